@@ -1,0 +1,1 @@
+#include <kilnx/kilnx.h>
