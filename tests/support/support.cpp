@@ -1,0 +1,1 @@
+// The test host comes with the host boundary.
