@@ -17,6 +17,13 @@ if find "$work/prefix" -name '*_p.h' | grep .; then
     exit 1
 fi
 
+# The umbrella header must bring every public header along.
+headers=$work/prefix/include
+missing=$(cd "$headers" && find kilnx -name '*.h' ! -path kilnx/kilnx.h | sort | while read -r header; do
+    grep -q "<$header>" kilnx/kilnx.h || echo "$header"
+done)
+[[ -z $missing ]] || { echo "kilnx.h lacks: $missing"; exit 1; }
+
 cmake -S "$here" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_FLAGS="$flags" >/dev/null
 cmake --build "$work/cmake" >/dev/null
 "$work/cmake/outside"

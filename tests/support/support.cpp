@@ -1,1 +1,0 @@
-// The test host comes with the host boundary.
