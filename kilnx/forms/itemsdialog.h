@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QtCore/QList>
+#include <QtWidgets/QDialog>
+
+#include <kilnx/export.h>
+
+class QAbstractItemModel;
+class QListView;
+
+namespace Kiln
+{
+
+/// A dialog in which the user picks rows of a model, with buttons that clear and invert the
+/// selection and select everything. The model must outlive it.
+class KILNX_EXPORT ItemsDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    ItemsDialog(QWidget *parent, const QString &title, QAbstractItemModel *model);
+
+    /// The rows that are selected, in rising order.
+    QList<int> selectedRows() const;
+    /// Selects one row and shows it.
+    void selectRow(int row);
+
+private:
+    void invertSelection();
+
+    QListView *m_view;
+};
+
+} // namespace Kiln

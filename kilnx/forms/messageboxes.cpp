@@ -1,0 +1,35 @@
+#include <kilnx/forms/messageboxes.h>
+
+#include <QtWidgets/QMessageBox>
+
+namespace Kiln
+{
+
+static constexpr QMessageBox::StandardButtons yesNo = QMessageBox::Yes | QMessageBox::No;
+
+bool askQuestion(QWidget *parent, const QString &title, const QString &text)
+{
+    return QMessageBox::question(parent, title, text, yesNo, QMessageBox::No) == QMessageBox::Yes;
+}
+
+bool askWarning(QWidget *parent, const QString &title, const QString &text)
+{
+    return QMessageBox::warning(parent, title, text, yesNo, QMessageBox::No) == QMessageBox::Yes;
+}
+
+void showInformation(QWidget *parent, const QString &title, const QString &text)
+{
+    QMessageBox::information(parent, title, text, QMessageBox::Ok);
+}
+
+void showWarning(QWidget *parent, const QString &title, const QString &text)
+{
+    QMessageBox::warning(parent, title, text, QMessageBox::Ok);
+}
+
+void showCritical(QWidget *parent, const QString &title, const QString &text)
+{
+    QMessageBox::critical(parent, title, text, QMessageBox::Ok);
+}
+
+} // namespace Kiln

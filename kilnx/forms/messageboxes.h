@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QtCore/QString>
+
+#include <kilnx/export.h>
+
+class QWidget;
+
+namespace Kiln
+{
+
+// Every message and question of the library goes through these functions. They are modal, and
+// return when the user has answered; closing a question counts as No.
+
+/// A question box with Yes and No, No as default; true only for Yes.
+KILNX_EXPORT bool askQuestion(QWidget *parent, const QString &title, const QString &text);
+/// The same as a warning box.
+KILNX_EXPORT bool askWarning(QWidget *parent, const QString &title, const QString &text);
+/// Boxes with one OK button.
+KILNX_EXPORT void showInformation(QWidget *parent, const QString &title, const QString &text);
+KILNX_EXPORT void showWarning(QWidget *parent, const QString &title, const QString &text);
+KILNX_EXPORT void showCritical(QWidget *parent, const QString &title, const QString &text);
+
+} // namespace Kiln

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QtCore/QString>
+
+#include <kilnx/export.h>
+
+namespace Kiln
+{
+
+class Archive;
+
+/// Tells a file when it was changed on disk from outside, and asks the user before it is reloaded.
+///
+/// A mix-in: a file type derives from it and calls its fromFile() and toFile() first in its own,
+/// so that the watched path follows its name. While the option "enable_file_watcher" is true, a
+/// change of the file brings the question "File modified", once for all objects on that path, and
+/// Yes calls reload() of each. An object's own save is recognised and not asked about; the others
+/// on the same path are. Files that another program replaces by renaming stay watched, and a file
+/// that is deleted is reported when it comes back. All objects share one hidden manager.
+class KILNX_EXPORT FileWatchObject
+{
+public:
+    FileWatchObject();
+    /// A copy has the same paused state and is never told of changes.
+    FileWatchObject(const FileWatchObject &other);
+    FileWatchObject &operator=(const FileWatchObject &other) = default;
+
+    virtual ~FileWatchObject();
+    /// Follows a load, before fileName() changes to `name`. Nothing for `asCopy`, since the file
+    /// does not become this object's. Always true.
+    virtual bool fromFile(Archive &archive, const QString &name, bool asCopy);
+    /// Follows a save in the same way, and pauses until the change has come in.
+    virtual bool toFile(Archive &archive, const QString &name, bool asCopy);
+    /// The path that this object stands for; empty if none.
+    virtual QString fileName() = 0;
+    /// Loads the file again.
+    virtual void reload() = 0;
+    /// A paused object is not asked about; the pause ends 250 milliseconds after the next change
+    /// of a watched file.
+    virtual void pauseWatch(bool pause);
+
+    bool isWatchPaused() const { return paused; }
+
+private:
+    friend class FileWatcherManager;
+    bool follow(const QString &name, bool asCopy);
+
+    bool paused = false;
+};
+
+} // namespace Kiln

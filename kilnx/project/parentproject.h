@@ -1,0 +1,180 @@
+#pragma once
+
+#include <memory>
+
+#include <QtCore/QFlags>
+#include <QtCore/QList>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtGui/QIcon>
+
+#include <kilnx/export.h>
+#include <kilnx/project/project.h>
+#include <kilnx/project/treemodel.h>
+
+class QFileSystemWatcher;
+class QProcess;
+
+namespace Kiln
+{
+
+class Archive;
+class CodeDocument;
+class Engine;
+class ParentProjectPrivate;
+struct PathEntry;
+
+/// What the user opens: a base directory with the projects that live in it, as a tree.
+///
+/// The model has one column and mixes directories scanned from disk with the files that the
+/// definitions name, and follows both as they change: a file that is scanned and named has one
+/// row, and a row stays as long as anything wants it. Rows that stay keep their persistent
+/// indexes.
+///
+/// An engine derives from it: the constructor calls addPath() for the directories to show, and
+/// then makes the projects. The object ends itself, through release(), with the last project that
+/// was added to it.
+class KILNX_EXPORT ParentProject : public TreeModel
+{
+    Q_OBJECT
+
+public:
+    /// How a directory is scanned and watched. Without a flag it is neither.
+    enum PathTypeFlag {
+        NotScanned = 0,
+        ScanDirectories = 1, ///< shows its subdirectories, which are scanned in the same way
+        ScanFiles = 2,       ///< shows its files that match the filters
+    };
+    Q_DECLARE_FLAGS(PathType, PathTypeFlag)
+
+    /// A row of the tree. The tree owns it; it may go with any change of the tree.
+    class KILNX_EXPORT Path
+    {
+    public:
+        virtual ~Path();
+        /// The absolute name; a directory ends in "/".
+        virtual QString path() const = 0;
+        /// The last component of the name; at the root the base path without a closing "/".
+        virtual QString name() const = 0;
+        virtual bool isDirectory() const = 0;
+        /// Whether this is a unit of its own: a definition, or what a scan shows one by one.
+        virtual bool isItem() const = 0;
+        virtual bool isFile() const = 0;
+        /// What a definition says that the file is; else 1 for an item and 0 for the rest.
+        virtual Project::FileID fileID() const = 0;
+
+        const QList<Path *> &children() const { return m_children; }
+        /// Null at the root.
+        const Path *parent() const { return m_parent; }
+        /// The PathType of a directory; the FileID bits of a file.
+        unsigned int type() const { return m_type; }
+
+    protected:
+        Path(Path *parent, const QString &name, unsigned int type);
+        /// Makes what a scan has found the rows of `node`; the root does the work.
+        virtual void update(Path *node, const PathEntry &entries) = 0;
+        /// The root's watcher.
+        virtual QFileSystemWatcher *watcher() = 0;
+
+        QList<Path *> m_children;
+        Path *m_parent;
+        QString m_name;
+        unsigned int m_type;
+
+    private:
+        friend class BasePath;
+        friend class ParentProjectPrivate;
+        friend class PathMerge;
+        Q_DISABLE_COPY(Path)
+    };
+
+    /// `basePath` is an absolute directory. Keeps the archive as an owner.
+    ParentProject(const QString &basePath, Archive &archive);
+    ~ParentProject() override;
+
+    Archive &archive() const;
+    /// The base directory, ending in "/".
+    QString basePath() const;
+    /// How many projects were added and not yet released.
+    unsigned int refCount() const;
+    QList<Project *> openedProjects() const;
+
+    /// The row of an absolute name, compared with letter case; null outside the tree.
+    const Path *filePath(const QString &absolutePath) const;
+    /// The row of an index; null for an invalid index.
+    const Path *itemPath(const QModelIndex &index) const;
+    /// The definition that a row belongs to: from the row upwards the first item, or the item
+    /// among that one's children; without any, the place of the first open project. May be null.
+    const Path *projectForFile(const Path *path) const;
+    /// Whether the engine's executable lies in the base directory.
+    bool isGame() const;
+
+    /// Saves every modified file, asking for a name where a file has none.
+    void save();
+    /// Saves everything below another directory and moves there. `path` is that directory or, for
+    /// one definition that is no game, the definition's new file name.
+    void saveAs(const QString &path);
+    /// Copies everything, as it is in memory, to a dated directory below "backup/".
+    bool backup(const QString &name);
+    /// Copies the files of a backup, named by its directory, back over the project and loads them.
+    /// False, with nothing changed, for a read-only archive or an unknown name.
+    bool restoreBackup(const QString &name);
+    /// Starts the engine on the project and returns when it has ended; events are handled in the
+    /// meantime. `output` receives what the process wrote unless it is null. False when nothing
+    /// ran, after a message where there is something to tell.
+    bool run(QString *output);
+
+    QModelIndex
+    index(int row, int column, const QModelIndex &parent = QModelIndex()) const override;
+    QModelIndex parent(const QModelIndex &child) const override;
+    using QObject::parent;
+    int rowCount(const QModelIndex &parent = QModelIndex()) const override;
+    int columnCount(const QModelIndex &parent = QModelIndex()) const override;
+    bool hasChildren(const QModelIndex &parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
+
+    /// The engine of the project.
+    virtual Engine *engine() = 0;
+
+protected:
+    /// An icon of the engine's own for a file of these types; a null icon leaves the choice to the
+    /// library.
+    virtual QIcon fileIcon(Project::FileID id);
+
+public:
+    /// Appends the files below `path` that belong to it and are to be copied with the project,
+    /// both relative to the base directory.
+    virtual void collectFiles(const QString &path, QStringList &out) = 0;
+    /// Gets everything ready for run(): may change the executable, and appends what is to be
+    /// removed afterwards, directories with a closing "/". False keeps the engine from starting.
+    virtual bool prepareRun(QString &executable, QStringList &temporaries) = 0;
+
+protected:
+    /// What run() gives back of a process that has ended: its standard output.
+    virtual QString outputString(QProcess *process);
+
+public:
+    /// The last project is gone: the final class deletes itself.
+    virtual void release() = 0;
+
+protected:
+    /// Shows a directory, relative to the base. Missing levels get the same type and filters;
+    /// levels that exist keep theirs. Filters are wildcards as in "*.txt".
+    void addPath(const QString &name, PathType type, const QStringList &filters);
+    /// Takes the row of that name away, relative to the base or absolute; nothing if unknown.
+    void removePath(const QString &name);
+    /// Enters the document's project in the tree, with the files that it names, now and on each
+    /// change of the text.
+    void addRef(CodeDocument *document);
+
+private:
+    friend class Project;
+    friend class ParentProjectPrivate;
+    friend class ProjectRun;
+
+    std::unique_ptr<ParentProjectPrivate> d;
+};
+
+Q_DECLARE_OPERATORS_FOR_FLAGS(ParentProject::PathType)
+
+} // namespace Kiln

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <QtCore/QByteArray>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+#include <kilnx/export.h>
+
+class QIODevice;
+class QWidget;
+
+namespace Kiln
+{
+
+class Archive;
+
+/// The file-dialog filters of the picture and palette dialogs. The two `...All` lists begin with a
+/// blank and end in ";;": put a label of your own before them and one of the other lists behind.
+enum FileExtensionType {
+    ImageAll,    ///< every picture format
+    ImageOpen,   ///< one entry a picture format
+    ImageSave,   ///< the same, in the order for saving
+    PaletteAll,  ///< every format that holds a palette
+    PaletteOpen, ///< one entry a format that holds a palette
+    PaletteSave, ///< the palette format that is written
+};
+
+/// The filter list of that number; null for any number above 5.
+KILNX_EXPORT const char *fileExtension(FileExtensionType type);
+
+/// The last suffix of `path` in capitals, as in "PNG" for "a.b.png"; empty without a suffix.
+KILNX_EXPORT QByteArray fileExtension(const QString &path);
+
+/// `path` directly followed by `name`; `path` ends in "/". Letter case is taken as written.
+KILNX_EXPORT QString fixFileCase(const QString &path, Archive &archive, const QString &name);
+
+/// Copies a file between archives, or in one. Equal names are refused, in different archives too.
+/// An empty source makes an empty file. False when a side did not open or a write failed; an older
+/// destination then stays as it was.
+KILNX_EXPORT bool
+copyFile(Archive &from, const QString &fromName, Archive &to, const QString &toName);
+
+/// Writes all of `data` and hands it to the operating system. False when any byte did not get
+/// there, as on a full disk; close the device then and tell the user that nothing was saved.
+KILNX_EXPORT bool writeAll(QIODevice *device, const QByteArray &data);
+
+/// Reads `count` bytes and throws them away; returns normally past the end of the device.
+KILNX_EXPORT void skipRead(QIODevice *device, unsigned int count);
+
+/// `length` random characters out of A-Z, a-z and 0-9, drawn with qrand(), which the host seeds if
+/// it wishes; empty for a length of 0 or less.
+KILNX_EXPORT QString randomString(int length);
+
+/// Asks for a directory; empty when the user cancels.
+KILNX_EXPORT QString getExistingDirectory(QWidget *parent,
+                                          const QString &caption,
+                                          const QString &directory);
+/// Asks for a file to open; empty when the user cancels. Uses the platform's own dialog only if
+/// the option "use_native_open" is true. Needs Interface::instance().
+KILNX_EXPORT QString getOpenFileName(QWidget *parent,
+                                     const QString &caption,
+                                     const QString &directory,
+                                     const QString &filter);
+/// Asks for files to open, sorted by name if the option "sort_file_names" is true and otherwise in
+/// the dialog's order. Needs Interface::instance().
+KILNX_EXPORT QStringList getOpenFileNames(QWidget *parent,
+                                          const QString &caption,
+                                          const QString &directory,
+                                          const QString &filter);
+/// Asks for a name to save under, always with the platform's own dialog; empty when the user
+/// cancels.
+KILNX_EXPORT QString getSaveFileName(QWidget *parent,
+                                     const QString &caption,
+                                     const QString &directory,
+                                     const QString &filter);
+
+} // namespace Kiln

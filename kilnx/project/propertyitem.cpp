@@ -1,0 +1,8 @@
+#include <kilnx/project/propertyitem.h>
+
+namespace Kiln
+{
+
+PropertyItem::~PropertyItem() = default;
+
+} // namespace Kiln

@@ -1,0 +1,16 @@
+#include <kilnx/project/treemodel.h>
+
+namespace Kiln
+{
+
+ItemModel::ItemModel(QObject *parent)
+    : QAbstractItemModel(parent)
+{
+}
+
+TreeModel::TreeModel(QObject *parent)
+    : ItemModel(parent)
+{
+}
+
+} // namespace Kiln
