@@ -101,27 +101,27 @@ QAction *TestHost::action(const char *key) const
     return found == m_actions.end() ? nullptr : found->second.action;
 }
 
-QString TestHost::text(int id)
+QString TestHost::text(int id) const
 {
     return QStringLiteral("host text %1").arg(id);
 }
 
-QWidget *TestHost::mainWindow()
+QWidget *TestHost::mainWindow() const
 {
     return m_window.get();
 }
 
-QString TestHost::dataPath()
+QString TestHost::dataPath() const
 {
     return dataDirectory;
 }
 
-QString TestHost::userPath()
+QString TestHost::userPath() const
 {
     return userDirectory;
 }
 
-QString TestHost::configPath()
+QString TestHost::configPath() const
 {
     return configDirectory;
 }
@@ -135,26 +135,26 @@ Progress *TestHost::progress(const QString &text, bool cancellable)
     return new RecordingProgress(record, cancelProgress);
 }
 
-Engine *TestHost::engine()
+Engine *TestHost::engine() const
 {
     return currentEngine;
 }
 
-Editor *TestHost::currentEditor()
+Editor *TestHost::currentEditor() const
 {
     return activeEditor;
 }
 
-FileEditor *TestHost::editorForFile(ProjectFile *, Project::FileID id)
+FileEditor *TestHost::editorForFile(ProjectFile *, Project::FileID id) const
 {
     for (auto entry = fileEditors.cbegin(); entry != fileEditors.cend(); ++entry) {
-        if (static_cast<unsigned int>(id) & static_cast<unsigned int>(entry.key()))
+        if (id.bits & static_cast<unsigned int>(entry.key()))
             return entry.value();
     }
     return nullptr;
 }
 
-Editor *TestHost::editor(const char *name)
+Editor *TestHost::editor(const char *name) const
 {
     for (Editor *editor : qAsConst(editors)) {
         if (qstrcmp(editor->name(), name) == 0)
@@ -163,32 +163,32 @@ Editor *TestHost::editor(const char *name)
     return nullptr;
 }
 
-ExtraEditor *TestHost::currentExtraEditor()
+ExtraEditor *TestHost::currentExtraEditor() const
 {
     return shownExtraEditor;
 }
 
-unsigned int TestHost::projectCount()
+unsigned int TestHost::projectCount() const
 {
     return static_cast<unsigned int>(projects.size());
 }
 
-Project *TestHost::project(unsigned int index)
+Project *TestHost::project(unsigned int index) const
 {
     return projects.value(static_cast<int>(index));
 }
 
-Project *TestHost::currentProject()
+Project *TestHost::currentProject() const
 {
     return activeProject;
 }
 
-int TestHost::scaled(int pixels)
+int TestHost::scaled(int pixels) const
 {
     return pixels;
 }
 
-QIcon TestHost::icon(const QString &key)
+QIcon TestHost::icon(const QString &key) const
 {
     QPixmap pixmap(16, 16);
     pixmap.fill(QColor::fromRgb(qHash(key) | 0xff000000u));
@@ -196,17 +196,17 @@ QIcon TestHost::icon(const QString &key)
     return icon;
 }
 
-QColor TestHost::colorOption(const QString &key)
+QColor TestHost::colorOption(const QString &key) const
 {
     return colors.value(key);
 }
 
-QColor TestHost::colorOption2(const QString &key)
+QColor TestHost::colorOption2(const QString &key) const
 {
     return secondColors.value(key);
 }
 
-QVariant TestHost::option(const QString &key, const QVariant &fallback)
+QVariant TestHost::option(const QString &key, const QVariant &fallback) const
 {
     return options.value(key, fallback);
 }
@@ -244,12 +244,12 @@ QWidget *TestHost::addControl(const QString &key, const Control &control)
     return built.widget;
 }
 
-QWidget *TestHost::control(const QString &key)
+QWidget *TestHost::control(const QString &key) const
 {
     return m_controls.value(key);
 }
 
-QMenu *TestHost::menu(const char *name)
+QMenu *TestHost::menu(const char *name) const
 {
     QMenu *&menu = m_menus[QString::fromLatin1(name)];
     if (!menu)
@@ -272,9 +272,7 @@ QAction *TestHost::addAction(QWidget *container,
     action->setCheckable(checkable);
     action->setObjectName(key);
     if (receiver && slot) {
-        QObject::connect(action,
-                         checkable ? SIGNAL(toggled(bool)) : SIGNAL(triggered()),
-                         receiver,
+        QObject::connect(action, checkable ? SIGNAL(toggled(bool)) : SIGNAL(triggered()), receiver,
                          slot);
     }
     if (enabler)
@@ -288,7 +286,7 @@ QAction *TestHost::addAction(QWidget *container,
     return action;
 }
 
-QAction *TestHost::actionByKey(const char *key)
+QAction *TestHost::actionByKey(const char *key) const
 {
     return action(key);
 }
@@ -301,7 +299,7 @@ QAction *TestHost::editorAction(const QString &key, Translator *translator, int 
     return action;
 }
 
-ExtraEditor *TestHost::extraEditor(int index)
+ExtraEditor *TestHost::extraEditor(int index) const
 {
     return extraEditors.value(index);
 }
@@ -322,8 +320,8 @@ void TestHost::switchTo(Editor *editor)
 
 void TestHost::setExtraEditor(ExtraEditor *editor)
 {
-    log << QStringLiteral("setExtraEditor ")
-            + (editor ? QString::fromLatin1(editor->name()) : QStringLiteral("none"));
+    log << QStringLiteral("setExtraEditor ") +
+               (editor ? QString::fromLatin1(editor->name()) : QStringLiteral("none"));
     shownExtraEditor = editor;
 }
 

@@ -72,32 +72,33 @@ public:
     QWidget *editorWidget = nullptr;
 
     // Translator
-    QString text(int id) override;
+    QString text(int id) const override;
 
     // Interface
-    QWidget *mainWindow() override;
-    QString dataPath() override;
-    QString userPath() override;
-    QString configPath() override;
+    QWidget *mainWindow() const override;
+    QString dataPath() const override;
+    QString userPath() const override;
+    QString configPath() const override;
     Kiln::Progress *progress(const QString &text, bool cancellable) override;
-    Kiln::Engine *engine() override;
-    Kiln::Editor *currentEditor() override;
-    Kiln::FileEditor *editorForFile(Kiln::ProjectFile *file, Kiln::Project::FileID id) override;
-    Kiln::Editor *editor(const char *name) override;
-    Kiln::ExtraEditor *currentExtraEditor() override;
-    unsigned int projectCount() override;
-    Kiln::Project *project(unsigned int index) override;
-    Kiln::Project *currentProject() override;
-    int scaled(int pixels) override;
-    QIcon icon(const QString &key) override;
-    QColor colorOption(const QString &key) override;
-    QColor colorOption2(const QString &key) override;
-    QVariant option(const QString &key, const QVariant &fallback) override;
+    Kiln::Engine *engine() const override;
+    Kiln::Editor *currentEditor() const override;
+    Kiln::FileEditor *editorForFile(Kiln::ProjectFile *file,
+                                    Kiln::Project::FileID id) const override;
+    Kiln::Editor *editor(const char *name) const override;
+    Kiln::ExtraEditor *currentExtraEditor() const override;
+    unsigned int projectCount() const override;
+    Kiln::Project *project(unsigned int index) const override;
+    Kiln::Project *currentProject() const override;
+    int scaled(int pixels) const override;
+    QIcon icon(const QString &key) const override;
+    QColor colorOption(const QString &key) const override;
+    QColor colorOption2(const QString &key) const override;
+    QVariant option(const QString &key, const QVariant &fallback) const override;
     void setOption(const QString &key, const QVariant &value) override;
     void setStatusText(int field, const QString &text) override;
     QWidget *addControl(const QString &key, const Kiln::Control &control) override;
-    QWidget *control(const QString &key) override;
-    QMenu *menu(const char *name) override;
+    QWidget *control(const QString &key) const override;
+    QMenu *menu(const char *name) const override;
     QAction *addAction(QWidget *container,
                        const QString &key,
                        Kiln::Translator *translator,
@@ -107,9 +108,9 @@ public:
                        const char *slot,
                        const char *enabler = nullptr,
                        const char *checker = nullptr) override;
-    QAction *actionByKey(const char *key) override;
+    QAction *actionByKey(const char *key) const override;
     QAction *editorAction(const QString &key, Kiln::Translator *translator, int textId) override;
-    Kiln::ExtraEditor *extraEditor(int index) override;
+    Kiln::ExtraEditor *extraEditor(int index) const override;
     void refreshEditors() override;
     void switchTo(Kiln::Editor *editor) override;
     void setExtraEditor(Kiln::ExtraEditor *editor) override;
@@ -120,5 +121,5 @@ private:
     DialogScript m_dialogs;
     std::map<std::string, ActionRecord> m_actions;
     QMap<QString, QWidget *> m_controls;
-    QMap<QString, QMenu *> m_menus;
+    mutable QMap<QString, QMenu *> m_menus;
 };
