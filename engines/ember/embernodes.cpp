@@ -23,6 +23,12 @@ QString nameText(const QString &name)
     return EmberLanguage::writeValue(nullptr, name).simplified();
 }
 
+QString header(unsigned int section, const QString &name)
+{
+    const QString signs = QLatin1String(EmberLanguage::isInner(section) ? "@@" : "@");
+    return (signs + EmberLanguage::sectionWord(section) + QLatin1Char(' ') + name).trimmed();
+}
+
 } // namespace
 
 EmberGroup::EmberGroup(Kiln::CodeNode *previous,
@@ -50,18 +56,15 @@ QString EmberGroup::displayName() const
 
 void EmberGroup::setName(const QString &name)
 {
-    const QString signs = EmberLanguage::isInner(subType()) ? QStringLiteral("@@")
-                                                            : QStringLiteral("@");
-    const QString text = signs + EmberLanguage::sectionWord(subType()) + QLatin1Char(' ')
-        + nameText(name);
-    change(indentation(this) + text.trimmed());
+    const QString text = nameText(name);
+    if (text.isEmpty() && EmberLanguage::needsName(subType()))
+        return;
+    change(indentation(this) + header(subType(), text));
 }
 
 QString EmberGroup::headerText() const
 {
-    const QString signs = EmberLanguage::isInner(subType()) ? QStringLiteral("@@")
-                                                            : QStringLiteral("@");
-    return signs + displayName();
+    return header(subType(), m_name);
 }
 
 bool EmberGroup::addValue(const QString &name, const QVariant &value)
@@ -162,9 +165,12 @@ QString EmberValue::displayName() const
 
 void EmberValue::setName(const QString &name)
 {
+    const QString text = nameText(name);
+    if (text.isEmpty())
+        return;
     QStringList names = m_head->names();
     const int place = m_head == this ? 0 : m_head->m_mates.indexOf(this) + 1;
-    names[place] = nameText(name);
+    names[place] = text;
     m_head->rewrite(names, valueText());
 }
 
@@ -220,6 +226,14 @@ int EmberValue::lastLine() const
 Kiln::CodeDocument *EmberValue::document() const
 {
     return m_head == this ? ValueCode::document() : m_head->document();
+}
+
+void EmberValue::remove(bool all)
+{
+    if (m_head == this)
+        ValueCode::remove(all);
+    else
+        m_head->remove(all);
 }
 
 void EmberValue::valueChanged(const QVariant &value)

@@ -19,7 +19,7 @@ public:
     QString name() const override;
     /// The header without its signs, such as "state low guard".
     QString displayName() const override;
-    /// Rewrites the header line.
+    /// Rewrites the header line; nothing for an empty name where the section needs one.
     void setName(const QString &name) override;
 
     /// The header line without its comment, such as "@state low guard".
@@ -62,7 +62,7 @@ public:
     QString name() const override;
     /// Name and value, as in "size: 34, 72".
     QString displayName() const override;
-    /// Rewrites the key of this node in its line.
+    /// Rewrites the key of this node in its line; nothing for an empty name.
     void setName(const QString &name) override;
     /// Rewrites the value in the line. A string is written as it is, so it may hold any text that
     /// the entry can be read from; any other variant is first converted to the entry's type.
@@ -80,6 +80,7 @@ public:
     int firstLine() const override;
     int lastLine() const override;
     Kiln::CodeDocument *document() const override;
+    void remove(bool all) override;
     void valueChanged(const QVariant &value) override;
     QString enumText(unsigned int value) const override;
     QVariant convertFrom(Kiln::ValueCode::Type type, const QVariant &value) const override;

@@ -1,0 +1,125 @@
+#include "emberdocument.h"
+
+#include "emberline.h"
+#include "emberparser.h"
+
+#include <kilnx/project/interface.h>
+
+#include <QFileInfo>
+
+namespace
+{
+
+const char *const treeOptions[] = {"parseCode", "modelCode", "highlightCode"};
+
+const EmberDocument::FileType fileTypes[] = {EmberDocument::Character,
+                                             EmberDocument::Stage,
+                                             EmberDocument::Game,
+                                             EmberDocument::Commands,
+                                             EmberDocument::States};
+
+} // namespace
+
+EmberDocument::EmberDocument(FileType type)
+    : CodeDocument(type)
+{
+    const Kiln::Interface *host = Kiln::Interface::instance();
+    for (const char *key : treeOptions) {
+        const QString option = QString::fromLatin1(key);
+        setOption(option, host ? host->option(option, true) : true, false, false);
+    }
+    using namespace EmberLanguage;
+    switch (type) {
+    case Character:
+        enableGroups({About, Files, Body});
+        break;
+    case Stage:
+        enableGroups({About, Files, Ground, Layer});
+        break;
+    case Game:
+        enableGroups({About, Files, Match});
+        break;
+    case Commands:
+        enableGroups({EmberLanguage::Command});
+        break;
+    default:
+        enableGroups({State, Rule, Step});
+    }
+    setParser(&EmberParser::instance());
+}
+
+EmberDocument::~EmberDocument() = default;
+
+EmberDocument::FileType EmberDocument::typeOfFile(const QString &fileName)
+{
+    const QString ending = QFileInfo(fileName).suffix();
+    for (const FileType type : fileTypes) {
+        if (ending == QLatin1String(suffix(type)))
+            return type;
+    }
+    return NoFileType;
+}
+
+const char *EmberDocument::suffix(FileType type)
+{
+    switch (type) {
+    case Character:
+        return "wisp";
+    case Stage:
+        return "glade";
+    case Game:
+        return "hearth";
+    case Commands:
+        return "beck";
+    default:
+        return "glow";
+    }
+}
+
+bool EmberDocument::isDefinition(FileType type)
+{
+    return type == Character || type == Stage || type == Game;
+}
+
+void EmberDocument::followProject()
+{
+    for (const char *key : treeOptions)
+        setOption(QString::fromLatin1(key), QVariant(), false, false);
+}
+
+QString EmberDocument::language() const
+{
+    return QStringLiteral("Ember");
+}
+
+QIcon EmberDocument::nodeIcon(const Kiln::CodeNode *node) const
+{
+    const Kiln::Interface *host = Kiln::Interface::instance();
+    if (!host || node->type() != Kiln::CodeNode::Group)
+        return QIcon();
+    return host->icon(fileType() == Commands ? QStringLiteral("icon_command")
+                                             : QStringLiteral("icon_code"));
+}
+
+void EmberDocument::release()
+{
+    delete this;
+}
+
+const char *EmberDocument::fileExtension() const
+{
+    return suffix(static_cast<FileType>(fileType()));
+}
+
+int EmberDocument::foldingKind(const QString &line)
+{
+    const EmberLine parts = EmberLine::read(line);
+    switch (parts.kind) {
+    case EmberLine::Header:
+        return parts.level == 1 ? 1 + 4 : 1;
+    case EmberLine::Blank:
+        return 0;
+    default:
+        return 2;
+    }
+}

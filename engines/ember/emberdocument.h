@@ -1,0 +1,47 @@
+#pragma once
+
+#include "export.h"
+
+#include <kilnx/code/codedocument.h>
+
+/// A code file of Ember: a definition, commands or states.
+///
+/// It hands its text to the EmberParser and enables the sections that belong into a file of its
+/// kind. Made with `new`; release() ends it, which its Project does for the files it owns.
+class EMBER_EXPORT EmberDocument : public Kiln::CodeDocument
+{
+public:
+    /// What kind of file it is; RootCode::fileType() tells. For a definition the number is that of
+    /// Kiln::Project::Type, because the project takes its type from it.
+    enum FileType : short {
+        Character = 0,
+        Stage = 1,
+        Game = 6,
+        Commands = 100,
+        States = 101,
+        NoFileType = -1
+    };
+
+    /// Starts with "parseCode", "modelCode" and "highlightCode" as the host has them, all true
+    /// where it has no say.
+    explicit EmberDocument(FileType type);
+
+    /// The type that the suffix of a file name tells; `NoFileType` for a stranger.
+    static FileType typeOfFile(const QString &fileName);
+    /// The suffix of files of a type, without the dot.
+    static const char *suffix(FileType type);
+    /// True for the types whose files are the definition of a project.
+    static bool isDefinition(FileType type);
+
+    /// From here on the three options are those of the project, which the file has joined.
+    void followProject();
+
+    QString language() const override;
+    QIcon nodeIcon(const Kiln::CodeNode *node) const override;
+    void release() override;
+
+protected:
+    ~EmberDocument() override;
+    const char *fileExtension() const override;
+    int foldingKind(const QString &line) override;
+};

@@ -1,0 +1,55 @@
+#include "emberengine.h"
+
+#include "emberdocument.h"
+
+using FileType = Kiln::Project::FileID::Type;
+
+EmberEngine &EmberEngine::instance()
+{
+    static EmberEngine engine;
+    return engine;
+}
+
+EmberEngine::EmberEngine()
+    : Engine(QStringLiteral("ember"))
+{
+}
+
+char EmberEngine::commentCharacter() const
+{
+    return ';';
+}
+
+QString EmberEngine::displayName() const
+{
+    return QStringLiteral("Ember");
+}
+
+QString EmberEngine::executable() const
+{
+    return QStringLiteral("ember-game");
+}
+
+QString EmberEngine::fileFilter() const
+{
+    return tr("Ember definitions (*.hearth *.wisp *.glade)");
+}
+
+QMap<int, QString> EmberEngine::singleFileFilters() const
+{
+    return {{Kiln::Project::FileID::Commands, QStringLiteral("*.beck")},
+            {Kiln::Project::FileID::Code, QStringLiteral("*.glow")}};
+}
+
+Kiln::ProjectFile *EmberEngine::createFile(FileType type, Kiln::Project *project)
+{
+    if (type != FileType::Commands && type != FileType::Code)
+        return nullptr;
+    auto *document = new EmberDocument(type == FileType::Commands ? EmberDocument::Commands
+                                                                  : EmberDocument::States);
+    if (project) {
+        project->addFile(document, type);
+        document->followProject();
+    }
+    return document;
+}

@@ -1,0 +1,209 @@
+#include "emberproject.h"
+
+#include "embernodes.h"
+#include "emberparentproject.h"
+
+#include <kilnx/code/messages.h>
+#include <kilnx/project/archive.h>
+
+#include <QDir>
+#include <QFileInfo>
+#include <QSet>
+
+#include <functional>
+
+namespace
+{
+
+using FileEntry = std::function<void(const EmberValue *)>;
+
+/// Calls `use` for each entry of the "files" sections that names a file by a proper name.
+void eachFileEntry(const EmberDocument *definition, const FileEntry &use)
+{
+    for (const Kiln::CodeNode *node : definition->childs()) {
+        const auto *group = static_cast<const EmberGroup *>(node);
+        if (group->subType() != EmberLanguage::Files)
+            continue;
+        for (const Kiln::ValueCode *value : group->values()) {
+            const auto *entry = static_cast<const EmberValue *>(value);
+            const QString path = entry->rawValue().toString();
+            const bool isRelative = !path.isEmpty() && QDir::isRelativePath(path)
+                && path.mid(1, 1) != QLatin1String(":");
+            if (entry->fileId() && isRelative)
+                use(entry);
+        }
+    }
+}
+
+/// The value of an entry in the first section of that kind that has it; null if none has.
+const Kiln::ValueCode *
+findValue(const EmberDocument *definition, unsigned int section, const QString &name)
+{
+    for (const Kiln::CodeNode *node : definition->childs()) {
+        const auto *group = static_cast<const EmberGroup *>(node);
+        const Kiln::ValueCode *value =
+            group->subType() == section ? group->valueByName(name) : nullptr;
+        if (value)
+            return value;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+EmberProject *EmberProject::open(EmberParentProject &parent, const QString &fileName)
+{
+    const EmberDocument::FileType type = EmberDocument::typeOfFile(fileName);
+    if (!EmberDocument::isDefinition(type) || !parent.archive().fileExists(fileName))
+        return nullptr;
+    auto *definition = new EmberDocument(type);
+    auto *project = new EmberProject(parent, definition);
+    if (!definition->fromFile(parent.archive(), fileName, false)) {
+        project->Project::release();
+        return nullptr;
+    }
+    project->addToParent();
+    QList<Kiln::ReferencedFile> files;
+    project->fileList(files);
+    for (const Kiln::ReferencedFile &file : qAsConst(files))
+        project->openFile(project->fullName(file.path));
+    project->checkFiles();
+    return project;
+}
+
+EmberProject *EmberProject::create(EmberParentProject &parent, EmberDocument::FileType type)
+{
+    auto *project = new EmberProject(parent, new EmberDocument(type));
+    project->addToParent();
+    return project;
+}
+
+EmberProject::EmberProject(EmberParentProject &parent, EmberDocument *definition)
+    : Project(&parent, definition, FileID::Definition)
+    , m_missing(std::make_unique<Kiln::SimpleMessages>(definition))
+{
+    messages()->registerMessages(m_missing.get());
+    connect(static_cast<QTextDocument *>(definition),
+            &QTextDocument::contentsChanged,
+            this,
+            &EmberProject::checkFiles);
+}
+
+EmberProject::~EmberProject() = default;
+
+Kiln::ProjectFile *EmberProject::fileByName(const QString &fileName) const
+{
+    const QString name = QDir::cleanPath(fileName);
+    for (Kiln::ProjectFile *file : files()) {
+        if (QDir::cleanPath(file->fileName()) == name)
+            return file;
+    }
+    return nullptr;
+}
+
+EmberDocument *EmberProject::openFile(const QString &fileName)
+{
+    if (Kiln::ProjectFile *known = fileByName(fileName))
+        return dynamic_cast<EmberDocument *>(known);
+    const EmberDocument::FileType type = EmberDocument::typeOfFile(fileName);
+    if (type != EmberDocument::Commands && type != EmberDocument::States)
+        return nullptr;
+    auto *document = new EmberDocument(type);
+    if (!document->fromFile(archive(), QDir::cleanPath(fileName), false)) {
+        document->release();
+        return nullptr;
+    }
+    addFile(document,
+            type == EmberDocument::Commands ? FileID(FileID::Commands) : FileID(FileID::Code));
+    document->followProject();
+    return document;
+}
+
+EmberDocument *EmberProject::definition() const
+{
+    return static_cast<EmberDocument *>(file(FileID::Definition));
+}
+
+QStringList EmberProject::cast() const
+{
+    QStringList names;
+    eachFileEntry(definition(), [&](const EmberValue *entry) {
+        if (entry->fileId() == FileID::Definition)
+            names.append(entry->rawValue().toString());
+    });
+    return names;
+}
+
+void EmberProject::release()
+{
+    // The files end before this object does, and their last words are no reason to look again.
+    static_cast<QTextDocument *>(definition())->disconnect(this);
+    m_missing.reset();
+    Project::release();
+}
+
+QString EmberProject::displayName()
+{
+    const Kiln::ValueCode *title =
+        findValue(definition(), EmberLanguage::About, QStringLiteral("title"));
+    if (title && !title->rawValue().toString().isEmpty())
+        return title->rawValue().toString();
+    const QString name = QFileInfo(fileName()).completeBaseName();
+    return name.isEmpty() ? tr("Untitled") : name;
+}
+
+QSize EmberProject::stageSize()
+{
+    const Kiln::ValueCode *size =
+        findValue(definition(), EmberLanguage::Ground, QStringLiteral("size"));
+    const QSize given = size ? size->asSize() : QSize();
+    return given.isEmpty() ? QSize(640, 360) : given;
+}
+
+QSizeF EmberProject::stageScale()
+{
+    const Kiln::ValueCode *scale =
+        findValue(definition(), EmberLanguage::Ground, QStringLiteral("scale"));
+    const QPointF given = scale ? scale->asPointF() : QPointF();
+    return given.x() > 0 && given.y() > 0 ? QSizeF(given.x(), given.y()) : QSizeF(1, 1);
+}
+
+void EmberProject::fileList(QList<Kiln::ReferencedFile> &out)
+{
+    const QString self = QDir::cleanPath(fileName());
+    eachFileEntry(definition(), [&](const EmberValue *entry) {
+        const QString path = entry->rawValue().toString();
+        const bool isSelf = !self.isEmpty() && QDir::cleanPath(fullName(path)) == self;
+        if (entry->fileId() != FileID::Definition && !isSelf)
+            out.append({static_cast<int>(entry->fileId()), path});
+    });
+}
+
+void EmberProject::checkFiles()
+{
+    if (definition()->fileName().isEmpty())
+        return;
+    QStringList missing;
+    eachFileEntry(definition(), [&](const EmberValue *entry) {
+        const QString path = entry->rawValue().toString();
+        if (!archive().fileExists(fullName(path)))
+            missing.append(QString::number(entry->firstLine()) + QLatin1Char(':') + path);
+    });
+    if (missing == m_missingFiles)
+        return;
+    m_missingFiles = missing;
+    m_missing->beginChange();
+    m_missing->clear();
+    for (const QString &file : qAsConst(missing)) {
+        m_missing->add(Kiln::Message::Warning,
+                       tr("There is no file '%1'").arg(file.section(QLatin1Char(':'), 1)),
+                       file.section(QLatin1Char(':'), 0, 0).toUInt(),
+                       0);
+    }
+    m_missing->endChange();
+}
+
+QString EmberProject::fullName(const QString &path) const
+{
+    return QDir::cleanPath(absolutePath() + path);
+}

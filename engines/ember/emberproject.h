@@ -1,0 +1,63 @@
+#pragma once
+
+#include "emberdocument.h"
+
+#include <kilnx/project/project.h>
+
+#include <memory>
+
+namespace Kiln
+{
+class SimpleMessages;
+}
+class EmberParentProject;
+
+/// A character, a stage or a game: one definition and the code files that it names.
+///
+/// open() makes it; release() ends it, like any Kiln::Project. Its message table holds, beside
+/// the messages of its files, a warning for each named file that isn't there.
+class EMBER_EXPORT EmberProject : public Kiln::Project
+{
+    Q_OBJECT
+
+public:
+    /// Loads a definition and every code file that it names, and enters the project in `parent`.
+    /// `fileName` is absolute. Null when it is no definition or cannot be opened.
+    static EmberProject *open(EmberParentProject &parent, const QString &fileName);
+    /// A new project with an empty definition that has no name yet.
+    static EmberProject *create(EmberParentProject &parent, EmberDocument::FileType type);
+
+    /// The file that has this absolute name, null if the project holds none.
+    Kiln::ProjectFile *fileByName(const QString &fileName) const;
+    /// Loads a code file into the project, or returns the one that is there already. Null for a
+    /// file that is not Ember code or cannot be opened.
+    EmberDocument *openFile(const QString &fileName);
+    EmberDocument *definition() const;
+    /// The definitions that a game names under "cast", relative to its directory.
+    QStringList cast() const;
+
+    void engineReserved1() override {}
+    void release() override;
+    /// The title in "@about", else the bare name of the definition.
+    QString displayName() override;
+    void engineReserved6() override {}
+    /// "size" of a stage's "@ground", else 640 by 360.
+    QSize stageSize() override;
+    /// "scale" of a stage's "@ground", else 1 by 1.
+    QSizeF stageScale() override;
+    /// What the "@files" sections name. Absolute names, the definition itself and the cast, whose
+    /// files belong to their own definitions, are left out.
+    void fileList(QList<Kiln::ReferencedFile> &out) override;
+    void engineReserved12() override {}
+    void engineReserved13() override {}
+    void engineReserved14() override {}
+
+private:
+    EmberProject(EmberParentProject &parent, EmberDocument *definition);
+    ~EmberProject() override;
+    void checkFiles();
+    QString fullName(const QString &path) const;
+
+    std::unique_ptr<Kiln::SimpleMessages> m_missing;
+    QStringList m_missingFiles;
+};
