@@ -12,10 +12,8 @@ namespace
 
 const char *const treeOptions[] = {"parseCode", "modelCode", "highlightCode"};
 
-const EmberDocument::FileType fileTypes[] = {EmberDocument::Character,
-                                             EmberDocument::Stage,
-                                             EmberDocument::Game,
-                                             EmberDocument::Commands,
+const EmberDocument::FileType fileTypes[] = {EmberDocument::Character, EmberDocument::Stage,
+                                             EmberDocument::Game, EmberDocument::Commands,
                                              EmberDocument::States};
 
 } // namespace

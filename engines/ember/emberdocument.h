@@ -33,7 +33,8 @@ public:
     /// True for the types whose files are the definition of a project.
     static bool isDefinition(FileType type);
 
-    /// From here on the three options are those of the project, which the file has joined.
+    /// From here on the three options are those of the project, which the file has joined. An
+    /// EmberProject calls it for each file that is added.
     void followProject();
 
     QString language() const override;

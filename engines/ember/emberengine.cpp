@@ -41,15 +41,10 @@ QMap<int, QString> EmberEngine::singleFileFilters() const
             {Kiln::Project::FileID::Code, QStringLiteral("*.glow")}};
 }
 
-Kiln::ProjectFile *EmberEngine::createFile(FileType type, Kiln::Project *project)
+Kiln::ProjectFile *EmberEngine::createFile(FileType type, Kiln::Project *)
 {
     if (type != FileType::Commands && type != FileType::Code)
         return nullptr;
-    auto *document = new EmberDocument(type == FileType::Commands ? EmberDocument::Commands
-                                                                  : EmberDocument::States);
-    if (project) {
-        project->addFile(document, type);
-        document->followProject();
-    }
-    return document;
+    return new EmberDocument(type == FileType::Commands ? EmberDocument::Commands
+                                                        : EmberDocument::States);
 }

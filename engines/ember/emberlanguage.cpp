@@ -53,8 +53,8 @@ const char postures[] = "standing crouching airborne lying";
 const char yesNo[] = "no yes";
 
 const Entry aboutEntries[] = {
-    {"title", valueType(Quoted)},  {"author", valueType(Words)},      {"made", DateType},
-    {"revision", RealType},        {"moods", EnumListType, moods},    {"tint", valueType(Tint)},
+    {"title", valueType(Quoted)}, {"author", valueType(Words)},   {"made", DateType},
+    {"revision", RealType},       {"moods", EnumListType, moods}, {"tint", valueType(Tint)},
 };
 
 const Entry filesEntries[] = {
@@ -100,12 +100,9 @@ const Entry layerEntries[] = {
 };
 
 const Entry matchEntries[] = {
-    {"rounds", IntType, nullptr, 1, 9},
-    {"time", IntType, nullptr, 10, 999},
-    {"first", valueType(Name)},
-    {"arena", valueType(Name)},
-    {"handicap", valueType(Reals)},
-    {"won", valueType(Formula)},
+    {"rounds", IntType, nullptr, 1, 9}, {"time", IntType, nullptr, 10, 999},
+    {"first", valueType(Name)},         {"arena", valueType(Name)},
+    {"handicap", valueType(Reals)},     {"won", valueType(Formula)},
 };
 
 const Entry commandEntries[] = {
@@ -131,12 +128,9 @@ const Entry stateEntries[] = {
 };
 
 const Entry ruleEntries[] = {
-    {"when", valueType(Formula)},
-    {"then", valueType(Name)},
-    {"chance", RealType, nullptr, 0, 1},
-    {"after", IntType, nullptr, 0, 9999},
-    {"set", valueType(Formula)},
-    {"say", valueType(Quoted)},
+    {"when", valueType(Formula)},        {"then", valueType(Name)},
+    {"chance", RealType, nullptr, 0, 1}, {"after", IntType, nullptr, 0, 9999},
+    {"set", valueType(Formula)},         {"say", valueType(Quoted)},
 };
 
 const Entry stepEntries[] = {
@@ -156,7 +150,8 @@ struct Table {
     const Entry *end = nullptr;
 };
 
-template<size_t size> Table table(const Entry (&entries)[size])
+template<size_t size>
+Table table(const Entry (&entries)[size])
 {
     return {entries, entries + size};
 }
@@ -256,10 +251,9 @@ Reading readNumbers(int type, const QString &text, bool whole)
     for (const QString &part : text.split(QLatin1Char(','))) {
         QVariant number;
         if (!readNumber(part.trimmed(), whole, number)) {
-            return failed(text,
-                          (whole ? translated("'%1' is not a whole number")
-                                 : translated("'%1' is not a number"))
-                              .arg(part.trimmed()));
+            return failed(text, (whole ? translated("'%1' is not a whole number")
+                                       : translated("'%1' is not a number"))
+                                    .arg(part.trimmed()));
         }
         items.append(number);
     }
@@ -280,9 +274,8 @@ Reading readWords(const Entry *entry, const QString &text, bool several)
     for (const QString &part : several ? text.split(QLatin1Char(',')) : QStringList(text)) {
         const int value = known.indexOf(part.trimmed());
         if (value < 0) {
-            return failed(text,
-                          translated("'%1' is not one of: %2")
-                              .arg(part.trimmed(), known.join(QLatin1String(", "))));
+            return failed(text, translated("'%1' is not one of: %2")
+                                    .arg(part.trimmed(), known.join(QLatin1String(", "))));
         }
         values.append(static_cast<unsigned int>(value));
     }
@@ -346,8 +339,8 @@ QString oneLine(QString text)
     for (QChar &character : text) {
         if (character == QLatin1Char(';'))
             character = QLatin1Char(',');
-        else if (character < QLatin1Char(' ') || character == QChar::ParagraphSeparator
-                 || character == QChar::LineSeparator)
+        else if (character < QLatin1Char(' ') || character == QChar::ParagraphSeparator ||
+                 character == QChar::LineSeparator)
             character = QLatin1Char(' ');
     }
     return text.trimmed();
@@ -457,7 +450,8 @@ QString writeValue(const Entry *entry, const QVariant &value)
     if (!entry || value.type() == QVariant::String) {
         QString text = oneLine(value.toString());
         if (entry && static_cast<int>(entry->type) == Quoted)
-            text = QLatin1Char('"') + text.replace(QLatin1Char('"'), QLatin1Char('\'')) + QLatin1Char('"');
+            text = QLatin1Char('"') + text.replace(QLatin1Char('"'), QLatin1Char('\'')) +
+                   QLatin1Char('"');
         return text;
     }
     switch (static_cast<int>(entry->type)) {

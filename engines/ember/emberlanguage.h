@@ -51,9 +51,9 @@ enum ValueKind {
 struct Entry {
     const char *name;
     Kiln::ValueCode::Type type;
-    const char *words = nullptr; ///< the words of an enumeration, parted by blanks
-    double least = 0;            ///< with `most`: the range that is accepted without a warning
-    double most = 0;             ///< equal to `least`: any number is fine
+    const char *words = nullptr;   ///< the words of an enumeration, parted by blanks
+    double least = 0;              ///< with `most`: the range that is accepted without a warning
+    double most = 0;               ///< equal to `least`: any number is fine
     const char *newName = nullptr; ///< set: `name` is an old spelling of this
     unsigned int fileId = 0;       ///< bits of the file that the entry names; entries of "files"
 };

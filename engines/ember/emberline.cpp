@@ -21,8 +21,8 @@ QString textIn(const QString &text, EmberLine::Range range)
 bool isKey(const QString &text)
 {
     for (const QChar character : text) {
-        const bool fits = character.isLetterOrNumber() || character == QLatin1Char('_')
-            || character == QLatin1Char('-');
+        const bool fits = character.isLetterOrNumber() || character == QLatin1Char('_') ||
+                          character == QLatin1Char('-');
         if (!fits)
             return false;
     }

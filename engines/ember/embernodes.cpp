@@ -79,9 +79,8 @@ bool EmberGroup::addValue(const QString &name, const QVariant &value)
             last = line;
     }
     const QString indent = last == this ? QStringLiteral("    ") : indentation(last);
-    text->insertAfter(last,
-                      indent + name + QLatin1String(": ") + EmberLanguage::writeValue(entry, value),
-                      true);
+    text->insertAfter(
+        last, indent + name + QLatin1String(": ") + EmberLanguage::writeValue(entry, value), true);
     return true;
 }
 
@@ -102,9 +101,7 @@ EmberValue::EmberValue(Kiln::CodeNode *previous,
                        const EmberLanguage::Entry *entry,
                        const QString &name,
                        const QVariant &value)
-    : ValueCode(previous,
-                entry ? entry->type : static_cast<Type>(EmberLanguage::Loose),
-                value)
+    : ValueCode(previous, entry ? entry->type : static_cast<Type>(EmberLanguage::Loose), value)
     , m_entry(entry)
     , m_name(name)
     , m_head(this)

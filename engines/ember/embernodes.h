@@ -92,6 +92,6 @@ private:
 
     const EmberLanguage::Entry *m_entry;
     QString m_name;
-    EmberValue *m_head;           ///< the node itself for a head
+    EmberValue *m_head;            ///< the node itself for a head
     QVector<EmberValue *> m_mates; ///< of a head, in the order of the line
 };

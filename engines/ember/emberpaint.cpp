@@ -39,10 +39,11 @@ void EmberPaint::comment(const EmberLine &line)
 
 void EmberPaint::header(const EmberLine &line)
 {
-    const int name = line.name.isEmpty()
-        ? line.code.end
-        : m_text.indexOf(line.name.section(QLatin1Char(' '), 0, 0),
-                         m_text.indexOf(line.word, line.code.begin) + line.word.size());
+    const int name =
+        line.name.isEmpty()
+            ? line.code.end
+            : m_text.indexOf(line.name.section(QLatin1Char(' '), 0, 0),
+                             m_text.indexOf(line.word, line.code.begin) + line.word.size());
     token(CodeParserSyntax::Section, {line.code.begin, name});
     token(CodeParserSyntax::Name, {name, line.code.end});
 }
@@ -97,8 +98,8 @@ void EmberPaint::formula(Range range)
     int i = range.begin;
     while (i < range.end) {
         Range word{i, i + 1};
-        while (word.end < range.end && m_text.at(i).isLetterOrNumber()
-               && (m_text.at(word.end).isLetterOrNumber() || m_text.at(word.end) == QLatin1Char('.')))
+        while (word.end < range.end && m_text.at(i).isLetterOrNumber() &&
+               (m_text.at(word.end).isLetterOrNumber() || m_text.at(word.end) == QLatin1Char('.')))
             ++word.end;
         if (m_text.at(i).isDigit())
             token(CodeParserSyntax::Number, word);

@@ -3,7 +3,6 @@
 #include "emberengine.h"
 
 #include <kilnx/project/archive.h>
-#include <kilnx/project/interface.h>
 
 #include <QDir>
 #include <QFileInfo>
@@ -50,8 +49,8 @@ EmberParentProject *EmberParentProject::open(const QString &path, Kiln::Archive 
     const QFileInfo info(path);
     const bool isFile = archive.fileExists(path);
     const QString directory = isFile ? info.absolutePath() : info.absoluteFilePath();
-    const QString base = directory.endsWith(QLatin1Char('/')) ? directory
-                                                              : directory + QLatin1Char('/');
+    const QString base =
+        directory.endsWith(QLatin1Char('/')) ? directory : directory + QLatin1Char('/');
     const QStringList definitions =
         isFile ? QStringList(info.absoluteFilePath()) : definitionsBelow(base, archive);
     if (definitions.isEmpty())
@@ -129,8 +128,8 @@ EmberProject *EmberParentProject::projectAround(const QString &fileName) const
     Kiln::Project *nearest = nullptr;
     for (Kiln::Project *project : const_cast<EmberParentProject *>(this)->openedProjects()) {
         const bool isAround = fileName.startsWith(project->absolutePath());
-        const bool isNearer = !nearest
-            || project->absolutePath().size() > nearest->absolutePath().size();
+        const bool isNearer =
+            !nearest || project->absolutePath().size() > nearest->absolutePath().size();
         if (!nearest || (isAround && isNearer))
             nearest = project;
     }
@@ -149,9 +148,8 @@ void EmberParentProject::collectFiles(const QString &path, QStringList &out)
         out.append(path);
         return;
     }
-    const QString prefix = path.isEmpty() || path.endsWith(QLatin1Char('/'))
-        ? path
-        : path + QLatin1Char('/');
+    const QString prefix =
+        path.isEmpty() || path.endsWith(QLatin1Char('/')) ? path : path + QLatin1Char('/');
     for (const QString &name : archive().entries(full, files, QDir::Name))
         out.append(prefix + name);
     for (const QString &name : archive().entries(full, directories, QDir::Name))
@@ -184,7 +182,6 @@ void EmberParentProject::release()
 
 QIcon EmberParentProject::fileIcon(Kiln::Project::FileID id)
 {
-    const Kiln::Interface *host = Kiln::Interface::instance();
-    const QString key = QStringLiteral("icon_ember_definition");
-    return host && id == Kiln::Project::FileID::Definition ? host->icon(key) : QIcon();
+    return id == Kiln::Project::FileID::Definition ? QIcon(QStringLiteral(":/ember/definition.svg"))
+                                                   : QIcon();
 }

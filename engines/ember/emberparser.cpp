@@ -84,8 +84,7 @@ CodeNode *LineParse::run()
     }
     if (!section) {
         m_paint.error(CodeParserSyntax::Default,
-                      translated("A line of code needs a section above it"),
-                      m_line.code);
+                      translated("A line of code needs a section above it"), m_line.code);
         return nullptr;
     }
     return parseEntry(section);
@@ -105,8 +104,8 @@ EmberGroup *LineParse::sectionAbove() const
 CodeNode *LineParse::parseHeader()
 {
     const EmberLanguage::Section section = EmberLanguage::sectionByWord(m_line.word);
-    const bool shown = section != EmberLanguage::Note && section != EmberLanguage::Unknown
-        && m_root->groupEnabled(section);
+    const bool shown = section != EmberLanguage::Note && section != EmberLanguage::Unknown &&
+                       m_root->groupEnabled(section);
     m_paint.header(m_line);
     reportHeader(section, shown);
     if (m_old && m_old->type() == CodeNode::Group) {
@@ -140,8 +139,7 @@ void LineParse::reportHeader(EmberLanguage::Section section, bool shown)
     // Subtype 0 is enabled wherever anything is.
     const bool elsewhere = section != Note && section != Sketch && !shown;
     if (elsewhere && m_root->groupEnabled(0)) {
-        m_paint.warning(token,
-                        translated("'%1' is not read in this kind of file").arg(m_line.word),
+        m_paint.warning(token, translated("'%1' is not read in this kind of file").arg(m_line.word),
                         m_line.code);
     }
 }
@@ -149,14 +147,11 @@ void LineParse::reportHeader(EmberLanguage::Section section, bool shown)
 CodeNode *LineParse::parseEntry(EmberGroup *section)
 {
     if (m_line.kind == EmberLine::Broken) {
-        m_paint.error(CodeParserSyntax::Invalid,
-                      translated("'key: value' expected"),
-                      m_line.code);
+        m_paint.error(CodeParserSyntax::Invalid, translated("'key: value' expected"), m_line.code);
         return nullptr;
     }
     if (!readKeys(section)) {
-        m_paint.error(CodeParserSyntax::Invalid,
-                      translated("These entries cannot share a value"),
+        m_paint.error(CodeParserSyntax::Invalid, translated("These entries cannot share a value"),
                       m_line.code);
         return nullptr;
     }
@@ -183,8 +178,8 @@ bool LineParse::readKeys(EmberGroup *section)
         m_entries.append(entry);
         m_names.append(entry ? QLatin1String(entry->name) : key);
         const EmberLanguage::Entry *first = m_entries.first();
-        const bool alike = entry && first && entry->type == first->type
-            && entry->words == first->words;
+        const bool alike =
+            entry && first && entry->type == first->type && entry->words == first->words;
         if (!alike && entry != first)
             return false;
     }
@@ -203,8 +198,7 @@ void LineParse::reportKey(EmberGroup *section, int place)
     } else if (key != m_names.at(place)) {
         m_paint.deprecation(
             CodeParserSyntax::Keyword,
-            translated("'%1' is an old spelling of '%2'").arg(key, m_names.at(place)),
-            range);
+            translated("'%1' is an old spelling of '%2'").arg(key, m_names.at(place)), range);
     } else {
         m_paint.token(CodeParserSyntax::Keyword, range);
     }

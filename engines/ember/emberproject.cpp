@@ -27,8 +27,8 @@ void eachFileEntry(const EmberDocument *definition, const FileEntry &use)
         for (const Kiln::ValueCode *value : group->values()) {
             const auto *entry = static_cast<const EmberValue *>(value);
             const QString path = entry->rawValue().toString();
-            const bool isRelative = !path.isEmpty() && QDir::isRelativePath(path)
-                && path.mid(1, 1) != QLatin1String(":");
+            const bool isRelative = !path.isEmpty() && QDir::isRelativePath(path) &&
+                                    path.mid(1, 1) != QLatin1String(":");
             if (entry->fileId() && isRelative)
                 use(entry);
         }
@@ -59,7 +59,7 @@ EmberProject *EmberProject::open(EmberParentProject &parent, const QString &file
     auto *definition = new EmberDocument(type);
     auto *project = new EmberProject(parent, definition);
     if (!definition->fromFile(parent.archive(), fileName, false)) {
-        project->Project::release();
+        project->release();
         return nullptr;
     }
     project->addToParent();
@@ -83,10 +83,15 @@ EmberProject::EmberProject(EmberParentProject &parent, EmberDocument *definition
     , m_missing(std::make_unique<Kiln::SimpleMessages>(definition))
 {
     messages()->registerMessages(m_missing.get());
-    connect(static_cast<QTextDocument *>(definition),
-            &QTextDocument::contentsChanged,
-            this,
+    connect(static_cast<QTextDocument *>(definition), &QTextDocument::contentsChanged, this,
             &EmberProject::checkFiles);
+    connect(this, &Project::fileAdded, this, [this](const Kiln::ProjectFile *file) {
+        const QList<Kiln::ProjectFile *> all = files();
+        auto *document = dynamic_cast<EmberDocument *>(
+            all.value(all.indexOf(const_cast<Kiln::ProjectFile *>(file))));
+        if (document)
+            document->followProject();
+    });
 }
 
 EmberProject::~EmberProject() = default;
@@ -115,7 +120,6 @@ EmberDocument *EmberProject::openFile(const QString &fileName)
     }
     addFile(document,
             type == EmberDocument::Commands ? FileID(FileID::Commands) : FileID(FileID::Code));
-    document->followProject();
     return document;
 }
 
@@ -197,8 +201,7 @@ void EmberProject::checkFiles()
     for (const QString &file : qAsConst(missing)) {
         m_missing->add(Kiln::Message::Warning,
                        tr("There is no file '%1'").arg(file.section(QLatin1Char(':'), 1)),
-                       file.section(QLatin1Char(':'), 0, 0).toUInt(),
-                       0);
+                       file.section(QLatin1Char(':'), 0, 0).toUInt(), 0);
     }
     m_missing->endChange();
 }

@@ -19,8 +19,8 @@ void load(const std::string &fileName)
     }
     int sections = 0;
     for (std::string line; std::getline(file, line);) {
-        if (line.find_first_not_of(" \t") != std::string::npos
-            && line[line.find_first_not_of(" \t")] == '@')
+        if (line.find_first_not_of(" \t") != std::string::npos &&
+            line[line.find_first_not_of(" \t")] == '@')
             ++sections;
     }
     std::cout << "loaded " << fileName << ", " << sections << " sections\n";
