@@ -48,9 +48,9 @@ constexpr Tables tables = makeTables();
 inline quint64 lookUp(quint64 word, int last)
 {
     const auto *table = &tables[last];
-    return table[7][word & 0xFF] ^ table[6][(word >> 8) & 0xFF] ^ table[5][(word >> 16) & 0xFF]
-           ^ table[4][(word >> 24) & 0xFF] ^ table[3][(word >> 32) & 0xFF]
-           ^ table[2][(word >> 40) & 0xFF] ^ table[1][(word >> 48) & 0xFF] ^ table[0][word >> 56];
+    return table[7][word & 0xFF] ^ table[6][(word >> 8) & 0xFF] ^ table[5][(word >> 16) & 0xFF] ^
+           table[4][(word >> 24) & 0xFF] ^ table[3][(word >> 32) & 0xFF] ^
+           table[2][(word >> 40) & 0xFF] ^ table[1][(word >> 48) & 0xFF] ^ table[0][word >> 56];
 }
 
 quint64 updateByTables(quint64 crc, const uchar *data, size_t length)
@@ -84,8 +84,8 @@ template<int bits>
 {
     constexpr quint64 lowFactor = powerOfX(bits + 63);
     constexpr quint64 highFactor = powerOfX(bits - 1);
-    const __m128i factors = _mm_set_epi64x(static_cast<long long>(highFactor),
-                                           static_cast<long long>(lowFactor));
+    const __m128i factors =
+        _mm_set_epi64x(static_cast<long long>(highFactor), static_cast<long long>(lowFactor));
     const __m128i low = _mm_clmulepi64_si128(value, factors, 0x00);
     const __m128i high = _mm_clmulepi64_si128(value, factors, 0x11);
     return _mm_xor_si128(_mm_xor_si128(low, high), next);

@@ -23,7 +23,7 @@ class DiskCache::StoreFile : private QTemporaryFile
 public:
     explicit StoreFile(int blockSize)
         : m_blockSize(qMax(blockSize, 1))
-        , m_block(new(std::nothrow) char[static_cast<size_t>(m_blockSize)])
+        , m_block(new (std::nothrow) char[static_cast<size_t>(m_blockSize)])
     {
         open(ReadWrite | Unbuffered);
     }
@@ -64,8 +64,8 @@ public:
 private:
     bool moveBlock(long long from, long long to, long long count)
     {
-        return seek(from) && read(m_block.get(), count) == count && seek(to)
-               && write(m_block.get(), count) == count;
+        return seek(from) && read(m_block.get(), count) == count && seek(to) &&
+               write(m_block.get(), count) == count;
     }
 
     // Writes the new bytes rather than only setting the size, which would promise room that the

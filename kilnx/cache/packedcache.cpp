@@ -54,8 +54,7 @@ StreamCache::Item *PackedCache::addItem(const QByteArray &data,
                                         void *const param,
                                         unsigned long long crc)
 {
-    Item *item =
-        add(pack(data, filter, param), filter, param, crcToStore(data, filter, crc));
+    Item *item = add(pack(data, filter, param), filter, param, crcToStore(data, filter, crc));
     item->size = data.size();
     append(item);
     return item;

@@ -24,8 +24,8 @@ bool sameBytes(const QByteArray &first, const QByteArray &second)
 StreamCache *defaultInstance()
 {
     const Interface *host = Interface::instance();
-    const int wanted =
-        host ? host->option(QStringLiteral("cache_type"), QVariant()).toInt() : StreamCache::Default;
+    const int wanted = host ? host->option(QStringLiteral("cache_type"), QVariant()).toInt()
+                            : StreamCache::Default;
     return StreamCache::instance(wanted > StreamCache::Memory ? StreamCache::Disk
                                                               : StreamCache::Memory);
 }

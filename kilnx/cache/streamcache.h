@@ -43,7 +43,9 @@ public:
     {
     public:
         Item(unsigned char filter, void *param, unsigned long long crc)
-            : filter(filter), param(param), m_crc(crc)
+            : filter(filter)
+            , param(param)
+            , m_crc(crc)
         {
         }
         virtual ~Item();
@@ -97,7 +99,8 @@ public:
     QList<Item *> items() const;
     /// Removes and deletes all items, the last first.
     void clear();
-    /// Removes the item from the list and deletes it. Null, and what is not in the list, is ignored.
+    /// Removes the item from the list and deletes it. Null, and what is not in the list, is
+    /// ignored.
     void removeItem(Item *item);
     /// The first item whose decoded bytes are `data`, without looking at `exclude`; null when there
     /// is none. Empty data is never found. Costs the logarithm of the number of items, and decodes

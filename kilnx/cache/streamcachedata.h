@@ -43,8 +43,10 @@ struct KILNX_EXPORT StreamCacheData {
     bool isEmpty() const;
     /// Replaces the item's bytes, or adds an item when there is none. `data` is in decoded form;
     /// `crc` is its checksum or 0.
-    void
-    fromData(const QByteArray &data, unsigned char filter, void *const param, unsigned long long crc);
+    void fromData(const QByteArray &data,
+                  unsigned char filter,
+                  void *const param,
+                  unsigned long long crc);
     /// The item's bytes in raw or in decoded form; empty without an item.
     QByteArray toData(bool raw) const;
     /// Whether the item decodes to `data`, whose checksum is `crc`. False without an item.

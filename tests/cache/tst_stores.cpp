@@ -1,0 +1,499 @@
+#include <kilnx/cache/crc64.h>
+#include <kilnx/cache/diskcache.h>
+#include <kilnx/cache/packedcache.h>
+#include <kilnx/cache/streamcachedata.h>
+#include <tests/support/testhost.h>
+
+#include <QtTest/QtTest>
+
+#include <memory>
+#include <random>
+
+#include <sys/resource.h>
+
+using namespace Kiln;
+
+namespace
+{
+
+unsigned long long crcOf(const QByteArray &data)
+{
+    return crc64(data.constData(), static_cast<unsigned int>(data.size()));
+}
+
+// Three toy coders. 1 turns the bytes over. 2 puts a running number in front, so that equal data
+// have different raw forms. 3 knows only data of an even size. All others are unknown.
+class Coder : public QObject
+{
+public:
+    explicit Coder(const StreamCache &cache)
+    {
+        connect(&cache, &StreamCache::readFilter, this, &Coder::decode);
+        connect(&cache, &StreamCache::writeFilter, this, &Coder::encode);
+    }
+
+    void encode(unsigned char filter, void *, const QByteArray &in, QByteArray &out)
+    {
+        if (filter == 1)
+            std::reverse_copy(in.begin(), in.end(), std::back_inserter(out));
+        else if (filter == 2)
+            out = char(++m_salt) + in;
+        else if (filter == 3 && in.size() % 2 == 0)
+            out = 'E' + in;
+    }
+
+    void decode(unsigned char filter, void *, const QByteArray &in, QByteArray &out)
+    {
+        ++decodings;
+        if (filter == 1)
+            std::reverse_copy(in.begin(), in.end(), std::back_inserter(out));
+        else if (filter == 2)
+            out = in.mid(1);
+        else if (filter == 3 && in.startsWith('E') && in.size() % 2 == 1)
+            out = in.mid(1);
+    }
+
+    int decodings = 0;
+
+private:
+    unsigned char m_salt = 0;
+};
+
+// What the plain map says of one item.
+struct Expected {
+    StreamCache::Item *item = nullptr;
+    unsigned char filter = 0;
+    QByteArray stored;
+    QByteArray decoded;
+};
+
+// Applies random operations to a store and to a list of plain records, and compares after each.
+class Run
+{
+public:
+    Run(StreamCache &cache, bool withCoder, unsigned int seed)
+        : m_cache(cache)
+        , m_random(seed)
+        , m_model(withCoder ? std::make_unique<Coder>(m_silent) : nullptr)
+        , m_coder(withCoder ? std::make_unique<Coder>(cache) : nullptr)
+    {
+    }
+
+    QString go(int operations)
+    {
+        for (int i = 0; i < operations && m_fault.isEmpty(); ++i) {
+            step();
+            checkSome();
+        }
+        for (const Expected &expected : m_items)
+            check(expected);
+        return m_fault;
+    }
+
+private:
+    int below(int limit) { return static_cast<int>(m_random() % static_cast<unsigned>(limit)); }
+    void require(bool condition, const char *what)
+    {
+        if (!condition && m_fault.isEmpty())
+            m_fault = QString::fromLatin1("%1, with %2 items")
+                          .arg(QLatin1String(what))
+                          .arg(m_items.size());
+    }
+
+    // Few different values of few sizes, so that equal items come up.
+    QByteArray randomData()
+    {
+        static const int sizes[] = {0, 1, 2, 3, 8, 9, 500, 501, 20000};
+        QByteArray data(sizes[below(9)], Qt::Uninitialized);
+        std::mt19937 content(static_cast<unsigned>(below(3)));
+        for (char &byte : data)
+            byte = static_cast<char>(content() % 7);
+        return data;
+    }
+
+    Expected expectedFor(const QByteArray &data, unsigned char filter)
+    {
+        Expected expected;
+        expected.filter = filter;
+        expected.stored = expected.decoded = data;
+        if (filter == 0 || !m_model)
+            return expected;
+        QByteArray out;
+        m_model->encode(filter, nullptr, data, out);
+        expected.stored = out.isEmpty() ? data : out;
+        expected.decoded.clear();
+        m_model->decode(filter, nullptr, expected.stored, expected.decoded);
+        if (expected.decoded.isEmpty())
+            expected.decoded = expected.stored;
+        return expected;
+    }
+
+    void step()
+    {
+        const QByteArray data = randomData();
+        const auto filter = static_cast<unsigned char>(below(5));
+        Expected expected = expectedFor(data, filter);
+        const unsigned long long crc = below(2) ? crcOf(expected.decoded) : 0;
+        const int kind = below(100);
+        if (kind < 40 || m_items.isEmpty()) {
+            expected.item = m_cache.addItem(data, filter, &m_items, crc);
+            m_items.append(expected);
+        } else if (kind < 65) {
+            Expected &old = m_items[below(m_items.size())];
+            m_cache.setItemData(old.item, data, filter, &m_items, crc);
+            expected.item = old.item;
+            old = expected;
+        } else if (kind < 85) {
+            m_cache.removeItem(m_items.takeAt(below(m_items.size())).item);
+        } else if (kind < 99) {
+            compareSearches(expected.decoded);
+        } else {
+            m_cache.clear();
+            m_items.clear();
+        }
+    }
+
+    // The linear scan is the contract of `find`.
+    void compareSearches(const QByteArray &data)
+    {
+        StreamCache::Item *exclude = below(2) ? m_items[below(m_items.size())].item : nullptr;
+        StreamCache::Item *first = nullptr;
+        for (int i = 0; i < m_items.size() && !first && !data.isEmpty(); ++i) {
+            if (m_items[i].item != exclude && m_items[i].decoded == data)
+                first = m_items[i].item;
+        }
+        require(m_cache.find(data, exclude) == first, "find");
+
+        const Expected &a = m_items[below(m_items.size())];
+        const Expected &b = m_items[below(m_items.size())];
+        require(m_cache.isEqual(a.item, data, crcOf(data)) ==
+                    (!data.isEmpty() && a.decoded == data),
+                "isEqual to data");
+        const bool raw = a.item->crc() && b.item->crc() && a.filter == b.filter;
+        const bool equal = raw ? rawForm(a) == rawForm(b) : a.decoded == b.decoded;
+        const bool sameCrc = crcOf(a.decoded) == crcOf(b.decoded);
+        require(m_cache.isEqual(a.item, b.item) == (sameCrc && !a.decoded.isEmpty() && equal),
+                "isEqual of items");
+    }
+
+    static QByteArray rawForm(const Expected &expected)
+    {
+        return expected.filter == 0 ? expected.decoded : expected.stored;
+    }
+
+    void checkSome()
+    {
+        QList<StreamCache::Item *> list;
+        for (const Expected &expected : qAsConst(m_items))
+            list.append(expected.item);
+        require(m_cache.items() == list, "order of the list");
+        if (!m_items.isEmpty())
+            check(m_items[below(m_items.size())]);
+        if (!m_items.isEmpty() && below(10) == 0)
+            check(m_items.last());
+    }
+
+    void check(const Expected &expected)
+    {
+        require(m_cache.itemData(expected.item) == expected.decoded, "itemData");
+        require(m_cache.itemRawData(expected.item) == rawForm(expected), "itemRawData");
+        require(expected.item->filter == expected.filter, "filter");
+        require(expected.item->param == &m_items, "param");
+        require((expected.item->storedSize() == 0) == expected.stored.isEmpty(), "storedSize");
+        const unsigned long long crc = expected.item->crc();
+        require(crc == 0 || crc == crcOf(expected.decoded), "checksum");
+    }
+
+    StreamCache &m_cache;
+    MemoryCache m_silent;
+    std::mt19937 m_random;
+    std::unique_ptr<Coder> m_model;
+    std::unique_ptr<Coder> m_coder;
+    QList<Expected> m_items;
+    QString m_fault;
+};
+
+std::unique_ptr<StreamCache> makeStore(const QByteArray &kind)
+{
+    if (kind == "memory")
+        return std::make_unique<MemoryCache>();
+    return std::make_unique<DiskCache>(kind.toInt());
+}
+
+// The plain handle: nothing beside the bytes.
+struct Handle : StreamCacheData {
+    using StreamCacheData::StreamCacheData;
+    StreamCacheData *copyTo(StreamCache *target) const override
+    {
+        auto *copy = new Handle(target);
+        copy->fromData(toData(false), filter(), nullptr, crc());
+        return copy;
+    }
+};
+
+// While it lives, no file of this process can grow above a size: the disk is full.
+class FullDisk
+{
+public:
+    explicit FullDisk(rlim_t size)
+    {
+        signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limit{size, m_before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FullDisk() { setrlimit(RLIMIT_FSIZE, &m_before); }
+
+private:
+    rlimit m_before;
+};
+
+qint64 residentBytes()
+{
+    QFile file(QStringLiteral("/proc/self/statm"));
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    return file.readAll().split(' ').value(1).toLongLong() * sysconf(_SC_PAGESIZE);
+}
+
+} // namespace
+
+class TestStores : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void followsAPlainMap_data();
+    void followsAPlainMap();
+    void factoryFollowsTheOption_data();
+    void factoryFollowsTheOption();
+    void findsTheFirstAndDecodesOnce();
+    void rawFormsDecideWhenChecksumsAreKnown();
+    void sizesOfAnItem();
+    void handleLivesAndDies();
+    void copiesShareOneItem();
+    void withoutATemporaryFile();
+    void fullDiskKeepsTheOtherItems();
+    void blockIsNotTouchedUnused();
+};
+
+void TestStores::followsAPlainMap_data()
+{
+    QTest::addColumn<QByteArray>("kind");
+    QTest::addColumn<bool>("withCoder");
+    const struct {
+        const char *name;
+        const char *kind;
+    } stores[] = {{"memory", "memory"},
+                  {"disk, block smaller than any item", "1"},
+                  {"disk, block of odd size", "333"},
+                  {"disk, block larger than the file", "33554432"}};
+    for (const auto &store : stores) {
+        QTest::addRow("%s, with coders", store.name) << QByteArray(store.kind) << true;
+        QTest::addRow("%s, without coders", store.name) << QByteArray(store.kind) << false;
+    }
+}
+
+void TestStores::followsAPlainMap()
+{
+    QFETCH(QByteArray, kind);
+    QFETCH(bool, withCoder);
+    // A block of one byte costs a million system calls for each run.
+    const unsigned int seeds = kind == "1" ? 2 : 40;
+    const int operations = kind == "1" ? 60 : 300;
+    for (unsigned int seed = 1; seed <= seeds; ++seed) {
+        const std::unique_ptr<StreamCache> cache = makeStore(kind);
+        const QString fault = Run(*cache, withCoder, seed).go(operations);
+        QVERIFY2(fault.isEmpty(), qPrintable(QStringLiteral("seed %1: %2").arg(seed).arg(fault)));
+    }
+}
+
+void TestStores::factoryFollowsTheOption_data()
+{
+    QTest::addColumn<int>("wanted");
+    QTest::addColumn<QVariant>("option");
+    QTest::addColumn<int>("made");
+    QTest::newRow("unset option") << 0 << QVariant() << 1;
+    QTest::newRow("option 0") << 0 << QVariant(0) << 1;
+    QTest::newRow("option 1") << 0 << QVariant(1) << 1;
+    QTest::newRow("option 2") << 0 << QVariant(2) << 2;
+    QTest::newRow("option 3 is still a disk") << 0 << QVariant(3) << 2;
+    QTest::newRow("memory, whatever the option") << 1 << QVariant(2) << 1;
+    QTest::newRow("disk") << 2 << QVariant(1) << 2;
+    QTest::newRow("file") << 3 << QVariant() << 3;
+    QTest::newRow("no such type") << 4 << QVariant() << -1;
+    QTest::newRow("negative type") << -1 << QVariant() << -1;
+}
+
+void TestStores::factoryFollowsTheOption()
+{
+    QFETCH(int, wanted);
+    QFETCH(QVariant, option);
+    QFETCH(int, made);
+    TestHost host;
+    host.options.insert(QStringLiteral("cache_type"), option);
+    StreamCache *cache = StreamCache::instance(static_cast<StreamCache::Type>(wanted));
+    QCOMPARE(cache ? int(cache->type()) : -1, made);
+    if (cache)
+        cache->release();
+}
+
+void TestStores::findsTheFirstAndDecodesOnce()
+{
+    MemoryCache cache;
+    Coder coder(cache);
+    QList<StreamCache::Item *> items;
+    for (int i = 0; i < 50; ++i)
+        items.append(cache.addItem("item " + QByteArray::number(i % 25), 1, nullptr, 0));
+    for (int i = 0; i < 25; ++i) {
+        const QByteArray data = "item " + QByteArray::number(i);
+        QCOMPARE(cache.find(data, nullptr), items[i]);
+        QCOMPARE(cache.find(data, items[i]), items[i + 25]);
+    }
+    // The second half is looked at because its first half is excluded. Each checksum costs one
+    // decoding, and each candidate of the right checksum at most one more.
+    QVERIFY2(coder.decodings <= 50 + 3 * 25, qPrintable(QString::number(coder.decodings)));
+    QCOMPARE(cache.find("item", nullptr), nullptr);
+
+    cache.addItem(QByteArray(), 0, nullptr, 0);
+    QCOMPARE(cache.find(QByteArray(), nullptr), nullptr);
+}
+
+void TestStores::rawFormsDecideWhenChecksumsAreKnown()
+{
+    MemoryCache cache;
+    Coder coder(cache);
+    const QByteArray data("the same");
+    const unsigned long long crc = crcOf(data);
+    StreamCache::Item *first = cache.addItem(data, 2, nullptr, crc);
+    StreamCache::Item *second = cache.addItem(data, 2, nullptr, crc);
+    StreamCache::Item *unknown = cache.addItem(data, 2, nullptr, 0);
+    StreamCache::Item *plain = cache.addItem(data, 0, nullptr, crc);
+    QVERIFY(!cache.isEqual(first, second));
+    QVERIFY(cache.isEqual(first, plain));
+    QVERIFY(cache.isEqual(first, unknown));
+    QVERIFY(!cache.isEqual(second, unknown)); // it is known by now
+    QVERIFY(cache.isEqual(first, first));
+    QVERIFY(!cache.isEqual(first, nullptr));
+}
+
+void TestStores::sizesOfAnItem()
+{
+    MemoryCache cache;
+    const QByteArray data(1000, 'x');
+    auto *item = static_cast<PackedCache::Item *>(cache.addItem(data, 0, nullptr, 0));
+    QCOMPARE(item->size, 1000);
+    QVERIFY(item->packedSize > 0 && item->packedSize < 100);
+    cache.setItemData(item, QByteArray(), 0, nullptr, 0);
+    QCOMPARE(item->size, 0);
+    QCOMPARE(item->packedSize, 0);
+    QCOMPARE(cache.itemData(item), QByteArray());
+}
+
+void TestStores::handleLivesAndDies()
+{
+    MemoryCache cache;
+    auto *handle = new Handle(&cache);
+    QVERIFY(handle->isEmpty());
+    QVERIFY(!handle->isEqualToData("data", crcOf("data")));
+    QCOMPARE(handle->toData(false), QByteArray());
+    QCOMPARE(handle->crc(), 0ull);
+
+    handle->fromData("data", 0, nullptr, 0);
+    QVERIFY(!handle->isEmpty());
+    QVERIFY(handle->isEqualToData("data", crcOf("data")));
+    handle->fromData("other", 7, nullptr, 0);
+    QCOMPARE(cache.items().size(), 1);
+    QCOMPARE(handle->filter(), static_cast<unsigned char>(7));
+    QCOMPARE(handle->fileName(), QString());
+
+    handle->reset();
+    QVERIFY(cache.items().isEmpty());
+    handle->fromData("again", 0, nullptr, 0);
+    QCOMPARE(handle->toData(true), QByteArray("again"));
+    handle->fromData(QByteArray(), 0, nullptr, 0);
+    QVERIFY(handle->isEmpty());
+
+    handle->addRef();
+    QCOMPARE(handle->refCount(), 2);
+    QCOMPARE(handle->release(), 1u);
+    QCOMPARE(cache.items().size(), 1);
+    QCOMPARE(handle->release(), 0u);
+    QVERIFY(cache.items().isEmpty());
+}
+
+void TestStores::copiesShareOneItem()
+{
+    MemoryCache cache;
+    {
+        Handle first(&cache);
+        first.fromData("shared", 0, nullptr, 0);
+        first.addRef();
+        Handle second(first);
+        QCOMPARE(second.refCount(), 2);
+        QCOMPARE(cache.items().size(), 1);
+        second.fromData("changed", 0, nullptr, 0);
+        QCOMPARE(first.toData(false), QByteArray("changed"));
+
+        const std::unique_ptr<StreamCacheData> own(first.copyTo(&cache));
+        QCOMPARE(cache.items().size(), 2);
+        QVERIFY(own->isEqualToData("changed", crcOf("changed")));
+    }
+    QVERIFY(cache.items().isEmpty());
+}
+
+void TestStores::withoutATemporaryFile()
+{
+    const QByteArray before = qgetenv("TMPDIR");
+    qputenv("TMPDIR", "/nonexistent/directory");
+    DiskCache cache;
+    qputenv("TMPDIR", before);
+    StreamCache::Item *item = cache.addItem("data", 0, nullptr, 0);
+    StreamCache::Item *next = cache.addItem("more data", 3, nullptr, 0);
+    cache.setItemData(item, QByteArray(1000, 'x'), 3, nullptr, 0);
+    QCOMPARE(cache.itemData(item), QByteArray());
+    QCOMPARE(cache.itemRawData(next), QByteArray());
+    QCOMPARE(cache.find("data", nullptr), nullptr);
+    cache.removeItem(item);
+    QCOMPARE(cache.items().size(), 1);
+}
+
+void TestStores::fullDiskKeepsTheOtherItems()
+{
+    DiskCache cache(100);
+    QList<StreamCache::Item *> items;
+    for (int i = 0; i < 4; ++i)
+        items.append(cache.addItem(QByteArray(1000, char('a' + i)), 9, nullptr, 0));
+    {
+        const FullDisk full(4500);
+        cache.setItemData(items[1], QByteArray(2000, 'B'), 9, nullptr, 0);
+        items.append(cache.addItem(QByteArray(1000, 'e'), 9, nullptr, 0));
+        cache.setItemData(items[3], QByteArray(3000, 'D'), 9, nullptr, 0);
+    }
+    const QByteArray kept[] = {QByteArray(1000, 'a'), "", QByteArray(1000, 'c'), "", ""};
+    for (int i = 0; i < 5; ++i)
+        QCOMPARE(cache.itemData(items[i]), kept[i]);
+
+    cache.setItemData(items[1], QByteArray(1500, 'B'), 9, nullptr, 0);
+    items.append(cache.addItem(QByteArray(10, 'f'), 9, nullptr, 0));
+    QCOMPARE(cache.itemData(items[0]), kept[0]);
+    QCOMPARE(cache.itemData(items[1]), QByteArray(1500, 'B'));
+    QCOMPARE(cache.itemData(items[2]), kept[2]);
+    QCOMPARE(cache.itemData(items[5]), QByteArray(10, 'f'));
+}
+
+void TestStores::blockIsNotTouchedUnused()
+{
+    const qint64 before = residentBytes();
+    QVERIFY(before > 0);
+    std::vector<std::unique_ptr<DiskCache>> caches;
+    for (int i = 0; i < 8; ++i) {
+        caches.push_back(std::make_unique<DiskCache>());
+        caches.back()->addItem(QByteArray(1000, 'x'), 0, nullptr, 0);
+    }
+    QVERIFY(residentBytes() - before < 4ll * DiskCache::defaultBlockSize);
+}
+
+QTEST_MAIN(TestStores)
+
+#include "tst_stores.moc"
