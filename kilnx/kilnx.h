@@ -3,6 +3,12 @@
 // Every public header of the library, room by room.
 
 #include <kilnx/export.h>
+#include <kilnx/cache/crc64.h>
+#include <kilnx/cache/diskcache.h>
+#include <kilnx/cache/filecache.h>
+#include <kilnx/cache/packedcache.h>
+#include <kilnx/cache/streamcache.h>
+#include <kilnx/cache/streamcachedata.h>
 #include <kilnx/editors/controls.h>
 #include <kilnx/editors/fieldguard.h>
 #include <kilnx/forms/itemsdialog.h>
@@ -18,6 +24,7 @@
 #include <kilnx/project/archive.h>
 #include <kilnx/project/editor.h>
 #include <kilnx/project/engine.h>
+#include <kilnx/project/extension.h>
 #include <kilnx/project/fileeditor.h>
 #include <kilnx/project/filewatch.h>
 #include <kilnx/project/interface.h>
@@ -30,3 +37,5 @@
 #include <kilnx/project/translator.h>
 #include <kilnx/project/treemodel.h>
 #include <kilnx/project/workspace.h>
+#include <kilnx/sound/soundsample.h>
+#include <kilnx/sound/wav.h>

@@ -9,7 +9,9 @@
 #include <memory>
 #include <random>
 
+#include <csignal>
 #include <sys/resource.h>
+#include <unistd.h>
 
 using namespace Kiln;
 
@@ -130,26 +132,33 @@ private:
 
     void step()
     {
+        const int kind = below(100);
+        if (kind < 65 || m_items.isEmpty()) {
+            store(kind < 40 || m_items.isEmpty());
+        } else if (kind < 85) {
+            m_cache.removeItem(m_items.takeAt(below(m_items.size())).item);
+        } else if (kind < 99) {
+            compareSearches(below(2) ? randomData() : m_items[below(m_items.size())].decoded);
+        } else {
+            m_cache.clear();
+            m_items.clear();
+        }
+    }
+
+    void store(bool asNew)
+    {
         const QByteArray data = randomData();
         const auto filter = static_cast<unsigned char>(below(5));
         Expected expected = expectedFor(data, filter);
         const unsigned long long crc = below(2) ? crcOf(expected.decoded) : 0;
-        const int kind = below(100);
-        if (kind < 40 || m_items.isEmpty()) {
+        if (asNew) {
             expected.item = m_cache.addItem(data, filter, &m_items, crc);
             m_items.append(expected);
-        } else if (kind < 65) {
+        } else {
             Expected &old = m_items[below(m_items.size())];
             m_cache.setItemData(old.item, data, filter, &m_items, crc);
             expected.item = old.item;
             old = expected;
-        } else if (kind < 85) {
-            m_cache.removeItem(m_items.takeAt(below(m_items.size())).item);
-        } else if (kind < 99) {
-            compareSearches(expected.decoded);
-        } else {
-            m_cache.clear();
-            m_items.clear();
         }
     }
 
@@ -445,7 +454,7 @@ void TestStores::copiesShareOneItem()
 void TestStores::withoutATemporaryFile()
 {
     const QByteArray before = qgetenv("TMPDIR");
-    qputenv("TMPDIR", "/nonexistent/directory");
+    qputenv("TMPDIR", "/proc");
     DiskCache cache;
     qputenv("TMPDIR", before);
     StreamCache::Item *item = cache.addItem("data", 0, nullptr, 0);
