@@ -11,6 +11,7 @@
 #include <kilnx/cache/streamcachedata.h>
 #include <kilnx/editors/controls.h>
 #include <kilnx/editors/fieldguard.h>
+#include <kilnx/editors/organizer.h>
 #include <kilnx/forms/itemsdialog.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/forms/rundlg.h>
@@ -28,6 +29,7 @@
 #include <kilnx/project/fileeditor.h>
 #include <kilnx/project/filewatch.h>
 #include <kilnx/project/interface.h>
+#include <kilnx/project/organizable.h>
 #include <kilnx/project/parentproject.h>
 #include <kilnx/project/paths.h>
 #include <kilnx/project/progress.h>

@@ -141,9 +141,9 @@ public:
     QMenu *menu;
 };
 
-/// A list or tree of the editor in a dock of the host; `slot` has the signature
-/// "1selectedItem(QModelIndex)". The editor sets the model on the view that Interface::control()
-/// gives.
+/// A list or tree of the editor in a dock or side panel of the host, a QListView or QTreeView;
+/// `slot` takes the QModelIndex that the user went to, as in "1selectedItem(QModelIndex)". The
+/// editor sets the model on the view that Interface::control() gives.
 class KILNX_EXPORT ListViewControl : public WidgetControl
 {
 public:
@@ -152,6 +152,10 @@ public:
     {
     }
     ~ListViewControl() override;
+
+    /// Called on a double click, as in "1itemDblClick(QModelIndex)". With it, the view is a
+    /// QListView.
+    const char *doubleClickSlot = nullptr;
 };
 
 /// What AnimationEditor keeps for a file; one for a file.

@@ -7,9 +7,10 @@ namespace Kiln
 
 static constexpr QMessageBox::StandardButtons yesNo = QMessageBox::Yes | QMessageBox::No;
 
-bool askQuestion(QWidget *parent, const QString &title, const QString &text)
+bool askQuestion(QWidget *parent, const QString &title, const QString &text, bool defaultsToYes)
 {
-    return QMessageBox::question(parent, title, text, yesNo, QMessageBox::No) == QMessageBox::Yes;
+    const auto preset = defaultsToYes ? QMessageBox::Yes : QMessageBox::No;
+    return QMessageBox::question(parent, title, text, yesNo, preset) == QMessageBox::Yes;
 }
 
 bool askWarning(QWidget *parent, const QString &title, const QString &text)

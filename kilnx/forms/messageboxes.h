@@ -12,8 +12,9 @@ namespace Kiln
 // Every message and question of the library goes through these functions. They are modal, and
 // return when the user has answered; closing a question counts as No.
 
-/// A question box with Yes and No, No as default; true only for Yes.
-KILNX_EXPORT bool askQuestion(QWidget *parent, const QString &title, const QString &text);
+/// A question box with Yes and No; true only for Yes. No is the default, unless `defaultsToYes`.
+KILNX_EXPORT bool
+askQuestion(QWidget *parent, const QString &title, const QString &text, bool defaultsToYes = false);
 /// The same as a warning box.
 KILNX_EXPORT bool askWarning(QWidget *parent, const QString &title, const QString &text);
 /// Boxes with one OK button.

@@ -75,7 +75,7 @@ public:
     /// Puts the items into the order that the list's own rule prefers.
     virtual void autoOrganize() = 0;
 
-signals:
+Q_SIGNALS:
     /// The list's file has come to differ from what is stored (true) or to equal it (false).
     void changed(bool modified);
 
