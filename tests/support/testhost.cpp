@@ -9,6 +9,7 @@
 #include <QComboBox>
 #include <QDoubleSpinBox>
 #include <QLabel>
+#include <QListView>
 #include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
@@ -61,8 +62,14 @@ struct Built {
 
 Built build(const Control &control)
 {
-    if (dynamic_cast<const ListViewControl *>(&control))
-        return {new QTreeView, SIGNAL(activated(QModelIndex)), nullptr};
+    if (const auto *list = dynamic_cast<const ListViewControl *>(&control)) {
+        if (!list->doubleClickSlot)
+            return {new QTreeView, SIGNAL(activated(QModelIndex)), nullptr};
+        auto *view = new QListView;
+        QObject::connect(view, SIGNAL(doubleClicked(QModelIndex)), list->receiver,
+                         list->doubleClickSlot);
+        return {view, SIGNAL(activated(QModelIndex)), nullptr};
+    }
     if (dynamic_cast<const ToolButtonControl *>(&control))
         return {new QToolButton, nullptr, nullptr};
     switch (control.kind) {

@@ -1,0 +1,560 @@
+#include <tests/support/testhost.h>
+
+#include <kilnx/editors/organizer.h>
+#include <kilnx/project/organizable.h>
+#include <kilnx/project/translator.h>
+
+#include <QAbstractItemModelTester>
+#include <QDrag>
+#include <QListView>
+#include <QMimeData>
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QtTest>
+
+using namespace Kiln;
+
+namespace
+{
+
+/// A list of words that announces its moves as a list should, and notes what it was asked.
+class WordList : public OrganizableObject
+{
+public:
+    explicit WordList(const QStringList &items)
+        : words(items)
+    {
+    }
+
+    int rowCount(const QModelIndex &parent = {}) const override
+    {
+        return parent.isValid() ? 0 : words.size();
+    }
+
+    QVariant data(const QModelIndex &index, int role) const override
+    {
+        return role == Qt::DisplayRole ? words.value(index.row()) : QVariant();
+    }
+
+    void move(unsigned int from, unsigned int to) override
+    {
+        log << QStringLiteral("%1>%2").arg(from).arg(to);
+        beginMoveRows({}, int(from), int(from), {}, int(to) + (from < to ? 1 : 0));
+        words.move(int(from), int(to));
+        endMoveRows();
+    }
+
+    void beginChange() override
+    {
+        ++open;
+        log << QStringLiteral("[");
+    }
+
+    void endChange() override
+    {
+        --open;
+        log << QStringLiteral("]");
+    }
+
+    void remove(unsigned int index) override
+    {
+        log << QStringLiteral("-%1").arg(index);
+        beginRemoveRows({}, int(index), int(index));
+        words.removeAt(int(index));
+        endRemoveRows();
+    }
+
+    void autoOrganize() override
+    {
+        log << QStringLiteral("auto");
+        beginResetModel();
+        words.sort();
+        endResetModel();
+    }
+
+    QStringList words;
+    QStringList log;
+    int open = 0;
+};
+
+QStringList letters(int count)
+{
+    QStringList words;
+    for (int i = 0; i < count; ++i)
+        words << QString(QChar('a' + i));
+    return words;
+}
+
+using Rows = QVector<int>;
+
+/// The host, the panel and a list of letters in it, shown in a real window.
+struct Panel {
+    explicit Panel(int count)
+        : list(letters(count))
+        , editor(new OrganizerEditor)
+    {
+        host.options.insert(QStringLiteral("show_organizer"), true);
+        view = qobject_cast<QListView *>(host.control(QStringLiteral("org_list")));
+        editor->setObject(&list);
+        editor->activate();
+        list.log.clear();
+    }
+
+    ~Panel()
+    {
+        editor->setObject(nullptr);
+        editor->release();
+    }
+
+    /// One row at a time, in this order, as with the control key held down.
+    void select(const Rows &rows)
+    {
+        view->selectionModel()->clear();
+        for (int row : rows)
+            view->selectionModel()->select(list.index(row), QItemSelectionModel::Select);
+    }
+
+    Rows selected() const
+    {
+        Rows rows;
+        for (const QModelIndex &index : view->selectionModel()->selectedRows())
+            rows << index.row();
+        std::sort(rows.begin(), rows.end());
+        return rows;
+    }
+
+    QString text() const { return list.words.join(QString()); }
+
+    TestHost host;
+    WordList list;
+    OrganizerEditor *editor;
+    QListView *view = nullptr;
+};
+
+QMimeData *dragOf(const OrganizableObject &list, const Rows &rows)
+{
+    QModelIndexList indexes;
+    for (int row : rows)
+        indexes << list.index(row);
+    return list.mimeData(indexes);
+}
+
+/// What a drop leaves, found without moving anything: the dragged rows as one block, last one
+/// first, in the gap that the drop names, but rows that are in their place already stay.
+QStringList afterDrop(QStringList words, Rows rows, int row)
+{
+    std::sort(rows.begin(), rows.end());
+    const int count = words.size();
+    // The gap is kept as the word that stands behind it, so that it needs no arithmetic.
+    QVector<QString> pending;
+    for (int r : rows)
+        pending << words.at(r);
+    int gap = qBound(0, row, count - 1);
+    while (!pending.isEmpty()) {
+        const QString word = pending.takeLast();
+        const int from = words.indexOf(word);
+        if (from == gap)
+            continue;
+        words.insert(gap, QStringLiteral("|"));
+        words.removeOne(word);
+        words.replace(words.indexOf(QStringLiteral("|")), word);
+        if (from > gap)
+            ++gap;
+    }
+    return words;
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(Rows)
+
+class OrganizerTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void flagsAndActions();
+    void drop_data();
+    void drop();
+    void refusedDrops();
+    void damagedDrops();
+    void randomDrops();
+    void controls();
+    void moves_data();
+    void moves();
+    void selectionOrderDoesNotMatter();
+    void randomMoves();
+    void auto_();
+    void deleteKey();
+    void shown();
+    void doubleClick();
+    void dragged();
+};
+
+void OrganizerTest::flagsAndActions()
+{
+    WordList list(letters(3));
+    WordList other(letters(3));
+    QCOMPARE(int(list.flags(list.index(2))), 0xA5);
+    QCOMPARE(int(list.flags(QModelIndex())), 8);
+    QCOMPARE(int(list.flags(other.index(1))), 8);
+    const QModelIndex gone = list.index(2);
+    list.remove(2);
+    QCOMPARE(int(list.flags(gone)), 8);
+    QCOMPARE(list.supportedDragActions(), Qt::DropActions(Qt::MoveAction));
+    QCOMPARE(list.supportedDropActions(), Qt::DropActions(Qt::MoveAction));
+}
+
+void OrganizerTest::drop_data()
+{
+    QTest::addColumn<Rows>("rows");
+    QTest::addColumn<int>("row");
+    QTest::addColumn<QString>("log");
+    QTest::addColumn<QString>("words");
+    QTest::newRow("one row down, past the gap that it leaves") << Rows{1} << 5 << "[ 1>4 ]"
+                                                               << "acdebfgh";
+    QTest::newRow("one row up") << Rows{5} << 2 << "[ 5>2 ]"
+                                << "abfcdegh";
+    QTest::newRow("below itself") << Rows{3} << 4 << "[ ]"
+                                  << "abcdefgh";
+    QTest::newRow("above itself") << Rows{3} << 3 << "[ ]"
+                                  << "abcdefgh";
+    QTest::newRow("-1 is the top") << Rows{4} << -1 << "[ 4>0 ]"
+                                   << "eabcdfgh";
+    QTest::newRow("past the end is the last row") << Rows{4} << 8 << "[ 4>6 ]"
+                                                  << "abcdfgeh";
+    QTest::newRow("several from above the gap") << Rows{0, 2} << 6 << "[ 2>5 0>5 ]"
+                                                << "bdefcagh";
+    QTest::newRow("several from below the gap") << Rows{4, 6} << 1 << "[ 6>1 5>2 ]"
+                                                << "agebcdfh";
+    QTest::newRow("both sides") << Rows{1, 2, 5, 7} << 4 << "[ 7>4 6>5 2>5 1>5 ]"
+                                << "adhfcbeg";
+    QTest::newRow("a row at the gap and one behind it") << Rows{4, 6} << 4 << "[ 6>4 ]"
+                                                        << "abcdgefh";
+    QTest::newRow("in any order of the data") << Rows{7, 1, 5, 2} << 4 << "[ 7>4 6>5 2>5 1>5 ]"
+                                              << "adhfcbeg";
+}
+
+void OrganizerTest::drop()
+{
+    QFETCH(Rows, rows);
+    QFETCH(int, row);
+    WordList list(letters(8));
+    QAbstractItemModelTester checker(&list, QAbstractItemModelTester::FailureReportingMode::QtTest);
+    const QScopedPointer<QMimeData> data(dragOf(list, rows));
+    QVERIFY(!list.dropMimeData(data.data(), Qt::MoveAction, row, 0, {}));
+    QTEST(list.log.join(' '), "log");
+    QTEST(list.words.join(QString()), "words");
+}
+
+void OrganizerTest::refusedDrops()
+{
+    WordList list(letters(4));
+    const QScopedPointer<QMimeData> data(dragOf(list, {2}));
+    QVERIFY(!list.dropMimeData(nullptr, Qt::MoveAction, 0, 0, {}));
+    QVERIFY(!list.dropMimeData(data.data(), Qt::CopyAction, 0, 0, {}));
+    QVERIFY(!list.dropMimeData(data.data(), Qt::IgnoreAction, 0, 0, {}));
+    QMimeData text;
+    text.setText(QStringLiteral("2"));
+    QVERIFY(!list.dropMimeData(&text, Qt::MoveAction, 0, 0, {}));
+    QVERIFY(list.log.isEmpty());
+
+    WordList empty({});
+    QVERIFY(!empty.dropMimeData(data.data(), Qt::MoveAction, 0, 0, {}));
+    QVERIFY(empty.log.isEmpty());
+}
+
+/// Every shortened form of a good drag, rows that the list doesn't have, and rows named twice.
+void OrganizerTest::damagedDrops()
+{
+    WordList source(letters(9));
+    const QScopedPointer<QMimeData> good(dragOf(source, {1, 3, 6}));
+    const QString format = source.mimeTypes().constFirst();
+    const QByteArray bytes = good->data(format);
+    for (int size = 0; size < bytes.size(); ++size) {
+        WordList list(letters(9));
+        QMimeData cut;
+        cut.setData(format, bytes.left(size));
+        list.dropMimeData(&cut, Qt::MoveAction, 0, 0, {});
+        QStringList sorted = list.words;
+        sorted.sort();
+        QCOMPARE(sorted, letters(9));
+        QCOMPARE(list.open, 0);
+    }
+
+    WordList small(letters(4));
+    QMimeData twice;
+    twice.setData(format, bytes + bytes);
+    small.dropMimeData(&twice, Qt::MoveAction, 0, 0, {});
+    QCOMPARE(small.log.join(' '), QStringLiteral("[ 3>0 2>1 ]"));
+}
+
+void OrganizerTest::randomDrops()
+{
+    QRandomGenerator random(20);
+    for (int round = 0; round < 3000; ++round) {
+        const int count = 1 + random.bounded(12);
+        WordList list(letters(count));
+        Rows rows;
+        for (int row = 0; row < count; ++row) {
+            if (random.bounded(3) == 0)
+                rows << row;
+        }
+        std::shuffle(rows.begin(), rows.end(), random);
+        const int row = random.bounded(-1, count + 2);
+        const QScopedPointer<QMimeData> data(dragOf(list, rows));
+        const QStringList expected = afterDrop(list.words, rows, row);
+        QVERIFY(!data || !list.dropMimeData(data.data(), Qt::MoveAction, row, 0, {}));
+        QCOMPARE(list.words, expected);
+        QCOMPARE(list.open, 0);
+    }
+}
+
+void OrganizerTest::controls()
+{
+    Panel panel(2);
+    QVERIFY(panel.view);
+    QCOMPARE(QString(panel.editor->name()), QStringLiteral("organizer"));
+    QCOMPARE(panel.editor->displayName(), QStringLiteral("Organizer"));
+    QCOMPARE(panel.view->accessibleName(), QStringLiteral("Organizer"));
+    QVERIFY(!panel.editor->isModified());
+    const QList<QPair<const char *, int>> keys{
+        {"org_up", 166},  {"org_down", 167},   {"org_up_10", 168}, {"org_down_10", 169},
+        {"org_top", 170}, {"org_bottom", 171}, {"org_auto", 172}};
+    QStringList declared = panel.host.log.filter(QStringLiteral("addAction"));
+    QStringList expected;
+    for (const auto &key : keys) {
+        expected << QStringLiteral("addAction ") + key.first;
+        QCOMPARE(panel.host.actions().at(key.first).textId, key.second);
+        QVERIFY(panel.host.action(key.first)->isEnabled());
+    }
+    QCOMPARE(declared, expected);
+    panel.editor->setObject(nullptr);
+    for (const auto &key : keys)
+        QVERIFY(!panel.host.action(key.first)->isEnabled());
+}
+
+void OrganizerTest::moves_data()
+{
+    QTest::addColumn<QString>("action");
+    QTest::addColumn<Rows>("rows");
+    QTest::addColumn<QString>("words");
+    QTest::addColumn<Rows>("selected");
+    QTest::newRow("up") << "org_up" << Rows{3} << "abdcefghijkl" << Rows{2};
+    QTest::newRow("up, at the top") << "org_up" << Rows{0, 4} << "abcdefghijkl" << Rows{0, 4};
+    QTest::newRow("up, apart") << "org_up" << Rows{2, 5} << "acfbdeghijkl" << Rows{1, 2};
+    QTest::newRow("down") << "org_down" << Rows{3} << "abcedfghijkl" << Rows{4};
+    QTest::newRow("down, at the end") << "org_down" << Rows{4, 11} << "abcdefghijkl" << Rows{4, 11};
+    QTest::newRow("down, apart") << "org_down" << Rows{2, 5} << "abdegcfhijkl" << Rows{5, 6};
+    QTest::newRow("up 10 from 4") << "org_up_10" << Rows{4} << "eabcdfghijkl" << Rows{0};
+    QTest::newRow("up 10 from 11") << "org_up_10" << Rows{11} << "albcdefghijk" << Rows{1};
+    QTest::newRow("down 10 from 1") << "org_down_10" << Rows{1} << "acdefghijklb" << Rows{11};
+    QTest::newRow("down 10 from 5") << "org_down_10" << Rows{5} << "abcdeghijklf" << Rows{11};
+    QTest::newRow("top") << "org_top" << Rows{5, 6} << "fgabcdehijkl" << Rows{0, 1};
+    QTest::newRow("bottom") << "org_bottom" << Rows{2, 3, 7} << "abefgijklcdh" << Rows{9, 10, 11};
+    QTest::newRow("nothing selected") << "org_bottom" << Rows{} << "abcdefghijkl" << Rows{};
+    QTest::newRow("all rows") << "org_top" << Rows{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}
+                              << "abcdefghijkl" << Rows{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
+}
+
+void OrganizerTest::moves()
+{
+    QFETCH(QString, action);
+    QFETCH(Rows, rows);
+    Panel panel(12);
+    QSignalSpy changed(panel.editor, &OrganizerEditor::changed);
+    panel.select(rows);
+    panel.host.action(action.toLatin1().constData())->trigger();
+    QTEST(panel.text(), "words");
+    QTEST(panel.selected(), "selected");
+    const bool bracketed = panel.list.log.value(0) == "[" && panel.list.log.last() == "]" &&
+                           panel.list.log.count("[") == 1;
+    QCOMPARE(bracketed, changed.count() == 1);
+    QCOMPARE(panel.list.log.isEmpty(), changed.isEmpty());
+}
+
+/// Rows that were picked from the bottom up move like rows picked from the top down.
+void OrganizerTest::selectionOrderDoesNotMatter()
+{
+    for (const char *action : {"org_up", "org_down", "org_top", "org_bottom"}) {
+        Panel downwards(10);
+        downwards.select({2, 3, 7});
+        downwards.host.action(action)->trigger();
+        const QString expected = downwards.text();
+        downwards.editor->setObject(nullptr);
+
+        Panel upwards(10);
+        upwards.select({7, 3, 2});
+        upwards.host.action(action)->trigger();
+        QCOMPARE(upwards.text(), expected);
+    }
+}
+
+/// Against a plain list: the selected words leave it and come back side by side.
+void OrganizerTest::randomMoves()
+{
+    QRandomGenerator random(7);
+    Panel panel(26);
+    for (int round = 0; round < 1500; ++round) {
+        Rows rows;
+        for (int row = 0; row < 26; ++row) {
+            if (random.bounded(5) == 0)
+                rows << row;
+        }
+        const int action = random.bounded(6);
+        QStringList expected = panel.list.words;
+        if (!rows.isEmpty()) {
+            QStringList taken;
+            for (int row : rows)
+                taken << expected.at(row);
+            const int upTarget[] = {rows.first() - 1, qMax(rows.first() - 10, 0), 0};
+            const int downTarget[] = {rows.last() + 1, qMin(rows.last() + 10, 25), 25};
+            const int first =
+                action < 3 ? upTarget[action] : downTarget[action - 3] - taken.size() + 1;
+            if (first >= 0 && first + taken.size() <= 26) {
+                for (const QString &word : taken)
+                    expected.removeOne(word);
+                for (int i = 0; i < taken.size(); ++i)
+                    expected.insert(first + i, taken.at(i));
+            }
+        }
+        panel.select(rows);
+        static const char *const actions[] = {"org_up",   "org_up_10",   "org_top",
+                                              "org_down", "org_down_10", "org_bottom"};
+        panel.host.action(actions[action])->trigger();
+        QCOMPARE(panel.list.words, expected);
+    }
+}
+
+void OrganizerTest::auto_()
+{
+    Panel panel(3);
+    panel.list.words = QStringList{"c", "a", "b"};
+    QSignalSpy changed(panel.editor, &OrganizerEditor::changed);
+    panel.host.action("org_auto")->trigger();
+    QCOMPARE(panel.text(), QStringLiteral("abc"));
+    QCOMPARE(changed.count(), 1);
+    panel.editor->setObject(nullptr);
+    panel.editor->moveAuto();
+    panel.editor->moveTop();
+    QCOMPARE(changed.count(), 1);
+}
+
+void OrganizerTest::deleteKey()
+{
+    Panel panel(6);
+    QSignalSpy changed(panel.editor, &OrganizerEditor::changed);
+    panel.select({4, 1, 2});
+    panel.host.dialogs().expectBox(QMessageBox::No);
+    QTest::keyClick(panel.view, Qt::Key_Delete);
+    QCOMPARE(panel.text(), QStringLiteral("abcdef"));
+    QCOMPARE(changed.count(), 0);
+    QCOMPARE(panel.host.dialogs().seen().size(), 1);
+    const DialogScript::Seen box = panel.host.dialogs().seen().constFirst();
+    QCOMPARE(box.title, QStringLiteral("Delete"));
+    QCOMPARE(box.text, QStringLiteral("Do you really want to delete the selected item(s)?"));
+    QCOMPARE(box.defaultButton, QMessageBox::Yes);
+
+    panel.host.dialogs().expectBox(QMessageBox::Yes);
+    QTest::keyClick(panel.view, Qt::Key_Delete);
+    QCOMPARE(panel.text(), QStringLiteral("adf"));
+    QCOMPARE(panel.list.log.join(' '), QStringLiteral("[ -4 -2 -1 ]"));
+    QCOMPARE(changed.count(), 1);
+
+    panel.view->selectionModel()->clear();
+    QTest::keyClick(panel.view, Qt::Key_Delete);
+    QCOMPARE(panel.host.dialogs().finish(), QString());
+}
+
+/// The panel is there only if option, object and rows say so, and never hides another one.
+void OrganizerTest::shown()
+{
+    Panel panel(1);
+    QCOMPARE(panel.host.shownExtraEditor, panel.editor);
+    panel.editor->setObject(nullptr);
+    QVERIFY(!panel.host.shownExtraEditor);
+
+    panel.host.options.insert(QStringLiteral("show_organizer"), false);
+    panel.editor->setObject(&panel.list);
+    QVERIFY(!panel.host.shownExtraEditor);
+    panel.host.options.insert(QStringLiteral("show_organizer"), true);
+    panel.editor->reconfig();
+    QCOMPARE(panel.host.shownExtraEditor, panel.editor);
+
+    panel.list.remove(0);
+    QVERIFY(!panel.host.shownExtraEditor);
+    QVERIFY(!panel.host.action("org_up")->isEnabled());
+    panel.editor->setObject(&panel.list);
+    QVERIFY(!panel.host.shownExtraEditor);
+
+    WordList other({});
+    OrganizerEditor *second = new OrganizerEditor;
+    panel.host.shownExtraEditor = second;
+    panel.editor->setObject(&other);
+    QCOMPARE(panel.host.shownExtraEditor, second);
+    second->release();
+    panel.host.shownExtraEditor = nullptr;
+    panel.editor->setObject(nullptr);
+}
+
+void OrganizerTest::doubleClick()
+{
+    Panel panel(5);
+    panel.host.mainWindow()->show();
+    panel.view->resize(200, 200);
+    panel.view->show();
+    panel.view->raise();
+    QVERIFY(QTest::qWaitForWindowExposed(panel.host.mainWindow()));
+    QSignalSpy clicked(panel.editor, &OrganizerEditor::itemClicked);
+    const QPoint place = panel.view->visualRect(panel.list.index(3)).center();
+    QTest::mouseClick(panel.view->viewport(), Qt::LeftButton, {}, place);
+    QTest::mouseDClick(panel.view->viewport(), Qt::LeftButton, {}, place);
+    QCOMPARE(clicked, QList<QVariantList>{{3}});
+    panel.editor->itemDblClick(QModelIndex());
+    QCOMPARE(clicked.count(), 1);
+}
+
+/// A drag with the mouse, through the view and the platform's own drag and drop.
+void OrganizerTest::dragged()
+{
+    Panel panel(6);
+    panel.host.mainWindow()->show();
+    panel.view->setGeometry(0, 0, 200, 300);
+    panel.view->show();
+    panel.view->raise();
+    QVERIFY(QTest::qWaitForWindowExposed(panel.host.mainWindow()));
+    QCOMPARE(panel.view->dragDropMode(), QAbstractItemView::InternalMove);
+    QCOMPARE(panel.view->defaultDropAction(), Qt::MoveAction);
+    QVERIFY(!panel.view->dragDropOverwriteMode());
+
+    QWidget *viewport = panel.view->viewport();
+    const QRect second = panel.view->visualRect(panel.list.index(1));
+    const QPoint gap(second.center().x(), second.top());
+    const QPoint start = panel.view->visualRect(panel.list.index(4)).center();
+    const auto send = [viewport](QEvent::Type type, const QPoint &at, Qt::MouseButton button) {
+        const bool up = type == QEvent::MouseButtonRelease;
+        QMouseEvent event(type, at, viewport->mapToGlobal(at), button,
+                          up ? Qt::NoButton : Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(viewport, &event);
+    };
+    send(QEvent::MouseButtonPress, start, Qt::LeftButton);
+    send(QEvent::MouseMove, start - QPoint(0, QApplication::startDragDistance() + 1), Qt::NoButton);
+    // The drag has an event loop of its own; what ends it must be under way before.
+    int step = 0;
+    QTimer hand;
+    connect(&hand, &QTimer::timeout, this, [&] {
+        ++step;
+        send(step < 5 ? QEvent::MouseMove : QEvent::MouseButtonRelease, gap - QPoint(step % 2, 0),
+             step < 5 ? Qt::NoButton : Qt::LeftButton);
+        if (step == 5)
+            hand.stop();
+    });
+    hand.start(20);
+    send(QEvent::MouseMove, start - QPoint(0, 2 * QApplication::startDragDistance()), Qt::NoButton);
+    QTRY_COMPARE(panel.text(), QStringLiteral("aebcdf"));
+    QCOMPARE(panel.list.log.join(' '), QStringLiteral("[ 4>1 ]"));
+    QCOMPARE(panel.selected(), Rows{1});
+}
+
+QTEST_MAIN(OrganizerTest)
+#include "tst_organizer.moc"
