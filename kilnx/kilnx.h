@@ -3,6 +3,7 @@
 // Every public header of the library, room by room.
 
 #include <kilnx/export.h>
+#include <kilnx/cache/cachedprojectfile.h>
 #include <kilnx/cache/crc64.h>
 #include <kilnx/cache/diskcache.h>
 #include <kilnx/cache/filecache.h>
@@ -40,4 +41,5 @@
 #include <kilnx/project/treemodel.h>
 #include <kilnx/project/workspace.h>
 #include <kilnx/sound/soundsample.h>
+#include <kilnx/sound/sounds.h>
 #include <kilnx/sound/wav.h>
