@@ -1,0 +1,256 @@
+#include "plugins/diary.h"
+
+#include <kilnx/project/extension.h>
+#include <kilnx/sound/wav.h>
+
+#include <QtTest/QtTest>
+
+#include <functional>
+#include <memory>
+
+using namespace Kiln;
+
+namespace
+{
+
+// A reader whose answer and trace the test sets.
+class ScriptedReader : public SoundReader
+{
+public:
+    ScriptedReader(QByteArray format, QByteArray data, bool result)
+        : m_format(std::move(format))
+        , m_data(std::move(data))
+        , m_result(result)
+    {
+    }
+    ~ScriptedReader() override
+    {
+        tellDiary(QStringLiteral("end of ") + QString::fromLatin1(m_data));
+    }
+    const char *format() override { return m_format.constData(); }
+    bool read(QIODevice *, SoundSample &sample) override
+    {
+        tellDiary(QStringLiteral("asked ") + QString::fromLatin1(m_data));
+        sample.data = m_data;
+        return m_result;
+    }
+
+private:
+    QByteArray m_format;
+    QByteArray m_data;
+    bool m_result;
+};
+
+// An extension that claims any list.
+class MisplacedExtension : public Extension
+{
+public:
+    explicit MisplacedExtension(int type)
+        : m_type(static_cast<Type>(type))
+    {
+    }
+    ~MisplacedExtension() override { tellDiary(QStringLiteral("end of %1").arg(m_type)); }
+    Type type() override { return m_type; }
+    const char *format() override { return "any"; }
+
+private:
+    Type m_type;
+};
+
+QStringList lines(std::initializer_list<const char *> texts)
+{
+    QStringList list;
+    for (const char *text : texts)
+        list.append(QLatin1String(text));
+    return list;
+}
+
+int extensionCount()
+{
+    int count = 0;
+    for (int type = 0; type < Extension::TypeCount; ++type)
+        count += ExtensionManager::list(static_cast<Extension::Type>(type)).size();
+    return count;
+}
+
+} // namespace
+
+class TestExtension : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void loadsRealPlugins();
+    void whatIsNoPluginIsPassedOver();
+    void throwingRegistrationKeepsWhatItAdded();
+    void triedInOrderOfRegistration();
+    void builtInFormatComesFirst();
+    void resultOfLoadIsTheData();
+    void listsAreKeptByType();
+    void endsListByListFromTheBack();
+
+private:
+    void put(const char *library, const QString &name)
+    {
+        QVERIFY(QFile::copy(QString::fromLocal8Bit(library), m_directory->filePath(name)));
+    }
+    void makeManager() { m_manager = std::make_unique<ExtensionManager>(m_directory->path()); }
+
+    std::unique_ptr<QTemporaryDir> m_directory;
+    std::unique_ptr<ExtensionManager> m_manager;
+};
+
+void TestExtension::init()
+{
+    m_directory = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_directory->isValid());
+    takeDiary();
+}
+
+void TestExtension::cleanup()
+{
+    m_manager.reset();
+    QCOMPARE(extensionCount(), 0);
+}
+
+void TestExtension::loadsRealPlugins()
+{
+    put(TONES_PLUGIN, QStringLiteral("tones.so"));
+    makeManager();
+    QCOMPARE(takeDiary(), lines({"tones registers"}));
+    QCOMPARE(ExtensionManager::list(Extension::SoundReaders).size(), 2);
+    QCOMPARE(ExtensionManager::list(Extension::SoundWriters).size(), 1);
+    QCOMPARE(ExtensionManager::list(Extension::PaletteReaders).size(), 1);
+
+    QBuffer buffer;
+    QVERIFY(buffer.open(QIODevice::ReadWrite));
+    SoundSample sample;
+    sample.data = "tone data";
+    QVERIFY(saveSound(&buffer, "tone", sample));
+    QVERIFY(!saveSound(&buffer, "TONE", sample));
+    buffer.seek(0);
+    SoundSample loaded;
+    QVERIFY(loadSound(&buffer, "tone", loaded));
+    QCOMPARE(loaded.data, sample.data);
+    QCOMPARE(takeDiary(), lines({"refused", "read"}));
+
+    m_manager.reset();
+    QCOMPARE(takeDiary(), lines({"end of the palette reader", "end of the tone reader",
+                                 "end of the refusing reader", "end of the tone writer"}));
+
+    // The code may still be in memory: a second manager registers anew.
+    makeManager();
+    QCOMPARE(ExtensionManager::list(Extension::SoundReaders).size(), 2);
+}
+
+void TestExtension::whatIsNoPluginIsPassedOver()
+{
+    put(NOSYMBOL_PLUGIN, QStringLiteral("nosymbol.so"));
+    put(TONES_PLUGIN, QStringLiteral("libtones.so"));
+    const QHash<QString, QByteArray> files{{QStringLiteral("notes.txt"), "text"},
+                                           {QStringLiteral("broken.so"), "\x7f"
+                                                                         "ELF and no more"},
+                                           {QStringLiteral("empty.so"), ""},
+                                           // Asked for this one, the loader finds libtones.so.
+                                           {QStringLiteral("tones"), "text"}};
+    for (auto file = files.begin(); file != files.end(); ++file) {
+        QFile out(m_directory->filePath(file.key()));
+        QVERIFY(out.open(QIODevice::WriteOnly));
+        out.write(file.value());
+    }
+    QVERIFY(QDir(m_directory->path()).mkdir(QStringLiteral("folder.so")));
+    makeManager();
+    QCOMPARE(takeDiary(), lines({"tones registers"}));
+
+    const ExtensionManager none(m_directory->filePath(QStringLiteral("missing")));
+    QCOMPARE(takeDiary(), QStringList());
+}
+
+void TestExtension::throwingRegistrationKeepsWhatItAdded()
+{
+    put(THROWING_PLUGIN, QStringLiteral("1.so"));
+    put(TONES_PLUGIN, QStringLiteral("2.so"));
+    makeManager();
+    QCOMPARE(takeDiary(), lines({"throwing registers", "tones registers"}));
+    const QList<Extension *> readers = ExtensionManager::list(Extension::SoundReaders);
+    QCOMPARE(readers.size(), 3);
+    QCOMPARE(readers.first()->format(), "late");
+    QCOMPARE(readers.first()->displayName(), QString());
+}
+
+void TestExtension::triedInOrderOfRegistration()
+{
+    makeManager();
+    ExtensionManager::add(new ScriptedReader("snd", "first", false));
+    ExtensionManager::add(new ScriptedReader("SND", "other format", true));
+    ExtensionManager::add(new ScriptedReader("snd", "second", true));
+    ExtensionManager::add(new ScriptedReader("snd", "third", true));
+    QBuffer buffer;
+    QVERIFY(buffer.open(QIODevice::ReadOnly));
+    SoundSample sample;
+    QVERIFY(loadSound(&buffer, "snd", sample));
+    QCOMPARE(sample.data, QByteArray("second"));
+    QCOMPARE(takeDiary(), lines({"asked first", "asked second"}));
+    QVERIFY(!loadSound(&buffer, "flac", sample = SoundSample()));
+    QVERIFY(!loadSound(&buffer, nullptr, sample));
+    QCOMPARE(takeDiary(), QStringList());
+}
+
+void TestExtension::builtInFormatComesFirst()
+{
+    makeManager();
+    ExtensionManager::add(new ScriptedReader("wav", "mine", true));
+    QBuffer buffer;
+    QVERIFY(buffer.open(QIODevice::ReadOnly));
+    SoundSample sample;
+    QVERIFY(!loadSound(&buffer, "wav", sample));
+    QCOMPARE(takeDiary(), QStringList());
+}
+
+void TestExtension::resultOfLoadIsTheData()
+{
+    makeManager();
+    ExtensionManager::add(new ScriptedReader("liar", "", true));
+    ExtensionManager::add(new ScriptedReader("modest", "data", false));
+    QBuffer buffer;
+    QVERIFY(buffer.open(QIODevice::ReadOnly));
+    SoundSample sample;
+    QVERIFY(!loadSound(&buffer, "liar", sample));
+    QVERIFY(loadSound(&buffer, "modest", sample));
+}
+
+void TestExtension::listsAreKeptByType()
+{
+    makeManager();
+    for (const int type : {0, 15, 16, -1, 1000})
+        ExtensionManager::add(new MisplacedExtension(type));
+    ExtensionManager::add(nullptr);
+    QCOMPARE(takeDiary(), lines({"end of 16", "end of -1", "end of 1000"}));
+    QCOMPARE(extensionCount(), 2);
+    QCOMPARE(ExtensionManager::list(static_cast<Extension::Type>(16)).size(), 0);
+    QCOMPARE(ExtensionManager::list(static_cast<Extension::Type>(-1)).size(), 0);
+
+    // It says that it is a reader, and is none.
+    ExtensionManager::add(new MisplacedExtension(Extension::SoundReaders));
+    QBuffer buffer;
+    QVERIFY(buffer.open(QIODevice::ReadOnly));
+    SoundSample sample;
+    QVERIFY(!loadSound(&buffer, "any", sample));
+}
+
+void TestExtension::endsListByListFromTheBack()
+{
+    makeManager();
+    ExtensionManager::add(new MisplacedExtension(9));
+    ExtensionManager::add(new ScriptedReader("snd", "sound 1", true));
+    ExtensionManager::add(new MisplacedExtension(0));
+    ExtensionManager::add(new ScriptedReader("snd", "sound 2", true));
+    m_manager.reset();
+    QCOMPARE(takeDiary(), lines({"end of 0", "end of sound 2", "end of sound 1", "end of 9"}));
+}
+
+QTEST_GUILESS_MAIN(TestExtension)
+
+#include "tst_extension.moc"
