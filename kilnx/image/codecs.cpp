@@ -1,0 +1,235 @@
+#include <kilnx/image/codecs.h>
+
+#include <kilnx/image/bytestream_p.h>
+#include <kilnx/image/codecs_p.h>
+#include <kilnx/image/gif.h>
+#include <kilnx/project/extension.h>
+
+#include <QtCore/QtEndian>
+#include <QtGui/QImageReader>
+
+#include <algorithm>
+#include <cstring>
+
+namespace Kiln
+{
+
+namespace
+{
+
+/// The most pixels that a byte of a compressed PNG or BMP stands for.
+constexpr int MaxGrowth = 4096;
+
+bool isWord(const char *format, const char *word)
+{
+    return qstrcmp(format, word) == 0;
+}
+
+/// Sets the bytes behind the pixels of each row to 0, so that rows can be compared whole.
+void clearPadding(QImage &image)
+{
+    const qint64 used = qint64(image.width()) * image.depth() / 8;
+    if (image.isNull() || used >= image.bytesPerLine())
+        return;
+    for (int y = 0; y < image.height(); ++y) {
+        uchar *row = image.scanLine(y);
+        std::fill(row + used, row + image.bytesPerLine(), uchar(0));
+    }
+}
+
+/// Makes a colour table that some pixel points past 256 entries long, opaque black at its end:
+/// Qt reads the table without looking at its length.
+void coverAllIndexes(QImage &image)
+{
+    if (image.format() != QImage::Format_Indexed8 || image.colorCount() == 0)
+        return;
+    int most = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        const uchar *row = image.constScanLine(y);
+        most = std::max<int>(most, *std::max_element(row, row + image.width()));
+    }
+    if (most < image.colorCount())
+        return;
+    QVector<QRgb> table = image.colorTable();
+    const int known = table.size();
+    table.resize(256);
+    std::fill(table.begin() + known, table.end(), 0xFF000000);
+    image.setColorTable(table);
+}
+
+void readWithQt(QIODevice *device, const char *format, QImage &image)
+{
+    QImageReader reader(device, format);
+    const QSize size = reader.size();
+    if (size.isValid() &&
+        !pictureFits(qint64(4) * size.width() * size.height(), device, MaxGrowth)) {
+        image = QImage();
+        return;
+    }
+    image = reader.read();
+    clearPadding(image);
+    coverAllIndexes(image);
+}
+
+void readGif(QIODevice *device, QImage &image)
+{
+    GIFImage gif;
+    if (!gif.load(device) || gif.images().isEmpty())
+        return;
+    const GIFImage::SubImage &first = gif.images().constFirst();
+    const QVector<RGB> colors = first.colorMap.isEmpty() ? gif.globalColorMap() : first.colorMap;
+    QVector<QRgb> table;
+    table.reserve(colors.size());
+    for (RGB color : colors)
+        table.append(qRgb(color.r, color.g, color.b));
+    if (first.transparent >= 0 && first.transparent < table.size())
+        table[first.transparent] &= 0x00FFFFFF;
+    image = first.image;
+    image.setColorTable(table);
+    coverAllIndexes(image);
+}
+
+bool writeGif(QIODevice *device, const QImage &image)
+{
+    GIFImage gif;
+    gif.setWidth(image.width());
+    gif.setHeight(image.height());
+    GIFImage::SubImage picture;
+    const QVector<QRgb> table = image.colorTable();
+    for (int i = 0; i < table.size(); ++i) {
+        const RGBA color = fromQRgb(table[i]);
+        gif.globalColorMap().append({color.r, color.g, color.b});
+        if (color.a == 0 && picture.transparent < 0)
+            picture.transparent = static_cast<short>(i);
+    }
+    picture.image = image;
+    gif.images().append(picture);
+    return gif.save(device);
+}
+
+/// Asks one extension after the other, each from the same place of the device.
+void readWithExtensions(QIODevice *device, const char *format, QImage &image)
+{
+    const qint64 start = device->pos();
+    ExtensionManager::convert<ImageReader>(format, [&](ImageReader &reader) {
+        if (!device->isSequential())
+            device->seek(start);
+        return reader.read(device, image);
+    });
+}
+
+unsigned short shortSize(qint64 value)
+{
+    return static_cast<unsigned short>(std::abs(value));
+}
+
+void readBmpInfo(QIODevice *device, ImageInfo &info)
+{
+    uchar bytes[54];
+    if (!readFully(device, bytes, sizeof bytes))
+        return;
+    info.width = shortSize(qFromLittleEndian<qint32>(bytes + 18));
+    info.height = shortSize(qFromLittleEndian<qint32>(bytes + 22));
+    info.format = formatOfDepth(qFromLittleEndian<quint16>(bytes + 28));
+}
+
+void readPngInfo(QIODevice *device, ImageInfo &info)
+{
+    uchar bytes[26];
+    if (!readFully(device, bytes, sizeof bytes) ||
+        std::memcmp(bytes, "\x89PNG\r\n\x1a\n", 8) != 0 || std::memcmp(bytes + 12, "IHDR", 4) != 0)
+        return;
+    info.width = static_cast<unsigned short>(qFromBigEndian<quint32>(bytes + 16));
+    info.height = static_cast<unsigned short>(qFromBigEndian<quint32>(bytes + 20));
+    const uchar colorType = bytes[25];
+    if (colorType == 2)
+        info.format = QImage::Format_RGB32;
+    else if (colorType == 6)
+        info.format = QImage::Format_ARGB32;
+}
+
+void readPcxInfo(QIODevice *device, ImageInfo &info)
+{
+    uchar bytes[PcxHeader::Size];
+    if (!readFully(device, bytes, sizeof bytes))
+        return;
+    const PcxHeader header = PcxHeader::fromBytes(bytes);
+    info.width = static_cast<unsigned short>(header.width());
+    info.height = static_cast<unsigned short>(header.height());
+    info.format = header.format();
+}
+
+void readGifInfo(QIODevice *device, ImageInfo &info)
+{
+    uchar bytes[13];
+    if (!readFully(device, bytes, sizeof bytes) || std::memcmp(bytes, "GIF8", 4) != 0)
+        return;
+    info.width = qFromLittleEndian<quint16>(bytes + 6);
+    info.height = qFromLittleEndian<quint16>(bytes + 8);
+    // Only tables of 32 and 256 colours are ours.
+    const int tableSize = bytes[10] & 7;
+    if (tableSize != 4 && tableSize != 7)
+        info.format = QImage::Format_Invalid;
+}
+
+} // namespace
+
+bool loadImage(QIODevice *device, const char *format, QImage &image)
+{
+    if (!device || !device->isReadable())
+        return false;
+    if (isWord(format, "PNG") || isWord(format, "BMP"))
+        readWithQt(device, format, image);
+    else if (isWord(format, "GIF"))
+        readGif(device, image);
+    else if (isWord(format, "PCX"))
+        loadPCX(image, device);
+    else
+        readWithExtensions(device, format, image);
+    return !image.isNull();
+}
+
+bool saveImage(QIODevice *device, const char *format, const QImage &image)
+{
+    if (image.isNull() || !device || !device->isWritable())
+        return false;
+    if (isWord(format, "PNG") || isWord(format, "BMP"))
+        return image.save(device, format, -1);
+    if (isWord(format, "GIF"))
+        return writeGif(device, image);
+    if (isWord(format, "PCX"))
+        return savePCX(image, device);
+    return ExtensionManager::convert<ImageWriter>(
+        format, [&](ImageWriter &writer) { return writer.write(image, device); });
+}
+
+ImageInfo imageInfoFromFile(QIODevice *device, const char *format)
+{
+    ImageInfo info;
+    if (!device || !device->isReadable())
+        return info;
+    if (isWord(format, "BMP"))
+        readBmpInfo(device, info);
+    else if (isWord(format, "PNG"))
+        readPngInfo(device, info);
+    else if (isWord(format, "PCX"))
+        readPcxInfo(device, info);
+    else if (isWord(format, "GIF"))
+        readGifInfo(device, info);
+    return info;
+}
+
+bool loadPNG(QImage &image, QIODevice *device)
+{
+    if (!openForReading(device))
+        return false;
+    readWithQt(device, "PNG", image);
+    return true;
+}
+
+bool savePNG(const QImage &image, QIODevice *device)
+{
+    return openForWriting(device) && image.save(device, "PNG", -1);
+}
+
+} // namespace Kiln

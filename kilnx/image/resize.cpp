@@ -1,0 +1,375 @@
+#include <kilnx/image/imageops.h>
+
+#include <kilnx/image/colormatch_p.h>
+#include <kilnx/image/hqx_p.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+namespace Kiln
+{
+
+namespace
+{
+
+/// An empty picture: what a filter does not write is 0.
+QImage blank(QSize size, QImage::Format format)
+{
+    QImage image(size, format);
+    if (!image.isNull())
+        std::memset(image.bits(), 0, static_cast<size_t>(image.sizeInBytes()));
+    return image;
+}
+
+/// Bytes that the nearest-neighbour filter takes for a pixel and its column; 0 for a format that
+/// it does not know. RGB32 is packed.
+int nearestPixelSize(QImage::Format format)
+{
+    switch (format) {
+    case QImage::Format_Indexed8:
+        return 1;
+    case QImage::Format_RGB32:
+        return 3;
+    case QImage::Format_ARGB32:
+        return 4;
+    default:
+        return 0;
+    }
+}
+
+/// The source position of each target position, in steps of 1/65536.
+std::vector<int> nearestPositions(int sourceSize, int targetSize)
+{
+    const qint64 step = (qint64(sourceSize) << 16) / targetSize + 1;
+    std::vector<int> positions(static_cast<size_t>(targetSize));
+    for (int i = 0; i < targetSize; ++i)
+        positions[static_cast<size_t>(i)] =
+            static_cast<int>(std::min<qint64>(i * step >> 16, sourceSize - 1));
+    return positions;
+}
+
+template<int Size>
+void copyPixels(const uchar *source, uchar *target, const std::vector<int> &columns)
+{
+    for (int column : columns) {
+        std::memcpy(target, source + qptrdiff(column) * Size, Size);
+        target += Size;
+    }
+}
+
+QImage resizeNearest(const QImage &image, QSize size)
+{
+    QImage result = blank(size, image.format());
+    if (result.isNull())
+        return result;
+    const std::vector<int> columns = nearestPositions(image.width(), size.width());
+    const std::vector<int> rows = nearestPositions(image.height(), size.height());
+    const int pixelSize = nearestPixelSize(image.format());
+    for (int y = 0; y < size.height(); ++y) {
+        const int row = rows[static_cast<size_t>(y)];
+        uchar *target = result.scanLine(y);
+        if (y > 0 && row == rows[static_cast<size_t>(y) - 1]) {
+            std::memcpy(target, result.constScanLine(y - 1),
+                        static_cast<size_t>(result.bytesPerLine()));
+            continue;
+        }
+        const uchar *source = image.constScanLine(row);
+        if (pixelSize == 1)
+            copyPixels<1>(source, target, columns);
+        else if (pixelSize == 3)
+            copyPixels<3>(source, target, columns);
+        else if (pixelSize == 4)
+            copyPixels<4>(source, target, columns);
+    }
+    return result;
+}
+
+/// Where a target position lies between two source positions.
+struct Blend {
+    int first;
+    int second;
+    double fraction;
+};
+
+std::vector<Blend> blends(int sourceSize, int targetSize)
+{
+    const double ratio = static_cast<double>(sourceSize) / targetSize;
+    std::vector<Blend> result(static_cast<size_t>(targetSize));
+    for (int i = 0; i < targetSize; ++i) {
+        const double position = i * ratio;
+        const int first = std::min(static_cast<int>(std::floor(position)), sourceSize - 1);
+        const int second = first + 1 < sourceSize ? first + 1 : first;
+        result[static_cast<size_t>(i)] = {first, second, position - first};
+    }
+    return result;
+}
+
+/// Scales between neighbours. Each source row is stretched once and kept for as long as target
+/// rows lie beside it.
+class BilinearScaler
+{
+public:
+    BilinearScaler(const QImage &image, QSize size, const RGBA *palette)
+        : m_image(image)
+        , m_columns(blends(image.width(), size.width()))
+        , m_rowBytes(static_cast<size_t>(size.width()) * sizeof(QRgb))
+    {
+        if (image.format() == QImage::Format_Indexed8) {
+            m_source.resize(static_cast<size_t>(image.width()));
+            std::transform(palette, palette + 256, m_colors, toQRgb);
+        }
+        for (Stretched &row : m_rows)
+            row.bytes.resize(m_rowBytes);
+    }
+
+    /// Writes a row of 0xAARRGGBB.
+    void scale(const Blend &blend, QRgb *target)
+    {
+        const uchar *top = stretched(blend.first, blend.second);
+        const uchar *bottom = stretched(blend.second, blend.first);
+        auto *bytes = reinterpret_cast<uchar *>(target);
+        const double fraction = blend.fraction;
+        const double rest = 1 - fraction;
+        for (size_t i = 0; i < m_rowBytes; ++i)
+            bytes[i] = static_cast<uchar>(static_cast<int>(bottom[i] * fraction + top[i] * rest));
+    }
+
+private:
+    struct Stretched {
+        int row = -1;
+        std::vector<uchar> bytes;
+    };
+
+    /// A stretched row; that of `keep` is not given up for it.
+    const uchar *stretched(int row, int keep)
+    {
+        for (const Stretched &kept : m_rows) {
+            if (kept.row == row)
+                return kept.bytes.data();
+        }
+        Stretched &slot = m_rows[0].row == keep ? m_rows[1] : m_rows[0];
+        slot.row = row;
+        stretch(sourceRow(row), slot.bytes.data());
+        return slot.bytes.data();
+    }
+
+    const uchar *sourceRow(int y)
+    {
+        const uchar *row = m_image.constScanLine(y);
+        if (m_source.empty())
+            return row;
+        for (size_t x = 0; x < m_source.size(); ++x)
+            m_source[x] = m_colors[row[x]];
+        return reinterpret_cast<const uchar *>(m_source.data());
+    }
+
+    void stretch(const uchar *source, uchar *target) const
+    {
+        for (const Blend &column : m_columns) {
+            const uchar *first = source + qptrdiff(column.first) * 4;
+            const uchar *second = source + qptrdiff(column.second) * 4;
+            const double rest = 1 - column.fraction;
+            for (int channel = 0; channel < 4; ++channel)
+                target[channel] = static_cast<uchar>(
+                    static_cast<int>(first[channel] * rest + second[channel] * column.fraction));
+            target += 4;
+        }
+    }
+
+    const QImage &m_image;
+    std::vector<Blend> m_columns;
+    size_t m_rowBytes;
+    QRgb m_colors[256] = {};
+    std::vector<QRgb> m_source; // a row of an indexed picture in true colour
+    Stretched m_rows[2];
+};
+
+QImage resizeBilinear(const QImage &image, QSize size, const RGBA *palette)
+{
+    QImage result = blank(size, image.format());
+    if (result.isNull())
+        return result;
+    const bool isIndexed = image.format() == QImage::Format_Indexed8;
+    BilinearScaler scaler(image, size, palette);
+    NearestIndex nearest(palette);
+    std::vector<QRgb> colors(isIndexed ? static_cast<size_t>(size.width()) : 0);
+    const std::vector<Blend> rows = blends(image.height(), size.height());
+    for (int y = 0; y < size.height(); ++y) {
+        uchar *target = result.scanLine(y);
+        if (!isIndexed) {
+            scaler.scale(rows[static_cast<size_t>(y)], reinterpret_cast<QRgb *>(target));
+            continue;
+        }
+        scaler.scale(rows[static_cast<size_t>(y)], colors.data());
+        for (QRgb color : colors)
+            *target++ = nearest.index(color);
+    }
+    return result;
+}
+
+QImage resizePlainly(const QImage &image, QSize size, const RGBA *palette, bool bilinear)
+{
+    return bilinear ? resizeBilinear(image, size, palette) : resizeNearest(image, size);
+}
+
+template<class Pixel>
+const Pixel *pixelRow(const QImage &image, int y)
+{
+    return reinterpret_cast<const Pixel *>(image.constScanLine(y));
+}
+
+template<class Pixel>
+void scale2x(const QImage &image, QImage &result)
+{
+    const int width = image.width();
+    const int height = image.height();
+    for (int y = 0; y < height; ++y) {
+        const Pixel *above = pixelRow<Pixel>(image, std::max(y - 1, 0));
+        const Pixel *row = pixelRow<Pixel>(image, y);
+        const Pixel *below = pixelRow<Pixel>(image, std::min(y + 1, height - 1));
+        auto *upper = reinterpret_cast<Pixel *>(result.scanLine(2 * y));
+        auto *lower = reinterpret_cast<Pixel *>(result.scanLine(2 * y + 1));
+        for (int x = 0; x < width; ++x) {
+            const Pixel e = row[x];
+            const Pixel b = above[x];
+            const Pixel h = below[x];
+            const Pixel d = row[std::max(x - 1, 0)];
+            const Pixel f = row[std::min(x + 1, width - 1)];
+            const bool isEdge = b != h && d != f;
+            upper[2 * x] = isEdge && d == b ? d : e;
+            upper[2 * x + 1] = isEdge && b == f ? f : e;
+            lower[2 * x] = isEdge && d == h ? d : e;
+            lower[2 * x + 1] = isEdge && h == f ? f : e;
+        }
+    }
+}
+
+template<class Pixel>
+void scale3x(const QImage &image, QImage &result)
+{
+    const int width = image.width();
+    const int height = image.height();
+    for (int y = 0; y < height; ++y) {
+        // Beyond an edge every neighbour, the corners too, is the pixel itself.
+        const bool hasAbove = y > 0;
+        const bool hasBelow = y + 1 < height;
+        const Pixel *above = pixelRow<Pixel>(image, hasAbove ? y - 1 : y);
+        const Pixel *row = pixelRow<Pixel>(image, y);
+        const Pixel *below = pixelRow<Pixel>(image, hasBelow ? y + 1 : y);
+        Pixel *out[3];
+        for (int i = 0; i < 3; ++i)
+            out[i] = reinterpret_cast<Pixel *>(result.scanLine(3 * y + i));
+        for (int x = 0; x < width; ++x, ++out[0], ++out[1], ++out[2]) {
+            const bool hasLeft = x > 0;
+            const bool hasRight = x + 1 < width;
+            const Pixel e = row[x];
+            const Pixel a = hasAbove && hasLeft ? above[x - 1] : e;
+            const Pixel b = above[x];
+            const Pixel c = hasAbove && hasRight ? above[x + 1] : e;
+            const Pixel d = hasLeft ? row[x - 1] : e;
+            const Pixel f = hasRight ? row[x + 1] : e;
+            const Pixel g = hasBelow && hasLeft ? below[x - 1] : e;
+            const Pixel h = below[x];
+            const Pixel i = hasBelow && hasRight ? below[x + 1] : e;
+            const bool isEdge = b != h && d != f;
+            const bool db = isEdge && d == b;
+            const bool bf = isEdge && b == f;
+            const bool dh = isEdge && d == h;
+            const bool hf = isEdge && h == f;
+            out[0][2 * x] = db ? d : e;
+            out[0][2 * x + 1] = (db && e != c) || (bf && e != a) ? b : e;
+            out[0][2 * x + 2] = bf ? f : e;
+            out[1][2 * x] = (db && e != g) || (dh && e != a) ? d : e;
+            out[1][2 * x + 1] = e;
+            out[1][2 * x + 2] = (bf && e != i) || (hf && e != c) ? f : e;
+            out[2][2 * x] = dh ? d : e;
+            out[2][2 * x + 1] = (dh && e != i) || (hf && e != g) ? h : e;
+            out[2][2 * x + 2] = hf ? f : e;
+        }
+    }
+}
+
+QImage scaleEpx(const QImage &image, int factor)
+{
+    QImage result(image.size() * factor, image.format());
+    if (result.isNull())
+        return result;
+    const bool isIndexed = image.depth() == 8;
+    if (factor == 2 && isIndexed)
+        scale2x<uchar>(image, result);
+    else if (factor == 2)
+        scale2x<quint32>(image, result);
+    else if (isIndexed)
+        scale3x<uchar>(image, result);
+    else
+        scale3x<quint32>(image, result);
+    return result;
+}
+
+/// How much larger a picture becomes, in the direction in which it grows most.
+float growth(const QImage &image, QSize size)
+{
+    return std::max(static_cast<float>(size.height()) / static_cast<float>(image.height()),
+                    static_cast<float>(size.width()) / static_cast<float>(image.width()));
+}
+
+QImage growEpx(const QImage &image, QSize size)
+{
+    const float factor = growth(image, size);
+    if (factor > 3.0f) {
+        const QImage twice = scaleEpx(image, 2);
+        return twice.isNull() ? twice : scaleEpx(twice, 2);
+    }
+    return scaleEpx(image, factor > 2.0f ? 3 : 2);
+}
+
+QImage growHq(const QImage &image, QSize size, const RGBA *palette)
+{
+    QImage source = image;
+    const bool isIndexed = image.format() == QImage::Format_Indexed8;
+    if (isIndexed) {
+        QVector<QRgb> table(256);
+        std::transform(palette, palette + 256, table.begin(), toQRgb);
+        source.setColorTable(table);
+    }
+    const float factor = growth(image, size);
+    const QImage scaled = scaleHqx(source.convertToFormat(QImage::Format_ARGB32),
+                                   factor > 3.0f ? 4 : (factor > 2.0f ? 3 : 2));
+    QImage result = blank(scaled.size(), image.format());
+    if (result.isNull())
+        return result;
+    NearestIndex nearest(palette);
+    for (int y = 0; y < scaled.height(); ++y) {
+        const QRgb *row = pixelRow<QRgb>(scaled, y);
+        uchar *target = result.scanLine(y);
+        if (isIndexed)
+            std::transform(row, row + scaled.width(), target,
+                           [&nearest](QRgb color) { return nearest.index(color); });
+        else
+            std::memcpy(target, row, static_cast<size_t>(scaled.width()) * sizeof(QRgb));
+    }
+    return result;
+}
+
+} // namespace
+
+QImage resizeImage(QImage image, QSize size, RGBA (&palette)[256], ImageResizeFilter filter)
+{
+    if (image.isNull() || size.isEmpty() || filter < NearestNeighbor || filter > HqBilinear)
+        return QImage();
+    if (filter > NearestNeighbor && nearestPixelSize(image.format()) == 0)
+        return QImage();
+    const bool bilinear = filter == Bilinear || filter == EpxBilinear || filter == HqBilinear;
+    QImage grown = image;
+    if (filter == EpxNearestNeighbor || filter == EpxBilinear)
+        grown = growEpx(image, size);
+    else if (filter == HqNearestNeighbor || filter == HqBilinear)
+        grown = growHq(image, size, palette);
+    if (grown.isNull() || (filter > Bilinear && grown.size() == size))
+        return grown;
+    return resizePlainly(grown, size, palette, bilinear);
+}
+
+} // namespace Kiln
