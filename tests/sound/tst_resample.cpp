@@ -1,0 +1,295 @@
+#include <kilnx/sound/soundsample.h>
+
+#include <QtTest/QtTest>
+
+#include <cmath>
+#include <functional>
+
+using namespace Kiln;
+
+namespace
+{
+
+constexpr double pi = 3.14159265358979323846;
+
+SampleInfo format(int channels, int bits, unsigned int rate)
+{
+    SampleInfo info;
+    info.channels = static_cast<unsigned short>(channels);
+    info.bits = static_cast<unsigned short>(bits);
+    info.sampleRate = rate;
+    return info;
+}
+
+void appendValue(QByteArray &data, double value, int bits)
+{
+    if (bits == 8) {
+        data.append(static_cast<char>(qRound((value + 1.0) * 127.5)));
+        return;
+    }
+    const auto whole = static_cast<quint32>(qRound(value * (std::pow(2.0, bits - 1) - 1)));
+    for (int shift = 0; shift < bits; shift += 8)
+        data.append(static_cast<char>(whole >> shift));
+}
+
+double valueAt(const SoundSample &sample, int index)
+{
+    const int width = sample.bits / 8;
+    const auto *bytes = reinterpret_cast<const uchar *>(sample.data.constData()) + index * width;
+    if (width == 1)
+        return bytes[0] / 127.5 - 1.0;
+    quint32 whole = 0;
+    for (int i = 0; i < width; ++i)
+        whole |= quint32(bytes[i]) << (32 - sample.bits + 8 * i);
+    return static_cast<int>(whole) / 2147483648.0;
+}
+
+// What channel `channel` of a sound should be at a time: sines of different height.
+double tone(int channel, double seconds)
+{
+    return (channel == 0 ? 0.8 : 0.4) * std::sin(2 * pi * 440 * seconds);
+}
+
+SoundSample makeTone(const SampleInfo &info, unsigned int frames)
+{
+    SoundSample sample;
+    static_cast<SampleInfo &>(sample) = info;
+    sample.samples = frames;
+    for (unsigned int frame = 0; frame < frames; ++frame) {
+        for (int channel = 0; channel < info.channels; ++channel)
+            appendValue(sample.data, tone(channel, double(frame) / info.sampleRate), info.bits);
+    }
+    return sample;
+}
+
+} // namespace
+
+class TestResample : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void keepsTheTone_data();
+    void keepsTheTone();
+    void equalRatesOnlyDuplicate_data();
+    void equalRatesOnlyDuplicate();
+    void silenceStaysSilence();
+    void shortsToBytes();
+    void overshootIsCutOff();
+    void moreChannels();
+    void refuses_data();
+    void refuses();
+    void promisesMoreThanItHolds();
+};
+
+void TestResample::keepsTheTone_data()
+{
+    QTest::addColumn<int>("fromChannels");
+    QTest::addColumn<int>("fromBits");
+    QTest::addColumn<uint>("fromRate");
+    QTest::addColumn<int>("toChannels");
+    QTest::addColumn<int>("toBits");
+    QTest::addColumn<uint>("toRate");
+    const unsigned int rates[][2] = {{8000, 44100}, {44100, 11025}, {48000, 44100}, {22050, 22050}};
+    for (const auto &rate : rates) {
+        for (const int fromBits : {8, 16, 24, 32}) {
+            for (const int toBits : {8, 16, 24, 32}) {
+                for (int mix = 0; mix < 4; ++mix) {
+                    const int from = 1 + mix / 2;
+                    const int to = 1 + mix % 2;
+                    QTest::addRow("%d x %d bits at %u to %d x %d bits at %u", from, fromBits,
+                                  rate[0], to, toBits, rate[1])
+                        << from << fromBits << rate[0] << to << toBits << rate[1];
+                }
+            }
+        }
+    }
+}
+
+// The expected value of every frame is known without resampling.
+void TestResample::keepsTheTone()
+{
+    QFETCH(int, fromChannels);
+    QFETCH(int, fromBits);
+    QFETCH(uint, fromRate);
+    QFETCH(int, toChannels);
+    QFETCH(int, toBits);
+    QFETCH(uint, toRate);
+    const unsigned int frames = fromRate / 20;
+    const SoundSample source = makeTone(format(fromChannels, fromBits, fromRate), frames);
+    SoundSample result;
+    QVERIFY(resample(source, format(toChannels, toBits, toRate), result));
+
+    const auto outFrames = static_cast<unsigned int>(frames * (double(toRate) / fromRate));
+    QCOMPARE(result.samples, outFrames);
+    QCOMPARE(result.channels, static_cast<unsigned short>(toChannels));
+    QCOMPARE(result.bits, static_cast<unsigned short>(toBits));
+    QCOMPARE(result.sampleRate, toRate);
+    QCOMPARE(result.data.size(), static_cast<int>(outFrames) * toChannels * toBits / 8);
+
+    // Two steps of the coarser width, and what the converter itself may be off by.
+    const double allowed = 2 * std::pow(2.0, 1 - qMin(fromBits, toBits)) + 2e-4;
+    // The converter rings where the sound begins and ends.
+    const unsigned int edge = fromRate == toRate ? 0 : outFrames / 5;
+    for (unsigned int frame = edge; frame < outFrames - edge; ++frame) {
+        const double seconds = double(frame) / toRate;
+        for (int channel = 0; channel < toChannels; ++channel) {
+            double expected = tone(qMin(channel, fromChannels - 1), seconds);
+            if (fromChannels == 2 && toChannels == 1)
+                expected = (tone(0, seconds) + tone(1, seconds)) / 2;
+            const double got = valueAt(result, static_cast<int>(frame) * toChannels + channel);
+            if (std::abs(got - expected) > allowed)
+                QFAIL(qPrintable(
+                    QStringLiteral("frame %1: %2, expected %3").arg(frame).arg(got).arg(expected)));
+        }
+    }
+}
+
+void TestResample::equalRatesOnlyDuplicate_data()
+{
+    QTest::addColumn<int>("bits");
+    QTest::newRow("8 bits") << 8;
+    QTest::newRow("16 bits") << 16;
+    QTest::newRow("24 bits") << 24;
+}
+
+void TestResample::equalRatesOnlyDuplicate()
+{
+    QFETCH(int, bits);
+    const int width = bits / 8;
+    SoundSample source;
+    static_cast<SampleInfo &>(source) = format(1, bits, 11025);
+    for (int value = 0; value < 0x10000; ++value) {
+        for (int shift = 0; shift < bits; shift += 8)
+            source.data.append(static_cast<char>((value * 257) >> shift));
+    }
+    source.samples = 0x10000;
+    QByteArray expected;
+    for (int frame = 0; frame < 0x10000; ++frame) {
+        expected += source.data.mid(frame * width, width);
+        expected += source.data.mid(frame * width, width);
+    }
+    SoundSample result;
+    QVERIFY(resample(source, format(2, bits, 11025), result));
+    QVERIFY(result.data == expected);
+}
+
+void TestResample::silenceStaysSilence()
+{
+    SoundSample source;
+    static_cast<SampleInfo &>(source) = format(1, 8, 8000);
+    source.samples = 4000;
+    source.data = QByteArray(4000, char(128));
+    SoundSample result;
+    QVERIFY(resample(source, format(2, 8, 16000), result));
+    QCOMPARE(result.data.size(), 16000);
+    // Away from the edges, where silence meets the nothing around it.
+    for (int i = 2000; i < 14000; ++i)
+        QCOMPARE(uchar(result.data[i]), uchar(128));
+    QVERIFY(resample(source, format(1, 16, 8000), result));
+    QCOMPARE(qRound(valueAt(result, 0) * 32768), 129);
+}
+
+// Every 16-bit value goes down to the 8-bit step below it.
+void TestResample::shortsToBytes()
+{
+    SoundSample source;
+    static_cast<SampleInfo &>(source) = format(1, 16, 8000);
+    for (int value = -32768; value < 32768; ++value) {
+        source.data.append(static_cast<char>(value));
+        source.data.append(static_cast<char>(value >> 8));
+    }
+    source.samples = 0x10000;
+    SoundSample result;
+    QVERIFY(resample(source, format(1, 8, 8000), result));
+    for (int value = -32768; value < 32768; ++value) {
+        const int expected = static_cast<int>((value / 32768.0 + 1.0) * 127.5);
+        QCOMPARE(int(uchar(result.data[value + 32768])), expected);
+    }
+}
+
+void TestResample::overshootIsCutOff()
+{
+    // A square wave of full height overshoots at every step.
+    SoundSample source;
+    static_cast<SampleInfo &>(source) = format(1, 8, 8000);
+    source.samples = 4000;
+    for (int frame = 0; frame < 4000; ++frame)
+        source.data.append(static_cast<char>(frame / 20 % 2 ? 255 : 0));
+    for (const int bits : {8, 16, 24, 32}) {
+        SoundSample result;
+        QVERIFY(resample(source, format(1, bits, 44100), result));
+        // In the middle of each level, where the ringing has died down; a wrapped value would have
+        // the wrong sign.
+        for (int level = 5; level < 190; ++level) {
+            for (int offset = 3; offset < 17; ++offset) {
+                const int frame = int((level * 20 + offset) * 44100.0 / 8000);
+                QCOMPARE(valueAt(result, frame) > 0.5, level % 2 == 1);
+                QCOMPARE(valueAt(result, frame) < -0.5, level % 2 == 0);
+            }
+        }
+    }
+}
+
+void TestResample::moreChannels()
+{
+    SoundSample source;
+    static_cast<SampleInfo &>(source) = format(3, 8, 8000);
+    source.samples = 2;
+    source.data = QByteArray::fromHex("102030"
+                                      "405060");
+    SoundSample result;
+    QVERIFY(resample(source, format(1, 8, 8000), result));
+    QCOMPARE(result.data, QByteArray::fromHex("2050"));
+    QVERIFY(resample(source, format(4, 8, 8000), result));
+    QCOMPARE(result.data, QByteArray::fromHex("10203030"
+                                              "40506060"));
+}
+
+void TestResample::refuses_data()
+{
+    QTest::addColumn<int>("channels");
+    QTest::addColumn<int>("bits");
+    QTest::addColumn<uint>("rate");
+    QTest::newRow("no channels") << 0 << 8 << 8000u;
+    QTest::newRow("no bits") << 1 << 0 << 8000u;
+    QTest::newRow("12 bits") << 1 << 12 << 8000u;
+    QTest::newRow("64 bits") << 1 << 64 << 8000u;
+    QTest::newRow("no rate") << 1 << 8 << 0u;
+    QTest::newRow("more than 256 times the rate") << 1 << 8 << 8000u * 257;
+    QTest::newRow("less than a 256th of the rate") << 1 << 8 << 31u;
+    QTest::newRow("more than 2 GiB") << 65535 << 32 << 8000u * 200;
+}
+
+void TestResample::refuses()
+{
+    QFETCH(int, channels);
+    QFETCH(int, bits);
+    QFETCH(uint, rate);
+    const SoundSample good = makeTone(format(1, 16, 8000), 4000);
+    SoundSample result;
+    result.data = "before";
+    QVERIFY(!resample(good, format(channels, bits, rate), result));
+    SoundSample bad = good;
+    static_cast<SampleInfo &>(bad) = format(channels, bits, rate);
+    bad.samples = 4000;
+    if (channels == 0 || bits % 8 != 0 || bits == 0 || bits == 64 || rate == 0)
+        QVERIFY(!resample(bad, good, result));
+    QCOMPARE(result.data, QByteArray("before"));
+}
+
+void TestResample::promisesMoreThanItHolds()
+{
+    SoundSample source = makeTone(format(2, 16, 8000), 100);
+    source.samples = 0xFFFFFFFF;
+    SoundSample result;
+    QVERIFY(resample(source, format(1, 8, 8000), result));
+    QCOMPARE(result.samples, 100u);
+    source.data.clear();
+    QVERIFY(resample(source, format(1, 8, 44100), result));
+    QCOMPARE(result.samples, 0u);
+}
+
+QTEST_APPLESS_MAIN(TestResample)
+
+#include "tst_resample.moc"

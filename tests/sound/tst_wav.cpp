@@ -1,0 +1,420 @@
+#include <kilnx/sound/wav.h>
+
+#include <QtTest/QtTest>
+
+#include <random>
+
+using namespace Kiln;
+
+namespace
+{
+
+// Runs sox, an independent tool for sounds, and returns what it wrote to its standard output.
+QByteArray runSox(const QString &program, const QStringList &arguments, bool *ok)
+{
+    QProcess process;
+    process.start(program, arguments);
+    *ok = process.waitForFinished() && process.exitStatus() == QProcess::NormalExit &&
+          process.exitCode() == 0;
+    if (!*ok)
+        qWarning().noquote() << process.errorString() << process.readAllStandardError();
+    return process.readAllStandardOutput();
+}
+
+QByteArray little(quint32 value, int bytes)
+{
+    QByteArray data;
+    for (int i = 0; i < bytes; ++i)
+        data.append(static_cast<char>(value >> (8 * i)));
+    return data;
+}
+
+QByteArray chunk(const char *id, const QByteArray &data)
+{
+    return QByteArray(id, 4) + little(static_cast<quint32>(data.size()), 4) + data;
+}
+
+// The fields of a WAV file; a test changes what it wants wrong.
+struct Wav {
+    QByteArray riff = "RIFF";
+    QByteArray wave = "WAVE";
+    QByteArray formatId = "fmt ";
+    quint32 format = 1;
+    quint32 channels = 1;
+    quint32 sampleRate = 8000;
+    quint32 byteRate = 8000;
+    quint32 bits = 8;
+    QByteArray formatRest;
+    QByteArray between;
+    QByteArray data = "0123456789";
+    QByteArray dataHead; ///< instead of "data" and the size
+
+    QByteArray bytes() const
+    {
+        const QByteArray fields = little(format, 2) + little(channels, 2) + little(sampleRate, 4) +
+                                  little(byteRate, 4) + little(channels * bits / 8, 2) +
+                                  little(bits, 2) + formatRest;
+        QByteArray body =
+            wave + formatId + little(static_cast<quint32>(fields.size()), 4) + fields + between;
+        body += dataHead.isNull() ? chunk("data", data) : dataHead + data;
+        return riff + little(static_cast<quint32>(body.size()), 4) + body;
+    }
+};
+
+SoundSample readWav(QByteArray bytes)
+{
+    QBuffer buffer(&bytes);
+    return soundFromWAV(&buffer);
+}
+
+SampleInfo readInfo(QByteArray bytes)
+{
+    QBuffer buffer(&bytes);
+    return soundInfoFromWAV(&buffer);
+}
+
+QList<quint32> fieldsOf(const SampleInfo &info)
+{
+    return {info.channels, info.bits, info.sampleRate, info.samples};
+}
+
+bool isEmptySample(const SoundSample &sample)
+{
+    return sample.data.isEmpty() && fieldsOf(sample) == QList<quint32>({0, 0, 0, 0});
+}
+
+// A device that cannot be opened.
+class ClosedDevice : public QIODevice
+{
+public:
+    bool open(OpenMode) override { return false; }
+
+protected:
+    qint64 readData(char *, qint64) override { return -1; }
+    qint64 writeData(const char *, qint64) override { return -1; }
+};
+
+} // namespace
+
+class TestWav : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void readsWhatSoxWrites_data();
+    void readsWhatSoxWrites();
+    void soxReadsWhatWeWrite_data();
+    void soxReadsWhatWeWrite();
+    void headerByteForByte();
+    void layouts_data();
+    void layouts();
+    void infoWithoutChecks();
+    void cutOffAtEveryLength();
+    void announcesMoreThanThereIs();
+    void randomBytes();
+    void devices();
+
+private:
+    QString file(const QString &name) const { return m_directory.filePath(name); }
+
+    QTemporaryDir m_directory;
+};
+
+void TestWav::initTestCase()
+{
+    QVERIFY(m_directory.isValid());
+    QVERIFY2(!QStandardPaths::findExecutable(QStringLiteral("sox")).isEmpty(),
+             "sox is needed; ./kiln test installs it");
+}
+
+void TestWav::readsWhatSoxWrites_data()
+{
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QStringList>("raw");
+    QTest::addColumn<bool>("readable");
+    const QStringList comment{QStringLiteral("--add-comment"), QStringLiteral("made by a tool")};
+    const QString type = QStringLiteral("-t wavpcm");
+    for (const int bits : {8, 16, 24, 32}) {
+        for (const int channels : {1, 2}) {
+            const QString format = QStringLiteral("-b %1 -c %2 -r 22050").arg(bits).arg(channels);
+            QStringList options = (type + QLatin1Char(' ') + format).split(QLatin1Char(' '));
+            const QStringList raw{QStringLiteral("-t"), QStringLiteral("raw"), QStringLiteral("-e"),
+                                  QLatin1String(bits == 8 ? "unsigned" : "signed"),
+                                  QStringLiteral("-L")};
+            QTest::addRow("%d bits, %d channels", bits, channels) << options << raw << true;
+            QTest::addRow("%d bits, %d channels, with a comment", bits, channels)
+                << comment + options << raw << true;
+        }
+    }
+    const QStringList floats =
+        QStringLiteral("-t wav -e floating-point -b 32").split(QLatin1Char(' '));
+    QTest::newRow("floats are not read") << floats << QStringList() << false;
+    const QStringList law = QStringLiteral("-t wav -e a-law").split(QLatin1Char(' '));
+    QTest::newRow("a-law is not read") << law << QStringList() << false;
+}
+
+void TestWav::readsWhatSoxWrites()
+{
+    QFETCH(QStringList, options);
+    QFETCH(QStringList, raw);
+    QFETCH(bool, readable);
+    const QString sox = QStringLiteral("sox");
+    const QString name = file(QStringLiteral("tool.wav"));
+    bool ok = false;
+    runSox(sox,
+           QStringList{QStringLiteral("-D"), QStringLiteral("-n")} + options + QStringList{name} +
+               QStringLiteral("synth 0.1 sine 440 gain -3").split(QLatin1Char(' ')),
+           &ok);
+    QVERIFY(ok);
+    QFile wav(name);
+    QVERIFY(wav.open(QIODevice::ReadOnly));
+    SoundSample sample;
+    QCOMPARE(loadSound(&wav, "wav", sample), readable);
+    QFile again(name);
+    const SampleInfo info = soundInfoFromWAV(&again);
+    QCOMPARE(fieldsOf(info), fieldsOf(sample));
+    if (!readable) {
+        QVERIFY(isEmptySample(sample));
+        return;
+    }
+    const QByteArray expected = runSox(
+        sox, QStringList{QStringLiteral("-D"), name} + raw + QStringList{QStringLiteral("-")}, &ok);
+    QVERIFY(ok);
+    QCOMPARE(sample.data.size(), expected.size());
+    QVERIFY(sample.data == expected);
+    QCOMPARE(sample.sampleRate, 22050u);
+    QCOMPARE(sample.samples, 2205u);
+}
+
+void TestWav::soxReadsWhatWeWrite_data()
+{
+    QTest::addColumn<int>("bits");
+    QTest::addColumn<int>("channels");
+    QTest::addColumn<int>("rate");
+    QTest::newRow("8 bits, mono") << 8 << 1 << 8000;
+    QTest::newRow("8 bits, stereo, odd rate") << 8 << 2 << 11025;
+    QTest::newRow("16 bits, mono") << 16 << 1 << 44100;
+    QTest::newRow("16 bits, stereo") << 16 << 2 << 192000;
+    QTest::newRow("24 bits, stereo") << 24 << 2 << 48000;
+    QTest::newRow("32 bits, mono") << 32 << 1 << 96000;
+}
+
+void TestWav::soxReadsWhatWeWrite()
+{
+    QFETCH(int, bits);
+    QFETCH(int, channels);
+    QFETCH(int, rate);
+    SoundSample sample;
+    sample.bits = static_cast<unsigned short>(bits);
+    sample.channels = static_cast<unsigned short>(channels);
+    sample.sampleRate = static_cast<unsigned int>(rate);
+    sample.samples = 777;
+    std::mt19937 random(5);
+    sample.data.resize(777 * sample.frameSize());
+    for (char &byte : sample.data)
+        byte = static_cast<char>(random());
+
+    const QString name = file(QStringLiteral("ours.wav"));
+    QFile wav(name);
+    QVERIFY(wav.open(QIODevice::WriteOnly));
+    QVERIFY(saveSound(&wav, "wav", sample));
+    wav.close();
+
+    const struct {
+        const char *option;
+        int value;
+    } facts[] = {{"-c", channels}, {"-r", rate}, {"-b", bits}, {"-s", 777}};
+    bool ok = false;
+    for (const auto &fact : facts) {
+        const QByteArray answer =
+            runSox(QStringLiteral("soxi"), {QString::fromLatin1(fact.option), name}, &ok);
+        QVERIFY(ok);
+        QCOMPARE(answer.trimmed().toInt(), fact.value);
+    }
+    const QStringList raw{name, QStringLiteral("-t"), QStringLiteral("raw"), QStringLiteral("-L"),
+                          QStringLiteral("-")};
+    QVERIFY(runSox(QStringLiteral("sox"), raw, &ok) == sample.data);
+    QVERIFY(ok);
+
+    QFile again(name);
+    const SoundSample read = soundFromWAV(&again);
+    QVERIFY(read.data == sample.data);
+    QCOMPARE(fieldsOf(read), fieldsOf(sample));
+}
+
+void TestWav::headerByteForByte()
+{
+    SoundSample sample;
+    sample.channels = 2;
+    sample.bits = 16;
+    sample.sampleRate = 0x0000AC44;
+    sample.data = "abcdefgh";
+    QBuffer buffer;
+    QVERIFY(soundToWAV(sample, &buffer));
+    QCOMPARE(buffer.data().toHex(' '),
+             QByteArray("52 49 46 46 2c 00 00 00 57 41 56 45 66 6d 74 20 10 00 00 00 01 00 02 00 "
+                        "44 ac 00 00 10 b1 02 00 04 00 10 00 64 61 74 61 08 00 00 00 "
+                        "61 62 63 64 65 66 67 68"));
+}
+
+void TestWav::layouts_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QByteArray>("data");
+    const QByteArray samples = "0123456789";
+    Wav wav;
+    QTest::newRow("plain") << wav.bytes() << samples;
+    wav.riff = "XXXX";
+    QTest::newRow("the first four bytes do not matter") << wav.bytes() << samples;
+    wav = Wav();
+    wav.formatRest = QByteArray(24, '\x07');
+    QTest::newRow("extra bytes of the format") << wav.bytes() << samples;
+    wav = Wav();
+    wav.between = chunk("LIST", "INFOICMT" + little(4, 4) + "none");
+    QTest::newRow("a list between") << wav.bytes() << samples;
+    wav.between = chunk("LIST", "INFO data" + little(3, 4) + "abc");
+    QTest::newRow("the word data in the list misleads") << wav.bytes() << QByteArray("abc");
+    wav = Wav();
+    wav.dataHead = "DATA" + little(4, 4);
+    QTest::newRow("no data chunk: right behind the format") << wav.bytes() << QByteArray("0123");
+    wav = Wav();
+    QTest::newRow("size 0 means to the end") << wav.bytes().replace(4, 4, little(0, 4)) << samples;
+    QTest::newRow("size of 4 GiB means to the end")
+        << wav.bytes().replace(4, 4, little(0xFFFFFFFF, 4)) << samples;
+    QTest::newRow("bytes behind the file") << wav.bytes() + "more" << samples;
+
+    const QByteArray none;
+    wav.wave = "AVI ";
+    QTest::newRow("no WAVE") << wav.bytes() << none;
+    wav = Wav();
+    wav.formatId = "LIST";
+    QTest::newRow("format is not first") << wav.bytes() << none;
+    wav = Wav();
+    wav.format = 3;
+    QTest::newRow("floats") << wav.bytes() << none;
+    wav = Wav();
+    wav.channels = 0;
+    QTest::newRow("no channels") << wav.bytes() << none;
+    wav = Wav();
+    wav.bits = 3;
+    QTest::newRow("3 bits") << wav.bytes() << none;
+    wav.bits = 0xFFFF;
+    wav.channels = 0xFFFF;
+    QTest::newRow("a frame larger than the file") << wav.bytes() << samples;
+    wav = Wav();
+    wav.data = QByteArray();
+    QTest::newRow("no samples") << wav.bytes() << none;
+    QTest::newRow("nothing") << none << none;
+}
+
+void TestWav::layouts()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(QByteArray, data);
+    const SoundSample sample = readWav(bytes);
+    QCOMPARE(sample.data, data);
+    if (sample.frameSize() > 0)
+        QCOMPARE(sample.samples, static_cast<unsigned int>(data.size() / sample.frameSize()));
+}
+
+void TestWav::infoWithoutChecks()
+{
+    Wav wav;
+    wav.wave = "AVI ";
+    wav.formatId = "LIST";
+    wav.between = chunk("LIST", "something");
+    QCOMPARE(fieldsOf(readInfo(wav.bytes())), QList<quint32>({1, 8, 8000, 10}));
+    QVERIFY(isEmptySample(readWav(wav.bytes())));
+
+    wav = Wav();
+    wav.byteRate = 0;
+    QCOMPARE(fieldsOf(readInfo(wav.bytes())), QList<quint32>({1, 8, 8000, 0}));
+    QCOMPARE(fieldsOf(readWav(wav.bytes())), QList<quint32>({1, 8, 8000, 0}));
+    wav.format = 0xFFFE;
+    QCOMPARE(fieldsOf(readInfo(wav.bytes())), QList<quint32>({0, 0, 0, 0}));
+    wav = Wav();
+    wav.channels = 0;
+    QCOMPARE(fieldsOf(readInfo(wav.bytes())), QList<quint32>({0, 8, 8000, 0}));
+    QCOMPARE(fieldsOf(readInfo("RIFF")), QList<quint32>({0, 0, 0, 0}));
+}
+
+// As many bytes as are missing become zero at the start; behind the bytes that were read it is zero
+// too.
+void TestWav::cutOffAtEveryLength()
+{
+    const QByteArray whole = Wav().bytes();
+    QCOMPARE(whole.size(), 54);
+    for (int length = 0; length <= whole.size(); ++length) {
+        const SoundSample sample = readWav(whole.left(length));
+        const int missing = whole.size() - length;
+        if (length < 36) {
+            QVERIFY2(sample.data.isEmpty(), qPrintable(QString::number(length)));
+        } else if (missing <= 10) {
+            QByteArray expected = QByteArray("0123456789").left(10 - missing);
+            expected.append(missing, '\0');
+            expected.replace(0, missing, QByteArray(missing, '\0'));
+            QCOMPARE(sample.data, expected);
+            QCOMPARE(sample.samples, 10u);
+        }
+    }
+}
+
+void TestWav::announcesMoreThanThereIs()
+{
+    Wav wav;
+    for (const quint32 size : {0x10001u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
+        wav.dataHead = "data" + little(size, 4);
+        QVERIFY(isEmptySample(readWav(wav.bytes())));
+        QCOMPARE(readInfo(wav.bytes()).samples, size);
+    }
+    wav.data = QByteArray(100000, 'x');
+    wav.dataHead = "data" + little(150000, 4);
+    const SoundSample sample = readWav(wav.bytes());
+    QCOMPARE(sample.data,
+             QByteArray(50000, '\0') + QByteArray(50000, 'x') + QByteArray(50000, '\0'));
+}
+
+void TestWav::randomBytes()
+{
+    std::mt19937 random(11);
+    const QByteArray good = Wav().bytes();
+    for (int round = 0; round < 20000; ++round) {
+        QByteArray bytes = good.left(static_cast<int>(random() % 60));
+        for (unsigned int i = random() % 5; i > 0 && !bytes.isEmpty(); --i)
+            bytes[static_cast<int>(random() % bytes.size())] = static_cast<char>(random());
+        const SoundSample sample = readWav(bytes);
+        QVERIFY(sample.data.size() <= 0x10000);
+        const SampleInfo info = readInfo(bytes);
+        if (!sample.data.isEmpty())
+            QCOMPARE(info.channels, sample.channels);
+    }
+}
+
+void TestWav::devices()
+{
+    ClosedDevice closed;
+    SoundSample sample;
+    QVERIFY(isEmptySample(soundFromWAV(&closed)));
+    QCOMPARE(fieldsOf(soundInfoFromWAV(&closed)), QList<quint32>({0, 1, 0, 0}));
+    QVERIFY(!soundToWAV(sample, &closed));
+    QVERIFY(!loadSound(nullptr, "wav", sample));
+    QVERIFY(!saveSound(nullptr, "wav", sample));
+
+    QByteArray bytes = Wav().bytes();
+    QBuffer buffer(&bytes);
+    QVERIFY(!loadSound(&buffer, "wav", sample)); // not open
+    QVERIFY(buffer.open(QIODevice::ReadOnly));
+    QVERIFY(!loadSound(&buffer, "WAV", sample));
+    QVERIFY(!saveSound(&buffer, "wav", sample));
+    QVERIFY(loadSound(&buffer, "wav", sample));
+    QVERIFY(buffer.isOpen());
+
+    QFile full(QStringLiteral("/dev/full"));
+    QVERIFY(full.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+    QVERIFY(!saveSound(&full, "wav", sample));
+}
+
+QTEST_GUILESS_MAIN(TestWav)
+
+#include "tst_wav.moc"
