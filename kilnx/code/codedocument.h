@@ -55,7 +55,7 @@ public:
     /// nothing changes. With `asCopy` the document keeps its name and counts as modified.
     bool fromFile(Archive &archive, const QString &name, bool asCopy) override;
     /// The same in the encoding of `codecId`, detected if that is negative; see TextCodecs.
-    virtual bool fromFile(Archive &archive, const QString &name, int codecId, bool asCopy);
+    bool fromFile(Archive &archive, const QString &name, int codecId, bool asCopy);
     /// Loads the file again in the encoding that it has now.
     void reload() override;
     QString fileName() override;
@@ -158,7 +158,14 @@ protected:
 private:
     friend class CodeDocumentPrivate;
     void announceRows();
+    void createCodecData();
+    int &codecData() const;
+    void loadText(const QString &text);
+    bool load(Archive &archive, const QString &name, int codecId, bool asCopy, bool watch);
+    void warnOfDecoding();
+    void warnOfEncoding();
+    QModelIndex indexOfNode(const CodeNode *node) const;
 
-    CodeDocumentPrivate *d;
+    CodeDocumentPrivate *d = nullptr;
 };
 } // namespace Kiln

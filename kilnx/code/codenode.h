@@ -69,7 +69,8 @@ public:
 
     /// A cursor that selects the node's line with its end; null without a document.
     QTextCursor select() const;
-    /// A cursor that selects the lines firstLine() to lastLine(), without the end of the last.
+    /// A cursor that selects the lines firstLine() to lastLine() with their line ends; up to the
+    /// end of the text if lastLine() lies past it.
     QTextCursor selectAll() const;
     /// Rewrites the node's line as `text`. A comment at the end of the line stays, after one blank.
     void change(const QString &text);
@@ -101,13 +102,12 @@ protected:
 
 private:
     Q_DISABLE_COPY(CodeNode)
-    friend class ChildRows;
+    friend class NodeRows;
     friend class ParentCode;
     friend class RootCode;
     friend class GroupCode;
     friend class AnimationCode;
     friend class CodeDocumentPrivate;
-    friend class TextOrder;
 
     QTextBlock m_block;
     QTextBlock m_nextBlock;

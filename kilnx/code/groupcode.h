@@ -56,6 +56,7 @@ protected:
 
 private:
     void takeValuesBelow();
+    void handValuesOn();
 
     mutable int m_lastRow = 0;
 };

@@ -66,9 +66,9 @@ protected:
     /// nodes are owned by no line.
     void destroy();
 
-    /// The index of `node`, invalid for the root and for a node that no container holds.
-    QModelIndex indexOf(const CodeNode *node) const;
-    void updateLastParent(const ParentCode *parent);
+    /// Whether the children stand in the order of their lines, as they do unless a subclass put one
+    /// elsewhere.
+    bool isInTextOrder() const { return m_inTextOrder; }
 
     QList<CodeNode *> m_childs;
     unsigned short m_version = 0;
@@ -76,13 +76,14 @@ protected:
 
 private:
     friend class ParentCode;
-    QModelIndex parentIndex(const ParentCode *parent) const;
+    QModelIndex indexOf(const CodeNode *node) const;
+    QModelIndex parentIndex(const ParentCode *parent) const { return indexOf(parent); }
     int rowInText(const CodeNode *child) const;
     void checkTextOrder(int row);
 
     static QModelIndex s_lastParent;
-    const CodeNode *m_removedNode = nullptr;
-    int m_removedRow = 0;
+    const CodeNode *m_leaving = nullptr;
+    int m_leavingRow = 0;
     mutable int m_lastRow = 0;
     bool m_inTextOrder = true;
 };

@@ -24,9 +24,12 @@ public:
     static void setDefaultCodec(int id);
     /// The codec that fits `data`: the detected one, or else the default, or else the system's.
     static QTextCodec *get(const QByteArray &data);
-    /// Decodes with the codec of `*id`, after a detection if it is negative, and stores the id of
-    /// the codec in `*id`. An id that does not exist counts as 0.
+    /// Decodes with the codec of `*id` and stores the id of the codec used in `*id`. A negative id
+    /// asks for get(); a detected codec that cannot read all the bytes gives way to ISO-8859-1,
+    /// which keeps them. An id that does not exist counts as 0.
     static QString stringFromData(const QByteArray &data, int *id);
+    /// Whether the codec of `id` reads all of `data`, putting no replacement character in.
+    static bool canDecode(const QByteArray &data, int id);
     /// Encodes with the codec of `id`. What the codec cannot say comes out as its replacement
     /// character, see canEncode(). An id that does not exist counts as 0.
     static QByteArray stringToData(const QString &text, int id);

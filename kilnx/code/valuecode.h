@@ -68,9 +68,9 @@ public:
     Type valueType() const { return m_valueType; }
     /// The stored value.
     const QVariant &rawValue() const { return m_value; }
-    /// Stores `value`, exactly as setValue().
+    /// Stores `value`, exactly as setValue(). To tell the container and the model as well, a parser
+    /// goes on with a call of CodeNode::valueChanged(), with that qualification.
     void valueChanged(const QVariant &value) override;
-    using CodeNode::type;
 
 protected:
     /// Stores `value` as it stands and joins the nearest group above.

@@ -1,0 +1,70 @@
+#include <kilnx/code/codeblockdata.h>
+#include <kilnx/code/codedocument_p.h>
+
+namespace Kiln
+{
+CodeBlockData::CodeBlockData(const QTextBlock &block, CodeDocumentPrivate *documentPrivate)
+    : d(std::make_unique<CodeBlockRecord>())
+{
+    d->documentPrivate = documentPrivate;
+    d->block = block;
+}
+
+CodeBlockData::~CodeBlockData()
+{
+    d->documentPrivate->leaveBlock(this);
+}
+
+CodeBlockData *CodeBlockData::blockData(const QTextBlock &block,
+                                        CodeDocumentPrivate *documentPrivate)
+{
+    if (!block.isValid())
+        return nullptr;
+    CodeBlockData *data = CodeDocumentPrivate::dataOf(block);
+    if (!data) {
+        data = new CodeBlockData(block, documentPrivate);
+        QTextBlock(block).setUserData(data);
+    }
+    return data;
+}
+
+CodeBlockData *CodeBlockData::testBlockData(const QTextBlock &block)
+{
+    return block.isValid() ? dynamic_cast<CodeBlockData *>(block.userData()) : nullptr;
+}
+
+CodeNode *CodeBlockData::codeNode() const
+{
+    return d->node;
+}
+
+bool CodeBlockData::isParsed() const
+{
+    return d->parsed;
+}
+
+bool CodeBlockData::isFolded() const
+{
+    return d->folded;
+}
+
+void CodeBlockData::setFolded(bool folded)
+{
+    d->folded = folded;
+}
+
+unsigned int CodeBlockData::foldingIndent() const
+{
+    return d->foldingIndent;
+}
+
+const QVector<CodeBlockData::Parenthesis> &CodeBlockData::parenthesis() const
+{
+    return d->parenthesis;
+}
+
+const QVector<CodeBlockData::SyntaxMessage> &CodeBlockData::syntaxMessages() const
+{
+    return d->syntaxMessages;
+}
+} // namespace Kiln

@@ -1,0 +1,361 @@
+#include <QtCore/QFileInfo>
+#include <QtWidgets/QPlainTextDocumentLayout>
+#include <kilnx/code/codedocument.h>
+#include <kilnx/code/codedocument_p.h>
+#include <kilnx/code/noderows_p.h>
+
+namespace Kiln
+{
+CodeDocument::CodeDocument(short fileType)
+    : RootCode(fileType)
+{
+    QTextDocument *const text = this;
+    setDocumentLayout(new QPlainTextDocumentLayout(text));
+    QFont font(QStringLiteral("Courier"), 10);
+    font.setFixedPitch(true);
+    font.setStyleHint(QFont::Monospace, QFont::PreferDefault);
+    setDefaultFont(font);
+    createCodecData();
+    // The highlighter listens between these two, so that one edit is one update of the messages.
+    QObject::connect(text, &QTextDocument::contentsChange, text, [this] { d->beginUpdate(); });
+    d = new CodeDocumentPrivate(this);
+    QObject::connect(text, &QTextDocument::contentsChange, text, [this] { d->endUpdate(); });
+}
+
+CodeDocument::~CodeDocument()
+{
+    QList<CodeDocumentEditor *> editors;
+    for (CodeDocumentEditor *editor : qAsConst(d->documentEditors)) {
+        if (!editors.contains(editor))
+            editors.append(editor);
+    }
+    d->documentEditors.clear();
+    for (CodeDocumentEditor *editor : qAsConst(editors))
+        editor->release();
+    d->parser = nullptr;
+    // Nobody is to read the text of a file that is going; the model's views are told.
+    QTextDocument::blockSignals(true);
+    d->resetting = true;
+    beginResetModel();
+    QTextDocument::clear();
+    endResetModel();
+    d->resetting = false;
+    delete d;
+}
+
+void CodeDocument::beginChange()
+{
+    d->cursor.beginEditBlock();
+    ++d->changeDepth;
+}
+
+void CodeDocument::endChange()
+{
+    if (d->changeDepth == 0)
+        return;
+    // The highlighter still sees the bracket as open.
+    d->cursor.endEditBlock();
+    --d->changeDepth;
+}
+
+bool CodeDocument::isCodeBeingChanged() const
+{
+    return d->changeDepth != 0;
+}
+
+void CodeDocument::undo()
+{
+    QTextDocument::undo();
+}
+
+void CodeDocument::redo()
+{
+    QTextDocument::redo();
+}
+
+QTextCursor CodeDocument::cursor() const
+{
+    return d->cursor;
+}
+
+void CodeDocument::insertOnCursor(const QString &text, QTextCursor cursor)
+{
+    if (cursor.isNull() || cursor.document() != this)
+        return;
+    const int start = cursor.selectionStart();
+    const QTextBlock below = findBlock(cursor.selectionEnd()).next();
+    cursor.insertText(text);
+    if (d->changeDepth == 0 || !d->parser || !d->option(QStringLiteral("parseCode")))
+        return;
+    // Qt tells the highlighter only when the bracket closes.
+    for (QTextBlock block = findBlock(start); block.isValid() && block != below;
+         block = block.next())
+        d->parseQuietly(block);
+}
+
+void CodeDocument::insert(const QString &text)
+{
+    d->cursor.movePosition(QTextCursor::End);
+    insertOnCursor(text, d->cursor);
+}
+
+void CodeDocument::insertAfter(const CodeNode *node, const QString &text, bool ownLine)
+{
+    if (!node) {
+        insert(text + QLatin1Char('\n'));
+        return;
+    }
+    const QTextBlock block = ownLine ? node->block() : findBlockByNumber(node->lastLine());
+    const QTextBlock target = block.isValid() ? block : lastBlock();
+    d->cursor.setPosition(target.position() + target.length() - 1);
+    insertOnCursor(QLatin1Char('\n') + text, d->cursor);
+}
+
+void CodeDocument::insertBefore(const CodeNode *node, const QString &text, bool ownLine)
+{
+    QTextBlock target;
+    if (node)
+        target = ownLine ? node->block() : findBlockByNumber(node->firstLine());
+    const QTextBlock above = target.previous();
+    if (above.isValid()) {
+        d->cursor.setPosition(above.position() + above.length() - 1);
+        insertOnCursor(QLatin1Char('\n') + text, d->cursor);
+    } else {
+        d->cursor.movePosition(QTextCursor::Start);
+        insertOnCursor(text + QLatin1Char('\n'), d->cursor);
+    }
+}
+
+CodeDocument *CodeDocument::document() const
+{
+    return const_cast<CodeDocument *>(this);
+}
+
+CodeNode *CodeDocument::nodeInBlock(const QTextBlock &block) const
+{
+    const CodeBlockData *const data = CodeBlockData::testBlockData(block);
+    return data ? data->codeNode() : nullptr;
+}
+
+int CodeDocument::lineNo(const QModelIndex &index) const
+{
+    const auto *const node =
+        index.isValid() ? static_cast<const CodeNode *>(index.internalPointer()) : nullptr;
+    return node && node->isValid() ? node->lineNo() : 0;
+}
+
+QModelIndex CodeDocument::indexInLine(int line) const
+{
+    const auto isContainer = [](const CodeNode *node) {
+        return node->type() == Group || node->type() == Animation;
+    };
+    const ParentCode *container = this;
+    while (true) {
+        // Those above the next line, the nearest first: one on the line, or else a container.
+        int row = container == this && !isInTextOrder()
+                      ? int(container->childCount())
+                      : NodeRows::countBeforeLine(container, line + 1);
+        const CodeNode *inner = nullptr;
+        while (--row >= 0 && !inner) {
+            const CodeNode *const child = container->childAt(unsigned(row));
+            if (child->lineNo() == line)
+                return indexOfNode(child);
+            if (child->lineNo() < line && isContainer(child))
+                inner = child;
+            else if (container->type() == Group)
+                break;
+        }
+        if (!inner)
+            return indexOfNode(container);
+        container = static_cast<const ParentCode *>(inner);
+    }
+}
+
+QModelIndex CodeDocument::indexOfNode(const CodeNode *node) const
+{
+    if (!node || node->type() == Root)
+        return QModelIndex();
+    const ParentCode *const container = node->parent() ? node->parent() : this;
+    return index(container->childIndex(const_cast<CodeNode *>(node)), 0, indexOfNode(container));
+}
+
+int CodeDocument::rowCount(const QModelIndex &parent) const
+{
+    return d->resetting || !d->isModelShown() ? 0 : RootCode::rowCount(parent);
+}
+
+void CodeDocument::enableGroups(std::initializer_list<unsigned int> subTypes)
+{
+    for (const unsigned int subType : subTypes) {
+        if (!d->enabledGroups.contains(subType))
+            d->enabledGroups.append(subType);
+    }
+    if (!hasSyntaxHighlight())
+        return;
+    d->beginUpdate();
+    d->QSyntaxHighlighter::rehighlight();
+    d->endUpdate();
+}
+
+bool CodeDocument::groupEnabled(unsigned int subType) const
+{
+    if (!d->option(QStringLiteral("parseCode")))
+        return false;
+    return subType == 0 || d->enabledGroups.contains(subType);
+}
+
+void CodeDocument::insertChild(CodeNode *child, unsigned int index)
+{
+    RootCode::insertChild(child, index);
+    CodeDocumentEditor *const editor = d->documentEditors.value(CodeDocumentPrivate::kindOf(child));
+    if (editor)
+        editor->insertChild(child, d->insertOfKind(child));
+}
+
+void CodeDocument::removeChild(CodeNode *child)
+{
+    CodeDocumentEditor *const editor = d->documentEditors.value(CodeDocumentPrivate::kindOf(child));
+    if (editor) {
+        editor->removeChild(child);
+        d->removeOfKind(child);
+    }
+    RootCode::removeChild(child);
+}
+
+void CodeDocument::childChanged(CodeNode *child)
+{
+    CodeDocumentEditor *const editor = d->documentEditors.value(CodeDocumentPrivate::kindOf(child));
+    if (editor)
+        editor->childChanged(child);
+}
+
+void CodeDocument::registerDocumentEditor(CodeDocumentEditor *editor,
+                                          CodeNode::Type type,
+                                          unsigned int subType)
+{
+    const unsigned int kind = subType << 16 | unsigned(type);
+    d->documentEditors.insert(kind, editor);
+    d->kinds.remove(kind);
+    for (CodeNode *child : qAsConst(m_childs)) {
+        if (CodeDocumentPrivate::kindOf(child) == kind)
+            d->insertOfKind(child);
+    }
+}
+
+void CodeDocument::unregisterDocumentEditor(CodeDocumentEditor *editor)
+{
+    const unsigned int kind = d->documentEditors.key(editor, 0);
+    d->documentEditors.remove(kind);
+    d->kinds.remove(kind);
+}
+
+CodeDocumentEditor *CodeDocument::documentEditor(CodeNode::Type type, unsigned int subType) const
+{
+    return d->documentEditors.value(subType << 16 | unsigned(type));
+}
+
+void CodeDocument::setParser(CodeParser *parser)
+{
+    if (d->parser == parser)
+        return;
+    d->parser = parser;
+    reparse();
+}
+
+bool CodeDocument::hasSyntaxHighlight() const
+{
+    return d->isHighlighting();
+}
+
+void CodeDocument::setSyntaxHighlight(bool enabled)
+{
+    if (hasSyntaxHighlight() == enabled)
+        return;
+    setOption(QStringLiteral("highlightCode"), enabled, false, false);
+    reparse();
+}
+
+void CodeDocument::blockHighlighted()
+{
+}
+
+void CodeDocument::reparse()
+{
+    if (d->isModelShown()) {
+        d->resetting = true;
+        beginResetModel();
+    }
+    d->beginUpdate();
+    d->releaseNodes();
+    endResetModel();
+    d->QSyntaxHighlighter::rehighlight();
+    d->endUpdate();
+    announceRows();
+}
+
+void CodeDocument::rehighlight()
+{
+    const bool reset = d->isModelShown();
+    if (reset) {
+        d->resetting = true;
+        beginResetModel();
+    }
+    d->beginUpdate();
+    d->QSyntaxHighlighter::rehighlight();
+    d->endUpdate();
+    if (reset) {
+        endResetModel();
+        announceRows();
+    }
+}
+
+/// Ends a reset: the rows appear, as an insertion into the empty model that the reset left.
+void CodeDocument::announceRows()
+{
+    if (!d->resetting)
+        return;
+    const bool announced = !m_childs.isEmpty() && d->isModelShown();
+    if (announced)
+        beginInsertRows(QModelIndex(), 0, m_childs.size() - 1);
+    d->resetting = false;
+    if (announced)
+        endInsertRows();
+}
+
+Messages *CodeDocument::fileMessages() const
+{
+    return d;
+}
+
+void CodeDocument::beginInsert(const ParentCode *parent, int row)
+{
+    if (d->resetting || !d->isModelShown())
+        return;
+    d->rowChangeOpen = true;
+    RootCode::beginInsert(parent, row);
+}
+
+void CodeDocument::endInsert()
+{
+    if (!d->rowChangeOpen)
+        return;
+    d->rowChangeOpen = false;
+    RootCode::endInsert();
+}
+
+void CodeDocument::beginRemove(const ParentCode *parent, int row)
+{
+    if (d->resetting || !d->isModelShown())
+        return;
+    d->rowChangeOpen = true;
+    RootCode::beginRemove(parent, row);
+}
+
+void CodeDocument::endRemove()
+{
+    if (!d->rowChangeOpen)
+        return;
+    d->rowChangeOpen = false;
+    RootCode::endRemove();
+}
+} // namespace Kiln

@@ -1,0 +1,134 @@
+#pragma once
+
+#include <QtCore/QHash>
+#include <QtCore/QMap>
+#include <QtCore/QVector>
+#include <QtGui/QSyntaxHighlighter>
+#include <QtGui/QTextCursor>
+#include <kilnx/code/codeblockdata.h>
+#include <kilnx/code/codedocument.h>
+#include <kilnx/code/codeparser.h>
+#include <kilnx/code/messages.h>
+
+namespace Kiln
+{
+/// What CodeBlockData keeps.
+struct CodeBlockRecord {
+    CodeBlockData *nextMessageBlock = nullptr;
+    CodeDocumentPrivate *documentPrivate = nullptr;
+    CodeNode *node = nullptr;
+    bool folded = false;
+    bool parsed = false;
+    unsigned int foldingIndent = 0;
+    QTextBlock block;
+    QVector<CodeBlockData::SyntaxMessage> syntaxMessages;
+    QVector<CodeBlockData::Parenthesis> parenthesis;
+    /// What CodeDocument::foldingKind() said of the line when it was parsed last.
+    int foldingKind = 0;
+};
+
+/// The working part of a document: it parses lines as their highlighter, is the list of their
+/// messages, and is what the parser paints and reports to. No Q_OBJECT: two bases are QObjects.
+class CodeDocumentPrivate : public QSyntaxHighlighter, public Messages, public CodeParserSyntax
+{
+public:
+    explicit CodeDocumentPrivate(CodeDocument *owner);
+    ~CodeDocumentPrivate() override;
+
+    // The list of messages.
+    ProjectFile *file() const override;
+    unsigned int count(Message::Type type) const override;
+    Message at(unsigned int index, Message::Type type) const override;
+
+    // The parser's sink.
+    void setToken(TokenType type, int begin, int end) override;
+    void setError(TokenType type, const QString &text, int begin, int end) override;
+    void setDeprecation(TokenType type, const QString &text, int begin, int end) override;
+    void setWarning(TokenType type, const QString &text, int begin, int end) override;
+    void addParenthesis(bool open, QChar character, int position) override;
+
+    /// Between these two the list of all messages is not told; the last one tells it once. Options
+    /// of parsing are read once within.
+    void beginUpdate();
+    void endUpdate();
+
+    bool option(const QString &key) const;
+    bool isModelShown() const;
+    bool isHighlighting() const;
+
+    /// Parses a line outside the highlighter, without painting.
+    void parseQuietly(const QTextBlock &block);
+    /// Releases the head nodes of all lines.
+    void releaseNodes();
+    /// A line's data is about to go.
+    void leaveBlock(CodeBlockData *data);
+    /// Adds a message to a line that was found outside its parse; it goes with the next parse.
+    void addMessage(const QTextBlock &block, const CodeBlockData::SyntaxMessage &message);
+    /// How many children of the root of the kind of `node` stand before it; it is counted itself
+    /// from then on.
+    unsigned int insertOfKind(CodeNode *node);
+    void removeOfKind(CodeNode *node);
+
+    static unsigned int kindOf(const CodeNode *node);
+    static CodeBlockData *dataOf(const QTextBlock &block)
+    {
+        return static_cast<CodeBlockData *>(block.userData());
+    }
+
+    CodeDocument *document;
+    CodeParser *parser = nullptr;
+    CodeBlockData *current = nullptr;
+    QTextCursor cursor;
+    quint16 changeDepth = 0;
+    quint16 updateLock = 0;
+    int messageCounts[3] = {0, 0, 0};
+    QVector<CodeBlockData::SyntaxMessage> pendingMessages;
+    CodeBlockData *firstMessageBlock = nullptr;
+    QVector<unsigned int> enabledGroups;
+    QMap<unsigned int, CodeDocumentEditor *> documentEditors;
+    bool resetting = false;
+
+    /// The children of the root of each kind that has an editor, in text order.
+    struct KindList {
+        QList<CodeNode *> nodes;
+        int last = 0;
+    };
+    QHash<unsigned int, KindList> kinds;
+    bool rowChangeOpen = false;
+
+protected:
+    void highlightBlock(const QString &text) override;
+
+private:
+    /// A place in the list of blocks with messages: the block before it, null at the head, and the
+    /// number of messages up to there. Edits come close to each other, so it is where the search
+    /// for the next place starts.
+    struct MessagePlace {
+        CodeBlockData *before = nullptr;
+        unsigned int row = 0;
+    };
+
+    CodeNode *lastNodeBefore(const QTextBlock &block) const;
+    CodeNode *lastNodeAboveLine(int line) const;
+    static CodeNode *lastOfLine(CodeNode *head);
+    /// Calls the parser for a line. Returns the old node if it was replaced, for the caller to
+    /// release.
+    CodeNode *parseLine(CodeBlockData *data, const QString &text, CodeParserSyntax *syntax);
+    void forgetSequence() { sequenceBlock = QTextBlock(); }
+    int blockState(const CodeNode *node) const;
+    void mark(int kind, TokenType type, const QString &text, int begin, int end);
+    void linkMessages(CodeBlockData *data, QVector<CodeBlockData::SyntaxMessage> &messages);
+    void dropMessages(CodeBlockData *data);
+    CodeBlockData *nextOf(const MessagePlace &place) const;
+    void updateFoldingIndent(const QString &text);
+    unsigned int plainIndent(int above, unsigned int indent) const;
+
+    MessagePlace messagePlace;
+    mutable MessagePlace readPlace;
+    mutable Message::Type readType = Message::All;
+    /// The line parsed last and the last node up to its end, for the line below.
+    QTextBlock sequenceBlock;
+    CodeNode *sequenceNode = nullptr;
+    mutable int highlighting = -1;
+};
+} // namespace Kiln

@@ -1,0 +1,321 @@
+#include <QtCore/QCoreApplication>
+#include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
+#include <kilnx/code/codedocument.h>
+#include <kilnx/code/codedocument_p.h>
+#include <kilnx/code/textcodecs.h>
+#include <kilnx/project/archive.h>
+#include <kilnx/project/paths.h>
+
+namespace Kiln
+{
+namespace
+{
+constexpr unsigned int codecDataId = 0xC0DE;
+
+class CodeDocumentUserData : public QObjectUserData
+{
+public:
+    int codecId = TextCodecs::index("UTF-8");
+};
+
+/// The text as it goes into a file. Unlike toPlainText() it keeps no-break spaces.
+QString fileText(const QTextDocument &document)
+{
+    QString text = document.toRawText();
+    for (QChar &character : text) {
+        if (character == QChar::ParagraphSeparator)
+            character = QLatin1Char('\n');
+    }
+    return text.replace(QLatin1Char('\n'), QLatin1String("\r\n"));
+}
+
+/// `text` with the captures from the second on in place of its lowest-numbered marker, the next
+/// higher, and so on, as QString::arg() has it. What was put in is not looked at again.
+QString withCaptures(const QString &text, const QStringList &captured)
+{
+    static const QRegularExpression marker(QStringLiteral("%L?(\\d{1,2})"));
+    QList<int> numbers;
+    QRegularExpressionMatchIterator matches = marker.globalMatch(text);
+    while (matches.hasNext()) {
+        const int number = matches.next().capturedRef(1).toInt();
+        if (!numbers.contains(number))
+            numbers.append(number);
+    }
+    std::sort(numbers.begin(), numbers.end());
+    QString result;
+    int copied = 0;
+    for (matches = marker.globalMatch(text); matches.hasNext();) {
+        const QRegularExpressionMatch match = matches.next();
+        const int capture = numbers.indexOf(match.capturedRef(1).toInt()) + 1;
+        if (capture >= captured.size())
+            continue;
+        result += text.midRef(copied, match.capturedStart() - copied) + captured.at(capture);
+        copied = match.capturedEnd();
+    }
+    return result + text.midRef(copied);
+}
+} // namespace
+
+QT_WARNING_PUSH
+QT_WARNING_DISABLE_DEPRECATED
+void CodeDocument::createCodecData()
+{
+    QTextDocument::setUserData(codecDataId, new CodeDocumentUserData);
+}
+
+int &CodeDocument::codecData() const
+{
+    return static_cast<CodeDocumentUserData *>(QTextDocument::userData(codecDataId))->codecId;
+}
+QT_WARNING_POP
+
+int CodeDocument::codecId() const
+{
+    return codecData();
+}
+
+void CodeDocument::setCodecId(int id)
+{
+    codecData() = id > 0 && id < TextCodecs::count() ? id : 0;
+}
+
+void CodeDocument::setCodec(const QString &name)
+{
+    setCodecId(TextCodecs::index(name.toLatin1().constData()));
+}
+
+QString CodeDocument::codecName() const
+{
+    return TextCodecs::name(codecId());
+}
+
+bool CodeDocument::canSave() const
+{
+    return true;
+}
+
+bool CodeDocument::isModified() const
+{
+    return QTextDocument::isModified();
+}
+
+bool CodeDocument::isEmpty() const
+{
+    return QTextDocument::isEmpty();
+}
+
+QAbstractItemModel *CodeDocument::model()
+{
+    return this;
+}
+
+QString CodeDocument::fileName()
+{
+    return metaInformation(DocumentUrl);
+}
+
+void CodeDocument::setFileName(const QString &name)
+{
+    const QFileInfo file(name);
+    setMetaInformation(DocumentTitle, name.isEmpty() ? QString() : file.fileName());
+    setMetaInformation(DocumentUrl, name.isEmpty() ? QString() : file.absoluteFilePath());
+}
+
+QString CodeDocument::title() const
+{
+    return metaInformation(DocumentTitle);
+}
+
+void CodeDocument::setTitle(const QString &title)
+{
+    setMetaInformation(DocumentTitle, title);
+}
+
+QString CodeDocument::toString() const
+{
+    return toPlainText();
+}
+
+void CodeDocument::setVersion(unsigned short version)
+{
+    m_version = version;
+}
+
+/// Replaces the text as a whole; the model starts anew. Name and title stay.
+void CodeDocument::loadText(const QString &text)
+{
+    const QString title = this->title();
+    const QString url = fileName();
+    d->resetting = true;
+    beginResetModel();
+    d->beginUpdate();
+    setPlainText(text);
+    d->endUpdate();
+    endResetModel();
+    announceRows();
+    setMetaInformation(DocumentTitle, title);
+    setMetaInformation(DocumentUrl, url);
+}
+
+void CodeDocument::fromString(const QString &text)
+{
+    setFileName(QString());
+    loadText(text);
+    setCodec(QStringLiteral("UTF-8"));
+    setModified(false);
+}
+
+void CodeDocument::reset()
+{
+    d->resetting = true;
+    beginResetModel();
+    setFileName(QString());
+    clear();
+    setModified(false);
+    emit modificationChanged(false);
+    setCodec(QStringLiteral("UTF-8"));
+    endResetModel();
+    announceRows();
+}
+
+bool CodeDocument::fromFile(Archive &archive, const QString &name, bool asCopy)
+{
+    return load(archive, name, -1, asCopy, true);
+}
+
+bool CodeDocument::fromFile(Archive &archive, const QString &name, int codecId, bool asCopy)
+{
+    return load(archive, name, codecId, asCopy, false);
+}
+
+bool CodeDocument::load(Archive &archive, const QString &name, int codecId, bool asCopy, bool watch)
+{
+    QIODevice *const device = archive.openFile(name, QIODevice::ReadOnly);
+    if (!device)
+        return false;
+    const QByteArray data = device->readAll();
+    const bool detect = codecId < 0;
+    const QString text = TextCodecs::stringFromData(data, &codecId);
+    setCodecId(codecId);
+    if (watch)
+        FileWatchObject::fromFile(archive, name, asCopy);
+    loadText(text);
+    if (!detect && !TextCodecs::canDecode(data, codecId))
+        warnOfDecoding();
+    if (!asCopy)
+        setFileName(name);
+    setModified(asCopy);
+    archive.closeFile(device);
+    ProjectFile::fromFile(archive, name, asCopy);
+    return true;
+}
+
+void CodeDocument::reload()
+{
+    fromFile(archive(), fileName(), codecId(), false);
+}
+
+bool CodeDocument::toFile(Archive &archive, const QString &name, bool asCopy)
+{
+    // Nothing of the document changes before the file could be opened and written.
+    QIODevice *const device = archive.openFile(name, QIODevice::WriteOnly);
+    if (!device)
+        return false;
+    const QString text = fileText(*this);
+    const int unicode = TextCodecs::index("UTF-8");
+    const bool encodes = TextCodecs::canEncode(text, codecId());
+    if (!writeAll(device, TextCodecs::stringToData(text, encodes ? codecId() : unicode))) {
+        archive.closeFile(device);
+        return false;
+    }
+    FileWatchObject::toFile(archive, name, asCopy);
+    if (!asCopy)
+        setFileName(QString());
+    archive.closeFile(device);
+    if (!encodes)
+        warnOfEncoding();
+    if (!asCopy) {
+        if (!encodes)
+            setCodecId(unicode);
+        setModified(false);
+        setFileName(name);
+    }
+    ProjectFile::toFile(archive, name, asCopy);
+    return true;
+}
+
+void CodeDocument::warnOfDecoding()
+{
+    const QTextCursor place = find(QString(QChar(QChar::ReplacementCharacter)));
+    if (place.isNull())
+        return;
+    const int column = place.selectionStart() - place.block().position();
+    const QString text = QCoreApplication::translate(
+        "Kiln::CodeDocument", "The file is not in the encoding %1. Bytes that could not be read "
+                              "are lost when it is saved.");
+    d->addMessage(place.block(), {CodeBlockData::SyntaxMessage::Warning, column, column + 1,
+                                  text.arg(codecName())});
+}
+
+void CodeDocument::warnOfEncoding()
+{
+    for (QTextBlock block = begin(); block.isValid(); block = block.next()) {
+        const QString line = block.text();
+        if (TextCodecs::canEncode(line, codecId()))
+            continue;
+        const QString text = QCoreApplication::translate(
+            "Kiln::CodeDocument", "The encoding %1 does not have all characters of this line. The "
+                                  "file was saved in UTF-8.");
+        d->addMessage(
+            block, {CodeBlockData::SyntaxMessage::Warning, 0, line.size(), text.arg(codecName())});
+        return;
+    }
+}
+
+QList<ProjectFile::SearchResult> CodeDocument::search(const QRegularExpression &expression)
+{
+    QList<SearchResult> results;
+    if (!expression.isValid())
+        return results;
+    const QString text = toPlainText();
+    QRegularExpressionMatchIterator matches = expression.globalMatch(text);
+    while (matches.hasNext()) {
+        const QRegularExpressionMatch match = matches.next();
+        QTextBlock block = findBlock(match.capturedStart());
+        SearchResult result;
+        result.line = unsigned(block.blockNumber());
+        result.start = unsigned(match.capturedStart() - block.position());
+        result.length = unsigned(match.capturedLength());
+        result.text = block.text();
+        result.captured = match.capturedTexts().mid(1);
+        int rest = match.capturedEnd() - (block.position() + block.length());
+        for (block = block.next(); rest > 0 && block.isValid(); block = block.next()) {
+            result.text += block.text().leftRef(rest);
+            rest -= block.length();
+        }
+        results.append(result);
+    }
+    return results;
+}
+
+void CodeDocument::replace(const QList<SearchResult> &results, const QString &text)
+{
+    if (results.isEmpty())
+        return;
+    beginChange();
+    const int textEnd = characterCount() - 1;
+    for (int i = results.size() - 1; i >= 0; --i) {
+        const SearchResult &result = results.at(i);
+        const QTextBlock block = findBlockByNumber(int(result.line));
+        const qint64 start = qint64(block.position()) + result.start;
+        if (!block.isValid() || start + result.length > textEnd)
+            continue;
+        QTextCursor cursor = d->cursor;
+        cursor.setPosition(int(start));
+        cursor.setPosition(int(start) + int(result.length), QTextCursor::KeepAnchor);
+        cursor.insertText(withCaptures(text, result.captured));
+    }
+    endChange();
+}
+} // namespace Kiln

@@ -1,0 +1,303 @@
+#include <kilnx/code/codedocument_p.h>
+#include <kilnx/code/groupcode.h>
+#include <kilnx/code/noderows_p.h>
+
+namespace Kiln
+{
+namespace
+{
+constexpr int animationState = int(0x80000000u);
+/// Nothing but groups and animations ends no walk of this mask.
+constexpr int sectionsOnly = -11;
+
+constexpr int kindMask = 3;
+constexpr int outermostFlag = 4;
+enum LineKind { PlainLine = 0, HeadLine = 1, BodyLine = 2 };
+
+int kindIn(int foldingKind)
+{
+    return foldingKind & kindMask;
+}
+} // namespace
+
+CodeDocumentPrivate::CodeDocumentPrivate(CodeDocument *owner)
+    : QSyntaxHighlighter(static_cast<QTextDocument *>(owner))
+    , document(owner)
+    , cursor(owner)
+{
+}
+
+CodeDocumentPrivate::~CodeDocumentPrivate()
+{
+    // The list asks for the counts once more when the base leaves it.
+    if (list())
+        list()->unregisterMessages(this);
+}
+
+void CodeDocumentPrivate::beginUpdate()
+{
+    if (updateLock++ == 0)
+        highlighting = -1;
+}
+
+void CodeDocumentPrivate::endUpdate()
+{
+    if (--updateLock == 0) {
+        highlighting = -1;
+        notifyUpdate();
+    }
+}
+
+bool CodeDocumentPrivate::option(const QString &key) const
+{
+    return document->option(key).toBool();
+}
+
+bool CodeDocumentPrivate::isModelShown() const
+{
+    return option(QStringLiteral("modelCode"));
+}
+
+bool CodeDocumentPrivate::isHighlighting() const
+{
+    if (updateLock == 0)
+        return option(QStringLiteral("highlightCode"));
+    if (highlighting < 0)
+        highlighting = option(QStringLiteral("highlightCode")) ? 1 : 0;
+    return highlighting != 0;
+}
+
+CodeNode *CodeDocumentPrivate::lastOfLine(CodeNode *head)
+{
+    while (head->m_next && !head->m_next->m_block.isValid())
+        head = head->m_next;
+    return head;
+}
+
+CodeNode *CodeDocumentPrivate::lastNodeBefore(const QTextBlock &block) const
+{
+    constexpr int nearby = 64;
+    QTextBlock above = block.previous();
+    if (above.isValid() && above == sequenceBlock)
+        return sequenceNode;
+    for (int steps = 0; above.isValid(); above = above.previous()) {
+        const CodeBlockData *const data = dataOf(above);
+        if (data && data->d->node)
+            return lastOfLine(data->d->node);
+        if (++steps == nearby)
+            return lastNodeAboveLine(block.blockNumber());
+    }
+    return lastOfLine(document);
+}
+
+/// The same by way of the tree: down the containers to a child above the line that is near to it,
+/// and from there along the list.
+CodeNode *CodeDocumentPrivate::lastNodeAboveLine(int line) const
+{
+    CodeNode *last = document;
+    for (const ParentCode *container = document; container;) {
+        const int above = NodeRows::countBeforeLine(container, line);
+        if (above == 0)
+            break;
+        CodeNode *const child = container->childAt(unsigned(above) - 1);
+        if (!child || NodeRows::line(child) >= line)
+            break;
+        last = child;
+        container = child->m_type == CodeNode::Group || child->m_type == CodeNode::Animation
+                        ? static_cast<const ParentCode *>(child)
+                        : nullptr;
+    }
+    while (last->m_next) {
+        const QTextBlock &next = last->m_next->m_block;
+        if (next.isValid() && next.blockNumber() >= line)
+            break;
+        last = last->m_next;
+    }
+    return last;
+}
+
+CodeNode *
+CodeDocumentPrivate::parseLine(CodeBlockData *data, const QString &text, CodeParserSyntax *syntax)
+{
+    const QTextBlock block = data->d->block;
+    CodeNode *const old = data->d->node;
+    CodeNode *const previous = lastNodeBefore(block);
+    // Further nodes of a line have no block: what follows a node of this line must not inherit one.
+    for (CodeNode *node = old; node; node = node->m_next) {
+        if (node != old && node->m_block.isValid())
+            break;
+        node->m_nextBlock = QTextBlock();
+    }
+    previous->m_nextBlock = block;
+    CodeNode *const result = parser->parse(text, old, previous, document, syntax);
+    data->d->node = result;
+    sequenceBlock = block;
+    sequenceNode = result ? lastOfLine(result) : previous;
+    if (result && result != old && result->m_parent && !resetting)
+        result->changed(result->m_parent, result->m_parent->childIndex(result), Qt::DisplayRole);
+    return result == old ? nullptr : old;
+}
+
+void CodeDocumentPrivate::parseQuietly(const QTextBlock &block)
+{
+    CodeNode *const replaced =
+        parseLine(CodeBlockData::blockData(block, this), block.text(), nullptr);
+    if (replaced)
+        replaced->release();
+}
+
+void CodeDocumentPrivate::highlightBlock(const QString &text)
+{
+    if (!parser)
+        return;
+    beginUpdate();
+    CodeBlockData *const data = current = CodeBlockData::blockData(currentBlock(), this);
+    dropMessages(data);
+    data->d->parenthesis.resize(0);
+    CodeNode *const replaced = parseLine(data, text, isHighlighting() ? this : nullptr);
+    setCurrentBlockState(blockState(data->d->node));
+    linkMessages(data, pendingMessages);
+    endUpdate();
+    if (replaced)
+        replaced->release();
+    updateFoldingIndent(text);
+    current = nullptr;
+    document->blockHighlighted();
+}
+
+/// What encloses the line, as a number that differs where the lines below mean something else.
+int CodeDocumentPrivate::blockState(const CodeNode *node) const
+{
+    const auto stateOf = [](const CodeNode *section) {
+        return section->type() == CodeNode::Group
+                   ? int(static_cast<const GroupCode *>(section)->subType())
+                   : animationState;
+    };
+    int state = 0;
+    if (node && (node->type() == CodeNode::Group || node->type() == CodeNode::Animation)) {
+        state = stateOf(node);
+    } else if (node) {
+        const CodeNode *section = node->previous(CodeNode::Group, sectionsOnly);
+        if (!section)
+            section = node->previous(CodeNode::Animation, sectionsOnly);
+        state = section ? stateOf(section) : 0;
+    }
+    return state != 0 ? state : previousBlockState();
+}
+
+void CodeDocumentPrivate::updateFoldingIndent(const QString &text)
+{
+    CodeBlockRecord *const line = current->d.get();
+    line->foldingKind = document->foldingKind(text);
+    const CodeBlockData *const aboveData = dataOf(line->block.previous());
+    const int above = aboveData ? aboveData->d->foldingKind : 0;
+    const unsigned int indent = aboveData ? aboveData->d->foldingIndent : 0;
+    const unsigned int outdent = indent > 0 ? indent - 1 : 0;
+    switch (kindIn(line->foldingKind)) {
+    case HeadLine:
+        if (line->foldingKind & outermostFlag)
+            line->foldingIndent = 0;
+        else
+            line->foldingIndent = kindIn(above) == BodyLine ? outdent : indent;
+        break;
+    case BodyLine:
+        line->foldingIndent = kindIn(above) == HeadLine ? indent + 1 : indent;
+        break;
+    case PlainLine:
+        line->foldingIndent = kindIn(above) == PlainLine ? indent : plainIndent(above, indent);
+        break;
+    default:
+        if (kindIn(line->foldingKind) == kindIn(above))
+            line->foldingIndent = indent;
+        break;
+    }
+}
+
+/// The indent of a plain line below a head or a body line, which the next such line decides.
+unsigned int CodeDocumentPrivate::plainIndent(int above, unsigned int indent) const
+{
+    const bool belowHead = kindIn(above) == HeadLine;
+    QTextBlock next = current->d->block.next();
+    int nextKind = PlainLine;
+    for (; next.isValid(); next = next.next()) {
+        nextKind = document->foldingKind(next.text());
+        if (kindIn(nextKind) == HeadLine || kindIn(nextKind) == BodyLine)
+            break;
+    }
+    if (!next.isValid())
+        return 0;
+    if (kindIn(nextKind) == BodyLine)
+        return belowHead ? indent + 1 : indent;
+    if (nextKind & outermostFlag)
+        return 0;
+    if (belowHead)
+        return above & outermostFlag ? indent + 1 : indent;
+    for (QTextBlock block = current->d->block.previous().previous(); block.isValid();
+         block = block.previous()) {
+        const CodeBlockData *const data = dataOf(block);
+        const int kind = data ? data->d->foldingKind : document->foldingKind(block.text());
+        if (kindIn(kind) == HeadLine)
+            return kind & outermostFlag || indent == 0 ? indent : indent - 1;
+    }
+    return 0;
+}
+
+void CodeDocumentPrivate::releaseNodes()
+{
+    forgetSequence();
+    for (QTextBlock block = document->begin(); block.isValid(); block = block.next()) {
+        CodeBlockData *const data = dataOf(block);
+        if (!data || !data->d->node)
+            continue;
+        CodeNode *const node = data->d->node;
+        data->d->node = nullptr;
+        node->release();
+    }
+}
+
+void CodeDocumentPrivate::leaveBlock(CodeBlockData *data)
+{
+    forgetSequence();
+    dropMessages(data);
+    if (data->d->node)
+        data->d->node->release();
+}
+
+unsigned int CodeDocumentPrivate::kindOf(const CodeNode *node)
+{
+    const unsigned int subType =
+        node->type() == CodeNode::Group ? static_cast<const GroupCode *>(node)->subType() : 0;
+    return subType << 16 | unsigned(node->type());
+}
+
+unsigned int CodeDocumentPrivate::insertOfKind(CodeNode *node)
+{
+    KindList &kind = kinds[kindOf(node)];
+    int begin = 0;
+    int end = kind.nodes.size();
+    if (end > 0 && NodeRows::isBefore(kind.nodes.last(), node))
+        begin = end;
+    while (begin < end) {
+        const int middle = begin + (end - begin) / 2;
+        if (NodeRows::isBefore(kind.nodes.at(middle), node))
+            begin = middle + 1;
+        else
+            end = middle;
+    }
+    kind.nodes.insert(begin, node);
+    kind.last = begin;
+    return unsigned(begin);
+}
+
+void CodeDocumentPrivate::removeOfKind(CodeNode *node)
+{
+    KindList &kind = kinds[kindOf(node)];
+    int row = kind.last;
+    if (kind.nodes.value(row) != node)
+        row = !kind.nodes.isEmpty() && kind.nodes.first() == node ? 0 : kind.nodes.indexOf(node);
+    if (row < 0)
+        return;
+    kind.nodes.removeAt(row);
+    kind.last = row;
+}
+} // namespace Kiln

@@ -1,0 +1,6 @@
+#include <kilnx/code/codeparser.h>
+
+namespace Kiln
+{
+CodeParserSyntax::~CodeParserSyntax() = default;
+} // namespace Kiln

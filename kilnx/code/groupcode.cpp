@@ -1,0 +1,140 @@
+#include <kilnx/code/codedocument.h>
+#include <kilnx/code/groupcode.h>
+#include <kilnx/code/noderows_p.h>
+#include <kilnx/code/valuecode.h>
+
+namespace Kiln
+{
+GroupCode::GroupCode(CodeNode *previous, unsigned int subType)
+    : ParentCode(Group, previous)
+    , m_subType(subType)
+{
+    takeValuesBelow();
+}
+
+void GroupCode::takeValuesBelow()
+{
+    for (CodeNode *node = next(); node; node = node->next()) {
+        if (node->type() == Group || node->type() == Animation)
+            break;
+        if (node->type() == Value)
+            m_values.append(static_cast<ValueCode *>(node));
+        else if (node->type() == Frame && node->parent())
+            node->parent()->removeChild(node);
+    }
+    // They leave their group last one first, which moves no rows there.
+    for (int row = m_values.size() - 1; row >= 0; --row) {
+        CodeNode *const value = m_values.at(row);
+        if (value->m_parent)
+            value->m_parent->removeChild(value);
+        value->m_parent = this;
+        NodeRows::remember(value, row, m_lastRow);
+    }
+}
+
+GroupCode::~GroupCode()
+{
+    handValuesOn();
+    // While it is still a group, so that whoever keeps lists of groups finds it.
+    if (m_parent)
+        m_parent->removeChild(this);
+}
+
+void GroupCode::handValuesOn()
+{
+    if (m_values.isEmpty())
+        return;
+    CodeNode *above = previous();
+    while (above && above->type() != Group && above->type() != Animation && above->type() != Frame)
+        above = above->previous();
+    if (above && above->type() == Group) {
+        auto *const heir = static_cast<GroupCode *>(above);
+        while (!m_values.isEmpty())
+            heir->insertChild(m_values.first(), unsigned(-1));
+        return;
+    }
+    while (!m_values.isEmpty())
+        removeChild(m_values.last());
+}
+
+int GroupCode::lastLine() const
+{
+    const auto isNested = [](const CodeNode *group) {
+        return group->parent() && group->parent()->type() == Group;
+    };
+    for (const CodeNode *node = next(); node; node = node->next()) {
+        const bool endsHere = node->type() == Animation ||
+                              (node->type() == Group && (isNested(this) || !isNested(node)));
+        if (endsHere)
+            return node->firstLine() - 1;
+    }
+    const CodeDocument *const owner = document();
+    return owner ? owner->blockCount() : lineNo();
+}
+
+unsigned int GroupCode::childCount() const
+{
+    return unsigned(m_values.size());
+}
+
+int GroupCode::childIndex(CodeNode *child) const
+{
+    return NodeRows::find(m_values, child, m_lastRow);
+}
+
+CodeNode *GroupCode::childAt(unsigned int row) const
+{
+    return m_values.value(int(row));
+}
+
+void GroupCode::insertChild(CodeNode *child, unsigned int index)
+{
+    if (child->m_parent)
+        child->m_parent->removeChild(child);
+    if (child->type() != Value)
+        return;
+    child->m_parent = this;
+    const int row = int(qMin(index, childCount()));
+    beginInsert(this, row);
+    m_values.insert(row, static_cast<ValueCode *>(child));
+    NodeRows::remember(child, row, m_lastRow);
+    endInsert();
+}
+
+void GroupCode::removeChild(CodeNode *child)
+{
+    child->m_parent = nullptr;
+    const int row = childIndex(child);
+    if (row < 0)
+        return;
+    beginRemove(this, row);
+    m_values.removeAt(row);
+    endRemove();
+}
+
+ValueCode *GroupCode::valueAt(unsigned int index) const
+{
+    return index < childCount() ? m_values.at(int(index)) : nullptr;
+}
+
+ValueCode *GroupCode::valueByName(const QString &name) const
+{
+    for (ValueCode *value : m_values) {
+        if (value->name() == name)
+            return value;
+    }
+    return nullptr;
+}
+
+QVariant GroupCode::value(const QString &name) const
+{
+    const ValueCode *const node = valueByName(name);
+    return node ? node->value() : QVariant();
+}
+
+void GroupCode::removeValue(unsigned int index)
+{
+    if (ValueCode *const value = valueAt(index))
+        value->remove(true);
+}
+} // namespace Kiln
