@@ -104,7 +104,11 @@ void MemoryCache::set(PackedCache::Item *item,
     item->param = param;
     setCrc(item, crc);
     item->packedSize = data.size();
-    static_cast<Item *>(item)->data = data;
+    QByteArray &stored = static_cast<Item *>(item)->data;
+    stored = data;
+    // Compression works in an array as large as its input, which the result would keep.
+    if (stored.capacity() - stored.size() > stored.size() / 8)
+        stored.squeeze();
 }
 
 } // namespace Kiln
