@@ -4,6 +4,7 @@
 #include <kilnx/image/colorquantizer.h>
 #include <kilnx/image/imageops.h>
 
+#include <QtCore/QBuffer>
 #include <QtCore/QDataStream>
 
 #include <gif_lib.h>
