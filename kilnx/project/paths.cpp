@@ -1,0 +1,143 @@
+#include <kilnx/project/paths.h>
+
+#include <QtCore/QFileDevice>
+#include <QtCore/QFileInfo>
+#include <QtWidgets/QFileDialog>
+
+#include <kilnx/project/archive.h>
+#include <kilnx/project/archive_p.h>
+#include <kilnx/project/interface.h>
+
+namespace Kiln
+{
+
+const char *fileExtension(FileExtensionType type)
+{
+    switch (type) {
+    case ImageAll:
+        return " (*.pcx *.png *.gif *.bmp);;";
+    case ImageOpen:
+        return "Personal Computer eXchange (*.pcx);;Portable Network Graphic (*.png);;"
+               "Graphics Interchange Format (*.gif);;Bitmap (*.bmp)";
+    case ImageSave:
+        return "Portable Network Graphic (*.png);;Graphics Interchange Format (*.gif);;"
+               "Personal Computer eXchange (*.pcx);;Bitmap (*.bmp)";
+    case PaletteAll:
+        return " (*.act *.pcx *.png *.gif *.bmp *.pal *.aco *.ase *.txt);;";
+    case PaletteOpen:
+        return "Adobe Color Table (*.act);;Personal Computer eXchange (*.pcx);;"
+               "Portable Network Graphic (*.png);;Graphics Interchange Format (*.gif);;"
+               "Bitmap (*.bmp);;RIFF / Jasc Palette (*.pal);;Adobe Color Swatch (*.aco);;"
+               "Adobe Swatch Exchange (*.ase);;Corel Painter Swatches (*.txt)";
+    case PaletteSave:
+        return "Adobe Color Table (*.act)";
+    }
+    return nullptr;
+}
+
+QByteArray fileExtension(const QString &path)
+{
+    return QFileInfo(path).suffix().toUpper().toLatin1();
+}
+
+QString fixFileCase(const QString &path, Archive &, const QString &name)
+{
+    return path + name;
+}
+
+bool copyFile(Archive &from, const QString &fromName, Archive &to, const QString &toName)
+{
+    if (fromName == toName)
+        return false;
+    QIODevice *source = from.openFile(fromName, QIODevice::ReadOnly);
+    if (!source)
+        return false;
+    QIODevice *destination = to.openFile(toName, QIODevice::WriteOnly);
+    bool copied = destination;
+    while (copied && !source->atEnd()) {
+        constexpr qint64 blockSize = 131072;
+        const QByteArray block = source->read(blockSize);
+        copied = !block.isEmpty() && writeAll(destination, block);
+    }
+    if (auto *file = copied ? nullptr : dynamic_cast<File *>(destination))
+        file->discard();
+    from.closeFile(source);
+    to.closeFile(destination);
+    return copied;
+}
+
+bool writeAll(QIODevice *device, const QByteArray &data)
+{
+    if (device->write(data) != data.size())
+        return false;
+    auto *file = qobject_cast<QFileDevice *>(device);
+    return !file || file->flush();
+}
+
+void skipRead(QIODevice *device, unsigned int count)
+{
+    constexpr unsigned int step = 256;
+    char thrownAway[step];
+    for (; count > 0; count -= qMin(count, step))
+        device->read(thrownAway, qMin(count, step));
+}
+
+QString randomString(int length)
+{
+    static constexpr char characters[] =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+    QString result;
+    // The host seeds this generator: a seeded run has the same names each time.
+    QT_WARNING_PUSH
+    QT_WARNING_DISABLE_DEPRECATED
+    for (int i = 0; i < length; ++i)
+        result += QLatin1Char(characters[qrand() % 62]);
+    QT_WARNING_POP
+    return result;
+}
+
+static bool hasOption(const char *key)
+{
+    return Interface::instance()->option(QString::fromLatin1(key), QVariant()).toBool();
+}
+
+static QFileDialog::Options openOptions()
+{
+    return hasOption("use_native_open") ? QFileDialog::Options()
+                                        : QFileDialog::Options(QFileDialog::DontUseNativeDialog);
+}
+
+QString getExistingDirectory(QWidget *parent, const QString &caption, const QString &directory)
+{
+    return QFileDialog::getExistingDirectory(parent, caption, directory, QFileDialog::ShowDirsOnly);
+}
+
+QString getOpenFileName(QWidget *parent,
+                        const QString &caption,
+                        const QString &directory,
+                        const QString &filter)
+{
+    return QFileDialog::getOpenFileName(parent, caption, directory, filter, nullptr, openOptions());
+}
+
+QStringList getOpenFileNames(QWidget *parent,
+                             const QString &caption,
+                             const QString &directory,
+                             const QString &filter)
+{
+    QStringList names =
+        QFileDialog::getOpenFileNames(parent, caption, directory, filter, nullptr, openOptions());
+    if (hasOption("sort_file_names"))
+        names.sort(Qt::CaseSensitive);
+    return names;
+}
+
+QString getSaveFileName(QWidget *parent,
+                        const QString &caption,
+                        const QString &directory,
+                        const QString &filter)
+{
+    return QFileDialog::getSaveFileName(parent, caption, directory, filter);
+}
+
+} // namespace Kiln
