@@ -43,8 +43,6 @@ public:
 
 private:
     friend class FileWatcherManager;
-    bool follow(const QString &name, bool asCopy);
-
     bool paused = false;
 };
 

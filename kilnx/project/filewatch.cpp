@@ -1,0 +1,318 @@
+#include <kilnx/project/filewatch.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QFileInfo>
+#include <QtCore/QTimer>
+
+#include <kilnx/forms/messageboxes.h>
+#include <kilnx/project/filewatch_p.h>
+#include <kilnx/project/interface.h>
+
+namespace Kiln
+{
+
+static constexpr int pauseMilliseconds = 250;
+
+/// Living FileWatchObjects, copies included.
+static int livingObjects = 0;
+static FileWatcherManager *manager = nullptr;
+
+FileWatcherManager &FileWatcherManager::retain()
+{
+    if (livingObjects++ == 0)
+        manager = new FileWatcherManager;
+    return *manager;
+}
+
+void FileWatcherManager::releaseOne()
+{
+    if (--livingObjects > 0)
+        return;
+    FileWatcherManager *last = std::exchange(manager, nullptr);
+    // The last object may go while the manager is telling it of a change.
+    if (last->m_telling)
+        last->deleteLater();
+    else
+        delete last;
+}
+
+FileWatcherManager::FileWatcherManager()
+{
+    connect(&m_watcher, &QFileSystemWatcher::fileChanged, this, &FileWatcherManager::fileChanged);
+    connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this,
+            &FileWatcherManager::watchMissing);
+}
+
+void FileWatcherManager::add(FileWatchObject *object)
+{
+    m_objects.append(object);
+    m_records.insert(object, {++m_lastStamp, m_lastStamp, false});
+}
+
+void FileWatcherManager::remove(FileWatchObject *object)
+{
+    m_objects.removeAll(object);
+    m_records.remove(object);
+    m_held.remove(object);
+}
+
+bool FileWatcherManager::isAlive(FileWatchObject *object, Stamp registration) const
+{
+    const auto record = m_records.constFind(object);
+    return record != m_records.constEnd() && record->registration == registration;
+}
+
+void FileWatcherManager::follow(FileWatchObject *object,
+                                const QString &oldName,
+                                const QString &newName)
+{
+    const auto record = m_records.find(object);
+    if (record == m_records.end())
+        return;
+    record->joined = true;
+    if (oldName != newName && !oldName.isEmpty()) {
+        int sharing = 0;
+        for (FileWatchObject *other : qAsConst(m_objects))
+            sharing += other->fileName() == oldName;
+        if (sharing <= 1) {
+            m_wanted.remove(oldName);
+            m_missing.remove(oldName);
+            m_watcher.removePath(oldName);
+        }
+    }
+    watch(newName);
+    // The load or save that follows may still fail, or make the file.
+    settleLater();
+}
+
+void FileWatcherManager::watch(const QString &path)
+{
+    if (path.isEmpty())
+        return;
+    m_wanted.insert(path);
+    if (!m_watcher.files().contains(path) && !m_watcher.addPath(path)) {
+        m_missing.insert(path);
+        watchMissing();
+    }
+}
+
+/// Takes up the missing files that are there now, and watches the directories of the others.
+void FileWatcherManager::watchMissing()
+{
+    QStringList back;
+    QSet<QString> directories;
+    for (const QString &path : qAsConst(m_missing)) {
+        QString directory = QFileInfo(path).absolutePath();
+        while (!QFileInfo::exists(directory))
+            directory = QFileInfo(directory).absolutePath();
+        // Only a directory that is watched before the look at the file cannot miss its return.
+        if (!m_watcher.directories().contains(directory))
+            m_watcher.addPath(directory);
+        if (QFileInfo::exists(path) && m_watcher.addPath(path))
+            back.append(path);
+        else
+            directories.insert(directory);
+    }
+    const QStringList watched = m_watcher.directories();
+    for (const QString &directory : watched) {
+        if (!directories.contains(directory))
+            m_watcher.removePath(directory);
+    }
+    for (const QString &path : qAsConst(back))
+        m_missing.remove(path);
+    for (const QString &path : qAsConst(back))
+        fileChanged(path);
+}
+
+void FileWatcherManager::settleLater()
+{
+    if (std::exchange(m_settling, true))
+        return;
+    QTimer::singleShot(0, this, &FileWatcherManager::settle);
+}
+
+/// Watches exactly the names that the objects have once all loads and saves are through.
+void FileWatcherManager::settle()
+{
+    m_settling = false;
+    QSet<QString> names;
+    for (FileWatchObject *object : qAsConst(m_objects)) {
+        if (m_records.value(object).joined)
+            names.insert(object->fileName());
+    }
+    names.remove(QString());
+    const QSet<QString> left = m_wanted - names;
+    for (const QString &path : left) {
+        m_wanted.remove(path);
+        m_missing.remove(path);
+        m_watcher.removePath(path);
+    }
+    for (const QString &path : qAsConst(names))
+        watch(path);
+    watchMissing();
+}
+
+void FileWatcherManager::fileChanged(const QString &path)
+{
+    if (!m_wanted.contains(path))
+        return;
+    // The name may stand for another file now, while the watcher still follows the old one.
+    m_watcher.removePath(path);
+    if (m_watcher.addPath(path)) {
+        tell(path);
+    } else {
+        m_missing.insert(path);
+        watchMissing();
+    }
+}
+
+void FileWatcherManager::tell(const QString &path)
+{
+    QList<QPair<FileWatchObject *, Stamp>> stale;
+    for (FileWatchObject *object : qAsConst(m_objects)) {
+        if (!object->paused && object->fileName() == path)
+            stale.append({object, m_records.value(object).registration});
+        else
+            endPauseLater(object);
+    }
+    // While the box is open, a further change of the file has its answer already.
+    if (stale.isEmpty() || m_asking.contains(path) || !isEnabled())
+        return;
+    ++m_telling;
+    m_asking.insert(path);
+    const bool reload = askToReload(path);
+    m_asking.remove(path);
+    for (const auto &[object, registration] : qAsConst(stale)) {
+        if (reload && isAlive(object, registration))
+            object->reload();
+    }
+    --m_telling;
+}
+
+bool FileWatcherManager::isEnabled()
+{
+    Interface *interface = Interface::instance();
+    return interface &&
+           interface->option(QStringLiteral("enable_file_watcher"), QVariant()).toBool();
+}
+
+bool FileWatcherManager::askToReload(const QString &path)
+{
+    const QString text = QCoreApplication::translate(
+        "Kiln::FileWatchObject",
+        "The file '%1' has been modified. Do you want to reload all other instances of this file "
+        "now?");
+    return askQuestion(Interface::instance()->mainWindow(),
+                       QCoreApplication::translate("Kiln::FileWatchObject", "File modified"),
+                       text.arg(path));
+}
+
+void FileWatcherManager::endPauseLater(FileWatchObject *object)
+{
+    if (!object->paused)
+        return;
+    QTimer::singleShot(
+        pauseMilliseconds, this,
+        [this, object, stamp = m_records.value(object).pause] { endPause(object, stamp); });
+}
+
+void FileWatcherManager::endPause(FileWatchObject *object, Stamp stamp)
+{
+    const auto record = m_records.constFind(object);
+    if (record != m_records.constEnd() && record->pause == stamp && !m_held.contains(object))
+        object->paused = false;
+}
+
+void FileWatcherManager::ownSave(FileWatchObject *object)
+{
+    renewPause(object);
+    const auto record = m_records.constFind(object);
+    if (record == m_records.constEnd())
+        return;
+    QTimer::singleShot(0, this, [this, object, stamp = record->pause] {
+        const auto record = m_records.constFind(object);
+        if (record != m_records.constEnd() && record->pause == stamp)
+            endPauseLater(object);
+    });
+}
+
+void FileWatcherManager::renewPause(FileWatchObject *object)
+{
+    const auto record = m_records.find(object);
+    if (record != m_records.end())
+        record->pause = ++m_lastStamp;
+}
+
+bool FileWatcherManager::hold(FileWatchObject *object)
+{
+    if (!m_records.contains(object))
+        return false;
+    m_held.insert(object);
+    return true;
+}
+
+bool FileWatcherManager::letGo(FileWatchObject *object)
+{
+    return m_held.remove(object);
+}
+
+FileWatchHold::FileWatchHold(const QList<FileWatchObject *> &objects)
+    : m_objects(objects)
+{
+    for (FileWatchObject *object : objects) {
+        if (manager->hold(object))
+            object->pauseWatch(true);
+    }
+}
+
+FileWatchHold::~FileWatchHold()
+{
+    // The notifications of what was written under the hold must find it still there.
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    for (FileWatchObject *object : qAsConst(m_objects)) {
+        if (manager && manager->letGo(object))
+            object->pauseWatch(false);
+    }
+}
+
+FileWatchObject::FileWatchObject()
+{
+    FileWatcherManager::retain().add(this);
+}
+
+FileWatchObject::FileWatchObject(const FileWatchObject &other)
+    : paused(other.paused)
+{
+    FileWatcherManager::retain();
+}
+
+FileWatchObject::~FileWatchObject()
+{
+    manager->remove(this);
+    FileWatcherManager::releaseOne();
+}
+
+bool FileWatchObject::fromFile(Archive &, const QString &name, bool asCopy)
+{
+    if (!asCopy)
+        manager->follow(this, fileName(), name);
+    return true;
+}
+
+bool FileWatchObject::toFile(Archive &, const QString &name, bool asCopy)
+{
+    if (asCopy)
+        return true;
+    manager->follow(this, fileName(), name);
+    paused = true;
+    manager->ownSave(this);
+    return true;
+}
+
+void FileWatchObject::pauseWatch(bool pause)
+{
+    paused = pause;
+    manager->renewPause(this);
+}
+
+} // namespace Kiln
