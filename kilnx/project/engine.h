@@ -102,7 +102,8 @@ public:
 private:
     friend class Engine;
     explicit EnginePrivate(const QString &id);
-    class Reader;
+
+    QByteArray toXml() const;
 
     QMap<QString, QVariant> m_options;
 };

@@ -83,8 +83,6 @@ public:
 
     private:
         friend class BasePath;
-        friend class ParentProjectPrivate;
-        friend class PathMerge;
         Q_DISABLE_COPY(Path)
     };
 
@@ -170,7 +168,7 @@ protected:
 private:
     friend class Project;
     friend class ParentProjectPrivate;
-    friend class ProjectRun;
+    friend class PathMerge;
 
     std::unique_ptr<ParentProjectPrivate> d;
 };
