@@ -1,0 +1,205 @@
+// The code document beside a bare QTextDocument whose QSyntaxHighlighter sets the same formats on
+// the same text. Each row times both, turn by turn: the time of the row is the document's, `bare`
+// is the other's, and `ratio` is the document's in terms of the other's.
+
+#include <tests/code/plaincode.h>
+
+#include <benchmark/benchmark.h>
+
+#include <QtGui/QSyntaxHighlighter>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QPlainTextDocumentLayout>
+
+#include <chrono>
+#include <memory>
+
+using namespace Kiln;
+
+namespace
+{
+
+constexpr int sectionSize = 500;
+
+class BareHighlighter : public QSyntaxHighlighter, public CodeParserSyntax
+{
+public:
+    explicit BareHighlighter(QTextDocument *document) : QSyntaxHighlighter(document)
+    {
+        for (int type = 0; type < 10; ++type) {
+            m_formats[type] = CodeDocument::syntaxFormat(TokenType(type));
+            m_marked[type] = m_formats[type];
+            m_marked[type].setUnderlineStyle(QTextCharFormat::SpellCheckUnderline);
+            m_marked[type].setUnderlineColor(Qt::red);
+        }
+    }
+
+    void setToken(TokenType type, int begin, int end) override
+    {
+        setFormat(begin, end - begin, m_formats[type]);
+    }
+    void setError(TokenType type, const QString &, int begin, int end) override
+    {
+        setFormat(begin, end - begin, m_marked[type]);
+    }
+    void setDeprecation(TokenType type, const QString &text, int begin, int end) override
+    {
+        setError(type, text, begin, end);
+    }
+    void setWarning(TokenType type, const QString &text, int begin, int end) override
+    {
+        setError(type, text, begin, end);
+    }
+    void addParenthesis(bool, QChar, int) override {}
+
+protected:
+    void highlightBlock(const QString &text) override { Plain::paint(text, *this); }
+
+private:
+    QTextCharFormat m_formats[10];
+    QTextCharFormat m_marked[10];
+};
+
+struct BareDocument {
+    BareDocument()
+    {
+        text.setDocumentLayout(new QPlainTextDocumentLayout(&text));
+        highlighter = std::make_unique<BareHighlighter>(&text);
+    }
+
+    QTextDocument text;
+    std::unique_ptr<BareHighlighter> highlighter;
+};
+
+template<typename Function>
+double seconds(Function function)
+{
+    const auto start = std::chrono::steady_clock::now();
+    function();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+/// Adds up both times over the iterations of a row.
+class Comparison
+{
+public:
+    explicit Comparison(benchmark::State &state) : m_state(state) {}
+    ~Comparison()
+    {
+        m_state.counters["bare_us"] = m_bare / double(m_state.iterations()) * 1e6;
+        m_state.counters["ratio"] = m_own / m_bare;
+    }
+
+    template<typename Own, typename Bare>
+    void add(Own own, Bare bare)
+    {
+        const double time = seconds(own);
+        m_own += time;
+        m_bare += seconds(bare);
+        m_state.SetIterationTime(time);
+    }
+
+private:
+    benchmark::State &m_state;
+    double m_own = 0;
+    double m_bare = 0;
+};
+
+void load(benchmark::State &state)
+{
+    const QString text = Plain::sampleText(int(state.range(0)), sectionSize);
+    Plain::Parser parser;
+    Comparison comparison(state);
+    for (auto _ : state) {
+        const Plain::DocumentPointer document(new Plain::Document(&parser));
+        BareDocument bare;
+        comparison.add([&] { document->fromString(text); }, [&] { bare.text.setPlainText(text); });
+    }
+}
+
+/// Types a digit into a value's line, and takes it away outside the time.
+void keystroke(benchmark::State &state)
+{
+    const int lines = int(state.range(0));
+    const QString text = Plain::sampleText(lines, sectionSize);
+    Plain::Parser parser;
+    const Plain::DocumentPointer document(new Plain::Document(&parser));
+    document->fromString(text);
+    BareDocument bare;
+    bare.text.setPlainText(text);
+    const auto cursorOn = [&](QTextDocument *target) {
+        int line = qMin(int(lines * state.range(1) / 2), lines - 1);
+        while (!target->findBlockByNumber(line).text().startsWith(QLatin1String("speed")))
+            line += state.range(1) == 2 ? -1 : 1;
+        QTextCursor cursor(target->findBlockByNumber(line));
+        cursor.movePosition(QTextCursor::NextWord);
+        cursor.movePosition(QTextCursor::NextWord);
+        return cursor;
+    };
+    QTextCursor own = cursorOn(document.get());
+    QTextCursor other = cursorOn(&bare.text);
+    Comparison comparison(state);
+    for (auto _ : state) {
+        comparison.add([&] { own.insertText(QStringLiteral("1")); },
+                       [&] { other.insertText(QStringLiteral("1")); });
+        own.deletePreviousChar();
+        other.deletePreviousChar();
+    }
+}
+
+/// Ends one document and loads another of the same size.
+void closeAndOpen(benchmark::State &state)
+{
+    const QString text = Plain::sampleText(int(state.range(0)), sectionSize);
+    Plain::Parser parser;
+    Plain::DocumentPointer document;
+    auto bare = std::make_unique<BareDocument>();
+    Comparison comparison(state);
+    for (auto _ : state) {
+        comparison.add(
+            [&] {
+                document.reset(new Plain::Document(&parser));
+                document->fromString(text);
+            },
+            [&] {
+                bare = std::make_unique<BareDocument>();
+                bare->text.setPlainText(text);
+            });
+    }
+}
+
+/// A header at the top gets another kind: its own section is parsed anew, whatever follows.
+void headerEdit(benchmark::State &state)
+{
+    Plain::Parser parser;
+    const Plain::DocumentPointer document(new Plain::Document(&parser));
+    document->fromString(Plain::sampleText(int(state.range(0)), sectionSize));
+    int calls = 0;
+    bool other = false;
+    for (auto _ : state) {
+        parser.calls = 0;
+        QTextCursor cursor(document->firstBlock());
+        cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
+        other = !other;
+        cursor.insertText(other ? QStringLiteral("[head:3]") : QStringLiteral("[head:1]"));
+        calls = qMax(calls, parser.calls);
+    }
+    state.counters["parser_calls"] = calls;
+}
+
+BENCHMARK(load)->Arg(1000)->Arg(10000)->Arg(100000)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(keystroke)
+    ->ArgsProduct({{1000, 10000, 100000}, {0, 1, 2}})
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(closeAndOpen)->Arg(10000)->Arg(100000)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(headerEdit)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QApplication application(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
