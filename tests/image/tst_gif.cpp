@@ -1,0 +1,586 @@
+#include "plain.h"
+
+#include <kilnx/image/codecs.h>
+#include <kilnx/image/gif.h>
+
+#include <QBuffer>
+#include <QTest>
+
+using namespace Kiln;
+
+namespace
+{
+
+/// The blocks of a GIF file in words, by the published layout.
+class Blocks
+{
+public:
+    explicit Blocks(const QByteArray &bytes)
+        : m_bytes(bytes)
+    {
+        const QByteArray signature = take(6);
+        const int width = word();
+        const int height = word();
+        const int flags = byte();
+        const int background = byte();
+        byte();
+        m_list << QStringLiteral("%1 %2x%3 res %4 back %5 map %6")
+                      .arg(QString::fromLatin1(signature))
+                      .arg(width)
+                      .arg(height)
+                      .arg((flags >> 4 & 7) + 1)
+                      .arg(background)
+                      .arg(skipMap(flags));
+        while (m_pos < m_bytes.size() && readBlock()) {
+        }
+    }
+    QStringList list() const { return m_list; }
+
+private:
+    QByteArray take(int count)
+    {
+        const QByteArray part = m_bytes.mid(m_pos, count);
+        m_pos += count;
+        return part;
+    }
+    int byte() { return m_pos < m_bytes.size() ? uchar(m_bytes[m_pos++]) : 0; }
+    int word()
+    {
+        const int low = byte();
+        return low | byte() << 8;
+    }
+    int skipMap(int flags)
+    {
+        const int size = flags & 0x80 ? 2 << (flags & 7) : 0;
+        m_pos += 3 * size;
+        return size;
+    }
+    QByteArray subBlocks()
+    {
+        QByteArray data;
+        while (const int size = byte()) {
+            if (m_pos >= m_bytes.size())
+                break;
+            data += take(size);
+        }
+        return data;
+    }
+    bool readBlock()
+    {
+        const int mark = byte();
+        if (mark == 0x21) {
+            const int label = byte();
+            const QByteArray data = subBlocks();
+            m_list << QStringLiteral("%1 %2")
+                          .arg(label, 2, 16)
+                          .arg(QString::fromLatin1(label == 0xFF
+                                                       ? data.left(11) + ' ' + data.mid(11).toHex()
+                                                       : data.toHex()));
+        } else if (mark == 0x2C) {
+            const int left = word();
+            const int top = word();
+            const int width = word();
+            const int height = word();
+            const int flags = byte();
+            m_list << QStringLiteral("image %1,%2 %3x%4 flags %5 map %6")
+                          .arg(left)
+                          .arg(top)
+                          .arg(width)
+                          .arg(height)
+                          .arg(flags & 0x78)
+                          .arg(skipMap(flags));
+            byte();
+            subBlocks();
+        } else {
+            m_list << (mark == 0x3B ? QStringLiteral("end") : QStringLiteral("?"));
+            return false;
+        }
+        return true;
+    }
+
+    QByteArray m_bytes;
+    int m_pos = 0;
+    QStringList m_list;
+};
+
+QImage indexed(QSize size, int colors, int transparent = -1)
+{
+    std::mt19937 random(unsigned(size.width() * 1000 + colors));
+    QImage image = Plain::noise(size, QImage::Format_Indexed8, colors, random);
+    QVector<QRgb> table = image.colorTable().mid(0, colors);
+    if (transparent >= 0)
+        table[transparent] &= 0x00FFFFFF;
+    image.setColorTable(table);
+    return image;
+}
+
+QImage trueColor(QSize size, QRgb color)
+{
+    QImage image(size, QImage::Format_ARGB32);
+    image.fill(color);
+    return image;
+}
+
+QByteArray saved(const QVector<AnimImageFrame> &frames, bool singlePalette, bool loop)
+{
+    QBuffer buffer;
+    return saveGIF(&buffer, frames, singlePalette, loop) ? buffer.data() : QByteArray("refused");
+}
+
+GIFImage loaded(QByteArray bytes)
+{
+    GIFImage gif;
+    QBuffer buffer(&bytes);
+    return gif.load(&buffer) ? gif : GIFImage();
+}
+
+/// The colours of one stored picture, transparent ones as 0.
+QVector<QRgb> colorsOf(const GIFImage &gif, int picture)
+{
+    const GIFImage::SubImage sub = gif.images().value(picture);
+    const QVector<RGB> map = sub.colorMap.isEmpty() ? gif.globalColorMap() : sub.colorMap;
+    QVector<QRgb> colors;
+    for (int y = 0; y < sub.image.height(); ++y) {
+        for (int x = 0; x < sub.image.width(); ++x) {
+            const int index = sub.image.pixelIndex(x, y);
+            const RGB c = map.value(index);
+            colors.append(index == sub.transparent ? 0 : qRgb(c.r, c.g, c.b));
+        }
+    }
+    return colors;
+}
+
+QByteArray fileOf(const QImage &image)
+{
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    return saveImage(&buffer, "GIF", image) ? buffer.data() : QByteArray("refused");
+}
+
+} // namespace
+
+class TestGif : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void roundTripsEveryWidth();
+    void colorCounts_data();
+    void colorCounts();
+    void writtenBlocks_data();
+    void writtenBlocks();
+    void loadTakesOverTheFile();
+    void monoFiles();
+    void framesOnTheScreen();
+    void trueColorFramesShareOneTable();
+    void mixedFrames_data();
+    void mixedFrames();
+    void delays_data();
+    void delays();
+    void refusesToWrite();
+    void cutFiles();
+    void brokenFiles_data();
+    void brokenFiles();
+    void hostileBytes();
+    void loadLeavesTheRestOfTheDevice();
+    void values();
+};
+
+void TestGif::roundTripsEveryWidth()
+{
+    for (int width = 1; width <= 70; ++width) {
+        for (int height : {1, 7}) {
+            const QImage image = indexed({width, height}, 256);
+            QByteArray bytes = fileOf(image);
+            QBuffer buffer(&bytes);
+            buffer.open(QIODevice::ReadOnly);
+            QImage back;
+            QVERIFY(loadImage(&buffer, "GIF", back));
+            // The background of a file without a control block is taken as transparent.
+            QVector<QRgb> table = image.colorTable();
+            table[0] &= 0x00FFFFFF;
+            QCOMPARE(back.colorTable(), table);
+            back.setColorTable(image.colorTable());
+            QCOMPARE(back, image);
+        }
+    }
+}
+
+void TestGif::colorCounts_data()
+{
+    QTest::addColumn<int>("count");
+    QTest::addColumn<int>("used");
+    QTest::addColumn<int>("stored");
+    QTest::addRow("256") << 256 << 256 << 256;
+    QTest::addRow("200") << 200 << 200 << 256;
+    QTest::addRow("16") << 16 << 16 << 16;
+    QTest::addRow("17") << 17 << 17 << 32;
+    QTest::addRow("3") << 3 << 3 << 4;
+    QTest::addRow("indexes past the table") << 16 << 100 << 128;
+    QTest::addRow("2") << 2 << 2 << 2;
+    QTest::addRow("1") << 1 << 1 << 2;
+}
+
+void TestGif::colorCounts()
+{
+    QFETCH(int, count);
+    QFETCH(int, used);
+    QFETCH(int, stored);
+    QImage image = indexed({40, 30}, used);
+    image.setColorTable(image.colorTable().mid(0, count));
+    const GIFImage gif = loaded(fileOf(image));
+    QCOMPARE(gif.globalColorMap().size(), stored);
+    QCOMPARE(gif.images().size(), 1);
+    const QImage back = gif.images().constFirst().image;
+    for (int i = 0; i < stored; ++i) {
+        const QRgb color = image.colorTable().value(i);
+        QCOMPARE(gif.globalColorMap()[i],
+                 (RGB{uchar(qRed(color)), uchar(qGreen(color)), uchar(qBlue(color))}));
+    }
+    for (int y = 0; y < 30; ++y) {
+        for (int x = 0; x < 40; ++x)
+            QCOMPARE(back.pixelIndex(x, y), image.pixelIndex(x, y));
+    }
+}
+
+void TestGif::writtenBlocks_data()
+{
+    using Frames = QVector<AnimImageFrame>;
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<QStringList>("blocks");
+    const auto row = [](const char *name, const QByteArray &file, const QStringList &blocks) {
+        QTest::newRow(name) << file << blocks;
+    };
+    const QString loop = QStringLiteral("ff NETSCAPE2.0 010000");
+    const QString end = QStringLiteral("end");
+    row("one picture has no control block", fileOf(indexed({5, 4}, 16, 3)),
+        {"GIF89a 5x4 res 4 back 3 map 16", "image 0,0 5x4 flags 0 map 0", end});
+    row("one picture without transparency", fileOf(indexed({5, 4}, 256)),
+        {"GIF89a 5x4 res 8 back 0 map 256", "image 0,0 5x4 flags 0 map 0", end});
+    row("one frame has none either, whatever its delay",
+        saved(Frames{{indexed({5, 4}, 8, 1), {0, 0}, 6}}, true, true),
+        {"GIF89a 5x4 res 3 back 1 map 8", loop, "image 0,0 5x4 flags 0 map 0", end});
+    row("own maps; a frame without transparency has no control block",
+        saved(Frames{{indexed({5, 4}, 8, 1), {0, 0}, 6}, {indexed({5, 4}, 32), {0, 0}, 60}}, false,
+              false),
+        {"GIF89a 5x4 res 3 back 0 map 0", "f9 090a0001", "image 0,0 5x4 flags 0 map 8",
+         "image 0,0 5x4 flags 0 map 32", end});
+    row("a single palette keeps the first frame's transparency",
+        saved(Frames{{indexed({5, 4}, 8, 7), {1, 0}, 6}, {indexed({3, 6}, 4), {0, 2}, 60}}, true,
+              true),
+        {"GIF89a 5x6 res 3 back 0 map 8", loop, "f9 090a0007", "image 0,2 5x4 flags 0 map 0",
+         "f9 09640007", "image 1,0 3x6 flags 0 map 0", end});
+    row("true colour frames share a table of 256",
+        saved(
+            Frames{{trueColor({5, 4}, 0xFFFF0000), {0, 0}, 1}, {trueColor({5, 4}, 0), {0, 0}, 60}},
+            false, false),
+        {"GIF89a 5x4 res 8 back 0 map 256", "f9 09010000", "image 0,0 5x4 flags 0 map 0",
+         "f9 09640000", "image 0,0 5x4 flags 0 map 0", end});
+}
+
+void TestGif::writtenBlocks()
+{
+    QFETCH(QByteArray, file);
+    QFETCH(QStringList, blocks);
+    QCOMPARE(Blocks(file).list(), blocks);
+}
+
+void TestGif::loadTakesOverTheFile()
+{
+    const QImage first = indexed({5, 4}, 8, 1);
+    const QImage second = indexed({3, 6}, 32);
+    GIFImage gif(9, 8, true);
+    gif.globalColorMap() = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}, {0, 0, 0}};
+    QVector<RGB> own;
+    for (QRgb c : second.colorTable())
+        own.append({uchar(qRed(c)), uchar(qGreen(c)), uchar(qBlue(c))});
+    gif.images() = {{first, own, 1, 2, 50, 6}, {second, own, 4, 0, 70, -1}};
+    QBuffer buffer;
+    QVERIFY(gif.save(&buffer));
+    buffer.close();
+    GIFImage back(1, 1, false);
+    back.images().append(GIFImage::SubImage());
+    QVERIFY(back.load(&buffer));
+    QCOMPARE(QSize(back.width(), back.height()), QSize(9, 8));
+    QVERIFY(back.canLoop());
+    QCOMPARE(back.globalColorMap(), gif.globalColorMap());
+    QCOMPARE(back.images().size(), 2);
+    QCOMPARE(colorsOf(back, 0), colorsOf(gif, 0));
+    QCOMPARE(back.images()[1].colorMap, own);
+    QCOMPARE(back.images()[0].left, short(1));
+    QCOMPARE(back.images()[0].top, short(2));
+    QCOMPARE(back.images()[0].transparent, short(6));
+    // Without a control block the background of a file with a global map counts.
+    QCOMPARE(back.images()[1].transparent, short(0));
+
+    gif.images().removeLast();
+    gif.globalColorMap().clear();
+    gif.setLoop(false);
+    QBuffer one;
+    QVERIFY(gif.save(&one));
+    one.close();
+    QVERIFY(back.load(&one));
+    // A single picture gives its own size; without a global map nothing is transparent.
+    QCOMPARE(QSize(back.width(), back.height()), QSize(5, 4));
+    QVERIFY(!back.canLoop());
+    QCOMPARE(back.images()[0].transparent, short(-1));
+}
+
+void TestGif::monoFiles()
+{
+    for (int width : {1, 7, 8, 9, 31, 70}) {
+        QImage image(width, 5, QImage::Format_Mono);
+        image.fill(0);
+        image.setColorTable({0xFF102030, 0xFFA0B0C0});
+        for (int i = 0; i < width * 5; i += 3)
+            image.setPixel(i % width, i / width, 1);
+        const QByteArray bytes = fileOf(image);
+        QVERIFY(Blocks(bytes).list().constFirst().contains(QLatin1String("res 1 ")));
+        const GIFImage gif = loaded(bytes);
+        QCOMPARE(gif.images().size(), 1);
+        QImage back = gif.images().constFirst().image;
+        QCOMPARE(int(back.format()), int(QImage::Format_Mono));
+        back.setColorTable(image.colorTable());
+        QCOMPARE(back, image);
+    }
+}
+
+void TestGif::framesOnTheScreen()
+{
+    const QVector<AnimImageFrame> frames = {{trueColor({10, 4}, 0xFFFF0000), {3, 1}, 6},
+                                            {QImage(), {900, 900}, 6},
+                                            {trueColor({5, 9}, 0xFF00FF00), {-2, 7}, 6}};
+    const GIFImage gif = loaded(saved(frames, false, true));
+    QCOMPARE(QSize(gif.width(), gif.height()), QSize(10, 10));
+    QCOMPARE(gif.images().size(), 2);
+    QCOMPARE(QPoint(gif.images()[0].left, gif.images()[0].top), QPoint(0, 6));
+    QCOMPARE(QPoint(gif.images()[1].left, gif.images()[1].top), QPoint(5, 0));
+    QCOMPARE(colorsOf(gif, 0), QVector<QRgb>(40, 0xFFFF0000));
+    QCOMPARE(colorsOf(gif, 1), QVector<QRgb>(45, 0xFF00FF00));
+}
+
+/// The plain quantizer and the plain scan give the same file contents.
+void TestGif::trueColorFramesShareOneTable()
+{
+    std::mt19937 random(1);
+    QVector<QImage> images;
+    QVector<AnimImageFrame> frames;
+    for (int i = 0; i < 3; ++i) {
+        QImage image = Plain::photo({40, 30}, random).convertToFormat(QImage::Format_ARGB32);
+        image.setPixel(i, 0, 0x10FFFFFF);
+        image.setPixel(i, 1, 0x80FFFFFF);
+        images.append(image);
+        frames.append({image, {0, 0}, 6});
+    }
+    RGBA table[256];
+    QVERIFY(Plain::quantize(images, 255, 8, table) <= 255);
+    RGBA palette[256] = {};
+    for (int i = 1; i < 256; ++i)
+        palette[i] = {table[i - 1].r, table[i - 1].g, table[i - 1].b, 255};
+    palette[0] = {table[0].r, table[0].g, table[0].b, 255};
+    const GIFImage gif = loaded(saved(frames, true, true));
+    QCOMPARE(gif.images().size(), 3);
+    for (int i = 0; i < 256; ++i)
+        QCOMPARE(gif.globalColorMap()[i], (RGB{palette[i].r, palette[i].g, palette[i].b}));
+    for (int i = 0; i < 3; ++i) {
+        QCOMPARE(gif.images()[i].transparent, short(0));
+        const QImage expected = Plain::adapt(images[i], palette);
+        for (int y = 0; y < 30; ++y) {
+            for (int x = 0; x < 40; ++x) {
+                const bool isClear = qAlpha(images[i].pixel(x, y)) < 128;
+                QCOMPARE(gif.images()[i].image.pixelIndex(x, y),
+                         isClear ? 0 : qMax(expected.pixelIndex(x, y), 1));
+            }
+        }
+    }
+}
+
+void TestGif::mixedFrames_data()
+{
+    QTest::addColumn<bool>("indexedFirst");
+    QTest::addColumn<bool>("singlePalette");
+    QTest::newRow("indexed first, own palettes") << true << false;
+    QTest::newRow("indexed first, one palette") << true << true;
+    QTest::newRow("true colour first, own palettes") << false << false;
+    QTest::newRow("true colour first, one palette") << false << true;
+}
+
+void TestGif::mixedFrames()
+{
+    QFETCH(bool, indexedFirst);
+    QFETCH(bool, singlePalette);
+    QImage table(6, 5, QImage::Format_Indexed8);
+    table.fill(2);
+    table.setColorTable({0, 0xFF0000FF, 0xFF00FF00, 0xFFFF0000});
+    QImage full = trueColor({6, 5}, 0xFFFF0000);
+    full.setPixel(0, 0, 0);
+    QVector<AnimImageFrame> frames = {{table, {0, 0}, 6}, {full, {0, 0}, 6}};
+    if (!indexedFirst)
+        std::swap(frames[0], frames[1]);
+    const GIFImage gif = loaded(saved(frames, singlePalette, false));
+    QCOMPARE(gif.images().size(), 2);
+    QCOMPARE(gif.globalColorMap().isEmpty(), !singlePalette);
+    const int fullAt = indexedFirst ? 1 : 0;
+    QVector<QRgb> expected(30, 0xFFFF0000);
+    expected[0] = 0;
+    QCOMPARE(colorsOf(gif, fullAt), expected);
+    // With one palette an indexed frame that comes later keeps its indexes.
+    if (indexedFirst || !singlePalette)
+        QCOMPARE(colorsOf(gif, 1 - fullAt), QVector<QRgb>(30, 0xFF00FF00));
+    else
+        QCOMPARE(gif.images()[1].image.pixelIndex(3, 3), 2);
+}
+
+void TestGif::delays_data()
+{
+    QTest::addColumn<int>("ticks");
+    QTest::addColumn<int>("delay");
+    QTest::newRow("0") << 0 << 0;
+    QTest::newRow("1") << 1 << 1;
+    QTest::newRow("2") << 2 << 3;
+    QTest::newRow("6") << 6 << 10;
+    QTest::newRow("59") << 59 << 98;
+    QTest::newRow("too long") << INT_MAX << 0x7FFF;
+}
+
+void TestGif::delays()
+{
+    QFETCH(int, ticks);
+    QFETCH(int, delay);
+    const QImage image = indexed({2, 2}, 4, 3);
+    const QStringList blocks =
+        Blocks(saved({{image, {0, 0}, ticks}, {image, {0, 0}, 1}}, false, false)).list();
+    const QByteArray low = QByteArray::number(delay & 0xFF, 16).rightJustified(2, '0');
+    const QByteArray high = QByteArray::number(delay >> 8, 16).rightJustified(2, '0');
+    QCOMPARE(blocks.value(1), QString::fromLatin1("f9 09" + low + high + "03"));
+}
+
+void TestGif::refusesToWrite()
+{
+    const QImage image = indexed({2, 2}, 4);
+    QBuffer buffer;
+    QVERIFY(!saveGIF(nullptr, {{image, {0, 0}, 1}}, false, false));
+    QVERIFY(!saveGIF(&buffer, {}, false, false));
+    QVERIFY(!saveGIF(&buffer, {{QImage(), {0, 0}, 1}}, false, false));
+    QVERIFY(!saveGIF(&buffer, {{image, {INT_MIN, 0}, 1}, {image, {INT_MAX, 0}, 1}}, false, false));
+    QVERIFY(!saveGIF(&buffer, {{image, {0, 0}, 1}, {image, {0, 65535}, 1}}, false, false));
+    GIFImage empty(1, 1, false);
+    QVERIFY(!empty.save(&buffer));
+    GIFImage deep(2, 2, false);
+    deep.globalColorMap() = {{1, 2, 3}};
+    deep.images().append({trueColor({2, 2}, 0), {}, 0, 0, 0, -1});
+    QVERIFY(!deep.save(&buffer));
+    QVERIFY(buffer.data().isEmpty());
+    buffer.open(QIODevice::WriteOnly);
+    QVERIFY(!saveImage(&buffer, "GIF", trueColor({2, 2}, 0)));
+    // Colours that nobody gave can't be written.
+    QImage noTable = image;
+    noTable.setColorTable({});
+    QVERIFY(!saveImage(&buffer, "GIF", noTable));
+    QBuffer readOnly;
+    readOnly.open(QIODevice::ReadOnly);
+    QVERIFY(!saveImage(&readOnly, "GIF", image));
+}
+
+void TestGif::cutFiles()
+{
+    const QImage image = indexed({19, 17}, 64, 3);
+    const QByteArray bytes = saved({{image, {0, 0}, 6}, {image, {0, 0}, 6}}, true, true);
+    int kept = 0;
+    for (int size = 0; size < bytes.size(); ++size) {
+        QByteArray part = bytes.left(size);
+        QBuffer buffer(&part);
+        GIFImage gif;
+        QVERIFY(!gif.load(&buffer));
+        kept = gif.images().size();
+        for (int i = 0; i + 1 < kept; ++i)
+            QCOMPARE(gif.images()[i].image.pixelIndex(5, 5), image.pixelIndex(5, 5));
+        QImage untouched(1, 1, QImage::Format_RGB32);
+        buffer.close();
+        buffer.open(QIODevice::ReadOnly);
+        QVERIFY(loadImage(&buffer, "GIF", untouched));
+        QCOMPARE(int(untouched.format()), int(QImage::Format_RGB32));
+    }
+    QCOMPARE(kept, 2);
+}
+
+void TestGif::brokenFiles_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    const QByteArray head =
+        QByteArray("GIF89a").append(QByteArray::fromHex("0100010080000000000000FFFFFF"));
+    const auto row = [](const char *name, const QByteArray &file) { QTest::newRow(name) << file; };
+    row("nothing", QByteArray());
+    row("another signature", "PNG89a" + head.mid(6));
+    row("a picture of 0 by 0", head + QByteArray::fromHex("2C000000000000000000020100003B"));
+    row("a picture of 65,535 a side without data",
+        head + QByteArray::fromHex("2C00000000FFFFFFFF0002023B"));
+    row("many of them", head + QByteArray::fromHex("2C00000000FF7FFF7F00020144003B").repeated(100));
+    row("a code size of 255", head + QByteArray::fromHex("2C0000000001000100"
+                                                         "00FF0244013B"));
+    row("an unknown block", head + QByteArray::fromHex("77"));
+}
+
+void TestGif::brokenFiles()
+{
+    QFETCH(QByteArray, file);
+    QBuffer buffer(&file);
+    GIFImage gif;
+    QVERIFY(!gif.load(&buffer));
+}
+
+/// Frames may lie anywhere, and any byte may be wrong: the sanitizers watch.
+void TestGif::hostileBytes()
+{
+    std::mt19937 random(2);
+    const QImage image = indexed({19, 17}, 64, 3);
+    const QByteArray whole = saved({{image, {0, 0}, 6}, {image, {3, 9}, 6}}, false, true);
+    for (int round = 0; round < 3000; ++round) {
+        QByteArray bytes = whole;
+        for (int change = int(random() % 4); change >= 0; --change)
+            bytes[int(random() % unsigned(bytes.size()))] = char(random() >> 5);
+        QBuffer buffer(&bytes);
+        buffer.open(QIODevice::ReadOnly);
+        QImage read;
+        loadImage(&buffer, "GIF", read);
+        if (read.format() == QImage::Format_Indexed8) {
+            for (int y = 0; y < read.height(); ++y) {
+                for (int x = 0; x < read.width(); ++x)
+                    QVERIFY(read.pixelIndex(x, y) < read.colorCount() || read.colorCount() == 0);
+            }
+        }
+    }
+}
+
+void TestGif::loadLeavesTheRestOfTheDevice()
+{
+    QByteArray bytes = "lead" + fileOf(indexed({30, 20}, 16)) + "rest";
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    buffer.seek(4);
+    GIFImage gif;
+    QVERIFY(gif.load(&buffer));
+    QCOMPARE(buffer.readAll(), QByteArray("rest"));
+}
+
+void TestGif::values()
+{
+    GIFImage gif(3, 4, true);
+    gif.globalColorMap().append({1, 2, 3});
+    gif.images().append(GIFImage::SubImage());
+    GIFImage copy = gif;
+    GIFImage moved = std::move(gif);
+    copy.images().clear();
+    QCOMPARE(moved.images().size(), 1);
+    QCOMPARE(moved.globalColorMap().size(), 1);
+    moved = copy;
+    QVERIFY(moved.images().isEmpty());
+    QVERIFY(moved.canLoop());
+    moved.setWidth(9);
+    moved.setHeight(8);
+    QCOMPARE(moved.width() * 10 + moved.height(), 98);
+    QCOMPARE(GIFImage().images().size() + GIFImage().width(), 0);
+}
+
+QTEST_APPLESS_MAIN(TestGif)
+#include "tst_gif.moc"

@@ -1,0 +1,664 @@
+#include "plain.h"
+
+#include <kilnx/image/codecs.h>
+#include <kilnx/image/gif.h>
+#include <kilnx/image/palette.h>
+#include <kilnx/project/extension.h>
+
+#include <QBuffer>
+#include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QThread>
+#include <QtEndian>
+
+using namespace Kiln;
+
+namespace
+{
+
+/// A picture format from outside: one byte a side, the second one answers.
+class TinyReader : public ImageReader
+{
+public:
+    explicit TinyReader(bool works)
+        : m_works(works)
+    {
+    }
+    const char *format() override { return "TINY"; }
+    bool read(QIODevice *device, QImage &image) override
+    {
+        char side = 0;
+        device->getChar(&side);
+        if (m_works && side > 0)
+            image = QImage(side, side, QImage::Format_RGB32);
+        return m_works && side > 0;
+    }
+
+private:
+    bool m_works;
+};
+
+class TinyWriter : public ImageWriter
+{
+public:
+    const char *format() override { return "TINY"; }
+    bool write(const QImage &image, QIODevice *device) override
+    {
+        return device->putChar(char(image.width()));
+    }
+};
+
+/// The first of these programs that is installed. Plain names may stand for something else.
+QString program(const QStringList &names)
+{
+    for (const QString &name : names) {
+        const QString path = QStandardPaths::findExecutable(name, {QStringLiteral("/usr/bin")});
+        if (!path.isEmpty())
+            return path;
+    }
+    return QString();
+}
+
+bool run(const QString &program, const QStringList &arguments, const QString &output = QString())
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    if (!output.isEmpty())
+        process.setStandardOutputFile(output);
+    process.start(program, arguments);
+    return process.waitForFinished() && process.exitStatus() == QProcess::NormalExit &&
+           process.exitCode() == 0;
+}
+
+QByteArray written(const char *format, const QImage &image)
+{
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    return saveImage(&buffer, format, image) ? buffer.data() : QByteArray("refused");
+}
+
+bool readBytes(QByteArray bytes, const char *format, QImage &image)
+{
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    return loadImage(&buffer, format, image);
+}
+
+QByteArray fileBytes(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void writeFile(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(bytes), qint64(bytes.size()));
+}
+
+/// The checksum of a PNG chunk, as its standard prints it.
+QByteArray pngChecksum(const QByteArray &bytes)
+{
+    quint32 crc = 0xFFFFFFFF;
+    for (char byte : bytes) {
+        crc ^= uchar(byte);
+        for (int bit = 0; bit < 8; ++bit)
+            crc = crc & 1 ? 0xEDB88320 ^ crc >> 1 : crc >> 1;
+    }
+    QByteArray result(4, 0);
+    qToBigEndian(~crc, result.data());
+    return result;
+}
+
+/// What a picture looks like; alpha only where `withAlpha`.
+QImage look(const QImage &image, bool withAlpha = false)
+{
+    return image.convertToFormat(QImage::Format_ARGB32)
+        .convertToFormat(withAlpha ? QImage::Format_ARGB32 : QImage::Format_RGB32);
+}
+
+/// Without its alpha, the colour table too: GIF takes index 0 as transparent.
+QImage opaque(QImage image)
+{
+    QVector<QRgb> table = image.colorTable();
+    for (QRgb &color : table)
+        color |= 0xFF000000;
+    image.setColorTable(table);
+    return image;
+}
+
+} // namespace
+
+class TestImageFiles : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void roundTrips_data();
+    void roundTrips();
+    void paddingIsZero();
+    void failedReads_data();
+    void failedReads();
+    void extensionsComeAfterTheBuiltIn();
+    void refusesToWrite();
+    void info_data();
+    void info();
+    void infoOfFiles_data();
+    void infoOfFiles();
+    void independentFilesAreRead_data();
+    void independentFilesAreRead();
+    void independentProgramsReadOurs_data();
+    void independentProgramsReadOurs();
+    void animationsOfIndependentPrograms();
+    void independentProgramsReadOurAnimations();
+    void palettesOfIndependentPictures();
+    void manyThreadsAtOnce();
+
+private:
+    ExtensionManager m_extensions{QStringLiteral("/nonexistent")};
+    QTemporaryDir m_dir;
+    QString m_convert;
+    QString m_gifText;
+    QString m_gifBuild;
+};
+
+void TestImageFiles::initTestCase()
+{
+    QVERIFY(m_dir.isValid());
+    m_convert = program({QStringLiteral("convert-im6.q16"), QStringLiteral("convert-im7.q16")});
+    m_gifText = program({QStringLiteral("giftext")});
+    m_gifBuild = program({QStringLiteral("gifbuild")});
+    QVERIFY2(!m_convert.isEmpty(), "needs the package imagemagick");
+    QVERIFY2(!m_gifText.isEmpty() && !m_gifBuild.isEmpty(), "needs the package giflib-tools");
+    ExtensionManager::add(new TinyReader(false));
+    ExtensionManager::add(new TinyReader(true));
+    ExtensionManager::add(new TinyWriter);
+}
+
+void TestImageFiles::roundTrips_data()
+{
+    QTest::addColumn<QByteArray>("format");
+    QTest::addColumn<int>("pixels");
+    const struct {
+        const char *word;
+        QImage::Format format;
+    } rows[] = {{"PNG", QImage::Format_Indexed8}, {"PNG", QImage::Format_RGB32},
+                {"PNG", QImage::Format_ARGB32},   {"BMP", QImage::Format_Indexed8},
+                {"BMP", QImage::Format_RGB32},    {"PCX", QImage::Format_Indexed8},
+                {"PCX", QImage::Format_RGB32},    {"PCX", QImage::Format_ARGB32},
+                {"GIF", QImage::Format_Indexed8}};
+    for (const auto &row : rows)
+        QTest::addRow("%s, format %d", row.word, row.format)
+            << QByteArray(row.word) << int(row.format);
+}
+
+void TestImageFiles::roundTrips()
+{
+    QFETCH(QByteArray, format);
+    QFETCH(int, pixels);
+    std::mt19937 random(1);
+    for (int width = 1; width <= 70; ++width) {
+        for (int height : {1, 5}) {
+            for (const QImage &image :
+                 {Plain::noise({width, height}, QImage::Format(pixels), 256, random),
+                  Plain::sprite({width, height}, 32, random)
+                      .convertToFormat(QImage::Format(pixels))}) {
+                QImage back;
+                QVERIFY(readBytes(written(format, image), format, back));
+                QCOMPARE(int(back.format()), pixels);
+                QCOMPARE(opaque(back), opaque(image));
+            }
+        }
+    }
+}
+
+void TestImageFiles::paddingIsZero()
+{
+    std::mt19937 random(2);
+    for (const char *format : {"PNG", "BMP", "PCX", "GIF"}) {
+        for (int width : {1, 2, 3, 5, 33}) {
+            QImage back;
+            QVERIFY(readBytes(
+                written(format, Plain::noise({width, 3}, QImage::Format_Indexed8, 256, random)),
+                format, back));
+            for (int y = 0; y < 3; ++y) {
+                for (int x = width; x < back.bytesPerLine(); ++x)
+                    QCOMPARE(int(back.constScanLine(y)[x]), 0);
+            }
+        }
+    }
+}
+
+void TestImageFiles::failedReads_data()
+{
+    QTest::addColumn<QByteArray>("format");
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<bool>("keeps");
+    QTest::newRow("PNG") << QByteArray("PNG") << QByteArray("no picture") << false;
+    QTest::newRow("BMP") << QByteArray("BMP") << QByteArray("BMno picture") << false;
+    QTest::newRow("PCX") << QByteArray("PCX") << QByteArray("no picture") << true;
+    QTest::newRow("GIF") << QByteArray("GIF") << QByteArray("GIF89a") << true;
+    QTest::newRow("a lower-case word") << QByteArray("png") << QByteArray("no picture") << true;
+    QTest::newRow("a word nobody knows") << QByteArray("XYZ") << QByteArray("no picture") << true;
+    QTest::newRow("an extension") << QByteArray("TINY") << QByteArray() << true;
+    QByteArray png = written("PNG", QImage(1, 1, QImage::Format_RGB32));
+    png.replace(16, 8, QByteArray::fromHex("0000FFFF0000FFFF"));
+    png.replace(29, 4, pngChecksum(png.mid(12, 17)));
+    QTest::newRow("a PNG that claims 65,535 a side") << QByteArray("PNG") << png << false;
+    QByteArray bmp = written("BMP", QImage(1, 1, QImage::Format_RGB32));
+    bmp.replace(18, 8, QByteArray::fromHex("0000010000000100"));
+    QTest::newRow("a BMP that claims 65,536 a side") << QByteArray("BMP") << bmp << false;
+}
+
+void TestImageFiles::failedReads()
+{
+    QFETCH(QByteArray, format);
+    QFETCH(QByteArray, file);
+    QFETCH(bool, keeps);
+    QImage none;
+    QVERIFY(!readBytes(file, format, none));
+    QImage held(3, 2, QImage::Format_RGB32);
+    held.fill(0xFF123456);
+    const QImage before = held;
+    QCOMPARE(readBytes(file, format, held), keeps);
+    if (keeps)
+        QCOMPARE(held, before);
+    QVERIFY(!loadImage(nullptr, format, held));
+    QBuffer closed;
+    QVERIFY(!loadImage(&closed, format, held));
+}
+
+void TestImageFiles::extensionsComeAfterTheBuiltIn()
+{
+    QImage image;
+    QVERIFY(readBytes("\x07", "TINY", image));
+    QCOMPARE(image.size(), QSize(7, 7));
+    QCOMPARE(written("TINY", image), QByteArray("\x07"));
+    QVERIFY(!readBytes("\x07", "tiny", image = QImage()));
+}
+
+void TestImageFiles::refusesToWrite()
+{
+    const QImage image(2, 2, QImage::Format_RGB32);
+    for (const char *format : {"PNG", "BMP", "GIF", "PCX", "TINY"}) {
+        QCOMPARE(written(format, QImage()), QByteArray("refused"));
+        QBuffer readOnly;
+        readOnly.open(QIODevice::ReadOnly);
+        QVERIFY(!saveImage(&readOnly, format, image));
+        QVERIFY(!saveImage(nullptr, format, image));
+    }
+    QCOMPARE(written("XYZ", image), QByteArray("refused"));
+    QCOMPARE(written("png", image), QByteArray("refused"));
+}
+
+void TestImageFiles::info_data()
+{
+    QTest::addColumn<QByteArray>("format");
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<int>("width");
+    QTest::addColumn<int>("height");
+    QTest::addColumn<int>("pixels");
+    const auto row = [](const char *name, const char *format, const QByteArray &file, int width,
+                        int height, int pixels) {
+        QTest::newRow(name) << QByteArray(format) << file << width << height << pixels;
+    };
+    const auto bmp = [](qint32 width, qint32 height, quint16 bits) {
+        QByteArray bytes("BM");
+        QDataStream stream(&bytes, QIODevice::Append);
+        stream.setByteOrder(QDataStream::LittleEndian);
+        stream << qint32(0) << qint32(0) << qint32(0) << qint32(40) << width << height << qint16(1)
+               << bits;
+        return bytes + QByteArray(24, 0);
+    };
+    row("BMP, 8 bits", "BMP", bmp(300, 200, 8), 300, 200, 3);
+    row("BMP, 5 bits, top down", "BMP", bmp(3, -200, 5), 3, 200, 3);
+    row("BMP, 24 bits", "BMP", bmp(-3, 2, 24), 3, 2, 4);
+    row("BMP, 32 bits", "BMP", bmp(3, 2, 32), 3, 2, 5);
+    row("BMP, 4 bits", "BMP", bmp(3, 2, 4), 3, 2, 0);
+    row("BMP, sizes are cut to 16 bits", "BMP", bmp(0x10003, INT_MIN, 8), 3, 0, 3);
+    row("BMP, cut", "BMP", bmp(3, 2, 4).left(53), 0, 0, 3);
+    const auto png = [](int type) {
+        QByteArray bytes("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\x01\x2c\0\x01\0\xc8\x08", 25);
+        return bytes.append(char(type));
+    };
+    row("PNG, grey", "PNG", png(0), 300, 200, 3);
+    row("PNG, RGB", "PNG", png(2), 300, 200, 4);
+    row("PNG, indexed", "PNG", png(3), 300, 200, 3);
+    row("PNG, grey with alpha", "PNG", png(4), 300, 200, 3);
+    row("PNG, RGBA", "PNG", png(6), 300, 200, 5);
+    row("PNG, bad signature", "PNG", png(6).replace(0, 1, "x"), 0, 0, 3);
+    row("PNG, no header chunk", "PNG", png(6).replace(12, 1, "x"), 0, 0, 3);
+    const auto pcx = [](int bits, int planes) {
+        QByteArray bytes(128, 0);
+        bytes[0] = 10;
+        bytes[1] = 5;
+        bytes[3] = char(bits);
+        bytes[4] = 2;
+        bytes[6] = 1;
+        bytes[8] = 11;
+        bytes[10] = 20;
+        bytes[65] = char(planes);
+        return bytes;
+    };
+    row("PCX, 8 bits", "PCX", pcx(8, 1), 10, 20, 3);
+    row("PCX, 5 bits", "PCX", pcx(5, 1), 10, 20, 3);
+    row("PCX, 24 bits", "PCX", pcx(8, 3), 10, 20, 4);
+    row("PCX, 32 bits", "PCX", pcx(8, 4), 10, 20, 5);
+    row("PCX, product above a byte", "PCX", pcx(24, 11), 10, 20, 3);
+    row("PCX, 16 bits", "PCX", pcx(8, 2), 10, 20, 0);
+    const auto gif = [](int flags) {
+        return QByteArray("GIF87a\x2c\x01\xc8\0", 10).append(char(flags)).append("\0\0", 2);
+    };
+    row("GIF, 32 colours", "GIF", gif(0x84), 300, 200, 3);
+    row("GIF, 256 colours", "GIF", gif(0xF7), 300, 200, 3);
+    row("GIF, 16 colours", "GIF", gif(0xF3), 300, 200, 0);
+    row("GIF, other version", "GIF", gif(0xF7).replace(3, 1, "9"), 0, 0, 3);
+    row("another word", "TINY", "\x07", 0, 0, 3);
+    row("nothing", "PNG", QByteArray(), 0, 0, 3);
+}
+
+void TestImageFiles::info()
+{
+    QFETCH(QByteArray, format);
+    QFETCH(QByteArray, file);
+    QBuffer buffer(&file);
+    QCOMPARE(int(imageInfoFromFile(&buffer, format).format), 3);
+    buffer.open(QIODevice::ReadOnly);
+    const ImageInfo found = imageInfoFromFile(&buffer, format);
+    QTEST(int(found.width), "width");
+    QTEST(int(found.height), "height");
+    QTEST(int(found.format), "pixels");
+}
+
+void TestImageFiles::infoOfFiles_data()
+{
+    QTest::addColumn<QByteArray>("format");
+    QTest::addColumn<int>("pixels");
+    for (int pixels : {3, 4, 5}) {
+        for (const char *format : {"PNG", "BMP", "PCX"})
+            QTest::addRow("%s, format %d", format, pixels) << QByteArray(format) << pixels;
+    }
+    QTest::newRow("GIF") << QByteArray("GIF") << 3;
+}
+
+void TestImageFiles::infoOfFiles()
+{
+    QFETCH(QByteArray, format);
+    QFETCH(int, pixels);
+    std::mt19937 random(3);
+    QByteArray file = written(format, Plain::noise({37, 11}, QImage::Format(pixels), 256, random));
+    QBuffer buffer(&file);
+    buffer.open(QIODevice::ReadOnly);
+    const ImageInfo found = imageInfoFromFile(&buffer, format);
+    QCOMPARE(QSize(found.width, found.height), QSize(37, 11));
+    // Qt writes every BMP without a table in 24 bits.
+    QCOMPARE(int(found.format), format == "BMP" && pixels == 5 ? 4 : pixels);
+}
+
+void TestImageFiles::independentFilesAreRead_data()
+{
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<QByteArray>("format");
+    QTest::addColumn<QString>("type");
+    for (int width : {1, 8, 31, 64}) {
+        const struct {
+            const char *prefix;
+            const char *format;
+            const char *type;
+        } rows[] = {{"", "PCX", "Palette"},
+                    {"", "PCX", "TrueColor"},
+                    {"", "PCX", "TrueColorAlpha"},
+                    {"", "GIF", "Palette"},
+                    {"PNG8:", "PNG", "Palette"},
+                    {"PNG24:", "PNG", "TrueColor"},
+                    {"PNG32:", "PNG", "TrueColorAlpha"},
+                    {"BMP3:", "BMP", "Palette"},
+                    {"BMP3:", "BMP", "TrueColor"}};
+        for (const auto &row : rows) {
+            QTest::addRow("%s %s, width %d", row.format, row.type, width)
+                << QString::fromLatin1(row.prefix) +
+                       m_dir.filePath(QStringLiteral("im-%1-%2.%3")
+                                          .arg(row.type)
+                                          .arg(width)
+                                          .arg(QString::fromLatin1(row.format).toLower()))
+                << QByteArray(row.format) << QString::fromLatin1(row.type);
+        }
+    }
+}
+
+void TestImageFiles::independentFilesAreRead()
+{
+    QFETCH(QString, target);
+    QFETCH(QByteArray, format);
+    QFETCH(QString, type);
+    const QString path = target.mid(target.indexOf(QLatin1Char(':')) + 1);
+    const int width = path.section(QLatin1Char('-'), -1).section(QLatin1Char('.'), 0, 0).toInt();
+    std::mt19937 random(4);
+    const bool isIndexed = type == QLatin1String("Palette");
+    const bool hasAlpha = type == QLatin1String("TrueColorAlpha");
+    const QImage image =
+        isIndexed
+            ? Plain::sprite({width, 23}, 200, random)
+            : Plain::noise({width, 23}, hasAlpha ? QImage::Format_ARGB32 : QImage::Format_RGB32, 0,
+                           random);
+    const QString source = m_dir.filePath(QStringLiteral("source.png"));
+    QVERIFY(image.save(source));
+    QVERIFY(run(m_convert, {source, QStringLiteral("-type"), type, target}));
+    QImage read;
+    QVERIFY(readBytes(fileBytes(path), format, read));
+    QCOMPARE(read.size(), image.size());
+    const QImage::Format wanted = isIndexed  ? QImage::Format_Indexed8
+                                  : hasAlpha ? QImage::Format_ARGB32
+                                             : QImage::Format_RGB32;
+    QCOMPARE(int(read.format()), int(wanted));
+    QCOMPARE(look(isIndexed ? opaque(read) : read, hasAlpha), look(image, hasAlpha));
+}
+
+void TestImageFiles::independentProgramsReadOurs_data()
+{
+    roundTrips_data();
+}
+
+void TestImageFiles::independentProgramsReadOurs()
+{
+    QFETCH(QByteArray, format);
+    QFETCH(int, pixels);
+    std::mt19937 random(5);
+    for (int width : {1, 8, 33}) {
+        const QImage image = pixels == 3
+                                 ? Plain::sprite({width, 21}, 32, random)
+                                 : Plain::noise({width, 21}, QImage::Format(pixels), 0, random);
+        const QString path =
+            m_dir.filePath(QStringLiteral("ours.") + QString::fromLatin1(format).toLower());
+        const QString back = m_dir.filePath(QStringLiteral("back.png"));
+        writeFile(path, written(format, image));
+        QVERIFY(run(m_convert, {path, QStringLiteral("PNG32:") + back}));
+        QImage read;
+        QVERIFY(read.load(back));
+        const bool withAlpha = pixels == 5;
+        QCOMPARE(look(read, withAlpha), look(image, withAlpha));
+    }
+}
+
+void TestImageFiles::animationsOfIndependentPrograms()
+{
+    // ImageMagick: three frames of one colour with delays, looping.
+    const QString path = m_dir.filePath(QStringLiteral("animation.gif"));
+    QVERIFY(run(m_convert, {"-size", "9x7", "-delay", "20", "xc:red", "xc:lime", "xc:blue", "-loop",
+                            "0", path}));
+    GIFImage gif;
+    QFile file(path);
+    QVERIFY(gif.load(&file));
+    file.close();
+    QCOMPARE(gif.images().size(), 3);
+    QCOMPARE(QSize(gif.width(), gif.height()), QSize(9, 7));
+    QVERIFY(gif.canLoop());
+    const RGB colors[] = {{255, 0, 0}, {0, 255, 0}, {0, 0, 255}};
+    for (int i = 0; i < 3; ++i) {
+        const GIFImage::SubImage sub = gif.images()[i];
+        const QVector<RGB> map = sub.colorMap.isEmpty() ? gif.globalColorMap() : sub.colorMap;
+        QCOMPARE(sub.image.size(), QSize(9, 7));
+        QCOMPARE(map.value(sub.image.pixelIndex(4, 4)), colors[i]);
+    }
+
+    // giflib: a file from a text, with places, a control block and a local map.
+    const QString text = m_dir.filePath(QStringLiteral("build.txt"));
+    const QString built = m_dir.filePath(QStringLiteral("built.gif"));
+    writeFile(
+        text,
+        "screen width 20\nscreen height 10\nscreen colors 8\nscreen background 2\n"
+        "screen map\n\trgb 1 2 3 is a\n\trgb 4 5 6 is b\n\trgb 7 8 9 is c\nend\n\n"
+        "netscape loop 0\n\ngraphics control\n\tdisposal mode 1\n\tuser input flag off\n"
+        "\tdelay 7\n\ttransparent index 1\nend\n\n"
+        "image # 1\nimage left 3\nimage top 2\nimage bits 4 by 2\nabca\nccbb\n\n"
+        "image # 2\nimage left 0\nimage top 1\nimage map\n\trgb 9 9 9 is x\n\trgb 8 8 8 is y\nend\n"
+        "image bits 2 by 2\nxy\nyx\n");
+    QVERIFY(run(m_gifBuild, {text}, built));
+    QFile builtFile(built);
+    QVERIFY(gif.load(&builtFile));
+    QCOMPARE(gif.images().size(), 2);
+    QCOMPARE(QSize(gif.width(), gif.height()), QSize(20, 10));
+    QVERIFY(gif.canLoop());
+    const GIFImage::SubImage first = gif.images()[0];
+    QCOMPARE(QPoint(first.left, first.top), QPoint(3, 2));
+    QCOMPARE(first.transparent, short(1));
+    QCOMPARE(gif.globalColorMap().value(2), (RGB{7, 8, 9}));
+    QCOMPARE(first.image.pixelIndex(2, 0), 2);
+    QCOMPARE(first.image.pixelIndex(3, 1), 1);
+    QCOMPARE(gif.images()[1].colorMap.value(1), (RGB{8, 8, 8}));
+    QCOMPARE(gif.images()[1].transparent, short(2));
+}
+
+void TestImageFiles::independentProgramsReadOurAnimations()
+{
+    std::mt19937 random(6);
+    QVector<AnimImageFrame> frames;
+    QVector<QImage> images;
+    for (int i = 0; i < 3; ++i) {
+        QImage image = Plain::sprite({24, 18}, 9, random);
+        QVector<QRgb> table = image.colorTable().mid(0, 16);
+        table[0] = 0;
+        image.setColorTable(table);
+        images.append(image);
+        frames.append({image, {0, 0}, 6 * (i + 1)});
+    }
+    const QString path = m_dir.filePath(QStringLiteral("ours.gif"));
+    QFile file(path);
+    QVERIFY(saveGIF(&file, frames, false, true));
+    file.close();
+
+    QVERIFY(run(m_convert, {path, m_dir.filePath(QStringLiteral("frame-%d.png"))}));
+    for (int i = 0; i < 3; ++i) {
+        QImage frame;
+        QVERIFY(frame.load(m_dir.filePath(QStringLiteral("frame-%1.png").arg(i))));
+        frame = look(frame, true);
+        for (int y = 0; y < 18; ++y) {
+            for (int x = 0; x < 24; ++x) {
+                const QRgb wanted = images[i].pixel(x, y);
+                QCOMPARE(qAlpha(frame.pixel(x, y)), qAlpha(wanted));
+                if (qAlpha(wanted))
+                    QCOMPARE(frame.pixel(x, y), wanted);
+            }
+        }
+    }
+
+    const QString report = m_dir.filePath(QStringLiteral("report.txt"));
+    QVERIFY(run(m_gifText, {path}, report));
+    const QString words = QString::fromLatin1(fileBytes(report));
+    QCOMPARE(words.count(QLatin1String("Image Size - Left = 0, Top = 0, Width = 24, Height = 18")),
+             3);
+    for (const char *word : {"Disposal Mode: 2", "DelayTime: 10", "DelayTime: 20", "DelayTime: 30",
+                             "Transparent Index: 0", "application block"})
+        QVERIFY2(words.contains(QLatin1String(word)), qPrintable(words));
+}
+
+/// The colours of pictures that somebody else wrote come into a palette in their order.
+void TestImageFiles::palettesOfIndependentPictures()
+{
+    QImage image(16, 16, QImage::Format_RGB32);
+    for (int i = 0; i < 256; ++i)
+        image.setPixel(i % 16, i / 16, qRgb(i % 16 * 16, 77, 0));
+    const QString source = m_dir.filePath(QStringLiteral("colors.png"));
+    QVERIFY(image.save(source));
+    for (const char *format : {"GIF", "PCX", "BMP", "PNG"}) {
+        const QString path =
+            m_dir.filePath(QStringLiteral("colors-im.") + QString::fromLatin1(format).toLower());
+        const QString prefix = qstrcmp(format, "PNG") == 0   ? QStringLiteral("PNG8:")
+                               : qstrcmp(format, "BMP") == 0 ? QStringLiteral("BMP3:")
+                                                             : QString();
+        QVERIFY(run(m_convert, {source, "-type", "Palette", prefix + path}));
+        RGBA table[256];
+        PaletteObject palette(&table);
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY2(palette.fromFile(&file, format), format);
+        int found = 0;
+        for (const RGBA &entry : table)
+            found += entry.g == 77 && entry.b == 0;
+        QCOMPARE(found, 16);
+        if (qstrcmp(format, "GIF") == 0)
+            QCOMPARE(table[16], (RGBA{0, 0, 0, 255}));
+    }
+}
+
+/// Readers and writers hold nothing in common: every thread gets its own right result.
+void TestImageFiles::manyThreadsAtOnce()
+{
+    std::mt19937 random(7);
+    struct Case {
+        QByteArray format;
+        QImage image;
+        QByteArray file;
+    };
+    QVector<Case> cases;
+    for (const char *format : {"PNG", "BMP", "PCX", "GIF"}) {
+        for (int width : {17, 64}) {
+            const QImage image = Plain::sprite({width, 40}, 200, random);
+            cases.append({format, image, written(format, image)});
+        }
+    }
+    const QImage full = Plain::photo({50, 40}, random);
+    cases.append({"PCX", full, written("PCX", full)});
+    cases.append({"PNG", full, written("PNG", full)});
+    cases.append({"TINY", QImage(9, 9, QImage::Format_RGB32), "\x09"});
+
+    class Worker : public QThread
+    {
+    public:
+        QVector<Case> cases;
+        int faults = 0;
+        void run() override
+        {
+            for (int round = 0; round < 20; ++round) {
+                for (const Case &c : qAsConst(cases)) {
+                    QImage image;
+                    QByteArray bytes = c.file;
+                    QBuffer buffer(&bytes);
+                    buffer.open(QIODevice::ReadOnly);
+                    const bool isRead = loadImage(&buffer, c.format, image);
+                    const bool isSame = c.format == "TINY" || opaque(image) == opaque(c.image);
+                    const bool isWritten = written(c.format, c.image) == c.file;
+                    faults += !isRead + !isSame + !isWritten;
+                }
+            }
+        }
+    };
+    std::vector<std::unique_ptr<Worker>> workers;
+    for (int i = 0; i < 8; ++i) {
+        workers.push_back(std::make_unique<Worker>());
+        workers.back()->cases = cases;
+        workers.back()->start();
+    }
+    for (const auto &worker : workers) {
+        worker->wait();
+        QCOMPARE(worker->faults, 0);
+    }
+}
+
+QTEST_APPLESS_MAIN(TestImageFiles)
+#include "tst_imagefiles.moc"
