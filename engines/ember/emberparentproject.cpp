@@ -46,13 +46,11 @@ QStringList definitionsBelow(const QString &directory, const Kiln::Archive &arch
 
 EmberParentProject *EmberParentProject::open(const QString &path, Kiln::Archive &archive)
 {
-    const QFileInfo info(path);
-    const bool isFile = archive.fileExists(path);
-    const QString directory = isFile ? info.absolutePath() : info.absoluteFilePath();
-    const QString base =
-        directory.endsWith(QLatin1Char('/')) ? directory : directory + QLatin1Char('/');
+    const QString name = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
+    const bool isFile = archive.fileExists(name);
+    const QString directory = isFile ? QFileInfo(name).path() : name;
     const QStringList definitions =
-        isFile ? QStringList(info.absoluteFilePath()) : definitionsBelow(base, archive);
+        isFile ? QStringList(name) : definitionsBelow(directory + QLatin1Char('/'), archive);
     if (definitions.isEmpty())
         return nullptr;
     auto *parent = new EmberParentProject(directory, archive);
@@ -126,7 +124,7 @@ Kiln::ProjectFile *EmberParentProject::openFile(const QString &fileName)
 EmberProject *EmberParentProject::projectAround(const QString &fileName) const
 {
     Kiln::Project *nearest = nullptr;
-    for (Kiln::Project *project : const_cast<EmberParentProject *>(this)->openedProjects()) {
+    for (Kiln::Project *project : openedProjects()) {
         const bool isAround = fileName.startsWith(project->absolutePath());
         const bool isNearer =
             !nearest || project->absolutePath().size() > nearest->absolutePath().size();

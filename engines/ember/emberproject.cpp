@@ -100,7 +100,7 @@ Kiln::ProjectFile *EmberProject::fileByName(const QString &fileName) const
 {
     const QString name = QDir::cleanPath(fileName);
     for (Kiln::ProjectFile *file : files()) {
-        if (QDir::cleanPath(file->fileName()) == name)
+        if (!name.isEmpty() && QDir::cleanPath(file->fileName()) == name)
             return file;
     }
     return nullptr;

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <ember/emberdocument.h>
+
+#include <QRandomGenerator>
+#include <QStringList>
+
+/// Somebody who edits a document of Ember code without end and without sense: the same things in
+/// the same order for the same seed.
+class RandomEditor
+{
+public:
+    RandomEditor(EmberDocument *document, quint32 seed);
+
+    /// One edit. Returns what it did, for the report of a failure.
+    QString step();
+
+private:
+    using Action = void (RandomEditor::*)();
+    struct Choice {
+        const char *name;
+        int weight;
+        Action action;
+    };
+
+    // One step each, as a user of a view makes it.
+    void typeCharacter();
+    void typeLine();
+    void deleteCharacters();
+    void deleteLines();
+    void joinLines();
+    void pasteSection();
+    void editHeader();
+    void damageHeader();
+    void moveLines();
+    void undo();
+    void redo();
+    // One step each, as an editor with fields makes it.
+    void bracket();
+    void setValue();
+    void setName();
+    void addValue();
+    void removeNode();
+    void insertBesideNode();
+    void replaceMatches();
+
+    int below(int bound);
+    QTextCursor cursorAt(int position);
+    QTextCursor linesSelected(int first, int last);
+    int randomLine();
+    int randomHeader();
+    Kiln::CodeNode *randomNode();
+    QString randomText();
+    QString anyOf(const QStringList &texts);
+
+    EmberDocument *m_document;
+    QRandomGenerator m_random;
+};

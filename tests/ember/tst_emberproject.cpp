@@ -1,0 +1,518 @@
+#include <ember/emberengine.h>
+#include <ember/emberparentproject.h>
+
+#include <kilnx/code/messages.h>
+#include <kilnx/project/archive.h>
+#include <tests/support/testhost.h>
+#include <tests/support/treedump.h>
+
+#include <QCoreApplication>
+#include <QDirIterator>
+#include <QFile>
+#include <QPointer>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+namespace
+{
+
+Kiln::Archive &disk()
+{
+    return Kiln::FileSystemArchive::instance();
+}
+
+void writeFile(const QString &name, const QByteArray &data)
+{
+    QDir().mkpath(QFileInfo(name).path());
+    QFile file(name);
+    QVERIFY(file.open(QFile::WriteOnly));
+    QCOMPARE(file.write(data), qint64(data.size()));
+}
+
+/// A copy of examples/hero below `directory`; its base path.
+QString copyOfHero(const QString &directory)
+{
+    const QString from = QStringLiteral(KILN_SOURCE_DIR "/examples/hero/");
+    const QString to = directory + QStringLiteral("/hero/");
+    for (QDirIterator i(from, QDir::Files, QDirIterator::Subdirectories); i.hasNext();) {
+        const QString target = to + i.next().mid(from.size());
+        QDir().mkpath(QFileInfo(target).path());
+        QFile::copy(i.filePath(), target);
+        QFile::setPermissions(target, QFile::ReadOwner | QFile::WriteOwner);
+    }
+    return to;
+}
+
+EmberProject *projectNamed(EmberParentProject *parent, const QString &name)
+{
+    for (Kiln::Project *project : parent->openedProjects()) {
+        if (project->displayName() == name)
+            return static_cast<EmberProject *>(project);
+    }
+    return nullptr;
+}
+
+/// All messages of all projects, one a line: file, line from 1, type, text.
+QStringList allMessages(EmberParentProject *parent)
+{
+    QStringList lines;
+    for (Kiln::Project *project : parent->openedProjects()) {
+        const Kiln::MessageList *list = project->messages();
+        for (int row = 0; row < list->rowCount(); ++row) {
+            const Kiln::Messages *source = nullptr;
+            const Kiln::Message message = list->messageAt(row, source);
+            lines.append(QStringLiteral("%1:%2 %3 %4")
+                             .arg(QFileInfo(source->file()->fileName()).fileName())
+                             .arg(message.line + 1)
+                             .arg(message.type)
+                             .arg(message.text));
+        }
+    }
+    lines.sort();
+    return lines;
+}
+
+} // namespace
+
+/// Projects on real files: the sample project, odd definitions, running, and closing it all.
+class TestEmberProject : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void opensTheSample();
+    void showsFilesAndDirectories();
+    void opensWhatTheUserChose_data();
+    void opensWhatTheUserChose();
+    void opensFilesOnDemand();
+    void followsTheDefinition();
+    void readsOddDefinitions_data();
+    void readsOddDefinitions();
+    void readsTheStage();
+    void savesWithLineEnds();
+    void makesFiles();
+    void collectsFiles();
+    void runsTheGame();
+    void closesEverything();
+    void returnsEveryNode();
+
+private:
+    EmberParentProject *openHero();
+
+    std::unique_ptr<TestHost> m_host;
+    std::unique_ptr<QTemporaryDir> m_directory;
+    QPointer<EmberParentProject> m_parent;
+};
+
+void TestEmberProject::init()
+{
+    m_host = std::make_unique<TestHost>();
+    m_host->currentEngine = &EmberEngine::instance();
+    m_directory = std::make_unique<QTemporaryDir>();
+}
+
+void TestEmberProject::cleanup()
+{
+    if (m_parent)
+        m_parent->close();
+    QVERIFY(!m_parent);
+    m_directory.reset();
+    m_host.reset();
+}
+
+EmberParentProject *TestEmberProject::openHero()
+{
+    m_parent = EmberParentProject::open(copyOfHero(m_directory->path()), disk());
+    return m_parent;
+}
+
+void TestEmberProject::opensTheSample()
+{
+    QVERIFY(openHero());
+    QStringList names;
+    for (Kiln::Project *project : m_parent->openedProjects())
+        names.append(QStringLiteral("%1 %2 %3")
+                         .arg(project->type())
+                         .arg(project->displayName())
+                         .arg(project->files().size()));
+    names.sort();
+    QCOMPARE(names, (QStringList{QStringLiteral("0 Moss 5"), QStringLiteral("0 Wren 8"),
+                                 QStringLiteral("1 Above the tide 2"),
+                                 QStringLiteral("1 The quay 2"), QStringLiteral("6 Tidewater 3")}));
+    QVERIFY(!projectNamed(m_parent, QStringLiteral("Wren"))->isModified());
+
+    const QStringList messages = allMessages(m_parent);
+    QVERIFY(messages.size() >= 5);
+    for (const QString &message : messages) {
+        QVERIFY2(message.startsWith(QLatin1String("showcase.glow:")), qPrintable(message));
+        QVERIFY2(message.section(QLatin1Char(' '), 1, 1) == QLatin1String("1"),
+                 qPrintable(message));
+    }
+}
+
+void TestEmberProject::showsFilesAndDirectories()
+{
+    QVERIFY(openHero());
+    QStringList rows = TreeDump::rows(*m_parent).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    const QStringList shown = rows;
+    // The order of rows is the library's business; each name stands once.
+    for (QString &row : rows)
+        row = row.trimmed();
+    rows.sort();
+    QStringList expected{QStringLiteral("heroes"),
+                         QStringLiteral("moss"),
+                         QStringLiteral("wren"),
+                         QStringLiteral("stages"),
+                         QStringLiteral("harbour"),
+                         QStringLiteral("rooftops"),
+                         QStringLiteral("shared"),
+                         QStringLiteral("notes"),
+                         QStringLiteral("design.txt"),
+                         QStringLiteral("names.txt"),
+                         QStringLiteral("tidewater.hearth"),
+                         QStringLiteral("gallery.glow"),
+                         QStringLiteral("rules.glow"),
+                         QStringLiteral("weather.glow"),
+                         QStringLiteral("wren.wisp"),
+                         QStringLiteral("wren.beck"),
+                         QStringLiteral("ground.glow"),
+                         QStringLiteral("air.glow"),
+                         QStringLiteral("strikes.glow"),
+                         QStringLiteral("hurt.glow"),
+                         QStringLiteral("brain.glow"),
+                         QStringLiteral("showcase.glow"),
+                         QStringLiteral("moss.wisp"),
+                         QStringLiteral("moss.beck"),
+                         QStringLiteral("ground.glow"),
+                         QStringLiteral("strikes.glow"),
+                         QStringLiteral("brain.glow"),
+                         QStringLiteral("harbour.glade"),
+                         QStringLiteral("tide.glow"),
+                         QStringLiteral("rooftops.glade"),
+                         QStringLiteral("rain.glow")};
+    expected.sort();
+    QVERIFY2(rows == expected, qPrintable(shown.join(QLatin1Char('\n'))));
+    const Kiln::ParentProject::Path *definition =
+        m_parent->filePath(m_parent->basePath() + QStringLiteral("heroes/wren/wren.wisp"));
+    QVERIFY(definition);
+    QVERIFY(definition->fileID() == Kiln::Project::FileID::Definition);
+}
+
+void TestEmberProject::opensWhatTheUserChose_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QStringList>("names");
+    const QStringList all{QStringLiteral("Above the tide"), QStringLiteral("Moss"),
+                          QStringLiteral("The quay"), QStringLiteral("Tidewater"),
+                          QStringLiteral("Wren")};
+    const QStringList none;
+    QTest::newRow("a directory with a game") << QString() << all;
+    QTest::newRow("the game") << QString("tidewater.hearth") << all;
+    QTest::newRow("a character") << QString("heroes/wren/wren.wisp")
+                                 << QStringList(QStringLiteral("Wren"));
+    QTest::newRow("a directory of characters")
+        << QString("heroes") << QStringList{QStringLiteral("Moss"), QStringLiteral("Wren")};
+    QTest::newRow("a directory of one, with a closing slash")
+        << QString("stages/harbour/") << QStringList(QStringLiteral("The quay"));
+    QTest::newRow("a file that is no definition") << QString("shared/rules.glow") << none;
+    QTest::newRow("a directory without any") << QString("notes") << none;
+    QTest::newRow("nothing") << QString("no/such/place") << none;
+}
+
+void TestEmberProject::opensWhatTheUserChose()
+{
+    QFETCH(QString, path);
+    QFETCH(QStringList, names);
+    const int owners = disk().refCount;
+    m_parent = EmberParentProject::open(copyOfHero(m_directory->path()) + path, disk());
+    QCOMPARE(!m_parent, names.isEmpty());
+    QStringList found;
+    if (m_parent) {
+        for (Kiln::Project *project : m_parent->openedProjects())
+            found.append(project->displayName());
+    } else {
+        QCOMPARE(disk().refCount, owners);
+    }
+    found.sort();
+    QCOMPARE(found, names);
+}
+
+void TestEmberProject::opensFilesOnDemand()
+{
+    QVERIFY(openHero());
+    const QString base = m_parent->basePath();
+    Kiln::ProjectFile *air = m_parent->openFile(base + QStringLiteral("heroes/wren/air.glow"));
+    QVERIFY(air);
+    QCOMPARE(air->project()->displayName(), QStringLiteral("Wren"));
+    QCOMPARE(air, m_parent->openFile(base + QStringLiteral("heroes/moss/../wren/air.glow")));
+
+    Kiln::ProjectFile *gallery = m_parent->openFile(base + QStringLiteral("shared/gallery.glow"));
+    QVERIFY(gallery);
+    QCOMPARE(gallery->project()->displayName(), QStringLiteral("Tidewater"));
+    QCOMPARE(gallery->project()->files().size(), 4);
+    QVERIFY(gallery->option(QStringLiteral("parseCode")).toBool());
+    QCOMPARE(gallery, m_parent->openFile(base + QStringLiteral("shared/gallery.glow")));
+
+    QVERIFY(!m_parent->openFile(base + QStringLiteral("notes/design.txt")));
+    QVERIFY(!m_parent->openFile(base + QStringLiteral("shared/none.glow")));
+    QVERIFY(!m_parent->openFile(QString()));
+}
+
+/// What is typed in a definition is in the tree at once, and so is the word on a missing file.
+void TestEmberProject::followsTheDefinition()
+{
+    QVERIFY(openHero());
+    EmberProject *harbour = projectNamed(m_parent, QStringLiteral("The quay"));
+    EmberDocument *definition = harbour->definition();
+    const QString added = harbour->absolutePath() + QStringLiteral("code/new.glow");
+    const QPersistentModelIndex kept = m_parent->index(0, 0);
+    const QString before = TreeDump::rows(*m_parent);
+    QVERIFY(!m_parent->filePath(added));
+
+    const QTextCursor place = definition->find(QStringLiteral("    states: tide.glow"));
+    QVERIFY(!place.isNull());
+    definition->insertOnCursor(QStringLiteral("    states: code/new.glow\n    states: tide.glow"),
+                               place);
+    QVERIFY(m_parent->filePath(added));
+    QVERIFY(kept.isValid());
+    QCOMPARE(allMessages(m_parent).filter(QStringLiteral("harbour.glade")),
+             QStringList(QStringLiteral("harbour.glade:13 1 There is no file 'code/new.glow'")));
+    definition->undo();
+    QCOMPARE(TreeDump::rows(*m_parent), before);
+    QVERIFY(allMessages(m_parent).filter(QStringLiteral("harbour.glade")).isEmpty());
+}
+
+void TestEmberProject::readsOddDefinitions_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QStringList>("files");
+    QTest::addColumn<QStringList>("messages");
+    const auto row = [](const char *what, const QByteArray &text, const QStringList &files,
+                        const QStringList &messages) {
+        QTest::newRow(what) << text << files << messages;
+    };
+    const QString outside =
+        QStringLiteral("odd.wisp:2 1 '../far.glow' may lie outside the project");
+    row("itself", "@files\nstates: odd.wisp\nbrain: ./odd.wisp\nrules: ../odd/odd.wisp", {},
+        {QStringLiteral("odd.wisp:4 1 '../odd/odd.wisp' may lie outside the project")});
+    row("itself as its cast", "@files\ncast: odd.wisp", {}, {});
+    row("a file above", "@files\nstates: ../far.glow", {QStringLiteral("32 ../far.glow")},
+        {outside});
+    row("an absolute name", "@files\nstates: /etc/passwd", {},
+        {QStringLiteral("odd.wisp:2 0 The name of a file must be relative to this file")});
+    row("no name", "@files\nstates:", {}, {QStringLiteral("odd.wisp:2 0 'states' has no value")});
+    row("the same twice", "@files\nstates: a.glow\nstates: a.glow",
+        {QStringLiteral("32 a.glow"), QStringLiteral("32 a.glow")}, {});
+    row("a file that is missing", "@files\nstates: b.glow", {QStringLiteral("32 b.glow")},
+        {QStringLiteral("odd.wisp:2 1 There is no file 'b.glow'")});
+    row("a directory for a file", "@files\nstates: ../odd", {QStringLiteral("32 ../odd")},
+        {QStringLiteral("odd.wisp:2 1 '../odd' may lie outside the project"),
+         QStringLiteral("odd.wisp:2 1 There is no file '../odd'")});
+    row("a file of another kind", "@files\nstates: picture.png", {QStringLiteral("32 picture.png")},
+        {});
+    row("an empty file", "", {}, {});
+    row("binary", QByteArray("\0\xff\xfe\x01 @files\0", 13), {},
+        {QStringLiteral("odd.wisp:1 0 A line of code needs a section above it")});
+}
+
+void TestEmberProject::readsOddDefinitions()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QStringList, files);
+    const QString base = m_directory->path() + QStringLiteral("/odd/");
+    writeFile(base + QStringLiteral("odd.wisp"), text);
+    writeFile(base + QStringLiteral("a.glow"), "@state a");
+    writeFile(base + QStringLiteral("picture.png"), "\x89PNG");
+    writeFile(base + QStringLiteral("../far.glow"), "@state far");
+    m_parent = EmberParentProject::open(base, disk());
+    QVERIFY(m_parent);
+    QCOMPARE(m_parent->refCount(), 1u);
+    QList<Kiln::ReferencedFile> listed;
+    m_parent->openedProjects().first()->fileList(listed);
+    QStringList found;
+    for (const Kiln::ReferencedFile &file : qAsConst(listed))
+        found.append(QStringLiteral("%1 %2").arg(file.id).arg(file.path));
+    QCOMPARE(found, files);
+    QTEST(allMessages(m_parent), "messages");
+    const QString rows = TreeDump::rows(*m_parent);
+    QCOMPARE(rows.count(QStringLiteral("odd.wisp\n")), 1);
+    QVERIFY(rows.count(QStringLiteral("a.glow\n")) <= 1);
+}
+
+void TestEmberProject::readsTheStage()
+{
+    QVERIFY(openHero());
+    EmberProject *stage = projectNamed(m_parent, QStringLiteral("The quay"));
+    QCOMPARE(stage->stageSize(), QSize(960, 540));
+    QCOMPARE(stage->stageScale(), QSizeF(1.5, 1.5));
+    EmberProject *character = projectNamed(m_parent, QStringLiteral("Wren"));
+    QCOMPARE(character->stageSize(), QSize(640, 360));
+    QCOMPARE(character->stageScale(), QSizeF(1, 1));
+    stage->definition()->fromString(
+        QStringLiteral("@ground\nsize: 0, 5\nscale: -1, 1\n@about\ntitle: \"\""));
+    QCOMPARE(stage->stageSize(), QSize(640, 360));
+    QCOMPARE(stage->stageScale(), QSizeF(1, 1));
+}
+
+void TestEmberProject::savesWithLineEnds()
+{
+    QVERIFY(openHero());
+    const QString name = m_parent->basePath() + QStringLiteral("shared/rules.glow");
+    auto *rules = static_cast<EmberDocument *>(m_parent->openFile(name));
+    rules->insertBefore(nullptr, QStringLiteral("; first\n@state x\xe9"), false);
+    QVERIFY(rules->isModified());
+    const QString text = rules->toPlainText();
+    m_parent->save();
+    QVERIFY(!rules->isModified());
+    QFile file(name);
+    QVERIFY(file.open(QFile::ReadOnly));
+    QCOMPARE(QString::fromUtf8(file.readAll()),
+             QString(text).replace(QLatin1Char('\n'), QLatin1String("\r\n")));
+    rules->reload();
+    QCOMPARE(rules->toPlainText(), text);
+}
+
+void TestEmberProject::makesFiles()
+{
+    EmberEngine &engine = EmberEngine::instance();
+    m_parent = EmberParentProject::create(m_directory->path(), disk(), EmberDocument::Stage);
+    Kiln::Project *project = m_parent->openedProjects().first();
+    QVERIFY(project->isSingle());
+    QCOMPARE(project->type(), Kiln::Project::Background);
+    for (const int type : {2, 4, 8, 1})
+        QVERIFY(!engine.createFile(Kiln::Project::FileID::Type(type), project));
+    const QMap<int, QString> filters = engine.singleFileFilters();
+    for (auto i = filters.begin(); i != filters.end(); ++i) {
+        const auto type = Kiln::Project::FileID::Type(i.key());
+        Kiln::ProjectFile *file = engine.createFile(type, project);
+        QVERIFY(file);
+        project->addFile(file, type);
+        auto *document = static_cast<EmberDocument *>(file);
+        QCOMPARE(i.value(), QStringLiteral("*.") + EmberDocument::suffix(EmberDocument::FileType(
+                                                       document->fileType())));
+        QCOMPARE(document->option(QStringLiteral("modelCode")), QVariant(true));
+        project->setOption(QStringLiteral("modelCode"), false, false);
+        QCOMPARE(document->option(QStringLiteral("modelCode")), QVariant(false));
+        project->setOption(QStringLiteral("modelCode"), true, false);
+    }
+    QCOMPARE(project->files().size(), 3);
+}
+
+void TestEmberProject::collectsFiles()
+{
+    QVERIFY(openHero());
+    QStringList notes;
+    m_parent->collectFiles(QStringLiteral("notes"), notes);
+    notes.sort();
+    QCOMPARE(notes,
+             (QStringList{QStringLiteral("notes/design.txt"), QStringLiteral("notes/names.txt")}));
+    QStringList one;
+    m_parent->collectFiles(QStringLiteral("shared/rules.glow"), one);
+    QCOMPARE(one, QStringList(QStringLiteral("shared/rules.glow")));
+    QStringList none;
+    m_parent->collectFiles(QStringLiteral("nothing"), none);
+    QVERIFY(none.isEmpty());
+}
+
+void TestEmberProject::runsTheGame()
+{
+    QVERIFY(openHero());
+    EmberEngine &engine = EmberEngine::instance();
+    engine.clear();
+    engine.add(QStringLiteral("game"), QStringLiteral(KILN_BINARY_DIR "/bin/ember-game"),
+               QStringLiteral("--window small"), QString());
+    QString output;
+    QVERIFY(m_parent->run(&output));
+    engine.clear();
+    const QStringList lines = output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    QCOMPARE(lines.mid(0, 3),
+             (QStringList{QStringLiteral("Ember game"), QStringLiteral("argument --window"),
+                          QStringLiteral("argument small")}));
+    QCOMPARE(lines.size(), 3 + 5);
+    QCOMPARE(lines.last(),
+             QStringLiteral("loaded %1tidewater.hearth, 4 sections").arg(m_parent->basePath()));
+    const QString list = QString::fromLocal8Bit(qgetenv("EMBER_DEFINITIONS"));
+    QVERIFY(!list.isEmpty() && !QFile::exists(list));
+}
+
+void TestEmberProject::closesEverything()
+{
+    const int owners = disk().refCount;
+    QVERIFY(openHero());
+    QVERIFY(disk().refCount > owners);
+    QList<QPointer<QObject>> objects;
+    for (Kiln::Project *project : m_parent->openedProjects()) {
+        objects.append(project);
+        for (Kiln::ProjectFile *file : project->files())
+            objects.append(static_cast<QTextDocument *>(static_cast<EmberDocument *>(file)));
+    }
+    QCOMPARE(objects.size(), 5 + 20);
+
+    const QList<Kiln::Project *> projects = m_parent->openedProjects();
+    projects.first()->release();
+    QVERIFY(m_parent);
+    QCOMPARE(m_parent->refCount(), 4u);
+    m_parent->close();
+    QVERIFY(!m_parent);
+    for (const QPointer<QObject> &object : qAsConst(objects))
+        QVERIFY(object.isNull());
+    QCOMPARE(disk().refCount, owners);
+}
+
+/// At its end a process tells how much memory nodes ever took. One that opens, edits and closes
+/// the sample ten times takes no more than one that does so once.
+void TestEmberProject::returnsEveryNode()
+{
+    const auto report = [this](int rounds) {
+        QProcess process;
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(
+            QCoreApplication::applicationFilePath(),
+            {QStringLiteral("--rounds"), QString::number(rounds), copyOfHero(m_directory->path())});
+        if (!process.waitForFinished(120000) || process.exitCode() != 0)
+            return QString::fromLocal8Bit(process.readAll()) + process.errorString();
+        const QString output = QString::fromLocal8Bit(process.readAll());
+        return output.mid(output.indexOf(QLatin1String("maximum allocated"))).trimmed();
+    };
+    const QString once = report(1);
+    QVERIFY2(once.startsWith(QLatin1String("maximum allocated memory for nodes:")),
+             qPrintable(once));
+    QCOMPARE(report(10), once);
+}
+
+/// The life of a process of returnsEveryNode().
+static int openAndClose(int rounds, const QString &path)
+{
+    TestHost host;
+    for (int round = 0; round < rounds; ++round) {
+        EmberParentProject *parent = EmberParentProject::open(path, disk());
+        if (!parent)
+            return 1;
+        for (Kiln::Project *project : parent->openedProjects()) {
+            EmberDocument *definition = static_cast<EmberProject *>(project)->definition();
+            definition->insertBefore(nullptr, QStringLiteral("@about\ntitle: \"new\""), false);
+            definition->undo();
+            definition->reload();
+        }
+        parent->close();
+    }
+    return 0;
+}
+
+int main(int argc, char **argv)
+{
+    QApplication application(argc, argv);
+    const QStringList arguments = application.arguments();
+    if (arguments.value(1) == QLatin1String("--rounds"))
+        return openAndClose(arguments.value(2).toInt(), arguments.value(3));
+    TestEmberProject test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_emberproject.moc"
