@@ -233,7 +233,7 @@ int itemCount(int type)
     }
 }
 
-bool readNumber(const QString &text, bool whole, QVariant &number)
+bool toNumber(const QString &text, bool whole, QVariant &number)
 {
     bool ok = false;
     if (whole) {
@@ -250,7 +250,7 @@ Reading readNumbers(int type, const QString &text, bool whole)
     QVariantList items;
     for (const QString &part : text.split(QLatin1Char(','))) {
         QVariant number;
-        if (!readNumber(part.trimmed(), whole, number)) {
+        if (!toNumber(part.trimmed(), whole, number)) {
             return failed(text, (whole ? translated("'%1' is not a whole number")
                                        : translated("'%1' is not a number"))
                                     .arg(part.trimmed()));
@@ -265,6 +265,17 @@ Reading readNumbers(int type, const QString &text, bool whole)
     if (type == PointFType)
         return {QPointF(items.at(0).toReal(), items.at(1).toReal()), QString(), QString()};
     return {items, QString(), QString()};
+}
+
+Reading readNumber(const Entry *entry, const QString &text)
+{
+    const Reading reading = readNumbers(entry->type, text, entry->type == IntType);
+    const QVariantList items = reading.value.toList();
+    if (!reading.error.isEmpty())
+        return reading;
+    if (items.size() != 1)
+        return failed(text, translated("One number expected"));
+    return {items.first(), QString(), rangeWarning(entry, items.first().toReal())};
 }
 
 Reading readWords(const Entry *entry, const QString &text, bool several)
@@ -431,15 +442,8 @@ Reading readValue(const Entry *entry, const QString &text)
     case Box:
         return readNumbers(entry->type, text, true);
     case RealType:
-    case IntType: {
-        Reading reading = readNumbers(entry->type, text, entry->type == IntType);
-        if (!reading.error.isEmpty())
-            return reading;
-        const QVariantList items = reading.value.toList();
-        if (items.size() != 1)
-            return failed(text, translated("One number expected"));
-        return {items.first(), QString(), rangeWarning(entry, items.first().toReal())};
-    }
+    case IntType:
+        return readNumber(entry, text);
     default:
         return {text, QString(), QString()};
     }

@@ -9,6 +9,85 @@
 
 using namespace EmberLanguage;
 
+namespace
+{
+
+/// A source of values that an entry can have.
+class RandomValue
+{
+public:
+    /// Invalid for a type that no entry should have.
+    QVariant of(const Entry *entry);
+
+private:
+    int number() { return int(m_random.bounded(2001)) - 1000; }
+    /// A quarter of a small number is exact in six digits.
+    double real() { return number() / 4.0; }
+    unsigned int word(const Entry *entry) { return m_random.bounded(quint32(words(entry).size())); }
+    QVariantList numbers(int count);
+    QVariantList reals(int count);
+
+    QRandomGenerator m_random{7};
+};
+
+QVariant RandomValue::of(const Entry *entry)
+{
+    switch (int(entry->type)) {
+    case Name:
+    case Formula:
+    case Words:
+        return QStringLiteral("a b(%1)").arg(number());
+    case Quoted:
+        return QStringLiteral("it's (%1").arg(number());
+    case Kiln::ValueCode::Date:
+        return QDate(2026, 1, 1).addDays(number());
+    case Kiln::ValueCode::Enum:
+        return word(entry);
+    case Kiln::ValueCode::EnumList:
+        return QVariantList{word(entry), word(entry)};
+    case Kiln::ValueCode::Real:
+        return real();
+    case Kiln::ValueCode::PointF:
+        return QPointF(real(), real());
+    case Kiln::ValueCode::Int:
+        return number();
+    case Kiln::ValueCode::Point:
+        return QPoint(number(), number());
+    case Reals:
+        return reals(1 + m_random.bounded(6));
+    case Shares:
+        return reals(3);
+    case Frame:
+        return reals(4);
+    case Ints:
+        return numbers(1 + m_random.bounded(6));
+    case Tint:
+        return numbers(3);
+    case Box:
+        return numbers(4);
+    default:
+        return QVariant();
+    }
+}
+
+QVariantList RandomValue::numbers(int count)
+{
+    QVariantList list;
+    for (int i = 0; i < count; ++i)
+        list.append(number());
+    return list;
+}
+
+QVariantList RandomValue::reals(int count)
+{
+    QVariantList list;
+    for (int i = 0; i < count; ++i)
+        list.append(real());
+    return list;
+}
+
+} // namespace
+
 /// Sections, entries, the reading and writing of values, and the anatomy of a line, on plain text.
 class TestEmberLanguage : public QObject
 {
@@ -160,68 +239,16 @@ void TestEmberLanguage::warnsOfRangesAndPlaces()
 /// Values made at random, for every entry of every section.
 void TestEmberLanguage::writesWhatReadsBack()
 {
-    QRandomGenerator random(7);
-    const auto number = [&] { return int(random.bounded(2001)) - 1000; };
-    // Quarters of small numbers are exact in six digits.
-    const auto real = [&] { return number() / 4.0; };
-    const auto items = [&](int count, bool whole) {
-        QVariantList list;
-        for (int i = 0; i < count; ++i)
-            list.append(whole ? QVariant(number()) : QVariant(real()));
-        return list;
-    };
+    RandomValue random;
     for (unsigned int section = About; section < Unknown; ++section) {
         for (const Entry *entry : entries(section)) {
-            const int words = EmberLanguage::words(entry).size();
-            QVariant value;
-            switch (int(entry->type)) {
-            case Name:
-            case Formula:
-            case Words:
-                value = QStringLiteral("a b(1)");
-                break;
-            case Quoted:
-                value = QStringLiteral("it's (here");
-                break;
-            case Kiln::ValueCode::Date:
-                value = QDate(2026, 1, 1).addDays(number());
-                break;
-            case Kiln::ValueCode::Enum:
-                value = random.bounded(quint32(words));
-                break;
-            case Kiln::ValueCode::EnumList:
-                value = QVariantList{random.bounded(quint32(words)), 0u};
-                break;
-            case Kiln::ValueCode::Real:
-                value = real();
-                break;
-            case Kiln::ValueCode::PointF:
-                value = QPointF(real(), real());
-                break;
-            case Kiln::ValueCode::Int:
-                value = number();
-                break;
-            case Kiln::ValueCode::Point:
-                value = QPoint(number(), number());
-                break;
-            case Reals:
-            case Ints:
-                value = items(1 + random.bounded(6), entry->type == int(Ints));
-                break;
-            case Shares:
-            case Tint:
-                value = items(3, entry->type == int(Tint));
-                break;
-            case Frame:
-            case Box:
-                value = items(4, entry->type == int(Box));
-                break;
-            default:
-                QFAIL(qPrintable(QStringLiteral("%1 has a type of no value").arg(entry->name)));
+            for (int i = 0; i < 20; ++i) {
+                const QVariant value = random.of(entry);
+                QVERIFY2(value.isValid(), entry->name);
+                const Reading reading = readValue(entry, writeValue(entry, value));
+                QVERIFY2(reading.error.isEmpty(), entry->name);
+                QCOMPARE(reading.value, value);
             }
-            const Reading reading = readValue(entry, writeValue(entry, value));
-            QVERIFY2(reading.error.isEmpty(), entry->name);
-            QCOMPARE(reading.value, value);
         }
     }
 }
