@@ -7,6 +7,9 @@ namespace Kiln
 namespace
 {
 constexpr int animationState = int(0x80000000u);
+/// The state of a block that Qt has just made. No parsed line has it, not even one that nothing
+/// encloses: the parse of a new line would else end before it reached the lines below.
+constexpr int neverParsed = -1;
 /// Nothing but groups and animations ends no walk of this mask.
 constexpr int sectionsOnly = -11;
 
@@ -182,7 +185,9 @@ int CodeDocumentPrivate::blockState(const CodeNode *node) const
             section = node->previous(CodeNode::Animation, sectionsOnly);
         state = section ? stateOf(section) : 0;
     }
-    return state != 0 ? state : previousBlockState();
+    if (state == 0 && previousBlockState() != neverParsed)
+        state = previousBlockState();
+    return state;
 }
 
 void CodeDocumentPrivate::updateFoldingIndent(const QString &text)
