@@ -15,6 +15,13 @@ constexpr QDir::Filters files = QDir::Files | QDir::Readable | QDir::NoSymLinks;
 constexpr QDir::Filters directories =
     QDir::Dirs | QDir::Readable | QDir::NoSymLinks | QDir::NoDotAndDotDot;
 
+/// Archive::fileExists() is true for directories as well.
+bool isFileOf(const QString &name, const Kiln::Archive &archive)
+{
+    const QFileInfo info(name);
+    return archive.entries(info.path(), files, QDir::Name).contains(info.fileName());
+}
+
 /// The definitions directly in a directory, games first, by absolute name.
 QStringList definitionsIn(const QString &directory, const Kiln::Archive &archive)
 {
@@ -47,7 +54,7 @@ QStringList definitionsBelow(const QString &directory, const Kiln::Archive &arch
 EmberParentProject *EmberParentProject::open(const QString &path, Kiln::Archive &archive)
 {
     const QString name = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
-    const bool isFile = archive.fileExists(name);
+    const bool isFile = isFileOf(name, archive);
     const QString directory = isFile ? QFileInfo(name).path() : name;
     const QStringList definitions =
         isFile ? QStringList(name) : definitionsBelow(directory + QLatin1Char('/'), archive);
@@ -123,15 +130,15 @@ Kiln::ProjectFile *EmberParentProject::openFile(const QString &fileName)
 /// that none is above.
 EmberProject *EmberParentProject::projectAround(const QString &fileName) const
 {
+    const QList<Kiln::Project *> projects = openedProjects();
     Kiln::Project *nearest = nullptr;
-    for (Kiln::Project *project : openedProjects()) {
-        const bool isAround = fileName.startsWith(project->absolutePath());
-        const bool isNearer =
-            !nearest || project->absolutePath().size() > nearest->absolutePath().size();
-        if (!nearest || (isAround && isNearer))
+    for (Kiln::Project *project : projects) {
+        const QString directory = project->absolutePath();
+        const bool isNearer = !nearest || directory.size() > nearest->absolutePath().size();
+        if (fileName.startsWith(directory) && isNearer)
             nearest = project;
     }
-    return static_cast<EmberProject *>(nearest);
+    return static_cast<EmberProject *>(nearest ? nearest : projects.value(0));
 }
 
 Kiln::Engine *EmberParentProject::engine()
@@ -142,7 +149,7 @@ Kiln::Engine *EmberParentProject::engine()
 void EmberParentProject::collectFiles(const QString &path, QStringList &out)
 {
     const QString full = basePath() + path;
-    if (archive().fileExists(full)) {
+    if (isFileOf(full, archive())) {
         out.append(path);
         return;
     }

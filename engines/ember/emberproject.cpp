@@ -190,7 +190,9 @@ void EmberProject::checkFiles()
     QStringList missing;
     eachFileEntry(definition(), [&](const EmberValue *entry) {
         const QString path = entry->rawValue().toString();
-        if (!archive().fileExists(fullName(path)))
+        QIODevice *file = archive().openFile(fullName(path), QIODevice::ReadOnly);
+        archive().closeFile(file);
+        if (!file)
             missing.append(QString::number(entry->firstLine()) + QLatin1Char(':') + path);
     });
     if (missing == m_missingFiles)
@@ -200,7 +202,7 @@ void EmberProject::checkFiles()
     m_missing->clear();
     for (const QString &file : qAsConst(missing)) {
         m_missing->add(Kiln::Message::Warning,
-                       tr("There is no file '%1'").arg(file.section(QLatin1Char(':'), 1)),
+                       tr("There is no readable file '%1'").arg(file.section(QLatin1Char(':'), 1)),
                        file.section(QLatin1Char(':'), 0, 0).toUInt(), 0);
     }
     m_missing->endChange();
