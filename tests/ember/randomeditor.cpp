@@ -1,5 +1,6 @@
 #include "randomeditor.h"
 
+#include <ember/emberline.h>
 #include <ember/embernodes.h>
 
 #include <QRegularExpression>
@@ -9,7 +10,7 @@ namespace
 {
 
 /// The size that the text hovers around, in lines.
-constexpr int usualLines = 60;
+constexpr int usualLines = 100;
 
 const QStringList sections{
     QStringLiteral("@state stand\n    posture: standing\n    drift: 0, 0\n    ticks: 4, 4\n"),
@@ -21,6 +22,8 @@ const QStringList sections{
     QStringLiteral("@about\n    title: \"x\"\n"),
     QStringLiteral("@nothing known\n    drift: 1, 1\n"),
     QStringLiteral("    spark + cel: glint\n"),
+    // More lines without a node than anything should ever walk one by one.
+    QStringLiteral("\n; a comment").repeated(70) + QLatin1Char('\n'),
     QStringLiteral("\n; a comment\n\n"),
     QStringLiteral(
         "@state twins\n    steered: yes\n    say: \"now; then\"\n    glow + ticks: 1, 2, 3\n"),
@@ -209,9 +212,29 @@ void RandomEditor::bracket()
         }
         }
     }
+    checkInsideBracket();
     if (below(5) == 0)
         bracket();
     m_document->endChange();
+}
+
+/// Inside a bracket every line has the node that it should, and the list is in the text's order.
+void RandomEditor::checkInsideBracket()
+{
+    const Kiln::CodeNode *last = m_document;
+    for (QTextBlock block = m_document->begin(); block.isValid(); block = block.next()) {
+        const Kiln::CodeNode *node = m_document->nodeInBlock(block);
+        const EmberLine line = EmberLine::read(block.text());
+        const bool isHeader = line.kind == EmberLine::Header;
+        if (isHeader != (node && node->type() == Kiln::CodeNode::Group))
+            m_fault = QStringLiteral("inside a bracket, line %1\n").arg(block.blockNumber());
+        if (!node)
+            continue;
+        while (last && last != node)
+            last = last->next();
+    }
+    if (!last)
+        m_fault += QStringLiteral("inside a bracket, the list is out of order\n");
 }
 
 void RandomEditor::setValue()

@@ -14,6 +14,8 @@ public:
 
     /// One edit. Returns what it did, for the report of a failure.
     QString step();
+    /// What was wrong in the middle of a bracket so far, empty if nothing was.
+    QString fault() const { return m_fault; }
 
 private:
     using Action = void (RandomEditor::*)();
@@ -44,6 +46,7 @@ private:
     void insertBesideNode();
     void replaceMatches();
 
+    void checkInsideBracket();
     int below(int bound);
     QTextCursor cursorAt(int position);
     QTextCursor linesSelected(int first, int last);
@@ -55,4 +58,5 @@ private:
 
     EmberDocument *m_document;
     QRandomGenerator m_random;
+    QString m_fault;
 };
