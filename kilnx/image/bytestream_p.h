@@ -131,11 +131,11 @@ inline bool openForWriting(QIODevice *device)
 }
 
 /// Whether a picture of `bytes` may be made for what is left of `device`. Small ones always;
-/// larger ones only if the data can fill them, each of its bytes giving up to `growth`. This
-/// bounds the memory that a hostile header can ask for.
+/// larger ones only if the data can fill them, `growth` being the most that the format makes of a
+/// byte. This bounds the memory that a hostile header can ask for.
 inline bool pictureFits(qint64 bytes, QIODevice *device, qint64 growth)
 {
-    constexpr qint64 alwaysFits = 64 << 20;
+    constexpr qint64 alwaysFits = 16 << 20;
     return bytes <= alwaysFits || bytes / growth <= device->bytesAvailable();
 }
 

@@ -17,8 +17,9 @@ namespace Kiln
 namespace
 {
 
-/// The most pixels that a byte of a compressed PNG or BMP stands for.
-constexpr int MaxGrowth = 4096;
+/// A byte of a PNG stands for 1,032 bytes at most, of eight pixels each, which take four bytes
+/// here at most.
+constexpr int MaxGrowth = 1032 * 8 * 4;
 
 bool isWord(const char *format, const char *word)
 {
@@ -60,9 +61,10 @@ void coverAllIndexes(QImage &image)
 void readWithQt(QIODevice *device, const char *format, QImage &image)
 {
     QImageReader reader(device, format);
+    // The height of a BMP whose top row comes first is negative here.
     const QSize size = reader.size();
-    if (size.isValid() &&
-        !pictureFits(qint64(4) * size.width() * size.height(), device, MaxGrowth)) {
+    const qint64 pixels = std::abs(qint64(size.width()) * size.height());
+    if (!pictureFits(pixels * qint64(sizeof(QRgb)), device, MaxGrowth)) {
         image = QImage();
         return;
     }

@@ -23,8 +23,8 @@ namespace
 
 constexpr char LoopBlock[] = "NETSCAPE2.0";
 constexpr int LoopBlockSize = sizeof LoopBlock - 1;
-/// Pixels that a byte of a file may stand for; enough for frames that hardly change.
-constexpr int MaxGrowth = 512;
+/// Twelve bits of LZW stand for 3,840 pixels at most.
+constexpr int MaxGrowth = 2560;
 
 int readCallback(GifFileType *gif, GifByteType *bytes, int count)
 {

@@ -253,6 +253,9 @@ void TestImageFiles::failedReads_data()
     QByteArray bmp = written("BMP", QImage(1, 1, QImage::Format_RGB32));
     bmp.replace(18, 8, QByteArray::fromHex("0000010000000100"));
     QTest::newRow("a BMP that claims 65,536 a side") << QByteArray("BMP") << bmp << false;
+    bmp.replace(18, 8, QByteArray::fromHex("04000000020000FD"));
+    QTest::newRow("a BMP that claims 50 million rows, top first")
+        << QByteArray("BMP") << bmp << false;
 }
 
 void TestImageFiles::failedReads()

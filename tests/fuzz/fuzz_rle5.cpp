@@ -1,0 +1,12 @@
+#include "fuzz.h"
+
+#include <kilnx/image/codecs.h>
+
+int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    PreparedPicture picture(data, size);
+    Input device(data, size);
+    Kiln::loadRLE5(picture.image, &device);
+    require(device.pos() <= static_cast<qint64>(size));
+    return 0;
+}
