@@ -1,0 +1,177 @@
+#pragma once
+
+#include <kilnx/code/codedocument.h>
+#include <kilnx/code/messages.h>
+#include <kilnx/project/archive.h>
+#include <kilnx/project/engine.h>
+#include <kilnx/project/parentproject.h>
+#include <kilnx/project/project.h>
+#include <kilnx/project/projectfile.h>
+
+#include <QtTest>
+
+/// A definition of lines "id path". Counts how many are alive.
+class FakeDocument : public Kiln::CodeDocument
+{
+public:
+    explicit FakeDocument(short fileType = Kiln::Project::Character)
+        : CodeDocument(fileType)
+    {
+        ++alive;
+    }
+    void release() override { delete this; }
+    QString language() const override { return QStringLiteral("list"); }
+    void setText(const QString &text) { setPlainText(text); }
+    bool toFile(Kiln::Archive &archive, const QString &name, bool asCopy) override
+    {
+        return !refuses && CodeDocument::toFile(archive, name, asCopy);
+    }
+
+    bool refuses = false;
+    static inline int alive = 0;
+
+protected:
+    ~FakeDocument() override { --alive; }
+    int foldingKind(const QString &) override { return 0; }
+};
+
+/// A file of bytes, watched like the library's own.
+class FakeFile : public Kiln::ProjectFile, public Kiln::FileWatchObject
+{
+public:
+    FakeFile()
+        : m_messages(this)
+    {
+        ++alive;
+    }
+    bool canSave() const override { return savable; }
+    bool isModified() const override { return modified; }
+    bool isEmpty() const override { return contents.isEmpty(); }
+    unsigned int capabilities() const override { return capabilityBits; }
+    QString fileName() override { return name; }
+    bool fromFile(Kiln::Archive &archive, const QString &file, bool asCopy) override;
+    bool toFile(Kiln::Archive &archive, const QString &file, bool asCopy) override;
+    void reload() override
+    {
+        ++reloads;
+        fromFile(archive(), name, false);
+    }
+    QList<SearchResult> search(const QRegularExpression &) override { return {}; }
+    void replace(const QList<SearchResult> &, const QString &) override {}
+    void undo() override { ++undos; }
+    void redo() override { ++redos; }
+    void release() override { delete this; }
+    Kiln::Messages *fileMessages() const override
+    {
+        return const_cast<Kiln::SimpleMessages *>(&m_messages);
+    }
+
+    QByteArray contents;
+    QString name;
+    bool modified = false;
+    bool savable = true;
+    bool refuses = false;
+    unsigned int capabilityBits = 0;
+    int reloads = 0;
+    int undos = 0;
+    int redos = 0;
+    static inline int alive = 0;
+
+protected:
+    ~FakeFile() override { --alive; }
+
+private:
+    Kiln::SimpleMessages m_messages;
+};
+
+class FakeProject : public Kiln::Project
+{
+    Q_OBJECT
+
+public:
+    FakeProject(Kiln::ParentProject *parent, Kiln::CodeDocument *definition)
+        : Project(parent, definition, FileID::Definition)
+    {
+        ++alive;
+    }
+    using Project::addToParent;
+    using Project::reload;
+    using Project::takeFile;
+
+    void engineReserved1() override {}
+    QString displayName() override { return fileName(); }
+    void engineReserved6() override {}
+    QSize stageSize() override { return {320, 240}; }
+    QSizeF stageScale() override { return {1, 1}; }
+    void fileList(QList<Kiln::ReferencedFile> &out) override;
+    void engineReserved12() override {}
+    void engineReserved13() override {}
+    void engineReserved14() override {}
+
+    static inline int alive = 0;
+
+protected:
+    ~FakeProject() override { --alive; }
+};
+
+class FakeEngine : public Kiln::Engine
+{
+    Q_OBJECT
+
+public:
+    FakeEngine()
+        : Engine(QStringLiteral("fake"))
+    {
+    }
+    char commentCharacter() const override { return ';'; }
+    QString displayName() const override { return QStringLiteral("Fake"); }
+    QString executable() const override { return QStringLiteral("fake-game"); }
+    QString fileFilter() const override { return QStringLiteral("Lists (*.def)"); }
+    QMap<int, QString> singleFileFilters() const override { return filters; }
+    Kiln::ProjectFile *createFile(Kiln::Project::FileID::Type, Kiln::Project *) override
+    {
+        return makes ? makes() : nullptr;
+    }
+
+    QMap<int, QString> filters;
+    std::function<Kiln::ProjectFile *()> makes;
+};
+
+class FakeParent : public Kiln::ParentProject
+{
+    Q_OBJECT
+
+public:
+    explicit FakeParent(const QString &basePath,
+                        Kiln::Archive &archive = Kiln::FileSystemArchive::instance())
+        : ParentProject(basePath, archive)
+    {
+        ++alive;
+    }
+    ~FakeParent() override { --alive; }
+    using ParentProject::addPath;
+    using ParentProject::removePath;
+
+    Kiln::Engine *engine() override { return fakeEngine; }
+    /// Everything below a directory.
+    void collectFiles(const QString &path, QStringList &out) override;
+    bool prepareRun(QString &executable, QStringList &temporaries) override
+    {
+        return !prepares || prepares(executable, temporaries);
+    }
+    void release() override { delete this; }
+
+    /// Opens a definition that is on disk, relative to the base path.
+    FakeProject *open(const QString &name);
+
+    Kiln::Engine *fakeEngine = nullptr;
+    std::function<bool(QString &, QStringList &)> prepares;
+    static inline int alive = 0;
+};
+
+/// One line a row, indented by two blanks a level; "/" ends a directory, "+" a named file with its
+/// bits.
+QString dump(const Kiln::ParentProject &project);
+
+void makeFile(const QString &path, const QByteArray &contents = QByteArray());
+QByteArray contentsOf(const QString &path);

@@ -1,0 +1,551 @@
+#include <kilnx/project/archive.h>
+#include <kilnx/project/archive_p.h>
+#include <kilnx/project/paths.h>
+
+#include <QtTest>
+
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+
+using Kiln::FileSystemArchive;
+
+namespace
+{
+
+constexpr int killRounds = 80;
+constexpr int bodySize = 300000;
+
+/// Contents that can be told whole from cut-off: a header, a body of one character, a footer.
+QByteArray numbered(int number)
+{
+    const QByteArray text = QByteArray::number(number);
+    return "begin " + text + '\n' + QByteArray(bodySize, char('a' + number % 26)) + "\nend " + text;
+}
+
+/// The number of whole contents; -1 for anything else.
+int numberOf(const QByteArray &contents)
+{
+    const int line = contents.indexOf('\n');
+    const int number = contents.mid(6, line - 6).toInt();
+    return line > 6 && contents == numbered(number) ? number : -1;
+}
+
+QByteArray contentsOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<none>");
+}
+
+void makeFile(const QString &path, const QByteArray &contents)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(contents) != contents.size())
+        qFatal("cannot make %s", qPrintable(path));
+}
+
+bool save(const QString &path, const QByteArray &contents)
+{
+    FileSystemArchive &archive = FileSystemArchive::instance();
+    QIODevice *device = archive.openFile(path, QIODevice::WriteOnly);
+    const bool isWritten = device && Kiln::writeAll(device, contents);
+    archive.closeFile(device);
+    return isWritten;
+}
+
+/// The child of the kill test: saves one number after the other and tells each that is done.
+int saveForEver(const QString &path, int number)
+{
+    for (;; ++number) {
+        if (!save(path, numbered(number)))
+            return 1;
+        printf("%d\n", number);
+        fflush(stdout);
+    }
+}
+
+/// Dies by a signal at the first pause of the commit, with the old file out of the way.
+int dieWhileReplacing(const QString &path, int number)
+{
+    File::setPause([](unsigned long) { raise(SIGKILL); });
+    QIODevice *device = FileSystemArchive::instance().openFile(path, QIODevice::WriteOnly);
+    const bool isReady =
+        device && device->write(numbered(number)) > 0 && QFile::remove(path) && QDir().mkpath(path);
+    FileSystemArchive::instance().closeFile(device);
+    return isReady;
+}
+
+void seedNames(uint seed)
+{
+    QT_WARNING_PUSH
+    QT_WARNING_DISABLE_DEPRECATED
+    qsrand(seed);
+    QT_WARNING_POP
+}
+
+int pauses = 0;
+std::function<void()> duringPause;
+
+void countPause(unsigned long seconds)
+{
+    QCOMPARE(seconds, 1000ul);
+    ++pauses;
+    if (duringPause)
+        duringPause();
+}
+
+} // namespace
+
+class tst_archive : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_directory;
+    QString path(const char *name) const { return m_directory.filePath(QLatin1String(name)); }
+    QStringList names() const
+    {
+        return QDir(m_directory.path())
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    }
+
+private slots:
+    void init()
+    {
+        for (const QString &name : names()) {
+            const QString full = m_directory.filePath(name);
+            const QFileInfo info(full);
+            if (info.isDir() && !info.isSymLink())
+                QDir(full).removeRecursively();
+            else
+                QFile::remove(full);
+        }
+        pauses = 0;
+        duringPause = nullptr;
+    }
+
+    void opensAndWrites()
+    {
+        FileSystemArchive &archive = FileSystemArchive::instance();
+        QVERIFY(!archive.openFile(path("missing"), QIODevice::ReadOnly));
+        QVERIFY(names().isEmpty());
+        QVERIFY(!archive.openFile(m_directory.path(), QIODevice::WriteOnly));
+
+        QVERIFY(save(path("new/deep/file"), "one"));
+        QCOMPARE(contentsOf(path("new/deep/file")), QByteArray("one"));
+        QVERIFY(archive.fileExists(path("new/deep/file")));
+        QVERIFY(archive.removeFile(path("new/deep/file")));
+        QVERIFY(!archive.removeFile(path("new/deep/file")));
+        archive.closeFile(nullptr);
+        QVERIFY(!archive.isReadOnly());
+    }
+
+    void replacesThroughATemporaryBesideTheFile()
+    {
+        const QString target = path("file");
+        makeFile(target, "old");
+        QIODevice *device = FileSystemArchive::instance().openFile(target, QIODevice::WriteOnly);
+        QVERIFY(device);
+        const QString temporary = static_cast<QFile *>(device)->fileName();
+        QVERIFY(QRegularExpression("^" + QRegularExpression::escape(target) + "[A-Za-z0-9]{6}$")
+                    .match(temporary)
+                    .hasMatch());
+        device->write("new");
+        QCOMPARE(contentsOf(target), QByteArray("old"));
+        FileSystemArchive::instance().closeFile(device);
+        QCOMPARE(contentsOf(target), QByteArray("new"));
+        QCOMPARE(names(), QStringList("file"));
+    }
+
+    void modes_data()
+    {
+        QTest::addColumn<int>("mode");
+        QTest::addColumn<QByteArray>("written");
+        QTest::addColumn<QByteArray>("expected");
+        const int write = QIODevice::WriteOnly;
+        const int both = QIODevice::ReadWrite;
+        QTest::newRow("write starts empty") << write << QByteArray("new") << QByteArray("new");
+        QTest::newRow("read and write keeps what is not written over")
+            << both << QByteArray("NEW") << QByteArray("NEW contents");
+        QTest::newRow("append keeps all")
+            << (write | QIODevice::Append) << QByteArray("!") << QByteArray("old contents!");
+        QTest::newRow("append to what can be read")
+            << (both | QIODevice::Append) << QByteArray("!") << QByteArray("old contents!");
+        QTest::newRow("truncate") << (both | QIODevice::Truncate) << QByteArray("x")
+                                  << QByteArray("x");
+        QTest::newRow("existing only")
+            << (write | QIODevice::ExistingOnly) << QByteArray("x") << QByteArray("x");
+    }
+
+    void modes()
+    {
+        QFETCH(int, mode);
+        QFETCH(QByteArray, written);
+        QFETCH(QByteArray, expected);
+        makeFile(path("file"), "old contents");
+        QIODevice *device =
+            FileSystemArchive::instance().openFile(path("file"), QIODevice::OpenMode(mode));
+        QVERIFY(device);
+        QCOMPARE(device->write(written), qint64(written.size()));
+        FileSystemArchive::instance().closeFile(device);
+        QCOMPARE(contentsOf(path("file")), expected);
+        QCOMPARE(names(), QStringList("file"));
+    }
+
+    void newOnlyRefusesAnExistingFile()
+    {
+        makeFile(path("file"), "old");
+        QVERIFY(!FileSystemArchive::instance().openFile(path("file"),
+                                                        QIODevice::WriteOnly | QIODevice::NewOnly));
+        QCOMPARE(contentsOf(path("file")), QByteArray("old"));
+    }
+
+    void keepsPermissions_data()
+    {
+        QTest::addColumn<int>("mode");
+        for (int mode : {0600, 0640, 0644, 0755, 0666})
+            QTest::newRow(QByteArray::number(mode, 8).constData()) << mode;
+    }
+
+    void keepsPermissions()
+    {
+        QFETCH(int, mode);
+        const QByteArray name = QFile::encodeName(path("file"));
+        makeFile(path("file"), "old");
+        QCOMPARE(chmod(name.constData(), mode_t(mode)), 0);
+        const bool isRoot = geteuid() == 0;
+        if (isRoot)
+            QCOMPARE(chown(name.constData(), 1234, 4321), 0);
+        QVERIFY(save(path("file"), "new"));
+        struct stat info;
+        QCOMPARE(stat(name.constData(), &info), 0);
+        QCOMPARE(int(info.st_mode & 07777), mode);
+        if (isRoot) {
+            QCOMPARE(int(info.st_uid), 1234);
+            QCOMPARE(int(info.st_gid), 4321);
+        }
+    }
+
+    void keepsSymbolicLinks()
+    {
+        QVERIFY(QDir(m_directory.path()).mkpath("real"));
+        makeFile(path("real/file"), "old");
+        QVERIFY(QFile::link("real/file", path("link")));
+        QVERIFY(QFile::link("link", path("linkToLink")));
+        QIODevice *device =
+            FileSystemArchive::instance().openFile(path("linkToLink"), QIODevice::WriteOnly);
+        QVERIFY(static_cast<QFile *>(device)->fileName().startsWith(
+            QFileInfo(path("real/file")).canonicalFilePath()));
+        device->write("new");
+        FileSystemArchive::instance().closeFile(device);
+        QCOMPARE(contentsOf(path("real/file")), QByteArray("new"));
+        QVERIFY(QFileInfo(path("link")).isSymLink() && QFileInfo(path("linkToLink")).isSymLink());
+        QCOMPARE(QDir(path("real")).entryList(QDir::Files), QStringList("file"));
+
+        QVERIFY(QFile::link("real/later", path("dangling")));
+        QVERIFY(save(path("dangling"), "made"));
+        QCOMPARE(contentsOf(path("real/later")), QByteArray("made"));
+        QVERIFY(QFileInfo(path("dangling")).isSymLink());
+    }
+
+    void leavesDevicesAlone()
+    {
+        QIODevice *device =
+            FileSystemArchive::instance().openFile("/dev/null", QIODevice::WriteOnly);
+        QVERIFY(device);
+        device->write("nothing");
+        FileSystemArchive::instance().closeFile(device);
+        struct stat info;
+        QCOMPARE(stat("/dev/null", &info), 0);
+        QVERIFY(S_ISCHR(info.st_mode));
+    }
+
+    void targetThatCannotBeWrittenLeavesNoTemporary()
+    {
+        // A running program may not be opened for writing, whoever asks.
+        QVERIFY(QFile::copy("/bin/sleep", path("busy")));
+        QFile(path("busy")).setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QProcess process;
+        process.start(path("busy"), {"60"});
+        QVERIFY(process.waitForStarted());
+        QVERIFY(!FileSystemArchive::instance().openFile(path("busy"), QIODevice::WriteOnly));
+        QCOMPARE(names(), QStringList("busy"));
+        process.kill();
+        process.waitForFinished();
+        QVERIFY(save(path("busy"), "free"));
+    }
+
+    void removalAndRenamingAreTriedAgain_data()
+    {
+        QTest::addColumn<int>("freeAfter");
+        QTest::addColumn<int>("pauses");
+        QTest::newRow("at once") << 0 << 0;
+        QTest::newRow("at the third attempt to remove") << 2 << 2;
+        QTest::newRow("at the last attempt to remove") << 14 << 14;
+        QTest::newRow("when renaming") << 17 << 17;
+        QTest::newRow("never") << 1000 << 28;
+    }
+
+    void removalAndRenamingAreTriedAgain()
+    {
+        QFETCH(int, freeAfter);
+        const QString target = path("file");
+        makeFile(target, "old");
+        QIODevice *device = FileSystemArchive::instance().openFile(target, QIODevice::WriteOnly);
+        const QString temporary = QFileInfo(static_cast<QFile *>(device)->fileName()).fileName();
+        device->write("new");
+        // A directory in the place of the file can neither be removed nor renamed over.
+        if (freeAfter > 0) {
+            QVERIFY(QFile::remove(target) && QDir().mkpath(target));
+            duringPause = [&] {
+                if (pauses == freeAfter)
+                    QDir().rmdir(target);
+            };
+            // The first attempt to remove succeeds once it is a file; a missing one does not.
+            if (freeAfter < 15)
+                duringPause = [&] {
+                    if (pauses == freeAfter && QDir().rmdir(target))
+                        makeFile(target, "old");
+                };
+        }
+        const File::Pause before = File::setPause(countPause);
+        FileSystemArchive::instance().closeFile(device);
+        File::setPause(before);
+        QTEST(pauses, "pauses");
+        const bool isReplaced = freeAfter < 1000;
+        QCOMPARE(contentsOf(isReplaced ? target : path(temporary.toLatin1())), QByteArray("new"));
+        QCOMPARE(names().contains(temporary), !isReplaced);
+    }
+
+    void temporaryNeverTakesAnExistingName()
+    {
+        makeFile(path("file"), "old");
+        seedNames(7);
+        const QString left = path("file") + Kiln::randomString(6);
+        makeFile(left, "the only whole copy");
+        seedNames(7);
+        QVERIFY(save(path("file"), "new"));
+        QCOMPARE(contentsOf(left), QByteArray("the only whole copy"));
+        QCOMPARE(contentsOf(path("file")), QByteArray("new"));
+    }
+
+    void killedSaverLosesNothing()
+    {
+        const QString target = path("file");
+        const quint32 seed = QRandomGenerator::global()->generate();
+        qInfo("seed %u", seed);
+        QRandomGenerator random(seed);
+        int told = 0;
+        int withoutTarget = 0;
+        for (int round = 0; round < killRounds; ++round) {
+            QProcess child;
+            child.start(QCoreApplication::applicationFilePath(),
+                        {"--save", target, QString::number(told + 1)});
+            QVERIFY(child.waitForStarted());
+            const int reports = random.bounded(1, 6);
+            int seen = 0;
+            while (seen < reports && child.waitForReadyRead())
+                seen += child.readAllStandardOutput().count('\n');
+            QVERIFY2(seen >= reports, child.readAllStandardError().constData());
+            told += seen;
+            QElapsedTimer timer;
+            timer.start();
+            const qint64 delay = random.bounded(3000000);
+            while (timer.nsecsElapsed() < delay) {
+            }
+            child.kill();
+            QVERIFY(child.waitForFinished());
+            told += child.readAllStandardOutput().count('\n');
+
+            int newest = QFile::exists(target) ? numberOf(contentsOf(target)) : 0;
+            QVERIFY2(newest >= 0, "the target is cut off");
+            withoutTarget += newest == 0;
+            for (const QString &name : names())
+                newest = qMax(newest, numberOf(contentsOf(m_directory.filePath(name))));
+            QVERIFY2(newest >= told,
+                     qPrintable(QString("%1 was saved, %2 is there").arg(told).arg(newest)));
+            // Clean up as a user would: the newest whole contents are the file.
+            told = newest;
+            init();
+            makeFile(target, numbered(newest));
+        }
+        qInfo("%d saves, %d kills, %d of them between removal and renaming", told, killRounds,
+              withoutTarget);
+    }
+
+    void deathBetweenRemovalAndRenamingLeavesTheNewContents()
+    {
+        makeFile(path("file"), numbered(1));
+        QProcess child;
+        child.start(QCoreApplication::applicationFilePath(), {"--die", path("file"), "2"});
+        QVERIFY(child.waitForFinished());
+        QCOMPARE(child.exitStatus(), QProcess::CrashExit);
+        const QStringList left = QDir(m_directory.path()).entryList(QDir::Files);
+        QCOMPARE(left.size(), 1);
+        QVERIFY(left.first().startsWith("file") && left.first().size() == 10);
+        QCOMPARE(numberOf(contentsOf(m_directory.filePath(left.first()))), 2);
+    }
+
+    void failedWriteKeepsTheOldFile_data()
+    {
+        QTest::addColumn<bool>("isDisk");
+        QTest::newRow("a full disk") << true;
+        QTest::newRow("the process may write no more") << false;
+    }
+
+    void failedWriteKeepsTheOldFile()
+    {
+        QFETCH(bool, isDisk);
+        const QByteArray mountPoint = QFile::encodeName(path("disk"));
+        QVERIFY(QDir().mkpath(path("disk")));
+        rlimit before;
+        getrlimit(RLIMIT_FSIZE, &before);
+        if (isDisk) {
+            if (mount("none", mountPoint.constData(), "tmpfs", 0, "size=256k") != 0)
+                QSKIP("No right to mount a small disk.");
+        }
+        makeFile(path("disk/file"), "old contents");
+        if (!isDisk) {
+            signal(SIGXFSZ, SIG_IGN);
+            const rlimit limit{65536, before.rlim_max};
+            QCOMPARE(setrlimit(RLIMIT_FSIZE, &limit), 0);
+        }
+        const bool isSaved = save(path("disk/file"), QByteArray(1000000, 'x'));
+        // Without a look at the result of a write, and with small writes after the failed one.
+        QIODevice *device =
+            FileSystemArchive::instance().openFile(path("disk/file"), QIODevice::WriteOnly);
+        for (int i = 0; device && i < 1000; ++i)
+            device->write(QByteArray(1000, 'y'));
+        FileSystemArchive::instance().closeFile(device);
+        const bool isCopied = copyOfTooMuch();
+        const QByteArray contents = contentsOf(path("disk/file"));
+        const QStringList left = QDir(path("disk")).entryList(QDir::Files);
+        setrlimit(RLIMIT_FSIZE, &before);
+        if (isDisk)
+            umount(mountPoint.constData());
+        QVERIFY(!isSaved);
+        QVERIFY(!isCopied);
+        QCOMPARE(contents, QByteArray("old contents"));
+        QCOMPARE(left, QStringList("file"));
+    }
+
+    void copiesFiles_data()
+    {
+        QTest::addColumn<QByteArray>("contents");
+        QTest::newRow("empty") << QByteArray();
+        QTest::newRow("short") << QByteArray("abc");
+        QTest::newRow("one block") << QByteArray(131072, 'b');
+        QTest::newRow("a block and a byte") << QByteArray(131073, 'c');
+    }
+
+    void copiesFiles()
+    {
+        QFETCH(QByteArray, contents);
+        FileSystemArchive &archive = FileSystemArchive::instance();
+        makeFile(path("from"), contents);
+        QVERIFY(Kiln::copyFile(archive, path("from"), archive, path("sub/to")));
+        QCOMPARE(contentsOf(path("sub/to")), contents);
+        FileSystemArchive other = archive;
+        QVERIFY(!Kiln::copyFile(archive, path("from"), other, path("from")));
+        QCOMPARE(contentsOf(path("from")), contents);
+        QVERIFY(!Kiln::copyFile(archive, path("missing"), archive, path("from")));
+        QCOMPARE(contentsOf(path("from")), contents);
+    }
+
+    void listsEntries()
+    {
+        makeFile(path("b.txt"), "");
+        makeFile(path("a.txt"), "");
+        QVERIFY(QDir().mkpath(path("dir")));
+        QVERIFY(QFile::link(path("a.txt"), path("link")));
+        const FileSystemArchive &archive = FileSystemArchive::instance();
+        QCOMPARE(archive.entries(m_directory.path(), QDir::Files | QDir::Dirs, QDir::Name),
+                 QStringList({"a.txt", "b.txt", "dir"}));
+        const QList<QFileInfo> infos =
+            archive.infoEntries(m_directory.path(), QDir::Files, QDir::Name | QDir::Reversed);
+        QCOMPARE(infos.size(), 2);
+        QCOMPARE(infos.first().absoluteFilePath(), path("b.txt"));
+        QVERIFY(archive.entries(path("missing"), QDir::Files, QDir::Name).isEmpty());
+    }
+
+    void ownersAreCounted()
+    {
+        struct Counted : FileSystemArchive {
+            explicit Counted(int *freedTimes)
+                : FileSystemArchive(instance())
+                , freed(freedTimes)
+            {
+                refCount = 0;
+            }
+            void free() override { ++*freed; }
+            int *freed;
+        };
+        int freed = 0;
+        Counted archive(&freed);
+        archive.addOwner();
+        archive.addOwner();
+        archive.removeOwner();
+        QCOMPARE(freed, 0);
+        const FileSystemArchive copy = archive;
+        QCOMPARE(copy.refCount, 1);
+        archive.removeOwner();
+        QCOMPARE(freed, 1);
+    }
+
+    void smallHelpers()
+    {
+        QCOMPARE(Kiln::fileExtension(QString("/a.b/c.tar.png")), QByteArray("PNG"));
+        QCOMPARE(Kiln::fileExtension(QString("/a.b/c")), QByteArray());
+        QCOMPARE(Kiln::fixFileCase("dir", FileSystemArchive::instance(), "name"),
+                 QString("dirname"));
+        QVERIFY(Kiln::randomString(0).isEmpty() && Kiln::randomString(-3).isEmpty());
+        QSet<QChar> characters;
+        for (const QChar &character : Kiln::randomString(20000))
+            characters.insert(character);
+        QCOMPARE(characters.size(), 62);
+
+        QBuffer buffer;
+        buffer.setData(QByteArray(1000, 'x'));
+        QVERIFY(buffer.open(QIODevice::ReadOnly));
+        Kiln::skipRead(&buffer, 0);
+        QCOMPARE(buffer.pos(), 0);
+        Kiln::skipRead(&buffer, 257);
+        QCOMPARE(buffer.pos(), 257);
+        Kiln::skipRead(&buffer, 100000);
+        QCOMPARE(buffer.pos(), 1000);
+    }
+
+    void dialogFilters()
+    {
+        QCryptographicHash hash(QCryptographicHash::Sha256);
+        for (int i = 0; i < 6; ++i)
+            hash.addData(QByteArray(Kiln::fileExtension(Kiln::FileExtensionType(i))) + '\n');
+        QCOMPARE(hash.result().toHex(),
+                 QByteArray("64bdfdc13e5e114b67a7f871546da194d47a5b71a6ebcadb3f3c870dc6e52d49"));
+        QVERIFY(!Kiln::fileExtension(Kiln::FileExtensionType(6)));
+    }
+
+private:
+    bool copyOfTooMuch()
+    {
+        // A program file is larger than either limit.
+        FileSystemArchive &archive = FileSystemArchive::instance();
+        return Kiln::copyFile(archive, "/proc/self/exe", archive, path("disk/file"));
+    }
+};
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    if (argc == 4 && QByteArray(argv[1]) == "--save")
+        return saveForEver(QFile::decodeName(argv[2]), atoi(argv[3]));
+    if (argc == 4 && QByteArray(argv[1]) == "--die")
+        return dieWhileReplacing(QFile::decodeName(argv[2]), atoi(argv[3]));
+    tst_archive test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_archive.moc"

@@ -1,0 +1,346 @@
+#include "fakes.h"
+
+#include <kilnx/project/fileeditor.h>
+#include <tests/support/testhost.h>
+
+#include <QAction>
+#include <QtTest>
+
+using namespace Kiln;
+
+using FileID = Project::FileID;
+
+namespace
+{
+
+class FakeEditor : public FileEditor
+{
+    Q_OBJECT
+
+public:
+    QAction *action() const override { return const_cast<QAction *>(&m_action); }
+    const char *name() const override { return "sounds"; }
+    unsigned int areas() const override { return 7; }
+    void retranslate() override {}
+    void replace(const QString &, const QString &, unsigned int, bool) override {}
+    void hostReserved15() override {}
+    FileID::Type canEditFileType() override { return FileID::Sounds; }
+    using FileEditor::find;
+    bool find(const ProjectFile *file, const QString &text, unsigned int) override
+    {
+        searched << text;
+        return file && dynamic_cast<const FakeFile *>(file)->contents.contains(text.toUtf8());
+    }
+
+    QStringList searched;
+    int shown = 0;
+
+protected:
+    void contentsChanged() override { ++shown; }
+
+private:
+    QAction m_action{QStringLiteral("Sound banks")};
+};
+
+} // namespace
+
+class tst_fileeditor : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<QTemporaryDir> m_directory;
+    std::unique_ptr<TestHost> m_host;
+    std::unique_ptr<FakeEngine> m_engine;
+    std::unique_ptr<FakeEditor> m_editor;
+    FakeProject *m_project = nullptr;
+    bool m_makesRefusing = false;
+    QString base() const { return m_directory->path() + "/project/"; }
+    QString outside(const char *name) const
+    {
+        return m_directory->path() + "/outside/" + QLatin1String(name);
+    }
+
+    FakeFile *current(const QByteArray &contents, bool modified = true)
+    {
+        auto *file = new FakeFile;
+        file->contents = contents;
+        file->modified = modified;
+        m_project->addFile(file, FileID::Sounds);
+        m_editor->setCurrentFile(file);
+        return file;
+    }
+
+private slots:
+    void init()
+    {
+        m_directory = std::make_unique<QTemporaryDir>();
+        m_host = std::make_unique<TestHost>();
+        m_engine = std::make_unique<FakeEngine>();
+        m_makesRefusing = false;
+        m_engine->filters[FileID::Sounds] = "*.snd";
+        m_engine->makes = [this] {
+            auto *file = new FakeFile;
+            file->refuses = m_makesRefusing;
+            return file;
+        };
+        m_host->currentEngine = m_engine.get();
+        m_editor = std::make_unique<FakeEditor>();
+        makeFile(base() + "d.def");
+        m_project = (new FakeParent(base()))->open("d.def");
+        m_host->activeProject = m_project;
+    }
+
+    void cleanup()
+    {
+        m_editor.reset();
+        m_project->release();
+        m_engine.reset();
+        QCOMPARE(m_host->dialogs().finish(), QString());
+        m_host.reset();
+        QCOMPARE(FakeFile::alive, 0);
+    }
+
+    void createsAFile()
+    {
+        m_editor->create();
+        QCOMPARE(m_project->filesByType(FileID::Sounds).size(), 1);
+        QVERIFY(m_editor->isActive());
+        QCOMPARE(m_editor->shown, 1);
+        m_engine->makes = nullptr;
+        m_editor->create();
+        m_host->activeProject = nullptr;
+        m_editor->create();
+        m_host->currentEngine = nullptr;
+        m_editor->create();
+        m_editor->open();
+        QCOMPARE(m_project->filesByType(FileID::Sounds).size(), 1);
+    }
+
+    void opensAFile()
+    {
+        makeFile(base() + "snd/a.snd", "a");
+        m_host->options["project_path"] = base();
+        m_host->dialogs().expectFiles({base() + "snd/a.snd"});
+        m_editor->open();
+        auto *file = dynamic_cast<FakeFile *>(m_project->file(FileID::Sounds));
+        QVERIFY(file);
+        QCOMPARE(file->contents, QByteArray("a"));
+        QVERIFY(!file->modified);
+        QCOMPARE(m_project->option("sounds_path"), QVariant(base() + "snd"));
+        QCOMPARE(m_host->options["sounds_path"], QVariant(base() + "snd"));
+        QCOMPARE(m_editor->shown, 1);
+        const DialogScript::Seen seen = m_host->dialogs().seen().first();
+        QCOMPARE(seen.title, QString("Open sounds..."));
+        QCOMPARE(seen.nameFilters, QStringList("Sound banks (*.snd)"));
+    }
+
+    void openThatEndsInNothing_data()
+    {
+        QTest::addColumn<bool>("isCancelled");
+        QTest::newRow("cancelled") << true;
+        QTest::newRow("cannot be loaded") << false;
+    }
+
+    void openThatEndsInNothing()
+    {
+        QFETCH(bool, isCancelled);
+        makeFile(base() + "a.snd", "a");
+        m_makesRefusing = true;
+        m_host->dialogs().expectFiles(isCancelled ? QStringList() : QStringList(base() + "a.snd"));
+        m_editor->open();
+        QCOMPARE(m_project->files().size(), 1);
+        QCOMPARE(FakeFile::alive, 0);
+        QCOMPARE(m_editor->shown, 0);
+        QVERIFY(!m_project->option("sounds_path").isValid());
+    }
+
+    void filesFromOutside_data()
+    {
+        QTest::addColumn<bool>("opens");
+        QTest::addColumn<bool>("isSingle");
+        QTest::addColumn<bool>("asCopy");
+        QTest::newRow("opened as a copy") << true << false << true;
+        QTest::newRow("opened where it is") << true << false << false;
+        QTest::newRow("opened in a new project") << true << true << false;
+        QTest::newRow("saved as a copy") << false << false << true;
+        QTest::newRow("saved there from now on") << false << false << false;
+        QTest::newRow("saved from a new project") << false << true << false;
+    }
+
+    void filesFromOutside()
+    {
+        QFETCH(bool, opens);
+        QFETCH(bool, isSingle);
+        QFETCH(bool, asCopy);
+        if (isSingle) {
+            auto *parent = new FakeParent(base());
+            auto *project = new FakeProject(parent, new FakeDocument);
+            project->addToParent();
+            m_project->release();
+            m_project = project;
+            m_host->activeProject = project;
+        }
+        if (opens)
+            makeFile(outside("a.snd"), "outside");
+        else
+            QVERIFY(QDir().mkpath(outside("")));
+        m_host->dialogs().expectFiles({outside("a.snd")});
+        if (!isSingle)
+            m_host->dialogs().expectBox(asCopy ? QMessageBox::Yes : QMessageBox::No);
+        if (opens) {
+            m_editor->open();
+        } else {
+            current("inside");
+            m_editor->saveAs();
+        }
+        auto *file = dynamic_cast<FakeFile *>(m_project->file(FileID::Sounds));
+        QCOMPARE(file->contents, opens ? QByteArray("outside") : QByteArray("inside"));
+        QCOMPARE(contentsOf(outside("a.snd")), file->contents);
+        QCOMPARE(file->name, asCopy ? QString() : outside("a.snd"));
+        QCOMPARE(file->modified, asCopy);
+        const QList<DialogScript::Seen> seen = m_host->dialogs().seen();
+        QCOMPARE(seen.size(), isSingle ? 1 : 2);
+        if (isSingle)
+            return;
+        QCOMPARE(seen[1].title, QString("External file!"));
+        QCOMPARE(seen[1].icon, QMessageBox::Warning);
+        QCOMPARE(seen[1].defaultButton, QMessageBox::No);
+        QCOMPARE(seen[1].text,
+                 QString("This file isn't a child of the project directory, so will be ignored on "
+                         "'Run in engine', 'Backup' and 'Save as' functions. Do you want to ") +
+                     (opens ? "load it as copy?\nNote: As copy, if you save it the previous file "
+                              "will be overwritten!"
+                            : "save it as copy?\nNote: As copy, we keep the reference to the "
+                              "previous file!"));
+    }
+
+    void suffixes_data()
+    {
+        QTest::addColumn<QString>("pattern");
+        QTest::addColumn<QString>("chosen");
+        QTest::addColumn<QString>("saved");
+        QTest::newRow("appended") << "*.snd"
+                                  << "a"
+                                  << "a.snd";
+        QTest::newRow("there already") << "*.snd"
+                                       << "a.snd"
+                                       << "a.snd";
+        QTest::newRow("there in capitals") << "*.snd"
+                                           << "a.SND"
+                                           << "a.SND.snd";
+        QTest::newRow("another one") << "*.snd"
+                                     << "a.wav"
+                                     << "a.wav.snd";
+        QTest::newRow("the last of several") << "*.snd*.bank"
+                                             << "a"
+                                             << "a.bank";
+        QTest::newRow("with blanks there is none") << "*.snd *.bank"
+                                                   << "a"
+                                                   << "a";
+        QTest::newRow("with digits there is none") << "*.s3m"
+                                                   << "a"
+                                                   << "a";
+        QTest::newRow("no pattern") << ""
+                                    << "a"
+                                    << "a";
+    }
+
+    void suffixes()
+    {
+        QFETCH(QString, pattern);
+        QFETCH(QString, chosen);
+        QFETCH(QString, saved);
+        m_engine->filters[FileID::Sounds] = pattern;
+        FakeFile *file = current("new");
+        QSignalSpy modified(m_editor.get(), &Editor::modified);
+        m_host->dialogs().expectFiles({base() + chosen});
+        m_editor->saveAs();
+        QCOMPARE(contentsOf(base() + saved), QByteArray("new"));
+        QCOMPARE(file->name, base() + saved);
+        QCOMPARE(modified.count(), 1);
+        QCOMPARE(m_host->dialogs().seen().first().title, QString("Save sounds as..."));
+    }
+
+    void saves()
+    {
+        m_editor->save();
+        FakeFile *file = current("new");
+        file->name = base() + "a.snd";
+        m_editor->save();
+        QCOMPARE(contentsOf(base() + "a.snd"), QByteArray("new"));
+        QVERIFY(!m_editor->isModified());
+        QCOMPARE(m_editor->shown, 1);
+        file->contents = "unmodified";
+        m_editor->save();
+        file->modified = true;
+        file->savable = false;
+        m_editor->save();
+        m_editor->saveAs();
+        QCOMPARE(contentsOf(base() + "a.snd"), QByteArray("new"));
+        // A place that fails ends in the question for another; cancelled, all stays as it was.
+        file->savable = true;
+        file->refuses = true;
+        m_host->dialogs().expectFiles({});
+        m_editor->save();
+        QVERIFY(m_editor->isModified());
+        QCOMPARE(contentsOf(base() + "a.snd"), QByteArray("new"));
+    }
+
+    void discards()
+    {
+        QVERIFY(m_editor->canDiscard(nullptr));
+        FakeFile *first = current("a");
+        FakeFile *second = current("b", false);
+        FakeFile *third = current("c");
+        QVERIFY(m_editor->canDiscard(second));
+        m_host->dialogs().expectBox(QMessageBox::No);
+        m_host->dialogs().expectBox(QMessageBox::Yes);
+        QVERIFY(!m_editor->canDiscard());
+        m_host->dialogs().expectBox(QMessageBox::Yes);
+        m_host->dialogs().expectBox(QMessageBox::Yes);
+        QVERIFY(m_editor->canDiscard());
+        first->capabilityBits = 1;
+        third->capabilityBits = 3;
+        QVERIFY(m_editor->canDiscard());
+        const DialogScript::Seen seen = m_host->dialogs().seen().first();
+        QCOMPARE(seen.title, QString("Discard changes?"));
+        QCOMPARE(seen.text, QString("Do you want to discard the changes made in sounds?"));
+        QCOMPARE(seen.defaultButton, QMessageBox::No);
+        QCOMPARE(seen.icon, QMessageBox::Question);
+    }
+
+    void finds()
+    {
+        current("needle");
+        m_editor->find(QString(), 0);
+        QVERIFY(m_editor->searched.isEmpty());
+        m_editor->find("needle", 0);
+        m_editor->find("straw", 16);
+        QCOMPARE(m_host->dialogs().seen().size(), 0);
+        m_host->dialogs().expectBox(QMessageBox::Ok);
+        m_editor->find("straw", 1);
+        const DialogScript::Seen seen = m_host->dialogs().seen().first();
+        QCOMPARE(seen.text, QString("Nothing found!"));
+        QCOMPARE(seen.title, m_host->text(8));
+        QCOMPARE(seen.icon, QMessageBox::Information);
+    }
+
+    void withoutAFile()
+    {
+        QVERIFY(!m_editor->isModified());
+        m_editor->undo();
+        m_editor->redo();
+        m_editor->saveAs();
+        FakeFile *file = current("x");
+        QVERIFY(m_editor->isModified());
+        m_editor->undo();
+        m_editor->redo();
+        m_editor->redo();
+        QCOMPARE(file->undos, 1);
+        QCOMPARE(file->redos, 2);
+    }
+};
+
+QTEST_MAIN(tst_fileeditor)
+#include "tst_fileeditor.moc"

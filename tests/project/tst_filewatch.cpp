@@ -1,0 +1,307 @@
+#include "fakes.h"
+
+#include <kilnx/project/filewatch.h>
+#include <tests/support/testhost.h>
+
+#include <QtTest>
+
+using namespace Kiln;
+
+namespace
+{
+
+FileSystemArchive &disk()
+{
+    return FileSystemArchive::instance();
+}
+
+/// What another program does to a file.
+struct Outside {
+    static void rewrite(const QString &path, const QByteArray &contents)
+    {
+        makeFile(path, contents);
+    }
+    static void replaceByRenaming(const QString &path, const QByteArray &contents)
+    {
+        makeFile(path + "~", contents);
+        QCOMPARE(rename(qPrintable(path + "~"), qPrintable(path)), 0);
+    }
+    static void removeAndMake(const QString &path, const QByteArray &contents)
+    {
+        QVERIFY(QFile::remove(path));
+        makeFile(path, contents);
+    }
+    /// As an editor that keeps the old file as a backup.
+    static void moveAwayAndMake(const QString &path, const QByteArray &contents)
+    {
+        QFile::remove(path + ".bak");
+        QVERIFY(QFile::rename(path, path + ".bak"));
+        makeFile(path, contents);
+    }
+};
+
+using Change = void (*)(const QString &, const QByteArray &);
+
+/// Ends the file's life as its project would.
+struct Release {
+    void operator()(FakeFile *file) const { file->release(); }
+};
+using FilePointer = std::unique_ptr<FakeFile, Release>;
+
+FilePointer load(const QString &path)
+{
+    FilePointer file(new FakeFile);
+    if (!file->fromFile(disk(), path, false))
+        qFatal("cannot load %s", qPrintable(path));
+    return file;
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(Change)
+
+class tst_filewatch : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<QTemporaryDir> m_directory;
+    std::unique_ptr<TestHost> m_host;
+    QString path(const char *name) const { return m_directory->filePath(QLatin1String(name)); }
+    int questions() const { return m_host->dialogs().seenTitles().count("File modified"); }
+
+private slots:
+    void init()
+    {
+        m_directory = std::make_unique<QTemporaryDir>();
+        m_host = std::make_unique<TestHost>();
+        m_host->options["enable_file_watcher"] = true;
+    }
+
+    void cleanup()
+    {
+        QCOMPARE(m_host->dialogs().finish(), QString());
+        m_host.reset();
+        QCOMPARE(FakeFile::alive, 0);
+    }
+
+    void outsideChangesAreNoticedEachTime_data()
+    {
+        QTest::addColumn<Change>("change");
+        QTest::newRow("written over") << Change(Outside::rewrite);
+        QTest::newRow("replaced by renaming") << Change(Outside::replaceByRenaming);
+        QTest::newRow("removed and made anew") << Change(Outside::removeAndMake);
+        QTest::newRow("moved to a backup") << Change(Outside::moveAwayAndMake);
+    }
+
+    void outsideChangesAreNoticedEachTime()
+    {
+        QFETCH(Change, change);
+        makeFile(path("file"), "0");
+        const FilePointer file = load(path("file"));
+        for (int round = 1; round <= 3; ++round) {
+            m_host->dialogs().expectBox(QMessageBox::Yes);
+            change(path("file"), QByteArray::number(round));
+            QTRY_COMPARE(file->contents, QByteArray::number(round));
+            QCOMPARE(questions(), round);
+        }
+        const DialogScript::Seen seen = m_host->dialogs().seen().first();
+        QCOMPARE(seen.text, QString("The file '%1' has been modified. Do you want to reload all "
+                                    "other instances of this file now?")
+                                .arg(path("file")));
+        QCOMPARE(seen.icon, QMessageBox::Question);
+        QCOMPARE(seen.buttons, QMessageBox::Yes | QMessageBox::No);
+        QCOMPARE(seen.defaultButton, QMessageBox::No);
+    }
+
+    void noKeepsWhatIsInMemory()
+    {
+        makeFile(path("file"), "old");
+        const FilePointer file = load(path("file"));
+        m_host->dialogs().expectBox(QMessageBox::No);
+        Outside::rewrite(path("file"), "new");
+        QTRY_COMPARE(questions(), 1);
+        QCOMPARE(file->contents, QByteArray("old"));
+        m_host->dialogs().expectBox(QMessageBox::Yes);
+        Outside::rewrite(path("file"), "newer");
+        QTRY_COMPARE(file->contents, QByteArray("newer"));
+    }
+
+    void ownSaveIsNotAskedAboutAndLaterChangesAre_data()
+    {
+        QTest::addColumn<Change>("change");
+        QTest::addColumn<bool>("isNew");
+        QTest::newRow("an existing file, then renamed over")
+            << Change(Outside::replaceByRenaming) << false;
+        QTest::newRow("an existing file, then written over") << Change(Outside::rewrite) << false;
+        QTest::newRow("a file that was not there") << Change(Outside::rewrite) << true;
+    }
+
+    void ownSaveIsNotAskedAboutAndLaterChangesAre()
+    {
+        QFETCH(Change, change);
+        QFETCH(bool, isNew);
+        // The directory of a new file is made by the save itself.
+        const QString name = isNew ? path("to/come/file") : path("file");
+        FilePointer file(new FakeFile);
+        if (!isNew) {
+            makeFile(name, "old");
+            file = load(name);
+        }
+        for (int round = 1; round <= 3; ++round) {
+            file->contents = "own" + QByteArray::number(round);
+            QVERIFY(file->toFile(disk(), name, false));
+            QVERIFY(file->isWatchPaused());
+            QTRY_VERIFY(!file->isWatchPaused());
+            QCOMPARE(questions(), round - 1);
+            m_host->dialogs().expectBox(QMessageBox::Yes);
+            change(name, "outside" + QByteArray::number(round));
+            QTRY_COMPARE(file->contents, "outside" + QByteArray::number(round));
+            QCOMPARE(questions(), round);
+        }
+    }
+
+    void failedSaveDoesNotSilenceTheNextChange()
+    {
+        makeFile(path("file"), "old");
+        const FilePointer file = load(path("file"));
+        file->refuses = true;
+        QVERIFY(!file->toFile(disk(), path("file"), false));
+        file->refuses = false;
+        QTRY_VERIFY(!file->isWatchPaused());
+        m_host->dialogs().expectBox(QMessageBox::Yes);
+        Outside::rewrite(path("file"), "new");
+        QTRY_COMPARE(file->contents, QByteArray("new"));
+    }
+
+    void failedLoadKeepsWatchingTheOldFile()
+    {
+        makeFile(path("file"), "old");
+        const FilePointer file = load(path("file"));
+        QVERIFY(!file->fromFile(disk(), path("missing"), false));
+        m_host->dialogs().expectBox(QMessageBox::Yes);
+        // The change comes after the loop has seen that the load failed.
+        QTimer::singleShot(0, this, [this] { Outside::rewrite(path("file"), "new"); });
+        QTRY_COMPARE(file->contents, QByteArray("new"));
+    }
+
+    void severalObjectsOnOnePath()
+    {
+        makeFile(path("file"), "old");
+        makeFile(path("other"), "other");
+        const FilePointer saver = load(path("file"));
+        const FilePointer second = load(path("file"));
+        const FilePointer third = load(path("file"));
+        // A copy of an outside file is not watched.
+        const FilePointer copy(new FakeFile);
+        QVERIFY(copy->fromFile(disk(), path("file"), true));
+
+        m_host->dialogs().expectBox(QMessageBox::Yes);
+        saver->contents = "new";
+        QVERIFY(saver->toFile(disk(), path("file"), false));
+        QTRY_COMPARE(second->contents, QByteArray("new"));
+        QCOMPARE(third->contents, QByteArray("new"));
+        QCOMPARE(saver->reloads, 0);
+        QCOMPARE(copy->reloads, 0);
+        QCOMPARE(questions(), 1);
+
+        // One of them goes to another file; the path of the others stays watched.
+        QVERIFY(second->fromFile(disk(), path("other"), false));
+        QTRY_VERIFY(!saver->isWatchPaused());
+        m_host->dialogs().expectBox(QMessageBox::Yes);
+        Outside::rewrite(path("file"), "newer");
+        QTRY_COMPARE(third->contents, QByteArray("newer"));
+        QCOMPARE(saver->contents, QByteArray("newer"));
+        QCOMPARE(second->contents, QByteArray("other"));
+    }
+
+    void switchedOffNobodyAsks_data()
+    {
+        QTest::addColumn<QVariant>("option");
+        QTest::newRow("unset") << QVariant();
+        QTest::newRow("false") << QVariant(false);
+    }
+
+    void switchedOffNobodyAsks()
+    {
+        QFETCH(QVariant, option);
+        m_host->options.remove("enable_file_watcher");
+        if (option.isValid())
+            m_host->options["enable_file_watcher"] = option;
+        makeFile(path("file"), "old");
+        const FilePointer file = load(path("file"));
+        // Another program's notification tells when ours must have come, too.
+        QFileSystemWatcher witness({path("file")});
+        QSignalSpy spy(&witness, &QFileSystemWatcher::fileChanged);
+        Outside::rewrite(path("file"), "new");
+        QVERIFY(spy.count() || spy.wait());
+        QCoreApplication::processEvents();
+        QCOMPARE(questions(), 0);
+        QCOMPARE(file->contents, QByteArray("old"));
+    }
+
+    void deletedFileIsNotReportedUntilItIsBack()
+    {
+        makeFile(path("sub/file"), "old");
+        const FilePointer file = load(path("sub/file"));
+        QFileSystemWatcher witness({path("sub/file")});
+        QSignalSpy spy(&witness, &QFileSystemWatcher::fileChanged);
+        QVERIFY(QDir(path("sub")).removeRecursively());
+        QVERIFY(spy.count() || spy.wait());
+        QCoreApplication::processEvents();
+        QCOMPARE(questions(), 0);
+        m_host->dialogs().expectBox(QMessageBox::Yes);
+        QVERIFY(QDir().mkpath(path("sub")));
+        Outside::replaceByRenaming(path("sub/file"), "back");
+        QTRY_COMPARE(file->contents, QByteArray("back"));
+        QCOMPARE(questions(), 1);
+    }
+
+    void objectsMayGoAtAnyTime()
+    {
+        makeFile(path("file"), "old");
+        FilePointer file = load(path("file"));
+        FilePointer second = load(path("file"));
+        // While a pause is running out.
+        QVERIFY(file->toFile(disk(), path("file"), false));
+        m_host->dialogs().expectBox(QMessageBox::No);
+        QTRY_COMPARE(questions(), 1);
+        QVERIFY(file->isWatchPaused());
+        file.reset();
+        // While the box is open: the other, too, and with it the last of all.
+        m_host->dialogs().expectDialog([&second](QDialog *dialog) {
+            second.reset();
+            auto *box = qobject_cast<QMessageBox *>(dialog);
+            box->button(QMessageBox::Yes)->click();
+        });
+        Outside::rewrite(path("file"), "new");
+        QTRY_COMPARE(questions(), 2);
+        QVERIFY(!second);
+        // Longer than any pause: nothing may touch what is gone.
+        const FilePointer later = load(path("file"));
+        later->pauseWatch(true);
+        Outside::rewrite(path("file"), "newer");
+        QTRY_VERIFY(!later->isWatchPaused());
+    }
+
+    void pauseIsHeldAndCopied()
+    {
+        struct Watched : FileWatchObject {
+            QString fileName() override { return QString(); }
+            void reload() override {}
+        };
+        Watched object;
+        QVERIFY(!object.isWatchPaused());
+        object.pauseWatch(true);
+        const Watched copy(object);
+        QVERIFY(copy.isWatchPaused());
+        Watched assigned;
+        assigned = object;
+        QVERIFY(assigned.isWatchPaused());
+        object.pauseWatch(false);
+        QVERIFY(!object.isWatchPaused() && copy.isWatchPaused());
+    }
+};
+
+QTEST_MAIN(tst_filewatch)
+#include "tst_filewatch.moc"

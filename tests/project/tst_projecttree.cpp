@@ -1,0 +1,503 @@
+#include "fakes.h"
+
+#include <tests/support/testhost.h>
+
+#include <QAbstractItemModelTester>
+#include <QtTest>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <map>
+
+using namespace Kiln;
+
+namespace
+{
+
+constexpr ParentProject::PathType scanAll =
+    ParentProject::ScanDirectories | ParentProject::ScanFiles;
+
+/// The tree as it must look, worked out the plain way from the disk and from the definitions.
+struct Expected {
+    std::map<QString, Expected> directories;
+    std::map<QString, unsigned int> files;
+
+    Expected &at(const QString &directory)
+    {
+        Expected *node = this;
+        for (const QString &part : directory.split('/', Qt::SkipEmptyParts))
+            node = &node->directories[part];
+        return *node;
+    }
+    void name(const QString &path, unsigned int id)
+    {
+        const int slash = path.lastIndexOf('/');
+        unsigned int &known = at(path.left(qMax(slash, 0))).files[path.mid(slash + 1)];
+        known = known == 0 ? id : qMin(known, id);
+    }
+    void scan(const QString &base, const QString &directory)
+    {
+        at(directory);
+        const QDir dir(base + directory);
+        for (const QString &file : dir.entryList({"*.txt"}, QDir::Files))
+            at(directory).files.insert({file, 0});
+        for (const QString &below : dir.entryList(QDir::Dirs | QDir::NoDotAndDotDot))
+            scan(base, directory + below + '/');
+    }
+    QString text(int depth = 0) const
+    {
+        QString out;
+        for (const auto &[name, below] : directories)
+            out += QString(2 * depth, ' ') + name + "/\n" + below.text(depth + 1);
+        for (const auto &[name, id] : files)
+            out += QString(2 * depth, ' ') + name + (id ? '+' + QString::number(id) : QString()) +
+                   '\n';
+        return out;
+    }
+};
+
+QStringList allRows(const ParentProject &project, const QModelIndex &parent = QModelIndex())
+{
+    QStringList paths;
+    for (int row = 0; row < project.rowCount(parent); ++row) {
+        const QModelIndex index = project.index(row, 0, parent);
+        paths << project.itemPath(index)->path() << allRows(project, index);
+    }
+    return paths;
+}
+
+QModelIndex indexOf(const ParentProject &project, const QStringList &names)
+{
+    QModelIndex index;
+    for (const QString &name : names) {
+        QModelIndex found;
+        for (int row = 0; row < project.rowCount(index); ++row) {
+            if (project.index(row, 0, index).data().toString() == name)
+                found = project.index(row, 0, index);
+        }
+        if (!found.isValid())
+            return QModelIndex();
+        index = found;
+    }
+    return index;
+}
+
+FakeDocument *definitionOf(Project *project)
+{
+    return static_cast<FakeDocument *>(
+        dynamic_cast<CodeDocument *>(project->file(Project::FileID::Definition)));
+}
+
+} // namespace
+
+class tst_projecttree : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<QTemporaryDir> m_directory;
+    std::unique_ptr<TestHost> m_host;
+    QString base() const { return m_directory->path() + '/'; }
+
+private slots:
+    void init()
+    {
+        m_directory = std::make_unique<QTemporaryDir>();
+        m_host = std::make_unique<TestHost>();
+    }
+
+    void cleanup()
+    {
+        m_host.reset();
+        QCOMPARE(FakeParent::alive, 0);
+        QCOMPARE(FakeProject::alive, 0);
+        QCOMPARE(FakeDocument::alive, 0);
+    }
+
+    void addedPathsAndScans()
+    {
+        makeFile(base() + "art/a.txt");
+        makeFile(base() + "art/deep/b.txt");
+        makeFile(base() + "art/skip.bin");
+        makeFile(base() + "plain/c.txt");
+        QVERIFY(QFile::link(base() + "art/a.txt", base() + "art/link.txt"));
+        QVERIFY(QFile::link(base() + "art", base() + "art/loop"));
+        FakeParent parent(base());
+        const QAbstractItemModelTester tester(
+            &parent, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        parent.addPath("/zoo/one/", ParentProject::NotScanned, {});
+        parent.addPath("art", scanAll, {"*.txt"});
+        parent.addPath("plain", ParentProject::ScanDirectories, {"*.txt"});
+        parent.addPath("zoo/two", ParentProject::NotScanned, {});
+        QCOMPARE(dump(parent),
+                 QString("zoo/\n  one/\n  two/\nart/\n  deep/\n    b.txt\n  a.txt\nplain/\n"));
+        QCOMPARE(parent.basePath(), base());
+
+        for (const QString &path : allRows(parent)) {
+            const ParentProject::Path *found = parent.filePath(path);
+            QVERIFY2(found, qPrintable(path));
+            QCOMPARE(found->path(), path);
+        }
+        QVERIFY(!parent.filePath(base() + "art/none"));
+        QVERIFY(!parent.filePath(base() + "ART/a.txt"));
+        QVERIFY(!parent.filePath("/elsewhere"));
+        QVERIFY(!parent.itemPath(QModelIndex()));
+        QVERIFY(!parent.index(9, 0).isValid() && !parent.index(0, 1).isValid());
+
+        parent.removePath(base() + "zoo/one");
+        parent.removePath("plain");
+        parent.removePath("unknown/path");
+        parent.removePath("");
+        QCOMPARE(dump(parent), QString("zoo/\n  two/\nart/\n  deep/\n    b.txt\n  a.txt\n"));
+    }
+
+    void itemsAndIcons()
+    {
+        makeFile(base() + "art/deep/b.txt");
+        makeFile(base() + "hero/hero.def",
+                 "2 hero.spr\n4 a.snd\n8 a.anm\n16 a.cmd\n32 a.code\n64 x");
+        auto *parent = new FakeParent(base());
+        parent->addPath("art", scanAll, {"*.txt"});
+        FakeProject *project = parent->open("hero/hero.def");
+        const auto path = [&](const char *name) { return parent->filePath(base() + name); };
+
+        QVERIFY(!path("art")->isItem() && path("art/deep")->isItem());
+        QVERIFY(path("art/deep/b.txt")->isItem());
+        QCOMPARE(path("art/deep/b.txt")->fileID().bits, 1u);
+        QCOMPARE(path("art")->fileID().bits, 0u);
+        QVERIFY(path("hero/hero.def")->isItem() && !path("hero/hero.spr")->isItem());
+        QCOMPARE(path("hero/hero.spr")->fileID().bits, 2u);
+        QCOMPARE(parent->projectForFile(path("art/deep/b.txt")), path("art/deep/b.txt"));
+        QCOMPARE(parent->projectForFile(path("art/deep")), path("art/deep/b.txt"));
+        // No item above: the place of the first project.
+        QCOMPARE(parent->projectForFile(path("hero/hero.spr")), path("hero"));
+
+        const QMap<QString, QString> keys{
+            {"art", "icon_folder"},         {"art/deep/b.txt", "icon_code"},
+            {"hero/hero.def", "icon_code"}, {"hero/hero.spr", "icon_sprite"},
+            {"hero/a.snd", "icon_sound"},   {"hero/a.anm", "icon_animation"},
+            {"hero/a.cmd", "icon_command"}, {"hero/a.code", "icon_code"},
+            {"hero/x", "icon_file"},
+        };
+        for (auto key = keys.begin(); key != keys.end(); ++key) {
+            const QModelIndex index = indexOf(*parent, key.key().split('/'));
+            QVERIFY2(index.isValid(), qPrintable(key.key()));
+            QCOMPARE(index.data(Qt::DecorationRole).value<QIcon>().name(),
+                     m_host->icon(key.value()).name());
+            QCOMPARE(index.data(Qt::ToolTipRole), index.data(Qt::DisplayRole));
+            QVERIFY(!index.data(Qt::EditRole).isValid());
+        }
+        project->release();
+    }
+
+    void namesOfDefinitions_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("expected");
+        const QString own = "  d.def+1\n";
+        QTest::newRow("files and directories, each once")
+            << "2 b.spr\n4 snd/a.snd\n2 a.spr\n4 snd/a.snd"
+            << "sub/\n  snd/\n    a.snd+4\n  a.spr+2\n  b.spr+2\n" + own;
+        QTest::newRow("the same file as two types") << "4 a\n2 a"
+                                                    << "sub/\n  a+2\n" + own;
+        QTest::newRow("itself") << "32 d.def"
+                                << "sub/\n" + own;
+        QTest::newRow("a directory") << "4 snd/"
+                                     << "sub/\n  snd/\n" + own;
+        QTest::newRow("one above") << "4 ../common/x"
+                                   << "common/\n  x+4\nsub/\n" + own;
+        QTest::newRow("outside the base") << "4 ../../x\n4 ../..\n4 .."
+                                          << "sub/\n" + own;
+        QTest::newRow("dots and slashes") << "4 ./a//b/../c"
+                                          << "sub/\n  a/\n    c+4\n" + own;
+        QTest::newRow("absolute, elsewhere") << "4 /etc/passwd"
+                                             << "sub/\n" + own;
+        QTest::newRow("absolute, inside") << "4 BASE/abs"
+                                          << "sub/\n" + own + "abs+4\n";
+        QTest::newRow("empty") << "4 \n4"
+                               << "sub/\n" + own;
+        QTest::newRow("a file and a directory of one name") << "4 a\n4 a/b"
+                                                            << "sub/\n  a/\n    b+4\n  a+4\n" + own;
+    }
+
+    void namesOfDefinitions()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, expected);
+        text.replace("BASE", m_directory->path());
+        makeFile(base() + "sub/d.def", text.toUtf8());
+        auto *parent = new FakeParent(base());
+        const QAbstractItemModelTester tester(
+            parent, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        FakeProject *project = parent->open("sub/d.def");
+        QCOMPARE(dump(*parent), expected);
+        definitionOf(project)->setText("2 other");
+        QCOMPARE(dump(*parent), QString("sub/\n  d.def+1\n  other+2\n"));
+        definitionOf(project)->setText(text);
+        QCOMPARE(dump(*parent), expected);
+        project->release();
+    }
+
+    void typingFollowsAndKeepsRows()
+    {
+        makeFile(base() + "d.def", "2 b\n2 d");
+        auto *parent = new FakeParent(base());
+        FakeProject *project = parent->open("d.def");
+        const QPersistentModelIndex kept = indexOf(*parent, {"d"});
+        QItemSelectionModel selection(parent);
+        selection.select(kept, QItemSelectionModel::Select);
+        QSignalSpy inserted(parent, &QAbstractItemModel::rowsInserted);
+        QSignalSpy removed(parent, &QAbstractItemModel::rowsRemoved);
+        QTextCursor cursor = definitionOf(project)->cursor();
+        cursor.movePosition(QTextCursor::Start);
+        cursor.insertText("2 a\n4 c\n");
+        QCOMPARE(dump(*parent), QString("a+2\nb+2\nc+4\nd+2\nd.def+1\n"));
+        cursor.document()->undo();
+        QCOMPARE(dump(*parent), QString("b+2\nd+2\nd.def+1\n"));
+        QVERIFY(kept.isValid() && kept.data() == "d");
+        QCOMPARE(selection.selectedIndexes(), QModelIndexList{kept});
+        QVERIFY(inserted.count() <= 3 && removed.count() <= 3);
+        // Text that names no other file is no change of the tree.
+        inserted.clear();
+        removed.clear();
+        QSignalSpy changed(parent, &QAbstractItemModel::dataChanged);
+        cursor.insertText("\n\n");
+        QCOMPARE(inserted.count() + removed.count() + changed.count(), 0);
+        // Another type of the same file.
+        definitionOf(project)->setText("2 b\n4 d");
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(dump(*parent), QString("b+2\nd+4\nd.def+1\n"));
+        project->release();
+    }
+
+    void scanAndDefinitionShareRows()
+    {
+        makeFile(base() + "art/a.txt");
+        makeFile(base() + "art/b.txt");
+        makeFile(base() + "one.def", "2 art/a.txt\n2 art/only.spr");
+        makeFile(base() + "two.def", "4 art/a.txt");
+        auto *parent = new FakeParent(base());
+        const QAbstractItemModelTester tester(
+            parent, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        parent->addPath("art", scanAll, {"*.txt"});
+        const QPersistentModelIndex row = indexOf(*parent, {"art", "a.txt"});
+        FakeProject *one = parent->open("one.def");
+        QCOMPARE(dump(*parent), QString("art/\n  a.txt+2\n  b.txt\n  only.spr+2\none.def+1\n"));
+        QVERIFY(row.isValid() && row.data() == "a.txt");
+        FakeProject *two = parent->open("two.def");
+        // The definition forgets the file; the other one and the scan still have it.
+        definitionOf(one)->setText(QString());
+        QCOMPARE(dump(*parent), QString("art/\n  a.txt+4\n  b.txt\none.def+1\ntwo.def+1\n"));
+        // The file goes from the disk; a definition names it all the same.
+        QVERIFY(QFile::remove(base() + "art/a.txt") && QFile::remove(base() + "art/b.txt"));
+        QTRY_COMPARE(dump(*parent), QString("art/\n  a.txt+4\none.def+1\ntwo.def+1\n"));
+        makeFile(base() + "art/a.txt");
+        makeFile(base() + "art/c.txt");
+        QTRY_COMPARE(dump(*parent), QString("art/\n  a.txt+4\n  c.txt\none.def+1\ntwo.def+1\n"));
+        two->release();
+        QCOMPARE(dump(*parent), QString("art/\n  a.txt\n  c.txt\none.def+1\n"));
+        QVERIFY(row.isValid() && row.data() == "a.txt");
+        one->release();
+    }
+
+    void projectsBelowEachOther()
+    {
+        makeFile(base() + "a/a.def", "2 x\n2 b/y");
+        makeFile(base() + "a/b/b.def", "2 x");
+        makeFile(base() + "a/b/c.def", "2 x");
+        auto *parent = new FakeParent(base());
+        const QAbstractItemModelTester tester(
+            parent, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        FakeProject *a = parent->open("a/a.def");
+        FakeProject *b = parent->open("a/b/b.def");
+        FakeProject *c = parent->open("a/b/c.def");
+        QCOMPARE(parent->refCount(), 3u);
+        QCOMPARE(dump(*parent), QString("a/\n  b/\n    b.def+1\n    c.def+1\n    x+2\n    y+2\n"
+                                        "  a.def+1\n  x+2\n"));
+        a->release();
+        QCOMPARE(dump(*parent), QString("a/\n  b/\n    b.def+1\n    c.def+1\n    x+2\n"));
+        b->release();
+        QCOMPARE(dump(*parent), QString("a/\n  b/\n    c.def+1\n    x+2\n"));
+        const QPointer<ParentProject> guard(parent);
+        QCOMPARE(FakeParent::alive, 1);
+        c->release();
+        QVERIFY(!guard);
+    }
+
+    void untitledProjectFindsItsPlaceWhenItIsSaved()
+    {
+        auto *parent = new FakeParent(base());
+        auto *project = new FakeProject(parent, new FakeDocument);
+        project->addToParent();
+        project->addToParent();
+        QCOMPARE(parent->refCount(), 1u);
+        QVERIFY(project->isSingle());
+        definitionOf(project)->setText("2 a");
+        QCOMPARE(dump(*parent), QString("a+2\n"));
+        QVERIFY(!project->isSingle());
+        QVERIFY(QDir().mkpath(base() + "sub"));
+        definitionOf(project)->setModified(true);
+        QVERIFY(definitionOf(project)->toFile(parent->archive(), base() + "sub/d.def", false));
+        QTRY_COMPARE(dump(*parent), QString("sub/\n  a+2\n  d.def+1\n"));
+        QCOMPARE(project->basePath(), QString("sub/"));
+        project->release();
+    }
+
+    void watchedDirectoriesComeAndGo()
+    {
+        FakeParent parent(base());
+        const QAbstractItemModelTester tester(
+            &parent, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        parent.addPath("late/art", scanAll, {"*.txt"});
+        QCOMPARE(dump(parent), QString("late/\n  art/\n"));
+        for (int round = 0; round < 3; ++round) {
+            makeFile(base() + "late/art/deep/a.txt");
+            QTRY_COMPARE(dump(parent), QString("late/\n  art/\n    deep/\n      a.txt\n"));
+            makeFile(base() + "late/art/deep/b.txt");
+            QTRY_COMPARE(dump(parent),
+                         QString("late/\n  art/\n    deep/\n      a.txt\n      b.txt\n"));
+            QVERIFY(QDir(base() + "late").removeRecursively());
+            QTRY_COMPARE(dump(parent), QString("late/\n  art/\n"));
+        }
+    }
+
+    void directoryWithoutPermission()
+    {
+        makeFile(base() + "art/shut/a.txt");
+        makeFile(base() + "art/open/b.txt");
+        QVERIFY(QFile::setPermissions(base() + "art/shut", {}));
+        const bool isRoot = geteuid() == 0;
+        // Root may read everything: look at the disk as somebody else.
+        if (isRoot) {
+            QVERIFY(chmod(qPrintable(m_directory->path()), 0755) == 0);
+            QVERIFY(setresuid(65534, 65534, 0) == 0);
+        }
+        QString seen;
+        {
+            FakeParent parent(base());
+            parent.addPath("art", scanAll, {"*.txt"});
+            seen = dump(parent);
+        }
+        if (isRoot)
+            QVERIFY(setresuid(0, 0, 0) == 0);
+        QFile::setPermissions(base() + "art/shut",
+                              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QCOMPARE(seen, QString("art/\n  open/\n    b.txt\n"));
+    }
+
+    void endsWithItsProjectsOrByItself()
+    {
+        makeFile(base() + "d.def", "2 a");
+        auto *parent = new FakeParent(base());
+        const int owners = parent->archive().refCount;
+        FakeProject *project = parent->open("d.def");
+        QCOMPARE(parent->archive().refCount, owners + 2);
+        QVERIFY(project->parent() == parent);
+        // A host that is in a hurry: the projects go along.
+        delete parent;
+        QCOMPARE(FakeProject::alive, 0);
+        QCOMPARE(FakeDocument::alive, 0);
+        QCOMPARE(FileSystemArchive::instance().refCount, owners - 1);
+    }
+
+    void randomChangesEqualAFreshLook()
+    {
+        const quint32 seed = QRandomGenerator::global()->generate();
+        qInfo("seed %u", seed);
+        QRandomGenerator random(seed);
+        const QStringList definitions{"a.def", "art/b.def", "sub/c.def", "sub/d.def"};
+        const QStringList places{"",           "x.txt",      "y.txt",         "deep/",
+                                 "deep/z.txt", "deep/w.spr", "../up.txt",     "../art/x.txt",
+                                 "v.spr",      "/etc/hosts", "deep/er/q.txt", "./y.txt"};
+        for (const QString &definition : definitions)
+            makeFile(base() + definition);
+        auto *parent = new FakeParent(base());
+        const QAbstractItemModelTester tester(
+            parent, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        parent->addPath("art", scanAll, {"*.txt"});
+        // Keeps the parent alive while the others come and go.
+        makeFile(base() + "keeper.def");
+        FakeProject *keeper = parent->open("keeper.def");
+        QMap<QString, FakeProject *> opened;
+        QMap<QString, QPersistentModelIndex> known;
+
+        for (int step = 0; step < 400; ++step) {
+            const QString definition = definitions[random.bounded(definitions.size())];
+            switch (random.bounded(4)) {
+            case 0:
+                if (FakeProject *project = opened.take(definition))
+                    project->release();
+                else
+                    opened[definition] = parent->open(definition);
+                break;
+            case 1:
+                if (FakeProject *project = opened.value(definition)) {
+                    QString text;
+                    for (int i = random.bounded(5); i > 0; --i)
+                        text += QString("%1 %2\n")
+                                    .arg(1 << random.bounded(1, 6))
+                                    .arg(places[random.bounded(places.size())]);
+                    definitionOf(project)->setText(text);
+                }
+                break;
+            case 2: {
+                const QString file = base() + "art/" + places[random.bounded(1, 5)];
+                if (file.endsWith('/') || QFile::exists(file))
+                    QFile::remove(file);
+                else
+                    makeFile(file);
+                break;
+            }
+            default:
+                QDir(base() + "art/deep").removeRecursively();
+            }
+
+            Expected expected;
+            expected.scan(base(), "art/");
+            const QStringList names = opened.keys() << "keeper.def";
+            for (const QString &open : names) {
+                FakeProject *project = opened.value(open, keeper);
+                const QString folder = QFileInfo(base() + open).absolutePath() + '/';
+                QList<ReferencedFile> files{{1, QFileInfo(open).fileName()}};
+                project->fileList(files);
+                expected.at(folder.mid(base().size()));
+                for (const ReferencedFile &file : files) {
+                    const QString full =
+                        QDir::cleanPath(file.path.startsWith('/') ? file.path : folder + file.path);
+                    if (file.path.isEmpty() || !full.startsWith(base()))
+                        continue;
+                    if (file.path.endsWith('/'))
+                        expected.at(full.mid(base().size()));
+                    else
+                        expected.name(full.mid(base().size()), unsigned(file.id));
+                }
+            }
+            QTRY_COMPARE(dump(*parent), expected.text());
+
+            // What stayed is still where it was pointed at.
+            const QStringList paths = allRows(*parent);
+            for (auto row = known.begin(); row != known.end();) {
+                QCOMPARE(row->isValid(), paths.contains(row.key()));
+                if (row->isValid()) {
+                    QCOMPARE(parent->itemPath(*row)->path(), row.key());
+                    ++row;
+                } else {
+                    row = known.erase(row);
+                }
+            }
+            for (const QString &path : paths) {
+                const QModelIndex index =
+                    indexOf(*parent, path.mid(base().size()).split('/', Qt::SkipEmptyParts));
+                if (parent->itemPath(index)->path() == path)
+                    known[path] = index;
+            }
+        }
+        for (FakeProject *project : opened)
+            project->release();
+        keeper->release();
+    }
+};
+
+QTEST_MAIN(tst_projecttree)
+#include "tst_projecttree.moc"
