@@ -245,7 +245,7 @@ private slots:
         auto *parent = new FakeParent(base());
         FakeProject *project = parent->open("d.def");
         const QPersistentModelIndex kept = indexOf(*parent, {"d"});
-        QItemSelectionModel selection(parent);
+        QItemSelectionModel selection(parent, this);
         selection.select(kept, QItemSelectionModel::Select);
         QSignalSpy inserted(parent, &QAbstractItemModel::rowsInserted);
         QSignalSpy removed(parent, &QAbstractItemModel::rowsRemoved);
