@@ -1,0 +1,198 @@
+#include <kilnx/cache/cachedprojectfile.h>
+#include <kilnx/cache/packedcache.h>
+#include <kilnx/cache/streamcachedata.h>
+#include <kilnx/code/messages.h>
+
+#include <QtTest/QtTest>
+
+#include <memory>
+
+using namespace Kiln;
+
+namespace
+{
+
+struct Handle : StreamCacheData {
+    using StreamCacheData::StreamCacheData;
+    StreamCacheData *copyTo(StreamCache *target) const override { return new Handle(target); }
+};
+
+class Item : public CachedPropertyItem
+{
+public:
+    explicit Item(const QString &identifier, StreamCacheData *data = nullptr)
+        : CachedPropertyItem(data)
+        , identifier(identifier)
+    {
+    }
+    QStringList propertyNames() override { return {QStringLiteral("Identifier")}; }
+    QVariant property(const QString &name) override
+    {
+        return name == QLatin1String("Identifier") ? QVariant(identifier) : QVariant();
+    }
+    void setProperty(const QString &name, const QVariant &value) override
+    {
+        if (name == QLatin1String("Identifier"))
+            identifier = value.toString();
+    }
+
+    QString identifier;
+};
+
+// A container of the names given; an empty name stands for a missing item.
+class Container : public SearchableCachedProjectFile
+{
+public:
+    explicit Container(const QStringList &names, StreamCache *cache = nullptr)
+        : SearchableCachedProjectFile(cache)
+    {
+        for (const QString &name : names)
+            m_items.push_back(name.isEmpty() ? nullptr : std::make_unique<Item>(name));
+    }
+    unsigned int itemCount() const override { return static_cast<unsigned int>(m_items.size()); }
+    PropertyItem *itemAt(unsigned int index) const override
+    {
+        ++asked;
+        return index < m_items.size() ? m_items[index].get() : nullptr;
+    }
+    bool isEmpty() const override { return m_items.empty(); }
+    void release() override { delete this; }
+
+    QStringList names() const
+    {
+        QStringList list;
+        for (const auto &item : m_items)
+            list.append(item ? item->identifier : QString());
+        return list;
+    }
+
+    mutable int asked = 0;
+
+private:
+    std::vector<std::unique_ptr<Item>> m_items;
+};
+
+struct Release {
+    void operator()(ProjectFile *file) const { file->release(); }
+};
+using ContainerPointer = std::unique_ptr<Container, Release>;
+
+// One result as text: "item:start+length text (captures)".
+QStringList described(const QList<ProjectFile::SearchResult> &results)
+{
+    QStringList list;
+    for (const ProjectFile::SearchResult &result : results)
+        list.append(QStringLiteral("%1:%2+%3 %4 (%5)")
+                        .arg(result.line)
+                        .arg(result.start)
+                        .arg(result.length)
+                        .arg(result.text, result.captured.join(QLatin1Char('|'))));
+    return list;
+}
+
+} // namespace
+
+class TestCachedFiles : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void finds_data();
+    void finds();
+    void replaces_data();
+    void replaces();
+    void emptyContainerAsksForNothing();
+    void cacheAndItemsEnd();
+};
+
+void TestCachedFiles::finds_data()
+{
+    QTest::addColumn<QString>("expression");
+    QTest::addColumn<QStringList>("found");
+    QTest::newRow("once in an item, however often it matches")
+        << "an" << QStringList{"0:1+2 banana ()", "2:0+2 ananas ()"};
+    QTest::newRow("captures without the whole match")
+        << "(.)n(.)" << QStringList{"0:1+3 banana (a|a)", "2:0+3 ananas (a|a)"};
+    QTest::newRow("an optional group that took no part")
+        << "^(x)?c" << QStringList{"3:0+1 cherry ()"};
+    QTest::newRow("letter case counts") << "BANANA" << QStringList();
+    QTest::newRow("a broken expression finds nothing") << "(" << QStringList();
+}
+
+void TestCachedFiles::finds()
+{
+    QFETCH(QString, expression);
+    QFETCH(QStringList, found);
+    const ContainerPointer file(new Container({"banana", "", "ananas", "cherry"}));
+    QCOMPARE(described(file->search(QRegularExpression(expression))), found);
+}
+
+void TestCachedFiles::replaces_data()
+{
+    QTest::addColumn<QString>("expression");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QStringList>("names");
+    QTest::newRow("the whole name, not just the match") << "1"
+                                                        << "x" << QStringList{"x", "b2", "c22"};
+    QTest::newRow("without groups %1 stays") << "1"
+                                             << "x%1" << QStringList{"x%1", "b2", "c22"};
+    QTest::newRow("the first group is never used") << "(a)1"
+                                                   << "x%1" << QStringList{"x%1", "b2", "c22"};
+    QTest::newRow("%1 is the second group") << "(.)(2+)"
+                                            << "<%1>" << QStringList{"a1", "<2>", "<22>"};
+    QTest::newRow("%1 and %2 are the second and third")
+        << "(.)(2)(.*)"
+        << "%2-%1" << QStringList{"a1", "-2", "2-2"};
+    QTest::newRow("more groups than place markers") << "(.)(2)(.*)"
+                                                    << "n" << QStringList{"a1", "n", "n"};
+}
+
+void TestCachedFiles::replaces()
+{
+    QFETCH(QString, expression);
+    QFETCH(QString, text);
+    QFETCH(QStringList, names);
+    const ContainerPointer file(new Container({"a1", "b2", "c22"}));
+    QList<ProjectFile::SearchResult> results = file->search(QRegularExpression(expression));
+    ProjectFile::SearchResult stranger;
+    stranger.line = 100;
+    results.prepend(stranger);
+    file->replace(results, text);
+    QCOMPARE(file->names(), names);
+}
+
+void TestCachedFiles::emptyContainerAsksForNothing()
+{
+    const ContainerPointer file(new Container({}));
+    QVERIFY(file->search(QRegularExpression(QStringLiteral("."))).isEmpty());
+    QCOMPARE(file->asked, 0);
+}
+
+void TestCachedFiles::cacheAndItemsEnd()
+{
+    auto *cache = new MemoryCache;
+    const QPointer<StreamCache> watched(cache);
+    auto *file = new Container({}, cache);
+    QCOMPARE(file->cache(), cache);
+    QVERIFY(file->messages());
+    QCOMPARE(file->messages()->file(), file);
+
+    auto *data = new Handle(cache);
+    data->fromData("bytes", 0, nullptr, 0);
+    data->addRef();
+    {
+        const Item item(QStringLiteral("item"), data);
+        QCOMPARE(item.data(), data);
+    }
+    QCOMPARE(data->refCount(), 1);
+    QCOMPARE(cache->items().size(), 1);
+    data->release();
+    QCOMPARE(cache->items().size(), 0);
+
+    file->release();
+    QVERIFY(!watched);
+}
+
+QTEST_GUILESS_MAIN(TestCachedFiles)
+
+#include "tst_cachedfiles.moc"
