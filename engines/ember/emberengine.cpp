@@ -1,6 +1,7 @@
 #include "emberengine.h"
 
 #include "emberdocument.h"
+#include "embersounds.h"
 
 using FileType = Kiln::Project::FileID::Type;
 
@@ -37,12 +38,15 @@ QString EmberEngine::fileFilter() const
 
 QMap<int, QString> EmberEngine::singleFileFilters() const
 {
-    return {{Kiln::Project::FileID::Commands, QStringLiteral("*.beck")},
+    return {{Kiln::Project::FileID::Sounds, QStringLiteral("*.peal")},
+            {Kiln::Project::FileID::Commands, QStringLiteral("*.beck")},
             {Kiln::Project::FileID::Code, QStringLiteral("*.glow")}};
 }
 
 Kiln::ProjectFile *EmberEngine::createFile(FileType type, Kiln::Project *)
 {
+    if (type == FileType::Sounds)
+        return new EmberSounds;
     if (type != FileType::Commands && type != FileType::Code)
         return nullptr;
     return new EmberDocument(type == FileType::Commands ? EmberDocument::Commands

@@ -21,7 +21,7 @@ public:
     QString executable() const override;
     QString fileFilter() const override;
     QMap<int, QString> singleFileFilters() const override;
-    /// An empty file of commands or code, which the caller adds to the project. Null for the
+    /// An empty file of sounds, commands or code, which the caller adds to the project. Null for the
     /// other types.
     Kiln::ProjectFile *createFile(Kiln::Project::FileID::Type type,
                                   Kiln::Project *project) override;

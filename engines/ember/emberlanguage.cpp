@@ -63,6 +63,7 @@ const Entry filesEntries[] = {
     {"brain", valueType(Name), nullptr, 0, 0, nullptr, 32},
     {"rules", valueType(Name), nullptr, 0, 0, nullptr, 32},
     {"cast", valueType(Name), nullptr, 0, 0, nullptr, 1},
+    {"sounds", valueType(Name), nullptr, 0, 0, nullptr, 4},
 };
 
 const Entry bodyEntries[] = {

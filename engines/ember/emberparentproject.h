@@ -28,8 +28,8 @@ public:
     void close();
 
     /// The open file of that absolute name, of whichever project; else it is loaded into the
-    /// project whose definition's directory is nearest above it. Null for a file that is not
-    /// Ember code (show such a file as the host likes) or cannot be opened.
+    /// project whose definition's directory is nearest above it. Null for a file that is no
+    /// file of Ember (show such a file as the host likes) or cannot be opened.
     Kiln::ProjectFile *openFile(const QString &fileName);
 
     Kiln::Engine *engine() override;

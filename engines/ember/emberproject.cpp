@@ -1,7 +1,9 @@
 #include "emberproject.h"
 
+#include "emberengine.h"
 #include "embernodes.h"
 #include "emberparentproject.h"
+#include "embersounds.h"
 
 #include <kilnx/code/messages.h>
 #include <kilnx/project/archive.h>
@@ -32,6 +34,23 @@ void eachFileEntry(const EmberDocument *definition, const FileEntry &use)
             if (entry->fileId() && isRelative)
                 use(entry);
         }
+    }
+}
+
+/// The type of the files that a definition can name, by the suffix.
+Kiln::Project::FileID::Type typeOfFile(const QString &fileName)
+{
+    using FileID = Kiln::Project::FileID;
+    switch (EmberDocument::typeOfFile(fileName)) {
+    case EmberDocument::Commands:
+        return FileID::Commands;
+    case EmberDocument::States:
+        return FileID::Code;
+    case EmberDocument::NoFileType:
+        return QFileInfo(fileName).suffix() == QLatin1String(EmberSounds::suffix) ? FileID::Sounds
+                                                                                  : FileID::Type();
+    default:
+        return FileID::Type();
     }
 }
 
@@ -106,21 +125,23 @@ Kiln::ProjectFile *EmberProject::fileByName(const QString &fileName) const
     return nullptr;
 }
 
-EmberDocument *EmberProject::openFile(const QString &fileName)
+Kiln::ProjectFile *EmberProject::openFile(const QString &fileName)
 {
     if (Kiln::ProjectFile *known = fileByName(fileName))
-        return dynamic_cast<EmberDocument *>(known);
-    const EmberDocument::FileType type = EmberDocument::typeOfFile(fileName);
-    if (type != EmberDocument::Commands && type != EmberDocument::States)
+        return known;
+    const QString name = QDir::cleanPath(fileName);
+    const FileID::Type type = typeOfFile(name);
+    if (!archive().fileExists(name))
         return nullptr;
-    auto *document = new EmberDocument(type);
-    if (!document->fromFile(archive(), QDir::cleanPath(fileName), false)) {
-        document->release();
+    Kiln::ProjectFile *file = EmberEngine::instance().createFile(type, this);
+    if (!file)
+        return nullptr;
+    if (!file->fromFile(archive(), name, false)) {
+        file->release();
         return nullptr;
     }
-    addFile(document,
-            type == EmberDocument::Commands ? FileID(FileID::Commands) : FileID(FileID::Code));
-    return document;
+    addFile(file, type);
+    return file;
 }
 
 EmberDocument *EmberProject::definition() const

@@ -21,7 +21,7 @@ class EMBER_EXPORT EmberProject : public Kiln::Project
     Q_OBJECT
 
 public:
-    /// Loads a definition and every code file that it names, and enters the project in `parent`.
+    /// Loads a definition and every file that it names, and enters the project in `parent`.
     /// `fileName` is absolute. Null when it is no definition or cannot be opened.
     static EmberProject *open(EmberParentProject &parent, const QString &fileName);
     /// A new project with an empty definition that has no name yet.
@@ -29,9 +29,9 @@ public:
 
     /// The file that has this absolute name, null if the project holds none.
     Kiln::ProjectFile *fileByName(const QString &fileName) const;
-    /// Loads a code file into the project, or returns the one that is there already. Null for a
-    /// file that is not Ember code or cannot be opened.
-    EmberDocument *openFile(const QString &fileName);
+    /// Loads a file of code or sounds into the project, or returns the one that is there already.
+    /// Null for a file that is no such file or cannot be opened.
+    Kiln::ProjectFile *openFile(const QString &fileName);
     EmberDocument *definition() const;
     /// The definitions that a game names under "cast", relative to its directory.
     QStringList cast() const;

@@ -142,7 +142,7 @@ void TestEmberProject::opensTheSample()
                          .arg(project->displayName())
                          .arg(project->files().size()));
     names.sort();
-    QCOMPARE(names, (QStringList{QStringLiteral("0 Moss 5"), QStringLiteral("0 Wren 8"),
+    QCOMPARE(names, (QStringList{QStringLiteral("0 Moss 6"), QStringLiteral("0 Wren 9"),
                                  QStringLiteral("1 Above the tide 2"),
                                  QStringLiteral("1 The quay 2"), QStringLiteral("6 Tidewater 3")}));
     QVERIFY(!projectNamed(m_parent, QStringLiteral("Wren"))->isModified());
@@ -169,7 +169,8 @@ void TestEmberProject::showsFilesAndDirectories()
         QStringLiteral("heroes moss wren stages harbour rooftops shared notes design.txt names.txt "
                        "tidewater.hearth gallery.glow rules.glow weather.glow wren.wisp wren.beck "
                        "ground.glow air.glow strikes.glow hurt.glow brain.glow showcase.glow "
-                       "moss.wisp moss.beck ground.glow strikes.glow brain.glow harbour.glade "
+                       "moss.wisp moss.beck wren.peal moss.peal ground.glow strikes.glow "
+                       "brain.glow harbour.glade "
                        "tide.glow rooftops.glade rain.glow")
             .split(QLatin1Char(' '));
     expected.sort();
@@ -363,7 +364,7 @@ void TestEmberProject::makesFiles()
     Kiln::Project *project = m_parent->openedProjects().first();
     QVERIFY(project->isSingle());
     QCOMPARE(project->type(), Kiln::Project::Background);
-    for (const int type : {2, 4, 8, 1})
+    for (const int type : {2, 8, 1})
         QVERIFY(!engine.createFile(Kiln::Project::FileID::Type(type), project));
     const QMap<int, QString> filters = engine.singleFileFilters();
     for (auto i = filters.begin(); i != filters.end(); ++i) {
@@ -371,7 +372,10 @@ void TestEmberProject::makesFiles()
         Kiln::ProjectFile *file = engine.createFile(type, project);
         QVERIFY(file);
         project->addFile(file, type);
-        auto *document = static_cast<EmberDocument *>(file);
+        auto *document = dynamic_cast<EmberDocument *>(file);
+        QCOMPARE(document == nullptr, type == Kiln::Project::FileID::Sounds);
+        if (!document)
+            continue;
         QCOMPARE(i.value(), QStringLiteral("*.") + EmberDocument::suffix(EmberDocument::FileType(
                                                        document->fileType())));
         QCOMPARE(document->option(QStringLiteral("modelCode")), QVariant(true));
@@ -379,7 +383,7 @@ void TestEmberProject::makesFiles()
         QCOMPARE(document->option(QStringLiteral("modelCode")), QVariant(false));
         project->setOption(QStringLiteral("modelCode"), true, false);
     }
-    QCOMPARE(project->files().size(), 3);
+    QCOMPARE(project->files().size(), 4);
 }
 
 void TestEmberProject::collectsFiles()
@@ -428,9 +432,10 @@ void TestEmberProject::closesEverything()
     for (Kiln::Project *project : m_parent->openedProjects()) {
         objects.append(project);
         for (Kiln::ProjectFile *file : project->files())
-            objects.append(static_cast<QTextDocument *>(static_cast<EmberDocument *>(file)));
+            objects.append(dynamic_cast<QObject *>(file->model()));
     }
-    QCOMPARE(objects.size(), 5 + 20);
+    QCOMPARE(objects.size(), 5 + 22);
+    QVERIFY(!objects.contains(nullptr));
 
     const QList<Kiln::Project *> projects = m_parent->openedProjects();
     projects.first()->release();

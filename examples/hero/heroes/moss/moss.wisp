@@ -13,6 +13,7 @@
     states: ground.glow
     states: strikes.glow
     brain: brain.glow
+    sounds: moss.peal
 
 @body
     life: 140

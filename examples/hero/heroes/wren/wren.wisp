@@ -15,6 +15,7 @@
     states: strikes.glow
     states: hurt.glow
     brain: brain.glow
+    sounds: wren.peal
     states: showcase.glow      ; one of each thing that Ember warns of
 
 @body

@@ -1,0 +1,79 @@
+#include "embersound.h"
+
+#include "emberpeal.h"
+#include "embersounds.h"
+
+#include <kilnx/cache/crc64.h>
+
+namespace
+{
+
+const QLatin1String identifierName("Identifier");
+
+} // namespace
+
+Kiln::SoundSample EmberSoundData::sample() const
+{
+    Kiln::SoundSample sample;
+    static_cast<Kiln::SampleInfo &>(sample) = info;
+    sample.data = toData(false);
+    // The store gives back undecoded what it cannot decode.
+    if (sample.data.size() != EmberPeal::sampleBytes(info)) {
+        sample.data.clear();
+        sample.samples = 0;
+    }
+    return sample;
+}
+
+void EmberSoundData::setSample(const Kiln::SoundSample &sample)
+{
+    info = sample;
+    const auto crc = crc64(sample.data.constData(), static_cast<unsigned int>(sample.data.size()));
+    const bool hasCoder = info.bits % 8 == 0 && info.bits <= 32 && !sample.data.isEmpty();
+    fromData(sample.data, hasCoder ? EmberPeal::Differences : EmberPeal::Plain, &info, crc);
+}
+
+Kiln::StreamCacheData *EmberSoundData::copyTo(Kiln::StreamCache *target) const
+{
+    auto *copy = new EmberSoundData(target);
+    copy->setSample(sample());
+    return copy;
+}
+
+EmberSound::EmberSound(EmberSounds &list, const QString &identifier, EmberSoundData *data)
+    : Sound(data)
+    , m_list(list)
+    , m_identifier(identifier)
+{
+}
+
+QVariant EmberSound::property(const QString &name)
+{
+    return name == identifierName ? QVariant(m_identifier) : QVariant();
+}
+
+void EmberSound::setProperty(const QString &name, const QVariant &value)
+{
+    if (name == identifierName)
+        m_list.rename(*this, value.toString());
+}
+
+Kiln::SoundSample EmberSound::sample() const
+{
+    return soundData()->sample();
+}
+
+Kiln::SampleInfo EmberSound::sampleInfo() const
+{
+    return soundData()->info;
+}
+
+void EmberSound::setSample(const Kiln::SoundSample &sample)
+{
+    m_list.changeSample(*this, sample);
+}
+
+EmberSoundData *EmberSound::soundData() const
+{
+    return static_cast<EmberSoundData *>(m_data);
+}

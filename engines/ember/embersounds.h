@@ -1,0 +1,83 @@
+#pragma once
+
+#include "embersound.h"
+
+#include <QList>
+#include <QUndoStack>
+
+class QIODevice;
+
+/// A sound file of Ember (".peal", see emberpeal.h): the pattern for a container of binary items.
+///
+/// The sounds lie encoded in the store that the host's option "cache_type" names; opening decodes
+/// none, and saving writes them as they lie. Every change is a step of undo, which keeps the old
+/// item in the store and nothing twice. Made with `new`; release() ends it.
+class EMBER_EXPORT EmberSounds : public Kiln::Sounds
+{
+    Q_OBJECT
+
+public:
+    EmberSounds();
+
+    static constexpr const char *suffix = "peal";
+
+    // The list.
+    int rowCount(const QModelIndex &parent = {}) const override;
+    /// The identifier, and as a tool tip the format.
+    QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
+    unsigned int itemCount() const override;
+    EmberSound *itemAt(unsigned int index) const override;
+    EmberSound *insert(unsigned int position,
+                       const QVariant &identifier,
+                       const Kiln::SoundSample &sample) override;
+    void remove(unsigned int index) override;
+    void move(unsigned int from, unsigned int to) override;
+    /// By identifier, without regard to letter case; equal ones keep their order.
+    void autoOrganize() override;
+    void rename(EmberSound &sound, const QString &identifier);
+    void changeSample(EmberSound &sound, const Kiln::SoundSample &sample);
+
+    // The file. Both show a message when they fail.
+    bool fromFile(Kiln::Archive &archive, const QString &name, bool asCopy) override;
+    bool toFile(Kiln::Archive &archive, const QString &name, bool asCopy) override;
+    QString fileName() override;
+    bool canSave() const override;
+    bool isModified() const override;
+    bool isEmpty() const override;
+    void reset() override;
+    void release() override;
+
+    void beginChange() override;
+    void endChange() override;
+    void undo() override;
+    void redo() override;
+
+protected:
+    ~EmberSounds() override;
+    const char *fileExtension() const override;
+
+private:
+    class InsertCommand;
+    class MoveCommand;
+    class OrderCommand;
+    class RenameCommand;
+    class SampleCommand;
+
+    void push(QUndoCommand *command);
+    void put(int row, EmberSound *sound);
+    EmberSound *take(int row);
+    void moveRow(int from, int to);
+    void setOrder(const QList<EmberSound *> &order);
+    void rowChanged(EmberSound *sound);
+    void replaceAll(const QList<EmberSound *> &sounds);
+    bool readSounds(QIODevice *device, QList<EmberSound *> &sounds);
+    bool writeSounds(QIODevice *device);
+
+    QList<EmberSound *> m_sounds;
+    QUndoStack m_history;
+    QString m_fileName;
+    int m_changeDepth = 0;
+    bool m_groupOpen = false;
+    // While a file is read its bytes are encoded already, and the store takes them as they are.
+    bool m_adopting = false;
+};
