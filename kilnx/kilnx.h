@@ -10,6 +10,11 @@
 #include <kilnx/cache/packedcache.h>
 #include <kilnx/cache/streamcache.h>
 #include <kilnx/cache/streamcachedata.h>
+#include <kilnx/codeedit/codeeditor.h>
+#include <kilnx/codeedit/codefileeditor.h>
+#include <kilnx/codeedit/codeworkspace.h>
+#include <kilnx/codeedit/snipdlg.h>
+#include <kilnx/codeedit/snippets.h>
 #include <kilnx/editors/controls.h>
 #include <kilnx/editors/fieldguard.h>
 #include <kilnx/editors/organizer.h>

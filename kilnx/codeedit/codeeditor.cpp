@@ -1,0 +1,345 @@
+#include <kilnx/codeedit/codeeditor.h>
+
+#include <cmath>
+
+#include <QtCore/QFile>
+#include <QtGui/QHelpEvent>
+#include <QtGui/QPainter>
+#include <QtGui/QTextLayout>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QPlainTextDocumentLayout>
+#include <QtWidgets/QScrollBar>
+#include <QtWidgets/QToolTip>
+
+#include <kilnx/code/codedocument.h>
+#include <kilnx/codeedit/codeeditor_p.h>
+
+namespace Kiln
+{
+
+namespace
+{
+constexpr int ParenDelay = 50;  // milliseconds
+constexpr int BlockDelay = 100; // milliseconds
+constexpr int BlanksPerTab = 4;
+} // namespace
+
+const CodeBlockData *blockRecord(const QTextBlock &block)
+{
+    return block.isValid() ? CodeBlockData::testBlockData(block) : nullptr;
+}
+
+unsigned int blockDepth(const QTextBlock &block)
+{
+    const CodeBlockData *record = blockRecord(block);
+    return record ? record->foldingIndent() : 0;
+}
+
+bool isFoldHead(const QTextBlock &block)
+{
+    const QTextBlock next = block.next();
+    return next.isValid() && blockDepth(next) > blockDepth(block);
+}
+
+CodeEditor::SyntaxFormatting::SyntaxFormatting()
+    : lineColor(QColor(Qt::yellow).lighter(160))
+    , blockColor(QApplication::palette().color(QPalette::Base))
+{
+    parenMatch.setForeground(Qt::red);
+    parenError.setBackground(Qt::magenta);
+    parenRange.setBackground(QColor(Qt::magenta).lighter(190));
+}
+
+CodeEditorPrivate::CodeEditorPrivate(CodeEditor *editor)
+    : QObject(editor)
+    , q(editor)
+    , contractIcon(QStringLiteral(":/kiln_icons/icons/contract.png"))
+    , expandIcon(QStringLiteral(":/kiln_icons/icons/expand.png"))
+{
+    format.blockColor = q->palette().color(QPalette::Base);
+    parenTimer.setSingleShot(true);
+    blockTimer.setSingleShot(true);
+    connect(&parenTimer, &QTimer::timeout, this, &CodeEditorPrivate::matchParens);
+    connect(&blockTimer, &QTimer::timeout, this, &CodeEditorPrivate::findBlocks);
+    extraArea = new CodeEditorExtraArea(q, this);
+    setUpCompleter();
+    connect(q, &QPlainTextEdit::blockCountChanged, this, &CodeEditorPrivate::updateMarginGeometry);
+    connect(q, &QPlainTextEdit::updateRequest, this, &CodeEditorPrivate::viewUpdated);
+    connect(q, &QPlainTextEdit::cursorPositionChanged, this, &CodeEditorPrivate::cursorMoved);
+}
+
+QPlainTextDocumentLayout *CodeEditorPrivate::layout() const
+{
+    return qobject_cast<QPlainTextDocumentLayout *>(q->document()->documentLayout());
+}
+
+void CodeEditorPrivate::updateTabStop()
+{
+    const qreal blank = QFontMetricsF(q->font()).horizontalAdvance(QLatin1Char(' '));
+    q->setTabStopDistance(std::ceil(BlanksPerTab * blank));
+}
+
+void CodeEditorPrivate::attach(CodeDocument *newDocument)
+{
+    for (const QMetaObject::Connection &connection : qAsConst(documentSignals))
+        disconnect(connection);
+    documentSignals.clear();
+    reloadPlace.reset();
+    document = newDocument;
+    if (!document)
+        return;
+    QTextDocument *text = document;
+    documentSignals << connect(
+        text, &QTextDocument::contentsChange, this, [this](int from, int, int added) {
+            changedTo = qMax(changedFrom < 0 ? from : changedTo, from + added);
+            changedFrom = changedFrom < 0 ? from : qMin(changedFrom, from);
+        });
+    documentSignals << connect(text, &QTextDocument::contentsChanged, this,
+                               &CodeEditorPrivate::restoreFolds);
+    // A file that is loaded again keeps the place in it.
+    documentSignals << connect(document->model(), &QAbstractItemModel::modelAboutToBeReset, this,
+                               [this] { reloadPlace = q->currentLine(); });
+    documentSignals << connect(document->model(), &QAbstractItemModel::modelReset, this, [this] {
+        if (reloadPlace)
+            q->setCurrentLine(*reloadPlace);
+        reloadPlace.reset();
+    });
+    // The model is a later base of the document than the text: while it ends, the text is whole.
+    documentSignals << connect(document->model(), &QObject::destroyed, this,
+                               [this] { q->setDocument(nullptr); });
+}
+
+void CodeEditorPrivate::cursorMoved()
+{
+    if (!q->textCursor().block().isVisible()) {
+        if (q->document()->revision() == navigatedRevision) {
+            stepOverFold(); // which comes here again
+            return;
+        }
+        reveal(q->textCursor().block());
+    }
+    const QTextCursor cursor = q->textCursor();
+    const QTextBlock block = cursor.block();
+    if (format.parenMatching && q->hasFocus())
+        parenTimer.start(parenSelections.isEmpty() ? 0 : ParenDelay);
+    updateSelections();
+    const int line = block.blockNumber();
+    if (line != lastLine) {
+        updateMarginStrip(q->document()->findBlockByNumber(lastLine));
+        updateMarginStrip(block);
+        lastLine = line;
+        emit q->currentLineChanged(line);
+    }
+    emit q->cursorChanged(QPoint(line, cursor.positionInBlock()));
+    if (format.highlightBlocks) {
+        blockLine = line;
+        blockTimer.start(BlockDelay);
+    }
+}
+
+void CodeEditorPrivate::updateSelections()
+{
+    QList<QTextEdit::ExtraSelection> selections;
+    if (format.highlightLine) {
+        QTextEdit::ExtraSelection line;
+        line.cursor = q->textCursor();
+        line.cursor.clearSelection();
+        line.format.setBackground(format.lineColor);
+        line.format.setProperty(QTextFormat::FullWidthSelection, true);
+        selections.append(line);
+    }
+    q->setExtraSelections(selections + parenSelections);
+}
+
+QString CodeEditorPrivate::messageAt(const QPoint &position) const
+{
+    const QTextCursor cursor = q->cursorForPosition(position);
+    const CodeBlockData *record = blockRecord(cursor.block());
+    if (!record || !document)
+        return QString();
+    const int column = cursor.positionInBlock();
+    QString text;
+    for (const CodeBlockData::SyntaxMessage &message : record->syntaxMessages()) {
+        if (message.begin <= column && column <= message.end)
+            text = message.text;
+    }
+    return text;
+}
+
+CodeEditor::CodeEditor(QWidget *parent)
+    : QPlainTextEdit(parent)
+    , d(new CodeEditorPrivate(this))
+{
+    setLineWrapMode(NoWrap);
+    viewport()->setMouseTracking(true); // brings back the mouse cursor that typing hides
+    d->updateTabStop();
+    d->updateMarginGeometry();
+}
+
+CodeEditor::~CodeEditor()
+{
+    // Qt's part of the editor still sends signals while it ends.
+    d->attach(nullptr);
+    delete d;
+}
+
+void CodeEditor::setDocument(CodeDocument *document)
+{
+    d->attach(nullptr);
+    d->blockTimer.stop();
+    d->parenTimer.stop();
+    d->clearBlocks();
+    d->parenSelections.clear();
+    d->lastLine = -1;
+    d->changedFrom = d->changedTo = -1;
+    d->completer->popup()->hide();
+    setExtraSelections({});
+    QPlainTextEdit::setDocument(document);
+    d->attach(document);
+    d->updateTabStop();
+    d->updateMarginGeometry();
+    d->extraArea->update();
+    d->cursorMoved();
+}
+
+CodeDocument *CodeEditor::codeDocument() const
+{
+    return d->document;
+}
+
+void CodeEditor::setSyntaxFormatting(const SyntaxFormatting &formatting)
+{
+    d->format = formatting;
+    if (!formatting.parenMatching)
+        d->parenSelections.clear();
+    d->updateSelections();
+    d->updateMarginGeometry();
+    d->extraArea->update();
+    updateBlockHighlight();
+}
+
+const CodeEditor::SyntaxFormatting &CodeEditor::syntaxFormatting() const
+{
+    return d->format;
+}
+
+void CodeEditor::setParenRangePainted(bool painted)
+{
+    d->paintParenRange = painted;
+    d->parenTimer.start(0);
+}
+
+void CodeEditor::updateBlockHighlight()
+{
+    if (d->format.highlightBlocks) {
+        d->cursorMoved();
+        return;
+    }
+    d->blockTimer.stop();
+    d->clearBlocks();
+}
+
+CodeEditor::LinePos CodeEditor::currentLine() const
+{
+    const QTextCursor cursor = textCursor();
+    return {cursor.blockNumber(), cursor.positionInBlock(), verticalScrollBar()->value()};
+}
+
+void CodeEditor::setCurrentLine(const LinePos &place)
+{
+    const int line = qBound(0, place.line, document()->blockCount() - 1);
+    const QTextBlock block = document()->findBlockByNumber(line);
+    QTextCursor cursor(block);
+    cursor.setPosition(block.position() + qBound(0, place.column, block.length() - 1));
+    setTextCursor(cursor);
+    verticalScrollBar()->setValue(place.scroll);
+    d->parenTimer.start(ParenDelay);
+    emit cursorChanged(QPoint(line, cursor.positionInBlock()));
+}
+
+void CodeEditor::setCurrentLine(int line, LineType type)
+{
+    const int last = document()->blockCount() - 1;
+    line = qBound(0, line, last);
+    const QTextBlock block = document()->findBlockByNumber(line);
+    d->reveal(block);
+    if (line >= displayedLineCount() && type != NoPlacement) {
+        const int above = type == TopPlacement ? 0 : displayedLineCount() / 2;
+        // The scroll bar cuts the value near the end, so that no view runs past the last line.
+        verticalScrollBar()->setValue(block.firstLineNumber() - above);
+    }
+    setTextCursor(QTextCursor(block));
+    d->parenTimer.start(ParenDelay);
+}
+
+int CodeEditor::displayedLineCount() const
+{
+    const QTextLayout *first = firstVisibleBlock().layout();
+    const qreal height =
+        first->lineCount() ? first->lineAt(0).height() : fontMetrics().lineSpacing();
+    return qMax(1, static_cast<int>(viewport()->height() / qMax(qreal(1), height)));
+}
+
+bool CodeEditor::completerFromFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly);
+}
+
+void CodeEditor::paintEvent(QPaintEvent *event)
+{
+    if (!d->blockStart.isEmpty()) {
+        QPainter painter(viewport());
+        d->paintBlocks(painter, event->rect());
+    }
+    QPlainTextEdit::paintEvent(event);
+    // The dots begin a blank behind the text: the cursor, painted by now, stays on top.
+    QPainter painter(viewport());
+    d->paintFolded(painter, event->rect());
+}
+
+void CodeEditor::resizeEvent(QResizeEvent *event)
+{
+    QPlainTextEdit::resizeEvent(event);
+    d->updateMarginGeometry();
+}
+
+void CodeEditor::changeEvent(QEvent *event)
+{
+    QPlainTextEdit::changeEvent(event);
+    switch (event->type()) {
+    case QEvent::FontChange:
+        d->extraArea->setFont(font());
+        d->updateTabStop();
+        d->updateMarginGeometry();
+        break;
+    case QEvent::LayoutDirectionChange:
+        d->updateMarginGeometry();
+        break;
+    default:
+        break;
+    }
+}
+
+void CodeEditor::mouseMoveEvent(QMouseEvent *event)
+{
+    viewport()->setCursor(Qt::IBeamCursor);
+    QPlainTextEdit::mouseMoveEvent(event);
+}
+
+bool CodeEditor::viewportEvent(QEvent *event)
+{
+    if (event->type() != QEvent::ToolTip)
+        return QPlainTextEdit::viewportEvent(event);
+    if (QApplication::keyboardModifiers() & Qt::ControlModifier)
+        return true;
+    const auto *help = static_cast<QHelpEvent *>(event);
+    const QString text = d->messageAt(help->pos());
+    if (text.isEmpty())
+        QToolTip::hideText();
+    else
+        QToolTip::showText(help->globalPos(), text, viewport());
+    return true;
+}
+
+} // namespace Kiln

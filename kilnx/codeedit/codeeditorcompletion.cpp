@@ -1,0 +1,165 @@
+#include <QtCore/QAbstractItemModel>
+#include <QtGui/QKeyEvent>
+#include <QtWidgets/QAbstractItemView>
+#include <QtWidgets/QCompleter>
+#include <QtWidgets/QScrollBar>
+
+#include <kilnx/codeedit/codeeditor_p.h>
+
+namespace Kiln
+{
+
+namespace
+{
+const QString Terminators = QStringLiteral("~!@#$%^&*)_+{}|:\"<>?,./;'[]\\-=");
+
+bool continuesWord(QChar character)
+{
+    return character.isLetterOrNumber() || character == QLatin1Char('.');
+}
+
+bool isPopupKey(int key)
+{
+    return key == Qt::Key_Escape || key == Qt::Key_Tab || key == Qt::Key_Backtab ||
+           key == Qt::Key_Return || key == Qt::Key_Enter;
+}
+
+// The last `length` characters before the cursor that are no blanks, in its line.
+QString codeBefore(const QTextCursor &cursor, int length)
+{
+    QString code;
+    const int start = cursor.block().position();
+    for (int i = cursor.position() - 1; i >= start && code.size() < length; --i) {
+        const QChar character = cursor.document()->characterAt(i);
+        if (!character.isSpace())
+            code.prepend(character);
+    }
+    return code;
+}
+} // namespace
+
+void CodeEditorPrivate::setUpCompleter()
+{
+    completer = new QCompleter(q);
+    completer->setWidget(q);
+    completer->setModelSorting(QCompleter::CaseInsensitivelySortedModel);
+    completer->setCaseSensitivity(Qt::CaseInsensitive);
+    completer->setCompletionMode(QCompleter::UnfilteredPopupCompletion);
+    completer->setWrapAround(false);
+    completer->popup()->setObjectName(QStringLiteral("codeCompletionPopup"));
+    connect(completer, QOverload<const QString &>::of(&QCompleter::activated), this,
+            &CodeEditorPrivate::complete);
+}
+
+QAbstractItemModel *CodeEditorPrivate::wordsBefore(const QTextCursor &cursor) const
+{
+    int longest = 0;
+    for (auto list = wordLists.begin(); list != wordLists.end(); ++list)
+        longest = qMax(longest, list.key().size());
+    const QString code = codeBefore(cursor, longest + 1);
+    int best = -1;
+    QAbstractItemModel *words = nullptr;
+    for (auto list = wordLists.begin(); list != wordLists.end(); ++list) {
+        const int length = list.key().size();
+        const int start = code.size() - length;
+        const bool fits = length == 0 ? start == 0
+                                      : code.endsWith(list.key(), Qt::CaseInsensitive) &&
+                                            (start == 0 || !continuesWord(code.at(start - 1)));
+        if (!fits || length <= best)
+            continue;
+        best = length;
+        words = list.value();
+    }
+    return words;
+}
+
+// Opens, follows up or closes the list of words after a key has been typed.
+void CodeEditorPrivate::offerWords(QKeyEvent *event)
+{
+    QAbstractItemView *popup = completer->popup();
+    QTextCursor cursor = q->textCursor();
+    QAbstractItemModel *words = wordLists.isEmpty() ? nullptr : wordsBefore(cursor);
+    const QString typed = event->text();
+    if ((!words && !popup->isVisible()) ||
+        (event->modifiers() & ~(Qt::ControlModifier | Qt::AltModifier)) || typed.isEmpty() ||
+        Terminators.contains(typed.back())) {
+        popup->hide();
+        return;
+    }
+    if (words && completer->model() != words)
+        completer->setModel(words);
+    cursor.select(QTextCursor::WordUnderCursor);
+    const QString prefix = cursor.selectedText();
+    if (completer->completionPrefix() != prefix) {
+        completer->setCompletionPrefix(prefix);
+        popup->setCurrentIndex(completer->completionModel()->index(0, 0));
+    }
+    QRect place = q->cursorRect();
+    place.setWidth(popup->sizeHintForColumn(0) + popup->verticalScrollBar()->sizeHint().width());
+    place.translate(q->viewport()->pos());
+    completer->complete(place);
+}
+
+void CodeEditorPrivate::complete(const QString &word)
+{
+    QTextCursor cursor = q->textCursor();
+    const int begun = completer->completionPrefix().size();
+    if (begun > 0) {
+        cursor.movePosition(QTextCursor::Left);
+        cursor.movePosition(QTextCursor::EndOfWord);
+    }
+    cursor.beginEditBlock(); // a step of undo of its own
+    cursor.insertText(word.mid(begun));
+    cursor.endEditBlock();
+    q->setTextCursor(cursor);
+}
+
+void CodeEditor::setWordList(const QString &prefix, QAbstractItemModel *words)
+{
+    if (!words) {
+        d->wordLists.remove(prefix);
+        return;
+    }
+    d->wordLists.insert(prefix, words);
+    connect(words, &QObject::destroyed, d, [this, words] {
+        for (auto list = d->wordLists.begin(); list != d->wordLists.end();)
+            list = list.value() == words ? d->wordLists.erase(list) : ++list;
+    });
+}
+
+void CodeEditor::clearWordLists()
+{
+    d->completer->popup()->hide();
+    d->wordLists.clear();
+}
+
+void CodeEditor::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Insert && event->modifiers() == Qt::NoModifier) {
+        setOverwriteMode(!overwriteMode());
+        QPlainTextEdit::keyPressEvent(event);
+        return;
+    }
+    viewport()->setCursor(Qt::BlankCursor);
+    d->marginLeft();
+    if (d->completer->popup()->isVisible() && isPopupKey(event->key())) {
+        event->ignore();
+        return;
+    }
+    d->navigatedRevision = document()->revision();
+    d->navigatedFrom = textCursor().position();
+    // A line separator inside a line would split it in the file but not in the tree.
+    if (event == QKeySequence::InsertLineSeparator && !isReadOnly()) {
+        QKeyEvent lineEnd(event->type(), Qt::Key_Return, Qt::NoModifier, event->text());
+        QPlainTextEdit::keyPressEvent(&lineEnd);
+    } else {
+        QPlainTextEdit::keyPressEvent(event);
+    }
+    d->navigatedRevision = -1;
+    const bool command = event->modifiers() & (Qt::ControlModifier | Qt::AltModifier);
+    if (command && event->text().isEmpty())
+        return;
+    d->offerWords(event);
+}
+
+} // namespace Kiln

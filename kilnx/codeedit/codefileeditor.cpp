@@ -1,0 +1,249 @@
+#include <kilnx/codeedit/codefileeditor.h>
+
+#include <QtCore/QItemSelectionModel>
+#include <QtWidgets/QTreeView>
+
+#include <kilnx/code/codedocument.h>
+#include <kilnx/code/messages.h>
+#include <kilnx/codeedit/codeeditor.h>
+#include <kilnx/codeedit/codeworkspace.h>
+#include <kilnx/codeedit/textsearch_p.h>
+#include <kilnx/editors/controls.h>
+#include <kilnx/project/interface.h>
+
+namespace Kiln
+{
+
+namespace
+{
+constexpr unsigned int CodeAreas = 5;
+
+// The match after the selection of `cursor` or, backward, before it. An empty match right at an
+// empty selection is passed over, so that every search gets on.
+TextMatch
+matchFrom(const QTextCursor &cursor, const QRegExp &expression, const QString &text, bool backward)
+{
+    if (backward)
+        return searchText(expression, text, qMax(0, cursor.selectionStart() - 1), true);
+    const int from = cursor.selectionEnd();
+    const TextMatch match = searchText(expression, text, from, false);
+    if (match.length > 0 || match.position != from || cursor.hasSelection() || from >= text.size())
+        return match;
+    return searchText(expression, text, from + 1, false);
+}
+
+bool selectMatch(QTextCursor &cursor, const QString &sought, unsigned int flags)
+{
+    const QRegExp expression = searchExpression(sought, flags);
+    const bool backward = flags & CodeFileEditor::Backward;
+    const QString text = cursor.document()->toPlainText();
+    TextMatch match = matchFrom(cursor, expression, text, backward);
+    if (match.position < 0 && (flags & CodeFileEditor::WrapAround)) {
+        cursor.movePosition(backward ? QTextCursor::End : QTextCursor::Start);
+        match = backward ? matchFrom(cursor, expression, text, true)
+                         : searchText(expression, text, 0, false);
+    }
+    if (match.position < 0)
+        return false;
+    cursor.setPosition(match.position);
+    cursor.setPosition(match.position + match.length, QTextCursor::KeepAnchor);
+    return true;
+}
+} // namespace
+
+CodeFileEditor::CodeFileEditor(CodeWorkspace *codeWorkspace, const char *treeKey)
+    : workspace(codeWorkspace)
+{
+    if (!treeKey)
+        return;
+    const QString key = QString::fromLatin1(treeKey);
+    ListViewControl control;
+    control.receiver = this;
+    control.slot = SLOT(selectedItem(QModelIndex));
+    interface->addControl(key, control);
+    m_tree = qobject_cast<QTreeView *>(interface->control(key));
+}
+
+unsigned int CodeFileEditor::areas() const
+{
+    return CodeAreas;
+}
+
+void CodeFileEditor::activate()
+{
+    active = true;
+    CodeEditor *editor = workspace->editor();
+    m_lineChanged = connect(editor, &CodeEditor::currentLineChanged, this,
+                            &CodeFileEditor::currLineChanged, Qt::UniqueConnection);
+    m_cursorChanged = connect(editor, &CodeEditor::cursorChanged, this,
+                              &CodeFileEditor::cursorChanged, Qt::UniqueConnection);
+    watchModified();
+    interface->setEditorWidget(workspace->widget());
+}
+
+void CodeFileEditor::deactivate()
+{
+    disconnect(m_lineChanged);
+    disconnect(m_cursorChanged);
+    disconnect(m_modified);
+    active = false;
+    interface->setEditorWidget(nullptr);
+}
+
+void CodeFileEditor::retranslate()
+{
+    if (!active || !document())
+        return;
+    const CodeEditor::LinePos place = workspace->editor()->currentLine();
+    cursorChanged(QPoint(place.line, place.column));
+}
+
+void CodeFileEditor::setCurrentFile(ProjectFile *file)
+{
+    disconnect(m_modified);
+    FileEditor::setCurrentFile(file);
+    m_document = dynamic_cast<CodeDocument *>(file);
+    m_alive = m_document ? m_document->model() : nullptr;
+    workspace->setDocument(m_document);
+    if (m_tree)
+        m_tree->setModel(m_alive);
+    watchModified();
+}
+
+void CodeFileEditor::watchModified()
+{
+    disconnect(m_modified);
+    if (!document())
+        return;
+    m_modified = connect(static_cast<QTextDocument *>(m_document),
+                         &QTextDocument::modificationChanged, this, &CodeFileEditor::modified);
+}
+
+CodeDocument *CodeFileEditor::document() const
+{
+    return m_alive ? m_document : nullptr;
+}
+
+void CodeFileEditor::navigateTo(unsigned int line, unsigned int column)
+{
+    CodeEditor *editor = workspace->editor();
+    editor->setCurrentLine(static_cast<int>(line), CodeEditor::MiddlePlacement);
+    QTextCursor cursor = editor->textCursor();
+    const unsigned int length = static_cast<unsigned int>(cursor.block().length() - 1);
+    cursor.movePosition(QTextCursor::NextCharacter, QTextCursor::MoveAnchor,
+                        static_cast<int>(qMin(column, length)));
+    editor->setTextCursor(cursor);
+}
+
+void CodeFileEditor::cut()
+{
+    workspace->editor()->cut();
+}
+
+void CodeFileEditor::copy()
+{
+    workspace->editor()->copy();
+}
+
+void CodeFileEditor::paste()
+{
+    workspace->editor()->paste();
+}
+
+void CodeFileEditor::selectedItem(const QModelIndex &index)
+{
+    if (!active || !document())
+        return;
+    workspace->editor()->setCurrentLine(m_document->lineNo(index), CodeEditor::TopPlacement);
+    workspace->editor()->setFocus();
+}
+
+void CodeFileEditor::currLineChanged(int line)
+{
+    if (!document() || !m_tree ||
+        !interface->option(QStringLiteral("auto_expand_tree"), QVariant()).toBool())
+        return;
+    m_tree->collapseAll();
+    const QModelIndex index = m_document->indexInLine(line);
+    m_tree->selectionModel()->select(index, QItemSelectionModel::ClearAndSelect);
+    m_tree->expand(index);
+    m_tree->scrollTo(index, QAbstractItemView::EnsureVisible);
+}
+
+void CodeFileEditor::cursorChanged(const QPoint &place)
+{
+    if (!document())
+        return;
+    interface->setStatusText(0, tr("Line: %1, Column: %2, Line count: %3")
+                                    .arg(place.x() + 1)
+                                    .arg(place.y() + 1)
+                                    .arg(m_document->blockCount()));
+    const Messages *messages = static_cast<const ProjectFile *>(m_document)->messages();
+    interface->setStatusText(1, tr("Syntax error count: %1").arg(messages->count(Message::Error)));
+}
+
+bool CodeFileEditor::find(const ProjectFile *file, const QString &text, unsigned int flags)
+{
+    if (text.isEmpty() || !file)
+        return false;
+    if (file == currentFile() && document()) {
+        QTextCursor cursor = workspace->editor()->textCursor();
+        if (!selectMatch(cursor, text, flags))
+            return false;
+        workspace->editor()->setTextCursor(cursor);
+        return true;
+    }
+    const auto *other = dynamic_cast<const CodeDocument *>(file);
+    if (!other)
+        return false;
+    QTextCursor cursor = other->cursor();
+    cursor.movePosition(QTextCursor::Start);
+    if (!selectMatch(cursor, text, flags))
+        return false;
+    const QTextBlock block = cursor.document()->findBlock(cursor.selectionStart());
+    CodeWorkspace::rememberPlace(
+        cursor.document(),
+        {block.blockNumber(), cursor.selectionStart() - block.position(), block.blockNumber()});
+    return true;
+}
+
+void CodeFileEditor::replace(const QString &text,
+                             const QString &replacement,
+                             unsigned int flags,
+                             bool all)
+{
+    if (text.isEmpty() || !document() || workspace->editor()->isReadOnly())
+        return;
+    if (all) {
+        replaceAll(text, replacement, flags);
+        return;
+    }
+    const QRegExp expression = searchExpression(text, flags);
+    QTextCursor cursor = workspace->editor()->textCursor();
+    const QString selected =
+        cursor.selectedText().replace(QChar::ParagraphSeparator, QLatin1Char('\n'));
+    if (!selected.isEmpty() && matchesExactly(expression, selected)) {
+        const std::optional<QString> changed = replaceText(expression, selected, replacement);
+        if (changed)
+            cursor.insertText(*changed);
+        workspace->editor()->setTextCursor(cursor);
+    }
+    find(text, flags);
+}
+
+void CodeFileEditor::replaceAll(const QString &text, const QString &replacement, unsigned int flags)
+{
+    CodeEditor *editor = workspace->editor();
+    const QString before = editor->toPlainText();
+    const std::optional<QString> after =
+        replaceText(searchExpression(text, flags), before, replacement);
+    if (!after || *after == before)
+        return;
+    const CodeEditor::LinePos place = editor->currentLine();
+    QTextCursor cursor = editor->textCursor();
+    cursor.select(QTextCursor::Document);
+    cursor.insertText(*after);
+    editor->setCurrentLine(place);
+}
+
+} // namespace Kiln

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <QtCore/QModelIndex>
+#include <QtCore/QPointer>
+
+#include <kilnx/export.h>
+#include <kilnx/project/fileeditor.h>
+
+class QAbstractItemModel;
+class QTreeView;
+
+namespace Kiln
+{
+
+class CodeDocument;
+class CodeWorkspace;
+
+/// The editor of code files. It shows one CodeDocument at a time in the shared CodeWorkspace, keeps
+/// a tree dock of the document in step with the cursor, writes fields 0 (place) and 1 (errors) of
+/// the status bar, and finds and replaces. An engine derives one class for each type of code file
+/// and adds action(), name() and canEditFileType().
+///
+/// A current file that is no CodeDocument shows as an empty text. The document stays its
+/// project's, and may end while it is shown.
+class KILNX_EXPORT CodeFileEditor : public FileEditor
+{
+    Q_OBJECT
+
+public:
+    /// The bits of the flags of find() and replace(). Bit 4 is FileEditor's.
+    enum FindFlag : unsigned int {
+        RegularExpression = 1, ///< otherwise the text is taken as it stands
+        CaseSensitive = 2,
+        Backward = 4,
+        WrapAround = 8
+    };
+
+    /// `treeKey` is the key under which the host is asked for a tree dock, or null for none.
+    CodeFileEditor(CodeWorkspace *workspace, const char *treeKey);
+
+    /// 5: the host's screen areas of a code editor.
+    unsigned int areas() const override;
+    void activate() override;
+    void deactivate() override;
+    void retranslate() override;
+    void setCurrentFile(ProjectFile *file) override;
+    /// The document shown; null if there is none.
+    CodeDocument *document() const;
+    /// Puts `line` in the middle of the view and the cursor at `column`, cut to what there is.
+    void navigateTo(unsigned int line, unsigned int column) override;
+
+    /// Selects the next match after the cursor and shows it. False, with the selection as it was,
+    /// when there is none, or when an expression takes too long.
+    ///
+    /// In a file that is not the one shown the search begins at the start; a match becomes the
+    /// place at which that file will open.
+    bool find(const ProjectFile *file, const QString &text, unsigned int flags) override;
+    using FileEditor::find;
+    /// Replaces every match in one step of undo when `all` is true. Otherwise replaces the
+    /// selection if the whole of it matches, and goes on to the next match. In `replacement`, "\1"
+    /// stands for the first capture of an expression.
+    void
+    replace(const QString &text, const QString &replacement, unsigned int flags, bool all) override;
+
+public Q_SLOTS:
+    void cut() override;
+    void copy() override;
+    void paste() override;
+    /// Goes to the line of a row of the tree.
+    void selectedItem(const QModelIndex &index);
+
+protected:
+    CodeWorkspace *workspace;
+
+private:
+    void currLineChanged(int line);
+    void cursorChanged(const QPoint &place);
+    void watchModified();
+    void replaceAll(const QString &text, const QString &replacement, unsigned int flags);
+
+    CodeDocument *m_document = nullptr;
+    QPointer<QAbstractItemModel> m_alive; ///< the document's model, null once the document ended
+    QPointer<QTreeView> m_tree;
+    QMetaObject::Connection m_modified;
+    QMetaObject::Connection m_lineChanged;
+    QMetaObject::Connection m_cursorChanged;
+};
+
+} // namespace Kiln
