@@ -1,0 +1,41 @@
+#pragma once
+
+#include <kilnx/code/codedocument.h>
+#include <kilnx/code/codeparser.h>
+
+#include <QApplication>
+#include <QTest>
+
+/// A document whose text says what the view is to make of it, for tests of the view alone.
+///
+/// A line that begins with "[" is a section's head, one with "[[" the head of an inner section; the
+/// lines below are its body, and a line "-" belongs to neither. ()<>{} are brackets. The words
+/// "bad", "old" and "hmm" are an error, a deprecation and a warning. The tree stays empty.
+class PlainDocument : public Kiln::CodeDocument
+{
+public:
+    explicit PlainDocument(const QString &text = QString());
+    ~PlainDocument() override;
+
+    QString language() const override;
+    void release() override;
+
+protected:
+    int foldingKind(const QString &line) override;
+
+private:
+    class Parser;
+    std::unique_ptr<Parser> m_parser;
+};
+
+/// A text of `sections` sections with two inner ones of `bodies` lines each.
+QString sectionedText(int sections, int bodies);
+
+/// Shows a widget and waits until it has the keyboard.
+inline bool showActive(QWidget &widget)
+{
+    widget.show();
+    widget.activateWindow();
+    QApplication::setActiveWindow(&widget);
+    return QTest::qWaitForWindowExposed(&widget) && QTest::qWaitForWindowActive(&widget);
+}

@@ -1,0 +1,573 @@
+// What the code view shows: margin, current line, brackets, nested blocks, tool tips and places.
+
+#include "plaindocument.h"
+
+#include <kilnx/codeedit/codeeditor.h>
+
+#include <QHelpEvent>
+#include <QPaintEvent>
+#include <QPainter>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QTest>
+#include <QToolTip>
+#include <QtMath>
+
+using namespace Kiln;
+
+namespace
+{
+/// Collects what a widget is asked to paint.
+class PaintWatch : public QObject
+{
+public:
+    explicit PaintWatch(QWidget *widget)
+        : m_widget(widget)
+    {
+        widget->installEventFilter(this);
+    }
+
+    QRegion region;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (watched == m_widget && event->type() == QEvent::Paint)
+            region += static_cast<QPaintEvent *>(event)->region();
+        return false;
+    }
+
+private:
+    QWidget *m_widget;
+};
+
+QString numberedLines(int count)
+{
+    QStringList lines;
+    for (int i = 0; i < count; ++i)
+        lines << QStringLiteral("line %1").arg(i);
+    return lines.join(QLatin1Char('\n'));
+}
+
+QImage shot(QWidget *widget)
+{
+    return widget->grab().toImage().convertToFormat(QImage::Format_RGB32);
+}
+
+bool showsColor(const QImage &image, const QRect &area, const QColor &color)
+{
+    for (int y = qMax(0, area.top()); y <= qMin(area.bottom(), image.height() - 1); ++y) {
+        for (int x = qMax(0, area.left()); x <= qMin(area.right(), image.width() - 1); ++x) {
+            if (image.pixel(x, y) == color.rgb())
+                return true;
+        }
+    }
+    return false;
+}
+} // namespace
+
+class TestCodeEditor : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void marginGrowsByADigit_data();
+    void marginGrowsByADigit();
+    void marginColumns_data();
+    void marginColumns();
+    void cursorMoveRepaintsTwoStrips();
+    void currentLineIsPaintedAcross();
+    void brackets_data();
+    void brackets();
+    void bracketsAreNotMatchedWithout_data();
+    void bracketsAreNotMatchedWithout();
+    void nestedBlocksAreShaded_data();
+    void nestedBlocksAreShaded();
+    void toolTips_data();
+    void toolTips();
+    void placesInTheView_data();
+    void placesInTheView();
+    void placesAreRestored();
+    void marginMouseSelectsLines();
+    void marginDragScrolls();
+    void documentsComeAndGoWhileTimersRun();
+    void fontsAndDirections();
+
+private:
+    QRect lineRect(int line) const;
+    QRect textRect(int line, int from, int to) const;
+    QWidget *margin() const;
+    void setCursor(int line, int column);
+
+    std::unique_ptr<PlainDocument> m_document;
+    std::unique_ptr<CodeEditor> m_editor;
+};
+
+void TestCodeEditor::init()
+{
+    m_document = std::make_unique<PlainDocument>();
+    m_editor = std::make_unique<CodeEditor>();
+    m_editor->resize(500, 400);
+    m_editor->setDocument(m_document.get());
+    QVERIFY(showActive(*m_editor));
+    m_editor->setFocus();
+    QTRY_VERIFY(m_editor->hasFocus());
+}
+
+void TestCodeEditor::cleanup()
+{
+    m_editor.reset();
+    m_document.reset();
+}
+
+QRect TestCodeEditor::lineRect(int line) const
+{
+    const QRect cursor = m_editor->cursorRect(QTextCursor(m_document->findBlockByNumber(line)));
+    return QRect(0, cursor.top(), m_editor->viewport()->width(), cursor.height());
+}
+
+QRect TestCodeEditor::textRect(int line, int from, int to) const
+{
+    QTextCursor cursor(m_document->findBlockByNumber(line));
+    cursor.setPosition(cursor.block().position() + from);
+    const QRect begin = m_editor->cursorRect(cursor);
+    cursor.setPosition(cursor.block().position() + to);
+    return QRect(begin.topLeft(), QPoint(m_editor->cursorRect(cursor).left(), begin.bottom()));
+}
+
+QWidget *TestCodeEditor::margin() const
+{
+    return m_editor->findChild<QWidget *>("codeEditorMargin");
+}
+
+void TestCodeEditor::setCursor(int line, int column)
+{
+    QTextCursor cursor(m_document->findBlockByNumber(line));
+    cursor.setPosition(cursor.block().position() + column);
+    m_editor->setTextCursor(cursor);
+}
+
+void TestCodeEditor::marginGrowsByADigit_data()
+{
+    QTest::addColumn<int>("lines");
+    QTest::addColumn<int>("digits");
+    QTest::newRow("two digits of room at first") << 1 << 2;
+    QTest::newRow("99 lines fit") << 99 << 2;
+    QTest::newRow("100 lines") << 100 << 3;
+    QTest::newRow("999 lines fit") << 999 << 3;
+    QTest::newRow("1000 lines") << 1000 << 4;
+}
+
+void TestCodeEditor::marginGrowsByADigit()
+{
+    QFETCH(int, lines);
+    QFETCH(int, digits);
+    m_editor->setPlainText(numberedLines(lines));
+    const QFontMetrics metrics(m_editor->font());
+    const int spacing = metrics.lineSpacing();
+    const int even = spacing % 2 ? spacing + 1 : spacing;
+    QCOMPARE(margin()->width(), digits * metrics.horizontalAdvance('9') + 2 + 4 + 1 + even);
+}
+
+void TestCodeEditor::marginColumns_data()
+{
+    QTest::addColumn<bool>("numbers");
+    QTest::addColumn<bool>("icons");
+    QTest::addColumn<bool>("markers");
+    QTest::newRow("everything") << true << true << true;
+    QTest::newRow("numbers alone") << true << false << false;
+    QTest::newRow("icons alone") << false << true << false;
+    QTest::newRow("nothing") << false << false << false;
+}
+
+void TestCodeEditor::marginColumns()
+{
+    QFETCH(bool, numbers);
+    QFETCH(bool, icons);
+    QFETCH(bool, markers);
+    m_editor->setPlainText(QStringLiteral("[a]\nb\nc\nd"));
+    CodeEditor::SyntaxFormatting formatting;
+    formatting.lineNumbers = numbers;
+    formatting.iconArea = icons;
+    formatting.foldingMarkers = markers;
+    m_editor->setSyntaxFormatting(formatting);
+    const QFontMetrics metrics(m_editor->font());
+    const int spacing = metrics.lineSpacing();
+    const int expected = (numbers ? 2 * metrics.horizontalAdvance('9') : 0) +
+                         (icons ? spacing : 2) + 4 + (markers ? 1 + spacing + spacing % 2 : 0);
+    QCOMPARE(margin()->width(), expected);
+    QCOMPARE(m_editor->viewport()->geometry().left(), margin()->geometry().right() + 1);
+
+    // The column of markers starts where the others end; the head's line has one, the next not.
+    const QImage image = shot(margin());
+    const QColor background = margin()->palette().color(QPalette::Window);
+    const auto blank = [&](int line, int from, int to) {
+        const QRect rect = lineRect(line).adjusted(0, 1, 0, -2);
+        for (int y = rect.top(); y < rect.bottom(); ++y) {
+            for (int x = from; x < to; ++x) {
+                if (image.pixel(x, y) != background.rgb())
+                    return false;
+            }
+        }
+        return true;
+    };
+    const int markersAt = margin()->width() - (markers ? 1 + spacing + spacing % 2 : 0);
+    QCOMPARE(blank(1, 0, markersAt - 1), !numbers);
+    QCOMPARE(blank(0, markersAt, margin()->width() - 1), !markers);
+    QVERIFY(blank(2, markersAt, margin()->width() - 1));
+    QCOMPARE(image.pixel(margin()->width() - 1, lineRect(3).bottom() + 5),
+             background.darker(115).rgb());
+}
+
+void TestCodeEditor::cursorMoveRepaintsTwoStrips()
+{
+    m_editor->setPlainText(numberedLines(30));
+    setCursor(3, 0);
+    QTest::qWait(100); // whatever the window system still paints
+    PaintWatch watch(margin());
+    setCursor(8, 2);
+    const QRect width(0, 0, margin()->width(), margin()->height());
+    const QRect oldLine = lineRect(3).intersected(width);
+    const QRect newLine = lineRect(8).intersected(width);
+    QTRY_VERIFY(watch.region.contains(oldLine.center()) && watch.region.contains(newLine.center()));
+    // Painting of the current line reaches one pixel into its neighbours.
+    const QRegion allowed = QRegion(oldLine.adjusted(0, -2, 0, 2)) + newLine.adjusted(0, -2, 0, 2);
+    QVERIFY2((watch.region - allowed).isEmpty(), "more than the two lines was painted");
+}
+
+void TestCodeEditor::currentLineIsPaintedAcross()
+{
+    m_editor->setPlainText(numberedLines(5));
+    CodeEditor::SyntaxFormatting formatting;
+    formatting.lineColor = QColor(200, 220, 240);
+    m_editor->setSyntaxFormatting(formatting);
+    setCursor(2, 0);
+    const int right = m_editor->viewport()->width() - 3;
+    const QImage image = shot(m_editor->viewport());
+    for (int line = 0; line < 5; ++line) {
+        const QRgb pixel = image.pixel(right, lineRect(line).center().y());
+        QCOMPARE(pixel == formatting.lineColor.rgb(), line == 2);
+    }
+    formatting.highlightLine = false;
+    m_editor->setSyntaxFormatting(formatting);
+    QVERIFY(!showsColor(shot(m_editor->viewport()), m_editor->viewport()->rect(),
+                        formatting.lineColor));
+}
+
+void TestCodeEditor::brackets_data()
+{
+    // In `paint`, "m" stands under a bracket that matches, "r" under the range, "e" under an error.
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("column");
+    QTest::addColumn<QString>("paint");
+    QTest::newRow("cursor before the opening one") << "a (bc) d" << 2 << "  mrrm  ";
+    QTest::newRow("cursor behind the closing one") << "a (bc) d" << 6 << "  mrrm  ";
+    QTest::newRow("cursor inside finds nothing") << "a (bc) d" << 4 << "        ";
+    QTest::newRow("nested, outer") << "(a(b)c)" << 0 << "mrrrrrm";
+    QTest::newRow("nested, inner") << "(a(b)c)" << 5 << "  mrm  ";
+    QTest::newRow("both neighbours at once") << "(a)(b)" << 3 << "mrmmrm";
+    QTest::newRow("mismatch forward") << "(ab}" << 0 << "eeee";
+    QTest::newRow("mismatch backward") << "x{ab)" << 5 << " eeee";
+    QTest::newRow("one matches, the other does not") << "(a)<b)" << 3 << "mrmeee";
+    QTest::newRow("without a partner") << "((a)" << 0 << "    ";
+}
+
+void TestCodeEditor::brackets()
+{
+    QFETCH(QString, text);
+    QFETCH(int, column);
+    QFETCH(QString, paint);
+    CodeEditor::SyntaxFormatting formatting;
+    formatting.parenMatch.setForeground(QColor(1, 2, 3));
+    formatting.parenRange.setBackground(QColor(10, 250, 10));
+    formatting.parenError.setBackground(QColor(250, 10, 250));
+    m_editor->setSyntaxFormatting(formatting);
+    m_editor->setPlainText(text);
+    setCursor(0, column == 0 ? 1 : 0);
+    setCursor(0, column);
+    const auto painted = [&] {
+        QString found(text.size(), ' ');
+        for (const QTextEdit::ExtraSelection &selection : m_editor->extraSelections()) {
+            for (int i = selection.cursor.selectionStart(); i < selection.cursor.selectionEnd();
+                 ++i) {
+                found[i] = selection.format == formatting.parenMatch   ? 'm'
+                           : selection.format == formatting.parenRange ? 'r'
+                                                                       : 'e';
+            }
+        }
+        return found;
+    };
+    QTest::qWait(5); // the row without brackets must not pass before the timer has run
+    QTRY_COMPARE(painted(), paint);
+    const QImage image = shot(m_editor->viewport());
+    for (int i = 0; i < text.size(); ++i) {
+        const QRect cell = textRect(0, i, i + 1).adjusted(1, 1, -2, -1);
+        QCOMPARE(showsColor(image, cell, formatting.parenError.background().color()),
+                 paint.at(i) == 'e');
+        QCOMPARE(showsColor(image, cell, formatting.parenRange.background().color()),
+                 paint.at(i) == 'r' || paint.at(i) == 'm');
+    }
+}
+
+void TestCodeEditor::bracketsAreNotMatchedWithout_data()
+{
+    QTest::addColumn<bool>("matching");
+    QTest::addColumn<bool>("readOnly");
+    QTest::addColumn<bool>("range");
+    QTest::addColumn<int>("selections");
+    QTest::newRow("with everything") << true << false << true << 3;
+    QTest::newRow("without the range") << true << false << false << 2;
+    QTest::newRow("without matching") << false << false << true << 0;
+    QTest::newRow("without a cursor to write at") << true << true << true << 0;
+}
+
+void TestCodeEditor::bracketsAreNotMatchedWithout()
+{
+    QFETCH(bool, matching);
+    QFETCH(bool, readOnly);
+    QFETCH(bool, range);
+    QFETCH(int, selections);
+    CodeEditor::SyntaxFormatting formatting;
+    formatting.highlightLine = false;
+    formatting.parenMatching = matching;
+    m_editor->setSyntaxFormatting(formatting);
+    m_editor->setParenRangePainted(range);
+    m_editor->setReadOnly(readOnly);
+    // The partner stands lines away, and most lines between have no brackets.
+    m_editor->setPlainText("(" + numberedLines(40) + "\n)");
+    setCursor(3, 0);
+    setCursor(0, 0);
+    QTest::qWait(80); // longer than the timer of the brackets
+    QCOMPARE(m_editor->extraSelections().size(), selections);
+}
+
+void TestCodeEditor::nestedBlocksAreShaded_data()
+{
+    QTest::addColumn<QColor>("base");
+    QTest::addColumn<QColor>("inner");
+    QTest::addColumn<QColor>("outer");
+    QTest::newRow("light") << QColor(240, 20, 250) << QColor(210, 0, 220) << QColor(225, 5, 235);
+    QTest::newRow("dark") << QColor(30, 40, 128) << QColor(70, 80, 168) << QColor(50, 60, 148);
+}
+
+void TestCodeEditor::nestedBlocksAreShaded()
+{
+    QFETCH(QColor, base);
+    QFETCH(QColor, inner);
+    QFETCH(QColor, outer);
+    m_editor->setPlainText("[a]\n-\n[[b]]\n  one\n  two\n[[c]]\n  three\n[d]\n  four");
+    CodeEditor::SyntaxFormatting formatting;
+    formatting.highlightBlocks = true;
+    formatting.highlightLine = false;
+    formatting.blockColor = base;
+    m_editor->setSyntaxFormatting(formatting);
+    setCursor(3, 0);
+    const QColor plain = m_editor->palette().color(QPalette::Base);
+    const QList<QColor> expected{outer, outer, inner, inner, inner, outer, outer, plain, plain};
+    const auto shades = [&] {
+        const QImage image = shot(m_editor->viewport());
+        QList<QColor> found;
+        for (int line = 0; line < expected.size(); ++line)
+            found << QColor(image.pixel(image.width() - 3, lineRect(line).center().y()));
+        return found;
+    };
+    QTRY_COMPARE(shades(), expected);
+    // The margin joins the lines of the block, and stops where it ends.
+    const QImage image = shot(margin());
+    const QRect column(margin()->width() - 14, 0, 13, 1);
+    for (int line : {1, 3, 6}) {
+        const QRect strip(column.left(), lineRect(line).top() + 3, column.width(), 1);
+        QVERIFY(showsColor(image, strip, Qt::gray));
+    }
+    const QRect behind(column.left(), lineRect(8).top() + 3, column.width(), 1);
+    QVERIFY(!showsColor(image, behind, Qt::gray));
+
+    formatting.highlightBlocks = false;
+    m_editor->setSyntaxFormatting(formatting);
+    QCOMPARE(shades().first(), plain);
+}
+
+void TestCodeEditor::toolTips_data()
+{
+    QTest::addColumn<int>("column");
+    QTest::addColumn<Qt::KeyboardModifiers>("modifiers");
+    QTest::addColumn<QString>("text");
+    const Qt::KeyboardModifiers none = Qt::NoModifier;
+    QTest::newRow("on the error") << 5 << none << "bad at 4";
+    QTest::newRow("on the deprecation") << 9 << none << "old at 8";
+    QTest::newRow("between two") << 1 << none << "";
+    QTest::newRow("with Control held") << 5 << Qt::KeyboardModifiers(Qt::ControlModifier) << "";
+}
+
+void TestCodeEditor::toolTips()
+{
+    QFETCH(int, column);
+    QFETCH(Qt::KeyboardModifiers, modifiers);
+    QFETCH(QString, text);
+    m_editor->setPlainText("xxx bad old xxx");
+    QToolTip::hideText();
+    QTRY_VERIFY(!QToolTip::isVisible());
+    if (modifiers & Qt::ControlModifier)
+        QTest::keyPress(m_editor->viewport(), Qt::Key_Control, modifiers);
+    const QPoint place = textRect(0, column, column + 1).center() - QPoint(2, 0);
+    QHelpEvent help(QEvent::ToolTip, place, m_editor->viewport()->mapToGlobal(place));
+    QApplication::sendEvent(m_editor->viewport(), &help);
+    QCOMPARE(QToolTip::isVisible() ? QToolTip::text() : QString(), text);
+    if (modifiers & Qt::ControlModifier)
+        QTest::keyRelease(m_editor->viewport(), Qt::Key_Control);
+    QToolTip::hideText();
+}
+
+void TestCodeEditor::placesInTheView_data()
+{
+    QTest::addColumn<int>("from");
+    QTest::addColumn<int>("line");
+    QTest::addColumn<int>("type");
+    QTest::newRow("top, from above") << 0 << 500 << int(CodeEditor::TopPlacement);
+    QTest::newRow("top, from below") << 900 << 500 << int(CodeEditor::TopPlacement);
+    QTest::newRow("middle, from above") << 0 << 500 << int(CodeEditor::MiddlePlacement);
+    QTest::newRow("middle, from below") << 900 << 500 << int(CodeEditor::MiddlePlacement);
+    QTest::newRow("as little as it must") << 0 << 500 << int(CodeEditor::NoPlacement);
+    QTest::newRow("near the end") << 0 << 997 << int(CodeEditor::TopPlacement);
+    QTest::newRow("on the first page") << 0 << 3 << int(CodeEditor::TopPlacement);
+    QTest::newRow("past the end") << 0 << 5000 << int(CodeEditor::MiddlePlacement);
+    QTest::newRow("before the start") << 0 << -4 << int(CodeEditor::TopPlacement);
+}
+
+void TestCodeEditor::placesInTheView()
+{
+    QFETCH(int, from);
+    QFETCH(int, line);
+    QFETCH(int, type);
+    m_editor->setPlainText(numberedLines(1000));
+    m_editor->setCurrentLine(from, CodeEditor::TopPlacement);
+    m_editor->setCurrentLine(line, CodeEditor::LineType(type));
+    const int target = qBound(0, line, 999);
+    QCOMPARE(m_editor->currentLine().line, target);
+    QCOMPARE(m_editor->currentLine().column, 0);
+    const int page = m_editor->displayedLineCount();
+    const int lastTop = 1000 - page;
+    const int top = m_editor->cursorForPosition(QPoint(0, 1)).blockNumber();
+    int expected = 0;
+    if (target >= page) {
+        expected = type == CodeEditor::TopPlacement      ? target
+                   : type == CodeEditor::MiddlePlacement ? target - page / 2
+                                                         : target - page + 1;
+        expected = qMin(expected, lastTop);
+    }
+    QVERIFY2(qAbs(top - expected) <= 1,
+             qPrintable(QString("%1 on top, not %2").arg(top).arg(expected)));
+    QVERIFY(m_editor->viewport()->rect().contains(m_editor->cursorRect().center()));
+}
+
+void TestCodeEditor::placesAreRestored()
+{
+    m_editor->setPlainText(numberedLines(1000));
+    setCursor(420, 4);
+    m_editor->verticalScrollBar()->setValue(415);
+    const CodeEditor::LinePos place = m_editor->currentLine();
+    QCOMPARE(place.line, 420);
+    QCOMPARE(place.column, 4);
+    QCOMPARE(place.scroll, 415);
+    m_editor->setCurrentLine(3, CodeEditor::NoPlacement);
+    QSignalSpy moved(m_editor.get(), &CodeEditor::cursorChanged);
+    m_editor->setCurrentLine(place);
+    QCOMPARE(m_editor->currentLine().line, 420);
+    QCOMPARE(m_editor->currentLine().column, 4);
+    QCOMPARE(m_editor->verticalScrollBar()->value(), 415);
+    QCOMPARE(moved.last().first().toPoint(), QPoint(420, 4));
+    // A place that is gone is cut to what there is.
+    m_editor->setPlainText("ab\ncd");
+    m_editor->setCurrentLine(place);
+    QCOMPARE(m_editor->currentLine().line, 1);
+    QCOMPARE(m_editor->currentLine().column, 2);
+}
+
+void TestCodeEditor::marginMouseSelectsLines()
+{
+    m_editor->setPlainText(numberedLines(20));
+    const auto at = [&](int line) { return QPoint(3, lineRect(line).center().y()); };
+    const auto selected = [&] {
+        return m_editor->textCursor().selectedText().split(QChar::ParagraphSeparator);
+    };
+    QTest::mousePress(margin(), Qt::LeftButton, Qt::NoModifier, at(5));
+    QCOMPARE(selected(), QStringList({"line 5", ""}));
+    QTest::mouseMove(margin(), at(7));
+    QCOMPARE(selected(), QStringList({"line 5", "line 6", "line 7", ""}));
+    QTest::mouseMove(margin(), at(4));
+    QCOMPARE(selected(), QStringList({"line 4", "line 5", ""}));
+    QTest::mouseRelease(margin(), Qt::LeftButton, Qt::NoModifier, at(4));
+    QTest::mouseMove(margin(), at(9));
+    QCOMPARE(selected(), QStringList({"line 4", "line 5", ""}));
+    QTest::mouseClick(margin(), Qt::LeftButton, Qt::NoModifier, at(2));
+    QTest::mouseClick(margin(), Qt::LeftButton, Qt::ShiftModifier, at(3));
+    QCOMPARE(selected(), QStringList({"line 2", "line 3", ""}));
+}
+
+void TestCodeEditor::marginDragScrolls()
+{
+    m_editor->setPlainText(numberedLines(500));
+    QTest::mousePress(margin(), Qt::LeftButton, Qt::NoModifier,
+                      QPoint(3, lineRect(2).center().y()));
+    const QPoint below(3, margin()->height() + 30);
+    QMouseEvent move(QEvent::MouseMove, below, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(margin(), &move);
+    QTRY_VERIFY(m_editor->verticalScrollBar()->value() >= 5);
+    QTest::mouseRelease(margin(), Qt::LeftButton, Qt::NoModifier, below);
+    const int stopped = m_editor->verticalScrollBar()->value();
+    QTest::qWait(60); // several steps of the drag
+    QCOMPARE(m_editor->verticalScrollBar()->value(), stopped);
+    QCOMPARE(m_document->findBlock(m_editor->textCursor().selectionStart()).blockNumber(), 2);
+}
+
+void TestCodeEditor::documentsComeAndGoWhileTimersRun()
+{
+    CodeEditor::SyntaxFormatting formatting;
+    formatting.highlightBlocks = true;
+    m_editor->setSyntaxFormatting(formatting);
+    auto second = std::make_unique<PlainDocument>("[x]\n(y\n)");
+    for (int round = 0; round < 4; ++round) {
+        m_editor->setPlainText(sectionedText(5, 5) + "\n(a)");
+        m_editor->setCurrentLine(4, CodeEditor::NoPlacement);
+        m_editor->setDocument(round % 2 ? second.get() : nullptr);
+        QCOMPARE(m_editor->toPlainText(), round % 2 ? second->toString() : QString());
+        QTest::qWait(1);
+        m_editor->setDocument(m_document.get());
+    }
+    // The document ends first, with both timers waiting and a selection in it.
+    m_editor->setDocument(second.get());
+    m_editor->setCurrentLine(1, CodeEditor::NoPlacement);
+    m_editor->selectAll();
+    second.reset();
+    QVERIFY(!m_editor->codeDocument());
+    QCOMPARE(m_editor->toPlainText(), QString());
+    QTest::keyClicks(m_editor.get(), "still (alive)");
+    QTest::qWait(150); // longer than both timers
+    QCOMPARE(m_editor->toPlainText(), QStringLiteral("still (alive)"));
+}
+
+void TestCodeEditor::fontsAndDirections()
+{
+    m_editor->setPlainText(numberedLines(50));
+    QFont font(QStringLiteral("no such family anywhere"), 20);
+    font.setStyleHint(QFont::Monospace);
+    m_editor->setFont(font);
+    QCOMPARE(margin()->font().pointSize(), 20);
+    QCOMPARE(m_document->defaultFont().pointSize(), 20);
+    QCOMPARE(m_editor->tabStopDistance(),
+             qreal(qCeil(4 * QFontMetricsF(m_editor->font()).horizontalAdvance(' '))));
+    QCOMPARE(m_editor->displayedLineCount(),
+             m_editor->viewport()->height() / QFontMetrics(m_editor->font()).lineSpacing());
+
+    m_editor->setLayoutDirection(Qt::RightToLeft);
+    QTRY_COMPARE(margin()->geometry().left(), m_editor->viewport()->geometry().right() + 1);
+    QCOMPARE(m_editor->viewport()->geometry().left(),
+             m_editor->contentsRect().left() + m_editor->verticalScrollBar()->width());
+    m_editor->setCurrentLine(40, CodeEditor::MiddlePlacement);
+    QVERIFY(!shot(m_editor.get()).isNull());
+}
+
+QTEST_MAIN(TestCodeEditor)
+#include "tst_codeeditor.moc"

@@ -1,0 +1,359 @@
+// Folding in the code view: what is hidden, what stays, and what edits do to it.
+
+#include "plaindocument.h"
+
+#include <kilnx/codeedit/codeeditor.h>
+
+#include <QRandomGenerator>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Kiln;
+
+class TestCodeFolding : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void toggles_data();
+    void toggles();
+    void innerFoldStaysFolded();
+    void foldsAndUnfoldsAll();
+    void markerIsClickedAndLightsUp();
+    void foldedLinesLookFolded();
+    void cursorComesOutOfAFold_data();
+    void cursorComesOutOfAFold();
+    void keysStepOverAFold();
+    void editsInAFold_data();
+    void editsInAFold();
+    void randomEditsLoseNoLine();
+    void foldsStayWithTheirDocument();
+
+private:
+    QString shown() const;
+    QTextBlock block(int line) const { return m_document->findBlockByNumber(line); }
+    void toggle(int line) { m_editor->toggleBlockVisible(block(line)); }
+    QTextCursor cursorAt(int line, int column) const;
+    bool isFolded(int line) const;
+
+    std::unique_ptr<PlainDocument> m_document;
+    std::unique_ptr<CodeEditor> m_editor;
+};
+
+namespace
+{
+// 0 [a]  1 -  2 [[b]]  3,4 body  5 [[c]]  6 body  7 [d]  8,9 body
+const char *const Nested = "[a]\n-\n[[b]]\nb1\nb2\n[[c]]\nc1\n[d]\nd1\nd2";
+} // namespace
+
+void TestCodeFolding::init()
+{
+    m_document = std::make_unique<PlainDocument>(QString(Nested));
+    m_editor = std::make_unique<CodeEditor>();
+    m_editor->resize(400, 400);
+    m_editor->setDocument(m_document.get());
+    QVERIFY(showActive(*m_editor));
+    m_editor->setFocus();
+}
+
+void TestCodeFolding::cleanup()
+{
+    m_editor.reset();
+    m_document.reset();
+}
+
+/// One character a line: "x" shown, "." hidden.
+QString TestCodeFolding::shown() const
+{
+    QString lines;
+    for (QTextBlock line = m_document->firstBlock(); line.isValid(); line = line.next())
+        lines += line.isVisible() ? 'x' : '.';
+    return lines;
+}
+
+QTextCursor TestCodeFolding::cursorAt(int line, int column) const
+{
+    QTextCursor cursor(block(line));
+    cursor.setPosition(cursor.position() + column);
+    return cursor;
+}
+
+bool TestCodeFolding::isFolded(int line) const
+{
+    const CodeBlockData *data = CodeBlockData::testBlockData(block(line));
+    return data && data->isFolded();
+}
+
+void TestCodeFolding::toggles_data()
+{
+    QTest::addColumn<QList<int>>("lines");
+    QTest::addColumn<QString>("visible");
+    QTest::newRow("an outer section") << QList<int>{0} << "x......xxx";
+    QTest::newRow("an inner section") << QList<int>{2} << "xxx..xxxxx";
+    QTest::newRow("the last one leaves the last line") << QList<int>{7} << "xxxxxxxx.x";
+    QTest::newRow("twice is back") << QList<int>{0, 0} << "xxxxxxxxxx";
+    QTest::newRow("the last one twice is back") << QList<int>{7, 7} << "xxxxxxxxxx";
+    QTest::newRow("a line without a section") << QList<int>{3} << "xxxxxxxxxx";
+    QTest::newRow("two inner ones") << QList<int>{2, 5} << "xxx..x.xxx";
+    QTest::newRow("no such line") << QList<int>{-1, 99} << "xxxxxxxxxx";
+}
+
+void TestCodeFolding::toggles()
+{
+    QFETCH(QList<int>, lines);
+    for (int line : lines)
+        toggle(line);
+    QTEST(shown(), "visible");
+    QCOMPARE(m_document->lineCount(), shown().count('x'));
+    QCOMPARE(m_document->isModified(), false);
+}
+
+void TestCodeFolding::innerFoldStaysFolded()
+{
+    toggle(2);
+    toggle(0);
+    QCOMPARE(shown(), QStringLiteral("x......xxx"));
+    toggle(0);
+    QCOMPARE(shown(), QStringLiteral("xxx..xxxxx"));
+    QVERIFY(!isFolded(0));
+    QVERIFY(isFolded(2));
+}
+
+void TestCodeFolding::foldsAndUnfoldsAll()
+{
+    toggle(5);
+    m_editor->foldAll();
+    QCOMPARE(shown(), QStringLiteral("x......x.x"));
+    m_editor->foldAll();
+    QCOMPARE(shown(), QStringLiteral("x......x.x"));
+    m_editor->unfoldAll();
+    QCOMPARE(shown(), QStringLiteral("xxxxxxxxxx"));
+    for (int line = 0; line < 10; ++line)
+        QVERIFY(!isFolded(line));
+}
+
+void TestCodeFolding::markerIsClickedAndLightsUp()
+{
+    auto *margin = m_editor->findChild<QWidget *>("codeEditorMargin");
+    const auto marker = [&](int line) {
+        return QPoint(margin->width() - 8, m_editor->cursorRect(cursorAt(line, 0)).center().y());
+    };
+    const auto cell = [&](int line) {
+        QRect rect(0, 0, 12, 12);
+        rect.moveCenter(marker(line));
+        return margin->grab(rect).toImage();
+    };
+    QTest::mouseMove(margin, QPoint(2, marker(4).y()));
+    QTRY_COMPARE(margin->cursor().shape(), Qt::ArrowCursor);
+    const QImage dark = cell(2);
+    QTest::mouseMove(margin, marker(2));
+    QTRY_COMPARE(margin->cursor().shape(), Qt::PointingHandCursor);
+    QTRY_VERIFY(cell(2) != dark);
+    QTest::keyClick(m_editor.get(), Qt::Key_Right);
+    QTRY_COMPARE(cell(2), dark);
+
+    QTest::mouseClick(margin, Qt::LeftButton, Qt::NoModifier, marker(2));
+    QCOMPARE(shown(), QStringLiteral("xxx..xxxxx"));
+    QVERIFY(cell(2) != dark); // now it shows how to unfold
+    QTest::mouseClick(margin, Qt::LeftButton, Qt::NoModifier, marker(2));
+    QCOMPARE(shown(), QStringLiteral("xxxxxxxxxx"));
+    QTest::mouseClick(margin, Qt::LeftButton, Qt::NoModifier, marker(3));
+    QCOMPARE(shown(), QStringLiteral("xxxxxxxxxx"));
+}
+
+void TestCodeFolding::foldedLinesLookFolded()
+{
+    const int height = m_editor->cursorRect(cursorAt(0, 0)).height();
+    const auto below = [&] { return m_editor->cursorRect(cursorAt(7, 0)).top(); };
+    const auto grayBehind = [&](int line) {
+        const QRect end = m_editor->cursorRect(cursorAt(line, block(line).length() - 1));
+        const QImage image = m_editor->viewport()->grab().toImage();
+        for (int x = end.left() + 3; x < end.left() + 60; ++x) {
+            for (int y = end.top(); y < end.bottom(); ++y) {
+                if (image.pixelColor(x, y) == QColor(Qt::gray))
+                    return true;
+            }
+        }
+        return false;
+    };
+    const int before = below();
+    QVERIFY(!grayBehind(0));
+    toggle(0);
+    QVERIFY(qAbs(before - below() - 6 * height) <= 6);
+    QVERIFY(grayBehind(0));
+    QVERIFY(!grayBehind(7));
+    toggle(0);
+    QCOMPARE(below(), before);
+    QVERIFY(!grayBehind(0));
+}
+
+void TestCodeFolding::cursorComesOutOfAFold_data()
+{
+    QTest::addColumn<bool>("jumps");
+    QTest::addColumn<int>("line");
+    QTest::addColumn<QString>("visible");
+    QTest::addColumn<QPoint>("place");
+    QTest::newRow("folding moves it to the head") << false << 3 << "x......xxx" << QPoint(0, 3);
+    QTest::newRow("folding leaves one outside") << false << 8 << "x......xxx" << QPoint(8, 1);
+    QTest::newRow("a jump opens the fold") << true << 6 << "xxx..xxxxx" << QPoint(6, 1);
+    QTest::newRow("a jump opens all folds around") << true << 3 << "xxxxxxxxxx" << QPoint(3, 1);
+}
+
+void TestCodeFolding::cursorComesOutOfAFold()
+{
+    QFETCH(bool, jumps);
+    QFETCH(int, line);
+    if (jumps)
+        toggle(2);
+    else
+        m_editor->setTextCursor(cursorAt(line, 1));
+    toggle(0);
+    if (jumps)
+        m_editor->setTextCursor(cursorAt(line, 1));
+    QTEST(shown(), "visible");
+    const CodeEditor::LinePos place = m_editor->currentLine();
+    QTEST(QPoint(place.line, place.column), "place");
+    // Whatever is typed now is seen.
+    QTest::keyClick(m_editor.get(), 'z');
+    QVERIFY(m_editor->textCursor().block().isVisible());
+    QVERIFY(m_editor->textCursor().block().text().contains('z'));
+}
+
+void TestCodeFolding::keysStepOverAFold()
+{
+    toggle(0);
+    m_editor->setTextCursor(cursorAt(0, 1));
+    QTest::keyClick(m_editor.get(), Qt::Key_Down);
+    QCOMPARE(m_editor->currentLine().line, 7);
+    QTest::keyClick(m_editor.get(), Qt::Key_Home);
+    QTest::keyClick(m_editor.get(), Qt::Key_Left);
+    QCOMPARE(m_editor->currentLine().line, 0);
+    QTest::keyClick(m_editor.get(), Qt::Key_Right);
+    QCOMPARE(m_editor->currentLine().line, 7);
+    QTest::keyClick(m_editor.get(), Qt::Key_Left, Qt::ShiftModifier);
+    QCOMPARE(m_editor->currentLine().line, 0);
+    QVERIFY(m_editor->textCursor().hasSelection());
+    QTest::keyClick(m_editor.get(), Qt::Key_Right);
+    QCOMPARE(m_editor->currentLine().line, 7);
+    QCOMPARE(shown(), QStringLiteral("x......xxx"));
+    // The key takes away the line end between the fold and this line: the fold opens.
+    QTest::keyClick(m_editor.get(), Qt::Key_Backspace);
+    QVERIFY(m_editor->textCursor().block().isVisible());
+    QVERIFY(m_editor->toPlainText().contains("c1[d]"));
+}
+
+void TestCodeFolding::editsInAFold_data()
+{
+    QTest::addColumn<int>("line");
+    QTest::addColumn<int>("removed"); // characters from the start of the line
+    QTest::addColumn<QString>("inserted");
+    QTest::addColumn<QString>("visible");
+    QTest::newRow("text in a folded line") << 3 << 0 << "q"
+                                           << "x......xxx";
+    QTest::newRow("a line in the fold") << 4 << 0 << "new\n"
+                                        << "x.......xxx";
+    QTest::newRow("a line less in the fold") << 3 << 3 << ""
+                                             << "x.....xxx";
+    QTest::newRow("lines right behind the head") << 1 << 0 << "n1\nn2\n"
+                                                 << "x........xxx";
+    QTest::newRow("an outer section in the fold") << 4 << 0 << "[new]\n"
+                                                  << "x...xxxxxxx";
+    QTest::newRow("the head becomes a body") << 0 << 3 << "x"
+                                             << "xxxxxxxxxx";
+    QTest::newRow("the head is joined with what it hides") << 0 << 4 << ""
+                                                           << "x.....xxx";
+    QTest::newRow("the head gets a new name") << 0 << 3 << "[new]"
+                                              << "x......xxx";
+    QTest::newRow("text below the fold") << 8 << 1 << "e"
+                                         << "x......xxx";
+    QTest::newRow("lines above the fold") << 0 << 0 << "0\n1\n"
+                                          << "xxx......xxx";
+}
+
+void TestCodeFolding::editsInAFold()
+{
+    QFETCH(int, line);
+    QFETCH(int, removed);
+    QFETCH(QString, inserted);
+    m_editor->setTextCursor(cursorAt(9, 0));
+    toggle(0);
+    QTextCursor cursor = cursorAt(line, 0);
+    cursor.setPosition(cursor.position() + removed, QTextCursor::KeepAnchor);
+    m_document->insertOnCursor(inserted, cursor);
+    QTEST(shown(), "visible");
+    QCOMPARE(m_document->lineCount(), shown().count('x'));
+}
+
+void TestCodeFolding::randomEditsLoseNoLine()
+{
+    // After any edit: a hidden line has a folded head, which opens to show it; the last line and
+    // the line of the cursor are shown; and the scroll bar counts what is shown.
+    QRandomGenerator random(20);
+    const QStringList pieces{"[s]", "[[i]]", "body", "-", "", "x\ny", "[a]\n-\n[[b]]\nc"};
+    m_document->fromString(sectionedText(6, 3));
+    for (int step = 0; step < 600; ++step) {
+        const int count = m_document->blockCount();
+        const int line = random.bounded(count);
+        switch (random.bounded(5)) {
+        case 0:
+        case 1:
+            toggle(line);
+            break;
+        case 2:
+            m_document->insertOnCursor(pieces.at(random.bounded(pieces.size())), cursorAt(line, 0));
+            break;
+        case 3: {
+            QTextCursor cursor = cursorAt(line, 0);
+            cursor.movePosition(QTextCursor::NextBlock, QTextCursor::KeepAnchor, random.bounded(3));
+            m_document->insertOnCursor(QString(), cursor);
+            break;
+        }
+        default:
+            if (random.bounded(2))
+                m_document->undo();
+            else
+                m_editor->setTextCursor(cursorAt(line, 0));
+        }
+        QVERIFY(m_document->lastBlock().isVisible());
+        QVERIFY(m_editor->textCursor().block().isVisible());
+        QCOMPARE(m_document->lineCount(), shown().count('x'));
+        QTextBlock head;
+        for (QTextBlock b = m_document->firstBlock(); b.isValid(); b = b.next()) {
+            if (b.isVisible())
+                head = b;
+            else
+                QVERIFY2(
+                    head.isValid() && isFolded(head.blockNumber()),
+                    qPrintable(QString("step %1: line %2 is lost").arg(step).arg(b.blockNumber())));
+        }
+    }
+    // Opening fold after fold, by their markers alone, shows everything.
+    for (int line = 0; line < m_document->blockCount(); ++line) {
+        if (block(line).isVisible() && block(line).next().isValid() &&
+            !block(line).next().isVisible())
+            toggle(line);
+    }
+    QCOMPARE(shown().count('.'), 0);
+}
+
+void TestCodeFolding::foldsStayWithTheirDocument()
+{
+    PlainDocument other("[x]\ny\nz");
+    toggle(0);
+    m_editor->setDocument(&other);
+    QCOMPARE(m_editor->currentLine().line, 0);
+    m_editor->setDocument(m_document.get());
+    QCOMPARE(shown(), QStringLiteral("x......xxx"));
+    m_editor->setFont(QFont("Courier", 14));
+    QCOMPARE(shown(), QStringLiteral("x......xxx"));
+    QCOMPARE(m_editor->verticalScrollBar()->maximum(), 0);
+    toggle(0);
+    QCOMPARE(shown(), QStringLiteral("xxxxxxxxxx"));
+    m_editor->setDocument(nullptr);
+}
+
+QTEST_MAIN(TestCodeFolding)
+#include "tst_codefolding.moc"

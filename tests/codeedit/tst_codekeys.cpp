@@ -1,0 +1,261 @@
+// Keys in the code view: overwriting, the hidden mouse cursor, and the completion of words.
+
+#include "plaindocument.h"
+
+#include <kilnx/codeedit/codeeditor.h>
+
+#include <QAbstractItemView>
+#include <QCompleter>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QStringListModel>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Kiln;
+
+class TestCodeKeys : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void popupOpens_data();
+    void popupOpens();
+    void popupFollowsTheWord();
+    void popupKeys_data();
+    void popupKeys();
+    void wordIsCompleted_data();
+    void wordIsCompleted();
+    void wordListsComeAndGo();
+    void completionFileIsOnlyTested();
+    void insertKeyOverwrites();
+    void typingHidesTheMouse();
+    void shiftAndReturnIsALine();
+
+private:
+    QAbstractItemView *popup() const { return m_editor->findChild<QCompleter *>()->popup(); }
+    QString currentWord() const { return popup()->currentIndex().data().toString(); }
+    void type(const QString &text);
+
+    std::unique_ptr<PlainDocument> m_document;
+    std::unique_ptr<CodeEditor> m_editor;
+    std::unique_ptr<QStringListModel> m_words;
+    std::unique_ptr<QStringListModel> m_more;
+};
+
+void TestCodeKeys::init()
+{
+    m_document = std::make_unique<PlainDocument>();
+    m_editor = std::make_unique<CodeEditor>();
+    m_editor->resize(500, 400);
+    m_editor->setDocument(m_document.get());
+    m_words = std::make_unique<QStringListModel>(QStringList{"run", "stand", "Walk", "wander"});
+    m_more = std::make_unique<QStringListModel>(QStringList{"left", "right"});
+    m_editor->setWordList("type=", m_words.get());
+    m_editor->setWordList("play(", m_words.get());
+    m_editor->setWordList("my.type=", m_more.get());
+    QVERIFY(showActive(*m_editor));
+    m_editor->setFocus();
+    QTRY_VERIFY(m_editor->hasFocus());
+}
+
+void TestCodeKeys::cleanup()
+{
+    m_editor.reset();
+    m_document.reset();
+    m_words.reset();
+    m_more.reset();
+}
+
+/// Real keys: while the popup is open they go to it, as the keyboard's would.
+void TestCodeKeys::type(const QString &text)
+{
+    for (QChar character : text) {
+        QWidget *target = popup()->isVisible() ? static_cast<QWidget *>(popup()) : m_editor.get();
+        if (character == '\n')
+            QTest::keyClick(target, Qt::Key_Return);
+        else
+            QTest::keyClick(target, character.toLatin1());
+    }
+}
+
+void TestCodeKeys::popupOpens_data()
+{
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<bool>("open");
+    QTest::addColumn<QString>("first");
+    QTest::newRow("after the prefix and a blank") << "type= " << true << "run";
+    QTest::newRow("a terminator alone doesn't") << "type=" << false << "";
+    QTest::newRow("a bracket does") << "play(" << true << "run";
+    QTest::newRow("blanks within the prefix") << "  ty pe  =  " << true << "run";
+    QTest::newRow("upper case is the same") << "TYPE= " << true << "run";
+    QTest::newRow("after a bracket") << "(type= " << true << "run";
+    QTest::newRow("a letter before") << "mytype= " << false << "";
+    QTest::newRow("a digit before") << "1type= " << false << "";
+    QTest::newRow("a dot before") << "x.type= " << false << "";
+    QTest::newRow("the longer prefix counts") << "my.type= " << true << "left";
+    QTest::newRow("not yet the prefix") << "typ " << false << "";
+    QTest::newRow("only this line counts") << "type=\n " << false << "";
+}
+
+void TestCodeKeys::popupOpens()
+{
+    QFETCH(QString, typed);
+    QFETCH(bool, open);
+    type(typed);
+    QCOMPARE(popup()->isVisible(), open);
+    if (!open)
+        return;
+    QTEST(popup()->model()->index(0, 0).data().toString(), "first");
+    // The whole list below the cursor, as wide as its words and the scroll bar.
+    QCOMPARE(popup()->model()->rowCount(), m_editor->toPlainText().contains("my") ? 2 : 4);
+    QVERIFY(popup()->width() >=
+            popup()->sizeHintForColumn(0) + popup()->verticalScrollBar()->sizeHint().width());
+    const QPoint cursor = m_editor->viewport()->mapToGlobal(m_editor->cursorRect().bottomLeft());
+    QVERIFY(qAbs(popup()->geometry().left() - cursor.x()) < 4);
+    QVERIFY(popup()->geometry().top() >= cursor.y() - 2);
+}
+
+void TestCodeKeys::popupFollowsTheWord()
+{
+    type("type= ");
+    QVERIFY(popup()->isVisible());
+    type("w");
+    QVERIFY(popup()->isVisible());
+    QCOMPARE(popup()->model()->rowCount(), 4);
+    QCOMPARE(currentWord(), QStringLiteral("Walk"));
+    type("an");
+    QCOMPARE(currentWord(), QStringLiteral("wander"));
+    QTest::keyClick(popup(), Qt::Key_Backspace);
+    QTest::keyClick(popup(), Qt::Key_Backspace);
+    QTest::keyClick(popup(), Qt::Key_Backspace);
+    type("st");
+    QCOMPARE(currentWord(), QStringLiteral("stand"));
+    QTest::keyClick(popup(), 'A', Qt::ShiftModifier);
+    QVERIFY(!popup()->isVisible());
+    QCOMPARE(m_editor->toPlainText(), QStringLiteral("type= stA"));
+}
+
+void TestCodeKeys::popupKeys_data()
+{
+    QTest::addColumn<int>("key");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("Escape") << int(Qt::Key_Escape) << "type= w";
+    QTest::newRow("Tab") << int(Qt::Key_Tab) << "type= walk";
+    QTest::newRow("Return") << int(Qt::Key_Return) << "type= walk";
+    QTest::newRow("Enter") << int(Qt::Key_Enter) << "type= walk";
+    QTest::newRow("a terminator") << int(Qt::Key_Semicolon) << "type= w;";
+}
+
+void TestCodeKeys::popupKeys()
+{
+    QFETCH(int, key);
+    type("type= w");
+    QVERIFY(popup()->isVisible());
+    QTest::keyClick(popup(), Qt::Key(key));
+    QVERIFY(!popup()->isVisible());
+    QTEST(m_editor->toPlainText(), "text");
+}
+
+void TestCodeKeys::wordIsCompleted_data()
+{
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<int>("down");
+    QTest::addColumn<QString>("behind");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("the rest of the word") << "type= st" << 0 << ""
+                                          << "type= stand";
+    QTest::newRow("a word of its own") << "type= " << 1 << ""
+                                       << "type= run";
+    QTest::newRow("behind a bracket") << "play(" << 2 << ""
+                                      << "play(stand";
+    QTest::newRow("before other text") << "play(st" << 0 << " );"
+                                       << "play(stand );";
+}
+
+void TestCodeKeys::wordIsCompleted()
+{
+    QFETCH(QString, typed);
+    QFETCH(int, down);
+    QFETCH(QString, behind);
+    m_editor->setPlainText(behind);
+    type(typed);
+    QVERIFY(popup()->isVisible());
+    for (int i = 0; i < down; ++i)
+        QTest::keyClick(popup(), Qt::Key_Down);
+    QTest::keyClick(popup(), Qt::Key_Return);
+    QTEST(m_editor->toPlainText(), "text");
+    m_editor->undo(); // the completion alone
+    QCOMPARE(m_editor->toPlainText(), typed + behind);
+}
+
+void TestCodeKeys::wordListsComeAndGo()
+{
+    type("type= ");
+    QVERIFY(popup()->isVisible());
+    m_words.reset();
+    type("x\ntype= ");
+    QVERIFY(!popup()->isVisible());
+    m_words = std::make_unique<QStringListModel>(QStringList{"again"});
+    m_editor->setWordList("", m_words.get());
+    type("\n");
+    QTest::keyClick(m_editor.get(), Qt::Key_Space, Qt::ControlModifier);
+    QVERIFY(popup()->isVisible());
+    QTest::keyClick(popup(), Qt::Key_Escape);
+    type("a, ");
+    QVERIFY(!popup()->isVisible());
+    m_editor->setWordList("", nullptr);
+    type("\n ");
+    QVERIFY(!popup()->isVisible());
+    m_editor->setWordList("new=", m_words.get());
+    m_editor->clearWordLists();
+    type("\nnew= ");
+    QVERIFY(!popup()->isVisible());
+}
+
+void TestCodeKeys::completionFileIsOnlyTested()
+{
+    QTemporaryDir directory;
+    const QString path = directory.filePath("completer.xml");
+    QVERIFY(!m_editor->completerFromFile(path));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.close();
+    QVERIFY(m_editor->completerFromFile(path));
+    type("type= ");
+    QCOMPARE(popup()->model()->rowCount(), 4);
+}
+
+void TestCodeKeys::insertKeyOverwrites()
+{
+    m_editor->setPlainText("abc");
+    QTest::keyClick(m_editor.get(), Qt::Key_Insert);
+    type("xy");
+    QCOMPARE(m_editor->toPlainText(), QStringLiteral("xyc"));
+    QTest::keyClick(m_editor.get(), Qt::Key_Insert);
+    type("z");
+    QCOMPARE(m_editor->toPlainText(), QStringLiteral("xyzc"));
+}
+
+void TestCodeKeys::typingHidesTheMouse()
+{
+    type("a");
+    QCOMPARE(m_editor->viewport()->cursor().shape(), Qt::BlankCursor);
+    QMouseEvent move(QEvent::MouseMove, QPoint(40, 40), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+    QApplication::sendEvent(m_editor->viewport(), &move);
+    QCOMPARE(m_editor->viewport()->cursor().shape(), Qt::IBeamCursor);
+}
+
+void TestCodeKeys::shiftAndReturnIsALine()
+{
+    type("ab");
+    QTest::keyClick(m_editor.get(), Qt::Key_Return, Qt::ShiftModifier);
+    type("c");
+    QCOMPARE(m_document->blockCount(), 2);
+    QCOMPARE(m_editor->toPlainText(), QStringLiteral("ab\nc"));
+}
+
+QTEST_MAIN(TestCodeKeys)
+#include "tst_codekeys.moc"

@@ -1,0 +1,695 @@
+// The shared code view with its actions, and the file editor that shows documents in it.
+
+#include "plaindocument.h"
+
+#include <engines/ember/emberdocument.h>
+#include <engines/ember/emberengine.h>
+#include <kilnx/code/textcodecs.h>
+#include <kilnx/codeedit/codefileeditor.h>
+#include <kilnx/codeedit/codeworkspace.h>
+#include <kilnx/codeedit/snippets.h>
+#include <kilnx/project/archive.h>
+#include <tests/support/testhost.h>
+
+#include <QComboBox>
+#include <QElapsedTimer>
+#include <QInputDialog>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolBar>
+#include <QTreeView>
+
+using namespace Kiln;
+
+namespace
+{
+class TestedEditor : public CodeFileEditor
+{
+public:
+    explicit TestedEditor(CodeWorkspace *workspace, const char *treeKey = "code_tree")
+        : CodeFileEditor(workspace, treeKey)
+    {
+    }
+    QAction *action() const override { return nullptr; }
+    const char *name() const override { return "states"; }
+    Project::FileID::Type canEditFileType() override { return Project::FileID::Type(32); }
+    void hostReserved15() override {}
+};
+
+struct Release {
+    void operator()(CodeDocument *document) const { document->release(); }
+};
+using Document = std::unique_ptr<CodeDocument, Release>;
+
+constexpr unsigned int Quiet = 16;
+} // namespace
+
+class TestCodeWorkspace : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void actionsAreMade();
+    void toolBarFollowsItsOption();
+    void documentsRememberTheirPlace();
+    void settingsAreRead();
+    void zoom();
+    void goToLine_data();
+    void goToLine();
+    void steppingThroughMessages_data();
+    void steppingThroughMessages();
+    void comments_data();
+    void comments();
+    void snippetsAreInserted_data();
+    void snippetsAreInserted();
+    void snippetOfAnotherFileIsDropped();
+    void encodingIsChosen();
+    void statusAndModification();
+    void treeFollows_data();
+    void treeFollows();
+    void finds_data();
+    void finds();
+    void replacesOne();
+    void replacesAll();
+    void hostileExpressions_data();
+    void hostileExpressions();
+    void strangersAreRefused();
+    void nothingWithoutADocument();
+
+private:
+    CodeEditor *view() const { return m_workspace->editor(); }
+    void select(int anchor, int position);
+    QPoint place() const;
+
+    std::unique_ptr<TestHost> m_host;
+    std::unique_ptr<QTemporaryDir> m_directory;
+    std::unique_ptr<CodeWorkspace> m_workspace;
+    std::unique_ptr<TestedEditor> m_editor;
+    Document m_document;
+};
+
+void TestCodeWorkspace::init()
+{
+    m_host = std::make_unique<TestHost>();
+    m_directory = std::make_unique<QTemporaryDir>();
+    m_host->userDirectory = m_directory->path();
+    m_host->dataDirectory = m_directory->path();
+    m_host->currentEngine = &EmberEngine::instance();
+    m_host->options["font_size"] = 11;
+    m_host->options["font_name"] = "Courier";
+    m_workspace = std::make_unique<CodeWorkspace>(*m_host);
+    m_workspace->reconfig();
+    m_workspace->widget()->resize(700, 500);
+    QVERIFY(showActive(*m_workspace->widget()));
+    m_editor = std::make_unique<TestedEditor>(m_workspace.get());
+    m_document.reset(new PlainDocument);
+    m_editor->activate();
+    m_editor->setCurrentFile(m_document.get());
+}
+
+void TestCodeWorkspace::cleanup()
+{
+    QCOMPARE(m_host->dialogs().finish(), QString());
+    m_editor.reset();
+    m_workspace.reset();
+    m_document.reset();
+    SnippetManager::instance()->setDirectory(QString());
+    m_host.reset();
+}
+
+void TestCodeWorkspace::select(int anchor, int position)
+{
+    QTextCursor cursor = view()->textCursor();
+    cursor.setPosition(anchor);
+    cursor.setPosition(position, QTextCursor::KeepAnchor);
+    view()->setTextCursor(cursor);
+}
+
+QPoint TestCodeWorkspace::place() const
+{
+    return QPoint(view()->currentLine().line, view()->currentLine().column);
+}
+
+void TestCodeWorkspace::actionsAreMade()
+{
+    const QList<QPair<const char *, const char *>> expected{
+        {"view_code_bar", "Code toolbar"},
+        {"code_snippet_insert", "Insert code snippet"},
+        {"code_snippet_new", "New code snippet"},
+        {"code_snippet_edit", "Edit code snippet"},
+        {"code_goto", "Go to line..."},
+        {"code_prev_error", "Previous syntax error"},
+        {"code_next_error", "Next syntax error"},
+        {"code_prev_deprecation", "Previous deprecation"},
+        {"code_next_deprecation", "Next deprecation"},
+        {"code_comment", "Comment/Uncomment selection"},
+        {"code_fold_all", "Fold all code blocks"},
+        {"code_unfold_all", "Unfold all coded blocks"}};
+    for (const auto &entry : expected) {
+        QAction *action = m_host->action(entry.first);
+        QVERIFY2(action, entry.first);
+        QCOMPARE(action->text(), QString(entry.second));
+        QCOMPARE(action->isCheckable(), !qstrcmp(entry.first, "view_code_bar"));
+    }
+    QCOMPARE(m_workspace->name(), "code");
+    QVERIFY(m_host->menu("edit")->actions().contains(m_host->action("code_goto")));
+    QVERIFY(m_host->menu("view")->actions().contains(m_host->action("view_code_bar")));
+    QCOMPARE(m_editor->areas(), 5u);
+    QCOMPARE(m_host->editorWidget, m_workspace->widget());
+    m_editor->deactivate();
+    QCOMPARE(m_host->editorWidget, nullptr);
+}
+
+void TestCodeWorkspace::toolBarFollowsItsOption()
+{
+    auto *bar = m_workspace->widget()->findChild<QToolBar *>();
+    auto *snippets = bar->findChild<QComboBox *>("codeSnippets");
+    QAction *action = m_host->action("view_code_bar");
+    QVERIFY(!bar->isVisible() && !snippets->isEnabled() && !action->isEnabled());
+    m_workspace->activate();
+    QVERIFY(!bar->isVisible() && snippets->isEnabled() && action->isEnabled());
+    action->trigger();
+    QVERIFY(bar->isVisible());
+    QCOMPARE(m_host->options.value("show_code_bar"), QVariant(true));
+    m_workspace->deactivate();
+    QVERIFY(!bar->isVisible() && !snippets->isEnabled() && !action->isEnabled());
+    QCOMPARE(m_host->options.value("show_code_bar"), QVariant(true));
+    m_workspace->activate();
+    QVERIFY(bar->isVisible());
+    QCOMPARE(bar->iconSize(), QSize(16, 16));
+}
+
+void TestCodeWorkspace::documentsRememberTheirPlace()
+{
+    m_document->fromString(sectionedText(40, 5));
+    Document second(new PlainDocument(sectionedText(40, 5)));
+    view()->setCurrentLine({300, 3, 290});
+    const int scroll = view()->verticalScrollBar()->value();
+    m_editor->setCurrentFile(second.get());
+    QCOMPARE(place(), QPoint(0, 0));
+    QVERIFY(view()->hasFocus());
+    view()->setCurrentLine({100, 1, 95});
+    m_editor->setCurrentFile(m_document.get());
+    QCOMPARE(place(), QPoint(300, 3));
+    QCOMPARE(view()->verticalScrollBar()->value(), scroll);
+    m_editor->setCurrentFile(nullptr);
+    QCOMPARE(view()->toPlainText(), QString());
+    QVERIFY(!m_editor->document());
+    m_editor->setCurrentFile(second.get());
+    QCOMPARE(place(), QPoint(100, 1));
+    // A file may end while it is shown.
+    second.reset();
+    QVERIFY(!m_editor->document());
+    m_editor->find("x", Quiet);
+    m_editor->navigateTo(3, 3);
+    m_editor->setCurrentFile(m_document.get());
+    QCOMPARE(place(), QPoint(300, 3));
+}
+
+void TestCodeWorkspace::settingsAreRead()
+{
+    const auto flags = [&] {
+        const CodeEditor::SyntaxFormatting &now = view()->syntaxFormatting();
+        return QList<bool>{now.lineNumbers, now.highlightLine, now.highlightBlocks,
+                           now.foldingMarkers, now.parenMatching};
+    };
+    QCOMPARE(flags(), QList<bool>({false, false, false, false, false}));
+    const QStringList keys{"code_line_numbers", "code_highlight_line", "code_highlight_blocks",
+                           "code_folding_markers", "code_paren_matching"};
+    for (int i = 0; i < keys.size(); ++i) {
+        m_host->options[keys.at(i)] = true;
+        m_workspace->reconfig();
+        QCOMPARE(flags().count(true), i + 1);
+        QVERIFY(flags().at(i));
+    }
+    m_host->colors["line"] = QColor(1, 1, 1);
+    m_host->colors["block_range"] = QColor(2, 2, 2);
+    m_host->colors["paren_range"] = QColor(3, 3, 3);
+    m_host->secondColors["paren"] = QColor(4, 4, 4);
+    m_workspace->reconfig();
+    const CodeEditor::SyntaxFormatting &now = view()->syntaxFormatting();
+    QCOMPARE(now.lineColor, QColor(1, 1, 1));
+    QCOMPARE(now.blockColor, QColor(2, 2, 2));
+    QCOMPARE(now.parenRange.background().color(), QColor(3, 3, 3));
+    QCOMPARE(now.parenMatch.foreground().color(), QColor(4, 4, 4));
+}
+
+void TestCodeWorkspace::zoom()
+{
+    QSignalSpy told(m_workspace.get(), &CodeWorkspace::codeFontChanged);
+    const auto sizes = [&] {
+        return QPoint(view()->font().pointSize(), m_document->defaultFont().pointSize());
+    };
+    m_workspace->zoomActual();
+    QCOMPARE(sizes(), QPoint(11, 11));
+    m_workspace->zoomIn();
+    QCOMPARE(sizes(), QPoint(13, 13));
+    QCOMPARE(told.last().first().value<QFont>().pointSize(), 13);
+    Document second(new PlainDocument);
+    m_editor->setCurrentFile(second.get());
+    QCOMPARE(second->defaultFont().pointSize(), 13);
+    m_editor->setCurrentFile(m_document.get());
+    for (int i = 0; i < 20; ++i)
+        m_workspace->zoomOut();
+    QVERIFY(view()->font().pointSize() > 0);
+    m_host->options["font_name"] = "a family that nobody has";
+    m_workspace->zoomActual();
+    QCOMPARE(sizes(), QPoint(11, 11));
+    QVERIFY(QFontInfo(view()->font()).fixedPitch());
+}
+
+void TestCodeWorkspace::goToLine_data()
+{
+    QTest::addColumn<int>("number");
+    QTest::addColumn<int>("answer"); // to the question about the last line, 0 for no question
+    QTest::addColumn<int>("line");
+    QTest::newRow("the first line") << 1 << 0 << 0;
+    QTest::newRow("the middle") << 300 << 0 << 299;
+    QTest::newRow("the last line") << 520 << 0 << 519;
+    QTest::newRow("one past the last, Yes") << 521 << int(QMessageBox::Yes) << 519;
+    QTest::newRow("one past the last, No") << 521 << int(QMessageBox::No) << 7;
+    QTest::newRow("cancelled") << 0 << 0 << 7;
+}
+
+void TestCodeWorkspace::goToLine()
+{
+    QFETCH(int, number);
+    QFETCH(int, answer);
+    m_document->fromString(sectionedText(40, 4) + QString(520 - 480, '\n'));
+    QCOMPARE(m_document->blockCount(), 520);
+    view()->setCurrentLine(7, CodeEditor::NoPlacement);
+    m_host->dialogs().expectDialog([number](QDialog *dialog) {
+        auto *input = qobject_cast<QInputDialog *>(dialog);
+        QVERIFY(input);
+        QCOMPARE(input->intValue(), 8);
+        input->setIntValue(number);
+        number ? input->accept() : input->reject();
+    });
+    if (answer)
+        m_host->dialogs().expectBox(QMessageBox::StandardButton(answer));
+    m_host->action("code_goto")->trigger();
+    QTEST(view()->currentLine().line, "line");
+    QCOMPARE(view()->currentLine().column, 0);
+    if (answer) {
+        const DialogScript::Seen box = m_host->dialogs().seen().last();
+        QCOMPARE(box.title, QStringLiteral("Go to line..."));
+        QCOMPARE(box.text, QStringLiteral("Invalid line! Do you want go to the last line?"));
+        QCOMPARE(box.defaultButton, QMessageBox::Yes);
+    }
+    if (number == 300)
+        QCOMPARE(view()->cursorForPosition(QPoint(0, 1)).blockNumber(), 299);
+}
+
+void TestCodeWorkspace::steppingThroughMessages_data()
+{
+    QTest::addColumn<QString>("action");
+    QTest::addColumn<QPoint>("from");
+    QTest::addColumn<QPoint>("to");
+    const QPoint first(0, 2), second(0, 6), third(3, 0), old(2, 3);
+    QTest::newRow("to the next in the line") << "code_next_error" << first << second;
+    QTest::newRow("to the next line") << "code_next_error" << second << third;
+    QTest::newRow("from the start") << "code_next_error" << QPoint(0, 0) << first;
+    QTest::newRow("no error follows") << "code_next_error" << third << third;
+    QTest::newRow("a line back, its last error") << "code_prev_error" << QPoint(2, 0) << second;
+    QTest::newRow("back in the line") << "code_prev_error" << QPoint(0, 10) << second;
+    QTest::newRow("back to the first") << "code_prev_error" << second << first;
+    QTest::newRow("none before") << "code_prev_error" << first << first;
+    QTest::newRow("to a deprecation") << "code_next_deprecation" << QPoint(0, 0) << old;
+    QTest::newRow("back to a deprecation") << "code_prev_deprecation" << third << old;
+    QTest::newRow("no deprecation follows") << "code_next_deprecation" << third << third;
+}
+
+void TestCodeWorkspace::steppingThroughMessages()
+{
+    QFETCH(QString, action);
+    QFETCH(QPoint, from);
+    m_document->fromString("x bad bad y\nno\nan old hmm\nbad");
+    const QTextBlock block = m_document->findBlockByNumber(from.x());
+    select(block.position() + from.y(), block.position() + from.y());
+    m_host->action(action.toLatin1())->trigger();
+    QTEST(place(), "to");
+    QCOMPARE(view()->textCursor().hasSelection(), false);
+}
+
+void TestCodeWorkspace::comments_data()
+{
+    QTest::addColumn<int>("anchor");
+    QTest::addColumn<int>("position");
+    QTest::addColumn<QString>("text");
+    // a\n;b\nc\nd
+    QTest::newRow("one line, no selection") << 1 << 1 << ";a\n;b\nc\nd";
+    QTest::newRow("no selection at the line's start") << 5 << 5 << "a\n;b\n;c\nd";
+    QTest::newRow("uncomment one") << 3 << 3 << "a\nb\nc\nd";
+    QTest::newRow("all, the first is none") << 0 << 8 << ";a\n;;b\n;c\n;d";
+    QTest::newRow("uncomment leaves the others") << 2 << 8 << "a\nb\nc\nd";
+    QTest::newRow("the end at a line's start is not in") << 5 << 7 << "a\n;b\n;c\nd";
+    QTest::newRow("selected backward") << 8 << 5 << "a\n;b\n;c\n;d";
+}
+
+void TestCodeWorkspace::comments()
+{
+    QFETCH(int, anchor);
+    QFETCH(int, position);
+    const QString before("a\n;b\nc\nd");
+    m_document->fromString(before);
+    select(anchor, position);
+    m_host->action("code_comment")->trigger();
+    QTEST(m_document->toString(), "text");
+    m_document->undo();
+    QCOMPARE(m_document->toString(), before);
+}
+
+void TestCodeWorkspace::snippetsAreInserted_data()
+{
+    QTest::addColumn<QString>("code");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("position");
+    QTest::newRow("the cursor goes to the mark") << "one CURSOR\ntwo"
+                                                 << "xone \ntwoy" << 5;
+    QTest::newRow("the mark at the start") << "CURSORab"
+                                           << "xaby" << 1;
+    QTest::newRow("no mark") << "one\ntwo"
+                             << "xone\ntwoy" << 8;
+    QTest::newRow("only the first mark counts") << "CURSOR CURSOR"
+                                                << "x CURSORy" << 1;
+    QTest::newRow("nothing to insert") << ""
+                                       << "xy" << 1;
+}
+
+void TestCodeWorkspace::snippetsAreInserted()
+{
+    QFETCH(QString, code);
+    const QString folder = m_directory->path() + m_host->currentEngine->enginePath() + "/snippets";
+    QVERIFY(QDir().mkpath(folder));
+    QFile file(folder + "/one.xml");
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(snippetToXml({}, code));
+    file.close();
+    m_workspace->engineSwitched(false);
+    QCOMPARE(SnippetManager::instance()->rowCount(), 0);
+    m_workspace->engineSwitched(true);
+    QCOMPARE(m_workspace->widget()->findChild<QComboBox *>("codeSnippets")->currentText(),
+             QStringLiteral("one"));
+    m_document->fromString("xy");
+    select(1, 1);
+    m_host->action("code_snippet_insert")->trigger();
+    QTEST(m_document->toString(), "text");
+    QTEST(view()->textCursor().position(), "position");
+    if (!code.isEmpty())
+        m_document->undo();
+    QCOMPARE(m_document->toString(), QStringLiteral("xy"));
+
+    m_host->dialogs().expectDialog([](QDialog *dialog) { dialog->reject(); });
+    m_host->action("code_snippet_edit")->trigger();
+    m_host->dialogs().expectDialog([](QDialog *dialog) { dialog->reject(); });
+    m_host->action("code_snippet_new")->trigger();
+}
+
+void TestCodeWorkspace::snippetOfAnotherFileIsDropped()
+{
+    QFile file(m_directory->filePath("ask.xml"));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    RegularSnipField field("string");
+    field.name = "a";
+    file.write(snippetToXml({&field}, "code"));
+    file.close();
+    SnippetManager::instance()->setDirectory(m_directory->path());
+    m_workspace->widget()->findChild<QComboBox *>("codeSnippets")->setCurrentIndex(0);
+    Document second(new PlainDocument("second"));
+    m_host->dialogs().expectDialog([&](QDialog *dialog) {
+        m_editor->setCurrentFile(second.get());
+        dialog->accept();
+    });
+    m_workspace->snipInsert();
+    QCOMPARE(second->toString(), QStringLiteral("second"));
+    QCOMPARE(m_document->toString(), QString());
+    // The go-to dialog, while the file ends.
+    m_host->dialogs().expectDialog([&](QDialog *dialog) {
+        second.reset();
+        dialog->accept();
+    });
+    m_workspace->goToLine();
+    QVERIFY(!m_editor->document());
+}
+
+void TestCodeWorkspace::encodingIsChosen()
+{
+    const QString path = m_directory->filePath("text.st");
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("a \xe4\r\nb");
+    file.close();
+    QVERIFY(m_document->fromFile(FileSystemArchive::instance(), path, TextCodecs::index("UTF-8"),
+                                 false));
+    QVERIFY(!m_document->toString().contains(QChar(0xe4)));
+    m_editor->setCurrentFile(m_document.get());
+    QCOMPARE(m_host->statusTexts.value(2), QStringLiteral("Encoding: UTF-8"));
+    select(4, 4);
+    const auto choose = [](QDialog *dialog) {
+        QCOMPARE(dialog->windowTitle(), QStringLiteral("Encoding"));
+        auto *codecs = dialog->findChild<QComboBox *>("codePage");
+        QCOMPARE(codecs->count(), TextCodecs::count());
+        codecs->setCurrentText("ISO-8859-1");
+        dialog->accept();
+    };
+    m_host->dialogs().expectDialog(choose);
+    m_host->dialogs().expectBox(QMessageBox::Yes);
+    m_workspace->statusClicked();
+    const DialogScript::Seen box = m_host->dialogs().seen().last();
+    QCOMPARE(box.title, QStringLiteral("Reload"));
+    QCOMPARE(box.text,
+             QStringLiteral("Do you want to reload the file using the specified encoding?"));
+    QCOMPARE(m_document->toString(), QString::fromUtf8("a ä\nb"));
+    QCOMPARE(m_host->statusTexts.value(2), QStringLiteral("Encoding: ISO-8859-1"));
+    QCOMPARE(place(), QPoint(1, 0));
+    // A file that is nowhere yet is not asked about.
+    Document second(new PlainDocument("x"));
+    m_editor->setCurrentFile(second.get());
+    m_host->dialogs().expectDialog(choose);
+    m_workspace->statusClicked();
+    QCOMPARE(second->codecName(), QStringLiteral("ISO-8859-1"));
+    m_editor->setCurrentFile(nullptr);
+}
+
+void TestCodeWorkspace::statusAndModification()
+{
+    m_document->fromString("a\nbad b\nc");
+    QSignalSpy modified(m_editor.get(), &CodeFileEditor::modified);
+    select(4, 4);
+    QCOMPARE(m_host->statusTexts.value(0), QStringLiteral("Line: 2, Column: 3, Line count: 3"));
+    QCOMPARE(m_host->statusTexts.value(1), QStringLiteral("Syntax error count: 1"));
+    QTest::keyClicks(view(), "d");
+    QVERIFY(modified.size() > 0);
+    QVERIFY(m_editor->isModified());
+    m_editor->undo();
+    QVERIFY(!m_editor->isModified());
+    view()->selectAll();
+    m_editor->copy();
+    m_editor->cut();
+    QCOMPARE(m_document->toString(), QString());
+    m_editor->paste();
+    QCOMPARE(m_document->toString(), QStringLiteral("a\nbad b\nc"));
+    m_editor->navigateTo(1, 4);
+    QCOMPARE(place(), QPoint(1, 4));
+    m_editor->navigateTo(9, 99);
+    QCOMPARE(place(), QPoint(2, 1));
+
+    m_editor->deactivate();
+    modified.clear();
+    m_host->statusTexts.clear();
+    select(0, 0);
+    QTest::keyClicks(view(), "x");
+    m_document->setModified(false);
+    QCOMPARE(modified.size(), 0);
+    QVERIFY(!m_host->statusTexts.contains(0));
+}
+
+void TestCodeWorkspace::treeFollows_data()
+{
+    QTest::addColumn<bool>("expands");
+    QTest::newRow("the tree follows the cursor") << true;
+    QTest::newRow("the tree is left alone") << false;
+}
+
+void TestCodeWorkspace::treeFollows()
+{
+    QFETCH(bool, expands);
+    m_host->options["auto_expand_tree"] = expands;
+    Document ember(new EmberDocument(EmberDocument::Character));
+    ember->fromString("@about\ntitle: \"A\"\nauthor: \"B\"\n\n@body\nlife: 10\nsize: 30, 60\n");
+    m_editor->setCurrentFile(ember.get());
+    auto *tree = qobject_cast<QTreeView *>(m_host->control("code_tree"));
+    QVERIFY(tree);
+    QCOMPARE(tree->model(), ember->model());
+    const QModelIndex about = tree->model()->index(0, 0);
+    const QModelIndex body = tree->model()->index(1, 0);
+    tree->expand(about);
+    view()->setCurrentLine(4, CodeEditor::NoPlacement);
+    QCOMPARE(tree->isExpanded(body), expands);
+    QCOMPARE(tree->isExpanded(about), !expands);
+    view()->setCurrentLine(6, CodeEditor::NoPlacement);
+    const QModelIndexList selected = tree->selectionModel()->selectedIndexes();
+    QCOMPARE(selected.size(), expands ? 1 : 0);
+    if (expands)
+        QVERIFY(selected.first().data().toString().startsWith("size"));
+    // And the other way round.
+    emit tree->activated(tree->model()->index(1, 0, about));
+    QCOMPARE(place(), QPoint(2, 0));
+    QVERIFY(view()->hasFocus());
+    m_editor->deactivate();
+    emit tree->activated(body);
+    QCOMPARE(place(), QPoint(2, 0));
+    m_editor->setCurrentFile(nullptr);
+}
+
+void TestCodeWorkspace::finds_data()
+{
+    QTest::addColumn<QString>("sought");
+    QTest::addColumn<unsigned int>("flags");
+    QTest::addColumn<QPoint>("from"); // anchor and position
+    QTest::addColumn<QPoint>("selected");
+    using F = CodeFileEditor;
+    const unsigned int none = 0, back = F::Backward, wrap = F::WrapAround;
+    const unsigned int expression = F::RegularExpression, exact = F::CaseSensitive;
+    // "One two one\ntwo ONE"
+    QTest::newRow("the first") << "one" << none << QPoint(0, 0) << QPoint(0, 3);
+    QTest::newRow("behind the selection") << "one" << none << QPoint(0, 3) << QPoint(8, 11);
+    QTest::newRow("with the case") << "one" << exact << QPoint(0, 0) << QPoint(8, 11);
+    QTest::newRow("none follows") << "one" << none << QPoint(16, 19) << QPoint(16, 19);
+    QTest::newRow("around the end") << "one" << wrap << QPoint(16, 19) << QPoint(0, 3);
+    QTest::newRow("around, and still none") << "three" << wrap << QPoint(4, 7) << QPoint(4, 7);
+    QTest::newRow("backward") << "one" << back << QPoint(16, 19) << QPoint(8, 11);
+    QTest::newRow("backward from the start") << "one" << back << QPoint(0, 0) << QPoint(0, 3);
+    QTest::newRow("backward, none before") << "two" << back << QPoint(4, 7) << QPoint(4, 7);
+    QTest::newRow("backward around")
+        << "ONE" << (back | wrap | exact) << QPoint(4, 7) << QPoint(16, 19);
+    QTest::newRow("an expression") << "t.o\\s" << expression << QPoint(0, 0) << QPoint(4, 8);
+    QTest::newRow("over a line end") << "one\\ntwo" << expression << QPoint(0, 0) << QPoint(8, 15);
+    QTest::newRow("the same taken as it stands") << "t.o" << none << QPoint(2, 2) << QPoint(2, 2);
+    QTest::newRow("a broken expression") << "(" << expression << QPoint(2, 2) << QPoint(2, 2);
+    QTest::newRow("an empty match gets on") << "x*" << expression << QPoint(5, 5) << QPoint(6, 6);
+    QTest::newRow("an empty match at the end")
+        << "x*" << expression << QPoint(19, 19) << QPoint(19, 19);
+    QTest::newRow("no text") << "" << none << QPoint(4, 7) << QPoint(4, 7);
+}
+
+void TestCodeWorkspace::finds()
+{
+    QFETCH(QString, sought);
+    QFETCH(unsigned int, flags);
+    QFETCH(QPoint, from);
+    QFETCH(QPoint, selected);
+    m_document->fromString("One two one\ntwo ONE");
+    select(from.x(), from.y());
+    const bool found = m_editor->find(static_cast<ProjectFile *>(m_document.get()), sought, flags);
+    QCOMPARE(QPoint(view()->textCursor().selectionStart(), view()->textCursor().selectionEnd()),
+             selected);
+    const bool empty = sought == "x*";
+    QCOMPARE(found, empty || from != selected);
+}
+
+void TestCodeWorkspace::replacesOne()
+{
+    m_document->fromString("aa b aa");
+    select(0, 2);
+    m_editor->replace("a(a)", "<\\1>", CodeFileEditor::RegularExpression | Quiet, false);
+    QCOMPARE(m_document->toString(), QStringLiteral("<a> b aa"));
+    QCOMPARE(view()->textCursor().selectedText(), QStringLiteral("aa"));
+    m_editor->replace("b", "c", Quiet, false); // the selection does not match
+    QCOMPARE(m_document->toString(), QStringLiteral("<a> b aa"));
+    select(0, 2);
+    m_editor->replace("aa", "c", Quiet, false); // nor does a part of it
+    QCOMPARE(m_document->toString(), QStringLiteral("<a> b aa"));
+    QCOMPARE(view()->textCursor().selectedText(), QStringLiteral("aa"));
+    m_host->dialogs().expectBox(QMessageBox::Ok);
+    m_editor->replace("aa", "\\1", 0, false);
+    QCOMPARE(m_document->toString(), QStringLiteral("<a> b \\1"));
+}
+
+void TestCodeWorkspace::replacesAll()
+{
+    const QString before = sectionedText(3, 3);
+    m_document->fromString(before);
+    view()->setCurrentLine({5, 2, 0});
+    view()->toggleBlockVisible(m_document->findBlockByNumber(10));
+    m_editor->replace("LINE (\\d+)", "row \\1", CodeFileEditor::RegularExpression, true);
+    QString after = before;
+    QCOMPARE(m_document->toString(), after.replace("line ", "row "));
+    QCOMPARE(m_document->lineCount(), m_document->blockCount());
+    QCOMPARE(place(), QPoint(5, 2));
+    m_editor->undo();
+    QCOMPARE(m_document->toString(), before);
+    const int steps = m_document->availableUndoSteps();
+    m_editor->replace("nowhere", "x", 0, true);
+    QCOMPARE(m_document->availableUndoSteps(), steps);
+    view()->setReadOnly(true);
+    m_editor->replace("line", "x", 0, true);
+    QCOMPARE(m_document->toString(), before);
+}
+
+void TestCodeWorkspace::hostileExpressions_data()
+{
+    QTest::addColumn<QString>("expression");
+    QTest::addColumn<bool>("all");
+    QTest::newRow("one that never ends") << "(a*)*(a*)*\\2\\1b" << false;
+    QTest::newRow("one that never ends, replacing") << "(a*)*(a*)*\\2\\1b" << true;
+    QTest::newRow("one that matches nothing everywhere") << "b*" << true;
+}
+
+void TestCodeWorkspace::hostileExpressions()
+{
+    QFETCH(QString, expression);
+    QFETCH(bool, all);
+    const QString text(200000, 'a');
+    m_document->fromString(text);
+    QElapsedTimer timer;
+    timer.start();
+    const unsigned int flags = CodeFileEditor::RegularExpression | Quiet;
+    if (all)
+        m_editor->replace(expression, "", flags, true);
+    else
+        QVERIFY(!m_editor->find(static_cast<ProjectFile *>(m_document.get()), expression, flags));
+    QVERIFY2(timer.elapsed() < 20000, "nobody waits that long");
+    QCOMPARE(m_document->toString(), text);
+}
+
+void TestCodeWorkspace::strangersAreRefused()
+{
+    // A search in another file leaves the view alone, and the file opens at the match.
+    m_document->fromString("here");
+    Document other(new PlainDocument("a\nb\n  there"));
+    QVERIFY(m_editor->find(static_cast<ProjectFile *>(other.get()), "there", 0));
+    QVERIFY(!m_editor->find(static_cast<ProjectFile *>(other.get()), "here!", 0));
+    QVERIFY(!m_editor->find(nullptr, "there", 0));
+    QVERIFY(!view()->textCursor().hasSelection());
+    m_editor->setCurrentFile(other.get());
+    QCOMPARE(place(), QPoint(2, 2));
+    m_editor->setCurrentFile(m_document.get());
+}
+
+void TestCodeWorkspace::nothingWithoutADocument()
+{
+    m_document->fromString("bad\n[x]\ny\nz");
+    select(0, 0);
+    view()->setReadOnly(true);
+    for (int round = 0; round < 2; ++round) {
+        for (const char *key : {"code_goto", "code_prev_error", "code_next_error",
+                                "code_prev_deprecation", "code_next_deprecation", "code_comment",
+                                "code_fold_all", "code_unfold_all", "code_snippet_insert"})
+            m_host->action(key)->trigger();
+        QCOMPARE(m_document->toString(), QStringLiteral("bad\n[x]\ny\nz"));
+        QCOMPARE(m_document->lineCount(), 4);
+        QCOMPARE(place(), QPoint(0, 0));
+        m_editor->setCurrentFile(nullptr);
+    }
+    m_workspace->statusClicked();
+    m_workspace->zoomIn();
+    m_workspace->retranslate();
+}
+
+QTEST_MAIN(TestCodeWorkspace)
+#include "tst_codeworkspace.moc"

@@ -1,0 +1,332 @@
+// Snippet files, the dialog of their fields, and the snippet editor.
+
+#include <kilnx/codeedit/snipdlg.h>
+#include <kilnx/codeedit/snippets.h>
+
+#include <tests/support/testhost.h>
+
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QDoubleSpinBox>
+#include <QLineEdit>
+#include <QListView>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QSpinBox>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QXmlStreamReader>
+
+using namespace Kiln;
+
+namespace
+{
+const char *const Stored =
+    "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<snippet>\r\n\r\n"
+    "\t<field name=\"width\" title=\"Width &amp; more\" type=\"integer\" />\r\n"
+    "\t<field name=\"who\" title=\"Who\" type=\"string\" column=\"1\" />\r\n"
+    "\t<field name=\"dir\" title=\"Direction\" type=\"items\" value=\"l;r\" "
+    "value_title=\"To the left;To the &lt;right&gt;\"/>\r\n"
+    "\r\n\t<code>\r\n"
+    "\t\t@step @who\r\n"
+    "\t\t\tsize: @width, @width &lt;CURSOR&gt;\r\n"
+    "\t\t\r\n"
+    "\t\tface: @dir\r\n"
+    "\t</code>\r\n\r\n</snippet>";
+
+void writeFile(const QString &path, const QByteArray &data)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(data);
+}
+
+QByteArray readFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
+}
+
+QByteArray snippetOf(const QByteArray &fields, const QByteArray &code)
+{
+    return "<snippet>" + fields + "<code>" + code + "</code></snippet>";
+}
+} // namespace
+
+class TestSnippets : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void readsAndWritesTheSameBytes();
+    void codeIsRead_data();
+    void codeIsRead();
+    void fieldsBecomeControls_data();
+    void fieldsBecomeControls();
+    void cancelInsertsNothing();
+    void badFiles_data();
+    void badFiles();
+    void listsTheFolder();
+    void dialogChangesNothing();
+    void dialogEditsFields();
+    void dialogPreviews();
+    void translationSource();
+
+private:
+    std::unique_ptr<TestHost> m_host;
+    std::unique_ptr<QTemporaryDir> m_directory;
+};
+
+void TestSnippets::init()
+{
+    m_host = std::make_unique<TestHost>();
+    m_directory = std::make_unique<QTemporaryDir>();
+}
+
+void TestSnippets::cleanup()
+{
+    QCOMPARE(m_host->dialogs().finish(), QString());
+    SnippetManager::instance()->setDirectory(QString());
+    m_host.reset();
+}
+
+void TestSnippets::readsAndWritesTheSameBytes()
+{
+    std::optional<Snippet> snippet = Snippet::read(Stored);
+    QVERIFY(snippet);
+    QCOMPARE(snippet->fields.size(), size_t(3));
+    QCOMPARE(snippet->fields[0]->title, QStringLiteral("Width & more"));
+    QCOMPARE(snippet->fields[1]->column.value_or(-1), 1);
+    const auto *items = dynamic_cast<ComboSnipField *>(snippet->fields[2].get());
+    QVERIFY(items);
+    QCOMPARE(items->titles, QStringList({"To the left", "To the <right>"}));
+    QCOMPARE(snippet->code,
+             QStringLiteral("@step @who\n\tsize: @width, @width <CURSOR>\n\nface: @dir"));
+    QList<SnipField *> fields;
+    for (const auto &field : snippet->fields)
+        fields << field.get();
+    QCOMPARE(snippetToXml(fields, snippet->code), QByteArray(Stored));
+}
+
+void TestSnippets::codeIsRead_data()
+{
+    QTest::addColumn<QByteArray>("code");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("on one line") << QByteArray("a: 1") << "a: 1";
+    QTest::newRow("with its own indentation") << QByteArray("\n  a\n    b\n") << "  a\n    b";
+    QTest::newRow("a blank line at the end") << QByteArray("\n\t\ta\n\t\t\n\t") << "a\n";
+    QTest::newRow("characters by number")
+        << QByteArray("&#228;&lt;&#x20ac;") << QString::fromUtf8("ä<€");
+    QTest::newRow("marked as data") << QByteArray("<![CDATA[a <b> &c;]]>") << "a <b> &c;";
+    QTest::newRow("nothing") << QByteArray() << "";
+}
+
+void TestSnippets::codeIsRead()
+{
+    QFETCH(QByteArray, code);
+    // Without fields no dialog opens; the script would tell.
+    QTEST(SnippetManager::build(m_host->mainWindow(), snippetOf("", code)), "text");
+}
+
+void TestSnippets::fieldsBecomeControls_data()
+{
+    QTest::addColumn<QByteArray>("field");
+    QTest::addColumn<QByteArray>("className");
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QString>("code");
+    QTest::newRow("string") << QByteArray("type='string'") << QByteArray("QLineEdit")
+                            << QVariant("x y") << "<x y|x yz>";
+    QTest::newRow("no type is a string")
+        << QByteArray() << QByteArray("QLineEdit") << QVariant("q") << "<q|qz>";
+    QTest::newRow("another word is an integer")
+        << QByteArray("type='whatever'") << QByteArray("QSpinBox") << QVariant(-12) << "<-12|-12z>";
+    QTest::newRow("items give the value")
+        << QByteArray("type='items' value='l;r' value_title='Left;Right'")
+        << QByteArray("QComboBox") << QVariant("Right") << "<r|rz>";
+    QTest::newRow("an item without a text")
+        << QByteArray("type='items' value='one;two'") << QByteArray("QComboBox") << QVariant("two")
+        << "<two|twoz>";
+    QTest::newRow("a fraction gives a character")
+        << QByteArray("type='float'") << QByteArray("QDoubleSpinBox") << QVariant(65.9) << "<A|Az>";
+}
+
+void TestSnippets::fieldsBecomeControls()
+{
+    QFETCH(QByteArray, field);
+    QFETCH(QByteArray, className);
+    QFETCH(QVariant, value);
+    m_host->dialogs().expectDialog([&](QDialog *dialog) {
+        auto *control = dialog->findChild<QWidget *>("f");
+        QVERIFY(control);
+        QCOMPARE(QByteArray(control->metaObject()->className()), className);
+        if (auto *text = qobject_cast<QLineEdit *>(control))
+            text->setText(value.toString());
+        else if (auto *number = qobject_cast<QSpinBox *>(control))
+            number->setValue(value.toInt());
+        else if (auto *real = qobject_cast<QDoubleSpinBox *>(control))
+            real->setValue(value.toDouble());
+        else if (auto *list = qobject_cast<QComboBox *>(control))
+            list->setCurrentText(value.toString());
+        dialog->accept();
+    });
+    QTEST(SnippetManager::build(
+              m_host->mainWindow(),
+              snippetOf("<field name='f' title='F' " + field + "/>", "&lt;@f|@fz>")),
+          "code");
+}
+
+void TestSnippets::cancelInsertsNothing()
+{
+    m_host->dialogs().expectDialog([](QDialog *dialog) { dialog->reject(); });
+    QCOMPARE(SnippetManager::build(m_host->mainWindow(), Stored), QString());
+}
+
+void TestSnippets::badFiles_data()
+{
+    QTest::addColumn<QByteArray>("xml");
+    const QByteArray whole(Stored);
+    QTest::newRow("empty") << QByteArray();
+    QTest::newRow("cut off in a field") << whole.left(100);
+    QTest::newRow("cut off in the code") << whole.left(whole.indexOf("size"));
+    QTest::newRow("an unknown entity") << snippetOf("", "&nothing;");
+    QTest::newRow("an element in the code") << snippetOf("", "a<b/>c");
+    QTest::newRow("no XML") << QByteArray("\x89PNG\r\n\x1a\n\0\0", 10);
+}
+
+void TestSnippets::badFiles()
+{
+    QFETCH(QByteArray, xml);
+    m_host->dialogs().expectBox(QMessageBox::Ok);
+    QCOMPARE(SnippetManager::build(m_host->mainWindow(), xml), QString());
+    // The box tells the line and the column.
+    const QString told = m_host->dialogs().seen().last().text;
+    QVERIFY2(told.contains("line") && told.contains("column"), qPrintable(told));
+}
+
+void TestSnippets::listsTheFolder()
+{
+    SnippetManager *manager = SnippetManager::instance();
+    writeFile(m_directory->filePath("b.c.xml"), snippetOf("", "second"));
+    writeFile(m_directory->filePath("a.xml"), snippetOf("", "first"));
+    writeFile(m_directory->filePath("notes.txt"), "no");
+    QSignalSpy inserted(manager, &QAbstractItemModel::rowsInserted);
+    manager->setDirectory(m_directory->path());
+    QCOMPARE(inserted.size(), 1);
+    QCOMPARE(manager->rowCount(), 2);
+    QCOMPARE(manager->data(manager->index(0)).toString(), QStringLiteral("a"));
+    QCOMPARE(manager->data(manager->index(1)).toString(), QStringLiteral("b.c"));
+    QVERIFY(!manager->data(manager->index(0), Qt::DecorationRole).isValid());
+    QVERIFY(!manager->data(QModelIndex()).isValid());
+    QCOMPARE(manager->snippet(m_host->mainWindow(), 1), QStringLiteral("second"));
+    QFile::remove(m_directory->filePath("a.xml"));
+    for (int row : {-1, 0, 2})
+        QCOMPARE(manager->snippet(m_host->mainWindow(), row), QString());
+    manager->setDirectory(m_directory->filePath("none"));
+    QCOMPARE(manager->rowCount(), 0);
+}
+
+void TestSnippets::dialogChangesNothing()
+{
+    const QString from = m_directory->filePath("from.xml");
+    const QString to = m_directory->filePath("to.xml");
+    writeFile(from, Stored);
+    SnipDlg dialog(m_host->mainWindow(), from);
+    QCOMPARE(dialog.windowTitle(), QStringLiteral("Code snippet editor"));
+    // Opening every field and closing it again is no change either.
+    auto *list = dialog.findChild<QListView *>("snipFields");
+    for (int row = 0; row < list->model()->rowCount(); ++row) {
+        list->setCurrentIndex(list->model()->index(row, 0));
+        m_host->dialogs().expectDialog([](QDialog *field) { field->accept(); });
+        dialog.findChild<QPushButton *>("editBut")->click();
+    }
+    m_host->dialogs().expectFiles({to});
+    dialog.findChild<QPushButton *>("saveBut")->click();
+    QCOMPARE(readFile(to), QByteArray(Stored));
+    QCOMPARE(m_host->dialogs().seenTitles().last(), QStringLiteral("Save code snippet"));
+}
+
+void TestSnippets::dialogEditsFields()
+{
+    SnipDlg dialog(m_host->mainWindow());
+    const auto button = [&](const char *name) { return dialog.findChild<QPushButton *>(name); };
+    auto *list = dialog.findChild<QListView *>("snipFields");
+    QVERIFY(!button("insertBut")->isEnabled());
+    for (const char *name : {"one", "two"}) {
+        m_host->dialogs().expectDialog([name](QDialog *field) {
+            QCOMPARE(field->windowTitle(), QStringLiteral("Add field"));
+            auto *ok = field->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok);
+            QVERIFY(!ok->isEnabled());
+            field->findChild<QLineEdit *>("name")->setText(name);
+            QVERIFY(ok->isEnabled());
+            QVERIFY(!field->findChild<QLineEdit *>("values")->isVisible());
+            field->findChild<QComboBox *>("type")->setCurrentText("items");
+            QVERIFY(field->findChild<QLineEdit *>("values")->isVisible());
+            field->findChild<QLineEdit *>("values")->setText("1;2");
+            field->accept();
+        });
+        button("addBut")->click();
+    }
+    QVERIFY(!button("down")->isEnabled());
+    button("up")->click();
+    button("insertBut")->click();
+    QCOMPARE(dialog.findChild<QPlainTextEdit *>("snipEdit")->toPlainText(), QStringLiteral("@two"));
+    button("removeBut")->click();
+    QCOMPARE(list->model()->rowCount(), 1);
+    m_host->dialogs().expectFiles({m_directory->filePath("new")});
+    button("saveBut")->click();
+    const std::optional<Snippet> saved = Snippet::read(readFile(m_directory->filePath("new.xml")));
+    QVERIFY(saved && saved->fields.size() == 1);
+    QCOMPARE(saved->fields[0]->name, QStringLiteral("one"));
+    QCOMPARE(saved->code, QStringLiteral("@two"));
+
+    m_host->dialogs().expectFiles({m_directory->filePath("no such folder/new")});
+    m_host->dialogs().expectBox(QMessageBox::Ok);
+    button("saveBut")->click();
+}
+
+void TestSnippets::dialogPreviews()
+{
+    SnipDlg dialog(m_host->mainWindow());
+    dialog.findChild<QPlainTextEdit *>("snipEdit")->setPlainText("a < b\n& c");
+    QString shown;
+    m_host->dialogs().expectDialog([&](QDialog *preview) {
+        shown = preview->findChild<QPlainTextEdit *>("previewText")->toPlainText();
+        preview->reject();
+    });
+    dialog.findChild<QPushButton *>("previewBut")->click();
+    QCOMPARE(shown, QStringLiteral("a < b\n& c"));
+}
+
+void TestSnippets::translationSource()
+{
+    const QString from = m_directory->filePath("jump.xml");
+    const QString to = m_directory->filePath("jump.ts");
+    writeFile(from, Stored);
+    SnipDlg dialog(m_host->mainWindow(), from);
+    m_host->dialogs().expectFiles({to});
+    dialog.findChild<QPushButton *>("saveTSBut")->click();
+    const QByteArray source = readFile(to);
+    QVERIFY(source.startsWith("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<!DOCTYPE TS>\n"
+                              "<TS version=\"2.0\">\n<context>\n\t<name>QSnippetManager</name>\n"
+                              "\t<message>\n\t\t<source>jump</source>\n\t\t<comment>"));
+    QCOMPARE(source.count("</comment>\n\t\t<translation type=\"unfinished\"></translation>\n"
+                          "\t</message>\n"),
+             6);
+    QVERIFY(source.endsWith("\t</message>\n</context>\n</TS>\n"));
+    QStringList texts;
+    QXmlStreamReader reader(source);
+    while (!reader.atEnd()) {
+        if (reader.readNext() == QXmlStreamReader::StartElement &&
+            reader.name() == QLatin1String("source"))
+            texts << reader.readElementText();
+    }
+    QVERIFY2(!reader.hasError(), qPrintable(reader.errorString()));
+    QCOMPARE(texts, QStringList({"jump", "Width & more", "Who", "Direction", "To the left",
+                                 "To the <right>"}));
+}
+
+QTEST_MAIN(TestSnippets)
+#include "tst_snippets.moc"
