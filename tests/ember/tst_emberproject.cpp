@@ -2,6 +2,7 @@
 #include <ember/emberparentproject.h>
 
 #include <kilnx/code/messages.h>
+#include <kilnx/code/valuecode.h>
 #include <kilnx/project/archive.h>
 #include <tests/support/testhost.h>
 #include <tests/support/treedump.h>
@@ -98,7 +99,9 @@ private slots:
     void savesWithLineEnds();
     void makesFiles();
     void collectsFiles();
+    void sampleUsesEveryValueType();
     void runsTheGame();
+    void runsTheGameOfTheProject();
     void closesEverything();
     void returnsEveryNode();
 
@@ -402,6 +405,21 @@ void TestEmberProject::collectsFiles()
     QVERIFY(none.isEmpty());
 }
 
+void TestEmberProject::sampleUsesEveryValueType()
+{
+    QVERIFY(openHero());
+    QSet<int> types;
+    for (Kiln::Project *project : m_parent->openedProjects()) {
+        for (Kiln::ProjectFile *file : project->files()) {
+            const Kiln::CodeNode *node = static_cast<EmberDocument *>(file);
+            while ((node = node->next(Kiln::CodeNode::Value, 0)))
+                types.insert(static_cast<const Kiln::ValueCode *>(node)->valueType());
+        }
+    }
+    for (int type = Kiln::ValueCode::Plain; type <= Kiln::ValueCode::IntVector2; ++type)
+        QVERIFY2(types.contains(type), qPrintable(QString::number(type)));
+}
+
 void TestEmberProject::runsTheGame()
 {
     QVERIFY(openHero());
@@ -421,6 +439,21 @@ void TestEmberProject::runsTheGame()
              QStringLiteral("loaded %1tidewater.hearth, 4 sections").arg(m_parent->basePath()));
     const QString list = QString::fromLocal8Bit(qgetenv("EMBER_DEFINITIONS"));
     QVERIFY(!list.isEmpty() && !QFile::exists(list));
+}
+
+/// A game beside the definitions is run without asking which, and is told of the same files.
+void TestEmberProject::runsTheGameOfTheProject()
+{
+    QVERIFY(openHero());
+    EmberEngine::instance().clear();
+    QVERIFY(!m_parent->isGame());
+    QVERIFY(QFile::copy(QStringLiteral(KILN_BINARY_DIR "/bin/ember-game"),
+                        m_parent->basePath() + QStringLiteral("ember-game")));
+    QVERIFY(m_parent->isGame());
+    QString output;
+    QVERIFY(m_parent->run(&output));
+    QVERIFY2(output.contains(QStringLiteral("loaded %1tidewater.hearth").arg(m_parent->basePath())),
+             qPrintable(output));
 }
 
 void TestEmberProject::closesEverything()
