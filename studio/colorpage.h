@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QColor>
+#include <QMap>
+#include <QWidget>
+
+class QToolButton;
+
+namespace Studio
+{
+
+class Settings;
+
+/// The page of the settings dialog for the colours of code under the theme of now.
+class ColorPage : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit ColorPage(Settings &settings, QWidget *parent = nullptr);
+
+    /// Stores the colours that were changed.
+    void apply();
+
+private:
+    void choose(const QString &entry);
+    void show(const QString &entry, const QColor &color);
+    void restoreDefaults();
+    static QString caption(const QString &entry);
+
+    Settings &m_settings;
+    QMap<QString, QToolButton *> m_buttons;
+    QMap<QString, QColor> m_changed; ///< an invalid colour stands for the delivered one
+};
+
+} // namespace Studio

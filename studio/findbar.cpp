@@ -1,0 +1,126 @@
+#include "findbar.h"
+
+#include "widgets.h"
+
+#include <QCheckBox>
+#include <QGridLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QToolButton>
+
+namespace Studio
+{
+
+FindBar::FindBar(QWidget *parent)
+    : QWidget(parent)
+    , m_text(named(new QLineEdit(this), "find_text", tr("Text to find")))
+    , m_replacement(named(new QLineEdit(this), "find_replacement", tr("Replacement")))
+    , m_regularExpression(named(new QCheckBox(tr("&Regular expression"), this), "find_regex"))
+    , m_caseSensitive(named(new QCheckBox(tr("Match &case"), this), "find_case"))
+    , m_wrap(named(new QCheckBox(tr("&Wrap around"), this), "find_wrap"))
+{
+    named(this, "find_bar", tr("Find and replace"));
+    m_wrap->setChecked(true);
+    m_text->setClearButtonEnabled(true);
+
+    auto *findLabel = new QLabel(tr("Fi&nd:"), this);
+    findLabel->setBuddy(m_text);
+    auto *replaceLabel = new QLabel(tr("Re&place:"), this);
+    replaceLabel->setBuddy(m_replacement);
+    auto *previous = named(new QPushButton(tr("Pre&vious"), this), "find_previous");
+    auto *next = named(new QPushButton(tr("Ne&xt"), this), "find_next");
+    auto *replace = named(new QPushButton(tr("&Replace"), this), "find_replace_one");
+    auto *replaceAll = named(new QPushButton(tr("Replace &all"), this), "find_replace_all");
+    auto *close = named(new QToolButton(this), "find_close", tr("Close the find bar"));
+    close->setIcon(QIcon(QStringLiteral(":/kiln_icons/icons/close.png")));
+    close->setAutoRaise(true);
+    close->setToolTip(tr("Close (Esc)"));
+
+    auto *layout = new QGridLayout(this);
+    layout->setContentsMargins(8, 4, 8, 4);
+    layout->addWidget(findLabel, 0, 0);
+    layout->addWidget(m_text, 0, 1);
+    layout->addWidget(previous, 0, 2);
+    layout->addWidget(next, 0, 3);
+    layout->addWidget(m_regularExpression, 0, 4);
+    layout->addWidget(m_caseSensitive, 0, 5);
+    layout->addWidget(close, 0, 6);
+    layout->addWidget(replaceLabel, 1, 0);
+    layout->addWidget(m_replacement, 1, 1);
+    layout->addWidget(replace, 1, 2);
+    layout->addWidget(replaceAll, 1, 3);
+    layout->addWidget(m_wrap, 1, 4);
+    layout->setColumnStretch(1, 1);
+
+    connect(m_text, &QLineEdit::returnPressed, this, &FindBar::findNext);
+    connect(m_replacement, &QLineEdit::returnPressed, this, &FindBar::replaceOne);
+    connect(next, &QPushButton::clicked, this, &FindBar::findNext);
+    connect(previous, &QPushButton::clicked, this, &FindBar::findPrevious);
+    connect(replace, &QPushButton::clicked, this, &FindBar::replaceOne);
+    connect(replaceAll, &QPushButton::clicked, this, &FindBar::replaceAll);
+    connect(close, &QToolButton::clicked, this, &FindBar::dismiss);
+}
+
+void FindBar::start(const QString &text)
+{
+    if (!text.isEmpty())
+        m_text->setText(text);
+    show();
+    m_text->setFocus(Qt::ShortcutFocusReason);
+    m_text->selectAll();
+}
+
+QString FindBar::text() const
+{
+    return m_text->text();
+}
+
+void FindBar::findNext()
+{
+    emit findRequested(m_text->text(), flags());
+}
+
+void FindBar::findPrevious()
+{
+    emit findRequested(m_text->text(), flags() | Backward);
+}
+
+void FindBar::replaceOne()
+{
+    emit replaceRequested(m_text->text(), m_replacement->text(), flags(), false);
+}
+
+void FindBar::replaceAll()
+{
+    emit replaceRequested(m_text->text(), m_replacement->text(), flags(), true);
+}
+
+void FindBar::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape)
+        dismiss();
+    else
+        QWidget::keyPressEvent(event);
+}
+
+unsigned int FindBar::flags() const
+{
+    unsigned int flags = 0;
+    if (m_regularExpression->isChecked())
+        flags |= RegularExpression;
+    if (m_caseSensitive->isChecked())
+        flags |= CaseSensitive;
+    if (m_wrap->isChecked())
+        flags |= Wrap;
+    return flags;
+}
+
+void FindBar::dismiss()
+{
+    hide();
+    emit closed();
+}
+
+} // namespace Studio

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <QWidget>
+
+class QCheckBox;
+class QLineEdit;
+
+namespace Studio
+{
+
+/// The strip under an editor that finds and replaces text in its current file.
+///
+/// It knows no editor: it asks by signal, with the flag bits that editors understand.
+class FindBar : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// Bits of the `flags` of an editor's find and replace.
+    enum Flag {
+        RegularExpression = 1,
+        CaseSensitive = 2,
+        Backward = 4,
+        Wrap = 8,
+        Silent = 16 ///< no "Nothing found!" box
+    };
+
+    explicit FindBar(QWidget *parent = nullptr);
+
+    /// Shows the bar with the focus in the search field; `text`, unless empty, replaces its
+    /// contents.
+    void start(const QString &text);
+
+    QString text() const;
+
+signals:
+    void findRequested(const QString &text, unsigned int flags);
+    void
+    replaceRequested(const QString &text, const QString &replacement, unsigned int flags, bool all);
+    /// The bar was closed; the focus belongs in the editor again.
+    void closed();
+
+public slots:
+    void findNext();
+    void findPrevious();
+    void replaceOne();
+    void replaceAll();
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    unsigned int flags() const;
+    void dismiss();
+
+    QLineEdit *m_text;
+    QLineEdit *m_replacement;
+    QCheckBox *m_regularExpression;
+    QCheckBox *m_caseSensitive;
+    QCheckBox *m_wrap;
+};
+
+} // namespace Studio

@@ -1,0 +1,183 @@
+#include "mainactions.h"
+
+#include "actionregistry.h"
+#include "menus.h"
+
+#include <QAction>
+#include <QMainWindow>
+#include <QMenu>
+#include <QToolBar>
+
+namespace Studio
+{
+
+MainActions::MainActions(QMainWindow *window, Menus *menus)
+    : QObject(window)
+    , m_window(window)
+{
+    makeFileMenu(menus->menu(QStringLiteral("file")));
+    makeEditMenu(menus->menu(QStringLiteral("edit")));
+    makeViewMenu(menus->menu(QStringLiteral("view")));
+    makeOtherMenus(menus);
+    makeToolBar();
+    m_needFile = {closeFile, save,       saveAs,   undo,        redo,         cut,
+                  copy,      paste,      find,     findNext,    findPrevious, zoomIn,
+                  zoomOut,   zoomActual, nextFile, previousFile};
+    m_needProject = {
+        closeProject,          saveAll, saveProjectAs, backup,          restore,
+        findInFiles,           run,     nextMessage,   previousMessage, newMenu->menuAction(),
+        openMenu->menuAction()};
+    m_needRest = {openProject, closeProject, saveProjectAs,           restore,
+                  run,         quit,         recentMenu->menuAction()};
+    setState(false, false, false);
+}
+
+void MainActions::setState(bool projectOpen, bool fileShown, bool running)
+{
+    for (QAction *action : qAsConst(m_needRest))
+        action->setEnabled(!running);
+    for (QAction *action : qAsConst(m_needProject))
+        action->setEnabled(projectOpen && !(running && m_needRest.contains(action)));
+    for (QAction *action : qAsConst(m_needFile))
+        action->setEnabled(fileShown);
+}
+
+QAction *MainActions::make(const char *name, const QString &text, const QString &hint)
+{
+    auto *action = new QAction(ActionRegistry::icon(QLatin1String(name)), text, m_window);
+    action->setObjectName(QLatin1String("action_") + QLatin1String(name));
+    action->setStatusTip(hint);
+    m_window->addAction(action);
+    return action;
+}
+
+void MainActions::makeFileMenu(QMenu *menu)
+{
+    newMenu = menu->addMenu(ActionRegistry::icon("new"), tr("&New"));
+    openProject = make("open", tr("&Open project..."), tr("Open the project in a directory"));
+    openProject->setShortcuts(QKeySequence::Open);
+    openMenu = new QMenu(tr("Open &file"), menu);
+    recentMenu = new QMenu(tr("&Recent projects"), menu);
+    recentMenu->setObjectName(QStringLiteral("menu_recent"));
+    save = make("save", tr("&Save"), tr("Save the current file"));
+    save->setShortcuts(QKeySequence::Save);
+    saveAs = make("save_as", tr("Save &as..."), tr("Save the current file under another name"));
+    saveAs->setShortcuts(QKeySequence::SaveAs);
+    saveAll = make("save_all", tr("Save a&ll"), tr("Save every changed file of the project"));
+    saveAll->setShortcut(QKeySequence(Qt::CTRL + Qt::ALT + Qt::Key_S));
+    closeFile = make("close", tr("&Close file"), tr("Close the current file"));
+    closeFile->setShortcuts(QKeySequence::Close);
+    closeProject = make("project_close", tr("Close &project"), tr("Close the open project"));
+    quit = make("quit", tr("&Quit"), tr("Leave Kiln Studio"));
+    quit->setShortcuts(QKeySequence::Quit);
+    quit->setMenuRole(QAction::QuitRole);
+
+    menu->addAction(openProject);
+    menu->addMenu(openMenu);
+    menu->addMenu(recentMenu);
+    menu->addSeparator();
+    menu->addActions({save, saveAs, saveAll});
+    menu->addSeparator();
+    menu->addActions({closeFile, closeProject});
+    menu->addSeparator();
+    menu->addAction(quit);
+}
+
+void MainActions::makeEditMenu(QMenu *menu)
+{
+    undo = make("undo", tr("&Undo"), tr("Take back the last change"));
+    undo->setShortcuts(QKeySequence::Undo);
+    redo = make("redo", tr("&Redo"), tr("Make the change again that was taken back"));
+    redo->setShortcuts(QKeySequence::Redo);
+    cut = make("cut", tr("Cu&t"), tr("Move the selection to the clipboard"));
+    cut->setShortcuts(QKeySequence::Cut);
+    copy = make("copy", tr("&Copy"), tr("Copy the selection to the clipboard"));
+    copy->setShortcuts(QKeySequence::Copy);
+    paste = make("paste", tr("&Paste"), tr("Insert the clipboard"));
+    paste->setShortcuts(QKeySequence::Paste);
+    find = make("find", tr("&Find and replace..."), tr("Find and replace in the current file"));
+    find->setShortcuts({QKeySequence(QKeySequence::Find), QKeySequence(QKeySequence::Replace)});
+    findNext = make("find_next", tr("Find &next"), tr("Go to the next hit"));
+    findNext->setShortcuts(QKeySequence::FindNext);
+    findPrevious = make("find_previous", tr("Find pre&vious"), tr("Go to the previous hit"));
+    findPrevious->setShortcuts(QKeySequence::FindPrevious);
+    findInFiles = make("find_in_files", tr("Find in f&iles..."), tr("Find in all files"));
+    findInFiles->setShortcut(QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_F));
+    nextMessage = make("next_message", tr("Next &message"), tr("Go to the next message"));
+    nextMessage->setShortcut(QKeySequence(Qt::Key_F8));
+    previousMessage =
+        make("previous_message", tr("Previous messa&ge"), tr("Go to the previous message"));
+    previousMessage->setShortcut(QKeySequence(Qt::SHIFT + Qt::Key_F8));
+
+    menu->addActions({undo, redo});
+    menu->addSeparator();
+    menu->addActions({cut, copy, paste});
+    menu->addSeparator();
+    menu->addActions({find, findNext, findPrevious, findInFiles});
+    menu->addSeparator();
+    menu->addActions({nextMessage, previousMessage});
+    menu->addSeparator();
+}
+
+void MainActions::makeViewMenu(QMenu *menu)
+{
+    zoomIn = make("zoom_in", tr("Zoom &in"), tr("Show the contents larger"));
+    zoomIn->setShortcuts(QKeySequence::ZoomIn);
+    zoomOut = make("zoom_out", tr("Zoom &out"), tr("Show the contents smaller"));
+    zoomOut->setShortcuts(QKeySequence::ZoomOut);
+    zoomActual = make("zoom_actual", tr("&Actual size"), tr("Show the contents in their size"));
+    zoomActual->setShortcut(QKeySequence(Qt::CTRL + Qt::Key_0));
+    nextFile = make("next_file", tr("Ne&xt file"), tr("Go to the next open file"));
+    nextFile->setShortcuts(QKeySequence::NextChild);
+    previousFile = make("previous_file", tr("Pre&vious file"), tr("Go to the previous open file"));
+    previousFile->setShortcuts(QKeySequence::PreviousChild);
+
+    menu->addActions({zoomIn, zoomOut, zoomActual});
+    menu->addSeparator();
+    menu->addActions({nextFile, previousFile});
+    menu->addSeparator();
+}
+
+void MainActions::makeOtherMenus(Menus *menus)
+{
+    run = make("run", tr("&Run in engine"), tr("Start the engine on the project"));
+    run->setShortcut(QKeySequence(Qt::Key_F5));
+    saveProjectAs = make("save_project_as", tr("&Save project as..."), tr("Save all elsewhere"));
+    backup = make("backup", tr("&Backup..."), tr("Keep a dated copy of the project"));
+    restore = make("restore", tr("Res&tore backup..."), tr("Go back to a kept copy"));
+    settings = make("settings", tr("&Settings..."), tr("Change the options of Kiln Studio"));
+    settings->setShortcuts(QKeySequence::Preferences);
+    if (settings->shortcut().isEmpty())
+        settings->setShortcut(QKeySequence(Qt::CTRL + Qt::Key_Comma));
+    settings->setMenuRole(QAction::PreferencesRole);
+    engines = make("engines", tr("&Engines..."), tr("Edit the list of engines"));
+    about = make("about", tr("&About Kiln Studio"), QString());
+    about->setMenuRole(QAction::AboutRole);
+
+    QMenu *project = menus->menu(QStringLiteral("project"));
+    project->addAction(run);
+    project->addSeparator();
+    project->addActions({saveProjectAs, backup, restore});
+    menus->menu(QStringLiteral("tools"))->addActions({settings, engines});
+    menus->menu(QStringLiteral("help"))->addAction(about);
+}
+
+void MainActions::makeToolBar()
+{
+    auto *bar = new QToolBar(tr("Main tool bar"), m_window);
+    bar->setObjectName(QStringLiteral("toolbar_main"));
+    bar->setIconSize(QSize(16, 16));
+    bar->addAction(openProject);
+    bar->addActions({save, saveAll});
+    bar->addSeparator();
+    bar->addActions({undo, redo});
+    bar->addSeparator();
+    bar->addActions({cut, copy, paste});
+    bar->addSeparator();
+    bar->addActions({find, findInFiles});
+    bar->addSeparator();
+    bar->addActions({run, settings});
+    m_window->addToolBar(bar);
+}
+
+} // namespace Studio

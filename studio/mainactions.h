@@ -1,0 +1,77 @@
+#pragma once
+
+#include <QList>
+#include <QObject>
+
+class QAction;
+class QMainWindow;
+class QMenu;
+class QToolBar;
+
+namespace Studio
+{
+
+class Menus;
+
+/// Studio's own commands: actions with their place in menus and in the tool bar.
+/// What they do is connected by the window.
+class MainActions : public QObject
+{
+    Q_OBJECT
+
+public:
+    MainActions(QMainWindow *window, Menus *menus);
+
+    /// Enables what makes sense with a project open, and with a file shown in an editor.
+    void setState(bool projectOpen, bool fileShown, bool running);
+
+    QAction *openProject;
+    QAction *closeProject;
+    QAction *closeFile;
+    QAction *save;
+    QAction *saveAs;
+    QAction *saveAll;
+    QAction *saveProjectAs;
+    QAction *backup;
+    QAction *restore;
+    QAction *quit;
+    QAction *undo;
+    QAction *redo;
+    QAction *cut;
+    QAction *copy;
+    QAction *paste;
+    QAction *find;
+    QAction *findNext;
+    QAction *findPrevious;
+    QAction *findInFiles;
+    QAction *zoomIn;
+    QAction *zoomOut;
+    QAction *zoomActual;
+    QAction *nextMessage;
+    QAction *previousMessage;
+    QAction *nextFile;
+    QAction *previousFile;
+    QAction *run;
+    QAction *settings;
+    QAction *engines;
+    QAction *about;
+
+    QMenu *newMenu;
+    QMenu *openMenu;
+    QMenu *recentMenu;
+
+private:
+    QAction *make(const char *name, const QString &text, const QString &hint);
+    void makeFileMenu(QMenu *menu);
+    void makeEditMenu(QMenu *menu);
+    void makeViewMenu(QMenu *menu);
+    void makeOtherMenus(Menus *menus);
+    void makeToolBar();
+
+    QMainWindow *m_window;
+    QList<QAction *> m_needProject;
+    QList<QAction *> m_needFile;
+    QList<QAction *> m_needRest; ///< must wait until the engine has ended
+};
+
+} // namespace Studio

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QDockWidget>
+
+class QTreeView;
+
+namespace Kiln
+{
+class ProjectFile;
+}
+
+namespace Studio
+{
+
+class MessageTable;
+
+/// The table of messages of the whole project; a row that is activated leads to its line.
+class MessagesDock : public QDockWidget
+{
+    Q_OBJECT
+
+public:
+    explicit MessagesDock(QWidget *parent = nullptr);
+
+    MessageTable *table() const { return m_table; }
+    QTreeView *view() const { return m_view; }
+
+    /// Leads to the place of a row, as if the user had activated it.
+    void activate(const QModelIndex &index);
+
+signals:
+    /// The user wants to see a place; both numbers count from 0.
+    void placeActivated(Kiln::ProjectFile *file, int line, int column);
+
+private:
+    MessageTable *m_table;
+    QTreeView *m_view;
+};
+
+} // namespace Studio

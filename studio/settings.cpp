@@ -1,0 +1,101 @@
+#include "settings.h"
+
+#include <QDir>
+#include <QFontDatabase>
+#include <QSettings>
+
+namespace Studio
+{
+
+namespace
+{
+
+const int maximumRecent = 10;
+const char recentKey[] = "recent_projects";
+
+QHash<QString, QVariant> deliveredDefaults()
+{
+    const QFont fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    return {
+        {"parseCode", true},
+        {"modelCode", true},
+        {"highlightCode", true},
+        {"auto_expand_tree", true},
+        {"enable_file_watcher", true},
+        {"use_native_open", true},
+        {"sort_file_names", true},
+        {"show_organizer", true},
+        {"show_code_bar", true},
+        {"code_line_numbers", true},
+        {"code_highlight_line", true},
+        {"code_folding_markers", true},
+        {"code_paren_matching", true},
+        {"reopen_last_project", true},
+        {"theme", "system"},
+        {"font_name", fixed.family()},
+        {"font_size", 10},
+    };
+}
+
+} // namespace
+
+Settings::Settings(const QString &fileName, QObject *parent)
+    : QObject(parent)
+    , m_store(new QSettings(fileName, QSettings::IniFormat, this))
+    , m_defaults(deliveredDefaults())
+{
+    m_store->setFallbacksEnabled(false);
+    const QStringList keys = m_store->allKeys();
+    for (const QString &key : keys)
+        m_values.insert(key, m_store->value(key));
+}
+
+Settings::~Settings() = default;
+
+QVariant Settings::value(const QString &key, const QVariant &fallback) const
+{
+    const auto stored = m_values.constFind(key);
+    return stored != m_values.constEnd() ? *stored : m_defaults.value(key, fallback);
+}
+
+void Settings::setValue(const QString &key, const QVariant &value)
+{
+    const QVariant before = this->value(key);
+    if (value.isValid()) {
+        m_values.insert(key, value);
+        m_store->setValue(key, value);
+    } else {
+        m_values.remove(key);
+        m_store->remove(key);
+    }
+    if (this->value(key) != before)
+        emit changed(key);
+}
+
+void Settings::sync()
+{
+    m_store->sync();
+}
+
+QStringList Settings::recentProjects() const
+{
+    return value(QLatin1String(recentKey)).toStringList();
+}
+
+void Settings::addRecentProject(const QString &directory)
+{
+    const QString path = QDir::cleanPath(directory);
+    QStringList recent = recentProjects();
+    recent.removeAll(path);
+    recent.prepend(path);
+    setValue(QLatin1String(recentKey), QStringList(recent.mid(0, maximumRecent)));
+}
+
+void Settings::removeRecentProject(const QString &directory)
+{
+    QStringList recent = recentProjects();
+    recent.removeAll(QDir::cleanPath(directory));
+    setValue(QLatin1String(recentKey), recent);
+}
+
+} // namespace Studio

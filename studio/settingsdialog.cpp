@@ -1,0 +1,151 @@
+#include "settingsdialog.h"
+
+#include "colorpage.h"
+#include "enginepage.h"
+#include "settings.h"
+#include "widgets.h"
+
+#include <kilnx/project/engine.h>
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QFontComboBox>
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QPushButton>
+#include <QSpinBox>
+#include <QTabWidget>
+#include <QVBoxLayout>
+
+namespace Studio
+{
+
+SettingsDialog::SettingsDialog(Settings &settings, Kiln::Engine *engine, QWidget *parent)
+    : QDialog(parent)
+    , m_settings(settings)
+    , m_pages(named(new QTabWidget(this), "settings_pages", tr("Pages")))
+{
+    named(this, "settings_dialog");
+    setWindowTitle(tr("Settings"));
+    m_pages->addTab(generalPage(), tr("&General"));
+    m_pages->addTab(codePage(), tr("&Code"));
+    m_colors = new ColorPage(settings, this);
+    m_pages->addTab(m_colors, tr("C&olours"));
+    if (engine) {
+        m_engines = new EnginePage(engine, this);
+        m_pages->addTab(m_engines, tr("&Engines"));
+        engine->registerCustomOptions(m_engines);
+    }
+
+    auto *buttons =
+        named(new QDialogButtonBox(
+                  QDialogButtonBox::Ok | QDialogButtonBox::Cancel | QDialogButtonBox::Apply, this),
+              "settings_buttons");
+    connect(buttons, &QDialogButtonBox::accepted, this, &SettingsDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, this, &SettingsDialog::reject);
+    connect(buttons->button(QDialogButtonBox::Apply), &QPushButton::clicked, this,
+            &SettingsDialog::apply);
+
+    auto *layout = new QVBoxLayout(this);
+    layout->addWidget(m_pages);
+    layout->addWidget(buttons);
+    resize(560, 480);
+}
+
+void SettingsDialog::showEngines()
+{
+    if (m_engines)
+        m_pages->setCurrentWidget(m_engines);
+}
+
+void SettingsDialog::accept()
+{
+    apply();
+    QDialog::accept();
+}
+
+QWidget *SettingsDialog::generalPage()
+{
+    auto *page = new QWidget(this);
+    m_theme = named(new QComboBox(page), "settings_theme", tr("Theme"));
+    m_theme->addItem(tr("As the system"), "system");
+    m_theme->addItem(tr("Light"), "light");
+    m_theme->addItem(tr("Dark"), "dark");
+    m_theme->setCurrentIndex(m_theme->findData(m_settings.value("theme")));
+    auto *look = new QFormLayout;
+    look->addRow(tr("&Theme:"), m_theme);
+
+    auto *files = new QGroupBox(tr("Files"), page);
+    auto *fileLayout = new QVBoxLayout(files);
+    fileLayout->addWidget(
+        option("reopen_last_project", tr("Open the &last project at start"), page));
+    fileLayout->addWidget(
+        option("enable_file_watcher", tr("&Watch files for changes by other programs"), page));
+    fileLayout->addWidget(option("use_native_open", tr("Use the &system's open dialog"), page));
+    fileLayout->addWidget(
+        option("sort_file_names", tr("So&rt several chosen files by name"), page));
+
+    auto *layout = new QVBoxLayout(page);
+    layout->addLayout(look);
+    layout->addWidget(files);
+    layout->addStretch();
+    return page;
+}
+
+QWidget *SettingsDialog::codePage()
+{
+    auto *page = new QWidget(this);
+    m_font = named(new QFontComboBox(page), "settings_font", tr("Font of code"));
+    m_font->setFontFilters(QFontComboBox::MonospacedFonts);
+    m_font->setCurrentFont(QFont(m_settings.value("font_name").toString()));
+    m_fontSize = named(new QSpinBox(page), "settings_font_size", tr("Font size of code"));
+    m_fontSize->setRange(5, 72);
+    m_fontSize->setSuffix(tr(" pt"));
+    m_fontSize->setValue(m_settings.value("font_size").toInt());
+    auto *form = new QFormLayout;
+    form->addRow(tr("&Font:"), m_font);
+    form->addRow(tr("Si&ze:"), m_fontSize);
+
+    auto *view = new QGroupBox(tr("View"), page);
+    auto *viewLayout = new QVBoxLayout(view);
+    viewLayout->addWidget(option("code_highlight_line", tr("Mark the current &line"), page));
+    viewLayout->addWidget(
+        option("auto_expand_tree", tr("Let the &node tree follow the cursor"), page));
+
+    auto *model = new QGroupBox(tr("Understanding"), page);
+    auto *modelLayout = new QVBoxLayout(model);
+    modelLayout->addWidget(option("parseCode", tr("&Parse code while it is edited"), page));
+    modelLayout->addWidget(option("modelCode", tr("Show the &tree of code"), page));
+    modelLayout->addWidget(option("highlightCode", tr("&Colour the tokens of code"), page));
+
+    auto *layout = new QVBoxLayout(page);
+    layout->addLayout(form);
+    layout->addWidget(view);
+    layout->addWidget(model);
+    layout->addStretch();
+    return page;
+}
+
+QCheckBox *SettingsDialog::option(const char *key, const QString &text, QWidget *page)
+{
+    auto *box = new QCheckBox(text, page);
+    box->setObjectName(QStringLiteral("settings_") + QLatin1String(key));
+    box->setChecked(m_settings.value(QLatin1String(key)).toBool());
+    m_options.insert(QLatin1String(key), box);
+    return box;
+}
+
+void SettingsDialog::apply()
+{
+    for (auto box = m_options.cbegin(); box != m_options.cend(); ++box)
+        m_settings.setValue(box.key(), box.value()->isChecked());
+    m_settings.setValue("theme", m_theme->currentData());
+    m_settings.setValue("font_name", m_font->currentFont().family());
+    m_settings.setValue("font_size", m_fontSize->value());
+    m_colors->apply();
+    m_settings.sync();
+    emit applied();
+}
+
+} // namespace Studio

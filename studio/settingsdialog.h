@@ -1,0 +1,57 @@
+#pragma once
+
+#include <QDialog>
+#include <QMap>
+
+class QCheckBox;
+class QComboBox;
+class QFontComboBox;
+class QSpinBox;
+class QTabWidget;
+
+namespace Kiln
+{
+class Engine;
+}
+
+namespace Studio
+{
+
+class ColorPage;
+class Settings;
+
+/// The dialog of the application's options. OK and Apply store what was changed; the engine list
+/// is edited at once.
+class SettingsDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    SettingsDialog(Settings &settings, Kiln::Engine *engine, QWidget *parent = nullptr);
+
+    /// Shows the page with the engines in front.
+    void showEngines();
+
+    void accept() override;
+
+signals:
+    /// Options were stored.
+    void applied();
+
+private:
+    QWidget *generalPage();
+    QWidget *codePage();
+    QCheckBox *option(const char *key, const QString &text, QWidget *page);
+    void apply();
+
+    Settings &m_settings;
+    QTabWidget *m_pages;
+    QMap<QString, QCheckBox *> m_options;
+    QComboBox *m_theme = nullptr;
+    QFontComboBox *m_font = nullptr;
+    QSpinBox *m_fontSize = nullptr;
+    ColorPage *m_colors = nullptr;
+    QWidget *m_engines = nullptr; ///< null without an engine
+};
+
+} // namespace Studio

@@ -1,0 +1,242 @@
+#include "tour.h"
+
+#include "codesurface.h"
+#include "editordeck.h"
+#include "enginefactory.h"
+#include "mainwindow.h"
+#include "projecttreedock.h"
+#include "tour_p.h"
+
+#include <kilnx/code/codedocument.h>
+#include <kilnx/project/engine.h>
+
+#include <QApplication>
+#include <QDialog>
+#include <QDir>
+#include <QDirIterator>
+#include <QElapsedTimer>
+#include <QMessageBox>
+#include <QPainter>
+#include <QProgressDialog>
+#include <QScopedValueRollback>
+#include <QTest>
+#include <QTreeView>
+
+#include <cstdio>
+
+namespace Studio
+{
+
+namespace
+{
+
+const int dialogTimeoutMs = 8000;
+const int watchIntervalMs = 500;
+
+bool copyTree(const QString &from, const QString &to)
+{
+    QDirIterator entries(from, QDir::Files, QDirIterator::Subdirectories);
+    while (entries.hasNext()) {
+        const QString source = entries.next();
+        const QString target = to + source.mid(from.size());
+        if (!QDir().mkpath(QFileInfo(target).absolutePath()) || !QFile::copy(source, target))
+            return false;
+        QFile::setPermissions(target, QFile::permissions(source) | QFile::WriteOwner);
+    }
+    return QDir(to).exists();
+}
+
+// There is no window manager where the tour usually runs, so a dialog gets a plain frame.
+void paintDialog(QPainter &painter, const QWidget *window, QWidget *dialog)
+{
+    const QPoint place = dialog->mapToGlobal({}) - window->mapToGlobal({});
+    const QRect body(place, dialog->size());
+    const int caption = painter.fontMetrics().height() + 8;
+    const QRect title(body.left(), body.top() - caption, body.width(), caption);
+    const QPalette palette = dialog->palette();
+    painter.fillRect(title, palette.color(QPalette::Mid));
+    painter.setPen(palette.color(QPalette::WindowText));
+    painter.drawText(title, Qt::AlignCenter, dialog->windowTitle());
+    painter.drawPixmap(place, dialog->grab());
+    painter.setPen(palette.color(QPalette::Dark));
+    painter.drawRect(title.united(body).adjusted(-1, -1, 0, 0));
+}
+
+} // namespace
+
+Tour::Tour(const QString &project, const QString &pictures)
+    : d(std::make_unique<Private>())
+{
+    d->source = QDir(project).absolutePath();
+    d->pictures = QDir(pictures).absolutePath();
+}
+
+Tour::~Tour() = default;
+
+bool Tour::run()
+{
+    if (!prepare())
+        return false;
+    step("project", [this] { return openProject(); });
+    step("code", [this] { return showCode(); });
+    step("error", [this] { return typeError(); });
+    step("definition", [this] { return typeDefinition(); });
+    step("find", [this] { return findText(); });
+    step("find-in-files", [this] { return findInFiles(); });
+    step("save", [this] { return saveFile(); });
+    step("settings", [this] { return settings(); });
+    step("engines", [this] { return engines(); });
+    step("outside-change", [this] { return outsideChange(); });
+    step("run-dialog", [this] { return runDialog(); });
+    step("run-output", [this] { return runOutput(); });
+    step("dark", [this] { return darkPalette(); });
+    d->window.reset();
+    return d->failures == 0;
+}
+
+bool Tour::prepare()
+{
+    const QString copy = d->directory.path() + QLatin1Char('/') + QDir(d->source).dirName();
+    if (!d->directory.isValid() || !copyTree(d->source, copy)) {
+        std::fprintf(stderr, "tour: cannot copy %s\n", qPrintable(d->source));
+        return false;
+    }
+    if (!QDir().mkpath(d->pictures)) {
+        std::fprintf(stderr, "tour: cannot write to %s\n", qPrintable(d->pictures));
+        return false;
+    }
+    d->project = copy;
+    QObject::connect(&d->watch, &QTimer::timeout, &d->watch, [this] { endStrayDialog(); });
+    d->watch.start(watchIntervalMs);
+    d->window = std::make_unique<MainWindow>(Paths::below(d->directory.path()));
+    d->window->settings().setValue("theme", "light");
+    d->window->settings().setValue("use_native_open", false);
+    d->window->applySettings();
+    d->window->resize(1280, 800);
+    d->window->show();
+    d->window->activateWindow();
+    return check(QTest::qWaitForWindowExposed(d->window.get()), "the window appears");
+}
+
+void Tour::step(const char *name, const Check &run)
+{
+    ++d->number;
+    d->step = QString::asprintf("%02d-%s", d->number, name);
+    d->pictureTaken = false;
+    const int failuresBefore = d->failures;
+    check(run(), "the step is done");
+    if (!d->pictureTaken)
+        picture(d->step);
+    const bool good = d->failures == failuresBefore;
+    std::printf("%s %s\n", good ? "ok    " : "FAILED", qPrintable(d->step));
+    std::fflush(stdout);
+}
+
+bool Tour::check(bool condition, const char *what)
+{
+    if (!condition) {
+        ++d->failures;
+        std::fprintf(stderr, "tour: %s: not so: %s\n", qPrintable(d->step), what);
+    }
+    return condition;
+}
+
+void Tour::picture(const QString &name)
+{
+    QApplication::processEvents();
+    QPixmap pixels = d->window->grab();
+    QPainter painter(&pixels);
+    const QWidgetList tops = QApplication::topLevelWidgets();
+    for (QWidget *top : tops) {
+        if (qobject_cast<QDialog *>(top) && top->isVisible())
+            paintDialog(painter, d->window.get(), top);
+    }
+    painter.end();
+    d->pictureTaken = true;
+    check(pixels.save(d->pictures + QLatin1Char('/') + name + QLatin1String(".png")),
+          "the picture is written");
+}
+
+// Goes to the row as a user of the keyboard does, and opens it with the Return key.
+bool Tour::openFromTree(const QString &relativeName)
+{
+    auto *dock = d->window->findChild<ProjectTreeDock *>();
+    dock->selectFile(path(relativeName));
+    if (!check(dock->currentFile() == path(relativeName), "the file has a row in the tree"))
+        return false;
+    dock->view()->setFocus();
+    QTest::keyClick(dock->view(), Qt::Key_Return);
+    Kiln::ProjectFile *file = d->window->deck()->currentFile();
+    return check(file && file->fileName() == path(relativeName), "the file is shown");
+}
+
+void Tour::goToLine(int line)
+{
+    CodeText *view = d->window->findChild<CodeText *>();
+    view->setFocus();
+    QTest::keyClick(view, Qt::Key_Home, Qt::ControlModifier);
+    for (int i = 0; i < line; ++i)
+        QTest::keyClick(view, Qt::Key_Down);
+    QTest::keyClick(view, Qt::Key_End);
+}
+
+void Tour::type(const QString &text)
+{
+    CodeText *view = d->window->findChild<CodeText *>();
+    view->setFocus();
+    for (const QChar character : text) {
+        if (character == QLatin1Char('\n'))
+            QTest::keyClick(view, Qt::Key_Return);
+        else
+            QTest::keyClick(view, character.toLatin1());
+    }
+}
+
+bool Tour::throughDialog(const std::function<void()> &trigger,
+                         const std::function<bool(QDialog *)> &act)
+{
+    const QScopedValueRollback<bool> guard(d->dialogExpected, true);
+    bool acted = false;
+    QElapsedTimer waited;
+    waited.start();
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &poll, [&] {
+        auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+        if (!dialog || !dialog->isVisible())
+            return;
+        poll.stop();
+        acted = act(dialog);
+        if (dialog->isVisible())
+            dialog->reject();
+    });
+    poll.start(20);
+    trigger();
+    while (poll.isActive() && waited.elapsed() < dialogTimeoutMs)
+        QApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    return acted;
+}
+
+// A dialog that no step has asked for would keep the tour waiting for ever.
+void Tour::endStrayDialog()
+{
+    auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+    if (d->dialogExpected || !dialog || qobject_cast<QProgressDialog *>(dialog))
+        return;
+    const auto *box = qobject_cast<QMessageBox *>(dialog);
+    const QString told = dialog->windowTitle() + QLatin1Char(' ') + (box ? box->text() : QString());
+    check(false, qPrintable(QStringLiteral("no dialog comes: ") + told));
+    dialog->reject();
+}
+
+QString Tour::text() const
+{
+    const Kiln::CodeDocument *document = d->window->surface()->document();
+    return document ? document->toString() : QString();
+}
+
+QString Tour::path(const QString &relativeName) const
+{
+    return d->project + QLatin1Char('/') + relativeName;
+}
+
+} // namespace Studio

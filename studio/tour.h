@@ -1,0 +1,67 @@
+#pragma once
+
+#include <QString>
+#include <functional>
+#include <memory>
+
+class QDialog;
+class QWidget;
+
+namespace Studio
+{
+
+class MainWindow;
+
+/// Walks through Studio with real key strokes and writes a picture of each step, so that a
+/// machine without a display can show what Studio does, and a test can tell whether it does.
+///
+/// It works on a copy of the project in a temporary directory, with settings of its own.
+class Tour
+{
+public:
+    /// Pictures go to `pictures`, which is made if it is missing.
+    Tour(const QString &project, const QString &pictures);
+    ~Tour();
+
+    /// True when every step really happened; what did not is told on the standard error output.
+    bool run();
+
+private:
+    using Check = std::function<bool()>;
+
+    bool prepare();
+    /// Runs a step and takes its picture; `name` is the end of the picture's file name.
+    void step(const char *name, const Check &check);
+    /// Notes the result of a condition, which is told under `what` when it fails.
+    bool check(bool condition, const char *what);
+    void picture(const QString &name);
+
+    bool openProject();
+    bool showCode();
+    bool typeError();
+    bool typeDefinition();
+    bool findText();
+    bool findInFiles();
+    bool saveFile();
+    bool settings();
+    bool engines();
+    bool outsideChange();
+    bool runDialog();
+    bool runOutput();
+    bool darkPalette();
+
+    bool openFromTree(const QString &relativeName);
+    void goToLine(int line);
+    void type(const QString &text);
+    /// Triggers an action whose modal dialog is shown by `act`, which must end the dialog.
+    bool throughDialog(const std::function<void()> &trigger,
+                       const std::function<bool(QDialog *)> &act);
+    void endStrayDialog();
+    QString text() const;
+    QString path(const QString &relativeName) const;
+
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+
+} // namespace Studio

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "mainwindow.h"
+#include "tour.h"
+
+#include <QTemporaryDir>
+#include <QTimer>
+
+namespace Studio
+{
+
+struct Tour::Private {
+    QString source;
+    QString pictures;
+    QTemporaryDir directory;
+    QString project; ///< the copy
+    QString step;
+    int number = 0;
+    int failures = 0;
+    bool pictureTaken = false;
+    bool dialogExpected = false;
+    QTimer watch;
+    std::unique_ptr<MainWindow> window;
+};
+
+} // namespace Studio

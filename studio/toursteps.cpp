@@ -1,0 +1,263 @@
+// The steps of the tour, each with the conditions that tell whether it happened.
+
+#include "codesurface.h"
+#include "editordeck.h"
+#include "findinfilesdock.h"
+#include "mainactions.h"
+#include "messagesdock.h"
+#include "messagetable.h"
+#include "outputdock.h"
+#include "projectsession.h"
+#include "projecttreedock.h"
+#include "tour_p.h"
+
+#include <kilnx/code/codedocument.h>
+#include <kilnx/forms/rundlg.h>
+#include <kilnx/project/editor.h>
+#include <kilnx/project/engine.h>
+#include <kilnx/project/parentproject.h>
+
+#include <QAction>
+#include <QApplication>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QFile>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTabWidget>
+#include <QTest>
+#include <QTextBlock>
+#include <QTextLayout>
+#include <QTreeView>
+
+namespace Studio
+{
+
+namespace
+{
+
+const char codeFile[] = "heroes/wren/ground.glow";
+const char definitionFile[] = "heroes/wren/wren.wisp";
+
+// The first line, counted from 0, that holds `part`; -1 if none does.
+int lineOf(const QString &text, const QString &part)
+{
+    const int at = text.indexOf(part);
+    return at < 0 ? -1 : text.leftRef(at).count(QLatin1Char('\n'));
+}
+
+int coloursIn(const QTextBlock &block)
+{
+    return block.layout()->formats().size();
+}
+
+QByteArray contentsOf(const QString &fileName)
+{
+    QFile file(fileName);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+bool Tour::openProject()
+{
+    if (!check(d->window->openProject(d->project), "the project opens"))
+        return false;
+    const ProjectSession *session = d->window->session();
+    const auto *tree = d->window->findChild<ProjectTreeDock *>();
+    return check(session->projects().size() > 1, "several definitions are open") &&
+           check(tree->view()->model()->rowCount() > 0, "the tree has rows") &&
+           check(!text().isEmpty(), "a definition is shown");
+}
+
+bool Tour::showCode()
+{
+    if (!openFromTree(QLatin1String(codeFile)))
+        return false;
+    const int line = lineOf(text(), QStringLiteral("@@step burst"));
+    if (!check(line > 0, "the sample has the step"))
+        return false;
+    goToLine(line + 1);
+    const Kiln::CodeDocument *document = d->window->surface()->document();
+    auto *tree = d->window->findChild<QTreeView *>(QStringLiteral("code_tree"));
+    return check(coloursIn(document->findBlockByNumber(line)) > 0, "tokens are coloured") &&
+           check(tree->currentIndex() == document->indexInLine(line + 1) &&
+                     tree->currentIndex().isValid(),
+                 "the tree follows the cursor");
+}
+
+bool Tour::typeError()
+{
+    auto *messages = d->window->findChild<MessagesDock *>();
+    auto *tree = d->window->findChild<QTreeView *>(QStringLiteral("code_tree"));
+    const int errors = messages->table()->errorCount();
+    const int nodes = tree->model()->rowCount();
+    type(QStringLiteral("\n\n@state swim\n    posture: floating"));
+    const bool told =
+        check(messages->table()->errorCount() > errors, "the error is in the table at once") &&
+        check(tree->model()->rowCount() == nodes + 1, "the tree has the new node at once");
+    messages->show();
+    messages->raise();
+    picture(d->step);
+
+    const int line = d->window->surface()->text()->textCursor().blockNumber();
+    goToLine(0);
+    const MessageTable *table = messages->table();
+    for (int row = 0; row < table->rowCount(); ++row) {
+        Kiln::ProjectFile *file = nullptr;
+        const Kiln::Message message = table->messageAt(row, file);
+        if (file == d->window->deck()->currentFile() && message.line == line) {
+            messages->view()->setCurrentIndex(table->index(row, 0));
+            QTest::keyClick(messages->view(), Qt::Key_Return);
+        }
+    }
+    return told && check(d->window->surface()->text()->textCursor().blockNumber() == line,
+                         "the message leads to its line");
+}
+
+bool Tour::typeDefinition()
+{
+    if (!openFromTree(QLatin1String(definitionFile)))
+        return false;
+    const Kiln::ParentProject *project = d->window->session()->parentProject();
+    const QString added = path(QStringLiteral("heroes/wren/swimming.glow"));
+    if (!check(!project->filePath(added), "the file is new to the tree"))
+        return false;
+    goToLine(lineOf(text(), QStringLiteral("states: hurt.glow")));
+    type(QStringLiteral("\n    states: swimming.glow"));
+    return check(project->filePath(added) != nullptr, "the tree has the row at once");
+}
+
+bool Tour::findText()
+{
+    if (!openFromTree(QLatin1String(codeFile)))
+        return false;
+    goToLine(0);
+    QTest::keyClick(d->window.get(), Qt::Key_F, Qt::ControlModifier);
+    auto *field = d->window->findChild<QLineEdit *>(QStringLiteral("find_text"));
+    if (!check(field->isVisible(), "the find bar is there"))
+        return false;
+    field->clear();
+    QTest::keyClicks(field, QStringLiteral("wren_dash"));
+    QTest::keyClick(field, Qt::Key_Return);
+    const QTextCursor found = d->window->surface()->text()->textCursor();
+    return check(found.selectedText() == QLatin1String("wren_dash"), "the text is selected");
+}
+
+bool Tour::findInFiles()
+{
+    QTest::keyClick(d->window->findChild<QLineEdit *>(QStringLiteral("find_text")), Qt::Key_Escape);
+    d->window->surface()->text()->setFocus();
+    QTest::keyClick(d->window->surface()->text(), Qt::Key_F,
+                    Qt::ControlModifier | Qt::ShiftModifier);
+    auto *field = d->window->findChild<QLineEdit *>(QStringLiteral("search_text"));
+    if (!check(field->isVisible(), "the search is there"))
+        return false;
+    field->clear();
+    QTest::keyClicks(field, QStringLiteral("toward"));
+    QTest::keyClick(field, Qt::Key_Return);
+    return check(d->window->findChild<FindInFilesDock *>()->hitCount() > 3, "there are hits");
+}
+
+bool Tour::saveFile()
+{
+    if (!openFromTree(QLatin1String(codeFile)))
+        return false;
+    QTest::keyClick(d->window->surface()->text(), Qt::Key_S, Qt::ControlModifier);
+    const QByteArray saved = contentsOf(path(QLatin1String(codeFile)));
+    return check(!d->window->deck()->current()->isModified(), "nothing is left to save") &&
+           check(saved.contains("@state swim\r\n    posture: floating\r\n"),
+                 "the file has the new lines, with their line ends");
+}
+
+bool Tour::settings()
+{
+    return throughDialog(
+        [this] { d->window->actions()->settings->trigger(); },
+        [this](QDialog *dialog) {
+            auto *pages = dialog->findChild<QTabWidget *>(QStringLiteral("settings_pages"));
+            pages->setCurrentIndex(1);
+            picture(d->step);
+            return check(pages->count() >= 4, "there are pages for code, colours and engines");
+        });
+}
+
+bool Tour::engines()
+{
+    Kiln::Engine *engine = d->window->host().engine();
+    if (!check(engine->count() > 0, "the sample engine is in the list"))
+        return false;
+    const Kiln::EngineInstances::Info first = engine->at(0);
+    engine->add(first.name + QStringLiteral(" (second)"), first.executable,
+                QStringLiteral("--second"), QString());
+    return throughDialog([this] { d->window->actions()->engines->trigger(); },
+                         [this](QDialog *dialog) {
+                             picture(d->step);
+                             auto *name =
+                                 dialog->findChild<QLineEdit *>(QStringLiteral("engine_name"));
+                             return check(name && !name->text().isEmpty(), "the first is shown");
+                         });
+}
+
+bool Tour::outsideChange()
+{
+    const QString name = path(QLatin1String(codeFile));
+    const QByteArray changed = contentsOf(name) + "; a line of another program\r\n";
+    const bool answered = throughDialog(
+        [&] {
+            QFile file(name);
+            if (file.open(QIODevice::WriteOnly))
+                file.write(changed);
+        },
+        [this](QDialog *dialog) {
+            picture(d->step);
+            auto *box = qobject_cast<QMessageBox *>(dialog);
+            if (!check(box && box->text().contains(QLatin1String("has been modified")),
+                       "the question is asked"))
+                return false;
+            box->button(QMessageBox::Yes)->click();
+            return true;
+        });
+    return check(answered, "the change is noticed") &&
+           check(text().endsWith(QLatin1String("; a line of another program\n")),
+                 "the new contents are shown");
+}
+
+bool Tour::runDialog()
+{
+    d->window->actions()->saveAll->trigger();
+    auto *output = d->window->findChild<OutputDock *>();
+    const bool chosen = throughDialog([this] { d->window->actions()->run->trigger(); },
+                                      [this](QDialog *dialog) {
+                                          picture(d->step);
+                                          const bool run = qobject_cast<RunDlg *>(dialog);
+                                          dialog->accept();
+                                          return check(run, "the dialog offers the engines");
+                                      });
+    return chosen && check(output->text().contains(QLatin1String("Ember game")), "the engine ran");
+}
+
+bool Tour::runOutput()
+{
+    auto *output = d->window->findChild<OutputDock *>();
+    return check(output->isVisible(), "the output is shown") &&
+           check(output->text().contains(QLatin1String(definitionFile)),
+                 "the engine was given the definitions");
+}
+
+bool Tour::darkPalette()
+{
+    d->window->settings().setValue("theme", "dark");
+    d->window->applySettings();
+    if (!openFromTree(QLatin1String(codeFile)))
+        return false;
+    goToLine(lineOf(text(), QStringLiteral("@@step burst")) + 1);
+    const QPalette palette = d->window->surface()->text()->palette();
+    return check(Theme::isDark(), "the palette is dark") &&
+           check(palette.color(QPalette::Text).lightness() >
+                     palette.color(QPalette::Base).lightness(),
+                 "the code is light on dark");
+}
+
+} // namespace Studio
