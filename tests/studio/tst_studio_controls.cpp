@@ -1,0 +1,502 @@
+#include <controlfactory.h>
+#include <controlpanels.h>
+#include <editordeck.h>
+#include <mainwindow.h>
+
+#include <kilnx/editors/controls.h>
+#include <kilnx/project/editor.h>
+#include <kilnx/project/translator.h>
+
+#include <QAction>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDockWidget>
+#include <QDoubleSpinBox>
+#include <QLabel>
+#include <QListView>
+#include <QMenu>
+#include <QMenuBar>
+#include <QSlider>
+#include <QSpinBox>
+#include <QStandardItemModel>
+#include <QTemporaryDir>
+#include <QToolButton>
+#include <QTreeView>
+#include <QtTest>
+
+using Studio::ControlFactory;
+using Studio::MainWindow;
+using Studio::Paths;
+
+// The side of a control that an editor keeps: signals of every type that a widget may show, and
+// slots that note what the user did.
+class Receiver : public QObject
+{
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+    QStringList calls;
+
+public slots:
+    void intChanged(int value) { calls << QStringLiteral("int %1").arg(value); }
+    void doubleChanged(double value) { calls << QStringLiteral("double %1").arg(value); }
+    void boolChanged(bool value) { calls << QStringLiteral("bool %1").arg(value); }
+    void textChanged(const QString &value) { calls << QStringLiteral("text %1").arg(value); }
+    void chosen(const QModelIndex &value) { calls << QStringLiteral("index %1").arg(value.row()); }
+    void touched() { calls << QStringLiteral("touched"); }
+
+signals:
+    void setInt(int value);
+    void setDouble(double value);
+    void setBool(bool value);
+    void setText(const QString &value);
+    void setIndex(const QModelIndex &value);
+    void enabled(bool on);
+};
+
+// An editor as a later room brings it: it speaks to the host only through the interface.
+class SoundsLikeEditor : public Kiln::Editor
+{
+    Q_OBJECT
+
+public:
+    explicit SoundsLikeEditor(unsigned int areas)
+        : m_areas(areas)
+        , m_view(new QLabel("a view of its own"))
+    {
+        Kiln::KilnTranslator *texts = Kiln::KilnTranslator::instance();
+        m_action = interface->editorAction("editor_snd", texts, 150);
+        QMenu *menu = interface->menu("sounds");
+        addAction = interface->addAction(menu, "snd_add", texts, 151, false, this, "1add()",
+                                         "2enabled(bool)");
+        playAction = interface->addAction(menu, "snd_play", texts, 157, true, this, "1play(bool)",
+                                          nullptr, "2playing(bool)");
+        button = interface->actionControl("snd_add", addAction, menu);
+        Kiln::SpinEditControl spin;
+        spin.receiver = this;
+        field = interface->addControl("snd_spin", spin);
+        Kiln::ListViewControl list;
+        list.receiver = this;
+        tree = interface->addControl("snd_tree", list);
+    }
+    ~SoundsLikeEditor() override { delete m_view; }
+
+    QAction *action() const override { return m_action; }
+    const char *name() const override { return "sounds"; }
+    bool isModified() const override { return false; }
+    unsigned int areas() const override { return m_areas; }
+    void activate() override
+    {
+        Kiln::Editor::activate();
+        interface->setEditorWidget(m_view);
+    }
+    void retranslate() override {}
+    void undo() override {}
+    void redo() override {}
+    void find(const QString &, unsigned int) override {}
+    void replace(const QString &, const QString &, unsigned int, bool) override {}
+    void hostReserved15() override {}
+
+    QWidget *view() const { return m_view; }
+
+    QAction *addAction;
+    QAction *playAction;
+    QWidget *button;
+    QWidget *field;
+    QWidget *tree;
+    QStringList calls;
+
+public slots:
+    void add() { calls << QStringLiteral("add"); }
+    void play(bool on) { calls << QStringLiteral("play %1").arg(on); }
+
+signals:
+    void enabled(bool on);
+    void playing(bool on);
+
+private:
+    unsigned int m_areas;
+    QLabel *m_view;
+    QAction *m_action;
+};
+
+// A side panel as the organizer is one: a list and a button.
+class OrganizerLikePanel : public Kiln::ExtraEditor
+{
+    Q_OBJECT
+
+public:
+    OrganizerLikePanel()
+    {
+        up = interface->addAction(nullptr, "org_up", Kiln::KilnTranslator::instance(), 166, false,
+                                  this, "1moveUp()");
+        Kiln::ListViewControl control;
+        control.receiver = this;
+        control.slot = "1itemDblClick(QModelIndex)";
+        list = interface->addControl("org_list", control);
+        button = interface->addControl("org_up", Kiln::ToolButtonControl(up));
+    }
+
+    const char *name() const override { return "organizer"; }
+    QString displayName() const override { return QStringLiteral("Organizer"); }
+    void retranslate() override {}
+    void release() override { delete this; }
+
+    QAction *up;
+    QWidget *list;
+    QWidget *button;
+    int moved = 0;
+    int clicked = -1;
+
+public slots:
+    void moveUp() { ++moved; }
+    void itemDblClick(const QModelIndex &index) { clicked = index.row(); }
+};
+
+class tst_studio_controls : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void userAndEditorReachEachOther_data();
+    void userAndEditorReachEachOther();
+    void enablerRulesFieldAndCaption();
+    void labelsShowTexts();
+    void combosGiveIndexOrText_data();
+    void combosGiveIndexOrText();
+    void buttonsRunActionsAndMenus();
+    void treesAndListsTellTheirRows();
+    void unknownKindsAndTypesAreRefused();
+    void editorsAppearWithoutHostCode_data();
+    void editorsAppearWithoutHostCode();
+    void sidePanelsGetADock();
+};
+
+namespace
+{
+
+using UserAct = std::function<void(QWidget *)>;
+using EditorAct = std::function<void(Receiver *)>;
+using Shown = std::function<QVariant(QWidget *)>;
+
+// One kind of control: how it is described, used, set, and what it then shows.
+struct KindRow {
+    std::function<std::unique_ptr<Kiln::WidgetControl>()> make;
+    UserAct use;
+    EditorAct set;
+    Shown shown;
+};
+
+template<typename Type>
+std::unique_ptr<Kiln::WidgetControl> describe(const char *slot, const char *setter, Type control)
+{
+    control.slot = slot;
+    control.setter = setter;
+    return std::make_unique<Type>(control);
+}
+
+void typeNumber(QWidget *widget, const char *number)
+{
+    widget->show();
+    QTest::keyClick(widget, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClicks(widget, QLatin1String(number));
+    QTest::keyClick(widget, Qt::Key_Return);
+}
+
+KindRow spinRow()
+{
+    return {[] { return describe("1intChanged(int)", "2setInt(int)", Kiln::SpinEditControl()); },
+            [](QWidget *widget) { typeNumber(widget, "-7"); },
+            [](Receiver *receiver) { emit receiver->setInt(2147483647); },
+            [](QWidget *widget) { return qobject_cast<QSpinBox *>(widget)->value(); }};
+}
+
+KindRow floatRow()
+{
+    return {[] {
+                return describe("1doubleChanged(double)", "2setDouble(double)",
+                                Kiln::FloatEditControl());
+            },
+            [](QWidget *widget) { typeNumber(widget, "2.5"); },
+            [](Receiver *receiver) { emit receiver->setDouble(-0.125); },
+            [](QWidget *widget) { return qobject_cast<QDoubleSpinBox *>(widget)->value(); }};
+}
+
+KindRow checkRow()
+{
+    return {[] {
+                return describe("1boolChanged(bool)", "2setBool(bool)",
+                                Kiln::trWidgetControl(Kiln::Control::CheckBox));
+            },
+            [](QWidget *widget) { QTest::keyClick(widget, Qt::Key_Space); },
+            [](Receiver *receiver) {
+                emit receiver->setBool(false);
+                emit receiver->setBool(true);
+            },
+            [](QWidget *widget) { return qobject_cast<QCheckBox *>(widget)->isChecked(); }};
+}
+
+KindRow positionRow()
+{
+    return {[] {
+                return describe("1intChanged(int)", "2setInt(int)",
+                                Kiln::WidgetControl(Kiln::Control::PositionSelector));
+            },
+            [](QWidget *widget) { QTest::keyClick(widget, Qt::Key_End); },
+            [](Receiver *receiver) { emit receiver->setInt(12); },
+            [](QWidget *widget) { return qobject_cast<QSlider *>(widget)->value(); }};
+}
+
+KindRow spinWithoutArgumentRow()
+{
+    KindRow row = spinRow();
+    row.make = [] { return describe("1touched()", "2setInt(int)", Kiln::SpinEditControl()); };
+    return row;
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(KindRow)
+
+void tst_studio_controls::userAndEditorReachEachOther_data()
+{
+    QTest::addColumn<KindRow>("row");
+    QTest::addColumn<QString>("call");
+    QTest::addColumn<QVariant>("shown");
+    QTest::newRow("spin") << spinRow() << "int -7" << QVariant(2147483647);
+    QTest::newRow("spin, slot without argument")
+        << spinWithoutArgumentRow() << "touched" << QVariant(2147483647);
+    QTest::newRow("float") << floatRow() << "double 2.5" << QVariant(-0.125);
+    QTest::newRow("check box") << checkRow() << "bool 1" << QVariant(true);
+    QTest::newRow("position") << positionRow() << "int 99" << QVariant(12);
+}
+
+void tst_studio_controls::userAndEditorReachEachOther()
+{
+    QFETCH(KindRow, row);
+    QFETCH(QString, call);
+    QFETCH(QVariant, shown);
+    QWidget window;
+    Receiver receiver;
+    const std::unique_ptr<Kiln::WidgetControl> control = row.make();
+    control->receiver = &receiver;
+    const ControlFactory::Built built = ControlFactory::build("tst_key", *control, &window);
+    QVERIFY(built.field);
+    QCOMPARE(built.field->objectName(), QStringLiteral("tst_key"));
+
+    row.use(built.field);
+    QVERIFY2(receiver.calls.contains(call), qPrintable(receiver.calls.join(", ")));
+    receiver.calls.clear();
+    row.set(&receiver);
+    QCOMPARE(row.shown(built.field), shown);
+    QVERIFY2(receiver.calls.isEmpty(), "what the editor sets must not come back to it");
+}
+
+void tst_studio_controls::enablerRulesFieldAndCaption()
+{
+    QWidget window;
+    Receiver receiver;
+    Kiln::SpinEditControl control;
+    control.receiver = &receiver;
+    control.enabler = "2enabled(bool)";
+    control.translator = Kiln::KilnTranslator::instance();
+    control.textId = 79;
+    control.minimum = -5;
+    control.maximum = 5;
+    const ControlFactory::Built built = ControlFactory::build("anim_x", control, &window);
+    auto *caption = built.row->findChild<QLabel *>("anim_x_caption");
+    QCOMPARE(caption->text(), QStringLiteral("X axis:"));
+    QCOMPARE(caption->buddy(), built.field);
+    QCOMPARE(built.field->accessibleName(), QStringLiteral("X axis"));
+    auto *spin = qobject_cast<QSpinBox *>(built.field);
+    QCOMPARE(qMakePair(spin->minimum(), spin->maximum()), qMakePair(-5, 5));
+
+    QVERIFY(!built.field->isEnabled() && !caption->isEnabled());
+    emit receiver.enabled(true);
+    QVERIFY(built.field->isEnabled() && caption->isEnabled());
+    emit receiver.enabled(false);
+    QVERIFY(!built.field->isEnabled() && !caption->isEnabled());
+
+    control.enabler = nullptr;
+    QVERIFY(ControlFactory::build("anim_y", control, &window).field->isEnabled());
+}
+
+void tst_studio_controls::labelsShowTexts()
+{
+    QWidget window;
+    Receiver receiver;
+    Kiln::WidgetControl changing(Kiln::Control::Label);
+    changing.receiver = &receiver;
+    changing.setter = "2setText(QString)";
+    auto *label = qobject_cast<QLabel *>(ControlFactory::build("snd_pos", changing, &window).field);
+    emit receiver.setText("3 / 12");
+    QCOMPARE(label->text(), QStringLiteral("3 / 12"));
+
+    Kiln::trWidgetControl fixed(Kiln::Control::Label);
+    fixed.translator = Kiln::KilnTranslator::instance();
+    fixed.textId = 78;
+    auto *caption = qobject_cast<QLabel *>(ControlFactory::build("a_b", fixed, &window).field);
+    QCOMPARE(caption->text(), QStringLiteral("Frames:"));
+    caption->clear();
+    QEvent languageChange(QEvent::LanguageChange);
+    QCoreApplication::sendEvent(caption, &languageChange);
+    QCOMPARE(caption->text(), QStringLiteral("Frames:"));
+}
+
+void tst_studio_controls::combosGiveIndexOrText_data()
+{
+    QTest::addColumn<QByteArray>("slot");
+    QTest::addColumn<QString>("call");
+    QTest::newRow("index") << QByteArray("1intChanged(int)") << "int 1";
+    QTest::newRow("text") << QByteArray("1textChanged(QString)") << "text both";
+}
+
+void tst_studio_controls::combosGiveIndexOrText()
+{
+    QFETCH(QByteArray, slot);
+    QFETCH(QString, call);
+    QWidget window;
+    Receiver receiver;
+    Kiln::ComboBoxControl control;
+    control.receiver = &receiver;
+    control.slot = slot.constData();
+    control.setter = "2setInt(int)";
+    auto *combo =
+        qobject_cast<QComboBox *>(ControlFactory::build("a_flip", control, &window).field);
+    combo->addItems({"none", "both", "third"});
+    QTest::keyClick(combo, Qt::Key_Down);
+    QCOMPARE(receiver.calls, QStringList(call));
+    emit receiver.setInt(2);
+    QCOMPARE(combo->currentIndex(), 2);
+    QCOMPARE(receiver.calls.size(), 1);
+}
+
+void tst_studio_controls::buttonsRunActionsAndMenus()
+{
+    QWidget window;
+    QAction action("Add");
+    QMenu menu;
+    QSignalSpy triggered(&action, &QAction::triggered);
+    auto *plain = qobject_cast<QToolButton *>(
+        ControlFactory::build("a_add", Kiln::ToolButtonControl(&action), &window).field);
+    plain->click();
+    QCOMPARE(triggered.count(), 1);
+    QVERIFY(!plain->menu());
+    QVERIFY2(plain->focusPolicy() & Qt::TabFocus, "a button must be reached by the keyboard");
+    auto *withMenu = qobject_cast<QToolButton *>(
+        ControlFactory::build("a_more", Kiln::MenuToolButtonControl(&action, &menu), &window)
+            .field);
+    QCOMPARE(withMenu->menu(), &menu);
+    withMenu->click();
+    QCOMPARE(triggered.count(), 2);
+}
+
+void tst_studio_controls::treesAndListsTellTheirRows()
+{
+    QWidget window;
+    Receiver receiver;
+    Kiln::ListViewControl control;
+    control.receiver = &receiver;
+    control.slot = "1chosen(QModelIndex)";
+    control.setter = "2setIndex(QModelIndex)";
+    auto *tree = qobject_cast<QTreeView *>(ControlFactory::build("a_tree", control, &window).field);
+    QStandardItemModel model(3, 1);
+    tree->setModel(&model);
+    tree->setCurrentIndex(model.index(1, 0));
+    QTest::keyClick(tree, Qt::Key_Return);
+    QCOMPARE(receiver.calls, QStringList("index 1"));
+    emit receiver.setIndex(model.index(2, 0));
+    QCOMPARE(tree->currentIndex().row(), 2);
+}
+
+void tst_studio_controls::unknownKindsAndTypesAreRefused()
+{
+    QWidget window;
+    Receiver receiver;
+    QVERIFY(!ControlFactory::build("a_b", Kiln::WidgetControl(77), &window).field);
+    QVERIFY(!ControlFactory::build("a_b", Kiln::Control(3), &window).field);
+    Kiln::SpinEditControl control;
+    control.receiver = &receiver;
+    control.setter = "2setRect(QRect)";
+    QTest::ignoreMessage(QtWarningMsg,
+                         "Control with the signature 2setRect(QRect): no widget gives or takes "
+                         "this type");
+    QVERIFY(ControlFactory::build("a_b", control, &window).field);
+}
+
+void tst_studio_controls::editorsAppearWithoutHostCode_data()
+{
+    QTest::addColumn<unsigned int>("areas");
+    QTest::addColumn<bool>("fields");
+    QTest::addColumn<bool>("lists");
+    QTest::newRow("all areas") << 7U << true << true;
+    QTest::newRow("without controls") << 6U << false << true;
+    QTest::newRow("without lists") << 3U << true << false;
+}
+
+void tst_studio_controls::editorsAppearWithoutHostCode()
+{
+    QFETCH(unsigned int, areas);
+    QFETCH(bool, fields);
+    QFETCH(bool, lists);
+    const QTemporaryDir directory;
+    MainWindow window(Paths::below(directory.path()));
+    auto *editor = new SoundsLikeEditor(areas);
+    window.deck()->addEditor(editor);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QVERIFY(!editor->field->isVisible() && !editor->tree->isVisible());
+    QCOMPARE(window.host().control("snd_spin"), editor->field);
+    QCOMPARE(window.host().actionByKey("snd_add"), editor->addAction);
+
+    editor->action()->trigger();
+    QVERIFY(editor->isActive() && editor->view()->isVisible());
+    QCOMPARE(editor->field->isVisible(), fields);
+    QCOMPARE(editor->button->isVisible(), fields);
+    QCOMPARE(editor->tree->isVisible(), lists);
+    QVERIFY(!editor->addAction->isEnabled());
+    emit editor->enabled(true);
+    editor->addAction->trigger();
+    editor->playAction->trigger();
+    emit editor->playing(false);
+    QVERIFY(!editor->playAction->isChecked());
+    QCOMPARE(editor->calls, (QStringList{"add", "play 1"}));
+    QCOMPARE(editor->addAction->toolTip(), QStringLiteral("Add one or more sounds"));
+    QVERIFY(!editor->addAction->icon().isNull());
+    QVERIFY(window.host().menu("sounds")->actions().contains(editor->playAction));
+
+    window.deck()->switchTo(nullptr);
+    QVERIFY(!editor->isActive() && !editor->field->isVisible() && !editor->tree->isVisible());
+}
+
+void tst_studio_controls::sidePanelsGetADock()
+{
+    const QTemporaryDir directory;
+    MainWindow window(Paths::below(directory.path()));
+    auto *panel = new OrganizerLikePanel;
+    window.deck()->addSidePanel(panel);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QCOMPARE(window.host().extraEditor(0), panel);
+    QVERIFY(!panel->list->isVisible());
+
+    window.host().setExtraEditor(panel);
+    QCOMPARE(window.host().currentExtraEditor(), panel);
+    QVERIFY(panel->list->isVisible() && panel->button->isVisible());
+    auto *list = qobject_cast<QListView *>(panel->list);
+    QVERIFY2(list, "a panel reorders a list, not a tree");
+    QStandardItemModel model(4, 1);
+    list->setModel(&model);
+    list->setCurrentIndex(model.index(2, 0));
+    QTest::keyClick(list, Qt::Key_Return);
+    QCOMPARE(panel->clicked, 2);
+    qobject_cast<QToolButton *>(panel->button)->click();
+    QCOMPARE(panel->moved, 1);
+
+    window.host().setExtraEditor(nullptr);
+    QVERIFY(!panel->list->isVisible());
+}
+
+QTEST_MAIN(tst_studio_controls)
+#include "tst_studio_controls.moc"

@@ -1,0 +1,186 @@
+#include <settings.h>
+#include <theme.h>
+
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <cmath>
+
+using Studio::Settings;
+using Studio::Theme;
+
+class tst_studio_settings : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void valuesAreFoundAgainByAnotherStart_data();
+    void valuesAreFoundAgainByAnotherStart();
+    void storedBeatsDefaultBeatsFallback();
+    void changedIsToldOnlyOfAnotherAnswer();
+    void recentProjectsAreNewestFirstAndFew();
+    void codeIsReadable_data();
+    void codeIsReadable();
+    void ownColorsBelongToOneTheme();
+
+private:
+    QString fileName() const { return m_directory->filePath("studio.ini"); }
+
+    std::unique_ptr<QTemporaryDir> m_directory;
+};
+
+void tst_studio_settings::init()
+{
+    m_directory = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_directory->isValid());
+}
+
+void tst_studio_settings::valuesAreFoundAgainByAnotherStart_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::newRow("false") << QVariant(false);
+    QTest::newRow("negative number") << QVariant(-12);
+    QTest::newRow("text with a comma and quotes") << QVariant(QStringLiteral("a, \"b\" = ü"));
+    QTest::newRow("list of paths") << QVariant(QStringList{"/a b", "/c,d"});
+    QTest::newRow("rectangle") << QVariant(QRect(-3, 4, 50, 60));
+    QTest::newRow("bytes") << QVariant(QByteArray("\0\1\xff", 3));
+}
+
+void tst_studio_settings::valuesAreFoundAgainByAnotherStart()
+{
+    QFETCH(QVariant, value);
+    {
+        Settings settings(fileName());
+        settings.setValue("group/key", value);
+        QCOMPARE(settings.value("group/key"), value);
+    }
+    Settings again(fileName());
+    QVariant read = again.value("group/key");
+    QVERIFY(read.convert(int(value.type())));
+    QCOMPARE(read, value);
+}
+
+void tst_studio_settings::storedBeatsDefaultBeatsFallback()
+{
+    Settings settings(fileName());
+    QCOMPARE(settings.value("no_such_key", 7), QVariant(7));
+    QVERIFY(!settings.value("no_such_key").isValid());
+    QVERIFY(settings.value("parseCode", false).toBool());
+    settings.setValue("parseCode", false);
+    QVERIFY(!settings.value("parseCode", true).toBool());
+    settings.setValue("parseCode", QVariant());
+    QVERIFY(settings.value("parseCode", false).toBool());
+}
+
+void tst_studio_settings::changedIsToldOnlyOfAnotherAnswer()
+{
+    Settings settings(fileName());
+    QSignalSpy changed(&settings, &Settings::changed);
+    settings.setValue("parseCode", true);
+    QCOMPARE(changed.count(), 0);
+    settings.setValue("parseCode", false);
+    settings.setValue("parseCode", false);
+    QCOMPARE(changed.count(), 1);
+    QCOMPARE(changed.first().first().toString(), QStringLiteral("parseCode"));
+    settings.setValue("parseCode", QVariant());
+    QCOMPARE(changed.count(), 2);
+}
+
+void tst_studio_settings::recentProjectsAreNewestFirstAndFew()
+{
+    {
+        Settings settings(fileName());
+        for (int i = 0; i < 14; ++i)
+            settings.addRecentProject(QStringLiteral("/p/%1").arg(i));
+        settings.addRecentProject("/p/9/");
+        settings.removeRecentProject("/p/12/");
+    }
+    Settings again(fileName());
+    QCOMPARE(again.recentProjects(), (QStringList{"/p/9", "/p/13", "/p/11", "/p/10", "/p/8", "/p/7",
+                                                  "/p/6", "/p/5", "/p/4"}));
+}
+
+namespace
+{
+
+// Relative luminance and contrast as the Web Content Accessibility Guidelines 2.1 define them.
+double luminance(const QColor &color)
+{
+    const auto linear = [](double channel) {
+        return channel <= 0.03928 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) +
+           0.0722 * linear(color.blueF());
+}
+
+double contrast(const QColor &one, const QColor &other)
+{
+    const double a = luminance(one);
+    const double b = luminance(other);
+    return (qMax(a, b) + 0.05) / (qMin(a, b) + 0.05);
+}
+
+} // namespace
+
+void tst_studio_settings::codeIsReadable_data()
+{
+    QTest::addColumn<QString>("themeName");
+    QTest::addColumn<bool>("dark");
+    QTest::newRow("light") << "light" << false;
+    QTest::newRow("dark") << "dark" << true;
+}
+
+void tst_studio_settings::codeIsReadable()
+{
+    QFETCH(QString, themeName);
+    QFETCH(bool, dark);
+    Settings settings(fileName());
+    settings.setValue("theme", themeName);
+    const Theme theme(settings);
+    theme.apply();
+    QCOMPARE(Theme::isDark(), dark);
+    const QPalette palette = QApplication::palette();
+    for (const QColor &ground :
+         {palette.color(QPalette::Base), theme.color(QStringLiteral("line"))}) {
+        for (int token = 0; token < 10; ++token) {
+            const QColor color = theme.color(QStringLiteral("token%1").arg(token));
+            QVERIFY2(contrast(color, ground) >= 4.5,
+                     qPrintable(QStringLiteral("token %1 %2 on %3: %4")
+                                    .arg(token)
+                                    .arg(color.name(), ground.name())
+                                    .arg(contrast(color, ground))));
+        }
+    }
+    for (const auto &pair : {qMakePair(QPalette::WindowText, QPalette::Window),
+                             qMakePair(QPalette::ButtonText, QPalette::Button),
+                             qMakePair(QPalette::Text, QPalette::AlternateBase),
+                             qMakePair(QPalette::PlaceholderText, QPalette::Base),
+                             qMakePair(QPalette::ToolTipText, QPalette::ToolTipBase),
+                             qMakePair(QPalette::HighlightedText, QPalette::Highlight)})
+        QVERIFY(contrast(palette.color(pair.first), palette.color(pair.second)) >= 4.5);
+}
+
+void tst_studio_settings::ownColorsBelongToOneTheme()
+{
+    Settings settings(fileName());
+    const Theme theme(settings);
+    settings.setValue("theme", "light");
+    theme.apply();
+    const QColor delivered = theme.color("token3");
+    settings.setValue(Theme::colorKey("token3"), "#123456");
+    QCOMPARE(theme.color("token3"), QColor("#123456"));
+    settings.setValue("theme", "dark");
+    theme.apply();
+    QVERIFY(theme.color("token3") != QColor("#123456"));
+    settings.setValue("theme", "light");
+    theme.apply();
+    settings.setValue(Theme::colorKey("token3"), "no colour");
+    QCOMPARE(theme.color("token3"), delivered);
+    QCOMPARE(theme.color("paren", true), theme.color("paren2"));
+    QVERIFY(theme.color("no_such_entry").isValid());
+}
+
+QTEST_MAIN(tst_studio_settings)
+#include "tst_studio_settings.moc"

@@ -1,0 +1,563 @@
+#include <codesurface.h>
+#include <editordeck.h>
+#include <filedesk.h>
+#include <filetabs.h>
+#include <findinfilesdock.h>
+#include <mainactions.h>
+#include <mainwindow.h>
+#include <messagesdock.h>
+#include <messagetable.h>
+#include <outputdock.h>
+#include <projectsession.h>
+#include <projecttreedock.h>
+#include <statusfields.h>
+
+#include <kilnx/code/codedocument.h>
+#include <kilnx/project/engine.h>
+#include <kilnx/project/fileeditor.h>
+#include <kilnx/project/parentproject.h>
+#include <tests/support/dialogscript.h>
+
+#include <QAbstractItemModelTester>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QDirIterator>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTextBlock>
+#include <QTreeView>
+#include <QtTest>
+
+using namespace Studio;
+
+// The real window on a copy of the sample project, driven by the keyboard.
+class tst_studio_window : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void sampleOpensWithTreeAndMessages();
+    void typingReachesTreeAndMessagesAtOnce();
+    void typingADefinitionReachesTheProjectTreeAtOnce();
+    void messageTableHoldsTheModelRules();
+    void messagesLeadToTheirLines();
+    void nodesLeadToTheirLines();
+    void savingWritesTheWholeFile();
+    void outsideChangesAreAskedAbout_data();
+    void outsideChangesAreAskedAbout();
+    void findAndReplace_data();
+    void findAndReplace();
+    void findInFilesSurvivesAnyExpression_data();
+    void findInFilesSurvivesAnyExpression();
+    void tabsFollowTheFiles();
+    void closingAsksForEachChange_data();
+    void closingAsksForEachChange();
+    void missingFilesAreMadeOnlyIfWanted();
+    void directoryWithoutProjectLeavesTheOldOne();
+    void settingsDialogReachesTheView();
+    void engineRunsOnTheSavedFiles();
+    void definitionsDoNotTakeSettingsAway();
+    void everythingHasANameAndAKey();
+
+private:
+    QString path(const QString &name) const { return m_directory->filePath("hero/" + name); }
+    CodeText *view() const { return m_window->findChild<CodeText *>(); }
+    Kiln::CodeDocument *document() const { return m_window->surface()->document(); }
+    MessageTable *messages() const { return m_window->findChild<MessageTable *>(); }
+    QTreeView *nodes() const { return m_window->findChild<QTreeView *>("code_tree"); }
+    void open(const QString &name);
+    void goTo(const QString &text);
+    void type(const QString &text);
+    static QByteArray read(const QString &fileName);
+    static void write(const QString &fileName, const QByteArray &contents);
+
+    std::unique_ptr<QTemporaryDir> m_directory;
+    std::unique_ptr<DialogScript> m_dialogs;
+    std::unique_ptr<MainWindow> m_window;
+};
+
+void tst_studio_window::init()
+{
+    m_directory = std::make_unique<QTemporaryDir>();
+    const QString sample = QStringLiteral(KILN_SOURCE_DIR "/examples/hero");
+    QDirIterator entries(sample, QDir::Files, QDirIterator::Subdirectories);
+    while (entries.hasNext()) {
+        const QString source = entries.next();
+        const QString target = m_directory->filePath("hero") + source.mid(sample.size());
+        QVERIFY(QDir().mkpath(QFileInfo(target).absolutePath()));
+        QVERIFY(QFile::copy(source, target));
+    }
+    m_dialogs = std::make_unique<DialogScript>();
+    m_window = std::make_unique<MainWindow>(Paths::below(m_directory->path()));
+    m_window->settings().setValue("theme", "light");
+    m_window->applySettings();
+    m_window->show();
+    m_window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+    QVERIFY(m_window->openProject(m_directory->filePath("hero")));
+}
+
+void tst_studio_window::cleanup()
+{
+    m_window.reset();
+    QCOMPARE(m_dialogs->finish(), QString());
+    m_dialogs.reset();
+}
+
+void tst_studio_window::open(const QString &name)
+{
+    QVERIFY(m_window->desk()->openFile(path(name), 0));
+    QCOMPARE(document()->fileName(), path(name));
+}
+
+// Puts the cursor at the end of the first line that holds `text`.
+void tst_studio_window::goTo(const QString &text)
+{
+    QTextCursor found = document()->QTextDocument::find(text);
+    QVERIFY2(!found.isNull(), qPrintable(text));
+    found.movePosition(QTextCursor::EndOfBlock);
+    view()->setTextCursor(found);
+}
+
+void tst_studio_window::type(const QString &text)
+{
+    for (const QChar character : text) {
+        if (character == '\n')
+            QTest::keyClick(view(), Qt::Key_Return);
+        else
+            QTest::keyClick(view(), character.toLatin1());
+    }
+}
+
+QByteArray tst_studio_window::read(const QString &fileName)
+{
+    QFile file(fileName);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
+}
+
+void tst_studio_window::write(const QString &fileName, const QByteArray &contents)
+{
+    QFile file(fileName);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(contents), qint64(contents.size()));
+}
+
+void tst_studio_window::sampleOpensWithTreeAndMessages()
+{
+    const Kiln::ParentProject *project = m_window->session()->parentProject();
+    QVERIFY(m_window->session()->projects().size() > 1);
+    // Every file that a definition names, and the scanned ones, have one row each.
+    for (const char *name : {"tidewater.hearth", "heroes/wren/wren.wisp", "heroes/wren/air.glow",
+                             "stages/harbour/harbour.glade", "shared/rules.glow"}) {
+        const Kiln::ParentProject::Path *row = project->filePath(path(name));
+        QVERIFY2(row && row->isFile(), name);
+    }
+    int problems = 0;
+    for (Kiln::ProjectFile *file : m_window->session()->files())
+        problems += int(file->messages()->count(Kiln::Message::All));
+    QVERIFY2(problems > 0, "the sample has something to complain about");
+    QVERIFY(messages()->rowCount() >= problems);
+    QCOMPARE(messages()->headerData(0, Qt::Horizontal, Qt::DisplayRole).toString(),
+             QStringLiteral("Message"));
+    QCOMPARE(m_window->settings().recentProjects().first(), m_directory->filePath("hero"));
+}
+
+void tst_studio_window::typingReachesTreeAndMessagesAtOnce()
+{
+    open("heroes/wren/ground.glow");
+    const int errors = messages()->errorCount();
+    const int rows = nodes()->model()->rowCount();
+    QAbstractItemModelTester tester(nodes()->model());
+    goTo("drift: 0.4, 0");
+    type("\n\n@state swim\n    posture: floating");
+    QCOMPARE(nodes()->model()->rowCount(), rows + 1);
+    QCOMPARE(messages()->errorCount(), errors + 1);
+    QCOMPARE(nodes()->currentIndex(), document()->indexInLine(view()->textCursor().blockNumber()));
+    auto *status = m_window->findChild<StatusFields *>();
+    QCOMPARE(status->field(0), QStringLiteral("Line: %1, Column: %2, Line count: %3")
+                                   .arg(view()->textCursor().blockNumber() + 1)
+                                   .arg(22)
+                                   .arg(document()->blockCount()));
+    QCOMPARE(status->field(1), QStringLiteral("Syntax error count: %1")
+                                   .arg(document()->messages()->count(Kiln::Message::Error)));
+    QVERIFY(m_window->isWindowModified());
+
+    while (document()->isUndoAvailable())
+        QTest::keyClick(view(), Qt::Key_Z, Qt::ControlModifier);
+    QCOMPARE(nodes()->model()->rowCount(), rows);
+    QCOMPARE(messages()->errorCount(), errors);
+    QVERIFY(!m_window->isWindowModified());
+}
+
+void tst_studio_window::typingADefinitionReachesTheProjectTreeAtOnce()
+{
+    open("heroes/wren/wren.wisp");
+    const Kiln::ParentProject *project = m_window->session()->parentProject();
+    QVERIFY(!project->filePath(path("heroes/wren/deep/swim.glow")));
+    goTo("states: hurt.glow");
+    type("\n    states: deep/swim.glow");
+    QVERIFY(project->filePath(path("heroes/wren/deep/swim.glow")));
+    for (int i = 0; i < 5; ++i)
+        QTest::keyClick(view(), Qt::Key_Backspace);
+    QVERIFY(!project->filePath(path("heroes/wren/deep/swim.glow")));
+    QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier);
+}
+
+void tst_studio_window::messageTableHoldsTheModelRules()
+{
+    QAbstractItemModelTester tester(messages());
+    open("heroes/wren/ground.glow");
+    QTreeView *table = m_window->findChild<QTreeView *>("messages_view");
+    table->setCurrentIndex(messages()->index(0, 0));
+    goTo("posture: crouching");
+    type("\nnonsense\nnonsense\nnonsense");
+    QVERIFY2(table->currentIndex().isValid(), "typing must not lose the selected message");
+    QTest::keyClick(view(), Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClick(view(), Qt::Key_Delete);
+    QCOMPARE(document()->messages()->count(Kiln::Message::All), 0U);
+    QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier);
+    QVERIFY(m_window->closeProject());
+    QCOMPARE(messages()->rowCount(), 0);
+}
+
+void tst_studio_window::messagesLeadToTheirLines()
+{
+    open("heroes/wren/ground.glow");
+    QTreeView *table = m_window->findChild<QTreeView *>("messages_view");
+    QVERIFY(messages()->rowCount() > 1);
+    for (int row = 0; row < messages()->rowCount(); ++row) {
+        Kiln::ProjectFile *file = nullptr;
+        const Kiln::Message message = messages()->messageAt(row, file);
+        QVERIFY(file);
+        table->setCurrentIndex(messages()->index(row, 0));
+        QTest::keyClick(table, Qt::Key_Return);
+        QCOMPARE(m_window->deck()->currentFile(), file);
+        QCOMPARE(view()->textCursor().blockNumber(), message.line);
+        QCOMPARE(messages()->index(row, 2).data().toInt(), message.line + 1);
+        QCOMPARE(m_window->session()->currentProject(), file->project());
+    }
+    QTest::keyClick(m_window.get(), Qt::Key_F8);
+    QCOMPARE(table->currentIndex().row(), 0);
+}
+
+void tst_studio_window::nodesLeadToTheirLines()
+{
+    open("heroes/wren/ground.glow");
+    const QModelIndex section = nodes()->model()->index(2, 0);
+    nodes()->setCurrentIndex(section);
+    QTest::keyClick(nodes(), Qt::Key_Return);
+    QCOMPARE(view()->textCursor().blockNumber(), document()->lineNo(section));
+    QCOMPARE(QApplication::focusWidget(), view());
+}
+
+void tst_studio_window::savingWritesTheWholeFile()
+{
+    open("heroes/wren/air.glow");
+    QTest::keyClick(view(), Qt::Key_End, Qt::ControlModifier);
+    type("\n; the end");
+    const QByteArray expected = document()->toString().replace("\n", "\r\n").toUtf8();
+    QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier);
+    QCOMPARE(read(path("heroes/wren/air.glow")), expected);
+    QVERIFY(!document()->isModified());
+    QVERIFY(!m_window->isWindowModified());
+
+    open("heroes/wren/hurt.glow");
+    type("; one\n");
+    open("heroes/wren/brain.glow");
+    type("; two\n");
+    QCOMPARE(m_window->session()->modifiedFiles().size(), 2);
+    QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier | Qt::AltModifier);
+    QVERIFY(m_window->session()->modifiedFiles().isEmpty());
+    QVERIFY(read(path("heroes/wren/hurt.glow")).startsWith("; one\r\n"));
+    QVERIFY(read(path("heroes/wren/brain.glow")).startsWith("; two\r\n"));
+}
+
+void tst_studio_window::outsideChangesAreAskedAbout_data()
+{
+    QTest::addColumn<bool>("watched");
+    QTest::addColumn<bool>("yes");
+    QTest::newRow("reload") << true << true;
+    QTest::newRow("keep") << true << false;
+    QTest::newRow("not watched") << false << false;
+}
+
+void tst_studio_window::outsideChangesAreAskedAbout()
+{
+    QFETCH(bool, watched);
+    QFETCH(bool, yes);
+    m_window->settings().setValue("enable_file_watcher", watched);
+    open("heroes/wren/air.glow");
+    const QString before = document()->toString();
+    if (watched)
+        m_dialogs->expectBox(yes ? QMessageBox::Yes : QMessageBox::No);
+    write(path("heroes/wren/air.glow"), "; from outside\r\n");
+    if (watched) {
+        QTRY_COMPARE(m_dialogs->seen().size(), 1);
+        QCOMPARE(m_dialogs->seen().first().title, QStringLiteral("File modified"));
+        QTRY_COMPARE(document()->toString(), yes ? QStringLiteral("; from outside\n") : before);
+        return;
+    }
+    // The watcher of the tree, which works without the option, tells when the time has come.
+    QFileSystemWatcher witness({path("heroes/wren/air.glow")});
+    QSignalSpy changed(&witness, &QFileSystemWatcher::fileChanged);
+    write(path("heroes/wren/air.glow"), "; again\r\n");
+    QVERIFY(changed.wait());
+    QCOMPARE(document()->toString(), before);
+}
+
+void tst_studio_window::findAndReplace_data()
+{
+    QTest::addColumn<QString>("find");
+    QTest::addColumn<QString>("by");
+    QTest::addColumn<QStringList>("checked");
+    QTest::addColumn<QByteArray>("button");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("all, plain") << "a.c"
+                                << "\\1" << QStringList{} << QByteArray("find_replace_all")
+                                << "abc \\1 ABC\n\\1";
+    QTest::newRow("all, expression") << "a(.)c"
+                                     << "<\\1>" << QStringList{"find_regex"}
+                                     << QByteArray("find_replace_all") << "<b> <.> <B>\n<.>";
+    QTest::newRow("all, by case") << "a.c"
+                                  << "x" << QStringList{"find_regex", "find_case"}
+                                  << QByteArray("find_replace_all") << "x x ABC\nx";
+    QTest::newRow("one after the found one")
+        << "a.c"
+        << "x" << QStringList{} << QByteArray("find_replace_one") << "abc x ABC\na.c";
+    QTest::newRow("a broken expression does nothing")
+        << "a("
+        << "x" << QStringList{"find_regex"} << QByteArray("find_replace_all") << "abc a.c ABC\na.c";
+}
+
+void tst_studio_window::findAndReplace()
+{
+    QFETCH(QString, find);
+    QFETCH(QString, by);
+    QFETCH(QStringList, checked);
+    QFETCH(QByteArray, button);
+    QFETCH(QString, text);
+    open("heroes/wren/air.glow");
+    view()->selectAll();
+    view()->insertPlainText("abc a.c ABC\na.c");
+    QTest::keyClick(view(), Qt::Key_Home, Qt::ControlModifier);
+    QTest::keyClick(view(), Qt::Key_F, Qt::ControlModifier);
+    auto *field = m_window->findChild<QLineEdit *>("find_text");
+    QTRY_VERIFY(field->hasFocus());
+    field->setText(find);
+    for (const QString &name : qAsConst(checked))
+        m_window->findChild<QAbstractButton *>(name)->setChecked(true);
+    m_window->findChild<QLineEdit *>("find_replacement")->setText(by);
+    if (button == "find_replace_one") {
+        QTest::keyClick(field, Qt::Key_Return);
+        QCOMPARE(view()->textCursor().selectedText(), QStringLiteral("a.c"));
+    }
+    m_window->findChild<QPushButton *>(button)->click();
+    QCOMPARE(document()->toString(), text);
+    QTest::keyClick(field, Qt::Key_Escape);
+    QVERIFY(!field->isVisible());
+    QTRY_VERIFY(view()->hasFocus());
+    document()->undo();
+    m_window->actions()->saveAll->trigger();
+}
+
+void tst_studio_window::findInFilesSurvivesAnyExpression_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("expression");
+    QTest::addColumn<bool>("hits");
+    QTest::newRow("plain") << "wren_dash" << false << true;
+    QTest::newRow("nothing there") << "no such text anywhere" << false << false;
+    QTest::newRow("expression") << "wren_\\w+" << true << true;
+    QTest::newRow("broken expression") << "wren_(" << true << false;
+    QTest::newRow("empty text") << "" << false << false;
+}
+
+void tst_studio_window::findInFilesSurvivesAnyExpression()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, expression);
+    QFETCH(bool, hits);
+    auto *dock = m_window->findChild<FindInFilesDock *>();
+    m_window->actions()->findInFiles->trigger();
+    auto *field = dock->findChild<QLineEdit *>("search_text");
+    field->setText(text);
+    dock->findChild<QAbstractButton *>("search_regex")->setChecked(expression);
+    QTest::keyClick(field, Qt::Key_Return);
+    QCOMPARE(dock->hitCount() > 0, hits);
+    // These match empty text at many places, or at every one.
+    for (const char *hostile : {"x*", "\\b", "(?=w)", "^", "$"}) {
+        field->setText(hostile);
+        dock->findChild<QAbstractButton *>("search_regex")->setChecked(true);
+        QTest::keyClick(field, Qt::Key_Return);
+    }
+}
+
+void tst_studio_window::tabsFollowTheFiles()
+{
+    auto *tabs = m_window->findChild<FileTabs *>();
+    const int before = tabs->count();
+    open("heroes/wren/air.glow");
+    open("heroes/moss/ground.glow");
+    open("heroes/wren/air.glow");
+    QCOMPARE(tabs->count(), before + 2);
+    type("; x");
+    QVERIFY(tabs->tabText(tabs->currentIndex()).endsWith(QStringLiteral("•")));
+    QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier);
+    QCOMPARE(tabs->tabText(tabs->currentIndex()), QStringLiteral("air.glow"));
+    tabs->setCurrentIndex(
+        tabs->indexOf(m_window->session()->findFile(path("heroes/moss/ground.glow"))));
+    QCOMPARE(document()->fileName(), path("heroes/moss/ground.glow"));
+    while (tabs->count() > 0)
+        m_window->actions()->closeFile->trigger();
+    QVERIFY(!document());
+    QVERIFY(!m_window->deck()->current());
+    QVERIFY2(m_window->session()->findFile(path("heroes/wren/air.glow")),
+             "a file off the desk still belongs to its project");
+
+    m_window->actions()->newMenu->actions().first()->trigger();
+    QCOMPARE(tabs->tabText(0), QStringLiteral("Untitled"));
+    type("; new");
+    m_dialogs->expectBox(QMessageBox::Yes);
+    const int files = m_window->session()->files().size();
+    m_window->actions()->closeFile->trigger();
+    QCOMPARE(m_window->session()->files().size(), files - 1);
+}
+
+void tst_studio_window::closingAsksForEachChange_data()
+{
+    QTest::addColumn<bool>("first");
+    QTest::addColumn<bool>("second");
+    QTest::newRow("both may go") << true << true;
+    QTest::newRow("the first may not") << false << false;
+    QTest::newRow("the second may not") << true << false;
+}
+
+void tst_studio_window::closingAsksForEachChange()
+{
+    QFETCH(bool, first);
+    QFETCH(bool, second);
+    open("heroes/wren/air.glow");
+    type("; one");
+    open("heroes/wren/hurt.glow");
+    type("; two");
+    m_dialogs->expectBox(first ? QMessageBox::Yes : QMessageBox::No);
+    if (first)
+        m_dialogs->expectBox(second ? QMessageBox::Yes : QMessageBox::No);
+    QCOMPARE(m_window->close(), first && second);
+    QCOMPARE(m_dialogs->seen().size(), first ? 2 : 1);
+    QCOMPARE(m_dialogs->seen().first().title, QStringLiteral("Discard changes?"));
+    QCOMPARE(m_window->session()->parentProject() == nullptr, first && second);
+}
+
+void tst_studio_window::missingFilesAreMadeOnlyIfWanted()
+{
+    const QString name = path("heroes/wren/fresh.glow");
+    m_dialogs->expectBox(QMessageBox::No);
+    QVERIFY(!m_window->desk()->openFile(name, Kiln::Project::FileID::Code));
+    QVERIFY(!QFileInfo::exists(name));
+    m_dialogs->expectBox(QMessageBox::Yes);
+    QVERIFY(m_window->desk()->openFile(name, Kiln::Project::FileID::Code));
+    QVERIFY(QFileInfo::exists(name));
+    QCOMPARE(document()->fileName(), name);
+    QVERIFY(!m_window->desk()->openFile(path("notes/design.txt"), 0));
+}
+
+void tst_studio_window::directoryWithoutProjectLeavesTheOldOne()
+{
+    const QTemporaryDir empty;
+    const Kiln::ParentProject *project = m_window->session()->parentProject();
+    m_dialogs->expectBox(QMessageBox::Ok);
+    QVERIFY(!m_window->openProject(empty.path()));
+    QCOMPARE(m_window->session()->parentProject(), project);
+    QVERIFY(!m_window->settings().recentProjects().contains(empty.path()));
+    QVERIFY2(m_window->openProject(m_directory->filePath("hero")), "it opens again");
+    QVERIFY(document());
+}
+
+void tst_studio_window::settingsDialogReachesTheView()
+{
+    open("heroes/wren/ground.glow");
+    const auto colours = [this] {
+        return document()->findBlockByNumber(2).layout()->formats().size();
+    };
+    QVERIFY(colours() > 0);
+    m_dialogs->expectDialog([](QDialog *dialog) {
+        dialog->findChild<QSpinBox *>("settings_font_size")->setValue(17);
+        dialog->findChild<QAbstractButton *>("settings_highlightCode")->setChecked(false);
+        dialog->findChild<QAbstractButton *>("settings_modelCode")->setChecked(false);
+        auto *theme = dialog->findChild<QComboBox *>("settings_theme");
+        theme->setCurrentIndex(theme->findData("dark"));
+        dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)->click();
+    });
+    m_window->actions()->settings->trigger();
+    QCOMPARE(view()->font().pointSize(), 17);
+    QVERIFY(Theme::isDark());
+    QCOMPARE(colours(), 0);
+    QCOMPARE(document()->model()->rowCount(), 0);
+
+    m_window->settings().setValue("highlightCode", true);
+    m_window->settings().setValue("modelCode", true);
+    m_window->applySettings();
+    QVERIFY(colours() > 0);
+    QVERIFY(document()->model()->rowCount() > 0);
+    m_window->actions()->zoomIn->trigger();
+    QCOMPARE(view()->font().pointSize(), 19);
+    m_window->actions()->zoomActual->trigger();
+    QCOMPARE(view()->font().pointSize(), 17);
+}
+
+void tst_studio_window::engineRunsOnTheSavedFiles()
+{
+    QVERIFY2(m_window->host().engine()->count() > 0, "the sample engine is there from the start");
+    open("heroes/wren/air.glow");
+    type("; saved before the run\n");
+    m_dialogs->expectBox(QMessageBox::Yes);
+    if (m_window->host().engine()->count() > 1)
+        m_dialogs->expectDialog([](QDialog *dialog) { dialog->accept(); });
+    m_window->actions()->run->trigger();
+    QVERIFY(read(path("heroes/wren/air.glow")).startsWith("; saved before the run\r\n"));
+    const QString output = m_window->findChild<OutputDock *>()->text();
+    QVERIFY2(output.contains("Ember game"), qPrintable(output));
+    QVERIFY2(output.contains("wren.wisp"), qPrintable(output));
+    QVERIFY(m_window->actions()->run->isEnabled());
+}
+
+void tst_studio_window::definitionsDoNotTakeSettingsAway()
+{
+    m_window->settings().setValue("highlightCode", false);
+    QVERIFY(m_window->openProject(m_directory->filePath("hero")));
+    QVERIFY(!m_window->settings().value("highlightCode").toBool());
+}
+
+void tst_studio_window::everythingHasANameAndAKey()
+{
+    open("heroes/wren/air.glow");
+    m_window->actions()->find->trigger();
+    m_window->actions()->findInFiles->trigger();
+    for (const QWidget *widget : m_window->findChildren<QWidget *>()) {
+        if (!widget->isVisible() || !(widget->focusPolicy() & Qt::TabFocus))
+            continue;
+        const QString text = widget->property("text").toString();
+        const QByteArray what =
+            widget->metaObject()->className() + QByteArray(" ") + widget->objectName().toUtf8();
+        QVERIFY2(!widget->objectName().isEmpty(), what.constData());
+        QVERIFY2(!widget->accessibleName().isEmpty() || !text.isEmpty(), what.constData());
+    }
+    // No two commands may want the same key.
+    QMap<QString, QString> keys;
+    for (const QAction *action : m_window->findChildren<QAction *>()) {
+        for (const QKeySequence &key : action->shortcuts()) {
+            QVERIFY2(!keys.contains(key.toString()),
+                     qPrintable(key.toString() + ' ' + keys[key.toString()] + ' ' +
+                                action->objectName()));
+            keys.insert(key.toString(), action->objectName());
+        }
+    }
+}
+
+QTEST_MAIN(tst_studio_window)
+#include "tst_studio_window.moc"
