@@ -87,10 +87,10 @@ void FileWatcherManager::follow(FileWatchObject *object,
 
 void FileWatcherManager::watch(const QString &path)
 {
-    if (path.isEmpty())
+    if (path.isEmpty() || m_wanted.contains(path))
         return;
     m_wanted.insert(path);
-    if (!m_watcher.files().contains(path) && !m_watcher.addPath(path)) {
+    if (!m_watcher.addPath(path)) {
         m_missing.insert(path);
         watchMissing();
     }

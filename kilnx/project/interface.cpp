@@ -1,5 +1,6 @@
 #include <kilnx/project/interface.h>
 
+#include <QtCore/QLibrary>
 #include <QtWidgets/QMenu>
 
 #include <kilnx/editors/controls.h>
@@ -7,6 +8,31 @@
 
 namespace Kiln
 {
+
+namespace
+{
+
+/// Asks the platform, while the library loads, to leave the scaling on each monitor to us. A
+/// platform that has no such function needs none.
+class DpiAwareness
+{
+public:
+    DpiAwareness()
+    {
+        const QFunctionPointer function =
+            QLibrary::resolve(QStringLiteral("user32"), "SetThreadDpiAwarenessContext");
+        const auto perMonitor = reinterpret_cast<void *>(-4);
+        if (function)
+            m_before = reinterpret_cast<void *(*)(void *)>(function)(perMonitor);
+    }
+
+private:
+    [[maybe_unused]] void *m_before = nullptr;
+};
+
+const DpiAwareness dpiAwareness;
+
+} // namespace
 
 static Interface *globalInterface = nullptr;
 

@@ -1,3 +1,5 @@
+#include "fakes.h"
+
 #include <kilnx/project/archive.h>
 #include <kilnx/project/archive_p.h>
 #include <kilnx/project/paths.h>
@@ -32,19 +34,6 @@ int numberOf(const QByteArray &contents)
     const int line = contents.indexOf('\n');
     const int number = contents.mid(6, line - 6).toInt();
     return line > 6 && contents == numbered(number) ? number : -1;
-}
-
-QByteArray contentsOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<none>");
-}
-
-void makeFile(const QString &path, const QByteArray &contents)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(contents) != contents.size())
-        qFatal("cannot make %s", qPrintable(path));
 }
 
 bool save(const QString &path, const QByteArray &contents)

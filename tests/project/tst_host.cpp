@@ -108,6 +108,21 @@ private slots:
         QVERIFY(!Interface::instance());
     }
 
+    void loadingAsksForDpiAwarenessOnce()
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        for (const bool isThere : {false, true}) {
+            if (isThere)
+                environment.insert("LD_LIBRARY_PATH", USER32_DIRECTORY);
+            QProcess process;
+            process.setProcessEnvironment(environment);
+            process.start(QCoreApplication::applicationFilePath(), {"-functions"});
+            QVERIFY(process.waitForFinished());
+            QCOMPARE(process.exitCode(), 0);
+            QCOMPARE(process.readAllStandardError().count("awareness -4\n"), isThere ? 1 : 0);
+        }
+    }
+
     void editorsAreSwitched()
     {
         TestHost host;
