@@ -23,7 +23,8 @@ constexpr int sectionSize = 500;
 class BareHighlighter : public QSyntaxHighlighter, public CodeParserSyntax
 {
 public:
-    explicit BareHighlighter(QTextDocument *document) : QSyntaxHighlighter(document)
+    explicit BareHighlighter(QTextDocument *document)
+        : QSyntaxHighlighter(document)
     {
         for (int type = 0; type < 10; ++type) {
             m_formats[type] = CodeDocument::syntaxFormat(TokenType(type));
@@ -82,7 +83,10 @@ double seconds(Function function)
 class Comparison
 {
 public:
-    explicit Comparison(benchmark::State &state) : m_state(state) {}
+    explicit Comparison(benchmark::State &state)
+        : m_state(state)
+    {
+    }
     ~Comparison()
     {
         m_state.counters["bare_us"] = m_bare / double(m_state.iterations()) * 1e6;
@@ -116,33 +120,33 @@ void load(benchmark::State &state)
     }
 }
 
-/// Types a digit into a value's line, and takes it away outside the time.
+/// Types a digit into a value's line, each time another one near the place: the start (0), the
+/// middle (1) or the end (2) of the text.
 void keystroke(benchmark::State &state)
 {
     const int lines = int(state.range(0));
+    const int step = state.range(1) == 2 ? -1 : 1;
     const QString text = Plain::sampleText(lines, sectionSize);
     Plain::Parser parser;
     const Plain::DocumentPointer document(new Plain::Document(&parser));
     document->fromString(text);
     BareDocument bare;
     bare.text.setPlainText(text);
-    const auto cursorOn = [&](QTextDocument *target) {
-        int line = qMin(int(lines * state.range(1) / 2), lines - 1);
-        while (!target->findBlockByNumber(line).text().startsWith(QLatin1String("speed")))
-            line += state.range(1) == 2 ? -1 : 1;
-        QTextCursor cursor(target->findBlockByNumber(line));
-        cursor.movePosition(QTextCursor::NextWord);
-        cursor.movePosition(QTextCursor::NextWord);
+    int line = qMin(int(lines * state.range(1) / 2), lines - 1);
+    const auto cursorOnLine = [&line](QTextDocument &target) {
+        QTextCursor cursor(target.findBlockByNumber(line));
+        cursor.movePosition(QTextCursor::Right, QTextCursor::MoveAnchor, 5);
         return cursor;
     };
-    QTextCursor own = cursorOn(document.get());
-    QTextCursor other = cursorOn(&bare.text);
     Comparison comparison(state);
     for (auto _ : state) {
+        do
+            line += step;
+        while (!bare.text.findBlockByNumber(line).text().startsWith(QLatin1String("speed")));
+        QTextCursor own = cursorOnLine(*document);
+        QTextCursor other = cursorOnLine(bare.text);
         comparison.add([&] { own.insertText(QStringLiteral("1")); },
                        [&] { other.insertText(QStringLiteral("1")); });
-        own.deletePreviousChar();
-        other.deletePreviousChar();
     }
 }
 
@@ -186,13 +190,21 @@ void headerEdit(benchmark::State &state)
     state.counters["parser_calls"] = calls;
 }
 
-BENCHMARK(load)->Arg(1000)->Arg(10000)->Arg(100000)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(load)->Arg(1000)->Iterations(50)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(load)->Arg(10000)->Iterations(10)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(load)->Arg(100000)->Iterations(3)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(keystroke)
     ->ArgsProduct({{1000, 10000, 100000}, {0, 1, 2}})
+    ->Iterations(300)
     ->UseManualTime()
     ->Unit(benchmark::kMicrosecond);
-BENCHMARK(closeAndOpen)->Arg(10000)->Arg(100000)->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(headerEdit)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(closeAndOpen)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Iterations(3)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(headerEdit)->Arg(1000)->Arg(100000)->Iterations(20)->Unit(benchmark::kMicrosecond);
 
 } // namespace
 

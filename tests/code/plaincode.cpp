@@ -204,8 +204,8 @@ CodeNode *Parser::parseValue(const QString &code, CodeNode *old, CodeNode *previ
     const QString second = names.size() > 1 ? names.at(1).trimmed() : QString();
 
     auto *const kept = old && old->type() == CodeNode::Value ? static_cast<Value *>(old) : nullptr;
-    if (kept && kept->valueType() == value.type && kept->parent() == containerAfter(previous)
-        && (kept->partner != nullptr) == !second.isNull()) {
+    if (kept && kept->valueType() == value.type && kept->parent() == containerAfter(previous) &&
+        (kept->partner != nullptr) == !second.isNull()) {
         kept->take(first, value.value);
         if (kept->partner)
             kept->partner->take(second, value.value);
@@ -239,7 +239,8 @@ QString sampleText(int count, int sectionSize)
     QString text;
     for (int line = 0; line < count; ++line) {
         if (line % sectionSize == 0)
-            text += QStringLiteral("[section%1:%2] ; head\n").arg(line).arg(line / sectionSize % 3 + 1);
+            text +=
+                QStringLiteral("[section%1:%2] ; head\n").arg(line).arg(line / sectionSize % 3 + 1);
         else if (line % 97 == 0)
             text += QStringLiteral("! line %1\n").arg(line);
         else if (line % 10 == 0)
@@ -272,9 +273,11 @@ void checkList(Kiln::CodeDocument &document, QStringList &faults)
         if (!head)
             continue;
         if (head != node)
-            faults << QStringLiteral("the list does not meet the head of line %1").arg(head->lineNo());
+            faults
+                << QStringLiteral("the list does not meet the head of line %1").arg(head->lineNo());
         if (head->block() != block || !head->isValid())
-            faults << QStringLiteral("the head of line %1 has another block").arg(block.blockNumber());
+            faults
+                << QStringLiteral("the head of line %1 has another block").arg(block.blockNumber());
         if (head->previous() != before)
             faults << QStringLiteral("broken link at ") + describe(head);
         before = head;
@@ -299,7 +302,8 @@ void checkRows(Kiln::CodeDocument &document, QStringList &faults)
         if (!parent)
             continue;
         const unsigned int row = seen[parent]++;
-        if (parent->childAt(row) != node || parent->childIndex(const_cast<CodeNode *>(node)) != int(row))
+        if (parent->childAt(row) != node ||
+            parent->childIndex(const_cast<CodeNode *>(node)) != int(row))
             faults << QStringLiteral("row %1 is not ").arg(row) + describe(node);
     }
     for (auto entry = seen.cbegin(); entry != seen.cend(); ++entry) {
@@ -312,7 +316,8 @@ void checkRows(Kiln::CodeDocument &document, QStringList &faults)
 void checkMessages(Kiln::CodeDocument &document, QStringList &faults)
 {
     using Kiln::Message;
-    const Message::Type types[] = {Message::Error, Message::Warning, Message::Warning, Message::Information};
+    const Message::Type types[] = {Message::Error, Message::Warning, Message::Warning,
+                                   Message::Information};
     const Kiln::Messages *const messages = document.messages();
     unsigned int counts[3] = {0, 0, 0};
     unsigned int row = 0;
@@ -321,8 +326,8 @@ void checkMessages(Kiln::CodeDocument &document, QStringList &faults)
         for (int i = 0; data && i < data->syntaxMessages().size(); ++i, ++row) {
             const CodeBlockData::SyntaxMessage &expected = data->syntaxMessages().at(i);
             const Message message = messages->at(row, Message::All);
-            if (message.line != block.blockNumber() || message.text != expected.text
-                || message.type != types[expected.type] || message.column != expected.begin)
+            if (message.line != block.blockNumber() || message.text != expected.text ||
+                message.type != types[expected.type] || message.column != expected.begin)
                 faults << QStringLiteral("message %1 differs").arg(row);
             const Message same = messages->at(counts[message.type & 1]++, types[expected.type]);
             if (same.line != message.line || same.text != message.text)
@@ -333,8 +338,11 @@ void checkMessages(Kiln::CodeDocument &document, QStringList &faults)
         if (messages->count(type) != counts[type])
             faults << QStringLiteral("%1 messages of type %2").arg(messages->count(type)).arg(type);
     }
-    if (messages->count(Message::All) != row || messages->at(row, Message::All).type != Message::All)
-        faults << QStringLiteral("%1 messages instead of %2").arg(messages->count(Message::All)).arg(row);
+    if (messages->count(Message::All) != row ||
+        messages->at(row, Message::All).type != Message::All)
+        faults << QStringLiteral("%1 messages instead of %2")
+                      .arg(messages->count(Message::All))
+                      .arg(row);
 }
 
 } // namespace

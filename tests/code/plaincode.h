@@ -68,8 +68,10 @@ public:
     int quietCalls = 0; ///< those of them without a sink
 
 private:
-    Kiln::CodeNode *
-    parseHeader(const QString &code, Kiln::CodeNode *old, Kiln::CodeNode *previous, Kiln::RootCode *root);
+    Kiln::CodeNode *parseHeader(const QString &code,
+                                Kiln::CodeNode *old,
+                                Kiln::CodeNode *previous,
+                                Kiln::RootCode *root);
     Kiln::CodeNode *parseValue(const QString &code, Kiln::CodeNode *old, Kiln::CodeNode *previous);
 };
 

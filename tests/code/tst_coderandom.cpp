@@ -24,7 +24,11 @@ using Kiln::CodeNode;
 class RandomEditor
 {
 public:
-    RandomEditor(Plain::Document &document, quint32 seed) : m_document(document), m_random(seed) {}
+    RandomEditor(Plain::Document &document, quint32 seed)
+        : m_document(document)
+        , m_random(seed)
+    {
+    }
 
     void step()
     {
@@ -63,14 +67,17 @@ public:
 private:
     int below(int bound) { return int(m_random.bounded(bound)); }
     int randomPosition() { return below(m_document.characterCount()); }
-    int lineStart() { return m_document.findBlockByNumber(below(m_document.blockCount())).position(); }
+    int lineStart()
+    {
+        return m_document.findBlockByNumber(below(m_document.blockCount())).position();
+    }
 
     QString line()
     {
-        static const char *const lines[] = {"[run:1]",     "[stand:2] ; c", " [inner:3]",   "[off:9]",
-                                            "x = 1",       "y = 2, 3 ; c",  "z + w = 4",    "t = word (a)",
-                                            "! fault",     "~ old",         "? odd",        "; comment",
-                                            "",            "a = 1.5",       "[zero:0]",     "  "};
+        static const char *const lines[] = {
+            "[run:1]",   "[stand:2] ; c", " [inner:3]", "[off:9]", "x = 1", "y = 2, 3 ; c",
+            "z + w = 4", "t = word (a)",  "! fault",    "~ old",   "? odd", "; comment",
+            "",          "a = 1.5",       "[zero:0]",   "  "};
         return QLatin1String(lines[below(int(sizeof lines / sizeof *lines))]);
     }
 
@@ -187,7 +194,8 @@ void TestCodeRandom::steps()
             document->fromString(Plain::sampleText(16, 5));
         const QStringList faults = Plain::faults(*document);
         if (!faults.isEmpty())
-            QFAIL(qPrintable(QStringLiteral("step %1: %2").arg(step).arg(faults.join(QLatin1Char('\n')))));
+            QFAIL(qPrintable(
+                QStringLiteral("step %1: %2").arg(step).arg(faults.join(QLatin1Char('\n')))));
         Plain::DocumentPointer fresh(new Plain::Document(&parser));
         fresh->setOption(QStringLiteral("highlightCode"), highlight, false, false);
         fresh->fromString(document->toString());
