@@ -158,11 +158,12 @@ QModelIndex CodeDocument::indexInLine(int line) const
         const CodeNode *inner = nullptr;
         while (--row >= 0 && !inner) {
             const CodeNode *const child = container->childAt(unsigned(row));
-            if (child->lineNo() == line)
+            const int childLine = NodeRows::line(child);
+            if (childLine == line && child->block().isValid())
                 return indexOfNode(child);
-            if (child->lineNo() < line && isContainer(child))
+            if (childLine < line && isContainer(child))
                 inner = child;
-            else if (container->type() == Group)
+            else if (childLine < line && container->type() == Group)
                 break;
         }
         if (!inner)

@@ -58,7 +58,8 @@ public:
 
     /// Parses a line outside the highlighter, without painting.
     void parseQuietly(const QTextBlock &block);
-    /// Releases the head nodes of all lines.
+    /// Releases the head nodes of all lines. Without a parser, which would report anew, messages
+    /// and brackets go too.
     void releaseNodes();
     /// A line's data is about to go.
     void leaveBlock(CodeBlockData *data);

@@ -252,6 +252,10 @@ void CodeDocumentPrivate::releaseNodes()
     forgetSequence();
     for (QTextBlock block = document->begin(); block.isValid(); block = block.next()) {
         CodeBlockData *const data = dataOf(block);
+        if (data && !parser) {
+            dropMessages(data);
+            data->d->parenthesis.resize(0);
+        }
         if (!data || !data->d->node)
             continue;
         CodeNode *const node = data->d->node;

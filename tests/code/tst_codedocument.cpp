@@ -1,0 +1,626 @@
+#include <kilnx/code/messages.h>
+#include <tests/code/plaincode.h>
+#include <tests/support/treedump.h>
+
+#include <QAbstractItemModelTester>
+#include <QElapsedTimer>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTextLayout>
+
+using namespace Kiln;
+
+/// The document in steps that are told one by one; tst_coderandom does them at random.
+class TestCodeDocument : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void keepsNodesOfUnchangedMeaning();
+    void treeInsideABracket();
+    void insertAround_data();
+    void insertAround();
+    void changeKeepsTheComment_data();
+    void changeKeepsTheComment();
+    void lineZeroAndLastLine();
+    void selections();
+    void indexInLine();
+    void reparseOfASection();
+    void farFromOtherNodes();
+    void options();
+    void enabledGroups();
+    void documentEditors();
+    void rowsOfAReset();
+    void persistentIndexes();
+    void search();
+    void replace_data();
+    void replace();
+    void tokensAndFormats();
+    void foldingIndent_data();
+    void foldingIndent();
+    void hugeFilesStayLinear();
+
+private:
+    void setText(const char *text) { document->fromString(QString::fromUtf8(text)); }
+    CodeNode *node(int line) { return document->nodeInBlock(document->findBlockByNumber(line)); }
+    QString name(int line) { return dynamic_cast<NamedCode *>(node(line))->name(); }
+    void type(int line, int column, const QString &text)
+    {
+        QTextCursor cursor(document->findBlockByNumber(line));
+        cursor.setPosition(cursor.position() + column);
+        cursor.insertText(text);
+    }
+
+    QStringList log; // of the editors, which the document ends
+    std::unique_ptr<Plain::Parser> parser;
+    Plain::DocumentPointer document;
+};
+
+namespace
+{
+
+/// Notes what a document tells it.
+class RecordingEditor : public CodeDocumentEditor
+{
+public:
+    explicit RecordingEditor(QStringList &log)
+        : log(log)
+    {
+    }
+
+    void insertChild(CodeNode *node, unsigned int index) override
+    {
+        nodes.insert(int(index), node);
+        log << QStringLiteral("insert %1").arg(index);
+    }
+    void removeChild(CodeNode *node) override
+    {
+        log << QStringLiteral("remove %1").arg(nodes.indexOf(node));
+        nodes.removeOne(node);
+    }
+    void childChanged(CodeNode *node) override
+    {
+        log << QStringLiteral("change %1").arg(nodes.indexOf(node));
+    }
+    void release() override
+    {
+        log << QStringLiteral("release");
+        delete this;
+    }
+    bool isEmpty() const override { return nodes.isEmpty(); }
+    QList<SearchResult> search(const QRegularExpression &) override { return {}; }
+    void replace(const QList<SearchResult> &, const QString &) override {}
+
+    QStringList &log;
+    QList<CodeNode *> nodes;
+
+protected:
+    Messages *fileMessages() const override { return nullptr; }
+};
+
+/// The folding rules as they are written down, line by line over the whole text.
+QVector<unsigned int> plainIndents(Plain::Document &document)
+{
+    const QStringList lines = document.toString().split(QLatin1Char('\n'));
+    QVector<int> kinds, flags;
+    for (const QString &line : lines) {
+        kinds << (document.foldingKind(line) & 3);
+        flags << (document.foldingKind(line) & 4);
+    }
+    QVector<unsigned int> indents;
+    for (int line = 0; line < lines.size(); ++line) {
+        const int P = line ? kinds[line - 1] : 0, F = line ? flags[line - 1] : 0;
+        const int I = line ? int(indents[line - 1]) : 0;
+        int indent = I;
+        if (kinds[line] == 1) {
+            indent = flags[line] ? 0 : P == 2 ? I - 1 : I;
+        } else if (kinds[line] == 2 && P != 2) {
+            indent = P == 1 ? I + 1 : I;
+        } else if (kinds[line] == 0 && P != 0) {
+            indent = 0;
+            int next = line + 1;
+            while (next < lines.size() && kinds[next] == 0)
+                ++next;
+            if (next < lines.size() && kinds[next] == 2)
+                indent = P == 1 ? I + 1 : I;
+            else if (next < lines.size() && !flags[next] && P == 1)
+                indent = F ? I + 1 : I;
+            else if (next < lines.size() && !flags[next])
+                for (int back = line - 2; back >= 0; --back) {
+                    if (kinds[back] != 1)
+                        continue;
+                    indent = flags[back] ? I : I - 1;
+                    break;
+                }
+        }
+        indents << unsigned(qMax(indent, 0));
+    }
+    return indents;
+}
+
+} // namespace
+
+void TestCodeDocument::init()
+{
+    parser = std::make_unique<Plain::Parser>();
+    document.reset(new Plain::Document(parser.get()));
+}
+
+void TestCodeDocument::cleanup()
+{
+    if (document)
+        QCOMPARE(Plain::faults(*document), QStringList());
+    document.reset();
+}
+
+void TestCodeDocument::keepsNodesOfUnchangedMeaning()
+{
+    setText("[a]\nx = 1\ny = 2");
+    CodeNode *const x = node(1);
+    QSignalSpy inserted(document->model(), &QAbstractItemModel::rowsInserted);
+    QSignalSpy removed(document->model(), &QAbstractItemModel::rowsRemoved);
+    QSignalSpy changed(document->model(), &QAbstractItemModel::dataChanged);
+    type(1, 5, QStringLiteral("2"));
+    QCOMPARE(node(1), x);
+    QCOMPARE(static_cast<ValueCode *>(x)->asInt(), 12);
+    QCOMPARE(inserted.count() + removed.count(), 0);
+    QCOMPARE(changed.count(), 1);
+    QCOMPARE(changed.at(0).at(0).toModelIndex(), document->index(0, 0, document->index(0, 0)));
+
+    type(1, 6, QStringLiteral(".5"));
+    QVERIFY(static_cast<ValueCode *>(node(1))->valueType() == ValueCode::Real);
+    QCOMPARE(inserted.count(), 1);
+    QCOMPARE(removed.count(), 1);
+    document->undo();
+    QCOMPARE(static_cast<ValueCode *>(node(1))->asInt(), 1);
+    document->redo();
+    QCOMPARE(static_cast<ValueCode *>(node(1))->asReal(), 12.5);
+}
+
+void TestCodeDocument::treeInsideABracket()
+{
+    setText("[a]\nx = 1");
+    document->beginChange();
+    QVERIFY(document->isCodeBeingChanged());
+    document->insertAfter(node(1), QStringLiteral("y = 2\n! z"), true);
+    QCOMPARE(name(2), QStringLiteral("y"));
+    CodeNode *const y = node(2);
+    QCOMPARE(parser->quietCalls, 3);
+    QCOMPARE(document->messages()->count(Message::Error), 0u);
+    document->insertBefore(node(2), QStringLiteral("[b:2]"), true);
+    QCOMPARE(y->parent(), node(2));
+    y->remove(false);
+    QVERIFY(!y->isValid());
+    document->endChange();
+    QVERIFY(!document->isCodeBeingChanged());
+    QCOMPARE(document->toString(), QStringLiteral("[a]\nx = 1\n[b:2]\n! z"));
+    QCOMPARE(document->messages()->count(Message::Error), 1u);
+    document->undo();
+    QCOMPARE(document->toString(), QStringLiteral("[a]\nx = 1"));
+
+    document->setOption(QStringLiteral("parseCode"), false, false, false);
+    document->beginChange();
+    document->insertAfter(node(1), QStringLiteral("y = 2"), true);
+    QCOMPARE(node(2), nullptr);
+    document->endChange();
+    QVERIFY(node(2));
+    document->endChange();
+    QVERIFY(!document->isCodeBeingChanged());
+}
+
+void TestCodeDocument::insertAround_data()
+{
+    QTest::addColumn<int>("line");
+    QTest::addColumn<bool>("after");
+    QTest::addColumn<bool>("ownLine");
+    QTest::addColumn<QString>("result");
+    QTest::newRow("below the line") << 0 << true << true << "[a]\nNEW\nx = 1\n[b]\ny = 2";
+    QTest::newRow("below the section") << 0 << true << false << "[a]\nx = 1\nNEW\n[b]\ny = 2";
+    QTest::newRow("below the last section") << 2 << true << false << "[a]\nx = 1\n[b]\ny = 2\nNEW";
+    QTest::newRow("at the end") << -1 << true << false << "[a]\nx = 1\n[b]\ny = 2NEW\n";
+    QTest::newRow("above the first line") << 0 << false << true << "NEW\n[a]\nx = 1\n[b]\ny = 2";
+    QTest::newRow("above a line") << 3 << false << true << "[a]\nx = 1\n[b]\nNEW\ny = 2";
+    QTest::newRow("at the start") << -1 << false << false << "NEW\n[a]\nx = 1\n[b]\ny = 2";
+}
+
+void TestCodeDocument::insertAround()
+{
+    QFETCH(int, line);
+    QFETCH(bool, after);
+    QFETCH(bool, ownLine);
+    QFETCH(QString, result);
+    setText("[a]\nx = 1\n[b]\ny = 2");
+    const CodeNode *const place = line < 0 ? nullptr : node(line);
+    if (after)
+        document->insertAfter(place, QStringLiteral("NEW"), ownLine);
+    else
+        document->insertBefore(place, QStringLiteral("NEW"), ownLine);
+    QCOMPARE(document->toString(), result);
+    QVERIFY(document->isModified());
+}
+
+void TestCodeDocument::changeKeepsTheComment_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("result");
+    QTest::newRow("no comment") << "x = 1"
+                                << "x = 5";
+    QTest::newRow("no engine tells what a comment is") << "x = 1 ; note"
+                                                       << "x = 5";
+}
+
+void TestCodeDocument::changeKeepsTheComment()
+{
+    QFETCH(QString, line);
+    QFETCH(QString, result);
+    document->fromString(QStringLiteral("[a]\n") + line + QStringLiteral("\nz = 1"));
+    node(1)->change(QStringLiteral("x = 5"));
+    QCOMPARE(document->toString(), QStringLiteral("[a]\n") + result + QStringLiteral("\nz = 1"));
+    node(2)->change(QStringLiteral("zz = 3"));
+    QCOMPARE(document->lastBlock().text(), QStringLiteral("zz = 3"));
+}
+
+void TestCodeDocument::lineZeroAndLastLine()
+{
+    setText("[a]\nx = 1\n; c\n[b]\ny = 1");
+    QCOMPARE(node(0)->firstLine(), 0);
+    QCOMPARE(node(0)->lastLine(), 2);
+    QCOMPARE(node(3)->lastLine(), document->blockCount());
+    QCOMPARE(node(1)->lastLine(), 1);
+    QCOMPARE(node(2), nullptr);
+    QCOMPARE(document->document(), document.get());
+    QCOMPARE(node(1)->document(), document.get());
+    // The document itself is no line of text.
+    document->remove(true);
+    document->change(QStringLiteral("x"));
+    QCOMPARE(document->blockCount(), 5);
+}
+
+void TestCodeDocument::selections()
+{
+    setText("[a]\nx = 1\n[b]\ny = 1");
+    QCOMPARE(node(1)->select().selectedText(),
+             QStringLiteral("x = 1") + QChar(QChar::ParagraphSeparator));
+    QCOMPARE(node(3)->select().selectedText(), QStringLiteral("y = 1"));
+    static_cast<GroupCode *>(node(2))->removeValue(0);
+    QCOMPARE(document->toString(), QStringLiteral("[a]\nx = 1\n[b]\n"));
+    static_cast<GroupCode *>(node(2))->removeValue(0);
+    node(0)->remove(true);
+    QCOMPARE(document->toString(), QStringLiteral("[b]\n"));
+}
+
+void TestCodeDocument::indexInLine()
+{
+    setText("; c\n[a]\nx = 1\n\ny + z = 1\n[b]\n; c");
+    QAbstractItemModel *const model = document->model();
+    const QModelIndex a = model->index(0, 0);
+    QCOMPARE(document->indexInLine(0), QModelIndex());
+    QCOMPARE(document->indexInLine(1), a);
+    QCOMPARE(document->indexInLine(2), model->index(0, 0, a));
+    QCOMPARE(document->indexInLine(3), a);
+    QCOMPARE(document->indexInLine(4), model->index(1, 0, a));
+    QCOMPARE(document->indexInLine(6), model->index(1, 0));
+    QCOMPARE(document->indexInLine(99), model->index(1, 0));
+    QCOMPARE(document->lineNo(model->index(1, 0, a)), 4);
+    QCOMPARE(document->lineNo(QModelIndex()), 0);
+}
+
+void TestCodeDocument::reparseOfASection()
+{
+    document->fromString(Plain::sampleText(5000, 100));
+    QTextCursor cursor(document->firstBlock());
+    cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
+    parser->calls = 0;
+    cursor.insertText(QStringLiteral("[head:3]"));
+    // The section, and the header below it, whose state is the same as before.
+    QCOMPARE(parser->calls, 101);
+    parser->calls = 0;
+    type(2501, 4, QStringLiteral("1"));
+    QCOMPARE(parser->calls, 1);
+}
+
+void TestCodeDocument::farFromOtherNodes()
+{
+    // The way to the node above goes over many lines without one, and over many nodes.
+    QString text = QStringLiteral("[a]\nx = 1\n") + QStringLiteral("; c\n").repeated(300) +
+                   QStringLiteral("[b]\n") + QStringLiteral("y = 1\n").repeated(300);
+    document->fromString(text);
+    type(200, 0, QStringLiteral("z = 1 "));
+    QCOMPARE(node(200)->parent(), node(0));
+    QCOMPARE(node(200)->previous(), node(1));
+    type(580, 0, QStringLiteral("[c:2]"));
+    QCOMPARE(document->childIndex(node(580)), 2);
+    QCOMPARE(Plain::faults(*document), QStringList());
+    QTextCursor cursor(document->findBlockByNumber(302));
+    cursor.movePosition(QTextCursor::NextBlock, QTextCursor::KeepAnchor);
+    cursor.removeSelectedText();
+    QCOMPARE(static_cast<GroupCode *>(node(0))->valueCount(), 2u + 277u);
+}
+
+void TestCodeDocument::options()
+{
+    setText("[a]\nx = 1");
+    QCOMPARE(document->rowCount(), 1);
+    document->setOption(QStringLiteral("modelCode"), false, false, false);
+    QSignalSpy inserted(document->model(), &QAbstractItemModel::rowsInserted);
+    QCOMPARE(document->rowCount(), 0);
+    document->insert(QStringLiteral("\n[b]"));
+    QCOMPARE(int(document->childCount()), 2);
+    QCOMPARE(inserted.count(), 0);
+    document->setOption(QStringLiteral("modelCode"), true, false, false);
+    QCOMPARE(document->rowCount(), 2);
+
+    QVERIFY(!document->firstBlock().layout()->formats().isEmpty());
+    document->setSyntaxHighlight(false);
+    QVERIFY(document->firstBlock().layout()->formats().isEmpty());
+    QCOMPARE(document->rowCount(), 2);
+    QVERIFY(!document->hasSyntaxHighlight());
+
+    document->setParser(nullptr);
+    QCOMPARE(document->rowCount(), 0);
+    QCOMPARE(document->next(), nullptr);
+    document->insert(QStringLiteral("\n[c]"));
+    QCOMPARE(document->next(), nullptr);
+}
+
+void TestCodeDocument::enabledGroups()
+{
+    QVERIFY(document->groupEnabled(0));
+    QVERIFY(document->groupEnabled(2));
+    QVERIFY(!document->groupEnabled(9));
+    setText("[a:9]\nx = 1\n[b:1]\ny = 1");
+    QCOMPARE(node(0), nullptr);
+    QCOMPARE(node(1)->parent(), nullptr);
+    document->enableGroups({9});
+    QCOMPARE(node(1)->parent(), node(0));
+    QCOMPARE(document->rowCount(), 2);
+    document->setOption(QStringLiteral("parseCode"), false, false, false);
+    QVERIFY(!document->groupEnabled(9));
+    QVERIFY(!document->groupEnabled(0));
+}
+
+void TestCodeDocument::documentEditors()
+{
+    setText("[a:1]\n[b:2]\n[c:1]");
+    log.clear();
+    auto *const editor = new RecordingEditor(log);
+    document->registerDocumentEditor(editor, CodeNode::Group, 1);
+    editor->nodes = {node(0), node(2)};
+    QCOMPARE(document->documentEditor(CodeNode::Group, 1), editor);
+    QCOMPARE(document->documentEditor(CodeNode::Group, 2), nullptr);
+    document->insertBefore(node(2), QStringLiteral("[d:1]"), true);
+    document->insertBefore(node(0), QStringLiteral("[e:2]"), true);
+    type(1, 1, QStringLiteral("q"));
+    node(3)->remove(true);
+    // A line that is put before the first one takes over its data, and so ends its node.
+    QCOMPARE(log, (QStringList{"insert 1", "remove 0", "insert 0", "change 0", "remove 1"}));
+    log.clear();
+    document->registerDocumentEditor(editor, CodeNode::Group, 3);
+    document.reset();
+    QCOMPARE(log, QStringList{"release"});
+
+    document.reset(new Plain::Document(parser.get()));
+    auto *const lost = new RecordingEditor(log);
+    document->registerDocumentEditor(lost, CodeNode::Group, 1);
+    document->unregisterDocumentEditor(lost);
+    document->unregisterDocumentEditor(lost);
+    log.clear();
+    setText("[a]");
+    document.reset();
+    QCOMPARE(log, QStringList());
+    lost->release();
+}
+
+void TestCodeDocument::rowsOfAReset()
+{
+    // Whoever counts rows by the signals alone arrives at the right number.
+    QAbstractItemModelTester tester(document->model(),
+                                    QAbstractItemModelTester::FailureReportingMode::QtTest);
+    int rows = 0;
+    QObject scope;
+    connect(document->model(), &QAbstractItemModel::modelReset, &scope,
+            [&] { rows = document->model()->rowCount(); });
+    connect(document->model(), &QAbstractItemModel::rowsInserted, &scope,
+            [&](const QModelIndex &parent, int first, int last) {
+                rows += parent.isValid() ? 0 : last - first + 1;
+            });
+    setText("[a]\nx = 1\n[b]");
+    QCOMPARE(rows, 2);
+    document->rehighlight();
+    QCOMPARE(rows, 2);
+    document->reparse();
+    QCOMPARE(rows, 2);
+    document->reset();
+    QCOMPARE(rows, 0);
+    QVERIFY(!document->isModified());
+}
+
+void TestCodeDocument::persistentIndexes()
+{
+    setText("[a]\nx = 1\ny = 2\n[b]\nz = 3");
+    QAbstractItemModel *const model = document->model();
+    const QPersistentModelIndex b = model->index(1, 0);
+    const QPersistentModelIndex y = model->index(1, 0, model->index(0, 0));
+    const QPersistentModelIndex x = model->index(0, 0, model->index(0, 0));
+    node(1)->remove(true);
+    QVERIFY(!x.isValid());
+    QCOMPARE(y.row(), 0);
+    QCOMPARE(y.data().toString(), QStringLiteral("y"));
+    document->insertBefore(node(2), QStringLiteral("[c]"), true);
+    QCOMPARE(b.row(), 2);
+    QCOMPARE(y.parent(), model->index(0, 0));
+    QCOMPARE(b.data().toString(), QStringLiteral("b"));
+}
+
+void TestCodeDocument::search()
+{
+    setText("[a]\nx = 12\ny = 3");
+    auto results = document->search(QRegularExpression(QStringLiteral("(\\w) = (\\d+)")));
+    QCOMPARE(results.size(), 2);
+    QCOMPARE(results.at(0).line, 1u);
+    QCOMPARE(results.at(0).start, 0u);
+    QCOMPARE(results.at(0).length, 6u);
+    QCOMPARE(results.at(0).text, QStringLiteral("x = 12"));
+    QCOMPARE(results.at(0).captured, (QStringList{"x", "12"}));
+    results = document->search(QRegularExpression(QStringLiteral("12\ny")));
+    QCOMPARE(results.size(), 1);
+    QCOMPARE(results.at(0).line, 1u);
+    QCOMPARE(results.at(0).start, 4u);
+    QCOMPARE(results.at(0).length, 4u);
+    QCOMPARE(results.at(0).text, QStringLiteral("x = 12y"));
+    QCOMPARE(document->search(QRegularExpression(QStringLiteral("q*"))).size(),
+             document->characterCount());
+    QCOMPARE(document->search(QRegularExpression(QStringLiteral("("))).size(), 0);
+    QCOMPARE(document->search(QRegularExpression(QStringLiteral("nowhere"))).size(), 0);
+}
+
+void TestCodeDocument::replace_data()
+{
+    QTest::addColumn<QString>("pattern");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("result");
+    QTest::newRow("plain") << "\\d"
+                           << "7"
+                           << "a = 7\nb = 7 7";
+    QTest::newRow("longer") << "= "
+                            << "=== "
+                            << "a === 1\nb === 2 3";
+    QTest::newRow("over lines") << "1\nb"
+                                << ""
+                                << "a =  = 2 3";
+    QTest::newRow("the second capture") << "(\\w) = (\\d)"
+                                        << "%1;"
+                                        << "1;\n2; 3";
+    QTest::newRow("one capture fills nothing") << "(\\d)"
+                                               << "<%1>"
+                                               << "a = <%1>\nb = <%1> <%1>";
+    QTest::newRow("a marker that a capture brings stays") << "(.) (=) (.)"
+                                                          << "%2%1"
+                                                          << "1=\n2= 3";
+    QTest::newRow("empty matches") << "^"
+                                   << "-"
+                                   << "-a = 1\nb = 2 3";
+}
+
+void TestCodeDocument::replace()
+{
+    QFETCH(QString, pattern);
+    QFETCH(QString, text);
+    QFETCH(QString, result);
+    setText("a = 1\nb = 2 3");
+    const auto found = document->search(QRegularExpression(pattern));
+    document->replace(found, text);
+    QCOMPARE(document->toString(), result);
+    QVERIFY(!document->isCodeBeingChanged());
+    document->undo();
+    QCOMPARE(document->toString(), QStringLiteral("a = 1\nb = 2 3"));
+    ProjectFile::SearchResult stranger;
+    stranger.line = 99;
+    stranger.length = 5;
+    document->replace({stranger}, text);
+    stranger.line = 1;
+    stranger.start = 6;
+    document->replace({stranger}, text);
+    QCOMPARE(document->toString(), QStringLiteral("a = 1\nb = 2 3"));
+}
+
+void TestCodeDocument::tokensAndFormats()
+{
+    setText("x = 1 ; c\n! bad\n; only\n(a) ; (");
+    const auto formats = document->firstBlock().layout()->formats();
+    QCOMPARE(formats.size(), 3);
+    QCOMPARE(formats.at(0).format.fontWeight(), int(QFont::Bold));
+    QCOMPARE(formats.at(1).format.foreground().color(), QColor(255, 128, 0));
+    QVERIFY(formats.at(2).format.fontItalic());
+    QCOMPARE(formats.at(2).format.foreground().color(), QColor(Qt::gray));
+    const auto error = document->findBlockByNumber(1).layout()->formats().at(0).format;
+    QCOMPARE(error.underlineStyle(), QTextCharFormat::SpellCheckUnderline);
+    QCOMPARE(error.underlineColor(), QColor(Qt::red));
+    QCOMPARE(error.foreground().color(), QColor(Qt::red));
+
+    const auto parsed = [this](int line) {
+        return CodeBlockData::testBlockData(document->findBlockByNumber(line))->isParsed();
+    };
+    QVERIFY(parsed(0) && parsed(1) && !parsed(2));
+    type(2, 0, QStringLiteral("x = 1"));
+    QVERIFY(parsed(2));
+    document->undo();
+    QVERIFY(parsed(2));
+    const auto brackets =
+        CodeBlockData::testBlockData(document->findBlockByNumber(3))->parenthesis();
+    QCOMPARE(brackets.size(), 2);
+    QCOMPARE(brackets.at(1).position, 2);
+    QCOMPARE(brackets.at(1).type, int(CodeBlockData::Parenthesis::Close));
+
+    const QTextCharFormat before = CodeDocument::syntaxFormat(CodeParserSyntax::Name);
+    QTextCharFormat green = before;
+    green.setForeground(Qt::green);
+    CodeDocument::setSyntaxFormat(CodeParserSyntax::Name, green);
+    QCOMPARE(document->firstBlock().layout()->formats().at(0).format, before);
+    document->rehighlight();
+    QCOMPARE(document->firstBlock().layout()->formats().at(0).format, green);
+    CodeDocument::setSyntaxFormat(CodeParserSyntax::Name, before);
+    CodeDocument::setSyntaxFormat(CodeParserSyntax::TokenType(10), green);
+}
+
+void TestCodeDocument::foldingIndent_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("sections") << "[a]\nx=1\ny=2\n[b]\nz=1";
+    QTest::newRow("inner sections") << "[a]\nx=1\n [i]\ny=2\n [j]\nz=1\n[b]\nz=1";
+    QTest::newRow("plain lines between") << "[a]\n;\nx=1\n;\n;\ny=2\n;\n [i]\n;\n [j]\n;\n[b]";
+    QTest::newRow("plain below a head, at the end") << "[a]\n;\n;";
+    QTest::newRow("plain below an inner head") << "[a]\n [i]\n;\n [j]\n;\n;";
+    QTest::newRow("values without a section") << ";\nx=1\n;\n [i]\nx=1";
+    QTest::newRow("empty") << "";
+}
+
+void TestCodeDocument::foldingIndent()
+{
+    QFETCH(QString, text);
+    document->fromString(text);
+    QVector<unsigned int> indents;
+    for (QTextBlock block = document->begin(); block.isValid(); block = block.next())
+        indents << CodeBlockData::testBlockData(block)->foldingIndent();
+    QCOMPARE(indents, plainIndents(*document));
+    document->highlighted = 0;
+    document->rehighlight();
+    QCOMPARE(document->highlighted, document->blockCount());
+}
+
+void TestCodeDocument::hugeFilesStayLinear()
+{
+    // What grew with the square of these lines would take minutes.
+    QElapsedTimer timer;
+    timer.start();
+    const int lines = 60000;
+    const QString texts[] = {
+        QStringLiteral("; c\n").repeated(lines),
+        QStringLiteral("x = 1\n").repeated(lines),
+        QStringLiteral("[a]\n").repeated(lines),
+        QStringLiteral("[a]\n") + QStringLiteral("x = 1\n").repeated(lines),
+        QStringLiteral("x + y = 1\n[a]\n").repeated(lines / 2),
+    };
+    log.clear();
+    document->registerDocumentEditor(new RecordingEditor(log), CodeNode::Group, 1);
+    for (const QString &text : texts) {
+        document->fromString(text);
+        QTextCursor cursor(document.get());
+        cursor.insertText(QStringLiteral("[top:2]\n"));
+        cursor.select(QTextCursor::Document);
+        cursor.removeSelectedText();
+        QCOMPARE(document->next(), nullptr);
+        document->undo();
+        QCOMPARE(document->blockCount(), text.count(QLatin1Char('\n')) + 2);
+        document->clear();
+    }
+    document->fromString(QString(1000000, QLatin1Char('x')));
+    QVERIFY(node(0));
+    QVERIFY2(timer.elapsed() < 240000, "a load or a removal does not grow with the lines only");
+}
+
+QTEST_MAIN(TestCodeDocument)
+#include "tst_codedocument.moc"
