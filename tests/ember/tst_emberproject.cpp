@@ -411,8 +411,8 @@ void TestEmberProject::sampleUsesEveryValueType()
     QSet<int> types;
     for (Kiln::Project *project : m_parent->openedProjects()) {
         for (Kiln::ProjectFile *file : project->files()) {
-            const Kiln::CodeNode *node = static_cast<EmberDocument *>(file);
-            while ((node = node->next(Kiln::CodeNode::Value, 0)))
+            const Kiln::CodeNode *node = dynamic_cast<EmberDocument *>(file);
+            while (node && (node = node->next(Kiln::CodeNode::Value, 0)))
                 types.insert(static_cast<const Kiln::ValueCode *>(node)->valueType());
         }
     }

@@ -145,14 +145,14 @@ void TestRandomEditor::equalsFreshDocument_data()
         QTest::addRow("seed %u", seed) << seed << (seed % 2 == 0);
 }
 
-/// Set KILN_RANDOM_STEPS for more or fewer than 1000 steps a seed.
+/// Set KILN_RANDOM_STEPS for more or fewer than 600 steps a seed.
 void TestRandomEditor::equalsFreshDocument()
 {
     QFETCH(quint32, seed);
     QFETCH(bool, holdsIndexes);
     const int steps = qEnvironmentVariableIsSet("KILN_RANDOM_STEPS")
                           ? qEnvironmentVariableIntValue("KILN_RANDOM_STEPS")
-                          : 1000;
+                          : 600;
     const OpenDocument open;
     EmberDocument *document = open.get();
     QAbstractItemModelTester tester(document->model(),
