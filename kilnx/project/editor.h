@@ -50,8 +50,9 @@ public Q_SLOTS:
     virtual void redo() = 0;
 
 public:
-    /// Looks for the next place with `text`; `flags` are QTextDocument::FindFlag bits, and bit 4
-    /// (16) keeps the editor from telling that nothing was found.
+    /// Looks for the next place with `text`. Bits of `flags`: 0 (1) the text is a regular
+    /// expression, 1 (2) case sensitive, 2 (4) backward, 3 (8) wrap around at the end, 4 (16) don't
+    /// tell that nothing was found.
     virtual void find(const QString &text, unsigned int flags) = 0;
     /// Replaces the next place with `text`, or all of them.
     virtual void replace(const QString &text, const QString &by, unsigned int flags, bool all) = 0;

@@ -80,7 +80,8 @@ public:
     virtual QColor colorOption2(const QString &key) const = 0;
     /// The application's setting, or `fallback` when it has none.
     virtual QVariant option(const QString &key, const QVariant &fallback) const = 0;
-    /// Writes the application's setting.
+    /// Writes the application's setting. An invalid value comes from a definition that says nothing
+    /// about a key: a host does well to leave its setting alone then.
     virtual void setOption(const QString &key, const QVariant &value) = 0;
     /// Sets one field of the status bar, counted from 0.
     virtual void setStatusText(int field, const QString &text) = 0;

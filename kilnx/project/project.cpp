@@ -38,8 +38,9 @@ void Project::moveOptionsUp(CodeDocument *definition)
     for (const char *name : {"parseCode", "highlightCode", "modelCode"}) {
         const QString key = QString::fromLatin1(name);
         const QVariant value = definition->option(key);
-        // A definition that does not care leaves the host's settings alone.
-        setOption(key, value, value.isValid());
+        // A definition that does not care hands an invalid value on: what that means for the
+        // settings is the host's choice.
+        setOption(key, value, true);
     }
     for (const char *name : {"highlightCode", "parseCode", "modelCode"})
         definition->setOption(QString::fromLatin1(name), QVariant(), false, false);

@@ -199,8 +199,9 @@ private slots:
         newProject(document);
         QCOMPARE(m_project->type(), Project::Level);
         QCOMPARE(m_host->log,
-                 QStringList({"setOption parseCode=false", "setOption modelCode=true"}));
-        // What a definition does not say leaves the host's setting alone.
+                 QStringList({"setOption parseCode=false", "setOption highlightCode=",
+                              "setOption modelCode=true"}));
+        // What a definition does not say is told as an invalid value, which this host passes over.
         QCOMPARE(document->option("highlightCode"), QVariant("kept"));
         m_project->setOption("modelCode", QVariant(), false);
         m_host->options["modelCode"] = 7;

@@ -221,7 +221,8 @@ QVariant TestHost::option(const QString &key, const QVariant &fallback) const
 void TestHost::setOption(const QString &key, const QVariant &value)
 {
     log << QStringLiteral("setOption %1=%2").arg(key, value.toString());
-    options.insert(key, value);
+    if (value.isValid())
+        options.insert(key, value);
 }
 
 void TestHost::setStatusText(int field, const QString &text)
