@@ -2,7 +2,6 @@
 
 // Every public header of the library, room by room.
 
-#include <kilnx/export.h>
 #include <kilnx/cache/cachedprojectfile.h>
 #include <kilnx/cache/crc64.h>
 #include <kilnx/cache/diskcache.h>
@@ -10,6 +9,16 @@
 #include <kilnx/cache/packedcache.h>
 #include <kilnx/cache/streamcache.h>
 #include <kilnx/cache/streamcachedata.h>
+#include <kilnx/code/codeblockdata.h>
+#include <kilnx/code/codedocument.h>
+#include <kilnx/code/codenode.h>
+#include <kilnx/code/codeparser.h>
+#include <kilnx/code/groupcode.h>
+#include <kilnx/code/messages.h>
+#include <kilnx/code/namedcode.h>
+#include <kilnx/code/rootcode.h>
+#include <kilnx/code/textcodecs.h>
+#include <kilnx/code/valuecode.h>
 #include <kilnx/codeedit/codeeditor.h>
 #include <kilnx/codeedit/codefileeditor.h>
 #include <kilnx/codeedit/codeworkspace.h>
@@ -18,6 +27,7 @@
 #include <kilnx/editors/controls.h>
 #include <kilnx/editors/fieldguard.h>
 #include <kilnx/editors/organizer.h>
+#include <kilnx/export.h>
 #include <kilnx/forms/itemsdialog.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/forms/rundlg.h>
@@ -45,6 +55,6 @@
 #include <kilnx/project/translator.h>
 #include <kilnx/project/treemodel.h>
 #include <kilnx/project/workspace.h>
-#include <kilnx/sound/soundsample.h>
 #include <kilnx/sound/sounds.h>
+#include <kilnx/sound/soundsample.h>
 #include <kilnx/sound/wav.h>
