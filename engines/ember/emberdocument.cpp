@@ -1,5 +1,7 @@
 #include "emberdocument.h"
 
+#include "animationparser.h"
+#include "emberanimations.h"
 #include "emberline.h"
 #include "emberparser.h"
 
@@ -14,7 +16,7 @@ const char *const treeOptions[] = {"parseCode", "modelCode", "highlightCode"};
 
 const EmberDocument::FileType fileTypes[] = {EmberDocument::Character, EmberDocument::Stage,
                                              EmberDocument::Game, EmberDocument::Commands,
-                                             EmberDocument::States};
+                                             EmberDocument::States, EmberDocument::Animations};
 
 } // namespace
 
@@ -25,6 +27,11 @@ EmberDocument::EmberDocument(FileType type)
     for (const char *key : treeOptions) {
         const QString option = QString::fromLatin1(key);
         setOption(option, host ? host->option(option, true) : true, false, false);
+    }
+    if (type == Animations) {
+        new EmberAnimations(this);
+        setParser(&EmberAnimationParser::instance());
+        return;
     }
     using namespace EmberLanguage;
     switch (type) {
@@ -69,6 +76,8 @@ const char *EmberDocument::suffix(FileType type)
         return "hearth";
     case Commands:
         return "beck";
+    case Animations:
+        return "flick";
     default:
         return "glow";
     }
@@ -85,6 +94,11 @@ void EmberDocument::followProject()
         setOption(QString::fromLatin1(key), QVariant(), false, false);
 }
 
+EmberAnimations *EmberDocument::animations() const
+{
+    return static_cast<EmberAnimations *>(documentEditor(Kiln::CodeNode::Animation, 0));
+}
+
 QString EmberDocument::language() const
 {
     return QStringLiteral("Ember");
@@ -93,6 +107,8 @@ QString EmberDocument::language() const
 QIcon EmberDocument::nodeIcon(const Kiln::CodeNode *node) const
 {
     const Kiln::Interface *host = Kiln::Interface::instance();
+    if (host && node->type() == Kiln::CodeNode::Animation)
+        return host->icon(QStringLiteral("icon_animation"));
     if (!host || node->type() != Kiln::CodeNode::Group)
         return QIcon();
     return host->icon(fileType() == Commands ? QStringLiteral("icon_command")

@@ -4,10 +4,13 @@
 
 #include <kilnx/code/codedocument.h>
 
-/// A code file of Ember: a definition, commands or states.
+class EmberAnimations;
+
+/// A code file of Ember: a definition, commands, states or animations.
 ///
-/// It hands its text to the EmberParser and enables the sections that belong into a file of its
-/// kind. Made with `new`; release() ends it, which its Project does for the files it owns.
+/// It hands its text to the EmberParser, and enables the sections that belong into a file of its
+/// kind; a file of animations has the EmberAnimationParser and a list. Made with `new`; release()
+/// ends it, which its Project does for the files it owns.
 class EMBER_EXPORT EmberDocument : public Kiln::CodeDocument
 {
 public:
@@ -19,6 +22,7 @@ public:
         Game = 6,
         Commands = 100,
         States = 101,
+        Animations = 102,
         NoFileType = -1
     };
 
@@ -36,6 +40,9 @@ public:
     /// From here on the three options are those of the project, which the file has joined. An
     /// EmberProject calls it for each file that is added.
     void followProject();
+
+    /// The list of the animations; null for files of other types. It is the document's.
+    EmberAnimations *animations() const;
 
     QString language() const override;
     QIcon nodeIcon(const Kiln::CodeNode *node) const override;

@@ -40,15 +40,22 @@ QMap<int, QString> EmberEngine::singleFileFilters() const
 {
     return {{Kiln::Project::FileID::Sounds, QStringLiteral("*.peal")},
             {Kiln::Project::FileID::Commands, QStringLiteral("*.beck")},
-            {Kiln::Project::FileID::Code, QStringLiteral("*.glow")}};
+            {Kiln::Project::FileID::Code, QStringLiteral("*.glow")},
+            {Kiln::Project::FileID::Animations, QStringLiteral("*.flick")}};
 }
 
 Kiln::ProjectFile *EmberEngine::createFile(FileType type, Kiln::Project *)
 {
-    if (type == FileType::Sounds)
+    switch (type) {
+    case FileType::Sounds:
         return new EmberSounds;
-    if (type != FileType::Commands && type != FileType::Code)
+    case FileType::Commands:
+        return new EmberDocument(EmberDocument::Commands);
+    case FileType::Code:
+        return new EmberDocument(EmberDocument::States);
+    case FileType::Animations:
+        return new EmberDocument(EmberDocument::Animations);
+    default:
         return nullptr;
-    return new EmberDocument(type == FileType::Commands ? EmberDocument::Commands
-                                                        : EmberDocument::States);
+    }
 }

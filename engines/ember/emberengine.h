@@ -21,8 +21,8 @@ public:
     QString executable() const override;
     QString fileFilter() const override;
     QMap<int, QString> singleFileFilters() const override;
-    /// An empty file of sounds, commands or code, which the caller adds to the project. Null for the
-    /// other types.
+    /// An empty file of sounds, commands, code or animations, which the caller adds to the project.
+    /// Null for the other types.
     Kiln::ProjectFile *createFile(Kiln::Project::FileID::Type type,
                                   Kiln::Project *project) override;
 

@@ -62,6 +62,7 @@ const Entry filesEntries[] = {
     {"states", valueType(Name), nullptr, 0, 0, nullptr, 32},
     {"brain", valueType(Name), nullptr, 0, 0, nullptr, 32},
     {"rules", valueType(Name), nullptr, 0, 0, nullptr, 32},
+    {"animations", valueType(Name), nullptr, 0, 0, nullptr, 8},
     {"cast", valueType(Name), nullptr, 0, 0, nullptr, 1},
     {"sounds", valueType(Name), nullptr, 0, 0, nullptr, 4},
 };

@@ -46,6 +46,8 @@ Kiln::Project::FileID::Type typeOfFile(const QString &fileName)
         return FileID::Commands;
     case EmberDocument::States:
         return FileID::Code;
+    case EmberDocument::Animations:
+        return FileID::Animations;
     case EmberDocument::NoFileType:
         return QFileInfo(fileName).suffix() == QLatin1String(EmberSounds::suffix) ? FileID::Sounds
                                                                                   : FileID::Type();

@@ -145,7 +145,7 @@ void TestEmberProject::opensTheSample()
                          .arg(project->displayName())
                          .arg(project->files().size()));
     names.sort();
-    QCOMPARE(names, (QStringList{QStringLiteral("0 Moss 6"), QStringLiteral("0 Wren 9"),
+    QCOMPARE(names, (QStringList{QStringLiteral("0 Moss 6"), QStringLiteral("0 Wren 10"),
                                  QStringLiteral("1 Above the tide 2"),
                                  QStringLiteral("1 The quay 2"), QStringLiteral("6 Tidewater 3")}));
     QVERIFY(!projectNamed(m_parent, QStringLiteral("Wren"))->isModified());
@@ -171,6 +171,7 @@ void TestEmberProject::showsFilesAndDirectories()
     QStringList expected =
         QStringLiteral("heroes moss wren stages harbour rooftops shared notes design.txt names.txt "
                        "tidewater.hearth gallery.glow rules.glow weather.glow wren.wisp wren.beck "
+                       "wren.flick "
                        "ground.glow air.glow strikes.glow hurt.glow brain.glow showcase.glow "
                        "moss.wisp moss.beck wren.peal moss.peal ground.glow strikes.glow "
                        "brain.glow harbour.glade "
@@ -367,7 +368,7 @@ void TestEmberProject::makesFiles()
     Kiln::Project *project = m_parent->openedProjects().first();
     QVERIFY(project->isSingle());
     QCOMPARE(project->type(), Kiln::Project::Background);
-    for (const int type : {2, 8, 1})
+    for (const int type : {2, 1})
         QVERIFY(!engine.createFile(Kiln::Project::FileID::Type(type), project));
     const QMap<int, QString> filters = engine.singleFileFilters();
     for (auto i = filters.begin(); i != filters.end(); ++i) {
@@ -386,7 +387,7 @@ void TestEmberProject::makesFiles()
         QCOMPARE(document->option(QStringLiteral("modelCode")), QVariant(false));
         project->setOption(QStringLiteral("modelCode"), true, false);
     }
-    QCOMPARE(project->files().size(), 4);
+    QCOMPARE(project->files().size(), 5);
 }
 
 void TestEmberProject::collectsFiles()
@@ -467,7 +468,7 @@ void TestEmberProject::closesEverything()
         for (Kiln::ProjectFile *file : project->files())
             objects.append(dynamic_cast<QObject *>(file->model()));
     }
-    QCOMPARE(objects.size(), 5 + 22);
+    QCOMPARE(objects.size(), 5 + 23);
     QVERIFY(!objects.contains(nullptr));
 
     const QList<Kiln::Project *> projects = m_parent->openedProjects();

@@ -10,6 +10,7 @@
 
 @files
     commands: wren.beck
+    animations: wren.flick
     states: ground.glow
     states: air.glow
     states: strikes.glow

@@ -1,0 +1,454 @@
+#include "animationnodes.h"
+
+#include <kilnx/code/codedocument.h>
+
+#include <QTextBlock>
+#include <QTextCursor>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+using namespace EmberAnimationText;
+using Kiln::CodeNode;
+using Kiln::ContactBoxCode;
+
+namespace
+{
+
+Line lineOf(const CodeNode *node)
+{
+    return Line::read(node->block().text());
+}
+
+/// Rewrites the code of a node's line; indent and comment stay.
+void rewrite(const CodeNode *node, const QString &code)
+{
+    const QTextBlock block = node->block();
+    const Range range = EmberLine::read(block.text()).code;
+    Kiln::CodeDocument *document = node->document();
+    if (!document || block.text().mid(range.begin, range.end - range.begin) == code)
+        return;
+    QTextCursor cursor = document->cursor();
+    cursor.setPosition(block.position() + range.begin);
+    cursor.setPosition(block.position() + range.end, QTextCursor::KeepAnchor);
+    document->insertOnCursor(code, cursor);
+}
+
+QString indentOf(const CodeNode *node)
+{
+    const QString text = node->block().text();
+    return text.left(EmberLine::read(text).code.begin);
+}
+
+QString boxWord(ContactBoxCode::BoxType type)
+{
+    return type & 1 ? QStringLiteral("strike") : QStringLiteral("body");
+}
+
+/// A rectangle whose edges a line of text can say.
+QRect sayable(const QRect &rect)
+{
+    const QRect normal = rect.normalized();
+    const qint64 most = std::numeric_limits<int>::max();
+    return QRect(normal.left(), normal.top(),
+                 int(std::min<qint64>(normal.width(), most - std::max(normal.left(), 0))),
+                 int(std::min<qint64>(normal.height(), most - std::max(normal.top(), 0))));
+}
+
+/// The real that reads back from the text of `number`.
+qreal rounded(qreal number)
+{
+    return QString::number(number, 'g', 10).toDouble();
+}
+
+} // namespace
+
+EmberBox::EmberBox(CodeNode *previous, BoxType type, const QRect &rect)
+    : ValueCode(previous, Plain, rect)
+    , m_type(type)
+    , m_rect(rect)
+{
+}
+
+void EmberBox::setRect(const QRect &rect)
+{
+    const QRect wanted = sayable(rect);
+    if (wanted != m_rect)
+        rewrite(this, lineOf(this).withSubject(boxText(wanted)));
+}
+
+QString EmberBox::name() const
+{
+    return boxWord(m_type);
+}
+
+void EmberBox::setName(const QString &name)
+{
+    const BoxType other = m_type & 1 ? Collision : Attack;
+    if (name == boxWord(other))
+        rewrite(this, name + QLatin1String(": ") + boxText(m_rect));
+}
+
+QString EmberBox::valueText() const
+{
+    return boxText(m_rect);
+}
+
+QString EmberBox::enumText(unsigned int) const
+{
+    return QString();
+}
+
+void EmberBox::update(const QRect &rect)
+{
+    m_rect = rect;
+    valueChanged(rect);
+}
+
+EmberBoxes::EmberBoxes(EmberFrame *frame, ContactBoxCode::BoxType type)
+    : m_frame(frame)
+    , m_type(type)
+{
+}
+
+QVector<EmberBox *> EmberBoxes::boxes() const
+{
+    QVector<EmberBox *> found;
+    for (CodeNode *node = m_frame->previous(); node && node->type() == CodeNode::Value;
+         node = node->previous()) {
+        auto *box = static_cast<EmberBox *>(node);
+        if (box->boxType() == m_type)
+            found.prepend(box);
+    }
+    return found;
+}
+
+unsigned int EmberBoxes::count() const
+{
+    return static_cast<unsigned int>(boxes().size());
+}
+
+ContactBoxCode *EmberBoxes::at(unsigned int index) const
+{
+    return boxes().value(static_cast<int>(index));
+}
+
+ContactBoxCode *EmberBoxes::add(const QRect &rect)
+{
+    Kiln::CodeDocument *document = m_frame->document();
+    if (!document)
+        return nullptr;
+    const QVector<EmberBox *> before = boxes();
+    const QString text =
+        indentOf(m_frame) + boxWord(m_type) + QLatin1String(": ") + boxText(sayable(rect));
+    if (before.isEmpty())
+        document->insertBefore(m_frame, text, true);
+    else
+        document->insertAfter(before.last(), text, true);
+    const QVector<EmberBox *> after = boxes();
+    return after.size() > before.size() ? after.last() : nullptr;
+}
+
+void EmberBoxes::remove(ContactBoxCode *box)
+{
+    const int index = indexOf(box);
+    if (index >= 0)
+        boxes().at(index)->remove(false);
+}
+
+void EmberBoxes::setRects(const QVector<QRect> &rects)
+{
+    Kiln::CodeDocument *document = m_frame->document();
+    if (!document)
+        return;
+    document->beginChange();
+    const QVector<EmberBox *> old = boxes();
+    for (int i = old.size() - 1; i >= rects.size(); --i)
+        old.at(i)->remove(false);
+    for (int i = 0; i < rects.size(); ++i) {
+        if (i < old.size())
+            old.at(i)->setRect(rects.at(i));
+        else
+            add(rects.at(i));
+    }
+    document->endChange();
+}
+
+EmberFrame::EmberFrame(CodeNode *previous, const FrameValues &values)
+    : FrameCode(previous, &m_strikes, &m_bodies)
+    , m_values(values)
+    , m_strikes(this, ContactBoxCode::Attack)
+    , m_bodies(this, ContactBoxCode::Collision)
+{
+}
+
+void EmberFrame::setClause(const char *word, const QString &arguments)
+{
+    rewrite(this, lineOf(this).withClause(QLatin1String(word), arguments));
+}
+
+void EmberFrame::setIdentifier(const QString &identifier)
+{
+    const QString text = nameText(identifier);
+    if (text != m_values.identifier)
+        rewrite(this, lineOf(this).withSubject(text));
+}
+
+void EmberFrame::setOffset(const QPoint &offset)
+{
+    if (offset != m_values.offset)
+        setClause("at", offsetText(offset));
+}
+
+void EmberFrame::setDelay(int delay)
+{
+    if (std::max(delay, -1) != m_values.delay)
+        setClause("for", delayText(delay));
+}
+
+void EmberFrame::setScale(const QPointF &scale)
+{
+    const bool isFinite = std::isfinite(scale.x()) && std::isfinite(scale.y());
+    if (isFinite && QPointF(rounded(scale.x()), rounded(scale.y())) != m_values.scale)
+        setClause("scale", scaleText(scale));
+}
+
+void EmberFrame::setAngle(qreal angle)
+{
+    if (std::isfinite(angle) && rounded(angle) != m_values.angle)
+        setClause("angle", angleText(angle));
+}
+
+void EmberFrame::setFlip(Flip flip)
+{
+    if ((flip & FlipBoth) != m_values.flip)
+        setClause("flip", flipText(flip & FlipBoth));
+}
+
+void EmberFrame::setLoopPoint(bool loopPoint)
+{
+    Kiln::CodeDocument *text = document();
+    if (loopPoint == m_values.loopPoint || !text)
+        return;
+    text->beginChange();
+    if (loopPoint && parent()) {
+        const auto frames = static_cast<EmberAnimation *>(parent())->frames();
+        for (Kiln::FrameCode *frame : frames)
+            frame->setLoopPoint(false);
+    }
+    setClause("loop", loopPoint ? QLatin1String("") : QString());
+    text->endChange();
+}
+
+QVariant EmberFrame::property(const QString &name)
+{
+    switch (propertyNames().indexOf(name)) {
+    case 0:
+        return identifier();
+    case 1:
+        return offset();
+    case 2:
+        return delay();
+    case 3:
+        return scale();
+    case 4:
+        return angle();
+    case 5:
+        return static_cast<int>(flip());
+    case 6:
+        return isLoopPoint();
+    default:
+        return QVariant();
+    }
+}
+
+void EmberFrame::setProperty(const QString &name, const QVariant &value)
+{
+    bool isNumber = true;
+    switch (propertyNames().indexOf(name)) {
+    case 0:
+        setIdentifier(value.toString());
+        break;
+    case 1:
+        if (value.canConvert<QPoint>())
+            setOffset(value.toPoint());
+        break;
+    case 2:
+        value.toInt(&isNumber);
+        if (isNumber)
+            setDelay(value.toInt());
+        break;
+    case 3:
+        if (value.canConvert<QPointF>())
+            setScale(value.toPointF());
+        break;
+    case 4:
+        value.toReal(&isNumber);
+        if (isNumber)
+            setAngle(value.toReal());
+        break;
+    case 5:
+        value.toInt(&isNumber);
+        if (isNumber)
+            setFlip(static_cast<Flip>(value.toInt() & FlipBoth));
+        break;
+    case 6:
+        setLoopPoint(value.toBool());
+        break;
+    default:
+        break;
+    }
+}
+
+void EmberFrame::update(const FrameValues &values)
+{
+    if (m_values == values)
+        return;
+    m_values = values;
+    valueChanged(values.identifier);
+}
+
+void EmberFrame::optimize()
+{
+    const FrameValues plain;
+    if (m_values.offset == plain.offset)
+        setClause("at", QString());
+    if (m_values.delay == plain.delay)
+        setClause("for", QString());
+    if (m_values.scale == plain.scale)
+        setClause("scale", QString());
+    if (m_values.angle == plain.angle)
+        setClause("angle", QString());
+    if (m_values.flip == plain.flip)
+        setClause("flip", QString());
+}
+
+EmberAnimation::EmberAnimation(CodeNode *previous, const AnimationValues &values)
+    : AnimationCode(previous)
+    , m_values(values)
+{
+}
+
+QString EmberAnimation::displayName() const
+{
+    if (m_values.title.isEmpty())
+        return m_values.identifier;
+    return m_values.identifier + QLatin1String(" - ") + m_values.title;
+}
+
+void EmberAnimation::setName(const QString &name)
+{
+    const QString text = nameText(name);
+    if (!text.isEmpty() && text != m_values.identifier)
+        rewrite(this, lineOf(this).withSubject(text));
+}
+
+void EmberAnimation::setClause(const char *word, const QString &arguments)
+{
+    rewrite(this, lineOf(this).withClause(QLatin1String(word), arguments));
+}
+
+QStringList EmberAnimation::propertyNames()
+{
+    return AnimationCode::propertyNames()
+           << QStringLiteral("Title") << QStringLiteral("Layer") << QStringLiteral("Once");
+}
+
+QVariant EmberAnimation::property(const QString &name)
+{
+    if (name == QLatin1String("Identifier"))
+        return m_values.identifier;
+    if (name == QLatin1String("Title"))
+        return m_values.title;
+    if (name == QLatin1String("Layer"))
+        return m_values.layer;
+    if (name == QLatin1String("Once"))
+        return m_values.once;
+    return AnimationCode::property(name);
+}
+
+void EmberAnimation::setProperty(const QString &name, const QVariant &value)
+{
+    if (name == QLatin1String("Identifier")) {
+        setName(value.toString());
+    } else if (name == QLatin1String("Title")) {
+        const QString text = nameText(value.toString());
+        setClause("title", text.isEmpty() ? QString() : text);
+    } else if (name == QLatin1String("Layer")) {
+        const int layer = qBound(0, value.toInt(), 9);
+        setClause("layer", layer == 0 ? QString() : QString::number(layer));
+    } else if (name == QLatin1String("Once")) {
+        setClause("once", value.toBool() ? QLatin1String("") : QString());
+    } else {
+        AnimationCode::setProperty(name, value);
+    }
+}
+
+int EmberAnimation::firstLine() const
+{
+    const auto isComment = [](const QTextBlock &line) {
+        return line.isValid() && line.text().trimmed().startsWith(QLatin1Char(';'));
+    };
+    QTextBlock first = block();
+    while (isComment(first.previous()))
+        first = first.previous();
+    return first.blockNumber();
+}
+
+/// The line of the frame before is taken over, without its mark as the loop point.
+Kiln::FrameCode *EmberAnimation::insertFrame(unsigned int index, const QString &identifier)
+{
+    Kiln::CodeDocument *text = document();
+    if (!text)
+        return nullptr;
+    const unsigned int count = frameCount();
+    const unsigned int row = std::min(index, count);
+    const Kiln::FrameCode *above = frameAt(row > 0 ? row - 1 : 0);
+    Line line = above ? lineOf(above) : Line::read(QStringLiteral("frame:"));
+    line = Line::read(line.withSubject(nameText(identifier)));
+    const QString indent = above ? indentOf(above) : QStringLiteral("    ");
+    const QString frame = indent + line.withClause(QStringLiteral("loop"), QString());
+    if (row < count)
+        text->insertBefore(frameAt(row), frame, false);
+    else
+        text->insertAfter(above ? static_cast<const CodeNode *>(above) : this, frame, true);
+    return frameCount() > count ? frameAt(row) : nullptr;
+}
+
+int EmberAnimation::optimize()
+{
+    Kiln::CodeDocument *text = document();
+    if (!text)
+        return 0;
+    const int countBefore = text->blockCount();
+    text->beginChange();
+    const auto frames = this->frames();
+    for (Kiln::FrameCode *frame : frames)
+        static_cast<EmberFrame *>(frame)->optimize();
+    const int last = std::min(lastLine(), text->blockCount() - 1);
+    for (int number = last; number > lineNo(); --number) {
+        const QTextBlock line = text->findBlockByNumber(number);
+        const bool isDoubled = line.text().trimmed().isEmpty() &&
+                               line.previous().text().trimmed().isEmpty() && line.next().isValid();
+        const CodeNode *node = text->nodeInBlock(line);
+        const bool isStray = node && node->type() == CodeNode::Value &&
+                             (frames.isEmpty() || number > frames.last()->lineNo());
+        if (!isDoubled && !isStray)
+            continue;
+        QTextCursor cursor = text->cursor();
+        cursor.setPosition(line.previous().position() + line.previous().length() - 1);
+        cursor.setPosition(line.position() + line.length() - 1, QTextCursor::KeepAnchor);
+        text->insertOnCursor(QString(), cursor);
+    }
+    text->endChange();
+    return countBefore - text->blockCount();
+}
+
+void EmberAnimation::update(const AnimationValues &values)
+{
+    if (m_values == values)
+        return;
+    m_values = values;
+    valueChanged(values.identifier);
+}

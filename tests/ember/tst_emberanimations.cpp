@@ -1,0 +1,680 @@
+#include <ember/animationnodes.h>
+#include <ember/emberanimations.h>
+#include <ember/emberdocument.h>
+#include <ember/emberparentproject.h>
+
+#include <kilnx/code/messages.h>
+#include <kilnx/project/archive.h>
+#include <tests/support/testhost.h>
+#include <tests/support/treedump.h>
+
+#include <QAbstractItemModelTester>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTextBlock>
+
+#include <memory>
+
+using namespace Kiln;
+using EmberAnimationText::Line;
+
+namespace
+{
+
+struct Release {
+    void operator()(EmberDocument *document) const { document->release(); }
+};
+using Document = std::unique_ptr<EmberDocument, Release>;
+
+Document fileOf(const QString &text)
+{
+    Document document(new EmberDocument(EmberDocument::Animations));
+    document->fromString(text);
+    return document;
+}
+
+QString rectText(const QRect &rect)
+{
+    return QStringLiteral("%1,%2 %3x%4")
+        .arg(rect.x())
+        .arg(rect.y())
+        .arg(rect.width())
+        .arg(rect.height());
+}
+
+/// Everything that a file of animations says, read through the contract of the library.
+QString contents(const EmberDocument *document)
+{
+    QString text;
+    for (AnimationCode *animation : document->animations()->animations()) {
+        text += QStringLiteral("%1 %2-%3\n")
+                    .arg(animation->displayName())
+                    .arg(animation->firstLine())
+                    .arg(animation->lastLine());
+        for (FrameCode *frame : animation->frames()) {
+            text += QStringLiteral("  %1 line %2-%3 of %4")
+                        .arg(frame->index())
+                        .arg(frame->firstLine())
+                        .arg(frame->lastLine())
+                        .arg(animation->name());
+            for (const QString &name : frame->propertyNames()) {
+                QString value;
+                QDebug(&value).nospace() << frame->property(name);
+                text += QLatin1Char(' ') + value;
+            }
+            for (const auto type : {ContactBoxCode::Attack, ContactBoxCode::Collision}) {
+                for (const QRect &rect : frame->contactBoxes(type)->rects())
+                    text += QStringLiteral(" %1:%2").arg(type).arg(rectText(rect));
+            }
+            text += QLatin1Char('\n');
+        }
+    }
+    return text;
+}
+
+/// All that must be as in a fresh document with the same text.
+QString state(const EmberDocument *document)
+{
+    return TreeDump::all(*document) + TreeDump::rows(*document->animations()) + contents(document);
+}
+
+QString difference(EmberDocument *document)
+{
+    const Document fresh = fileOf(document->toPlainText());
+    const QString actual = state(document);
+    const QString expected = state(fresh.get());
+    if (actual == expected)
+        return QString();
+    return QStringLiteral("\n%1\n-- is --\n%2\n-- should be --\n%3")
+        .arg(document->toPlainText(), actual, expected);
+}
+
+QStringList messages(const EmberDocument *document)
+{
+    const Messages *list = static_cast<const ProjectFile *>(document)->messages();
+    QStringList texts;
+    for (unsigned int i = 0; i < list->count(Message::All); ++i) {
+        const Message message = list->at(i, Message::All);
+        texts << QStringLiteral("%1: %2").arg(message.line + 1).arg(message.text);
+    }
+    return texts;
+}
+
+FrameCode *firstFrame(const Document &document)
+{
+    return document->animations()->at(0)->frameAt(0);
+}
+
+/// Somebody who edits animations without sense, the same way for the same seed.
+class AnimationEditorAtRandom
+{
+public:
+    AnimationEditorAtRandom(EmberDocument *document, quint32 seed)
+        : m_document(document)
+        , m_list(document->animations())
+        , m_random(seed)
+    {
+    }
+
+    /// One step, some of them several edits in one bracket; what it did.
+    QString step()
+    {
+        const bool bracketed = below(5) == 0;
+        QStringList done;
+        if (bracketed)
+            m_list->beginChange();
+        for (int i = bracketed ? 1 + below(3) : 1; i > 0; --i)
+            done << (below(2) ? edit() : type(bracketed));
+        if (bracketed)
+            m_list->endChange();
+        return done.join(QLatin1Char('+'));
+    }
+
+private:
+    int below(int bound) { return m_random.bounded(bound); }
+    QString identifier()
+    {
+        return below(2) ? QString::number(below(12)) : QString(QChar('a' + below(4)));
+    }
+
+    AnimationCode *anyAnimation()
+    {
+        return m_list->count() ? m_list->at(unsigned(below(int(m_list->count())))) : nullptr;
+    }
+
+    FrameCode *anyFrame()
+    {
+        AnimationCode *animation = anyAnimation();
+        const int count = animation ? int(animation->frameCount()) : 0;
+        return count ? animation->frameAt(unsigned(below(count))) : nullptr;
+    }
+
+    QVariant anyValue(int property)
+    {
+        switch (property) {
+        case 1:
+            return QPoint(below(9) - 4, below(9) - 4);
+        case 3:
+            return QPointF(below(4) / 2.0, below(4) / 2.0);
+        case 4:
+            return below(8) * 22.5;
+        case 6:
+            return below(2) == 0;
+        default:
+            return property == 0 ? QVariant(identifier()) : QVariant(below(5) - 1);
+        }
+    }
+
+    QString edit()
+    {
+        const unsigned int count = m_list->count();
+        const unsigned int row = count ? unsigned(below(int(count))) : 0;
+        AnimationCode *animation = m_list->at(row);
+        FrameCode *frame = anyFrame();
+        switch (below(13)) {
+        case 0:
+            m_list->add(identifier());
+            return QStringLiteral("add");
+        case 1:
+            m_list->insert(row, identifier());
+            return QStringLiteral("insert");
+        case 2:
+            m_list->remove(row);
+            return QStringLiteral("remove");
+        case 3:
+            m_list->duplicate(row, below(2) ? identifier() : QString());
+            return QStringLiteral("duplicate");
+        case 4:
+        case 5:
+            if (count)
+                m_list->move(row, unsigned(below(int(count))));
+            return QStringLiteral("move");
+        case 6:
+            if (animation)
+                animation->setCode(animation->code() + QLatin1Char('\n') + line());
+            return QStringLiteral("setCode");
+        case 7:
+            if (animation)
+                animation->setProperty(QStringLiteral("Identifier"), identifier());
+            return QStringLiteral("rename");
+        case 8:
+            if (animation)
+                animation->insertFrame(unsigned(below(4)), identifier());
+            return QStringLiteral("insertFrame");
+        case 9:
+            if (animation)
+                animation->removeFrame(unsigned(below(4)));
+            return QStringLiteral("removeFrame");
+        case 10:
+            if (animation)
+                animation->optimize();
+            return QStringLiteral("optimize");
+        default:
+            return frame ? editFrame(frame) : QStringLiteral("nothing");
+        }
+    }
+
+    QString editFrame(FrameCode *frame)
+    {
+        ContactBoxesCode *boxes = frame->contactBoxes(ContactBoxCode::BoxType(1 + below(2)));
+        const QRect rect(below(9) - 4, below(9) - 4, 1 + below(5), 1 + below(5));
+        ContactBoxCode *box = boxes->at(unsigned(below(3)));
+        switch (below(6)) {
+        case 0:
+            boxes->add(rect);
+            return QStringLiteral("add box");
+        case 1:
+            boxes->remove(box);
+            return QStringLiteral("remove box");
+        case 2:
+            if (box)
+                box->setRect(rect);
+            return QStringLiteral("change box");
+        case 3:
+            boxes->setRects(QVector<QRect>(below(4), rect));
+            return QStringLiteral("set boxes");
+        default:
+            const int property = below(7);
+            frame->setProperty(frame->propertyNames().at(property), anyValue(property));
+            return QStringLiteral("setProperty");
+        }
+    }
+
+    QString line()
+    {
+        static const char *const lines[] = {"@animation %1",
+                                            "@animation %1, title T, once",
+                                            "@animation",
+                                            "    frame: s, at 1 2, for 3",
+                                            "    frame: s, loop ; note",
+                                            "frame: , for x, at 1",
+                                            "    body: 1, 2, 3, 4",
+                                            "    strike: 1, 2",
+                                            "; comment",
+                                            "",
+                                            "@state stand",
+                                            "junk"};
+        const QString text = QLatin1String(lines[below(12)]);
+        return text.contains(QLatin1String("%1")) ? text.arg(identifier()) : text;
+    }
+
+    /// What a user does with keyboard and clipboard; no undo within a bracket.
+    QString type(bool bracketed)
+    {
+        QTextCursor cursor = m_document->cursor();
+        cursor.setPosition(below(m_document->characterCount()));
+        switch (below(bracketed ? 4 : 7)) {
+        case 0:
+            cursor.movePosition(QTextCursor::EndOfBlock);
+            m_document->insertOnCursor(QLatin1Char('\n') + line(), cursor);
+            return QStringLiteral("type line");
+        case 1:
+            cursor.select(QTextCursor::LineUnderCursor);
+            m_document->insertOnCursor(line(), cursor);
+            return QStringLiteral("replace line");
+        case 2:
+            cursor.movePosition(QTextCursor::NextCharacter, QTextCursor::KeepAnchor, below(30));
+            m_document->insertOnCursor(QString(), cursor);
+            return QStringLiteral("delete");
+        case 3:
+            m_document->insertOnCursor(QString(QLatin1String("@;:,\n 7a").at(below(8))), cursor);
+            return QStringLiteral("type character");
+        case 4:
+            m_list->redo();
+            return QStringLiteral("redo");
+        default:
+            for (int i = below(3); i >= 0; --i)
+                m_list->undo();
+            return QStringLiteral("undo");
+        }
+    }
+
+    EmberDocument *m_document;
+    EmberAnimations *m_list;
+    QRandomGenerator m_random;
+};
+
+const char *const walk = "; He walks.\n"
+                         "@animation walk, title Walking\n"
+                         "    body: -10, -60, 10, 0\n"
+                         "    frame: w1, at 2 0, for 6 ; left\n"
+                         "    strike: 4, -50, 20, -40\n"
+                         "    frame: w2\n";
+
+} // namespace
+
+/// Ember's animation files: their language, their setters, and the list under random edits.
+class EmberAnimationsTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void values_data();
+    void values();
+    void faults_data();
+    void faults();
+    void setters_data();
+    void setters();
+    void badValues();
+    void boxes();
+    void loopPoint();
+    void insertFrame();
+    void optimize();
+    void header();
+    void hero();
+    void randomEdits_data();
+    void randomEdits();
+    void randomLines();
+};
+
+void EmberAnimationsTest::values_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("values");
+    QTest::newRow("nothing but a sprite") << "frame: w1"
+                                          << "w1 0,0 1 1,1 0 0 -";
+    QTest::newRow("all of it")
+        << "frame: w 1, at -2 3, for 6, flip hv, scale 2 0.5, angle -45, loop"
+        << "w 1 -2,3 6 2,0.5 -45 3 loop";
+    QTest::newRow("one factor for both") << "frame: w, scale 1.5"
+                                         << "w 0,0 1 1.5,1.5 0 0 -";
+    QTest::newRow("for ever") << "frame: w, for ever"
+                              << "w 0,0 -1 1,1 0 0 -";
+    QTest::newRow("no sprite, blanks") << "  frame :  ,  for   9 ,flip  v;x"
+                                       << " 0,0 9 1,1 0 1 -";
+    QTest::newRow("the first counts") << "frame: w, for 2, for 3"
+                                      << "w 0,0 2 1,1 0 0 -";
+    QTest::newRow("unreadable ones are as if not there")
+        << "frame: w, at 1, for -1, scale x, angle 1 2, flip z, loop 1"
+        << "w 0,0 1 1,1 0 0 -";
+    QTest::newRow("no finite numbers") << "frame: w, scale nan, angle inf"
+                                       << "w 0,0 1 1,1 0 0 -";
+}
+
+void EmberAnimationsTest::values()
+{
+    QFETCH(QString, line);
+    const Document document = fileOf(QStringLiteral("@animation a\n") + line);
+    const FrameCode *frame = firstFrame(document);
+    QVERIFY(frame);
+    const QString values = QStringLiteral("%1 %2,%3 %4 %5,%6 %7 %8 %9")
+                               .arg(frame->identifier())
+                               .arg(frame->offset().x())
+                               .arg(frame->offset().y())
+                               .arg(frame->delay())
+                               .arg(frame->scale().x())
+                               .arg(frame->scale().y())
+                               .arg(frame->angle())
+                               .arg(frame->flip())
+                               .arg(frame->isLoopPoint() ? "loop" : "-");
+    QTEST(values, "values");
+}
+
+void EmberAnimationsTest::faults_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QStringList>("messages");
+    QTest::newRow("none") << QString(walk) << QStringList();
+    QTest::newRow("frames and boxes before any header")
+        << "frame: a\nbody: 1, 2, 3, 4\n@animation a"
+        << QStringList{"1: A frame needs an animation above it",
+                       "2: A box needs an animation above it"};
+    QTest::newRow("clauses") << "@animation a\nframe: a, at x 2, for 2, for 3, over 4"
+                             << QStringList{"2: 'at' wants two whole numbers",
+                                            "2: 'for' is given twice",
+                                            "2: There is no 'over' here"};
+    QTest::newRow("boxes") << "@animation a\nbody: 1, 2, 3\nstrike:\nbody: 1, 1, 1, 5"
+                           << QStringList{
+                                  "2: A box is four whole numbers: left, top, right, bottom",
+                                  "3: A box is four whole numbers: left, top, right, bottom",
+                                  "4: This box is empty"};
+    QTest::newRow("headers") << "@animation\n@animation b, layer 12\n@@animation c"
+                             << QStringList{"1: An animation needs an identifier",
+                                            "2: 'layer' wants a number from 0 to 9",
+                                            "3: This is written '@animation'"};
+    QTest::newRow("lines of other files")
+        << "@state stand\ncel: x"
+        << QStringList{"1: '@animation', 'frame:', 'strike:' or 'body:' expected",
+                       "2: '@animation', 'frame:', 'strike:' or 'body:' expected"};
+}
+
+void EmberAnimationsTest::faults()
+{
+    QFETCH(QString, text);
+    const Document document = fileOf(text);
+    QTEST(messages(document.get()), "messages");
+}
+
+void EmberAnimationsTest::setters_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("property");
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QString>("after");
+    const QString full = QStringLiteral("    frame: w, at 1 2, for 3, odd ; note");
+    QTest::newRow("in its place, the comment stays") << full << "Offset" << QVariant(QPoint(-4, 5))
+                                                     << "    frame: w, at -4 5, for 3, odd ; note";
+    QTest::newRow("behind the others") << full << "Angle" << QVariant(22.5)
+                                       << "    frame: w, at 1 2, for 3, odd, angle 22.5 ; note";
+    QTest::newRow("what holds anyway goes")
+        << full << "Delay" << QVariant(1) << "    frame: w, at 1 2, odd ; note";
+    QTest::newRow("for ever") << full << "Delay" << QVariant(-9)
+                              << "    frame: w, at 1 2, for ever, odd ; note";
+    QTest::newRow("the value that it has") << full << "Offset" << QVariant(QPoint(1, 2)) << full;
+    QTest::newRow("a sprite") << full << "Identifier" << QVariant("x,y;z")
+                              << "    frame: x y z, at 1 2, for 3, odd ; note";
+    QTest::newRow("a sprite where none was") << "frame:"
+                                             << "Identifier" << QVariant("w") << "frame: w";
+    QTest::newRow("flip") << "frame: w"
+                          << "Flip" << QVariant(2) << "frame: w, flip h";
+    QTest::newRow("scale, equal factors")
+        << "frame: w, scale 1 2"
+        << "Scale" << QVariant(QPointF(2, 2)) << "frame: w, scale 2";
+    QTest::newRow("an unreadable clause is replaced")
+        << "frame: w, at x"
+        << "Offset" << QVariant(QPoint(1, 1)) << "frame: w, at 1 1";
+    QTest::newRow("a value of the wrong kind") << full << "Offset" << QVariant("soon") << full;
+    QTest::newRow("no number") << full << "Delay" << QVariant("soon") << full;
+    QTest::newRow("an unknown property") << full << "Colour" << QVariant(1) << full;
+}
+
+void EmberAnimationsTest::setters()
+{
+    QFETCH(QString, line);
+    QFETCH(QString, property);
+    QFETCH(QVariant, value);
+    const Document document = fileOf(QStringLiteral("@animation a\n") + line);
+    FrameCode *frame = firstFrame(document);
+    frame->setProperty(property, value);
+    QTEST(document->findBlockByNumber(1).text(), "after");
+    QCOMPARE(firstFrame(document), frame);
+    QCOMPARE(difference(document.get()), QString());
+}
+
+void EmberAnimationsTest::badValues()
+{
+    const Document document = fileOf(QString::fromLatin1(walk));
+    FrameCode *frame = firstFrame(document);
+    frame->setScale({qInf(), 1});
+    frame->setAngle(qQNaN());
+    frame->setScale({1.0 / 3, 1});
+    frame->setScale({1.0 / 3, 1});
+    QVERIFY(qAbs(frame->scale().x() - 1.0 / 3) < 1e-9);
+    AnimationCode *animation = document->animations()->at(0);
+    animation->setProperty(QStringLiteral("Identifier"), QStringLiteral(" ,; "));
+    QCOMPARE(animation->name(), QStringLiteral("walk"));
+    QVERIFY(messages(document.get()).isEmpty());
+    QCOMPARE(difference(document.get()), QString());
+}
+
+void EmberAnimationsTest::boxes()
+{
+    const Document document = fileOf(QString::fromLatin1(walk));
+    FrameCode *frame = firstFrame(document);
+    FrameCode *second = document->animations()->at(0)->frameAt(1);
+    ContactBoxesCode *strikes = frame->attackBoxes();
+    ContactBoxesCode *bodies = frame->collisionBoxes();
+    QCOMPARE(strikes->count(), 0u);
+    QCOMPARE(rectText(bodies->at(0)->rect()), QStringLiteral("-10,-60 20x60"));
+    QCOMPARE(second->attackBoxes()->count(), 1u);
+    QCOMPARE(bodies->at(1), nullptr);
+
+    ContactBoxCode *added = bodies->add(QRect(QPoint(5, 5), QPoint(0, 0)));
+    QVERIFY(added);
+    QCOMPARE(bodies->indexOf(added), 1);
+    QCOMPARE(added->rect(), QRect(QPoint(5, 5), QPoint(0, 0)).normalized());
+    QCOMPARE(added->boxType(), ContactBoxCode::Collision);
+    added->setRect(QRect(1, 2, 3, 4));
+    QCOMPARE(bodies->at(1), added);
+    QCOMPARE(document->findBlockByNumber(3).text(), QStringLiteral("    body: 1, 2, 4, 6"));
+    strikes->add(QRect(0, 0, 1, 1));
+    QCOMPARE(document->findBlockByNumber(4).text(), QStringLiteral("    strike: 0, 0, 1, 1"));
+    bodies->remove(strikes->at(0));
+    bodies->remove(nullptr);
+    QCOMPARE(bodies->count(), 2u);
+    bodies->remove(bodies->at(0));
+    QCOMPARE(bodies->rects(), QVector<QRect>{QRect(1, 2, 3, 4)});
+    bodies->setRects({QRect(0, 0, 2, 2), QRect(1, 1, 1, 1), QRect(2, 2, 9, 9)});
+    QCOMPARE(bodies->count(), 3u);
+    bodies->setRects({QRect(7, 7, 7, 7)});
+    QCOMPARE(bodies->rects(), QVector<QRect>{QRect(7, 7, 7, 7)});
+    document->QTextDocument::undo();
+    QCOMPARE(bodies->count(), 3u);
+    QCOMPARE(firstFrame(document), frame);
+    QCOMPARE(second->attackBoxes()->count(), 1u);
+    QCOMPARE(difference(document.get()), QString());
+    bodies->at(0)->setRect(QRect(std::numeric_limits<int>::max(), 0, 100, 1));
+    QCOMPARE(difference(document.get()), QString());
+}
+
+void EmberAnimationsTest::loopPoint()
+{
+    const Document document = fileOf(QString::fromLatin1(walk));
+    AnimationCode *animation = document->animations()->at(0);
+    animation->frameAt(0)->setLoopPoint(true);
+    animation->frameAt(1)->setLoopPoint(true);
+    QVERIFY(!animation->frameAt(0)->isLoopPoint());
+    QVERIFY(animation->frameAt(1)->isLoopPoint());
+    QVERIFY(document->toPlainText().endsWith(QLatin1String("    frame: w2, loop\n")));
+    document->QTextDocument::undo();
+    QVERIFY(animation->frameAt(0)->isLoopPoint());
+    QVERIFY(!animation->frameAt(1)->isLoopPoint());
+}
+
+void EmberAnimationsTest::insertFrame()
+{
+    const Document document = fileOf(QStringLiteral("@animation a\n"));
+    AnimationCode *animation = document->animations()->at(0);
+    FrameCode *frame = animation->insertFrame(5, QStringLiteral("one"));
+    QVERIFY(frame);
+    frame->setDelay(7);
+    frame->setLoopPoint(true);
+    frame->collisionBoxes()->add(QRect(0, 0, 1, 1));
+    FrameCode *last = animation->insertFrame(1, QStringLiteral("two"));
+    QCOMPARE(last->index(), 1);
+    QCOMPARE(last->delay(), 7);
+    QVERIFY(!last->isLoopPoint());
+    FrameCode *middle = animation->insertFrame(0, QStringLiteral("zero"));
+    QCOMPARE(middle->index(), 0);
+    QCOMPARE(middle->collisionBoxes()->count(), 0u);
+    QCOMPARE(frame->collisionBoxes()->count(), 1u);
+    QCOMPARE(difference(document.get()), QString());
+}
+
+void EmberAnimationsTest::optimize()
+{
+    const QString text =
+        QStringLiteral("@animation a\n\n\n    body: 0, 0, 1, 1\n"
+                       "    frame: w, at 0 0, for 1, scale 1 1, flip none, angle 0 ; x\n"
+                       "    frame: v, for 2\n    body: 9, 9, 10, 10 ; stray\n\n\n"
+                       "@animation b\n");
+    const Document document = fileOf(text);
+    const int removed = document->animations()->at(0)->optimize();
+    QCOMPARE(removed, 3);
+    QCOMPARE(document->toPlainText(),
+             QStringLiteral("@animation a\n\n    body: 0, 0, 1, 1\n    frame: w ; x\n"
+                            "    frame: v, for 2\n\n@animation b\n"));
+    QCOMPARE(document->animations()->at(0)->optimize(), 0);
+    QCOMPARE(difference(document.get()), QString());
+    document->QTextDocument::undo();
+    QCOMPARE(document->toPlainText(), text);
+}
+
+void EmberAnimationsTest::header()
+{
+    const Document document = fileOf(QString::fromLatin1(walk) + "@animation 0\n@animation 2\n");
+    EmberAnimations *list = document->animations();
+    AnimationCode *animation = list->at(0);
+    QCOMPARE(animation->displayName(), QStringLiteral("walk - Walking"));
+    QCOMPARE(animation->firstLine(), 0);
+    QCOMPARE(list->freeIdentifier(), QStringLiteral("1"));
+    animation->setProperty(QStringLiteral("Layer"), 3);
+    animation->setProperty(QStringLiteral("Once"), true);
+    animation->setProperty(QStringLiteral("Title"), QString());
+    animation->setName(QStringLiteral("run"));
+    QCOMPARE(document->findBlockByNumber(1).text(),
+             QStringLiteral("@animation run, layer 3, once"));
+    QCOMPARE(animation->property(QStringLiteral("Layer")).toInt(), 3);
+    list->duplicate(0, QStringLiteral("dash"));
+    QCOMPARE(list->at(1)->name(), QStringLiteral("dash"));
+    QCOMPARE(list->at(1)->frameCount(), 2u);
+    QCOMPARE(list->at(1)->property(QStringLiteral("Once")).toBool(), true);
+    AnimationCode *added = list->add(list->freeIdentifier());
+    QCOMPARE(added->name(), QStringLiteral("1"));
+    QCOMPARE(added, list->at(4));
+    QCOMPARE(difference(document.get()), QString());
+}
+
+/// The animations of the sample project are in it, and say what they should.
+void EmberAnimationsTest::hero()
+{
+    TestHost host;
+    EmberParentProject *parent =
+        EmberParentProject::open(QStringLiteral(KILN_SOURCE_DIR "/examples/hero/tidewater.hearth"),
+                                 FileSystemArchive::instance());
+    QVERIFY(parent);
+    auto *file = dynamic_cast<EmberDocument *>(
+        parent->openFile(QStringLiteral(KILN_SOURCE_DIR "/examples/hero/heroes/wren/wren.flick")));
+    QVERIFY(file);
+    EmberAnimations *list = file->animations();
+    QVERIFY(list->count() >= 12);
+    QCOMPARE(messages(file), QStringList());
+    QSet<QString> names;
+    for (AnimationCode *animation : list->animations()) {
+        QVERIFY2(animation->frameCount() > 0, qPrintable(animation->name()));
+        QVERIFY2(!names.contains(animation->name()), qPrintable(animation->name()));
+        names.insert(animation->name());
+    }
+    QVERIFY(names.contains(QStringLiteral("flinch")));
+    AnimationCode *jab = list->at(unsigned(list->find(0, QStringLiteral("jab"))));
+    QCOMPARE(jab->frameAt(1)->attackBoxes()->count(), 1u);
+    QVERIFY(list->project()->fileID(file).has(Project::FileID::Animations));
+    QCOMPARE(list->capabilities(), 0u);
+    QVERIFY(list->canSave());
+
+    // A list on a definition is saved with it.
+    auto *definition =
+        static_cast<EmberDocument *>(list->project()->file(Project::FileID::Definition));
+    auto *inside = new EmberAnimations(definition);
+    QCOMPARE(inside->capabilities(), 1u);
+    QVERIFY(!inside->canSave());
+    parent->close();
+}
+
+void EmberAnimationsTest::randomEdits_data()
+{
+    QTest::addColumn<quint32>("seed");
+    for (quint32 seed = 1; seed <= 6; ++seed)
+        QTest::addRow("seed %u", seed) << seed;
+}
+
+void EmberAnimationsTest::randomEdits()
+{
+    QFETCH(quint32, seed);
+    const Document document = fileOf(QString::fromLatin1(walk));
+    // The tree names a frame without a sprite by its row, so texts of rows change as others come.
+    QAbstractItemModelTester list(document->animations(),
+                                  QAbstractItemModelTester::FailureReportingMode::QtTest);
+    AnimationEditorAtRandom editor(document.get(), seed);
+    for (int step = 0; step < 200; ++step) {
+        const QString done = editor.step();
+        const QString fault = difference(document.get());
+        QVERIFY2(fault.isEmpty(),
+                 qPrintable(QStringLiteral("step %1: %2").arg(step).arg(done) + fault));
+        if (document->blockCount() > 150)
+            document->fromString(QString::fromLatin1(walk));
+    }
+    while (document->isUndoAvailable())
+        document->QTextDocument::undo();
+    QCOMPARE(difference(document.get()), QString());
+    while (document->isRedoAvailable())
+        document->QTextDocument::redo();
+    QCOMPARE(difference(document.get()), QString());
+}
+
+/// Any line can be read, and rewriting any clause of a readable frame reads back.
+void EmberAnimationsTest::randomLines()
+{
+    QRandomGenerator random(11);
+    const QString letters = QStringLiteral("@:,; frameatforbody12-.\u00e9\t\"");
+    for (int round = 0; round < 20000; ++round) {
+        QString text = random.bounded(2) ? QStringLiteral("frame:") : QString();
+        for (int i = random.bounded(30); i > 0; --i)
+            text += letters.at(random.bounded(letters.size()));
+        const Line line = Line::read(text);
+        EmberAnimationText::readAnimation(line);
+        EmberAnimationText::readBox(line);
+        if (line.kind != EmberAnimationText::Frame)
+            continue;
+        const QString changed = line.withClause(QStringLiteral("at"), QStringLiteral("3 -4"));
+        QVERIFY2(EmberAnimationText::readFrame(Line::read(changed)).offset == QPoint(3, -4),
+                 qPrintable(text + " -> " + changed));
+        const QString renamed = line.withSubject(QStringLiteral("new"));
+        QCOMPARE(EmberAnimationText::readFrame(Line::read(renamed)).identifier,
+                 QStringLiteral("new"));
+    }
+}
+
+QTEST_MAIN(EmberAnimationsTest)
+#include "tst_emberanimations.moc"
