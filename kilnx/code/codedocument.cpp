@@ -194,7 +194,7 @@ void CodeDocument::enableGroups(std::initializer_list<unsigned int> subTypes)
     if (!hasSyntaxHighlight())
         return;
     d->beginUpdate();
-    d->QSyntaxHighlighter::rehighlight();
+    d->parseAll();
     d->endUpdate();
 }
 
@@ -289,7 +289,7 @@ void CodeDocument::reparse()
     d->beginUpdate();
     d->releaseNodes();
     endResetModel();
-    d->QSyntaxHighlighter::rehighlight();
+    d->parseAll();
     d->endUpdate();
     announceRows();
 }
@@ -302,7 +302,7 @@ void CodeDocument::rehighlight()
         beginResetModel();
     }
     d->beginUpdate();
-    d->QSyntaxHighlighter::rehighlight();
+    d->parseAll();
     d->endUpdate();
     if (reset) {
         endResetModel();

@@ -25,6 +25,23 @@ struct CodeBlockRecord {
     QVector<CodeBlockData::Parenthesis> parenthesis;
     /// What CodeDocument::foldingKind() said of the line when it was parsed last.
     int foldingKind = 0;
+    /// What the line was when it was parsed and painted last. A revision alone does not tell: two
+    /// lines that become one keep the revision of the first.
+    struct Parsed {
+        int revision = -1;
+        int stateAbove = 0;
+        uint textHash = 0;
+        bool operator==(const Parsed &other) const
+        {
+            return revision == other.revision && stateAbove == other.stateAbove &&
+                   textHash == other.textHash;
+        }
+    };
+    Parsed parsedAs;
+    /// The block state that came out of it. Qt gives a line that another is joined to the state of
+    /// that other.
+    int state = 0;
+    bool isParsedNow = false;
 };
 
 /// The working part of a document: it parses lines as their highlighter, is the list of their
@@ -56,6 +73,8 @@ public:
     bool isModelShown() const;
     bool isHighlighting() const;
 
+    /// Visits all lines and parses each, also those that have not changed.
+    void parseAll();
     /// Parses a line outside the highlighter, without painting.
     void parseQuietly(const QTextBlock &block);
     /// Releases the head nodes of all lines. Without a parser, which would report anew, messages
@@ -88,6 +107,8 @@ public:
     QVector<unsigned int> enabledGroups;
     QMap<unsigned int, CodeDocumentEditor *> documentEditors;
     bool resetting = false;
+    /// Lines are parsed whether they have changed or not.
+    bool parsingAll = false;
 
     /// The children of the root of each kind that has an editor, in text order.
     struct KindList {
@@ -121,7 +142,10 @@ private:
     void linkMessages(CodeBlockData *data, QVector<CodeBlockData::SyntaxMessage> &messages);
     void dropMessages(CodeBlockData *data);
     CodeBlockData *nextOf(const MessagePlace &place) const;
-    void updateFoldingIndent(const QString &text);
+    bool isUnchanged(const CodeBlockRecord *line, const QString &text) const;
+    CodeBlockRecord::Parsed present(const QString &text) const;
+    void keepFormats();
+    void updateFoldingIndent();
     unsigned int plainIndent(int above, unsigned int indent) const;
 
     MessagePlace messagePlace;

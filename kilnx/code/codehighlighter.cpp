@@ -10,8 +10,6 @@ constexpr int animationState = int(0x80000000u);
 /// The state of a block that Qt has just made. No parsed line has it, not even one that nothing
 /// encloses: the parse of a new line would else end before it reached the lines below.
 constexpr int neverParsed = -1;
-/// Nothing but groups and animations ends no walk of this mask.
-constexpr int sectionsOnly = -11;
 
 constexpr int kindMask = 3;
 constexpr int outermostFlag = 4;
@@ -143,8 +141,9 @@ CodeDocumentPrivate::parseLine(CodeBlockData *data, const QString &text, CodePar
 
 void CodeDocumentPrivate::parseQuietly(const QTextBlock &block)
 {
-    CodeNode *const replaced =
-        parseLine(CodeBlockData::blockData(block, this), block.text(), nullptr);
+    CodeBlockData *const data = CodeBlockData::blockData(block, this);
+    data->d->isParsedNow = false;
+    CodeNode *const replaced = parseLine(data, block.text(), nullptr);
     if (replaced)
         replaced->release();
 }
@@ -153,47 +152,88 @@ void CodeDocumentPrivate::highlightBlock(const QString &text)
 {
     if (!parser)
         return;
-    beginUpdate();
     CodeBlockData *const data = current = CodeBlockData::blockData(currentBlock(), this);
+    if (isUnchanged(data->d.get(), text)) {
+        keepFormats();
+        setCurrentBlockState(data->d->state);
+        updateFoldingIndent();
+        current = nullptr;
+        return;
+    }
+    beginUpdate();
     dropMessages(data);
     data->d->parenthesis.resize(0);
     CodeNode *const replaced = parseLine(data, text, isHighlighting() ? this : nullptr);
-    setCurrentBlockState(blockState(data->d->node));
+    data->d->state = blockState(data->d->node);
+    setCurrentBlockState(data->d->state);
     linkMessages(data, pendingMessages);
     endUpdate();
     if (replaced)
         replaced->release();
-    updateFoldingIndent(text);
+    data->d->parsedAs = present(text);
+    data->d->isParsedNow = true;
+    data->d->foldingKind = document->foldingKind(text);
+    updateFoldingIndent();
     current = nullptr;
     document->blockHighlighted();
+}
+
+void CodeDocumentPrivate::parseAll()
+{
+    parsingAll = true;
+    rehighlight();
+    parsingAll = false;
+}
+
+/// Qt visits all lines between the first and the last edit of a bracket, which for a section that
+/// moves through a file is nearly all of it. Those with the text and the enclosing section of their
+/// last parse would come out as they are.
+bool CodeDocumentPrivate::isUnchanged(const CodeBlockRecord *line, const QString &text) const
+{
+    return line->isParsedNow && !parsingAll && line->parsedAs == present(text);
+}
+
+CodeBlockRecord::Parsed CodeDocumentPrivate::present(const QString &text) const
+{
+    CodeBlockRecord::Parsed parsed;
+    parsed.revision = currentBlock().revision();
+    parsed.stateAbove = previousBlockState();
+    parsed.textHash = qHash(text);
+    return parsed;
+}
+
+/// Qt takes the formats of a line away before it visits it.
+void CodeDocumentPrivate::keepFormats()
+{
+    const auto ranges = currentBlock().layout()->formats();
+    for (const QTextLayout::FormatRange &range : ranges)
+        setFormat(range.start, range.length, range.format);
 }
 
 /// What encloses the line, as a number that differs where the lines below mean something else.
 int CodeDocumentPrivate::blockState(const CodeNode *node) const
 {
+    const auto isSection = [](const CodeNode *line) {
+        return line->type() == CodeNode::Group || line->type() == CodeNode::Animation;
+    };
     const auto stateOf = [](const CodeNode *section) {
         return section->type() == CodeNode::Group
                    ? int(static_cast<const GroupCode *>(section)->subType())
                    : animationState;
     };
     int state = 0;
-    if (node && (node->type() == CodeNode::Group || node->type() == CodeNode::Animation)) {
+    if (node && isSection(node))
         state = stateOf(node);
-    } else if (node) {
-        const CodeNode *section = node->previous(CodeNode::Group, sectionsOnly);
-        if (!section)
-            section = node->previous(CodeNode::Animation, sectionsOnly);
-        state = section ? stateOf(section) : 0;
-    }
+    else if (node && isSection(node->previous()))
+        state = stateOf(node->previous());
     if (state == 0 && previousBlockState() != neverParsed)
         state = previousBlockState();
     return state;
 }
 
-void CodeDocumentPrivate::updateFoldingIndent(const QString &text)
+void CodeDocumentPrivate::updateFoldingIndent()
 {
     CodeBlockRecord *const line = current->d.get();
-    line->foldingKind = document->foldingKind(text);
     const CodeBlockData *const aboveData = dataOf(line->block.previous());
     const int above = aboveData ? aboveData->d->foldingKind : 0;
     const unsigned int indent = aboveData ? aboveData->d->foldingIndent : 0;

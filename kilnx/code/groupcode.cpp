@@ -38,6 +38,21 @@ GroupCode::~GroupCode()
     // While it is still a group, so that whoever keeps lists of groups finds it.
     if (m_parent)
         m_parent->removeChild(this);
+    handFramesBack();
+}
+
+/// Frames that only this group kept from the animation above.
+void GroupCode::handFramesBack()
+{
+    CodeNode *const above = section();
+    if (!above || above->type() != Animation)
+        return;
+    for (CodeNode *node = next(); node; node = node->next()) {
+        if (node->type() == Group || node->type() == Animation)
+            break;
+        if (node->type() == Frame && !node->parent())
+            static_cast<ParentCode *>(above)->insertChild(node, unsigned(-1));
+    }
 }
 
 void GroupCode::handValuesOn()

@@ -12,8 +12,9 @@ class ValueCode;
 /// A section: a header line and the values below it, down to the next group or animation.
 ///
 /// When a group is constructed it takes over the values below it; when it ends it hands them on to
-/// the group above. It does not place itself: the subclass calls insertRootChild(), or another
-/// container's insertChild(), at the end of its own constructor.
+/// the group above, and frames below it to the animation above. It does not place itself: the
+/// subclass calls insertRootChild(), or another container's insertChild(), at the end of its own
+/// constructor.
 class KILNX_EXPORT GroupCode : public ParentCode, public NamedCode
 {
 public:
@@ -56,6 +57,7 @@ protected:
 
 private:
     void takeValuesBelow();
+    void handFramesBack();
     void handValuesOn();
 
     mutable int m_lastRow = 0;
