@@ -2,6 +2,7 @@
 
 // Every public header of the library, room by room.
 
+#include <kilnx/export.h>
 #include <kilnx/cache/cachedprojectfile.h>
 #include <kilnx/cache/crc64.h>
 #include <kilnx/cache/diskcache.h>
@@ -9,10 +10,14 @@
 #include <kilnx/cache/packedcache.h>
 #include <kilnx/cache/streamcache.h>
 #include <kilnx/cache/streamcachedata.h>
+#include <kilnx/code/animationcode.h>
+#include <kilnx/code/animations.h>
 #include <kilnx/code/codeblockdata.h>
 #include <kilnx/code/codedocument.h>
 #include <kilnx/code/codenode.h>
 #include <kilnx/code/codeparser.h>
+#include <kilnx/code/contactboxes.h>
+#include <kilnx/code/framecode.h>
 #include <kilnx/code/groupcode.h>
 #include <kilnx/code/messages.h>
 #include <kilnx/code/namedcode.h>
@@ -27,7 +32,6 @@
 #include <kilnx/editors/controls.h>
 #include <kilnx/editors/fieldguard.h>
 #include <kilnx/editors/organizer.h>
-#include <kilnx/export.h>
 #include <kilnx/forms/itemsdialog.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/forms/rundlg.h>

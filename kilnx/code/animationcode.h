@@ -70,6 +70,8 @@ protected:
 
 private:
     void takeFramesBelow();
+    void handFramesOn();
+    void handValuesBack();
 
     mutable int m_lastRow = 0;
 };

@@ -1,7 +1,9 @@
 #include <QtCore/QCoreApplication>
+#include <kilnx/code/framecode.h>
 #include <kilnx/code/namedcode.h>
 #include <kilnx/code/noderows_p.h>
 #include <kilnx/code/rootcode.h>
+#include <typeinfo>
 
 namespace Kiln
 {
@@ -14,8 +16,11 @@ CodeNode *nodeOf(const QModelIndex &index)
 
 QString frameText(const CodeNode *frame)
 {
-    // A node that is being ended is no property item any more.
-    auto *const item = dynamic_cast<PropertyItem *>(const_cast<CodeNode *>(frame));
+    // A node that is being ended is no property item any more, and one that is being made, and
+    // announces its row as it does so, has no properties yet.
+    const bool isComplete = typeid(*frame) != typeid(FrameCode);
+    auto *const item =
+        isComplete ? dynamic_cast<PropertyItem *>(const_cast<CodeNode *>(frame)) : nullptr;
     const QString identifier =
         item ? item->property(QStringLiteral("Identifier")).toString() : QString();
     if (!identifier.isEmpty())

@@ -62,7 +62,13 @@ private:
     class NodePool;
     class RecentColors;
 
-    void addPixel(unsigned int pixel);
+    OctreeNode *findLeaf(OctreeNode *&node,
+                         unsigned int color,
+                         int maxBits,
+                         int level,
+                         int &leafCount,
+                         OctreeNode *(&reducible)[8]);
+    void makeLeaf(unsigned int color);
 
     OctreeNode *m_root = nullptr;
     int m_leafCount = 0;

@@ -1,0 +1,152 @@
+#include <QtGui/QTextCursor>
+#include <kilnx/code/animationcode.h>
+#include <kilnx/code/codedocument.h>
+#include <kilnx/code/framecode.h>
+#include <kilnx/code/noderows_p.h>
+
+namespace Kiln
+{
+AnimationCode::AnimationCode(CodeNode *previous)
+    : ParentCode(Animation, previous)
+{
+    insertRootChild(this);
+    takeFramesBelow();
+}
+
+/// Values below leave their group too: no group reaches past an animation.
+void AnimationCode::takeFramesBelow()
+{
+    QList<CodeNode *> below;
+    for (CodeNode *node = next(); node; node = node->next()) {
+        if (node->type() == Group || node->type() == Animation)
+            break;
+        below.append(node);
+    }
+    // They leave where they were last one first, which moves no rows there.
+    for (auto node = below.crbegin(); node != below.crend(); ++node) {
+        if (ParentCode *const above = (*node)->parent())
+            above->removeChild(*node);
+    }
+    for (CodeNode *node : qAsConst(below)) {
+        if (node->type() == Frame)
+            insertChild(node, unsigned(-1));
+    }
+}
+
+AnimationCode::~AnimationCode()
+{
+    handFramesOn();
+    handValuesBack();
+}
+
+/// Values that only this animation kept from the group above.
+void AnimationCode::handValuesBack()
+{
+    CodeNode *const above = section();
+    if (!above || above->type() != Group)
+        return;
+    for (CodeNode *node = next(); node; node = node->next()) {
+        if (node->type() == Group || node->type() == Animation)
+            break;
+        if (node->type() == Value && !node->parent())
+            static_cast<ParentCode *>(above)->insertChild(node, unsigned(-1));
+    }
+}
+
+void AnimationCode::handFramesOn()
+{
+    if (m_frames.isEmpty())
+        return;
+    CodeNode *const above = previous(Animation, Group);
+    const QList<FrameCode *> left = m_frames;
+    while (!m_frames.isEmpty())
+        removeChild(m_frames.last());
+    if (!above)
+        return;
+    for (FrameCode *frame : left)
+        static_cast<AnimationCode *>(above)->insertChild(frame, unsigned(-1));
+}
+
+QStringList AnimationCode::propertyNames()
+{
+    return NamedCode::propertyNames() << QStringLiteral("Identifier");
+}
+
+int AnimationCode::lastLine() const
+{
+    for (const CodeNode *node = next(); node; node = node->next()) {
+        if (node->type() == Group || node->type() == Animation)
+            return node->firstLine() - 1;
+    }
+    const CodeDocument *const owner = document();
+    return owner ? owner->blockCount() : lineNo();
+}
+
+QString AnimationCode::code() const
+{
+    return selectAll().selectedText().trimmed();
+}
+
+void AnimationCode::setCode(const QString &text)
+{
+    CodeDocument *const owner = document();
+    if (owner)
+        owner->insertOnCursor(text.trimmed() + QLatin1String("\n\n"), selectAll());
+}
+
+FrameCode *AnimationCode::frameAt(unsigned int index) const
+{
+    return index < frameCount() ? m_frames.at(int(index)) : nullptr;
+}
+
+int AnimationCode::indexOfFrame(const FrameCode *frame) const
+{
+    return NodeRows::find(m_frames, frame, m_lastRow);
+}
+
+void AnimationCode::removeFrame(unsigned int index)
+{
+    if (FrameCode *const frame = frameAt(index))
+        frame->remove(true);
+}
+
+unsigned int AnimationCode::childCount() const
+{
+    return frameCount();
+}
+
+int AnimationCode::childIndex(CodeNode *child) const
+{
+    return NodeRows::find(m_frames, child, m_lastRow);
+}
+
+CodeNode *AnimationCode::childAt(unsigned int row) const
+{
+    return frameAt(row);
+}
+
+void AnimationCode::insertChild(CodeNode *child, unsigned int index)
+{
+    if (child->m_parent)
+        child->m_parent->removeChild(child);
+    if (child->type() != Frame)
+        return;
+    child->m_parent = this;
+    const int row = int(qMin(index, frameCount()));
+    beginInsert(this, row);
+    m_frames.insert(row, static_cast<FrameCode *>(child));
+    NodeRows::remember(child, row, m_lastRow);
+    endInsert();
+}
+
+void AnimationCode::removeChild(CodeNode *child)
+{
+    child->m_parent = nullptr;
+    const int row = childIndex(child);
+    if (row < 0)
+        return;
+    beginRemove(this, row);
+    m_frames.removeAt(row);
+    endRemove();
+}
+} // namespace Kiln
