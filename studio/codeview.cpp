@@ -4,7 +4,9 @@
 #include "controlpanels.h"
 #include "findbar.h"
 
+#include <kilnx/code/animations.h>
 #include <kilnx/code/codedocument.h>
+#include <kilnx/editors/organizer.h>
 #include <kilnx/project/interface.h>
 
 #include <QAction>
@@ -55,7 +57,8 @@ CodeView::~CodeView() = default;
 
 unsigned int CodeView::areas() const
 {
-    return ControlPanels::ControlArea | ControlPanels::ListArea;
+    const unsigned int areas = ControlPanels::ControlArea | ControlPanels::ListArea;
+    return m_type == Kiln::Project::FileID::Animations ? areas | ControlPanels::SideArea : areas;
 }
 
 void CodeView::activate()
@@ -63,13 +66,45 @@ void CodeView::activate()
     Kiln::FileEditor::activate();
     m_surface->setDocument(m_document);
     interface->setEditorWidget(m_surface->widget());
+    showAnimations();
     m_surface->text()->setFocus(Qt::OtherFocusReason);
 }
 
 void CodeView::deactivate()
 {
     Kiln::FileEditor::deactivate();
+    showAnimations();
     m_surface->setDocument(nullptr);
+}
+
+Kiln::OrganizerEditor *CodeView::organizer() const
+{
+    if (m_type != Kiln::Project::FileID::Animations)
+        return nullptr;
+    return qobject_cast<Kiln::OrganizerEditor *>(interface->extraEditor(0));
+}
+
+/// The organizer has the animations of the shown file, and lets go of them before they end.
+void CodeView::showAnimations()
+{
+    Kiln::OrganizerEditor *panel = organizer();
+    if (!panel)
+        return;
+    Kiln::CodeDocumentEditor *list = isActive() && m_document
+                                         ? m_document->documentEditor(Kiln::CodeNode::Animation, 0)
+                                         : nullptr;
+    panel->setObject(dynamic_cast<Kiln::Animations *>(list));
+    connect(panel, &Kiln::OrganizerEditor::itemClicked, this, &CodeView::goToAnimation,
+            Qt::UniqueConnection);
+}
+
+void CodeView::goToAnimation(int row)
+{
+    const auto *list = dynamic_cast<Kiln::Animations *>(
+        isActive() && m_document ? m_document->documentEditor(Kiln::CodeNode::Animation, 0)
+                                 : nullptr);
+    if (const Kiln::AnimationCode *animation = list ? list->at(unsigned(row)) : nullptr)
+        navigateTo(unsigned(animation->lineNo()), 0);
 }
 
 void CodeView::retranslate()
@@ -155,8 +190,10 @@ void CodeView::setCurrentFile(Kiln::ProjectFile *file)
         if (index >= 0)
             project->setSelectedFile(m_type, unsigned(index));
     }
-    if (isActive())
+    if (isActive()) {
         m_surface->setDocument(m_document);
+        showAnimations();
+    }
 }
 
 // A file was made or loaded, and then it is the project's selected one, or the current was saved.

@@ -7,7 +7,8 @@
 namespace Kiln
 {
 class CodeDocument;
-}
+class OrganizerEditor;
+} // namespace Kiln
 
 namespace Studio
 {
@@ -47,7 +48,12 @@ public:
 protected:
     void contentsChanged() override;
 
+private Q_SLOTS:
+    void goToAnimation(int row);
+
 private:
+    Kiln::OrganizerEditor *organizer() const;
+    void showAnimations();
     QTextCursor findFrom(const QTextCursor &start, const QString &text, unsigned int flags) const;
 
     CodeSurface *m_surface;

@@ -195,6 +195,9 @@ Built buildView(const Kiln::ListViewControl &control, QWidget *parent)
         view, [view](const QVariant &value) { view->setCurrentIndex(value.toModelIndex()); });
     QObject::connect(view, &QAbstractItemView::activated, link,
                      [link](const QModelIndex &index) { link->reportChange(index); });
+    if (control.receiver && control.doubleClickSlot)
+        QObject::connect(view, SIGNAL(doubleClicked(QModelIndex)), control.receiver,
+                         control.doubleClickSlot);
     connectControl(link, control, view);
     return {view, view};
 }

@@ -125,7 +125,13 @@ void EditorDeck::switchTo(Kiln::Editor *editor)
 
 void EditorDeck::showSidePanel(Kiln::ExtraEditor *panel)
 {
-    m_sidePanel = panel;
+    if (m_sidePanel != panel) {
+        if (m_sidePanel)
+            m_sidePanel->deactivate();
+        m_sidePanel = panel;
+        if (panel)
+            panel->activate();
+    }
     m_panels->showSidePanel(panel);
 }
 

@@ -21,6 +21,7 @@
 #include "welcomepage.h"
 #include "widgets.h"
 
+#include <kilnx/editors/organizer.h>
 #include <kilnx/project/engine.h>
 #include <kilnx/project/projectfile.h>
 
@@ -154,6 +155,7 @@ void MainWindow::makeEditors()
     const QMap<int, QString> filters = m_host.engine()->singleFileFilters();
     m_surface = new CodeSurface(m_host);
     deck()->addWorkspace(m_surface);
+    deck()->addSidePanel(new Kiln::OrganizerEditor);
     for (const CodeType &code : codeTypes) {
         if (code.type == FileID::Definition || filters.contains(int(code.type)))
             deck()->addEditor(new CodeView(m_surface, code.type, code.name, code.textId));

@@ -15,7 +15,9 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QElapsedTimer>
+#include <QListView>
 #include <QMessageBox>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QProgressDialog>
 #include <QScopedValueRollback>
@@ -81,6 +83,7 @@ bool Tour::run()
     step("code", [this] { return showCode(); });
     step("error", [this] { return typeError(); });
     step("definition", [this] { return typeDefinition(); });
+    step("organizer", [this] { return organize(); });
     step("find", [this] { return findText(); });
     step("find-in-files", [this] { return findInFiles(); });
     step("save", [this] { return saveFile(); });
@@ -178,6 +181,41 @@ void Tour::goToLine(int line)
     for (int i = 0; i < line; ++i)
         QTest::keyClick(view, Qt::Key_Down);
     QTest::keyClick(view, Qt::Key_End);
+}
+
+// The drag runs in an event loop of its own, so what moves and lets go has to be under way before.
+void Tour::dragRow(QListView *view, int row, int target)
+{
+    QWidget *viewport = view->viewport();
+    const auto send = [viewport](QEvent::Type type, const QPoint &at) {
+        const bool moves = type == QEvent::MouseMove;
+        const bool held = type != QEvent::MouseButtonRelease;
+        QMouseEvent event(type, at, viewport->mapToGlobal(at),
+                          moves ? Qt::NoButton : Qt::LeftButton,
+                          held ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
+        QApplication::sendEvent(viewport, &event);
+    };
+    const QPoint from = view->visualRect(view->model()->index(row, 0)).center();
+    const QRect there = view->visualRect(view->model()->index(target, 0));
+    const QPoint gap(from.x(), there.top());
+    const int far = QApplication::startDragDistance() + 1;
+    send(QEvent::MouseButtonPress, from);
+    send(QEvent::MouseMove, from - QPoint(0, far));
+    const int moves = 4;
+    int moved = 0;
+    QTimer hand;
+    QObject::connect(&hand, &QTimer::timeout, &hand, [&] {
+        if (++moved <= moves) {
+            send(QEvent::MouseMove, gap - QPoint(moved % 2, 0));
+            return;
+        }
+        hand.stop();
+        send(QEvent::MouseButtonRelease, gap);
+    });
+    hand.start(20);
+    send(QEvent::MouseMove, from - QPoint(0, 2 * far));
+    while (hand.isActive())
+        QApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
 }
 
 void Tour::type(const QString &text)

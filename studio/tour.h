@@ -5,6 +5,7 @@
 #include <memory>
 
 class QDialog;
+class QListView;
 class QWidget;
 
 namespace Studio
@@ -40,6 +41,7 @@ private:
     bool showCode();
     bool typeError();
     bool typeDefinition();
+    bool organize();
     bool findText();
     bool findInFiles();
     bool saveFile();
@@ -52,6 +54,8 @@ private:
 
     bool openFromTree(const QString &relativeName);
     void goToLine(int line);
+    /// Takes a row of a list with the mouse and lets it go above another.
+    void dragRow(QListView *view, int row, int target);
     void type(const QString &text);
     /// Triggers an action whose modal dialog is shown by `act`, which must end the dialog.
     bool throughDialog(const std::function<void()> &trigger,

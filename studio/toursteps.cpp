@@ -23,6 +23,7 @@
 #include <QDialogButtonBox>
 #include <QFile>
 #include <QLineEdit>
+#include <QListView>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTabWidget>
@@ -39,6 +40,7 @@ namespace
 
 const char codeFile[] = "heroes/wren/ground.glow";
 const char definitionFile[] = "heroes/wren/wren.wisp";
+const char animationFile[] = "heroes/wren/wren.flick";
 
 // The first line, counted from 0, that holds `part`; -1 if none does.
 int lineOf(const QString &text, const QString &part)
@@ -127,6 +129,39 @@ bool Tour::typeDefinition()
     goToLine(lineOf(text(), QStringLiteral("states: hurt.glow")));
     type(QStringLiteral("\n    states: swimming.glow"));
     return check(project->filePath(added) != nullptr, "the tree has the row at once");
+}
+
+bool Tour::organize()
+{
+    if (!openFromTree(QLatin1String(animationFile)))
+        return false;
+    auto *view = qobject_cast<QListView *>(d->window->host().control(QStringLiteral("org_list")));
+    if (!check(view && view->isVisible() && view->model(), "the organizer is there"))
+        return false;
+    const QAbstractItemModel *list = view->model();
+    const auto rowOf = [list](const QString &name) {
+        for (int row = 0; row < list->rowCount(); ++row) {
+            if (list->index(row, 0).data().toString().startsWith(name))
+                return row;
+        }
+        return -1;
+    };
+    const int jab = rowOf(QStringLiteral("jab"));
+    const int walk = rowOf(QStringLiteral("walk"));
+    const QString before = text();
+    if (!check(jab > walk && walk > 0, "the sample has the animations"))
+        return false;
+    dragRow(view, jab, walk);
+    const bool moved =
+        check(rowOf(QStringLiteral("jab")) == walk, "the drag moves the row") &&
+        check(lineOf(text(), QStringLiteral("@animation jab")) <
+                  lineOf(text(), QStringLiteral("@animation walk")),
+              "the text has the new order") &&
+        check(view->selectionModel()->isRowSelected(walk, QModelIndex()), "it stays selected");
+    picture(d->step);
+    d->window->surface()->text()->setFocus();
+    QTest::keyClick(d->window->surface()->text(), Qt::Key_Z, Qt::ControlModifier);
+    return moved && check(text() == before, "undo takes the drag back");
 }
 
 bool Tour::findText()
