@@ -71,7 +71,8 @@ void wholeSound(benchmark::State &state)
         benchmark::DoNotOptimize(result.data.constData());
     }
 }
-BENCHMARK(wholeSound)->Apply(shapes);
+// At equal rates no converter runs: what is left is all that is done around it.
+BENCHMARK(wholeSound)->Apply(shapes)->Args({2, 44100, 44100});
 
 } // namespace
 

@@ -11,18 +11,12 @@ namespace
 {
 
 /// Opaque pixels are most of any picture and get finer cells.
-constexpr int OpaqueBits = 4;
+constexpr int OpaqueBits = 5;
 constexpr int TranslucentBits = 3;
 
 int squared(int value)
 {
     return value * value;
-}
-
-int squaredDistance(RGBA entry, QRgb color)
-{
-    return squared(entry.r - qRed(color)) + squared(entry.g - qGreen(color)) +
-           squared(entry.b - qBlue(color));
 }
 
 /// The squared distances of the nearest and the farthest value of low..high.
@@ -33,56 +27,81 @@ std::pair<int, int> distanceRange(int value, int low, int high)
     return {squared(nearest), squared(farthest)};
 }
 
-std::vector<int> alphaWeights(const RGBA *palette, int alpha)
+ColorCells makeCells(const RGBA *palette, int alpha)
 {
-    std::vector<int> weights(256);
-    for (size_t i = 0; i < 256; ++i)
+    int weights[256];
+    for (int i = 0; i < 256; ++i)
         weights[i] = squared(alpha - palette[i].a);
-    return weights;
+    return ColorCells(palette, alpha, weights, alpha == 255 ? OpaqueBits : TranslucentBits);
+}
+
+/// The index of the lowest cost; the lowest index among equals. Costs stay below 2^23.
+template<class Cost>
+unsigned char cheapest(ColorCells::Candidates candidates, Cost &&cost)
+{
+    unsigned best = UINT_MAX;
+    for (const ColorCells::Candidate &candidate : candidates)
+        best = std::min(best, static_cast<unsigned>(cost(candidate)) << 8 | candidate.index);
+    return static_cast<unsigned char>(best);
 }
 
 } // namespace
 
-ColorCells::ColorCells(const RGBA *palette, int scale, std::vector<int> weights, int bits)
-    : m_palette(palette)
-    , m_scale(scale)
-    , m_weights(std::move(weights))
+ColorCells::ColorCells(const RGBA *palette, int scale, const int *weights, int bits)
+    : m_scale(scale)
     , m_bits(bits)
     , m_shift(8 - bits)
-    , m_cells(size_t(1) << (3 * bits))
+    , m_small(size_t(1) << (3 * bits))
+    , m_large(size_t(1) << (3 * LargeBits))
 {
+    for (int i = 0; i < 256; ++i) {
+        const RGBA c = palette[i];
+        m_entries.push_back({c.r, c.g, c.b, static_cast<unsigned char>(i), weights[i]});
+    }
 }
 
-int ColorCells::cost(int distance, int entry) const
+void ColorCells::fillSmall(int cell)
 {
-    return m_scale * distance / 255 + weight(entry);
+    const int mask = (1 << m_bits) - 1;
+    const int r = (cell >> (2 * m_bits)) << m_shift;
+    const int g = (cell >> m_bits & mask) << m_shift;
+    const int b = (cell & mask) << m_shift;
+
+    constexpr int largeShift = 8 - LargeBits;
+    const int around =
+        ((r >> largeShift) << LargeBits | g >> largeShift) << LargeBits | b >> largeShift;
+    Range &large = m_large[static_cast<size_t>(around)];
+    if (large.count == 0) {
+        const auto start = [](int value) { return value >> largeShift << largeShift; };
+        large = fill({0, 256}, start(r), start(g), start(b), 1 << largeShift);
+    }
+    m_small[static_cast<size_t>(cell)] = fill(large, r, g, b, 1 << m_shift);
 }
 
-void ColorCells::fill(unsigned cell)
+/// Takes over the entries of `from` that can win in a cube of `size` from (r, g, b) on; all of
+/// them if few would go, which bounds the memory that close colours take.
+ColorCells::Range ColorCells::fill(Range from, int r, int g, int b, int size)
 {
-    const unsigned mask = (1u << m_bits) - 1;
-    const auto low = [this, mask](unsigned part) {
-        return static_cast<int>((part & mask) << m_shift);
-    };
-    const int size = (1 << m_shift) - 1;
-    const int r = low(cell >> (2 * m_bits));
-    const int g = low(cell >> m_bits);
-    const int b = low(cell);
-
     int least[256];
     int bound = INT_MAX;
-    for (int i = 0; i < 256; ++i) {
-        const auto red = distanceRange(m_palette[i].r, r, r + size);
-        const auto green = distanceRange(m_palette[i].g, g, g + size);
-        const auto blue = distanceRange(m_palette[i].b, b, b + size);
-        least[i] = cost(red.first + green.first + blue.first, i);
-        bound = std::min(bound, cost(red.second + green.second + blue.second, i));
+    for (unsigned i = 0; i < from.count; ++i) {
+        const Candidate entry = m_entries[from.first + i];
+        const auto red = distanceRange(entry.r, r, r + size - 1);
+        const auto green = distanceRange(entry.g, g, g + size - 1);
+        const auto blue = distanceRange(entry.b, b, b + size - 1);
+        least[i] = cost(red.first + green.first + blue.first, entry.weight);
+        bound = std::min(bound, cost(red.second + green.second + blue.second, entry.weight));
     }
-    std::vector<unsigned char> &entries = m_cells[cell];
-    for (int i = 0; i < 256; ++i) {
+    const auto winners =
+        std::count_if(least, least + from.count, [bound](int cost) { return cost <= bound; });
+    if (static_cast<unsigned>(winners) > from.count / 2)
+        return from;
+    const Range made = {static_cast<unsigned>(m_entries.size()), static_cast<unsigned>(winners)};
+    for (unsigned i = 0; i < from.count; ++i) {
         if (least[i] <= bound)
-            entries.push_back(static_cast<unsigned char>(i));
+            m_entries.push_back(Candidate(m_entries[from.first + i]));
     }
+    return made;
 }
 
 PaletteMatcher::PaletteMatcher(const RGBA *palette)
@@ -95,28 +114,27 @@ PaletteMatcher::~PaletteMatcher() = default;
 unsigned char PaletteMatcher::search(QRgb color)
 {
     const int alpha = qAlpha(color);
+    const int r = qRed(color);
+    const int g = qGreen(color);
+    const int b = qBlue(color);
     std::unique_ptr<ColorCells> &cells = m_cells[alpha];
     if (!cells)
-        cells = std::make_unique<ColorCells>(m_palette, alpha, alphaWeights(m_palette, alpha),
-                                             alpha == 255 ? OpaqueBits : TranslucentBits);
-    int bestCost = INT_MAX;
-    unsigned char best = 0;
-    const auto candidates =
-        cells->candidates(static_cast<unsigned>(qRed(color)), static_cast<unsigned>(qGreen(color)),
-                          static_cast<unsigned>(qBlue(color)));
-    for (const unsigned char *i = candidates.begin; i != candidates.end; ++i) {
-        const int cost = alpha * squaredDistance(m_palette[*i], color) / 255 + cells->weight(*i);
-        if (cost < bestCost) {
-            bestCost = cost;
-            best = *i;
-        }
+        cells = std::make_unique<ColorCells>(makeCells(m_palette, alpha));
+    const ColorCells::Candidates candidates = cells->candidates(r, g, b);
+    using Candidate = ColorCells::Candidate;
+    if (alpha == 255) {
+        return cheapest(candidates, [=](const Candidate &candidate) {
+            return candidate.squaredDistance(r, g, b) + candidate.weight;
+        });
     }
-    return best;
+    return cheapest(candidates, [=](const Candidate &candidate) {
+        return alpha * candidate.squaredDistance(r, g, b) / 255 + candidate.weight;
+    });
 }
 
 NearestIndex::NearestIndex(const RGBA *palette)
     : m_palette(palette)
-    , m_cells(palette, 255, std::vector<int>(256), OpaqueBits)
+    , m_cells(palette, 255, std::vector<int>(256).data(), OpaqueBits)
 {
 }
 
@@ -125,17 +143,17 @@ unsigned char NearestIndex::search(QRgb color)
     int bestDistance = INT_MAX;
     int bestAlpha = 0;
     unsigned char best = 0;
-    const auto candidates =
-        m_cells.candidates(static_cast<unsigned>(qRed(color)), static_cast<unsigned>(qGreen(color)),
-                           static_cast<unsigned>(qBlue(color)));
-    for (const unsigned char *i = candidates.begin; i != candidates.end; ++i) {
-        const int distance = squaredDistance(m_palette[*i], color);
-        const int alpha = m_palette[*i].a - qAlpha(color);
+    const int r = qRed(color);
+    const int g = qGreen(color);
+    const int b = qBlue(color);
+    for (const ColorCells::Candidate &candidate : m_cells.candidates(r, g, b)) {
+        const int distance = candidate.squaredDistance(r, g, b);
+        const int alpha = m_palette[candidate.index].a - qAlpha(color);
         if (distance < bestDistance || (distance == bestDistance && alpha < bestAlpha)) {
             bestDistance = distance;
             // The rule of PaletteObject::index(): a negative difference counts as a large one.
             bestAlpha = static_cast<unsigned char>(alpha);
-            best = *i;
+            best = candidate.index;
         }
     }
     return best;

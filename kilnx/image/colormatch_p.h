@@ -9,7 +9,8 @@ namespace Kiln
 {
 
 /// The entries of a palette that can be the best match of a colour, cell by cell of the colour
-/// cube, so that a search looks at a handful of the 256. Cells are filled when they are asked for.
+/// cube, so that a search looks at a handful of the 256. Cells are filled when they are asked
+/// for, small ones out of the large ones around them.
 ///
 /// The cost of an entry is scale * d / 255 + weight, d being the squared distance of red, green
 /// and blue. An entry stays out of a cell if its least cost there is above the highest cost of
@@ -17,37 +18,57 @@ namespace Kiln
 class ColorCells
 {
 public:
+    struct Candidate {
+        unsigned char r;
+        unsigned char g;
+        unsigned char b;
+        unsigned char index;
+        int weight;
+
+        int squaredDistance(int red, int green, int blue) const
+        {
+            return (r - red) * (r - red) + (g - green) * (g - green) + (b - blue) * (b - blue);
+        }
+    };
     struct Candidates {
-        const unsigned char *begin;
-        const unsigned char *end;
+        const Candidate *first;
+        const Candidate *last;
+        const Candidate *begin() const { return first; }
+        const Candidate *end() const { return last; }
     };
 
-    /// `bits` is how many bits of each channel select the cell. `palette` has 256 entries and
-    /// outlives this object.
-    ColorCells(const RGBA *palette, int scale, std::vector<int> weights, int bits);
+    /// `palette` and `weights` have 256 entries. `bits` of each channel select a small cell.
+    ColorCells(const RGBA *palette, int scale, const int *weights, int bits);
 
-    /// The entries to compare for a colour, in rising order.
-    Candidates candidates(unsigned r, unsigned g, unsigned b)
+    /// The entries to compare for a colour, by rising index.
+    Candidates candidates(int r, int g, int b)
     {
-        const unsigned cell = ((r >> m_shift) << m_bits | g >> m_shift) << m_bits | b >> m_shift;
-        if (m_cells[cell].empty())
-            fill(cell);
-        const std::vector<unsigned char> &entries = m_cells[cell];
-        return {entries.data(), entries.data() + entries.size()};
+        const int cell = ((r >> m_shift) << m_bits | g >> m_shift) << m_bits | b >> m_shift;
+        if (m_small[static_cast<size_t>(cell)].count == 0)
+            fillSmall(cell);
+        const Range range = m_small[static_cast<size_t>(cell)];
+        const Candidate *first = m_entries.data() + range.first;
+        return {first, first + range.count};
     }
 
-    int weight(int entry) const { return m_weights[static_cast<size_t>(entry)]; }
-
 private:
-    void fill(unsigned cell);
-    int cost(int distance, int entry) const;
+    static constexpr int LargeBits = 3;
 
-    const RGBA *m_palette;
+    struct Range {
+        unsigned first = 0;
+        unsigned count = 0; // 0: not filled
+    };
+
+    void fillSmall(int cell);
+    Range fill(Range from, int r, int g, int b, int size);
+    int cost(int distance, int weight) const { return m_scale * distance / 255 + weight; }
+
     int m_scale;
-    std::vector<int> m_weights;
     int m_bits;
     int m_shift;
-    std::vector<std::vector<unsigned char>> m_cells;
+    std::vector<Candidate> m_entries; // the whole palette, then the lists of the cells
+    std::vector<Range> m_small;
+    std::vector<Range> m_large;
 };
 
 /// Answers of a search by colour, for as long as nothing else needs their place.

@@ -111,17 +111,19 @@ public:
     }
     Q_DISABLE_COPY(RecentColors)
 
-    void count(QRgb pixel)
+    /// Counts `run` pixels of one colour.
+    void count(QRgb pixel, unsigned run)
     {
         const QRgb color = pixel & 0x00FFFFFF;
         Recent &recent = m_table[(color * 0x9E3779B1u) >> (32 - Bits)];
-        if (recent.count == 0 || recent.color != color) {
-            flush(recent);
-            recent.color = color;
-            m_quantizer.makeLeaf(color);
+        if (recent.isUsed && recent.color == color) {
+            recent.count += run;
+            recent.alphaSum += quint64(run) * (pixel >> 24);
+            return;
         }
-        ++recent.count;
-        recent.alphaSum += pixel >> 24;
+        flush(recent);
+        recent = {color, true, run - 1, quint64(run - 1) * (pixel >> 24)};
+        m_quantizer.addPixel(pixel);
     }
 
 private:
@@ -129,7 +131,8 @@ private:
 
     struct Recent {
         QRgb color = 0;
-        unsigned count = 0;
+        bool isUsed = false;
+        unsigned count = 0; // of what is not added to a leaf yet
         quint64 alphaSum = 0;
     };
 
@@ -146,8 +149,6 @@ private:
         const quint64 n = recent.count;
         addSums(*node, {n, n * static_cast<quint64>(r), n * static_cast<quint64>(g),
                         n * static_cast<quint64>(b), recent.alphaSum});
-        recent.count = 0;
-        recent.alphaSum = 0;
     }
 
     ColorQuantizer &m_quantizer;
@@ -160,8 +161,11 @@ bool ColorQuantizer::processImage(const QImage &image)
     RecentColors recent(*this);
     for (int y = 0; y < source.height(); ++y) {
         const auto *row = reinterpret_cast<const QRgb *>(source.constScanLine(y));
-        for (int x = 0; x < source.width(); ++x)
-            recent.count(row[x]);
+        for (int x = 0, run = 1; x < source.width(); x += run) {
+            for (run = 1; x + run < source.width() && row[x + run] == row[x];)
+                ++run;
+            recent.count(row[x], static_cast<unsigned>(run));
+        }
     }
     return true;
 }
@@ -184,17 +188,6 @@ void ColorQuantizer::addColor(OctreeNode *&node,
                               int &leafCount,
                               OctreeNode *(&reducible)[8])
 {
-    OctreeNode *leaf = findLeaf(node, qRgb(r, g, b), maxBits, level, leafCount, reducible);
-    addSums(*leaf, {1, r, g, b, a});
-}
-
-OctreeNode *ColorQuantizer::findLeaf(OctreeNode *&node,
-                                     unsigned int color,
-                                     int maxBits,
-                                     int level,
-                                     int &leafCount,
-                                     OctreeNode *(&reducible)[8])
-{
     OctreeNode **place = &node;
     for (;; ++level) {
         if (!*place) {
@@ -209,15 +202,25 @@ OctreeNode *ColorQuantizer::findLeaf(OctreeNode *&node,
             }
         }
         if ((*place)->isLeaf)
-            return *place;
-        place =
-            &(*place)->children[childIndex(qRed(color), qGreen(color), qBlue(color), 7 - level)];
+            break;
+        place = &(*place)->children[childIndex(r, g, b, 7 - level)];
     }
+    OctreeNode &leaf = **place;
+    if (leaf.pixelCount == MaxPixels) {
+        addSums(leaf, {1, r, g, b, a});
+        return;
+    }
+    ++leaf.pixelCount;
+    leaf.redSum += r;
+    leaf.greenSum += g;
+    leaf.blueSum += b;
+    leaf.alphaSum += a;
 }
 
-void ColorQuantizer::makeLeaf(unsigned int color)
+void ColorQuantizer::addPixel(unsigned int pixel)
 {
-    findLeaf(m_root, color, m_maxBits, 0, m_leafCount, m_reducible);
+    const RGBA color = fromQRgb(pixel);
+    addColor(m_root, color.r, color.g, color.b, color.a, m_maxBits, 0, m_leafCount, m_reducible);
     while (m_leafCount > m_maxColors)
         reduceTree(m_maxBits, m_leafCount, m_reducible);
 }

@@ -62,13 +62,7 @@ private:
     class NodePool;
     class RecentColors;
 
-    OctreeNode *findLeaf(OctreeNode *&node,
-                         unsigned int color,
-                         int maxBits,
-                         int level,
-                         int &leafCount,
-                         OctreeNode *(&reducible)[8]);
-    void makeLeaf(unsigned int color);
+    void addPixel(unsigned int pixel);
 
     OctreeNode *m_root = nullptr;
     int m_leafCount = 0;

@@ -121,7 +121,7 @@ protected:
     qint64 readData(char *data, qint64 size) override
     {
         const int count = int(qMin<qint64>(qMin<qint64>(size, 7), m_bytes.size() - m_pos));
-        memcpy(data, m_bytes.constData() + m_pos, size_t(count));
+        std::copy_n(m_bytes.constData() + m_pos, count, data);
         m_pos += count;
         return count;
     }

@@ -11,8 +11,10 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QThread>
 #include <QtEndian>
+
+#include <atomic>
+#include <thread>
 
 using namespace Kiln;
 
@@ -630,37 +632,24 @@ void TestImageFiles::manyThreadsAtOnce()
     cases.append({"PNG", full, written("PNG", full)});
     cases.append({"TINY", QImage(9, 9, QImage::Format_RGB32), "\x09"});
 
-    class Worker : public QThread
-    {
-    public:
-        QVector<Case> cases;
-        int faults = 0;
-        void run() override
-        {
-            for (int round = 0; round < 20; ++round) {
-                for (const Case &c : qAsConst(cases)) {
-                    QImage image;
-                    QByteArray bytes = c.file;
-                    QBuffer buffer(&bytes);
-                    buffer.open(QIODevice::ReadOnly);
-                    const bool isRead = loadImage(&buffer, c.format, image);
-                    const bool isSame = c.format == "TINY" || opaque(image) == opaque(c.image);
-                    const bool isWritten = written(c.format, c.image) == c.file;
-                    faults += !isRead + !isSame + !isWritten;
-                }
+    std::atomic<int> faults(0);
+    const auto work = [&faults](const QVector<Case> own) {
+        for (int round = 0; round < 20; ++round) {
+            for (const Case &c : own) {
+                QImage image;
+                const bool isRead = readBytes(c.file, c.format, image);
+                const bool isSame = c.format == "TINY" || opaque(image) == opaque(c.image);
+                const bool isWritten = written(c.format, c.image) == c.file;
+                faults += !isRead + !isSame + !isWritten;
             }
         }
     };
-    std::vector<std::unique_ptr<Worker>> workers;
-    for (int i = 0; i < 8; ++i) {
-        workers.push_back(std::make_unique<Worker>());
-        workers.back()->cases = cases;
-        workers.back()->start();
-    }
-    for (const auto &worker : workers) {
-        worker->wait();
-        QCOMPARE(worker->faults, 0);
-    }
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i)
+        threads.emplace_back(work, cases);
+    for (std::thread &thread : threads)
+        thread.join();
+    QCOMPARE(faults.load(), 0);
 }
 
 QTEST_APPLESS_MAIN(TestImageFiles)
