@@ -134,7 +134,14 @@ void MainActions::makeViewMenu(QMenu *menu)
 
     menu->addActions({zoomIn, zoomOut, zoomActual});
     menu->addSeparator();
+    nextPanel = make("next_panel", tr("Next &panel"), tr("Go to the next visible panel"));
+    nextPanel->setShortcut(QKeySequence(Qt::Key_F6));
+    previousPanel =
+        make("previous_panel", tr("Previous pane&l"), tr("Go to the previous visible panel"));
+    previousPanel->setShortcut(QKeySequence(Qt::SHIFT + Qt::Key_F6));
+
     menu->addActions({nextFile, previousFile});
+    menu->addActions({nextPanel, previousPanel});
     menu->addSeparator();
 }
 

@@ -51,6 +51,8 @@ public:
     QAction *previousMessage;
     QAction *nextFile;
     QAction *previousFile;
+    QAction *nextPanel;
+    QAction *previousPanel;
     QAction *run;
     QAction *settings;
     QAction *engines;

@@ -175,6 +175,9 @@ void MainWindow::connectDocks()
     connect(session(), &ProjectSession::aboutToClose, this, [this] {
         m_findInFiles->clearResults();
         m_tree->setProject(nullptr);
+        const QList<Kiln::Project *> projects = session()->projects();
+        for (const Kiln::Project *project : projects)
+            m_messages->table()->removeList(project->messages());
     });
     connect(session(), &ProjectSession::changed, this, &MainWindow::showProject);
     connect(m_messages->table(), &MessageTable::countsChanged, this, [this] {
@@ -192,7 +195,7 @@ void MainWindow::connectDocks()
             workspace->statusClicked();
     });
     connect(m_welcome, &WelcomePage::openRequested, this, &MainWindow::chooseProject);
-    connect(m_welcome, &WelcomePage::recentRequested, this, &MainWindow::openRecent);
+    connect(m_welcome, &WelcomePage::recentRequested, this, &MainWindow::openProject);
     connect(m_desk, &FileDesk::message, this, &MainWindow::showMessage);
     connect(m_desk, &FileDesk::changed, this, &MainWindow::updateState);
 }

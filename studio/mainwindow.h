@@ -73,7 +73,6 @@ private:
     void arrangeDocks();
     void updateState();
     void updateRecent();
-    void openRecent(const QString &directory);
     void chooseProject();
     void saveProjectAs();
     void backup();

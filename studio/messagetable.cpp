@@ -28,7 +28,7 @@ Kiln::Message MessageTable::messageAt(int row, Kiln::ProjectFile *&file) const
 {
     file = nullptr;
     const int part = partOf(&row);
-    if (part < 0)
+    if (part < 0 || !m_parts[part].list)
         return {};
     const Kiln::Messages *source = nullptr;
     const Kiln::Message message = m_parts[part].list->messageAt(row, source);
@@ -74,7 +74,7 @@ QVariant MessageTable::data(const QModelIndex &index, int role) const
         return {};
     int row = index.row();
     const int part = partOf(&row);
-    if (part < 0)
+    if (part < 0 || !m_parts[part].list)
         return {};
     if (role == Qt::TextAlignmentRole && index.column() == 2)
         return int(Qt::AlignRight | Qt::AlignVCenter);
@@ -138,6 +138,8 @@ void MessageTable::dropPart(QObject *list)
             first += rows;
             continue;
         }
+        // Views may ask for data while the rows go, and the list may be half gone already.
+        m_parts[i].list = nullptr;
         if (rows > 0)
             beginRemoveRows({}, first, first + rows - 1);
         m_parts.remove(i);

@@ -41,7 +41,7 @@ signals:
 
 private:
     struct Part {
-        Kiln::MessageList *list;
+        Kiln::MessageList *list; ///< null while its rows are being removed
         int rows; ///< as the views know it
     };
 

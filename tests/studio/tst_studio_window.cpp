@@ -22,7 +22,9 @@
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QDirIterator>
+#include <QDockWidget>
 #include <QLineEdit>
+#include <QProgressDialog>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTextBlock>
@@ -62,6 +64,9 @@ private slots:
     void engineRunsOnTheSavedFiles();
     void definitionsDoNotTakeSettingsAway();
     void everythingHasANameAndAKey();
+    void panelsAreReachedByTheKeyboard();
+    void progressIsShownAndCancelled();
+    void windowComesBackAsItWas();
 
 private:
     QString path(const QString &name) const { return m_directory->filePath("hero/" + name); }
@@ -557,6 +562,54 @@ void tst_studio_window::everythingHasANameAndAKey()
             keys.insert(key.toString(), action->objectName());
         }
     }
+}
+
+void tst_studio_window::panelsAreReachedByTheKeyboard()
+{
+    open("heroes/wren/air.glow");
+    view()->setFocus();
+    QStringList visited;
+    for (int i = 0; i < 4; ++i) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_F6);
+        visited.append(QApplication::focusWidget()->objectName());
+    }
+    QCOMPARE(visited, (QStringList{"project_tree", "code_tree", "messages_view", "code_text"}));
+    QTest::keyClick(view(), Qt::Key_F6, Qt::ShiftModifier);
+    QCOMPARE(QApplication::focusWidget()->objectName(), QStringLiteral("messages_view"));
+}
+
+void tst_studio_window::progressIsShownAndCancelled()
+{
+    Kiln::Progress *progress = m_window->host().progress("Saving...", true);
+    progress->setProgress(0, 10);
+    progress->setProgress(4, 0);
+    auto *dialog = m_window->findChild<QProgressDialog *>("progress");
+    QCOMPARE(dialog->labelText(), QStringLiteral("Saving..."));
+    QCOMPARE(qMakePair(dialog->value(), dialog->maximum()), qMakePair(4, 10));
+    bool cancelled = false;
+    progress->setProgress(5, 0, &cancelled);
+    QVERIFY(!cancelled);
+    dialog->cancel();
+    progress->setProgress(6, 0, &cancelled);
+    QVERIFY(cancelled);
+    progress->finish();
+    QVERIFY(!m_window->findChild<QProgressDialog *>("progress"));
+}
+
+void tst_studio_window::windowComesBackAsItWas()
+{
+    m_window->resize(1000, 700);
+    m_window->findChild<QDockWidget *>("dock_messages")->hide();
+    m_window->settings().setValue("font_size", 13);
+    QVERIFY(m_window->close());
+    m_window = std::make_unique<MainWindow>(Paths::below(m_directory->path()));
+    m_window->show();
+    QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+    QCOMPARE(m_window->size(), QSize(1000, 700));
+    QVERIFY(!m_window->findChild<QDockWidget *>("dock_messages")->isVisible());
+    m_window->reopenLast();
+    QVERIFY(document());
+    QCOMPARE(view()->font().pointSize(), 13);
 }
 
 QTEST_MAIN(tst_studio_window)
