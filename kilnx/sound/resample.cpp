@@ -50,7 +50,8 @@ template<class Integer>
 std::vector<Integer> fromBytes(const char *data, int count)
 {
     std::vector<Integer> values(static_cast<size_t>(count));
-    qFromLittleEndian<Integer>(data, count, values.data());
+    if (count > 0)
+        qFromLittleEndian<Integer>(data, count, values.data());
     return values;
 }
 
@@ -58,7 +59,8 @@ template<class Integer>
 QByteArray toBytes(const std::vector<Integer> &values)
 {
     QByteArray data(static_cast<int>(values.size() * sizeof(Integer)), Qt::Uninitialized);
-    qToLittleEndian<Integer>(values.data(), static_cast<qsizetype>(values.size()), data.data());
+    if (!values.empty())
+        qToLittleEndian<Integer>(values.data(), static_cast<qsizetype>(values.size()), data.data());
     return data;
 }
 

@@ -8,14 +8,14 @@
 /// them and lies outside of all of them.
 inline void tellDiary(const QString &line)
 {
-    QStringList lines = qApp->property("diary").toStringList();
+    QStringList lines = QCoreApplication::instance()->property("diary").toStringList();
     lines.append(line);
-    qApp->setProperty("diary", lines);
+    QCoreApplication::instance()->setProperty("diary", lines);
 }
 
 inline QStringList takeDiary()
 {
-    const QStringList lines = qApp->property("diary").toStringList();
-    qApp->setProperty("diary", QStringList());
+    const QStringList lines = QCoreApplication::instance()->property("diary").toStringList();
+    QCoreApplication::instance()->setProperty("diary", QStringList());
     return lines;
 }
