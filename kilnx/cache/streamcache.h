@@ -31,7 +31,7 @@ class KILNX_EXPORT StreamCache : public QObject
 
 public:
     /// Which store is wanted.
-    enum Type {
+    enum Type : int {
         Default = 0, ///< the one that the option "cache_type" names
         Memory = 1,  ///< `MemoryCache`
         Disk = 2,    ///< `DiskCache`

@@ -27,7 +27,7 @@ class KILNX_EXPORT Extension
 public:
     /// The list in which an extension is kept. There are `TypeCount` lists; the numbers without a
     /// name are free for hosts.
-    enum Type {
+    enum Type : int {
         ImageReaders = 1,
         ImageWriters = 2,
         PaletteReaders = 3,
