@@ -15,8 +15,8 @@ namespace
 const char *const treeOptions[] = {"parseCode", "modelCode", "highlightCode"};
 
 const EmberDocument::FileType fileTypes[] = {EmberDocument::Character, EmberDocument::Stage,
-                                             EmberDocument::Game, EmberDocument::Commands,
-                                             EmberDocument::States, EmberDocument::Animations};
+                                             EmberDocument::Game,      EmberDocument::Commands,
+                                             EmberDocument::States,    EmberDocument::Animations};
 
 } // namespace
 

@@ -10,8 +10,8 @@ namespace Kiln
 ///
 /// An engine derives from it; usually the node of the box's line is the box. The object belongs to
 /// the text like the frame itself: setRect() edits the line and keeps the object, but any other
-/// edit of the frame's lines may end it. Ask the frame's ContactBoxesCode again after the model has
-/// reported the frame as changed, and keep no pointer beyond that.
+/// edit of the frame's lines may end it. Ask the frame's ContactBoxesCode again when the list of
+/// animations has emitted OrganizableObject::modified(), and keep no pointer beyond that.
 class KILNX_EXPORT ContactBoxCode
 {
 public:
