@@ -111,7 +111,7 @@ void readLines(QIODevice *device,
             line += text.midRef(start, std::min(end - start, longest));
             if (!line.isEmpty() && !take(line))
                 return;
-            line.clear();
+            line.resize(0); // keeps its memory
         }
         // What is left may end in half of a line end.
         const int rest = more.isEmpty() ? text.size() - start

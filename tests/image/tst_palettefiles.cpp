@@ -7,6 +7,8 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <sys/resource.h>
+
 using namespace Kiln;
 
 namespace
@@ -180,6 +182,39 @@ public:
     }
 };
 
+/// A file of millions of short lines that nobody has to hold in memory.
+class ManyLines : public QIODevice
+{
+public:
+    explicit ManyLines(qint64 size)
+        : m_size(size)
+    {
+        open(ReadOnly | Unbuffered);
+    }
+    qint64 size() const override { return m_size; }
+
+protected:
+    qint64 readData(char *data, qint64 size) override
+    {
+        static const char pattern[] = "ROWS\n";
+        const qint64 count = qMin(size, m_size - pos());
+        for (qint64 i = 0; i < count; ++i)
+            data[i] = pattern[(pos() + i) % 5];
+        return count;
+    }
+    qint64 writeData(const char *, qint64) override { return -1; }
+
+private:
+    qint64 m_size;
+};
+
+qint64 peakMemory()
+{
+    rusage usage;
+    getrusage(RUSAGE_SELF, &usage);
+    return qint64(usage.ru_maxrss) * 1024;
+}
+
 } // namespace
 
 class TestPaletteFiles : public QObject
@@ -193,6 +228,7 @@ private Q_SLOTS:
     void refuses_data();
     void refuses();
     void endlessBlocksEndWithTheFile();
+    void longTextsTakeNoMemory();
     void writes();
     void wrongDirection();
 
@@ -375,6 +411,22 @@ void TestPaletteFiles::endlessBlocksEndWithTheFile()
         QVERIFY(object.fromFile(&buffer, "ASE"));
         QCOMPARE(table[0], (RGBA{255, 255, 255, 255}));
     }
+}
+
+void TestPaletteFiles::longTextsTakeNoMemory()
+{
+    ManyLines device(48 << 20);
+    RGBA table[256];
+    PaletteObject object(&table);
+    const qint64 before = peakMemory();
+    QVERIFY(object.fromFile(&device, "TXT"));
+    QVERIFY(device.atEnd());
+    QCOMPARE(table[0], RGBA());
+#ifdef __SANITIZE_ADDRESS__
+    Q_UNUSED(before) // the sanitizer holds freed memory back
+#else
+    QVERIFY(peakMemory() - before < 16 << 20);
+#endif
 }
 
 void TestPaletteFiles::writes()
