@@ -119,6 +119,7 @@ void CodeSurface::setDocument(Kiln::CodeDocument *document)
     if (document == m_document)
         return;
     disconnect(m_contents);
+    disconnect(m_replaced);
     if (m_document) {
         m_places.insert(m_document,
                         {m_text->textCursor().position(), m_text->verticalScrollBar()->value()});
@@ -141,6 +142,8 @@ void CodeSurface::setDocument(Kiln::CodeDocument *document)
     cursor.setPosition(qBound(0, place.x(), document->characterCount() - 1));
     m_text->setTextCursor(cursor);
     m_text->verticalScrollBar()->setValue(place.y());
+    m_replaced = connect(static_cast<QTextDocument *>(document), &QTextDocument::contentsChange,
+                         this, &CodeSurface::keepPlace);
     m_contents = connect(static_cast<QTextDocument *>(document), &QTextDocument::contentsChanged,
                          this, &CodeSurface::followCursor);
     followCursor();
@@ -198,6 +201,20 @@ void CodeSurface::followCursor()
     m_tree->scrollTo(index);
 }
 
+// A document that is loaded again leaves the cursor at its end. It is told from an edit of the
+// whole text by the undo stack, which a load empties.
+void CodeSurface::keepPlace(int position, int removed, int added)
+{
+    const bool whole = position == 0 && removed > 1 && added >= m_document->characterCount() - 1;
+    if (!whole || m_document->isUndoAvailable() || m_document->isRedoAvailable())
+        return;
+    const auto restore = [this, document = m_document, place = m_place] {
+        if (m_document == document)
+            showPlace(place.y(), place.x());
+    };
+    QMetaObject::invokeMethod(this, restore, Qt::QueuedConnection);
+}
+
 void CodeSurface::updateStatus()
 {
     if (!m_document) {
@@ -206,6 +223,7 @@ void CodeSurface::updateStatus()
         return;
     }
     const QTextCursor cursor = m_text->textCursor();
+    m_place = QPoint(cursor.positionInBlock(), cursor.blockNumber());
     interface->setStatusText(0, tr("Line: %1, Column: %2, Line count: %3")
                                     .arg(cursor.blockNumber() + 1)
                                     .arg(cursor.positionInBlock() + 1)

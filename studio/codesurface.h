@@ -72,6 +72,7 @@ private:
     ~CodeSurface() override;
     void setFontSize(int points);
     void followCursor();
+    void keepPlace(int position, int removed, int added);
     void updateStatus();
     void updateSyntaxFormats();
     void chooseEncoding(int codecId);
@@ -81,6 +82,8 @@ private:
     Kiln::CodeDocument *m_document = nullptr;
     QHash<const void *, QPoint> m_places; ///< cursor position and scroll value by document
     QMetaObject::Connection m_contents;
+    QMetaObject::Connection m_replaced;
+    QPoint m_place; ///< column and line of the cursor, as last seen
     int m_line = -1;
 };
 

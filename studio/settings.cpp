@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFontDatabase>
+#include <QFontInfo>
 #include <QSettings>
 
 namespace Studio
@@ -15,7 +16,10 @@ const char recentKey[] = "recent_projects";
 
 QHash<QString, QVariant> deliveredDefaults()
 {
-    const QFont fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    // A platform without a theme names a proportional font here.
+    QString fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont).family();
+    if (!QFontInfo(QFont(fixed)).fixedPitch())
+        fixed = QFontInfo(QFont(QStringLiteral("monospace"))).family();
     return {
         {"parseCode", true},
         {"modelCode", true},
@@ -32,7 +36,7 @@ QHash<QString, QVariant> deliveredDefaults()
         {"code_paren_matching", true},
         {"reopen_last_project", true},
         {"theme", "system"},
-        {"font_name", fixed.family()},
+        {"font_name", fixed},
         {"font_size", 10},
     };
 }

@@ -297,13 +297,18 @@ void tst_studio_window::outsideChangesAreAskedAbout()
     m_window->settings().setValue("enable_file_watcher", watched);
     open("heroes/wren/air.glow");
     const QString before = document()->toString();
+    m_window->deck()->current()->navigateTo(2, 3);
     if (watched)
         m_dialogs->expectBox(yes ? QMessageBox::Yes : QMessageBox::No);
-    write(path("heroes/wren/air.glow"), "; from outside\r\n");
+    write(path("heroes/wren/air.glow"), "; from outside\r\n; second\r\n; third\r\n");
     if (watched) {
         QTRY_COMPARE(m_dialogs->seen().size(), 1);
         QCOMPARE(m_dialogs->seen().first().title, QStringLiteral("File modified"));
-        QTRY_COMPARE(document()->toString(), yes ? QStringLiteral("; from outside\n") : before);
+        QTRY_COMPARE(document()->toString(),
+                     yes ? QStringLiteral("; from outside\n; second\n; third\n") : before);
+        // A reload keeps the place.
+        QTRY_COMPARE(view()->textCursor().blockNumber(), 2);
+        QCOMPARE(view()->textCursor().positionInBlock(), 3);
         return;
     }
     // The watcher of the tree, which works without the option, tells when the time has come.
