@@ -1,8 +1,6 @@
 #include <kilnx/image/gif.h>
 
 #include <kilnx/image/bytestream_p.h>
-#include <kilnx/image/colorquantizer.h>
-#include <kilnx/image/imageops.h>
 
 #include <QtCore/QBuffer>
 #include <QtCore/QDataStream>
@@ -10,7 +8,6 @@
 #include <gif_lib.h>
 
 #include <algorithm>
-#include <climits>
 #include <cstring>
 #include <memory>
 #include <vector>
