@@ -39,6 +39,13 @@ QVariant pointFOf(const QVariant &value)
     return QPointF(items.value(0).toReal(), items.value(1).toReal());
 }
 
+/// A date where the value can be read as one; what cannot keeps its text.
+QVariant dateOf(const QVariant &value)
+{
+    const QDate date = value.toDate();
+    return date.isValid() ? QVariant(date) : value;
+}
+
 QString joined(const QVariant &value, const QString &separator)
 {
     QStringList texts;
@@ -154,6 +161,8 @@ QVariant ValueCode::convertFrom(Type type, const QVariant &value) const
     case Text:
     case TextAlt:
         return value.toString();
+    case Date:
+        return dateOf(value);
     case Enum:
         return value.toUInt();
     case EnumList:

@@ -291,6 +291,10 @@ void TestCodeNode::convert_data()
     QTest::newRow("other text") << 4 << QVariant("a b") << QVariant("a b") << "a b";
     QTest::newRow("date") << 5 << QVariant(QDate(2020, 2, 29)) << QVariant(QDate(2020, 2, 29))
                           << "2020-02-29";
+    QTest::newRow("date of a text")
+        << 5 << QVariant("2020-02-29") << QVariant(QDate(2020, 2, 29)) << "2020-02-29";
+    QTest::newRow("no date") << 5 << QVariant("2020-02-30") << QVariant("2020-02-30")
+                             << "2020-02-30";
     QTest::newRow("enum") << 6 << QVariant("3") << QVariant(3u) << "word3";
     QTest::newRow("enum list of one") << 7 << QVariant(3) << QVariant(QVariantList{3u}) << "";
     QTest::newRow("enum list") << 7 << QVariant(list) << QVariant(list) << "";
