@@ -96,6 +96,8 @@ private slots:
     void readsOddDefinitions_data();
     void readsOddDefinitions();
     void readsTheStage();
+    void changeKeepsTheComment_data();
+    void changeKeepsTheComment();
     void savesWithLineEnds();
     void makesFiles();
     void collectsFiles();
@@ -341,6 +343,52 @@ void TestEmberProject::readsTheStage()
         QStringLiteral("@ground\nsize: 0, 5\nscale: -1, 1\n@about\ntitle: \"\""));
     QCOMPARE(stage->stageSize(), QSize(640, 360));
     QCOMPARE(stage->stageScale(), QSizeF(1, 1));
+}
+
+void TestEmberProject::changeKeepsTheComment_data()
+{
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<QString>("after");
+    QTest::newRow("after one blank") << "chance: 0.6 ; dear"
+                                     << "chance: 1 ; dear";
+    QTest::newRow("written close") << "chance: 0.6;dear"
+                                   << "chance: 1 ;dear";
+    QTest::newRow("written far") << "chance: 0.6 \t  ;  dear  "
+                                 << "chance: 1 ;  dear  ";
+    QTest::newRow("from the first mark on") << "chance: 0.6 ; dear ; very"
+                                            << "chance: 1 ; dear ; very";
+    QTest::newRow("an empty comment") << "chance: 0.6 ;"
+                                      << "chance: 1 ;";
+    QTest::newRow("no comment") << "chance: 0.6"
+                                << "chance: 1";
+}
+
+/// In a file of a project, whose engine tells what opens a comment.
+void TestEmberProject::changeKeepsTheComment()
+{
+    QFETCH(QString, before);
+    QFETCH(QString, after);
+    QVERIFY(openHero());
+    auto *brain = static_cast<EmberDocument *>(
+        m_parent->openFile(m_parent->basePath() + QStringLiteral("heroes/wren/brain.glow")));
+    QVERIFY(brain);
+    const QString head = QStringLiteral("@state think\n");
+    brain->fromString(head + before + QLatin1Char('\n') + before);
+    Kiln::CodeNode *const node = brain->nodeInBlock(brain->findBlockByNumber(1));
+    Kiln::CodeNode *const last = brain->nodeInBlock(brain->lastBlock());
+    QVERIFY(node && last);
+    brain->beginChange();
+    last->change(QStringLiteral("chance: 1"));
+    node->change(QStringLiteral("chance: 1"));
+    brain->endChange();
+    QCOMPARE(brain->toPlainText(), head + after + QLatin1Char('\n') + after);
+    QCOMPARE(brain->nodeInBlock(brain->findBlockByNumber(1)), node);
+    // Doing it again adds no blanks.
+    node->change(QStringLiteral("chance: 1"));
+    QCOMPARE(brain->toPlainText(), head + after + QLatin1Char('\n') + after);
+    brain->undo();
+    brain->undo();
+    QCOMPARE(brain->toPlainText(), head + before + QLatin1Char('\n') + before);
 }
 
 void TestEmberProject::savesWithLineEnds()
