@@ -149,7 +149,8 @@ QTextCursor CodeNode::selectAll() const
     const QTextBlock first = owner ? owner->findBlockByNumber(firstLine()) : QTextBlock();
     if (!first.isValid())
         return QTextCursor();
-    const QTextBlock last = owner->findBlockByNumber(lastLine());
+    // A section that ends before it begins, within its own line, is that line.
+    const QTextBlock last = owner->findBlockByNumber(qMax(firstLine(), lastLine()));
     const int textEnd = owner->characterCount() - 1;
     const int end = last.isValid() ? qMin(last.position() + last.length(), textEnd) : textEnd;
     QTextCursor cursor = owner->cursor();

@@ -64,8 +64,11 @@ void GroupCode::handValuesOn()
         above = above->previous();
     if (above && above->type() == Group) {
         auto *const heir = static_cast<GroupCode *>(above);
-        while (!m_values.isEmpty())
-            heir->insertChild(m_values.first(), unsigned(-1));
+        while (!m_values.isEmpty()) {
+            CodeNode *const value = m_values.first();
+            removeChild(value);
+            heir->insertChild(value, unsigned(-1));
+        }
         return;
     }
     while (!m_values.isEmpty())
