@@ -99,13 +99,22 @@ void CodeDocument::insert(const QString &text)
     insertOnCursor(text, d->cursor);
 }
 
+/// Line `line` of what `node` covers. A further node of a line knows no line by itself and has that
+/// of the line's head. Invalid past the end, and for the document itself.
+QTextBlock CodeDocument::lineOfNode(const CodeNode *node, int line) const
+{
+    return findBlockByNumber(line >= 0 ? line : NodeRows::line(node));
+}
+
 void CodeDocument::insertAfter(const CodeNode *node, const QString &text, bool ownLine)
 {
     if (!node) {
         insert(text + QLatin1Char('\n'));
         return;
     }
-    const QTextBlock block = ownLine ? node->block() : findBlockByNumber(node->lastLine());
+    if (!node->isValid())
+        return;
+    const QTextBlock block = lineOfNode(node, ownLine ? node->lineNo() : node->lastLine());
     const QTextBlock target = block.isValid() ? block : lastBlock();
     d->cursor.setPosition(target.position() + target.length() - 1);
     insertOnCursor(QLatin1Char('\n') + text, d->cursor);
@@ -113,10 +122,12 @@ void CodeDocument::insertAfter(const CodeNode *node, const QString &text, bool o
 
 void CodeDocument::insertBefore(const CodeNode *node, const QString &text, bool ownLine)
 {
+    if (node && !node->isValid())
+        return;
     QTextBlock target;
     if (node)
-        target = ownLine ? node->block() : findBlockByNumber(node->firstLine());
-    const QTextBlock above = target.previous();
+        target = lineOfNode(node, ownLine ? node->lineNo() : node->firstLine());
+    const QTextBlock above = target.isValid() ? target.previous() : QTextBlock();
     if (above.isValid()) {
         d->cursor.setPosition(above.position() + above.length() - 1);
         insertOnCursor(QLatin1Char('\n') + text, d->cursor);
@@ -141,7 +152,7 @@ int CodeDocument::lineNo(const QModelIndex &index) const
 {
     const auto *const node =
         index.isValid() ? static_cast<const CodeNode *>(index.internalPointer()) : nullptr;
-    return node && node->isValid() ? node->lineNo() : 0;
+    return node && node->isValid() ? NodeRows::line(node) : 0;
 }
 
 QModelIndex CodeDocument::indexInLine(int line) const
@@ -234,6 +245,8 @@ void CodeDocument::registerDocumentEditor(CodeDocumentEditor *editor,
                                           CodeNode::Type type,
                                           unsigned int subType)
 {
+    if (!editor)
+        return;
     const unsigned int kind = subType << 16 | unsigned(type);
     d->documentEditors.insert(kind, editor);
     d->kinds.remove(kind);

@@ -103,7 +103,7 @@ public:
     CodeDocument *document() const override;
     /// The head node of a line, null if it has none.
     CodeNode *nodeInBlock(const QTextBlock &block) const;
-    /// The block number of the index's node, 0 for an invalid index.
+    /// The block number of the line of the index's node, 0 for an invalid index.
     int lineNo(const QModelIndex &index) const;
     /// The index of the node that covers a line: a node on the line, or the group or animation that
     /// it lies in. Invalid for lines above the first of these.
@@ -165,6 +165,7 @@ private:
     void warnOfDecoding();
     void warnOfEncoding();
     QModelIndex indexOfNode(const CodeNode *node) const;
+    QTextBlock lineOfNode(const CodeNode *node, int line) const;
 
     CodeDocumentPrivate *d = nullptr;
 };

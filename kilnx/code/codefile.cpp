@@ -1,6 +1,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
+#include <algorithm>
 #include <kilnx/code/codedocument.h>
 #include <kilnx/code/codedocument_p.h>
 #include <kilnx/code/textcodecs.h>
@@ -304,12 +305,11 @@ void CodeDocument::replace(const QList<SearchResult> &results, const QString &te
     if (results.isEmpty())
         return;
     beginChange();
-    const int textEnd = characterCount() - 1;
     for (int i = results.size() - 1; i >= 0; --i) {
         const SearchResult &result = results.at(i);
         const QTextBlock block = findBlockByNumber(int(result.line));
         const qint64 start = qint64(block.position()) + result.start;
-        if (!block.isValid() || start + result.length > textEnd)
+        if (!block.isValid() || start + result.length >= characterCount())
             continue;
         QTextCursor cursor = d->cursor;
         cursor.setPosition(int(start));

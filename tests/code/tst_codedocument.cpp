@@ -23,6 +23,7 @@ private slots:
     void treeInsideABracket();
     void insertAround_data();
     void insertAround();
+    void insertAroundOddNodes();
     void changeKeepsTheComment_data();
     void changeKeepsTheComment();
     void lineZeroAndLastLine();
@@ -242,6 +243,30 @@ void TestCodeDocument::insertAround()
     QVERIFY(document->isModified());
 }
 
+void TestCodeDocument::insertAroundOddNodes()
+{
+    // The second node of a line stands on the line of the first.
+    setText("[a]\ny + z = 1\n[b]");
+    const CodeNode *const second = static_cast<Plain::Value *>(node(1))->partner;
+    document->insertAfter(second, QStringLiteral("p = 1"), true);
+    document->insertAfter(second, QStringLiteral("q = 1"), false);
+    document->insertBefore(second, QStringLiteral("r = 1"), true);
+    document->insertBefore(second, QStringLiteral("s = 1"), false);
+    QCOMPARE(document->toString(),
+             QStringLiteral("[a]\nr = 1\ns = 1\ny + z = 1\nq = 1\np = 1\n[b]"));
+    QAbstractItemModel *const model = document->model();
+    QCOMPARE(document->lineNo(model->index(3, 0, model->index(0, 0))), 3);
+    // The document stands on none, and a node that has gone stands nowhere.
+    const CodeNode *const gone = node(6);
+    document->fromString(QString());
+    document->insertAfter(gone, QStringLiteral("lost"), true);
+    document->insertBefore(gone, QStringLiteral("lost"), false);
+    QVERIFY(document->isEmpty());
+    document->insertBefore(document.get(), QStringLiteral("x = 1"), false);
+    document->insertAfter(document.get(), QStringLiteral("y = 1"), false);
+    QCOMPARE(document->toString(), QStringLiteral("x = 1\n\ny = 1"));
+}
+
 void TestCodeDocument::changeKeepsTheComment_data()
 {
     QTest::addColumn<QString>("line");
@@ -405,6 +430,7 @@ void TestCodeDocument::documentEditors()
     document.reset(new Plain::Document(parser.get()));
     auto *const lost = new RecordingEditor(log);
     document->registerDocumentEditor(lost, CodeNode::Group, 1);
+    document->registerDocumentEditor(nullptr, CodeNode::Group, 2);
     document->unregisterDocumentEditor(lost);
     document->unregisterDocumentEditor(lost);
     log.clear();
@@ -525,6 +551,11 @@ void TestCodeDocument::replace()
     stranger.start = 6;
     document->replace({stranger}, text);
     QCOMPARE(document->toString(), QStringLiteral("a = 1\nb = 2 3"));
+    // A place that the replacement after it took away.
+    stranger.start = 0;
+    stranger.length = 7;
+    document->replace({stranger, stranger}, QStringLiteral("x"));
+    QCOMPARE(document->toString(), QStringLiteral("a = 1\nx"));
 }
 
 void TestCodeDocument::tokensAndFormats()
