@@ -237,6 +237,11 @@ bool Tour::engines()
 
 bool Tour::outsideChange()
 {
+    // For a moment after its own save a file takes every change for that save.
+    const Kiln::CodeDocument *document = d->window->surface()->document();
+    if (!check(QTest::qWaitFor([document] { return !document->isWatchPaused(); }),
+               "the file has recognised its own save"))
+        return false;
     const QString name = path(QLatin1String(codeFile));
     const QByteArray changed = contentsOf(name) + "; a line of another program\r\n";
     const bool answered = throughDialog(
