@@ -102,7 +102,11 @@ qint64 File::writeData(const char *data, qint64 size)
 /// Whether everything that was written has reached the disk.
 bool File::isWhole()
 {
-    if (!flush() || m_failed)
+    if (m_failed)
+        return false;
+    if (!isOpen())
+        return error() == NoError;
+    if (!flush())
         return false;
 #ifdef Q_OS_UNIX
     return fsync(handle()) == 0;
@@ -124,7 +128,8 @@ static bool attempt(Operation operation)
 
 void File::commit()
 {
-    const bool whole = !isOpen() || isWhole();
+    // Others may have taken either file away, and waiting brings none back.
+    const bool whole = QFile::exists(fileName()) && isWhole();
     target.close();
     if (!whole) {
         close();
@@ -132,7 +137,7 @@ void File::commit()
         return;
     }
     const QString name = target.fileName();
-    attempt([&name] { return QFile::remove(name); });
+    attempt([&name] { return !QFile::exists(name) || QFile::remove(name); });
     close();
     attempt([this, &name] { return QFile::rename(fileName(), name); });
 }
@@ -161,19 +166,24 @@ bool FileSystemArchive::isReadOnly() const
     return false;
 }
 
-static constexpr QDir::Filters alwaysLeftOut = QDir::NoDotAndDotDot | QDir::NoSymLinks;
+/// No filter means every entry to QDir, and could not take on what is always left out.
+static QDir::Filters withoutDotsAndLinks(QDir::Filters filters)
+{
+    const QDir::Filters wanted = filters == QDir::NoFilter ? QDir::AllEntries : filters;
+    return wanted | QDir::NoDotAndDotDot | QDir::NoSymLinks;
+}
 
 QStringList
 FileSystemArchive::entries(const QString &path, QDir::Filters filters, QDir::SortFlags sort) const
 {
-    return QDir(path).entryList(filters | alwaysLeftOut, sort);
+    return QDir(path).entryList(withoutDotsAndLinks(filters), sort);
 }
 
 QList<QFileInfo> FileSystemArchive::infoEntries(const QString &path,
                                                 QDir::Filters filters,
                                                 QDir::SortFlags sort) const
 {
-    return QDir(path).entryInfoList(filters | alwaysLeftOut, sort);
+    return QDir(path).entryInfoList(withoutDotsAndLinks(filters), sort);
 }
 
 QIODevice *FileSystemArchive::openFile(const QString &path, QIODevice::OpenMode mode)
