@@ -48,7 +48,8 @@ void setGlobalInterface(Interface *interface)
 
 QWidget *Interface::actionControl(const QString &key, QAction *action, QMenu *menu)
 {
-    menu->addAction(action);
+    if (menu)
+        menu->addAction(action);
     return addControl(key, ToolButtonControl(action));
 }
 

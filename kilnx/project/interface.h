@@ -94,8 +94,8 @@ public:
     virtual QWidget *control(const QString &key) const = 0;
     /// Keeps its place in the order for the host; never called by the library.
     virtual void hostReserved29() {}
-    /// Shows an action in a menu and as a tool button: adds `action` to `menu` (not null), hands
-    /// addControl() a ToolButtonControl for it, and returns what addControl() returned.
+    /// Shows an action in a menu and as a tool button: adds `action` to `menu` (none if null),
+    /// hands addControl() a ToolButtonControl for it, and returns what addControl() returned.
     virtual QWidget *actionControl(const QString &key, QAction *action, QMenu *menu);
     /// A menu of the host, such as "view"; null for an unknown name.
     virtual QMenu *menu(const char *name) const = 0;

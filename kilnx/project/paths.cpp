@@ -98,7 +98,8 @@ QString randomString(int length)
 
 static bool hasOption(const char *key)
 {
-    return Interface::instance()->option(QString::fromLatin1(key), QVariant()).toBool();
+    const Interface *interface = Interface::instance();
+    return interface && interface->option(QString::fromLatin1(key), QVariant()).toBool();
 }
 
 static QFileDialog::Options openOptions()

@@ -56,13 +56,13 @@ KILNX_EXPORT QString getExistingDirectory(QWidget *parent,
                                           const QString &caption,
                                           const QString &directory);
 /// Asks for a file to open; empty when the user cancels. Uses the platform's own dialog only if
-/// the option "use_native_open" is true. Needs Interface::instance().
+/// the option "use_native_open" is true; without a host, as if no option were set.
 KILNX_EXPORT QString getOpenFileName(QWidget *parent,
                                      const QString &caption,
                                      const QString &directory,
                                      const QString &filter);
 /// Asks for files to open, sorted by name if the option "sort_file_names" is true and otherwise in
-/// the dialog's order. Needs Interface::instance().
+/// the dialog's order.
 KILNX_EXPORT QStringList getOpenFileNames(QWidget *parent,
                                           const QString &caption,
                                           const QString &directory,

@@ -104,6 +104,7 @@ private slots:
             QCOMPARE(host.control("key"), widget);
             QVERIFY(qobject_cast<QToolButton *>(widget));
             QCOMPARE(qobject_cast<QToolButton *>(widget)->defaultAction(), &action);
+            QVERIFY(host.actionControl("without a menu", &action, nullptr));
         }
         QVERIFY(!Interface::instance());
     }
@@ -230,8 +231,14 @@ private slots:
             dialog->reject();
         });
         QCOMPARE(getExistingDirectory(nullptr, "Where", directory.path()), QString());
+        host.dialogs().expectDialog(chooses({names[0]}));
+        setGlobalInterface(nullptr);
+        QCOMPARE(getOpenFileName(nullptr, "No host", directory.path(), "All (*)"), names[0]);
+        setGlobalInterface(&host);
+        QVERIFY(!wasNative);
         QCOMPARE(host.dialogs().finish(), QString());
-        QCOMPARE(host.dialogs().seenTitles(), QStringList({"One", "Many", "Save", "Where"}));
+        QCOMPARE(host.dialogs().seenTitles(),
+                 QStringList({"One", "Many", "Save", "Where", "No host"}));
     }
 
     void controlsTellTheirKind()
