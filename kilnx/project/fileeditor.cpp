@@ -208,9 +208,9 @@ void FileEditor::saveAs()
 
 void FileEditor::saveFileAs(ProjectFile *file, FileEditor *editor, Interface *interface)
 {
-    const QString pattern = patternOf(editor, interface);
-    if (!file->canSave())
+    if (!file || !file->canSave())
         return;
+    const QString pattern = patternOf(editor, interface);
     Project *project = file->project();
     QString path = getSaveFileName(interface->mainWindow(),
                                    tr("Save %1 as...").arg(QLatin1String(editor->name())),

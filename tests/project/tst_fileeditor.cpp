@@ -332,6 +332,7 @@ private slots:
         m_editor->undo();
         m_editor->redo();
         m_editor->saveAs();
+        FileEditor::saveFileAs(nullptr, m_editor.get(), m_host.get());
         FakeFile *file = current("x");
         QVERIFY(m_editor->isModified());
         m_editor->undo();
