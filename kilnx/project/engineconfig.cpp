@@ -48,11 +48,23 @@ QVariant fromText(const QString &text)
     const QRegularExpressionMatch match = numbers.match(text);
     if (!match.hasMatch())
         return text;
-    const auto number = [&match](int capture) { return match.captured(capture).toInt(); };
-    if (match.lastCapturedIndex() == 4)
-        return QRect(number(1), number(2), number(3), number(4));
-    const QColor color(number(1), number(2), number(3));
-    return color.isValid() ? QVariant(color) : QVariant(text);
+    // What is too large for a number stays the text that it is.
+    bool isNumber = true;
+    const auto number = [&](int capture) {
+        bool ok = false;
+        const int value = match.captured(capture).toInt(&ok);
+        isNumber &= ok;
+        return value;
+    };
+    QVariant value;
+    if (match.lastCapturedIndex() == 4) {
+        value = QRect(number(1), number(2), number(3), number(4));
+    } else {
+        const QColor color(number(1), number(2), number(3));
+        isNumber &= color.isValid();
+        value = color;
+    }
+    return isNumber ? value : QVariant(text);
 }
 
 EngineInstances::Info readEngine(QXmlStreamReader &xml)

@@ -343,7 +343,9 @@ const ParentProject::Path *ParentProject::projectForFile(const Path *path) const
 bool ParentProject::isGame() const
 {
     const Engine *engine = const_cast<ParentProject *>(this)->engine();
-    return engine && archive().fileExists(basePath() + engine->executable());
+    const QString executable = engine ? engine->executable() : QString();
+    // The base directory itself is no program.
+    return !executable.isEmpty() && archive().fileExists(basePath() + executable);
 }
 
 QModelIndex ParentProject::index(int row, int column, const QModelIndex &parent) const

@@ -49,7 +49,7 @@ int askForTarget(Engine *engine, int selected)
 bool chooseTarget(Engine *engine, EngineInstances::Info &target)
 {
     Interface *interface = Interface::instance();
-    if (!interface || engine->count() == 0) {
+    if (!interface || !engine || engine->count() == 0) {
         showWarning(
             dialogParent(), ParentProject::tr("Warning!"),
             ParentProject::tr("Oops, you need to add an engine first. Do it in Tools / Options."));

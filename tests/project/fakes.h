@@ -125,7 +125,7 @@ public:
     }
     char commentCharacter() const override { return ';'; }
     QString displayName() const override { return QStringLiteral("Fake"); }
-    QString executable() const override { return QStringLiteral("fake-game"); }
+    QString executable() const override { return program; }
     QString fileFilter() const override { return QStringLiteral("Lists (*.def)"); }
     QMap<int, QString> singleFileFilters() const override { return filters; }
     Kiln::ProjectFile *createFile(Kiln::Project::FileID::Type, Kiln::Project *) override
@@ -133,6 +133,7 @@ public:
         return makes ? makes() : nullptr;
     }
 
+    QString program = QStringLiteral("fake-game");
     QMap<int, QString> filters;
     std::function<Kiln::ProjectFile *()> makes;
 };

@@ -116,6 +116,7 @@ private slots:
         m_engine->setOption("text", "1,2");
         m_engine->setOption("looks like a colour", "1,2,3");
         m_engine->setOption("no colour", "300,2,3");
+        m_engine->setOption("too large", "99999999999,2,3,4");
         m_engine->setOption("number", 17);
         QVERIFY(m_engine->save());
         QCOMPARE(m_engine->configFile(), path("config/fake_config.xml"));
@@ -141,6 +142,7 @@ private slots:
         QCOMPARE(read.option("text", none), QVariant("1,2"));
         QCOMPARE(read.option("looks like a colour", none), QVariant(QColor(1, 2, 3)));
         QCOMPARE(read.option("no colour", none), QVariant("300,2,3"));
+        QCOMPARE(read.option("too large", none), QVariant("99999999999,2,3,4"));
         QCOMPARE(read.option("number", none), QVariant("17"));
         m_host->options["host"] = 5;
         QCOMPARE(read.option("host", none), QVariant(5));
@@ -279,6 +281,9 @@ private slots:
         FakeParent parent(path("project"));
         parent.fakeEngine = m_engine.get();
         QVERIFY(parent.isGame());
+        m_engine->program.clear();
+        QVERIFY(!parent.isGame());
+        m_engine->program = "fake-game";
         parent.prepares = [&parent](QString &executable, QStringList &) {
             executable = parent.basePath() + "fake-game";
             return true;
@@ -304,6 +309,11 @@ private slots:
         m_host->dialogs().expectBox(QMessageBox::Ok);
         QVERIFY(!parent.run(nullptr));
         QVERIFY(!QFile::exists(path("temporary")));
+        parent.fakeEngine = nullptr;
+        m_host->dialogs().expectBox(QMessageBox::Ok);
+        m_host->dialogs().expectBox(QMessageBox::Ok);
+        QVERIFY(!parent.run(nullptr));
+        parent.fakeEngine = m_engine.get();
         m_engine->add("bad", path("noprogram"), "", "");
         m_host->dialogs().expectBox(QMessageBox::Ok);
         QVERIFY(parent.run(nullptr));
@@ -313,8 +323,9 @@ private slots:
         QCOMPARE(seen[0].icon, QMessageBox::Warning);
         QCOMPARE(seen[1].title, QString("Error!"));
         QCOMPARE(seen[1].text, QString("Executable not found!"));
-        QCOMPARE(seen[2].title, QString("Error 0!"));
-        QCOMPARE(seen[2].text, QString("Can't start the process '%1'!").arg(path("noprogram")));
+        QCOMPARE(seen[2].text, seen[0].text);
+        QCOMPARE(seen[4].title, QString("Error 0!"));
+        QCOMPARE(seen[4].text, QString("Can't start the process '%1'!").arg(path("noprogram")));
 
         parent.prepares = [](QString &, QStringList &) { return false; };
         makeScript(path("noprogram"), "touch " + path("started").toUtf8());
