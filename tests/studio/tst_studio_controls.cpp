@@ -129,17 +129,17 @@ class OrganizerLikePanel : public Kiln::ExtraEditor
 public:
     OrganizerLikePanel()
     {
-        up = interface->addAction(nullptr, "org_up", Kiln::KilnTranslator::instance(), 166, false,
+        up = interface->addAction(nullptr, "side_up", Kiln::KilnTranslator::instance(), 166, false,
                                   this, "1moveUp()");
         Kiln::ListViewControl control;
         control.receiver = this;
         control.slot = "1itemDblClick(QModelIndex)";
-        list = interface->addControl("org_list", control);
-        button = interface->addControl("org_up", Kiln::ToolButtonControl(up));
+        list = interface->addControl("side_list", control);
+        button = interface->addControl("side_up", Kiln::ToolButtonControl(up));
     }
 
-    const char *name() const override { return "organizer"; }
-    QString displayName() const override { return QStringLiteral("Organizer"); }
+    const char *name() const override { return "side"; }
+    QString displayName() const override { return QStringLiteral("Side"); }
     void retranslate() override {}
     void release() override { delete this; }
 
@@ -478,7 +478,8 @@ void tst_studio_controls::sidePanelsGetADock()
     window.deck()->addSidePanel(panel);
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
-    QCOMPARE(window.host().extraEditor(0), panel);
+    QCOMPARE(QString(window.host().extraEditor(0)->name()), QStringLiteral("organizer"));
+    QCOMPARE(window.host().extraEditor(1), panel);
     QVERIFY(!panel->list->isVisible());
 
     window.host().setExtraEditor(panel);
