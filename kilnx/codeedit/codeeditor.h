@@ -102,7 +102,7 @@ public:
     /// Sets the words that complete what follows `prefix`, a piece of code without blanks such as
     /// "type=" or "play(" that stands at a line's start or after a character that is no letter,
     /// digit or ".". Case does not matter, and of several prefixes that fit the longest counts; the
-    /// empty one stands for a line that is blank so far.
+    /// empty one stands for the blanks that a line begins with.
     ///
     /// The first column of `words` is offered when a blank, an opening bracket, or a letter is
     /// typed behind the prefix, or Control and the space bar are pressed there. Sort it without

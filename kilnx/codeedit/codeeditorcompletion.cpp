@@ -62,7 +62,7 @@ QAbstractItemModel *CodeEditorPrivate::wordsBefore(const QTextCursor &cursor) co
     for (auto list = wordLists.begin(); list != wordLists.end(); ++list) {
         const int length = list.key().size();
         const int start = code.size() - length;
-        const bool fits = length == 0 ? start == 0
+        const bool fits = length == 0 ? code.isEmpty() && !cursor.atBlockStart()
                                       : code.endsWith(list.key(), Qt::CaseInsensitive) &&
                                             (start == 0 || !continuesWord(code.at(start - 1)));
         if (!fits || length <= best)
@@ -98,6 +98,11 @@ void CodeEditorPrivate::offerWords(QKeyEvent *event)
     place.setWidth(popup->sizeHintForColumn(0) + popup->verticalScrollBar()->sizeHint().width());
     place.translate(q->viewport()->pos());
     completer->complete(place);
+    // Qt makes the best match the current row, but leaves another one selected. Before a letter is
+    // typed no word is chosen, or the Return key of an empty line would bring one.
+    popup->setCurrentIndex(prefix.isEmpty() ? QModelIndex() : popup->currentIndex());
+    if (prefix.isEmpty())
+        popup->clearSelection();
 }
 
 void CodeEditorPrivate::complete(const QString &word)

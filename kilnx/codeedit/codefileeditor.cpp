@@ -4,6 +4,7 @@
 #include <QtWidgets/QTreeView>
 
 #include <kilnx/code/codedocument.h>
+#include <kilnx/code/codenode.h>
 #include <kilnx/code/messages.h>
 #include <kilnx/codeedit/codeeditor.h>
 #include <kilnx/codeedit/codeworkspace.h>
@@ -57,6 +58,11 @@ CodeFileEditor::CodeFileEditor(CodeWorkspace *codeWorkspace, const char *treeKey
     if (!treeKey)
         return;
     const QString key = QString::fromLatin1(treeKey);
+    m_tree = qobject_cast<QTreeView *>(interface->control(key));
+    if (m_tree) {
+        connect(m_tree, &QTreeView::activated, this, &CodeFileEditor::selectedItem);
+        return;
+    }
     ListViewControl control;
     control.receiver = this;
     control.slot = SLOT(selectedItem(QModelIndex));
@@ -77,6 +83,10 @@ void CodeFileEditor::activate()
                             &CodeFileEditor::currLineChanged, Qt::UniqueConnection);
     m_cursorChanged = connect(editor, &CodeEditor::cursorChanged, this,
                               &CodeFileEditor::cursorChanged, Qt::UniqueConnection);
+    // Another editor may have shown a document of its own since.
+    if (workspace->editor()->codeDocument() != document())
+        workspace->setDocument(document());
+    showTree();
     watchModified();
     interface->setEditorWidget(workspace->widget());
 }
@@ -101,13 +111,29 @@ void CodeFileEditor::retranslate()
 void CodeFileEditor::setCurrentFile(ProjectFile *file)
 {
     disconnect(m_modified);
+    const CodeDocument *old = document();
+    const CodeDocument *shown = workspace->editor()->codeDocument();
     FileEditor::setCurrentFile(file);
     m_document = dynamic_cast<CodeDocument *>(file);
     m_alive = m_document ? m_document->model() : nullptr;
-    workspace->setDocument(m_document);
-    if (m_tree)
-        m_tree->setModel(m_alive);
+    // Letting go of a file takes no other editor's document from the view.
+    if (m_document || shown == old)
+        workspace->setDocument(m_document);
+    showTree();
     watchModified();
+}
+
+// The tree belongs to the view: it shows the document that is there, if that is this editor's.
+void CodeFileEditor::showTree()
+{
+    if (!m_tree || workspace->editor()->codeDocument() != document() || m_tree->model() == m_alive)
+        return;
+    QItemSelectionModel *oldSelection = m_tree->selectionModel();
+    m_tree->setModel(m_alive);
+    delete oldSelection; // views don't
+    const CodeEditor::LinePos place = workspace->editor()->currentLine();
+    if (active && document())
+        currLineChanged(place.line);
 }
 
 void CodeFileEditor::watchModified()
@@ -160,20 +186,27 @@ void CodeFileEditor::selectedItem(const QModelIndex &index)
 
 void CodeFileEditor::currLineChanged(int line)
 {
-    if (!document() || !m_tree ||
+    if (!document())
+        return;
+    m_lineNode = m_document->nodeInBlock(m_document->findBlockByNumber(line));
+    if (!m_tree || m_tree->model() != m_alive ||
         !interface->option(QStringLiteral("auto_expand_tree"), QVariant()).toBool())
         return;
     m_tree->collapseAll();
     const QModelIndex index = m_document->indexInLine(line);
     m_tree->selectionModel()->select(index, QItemSelectionModel::ClearAndSelect);
+    m_tree->selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
     m_tree->expand(index);
     m_tree->scrollTo(index, QAbstractItemView::EnsureVisible);
 }
 
 void CodeFileEditor::cursorChanged(const QPoint &place)
 {
-    if (!document())
+    if (!document() || workspace->editor()->codeDocument() != m_document)
         return;
+    // Typing may make another node of a line although the cursor does not leave it.
+    if (m_document->nodeInBlock(m_document->findBlockByNumber(place.x())) != m_lineNode)
+        currLineChanged(place.x());
     interface->setStatusText(0, tr("Line: %1, Column: %2, Line count: %3")
                                     .arg(place.x() + 1)
                                     .arg(place.y() + 1)

@@ -13,6 +13,7 @@ namespace Kiln
 {
 
 class CodeDocument;
+class CodeNode;
 class CodeWorkspace;
 
 /// The editor of code files. It shows one CodeDocument at a time in the shared CodeWorkspace, keeps
@@ -36,6 +37,7 @@ public:
     };
 
     /// `treeKey` is the key under which the host is asked for a tree dock, or null for none.
+    /// Editors with the same key share the tree, as they share the view.
     CodeFileEditor(CodeWorkspace *workspace, const char *treeKey);
 
     /// 5: the host's screen areas of a code editor.
@@ -75,12 +77,14 @@ protected:
 private:
     void currLineChanged(int line);
     void cursorChanged(const QPoint &place);
+    void showTree();
     void watchModified();
     void replaceAll(const QString &text, const QString &replacement, unsigned int flags);
 
     CodeDocument *m_document = nullptr;
     QPointer<QAbstractItemModel> m_alive; ///< the document's model, null once the document ended
     QPointer<QTreeView> m_tree;
+    const CodeNode *m_lineNode = nullptr; ///< of the cursor's line; only ever compared
     QMetaObject::Connection m_modified;
     QMetaObject::Connection m_lineChanged;
     QMetaObject::Connection m_cursorChanged;

@@ -99,9 +99,11 @@ CodeWorkspace::CodeWorkspace(Interface &host)
     d->editor = new CodeEditor(d->widget.get());
     d->editor->setObjectName(QStringLiteral("codeEditor"));
     d->editor->setAccessibleName(tr("Code"));
+    d->widget->setFocusProxy(d->editor);
     createActions();
     createToolBar();
     d->messages = createList(d->widget.get(), "codeMessages", tr("Messages of the file"));
+    d->messages->setPlaceholderText(tr("No messages"));
     d->layout = new QVBoxLayout(d->widget.get());
     d->layout->setContentsMargins(0, 0, 0, 0);
     d->layout->setSpacing(0);
@@ -213,8 +215,11 @@ void CodeWorkspace::setDocument(CodeDocument *document)
     if (CodeDocument *old = d->editor->codeDocument())
         rememberPlace(old, d->editor->currentLine());
     d->editor->setDocument(document);
-    if (!document)
+    d->editor->setEnabled(document);
+    if (!document) {
+        d->host->setStatusText(2, QString());
         return;
+    }
     QTextDocument *text = document;
     // Every line is laid out anew after this.
     if (text->defaultFont() != d->editor->font())

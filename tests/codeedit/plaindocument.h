@@ -3,8 +3,7 @@
 #include <kilnx/code/codedocument.h>
 #include <kilnx/code/codeparser.h>
 
-#include <QApplication>
-#include <QTest>
+#include <memory>
 
 /// A document whose text says what the view is to make of it, for tests of the view alone.
 ///
@@ -30,12 +29,3 @@ private:
 
 /// A text of `sections` sections with two inner ones of `bodies` lines each.
 QString sectionedText(int sections, int bodies);
-
-/// Shows a widget and waits until it has the keyboard.
-inline bool showActive(QWidget &widget)
-{
-    widget.show();
-    widget.activateWindow();
-    QApplication::setActiveWindow(&widget);
-    return QTest::qWaitForWindowExposed(&widget) && QTest::qWaitForWindowActive(&widget);
-}

@@ -1,6 +1,7 @@
 // What the code view shows: margin, current line, brackets, nested blocks, tool tips and places.
 
 #include "plaindocument.h"
+#include "showactive.h"
 
 #include <kilnx/codeedit/codeeditor.h>
 

@@ -1,6 +1,7 @@
 // Folding in the code view: what is hidden, what stays, and what edits do to it.
 
 #include "plaindocument.h"
+#include "showactive.h"
 
 #include <kilnx/codeedit/codeeditor.h>
 

@@ -1,6 +1,7 @@
 // Keys in the code view: overwriting, the hidden mouse cursor, and the completion of words.
 
 #include "plaindocument.h"
+#include "showactive.h"
 
 #include <kilnx/codeedit/codeeditor.h>
 
@@ -131,8 +132,11 @@ void TestCodeKeys::popupFollowsTheWord()
     QTest::keyClick(popup(), Qt::Key_Backspace);
     QTest::keyClick(popup(), Qt::Key_Backspace);
     QTest::keyClick(popup(), Qt::Key_Backspace);
+    QVERIFY(!popup()->currentIndex().isValid());
     type("st");
     QCOMPARE(currentWord(), QStringLiteral("stand"));
+    QCOMPARE(popup()->selectionModel()->selectedIndexes(),
+             QModelIndexList{popup()->currentIndex()});
     QTest::keyClick(popup(), 'A', Qt::ShiftModifier);
     QVERIFY(!popup()->isVisible());
     QCOMPARE(m_editor->toPlainText(), QStringLiteral("type= stA"));
@@ -142,11 +146,11 @@ void TestCodeKeys::popupKeys_data()
 {
     QTest::addColumn<int>("key");
     QTest::addColumn<QString>("text");
+    QTest::newRow("a terminator") << int(Qt::Key_Semicolon) << "type= w;";
     QTest::newRow("Escape") << int(Qt::Key_Escape) << "type= w";
     QTest::newRow("Tab") << int(Qt::Key_Tab) << "type= walk";
     QTest::newRow("Return") << int(Qt::Key_Return) << "type= walk";
     QTest::newRow("Enter") << int(Qt::Key_Enter) << "type= walk";
-    QTest::newRow("a terminator") << int(Qt::Key_Semicolon) << "type= w;";
 }
 
 void TestCodeKeys::popupKeys()
@@ -201,6 +205,10 @@ void TestCodeKeys::wordListsComeAndGo()
     m_words = std::make_unique<QStringListModel>(QStringList{"again"});
     m_editor->setWordList("", m_words.get());
     type("\n");
+    QVERIFY(!popup()->isVisible());
+    type(" ");
+    QVERIFY(popup()->isVisible());
+    QTest::keyClick(popup(), Qt::Key_Escape);
     QTest::keyClick(m_editor.get(), Qt::Key_Space, Qt::ControlModifier);
     QVERIFY(popup()->isVisible());
     QTest::keyClick(popup(), Qt::Key_Escape);

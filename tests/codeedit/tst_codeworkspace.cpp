@@ -1,6 +1,7 @@
 // The shared code view with its actions, and the file editor that shows documents in it.
 
 #include "plaindocument.h"
+#include "showactive.h"
 
 #include <engines/ember/emberdocument.h>
 #include <engines/ember/emberengine.h>
@@ -71,6 +72,7 @@ private slots:
     void statusAndModification();
     void treeFollows_data();
     void treeFollows();
+    void editorsShareTheView();
     void finds_data();
     void finds();
     void replacesOne();
@@ -543,6 +545,42 @@ void TestCodeWorkspace::treeFollows()
     m_editor->deactivate();
     emit tree->activated(body);
     QCOMPARE(place(), QPoint(2, 0));
+    m_editor->setCurrentFile(nullptr);
+}
+
+void TestCodeWorkspace::editorsShareTheView()
+{
+    m_host->options["auto_expand_tree"] = true;
+    TestedEditor other(m_workspace.get());
+    auto *tree = qobject_cast<QTreeView *>(m_host->control("code_tree"));
+    Document first(new EmberDocument(EmberDocument::Character));
+    first->fromString("@about\ntitle: \"A\"\n@body\nlife: 10\n");
+    Document second(new EmberDocument(EmberDocument::Commands));
+    second->fromString("@command a\npress: up\n");
+    m_editor->setCurrentFile(first.get());
+    // As a host goes from one to the other: the file first, then the editors.
+    other.setCurrentFile(second.get());
+    m_editor->deactivate();
+    other.activate();
+    QCOMPARE(view()->codeDocument(), second.get());
+    QCOMPARE(tree->model(), second->model());
+    m_host->statusTexts.clear();
+    view()->setCurrentLine(1, CodeEditor::NoPlacement);
+    QVERIFY(m_host->statusTexts.value(0).startsWith("Line: 2,"));
+    QCOMPARE(tree->selectionModel()->selectedIndexes().size(), 1);
+    // The file of the editor that is not shown goes away: nothing is seen of it.
+    m_editor->setCurrentFile(nullptr);
+    QCOMPARE(view()->codeDocument(), second.get());
+    QCOMPARE(tree->model(), second->model());
+    m_editor->setCurrentFile(first.get());
+    QCOMPARE(view()->codeDocument(), first.get());
+    other.deactivate();
+    other.activate();
+    QCOMPARE(view()->codeDocument(), second.get());
+    emit tree->activated(tree->model()->index(0, 0));
+    QCOMPARE(place(), QPoint(0, 0));
+    other.setCurrentFile(nullptr);
+    QVERIFY(!view()->isEnabled());
     m_editor->setCurrentFile(nullptr);
 }
 
