@@ -1,0 +1,42 @@
+#pragma once
+
+#include "export.h"
+
+#include <QObject>
+#include <QStringListModel>
+
+#include <memory>
+#include <vector>
+
+namespace Kiln
+{
+class CodeDocument;
+class CodeEditor;
+} // namespace Kiln
+
+/// The words that a code view offers while Ember code is typed: the entries of the section at the
+/// cursor, the words of enumerations, the sections, and the names that the document uses.
+///
+/// It serves the view that is its parent for as long as that lives. What depends on the document is
+/// collected when the cursor comes to another line, and only if the text has changed since.
+class EMBER_EXPORT EmberWords : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit EmberWords(Kiln::CodeEditor *view);
+    ~EmberWords() override;
+
+private:
+    QStringListModel *add(const QString &prefix, const QStringList &words);
+    void addEnumerations();
+    void collect(int line);
+    void collectNames(Kiln::CodeDocument *document);
+
+    Kiln::CodeEditor *m_view;
+    QStringListModel *m_entries; ///< of the section at the cursor
+    QStringListModel *m_states;
+    QStringListModel *m_cels;
+    const void *m_document = nullptr; ///< whose names were collected, at this revision
+    int m_revision = -1;
+};

@@ -1,0 +1,151 @@
+// Ember in the code view: the snippets that it delivers, and the words that it offers.
+
+#include "showactive.h"
+
+#include <engines/ember/emberdocument.h>
+#include <engines/ember/embersnippets.h>
+#include <engines/ember/emberwords.h>
+#include <kilnx/code/messages.h>
+#include <kilnx/codeedit/codeeditor.h>
+#include <kilnx/codeedit/snippets.h>
+
+#include <tests/support/testhost.h>
+
+#include <QAbstractItemView>
+#include <QCompleter>
+#include <QDir>
+#include <QLineEdit>
+#include <QSpinBox>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Kiln;
+
+class TestEmberCode : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void snippetsAreDeliveredOnce();
+    void snippetsAreGoodCode_data();
+    void snippetsAreGoodCode();
+    void wordsAreOffered_data();
+    void wordsAreOffered();
+
+private:
+    std::unique_ptr<TestHost> m_host;
+    QTemporaryDir m_directory;
+};
+
+void TestEmberCode::init()
+{
+    m_host = std::make_unique<TestHost>();
+}
+
+void TestEmberCode::cleanup()
+{
+    QCOMPARE(m_host->dialogs().finish(), QString());
+    m_host.reset();
+}
+
+void TestEmberCode::snippetsAreDeliveredOnce()
+{
+    const QString folder = m_directory.filePath("once/snippets");
+    QVERIFY(EmberSnippets::deliver(folder));
+    const QStringList names = QDir(folder).entryList(QDir::Files);
+    QCOMPARE(names.size(), 6);
+    QVERIFY(QFile::remove(folder + '/' + names.first()));
+    QVERIFY(EmberSnippets::deliver(folder));
+    QCOMPARE(QDir(folder).entryList(QDir::Files).size(), 5);
+    QFile file(m_directory.filePath("file"));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QVERIFY(!EmberSnippets::deliver(m_directory.filePath("file/snippets")));
+}
+
+void TestEmberCode::snippetsAreGoodCode_data()
+{
+    QTest::addColumn<int>("fileType");
+    QTest::newRow("Character") << int(EmberDocument::Character);
+    QTest::newRow("Command") << int(EmberDocument::Commands);
+    QTest::newRow("Layer") << int(EmberDocument::Stage);
+    QTest::newRow("Rule") << int(EmberDocument::States);
+    QTest::newRow("State") << int(EmberDocument::States);
+    QTest::newRow("Step with harm") << int(EmberDocument::States);
+}
+
+void TestEmberCode::snippetsAreGoodCode()
+{
+    QFETCH(int, fileType);
+    const QString folder = m_directory.filePath("snippets");
+    QVERIFY(EmberSnippets::deliver(folder));
+    SnippetManager *manager = SnippetManager::instance();
+    manager->setDirectory(folder);
+    const QString name = QTest::currentDataTag();
+    const QModelIndexList rows =
+        manager->match(manager->index(0), Qt::DisplayRole, name, 1, Qt::MatchExactly);
+    QCOMPARE(rows.size(), 1);
+    m_host->dialogs().expectDialog([](QDialog *dialog) {
+        for (QLineEdit *text : dialog->findChildren<QLineEdit *>()) {
+            if (!text->objectName().startsWith("qt_"))
+                text->setText("lantern");
+        }
+        for (QSpinBox *number : dialog->findChildren<QSpinBox *>())
+            number->setValue(12);
+        dialog->accept();
+    });
+    QString code = manager->snippet(m_host->mainWindow(), rows.first().row());
+    QCOMPARE(code.count("CURSOR"), 1);
+    code.remove("CURSOR");
+    // An inner section needs a state above it.
+    if (code.startsWith("@@"))
+        code.prepend("@state lantern\n    cel: x\n\n");
+    auto *document = new EmberDocument(EmberDocument::FileType(fileType));
+    document->fromString(code);
+    const auto *messages = static_cast<ProjectFile *>(document)->messages();
+    QCOMPARE(messages->count(Message::All), 0u);
+    QVERIFY(document->rowCount() > 0);
+    document->release();
+}
+
+void TestEmberCode::wordsAreOffered_data()
+{
+    QTest::addColumn<int>("line");
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QStringList>("words");
+    QTest::newRow("words of an enumeration")
+        << 1 << "posture: " << QStringList{"airborne", "crouching", "lying", "standing"};
+    QTest::newRow("states of the file") << 5 << "then: " << QStringList{"rest", "walk"};
+    QTest::newRow("pictures of the file") << 1 << "cel: " << QStringList{"wren_a"};
+    QTest::newRow("entries of the section")
+        << 5 << " " << QStringList{"after:", "chance:", "say:", "set:", "then:", "when:"};
+    QTest::newRow("nothing for free text") << 1 << "say: " << QStringList();
+}
+
+void TestEmberCode::wordsAreOffered()
+{
+    QFETCH(int, line);
+    QFETCH(QString, typed);
+    QFETCH(QStringList, words);
+    auto *document = new EmberDocument(EmberDocument::States);
+    document->fromString("@state walk\n\ncel: wren_a\n@state rest\n@@on tired\n\nwhen: (1)");
+    CodeEditor view;
+    new EmberWords(&view);
+    view.setDocument(document);
+    QVERIFY(showActive(view));
+    view.setFocus();
+    view.setCurrentLine(line, CodeEditor::NoPlacement);
+    QTest::keyClicks(&view, typed);
+    const QAbstractItemView *popup = view.findChild<QCompleter *>()->popup();
+    QCOMPARE(popup->isVisible(), !words.isEmpty());
+    QStringList offered;
+    for (int row = 0; popup->isVisible() && row < popup->model()->rowCount(); ++row)
+        offered << popup->model()->index(row, 0).data().toString();
+    QCOMPARE(offered, words);
+    view.setDocument(nullptr);
+    document->release();
+}
+
+QTEST_MAIN(TestEmberCode)
+#include "tst_embercode.moc"
