@@ -2,6 +2,8 @@
 
 #include <ember/emberengine.h>
 #include <ember/emberparentproject.h>
+#include <ember/embersnippets.h>
+#include <ember/emberwords.h>
 
 #include <kilnx/project/archive.h>
 
@@ -22,6 +24,16 @@ Kiln::Engine &engine()
 Kiln::ParentProject *openProject(const QString &path)
 {
     return EmberParentProject::open(path, Kiln::FileSystemArchive::instance());
+}
+
+void addWords(Kiln::CodeEditor *view)
+{
+    new EmberWords(view);
+}
+
+void deliverSnippets(const QString &directory)
+{
+    EmberSnippets::deliver(directory);
 }
 
 QString sampleExecutable()

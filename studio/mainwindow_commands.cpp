@@ -112,7 +112,7 @@ void MainWindow::connectEditActions()
     connect(m_actions->findNext, &QAction::triggered, m_findBar, &FindBar::findNext);
     connect(m_actions->findPrevious, &QAction::triggered, m_findBar, &FindBar::findPrevious);
     connect(m_actions->findInFiles, &QAction::triggered, this,
-            [this] { m_findInFiles->start(m_surface->text()->textCursor().selectedText()); });
+            [this] { m_findInFiles->start(m_surface->editor()->textCursor().selectedText()); });
     connect(m_findBar, &FindBar::findRequested, this,
             [this](const QString &text, unsigned int flags) {
                 if (Kiln::Editor *editor = deck()->current())
@@ -252,22 +252,25 @@ void MainWindow::stepMessage(int by)
 
 void MainWindow::startFind()
 {
-    const QString selected = m_surface->text()->textCursor().selectedText();
+    const QString selected = m_surface->editor()->textCursor().selectedText();
     m_findBar->start(selected.contains(QChar::ParagraphSeparator) ? QString() : selected);
 }
 
 // The views let go of the documents, because whether they have rows at all is a setting too.
 void MainWindow::rehighlight()
 {
-    Kiln::CodeDocument *shown = m_surface->document();
-    m_surface->setDocument(nullptr);
+    Kiln::FileEditor *editor = deck()->currentFileEditor();
+    Kiln::ProjectFile *shown = deck()->currentFile();
+    if (editor)
+        editor->setCurrentFile(nullptr);
     deck()->reconfig();
     const QList<Kiln::ProjectFile *> files = session()->files();
     for (Kiln::ProjectFile *file : files) {
         if (auto *document = dynamic_cast<Kiln::CodeDocument *>(file))
             document->rehighlight();
     }
-    m_surface->setDocument(shown);
+    if (editor)
+        editor->setCurrentFile(shown);
 }
 
 void MainWindow::showMessage(const QString &text)

@@ -32,6 +32,7 @@ QHash<QString, QVariant> deliveredDefaults()
         {"show_code_bar", true},
         {"code_line_numbers", true},
         {"code_highlight_line", true},
+        {"code_highlight_blocks", true},
         {"code_folding_markers", true},
         {"code_paren_matching", true},
         {"reopen_last_project", true},

@@ -109,7 +109,13 @@ QWidget *SettingsDialog::codePage()
 
     auto *view = new QGroupBox(tr("View"), page);
     auto *viewLayout = new QVBoxLayout(view);
+    viewLayout->addWidget(option("show_code_bar", tr("Show the &bar of code"), page));
+    viewLayout->addWidget(option("code_line_numbers", tr("Line n&umbers"), page));
+    viewLayout->addWidget(option("code_folding_markers", tr("&Markers of folds"), page));
     viewLayout->addWidget(option("code_highlight_line", tr("Mark the current &line"), page));
+    viewLayout->addWidget(
+        option("code_highlight_blocks", tr("Shade the nested bloc&ks around the cursor"), page));
+    viewLayout->addWidget(option("code_paren_matching", tr("Mark matching br&ackets"), page));
     viewLayout->addWidget(
         option("auto_expand_tree", tr("Let the &node tree follow the cursor"), page));
 

@@ -32,7 +32,6 @@ namespace Studio
 namespace
 {
 
-const int dialogTimeoutMs = 8000;
 const int watchIntervalMs = 500;
 
 bool copyTree(const QString &from, const QString &to)
@@ -81,6 +80,10 @@ bool Tour::run()
         return false;
     step("project", [this] { return openProject(); });
     step("code", [this] { return showCode(); });
+    step("folding", [this] { return foldSections(); });
+    step("brackets", [this] { return matchBrackets(); });
+    step("completion", [this] { return completeWord(); });
+    step("snippet", [this] { return insertSnippet(); });
     step("error", [this] { return typeError(); });
     step("definition", [this] { return typeDefinition(); });
     step("organizer", [this] { return organize(); });
@@ -154,6 +157,8 @@ void Tour::picture(const QString &name)
         if (qobject_cast<QDialog *>(top) && top->isVisible())
             paintDialog(painter, d->window.get(), top);
     }
+    if (QWidget *popup = QApplication::activePopupWidget())
+        painter.drawPixmap(popup->mapToGlobal({}) - d->window->mapToGlobal({}), popup->grab());
     painter.end();
     d->pictureTaken = true;
     check(pixels.save(d->pictures + QLatin1Char('/') + name + QLatin1String(".png")),
@@ -175,7 +180,7 @@ bool Tour::openFromTree(const QString &relativeName)
 
 void Tour::goToLine(int line)
 {
-    CodeText *view = d->window->findChild<CodeText *>();
+    Kiln::CodeEditor *view = d->window->surface()->editor();
     view->setFocus();
     QTest::keyClick(view, Qt::Key_Home, Qt::ControlModifier);
     for (int i = 0; i < line; ++i)
@@ -220,9 +225,13 @@ void Tour::dragRow(QListView *view, int row, int target)
 
 void Tour::type(const QString &text)
 {
-    CodeText *view = d->window->findChild<CodeText *>();
+    Kiln::CodeEditor *view = d->window->surface()->editor();
     view->setFocus();
     for (const QChar character : text) {
+        // An open list of words would take the Return key for itself.
+        QWidget *words = QApplication::activePopupWidget();
+        if (words && character == QLatin1Char('\n'))
+            QTest::keyClick(words, Qt::Key_Escape);
         if (character == QLatin1Char('\n'))
             QTest::keyClick(view, Qt::Key_Return);
         else
@@ -251,7 +260,10 @@ bool Tour::throughDialog(const std::function<void()> &trigger,
     trigger();
     while (poll.isActive() && waited.elapsed() < dialogTimeoutMs)
         QApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
-    return acted;
+    // Without a window manager nobody gives the keyboard back to the window.
+    d->window->activateWindow();
+    return check(QTest::qWaitForWindowActive(d->window.get()), "the window is active again") &&
+           acted;
 }
 
 // A dialog that no step has asked for would keep the tour waiting for ever.

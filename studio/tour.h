@@ -39,6 +39,11 @@ private:
 
     bool openProject();
     bool showCode();
+    bool foldSections();
+    bool matchBrackets();
+    bool completeWord();
+    bool insertSnippet();
+    bool undoAll();
     bool typeError();
     bool typeDefinition();
     bool organize();

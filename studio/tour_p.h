@@ -9,6 +9,9 @@
 namespace Studio
 {
 
+/// How long a step waits for what it has set off.
+constexpr int dialogTimeoutMs = 8000;
+
 struct Tour::Private {
     QString source;
     QString pictures;

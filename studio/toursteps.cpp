@@ -19,8 +19,10 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QComboBox>
 #include <QDialog>
 #include <QDialogButtonBox>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QLineEdit>
 #include <QListView>
@@ -89,6 +91,83 @@ bool Tour::showCode()
                  "the tree follows the cursor");
 }
 
+bool Tour::foldSections()
+{
+    Kiln::CodeEditor *view = d->window->surface()->editor();
+    goToLine(lineOf(text(), QStringLiteral("@state walk")));
+    const QTextBlock head = view->textCursor().block();
+    auto *margin = view->findChild<QWidget *>(QStringLiteral("codeEditorMargin"));
+    const QPoint marker(margin->width() - 8, view->cursorRect().center().y());
+    QTest::mouseClick(margin, Qt::LeftButton, Qt::NoModifier, marker);
+    if (!check(!head.next().isVisible(), "a click on the marker folds the section"))
+        return false;
+    picture(d->step);
+    QTest::mouseClick(margin, Qt::LeftButton, Qt::NoModifier, marker);
+    return check(head.next().isVisible(), "a second click unfolds it");
+}
+
+bool Tour::matchBrackets()
+{
+    const Kiln::CodeEditor *view = d->window->surface()->editor();
+    goToLine(lineOf(text(), QStringLiteral("when: (life < 20) and not {guarding}")));
+    // The range, its two brackets, and the line of the cursor.
+    const int marks = 4;
+    QElapsedTimer waited;
+    waited.start();
+    while (view->extraSelections().size() < marks && waited.elapsed() < dialogTimeoutMs)
+        QApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    return check(view->extraSelections().size() == marks, "the brackets are marked");
+}
+
+bool Tour::completeWord()
+{
+    Kiln::CodeEditor *view = d->window->surface()->editor();
+    goToLine(lineOf(text(), QStringLiteral("@state walk")));
+    type(QStringLiteral("\n    posture: cr"));
+    QWidget *words = QApplication::activePopupWidget();
+    if (!check(words, "the words of the entry are offered"))
+        return false;
+    picture(d->step);
+    QTest::keyClick(words, Qt::Key_Return);
+    const bool completed =
+        check(view->textCursor().block().text() == QLatin1String("    posture: crouching"),
+              "the word is completed");
+    return undoAll() && completed;
+}
+
+bool Tour::insertSnippet()
+{
+    auto *snippets = d->window->findChild<QComboBox *>(QStringLiteral("codeSnippets"));
+    snippets->setCurrentText(QStringLiteral("State"));
+    goToLine(0);
+    const bool filled = throughDialog(
+        [this] {
+            d->window->findChild<QAction *>(QStringLiteral("code_snippet_insert"))->trigger();
+        },
+        [this](QDialog *dialog) {
+            QTest::keyClicks(dialog->findChild<QLineEdit *>(QStringLiteral("label")),
+                             QStringLiteral("lantern"));
+            QTest::keyClicks(dialog->findChild<QLineEdit *>(QStringLiteral("cel")),
+                             QStringLiteral("wren_lantern"));
+            picture(d->step);
+            dialog->accept();
+            return true;
+        });
+    const bool inserted =
+        check(filled && text().contains(QLatin1String("@state lantern\n    posture: standing\n")),
+              "the snippet is in the text, with its fields");
+    return undoAll() && inserted;
+}
+
+bool Tour::undoAll()
+{
+    const Kiln::CodeDocument *document = d->window->surface()->document();
+    const int mostSteps = 50;
+    for (int i = 0; i < mostSteps && document->isModified(); ++i)
+        QTest::keyClick(d->window->surface()->editor(), Qt::Key_Z, Qt::ControlModifier);
+    return check(!document->isModified(), "undo goes back to the saved text");
+}
+
 bool Tour::typeError()
 {
     auto *messages = d->window->findChild<MessagesDock *>();
@@ -103,7 +182,7 @@ bool Tour::typeError()
     messages->raise();
     picture(d->step);
 
-    const int line = d->window->surface()->text()->textCursor().blockNumber();
+    const int line = d->window->surface()->editor()->textCursor().blockNumber();
     goToLine(0);
     const MessageTable *table = messages->table();
     for (int row = 0; row < table->rowCount(); ++row) {
@@ -114,7 +193,7 @@ bool Tour::typeError()
             QTest::keyClick(messages->view(), Qt::Key_Return);
         }
     }
-    return told && check(d->window->surface()->text()->textCursor().blockNumber() == line,
+    return told && check(d->window->surface()->editor()->textCursor().blockNumber() == line,
                          "the message leads to its line");
 }
 
@@ -159,8 +238,8 @@ bool Tour::organize()
               "the text has the new order") &&
         check(view->selectionModel()->isRowSelected(walk, QModelIndex()), "it stays selected");
     picture(d->step);
-    d->window->surface()->text()->setFocus();
-    QTest::keyClick(d->window->surface()->text(), Qt::Key_Z, Qt::ControlModifier);
+    d->window->surface()->editor()->setFocus();
+    QTest::keyClick(d->window->surface()->editor(), Qt::Key_Z, Qt::ControlModifier);
     return moved && check(text() == before, "undo takes the drag back");
 }
 
@@ -176,15 +255,15 @@ bool Tour::findText()
     field->clear();
     QTest::keyClicks(field, QStringLiteral("wren_dash"));
     QTest::keyClick(field, Qt::Key_Return);
-    const QTextCursor found = d->window->surface()->text()->textCursor();
+    const QTextCursor found = d->window->surface()->editor()->textCursor();
     return check(found.selectedText() == QLatin1String("wren_dash"), "the text is selected");
 }
 
 bool Tour::findInFiles()
 {
     QTest::keyClick(d->window->findChild<QLineEdit *>(QStringLiteral("find_text")), Qt::Key_Escape);
-    d->window->surface()->text()->setFocus();
-    QTest::keyClick(d->window->surface()->text(), Qt::Key_F,
+    d->window->surface()->editor()->setFocus();
+    QTest::keyClick(d->window->surface()->editor(), Qt::Key_F,
                     Qt::ControlModifier | Qt::ShiftModifier);
     auto *field = d->window->findChild<QLineEdit *>(QStringLiteral("search_text"));
     if (!check(field->isVisible(), "the search is there"))
@@ -199,7 +278,7 @@ bool Tour::saveFile()
 {
     if (!openFromTree(QLatin1String(codeFile)))
         return false;
-    QTest::keyClick(d->window->surface()->text(), Qt::Key_S, Qt::ControlModifier);
+    QTest::keyClick(d->window->surface()->editor(), Qt::Key_S, Qt::ControlModifier);
     const QByteArray saved = contentsOf(path(QLatin1String(codeFile)));
     return check(!d->window->deck()->current()->isModified(), "nothing is left to save") &&
            check(saved.contains("@state swim\r\n    posture: floating\r\n"),
@@ -293,7 +372,7 @@ bool Tour::darkPalette()
     if (!openFromTree(QLatin1String(codeFile)))
         return false;
     goToLine(lineOf(text(), QStringLiteral("@@step burst")) + 1);
-    const QPalette palette = d->window->surface()->text()->palette();
+    const QPalette palette = d->window->surface()->editor()->palette();
     return check(Theme::isDark(), "the palette is dark") &&
            check(palette.color(QPalette::Text).lightness() >
                      palette.color(QPalette::Base).lightness(),
