@@ -52,7 +52,7 @@ function(kilnx_room name)
 endfunction()
 
 # kilnx_test(NAME SOURCES... [LIBRARIES ...])
-# One Qt Test program, with the test host and the sample engine at hand.
+# One Qt Test program, with the test host and the sample engine at hand, on a display of its own.
 function(kilnx_test name)
     cmake_parse_arguments(TEST "" "" "SOURCES;LIBRARIES" ${ARGN})
     add_executable(${name} ${TEST_SOURCES})
@@ -60,7 +60,7 @@ function(kilnx_test name)
     target_precompile_headers(${name} REUSE_FROM testsupport)
     target_compile_definitions(${name} PRIVATE
         KILN_SOURCE_DIR="${CMAKE_SOURCE_DIR}" KILN_BINARY_DIR="${CMAKE_BINARY_DIR}")
-    add_test(NAME ${name} COMMAND ${name})
+    add_test(NAME ${name} COMMAND "${CMAKE_SOURCE_DIR}/cmake/own-display.sh" $<TARGET_FILE:${name}>)
     set_tests_properties(${name} PROPERTIES
         TIMEOUT 600
         ENVIRONMENT "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/leaks.supp:print_suppressions=0;ASAN_OPTIONS=detect_stack_use_after_return=0;UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1")

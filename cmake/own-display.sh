@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Runs a command on an X server of its own, which is stopped afterwards by its process id. Windows
+# of two programs on one server would take the keyboard from each other.   own-display.sh COMMAND...
+set -euo pipefail
+work=$(mktemp -d)
+server=
+cleanup() {
+    [[ -n $server ]] && kill "$server" 2>/dev/null && wait "$server" 2>/dev/null
+    rm -rf "$work"
+}
+trap cleanup EXIT
+
+Xvfb -displayfd 3 -screen 0 1600x1200x24 -nolisten tcp 3>"$work/display" >/dev/null 2>&1 &
+server=$!
+for _ in $(seq 300); do
+    [[ -s $work/display ]] && break
+    sleep 0.05
+done
+[[ -s $work/display ]] || { echo "own-display: Xvfb did not start" >&2; exit 1; }
+
+mkdir -m 700 "$work/runtime"
+env -u WAYLAND_DISPLAY DISPLAY=":$(cat "$work/display")" QT_QPA_PLATFORM=xcb \
+    XDG_RUNTIME_DIR="$work/runtime" LIBGL_ALWAYS_SOFTWARE=1 "$@"
