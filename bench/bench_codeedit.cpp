@@ -1,0 +1,258 @@
+// The code view beside QScintilla, KTextEditor and a bare QPlainTextEdit, all on the same text,
+// each with its own highlighting and folding where it has any. A time runs until the change is
+// painted. The time of a row is the code view's; `scintilla`, `kate` and `bare` are the others' in
+// terms of it, so that 2 means twice as long. Where the row tells memory, it is bytes on the heap.
+
+#include "codeviews.h"
+
+#include <QtTest/QTest>
+#include <QtWidgets/QApplication>
+
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <functional>
+#include <malloc.h>
+
+namespace
+{
+
+using Clock = std::chrono::steady_clock;
+using Work = std::function<bool(CodeBenchView &)>;
+
+const char *const Names[] = {"kilnx", "bare", "scintilla", "kate"};
+constexpr int Kinds = 4;
+constexpr int TurnsOfKeys = 20;
+
+/// Code of sections with entries, which the highlighters of all editors see as an INI file.
+QString code(int lines)
+{
+    QStringList text;
+    for (int line = 0; line < lines; ++line) {
+        if (line % 10 == 0)
+            text << QStringLiteral("@state number %1").arg(line);
+        else
+            text << QStringLiteral("    cel: wren_%1 ; what it is").arg(line);
+    }
+    text << QStringLiteral("    aim: the last line of all");
+    QString joined = text.join(QLatin1Char('\n'));
+    return joined;
+}
+
+/// Hears when a canvas has been asked to paint.
+class PaintWatch : public QObject
+{
+public:
+    explicit PaintWatch(QWidget *canvas) { canvas->installEventFilter(this); }
+    bool painted = false;
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        painted = painted || event->type() == QEvent::Paint;
+        return false;
+    }
+};
+
+/// Runs until the change is painted and nothing else is waiting. What changes nothing that can be
+/// seen is given up after a while.
+void paint(PaintWatch *watch = nullptr)
+{
+    constexpr std::chrono::milliseconds patience(200);
+    const auto begin = Clock::now();
+    do {
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
+    } while (watch && !watch->painted && Clock::now() - begin < patience);
+}
+
+double timed(CodeBenchView &view, const Work &work, bool *did)
+{
+    PaintWatch watch(view.canvas());
+    const auto begin = Clock::now();
+    *did = work(view);
+    paint(&watch);
+    return std::chrono::duration<double>(Clock::now() - begin).count();
+}
+
+void show(CodeBenchView &view)
+{
+    view.widget()->resize(900, 700);
+    view.widget()->show();
+    QApplication::setActiveWindow(view.widget());
+    if (!QTest::qWaitForWindowExposed(view.widget()))
+        qFatal("the window does not appear");
+    view.input()->setFocus();
+    paint();
+}
+
+/// Runs `prepare` and then `work` in each editor, `turns` times, and reports the medians.
+void compare(benchmark::State &state,
+             const QString &text,
+             int turns,
+             const Work &prepare,
+             const Work &work)
+{
+    double median[Kinds] = {};
+    for (auto _ : state) {
+        for (int kind = 0; kind < Kinds; ++kind) {
+            const auto view = makeView(CodeViewKind(kind));
+            show(*view);
+            view->load(text);
+            paint();
+            std::vector<double> times;
+            bool did = true;
+            for (int turn = 0; turn < turns && did; ++turn) {
+                prepare(*view);
+                paint();
+                times.push_back(timed(*view, work, &did));
+            }
+            std::sort(times.begin(), times.end());
+            median[kind] = did ? times[times.size() / 2] : 0;
+        }
+        state.SetIterationTime(median[KilnView]);
+    }
+    for (int kind = BareView; kind < Kinds; ++kind) {
+        if (median[kind] > 0)
+            state.counters[Names[kind]] = median[kind] / median[KilnView];
+    }
+}
+
+const Work nothing = [](CodeBenchView &) { return true; };
+
+void loadAndPaint(benchmark::State &state)
+{
+    const QString text = code(int(state.range(0)));
+    compare(
+        state, text, 3,
+        [](CodeBenchView &view) {
+            view.load(QString());
+            return true;
+        },
+        [&](CodeBenchView &view) {
+            view.load(text);
+            return true;
+        });
+}
+
+void keystroke(benchmark::State &state, bool middle)
+{
+    const int lines = int(state.range(0));
+    compare(
+        state, code(lines), TurnsOfKeys,
+        [=](CodeBenchView &view) {
+            view.goTo(middle ? lines / 2 + 3 : 3);
+            return true;
+        },
+        [](CodeBenchView &view) {
+            QTest::keyClick(view.input(), Qt::Key_X);
+            return true;
+        });
+}
+
+void keystrokeAtStart(benchmark::State &state)
+{
+    keystroke(state, false);
+}
+
+void keystrokeInTheMiddle(benchmark::State &state)
+{
+    keystroke(state, true);
+}
+
+void pageDown(benchmark::State &state)
+{
+    compare(state, code(int(state.range(0))), TurnsOfKeys, nothing, [](CodeBenchView &view) {
+        QTest::keyClick(view.input(), Qt::Key_PageDown);
+        return true;
+    });
+}
+
+void foldAll(benchmark::State &state)
+{
+    compare(
+        state, code(int(state.range(0))), 3, [](CodeBenchView &view) { return view.unfoldAll(); },
+        [](CodeBenchView &view) { return view.foldAll(); });
+}
+
+void unfoldAll(benchmark::State &state)
+{
+    compare(
+        state, code(int(state.range(0))), 3, [](CodeBenchView &view) { return view.foldAll(); },
+        [](CodeBenchView &view) { return view.unfoldAll(); });
+}
+
+void findLastLine(benchmark::State &state)
+{
+    compare(
+        state, code(int(state.range(0))), 5,
+        [](CodeBenchView &view) {
+            view.goTo(0);
+            return true;
+        },
+        [](CodeBenchView &view) { return view.find(QStringLiteral("last line of all")); });
+}
+
+void memory(benchmark::State &state)
+{
+    const QString text = code(int(state.range(0)));
+    double bytes[Kinds] = {};
+    for (auto _ : state) {
+        for (int kind = 0; kind < Kinds; ++kind) {
+            const auto view = makeView(CodeViewKind(kind));
+            show(*view);
+            const std::size_t before = mallinfo2().uordblks + mallinfo2().hblkhd;
+            view->load(text);
+            paint();
+            bytes[kind] = double(mallinfo2().uordblks + mallinfo2().hblkhd - before);
+        }
+        state.SetIterationTime(1e-9);
+    }
+    state.counters["bytes"] = bytes[KilnView];
+    for (int kind = BareView; kind < Kinds; ++kind)
+        state.counters[Names[kind]] = bytes[kind] / bytes[KilnView];
+}
+
+void keystrokeInALongLine(benchmark::State &state)
+{
+    QString text = QStringLiteral("@state a\n    cel: ");
+    while (text.size() < state.range(0))
+        text += QStringLiteral("wren_17 ");
+    compare(
+        state, text, 3,
+        [](CodeBenchView &view) {
+            view.goTo(1);
+            return true;
+        },
+        [](CodeBenchView &view) {
+            QTest::keyClick(view.input(), Qt::Key_X);
+            return true;
+        });
+}
+
+#define CODE_SIZES                                                                                 \
+    ->Arg(1000)->Arg(10000)->Arg(100000)->Iterations(1)->UseManualTime()->Unit(                    \
+        benchmark::kMillisecond)
+BENCHMARK(loadAndPaint) CODE_SIZES;
+BENCHMARK(keystrokeAtStart) CODE_SIZES;
+BENCHMARK(keystrokeInTheMiddle) CODE_SIZES;
+BENCHMARK(pageDown) CODE_SIZES;
+BENCHMARK(foldAll) CODE_SIZES;
+BENCHMARK(unfoldAll) CODE_SIZES;
+BENCHMARK(findLastLine) CODE_SIZES;
+BENCHMARK(memory) CODE_SIZES;
+BENCHMARK(keystrokeInALongLine)
+    ->Arg(1000000)
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QApplication application(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

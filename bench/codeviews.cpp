@@ -1,0 +1,178 @@
+#include "codeviews.h"
+
+#include <ember/emberdocument.h>
+#include <kilnx/codeedit/codeeditor.h>
+
+#include <KActionCollection>
+#include <KTextEditor/Document>
+#include <KTextEditor/Editor>
+#include <KTextEditor/View>
+
+#include <Qsci/qscilexerproperties.h>
+#include <Qsci/qsciscintilla.h>
+
+#include <QtWidgets/QAction>
+#include <QtWidgets/QVBoxLayout>
+
+namespace
+{
+
+class Kilnx : public CodeBenchView
+{
+public:
+    Kilnx()
+        : m_document(new EmberDocument(EmberDocument::States))
+    {
+        Kiln::CodeEditor::SyntaxFormatting formatting;
+        formatting.highlightBlocks = true;
+        m_editor.setSyntaxFormatting(formatting);
+        m_editor.setDocument(m_document);
+    }
+    ~Kilnx() override
+    {
+        m_editor.setDocument(nullptr);
+        m_document->release();
+    }
+    QWidget *widget() override { return &m_editor; }
+    QWidget *input() override { return &m_editor; }
+    QWidget *canvas() override { return m_editor.viewport(); }
+    void load(const QString &text) override { m_document->fromString(text); }
+    void goTo(int line) override { m_editor.setCurrentLine(line, Kiln::CodeEditor::TopPlacement); }
+    bool foldAll() override
+    {
+        m_editor.foldAll();
+        return true;
+    }
+    bool unfoldAll() override
+    {
+        m_editor.unfoldAll();
+        return true;
+    }
+    bool find(const QString &text) override { return m_editor.find(text); }
+
+private:
+    EmberDocument *m_document;
+    Kiln::CodeEditor m_editor;
+};
+
+class Bare : public CodeBenchView
+{
+public:
+    QWidget *widget() override { return &m_edit; }
+    QWidget *input() override { return &m_edit; }
+    QWidget *canvas() override { return m_edit.viewport(); }
+    void load(const QString &text) override { m_edit.setPlainText(text); }
+    void goTo(int line) override
+    {
+        m_edit.setTextCursor(QTextCursor(m_edit.document()->findBlockByNumber(line)));
+    }
+    bool find(const QString &text) override { return m_edit.find(text); }
+
+private:
+    QPlainTextEdit m_edit;
+};
+
+class Scintilla : public CodeBenchView
+{
+public:
+    Scintilla()
+    {
+        m_edit.setLexer(new QsciLexerProperties(&m_edit));
+        m_edit.setFolding(QsciScintilla::BoxedTreeFoldStyle);
+        m_edit.setMarginLineNumbers(0, true);
+        m_edit.setCaretLineVisible(true);
+        m_edit.setBraceMatching(QsciScintilla::SloppyBraceMatch);
+    }
+    QWidget *widget() override { return &m_edit; }
+    QWidget *input() override { return &m_edit; }
+    QWidget *canvas() override { return m_edit.viewport(); }
+    void load(const QString &text) override { m_edit.setText(text); }
+    void goTo(int line) override
+    {
+        m_edit.setCursorPosition(line, 0);
+        m_edit.setFirstVisibleLine(line);
+    }
+    bool foldAll() override
+    {
+        m_edit.SendScintilla(QsciScintillaBase::SCI_FOLDALL, 0ul);
+        return true;
+    }
+    bool unfoldAll() override
+    {
+        m_edit.SendScintilla(QsciScintillaBase::SCI_FOLDALL, 1ul);
+        return true;
+    }
+    bool find(const QString &text) override
+    {
+        return m_edit.findFirst(text, false, false, false, false, true, 0, 0);
+    }
+
+private:
+    QsciScintilla m_edit;
+};
+
+class Kate : public CodeBenchView
+{
+public:
+    Kate()
+        : m_document(KTextEditor::Editor::instance()->createDocument(nullptr))
+        , m_view(m_document->createView(&m_frame))
+    {
+        auto *layout = new QVBoxLayout(&m_frame);
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->addWidget(m_view);
+        m_document->setHighlightingMode(QStringLiteral("INI Files"));
+        m_document->setMode(QStringLiteral("INI Files"));
+    }
+    ~Kate() override
+    {
+        delete m_view;
+        delete m_document;
+    }
+    QWidget *widget() override { return &m_frame; }
+    QWidget *input() override { return m_view->focusProxy() ? m_view->focusProxy() : m_view; }
+    QWidget *canvas() override { return input(); }
+    void load(const QString &text) override { m_document->setText(text); }
+    void goTo(int line) override { m_view->setCursorPosition({line, 0}); }
+    bool foldAll() override { return act("folding_toplevel"); }
+    bool unfoldAll() override { return act("folding_expandtoplevel") || act("unfold_all"); }
+    bool find(const QString &text) override
+    {
+        const auto found =
+            m_document->searchText(m_document->documentRange(), text, KTextEditor::Default);
+        if (found.isEmpty() || !found.first().isValid())
+            return false;
+        m_view->setCursorPosition(found.first().start());
+        m_view->setSelection(found.first());
+        return true;
+    }
+
+private:
+    bool act(const char *name)
+    {
+        QAction *action = m_view->actionCollection()->action(QLatin1String(name));
+        if (action)
+            action->trigger();
+        return action;
+    }
+
+    QWidget m_frame;
+    KTextEditor::Document *m_document;
+    KTextEditor::View *m_view;
+};
+
+} // namespace
+
+std::unique_ptr<CodeBenchView> makeView(CodeViewKind kind)
+{
+    switch (kind) {
+    case KilnView:
+        return std::make_unique<Kilnx>();
+    case BareView:
+        return std::make_unique<Bare>();
+    case ScintillaView:
+        return std::make_unique<Scintilla>();
+    default:
+        return std::make_unique<Kate>();
+    }
+}

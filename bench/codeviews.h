@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QtCore/QString>
+#include <QtWidgets/QWidget>
+
+#include <memory>
+
+/// A code editor as the benchmark drives it: text in, keys to its input widget, pixels out.
+class CodeBenchView
+{
+public:
+    virtual ~CodeBenchView() = default;
+
+    virtual QWidget *widget() = 0;
+    /// What has the keyboard, and what shows the text.
+    virtual QWidget *input() = 0;
+    virtual QWidget *canvas() = 0;
+    virtual void load(const QString &text) = 0;
+    virtual void goTo(int line) = 0;
+    /// False where the editor has no such operation, or `found` is not in the text.
+    virtual bool foldAll() { return false; }
+    virtual bool unfoldAll() { return false; }
+    virtual bool find(const QString &text) = 0;
+};
+
+enum CodeViewKind { KilnView, BareView, ScintillaView, KateView };
+
+std::unique_ptr<CodeBenchView> makeView(CodeViewKind kind);
