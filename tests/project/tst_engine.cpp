@@ -251,6 +251,8 @@ private slots:
             QVERIFY(run);
             QCOMPARE(run->windowTitle(), QString("Run in Engine"));
             QCOMPARE(run->selectedRow(), 1);
+            // Until then the server may still put the window back where it first placed it.
+            QVERIFY(QTest::qWaitForWindowExposed(run));
             run->setGeometry(30, 40, 300, 200);
             auto *view = run->findChild<QListView *>();
             view->clearSelection();
