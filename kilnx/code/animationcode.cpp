@@ -37,6 +37,9 @@ AnimationCode::~AnimationCode()
 {
     handFramesOn();
     handValuesBack();
+    // While it is still an animation, so that whoever keeps lists of animations finds it.
+    if (ParentCode *const container = parent())
+        container->removeChild(this);
 }
 
 /// Values that only this animation kept from the group above.

@@ -20,7 +20,8 @@ class KILNX_EXPORT ValueCode : public CodeNode, public NamedCode
 public:
     /// The numbers are part of the contract with parsers. Those that stand side by side are treated
     /// alike here; an engine may use them to tell its own kinds apart.
-    enum Type {
+    /// The type is fixed, as a parser may choose numbers beyond these.
+    enum Type : int {
         Plain = 0, ///< any variant, unchanged; also 1 and 2
         Plain1 = 1,
         Plain2 = 2,

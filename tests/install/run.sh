@@ -24,7 +24,7 @@ missing=$(cd "$headers" && find kilnx -name '*.h' ! -path kilnx/kilnx.h ! -path 
 done)
 [[ -z $missing ]] || { echo "kilnx.h lacks: $missing"; exit 1; }
 
-cmake -S "$here" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_FLAGS="$flags" >/dev/null
+cmake -G Ninja -S "$here" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_FLAGS="$flags" >/dev/null
 cmake --build "$work/cmake" >/dev/null
 "$work/cmake/outside"
 

@@ -32,6 +32,7 @@ private slots:
     void findBarTellsWhatIsChecked();
     void statusFieldsComeAndGo();
     void menusAreMadeWhenAskedFor();
+    void cleanupTestCase();
 };
 
 namespace
@@ -234,6 +235,12 @@ void tst_studio_parts::menusAreMadeWhenAskedFor()
     menus.hideEmpty();
     QVERIFY(!fresh->menuAction()->isVisible());
     QVERIFY(menus.menu("file")->menuAction()->isVisible());
+}
+
+// Qt fades the clear buttons of line edits, and ends such an animation only in the event loop.
+void tst_studio_parts::cleanupTestCase()
+{
+    QTest::qWait(300);
 }
 
 QTEST_MAIN(tst_studio_parts)
