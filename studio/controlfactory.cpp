@@ -183,6 +183,7 @@ Built buildView(const Kiln::ListViewControl &control, QWidget *parent)
     if (qobject_cast<Kiln::ExtraEditor *>(control.receiver) ||
         (control.receiver && qobject_cast<Kiln::ExtraEditor *>(control.receiver->parent()))) {
         view = new QListView(parent);
+        view->setSelectionMode(QAbstractItemView::ExtendedSelection);
     } else {
         auto *tree = new QTreeView(parent);
         tree->setHeaderHidden(true);

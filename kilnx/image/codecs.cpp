@@ -29,7 +29,7 @@ bool isWord(const char *format, const char *word)
 /// Sets the bytes behind the pixels of each row to 0, so that rows can be compared whole.
 void clearPadding(QImage &image)
 {
-    const qint64 used = qint64(image.width()) * image.depth() / 8;
+    const qint64 used = (qint64(image.width()) * image.depth() + 7) / 8;
     if (image.isNull() || used >= image.bytesPerLine())
         return;
     for (int y = 0; y < image.height(); ++y) {

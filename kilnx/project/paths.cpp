@@ -14,7 +14,7 @@ namespace Kiln
 const char *fileExtension(FileExtensionType type)
 {
     switch (type) {
-    case ImageAll:
+    case ImageOpenAll:
         return " (*.pcx *.png *.gif *.bmp);;";
     case ImageOpen:
         return "Personal Computer eXchange (*.pcx);;Portable Network Graphic (*.png);;"
@@ -22,7 +22,7 @@ const char *fileExtension(FileExtensionType type)
     case ImageSave:
         return "Portable Network Graphic (*.png);;Graphics Interchange Format (*.gif);;"
                "Personal Computer eXchange (*.pcx);;Bitmap (*.bmp)";
-    case PaletteAll:
+    case PaletteOpenAll:
         return " (*.act *.pcx *.png *.gif *.bmp *.pal *.aco *.ase *.txt);;";
     case PaletteOpen:
         return "Adobe Color Table (*.act);;Personal Computer eXchange (*.pcx);;"

@@ -17,12 +17,12 @@ class Archive;
 /// The file-dialog filters of the picture and palette dialogs. The two `...All` lists begin with a
 /// blank and end in ";;": put a label of your own before them and one of the other lists behind.
 enum FileExtensionType {
-    ImageAll,    ///< every picture format
-    ImageOpen,   ///< one entry a picture format
-    ImageSave,   ///< the same, in the order for saving
-    PaletteAll,  ///< every format that holds a palette
-    PaletteOpen, ///< one entry a format that holds a palette
-    PaletteSave, ///< the palette format that is written
+    ImageOpenAll,   ///< every picture format
+    ImageOpen,      ///< one entry a picture format
+    ImageSave,      ///< the same, in the order for saving
+    PaletteOpenAll, ///< every format that holds a palette
+    PaletteOpen,    ///< one entry a format that holds a palette
+    PaletteSave,    ///< the palette format that is written
 };
 
 /// The filter list of that number; null for any number above 5.

@@ -41,9 +41,8 @@ namespace Kiln
 
 /// Publishes the description of engines to scripts, in a table of the host's:
 ///
-/// - `ProjectType`, a read-only table: Character 0, Background 1, Font 2, Scene 3, Motif 4, Level
-/// 5,
-///   Game 6.
+/// - `ProjectType`, a read-only table: Character 0, Background 1, Font 2, Scene 3, Motif 4,
+///   Level 5, Game 6.
 /// - `Engine`, a class that scripts cannot construct, with the read-only properties `path` (the
 ///   engine's directory below `Interface::dataPath()`), `commentCharacter`, `displayName`,
 ///   `executable` and `fileFilter`, and the methods `singleFileFilters()`, which gives a new table

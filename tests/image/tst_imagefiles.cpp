@@ -144,6 +144,7 @@ private Q_SLOTS:
     void roundTrips_data();
     void roundTrips();
     void paddingIsZero();
+    void oneBitPicturesKeepTheirLastColumns();
     void failedReads_data();
     void failedReads();
     void extensionsComeAfterTheBuiltIn();
@@ -258,6 +259,25 @@ void TestImageFiles::failedReads_data()
     bmp.replace(18, 8, QByteArray::fromHex("04000000020000FD"));
     QTest::newRow("a BMP that claims 50 million rows, top first")
         << QByteArray("BMP") << bmp << false;
+}
+
+void TestImageFiles::oneBitPicturesKeepTheirLastColumns()
+{
+    for (int width = 1; width <= 17; ++width) {
+        QImage source(width, 2, QImage::Format_Mono);
+        source.fill(1);
+        for (const char *format : {"PNG", "BMP"}) {
+            QByteArray file;
+            QBuffer buffer(&file);
+            buffer.open(QIODevice::WriteOnly);
+            QVERIFY(source.save(&buffer, format));
+            QImage read;
+            QVERIFY(readBytes(file, format, read));
+            QCOMPARE(read.size(), source.size());
+            for (int x = 0; x < width; ++x)
+                QCOMPARE(read.pixel(x, 1), source.pixel(x, 1));
+        }
+    }
 }
 
 void TestImageFiles::failedReads()

@@ -489,6 +489,11 @@ void tst_studio_controls::sidePanelsGetADock()
     QVERIFY2(list, "a panel reorders a list, not a tree");
     QStandardItemModel model(4, 1);
     list->setModel(&model);
+    for (const int row : {0, 2}) {
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, Qt::ControlModifier,
+                          list->visualRect(model.index(row, 0)).center());
+    }
+    QCOMPARE(list->selectionModel()->selectedRows().size(), 2);
     list->setCurrentIndex(model.index(2, 0));
     QTest::keyClick(list, Qt::Key_Return);
     QCOMPARE(panel->clicked, 2);
