@@ -62,7 +62,7 @@ bool OrganizableListModel::dropMimeData(const QMimeData *data,
         return false;
 
     const int count = rowCount();
-    int target = std::min(std::max(row, 0), count - 1);
+    int target = std::min(std::max(row, 0), count);
     QVector<int> pending = draggedRows(data->data(mimeTypes().constFirst()), count);
     if (pending.isEmpty())
         return false;

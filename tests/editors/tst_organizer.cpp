@@ -149,7 +149,7 @@ QStringList afterDrop(QStringList words, Rows rows, int row)
     QVector<QString> pending;
     for (int r : rows)
         pending << words.at(r);
-    int gap = qBound(0, row, count - 1);
+    int gap = qBound(0, row, count);
     while (!pending.isEmpty()) {
         const QString word = pending.takeLast();
         const int from = words.indexOf(word);
@@ -221,8 +221,8 @@ void OrganizerTest::drop_data()
                                   << "abcdefgh";
     QTest::newRow("-1 is the top") << Rows{4} << -1 << "[ 4>0 ]"
                                    << "eabcdfgh";
-    QTest::newRow("past the end is the last row") << Rows{4} << 8 << "[ 4>6 ]"
-                                                  << "abcdfgeh";
+    QTest::newRow("past the end is the last row") << Rows{4} << 8 << "[ 4>7 ]"
+                                                  << "abcdfghe";
     QTest::newRow("several from above the gap") << Rows{0, 2} << 6 << "[ 2>5 0>5 ]"
                                                 << "bdefcagh";
     QTest::newRow("several from below the gap") << Rows{4, 6} << 1 << "[ 6>1 5>2 ]"
