@@ -2,7 +2,6 @@
 
 // Every public header of the library, room by room.
 
-#include <kilnx/export.h>
 #include <kilnx/cache/cachedprojectfile.h>
 #include <kilnx/cache/crc64.h>
 #include <kilnx/cache/diskcache.h>
@@ -32,6 +31,7 @@
 #include <kilnx/editors/controls.h>
 #include <kilnx/editors/fieldguard.h>
 #include <kilnx/editors/organizer.h>
+#include <kilnx/export.h>
 #include <kilnx/forms/itemsdialog.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/forms/rundlg.h>

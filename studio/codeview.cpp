@@ -59,9 +59,9 @@ Kiln::OrganizerEditor *CodeView::organizer() const
 
 Kiln::Animations *CodeView::shownAnimations() const
 {
-    Kiln::CodeDocumentEditor *list =
-        isActive() && document() ? document()->documentEditor(Kiln::CodeNode::Animation, 0)
-                                 : nullptr;
+    Kiln::CodeDocumentEditor *list = isActive() && document()
+                                         ? document()->documentEditor(Kiln::CodeNode::Animation, 0)
+                                         : nullptr;
     return dynamic_cast<Kiln::Animations *>(list);
 }
 

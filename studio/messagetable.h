@@ -42,7 +42,7 @@ signals:
 private:
     struct Part {
         Kiln::MessageList *list; ///< null while its rows are being removed
-        int rows; ///< as the views know it
+        int rows;                ///< as the views know it
     };
 
     void follow(Kiln::MessageList *list);

@@ -198,9 +198,8 @@ private slots:
         document->setOption("parseCode", false, false, false);
         newProject(document);
         QCOMPARE(m_project->type(), Project::Level);
-        QCOMPARE(m_host->log,
-                 QStringList({"setOption parseCode=false", "setOption highlightCode=",
-                              "setOption modelCode=true"}));
+        QCOMPARE(m_host->log, QStringList({"setOption parseCode=false", "setOption highlightCode=",
+                                           "setOption modelCode=true"}));
         // What a definition does not say is told as an invalid value, which this host passes over.
         QCOMPARE(document->option("highlightCode"), QVariant("kept"));
         m_project->setOption("modelCode", QVariant(), false);
