@@ -1,7 +1,8 @@
 #pragma once
 
+#include <kilnx/project/device_p.h>
+
 #include <QtCore/QByteArray>
-#include <QtCore/QIODevice>
 
 namespace Kiln
 {
@@ -118,16 +119,6 @@ inline bool readFully(QIODevice *device, uchar *bytes, qint64 size)
             return false;
     }
     return true;
-}
-
-inline bool openForReading(QIODevice *device)
-{
-    return device && (device->isReadable() || device->open(QIODevice::ReadOnly));
-}
-
-inline bool openForWriting(QIODevice *device)
-{
-    return device && (device->isWritable() || device->open(QIODevice::WriteOnly));
 }
 
 /// Whether a picture of `bytes` may be made for what is left of `device`. Small ones always;

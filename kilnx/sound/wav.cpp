@@ -1,4 +1,6 @@
+#include <kilnx/project/device_p.h>
 #include <kilnx/project/extension.h>
+#include <kilnx/project/paths.h>
 #include <kilnx/sound/wav.h>
 
 #include <QtCore/QDataStream>
@@ -31,16 +33,22 @@ struct FormatChunk {
     quint16 bits = 0;
 };
 
+class LittleEndianStream : public QDataStream
+{
+public:
+    template<class Source>
+    explicit LittleEndianStream(const Source &source)
+        : QDataStream(source)
+    {
+        setByteOrder(LittleEndian);
+    }
+};
+
 QDataStream &operator>>(QDataStream &stream, FormatChunk &chunk)
 {
     stream.readRawData(chunk.id, chunkIdSize);
     return stream >> chunk.size >> chunk.format >> chunk.channels >> chunk.sampleRate >>
            chunk.byteRate >> chunk.blockAlign >> chunk.bits;
-}
-
-bool openFor(QIODevice *device, QIODevice::OpenModeFlag mode)
-{
-    return device && ((device->openMode() & mode) || device->open(mode));
 }
 
 // Takes memory for what the device has, not for what a header announces.
@@ -108,6 +116,7 @@ bool loadSound(QIODevice *device, const char *format, SoundSample &sample)
     if (qstrcmp(format, "wav") == 0) {
         sample = soundFromWAV(device);
     } else {
+        sample = SoundSample();
         ExtensionManager::convert<SoundReader>(
             format, [&](SoundReader &reader) { return reader.read(device, sample); });
     }
@@ -126,10 +135,9 @@ bool saveSound(QIODevice *device, const char *format, const SoundSample &sample)
 
 SoundSample soundFromWAV(QIODevice *device)
 {
-    if (!openFor(device, QIODevice::ReadOnly))
+    if (!openForReading(device))
         return emptySample();
-    QDataStream head(device);
-    head.setByteOrder(QDataStream::LittleEndian);
+    LittleEndianStream head(device);
     char id[chunkIdSize] = {};
     quint32 size = 0;
     head.skipRawData(chunkIdSize);
@@ -139,8 +147,7 @@ SoundSample soundFromWAV(QIODevice *device)
 
     // A size below 4 wraps round, and then means all that there is.
     const QByteArray buffer = readAtMost(device, quint32(size - chunkIdSize));
-    QDataStream stream(buffer);
-    stream.setByteOrder(QDataStream::LittleEndian);
+    LittleEndianStream stream(buffer);
     FormatChunk chunk;
     stream >> chunk;
     if (qstrncmp(chunk.id, "fmt", 3) != 0 || chunk.format != pcmFormat)
@@ -160,11 +167,10 @@ SoundSample soundFromWAV(QIODevice *device)
 SampleInfo soundInfoFromWAV(QIODevice *device)
 {
     SampleInfo info;
-    if (!openFor(device, QIODevice::ReadOnly))
+    if (!openForReading(device))
         return info;
     const QByteArray buffer = device->readAll();
-    QDataStream stream(buffer);
-    stream.setByteOrder(QDataStream::LittleEndian);
+    LittleEndianStream stream(buffer);
     constexpr int riffHeadSize = 12;
     stream.skipRawData(riffHeadSize);
     FormatChunk chunk;
@@ -181,15 +187,14 @@ SampleInfo soundInfoFromWAV(QIODevice *device)
 
 bool soundToWAV(const SoundSample &sample, QIODevice *device)
 {
-    if (!openFor(device, QIODevice::WriteOnly))
+    if (!openForWriting(device))
         return false;
     const quint32 dataSize = static_cast<quint32>(sample.data.size());
     const auto blockAlign = static_cast<quint16>(sample.frameSize());
     constexpr quint32 headBehindSize = 36;
     constexpr quint32 formatSize = 16;
 
-    QDataStream stream(device);
-    stream.setByteOrder(QDataStream::LittleEndian);
+    LittleEndianStream stream(device);
     stream.writeRawData("RIFF", chunkIdSize);
     stream << quint32(dataSize + headBehindSize);
     stream.writeRawData("WAVE", chunkIdSize);
@@ -198,8 +203,7 @@ bool soundToWAV(const SoundSample &sample, QIODevice *device)
            << quint32(sample.sampleRate * blockAlign) << blockAlign << quint16(sample.bits);
     stream.writeRawData("data", chunkIdSize);
     stream << dataSize;
-    stream.writeRawData(sample.data.constData(), sample.data.size());
-    return stream.status() == QDataStream::Ok;
+    return stream.status() == QDataStream::Ok && writeAll(device, sample.data);
 }
 
 } // namespace Kiln

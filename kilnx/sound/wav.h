@@ -10,7 +10,7 @@ namespace Kiln
 /// Reads a sound of a format, which is the file suffix in lower case and is compared letter for
 /// letter. "wav" is built in; for all others the `SoundReader`s are asked in their order of
 /// registration. False for a device that is not readable, and when `sample.data` is empty in the
-/// end. The device is left open.
+/// end: what `sample` held before does not count. The device is left open.
 KILNX_EXPORT bool loadSound(QIODevice *device, const char *format, SoundSample &sample);
 
 /// Writes a sound, through the `SoundWriter`s for a format other than "wav". False for a device
@@ -33,7 +33,7 @@ KILNX_EXPORT SoundSample soundFromWAV(QIODevice *device);
 KILNX_EXPORT SampleInfo soundInfoFromWAV(QIODevice *device);
 
 /// Writes a WAV file: a header of 44 bytes and the data. Opens the device for writing when it is
-/// not writable yet. False when it cannot be opened or written.
+/// not writable yet. False when it cannot be opened or not all was written, as on a full disk.
 KILNX_EXPORT bool soundToWAV(const SoundSample &sample, QIODevice *device);
 
 } // namespace Kiln
