@@ -38,37 +38,26 @@ QDataStream &operator>>(QDataStream &stream, EmberPeal::Entry &entry)
     return stream;
 }
 
-/// Replaces each sample by its difference to the one before in its channel, or takes that back.
-/// The arithmetic wraps, so nothing is lost.
-template<class Word>
+/// Replaces each sample of `width` bytes by its difference to the one before in its channel, or
+/// takes that back. The arithmetic wraps, so nothing is lost.
+template<int width>
 QByteArray convert(const QByteArray &bytes, int channels, bool encode)
 {
     QByteArray result(bytes.size(), Qt::Uninitialized);
-    const int count = bytes.size() / int(sizeof(Word));
-    QVector<Word> last(channels, 0);
-    for (int i = 0; i < count; ++i) {
-        const auto value = qFromLittleEndian<Word>(bytes.constData() + i * sizeof(Word));
-        Word &before = last[i % channels];
-        const Word out = static_cast<Word>(encode ? value - before : value + before);
-        qToLittleEndian<Word>(out, result.data() + i * sizeof(Word));
-        before = encode ? value : out;
-    }
-    return result;
-}
-
-/// The same for samples of three bytes.
-QByteArray convert24(const QByteArray &bytes, int channels, bool encode)
-{
-    QByteArray result(bytes.size(), Qt::Uninitialized);
-    QVector<quint32> last(channels, 0);
-    for (int i = 0; i < bytes.size() / 3; ++i) {
-        const auto *in = reinterpret_cast<const uchar *>(bytes.constData()) + 3 * i;
-        const quint32 value = in[0] | quint32(in[1]) << 8 | quint32(in[2]) << 16;
-        quint32 &before = last[i % channels];
-        const quint32 out = encode ? value - before : value + before;
-        for (int byte = 0; byte < 3; ++byte)
-            result[3 * i + byte] = static_cast<char>(out >> (8 * byte));
-        before = encode ? value : out;
+    const auto *in = reinterpret_cast<const uchar *>(bytes.constData());
+    auto *out = reinterpret_cast<uchar *>(result.data());
+    const qint64 step = channels * width;
+    for (int channel = 0; channel < channels; ++channel) {
+        quint32 before = 0;
+        for (qint64 at = channel * width; at < bytes.size(); at += step) {
+            quint32 value = 0;
+            for (int byte = 0; byte < width; ++byte)
+                value |= quint32(in[at + byte]) << (8 * byte);
+            const quint32 changed = encode ? value - before : value + before;
+            for (int byte = 0; byte < width; ++byte)
+                out[at + byte] = static_cast<uchar>(changed >> (8 * byte));
+            before = encode ? value : changed;
+        }
     }
     return result;
 }
@@ -80,13 +69,13 @@ QByteArray convert(const QByteArray &bytes, const Kiln::SampleInfo &info, bool e
         return QByteArray();
     switch (info.bits) {
     case 8:
-        return convert<quint8>(bytes, info.channels, encode);
+        return convert<1>(bytes, info.channels, encode);
     case 16:
-        return convert<quint16>(bytes, info.channels, encode);
+        return convert<2>(bytes, info.channels, encode);
     case 24:
-        return convert24(bytes, info.channels, encode);
+        return convert<3>(bytes, info.channels, encode);
     case 32:
-        return convert<quint32>(bytes, info.channels, encode);
+        return convert<4>(bytes, info.channels, encode);
     default:
         return QByteArray();
     }

@@ -25,12 +25,16 @@ Kiln::SoundSample EmberSoundData::sample() const
     return sample;
 }
 
+/// The file tells the length by the number of frames, so that is taken from the data.
 void EmberSoundData::setSample(const Kiln::SoundSample &sample)
 {
     info = sample;
-    const auto crc = crc64(sample.data.constData(), static_cast<unsigned int>(sample.data.size()));
-    const bool hasCoder = info.bits % 8 == 0 && info.bits <= 32 && !sample.data.isEmpty();
-    fromData(sample.data, hasCoder ? EmberPeal::Differences : EmberPeal::Plain, &info, crc);
+    const int frameSize = info.frameSize();
+    info.samples = frameSize == 0 ? 0 : static_cast<unsigned int>(sample.data.size() / frameSize);
+    const QByteArray data = sample.data.left(static_cast<int>(EmberPeal::sampleBytes(info)));
+    const auto crc = crc64(data.constData(), static_cast<unsigned int>(data.size()));
+    const bool hasCoder = info.bits % 8 == 0 && info.bits <= 32 && !data.isEmpty();
+    fromData(data, hasCoder ? EmberPeal::Differences : EmberPeal::Plain, &info, crc);
 }
 
 Kiln::StreamCacheData *EmberSoundData::copyTo(Kiln::StreamCache *target) const

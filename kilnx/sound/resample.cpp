@@ -22,6 +22,13 @@ bool isUsable(const SampleInfo &info)
     return knownWidth && info.channels > 0 && info.sampleRate > 0;
 }
 
+// As many frames as there are bytes for; a header can promise more, or leave the number open.
+int frameCount(const SoundSample &sample)
+{
+    const int held = sample.data.size() / sample.frameSize();
+    return sample.samples == 0 ? held : static_cast<int>(qMin<qint64>(sample.samples, held));
+}
+
 // Little-endian samples of three bytes as the upper bytes of 32 bits.
 std::vector<int> unpack24(const char *data, int count)
 {
@@ -149,9 +156,7 @@ bool resample(const SoundSample &source, const SampleInfo &target, SoundSample &
 {
     if (!isUsable(source) || !isUsable(target))
         return false;
-    // A header can promise more than the data holds.
-    const int frames =
-        static_cast<int>(qMin<qint64>(source.samples, source.data.size() / source.frameSize()));
+    const int frames = frameCount(source);
     const double ratio = static_cast<double>(target.sampleRate) / source.sampleRate;
     const double outFrames = frames * ratio;
     const int widest = qMax(qMax(source.channels, target.channels) * int(sizeof(float)),

@@ -14,7 +14,7 @@ struct SampleInfo {
     unsigned short bits = 1;
     /// Frames per second (Hz).
     unsigned int sampleRate = 0;
-    /// The number of frames; a frame is one sample of each channel.
+    /// The number of frames; a frame is one sample of each channel. With data, 0 means not known.
     unsigned int samples = 0;
 
     /// The bytes of one frame; 0 where the format makes none.
@@ -36,6 +36,9 @@ struct SoundSample : SampleInfo {
 /// one channel, the channels of a frame are averaged; to more, those that the source has are taken
 /// and the last is repeated. Widths are 8, 16, 24 (packed in three bytes) and 32 bits. The whole
 /// sound is held twice as 32-bit floats.
+///
+/// Of `source`, the first `samples` frames are converted, or all when `samples` is 0, as far as
+/// `data` has them; a part of a frame at its end is left out. `result` may be `source`.
 ///
 /// False, with `result` as it was, for a format that makes no frames or has another width, a result
 /// above 2 GiB, and what the converter refuses (a rate that changes more than 256 times).

@@ -148,6 +148,12 @@ void TestEmberSounds::keepsEveryFormat()
     }
     samples.append(SoundSample());
     sounds->insert(1000, QString(), samples.last());
+    // The number of frames is not known, and half a frame stands at the end.
+    samples.append(makeSample(2, 16, 10, 1));
+    SoundSample unknown = samples.last();
+    unknown.samples = 0;
+    unknown.data += "ab";
+    sounds->insert(1000, QStringLiteral("unknown length"), unknown);
     samples.append(makeSample(1, 8, 1, 1));
     sounds->insert(1000, QString(70000, QChar(0x4e2d)), samples.last());
 

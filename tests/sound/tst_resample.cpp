@@ -79,7 +79,8 @@ private slots:
     void moreChannels();
     void refuses_data();
     void refuses();
-    void promisesMoreThanItHolds();
+    void lengthAgainstData_data();
+    void lengthAgainstData();
 };
 
 void TestResample::keepsTheTone_data()
@@ -278,16 +279,41 @@ void TestResample::refuses()
     QCOMPARE(result.data, QByteArray("before"));
 }
 
-void TestResample::promisesMoreThanItHolds()
+void TestResample::lengthAgainstData_data()
 {
+    QTest::addColumn<uint>("samples");
+    QTest::addColumn<int>("bytes");
+    QTest::addColumn<int>("frames");
+    QTest::newRow("as many as there are") << 100u << 400 << 100;
+    QTest::newRow("the number is not known") << 0u << 400 << 100;
+    QTest::newRow("one more than there are") << 101u << 400 << 100;
+    QTest::newRow("4 Gi more") << 0xFFFFFFFFu << 400 << 100;
+    QTest::newRow("fewer than there are") << 40u << 400 << 40;
+    QTest::newRow("a part of a frame at the end") << 100u << 399 << 99;
+    QTest::newRow("not known, and a part of a frame") << 0u << 397 << 99;
+    QTest::newRow("one frame") << 0u << 4 << 1;
+    QTest::newRow("not one frame") << 0u << 3 << 0;
+    QTest::newRow("no data") << 100u << 0 << 0;
+    QTest::newRow("nothing") << 0u << 0 << 0;
+}
+
+void TestResample::lengthAgainstData()
+{
+    QFETCH(uint, samples);
+    QFETCH(int, bytes);
+    QFETCH(int, frames);
     SoundSample source = makeTone(format(2, 16, 8000), 100);
-    source.samples = 0xFFFFFFFF;
-    SoundSample result;
-    QVERIFY(resample(source, format(1, 8, 8000), result));
-    QCOMPARE(result.samples, 100u);
-    source.data.clear();
-    QVERIFY(resample(source, format(1, 8, 44100), result));
-    QCOMPARE(result.samples, 0u);
+    source.samples = samples;
+    source.data.truncate(bytes);
+    for (const SampleInfo &target :
+         {format(2, 16, 8000), format(1, 8, 8000), format(3, 24, 44100), format(1, 32, 1000)}) {
+        SoundSample result = source;
+        QVERIFY(resample(result, target, result));
+        QCOMPARE(result.samples, frames * target.sampleRate / 8000);
+        QCOMPARE(result.data.size(), int(result.samples) * target.frameSize());
+        if (target.bits == source.bits)
+            QCOMPARE(result.data, source.data.left(4 * frames));
+    }
 }
 
 QTEST_APPLESS_MAIN(TestResample)
