@@ -106,8 +106,12 @@ void MemoryCache::set(PackedCache::Item *item,
     item->packedSize = data.size();
     QByteArray &stored = static_cast<Item *>(item)->data;
     stored = data;
-    // Compression works in an array as large as its input, which the result would keep.
-    if (stored.capacity() - stored.size() > stored.size() / 8)
+    // Without room of its own the array only refers to bytes (QByteArray::fromRawData), which can
+    // go before the store. Compression works in an array as large as its input, which the result
+    // would keep.
+    if (stored.capacity() < stored.size())
+        stored.detach();
+    else if (stored.capacity() - stored.size() > stored.size() / 8)
         stored.squeeze();
 }
 

@@ -83,7 +83,8 @@ public:
     /// The bytes in the encoding of the file format; empty for null.
     virtual QByteArray itemRawData(Item *const item) const = 0;
     /// Stores a new item at the end of the list. `data` is in decoded form (but a file name for a
-    /// `FileCache`); `crc` is its checksum, or 0 to let the store find it when it is needed.
+    /// `FileCache`); `crc` is its checksum, or 0 to let the store find it when it is needed. The
+    /// store keeps bytes of its own, so `data` may refer to a buffer (`QByteArray::fromRawData`).
     virtual Item *addItem(const QByteArray &data,
                           unsigned char filter,
                           void *const param,
@@ -115,8 +116,8 @@ public:
 
 signals:
     /// Asks for the decoded form of `in`. The receiver that knows the coder `filter` writes it into
-    /// `out`; leaving it empty says that there is no such coder, or that `in` is broken. The
-    /// connection must be direct.
+    /// `out`; leaving it empty says that there is no such coder, or that `in` is broken. `in` ends
+    /// with the call, so `out` must not refer to it. The connection must be direct.
     void readFilter(unsigned char filter, void *param, const QByteArray &in, QByteArray &out) const;
     /// Asks for the encoded form of `in`, in the same way.
     void

@@ -1,5 +1,6 @@
 #include <kilnx/cache/crc64.h>
 #include <kilnx/cache/diskcache.h>
+#include <kilnx/cache/filecache.h>
 #include <kilnx/cache/packedcache.h>
 #include <kilnx/cache/streamcachedata.h>
 #include <tests/support/testhost.h>
@@ -23,8 +24,8 @@ unsigned long long crcOf(const QByteArray &data)
     return crc64(data.constData(), static_cast<unsigned int>(data.size()));
 }
 
-// Three toy coders. 1 turns the bytes over. 2 puts a running number in front, so that equal data
-// have different raw forms. 3 knows only data of an even size. All others are unknown.
+// Three toy coders, by the filter modulo 4. 1 turns the bytes over. 2 puts a running number in
+// front, so that equal data have different raw forms. 3 knows only data of an even size. 0 is none.
 class Coder : public QObject
 {
 public:
@@ -36,22 +37,22 @@ public:
 
     void encode(unsigned char filter, void *, const QByteArray &in, QByteArray &out)
     {
-        if (filter == 1)
+        if (filter % 4 == 1)
             std::reverse_copy(in.begin(), in.end(), std::back_inserter(out));
-        else if (filter == 2)
+        else if (filter % 4 == 2)
             out = char(++m_salt) + in;
-        else if (filter == 3 && in.size() % 2 == 0)
+        else if (filter % 4 == 3 && in.size() % 2 == 0)
             out = 'E' + in;
     }
 
     void decode(unsigned char filter, void *, const QByteArray &in, QByteArray &out)
     {
         ++decodings;
-        if (filter == 1)
+        if (filter % 4 == 1)
             std::reverse_copy(in.begin(), in.end(), std::back_inserter(out));
-        else if (filter == 2)
+        else if (filter % 4 == 2)
             out = in.mid(1);
-        else if (filter == 3 && in.startsWith('E') && in.size() % 2 == 1)
+        else if (filter % 4 == 3 && in.startsWith('E') && in.size() % 2 == 1)
             out = in.mid(1);
     }
 
@@ -67,6 +68,7 @@ struct Expected {
     unsigned char filter = 0;
     QByteArray stored;
     QByteArray decoded;
+    QString file; ///< of a FileCache
 };
 
 // Applies random operations to a store and to a list of plain records, and compares after each.
@@ -80,6 +82,7 @@ public:
         , m_coder(withCoder ? std::make_unique<Coder>(cache) : nullptr)
     {
     }
+    virtual ~Run() = default;
 
     QString go(int operations)
     {
@@ -92,7 +95,42 @@ public:
         return m_fault;
     }
 
-private:
+protected:
+    virtual Expected add()
+    {
+        const auto filter = static_cast<unsigned char>(below(5));
+        const QByteArray data = randomData();
+        Expected expected = expectedFor(data, filter);
+        expected.item = m_cache.addItem(data, filter, &m_items, crcOrNone(expected));
+        return expected;
+    }
+    virtual void replace(Expected &expected)
+    {
+        const auto filter = static_cast<unsigned char>(below(5));
+        const QByteArray data = randomData();
+        StreamCache::Item *item = expected.item;
+        expected = expectedFor(data, filter);
+        expected.item = item;
+        m_cache.setItemData(item, data, filter, &m_items, crcOrNone(expected));
+    }
+    // What only this kind of store can do.
+    virtual void special(Expected &) {}
+    virtual QByteArray rawForm(const Expected &expected) const
+    {
+        return expected.filter == 0 ? expected.decoded : expected.stored;
+    }
+    virtual void check(const Expected &expected)
+    {
+        require(m_cache.itemData(expected.item) == expected.decoded, "itemData");
+        require(m_cache.itemRawData(expected.item) == rawForm(expected), "itemRawData");
+        require(expected.item->filter == expected.filter, "filter");
+        require((expected.item->storedSize() == 0) == expected.stored.isEmpty(), "storedSize");
+        const unsigned long long crc = expected.item->crc();
+        require(crc == 0 || crc == crcOf(expected.decoded), "checksum");
+        if (expected.file.isEmpty())
+            require(expected.item->param == &m_items, "param");
+    }
+
     int below(int limit) { return static_cast<int>(m_random() % static_cast<unsigned>(limit)); }
     void require(bool condition, const char *what)
     {
@@ -112,53 +150,57 @@ private:
             byte = static_cast<char>(content() % 7);
         return data;
     }
+    QByteArray encoded(const QByteArray &data, unsigned char filter)
+    {
+        QByteArray out;
+        if (m_model)
+            m_model->encode(filter, nullptr, data, out);
+        return out;
+    }
+    QByteArray decoded(const QByteArray &data, unsigned char filter)
+    {
+        QByteArray out;
+        if (m_model)
+            m_model->decode(filter, nullptr, data, out);
+        return out;
+    }
+    unsigned long long crcOrNone(const Expected &expected)
+    {
+        return below(2) ? crcOf(expected.decoded) : 0;
+    }
+    static QByteArray orElse(const QByteArray &data, const QByteArray &other)
+    {
+        return data.isEmpty() ? other : data;
+    }
 
+    StreamCache &m_cache;
+
+private:
     Expected expectedFor(const QByteArray &data, unsigned char filter)
     {
         Expected expected;
         expected.filter = filter;
-        expected.stored = expected.decoded = data;
-        if (filter == 0 || !m_model)
-            return expected;
-        QByteArray out;
-        m_model->encode(filter, nullptr, data, out);
-        expected.stored = out.isEmpty() ? data : out;
-        expected.decoded.clear();
-        m_model->decode(filter, nullptr, expected.stored, expected.decoded);
-        if (expected.decoded.isEmpty())
-            expected.decoded = expected.stored;
+        expected.stored = orElse(encoded(data, filter), data);
+        expected.decoded = orElse(decoded(expected.stored, filter), expected.stored);
         return expected;
     }
 
     void step()
     {
         const int kind = below(100);
-        if (kind < 65 || m_items.isEmpty()) {
-            store(kind < 40 || m_items.isEmpty());
-        } else if (kind < 85) {
+        if (kind < 40 || m_items.isEmpty()) {
+            m_items.append(add());
+        } else if (kind < 60) {
+            replace(m_items[below(m_items.size())]);
+        } else if (kind < 70) {
+            special(m_items[below(m_items.size())]);
+        } else if (kind < 87) {
             m_cache.removeItem(m_items.takeAt(below(m_items.size())).item);
         } else if (kind < 99) {
             compareSearches(below(2) ? randomData() : m_items[below(m_items.size())].decoded);
         } else {
             m_cache.clear();
             m_items.clear();
-        }
-    }
-
-    void store(bool asNew)
-    {
-        const QByteArray data = randomData();
-        const auto filter = static_cast<unsigned char>(below(5));
-        Expected expected = expectedFor(data, filter);
-        const unsigned long long crc = below(2) ? crcOf(expected.decoded) : 0;
-        if (asNew) {
-            expected.item = m_cache.addItem(data, filter, &m_items, crc);
-            m_items.append(expected);
-        } else {
-            Expected &old = m_items[below(m_items.size())];
-            m_cache.setItemData(old.item, data, filter, &m_items, crc);
-            expected.item = old.item;
-            old = expected;
         }
     }
 
@@ -179,15 +221,10 @@ private:
                     (!data.isEmpty() && a.decoded == data),
                 "isEqual to data");
         const bool raw = a.item->crc() && b.item->crc() && a.filter == b.filter;
-        const bool equal = raw ? rawForm(a) == rawForm(b) : a.decoded == b.decoded;
+        const QByteArray bytes = raw ? rawForm(a) : a.decoded;
+        const bool equal = !bytes.isEmpty() && bytes == (raw ? rawForm(b) : b.decoded);
         const bool sameCrc = crcOf(a.decoded) == crcOf(b.decoded);
-        require(m_cache.isEqual(a.item, b.item) == (sameCrc && !a.decoded.isEmpty() && equal),
-                "isEqual of items");
-    }
-
-    static QByteArray rawForm(const Expected &expected)
-    {
-        return expected.filter == 0 ? expected.decoded : expected.stored;
+        require(m_cache.isEqual(a.item, b.item) == (sameCrc && equal), "isEqual of items");
     }
 
     void checkSome()
@@ -202,18 +239,6 @@ private:
             check(m_items.last());
     }
 
-    void check(const Expected &expected)
-    {
-        require(m_cache.itemData(expected.item) == expected.decoded, "itemData");
-        require(m_cache.itemRawData(expected.item) == rawForm(expected), "itemRawData");
-        require(expected.item->filter == expected.filter, "filter");
-        require(expected.item->param == &m_items, "param");
-        require((expected.item->storedSize() == 0) == expected.stored.isEmpty(), "storedSize");
-        const unsigned long long crc = expected.item->crc();
-        require(crc == 0 || crc == crcOf(expected.decoded), "checksum");
-    }
-
-    StreamCache &m_cache;
     MemoryCache m_silent;
     std::mt19937 m_random;
     std::unique_ptr<Coder> m_model;
@@ -222,11 +247,115 @@ private:
     QString m_fault;
 };
 
-std::unique_ptr<StreamCache> makeStore(const QByteArray &kind)
+// The same on files of a directory. The suffix gives the filter for good, nothing stands in for
+// what no coder decodes, and a file can be missing: then its item is empty.
+class FileRun : public Run
 {
-    if (kind == "memory")
-        return std::make_unique<MemoryCache>();
-    return std::make_unique<DiskCache>(kind.toInt());
+public:
+    FileRun(FileCache &cache, bool withCoder, unsigned int seed)
+        : Run(cache, withCoder, seed)
+        , m_files(cache)
+    {
+    }
+
+private:
+    QString randomName()
+    {
+        static const char *const suffixes[] = {"bin", "png", "PCX", "gif", "Act"};
+        return m_directory.filePath(
+            QStringLiteral("%1.%2").arg(++m_lastNumber).arg(QLatin1String(suffixes[below(5)])));
+    }
+    static bool isWritable(const Expected &expected)
+    {
+        return QFileInfo(expected.file).dir().exists();
+    }
+
+    Expected add() override
+    {
+        Expected expected;
+        expected.file = randomName();
+        const QString suffix = QFileInfo(expected.file).suffix().toLower();
+        const bool withParam = below(2);
+        expected.filter = QHash<QString, unsigned char>{
+            {QStringLiteral("png"), 4},
+            {QStringLiteral("pcx"), 5},
+            {QStringLiteral("gif"), withParam ? 6 : 8},
+            {QStringLiteral("act"),
+             7}}.value(suffix);
+        if (below(4)) {
+            expected.stored = below(2) ? randomData() : 'E' + randomData();
+            expected.decoded = decoded(expected.stored, expected.filter);
+            QFile file(expected.file);
+            require(file.open(QIODevice::WriteOnly) &&
+                        file.write(expected.stored) == expected.stored.size(),
+                    "the test's own writing");
+        }
+        expected.item = m_cache.addItem(expected.file.toLocal8Bit(), 99, withParam ? this : nullptr,
+                                        crcOrNone(expected));
+        return expected;
+    }
+    void replace(Expected &expected) override
+    {
+        static const unsigned char others[] = {0, 5, 6, 7};
+        const unsigned char filter = below(2) ? expected.filter : others[below(4)];
+        const QByteArray data = randomData();
+        const bool isDecoded = filter == 0 || filter == expected.filter;
+        const QByteArray plain = isDecoded ? data : orElse(decoded(data, filter), data);
+        const QByteArray stored = orElse(encoded(plain, filter), plain);
+        if (isWritable(expected)) {
+            expected.stored = stored;
+            expected.decoded = decoded(stored, expected.filter);
+        }
+        m_cache.setItemData(expected.item, data, filter, nullptr, crcOrNone(expected));
+    }
+    void special(Expected &expected) override
+    {
+        if (below(3) == 0) {
+            m_files.deleteItem(expected.item);
+            expected.stored = expected.decoded = QByteArray();
+            return;
+        }
+        const bool fails = below(4) == 0;
+        const QString name =
+            fails ? m_directory.filePath(QStringLiteral("none/a.png")) : randomName();
+        m_files.renameItem(expected.item, name);
+        require(fails || !QFile::exists(expected.file), "renameItem");
+        expected.file = name;
+        if (fails)
+            expected.stored = expected.decoded = QByteArray();
+    }
+    QByteArray rawForm(const Expected &expected) const override { return expected.stored; }
+    void check(const Expected &expected) override
+    {
+        require(m_files.fileName(expected.item) == expected.file, "fileName");
+        require(m_files.itemIsValid(expected.item) == !expected.stored.isEmpty(), "itemIsValid");
+        require(expected.item->storedSize() == expected.stored.size(), "size of the file");
+        if (expected.filter == 8)
+            require(*static_cast<QString *>(expected.item->param) == expected.file, "param");
+        // The checksum of a file that has gone is not looked for.
+        if (!expected.stored.isEmpty())
+            Run::check(expected);
+        else
+            require(m_cache.itemData(expected.item).isEmpty(), "itemData of no file");
+    }
+
+    FileCache &m_files;
+    QTemporaryDir m_directory;
+    int m_lastNumber = 0;
+};
+
+QString randomRun(const QByteArray &kind, bool withCoder, unsigned int seed, int operations)
+{
+    if (kind == "file") {
+        FileCache cache;
+        return FileRun(cache, withCoder, seed).go(operations);
+    }
+    if (kind == "memory") {
+        MemoryCache cache;
+        return Run(cache, withCoder, seed).go(operations);
+    }
+    DiskCache cache(kind.toInt());
+    return Run(cache, withCoder, seed).go(operations);
 }
 
 // The plain handle: nothing beside the bytes.
@@ -279,6 +408,7 @@ private slots:
     void findsTheFirstAndDecodesOnce();
     void rawFormsDecideWhenChecksumsAreKnown();
     void sizesOfAnItem();
+    void keepsBytesOfItsOwn();
     void handleLivesAndDies();
     void copiesShareOneItem();
     void withoutATemporaryFile();
@@ -296,7 +426,8 @@ void TestStores::followsAPlainMap_data()
     } stores[] = {{"memory", "memory"},
                   {"disk, block smaller than any item", "1"},
                   {"disk, block of odd size", "333"},
-                  {"disk, block larger than the file", "33554432"}};
+                  {"disk, block larger than the file", "33554432"},
+                  {"files", "file"}};
     for (const auto &store : stores) {
         QTest::addRow("%s, with coders", store.name) << QByteArray(store.kind) << true;
         QTest::addRow("%s, without coders", store.name) << QByteArray(store.kind) << false;
@@ -307,12 +438,12 @@ void TestStores::followsAPlainMap()
 {
     QFETCH(QByteArray, kind);
     QFETCH(bool, withCoder);
-    // A block of one byte costs a million system calls for each run.
-    const unsigned int seeds = kind == "1" ? 2 : 40;
+    // A block of one byte costs a million system calls for each run, and files truncated to be
+    // written anew are waited for.
+    const unsigned int seeds = kind == "1" ? 2 : kind == "file" ? 10 : 40;
     const int operations = kind == "1" ? 60 : 300;
     for (unsigned int seed = 1; seed <= seeds; ++seed) {
-        const std::unique_ptr<StreamCache> cache = makeStore(kind);
-        const QString fault = Run(*cache, withCoder, seed).go(operations);
+        const QString fault = randomRun(kind, withCoder, seed, operations);
         QVERIFY2(fault.isEmpty(), qPrintable(QStringLiteral("seed %1: %2").arg(seed).arg(fault)));
     }
 }
@@ -397,6 +528,26 @@ void TestStores::sizesOfAnItem()
     QCOMPARE(item->size, 0);
     QCOMPARE(item->packedSize, 0);
     QCOMPARE(cache.itemData(item), QByteArray());
+}
+
+// The array that is stored only refers to bytes that change afterwards.
+void TestStores::keepsBytesOfItsOwn()
+{
+    MemoryCache memory;
+    DiskCache disk;
+    for (StreamCache *cache :
+         {static_cast<StreamCache *>(&memory), static_cast<StreamCache *>(&disk)}) {
+        for (const unsigned char filter : {0, 9}) {
+            char buffer[] = "before";
+            const QByteArray data = QByteArray::fromRawData(buffer, 6);
+            StreamCache::Item *added = cache->addItem(data, filter, nullptr, 0);
+            StreamCache::Item *changed = cache->addItem("x", filter, nullptr, 0);
+            cache->setItemData(changed, data, filter, nullptr, 0);
+            memcpy(buffer, "behind", 6);
+            QCOMPARE(cache->itemData(added), QByteArray("before"));
+            QCOMPARE(cache->itemData(changed), QByteArray("before"));
+        }
+    }
 }
 
 void TestStores::handleLivesAndDies()
