@@ -52,6 +52,10 @@ namespace Kiln
 /// with an `Engine *`. A pointer stays the host's: the state may be closed before or after the
 /// engine ends, but a script must not touch an engine that is gone. Projects and files are objects
 /// without members, which a script can only pass on.
+///
+/// The library's own bindings are compiled with sol2's checks: a wrong argument of a script is a
+/// Lua error. What the host itself reads from the state is checked only when the host defines
+/// `SOL_ALL_SAFETIES_ON` as 1 for all of its files that include sol2; it should.
 KILNX_EXPORT void registerScriptClasses(sol::table &target);
 
 /// The same in the global table of a state.
