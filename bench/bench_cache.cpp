@@ -1,16 +1,25 @@
 // The stores beside what one would write by hand: the plain table loop for the checksum, and zlib
-// on a list of byte arrays for a container of ten thousand items.
+// on a list of byte arrays for a sound file of ten thousand sounds.
 
+#include <ember/emberpeal.h>
+#include <ember/embersounds.h>
 #include <kilnx/cache/crc64.h>
 #include <kilnx/cache/diskcache.h>
 #include <kilnx/cache/packedcache.h>
+#include <kilnx/project/archive.h>
 
 #include <benchmark/benchmark.h>
 
-#include <QtCore/QBuffer>
+#include <QtCore/QCoreApplication>
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QFile>
+#include <QtCore/QProcess>
+#include <QtCore/QTemporaryDir>
+#include <QtCore/QtEndian>
 
 #include <algorithm>
+#include <cmath>
+#include <cstdio>
 #include <memory>
 #include <numeric>
 #include <random>
@@ -27,6 +36,8 @@ namespace
 constexpr int itemCount = 10000;
 constexpr int itemSize = 8 * 1024;
 
+const QLatin1String childOption("--child");
+
 std::vector<uchar> randomBytes(size_t count)
 {
     std::mt19937 random(1);
@@ -36,20 +47,35 @@ std::vector<uchar> randomBytes(size_t count)
     return bytes;
 }
 
-// Runs of pixels as sprites have them, each item different; zlib takes them to about a third.
-const std::vector<QByteArray> &items()
+// Tones with some noise, each sound another; the packed file is about half as large.
+SoundSample makeSound(unsigned int number)
 {
-    static const std::vector<QByteArray> all = [] {
-        std::mt19937 random(2);
-        std::vector<QByteArray> list(itemCount);
-        for (QByteArray &item : list) {
-            while (item.size() < itemSize)
-                item.append(static_cast<int>(1 + random() % 12), static_cast<char>(random() % 64));
-            item.truncate(itemSize);
-        }
-        return list;
-    }();
-    return all;
+    SoundSample sound;
+    sound.channels = 1;
+    sound.bits = 16;
+    sound.sampleRate = 22050;
+    sound.samples = itemSize / 2;
+    sound.data.resize(itemSize);
+    std::mt19937 random(number);
+    const double step = 0.01 + random() % 100 / 1000.0;
+    for (int frame = 0; frame < itemSize / 2; ++frame) {
+        const double value = 9000 * std::sin(frame * step) + random() % 64;
+        qToLittleEndian(static_cast<qint16>(value), sound.data.data() + 2 * frame);
+    }
+    return sound;
+}
+
+struct Release {
+    void operator()(ProjectFile *file) const { file->release(); }
+};
+using SoundsPointer = std::unique_ptr<EmberSounds, Release>;
+
+SoundsPointer makeSounds(int count, StreamCache::Type store)
+{
+    SoundsPointer sounds(new EmberSounds(store));
+    for (int i = 0; i < count; ++i)
+        sounds->insert(sounds->itemCount(), i, makeSound(static_cast<unsigned int>(i)));
+    return sounds;
 }
 
 std::vector<int> randomOrder(int count)
@@ -120,77 +146,159 @@ void crcByKilnx(benchmark::State &state)
 }
 BENCHMARK(crcByKilnx)->Arg(16)->Arg(1024)->Arg(1 << 20);
 
-// Each container is filled, read once in random order, and written out in order.
-void containerByZlib(benchmark::State &state)
+// The times of the three steps in milliseconds, and the peak of the memory in MiB.
+struct Figures {
+    double open = 0;
+    double read = 0;
+    double save = 0;
+    double peak = 0;
+};
+
+// Opens a sound file, reads each sound once in random order, and saves it again.
+Figures useSounds(StreamCache::Type store, const QString &from, const QString &to)
 {
     const std::vector<int> order = randomOrder(itemCount);
-    items();
-    for (auto _ : state) {
-        const PeakMemory memory;
-        std::vector<QByteArray> packed;
-        std::vector<uchar> block(compressBound(itemSize));
-        for (const QByteArray &item : items()) {
-            uLongf size = block.size();
-            compress2(block.data(), &size, reinterpret_cast<const Bytef *>(item.constData()),
-                      itemSize, Z_DEFAULT_COMPRESSION);
-            packed.emplace_back(reinterpret_cast<const char *>(block.data()),
-                                static_cast<int>(size));
-        }
-        const auto unpack = [&](int index) {
-            QByteArray data(itemSize, Qt::Uninitialized);
-            uLongf size = itemSize;
-            uncompress(reinterpret_cast<Bytef *>(data.data()), &size,
-                       reinterpret_cast<const Bytef *>(packed[index].constData()),
-                       static_cast<uLong>(packed[index].size()));
-            return data;
-        };
-        for (const int index : order)
-            benchmark::DoNotOptimize(unpack(index).size());
-        QFile out(QStringLiteral("/dev/null"));
-        out.open(QIODevice::WriteOnly);
-        for (int index = 0; index < itemCount; ++index)
-            out.write(unpack(index));
-        state.counters["peak_MiB"] = memory.mebibytes();
-    }
+    Figures figures;
+    const PeakMemory memory;
+    QElapsedTimer timer;
+    timer.start();
+    const SoundsPointer sounds(new EmberSounds(store));
+    sounds->fromFile(FileSystemArchive::instance(), from, false);
+    figures.open = timer.nsecsElapsed() / 1e6;
+    timer.start();
+    for (const int index : order)
+        benchmark::DoNotOptimize(sounds->itemAt(static_cast<unsigned int>(index))->sample().data);
+    figures.read = timer.nsecsElapsed() / 1e6;
+    timer.start();
+    sounds->toFile(FileSystemArchive::instance(), to, false);
+    figures.save = timer.nsecsElapsed() / 1e6;
+    figures.peak = memory.mebibytes();
+    return figures;
 }
-BENCHMARK(containerByZlib)->Unit(benchmark::kMillisecond);
+
+// The same by hand: the blocks of the same file in a list, and zlib. It finds the blocks as the
+// file's own reader does, and leaves out what comes after zlib: the sum of the differences.
+Figures useZlib(const QString &from, const QString &to)
+{
+    const std::vector<int> order = randomOrder(itemCount);
+    Figures figures;
+    const PeakMemory memory;
+    QElapsedTimer timer;
+    timer.start();
+    QFile in(from);
+    in.open(QIODevice::ReadOnly);
+    QVector<EmberPeal::Entry> entries;
+    EmberPeal::readIndex(&in, entries);
+    std::vector<QByteArray> blocks;
+    for (const EmberPeal::Entry &entry : qAsConst(entries)) {
+        in.seek(entry.offset);
+        blocks.push_back(in.read(entry.size));
+    }
+    figures.open = timer.nsecsElapsed() / 1e6;
+    timer.start();
+    constexpr int announcementSize = 4;
+    for (const int index : order) {
+        const QByteArray &block = blocks[static_cast<size_t>(index)];
+        QByteArray data(itemSize, Qt::Uninitialized);
+        uLongf size = itemSize;
+        uncompress(reinterpret_cast<Bytef *>(data.data()), &size,
+                   reinterpret_cast<const Bytef *>(block.constData()) + announcementSize,
+                   static_cast<uLong>(block.size() - announcementSize));
+        benchmark::DoNotOptimize(data);
+    }
+    figures.read = timer.nsecsElapsed() / 1e6;
+    timer.start();
+    QFile out(to);
+    out.open(QIODevice::WriteOnly);
+    out.write(EmberPeal::head(entries.size()));
+    for (const QByteArray &block : blocks)
+        out.write(block);
+    out.write(EmberPeal::index(entries, static_cast<quint32>(out.pos())));
+    out.close();
+    figures.save = timer.nsecsElapsed() / 1e6;
+    figures.peak = memory.mebibytes();
+    return figures;
+}
+
+// What a child process does: `store` is that of a `StreamCache::Type`, or "zlib".
+int runChild(const QString &store, const QString &from, const QString &to)
+{
+    const Figures figures = store == QLatin1String("zlib")
+                                ? useZlib(from, to)
+                                : useSounds(StreamCache::Type(store.toInt()), from, to);
+    printf("%f %f %f %f\n", figures.open, figures.read, figures.save, figures.peak);
+    return 0;
+}
+
+QByteArray contents(const QString &name)
+{
+    QFile file(name);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// Each container has a process of its own, so that its peak is its own.
+void container(benchmark::State &state, const char *store)
+{
+    static const QTemporaryDir directory;
+    const QString from = directory.filePath(QStringLiteral("container.peal"));
+    const QString to = directory.filePath(QStringLiteral("again.peal"));
+    if (!QFile::exists(from))
+        makeSounds(itemCount, StreamCache::Memory)
+            ->toFile(FileSystemArchive::instance(), from, false);
+    Figures sum;
+    for (auto _ : state) {
+        QFile::remove(to); // a file that is replaced waits for the disk
+        QProcess child;
+        child.start(QCoreApplication::applicationFilePath(),
+                    {childOption, QString::fromLatin1(store), from, to});
+        child.waitForFinished(-1);
+        const QList<QByteArray> answer = child.readAllStandardOutput().trimmed().split(' ');
+        if (answer.size() != 4 || contents(to) != contents(from)) {
+            state.SkipWithError("the file did not come back as it was");
+            return;
+        }
+        const double open = answer[0].toDouble();
+        const double read = answer[1].toDouble();
+        const double save = answer[2].toDouble();
+        sum = {sum.open + open, sum.read + read, sum.save + save, sum.peak + answer[3].toDouble()};
+        state.SetIterationTime((open + read + save) / 1000);
+    }
+    using benchmark::Counter;
+    state.counters["open_ms"] = Counter(sum.open, Counter::kAvgIterations);
+    state.counters["read_ms"] = Counter(sum.read, Counter::kAvgIterations);
+    state.counters["save_ms"] = Counter(sum.save, Counter::kAvgIterations);
+    state.counters["peak_MiB"] = Counter(sum.peak, Counter::kAvgIterations);
+}
+
+void ownProcess(benchmark::internal::Benchmark *benchmark)
+{
+    benchmark->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
+}
+BENCHMARK_CAPTURE(container, zlib, "zlib")->Apply(ownProcess);
+BENCHMARK_CAPTURE(container, MemoryCache, "1")->Apply(ownProcess);
+BENCHMARK_CAPTURE(container, DiskCache, "2")->Apply(ownProcess);
 
 template<class Cache>
-void container(benchmark::State &state)
+std::unique_ptr<Cache> smallItems(int count)
 {
-    const std::vector<int> order = randomOrder(itemCount);
-    items();
-    for (auto _ : state) {
-        const PeakMemory memory;
-        Cache cache;
-        std::vector<StreamCache::Item *> stored;
-        for (const QByteArray &item : items())
-            stored.push_back(cache.addItem(item, 0, nullptr, 0));
-        for (const int index : order)
-            benchmark::DoNotOptimize(cache.itemData(stored[index]).size());
-        QFile out(QStringLiteral("/dev/null"));
-        out.open(QIODevice::WriteOnly);
-        for (StreamCache::Item *item : stored)
-            out.write(cache.itemRawData(item));
-        state.counters["peak_MiB"] = memory.mebibytes();
-    }
-}
-BENCHMARK_TEMPLATE(container, MemoryCache)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(container, DiskCache)->Unit(benchmark::kMillisecond);
-
-std::unique_ptr<MemoryCache> smallItems(int count)
-{
-    auto cache = std::make_unique<MemoryCache>();
+    auto cache = std::make_unique<Cache>();
     for (int i = 0; i < count; ++i)
         cache->addItem(QByteArray::number(i), 9, nullptr, 0);
     return cache;
 }
 
+// Steps of four, to see how the time grows.
+void sizes(benchmark::internal::Benchmark *benchmark)
+{
+    benchmark->Arg(2500)->Arg(10000)->Arg(40000)->Unit(benchmark::kMillisecond);
+}
+
 // What a caller does who adds an item only when there is no equal one: a search for each item.
+template<class Cache>
 void findEachItem(benchmark::State &state)
 {
     const int count = static_cast<int>(state.range(0));
-    const auto cache = smallItems(count);
+    const auto cache = smallItems<Cache>(count);
     const std::vector<int> order = randomOrder(count);
     for (auto _ : state) {
         for (const int index : order)
@@ -198,13 +306,14 @@ void findEachItem(benchmark::State &state)
     }
     state.SetItemsProcessed(state.iterations() * count);
 }
-BENCHMARK(findEachItem)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(findEachItem, MemoryCache)->Apply(sizes);
+BENCHMARK_TEMPLATE(findEachItem, DiskCache)->Apply(sizes);
 
 // The plain method: a scan of the list, comparing the checksums.
 void findEachItemByScan(benchmark::State &state)
 {
     const int count = static_cast<int>(state.range(0));
-    const auto cache = smallItems(count);
+    const auto cache = smallItems<MemoryCache>(count);
     cache->find("none", nullptr); // the checksums are known from now on
     const std::vector<int> order = randomOrder(count);
     const QList<StreamCache::Item *> list = cache->items();
@@ -220,15 +329,16 @@ void findEachItemByScan(benchmark::State &state)
     }
     state.SetItemsProcessed(state.iterations() * count);
 }
-BENCHMARK(findEachItemByScan)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond);
+BENCHMARK(findEachItemByScan)->Arg(2500)->Arg(10000)->Unit(benchmark::kMillisecond);
 
+template<class Cache>
 void removeEachItem(benchmark::State &state)
 {
     const int count = static_cast<int>(state.range(0));
     const std::vector<int> order = randomOrder(count);
     for (auto _ : state) {
         state.PauseTiming();
-        const auto cache = smallItems(count);
+        const auto cache = smallItems<Cache>(count);
         const QList<StreamCache::Item *> list = cache->items();
         state.ResumeTiming();
         for (const int index : order)
@@ -236,8 +346,18 @@ void removeEachItem(benchmark::State &state)
     }
     state.SetItemsProcessed(state.iterations() * count);
 }
-BENCHMARK(removeEachItem)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(removeEachItem, MemoryCache)->Apply(sizes);
+BENCHMARK_TEMPLATE(removeEachItem, DiskCache)->Apply(sizes);
 
 } // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char **argv)
+{
+    QCoreApplication app(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.value(1) == childOption)
+        return runChild(arguments.value(2), arguments.value(3), arguments.value(4));
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

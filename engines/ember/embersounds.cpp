@@ -135,8 +135,8 @@ private:
     Kiln::StreamCacheData *m_data;
 };
 
-EmberSounds::EmberSounds()
-    : Sounds(Kiln::StreamCache::instance(Kiln::StreamCache::Default))
+EmberSounds::EmberSounds(Kiln::StreamCache::Type store)
+    : Sounds(Kiln::StreamCache::instance(store))
 {
     using Kiln::SampleInfo;
     connect(cache(), &Kiln::StreamCache::readFilter, this,
@@ -326,7 +326,8 @@ bool EmberSounds::writeSounds(QIODevice *device)
         entry.name = sound->identifier();
         entries.append(entry);
         offset += bytes.size();
-        ok = ok && offset <= std::numeric_limits<quint32>::max() && Kiln::writeAll(device, bytes);
+        ok = ok && offset <= std::numeric_limits<quint32>::max() &&
+             device->write(bytes) == bytes.size();
     }
     return ok && Kiln::writeAll(device, EmberPeal::index(entries, static_cast<quint32>(offset)));
 }

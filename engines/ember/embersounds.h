@@ -9,15 +9,16 @@ class QIODevice;
 
 /// A sound file of Ember (".peal", see emberpeal.h): the pattern for a container of binary items.
 ///
-/// The sounds lie encoded in the store that the host's option "cache_type" names; opening decodes
-/// none, and saving writes them as they lie. Every change is a step of undo, which keeps the old
-/// item in the store and nothing twice. Made with `new`; release() ends it.
+/// The sounds lie encoded in a store; opening decodes none, and saving writes them as they lie.
+/// Every change is a step of undo, which keeps the old item in the store and nothing twice. Made
+/// with `new`; release() ends it.
 class EMBER_EXPORT EmberSounds : public Kiln::Sounds
 {
     Q_OBJECT
 
 public:
-    EmberSounds();
+    /// `store` is Memory, Disk, or Default for the one that the host's option "cache_type" names.
+    explicit EmberSounds(Kiln::StreamCache::Type store = Kiln::StreamCache::Default);
 
     static constexpr const char *suffix = "peal";
 

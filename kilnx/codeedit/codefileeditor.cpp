@@ -88,7 +88,6 @@ void CodeFileEditor::activate()
         workspace->setDocument(document());
     showTree();
     watchModified();
-    showPlace();
     interface->setEditorWidget(workspace->widget());
 }
 
@@ -103,14 +102,7 @@ void CodeFileEditor::deactivate()
 
 void CodeFileEditor::retranslate()
 {
-    if (active)
-        showPlace();
-}
-
-// The status fields say where the cursor is.
-void CodeFileEditor::showPlace()
-{
-    if (!document())
+    if (!active || !document())
         return;
     const CodeEditor::LinePos place = workspace->editor()->currentLine();
     cursorChanged(QPoint(place.line, place.column));
