@@ -58,6 +58,37 @@ void coverAllIndexes(QImage &image)
     image.setColorTable(table);
 }
 
+/// The picture in the one of our three formats that is nearest. Few or grey colours become
+/// indexes, channels of 16 bits lose their lower half.
+QImage inOwnFormat(const QImage &image)
+{
+    switch (image.format()) {
+    case QImage::Format_Invalid:
+    case QImage::Format_Indexed8:
+    case QImage::Format_RGB32:
+    case QImage::Format_ARGB32:
+        return image;
+    case QImage::Format_Mono:
+    case QImage::Format_MonoLSB:
+        return image.convertToFormat(QImage::Format_Indexed8);
+    case QImage::Format_Grayscale8:
+    case QImage::Format_Grayscale16: {
+        QImage grey = image.convertToFormat(QImage::Format_Grayscale8);
+        QVector<QRgb> ramp;
+        ramp.reserve(256);
+        for (int level = 0; level < 256; ++level)
+            ramp.append(qRgb(level, level, level));
+        // Qt has no conversion of its own that keeps the levels.
+        grey.reinterpretAsFormat(QImage::Format_Indexed8);
+        grey.setColorTable(ramp);
+        return grey;
+    }
+    default:
+        return image.convertToFormat(image.hasAlphaChannel() ? QImage::Format_ARGB32
+                                                             : QImage::Format_RGB32);
+    }
+}
+
 void readWithQt(QIODevice *device, const char *format, QImage &image)
 {
     QImageReader reader(device, format);
@@ -68,7 +99,7 @@ void readWithQt(QIODevice *device, const char *format, QImage &image)
         image = QImage();
         return;
     }
-    image = reader.read();
+    image = inOwnFormat(reader.read());
     clearPadding(image);
     coverAllIndexes(image);
 }
@@ -86,8 +117,9 @@ void readGif(QIODevice *device, QImage &image)
         table.append(qRgb(color.r, color.g, color.b));
     if (first.transparent >= 0 && first.transparent < table.size())
         table[first.transparent] &= 0x00FFFFFF;
-    image = first.image;
-    image.setColorTable(table);
+    QImage picture = first.image;
+    picture.setColorTable(table);
+    image = inOwnFormat(picture);
     coverAllIndexes(image);
 }
 
@@ -175,6 +207,35 @@ void readGifInfo(QIODevice *device, ImageInfo &info)
 }
 
 } // namespace
+
+QImage::Format formatOfDepth(int depth)
+{
+    switch (depth) {
+    case 5:
+    case 8:
+        return QImage::Format_Indexed8;
+    case 24:
+        return QImage::Format_RGB32;
+    case 32:
+        return QImage::Format_ARGB32;
+    default:
+        return QImage::Format_Invalid;
+    }
+}
+
+int packedPixelSize(QImage::Format format)
+{
+    switch (format) {
+    case QImage::Format_Indexed8:
+        return 1;
+    case QImage::Format_RGB32:
+        return 3;
+    case QImage::Format_ARGB32:
+        return 4;
+    default:
+        return 0;
+    }
+}
 
 bool loadImage(QIODevice *device, const char *format, QImage &image)
 {

@@ -21,9 +21,11 @@ struct ImageInfo {
 // at once on devices and pictures of their own. No function closes the device.
 
 /// Reads a picture by its format word; words that are not built in go through the registered
-/// extensions, in their order. 8-bit pictures come as Indexed8 with a colour table, others as
-/// RGB32 or ARGB32. True if `image` is not null afterwards: a picture that it held before stays
-/// (and counts) when a GIF, PCX or extension read fails.
+/// extensions, in their order. Pictures of up to 8 bits, grey ones too, come as Indexed8 with a
+/// colour table, others as RGB32 or ARGB32; of channels of 16 bits the upper 8 are kept. True if
+/// `image` is not null afterwards: a picture that it held before stays (and counts) when a GIF or
+/// extension read fails, or a PCX by its signature or format. It becomes null when a PNG or BMP
+/// cannot be read, and when a PCX claims a size that it cannot fill.
 KILNX_EXPORT bool loadImage(QIODevice *device, const char *format, QImage &image);
 
 /// Writes a picture by its format word. False for a null image, a device that cannot be written,
@@ -40,13 +42,15 @@ KILNX_EXPORT ImageInfo imageInfoFromFile(QIODevice *device, const char *format);
 
 /// PCX version 5 with planes of 8 bits: one plane (indexed, with the palette at the file's end),
 /// three or four. `image` is replaced unless it has the file's size and format. A file that is
-/// cut off gives false and a picture whose missing pixels are 0.
+/// cut off gives false and a picture whose missing pixels are 0. False leaves `image` alone for
+/// another kind of file, and makes it null for a size without area or beyond what the file's
+/// bytes can fill.
 KILNX_EXPORT bool loadPCX(QImage &image, QIODevice *device);
 /// Writes Indexed8, RGB32 and ARGB32; a picture of another format gives a header alone. False
 /// for a null picture and for one wider than 65,535 or higher than 65,536 pixels.
 KILNX_EXPORT bool savePCX(const QImage &image, QIODevice *device);
 
-/// True even when the bytes are no PNG: test `image.isNull()`.
+/// Reads as loadImage() does. True even when the bytes are no PNG: test `image.isNull()`.
 KILNX_EXPORT bool loadPNG(QImage &image, QIODevice *device);
 KILNX_EXPORT bool savePNG(const QImage &image, QIODevice *device);
 

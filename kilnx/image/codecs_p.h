@@ -35,6 +35,10 @@ struct PcxHeader {
 /// The format for a depth of 5, 8, 24 or 32 bits, else Format_Invalid.
 QImage::Format formatOfDepth(int depth);
 
+/// Bytes of a pixel where nothing is left empty: RGB32 counts three although a pixel in memory has
+/// four. 0 for a format that is none of ours.
+int packedPixelSize(QImage::Format format);
+
 /// The bytes of a picture with rows of `rowBytes` and no padding: the picture's own ones when
 /// they are laid out that way, otherwise a copy that `buffer` holds.
 const uchar *packedRows(const QImage &image, int rowBytes, std::vector<uchar> &buffer);

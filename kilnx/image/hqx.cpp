@@ -1,7 +1,5 @@
 #include <kilnx/image/hqx_p.h>
 
-#include <QtCore/QMutex>
-
 extern "C" {
 #include <libavfilter/avfilter.h>
 #include <libavfilter/buffersink.h>
@@ -12,6 +10,7 @@ extern "C" {
 
 #include <cstring>
 #include <memory>
+#include <mutex>
 
 namespace Kiln
 {
@@ -112,9 +111,9 @@ private:
 QImage scaleHqx(const QImage &image, int factor)
 {
     // The last graph is kept: an animation's frames mostly have one size.
-    static QMutex mutex;
+    static std::mutex mutex;
     static std::unique_ptr<HqxGraph> graph;
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard<std::mutex> lock(mutex);
     if (!graph || !graph->isFor(image.size(), factor)) {
         graph.reset();
         graph = std::make_unique<HqxGraph>(image.size(), factor);

@@ -193,36 +193,7 @@ void writePalette(const QVector<QRgb> &colors, ByteWriter &out)
     }
 }
 
-int planesOf(QImage::Format format)
-{
-    switch (format) {
-    case QImage::Format_Indexed8:
-        return 1;
-    case QImage::Format_RGB32:
-        return 3;
-    case QImage::Format_ARGB32:
-        return 4;
-    default:
-        return 0;
-    }
-}
-
 } // namespace
-
-QImage::Format formatOfDepth(int depth)
-{
-    switch (depth) {
-    case 5:
-    case 8:
-        return QImage::Format_Indexed8;
-    case 24:
-        return QImage::Format_RGB32;
-    case 32:
-        return QImage::Format_ARGB32;
-    default:
-        return QImage::Format_Invalid;
-    }
-}
 
 QImage::Format PcxHeader::format() const
 {
@@ -255,15 +226,14 @@ bool loadPCX(QImage &image, QIODevice *device)
     if (header.manufacturer != 10 || header.version != 5)
         return false;
     const QImage::Format format = header.format();
-    const QSize size(header.width(), header.height());
-    if (format == QImage::Format_Invalid || size.isEmpty())
+    if (format == QImage::Format_Invalid)
         return false;
 
+    const QSize size(header.width(), header.height());
     if (image.size() != size || image.format() != format) {
         const qint64 depth = format == QImage::Format_Indexed8 ? 1 : 4;
-        if (!pictureFits(depth * size.width() * size.height(), device, MaxGrowth))
-            return false;
-        image = QImage(size, format);
+        const qint64 bytes = depth * size.width() * size.height();
+        image = pictureFits(bytes, device, MaxGrowth) ? QImage(size, format) : QImage();
         if (image.isNull())
             return false;
     }
@@ -282,7 +252,7 @@ bool savePCX(const QImage &image, QIODevice *device)
     if (image.isNull() || image.width() > 0xFFFF || image.height() > 0x10000 ||
         !openForWriting(device))
         return false;
-    const int planes = planesOf(image.format());
+    const int planes = packedPixelSize(image.format());
     const QImage source = planes > 1 ? image.rgbSwapped() : image;
     const int stride = planes > 1 ? 4 : 1;
     ByteWriter out(device);

@@ -1,10 +1,11 @@
 #include <kilnx/image/imageops.h>
 
+#include <kilnx/image/bilinear_p.h>
+#include <kilnx/image/codecs_p.h>
 #include <kilnx/image/colormatch_p.h>
 #include <kilnx/image/hqx_p.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <vector>
 
@@ -21,22 +22,6 @@ QImage blank(QSize size, QImage::Format format)
     if (!image.isNull())
         std::memset(image.bits(), 0, static_cast<size_t>(image.sizeInBytes()));
     return image;
-}
-
-/// Bytes that the nearest-neighbour filter takes for a pixel and its column; 0 for a format that
-/// it does not know. RGB32 is packed.
-int nearestPixelSize(QImage::Format format)
-{
-    switch (format) {
-    case QImage::Format_Indexed8:
-        return 1;
-    case QImage::Format_RGB32:
-        return 3;
-    case QImage::Format_ARGB32:
-        return 4;
-    default:
-        return 0;
-    }
 }
 
 /// The source position of each target position, in steps of 1/65536.
@@ -66,7 +51,8 @@ QImage resizeNearest(const QImage &image, QSize size)
         return result;
     const std::vector<int> columns = nearestPositions(image.width(), size.width());
     const std::vector<int> rows = nearestPositions(image.height(), size.height());
-    const int pixelSize = nearestPixelSize(image.format());
+    // RGB32 is packed, pixels and columns alike.
+    const int pixelSize = packedPixelSize(image.format());
     for (int y = 0; y < size.height(); ++y) {
         const int row = rows[static_cast<size_t>(y)];
         uchar *target = result.scanLine(y);
@@ -86,125 +72,23 @@ QImage resizeNearest(const QImage &image, QSize size)
     return result;
 }
 
-/// Where a target position lies between two source positions.
-struct Blend {
-    int first;
-    int second;
-    double fraction;
-};
-
-std::vector<Blend> blends(int sourceSize, int targetSize)
-{
-    const double ratio = static_cast<double>(sourceSize) / targetSize;
-    std::vector<Blend> result(static_cast<size_t>(targetSize));
-    for (int i = 0; i < targetSize; ++i) {
-        const double position = i * ratio;
-        const int first = std::min(static_cast<int>(std::floor(position)), sourceSize - 1);
-        const int second = first + 1 < sourceSize ? first + 1 : first;
-        result[static_cast<size_t>(i)] = {first, second, position - first};
-    }
-    return result;
-}
-
-/// Scales between neighbours. Each source row is stretched once and kept for as long as target
-/// rows lie beside it.
-class BilinearScaler
-{
-public:
-    BilinearScaler(const QImage &image, QSize size, const RGBA *palette)
-        : m_image(image)
-        , m_columns(blends(image.width(), size.width()))
-        , m_rowBytes(static_cast<size_t>(size.width()) * sizeof(QRgb))
-    {
-        if (image.format() == QImage::Format_Indexed8) {
-            m_source.resize(static_cast<size_t>(image.width()));
-            std::transform(palette, palette + 256, m_colors, toQRgb);
-        }
-        for (Stretched &row : m_rows)
-            row.bytes.resize(m_rowBytes);
-    }
-
-    /// Writes a row of 0xAARRGGBB.
-    void scale(const Blend &blend, QRgb *target)
-    {
-        const uchar *top = stretched(blend.first, blend.second);
-        const uchar *bottom = stretched(blend.second, blend.first);
-        auto *bytes = reinterpret_cast<uchar *>(target);
-        const double fraction = blend.fraction;
-        const double rest = 1 - fraction;
-        for (size_t i = 0; i < m_rowBytes; ++i)
-            bytes[i] = static_cast<uchar>(static_cast<int>(bottom[i] * fraction + top[i] * rest));
-    }
-
-private:
-    struct Stretched {
-        int row = -1;
-        std::vector<uchar> bytes;
-    };
-
-    /// A stretched row; that of `keep` is not given up for it.
-    const uchar *stretched(int row, int keep)
-    {
-        for (const Stretched &kept : m_rows) {
-            if (kept.row == row)
-                return kept.bytes.data();
-        }
-        Stretched &slot = m_rows[0].row == keep ? m_rows[1] : m_rows[0];
-        slot.row = row;
-        stretch(sourceRow(row), slot.bytes.data());
-        return slot.bytes.data();
-    }
-
-    const uchar *sourceRow(int y)
-    {
-        const uchar *row = m_image.constScanLine(y);
-        if (m_source.empty())
-            return row;
-        for (size_t x = 0; x < m_source.size(); ++x)
-            m_source[x] = m_colors[row[x]];
-        return reinterpret_cast<const uchar *>(m_source.data());
-    }
-
-    void stretch(const uchar *source, uchar *target) const
-    {
-        for (const Blend &column : m_columns) {
-            const uchar *first = source + qptrdiff(column.first) * 4;
-            const uchar *second = source + qptrdiff(column.second) * 4;
-            const double rest = 1 - column.fraction;
-            for (int channel = 0; channel < 4; ++channel)
-                target[channel] = static_cast<uchar>(
-                    static_cast<int>(first[channel] * rest + second[channel] * column.fraction));
-            target += 4;
-        }
-    }
-
-    const QImage &m_image;
-    std::vector<Blend> m_columns;
-    size_t m_rowBytes;
-    QRgb m_colors[256] = {};
-    std::vector<QRgb> m_source; // a row of an indexed picture in true colour
-    Stretched m_rows[2];
-};
-
 QImage resizeBilinear(const QImage &image, QSize size, const RGBA *palette)
 {
     QImage result = blank(size, image.format());
     if (result.isNull())
         return result;
-    const bool isIndexed = image.format() == QImage::Format_Indexed8;
     BilinearScaler scaler(image, size, palette);
+    if (image.format() != QImage::Format_Indexed8) {
+        for (int y = 0; y < size.height(); ++y)
+            scaler.scale(y, reinterpret_cast<QRgb *>(result.scanLine(y)));
+        return result;
+    }
     NearestIndex nearest(palette);
-    std::vector<QRgb> colors(isIndexed ? static_cast<size_t>(size.width()) : 0);
-    const std::vector<Blend> rows = blends(image.height(), size.height());
+    std::vector<QRgb> colors(static_cast<size_t>(size.width()));
     for (int y = 0; y < size.height(); ++y) {
-        uchar *target = result.scanLine(y);
-        if (!isIndexed) {
-            scaler.scale(rows[static_cast<size_t>(y)], reinterpret_cast<QRgb *>(target));
-            continue;
-        }
-        scaler.scale(rows[static_cast<size_t>(y)], colors.data());
-        for (QRgb color : colors)
-            *target++ = nearest.index(color);
+        scaler.scale(y, colors.data());
+        std::transform(colors.cbegin(), colors.cend(), result.scanLine(y),
+                       [&nearest](QRgb color) { return nearest.index(color); });
     }
     return result;
 }
@@ -359,7 +243,7 @@ QImage resizeImage(QImage image, QSize size, RGBA (&palette)[256], ImageResizeFi
 {
     if (image.isNull() || size.isEmpty() || filter < NearestNeighbor || filter > HqBilinear)
         return QImage();
-    if (filter > NearestNeighbor && nearestPixelSize(image.format()) == 0)
+    if (filter > NearestNeighbor && packedPixelSize(image.format()) == 0)
         return QImage();
     const bool bilinear = filter == Bilinear || filter == EpxBilinear || filter == HqBilinear;
     QImage grown = image;

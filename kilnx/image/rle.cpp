@@ -81,21 +81,6 @@ private:
     int m_rowLeft;
 };
 
-/// Bits of a pixel in the stream. RGB32 counts three bytes although a pixel in memory has four.
-int streamBits(QImage::Format format)
-{
-    switch (format) {
-    case QImage::Format_Indexed8:
-        return 8;
-    case QImage::Format_RGB32:
-        return 24;
-    case QImage::Format_ARGB32:
-        return 32;
-    default:
-        return 0;
-    }
-}
-
 } // namespace
 
 const uchar *packedRows(const QImage &image, int rowBytes, std::vector<uchar> &buffer)
@@ -112,8 +97,7 @@ bool loadRLE8(QImage &image, QIODevice *device)
 {
     if (!openForReading(device))
         return false;
-    const qint64 rowBits = qint64(image.width()) * streamBits(image.format());
-    const int rowBytes = static_cast<int>(rowBits / 8);
+    const int rowBytes = image.width() * packedPixelSize(image.format());
     // The padding is a byte of its own in this format.
     RowWriter out(image, rowBytes, static_cast<quint8>(image.bytesPerLine() - rowBytes));
     ByteReader in(device);

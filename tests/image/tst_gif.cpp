@@ -342,6 +342,14 @@ void TestGif::monoFiles()
         QCOMPARE(int(back.format()), int(QImage::Format_Mono));
         back.setColorTable(image.colorTable());
         QCOMPARE(back, image);
+        // Whoever wants a picture gets one byte a pixel, and the background as transparent.
+        QBuffer buffer;
+        buffer.setData(bytes);
+        buffer.open(QIODevice::ReadOnly);
+        QVERIFY(loadImage(&buffer, "GIF", back));
+        QImage bytewise = image.convertToFormat(QImage::Format_Indexed8);
+        bytewise.setColor(0, 0x00102030);
+        QCOMPARE(back, bytewise);
     }
 }
 

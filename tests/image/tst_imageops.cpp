@@ -403,38 +403,48 @@ void TestImageOps::epxChoosesItsSteps()
 
 void TestImageOps::hqEqualsFfmpeg_data()
 {
-    QTest::addColumn<QSize>("size");
+    QTest::addColumn<QImage>("image");
     QTest::addColumn<int>("factor");
-    QTest::newRow("one pixel, hq2x") << QSize(1, 1) << 2;
-    for (int factor : {2, 3, 4})
-        QTest::addRow("sprite, hq%dx", factor) << QSize(33, 18) << factor;
+    std::mt19937 random(6);
+    const QImage sprite = Plain::sprite({33, 18}, 20, random);
+    // Steps of alpha alone, and colours below no alpha, as cut-out sprites have them.
+    QImage cutOut = sprite.convertToFormat(QImage::Format_ARGB32);
+    for (int y = 0; y < cutOut.height(); ++y) {
+        for (int x = 0; x < cutOut.width(); ++x)
+            cutOut.setPixel(x, y,
+                            (cutOut.pixel(x, y) & 0x00FFFFFF) |
+                                QRgb(sprite.pixelIndex(x, y) * 51 % 256) << 24);
+    }
+    QTest::newRow("one pixel, hq2x") << Plain::noise({1, 1}, QImage::Format_RGB32, 0, random) << 2;
+    for (int factor : {2, 3, 4}) {
+        QTest::addRow("indexed, hq%dx", factor) << sprite << factor;
+        QTest::addRow("true colour, hq%dx", factor)
+            << sprite.convertToFormat(QImage::Format_RGB32) << factor;
+        QTest::addRow("alpha, hq%dx", factor) << cutOut << factor;
+        QTest::addRow("any alpha, hq%dx", factor) << translucent({40, 21}, random) << factor;
+    }
 }
 
 void TestImageOps::hqEqualsFfmpeg()
 {
-    QFETCH(QSize, size);
+    QFETCH(QImage, image);
     QFETCH(int, factor);
-    std::mt19937 random(6);
-    const QImage sprite = Plain::sprite(size, 20, random);
-    RGBA palette[256];
-    const QVector<QRgb> colors = sprite.colorTable();
+    RGBA palette[256] = {};
+    const QVector<QRgb> colors = image.colorTable();
     std::transform(colors.cbegin(), colors.cend(), palette, fromQRgb);
     PaletteObject table(&palette);
-    const QImage expected = filteredByFfmpeg(sprite.convertToFormat(QImage::Format_ARGB32), factor);
-    QCOMPARE(expected.size(), size * factor);
-    for (QImage::Format format : Formats) {
-        const QImage image =
-            format == QImage::Format_Indexed8 ? sprite : sprite.convertToFormat(format);
-        const QImage result = resizeImage(image, size * factor, palette, HqNearestNeighbor);
-        QCOMPARE(result.size(), expected.size());
-        for (int y = 0; y < result.height(); ++y) {
-            for (int x = 0; x < result.width(); ++x) {
-                const QRgb color = expected.pixel(x, y);
-                if (format == QImage::Format_Indexed8)
-                    QCOMPARE(result.pixelIndex(x, y), int(table.index(fromQRgb(color))));
-                else
-                    QCOMPARE(result.pixel(x, y), color);
-            }
+    const QImage expected = filteredByFfmpeg(image.convertToFormat(QImage::Format_ARGB32), factor);
+    const QImage result = resizeImage(image, image.size() * factor, palette, HqNearestNeighbor);
+    QCOMPARE(result.size(), image.size() * factor);
+    QCOMPARE(result.size(), expected.size());
+    for (int y = 0; y < result.height(); ++y) {
+        const auto *wanted = reinterpret_cast<const QRgb *>(expected.constScanLine(y));
+        const auto *row = reinterpret_cast<const QRgb *>(result.constScanLine(y));
+        for (int x = 0; x < result.width(); ++x) {
+            if (image.format() == QImage::Format_Indexed8)
+                QCOMPARE(result.pixelIndex(x, y), int(table.index(fromQRgb(wanted[x]))));
+            else
+                QCOMPARE(row[x], wanted[x]);
         }
     }
 }
