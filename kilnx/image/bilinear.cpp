@@ -30,10 +30,51 @@ void mixExactly(const Pairs &pairs, QRgb *target, size_t count)
     }
 }
 
-template<class Pairs>
-void mixPlainly(const Pairs &pairs, QRgb *target, size_t count)
+#if defined(__x86_64__) && defined(__GNUC__)
+
+[[gnu::target("avx2")]] inline __m256d channels(QRgb pixel)
 {
-    for (size_t i = 0; i < count; ++i) {
+    return _mm256_cvtepi32_pd(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(static_cast<int>(pixel))));
+}
+
+/// The four channels at once, by the operations that single ones take; without fused ones, which
+/// would round less.
+template<class Pairs>
+[[gnu::target("avx2")]] inline __m128i mixedChannels(const Pairs &pairs, size_t i)
+{
+    const __m256d fraction = _mm256_set1_pd(pairs.blend(i).fraction);
+    const __m256d rest = _mm256_sub_pd(_mm256_set1_pd(1), fraction);
+    return _mm256_cvttpd_epi32(_mm256_add_pd(_mm256_mul_pd(channels(pairs.first(i)), rest),
+                                             _mm256_mul_pd(channels(pairs.second(i)), fraction)));
+}
+
+/// Mixes as many pixels as fill whole vectors and returns their number.
+template<class Pairs>
+[[gnu::target("avx2")]] size_t mixVectors(const Pairs &pairs, QRgb *target, size_t count)
+{
+    constexpr size_t step = 4;
+    size_t i = 0;
+    for (; i + step <= count; i += step) {
+        const __m128i left = _mm_packus_epi32(mixedChannels(pairs, i), mixedChannels(pairs, i + 1));
+        const __m128i right =
+            _mm_packus_epi32(mixedChannels(pairs, i + 2), mixedChannels(pairs, i + 3));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(target + i), _mm_packus_epi16(left, right));
+    }
+    return i;
+}
+
+#endif
+
+/// Mixes pairs of pixels of any shares.
+template<class Pairs>
+void mix(const Pairs &pairs, QRgb *target, size_t count)
+{
+    size_t i = 0;
+#if defined(__x86_64__) && defined(__GNUC__)
+    if (__builtin_cpu_supports("avx2"))
+        i = mixVectors(pairs, target, count);
+#endif
+    for (; i < count; ++i) {
         const QRgb first = pairs.first(i);
         const QRgb second = pairs.second(i);
         const double fraction = pairs.blend(i).fraction;
@@ -46,42 +87,6 @@ void mixPlainly(const Pairs &pairs, QRgb *target, size_t count)
         }
         target[i] = mixed;
     }
-}
-
-#if defined(__x86_64__) && defined(__GNUC__)
-
-[[gnu::target("avx2")]] inline __m256d channels(QRgb pixel)
-{
-    return _mm256_cvtepi32_pd(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(static_cast<int>(pixel))));
-}
-
-/// The same operations on the four channels at once; without fused ones, which would round less.
-template<class Pairs>
-[[gnu::target("avx2")]] void mixByFour(const Pairs &pairs, QRgb *target, size_t count)
-{
-    for (size_t i = 0; i < count; ++i) {
-        const __m256d fraction = _mm256_set1_pd(pairs.blend(i).fraction);
-        const __m256d rest = _mm256_sub_pd(_mm256_set1_pd(1), fraction);
-        const __m128i mixed =
-            _mm256_cvttpd_epi32(_mm256_add_pd(_mm256_mul_pd(channels(pairs.first(i)), rest),
-                                              _mm256_mul_pd(channels(pairs.second(i)), fraction)));
-        const __m128i words = _mm_packus_epi32(mixed, mixed);
-        target[i] = static_cast<QRgb>(_mm_cvtsi128_si32(_mm_packus_epi16(words, words)));
-    }
-}
-
-#endif
-
-template<class Pairs>
-void mix(const Pairs &pairs, QRgb *target, size_t count)
-{
-#if defined(__x86_64__) && defined(__GNUC__)
-    if (__builtin_cpu_supports("avx2")) {
-        mixByFour(pairs, target, count);
-        return;
-    }
-#endif
-    mixPlainly(pairs, target, count);
 }
 
 } // namespace

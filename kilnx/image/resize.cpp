@@ -219,20 +219,18 @@ QImage growHq(const QImage &image, QSize size, const RGBA *palette)
         source.setColorTable(table);
     }
     const float factor = growth(image, size);
-    const QImage scaled = scaleHqx(source.convertToFormat(QImage::Format_ARGB32),
-                                   factor > 3.0f ? 4 : (factor > 2.0f ? 3 : 2));
+    QImage scaled = scaleHqx(source.convertToFormat(QImage::Format_ARGB32),
+                             factor > 3.0f ? 4 : (factor > 2.0f ? 3 : 2));
+    if (!isIndexed) {
+        scaled.reinterpretAsFormat(image.format());
+        return scaled;
+    }
     QImage result = blank(scaled.size(), image.format());
-    if (result.isNull())
-        return result;
     NearestIndex nearest(palette);
-    for (int y = 0; y < scaled.height(); ++y) {
+    for (int y = 0; y < result.height(); ++y) {
         const QRgb *row = pixelRow<QRgb>(scaled, y);
-        uchar *target = result.scanLine(y);
-        if (isIndexed)
-            std::transform(row, row + scaled.width(), target,
-                           [&nearest](QRgb color) { return nearest.index(color); });
-        else
-            std::memcpy(target, row, static_cast<size_t>(scaled.width()) * sizeof(QRgb));
+        std::transform(row, row + scaled.width(), result.scanLine(y),
+                       [&nearest](QRgb color) { return nearest.index(color); });
     }
     return result;
 }

@@ -11,6 +11,9 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         Input device(data, size);
         QImage image;
         Kiln::loadImage(&device, format, image);
+        require(image.format() == QImage::Format_Invalid ||
+                image.format() == QImage::Format_Indexed8 ||
+                image.format() == QImage::Format_RGB32 || image.format() == QImage::Format_ARGB32);
         if (image.format() != QImage::Format_Indexed8 || image.colorCount() == 0)
             continue;
         for (int y = 0; y < image.height(); ++y) {
