@@ -33,6 +33,18 @@ void rewrite(const CodeNode *node, const QString &code)
     cursor.setPosition(block.position() + range.begin);
     cursor.setPosition(block.position() + range.end, QTextCursor::KeepAnchor);
     document->insertOnCursor(code, cursor);
+    document->catchUp();
+}
+
+/// Takes a clause out if it says what holds without it, and those that repeat it in any case.
+void tidyClause(const CodeNode *node, const char *word, bool isPlain)
+{
+    const Line line = lineOf(node);
+    const Clause *clause = line.clause(QLatin1String(word));
+    if (!clause)
+        return;
+    const QString arguments = QLatin1String("") + clause->arguments;
+    rewrite(node, line.withClause(QLatin1String(word), isPlain ? QString() : arguments));
 }
 
 QString indentOf(const CodeNode *node)
@@ -54,6 +66,43 @@ QRect sayable(const QRect &rect)
     return QRect(normal.left(), normal.top(),
                  int(std::min<qint64>(normal.width(), most - std::max(normal.left(), 0))),
                  int(std::min<qint64>(normal.height(), most - std::max(normal.top(), 0))));
+}
+
+/// Whether a value is a text, or a whole number, which is an identifier as well.
+bool isName(const QVariant &value)
+{
+    const int type = value.userType();
+    return type == QMetaType::QString || type == QMetaType::Int || type == QMetaType::UInt;
+}
+
+bool isFlag(const QVariant &value)
+{
+    return value.userType() == QMetaType::Bool;
+}
+
+/// Also a text that reads as a number.
+bool isReal(const QVariant &value)
+{
+    bool isNumber = false;
+    value.toReal(&isNumber);
+    return isNumber && !isFlag(value);
+}
+
+bool isWhole(const QVariant &value)
+{
+    const qreal number = value.toReal();
+    if (!isReal(value) || !(std::abs(number) <= std::numeric_limits<int>::max()))
+        return false;
+    bool isWhole = false;
+    return value.toInt(&isWhole) == number && isWhole;
+}
+
+/// Whether a value is two numbers that are whole numbers when rounded.
+bool isWholePoint(const QVariant &value)
+{
+    constexpr qreal most = 1e9;
+    const QPointF point = value.toPointF();
+    return value.canConvert<QPoint>() && std::abs(point.x()) < most && std::abs(point.y()) < most;
 }
 
 /// The real that reads back from the text of `number`.
@@ -136,25 +185,39 @@ ContactBoxCode *EmberBoxes::at(unsigned int index) const
 
 ContactBoxCode *EmberBoxes::add(const QRect &rect)
 {
+    const int countBefore = boxes().size();
+    append({rect});
+    const QVector<EmberBox *> after = boxes();
+    return after.size() > countBefore ? after.last() : nullptr;
+}
+
+/// In one edit: below the last box of the kind, or directly above the frame.
+void EmberBoxes::append(const QVector<QRect> &rects)
+{
     Kiln::CodeDocument *document = m_frame->document();
-    if (!document)
-        return nullptr;
+    if (!document || rects.isEmpty())
+        return;
+    const QString start = indentOf(m_frame) + boxWord(m_type) + QLatin1String(": ");
+    QStringList lines;
+    for (const QRect &rect : rects)
+        lines.append(start + boxText(sayable(rect)));
+    const QString text = lines.join(QLatin1Char('\n'));
     const QVector<EmberBox *> before = boxes();
-    const QString text =
-        indentOf(m_frame) + boxWord(m_type) + QLatin1String(": ") + boxText(sayable(rect));
     if (before.isEmpty())
         document->insertBefore(m_frame, text, true);
     else
         document->insertAfter(before.last(), text, true);
-    const QVector<EmberBox *> after = boxes();
-    return after.size() > before.size() ? after.last() : nullptr;
+    document->catchUp();
 }
 
 void EmberBoxes::remove(ContactBoxCode *box)
 {
     const int index = indexOf(box);
-    if (index >= 0)
-        boxes().at(index)->remove(false);
+    Kiln::CodeDocument *document = m_frame->document();
+    if (index < 0 || !document)
+        return;
+    boxes().at(index)->remove(false);
+    document->catchUp();
 }
 
 void EmberBoxes::setRects(const QVector<QRect> &rects)
@@ -166,12 +229,9 @@ void EmberBoxes::setRects(const QVector<QRect> &rects)
     const QVector<EmberBox *> old = boxes();
     for (int i = old.size() - 1; i >= rects.size(); --i)
         old.at(i)->remove(false);
-    for (int i = 0; i < rects.size(); ++i) {
-        if (i < old.size())
-            old.at(i)->setRect(rects.at(i));
-        else
-            add(rects.at(i));
-    }
+    for (int i = std::min(old.size(), rects.size()) - 1; i >= 0; --i)
+        old.at(i)->setRect(rects.at(i));
+    append(rects.mid(old.size()));
     document->endChange();
 }
 
@@ -229,15 +289,18 @@ void EmberFrame::setFlip(Flip flip)
 void EmberFrame::setLoopPoint(bool loopPoint)
 {
     Kiln::CodeDocument *text = document();
-    if (loopPoint == m_values.loopPoint || !text)
+    if (!text)
         return;
     text->beginChange();
     if (loopPoint && parent()) {
         const auto frames = static_cast<EmberAnimation *>(parent())->frames();
-        for (Kiln::FrameCode *frame : frames)
-            frame->setLoopPoint(false);
+        for (Kiln::FrameCode *frame : frames) {
+            if (frame != this)
+                frame->setLoopPoint(false);
+        }
     }
-    setClause("loop", loopPoint ? QLatin1String("") : QString());
+    if (loopPoint != m_values.loopPoint)
+        setClause("loop", loopPoint ? QLatin1String("") : QString());
     text->endChange();
 }
 
@@ -265,18 +328,17 @@ QVariant EmberFrame::property(const QString &name)
 
 void EmberFrame::setProperty(const QString &name, const QVariant &value)
 {
-    bool isNumber = true;
     switch (propertyNames().indexOf(name)) {
     case 0:
-        setIdentifier(value.toString());
+        if (isName(value))
+            setIdentifier(value.toString());
         break;
     case 1:
-        if (value.canConvert<QPoint>())
+        if (isWholePoint(value))
             setOffset(value.toPoint());
         break;
     case 2:
-        value.toInt(&isNumber);
-        if (isNumber)
+        if (isWhole(value))
             setDelay(value.toInt());
         break;
     case 3:
@@ -284,17 +346,16 @@ void EmberFrame::setProperty(const QString &name, const QVariant &value)
             setScale(value.toPointF());
         break;
     case 4:
-        value.toReal(&isNumber);
-        if (isNumber)
+        if (isReal(value))
             setAngle(value.toReal());
         break;
     case 5:
-        value.toInt(&isNumber);
-        if (isNumber)
+        if (isWhole(value))
             setFlip(static_cast<Flip>(value.toInt() & FlipBoth));
         break;
     case 6:
-        setLoopPoint(value.toBool());
+        if (isFlag(value))
+            setLoopPoint(value.toBool());
         break;
     default:
         break;
@@ -312,16 +373,12 @@ void EmberFrame::update(const FrameValues &values)
 void EmberFrame::optimize()
 {
     const FrameValues plain;
-    if (m_values.offset == plain.offset)
-        setClause("at", QString());
-    if (m_values.delay == plain.delay)
-        setClause("for", QString());
-    if (m_values.scale == plain.scale)
-        setClause("scale", QString());
-    if (m_values.angle == plain.angle)
-        setClause("angle", QString());
-    if (m_values.flip == plain.flip)
-        setClause("flip", QString());
+    tidyClause(this, "at", m_values.offset == plain.offset);
+    tidyClause(this, "for", m_values.delay == plain.delay);
+    tidyClause(this, "scale", m_values.scale == plain.scale);
+    tidyClause(this, "angle", m_values.angle == plain.angle);
+    tidyClause(this, "flip", m_values.flip == plain.flip);
+    tidyClause(this, "loop", m_values.loopPoint == plain.loopPoint);
 }
 
 EmberAnimation::EmberAnimation(CodeNode *previous, const AnimationValues &values)
@@ -371,15 +428,19 @@ QVariant EmberAnimation::property(const QString &name)
 void EmberAnimation::setProperty(const QString &name, const QVariant &value)
 {
     if (name == QLatin1String("Identifier")) {
-        setName(value.toString());
+        if (isName(value))
+            setName(value.toString());
     } else if (name == QLatin1String("Title")) {
         const QString text = nameText(value.toString());
-        setClause("title", text.isEmpty() ? QString() : text);
+        if (isName(value))
+            setClause("title", text.isEmpty() ? QString() : text);
     } else if (name == QLatin1String("Layer")) {
         const int layer = qBound(0, value.toInt(), 9);
-        setClause("layer", layer == 0 ? QString() : QString::number(layer));
+        if (isWhole(value))
+            setClause("layer", layer == 0 ? QString() : QString::number(layer));
     } else if (name == QLatin1String("Once")) {
-        setClause("once", value.toBool() ? QLatin1String("") : QString());
+        if (isFlag(value))
+            setClause("once", value.toBool() ? QLatin1String("") : QString());
     } else {
         AnimationCode::setProperty(name, value);
     }
@@ -413,6 +474,7 @@ Kiln::FrameCode *EmberAnimation::insertFrame(unsigned int index, const QString &
         text->insertBefore(frameAt(row), frame, false);
     else
         text->insertAfter(above ? static_cast<const CodeNode *>(above) : this, frame, true);
+    text->catchUp();
     return frameCount() > count ? frameAt(row) : nullptr;
 }
 
@@ -423,6 +485,9 @@ int EmberAnimation::optimize()
         return 0;
     const int countBefore = text->blockCount();
     text->beginChange();
+    tidyClause(this, "title", m_values.title.isEmpty());
+    tidyClause(this, "layer", m_values.layer == 0);
+    tidyClause(this, "once", !m_values.once);
     const auto frames = this->frames();
     for (Kiln::FrameCode *frame : frames)
         static_cast<EmberFrame *>(frame)->optimize();

@@ -46,6 +46,7 @@ public:
     void setRects(const QVector<QRect> &rects) override;
 
 private:
+    void append(const QVector<QRect> &rects);
     QVector<EmberBox *> boxes() const;
 
     EmberFrame *m_frame;
@@ -79,7 +80,7 @@ public:
 
     /// Takes what the line says now. For the parser.
     void update(const EmberAnimationText::FrameValues &values);
-    /// Takes out clauses that say what holds without them.
+    /// Takes out clauses that say what holds without them, and those that do not count.
     void optimize();
 
 private:
@@ -112,7 +113,8 @@ public:
 
     int firstLine() const override;
     Kiln::FrameCode *insertFrame(unsigned int index, const QString &identifier) override;
-    /// Takes out clauses that say nothing, boxes below the last frame and doubled blank lines.
+    /// Takes out clauses that say nothing or do not count, boxes below the last frame and doubled
+    /// blank lines.
     int optimize() override;
 
     /// Takes what the line says now. For the parser.

@@ -241,15 +241,22 @@ QString Line::withClause(const QString &word, const QString &arguments) const
 {
     QString code = this->code();
     const QString clauseText = arguments.isEmpty() ? word : word + QLatin1Char(' ') + arguments;
-    const Clause *old = clause(word);
-    if (!old)
-        return arguments.isNull() ? code : code + QLatin1String(", ") + clauseText;
-    const int begin = old->range.begin - parts.code.begin;
-    const int end = old->range.end - parts.code.begin;
-    if (!arguments.isNull())
-        return code.replace(begin, end - begin, clauseText);
-    const int comma = code.lastIndexOf(QLatin1Char(','), begin);
-    return code.remove(comma, end - comma).trimmed();
+    const Clause *kept = arguments.isNull() ? nullptr : clause(word);
+    if (!kept && !arguments.isNull())
+        return code + QLatin1String(", ") + clauseText;
+    // The last one first: the ranges of those before it stay right.
+    for (auto old = clauses.crbegin(); old != clauses.crend(); ++old) {
+        if (old->word != word)
+            continue;
+        const int begin = old->range.begin - parts.code.begin;
+        const int end = old->range.end - parts.code.begin;
+        const int comma = code.lastIndexOf(QLatin1Char(','), begin);
+        if (&*old == kept)
+            code.replace(begin, end - begin, clauseText);
+        else
+            code.remove(comma, end - comma);
+    }
+    return code.trimmed();
 }
 
 bool AnimationValues::operator==(const AnimationValues &other) const

@@ -51,8 +51,9 @@ struct EMBER_EXPORT Line {
     const Clause *clause(const QString &word) const;
     /// The code of the line, without indent and comment, with another subject.
     QString withSubject(const QString &newSubject) const;
-    /// The same with a clause set: in its place if there is one of that word, else last. Null
-    /// `arguments` take it out, empty ones make it a bare word.
+    /// The same with a clause set: in the place of the first of that word, else last. Null
+    /// `arguments` take it out, empty ones make it a bare word. Further clauses of the word, which
+    /// do not count, go: they would count once the first one is gone.
     QString withClause(const QString &word, const QString &arguments) const;
 
 private:

@@ -6,6 +6,7 @@
 
 EmberAnimations::EmberAnimations(EmberDocument *document)
     : Animations(document)
+    , m_remarks(document, this)
 {
     document->registerDocumentEditor(this, Kiln::CodeNode::Animation, 0);
 }
@@ -31,4 +32,27 @@ QString EmberAnimations::animationTemplate() const
 void EmberAnimations::release()
 {
     delete this;
+}
+
+void EmberAnimations::insertChild(Kiln::CodeNode *node, unsigned int index)
+{
+    m_remarks.changed(node);
+    Animations::insertChild(node, index);
+}
+
+void EmberAnimations::removeChild(Kiln::CodeNode *node)
+{
+    m_remarks.gone(node);
+    Animations::removeChild(node);
+}
+
+void EmberAnimations::childChanged(Kiln::CodeNode *node)
+{
+    m_remarks.changed(node);
+    Animations::childChanged(node);
+}
+
+void EmberAnimations::linesHighlighted(const QTextBlock &first, const QTextBlock &last)
+{
+    m_remarks.check(first, last);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "animationremarks.h"
 #include "export.h"
 
 #include <kilnx/code/animations.h>
@@ -18,7 +19,14 @@ public:
     QString freeIdentifier() const override;
     QString animationTemplate() const override;
     void release() override;
+    void insertChild(Kiln::CodeNode *node, unsigned int index) override;
+    void removeChild(Kiln::CodeNode *node) override;
+    void childChanged(Kiln::CodeNode *node) override;
+    /// Lines of the document have been edited: remarks on lines that no longer fit together.
+    void linesHighlighted(const QTextBlock &first, const QTextBlock &last);
 
 private:
     ~EmberAnimations() override;
+
+    AnimationRemarks m_remarks;
 };

@@ -137,3 +137,9 @@ int EmberDocument::foldingKind(const QString &line)
         return 2;
     }
 }
+
+void EmberDocument::linesHighlighted(const QTextBlock &first, const QTextBlock &last)
+{
+    if (EmberAnimations *list = animations())
+        list->linesHighlighted(first, last);
+}

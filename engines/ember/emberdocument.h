@@ -52,4 +52,5 @@ protected:
     ~EmberDocument() override;
     const char *fileExtension() const override;
     int foldingKind(const QString &line) override;
+    void linesHighlighted(const QTextBlock &first, const QTextBlock &last) override;
 };

@@ -93,8 +93,10 @@ QString AnimationCode::code() const
 void AnimationCode::setCode(const QString &text)
 {
     CodeDocument *const owner = document();
-    if (owner)
-        owner->insertOnCursor(text.trimmed() + QLatin1String("\n\n"), selectAll());
+    if (!owner)
+        return;
+    owner->insertOnCursor(text.trimmed() + QLatin1String("\n\n"), selectAll());
+    owner->catchUp();
 }
 
 FrameCode *AnimationCode::frameAt(unsigned int index) const
@@ -109,8 +111,12 @@ int AnimationCode::indexOfFrame(const FrameCode *frame) const
 
 void AnimationCode::removeFrame(unsigned int index)
 {
-    if (FrameCode *const frame = frameAt(index))
-        frame->remove(true);
+    CodeDocument *const owner = document();
+    FrameCode *const frame = frameAt(index);
+    if (!owner || !frame)
+        return;
+    frame->remove(true);
+    owner->catchUp();
 }
 
 unsigned int AnimationCode::childCount() const

@@ -38,6 +38,25 @@ QString withoutLastLineEnd(QString text)
     return text;
 }
 
+/// `text` with each line of the template that holds the identifier, wherever it stands, filled with
+/// `to` instead of `from`. A longer identifier that starts with `from` is another one.
+QString renamed(QString text, const QString &pattern, const QString &from, const QString &to)
+{
+    const QStringList lines = pattern.split(QLatin1Char('\n')).filter(QStringLiteral("%1"));
+    for (const QString &line : lines) {
+        const QString form = line.trimmed();
+        const QString old = form.arg(from);
+        const bool endsInWord = !old.isEmpty() && old.back().isLetterOrNumber();
+        const QRegularExpression expression(
+            QRegularExpression::escape(old) + (endsInWord ? QStringLiteral("(?!\\w)") : QString()),
+            QRegularExpression::CaseInsensitiveOption |
+                QRegularExpression::UseUnicodePropertiesOption);
+        if (form != QLatin1String("%1"))
+            text.replace(expression, form.arg(to));
+    }
+    return text;
+}
+
 /// Identifiers of one kind, in list order and sorted at the same time, with the rows they are at.
 template<typename Key, typename Less>
 class SortedRows
@@ -132,6 +151,7 @@ AnimationCode *Animations::add(const QString &name)
 {
     const bool lineIsOpen = m_document->lastBlock().length() > 1;
     m_document->insert((lineIsOpen ? QStringLiteral("\n") : QString()) + newText(name));
+    m_document->catchUp();
     return m_record->animations.isEmpty() ? nullptr : m_record->animations.last();
 }
 
@@ -141,13 +161,16 @@ AnimationCode *Animations::insert(unsigned int index, const QString &name)
     if (!next)
         return add(name);
     m_document->insertBefore(next, newText(name), false);
+    m_document->catchUp();
     return at(index);
 }
 
 void Animations::remove(unsigned int index)
 {
-    if (AnimationCode *const animation = at(index))
+    if (AnimationCode *const animation = at(index)) {
         animation->remove(true);
+        m_document->catchUp();
+    }
 }
 
 void Animations::duplicate(unsigned int index, const QString &identifier)
@@ -156,26 +179,22 @@ void Animations::duplicate(unsigned int index, const QString &identifier)
     if (!animation)
         return;
     QString text = textOf(animation->selectAll());
-    if (!identifier.isEmpty()) {
-        const QStringList lines = animationTemplate().split(QLatin1Char('\n'));
-        const QString header = lines.filter(QStringLiteral("%1")).value(0).trimmed();
-        if (!header.isEmpty())
-            text.replace(header.arg(identifierOf(animation)), header.arg(identifier),
-                         Qt::CaseInsensitive);
-    }
+    if (!identifier.isEmpty())
+        text = renamed(text, animationTemplate(), identifierOf(animation), identifier);
     QTextCursor cursor = m_document->cursor();
     const CodeNode *const next = animation->next(CodeNode::Animation, 0);
     if (!next) {
         cursor.movePosition(QTextCursor::End);
         const bool lineIsOpen = m_document->lastBlock().length() > 1;
         m_document->insertOnCursor((lineIsOpen ? QStringLiteral("\n") : QString()) + text, cursor);
-        return;
+    } else {
+        // At the end of the line above rather than at the start of the next animation, which would
+        // leave that animation's node to the copy.
+        const QTextBlock above = m_document->findBlockByNumber(next->firstLine() - 1);
+        cursor.setPosition(above.position() + above.length() - 1);
+        m_document->insertOnCursor(QLatin1Char('\n') + withoutLastLineEnd(text), cursor);
     }
-    // At the end of the line above rather than at the start of the next animation, which would
-    // leave that animation's node to the copy.
-    const QTextBlock above = m_document->findBlockByNumber(next->firstLine() - 1);
-    cursor.setPosition(above.position() + above.length() - 1);
-    m_document->insertOnCursor(QLatin1Char('\n') + withoutLastLineEnd(text), cursor);
+    m_document->catchUp();
 }
 
 void Animations::move(unsigned int from, unsigned int to)
@@ -195,9 +214,10 @@ void Animations::move(unsigned int from, unsigned int to)
     else
         m_document->insertAfter(at(to - 1), text, false);
     m_document->endChange();
+    m_document->catchUp();
     endMoveRows();
     m_record->moving = false;
-    // Without "parseCode" the node comes back only when the outermost bracket closes.
+    // Without "parseCode", in an edit block that a cursor opened, the node comes back with its end.
     if (m_record->animations.size() != countBefore) {
         beginResetModel();
         endResetModel();
@@ -262,7 +282,7 @@ Archive &Animations::archive() const
 
 Project *Animations::project() const
 {
-    return m_document->ProjectFile::project();
+    return static_cast<const ProjectFile *>(m_document)->project();
 }
 
 unsigned int Animations::capabilities() const

@@ -45,6 +45,8 @@ CodeDocument::~CodeDocument()
 
 void CodeDocument::beginChange()
 {
+    if (d->changeDepth == 0)
+        d->undoStepsBefore = availableUndoSteps();
     d->cursor.beginEditBlock();
     ++d->changeDepth;
 }
@@ -61,6 +63,20 @@ void CodeDocument::endChange()
 bool CodeDocument::isCodeBeingChanged() const
 {
     return d->changeDepth != 0;
+}
+
+/// Qt parses when its outermost edit block closes. An edit block without an edit cannot be opened
+/// again: that would open the one before it.
+void CodeDocument::catchUp()
+{
+    const bool isEdited = !isUndoRedoEnabled() || availableUndoSteps() != d->undoStepsBefore;
+    if (d->changeDepth == 0 || !isEdited || d->option(QStringLiteral("parseCode")))
+        return;
+    for (int depth = d->changeDepth; depth > 0; --depth)
+        d->cursor.endEditBlock();
+    d->cursor.joinPreviousEditBlock();
+    for (int depth = d->changeDepth; depth > 1; --depth)
+        d->cursor.beginEditBlock();
 }
 
 void CodeDocument::undo()
@@ -290,6 +306,10 @@ void CodeDocument::setSyntaxHighlight(bool enabled)
 }
 
 void CodeDocument::blockHighlighted()
+{
+}
+
+void CodeDocument::linesHighlighted(const QTextBlock &, const QTextBlock &)
 {
 }
 

@@ -79,6 +79,10 @@ public:
     void beginChange() override;
     void endChange() override;
     bool isCodeBeingChanged() const;
+    /// Within a bracket of changes and without "parseCode", parses what the bracket has edited so
+    /// far, for whoever goes on by rows and nodes. Undo still takes the bracket back in one step.
+    /// Nothing elsewhere, where the tree is up to date anyway.
+    void catchUp();
     void undo() override;
     void redo() override;
     /// A copy of the document's own cursor.
@@ -132,6 +136,10 @@ public:
     /// Replaces the format of a token for all documents, for lines that are parsed from now on.
     static void setSyntaxFormat(CodeParserSyntax::TokenType type, const QTextCharFormat &format);
     static QTextCharFormat syntaxFormat(CodeParserSyntax::TokenType type);
+    /// Gives a line messages that its text alone does not tell, such as a name that is taken
+    /// elsewhere, in place of those given before. They stand behind the parser's, are not painted,
+    /// and go when the line is parsed again.
+    void setRemarks(const QTextBlock &line, const QVector<CodeBlockData::SyntaxMessage> &remarks);
     /// Parses every line again with the node that it has.
     void rehighlight();
 
@@ -144,6 +152,10 @@ protected:
     /// What `line` is to the folding of the view: 0 a plain line, 1 a section's head, 2 a line of a
     /// section's body; plus 4 on a head for an outermost section.
     virtual int foldingKind(const QString &line) = 0;
+    /// Called once after each edit, load or reparse, when tree and text are in step, with the range
+    /// of lines that were visited. A line that went lay in or beside it. The place for
+    /// setRemarks().
+    virtual void linesHighlighted(const QTextBlock &first, const QTextBlock &last);
 
     /// Releases all nodes and parses every line anew.
     void reparse();

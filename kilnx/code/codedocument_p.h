@@ -22,6 +22,8 @@ struct CodeBlockRecord {
     unsigned int foldingIndent = 0;
     QTextBlock block;
     QVector<CodeBlockData::SyntaxMessage> syntaxMessages;
+    /// How many of them, the last ones, are CodeDocument::setRemarks().
+    int remarkCount = 0;
     QVector<CodeBlockData::Parenthesis> parenthesis;
     /// What CodeDocument::foldingKind() said of the line when it was parsed last.
     int foldingKind = 0;
@@ -84,6 +86,7 @@ public:
     void leaveBlock(CodeBlockData *data);
     /// Adds a message to a line that was found outside its parse; it goes with the next parse.
     void addMessage(const QTextBlock &block, const CodeBlockData::SyntaxMessage &message);
+    void setRemarks(const QTextBlock &block, const QVector<CodeBlockData::SyntaxMessage> &remarks);
     /// How many children of the root of the kind of `node` stand before it; it is counted itself
     /// from then on.
     unsigned int insertOfKind(CodeNode *node);
@@ -100,6 +103,8 @@ public:
     CodeBlockData *current = nullptr;
     QTextCursor cursor;
     quint16 changeDepth = 0;
+    /// QTextDocument::availableUndoSteps() when the outermost bracket opened.
+    int undoStepsBefore = 0;
     quint16 updateLock = 0;
     int messageCounts[3] = {0, 0, 0};
     QVector<CodeBlockData::SyntaxMessage> pendingMessages;
@@ -141,6 +146,10 @@ private:
     void mark(int kind, TokenType type, const QString &text, int begin, int end);
     void linkMessages(CodeBlockData *data, QVector<CodeBlockData::SyntaxMessage> &messages);
     void dropMessages(CodeBlockData *data);
+    void replaceMessages(CodeBlockData *data,
+                         QVector<CodeBlockData::SyntaxMessage> messages,
+                         int remarkCount);
+    void tellOfVisit();
     CodeBlockData *nextOf(const MessagePlace &place) const;
     bool isUnchanged(const CodeBlockRecord *line, const QString &text) const;
     CodeBlockRecord::Parsed present(const QString &text) const;
@@ -155,5 +164,9 @@ private:
     QTextBlock sequenceBlock;
     CodeNode *sequenceNode = nullptr;
     mutable int highlighting = -1;
+    /// Positions of the first and the last line that were visited since the last update; -1 for
+    /// none.
+    int firstVisited = -1;
+    int lastVisited = -1;
 };
 } // namespace Kiln

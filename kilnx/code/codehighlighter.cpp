@@ -43,10 +43,22 @@ void CodeDocumentPrivate::beginUpdate()
 
 void CodeDocumentPrivate::endUpdate()
 {
+    if (updateLock == 1)
+        tellOfVisit();
     if (--updateLock == 0) {
         highlighting = -1;
         notifyUpdate();
     }
+}
+
+void CodeDocumentPrivate::tellOfVisit()
+{
+    if (firstVisited < 0)
+        return;
+    const QTextBlock first = document->findBlock(firstVisited);
+    const QTextBlock last = document->findBlock(lastVisited);
+    firstVisited = lastVisited = -1;
+    document->linesHighlighted(first, last);
 }
 
 bool CodeDocumentPrivate::option(const QString &key) const
@@ -152,6 +164,9 @@ void CodeDocumentPrivate::highlightBlock(const QString &text)
 {
     if (!parser)
         return;
+    const int position = currentBlock().position();
+    firstVisited = firstVisited < 0 ? position : qMin(firstVisited, position);
+    lastVisited = qMax(lastVisited, position);
     CodeBlockData *const data = current = CodeBlockData::blockData(currentBlock(), this);
     if (isUnchanged(data->d.get(), text)) {
         keepFormats();

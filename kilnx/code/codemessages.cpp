@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include <kilnx/code/codedocument_p.h>
 
 namespace Kiln
@@ -103,6 +105,11 @@ QTextCharFormat CodeDocument::syntaxFormat(CodeParserSyntax::TokenType type)
     return isTokenType(type) ? formats().plain[type] : QTextCharFormat();
 }
 
+void CodeDocument::setRemarks(const QTextBlock &line, const QVector<SyntaxMessage> &remarks)
+{
+    d->setRemarks(line, remarks);
+}
+
 void CodeDocumentPrivate::setToken(TokenType type, int begin, int end)
 {
     if (!current || !isTokenType(type))
@@ -184,6 +191,7 @@ Message CodeDocumentPrivate::at(unsigned int index, Message::Type type) const
 void CodeDocumentPrivate::dropMessages(CodeBlockData *data)
 {
     QVector<SyntaxMessage> &messages = data->d->syntaxMessages;
+    data->d->remarkCount = 0;
     if (messages.isEmpty())
         return;
     // Views of this model are refreshed through the project's list, so the rows are announced
@@ -239,11 +247,40 @@ void CodeDocumentPrivate::addMessage(const QTextBlock &block, const SyntaxMessag
     CodeBlockData *const data = CodeBlockData::blockData(block, this);
     if (!data)
         return;
-    beginUpdate();
+    const int remarkCount = data->d->remarkCount;
     QVector<SyntaxMessage> messages = data->d->syntaxMessages;
-    messages.append(message);
+    messages.insert(messages.size() - remarkCount, message);
+    replaceMessages(data, messages, remarkCount);
+}
+
+void CodeDocumentPrivate::setRemarks(const QTextBlock &block, const QVector<SyntaxMessage> &remarks)
+{
+    if (block.document() != document)
+        return;
+    CodeBlockData *const data = CodeBlockData::blockData(block, this);
+    if (!data || (data->d->remarkCount == 0 && remarks.isEmpty()))
+        return;
+    const auto isSame = [](const SyntaxMessage &one, const SyntaxMessage &other) {
+        return one.type == other.type && one.begin == other.begin && one.end == other.end &&
+               one.text == other.text;
+    };
+    QVector<SyntaxMessage> messages = data->d->syntaxMessages;
+    const int parsed = messages.size() - data->d->remarkCount;
+    if (std::equal(messages.cbegin() + parsed, messages.cend(), remarks.cbegin(), remarks.cend(),
+                   isSame))
+        return;
+    messages.resize(parsed);
+    replaceMessages(data, messages + remarks, remarks.size());
+}
+
+void CodeDocumentPrivate::replaceMessages(CodeBlockData *data,
+                                          QVector<SyntaxMessage> messages,
+                                          int remarkCount)
+{
+    beginUpdate();
     dropMessages(data);
     linkMessages(data, messages);
+    data->d->remarkCount = remarkCount;
     endUpdate();
 }
 } // namespace Kiln

@@ -27,8 +27,9 @@ public:
     /// beginChange() and endChange().
     ///
     /// A negative `row` is the top of the list, and a `row` past the end is below the last row. The
-    /// rows come to stand side by side and are taken from the last to the first, so the dragged row
-    /// that stood last comes out first. Refused without effect: null `data`, an action other than
+    /// rows come to stand side by side, taken from the last to the first, so the dragged row that
+    /// stood last comes out first; only row `row` itself, if it is dragged too, does not move and
+    /// ends below the others. Refused without effect: null `data`, an action other than
     /// Qt::MoveAction, data without the first of mimeTypes(), and rows that this list doesn't have.
     ///
     /// Always returns false: the rows have been moved already, and a view that heard true would

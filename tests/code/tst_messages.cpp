@@ -20,6 +20,7 @@ private slots:
     void listOutlivesOrIsOutlived();
     void icons();
     void documentMessages();
+    void remarks();
     void oneEditIsOneUpdate();
     void manyMessages();
 };
@@ -185,6 +186,54 @@ void TestMessages::documentMessages()
     QCOMPARE(messages->count(Message::All), 4u);
     document->setParser(nullptr);
     QCOMPARE(messages->count(Message::All), 0u);
+}
+
+/// Messages that the document adds from outside of the parse, and when it is told to.
+void TestMessages::remarks()
+{
+    struct Remarking : Plain::Document {
+        using Plain::Document::Document;
+        void linesHighlighted(const QTextBlock &first, const QTextBlock &last) override
+        {
+            visits += QStringLiteral("%1-%2 ").arg(first.blockNumber()).arg(last.blockNumber());
+        }
+        QString visits;
+    };
+    using Remark = CodeBlockData::SyntaxMessage;
+    const auto texts = [](Plain::Document &document) {
+        QStringList texts;
+        for (unsigned int i = 0; i < document.messages()->count(Message::All); ++i)
+            texts << document.messages()->at(i, Message::All).text;
+        return texts.join(QLatin1Char(' '));
+    };
+    Plain::Parser parser;
+    auto *const document = new Remarking(&parser);
+    const Plain::DocumentPointer owner(document);
+    document->fromString(QStringLiteral("! one\nvalue\n! three\nvalue\n"));
+    const QString parsed = texts(*document);
+    MessageList list(nullptr);
+    list.registerMessages(messagesOf(*document));
+    QSignalSpy updated(&list, &MessageList::updated);
+    const QTextBlock third = document->findBlockByNumber(2);
+    document->setRemarks(third, {{Remark::Information, 0, 1, "x"}, {Remark::Error, 0, 1, "y"}});
+    document->setRemarks(third, {{Remark::Information, 0, 1, "x"}, {Remark::Error, 0, 1, "y"}});
+    document->setRemarks(document->findBlockByNumber(1), {});
+    QCOMPARE(updated.count(), 1);
+    QCOMPARE(texts(*document), parsed + QStringLiteral(" x y"));
+    QCOMPARE(document->messages()->count(Message::Information), 1u);
+    document->setRemarks(third, {{Remark::Warning, 0, 1, "z"}});
+    document->setRemarks(QTextBlock(), {{Remark::Warning, 0, 1, "nowhere"}});
+    QCOMPARE(texts(*document), parsed + QStringLiteral(" z"));
+    document->visits.clear();
+    QTextCursor(document->findBlockByNumber(1)).insertText(QStringLiteral("a"));
+    QCOMPARE(texts(*document), parsed + QStringLiteral(" z"));
+    QTextCursor(third).insertText(QStringLiteral("! "));
+    QCOMPARE(document->messages()->count(Message::Warning), 0u);
+    QTextCursor cursor(document->findBlockByNumber(1));
+    cursor.movePosition(QTextCursor::NextBlock, QTextCursor::KeepAnchor, 2);
+    cursor.removeSelectedText();
+    document->rehighlight();
+    QCOMPARE(document->visits, QStringLiteral("1-1 2-2 1-1 0-2 "));
 }
 
 void TestMessages::oneEditIsOneUpdate()

@@ -1,3 +1,5 @@
+#include <ember/emberanimations.h>
+#include <ember/emberdocument.h>
 #include <tests/support/testhost.h>
 
 #include <kilnx/editors/organizer.h>
@@ -111,7 +113,8 @@ struct Panel {
     {
         view->selectionModel()->clear();
         for (int row : rows)
-            view->selectionModel()->select(list.index(row), QItemSelectionModel::Select);
+            view->selectionModel()->select(view->model()->index(row, 0),
+                                           QItemSelectionModel::Select);
     }
 
     Rows selected() const
@@ -131,11 +134,11 @@ struct Panel {
     QListView *view = nullptr;
 };
 
-QMimeData *dragOf(const OrganizableObject &list, const Rows &rows)
+QMimeData *dragOf(const QAbstractItemModel &list, const Rows &rows)
 {
     QModelIndexList indexes;
     for (int row : rows)
-        indexes << list.index(row);
+        indexes << list.index(row, 0);
     return list.mimeData(indexes);
 }
 
@@ -164,6 +167,76 @@ QStringList afterDrop(QStringList words, Rows rows, int row)
     return words;
 }
 
+const char *const moveActions[] = {"org_up",   "org_up_10",   "org_top",
+                                   "org_down", "org_down_10", "org_bottom"};
+
+/// What a button leaves: the selected words leave the list and come back side by side.
+QStringList afterMove(QStringList words, Rows rows, int action)
+{
+    std::sort(rows.begin(), rows.end());
+    if (rows.isEmpty())
+        return words;
+    QStringList taken;
+    for (int row : rows)
+        taken << words.at(row);
+    const int end = words.size() - 1;
+    const int upTarget[] = {rows.first() - 1, qMax(rows.first() - 10, 0), 0};
+    const int downTarget[] = {rows.last() + 1, qMin(rows.last() + 10, end), end};
+    const int first = action < 3 ? upTarget[action] : downTarget[action - 3] - taken.size() + 1;
+    if (first < 0 || first + taken.size() > words.size())
+        return words;
+    for (const QString &word : taken)
+        words.removeOne(word);
+    for (int i = 0; i < taken.size(); ++i)
+        words.insert(first + i, taken.at(i));
+    return words;
+}
+
+/// A file of animations, each with a comment, a box and a frame.
+class AnimationFile
+{
+public:
+    AnimationFile() = default;
+    AnimationFile(const AnimationFile &) = delete;
+    AnimationFile &operator=(const AnimationFile &) = delete;
+    ~AnimationFile() { document->release(); }
+
+    void fill(const QStringList &names) { document->fromString(lines(names).join('\n') + "\n"); }
+
+    QStringList names() const
+    {
+        QStringList names;
+        for (AnimationCode *animation : document->animations()->animations())
+            names << animation->name();
+        return names;
+    }
+
+    /// What is wrong with list, model rows and text if these animations should be there.
+    QString fault(const QStringList &expected) const
+    {
+        QStringList rows;
+        for (int row = 0; row < document->animations()->rowCount(); ++row)
+            rows << document->animations()->index(row).data().toString();
+        const QStringList text = document->toPlainText().split('\n', Qt::SkipEmptyParts);
+        if (names() == expected && rows == expected && text == lines(expected))
+            return QString();
+        return QStringLiteral("should be %1, is %2, rows %3, text\n%4")
+            .arg(expected.join(' '), names().join(' '), rows.join(' '), document->toPlainText());
+    }
+
+    EmberDocument *const document = new EmberDocument(EmberDocument::Animations);
+
+private:
+    static QStringList lines(const QStringList &names)
+    {
+        QStringList lines;
+        for (const QString &name : names)
+            lines << "; " + name << "@animation " + name << "body: 1, 2, 3, 4"
+                  << "frame: " + name;
+        return lines;
+    }
+};
+
 } // namespace
 
 Q_DECLARE_METATYPE(Rows)
@@ -178,17 +251,17 @@ private slots:
     void drop();
     void refusedDrops();
     void damagedDrops();
-    void randomDrops();
     void controls();
     void moves_data();
     void moves();
     void selectionOrderDoesNotMatter();
-    void randomMoves();
     void auto_();
     void deleteKey();
     void shown();
     void doubleClick();
     void dragged();
+    void randomGestures_data();
+    void randomGestures();
 };
 
 void OrganizerTest::flagsAndActions()
@@ -289,27 +362,6 @@ void OrganizerTest::damagedDrops()
     QCOMPARE(small.log.join(' '), QStringLiteral("[ 3>0 2>1 ]"));
 }
 
-void OrganizerTest::randomDrops()
-{
-    QRandomGenerator random(20);
-    for (int round = 0; round < 3000; ++round) {
-        const int count = 1 + random.bounded(12);
-        WordList list(letters(count));
-        Rows rows;
-        for (int row = 0; row < count; ++row) {
-            if (random.bounded(3) == 0)
-                rows << row;
-        }
-        std::shuffle(rows.begin(), rows.end(), random);
-        const int row = random.bounded(-1, count + 2);
-        const QScopedPointer<QMimeData> data(dragOf(list, rows));
-        const QStringList expected = afterDrop(list.words, rows, row);
-        QVERIFY(!data || !list.dropMimeData(data.data(), Qt::MoveAction, row, 0, {}));
-        QCOMPARE(list.words, expected);
-        QCOMPARE(list.open, 0);
-    }
-}
-
 void OrganizerTest::controls()
 {
     Panel panel(2);
@@ -387,42 +439,6 @@ void OrganizerTest::selectionOrderDoesNotMatter()
         upwards.select({7, 3, 2});
         upwards.host.action(action)->trigger();
         QCOMPARE(upwards.text(), expected);
-    }
-}
-
-/// Against a plain list: the selected words leave it and come back side by side.
-void OrganizerTest::randomMoves()
-{
-    QRandomGenerator random(7);
-    Panel panel(26);
-    for (int round = 0; round < 1500; ++round) {
-        Rows rows;
-        for (int row = 0; row < 26; ++row) {
-            if (random.bounded(5) == 0)
-                rows << row;
-        }
-        const int action = random.bounded(6);
-        QStringList expected = panel.list.words;
-        if (!rows.isEmpty()) {
-            QStringList taken;
-            for (int row : rows)
-                taken << expected.at(row);
-            const int upTarget[] = {rows.first() - 1, qMax(rows.first() - 10, 0), 0};
-            const int downTarget[] = {rows.last() + 1, qMin(rows.last() + 10, 25), 25};
-            const int first =
-                action < 3 ? upTarget[action] : downTarget[action - 3] - taken.size() + 1;
-            if (first >= 0 && first + taken.size() <= 26) {
-                for (const QString &word : taken)
-                    expected.removeOne(word);
-                for (int i = 0; i < taken.size(); ++i)
-                    expected.insert(first + i, taken.at(i));
-            }
-        }
-        panel.select(rows);
-        static const char *const actions[] = {"org_up",   "org_up_10",   "org_top",
-                                              "org_down", "org_down_10", "org_bottom"};
-        panel.host.action(actions[action])->trigger();
-        QCOMPARE(panel.list.words, expected);
     }
 }
 
@@ -556,6 +572,71 @@ void OrganizerTest::dragged()
     QTRY_COMPARE(panel.text(), QStringLiteral("aebcdf"));
     QCOMPARE(panel.list.log.join(' '), QStringLiteral("[ 4>1 ]"));
     QCOMPARE(panel.selected(), Rows{1});
+}
+
+void OrganizerTest::randomGestures_data()
+{
+    QTest::addColumn<quint32>("seed");
+    QTest::addColumn<bool>("parsesInBrackets");
+    for (quint32 seed = 1; seed <= 8; ++seed)
+        QTest::addRow("seed %u", seed) << seed << (seed % 2 == 1);
+}
+
+/// Buttons, drops and the Delete key on the animations of a file, any rows in any order, against a
+/// plain list; each gesture is one step of undo. Half of the files are parsed only after brackets.
+void OrganizerTest::randomGestures()
+{
+    QFETCH(quint32, seed);
+    QFETCH(bool, parsesInBrackets);
+    QRandomGenerator random(seed);
+    Panel panel(0);
+    AnimationFile file;
+    EmberAnimations *list = file.document->animations();
+    file.document->setOption(QStringLiteral("parseCode"), parsesInBrackets, false, false);
+    QAbstractItemModelTester checker(list, QAbstractItemModelTester::FailureReportingMode::QtTest);
+    panel.editor->setObject(list);
+    for (int round = 0; round < 200; ++round) {
+        if (file.names().size() < 2)
+            file.fill(letters(1 + random.bounded(16)));
+        const QStringList before = file.names();
+        const int count = before.size();
+        Rows rows;
+        for (int row = 0; row < count; ++row) {
+            if (random.bounded(3) == 0)
+                rows << row;
+        }
+        std::shuffle(rows.begin(), rows.end(), random);
+        panel.select(rows);
+        QStringList expected = before;
+        const int action = random.bounded(12);
+        if (action < 6) {
+            expected = afterMove(before, rows, action);
+            panel.host.action(moveActions[action])->trigger();
+        } else if (action == 6) {
+            expected.sort();
+            panel.host.action("org_auto")->trigger();
+        } else if (action == 7 && !rows.isEmpty() && rows.size() < count) {
+            for (int row : qAsConst(rows))
+                expected.removeOne(before.at(row));
+            panel.host.dialogs().expectBox(QMessageBox::Yes);
+            QTest::keyClick(panel.view, Qt::Key_Delete);
+        } else {
+            const int row = random.bounded(-1, count + 2);
+            expected = afterDrop(before, rows, row);
+            const QScopedPointer<QMimeData> data(dragOf(*list, rows));
+            QVERIFY(!data || !list->dropMimeData(data.data(), Qt::MoveAction, row, 0, {}));
+        }
+        QString fault = file.fault(expected);
+        if (fault.isEmpty() && expected != before) {
+            list->undo();
+            fault = file.fault(before);
+            list->redo();
+            fault += file.fault(expected);
+        }
+        QVERIFY2(fault.isEmpty(), qPrintable(QStringLiteral("action %1: ").arg(action) + fault));
+    }
+    QCOMPARE(panel.host.dialogs().finish(), QString());
+    panel.editor->setObject(nullptr);
 }
 
 QTEST_MAIN(OrganizerTest)

@@ -172,7 +172,10 @@ private:
         const unsigned int row = count ? unsigned(below(int(count))) : 0;
         AnimationCode *animation = m_list->at(row);
         FrameCode *frame = anyFrame();
-        switch (below(13)) {
+        switch (below(14)) {
+        case 13:
+            m_list->autoOrganize();
+            return QStringLiteral("autoOrganize");
         case 0:
             m_list->add(identifier());
             return QStringLiteral("add");
@@ -317,6 +320,7 @@ private slots:
     void setters_data();
     void setters();
     void badValues();
+    void boxes_data();
     void boxes();
     void loopPoint();
     void insertFrame();
@@ -384,7 +388,7 @@ void EmberAnimationsTest::faults_data()
                              << QStringList{"2: 'at' wants two whole numbers",
                                             "2: 'for' is given twice",
                                             "2: There is no 'over' here"};
-    QTest::newRow("boxes") << "@animation a\nbody: 1, 2, 3\nstrike:\nbody: 1, 1, 1, 5"
+    QTest::newRow("boxes") << "@animation a\nbody: 1, 2, 3\nstrike:\nbody: 1, 1, 1, 5\nframe: x"
                            << QStringList{
                                   "2: A box is four whole numbers: left, top, right, bottom",
                                   "3: A box is four whole numbers: left, top, right, bottom",
@@ -393,6 +397,21 @@ void EmberAnimationsTest::faults_data()
                              << QStringList{"1: An animation needs an identifier",
                                             "2: 'layer' wants a number from 0 to 9",
                                             "3: This is written '@animation'"};
+    QTest::newRow("boxes below the last frame, or in an animation without any")
+        << "@animation a\nbody: 1, 2, 3, 4\n@animation b\nframe: x\n ; note\n strike: 1, 2, 3, 4"
+        << QStringList{"2: A box needs a frame below it", "6: A box needs a frame below it"};
+    QTest::newRow("more than one loop mark")
+        << "@animation a\nframe: x, loop\nframe: y, loop\nframe: z, loop\n"
+           "@animation b\nframe: x, loop, loop"
+        << QStringList{"3: The animation has a loop mark above already",
+                       "4: The animation has a loop mark above already",
+                       "6: 'loop' is given twice"};
+    QTest::newRow("identifiers that are taken, but not none")
+        << "@animation a\n@animation A\n@animation a, layer x\n@animation\n@animation"
+        << QStringList{"3: 'layer' wants a number from 0 to 9",
+                       "3: There is an animation 'a' above already",
+                       "4: An animation needs an identifier",
+                       "5: An animation needs an identifier"};
     QTest::newRow("lines of other files")
         << "@state stand\ncel: x"
         << QStringList{"1: '@animation', 'frame:', 'strike:' or 'body:' expected",
@@ -434,9 +453,44 @@ void EmberAnimationsTest::setters_data()
     QTest::newRow("an unreadable clause is replaced")
         << "frame: w, at x"
         << "Offset" << QVariant(QPoint(1, 1)) << "frame: w, at 1 1";
-    QTest::newRow("a value of the wrong kind") << full << "Offset" << QVariant("soon") << full;
-    QTest::newRow("no number") << full << "Delay" << QVariant("soon") << full;
     QTest::newRow("an unknown property") << full << "Colour" << QVariant(1) << full;
+    QTest::newRow("a doubled clause is set")
+        << "frame: w, for 5, flip h, for 3,for 5 ; x"
+        << "Delay" << QVariant(7) << "frame: w, for 7, flip h ; x";
+    QTest::newRow("a doubled clause goes") << "frame: w, for 5, flip h, for 3"
+                                           << "Delay" << QVariant(1) << "frame: w, flip h";
+    QTest::newRow("a doubled mark goes") << "frame: w, loop, loop, at 1 1"
+                                         << "LoopPoint" << QVariant(false) << "frame: w, at 1 1";
+    QTest::newRow("a doubled clause of a header")
+        << "@animation b, once, layer 2, once"
+        << "Once" << QVariant(false) << "@animation b, layer 2";
+    QTest::newRow("a number as a name")
+        << full << "Identifier" << QVariant(7) << "    frame: 7, at 1 2, for 3, odd ; note";
+    QTest::newRow("a number as text") << "frame: w"
+                                      << "Angle" << QVariant("4.5") << "frame: w, angle 4.5";
+    const QVariant wrong[] = {QVariant(),
+                              "soon",
+                              2.5,
+                              1e99,
+                              qInf(),
+                              qQNaN(),
+                              QPointF(1e99, 0),
+                              QVariant::fromValue<void *>(nullptr),
+                              QVariantList{1, 2}};
+    const QVector<QPair<QString, QVector<int>>> kinds{
+        {"Offset", {0, 1, 2, 3, 4, 5, 6, 7, 8}}, {"Delay", {0, 1, 2, 3, 4, 5, 6, 7, 8}},
+        {"Scale", {0, 1, 2, 4, 5, 7, 8}},        {"Angle", {0, 1, 4, 5, 6, 7, 8}},
+        {"Flip", {0, 1, 2, 3, 4, 5, 6, 7, 8}},   {"LoopPoint", {0, 1, 2, 3, 4, 5, 6, 7, 8}},
+        {"Identifier", {0, 2, 6, 7, 8}},         {"Title", {0, 2, 6, 7, 8}},
+        {"Layer", {0, 1, 2, 3, 4, 5, 6, 7, 8}},  {"Once", {0, 1, 2, 3, 4, 5, 6, 7, 8}}};
+    for (const auto &kind : kinds) {
+        for (const int index : kind.second) {
+            for (const QString &line : {full + ", loop", QString("@animation b, title T, once")})
+                QTest::addRow("refused by a %s: %s %d", line.startsWith('@') ? "header" : "frame",
+                              qPrintable(kind.first), index)
+                    << line << kind.first << wrong[index] << line;
+        }
+    }
 }
 
 void EmberAnimationsTest::setters()
@@ -444,11 +498,16 @@ void EmberAnimationsTest::setters()
     QFETCH(QString, line);
     QFETCH(QString, property);
     QFETCH(QVariant, value);
+    const bool isHeader = line.startsWith(QLatin1Char('@'));
     const Document document = fileOf(QStringLiteral("@animation a\n") + line);
-    FrameCode *frame = firstFrame(document);
-    frame->setProperty(property, value);
+    AnimationCode *animation = document->animations()->at(isHeader ? 1 : 0);
+    FrameCode *frame = animation->frameAt(0);
+    PropertyItem *item = animation;
+    if (!isHeader)
+        item = frame;
+    item->setProperty(property, value);
     QTEST(document->findBlockByNumber(1).text(), "after");
-    QCOMPARE(firstFrame(document), frame);
+    QCOMPARE(animation->frameAt(0), frame);
     QCOMPARE(difference(document.get()), QString());
 }
 
@@ -468,9 +527,18 @@ void EmberAnimationsTest::badValues()
     QCOMPARE(difference(document.get()), QString());
 }
 
+void EmberAnimationsTest::boxes_data()
+{
+    QTest::addColumn<bool>("parsesInBrackets");
+    QTest::newRow("in brackets too") << true;
+    QTest::newRow("after brackets") << false;
+}
+
 void EmberAnimationsTest::boxes()
 {
+    QFETCH(bool, parsesInBrackets);
     const Document document = fileOf(QString::fromLatin1(walk));
+    document->setOption(QStringLiteral("parseCode"), parsesInBrackets, false, false);
     FrameCode *frame = firstFrame(document);
     FrameCode *second = document->animations()->at(0)->frameAt(1);
     ContactBoxesCode *strikes = frame->attackBoxes();
@@ -495,12 +563,21 @@ void EmberAnimationsTest::boxes()
     QCOMPARE(bodies->count(), 2u);
     bodies->remove(bodies->at(0));
     QCOMPARE(bodies->rects(), QVector<QRect>{QRect(1, 2, 3, 4)});
-    bodies->setRects({QRect(0, 0, 2, 2), QRect(1, 1, 1, 1), QRect(2, 2, 9, 9)});
-    QCOMPARE(bodies->count(), 3u);
+    const QVector<QRect> three{QRect(0, 0, 2, 2), QRect(1, 1, 1, 1), QRect(2, 2, 9, 9)};
+    bodies->setRects(three);
+    QCOMPARE(bodies->rects(), three);
+    document->beginChange();
     bodies->setRects({QRect(7, 7, 7, 7)});
     QCOMPARE(bodies->rects(), QVector<QRect>{QRect(7, 7, 7, 7)});
+    QVERIFY(bodies->add(QRect(8, 8, 8, 8)));
+    bodies->remove(bodies->at(0));
+    frame->setDelay(9);
+    frame->setDelay(6);
+    document->endChange();
+    QCOMPARE(bodies->rects(), QVector<QRect>{QRect(8, 8, 8, 8)});
+    QCOMPARE(frame->delay(), 6);
     document->QTextDocument::undo();
-    QCOMPARE(bodies->count(), 3u);
+    QCOMPARE(bodies->rects(), three);
     QCOMPARE(firstFrame(document), frame);
     QCOMPARE(second->attackBoxes()->count(), 1u);
     QCOMPARE(difference(document.get()), QString());
@@ -521,6 +598,12 @@ void EmberAnimationsTest::loopPoint()
     document->QTextDocument::undo();
     QVERIFY(animation->frameAt(0)->isLoopPoint());
     QVERIFY(!animation->frameAt(1)->isLoopPoint());
+    // Marks that were typed twice.
+    document->insert(QStringLiteral("    frame: w3, loop"));
+    QCOMPARE(messages(document.get()).size(), 1);
+    animation->frameAt(2)->setLoopPoint(true);
+    QVERIFY(!animation->frameAt(0)->isLoopPoint());
+    QCOMPARE(messages(document.get()), QStringList());
 }
 
 void EmberAnimationsTest::insertFrame()
@@ -545,17 +628,17 @@ void EmberAnimationsTest::insertFrame()
 
 void EmberAnimationsTest::optimize()
 {
-    const QString text =
-        QStringLiteral("@animation a\n\n\n    body: 0, 0, 1, 1\n"
-                       "    frame: w, at 0 0, for 1, scale 1 1, flip none, angle 0 ; x\n"
-                       "    frame: v, for 2\n    body: 9, 9, 10, 10 ; stray\n\n\n"
-                       "@animation b\n");
+    const QString text = QStringLiteral(
+        "@animation a, layer 0, once, title, once\n\n\n    body: 0, 0, 1, 1\n"
+        "    frame: w, at 0 0, for 1, scale 1 1, flip none, angle 0, for 4 ; x\n"
+        "    frame: v, for  2, loop, for 3, loop\n    body: 9, 9, 10, 10 ; stray\n\n\n"
+        "@animation b\n");
     const Document document = fileOf(text);
     const int removed = document->animations()->at(0)->optimize();
     QCOMPARE(removed, 3);
     QCOMPARE(document->toPlainText(),
-             QStringLiteral("@animation a\n\n    body: 0, 0, 1, 1\n    frame: w ; x\n"
-                            "    frame: v, for 2\n\n@animation b\n"));
+             QStringLiteral("@animation a, once\n\n    body: 0, 0, 1, 1\n    frame: w ; x\n"
+                            "    frame: v, for 2, loop\n\n@animation b\n"));
     QCOMPARE(document->animations()->at(0)->optimize(), 0);
     QCOMPARE(difference(document.get()), QString());
     document->QTextDocument::undo();
@@ -634,6 +717,7 @@ void EmberAnimationsTest::randomEdits()
 {
     QFETCH(quint32, seed);
     const Document document = fileOf(QString::fromLatin1(walk));
+    document->setOption(QStringLiteral("parseCode"), seed % 3 != 0, false, false);
     // The tree names a frame without a sprite by its row, so texts of rows change as others come.
     QAbstractItemModelTester list(document->animations(),
                                   QAbstractItemModelTester::FailureReportingMode::QtTest);
