@@ -19,9 +19,8 @@ class KILNX_EXPORT CachedPropertyItem : public PropertyItem
 public:
     /// Takes over one reference to `data`, which may be null.
     explicit CachedPropertyItem(StreamCacheData *data = nullptr);
-    /// Shares the handle without counting: only one of the copies may come to its end.
-    CachedPropertyItem(const CachedPropertyItem &) = default;
-    CachedPropertyItem &operator=(const CachedPropertyItem &) = default;
+    CachedPropertyItem(const CachedPropertyItem &) = delete;
+    CachedPropertyItem &operator=(const CachedPropertyItem &) = delete;
     /// Releases the handle.
     ~CachedPropertyItem() override;
 

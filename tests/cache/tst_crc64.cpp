@@ -43,6 +43,7 @@ void TestCrc64::knownValues()
 {
     QCOMPARE(crc64(nullptr, 0), Q_UINT64_C(0xFFFFFFFFFFFFFFFF));
     QCOMPARE(crc64("123456789", 9), Q_UINT64_C(0xCAA717168609F281));
+    QCOMPARE(crc64("\xff\xff\xff\xff\xff\xff\xff\xff", 8), Q_UINT64_C(0));
 }
 
 // 300 bytes pass the lengths at which the method changes: 16, 64, and whole multiples of them.

@@ -363,6 +363,8 @@ struct Handle : StreamCacheData {
     using StreamCacheData::StreamCacheData;
     StreamCacheData *copyTo(StreamCache *target) const override
     {
+        if (target->type() == StreamCache::File)
+            return new Handle(target, fileName());
         auto *copy = new Handle(target);
         copy->fromData(toData(false), filter(), nullptr, crc());
         return copy;
@@ -411,6 +413,9 @@ private slots:
     void keepsBytesOfItsOwn();
     void handleLivesAndDies();
     void copiesShareOneItem();
+    void suffixGivesTheFilter_data();
+    void suffixGivesTheFilter();
+    void handleOnAFile();
     void withoutATemporaryFile();
     void fullDiskKeepsTheOtherItems();
     void blockIsNotTouchedUnused();
@@ -497,6 +502,12 @@ void TestStores::findsTheFirstAndDecodesOnce()
 
     cache.addItem(QByteArray(), 0, nullptr, 0);
     QCOMPARE(cache.find(QByteArray(), nullptr), nullptr);
+
+    // Their checksum is 0, which also stands for an unknown one.
+    const QByteArray zero(8, '\xff');
+    StreamCache::Item *item = cache.addItem(zero, 0, nullptr, 0);
+    QCOMPARE(cache.find(zero, nullptr), item);
+    QVERIFY(cache.isEqual(item, item) && cache.isEqual(item, zero, 0));
 }
 
 void TestStores::rawFormsDecideWhenChecksumsAreKnown()
@@ -600,6 +611,62 @@ void TestStores::copiesShareOneItem()
         QVERIFY(own->isEqualToData("changed", crcOf("changed")));
     }
     QVERIFY(cache.items().isEmpty());
+}
+
+void TestStores::suffixGivesTheFilter_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("withParam");
+    QTest::addColumn<int>("filter");
+    QTest::newRow("png") << "a.png" << false << 4;
+    QTest::newRow("capitals") << "a.PNG" << false << 4;
+    QTest::newRow("mixed case") << "a.pCx" << false << 5;
+    QTest::newRow("gif with a parameter") << "a.gif" << true << 6;
+    QTest::newRow("gif without a parameter") << "a.GIF" << false << 8;
+    QTest::newRow("act") << "a.act" << false << 7;
+    QTest::newRow("the last suffix counts") << "a.png.bmp" << false << 0;
+    QTest::newRow("no suffix") << "png" << false << 0;
+    QTest::newRow("a name beyond ASCII") << QString::fromUtf8("gr\u00f6\u00dfe.png") << false << 4;
+}
+
+void TestStores::suffixGivesTheFilter()
+{
+    QFETCH(QString, name);
+    QFETCH(bool, withParam);
+    QFETCH(int, filter);
+    FileCache cache;
+    void *const param = withParam ? this : nullptr;
+    StreamCache::Item *item = cache.addItem(name.toLocal8Bit(), 99, param, 5);
+    QCOMPARE(int(item->filter), filter);
+    QCOMPARE(item->crc(), 5ull);
+    QCOMPARE(cache.fileName(item), name);
+    if (filter == 8)
+        QCOMPARE(*static_cast<QString *>(item->param), name);
+    else
+        QCOMPARE(item->param, param);
+}
+
+// The file is the user's: others change it, and it stays when the handle ends.
+void TestStores::handleOnAFile()
+{
+    const QTemporaryDir directory;
+    const QString name = directory.filePath(QStringLiteral("b.pcx"));
+    FileCache cache;
+    Handle handle(&cache, name);
+    QCOMPARE(handle.fileName(), name);
+    QVERIFY(handle.isEmpty());
+    QFile file(name);
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("bytes") == 5);
+    file.close();
+    QVERIFY(cache.itemIsValid(cache.items().first()));
+    QVERIFY(!handle.isEmpty());
+    QCOMPARE(handle.toData(true), QByteArray("bytes"));
+    QCOMPARE(handle.toData(false), QByteArray()); // no coder answers
+    const std::unique_ptr<StreamCacheData> copy(handle.copyTo(&cache));
+    QCOMPARE(copy->fileName(), name);
+    handle.reset();
+    QVERIFY(QFile::exists(name));
+    QCOMPARE(cache.itemData(nullptr), QByteArray());
 }
 
 void TestStores::withoutATemporaryFile()
