@@ -6,6 +6,8 @@
 #include <kilnx/project/engine.h>
 #include <kilnx/project/interface.h>
 
+#include <QAction>
+
 namespace Studio
 {
 
@@ -19,6 +21,15 @@ void CodeSurface::reconfig()
 {
     updateSyntaxFormats();
     Kiln::CodeWorkspace::reconfig();
+    Kiln::CodeEditor::SyntaxFormatting format = editor()->syntaxFormatting();
+    format.parenError.setForeground(Qt::white);
+    format.parenError.setBackground(interface->colorOption(QStringLiteral("paren_error")));
+    editor()->setSyntaxFormatting(format);
+    QAction *bar = interface->actionByKey("view_code_bar");
+    if (bar && bar->isEnabled()) {
+        bar->setChecked(interface->option(QStringLiteral("show_code_bar"), QVariant()).toBool());
+        showTextBar(bar->isChecked());
+    }
 }
 
 void CodeSurface::engineSwitched(bool switched)

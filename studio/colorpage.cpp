@@ -27,6 +27,15 @@ QIcon swatch(const QColor &color)
     return QIcon(picture);
 }
 
+// In the order of Kiln::CodeParserSyntax::TokenType.
+QStringList tokenKinds()
+{
+    return {ColorPage::tr("Text"),    ColorPage::tr("Comment"),  ColorPage::tr("Error"),
+            ColorPage::tr("Keyword"), ColorPage::tr("Name"),     ColorPage::tr("Section"),
+            ColorPage::tr("Number"),  ColorPage::tr("Constant"), ColorPage::tr("String"),
+            ColorPage::tr("Function")};
+}
+
 } // namespace
 
 ColorPage::ColorPage(Settings &settings, QWidget *parent)
@@ -101,13 +110,15 @@ void ColorPage::restoreDefaults()
 QString ColorPage::caption(const QString &entry)
 {
     if (entry.startsWith(QLatin1String("token")))
-        return tr("Token kind %1").arg(entry.midRef(5));
+        return tokenKinds().value(entry.midRef(5).toInt());
     if (entry == QLatin1String("line"))
         return tr("Current line");
     if (entry == QLatin1String("paren2"))
         return tr("Matching bracket");
     if (entry == QLatin1String("paren_range"))
         return tr("Between brackets");
+    if (entry == QLatin1String("paren_error"))
+        return tr("Brackets that don't match");
     return tr("Block of code");
 }
 

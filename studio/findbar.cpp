@@ -17,7 +17,7 @@ FindBar::FindBar(QWidget *parent)
     : QWidget(parent)
     , m_text(named(new QLineEdit(this), "find_text", tr("Text to find")))
     , m_replacement(named(new QLineEdit(this), "find_replacement", tr("Replacement")))
-    , m_regularExpression(named(new QCheckBox(tr("&Regular expression"), this), "find_regex"))
+    , m_regularExpression(named(new QCheckBox(tr("Re&gular expression"), this), "find_regex"))
     , m_caseSensitive(named(new QCheckBox(tr("Match &case"), this), "find_case"))
     , m_wrap(named(new QCheckBox(tr("&Wrap around"), this), "find_wrap"))
 {
@@ -27,9 +27,9 @@ FindBar::FindBar(QWidget *parent)
 
     auto *findLabel = new QLabel(tr("Fi&nd:"), this);
     findLabel->setBuddy(m_text);
-    auto *replaceLabel = new QLabel(tr("Re&place:"), this);
+    auto *replaceLabel = new QLabel(tr("Rep&lace:"), this);
     replaceLabel->setBuddy(m_replacement);
-    auto *previous = named(new QPushButton(tr("Pre&vious"), this), "find_previous");
+    auto *previous = named(new QPushButton(tr("Previo&us"), this), "find_previous");
     auto *next = named(new QPushButton(tr("Ne&xt"), this), "find_next");
     auto *replace = named(new QPushButton(tr("&Replace"), this), "find_replace_one");
     auto *replaceAll = named(new QPushButton(tr("Replace &all"), this), "find_replace_all");

@@ -21,14 +21,14 @@ struct EntryColors {
 const QHash<QString, EntryColors> &deliveredColors()
 {
     static const QHash<QString, EntryColors> colors = {
-        {"token0", {"#24292f", "#d7dce2"}},      {"token1", {"#5f6b76", "#9aa5b1"}},
-        {"token2", {"#c0262d", "#ff7f85"}},      {"token3", {"#1d5fc4", "#7fb4ff"}},
-        {"token4", {"#24292f", "#eef1f4"}},      {"token5", {"#1b7742", "#71cf94"}},
-        {"token6", {"#ad5200", "#f2a35e"}},      {"token7", {"#0f7078", "#62c9d2"}},
-        {"token8", {"#7337b8", "#c49bf5"}},      {"token9", {"#b0218c", "#f28ad8"}},
-        {"line", {"#f3efe4", "#2f343b"}},        {"block_range", {"#ffffff", "#1f2226"}},
-        {"paren", {"#ffffff", "#1f2226"}},       {"paren2", {"#c0262d", "#ff7f85"}},
-        {"paren_range", {"#e8defa", "#3d3453"}},
+        {"token0", {"#24292f", "#d7dce2"}},      {"token1", {"#56616b", "#a3aeb9"}},
+        {"token2", {"#b8242b", "#ff8c91"}},      {"token3", {"#1b59b8", "#86b9ff"}},
+        {"token4", {"#24292f", "#eef1f4"}},      {"token5", {"#186d3c", "#71cf94"}},
+        {"token6", {"#9a4900", "#f2a35e"}},      {"token7", {"#0d676e", "#62c9d2"}},
+        {"token8", {"#7033b4", "#c9a3f7"}},      {"token9", {"#a81f86", "#f393dc"}},
+        {"line", {"#f3efe4", "#2f343b"}},        {"block_range", {"#ffffff", "#141619"}},
+        {"paren", {"#ffffff", "#1f2226"}},       {"paren2", {"#b8242b", "#ff8c91"}},
+        {"paren_range", {"#e8defa", "#3d3453"}}, {"paren_error", {"#b8242b", "#8f2f38"}},
     };
     return colors;
 }

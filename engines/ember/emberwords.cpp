@@ -36,8 +36,8 @@ EmberWords::EmberWords(Kiln::CodeEditor *view)
     QStringList inner;
     for (unsigned int section = About; section < Unknown; ++section)
         (isInner(section) ? inner : outer).append(sectionWord(section));
-    add(QStringLiteral("@"), outer);
-    add(QStringLiteral("@@"), inner);
+    addSections(QStringLiteral("@"), outer);
+    addSections(QStringLiteral("@@"), inner);
     view->setWordList(QStringLiteral("first:"), m_states);
     addEnumerations();
     connect(view, &Kiln::CodeEditor::currentLineChanged, this, &EmberWords::collect);
@@ -50,6 +50,14 @@ QStringListModel *EmberWords::add(const QString &prefix, const QStringList &word
     auto *model = new QStringListModel(sorted(words), this);
     m_view->setWordList(prefix, model);
     return model;
+}
+
+// The mark alone opens no list, so the first letter of each word does.
+void EmberWords::addSections(const QString &mark, const QStringList &words)
+{
+    auto *model = new QStringListModel(sorted(words), this);
+    for (const QString &word : words)
+        m_view->setWordList(mark + word.at(0), model);
 }
 
 // An entry of one name has the same words in each section that knows it.
@@ -83,9 +91,9 @@ void EmberWords::collect(int line)
             names << QLatin1String(entry->name) + QLatin1Char(':');
     }
     m_entries->setStringList(sorted(names));
-    if (m_document == document && m_revision == document->revision())
+    if (m_model == document->model() && m_revision == document->revision())
         return;
-    m_document = document;
+    m_model = document->model();
     m_revision = document->revision();
     collectNames(document);
 }

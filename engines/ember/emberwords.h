@@ -3,6 +3,7 @@
 #include "export.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QStringListModel>
 
 #include <memory>
@@ -29,6 +30,7 @@ public:
 
 private:
     QStringListModel *add(const QString &prefix, const QStringList &words);
+    void addSections(const QString &mark, const QStringList &words);
     void addEnumerations();
     void collect(int line);
     void collectNames(Kiln::CodeDocument *document);
@@ -37,6 +39,6 @@ private:
     QStringListModel *m_entries; ///< of the section at the cursor
     QStringListModel *m_states;
     QStringListModel *m_cels;
-    const void *m_document = nullptr; ///< whose names were collected, at this revision
+    QPointer<QObject> m_model; ///< of the document whose names were collected, at this revision
     int m_revision = -1;
 };

@@ -154,6 +154,9 @@ void CodeEditorPrivate::updateSelections()
 QString CodeEditorPrivate::messageAt(const QPoint &position) const
 {
     const QTextCursor cursor = q->cursorForPosition(position);
+    // Below the last line the nearest place is not what the mouse is over.
+    if (position.y() > q->blockBoundingGeometry(cursor.block()).bottom() + q->contentOffset().y())
+        return QString();
     const CodeBlockData *record = blockRecord(cursor.block());
     if (!record || !document)
         return QString();
@@ -189,6 +192,8 @@ void CodeEditor::setDocument(CodeDocument *document)
     d->blockTimer.stop();
     d->parenTimer.stop();
     d->clearBlocks();
+    d->endDrag();
+    d->marginLeft();
     d->parenSelections.clear();
     d->lastLine = -1;
     d->changedFrom = d->changedTo = -1;
@@ -210,11 +215,14 @@ CodeDocument *CodeEditor::codeDocument() const
 void CodeEditor::setSyntaxFormatting(const SyntaxFormatting &formatting)
 {
     d->format = formatting;
-    if (!formatting.parenMatching)
+    if (formatting.parenMatching && !d->parenSelections.isEmpty())
+        d->matchParens();
+    else
         d->parenSelections.clear();
     d->updateSelections();
     d->updateMarginGeometry();
     d->extraArea->update();
+    viewport()->update();
     updateBlockHighlight();
 }
 

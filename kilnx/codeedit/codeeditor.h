@@ -104,10 +104,12 @@ public:
     /// digit or ".". Case does not matter, and of several prefixes that fit the longest counts; the
     /// empty one stands for the blanks that a line begins with.
     ///
-    /// The first column of `words` is offered when a blank, an opening bracket, or a letter is
-    /// typed behind the prefix, or Control and the space bar are pressed there. Sort it without
-    /// regard to case. The model stays the caller's, may change at any time, and leaves by itself
-    /// when it ends; null takes the prefix away.
+    /// The first column of `words` is offered when a blank is typed behind the prefix, or a key
+    /// that ends it and is no mark such as "@", or Control and the space bar are pressed there;
+    /// letters that follow choose among them. Words that are to be offered without a blank have the
+    /// prefix end with their first letter, as in "@s". Keys with Shift close the list. Sort the
+    /// words without regard to case. The model stays the caller's, may change at any time, and
+    /// leaves by itself when it ends; null takes the prefix away.
     void setWordList(const QString &prefix, QAbstractItemModel *words);
     void clearWordLists();
     /// Whether a completion file can be read. Its contents are not used: engines give their words

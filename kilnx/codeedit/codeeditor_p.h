@@ -71,6 +71,7 @@ public:
     void marginHover(const QPoint &position);
     void marginDrag(const QPoint &position);
     void marginLeft();
+    void endDrag();
     void marginToolTip(QHelpEvent *event);
     void setHoveredMarker(int block);
     QTextBlock blockAt(int y) const;

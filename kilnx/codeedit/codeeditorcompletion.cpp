@@ -24,6 +24,17 @@ bool isPopupKey(int key)
            key == Qt::Key_Return || key == Qt::Key_Enter;
 }
 
+// Commands and the Escape key come with control characters, which are no text; Control and the
+// space bar ask for the words.
+bool bringsText(const QKeyEvent *event)
+{
+    const QString typed = event->text();
+    if (typed.isEmpty() || event->key() == Qt::Key_Escape)
+        return false;
+    const bool command = event->modifiers() & (Qt::ControlModifier | Qt::AltModifier);
+    return !command || event->key() == Qt::Key_Space || typed.back().isPrint();
+}
+
 // The last `length` characters before the cursor that are no blanks, in its line.
 QString codeBefore(const QTextCursor &cursor, int length)
 {
@@ -79,10 +90,9 @@ void CodeEditorPrivate::offerWords(QKeyEvent *event)
     QAbstractItemView *popup = completer->popup();
     QTextCursor cursor = q->textCursor();
     QAbstractItemModel *words = wordLists.isEmpty() ? nullptr : wordsBefore(cursor);
-    const QString typed = event->text();
     if ((!words && !popup->isVisible()) ||
-        (event->modifiers() & ~(Qt::ControlModifier | Qt::AltModifier)) || typed.isEmpty() ||
-        Terminators.contains(typed.back())) {
+        (event->modifiers() & ~(Qt::ControlModifier | Qt::AltModifier)) || !bringsText(event) ||
+        Terminators.contains(event->text().back())) {
         popup->hide();
         return;
     }
@@ -107,6 +117,8 @@ void CodeEditorPrivate::offerWords(QKeyEvent *event)
 
 void CodeEditorPrivate::complete(const QString &word)
 {
+    if (q->isReadOnly() || !document)
+        return;
     QTextCursor cursor = q->textCursor();
     const int begun = completer->completionPrefix().size();
     if (begun > 0) {
@@ -147,9 +159,13 @@ void CodeEditor::keyPressEvent(QKeyEvent *event)
     }
     viewport()->setCursor(Qt::BlankCursor);
     d->marginLeft();
-    if (d->completer->popup()->isVisible() && isPopupKey(event->key())) {
-        event->ignore();
-        return;
+    QAbstractItemView *words = d->completer->popup();
+    if (words->isVisible() && isPopupKey(event->key())) {
+        if (event->key() == Qt::Key_Escape || words->currentIndex().isValid()) {
+            event->ignore();
+            return;
+        }
+        words->hide(); // nothing is chosen: the key is for the text
     }
     d->navigatedRevision = document()->revision();
     d->navigatedFrom = textCursor().position();
@@ -162,9 +178,10 @@ void CodeEditor::keyPressEvent(QKeyEvent *event)
     }
     d->navigatedRevision = -1;
     const bool command = event->modifiers() & (Qt::ControlModifier | Qt::AltModifier);
-    if (command && event->text().isEmpty())
+    if (command && !bringsText(event))
         return;
-    d->offerWords(event);
+    if (!isReadOnly() && d->document)
+        d->offerWords(event);
 }
 
 } // namespace Kiln

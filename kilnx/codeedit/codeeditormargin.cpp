@@ -234,6 +234,7 @@ void CodeEditorPrivate::marginMouse(QMouseEvent *event)
 {
     switch (event->type()) {
     case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonDblClick: // the second press of two quick ones
         if (event->button() == Qt::LeftButton)
             marginPress(event);
         break;
@@ -244,8 +245,7 @@ void CodeEditorPrivate::marginMouse(QMouseEvent *event)
             marginHover(event->pos());
         break;
     case QEvent::MouseButtonRelease:
-        dragAnchor = -1;
-        scrollTimer.stop();
+        endDrag();
         break;
     default:
         break;
@@ -297,6 +297,12 @@ void CodeEditorPrivate::marginDrag(const QPoint &position)
     } else {
         scrollTimer.stop();
     }
+}
+
+void CodeEditorPrivate::endDrag()
+{
+    dragAnchor = -1;
+    scrollTimer.stop();
 }
 
 void CodeEditorPrivate::marginHover(const QPoint &position)

@@ -10,6 +10,7 @@
 #include <kilnx/codeedit/codeworkspace.h>
 #include <kilnx/codeedit/textsearch_p.h>
 #include <kilnx/editors/controls.h>
+#include <kilnx/forms/messageboxes.h>
 #include <kilnx/project/interface.h>
 
 namespace Kiln
@@ -21,14 +22,15 @@ constexpr unsigned int CodeAreas = 5;
 
 // The match after the selection of `cursor` or, backward, before it. An empty match right at an
 // empty selection is passed over, so that every search gets on.
-TextMatch
+std::optional<TextMatch>
 matchFrom(const QTextCursor &cursor, const QRegExp &expression, const QString &text, bool backward)
 {
     if (backward)
         return searchText(expression, text, qMax(0, cursor.selectionStart() - 1), true);
     const int from = cursor.selectionEnd();
-    const TextMatch match = searchText(expression, text, from, false);
-    if (match.length > 0 || match.position != from || cursor.hasSelection() || from >= text.size())
+    const std::optional<TextMatch> match = searchText(expression, text, from, false);
+    if (!match || match->length > 0 || match->position != from || cursor.hasSelection() ||
+        from >= text.size())
         return match;
     return searchText(expression, text, from + 1, false);
 }
@@ -37,17 +39,17 @@ bool selectMatch(QTextCursor &cursor, const QString &sought, unsigned int flags)
 {
     const QRegExp expression = searchExpression(sought, flags);
     const bool backward = flags & CodeFileEditor::Backward;
-    const QString text = cursor.document()->toPlainText();
-    TextMatch match = matchFrom(cursor, expression, text, backward);
-    if (match.position < 0 && (flags & CodeFileEditor::WrapAround)) {
+    const QString text = searchedText(cursor.document());
+    std::optional<TextMatch> match = matchFrom(cursor, expression, text, backward);
+    if (match && match->position < 0 && (flags & CodeFileEditor::WrapAround)) {
         cursor.movePosition(backward ? QTextCursor::End : QTextCursor::Start);
         match = backward ? matchFrom(cursor, expression, text, true)
                          : searchText(expression, text, 0, false);
     }
-    if (match.position < 0)
+    if (!match || match->position < 0)
         return false;
-    cursor.setPosition(match.position);
-    cursor.setPosition(match.position + match.length, QTextCursor::KeepAnchor);
+    cursor.setPosition(match->position);
+    cursor.setPosition(match->position + match->length, QTextCursor::KeepAnchor);
     return true;
 }
 } // namespace
@@ -111,11 +113,15 @@ void CodeFileEditor::retranslate()
 void CodeFileEditor::setCurrentFile(ProjectFile *file)
 {
     disconnect(m_modified);
+    disconnect(m_ended);
     const CodeDocument *old = document();
     const CodeDocument *shown = workspace->editor()->codeDocument();
     FileEditor::setCurrentFile(file);
     m_document = dynamic_cast<CodeDocument *>(file);
     m_alive = m_document ? m_document->model() : nullptr;
+    if (m_alive)
+        m_ended = connect(m_alive, &QObject::destroyed, this,
+                          [this] { FileEditor::setCurrentFile(nullptr); });
     // Letting go of a file takes no other editor's document from the view.
     if (m_document || shown == old)
         workspace->setDocument(m_document);
@@ -150,35 +156,53 @@ CodeDocument *CodeFileEditor::document() const
     return m_alive ? m_document : nullptr;
 }
 
+// The view is shared: another editor's document may be in it.
+bool CodeFileEditor::isShown() const
+{
+    return document() && workspace->editor()->codeDocument() == m_document;
+}
+
 void CodeFileEditor::navigateTo(unsigned int line, unsigned int column)
 {
+    if (!document())
+        return;
+    const int lastLine = m_document->blockCount() - 1;
+    const int row = static_cast<int>(qMin(line, static_cast<unsigned int>(lastLine)));
+    const QTextBlock block = m_document->findBlockByNumber(row);
+    const unsigned int length = static_cast<unsigned int>(block.length() - 1);
+    const int place = static_cast<int>(qMin(column, length));
+    if (!isShown()) {
+        CodeWorkspace::rememberPlace(m_document, {row, place, row});
+        return;
+    }
     CodeEditor *editor = workspace->editor();
-    editor->setCurrentLine(static_cast<int>(line), CodeEditor::MiddlePlacement);
+    editor->setCurrentLine(row, CodeEditor::MiddlePlacement);
     QTextCursor cursor = editor->textCursor();
-    const unsigned int length = static_cast<unsigned int>(cursor.block().length() - 1);
-    cursor.movePosition(QTextCursor::NextCharacter, QTextCursor::MoveAnchor,
-                        static_cast<int>(qMin(column, length)));
+    cursor.setPosition(block.position() + place);
     editor->setTextCursor(cursor);
 }
 
 void CodeFileEditor::cut()
 {
-    workspace->editor()->cut();
+    if (isShown())
+        workspace->editor()->cut();
 }
 
 void CodeFileEditor::copy()
 {
-    workspace->editor()->copy();
+    if (isShown())
+        workspace->editor()->copy();
 }
 
 void CodeFileEditor::paste()
 {
-    workspace->editor()->paste();
+    if (isShown())
+        workspace->editor()->paste();
 }
 
 void CodeFileEditor::selectedItem(const QModelIndex &index)
 {
-    if (!active || !document())
+    if (!active || !isShown())
         return;
     workspace->editor()->setCurrentLine(m_document->lineNo(index), CodeEditor::TopPlacement);
     workspace->editor()->setFocus();
@@ -202,7 +226,7 @@ void CodeFileEditor::currLineChanged(int line)
 
 void CodeFileEditor::cursorChanged(const QPoint &place)
 {
-    if (!document() || workspace->editor()->codeDocument() != m_document)
+    if (!isShown())
         return;
     // Typing may make another node of a line although the cursor does not leave it.
     if (m_document->nodeInBlock(m_document->findBlockByNumber(place.x())) != m_lineNode)
@@ -219,7 +243,7 @@ bool CodeFileEditor::find(const ProjectFile *file, const QString &text, unsigned
 {
     if (text.isEmpty() || !file)
         return false;
-    if (file == currentFile() && document()) {
+    if (file == currentFile() && isShown()) {
         QTextCursor cursor = workspace->editor()->textCursor();
         if (!selectMatch(cursor, text, flags))
             return false;
@@ -245,7 +269,7 @@ void CodeFileEditor::replace(const QString &text,
                              unsigned int flags,
                              bool all)
 {
-    if (text.isEmpty() || !document() || workspace->editor()->isReadOnly())
+    if (text.isEmpty() || !isShown() || workspace->editor()->isReadOnly())
         return;
     if (all) {
         replaceAll(text, replacement, flags);
@@ -255,10 +279,17 @@ void CodeFileEditor::replace(const QString &text,
     QTextCursor cursor = workspace->editor()->textCursor();
     const QString selected =
         cursor.selectedText().replace(QChar::ParagraphSeparator, QLatin1Char('\n'));
-    if (!selected.isEmpty() && matchesExactly(expression, selected)) {
-        const std::optional<QString> changed = replaceText(expression, selected, replacement);
-        if (changed)
-            cursor.insertText(*changed);
+    const std::optional<bool> matches =
+        selected.isEmpty() ? false : matchesExactly(expression, selected);
+    std::optional<QString> changed = selected;
+    if (matches.value_or(false))
+        changed = replaceText(expression, selected, replacement);
+    if (!matches || !changed) {
+        tellOutOfTime();
+        return;
+    }
+    if (*matches) {
+        cursor.insertText(*changed);
         workspace->editor()->setTextCursor(cursor);
     }
     find(text, flags);
@@ -267,9 +298,11 @@ void CodeFileEditor::replace(const QString &text,
 void CodeFileEditor::replaceAll(const QString &text, const QString &replacement, unsigned int flags)
 {
     CodeEditor *editor = workspace->editor();
-    const QString before = editor->toPlainText();
+    const QString before = searchedText(m_document);
     const std::optional<QString> after =
         replaceText(searchExpression(text, flags), before, replacement);
+    if (!after)
+        tellOutOfTime();
     if (!after || *after == before)
         return;
     const CodeEditor::LinePos place = editor->currentLine();
@@ -277,6 +310,12 @@ void CodeFileEditor::replaceAll(const QString &text, const QString &replacement,
     cursor.select(QTextCursor::Document);
     cursor.insertText(*after);
     editor->setCurrentLine(place);
+}
+
+void CodeFileEditor::tellOutOfTime()
+{
+    showInformation(interface->mainWindow(), interface->text(8),
+                    tr("The expression takes too long!"));
 }
 
 } // namespace Kiln

@@ -22,7 +22,8 @@ class CodeWorkspace;
 /// and adds action(), name() and canEditFileType().
 ///
 /// A current file that is no CodeDocument shows as an empty text. The document stays its
-/// project's, and may end while it is shown.
+/// project's, and may end while it is shown: then there is no current file. While the view shows
+/// another document, cut(), copy(), paste() and replace() do nothing.
 class KILNX_EXPORT CodeFileEditor : public FileEditor
 {
     Q_OBJECT
@@ -48,7 +49,8 @@ public:
     void setCurrentFile(ProjectFile *file) override;
     /// The document shown; null if there is none.
     CodeDocument *document() const;
-    /// Puts `line` in the middle of the view and the cursor at `column`, cut to what there is.
+    /// Puts `line` in the middle of the view and the cursor at `column`, cut to what there is. A
+    /// document that is not in the view will open there.
     void navigateTo(unsigned int line, unsigned int column) override;
 
     /// Selects the next match after the cursor and shows it. False, with the selection as it was,
@@ -60,7 +62,8 @@ public:
     using FileEditor::find;
     /// Replaces every match in one step of undo when `all` is true. Otherwise replaces the
     /// selection if the whole of it matches, and goes on to the next match. In `replacement`, "\1"
-    /// stands for the first capture of an expression.
+    /// stands for the first capture of an expression. An expression that takes too long changes
+    /// nothing, and the user is told.
     void
     replace(const QString &text, const QString &replacement, unsigned int flags, bool all) override;
 
@@ -75,16 +78,19 @@ protected:
     CodeWorkspace *workspace;
 
 private:
+    bool isShown() const;
     void currLineChanged(int line);
     void cursorChanged(const QPoint &place);
     void showTree();
     void watchModified();
     void replaceAll(const QString &text, const QString &replacement, unsigned int flags);
+    void tellOutOfTime();
 
     CodeDocument *m_document = nullptr;
     QPointer<QAbstractItemModel> m_alive; ///< the document's model, null once the document ended
     QPointer<QTreeView> m_tree;
     const CodeNode *m_lineNode = nullptr; ///< of the cursor's line; only ever compared
+    QMetaObject::Connection m_ended;
     QMetaObject::Connection m_modified;
     QMetaObject::Connection m_lineChanged;
     QMetaObject::Connection m_cursorChanged;

@@ -87,6 +87,7 @@ public:
     QComboBox *snippets = nullptr;
     QPointer<QAction> viewCodeBar;
     QPointer<QMenu> snippetMenu;
+    QMetaObject::Connection documentEnded;
     QVector<QAction *> actions; ///< those of the tool bar, null for a separator
 };
 
@@ -216,10 +217,14 @@ void CodeWorkspace::setDocument(CodeDocument *document)
         rememberPlace(old, d->editor->currentLine());
     d->editor->setDocument(document);
     d->editor->setEnabled(document);
+    QObject::disconnect(d->documentEnded);
     if (!document) {
         d->host->setStatusText(2, QString());
         return;
     }
+    // The editor lets go of a document that ends by itself; the rest follows.
+    d->documentEnded =
+        connect(document->model(), &QObject::destroyed, this, [this] { setDocument(nullptr); });
     QTextDocument *text = document;
     // Every line is laid out anew after this.
     if (text->defaultFont() != d->editor->font())
@@ -308,6 +313,7 @@ void CodeWorkspace::retranslate()
         d->snippetMenu->setTitle(texts->text(SnippetsText));
     d->editor->setAccessibleName(tr("Code"));
     d->messages->setAccessibleName(tr("Messages of the file"));
+    d->messages->setPlaceholderText(tr("No messages"));
     d->snippets->setAccessibleName(tr("Code snippets"));
     updateStatus();
 }
@@ -378,6 +384,12 @@ bool CodeWorkspace::canEdit() const
     return !d->editor->isReadOnly() && d->editor->codeDocument();
 }
 
+// A dialog may outlive the file that it was opened for, or its place in the view.
+bool CodeWorkspace::showsStill(const QPointer<QAbstractItemModel> &model) const
+{
+    return model && canEdit() && d->editor->codeDocument()->model() == model;
+}
+
 void CodeWorkspace::goToLine()
 {
     if (!canEdit())
@@ -390,14 +402,15 @@ void CodeWorkspace::goToLine()
     dialog.setInputMode(QInputDialog::IntInput);
     dialog.setIntRange(1, std::numeric_limits<int>::max());
     dialog.setIntValue(d->editor->currentLine().line + 1);
-    if (dialog.exec() != QDialog::Accepted || !alive)
+    if (dialog.exec() != QDialog::Accepted || !showsStill(alive))
         return;
     int line = dialog.intValue();
     if (line > d->editor->document()->blockCount()) {
         if (!askQuestion(d->host->mainWindow(), title,
-                         tr("Invalid line! Do you want go to the last line?"), true))
+                         tr("Invalid line! Do you want go to the last line?"), true) ||
+            !showsStill(alive))
             return;
-        line = d->editor->document()->blockCount();
+        line = d->editor->document()->blockCount(); // lines that are folded away count
     }
     d->editor->setCurrentLine(line - 1, CodeEditor::TopPlacement);
 }
@@ -508,8 +521,7 @@ void CodeWorkspace::snipInsert()
     const QPointer<QAbstractItemModel> alive = d->editor->codeDocument()->model();
     QString text =
         SnippetManager::instance()->snippet(d->host->mainWindow(), d->snippets->currentIndex());
-    // The dialog of the fields may have outlived the file that it was opened for.
-    if (text.isEmpty() || !alive || !canEdit() || d->editor->codeDocument()->model() != alive)
+    if (text.isEmpty() || !showsStill(alive))
         return;
     const QRegExp mark(QStringLiteral("CURSOR"));
     const int place = mark.indexIn(text);
@@ -518,29 +530,36 @@ void CodeWorkspace::snipInsert()
     d->editor->insertPlainText(text);
     if (place >= 0) {
         QTextCursor cursor = d->editor->textCursor();
-        cursor.movePosition(QTextCursor::PreviousCharacter, QTextCursor::MoveAnchor,
-                            text.size() - place);
+        cursor.setPosition(cursor.position() - (text.size() - place));
         d->editor->setTextCursor(cursor);
     }
     d->editor->setFocus();
 }
 
+// Saving lists the folder anew; the chosen snippet stays chosen.
+void CodeWorkspace::editSnippet(const QString &file)
+{
+    const QString chosen = d->snippets->currentText();
+    SnipDlg dialog(d->host->mainWindow(), file);
+    dialog.exec();
+    d->snippets->setCurrentText(chosen);
+}
+
 void CodeWorkspace::snipNew()
 {
-    SnipDlg dialog(d->host->mainWindow());
-    dialog.exec();
+    if (canEdit())
+        editSnippet(QString());
 }
 
 void CodeWorkspace::snipEdit()
 {
     const QString file = d->snippets->currentText();
-    if (file.isEmpty())
+    if (file.isEmpty() || !canEdit())
         return;
     const Engine *engine = d->host->engine();
     const QString directory = d->host->userPath() + (engine ? engine->enginePath() : QString()) +
                               QStringLiteral("/snippets/");
-    SnipDlg dialog(d->host->mainWindow(), directory + file + QStringLiteral(".xml"));
-    dialog.exec();
+    editSnippet(directory + file + QStringLiteral(".xml"));
 }
 
 } // namespace Kiln

@@ -2,12 +2,14 @@
 
 #include <memory>
 
+#include <QtCore/QPointer>
 #include <QtGui/QFont>
 
 #include <kilnx/codeedit/codeeditor.h>
 #include <kilnx/export.h>
 #include <kilnx/project/workspace.h>
 
+class QAbstractItemModel;
 class QTextDocument;
 
 namespace Kiln
@@ -92,6 +94,8 @@ private:
     void setCodeFont(const QFont &font);
     void updateStatus();
     bool canEdit() const;
+    bool showsStill(const QPointer<QAbstractItemModel> &model) const;
+    void editSnippet(const QString &file);
 
     std::unique_ptr<CodeWorkspacePrivate> d;
 };

@@ -72,7 +72,7 @@ std::unique_ptr<SnipField> readField(const QXmlStreamAttributes &attributes)
     bool isNumber = false;
     const int column = attributes.value(QStringLiteral("column")).toInt(&isNumber);
     if (isNumber)
-        field->column = qBound(0, column, LastColumn);
+        field->column = column;
     return field;
 }
 
@@ -138,7 +138,7 @@ QList<QWidget *> placeControls(QDialog &dialog, const Snippet &snippet)
     int row = -1;
     int lastColumn = LastColumn;
     for (const std::unique_ptr<SnipField> &field : snippet.fields) {
-        const int column = field->column.value_or(0);
+        const int column = qBound(0, field->column.value_or(0), LastColumn);
         if (column <= lastColumn)
             ++row;
         lastColumn = column;
@@ -387,8 +387,11 @@ QString SnippetManager::build(QWidget *parent, const QByteArray &xml)
     const QList<QWidget *> controls = placeControls(dialog, *snippet);
     if (dialog.exec() != QDialog::Accepted)
         return QString();
-    for (const QWidget *control : controls)
-        code.replace(QLatin1Char('@') + control->objectName(), controlValue(control));
+    for (const QWidget *control : controls) {
+        // A field without a name stands for nothing: "@" alone is code.
+        if (!control->objectName().isEmpty())
+            code.replace(QLatin1Char('@') + control->objectName(), controlValue(control));
+    }
     return code;
 }
 

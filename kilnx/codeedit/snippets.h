@@ -28,7 +28,7 @@ public:
 
     QString name;
     QString title;             ///< the label in the dialog
-    std::optional<int> column; ///< 0 to 10: the place in a row of the dialog, if it has one
+    std::optional<int> column; ///< the place in a row of the dialog, if it has one; cut to 0 to 10
 };
 
 /// A field that is typed in: a text, a number with a fraction, or an integer.

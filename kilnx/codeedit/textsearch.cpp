@@ -1,6 +1,9 @@
+#include <atomic>
 #include <chrono>
 #include <future>
 #include <thread>
+
+#include <QtGui/QTextDocument>
 
 #include <kilnx/codeedit/codefileeditor.h>
 #include <kilnx/codeedit/textsearch_p.h>
@@ -11,12 +14,22 @@ namespace Kiln
 namespace
 {
 constexpr std::chrono::seconds Patience(3);
+constexpr int MostAbandoned = 2;
+
+std::atomic<int> running{0};
 
 // Runs `work` on a thread of its own and waits for it, but not for ever.
 template<typename Result>
 std::optional<Result> withinTime(std::function<Result()> work)
 {
-    auto task = std::make_shared<std::packaged_task<Result()>>(std::move(work));
+    if (running >= MostAbandoned)
+        return std::nullopt;
+    ++running;
+    auto task = std::make_shared<std::packaged_task<Result()>>([work = std::move(work)] {
+        Result done = work();
+        --running;
+        return done;
+    });
     std::future<Result> result = task->get_future();
     std::thread([task] { (*task)(); }).detach();
     if (result.wait_for(Patience) != std::future_status::ready)
@@ -33,6 +46,11 @@ std::optional<Result> searched(const QRegExp &expression, std::function<Result()
 }
 } // namespace
 
+QString searchedText(const QTextDocument *document)
+{
+    return document->toRawText().replace(QChar::ParagraphSeparator, QLatin1Char('\n'));
+}
+
 QRegExp searchExpression(const QString &text, unsigned int flags)
 {
     const bool regular = flags & CodeFileEditor::RegularExpression;
@@ -41,14 +59,15 @@ QRegExp searchExpression(const QString &text, unsigned int flags)
                    regular ? QRegExp::RegExp2 : QRegExp::FixedString);
 }
 
-TextMatch searchText(const QRegExp &expression, const QString &text, int from, bool backward)
+std::optional<TextMatch>
+searchText(const QRegExp &expression, const QString &text, int from, bool backward)
 {
     const auto work = [expression, text, from, backward]() -> TextMatch {
         const int position =
             backward ? expression.lastIndexIn(text, from) : expression.indexIn(text, from);
         return {position, position < 0 ? 0 : expression.matchedLength()};
     };
-    return searched<TextMatch>(expression, work).value_or(TextMatch());
+    return searched<TextMatch>(expression, work);
 }
 
 std::optional<QString>
@@ -60,10 +79,9 @@ replaceText(const QRegExp &expression, const QString &text, const QString &repla
     });
 }
 
-bool matchesExactly(const QRegExp &expression, const QString &text)
+std::optional<bool> matchesExactly(const QRegExp &expression, const QString &text)
 {
-    return searched<bool>(expression, [expression, text] { return expression.exactMatch(text); })
-        .value_or(false);
+    return searched<bool>(expression, [expression, text] { return expression.exactMatch(text); });
 }
 
 } // namespace Kiln

@@ -399,6 +399,7 @@ void TestCodeEditor::toolTips_data()
     QTest::newRow("on the error") << 5 << none << "bad at 4";
     QTest::newRow("on the deprecation") << 9 << none << "old at 8";
     QTest::newRow("between two") << 1 << none << "";
+    QTest::newRow("the end counts") << 7 << none << "bad at 4";
     QTest::newRow("with Control held") << 5 << Qt::KeyboardModifiers(Qt::ControlModifier) << "";
 }
 
@@ -521,6 +522,16 @@ void TestCodeEditor::marginDragScrolls()
     QTest::qWait(60); // several steps of the drag
     QCOMPARE(m_editor->verticalScrollBar()->value(), stopped);
     QCOMPARE(m_document->findBlock(m_editor->textCursor().selectionStart()).blockNumber(), 2);
+    // Another document ends a drag that is under way.
+    QTest::mousePress(margin(), Qt::LeftButton, Qt::NoModifier, QPoint(3, 5));
+    QApplication::sendEvent(margin(), &move);
+    PlainDocument second(numberedLines(500));
+    m_editor->setDocument(&second);
+    QApplication::sendEvent(margin(), &move);
+    QTest::qWait(60);
+    QCOMPARE(m_editor->verticalScrollBar()->value(), 0);
+    QVERIFY(!m_editor->textCursor().hasSelection());
+    m_editor->setDocument(nullptr);
 }
 
 void TestCodeEditor::documentsComeAndGoWhileTimersRun()
@@ -566,8 +577,17 @@ void TestCodeEditor::fontsAndDirections()
     QTRY_COMPARE(margin()->geometry().left(), m_editor->viewport()->geometry().right() + 1);
     QCOMPARE(m_editor->viewport()->geometry().left(),
              m_editor->contentsRect().left() + m_editor->verticalScrollBar()->width());
-    m_editor->setCurrentLine(40, CodeEditor::MiddlePlacement);
-    QVERIFY(!shot(m_editor.get()).isNull());
+    // Letters that run to the left stand at the left of the view, and the dots of a fold beside
+    // them.
+    m_editor->setPlainText(QString::fromUtf8("[\u05d0\u05d1]\n\u05d2\n\u05d3"));
+    const QRect text = textRect(0, 0, 4).normalized();
+    const QRect beside(text.right() + 3, lineRect(0).top(), 78, lineRect(0).height());
+    setCursor(2, 0);
+    QVERIFY(!showsColor(shot(m_editor->viewport()), beside, Qt::gray));
+    QTest::mouseClick(margin(), Qt::LeftButton, Qt::NoModifier,
+                      QPoint(8, lineRect(0).center().y()));
+    QVERIFY(!m_document->findBlockByNumber(1).isVisible());
+    QVERIFY(showsColor(shot(m_editor->viewport()), beside, Qt::gray));
 }
 
 QTEST_MAIN(TestCodeEditor)

@@ -163,6 +163,12 @@ void TestCodeFolding::markerIsClickedAndLightsUp()
     QCOMPARE(shown(), QStringLiteral("xxxxxxxxxx"));
     QTest::mouseClick(margin, Qt::LeftButton, Qt::NoModifier, marker(3));
     QCOMPARE(shown(), QStringLiteral("xxxxxxxxxx"));
+    // The second of two quick clicks comes as a double click.
+    QTest::mouseClick(margin, Qt::LeftButton, Qt::NoModifier, marker(2));
+    QMouseEvent second(QEvent::MouseButtonDblClick, marker(2), Qt::LeftButton, Qt::LeftButton,
+                       Qt::NoModifier);
+    QApplication::sendEvent(margin, &second);
+    QCOMPARE(shown(), QStringLiteral("xxxxxxxxxx"));
 }
 
 void TestCodeFolding::foldedLinesLookFolded()

@@ -27,6 +27,7 @@ private slots:
     void popupFollowsTheWord();
     void popupKeys_data();
     void popupKeys();
+    void popupStaysClosed();
     void wordIsCompleted_data();
     void wordIsCompleted();
     void wordListsComeAndGo();
@@ -151,6 +152,35 @@ void TestCodeKeys::popupKeys_data()
     QTest::newRow("Tab") << int(Qt::Key_Tab) << "type= walk";
     QTest::newRow("Return") << int(Qt::Key_Return) << "type= walk";
     QTest::newRow("Enter") << int(Qt::Key_Enter) << "type= walk";
+}
+
+/// What asks for no words, or must not bring any.
+void TestCodeKeys::popupStaysClosed()
+{
+    type("type= ");
+    QTest::keyClick(popup(), Qt::Key_Escape);
+    QTest::keyClick(m_editor.get(), Qt::Key_Escape);
+    QVERIFY(!popup()->isVisible());
+    // The keyboard's own commands bring control characters, which QTest leaves out.
+    QKeyEvent copy(QEvent::KeyPress, Qt::Key_C, Qt::ControlModifier, QStringLiteral("\x03"));
+    QApplication::sendEvent(m_editor.get(), &copy);
+    QVERIFY(!popup()->isVisible());
+    QTest::keyClick(m_editor.get(), Qt::Key_Space, Qt::ControlModifier);
+    QVERIFY(popup()->isVisible());
+    QTest::keyClick(popup(), Qt::Key_Left, Qt::ControlModifier); // no text: the list stays
+    QVERIFY(popup()->isVisible());
+    QTest::keyClick(popup(), Qt::Key_End, Qt::ControlModifier);
+    QTest::keyClick(popup(), Qt::Key_Return); // nothing is chosen: a new line
+    QVERIFY(!popup()->isVisible());
+    m_editor->setPlainText("play");
+    m_editor->moveCursor(QTextCursor::End);
+    QTest::keyClick(m_editor.get(), '(', Qt::ShiftModifier);
+    QVERIFY(!popup()->isVisible());
+    m_editor->setReadOnly(true);
+    QTest::keyClick(m_editor.get(), Qt::Key_Space, Qt::ControlModifier);
+    QVERIFY(!popup()->isVisible());
+    emit m_editor->findChild<QCompleter *>()->activated(QStringLiteral("run"));
+    QCOMPARE(m_editor->toPlainText(), QStringLiteral("play("));
 }
 
 void TestCodeKeys::popupKeys()

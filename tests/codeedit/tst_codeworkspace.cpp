@@ -204,8 +204,14 @@ void TestCodeWorkspace::documentsRememberTheirPlace()
     m_editor->setCurrentFile(second.get());
     QCOMPARE(place(), QPoint(100, 1));
     // A file may end while it is shown.
+    second->setModified(true);
     second.reset();
     QVERIFY(!m_editor->document());
+    QVERIFY(!m_editor->currentFile());
+    QVERIFY(!m_editor->isModified());
+    QVERIFY(!view()->isEnabled());
+    QCOMPARE(m_host->statusTexts.value(2), QString());
+    m_editor->undo();
     m_editor->find("x", Quiet);
     m_editor->navigateTo(3, 3);
     m_editor->setCurrentFile(m_document.get());
@@ -429,13 +435,27 @@ void TestCodeWorkspace::snippetOfAnotherFileIsDropped()
     m_workspace->snipInsert();
     QCOMPARE(second->toString(), QStringLiteral("second"));
     QCOMPARE(m_document->toString(), QString());
-    // The go-to dialog, while the file ends.
-    m_host->dialogs().expectDialog([&](QDialog *dialog) {
-        second.reset();
-        dialog->accept();
-    });
-    m_workspace->goToLine();
-    QVERIFY(!m_editor->document());
+    // The go-to and the encoding dialogs, while another file comes, and while the file ends.
+    m_document->fromString("a\nb\nc");
+    for (const bool ends : {false, true}) {
+        for (int which = 0; which < 2; ++which) {
+            if (!second)
+                second.reset(new PlainDocument("second"));
+            m_editor->setCurrentFile(second.get());
+            m_host->dialogs().expectDialog([&](QDialog *dialog) {
+                if (auto *input = qobject_cast<QInputDialog *>(dialog))
+                    input->setIntValue(2);
+                if (ends)
+                    second.reset();
+                else
+                    m_editor->setCurrentFile(m_document.get());
+                dialog->accept();
+            });
+            which ? m_workspace->statusClicked() : m_workspace->goToLine();
+            QCOMPARE(m_editor->document(), ends ? nullptr : m_document.get());
+            QCOMPARE(place(), QPoint(0, 0));
+        }
+    }
 }
 
 void TestCodeWorkspace::encodingIsChosen()
@@ -499,6 +519,11 @@ void TestCodeWorkspace::statusAndModification()
     QCOMPARE(place(), QPoint(1, 4));
     m_editor->navigateTo(9, 99);
     QCOMPARE(place(), QPoint(2, 1));
+    // Columns count code units, as those of messages do.
+    m_document->fromString(QString::fromUtf8("\U0001F3AE\U0001F3AE bad\nnext"));
+    m_editor->navigateTo(0, 5);
+    QCOMPARE(place(), QPoint(0, 5));
+    m_document->setModified(false);
 
     m_editor->deactivate();
     modified.clear();
@@ -579,6 +604,23 @@ void TestCodeWorkspace::editorsShareTheView()
     QCOMPARE(view()->codeDocument(), second.get());
     emit tree->activated(tree->model()->index(0, 0));
     QCOMPARE(place(), QPoint(0, 0));
+    // What the other editor is told is for its own file, not for the one in the view.
+    QTextCursor all = view()->textCursor();
+    all.select(QTextCursor::Document);
+    view()->setTextCursor(all);
+    m_editor->replace("command", "x", 0, true);
+    m_editor->cut();
+    QCOMPARE(second->toString(), QStringLiteral("@command a\npress: up\n"));
+    m_editor->navigateTo(3, 2);
+    QVERIFY(m_editor->find(first.get(), "life", 0));
+    QCOMPARE(view()->textCursor().selectedText().size(), 21);
+    m_editor->setCurrentFile(first.get());
+    QCOMPARE(place(), QPoint(3, 0));
+    other.setCurrentFile(second.get());
+    m_editor->navigateTo(2, 3);
+    m_editor->setCurrentFile(first.get());
+    QCOMPARE(place(), QPoint(2, 3));
+    other.setCurrentFile(second.get());
     other.setCurrentFile(nullptr);
     QVERIFY(!view()->isEnabled());
     m_editor->setCurrentFile(nullptr);
@@ -664,6 +706,11 @@ void TestCodeWorkspace::replacesAll()
     const int steps = m_document->availableUndoSteps();
     m_editor->replace("nowhere", "x", 0, true);
     QCOMPARE(m_document->availableUndoSteps(), steps);
+    // What does not match stays as it is, no-break spaces too.
+    m_document->fromString(QString::fromUtf8("a\u00a0b a b"));
+    m_editor->replace("a b", "c", Quiet, true);
+    QCOMPARE(m_document->toRawText(), QString::fromUtf8("a\u00a0b c"));
+    m_document->fromString(before);
     view()->setReadOnly(true);
     m_editor->replace("line", "x", 0, true);
     QCOMPARE(m_document->toString(), before);
@@ -673,26 +720,37 @@ void TestCodeWorkspace::hostileExpressions_data()
 {
     QTest::addColumn<QString>("expression");
     QTest::addColumn<bool>("all");
-    QTest::newRow("one that never ends") << "(a*)*(a*)*\\2\\1b" << false;
-    QTest::newRow("one that never ends, replacing") << "(a*)*(a*)*\\2\\1b" << true;
-    QTest::newRow("one that matches nothing everywhere") << "b*" << true;
+    QTest::addColumn<bool>("outOfTime");
+    const QString endless("(a*)*(a*)*\\2\\1b");
+    QTest::newRow("one that matches nothing everywhere") << "b*" << true << false;
+    QTest::newRow("one that never ends") << endless << false << false;
+    QTest::newRow("one that never ends, replacing") << endless << true << true;
+    QTest::newRow("one too many of them") << "a" << true << true;
 }
 
 void TestCodeWorkspace::hostileExpressions()
 {
     QFETCH(QString, expression);
     QFETCH(bool, all);
+    QFETCH(bool, outOfTime);
     const QString text(200000, 'a');
     m_document->fromString(text);
+    if (outOfTime)
+        m_host->dialogs().expectBox(QMessageBox::Ok);
     QElapsedTimer timer;
     timer.start();
-    const unsigned int flags = CodeFileEditor::RegularExpression | Quiet;
+    // Around the end the same would only be tried once more.
+    const unsigned int flags =
+        CodeFileEditor::RegularExpression | CodeFileEditor::WrapAround | Quiet;
     if (all)
-        m_editor->replace(expression, "", flags, true);
+        m_editor->replace(expression, "x", flags, true);
     else
         QVERIFY(!m_editor->find(static_cast<ProjectFile *>(m_document.get()), expression, flags));
     QVERIFY2(timer.elapsed() < 20000, "nobody waits that long");
-    QCOMPARE(m_document->toString(), text);
+    QString expected = text;
+    if (!outOfTime && all)
+        expected.replace("a", "xa").append("x");
+    QVERIFY(m_document->toString() == expected);
 }
 
 void TestCodeWorkspace::strangersAreRefused()
@@ -715,9 +773,10 @@ void TestCodeWorkspace::nothingWithoutADocument()
     select(0, 0);
     view()->setReadOnly(true);
     for (int round = 0; round < 2; ++round) {
-        for (const char *key : {"code_goto", "code_prev_error", "code_next_error",
-                                "code_prev_deprecation", "code_next_deprecation", "code_comment",
-                                "code_fold_all", "code_unfold_all", "code_snippet_insert"})
+        for (const char *key :
+             {"code_goto", "code_prev_error", "code_next_error", "code_prev_deprecation",
+              "code_next_deprecation", "code_comment", "code_fold_all", "code_unfold_all",
+              "code_snippet_insert", "code_snippet_new", "code_snippet_edit"})
             m_host->action(key)->trigger();
         QCOMPARE(m_document->toString(), QStringLiteral("bad\n[x]\ny\nz"));
         QCOMPARE(m_document->lineCount(), 4);

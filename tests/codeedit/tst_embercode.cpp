@@ -120,6 +120,10 @@ void TestEmberCode::wordsAreOffered_data()
     QTest::newRow("pictures of the file") << 1 << "cel: " << QStringList{"wren_a"};
     QTest::newRow("entries of the section")
         << 5 << " " << QStringList{"after:", "chance:", "say:", "set:", "then:", "when:"};
+    QTest::newRow("outer sections")
+        << 5 << "@s" << QStringList{"about", "body",  "command", "files",  "ground",
+                                    "layer", "match", "note",    "sketch", "state"};
+    QTest::newRow("inner sections") << 5 << "@@o" << QStringList{"on", "step"};
     QTest::newRow("nothing for free text") << 1 << "say: " << QStringList();
 }
 

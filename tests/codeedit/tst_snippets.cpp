@@ -25,7 +25,7 @@ namespace
 const char *const Stored =
     "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<snippet>\r\n\r\n"
     "\t<field name=\"width\" title=\"Width &amp; more\" type=\"integer\" />\r\n"
-    "\t<field name=\"who\" title=\"Who\" type=\"string\" column=\"1\" />\r\n"
+    "\t<field name=\"who\" title=\"Who\" type=\"string\" column=\"15\" />\r\n"
     "\t<field name=\"dir\" title=\"Direction\" type=\"items\" value=\"l;r\" "
     "value_title=\"To the left;To the &lt;right&gt;\"/>\r\n"
     "\r\n\t<code>\r\n"
@@ -99,7 +99,7 @@ void TestSnippets::readsAndWritesTheSameBytes()
     QVERIFY(snippet);
     QCOMPARE(snippet->fields.size(), size_t(3));
     QCOMPARE(snippet->fields[0]->title, QStringLiteral("Width & more"));
-    QCOMPARE(snippet->fields[1]->column.value_or(-1), 1);
+    QCOMPARE(snippet->fields[1]->column.value_or(-1), 15);
     const auto *items = dynamic_cast<ComboSnipField *>(snippet->fields[2].get());
     QVERIFY(items);
     QCOMPARE(items->titles, QStringList({"To the left", "To the <right>"}));
@@ -172,9 +172,11 @@ void TestSnippets::fieldsBecomeControls()
             list->setCurrentText(value.toString());
         dialog->accept();
     });
-    QTEST(SnippetManager::build(
-              m_host->mainWindow(),
-              snippetOf("<field name='f' title='F' " + field + "/>", "&lt;@f|@fz>")),
+    // A field without a name takes the place of nothing.
+    QTEST(SnippetManager::build(m_host->mainWindow(),
+                                snippetOf("<field name='f' title='F' column='99' " + field +
+                                              "/><field title='G' column='-7'/>",
+                                          "&lt;@f|@fz>")),
           "code");
 }
 

@@ -142,8 +142,13 @@ void tst_studio_settings::codeIsReadable()
     theme.apply();
     QCOMPARE(Theme::isDark(), dark);
     const QPalette palette = QApplication::palette();
-    for (const QColor &ground :
-         {palette.color(QPalette::Base), theme.color(QStringLiteral("line"))}) {
+    // The block around the cursor stands out by 40 on a dark ground and by 30 on a light one.
+    const QColor block = theme.color(QStringLiteral("block_range"));
+    const int shift = dark ? 40 : -30;
+    const QColor innermost(block.red() + shift, block.green() + shift, block.blue() + shift);
+    QVERIFY(contrast(Qt::white, theme.color(QStringLiteral("paren_error"))) >= 4.5);
+    for (const QColor &ground : {palette.color(QPalette::Base), theme.color(QStringLiteral("line")),
+                                 theme.color(QStringLiteral("paren_range")), innermost}) {
         for (int token = 0; token < 10; ++token) {
             const QColor color = theme.color(QStringLiteral("token%1").arg(token));
             QVERIFY2(contrast(color, ground) >= 4.5,
