@@ -99,6 +99,7 @@ QWidget *SettingsDialog::codePage()
     m_font = named(new QFontComboBox(page), "settings_font", tr("Font of code"));
     m_font->setFontFilters(QFontComboBox::MonospacedFonts);
     m_font->setCurrentFont(QFont(m_settings.value("font_name").toString()));
+    m_shownFont = m_font->currentFont().family();
     m_fontSize = named(new QSpinBox(page), "settings_font_size", tr("Font size of code"));
     m_fontSize->setRange(5, 72);
     m_fontSize->setSuffix(tr(" pt"));
@@ -147,7 +148,8 @@ void SettingsDialog::apply()
     for (auto box = m_options.cbegin(); box != m_options.cend(); ++box)
         m_settings.setValue(box.key(), box.value()->isChecked());
     m_settings.setValue("theme", m_theme->currentData());
-    m_settings.setValue("font_name", m_font->currentFont().family());
+    if (m_font->currentFont().family() != m_shownFont)
+        m_settings.setValue("font_name", m_font->currentFont().family());
     m_settings.setValue("font_size", m_fontSize->value());
     m_colors->apply();
     m_settings.sync();

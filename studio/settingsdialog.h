@@ -49,6 +49,7 @@ private:
     QMap<QString, QCheckBox *> m_options;
     QComboBox *m_theme = nullptr;
     QFontComboBox *m_font = nullptr;
+    QString m_shownFont; ///< a family that is not installed shows as another and is kept
     QSpinBox *m_fontSize = nullptr;
     ColorPage *m_colors = nullptr;
     QWidget *m_engines = nullptr; ///< null without an engine

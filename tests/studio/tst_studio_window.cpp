@@ -61,6 +61,7 @@ private slots:
     void missingFilesAreMadeOnlyIfWanted();
     void directoryWithoutProjectLeavesTheOldOne();
     void settingsDialogReachesTheView();
+    void encodingIsChosenFromTheStatusBar();
     void engineRunsOnTheSavedFiles();
     void definitionsDoNotTakeSettingsAway();
     void everythingHasANameAndAKey();
@@ -499,16 +500,34 @@ void tst_studio_window::settingsDialogReachesTheView()
         return document()->findBlockByNumber(2).layout()->formats().size();
     };
     QVERIFY(colours() > 0);
+    m_window->settings().setValue("font_name", "a family that nobody has");
+    const auto viewFlags = [this] {
+        const Kiln::CodeEditor::SyntaxFormatting &now = view()->syntaxFormatting();
+        auto *bar = m_window->findChild<QToolBar *>("codeToolBar");
+        return QList<bool>{bar->isVisible(),  now.lineNumbers,     now.foldingMarkers,
+                           now.highlightLine, now.highlightBlocks, now.parenMatching};
+    };
+    const QList<bool> before = viewFlags();
+    QList<bool> toggled;
+    for (const bool flag : before)
+        toggled << !flag;
     m_dialogs->expectDialog([](QDialog *dialog) {
         dialog->findChild<QSpinBox *>("settings_font_size")->setValue(17);
         dialog->findChild<QAbstractButton *>("settings_highlightCode")->setChecked(false);
         dialog->findChild<QAbstractButton *>("settings_modelCode")->setChecked(false);
+        for (const char *key :
+             {"show_code_bar", "code_line_numbers", "code_folding_markers", "code_highlight_line",
+              "code_highlight_blocks", "code_paren_matching"})
+            dialog->findChild<QAbstractButton *>(QLatin1String("settings_") + key)->toggle();
         auto *theme = dialog->findChild<QComboBox *>("settings_theme");
         theme->setCurrentIndex(theme->findData("dark"));
         dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)->click();
     });
     m_window->actions()->settings->trigger();
     QCOMPARE(view()->font().pointSize(), 17);
+    QCOMPARE(viewFlags(), toggled);
+    QCOMPARE(m_window->settings().value("font_name").toString(),
+             QStringLiteral("a family that nobody has"));
     QVERIFY(Theme::isDark());
     QCOMPARE(colours(), 0);
     QCOMPARE(document()->model()->rowCount(), 0);
@@ -522,6 +541,20 @@ void tst_studio_window::settingsDialogReachesTheView()
     QCOMPARE(view()->font().pointSize(), 19);
     m_window->actions()->zoomActual->trigger();
     QCOMPARE(view()->font().pointSize(), 17);
+}
+
+void tst_studio_window::encodingIsChosenFromTheStatusBar()
+{
+    open("heroes/wren/ground.glow");
+    m_dialogs->expectDialog([](QDialog *dialog) {
+        dialog->findChild<QComboBox *>("codePage")->setCurrentText("UTF-16LE");
+        dialog->accept();
+    });
+    m_dialogs->expectBox(QMessageBox::No);
+    auto *field = m_window->findChild<QToolButton *>("status_field_2");
+    QTest::mouseClick(field, Qt::LeftButton);
+    QCOMPARE(document()->codecName(), QStringLiteral("UTF-16LE"));
+    QCOMPARE(field->text(), QStringLiteral("Encoding: UTF-16LE"));
 }
 
 void tst_studio_window::engineRunsOnTheSavedFiles()
