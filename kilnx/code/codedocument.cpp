@@ -1,7 +1,7 @@
 #include <QtCore/QFileInfo>
-#include <QtWidgets/QPlainTextDocumentLayout>
 #include <kilnx/code/codedocument.h>
 #include <kilnx/code/codedocument_p.h>
+#include <kilnx/code/codelayout_p.h>
 #include <kilnx/code/noderows_p.h>
 
 namespace Kiln
@@ -10,7 +10,7 @@ CodeDocument::CodeDocument(short fileType)
     : RootCode(fileType)
 {
     QTextDocument *const text = this;
-    setDocumentLayout(new QPlainTextDocumentLayout(text));
+    setDocumentLayout(new CodeLayout(text));
     QFont font(QStringLiteral("Courier"), 10);
     font.setFixedPitch(true);
     font.setStyleHint(QFont::Monospace, QFont::PreferDefault);

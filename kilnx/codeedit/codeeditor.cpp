@@ -4,7 +4,6 @@
 
 #include <QtCore/QFile>
 #include <QtGui/QHelpEvent>
-#include <QtGui/QPainter>
 #include <QtGui/QTextLayout>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QPlainTextDocumentLayout>
@@ -292,18 +291,6 @@ bool CodeEditor::completerFromFile(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly);
-}
-
-void CodeEditor::paintEvent(QPaintEvent *event)
-{
-    if (!d->blockStart.isEmpty()) {
-        QPainter painter(viewport());
-        d->paintBlocks(painter, event->rect());
-    }
-    QPlainTextEdit::paintEvent(event);
-    // The dots begin a blank behind the text: the cursor, painted by now, stays on top.
-    QPainter painter(viewport());
-    d->paintFolded(painter, event->rect());
 }
 
 void CodeEditor::resizeEvent(QResizeEvent *event)

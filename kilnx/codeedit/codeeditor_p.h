@@ -7,6 +7,7 @@
 #include <QtCore/QMap>
 #include <QtCore/QTimer>
 #include <QtCore/QVector>
+#include <QtGui/QAbstractTextDocumentLayout>
 #include <QtGui/QIcon>
 #include <QtWidgets/QTextEdit>
 #include <QtWidgets/QWidget>
@@ -55,6 +56,15 @@ public:
         int lastHidden = -1;
     };
 
+    /// A line on the screen, and where it stands in the view.
+    struct ShownLine {
+        QTextBlock block;
+        qreal top;
+        qreal height;
+
+        qreal bottom() const { return top + height; }
+    };
+
     explicit CodeEditorPrivate(CodeEditor *editor);
 
     // Margin: codeeditormargin.cpp
@@ -90,8 +100,22 @@ public:
     void clearBlocks();
     qreal visualIndent(const QTextBlock &block) const;
     QColor levelColor(int level, int count) const;
-    void paintBlocks(QPainter &painter, const QRect &clip) const;
-    void paintFolded(QPainter &painter, const QRect &clip) const;
+    void paintBlocks(QPainter &painter, const QVector<ShownLine> &lines) const;
+
+    // Painting of the text: codeeditorpaint.cpp
+    using PaintContext = QAbstractTextDocumentLayout::PaintContext;
+    QVector<ShownLine> linesBetween(int first, int last) const;
+    void paintText(QPainter &painter, const QRect &strip);
+    void paintCurrentLine(QPainter &painter,
+                          const ShownLine &line,
+                          const PaintContext &context,
+                          const QRect &clip) const;
+    void paintLine(QPainter &painter,
+                   const ShownLine &line,
+                   const PaintContext &context,
+                   const QRect &clip) const;
+    void paintFolded(QPainter &painter, const ShownLine &line, const QPointF &origin) const;
+    void paintBelow(QPainter &painter, qreal top, const QRect &clip) const;
 
     // Folding: codeeditorfolding.cpp
     bool toggle(const QTextBlock &block);

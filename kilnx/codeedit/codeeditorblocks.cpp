@@ -100,50 +100,23 @@ QColor CodeEditorPrivate::levelColor(int level, int count) const
 }
 
 // The innermost block has level 0, which stands out most; it is filled last, over the outer ones.
-void CodeEditorPrivate::paintBlocks(QPainter &painter, const QRect &clip) const
+void CodeEditorPrivate::paintBlocks(QPainter &painter, const QVector<ShownLine> &lines) const
 {
     const int scrolled = q->horizontalScrollBar()->value();
     const int width = q->viewport()->width();
     const int count = blockStart.size();
-    QTextBlock block = q->firstVisibleBlock();
-    qreal top = q->blockBoundingGeometry(block).translated(q->contentOffset()).top();
-    for (; block.isValid() && top <= clip.bottom(); block = block.next()) {
-        const qreal height = q->blockBoundingRect(block).height();
-        const QRectF line(0, top, width, height);
-        top += height;
-        if (!block.isVisible() || line.bottom() < clip.top())
-            continue;
-        const int number = block.blockNumber();
-        const bool rightToLeft = block.textDirection() == Qt::RightToLeft;
+    for (const ShownLine &line : lines) {
+        const int number = line.block.blockNumber();
+        const bool rightToLeft = line.block.textDirection() == Qt::RightToLeft;
         for (int i = count - 1; i >= 0; --i) {
             if (number < blockStart.at(i) || number > blockEnd.at(i))
                 continue;
             const qreal indent = blockIndent.at(i) - scrolled;
-            const QRectF range = rightToLeft ? QRectF(0, line.top(), indent, height)
-                                             : line.adjusted(indent, 0, 0, 0);
+            const QRectF range = rightToLeft
+                                     ? QRectF(0, line.top, indent, line.height)
+                                     : QRectF(indent, line.top, width - indent, line.height);
             painter.fillRect(range.toAlignedRect(), levelColor(i, count));
         }
-    }
-}
-
-void CodeEditorPrivate::paintFolded(QPainter &painter, const QRect &clip) const
-{
-    QTextBlock block = q->firstVisibleBlock();
-    const QPointF offset = q->contentOffset();
-    painter.setPen(Qt::gray);
-    painter.setFont(q->document()->defaultFont());
-    qreal top = q->blockBoundingGeometry(block).translated(offset).top();
-    for (; block.isValid() && top <= clip.bottom(); block = block.next()) {
-        const qreal height = q->blockBoundingRect(block).height();
-        const QTextBlock next = block.next();
-        if (block.isVisible() && next.isValid() && !next.isVisible() &&
-            block.layout()->lineCount() > 0) {
-            const QTextLine line = block.layout()->lineAt(block.layout()->lineCount() - 1);
-            const QPointF end(offset.x() + line.x() + line.naturalTextWidth(),
-                              top + line.y() + line.ascent());
-            painter.drawText(end, QStringLiteral(" ... "));
-        }
-        top += height;
     }
 }
 

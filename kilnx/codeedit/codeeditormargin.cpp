@@ -150,25 +150,20 @@ void CodeEditorPrivate::paintMargin(QPaintEvent *event)
     QColor faint = palette.color(QPalette::WindowText);
     faint.setAlpha(OtherLineAlpha);
 
-    QTextBlock block = q->firstVisibleBlock();
-    qreal top = q->blockBoundingGeometry(block).translated(q->contentOffset()).top();
-    for (; block.isValid() && top <= clip.bottom(); block = block.next()) {
-        const qreal height = q->blockBoundingRect(block).height();
-        const QRect line(0, qRound(top), extraArea->width(), qRound(height));
-        top += height;
-        if (!block.isVisible() || line.bottom() < clip.top())
-            continue;
-        const int number = block.blockNumber();
+    for (const ShownLine &line : linesBetween(clip.top(), clip.bottom())) {
+        const int top = qRound(line.top);
+        const int height = qRound(line.height);
+        const int number = line.block.blockNumber();
         if (format.lineNumbers) {
             painter.setPen(number == current ? palette.color(QPalette::WindowText) : faint);
-            painter.drawText(numbersLeft, line.top(), numbersWidth, line.height(), Qt::AlignRight,
+            painter.drawText(numbersLeft, top, numbersWidth, height, Qt::AlignRight,
                              QString::number(number + 1));
         }
         if (format.foldingMarkers) {
-            column.setTop(line.top());
-            column.setHeight(line.height());
+            column.setTop(top);
+            column.setHeight(height);
             paintConnection(painter, number, column);
-            paintMarker(painter, block, column);
+            paintMarker(painter, line.block, column);
         }
     }
 }
@@ -218,14 +213,9 @@ void CodeEditorPrivate::paintConnection(QPainter &painter, int number, const QRe
 
 QTextBlock CodeEditorPrivate::blockAt(int y) const
 {
-    QTextBlock block = q->firstVisibleBlock();
-    qreal bottom = q->blockBoundingGeometry(block).translated(q->contentOffset()).top();
-    for (; block.isValid(); block = block.next()) {
-        bottom += q->blockBoundingRect(block).height();
-        if (block.isVisible() && y < bottom)
-            return block;
-        if (bottom > extraArea->height())
-            break;
+    for (const ShownLine &line : linesBetween(0, extraArea->height())) {
+        if (y < line.bottom())
+            return line.block;
     }
     return QTextBlock();
 }

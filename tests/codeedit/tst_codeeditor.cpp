@@ -79,7 +79,10 @@ private slots:
     void marginColumns_data();
     void marginColumns();
     void cursorMoveRepaintsTwoStrips();
+    void keyRepaintsItsLine();
     void currentLineIsPaintedAcross();
+    void looksLikeThePlainView_data();
+    void looksLikeThePlainView();
     void brackets_data();
     void brackets();
     void bracketsAreNotMatchedWithout_data();
@@ -238,6 +241,24 @@ void TestCodeEditor::cursorMoveRepaintsTwoStrips()
     QVERIFY2((watch.region - allowed).isEmpty(), "more than the two lines was painted");
 }
 
+void TestCodeEditor::keyRepaintsItsLine()
+{
+    m_editor->setPlainText(numberedLines(30).replace("line 9", "a bad line 9"));
+    setCursor(9, 10);
+    QTest::keyClicks(m_editor.get(), QStringLiteral("xyz"));
+    QTest::qWait(100);                          // whatever the window system still paints
+    const QRect line = lineRect(9);
+    const QRegion allowed(line.adjusted(0, -2, 0, 2));
+    for (const Qt::Key key : {Qt::Key_Y, Qt::Key_Backspace, Qt::Key_Delete, Qt::Key_Space}) {
+        PaintWatch watch(m_editor->viewport());
+        QTest::keyClick(m_editor.get(), key);
+        QTRY_VERIFY(watch.region.contains(line.center()));
+        QVERIFY2((watch.region - allowed).isEmpty(), "more than the line was painted");
+    }
+    m_editor->insertPlainText(QStringLiteral("\u0e01\u0e36\u0e4b")); // may be higher than Latin
+    QCOMPARE(m_document->lineCount(), 30);
+}
+
 void TestCodeEditor::currentLineIsPaintedAcross()
 {
     m_editor->setPlainText(numberedLines(5));
@@ -255,6 +276,73 @@ void TestCodeEditor::currentLineIsPaintedAcross()
     m_editor->setSyntaxFormatting(formatting);
     QVERIFY(!showsColor(shot(m_editor->viewport()), m_editor->viewport()->rect(),
                         formatting.lineColor));
+}
+
+// A document, the cursor's line and column, those of the selection's other end, and how far the
+// view is scrolled to the side.
+void TestCodeEditor::looksLikeThePlainView_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QList<int>>("places");
+    QTest::addColumn<int>("scroll");
+    QTest::addColumn<bool>("overwrites");
+    const QString shortText = QStringLiteral("a bad word\n\told and \u05d0\u05d1\u05d2 hmm\n\n"
+                                             "\u05d0\u05d1\u05d2 to the left\nthe end");
+    const QString words = QStringLiteral("w\u00f6rd bad f(i) ").repeated(1500);
+    const QString tabs = QStringLiteral("a\tbad word ").repeated(1500);
+    const QString mixed = QStringLiteral("left \u05d0\u05d1\u05d2 bad ").repeated(1500);
+    QTest::newRow("a cursor") << shortText << QList<int>{0, 3, 0, 3} << 0 << false;
+    QTest::newRow("a cursor to overwrite with") << shortText << QList<int>{1, 2, 1, 2} << 0 << true;
+    QTest::newRow("one at a line's end") << shortText << QList<int>{4, 7, 4, 7} << 0 << true;
+    QTest::newRow("a selection") << shortText << QList<int>{0, 4, 3, 5} << 0 << false;
+    QTest::newRow("a selection upwards") << shortText << QList<int>{4, 2, 1, 9} << 0 << false;
+    QTest::newRow("a long line") << words << QList<int>{0, 0, 0, 0} << 0 << false;
+    QTest::newRow("the middle of one") << words << QList<int>{0, 9, 0, 9} << 60007 << false;
+    QTest::newRow("a selection in one") << words << QList<int>{0, 7500, 0, 15000} << 60007 << false;
+    QTest::newRow("the end of one") << words << QList<int>{0, 20000, 0, 20010} << 1 << false;
+    QTest::newRow("tabs in one") << tabs << QList<int>{0, 0, 0, 0} << 60007 << false;
+    QTest::newRow("two directions in one") << mixed << QList<int>{0, 0, 0, 0} << 60007 << false;
+}
+
+void TestCodeEditor::looksLikeThePlainView()
+{
+    QFETCH(QString, text);
+    QFETCH(QList<int>, places);
+    QFETCH(int, scroll);
+    QFETCH(bool, overwrites);
+    CodeEditor::SyntaxFormatting formatting;
+    formatting.highlightLine = formatting.parenMatching = false;
+    m_editor->setSyntaxFormatting(formatting);
+    m_editor->setPlainText(text);
+    QPlainTextEdit plain(m_editor.get()); // in the same window, so that it can have the keyboard
+    plain.setFrameShape(QFrame::NoFrame);
+    plain.setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    plain.setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    plain.setLineWrapMode(QPlainTextEdit::NoWrap);
+    plain.setDocument(m_document.get());
+    plain.setTabStopDistance(m_editor->tabStopDistance());
+    plain.resize(m_editor->viewport()->size());
+    plain.show();
+    const int flashTime = QApplication::cursorFlashTime();
+    QApplication::setCursorFlashTime(0);
+    QImage images[2];
+    QPlainTextEdit *const views[2] = {m_editor.get(), &plain};
+    for (int i = 0; i < 2; ++i) {
+        QPlainTextEdit *const view = views[i];
+        QTextCursor cursor(m_document->findBlockByNumber(places.at(2)));
+        cursor.setPosition(cursor.block().position() + places.at(3));
+        const QTextBlock line = m_document->findBlockByNumber(places.at(0));
+        cursor.setPosition(line.position() + places.at(1), QTextCursor::KeepAnchor);
+        view->setFocus();
+        view->setOverwriteMode(overwrites);
+        view->setTextCursor(cursor);
+        if (scroll)
+            view->horizontalScrollBar()->setValue(scroll);
+        QVERIFY(view->hasFocus());
+        images[i] = shot(view->viewport());
+    }
+    QApplication::setCursorFlashTime(flashTime);
+    QCOMPARE(images[0], images[1]);
 }
 
 void TestCodeEditor::brackets_data()

@@ -1,0 +1,231 @@
+#include <algorithm>
+
+#include <QtGui/QAbstractTextDocumentLayout>
+#include <QtGui/QPainter>
+#include <QtGui/QTextLayout>
+#include <QtWidgets/QScrollBar>
+
+#include <kilnx/code/codedocument.h>
+#include <kilnx/codeedit/codeeditor_p.h>
+
+namespace Kiln
+{
+
+namespace
+{
+using PaintContext = QAbstractTextDocumentLayout::PaintContext;
+using FormatRanges = QVector<QTextLayout::FormatRange>;
+
+constexpr int LongLine = 10000; // characters; longer ones are painted in part
+constexpr int PartOverlap = 80; // characters beside the part that may join in its shapes
+
+// The formats that the selections lay over a line. They begin and end where the selections do, also
+// outside the line: Qt paints the line's end as well if they go on behind it.
+FormatRanges selectionsIn(const QTextBlock &block, const PaintContext &context)
+{
+    FormatRanges ranges;
+    for (const QAbstractTextDocumentLayout::Selection &selection : context.selections) {
+        const int start = selection.cursor.selectionStart() - block.position();
+        const int end = selection.cursor.selectionEnd() - block.position();
+        if (start < end && start < block.length() && end > 0)
+            ranges.append({start, end - start, selection.format});
+    }
+    return ranges;
+}
+
+FormatRanges movedBack(FormatRanges ranges, int by)
+{
+    for (QTextLayout::FormatRange &range : ranges)
+        range.start -= by;
+    return ranges;
+}
+
+// Whether a piece of a line looks the same by itself: the place of a tab hangs on what is before
+// it, and what runs from right to left is not where its column is.
+bool standsAlone(const QString &text)
+{
+    return std::none_of(text.begin(), text.end(), [](QChar character) {
+        switch (character.direction()) {
+        case QChar::DirR:
+        case QChar::DirAL:
+        case QChar::DirRLE:
+        case QChar::DirRLO:
+        case QChar::DirRLI:
+        case QChar::DirFSI:
+            return true;
+        default:
+            return character == QLatin1Char('\t');
+        }
+    });
+}
+
+// Draws the part of a very long line that is seen. Qt draws a line from end to end. False if the
+// part cannot be told from the rest.
+bool drawPart(QPainter &painter,
+              const QTextBlock &block,
+              const QPointF &origin,
+              const FormatRanges &selections,
+              const QRect &clip)
+{
+    const QTextLayout *whole = block.layout();
+    if (block.length() < LongLine || whole->lineCount() != 1)
+        return false;
+    const QTextLine row = whole->lineAt(0);
+    const int begin = qMax(0, row.xToCursor(clip.left() - origin.x()) - PartOverlap);
+    const int end = row.xToCursor(clip.right() + 1 - origin.x()) + PartOverlap;
+    const QString text = block.text().mid(begin, end - begin);
+    if (block.textDirection() == Qt::RightToLeft || !standsAlone(text))
+        return false;
+    QTextLayout part(text, block.document()->defaultFont());
+    part.setTextOption(whole->textOption());
+    part.setFormats(movedBack(whole->formats(), begin));
+    part.beginLayout();
+    QTextLine partRow = part.createLine();
+    partRow.setLeadingIncluded(true);
+    part.endLayout();
+    const QPointF place(row.cursorToX(begin), row.y() + row.ascent() - partRow.ascent());
+    part.draw(&painter, origin + place, movedBack(selections, begin), clip);
+    return true;
+}
+
+QTextBlock shownBelow(const QTextBlock &block)
+{
+    const QTextBlock next = block.next();
+    return next.isValid() && !next.isVisible()
+               ? next.document()->findBlockByLineNumber(next.firstLineNumber())
+               : next;
+}
+} // namespace
+
+// The lines on the screen between two heights. Folded lines are stepped over all at once.
+QVector<CodeEditorPrivate::ShownLine> CodeEditorPrivate::linesBetween(int first, int last) const
+{
+    QVector<ShownLine> lines;
+    qreal top = q->contentOffset().y();
+    QTextBlock block = q->firstVisibleBlock();
+    while (block.isValid() && top <= last) {
+        const qreal height = q->blockBoundingRect(block).height();
+        if (block.isVisible() && top + height >= first)
+            lines.append({block, top, height});
+        top += height;
+        block = shownBelow(block);
+    }
+    return lines;
+}
+
+// Not Qt's own: that paints the text of the current line twice, once for what is behind it.
+void CodeEditorPrivate::paintText(QPainter &painter, const QRect &strip)
+{
+    const QVector<ShownLine> lines = linesBetween(strip.top(), strip.bottom());
+    paintBlocks(painter, lines);
+
+    const PaintContext context = q->getPaintContext();
+    const QTextDocument *text = q->document();
+    const qreal left = q->contentOffset().x();
+    // What goes over the whole width ends where the cursor of the longest line can stand.
+    const qreal width =
+        qMax(qreal(q->viewport()->width()), text->documentLayout()->documentSize().width());
+    QRect clip = strip;
+    clip.setRight(
+        qMin(clip.right(), int(left + width - text->documentMargin() + q->cursorWidth())));
+    painter.setClipRect(clip);
+    painter.setBrushOrigin(q->contentOffset()); // the waves of underlines go on from strip to strip
+    painter.setPen(context.palette.text().color());
+    for (const ShownLine &line : lines) {
+        const QBrush background = line.block.blockFormat().background();
+        if (background.style() != Qt::NoBrush)
+            painter.fillRect(QRectF(left, line.top, width, line.height), background);
+        paintCurrentLine(painter, line, context, clip);
+        paintLine(painter, line, context, clip);
+    }
+    if (q->backgroundVisible() && (lines.isEmpty() || !shownBelow(lines.last().block).isValid()))
+        paintBelow(painter, lines.isEmpty() ? clip.top() : lines.last().bottom(), clip);
+}
+
+void CodeEditorPrivate::paintBelow(QPainter &painter, qreal top, const QRect &clip) const
+{
+    if (q->centerOnScroll() || q->verticalScrollBar()->maximum() == 0)
+        painter.fillRect(QRect(QPoint(clip.left(), int(top)), clip.bottomRight()),
+                         q->palette().window());
+}
+
+// A selection of no text that goes over the whole width.
+void CodeEditorPrivate::paintCurrentLine(QPainter &painter,
+                                         const ShownLine &line,
+                                         const PaintContext &context,
+                                         const QRect &clip) const
+{
+    for (const QAbstractTextDocumentLayout::Selection &selection : context.selections) {
+        const QTextCursor &cursor = selection.cursor;
+        if (cursor.hasSelection() || !line.block.contains(cursor.position()) ||
+            !selection.format.boolProperty(QTextFormat::FullWidthSelection))
+            continue;
+        const QTextLine row =
+            line.block.layout()->lineForTextPosition(cursor.position() - line.block.position());
+        QRectF whole = row.rect().translated(q->contentOffset().x(), line.top);
+        whole.setRight(clip.right() + 1);
+        painter.fillRect(whole, selection.format.background());
+    }
+}
+
+void CodeEditorPrivate::paintLine(QPainter &painter,
+                                  const ShownLine &line,
+                                  const PaintContext &context,
+                                  const QRect &clip) const
+{
+    const QTextLayout *layout = line.block.layout();
+    const QPointF origin(q->contentOffset().x(), line.top);
+    FormatRanges selections = selectionsIn(line.block, context);
+
+    int column = context.cursorPosition - line.block.position();
+    const bool takesKeys =
+        !q->isReadOnly() || q->textInteractionFlags() & Qt::TextSelectableByKeyboard;
+    bool showsCursor = takesKeys && line.block.contains(context.cursorPosition);
+    if (showsCursor && q->overwriteMode() && column < line.block.length() - 1) {
+        showsCursor = false; // it is the character instead
+        QTextCharFormat format;
+        format.setForeground(q->palette().base());
+        format.setBackground(q->palette().text());
+        selections.append({column, 1, format});
+    }
+    if (!drawPart(painter, line.block, origin, selections, clip))
+        layout->draw(&painter, origin, selections, clip);
+    paintFolded(painter, line, origin);
+    // Below -1 the number tells a place in the text that an input method is composing.
+    if (context.cursorPosition < -1 && !q->isReadOnly() && !layout->preeditAreaText().isEmpty()) {
+        showsCursor = true;
+        column = layout->preeditAreaPosition() - (context.cursorPosition + 2);
+    }
+    if (showsCursor)
+        layout->drawCursor(&painter, origin, column, q->cursorWidth());
+}
+
+// Dots behind the text of a line whose next is folded away.
+void CodeEditorPrivate::paintFolded(QPainter &painter,
+                                    const ShownLine &line,
+                                    const QPointF &origin) const
+{
+    const QTextBlock next = line.block.next();
+    const QTextLayout *layout = line.block.layout();
+    if (!next.isValid() || next.isVisible() || layout->lineCount() == 0)
+        return;
+    const QTextLine row = layout->lineAt(layout->lineCount() - 1);
+    painter.save();
+    painter.setPen(Qt::gray);
+    painter.setFont(q->document()->defaultFont());
+    painter.drawText(origin + QPointF(row.x() + row.naturalTextWidth(), row.y() + row.ascent()),
+                     QStringLiteral(" ... "));
+    painter.restore();
+}
+
+void CodeEditor::paintEvent(QPaintEvent *event)
+{
+    if (document()->isEmpty() && !placeholderText().isEmpty()) {
+        QPlainTextEdit::paintEvent(event);
+        return;
+    }
+    QPainter painter(viewport());
+    d->paintText(painter, event->rect());
+}
+
+} // namespace Kiln
