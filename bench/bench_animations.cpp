@@ -1,25 +1,20 @@
 // A file of 2,000 animations with 20 frames each, beside a bare QTextDocument with the same text
 // whose QSyntaxHighlighter takes each line apart and paints it alike, but keeps no nodes, no model
-// and no messages. Each row times both, turn by turn: the time of the row is the library's, `bare`
-// is the other's, and `ratio` is the library's in terms of the other's.
+// and no messages. Each row times both, turn by turn.
+
+#include "besidebare.h"
 
 #include <ember/animationnodes.h>
 #include <ember/emberanimations.h>
 #include <ember/emberdocument.h>
 
-#include <benchmark/benchmark.h>
-
 #include <QtCore/QRandomGenerator>
-#include <QtGui/QSyntaxHighlighter>
 #include <QtGui/QTextBlock>
-#include <QtWidgets/QApplication>
-#include <QtWidgets/QPlainTextDocumentLayout>
 
 #include <algorithm>
-#include <chrono>
-#include <memory>
 
 using namespace Kiln;
+using BesideBare::Comparison;
 using EmberAnimationText::Line;
 
 namespace
@@ -68,28 +63,21 @@ private:
     QTextCharFormat m_formats[CodeParserSyntax::Function + 1];
 };
 
-struct BareDocument {
-    BareDocument()
-    {
-        text.setDocumentLayout(new QPlainTextDocumentLayout(&text));
-        highlighter = std::make_unique<BareHighlighter>(&text);
-    }
-
-    /// Takes an animation's lines out and puts them in before another line, as one change.
+struct BareDocument : BesideBare::BareDocument<BareHighlighter> {
+    /// Takes an animation's lines out and puts them in so that it is in row `to`, as one change.
     void move(int from, int to)
     {
-        QTextCursor cursor(text.findBlockByNumber(from * linesEach));
+        QTextCursor cursor = startOf(from);
         cursor.beginEditBlock();
-        cursor.movePosition(QTextCursor::NextBlock, QTextCursor::KeepAnchor, linesEach);
+        cursor.setPosition(startOf(from + 1).position(), QTextCursor::KeepAnchor);
         const QString lines = cursor.selectedText();
         cursor.removeSelectedText();
-        cursor.setPosition(text.findBlockByNumber(to * linesEach).position());
+        cursor.setPosition(startOf(to).position());
         cursor.insertText(lines);
         cursor.endEditBlock();
     }
 
-    QTextDocument text;
-    std::unique_ptr<BareHighlighter> highlighter;
+    QTextCursor startOf(int row) { return QTextCursor(text.findBlockByNumber(row * linesEach)); }
 };
 
 struct Release {
@@ -120,41 +108,20 @@ QVector<int> numbers(int count)
     return list;
 }
 
-template<typename Function>
-double seconds(Function function)
-{
-    const auto start = std::chrono::steady_clock::now();
-    function();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-/// Adds up both times over the iterations of a row.
-class Comparison
-{
-public:
-    explicit Comparison(benchmark::State &state)
-        : m_state(state)
+/// The same animations as a file of Ember and as bare text.
+struct Both {
+    explicit Both(const QVector<int> &identifiers)
+        : document(new EmberDocument(EmberDocument::Animations))
     {
-    }
-    ~Comparison()
-    {
-        m_state.counters["bare_us"] = m_bare / double(m_state.iterations()) * 1e6;
-        m_state.counters["ratio"] = m_own / m_bare;
+        const QString text = fileText(identifiers);
+        document->fromString(text);
+        bare.text.setPlainText(text);
     }
 
-    template<typename Own, typename Bare>
-    void turn(Own own, Bare bare)
-    {
-        const double time = seconds(own);
-        m_state.SetIterationTime(time);
-        m_own += time;
-        m_bare += seconds(bare);
-    }
+    Kiln::Animations *list() const { return document->animations(); }
 
-private:
-    benchmark::State &m_state;
-    double m_own = 0;
-    double m_bare = 0;
+    Document document;
+    BareDocument bare;
 };
 
 void load(benchmark::State &state)
@@ -164,7 +131,7 @@ void load(benchmark::State &state)
     for (auto _ : state) {
         const Document document(new EmberDocument(EmberDocument::Animations));
         BareDocument bare;
-        comparison.turn([&] { document->fromString(text); }, [&] { bare.text.setPlainText(text); });
+        comparison.add([&] { document->fromString(text); }, [&] { bare.text.setPlainText(text); });
         if (document->animations()->count() != fullCount)
             state.SkipWithError("not loaded");
     }
@@ -172,24 +139,20 @@ void load(benchmark::State &state)
 
 void changeFrame(benchmark::State &state)
 {
-    const QString text = fileText(numbers(fullCount));
-    const Document document(new EmberDocument(EmberDocument::Animations));
-    document->fromString(text);
-    BareDocument bare;
-    bare.text.setPlainText(text);
-    FrameCode *frame = document->animations()->at(fullCount / 2)->frameAt(0);
+    Both both(numbers(fullCount));
+    FrameCode *frame = both.list()->at(fullCount / 2)->frameAt(0);
     const int line = frame->lineNo();
     int x = 100;
     Comparison comparison(state);
     for (auto _ : state) {
         ++x;
-        comparison.turn([&] { frame->setProperty(QStringLiteral("Offset"), QPoint(x, 0)); },
-                        [&] {
-                            QTextCursor cursor(bare.text.findBlockByNumber(line));
-                            cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
-                            cursor.insertText(
-                                QStringLiteral("    frame: s0, at %1 0, for 6").arg(x));
-                        });
+        comparison.add([&] { frame->setProperty(QStringLiteral("Offset"), QPoint(x, 0)); },
+                       [&] {
+                           QTextCursor cursor(both.bare.text.findBlockByNumber(line));
+                           cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
+                           cursor.insertText(
+                               QStringLiteral("    frame: s0, at %1 0, for 6").arg(x));
+                       });
         if (frame->offset().x() != x)
             state.SkipWithError("not changed");
     }
@@ -197,44 +160,50 @@ void changeFrame(benchmark::State &state)
 
 void moveEndToFront(benchmark::State &state)
 {
-    const QString text = fileText(numbers(fullCount));
-    const Document document(new EmberDocument(EmberDocument::Animations));
-    document->fromString(text);
-    BareDocument bare;
-    bare.text.setPlainText(text);
+    Both both(numbers(fullCount));
     Comparison comparison(state);
     for (auto _ : state) {
-        const QString last = document->animations()->at(fullCount - 1)->name();
-        comparison.turn([&] { document->animations()->move(fullCount - 1, 0); },
-                        [&] { bare.move(fullCount - 1, 0); });
-        if (document->animations()->at(0)->name() != last)
+        const QString last = both.list()->at(fullCount - 1)->name();
+        comparison.add([&] { both.list()->move(fullCount - 1, 0); },
+                       [&] { both.bare.move(fullCount - 1, 0); });
+        if (both.list()->at(0)->name() != last)
             state.SkipWithError("not moved");
     }
 }
 
+/// The bare text is told each move; it has nothing to find out.
 void autoOrganize(benchmark::State &state)
 {
     QVector<int> shuffled = numbers(int(state.range(0)));
     QRandomGenerator random(1);
     std::shuffle(shuffled.begin(), shuffled.end(), random);
-    const QString text = fileText(shuffled);
-    double time = 0;
-    int moves = 0;
+    QVector<QPair<int, int>> moves;
+    Comparison comparison(state);
     for (auto _ : state) {
-        const Document document(new EmberDocument(EmberDocument::Animations));
-        document->fromString(text);
-        QObject::connect(document->animations(), &QAbstractItemModel::rowsMoved,
-                         document->animations(), [&] { ++moves; });
-        const double turn = seconds([&] { document->animations()->autoOrganize(); });
-        state.SetIterationTime(turn);
-        time += turn;
-        for (unsigned int i = 0; i < document->animations()->count(); ++i) {
-            if (document->animations()->at(i)->name().toUInt() != i)
+        Both both(shuffled);
+        moves.clear();
+        QObject::connect(both.list(), &QAbstractItemModel::rowsMoved, both.list(),
+                         [&](const QModelIndex &, int from, int, const QModelIndex &, int to) {
+                             moves.append({from, to});
+                         });
+        comparison.add([&] { both.list()->autoOrganize(); },
+                       [&] {
+                           QTextCursor bracket(&both.bare.text);
+                           bracket.beginEditBlock();
+                           for (const auto &move : qAsConst(moves))
+                               both.bare.move(move.first, move.second);
+                           bracket.endEditBlock();
+                       });
+        for (unsigned int i = 0; i < both.list()->count(); ++i) {
+            if (both.list()->at(i)->name().toUInt() != i)
                 state.SkipWithError("not sorted");
         }
+        if (both.bare.text.toPlainText() != both.document->toPlainText())
+            state.SkipWithError("the bare text differs");
     }
-    state.counters["moves"] = double(moves) / double(state.iterations());
-    state.counters["us_per_move"] = time / moves * 1e6;
+    state.counters["moves"] = moves.size();
+    state.counters["us_per_move"] =
+        comparison.own() / double(state.iterations()) / moves.size() * 1e6;
 }
 
 } // namespace
@@ -252,9 +221,5 @@ BENCHMARK(autoOrganize)
 
 int main(int argc, char **argv)
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+    return BesideBare::run(argc, argv);
 }

@@ -1,17 +1,9 @@
 // The code document beside a bare QTextDocument whose QSyntaxHighlighter sets the same formats on
-// the same text. Each row times both, turn by turn: the time of the row is the document's, `bare`
-// is the other's, and `ratio` is the document's in terms of the other's.
+// the same text. Each row times both, turn by turn.
+
+#include "besidebare.h"
 
 #include <tests/code/plaincode.h>
-
-#include <benchmark/benchmark.h>
-
-#include <QtGui/QSyntaxHighlighter>
-#include <QtWidgets/QApplication>
-#include <QtWidgets/QPlainTextDocumentLayout>
-
-#include <ctime>
-#include <memory>
 
 using namespace Kiln;
 
@@ -60,61 +52,8 @@ private:
     QTextCharFormat m_marked[10];
 };
 
-struct BareDocument {
-    BareDocument()
-    {
-        text.setDocumentLayout(new QPlainTextDocumentLayout(&text));
-        highlighter = std::make_unique<BareHighlighter>(&text);
-    }
-
-    QTextDocument text;
-    std::unique_ptr<BareHighlighter> highlighter;
-};
-
-/// Of the processor, so that other work on the machine does not count.
-double now()
-{
-    timespec time;
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-    return double(time.tv_sec) + double(time.tv_nsec) * 1e-9;
-}
-
-template<typename Function>
-double seconds(Function function)
-{
-    const double start = now();
-    function();
-    return now() - start;
-}
-
-/// Adds up both times over the iterations of a row.
-class Comparison
-{
-public:
-    explicit Comparison(benchmark::State &state)
-        : m_state(state)
-    {
-    }
-    ~Comparison()
-    {
-        m_state.counters["bare_us"] = m_bare / double(m_state.iterations()) * 1e6;
-        m_state.counters["ratio"] = m_own / m_bare;
-    }
-
-    template<typename Own, typename Bare>
-    void add(Own own, Bare bare)
-    {
-        const double time = seconds(own);
-        m_own += time;
-        m_bare += seconds(bare);
-        m_state.SetIterationTime(time);
-    }
-
-private:
-    benchmark::State &m_state;
-    double m_own = 0;
-    double m_bare = 0;
-};
+using BareDocument = BesideBare::BareDocument<BareHighlighter>;
+using BesideBare::Comparison;
 
 void load(benchmark::State &state)
 {
@@ -218,8 +157,5 @@ BENCHMARK(headerEdit)->Arg(1000)->Arg(100000)->Iterations(20)->Unit(benchmark::k
 
 int main(int argc, char **argv)
 {
-    QApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+    return BesideBare::run(argc, argv);
 }

@@ -259,6 +259,7 @@ private slots:
     void deleteKey();
     void shown();
     void doubleClick();
+    void dragged_data();
     void dragged();
     void randomGestures_data();
     void randomGestures();
@@ -530,9 +531,23 @@ void OrganizerTest::doubleClick()
     QCOMPARE(clicked.count(), 1);
 }
 
+void OrganizerTest::dragged_data()
+{
+    QTest::addColumn<Rows>("rows");
+    QTest::addColumn<int>("gap");
+    QTest::addColumn<QString>("log");
+    QTest::newRow("one row") << Rows{4} << 1 << "[ 4>1 ]";
+    QTest::newRow("several rows") << Rows{3, 5} << 1 << "[ 5>1 4>2 ]";
+    QTest::newRow("from both sides, one directly above the gap")
+        << Rows{1, 4} << 2 << "[ 4>2 1>2 ]";
+    QTest::newRow("into the gap below one of them") << Rows{0, 3} << 4 << "[ 0>3 ]";
+}
+
 /// A drag with the mouse, through the view and the platform's own drag and drop.
 void OrganizerTest::dragged()
 {
+    QFETCH(Rows, rows);
+    QFETCH(int, gap);
     if (QGuiApplication::platformName() == QLatin1String("offscreen"))
         QSKIP("There is no drag and drop between windows that are on no display");
     Panel panel(6);
@@ -546,9 +561,12 @@ void OrganizerTest::dragged()
     QVERIFY(!panel.view->dragDropOverwriteMode());
 
     QWidget *viewport = panel.view->viewport();
-    const QRect second = panel.view->visualRect(panel.list.index(1));
-    const QPoint gap(second.center().x(), second.top());
-    const QPoint start = panel.view->visualRect(panel.list.index(4)).center();
+    const QStringList expected = afterDrop(panel.list.words, rows, gap);
+    panel.view->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    panel.select(rows);
+    const QRect below = panel.view->visualRect(panel.list.index(gap));
+    const QPoint place(below.center().x(), below.top());
+    const QPoint start = panel.view->visualRect(panel.list.index(rows.last())).center();
     const auto send = [viewport](QEvent::Type type, const QPoint &at, Qt::MouseButton button) {
         const bool up = type == QEvent::MouseButtonRelease;
         QMouseEvent event(type, at, viewport->mapToGlobal(at), button,
@@ -562,16 +580,20 @@ void OrganizerTest::dragged()
     QTimer hand;
     connect(&hand, &QTimer::timeout, this, [&] {
         ++step;
-        send(step < 5 ? QEvent::MouseMove : QEvent::MouseButtonRelease, gap - QPoint(step % 2, 0),
+        send(step < 5 ? QEvent::MouseMove : QEvent::MouseButtonRelease, place - QPoint(step % 2, 0),
              step < 5 ? Qt::NoButton : Qt::LeftButton);
         if (step == 5)
             hand.stop();
     });
     hand.start(20);
     send(QEvent::MouseMove, start - QPoint(0, 2 * QApplication::startDragDistance()), Qt::NoButton);
-    QTRY_COMPARE(panel.text(), QStringLiteral("aebcdf"));
-    QCOMPARE(panel.list.log.join(' '), QStringLiteral("[ 4>1 ]"));
-    QCOMPARE(panel.selected(), Rows{1});
+    QTRY_COMPARE(panel.list.words, expected);
+    QTEST(panel.list.log.join(' '), "log");
+    Rows ends;
+    for (int row : qAsConst(rows))
+        ends << expected.indexOf(letters(6).at(row));
+    std::sort(ends.begin(), ends.end());
+    QCOMPARE(panel.selected(), ends);
 }
 
 void OrganizerTest::randomGestures_data()
