@@ -1,5 +1,6 @@
 #include <kilnx/code/codeblockdata.h>
 #include <kilnx/code/codedocument_p.h>
+#include <typeinfo>
 
 namespace Kiln
 {
@@ -30,7 +31,10 @@ CodeBlockData *CodeBlockData::blockData(const QTextBlock &block,
 
 CodeBlockData *CodeBlockData::testBlockData(const QTextBlock &block)
 {
-    return block.isValid() ? dynamic_cast<CodeBlockData *>(block.userData()) : nullptr;
+    // A dynamic cast is slow where a view asks all lines, and the class has no subclasses.
+    QTextBlockUserData *const data = block.isValid() ? block.userData() : nullptr;
+    return data && typeid(*data) == typeid(CodeBlockData) ? static_cast<CodeBlockData *>(data)
+                                                          : nullptr;
 }
 
 CodeNode *CodeBlockData::codeNode() const

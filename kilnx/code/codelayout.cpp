@@ -36,17 +36,20 @@ void CodeLayout::documentChanged(int from, int charsRemoved, int charsAdded)
         m_keptHeight = blockBoundingRect(m_keptLine).height();
 }
 
+/// The lines beside it are kept as well: a strip of the view that is painted reaches into them.
 void CodeLayout::keep(const QTextBlock &line)
 {
     if (line == m_keptLine)
         return;
-    if (m_keptLine.isValid()) {
-        m_keptLine.layout()->setCacheEnabled(false);
-        m_keptLine.clearLayout();
-        blockBoundingRect(m_keptLine); // lays it out anew and forgets the shapes
+    for (const QTextBlock &kept : m_shaped) {
+        if (kept.isValid())
+            kept.layout()->setCacheEnabled(false); // they go when it is painted next
     }
     m_keptLine = line;
-    if (line.isValid())
-        line.layout()->setCacheEnabled(true);
+    m_shaped = {line.previous(), line, line.next()};
+    for (const QTextBlock &kept : m_shaped) {
+        if (kept.isValid())
+            kept.layout()->setCacheEnabled(true);
+    }
 }
 } // namespace Kiln

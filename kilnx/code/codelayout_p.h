@@ -2,6 +2,7 @@
 
 #include <QtGui/QTextBlock>
 #include <QtWidgets/QPlainTextDocumentLayout>
+#include <array>
 
 namespace Kiln
 {
@@ -28,5 +29,6 @@ private:
     QTextBlock m_lastLine; ///< that alone was changed last
     QTextBlock m_keptLine; ///< that was changed twice running
     qreal m_keptHeight = 0;
+    std::array<QTextBlock, 3> m_shaped; ///< whose characters keep their shapes
 };
 } // namespace Kiln

@@ -129,7 +129,7 @@ public:
     bool restoreFold(const QTextBlock &block, Fold &fold, int limit);
     static Fold foldFrom(const QTextBlock &head, QTextBlock block, int limit);
     static QTextBlock foldOf(QTextBlock block);
-    static void setVisible(QTextBlock &block, bool visible);
+    void setVisible(QTextBlock &block, bool visible) const;
 
     // Brackets: codeeditorbrackets.cpp
     void matchParens();

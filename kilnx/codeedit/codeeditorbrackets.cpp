@@ -123,9 +123,11 @@ void CodeEditorPrivate::matchParens()
     QTextCursor backward = q->textCursor();
     backward.clearSelection();
     QTextCursor forward = backward;
-    parenSelections.clear();
     const ParenResult before = findOpening(backward);
     const ParenResult after = findClosing(forward);
+    if (before == NoPartner && after == NoPartner && parenSelections.isEmpty())
+        return;
+    parenSelections.clear();
     selectParens(backward, before);
     selectParens(forward, after);
     updateSelections();

@@ -157,7 +157,8 @@ void CodeEditor::keyPressEvent(QKeyEvent *event)
         QPlainTextEdit::keyPressEvent(event);
         return;
     }
-    viewport()->setCursor(Qt::BlankCursor);
+    if (viewport()->cursor().shape() != Qt::BlankCursor)
+        viewport()->setCursor(Qt::BlankCursor);
     d->marginLeft();
     QAbstractItemView *words = d->completer->popup();
     if (words->isVisible() && isPopupKey(event->key())) {
@@ -170,7 +171,8 @@ void CodeEditor::keyPressEvent(QKeyEvent *event)
     d->navigatedRevision = document()->revision();
     d->navigatedFrom = textCursor().position();
     // A line separator inside a line would split it in the file but not in the tree.
-    if (event == QKeySequence::InsertLineSeparator && !isReadOnly()) {
+    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (isReturn && event == QKeySequence::InsertLineSeparator && !isReadOnly()) {
         QKeyEvent lineEnd(event->type(), Qt::Key_Return, Qt::NoModifier, event->text());
         QPlainTextEdit::keyPressEvent(&lineEnd);
     } else {

@@ -22,10 +22,11 @@ void setFolded(const QTextBlock &block, bool folded)
 }
 } // namespace
 
-void CodeEditorPrivate::setVisible(QTextBlock &block, bool visible)
+void CodeEditorPrivate::setVisible(QTextBlock &block, bool visible) const
 {
+    const bool isOneRow = !visible || q->lineWrapMode() == QPlainTextEdit::NoWrap;
     block.setVisible(visible);
-    block.setLineCount(visible ? qMax(1, block.layout()->lineCount()) : 0);
+    block.setLineCount(isOneRow ? int(visible) : qMax(1, block.layout()->lineCount()));
 }
 
 // Shows the lines deeper than `indent` from `block` on, and any hidden ones right behind them, so
@@ -214,14 +215,29 @@ void CodeEditor::toggleBlockVisible(const QTextBlock &block)
         d->foldingChanged();
 }
 
+// What toggling each visible line above a deeper one would do, in one pass.
 void CodeEditor::foldAll()
 {
     bool changed = false;
+    bool inFold = false;
+    unsigned int headDepth = 0;
     QTextBlock previous = document()->firstBlock();
-    for (QTextBlock block = previous.next(); block.isValid(); block = block.next()) {
-        if (block.isVisible() && blockDepth(block) > blockDepth(previous))
-            changed |= d->toggle(previous);
+    unsigned int previousDepth = blockDepth(previous);
+    for (QTextBlock block = previous.next(), next; block.isValid(); block = next) {
+        next = block.next();
+        const unsigned int depth = blockDepth(block);
+        if (block.isVisible()) {
+            inFold = inFold && depth > headDepth && next.isValid();
+            if (!inFold && depth > previousDepth) {
+                inFold = changed = true;
+                headDepth = previousDepth;
+                setFolded(previous, true);
+            }
+            if (inFold && next.isValid())
+                d->setVisible(block, false);
+        }
         previous = block;
+        previousDepth = depth;
     }
     if (changed)
         d->foldingChanged();

@@ -127,10 +127,17 @@ void CodeEditorPrivate::updateMarginStrip(const QTextBlock &block)
 
 void CodeEditorPrivate::viewUpdated(const QRect &rect, int dy)
 {
-    if (dy)
+    if (dy) {
         extraArea->scroll(0, dy);
-    else if (rect.width() > CursorUpdateWidth)
-        extraArea->update(0, rect.y(), extraArea->width(), rect.height());
+        return;
+    }
+    if (rect.width() <= CursorUpdateWidth)
+        return;
+    // Qt adds a pixel above and below, where lines have neighbours; numbers never reach into them.
+    const int top = rect.top() > 0 ? rect.top() + 1 : 0;
+    const int bottom =
+        rect.bottom() < q->viewport()->height() - 1 ? rect.bottom() - 1 : extraArea->height();
+    extraArea->update(0, top, extraArea->width(), bottom - top + 1);
 }
 
 void CodeEditorPrivate::paintMargin(QPaintEvent *event)
