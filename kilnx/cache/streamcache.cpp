@@ -141,7 +141,7 @@ void StreamCache::append(Item *item)
     const quint64 serial = ++m_lastSerial;
     m_items.emplace_hint(m_items.end(), serial, item);
     m_serials.insert(item, serial);
-    m_byCrc.emplace(item->m_crc, serial);
+    m_byCrc.emplace(Key(item->m_crc, serial), item);
 }
 
 bool StreamCache::contains(const Item *item) const
@@ -164,7 +164,7 @@ void StreamCache::setCrc(Item *item, unsigned long long crc) const
 {
     if (const quint64 serial = m_serials.value(item)) {
         m_byCrc.erase(Key(item->m_crc, serial));
-        m_byCrc.emplace(crc, serial);
+        m_byCrc.emplace(Key(crc, serial), item);
     }
     item->m_crc = crc;
 }
@@ -183,11 +183,11 @@ unsigned long long StreamCache::knownCrc(Item *item, QByteArray &decoded) const
 // The first item with that checksum whose place is behind `serial`, which takes its place; or null.
 StreamCache::Item *StreamCache::nextOfCrc(unsigned long long crc, quint64 &serial) const
 {
-    const auto key = m_byCrc.upper_bound(Key(crc, serial));
-    if (key == m_byCrc.end() || key->first != crc)
+    const auto next = m_byCrc.upper_bound(Key(crc, serial));
+    if (next == m_byCrc.end() || next->first.first != crc)
         return nullptr;
-    serial = key->second;
-    return m_items.at(serial);
+    serial = next->first.second;
+    return next->second;
 }
 
 // The first item with that known checksum and those bytes, and its place; or null.

@@ -6,7 +6,6 @@
 #include <QtCore/QObject>
 
 #include <map>
-#include <set>
 #include <utility>
 
 #include <kilnx/export.h>
@@ -148,7 +147,7 @@ private:
     // no renumbering.
     std::map<quint64, Item *> m_items;
     QHash<const Item *, quint64> m_serials;
-    mutable std::set<Key> m_byCrc;
+    mutable std::map<Key, Item *> m_byCrc;
     quint64 m_lastSerial = 0;
 };
 
