@@ -111,8 +111,8 @@ std::vector<float> products(int from, int count, float factor)
 template<class Pixel>
 void rotatePixels(const QImage &image, QImage &result, Bounds bounds, float c, float s, Pixel fill)
 {
-    const int width = image.width();
-    const int height = image.height();
+    const auto width = static_cast<unsigned>(image.width());
+    const auto height = static_cast<unsigned>(image.height());
     const std::vector<float> xc = products(bounds.minX, result.width(), c);
     const std::vector<float> xs = products(bounds.minX, result.width(), s);
     const uchar *source = image.constBits();
@@ -120,13 +120,22 @@ void rotatePixels(const QImage &image, QImage &result, Bounds bounds, float c, f
     for (int y = 0; y < result.height(); ++y) {
         const float ys = static_cast<float>(y + bounds.minY) * s;
         const float yc = static_cast<float>(y + bounds.minY) * c;
+        const auto column = [&](size_t x) { return static_cast<int>(xc[x] + ys); };
+        const auto line = [&](size_t x) { return static_cast<int>(yc - xs[x]); };
+        const auto isInside = [&](size_t x) {
+            return static_cast<unsigned>(column(x)) < width &&
+                   static_cast<unsigned>(line(x)) < height;
+        };
+        // Both only rise or only fall along a row, so what lies inside is one piece of it.
         auto *row = reinterpret_cast<Pixel *>(result.scanLine(y));
-        for (int x = 0; x < result.width(); ++x) {
-            const int u = static_cast<int>(xc[static_cast<size_t>(x)] + ys);
-            const int v = static_cast<int>(yc - xs[static_cast<size_t>(x)]);
-            const bool isInside = u >= 0 && u < width && v >= 0 && v < height;
-            row[x] = isInside ? reinterpret_cast<const Pixel *>(source + v * stride)[u] : fill;
-        }
+        size_t first = 0;
+        size_t end = xc.size();
+        while (first < end && !isInside(first))
+            row[first++] = fill;
+        while (end > first && !isInside(end - 1))
+            row[--end] = fill;
+        for (size_t x = first; x < end; ++x)
+            row[x] = reinterpret_cast<const Pixel *>(source + line(x) * stride)[column(x)];
     }
 }
 
