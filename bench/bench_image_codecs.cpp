@@ -12,17 +12,10 @@
 #include <memory>
 
 using namespace Kiln;
+using Plain::pixelsOf;
 
 namespace
 {
-
-QByteArray pixelsOf(const QImage &image)
-{
-    QByteArray pixels;
-    for (int y = 0; y < image.height(); ++y)
-        pixels.append(reinterpret_cast<const char *>(image.constScanLine(y)), image.width());
-    return pixels;
-}
 
 /// As many pixels as a large sprite has, in pictures of one size.
 QVector<QImage> sprites(int side)

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace Kiln
 {
@@ -60,7 +61,7 @@ void coverAllIndexes(QImage &image)
 
 /// The picture in the one of our three formats that is nearest. Few or grey colours become
 /// indexes, channels of 16 bits lose their lower half.
-QImage inOwnFormat(const QImage &image)
+QImage inOwnFormat(QImage image)
 {
     switch (image.format()) {
     case QImage::Format_Invalid:
@@ -73,7 +74,7 @@ QImage inOwnFormat(const QImage &image)
         return image.convertToFormat(QImage::Format_Indexed8);
     case QImage::Format_Grayscale8:
     case QImage::Format_Grayscale16: {
-        QImage grey = image.convertToFormat(QImage::Format_Grayscale8);
+        QImage grey = std::move(image).convertToFormat(QImage::Format_Grayscale8);
         QVector<QRgb> ramp;
         ramp.reserve(256);
         for (int level = 0; level < 256; ++level)
@@ -89,6 +90,15 @@ QImage inOwnFormat(const QImage &image)
     }
 }
 
+/// What a reader gave, as the library promises its pictures.
+QImage tidied(QImage read)
+{
+    QImage image = inOwnFormat(std::move(read));
+    clearPadding(image);
+    coverAllIndexes(image);
+    return image;
+}
+
 void readWithQt(QIODevice *device, const char *format, QImage &image)
 {
     QImageReader reader(device, format);
@@ -99,9 +109,7 @@ void readWithQt(QIODevice *device, const char *format, QImage &image)
         image = QImage();
         return;
     }
-    image = inOwnFormat(reader.read());
-    clearPadding(image);
-    coverAllIndexes(image);
+    image = tidied(reader.read());
 }
 
 void readGif(QIODevice *device, QImage &image)
@@ -119,8 +127,7 @@ void readGif(QIODevice *device, QImage &image)
         table[first.transparent] &= 0x00FFFFFF;
     QImage picture = first.image;
     picture.setColorTable(table);
-    image = inOwnFormat(picture);
-    coverAllIndexes(image);
+    image = tidied(std::move(picture));
 }
 
 bool writeGif(QIODevice *device, const QImage &image)

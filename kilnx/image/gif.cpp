@@ -244,11 +244,15 @@ bool writePicture(GifFileType *gif, const GIFImage::SubImage &picture, bool hasC
 {
     const QImage &image = picture.image;
     const FileColorMap map(picture.colorMap, usedColors(image));
-    return (!hasControl || writeControl(gif, picture)) &&
-           EGifPutImageDesc(gif, static_cast<quint16>(picture.left),
-                            static_cast<quint16>(picture.top), image.width(), image.height(), false,
-                            map.get()) == GIF_OK &&
-           writePixels(gif, image);
+    const bool ok =
+        (!hasControl || writeControl(gif, picture)) &&
+        EGifPutImageDesc(gif, static_cast<quint16>(picture.left), static_cast<quint16>(picture.top),
+                         image.width(), image.height(), false, map.get()) == GIF_OK &&
+        writePixels(gif, image);
+    // giflib drops its copy of the map when a picture without one comes next.
+    GifFreeMapObject(gif->Image.ColorMap);
+    gif->Image.ColorMap = nullptr;
+    return ok;
 }
 
 int colorResolution(const GIFImage::SubImage &first, const QVector<RGB> &globalColors)

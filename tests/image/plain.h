@@ -36,6 +36,9 @@ QImage resizeBilinear(const QImage &image, QSize size, Kiln::RGBA (&palette)[256
 QImage scale(const QImage &image, int factor);
 QImage rotate(const QImage &image, float radians, unsigned fill);
 
+/// The bytes of all pixels, row after row without padding.
+QByteArray pixelsOf(const QImage &image);
+
 /// Pixels without any order; indexes below `colors` for an indexed picture.
 QImage noise(QSize size, QImage::Format format, int colors, std::mt19937 &random);
 /// A figure on an empty ground: outlines, flat areas, dithered ones and repeated tiles.

@@ -279,6 +279,15 @@ QImage rotate(const QImage &image, float radians, unsigned fill)
     return result;
 }
 
+QByteArray pixelsOf(const QImage &image)
+{
+    QByteArray pixels;
+    for (int y = 0; y < image.height(); ++y)
+        pixels.append(reinterpret_cast<const char *>(image.constScanLine(y)),
+                      image.width() * image.depth() / 8);
+    return pixels;
+}
+
 QImage noise(QSize size, QImage::Format format, int colors, std::mt19937 &random)
 {
     QImage image(size, format);

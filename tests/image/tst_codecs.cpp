@@ -6,6 +6,7 @@
 #include <QTest>
 
 using namespace Kiln;
+using Plain::pixelsOf;
 
 namespace
 {
@@ -73,15 +74,6 @@ QImage rowOf(const QByteArray &pixels)
     QImage image(pixels.size(), 1, QImage::Format_Indexed8);
     std::copy(pixels.cbegin(), pixels.cend(), image.scanLine(0));
     return image;
-}
-
-QByteArray pixelsOf(const QImage &image)
-{
-    QByteArray pixels;
-    const int rowBytes = image.width() * image.depth() / 8;
-    for (int y = 0; y < image.height(); ++y)
-        pixels.append(reinterpret_cast<const char *>(image.constScanLine(y)), rowBytes);
-    return pixels;
 }
 
 QByteArray pcxHeader(int bits, int planes, int xMax, int yMax, int lineSize)

@@ -294,7 +294,10 @@ void TestGif::loadTakesOverTheFile()
     QVector<RGB> own;
     for (QRgb c : second.colorTable())
         own.append({uchar(qRed(c)), uchar(qGreen(c)), uchar(qBlue(c))});
-    gif.images() = {{first, own, 1, 2, 50, 6}, {second, own, 4, 0, 70, -1}};
+    // The last one has the global map alone, after two with maps of their own.
+    gif.images() = {{first, own, 1, 2, 50, 6},
+                    {second, own, 4, 0, 70, -1},
+                    {indexed({2, 2}, 4), {}, 0, 0, 70, -1}};
     QBuffer buffer;
     QVERIFY(gif.save(&buffer));
     buffer.close();
@@ -304,8 +307,9 @@ void TestGif::loadTakesOverTheFile()
     QCOMPARE(QSize(back.width(), back.height()), QSize(9, 8));
     QVERIFY(back.canLoop());
     QCOMPARE(back.globalColorMap(), gif.globalColorMap());
-    QCOMPARE(back.images().size(), 2);
+    QCOMPARE(back.images().size(), 3);
     QCOMPARE(colorsOf(back, 0), colorsOf(gif, 0));
+    QVERIFY(back.images()[2].colorMap.isEmpty());
     QCOMPARE(back.images()[1].colorMap, own);
     QCOMPARE(back.images()[0].left, short(1));
     QCOMPARE(back.images()[0].top, short(2));
@@ -313,7 +317,7 @@ void TestGif::loadTakesOverTheFile()
     // Without a control block the background of a file with a global map counts.
     QCOMPARE(back.images()[1].transparent, short(0));
 
-    gif.images().removeLast();
+    gif.images() = {gif.images().constFirst()};
     gif.globalColorMap().clear();
     gif.setLoop(false);
     QBuffer one;
@@ -485,6 +489,9 @@ void TestGif::refusesToWrite()
     QImage noTable = image;
     noTable.setColorTable({});
     QVERIFY(!saveImage(&buffer, "GIF", noTable));
+    // The shared colours of true colour frames are taken at the last one, which is null here.
+    QVERIFY(!saveGIF(&buffer, {{trueColor({2, 2}, 0), {0, 0}, 1}, {QImage(), {0, 0}, 1}}, false,
+                     false));
     QBuffer readOnly;
     readOnly.open(QIODevice::ReadOnly);
     QVERIFY(!saveImage(&readOnly, "GIF", image));
@@ -526,6 +533,9 @@ void TestGif::brokenFiles_data()
     row("many of them", head + QByteArray::fromHex("2C00000000FF7FFF7F00020144003B").repeated(100));
     row("a code size of 255", head + QByteArray::fromHex("2C0000000001000100"
                                                          "00FF0244013B"));
+    row("broken pixels behind an own map",
+        head + QByteArray::fromHex("2C000000000100010080000000FFFFFF"
+                                   "020177003B"));
     row("an unknown block", head + QByteArray::fromHex("77"));
 }
 

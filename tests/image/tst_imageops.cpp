@@ -13,21 +13,13 @@ extern "C" {
 }
 
 using namespace Kiln;
+using Plain::pixelsOf;
 
 namespace
 {
 
 constexpr QImage::Format Formats[] = {QImage::Format_Indexed8, QImage::Format_RGB32,
                                       QImage::Format_ARGB32};
-
-QByteArray pixelsOf(const QImage &image)
-{
-    QByteArray pixels;
-    for (int y = 0; y < image.height(); ++y)
-        pixels.append(reinterpret_cast<const char *>(image.constScanLine(y)),
-                      image.width() * image.depth() / 8);
-    return pixels;
-}
 
 QByteArray bytesOf(const RGBA (&palette)[256])
 {

@@ -401,7 +401,9 @@ void TestPaletteFiles::refuses()
 /// Four billion blocks are promised, and lengths that lead far beyond the file.
 void TestPaletteFiles::endlessBlocksEndWithTheFile()
 {
-    for (const QByteArray &tail : {QByteArray(), QByteArray(64, '\0'), QByteArray(64, '\xFF')}) {
+    const QByteArray longName = QByteArray::fromHex("00010000000CFFFF") + "RGB ";
+    for (const QByteArray &tail :
+         {QByteArray(), QByteArray(64, '\0'), QByteArray(64, '\xFF'), longName}) {
         QByteArray file =
             AseFile(1, 0, 0xFFFFFFFF).color(QStringLiteral("x"), "Gray", {1.0f}).bytes() + tail;
         QBuffer buffer(&file);
@@ -410,6 +412,7 @@ void TestPaletteFiles::endlessBlocksEndWithTheFile()
         PaletteObject object(&table);
         QVERIFY(object.fromFile(&buffer, "ASE"));
         QCOMPARE(table[0], (RGBA{255, 255, 255, 255}));
+        QCOMPARE(table[1], RGBA());
     }
 }
 
