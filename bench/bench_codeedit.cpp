@@ -7,12 +7,14 @@
 
 #include "codeviews.h"
 
+#include <QtCore/QProcess>
 #include <QtTest/QTest>
 #include <QtWidgets/QApplication>
 
 #include <benchmark/benchmark.h>
 
 #include <chrono>
+#include <cstdio>
 #include <functional>
 #include <malloc.h>
 
@@ -22,6 +24,7 @@ namespace
 using Clock = std::chrono::steady_clock;
 using Work = std::function<bool(CodeBenchView &)>;
 
+const QString MemoryOption = QStringLiteral("--memory-of");
 const char *const Names[] = {"kilnx", "bare", "scintilla", "kate"};
 constexpr int Kinds = 4;
 constexpr int TurnsOfKeys = 20;
@@ -165,10 +168,8 @@ void keystrokeInTheMiddle(benchmark::State &state)
 
 void pageDown(benchmark::State &state)
 {
-    compare(state, code(int(state.range(0))), TurnsOfKeys, nothing, [](CodeBenchView &view) {
-        QTest::keyClick(view.input(), Qt::Key_PageDown);
-        return true;
-    });
+    compare(state, code(int(state.range(0))), TurnsOfKeys, nothing,
+            [](CodeBenchView &view) { return view.pageDown(); });
 }
 
 void foldAll(benchmark::State &state)
@@ -196,18 +197,28 @@ void findLastLine(benchmark::State &state)
         [](CodeBenchView &view) { return view.find(QStringLiteral("last line of all")); });
 }
 
+/// What a view takes for a text, in bytes of the heap.
+double bytesOfText(CodeViewKind kind, const QString &text)
+{
+    const auto view = makeView(kind);
+    show(*view);
+    const std::size_t before = mallinfo2().uordblks + mallinfo2().hblkhd;
+    view->load(text);
+    paint();
+    return double(mallinfo2().uordblks + mallinfo2().hblkhd - before);
+}
+
+/// Each view in a process of its own: what one leaves in pools another would find there.
 void memory(benchmark::State &state)
 {
-    const QString text = code(int(state.range(0)));
     double bytes[Kinds] = {};
     for (auto _ : state) {
         for (int kind = 0; kind < Kinds; ++kind) {
-            const auto view = makeView(CodeViewKind(kind));
-            show(*view);
-            const std::size_t before = mallinfo2().uordblks + mallinfo2().hblkhd;
-            view->load(text);
-            paint();
-            bytes[kind] = double(mallinfo2().uordblks + mallinfo2().hblkhd - before);
+            QProcess program;
+            program.start(QCoreApplication::applicationFilePath(),
+                          {MemoryOption, QString::number(kind), QString::number(state.range(0))});
+            program.waitForFinished(-1);
+            bytes[kind] = program.readAllStandardOutput().trimmed().toDouble();
         }
         state.SetIterationTime(1e-9);
     }
@@ -255,6 +266,12 @@ BENCHMARK(keystrokeInALongLine)
 int main(int argc, char **argv)
 {
     QApplication application(argc, argv);
+    const QStringList arguments = application.arguments();
+    if (arguments.value(1) == MemoryOption) {
+        const auto kind = CodeViewKind(arguments.value(2).toInt());
+        std::printf("%.0f\n", bytesOfText(kind, code(arguments.value(3).toInt())));
+        return 0;
+    }
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     return 0;

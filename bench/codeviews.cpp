@@ -11,6 +11,7 @@
 #include <Qsci/qscilexerproperties.h>
 #include <Qsci/qsciscintilla.h>
 
+#include <QtTest/QTest>
 #include <QtWidgets/QAction>
 #include <QtWidgets/QVBoxLayout>
 
@@ -132,8 +133,13 @@ public:
     QWidget *widget() override { return &m_frame; }
     QWidget *input() override { return m_view->focusProxy() ? m_view->focusProxy() : m_view; }
     QWidget *canvas() override { return input(); }
-    void load(const QString &text) override { m_document->setText(text); }
+    void load(const QString &text) override
+    {
+        m_document->setText(text);
+        m_view->setCursorPosition({0, 0}); // where the others have theirs after it
+    }
     void goTo(int line) override { m_view->setCursorPosition({line, 0}); }
+    bool pageDown() override { return act("scroll_page_down"); } // its key is that of the action
     bool foldAll() override { return act("folding_toplevel"); }
     bool unfoldAll() override { return act("folding_expandtoplevel") || act("unfold_all"); }
     bool find(const QString &text) override
@@ -162,6 +168,12 @@ private:
 };
 
 } // namespace
+
+bool CodeBenchView::pageDown()
+{
+    QTest::keyClick(input(), Qt::Key_PageDown);
+    return true;
+}
 
 std::unique_ptr<CodeBenchView> makeView(CodeViewKind kind)
 {

@@ -20,6 +20,7 @@ public:
     /// False where the editor has no such operation, or `found` is not in the text.
     virtual bool foldAll() { return false; }
     virtual bool unfoldAll() { return false; }
+    virtual bool pageDown();
     virtual bool find(const QString &text) = 0;
 };
 

@@ -127,10 +127,10 @@ const char *EmberDocument::fileExtension() const
 
 int EmberDocument::foldingKind(const QString &line)
 {
-    const EmberLine parts = EmberLine::read(line);
-    switch (parts.kind) {
+    int level = 0;
+    switch (EmberLine::kindOf(line, &level)) {
     case EmberLine::Header:
-        return parts.level == 1 ? 1 + 4 : 1;
+        return level == 1 ? 1 + 4 : 1;
     case EmberLine::Blank:
         return 0;
     default:

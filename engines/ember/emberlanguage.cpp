@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QDate>
+#include <QHash>
 #include <QPoint>
 #include <QPointF>
 
@@ -396,6 +397,15 @@ const Entry *entry(unsigned int section, const QString &name)
             return entry;
     }
     return nullptr;
+}
+
+QString entryName(const Entry *entry)
+{
+    static QHash<const Entry *, QString> names;
+    QString &name = names[entry];
+    if (name.isNull())
+        name = QString::fromLatin1(entry->name);
+    return name;
 }
 
 QVector<const Entry *> entries(unsigned int section)

@@ -77,6 +77,8 @@ EMBER_EXPORT bool needsName(unsigned int section);
 
 /// The entry `name` of a section, old spellings too; null if the section does not know it.
 EMBER_EXPORT const Entry *entry(unsigned int section, const QString &name);
+/// The name of an entry; nodes share it.
+EMBER_EXPORT QString entryName(const Entry *entry);
 /// All entries of a section in the order of the language page.
 EMBER_EXPORT QVector<const Entry *> entries(unsigned int section);
 /// The words of an enumeration in the order of their values.

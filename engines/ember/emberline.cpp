@@ -51,6 +51,20 @@ EmberLine EmberLine::read(const QString &text)
     return line;
 }
 
+EmberLine::Kind EmberLine::kindOf(const QString &text, int *level)
+{
+    int begin = 0;
+    while (begin < text.size() && text.at(begin).isSpace())
+        ++begin;
+    *level = 0;
+    if (begin == text.size() || text.at(begin) == QLatin1Char(';'))
+        return Blank;
+    while (*level < 2 && begin + *level < text.size() &&
+           text.at(begin + *level) == QLatin1Char('@'))
+        ++*level;
+    return *level > 0 ? Header : Entry;
+}
+
 void EmberLine::readHeader(const QString &text)
 {
     kind = Header;

@@ -19,6 +19,9 @@ struct EMBER_EXPORT EmberLine {
 
     /// Takes the line apart. Any text is fine, also an empty one.
     static EmberLine read(const QString &text);
+    /// What a line is at first sight, without taking it apart: an entry may turn out to be broken.
+    /// `level` becomes the level of a header, 0 for other lines.
+    static Kind kindOf(const QString &text, int *level);
 
     Kind kind = Blank;
     /// The line without its comment and without blanks around it.

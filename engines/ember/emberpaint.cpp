@@ -81,12 +81,22 @@ void EmberPaint::brackets(Range range)
     bool quoted = false;
     for (int i = range.begin; i < range.end; ++i) {
         const QChar character = m_text.at(i);
-        if (character == QLatin1Char('"'))
+        switch (character.unicode()) {
+        case '"':
             quoted = !quoted;
-        else if (!quoted && QLatin1String("([{").contains(character))
-            m_syntax->addParenthesis(true, character, i);
-        else if (!quoted && QLatin1String(")]}").contains(character))
-            m_syntax->addParenthesis(false, character, i);
+            break;
+        case '(':
+        case '[':
+        case '{':
+        case ')':
+        case ']':
+        case '}':
+            if (!quoted)
+                m_syntax->addParenthesis(QLatin1String("([{").contains(character), character, i);
+            break;
+        default:
+            break;
+        }
     }
 }
 

@@ -176,7 +176,7 @@ bool LineParse::readKeys(EmberGroup *section)
         if (entry && entry->newName)
             entry = EmberLanguage::entry(section->subType(), QLatin1String(entry->newName));
         m_entries.append(entry);
-        m_names.append(entry ? QLatin1String(entry->name) : key);
+        m_names.append(entry ? EmberLanguage::entryName(entry) : key);
         const EmberLanguage::Entry *first = m_entries.first();
         const bool alike =
             entry && first && entry->type == first->type && entry->words == first->words;
