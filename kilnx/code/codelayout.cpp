@@ -3,6 +3,11 @@
 
 namespace Kiln
 {
+namespace
+{
+constexpr int longLine = 10000; // characters
+} // namespace
+
 void CodeLayout::documentChanged(int from, int charsRemoved, int charsAdded)
 {
     const int blockCount = document()->blockCount();
@@ -18,20 +23,20 @@ void CodeLayout::documentChanged(int from, int charsRemoved, int charsAdded)
     QTextBlock line = document()->findBlock(from);
     if (!line.contains(from + length - 1))
         line = QTextBlock(); // more than one
-    // A change of the text has taken the old layout away.
-    if (line.isValid() && line == m_keptLine && line.isVisible() &&
-        line.layout()->lineCount() == 0) {
-        const qreal height = blockBoundingRect(line).height();
-        if (height == m_keptHeight)
+    const bool isLong = line.length() > longLine;
+    keep(line == m_lastLine || isLong ? line : QTextBlock());
+    m_lastLine = line;
+    // A change of the text has taken the old layout away. What is not known of a long line is not
+    // worth a layout.
+    const bool isGone = m_keptLine.isValid() && line.isVisible() && line.layout()->lineCount() == 0;
+    if (isGone && (m_keptHeight >= 0 || isLong)) {
+        if (blockBoundingRect(line).height() == m_keptHeight)
             emit updateBlock(line);
         else
             emit update();
-        m_keptHeight = height;
-        return;
+    } else {
+        QPlainTextDocumentLayout::documentChanged(from, 0, length);
     }
-    keep(line == m_lastLine ? line : QTextBlock());
-    m_lastLine = line;
-    QPlainTextDocumentLayout::documentChanged(from, 0, length);
     if (m_keptLine.isValid())
         m_keptHeight = blockBoundingRect(m_keptLine).height();
 }
@@ -46,6 +51,7 @@ void CodeLayout::keep(const QTextBlock &line)
             kept.layout()->setCacheEnabled(false); // they go when it is painted next
     }
     m_keptLine = line;
+    m_keptHeight = -1;
     m_shaped = {line.previous(), line, line.next()};
     for (const QTextBlock &kept : m_shaped) {
         if (kept.isValid())

@@ -25,10 +25,10 @@ protected:
 private:
     void keep(const QTextBlock &line);
 
-    int m_blockCount = 1;  ///< at the last change
-    QTextBlock m_lastLine; ///< that alone was changed last
-    QTextBlock m_keptLine; ///< that was changed twice running
-    qreal m_keptHeight = 0;
+    int m_blockCount = 1;               ///< at the last change
+    QTextBlock m_lastLine;              ///< that alone was changed last
+    QTextBlock m_keptLine;              ///< that was changed twice running, or is long
+    qreal m_keptHeight = -1;            ///< not known at first
     std::array<QTextBlock, 3> m_shaped; ///< whose characters keep their shapes
 };
 } // namespace Kiln
