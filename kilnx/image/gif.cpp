@@ -59,6 +59,8 @@ public:
             const int mark = m_in.next();
             if (mark == ExtensionMark) {
                 skip(1);
+                // Like giflib, which takes an extension to have one block at least.
+                skip(m_in.next());
             } else if (mark == PictureMark) {
                 skip(4);
                 const qint64 width = word();

@@ -523,7 +523,7 @@ void TestGif::brokenFiles_data()
 {
     QTest::addColumn<QByteArray>("file");
     const QByteArray head =
-        QByteArray("GIF89a").append(QByteArray::fromHex("0100010080000000000000FFFFFF"));
+        QByteArray("GIF89a").append(QByteArray::fromHex("01000100800000000000FFFFFF"));
     const auto row = [](const char *name, const QByteArray &file) { QTest::newRow(name) << file; };
     row("nothing", QByteArray());
     row("another signature", "PNG89a" + head.mid(6));
@@ -531,6 +531,8 @@ void TestGif::brokenFiles_data()
     row("a picture of 65,535 a side without data",
         head + QByteArray::fromHex("2C00000000FFFFFFFF0002023B"));
     row("many of them", head + QByteArray::fromHex("2C00000000FF7FFF7F00020144003B").repeated(100));
+    row("an empty extension before a thousand million pixels",
+        head + QByteArray::fromHex("210000002C00000000007F007F0002020144003B"));
     row("a code size of 255", head + QByteArray::fromHex("2C0000000001000100"
                                                          "00FF0244013B"));
     row("broken pixels behind an own map",
@@ -545,6 +547,10 @@ void TestGif::brokenFiles()
     QBuffer buffer(&file);
     GIFImage gif;
     QVERIFY(!gif.load(&buffer));
+    qint64 memory = 0;
+    for (const GIFImage::SubImage &picture : gif.images())
+        memory += picture.image.sizeInBytes();
+    QVERIFY(memory <= 16 << 20);
 }
 
 /// Frames may lie anywhere, and any byte may be wrong: the sanitizers watch.
