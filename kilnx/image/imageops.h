@@ -13,7 +13,7 @@ namespace Kiln
 
 /// How resizeImage() scales. The EPX and HQ filters double, triple or quadruple first and then
 /// fit the result to the wanted size by the plain filter that they are paired with.
-enum ImageResizeFilter {
+enum ImageResizeFilter : int {
     NearestNeighbor = 0,
     Bilinear = 1,
     EpxNearestNeighbor = 2, ///< Scale2x, Scale3x (A. Mazzoleni)

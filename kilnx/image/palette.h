@@ -56,7 +56,7 @@ inline RGBA fromQRgb(QRgb color)
 }
 
 /// What PaletteObject::applyEffect() does to a colour. `avg` is (r + g + b) / 3, truncated.
-enum RGBPaletteEffect {
+enum RGBPaletteEffect : int {
     SwapRedBlue = 1,
     SwapGreenBlue = 2,
     SwapRedGreen = 3,
