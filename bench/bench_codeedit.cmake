@@ -2,5 +2,8 @@
 find_package(KF5TextEditor REQUIRED)
 find_library(QSCINTILLA_LIBRARY qscintilla2_qt5 REQUIRED)
 find_package(Qt5 5.15 REQUIRED COMPONENTS Test)
-kilnx_bench(bench_codeedit SOURCES bench_codeedit.cpp codeviews.cpp codeviews.h
+kilnx_bench(bench_codeedit
+    SOURCES
+        bench_codeedit.cpp codeviews.cpp codeviews.h
+        ../tests/support/testhost.cpp ../tests/support/dialogscript.cpp
     LIBRARIES KF5::TextEditor "${QSCINTILLA_LIBRARY}" Qt5::Test)

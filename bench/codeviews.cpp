@@ -2,6 +2,9 @@
 
 #include <ember/emberdocument.h>
 #include <kilnx/codeedit/codeeditor.h>
+#include <kilnx/codeedit/codefileeditor.h>
+#include <kilnx/codeedit/codeworkspace.h>
+#include <tests/support/testhost.h>
 
 #include <KActionCollection>
 #include <KTextEditor/Document>
@@ -18,42 +21,65 @@
 namespace
 {
 
+/// A file editor, for its search.
+class Searcher : public Kiln::CodeFileEditor
+{
+public:
+    explicit Searcher(Kiln::CodeWorkspace *workspace)
+        : CodeFileEditor(workspace, nullptr)
+    {
+    }
+    QAction *action() const override { return nullptr; }
+    const char *name() const override { return "bench"; }
+    Kiln::Project::FileID::Type canEditFileType() override { return Kiln::Project::FileID::Code; }
+    void hostReserved15() override {}
+};
+
 class Kilnx : public CodeBenchView
 {
 public:
     Kilnx()
-        : m_document(new EmberDocument(EmberDocument::States))
+        : m_workspace(m_host)
+        , m_searcher(&m_workspace)
+        , m_document(new EmberDocument(EmberDocument::States))
     {
         Kiln::CodeEditor::SyntaxFormatting formatting;
         formatting.highlightBlocks = true;
-        m_editor.setSyntaxFormatting(formatting);
-        m_editor.setDocument(m_document);
+        editor()->setSyntaxFormatting(formatting);
+        m_searcher.setCurrentFile(m_document);
     }
     ~Kilnx() override
     {
-        m_editor.setDocument(nullptr);
+        m_searcher.setCurrentFile(nullptr);
         m_document->release();
     }
-    QWidget *widget() override { return &m_editor; }
-    QWidget *input() override { return &m_editor; }
-    QWidget *canvas() override { return m_editor.viewport(); }
+    QWidget *widget() override { return m_workspace.widget(); }
+    QWidget *input() override { return editor(); }
+    QWidget *canvas() override { return editor()->viewport(); }
     void load(const QString &text) override { m_document->fromString(text); }
-    void goTo(int line) override { m_editor.setCurrentLine(line, Kiln::CodeEditor::TopPlacement); }
+    void goTo(int line) override { editor()->setCurrentLine(line, Kiln::CodeEditor::TopPlacement); }
     bool foldAll() override
     {
-        m_editor.foldAll();
+        editor()->foldAll();
         return true;
     }
     bool unfoldAll() override
     {
-        m_editor.unfoldAll();
+        editor()->unfoldAll();
         return true;
     }
-    bool find(const QString &text) override { return m_editor.find(text); }
+    bool find(const QString &text) override
+    {
+        return m_searcher.Kiln::CodeFileEditor::find(m_document, text, 0);
+    }
 
 private:
+    Kiln::CodeEditor *editor() { return m_workspace.editor(); }
+
+    TestHost m_host;
+    Kiln::CodeWorkspace m_workspace;
+    Searcher m_searcher;
     EmberDocument *m_document;
-    Kiln::CodeEditor m_editor;
 };
 
 class Bare : public CodeBenchView
