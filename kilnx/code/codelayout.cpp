@@ -1,3 +1,4 @@
+#include <QtCore/QScopedValueRollback>
 #include <QtGui/QTextLayout>
 #include <kilnx/code/codelayout_p.h>
 
@@ -10,6 +11,7 @@ constexpr int longLine = 10000; // characters
 
 void CodeLayout::documentChanged(int from, int charsRemoved, int charsAdded)
 {
+    const QScopedValueRollback<bool> changing(m_isChanging, true);
     const int blockCount = document()->blockCount();
     const bool sameLines = blockCount == m_blockCount;
     m_blockCount = blockCount;
@@ -41,21 +43,20 @@ void CodeLayout::documentChanged(int from, int charsRemoved, int charsAdded)
         m_keptHeight = blockBoundingRect(m_keptLine).height();
 }
 
-/// The lines beside it are kept as well: a strip of the view that is painted reaches into them.
 void CodeLayout::keep(const QTextBlock &line)
 {
     if (line == m_keptLine)
         return;
-    for (const QTextBlock &kept : m_shaped) {
-        if (kept.isValid())
-            kept.layout()->setCacheEnabled(false); // they go when it is painted next
-    }
     m_keptLine = line;
     m_keptHeight = -1;
-    m_shaped = {line.previous(), line, line.next()};
-    for (const QTextBlock &kept : m_shaped) {
-        if (kept.isValid())
-            kept.layout()->setCacheEnabled(true);
-    }
+    if (line.isValid())
+        line.layout()->setCacheEnabled(true);
+}
+
+QRectF CodeLayout::blockBoundingRect(const QTextBlock &block) const
+{
+    if (!m_isChanging && block.isValid() && block.layout()->lineCount() == 0)
+        block.layout()->setCacheEnabled(true);
+    return QPlainTextDocumentLayout::blockBoundingRect(block);
 }
 } // namespace Kiln

@@ -2,7 +2,6 @@
 
 #include <QtGui/QTextBlock>
 #include <QtWidgets/QPlainTextDocumentLayout>
-#include <array>
 
 namespace Kiln
 {
@@ -11,13 +10,16 @@ namespace Kiln
 /// Qt looks for the end of a change behind all characters that were removed, as if they still stood
 /// there. With the whole line that a highlighter marks, that reaches into the lines below, and the
 /// view repaints all of itself. Qt also lays a changed line out twice, the first time to learn how
-/// high it was before, and then forgets the shapes of its characters: to paint the line and its
-/// cursor it finds them again each time. Here the height and the shapes of the line that is being
-/// typed in are kept.
+/// high it was before; here the height of the line that is being typed in is kept.
+///
+/// A line that a view asks for keeps the shapes of its characters. Qt forgets them once it knows
+/// their places, and finds them again to paint the line, from when on they stay all the same.
 class CodeLayout : public QPlainTextDocumentLayout
 {
 public:
     using QPlainTextDocumentLayout::QPlainTextDocumentLayout;
+
+    QRectF blockBoundingRect(const QTextBlock &block) const override;
 
 protected:
     void documentChanged(int from, int charsRemoved, int charsAdded) override;
@@ -25,10 +27,10 @@ protected:
 private:
     void keep(const QTextBlock &line);
 
-    int m_blockCount = 1;               ///< at the last change
-    QTextBlock m_lastLine;              ///< that alone was changed last
-    QTextBlock m_keptLine;              ///< that was changed twice running, or is long
-    qreal m_keptHeight = -1;            ///< not known at first
-    std::array<QTextBlock, 3> m_shaped; ///< whose characters keep their shapes
+    int m_blockCount = 1;    ///< at the last change
+    QTextBlock m_lastLine;   ///< that alone was changed last
+    QTextBlock m_keptLine;   ///< that was changed twice running, or is long
+    qreal m_keptHeight = -1; ///< not known at first
+    bool m_isChanging = false;
 };
 } // namespace Kiln
