@@ -18,8 +18,9 @@ struct AnimationsRecord;
 /// file of a project, which hands everything on to the document.
 ///
 /// Every change that it offers is an edit of the text; the list follows as the document reports
-/// nodes, and undo of the document takes it back. While a bracket of changes is open, data()
-/// answers nothing, because rows and texts may be out of step then.
+/// nodes, and undo of the document takes it back. Rows are those that the last change left, within
+/// a bracket of changes too. While one is open, data() answers nothing, because rows and texts may
+/// be out of step in the middle of a change.
 ///
 /// An engine derives from it, makes one for a document and registers it by
 /// `document->registerDocumentEditor(animations, CodeNode::Animation, 0)`; from then on it belongs
