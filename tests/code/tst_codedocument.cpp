@@ -42,6 +42,7 @@ private slots:
     void tokensAndFormats();
     void foldingIndent_data();
     void foldingIndent();
+    void linesThatWereTypedInGo();
     void hugeFilesStayLinear();
 
 private:
@@ -620,6 +621,20 @@ void TestCodeDocument::foldingIndent()
     document->highlighted = 0;
     document->rehighlight();
     QCOMPARE(document->highlighted, document->blockCount());
+}
+
+/// The layout keeps the shapes of the line that is typed in. The sanitizers see it if it still
+/// holds a line that went with the text.
+void TestCodeDocument::linesThatWereTypedInGo()
+{
+    for (const int line : {1, 150, 299}) {
+        document->fromString(QStringLiteral("speed: 1\n").repeated(300));
+        for (int key = 0; key < 3; ++key)
+            QTextCursor(document->findBlockByNumber(line)).insertText(QStringLiteral("a"));
+        document->fromString(QStringLiteral("speed: 2"));
+        QTextCursor(document->firstBlock()).insertText(QStringLiteral("a"));
+        QCOMPARE(document->toPlainText(), QStringLiteral("aspeed: 2"));
+    }
 }
 
 void TestCodeDocument::hugeFilesStayLinear()
