@@ -107,6 +107,19 @@ bool readSamples(QDataStream &stream, quint32 size, QByteArray &data)
     return true;
 }
 
+/// Asks one extension after the other, each from the same place and with a fresh sample.
+void readWithExtensions(QIODevice *device, const char *format, SoundSample &sample)
+{
+    const qint64 start = device->pos();
+    sample = SoundSample();
+    ExtensionManager::convert<SoundReader>(format, [&](SoundReader &reader) {
+        if (!device->isSequential())
+            device->seek(start);
+        sample = SoundSample();
+        return reader.read(device, sample);
+    });
+}
+
 } // namespace
 
 bool loadSound(QIODevice *device, const char *format, SoundSample &sample)
@@ -116,9 +129,7 @@ bool loadSound(QIODevice *device, const char *format, SoundSample &sample)
     if (qstrcmp(format, "wav") == 0) {
         sample = soundFromWAV(device);
     } else {
-        sample = SoundSample();
-        ExtensionManager::convert<SoundReader>(
-            format, [&](SoundReader &reader) { return reader.read(device, sample); });
+        readWithExtensions(device, format, sample);
     }
     return !sample.data.isEmpty();
 }

@@ -154,6 +154,7 @@ void TestExtension::loadsRealPlugins()
     SoundSample loaded;
     QVERIFY(loadSound(&buffer, "tone", loaded));
     QCOMPARE(loaded.data, sample.data);
+    QCOMPARE(loaded.channels, SampleInfo().channels);
     QCOMPARE(takeDiary(), lines({"refused", "read"}));
 
     m_manager.reset();

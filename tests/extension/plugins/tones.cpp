@@ -15,8 +15,11 @@ class RefusingReader : public Kiln::SoundReader
 public:
     ~RefusingReader() override { tellDiary(QStringLiteral("end of the refusing reader")); }
     const char *format() override { return "tone"; }
-    bool read(QIODevice *, Kiln::SoundSample &) override
+    bool read(QIODevice *device, Kiln::SoundSample &sample) override
     {
+        device->read(4);
+        sample.channels = 7;
+        sample.data = "refused";
         tellDiary(QStringLiteral("refused"));
         return false;
     }
@@ -30,11 +33,7 @@ public:
     bool read(QIODevice *device, Kiln::SoundSample &sample) override
     {
         tellDiary(QStringLiteral("read"));
-        sample.channels = 1;
-        sample.bits = 8;
-        sample.sampleRate = 8000;
         sample.data = device->readAll();
-        sample.samples = static_cast<unsigned int>(sample.data.size());
         return true;
     }
 };
