@@ -34,13 +34,23 @@ void EmberSoundData::setSample(const Kiln::SoundSample &sample)
     const QByteArray data = sample.data.left(static_cast<int>(EmberPeal::sampleBytes(info)));
     const auto crc = crc64(data.constData(), static_cast<unsigned int>(data.size()));
     const bool hasCoder = info.bits % 8 == 0 && info.bits <= 32 && !data.isEmpty();
-    fromData(data, hasCoder ? EmberPeal::Differences : EmberPeal::Plain, &info, crc);
+    fromData(data, hasCoder ? EmberPeal::Differences : EmberPeal::Plain, this, crc);
+    m_hasBytes = !data.isEmpty();
+}
+
+void EmberSoundData::adopt(const QByteArray &bytes, unsigned char coder, unsigned long long crc)
+{
+    m_isAdopting = true;
+    fromData(bytes, coder, this, crc);
+    m_isAdopting = false;
+    m_hasBytes = !bytes.isEmpty();
 }
 
 Kiln::StreamCacheData *EmberSoundData::copyTo(Kiln::StreamCache *target) const
 {
     auto *copy = new EmberSoundData(target);
-    copy->setSample(sample());
+    copy->info = info;
+    copy->adopt(toData(true), filter(), crc());
     return copy;
 }
 

@@ -16,7 +16,19 @@ struct EMBER_EXPORT EmberSoundData : Kiln::StreamCacheData {
     /// No data when the bytes cannot be decoded.
     Kiln::SoundSample sample() const;
     void setSample(const Kiln::SoundSample &sample);
+    /// Takes bytes that `coder` has encoded already, with the checksum of what they decode to or 0.
+    void adopt(const QByteArray &bytes, unsigned char coder, unsigned long long crc);
+    /// While it adopts, there is nothing to encode.
+    bool isAdopting() const { return m_isAdopting; }
+    /// Whether it was given any bytes. If so and the store gives none back, they are lost, as on a
+    /// full disk.
+    bool hasBytes() const { return m_hasBytes; }
+    /// Carries the bytes as they are, also those that cannot be decoded.
     StreamCacheData *copyTo(Kiln::StreamCache *target) const override;
+
+private:
+    bool m_isAdopting = false;
+    bool m_hasBytes = false;
 };
 
 /// One sound of an EmberSounds. Changes go through the undo history of its list.

@@ -9,7 +9,6 @@
 #include <kilnx/project/paths.h>
 
 #include <algorithm>
-#include <limits>
 #include <memory>
 
 namespace
@@ -135,19 +134,20 @@ private:
     Kiln::StreamCacheData *m_data;
 };
 
-EmberSounds::EmberSounds(Kiln::StreamCache::Type store)
+EmberSounds::EmberSounds(Kiln::StreamCache::Type store, quint32 limit)
     : Sounds(Kiln::StreamCache::instance(store))
+    , m_limit(limit)
 {
-    using Kiln::SampleInfo;
     connect(cache(), &Kiln::StreamCache::readFilter, this,
-            [](unsigned char filter, void *format, const QByteArray &in, QByteArray &out) {
+            [](unsigned char filter, void *data, const QByteArray &in, QByteArray &out) {
                 if (filter == EmberPeal::Differences)
-                    out = EmberPeal::decode(in, *static_cast<const SampleInfo *>(format));
+                    out = EmberPeal::decode(in, static_cast<const EmberSoundData *>(data)->info);
             });
     connect(cache(), &Kiln::StreamCache::writeFilter, this,
-            [this](unsigned char filter, void *format, const QByteArray &in, QByteArray &out) {
-                if (filter == EmberPeal::Differences && !m_adopting)
-                    out = EmberPeal::encode(in, *static_cast<const SampleInfo *>(format));
+            [](unsigned char filter, void *data, const QByteArray &in, QByteArray &out) {
+                const auto *sound = static_cast<const EmberSoundData *>(data);
+                if (filter == EmberPeal::Differences && !sound->isAdopting())
+                    out = EmberPeal::encode(in, sound->info);
             });
     connect(&m_history, &QUndoStack::cleanChanged, this,
             [this](bool clean) { emit changed(!clean); });
@@ -244,14 +244,19 @@ bool EmberSounds::fromFile(Kiln::Archive &archive, const QString &name, bool asC
         showFailure(tr("Can't open the sounds '%1'!").arg(name));
         return false;
     }
+    QVector<EmberPeal::Entry> entries;
     QList<EmberSound *> sounds;
-    const bool read = readSounds(device, sounds);
+    const QString failure = EmberPeal::readIndex(device, entries)
+                                ? readSounds(device, entries, sounds)
+                                : tr("'%1' is no sound file of Ember!");
     archive.closeFile(device);
-    if (!read) {
-        showFailure(tr("'%1' is no sound file of Ember!").arg(name));
+    if (!failure.isEmpty()) {
+        qDeleteAll(sounds);
+        showFailure(failure.arg(name));
         return false;
     }
     replaceAll(sounds);
+    tellWhatIsOutside(entries);
     Sounds::fromFile(archive, name, asCopy);
     if (asCopy)
         m_history.resetClean();
@@ -260,13 +265,20 @@ bool EmberSounds::fromFile(Kiln::Archive &archive, const QString &name, bool asC
     return true;
 }
 
+/// Nothing is opened for writing until it is clear that all sounds are there and fit: closing a
+/// half-written file would replace the old one.
 bool EmberSounds::toFile(Kiln::Archive &archive, const QString &name, bool asCopy)
 {
-    QIODevice *device = archive.openFile(name, QIODevice::WriteOnly);
-    const bool written = device && writeSounds(device);
-    archive.closeFile(device);
-    if (!written) {
-        showFailure(tr("Can't save the sounds '%1'!").arg(name));
+    QVector<EmberPeal::Entry> entries;
+    QString failure = layOut(name, entries);
+    if (failure.isEmpty()) {
+        QIODevice *device = archive.openFile(name, QIODevice::WriteOnly);
+        if (!device || !writeSounds(device, entries))
+            failure = tr("Can't save the sounds '%1'!").arg(name);
+        archive.closeFile(device);
+    }
+    if (!failure.isEmpty()) {
+        showFailure(failure);
         return false;
     }
     Sounds::toFile(archive, name, asCopy);
@@ -278,58 +290,81 @@ bool EmberSounds::toFile(Kiln::Archive &archive, const QString &name, bool asCop
 }
 
 /// Takes the bytes over as they are. Records must name them in the order of the file, without
-/// overlap: what is read is then never more than the file has.
-bool EmberSounds::readSounds(QIODevice *device, QList<EmberSound *> &sounds)
+/// overlap: what is read is then never more than the file has. Returns what went wrong with the
+/// file '%1', or nothing.
+QString EmberSounds::readSounds(QIODevice *device,
+                                const QVector<EmberPeal::Entry> &entries,
+                                QList<EmberSound *> &sounds)
 {
-    QVector<EmberPeal::Entry> entries;
-    if (!EmberPeal::readIndex(device, entries))
-        return false;
-    itemMessages().beginChange();
-    itemMessages().clear();
-    m_adopting = true;
     qint64 end = EmberPeal::headSize;
-    for (const EmberPeal::Entry &entry : qAsConst(entries)) {
+    for (const EmberPeal::Entry &entry : entries) {
         QByteArray bytes;
         const qint64 entryEnd = qint64(entry.offset) + entry.size;
         if (entry.offset >= end && entryEnd <= device->size() && device->seek(entry.offset)) {
             bytes = device->read(entry.size);
             end = entryEnd;
+            if (bytes.size() != qint64(entry.size))
+                return tr("Can't read the sounds '%1'!");
         }
         auto *data = new EmberSoundData(cache());
-        data->info = entry.info;
-        data->fromData(bytes, entry.coder, &data->info, entry.crc);
-        if (bytes.size() != qint64(entry.size))
-            itemMessages().add(Kiln::Message::Error,
-                               tr("The sound '%1' lies outside of the file").arg(entry.name),
-                               static_cast<unsigned int>(sounds.size()), 0);
         sounds.append(new EmberSound(*this, entry.name, data));
+        data->info = entry.info;
+        data->adopt(bytes, entry.coder, entry.crc);
+        if (data->hasBytes() && data->isEmpty())
+            return tr("The temporary disk has no room for the sounds '%1'!");
     }
-    m_adopting = false;
-    itemMessages().endChange();
-    return true;
+    return QString();
 }
 
-bool EmberSounds::writeSounds(QIODevice *device)
+void EmberSounds::tellWhatIsOutside(const QVector<EmberPeal::Entry> &entries)
 {
-    QVector<EmberPeal::Entry> entries;
-    qint64 offset = EmberPeal::headSize;
-    bool ok = Kiln::writeAll(device, EmberPeal::head(m_sounds.size()));
-    for (const EmberSound *sound : qAsConst(m_sounds)) {
+    itemMessages().beginChange();
+    itemMessages().clear();
+    for (int row = 0; row < entries.size(); ++row) {
+        if (entries[row].size > 0 && !m_sounds[row]->soundData()->hasBytes())
+            itemMessages().add(Kiln::Message::Error,
+                               tr("The sound '%1' lies outside of the file").arg(entries[row].name),
+                               static_cast<unsigned int>(row), 0);
+    }
+    itemMessages().endChange();
+}
+
+/// Gives each sound its place in the file, and reads it once to see that the store still has it.
+/// Returns what stands against saving, or nothing.
+QString EmberSounds::layOut(const QString &name, QVector<EmberPeal::Entry> &entries) const
+{
+    qint64 end = EmberPeal::headSize;
+    for (const EmberSound *sound : m_sounds) {
         const EmberSoundData *data = sound->soundData();
-        const QByteArray bytes = data->toData(true);
+        const int size = data->toData(true).size();
+        if (size == 0 && data->hasBytes())
+            return tr("Can't save the sounds '%1': the temporary disk has lost '%2'!")
+                .arg(name, sound->identifier());
         EmberPeal::Entry entry;
-        entry.offset = static_cast<quint32>(offset);
-        entry.size = static_cast<quint32>(bytes.size());
+        entry.offset = static_cast<quint32>(end);
+        entry.size = static_cast<quint32>(size);
         entry.crc = data->crc();
         entry.info = data->info;
         entry.coder = data->filter();
         entry.name = sound->identifier();
         entries.append(entry);
-        offset += bytes.size();
-        ok = ok && offset <= std::numeric_limits<quint32>::max() &&
-             device->write(bytes) == bytes.size();
+        end += size;
+        if (end > m_limit)
+            return tr("The sounds are too large for the file '%1'!").arg(name);
     }
-    return ok && Kiln::writeAll(device, EmberPeal::index(entries, static_cast<quint32>(offset)));
+    return QString();
+}
+
+bool EmberSounds::writeSounds(QIODevice *device, const QVector<EmberPeal::Entry> &entries) const
+{
+    bool ok = Kiln::writeAll(device, EmberPeal::head(entries.size()));
+    quint32 end = EmberPeal::headSize;
+    for (int row = 0; ok && row < entries.size(); ++row) {
+        const QByteArray bytes = m_sounds[row]->soundData()->toData(true);
+        ok = quint32(bytes.size()) == entries[row].size && device->write(bytes) == bytes.size();
+        end += entries[row].size;
+    }
+    return ok && Kiln::writeAll(device, EmberPeal::index(entries, end));
 }
 
 QString EmberSounds::fileName()
@@ -443,9 +478,22 @@ void EmberSounds::setOrder(const QList<EmberSound *> &order)
 
 void EmberSounds::rowChanged(EmberSound *sound)
 {
-    const QModelIndex row = index(m_sounds.indexOf(sound));
+    const QModelIndex row = index(rowOf(sound));
     emit dataChanged(row, row);
     emit modified();
+}
+
+/// Goes outwards from the last row that changed, near which the next one mostly lies.
+int EmberSounds::rowOf(const EmberSound *sound)
+{
+    const int start = qMin(m_lastRow, m_sounds.size() - 1);
+    for (int step = 0; step < m_sounds.size(); ++step) {
+        for (const int row : {start + step, start - step}) {
+            if (m_sounds.value(row) == sound)
+                return m_lastRow = row;
+        }
+    }
+    return -1;
 }
 
 void EmberSounds::replaceAll(const QList<EmberSound *> &sounds)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "emberpeal.h"
 #include "embersound.h"
 
 #include <QList>
@@ -17,10 +18,14 @@ class EMBER_EXPORT EmberSounds : public Kiln::Sounds
     Q_OBJECT
 
 public:
-    /// `store` is Memory, Disk, or Default for the one that the host's option "cache_type" names.
-    explicit EmberSounds(Kiln::StreamCache::Type store = Kiln::StreamCache::Default);
-
     static constexpr const char *suffix = "peal";
+    /// The file counts its bytes in 32 bits.
+    static constexpr quint32 largestFile = 0xFFFFFFFF;
+
+    /// `store` is Memory, Disk, or Default for the one that the host's option "cache_type" names.
+    /// Sounds of more than `limit` encoded bytes are not saved.
+    explicit EmberSounds(Kiln::StreamCache::Type store = Kiln::StreamCache::Default,
+                         quint32 limit = largestFile);
 
     // The list.
     int rowCount(const QModelIndex &parent = {}) const override;
@@ -38,7 +43,8 @@ public:
     void rename(EmberSound &sound, const QString &identifier);
     void changeSample(EmberSound &sound, const Kiln::SoundSample &sample);
 
-    // The file. Both show a message when they fail.
+    // The file. Both show a message when they fail. A failed load leaves the sounds as they were;
+    // a file whose sounds are too many, or of which the store has lost one, is not written.
     bool fromFile(Kiln::Archive &archive, const QString &name, bool asCopy) override;
     bool toFile(Kiln::Archive &archive, const QString &name, bool asCopy) override;
     QString fileName() override;
@@ -70,15 +76,20 @@ private:
     void moveRow(int from, int to);
     void setOrder(const QList<EmberSound *> &order);
     void rowChanged(EmberSound *sound);
+    int rowOf(const EmberSound *sound);
     void replaceAll(const QList<EmberSound *> &sounds);
-    bool readSounds(QIODevice *device, QList<EmberSound *> &sounds);
-    bool writeSounds(QIODevice *device);
+    QString readSounds(QIODevice *device,
+                       const QVector<EmberPeal::Entry> &entries,
+                       QList<EmberSound *> &sounds);
+    void tellWhatIsOutside(const QVector<EmberPeal::Entry> &entries);
+    QString layOut(const QString &name, QVector<EmberPeal::Entry> &entries) const;
+    bool writeSounds(QIODevice *device, const QVector<EmberPeal::Entry> &entries) const;
 
     QList<EmberSound *> m_sounds;
     QUndoStack m_history;
     QString m_fileName;
     int m_changeDepth = 0;
     bool m_groupOpen = false;
-    // While a file is read its bytes are encoded already, and the store takes them as they are.
-    bool m_adopting = false;
+    int m_lastRow = 0;
+    const quint32 m_limit;
 };

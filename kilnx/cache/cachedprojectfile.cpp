@@ -99,10 +99,14 @@ SearchableCachedProjectFile::search(const QRegularExpression &expression)
 
 void SearchableCachedProjectFile::replace(const QList<SearchResult> &results, const QString &text)
 {
+    if (results.isEmpty())
+        return;
+    beginChange();
     for (const SearchResult &result : results) {
         if (PropertyItem *item = itemAt(result.line))
             item->setProperty(identifierProperty, filledIn(text, result.captured));
     }
+    endChange();
 }
 
 } // namespace Kiln

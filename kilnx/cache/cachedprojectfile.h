@@ -68,7 +68,7 @@ public:
     QList<SearchResult> search(const QRegularExpression &expression) override;
     /// Sets the identifier of each item that was found to `text`, in full. The place markers "%1",
     /// "%2" ... stand for what the second, third ... group of the expression captured; the first
-    /// group is not used.
+    /// group is not used. All happens in one group of edits.
     void replace(const QList<SearchResult> &results, const QString &text) override;
 
 protected:

@@ -56,6 +56,8 @@ public:
         return index < m_items.size() ? m_items[index].get() : nullptr;
     }
     bool isEmpty() const override { return m_items.empty(); }
+    void beginChange() override { brackets += '('; }
+    void endChange() override { brackets += ')'; }
     void release() override { delete this; }
 
     QStringList names() const
@@ -67,6 +69,7 @@ public:
     }
 
     mutable int asked = 0;
+    QByteArray brackets;
 
 private:
     std::vector<std::unique_ptr<Item>> m_items;
@@ -158,6 +161,7 @@ void TestCachedFiles::replaces()
     stranger.line = 100;
     results.prepend(stranger);
     file->replace(results, text);
+    QCOMPARE(file->brackets, QByteArray("()"));
     QCOMPARE(file->names(), names);
 }
 
@@ -165,7 +169,9 @@ void TestCachedFiles::emptyContainerAsksForNothing()
 {
     const ContainerPointer file(new Container({}));
     QVERIFY(file->search(QRegularExpression(QStringLiteral("."))).isEmpty());
+    file->replace({}, QStringLiteral("x"));
     QCOMPARE(file->asked, 0);
+    QCOMPARE(file->brackets, QByteArray());
 }
 
 void TestCachedFiles::cacheAndItemsEnd()

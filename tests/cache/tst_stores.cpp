@@ -3,6 +3,7 @@
 #include <kilnx/cache/filecache.h>
 #include <kilnx/cache/packedcache.h>
 #include <kilnx/cache/streamcachedata.h>
+#include <tests/support/fulldisk.h>
 #include <tests/support/testhost.h>
 
 #include <QtTest/QtTest>
@@ -10,8 +11,6 @@
 #include <memory>
 #include <random>
 
-#include <csignal>
-#include <sys/resource.h>
 #include <unistd.h>
 
 using namespace Kiln;
@@ -369,23 +368,6 @@ struct Handle : StreamCacheData {
         copy->fromData(toData(false), filter(), nullptr, crc());
         return copy;
     }
-};
-
-// While it lives, no file of this process can grow above a size: the disk is full.
-class FullDisk
-{
-public:
-    explicit FullDisk(rlim_t size)
-    {
-        signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit{size, m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FullDisk() { setrlimit(RLIMIT_FSIZE, &m_before); }
-
-private:
-    rlimit m_before;
 };
 
 qint64 residentBytes()

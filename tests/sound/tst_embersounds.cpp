@@ -3,6 +3,7 @@
 #include <kilnx/cache/crc64.h>
 #include <kilnx/code/messages.h>
 #include <kilnx/project/archive.h>
+#include <tests/support/fulldisk.h>
 #include <tests/support/testhost.h>
 
 #include <QtTest/QAbstractItemModelTester>
@@ -84,6 +85,8 @@ private slots:
     void randomDamage();
     void soundsOutsideOfTheFile();
     void soundsThatCannotBeDecoded();
+    void lossesNeverReachTheFile_data();
+    void lossesNeverReachTheFile();
     void failuresAreTold();
 
 private:
@@ -334,7 +337,20 @@ void TestEmberSounds::findsAndOrders()
     const QStringList expected{"Anvil", "anvil", "beat", "beat", "Call"};
     QCOMPARE(names, expected);
     QCOMPARE(call.row(), 4);
-    QCOMPARE(sounds->search(QRegularExpression(QStringLiteral("nv"))).size(), 2);
+
+    QList<int> rows;
+    connect(sounds.get(), &EmberSounds::dataChanged, this,
+            [&rows](const QModelIndex &row) { rows.append(row.row()); });
+    const auto found = sounds->search(QRegularExpression(QStringLiteral("nv|Ca")));
+    sounds->replace(found, QStringLiteral("tone"));
+    QCOMPARE(sounds->find(2, QStringLiteral("tone")), 4);
+    sounds->undo(); // all at once
+    QCOMPARE(sounds->find(0, QStringLiteral("tone")), -1);
+    QCOMPARE(rows, QList<int>({0, 1, 4, 4, 1, 0}));
+    sounds->remove(4);
+    sounds->remove(3);
+    sounds->itemAt(0)->setProperty(QStringLiteral("Identifier"), QStringLiteral("first"));
+    QCOMPARE(rows.last(), 0);
 }
 
 void TestEmberSounds::cutOffAtEveryLength()
@@ -414,12 +430,67 @@ void TestEmberSounds::soundsThatCannotBeDecoded()
         const SoundsPointer sounds(new EmberSounds);
         QVERIFY(load(*sounds, EmberPeal::head(1) + body + index));
         QVERIFY(sounds->itemAt(0)->sample().data.isEmpty());
-        // What cannot be read is not lost on saving.
+        // What cannot be read is not lost on saving, and not by copying.
         QCOMPARE(sounds->itemAt(0)->data()->toData(true), body);
+        const SoundsPointer others(new EmberSounds);
+        StreamCacheData *copy = sounds->itemAt(0)->data()->copyTo(others->cache());
+        QCOMPARE(copy->toData(true), body);
+        copy->release();
     }
     entry.info.samples = 0xFFFFFFFF;
     entry.info.channels = 0xFFFF;
     QVERIFY(EmberPeal::decode(huge, entry.info).isEmpty());
+}
+
+void TestEmberSounds::lossesNeverReachTheFile_data()
+{
+    QTest::addColumn<int>("roomToLoad");
+    QTest::addColumn<int>("roomToChange");
+    QTest::addColumn<bool>("cutOff");
+    QTest::addColumn<uint>("limit");
+    constexpr int enough = 1 << 20;
+    constexpr uint noLimit = EmberSounds::largestFile;
+    QTest::newRow("no room to load") << 0 << enough << false << noLimit;
+    QTest::newRow("room to load the first sound") << 60 << enough << false << noLimit;
+    QTest::newRow("no room for a change") << enough << 1 << false << noLimit;
+    QTest::newRow("temporary file that lost its bytes") << enough << enough << true << noLimit;
+    QTest::newRow("more than the numbers can count") << enough << enough << false << 100u;
+}
+
+// The sounds lie in a temporary file that another one cuts off, or on a disk that is full.
+void TestEmberSounds::lossesNeverReachTheFile()
+{
+    QFETCH(int, roomToLoad);
+    QFETCH(int, roomToChange);
+    QFETCH(bool, cutOff);
+    QFETCH(uint, limit);
+    const QByteArray good = goodFile();
+    const QString name = file(QStringLiteral("good.peal"));
+    FileSystemArchive &archive = FileSystemArchive::instance();
+    const QByteArray before = qgetenv("TMPDIR");
+    qputenv("TMPDIR", m_directory->path().toLocal8Bit());
+    const SoundsPointer sounds(new EmberSounds(StreamCache::Disk, limit));
+    qputenv("TMPDIR", before);
+    m_host->dialogs().expectBox(QMessageBox::Ok);
+    bool loaded = false;
+    {
+        const FullDisk full(static_cast<rlim_t>(roomToLoad));
+        loaded = sounds->fromFile(archive, name, false);
+    }
+    QCOMPARE(loaded, roomToLoad > 60);
+    if (loaded) {
+        const FullDisk full(static_cast<rlim_t>(roomToChange));
+        sounds->itemAt(1)->setSample(makeSample(1, 8, 50, 3));
+    }
+    const QDir handles(QStringLiteral("/proc/self/fd"));
+    for (const QFileInfo &handle : handles.entryInfoList(QDir::Files | QDir::System)) {
+        if (cutOff && handle.symLinkTarget().startsWith(m_directory->path()))
+            QVERIFY(QFile::resize(handle.filePath(), 0));
+    }
+    QVERIFY(!loaded || !sounds->toFile(archive, name, false));
+    QCOMPARE(m_host->dialogs().seen().size(), 1);
+    QCOMPARE(sounds->itemCount(), loaded ? 5u : 0u);
+    QVERIFY(readFile(name) == good);
 }
 
 void TestEmberSounds::failuresAreTold()
