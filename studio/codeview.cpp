@@ -10,6 +10,7 @@
 #include <kilnx/project/projectfile.h>
 
 #include <QAction>
+#include <QDockWidget>
 
 namespace Studio
 {
@@ -26,7 +27,10 @@ CodeView::CodeView(Kiln::CodeWorkspace *surface,
                                        interface,
                                        textId))
 {
-    interface->control(QStringLiteral("code_tree"))->setAccessibleName(tr("Nodes of the file"));
+    QWidget *nodes = interface->control(QStringLiteral("code_tree"));
+    nodes->setAccessibleName(tr("Nodes of the file"));
+    if (auto *dock = qobject_cast<QDockWidget *>(nodes->parentWidget()))
+        dock->setWindowTitle(nodes->accessibleName());
 }
 
 CodeView::~CodeView() = default;

@@ -58,6 +58,7 @@ private:
     bool darkPalette();
 
     bool openFromTree(const QString &relativeName);
+    bool marksBecome(int count) const;
     void goToLine(int line);
     /// Takes a row of a list with the mouse and lets it go above another.
     void dragRow(QListView *view, int row, int target);

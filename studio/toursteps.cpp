@@ -64,6 +64,17 @@ QByteArray contentsOf(const QString &fileName)
 
 } // namespace
 
+// Brackets are matched a moment after the cursor moved.
+bool Tour::marksBecome(int count) const
+{
+    const Kiln::CodeEditor *view = d->window->surface()->editor();
+    QElapsedTimer waited;
+    waited.start();
+    while (view->extraSelections().size() != count && waited.elapsed() < dialogTimeoutMs)
+        QApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    return view->extraSelections().size() == count;
+}
+
 bool Tour::openProject()
 {
     if (!check(d->window->openProject(d->project), "the project opens"))
@@ -108,21 +119,17 @@ bool Tour::foldSections()
 
 bool Tour::matchBrackets()
 {
-    const Kiln::CodeEditor *view = d->window->surface()->editor();
     goToLine(lineOf(text(), QStringLiteral("when: (life < 20) and not {guarding}")));
     // The range, its two brackets, and the line of the cursor.
-    const int marks = 4;
-    QElapsedTimer waited;
-    waited.start();
-    while (view->extraSelections().size() < marks && waited.elapsed() < dialogTimeoutMs)
-        QApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
-    return check(view->extraSelections().size() == marks, "the brackets are marked");
+    return check(marksBecome(4), "the brackets are marked");
 }
 
 bool Tour::completeWord()
 {
     Kiln::CodeEditor *view = d->window->surface()->editor();
     goToLine(lineOf(text(), QStringLiteral("@state walk")));
+    if (!check(marksBecome(1), "the brackets are marked no longer"))
+        return false;
     type(QStringLiteral("\n    posture: cr"));
     QWidget *words = QApplication::activePopupWidget();
     if (!check(words, "the words of the entry are offered"))
