@@ -1,5 +1,6 @@
 #include <kilnx/code/codeblockdata.h>
 #include <kilnx/code/codedocument_p.h>
+#include <kilnx/code/recordpool_p.h>
 #include <typeinfo>
 
 namespace Kiln
@@ -14,6 +15,26 @@ CodeBlockData::CodeBlockData(const QTextBlock &block, CodeDocumentPrivate *docum
 CodeBlockData::~CodeBlockData()
 {
     d->documentPrivate->leaveBlock(this);
+}
+
+void *CodeBlockData::operator new(std::size_t)
+{
+    return RecordPool<CodeBlockData>::take();
+}
+
+void CodeBlockData::operator delete(void *data)
+{
+    RecordPool<CodeBlockData>::give(data);
+}
+
+void *CodeBlockRecord::operator new(std::size_t)
+{
+    return RecordPool<CodeBlockRecord>::take();
+}
+
+void CodeBlockRecord::operator delete(void *record)
+{
+    RecordPool<CodeBlockRecord>::give(record);
 }
 
 CodeBlockData *CodeBlockData::blockData(const QTextBlock &block,

@@ -3,6 +3,7 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 #include <QtGui/QTextBlock>
+#include <cstddef>
 #include <kilnx/export.h>
 #include <memory>
 
@@ -57,6 +58,9 @@ public:
     const QVector<Parenthesis> &parenthesis() const;
     /// The messages of the line in the order in which the parser reported them.
     const QVector<SyntaxMessage> &syntaxMessages() const;
+
+    static void *operator new(std::size_t size);
+    static void operator delete(void *data);
 
 private:
     Q_DISABLE_COPY(CodeBlockData)

@@ -44,6 +44,9 @@ struct CodeBlockRecord {
     /// that other.
     int state = 0;
     bool isParsedNow = false;
+
+    static void *operator new(std::size_t size);
+    static void operator delete(void *record);
 };
 
 /// The working part of a document: it parses lines as their highlighter, is the list of their

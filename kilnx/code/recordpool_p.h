@@ -1,0 +1,66 @@
+#pragma once
+
+#include <memory>
+#include <new>
+#include <vector>
+
+namespace Kiln
+{
+/// Memory for the many records of one type, side by side in the order in which they are made: a
+/// walk over all lines of a long text reads it in order, and each record needs no more than its
+/// size. What is given back serves the next records and stays with the process. GUI thread only.
+template<typename Record>
+class RecordPool
+{
+public:
+    static void *take()
+    {
+#if defined(__SANITIZE_ADDRESS__)
+        return ::operator new(sizeof(Record)); // so that a use after the end is found
+#else
+        Item *&first = free();
+        if (!first)
+            grow();
+        Item *const item = first;
+        first = item->next;
+        return item;
+#endif
+    }
+
+    static void give(void *record)
+    {
+#if defined(__SANITIZE_ADDRESS__)
+        ::operator delete(record);
+#else
+        auto *const item = static_cast<Item *>(record);
+        item->next = free();
+        free() = item;
+#endif
+    }
+
+private:
+    union Item {
+        Item *next;
+        alignas(Record) unsigned char bytes[sizeof(Record)];
+    };
+    static constexpr int itemsAtOnce = 256;
+
+    static Item *&free()
+    {
+        static Item *first = nullptr;
+        return first;
+    }
+
+    static void grow()
+    {
+        // Not ended at exit: documents of static life may end later.
+        static auto *const chunks = new std::vector<std::unique_ptr<Item[]>>;
+        chunks->push_back(std::make_unique<Item[]>(itemsAtOnce));
+        Item *const items = chunks->back().get();
+        for (int i = itemsAtOnce - 1; i >= 0; --i) {
+            items[i].next = free();
+            free() = items + i;
+        }
+    }
+};
+} // namespace Kiln
