@@ -74,17 +74,19 @@ QVector<RGB> triples(const QVector<QRgb> &table)
     return colors;
 }
 
-/// Index 0 stays reserved for pixels of alpha below 128.
-void toIndexedKeepingAlpha(QImage &image, const RGBA *palette)
+/// Index 0 stays reserved for pixels of alpha below 128; in pictures without alpha only if
+/// `isTransparent` says that index 0 is not drawn.
+void toIndexedKeepingAlpha(QImage &image, const RGBA *palette, bool isTransparent)
 {
     QImage indexed = image;
     adaptImageToPalette(indexed, palette);
-    if (image.format() == QImage::Format_ARGB32) {
+    const bool hasAlpha = image.format() == QImage::Format_ARGB32;
+    if (hasAlpha || isTransparent) {
         for (int y = 0; y < image.height(); ++y) {
             const auto *source = reinterpret_cast<const QRgb *>(image.constScanLine(y));
             uchar *target = indexed.scanLine(y);
             for (int x = 0; x < image.width(); ++x) {
-                if (qAlpha(source[x]) < 128)
+                if (hasAlpha && qAlpha(source[x]) < 128)
                     target[x] = 0;
                 else if (target[x] == 0)
                     target[x] = 1;
@@ -142,7 +144,7 @@ public:
             RGBA palette[256] = {};
             for (int i = 0; i < colors.size() && i < 256; ++i)
                 palette[i] = {colors[i].r, colors[i].g, colors[i].b, 255};
-            toIndexedKeepingAlpha(picture.image, palette);
+            toIndexedKeepingAlpha(picture.image, palette, picture.transparent == 0);
         }
         return m_gif.save(device);
     }
@@ -167,7 +169,7 @@ private:
             quantizer.processImage(picture.image);
             RGBA table[256];
             takeTable(quantizer, table);
-            toIndexedKeepingAlpha(picture.image, table);
+            toIndexedKeepingAlpha(picture.image, table, false);
         }
         const QVector<QRgb> colors = picture.image.colorTable();
         (m_singlePalette ? m_gif.globalColorMap() : picture.colorMap) = triples(colors);

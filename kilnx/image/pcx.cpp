@@ -18,7 +18,7 @@ constexpr int MaxRun = 63;
 constexpr uchar RunMark = 0xC0;
 constexpr uchar PaletteMark = 0x0C;
 constexpr int PaletteSize = 768;
-/// A run of 63 pixels takes two bytes.
+/// A run of 63 bytes takes two.
 constexpr int MaxGrowth = 32;
 
 /// Where decoded bytes go: through the columns of a plane, the planes of a row and the rows.
@@ -231,9 +231,11 @@ bool loadPCX(QImage &image, QIODevice *device)
 
     const QSize size(header.width(), header.height());
     if (image.size() != size || image.format() != format) {
-        const qint64 depth = format == QImage::Format_Indexed8 ? 1 : 4;
-        const qint64 bytes = depth * size.width() * size.height();
-        image = pictureFits(bytes, device, MaxGrowth) ? QImage(size, format) : QImage();
+        const qint64 pixelSize = format == QImage::Format_Indexed8 ? 1 : 4;
+        const qint64 bytes = pixelSize * size.width() * size.height();
+        // The file has no more of a pixel than its planes: three bytes of four for RGB32.
+        const qint64 growth = MaxGrowth * pixelSize / std::min<qint64>(header.planes, pixelSize);
+        image = pictureFits(bytes, device, growth) ? QImage(size, format) : QImage();
         if (image.isNull())
             return false;
     }

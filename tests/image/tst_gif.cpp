@@ -171,6 +171,7 @@ private Q_SLOTS:
     void writtenBlocks();
     void loadTakesOverTheFile();
     void monoFiles();
+    void framesOnTheScreen_data();
     void framesOnTheScreen();
     void trueColorFramesShareOneTable();
     void mixedFrames_data();
@@ -357,11 +358,22 @@ void TestGif::monoFiles()
     }
 }
 
+void TestGif::framesOnTheScreen_data()
+{
+    QTest::addColumn<int>("format");
+    QTest::newRow("with alpha") << int(QImage::Format_ARGB32);
+    QTest::newRow("opaque pixels stay opaque without alpha too") << int(QImage::Format_RGB32);
+}
+
 void TestGif::framesOnTheScreen()
 {
-    const QVector<AnimImageFrame> frames = {{trueColor({10, 4}, 0xFFFF0000), {3, 1}, 6},
+    QFETCH(int, format);
+    const auto solid = [format](QSize size, QRgb color) {
+        return trueColor(size, color).convertToFormat(QImage::Format(format));
+    };
+    const QVector<AnimImageFrame> frames = {{solid({10, 4}, 0xFFFF0000), {3, 1}, 6},
                                             {QImage(), {900, 900}, 6},
-                                            {trueColor({5, 9}, 0xFF00FF00), {-2, 7}, 6}};
+                                            {solid({5, 9}, 0xFF00FF00), {-2, 7}, 6}};
     const GIFImage gif = loaded(saved(frames, false, true));
     QCOMPARE(QSize(gif.width(), gif.height()), QSize(10, 10));
     QCOMPARE(gif.images().size(), 2);
@@ -425,17 +437,19 @@ void TestGif::mixedFrames()
     table.fill(2);
     table.setColorTable({0, 0xFF0000FF, 0xFF00FF00, 0xFFFF0000});
     QImage full = trueColor({6, 5}, 0xFFFF0000);
-    full.setPixel(0, 0, 0);
-    QVector<AnimImageFrame> frames = {{table, {0, 0}, 6}, {full, {0, 0}, 6}};
+    const QImage noAlpha = full.convertToFormat(QImage::Format_RGB32);
+    full.setPixel(0, 0, 0x00FF0000);
+    QVector<AnimImageFrame> frames = {{table, {0, 0}, 6}, {full, {0, 0}, 6}, {noAlpha, {0, 0}, 6}};
     if (!indexedFirst)
         std::swap(frames[0], frames[1]);
     const GIFImage gif = loaded(saved(frames, singlePalette, false));
-    QCOMPARE(gif.images().size(), 2);
+    QCOMPARE(gif.images().size(), 3);
     QCOMPARE(gif.globalColorMap().isEmpty(), !singlePalette);
     const int fullAt = indexedFirst ? 1 : 0;
     QVector<QRgb> expected(30, 0xFFFF0000);
     expected[0] = 0;
     QCOMPARE(colorsOf(gif, fullAt), expected);
+    QCOMPARE(colorsOf(gif, 2), QVector<QRgb>(30, 0xFFFF0000));
     // With one palette an indexed frame that comes later keeps its indexes.
     if (indexedFirst || !singlePalette)
         QCOMPARE(colorsOf(gif, 1 - fullAt), QVector<QRgb>(30, 0xFF00FF00));
