@@ -126,6 +126,7 @@ private slots:
     void init();
     void cleanup();
     void loadsRealPlugins();
+    void loadsFromHere();
     void whatIsNoPluginIsPassedOver();
     void throwingRegistrationKeepsWhatItAdded();
     void triedInOrderOfRegistration();
@@ -187,6 +188,17 @@ void TestExtension::loadsRealPlugins()
     // The code may still be in memory: a second manager registers anew.
     makeManager();
     QCOMPARE(ExtensionManager::list(Extension::SoundReaders).size(), 2);
+}
+
+void TestExtension::loadsFromHere()
+{
+    put(THROWING_PLUGIN, QStringLiteral("libx.so"));
+    put(TONES_PLUGIN, QStringLiteral("x.so"));
+    const QString before = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(m_directory->path()));
+    m_manager = std::make_unique<ExtensionManager>(QStringLiteral("."));
+    QVERIFY(QDir::setCurrent(before));
+    QCOMPARE(takeDiary(), lines({"throwing registers", "tones registers"}));
 }
 
 void TestExtension::whatIsNoPluginIsPassedOver()

@@ -303,6 +303,7 @@ void TestResample::refuses_data()
     QTest::newRow("more than 256 times the rate") << 1 << 8 << 8000u * 257;
     QTest::newRow("less than a 256th of the rate") << 1 << 8 << 31u;
     QTest::newRow("more than 2 GiB") << 65535 << 32 << 8000u * 200;
+    QTest::newRow("more than 2 GiB of floats for less") << 65535 << 8 << 8000u * 5;
 }
 
 void TestResample::refuses()
