@@ -1,3 +1,5 @@
+#include <utility>
+
 #include <QtCore/QFileInfo>
 #include <kilnx/code/codedocument.h>
 #include <kilnx/code/codedocument_p.h>
@@ -57,7 +59,11 @@ void CodeDocument::endChange()
         return;
     // The highlighter still sees the bracket as open.
     d->cursor.endEditBlock();
-    --d->changeDepth;
+    if (--d->changeDepth > 0)
+        return;
+    const QSet<CodeNode *> changed = std::exchange(d->changedInBracket, {});
+    for (CodeNode *child : changed)
+        childChanged(child);
 }
 
 bool CodeDocument::isCodeBeingChanged() const
@@ -101,12 +107,7 @@ void CodeDocument::insertOnCursor(const QString &text, QTextCursor cursor)
     const int start = cursor.selectionStart();
     const QTextBlock below = findBlock(cursor.selectionEnd()).next();
     cursor.insertText(text);
-    if (d->changeDepth == 0 || !d->parser || !d->option(QStringLiteral("parseCode")))
-        return;
-    // Qt tells the highlighter only when the bracket closes.
-    for (QTextBlock block = findBlock(start); block.isValid() && block != below;
-         block = block.next())
-        d->parseQuietly(block);
+    d->parseInBracket(findBlock(start), below);
 }
 
 void CodeDocument::insert(const QString &text)
@@ -148,8 +149,13 @@ void CodeDocument::insertBefore(const CodeNode *node, const QString &text, bool 
         d->cursor.setPosition(above.position() + above.length() - 1);
         insertOnCursor(QLatin1Char('\n') + text, d->cursor);
     } else {
+        const QTextBlock below = begin().next();
         d->cursor.movePosition(QTextCursor::Start);
-        insertOnCursor(text + QLatin1Char('\n'), d->cursor);
+        d->cursor.beginEditBlock();
+        d->cursor.insertText(text + QLatin1Char('\n'));
+        d->moveData(begin(), d->cursor.block());
+        d->cursor.endEditBlock();
+        d->parseInBracket(begin(), below);
     }
 }
 
@@ -246,6 +252,7 @@ void CodeDocument::removeChild(CodeNode *child)
     if (editor) {
         editor->removeChild(child);
         d->removeOfKind(child);
+        d->changedInBracket.remove(child);
     }
     RootCode::removeChild(child);
 }
@@ -253,8 +260,11 @@ void CodeDocument::removeChild(CodeNode *child)
 void CodeDocument::childChanged(CodeNode *child)
 {
     CodeDocumentEditor *const editor = d->documentEditors.value(CodeDocumentPrivate::kindOf(child));
-    if (editor)
-        editor->childChanged(child);
+    if (!editor)
+        return;
+    if (d->changeDepth > 0)
+        d->changedInBracket.insert(child);
+    editor->childChanged(child);
 }
 
 void CodeDocument::registerDocumentEditor(CodeDocumentEditor *editor,

@@ -2,6 +2,7 @@
 
 #include <QtCore/QHash>
 #include <QtCore/QMap>
+#include <QtCore/QSet>
 #include <QtCore/QVector>
 #include <QtGui/QSyntaxHighlighter>
 #include <QtGui/QTextCursor>
@@ -82,6 +83,12 @@ public:
     void parseAll();
     /// Parses a line outside the highlighter, without painting.
     void parseQuietly(const QTextBlock &block);
+    /// Parses the lines from `first` to before `end`, if the document is to be parsed inside
+    /// brackets of changes and one is open: Qt tells the highlighter only when it closes.
+    void parseInBracket(const QTextBlock &first, const QTextBlock &end);
+    /// Gives line `to`, which has no data, that of line `from`. Text that comes in above the first
+    /// line would have it otherwise: Qt leaves the data with the line that is first then.
+    void moveData(const QTextBlock &from, const QTextBlock &to);
     /// Releases the head nodes of all lines. Without a parser, which would report anew, messages
     /// and brackets go too.
     void releaseNodes();
@@ -124,6 +131,9 @@ public:
         int last = 0;
     };
     QHash<unsigned int, KindList> kinds;
+    /// Children of the root that have an editor and came or changed inside a bracket. The editor is
+    /// told once more when it has closed and the rows can be read.
+    QSet<CodeNode *> changedInBracket;
     bool rowChangeOpen = false;
 
 protected:

@@ -146,8 +146,13 @@ CodeDocumentPrivate::parseLine(CodeBlockData *data, const QString &text, CodePar
     data->d->node = result;
     sequenceBlock = block;
     sequenceNode = result ? lastOfLine(result) : previous;
-    if (result && result != old && result->m_parent && !resetting)
-        result->changed(result->m_parent, result->m_parent->childIndex(result), Qt::DisplayRole);
+    if (result && result != old && result->m_parent) {
+        // Its row was announced before the parser's part of the node was there.
+        ParentCode *const container = result->m_parent;
+        container->childChanged(result);
+        if (!resetting)
+            result->changed(container, container->childIndex(result), Qt::DisplayRole);
+    }
     return result == old ? nullptr : old;
 }
 
@@ -158,6 +163,31 @@ void CodeDocumentPrivate::parseQuietly(const QTextBlock &block)
     CodeNode *const replaced = parseLine(data, block.text(), nullptr);
     if (replaced)
         replaced->release();
+}
+
+void CodeDocumentPrivate::parseInBracket(const QTextBlock &first, const QTextBlock &end)
+{
+    if (changeDepth == 0 || !parser || !option(QStringLiteral("parseCode")))
+        return;
+    for (QTextBlock block = first; block.isValid() && block != end; block = block.next())
+        parseQuietly(block);
+}
+
+void CodeDocumentPrivate::moveData(const QTextBlock &from, const QTextBlock &to)
+{
+    CodeBlockData *const above = dataOf(from);
+    if (!above)
+        return;
+    forgetSequence();
+    beginUpdate();
+    dropMessages(above);
+    endUpdate();
+    CodeBlockData *const below = CodeBlockData::blockData(to, this);
+    std::swap(above->d, below->d);
+    std::swap(above->d->block, below->d->block);
+    if (below->d->node)
+        below->d->node->m_block = to;
+    below->d->isParsedNow = false;
 }
 
 void CodeDocumentPrivate::highlightBlock(const QString &text)

@@ -136,7 +136,8 @@ public:
     virtual void insertChild(CodeNode *child, unsigned int index);
     /// Lets go of `child`, which lives on without a container.
     virtual void removeChild(CodeNode *child);
-    /// Called when the value of `child` changed. The base does nothing.
+    /// Called when the value of `child` changed and when a line got `child` as its new node. The
+    /// base does nothing.
     virtual void childChanged(CodeNode *child);
 
 protected:

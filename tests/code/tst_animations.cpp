@@ -83,6 +83,39 @@ QStringList identifiers(const Tiny::File &file)
     return names;
 }
 
+/// The rows of a list as somebody has them who reads them at each signal and at no other time.
+class CachedRows : public QObject
+{
+public:
+    explicit CachedRows(QAbstractItemModel *list)
+        : m_list(list)
+    {
+        const auto read = [this](int row) { return m_list->index(row, 0).data().toString(); };
+        const auto readAll = [this, read] {
+            rows.clear();
+            for (int row = 0; row < m_list->rowCount(); ++row)
+                rows << read(row);
+        };
+        connect(list, &QAbstractItemModel::modelReset, this, readAll);
+        connect(list, &QAbstractItemModel::rowsInserted, this,
+                [this, read](const QModelIndex &, int row) { rows.insert(row, read(row)); });
+        connect(list, &QAbstractItemModel::rowsRemoved, this,
+                [this](const QModelIndex &, int row) { rows.removeAt(row); });
+        connect(list, &QAbstractItemModel::rowsMoved, this,
+                [this](const QModelIndex &, int from, int, const QModelIndex &, int to) {
+                    rows.move(from, from < to ? to - 1 : to);
+                });
+        connect(list, &QAbstractItemModel::dataChanged, this,
+                [this, read](const QModelIndex &index) { rows[index.row()] = read(index.row()); });
+        readAll();
+    }
+
+    QStringList rows;
+
+private:
+    QAbstractItemModel *m_list;
+};
+
 QString fileOf(const QStringList &names)
 {
     QString text;
@@ -372,12 +405,17 @@ void AnimationsTest::moveEverywhere()
                 codes << animation->code();
             expected.move(from, to);
             codes.move(from, to);
+            QList<AnimationCode *> others = file.list->animations();
+            others.removeAt(from);
             const QPersistentModelIndex moved = file.list->index(from);
             file.list->move(unsigned(from), unsigned(to));
             QCOMPARE(identifiers(file), expected);
             for (int row = 0; row < 4; ++row)
                 QCOMPARE(file.list->at(unsigned(row))->code(), codes.at(row));
             QCOMPARE(moved.row(), to);
+            QList<AnimationCode *> kept = file.list->animations();
+            kept.removeAt(to);
+            QCOMPARE(kept, others);
             QCOMPARE(difference(file), QString());
             if (from == to)
                 continue;
@@ -504,12 +542,30 @@ void AnimationsTest::insert()
 {
     QFETCH(QString, before);
     QFETCH(int, index);
-    Tiny::File file(before);
-    AnimationCode *added = file.list->insert(unsigned(index), QStringLiteral("n"));
-    QVERIFY(added);
-    QCOMPARE(added->name(), QStringLiteral("n"));
-    QTEST(file.text(), "after");
-    QCOMPARE(difference(file), QString());
+    for (const bool bracketed : {false, true}) {
+        Tiny::File file(before);
+        QList<AnimationCode *> nodes = file.list->animations();
+        const CachedRows rows(file.list);
+        QSignalSpy inserted(file.list, &QAbstractItemModel::rowsInserted);
+        if (bracketed)
+            file.list->beginChange();
+        AnimationCode *added = file.list->insert(unsigned(index), QStringLiteral("n"));
+        if (bracketed)
+            file.list->endChange();
+        QVERIFY(added);
+        QCOMPARE(added->name(), QStringLiteral("n"));
+        QTEST(file.text(), "after");
+        const int row = qMin(index, nodes.size());
+        nodes.insert(row, added);
+        QCOMPARE(file.list->animations(), nodes);
+        QCOMPARE(inserted.count(), 1);
+        QCOMPARE(inserted.at(0).at(1).toInt(), row);
+        QCOMPARE(rows.rows, identifiers(file));
+        QCOMPARE(difference(file), QString());
+        file.list->undo();
+        QCOMPARE(rows.rows, identifiers(file));
+        QCOMPARE(difference(file), QString());
+    }
 }
 
 void AnimationsTest::duplicate_data()
@@ -641,13 +697,16 @@ void AnimationsTest::find()
 void AnimationsTest::dataDuringChange()
 {
     Tiny::File file(fileOf({"a", "b"}));
+    const CachedRows rows(file.list);
     QCOMPARE(file.list->index(1).data().toString(), QStringLiteral("b"));
     file.list->beginChange();
     QVERIFY(!file.list->index(1).data().isValid());
     file.list->at(1)->setProperty(QStringLiteral("Identifier"), QStringLiteral("c"));
     QCOMPARE(file.list->at(1)->name(), QStringLiteral("c"));
+    file.document->insert(QStringLiteral("anim d"));
     file.list->endChange();
     QCOMPARE(file.list->index(1).data().toString(), QStringLiteral("c"));
+    QCOMPARE(rows.rows, QStringList({"a", "c", "d"}));
 }
 
 void AnimationsTest::fileFace()
@@ -755,6 +814,7 @@ void AnimationsTest::randomEdits()
                                   QAbstractItemModelTester::FailureReportingMode::QtTest);
     const QStringList words{"anim %1", "frame %1", "group %1", "value %1", "; %1", "", "junk"};
     const auto name = [&] { return QString::number(random.bounded(9)); };
+    const CachedRows rows(file.list);
     // A group hands its values only to the group next above it, so each has a number of its own.
     int groups = 0;
     const auto word = [&] {
@@ -799,6 +859,7 @@ void AnimationsTest::randomEdits()
         if (bracketed)
             file.list->endChange();
         const QString fault = difference(file);
+        QCOMPARE(rows.rows, identifiers(file));
         QVERIFY2(fault.isEmpty(),
                  qPrintable(QStringLiteral("step %1, action %2").arg(step).arg(action) + fault));
         if (file.document->blockCount() > 120)

@@ -581,6 +581,12 @@ void EmberAnimationsTest::boxes()
     QCOMPARE(firstFrame(document), frame);
     QCOMPARE(second->attackBoxes()->count(), 1u);
     QCOMPARE(difference(document.get()), QString());
+    const Document stray = fileOf(QStringLiteral("frame: x"));
+    frame = static_cast<FrameCode *>(stray->nodeInBlock(stray->firstBlock()));
+    QVERIFY(frame->collisionBoxes()->add(QRect(1, 1, 1, 1)));
+    QVERIFY(frame->attackBoxes()->add(QRect(2, 2, 1, 1)));
+    QCOMPARE(frame->collisionBoxes()->count() + frame->attackBoxes()->count(), 2u);
+    QCOMPARE(stray->nodeInBlock(stray->lastBlock()), frame);
     const int most = std::numeric_limits<int>::max();
     bodies->at(0)->setRect(QRect(QPoint(most - 99, 0), QPoint(most, 0)));
     QCOMPARE(difference(document.get()), QString());
