@@ -77,9 +77,6 @@ QList<ProjectFile::SearchResult>
 SearchableCachedProjectFile::search(const QRegularExpression &expression)
 {
     QList<SearchResult> results;
-    // Qt would warn of it at each item.
-    if (!expression.isValid())
-        return results;
     const unsigned int count = itemCount();
     for (unsigned int index = 0; index < count; ++index) {
         PropertyItem *item = itemAt(index);

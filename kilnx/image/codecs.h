@@ -19,6 +19,10 @@ struct ImageInfo {
 // A `format` word is the upper-case file extension without the dot, compared exactly: "PNG",
 // "BMP", "GIF", "PCX". All functions here hold no shared state: different threads may call them
 // at once on devices and pictures of their own. No function closes the device.
+//
+// A picture above 16 MiB is made only if the bytes that the device has left can fill it. Of a
+// sequential device those that have arrived count, so a large picture may be refused until more of
+// it is there, and a GIF should have arrived whole: what its later pictures claim is not seen.
 
 /// Reads a picture by its format word; words that are not built in go through the registered
 /// extensions, in their order. Pictures of up to 8 bits, grey ones too, come as Indexed8 with a
@@ -70,7 +74,8 @@ KILNX_EXPORT bool loadRLE5(QImage &image, QIODevice *device);
 KILNX_EXPORT bool saveRLE5(const QImage &image, QIODevice *device);
 
 /// Runs and back references of up to 1,024 pixels, eight packets behind each control byte, for
-/// pixels of 0 to 31. A reference to before the first pixel ends the reading with false.
+/// pixels of 0 to 31. A reference to before the first pixel ends the reading with false. Pictures
+/// of more than 2^28 pixels are neither read nor written.
 KILNX_EXPORT bool loadLZ5(QImage &image, QIODevice *device);
 /// `useLZ` false writes runs only.
 KILNX_EXPORT bool saveLZ5(const QImage &image, QIODevice *device, bool useLZ);

@@ -20,8 +20,8 @@ namespace
 
 constexpr char LoopBlock[] = "NETSCAPE2.0";
 constexpr int LoopBlockSize = sizeof LoopBlock - 1;
-/// Twelve bits of LZW stand for 3,840 pixels at most.
-constexpr int MaxGrowth = 2560;
+/// Twelve bits of LZW stand for 4,095 pixels at most.
+constexpr int MaxGrowth = 2730;
 
 int readCallback(GifFileType *gif, GifByteType *bytes, int count)
 {
@@ -257,11 +257,13 @@ bool writePicture(GifFileType *gif, const GIFImage::SubImage &picture, bool hasC
     return ok;
 }
 
+/// Covers the indexes past the map too: a file of one bit would be read as Mono.
 int colorResolution(const GIFImage::SubImage &first, const QVector<RGB> &globalColors)
 {
     if (first.image.format() == QImage::Format_Mono)
         return 1;
-    return GifBitSize(globalColors.isEmpty() ? first.colorMap.size() : globalColors.size());
+    const int count = globalColors.isEmpty() ? first.colorMap.size() : globalColors.size();
+    return GifBitSize(std::max(count, usedColors(first.image)));
 }
 
 bool canBeWritten(const GIFImage::SubImage &picture)

@@ -31,7 +31,8 @@ KILNX_EXPORT void adaptImageToPalette(QImage &image, const RGBA *palette);
 /// Scales to `size`, in the format of `image`. Indexed pictures take their colours from
 /// `palette`, and the result has no colour table: the caller sets it. NearestNeighbor on RGB32
 /// packs three bytes a pixel at the start of each row, for callers that expect 24-bit rows. A
-/// size without area, an unknown filter and a result too large for memory give a null image.
+/// size without area or above 1,048,576 a side, an unknown filter and a result too large for memory
+/// give a null image.
 KILNX_EXPORT QImage resizeImage(QImage image,
                                 QSize size,
                                 RGBA (&palette)[256],

@@ -20,6 +20,7 @@ constexpr int MaxShortRun = 7;    // the longest run of a short packet
 constexpr int MaxRun = 263;       // the longest run
 constexpr int PacketsPerControl = 8;
 constexpr int ShortGroup = 4;
+constexpr qint64 MaxPixels = 1 << 28; // which bounds the memory beside the picture
 
 /// Decodes packets into a plain array of pixels.
 class Decoder
@@ -331,9 +332,12 @@ bool loadLZ5(QImage &image, QIODevice *device)
     if (!openForReading(device))
         return false;
     const int width = image.width();
-    std::vector<uchar> pixels(static_cast<size_t>(width) * static_cast<size_t>(image.height()));
+    const qint64 size = qint64(width) * image.height();
+    if (size > MaxPixels)
+        return false;
+    std::vector<uchar> pixels(static_cast<size_t>(size));
     ByteReader in(device);
-    const bool ok = Decoder(in, pixels.data(), static_cast<qint64>(pixels.size())).run();
+    const bool ok = Decoder(in, pixels.data(), size).run();
     const int rowBytes = std::min(width, image.bytesPerLine());
     for (int y = 0; y < image.height(); ++y)
         std::copy_n(pixels.data() + qptrdiff(y) * width, rowBytes, image.scanLine(y));
@@ -342,14 +346,12 @@ bool loadLZ5(QImage &image, QIODevice *device)
 
 bool saveLZ5(const QImage &image, QIODevice *device, bool useLZ)
 {
+    const qint64 size = qint64(image.width()) * image.height();
     // Pixels are bytes: there is nothing to take from rows that hold less than one for each.
-    if (!openForWriting(device) || image.bytesPerLine() < image.width())
+    if (!openForWriting(device) || image.bytesPerLine() < image.width() || size > MaxPixels)
         return false;
     std::vector<uchar> buffer;
     const uchar *pixels = packedRows(image, image.width(), buffer);
-    const qint64 size = qint64(image.width()) * image.height();
-    if (size > INT_MAX)
-        return false;
     std::vector<Packet> packets = parse(pixels, static_cast<int>(size), useLZ);
     groupShortMatches(packets);
     ByteWriter out(device);

@@ -1,5 +1,6 @@
 #include <kilnx/image/palette.h>
 
+#include <kilnx/image/bytestream_p.h>
 #include <kilnx/image/codecs.h>
 #include <kilnx/project/extension.h>
 
@@ -12,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <functional>
 
 namespace Kiln
@@ -61,10 +63,9 @@ bool readPicture(QIODevice *device, const char *format, Table table)
 
 bool readAct(QIODevice *device, Table table)
 {
-    const QByteArray bytes = device->read(TripleBytes);
-    if (bytes.size() != TripleBytes)
+    uchar c[TripleBytes];
+    if (!readFully(device, c, sizeof c))
         return false;
-    const auto *c = reinterpret_cast<const uchar *>(bytes.constData());
     for (int i = 0; i < Entries; ++i)
         table[i] = {c[3 * i], c[3 * i + 1], c[3 * i + 2], 255};
     reverse(table);
@@ -73,19 +74,14 @@ bool readAct(QIODevice *device, Table table)
 
 bool readRiff(QIODevice *device, Table table)
 {
-    constexpr int headerSize = 24;
-    const QByteArray header = device->read(headerSize);
-    if (header.size() != headerSize || header.mid(8, 8) != "PAL data")
+    uchar header[24];
+    if (!readFully(device, header, sizeof header) || std::memcmp(header + 8, "PAL data", 8) != 0)
         return false;
     // The chunk counts its version and its number of colours, and a full one comes out at 1,020
     // bytes here: the 256th colour of the file is not part of the palette.
-    const quint32 size = qFromLittleEndian<quint32>(header.constData() + 16) - 8;
-    if (size > sizeof table)
+    const quint32 size = qFromLittleEndian<quint32>(header + 16) - 8;
+    if (size > sizeof table || !readFully(device, reinterpret_cast<uchar *>(table), size))
         return false;
-    const QByteArray bytes = device->read(size);
-    if (bytes.size() != static_cast<int>(size))
-        return false;
-    std::copy(bytes.cbegin(), bytes.cend(), reinterpret_cast<char *>(table));
     for (RGBA &entry : table)
         entry.a = 255;
     reverse(table);

@@ -15,6 +15,10 @@ namespace Kiln
 namespace
 {
 
+/// The widest and highest picture that is made. Scaling keeps up to 24 bytes for each column and
+/// row, which must not fail.
+constexpr int MaxSide = 1 << 20;
+
 /// An empty picture: what a filter does not write is 0.
 QImage blank(QSize size, QImage::Format format)
 {
@@ -240,6 +244,8 @@ QImage growHq(const QImage &image, QSize size, const RGBA *palette)
 QImage resizeImage(QImage image, QSize size, RGBA (&palette)[256], ImageResizeFilter filter)
 {
     if (image.isNull() || size.isEmpty() || filter < NearestNeighbor || filter > HqBilinear)
+        return QImage();
+    if (size.width() > MaxSide || size.height() > MaxSide)
         return QImage();
     if (filter > NearestNeighbor && packedPixelSize(image.format()) == 0)
         return QImage();

@@ -473,6 +473,10 @@ void TestImageOps::resizeRefuses_data()
         QTest::addRow("negative, filter %d", filter) << image << QSize(8, -8) << filter;
         QTest::addRow("far too large, filter %d", filter)
             << image << QSize(1 << 30, 1 << 30) << filter;
+        QTest::addRow("far too wide, filter %d", filter)
+            << image << QSize((1 << 20) + 1, 1) << filter;
+        QTest::addRow("far too high, filter %d", filter)
+            << image << QSize(1, (1 << 20) + 1) << filter;
         if (filter > 0)
             QTest::addRow("16 bits, filter %d", filter)
                 << QImage(4, 4, QImage::Format_RGB16) << QSize(8, 8) << filter;
