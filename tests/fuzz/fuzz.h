@@ -3,6 +3,7 @@
 #include <QBuffer>
 #include <QImage>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 
@@ -48,4 +49,17 @@ inline void require(bool holds)
 {
     if (!holds)
         std::abort();
+}
+
+/// What loadImage() promises: one of the three formats, and no index past a colour table.
+inline void requireTidy(const QImage &image)
+{
+    require(image.format() == QImage::Format_Invalid || image.format() == QImage::Format_Indexed8 ||
+            image.format() == QImage::Format_RGB32 || image.format() == QImage::Format_ARGB32);
+    if (image.format() != QImage::Format_Indexed8 || image.colorCount() == 0)
+        return;
+    for (int y = 0; y < image.height(); ++y) {
+        const uchar *row = image.constScanLine(y);
+        require(*std::max_element(row, row + image.width()) < image.colorCount());
+    }
 }

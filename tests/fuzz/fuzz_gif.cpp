@@ -1,13 +1,19 @@
 #include "fuzz.h"
 
+#include <kilnx/image/codecs.h>
 #include <kilnx/image/gif.h>
 
 /// What could be read whole and has colours can be written, and reads back with as many pictures.
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
+    Input whole(data, size);
+    QImage image;
+    Kiln::loadImage(&whole, "GIF", image);
+    requireTidy(image);
     Input device(data, size);
     Kiln::GIFImage gif;
     const bool isRead = gif.load(&device);
+    require(isRead || image.isNull());
     if (!isRead || gif.images().isEmpty())
         return 0;
     bool hasColors = true;

@@ -1,6 +1,7 @@
 #include "plain.h"
 
 #include <kilnx/image/codecs.h>
+#include <kilnx/image/palette.h>
 
 #include <QBuffer>
 #include <QTest>
@@ -158,6 +159,8 @@ private Q_SLOTS:
     void everyWidthRoundTrips_data();
     void everyWidthRoundTrips();
     void largePicturesOfOneColor();
+    void lz5OfALargeSprite();
+    void pngRoundTrips();
     void rle5ReadsEveryWidth();
     void bytes_data();
     void bytes();
@@ -232,6 +235,27 @@ void TestCodecs::largePicturesOfOneColor()
         QBuffer buffer(&bytes);
         QImage back;
         QVERIFY(loadPCX(back, &buffer));
+        QCOMPARE(back, picture);
+    }
+}
+
+void TestCodecs::lz5OfALargeSprite()
+{
+    std::mt19937 random(10);
+    const QImage picture = Plain::sprite({512, 512}, 32, random);
+    QCOMPARE(write(Codec::Lz5, picture), Plain::saveLz5(picture, true));
+}
+
+void TestCodecs::pngRoundTrips()
+{
+    std::mt19937 random(11);
+    for (auto format : {QImage::Format_Indexed8, QImage::Format_RGB32, QImage::Format_ARGB32}) {
+        const QImage picture = Plain::noise({33, 9}, format, 256, random);
+        QBuffer buffer;
+        QVERIFY(savePNG(picture, &buffer));
+        buffer.close();
+        QImage back;
+        QVERIFY(loadPNG(back, &buffer));
         QCOMPARE(back, picture);
     }
 }
@@ -548,6 +572,14 @@ void TestCodecs::readersWorkOnSequentialDevices()
         QVERIFY(read(codec, back, &pipe));
         QCOMPARE(pixelsOf(back), pixelsOf(picture));
     }
+    RGBA table[256];
+    PaletteObject palette(&table);
+    Pipe act(QByteArray(768, 'a'));
+    QVERIFY(palette.fromFile(&act, "ACT"));
+    QCOMPARE(table[0], (RGBA{'a', 'a', 'a', 255}));
+    Pipe riff("RIFF1234PAL data" + hex("0404000000030001") + QByteArray(1020, 'b'));
+    QVERIFY(palette.fromFile(&riff, "PAL"));
+    QCOMPARE(table[1], (RGBA{'b', 'b', 'b', 255}));
 }
 
 void TestCodecs::cutStreamsReadLikeThePlainReader()
@@ -577,8 +609,8 @@ void TestCodecs::cutStreamsReadLikeThePlainReader()
     QCOMPARE(compare(loadPCX, Plain::loadPcx, trueColor, write(Codec::Pcx, trueColor)), -1);
 }
 
-/// Nothing to compare with: the sanitizers watch, and results must not depend on what the
-/// picture held before.
+/// Any bytes, widths and formats: the padding too comes out like the plain reader's, and what
+/// LZ5 gives does not depend on what the picture held. The sanitizers watch.
 void TestCodecs::hostileBytes()
 {
     std::mt19937 random(7);
@@ -586,17 +618,21 @@ void TestCodecs::hostileBytes()
         QByteArray bytes(int(random() % 300), 0);
         for (char &byte : bytes)
             byte = char(random() >> 7);
-        const QSize size(1 + int(random() % 40), 1 + int(random() % 12));
-        const auto format = QImage::Format(1 + random() % 6);
-        QImage image(size, format);
-        image.fill(0);
-        QImage lz5 = image;
+        const int width = 1 + round % 71;
+        const QSize size(width > 70 ? 300 : width, 1 + int(random() % 12));
+        const auto format = QImage::Format(1 + random() % 7);
+        QImage image = prepared(QImage(size, format));
+        QImage plain = image.copy();
+        QImage lz5 = image.copy();
         QImage again(size, format);
         memset(again.bits(), 0xFF, size_t(again.sizeInBytes()));
-        for (auto load : {loadRLE8, loadRLE5}) {
-            QBuffer buffer(&bytes);
-            load(image, &buffer);
-        }
+        QBuffer mine(&bytes);
+        QBuffer theirs(&bytes);
+        theirs.open(QIODevice::ReadOnly);
+        QCOMPARE(loadRLE8(image, &mine), Plain::loadRle8(plain, &theirs));
+        QVERIFY(memcmp(image.bits(), plain.bits(), size_t(image.sizeInBytes())) == 0);
+        QBuffer rle5(&bytes);
+        loadRLE5(image, &rle5);
         QBuffer first(&bytes);
         QBuffer second(&bytes);
         QCOMPARE(loadLZ5(lz5, &first), loadLZ5(again, &second));
@@ -634,13 +670,18 @@ void TestCodecs::fullDisk()
 {
     std::mt19937 random(8);
     const QImage picture = Plain::noise({400, 400}, QImage::Format_Indexed8, 32, random);
-    for (qint64 room : {0, 100, 70000}) {
-        FullDisk one(room);
-        QVERIFY(!saveRLE8(picture, &one));
-        FullDisk two(room);
-        QVERIFY(!saveLZ5(picture, &two, true));
-        FullDisk three(room);
-        QVERIFY(!savePCX(picture, &three));
+    RGBA table[256] = {};
+    for (qint64 room : {0, 100, 700, 70000}) {
+        FullDisk rle8(room);
+        QVERIFY(!saveRLE8(picture, &rle8));
+        FullDisk lz5(room);
+        QVERIFY(!saveLZ5(picture, &lz5, true));
+        FullDisk pcx(room);
+        QVERIFY(!savePCX(picture, &pcx));
+        FullDisk gif(room);
+        QVERIFY(!saveImage(&gif, "GIF", picture));
+        FullDisk act(room);
+        QCOMPARE(PaletteObject(&table).toFile(&act, "ACT"), room >= 768);
     }
 }
 
@@ -652,6 +693,12 @@ void TestCodecs::picturesThatCannotBeWritten()
     QVERIFY(!savePCX(QImage(), &nothing));
     QVERIFY(!savePCX(QImage(0x10000, 1, QImage::Format_Indexed8), &nothing));
     QVERIFY(!saveLZ5(QImage(64, 2, QImage::Format_Mono), &nothing, true));
+    // One row too many; nothing touches the memory of these.
+    QVERIFY(!saveLZ5(QImage(1 << 14, (1 << 14) + 1, QImage::Format_Indexed8), &nothing, true));
+    QImage tooLarge(1 << 14, (1 << 14) + 1, QImage::Format_Mono);
+    QByteArray packet = hex("0021");
+    QBuffer onePacket(&packet);
+    QVERIFY(!loadLZ5(tooLarge, &onePacket));
     QVERIFY(nothing.data().isEmpty());
 
     QBuffer headerOnly;

@@ -218,6 +218,7 @@ void TestGif::colorCounts_data()
     QTest::addRow("17") << 17 << 17 << 32;
     QTest::addRow("3") << 3 << 3 << 4;
     QTest::addRow("indexes past the table") << 16 << 100 << 128;
+    QTest::addRow("indexes past a table of one bit") << 2 << 100 << 128;
     QTest::addRow("2") << 2 << 2 << 2;
     QTest::addRow("1") << 1 << 1 << 2;
 }
@@ -297,10 +298,19 @@ void TestGif::loadTakesOverTheFile()
         own.append({uchar(qRed(c)), uchar(qGreen(c)), uchar(qBlue(c))});
     // The last one has the global map alone, after two with maps of their own.
     gif.images() = {{first, own, 1, 2, 50, 6},
-                    {second, own, 4, 0, 70, -1},
+                    {second, own, -5536, -5536, 70, -1},
                     {indexed({2, 2}, 4), {}, 0, 0, 70, -1}};
     QBuffer buffer;
     QVERIFY(gif.save(&buffer));
+    // Far outside the screen, where shorts are negative.
+    QVERIFY(Blocks(buffer.data()).list().contains("image 60000,60000 3x6 flags 0 map 32"));
+    buffer.close();
+    buffer.open(QIODevice::ReadOnly);
+    QImage picture;
+    QVERIFY(loadImage(&buffer, "GIF", picture));
+    QVector<QRgb> firstColors = second.colorTable();
+    firstColors[6] &= 0x00FFFFFF; // by the control block; the map is the picture's own
+    QCOMPARE(picture.colorTable(), firstColors);
     buffer.close();
     GIFImage back(1, 1, false);
     back.images().append(GIFImage::SubImage());
@@ -315,6 +325,9 @@ void TestGif::loadTakesOverTheFile()
     QCOMPARE(back.images()[0].left, short(1));
     QCOMPARE(back.images()[0].top, short(2));
     QCOMPARE(back.images()[0].transparent, short(6));
+    QCOMPARE(back.images()[1].left, short(-5536));
+    QCOMPARE(back.images()[1].top, short(-5536));
+    QCOMPARE(Plain::pixelsOf(back.images()[1].image), Plain::pixelsOf(second));
     // Without a control block the background of a file with a global map counts.
     QCOMPARE(back.images()[1].transparent, short(0));
 

@@ -125,6 +125,13 @@ QByteArray pngChecksum(const QByteArray &bytes)
     return result;
 }
 
+/// One of the files that the fuzz targets start from.
+QByteArray seed(const char *name)
+{
+    return fileBytes(QStringLiteral(KILN_SOURCE_DIR "/tests/fuzz/corpus/") +
+                     QString::fromLatin1(name));
+}
+
 /// Something that any thread may do, and all that came out of it.
 using Work = std::function<QByteArray()>;
 
@@ -161,7 +168,7 @@ Work rawWork(const QImage &image, Save save, Load load)
     };
 }
 
-Work paletteWork(const QByteArray &file)
+Work paletteWork(const QByteArray &file, const QByteArray &format = "PAL")
 {
     return [=] {
         QByteArray bytes = file;
@@ -169,7 +176,7 @@ Work paletteWork(const QByteArray &file)
         buffer.open(QIODevice::ReadOnly);
         RGBA table[256];
         PaletteObject palette(&table);
-        palette.fromFile(&buffer, "PAL");
+        palette.fromFile(&buffer, format);
         QBuffer act;
         act.open(QIODevice::WriteOnly);
         palette.toFile(&act, "ACT");
@@ -184,6 +191,7 @@ std::vector<Work> everyWork()
     const QImage photo = Plain::photo({33, 40}, random);
     std::vector<Work> works = {
         rawWork(sprite, saveRLE8, loadRLE8),
+        rawWork(photo, savePNG, loadPNG),
         rawWork(
             sprite, [](const QImage &i, QIODevice *device) { return saveLZ5(i, device, true); },
             loadLZ5),
@@ -192,6 +200,16 @@ std::vector<Work> everyWork()
             loadRLE5),
         paletteWork("JASC-PAL\r\n0100\r\n2\r\n1 2 3\r\n4 5 6\r\n"),
         paletteWork("ROWS\nR: 1, G: 2, B: 3\n"),
+        paletteWork(seed("palette/riff.pal")),
+        paletteWork(seed("palette/swatches.ase")),
+        paletteWork(seed("palette/colours.aco"), "ACO"),
+        paletteWork(seed("palette/table.act"), "ACT"),
+        [=] {
+            RGBA palette[256] = {{1, 2, 3, 4}, {200, 100, 50, 255}};
+            QImage adapted = photo;
+            adaptImageToPalette(adapted, palette);
+            return Plain::pixelsOf(adapted);
+        },
         [=] {
             QBuffer buffer;
             saveGIF(&buffer, {{photo, {1, 2}, 6}, {photo, {3, 4}, 9}}, true, true);
@@ -239,6 +257,7 @@ private Q_SLOTS:
     void initTestCase();
     void roundTrips_data();
     void roundTrips();
+    void indexesPastTheTableAreBlack();
     void failedReads_data();
     void failedReads();
     void extensionsComeAfterTheBuiltIn();
@@ -322,6 +341,21 @@ void TestImageFiles::roundTrips()
             }
         }
     }
+}
+
+void TestImageFiles::indexesPastTheTableAreBlack()
+{
+    QVector<QRgb> table(256, 0xFF000000);
+    table[1] = 0xFF112233;
+    QImage image;
+    const QByteArray bmp = seed("qt/past-the-table.bmp").replace(58, 3, "\x33\x22\x11");
+    QVERIFY(readBytes(bmp, "BMP", image));
+    QCOMPARE(image.colorTable(), table);
+    QCOMPARE(image.pixelIndex(0, 0), 200);
+    // In a PNG they become 0 before.
+    QVERIFY(readBytes(seed("qt/past-the-table.png"), "PNG", image));
+    QCOMPARE(image.colorCount(), 2);
+    QCOMPARE(image.pixelIndex(0, 1), 0);
 }
 
 void TestImageFiles::failedReads_data()
@@ -448,6 +482,7 @@ void TestImageFiles::info_data()
     row("PCX, 32 bits", "PCX", pcx(8, 4), 10, 20, 5);
     row("PCX, product above a byte", "PCX", pcx(24, 11), 10, 20, 3);
     row("PCX, 16 bits", "PCX", pcx(8, 2), 10, 20, 0);
+    row("PCX, cut", "PCX", pcx(8, 3).left(127), 0, 0, 3);
     const auto gif = [](int flags) {
         return QByteArray("GIF87a\x2c\x01\xc8\0", 10).append(char(flags)).append("\0\0", 2);
     };
@@ -455,6 +490,7 @@ void TestImageFiles::info_data()
     row("GIF, 256 colours", "GIF", gif(0xF7), 300, 200, 3);
     row("GIF, 16 colours", "GIF", gif(0xF3), 300, 200, 0);
     row("GIF, other version", "GIF", gif(0xF7).replace(3, 1, "9"), 0, 0, 3);
+    row("GIF, cut", "GIF", gif(0xF3).left(12), 0, 0, 3);
     row("another word", "TINY", "\x07", 0, 0, 3);
     row("nothing", "PNG", QByteArray(), 0, 0, 3);
 }

@@ -104,6 +104,9 @@ void TestPalette::layout()
     QCOMPARE(meta->method(meta->methodOffset()).name(), QByteArray("changing"));
     QCOMPARE(meta->method(meta->methodOffset() + 1).name(), QByteArray("changed"));
     QCOMPARE(fromQRgb(toQRgb({1, 2, 3, 4})), (RGBA{1, 2, 3, 4}));
+    bench.object.empty();
+    bench.object.setColor(maskOf({0, 255}), {5, 6, 7, 8});
+    QCOMPARE(bench.bytes(), "\5\6\7\10" + QByteArray(1016, '\0') + "\5\6\7\10");
 }
 
 void TestPalette::everyWriteSignalsOnceBeforeAndAfter_data()

@@ -182,12 +182,13 @@ public:
     }
 };
 
-/// A file of millions of short lines that nobody has to hold in memory.
-class ManyLines : public QIODevice
+/// A text of one word over and over that nobody has to hold in memory.
+class LongText : public QIODevice
 {
 public:
-    explicit ManyLines(qint64 size)
-        : m_size(size)
+    LongText(const QByteArray &word, qint64 size)
+        : m_word(word)
+        , m_size(size)
     {
         open(ReadOnly | Unbuffered);
     }
@@ -196,15 +197,15 @@ public:
 protected:
     qint64 readData(char *data, qint64 size) override
     {
-        static const char pattern[] = "ROWS\n";
         const qint64 count = qMin(size, m_size - pos());
         for (qint64 i = 0; i < count; ++i)
-            data[i] = pattern[(pos() + i) % 5];
+            data[i] = m_word[int((pos() + i) % m_word.size())];
         return count;
     }
     qint64 writeData(const char *, qint64) override { return -1; }
 
 private:
+    QByteArray m_word;
     qint64 m_size;
 };
 
@@ -228,6 +229,7 @@ private Q_SLOTS:
     void refuses_data();
     void refuses();
     void endlessBlocksEndWithTheFile();
+    void longTextsTakeNoMemory_data();
     void longTextsTakeNoMemory();
     void writes();
     void wrongDirection();
@@ -416,9 +418,17 @@ void TestPaletteFiles::endlessBlocksEndWithTheFile()
     }
 }
 
+void TestPaletteFiles::longTextsTakeNoMemory_data()
+{
+    QTest::addColumn<QByteArray>("word");
+    QTest::newRow("millions of short lines") << QByteArray("ROWS\n");
+    QTest::newRow("one endless line") << QByteArray("ROWS ");
+}
+
 void TestPaletteFiles::longTextsTakeNoMemory()
 {
-    ManyLines device(48 << 20);
+    QFETCH(QByteArray, word);
+    LongText device(word, 48 << 20);
     RGBA table[256];
     PaletteObject object(&table);
     const qint64 before = peakMemory();
