@@ -8,6 +8,22 @@
 namespace Studio
 {
 
+namespace
+{
+
+/// Keys of commands on a list. They count only where their container has the focus.
+const QMap<QString, int> listKeys{
+    {"org_up", Qt::ALT + Qt::Key_Up},
+    {"org_down", Qt::ALT + Qt::Key_Down},
+    {"org_up_10", Qt::ALT + Qt::Key_PageUp},
+    {"org_down_10", Qt::ALT + Qt::Key_PageDown},
+    {"org_top", Qt::ALT + Qt::Key_Home},
+    {"org_bottom", Qt::ALT + Qt::Key_End},
+    {"org_auto", Qt::CTRL + Qt::SHIFT + Qt::Key_O},
+};
+
+} // namespace
+
 ActionRegistry::ActionRegistry(QWidget *window)
     : QObject(window)
     , m_window(window)
@@ -19,6 +35,10 @@ QAction *ActionRegistry::add(const ActionRequest &request)
     auto *action = new QAction(icon(request.key), QString(), m_window);
     action->setObjectName(request.key);
     action->setCheckable(request.checkable);
+    if (listKeys.contains(request.key)) {
+        action->setShortcut(QKeySequence(listKeys.value(request.key)));
+        action->setShortcutContext(Qt::WidgetShortcut);
+    }
     const Entry entry{action, request.receiver, request.translator, request.textId};
     setTexts(entry);
     m_entries.insert(request.key, entry);
@@ -83,8 +103,10 @@ void ActionRegistry::setTexts(const Entry &entry)
         return;
     const QString text = entry.translator->text(entry.textId);
     const QString hint = entry.translator->hint(entry.textId);
+    const QString keys = entry.action->shortcut().toString(QKeySequence::NativeText);
     entry.action->setText(text);
-    entry.action->setToolTip(hint.isEmpty() ? text : hint);
+    entry.action->setToolTip((hint.isEmpty() ? text : hint) +
+                             (keys.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(keys)));
     entry.action->setStatusTip(hint);
 }
 

@@ -33,7 +33,8 @@ class ActionRegistry : public QObject
     Q_OBJECT
 
 public:
-    /// Actions become children of `window`, so that their shortcuts work everywhere in it.
+    /// Actions become children of `window`, so that their shortcuts work everywhere in it. Those of
+    /// a command on a list work where the list, its container, has the focus.
     explicit ActionRegistry(QWidget *window);
 
     /// Makes and keeps an action with text, tool tip, icon, shortcut and connections. A key that

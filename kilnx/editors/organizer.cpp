@@ -45,7 +45,7 @@ public:
     OrganizerEditorPrivate(Interface *host, OrganizerEditor *panel);
 
     void declareControls();
-    void showAsWanted();
+    void showAsWanted(bool overOthers);
     void rowsChanged();
     QVector<int> selectedRows() const;
     void moveUpTo(int target);
@@ -88,24 +88,23 @@ void OrganizerEditorPrivate::declareControls()
     }
 }
 
-/// Shows or hides the panel. Another panel that the host shows meanwhile is not hidden.
-void OrganizerEditorPrivate::showAsWanted()
+/// Shows or hides the panel. Another panel that the host shows meanwhile is not hidden, and gives
+/// way only if the panel may go `overOthers`.
+void OrganizerEditorPrivate::showAsWanted(bool overOthers)
 {
     hadRows = object && object->rowCount() > 0;
     Q_EMIT editor->enabled(hadRows);
-    if (hadRows && interface->option(QStringLiteral("show_organizer"), false).toBool()) {
-        interface->setExtraEditor(editor);
-        return;
-    }
+    const bool isWanted =
+        hadRows && interface->option(QStringLiteral("show_organizer"), false).toBool();
     ExtraEditor *shown = interface->currentExtraEditor();
-    if (!shown || shown == editor)
-        interface->setExtraEditor(nullptr);
+    if (!shown || shown == editor || (isWanted && overOthers))
+        interface->setExtraEditor(isWanted ? editor : nullptr);
 }
 
 void OrganizerEditorPrivate::rowsChanged()
 {
     if (hadRows != (object && object->rowCount() > 0))
-        showAsWanted();
+        showAsWanted(false);
 }
 
 /// The selected rows in the order of the list, whatever the order in which they were selected.
@@ -220,7 +219,7 @@ void OrganizerEditor::activate()
 void OrganizerEditor::reconfig()
 {
     if (d->object)
-        d->showAsWanted();
+        d->showAsWanted(true);
 }
 
 void OrganizerEditor::retranslate()
@@ -239,15 +238,18 @@ void OrganizerEditor::setObject(OrganizableObject *object)
     if (d->object)
         d->object->disconnect(d.get());
     d->object = object;
-    if (d->view)
+    if (d->view && d->view->model() != object) {
+        QItemSelectionModel *oldSelection = d->view->selectionModel();
         d->view->setModel(object);
+        delete oldSelection; // views don't
+    }
     if (object) {
         const auto follow = [this] { d->rowsChanged(); };
         connect(object, &QAbstractItemModel::rowsInserted, d.get(), follow);
         connect(object, &QAbstractItemModel::rowsRemoved, d.get(), follow);
         connect(object, &QAbstractItemModel::modelReset, d.get(), follow);
     }
-    d->showAsWanted();
+    d->showAsWanted(true);
 }
 
 OrganizableObject *OrganizerEditor::object() const

@@ -44,8 +44,8 @@ public:
     /// before it ends.
     ///
     /// The host is asked to show the panel when the option "show_organizer" is true and the list
-    /// has rows, and to hide it otherwise; this follows the list when its first row comes or its
-    /// last one goes.
+    /// has rows, and to hide it otherwise; this follows the list when its first row comes, unless
+    /// the host shows another side panel by then, or its last one goes.
     void setObject(OrganizableObject *object);
     /// The list that is shown; null if there is none.
     OrganizableObject *object() const;

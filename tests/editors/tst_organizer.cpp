@@ -66,6 +66,13 @@ public:
         endRemoveRows();
     }
 
+    void append(const QString &word)
+    {
+        beginInsertRows({}, words.size(), words.size());
+        words << word;
+        endInsertRows();
+    }
+
     void autoOrganize() override
     {
         log << QStringLiteral("auto");
@@ -132,6 +139,18 @@ struct Panel {
     WordList list;
     OrganizerEditor *editor;
     QListView *view = nullptr;
+};
+
+/// Counts the keys that reach a widget.
+class KeyCounter : public QObject
+{
+public:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        count += event->type() == QEvent::KeyPress;
+        return false;
+    }
+    int count = 0;
 };
 
 QMimeData *dragOf(const QAbstractItemModel &list, const Rows &rows)
@@ -254,6 +273,7 @@ private slots:
     void controls();
     void moves_data();
     void moves();
+    void scrolls();
     void selectionOrderDoesNotMatter();
     void auto_();
     void deleteKey();
@@ -371,6 +391,14 @@ void OrganizerTest::controls()
     QCOMPARE(panel.editor->displayName(), QStringLiteral("Organizer"));
     QCOMPARE(panel.view->accessibleName(), QStringLiteral("Organizer"));
     QVERIFY(!panel.editor->isModified());
+    QVERIFY(panel.editor->isActive());
+    QCOMPARE(panel.view->movement(), QListView::Snap);
+    QCOMPARE(panel.view->defaultDropAction(), Qt::MoveAction);
+    QCOMPARE(panel.view->dragDropMode(), QAbstractItemView::InternalMove);
+    QCOMPARE(panel.view->selectionBehavior(), QAbstractItemView::SelectRows);
+    QVERIFY(!panel.view->dragDropOverwriteMode());
+    QVERIFY(panel.view->dragEnabled());
+    QVERIFY(panel.view->acceptDrops());
     const QList<QPair<const char *, int>> keys{
         {"org_up", 166},  {"org_down", 167},   {"org_up_10", 168}, {"org_down_10", 169},
         {"org_top", 170}, {"org_bottom", 171}, {"org_auto", 172}};
@@ -426,6 +454,20 @@ void OrganizerTest::moves()
     QCOMPARE(panel.list.log.isEmpty(), changed.isEmpty());
 }
 
+/// What has been moved out of sight is followed.
+void OrganizerTest::scrolls()
+{
+    Panel panel(50);
+    panel.view->resize(200, 100);
+    const QRect sight = panel.view->viewport()->rect();
+    for (const char *action : {"org_bottom", "org_top"}) {
+        panel.select({25});
+        panel.host.action(action)->trigger();
+        const QModelIndex moved = panel.list.index(panel.selected().constFirst());
+        QVERIFY2(sight.contains(panel.view->visualRect(moved)), action);
+    }
+}
+
 /// Rows that were picked from the bottom up move like rows picked from the top down.
 void OrganizerTest::selectionOrderDoesNotMatter()
 {
@@ -460,12 +502,16 @@ void OrganizerTest::auto_()
 void OrganizerTest::deleteKey()
 {
     Panel panel(6);
+    // A list leaves the key to the widget that it is in.
+    KeyCounter keys;
+    panel.view->parentWidget()->installEventFilter(&keys);
     QSignalSpy changed(panel.editor, &OrganizerEditor::changed);
     panel.select({4, 1, 2});
     panel.host.dialogs().expectBox(QMessageBox::No);
     QTest::keyClick(panel.view, Qt::Key_Delete);
     QCOMPARE(panel.text(), QStringLiteral("abcdef"));
     QCOMPARE(changed.count(), 0);
+    QCOMPARE(keys.count, 1);
     QCOMPARE(panel.host.dialogs().seen().size(), 1);
     const DialogScript::Seen box = panel.host.dialogs().seen().constFirst();
     QCOMPARE(box.title, QStringLiteral("Delete"));
@@ -477,9 +523,11 @@ void OrganizerTest::deleteKey()
     QCOMPARE(panel.text(), QStringLiteral("adf"));
     QCOMPARE(panel.list.log.join(' '), QStringLiteral("[ -4 -2 -1 ]"));
     QCOMPARE(changed.count(), 1);
+    QCOMPARE(keys.count, 1);
 
     panel.view->selectionModel()->clear();
     QTest::keyClick(panel.view, Qt::Key_Delete);
+    QCOMPARE(keys.count, 2);
     QCOMPARE(panel.host.dialogs().finish(), QString());
 }
 
@@ -508,9 +556,16 @@ void OrganizerTest::shown()
     OrganizerEditor *second = new OrganizerEditor;
     panel.host.shownExtraEditor = second;
     panel.editor->setObject(&other);
+    other.append(QStringLiteral("x"));
     QCOMPARE(panel.host.shownExtraEditor, second);
     second->release();
     panel.host.shownExtraEditor = nullptr;
+    other.remove(0);
+    other.append(QStringLiteral("y"));
+    QCOMPARE(panel.host.shownExtraEditor, panel.editor);
+    panel.editor->setObject(&other);
+    QVERIFY(panel.view->selectionModel());
+    QCOMPARE(panel.view->findChildren<QItemSelectionModel *>().size(), 1);
     panel.editor->setObject(nullptr);
 }
 
@@ -556,9 +611,6 @@ void OrganizerTest::dragged()
     panel.view->show();
     panel.view->raise();
     QVERIFY(QTest::qWaitForWindowExposed(panel.host.mainWindow()));
-    QCOMPARE(panel.view->dragDropMode(), QAbstractItemView::InternalMove);
-    QCOMPARE(panel.view->defaultDropAction(), Qt::MoveAction);
-    QVERIFY(!panel.view->dragDropOverwriteMode());
 
     QWidget *viewport = panel.view->viewport();
     const QStringList expected = afterDrop(panel.list.words, rows, gap);

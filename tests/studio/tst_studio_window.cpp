@@ -24,10 +24,12 @@
 #include <QDirIterator>
 #include <QDockWidget>
 #include <QLineEdit>
+#include <QListView>
 #include <QProgressDialog>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTextBlock>
+#include <QToolButton>
 #include <QTreeView>
 #include <QtTest>
 
@@ -48,6 +50,9 @@ private slots:
     void messageTableHoldsTheModelRules();
     void messagesLeadToTheirLines();
     void nodesLeadToTheirLines();
+    void organizerFollowsTheFile();
+    void organizerHasKeys_data();
+    void organizerHasKeys();
     void savingWritesTheWholeFile();
     void outsideChangesAreAskedAbout_data();
     void outsideChangesAreAskedAbout();
@@ -75,6 +80,7 @@ private:
     Kiln::CodeDocument *document() const { return m_window->surface()->document(); }
     MessageTable *messages() const { return m_window->findChild<MessageTable *>(); }
     QTreeView *nodes() const { return m_window->findChild<QTreeView *>("code_tree"); }
+    QListView *organizer() const { return m_window->findChild<QListView *>("org_list"); }
     void open(const QString &name);
     void goTo(const QString &text);
     void type(const QString &text);
@@ -262,6 +268,75 @@ void tst_studio_window::nodesLeadToTheirLines()
     QTest::keyClick(nodes(), Qt::Key_Return);
     QCOMPARE(view()->textCursor().blockNumber(), document()->lineNo(section));
     QCOMPARE(QApplication::focusWidget(), view());
+}
+
+// The panel has the animations of the file on show, changes its text, and leads to its lines.
+void tst_studio_window::organizerFollowsTheFile()
+{
+    open("heroes/wren/wren.flick");
+    QVERIFY(organizer()->isVisible());
+    QCOMPARE(organizer()->model()->index(1, 0).data().toString(), QStringLiteral("walk - Walking"));
+    organizer()->setCurrentIndex(organizer()->model()->index(1, 0));
+    auto *button = m_window->findChild<QToolButton *>("org_up");
+    QVERIFY(button->isVisible());
+    QTest::mouseClick(button, Qt::LeftButton);
+    QCOMPARE(organizer()->model()->index(0, 0).data().toString(), QStringLiteral("walk - Walking"));
+    QVERIFY(document()->toPlainText().indexOf("@animation walk") <
+            document()->toPlainText().indexOf("@animation stand"));
+    const QModelIndex tiptoe = organizer()->model()->index(2, 0);
+    const QPoint place = organizer()->visualRect(tiptoe).center();
+    QTest::mouseClick(organizer()->viewport(), Qt::LeftButton, {}, place);
+    QTest::mouseDClick(organizer()->viewport(), Qt::LeftButton, {}, place);
+    QVERIFY(view()->textCursor().block().text().startsWith("@animation tiptoe"));
+    m_window->settings().setValue("show_organizer", false);
+    m_window->applySettings();
+    QVERIFY(!organizer()->isVisible());
+    m_window->settings().setValue("show_organizer", true);
+    m_window->applySettings();
+    QVERIFY(organizer()->isVisible());
+
+    open("heroes/wren/air.glow");
+    QVERIFY(!organizer()->isVisible());
+    open("heroes/wren/wren.flick");
+    QVERIFY(organizer()->isVisible());
+    m_dialogs->expectBox(QMessageBox::Yes);
+    m_window->actions()->closeFile->trigger();
+    QVERIFY(!organizer()->isVisible());
+    QVERIFY(!organizer()->model());
+}
+
+void tst_studio_window::organizerHasKeys_data()
+{
+    QTest::addColumn<QKeySequence>("key");
+    QTest::addColumn<int>("from");
+    QTest::addColumn<int>("to");
+    QTest::newRow("up") << QKeySequence(Qt::ALT + Qt::Key_Up) << 3 << 2;
+    QTest::newRow("down") << QKeySequence(Qt::ALT + Qt::Key_Down) << 3 << 4;
+    QTest::newRow("up 10") << QKeySequence(Qt::ALT + Qt::Key_PageUp) << 12 << 2;
+    QTest::newRow("down 10") << QKeySequence(Qt::ALT + Qt::Key_PageDown) << 2 << 12;
+    QTest::newRow("top") << QKeySequence(Qt::ALT + Qt::Key_Home) << 3 << 0;
+    QTest::newRow("bottom") << QKeySequence(Qt::ALT + Qt::Key_End) << 3 << 16;
+    QTest::newRow("sorted") << QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_O) << 7 << 0;
+}
+
+void tst_studio_window::organizerHasKeys()
+{
+    QFETCH(QKeySequence, key);
+    QFETCH(int, from);
+    QFETCH(int, to);
+    open("heroes/wren/wren.flick");
+    const QString text = document()->toPlainText();
+    const QModelIndex moved = organizer()->model()->index(from, 0);
+    const QString name = moved.data().toString();
+    organizer()->setCurrentIndex(moved);
+    view()->setFocus();
+    QTest::keySequence(view(), key);
+    QCOMPARE(document()->toPlainText(), text);
+    organizer()->setFocus();
+    QTest::keySequence(organizer(), key);
+    QCOMPARE(organizer()->model()->index(to, 0).data().toString(), name);
+    document()->QTextDocument::undo();
+    QCOMPARE(document()->toPlainText(), text);
 }
 
 void tst_studio_window::savingWritesTheWholeFile()
