@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QtCore/QTimer>
+#include <QtCore/QVector>
 #include <QtGui/QTextBlock>
 #include <QtWidgets/QPlainTextDocumentLayout>
 
@@ -17,7 +19,7 @@ namespace Kiln
 class CodeLayout : public QPlainTextDocumentLayout
 {
 public:
-    using QPlainTextDocumentLayout::QPlainTextDocumentLayout;
+    explicit CodeLayout(QTextDocument *document);
 
     QRectF blockBoundingRect(const QTextBlock &block) const override;
 
@@ -26,11 +28,18 @@ protected:
 
 private:
     void keep(const QTextBlock &line);
+    void keepShapes(const QTextBlock &line) const;
+    void moveNumbers(int from, int by);
+    void dropShapes();
 
     int m_blockCount = 1;    ///< at the last change
     QTextBlock m_lastLine;   ///< that alone was changed last
     QTextBlock m_keptLine;   ///< that was changed twice running, or is long
     qreal m_keptHeight = -1; ///< not known at first
     bool m_isChanging = false;
+    /// Numbers of the lines that keep their shapes, the latest last. After a change of the text
+    /// some may tell another line, which then loses its layout early.
+    mutable QVector<int> m_shapedLines;
+    mutable QTimer m_dropTimer; ///< a paint may still need what is dropped
 };
 } // namespace Kiln

@@ -4,6 +4,14 @@
 #include <new>
 #include <vector>
 
+#if defined(__SANITIZE_ADDRESS__) // as GCC tells it
+#define KILNX_RECORDS_APART
+#elif defined(__has_feature) // as clang does
+#if __has_feature(address_sanitizer)
+#define KILNX_RECORDS_APART
+#endif
+#endif
+
 namespace Kiln
 {
 /// Memory for the many records of one type, side by side in the order in which they are made: a
@@ -15,7 +23,7 @@ class RecordPool
 public:
     static void *take()
     {
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(KILNX_RECORDS_APART)
         return ::operator new(sizeof(Record)); // so that a use after the end is found
 #else
         Item *&first = free();
@@ -29,7 +37,7 @@ public:
 
     static void give(void *record)
     {
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(KILNX_RECORDS_APART)
         ::operator delete(record);
 #else
         auto *const item = static_cast<Item *>(record);

@@ -44,23 +44,25 @@ FormatRanges movedBack(FormatRanges ranges, int by)
 // it, and what runs from right to left is not where its column is.
 bool standsAlone(const QString &text)
 {
-    return std::none_of(text.begin(), text.end(), [](QChar character) {
-        switch (character.direction()) {
+    const QVector<uint> characters = text.toUcs4();
+    return std::none_of(characters.begin(), characters.end(), [](uint character) {
+        switch (QChar::direction(character)) {
         case QChar::DirR:
         case QChar::DirAL:
+        case QChar::DirAN:
         case QChar::DirRLE:
         case QChar::DirRLO:
         case QChar::DirRLI:
         case QChar::DirFSI:
             return true;
         default:
-            return character == QLatin1Char('\t');
+            return character == '\t';
         }
     });
 }
 
 // Draws the part of a very long line that is seen. Qt draws a line from end to end. False if the
-// part cannot be told from the rest.
+// part cannot be told from the rest, or the row holds what an input method is composing, too.
 bool drawPart(QPainter &painter,
               const QTextBlock &block,
               const QPointF &origin,
@@ -68,13 +70,20 @@ bool drawPart(QPainter &painter,
               const QRect &clip)
 {
     const QTextLayout *whole = block.layout();
-    if (block.length() < LongLine || whole->lineCount() != 1)
+    if (block.length() < LongLine || whole->lineCount() != 1 ||
+        !whole->preeditAreaText().isEmpty() || block.textDirection() == Qt::RightToLeft)
         return false;
     const QTextLine row = whole->lineAt(0);
-    const int begin = qMax(0, row.xToCursor(clip.left() - origin.x()) - PartOverlap);
-    const int end = row.xToCursor(clip.right() + 1 - origin.x()) + PartOverlap;
+    const int first = row.xToCursor(clip.left() - origin.x());
+    const int last = row.xToCursor(clip.right() + 1 - origin.x());
+    int begin = qMax(0, first - PartOverlap);
+    while (begin > 0 && !whole->isValidCursorPosition(begin))
+        --begin;
+    int end = qMin(last + PartOverlap, block.length() - 1);
+    while (end < block.length() - 1 && !whole->isValidCursorPosition(end))
+        ++end;
     const QString text = block.text().mid(begin, end - begin);
-    if (block.textDirection() == Qt::RightToLeft || !standsAlone(text))
+    if (first > last || !standsAlone(text))
         return false;
     QTextLayout part(text, block.document()->defaultFont());
     part.setTextOption(whole->textOption());

@@ -6,6 +6,7 @@
 #include <kilnx/codeedit/codeeditor.h>
 
 #include <QHelpEvent>
+#include <QInputMethodEvent>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScrollBar>
@@ -83,6 +84,7 @@ private slots:
     void currentLineIsPaintedAcross();
     void looksLikeThePlainView_data();
     void looksLikeThePlainView();
+    void linesOutOfSightLoseTheirShapes();
     void brackets_data();
     void brackets();
     void bracketsAreNotMatchedWithout_data();
@@ -246,7 +248,7 @@ void TestCodeEditor::keyRepaintsItsLine()
     m_editor->setPlainText(numberedLines(30).replace("line 9", "a bad line 9"));
     setCursor(9, 10);
     QTest::keyClicks(m_editor.get(), QStringLiteral("xyz"));
-    QTest::qWait(100);                          // whatever the window system still paints
+    QTest::qWait(100); // whatever the window system still paints
     const QRect line = lineRect(9);
     const QRegion allowed(line.adjusted(0, -2, 0, 2));
     for (const Qt::Key key : {Qt::Key_Y, Qt::Key_Backspace, Qt::Key_Delete, Qt::Key_Space}) {
@@ -279,29 +281,42 @@ void TestCodeEditor::currentLineIsPaintedAcross()
 }
 
 // A document, the cursor's line and column, those of the selection's other end, and how far the
-// view is scrolled to the side.
+// view is scrolled to the side, and what an input method composes.
 void TestCodeEditor::looksLikeThePlainView_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QList<int>>("places");
     QTest::addColumn<int>("scroll");
     QTest::addColumn<bool>("overwrites");
+    QTest::addColumn<QString>("composed");
     const QString shortText = QStringLiteral("a bad word\n\told and \u05d0\u05d1\u05d2 hmm\n\n"
                                              "\u05d0\u05d1\u05d2 to the left\nthe end");
     const QString words = QStringLiteral("w\u00f6rd bad f(i) ").repeated(1500);
     const QString tabs = QStringLiteral("a\tbad word ").repeated(1500);
     const QString mixed = QStringLiteral("left \u05d0\u05d1\u05d2 bad ").repeated(1500);
-    QTest::newRow("a cursor") << shortText << QList<int>{0, 3, 0, 3} << 0 << false;
-    QTest::newRow("a cursor to overwrite with") << shortText << QList<int>{1, 2, 1, 2} << 0 << true;
-    QTest::newRow("one at a line's end") << shortText << QList<int>{4, 7, 4, 7} << 0 << true;
-    QTest::newRow("a selection") << shortText << QList<int>{0, 4, 3, 5} << 0 << false;
-    QTest::newRow("a selection upwards") << shortText << QList<int>{4, 2, 1, 9} << 0 << false;
-    QTest::newRow("a long line") << words << QList<int>{0, 0, 0, 0} << 0 << false;
-    QTest::newRow("the middle of one") << words << QList<int>{0, 9, 0, 9} << 60007 << false;
-    QTest::newRow("a selection in one") << words << QList<int>{0, 7500, 0, 15000} << 60007 << false;
-    QTest::newRow("the end of one") << words << QList<int>{0, 20000, 0, 20010} << 1 << false;
-    QTest::newRow("tabs in one") << tabs << QList<int>{0, 0, 0, 0} << 60007 << false;
-    QTest::newRow("two directions in one") << mixed << QList<int>{0, 0, 0, 0} << 60007 << false;
+    // Cut every 80 characters, one of these is cut inside a letter.
+    const QString pairs = QStringLiteral("\U0001d5c3x").repeated(5000);
+    QTest::newRow("a cursor") << shortText << QList<int>{0, 3, 0, 3} << 0 << false << "";
+    QTest::newRow("a cursor to overwrite with")
+        << shortText << QList<int>{1, 2, 1, 2} << 0 << true << "";
+    QTest::newRow("one at a line's end") << shortText << QList<int>{4, 7, 4, 7} << 0 << true << "";
+    QTest::newRow("a selection") << shortText << QList<int>{0, 4, 3, 5} << 0 << false << "";
+    QTest::newRow("a selection upwards") << shortText << QList<int>{4, 2, 1, 9} << 0 << false << "";
+    QTest::newRow("a long line") << words << QList<int>{0, 0, 0, 0} << 0 << false << "";
+    QTest::newRow("the middle of one") << words << QList<int>{0, 9, 0, 9} << 60007 << false << "";
+    QTest::newRow("a selection in one")
+        << words << QList<int>{0, 7500, 0, 15000} << 60007 << false << "";
+    QTest::newRow("the end of one") << words << QList<int>{0, 20000, 0, 20010} << 1 << false << "";
+    QTest::newRow("tabs in one") << tabs << QList<int>{0, 0, 0, 0} << 60007 << false << "";
+    QTest::newRow("two directions in one")
+        << mixed << QList<int>{0, 0, 0, 0} << 60007 << false << "";
+    for (const int scroll : {30000, 30009, 30018})
+        QTest::addRow("pairs of surrogates at %d", scroll)
+            << pairs << QList<int>{0, 0, 0, 0} << scroll << false << "";
+    QTest::newRow("text being composed")
+        << shortText << QList<int>{0, 3, 0, 3} << 0 << false << "kana";
+    QTest::newRow("text being composed in a long line")
+        << words << QList<int>{0, 9, 0, 9} << 0 << false << "kana";
 }
 
 void TestCodeEditor::looksLikeThePlainView()
@@ -310,6 +325,7 @@ void TestCodeEditor::looksLikeThePlainView()
     QFETCH(QList<int>, places);
     QFETCH(int, scroll);
     QFETCH(bool, overwrites);
+    QFETCH(QString, composed);
     CodeEditor::SyntaxFormatting formatting;
     formatting.highlightLine = formatting.parenMatching = false;
     m_editor->setSyntaxFormatting(formatting);
@@ -339,10 +355,39 @@ void TestCodeEditor::looksLikeThePlainView()
         if (scroll)
             view->horizontalScrollBar()->setValue(scroll);
         QVERIFY(view->hasFocus());
-        images[i] = shot(view->viewport());
+        for (const QString &preedit : {composed, QString()}) {
+            QInputMethodEvent event(preedit, {});
+            if (!composed.isEmpty())
+                QCoreApplication::sendEvent(view, &event);
+            if (preedit == composed)
+                images[i] = shot(view->viewport());
+        }
     }
     QApplication::setCursorFlashTime(flashTime);
     QCOMPARE(images[0], images[1]);
+}
+
+// Ten times as many lines as may keep the shapes of their characters, with edits on the way.
+void TestCodeEditor::linesOutOfSightLoseTheirShapes()
+{
+    constexpr int most = 1000;
+    m_editor->setPlainText(numberedLines(10 * most));
+    const QImage before = shot(m_editor->viewport());
+    for (int line = 0; line < 10 * most; line += 15) {
+        m_editor->setCurrentLine(line, CodeEditor::TopPlacement);
+        shot(m_editor->viewport());
+        if (line % 1500 == 0) {
+            QTest::keyClick(m_editor.get(), Qt::Key_Return);
+            QTest::keyClick(m_editor.get(), Qt::Key_Backspace);
+        }
+        QCoreApplication::processEvents();
+    }
+    int shaped = 0;
+    for (QTextBlock line = m_document->begin(); line.isValid(); line = line.next())
+        shaped += line.layout()->cacheEnabled();
+    QVERIFY2(shaped > 0 && shaped <= most, qPrintable(QString::number(shaped)));
+    m_editor->setCurrentLine(0, CodeEditor::TopPlacement);
+    QCOMPARE(shot(m_editor->viewport()), before);
 }
 
 void TestCodeEditor::brackets_data()
