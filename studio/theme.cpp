@@ -122,8 +122,9 @@ QString Theme::colorKey(const QString &name, bool second)
 
 QStringList Theme::entries()
 {
-    return {"token0", "token1", "token2", "token3", "token4", "token5",      "token6",
-            "token7", "token8", "token9", "line",   "paren2", "block_range", "paren_range"};
+    return {"token0", "token1", "token2",      "token3",      "token4",
+            "token5", "token6", "token7",      "token8",      "token9",
+            "line",   "paren2", "block_range", "paren_range", "paren_error"};
 }
 
 } // namespace Studio

@@ -95,11 +95,16 @@ void CodeEditorPrivate::attach(CodeDocument *newDocument)
         });
     documentSignals << connect(text, &QTextDocument::contentsChanged, this,
                                &CodeEditorPrivate::restoreFolds);
-    // A file that is loaded again keeps the place in it.
+    documentSignals << connect(text, &QTextDocument::contentsChanged, this,
+                               &CodeEditorPrivate::updateMarkers);
+    // A file that is loaded again keeps the place in it; one that is only parsed again has not
+    // lost it.
     documentSignals << connect(document->model(), &QAbstractItemModel::modelAboutToBeReset, this,
                                [this] { reloadPlace = q->currentLine(); });
     documentSignals << connect(document->model(), &QAbstractItemModel::modelReset, this, [this] {
-        if (reloadPlace)
+        const CodeEditor::LinePos now = q->currentLine();
+        if (reloadPlace && (now.line != reloadPlace->line || now.column != reloadPlace->column ||
+                            now.scroll != reloadPlace->scroll))
             q->setCurrentLine(*reloadPlace);
         reloadPlace.reset();
     });
@@ -214,10 +219,7 @@ CodeDocument *CodeEditor::codeDocument() const
 void CodeEditor::setSyntaxFormatting(const SyntaxFormatting &formatting)
 {
     d->format = formatting;
-    if (formatting.parenMatching && !d->parenSelections.isEmpty())
-        d->matchParens();
-    else
-        d->parenSelections.clear();
+    d->matchParens();
     d->updateSelections();
     d->updateMarginGeometry();
     d->extraArea->update();
@@ -307,6 +309,11 @@ void CodeEditor::changeEvent(QEvent *event)
         d->extraArea->setFont(font());
         d->updateTabStop();
         d->updateMarginGeometry();
+        if (d->format.highlightBlocks)
+            d->blockTimer.start(BlockDelay);
+        break;
+    case QEvent::ReadOnlyChange:
+        d->matchParens();
         break;
     case QEvent::LayoutDirectionChange:
         d->updateMarginGeometry();

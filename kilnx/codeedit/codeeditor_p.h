@@ -72,6 +72,7 @@ public:
     int marginWidth() const;
     void updateMarginGeometry();
     void updateMarginStrip(const QTextBlock &block);
+    void updateMarkers();
     void viewUpdated(const QRect &rect, int dy);
     void paintMargin(QPaintEvent *event);
     void paintMarker(QPainter &painter, const QTextBlock &block, const QRect &column);
@@ -154,9 +155,10 @@ public:
     QList<QTextEdit::ExtraSelection> parenSelections;
     QTimer parenTimer;
     QTimer blockTimer;
-    QList<int> blockStart;  ///< the heads of the blocks around the cursor, the innermost first
-    QList<int> blockEnd;    ///< their last lines
-    QList<int> blockIndent; ///< where their text starts, in pixels of the unscrolled view
+    QList<int> blockStart;   ///< the heads of the blocks around the cursor, the innermost first
+    QList<int> blockEnd;     ///< their last lines
+    QVector<int> shownHeads; ///< the lines in the view that can be folded, by number
+    QList<int> blockIndent;  ///< where their text starts, in pixels of the unscrolled view
     int lastLine = -1;
     int blockLine = 0; ///< the line that the blocks are searched for
     int hoveredMarker = -1;
@@ -183,5 +185,7 @@ const CodeBlockData *blockRecord(const QTextBlock &block);
 unsigned int blockDepth(const QTextBlock &block);
 /// Whether a block has something to fold below it.
 bool isFoldHead(const QTextBlock &block);
+/// The next line that is not folded away; invalid behind the last.
+QTextBlock shownBelow(const QTextBlock &block);
 
 } // namespace Kiln

@@ -118,8 +118,13 @@ void CodeEditorPrivate::selectParens(QTextCursor cursor, ParenResult result)
 
 void CodeEditorPrivate::matchParens()
 {
-    if (q->isReadOnly() || !document || !format.parenMatching)
+    if (q->isReadOnly() || !document || !format.parenMatching) {
+        if (!parenSelections.isEmpty()) {
+            parenSelections.clear();
+            updateSelections();
+        }
         return;
+    }
     QTextCursor backward = q->textCursor();
     backward.clearSelection();
     QTextCursor forward = backward;

@@ -168,8 +168,10 @@ void CodeEditor::keyPressEvent(QKeyEvent *event)
         }
         words->hide(); // nothing is chosen: the key is for the text
     }
-    d->navigatedRevision = document()->revision();
-    d->navigatedFrom = textCursor().position();
+    const int revision = document()->revision();
+    const int place = textCursor().position();
+    d->navigatedRevision = revision;
+    d->navigatedFrom = place;
     // A line separator inside a line would split it in the file but not in the tree.
     const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     if (isReturn && event == QKeySequence::InsertLineSeparator && !isReadOnly()) {
@@ -180,8 +182,12 @@ void CodeEditor::keyPressEvent(QKeyEvent *event)
     }
     d->navigatedRevision = -1;
     const bool command = event->modifiers() & (Qt::ControlModifier | Qt::AltModifier);
-    if (command && !bringsText(event))
+    if (command && !bringsText(event)) {
+        // The words were those of another place.
+        if (document()->revision() != revision || textCursor().position() != place)
+            words->hide();
         return;
+    }
     if (!isReadOnly() && d->document)
         d->offerWords(event);
 }

@@ -125,6 +125,22 @@ void CodeEditorPrivate::updateMarginStrip(const QTextBlock &block)
     extraArea->update(0, qRound(rect.top()), extraArea->width(), qRound(rect.height()));
 }
 
+// A line's marker hangs on the depth of the next line, which an edit may change alone.
+void CodeEditorPrivate::updateMarkers()
+{
+    QVector<int> heads;
+    QTextBlock block = q->firstVisibleBlock();
+    for (int row = q->displayedLineCount(); row >= 0 && block.isValid(); --row) {
+        if (isFoldHead(block))
+            heads.append(block.blockNumber());
+        block = shownBelow(block);
+    }
+    if (heads == shownHeads)
+        return;
+    shownHeads = heads;
+    extraArea->update();
+}
+
 void CodeEditorPrivate::viewUpdated(const QRect &rect, int dy)
 {
     if (dy) {

@@ -96,6 +96,7 @@ bool drawPart(QPainter &painter,
     part.draw(&painter, origin + place, movedBack(selections, begin), clip);
     return true;
 }
+} // namespace
 
 QTextBlock shownBelow(const QTextBlock &block)
 {
@@ -104,7 +105,6 @@ QTextBlock shownBelow(const QTextBlock &block)
                ? next.document()->findBlockByLineNumber(next.firstLineNumber())
                : next;
 }
-} // namespace
 
 // The lines on the screen between two heights. Folded lines are stepped over all at once.
 QVector<CodeEditorPrivate::ShownLine> CodeEditorPrivate::linesBetween(int first, int last) const

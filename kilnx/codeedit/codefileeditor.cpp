@@ -81,10 +81,12 @@ void CodeFileEditor::activate()
 {
     active = true;
     CodeEditor *editor = workspace->editor();
-    m_lineChanged = connect(editor, &CodeEditor::currentLineChanged, this,
-                            &CodeFileEditor::currLineChanged, Qt::UniqueConnection);
-    m_cursorChanged = connect(editor, &CodeEditor::cursorChanged, this,
-                              &CodeFileEditor::cursorChanged, Qt::UniqueConnection);
+    disconnect(m_lineChanged);
+    disconnect(m_cursorChanged);
+    m_lineChanged =
+        connect(editor, &CodeEditor::currentLineChanged, this, &CodeFileEditor::currLineChanged);
+    m_cursorChanged =
+        connect(editor, &CodeEditor::cursorChanged, this, &CodeFileEditor::cursorChanged);
     // Another editor may have shown a document of its own since.
     if (workspace->editor()->codeDocument() != document())
         workspace->setDocument(document());

@@ -1,6 +1,7 @@
 #include <atomic>
 #include <chrono>
 #include <future>
+#include <system_error>
 #include <thread>
 
 #include <QtGui/QTextDocument>
@@ -31,7 +32,12 @@ std::optional<Result> withinTime(std::function<Result()> work)
         return done;
     });
     std::future<Result> result = task->get_future();
-    std::thread([task] { (*task)(); }).detach();
+    try {
+        std::thread([task] { (*task)(); }).detach();
+    } catch (const std::system_error &) { // no more threads
+        --running;
+        return std::nullopt;
+    }
     if (result.wait_for(Patience) != std::future_status::ready)
         return std::nullopt;
     return result.get();

@@ -259,6 +259,13 @@ void TestCodeEditor::keyRepaintsItsLine()
     }
     m_editor->insertPlainText(QStringLiteral("\u0e01\u0e36\u0e4b")); // may be higher than Latin
     QCOMPARE(m_document->lineCount(), 30);
+    // The marker of the line above comes with the first line that it can fold.
+    m_editor->setPlainText("[a]\n-\n-");
+    setCursor(1, 1);
+    QTest::qWait(100);
+    PaintWatch watch(margin());
+    QTest::keyClick(m_editor.get(), 'x');
+    QTRY_VERIFY(watch.region.contains(QPoint(margin()->width() - 8, lineRect(0).center().y())));
 }
 
 void TestCodeEditor::currentLineIsPaintedAcross()
@@ -475,6 +482,13 @@ void TestCodeEditor::bracketsAreNotMatchedWithout()
     setCursor(0, 0);
     QTest::qWait(80); // longer than the timer of the brackets
     QCOMPARE(m_editor->extraSelections().size(), selections);
+    // Each may be switched while the cursor stands at the bracket.
+    formatting.parenMatching = !matching;
+    m_editor->setSyntaxFormatting(formatting);
+    m_editor->setReadOnly(false);
+    QCOMPARE(m_editor->extraSelections().size(), matching ? 0 : 3);
+    m_editor->setReadOnly(true);
+    QCOMPARE(m_editor->extraSelections().size(), 0);
 }
 
 void TestCodeEditor::nestedBlocksAreShaded_data()

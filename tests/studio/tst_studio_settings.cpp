@@ -147,6 +147,7 @@ void tst_studio_settings::codeIsReadable()
     const int shift = dark ? 40 : -30;
     const QColor innermost(block.red() + shift, block.green() + shift, block.blue() + shift);
     QVERIFY(contrast(Qt::white, theme.color(QStringLiteral("paren_error"))) >= 4.5);
+    QVERIFY(Theme::entries().contains(QLatin1String("paren_error")));
     for (const QColor &ground : {palette.color(QPalette::Base), theme.color(QStringLiteral("line")),
                                  theme.color(QStringLiteral("paren_range")), innermost}) {
         for (int token = 0; token < 10; ++token) {
