@@ -16,13 +16,16 @@ namespace
 
 constexpr unsigned int seconds = 5;
 
-SoundSample noise(int channels, unsigned int rate)
+// The places of the arguments.
+enum Argument { Channels, Rate, Bits, TargetChannels, TargetRate };
+
+SoundSample noise(const benchmark::State &state)
 {
     SoundSample sample;
-    sample.channels = static_cast<unsigned short>(channels);
-    sample.bits = 16;
-    sample.sampleRate = rate;
-    sample.samples = rate * seconds;
+    sample.channels = static_cast<unsigned short>(state.range(Channels));
+    sample.bits = static_cast<unsigned short>(state.range(Bits));
+    sample.sampleRate = static_cast<unsigned int>(state.range(Rate));
+    sample.samples = sample.sampleRate * seconds;
     std::mt19937 random(1);
     sample.data.resize(static_cast<int>(sample.samples) * sample.frameSize());
     for (char &byte : sample.data)
@@ -30,29 +33,42 @@ SoundSample noise(int channels, unsigned int rate)
     return sample;
 }
 
-// The arguments are the channels and the two rates.
 void shapes(benchmark::internal::Benchmark *benchmark)
 {
-    benchmark->Args({1, 22050, 44100})->Args({2, 44100, 48000})->Args({2, 48000, 11025});
+    benchmark->Args({1, 22050, 16, 1, 44100});
+    benchmark->Args({2, 44100, 16, 2, 48000});
+    benchmark->Args({2, 48000, 16, 2, 11025});
+    benchmark->Args({2, 44100, 8, 2, 48000});
+    benchmark->Args({1, 22050, 16, 2, 44100});
     benchmark->Unit(benchmark::kMillisecond);
+}
+
+std::vector<float> toFloats(const SoundSample &sample)
+{
+    std::vector<float> floats(sample.samples * sample.channels);
+    if (sample.bits == 8) {
+        for (size_t i = 0; i < floats.size(); ++i)
+            floats[i] = static_cast<uchar>(sample.data[static_cast<int>(i)]) / 127.5f - 1;
+    } else {
+        src_short_to_float_array(reinterpret_cast<const short *>(sample.data.constData()),
+                                 floats.data(), static_cast<int>(floats.size()));
+    }
+    return floats;
 }
 
 void bareConverter(benchmark::State &state)
 {
-    const auto channels = static_cast<int>(state.range(0));
-    const SoundSample source = noise(channels, static_cast<unsigned int>(state.range(1)));
-    std::vector<float> in(source.samples * source.channels);
-    src_short_to_float_array(reinterpret_cast<const short *>(source.data.constData()), in.data(),
-                             static_cast<int>(in.size()));
+    const SoundSample source = noise(state);
+    const std::vector<float> in = toFloats(source);
     SRC_DATA job{};
-    job.src_ratio = double(state.range(2)) / double(state.range(1));
+    job.src_ratio = double(state.range(TargetRate)) / source.sampleRate;
     job.input_frames = source.samples;
     job.output_frames = static_cast<long>(source.samples * job.src_ratio);
-    std::vector<float> out(static_cast<size_t>(job.output_frames * channels));
+    std::vector<float> out(static_cast<size_t>(job.output_frames * source.channels));
     job.data_in = in.data();
     job.data_out = out.data();
     for (auto _ : state) {
-        if (src_simple(&job, SRC_SINC_BEST_QUALITY, channels) != 0)
+        if (src_simple(&job, SRC_SINC_BEST_QUALITY, source.channels) != 0)
             state.SkipWithError("the converter refused");
     }
 }
@@ -60,10 +76,10 @@ BENCHMARK(bareConverter)->Apply(shapes);
 
 void wholeSound(benchmark::State &state)
 {
-    const SoundSample source =
-        noise(static_cast<int>(state.range(0)), static_cast<unsigned int>(state.range(1)));
+    const SoundSample source = noise(state);
     SampleInfo target = source;
-    target.sampleRate = static_cast<unsigned int>(state.range(2));
+    target.channels = static_cast<unsigned short>(state.range(TargetChannels));
+    target.sampleRate = static_cast<unsigned int>(state.range(TargetRate));
     for (auto _ : state) {
         SoundSample result;
         if (!resample(source, target, result))
@@ -72,7 +88,11 @@ void wholeSound(benchmark::State &state)
     }
 }
 // At equal rates no converter runs: what is left is all that is done around it.
-BENCHMARK(wholeSound)->Apply(shapes)->Args({2, 44100, 44100});
+BENCHMARK(wholeSound)
+    ->Apply(shapes)
+    ->Args({2, 44100, 16, 2, 44100})
+    ->Args({2, 44100, 8, 2, 44100})
+    ->Args({1, 44100, 16, 2, 44100});
 
 } // namespace
 

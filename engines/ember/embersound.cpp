@@ -51,6 +51,7 @@ Kiln::StreamCacheData *EmberSoundData::copyTo(Kiln::StreamCache *target) const
     auto *copy = new EmberSoundData(target);
     copy->info = info;
     copy->adopt(toData(true), filter(), crc());
+    copy->m_hasBytes = m_hasBytes; // what is lost here is lost there
     return copy;
 }
 

@@ -502,6 +502,7 @@ void EmberSounds::replaceAll(const QList<EmberSound *> &sounds)
     // Commands refer to the old sounds. An emptied history stays modified when it was made so.
     m_history.clear();
     m_history.setClean();
+    m_groupOpen = false;
     qDeleteAll(m_sounds);
     m_sounds = sounds;
     endResetModel();

@@ -77,6 +77,9 @@ QList<ProjectFile::SearchResult>
 SearchableCachedProjectFile::search(const QRegularExpression &expression)
 {
     QList<SearchResult> results;
+    // Qt would warn of it at each item.
+    if (!expression.isValid())
+        return results;
     const unsigned int count = itemCount();
     for (unsigned int index = 0; index < count; ++index) {
         PropertyItem *item = itemAt(index);

@@ -64,7 +64,7 @@ public:
     virtual PropertyItem *itemAt(unsigned int index) const = 0;
 
     /// One result for each item whose identifier matches, at its first match. The `line` of a
-    /// result is the item's index, its `text` the identifier.
+    /// result is the item's index, its `text` the identifier. An invalid expression finds nothing.
     QList<SearchResult> search(const QRegularExpression &expression) override;
     /// Sets the identifier of each item that was found to `text`, in full. The place markers "%1",
     /// "%2" ... stand for what the second, third ... group of the expression captured; the first

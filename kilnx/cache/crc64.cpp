@@ -1,4 +1,5 @@
 #include <kilnx/cache/crc64.h>
+#include <kilnx/cache/crc64_p.h>
 
 #include <QtCore/qendian.h>
 
@@ -14,6 +15,7 @@ namespace
 {
 
 constexpr quint64 polynomial = 0x95AC9329AC4BC9B5;
+constexpr quint64 start = ~quint64(0);
 constexpr int sliceSize = 16;
 
 using Tables = std::array<std::array<quint64, 256>, sliceSize>;
@@ -132,10 +134,14 @@ bool canFold()
 
 } // namespace
 
+unsigned long long Kiln::crc64ByTables(const void *data, unsigned int length)
+{
+    return updateByTables(start, static_cast<const uchar *>(data), length);
+}
+
 unsigned long long crc64(const void *data, unsigned int length)
 {
     const auto *bytes = static_cast<const uchar *>(data);
-    constexpr quint64 start = ~quint64(0);
 #ifdef KILNX_CRC64_FOLDING
     if (length >= foldSize && canFold())
         return updateByFolding(start, bytes, length);

@@ -54,10 +54,11 @@ QString Extension::displayName()
 
 ExtensionManager::ExtensionManager(const QString &directory)
 {
-    const QStringList names =
-        QDir(directory).entryList(QDir::Files | QDir::NoDotAndDotDot, QDir::Name);
+    const QDir files(directory);
+    const QStringList names = files.entryList(QDir::Files | QDir::NoDotAndDotDot, QDir::Name);
     for (const QString &name : names) {
-        auto library = std::make_unique<QLibrary>(directory + QLatin1Char('/') + name);
+        // Asked for a relative "x.so", QLibrary prefers "libx.so".
+        auto library = std::make_unique<QLibrary>(files.absoluteFilePath(name));
         auto function = reinterpret_cast<RegisterFunction>(library->resolve("registerExtension"));
         // Asked for "x", QLibrary also tries "libx.so", which has its own turn in this list.
         if (!function || QFileInfo(library->fileName()).fileName() != name)

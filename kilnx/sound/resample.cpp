@@ -159,8 +159,7 @@ bool resample(const SoundSample &source, const SampleInfo &target, SoundSample &
     const int frames = frameCount(source);
     const double ratio = static_cast<double>(target.sampleRate) / source.sampleRate;
     const double outFrames = frames * ratio;
-    const int widest = qMax(qMax(source.channels, target.channels) * int(sizeof(float)),
-                            qMax(source.frameSize(), target.frameSize()));
+    const int widest = qMax(source.channels, target.channels) * int(sizeof(float));
     if (qMax<double>(frames, outFrames) * widest > std::numeric_limits<int>::max())
         return false;
 

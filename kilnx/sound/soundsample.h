@@ -40,8 +40,9 @@ struct SoundSample : SampleInfo {
 /// Of `source`, the first `samples` frames are converted, or all when `samples` is 0, as far as
 /// `data` has them; a part of a frame at its end is left out. `result` may be `source`.
 ///
-/// False, with `result` as it was, for a format that makes no frames or has another width, a result
-/// above 2 GiB, and what the converter refuses (a rate that changes more than 256 times).
+/// False, with `result` as it was, for a format that makes no frames or has another width, a sound
+/// above 2 GiB (the longer of source and result, as floats of the greater number of channels), and
+/// what the converter refuses (a rate that changes more than 256 times).
 KILNX_EXPORT bool
 resample(const SoundSample &source, const SampleInfo &target, SoundSample &result);
 

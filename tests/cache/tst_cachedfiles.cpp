@@ -128,6 +128,7 @@ void TestCachedFiles::finds()
     QFETCH(QStringList, found);
     const ContainerPointer file(new Container({"banana", "", "ananas", "cherry"}));
     QCOMPARE(described(file->search(QRegularExpression(expression))), found);
+    QCOMPARE(file->asked > 0, QRegularExpression(expression).isValid());
 }
 
 void TestCachedFiles::replaces_data()

@@ -1,4 +1,5 @@
 #include <kilnx/cache/crc64.h>
+#include <kilnx/cache/crc64_p.h>
 
 #include <QtTest/QtTest>
 
@@ -25,6 +26,13 @@ quint64 plainCrc(const uchar *data, size_t length)
     for (size_t i = 0; i < length; ++i)
         crc = table[(data[i] ^ crc) & 0xFF] ^ (crc >> 8);
     return crc;
+}
+
+// Both ways of the library, whichever of them this processor takes.
+bool isRight(const uchar *data, unsigned int length)
+{
+    const quint64 expected = plainCrc(data, length);
+    return crc64(data, length) == expected && Kiln::crc64ByTables(data, length) == expected;
 }
 
 } // namespace
@@ -57,8 +65,8 @@ void TestCrc64::everyShortLengthAndAlignment()
         for (int start = 0; start < 16; ++start) {
             // A copy of exact length lets the sanitizer see a read past the end.
             const std::vector<uchar> exact(&bytes[start], &bytes[start] + length);
-            QCOMPARE(crc64(exact.data(), length), plainCrc(exact.data(), length));
-            QCOMPARE(crc64(&bytes[start], length), plainCrc(&bytes[start], length));
+            QVERIFY(isRight(exact.data(), length));
+            QVERIFY(isRight(&bytes[start], length));
         }
     }
 }
@@ -70,8 +78,7 @@ void TestCrc64::randomLengths()
         std::vector<uchar> bytes(random() % 200000);
         for (uchar &byte : bytes)
             byte = static_cast<uchar>(random());
-        QCOMPARE(crc64(bytes.data(), static_cast<unsigned int>(bytes.size())),
-                 plainCrc(bytes.data(), bytes.size()));
+        QVERIFY(isRight(bytes.data(), static_cast<unsigned int>(bytes.size())));
     }
 }
 

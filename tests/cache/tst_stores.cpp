@@ -100,7 +100,9 @@ protected:
         const auto filter = static_cast<unsigned char>(below(5));
         const QByteArray data = randomData();
         Expected expected = expectedFor(data, filter);
-        expected.item = m_cache.addItem(data, filter, &m_items, crcOrNone(expected));
+        const unsigned long long crc = crcOrNone(expected);
+        expected.item = m_cache.addItem(data, filter, &m_items, crc);
+        checkCrc(expected, crc);
         return expected;
     }
     virtual void replace(Expected &expected)
@@ -110,7 +112,9 @@ protected:
         StreamCache::Item *item = expected.item;
         expected = expectedFor(data, filter);
         expected.item = item;
-        m_cache.setItemData(item, data, filter, &m_items, crcOrNone(expected));
+        const unsigned long long crc = crcOrNone(expected);
+        m_cache.setItemData(item, data, filter, &m_items, crc);
+        checkCrc(expected, crc);
     }
     // What only this kind of store can do.
     virtual void special(Expected &) {}
@@ -175,6 +179,14 @@ protected:
     StreamCache &m_cache;
 
 private:
+    // Only that of plain bytes is computed when they are stored.
+    void checkCrc(const Expected &expected, unsigned long long given)
+    {
+        const bool computed = given == 0 && expected.filter == 0;
+        require(expected.item->crc() == (computed ? crcOf(expected.decoded) : given),
+                "checksum of a stored item");
+    }
+
     Expected expectedFor(const QByteArray &data, unsigned char filter)
     {
         Expected expected;
@@ -389,6 +401,7 @@ private slots:
     void followsAPlainMap();
     void factoryFollowsTheOption_data();
     void factoryFollowsTheOption();
+    void memoryWithoutAHost();
     void findsTheFirstAndDecodesOnce();
     void rawFormsDecideWhenChecksumsAreKnown();
     void sizesOfAnItem();
@@ -463,6 +476,13 @@ void TestStores::factoryFollowsTheOption()
     QCOMPARE(cache ? int(cache->type()) : -1, made);
     if (cache)
         cache->release();
+}
+
+void TestStores::memoryWithoutAHost()
+{
+    const std::unique_ptr<StreamCache> cache(StreamCache::instance(StreamCache::Default));
+    QVERIFY(!Interface::instance());
+    QCOMPARE(cache->type(), StreamCache::Memory);
 }
 
 void TestStores::findsTheFirstAndDecodesOnce()
@@ -616,6 +636,8 @@ void TestStores::suffixGivesTheFilter()
     QFETCH(QString, name);
     QFETCH(bool, withParam);
     QFETCH(int, filter);
+    const QTemporaryDir directory;
+    name = directory.filePath(name);
     FileCache cache;
     void *const param = withParam ? this : nullptr;
     StreamCache::Item *item = cache.addItem(name.toLocal8Bit(), 99, param, 5);
@@ -626,6 +648,26 @@ void TestStores::suffixGivesTheFilter()
         QCOMPARE(*static_cast<QString *>(item->param), name);
     else
         QCOMPARE(item->param, param);
+
+    // What the coder is handed: the item's parameter to read, the one given to write.
+    void *read = nullptr;
+    void *written = nullptr;
+    const auto note = [](void *&to) {
+        return
+            [&to](unsigned char, void *handed, const QByteArray &, QByteArray &) { to = handed; };
+    };
+    connect(&cache, &StreamCache::readFilter, this, note(read));
+    connect(&cache, &StreamCache::writeFilter, this, note(written));
+    cache.setItemData(item, "bytes", 99, &cache, 0);
+    QCOMPARE(read, &cache);
+    QCOMPARE(written, &cache);
+    cache.renameItem(item, directory.filePath(QStringLiteral("renamed")));
+    cache.itemData(item);
+    QCOMPARE(read, item->param);
+    if (filter == 8)
+        QCOMPARE(*static_cast<QString *>(read), cache.fileName(item));
+    else
+        QCOMPARE(read, param);
 }
 
 // The file is the user's: others change it, and it stays when the handle ends.

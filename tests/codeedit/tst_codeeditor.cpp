@@ -79,6 +79,10 @@ private slots:
     void marginGrowsByADigit();
     void marginColumns_data();
     void marginColumns();
+    void marginShowsTheNumbersOfItsLines();
+    void marginForwardsWheelAndToolTip();
+    void timersWaitTheirTime();
+    void hugeLineIsEdited();
     void cursorMoveRepaintsTwoStrips();
     void keyRepaintsItsLine();
     void currentLineIsPaintedAcross();
@@ -225,6 +229,98 @@ void TestCodeEditor::marginColumns()
     QVERIFY(blank(2, markersAt, margin()->width() - 1));
     QCOMPARE(image.pixel(margin()->width() - 1, lineRect(3).bottom() + 5),
              background.darker(115).rgb());
+}
+
+void TestCodeEditor::marginShowsTheNumbersOfItsLines()
+{
+    m_editor->setPlainText("[a]\nb\nc\n[d]\ne\nf");
+    setCursor(4, 0);
+    const auto number = [&](int line) {
+        const QRect row = lineRect(line).adjusted(0, 1, 0, -1);
+        return shot(margin()).copy(0, row.top(), margin()->width() - row.height() - 3,
+                                   row.height());
+    };
+    const auto isFull = [&](int line) {
+        const QImage image = number(line);
+        return showsColor(image, image.rect(), margin()->palette().color(QPalette::WindowText));
+    };
+    for (int line = 0; line < 6; ++line)
+        QCOMPARE(isFull(line), line == 4);
+    // Lines that are folded away take their numbers with them.
+    const QImage fourth = number(3);
+    m_editor->toggleBlockVisible(m_document->firstBlock());
+    QCOMPARE(lineRect(3).top(), lineRect(0).bottom() + 1);
+    QCOMPARE(number(3), fourth);
+}
+
+void TestCodeEditor::marginForwardsWheelAndToolTip()
+{
+    m_editor->setPlainText("a bad and old one\n" + numberedLines(200));
+    const auto toolTip = [&](int line) {
+        QToolTip::hideText();
+        const QPoint place(3, lineRect(line).center().y());
+        QHelpEvent help(QEvent::ToolTip, place, margin()->mapToGlobal(place));
+        QApplication::sendEvent(margin(), &help);
+        return QToolTip::isVisible() ? QToolTip::text() : QString();
+    };
+    QCOMPARE(toolTip(0), QStringLiteral("bad at 2\nold at 10"));
+    QTRY_COMPARE(toolTip(1), QString());
+    const QPointF place(3, 20);
+    QWheelEvent wheel(place, margin()->mapToGlobal(place.toPoint()), QPoint(), QPoint(0, -120),
+                      Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(margin(), &wheel);
+    QVERIFY(m_editor->verticalScrollBar()->value() > 0);
+}
+
+/// Brackets that are shown stay for 50 ms when the cursor moves on, the blocks for 100 ms: typing
+/// does not look for them at each key.
+void TestCodeEditor::timersWaitTheirTime()
+{
+    CodeEditor::SyntaxFormatting formatting;
+    formatting.highlightBlocks = true;
+    formatting.highlightLine = false;
+    m_editor->setSyntaxFormatting(formatting);
+    m_editor->setPlainText("[x]\n  one\n(a) b\n[y]\n  two");
+    const auto shade = [&](int line) {
+        const QImage image = shot(m_editor->viewport());
+        return image.pixel(image.width() - 3, lineRect(line).center().y());
+    };
+    const QRgb plain = m_editor->palette().color(QPalette::Base).rgb();
+    setCursor(2, 3);
+    QTRY_VERIFY(shade(1) != plain);
+    QTRY_COMPARE(m_editor->extraSelections().size(), 3);
+    QElapsedTimer timer;
+    timer.start();
+    setCursor(4, 2);
+    QCoreApplication::processEvents();
+    const int brackets = m_editor->extraSelections().size();
+    const QRgb before = shade(1);
+    if (timer.elapsed() < 50) { // a machine that stood still proves nothing
+        QCOMPARE(brackets, 3);
+        QVERIFY(before != plain);
+    }
+    QTRY_COMPARE(m_editor->extraSelections().size(), 0);
+    QVERIFY(timer.elapsed() >= 45);
+    QTRY_COMPARE(shade(1), plain);
+    QVERIFY(timer.elapsed() >= 95);
+    QVERIFY(shade(4) != plain);
+}
+
+void TestCodeEditor::hugeLineIsEdited()
+{
+    const QString line = QStringLiteral("a bad (x) ").repeated(100000);
+    m_editor->setPlainText("first\n" + line);
+    setCursor(1, 500000);
+    QTest::keyClicks(m_editor.get(), QStringLiteral("yz"));
+    QTest::keyClick(m_editor.get(), Qt::Key_Backspace);
+    QCOMPARE(m_document->blockCount(), 2);
+    QVERIFY(m_document->lastBlock().text() == QString(line).insert(500000, 'y'));
+    QVERIFY(m_editor->viewport()->rect().contains(m_editor->cursorRect().center()));
+    QTest::keyClick(m_editor.get(), Qt::Key_Return);
+    QCOMPARE(m_document->blockCount(), 3);
+    while (m_document->isUndoAvailable())
+        m_editor->undo();
+    QVERIFY(m_document->lastBlock().text() == line);
 }
 
 void TestCodeEditor::cursorMoveRepaintsTwoStrips()

@@ -42,6 +42,29 @@ private:
     bool m_result;
 };
 
+// A writer that only tells what it was offered.
+class ScriptedWriter : public SoundWriter
+{
+public:
+    ScriptedWriter(const char *format, const char *name, bool result)
+        : m_format(format)
+        , m_name(name)
+        , m_result(result)
+    {
+    }
+    const char *format() override { return m_format; }
+    bool write(const SoundSample &sample, QIODevice *) override
+    {
+        tellDiary(QLatin1String(m_name) + QLatin1String(sample.data));
+        return m_result;
+    }
+
+private:
+    const char *m_format;
+    const char *m_name;
+    bool m_result;
+};
+
 // An extension that claims any list.
 class MisplacedExtension : public Extension
 {
@@ -103,6 +126,7 @@ private slots:
     void init();
     void cleanup();
     void loadsRealPlugins();
+    void loadsFromHere();
     void whatIsNoPluginIsPassedOver();
     void throwingRegistrationKeepsWhatItAdded();
     void triedInOrderOfRegistration();
@@ -166,6 +190,17 @@ void TestExtension::loadsRealPlugins()
     QCOMPARE(ExtensionManager::list(Extension::SoundReaders).size(), 2);
 }
 
+void TestExtension::loadsFromHere()
+{
+    put(THROWING_PLUGIN, QStringLiteral("libx.so"));
+    put(TONES_PLUGIN, QStringLiteral("x.so"));
+    const QString before = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(m_directory->path()));
+    m_manager = std::make_unique<ExtensionManager>(QStringLiteral("."));
+    QVERIFY(QDir::setCurrent(before));
+    QCOMPARE(takeDiary(), lines({"throwing registers", "tones registers"}));
+}
+
 void TestExtension::whatIsNoPluginIsPassedOver()
 {
     put(NOSYMBOL_PLUGIN, QStringLiteral("nosymbol.so"));
@@ -223,6 +258,17 @@ void TestExtension::triedInOrderOfRegistration()
     QVERIFY(loadSound(&buffer, "snd", sample));
     QCOMPARE(sample.data, QByteArray("second"));
     QCOMPARE(takeDiary(), lines({"asked first", "asked second"}));
+
+    ExtensionManager::add(new ScriptedWriter("snd", "first wrote ", false));
+    ExtensionManager::add(new ScriptedWriter("snd", "second wrote ", true));
+    ExtensionManager::add(new ScriptedWriter("snd", "third wrote ", true));
+    ExtensionManager::add(new ScriptedWriter("no", "refuser wrote ", false));
+    QBuffer out;
+    QVERIFY(out.open(QIODevice::WriteOnly));
+    QVERIFY(saveSound(&out, "snd", sample));
+    QVERIFY(!saveSound(&out, "no", sample));
+    QCOMPARE(takeDiary(),
+             lines({"first wrote second", "second wrote second", "refuser wrote second"}));
     QVERIFY(!loadSound(&buffer, "flac", sample)); // what was read before does not count
     QVERIFY(!loadSound(&buffer, nullptr, sample));
     QCOMPARE(takeDiary(), QStringList());

@@ -281,6 +281,18 @@ void TestEmberSounds::bracketsAreOneStep()
     sounds->redo();
     QCOMPARE(described(*sounds), full);
 
+    // What goes on within a bracket after all was replaced is one step, too.
+    sounds->beginChange();
+    sounds->insert(0, QStringLiteral("a"), makeSample(1, 8, 5, 1));
+    sounds->reset();
+    sounds->insert(0, QStringLiteral("b"), makeSample(1, 8, 5, 1));
+    sounds->insert(1, QStringLiteral("c"), makeSample(1, 8, 5, 2));
+    sounds->endChange();
+    sounds->undo();
+    QVERIFY(sounds->isEmpty());
+    sounds->redo();
+    QCOMPARE(sounds->itemCount(), 2u);
+
     // An empty bracket is no step.
     sounds->beginChange();
     sounds->endChange();
@@ -356,7 +368,7 @@ void TestEmberSounds::findsAndOrders()
 void TestEmberSounds::cutOffAtEveryLength()
 {
     const QByteArray good = goodFile();
-    for (int length = 0; length < good.size(); length += 7) {
+    for (int length = 0; length < good.size(); ++length) {
         const SoundsPointer sounds(new EmberSounds);
         sounds->insert(0, QStringLiteral("kept"), makeSample(1, 8, 5, 1));
         // The last four bytes could by chance be a valid offset; they are not in this file.

@@ -2,6 +2,8 @@
 
 #include <QtTest/QtTest>
 
+#include <samplerate.h>
+
 #include <cmath>
 #include <functional>
 
@@ -71,6 +73,8 @@ class TestResample : public QObject
 private slots:
     void keepsTheTone_data();
     void keepsTheTone();
+    void takesTheBestConverter_data();
+    void takesTheBestConverter();
     void equalRatesOnlyDuplicate_data();
     void equalRatesOnlyDuplicate();
     void silenceStaysSilence();
@@ -144,6 +148,45 @@ void TestResample::keepsTheTone()
                     QStringLiteral("frame %1: %2, expected %3").arg(frame).arg(got).arg(expected)));
         }
     }
+}
+
+void TestResample::takesTheBestConverter_data()
+{
+    QTest::addColumn<int>("channels");
+    QTest::addColumn<int>("bits");
+    QTest::newRow("mono, 16 bits") << 1 << 16;
+    QTest::newRow("stereo, 16 bits") << 2 << 16;
+    QTest::newRow("mono, 32 bits") << 1 << 32;
+    QTest::newRow("stereo, 32 bits") << 2 << 32;
+}
+
+// The same steps by hand, byte for byte; no other converter of the library gives these.
+void TestResample::takesTheBestConverter()
+{
+    QFETCH(int, channels);
+    QFETCH(int, bits);
+    constexpr int frames = 2205;
+    constexpr int outFrames = 2400;
+    const SoundSample source = makeTone(format(channels, bits, 44100), frames);
+    std::vector<float> in(static_cast<size_t>(frames * channels));
+    std::vector<float> out(static_cast<size_t>(outFrames * channels));
+    QByteArray expected(outFrames * channels * bits / 8, '\0');
+    const char *bytes = source.data.constData();
+    if (bits == 16)
+        src_short_to_float_array(reinterpret_cast<const short *>(bytes), in.data(), int(in.size()));
+    else
+        src_int_to_float_array(reinterpret_cast<const int *>(bytes), in.data(), int(in.size()));
+    SRC_DATA job{in.data(), out.data(), frames, outFrames, 0, 0, 0, 48000.0 / 44100.0};
+    QCOMPARE(src_simple(&job, SRC_SINC_BEST_QUALITY, channels), 0);
+    if (bits == 16)
+        src_float_to_short_array(out.data(), reinterpret_cast<short *>(expected.data()),
+                                 int(out.size()));
+    else
+        src_float_to_int_array(out.data(), reinterpret_cast<int *>(expected.data()),
+                               int(out.size()));
+    SoundSample result;
+    QVERIFY(resample(source, format(channels, bits, 48000), result));
+    QVERIFY(result.data == expected);
 }
 
 void TestResample::equalRatesOnlyDuplicate_data()
@@ -260,6 +303,7 @@ void TestResample::refuses_data()
     QTest::newRow("more than 256 times the rate") << 1 << 8 << 8000u * 257;
     QTest::newRow("less than a 256th of the rate") << 1 << 8 << 31u;
     QTest::newRow("more than 2 GiB") << 65535 << 32 << 8000u * 200;
+    QTest::newRow("more than 2 GiB of floats for less") << 65535 << 8 << 8000u * 5;
 }
 
 void TestResample::refuses()
