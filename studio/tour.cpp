@@ -149,7 +149,7 @@ bool Tour::check(bool condition, const char *what)
 
 void Tour::picture(const QString &name)
 {
-    QApplication::processEvents();
+    QTest::qWait(viewDelayMs);
     QPixmap pixels = d->window->grab();
     QPainter painter(&pixels);
     const QWidgetList tops = QApplication::topLevelWidgets();
@@ -186,6 +186,7 @@ void Tour::goToLine(int line)
     for (int i = 0; i < line; ++i)
         QTest::keyClick(view, Qt::Key_Down);
     QTest::keyClick(view, Qt::Key_End);
+    view->centerCursor(); // the lines around it are in the picture too
 }
 
 // The drag runs in an event loop of its own, so what moves and lets go has to be under way before.

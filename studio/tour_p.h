@@ -11,6 +11,8 @@ namespace Studio
 
 /// How long a step waits for what it has set off.
 constexpr int dialogTimeoutMs = 8000;
+/// More than the delay of the brackets and of the block highlight behind the cursor.
+constexpr int viewDelayMs = 150;
 
 struct Tour::Private {
     QString source;

@@ -92,6 +92,7 @@ void CodeFileEditor::activate()
         workspace->setDocument(document());
     showTree();
     watchModified();
+    showPlace();
     interface->setEditorWidget(workspace->widget());
 }
 
@@ -106,7 +107,14 @@ void CodeFileEditor::deactivate()
 
 void CodeFileEditor::retranslate()
 {
-    if (!active || !document())
+    if (active)
+        showPlace();
+}
+
+// The status fields say where the cursor is.
+void CodeFileEditor::showPlace()
+{
+    if (!document())
         return;
     const CodeEditor::LinePos place = workspace->editor()->currentLine();
     cursorChanged(QPoint(place.line, place.column));

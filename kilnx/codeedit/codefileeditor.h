@@ -82,6 +82,7 @@ private:
     void currLineChanged(int line);
     void cursorChanged(const QPoint &place);
     void showTree();
+    void showPlace();
     void watchModified();
     void replaceAll(const QString &text, const QString &replacement, unsigned int flags);
     void tellOutOfTime();

@@ -589,6 +589,7 @@ void TestCodeWorkspace::editorsShareTheView()
     other.activate();
     QCOMPARE(view()->codeDocument(), second.get());
     QCOMPARE(tree->model(), second->model());
+    QCOMPARE(m_host->statusTexts.value(0), QStringLiteral("Line: 1, Column: 1, Line count: 3"));
     m_host->statusTexts.clear();
     view()->setCurrentLine(1, CodeEditor::NoPlacement);
     QVERIFY(m_host->statusTexts.value(0).startsWith("Line: 2,"));
