@@ -16,7 +16,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         image.scanLine(0)[i] = data[i] & 0x1F;
     QBuffer device;
     require(Kiln::saveLZ5(image, &device, true));
-    require(size > 400 || device.data() == Plain::saveLz5(image, true));
+    require(size > 200 || device.data() == Plain::saveLz5(image, true));
     device.close();
     QImage back(image.size(), image.format());
     require(Kiln::loadLZ5(back, &device));
