@@ -135,8 +135,12 @@ QString EmberBox::name() const
 void EmberBox::setName(const QString &name)
 {
     const BoxType other = m_type & 1 ? Collision : Attack;
-    if (name == boxWord(other))
-        rewrite(this, name + QLatin1String(": ") + boxText(m_rect));
+    if (name != boxWord(other))
+        return;
+    const EmberLine parts = lineOf(this).parts;
+    const EmberLine::Range word = parts.keyRanges.first();
+    const QString behind = block().text().mid(word.end, parts.code.end - word.end);
+    rewrite(this, name + behind);
 }
 
 QString EmberBox::valueText() const
@@ -427,7 +431,7 @@ QVariant EmberAnimation::property(const QString &name)
 
 void EmberAnimation::setProperty(const QString &name, const QVariant &value)
 {
-    if (name == QLatin1String("Identifier")) {
+    if (name == QLatin1String("Identifier") || name == QLatin1String("Name")) {
         if (isName(value))
             setName(value.toString());
     } else if (name == QLatin1String("Title")) {

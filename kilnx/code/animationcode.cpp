@@ -3,6 +3,7 @@
 #include <kilnx/code/codedocument.h>
 #include <kilnx/code/framecode.h>
 #include <kilnx/code/noderows_p.h>
+#include <kilnx/code/rootcode.h>
 
 namespace Kiln
 {
@@ -146,6 +147,7 @@ void AnimationCode::insertChild(CodeNode *child, unsigned int index)
     m_frames.insert(row, static_cast<FrameCode *>(child));
     NodeRows::remember(child, row, m_lastRow);
     endInsert();
+    tellRowsFrom(row + 1);
 }
 
 void AnimationCode::removeChild(CodeNode *child)
@@ -157,5 +159,19 @@ void AnimationCode::removeChild(CodeNode *child)
     beginRemove(this, row);
     m_frames.removeAt(row);
     endRemove();
+    tellRowsFrom(row);
+}
+
+/// Frames without a name are shown by their numbers, which other frames have changed.
+void AnimationCode::tellRowsFrom(int row)
+{
+    if (row >= m_frames.size() || !parent() || parent()->type() != Root)
+        return;
+    auto *const root = static_cast<RootCode *>(parent());
+    const QModelIndex own = root->index(root->childIndex(this), 0);
+    const int rows = root->rowCount(own);
+    if (row < rows)
+        Q_EMIT root->dataChanged(root->index(row, 0, own), root->index(rows - 1, 0, own),
+                                 {Qt::DisplayRole});
 }
 } // namespace Kiln

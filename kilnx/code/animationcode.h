@@ -72,6 +72,7 @@ private:
     void takeFramesBelow();
     void handFramesOn();
     void handValuesBack();
+    void tellRowsFrom(int row);
 
     mutable int m_lastRow = 0;
 };

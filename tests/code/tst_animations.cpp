@@ -376,6 +376,16 @@ void AnimationsTest::framesWhileTheyAreMade()
     file.document->insert(QStringLiteral("\nframe x"));
     QCOMPARE(seen, QStringList{"Frame 1"});
     QCOMPARE(tree->index(0, 0, tree->index(0, 0)).data().toString(), QStringLiteral("Frame - x"));
+
+    // A frame without a name is shown by its number, which a frame above changes.
+    file.document->insert(QStringLiteral("\nframe"));
+    connect(tree, &QAbstractItemModel::dataChanged, this,
+            [&](const QModelIndex &, const QModelIndex &last) { seen << last.data().toString(); });
+    replaceLine(file.document, 1, QStringLiteral("frame w\nframe x"));
+    QVERIFY(seen.contains(QStringLiteral("Frame 3")));
+    seen.clear();
+    replaceLine(file.document, 1, QString());
+    QVERIFY(seen.contains(QStringLiteral("Frame 2")));
 }
 
 void AnimationsTest::moveEverywhere_data()
@@ -792,6 +802,21 @@ void AnimationsTest::movesParseLittle()
             file.list->endChange();
         QVERIFY2(file.parser.calls < 40, qPrintable(QString::number(file.parser.calls)));
         QCOMPARE(difference(file), QString());
+    }
+    // And a move costs no more lines when a long list is sorted than when a short one is.
+    qreal shortest = 0;
+    QRandomGenerator random(4);
+    for (const int count : {75, 300}) {
+        std::shuffle(names.begin(), names.end(), random);
+        Tiny::File file(fileOf(names.mid(0, count)));
+        QSignalSpy moves(file.list, &QAbstractItemModel::rowsMoved);
+        file.parser.calls = 0;
+        file.list->autoOrganize();
+        QVERIFY(moves.count() > count / 2);
+        const qreal perMove = qreal(file.parser.calls) / moves.count();
+        shortest = shortest > 0 ? shortest : perMove;
+        QVERIFY2(perMove < 1.1 * shortest,
+                 qPrintable(QStringLiteral("%1 against %2").arg(perMove).arg(shortest)));
     }
 }
 

@@ -1,11 +1,14 @@
 #include "modelmirror.h"
 
+#include <algorithm>
+
 ModelMirror::ModelMirror(QAbstractItemModel *model)
     : m_model(model)
 {
     connect(model, &QAbstractItemModel::modelReset, this, &ModelMirror::rebuild);
     connect(model, &QAbstractItemModel::rowsInserted, this, &ModelMirror::inserted);
     connect(model, &QAbstractItemModel::rowsRemoved, this, &ModelMirror::removed);
+    connect(model, &QAbstractItemModel::rowsMoved, this, &ModelMirror::moved);
     connect(model, &QAbstractItemModel::dataChanged, this, &ModelMirror::changed);
     rebuild();
 }
@@ -42,6 +45,20 @@ void ModelMirror::removed(const QModelIndex &parent, int first, int last)
     if (!container || first < 0 || size_t(last) >= container->rows.size())
         return;
     container->rows.erase(container->rows.begin() + first, container->rows.begin() + last + 1);
+}
+
+/// One row within its container.
+void ModelMirror::moved(const QModelIndex &parent, int from, int, const QModelIndex &, int to)
+{
+    Row *container = rowOf(parent);
+    if (!container)
+        return;
+    const auto row = container->rows.begin() + from;
+    const auto place = container->rows.begin() + to;
+    if (from < to)
+        std::rotate(row, row + 1, place);
+    else
+        std::rotate(place, row, row + 1);
 }
 
 void ModelMirror::changed(const QModelIndex &first, const QModelIndex &last)

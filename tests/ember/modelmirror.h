@@ -28,6 +28,7 @@ private:
     void rebuild();
     void inserted(const QModelIndex &parent, int first, int last);
     void removed(const QModelIndex &parent, int first, int last);
+    void moved(const QModelIndex &parent, int from, int, const QModelIndex &, int to);
     void changed(const QModelIndex &first, const QModelIndex &last);
     Row *rowOf(const QModelIndex &index);
     QString textOf(Row &row, const QModelIndex &index, int level);

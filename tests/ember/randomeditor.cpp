@@ -1,10 +1,14 @@
 #include "randomeditor.h"
 
+#include <ember/animationnodes.h>
+#include <ember/emberanimations.h>
 #include <ember/emberline.h>
 #include <ember/embernodes.h>
 
 #include <QRegularExpression>
 #include <QTextBlock>
+
+#include <iterator>
 
 namespace
 {
@@ -12,37 +16,61 @@ namespace
 /// The size that the text hovers around, in lines.
 constexpr int usualLines = 100;
 
-const QStringList sections{
-    QStringLiteral("@state stand\n    posture: standing\n    drift: 0, 0\n    ticks: 4, 4\n"),
-    QStringLiteral("@state leap ; up\n  drift + pull: 1\n  cost: 3 ; breath\n  box: 1, 2, 3, 4\n"),
-    QStringLiteral("@@on landing\n    when: (height <= 0) and [tide > 2]\n    then: stand\n"),
-    QStringLiteral("@@step reach\n    lasts: 4\n    velocity: 1, 0\n    harm: 1200\n    cel: a\n"),
-    QStringLiteral("@note\nthe drift: is free text\n(nobody minds\n"),
-    QStringLiteral("@sketch tiptoe\n    drift: 0, 1\n"),
-    QStringLiteral("@about\n    title: \"x\"\n"),
-    QStringLiteral("@nothing known\n    drift: 1, 1\n"),
-    QStringLiteral("    spark + cel: glint\n"),
-    // More lines without a node than anything should ever walk one by one.
-    QStringLiteral("\n; a comment").repeated(70) + QLatin1Char('\n'),
-    QStringLiteral("\n; a comment\n\n"),
-    QStringLiteral(
-        "@state twins\n    steered: yes\n    say: \"now; then\"\n    glow + ticks: 1, 2, 3\n"),
+/// What a file is written of.
+struct Words {
+    QStringList sections;
+    QStringList headers;
+    QStringList entries;
 };
 
-const QStringList headers{
-    QStringLiteral("@state walk"),  QStringLiteral("@@on a rule"), QStringLiteral("@@step one"),
-    QStringLiteral("@note"),        QStringLiteral("@sketch"),     QStringLiteral("@sketch x"),
-    QStringLiteral("@files"),       QStringLiteral("@"),           QStringLiteral("@@@step three"),
-    QStringLiteral("@on one sign"), QStringLiteral("@@state two"), QStringLiteral("@state"),
-    QStringLiteral("@unheard of"),  QStringLiteral("@step\tb")};
+const Words codeWords{
+    {
+        QStringLiteral("@state stand\n    posture: standing\n    drift: 0, 0\n    ticks: 4, 4\n"),
+        QStringLiteral(
+            "@state leap ; up\n  drift + pull: 1\n  cost: 3 ; breath\n  box: 1, 2, 3, 4\n"),
+        QStringLiteral("@@on landing\n    when: (height <= 0) and [tide > 2]\n    then: stand\n"),
+        QStringLiteral(
+            "@@step reach\n    lasts: 4\n    velocity: 1, 0\n    harm: 1200\n    cel: a\n"),
+        QStringLiteral("@note\nthe drift: is free text\n(nobody minds\n"),
+        QStringLiteral("@sketch tiptoe\n    drift: 0, 1\n"),
+        QStringLiteral("@about\n    title: \"x\"\n"),
+        QStringLiteral("@nothing known\n    drift: 1, 1\n"),
+        QStringLiteral("    spark + cel: glint\n"),
+        // More lines without a node than anything should ever walk one by one.
+        QStringLiteral("\n; a comment").repeated(70) + QLatin1Char('\n'),
+        QStringLiteral("\n; a comment\n\n"),
+        QStringLiteral(
+            "@state twins\n    steered: yes\n    say: \"now; then\"\n    glow + ticks: 1, 2, 3\n"),
+    },
+    {QStringLiteral("@state walk"), QStringLiteral("@@on a rule"), QStringLiteral("@@step one"),
+     QStringLiteral("@note"), QStringLiteral("@sketch"), QStringLiteral("@sketch x"),
+     QStringLiteral("@files"), QStringLiteral("@"), QStringLiteral("@@@step three"),
+     QStringLiteral("@on one sign"), QStringLiteral("@@state two"), QStringLiteral("@state"),
+     QStringLiteral("@unheard of"), QStringLiteral("@step\tb")},
+    {QStringLiteral("    drift: 1.5, -2"), QStringLiteral("drift: 1"),
+     QStringLiteral("    when: (a or [b"), QStringLiteral("    cel: wren"),
+     QStringLiteral("    cel + spark: both"), QStringLiteral("    cel + posture: clash"),
+     QStringLiteral("    lasts: 12"), QStringLiteral("    posture: lying ; ill"),
+     QStringLiteral("    : no key"), QStringLiteral("no colon"),
+     QStringLiteral("    say: \"text\""), QStringLiteral("")}};
 
-const QStringList entries{
-    QStringLiteral("    drift: 1.5, -2"),    QStringLiteral("drift: 1"),
-    QStringLiteral("    when: (a or [b"),    QStringLiteral("    cel: wren"),
-    QStringLiteral("    cel + spark: both"), QStringLiteral("    cel + posture: clash"),
-    QStringLiteral("    lasts: 12"),         QStringLiteral("    posture: lying ; ill"),
-    QStringLiteral("    : no key"),          QStringLiteral("no colon"),
-    QStringLiteral("    say: \"text\""),     QStringLiteral("")};
+const Words animationWords{
+    {QStringLiteral("@animation 3, title T, once\n body: 1, 2, 3, 4\n frame: s, at 1 2, loop\n"),
+     QStringLiteral("; comment\n@animation a\n\n    strike: 1, 2, 3, 4\n; its frame\n    frame:\n"),
+     QStringLiteral("    frame: s\n    body: 1, 2\n    frame: t, loop ; note\n"),
+     QStringLiteral("\n; a comment").repeated(70) + QLatin1Char('\n'),
+     QStringLiteral("frame:\nframe: x\nframe:\n"), QStringLiteral("\n; a comment\n\n")},
+    {QStringLiteral("@animation 7"), QStringLiteral("@animation a, title T, once"),
+     QStringLiteral("@animation"), QStringLiteral("@@animation b"), QStringLiteral("@state stand")},
+    {QStringLiteral("    frame: s, at 1 2, for 3"), QStringLiteral("    frame: s, loop ; note"),
+     QStringLiteral("frame: , for x, at 1"), QStringLiteral("    body: 1, 2, 3, 4"),
+     QStringLiteral("    strike: 1, 2"), QStringLiteral("; comment"), QStringLiteral("junk"),
+     QStringLiteral("    strike: 5, 6, 7, 8"), QStringLiteral("")}};
+
+const Words &wordsOf(const EmberDocument *document)
+{
+    return document->fileType() == EmberDocument::Animations ? animationWords : codeWords;
+}
 
 const QStringList values{QStringLiteral("1"),
                          QStringLiteral("2, 3"),
@@ -81,10 +109,16 @@ QString RandomEditor::step()
         {"remove a node", 3, &RandomEditor::removeNode},
         {"insert beside a node", 4, &RandomEditor::insertBesideNode},
         {"replace matches", 2, &RandomEditor::replaceMatches},
+        {"parse all", 2, &RandomEditor::parseAll},
+        {"edit the list", 80, &RandomEditor::editList},
+        {"edit a frame", 20, &RandomEditor::editFrame},
     };
+    // The last two are for files of animations.
+    const bool hasList = m_document->animations();
+    const int count = int(std::size(choices)) - (hasList ? 0 : 2);
     int weights = 0;
-    for (const Choice &choice : choices)
-        weights += choice.weight;
+    for (int i = 0; i < count; ++i)
+        weights += choices[i].weight;
     int drawn = below(weights);
     for (const Choice &choice : choices) {
         drawn -= choice.weight;
@@ -106,7 +140,7 @@ void RandomEditor::typeCharacter()
 void RandomEditor::typeLine()
 {
     QTextCursor cursor = linesSelected(randomLine(), -1);
-    cursor.insertText(anyOf(entries) + QLatin1Char('\n'));
+    cursor.insertText(anyOf(wordsOf(m_document).entries) + QLatin1Char('\n'));
 }
 
 void RandomEditor::deleteCharacters()
@@ -136,14 +170,14 @@ void RandomEditor::pasteSection()
 {
     const int place = below(2) ? m_document->findBlockByNumber(randomLine()).position()
                                : below(m_document->characterCount());
-    cursorAt(place).insertText(anyOf(sections));
+    cursorAt(place).insertText(anyOf(wordsOf(m_document).sections));
 }
 
 void RandomEditor::editHeader()
 {
     QTextCursor cursor(m_document->findBlockByNumber(randomHeader()));
     cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
-    cursor.insertText(anyOf(headers));
+    cursor.insertText(anyOf(wordsOf(m_document).headers));
 }
 
 void RandomEditor::damageHeader()
@@ -190,7 +224,7 @@ void RandomEditor::bracket()
     m_document->beginChange();
     const int edits = 1 + below(5);
     for (int i = 0; i < edits; ++i) {
-        switch (below(7)) {
+        switch (below(m_document->animations() ? 10 : 7)) {
         case 0:
             setValue();
             break;
@@ -205,6 +239,13 @@ void RandomEditor::bracket()
             break;
         case 4:
             addValue();
+            break;
+        case 7:
+        case 8:
+            editList();
+            break;
+        case 9:
+            editFrame();
             break;
         default: {
             const int first = randomLine();
@@ -221,12 +262,17 @@ void RandomEditor::bracket()
 /// Inside a bracket every line has the node that it should, and the list is in the text's order.
 void RandomEditor::checkInsideBracket()
 {
+    if (!m_document->option(QStringLiteral("parseCode")).toBool())
+        return;
+    const bool hasList = m_document->animations();
     const Kiln::CodeNode *last = m_document;
     for (QTextBlock block = m_document->begin(); block.isValid(); block = block.next()) {
         const Kiln::CodeNode *node = m_document->nodeInBlock(block);
         const EmberLine line = EmberLine::read(block.text());
-        const bool isHeader = line.kind == EmberLine::Header;
-        if (isHeader != (node && node->type() == Kiln::CodeNode::Group))
+        const bool isHeader =
+            line.kind == EmberLine::Header && (!hasList || line.word == QLatin1String("animation"));
+        const auto type = hasList ? Kiln::CodeNode::Animation : Kiln::CodeNode::Group;
+        if (isHeader != (node && node->type() == type))
             m_fault = QStringLiteral("inside a bracket, line %1\n").arg(block.blockNumber());
         if (!node)
             continue;
@@ -287,6 +333,88 @@ void RandomEditor::replaceMatches()
     m_document->replace(results, anyOf({QStringLiteral("drift: 1"), QStringLiteral("@st%1")}));
 }
 
+/// Parses the file as a whole, which changes nothing.
+void RandomEditor::parseAll()
+{
+    if (below(2)) {
+        m_document->rehighlight();
+        return;
+    }
+    m_document->setSyntaxHighlight(false);
+    m_document->setSyntaxHighlight(true);
+}
+
+void RandomEditor::editList()
+{
+    EmberAnimations *list = m_document->animations();
+    const int count = int(list->count());
+    const auto row = unsigned(below(qMax(count, 1)));
+    Kiln::AnimationCode *animation = list->at(row);
+    const int action = below(12);
+    if (action == 0)
+        list->add(identifier());
+    else if (action == 1)
+        list->insert(row, identifier());
+    else if (action == 2)
+        list->remove(row);
+    else if (action == 3)
+        list->duplicate(row, below(2) ? identifier() : QString());
+    else if (action == 4)
+        list->autoOrganize();
+    else if (action < 7)
+        list->move(row, unsigned(below(qMax(count, 1))));
+    else if (animation && action == 7)
+        animation->setCode(animation->code() + QLatin1Char('\n') + randomText());
+    else if (animation && action == 8)
+        animation->setProperty(QStringLiteral("Identifier"), identifier());
+    else if (animation && action == 9)
+        animation->insertFrame(unsigned(below(4)), below(2) ? identifier() : QString());
+    else if (animation && action == 10)
+        animation->removeFrame(unsigned(below(4)));
+    else if (animation)
+        animation->optimize();
+}
+
+void RandomEditor::editFrame()
+{
+    auto *frame = dynamic_cast<Kiln::FrameCode *>(randomNode());
+    if (!frame)
+        return;
+    Kiln::ContactBoxesCode *boxes =
+        frame->contactBoxes(Kiln::ContactBoxCode::BoxType(1 + below(2)));
+    const QRect rect(below(9) - 4, below(9) - 4, 1 + below(5), 1 + below(5));
+    Kiln::ContactBoxCode *box = boxes->at(unsigned(below(3)));
+    const QVariant texts[] = {identifier(), QString()};
+    const QVector<QVariant> values{texts[below(2)], QPoint(below(9) - 4, below(9) - 4),
+                                   below(5) - 1,    QPointF(below(4) / 2.0, below(4) / 2.0),
+                                   below(8) * 22.5, below(4),
+                                   below(2) == 0};
+    const int property = below(values.size());
+    switch (below(6)) {
+    case 0:
+        boxes->add(rect);
+        break;
+    case 1:
+        boxes->remove(box);
+        break;
+    case 2:
+        if (box)
+            box->setRect(rect);
+        break;
+    case 3:
+        boxes->setRects(QVector<QRect>(below(4), rect));
+        break;
+    default:
+        frame->setProperty(frame->propertyNames().at(property), values.at(property));
+    }
+}
+
+/// One that sorts as a number or as a name, and is often taken.
+QString RandomEditor::identifier()
+{
+    return below(2) ? QString::number(below(12)) : QString(QChar('a' + below(4)));
+}
+
 /// A number from 0 to `bound` - 1.
 int RandomEditor::below(int bound)
 {
@@ -341,13 +469,13 @@ QString RandomEditor::randomText()
 {
     switch (below(4)) {
     case 0:
-        return anyOf(sections);
+        return anyOf(wordsOf(m_document).sections);
     case 1:
-        return anyOf(headers);
+        return anyOf(wordsOf(m_document).headers);
     case 2:
         return QString();
     default:
-        return anyOf(entries) + QLatin1Char('\n');
+        return anyOf(wordsOf(m_document).entries) + QLatin1Char('\n');
     }
 }
 

@@ -5,8 +5,8 @@
 #include <QRandomGenerator>
 #include <QStringList>
 
-/// Somebody who edits a document of Ember code without end and without sense: the same things in
-/// the same order for the same seed.
+/// Somebody who edits a document of Ember code or animations without end and without sense: the
+/// same things in the same order for the same seed.
 class RandomEditor
 {
 public:
@@ -45,6 +45,9 @@ private:
     void removeNode();
     void insertBesideNode();
     void replaceMatches();
+    void parseAll();
+    void editList();
+    void editFrame();
 
     void checkInsideBracket();
     int below(int bound);
@@ -54,6 +57,7 @@ private:
     int randomHeader();
     Kiln::CodeNode *randomNode();
     QString randomText();
+    QString identifier();
     QString anyOf(const QStringList &texts);
 
     EmberDocument *m_document;

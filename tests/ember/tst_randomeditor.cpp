@@ -1,8 +1,9 @@
+#include "freshdocument.h"
 #include "modelmirror.h"
 #include "randomeditor.h"
 
+#include <ember/emberanimations.h>
 #include <ember/emberparentproject.h>
-#include <kilnx/code/codeblockdata.h>
 #include <kilnx/project/archive.h>
 #include <tests/support/testhost.h>
 #include <tests/support/treedump.h>
@@ -10,9 +11,9 @@
 #include <QAbstractItemModelTester>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTextBlock>
 
 #include <memory>
+#include <vector>
 
 namespace
 {
@@ -25,30 +26,18 @@ const char *const startText = "@state stand\n"
                               "    when: (height <= 0)\n"
                               "    then: stand\n";
 
-/// The brackets and the row of each line.
-QString lines(EmberDocument *document)
-{
-    QString text;
-    for (QTextBlock block = document->begin(); block.isValid(); block = block.next()) {
-        const int line = block.blockNumber();
-        text += QString::number(line) + QLatin1Char(' ');
-        text += document->indexInLine(line).data().toString();
-        for (const auto &bracket : Kiln::CodeBlockData::testBlockData(block)->parenthesis()) {
-            text += QStringLiteral(" %1%2/%3")
-                        .arg(bracket.character)
-                        .arg(bracket.position)
-                        .arg(bracket.type);
-        }
-        text += QLatin1Char('\n');
-    }
-    return text;
-}
+const char *const startAnimations = "; He walks.\n"
+                                    "@animation walk, title Walking\n"
+                                    "    body: -10, -60, 10, 0\n"
+                                    "    frame: w1, at 2 0, for 6 ; left\n"
+                                    "    strike: 4, -50, 20, -40\n"
+                                    "    frame: w2\n";
 
-/// A document of states in a project, as an editor has it.
+/// A document in a project, as an editor has it.
 class OpenDocument
 {
 public:
-    OpenDocument();
+    explicit OpenDocument(EmberDocument::FileType type);
     ~OpenDocument();
     EmberDocument *get() const { return m_document; }
 
@@ -59,14 +48,16 @@ private:
     EmberDocument *m_document;
 };
 
-OpenDocument::OpenDocument()
+OpenDocument::OpenDocument(EmberDocument::FileType type)
     : m_parent(EmberParentProject::create(m_directory.path(),
                                           Kiln::FileSystemArchive::instance(),
                                           EmberDocument::Character))
-    , m_document(new EmberDocument(EmberDocument::States))
+    , m_document(new EmberDocument(type))
 {
-    m_parent->openedProjects().first()->addFile(m_document, Kiln::Project::FileID::Code);
-    m_document->fromString(QString::fromLatin1(startText));
+    const bool isCode = type == EmberDocument::States;
+    m_parent->openedProjects().first()->addFile(
+        m_document, isCode ? Kiln::Project::FileID::Code : Kiln::Project::FileID::Animations);
+    m_document->fromString(QString::fromLatin1(isCode ? startText : startAnimations));
 }
 
 OpenDocument::~OpenDocument()
@@ -119,7 +110,35 @@ void HeldIndexes::hold(const QModelIndex &parent)
     }
 }
 
+/// A model, as tests and views know it.
+struct WatchedModel {
+    WatchedModel(QAbstractItemModel *watched, bool keepsTexts)
+        : model(watched)
+        , mirror(watched)
+        , held(watched)
+    {
+        if (keepsTexts) {
+            tester = std::make_unique<QAbstractItemModelTester>(
+                watched, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        }
+    }
+    QString fault()
+    {
+        const QString rows = mirror.text();
+        return held.fault() + (rows == TreeDump::rows(*model)
+                                   ? QString()
+                                   : QStringLiteral("by the signals the rows are:\n") + rows);
+    }
+
+    QAbstractItemModel *model;
+    ModelMirror mirror;
+    HeldIndexes held;
+    std::unique_ptr<QAbstractItemModelTester> tester;
+};
+
 } // namespace
+
+Q_DECLARE_METATYPE(EmberDocument::FileType)
 
 /// However the text of a document came about, its tree, its messages and its model rows are those
 /// of a document that was given the same text at once.
@@ -132,42 +151,51 @@ private slots:
     void equalsFreshDocument();
     void undoesAndRedoesAll_data();
     void undoesAndRedoesAll();
-
-private:
-    static QString difference(EmberDocument *document);
 };
 
 void TestRandomEditor::equalsFreshDocument_data()
 {
+    QTest::addColumn<EmberDocument::FileType>("type");
     QTest::addColumn<quint32>("seed");
     QTest::addColumn<bool>("holdsIndexes");
-    for (quint32 seed = 1; seed <= 8; ++seed)
-        QTest::addRow("seed %u", seed) << seed << (seed % 2 == 0);
+    for (quint32 seed = 1; seed <= 8; ++seed) {
+        for (const auto type : {EmberDocument::States, EmberDocument::Animations})
+            QTest::addRow("%s, seed %u", EmberDocument::suffix(type), seed)
+                << type << seed << (seed % 2 == 0);
+    }
 }
 
 /// Set KILN_RANDOM_STEPS for more or fewer than 600 steps a seed.
 void TestRandomEditor::equalsFreshDocument()
 {
+    QFETCH(EmberDocument::FileType, type);
     QFETCH(quint32, seed);
     QFETCH(bool, holdsIndexes);
     const int steps = qEnvironmentVariableIsSet("KILN_RANDOM_STEPS")
                           ? qEnvironmentVariableIntValue("KILN_RANDOM_STEPS")
                           : 600;
-    const OpenDocument open;
+    const OpenDocument open(type);
     EmberDocument *document = open.get();
-    QAbstractItemModelTester tester(document->model(),
-                                    QAbstractItemModelTester::FailureReportingMode::QtTest);
-    ModelMirror mirror(document->model());
-    HeldIndexes held(document->model());
+    document->setOption(QStringLiteral("parseCode"), !document->animations() || seed % 3 != 0,
+                        false, false);
+    std::vector<std::unique_ptr<WatchedModel>> models;
+    // The tree shows a frame without a name by its row, so rows say something else as others come.
+    models.push_back(std::make_unique<WatchedModel>(document->model(), !document->animations()));
+    if (document->animations())
+        models.push_back(std::make_unique<WatchedModel>(document->animations(), true));
     RandomEditor editor(document, seed);
     for (int step = 0; step < steps; ++step) {
         const QString before = document->toPlainText();
-        if (holdsIndexes)
-            held.holdAll();
+        for (const auto &model : models) {
+            if (holdsIndexes)
+                model->held.holdAll();
+        }
+        if (step % 200 == 199)
+            document->fromString(before);
         const QString action = editor.step();
-        QString fault = editor.fault() + held.fault() + difference(document);
-        if (fault.isEmpty() && mirror.text() != TreeDump::rows(*document->model()))
-            fault = QStringLiteral("by the signals the rows are:\n") + mirror.text();
+        QString fault = editor.fault() + difference(*document);
+        for (const auto &model : models)
+            fault += model->fault();
         if (!fault.isEmpty() || QTest::currentTestFailed()) {
             qWarning().noquote() << "step" << step << action << "\nbefore:\n" + before
                                  << "\nafter:\n" + document->toPlainText() << '\n' + fault;
@@ -178,17 +206,22 @@ void TestRandomEditor::equalsFreshDocument()
 
 void TestRandomEditor::undoesAndRedoesAll_data()
 {
+    QTest::addColumn<EmberDocument::FileType>("type");
     QTest::addColumn<quint32>("seed");
-    for (quint32 seed = 101; seed <= 104; ++seed)
-        QTest::addRow("seed %u", seed) << seed;
+    for (quint32 seed = 101; seed <= 104; ++seed) {
+        for (const auto type : {EmberDocument::States, EmberDocument::Animations})
+            QTest::addRow("%s, seed %u", EmberDocument::suffix(type), seed) << type << seed;
+    }
 }
 
 /// Back to the start step by step, and forth again: text and tree pass through the same stages.
 void TestRandomEditor::undoesAndRedoesAll()
 {
+    QFETCH(EmberDocument::FileType, type);
     QFETCH(quint32, seed);
-    const OpenDocument open;
+    const OpenDocument open(type);
     EmberDocument *document = open.get();
+    const QString start = document->toPlainText();
     RandomEditor editor(document, seed);
     for (int step = 0; step < 100; ++step)
         editor.step();
@@ -200,26 +233,13 @@ void TestRandomEditor::undoesAndRedoesAll()
         stages.append(TreeDump::all(*document));
     }
     QVERIFY(stages.size() > 20);
-    QCOMPARE(document->toPlainText(), QString::fromLatin1(startText));
+    QCOMPARE(document->toPlainText(), start);
     for (int stage = stages.size() - 2; stage >= 0; --stage) {
         QVERIFY(document->isRedoAvailable());
         document->redo();
         QCOMPARE(TreeDump::all(*document), stages.at(stage));
     }
     QVERIFY(!document->isRedoAvailable());
-}
-
-/// What is wrong with the document, empty if nothing is.
-QString TestRandomEditor::difference(EmberDocument *document)
-{
-    auto *fresh = new EmberDocument(EmberDocument::States);
-    fresh->fromString(document->toPlainText());
-    const QString found = TreeDump::all(*document) + lines(document);
-    const QString expected = TreeDump::all(*fresh) + lines(fresh);
-    fresh->release();
-    if (found == expected)
-        return QString();
-    return QStringLiteral("found:\n") + found + QStringLiteral("\nexpected:\n") + expected;
 }
 
 QTEST_MAIN(TestRandomEditor)

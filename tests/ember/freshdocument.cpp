@@ -1,0 +1,78 @@
+#include "freshdocument.h"
+
+#include <ember/emberanimations.h>
+#include <kilnx/code/animationcode.h>
+#include <kilnx/code/codeblockdata.h>
+#include <kilnx/code/contactboxes.h>
+#include <kilnx/code/framecode.h>
+#include <tests/support/treedump.h>
+
+#include <QDebug>
+#include <QTextBlock>
+
+using namespace Kiln;
+
+namespace
+{
+
+/// The brackets and the row of each line.
+QString lines(EmberDocument &document)
+{
+    QString text;
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        const int line = block.blockNumber();
+        text += QString::number(line) + QLatin1Char(' ');
+        text += document.indexInLine(line).data().toString();
+        for (const auto &bracket : CodeBlockData::testBlockData(block)->parenthesis()) {
+            text += QStringLiteral(" %1%2/%3")
+                        .arg(bracket.character)
+                        .arg(bracket.position)
+                        .arg(bracket.type);
+        }
+        text += QLatin1Char('\n');
+    }
+    return text;
+}
+
+/// Everything that a file of animations says, read through the contract of the library.
+QString contents(const EmberAnimations &list)
+{
+    QString text = TreeDump::rows(list);
+    QDebug stream(&text);
+    stream.nospace();
+    for (AnimationCode *animation : list.animations()) {
+        stream << animation->displayName() << animation->firstLine() << '-' << animation->lastLine()
+               << '\n';
+        for (FrameCode *frame : animation->frames()) {
+            stream << "  " << frame->index() << " line " << frame->firstLine() << '-'
+                   << frame->lastLine() << " of " << animation->name();
+            for (const QString &name : frame->propertyNames())
+                stream << ' ' << frame->property(name);
+            for (const auto type : {ContactBoxCode::Attack, ContactBoxCode::Collision})
+                stream << ' ' << frame->contactBoxes(type)->rects();
+            stream << '\n';
+        }
+    }
+    return text;
+}
+
+QString state(EmberDocument &document)
+{
+    const EmberAnimations *list = document.animations();
+    return TreeDump::all(document) + lines(document) + (list ? contents(*list) : QString());
+}
+
+} // namespace
+
+QString difference(EmberDocument &document)
+{
+    auto *fresh = new EmberDocument(static_cast<EmberDocument::FileType>(document.fileType()));
+    fresh->fromString(document.toPlainText());
+    const QString found = state(document);
+    const QString expected = state(*fresh);
+    fresh->release();
+    if (found == expected)
+        return QString();
+    return QStringLiteral("\n%1\nfound:\n%2\nexpected:\n%3")
+        .arg(document.toPlainText(), found, expected);
+}
