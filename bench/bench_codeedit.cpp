@@ -2,8 +2,8 @@
 // each with its own highlighting and folding where it has any. A time runs until the change is
 // painted. The time of a row is the code view's; `scintilla`, `kate` and `bare` are the others' in
 // terms of it, so that 2 means twice as long. An editor is left out of a row where it has no such
-// operation or where its canvas was not seen to be painted. Where the row tells memory, it is bytes
-// on the heap.
+// operation, where it takes minutes for it, or where its canvas was not seen to be painted. Where
+// the row tells memory, it is bytes on the heap.
 
 #include "codeviews.h"
 
@@ -23,19 +23,24 @@ namespace
 
 using Clock = std::chrono::steady_clock;
 using Work = std::function<bool(CodeBenchView &)>;
+using Text = std::function<QString(CodeViewKind)>;
 
 const QString MemoryOption = QStringLiteral("--memory-of");
 const char *const Names[] = {"kilnx", "bare", "scintilla", "kate"};
 constexpr int Kinds = 4;
 constexpr int TurnsOfKeys = 20;
+constexpr int TurnsOfLongKeys = 5;
 
-/// Code of sections with entries, which the highlighters of all editors see as an INI file.
-QString code(int lines)
+/// Code of sections with entries, in as many characters for each editor. The heads of the sections
+/// are those of Ember in the code view, and those of an INI file, which fold there, in the others.
+QString code(CodeViewKind kind, int lines)
 {
+    const QString head =
+        kind == KilnView ? QStringLiteral("@state number %1") : QStringLiteral("[state count %1]");
     QStringList text;
     for (int line = 0; line < lines; ++line) {
         if (line % 10 == 0)
-            text << QStringLiteral("@state number %1").arg(line);
+            text << head.arg(line);
         else
             text << QStringLiteral("    cel: wren_%1 ; what it is").arg(line);
     }
@@ -92,19 +97,23 @@ void show(CodeBenchView &view)
     paint();
 }
 
-/// Runs `prepare` and then `work` in each editor, `turns` times, and reports the medians.
+const Work nothing = [](CodeBenchView &) { return true; };
+
+/// Runs `prepare` and then `work` in each editor, `turns` times, and reports the medians. What
+/// `work` says to have done must hold up to `check`.
 void compare(benchmark::State &state,
-             const QString &text,
+             const Text &text,
              int turns,
              const Work &prepare,
-             const Work &work)
+             const Work &work,
+             const Work &check = nothing)
 {
     double median[Kinds] = {};
     for (auto _ : state) {
         for (int kind = 0; kind < Kinds; ++kind) {
             const auto view = makeView(CodeViewKind(kind));
             show(*view);
-            view->load(text);
+            view->load(text(CodeViewKind(kind)));
             paint();
             std::vector<double> times;
             bool did = true;
@@ -112,6 +121,8 @@ void compare(benchmark::State &state,
                 prepare(*view);
                 paint();
                 times.push_back(timed(*view, work, &did));
+                if (did && !check(*view))
+                    qFatal("%s has not done it", Names[kind]);
             }
             std::sort(times.begin(), times.end());
             median[kind] = did ? times[times.size() / 2] : 0;
@@ -124,13 +135,22 @@ void compare(benchmark::State &state,
     }
 }
 
-const Work nothing = [](CodeBenchView &) { return true; };
+Text codeOf(const benchmark::State &state)
+{
+    const int lines = int(state.range(0));
+    return [=](CodeViewKind kind) { return code(kind, lines); };
+}
 
 void loadAndPaint(benchmark::State &state)
 {
-    const QString text = code(int(state.range(0)));
+    QString text;
     compare(
-        state, text, 3,
+        state,
+        [&](CodeViewKind kind) {
+            text = codeOf(state)(kind);
+            return text;
+        },
+        3,
         [](CodeBenchView &view) {
             view.load(QString());
             return true;
@@ -145,7 +165,7 @@ void keystroke(benchmark::State &state, bool middle)
 {
     const int lines = int(state.range(0));
     compare(
-        state, code(lines), TurnsOfKeys,
+        state, codeOf(state), TurnsOfKeys,
         [=](CodeBenchView &view) {
             view.goTo(middle ? lines / 2 + 3 : 3);
             return true;
@@ -168,28 +188,43 @@ void keystrokeInTheMiddle(benchmark::State &state)
 
 void pageDown(benchmark::State &state)
 {
-    compare(state, code(int(state.range(0))), TurnsOfKeys, nothing,
+    compare(state, codeOf(state), TurnsOfKeys, nothing,
             [](CodeBenchView &view) { return view.pageDown(); });
+}
+
+/// Whether more lines of the text are between the edges of the screen than it has room for.
+bool isFolded(CodeBenchView &view)
+{
+    constexpr int mostOnScreen = 100;
+    view.goTo(0);
+    paint();
+    return view.lastLineOnScreen() > mostOnScreen;
 }
 
 void foldAll(benchmark::State &state)
 {
     compare(
-        state, code(int(state.range(0))), 3, [](CodeBenchView &view) { return view.unfoldAll(); },
-        [](CodeBenchView &view) { return view.foldAll(); });
+        state, codeOf(state), 3, [](CodeBenchView &view) { return view.unfoldAll(); },
+        [](CodeBenchView &view) { return view.foldAll(); }, isFolded);
 }
 
 void unfoldAll(benchmark::State &state)
 {
     compare(
-        state, code(int(state.range(0))), 3, [](CodeBenchView &view) { return view.foldAll(); },
-        [](CodeBenchView &view) { return view.unfoldAll(); });
+        state, codeOf(state), 3,
+        [](CodeBenchView &view) {
+            if (view.foldAll() && !isFolded(view))
+                qFatal("nothing to unfold");
+            return true;
+        },
+        [](CodeBenchView &view) { return view.unfoldAll(); },
+        [](CodeBenchView &view) { return !isFolded(view); });
 }
 
 void findLastLine(benchmark::State &state)
 {
     compare(
-        state, code(int(state.range(0))), 5,
+        state, codeOf(state), 5,
         [](CodeBenchView &view) {
             view.goTo(0);
             return true;
@@ -197,26 +232,33 @@ void findLastLine(benchmark::State &state)
         [](CodeBenchView &view) { return view.find(QStringLiteral("last line of all")); });
 }
 
-/// What a view takes for a text, in bytes of the heap.
-double bytesOfText(CodeViewKind kind, const QString &text)
+/// What a view takes for a text, in bytes of the heap, at once or after it has shown every line.
+double bytesOfText(CodeViewKind kind, int lines, bool paged)
 {
+    constexpr int leastOnScreen = 30;
     const auto view = makeView(kind);
     show(*view);
+    const QString text = code(kind, lines);
     const std::size_t before = mallinfo2().uordblks + mallinfo2().hblkhd;
     view->load(text);
     paint();
+    for (int line = 0; paged && line < lines; line += leastOnScreen) {
+        view->pageDown();
+        paint();
+    }
     return double(mallinfo2().uordblks + mallinfo2().hblkhd - before);
 }
 
 /// Each view in a process of its own: what one leaves in pools another would find there.
-void memory(benchmark::State &state)
+void compareMemory(benchmark::State &state, bool paged)
 {
     double bytes[Kinds] = {};
     for (auto _ : state) {
         for (int kind = 0; kind < Kinds; ++kind) {
             QProcess program;
             program.start(QCoreApplication::applicationFilePath(),
-                          {MemoryOption, QString::number(kind), QString::number(state.range(0))});
+                          {MemoryOption, QString::number(kind), QString::number(state.range(0)),
+                           QString::number(paged)});
             program.waitForFinished(-1);
             bytes[kind] = program.readAllStandardOutput().trimmed().toDouble();
         }
@@ -227,15 +269,29 @@ void memory(benchmark::State &state)
         state.counters[Names[kind]] = bytes[kind] / bytes[KilnView];
 }
 
+void memory(benchmark::State &state)
+{
+    compareMemory(state, false);
+}
+
+void memoryAfterPaging(benchmark::State &state)
+{
+    compareMemory(state, true);
+}
+
 void keystrokeInALongLine(benchmark::State &state)
 {
-    QString text = QStringLiteral("@state a\n    cel: ");
-    while (text.size() < state.range(0))
-        text += QStringLiteral("wren_17 ");
     compare(
-        state, text, 3,
+        state,
+        [&](CodeViewKind kind) {
+            QString text = code(kind, 1) + QStringLiteral("\n    cel: ");
+            while (text.size() < state.range(0))
+                text += QStringLiteral("wren_17 ");
+            return text;
+        },
+        TurnsOfLongKeys,
         [](CodeBenchView &view) {
-            view.goTo(1);
+            view.goTo(2);
             return true;
         },
         [](CodeBenchView &view) {
@@ -255,6 +311,7 @@ BENCHMARK(foldAll) CODE_SIZES;
 BENCHMARK(unfoldAll) CODE_SIZES;
 BENCHMARK(findLastLine) CODE_SIZES;
 BENCHMARK(memory) CODE_SIZES;
+BENCHMARK(memoryAfterPaging) CODE_SIZES;
 BENCHMARK(keystrokeInALongLine)
     ->Arg(1000000)
     ->Iterations(1)
@@ -269,7 +326,8 @@ int main(int argc, char **argv)
     const QStringList arguments = application.arguments();
     if (arguments.value(1) == MemoryOption) {
         const auto kind = CodeViewKind(arguments.value(2).toInt());
-        std::printf("%.0f\n", bytesOfText(kind, code(arguments.value(3).toInt())));
+        std::printf("%.0f\n",
+                    bytesOfText(kind, arguments.value(3).toInt(), arguments.value(4).toInt()));
         return 0;
     }
     benchmark::Initialize(&argc, argv);

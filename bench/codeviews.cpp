@@ -68,6 +68,10 @@ public:
         editor()->unfoldAll();
         return true;
     }
+    int lastLineOnScreen() override
+    {
+        return editor()->cursorForPosition(canvas()->rect().bottomLeft()).blockNumber();
+    }
     bool find(const QString &text) override
     {
         return m_searcher.Kiln::CodeFileEditor::find(m_document, text, 0);
@@ -85,6 +89,7 @@ private:
 class Bare : public CodeBenchView
 {
 public:
+    Bare() { m_edit.setLineWrapMode(QPlainTextEdit::NoWrap); } // as the others
     QWidget *widget() override { return &m_edit; }
     QWidget *input() override { return &m_edit; }
     QWidget *canvas() override { return m_edit.viewport(); }
@@ -129,6 +134,12 @@ public:
         m_edit.SendScintilla(QsciScintillaBase::SCI_FOLDALL, 1ul);
         return true;
     }
+    int lastLineOnScreen() override
+    {
+        const long onScreen = m_edit.SendScintilla(QsciScintillaBase::SCI_LINESONSCREEN);
+        return int(m_edit.SendScintilla(QsciScintillaBase::SCI_DOCLINEFROMVISIBLE,
+                                        m_edit.firstVisibleLine() + onScreen));
+    }
     bool find(const QString &text) override
     {
         return m_edit.findFirst(text, false, false, false, false, true, 0, 0);
@@ -166,8 +177,16 @@ public:
     }
     void goTo(int line) override { m_view->setCursorPosition({line, 0}); }
     bool pageDown() override { return act("scroll_page_down"); } // its key is that of the action
-    bool foldAll() override { return act("folding_toplevel"); }
-    bool unfoldAll() override { return act("folding_expandtoplevel") || act("unfold_all"); }
+    /// Its time grows with the square of the lines: 100,000 take minutes.
+    bool foldAll() override { return m_document->lines() < 50000 && act("folding_toplevel"); }
+    bool unfoldAll() override
+    {
+        return m_document->lines() < 50000 && (act("folding_expandtoplevel") || act("unfold_all"));
+    }
+    int lastLineOnScreen() override
+    {
+        return m_view->lastDisplayedLine(KTextEditor::View::RealLine);
+    }
     bool find(const QString &text) override
     {
         const auto found =

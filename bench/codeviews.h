@@ -21,6 +21,9 @@ public:
     virtual bool foldAll() { return false; }
     virtual bool unfoldAll() { return false; }
     virtual bool pageDown();
+    /// The number in the text of what is the last line on the screen; -1 in an editor that doesn't
+    /// fold.
+    virtual int lastLineOnScreen() { return -1; }
     virtual bool find(const QString &text) = 0;
 };
 
