@@ -398,7 +398,8 @@ void Animations::childChanged(CodeNode *node)
     // Inside a bracket no row can be read; the document tells again when it has closed.
     if (m_record->moving || m_document->isCodeBeingChanged())
         return;
-    const int row = indexOf(static_cast<AnimationCode *>(node));
+    // In a file that is loaded it is the last one each time.
+    const int row = m_record->animations.lastIndexOf(static_cast<AnimationCode *>(node));
     if (row >= 0)
         Q_EMIT dataChanged(index(row), index(row), {Qt::DisplayRole});
 }
