@@ -82,9 +82,9 @@ public:
     virtual void insertChild(CodeNode *node, unsigned int index) = 0;
     /// `node` is about to leave the tree.
     virtual void removeChild(CodeNode *node) = 0;
-    /// The value of `node` changed, or `node` is complete: insertChild() comes from its constructor,
-    /// before the parser's part of it is there. What happened inside a bracket of changes is told
-    /// once more when it has closed.
+    /// The value of `node` changed, or `node` is complete: insertChild() comes from its
+    /// constructor, before the parser's part of it is there. What happened inside a bracket of
+    /// changes is told once more when it has closed.
     virtual void childChanged(CodeNode *node) = 0;
 };
 } // namespace Kiln
