@@ -2,7 +2,7 @@
 // each with its own highlighting and folding where it has any. A time runs until the change is
 // painted. The time of a row is the code view's; `scintilla`, `kate` and `bare` are the others' in
 // terms of it, so that 2 means twice as long. An editor is left out of a row where it has no such
-// operation, where it takes minutes for it, or where its canvas was not seen to be painted. Where
+// operation, where its turns take minutes, or where its canvas was not seen to be painted. Where
 // the row tells memory, it is bytes on the heap.
 
 #include "codeviews.h"
