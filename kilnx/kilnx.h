@@ -59,6 +59,7 @@
 #include <kilnx/project/translator.h>
 #include <kilnx/project/treemodel.h>
 #include <kilnx/project/workspace.h>
+#include <kilnx/render/texture.h>
 #include <kilnx/sound/sounds.h>
 #include <kilnx/sound/soundsample.h>
 #include <kilnx/sound/wav.h>
