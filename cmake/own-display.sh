@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs a command on an X server of its own, which is stopped afterwards by its process id. Windows
-# of two programs on one server would take the keyboard from each other.   own-display.sh COMMAND...
+# of two programs on one server would take the keyboard from each other. Text has the fonts that
+# fonts.conf beside this file names, on any machine.   own-display.sh COMMAND...
 set -euo pipefail
 work=$(mktemp -d)
 server=
@@ -20,4 +21,5 @@ done
 
 mkdir -m 700 "$work/runtime"
 env -u WAYLAND_DISPLAY DISPLAY=":$(cat "$work/display")" QT_QPA_PLATFORM=xcb \
+    FONTCONFIG_FILE="$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/fonts.conf" \
     XDG_RUNTIME_DIR="$work/runtime" LIBGL_ALWAYS_SOFTWARE=1 "$@"

@@ -17,6 +17,7 @@
 #include <kilnx/code/codedocument.h>
 #include <kilnx/code/messages.h>
 #include <kilnx/code/textcodecs.h>
+#include <kilnx/codeedit/codefont_p.h>
 #include <kilnx/codeedit/snipdlg.h>
 #include <kilnx/codeedit/snippets.h>
 #include <kilnx/forms/messageboxes.h>
@@ -328,11 +329,7 @@ void CodeWorkspace::zoomActual()
 {
     const int size = d->host->option(QStringLiteral("font_size"), QVariant()).toInt();
     const QString family = d->host->option(QStringLiteral("font_name"), QVariant()).toString();
-    QFont font(family.isEmpty() ? QStringLiteral("Courier") : family,
-               size > 0 ? size : DefaultFontSize);
-    // Where the family is missing, some other font of one width stands in.
-    font.setStyleHint(QFont::Monospace);
-    setCodeFont(font);
+    setCodeFont(codeFont(family, size > 0 ? size : DefaultFontSize));
 }
 
 void CodeWorkspace::zoomIn()

@@ -3,11 +3,11 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QSaveFile>
-#include <QtGui/QFontDatabase>
 #include <QtWidgets/QDialogButtonBox>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QVBoxLayout>
 
+#include <kilnx/codeedit/codefont_p.h>
 #include <kilnx/codeedit/snippets.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/project/paths.h>
@@ -34,7 +34,7 @@ SnipDlg::SnipDlg(QWidget *parent, const QString &file)
     , m_fields(new SnipFieldsModel(this))
 {
     m_form->setupUi(this);
-    m_form->snipEdit->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    m_form->snipEdit->setFont(codeFont(QString(), font().pointSize()));
     m_form->snipFields->setModel(m_fields);
     connect(m_form->addBut, &QPushButton::clicked, this, &SnipDlg::addField);
     connect(m_form->editBut, &QPushButton::clicked, this, &SnipDlg::editField);

@@ -15,6 +15,7 @@
 #include <QComboBox>
 #include <QElapsedTimer>
 #include <QInputDialog>
+#include <QProcess>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -59,6 +60,9 @@ private slots:
     void documentsRememberTheirPlace();
     void settingsAreRead();
     void zoom();
+    void codeStandsInColumns_data();
+    void codeStandsInColumns();
+    void columnsWhereNamesMislead();
     void goToLine_data();
     void goToLine();
     void steppingThroughMessages_data();
@@ -264,10 +268,58 @@ void TestCodeWorkspace::zoom()
     for (int i = 0; i < 20; ++i)
         m_workspace->zoomOut();
     QVERIFY(view()->font().pointSize() > 0);
-    m_host->options["font_name"] = "a family that nobody has";
-    m_workspace->zoomActual();
-    QCOMPARE(sizes(), QPoint(11, 11));
-    QVERIFY(QFontInfo(view()->font()).fixedPitch());
+}
+
+void TestCodeWorkspace::codeStandsInColumns_data()
+{
+    QTest::addColumn<QString>("family");
+    QTest::addColumn<bool>("columns"); // who asks for letters of different widths has them
+    QTest::newRow("the family of the options") << "Courier" << true;
+    QTest::newRow("none chosen") << "" << true;
+    QTest::newRow("a missing family") << "a family that nobody has" << true;
+    QTest::newRow("one that is there") << "Liberation Serif" << false;
+}
+
+void TestCodeWorkspace::codeStandsInColumns()
+{
+    QFETCH(QString, family);
+    QFETCH(bool, columns);
+    m_host->options["font_name"] = family;
+    m_workspace->reconfig();
+    m_document->fromString("iiiiiiii\nWWWWWWWW\n9 m , _ ");
+    QSet<int> ends;
+    for (int line = 0; line < 3; ++line) {
+        const QTextBlock block = m_document->findBlockByNumber(line);
+        QTextCursor cursor(block);
+        cursor.setPosition(block.position() + 8);
+        ends << view()->cursorRect(cursor).left();
+    }
+    QCOMPARE(view()->font().pointSize(), 11);
+    QCOMPARE(ends.size() == 1, columns);
+}
+
+/// The same on a machine whose names of fixed fonts lead to letters of different widths: fonts are
+/// found when a program starts, so that another has to tell.
+void TestCodeWorkspace::columnsWhereNamesMislead()
+{
+    const QString rules = m_directory->filePath("fonts.conf");
+    QFile file(rules);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    const QByteArray serif = "<edit name='family' mode='prepend' binding='%'>"
+                             "<string>DejaVu Serif</string></edit></match>";
+    file.write("<fontconfig><match target='pattern'>" + QByteArray(serif).replace('%', "weak") +
+               "<match target='pattern'><test name='family'><string>Courier</string></test>" +
+               QByteArray(serif).replace('%', "strong") +
+               "<include>" KILN_SOURCE_DIR "/cmake/fonts.conf</include></fontconfig>");
+    file.close();
+    QProcess other;
+    other.setProcessChannelMode(QProcess::ForwardedChannels);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("FONTCONFIG_FILE", rules);
+    other.setProcessEnvironment(environment);
+    other.start(QCoreApplication::applicationFilePath(), {"-silent", "codeStandsInColumns"});
+    QVERIFY(other.waitForFinished());
+    QCOMPARE(other.exitCode(), 0);
 }
 
 void TestCodeWorkspace::goToLine_data()
