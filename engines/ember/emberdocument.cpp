@@ -12,8 +12,6 @@
 namespace
 {
 
-const char *const treeOptions[] = {"parseCode", "modelCode", "highlightCode"};
-
 const EmberDocument::FileType fileTypes[] = {EmberDocument::Character, EmberDocument::Stage,
                                              EmberDocument::Game,      EmberDocument::Commands,
                                              EmberDocument::States,    EmberDocument::Animations};
@@ -23,11 +21,7 @@ const EmberDocument::FileType fileTypes[] = {EmberDocument::Character, EmberDocu
 EmberDocument::EmberDocument(FileType type)
     : CodeDocument(type)
 {
-    const Kiln::Interface *host = Kiln::Interface::instance();
-    for (const char *key : treeOptions) {
-        const QString option = QString::fromLatin1(key);
-        setOption(option, host ? host->option(option, true) : true, false, false);
-    }
+    followHostOptions();
     if (type == Animations) {
         new EmberAnimations(this);
         setParser(&EmberAnimationParser::instance());
@@ -86,12 +80,6 @@ const char *EmberDocument::suffix(FileType type)
 bool EmberDocument::isDefinition(FileType type)
 {
     return type == Character || type == Stage || type == Game;
-}
-
-void EmberDocument::followProject()
-{
-    for (const char *key : treeOptions)
-        setOption(QString::fromLatin1(key), QVariant(), false, false);
 }
 
 EmberAnimations *EmberDocument::animations() const

@@ -26,8 +26,6 @@ public:
         NoFileType = -1
     };
 
-    /// Starts with "parseCode", "modelCode" and "highlightCode" as the host has them, all true
-    /// where it has no say.
     explicit EmberDocument(FileType type);
 
     /// The type that the suffix of a file name tells; `NoFileType` for a stranger.
@@ -36,10 +34,6 @@ public:
     static const char *suffix(FileType type);
     /// True for the types whose files are the definition of a project.
     static bool isDefinition(FileType type);
-
-    /// From here on the three options are those of the project, which the file has joined. An
-    /// EmberProject calls it for each file that is added.
-    void followProject();
 
     /// The list of the animations; null for files of other types. It is the document's.
     EmberAnimations *animations() const;

@@ -106,13 +106,6 @@ EmberProject::EmberProject(EmberParentProject &parent, EmberDocument *definition
     messages()->registerMessages(m_missing.get());
     connect(static_cast<QTextDocument *>(definition), &QTextDocument::contentsChanged, this,
             &EmberProject::checkFiles);
-    connect(this, &Project::fileAdded, this, [this](const Kiln::ProjectFile *file) {
-        const QList<Kiln::ProjectFile *> all = files();
-        auto *document = dynamic_cast<EmberDocument *>(
-            all.value(all.indexOf(const_cast<Kiln::ProjectFile *>(file))));
-        if (document)
-            document->followProject();
-    });
 }
 
 EmberProject::~EmberProject() = default;

@@ -5,6 +5,7 @@
 #include <kilnx/code/codedocument_p.h>
 #include <kilnx/code/codelayout_p.h>
 #include <kilnx/code/noderows_p.h>
+#include <kilnx/project/interface.h>
 
 namespace Kiln
 {
@@ -229,6 +230,22 @@ void CodeDocument::enableGroups(std::initializer_list<unsigned int> subTypes)
     d->beginUpdate();
     d->parseAll();
     d->endUpdate();
+}
+
+void CodeDocument::followHostOptions()
+{
+    d->followsHostOptions = true;
+}
+
+QVariant CodeDocument::option(const QString &key)
+{
+    const QVariant told = ProjectFile::option(key);
+    const bool isOfCode = key == QLatin1String("parseCode") || key == QLatin1String("modelCode") ||
+                          key == QLatin1String("highlightCode");
+    if (told.isValid() || !d->followsHostOptions || !isOfCode)
+        return told;
+    const Interface *host = Interface::instance();
+    return host ? host->option(key, true) : true;
 }
 
 bool CodeDocument::groupEnabled(unsigned int subType) const

@@ -26,7 +26,8 @@ namespace Kiln
 ///
 /// Options, read through option() on each use: "parseCode" lets lines be parsed within a bracket of
 /// changes and groups be enabled; "modelCode" shows the tree as a model, which has no rows without
-/// it; "highlightCode" has the parser paint and report. Everything runs on the GUI thread.
+/// it; "highlightCode" has the parser paint and report. All are off until somebody sets them, so an
+/// engine's document calls followHostOptions(). Everything runs on the GUI thread.
 class KILNX_EXPORT CodeDocument : public QTextDocument,
                                   public RootCode,
                                   public ProjectFile,
@@ -61,6 +62,7 @@ public:
     QString fileName() override;
     QAbstractItemModel *model() override;
     void release() override = 0;
+    QVariant option(const QString &key) override;
     QString title() const;
     void setTitle(const QString &title);
     QString toString() const;
@@ -146,6 +148,11 @@ public:
 protected:
     explicit CodeDocument(short fileType = -1);
     ~CodeDocument() override;
+
+    /// From here on "parseCode", "modelCode" and "highlightCode" are those of the host where
+    /// neither the file nor its project tells them, and true where the host has no say. For the
+    /// constructor of an engine's document, before enableGroups() and setParser().
+    void followHostOptions();
 
     /// Called at the end of the parse of each line.
     virtual void blockHighlighted();

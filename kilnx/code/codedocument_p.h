@@ -122,6 +122,7 @@ public:
     QVector<unsigned int> enabledGroups;
     QMap<unsigned int, CodeDocumentEditor *> documentEditors;
     bool resetting = false;
+    bool followsHostOptions = false;
     /// Lines are parsed whether they have changed or not.
     bool parsingAll = false;
 
