@@ -14,6 +14,8 @@ set(CMAKE_AUTORCC ON)
 set(CMAKE_AUTOUIC ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+# A program need not be linked again because a shared library that it runs with has changed inside.
+set(CMAKE_LINK_DEPENDS_NO_SHARED ON)
 
 if(NOT CMAKE_BUILD_TYPE)
     set(CMAKE_BUILD_TYPE RelWithDebInfo)
@@ -23,6 +25,14 @@ find_program(KILNX_CCACHE ccache)
 if(KILNX_CCACHE)
     set(CMAKE_CXX_COMPILER_LAUNCHER "${KILNX_CCACHE}")
     set(CMAKE_C_COMPILER_LAUNCHER "${KILNX_CCACHE}")
+endif()
+
+# The presets of developers name lld, which links in a fifth of the default linker's time.
+if(KILNX_LINKER)
+    find_program(KILNX_LINKER_PROGRAM "ld.${KILNX_LINKER}")
+    if(KILNX_LINKER_PROGRAM)
+        add_link_options("-fuse-ld=${KILNX_LINKER}")
+    endif()
 endif()
 
 add_compile_options(-Wall -Wextra)
