@@ -45,6 +45,7 @@
 #include <kilnx/project/archive.h>
 #include <kilnx/project/editor.h>
 #include <kilnx/project/engine.h>
+#include <kilnx/project/engineplugin.h>
 #include <kilnx/project/extension.h>
 #include <kilnx/project/fileeditor.h>
 #include <kilnx/project/filewatch.h>
@@ -63,3 +64,4 @@
 #include <kilnx/sound/sounds.h>
 #include <kilnx/sound/soundsample.h>
 #include <kilnx/sound/wav.h>
+#include <kilnx/version.h>
