@@ -60,6 +60,9 @@
 #include <kilnx/project/translator.h>
 #include <kilnx/project/treemodel.h>
 #include <kilnx/project/workspace.h>
+#include <kilnx/render/glrenderwidget.h>
+#include <kilnx/render/renderer.h>
+#include <kilnx/render/renderwidget.h>
 #include <kilnx/render/texture.h>
 #include <kilnx/sound/sounds.h>
 #include <kilnx/sound/soundsample.h>

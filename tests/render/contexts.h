@@ -5,7 +5,8 @@
 #include <QtTest>
 
 /// The kind of OpenGL context that a test program was started for, by KILNX_TEST_CONTEXT: "core",
-/// "none" for a platform without OpenGL, and the compatibility profile otherwise.
+/// "none" for a platform without OpenGL, and the compatibility profile otherwise, with "twice" on a
+/// display with a scale factor of two.
 namespace Contexts
 {
 
@@ -30,6 +31,8 @@ int run(int argc, char **argv)
     format.setVersion(core() ? 3 : 2, core() ? 3 : 1);
     format.setProfile(core() ? QSurfaceFormat::CoreProfile : QSurfaceFormat::NoProfile);
     QSurfaceFormat::setDefaultFormat(format);
+    if (kind() == "twice")
+        qputenv("QT_SCALE_FACTOR", "2");
     if (none()) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
         qunsetenv("DISPLAY"); // with a display, this platform too has OpenGL

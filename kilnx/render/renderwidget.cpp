@@ -1,0 +1,66 @@
+#include <kilnx/render/renderwidget.h>
+
+#include <kilnx/render/renderinput_p.h>
+
+#include <QtGui/QPainter>
+
+namespace Kiln
+{
+
+RenderWidget::RenderWidget(QWidget *parent)
+    : QWidget(parent)
+{
+    setAutoFillBackground(false);
+    setAttribute(Qt::WA_MouseTracking, true);
+}
+
+RenderWidget::~RenderWidget()
+{
+    RenderInput::detach(m_renderer, nullptr, this);
+}
+
+Renderer *RenderWidget::renderer() const
+{
+    return m_renderer;
+}
+
+void RenderWidget::setRenderer(Renderer *renderer)
+{
+    RenderInput::detach(m_renderer, renderer, this);
+    m_renderer = renderer;
+    if (!m_renderer)
+        return;
+    m_renderer->onOpenGL = false;
+    m_renderer->renderWidget = this;
+    m_renderer->sizeChanged(width(), height());
+}
+
+void RenderWidget::update()
+{
+    QWidget::update();
+}
+
+bool RenderWidget::event(QEvent *event)
+{
+    const bool enabled = isEnabled();
+    const bool used = QWidget::event(event);
+    if (enabled)
+        RenderInput::forward(m_renderer, event);
+    return used;
+}
+
+void RenderWidget::paintEvent(QPaintEvent *)
+{
+    if (!m_renderer)
+        return;
+    QPainter painter(this);
+    m_renderer->render(painter);
+}
+
+void RenderWidget::resizeEvent(QResizeEvent *)
+{
+    if (m_renderer)
+        m_renderer->sizeChanged(width(), height());
+}
+
+} // namespace Kiln
