@@ -4,6 +4,7 @@
 #include <QtCore/QThread>
 
 #include <kilnx/project/archive_p.h>
+#include <kilnx/project/filewatch_p.h>
 #include <kilnx/project/paths.h>
 
 #ifdef Q_OS_UNIX
@@ -40,10 +41,15 @@ File::~File()
 {
     if (target.isOpen())
         commit();
+    close();
+    if (!m_written.isEmpty())
+        Kiln::FileWatcherManager::noteWritten(m_written);
 }
 
 bool File::open(OpenMode mode)
 {
+    if (mode & WriteOnly)
+        m_written = fileName();
     // Only a regular file has contents to lose; replacing a device or a pipe would destroy it.
     if (!(mode & WriteOnly) || (mode & NewOnly) || !QFileInfo(fileName()).isFile())
         return QFile::open(mode);

@@ -36,6 +36,8 @@ private:
     void commit();
 
     QFile target;
+    /// The name that was asked for; empty while nothing is written.
+    QString m_written;
     /// A write has failed: the temporary must not replace the target.
     bool m_failed = false;
 };

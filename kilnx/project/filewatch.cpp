@@ -1,6 +1,8 @@
 #include <kilnx/project/filewatch.h>
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QDateTime>
+#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QTimer>
 
@@ -8,8 +10,33 @@
 #include <kilnx/project/filewatch_p.h>
 #include <kilnx/project/interface.h>
 
+#ifdef Q_OS_UNIX
+#include <sys/stat.h>
+#endif
+
 namespace Kiln
 {
+
+FileStamp FileStamp::of(const QString &path)
+{
+    FileStamp stamp;
+#ifdef Q_OS_UNIX
+    struct stat found;
+    if (stat(QFile::encodeName(path).constData(), &found) == 0) {
+        constexpr qint64 nanoseconds = 1000000000;
+        stamp.file = found.st_ino;
+        stamp.size = found.st_size;
+        stamp.modified = found.st_mtim.tv_sec * nanoseconds + found.st_mtim.tv_nsec;
+    }
+#else
+    const QFileInfo found(path);
+    if (found.exists()) {
+        stamp.size = found.size();
+        stamp.modified = found.lastModified().toMSecsSinceEpoch() * 1000000;
+    }
+#endif
+    return stamp;
+}
 
 static constexpr int pauseMilliseconds = 250;
 
@@ -29,9 +56,9 @@ void FileWatcherManager::releaseOne()
     if (--livingObjects > 0)
         return;
     FileWatcherManager *last = std::exchange(manager, nullptr);
-    // The last object may go while the manager is telling it of a change.
+    // The last object may go while the manager is telling it of a change, with a box open.
     if (last->m_telling)
-        last->deleteLater();
+        last->m_isOrphan = true;
     else
         delete last;
 }
@@ -46,7 +73,8 @@ FileWatcherManager::FileWatcherManager()
 void FileWatcherManager::add(FileWatchObject *object)
 {
     m_objects.append(object);
-    m_records.insert(object, {++m_lastStamp, m_lastStamp, false});
+    Record &record = m_records[object];
+    record.registration = record.pause = ++m_lastStamp;
 }
 
 void FileWatcherManager::remove(FileWatchObject *object)
@@ -54,6 +82,8 @@ void FileWatcherManager::remove(FileWatchObject *object)
     m_objects.removeAll(object);
     m_records.remove(object);
     m_held.remove(object);
+    for (auto saving = m_saving.begin(); saving != m_saving.end();)
+        saving = *saving == object ? m_saving.erase(saving) : std::next(saving);
 }
 
 bool FileWatcherManager::isAlive(FileWatchObject *object, Stamp registration) const
@@ -101,13 +131,17 @@ void FileWatcherManager::watchMissing()
 {
     QStringList back;
     QSet<QString> directories;
+    const QStringList before = m_watcher.directories();
+    QSet<QString> known(before.begin(), before.end());
     for (const QString &path : qAsConst(m_missing)) {
         QString directory = QFileInfo(path).absolutePath();
         while (!QFileInfo::exists(directory))
             directory = QFileInfo(directory).absolutePath();
         // Only a directory that is watched before the look at the file cannot miss its return.
-        if (!m_watcher.directories().contains(directory))
+        if (!known.contains(directory)) {
+            known.insert(directory);
             m_watcher.addPath(directory);
+        }
         if (QFileInfo::exists(path) && m_watcher.addPath(path))
             back.append(path);
         else
@@ -168,13 +202,7 @@ void FileWatcherManager::fileChanged(const QString &path)
 
 void FileWatcherManager::tell(const QString &path)
 {
-    QList<QPair<FileWatchObject *, Stamp>> stale;
-    for (FileWatchObject *object : qAsConst(m_objects)) {
-        if (!object->paused && object->fileName() == path)
-            stale.append({object, m_records.value(object).registration});
-        else
-            endPauseLater(object);
-    }
+    const QList<Told> stale = takeNotice(path);
     // While the box is open, a further change of the file has its answer already.
     if (stale.isEmpty() || m_asking.contains(path) || !isEnabled())
         return;
@@ -182,11 +210,42 @@ void FileWatcherManager::tell(const QString &path)
     m_asking.insert(path);
     const bool reload = askToReload(path);
     m_asking.remove(path);
-    for (const auto &[object, registration] : qAsConst(stale)) {
-        if (reload && isAlive(object, registration))
+    if (reload)
+        reloadAll(stale);
+    leaveTelling();
+}
+
+QList<FileWatcherManager::Told> FileWatcherManager::takeNotice(const QString &path)
+{
+    settleSaves();
+    const FileStamp now = FileStamp::of(path);
+    QList<Told> stale;
+    for (FileWatchObject *object : qAsConst(m_objects)) {
+        const Record &record = m_records[object];
+        const bool isIts = object->fileName() == path;
+        // What another program writes over an own save is asked about, also during its pause.
+        const bool isQuiet = record.own == now || (object->paused && !record.saves);
+        if (isIts && !isQuiet)
+            stale.append({object, record.registration});
+        if (isIts || !record.saves)
+            endPauseLater(object);
+    }
+    return stale;
+}
+
+void FileWatcherManager::reloadAll(const QList<Told> &stale)
+{
+    for (const auto &[object, registration] : stale) {
+        if (isAlive(object, registration))
             object->reload();
     }
-    --m_telling;
+}
+
+void FileWatcherManager::leaveTelling()
+{
+    // The callers are members, too: the end comes when the event loop has control again.
+    if (--m_telling == 0 && m_isOrphan)
+        deleteLater();
 }
 
 bool FileWatcherManager::isEnabled()
@@ -209,11 +268,13 @@ bool FileWatcherManager::askToReload(const QString &path)
 
 void FileWatcherManager::endPauseLater(FileWatchObject *object)
 {
-    if (!object->paused)
+    // One timer a pause, however many files have changed: the first notification counts.
+    Record &record = m_records[object];
+    if (!object->paused || record.ending == record.pause)
         return;
-    QTimer::singleShot(
-        pauseMilliseconds, this,
-        [this, object, stamp = m_records.value(object).pause] { endPause(object, stamp); });
+    record.ending = record.pause;
+    QTimer::singleShot(pauseMilliseconds, this,
+                       [this, object, stamp = record.pause] { endPause(object, stamp); });
 }
 
 void FileWatcherManager::endPause(FileWatchObject *object, Stamp stamp)
@@ -223,24 +284,49 @@ void FileWatcherManager::endPause(FileWatchObject *object, Stamp stamp)
         object->paused = false;
 }
 
-void FileWatcherManager::ownSave(FileWatchObject *object)
+void FileWatcherManager::ownSave(FileWatchObject *object, const QString &name)
 {
     renewPause(object);
-    const auto record = m_records.constFind(object);
-    if (record == m_records.constEnd())
+    const auto record = m_records.find(object);
+    if (record == m_records.end())
         return;
-    QTimer::singleShot(0, this, [this, object, stamp = record->pause] {
-        const auto record = m_records.constFind(object);
-        if (record != m_records.constEnd() && record->pause == stamp)
-            endPauseLater(object);
-    });
+    record->saves = true;
+    record->found = record->own = FileStamp::of(name);
+    if (m_saving.isEmpty())
+        QTimer::singleShot(0, this, &FileWatcherManager::settleSaves);
+    m_saving.insert(name, object);
+}
+
+void FileWatcherManager::noteWritten(const QString &name)
+{
+    if (!manager)
+        return;
+    const QList<FileWatchObject *> saving = manager->m_saving.values(name);
+    for (FileWatchObject *object : saving)
+        manager->m_records[object].own = FileStamp::of(name);
+}
+
+/// The saves are through. One that has left its file as it was brings no notification.
+void FileWatcherManager::settleSaves()
+{
+    const auto saving = std::exchange(m_saving, {});
+    for (auto save = saving.begin(); save != saving.end(); ++save) {
+        Record &record = m_records[save.value()];
+        // Not by an archive: an engine may write its files in a way of its own.
+        if (record.own == record.found)
+            record.own = FileStamp::of(save.key());
+        if (record.own == record.found)
+            endPauseLater(save.value());
+    }
 }
 
 void FileWatcherManager::renewPause(FileWatchObject *object)
 {
     const auto record = m_records.find(object);
-    if (record != m_records.end())
-        record->pause = ++m_lastStamp;
+    if (record == m_records.end())
+        return;
+    record->pause = ++m_lastStamp;
+    record->saves = false;
 }
 
 bool FileWatcherManager::hold(FileWatchObject *object)
@@ -253,7 +339,11 @@ bool FileWatcherManager::hold(FileWatchObject *object)
 
 bool FileWatcherManager::letGo(FileWatchObject *object)
 {
-    return m_held.remove(object);
+    if (!m_held.remove(object))
+        return false;
+    // A notification that is late finds the file as it was written under the hold.
+    m_records[object].own = FileStamp::of(object->fileName());
+    return true;
 }
 
 FileWatchHold::FileWatchHold(const QList<FileWatchObject *> &objects)
@@ -305,7 +395,7 @@ bool FileWatchObject::toFile(Archive &, const QString &name, bool asCopy)
         return true;
     manager->follow(this, fileName(), name);
     paused = true;
-    manager->ownSave(this);
+    manager->ownSave(this, name);
     return true;
 }
 

@@ -14,9 +14,11 @@ class Archive;
 /// A mix-in: a file type derives from it and calls its fromFile() and toFile() first in its own,
 /// so that the watched path follows its name. While the option "enable_file_watcher" is true, a
 /// change of the file brings the question "File modified", once for all objects on that path, and
-/// Yes calls reload() of each. An object's own save is recognised and not asked about; the others
-/// on the same path are. Files that another program replaces by renaming stay watched, and a file
-/// that is deleted is reported when it comes back. All objects share one hidden manager.
+/// Yes calls reload() of each. An object's own save is recognised by what it has left on disk, and
+/// is not asked about, however late the system tells of it; the others on the same path are, and so
+/// is what another program writes right over it. Files that another program replaces by renaming
+/// stay watched, and a file that is deleted is reported when it comes back. All objects share one
+/// hidden manager.
 class KILNX_EXPORT FileWatchObject
 {
 public:
@@ -29,7 +31,8 @@ public:
     /// Follows a load, before fileName() changes to `name`. Nothing for `asCopy`, since the file
     /// does not become this object's. Always true.
     virtual bool fromFile(Archive &archive, const QString &name, bool asCopy);
-    /// Follows a save in the same way, and pauses until the change has come in.
+    /// Follows a save in the same way, and pauses until 250 milliseconds after the change that
+    /// the save makes has come in.
     virtual bool toFile(Archive &archive, const QString &name, bool asCopy);
     /// The path that this object stands for; empty if none.
     virtual QString fileName() = 0;

@@ -11,6 +11,19 @@
 namespace Kiln
 {
 
+/// What tells one state of a file on disk from another, without a look at its contents.
+struct FileStamp {
+    static FileStamp of(const QString &path);
+    bool operator==(const FileStamp &other) const
+    {
+        return file == other.file && size == other.size && modified == other.modified;
+    }
+
+    quint64 file = 0;    ///< the file system's number of the file; another after a rename over it
+    qint64 size = -1;    ///< in bytes; -1: there is no such file
+    qint64 modified = 0; ///< in nanoseconds, as fine as the file system keeps it
+};
+
 /// The one hidden object behind all FileWatchObjects; it lives as long as there are any.
 ///
 /// A watcher of the platform follows the file, not the name: a file that is removed or replaced is
@@ -28,9 +41,13 @@ public:
     void remove(FileWatchObject *object);
     /// The object goes from one name to another by a load or a save.
     void follow(FileWatchObject *object, const QString &oldName, const QString &newName);
-    /// The object is saving: its pause ends 250 ms after the event loop has run again, also when
-    /// no notification comes because nothing was written.
-    void ownSave(FileWatchObject *object);
+    /// The object is saving under `name`. Its pause ends 250 ms after the notification of what it
+    /// writes, however late that comes; where nothing is written, 250 ms after the event loop has
+    /// run again.
+    void ownSave(FileWatchObject *object, const QString &name);
+    /// This program has just written the file of that name: what stands there now is the own save
+    /// of the objects that are saving under it.
+    static void noteWritten(const QString &name);
     /// Pauses that run out are void from now on.
     void renewPause(FileWatchObject *object);
     /// Held objects stay paused until they are let go. False for a copy, which is never told.
@@ -42,10 +59,18 @@ private:
     FileWatcherManager();
     using Stamp = quint64;
 
+    struct Record;
+    using Told = QPair<FileWatchObject *, Stamp>;
+
     void fileChanged(const QString &path);
     void tell(const QString &path);
     static bool isEnabled();
     static bool askToReload(const QString &path);
+    /// Who has to be asked about a change of `path`; the pauses of the others run out from here.
+    QList<Told> takeNotice(const QString &path);
+    void reloadAll(const QList<Told> &stale);
+    void leaveTelling();
+    void settleSaves();
     void endPauseLater(FileWatchObject *object);
     void endPause(FileWatchObject *object, Stamp stamp);
     void settleLater();
@@ -59,17 +84,26 @@ private:
     /// Of each registered object its registration and the state of its pause. An address may come
     /// back with another object, a stamp never does.
     struct Record {
-        Stamp registration;
-        Stamp pause;
-        bool joined;
+        Stamp registration = 0;
+        Stamp pause = 0;
+        Stamp ending = 0; ///< the pause that a timer is running out
+        bool joined = false;
+        bool saves = false; ///< the pause is that of an own save
+        FileStamp found;    ///< the file before the last own save
+        FileStamp own;      ///< the file as the last own save has left it
     };
     QHash<FileWatchObject *, Record> m_records;
     QSet<FileWatchObject *> m_held;
+    /// Who saves under a name since the event loop has last run.
+    QMultiHash<QString, FileWatchObject *> m_saving;
     QSet<QString> m_wanted;
     QSet<QString> m_missing;
     QSet<QString> m_asking;
     bool m_settling = false;
+    /// Calls of tell() under way: boxes may be open in them.
     int m_telling = 0;
+    /// The last object has gone in the middle of that.
+    bool m_isOrphan = false;
     Stamp m_lastStamp = 0;
 };
 

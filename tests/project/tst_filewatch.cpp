@@ -56,6 +56,28 @@ FilePointer load(const QString &path)
     return file;
 }
 
+/// Only a loop of Qt's own can leave notifications waiting.
+const bool hasQtLoop = qputenv("QT_NO_GLIB", "1");
+
+/// Timers run, and no notification of the disk comes in, for longer than any pause.
+void spinWithoutNotifications()
+{
+    QEventLoop loop;
+    QTimer::singleShot(400, &loop, &QEventLoop::quit);
+    loop.exec(QEventLoop::ExcludeSocketNotifiers);
+}
+
+/// Counts the timers that fire in the whole program.
+struct TimerCount : QObject {
+    TimerCount() { qApp->installEventFilter(this); }
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        count += event->type() == QEvent::Timer;
+        return false;
+    }
+    int count = 0;
+};
+
 } // namespace
 
 Q_DECLARE_METATYPE(Change)
@@ -68,6 +90,21 @@ private:
     std::unique_ptr<QTemporaryDir> m_directory;
     std::unique_ptr<TestHost> m_host;
     QString path(const char *name) const { return m_directory->filePath(QLatin1String(name)); }
+    /// The pause of 250 ms has begun just now: timers of both sides tell when it ends.
+    void waitForPause(const FakeFile &file)
+    {
+        QTimer shorter;
+        shorter.start(200);
+        QTimer longer;
+        longer.start(1500);
+        bool isLongEnough = false;
+        bool isTooLong = false;
+        connect(&shorter, &QTimer::timeout, this, [&] { isLongEnough = true; });
+        connect(&longer, &QTimer::timeout, this, [&] { isTooLong = true; });
+        QTRY_VERIFY(!file.isWatchPaused());
+        QVERIFY(isLongEnough);
+        QVERIFY(!isTooLong);
+    }
     int questions() const { return m_host->dialogs().seenTitles().count("File modified"); }
 
 private slots:
@@ -131,16 +168,25 @@ private slots:
     {
         QTest::addColumn<Change>("change");
         QTest::addColumn<bool>("isNew");
-        QTest::newRow("an existing file, then renamed over")
-            << Change(Outside::replaceByRenaming) << false;
-        QTest::newRow("an existing file, then written over") << Change(Outside::rewrite) << false;
-        QTest::newRow("a file that was not there") << Change(Outside::rewrite) << true;
+        QTest::addColumn<bool>("isLate");
+        QTest::addColumn<bool>("isOvertaken");
+        const Change rewrite = Outside::rewrite;
+        const Change rename = Outside::replaceByRenaming;
+        QTest::newRow("a file renamed over") << rename << false << false << false;
+        QTest::newRow("a file written over") << rewrite << false << false << false;
+        QTest::newRow("a file that was not there") << rewrite << true << false << false;
+        QTest::newRow("told of late") << rewrite << false << true << false;
+        QTest::newRow("overtaken by renaming") << rename << false << false << true;
+        QTest::newRow("overtaken by writing") << rewrite << false << false << true;
+        QTest::newRow("overtaken, told of late") << rewrite << false << true << true;
     }
 
     void ownSaveIsNotAskedAboutAndLaterChangesAre()
     {
         QFETCH(Change, change);
         QFETCH(bool, isNew);
+        QFETCH(bool, isLate);
+        QFETCH(bool, isOvertaken);
         // The directory of a new file is made by the save itself.
         const QString name = isNew ? path("to/come/file") : path("file");
         FilePointer file(new FakeFile);
@@ -149,16 +195,54 @@ private slots:
             file = load(name);
         }
         for (int round = 1; round <= 3; ++round) {
+            const QByteArray other = "outside" + QByteArray::number(round);
             file->contents = "own" + QByteArray::number(round);
             QVERIFY(file->toFile(disk(), name, false));
             QVERIFY(file->isWatchPaused());
-            QTRY_VERIFY(!file->isWatchPaused());
-            QCOMPARE(questions(), round - 1);
+            if (isOvertaken)
+                change(name, other);
+            if (isLate)
+                spinWithoutNotifications();
+            QVERIFY(file->isWatchPaused());
+            if (!isOvertaken) {
+                waitForPause(*file);
+                QCOMPARE(questions(), round - 1);
+                change(name, other);
+            }
             m_host->dialogs().expectBox(QMessageBox::Yes);
-            change(name, "outside" + QByteArray::number(round));
-            QTRY_COMPARE(file->contents, "outside" + QByteArray::number(round));
+            QTRY_COMPARE(file->contents, other);
+            QTRY_VERIFY(!file->isWatchPaused());
             QCOMPARE(questions(), round);
         }
+    }
+
+    void manyFilesSavedTogether_data()
+    {
+        QTest::addColumn<bool>("isPausedByHand");
+        QTest::newRow("own saves") << false;
+        QTest::newRow("paused by hand") << true;
+    }
+
+    void manyFilesSavedTogether()
+    {
+        QFETCH(bool, isPausedByHand);
+        constexpr int count = 40;
+        std::vector<FilePointer> files;
+        for (int i = 0; i < count; ++i) {
+            makeFile(path("file") + QString::number(i), "old");
+            files.push_back(load(path("file") + QString::number(i)));
+        }
+        const TimerCount timers;
+        for (const FilePointer &file : files) {
+            QVERIFY(file->toFile(disk(), file->name, false));
+            if (isPausedByHand)
+                file->pauseWatch(true);
+        }
+        for (const FilePointer &file : files)
+            QTRY_VERIFY(!file->isWatchPaused());
+        // One that ends its pause, and those of the wait itself.
+        QVERIFY2(timers.count < 3 * count, qPrintable(QString::number(timers.count)));
+        QCOMPARE(questions(), 0);
     }
 
     void failedSaveDoesNotSilenceTheNextChange()
@@ -271,11 +355,11 @@ private slots:
         FilePointer hasty(new FakeFile);
         QVERIFY(hasty->toFile(disk(), path("hasty"), false));
         hasty.reset();
-        // While the box is open: the other, too, and with it the last of all.
+        // While the box is open, and stays so: the other, too, and with it the last of all.
         m_host->dialogs().expectDialog([&second](QDialog *dialog) {
             second.reset();
-            auto *box = qobject_cast<QMessageBox *>(dialog);
-            box->button(QMessageBox::Yes)->click();
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            qobject_cast<QMessageBox *>(dialog)->button(QMessageBox::Yes)->click();
         });
         Outside::rewrite(path("file"), "new");
         QTRY_COMPARE(questions(), 2);
