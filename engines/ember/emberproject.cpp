@@ -19,9 +19,12 @@ namespace
 
 using FileEntry = std::function<void(const EmberValue *)>;
 
-/// Calls `use` for each entry of the "files" sections that names a file by a proper name.
+/// Calls `use` for each entry of the "files" sections that names a file by a proper name. A
+/// project that has lost its definition has none.
 void eachFileEntry(const EmberDocument *definition, const FileEntry &use)
 {
+    if (!definition)
+        return;
     for (const Kiln::CodeNode *node : definition->childs()) {
         const auto *group = static_cast<const EmberGroup *>(node);
         if (group->subType() != EmberLanguage::Files)
@@ -60,6 +63,8 @@ Kiln::Project::FileID::Type typeOfFile(const QString &fileName)
 const Kiln::ValueCode *
 findValue(const EmberDocument *definition, unsigned int section, const QString &name)
 {
+    if (!definition)
+        return nullptr;
     for (const Kiln::CodeNode *node : definition->childs()) {
         const auto *group = static_cast<const EmberGroup *>(node);
         const Kiln::ValueCode *value =
@@ -157,7 +162,8 @@ QStringList EmberProject::cast() const
 void EmberProject::release()
 {
     // The files end before this object does, and their last words are no reason to look again.
-    static_cast<QTextDocument *>(definition())->disconnect(this);
+    if (EmberDocument *own = definition())
+        static_cast<QTextDocument *>(own)->disconnect(this);
     m_missing.reset();
     Project::release();
 }
@@ -201,7 +207,7 @@ void EmberProject::fileList(QList<Kiln::ReferencedFile> &out)
 
 void EmberProject::checkFiles()
 {
-    if (definition()->fileName().isEmpty())
+    if (!m_missing || fileName().isEmpty())
         return;
     QStringList missing;
     eachFileEntry(definition(), [&](const EmberValue *entry) {

@@ -32,6 +32,7 @@ public:
     /// Loads a file of code or sounds into the project, or returns the one that is there already.
     /// Null for a file that is no such file or cannot be opened.
     Kiln::ProjectFile *openFile(const QString &fileName);
+    /// Null after it was removed; the project then names no files and has the default stage.
     EmberDocument *definition() const;
     /// The definitions that a game names under "cast", relative to its directory.
     QStringList cast() const;

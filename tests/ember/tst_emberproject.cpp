@@ -523,6 +523,14 @@ void TestEmberProject::closesEverything()
     projects.first()->release();
     QVERIFY(m_parent);
     QCOMPARE(m_parent->refCount(), 4u);
+    // Another goes on without its definition.
+    auto *orphan = static_cast<EmberProject *>(projects.last());
+    orphan->removeFile(orphan->definition());
+    QVERIFY(m_parent->backup(QStringLiteral("orphan")));
+    m_parent->save();
+    QCOMPARE(orphan->displayName(), QStringLiteral("Untitled"));
+    QCOMPARE(orphan->cast(), QStringList());
+    QCOMPARE(orphan->stageSize(), QSize(640, 360));
     m_parent->close();
     QVERIFY(!m_parent);
     for (const QPointer<QObject> &object : qAsConst(objects))
