@@ -161,11 +161,13 @@ public:
 
     /// Offers a conversion to each extension of the class `E` that serves `format`, in order of
     /// registration. `convert` takes an `E &` and returns whether it succeeded; the first success
-    /// ends the search with true. False when none succeeds, or for a null format.
+    /// ends the search with true. False when none succeeds, or for a null format. What `convert`
+    /// adds to the list is asked from the next search on.
     template<class E, class Convert>
     static bool convert(const char *format, Convert &&convert)
     {
-        for (Extension *extension : list(E::list)) {
+        const QList<Extension *> extensions = list(E::list);
+        for (Extension *extension : extensions) {
             auto *typed = dynamic_cast<E *>(extension);
             if (typed && format && qstrcmp(typed->format(), format) == 0 && convert(*typed))
                 return true;

@@ -167,10 +167,12 @@ void FileEditor::open()
     if (path.isEmpty())
         return;
     const bool isChild = isInside(project, path);
-    ProjectFile *file = engine->createFile(canEditFileType(), project);
+    const auto type = canEditFileType();
+    ProjectFile *file = engine->createFile(type, project);
     if (!file)
         return;
-    project->addFile(file, canEditFileType());
+    const unsigned int selected = project->selectedFile(type);
+    project->addFile(file, type);
     const bool asCopy =
         !isChild &&
         askForCopy(interface,
@@ -180,6 +182,7 @@ void FileEditor::open()
                       "be overwritten!"));
     if (!file->fromFile(FileSystemArchive::instance(), path, asCopy)) {
         project->removeFile(file);
+        project->setSelectedFile(type, selected);
         return;
     }
     keepDirectory(this, project, path);

@@ -18,10 +18,11 @@ namespace
 class ScriptedReader : public SoundReader
 {
 public:
-    ScriptedReader(QByteArray format, QByteArray data, bool result)
+    ScriptedReader(QByteArray format, QByteArray data, bool result, int brings = 0)
         : m_format(std::move(format))
         , m_data(std::move(data))
         , m_result(result)
+        , m_brings(brings)
     {
     }
     ~ScriptedReader() override
@@ -32,6 +33,8 @@ public:
     bool read(QIODevice *, SoundSample &sample) override
     {
         tellDiary(QStringLiteral("asked ") + QString::fromLatin1(m_data));
+        for (int i = 0; i < m_brings; ++i)
+            ExtensionManager::add(new ScriptedReader(m_format, "brought", false));
         sample.data = m_data;
         return m_result;
     }
@@ -40,6 +43,7 @@ private:
     QByteArray m_format;
     QByteArray m_data;
     bool m_result;
+    int m_brings; // how many more readers it registers while it reads
 };
 
 // A writer that only tells what it was offered.
@@ -248,7 +252,7 @@ void TestExtension::throwingRegistrationKeepsWhatItAdded()
 void TestExtension::triedInOrderOfRegistration()
 {
     makeManager();
-    ExtensionManager::add(new ScriptedReader("snd", "first", false));
+    ExtensionManager::add(new ScriptedReader("snd", "first", false, 100));
     ExtensionManager::add(new ScriptedReader("SND", "other format", true));
     ExtensionManager::add(new ScriptedReader("snd", "second", true));
     ExtensionManager::add(new ScriptedReader("snd", "third", true));

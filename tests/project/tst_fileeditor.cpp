@@ -123,6 +123,7 @@ private slots:
         m_host->options["project_path"] = base();
         m_host->dialogs().expectFiles({base() + "snd/a.snd"});
         m_editor->open();
+        QVERIFY(m_editor->isActive());
         auto *file = dynamic_cast<FakeFile *>(m_project->file(FileID::Sounds));
         QVERIFY(file);
         QCOMPARE(file->contents, QByteArray("a"));
@@ -130,9 +131,23 @@ private slots:
         QCOMPARE(m_project->option("sounds_path"), QVariant(base() + "snd"));
         QCOMPARE(m_host->options["sounds_path"], QVariant(base() + "snd"));
         QCOMPARE(m_editor->shown, 1);
-        const DialogScript::Seen seen = m_host->dialogs().seen().first();
-        QCOMPARE(seen.title, QString("Open sounds..."));
-        QCOMPARE(seen.nameFilters, QStringList("Sound banks (*.snd)"));
+        // The next dialogs start where the last one ended, whatever the whole project says.
+        m_editor->deactivate();
+        m_editor->setCurrentFile(file);
+        m_host->dialogs().expectFiles({});
+        m_editor->open();
+        QVERIFY(!m_editor->isActive());
+        m_host->dialogs().expectFiles({});
+        m_editor->saveAs();
+        QVERIFY(m_editor->isActive());
+        const QList<DialogScript::Seen> seen = m_host->dialogs().seen();
+        const QStringList titles{"Open sounds...", "Open sounds...", "Save sounds as..."};
+        const QStringList directories{base(), base() + "snd", base() + "snd"};
+        for (int i = 0; i < titles.size(); ++i) {
+            QCOMPARE(seen[i].title, titles[i]);
+            QCOMPARE(seen[i].nameFilters, QStringList("Sound banks (*.snd)"));
+            QCOMPARE(QDir(seen[i].text), QDir(directories[i]));
+        }
     }
 
     void openThatEndsInNothing_data()
@@ -147,10 +162,14 @@ private slots:
         QFETCH(bool, isCancelled);
         makeFile(base() + "a.snd", "a");
         m_makesRefusing = true;
+        current("first", false);
+        current("second", false);
+        m_project->setSelectedFile(FileID::Sounds, 0);
         m_host->dialogs().expectFiles(isCancelled ? QStringList() : QStringList(base() + "a.snd"));
         m_editor->open();
-        QCOMPARE(m_project->files().size(), 1);
-        QCOMPARE(FakeFile::alive, 0);
+        QCOMPARE(m_project->selectedFile(FileID::Sounds), 0u);
+        QCOMPARE(m_project->files().size(), 3);
+        QCOMPARE(FakeFile::alive, 2);
         QCOMPARE(m_editor->shown, 0);
         QVERIFY(!m_project->option("sounds_path").isValid());
     }
@@ -267,7 +286,9 @@ private slots:
         m_editor->save();
         FakeFile *file = current("new");
         file->name = base() + "a.snd";
+        m_editor->deactivate();
         m_editor->save();
+        QVERIFY(m_editor->isActive());
         QCOMPARE(contentsOf(base() + "a.snd"), QByteArray("new"));
         QVERIFY(!m_editor->isModified());
         QCOMPARE(m_editor->shown, 1);
