@@ -143,6 +143,12 @@ void EmberBox::setName(const QString &name)
     rewrite(this, name + behind);
 }
 
+void EmberBox::setValue(const QVariant &value)
+{
+    if (value.type() == QVariant::Rect)
+        setRect(value.toRect());
+}
+
 QString EmberBox::valueText() const
 {
     return boxText(m_rect);

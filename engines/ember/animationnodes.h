@@ -22,6 +22,8 @@ public:
     QString name() const override;
     /// The other kind for the other word; nothing for any other name.
     void setName(const QString &name) override;
+    /// setRect() with a QRect; nothing for any other value.
+    void setValue(const QVariant &value) override;
     QString valueText() const override;
     QString enumText(unsigned int value) const override;
     /// Takes what the line says now. For the parser.

@@ -1,6 +1,6 @@
 #include "tinyanimations.h"
 
-#include <tests/support/treedump.h>
+#include <enginetest/treedump.h>
 
 #include <kilnx/project/archive.h>
 
@@ -10,6 +10,8 @@
 #include <QSignalSpy>
 #include <QTextBlock>
 #include <QtTest>
+
+namespace TreeDump = EngineTest::TreeDump;
 
 using namespace Kiln;
 

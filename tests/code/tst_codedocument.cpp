@@ -1,6 +1,5 @@
 #include <kilnx/code/messages.h>
 #include <tests/code/plaincode.h>
-#include <tests/support/treedump.h>
 
 #include <QAbstractItemModelTester>
 #include <QElapsedTimer>

@@ -1,9 +1,11 @@
 #include <tests/code/plaincode.h>
-#include <tests/support/treedump.h>
+#include <enginetest/treedump.h>
 
 #include <QAbstractItemModelTester>
 #include <QRandomGenerator>
 #include <QTest>
+
+namespace TreeDump = EngineTest::TreeDump;
 
 /// Random edits of every kind. After each of them the document must be what a fresh document makes
 /// of the same text, and every rule between text, tree, rows and messages must hold.

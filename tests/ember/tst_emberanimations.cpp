@@ -1,10 +1,9 @@
-#include "freshdocument.h"
-
 #include <ember/animationnodes.h>
 #include <ember/emberanimations.h>
 #include <ember/emberdocument.h>
 #include <ember/emberparentproject.h>
 
+#include <enginetest/freshdocument.h>
 #include <kilnx/code/messages.h>
 #include <kilnx/project/archive.h>
 #include <tests/support/testhost.h>
@@ -32,6 +31,12 @@ Document fileOf(const QString &text)
     Document document(new EmberDocument(EmberDocument::Animations));
     document->fromString(text);
     return document;
+}
+
+QString difference(EmberDocument &document)
+{
+    return EngineTest::difference(document,
+                                  [] { return new EmberDocument(EmberDocument::Animations); });
 }
 
 QStringList messages(const EmberDocument *document)

@@ -1,11 +1,11 @@
 #include <ember/embernodes.h>
 #include <ember/emberparentproject.h>
 
+#include <enginetest/treedump.h>
 #include <kilnx/code/codeblockdata.h>
 #include <kilnx/code/messages.h>
 #include <kilnx/project/archive.h>
 #include <tests/support/testhost.h>
-#include <tests/support/treedump.h>
 
 #include <QDate>
 #include <QSignalSpy>
@@ -14,6 +14,8 @@
 #include <QTextBlock>
 
 #include <memory>
+
+namespace TreeDump = EngineTest::TreeDump;
 
 /// What Ember's parser makes of lines, and what it keeps when they change.
 class TestEmberParser : public QObject

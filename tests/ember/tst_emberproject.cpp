@@ -1,11 +1,11 @@
 #include <ember/emberengine.h>
 #include <ember/emberparentproject.h>
 
+#include <enginetest/treedump.h>
 #include <kilnx/code/messages.h>
 #include <kilnx/code/valuecode.h>
 #include <kilnx/project/archive.h>
 #include <tests/support/testhost.h>
-#include <tests/support/treedump.h>
 
 #include <QCoreApplication>
 #include <QDirIterator>
@@ -16,6 +16,8 @@
 #include <QTest>
 
 #include <memory>
+
+namespace TreeDump = EngineTest::TreeDump;
 
 namespace
 {

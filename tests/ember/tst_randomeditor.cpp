@@ -1,19 +1,17 @@
-#include "freshdocument.h"
-#include "modelmirror.h"
-#include "randomeditor.h"
-
 #include <ember/emberanimations.h>
+#include <ember/emberline.h>
 #include <ember/emberparentproject.h>
+#include <enginetest/randomrun.h>
 #include <kilnx/project/archive.h>
 #include <tests/support/testhost.h>
-#include <tests/support/treedump.h>
 
 #include <QAbstractItemModelTester>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <memory>
-#include <vector>
+
+using EngineTest::LineMaker;
 
 namespace
 {
@@ -32,6 +30,90 @@ const char *const startAnimations = "; He walks.\n"
                                     "    frame: w1, at 2 0, for 6 ; left\n"
                                     "    strike: 4, -50, 20, -40\n"
                                     "    frame: w2\n";
+
+bool isHeader(const QString &text)
+{
+    return EmberLine::read(text).kind == EmberLine::Header;
+}
+
+bool isAnimation(const QString &text)
+{
+    return isHeader(text) && EmberLine::read(text).word == QLatin1String("animation");
+}
+
+const QString characters = QStringLiteral("@@;:+\n\nabd ,.\"()[]{}159");
+
+const QStringList values{QStringLiteral("1"),
+                         QStringLiteral("2, 3"),
+                         QStringLiteral("1, 2, 3"),
+                         QStringLiteral("lying"),
+                         QStringLiteral("a \"quoted\" ; comment"),
+                         QStringLiteral("two\nlines"),
+                         QStringLiteral("(open")};
+
+const QStringList names{QStringLiteral("drift"), QStringLiteral("velocity"), QStringLiteral("cel"),
+                        QStringLiteral("then"),  QStringLiteral("new name"), QStringLiteral("x")};
+
+const QStringList searches{QStringLiteral("stan(d)"), QStringLiteral("@(\\w)(\\w+)"),
+                           QStringLiteral(": *(\\w+)\\n"), QStringLiteral("drift: (\\d)")};
+
+const QStringList replacements{QStringLiteral("drift: 1"), QStringLiteral("@st%1")};
+
+const LineMaker codeLines{
+    isHeader,
+    {
+        QStringLiteral("@state stand\n    posture: standing\n    drift: 0, 0\n    ticks: 4, 4\n"),
+        QStringLiteral(
+            "@state leap ; up\n  drift + pull: 1\n  cost: 3 ; breath\n  box: 1, 2, 3, 4\n"),
+        QStringLiteral("@@on landing\n    when: (height <= 0) and [tide > 2]\n    then: stand\n"),
+        QStringLiteral(
+            "@@step reach\n    lasts: 4\n    velocity: 1, 0\n    harm: 1200\n    cel: a\n"),
+        QStringLiteral("@note\nthe drift: is free text\n(nobody minds\n"),
+        QStringLiteral("@sketch tiptoe\n    drift: 0, 1\n"),
+        QStringLiteral("@about\n    title: \"x\"\n"),
+        QStringLiteral("@nothing known\n    drift: 1, 1\n"),
+        QStringLiteral("    spark + cel: glint\n"),
+        // More lines without a node than anything should ever walk one by one.
+        QStringLiteral("\n; a comment").repeated(70) + QLatin1Char('\n'),
+        QStringLiteral("\n; a comment\n\n"),
+        QStringLiteral("@state twins\n    steered: yes\n    say: \"now; then\"\n    glow + "
+                       "ticks: 1, 2, 3\n"),
+    },
+    {QStringLiteral("@state walk"), QStringLiteral("@@on a rule"), QStringLiteral("@@step one"),
+     QStringLiteral("@note"), QStringLiteral("@sketch"), QStringLiteral("@sketch x"),
+     QStringLiteral("@files"), QStringLiteral("@"), QStringLiteral("@@@step three"),
+     QStringLiteral("@on one sign"), QStringLiteral("@@state two"), QStringLiteral("@state"),
+     QStringLiteral("@unheard of"), QStringLiteral("@step\tb")},
+    {QStringLiteral("    drift: 1.5, -2"), QStringLiteral("drift: 1"),
+     QStringLiteral("    when: (a or [b"), QStringLiteral("    cel: wren"),
+     QStringLiteral("    cel + spark: both"), QStringLiteral("    cel + posture: clash"),
+     QStringLiteral("    lasts: 12"), QStringLiteral("    posture: lying ; ill"),
+     QStringLiteral("    : no key"), QStringLiteral("no colon"),
+     QStringLiteral("    say: \"text\""), QStringLiteral("")},
+    characters,
+    values,
+    names,
+    searches,
+    replacements};
+
+const LineMaker animationLines{
+    isAnimation,
+    {QStringLiteral("@animation 3, title T, once\n body: 1, 2, 3, 4\n frame: s, at 1 2, loop\n"),
+     QStringLiteral("; comment\n@animation a\n\n    strike: 1, 2, 3, 4\n; its frame\n    frame:\n"),
+     QStringLiteral("    frame: s\n    body: 1, 2\n    frame: t, loop ; note\n"),
+     QStringLiteral("\n; a comment").repeated(70) + QLatin1Char('\n'),
+     QStringLiteral("frame:\nframe: x\nframe:\n"), QStringLiteral("\n; a comment\n\n")},
+    {QStringLiteral("@animation 7"), QStringLiteral("@animation a, title T, once"),
+     QStringLiteral("@animation"), QStringLiteral("@@animation b"), QStringLiteral("@state stand")},
+    {QStringLiteral("    frame: s, at 1 2, for 3"), QStringLiteral("    frame: s, loop ; note"),
+     QStringLiteral("frame: , for x, at 1"), QStringLiteral("    body: 1, 2, 3, 4"),
+     QStringLiteral("    strike: 1, 2"), QStringLiteral("; comment"), QStringLiteral("junk"),
+     QStringLiteral("    strike: 5, 6, 7, 8"), QStringLiteral("")},
+    characters,
+    values,
+    names,
+    searches,
+    replacements};
 
 /// A document in a project, as an editor has it.
 class OpenDocument
@@ -65,83 +147,12 @@ OpenDocument::~OpenDocument()
     m_parent->close();
 }
 
-/// Indexes of all rows, as a view with everything unfolded and selected holds them.
-class HeldIndexes
-{
-public:
-    explicit HeldIndexes(const QAbstractItemModel *model)
-        : m_model(model)
-    {
-    }
-
-    void holdAll()
-    {
-        m_indexes.clear();
-        hold(QModelIndex());
-    }
-    /// A row that one of the indexes means although it isn't there; empty if all are right.
-    QString fault() const;
-
-private:
-    void hold(const QModelIndex &parent);
-
-    const QAbstractItemModel *m_model;
-    QList<QPersistentModelIndex> m_indexes;
-};
-
-QString HeldIndexes::fault() const
-{
-    for (const QPersistentModelIndex &index : m_indexes) {
-        if (!index.isValid())
-            continue;
-        const QModelIndex there = m_model->index(index.row(), 0, index.parent());
-        if (there != index || there.internalPointer() != index.internalPointer())
-            return QStringLiteral("a held index lost its row: %1").arg(index.row());
-    }
-    return QString();
-}
-
-void HeldIndexes::hold(const QModelIndex &parent)
-{
-    for (int row = 0; row < m_model->rowCount(parent); ++row) {
-        const QModelIndex index = m_model->index(row, 0, parent);
-        m_indexes.append(index);
-        hold(index);
-    }
-}
-
-/// A model, as tests and views know it.
-struct WatchedModel {
-    WatchedModel(QAbstractItemModel *watched, bool keepsTexts)
-        : model(watched)
-        , mirror(watched)
-        , held(watched)
-    {
-        if (keepsTexts) {
-            tester = std::make_unique<QAbstractItemModelTester>(
-                watched, QAbstractItemModelTester::FailureReportingMode::QtTest);
-        }
-    }
-    QString fault()
-    {
-        const QString rows = mirror.text();
-        return held.fault() + (rows == TreeDump::rows(*model)
-                                   ? QString()
-                                   : QStringLiteral("by the signals the rows are:\n") + rows);
-    }
-
-    QAbstractItemModel *model;
-    ModelMirror mirror;
-    HeldIndexes held;
-    std::unique_ptr<QAbstractItemModelTester> tester;
-};
-
 } // namespace
 
 Q_DECLARE_METATYPE(EmberDocument::FileType)
 
-/// However the text of a document came about, its tree, its messages and its model rows are those
-/// of a document that was given the same text at once.
+/// However the text of a document came about, its tree, its messages and its model rows are
+/// those of a document that was given the same text at once.
 class TestRandomEditor : public QObject
 {
     Q_OBJECT
@@ -176,32 +187,19 @@ void TestRandomEditor::equalsFreshDocument()
                           : 600;
     const OpenDocument open(type);
     EmberDocument *document = open.get();
-    document->setOption(QStringLiteral("parseCode"), !document->animations() || seed % 3 != 0,
-                        false, false);
-    std::vector<std::unique_ptr<WatchedModel>> models;
-    // The tree shows a frame without a name by its row, so rows say something else as others come.
-    models.push_back(std::make_unique<WatchedModel>(document->model(), !document->animations()));
-    if (document->animations())
-        models.push_back(std::make_unique<WatchedModel>(document->animations(), true));
-    RandomEditor editor(document, seed);
-    for (int step = 0; step < steps; ++step) {
-        const QString before = document->toPlainText();
-        for (const auto &model : models) {
-            if (holdsIndexes)
-                model->held.holdAll();
-        }
-        if (step % 200 == 199)
-            document->fromString(before);
-        const QString action = editor.step();
-        QString fault = editor.fault() + difference(*document);
-        for (const auto &model : models)
-            fault += model->fault();
-        if (!fault.isEmpty() || QTest::currentTestFailed()) {
-            qWarning().noquote() << "step" << step << action << "\nbefore:\n" + before
-                                 << "\nafter:\n" + document->toPlainText() << '\n' + fault;
-            QFAIL("the document differs from a fresh one");
-        }
-    }
+    const bool isCode = type == EmberDocument::States;
+    document->setOption(QStringLiteral("parseCode"), isCode || seed % 3 != 0, false, false);
+    QAbstractItemModel *model = document->model();
+    // The tree shows a frame without a name by its row, so rows say something else as others
+    // come.
+    if (!isCode)
+        model = document->animations();
+    const QAbstractItemModelTester tester(model,
+                                          QAbstractItemModelTester::FailureReportingMode::QtTest);
+    const QString fault =
+        EngineTest::runEdits(*document, [type] { return new EmberDocument(type); },
+                             isCode ? codeLines : animationLines, {seed, steps, holdsIndexes});
+    QVERIFY2(fault.isEmpty(), qPrintable(fault));
 }
 
 void TestRandomEditor::undoesAndRedoesAll_data()
@@ -220,26 +218,9 @@ void TestRandomEditor::undoesAndRedoesAll()
     QFETCH(EmberDocument::FileType, type);
     QFETCH(quint32, seed);
     const OpenDocument open(type);
-    EmberDocument *document = open.get();
-    const QString start = document->toPlainText();
-    RandomEditor editor(document, seed);
-    for (int step = 0; step < 100; ++step)
-        editor.step();
-    while (document->isRedoAvailable())
-        document->redo();
-    QStringList stages{TreeDump::all(*document)};
-    while (document->isUndoAvailable()) {
-        document->undo();
-        stages.append(TreeDump::all(*document));
-    }
-    QVERIFY(stages.size() > 20);
-    QCOMPARE(document->toPlainText(), start);
-    for (int stage = stages.size() - 2; stage >= 0; --stage) {
-        QVERIFY(document->isRedoAvailable());
-        document->redo();
-        QCOMPARE(TreeDump::all(*document), stages.at(stage));
-    }
-    QVERIFY(!document->isRedoAvailable());
+    const QString fault = EngineTest::runUndo(
+        *open.get(), type == EmberDocument::States ? codeLines : animationLines, {seed, 100});
+    QVERIFY2(fault.isEmpty(), qPrintable(fault));
 }
 
 QTEST_MAIN(TestRandomEditor)

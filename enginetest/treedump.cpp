@@ -1,4 +1,4 @@
-#include "treedump.h"
+#include <enginetest/treedump.h>
 
 #include <kilnx/code/codedocument.h>
 #include <kilnx/code/groupcode.h>
@@ -52,6 +52,8 @@ QString levelRows(const QAbstractItemModel &model, const QModelIndex &parent, in
 
 } // namespace
 
+namespace EngineTest
+{
 QString TreeDump::nodes(const Kiln::CodeDocument &document)
 {
     QString text;
@@ -95,3 +97,4 @@ QString TreeDump::all(const Kiln::CodeDocument &document)
 {
     return nodes(document) + messages(document) + rows(document);
 }
+} // namespace EngineTest

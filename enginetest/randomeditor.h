@@ -1,16 +1,26 @@
 #pragma once
 
-#include <ember/emberdocument.h>
-
 #include <QRandomGenerator>
 #include <QStringList>
+#include <QTextCursor>
 
-/// Somebody who edits a document of Ember code or animations without end and without sense: the
-/// same things in the same order for the same seed.
+#include <enginetest/linemaker.h>
+
+namespace Kiln
+{
+class Animations;
+class CodeDocument;
+class CodeNode;
+} // namespace Kiln
+
+namespace EngineTest
+{
+/// Somebody who edits a document of code or animations without end and without sense: the same
+/// things in the same order for the same lines and seed. The document must outlive it.
 class RandomEditor
 {
 public:
-    RandomEditor(EmberDocument *document, quint32 seed);
+    RandomEditor(Kiln::CodeDocument *document, const LineMaker &lines, quint32 seed);
 
     /// One edit. Returns what it did, for the report of a failure.
     QString step();
@@ -59,8 +69,12 @@ private:
     QString randomText();
     QString identifier();
     QString anyOf(const QStringList &texts);
+    QChar anyCharacter();
 
-    EmberDocument *m_document;
+    Kiln::CodeDocument *m_document;
+    Kiln::Animations *m_list; ///< null in a file without one
+    LineMaker m_lines;
     QRandomGenerator m_random;
     QString m_fault;
 };
+} // namespace EngineTest

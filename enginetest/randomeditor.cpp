@@ -1,89 +1,33 @@
-#include "randomeditor.h"
+#include <enginetest/randomeditor.h>
 
-#include <ember/animationnodes.h>
-#include <ember/emberanimations.h>
-#include <ember/emberline.h>
-#include <ember/embernodes.h>
+#include <kilnx/code/animationcode.h>
+#include <kilnx/code/animations.h>
+#include <kilnx/code/codedocument.h>
+#include <kilnx/code/contactboxes.h>
+#include <kilnx/code/framecode.h>
+#include <kilnx/code/groupcode.h>
+#include <kilnx/code/valuecode.h>
 
 #include <QRegularExpression>
 #include <QTextBlock>
 
 #include <iterator>
 
+namespace EngineTest
+{
 namespace
 {
 
 /// The size that the text hovers around, in lines.
 constexpr int usualLines = 100;
 
-/// What a file is written of.
-struct Words {
-    QStringList sections;
-    QStringList headers;
-    QStringList entries;
-};
-
-const Words codeWords{
-    {
-        QStringLiteral("@state stand\n    posture: standing\n    drift: 0, 0\n    ticks: 4, 4\n"),
-        QStringLiteral(
-            "@state leap ; up\n  drift + pull: 1\n  cost: 3 ; breath\n  box: 1, 2, 3, 4\n"),
-        QStringLiteral("@@on landing\n    when: (height <= 0) and [tide > 2]\n    then: stand\n"),
-        QStringLiteral(
-            "@@step reach\n    lasts: 4\n    velocity: 1, 0\n    harm: 1200\n    cel: a\n"),
-        QStringLiteral("@note\nthe drift: is free text\n(nobody minds\n"),
-        QStringLiteral("@sketch tiptoe\n    drift: 0, 1\n"),
-        QStringLiteral("@about\n    title: \"x\"\n"),
-        QStringLiteral("@nothing known\n    drift: 1, 1\n"),
-        QStringLiteral("    spark + cel: glint\n"),
-        // More lines without a node than anything should ever walk one by one.
-        QStringLiteral("\n; a comment").repeated(70) + QLatin1Char('\n'),
-        QStringLiteral("\n; a comment\n\n"),
-        QStringLiteral(
-            "@state twins\n    steered: yes\n    say: \"now; then\"\n    glow + ticks: 1, 2, 3\n"),
-    },
-    {QStringLiteral("@state walk"), QStringLiteral("@@on a rule"), QStringLiteral("@@step one"),
-     QStringLiteral("@note"), QStringLiteral("@sketch"), QStringLiteral("@sketch x"),
-     QStringLiteral("@files"), QStringLiteral("@"), QStringLiteral("@@@step three"),
-     QStringLiteral("@on one sign"), QStringLiteral("@@state two"), QStringLiteral("@state"),
-     QStringLiteral("@unheard of"), QStringLiteral("@step\tb")},
-    {QStringLiteral("    drift: 1.5, -2"), QStringLiteral("drift: 1"),
-     QStringLiteral("    when: (a or [b"), QStringLiteral("    cel: wren"),
-     QStringLiteral("    cel + spark: both"), QStringLiteral("    cel + posture: clash"),
-     QStringLiteral("    lasts: 12"), QStringLiteral("    posture: lying ; ill"),
-     QStringLiteral("    : no key"), QStringLiteral("no colon"),
-     QStringLiteral("    say: \"text\""), QStringLiteral("")}};
-
-const Words animationWords{
-    {QStringLiteral("@animation 3, title T, once\n body: 1, 2, 3, 4\n frame: s, at 1 2, loop\n"),
-     QStringLiteral("; comment\n@animation a\n\n    strike: 1, 2, 3, 4\n; its frame\n    frame:\n"),
-     QStringLiteral("    frame: s\n    body: 1, 2\n    frame: t, loop ; note\n"),
-     QStringLiteral("\n; a comment").repeated(70) + QLatin1Char('\n'),
-     QStringLiteral("frame:\nframe: x\nframe:\n"), QStringLiteral("\n; a comment\n\n")},
-    {QStringLiteral("@animation 7"), QStringLiteral("@animation a, title T, once"),
-     QStringLiteral("@animation"), QStringLiteral("@@animation b"), QStringLiteral("@state stand")},
-    {QStringLiteral("    frame: s, at 1 2, for 3"), QStringLiteral("    frame: s, loop ; note"),
-     QStringLiteral("frame: , for x, at 1"), QStringLiteral("    body: 1, 2, 3, 4"),
-     QStringLiteral("    strike: 1, 2"), QStringLiteral("; comment"), QStringLiteral("junk"),
-     QStringLiteral("    strike: 5, 6, 7, 8"), QStringLiteral("")}};
-
-const Words &wordsOf(const EmberDocument *document)
-{
-    return document->fileType() == EmberDocument::Animations ? animationWords : codeWords;
-}
-
-const QStringList values{QStringLiteral("1"),
-                         QStringLiteral("2, 3"),
-                         QStringLiteral("1, 2, 3"),
-                         QStringLiteral("lying"),
-                         QStringLiteral("a \"quoted\" ; comment"),
-                         QStringLiteral("two\nlines"),
-                         QStringLiteral("(open")};
-
 } // namespace
 
-RandomEditor::RandomEditor(EmberDocument *document, quint32 seed)
+RandomEditor::RandomEditor(Kiln::CodeDocument *document, const LineMaker &lines, quint32 seed)
     : m_document(document)
+    , m_list(
+          dynamic_cast<Kiln::Animations *>(document->documentEditor(Kiln::CodeNode::Animation, 0)))
+    , m_lines(lines)
     , m_random(seed)
 {
 }
@@ -114,8 +58,7 @@ QString RandomEditor::step()
         {"edit a frame", 20, &RandomEditor::editFrame},
     };
     // The last two are for files of animations.
-    const bool hasList = m_document->animations();
-    const int count = int(std::size(choices)) - (hasList ? 0 : 2);
+    const int count = int(std::size(choices)) - (m_list ? 0 : 2);
     int weights = 0;
     for (int i = 0; i < count; ++i)
         weights += choices[i].weight;
@@ -132,15 +75,13 @@ QString RandomEditor::step()
 
 void RandomEditor::typeCharacter()
 {
-    const QString characters = QStringLiteral("@@;:+\n\nabd ,.\"()[]{}159");
-    cursorAt(below(m_document->characterCount()))
-        .insertText(characters.at(below(characters.size())));
+    cursorAt(below(m_document->characterCount())).insertText(anyCharacter());
 }
 
 void RandomEditor::typeLine()
 {
     QTextCursor cursor = linesSelected(randomLine(), -1);
-    cursor.insertText(anyOf(wordsOf(m_document).entries) + QLatin1Char('\n'));
+    cursor.insertText(anyOf(m_lines.entries) + QLatin1Char('\n'));
 }
 
 void RandomEditor::deleteCharacters()
@@ -170,14 +111,14 @@ void RandomEditor::pasteSection()
 {
     const int place = below(2) ? m_document->findBlockByNumber(randomLine()).position()
                                : below(m_document->characterCount());
-    cursorAt(place).insertText(anyOf(wordsOf(m_document).sections));
+    cursorAt(place).insertText(anyOf(m_lines.sections));
 }
 
 void RandomEditor::editHeader()
 {
     QTextCursor cursor(m_document->findBlockByNumber(randomHeader()));
     cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
-    cursor.insertText(anyOf(wordsOf(m_document).headers));
+    cursor.insertText(anyOf(m_lines.headers));
 }
 
 void RandomEditor::damageHeader()
@@ -186,7 +127,7 @@ void RandomEditor::damageHeader()
     if (below(2))
         cursor.deleteChar();
     else
-        cursor.insertText(anyOf({QStringLiteral("@"), QStringLiteral("x"), QStringLiteral(";")}));
+        cursor.insertText(anyCharacter());
 }
 
 /// Cuts some lines and pastes them elsewhere, as two steps of undo or as one.
@@ -224,7 +165,7 @@ void RandomEditor::bracket()
     m_document->beginChange();
     const int edits = 1 + below(5);
     for (int i = 0; i < edits; ++i) {
-        switch (below(m_document->animations() ? 10 : 7)) {
+        switch (below(m_list ? 10 : 7)) {
         case 0:
             setValue();
             break;
@@ -264,15 +205,11 @@ void RandomEditor::checkInsideBracket()
 {
     if (!m_document->option(QStringLiteral("parseCode")).toBool())
         return;
-    const bool hasList = m_document->animations();
+    const auto headerType = m_list ? Kiln::CodeNode::Animation : Kiln::CodeNode::Group;
     const Kiln::CodeNode *last = m_document;
     for (QTextBlock block = m_document->begin(); block.isValid(); block = block.next()) {
         const Kiln::CodeNode *node = m_document->nodeInBlock(block);
-        const EmberLine line = EmberLine::read(block.text());
-        const bool isHeader =
-            line.kind == EmberLine::Header && (!hasList || line.word == QLatin1String("animation"));
-        const auto type = hasList ? Kiln::CodeNode::Animation : Kiln::CodeNode::Group;
-        if (isHeader != (node && node->type() == type))
+        if (m_lines.isHeader(block.text()) != (node && node->type() == headerType))
             m_fault = QStringLiteral("inside a bracket, line %1\n").arg(block.blockNumber());
         if (!node)
             continue;
@@ -285,26 +222,23 @@ void RandomEditor::checkInsideBracket()
 
 void RandomEditor::setValue()
 {
-    auto *node = dynamic_cast<EmberValue *>(randomNode());
+    auto *node = dynamic_cast<Kiln::ValueCode *>(randomNode());
     if (node)
-        node->setValue(anyOf(values));
+        node->setValue(anyOf(m_lines.values));
 }
 
 void RandomEditor::setName()
 {
     auto *named = dynamic_cast<Kiln::NamedCode *>(randomNode());
-    if (named) {
-        named->setName(
-            anyOf({QStringLiteral("drift"), QStringLiteral("velocity"), QStringLiteral("cel"),
-                   QStringLiteral("new name"), QStringLiteral("x")}));
-    }
+    if (named)
+        named->setName(anyOf(m_lines.names));
 }
 
 void RandomEditor::addValue()
 {
-    auto *group = dynamic_cast<EmberGroup *>(randomNode());
+    auto *group = dynamic_cast<Kiln::GroupCode *>(randomNode());
     if (group)
-        group->addValue(anyOf({QStringLiteral("drift"), QStringLiteral("then")}), anyOf(values));
+        group->addValue(anyOf(m_lines.names), anyOf(m_lines.values));
 }
 
 void RandomEditor::removeNode()
@@ -324,13 +258,11 @@ void RandomEditor::insertBesideNode()
 
 void RandomEditor::replaceMatches()
 {
-    const QRegularExpression expression(
-        anyOf({QStringLiteral("stan(d)"), QStringLiteral("@(\\w)(\\w+)"),
-               QStringLiteral(": *(\\w+)\\n"), QStringLiteral("drift: (\\d)")}));
+    const QRegularExpression expression(anyOf(m_lines.searches));
     QList<Kiln::ProjectFile::SearchResult> results = m_document->search(expression);
     while (results.size() > 5)
         results.removeAt(below(results.size()));
-    m_document->replace(results, anyOf({QStringLiteral("drift: 1"), QStringLiteral("@st%1")}));
+    m_document->replace(results, anyOf(m_lines.replacements));
 }
 
 /// Parses the file as a whole, which changes nothing.
@@ -346,7 +278,7 @@ void RandomEditor::parseAll()
 
 void RandomEditor::editList()
 {
-    EmberAnimations *list = m_document->animations();
+    Kiln::Animations *list = m_list;
     const int count = int(list->count());
     const auto row = unsigned(below(qMax(count, 1)));
     Kiln::AnimationCode *animation = list->at(row);
@@ -450,7 +382,7 @@ int RandomEditor::randomHeader()
 {
     QList<int> lines;
     for (QTextBlock block = m_document->begin(); block.isValid(); block = block.next()) {
-        if (block.text().trimmed().startsWith(QLatin1Char('@')))
+        if (m_lines.isHeader(block.text()))
             lines.append(block.blockNumber());
     }
     return lines.isEmpty() ? randomLine() : lines.at(below(lines.size()));
@@ -469,17 +401,25 @@ QString RandomEditor::randomText()
 {
     switch (below(4)) {
     case 0:
-        return anyOf(wordsOf(m_document).sections);
+        return anyOf(m_lines.sections);
     case 1:
-        return anyOf(wordsOf(m_document).headers);
+        return anyOf(m_lines.headers);
     case 2:
         return QString();
     default:
-        return anyOf(wordsOf(m_document).entries) + QLatin1Char('\n');
+        return anyOf(m_lines.entries) + QLatin1Char('\n');
     }
 }
 
+/// Empty if there are none.
 QString RandomEditor::anyOf(const QStringList &texts)
 {
-    return texts.at(below(texts.size()));
+    return texts.isEmpty() ? QString() : texts.at(below(texts.size()));
 }
+
+QChar RandomEditor::anyCharacter()
+{
+    const QString &characters = m_lines.characters;
+    return characters.isEmpty() ? QLatin1Char(' ') : characters.at(below(characters.size()));
+}
+} // namespace EngineTest

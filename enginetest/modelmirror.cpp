@@ -1,7 +1,11 @@
-#include "modelmirror.h"
+#include <enginetest/modelmirror.h>
+
+#include <enginetest/treedump.h>
 
 #include <algorithm>
 
+namespace EngineTest
+{
 ModelMirror::ModelMirror(QAbstractItemModel *model)
     : m_model(model)
 {
@@ -16,6 +20,36 @@ ModelMirror::ModelMirror(QAbstractItemModel *model)
 QString ModelMirror::text()
 {
     return textOf(m_root, QModelIndex(), -1);
+}
+
+void ModelMirror::holdIndexes()
+{
+    m_held.clear();
+    holdBelow(QModelIndex());
+}
+
+void ModelMirror::holdBelow(const QModelIndex &parent)
+{
+    for (int row = 0; row < m_model->rowCount(parent); ++row) {
+        const QModelIndex index = m_model->index(row, 0, parent);
+        m_held.append(index);
+        holdBelow(index);
+    }
+}
+
+QString ModelMirror::fault()
+{
+    for (const QPersistentModelIndex &index : qAsConst(m_held)) {
+        if (!index.isValid())
+            continue;
+        const QModelIndex there = m_model->index(index.row(), 0, index.parent());
+        if (there != index || there.internalPointer() != index.internalPointer())
+            return QStringLiteral("a held index lost its row: %1\n").arg(index.row());
+    }
+    const QString rows = text();
+    if (rows == TreeDump::rows(*m_model))
+        return QString();
+    return QStringLiteral("by the signals the rows are:\n") + rows;
 }
 
 void ModelMirror::rebuild()
@@ -93,3 +127,4 @@ QString ModelMirror::textOf(Row &row, const QModelIndex &index, int level)
         text += textOf(*row.rows[i], m_model->index(int(i), 0, index), level + 1);
     return text;
 }
+} // namespace EngineTest

@@ -9,6 +9,8 @@ namespace Kiln
 class CodeDocument;
 }
 
+namespace EngineTest
+{
 /// A code document as text, so that two of them can be compared, and a difference be read.
 namespace TreeDump
 {
@@ -24,3 +26,4 @@ QString rows(const QAbstractItemModel &model);
 QString all(const Kiln::CodeDocument &document);
 
 } // namespace TreeDump
+} // namespace EngineTest

@@ -1,22 +1,25 @@
-#include "freshdocument.h"
+#include <enginetest/freshdocument.h>
 
-#include <ember/emberanimations.h>
+#include <enginetest/treedump.h>
 #include <kilnx/code/animationcode.h>
+#include <kilnx/code/animations.h>
 #include <kilnx/code/codeblockdata.h>
+#include <kilnx/code/codedocument.h>
 #include <kilnx/code/contactboxes.h>
 #include <kilnx/code/framecode.h>
-#include <tests/support/treedump.h>
 
 #include <QDebug>
 #include <QTextBlock>
 
 using namespace Kiln;
 
+namespace EngineTest
+{
 namespace
 {
 
 /// The brackets and the row of each line.
-QString lines(EmberDocument &document)
+QString lines(CodeDocument &document)
 {
     QString text;
     for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
@@ -35,7 +38,7 @@ QString lines(EmberDocument &document)
 }
 
 /// Everything that a file of animations says, read through the contract of the library.
-QString contents(const EmberAnimations &list)
+QString contents(const Animations &list)
 {
     QString text = TreeDump::rows(list);
     QDebug stream(&text);
@@ -56,17 +59,18 @@ QString contents(const EmberAnimations &list)
     return text;
 }
 
-QString state(EmberDocument &document)
+QString state(CodeDocument &document)
 {
-    const EmberAnimations *list = document.animations();
+    const auto *list =
+        dynamic_cast<const Animations *>(document.documentEditor(CodeNode::Animation, 0));
     return TreeDump::all(document) + lines(document) + (list ? contents(*list) : QString());
 }
 
 } // namespace
 
-QString difference(EmberDocument &document)
+QString difference(CodeDocument &document, const DocumentMaker &makeFresh)
 {
-    auto *fresh = new EmberDocument(static_cast<EmberDocument::FileType>(document.fileType()));
+    CodeDocument *fresh = makeFresh();
     fresh->fromString(document.toPlainText());
     const QString found = state(document);
     const QString expected = state(*fresh);
@@ -76,3 +80,4 @@ QString difference(EmberDocument &document)
     return QStringLiteral("\n%1\nfound:\n%2\nexpected:\n%3")
         .arg(document.toPlainText(), found, expected);
 }
+} // namespace EngineTest

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QString>
+
+#include <functional>
+
+namespace Kiln
+{
+class CodeDocument;
+}
+
+namespace EngineTest
+{
+/// Makes an empty document of the engine's.
+using DocumentMaker = std::function<Kiln::CodeDocument *()>;
+
+/// What differs between a document and a fresh one that was given the same text at once: nodes,
+/// messages, rows, brackets, and what animations say. Empty if nothing does.
+QString difference(Kiln::CodeDocument &document, const DocumentMaker &makeFresh);
+} // namespace EngineTest
