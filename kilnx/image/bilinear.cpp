@@ -65,14 +65,25 @@ template<class Pairs>
 
 #endif
 
+bool hasVectors()
+{
+#if defined(__x86_64__) && defined(__GNUC__)
+    return __builtin_cpu_supports("avx2");
+#else
+    return false;
+#endif
+}
+
 /// Mixes pairs of pixels of any shares.
 template<class Pairs>
-void mix(const Pairs &pairs, QRgb *target, size_t count)
+void mix(const Pairs &pairs, QRgb *target, size_t count, bool useVectors)
 {
     size_t i = 0;
 #if defined(__x86_64__) && defined(__GNUC__)
-    if (__builtin_cpu_supports("avx2"))
+    if (useVectors)
         i = mixVectors(pairs, target, count);
+#else
+    Q_UNUSED(useVectors)
 #endif
     for (; i < count; ++i) {
         const QRgb first = pairs.first(i);
@@ -129,8 +140,12 @@ private:
     Blend m_blend;
 };
 
-BilinearScaler::BilinearScaler(const QImage &image, QSize size, const RGBA *palette)
+BilinearScaler::BilinearScaler(const QImage &image,
+                               QSize size,
+                               const RGBA *palette,
+                               bool useVectors)
     : m_image(image)
+    , m_useVectors(useVectors && hasVectors())
     , m_columns(blends(image.width(), size.width()))
     , m_rows(blends(image.height(), size.height()))
     , m_exactColumns(std::none_of(m_columns.cbegin(), m_columns.cend(), [](const Blend &column) {
@@ -172,7 +187,7 @@ void BilinearScaler::scale(int y, QRgb *target)
     }
     const RowPairs pairs(top, stretched(blend.second, blend.first), blend);
     if (blend.share == Inexact)
-        mix(pairs, target, m_columns.size());
+        mix(pairs, target, m_columns.size(), m_useVectors);
     else
         mixExactly(pairs, target, m_columns.size());
 }
@@ -190,7 +205,7 @@ const QRgb *BilinearScaler::stretched(int row, int keep)
     if (m_exactColumns)
         mixExactly(pairs, slot.pixels.data(), m_columns.size());
     else
-        mix(pairs, slot.pixels.data(), m_columns.size());
+        mix(pairs, slot.pixels.data(), m_columns.size(), m_useVectors);
     return slot.pixels.data();
 }
 

@@ -13,11 +13,13 @@ namespace Kiln
 /// their distances, calculated in double precision and cut to an integer, first along the row and
 /// then between two rows. Each source row is stretched once and kept for as long as target rows
 /// lie beside it.
-class BilinearScaler
+class KILNX_EXPORT BilinearScaler
 {
 public:
     /// `palette` has the 256 colours of an indexed picture. Both must outlive this object.
-    BilinearScaler(const QImage &image, QSize size, const RGBA *palette);
+    /// `useVectors` says whether vectors of the processor may be used, where it has them; the
+    /// results are the same.
+    BilinearScaler(const QImage &image, QSize size, const RGBA *palette, bool useVectors = true);
 
     /// Writes row `y` of the result as 0xAARRGGBB.
     void scale(int y, QRgb *target);
@@ -44,6 +46,7 @@ private:
     const QRgb *sourceRow(int y);
 
     const QImage &m_image;
+    bool m_useVectors;
     std::vector<Blend> m_columns;
     std::vector<Blend> m_rows;
     bool m_exactColumns; // the share of every column is exact

@@ -99,17 +99,38 @@ QImage tidied(QImage read)
     return image;
 }
 
-void readWithQt(QIODevice *device, const char *format, QImage &image)
+/// Reads into a picture that was cleared before: what a file leaves out would otherwise be
+/// whatever the memory held.
+QImage readCleared(QImageReader &reader, QSize size, QImage::Format format)
 {
+    QImage image(size, format);
+    image.fill(0);
+    return reader.read(&image) ? image : QImage();
+}
+
+QImage readBounded(QIODevice *device, const char *format)
+{
+    const qint64 start = device->pos();
     QImageReader reader(device, format);
     // The height of a BMP whose top row comes first is negative here.
-    const QSize size = reader.size();
-    const qint64 pixels = std::abs(qint64(size.width()) * size.height());
-    if (!pictureFits(pixels * qint64(sizeof(QRgb)), device, MaxGrowth)) {
-        image = QImage();
-        return;
-    }
-    image = tidied(reader.read());
+    const QSize size(reader.size().width(), std::abs(reader.size().height()));
+    const qint64 bytes = qint64(size.width()) * size.height() * qint64(sizeof(QRgb));
+    if (!pictureFits(bytes, device, MaxGrowth))
+        return QImage();
+    const QImage::Format promised = reader.imageFormat();
+    QImage image = readCleared(reader, size, promised);
+    if (image.isNull() || image.format() == promised)
+        return image;
+    // The reader made a picture of its own: it does not tell of a BMP's alpha beforehand.
+    device->seek(start);
+    QImageReader again(device, format);
+    return readCleared(again, size, image.format());
+}
+
+void readWithQt(QIODevice *device, const char *format, QImage &image)
+{
+    SeekableDevice seekable(device);
+    image = tidied(readBounded(seekable.get(), format));
 }
 
 void readGif(QIODevice *device, QImage &image)
@@ -151,11 +172,11 @@ bool writeGif(QIODevice *device, const QImage &image)
 /// Asks one extension after the other, each from the same place of the device.
 void readWithExtensions(QIODevice *device, const char *format, QImage &image)
 {
-    const qint64 start = device->pos();
+    SeekableDevice seekable(device);
+    const qint64 start = seekable.get()->pos();
     ExtensionManager::convert<ImageReader>(format, [&](ImageReader &reader) {
-        if (!device->isSequential())
-            device->seek(start);
-        return reader.read(device, image);
+        seekable.get()->seek(start);
+        return reader.read(seekable.get(), image);
     });
 }
 
@@ -263,8 +284,14 @@ bool saveImage(QIODevice *device, const char *format, const QImage &image)
 {
     if (image.isNull() || !device || !device->isWritable())
         return false;
-    if (isWord(format, "PNG") || isWord(format, "BMP"))
+    if (isWord(format, "PNG"))
         return image.save(device, format, -1);
+    if (isWord(format, "BMP")) {
+        // Qt writes whole rows, and what lies behind the pixels may be any memory.
+        QImage whole = image;
+        clearPadding(whole);
+        return whole.save(device, format, -1);
+    }
     if (isWord(format, "GIF"))
         return writeGif(device, image);
     if (isWord(format, "PCX"))

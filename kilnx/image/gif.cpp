@@ -2,7 +2,6 @@
 
 #include <kilnx/image/bytestream_p.h>
 
-#include <QtCore/QBuffer>
 #include <QtCore/QDataStream>
 
 #include <gif_lib.h>
@@ -99,12 +98,6 @@ private:
 /// Whether the pictures of the file fit into memory; leaves the device where it was.
 bool picturesFit(QIODevice *device)
 {
-    if (device->isSequential()) {
-        QByteArray bytes = device->peek(device->bytesAvailable());
-        QBuffer buffer(&bytes);
-        buffer.open(QIODevice::ReadOnly);
-        return pictureFits(SizeScan(&buffer).pixels(), device, MaxGrowth);
-    }
     const qint64 start = device->pos();
     const qint64 pixels = SizeScan(device).pixels();
     device->seek(start);
@@ -120,6 +113,14 @@ QVector<RGB> colorsOf(const ColorMapObject *map)
             colors.append({map->Colors[i].Red, map->Colors[i].Green, map->Colors[i].Blue});
     }
     return colors;
+}
+
+/// Whether a picture has one bit a pixel. The resolution alone does not tell: many programs write
+/// 0 whatever the colours.
+bool isMono(const GifFileType &gif, const SavedImage &saved)
+{
+    const ColorMapObject *map = saved.ImageDesc.ColorMap ? saved.ImageDesc.ColorMap : gif.SColorMap;
+    return gif.SColorResolution < 2 && (!map || map->ColorCount <= 2);
 }
 
 QImage pictureOf(const SavedImage &saved, bool isMono, bool isWhole)
@@ -257,13 +258,16 @@ bool writePicture(GifFileType *gif, const GIFImage::SubImage &picture, bool hasC
     return ok;
 }
 
-/// Covers the indexes past the map too: a file of one bit would be read as Mono.
-int colorResolution(const GIFImage::SubImage &first, const QVector<RGB> &globalColors)
+/// The bits of the largest map, which covers the indexes past it too.
+int colorResolution(const QList<GIFImage::SubImage> &pictures, const QVector<RGB> &globalColors)
 {
-    if (first.image.format() == QImage::Format_Mono)
-        return 1;
-    const int count = globalColors.isEmpty() ? first.colorMap.size() : globalColors.size();
-    return GifBitSize(std::max(count, usedColors(first.image)));
+    int most = 0;
+    for (const GIFImage::SubImage &picture : pictures) {
+        const bool isMono = picture.image.format() == QImage::Format_Mono;
+        const QVector<RGB> &map = picture.colorMap.isEmpty() ? globalColors : picture.colorMap;
+        most = std::max({most, isMono ? 2 : map.size(), usedColors(picture.image)});
+    }
+    return GifBitSize(most);
 }
 
 bool canBeWritten(const GIFImage::SubImage &picture)
@@ -284,13 +288,15 @@ GIFImage::GIFImage(unsigned short width, unsigned short height, bool loop)
 {
 }
 
-bool GIFImage::load(QIODevice *device)
+bool GIFImage::load(QIODevice *source)
 {
-    if (!openForReading(device))
+    if (!openForReading(source))
         return false;
     m_globalColorMap.clear();
     m_images.clear();
     m_loop = false;
+    SeekableDevice seekable(source);
+    QIODevice *device = seekable.get();
     if (!picturesFit(device))
         return false;
 
@@ -317,7 +323,7 @@ bool GIFImage::load(QIODevice *device)
         readExtensions(saved, picture, m_loop);
         picture.colorMap = colorsOf(saved.ImageDesc.ColorMap);
         // After a fault nobody can tell how much of the last picture's pixels was decoded.
-        picture.image = pictureOf(saved, gif->SColorResolution < 2, isWhole || i + 1 < count);
+        picture.image = pictureOf(saved, isMono(*gif, saved), isWhole || i + 1 < count);
         m_images.append(picture);
     }
     return isWhole;
@@ -343,7 +349,7 @@ bool GIFImage::save(QIODevice *device)
             used = std::max(used, usedColors(picture.image));
     }
     const FileColorMap map(m_globalColorMap, used);
-    bool ok = EGifPutScreenDesc(gif, m_width, m_height, colorResolution(first, m_globalColorMap),
+    bool ok = EGifPutScreenDesc(gif, m_width, m_height, colorResolution(m_images, m_globalColorMap),
                                 background, map.get()) == GIF_OK;
     if (ok && m_loop)
         ok = writeLoop(gif);

@@ -72,7 +72,7 @@ struct AnimImageFrame {
 /// Writes an animation. Frames are laid out by their offsets; null pictures are skipped. True
 /// colour frames are reduced, with index 0 kept for pixels of alpha below 128: to one table for
 /// all of them if no frame is indexed, else each for itself. With `singlePalette` the first
-/// frame's colours serve all. False for no frames, no device, a screen above 65,535 pixels a
+/// picture's colours serve all. False for no frames, no device, a screen above 65,535 pixels a
 /// side, when the last of frames without an indexed one is null (the shared table is taken there),
 /// and when the file cannot be written.
 KILNX_EXPORT bool

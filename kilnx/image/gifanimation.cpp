@@ -117,8 +117,9 @@ public:
     {
     }
 
-    void add(const AnimImageFrame &frame, bool isFirst, bool isLast)
+    void add(const AnimImageFrame &frame, bool isLast)
     {
+        const bool isFirst = m_gif.images().isEmpty();
         GIFImage::SubImage picture;
         picture.image = frame.image;
         picture.left = static_cast<short>(m_layout.axisX - frame.offset.x());
@@ -200,7 +201,7 @@ bool saveGIF(QIODevice *device,
     Assembler assembler(layout, singlePalette, loop);
     for (int i = 0; i < frames.size(); ++i) {
         if (!frames[i].image.isNull())
-            assembler.add(frames[i], i == 0, i + 1 == frames.size());
+            assembler.add(frames[i], i + 1 == frames.size());
     }
     return assembler.save(device);
 }

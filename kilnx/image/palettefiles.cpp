@@ -246,8 +246,8 @@ private:
     {
         float value = 0;
         m_stream >> value;
-        // Written so that what is no number becomes 0.
-        const double scaled = value > 0 ? std::min(value * 255.0, 255.0) : 0.0;
+        // In single precision, like the value; written so that what is no number becomes 0.
+        const float scaled = value > 0 ? std::min(value * 255.0f, 255.0f) : 0.0f;
         return roundHalfUp(scaled);
     }
 
@@ -320,8 +320,7 @@ bool readBySignature(QIODevice *device, const char *format, Table table)
         return readSwatchText(device, table);
     const qint64 start = device->pos();
     return ExtensionManager::convert<PaletteReader>(format, [&](PaletteReader &reader) {
-        if (!device->isSequential())
-            device->seek(start);
+        device->seek(start);
         return reader.read(device, table);
     });
 }
@@ -339,10 +338,12 @@ bool writeAct(QIODevice *device, const RGBA (&table)[Entries])
 
 } // namespace
 
-bool PaletteObject::fromFile(QIODevice *device, const char *format)
+bool PaletteObject::fromFile(QIODevice *source, const char *format)
 {
-    if (!device || !device->isReadable())
+    if (!source || !source->isReadable())
         return false;
+    SeekableDevice seekable(source);
+    QIODevice *device = seekable.get();
     RGBA table[Entries];
     std::fill(std::begin(table), std::end(table), RGBA{0, 0, 0, 255});
     bool ok = true;

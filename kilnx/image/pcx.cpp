@@ -215,10 +215,12 @@ PcxHeader PcxHeader::fromBytes(const uchar *bytes)
     return header;
 }
 
-bool loadPCX(QImage &image, QIODevice *device)
+bool loadPCX(QImage &image, QIODevice *source)
 {
-    if (!openForReading(device))
+    if (!openForReading(source))
         return false;
+    SeekableDevice seekable(source);
+    QIODevice *device = seekable.get();
     uchar bytes[PcxHeader::Size] = {};
     if (!readFully(device, bytes, PcxHeader::Size))
         return false;

@@ -107,16 +107,20 @@ bool readSamples(QDataStream &stream, quint32 size, QByteArray &data)
     return true;
 }
 
-/// Asks one extension after the other, each from the same place and with a fresh sample.
+/// Asks one extension after the other, each from the same place and with a fresh sample. What a
+/// reader gave stays until another one gives something, even if it said that it failed.
 void readWithExtensions(QIODevice *device, const char *format, SoundSample &sample)
 {
-    const qint64 start = device->pos();
+    SeekableDevice seekable(device);
+    const qint64 start = seekable.get()->pos();
     sample = SoundSample();
     ExtensionManager::convert<SoundReader>(format, [&](SoundReader &reader) {
-        if (!device->isSequential())
-            device->seek(start);
-        sample = SoundSample();
-        return reader.read(device, sample);
+        seekable.get()->seek(start);
+        SoundSample given;
+        const bool ok = reader.read(seekable.get(), given);
+        if (!given.data.isEmpty())
+            sample = given;
+        return ok;
     });
 }
 
@@ -144,10 +148,12 @@ bool saveSound(QIODevice *device, const char *format, const SoundSample &sample)
         format, [&](SoundWriter &writer) { return writer.write(sample, device); });
 }
 
-SoundSample soundFromWAV(QIODevice *device)
+SoundSample soundFromWAV(QIODevice *source)
 {
-    if (!openForReading(device))
+    if (!openForReading(source))
         return emptySample();
+    SeekableDevice seekable(source);
+    QIODevice *device = seekable.get();
     LittleEndianStream head(device);
     char id[chunkIdSize] = {};
     quint32 size = 0;

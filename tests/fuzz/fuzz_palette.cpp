@@ -8,7 +8,8 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         Input device(data, size);
         Kiln::RGBA table[256];
         Kiln::PaletteObject palette(&table);
-        palette.fromFile(&device, format);
+        if (palette.fromFile(&device, format))
+            use(QByteArray::fromRawData(reinterpret_cast<const char *>(table), sizeof table));
     }
     return 0;
 }

@@ -8,6 +8,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     PreparedPicture picture(data, size);
     Input device(data, size);
     Kiln::READER(picture.image, &device);
+    use(picture.image);
     require(device.pos() <= static_cast<qint64>(size));
     return 0;
 }

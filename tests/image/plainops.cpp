@@ -185,7 +185,9 @@ QImage resizeNearest(const QImage &image, QSize size)
     for (int y = 0, accY = 0; y < size.height(); ++y, accY += stepY) {
         for (int x = 0, accX = 0; x < size.width(); ++x, accX += stepX)
             memcpy(result.scanLine(y) + x * bytes,
-                   image.constScanLine(accY >> 16) + (accX >> 16) * bytes, size_t(bytes));
+                   image.constScanLine(qMin(accY >> 16, image.height() - 1)) +
+                       qMin(accX >> 16, image.width() - 1) * bytes,
+                   size_t(bytes));
     }
     return result;
 }

@@ -18,6 +18,8 @@
 #include <functional>
 #include <thread>
 
+#include <malloc.h>
+
 using namespace Kiln;
 
 namespace
@@ -258,6 +260,7 @@ private Q_SLOTS:
     void roundTrips_data();
     void roundTrips();
     void indexesPastTheTableAreBlack();
+    void missingPixelsAreCleared();
     void failedReads_data();
     void failedReads();
     void extensionsComeAfterTheBuiltIn();
@@ -283,6 +286,7 @@ private:
 
 void TestImageFiles::initTestCase()
 {
+    mallopt(M_PERTURB, 0x5A); // so that pixels that nobody wrote are seen
     QVERIFY(m_dir.isValid());
     m_convert = program({QStringLiteral("convert-im6.q16"), QStringLiteral("convert-im7.q16")});
     m_gifText = program({QStringLiteral("giftext")});
@@ -325,6 +329,11 @@ void TestImageFiles::roundTrips()
                                  Plain::sprite({width, height}, 32, random)}) {
                 image = image.convertToFormat(QImage::Format(pixels));
                 const QByteArray file = written(format, image);
+                for (int y = 0; y < height; ++y) {
+                    for (int i = (width * image.depth() + 7) / 8; i < image.bytesPerLine(); ++i)
+                        image.scanLine(y)[i] ^= 0xFF;
+                }
+                QCOMPARE(written(format, image), file);
                 QImage back;
                 QVERIFY(readBytes(file, format, back));
                 QCOMPARE(int(back.format()), int(wanted));
@@ -356,6 +365,37 @@ void TestImageFiles::indexesPastTheTableAreBlack()
     QVERIFY(readBytes(seed("qt/past-the-table.png"), "PNG", image));
     QCOMPARE(image.colorCount(), 2);
     QCOMPARE(image.pixelIndex(0, 1), 0);
+}
+
+void TestImageFiles::missingPixelsAreCleared()
+{
+    // A cut file keeps its lowest rows, of three and of four bytes a pixel.
+    const QString path = m_dir.filePath(QStringLiteral("alpha.bmp"));
+    QVERIFY(run(m_convert, {"-size", "6x4", "xc:rgba(255,0,0,0.4)", "BMP:" + path}));
+    QImage solid(6, 4, QImage::Format_RGB32);
+    solid.fill(0xFFFF0000);
+    const struct {
+        QByteArray file;
+        int bytes; // of the two rows that are missing
+        QRgb kept;
+        QRgb missing;
+    } cases[] = {{written("BMP", solid), 40, 0xFFFF0000, 0xFF000000},
+                 {fileBytes(path), 48, 0x66FF0000, 0}};
+    for (const auto &c : cases) {
+        QImage image;
+        QVERIFY(readBytes(c.file.left(c.file.size() - c.bytes), "BMP", image));
+        for (int y = 0; y < 4; ++y) {
+            for (int x = 0; x < 6; ++x)
+                QCOMPARE(image.pixel(x, y), y < 2 ? c.missing : c.kept);
+        }
+    }
+    // Packed rows may end early and skip pixels: two, then one to the right and one row up.
+    const QByteArray packed = QByteArray::fromHex(
+        "424D000000000000000036000000 28000000 04000000 03000000 0100 0800 01000000 00000000"
+        "00000000 00000000 02000000 00000000 11223300 44556600 0201 00020101 0101 0001");
+    QImage image;
+    QVERIFY(readBytes(QByteArray(packed).replace(10, 1, "\x3E"), "BMP", image));
+    QCOMPARE(Plain::pixelsOf(image).toHex(' '), QByteArray("00 00 00 00 00 00 00 01 01 01 00 00"));
 }
 
 void TestImageFiles::failedReads_data()

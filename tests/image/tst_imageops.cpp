@@ -1,5 +1,6 @@
 #include "plain.h"
 
+#include <kilnx/image/bilinear_p.h>
 #include <kilnx/image/colorquantizer.h>
 #include <kilnx/image/imageops.h>
 
@@ -103,6 +104,8 @@ private Q_SLOTS:
     void quantizerLimits();
     void resizesLikeThePlainFilter_data();
     void resizesLikeThePlainFilter();
+    void nearestBeyondTheLastPosition();
+    void scalesWithoutVectors();
     void scalesLikeThePlainModel();
     void epxChoosesItsSteps_data();
     void epxChoosesItsSteps();
@@ -339,6 +342,37 @@ void TestImageOps::resizesLikeThePlainFilter()
     }
 }
 
+/// The rounded steps of far larger pictures add up to more than the source has.
+void TestImageOps::nearestBeyondTheLastPosition()
+{
+    std::mt19937 random(10);
+    RGBA palette[256] = {};
+    for (QImage::Format format : Formats) {
+        const QImage image = Plain::noise({3, 3}, format, 256, random);
+        for (const QSize &size : {QSize(200000, 2), QSize(2, 200000)})
+            QCOMPARE(pixelsOf(resizeImage(image, size, palette, NearestNeighbor)),
+                     pixelsOf(Plain::resizeNearest(image, size)));
+    }
+}
+
+/// Processors without vectors give the same pixels.
+void TestImageOps::scalesWithoutVectors()
+{
+    std::mt19937 random(11);
+    RGBA palette[256] = {};
+    for (const QSize &size : {QSize(1, 5), QSize(67, 31), QSize(130, 90)}) {
+        const QImage image = Plain::noise({37, 23}, QImage::Format_ARGB32, 0, random);
+        const QImage expected = Plain::resizeBilinear(image, size, palette);
+        for (bool useVectors : {true, false}) {
+            BilinearScaler scaler(image, size, palette, useVectors);
+            QImage scaled(size, image.format());
+            for (int y = 0; y < size.height(); ++y)
+                scaler.scale(y, reinterpret_cast<QRgb *>(scaled.scanLine(y)));
+            QCOMPARE(scaled, expected);
+        }
+    }
+}
+
 void TestImageOps::scalesLikeThePlainModel()
 {
     std::mt19937 random(4);
@@ -407,6 +441,9 @@ void TestImageOps::hqEqualsFfmpeg_data()
                             (cutOut.pixel(x, y) & 0x00FFFFFF) |
                                 QRgb(sprite.pixelIndex(x, y) * 51 % 256) << 24);
     }
+    // Wider and higher than the pieces that the filter works on.
+    QTest::newRow("large, hq2x") << translucent({131, 64}, random) << 2;
+    QTest::newRow("large, hq3x") << Plain::sprite({62, 190}, 20, random) << 3;
     QTest::newRow("one pixel, hq2x") << Plain::noise({1, 1}, QImage::Format_RGB32, 0, random) << 2;
     for (int factor : {2, 3, 4}) {
         QTest::addRow("indexed, hq%dx", factor) << sprite << factor;

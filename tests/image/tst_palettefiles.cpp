@@ -314,7 +314,8 @@ void TestPaletteFiles::reads_data()
     row("ASE", "ASE",
         AseFile(1, 0, 8)
             .group(QStringLiteral("all"))
-            .color(QStringLiteral("a"), "RGB ", {1.0f, 0.5f, 0.0f})
+            // The last one is 128.5 of 255 in single precision only.
+            .color(QStringLiteral("a"), "RGB ", {1.0f, 0.5f, 0.503921568f})
             .color(QString(), "LAB ", {1.0f, 0.5f, 0.0f})
             .color(QStringLiteral("ink"), "CMYK", {0.0f, 1.0f, 0.0f, 0.5f})
             .unknown("whatever this is")
@@ -322,7 +323,7 @@ void TestPaletteFiles::reads_data()
             .groupEnd()
             .color(QString(), "RGB ", {7.0f, -3.0f, std::numeric_limits<float>::quiet_NaN()})
             .bytes(),
-        {qRgb(255, 128, 0), QColor::fromCmyk(0, 255, 0, 128).rgb(), qRgb(51, 51, 51),
+        {qRgb(255, 128, 129), QColor::fromCmyk(0, 255, 0, 128).rgb(), qRgb(51, 51, 51),
          qRgb(255, 0, 0)},
         Clear);
     row("ASE of version 2", "ASE", AseFile(2, 0, 1).bytes(), {}, Clear);

@@ -1,4 +1,6 @@
+#include <kilnx/project/extension.h>
 #include <kilnx/sound/wav.h>
+#include <tests/support/pipe.h>
 
 #include <QtTest/QtTest>
 
@@ -83,6 +85,29 @@ bool isEmptySample(const SoundSample &sample)
     return sample.data.isEmpty() && fieldsOf(sample) == QList<quint32>({0, 0, 0, 0});
 }
 
+// A sound format from outside that gives `data` and says whether that was all well.
+class ToneReader : public SoundReader
+{
+public:
+    ToneReader(const QByteArray &data, bool works)
+        : m_data(data)
+        , m_works(works)
+    {
+    }
+    const char *format() override { return "tone"; }
+    bool read(QIODevice *device, SoundSample &sample) override
+    {
+        if (device->read(4) != "TONE" || !sample.data.isEmpty())
+            return false;
+        sample.data = m_data;
+        return m_works;
+    }
+
+private:
+    QByteArray m_data;
+    bool m_works;
+};
+
 // A device that cannot be opened.
 class ClosedDevice : public QIODevice
 {
@@ -114,6 +139,8 @@ private slots:
     void announcesMoreThanThereIs();
     void randomBytes();
     void devices();
+    void sequentialDevices();
+    void readersFromOutside();
 
 private:
     QString file(const QString &name) const { return m_directory.filePath(name); }
@@ -434,6 +461,57 @@ void TestWav::devices()
     QFile full(QStringLiteral("/dev/full"));
     QVERIFY(full.open(QIODevice::WriteOnly));
     QVERIFY(!saveSound(&full, "wav", sample));
+}
+
+void TestWav::sequentialDevices()
+{
+    SoundSample sample;
+    sample.channels = 1;
+    sample.bits = 8;
+    sample.sampleRate = 8000;
+    sample.data = QByteArray(100000, 'x');
+    QBuffer wav;
+    QVERIFY(soundToWAV(sample, &wav));
+    for (const int piece : {1, 7, 30000}) {
+        Pipe pipe(wav.data(), piece);
+        SoundSample read;
+        QVERIFY(loadSound(&pipe, "wav", read));
+        QCOMPARE(read.data, sample.data);
+        Pipe again(wav.data(), piece);
+        QCOMPARE(soundInfoFromWAV(&again).samples, 100000u);
+    }
+}
+
+// Each begins at the same place with an empty sample. What one gave counts, even if it says that it
+// failed, until another one gives something.
+void TestWav::readersFromOutside()
+{
+    const struct {
+        QList<SoundReader *> readers;
+        QByteArray data;
+    } cases[] = {
+        {{new ToneReader("", false), new ToneReader("works", true), new ToneReader("no", true)},
+         "works"},
+        {{new ToneReader("half", false), new ToneReader("", false)}, "half"},
+        {{new ToneReader("half", false), new ToneReader("", true)}, "half"},
+        {{new ToneReader("half", false), new ToneReader("more", false)}, "more"},
+        {{new ToneReader("", false)}, ""},
+        {{}, ""}};
+    for (const auto &c : cases) {
+        const ExtensionManager manager(QStringLiteral("/nonexistent"));
+        for (SoundReader *reader : c.readers)
+            ExtensionManager::add(reader);
+        QByteArray bytes("leadTONE");
+        QBuffer buffer(&bytes);
+        QVERIFY(buffer.open(QIODevice::ReadOnly) && buffer.seek(4));
+        Pipe pipe("TONE", 1);
+        for (QIODevice *device :
+             {static_cast<QIODevice *>(&buffer), static_cast<QIODevice *>(&pipe)}) {
+            SoundSample sample;
+            QCOMPARE(loadSound(device, "tone", sample), !c.data.isEmpty());
+            QCOMPARE(sample.data, c.data);
+        }
+    }
 }
 
 QTEST_GUILESS_MAIN(TestWav)
