@@ -99,32 +99,19 @@ QImage tidied(QImage read)
     return image;
 }
 
-/// Reads into a picture that was cleared before: what a file leaves out would otherwise be
-/// whatever the memory held.
-QImage readCleared(QImageReader &reader, QSize size, QImage::Format format)
-{
-    QImage image(size, format);
-    image.fill(0);
-    return reader.read(&image) ? image : QImage();
-}
-
 QImage readBounded(QIODevice *device, const char *format)
 {
-    const qint64 start = device->pos();
     QImageReader reader(device, format);
     // The height of a BMP whose top row comes first is negative here.
     const QSize size(reader.size().width(), std::abs(reader.size().height()));
     const qint64 bytes = qint64(size.width()) * size.height() * qint64(sizeof(QRgb));
     if (!pictureFits(bytes, device, MaxGrowth))
         return QImage();
-    const QImage::Format promised = reader.imageFormat();
-    QImage image = readCleared(reader, size, promised);
-    if (image.isNull() || image.format() == promised)
-        return image;
-    // The reader made a picture of its own: it does not tell of a BMP's alpha beforehand.
-    device->seek(start);
-    QImageReader again(device, format);
-    return readCleared(again, size, image.format());
+    // Qt reads into a picture of the right size and format: what the file leaves out of a cleared
+    // one stays cleared, and would otherwise be whatever the memory held.
+    QImage image(size, reader.imageFormat());
+    image.fill(0);
+    return reader.read(&image) ? image : QImage();
 }
 
 void readWithQt(QIODevice *device, const char *format, QImage &image)

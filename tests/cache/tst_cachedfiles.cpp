@@ -2,6 +2,7 @@
 #include <kilnx/cache/packedcache.h>
 #include <kilnx/cache/streamcachedata.h>
 #include <kilnx/code/messages.h>
+#include <tests/support/rows.h>
 
 #include <QtTest/QtTest>
 
@@ -110,8 +111,7 @@ private slots:
 
 void TestCachedFiles::finds_data()
 {
-    QTest::addColumn<QString>("expression");
-    QTest::addColumn<QStringList>("found");
+    columns<QString, QStringList>("expression", "found");
     QTest::newRow("once in an item, however often it matches")
         << "an" << QStringList{"0:1+2 banana ()", "2:0+2 ananas ()"};
     QTest::newRow("captures without the whole match")
@@ -124,8 +124,7 @@ void TestCachedFiles::finds_data()
 
 void TestCachedFiles::finds()
 {
-    QFETCH(QString, expression);
-    QFETCH(QStringList, found);
+    auto [expression, found] = row<QString, QStringList>();
     const ContainerPointer file(new Container({"banana", "", "ananas", "cherry"}));
     QCOMPARE(described(file->search(QRegularExpression(expression))), found);
     QCOMPARE(file->asked > 0, QRegularExpression(expression).isValid());
@@ -133,9 +132,7 @@ void TestCachedFiles::finds()
 
 void TestCachedFiles::replaces_data()
 {
-    QTest::addColumn<QString>("expression");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QStringList>("names");
+    columns<QString, QString, QStringList>("expression", "text", "names");
     QTest::newRow("the whole name, not just the match") << "1"
                                                         << "x" << QStringList{"x", "b2", "c22"};
     QTest::newRow("without groups %1 stays") << "1"
@@ -153,9 +150,7 @@ void TestCachedFiles::replaces_data()
 
 void TestCachedFiles::replaces()
 {
-    QFETCH(QString, expression);
-    QFETCH(QString, text);
-    QFETCH(QStringList, names);
+    auto [expression, text, names] = row<QString, QString, QStringList>();
     const ContainerPointer file(new Container({"a1", "b2", "c22"}));
     QList<ProjectFile::SearchResult> results = file->search(QRegularExpression(expression));
     ProjectFile::SearchResult stranger;

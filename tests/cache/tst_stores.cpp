@@ -4,6 +4,7 @@
 #include <kilnx/cache/packedcache.h>
 #include <kilnx/cache/streamcachedata.h>
 #include <tests/support/fulldisk.h>
+#include <tests/support/rows.h>
 #include <tests/support/testhost.h>
 
 #include <QtTest/QtTest>
@@ -404,10 +405,8 @@ private slots:
     void memoryWithoutAHost();
     void findsTheFirstAndDecodesOnce();
     void rawFormsDecideWhenChecksumsAreKnown();
-    void sizesOfAnItem();
     void keepsBytesOfItsOwn();
     void handleLivesAndDies();
-    void copiesShareOneItem();
     void suffixGivesTheFilter_data();
     void suffixGivesTheFilter();
     void handleOnAFile();
@@ -418,8 +417,7 @@ private slots:
 
 void TestStores::followsAPlainMap_data()
 {
-    QTest::addColumn<QByteArray>("kind");
-    QTest::addColumn<bool>("withCoder");
+    columns<QByteArray, bool>("kind", "withCoder");
     const struct {
         const char *name;
         const char *kind;
@@ -436,8 +434,7 @@ void TestStores::followsAPlainMap_data()
 
 void TestStores::followsAPlainMap()
 {
-    QFETCH(QByteArray, kind);
-    QFETCH(bool, withCoder);
+    auto [kind, withCoder] = row<QByteArray, bool>();
     // A block of one byte costs a million system calls for each run, and files truncated to be
     // written anew are waited for.
     const unsigned int seeds = kind == "1" ? 2 : kind == "file" ? 10 : 40;
@@ -450,9 +447,7 @@ void TestStores::followsAPlainMap()
 
 void TestStores::factoryFollowsTheOption_data()
 {
-    QTest::addColumn<int>("wanted");
-    QTest::addColumn<QVariant>("option");
-    QTest::addColumn<int>("made");
+    columns<int, QVariant, int>("wanted", "option", "made");
     QTest::newRow("unset option") << 0 << QVariant() << 1;
     QTest::newRow("option 0") << 0 << QVariant(0) << 1;
     QTest::newRow("option 1") << 0 << QVariant(1) << 1;
@@ -467,9 +462,7 @@ void TestStores::factoryFollowsTheOption_data()
 
 void TestStores::factoryFollowsTheOption()
 {
-    QFETCH(int, wanted);
-    QFETCH(QVariant, option);
-    QFETCH(int, made);
+    auto [wanted, option, made] = row<int, QVariant, int>();
     TestHost host;
     host.options.insert(QStringLiteral("cache_type"), option);
     StreamCache *cache = StreamCache::instance(static_cast<StreamCache::Type>(wanted));
@@ -522,25 +515,18 @@ void TestStores::rawFormsDecideWhenChecksumsAreKnown()
     StreamCache::Item *second = cache.addItem(data, 2, nullptr, crc);
     StreamCache::Item *unknown = cache.addItem(data, 2, nullptr, 0);
     StreamCache::Item *plain = cache.addItem(data, 0, nullptr, crc);
+    auto *large =
+        static_cast<PackedCache::Item *>(cache.addItem(QByteArray(1000, 'x'), 0, nullptr, 0));
+    QCOMPARE(large->size, 1000);
+    QVERIFY(large->packedSize > 0 && large->packedSize < 100);
+    cache.setItemData(large, QByteArray(), 0, nullptr, 0);
+    QCOMPARE(qMakePair(large->size, large->packedSize), qMakePair(0, 0));
     QVERIFY(!cache.isEqual(first, second));
     QVERIFY(cache.isEqual(first, plain));
     QVERIFY(cache.isEqual(first, unknown));
     QVERIFY(!cache.isEqual(second, unknown)); // it is known by now
     QVERIFY(cache.isEqual(first, first));
     QVERIFY(!cache.isEqual(first, nullptr));
-}
-
-void TestStores::sizesOfAnItem()
-{
-    MemoryCache cache;
-    const QByteArray data(1000, 'x');
-    auto *item = static_cast<PackedCache::Item *>(cache.addItem(data, 0, nullptr, 0));
-    QCOMPARE(item->size, 1000);
-    QVERIFY(item->packedSize > 0 && item->packedSize < 100);
-    cache.setItemData(item, QByteArray(), 0, nullptr, 0);
-    QCOMPARE(item->size, 0);
-    QCOMPARE(item->packedSize, 0);
-    QCOMPARE(cache.itemData(item), QByteArray());
 }
 
 // The array that is stored only refers to bytes that change afterwards.
@@ -593,11 +579,7 @@ void TestStores::handleLivesAndDies()
     QCOMPARE(cache.items().size(), 1);
     QCOMPARE(handle->release(), 0u);
     QVERIFY(cache.items().isEmpty());
-}
-
-void TestStores::copiesShareOneItem()
-{
-    MemoryCache cache;
+    // Copies share one item.
     {
         Handle first(&cache);
         first.fromData("shared", 0, nullptr, 0);
@@ -617,9 +599,7 @@ void TestStores::copiesShareOneItem()
 
 void TestStores::suffixGivesTheFilter_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<bool>("withParam");
-    QTest::addColumn<int>("filter");
+    columns<QString, bool, int>("name", "withParam", "filter");
     QTest::newRow("png") << "a.png" << false << 4;
     QTest::newRow("capitals") << "a.PNG" << false << 4;
     QTest::newRow("mixed case") << "a.pCx" << false << 5;
@@ -633,9 +613,7 @@ void TestStores::suffixGivesTheFilter_data()
 
 void TestStores::suffixGivesTheFilter()
 {
-    QFETCH(QString, name);
-    QFETCH(bool, withParam);
-    QFETCH(int, filter);
+    auto [name, withParam, filter] = row<QString, bool, int>();
     const QTemporaryDir directory;
     name = directory.filePath(name);
     FileCache cache;

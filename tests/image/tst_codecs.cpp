@@ -3,6 +3,7 @@
 #include <kilnx/image/codecs.h>
 #include <kilnx/image/palette.h>
 #include <tests/support/pipe.h>
+#include <tests/support/rows.h>
 
 #include <QBuffer>
 #include <QTest>
@@ -136,8 +137,7 @@ private Q_SLOTS:
 
 void TestCodecs::everyWidthRoundTrips_data()
 {
-    QTest::addColumn<int>("codec");
-    QTest::addColumn<int>("format");
+    columns<int, int>("codec", "format");
     QTest::newRow("RLE8 indexed") << int(Codec::Rle8) << int(QImage::Format_Indexed8);
     QTest::newRow("RLE8 32 bits") << int(Codec::Rle8) << int(QImage::Format_ARGB32);
     QTest::newRow("LZ5 with matches") << int(Codec::Lz5) << int(QImage::Format_Indexed8);
@@ -149,8 +149,7 @@ void TestCodecs::everyWidthRoundTrips_data()
 
 void TestCodecs::everyWidthRoundTrips()
 {
-    QFETCH(int, codec);
-    QFETCH(int, format);
+    auto [codec, format] = row<int, int>();
     const auto kind = Codec(codec);
     const bool isLz5 = kind == Codec::Lz5 || kind == Codec::Lz5Runs;
     std::mt19937 random(1);
@@ -177,8 +176,7 @@ void TestCodecs::everyWidthRoundTrips()
 
 void TestCodecs::largePicturesOfOneColor_data()
 {
-    QTest::addColumn<QByteArray>("word");
-    QTest::addColumn<int>("format");
+    columns<QByteArray, int>("word", "format");
     const struct {
         const char *word;
         QImage::Format format;
@@ -194,8 +192,7 @@ void TestCodecs::largePicturesOfOneColor_data()
 /// Nothing makes smaller files: the bound on what a header may claim must let them through.
 void TestCodecs::largePicturesOfOneColor()
 {
-    QFETCH(QByteArray, word);
-    QFETCH(int, format);
+    auto [word, format] = row<QByteArray, int>();
     const int side = format == QImage::Format_Indexed8 ? 4200 : 2150;
     QImage picture(side, side, QImage::Format(format));
     picture.setColorTable({0xFF102030, 0xFF405060});
@@ -236,9 +233,7 @@ void TestCodecs::rle5ReadsEveryWidth()
 
 void TestCodecs::bytes_data()
 {
-    QTest::addColumn<int>("codec");
-    QTest::addColumn<QByteArray>("pixels");
-    QTest::addColumn<QByteArray>("expected");
+    columns<int, QByteArray, QByteArray>("codec", "pixels", "expected");
     const int rle8 = int(Codec::Rle8);
     const int runs = int(Codec::Lz5Runs);
     const int lz5 = int(Codec::Lz5);
@@ -257,17 +252,13 @@ void TestCodecs::bytes_data()
 
 void TestCodecs::bytes()
 {
-    QFETCH(int, codec);
-    QFETCH(QByteArray, pixels);
-    QFETCH(QByteArray, expected);
+    auto [codec, pixels, expected] = row<int, QByteArray, QByteArray>();
     QCOMPARE(write(Codec(codec), rowOf(pixels)).toHex(), expected.toHex());
 }
 
 void TestCodecs::readings_data()
 {
-    QTest::addColumn<QByteArray>("stream");
-    QTest::addColumn<QByteArray>("pixels");
-    QTest::addColumn<bool>("ok");
+    columns<QByteArray, QByteArray, bool>("stream", "pixels", "ok");
     const struct {
         const char *name; // begins with the codec
         const char *stream;
@@ -298,9 +289,7 @@ void TestCodecs::readings_data()
 
 void TestCodecs::readings()
 {
-    QFETCH(QByteArray, stream);
-    QFETCH(QByteArray, pixels);
-    QFETCH(bool, ok);
+    auto [stream, pixels, ok] = row<QByteArray, QByteArray, bool>();
     const QByteArray codec = QByteArray(QTest::currentDataTag()).left(4);
     QBuffer buffer(&stream);
     QImage image = prepared(rowOf(pixels));
@@ -334,10 +323,7 @@ void TestCodecs::lz5ShortMatchesOfEveryCount()
 
 void TestCodecs::pcxReadings_data()
 {
-    QTest::addColumn<QByteArray>("file");
-    QTest::addColumn<int>("format");
-    QTest::addColumn<QByteArray>("pixels");
-    QTest::addColumn<bool>("ok");
+    columns<QByteArray, int, QByteArray, bool>("file", "format", "pixels", "ok");
     const int indexed = QImage::Format_Indexed8;
     const struct {
         const char *name;
@@ -375,10 +361,7 @@ void TestCodecs::pcxReadings_data()
 
 void TestCodecs::pcxReadings()
 {
-    QFETCH(QByteArray, file);
-    QFETCH(int, format);
-    QFETCH(QByteArray, pixels);
-    QFETCH(bool, ok);
+    auto [file, format, pixels, ok] = row<QByteArray, int, QByteArray, bool>();
     QBuffer buffer(&file);
     QImage image;
     QCOMPARE(loadPCX(image, &buffer), ok);
@@ -390,9 +373,7 @@ void TestCodecs::pcxReadings()
 
 void TestCodecs::pcxPalettePosition_data()
 {
-    QTest::addColumn<QByteArray>("tail");
-    QTest::addColumn<int>("colors");
-    QTest::addColumn<bool>("ok");
+    columns<QByteArray, int, bool>("tail", "colors", "ok");
     const QByteArray palette(768, 'p');
     QTest::newRow("right behind the pixels") << '\x0C' + palette << 256 << true;
     QTest::newRow("no palette") << QByteArray() << 0 << true;
@@ -407,9 +388,7 @@ void TestCodecs::pcxPalettePosition_data()
 
 void TestCodecs::pcxPalettePosition()
 {
-    QFETCH(QByteArray, tail);
-    QFETCH(int, colors);
-    QFETCH(bool, ok);
+    auto [tail, colors, ok] = row<QByteArray, int, bool>();
     QByteArray file = pcxHeader(8, 1, 1, 0, 2) + hex("0102") + tail;
     QBuffer buffer(&file);
     buffer.open(QIODevice::ReadOnly);

@@ -5,6 +5,7 @@
 #include <kilnx/image/imageops.h>
 #include <kilnx/image/palette.h>
 #include <kilnx/project/extension.h>
+#include <tests/support/rows.h>
 
 #include <QBuffer>
 #include <QFile>
@@ -273,7 +274,6 @@ private Q_SLOTS:
     void independentProgramsReadOurs();
     void animationsOfIndependentPrograms();
     void independentProgramsReadOurAnimations();
-    void palettesOfIndependentPictures();
     void manyThreadsAtOnce();
 
 private:
@@ -300,8 +300,7 @@ void TestImageFiles::initTestCase()
 
 void TestImageFiles::roundTrips_data()
 {
-    QTest::addColumn<QByteArray>("format");
-    QTest::addColumn<int>("pixels");
+    columns<QByteArray, int>("format", "pixels");
     const struct {
         const char *word;
         QImage::Format format;
@@ -318,8 +317,7 @@ void TestImageFiles::roundTrips_data()
 
 void TestImageFiles::roundTrips()
 {
-    QFETCH(QByteArray, format);
-    QFETCH(int, pixels);
+    auto [format, pixels] = row<QByteArray, int>();
     std::mt19937 random(1);
     const bool isMono = pixels == QImage::Format_Mono;
     const QImage::Format wanted = isMono ? QImage::Format_Indexed8 : QImage::Format(pixels);
@@ -400,38 +398,38 @@ void TestImageFiles::missingPixelsAreCleared()
 
 void TestImageFiles::failedReads_data()
 {
-    QTest::addColumn<QByteArray>("format");
-    QTest::addColumn<QByteArray>("file");
-    QTest::addColumn<bool>("keeps");
-    QTest::newRow("PNG") << QByteArray("PNG") << QByteArray("no picture") << false;
-    QTest::newRow("BMP") << QByteArray("BMP") << QByteArray("BMno picture") << false;
-    QTest::newRow("PCX") << QByteArray("PCX") << QByteArray("no picture") << true;
-    QByteArray pcx = written("PCX", QImage(1, 1, QImage::Format_RGB32));
-    pcx.replace(4, 8, QByteArray::fromHex("00000000FFFFFFFF"));
-    QTest::newRow("a PCX that claims 65,536 a side") << QByteArray("PCX") << pcx << false;
-    pcx.replace(4, 8, QByteArray::fromHex("0900000003000000"));
-    QTest::newRow("a PCX without width") << QByteArray("PCX") << pcx << false;
-    QTest::newRow("GIF") << QByteArray("GIF") << QByteArray("GIF89a") << true;
-    QTest::newRow("a lower-case word") << QByteArray("png") << QByteArray("no picture") << true;
-    QTest::newRow("a word nobody knows") << QByteArray("XYZ") << QByteArray("no picture") << true;
-    QTest::newRow("an extension") << QByteArray("TINY") << QByteArray() << true;
-    QByteArray png = written("PNG", QImage(1, 1, QImage::Format_RGB32));
-    png.replace(16, 8, QByteArray::fromHex("0000FFFF0000FFFF"));
+    columns<QByteArray, QByteArray, bool>("format", "file", "keeps");
+    const auto changed = [](const char *word, int from, const char *bytes) {
+        const QByteArray hex = QByteArray::fromHex(bytes);
+        return written(word, QImage(1, 1, QImage::Format_RGB32)).replace(from, hex.size(), hex);
+    };
+    QByteArray png = changed("PNG", 16, "0000FFFF0000FFFF");
     png.replace(29, 4, pngChecksum(png.mid(12, 17)));
-    QTest::newRow("a PNG that claims 65,535 a side") << QByteArray("PNG") << png << false;
-    QByteArray bmp = written("BMP", QImage(1, 1, QImage::Format_RGB32));
-    bmp.replace(18, 8, QByteArray::fromHex("0000010000000100"));
-    QTest::newRow("a BMP that claims 65,536 a side") << QByteArray("BMP") << bmp << false;
-    bmp.replace(18, 8, QByteArray::fromHex("04000000020000FD"));
-    QTest::newRow("a BMP that claims 50 million rows, top first")
-        << QByteArray("BMP") << bmp << false;
+    const struct {
+        const char *name;
+        const char *format;
+        QByteArray file;
+        bool keeps;
+    } rows[] = {
+        {"PNG", "PNG", "no picture", false},
+        {"BMP", "BMP", "BMno picture", false},
+        {"PCX", "PCX", "no picture", true},
+        {"PCX, 65,536 a side", "PCX", changed("PCX", 4, "00000000FFFFFFFF"), false},
+        {"PCX without width", "PCX", changed("PCX", 4, "0900000003000000"), false},
+        {"GIF", "GIF", "GIF89a", true},
+        {"a lower-case word", "png", "no picture", true},
+        {"a word nobody knows", "XYZ", "no picture", true},
+        {"an extension", "TINY", "", true},
+        {"PNG, 65,535 a side", "PNG", png, false},
+        {"BMP, 65,536 a side", "BMP", changed("BMP", 18, "0000010000000100"), false},
+        {"BMP, 50 million rows, top first", "BMP", changed("BMP", 18, "04000000020000FD"), false}};
+    for (const auto &row : rows)
+        QTest::newRow(row.name) << QByteArray(row.format) << row.file << row.keeps;
 }
 
 void TestImageFiles::failedReads()
 {
-    QFETCH(QByteArray, format);
-    QFETCH(QByteArray, file);
-    QFETCH(bool, keeps);
+    auto [format, file, keeps] = row<QByteArray, QByteArray, bool>();
     QImage none;
     QVERIFY(!readBytes(file, format, none));
     QImage held(3, 2, QImage::Format_RGB32);
@@ -469,11 +467,7 @@ void TestImageFiles::refusesToWrite()
 
 void TestImageFiles::info_data()
 {
-    QTest::addColumn<QByteArray>("format");
-    QTest::addColumn<QByteArray>("file");
-    QTest::addColumn<int>("width");
-    QTest::addColumn<int>("height");
-    QTest::addColumn<int>("pixels");
+    columns<QByteArray, QByteArray, int, int, int>("format", "file", "width", "height", "pixels");
     const auto row = [](const char *name, const char *format, const QByteArray &file, int width,
                         int height, int pixels) {
         QTest::newRow(name) << QByteArray(format) << file << width << height << pixels;
@@ -537,8 +531,7 @@ void TestImageFiles::info_data()
 
 void TestImageFiles::info()
 {
-    QFETCH(QByteArray, format);
-    QFETCH(QByteArray, file);
+    auto [format, file] = row<QByteArray, QByteArray>();
     QBuffer closed(&file);
     QCOMPARE(int(imageInfoFromFile(&closed, format).format), 3);
     const ImageInfo found = infoOf(file, format);
@@ -549,11 +542,7 @@ void TestImageFiles::info()
 
 void TestImageFiles::independentFilesAreRead_data()
 {
-    QTest::addColumn<int>("width");
-    QTest::addColumn<QByteArray>("format");
-    QTest::addColumn<QString>("options");
-    QTest::addColumn<int>("pixels");
-    QTest::addColumn<int>("wanted");
+    columns<int, QByteArray, QString, int, int>("width", "format", "options", "pixels", "wanted");
     constexpr int indexed = QImage::Format_Indexed8;
     constexpr int rgb = QImage::Format_RGB32;
     constexpr int argb = QImage::Format_ARGB32;
@@ -594,11 +583,7 @@ void TestImageFiles::independentFilesAreRead_data()
 
 void TestImageFiles::independentFilesAreRead()
 {
-    QFETCH(int, width);
-    QFETCH(QByteArray, format);
-    QFETCH(QString, options);
-    QFETCH(int, pixels);
-    QFETCH(int, wanted);
+    auto [width, format, options, pixels, wanted] = row<int, QByteArray, QString, int, int>();
     std::mt19937 random(4);
     QImage image = pixels == QImage::Format_Indexed8
                        ? Plain::sprite({width, 23}, 200, random)
@@ -628,8 +613,7 @@ void TestImageFiles::independentProgramsReadOurs_data()
 
 void TestImageFiles::independentProgramsReadOurs()
 {
-    QFETCH(QByteArray, format);
-    QFETCH(int, pixels);
+    auto [format, pixels] = row<QByteArray, int>();
     std::mt19937 random(5);
     for (int width : {1, 8, 33}) {
         QImage image = Plain::sprite({width, 21}, 32, random);
@@ -739,35 +723,6 @@ void TestImageFiles::independentProgramsReadOurAnimations()
     for (const char *word : {"Disposal Mode: 2", "DelayTime: 10", "DelayTime: 20", "DelayTime: 30",
                              "Transparent Index: 0", "application block"})
         QVERIFY2(words.contains(QLatin1String(word)), qPrintable(words));
-}
-
-/// The colours of pictures that somebody else wrote come into a palette in their order.
-void TestImageFiles::palettesOfIndependentPictures()
-{
-    QImage image(16, 16, QImage::Format_RGB32);
-    for (int i = 0; i < 256; ++i)
-        image.setPixel(i % 16, i / 16, qRgb(i % 16 * 16, 77, 0));
-    const QString source = m_dir.filePath(QStringLiteral("colors.png"));
-    QVERIFY(image.save(source));
-    for (const char *format : {"GIF", "PCX", "BMP", "PNG"}) {
-        const QString path =
-            m_dir.filePath(QStringLiteral("colors-im.") + QString::fromLatin1(format).toLower());
-        const QString prefix = qstrcmp(format, "PNG") == 0   ? QStringLiteral("PNG8:")
-                               : qstrcmp(format, "BMP") == 0 ? QStringLiteral("BMP3:")
-                                                             : QString();
-        QVERIFY(run(m_convert, {source, "-type", "Palette", prefix + path}));
-        RGBA table[256];
-        PaletteObject palette(&table);
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QVERIFY2(palette.fromFile(&file, format), format);
-        int found = 0;
-        for (const RGBA &entry : table)
-            found += entry.g == 77 && entry.b == 0;
-        QCOMPARE(found, 16);
-        if (qstrcmp(format, "GIF") == 0)
-            QCOMPARE(table[16], (RGBA{0, 0, 0, 255}));
-    }
 }
 
 /// Nothing is shared: on every thread each work gives what it gives alone.

@@ -3,6 +3,7 @@
 #include <kilnx/image/bilinear_p.h>
 #include <kilnx/image/colorquantizer.h>
 #include <kilnx/image/imageops.h>
+#include <tests/support/rows.h>
 
 #include <QTest>
 
@@ -107,7 +108,6 @@ private Q_SLOTS:
     void nearestBeyondTheLastPosition();
     void scalesWithoutVectors();
     void scalesLikeThePlainModel();
-    void epxChoosesItsSteps_data();
     void epxChoosesItsSteps();
     void hqEqualsFfmpeg_data();
     void hqEqualsFfmpeg();
@@ -115,7 +115,6 @@ private Q_SLOTS:
     void resizeRefuses_data();
     void resizeRefuses();
     void rotatesLikeThePlainModel();
-    void rotationLimits();
     void cropRectangles_data();
     void cropRectangles();
     void crops();
@@ -123,8 +122,7 @@ private Q_SLOTS:
 
 void TestImageOps::adaptsLikeThePlainScan_data()
 {
-    QTest::addColumn<QImage>("image");
-    QTest::addColumn<QVector<QRgb>>("palette");
+    columns<QImage, QVector<QRgb>>("image", "palette");
     std::mt19937 random(1);
     RGBA ramps[256];
     Plain::rampPalette(ramps, random);
@@ -163,8 +161,7 @@ void TestImageOps::adaptsLikeThePlainScan_data()
 
 void TestImageOps::adaptsLikeThePlainScan()
 {
-    QFETCH(QImage, image);
-    QFETCH(QVector<QRgb>, palette);
+    auto [image, palette] = row<QImage, QVector<QRgb>>();
     RGBA table[256];
     std::transform(palette.cbegin(), palette.cend(), table, fromQRgb);
     const QImage expected = Plain::adapt(image, table);
@@ -201,9 +198,7 @@ void TestImageOps::adaptedTable()
 
 void TestImageOps::quantizesLikeThePlainTree_data()
 {
-    QTest::addColumn<QVector<QImage>>("images");
-    QTest::addColumn<int>("maxColors");
-    QTest::addColumn<int>("maxBits");
+    columns<QVector<QImage>, int, int>("images", "maxColors", "maxBits");
     std::mt19937 random(2);
     const QImage photo = Plain::photo({90, 70}, random);
     const QImage other = Plain::photo({33, 40}, random);
@@ -222,9 +217,7 @@ void TestImageOps::quantizesLikeThePlainTree_data()
 
 void TestImageOps::quantizesLikeThePlainTree()
 {
-    QFETCH(QVector<QImage>, images);
-    QFETCH(int, maxColors);
-    QFETCH(int, maxBits);
+    auto [images, maxColors, maxBits] = row<QVector<QImage>, int, int>();
     RGBA expected[256];
     const int leaves = Plain::quantize(images, maxColors, maxBits, expected);
     ColorQuantizer quantizer(maxColors, maxBits);
@@ -310,8 +303,7 @@ void TestImageOps::quantizerLimits()
 
 void TestImageOps::resizesLikeThePlainFilter_data()
 {
-    QTest::addColumn<int>("format");
-    QTest::addColumn<int>("filter");
+    columns<int, int>("format", "filter");
     for (QImage::Format format : Formats) {
         QTest::addRow("nearest, format %d", format) << int(format) << int(NearestNeighbor);
         QTest::addRow("bilinear, format %d", format) << int(format) << int(Bilinear);
@@ -320,8 +312,7 @@ void TestImageOps::resizesLikeThePlainFilter_data()
 
 void TestImageOps::resizesLikeThePlainFilter()
 {
-    QFETCH(int, format);
-    QFETCH(int, filter);
+    auto [format, filter] = row<int, int>();
     std::mt19937 random(3);
     RGBA palette[256];
     for (RGBA &entry : palette)
@@ -393,44 +384,35 @@ void TestImageOps::scalesLikeThePlainModel()
     }
 }
 
-void TestImageOps::epxChoosesItsSteps_data()
-{
-    QTest::addColumn<QSize>("size");
-    QTest::addColumn<QVector<int>>("steps");
-    QTest::newRow("half") << QSize(10, 8) << QVector<int>{2};
-    QTest::newRow("double") << QSize(40, 32) << QVector<int>{2};
-    QTest::newRow("2.5 times") << QSize(50, 40) << QVector<int>{3};
-    QTest::newRow("triple") << QSize(60, 48) << QVector<int>{3};
-    QTest::newRow("3.1 times") << QSize(62, 20) << QVector<int>{2, 2};
-    QTest::newRow("the larger factor counts") << QSize(20, 48) << QVector<int>{3};
-    QTest::newRow("ten times") << QSize(200, 160) << QVector<int>{2, 2};
-}
-
 void TestImageOps::epxChoosesItsSteps()
 {
-    QFETCH(QSize, size);
-    QFETCH(QVector<int>, steps);
+    const struct {
+        QSize size;
+        QVector<int> steps;
+    } rows[] = {{{10, 8}, {2}},     {{40, 32}, {2}}, {{50, 40}, {3}},     {{60, 48}, {3}},
+                {{62, 20}, {2, 2}}, {{20, 48}, {3}}, {{200, 160}, {2, 2}}};
     std::mt19937 random(5);
     RGBA palette[256];
     for (RGBA &entry : palette)
         entry = fromQRgb(random());
     for (QImage::Format format : {QImage::Format_Indexed8, QImage::Format_ARGB32}) {
         const QImage image = Plain::sprite({20, 16}, 9, random).convertToFormat(format);
-        QImage grown = image;
-        for (int step : steps)
-            grown = Plain::scale(grown, step);
-        const bool fits = grown.size() == size;
-        QCOMPARE(pixelsOf(resizeImage(image, size, palette, EpxNearestNeighbor)),
-                 pixelsOf(fits ? grown : Plain::resizeNearest(grown, size)));
-        QCOMPARE(pixelsOf(resizeImage(image, size, palette, EpxBilinear)),
-                 pixelsOf(fits ? grown : Plain::resizeBilinear(grown, size, palette)));
+        for (const auto &[size, steps] : rows) {
+            QImage grown = image;
+            for (int step : steps)
+                grown = Plain::scale(grown, step);
+            const bool fits = grown.size() == size;
+            QCOMPARE(pixelsOf(resizeImage(image, size, palette, EpxNearestNeighbor)),
+                     pixelsOf(fits ? grown : Plain::resizeNearest(grown, size)));
+            QCOMPARE(pixelsOf(resizeImage(image, size, palette, EpxBilinear)),
+                     pixelsOf(fits ? grown : Plain::resizeBilinear(grown, size, palette)));
+        }
     }
 }
 
 void TestImageOps::hqEqualsFfmpeg_data()
 {
-    QTest::addColumn<QImage>("image");
-    QTest::addColumn<int>("factor");
+    columns<QImage, int>("image", "factor");
     std::mt19937 random(6);
     const QImage sprite = Plain::sprite({33, 18}, 20, random);
     // Steps of alpha alone, and colours below no alpha, as cut-out sprites have them.
@@ -456,8 +438,7 @@ void TestImageOps::hqEqualsFfmpeg_data()
 
 void TestImageOps::hqEqualsFfmpeg()
 {
-    QFETCH(QImage, image);
-    QFETCH(int, factor);
+    auto [image, factor] = row<QImage, int>();
     RGBA palette[256] = {};
     const QVector<QRgb> colors = image.colorTable();
     std::transform(colors.cbegin(), colors.cend(), palette, fromQRgb);
@@ -498,9 +479,7 @@ void TestImageOps::hqFitsOtherSizes()
 
 void TestImageOps::resizeRefuses_data()
 {
-    QTest::addColumn<QImage>("image");
-    QTest::addColumn<QSize>("size");
-    QTest::addColumn<int>("filter");
+    columns<QImage, QSize, int>("image", "size", "filter");
     const QImage image(4, 4, QImage::Format_ARGB32);
     QTest::newRow("filter 6") << image << QSize(8, 8) << 6;
     QTest::newRow("filter -1") << image << QSize(8, 8) << -1;
@@ -522,15 +501,19 @@ void TestImageOps::resizeRefuses_data()
 
 void TestImageOps::resizeRefuses()
 {
-    QFETCH(QImage, image);
-    QFETCH(QSize, size);
-    QFETCH(int, filter);
+    auto [image, size, filter] = row<QImage, QSize, int>();
     RGBA palette[256] = {};
     QVERIFY(resizeImage(image, size, palette, ImageResizeFilter(filter)).isNull());
 }
 
 void TestImageOps::rotatesLikeThePlainModel()
 {
+    const QImage little(3, 3, QImage::Format_ARGB32);
+    QVERIFY(rotateImage(QImage(), 1, 0).isNull());
+    for (float radians : {std::numeric_limits<float>::infinity(), std::nanf("")})
+        QVERIFY(rotateImage(little, radians, 0).isNull());
+    QVERIFY(rotateImage(QImage(3, 3, QImage::Format_RGB16), 1, 0).isNull());
+    QVERIFY(!rotateImage(little, 1e30f, 0).isNull());
     std::mt19937 random(8);
     for (QImage::Format format : Formats) {
         for (const QSize &size : {QSize(1, 1), QSize(8, 3), QSize(33, 47)}) {
@@ -549,22 +532,9 @@ void TestImageOps::rotatesLikeThePlainModel()
     }
 }
 
-void TestImageOps::rotationLimits()
-{
-    const QImage image(3, 3, QImage::Format_ARGB32);
-    QVERIFY(rotateImage(QImage(), 1, 0).isNull());
-    QVERIFY(rotateImage(image, std::numeric_limits<float>::infinity(), 0).isNull());
-    QVERIFY(rotateImage(image, std::numeric_limits<float>::quiet_NaN(), 0).isNull());
-    QVERIFY(rotateImage(QImage(3, 3, QImage::Format_RGB16), 1, 0).isNull());
-    QVERIFY(!rotateImage(image, 1e30f, 0).isNull());
-}
-
 void TestImageOps::cropRectangles_data()
 {
-    QTest::addColumn<int>("format");
-    QTest::addColumn<QVector<QPoint>>("dots");
-    QTest::addColumn<int>("margin");
-    QTest::addColumn<QRect>("rect");
+    columns<int, QVector<QPoint>, int, QRect>("format", "dots", "margin", "rect");
     const QRect none(QPoint(100000, 100000), QPoint(0, 0));
     for (QImage::Format format : {QImage::Format_Indexed8, QImage::Format_RGB32,
                                   QImage::Format_ARGB32, QImage::Format_ARGB32_Premultiplied}) {
@@ -586,10 +556,7 @@ void TestImageOps::cropRectangles_data()
 
 void TestImageOps::cropRectangles()
 {
-    QFETCH(int, format);
-    QFETCH(QVector<QPoint>, dots);
-    QFETCH(int, margin);
-    QFETCH(QRect, rect);
+    auto [format, dots, margin, rect] = row<int, QVector<QPoint>, int, QRect>();
     QImage image(13, 11, QImage::Format(format));
     image.fill(0);
     for (const QPoint &dot : dots) {

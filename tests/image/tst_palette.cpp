@@ -53,13 +53,13 @@ QString text(RGBA c)
     return QStringLiteral("%1,%2,%3,%4").arg(c.r).arg(c.g).arg(c.b).arg(c.a);
 }
 
-using Change = std::function<void(PaletteObject &)>;
-using Moves = QMap<int, int>;
+/// The text of an entry, behind the name of what was tried.
+QString text(const char *name, RGBA c)
+{
+    return QString::fromLatin1(name) + QStringLiteral(": ") + text(c);
+}
 
 } // namespace
-
-Q_DECLARE_METATYPE(Change)
-Q_DECLARE_METATYPE(Kiln::RGBA)
 
 class TestPalette : public QObject
 {
@@ -67,24 +67,18 @@ class TestPalette : public QObject
 
 private Q_SLOTS:
     void layout();
-    void everyWriteSignalsOnceBeforeAndAfter_data();
     void everyWriteSignalsOnceBeforeAndAfter();
     void emptyAndRebindingAreSilent();
-    void index_data();
     void index();
     void indexAgreesWithItsRule();
-    void effects_data();
     void effects();
     void addRgbClamps();
     void addHueSaturation();
     void addColorsFillsFromTheEnd();
-    void gradientByRange_data();
     void gradientByRange();
-    void gradientByMask_data();
     void gradientByMask();
     void clearDuplicated();
     void sortByTones();
-    void switchColors_data();
     void switchColors();
     void monoPalette();
     void colorWidgetPaints();
@@ -109,55 +103,47 @@ void TestPalette::layout()
     QCOMPARE(bench.bytes(), "\5\6\7\10" + QByteArray(1016, '\0') + "\5\6\7\10");
 }
 
-void TestPalette::everyWriteSignalsOnceBeforeAndAfter_data()
-{
-    QTest::addColumn<Change>("change");
-    QTest::addColumn<bool>("changes");
-    static RGBA other[256];
-    other[9] = {9, 9, 9, 9};
-    const auto row = [](const char *name, bool changes, const Change &change) {
-        QTest::newRow(name) << change << changes;
-    };
-    row("fromPalette", true, [](PaletteObject &p) { p.fromPalette(other); });
-    row("setColor", true, [](PaletteObject &p) { p.setColor(1, {5, 5, 5, 5}); });
-    row("setColor, mask", true, [](PaletteObject &p) { p.setColor(nullptr, {5, 5, 5, 5}); });
-    row("setColor, empty mask", false, [](PaletteObject &p) {
-        p.setColor(maskOf({}), {5, 5, 5, 5});
-    });
-    row("addColors", true, [](PaletteObject &p) { p.addColors(other); });
-    row("addColors of its own", false, [](PaletteObject &p) { p.addColors(p.palette()); });
-    row("addRGB", true, [](PaletteObject &p) { p.addRGB(nullptr, 1, -1, 0); });
-    row("addHueSaturation", true, [](PaletteObject &p) { p.addHueSaturation(nullptr, 0, 0); });
-    row("applyEffect", true, [](PaletteObject &p) { p.applyEffect(Gray, nullptr); });
-    row("applyEffect 0", false,
-        [](PaletteObject &p) { p.applyEffect(RGBPaletteEffect(0), nullptr); });
-    row("applyEffect 15", false,
-        [](PaletteObject &p) { p.applyEffect(RGBPaletteEffect(15), nullptr); });
-    row("clearDuplicated", false, [](PaletteObject &p) { p.clearDuplicated({1, 2, 3}); });
-    row("gradient by range", true, [](PaletteObject &p) {
-        p.gradient(0, {1, 1, 1, 1}, 9, {2, 2, 2, 2});
-    });
-    row("gradient backwards", false, [](PaletteObject &p) {
-        p.gradient(9, {1, 1, 1, 1}, 9, {2, 2, 2, 2});
-    });
-    row("gradient by mask", true, [](PaletteObject &p) {
-        p.gradient(nullptr, {1, 1, 1, 1}, {2, 2, 2, 2});
-    });
-    row("sortByTones", true, [](PaletteObject &p) { p.sortByTones(); });
-    row("switchColors", true, [](PaletteObject &p) { p.switchColors(nullptr, false); });
-}
-
 void TestPalette::everyWriteSignalsOnceBeforeAndAfter()
 {
-    QFETCH(Change, change);
-    QFETCH(bool, changes);
-    Bench bench;
-    bench.fillDistinct();
-    const QByteArray start = bench.bytes();
-    change(bench.object);
-    QCOMPARE(bench.before, QVector<QByteArray>{start});
-    QCOMPARE(bench.after, QVector<QByteArray>{bench.bytes()});
-    QCOMPARE(bench.bytes() != start, changes);
+    RGBA other[256] = {};
+    other[9] = {9, 9, 9, 9};
+    const RGBA one = {1, 1, 1, 1};
+    const RGBA two = {2, 2, 2, 2};
+    const struct {
+        const char *name;
+        bool changes;
+        std::function<void(PaletteObject &)> change;
+    } rows[] = {
+        {"fromPalette", true, [&](PaletteObject &p) { p.fromPalette(other); }},
+        {"setColor", true, [&](PaletteObject &p) { p.setColor(1, two); }},
+        {"setColor, mask", true, [&](PaletteObject &p) { p.setColor(nullptr, two); }},
+        {"setColor, empty mask", false, [&](PaletteObject &p) { p.setColor(maskOf({}), two); }},
+        {"addColors", true, [&](PaletteObject &p) { p.addColors(other); }},
+        {"addColors of its own", false, [](PaletteObject &p) { p.addColors(p.palette()); }},
+        {"addRGB", true, [](PaletteObject &p) { p.addRGB(nullptr, 1, -1, 0); }},
+        {"addHueSaturation", true, [](PaletteObject &p) { p.addHueSaturation(nullptr, 0, 0); }},
+        {"applyEffect", true, [](PaletteObject &p) { p.applyEffect(Gray, nullptr); }},
+        {"effect 0", false, [](PaletteObject &p) { p.applyEffect(RGBPaletteEffect(0), nullptr); }},
+        {"effect 15", false,
+         [](PaletteObject &p) { p.applyEffect(RGBPaletteEffect(15), nullptr); }},
+        {"clearDuplicated", false,
+         [](PaletteObject &p) {
+             p.clearDuplicated({1, 2, 3});
+         }},
+        {"gradient by range", true, [&](PaletteObject &p) { p.gradient(0, one, 9, two); }},
+        {"gradient backwards", false, [&](PaletteObject &p) { p.gradient(9, one, 9, two); }},
+        {"gradient by mask", true, [&](PaletteObject &p) { p.gradient(nullptr, one, two); }},
+        {"sortByTones", true, [](PaletteObject &p) { p.sortByTones(); }},
+        {"switchColors", true, [](PaletteObject &p) { p.switchColors(nullptr, false); }}};
+    for (const auto &row : rows) {
+        Bench bench;
+        bench.fillDistinct();
+        const QByteArray start = bench.bytes();
+        row.change(bench.object);
+        QVERIFY2(bench.before == QVector<QByteArray>{start}, row.name);
+        QVERIFY2(bench.after == QVector<QByteArray>{bench.bytes()}, row.name);
+        QVERIFY2((bench.bytes() != start) == row.changes, row.name);
+    }
 }
 
 void TestPalette::emptyAndRebindingAreSilent()
@@ -173,38 +159,27 @@ void TestPalette::emptyAndRebindingAreSilent()
     QVERIFY(bench.before.isEmpty() && bench.after.isEmpty());
 }
 
-void TestPalette::index_data()
-{
-    QTest::addColumn<QVector<RGBA>>("entries");
-    QTest::addColumn<RGBA>("wanted");
-    QTest::addColumn<int>("found");
-    using Entries = QVector<RGBA>;
-    QTest::newRow("nearest by red, green and blue")
-        << Entries{{0, 0, 0, 255}, {10, 10, 10, 255}, {11, 10, 10, 255}} << RGBA{12, 10, 10, 255}
-        << 2;
-    QTest::newRow("first of equals")
-        << Entries{{9, 9, 9, 255}, {9, 9, 9, 255}} << RGBA{9, 9, 9, 255} << 0;
-    QTest::newRow("a nearer alpha wins")
-        << Entries{{9, 9, 9, 255}, {9, 9, 9, 130}} << RGBA{9, 9, 9, 128} << 1;
-    QTest::newRow("a farther alpha above does not")
-        << Entries{{9, 9, 9, 130}, {9, 9, 9, 255}} << RGBA{9, 9, 9, 128} << 0;
-    QTest::newRow("an alpha below the wanted one wins")
-        << Entries{{9, 9, 9, 128}, {9, 9, 9, 0}} << RGBA{9, 9, 9, 128} << 1;
-    QTest::newRow("a kept negative difference counts as large")
-        << Entries{{9, 9, 9, 100}, {9, 9, 9, 255}} << RGBA{9, 9, 9, 128} << 1;
-    QTest::newRow("distance goes before alpha")
-        << Entries{{9, 9, 9, 0}, {9, 9, 8, 255}} << RGBA{9, 9, 9, 255} << 0;
-}
-
 void TestPalette::index()
 {
-    QFETCH(QVector<RGBA>, entries);
-    QFETCH(RGBA, wanted);
-    QFETCH(int, found);
-    Bench bench;
-    bench.object.setColor(nullptr, {200, 0, 200, 255});
-    std::copy(entries.cbegin(), entries.cend(), bench.table);
-    QCOMPARE(int(bench.object.index(wanted)), found);
+    const struct {
+        const char *name;
+        QVector<RGBA> entries;
+        RGBA wanted;
+        int found;
+    } rows[] = {
+        {"nearest", {{0, 0, 0, 255}, {10, 10, 10, 255}, {11, 10, 10, 255}}, {12, 10, 10, 255}, 2},
+        {"first of equals", {{9, 9, 9, 255}, {9, 9, 9, 255}}, {9, 9, 9, 255}, 0},
+        {"a nearer alpha wins", {{9, 9, 9, 255}, {9, 9, 9, 130}}, {9, 9, 9, 128}, 1},
+        {"a farther alpha does not", {{9, 9, 9, 130}, {9, 9, 9, 255}}, {9, 9, 9, 128}, 0},
+        {"an alpha below wins", {{9, 9, 9, 128}, {9, 9, 9, 0}}, {9, 9, 9, 128}, 1},
+        {"a kept negative one is large", {{9, 9, 9, 100}, {9, 9, 9, 255}}, {9, 9, 9, 128}, 1},
+        {"distance goes before alpha", {{9, 9, 9, 0}, {9, 9, 8, 255}}, {9, 9, 9, 255}, 0}};
+    for (const auto &row : rows) {
+        Bench bench;
+        bench.object.setColor(nullptr, {200, 0, 200, 255});
+        std::copy(row.entries.cbegin(), row.entries.cend(), bench.table);
+        QVERIFY2(bench.object.index(row.wanted) == row.found, row.name);
+    }
 }
 
 void TestPalette::indexAgreesWithItsRule()
@@ -231,41 +206,39 @@ void TestPalette::indexAgreesWithItsRule()
     }
 }
 
-void TestPalette::effects_data()
-{
-    QTest::addColumn<int>("effect");
-    QTest::addColumn<RGBA>("from");
-    QTest::addColumn<RGBA>("to");
-    const RGBA c = {10, 100, 240, 7}; // avg 116
-    QTest::newRow("SwapRedBlue") << 1 << c << RGBA{240, 100, 10, 7};
-    QTest::newRow("SwapGreenBlue") << 2 << c << RGBA{10, 240, 100, 7};
-    QTest::newRow("SwapRedGreen") << 3 << c << RGBA{100, 10, 240, 7};
-    QTest::newRow("SwapBlueGreen") << 4 << c << RGBA{10, 240, 100, 7};
-    QTest::newRow("SwapGreenRed") << 5 << c << RGBA{100, 10, 240, 7};
-    QTest::newRow("SwapBlueRed") << 6 << c << RGBA{240, 100, 10, 7};
-    QTest::newRow("Lighter") << 7 << c << RGBA{42, 132, 255, 7};
-    QTest::newRow("Darker") << 8 << c << RGBA{0, 68, 208, 7};
-    QTest::newRow("Gray") << 9 << c << RGBA{116, 116, 116, 7};
-    QTest::newRow("WarmTint") << 10 << c << RGBA{216, 58, 0, 7};
-    QTest::newRow("WarmTint, clamped") << 10 << RGBA{255, 255, 255, 7} << RGBA{255, 127, 0, 7};
-    QTest::newRow("VioletTint") << 11 << c << RGBA{89, 0, 118, 7};
-    QTest::newRow("Washed, dark") << 12 << RGBA{127, 127, 128, 7} << RGBA{177, 177, 177, 7};
-    QTest::newRow("Washed, light") << 12 << RGBA{128, 128, 128, 7} << RGBA{78, 78, 78, 7};
-    QTest::newRow("MuchLighter") << 13 << c << RGBA{138, 228, 255, 7};
-    QTest::newRow("MuchDarker") << 14 << c << RGBA{0, 0, 112, 7};
-}
-
 void TestPalette::effects()
 {
-    QFETCH(int, effect);
-    QFETCH(RGBA, from);
-    QFETCH(RGBA, to);
-    Bench bench;
-    bench.object.setColor(nullptr, from);
-    bench.object.applyEffect(RGBPaletteEffect(effect), maskOf({0, 255}));
-    QCOMPARE(text(bench.table[0]), text(to));
-    QCOMPARE(text(bench.table[255]), text(to));
-    QCOMPARE(text(bench.table[1]), text(from));
+    const RGBA c = {10, 100, 240, 7}; // avg 116
+    const struct {
+        const char *name;
+        RGBPaletteEffect effect;
+        RGBA from;
+        RGBA to;
+    } rows[] = {{"1", SwapRedBlue, c, {240, 100, 10, 7}},
+                {"2", SwapGreenBlue, c, {10, 240, 100, 7}},
+                {"3", SwapRedGreen, c, {100, 10, 240, 7}},
+                {"4", SwapBlueGreen, c, {10, 240, 100, 7}},
+                {"5", SwapGreenRed, c, {100, 10, 240, 7}},
+                {"6", SwapBlueRed, c, {240, 100, 10, 7}},
+                {"7", Lighter, c, {42, 132, 255, 7}},
+                {"8", Darker, c, {0, 68, 208, 7}},
+                {"9", Gray, c, {116, 116, 116, 7}},
+                {"10", WarmTint, c, {216, 58, 0, 7}},
+                {"10, clamped", WarmTint, {255, 255, 255, 7}, {255, 127, 0, 7}},
+                {"11", VioletTint, c, {89, 0, 118, 7}},
+                {"12, dark", Washed, {127, 127, 128, 7}, {177, 177, 177, 7}},
+                {"12, light", Washed, {128, 128, 128, 7}, {78, 78, 78, 7}},
+                {"13", MuchLighter, c, {138, 228, 255, 7}},
+                {"14", MuchDarker, c, {0, 0, 112, 7}}};
+    for (const auto &row : rows) {
+        QCOMPARE(int(row.effect), QByteArray(row.name).split(',').constFirst().toInt());
+        Bench bench;
+        bench.object.setColor(nullptr, row.from);
+        bench.object.applyEffect(row.effect, maskOf({0, 255}));
+        QCOMPARE(text(row.name, bench.table[0]), text(row.name, row.to));
+        QCOMPARE(text(row.name, bench.table[255]), text(row.name, row.to));
+        QCOMPARE(text(row.name, bench.table[1]), text(row.name, row.from));
+    }
 }
 
 void TestPalette::addRgbClamps()
@@ -325,58 +298,43 @@ void TestPalette::addColorsFillsFromTheEnd()
         QCOMPARE(int(full.table[i].r), 255 - i);
 }
 
-void TestPalette::gradientByRange_data()
-{
-    QTest::addColumn<int>("from");
-    QTest::addColumn<int>("to");
-    QTest::addColumn<QVector<int>>("reds");
-    QTest::newRow("one step") << 10 << 11 << QVector<int>{200};
-    QTest::newRow("two steps") << 0 << 2 << QVector<int>{200, 10};
-    QTest::newRow("down in four") << 100 << 104 << QVector<int>{200, 137, 74, 10};
-    QTest::newRow("nothing") << 11 << 10 << QVector<int>{};
-}
-
 void TestPalette::gradientByRange()
 {
-    QFETCH(int, from);
-    QFETCH(int, to);
-    QFETCH(QVector<int>, reds);
-    Bench bench;
-    bench.fillDistinct();
-    QVector<int> expected = reds;
-    for (int i = reds.size(); i < 256; ++i)
-        expected.append(bench.table[i].r);
-    bench.object.gradient(uchar(from), {200, 0, 5, 255}, uchar(to), {10, 0, 5, 0});
-    QVector<int> found;
-    for (RGBA entry : bench.table)
-        found.append(entry.r);
-    QCOMPARE(found, expected);
-}
-
-void TestPalette::gradientByMask_data()
-{
-    QTest::addColumn<QVector<int>>("selected");
-    QTest::addColumn<QVector<int>>("alphas");
-    QTest::newRow("none") << QVector<int>{} << QVector<int>{};
-    QTest::newRow("one") << QVector<int>{200} << QVector<int>{0};
-    QTest::newRow("three, apart") << QVector<int>{0, 9, 255} << QVector<int>{0, 127, 255};
+    const struct {
+        uchar from;
+        uchar to;
+        QVector<int> reds;
+    } rows[] = {{10, 11, {200}}, {0, 2, {200, 10}}, {100, 104, {200, 137, 74, 10}}, {11, 10, {}}};
+    for (const auto &row : rows) {
+        Bench bench;
+        bench.fillDistinct();
+        QVector<int> expected = row.reds;
+        for (int i = expected.size(); i < 256; ++i)
+            expected.append(bench.table[i].r);
+        bench.object.gradient(row.from, {200, 0, 5, 255}, row.to, {10, 0, 5, 0});
+        QVector<int> found;
+        for (RGBA entry : bench.table)
+            found.append(entry.r);
+        QCOMPARE(found, expected);
+    }
 }
 
 void TestPalette::gradientByMask()
 {
-    QFETCH(QVector<int>, selected);
-    QFETCH(QVector<int>, alphas);
-    Bench bench;
-    bool mask[256] = {};
-    for (int i : selected)
-        mask[i] = true;
-    bench.object.gradient(mask, {1, 2, 3, 0}, {1, 2, 3, 255});
-    int k = 0;
-    for (int i = 0; i < 256; ++i)
-        QCOMPARE(text(bench.table[i]), text(mask[i] ? RGBA{1, 2, 3, uchar(alphas[k++])} : RGBA()));
-    bench.object.gradient(nullptr, {0, 0, 0, 0}, {255, 255, 255, 255});
-    for (int i = 0; i < 256; ++i)
-        QCOMPARE(int(bench.table[i].g), i);
+    const QMap<int, int> rows[] = {{}, {{200, 0}}, {{0, 0}, {9, 127}, {255, 255}}}; // alphas
+    for (const QMap<int, int> &alphas : rows) {
+        Bench bench;
+        bool mask[256] = {};
+        for (int i : alphas.keys())
+            mask[i] = true;
+        bench.object.gradient(mask, {1, 2, 3, 0}, {1, 2, 3, 255});
+        for (int i = 0; i < 256; ++i)
+            QCOMPARE(text(bench.table[i]),
+                     text(mask[i] ? RGBA{1, 2, 3, uchar(alphas[i])} : RGBA()));
+        bench.object.gradient(nullptr, {0, 0, 0, 0}, {255, 255, 255, 255});
+        for (int i = 0; i < 256; ++i)
+            QCOMPARE(int(bench.table[i].g), i);
+    }
 }
 
 void TestPalette::clearDuplicated()
@@ -427,35 +385,27 @@ void TestPalette::sortByTones()
     }
 }
 
-void TestPalette::switchColors_data()
-{
-    QTest::addColumn<QVector<int>>("mask");
-    QTest::addColumn<bool>("keepAlpha");
-    QTest::addColumn<Moves>("moved");
-    QTest::newRow("some") << QVector<int>{3, 9, 250} << false << Moves{{3, 250}, {250, 3}};
-    QTest::newRow("an even number")
-        << QVector<int>{0, 1, 8, 255} << false << Moves{{0, 255}, {255, 0}, {1, 8}, {8, 1}};
-    QTest::newRow("one") << QVector<int>{7} << false << Moves{};
-    QTest::newRow("none, ends kept") << QVector<int>{} << true << Moves{};
-}
-
 void TestPalette::switchColors()
 {
-    QFETCH(QVector<int>, mask);
-    QFETCH(bool, keepAlpha);
-    QFETCH(Moves, moved);
-    bool flags[256] = {};
-    for (int i : mask)
-        flags[i] = true;
     Bench bench;
-    bench.fillDistinct();
-    bench.object.switchColors(flags, keepAlpha);
-    for (int i = 0; i < 256; ++i)
-        QCOMPARE(int(bench.table[i].r), moved.value(i, i));
-    QCOMPARE(int(bench.table[0].a), keepAlpha           ? uchar(255 * 3)
-                                    : moved.contains(0) ? uchar(765)
-                                                        : 0);
-
+    const struct {
+        QVector<int> mask;
+        bool keepAlpha;
+        QMap<int, int> moved;
+    } rows[] = {{{3, 9, 250}, false, {{3, 250}, {250, 3}}},
+                {{0, 1, 8, 255}, false, {{0, 255}, {255, 0}, {1, 8}, {8, 1}}},
+                {{7}, false, {}},
+                {{}, true, {}}};
+    for (const auto &row : rows) {
+        bool flags[256] = {};
+        for (int i : row.mask)
+            flags[i] = true;
+        bench.fillDistinct();
+        bench.object.switchColors(flags, row.keepAlpha);
+        for (int i = 0; i < 256; ++i)
+            QCOMPARE(int(bench.table[i].r), row.moved.value(i, i));
+        QCOMPARE(bench.table[0].a, uchar(row.keepAlpha || row.moved.contains(0) ? 255 * 3 : 0));
+    }
     bench.fillDistinct();
     bench.object.switchColors(nullptr, true);
     for (int i = 0; i < 256; ++i) {

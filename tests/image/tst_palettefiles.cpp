@@ -1,5 +1,7 @@
+#include <kilnx/image/codecs.h>
 #include <kilnx/image/palette.h>
 #include <kilnx/project/extension.h>
+#include <tests/support/rows.h>
 
 #include <QBuffer>
 #include <QDataStream>
@@ -247,10 +249,8 @@ void TestPaletteFiles::initTestCase()
 
 void TestPaletteFiles::reads_data()
 {
-    QTest::addColumn<QByteArray>("format");
-    QTest::addColumn<QByteArray>("file");
-    QTest::addColumn<Colors>("colors"); // the first ones; `rest` stands for all others
-    QTest::addColumn<uint>("rest");
+    // `colors` are the first ones; `rest` stands for all others.
+    columns<QByteArray, QByteArray, Colors, uint>("format", "file", "colors", "rest");
     const auto row = [](const char *name, const char *format, const QByteArray &file,
                         const Colors &colors, QRgb rest) {
         QTest::newRow(name) << QByteArray(format) << file << colors << uint(rest);
@@ -334,15 +334,20 @@ void TestPaletteFiles::reads_data()
     row("PNG with alpha", "PNG", pictureFile("PNG", indexed), {qRgba(1, 2, 3, 4), qRgb(9, 8, 7)},
         Black);
     indexed.setColorTable({qRgb(1, 2, 3), qRgb(9, 8, 7)});
+    for (const char *word : {"PNG", "BMP"})
+        row(word, word, pictureFile(word, indexed), indexed.colorTable(), Black);
+    QBuffer gif;
+    gif.open(QIODevice::WriteOnly);
+    indexed.setColorTable(counted(16));
+    saveImage(&gif, "GIF", indexed);
+    // The background of a picture without a transparent colour.
+    row("GIF of 16 colours", "GIF", gif.data(), Colors{0x0000FF00} + counted(16).mid(1), Black);
     row("from an extension, after another one failed", "FOUR", "yes!", {qRgba(1, 2, 3, 4)}, Clear);
 }
 
 void TestPaletteFiles::reads()
 {
-    QFETCH(QByteArray, format);
-    QFETCH(QByteArray, file);
-    QFETCH(Colors, colors);
-    QFETCH(uint, rest);
+    auto [format, file, colors, rest] = row<QByteArray, QByteArray, Colors, uint>();
     RGBA table[256];
     PaletteObject object(&table);
     QSignalSpy changing(&object, &PaletteObject::changing);
@@ -363,33 +368,34 @@ void TestPaletteFiles::reads()
 
 void TestPaletteFiles::refuses_data()
 {
-    QTest::addColumn<QByteArray>("format");
-    QTest::addColumn<QByteArray>("file");
+    columns<QByteArray, QByteArray>("format", "file");
     const QByteArray quads(1028, 'c');
-    QTest::newRow("ACT, short") << QByteArray("ACT") << QByteArray(767, 'a');
-    QTest::newRow("RIFF of another kind") << QByteArray("PAL") << riffFile(1028, quads, "WAVEfmt ");
-    QTest::newRow("RIFF, size below 8") << QByteArray("PAL") << riffFile(7, quads);
-    QTest::newRow("RIFF, too many") << QByteArray("PAL") << riffFile(1033, quads);
-    QTest::newRow("RIFF, cut") << QByteArray("PAL") << riffFile(1028, quads.left(1000));
-    QTest::newRow("RIFF, cut within its header") << QByteArray("PAL") << QByteArray("RIFF1234PAL");
-    QTest::newRow("Jasc, bare line feeds")
-        << QByteArray("PAL") << QByteArray("JASC-PAL\n0100\n1\n1 1 1\n");
-    QTest::newRow("Jasc, other version")
-        << QByteArray("PAL") << QByteArray("JASC-PAL\r\n0200\r\n1\r\n");
-    QTest::newRow("Jasc, one line") << QByteArray("PAL") << QByteArray("JASC-PAL");
-    QTest::newRow("unknown bytes") << QByteArray("PAL") << QByteArray("whatever");
-    QTest::newRow("nothing") << QByteArray("TXT") << QByteArray();
-    QTest::newRow("a lower-case word") << QByteArray("act") << QByteArray(768, 'a');
-    QTest::newRow("a picture of true colour")
-        << QByteArray("PNG") << pictureFile("PNG", QImage(2, 2, QImage::Format_RGB32));
-    QTest::newRow("no picture") << QByteArray("GIF") << QByteArray("GIF89a");
-    QTest::newRow("no extension succeeds") << QByteArray("FOUR") << QByteArray("what");
+    const struct {
+        const char *name;
+        const char *format;
+        QByteArray file;
+    } rows[] = {{"ACT, short", "ACT", QByteArray(767, 'a')},
+                {"RIFF of another kind", "PAL", riffFile(1028, quads, "WAVEfmt ")},
+                {"RIFF, size below 8", "PAL", riffFile(7, quads)},
+                {"RIFF, too many", "PAL", riffFile(1033, quads)},
+                {"RIFF, cut", "PAL", riffFile(1028, quads.left(1000))},
+                {"RIFF, cut within its header", "PAL", "RIFF1234PAL"},
+                {"Jasc, bare line feeds", "PAL", "JASC-PAL\n0100\n1\n1 1 1\n"},
+                {"Jasc, other version", "PAL", "JASC-PAL\r\n0200\r\n1\r\n"},
+                {"Jasc, one line", "PAL", "JASC-PAL"},
+                {"unknown bytes", "PAL", "whatever"},
+                {"nothing", "TXT", ""},
+                {"a lower-case word", "act", QByteArray(768, 'a')},
+                {"true colour", "PNG", pictureFile("PNG", QImage(2, 2, QImage::Format_RGB32))},
+                {"no picture", "GIF", "GIF89a"},
+                {"no extension succeeds", "FOUR", "what"}};
+    for (const auto &row : rows)
+        QTest::newRow(row.name) << QByteArray(row.format) << row.file;
 }
 
 void TestPaletteFiles::refuses()
 {
-    QFETCH(QByteArray, format);
-    QFETCH(QByteArray, file);
+    auto [format, file] = row<QByteArray, QByteArray>();
     RGBA table[256] = {{1, 2, 3, 4}};
     PaletteObject object(&table);
     QSignalSpy changing(&object, &PaletteObject::changing);

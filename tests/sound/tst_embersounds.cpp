@@ -4,6 +4,7 @@
 #include <kilnx/code/messages.h>
 #include <kilnx/project/archive.h>
 #include <tests/support/fulldisk.h>
+#include <tests/support/rows.h>
 #include <tests/support/testhost.h>
 
 #include <QtTest/QAbstractItemModelTester>
@@ -456,10 +457,7 @@ void TestEmberSounds::soundsThatCannotBeDecoded()
 
 void TestEmberSounds::lossesNeverReachTheFile_data()
 {
-    QTest::addColumn<int>("roomToLoad");
-    QTest::addColumn<int>("roomToChange");
-    QTest::addColumn<bool>("cutOff");
-    QTest::addColumn<uint>("limit");
+    columns<int, int, bool, uint>("roomToLoad", "roomToChange", "cutOff", "limit");
     constexpr int enough = 1 << 20;
     constexpr uint noLimit = EmberSounds::largestFile;
     QTest::newRow("no room to load") << 0 << enough << false << noLimit;
@@ -472,10 +470,7 @@ void TestEmberSounds::lossesNeverReachTheFile_data()
 // The sounds lie in a temporary file that another one cuts off, or on a disk that is full.
 void TestEmberSounds::lossesNeverReachTheFile()
 {
-    QFETCH(int, roomToLoad);
-    QFETCH(int, roomToChange);
-    QFETCH(bool, cutOff);
-    QFETCH(uint, limit);
+    auto [roomToLoad, roomToChange, cutOff, limit] = row<int, int, bool, uint>();
     const QByteArray good = goodFile();
     const QString name = file(QStringLiteral("good.peal"));
     FileSystemArchive &archive = FileSystemArchive::instance();

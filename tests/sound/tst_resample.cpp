@@ -1,4 +1,5 @@
 #include <kilnx/sound/soundsample.h>
+#include <tests/support/rows.h>
 
 #include <QtTest/QtTest>
 
@@ -89,12 +90,8 @@ private slots:
 
 void TestResample::keepsTheTone_data()
 {
-    QTest::addColumn<int>("fromChannels");
-    QTest::addColumn<int>("fromBits");
-    QTest::addColumn<uint>("fromRate");
-    QTest::addColumn<int>("toChannels");
-    QTest::addColumn<int>("toBits");
-    QTest::addColumn<uint>("toRate");
+    columns<int, int, uint, int, int, uint>("fromChannels", "fromBits", "fromRate", "toChannels",
+                                            "toBits", "toRate");
     const unsigned int rates[][2] = {{8000, 44100}, {44100, 11025}, {48000, 44100}, {22050, 22050}};
     for (const auto &rate : rates) {
         for (const int fromBits : {8, 16, 24, 32}) {
@@ -114,12 +111,8 @@ void TestResample::keepsTheTone_data()
 // The expected value of every frame is known without resampling.
 void TestResample::keepsTheTone()
 {
-    QFETCH(int, fromChannels);
-    QFETCH(int, fromBits);
-    QFETCH(uint, fromRate);
-    QFETCH(int, toChannels);
-    QFETCH(int, toBits);
-    QFETCH(uint, toRate);
+    auto [fromChannels, fromBits, fromRate, toChannels, toBits, toRate] =
+        row<int, int, uint, int, int, uint>();
     const unsigned int frames = fromRate / 20;
     const SoundSample source = makeTone(format(fromChannels, fromBits, fromRate), frames);
     SoundSample result;
@@ -152,8 +145,7 @@ void TestResample::keepsTheTone()
 
 void TestResample::takesTheBestConverter_data()
 {
-    QTest::addColumn<int>("channels");
-    QTest::addColumn<int>("bits");
+    columns<int, int>("channels", "bits");
     QTest::newRow("mono, 16 bits") << 1 << 16;
     QTest::newRow("stereo, 16 bits") << 2 << 16;
     QTest::newRow("mono, 32 bits") << 1 << 32;
@@ -163,8 +155,7 @@ void TestResample::takesTheBestConverter_data()
 // The same steps by hand, byte for byte; no other converter of the library gives these.
 void TestResample::takesTheBestConverter()
 {
-    QFETCH(int, channels);
-    QFETCH(int, bits);
+    auto [channels, bits] = row<int, int>();
     constexpr int frames = 2205;
     constexpr int outFrames = 2400;
     const SoundSample source = makeTone(format(channels, bits, 44100), frames);
@@ -292,9 +283,7 @@ void TestResample::moreChannels()
 
 void TestResample::refuses_data()
 {
-    QTest::addColumn<int>("channels");
-    QTest::addColumn<int>("bits");
-    QTest::addColumn<uint>("rate");
+    columns<int, int, uint>("channels", "bits", "rate");
     QTest::newRow("no channels") << 0 << 8 << 8000u;
     QTest::newRow("no bits") << 1 << 0 << 8000u;
     QTest::newRow("12 bits") << 1 << 12 << 8000u;
@@ -308,9 +297,7 @@ void TestResample::refuses_data()
 
 void TestResample::refuses()
 {
-    QFETCH(int, channels);
-    QFETCH(int, bits);
-    QFETCH(uint, rate);
+    auto [channels, bits, rate] = row<int, int, uint>();
     const SoundSample good = makeTone(format(1, 16, 8000), 4000);
     SoundSample result;
     result.data = "before";
@@ -325,9 +312,7 @@ void TestResample::refuses()
 
 void TestResample::lengthAgainstData_data()
 {
-    QTest::addColumn<uint>("samples");
-    QTest::addColumn<int>("bytes");
-    QTest::addColumn<int>("frames");
+    columns<uint, int, int>("samples", "bytes", "frames");
     QTest::newRow("as many as there are") << 100u << 400 << 100;
     QTest::newRow("the number is not known") << 0u << 400 << 100;
     QTest::newRow("one more than there are") << 101u << 400 << 100;
@@ -343,9 +328,7 @@ void TestResample::lengthAgainstData_data()
 
 void TestResample::lengthAgainstData()
 {
-    QFETCH(uint, samples);
-    QFETCH(int, bytes);
-    QFETCH(int, frames);
+    auto [samples, bytes, frames] = row<uint, int, int>();
     SoundSample source = makeTone(format(2, 16, 8000), 100);
     source.samples = samples;
     source.data.truncate(bytes);

@@ -1,6 +1,7 @@
 #include <kilnx/project/extension.h>
 #include <kilnx/sound/wav.h>
 #include <tests/support/pipe.h>
+#include <tests/support/rows.h>
 
 #include <QtTest/QtTest>
 
@@ -157,9 +158,7 @@ void TestWav::initTestCase()
 
 void TestWav::readsWhatSoxWrites_data()
 {
-    QTest::addColumn<QStringList>("options");
-    QTest::addColumn<QStringList>("raw");
-    QTest::addColumn<bool>("readable");
+    columns<QStringList, QStringList, bool>("options", "raw", "readable");
     const QStringList comment{QStringLiteral("--add-comment"), QStringLiteral("made by a tool")};
     const QString type = QStringLiteral("-t wavpcm");
     for (const int bits : {8, 16, 24, 32}) {
@@ -183,9 +182,7 @@ void TestWav::readsWhatSoxWrites_data()
 
 void TestWav::readsWhatSoxWrites()
 {
-    QFETCH(QStringList, options);
-    QFETCH(QStringList, raw);
-    QFETCH(bool, readable);
+    auto [options, raw, readable] = row<QStringList, QStringList, bool>();
     const QString sox = QStringLiteral("sox");
     const QString name = file(QStringLiteral("tool.wav"));
     bool ok = false;
@@ -216,9 +213,7 @@ void TestWav::readsWhatSoxWrites()
 
 void TestWav::soxReadsWhatWeWrite_data()
 {
-    QTest::addColumn<int>("bits");
-    QTest::addColumn<int>("channels");
-    QTest::addColumn<int>("rate");
+    columns<int, int, int>("bits", "channels", "rate");
     QTest::newRow("8 bits, mono") << 8 << 1 << 8000;
     QTest::newRow("8 bits, stereo, odd rate") << 8 << 2 << 11025;
     QTest::newRow("16 bits, mono") << 16 << 1 << 44100;
@@ -229,9 +224,7 @@ void TestWav::soxReadsWhatWeWrite_data()
 
 void TestWav::soxReadsWhatWeWrite()
 {
-    QFETCH(int, bits);
-    QFETCH(int, channels);
-    QFETCH(int, rate);
+    auto [bits, channels, rate] = row<int, int, int>();
     SoundSample sample;
     sample.bits = static_cast<unsigned short>(bits);
     sample.channels = static_cast<unsigned short>(channels);
@@ -287,8 +280,7 @@ void TestWav::headerByteForByte()
 
 void TestWav::layouts_data()
 {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QByteArray>("data");
+    columns<QByteArray, QByteArray>("bytes", "data");
     const QByteArray samples = "0123456789";
     Wav wav;
     QTest::newRow("plain") << wav.bytes() << samples;
@@ -353,8 +345,7 @@ void TestWav::layouts_data()
 
 void TestWav::layouts()
 {
-    QFETCH(QByteArray, bytes);
-    QFETCH(QByteArray, data);
+    auto [bytes, data] = row<QByteArray, QByteArray>();
     QBuffer buffer(&bytes);
     QVERIFY(buffer.open(QIODevice::ReadOnly));
     SoundSample sample;
