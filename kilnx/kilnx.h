@@ -42,6 +42,7 @@
 #include <kilnx/image/imageops.h>
 #include <kilnx/image/imagepalette.h>
 #include <kilnx/image/palette.h>
+#include <kilnx/image/sprite.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/project/editor.h>
 #include <kilnx/project/engine.h>
