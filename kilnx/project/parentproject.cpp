@@ -4,6 +4,7 @@
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QProcess>
+#include <QtCore/QTimer>
 
 #include <kilnx/code/codedocument.h>
 #include <kilnx/project/archive.h>
@@ -99,6 +100,10 @@ void ParentProjectPrivate::rebuild(Project *project)
     const auto opened = projects.find(project);
     if (opened == projects.end() || !opened->document)
         return;
+    if (m_merging > 0) {
+        m_toRebuild.insert(project);
+        return;
+    }
     const QString fileName = static_cast<CodeDocument *>(opened->document.data())->fileName();
     QList<ReferencedFile> files;
     project->fileList(files);
@@ -149,10 +154,37 @@ void ParentProjectPrivate::removeProject(Project *project)
     disconnect(opened.contents);
     disconnect(opened.modification);
     projects.erase(found);
-    if (!closing)
-        PathMerge(*this, project).withdraw(this);
-    if (--refCount == 0 && !closing)
+    m_toRebuild.remove(project);
+    withdraw(project);
+    if (--refCount > 0 || closing)
+        return;
+    if (m_merging == 0)
         q->release();
+    else
+        QTimer::singleShot(0, this, [this] {
+            if (refCount == 0)
+                q->release();
+        });
+}
+
+void ParentProjectPrivate::withdraw(Project *project)
+{
+    if (m_merging > 0)
+        m_leaving.append(project);
+    else if (!closing)
+        PathMerge(*this, project).withdraw(this);
+}
+
+void ParentProjectPrivate::endMerge()
+{
+    if (--m_merging > 0)
+        return;
+    // First who left: the address may be that of a new project already.
+    while (!m_leaving.isEmpty())
+        withdraw(m_leaving.takeFirst());
+    const auto waiting = std::exchange(m_toRebuild, {});
+    for (Project *project : waiting)
+        rebuild(project);
 }
 
 void ParentProjectPrivate::setBasePath(const QString &newPath)
@@ -190,7 +222,7 @@ void ParentProjectPrivate::watch(DirectoryPath *directory)
     if (fileSystemWatcher.addPath(directory->path()))
         return;
     m_missing.insert(directory);
-    retryMissing();
+    retryLater();
 }
 
 void ParentProjectPrivate::unwatch(DirectoryPath *directory)
@@ -200,9 +232,17 @@ void ParentProjectPrivate::unwatch(DirectoryPath *directory)
     fileSystemWatcher.removePath(directory->path());
 }
 
+/// Once for all directories that are missed meanwhile: a look at them costs as much as there are.
+void ParentProjectPrivate::retryLater()
+{
+    if (!std::exchange(m_isRetrying, true))
+        QTimer::singleShot(0, this, &ParentProjectPrivate::retryMissing);
+}
+
 /// Takes up directories that are there now; for the others, watches the nearest one above.
 void ParentProjectPrivate::retryMissing()
 {
+    m_isRetrying = false;
     QSet<QString> stakeouts;
     for (DirectoryPath *directory : qAsConst(m_missing)) {
         QString above = directory->path();
@@ -234,7 +274,7 @@ void ParentProjectPrivate::directoryChanged(const QString &changed)
             m_missing.insert(directory);
         directory->scan();
     }
-    retryMissing();
+    retryLater();
 }
 
 ParentProject::ParentProject(const QString &basePath, Archive &archive)

@@ -178,6 +178,11 @@ public:
     void watch(DirectoryPath *directory);
     void unwatch(DirectoryPath *directory);
 
+    /// Brackets every change of rows. A slot may close or open projects in between: what that
+    /// changes waits until the rows stand.
+    void beginMerge() { ++m_merging; }
+    void endMerge();
+
     int refCount = 0;
     Archive *archive;
     ParentProject *q;
@@ -197,13 +202,20 @@ private:
     void collectOthers(const Path *node, QStringList &out) const;
     QString directoryOf(const QString &fileName) const;
     void directoryChanged(const QString &path);
+    void retryLater();
     void retryMissing();
+    void withdraw(Project *project);
 
     /// Directories to scan that are not there, and what is watched until they are.
     QSet<DirectoryPath *> m_missing;
     QSet<QString> m_stakeouts;
     /// Those that are there again and wait for their scan.
     QList<DirectoryPath *> m_back;
+    bool m_isRetrying = false;
+    int m_merging = 0;
+    /// Closed during a merge: only the address, which their claims carry.
+    QList<Project *> m_leaving;
+    QSet<Project *> m_toRebuild;
 };
 
 } // namespace Kiln

@@ -31,6 +31,12 @@ PathMerge::PathMerge(ParentProjectPrivate &root, const Project *project)
     , m_model(root.q)
     , m_project(project)
 {
+    m_root.beginMerge();
+}
+
+PathMerge::~PathMerge()
+{
+    m_root.endMerge();
 }
 
 bool PathMerge::hasClaim(const BasePath *node) const

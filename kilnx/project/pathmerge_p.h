@@ -17,6 +17,8 @@ public:
 
     /// `project` is the source; null stands for the scan of the node's own directory.
     PathMerge(ParentProjectPrivate &root, const Project *project);
+    ~PathMerge();
+    Q_DISABLE_COPY(PathMerge)
 
     void merge(BasePath *node, const Entries &entries);
     /// Takes the claims of the source off everything below `node`.

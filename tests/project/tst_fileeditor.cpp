@@ -137,12 +137,13 @@ private slots:
         m_host->dialogs().expectFiles({});
         m_editor->open();
         QVERIFY(!m_editor->isActive());
+        m_project->setOption("sounds_path", m_directory->path(), false);
         m_host->dialogs().expectFiles({});
         m_editor->saveAs();
         QVERIFY(m_editor->isActive());
         const QList<DialogScript::Seen> seen = m_host->dialogs().seen();
         const QStringList titles{"Open sounds...", "Open sounds...", "Save sounds as..."};
-        const QStringList directories{base(), base() + "snd", base() + "snd"};
+        const QStringList directories{base(), base() + "snd", m_directory->path()};
         for (int i = 0; i < titles.size(); ++i) {
             QCOMPARE(seen[i].title, titles[i]);
             QCOMPARE(seen[i].nameFilters, QStringList("Sound banks (*.snd)"));

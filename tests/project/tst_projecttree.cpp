@@ -91,6 +91,21 @@ FakeDocument *definitionOf(Project *project)
 
 } // namespace
 
+/// A view that closes projects when the rows change, once.
+class Closer : public QObject
+{
+    Q_OBJECT
+
+public:
+    std::function<void()> close;
+
+public slots:
+    void run()
+    {
+        std::exchange(close, [] {})();
+    }
+};
+
 class tst_projecttree : public QObject
 {
     Q_OBJECT
@@ -360,6 +375,51 @@ private slots:
             QVERIFY(QDir(base() + "late").removeRecursively());
             QTRY_COMPARE(dump(parent), QString("late/\n  art/\n"));
         }
+    }
+
+    void closingInTheMiddleOfAScan_data()
+    {
+        QTest::addColumn<QByteArray>("signal");
+        QTest::addColumn<bool>("closesAll");
+        for (const char *signal : {SIGNAL(rowsAboutToBeInserted(QModelIndex, int, int)),
+                                   SIGNAL(rowsInserted(QModelIndex, int, int)),
+                                   SIGNAL(rowsRemoved(QModelIndex, int, int))}) {
+            QTest::addRow("one of two in %s", signal) << QByteArray(signal) << false;
+            QTest::addRow("all in %s", signal) << QByteArray(signal) << true;
+        }
+    }
+
+    void closingInTheMiddleOfAScan()
+    {
+        QFETCH(QByteArray, signal);
+        QFETCH(bool, closesAll);
+        makeFile(base() + "art/c.txt");
+        makeFile(base() + "art/one.def", "2 a.txt\n2 d.txt\n2 f.txt\n2 deep/x");
+        makeFile(base() + "two.def", "2 art/d.txt");
+        QPointer<FakeParent> parent = new FakeParent(base());
+        const QAbstractItemModelTester tester(
+            parent, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        parent->addPath("art", scanAll, {"*.txt"});
+        FakeProject *one = parent->open("art/one.def");
+        FakeProject *two = parent->open("two.def");
+        Closer closer;
+        closer.close = [&] {
+            one->release();
+            if (closesAll)
+                two->release();
+            else
+                QCOMPARE(parent->refCount(), 1u);
+        };
+        connect(parent, signal, &closer, SLOT(run()));
+        QVERIFY(QFile::remove(base() + "art/c.txt"));
+        makeFile(base() + "art/b.txt");
+        makeFile(base() + "art/e.txt");
+        if (closesAll)
+            QTRY_VERIFY(!parent);
+        else
+            QTRY_COMPARE(dump(*parent), QString("art/\n  b.txt\n  d.txt+2\n  e.txt\ntwo.def+1\n"));
+        if (parent)
+            two->release();
     }
 
     void directoryWithoutPermission()
