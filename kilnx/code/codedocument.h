@@ -50,10 +50,12 @@ public:
     void reset() override;
     /// Writes the text with carriage return and line feed at each line end. False if the file could
     /// not be opened or written. A character that the file's encoding cannot say is never lost: the
-    /// file is then written, and from then on kept, in UTF-8.
+    /// file is then written, and from then on kept, in UTF-8. But for its line ends, what was loaded
+    /// and not edited is written byte for byte as it was, also what is not in the encoding.
     bool toFile(Archive &archive, const QString &name, bool asCopy) override;
     /// Loads a file in the encoding that is detected. False if it could not be opened, and then
-    /// nothing changes. With `asCopy` the document keeps its name and counts as modified.
+    /// nothing changes. With `asCopy` the document keeps its name and counts as modified. Lines whose
+    /// bytes are not in the encoding get a warning.
     bool fromFile(Archive &archive, const QString &name, bool asCopy) override;
     /// The same in the encoding of `codecId`, detected if that is negative; see TextCodecs.
     bool fromFile(Archive &archive, const QString &name, int codecId, bool asCopy);
@@ -181,7 +183,8 @@ private:
     int &codecData() const;
     void loadText(const QString &text);
     bool load(Archive &archive, const QString &name, int codecId, bool asCopy, bool watch);
-    void warnOfDecoding();
+    void bindOriginal();
+    void warnOfBytes(const QString &text);
     void warnOfEncoding();
     QModelIndex indexOfNode(const CodeNode *node) const;
     QTextBlock lineOfNode(const CodeNode *node, int line) const;

@@ -10,6 +10,7 @@
 #include <kilnx/code/codedocument.h>
 #include <kilnx/code/codeparser.h>
 #include <kilnx/code/messages.h>
+#include <kilnx/code/originalbytes_p.h>
 
 namespace Kiln
 {
@@ -44,6 +45,8 @@ struct CodeBlockRecord {
     /// The block state that came out of it. Qt gives a line that another is joined to the state of
     /// that other.
     int state = 0;
+    /// See CodeDocumentPrivate::originalLineOf(), from 1 on; 0 for none.
+    int originalLine = 0;
     bool isParsedNow = false;
 
     static void *operator new(std::size_t size);
@@ -102,6 +105,9 @@ public:
     unsigned int insertOfKind(CodeNode *node);
     void removeOfKind(CodeNode *node);
 
+    /// Which of OriginalBytes::keptLines() a line is, -1 for none of them.
+    static int originalLineOf(const QTextBlock &block);
+
     static unsigned int kindOf(const CodeNode *node);
     static CodeBlockData *dataOf(const QTextBlock &block)
     {
@@ -112,6 +118,7 @@ public:
     CodeParser *parser = nullptr;
     CodeBlockData *current = nullptr;
     QTextCursor cursor;
+    OriginalBytes original;
     quint16 changeDepth = 0;
     /// QTextDocument::availableUndoSteps() when the outermost bracket opened.
     int undoStepsBefore = 0;

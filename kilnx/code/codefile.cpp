@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <kilnx/code/codedocument.h>
 #include <kilnx/code/codedocument_p.h>
+#include <kilnx/code/rawutf8_p.h>
 #include <kilnx/code/textcodecs.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/project/paths.h>
@@ -19,17 +20,6 @@ class CodeDocumentUserData : public QObjectUserData
 public:
     int codecId = TextCodecs::index("UTF-8");
 };
-
-/// The text as it goes into a file. Unlike toPlainText() it keeps no-break spaces.
-QString fileText(const QTextDocument &document)
-{
-    QString text = document.toRawText();
-    for (QChar &character : text) {
-        if (character == QChar::ParagraphSeparator)
-            character = QLatin1Char('\n');
-    }
-    return text.replace(QLatin1Char('\n'), QLatin1String("\r\n"));
-}
 
 /// `text` with the captures from the second on in place of its lowest-numbered marker, the next
 /// higher, and so on, as QString::arg() has it. What was put in is not looked at again.
@@ -162,6 +152,7 @@ void CodeDocument::loadText(const QString &text)
 void CodeDocument::fromString(const QString &text)
 {
     setFileName(QString());
+    d->original = OriginalBytes();
     loadText(text);
     setCodec(QStringLiteral("UTF-8"));
     setModified(false);
@@ -172,6 +163,7 @@ void CodeDocument::reset()
     d->resetting = true;
     beginResetModel();
     setFileName(QString());
+    d->original = OriginalBytes();
     clear();
     setModified(false);
     emit modificationChanged(false);
@@ -196,14 +188,13 @@ bool CodeDocument::load(Archive &archive, const QString &name, int codecId, bool
     if (!device)
         return false;
     const QByteArray data = device->readAll();
-    const bool detect = codecId < 0;
-    const QString text = TextCodecs::stringFromData(data, &codecId);
+    const QString text = d->original.read(data, &codecId);
     setCodecId(codecId);
     if (watch)
         FileWatchObject::fromFile(archive, name, asCopy);
     loadText(text);
-    if (!detect && !TextCodecs::canDecode(data, codecId))
-        warnOfDecoding();
+    bindOriginal();
+    warnOfBytes(text);
     if (!asCopy)
         setFileName(name);
     setModified(asCopy);
@@ -223,10 +214,13 @@ bool CodeDocument::toFile(Archive &archive, const QString &name, bool asCopy)
     QIODevice *const device = archive.openFile(name, QIODevice::WriteOnly);
     if (!device)
         return false;
-    const QString text = fileText(*this);
     const int unicode = TextCodecs::index("UTF-8");
-    const bool encodes = TextCodecs::canEncode(text, codecId());
-    if (!writeAll(device, TextCodecs::stringToData(text, encodes ? codecId() : unicode))) {
+    bool encodes = true;
+    bool encodesNow = true;
+    QByteArray data = d->original.write(*this, codecId(), &encodes);
+    if (!encodes)
+        data = d->original.write(*this, unicode, &encodesNow);
+    if (!writeAll(device, data)) {
         archive.closeFile(device);
         return false;
     }
@@ -246,17 +240,61 @@ bool CodeDocument::toFile(Archive &archive, const QString &name, bool asCopy)
     return true;
 }
 
-void CodeDocument::warnOfDecoding()
+int CodeDocumentPrivate::originalLineOf(const QTextBlock &block)
 {
-    const QTextCursor place = find(QString(QChar(QChar::ReplacementCharacter)));
-    if (place.isNull())
-        return;
-    const int column = place.selectionStart() - place.block().position();
-    const QString text = QCoreApplication::translate(
-        "Kiln::CodeDocument", "The file is not in the encoding %1. Bytes that could not be read "
-                              "are lost when it is saved.");
-    d->addMessage(place.block(), {CodeBlockData::SyntaxMessage::Warning, column, column + 1,
-                                  text.arg(codecName())});
+    const CodeBlockData *const data = dataOf(block);
+    return data ? data->d->originalLine - 1 : -1;
+}
+
+/// Tells lines that were just loaded which of OriginalBytes::keptLines() they are.
+void CodeDocument::bindOriginal()
+{
+    int number = 0;
+    for (const int line : d->original.keptLines())
+        CodeBlockData::blockData(findBlockByNumber(line), d)->d->originalLine = ++number;
+}
+
+/// Tells of the first lines of a file just loaded that are not in its encoding.
+void CodeDocument::warnOfBytes(const QString &text)
+{
+    constexpr int mostLines = 100;
+    int lines = 0;
+    const auto warn = [this, &lines](const QTextBlock &line, int begin, int end, const char *what) {
+        if (++lines <= mostLines) {
+            const QString text = QCoreApplication::translate("Kiln::CodeDocument", what);
+            d->addMessage(
+                line, {CodeBlockData::SyntaxMessage::Warning, begin, end, text.arg(codecName())});
+        }
+    };
+    d->beginUpdate();
+    for (const int number : d->original.keptLines()) {
+        const QTextBlock line = findBlockByNumber(number);
+        warn(line, 0, line.length() - 1,
+             QT_TRANSLATE_NOOP(
+                 "Kiln::CodeDocument",
+                 "This line is not wholly in the encoding %1. Its bytes are kept until "
+                 "it is edited."));
+    }
+    if (d->original.unreadLine() >= 0) {
+        const QTextBlock line = findBlockByNumber(d->original.unreadLine());
+        warn(
+            line, 0, line.length() - 1,
+            QT_TRANSLATE_NOOP("Kiln::CodeDocument",
+                              "From here on the file is not wholly in the encoding %1. Its bytes "
+                              "are kept until it is edited; what could not be read is lost then."));
+    }
+    const bool hasBytes =
+        codecId() == TextCodecs::index("UTF-8") && RawUtf8::indexOfByte(text) >= 0;
+    QTextBlock line = hasBytes ? begin() : QTextBlock();
+    for (; line.isValid() && lines < mostLines; line = line.next()) {
+        const int column = RawUtf8::indexOfByte(line.text());
+        if (column >= 0)
+            warn(line, column, column + 2,
+                 QT_TRANSLATE_NOOP("Kiln::CodeDocument",
+                                   "Bytes of this line are not in the encoding %1. They are shown "
+                                   "as private characters and are saved as they are."));
+    }
+    d->endUpdate();
 }
 
 void CodeDocument::warnOfEncoding()

@@ -22,18 +22,18 @@ public:
     static QString name(int id);
     /// The encoding to fall back on where none can be detected; 0 at start.
     static void setDefaultCodec(int id);
-    /// The codec that fits `data`: the detected one, or else the default, or else the system's.
+    /// The codec that fits `data`: the detected one, or else the default, or else the system's. Most
+    /// of a file has to be UTF-8 for that to be it, not all.
     static QTextCodec *get(const QByteArray &data);
     /// Decodes with the codec of `*id` and stores the id of the codec used in `*id`. A negative id
-    /// asks for get(); a detected codec that cannot read all the bytes gives way to ISO-8859-1,
-    /// which keeps them. An id that does not exist counts as 0.
+    /// asks for get(); a detected codec that cannot read most of the bytes gives way to ISO-8859-1,
+    /// which keeps them. An id that does not exist counts as 0. A byte that is no UTF-8 is the
+    /// character U+10FE00 plus the byte, which stringToData() makes the same byte again.
     static QString stringFromData(const QByteArray &data, int *id);
-    /// Whether the codec of `id` reads all of `data`, putting no replacement character in.
-    static bool canDecode(const QByteArray &data, int id);
     /// Encodes with the codec of `id`. What the codec cannot say comes out as its replacement
     /// character, see canEncode(). An id that does not exist counts as 0.
     static QByteArray stringToData(const QString &text, int id);
-    /// Whether stringToData() keeps every character of `text`.
+    /// Whether stringFromData() gets `text` back from what stringToData() makes of it.
     static bool canEncode(const QString &text, int id);
 };
 } // namespace Kiln
