@@ -1,4 +1,5 @@
 #include <kilnx/code/codedocument_p.h>
+#include <kilnx/code/codelayout_p.h>
 #include <kilnx/code/groupcode.h>
 #include <kilnx/code/noderows_p.h>
 
@@ -283,6 +284,7 @@ void CodeDocumentPrivate::updateFoldingIndent()
     const int above = aboveData ? aboveData->d->foldingKind : 0;
     const unsigned int indent = aboveData ? aboveData->d->foldingIndent : 0;
     const unsigned int outdent = indent > 0 ? indent - 1 : 0;
+    const unsigned int before = line->foldingIndent;
     switch (kindIn(line->foldingKind)) {
     case HeadLine:
         if (line->foldingKind & outermostFlag)
@@ -301,6 +303,8 @@ void CodeDocumentPrivate::updateFoldingIndent()
             line->foldingIndent = indent;
         break;
     }
+    if (line->foldingIndent != before)
+        emit static_cast<CodeLayout *>(document->documentLayout())->depthChanged(line->block);
 }
 
 /// The indent of a plain line below a head or a body line, which the next such line decides.

@@ -37,10 +37,10 @@ void CodeLayout::documentChanged(int from, int charsRemoved, int charsAdded)
     const bool isLong = line.length() > longLine;
     keep(line == m_lastLine || isLong ? line : QTextBlock());
     m_lastLine = line;
-    // A change of the text has taken the old layout away. What is not known of a long line is not
-    // worth a layout.
-    const bool isGone = m_keptLine.isValid() && line.isVisible() && line.layout()->lineCount() == 0;
-    if (isGone && (m_keptHeight >= 0 || isLong)) {
+    // A change of the text, or of what an input method composes in it, has taken the old layout
+    // away, and Qt takes the height that the line has now for the one that it had.
+    const bool isGone = line.isValid() && line.isVisible() && line.layout()->lineCount() == 0;
+    if (isGone) {
         if (blockBoundingRect(line).height() == m_keptHeight)
             emit updateBlock(line);
         else

@@ -18,10 +18,17 @@ namespace Kiln
 /// their places, and finds them again to paint the line, from when on they stay all the same.
 class CodeLayout : public QPlainTextDocumentLayout
 {
+    Q_OBJECT
+
 public:
     explicit CodeLayout(QTextDocument *document);
 
     QRectF blockBoundingRect(const QTextBlock &block) const override;
+
+Q_SIGNALS:
+    /// The folding indent of a line is another, also of one behind the edit that led to it: the
+    /// edit is not told as done yet.
+    void depthChanged(const QTextBlock &line);
 
 protected:
     void documentChanged(int from, int charsRemoved, int charsAdded) override;

@@ -3,7 +3,9 @@
 #include <cmath>
 
 #include <QtCore/QFile>
+#include <QtCore/QMimeData>
 #include <QtGui/QHelpEvent>
+#include <QtGui/QTextDocument>
 #include <QtGui/QTextLayout>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QPlainTextDocumentLayout>
@@ -11,6 +13,7 @@
 #include <QtWidgets/QToolTip>
 
 #include <kilnx/code/codedocument.h>
+#include <kilnx/code/codelayout_p.h>
 #include <kilnx/codeedit/codeeditor_p.h>
 
 namespace Kiln
@@ -38,6 +41,13 @@ bool isFoldHead(const QTextBlock &block)
 {
     const QTextBlock next = block.next();
     return next.isValid() && blockDepth(next) > blockDepth(block);
+}
+
+QString plainToolTip(const QString &text)
+{
+    return Qt::mightBeRichText(text)
+               ? QStringLiteral("<span style='white-space:pre'>%1</span>").arg(text.toHtmlEscaped())
+               : text;
 }
 
 CodeEditor::SyntaxFormatting::SyntaxFormatting()
@@ -89,10 +99,13 @@ void CodeEditorPrivate::attach(CodeDocument *newDocument)
         return;
     QTextDocument *text = document;
     documentSignals << connect(
-        text, &QTextDocument::contentsChange, this, [this](int from, int, int added) {
-            changedTo = qMax(changedFrom < 0 ? from : changedTo, from + added);
-            changedFrom = changedFrom < 0 ? from : qMin(changedFrom, from);
-        });
+        text, &QTextDocument::contentsChange, this,
+        [this](int from, int, int added) { charactersChanged(from, from + added); });
+    documentSignals << connect(static_cast<CodeLayout *>(text->documentLayout()),
+                               &CodeLayout::depthChanged, this, [this](const QTextBlock &line) {
+                                   depthChangedTo = qMax(depthChangedTo, line.position());
+                                   charactersChanged(line.position(), changedTo);
+                               });
     documentSignals << connect(text, &QTextDocument::contentsChanged, this,
                                &CodeEditorPrivate::restoreFolds);
     documentSignals << connect(text, &QTextDocument::contentsChanged, this,
@@ -205,6 +218,10 @@ void CodeEditor::setDocument(CodeDocument *document)
     setExtraSelections({});
     QPlainTextEdit::setDocument(document);
     d->attach(document);
+    // It may have changed while it was not shown.
+    d->charactersChanged(0, 0);
+    d->depthChangedTo = QPlainTextEdit::document()->characterCount() - 1;
+    d->restoreFolds();
     d->updateTabStop();
     d->updateMarginGeometry();
     d->extraArea->update();
@@ -261,7 +278,8 @@ void CodeEditor::setCurrentLine(const LinePos &place)
     QTextCursor cursor(block);
     cursor.setPosition(block.position() + qBound(0, place.column, block.length() - 1));
     setTextCursor(cursor);
-    verticalScrollBar()->setValue(place.scroll);
+    const int middle = block.firstLineNumber() - displayedLineCount() / 2;
+    verticalScrollBar()->setValue(place.scroll < 0 ? middle : place.scroll);
     d->parenTimer.start(ParenDelay);
     emit cursorChanged(QPoint(line, cursor.positionInBlock()));
 }
@@ -340,8 +358,16 @@ bool CodeEditor::viewportEvent(QEvent *event)
     if (text.isEmpty())
         QToolTip::hideText();
     else
-        QToolTip::showText(help->globalPos(), text, viewport());
+        QToolTip::showText(help->globalPos(), plainToolTip(text), viewport());
     return true;
+}
+
+QMimeData *CodeEditor::createMimeDataFromSelection() const
+{
+    auto *data = new QMimeData;
+    data->setText(
+        textCursor().selectedText().replace(QChar::ParagraphSeparator, QLatin1Char('\n')));
+    return data;
 }
 
 } // namespace Kiln

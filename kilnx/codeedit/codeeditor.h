@@ -36,7 +36,7 @@ public:
     };
 
     /// A place in the text and the view of it: block number, offset in the block, and the value of
-    /// the vertical scroll bar.
+    /// the vertical scroll bar, or less than 0 to have the line in the middle.
     struct LinePos {
         int line = 0;
         int column = 0;
@@ -129,6 +129,8 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
     bool viewportEvent(QEvent *event) override;
+    /// The selected text alone, with the no-break spaces that it holds.
+    QMimeData *createMimeDataFromSelection() const override;
 
 private:
     friend class CodeEditorPrivate;

@@ -126,6 +126,7 @@ public:
     void moveCursorOut();
     void stepOverFold();
     void reveal(const QTextBlock &block);
+    void charactersChanged(int from, int to);
     void restoreFolds();
     bool restoreFold(const QTextBlock &block, Fold &fold, int limit);
     static Fold foldFrom(const QTextBlock &head, QTextBlock block, int limit);
@@ -174,6 +175,8 @@ public:
     int navigatedFrom = 0;
     int changedFrom = -1; ///< the characters of the last change, until the folds were looked after
     int changedTo = -1;
+    int depthChangedTo = -1; ///< the last line, by its start, that has another depth since
+    int foldedBlocks = 0;    ///< how many lines there were when the folds were looked after
 
 protected:
     void timerEvent(QTimerEvent *event) override;
@@ -185,6 +188,8 @@ const CodeBlockData *blockRecord(const QTextBlock &block);
 unsigned int blockDepth(const QTextBlock &block);
 /// Whether a block has something to fold below it.
 bool isFoldHead(const QTextBlock &block);
+/// A text for QToolTip that shows as it stands, also if it looks like markup.
+QString plainToolTip(const QString &text);
 /// The next line that is not folded away; invalid behind the last.
 QTextBlock shownBelow(const QTextBlock &block);
 

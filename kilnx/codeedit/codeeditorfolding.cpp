@@ -24,9 +24,9 @@ void setFolded(const QTextBlock &block, bool folded)
 
 void CodeEditorPrivate::setVisible(QTextBlock &block, bool visible) const
 {
-    const bool isOneRow = !visible || q->lineWrapMode() == QPlainTextEdit::NoWrap;
     block.setVisible(visible);
-    block.setLineCount(isOneRow ? int(visible) : qMax(1, block.layout()->lineCount()));
+    // A line separator in its text makes more than one row of a line that is not wrapped.
+    block.setLineCount(visible ? qMax(1, block.layout()->lineCount()) : 0);
 }
 
 // Shows the lines deeper than `indent` from `block` on, and any hidden ones right behind them, so
@@ -61,7 +61,7 @@ bool CodeEditorPrivate::toggle(const QTextBlock &block)
         show(next, blockDepth(block));
     else
         hide(next, blockDepth(block));
-    setFolded(block, !visible);
+    setFolded(block, !next.isVisible()); // the last line is never hidden
     return true;
 }
 
@@ -136,30 +136,41 @@ void CodeEditorPrivate::reveal(const QTextBlock &block)
     foldingChanged();
 }
 
+void CodeEditorPrivate::charactersChanged(int from, int to)
+{
+    changedTo = qMax(changedFrom < 0 ? from : changedTo, to);
+    changedFrom = changedFrom < 0 ? from : qMin(changedFrom, from);
+}
+
 // After an edit: lines that were put into a fold are hidden with it, and hidden lines whose fold
-// went away come back. Looks at the changed lines and no further than what is wrong.
+// went away come back. Looks at the changed lines and no further than what is wrong, or to the end
+// of a fold whose lines may not be below its head any more.
 void CodeEditorPrivate::restoreFolds()
 {
     if (changedFrom < 0)
         return;
     QTextDocument *text = q->document();
-    const QTextBlock end = text->findBlock(changedTo);
-    const int last = end.isValid() ? end.blockNumber() : text->blockCount() - 1;
+    const auto lineAt = [text](int position) {
+        const QTextBlock line = text->findBlock(position);
+        return line.isValid() ? line.blockNumber() : text->blockCount() - 1;
+    };
     QTextBlock block = text->findBlock(changedFrom);
-    changedFrom = changedTo = -1;
-    // Without wrapping each shown line counts once, so equal counts mean that nothing is hidden.
-    if (q->lineWrapMode() == QPlainTextEdit::NoWrap && text->lineCount() == text->blockCount())
-        return;
+    const int limit = changedTo < 0 ? 0 : lineAt(changedTo) + 1;
+    const int last = qMax(limit - 1, lineAt(qMax(0, depthChangedTo)));
+    const bool newLines = text->blockCount() != foldedBlocks;
+    const bool runsOn = depthChangedTo >= 0 || newLines;
+    changedFrom = changedTo = depthChangedTo = -1;
+    foldedBlocks = text->blockCount();
     if (block.previous().isValid())
         block = block.previous();
     Fold fold;
     if (!block.isVisible())
-        fold = foldFrom(foldOf(block), block, last + 1);
+        fold = foldFrom(foldOf(block), block, qMax(limit, block.blockNumber()));
     bool changed = false;
     for (; block.isValid(); block = block.next()) {
-        const bool mended = restoreFold(block, fold, last + 1);
+        const bool mended = restoreFold(block, fold, newLines ? limit : 0);
         changed |= mended;
-        if (!mended && block.blockNumber() > last)
+        if (!mended && block.blockNumber() > last && (block.isVisible() || !runsOn))
             break;
     }
     if (!changed)
@@ -204,6 +215,8 @@ bool CodeEditorPrivate::restoreFold(const QTextBlock &block, Fold &fold, int lim
     QTextBlock line = block;
     if (changed)
         setVisible(line, !hidden);
+    if (!hidden && above.isVisible())
+        setFolded(above, false); // nothing is left in it
     if (!hidden && isFolded(block))
         fold = foldFrom(block, block.next(), qMax(limit, block.blockNumber() + 1));
     return changed;
@@ -228,12 +241,12 @@ void CodeEditor::foldAll()
         const unsigned int depth = blockDepth(block);
         if (block.isVisible()) {
             inFold = inFold && depth > headDepth && next.isValid();
-            if (!inFold && depth > previousDepth) {
+            if (!inFold && depth > previousDepth && next.isValid()) {
                 inFold = changed = true;
                 headDepth = previousDepth;
                 setFolded(previous, true);
             }
-            if (inFold && next.isValid())
+            if (inFold)
                 d->setVisible(block, false);
         }
         previous = block;

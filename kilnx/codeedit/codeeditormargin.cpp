@@ -362,7 +362,8 @@ void CodeEditorPrivate::marginToolTip(QHelpEvent *event)
     if (lines.isEmpty())
         QToolTip::hideText();
     else
-        QToolTip::showText(event->globalPos(), lines.join(QLatin1Char('\n')), extraArea);
+        QToolTip::showText(event->globalPos(), plainToolTip(lines.join(QLatin1Char('\n'))),
+                           extraArea);
 }
 
 void CodeEditorPrivate::timerEvent(QTimerEvent *event)

@@ -19,6 +19,7 @@ namespace Kiln
 namespace
 {
 constexpr unsigned int CodeAreas = 5;
+constexpr int InTheMiddle = -1; // of the view, for a place that is gone to later
 
 // The match after the selection of `cursor` or, backward, before it. An empty match right at an
 // empty selection is passed over, so that every search gets on.
@@ -182,7 +183,7 @@ void CodeFileEditor::navigateTo(unsigned int line, unsigned int column)
     const unsigned int length = static_cast<unsigned int>(block.length() - 1);
     const int place = static_cast<int>(qMin(column, length));
     if (!isShown()) {
-        CodeWorkspace::rememberPlace(m_document, {row, place, row});
+        CodeWorkspace::rememberPlace(m_document, {row, place, InTheMiddle});
         return;
     }
     CodeEditor *editor = workspace->editor();
@@ -270,7 +271,7 @@ bool CodeFileEditor::find(const ProjectFile *file, const QString &text, unsigned
     const QTextBlock block = cursor.document()->findBlock(cursor.selectionStart());
     CodeWorkspace::rememberPlace(
         cursor.document(),
-        {block.blockNumber(), cursor.selectionStart() - block.position(), block.blockNumber()});
+        {block.blockNumber(), cursor.selectionStart() - block.position(), InTheMiddle});
     return true;
 }
 

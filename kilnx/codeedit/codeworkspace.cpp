@@ -367,12 +367,18 @@ void CodeWorkspace::statusClicked()
     form->addRow(buttons);
     if (dialog.exec() != QDialog::Accepted || !alive)
         return;
+    const bool changes = document->codecId() != codecs->currentIndex();
     document->setCodecId(codecs->currentIndex());
-    if (static_cast<ProjectFile *>(document)->fileExists() &&
+    const bool reloads =
+        static_cast<ProjectFile *>(document)->fileExists() &&
         askQuestion(d->host->mainWindow(), tr("Reload"),
-                    tr("Do you want to reload the file using the specified encoding?")) &&
-        alive)
+                    tr("Do you want to reload the file using the specified encoding?"));
+    if (!alive)
+        return;
+    if (reloads)
         document->reload();
+    else if (changes)
+        static_cast<QTextDocument *>(document)->setModified(true); // the next save writes it so
     updateStatus();
 }
 

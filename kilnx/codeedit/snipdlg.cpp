@@ -50,6 +50,7 @@ SnipDlg::SnipDlg(QWidget *parent, const QString &file)
             &SnipDlg::updateButtons);
     if (!file.isEmpty())
         load(file);
+    m_saved = toXml();
     updateButtons();
 }
 
@@ -70,6 +71,18 @@ void SnipDlg::load(const QString &file)
     for (std::unique_ptr<SnipField> &field : snippet->fields)
         m_fields->append(std::move(field));
     m_form->snipEdit->setPlainText(snippet->code);
+}
+
+QByteArray SnipDlg::toXml() const
+{
+    return snippetToXml(m_fields->fields(), m_form->snipEdit->toPlainText());
+}
+
+void SnipDlg::reject()
+{
+    if (toXml() == m_saved ||
+        askQuestion(this, windowTitle(), tr("Do you want to discard the changes of the snippet?")))
+        QDialog::reject();
 }
 
 int SnipDlg::currentRow() const
@@ -140,6 +153,14 @@ bool SnipDlg::write(const QString &file, const QByteArray &data)
     return false;
 }
 
+// The file dialog has asked about the name as it was typed, without the suffix.
+bool SnipDlg::mayReplace(const QString &chosen, const QString &target)
+{
+    return target == chosen || !QFileInfo::exists(target) ||
+           askQuestion(this, windowTitle(),
+                       tr("The file '%1' already exists. Do you want to replace it?").arg(target));
+}
+
 void SnipDlg::save()
 {
     SnippetManager *manager = SnippetManager::instance();
@@ -149,9 +170,11 @@ void SnipDlg::save()
     if (file.isEmpty())
         return;
     const QString target = withSuffix(file, QStringLiteral(".xml"));
-    if (!write(target, snippetToXml(m_fields->fields(), m_form->snipEdit->toPlainText())))
+    const QByteArray snippet = toXml();
+    if (!mayReplace(file, target) || !write(target, snippet))
         return;
     m_file = target;
+    m_saved = snippet;
     manager->setDirectory(manager->directory());
 }
 
@@ -162,14 +185,15 @@ void SnipDlg::saveTranslation()
                         tr("Qt translation sources (*.ts)"));
     if (file.isEmpty())
         return;
-    write(withSuffix(file, QStringLiteral(".ts")),
-          snippetToTranslation(QFileInfo(m_file).completeBaseName(), m_fields->fields()));
+    const QString target = withSuffix(file, QStringLiteral(".ts"));
+    if (mayReplace(file, target))
+        write(target,
+              snippetToTranslation(QFileInfo(m_file).completeBaseName(), m_fields->fields()));
 }
 
 void SnipDlg::preview()
 {
-    const QString code = SnippetManager::build(
-        this, snippetToXml(m_fields->fields(), m_form->snipEdit->toPlainText()));
+    const QString code = SnippetManager::build(this, toXml());
     if (code.isEmpty())
         return;
     QDialog dialog(this);

@@ -30,7 +30,11 @@ public:
     explicit SnipDlg(QWidget *parent, const QString &file = QString());
     ~SnipDlg() override;
 
+    /// Closes the dialog; what is not saved is asked about first.
+    void reject() override;
+
 private:
+    QByteArray toXml() const;
     void load(const QString &file);
     void addField();
     void editField();
@@ -43,11 +47,13 @@ private:
     void preview();
     void updateButtons();
     int currentRow() const;
+    bool mayReplace(const QString &chosen, const QString &target);
     bool write(const QString &file, const QByteArray &data);
 
     std::unique_ptr<Ui::SnipDlg> m_form;
     Kiln::SnipFieldsModel *m_fields;
     QString m_file;
+    QByteArray m_saved; ///< what the file holds, or an empty snippet
 };
 
 /// "Add field": one field of a snippet.

@@ -1,5 +1,7 @@
 #include <kilnx/codeedit/snippets.h>
 
+#include <algorithm>
+
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -77,7 +79,8 @@ std::unique_ptr<SnipField> readField(const QXmlStreamAttributes &attributes)
 }
 
 // The lines between the tags, without the lines that only hold the tags' own indentation and
-// without the two tabs before each line.
+// without the two tabs before each line. Where a line has fewer, they are none of the file's format
+// but part of the code.
 QString readCode(const QString &text)
 {
     QStringList lines = text.split(QLatin1Char('\n'));
@@ -85,8 +88,11 @@ QString readCode(const QString &text)
         lines.removeFirst();
     if (!lines.isEmpty() && lines.last().trimmed().isEmpty())
         lines.removeLast();
+    const bool isIndented = std::all_of(lines.begin(), lines.end(), [](const QString &line) {
+        return line.startsWith(CodeIndent) || line.trimmed().isEmpty();
+    });
     for (QString &line : lines) {
-        if (line.startsWith(CodeIndent))
+        if (isIndented && line.startsWith(CodeIndent))
             line.remove(0, CodeIndent.size());
     }
     return lines.join(QLatin1Char('\n'));

@@ -15,7 +15,7 @@ public:
     {
         if (!syntax)
             return nullptr;
-        static const QRegularExpression marked(QStringLiteral("\\b(bad|old|hmm)\\b"));
+        static const QRegularExpression marked(QStringLiteral("\\b(bad|old|hmm)\\b|<b>"));
         static const QString open = QStringLiteral("(<{");
         static const QString close = QStringLiteral(")>}");
         for (auto word = marked.globalMatch(text); word.hasNext();) {

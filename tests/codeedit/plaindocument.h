@@ -9,7 +9,7 @@
 ///
 /// A line that begins with "[" is a section's head, one with "[[" the head of an inner section; the
 /// lines below are its body, and a line "-" belongs to neither. ()<>{} are brackets. The words
-/// "bad", "old" and "hmm" are an error, a deprecation and a warning. The tree stays empty.
+/// "bad", "old" and "hmm" are an error, a deprecation and a warning, and so is "<b>". The tree stays empty.
 class PlainDocument : public Kiln::CodeDocument
 {
 public:

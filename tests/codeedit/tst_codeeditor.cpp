@@ -9,9 +9,12 @@
 #include <QInputMethodEvent>
 #include <QPaintEvent>
 #include <QPainter>
+#include <QRandomGenerator>
+#include <QScreen>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
+#include <QTextLayout>
 #include <QToolTip>
 #include <QtMath>
 
@@ -86,6 +89,7 @@ private slots:
     void cursorMoveRepaintsTwoStrips();
     void keyRepaintsItsLine();
     void currentLineIsPaintedAcross();
+    void screenIsTheTruth();
     void looksLikeThePlainView_data();
     void looksLikeThePlainView();
     void linesOutOfSightLoseTheirShapes();
@@ -383,6 +387,101 @@ void TestCodeEditor::currentLineIsPaintedAcross()
                         formatting.lineColor));
 }
 
+/// After keys, compositions, folds, scrolls, selections and fonts the X server shows what the whole
+/// view would paint now, and each line has the colours that it has in a new document.
+void TestCodeEditor::screenIsTheTruth()
+{
+    QApplication::setCursorFlashTime(0); // a blinking cursor is no difference
+    CodeEditor::SyntaxFormatting formatting;
+    formatting.parenMatching = false; // comes later, by a timer
+    m_editor->setSyntaxFormatting(formatting);
+    m_editor->setFont(QFont("Courier", 10));
+    m_document->fromString(sectionedText(12, 4).replace("of 1", "bad of (1) " + QString(90, '.')));
+    const auto onScreen = [&] {
+        for (int i = 0; i < 3; ++i)
+            QCoreApplication::processEvents();
+        const QRect shown = m_editor->viewport()->geometry().united(margin()->geometry());
+        return m_editor->screen()
+            ->grabWindow(m_editor->winId(), shown.x(), shown.y(), shown.width(), shown.height())
+            .toImage();
+    };
+    QRandomGenerator random(23);
+    const auto bodyLine = [&] {
+        QTextBlock line;
+        do
+            line = m_document->findBlockByNumber(random.bounded(m_document->blockCount()));
+        while (!line.text().startsWith("    "));
+        return line;
+    };
+    const auto compose = [&](const QString &text, int points) {
+        QTextCharFormat format;
+        format.setFontPointSize(points);
+        QInputMethodEvent event(text, {{QInputMethodEvent::TextFormat, 0, text.size(), format}});
+        QApplication::sendEvent(m_editor.get(), &event);
+    };
+    for (int step = 0; step < 160; ++step) {
+        const int action = random.bounded(9);
+        if (action < 5) {
+            QTextBlock line = bodyLine();
+            while (action == 2 && line.layout()->formats().size() > 0)
+                line = bodyLine();
+            setCursor(line.blockNumber(), qMin(line.length() - 1, 4 + random.bounded(8)));
+        }
+        onScreen();
+        switch (action) {
+        case 0:
+            QTest::keyClicks(m_editor.get(), QStringList{"x", "bad y", "old"}.at(step % 3));
+            break;
+        case 1:
+            QTest::keyClick(m_editor.get(), step % 2 ? Qt::Key_Return : Qt::Key_Delete);
+            break;
+        case 2:
+            compose("comp", 10 + 8 * random.bounded(3));
+            break;
+        case 3: { // one step of two edits, lines apart
+            QTextCursor cursor = m_editor->textCursor();
+            cursor.beginEditBlock();
+            cursor.insertText("q");
+            cursor.setPosition(bodyLine().position() + 4);
+            cursor.insertText("old ");
+            cursor.endEditBlock();
+            break;
+        }
+        case 4:
+            QTest::keyClick(m_editor.get(), Qt::Key_Down, Qt::ShiftModifier);
+            break;
+        case 5:
+        case 6:
+            m_editor->toggleBlockVisible(
+                m_document->findBlockByNumber(random.bounded(m_document->blockCount())));
+            break;
+        case 7:
+            m_editor->verticalScrollBar()->setValue(
+                random.bounded(m_editor->verticalScrollBar()->maximum() + 1));
+            m_editor->horizontalScrollBar()->setValue(random.bounded(2) * 30);
+            break;
+        default:
+            m_editor->setFont(QFont("Courier", 9 + random.bounded(4)));
+        }
+        const QImage shown = onScreen();
+        m_editor->viewport()->update();
+        margin()->update();
+        const QByteArray where =
+            QStringLiteral("step %1, action %2").arg(step).arg(action).toUtf8();
+        QVERIFY2(shown == onScreen(), where + ": something was not painted");
+        if (action == 2)
+            compose(QString(), 10);
+        // Nothing stands in for the colours of a line that is not parsed again.
+        PlainDocument fresh(m_document->toString());
+        QTextBlock line = m_document->firstBlock();
+        for (QTextBlock same = fresh.firstBlock(); same.isValid(); same = same.next()) {
+            QVERIFY2(line.layout()->formats() == same.layout()->formats(),
+                     where + ": colours are gone");
+            line = line.next();
+        }
+    }
+}
+
 // A document, the cursor's line and column, those of the selection's other end, and how far the
 // view is scrolled to the side, and what an input method composes.
 void TestCodeEditor::looksLikeThePlainView_data()
@@ -643,6 +742,8 @@ void TestCodeEditor::toolTips_data()
     QTest::newRow("on the deprecation") << 9 << none << "old at 8";
     QTest::newRow("between two") << 1 << none << "";
     QTest::newRow("the end counts") << 7 << none << "bad at 4";
+    QTest::newRow("no markup") << 13 << none
+                               << "<span style='white-space:pre'>&lt;b&gt; at 12</span>";
     QTest::newRow("with Control held") << 5 << Qt::KeyboardModifiers(Qt::ControlModifier) << "";
 }
 
@@ -651,7 +752,7 @@ void TestCodeEditor::toolTips()
     QFETCH(int, column);
     QFETCH(Qt::KeyboardModifiers, modifiers);
     QFETCH(QString, text);
-    m_editor->setPlainText("xxx bad old xxx");
+    m_editor->setPlainText("xxx bad old <b> xxx");
     QToolTip::hideText();
     QTRY_VERIFY(!QToolTip::isVisible());
     if (modifiers & Qt::ControlModifier)

@@ -541,6 +541,16 @@ void TestCodeWorkspace::encodingIsChosen()
     QCOMPARE(m_document->toString(), QString::fromUtf8("a ä\nb"));
     QCOMPARE(m_host->statusTexts.value(2), QStringLiteral("Encoding: ISO-8859-1"));
     QCOMPARE(place(), QPoint(1, 0));
+    // Without reading it again the text is to be written in the new encoding.
+    QVERIFY(!m_document->isModified());
+    m_host->dialogs().expectDialog([](QDialog *dialog) {
+        dialog->findChild<QComboBox *>("codePage")->setCurrentText("UTF-8");
+        dialog->accept();
+    });
+    m_host->dialogs().expectBox(QMessageBox::No);
+    m_workspace->statusClicked();
+    QVERIFY(m_document->isModified());
+    QCOMPARE(m_document->toString(), QString::fromUtf8("a ä\nb"));
     // A file that is nowhere yet is not asked about.
     Document second(new PlainDocument("x"));
     m_editor->setCurrentFile(second.get());
@@ -568,6 +578,13 @@ void TestCodeWorkspace::statusAndModification()
     QCOMPARE(m_document->toString(), QString());
     m_editor->paste();
     QCOMPARE(m_document->toString(), QStringLiteral("a\nbad b\nc"));
+    const QString spaces = QString::fromUtf8("no\u00a0break\nthin\u2009 end");
+    m_document->fromString(spaces);
+    view()->selectAll();
+    m_editor->cut();
+    m_editor->paste();
+    QCOMPARE(m_document->toRawText().replace(QChar::ParagraphSeparator, '\n'), spaces);
+    m_document->fromString("a\nbad b\nc");
     m_editor->navigateTo(1, 4);
     QCOMPARE(place(), QPoint(1, 4));
     m_editor->navigateTo(9, 99);
@@ -674,6 +691,21 @@ void TestCodeWorkspace::editorsShareTheView()
     m_editor->navigateTo(2, 3);
     m_editor->setCurrentFile(first.get());
     QCOMPARE(place(), QPoint(2, 3));
+    // The place is seen with lines above it, also where folds above make the view shorter.
+    first->fromString(QString("@body\n" + QString("life: 1\n").repeated(40)).repeated(10));
+    QTextCursor(first->findBlockByNumber(300)).insertText("@about");
+    for (const bool finds : {false, true}) {
+        view()->toggleBlockVisible(first->findBlockByNumber(finds ? 41 : 0));
+        other.setCurrentFile(second.get());
+        if (finds)
+            QVERIFY(m_editor->find(first.get(), "@about", 0));
+        else
+            m_editor->navigateTo(210, 2);
+        m_editor->setCurrentFile(first.get());
+        QCOMPARE(place(), finds ? QPoint(300, 0) : QPoint(210, 2));
+        const int height = view()->viewport()->height();
+        QVERIFY(qAbs(view()->cursorRect().center().y() - height / 2) < height / 4);
+    }
     other.setCurrentFile(second.get());
     other.setCurrentFile(nullptr);
     QVERIFY(!view()->isEnabled());

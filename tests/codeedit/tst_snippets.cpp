@@ -121,6 +121,8 @@ void TestSnippets::codeIsRead_data()
     QTest::newRow("characters by number")
         << QByteArray("&#228;&lt;&#x20ac;") << QString::fromUtf8("ä<€");
     QTest::newRow("marked as data") << QByteArray("<![CDATA[a <b> &c;]]>") << "a <b> &c;";
+    QTest::newRow("indented by tabs of its own")
+        << QByteArray("\n\tif\n\t\tjump\n\t") << "\tif\n\t\tjump";
     QTest::newRow("nothing") << QByteArray() << "";
 }
 
@@ -287,6 +289,22 @@ void TestSnippets::dialogEditsFields()
     m_host->dialogs().expectFiles({m_directory->filePath("no such folder/new")});
     m_host->dialogs().expectBox(QMessageBox::Ok);
     button("saveBut")->click();
+
+    // The question of the file dialog was for another name, and Escape loses nothing unasked.
+    auto *code = dialog.findChild<QPlainTextEdit *>("snipEdit");
+    code->setPlainText("changed");
+    dialog.show();
+    for (const auto answer : {QMessageBox::No, QMessageBox::Yes}) {
+        m_host->dialogs().expectFiles({m_directory->filePath("new")});
+        m_host->dialogs().expectBox(answer);
+        button("saveBut")->click();
+        QCOMPARE(readFile(m_directory->filePath("new.xml")).contains("changed"),
+                 answer == QMessageBox::Yes);
+        if (answer == QMessageBox::No)
+            m_host->dialogs().expectBox(answer);
+        QTest::keyClick(&dialog, Qt::Key_Escape);
+        QCOMPARE(dialog.isVisible(), answer == QMessageBox::No);
+    }
 }
 
 void TestSnippets::dialogPreviews()
