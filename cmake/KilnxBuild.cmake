@@ -61,6 +61,16 @@ function(kilnx_room name)
     target_link_libraries(kilnx PRIVATE kilnx_${name})
 endfunction()
 
+# kilnx_engine(NAME)
+# Puts the library NAME, which exports an engine, where hosts find it: below "lib/kilnx/engines", in
+# the build tree and in the install tree.
+function(kilnx_engine name)
+    set_target_properties(${name} PROPERTIES
+        LIBRARY_OUTPUT_DIRECTORY "${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/kilnx/engines"
+        INSTALL_RPATH "$ORIGIN/../..")
+    install(TARGETS ${name} LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/kilnx/engines")
+endfunction()
+
 # kilnx_test(NAME SOURCES... [LIBRARIES ...])
 # One Qt Test program, with the test host and the sample engine at hand, on a display of its own.
 function(kilnx_test name)

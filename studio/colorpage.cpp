@@ -1,8 +1,8 @@
 #include "colorpage.h"
 
-#include "settings.h"
-#include "theme.h"
-#include "widgets.h"
+#include <hostkit/settings.h>
+#include <hostkit/theme.h>
+#include <hostkit/widgets.h>
 
 #include <QColorDialog>
 #include <QGridLayout>
@@ -13,6 +13,8 @@
 
 namespace Studio
 {
+
+using namespace HostKit;
 
 namespace
 {

@@ -6,10 +6,13 @@
 
 class QToolButton;
 
+namespace HostKit
+{
+class Settings;
+}
+
 namespace Studio
 {
-
-class Settings;
 
 /// The page of the settings dialog for the colours of code under the theme of now.
 class ColorPage : public QWidget
@@ -17,7 +20,7 @@ class ColorPage : public QWidget
     Q_OBJECT
 
 public:
-    explicit ColorPage(Settings &settings, QWidget *parent = nullptr);
+    explicit ColorPage(HostKit::Settings &settings, QWidget *parent = nullptr);
 
     /// Stores the colours that were changed.
     void apply();
@@ -28,7 +31,7 @@ private:
     void restoreDefaults();
     static QString caption(const QString &entry);
 
-    Settings &m_settings;
+    HostKit::Settings &m_settings;
     QMap<QString, QToolButton *> m_buttons;
     QMap<QString, QColor> m_changed; ///< an invalid colour stands for the delivered one
 };

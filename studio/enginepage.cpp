@@ -1,6 +1,6 @@
 #include "enginepage.h"
 
-#include "widgets.h"
+#include <hostkit/widgets.h>
 
 #include <kilnx/project/engine.h>
 #include <kilnx/project/paths.h>
@@ -16,6 +16,8 @@
 
 namespace Studio
 {
+
+using namespace HostKit;
 
 EnginePage::EnginePage(Kiln::EngineInstances *engines, QWidget *parent)
     : QWidget(parent)

@@ -1,6 +1,6 @@
 #include "findbar.h"
 
-#include "widgets.h"
+#include <hostkit/widgets.h>
 
 #include <QCheckBox>
 #include <QGridLayout>
@@ -12,6 +12,8 @@
 
 namespace Studio
 {
+
+using namespace HostKit;
 
 FindBar::FindBar(QWidget *parent)
     : QWidget(parent)

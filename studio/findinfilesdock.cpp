@@ -1,6 +1,6 @@
 #include "findinfilesdock.h"
 
-#include "widgets.h"
+#include <hostkit/widgets.h>
 
 #include <kilnx/project/projectfile.h>
 
@@ -16,6 +16,8 @@
 
 namespace Studio
 {
+
+using namespace HostKit;
 
 namespace
 {

@@ -1,17 +1,13 @@
+#include "application.h"
 #include "mainwindow.h"
-#include "tour.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
 
 int main(int argc, char **argv)
 {
-    QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-    QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
-    QApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    Studio::prepareApplication();
     QApplication application(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("kiln-studio"));
-    QApplication::setApplicationDisplayName(QStringLiteral("Kiln Studio"));
     QApplication::setApplicationVersion(QStringLiteral(STUDIO_VERSION));
 
     QCommandLineParser parser;
@@ -20,17 +16,18 @@ int main(int argc, char **argv)
     parser.addVersionOption();
     parser.addPositionalArgument(QStringLiteral("project"),
                                  QStringLiteral("The project directory to open."));
-    const QCommandLineOption tour(QStringLiteral("tour"),
-                                  QStringLiteral("Walk through Studio, write a picture a step."),
-                                  QStringLiteral("directory"));
-    parser.addOption(tour);
+    const QCommandLineOption engine(
+        QStringLiteral("engine"), QStringLiteral("Load an engine from a library; may be repeated."),
+        QStringLiteral("library"));
+    parser.addOption(engine);
     parser.process(application);
     const QString project = parser.positionalArguments().value(0);
-    if (parser.isSet(tour))
-        return Studio::Tour(project, parser.value(tour)).run() ? 0 : 1;
 
-    Studio::MainWindow window(Studio::Paths::standard());
+    Studio::MainWindow window(HostKit::Paths::standard());
     window.show();
+    const QStringList libraries = parser.values(engine);
+    for (const QString &library : libraries)
+        window.loadEngine(library);
     if (project.isEmpty())
         window.reopenLast();
     else

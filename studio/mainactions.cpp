@@ -1,7 +1,7 @@
 #include "mainactions.h"
 
-#include "actionregistry.h"
-#include "menus.h"
+#include <hostkit/actionregistry.h>
+#include <hostkit/menus.h>
 
 #include <QAction>
 #include <QMainWindow>
@@ -10,6 +10,8 @@
 
 namespace Studio
 {
+
+using namespace HostKit;
 
 MainActions::MainActions(QMainWindow *window, Menus *menus)
     : QObject(window)

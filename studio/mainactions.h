@@ -8,10 +8,13 @@ class QMainWindow;
 class QMenu;
 class QToolBar;
 
+namespace HostKit
+{
+class Menus;
+}
+
 namespace Studio
 {
-
-class Menus;
 
 /// Studio's own commands: actions with their place in menus and in the tool bar.
 /// What they do is connected by the window.
@@ -20,7 +23,7 @@ class MainActions : public QObject
     Q_OBJECT
 
 public:
-    MainActions(QMainWindow *window, Menus *menus);
+    MainActions(QMainWindow *window, HostKit::Menus *menus);
 
     /// Enables what makes sense with a project open, and with a file shown in an editor.
     void setState(bool projectOpen, bool fileShown, bool running);
@@ -67,7 +70,7 @@ private:
     void makeFileMenu(QMenu *menu);
     void makeEditMenu(QMenu *menu);
     void makeViewMenu(QMenu *menu);
-    void makeOtherMenus(Menus *menus);
+    void makeOtherMenus(HostKit::Menus *menus);
     void makeToolBar();
 
     QMainWindow *m_window;

@@ -1,22 +1,24 @@
 // What the commands of the window do.
 
-#include "actionregistry.h"
-#include "codesurface.h"
-#include "editordeck.h"
-#include "filedesk.h"
-#include "filetabs.h"
 #include "findbar.h"
 #include "findinfilesdock.h"
 #include "mainactions.h"
 #include "mainwindow.h"
 #include "messagesdock.h"
-#include "messagetable.h"
 #include "panelcycle.h"
-#include "projectsession.h"
 #include "projecttreedock.h"
 #include "settingsdialog.h"
-#include "statusfields.h"
-#include "widgets.h"
+
+#include <hostkit/actionregistry.h>
+#include <hostkit/codesurface.h>
+#include <hostkit/editordeck.h>
+#include <hostkit/filedesk.h>
+#include <hostkit/filetabs.h>
+#include <hostkit/messagetable.h>
+#include <hostkit/projectsession.h>
+#include <hostkit/settings.h>
+#include <hostkit/statusfields.h>
+#include <hostkit/widgets.h>
 
 #include <kilnx/code/codedocument.h>
 #include <kilnx/forms/messageboxes.h>
@@ -29,23 +31,15 @@
 #include <QDockWidget>
 #include <QMenu>
 #include <QTabBar>
+#include <QTimer>
 #include <QTreeView>
+
+#include <utility>
 
 namespace Studio
 {
 
-void MainWindow::applySettings()
-{
-    m_theme.apply();
-    // A project keeps what held when it was opened.
-    const QList<Kiln::Project *> projects = session()->projects();
-    for (const char *key : {"parseCode", "modelCode", "highlightCode"}) {
-        for (Kiln::Project *project : projects)
-            project->setOption(QLatin1String(key), m_settings.value(QLatin1String(key)), false);
-    }
-    rehighlight();
-    updateState();
-}
+using namespace HostKit;
 
 void MainWindow::closeEvent(QCloseEvent *event)
 {
@@ -53,40 +47,31 @@ void MainWindow::closeEvent(QCloseEvent *event)
         event->ignore();
         return;
     }
-    m_settings.setValue("window_geometry", saveGeometry());
-    m_settings.setValue("window_state", saveState());
-    m_settings.sync();
+    m_host.settings().setValue("window_geometry", saveGeometry());
+    m_host.settings().setValue("window_state", saveState());
+    m_host.settings().sync();
     event->accept();
-}
-
-void MainWindow::changeEvent(QEvent *event)
-{
-    QMainWindow::changeEvent(event);
-    if (event->type() == QEvent::LanguageChange && m_desk) {
-        m_host.parts.actions->retranslate();
-        deck()->retranslate();
-    }
 }
 
 void MainWindow::connectFileActions()
 {
     connect(m_actions->openProject, &QAction::triggered, this, &MainWindow::chooseProject);
     connect(m_actions->closeProject, &QAction::triggered, this, &MainWindow::closeProject);
-    connect(m_actions->closeFile, &QAction::triggered, m_desk, &FileDesk::closeCurrentFile);
+    connect(m_actions->closeFile, &QAction::triggered, &m_host.desk(), &FileDesk::closeCurrentFile);
     connect(m_actions->save, &QAction::triggered, this, [this] {
-        if (Kiln::FileEditor *editor = deck()->currentFileEditor())
+        if (Kiln::FileEditor *editor = m_host.deck().currentFileEditor())
             editor->save();
-        m_desk->syncWithEditor();
+        m_host.desk().syncWithEditor();
     });
     connect(m_actions->saveAs, &QAction::triggered, this, [this] {
-        if (Kiln::FileEditor *editor = deck()->currentFileEditor())
+        if (Kiln::FileEditor *editor = m_host.deck().currentFileEditor())
             editor->saveAs();
-        m_desk->syncWithEditor();
+        m_host.desk().syncWithEditor();
     });
     connect(m_actions->saveAll, &QAction::triggered, this, [this] {
-        if (Kiln::ParentProject *project = session()->parentProject())
+        if (Kiln::ParentProject *project = m_host.session().parentProject())
             project->save();
-        m_desk->syncWithEditor();
+        m_host.desk().syncWithEditor();
     });
     connect(m_actions->saveProjectAs, &QAction::triggered, this, &MainWindow::saveProjectAs);
     connect(m_actions->backup, &QAction::triggered, this, &MainWindow::backup);
@@ -98,7 +83,7 @@ void MainWindow::connectEditActions()
 {
     const auto forward = [this](QAction *action, void (Kiln::FileEditor::*operation)()) {
         connect(action, &QAction::triggered, this, [this, operation] {
-            if (Kiln::FileEditor *editor = deck()->currentFileEditor())
+            if (Kiln::FileEditor *editor = m_host.deck().currentFileEditor())
                 (editor->*operation)();
         });
     };
@@ -111,21 +96,22 @@ void MainWindow::connectEditActions()
     connect(m_actions->find, &QAction::triggered, this, &MainWindow::startFind);
     connect(m_actions->findNext, &QAction::triggered, m_findBar, &FindBar::findNext);
     connect(m_actions->findPrevious, &QAction::triggered, m_findBar, &FindBar::findPrevious);
-    connect(m_actions->findInFiles, &QAction::triggered, this,
-            [this] { m_findInFiles->start(m_surface->editor()->textCursor().selectedText()); });
+    connect(m_actions->findInFiles, &QAction::triggered, this, [this] {
+        m_findInFiles->start(m_host.surface()->editor()->textCursor().selectedText());
+    });
     connect(m_findBar, &FindBar::findRequested, this,
             [this](const QString &text, unsigned int flags) {
-                if (Kiln::Editor *editor = deck()->current())
+                if (Kiln::Editor *editor = m_host.deck().current())
                     editor->find(text, flags);
             });
     connect(m_findBar, &FindBar::replaceRequested, this,
             [this](const QString &text, const QString &by, unsigned int flags, bool all) {
-                if (Kiln::Editor *editor = deck()->current())
+                if (Kiln::Editor *editor = m_host.deck().current())
                     editor->replace(text, by, flags, all);
             });
     connect(m_findBar, &FindBar::closed, this, [this] {
-        if (m_stack->currentWidget())
-            m_stack->currentWidget()->setFocus();
+        if (QWidget *shown = m_host.deck().shownWidget())
+            shown->setFocus();
     });
     connect(m_actions->nextMessage, &QAction::triggered, this, [this] { stepMessage(1); });
     connect(m_actions->previousMessage, &QAction::triggered, this, [this] { stepMessage(-1); });
@@ -135,15 +121,16 @@ void MainWindow::connectOtherActions()
 {
     const auto forward = [this](QAction *action, void (Kiln::Workspace::*operation)()) {
         connect(action, &QAction::triggered, this, [this, operation] {
-            if (Kiln::Workspace *workspace = deck()->currentWorkspace())
+            if (Kiln::Workspace *workspace = m_host.deck().currentWorkspace())
                 (workspace->*operation)();
         });
     };
     forward(m_actions->zoomIn, &Kiln::Workspace::zoomIn);
     forward(m_actions->zoomOut, &Kiln::Workspace::zoomOut);
     forward(m_actions->zoomActual, &Kiln::Workspace::zoomActual);
-    connect(m_actions->nextFile, &QAction::triggered, this, [this] { m_desk->stepTab(1); });
-    connect(m_actions->previousFile, &QAction::triggered, this, [this] { m_desk->stepTab(-1); });
+    connect(m_actions->nextFile, &QAction::triggered, this, [this] { m_host.desk().stepTab(1); });
+    connect(m_actions->previousFile, &QAction::triggered, this,
+            [this] { m_host.desk().stepTab(-1); });
     connect(m_actions->nextPanel, &QAction::triggered, this, [this] { PanelCycle::step(this, 1); });
     connect(m_actions->previousPanel, &QAction::triggered, this,
             [this] { PanelCycle::step(this, -1); });
@@ -153,13 +140,16 @@ void MainWindow::connectOtherActions()
     connect(m_actions->about, &QAction::triggered, this, &MainWindow::showAbout);
 }
 
-// New and Open, one entry for each type of file that the engine makes; a definition is no such
+// New and Open have one entry for each type of file that the engine makes; a definition is no such
 // file: it makes a project.
-void MainWindow::makeEditorMenus()
+void MainWindow::showEngines()
 {
-    const QList<Kiln::Editor *> editors = deck()->editors();
-    const QMap<int, QString> types = m_host.engine()->singleFileFilters();
-    for (Kiln::Editor *editor : editors) {
+    m_host.makeCodeEditors();
+    m_actions->newMenu->clear();
+    m_actions->openMenu->clear();
+    const QMap<int, QString> types =
+        m_host.engine() ? m_host.engine()->singleFileFilters() : QMap<int, QString>();
+    for (Kiln::Editor *editor : m_host.deck().editors()) {
         auto *fileEditor = qobject_cast<Kiln::FileEditor *>(editor);
         if (!fileEditor || !fileEditor->action())
             continue;
@@ -172,11 +162,11 @@ void MainWindow::makeEditorMenus()
             create->setShortcuts(QKeySequence::New);
         connect(create, &QAction::triggered, this, [=] {
             fileEditor->create();
-            m_desk->syncWithEditor();
+            m_host.desk().syncWithEditor();
         });
         connect(m_actions->openMenu->addAction(text + tr("...")), &QAction::triggered, this, [=] {
             fileEditor->open();
-            m_desk->syncWithEditor();
+            m_host.desk().syncWithEditor();
         });
     }
 }
@@ -199,12 +189,17 @@ void MainWindow::showEvent(QShowEvent *event)
     const QList<QTabBar *> bars = findChildren<QTabBar *>(QString(), Qt::FindDirectChildrenOnly);
     for (QTabBar *bar : bars)
         named(bar, "dock_tabs", tr("Panels"));
+    QTimer::singleShot(0, this, [this] {
+        const QStringList faults = std::exchange(m_engineFaults, {});
+        if (!faults.isEmpty())
+            Kiln::showWarning(this, tr("Load engine"), faults.join(QLatin1Char('\n')));
+    });
 }
 
 void MainWindow::updateState()
 {
-    Kiln::ProjectFile *file = deck()->currentFile();
-    Kiln::ParentProject *project = session()->parentProject();
+    Kiln::ProjectFile *file = m_host.deck().currentFile();
+    Kiln::ParentProject *project = m_host.session().parentProject();
     m_actions->setState(project != nullptr, file != nullptr, m_running);
     QStringList title;
     if (file) {
@@ -222,12 +217,12 @@ void MainWindow::updateState()
 
 void MainWindow::showSettings(bool engines)
 {
-    SettingsDialog dialog(m_settings, m_host.engine(), this);
+    SettingsDialog dialog(m_host.settings(), m_host.engine(), this);
     if (engines)
         dialog.showEngines();
-    connect(&dialog, &SettingsDialog::applied, this, &MainWindow::applySettings);
     dialog.exec();
-    m_host.engine()->save();
+    if (m_host.engine())
+        m_host.engine()->save();
 }
 
 void MainWindow::showAbout()
@@ -252,30 +247,8 @@ void MainWindow::stepMessage(int by)
 
 void MainWindow::startFind()
 {
-    const QString selected = m_surface->editor()->textCursor().selectedText();
+    const QString selected = m_host.surface()->editor()->textCursor().selectedText();
     m_findBar->start(selected.contains(QChar::ParagraphSeparator) ? QString() : selected);
-}
-
-// The views let go of the documents, because whether they have rows at all is a setting too.
-void MainWindow::rehighlight()
-{
-    Kiln::FileEditor *editor = deck()->currentFileEditor();
-    Kiln::ProjectFile *shown = deck()->currentFile();
-    if (editor)
-        editor->setCurrentFile(nullptr);
-    deck()->reconfig();
-    const QList<Kiln::ProjectFile *> files = session()->files();
-    for (Kiln::ProjectFile *file : files) {
-        if (auto *document = dynamic_cast<Kiln::CodeDocument *>(file))
-            document->rehighlight();
-    }
-    if (editor)
-        editor->setCurrentFile(shown);
-}
-
-void MainWindow::showMessage(const QString &text)
-{
-    m_host.parts.status->showMessage(text, 5000);
 }
 
 } // namespace Studio

@@ -1,7 +1,7 @@
 #include "messagesdock.h"
 
-#include "messagetable.h"
-#include "widgets.h"
+#include <hostkit/messagetable.h>
+#include <hostkit/widgets.h>
 
 #include <QHeaderView>
 #include <QTreeView>
@@ -9,9 +9,11 @@
 namespace Studio
 {
 
-MessagesDock::MessagesDock(QWidget *parent)
+using namespace HostKit;
+
+MessagesDock::MessagesDock(HostKit::MessageTable *table, QWidget *parent)
     : QDockWidget(tr("Messages"), parent)
-    , m_table(new MessageTable(this))
+    , m_table(table)
     , m_view(named(new QTreeView(this), "messages_view", tr("Messages of the project")))
 {
     named(this, "dock_messages");

@@ -9,10 +9,13 @@ namespace Kiln
 class ProjectFile;
 }
 
+namespace HostKit
+{
+class MessageTable;
+}
+
 namespace Studio
 {
-
-class MessageTable;
 
 /// The table of messages of the whole project; a row that is activated leads to its line.
 class MessagesDock : public QDockWidget
@@ -20,9 +23,9 @@ class MessagesDock : public QDockWidget
     Q_OBJECT
 
 public:
-    explicit MessagesDock(QWidget *parent = nullptr);
+    explicit MessagesDock(HostKit::MessageTable *table, QWidget *parent = nullptr);
 
-    MessageTable *table() const { return m_table; }
+    HostKit::MessageTable *table() const { return m_table; }
     QTreeView *view() const { return m_view; }
 
     /// Leads to the place of a row, as if the user had activated it.
@@ -33,7 +36,7 @@ signals:
     void placeActivated(Kiln::ProjectFile *file, int line, int column);
 
 private:
-    MessageTable *m_table;
+    HostKit::MessageTable *m_table;
     QTreeView *m_view;
 };
 

@@ -1,6 +1,6 @@
 #include "outputdock.h"
 
-#include "widgets.h"
+#include <hostkit/widgets.h>
 
 #include <QFontDatabase>
 #include <QPlainTextEdit>
@@ -8,6 +8,8 @@
 
 namespace Studio
 {
+
+using namespace HostKit;
 
 OutputDock::OutputDock(QWidget *parent)
     : QDockWidget(tr("Output"), parent)

@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QDockWidget>
 #include <QMainWindow>
+
 #include <algorithm>
 
 namespace Studio

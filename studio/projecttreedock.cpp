@@ -1,6 +1,6 @@
 #include "projecttreedock.h"
 
-#include "widgets.h"
+#include <hostkit/widgets.h>
 
 #include <kilnx/project/parentproject.h>
 
@@ -8,6 +8,8 @@
 
 namespace Studio
 {
+
+using namespace HostKit;
 
 ProjectTreeDock::ProjectTreeDock(QWidget *parent)
     : QDockWidget(tr("Project"), parent)

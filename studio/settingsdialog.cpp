@@ -2,8 +2,9 @@
 
 #include "colorpage.h"
 #include "enginepage.h"
-#include "settings.h"
-#include "widgets.h"
+
+#include <hostkit/settings.h>
+#include <hostkit/widgets.h>
 
 #include <kilnx/project/engine.h>
 
@@ -20,6 +21,8 @@
 
 namespace Studio
 {
+
+using namespace HostKit;
 
 SettingsDialog::SettingsDialog(Settings &settings, Kiln::Engine *engine, QWidget *parent)
     : QDialog(parent)
@@ -152,8 +155,7 @@ void SettingsDialog::apply()
         m_settings.setValue("font_name", m_font->currentFont().family());
     m_settings.setValue("font_size", m_fontSize->value());
     m_colors->apply();
-    m_settings.sync();
-    emit applied();
+    m_settings.apply();
 }
 
 } // namespace Studio

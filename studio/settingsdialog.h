@@ -14,11 +14,15 @@ namespace Kiln
 class Engine;
 }
 
+namespace HostKit
+{
+class Settings;
+}
+
 namespace Studio
 {
 
 class ColorPage;
-class Settings;
 
 /// The dialog of the application's options. OK and Apply store what was changed; the engine list
 /// is edited at once.
@@ -27,16 +31,12 @@ class SettingsDialog : public QDialog
     Q_OBJECT
 
 public:
-    SettingsDialog(Settings &settings, Kiln::Engine *engine, QWidget *parent = nullptr);
+    SettingsDialog(HostKit::Settings &settings, Kiln::Engine *engine, QWidget *parent = nullptr);
 
     /// Shows the page with the engines in front.
     void showEngines();
 
     void accept() override;
-
-signals:
-    /// Options were stored.
-    void applied();
 
 private:
     QWidget *generalPage();
@@ -44,7 +44,7 @@ private:
     QCheckBox *option(const char *key, const QString &text, QWidget *page);
     void apply();
 
-    Settings &m_settings;
+    HostKit::Settings &m_settings;
     QTabWidget *m_pages;
     QMap<QString, QCheckBox *> m_options;
     QComboBox *m_theme = nullptr;

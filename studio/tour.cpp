@@ -1,11 +1,12 @@
 #include "tour.h"
 
-#include "codesurface.h"
-#include "editordeck.h"
-#include "enginefactory.h"
 #include "mainwindow.h"
 #include "projecttreedock.h"
 #include "tour_p.h"
+
+#include <hostkit/settings.h>
+#include <hostkit/codesurface.h>
+#include <hostkit/editordeck.h>
 
 #include <kilnx/code/codedocument.h>
 #include <kilnx/project/engine.h>
@@ -28,6 +29,8 @@
 
 namespace Studio
 {
+
+using namespace HostKit;
 
 namespace
 {
@@ -115,9 +118,9 @@ bool Tour::prepare()
     QObject::connect(&d->watch, &QTimer::timeout, &d->watch, [this] { endStrayDialog(); });
     d->watch.start(watchIntervalMs);
     d->window = std::make_unique<MainWindow>(Paths::below(d->directory.path()));
-    d->window->settings().setValue("theme", "light");
-    d->window->settings().setValue("use_native_open", false);
-    d->window->applySettings();
+    d->window->host().settings().setValue("theme", "light");
+    d->window->host().settings().setValue("use_native_open", false);
+    d->window->host().settings().apply();
     d->window->resize(1280, 800);
     d->window->show();
     d->window->activateWindow();
@@ -174,13 +177,13 @@ bool Tour::openFromTree(const QString &relativeName)
         return false;
     dock->view()->setFocus();
     QTest::keyClick(dock->view(), Qt::Key_Return);
-    Kiln::ProjectFile *file = d->window->deck()->currentFile();
+    Kiln::ProjectFile *file = d->window->host().deck().currentFile();
     return check(file && file->fileName() == path(relativeName), "the file is shown");
 }
 
 void Tour::goToLine(int line)
 {
-    Kiln::CodeEditor *view = d->window->surface()->editor();
+    Kiln::CodeEditor *view = d->window->host().surface()->editor();
     view->setFocus();
     QTest::keyClick(view, Qt::Key_Home, Qt::ControlModifier);
     for (int i = 0; i < line; ++i)
@@ -226,7 +229,7 @@ void Tour::dragRow(QListView *view, int row, int target)
 
 void Tour::type(const QString &text)
 {
-    Kiln::CodeEditor *view = d->window->surface()->editor();
+    Kiln::CodeEditor *view = d->window->host().surface()->editor();
     view->setFocus();
     for (const QChar character : text) {
         // An open list of words would take the Return key for itself.
@@ -281,7 +284,7 @@ void Tour::endStrayDialog()
 
 QString Tour::text() const
 {
-    const Kiln::CodeDocument *document = d->window->surface()->document();
+    const Kiln::CodeDocument *document = d->window->host().surface()->document();
     return document ? document->toString() : QString();
 }
 

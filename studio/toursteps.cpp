@@ -1,15 +1,18 @@
 // The steps of the tour, each with the conditions that tell whether it happened.
 
-#include "codesurface.h"
-#include "editordeck.h"
 #include "findinfilesdock.h"
 #include "mainactions.h"
 #include "messagesdock.h"
-#include "messagetable.h"
 #include "outputdock.h"
-#include "projectsession.h"
 #include "projecttreedock.h"
 #include "tour_p.h"
+
+#include <hostkit/settings.h>
+#include <hostkit/theme.h>
+#include <hostkit/codesurface.h>
+#include <hostkit/editordeck.h>
+#include <hostkit/messagetable.h>
+#include <hostkit/projectsession.h>
 
 #include <kilnx/code/codedocument.h>
 #include <kilnx/forms/rundlg.h>
@@ -36,6 +39,8 @@
 
 namespace Studio
 {
+
+using namespace HostKit;
 
 namespace
 {
@@ -67,7 +72,7 @@ QByteArray contentsOf(const QString &fileName)
 // Brackets are matched a moment after the cursor moved.
 bool Tour::marksBecome(int count) const
 {
-    const Kiln::CodeEditor *view = d->window->surface()->editor();
+    const Kiln::CodeEditor *view = d->window->host().surface()->editor();
     QElapsedTimer waited;
     waited.start();
     while (view->extraSelections().size() != count && waited.elapsed() < dialogTimeoutMs)
@@ -79,7 +84,7 @@ bool Tour::openProject()
 {
     if (!check(d->window->openProject(d->project), "the project opens"))
         return false;
-    const ProjectSession *session = d->window->session();
+    const ProjectSession *session = &d->window->host().session();
     const auto *tree = d->window->findChild<ProjectTreeDock *>();
     return check(session->projects().size() > 1, "several definitions are open") &&
            check(tree->view()->model()->rowCount() > 0, "the tree has rows") &&
@@ -94,7 +99,7 @@ bool Tour::showCode()
     if (!check(line > 0, "the sample has the step"))
         return false;
     goToLine(line + 1);
-    const Kiln::CodeDocument *document = d->window->surface()->document();
+    const Kiln::CodeDocument *document = d->window->host().surface()->document();
     auto *tree = d->window->findChild<QTreeView *>(QStringLiteral("code_tree"));
     return check(coloursIn(document->findBlockByNumber(line)) > 0, "tokens are coloured") &&
            check(tree->currentIndex() == document->indexInLine(line + 1) &&
@@ -104,7 +109,7 @@ bool Tour::showCode()
 
 bool Tour::foldSections()
 {
-    Kiln::CodeEditor *view = d->window->surface()->editor();
+    Kiln::CodeEditor *view = d->window->host().surface()->editor();
     goToLine(lineOf(text(), QStringLiteral("@state walk")));
     const QTextBlock head = view->textCursor().block();
     auto *margin = view->findChild<QWidget *>(QStringLiteral("codeEditorMargin"));
@@ -126,7 +131,7 @@ bool Tour::matchBrackets()
 
 bool Tour::completeWord()
 {
-    Kiln::CodeEditor *view = d->window->surface()->editor();
+    Kiln::CodeEditor *view = d->window->host().surface()->editor();
     goToLine(lineOf(text(), QStringLiteral("@state walk")));
     if (!check(marksBecome(1), "the brackets are marked no longer"))
         return false;
@@ -168,10 +173,10 @@ bool Tour::insertSnippet()
 
 bool Tour::undoAll()
 {
-    const Kiln::CodeDocument *document = d->window->surface()->document();
+    const Kiln::CodeDocument *document = d->window->host().surface()->document();
     const int mostSteps = 50;
     for (int i = 0; i < mostSteps && document->isModified(); ++i)
-        QTest::keyClick(d->window->surface()->editor(), Qt::Key_Z, Qt::ControlModifier);
+        QTest::keyClick(d->window->host().surface()->editor(), Qt::Key_Z, Qt::ControlModifier);
     return check(!document->isModified(), "undo goes back to the saved text");
 }
 
@@ -189,18 +194,18 @@ bool Tour::typeError()
     messages->raise();
     picture(d->step);
 
-    const int line = d->window->surface()->editor()->textCursor().blockNumber();
+    const int line = d->window->host().surface()->editor()->textCursor().blockNumber();
     goToLine(0);
     const MessageTable *table = messages->table();
     for (int row = 0; row < table->rowCount(); ++row) {
         Kiln::ProjectFile *file = nullptr;
         const Kiln::Message message = table->messageAt(row, file);
-        if (file == d->window->deck()->currentFile() && message.line == line) {
+        if (file == d->window->host().deck().currentFile() && message.line == line) {
             messages->view()->setCurrentIndex(table->index(row, 0));
             QTest::keyClick(messages->view(), Qt::Key_Return);
         }
     }
-    return told && check(d->window->surface()->editor()->textCursor().blockNumber() == line,
+    return told && check(d->window->host().surface()->editor()->textCursor().blockNumber() == line,
                          "the message leads to its line");
 }
 
@@ -208,7 +213,7 @@ bool Tour::typeDefinition()
 {
     if (!openFromTree(QLatin1String(definitionFile)))
         return false;
-    const Kiln::ParentProject *project = d->window->session()->parentProject();
+    const Kiln::ParentProject *project = d->window->host().session().parentProject();
     const QString added = path(QStringLiteral("heroes/wren/swimming.glow"));
     if (!check(!project->filePath(added), "the file is new to the tree"))
         return false;
@@ -245,8 +250,8 @@ bool Tour::organize()
               "the text has the new order") &&
         check(view->selectionModel()->isRowSelected(walk, QModelIndex()), "it stays selected");
     picture(d->step);
-    d->window->surface()->editor()->setFocus();
-    QTest::keyClick(d->window->surface()->editor(), Qt::Key_Z, Qt::ControlModifier);
+    d->window->host().surface()->editor()->setFocus();
+    QTest::keyClick(d->window->host().surface()->editor(), Qt::Key_Z, Qt::ControlModifier);
     return moved && check(text() == before, "undo takes the drag back");
 }
 
@@ -262,15 +267,15 @@ bool Tour::findText()
     field->clear();
     QTest::keyClicks(field, QStringLiteral("wren_dash"));
     QTest::keyClick(field, Qt::Key_Return);
-    const QTextCursor found = d->window->surface()->editor()->textCursor();
+    const QTextCursor found = d->window->host().surface()->editor()->textCursor();
     return check(found.selectedText() == QLatin1String("wren_dash"), "the text is selected");
 }
 
 bool Tour::findInFiles()
 {
     QTest::keyClick(d->window->findChild<QLineEdit *>(QStringLiteral("find_text")), Qt::Key_Escape);
-    d->window->surface()->editor()->setFocus();
-    QTest::keyClick(d->window->surface()->editor(), Qt::Key_F,
+    d->window->host().surface()->editor()->setFocus();
+    QTest::keyClick(d->window->host().surface()->editor(), Qt::Key_F,
                     Qt::ControlModifier | Qt::ShiftModifier);
     auto *field = d->window->findChild<QLineEdit *>(QStringLiteral("search_text"));
     if (!check(field->isVisible(), "the search is there"))
@@ -285,9 +290,9 @@ bool Tour::saveFile()
 {
     if (!openFromTree(QLatin1String(codeFile)))
         return false;
-    QTest::keyClick(d->window->surface()->editor(), Qt::Key_S, Qt::ControlModifier);
+    QTest::keyClick(d->window->host().surface()->editor(), Qt::Key_S, Qt::ControlModifier);
     const QByteArray saved = contentsOf(path(QLatin1String(codeFile)));
-    return check(!d->window->deck()->current()->isModified(), "nothing is left to save") &&
+    return check(!d->window->host().deck().current()->isModified(), "nothing is left to save") &&
            check(saved.contains("@state swim\r\n    posture: floating\r\n"),
                  "the file has the new lines, with their line ends");
 }
@@ -324,7 +329,7 @@ bool Tour::engines()
 bool Tour::outsideChange()
 {
     // For a moment after its own save a file takes every change for that save.
-    const Kiln::CodeDocument *document = d->window->surface()->document();
+    const Kiln::CodeDocument *document = d->window->host().surface()->document();
     if (!check(QTest::qWaitFor([document] { return !document->isWatchPaused(); }),
                "the file has recognised its own save"))
         return false;
@@ -374,12 +379,12 @@ bool Tour::runOutput()
 
 bool Tour::darkPalette()
 {
-    d->window->settings().setValue("theme", "dark");
-    d->window->applySettings();
+    d->window->host().settings().setValue("theme", "dark");
+    d->window->host().settings().apply();
     if (!openFromTree(QLatin1String(codeFile)))
         return false;
     goToLine(lineOf(text(), QStringLiteral("@@step burst")) + 1);
-    const QPalette palette = d->window->surface()->editor()->palette();
+    const QPalette palette = d->window->host().surface()->editor()->palette();
     return check(Theme::isDark(), "the palette is dark") &&
            check(palette.color(QPalette::Text).lightness() >
                      palette.color(QPalette::Base).lightness(),

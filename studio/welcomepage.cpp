@@ -1,6 +1,6 @@
 #include "welcomepage.h"
 
-#include "widgets.h"
+#include <hostkit/widgets.h>
 
 #include <QDir>
 #include <QLabel>
@@ -10,6 +10,8 @@
 
 namespace Studio
 {
+
+using namespace HostKit;
 
 WelcomePage::WelcomePage(QWidget *parent)
     : QWidget(parent)

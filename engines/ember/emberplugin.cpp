@@ -22,7 +22,7 @@ public:
     {
         return EmberParentProject::open(path, Kiln::FileSystemArchive::instance());
     }
-    void prepareView(Kiln::CodeEditor *view) override { new EmberWords(view); }
+    QObject *prepareView(Kiln::CodeEditor *view) override { return new EmberWords(view); }
     void deliverSnippets(const QString &directory) override { EmberSnippets::deliver(directory); }
     // It is put beside the host's own program.
     QString sampleExecutable() const override

@@ -66,7 +66,7 @@ CodeFileEditor::CodeFileEditor(CodeWorkspace *codeWorkspace, const char *treeKey
         connect(m_tree, &QTreeView::activated, this, &CodeFileEditor::selectedItem);
         return;
     }
-    ListViewControl control;
+    TreeViewControl control;
     control.receiver = this;
     control.slot = SLOT(selectedItem(QModelIndex));
     interface->addControl(key, control);

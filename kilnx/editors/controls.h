@@ -27,6 +27,7 @@ public:
     enum Kind {
         ToolButton = 0,
         MenuToolButton = 1,
+        TreeView = 2,
         Label = 3, ///< of a WidgetControl text from a signal, of a trWidgetControl a fixed text
         PositionSelector = 4,
         ListView = 5,
@@ -141,9 +142,9 @@ public:
     QMenu *menu;
 };
 
-/// A list or tree of the editor in a dock or side panel of the host, a QListView or QTreeView;
-/// `slot` takes the QModelIndex that the user went to, as in "1selectedItem(QModelIndex)". The
-/// editor sets the model on the view that Interface::control() gives.
+/// A list of the editor in a dock or side panel of the host, a QListView; `slot` takes the QModelIndex that the user
+/// went to, as in "1selectedItem(QModelIndex)". The editor sets the model on the view that
+/// Interface::control() gives.
 class KILNX_EXPORT ListViewControl : public WidgetControl
 {
 public:
@@ -153,9 +154,19 @@ public:
     }
     ~ListViewControl() override;
 
-    /// Called on a double click, as in "1itemDblClick(QModelIndex)". With it, the view is a
-    /// QListView.
+    /// Called on a double click, as in "1itemDblClick(QModelIndex)".
     const char *doubleClickSlot = nullptr;
+};
+
+/// A tree of the editor in a dock of the host, a QTreeView; all else as in a ListViewControl.
+class KILNX_EXPORT TreeViewControl : public WidgetControl
+{
+public:
+    TreeViewControl()
+        : WidgetControl(TreeView)
+    {
+    }
+    ~TreeViewControl() override;
 };
 
 /// What AnimationEditor keeps for a file; one for a file.

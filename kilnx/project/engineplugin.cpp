@@ -5,7 +5,10 @@ namespace Kiln
 
 EnginePlugin::~EnginePlugin() = default;
 
-void EnginePlugin::prepareView(CodeEditor *) {}
+QObject *EnginePlugin::prepareView(CodeEditor *)
+{
+    return nullptr;
+}
 
 void EnginePlugin::deliverSnippets(const QString &) {}
 

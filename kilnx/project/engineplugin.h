@@ -5,6 +5,8 @@
 #include <kilnx/export.h>
 #include <kilnx/version.h>
 
+class QObject;
+
 namespace Kiln
 {
 
@@ -34,9 +36,10 @@ public:
     /// when there is none of this engine. The object owns itself and is destroyed with the last
     /// Project that is released.
     virtual ParentProject *openProject(const QString &path) = 0;
-    /// Has a code view offer the words of the engine's language; what is made for it becomes its
-    /// child. Called once for each view. By default nothing.
-    virtual void prepareView(CodeEditor *view);
+    /// Has a code view offer the words of the engine's language. Returns the object that does it, a
+    /// child of the view, which the host destroys when another engine becomes current; null, the
+    /// default, for nothing.
+    virtual QObject *prepareView(CodeEditor *view);
     /// Puts the engine's snippets into the user's directory for them, unless that exists. By
     /// default nothing.
     virtual void deliverSnippets(const QString &directory);

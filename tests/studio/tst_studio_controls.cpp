@@ -1,7 +1,6 @@
-#include <controlfactory.h>
-#include <controlpanels.h>
-#include <editordeck.h>
-#include <mainwindow.h>
+#include <hostkit/controlfactory.h>
+#include <hostkit/editordeck.h>
+#include <hostkit/hostbase.h>
 
 #include <kilnx/editors/controls.h>
 #include <kilnx/project/editor.h>
@@ -15,18 +14,15 @@
 #include <QLabel>
 #include <QListView>
 #include <QMenu>
-#include <QMenuBar>
+#include <QMainWindow>
 #include <QSlider>
 #include <QSpinBox>
 #include <QStandardItemModel>
-#include <QTemporaryDir>
 #include <QToolButton>
 #include <QTreeView>
 #include <QtTest>
 
-using Studio::ControlFactory;
-using Studio::MainWindow;
-using Studio::Paths;
+using HostKit::ControlFactory;
 
 // The side of a control that an editor keeps: signals of every type that a widget may show, and
 // slots that note what the user did.
@@ -76,9 +72,9 @@ public:
         Kiln::SpinEditControl spin;
         spin.receiver = this;
         field = interface->addControl("snd_spin", spin);
-        Kiln::ListViewControl list;
-        list.receiver = this;
-        tree = interface->addControl("snd_tree", list);
+        Kiln::TreeViewControl contents;
+        contents.receiver = this;
+        tree = interface->addControl("snd_tree", contents);
     }
     ~SoundsLikeEditor() override { delete m_view; }
 
@@ -396,7 +392,7 @@ void tst_studio_controls::treesAndListsTellTheirRows()
 {
     QWidget window;
     Receiver receiver;
-    Kiln::ListViewControl control;
+    Kiln::TreeViewControl control;
     control.receiver = &receiver;
     control.slot = "1chosen(QModelIndex)";
     control.setter = "2setIndex(QModelIndex)";
@@ -440,15 +436,14 @@ void tst_studio_controls::editorsAppearWithoutHostCode()
     QFETCH(unsigned int, areas);
     QFETCH(bool, fields);
     QFETCH(bool, lists);
-    const QTemporaryDir directory;
-    MainWindow window(Paths::below(directory.path()));
-    auto *editor = new SoundsLikeEditor(areas);
-    window.deck()->addEditor(editor);
+    QMainWindow window;
+    HostKit::HostBase host(&window, {});
+    auto *editor = host.deck().make<SoundsLikeEditor>(areas);
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
     QVERIFY(!editor->field->isVisible() && !editor->tree->isVisible());
-    QCOMPARE(window.host().control("snd_spin"), editor->field);
-    QCOMPARE(window.host().actionByKey("snd_add"), editor->addAction);
+    QCOMPARE(host.control("snd_spin"), editor->field);
+    QCOMPARE(host.actionByKey("snd_add"), editor->addAction);
 
     editor->action()->trigger();
     QVERIFY(editor->isActive() && editor->view()->isVisible());
@@ -464,26 +459,26 @@ void tst_studio_controls::editorsAppearWithoutHostCode()
     QCOMPARE(editor->calls, (QStringList{"add", "play 1"}));
     QCOMPARE(editor->addAction->toolTip(), QStringLiteral("Add one or more sounds"));
     QVERIFY(!editor->addAction->icon().isNull());
-    QVERIFY(window.host().menu("sounds")->actions().contains(editor->playAction));
+    QVERIFY(host.menu("sounds")->actions().contains(editor->playAction));
 
-    window.deck()->switchTo(nullptr);
+    host.deck().switchTo(nullptr);
     QVERIFY(!editor->isActive() && !editor->field->isVisible() && !editor->tree->isVisible());
 }
 
 void tst_studio_controls::sidePanelsGetADock()
 {
-    const QTemporaryDir directory;
-    MainWindow window(Paths::below(directory.path()));
-    auto *panel = new OrganizerLikePanel;
-    window.deck()->addSidePanel(panel);
+    QMainWindow window;
+    HostKit::HostBase host(&window, {});
+    host.makeCodeEditors();
+    auto *panel = host.deck().make<OrganizerLikePanel>();
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
-    QCOMPARE(QString(window.host().extraEditor(0)->name()), QStringLiteral("organizer"));
-    QCOMPARE(window.host().extraEditor(1), panel);
+    QCOMPARE(QString(host.extraEditor(0)->name()), QStringLiteral("organizer"));
+    QCOMPARE(host.extraEditor(1), panel);
     QVERIFY(!panel->list->isVisible());
 
-    window.host().setExtraEditor(panel);
-    QCOMPARE(window.host().currentExtraEditor(), panel);
+    host.setExtraEditor(panel);
+    QCOMPARE(host.currentExtraEditor(), panel);
     QVERIFY(panel->list->isVisible() && panel->button->isVisible());
     auto *list = qobject_cast<QListView *>(panel->list);
     QVERIFY2(list, "a panel reorders a list, not a tree");
@@ -500,7 +495,7 @@ void tst_studio_controls::sidePanelsGetADock()
     qobject_cast<QToolButton *>(panel->button)->click();
     QCOMPARE(panel->moved, 1);
 
-    window.host().setExtraEditor(nullptr);
+    host.setExtraEditor(nullptr);
     QVERIFY(!panel->list->isVisible());
 }
 

@@ -1,8 +1,8 @@
 #include <findbar.h>
-#include <flowlayout.h>
-#include <menus.h>
-#include <messagetable.h>
-#include <statusfields.h>
+#include <hostkit/flowlayout.h>
+#include <hostkit/menus.h>
+#include <hostkit/messagetable.h>
+#include <hostkit/statusfields.h>
 
 #include <kilnx/code/messages.h>
 
@@ -16,6 +16,7 @@
 #include <QToolButton>
 #include <QtTest>
 
+using namespace HostKit;
 using namespace Studio;
 
 // Parts of the window that need no project.

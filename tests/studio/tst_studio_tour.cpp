@@ -40,7 +40,7 @@ int tst_studio_tour::run(const QStringList &arguments, const char *scale, QByteA
     environment.insert("QT_SCALE_FACTOR", scale);
     studio.setProcessEnvironment(environment);
     studio.setProcessChannelMode(QProcess::MergedChannels);
-    studio.start(QStringLiteral(KILN_BINARY_DIR "/bin/kiln-studio"), arguments);
+    studio.start(QStringLiteral(KILN_BINARY_DIR "/bin/kiln-tour"), arguments);
     const bool ended = studio.waitForFinished(240000);
     *told = studio.readAll();
     return ended && studio.exitStatus() == QProcess::NormalExit ? studio.exitCode() : -1;
@@ -63,7 +63,7 @@ void tst_studio_tour::everyStepHappens()
     QVERIFY(!before.isEmpty());
     const QTemporaryDir pictures;
     QByteArray told;
-    const int code = run({"--tour", pictures.filePath("made/here"), sample}, scale, &told);
+    const int code = run({pictures.filePath("made/here"), sample}, scale, &told);
     QVERIFY2(code == 0, told.constData());
 
     const QDir directory(pictures.filePath("made/here"));
@@ -84,7 +84,7 @@ void tst_studio_tour::missingProjectFails()
     const QTemporaryDir directory;
     QByteArray told;
     const int code =
-        run({"--tour", directory.filePath("pictures"), directory.filePath("nothing")}, "1", &told);
+        run({directory.filePath("pictures"), directory.filePath("nothing")}, "1", &told);
     QVERIFY2(code == 1, told.constData());
 }
 

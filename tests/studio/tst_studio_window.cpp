@@ -1,16 +1,18 @@
-#include <codesurface.h>
-#include <editordeck.h>
-#include <filedesk.h>
-#include <filetabs.h>
+#include <hostkit/codesurface.h>
+#include <hostkit/editordeck.h>
+#include <hostkit/filedesk.h>
+#include <hostkit/filetabs.h>
 #include <findinfilesdock.h>
 #include <mainactions.h>
 #include <mainwindow.h>
 #include <messagesdock.h>
-#include <messagetable.h>
+#include <hostkit/messagetable.h>
 #include <outputdock.h>
-#include <projectsession.h>
+#include <hostkit/projectsession.h>
+#include <hostkit/settings.h>
 #include <projecttreedock.h>
-#include <statusfields.h>
+#include <hostkit/statusfields.h>
+#include <hostkit/theme.h>
 
 #include <kilnx/code/codedocument.h>
 #include <kilnx/project/engine.h>
@@ -33,6 +35,7 @@
 #include <QTreeView>
 #include <QtTest>
 
+using namespace HostKit;
 using namespace Studio;
 
 // The real window on a copy of the sample project, driven by the keyboard.
@@ -76,9 +79,9 @@ private slots:
 
 private:
     QString path(const QString &name) const { return m_directory->filePath("hero/" + name); }
-    Kiln::CodeEditor *view() const { return m_window->surface()->editor(); }
-    Kiln::CodeDocument *document() const { return m_window->surface()->document(); }
-    MessageTable *messages() const { return m_window->findChild<MessageTable *>(); }
+    Kiln::CodeEditor *view() const { return m_window->host().surface()->editor(); }
+    Kiln::CodeDocument *document() const { return m_window->host().surface()->document(); }
+    MessageTable *messages() const { return &m_window->host().messages(); }
     QTreeView *nodes() const { return m_window->findChild<QTreeView *>("code_tree"); }
     QListView *organizer() const { return m_window->findChild<QListView *>("org_list"); }
     void open(const QString &name);
@@ -105,8 +108,8 @@ void tst_studio_window::init()
     }
     m_dialogs = std::make_unique<DialogScript>();
     m_window = std::make_unique<MainWindow>(Paths::below(m_directory->path()));
-    m_window->settings().setValue("theme", "light");
-    m_window->applySettings();
+    m_window->host().settings().setValue("theme", "light");
+    m_window->host().settings().apply();
     m_window->show();
     m_window->activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
@@ -122,7 +125,7 @@ void tst_studio_window::cleanup()
 
 void tst_studio_window::open(const QString &name)
 {
-    QVERIFY(m_window->desk()->openFile(path(name), 0));
+    QVERIFY(m_window->host().desk().openFile(path(name), 0));
     QCOMPARE(document()->fileName(), path(name));
 }
 
@@ -164,8 +167,8 @@ void tst_studio_window::write(const QString &fileName, const QByteArray &content
 
 void tst_studio_window::sampleOpensWithTreeAndMessages()
 {
-    const Kiln::ParentProject *project = m_window->session()->parentProject();
-    QVERIFY(m_window->session()->projects().size() > 1);
+    const Kiln::ParentProject *project = m_window->host().session().parentProject();
+    QVERIFY(m_window->host().session().projects().size() > 1);
     // Every file that a definition names, and the scanned ones, have one row each.
     for (const char *name : {"tidewater.hearth", "heroes/wren/wren.wisp", "heroes/wren/air.glow",
                              "stages/harbour/harbour.glade", "shared/rules.glow"}) {
@@ -173,13 +176,13 @@ void tst_studio_window::sampleOpensWithTreeAndMessages()
         QVERIFY2(row && row->isFile(), name);
     }
     int problems = 0;
-    for (Kiln::ProjectFile *file : m_window->session()->files())
+    for (Kiln::ProjectFile *file : m_window->host().session().files())
         problems += int(file->messages()->count(Kiln::Message::All));
     QVERIFY2(problems > 0, "the sample has something to complain about");
     QVERIFY(messages()->rowCount() >= problems);
     QCOMPARE(messages()->headerData(0, Qt::Horizontal, Qt::DisplayRole).toString(),
              QStringLiteral("Message"));
-    QCOMPARE(m_window->settings().recentProjects().first(), m_directory->filePath("hero"));
+    QCOMPARE(m_window->host().settings().recentProjects().first(), m_directory->filePath("hero"));
 }
 
 void tst_studio_window::typingReachesTreeAndMessagesAtOnce()
@@ -212,7 +215,7 @@ void tst_studio_window::typingReachesTreeAndMessagesAtOnce()
 void tst_studio_window::typingADefinitionReachesTheProjectTreeAtOnce()
 {
     open("heroes/wren/wren.wisp");
-    const Kiln::ParentProject *project = m_window->session()->parentProject();
+    const Kiln::ParentProject *project = m_window->host().session().parentProject();
     QVERIFY(!project->filePath(path("heroes/wren/deep/swim.glow")));
     goTo("states: hurt.glow");
     type("\n    states: deep/swim.glow");
@@ -251,10 +254,10 @@ void tst_studio_window::messagesLeadToTheirLines()
         QVERIFY(file);
         table->setCurrentIndex(messages()->index(row, 0));
         QTest::keyClick(table, Qt::Key_Return);
-        QCOMPARE(m_window->deck()->currentFile(), file);
+        QCOMPARE(m_window->host().deck().currentFile(), file);
         QCOMPARE(view()->textCursor().blockNumber(), message.line);
         QCOMPARE(messages()->index(row, 2).data().toInt(), message.line + 1);
-        QCOMPARE(m_window->session()->currentProject(), file->project());
+        QCOMPARE(m_window->host().session().currentProject(), file->project());
     }
     QTest::keyClick(m_window.get(), Qt::Key_F8);
     QCOMPARE(table->currentIndex().row(), 0);
@@ -288,11 +291,11 @@ void tst_studio_window::organizerFollowsTheFile()
     QTest::mouseClick(organizer()->viewport(), Qt::LeftButton, {}, place);
     QTest::mouseDClick(organizer()->viewport(), Qt::LeftButton, {}, place);
     QVERIFY(view()->textCursor().block().text().startsWith("@animation tiptoe"));
-    m_window->settings().setValue("show_organizer", false);
-    m_window->applySettings();
+    m_window->host().settings().setValue("show_organizer", false);
+    m_window->host().settings().apply();
     QVERIFY(!organizer()->isVisible());
-    m_window->settings().setValue("show_organizer", true);
-    m_window->applySettings();
+    m_window->host().settings().setValue("show_organizer", true);
+    m_window->host().settings().apply();
     QVERIFY(organizer()->isVisible());
 
     open("heroes/wren/air.glow");
@@ -354,9 +357,9 @@ void tst_studio_window::savingWritesTheWholeFile()
     type("; one\n");
     open("heroes/wren/brain.glow");
     type("; two\n");
-    QCOMPARE(m_window->session()->modifiedFiles().size(), 2);
+    QCOMPARE(m_window->host().session().modifiedFiles().size(), 2);
     QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier | Qt::AltModifier);
-    QVERIFY(m_window->session()->modifiedFiles().isEmpty());
+    QVERIFY(m_window->host().session().modifiedFiles().isEmpty());
     QVERIFY(read(path("heroes/wren/hurt.glow")).startsWith("; one\r\n"));
     QVERIFY(read(path("heroes/wren/brain.glow")).startsWith("; two\r\n"));
 }
@@ -374,10 +377,10 @@ void tst_studio_window::outsideChangesAreAskedAbout()
 {
     QFETCH(bool, watched);
     QFETCH(bool, yes);
-    m_window->settings().setValue("enable_file_watcher", watched);
+    m_window->host().settings().setValue("enable_file_watcher", watched);
     open("heroes/wren/air.glow");
     const QString before = document()->toString();
-    m_window->deck()->current()->navigateTo(2, 3);
+    m_window->host().deck().current()->navigateTo(2, 3);
     if (watched)
         m_dialogs->expectBox(yes ? QMessageBox::Yes : QMessageBox::No);
     write(path("heroes/wren/air.glow"), "; from outside\r\n; second\r\n; third\r\n");
@@ -499,22 +502,22 @@ void tst_studio_window::tabsFollowTheFiles()
     QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier);
     QCOMPARE(tabs->tabText(tabs->currentIndex()), QStringLiteral("air.glow"));
     tabs->setCurrentIndex(
-        tabs->indexOf(m_window->session()->findFile(path("heroes/moss/ground.glow"))));
+        tabs->indexOf(m_window->host().session().findFile(path("heroes/moss/ground.glow"))));
     QCOMPARE(document()->fileName(), path("heroes/moss/ground.glow"));
     while (tabs->count() > 0)
         m_window->actions()->closeFile->trigger();
     QVERIFY(!document());
-    QVERIFY(!m_window->deck()->current());
-    QVERIFY2(m_window->session()->findFile(path("heroes/wren/air.glow")),
+    QVERIFY(!m_window->host().deck().current());
+    QVERIFY2(m_window->host().session().findFile(path("heroes/wren/air.glow")),
              "a file off the desk still belongs to its project");
 
     m_window->actions()->newMenu->actions().first()->trigger();
     QCOMPARE(tabs->tabText(0), QStringLiteral("Untitled"));
     type("; new");
     m_dialogs->expectBox(QMessageBox::Yes);
-    const int files = m_window->session()->files().size();
+    const int files = m_window->host().session().files().size();
     m_window->actions()->closeFile->trigger();
-    QCOMPARE(m_window->session()->files().size(), files - 1);
+    QCOMPARE(m_window->host().session().files().size(), files - 1);
 }
 
 void tst_studio_window::closingAsksForEachChange_data()
@@ -540,30 +543,30 @@ void tst_studio_window::closingAsksForEachChange()
     QCOMPARE(m_window->close(), first && second);
     QCOMPARE(m_dialogs->seen().size(), first ? 2 : 1);
     QCOMPARE(m_dialogs->seen().first().title, QStringLiteral("Discard changes?"));
-    QCOMPARE(m_window->session()->parentProject() == nullptr, first && second);
+    QCOMPARE(m_window->host().session().parentProject() == nullptr, first && second);
 }
 
 void tst_studio_window::missingFilesAreMadeOnlyIfWanted()
 {
     const QString name = path("heroes/wren/fresh.glow");
     m_dialogs->expectBox(QMessageBox::No);
-    QVERIFY(!m_window->desk()->openFile(name, Kiln::Project::FileID::Code));
+    QVERIFY(!m_window->host().desk().openFile(name, Kiln::Project::FileID::Code));
     QVERIFY(!QFileInfo::exists(name));
     m_dialogs->expectBox(QMessageBox::Yes);
-    QVERIFY(m_window->desk()->openFile(name, Kiln::Project::FileID::Code));
+    QVERIFY(m_window->host().desk().openFile(name, Kiln::Project::FileID::Code));
     QVERIFY(QFileInfo::exists(name));
     QCOMPARE(document()->fileName(), name);
-    QVERIFY(!m_window->desk()->openFile(path("notes/design.txt"), 0));
+    QVERIFY(!m_window->host().desk().openFile(path("notes/design.txt"), 0));
 }
 
 void tst_studio_window::directoryWithoutProjectLeavesTheOldOne()
 {
     const QTemporaryDir empty;
-    const Kiln::ParentProject *project = m_window->session()->parentProject();
+    const Kiln::ParentProject *project = m_window->host().session().parentProject();
     m_dialogs->expectBox(QMessageBox::Ok);
     QVERIFY(!m_window->openProject(empty.path()));
-    QCOMPARE(m_window->session()->parentProject(), project);
-    QVERIFY(!m_window->settings().recentProjects().contains(empty.path()));
+    QCOMPARE(m_window->host().session().parentProject(), project);
+    QVERIFY(!m_window->host().settings().recentProjects().contains(empty.path()));
     QVERIFY2(m_window->openProject(m_directory->filePath("hero")), "it opens again");
     QVERIFY(document());
 }
@@ -575,7 +578,7 @@ void tst_studio_window::settingsDialogReachesTheView()
         return document()->findBlockByNumber(2).layout()->formats().size();
     };
     QVERIFY(colours() > 0);
-    m_window->settings().setValue("font_name", "a family that nobody has");
+    m_window->host().settings().setValue("font_name", "a family that nobody has");
     const auto viewFlags = [this] {
         const Kiln::CodeEditor::SyntaxFormatting &now = view()->syntaxFormatting();
         auto *bar = m_window->findChild<QToolBar *>("codeToolBar");
@@ -601,15 +604,15 @@ void tst_studio_window::settingsDialogReachesTheView()
     m_window->actions()->settings->trigger();
     QCOMPARE(view()->font().pointSize(), 17);
     QCOMPARE(viewFlags(), toggled);
-    QCOMPARE(m_window->settings().value("font_name").toString(),
+    QCOMPARE(m_window->host().settings().value("font_name").toString(),
              QStringLiteral("a family that nobody has"));
     QVERIFY(Theme::isDark());
     QCOMPARE(colours(), 0);
     QCOMPARE(document()->model()->rowCount(), 0);
 
-    m_window->settings().setValue("highlightCode", true);
-    m_window->settings().setValue("modelCode", true);
-    m_window->applySettings();
+    m_window->host().settings().setValue("highlightCode", true);
+    m_window->host().settings().setValue("modelCode", true);
+    m_window->host().settings().apply();
     QVERIFY(colours() > 0);
     QVERIFY(document()->model()->rowCount() > 0);
     m_window->actions()->zoomIn->trigger();
@@ -650,9 +653,9 @@ void tst_studio_window::engineRunsOnTheSavedFiles()
 
 void tst_studio_window::definitionsDoNotTakeSettingsAway()
 {
-    m_window->settings().setValue("highlightCode", false);
+    m_window->host().settings().setValue("highlightCode", false);
     QVERIFY(m_window->openProject(m_directory->filePath("hero")));
-    QVERIFY(!m_window->settings().value("highlightCode").toBool());
+    QVERIFY(!m_window->host().settings().value("highlightCode").toBool());
 }
 
 void tst_studio_window::everythingHasANameAndAKey()
@@ -717,7 +720,7 @@ void tst_studio_window::windowComesBackAsItWas()
 {
     m_window->resize(1000, 700);
     m_window->findChild<QDockWidget *>("dock_messages")->hide();
-    m_window->settings().setValue("font_size", 13);
+    m_window->host().settings().setValue("font_size", 13);
     QVERIFY(m_window->close());
     m_window = std::make_unique<MainWindow>(Paths::below(m_directory->path()));
     m_window->show();

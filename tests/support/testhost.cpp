@@ -63,13 +63,14 @@ struct Built {
 Built build(const Control &control)
 {
     if (const auto *list = dynamic_cast<const ListViewControl *>(&control)) {
-        if (!list->doubleClickSlot)
-            return {new QTreeView, SIGNAL(activated(QModelIndex)), nullptr};
         auto *view = new QListView;
-        QObject::connect(view, SIGNAL(doubleClicked(QModelIndex)), list->receiver,
-                         list->doubleClickSlot);
+        if (list->doubleClickSlot)
+            QObject::connect(view, SIGNAL(doubleClicked(QModelIndex)), list->receiver,
+                             list->doubleClickSlot);
         return {view, SIGNAL(activated(QModelIndex)), nullptr};
     }
+    if (dynamic_cast<const TreeViewControl *>(&control))
+        return {new QTreeView, SIGNAL(activated(QModelIndex)), nullptr};
     if (dynamic_cast<const ToolButtonControl *>(&control))
         return {new QToolButton, nullptr, nullptr};
     switch (control.kind) {

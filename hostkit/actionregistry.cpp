@@ -1,0 +1,113 @@
+#include <hostkit/actionregistry.h>
+
+#include <kilnx/project/translator.h>
+
+#include <QFile>
+#include <QWidget>
+
+namespace HostKit
+{
+
+namespace
+{
+
+/// Keys of commands on a list. They count only where their container has the focus.
+const QMap<QString, int> listKeys{
+    {"org_up", Qt::ALT + Qt::Key_Up},
+    {"org_down", Qt::ALT + Qt::Key_Down},
+    {"org_up_10", Qt::ALT + Qt::Key_PageUp},
+    {"org_down_10", Qt::ALT + Qt::Key_PageDown},
+    {"org_top", Qt::ALT + Qt::Key_Home},
+    {"org_bottom", Qt::ALT + Qt::Key_End},
+    {"org_auto", Qt::CTRL + Qt::SHIFT + Qt::Key_O},
+};
+
+} // namespace
+
+ActionRegistry::ActionRegistry(QWidget *window)
+    : QObject(window)
+    , m_window(window)
+{
+}
+
+QAction *ActionRegistry::add(const ActionRequest &request)
+{
+    auto *action = new QAction(icon(request.key), QString(), m_window);
+    action->setObjectName(request.key);
+    action->setCheckable(request.checkable);
+    if (listKeys.contains(request.key)) {
+        action->setShortcut(QKeySequence(listKeys.value(request.key)));
+        action->setShortcutContext(Qt::WidgetShortcut);
+    }
+    const Entry entry{action, request.receiver, request.translator, request.textId};
+    setTexts(entry);
+    m_entries.insert(request.key, entry);
+    m_window->addAction(action);
+    if (request.container)
+        request.container->addAction(action);
+
+    if (!request.receiver)
+        return action;
+    if (request.slot) {
+        const bool takesCheck = QByteArray(request.slot).endsWith("(bool)");
+        connect(action, takesCheck ? SIGNAL(triggered(bool)) : SIGNAL(triggered()),
+                request.receiver, request.slot);
+    }
+    if (request.enabler) {
+        action->setEnabled(false);
+        connect(request.receiver, request.enabler, action, SLOT(setEnabled(bool)));
+    }
+    if (request.checker)
+        connect(request.receiver, request.checker, action, SLOT(setChecked(bool)));
+    return action;
+}
+
+QAction *ActionRegistry::action(const QString &key) const
+{
+    return m_entries.value(key).action;
+}
+
+QObject *ActionRegistry::receiver(const QAction *action) const
+{
+    return action ? m_entries.value(action->objectName()).receiver : nullptr;
+}
+
+void ActionRegistry::retranslate()
+{
+    for (const Entry &entry : qAsConst(m_entries))
+        setTexts(entry);
+}
+
+QString ActionRegistry::group(const QString &key)
+{
+    return key.section(QLatin1Char('_'), 0, 0);
+}
+
+QIcon ActionRegistry::icon(const QString &key)
+{
+    const QString name = QStringLiteral(":/kiln_icons/icons/%1.png");
+    for (const QString &part : {key, key.section(QLatin1Char('_'), 1)}) {
+        if (part.isEmpty() || !QFile::exists(name.arg(part)))
+            continue;
+        // The same picture in a selected row: a style would tint it with the row's own colour.
+        QIcon icon(name.arg(part));
+        icon.addFile(name.arg(part), QSize(), QIcon::Selected);
+        return icon;
+    }
+    return QIcon();
+}
+
+void ActionRegistry::setTexts(const Entry &entry)
+{
+    if (!entry.action || !entry.translator)
+        return;
+    const QString text = entry.translator->text(entry.textId);
+    const QString hint = entry.translator->hint(entry.textId);
+    const QString keys = entry.action->shortcut().toString(QKeySequence::NativeText);
+    entry.action->setText(text);
+    entry.action->setToolTip((hint.isEmpty() ? text : hint) +
+                             (keys.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(keys)));
+    entry.action->setStatusTip(hint);
+}
+
+} // namespace HostKit

@@ -1,0 +1,210 @@
+#include <hostkit/controlpanels.h>
+
+#include <hostkit/actionregistry.h>
+#include <hostkit/controlfactory.h>
+#include <hostkit/flowlayout.h>
+
+#include <kilnx/editors/controls.h>
+#include <kilnx/project/editor.h>
+#include <kilnx/project/workspace.h>
+
+#include <QAbstractItemView>
+#include <QDockWidget>
+#include <QMainWindow>
+#include <QMenu>
+#include <QVBoxLayout>
+
+namespace HostKit
+{
+
+ControlPanels::ControlPanels(QMainWindow *window,
+                             QLayout *strip,
+                             QMenu *viewMenu,
+                             ActionRegistry *actions)
+    : QObject(window)
+    , m_window(window)
+    , m_strip(strip)
+    , m_viewMenu(viewMenu)
+    , m_actions(actions)
+{
+}
+
+void ControlPanels::beginPart(bool sidePanel)
+{
+    makePlace(sidePanel);
+    m_building = m_places.size() - 1;
+}
+
+void ControlPanels::endPart(QObject *part)
+{
+    Place &place = m_places[m_building];
+    m_building = -1;
+    place.part = part;
+    for (const QString &key : qAsConst(m_touched))
+        m_entries[key].users.append(part);
+    m_touched.clear();
+    if (auto *panel = qobject_cast<Kiln::ExtraEditor *>(part)) {
+        place.sideDock->setObjectName(QStringLiteral("dock_panel_") + QLatin1String(panel->name()));
+        place.sideDock->setWindowTitle(panel->displayName());
+    }
+    show();
+}
+
+QWidget *ControlPanels::add(const QString &key, const Kiln::Control &control)
+{
+    const Entry before = m_entries.take(key);
+    delete before.dock;
+    delete before.row;
+    Place &place = this->place(control);
+    const ControlFactory::Built built = ControlFactory::build(key, control, place.strip);
+    if (!built.field)
+        return nullptr;
+    Entry entry;
+    entry.field = built.field;
+    entry.row = built.row;
+    if (!qobject_cast<QAbstractItemView *>(built.field)) {
+        place.strip->layout()->addWidget(built.row);
+        entry.strip = place.sideDock ? nullptr : place.strip;
+    } else if (place.sideDock) {
+        place.sideDock->widget()->layout()->addWidget(built.row);
+    } else {
+        entry.dock = makeDock(key, built.row);
+    }
+    if (m_building >= 0)
+        m_touched.insert(key);
+    else
+        entry.users.append(place.part);
+    setShown(entry, false);
+    m_entries.insert(key, entry);
+    show();
+    return built.field;
+}
+
+QWidget *ControlPanels::control(const QString &key)
+{
+    if (!m_entries.contains(key))
+        return nullptr;
+    if (m_building >= 0)
+        m_touched.insert(key);
+    return m_entries[key].field;
+}
+
+void ControlPanels::showEditor(Kiln::Editor *editor, QObject *workspace)
+{
+    m_editor = editor;
+    m_workspace = workspace;
+    show();
+    if (!editor || !(editor->areas() & SideArea))
+        showSidePanel(nullptr);
+}
+
+void ControlPanels::showSidePanel(const Kiln::ExtraEditor *panel)
+{
+    for (const Place &place : qAsConst(m_places)) {
+        if (place.sideDock)
+            place.sideDock->setVisible(panel && place.part == panel);
+    }
+}
+
+// The place of the part that is being constructed, that receives, or that is shown.
+ControlPanels::Place &ControlPanels::place(const Kiln::Control &control)
+{
+    if (m_building >= 0)
+        return m_places[m_building];
+    QObject *part = partOf(control);
+    if (!part)
+        part = m_editor;
+    for (Place &place : m_places) {
+        if (part && place.part == part)
+            return place;
+    }
+    Place &place = makePlace(false);
+    place.part = part ? part : this;
+    return place;
+}
+
+ControlPanels::Place &ControlPanels::makePlace(bool sidePanel)
+{
+    Place place;
+    place.strip = new QWidget(m_strip->parentWidget());
+    new FlowLayout(place.strip);
+    if (sidePanel) {
+        place.sideDock = new QDockWidget(m_window);
+        auto *contents = new QWidget(place.sideDock);
+        auto *layout = new QVBoxLayout(contents);
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->addWidget(place.strip);
+        place.sideDock->setWidget(contents);
+        m_window->addDockWidget(Qt::RightDockWidgetArea, place.sideDock);
+        place.sideDock->hide();
+        m_viewMenu->addAction(place.sideDock->toggleViewAction());
+    } else {
+        m_strip->addWidget(place.strip);
+        place.strip->hide();
+    }
+    m_places.append(place);
+    return m_places.last();
+}
+
+QDockWidget *ControlPanels::makeDock(const QString &key, QWidget *list)
+{
+    auto *dock = new QDockWidget(tr("Contents"), m_window);
+    dock->setObjectName(QStringLiteral("dock_") + key);
+    dock->setWidget(list);
+    m_window->addDockWidget(Qt::LeftDockWidgetArea, dock);
+    m_viewMenu->addAction(dock->toggleViewAction());
+    return dock;
+}
+
+QObject *ControlPanels::partOf(const Kiln::Control &control) const
+{
+    QObject *receiver = nullptr;
+    if (const auto *field = dynamic_cast<const Kiln::WidgetControl *>(&control))
+        receiver = field->receiver;
+    else if (const auto *button = dynamic_cast<const Kiln::ToolButtonControl *>(&control))
+        receiver = m_actions->receiver(button->action);
+    for (QObject *object = receiver; object; object = object->parent()) {
+        if (qobject_cast<Kiln::Editor *>(object) || qobject_cast<Kiln::ExtraEditor *>(object) ||
+            qobject_cast<Kiln::Workspace *>(object))
+            return object;
+    }
+    return nullptr;
+}
+
+// A control of nobody is seen with every editor.
+bool ControlPanels::isShown(const Entry &entry)
+{
+    return m_editor && (entry.users.contains(m_editor) || entry.users.contains(this) ||
+                        (m_workspace && entry.users.contains(m_workspace)));
+}
+
+void ControlPanels::show()
+{
+    const auto *editor = qobject_cast<Kiln::Editor *>(m_editor);
+    const unsigned int areas = editor ? editor->areas() : 0;
+    QSet<QWidget *> filled;
+    for (Entry &entry : m_entries) {
+        const bool shown = isShown(entry) && (areas & (entry.dock ? ListArea : ControlArea));
+        if (shown != entry.shown)
+            setShown(entry, shown);
+        if (shown && entry.strip)
+            filled.insert(entry.strip);
+    }
+    for (const Place &place : qAsConst(m_places)) {
+        if (!place.sideDock)
+            place.strip->setVisible(filled.contains(place.strip));
+    }
+}
+
+void ControlPanels::setShown(Entry &entry, bool shown)
+{
+    entry.shown = shown;
+    if (entry.dock) {
+        entry.dock->toggleViewAction()->setVisible(shown);
+        entry.dock->setVisible(shown);
+    } else if (entry.strip && entry.row) {
+        entry.row->setVisible(shown);
+    }
+}
+
+} // namespace HostKit

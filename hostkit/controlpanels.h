@@ -1,0 +1,108 @@
+#pragma once
+
+#include <QtCore/QMap>
+#include <QtCore/QObject>
+#include <QtCore/QPointer>
+#include <QtCore/QSet>
+#include <QtCore/QVector>
+
+#include <hostkit/export.h>
+
+class QAction;
+class QDockWidget;
+class QLayout;
+class QMainWindow;
+class QMenu;
+
+namespace Kiln
+{
+class Control;
+class Editor;
+class ExtraEditor;
+} // namespace Kiln
+
+namespace HostKit
+{
+
+class ActionRegistry;
+
+/// Where the controls that editors, side panels and workspaces register are put.
+///
+/// Everything that is registered or looked up while a part is being constructed belongs to that
+/// part: beginPart() and endPart() bracket its construction. What is registered later belongs to
+/// the part that receives its signals, or to the editor shown then. Each part has a strip for its
+/// buttons and fields, and a dock for each of its lists; those of an editor are seen while it is
+/// current, those of a workspace with every editor that stands in it, those of a side panel in the
+/// panel's own dock. A control that several parts have looked up is seen with each of them.
+class HOSTKIT_EXPORT ControlPanels : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Bits of Editor::areas(): which of its own places an editor wants on the screen.
+    enum Area {
+        ControlArea = 1, ///< the strip above the editor
+        SideArea = 2,    ///< the docks of the side panels
+        ListArea = 4     ///< the docks of the editor's lists and trees
+    };
+
+    /// `strip` takes the strips, top to bottom, `viewMenu` the actions that show the docks.
+    ControlPanels(QMainWindow *window, QLayout *strip, QMenu *viewMenu, ActionRegistry *actions);
+
+    /// The construction of a part begins; its controls go into a dock of its own if it is a side
+    /// panel. Brackets may not be nested.
+    void beginPart(bool sidePanel);
+    /// The construction that began last is done.
+    void endPart(QObject *part);
+
+    /// Builds the widget of a control and puts it in its place. A key that is known already gets
+    /// a new widget in place of the old one. Null for a control of unknown kind.
+    QWidget *add(const QString &key, const Kiln::Control &control);
+
+    /// The field built for a key, null if none.
+    QWidget *control(const QString &key);
+
+    /// Shows the places of `editor` (null for none) and of the workspace that it stands in (null
+    /// for none), and hides those of the others.
+    void showEditor(Kiln::Editor *editor, QObject *workspace);
+
+    /// Shows the dock of `panel` and hides those of the other side panels; null hides all.
+    void showSidePanel(const Kiln::ExtraEditor *panel);
+
+private:
+    /// The room of a part, which is null while it is being constructed.
+    struct Place {
+        QPointer<QObject> part;
+        QWidget *strip = nullptr;
+        QDockWidget *sideDock = nullptr;
+    };
+    struct Entry {
+        QPointer<QWidget> field;
+        QPointer<QWidget> row;      ///< the field with its caption
+        QPointer<QDockWidget> dock; ///< of a list, null for the others
+        QPointer<QWidget> strip;    ///< that the row stands in, null for a list
+        QVector<QPointer<QObject>> users;
+        bool shown = false; ///< as show() left it; the editor may hide the widget itself
+    };
+
+    Place &place(const Kiln::Control &control);
+    Place &makePlace(bool sidePanel);
+    QDockWidget *makeDock(const QString &key, QWidget *list);
+    QObject *partOf(const Kiln::Control &control) const;
+    bool isShown(const Entry &entry);
+    void show();
+    static void setShown(Entry &entry, bool shown);
+
+    QMainWindow *m_window;
+    QLayout *m_strip;
+    QMenu *m_viewMenu;
+    ActionRegistry *m_actions;
+    QVector<Place> m_places;
+    int m_building = -1;     ///< the place of the part that is being constructed, -1 for none
+    QSet<QString> m_touched; ///< keys that the part in construction registers or looks up
+    QMap<QString, Entry> m_entries;
+    QPointer<QObject> m_editor; ///< for which showEditor() was last called
+    QPointer<QObject> m_workspace;
+};
+
+} // namespace HostKit

@@ -1,0 +1,118 @@
+#include <hostkit/enginelibraries.h>
+
+#include <kilnx/project/engine.h>
+#include <kilnx/project/engineplugin.h>
+
+#include <QDir>
+#include <QFileInfo>
+#include <QLibrary>
+
+#include <exception>
+
+namespace HostKit
+{
+
+namespace
+{
+
+using StampFunction = const char *(*)();
+using PluginFunction = Kiln::EnginePlugin *(*)();
+
+// The object with its engine, or null and what an exception said.
+Kiln::EnginePlugin *make(PluginFunction function, QString *told)
+{
+    try {
+        Kiln::EnginePlugin *plugin = function();
+        plugin->engine();
+        return plugin;
+    } catch (const std::exception &fault) {
+        *told = QString::fromLocal8Bit(fault.what());
+    } catch (...) {
+    }
+    return nullptr;
+}
+
+} // namespace
+
+bool EngineLibraries::load(const QString &fileName, QString *fault)
+{
+    return load(fileName, Wanted, fault);
+}
+
+QStringList EngineLibraries::loadDirectory(const QString &directory)
+{
+    QStringList faults;
+    const QDir files(directory);
+    const QStringList names = files.entryList(QDir::Files, QDir::Name);
+    for (const QString &name : names) {
+        QString fault;
+        if (QLibrary::isLibrary(name) && !load(files.absoluteFilePath(name), Found, &fault) &&
+            !fault.isEmpty())
+            faults.append(fault);
+    }
+    return faults;
+}
+
+Kiln::Engine *EngineLibraries::engine() const
+{
+    return m_current ? &m_current->engine() : nullptr;
+}
+
+void EngineLibraries::setCurrent(Kiln::EnginePlugin *plugin)
+{
+    if (plugin == m_current || !m_plugins.contains(plugin))
+        return;
+    m_current = plugin;
+    Q_EMIT currentChanged();
+}
+
+// All symbols are looked up at once: one that is missing must not end the host in a later call.
+bool EngineLibraries::load(const QString &fileName, Search search, QString *fault)
+{
+    const QString shown = QDir::toNativeSeparators(fileName);
+    QLibrary library(QFileInfo(fileName).absoluteFilePath());
+    library.setLoadHints(QLibrary::ResolveAllSymbolsHint);
+    if (!library.load()) {
+        *fault = tr("The engine in '%1' cannot be loaded: %2").arg(shown, library.errorString());
+        return false;
+    }
+    const auto stamp = reinterpret_cast<StampFunction>(library.resolve("kilnxEngineStamp"));
+    const auto plugin = reinterpret_cast<PluginFunction>(library.resolve("kilnxEnginePlugin"));
+    if (!stamp || !plugin) {
+        if (search == Wanted)
+            *fault = tr("The library '%1' holds no engine.").arg(shown);
+        return false;
+    }
+    if (qstrcmp(stamp(), KILNX_ENGINE_STAMP) != 0) {
+        *fault = tr("The engine in '%1' was built for %2, and this is %3.")
+                     .arg(shown, QString::fromLatin1(stamp()), QLatin1String(KILNX_ENGINE_STAMP));
+        return false;
+    }
+    QString told;
+    Kiln::EnginePlugin *made = make(plugin, &told);
+    if (!made) {
+        *fault = tr("The engine in '%1' failed while it was loaded. %2").arg(shown, told).trimmed();
+        return false;
+    }
+    add(made);
+    return true;
+}
+
+// An engine that delivers a program to try projects with is in the user's list from the start.
+void EngineLibraries::add(Kiln::EnginePlugin *plugin)
+{
+    if (m_plugins.contains(plugin))
+        return;
+    m_plugins.append(plugin);
+    Kiln::Engine &engine = plugin->engine();
+    engine.clear();
+    engine.load();
+    const QString sample = plugin->sampleExecutable();
+    if (engine.count() == 0 && !sample.isEmpty())
+        engine.add(engine.displayName(), sample, QString(), QString());
+    if (!m_current)
+        setCurrent(plugin);
+    Q_EMIT added();
+}
+
+} // namespace HostKit

@@ -1,0 +1,168 @@
+#include <hostkit/filedesk.h>
+
+#include <hostkit/editordeck.h>
+#include <hostkit/filetabs.h>
+#include <hostkit/projectsession.h>
+
+#include <kilnx/forms/messageboxes.h>
+#include <kilnx/project/archive.h>
+#include <kilnx/project/fileeditor.h>
+#include <kilnx/project/projectfile.h>
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace HostKit
+{
+
+FileDesk::FileDesk(ProjectSession *session, EditorDeck *deck, FileTabs *tabs, QWidget *window)
+    : QObject(window)
+    , m_session(session)
+    , m_deck(deck)
+    , m_tabs(tabs)
+    , m_window(window)
+{
+    connect(tabs, &FileTabs::fileChosen, this, &FileDesk::showFile);
+    connect(tabs, &FileTabs::closeRequested, this, &FileDesk::closeFile);
+    connect(session, &ProjectSession::fileRemoved, this, &FileDesk::forget);
+    connect(session, &ProjectSession::aboutToClose, this, &FileDesk::clear);
+    connect(deck, &EditorDeck::modified, this, &FileDesk::syncWithEditor);
+    connect(deck, &EditorDeck::currentChanged, this, &FileDesk::syncWithEditor);
+}
+
+bool FileDesk::openFile(const QString &fileName, unsigned int id)
+{
+    const QString shown = QDir::toNativeSeparators(fileName);
+    Kiln::ProjectFile *file = m_session->findFile(fileName);
+    if (!file && !QFileInfo::exists(fileName)) {
+        if (!Kiln::askQuestion(
+                m_window, tr("File not found"),
+                tr("The file '%1' does not exist. Do you want to create it?").arg(shown)))
+            return false;
+        file = m_session->createFile(fileName, id);
+    } else if (!file) {
+        file = m_session->loadFile(fileName, id);
+    }
+    if (!file) {
+        Q_EMIT message(tr("'%1' cannot be opened.").arg(shown));
+        return false;
+    }
+    return showFile(file);
+}
+
+bool FileDesk::showFile(Kiln::ProjectFile *file)
+{
+    Kiln::FileEditor *editor = editorOf(file);
+    if (!editor) {
+        Q_EMIT message(tr("There is no editor for '%1'.").arg(FileTabs::title(file)));
+        return false;
+    }
+    m_session->setCurrentProject(file->project());
+    if (editor->currentFile() != file)
+        editor->setCurrentFile(file);
+    m_deck->switchTo(editor);
+    syncWithEditor();
+    return true;
+}
+
+void FileDesk::showPlace(Kiln::ProjectFile *file, int line, int column)
+{
+    if (showFile(file))
+        m_deck->current()->navigateTo(unsigned(qMax(0, line)), unsigned(qMax(0, column)));
+}
+
+bool FileDesk::closeFile(Kiln::ProjectFile *file)
+{
+    Kiln::FileEditor *editor = editorOf(file);
+    if (editor && !editor->canDiscard(file))
+        return false;
+    if (file->isModified())
+        throwChangesAway(file);
+    else
+        forget(file);
+    return true;
+}
+
+void FileDesk::closeCurrentFile()
+{
+    if (Kiln::ProjectFile *file = m_tabs->currentFile())
+        closeFile(file);
+}
+
+bool FileDesk::confirmDiscard()
+{
+    const QList<Kiln::ProjectFile *> modified = m_session->modifiedFiles();
+    for (Kiln::ProjectFile *file : modified) {
+        const Kiln::FileEditor *editor = editorOf(file);
+        if (!editor)
+            continue;
+        showFile(file);
+        if (!editor->canDiscard(file))
+            return false;
+    }
+    return true;
+}
+
+void FileDesk::stepTab(int by)
+{
+    const int count = m_tabs->count();
+    if (count > 1)
+        m_tabs->setCurrentIndex((m_tabs->currentIndex() + by + count) % count);
+}
+
+void FileDesk::syncWithEditor()
+{
+    Kiln::ProjectFile *file = m_deck->currentFile();
+    if (file && file->project())
+        m_tabs->showFile(file);
+    else
+        m_tabs->refresh();
+    Q_EMIT changed();
+}
+
+// The tab that moves up is shown next.
+void FileDesk::forget(Kiln::ProjectFile *file)
+{
+    const bool shown = m_deck->currentFile() == file;
+    const QList<Kiln::Editor *> editors = m_deck->editors();
+    for (Kiln::Editor *editor : editors) {
+        auto *fileEditor = qobject_cast<Kiln::FileEditor *>(editor);
+        if (fileEditor && fileEditor->currentFile() == file)
+            fileEditor->setCurrentFile(nullptr);
+    }
+    m_tabs->removeFile(file);
+    if (!shown)
+        return;
+    if (Kiln::ProjectFile *next = m_tabs->currentFile())
+        showFile(next);
+    else
+        m_deck->switchTo(nullptr);
+}
+
+void FileDesk::clear()
+{
+    m_deck->switchTo(nullptr);
+    const QList<Kiln::Editor *> editors = m_deck->editors();
+    for (Kiln::Editor *editor : editors) {
+        if (auto *fileEditor = qobject_cast<Kiln::FileEditor *>(editor))
+            fileEditor->setCurrentFile(nullptr);
+    }
+    m_tabs->clear();
+}
+
+// A file that was never saved leaves its project; another is as it is on disk again.
+void FileDesk::throwChangesAway(Kiln::ProjectFile *file)
+{
+    forget(file);
+    if (file->fileExists())
+        file->fromFile(file->archive(), file->fileName(), false);
+    else
+        file->project()->removeFile(file);
+}
+
+Kiln::FileEditor *FileDesk::editorOf(Kiln::ProjectFile *file) const
+{
+    return file ? m_deck->editorForFile(m_session->fileId(file)) : nullptr;
+}
+
+} // namespace HostKit

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <QtCore/QObject>
+#include <hostkit/export.h>
+
+class QWidget;
+
+namespace Kiln
+{
+class FileEditor;
+class ProjectFile;
+} // namespace Kiln
+
+namespace HostKit
+{
+
+class EditorDeck;
+class FileTabs;
+class ProjectSession;
+
+/// What the user does with files: opening, showing, closing, discarding. It keeps the tabs, the
+/// current editor and its file in step, whoever of them moves first.
+class HOSTKIT_EXPORT FileDesk : public QObject
+{
+    Q_OBJECT
+
+public:
+    FileDesk(ProjectSession *session, EditorDeck *deck, FileTabs *tabs, QWidget *window);
+
+    /// Opens a file of the project by its absolute name; `id` is what its definition says, 0 if
+    /// none does. A file that does not exist is made if the user agrees. False if there is
+    /// nothing to show, after a message.
+    bool openFile(const QString &fileName, unsigned int id);
+
+    /// Shows a loaded file in its editor. False if none edits its type, after a message.
+    bool showFile(Kiln::ProjectFile *file);
+
+    /// Shows a place of a loaded file; both numbers count from 0.
+    void showPlace(Kiln::ProjectFile *file, int line, int column);
+
+    /// Takes the file off the desk. Changes are thrown away after a question; true if it is gone.
+    bool closeFile(Kiln::ProjectFile *file);
+    void closeCurrentFile();
+
+    /// Asks for every changed file whether it may be lost; true if all may.
+    bool confirmDiscard();
+
+    /// Moves to the tab that is `by` places to the right, around the end.
+    void stepTab(int by);
+
+    /// Follows an editor that has opened or made a file by itself.
+    void syncWithEditor();
+
+Q_SIGNALS:
+    /// A line for the status bar.
+    void message(const QString &text);
+    /// Another file is shown, or the state of the shown one has changed.
+    void changed();
+
+private:
+    void forget(Kiln::ProjectFile *file);
+    void clear();
+    void throwChangesAway(Kiln::ProjectFile *file);
+    Kiln::FileEditor *editorOf(Kiln::ProjectFile *file) const;
+
+    ProjectSession *m_session;
+    EditorDeck *m_deck;
+    FileTabs *m_tabs;
+    QWidget *m_window;
+};
+
+} // namespace HostKit

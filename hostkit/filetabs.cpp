@@ -1,0 +1,102 @@
+#include <hostkit/filetabs.h>
+
+#include <hostkit/widgets.h>
+
+#include <kilnx/project/projectfile.h>
+
+#include <QFileInfo>
+#include <QScopedValueRollback>
+
+namespace HostKit
+{
+
+FileTabs::FileTabs(QWidget *parent)
+    : QTabBar(parent)
+{
+    named(this, "file_tabs", tr("Open files"));
+    setTabsClosable(true);
+    setMovable(true);
+    setDocumentMode(true);
+    setExpanding(false);
+    setDrawBase(false);
+    setElideMode(Qt::ElideMiddle);
+    setUsesScrollButtons(true);
+    hide();
+    connect(this, &QTabBar::currentChanged, this, &FileTabs::choose);
+    connect(this, &QTabBar::tabCloseRequested, this,
+            [this](int index) { Q_EMIT closeRequested(fileAt(index)); });
+}
+
+void FileTabs::showFile(Kiln::ProjectFile *file)
+{
+    const QScopedValueRollback<bool> guard(m_changing, true);
+    int index = indexOf(file);
+    if (index < 0 && file) {
+        index = addTab(title(file));
+        setTabData(index, QVariant::fromValue<void *>(file));
+    }
+    setCurrentIndex(index);
+    refresh();
+    setVisible(count() > 0);
+}
+
+void FileTabs::removeFile(Kiln::ProjectFile *file)
+{
+    const int index = indexOf(file);
+    if (index < 0)
+        return;
+    const QScopedValueRollback<bool> guard(m_changing, true);
+    removeTab(index);
+    setVisible(count() > 0);
+}
+
+void FileTabs::clear()
+{
+    const QScopedValueRollback<bool> guard(m_changing, true);
+    while (count() > 0)
+        removeTab(0);
+    hide();
+}
+
+Kiln::ProjectFile *FileTabs::currentFile() const
+{
+    return fileAt(currentIndex());
+}
+
+int FileTabs::indexOf(const Kiln::ProjectFile *file) const
+{
+    for (int i = 0; file && i < count(); ++i) {
+        if (fileAt(i) == file)
+            return i;
+    }
+    return -1;
+}
+
+void FileTabs::refresh()
+{
+    for (int i = 0; i < count(); ++i) {
+        Kiln::ProjectFile *file = fileAt(i);
+        const QString name = title(file);
+        setTabText(i, file->isModified() ? name + QStringLiteral(" •") : name);
+        setTabToolTip(i, file->fileName());
+    }
+}
+
+QString FileTabs::title(Kiln::ProjectFile *file)
+{
+    const QString name = QFileInfo(file->fileName()).fileName();
+    return name.isEmpty() ? tr("Untitled") : name;
+}
+
+Kiln::ProjectFile *FileTabs::fileAt(int index) const
+{
+    return static_cast<Kiln::ProjectFile *>(tabData(index).value<void *>());
+}
+
+void FileTabs::choose(int index)
+{
+    if (!m_changing && index >= 0)
+        Q_EMIT fileChosen(fileAt(index));
+}
+
+} // namespace HostKit

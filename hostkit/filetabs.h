@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QtWidgets/QTabBar>
+#include <hostkit/export.h>
+
+namespace Kiln
+{
+class ProjectFile;
+}
+
+namespace HostKit
+{
+
+/// One tab for each file that the user has opened; a dot marks changes that are not saved.
+class HOSTKIT_EXPORT FileTabs : public QTabBar
+{
+    Q_OBJECT
+
+public:
+    explicit FileTabs(QWidget *parent = nullptr);
+
+    /// Makes `file` the current tab, with a new one if it has none; null selects nothing.
+    void showFile(Kiln::ProjectFile *file);
+    void removeFile(Kiln::ProjectFile *file);
+    void clear();
+
+    Kiln::ProjectFile *currentFile() const;
+    int indexOf(const Kiln::ProjectFile *file) const;
+
+    /// Reads names and marks again.
+    void refresh();
+
+    /// The name that a file is shown under: without its directory, or "Untitled".
+    static QString title(Kiln::ProjectFile *file);
+
+Q_SIGNALS:
+    /// The user chose another tab.
+    void fileChosen(Kiln::ProjectFile *file);
+    void closeRequested(Kiln::ProjectFile *file);
+
+private:
+    Kiln::ProjectFile *fileAt(int index) const;
+    void choose(int index);
+
+    bool m_changing = false;
+};
+
+} // namespace HostKit

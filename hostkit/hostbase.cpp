@@ -1,0 +1,565 @@
+#include <hostkit/hostbase.h>
+
+#include <hostkit/actionregistry.h>
+#include <hostkit/codesurface.h>
+#include <hostkit/codeview.h>
+#include <hostkit/controlpanels.h>
+#include <hostkit/editordeck.h>
+#include <hostkit/enginelibraries.h>
+#include <hostkit/filedesk.h>
+#include <hostkit/filetabs.h>
+#include <hostkit/menus.h>
+#include <hostkit/messagetable.h>
+#include <hostkit/progressindicator.h>
+#include <hostkit/projectsession.h>
+#include <hostkit/settings.h>
+#include <hostkit/statusfields.h>
+#include <hostkit/theme.h>
+#include <hostkit/widgets.h>
+
+#include <kilnx/code/codedocument.h>
+#include <kilnx/editors/organizer.h>
+#include <kilnx/forms/messageboxes.h>
+#include <kilnx/project/engine.h>
+#include <kilnx/project/engineplugin.h>
+#include <kilnx/project/fileeditor.h>
+
+#include <QAction>
+#include <QCoreApplication>
+#include <QDir>
+#include <QEvent>
+#include <QMainWindow>
+#include <QMenu>
+#include <QStackedWidget>
+#include <QStandardPaths>
+#include <QVBoxLayout>
+
+namespace HostKit
+{
+
+namespace
+{
+
+const char context[] = "HostKit::HostBase";
+const int encodingField = 2;
+
+} // namespace
+
+Paths Paths::standard()
+{
+    const QString config = QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
+    return {QCoreApplication::applicationDirPath(),
+            QStandardPaths::writableLocation(QStandardPaths::AppDataLocation), config,
+            config + QLatin1Char('/') + QCoreApplication::applicationName() +
+                QLatin1String(".ini")};
+}
+
+Paths Paths::below(const QString &directory)
+{
+    return {QCoreApplication::applicationDirPath(), directory + QLatin1String("/data"),
+            directory + QLatin1String("/config"),
+            directory + QLatin1String("/config/settings.ini")};
+}
+
+// The tabs, the strips of controls and the views of the editors, from top to bottom.
+class Centre : public QWidget
+{
+public:
+    explicit Centre(QWidget *parent)
+        : QWidget(parent)
+        , tabs(new FileTabs(this))
+        , strips(new QVBoxLayout)
+        , stack(named(new QStackedWidget(this), "editor_stack"))
+    {
+        auto *layout = new QVBoxLayout(this);
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->setSpacing(0);
+        strips->setSpacing(0);
+        layout->addWidget(tabs);
+        layout->addLayout(strips);
+        layout->addWidget(stack, 1);
+        stack->addWidget(new QWidget(stack));
+    }
+
+    FileTabs *tabs;
+    QVBoxLayout *strips;
+    QStackedWidget *stack;
+};
+
+// In the order in which the parts need each other; the window owns what it shows.
+struct HostBase::Private : QObject {
+    Private(QMainWindow *mainWindow, const Paths &places);
+
+    bool eventFilter(QObject *watched, QEvent *event) override;
+    void connectParts();
+    void applySettings();
+    void rehighlight();
+    void showProject();
+    bool hasType(Kiln::Project::FileID::Type type) const;
+
+    QMainWindow *window;
+    Paths paths;
+    Settings settings;
+    Theme theme;
+    EngineLibraries engines;
+    ProjectSession session;
+    MessageTable messages;
+    Menus *menus;
+    ActionRegistry *actions;
+    StatusFields *status;
+    Centre *centre;
+    ControlPanels *panels;
+    std::unique_ptr<EditorDeck> deck;
+    std::unique_ptr<FileDesk> desk;
+    CodeSurface *surface = nullptr; ///< the deck's
+};
+
+HostBase::Private::Private(QMainWindow *mainWindow, const Paths &places)
+    : window(mainWindow)
+    , paths(places)
+    , settings(places.settings)
+    , theme(settings)
+    , session(engines)
+    , menus(new Menus(window->menuBar()))
+    , actions(new ActionRegistry(window))
+    , status(new StatusFields(window))
+    , centre(new Centre(window))
+    , panels(
+          new ControlPanels(window, centre->strips, menus->menu(QStringLiteral("view")), actions))
+    , deck(std::make_unique<EditorDeck>(centre->stack, panels))
+    , desk(std::make_unique<FileDesk>(&session, deck.get(), centre->tabs, window))
+{
+    window->setStatusBar(status);
+    window->setCentralWidget(centre);
+    window->installEventFilter(this);
+    theme.apply();
+    connectParts();
+}
+
+// The window has another language: so have actions and editors.
+bool HostBase::Private::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange) {
+        actions->retranslate();
+        deck->retranslate();
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void HostBase::Private::connectParts()
+{
+    connect(&settings, &Settings::applied, this, [this] { applySettings(); });
+    connect(&engines, &EngineLibraries::currentChanged, this,
+            [this] { deck->engineSwitched(true); });
+    connect(&session, &ProjectSession::changed, this, [this] { showProject(); });
+    connect(&session, &ProjectSession::aboutToClose, this, [this] {
+        const QList<Kiln::Project *> projects = session.projects();
+        for (const Kiln::Project *project : projects)
+            messages.removeList(project->messages());
+    });
+    connect(&messages, &MessageTable::countsChanged, this,
+            [this] { status->setMessageCounts(messages.errorCount(), messages.warningCount()); });
+    connect(status, &StatusFields::fieldClicked, this, [this](int field) {
+        Kiln::Workspace *workspace = deck->currentWorkspace();
+        if (field == encodingField && workspace)
+            workspace->statusClicked();
+    });
+    connect(desk.get(), &FileDesk::message, status,
+            [this](const QString &text) { status->tell(text); });
+}
+
+// A project keeps what held when it was opened.
+void HostBase::Private::applySettings()
+{
+    theme.apply();
+    const QList<Kiln::Project *> projects = session.projects();
+    for (const char *key : {"parseCode", "modelCode", "highlightCode"}) {
+        for (Kiln::Project *project : projects)
+            project->setOption(QLatin1String(key), settings.value(QLatin1String(key)), false);
+    }
+    rehighlight();
+}
+
+// The views let go of the documents, because whether they have rows at all is a setting too.
+void HostBase::Private::rehighlight()
+{
+    Kiln::FileEditor *editor = deck->currentFileEditor();
+    Kiln::ProjectFile *shown = deck->currentFile();
+    if (editor)
+        editor->setCurrentFile(nullptr);
+    deck->reconfig();
+    const QList<Kiln::ProjectFile *> files = session.files();
+    for (Kiln::ProjectFile *file : files) {
+        if (auto *document = dynamic_cast<Kiln::CodeDocument *>(file))
+            document->rehighlight();
+    }
+    if (editor)
+        editor->setCurrentFile(shown);
+}
+
+void HostBase::Private::showProject()
+{
+    const QList<Kiln::Project *> projects = session.projects();
+    for (const Kiln::Project *project : projects)
+        messages.addList(project->messages());
+    const Kiln::Project *first = session.currentProject();
+    if (Kiln::ProjectFile *definition =
+            first ? first->file(Kiln::Project::FileID::Definition) : nullptr)
+        desk->showFile(definition);
+}
+
+bool HostBase::Private::hasType(Kiln::Project::FileID::Type type) const
+{
+    for (Kiln::EnginePlugin *plugin : engines.plugins()) {
+        if (type == Kiln::Project::FileID::Definition ||
+            plugin->engine().singleFileFilters().contains(int(type)))
+            return true;
+    }
+    return false;
+}
+
+HostBase::HostBase(QMainWindow *window, const Paths &paths)
+    : d(std::make_unique<Private>(window, paths))
+{
+    Kiln::setGlobalInterface(this);
+}
+
+// Files are destroyed before the views on them, editors before the interface that they hold.
+HostBase::~HostBase()
+{
+    d->session.close();
+    d->desk.reset();
+    d->deck.reset();
+    Kiln::setGlobalInterface(nullptr);
+}
+
+const Paths &HostBase::paths() const
+{
+    return d->paths;
+}
+
+Settings &HostBase::settings() const
+{
+    return d->settings;
+}
+
+Theme &HostBase::theme() const
+{
+    return d->theme;
+}
+
+Menus &HostBase::menus() const
+{
+    return *d->menus;
+}
+
+ActionRegistry &HostBase::actions() const
+{
+    return *d->actions;
+}
+
+StatusFields &HostBase::status() const
+{
+    return *d->status;
+}
+
+EngineLibraries &HostBase::engines() const
+{
+    return d->engines;
+}
+
+ProjectSession &HostBase::session() const
+{
+    return d->session;
+}
+
+MessageTable &HostBase::messages() const
+{
+    return d->messages;
+}
+
+EditorDeck &HostBase::deck() const
+{
+    return *d->deck;
+}
+
+FileTabs &HostBase::tabs() const
+{
+    return *d->centre->tabs;
+}
+
+FileDesk &HostBase::desk() const
+{
+    return *d->desk;
+}
+
+CodeSurface *HostBase::surface() const
+{
+    return d->surface;
+}
+
+// The types of code that the engines have share one surface.
+void HostBase::makeCodeEditors()
+{
+    using FileID = Kiln::Project::FileID;
+    struct CodeType {
+        FileID::Type type;
+        const char *name;
+        int textId;
+    };
+    static const CodeType codeTypes[] = {
+        {FileID::Definition, "definition", DefinitionText},
+        {FileID::Code, "code", CodeText},
+        {FileID::Commands, "commands", CommandText},
+        {FileID::Animations, "animations", AnimationText},
+    };
+    if (!d->surface) {
+        d->surface = d->deck->make<CodeSurface>(*this, d->engines);
+        d->deck->make<Kiln::OrganizerEditor>();
+    }
+    const int before = d->deck->editors().size();
+    for (const CodeType &code : codeTypes) {
+        if (!d->deck->editorForFile(FileID(code.type)) && d->hasType(code.type))
+            d->deck->make<CodeView>(d->surface, code.type, code.name, code.textId);
+    }
+    if (d->deck->editors().size() > before)
+        d->deck->engineSwitched(true);
+    d->menus->hideEmpty();
+}
+
+bool HostBase::openProject(const QString &directory)
+{
+    const QString path = QDir::cleanPath(QDir(directory).absolutePath());
+    if (!d->desk->confirmDiscard())
+        return false;
+    if (!d->session.open(path)) {
+        d->settings.removeRecentProject(path);
+        QStringList engines;
+        for (Kiln::EnginePlugin *plugin : d->engines.plugins())
+            engines.append(plugin->engine().displayName());
+        Kiln::showWarning(
+            d->window, QCoreApplication::translate(context, "Open project"),
+            QCoreApplication::translate(context, "There is no project of %1 in '%2'.")
+                .arg(engines.join(QStringLiteral(", ")), QDir::toNativeSeparators(path)));
+        return false;
+    }
+    d->settings.addRecentProject(path);
+    d->settings.setValue(QStringLiteral("project_path"), path);
+    return true;
+}
+
+bool HostBase::closeProject()
+{
+    if (!d->desk->confirmDiscard())
+        return false;
+    d->session.close();
+    return true;
+}
+
+QString HostBase::text(int id) const
+{
+    switch (id) {
+    case XmlErrorTitle:
+        return QCoreApplication::translate(context, "Engine configuration");
+    case XmlErrorText:
+        return QCoreApplication::translate(
+            context, "The engine configuration is malformed: %1 (line %2, column %3)");
+    case NothingFoundTitle:
+        return QCoreApplication::translate(context, "Find");
+    case DefinitionText:
+        return QCoreApplication::translate(context, "Definition");
+    case CodeText:
+        return QCoreApplication::translate(context, "Code");
+    case AnimationText:
+        return QCoreApplication::translate(context, "Animations");
+    case CommandText:
+        return QCoreApplication::translate(context, "Commands");
+    default:
+        return QString();
+    }
+}
+
+QWidget *HostBase::mainWindow() const
+{
+    return d->window;
+}
+
+QString HostBase::dataPath() const
+{
+    return d->paths.data;
+}
+
+QString HostBase::userPath() const
+{
+    return d->paths.user;
+}
+
+QString HostBase::configPath() const
+{
+    return d->paths.config;
+}
+
+Kiln::Progress *HostBase::progress(const QString &text, bool cancellable)
+{
+    return new ProgressIndicator(d->window, text, cancellable);
+}
+
+Kiln::Engine *HostBase::engine() const
+{
+    return d->engines.engine();
+}
+
+Kiln::Editor *HostBase::currentEditor() const
+{
+    return d->deck->current();
+}
+
+Kiln::FileEditor *HostBase::editorForFile(Kiln::ProjectFile *, Kiln::Project::FileID id) const
+{
+    return d->deck->editorForFile(id);
+}
+
+Kiln::Editor *HostBase::editor(const char *name) const
+{
+    return d->deck->editor(name);
+}
+
+Kiln::ExtraEditor *HostBase::currentExtraEditor() const
+{
+    return d->deck->currentSidePanel();
+}
+
+unsigned int HostBase::projectCount() const
+{
+    return unsigned(d->session.projects().size());
+}
+
+Kiln::Project *HostBase::project(unsigned int index) const
+{
+    return d->session.projects().value(int(index));
+}
+
+Kiln::Project *HostBase::currentProject() const
+{
+    return d->session.currentProject();
+}
+
+// Qt scales logical pixels itself; what is left is a display whose fonts are set larger.
+int HostBase::scaled(int pixels) const
+{
+    const int scaled = qRound(pixels * d->window->logicalDpiX() / 96.0);
+    return pixels > 0 ? qMax(1, scaled) : scaled;
+}
+
+QIcon HostBase::icon(const QString &key) const
+{
+    if (key == QLatin1String("warning"))
+        return ActionRegistry::icon(QStringLiteral("warn"));
+    if (key == QLatin1String("information"))
+        return ActionRegistry::icon(QStringLiteral("info"));
+    return ActionRegistry::icon(key);
+}
+
+QColor HostBase::colorOption(const QString &key) const
+{
+    return d->theme.color(key);
+}
+
+QColor HostBase::colorOption2(const QString &key) const
+{
+    return d->theme.color(key, true);
+}
+
+QVariant HostBase::option(const QString &key, const QVariant &fallback) const
+{
+    return d->settings.value(key, fallback);
+}
+
+// A definition without a value of its own says so with an invalid one: the setting stays.
+void HostBase::setOption(const QString &key, const QVariant &value)
+{
+    if (value.isValid())
+        d->settings.setValue(key, value);
+}
+
+void HostBase::setStatusText(int field, const QString &text)
+{
+    d->status->setField(field, text);
+}
+
+QWidget *HostBase::addControl(const QString &key, const Kiln::Control &control)
+{
+    return d->panels->add(key, control);
+}
+
+QWidget *HostBase::control(const QString &key) const
+{
+    return d->panels->control(key);
+}
+
+QMenu *HostBase::menu(const char *name) const
+{
+    return d->menus->menu(QLatin1String(name));
+}
+
+QAction *HostBase::addAction(QWidget *container,
+                             const QString &key,
+                             Kiln::Translator *translator,
+                             int textId,
+                             bool checkable,
+                             QObject *receiver,
+                             const char *slot,
+                             const char *enabler,
+                             const char *checker)
+{
+    return d->actions->add(
+        {container, key, translator, textId, checkable, receiver, slot, enabler, checker});
+}
+
+QAction *HostBase::actionByKey(const char *key) const
+{
+    return d->actions->action(QLatin1String(key));
+}
+
+QAction *HostBase::editorAction(const QString &key, Kiln::Translator *translator, int textId)
+{
+    ActionRequest request;
+    request.container = d->menus->menu(QStringLiteral("editors"));
+    request.key = key;
+    request.translator = translator;
+    request.textId = textId;
+    request.checkable = true;
+    return d->actions->add(request);
+}
+
+Kiln::ExtraEditor *HostBase::extraEditor(int index) const
+{
+    return d->deck->sidePanel(index);
+}
+
+void HostBase::refreshEditors()
+{
+    Kiln::FileEditor *editor = d->deck->currentFileEditor();
+    if (!editor)
+        return;
+    Kiln::ProjectFile *file = editor->currentFile();
+    editor->setCurrentFile(nullptr);
+    editor->setCurrentFile(file);
+}
+
+void HostBase::switchTo(Kiln::Editor *editor)
+{
+    d->deck->switchTo(editor);
+}
+
+void HostBase::setExtraEditor(Kiln::ExtraEditor *editor)
+{
+    d->deck->showSidePanel(editor);
+}
+
+void HostBase::setEditorWidget(QWidget *widget)
+{
+    d->deck->showWidget(widget);
+}
+
+} // namespace HostKit

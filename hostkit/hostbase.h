@@ -1,0 +1,142 @@
+#pragma once
+
+#include <memory>
+
+#include <hostkit/export.h>
+#include <hostkit/paths.h>
+#include <kilnx/project/interface.h>
+
+class QMainWindow;
+
+namespace HostKit
+{
+
+class ActionRegistry;
+class CodeSurface;
+class EditorDeck;
+class EngineLibraries;
+class FileDesk;
+class FileTabs;
+class Menus;
+class MessageTable;
+class ProjectSession;
+class Settings;
+class StatusFields;
+class Theme;
+
+/// A host on a main window: the whole Kiln::Interface, answered from parts that every host needs.
+///
+/// The constructor makes all parts, puts them into the window and installs the host, so that
+/// engines, workspaces and editors may come next, in this order:
+///
+///     QMainWindow window;
+///     HostKit::HostBase host(&window, HostKit::Paths::standard());
+///     if (!host.engines().load(library, &fault))
+///         return tell(fault);
+///     host.makeCodeEditors();
+///     host.openProject(directory);
+///     window.show();
+///
+/// The window gets menus, a status bar and, as its central widget, the files' tabs, the controls of
+/// the current editor, and the editor itself; more is the host's own. Derive from HostBase to
+/// answer an operation otherwise. Whatever an editor asks for by the interface finds its place by
+/// itself: a new editor needs EditorDeck::make() and nothing else.
+///
+/// The window must outlive the host. The destructor closes the project without questions, destroys
+/// editors and workspaces, and takes the host away again.
+class HOSTKIT_EXPORT HostBase : public Kiln::Interface
+{
+public:
+    /// Numbers of the host's own texts: those that the library reads, and the names of code
+    /// editors.
+    enum TextId {
+        XmlErrorTitle = 0,
+        XmlErrorText = 1,
+        NothingFoundTitle = 8,
+        DefinitionText = 100,
+        CodeText,
+        AnimationText,
+        CommandText
+    };
+
+    HostBase(QMainWindow *window, const Paths &paths);
+    ~HostBase() override;
+    HostBase(const HostBase &) = delete;
+    HostBase &operator=(const HostBase &) = delete;
+
+    // The parts, all there from the constructor on, owned by the host.
+    const Paths &paths() const;
+    Settings &settings() const;
+    Theme &theme() const;
+    Menus &menus() const;
+    ActionRegistry &actions() const;
+    StatusFields &status() const;
+    EngineLibraries &engines() const;
+    ProjectSession &session() const;
+    MessageTable &messages() const;
+    EditorDeck &deck() const;
+    FileTabs &tabs() const;
+    FileDesk &desk() const;
+    /// The view that code editors share; null before makeCodeEditors().
+    CodeSurface *surface() const;
+
+    /// Makes the code view, the organizer, and an editor for each type of code file that one of the
+    /// engines has and no editor handles yet. Call it when engines have been loaded.
+    void makeCodeEditors();
+
+    /// Opens a project in place of the present one, after questions about changes, shows its first
+    /// definition and notes the directory among the recent ones. False if the user says no, or
+    /// after a message if no engine knows a project in `directory`.
+    bool openProject(const QString &directory);
+
+    /// Asks about changes, then closes the project; false if the user says no.
+    bool closeProject();
+
+    QString text(int id) const override;
+    QWidget *mainWindow() const override;
+    QString dataPath() const override;
+    QString userPath() const override;
+    QString configPath() const override;
+    Kiln::Progress *progress(const QString &text, bool cancellable) override;
+    Kiln::Engine *engine() const override;
+    Kiln::Editor *currentEditor() const override;
+    Kiln::FileEditor *editorForFile(Kiln::ProjectFile *file,
+                                    Kiln::Project::FileID id) const override;
+    Kiln::Editor *editor(const char *name) const override;
+    Kiln::ExtraEditor *currentExtraEditor() const override;
+    unsigned int projectCount() const override;
+    Kiln::Project *project(unsigned int index) const override;
+    Kiln::Project *currentProject() const override;
+    int scaled(int pixels) const override;
+    QIcon icon(const QString &key) const override;
+    QColor colorOption(const QString &key) const override;
+    QColor colorOption2(const QString &key) const override;
+    QVariant option(const QString &key, const QVariant &fallback) const override;
+    void setOption(const QString &key, const QVariant &value) override;
+    void setStatusText(int field, const QString &text) override;
+    QWidget *addControl(const QString &key, const Kiln::Control &control) override;
+    QWidget *control(const QString &key) const override;
+    QMenu *menu(const char *name) const override;
+    QAction *addAction(QWidget *container,
+                       const QString &key,
+                       Kiln::Translator *translator,
+                       int textId,
+                       bool checkable,
+                       QObject *receiver,
+                       const char *slot,
+                       const char *enabler = nullptr,
+                       const char *checker = nullptr) override;
+    QAction *actionByKey(const char *key) const override;
+    QAction *editorAction(const QString &key, Kiln::Translator *translator, int textId) override;
+    Kiln::ExtraEditor *extraEditor(int index) const override;
+    void refreshEditors() override;
+    void switchTo(Kiln::Editor *editor) override;
+    void setExtraEditor(Kiln::ExtraEditor *editor) override;
+    void setEditorWidget(QWidget *widget) override;
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+
+} // namespace HostKit

@@ -1,0 +1,48 @@
+#include <hostkit/menus.h>
+
+#include <QMenu>
+#include <QMenuBar>
+
+namespace HostKit
+{
+
+Menus::Menus(QMenuBar *bar)
+    : QObject(bar)
+    , m_bar(bar)
+{
+    add("file", tr("&File"));
+    add("edit", tr("&Edit"));
+    add("view", tr("&View"));
+    add("project", tr("&Project"));
+    add("tools", tr("&Tools"));
+    add("help", tr("&Help"));
+}
+
+QMenu *Menus::menu(const QString &name)
+{
+    if (QMenu *known = m_menus.value(name))
+        return known;
+    QString title = name;
+    title.replace(QLatin1Char('_'), QLatin1Char(' '));
+    if (!title.isEmpty())
+        title[0] = title[0].toUpper();
+    return add(name, title, m_menus.value(QStringLiteral("tools")));
+}
+
+void Menus::hideEmpty()
+{
+    for (QMenu *menu : qAsConst(m_menus))
+        menu->menuAction()->setVisible(!menu->isEmpty());
+}
+
+QMenu *Menus::add(const QString &name, const QString &title, QMenu *before)
+{
+    auto *menu = new QMenu(title, m_bar);
+    menu->setObjectName(QStringLiteral("menu_") + name);
+    menu->setToolTipsVisible(true);
+    m_bar->insertMenu(before ? before->menuAction() : nullptr, menu);
+    m_menus.insert(name, menu);
+    return menu;
+}
+
+} // namespace HostKit

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QtCore/QMap>
+#include <QtCore/QObject>
+#include <hostkit/export.h>
+
+class QMenu;
+class QMenuBar;
+
+namespace HostKit
+{
+
+/// The menus of the window by name. A name that nobody asked for before makes a new menu, so an
+/// editor that comes later brings its own without a change here.
+class HOSTKIT_EXPORT Menus : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Makes the menus that every host has: "file", "edit", "view", "project", "tools",
+    /// "help". New ones are put before "tools".
+    explicit Menus(QMenuBar *bar);
+
+    QMenu *menu(const QString &name);
+
+    /// Hides the menus that have nothing to show.
+    void hideEmpty();
+
+private:
+    QMenu *add(const QString &name, const QString &title, QMenu *before = nullptr);
+
+    QMenuBar *m_bar;
+    QMap<QString, QMenu *> m_menus;
+};
+
+} // namespace HostKit

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QtCore/QString>
+
+#include <hostkit/export.h>
+
+namespace HostKit
+{
+
+/// Where a host's own files are, each a directory without a closing "/" but for the last.
+struct HOSTKIT_EXPORT Paths {
+    QString data;     ///< delivered with the application
+    QString user;     ///< the user's data
+    QString config;   ///< the settings and the engine configuration
+    QString settings; ///< the INI file; empty: nothing is kept
+
+    /// The platform's places for the running application; its name names the INI file.
+    static Paths standard();
+    /// Everything below one directory.
+    static Paths below(const QString &directory);
+};
+
+} // namespace HostKit

@@ -1,0 +1,73 @@
+#include <hostkit/statusfields.h>
+
+#include <hostkit/widgets.h>
+
+#include <QToolButton>
+
+namespace HostKit
+{
+
+namespace
+{
+const int maximumField = 15;
+const int tellMs = 5000;
+} // namespace
+
+StatusFields::StatusFields(QWidget *parent)
+    : QStatusBar(parent)
+    , m_counts(named(new QToolButton(this), "status_messages", tr("Messages of the project")))
+{
+    named(this, "status_bar", tr("Status"));
+    m_counts->setAutoRaise(true);
+    m_counts->setToolTip(tr("Show the messages of the whole project"));
+    m_counts->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    addPermanentWidget(m_counts);
+    connect(m_counts, &QToolButton::clicked, this, &StatusFields::messagesClicked);
+    setMessageCounts(0, 0);
+}
+
+void StatusFields::setField(int field, const QString &text)
+{
+    if (field < 0 || field > maximumField)
+        return;
+    QToolButton *button = fieldButton(field);
+    button->setText(text);
+    button->setVisible(!text.isEmpty());
+}
+
+QString StatusFields::field(int field) const
+{
+    return field >= 0 && field < m_fields.size() ? m_fields[field]->text() : QString();
+}
+
+void StatusFields::setMessageCounts(int errors, int warnings)
+{
+    const QString errorText = errors == 1 ? tr("1 error") : tr("%1 errors").arg(errors);
+    const QString warningText = warnings == 1 ? tr("1 warning") : tr("%1 warnings").arg(warnings);
+    m_counts->setText(errorText + QLatin1String(", ") + warningText);
+    const char *icon = errors ? "error" : warnings ? "warn" : "info";
+    m_counts->setIcon(QIcon(QStringLiteral(":/kiln_icons/icons/%1.png").arg(QLatin1String(icon))));
+}
+
+void StatusFields::tell(const QString &text)
+{
+    showMessage(text, tellMs);
+}
+
+QToolButton *StatusFields::fieldButton(int field)
+{
+    while (m_fields.size() <= field) {
+        const int number = m_fields.size();
+        auto *button = named(new QToolButton(this), "");
+        button->setObjectName(QStringLiteral("status_field_%1").arg(number));
+        button->setAutoRaise(true);
+        button->hide();
+        insertPermanentWidget(number, button);
+        connect(button, &QToolButton::clicked, this,
+                [this, number] { Q_EMIT fieldClicked(number); });
+        m_fields.append(button);
+    }
+    return m_fields[field];
+}
+
+} // namespace HostKit

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QtCore/QVector>
+#include <QtWidgets/QStatusBar>
+#include <hostkit/export.h>
+
+class QToolButton;
+
+namespace HostKit
+{
+
+/// The status bar: fields that editors fill by number, and the count of messages at the right.
+///
+/// Field 0 is the place in the text, field 1 the errors of the file, field 2 its encoding, which
+/// is a button. Higher numbers get a field when they are first used.
+class HOSTKIT_EXPORT StatusFields : public QStatusBar
+{
+    Q_OBJECT
+
+public:
+    explicit StatusFields(QWidget *parent = nullptr);
+
+    /// An empty text hides the field. A negative number, or one above 15, is ignored.
+    void setField(int field, const QString &text);
+    QString field(int field) const;
+
+    void setMessageCounts(int errors, int warnings);
+
+    /// Shows a line at the left for some seconds.
+    void tell(const QString &text);
+
+Q_SIGNALS:
+    /// The user pressed a field.
+    void fieldClicked(int field);
+    /// The user pressed the message counts.
+    void messagesClicked();
+
+private:
+    QToolButton *fieldButton(int field);
+
+    QVector<QToolButton *> m_fields;
+    QToolButton *m_counts;
+};
+
+} // namespace HostKit
