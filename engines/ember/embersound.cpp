@@ -3,8 +3,6 @@
 #include "emberpeal.h"
 #include "embersounds.h"
 
-#include <kilnx/cache/crc64.h>
-
 namespace
 {
 
@@ -32,26 +30,15 @@ void EmberSoundData::setSample(const Kiln::SoundSample &sample)
     const int frameSize = info.frameSize();
     info.samples = frameSize == 0 ? 0 : static_cast<unsigned int>(sample.data.size() / frameSize);
     const QByteArray data = sample.data.left(static_cast<int>(EmberPeal::sampleBytes(info)));
-    const auto crc = crc64(data.constData(), static_cast<unsigned int>(data.size()));
     const bool hasCoder = info.bits % 8 == 0 && info.bits <= 32 && !data.isEmpty();
-    fromData(data, hasCoder ? EmberPeal::Differences : EmberPeal::Plain, this, crc);
-    m_hasBytes = !data.isEmpty();
-}
-
-void EmberSoundData::adopt(const QByteArray &bytes, unsigned char coder, unsigned long long crc)
-{
-    m_isAdopting = true;
-    fromData(bytes, coder, this, crc);
-    m_isAdopting = false;
-    m_hasBytes = !bytes.isEmpty();
+    store(data, hasCoder ? EmberPeal::Differences : EmberPeal::Plain);
 }
 
 Kiln::StreamCacheData *EmberSoundData::copyTo(Kiln::StreamCache *target) const
 {
     auto *copy = new EmberSoundData(target);
     copy->info = info;
-    copy->adopt(toData(true), filter(), crc());
-    copy->m_hasBytes = m_hasBytes; // what is lost here is lost there
+    copy->adopt(*this);
     return copy;
 }
 

@@ -1,26 +1,21 @@
 #pragma once
 
+#include "emberlist.h"
 #include "emberpeal.h"
 #include "embersound.h"
-
-#include <QList>
-#include <QUndoStack>
-
-class QIODevice;
 
 /// A sound file of Ember (".peal", see emberpeal.h): the pattern for a container of binary items.
 ///
 /// The sounds lie encoded in a store; opening decodes none, and saving writes them as they lie.
 /// Every change is a step of undo, which keeps the old item in the store and nothing twice. Made
 /// with `new`; release() ends it.
-class EMBER_EXPORT EmberSounds : public Kiln::Sounds
+class EMBER_EXPORT EmberSounds : public EmberList<Kiln::Sounds, EmberSound>
 {
     Q_OBJECT
 
 public:
     static constexpr const char *suffix = "peal";
-    /// The file counts its bytes in 32 bits.
-    static constexpr quint32 largestFile = 0xFFFFFFFF;
+    static constexpr quint32 largestFile = EmberPack::largestFile;
 
     /// `store` is Memory, Disk, or Default for the one that the host's option "cache_type" names.
     /// Sounds of more than `limit` encoded bytes are not saved.
@@ -28,7 +23,6 @@ public:
                          quint32 limit = largestFile);
 
     // The list.
-    int rowCount(const QModelIndex &parent = {}) const override;
     /// The identifier, and as a tool tip the format.
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
     unsigned int itemCount() const override;
@@ -36,11 +30,6 @@ public:
     EmberSound *insert(unsigned int position,
                        const QVariant &identifier,
                        const Kiln::SoundSample &sample) override;
-    void remove(unsigned int index) override;
-    void move(unsigned int from, unsigned int to) override;
-    /// By identifier, without regard to letter case; equal ones keep their order.
-    void autoOrganize() override;
-    void rename(EmberSound &sound, const QString &identifier);
     void changeSample(EmberSound &sound, const Kiln::SoundSample &sample);
 
     // The file. Both show a message when they fail. A failed load leaves the sounds as they were;
@@ -54,8 +43,6 @@ public:
     void reset() override;
     void release() override;
 
-    void beginChange() override;
-    void endChange() override;
     void undo() override;
     void redo() override;
 
@@ -64,32 +51,15 @@ protected:
     const char *fileExtension() const override;
 
 private:
-    class InsertCommand;
-    class MoveCommand;
-    class OrderCommand;
-    class RenameCommand;
     class SampleCommand;
 
-    void push(QUndoCommand *command);
-    void put(int row, EmberSound *sound);
-    EmberSound *take(int row);
-    void moveRow(int from, int to);
-    void setOrder(const QList<EmberSound *> &order);
-    void rowChanged(EmberSound *sound);
-    int rowOf(const EmberSound *sound);
     void replaceAll(const QList<EmberSound *> &sounds);
     QString readSounds(QIODevice *device,
                        const QVector<EmberPeal::Entry> &entries,
                        QList<EmberSound *> &sounds);
     void tellWhatIsOutside(const QVector<EmberPeal::Entry> &entries);
-    QString layOut(const QString &name, QVector<EmberPeal::Entry> &entries) const;
-    bool writeSounds(QIODevice *device, const QVector<EmberPeal::Entry> &entries) const;
 
-    QList<EmberSound *> m_sounds;
-    QUndoStack m_history;
+    EmberHistory m_history;
     QString m_fileName;
-    int m_changeDepth = 0;
-    bool m_groupOpen = false;
-    int m_lastRow = 0;
     const quint32 m_limit;
 };

@@ -405,7 +405,7 @@ void TestEmberSounds::randomDamage()
 void TestEmberSounds::soundsOutsideOfTheFile()
 {
     EmberPeal::Entry whole;
-    whole.offset = EmberPeal::headSize;
+    whole.offset = EmberPack::headSize;
     whole.size = 6;
     whole.info = makeSample(1, 8, 6, 1);
     whole.name = QStringLiteral("whole");
@@ -416,7 +416,8 @@ void TestEmberSounds::soundsOutsideOfTheFile()
     EmberPeal::Entry inHead = whole;
     inHead.offset = 0;
     const QByteArray bytes =
-        EmberPeal::head(4) + "sounds" + EmberPeal::index({whole, beyond, overlapping, inHead}, 18);
+        EmberPack::head(EmberPeal::magic, 4) + "sounds" +
+        EmberPack::index<Kiln::SampleInfo>({whole, beyond, overlapping, inHead}, 18);
     const SoundsPointer sounds(new EmberSounds);
     QVERIFY(load(*sounds, bytes));
     QCOMPARE(sounds->itemCount(), 4u);
@@ -430,7 +431,7 @@ void TestEmberSounds::soundsOutsideOfTheFile()
 void TestEmberSounds::soundsThatCannotBeDecoded()
 {
     EmberPeal::Entry entry;
-    entry.offset = EmberPeal::headSize;
+    entry.offset = EmberPack::headSize;
     entry.coder = EmberPeal::Differences;
     entry.info = makeSample(1, 16, 4, 1);
     QByteArray huge = qCompress(QByteArray("12345678"));
@@ -438,10 +439,10 @@ void TestEmberSounds::soundsThatCannotBeDecoded()
     const QByteArray bodies[] = {"not compressed", "", qCompress(QByteArray("123")), huge};
     for (const QByteArray &body : bodies) {
         entry.size = static_cast<quint32>(body.size());
-        const QByteArray index =
-            EmberPeal::index({entry}, static_cast<quint32>(EmberPeal::headSize + body.size()));
+        const QByteArray index = EmberPack::index<Kiln::SampleInfo>(
+            {entry}, static_cast<quint32>(EmberPack::headSize + body.size()));
         const SoundsPointer sounds(new EmberSounds);
-        QVERIFY(load(*sounds, EmberPeal::head(1) + body + index));
+        QVERIFY(load(*sounds, EmberPack::head(EmberPeal::magic, 1) + body + index));
         QVERIFY(sounds->itemAt(0)->sample().data.isEmpty());
         // What cannot be read is not lost on saving, and not by copying.
         QCOMPARE(sounds->itemAt(0)->data()->toData(true), body);
