@@ -21,6 +21,18 @@ Line lineOf(const CodeNode *node)
     return Line::read(node->block().text());
 }
 
+/// Whether `node` is still the node of its line when what a bracket has edited so far is parsed. If
+/// not, it is gone. From then on, only the caller's own edits are left to parse.
+bool staysWhenCaughtUp(CodeNode *node)
+{
+    Kiln::CodeDocument *document = node->document();
+    if (!document)
+        return false;
+    const QTextBlock line = node->block();
+    document->catchUp();
+    return document->nodeInBlock(line) == node;
+}
+
 /// Rewrites the code of a node's line; indent and comment stay.
 void rewrite(const CodeNode *node, const QString &code)
 {
@@ -195,36 +207,41 @@ ContactBoxCode *EmberBoxes::at(unsigned int index) const
 
 ContactBoxCode *EmberBoxes::add(const QRect &rect)
 {
-    const int countBefore = boxes().size();
-    append({rect});
-    const QVector<EmberBox *> after = boxes();
-    return after.size() > countBefore ? after.last() : nullptr;
+    Kiln::CodeDocument *document = m_frame->document();
+    const BoxType type = m_type;
+    const int line = staysWhenCaughtUp(m_frame) ? append({rect}) : -1;
+    CodeNode *node = line < 0 ? nullptr : document->nodeInBlock(document->findBlockByNumber(line));
+    auto *box = dynamic_cast<EmberBox *>(node);
+    return box && box->boxType() == type ? box : nullptr;
 }
 
-/// In one edit: below the last box of the kind, or directly above the frame.
-void EmberBoxes::append(const QVector<QRect> &rects)
+/// In one edit: below the last box of the kind, or directly above the frame. Returns the first new
+/// line, -1 if there is none.
+int EmberBoxes::append(const QVector<QRect> &rects)
 {
     Kiln::CodeDocument *document = m_frame->document();
     if (!document || rects.isEmpty())
-        return;
+        return -1;
     const QString start = indentOf(m_frame) + boxWord(m_type) + QLatin1String(": ");
     QStringList lines;
     for (const QRect &rect : rects)
         lines.append(start + boxText(sayable(rect)));
     const QString text = lines.join(QLatin1Char('\n'));
     const QVector<EmberBox *> before = boxes();
+    const int line = before.isEmpty() ? m_frame->lineNo() : before.last()->lineNo() + 1;
     if (before.isEmpty())
         document->insertBefore(m_frame, text, true);
     else
         document->insertAfter(before.last(), text, true);
     document->catchUp();
+    return line;
 }
 
 void EmberBoxes::remove(ContactBoxCode *box)
 {
-    const int index = indexOf(box);
     Kiln::CodeDocument *document = m_frame->document();
-    if (index < 0 || !document)
+    const int index = staysWhenCaughtUp(m_frame) ? indexOf(box) : -1;
+    if (index < 0)
         return;
     boxes().at(index)->remove(false);
     document->catchUp();
@@ -233,7 +250,7 @@ void EmberBoxes::remove(ContactBoxCode *box)
 void EmberBoxes::setRects(const QVector<QRect> &rects)
 {
     Kiln::CodeDocument *document = m_frame->document();
-    if (!document)
+    if (!staysWhenCaughtUp(m_frame))
         return;
     document->beginChange();
     const QVector<EmberBox *> old = boxes();
@@ -299,7 +316,7 @@ void EmberFrame::setFlip(Flip flip)
 void EmberFrame::setLoopPoint(bool loopPoint)
 {
     Kiln::CodeDocument *text = document();
-    if (!text)
+    if (!staysWhenCaughtUp(this))
         return;
     text->beginChange();
     if (loopPoint && parent()) {
@@ -471,27 +488,29 @@ int EmberAnimation::firstLine() const
 Kiln::FrameCode *EmberAnimation::insertFrame(unsigned int index, const QString &identifier)
 {
     Kiln::CodeDocument *text = document();
-    if (!text)
+    if (!staysWhenCaughtUp(this))
         return nullptr;
     const unsigned int count = frameCount();
     const unsigned int row = std::min(index, count);
     const Kiln::FrameCode *above = frameAt(row > 0 ? row - 1 : 0);
-    Line line = above ? lineOf(above) : Line::read(QStringLiteral("frame:"));
-    line = Line::read(line.withSubject(nameText(identifier)));
+    Line code = above ? lineOf(above) : Line::read(QStringLiteral("frame:"));
+    code = Line::read(code.withSubject(nameText(identifier)));
     const QString indent = above ? indentOf(above) : QStringLiteral("    ");
-    const QString frame = indent + line.withClause(QStringLiteral("loop"), QString());
+    const QString frame = indent + code.withClause(QStringLiteral("loop"), QString());
+    const CodeNode *place = above ? static_cast<const CodeNode *>(above) : this;
+    const int line = row < count ? frameAt(row)->firstLine() : place->lineNo() + 1;
     if (row < count)
         text->insertBefore(frameAt(row), frame, false);
     else
-        text->insertAfter(above ? static_cast<const CodeNode *>(above) : this, frame, true);
+        text->insertAfter(place, frame, true);
     text->catchUp();
-    return frameCount() > count ? frameAt(row) : nullptr;
+    return dynamic_cast<EmberFrame *>(text->nodeInBlock(text->findBlockByNumber(line)));
 }
 
 int EmberAnimation::optimize()
 {
     Kiln::CodeDocument *text = document();
-    if (!text)
+    if (!staysWhenCaughtUp(this))
         return 0;
     const int countBefore = text->blockCount();
     text->beginChange();

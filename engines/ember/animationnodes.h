@@ -48,7 +48,7 @@ public:
     void setRects(const QVector<QRect> &rects) override;
 
 private:
-    void append(const QVector<QRect> &rects);
+    int append(const QVector<QRect> &rects);
     QVector<EmberBox *> boxes() const;
 
     EmberFrame *m_frame;

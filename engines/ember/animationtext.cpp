@@ -34,9 +34,8 @@ Range trimmed(const QString &text, Range range)
 class Reader
 {
 public:
-    Reader(const Line &line, QVector<Fault> *faults)
-        : m_line(line)
-        , m_faults(faults)
+    explicit Reader(QVector<Fault> *faults)
+        : m_faults(faults)
     {
     }
 
@@ -55,12 +54,14 @@ public:
     bool isFirst(const Clause &clause, const QStringList &words)
     {
         const bool known = words.contains(clause.word);
-        const Clause *first = m_line.clause(clause.word);
+        const bool repeated = m_known.contains(clause.word);
         if (!known)
             fault(translated("There is no '%1' here").arg(clause.word), clause.range);
-        else if (first != &clause)
+        else if (repeated)
             fault(translated("'%1' is given twice").arg(clause.word), clause.range);
-        return known && first == &clause;
+        else
+            m_known.append(clause.word);
+        return known && !repeated;
     }
 
     /// One or two numbers; `numbers` stays as it is if they cannot be read.
@@ -147,8 +148,8 @@ private:
         faultIn(clause, "'h', 'v', 'hv' or 'none'");
     }
 
-    const Line &m_line;
     QVector<Fault> *m_faults;
+    QStringList m_known; ///< the known words that were there
 };
 
 QString numberText(qreal number)
@@ -276,7 +277,7 @@ AnimationValues readAnimation(const Line &line, QVector<Fault> *faults)
 {
     static const QStringList words{QStringLiteral("title"), QStringLiteral("layer"),
                                    QStringLiteral("once")};
-    Reader reader(line, faults);
+    Reader reader(faults);
     AnimationValues values;
     values.identifier = line.subject;
     if (line.subject.isEmpty())
@@ -303,7 +304,7 @@ FrameValues readFrame(const Line &line, QVector<Fault> *faults)
     static const QStringList words{QStringLiteral("at"),    QStringLiteral("for"),
                                    QStringLiteral("scale"), QStringLiteral("angle"),
                                    QStringLiteral("flip"),  QStringLiteral("loop")};
-    Reader reader(line, faults);
+    Reader reader(faults);
     FrameValues values;
     values.identifier = line.subject;
     for (const Clause &clause : line.clauses) {
@@ -315,7 +316,7 @@ FrameValues readFrame(const Line &line, QVector<Fault> *faults)
 
 QRect readBox(const Line &line, QVector<Fault> *faults)
 {
-    Reader reader(line, faults);
+    Reader reader(faults);
     QVector<int> edges;
     if (!Reader::ints(line.subject, QLatin1Char(','), 4, edges)) {
         const bool isEmpty = line.subject.isEmpty();

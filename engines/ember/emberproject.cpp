@@ -210,13 +210,21 @@ void EmberProject::checkFiles()
     if (!m_missing || fileName().isEmpty())
         return;
     QStringList missing;
+    QSet<QString> readable;
+    const auto canRead = [this](const QString &name) {
+        QIODevice *file = archive().openFile(name, QIODevice::ReadOnly);
+        archive().closeFile(file);
+        return file != nullptr;
+    };
     eachFileEntry(definition(), [&](const EmberValue *entry) {
         const QString path = entry->rawValue().toString();
-        QIODevice *file = archive().openFile(fullName(path), QIODevice::ReadOnly);
-        archive().closeFile(file);
-        if (!file)
+        const QString name = fullName(path);
+        if (m_readable.contains(name) || canRead(name))
+            readable.insert(name);
+        else
             missing.append(QString::number(entry->firstLine()) + QLatin1Char(':') + path);
     });
+    m_readable = readable;
     if (missing == m_missingFiles)
         return;
     m_missingFiles = missing;

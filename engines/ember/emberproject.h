@@ -4,6 +4,8 @@
 
 #include <kilnx/project/project.h>
 
+#include <QSet>
+
 #include <memory>
 
 namespace Kiln
@@ -61,4 +63,6 @@ private:
 
     std::unique_ptr<Kiln::SimpleMessages> m_missing;
     QStringList m_missingFiles;
+    /// Named files that could be read: they are not opened again at each key.
+    QSet<QString> m_readable;
 };

@@ -48,6 +48,9 @@ struct CodeBlockRecord {
     /// See CodeDocumentPrivate::originalLineOf(), from 1 on; 0 for none.
     int originalLine = 0;
     bool isParsedNow = false;
+    /// The last parse set formats.
+    bool isPainted = false;
+    bool isFoldingKnown = false;
 
     static void *operator new(std::size_t size);
     static void operator delete(void *record);
@@ -175,8 +178,11 @@ private:
     bool isUnchanged(const CodeBlockRecord *line, const QString &text) const;
     CodeBlockRecord::Parsed present(const QString &text) const;
     void keepFormats();
-    void updateFoldingIndent();
-    unsigned int plainIndent(int above, unsigned int indent) const;
+    void setFoldingKind(CodeBlockRecord *line, int kind);
+    void noteFolding(bool isHead);
+    void updateFoldingAround();
+    void updateFoldingIndent(CodeBlockRecord *line) const;
+    unsigned int plainIndent(const QTextBlock &line, int above, unsigned int indent) const;
 
     MessagePlace messagePlace;
     mutable MessagePlace readPlace;
@@ -189,5 +195,9 @@ private:
     /// none.
     int firstVisited = -1;
     int lastVisited = -1;
+    /// Since the last update, a line came, went or changed its folding kind; one of them is or was
+    /// a head.
+    bool isFoldingTouched = false;
+    bool isHeadTouched = false;
 };
 } // namespace Kiln

@@ -343,6 +343,8 @@ void CodeDocument::replace(const QList<SearchResult> &results, const QString &te
     if (results.isEmpty())
         return;
     beginChange();
+    const bool isWithin = d->changeDepth > 1;
+    QTextBlock below;
     for (int i = results.size() - 1; i >= 0; --i) {
         const SearchResult &result = results.at(i);
         const QTextBlock block = findBlockByNumber(int(result.line));
@@ -352,7 +354,12 @@ void CodeDocument::replace(const QList<SearchResult> &results, const QString &te
         QTextCursor cursor = d->cursor;
         cursor.setPosition(int(start));
         cursor.setPosition(int(start) + int(result.length), QTextCursor::KeepAnchor);
+        if (i + 1 == results.size() || results.at(i + 1).line != result.line)
+            below = findBlock(cursor.selectionEnd()).next();
         cursor.insertText(withCaptures(text, result.captured));
+        // Once for a line, however many matches it had.
+        if (isWithin && (i == 0 || results.at(i - 1).line != result.line))
+            d->parseInBracket(findBlockByNumber(int(result.line)), below);
     }
     endChange();
 }

@@ -2,6 +2,7 @@
 #include <kilnx/code/codelayout_p.h>
 #include <kilnx/code/groupcode.h>
 #include <kilnx/code/noderows_p.h>
+#include <utility>
 
 namespace Kiln
 {
@@ -56,6 +57,7 @@ void CodeDocumentPrivate::tellOfVisit()
 {
     if (firstVisited < 0)
         return;
+    updateFoldingAround();
     const QTextBlock first = document->findBlock(firstVisited);
     const QTextBlock last = document->findBlock(lastVisited);
     firstVisited = lastVisited = -1;
@@ -202,13 +204,14 @@ void CodeDocumentPrivate::highlightBlock(const QString &text)
     if (isUnchanged(data->d.get(), text)) {
         keepFormats();
         setCurrentBlockState(data->d->state);
-        updateFoldingIndent();
+        updateFoldingIndent(data->d.get());
         current = nullptr;
         return;
     }
     beginUpdate();
     dropMessages(data);
     data->d->parenthesis.resize(0);
+    data->d->isPainted = false;
     CodeNode *const replaced = parseLine(data, text, isHighlighting() ? this : nullptr);
     data->d->state = blockState(data->d->node);
     setCurrentBlockState(data->d->state);
@@ -217,9 +220,10 @@ void CodeDocumentPrivate::highlightBlock(const QString &text)
     if (replaced)
         replaced->release();
     data->d->parsedAs = present(text);
-    data->d->isParsedNow = true;
-    data->d->foldingKind = document->foldingKind(text);
-    updateFoldingIndent();
+    // Text under composition brings formats of its own, which go with it.
+    data->d->isParsedNow = currentBlock().layout()->preeditAreaText().isEmpty();
+    setFoldingKind(data->d.get(), document->foldingKind(text));
+    updateFoldingIndent(data->d.get());
     current = nullptr;
     document->blockHighlighted();
 }
@@ -236,7 +240,11 @@ void CodeDocumentPrivate::parseAll()
 /// last parse would come out as they are.
 bool CodeDocumentPrivate::isUnchanged(const CodeBlockRecord *line, const QString &text) const
 {
-    return line->isParsedNow && !parsingAll && line->parsedAs == present(text);
+    const QTextLayout *const layout = currentBlock().layout();
+    // An input method takes the formats of the line that it composes in.
+    const bool areFormatsLost = line->isPainted && layout->formats().isEmpty();
+    return line->isParsedNow && !parsingAll && !areFormatsLost &&
+           layout->preeditAreaText().isEmpty() && line->parsedAs == present(text);
 }
 
 CodeBlockRecord::Parsed CodeDocumentPrivate::present(const QString &text) const
@@ -277,9 +285,63 @@ int CodeDocumentPrivate::blockState(const CodeNode *node) const
     return state;
 }
 
-void CodeDocumentPrivate::updateFoldingIndent()
+void CodeDocumentPrivate::setFoldingKind(CodeBlockRecord *line, int kind)
 {
-    CodeBlockRecord *const line = current->d.get();
+    const bool isHead = kindIn(kind) == HeadLine || kindIn(line->foldingKind) == HeadLine;
+    if (line->foldingKind != kind || !line->isFoldingKnown)
+        noteFolding(isHead);
+    line->foldingKind = kind;
+    line->isFoldingKnown = true;
+}
+
+void CodeDocumentPrivate::noteFolding(bool isHead)
+{
+    isFoldingTouched = true;
+    isHeadTouched = isHeadTouched || isHead;
+}
+
+/// Brings the lines in step that no parse visits but whose indent hangs on the lines of the last
+/// visit: plain lines right above, which look at what follows them, and those below up to the first
+/// that comes out as it was. Where a head came or went, that is at the next head, as plain lines
+/// look up to it.
+void CodeDocumentPrivate::updateFoldingAround()
+{
+    const bool untilHead = std::exchange(isHeadTouched, false);
+    if (!std::exchange(isFoldingTouched, false))
+        return;
+    const auto isPlain = [](const QTextBlock &block) {
+        const CodeBlockData *const data = dataOf(block);
+        return data && kindIn(data->d->foldingKind) == PlainLine;
+    };
+    const auto update = [this](const QTextBlock &block) {
+        CodeBlockRecord *const line = dataOf(block)->d.get();
+        const unsigned int before = line->foldingIndent;
+        updateFoldingIndent(line);
+        if (line->foldingIndent == before)
+            return false;
+        firstVisited = qMin(firstVisited, block.position());
+        lastVisited = qMax(lastVisited, block.position());
+        return true;
+    };
+    const QTextBlock first = document->findBlock(firstVisited);
+    const QTextBlock last = document->findBlock(lastVisited);
+    QTextBlock block = first;
+    while (isPlain(block.previous()))
+        block = block.previous();
+    bool hasChanged = false;
+    for (; block != first; block = block.next())
+        hasChanged = update(block) || hasChanged;
+    for (; hasChanged && block.isValid() && block != last.next(); block = block.next())
+        update(block);
+    for (block = last.next(); block.isValid() && dataOf(block); block = block.next()) {
+        const bool isHead = kindIn(dataOf(block)->d->foldingKind) == HeadLine;
+        if (!update(block) && (isHead || !untilHead))
+            return;
+    }
+}
+
+void CodeDocumentPrivate::updateFoldingIndent(CodeBlockRecord *line) const
+{
     const CodeBlockData *const aboveData = dataOf(line->block.previous());
     const int above = aboveData ? aboveData->d->foldingKind : 0;
     const unsigned int indent = aboveData ? aboveData->d->foldingIndent : 0;
@@ -296,7 +358,8 @@ void CodeDocumentPrivate::updateFoldingIndent()
         line->foldingIndent = kindIn(above) == HeadLine ? indent + 1 : indent;
         break;
     case PlainLine:
-        line->foldingIndent = kindIn(above) == PlainLine ? indent : plainIndent(above, indent);
+        line->foldingIndent =
+            kindIn(above) == PlainLine ? indent : plainIndent(line->block, above, indent);
         break;
     default:
         if (kindIn(line->foldingKind) == kindIn(above))
@@ -308,10 +371,11 @@ void CodeDocumentPrivate::updateFoldingIndent()
 }
 
 /// The indent of a plain line below a head or a body line, which the next such line decides.
-unsigned int CodeDocumentPrivate::plainIndent(int above, unsigned int indent) const
+unsigned int
+CodeDocumentPrivate::plainIndent(const QTextBlock &line, int above, unsigned int indent) const
 {
     const bool belowHead = kindIn(above) == HeadLine;
-    QTextBlock next = current->d->block.next();
+    QTextBlock next = line.next();
     int nextKind = PlainLine;
     for (; next.isValid(); next = next.next()) {
         nextKind = document->foldingKind(next.text());
@@ -326,8 +390,7 @@ unsigned int CodeDocumentPrivate::plainIndent(int above, unsigned int indent) co
         return 0;
     if (belowHead)
         return above & outermostFlag ? indent + 1 : indent;
-    for (QTextBlock block = current->d->block.previous().previous(); block.isValid();
-         block = block.previous()) {
+    for (QTextBlock block = line.previous().previous(); block.isValid(); block = block.previous()) {
         const CodeBlockData *const data = dataOf(block);
         const int kind = data ? data->d->foldingKind : document->foldingKind(block.text());
         if (kindIn(kind) == HeadLine)
@@ -356,6 +419,7 @@ void CodeDocumentPrivate::releaseNodes()
 void CodeDocumentPrivate::leaveBlock(CodeBlockData *data)
 {
     forgetSequence();
+    noteFolding(kindIn(data->d->foldingKind) == HeadLine);
     dropMessages(data);
     if (data->d->node)
         data->d->node->release();

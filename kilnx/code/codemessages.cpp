@@ -115,6 +115,7 @@ void CodeDocumentPrivate::setToken(TokenType type, int begin, int end)
     if (!current || !isTokenType(type))
         return;
     setFormat(begin, end - begin, formats().plain[type]);
+    current->d->isPainted |= begin < end;
     current->d->parsed |= type != Comment;
 }
 
@@ -123,6 +124,7 @@ void CodeDocumentPrivate::mark(int kind, TokenType type, const QString &text, in
     if (!current || !isTokenType(type))
         return;
     setFormat(begin, end - begin, formats().marked[kind][type]);
+    current->d->isPainted |= begin < end;
     current->d->parsed = true;
     pendingMessages.append({kind, begin, end, text});
 }

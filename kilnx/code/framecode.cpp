@@ -15,9 +15,11 @@ FrameCode::FrameCode(CodeNode *previous,
 }
 
 /// A frame above that has an animation tells the row at once, so that a file of one long animation
-/// does not walk back to its header for each frame.
+/// does not walk back to its header for each frame. Where no animation is above, no frame has one.
 void FrameCode::joinAnimation()
 {
+    if (!section() || section()->type() != Animation)
+        return;
     unsigned int strays = 0;
     for (CodeNode *node = previous(); node; node = node->previous()) {
         if (node->type() == Animation) {

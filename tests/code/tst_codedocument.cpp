@@ -3,6 +3,7 @@
 
 #include <QAbstractItemModelTester>
 #include <QElapsedTimer>
+#include <QPlainTextEdit>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
@@ -39,6 +40,7 @@ private slots:
     void replace_data();
     void replace();
     void tokensAndFormats();
+    void compositionKeepsColours();
     void foldingIndent_data();
     void foldingIndent();
     void linesThatWereTypedInGo();
@@ -556,6 +558,14 @@ void TestCodeDocument::replace()
     stranger.length = 7;
     document->replace({stranger, stranger}, QStringLiteral("x"));
     QCOMPARE(document->toString(), QStringLiteral("a = 1\nx"));
+    // Within a bracket the tree follows at once, on lines with one match and with several.
+    setText("[a]\nx = 1\ny = 1\n;\nx = 1, 1");
+    document->beginChange();
+    document->replace(document->search(QRegularExpression("1")), QStringLiteral("5"));
+    for (const int line : {1, 2})
+        QCOMPARE(static_cast<ValueCode *>(node(line))->rawValue().toInt(), 5);
+    QCOMPARE(static_cast<ValueCode *>(node(4))->asPoint(), QPoint(5, 5));
+    document->endChange();
 }
 
 void TestCodeDocument::tokensAndFormats()
@@ -595,6 +605,29 @@ void TestCodeDocument::tokensAndFormats()
     QCOMPARE(document->firstBlock().layout()->formats().at(0).format, green);
     CodeDocument::setSyntaxFormat(CodeParserSyntax::Name, before);
     CodeDocument::setSyntaxFormat(CodeParserSyntax::TokenType(10), green);
+}
+
+/// The line of an input method's text has its colours while it is composed and when it is given up.
+void TestCodeDocument::compositionKeepsColours()
+{
+    setText("x = 1\n! fault");
+    QPlainTextEdit view;
+    view.setDocument(document.get());
+    QTextLayout *const layout = document->lastBlock().layout();
+    const QVector<QTextLayout::FormatRange> before = layout->formats();
+    view.moveCursor(QTextCursor::End);
+    for (const QString &text : {QStringLiteral("ab"), QStringLiteral("abc"), QString()}) {
+        QTextCharFormat underlined;
+        underlined.setFontUnderline(true);
+        QInputMethodEvent event(
+            text, {{QInputMethodEvent::TextFormat, 0, text.size(), QVariant(underlined)}});
+        QCoreApplication::sendEvent(&view, &event);
+        QCOMPARE(layout->preeditAreaText(), text);
+        for (const QTextLayout::FormatRange &range : before)
+            QVERIFY2(layout->formats().contains(range), qPrintable(text));
+    }
+    QCOMPARE(layout->formats(), before);
+    QCOMPARE(document->messages()->count(Message::Error), 1u);
 }
 
 void TestCodeDocument::foldingIndent_data()

@@ -1,9 +1,10 @@
-#include <tests/code/plaincode.h>
 #include <enginetest/treedump.h>
+#include <tests/code/plaincode.h>
 
 #include <QAbstractItemModelTester>
 #include <QRandomGenerator>
 #include <QTest>
+#include <QTextLayout>
 
 namespace TreeDump = EngineTest::TreeDump;
 
@@ -169,6 +170,24 @@ private:
     QRandomGenerator m_random;
 };
 
+/// How deep each line is and what stands in it in which colours.
+QString looks(const Plain::Document &document)
+{
+    QString text;
+    for (QTextBlock line = document.begin(); line.isValid(); line = line.next()) {
+        const auto *const data = Kiln::CodeBlockData::testBlockData(line);
+        text += QStringLiteral("%1: indent %2").arg(line.blockNumber()).arg(data->foldingIndent());
+        for (const QTextLayout::FormatRange &range : line.layout()->formats())
+            text += QStringLiteral(", %1+%2 %3 %4")
+                        .arg(range.start)
+                        .arg(range.length)
+                        .arg(range.format.foreground().color().name())
+                        .arg(range.format.underlineColor().name());
+        text += QLatin1Char('\n');
+    }
+    return text;
+}
+
 } // namespace
 
 void TestCodeRandom::steps_data()
@@ -201,8 +220,8 @@ void TestCodeRandom::steps()
         Plain::DocumentPointer fresh(new Plain::Document(&parser));
         fresh->setOption(QStringLiteral("highlightCode"), highlight, false, false);
         fresh->fromString(document->toString());
-        const QString expected = TreeDump::all(*fresh);
-        const QString found = TreeDump::all(*document);
+        const QString expected = TreeDump::all(*fresh) + looks(*fresh);
+        const QString found = TreeDump::all(*document) + looks(*document);
         if (found != expected) {
             qWarning().noquote() << "step" << step << "text:\n" << document->toString();
             QCOMPARE(found, expected);
