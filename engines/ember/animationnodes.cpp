@@ -208,7 +208,7 @@ ContactBoxCode *EmberBoxes::at(unsigned int index) const
 ContactBoxCode *EmberBoxes::add(const QRect &rect)
 {
     Kiln::CodeDocument *document = m_frame->document();
-    const BoxType type = m_type;
+    const ContactBoxCode::BoxType type = m_type;
     const int line = staysWhenCaughtUp(m_frame) ? append({rect}) : -1;
     CodeNode *node = line < 0 ? nullptr : document->nodeInBlock(document->findBlockByNumber(line));
     auto *box = dynamic_cast<EmberBox *>(node);

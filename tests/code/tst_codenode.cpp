@@ -19,6 +19,7 @@ private slots:
     void adoption();
     void removal_data();
     void removal();
+    void nestedGroups();
     void rootRows();
     void poolGivesTheSameMemoryAgain();
     void staleIndex();
@@ -206,6 +207,35 @@ void TestCodeNode::removal()
     tree.nodes[which]->release();
     QCOMPARE(before->next(), after);
     QCOMPARE(tree.text(), result);
+}
+
+/// A group ends at the next of its own depth or above, a nested one at any.
+void TestCodeNode::nestedGroups()
+{
+    class Lined : public Plain::Group
+    {
+    public:
+        Lined(CodeNode *previous, int line)
+            : Group(previous, QString(), 1)
+            , m_line(line)
+        {
+        }
+        int firstLine() const override { return m_line; }
+        void nest(CodeNode *group) { ParentCode::insertChild(group, 0); }
+
+    private:
+        int m_line;
+    };
+    Tree tree(QString{});
+    auto *const outer = new Lined(tree.root, 0);
+    auto *const first = new Lined(outer, 10);
+    auto *const second = new Lined(newValue(first, "x"), 20);
+    new Lined(second, 30);
+    outer->nest(first);
+    outer->nest(second);
+    QCOMPARE(outer->lastLine(), 29);
+    QCOMPARE(first->lastLine(), 19);
+    QCOMPARE(second->lastLine(), 29);
 }
 
 void TestCodeNode::rootRows()

@@ -13,6 +13,7 @@
 #include <QTest>
 #include <QTextBlock>
 
+#include <functional>
 #include <memory>
 
 using namespace Kiln;
@@ -81,6 +82,7 @@ private slots:
     void boxes();
     void loopPoint();
     void insertFrame();
+    void nodesThatABracketTookAway();
     void optimize();
     void header();
     void hero();
@@ -375,6 +377,44 @@ void EmberAnimationsTest::loopPoint()
     animation->frameAt(2)->setLoopPoint(true);
     QVERIFY(!animation->frameAt(0)->isLoopPoint());
     QCOMPARE(messages(document.get()), QStringList());
+}
+
+/// An operation that finds its node gone when it catches up with the bracket around it does
+/// nothing.
+void EmberAnimationsTest::nodesThatABracketTookAway()
+{
+    using Operation = std::function<bool(AnimationCode *, FrameCode *)>;
+    const QList<Operation> operations{
+        [](AnimationCode *animation, FrameCode *) { return animation->insertFrame(1, "x"); },
+        [](AnimationCode *, FrameCode *frame) {
+            return frame->attackBoxes()->add(QRect(0, 0, 1, 1));
+        },
+        [](AnimationCode *, FrameCode *frame) {
+            frame->attackBoxes()->setRects({QRect(0, 0, 1, 1)});
+            return false;
+        },
+        [](AnimationCode *, FrameCode *frame) {
+            frame->setLoopPoint(true);
+            return false;
+        },
+        [](AnimationCode *animation, FrameCode *) { return animation->optimize() != 0; },
+    };
+    for (const Operation &operation : operations) {
+        const Document document = fileOf(QString::fromLatin1(walk));
+        document->setOption(QStringLiteral("parseCode"), false, false, false);
+        AnimationCode *const animation = document->animations()->at(0);
+        FrameCode *const frame = animation->frameAt(1);
+        document->beginChange();
+        for (const int line : {1, 5}) {
+            QTextCursor cursor(document->findBlockByNumber(line));
+            cursor.insertText(QStringLiteral(";"));
+        }
+        const QString text = document->toPlainText();
+        QVERIFY(!operation(animation, frame));
+        QCOMPARE(document->toPlainText(), text);
+        document->endChange();
+        QCOMPARE(difference(*document), QString());
+    }
 }
 
 void EmberAnimationsTest::insertFrame()
