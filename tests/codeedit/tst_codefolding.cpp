@@ -271,8 +271,8 @@ void TestCodeFolding::editsInAFold_data()
                                                   << "x...xxxxxxx";
     QTest::newRow("the head becomes a body") << 0 << 3 << "x"
                                              << "xxxxxxxxxx";
-    QTest::newRow("the head is joined with what it hides") << 0 << 4 << ""
-                                                           << "x.....xxx";
+    QTest::newRow("the head goes with its line end") << 0 << 4 << ""
+                                                     << "xxxxxxxxx";
     QTest::newRow("the head gets a new name") << 0 << 3 << "[new]"
                                               << "x......xxx";
     QTest::newRow("text below the fold") << 8 << 1 << "e"
