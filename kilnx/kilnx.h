@@ -62,6 +62,7 @@
 #include <kilnx/project/treemodel.h>
 #include <kilnx/project/workspace.h>
 #include <kilnx/render/glrenderwidget.h>
+#include <kilnx/render/graphicsrenderer.h>
 #include <kilnx/render/renderer.h>
 #include <kilnx/render/renderwidget.h>
 #include <kilnx/render/texture.h>

@@ -15,6 +15,13 @@ int ContactBoxesCode::indexOf(const ContactBoxCode *box) const
     return -1;
 }
 
+std::weak_ptr<const void> ContactBoxesCode::life() const
+{
+    if (!m_life)
+        m_life = std::make_shared<char>();
+    return m_life;
+}
+
 QVector<QRect> ContactBoxesCode::rects() const
 {
     QVector<QRect> rects;

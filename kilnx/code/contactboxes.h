@@ -4,6 +4,8 @@
 #include <QtCore/QVector>
 #include <kilnx/export.h>
 
+#include <memory>
+
 namespace Kiln
 {
 /// One contact box of a frame: a rectangle that hits, or that can be hit.
@@ -57,5 +59,10 @@ public:
     int indexOf(const ContactBoxCode *box) const;
     /// ContactBoxCode::rect() of each box.
     QVector<QRect> rects() const;
+    /// Expires when the object ends: for a view that may outlive the frame that it shows.
+    std::weak_ptr<const void> life() const;
+
+private:
+    mutable std::shared_ptr<const void> m_life; // made when it is asked for
 };
 } // namespace Kiln

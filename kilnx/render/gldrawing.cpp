@@ -2,6 +2,7 @@
 #include <kilnx/render/glrenderwidget_p.h>
 #include <kilnx/render/texture.h>
 
+#include <QtCore/QtMath>
 #include <QtGui/QOpenGLContext>
 #include <QtGui/QOpenGLFunctions>
 #include <QtGui/QOpenGLShaderProgram>
@@ -223,8 +224,21 @@ bool GLRenderWidgetPrivate::buildSet(ShaderSet &set, const char *source)
     return works;
 }
 
+void GLRenderWidgetPrivate::setScissor()
+{
+    const qreal ratio = q->devicePixelRatioF();
+    const int left = qFloor(area.left() * ratio);
+    const int right = qCeil((area.left() + area.width()) * ratio);
+    const int top = qFloor(area.top() * ratio);
+    const int bottom = qCeil((area.top() + area.height()) * ratio);
+    functions()->glEnable(GL_SCISSOR_TEST);
+    functions()->glScissor(left, qRound(q->height() * ratio) - bottom, right - left, bottom - top);
+}
+
 void GLRenderWidgetPrivate::begin()
 {
+    if (area.isValid() && area != q->rect())
+        setScissor();
     currentPalette = nullptr;
     currentProgram = nullptr;
     forgetBlend();
@@ -246,6 +260,7 @@ void GLRenderWidgetPrivate::end()
     if (currentProgram)
         currentProgram->release();
     gl->glActiveTexture(GL_TEXTURE0);
+    gl->glDisable(GL_SCISSOR_TEST);
 }
 
 void GLRenderWidgetPrivate::drawImage(const TextureDrawing &drawing,

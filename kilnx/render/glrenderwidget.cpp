@@ -5,8 +5,8 @@
 #include <kilnx/render/texture.h>
 #include <kilnx/render/texture_p.h>
 
-#include <QtCore/QEvent>
 #include <QtGui/QOpenGLContext>
+#include <QtGui/QPaintEvent>
 #include <QtGui/QPainter>
 
 namespace Kiln
@@ -18,6 +18,7 @@ GLRenderWidget::GLRenderWidget(QWidget *parent)
 {
     setAutoFillBackground(false);
     setAttribute(Qt::WA_MouseTracking, true);
+    setUpdateBehavior(QOpenGLWidget::PartialUpdate);
 }
 
 GLRenderWidget::~GLRenderWidget()
@@ -65,6 +66,11 @@ void GLRenderWidget::update()
     QOpenGLWidget::update();
 }
 
+void GLRenderWidget::updateArea(const QRect &area)
+{
+    QOpenGLWidget::update(area);
+}
+
 void GLRenderWidget::setCustomPixelShader(const char *indexedSource, const char *rgbaSource)
 {
     if (!context() || !d->indexedShaders.programs[0])
@@ -110,10 +116,16 @@ void GLRenderWidget::paintGL()
         const QColor color = d->renderer->clearColor();
         gl->glClearColor(float(color.redF()), float(color.greenF()), float(color.blueF()), 1);
     }
+    const bool partly = d->area.isValid() && d->area != rect();
+    if (partly)
+        d->setScissor();
     gl->glClear(GL_COLOR_BUFFER_BIT);
+    gl->glDisable(GL_SCISSOR_TEST);
     if (!d->renderer)
         return;
     QPainter painter(this);
+    if (partly)
+        painter.setClipRect(d->area);
     d->renderer->render(painter);
 }
 
@@ -142,7 +154,9 @@ void GLRenderWidget::paintEvent(QPaintEvent *event)
         return;
     }
     d->painted = false;
+    d->area = event->region().boundingRect();
     QOpenGLWidget::paintEvent(event);
+    d->area = QRect();
     if (!d->painted && !size().isEmpty() && updatesEnabled())
         fail();
 }

@@ -33,6 +33,7 @@ public:
     Renderer *renderer() const override;
     void setRenderer(Renderer *renderer) override;
     void update() override;
+    void updateArea(const QRect &area) override;
     using QOpenGLWidget::update;
 
     /// Replaces the text of the pixel shaders, one for indexed images and one for true colour; null

@@ -30,8 +30,8 @@ struct ShaderSet {
 
 /// One textured drawing, but for what is drawn.
 struct TextureDrawing {
-    Texture *image = nullptr;
-    Texture *palette = nullptr;
+    const Texture *image = nullptr;
+    const Texture *palette = nullptr;
     float opacity = 1;
     bool mask = true;
 };
@@ -49,7 +49,7 @@ public:
     Renderer *renderer = nullptr;
     ShaderSet indexedShaders;
     ShaderSet rgbaShaders;
-    Texture *currentPalette = nullptr;
+    const Texture *currentPalette = nullptr;
     QOpenGLShaderProgram *currentProgram = nullptr;
     QMatrix4x4 projection;
     bool blendEnabled = false;
@@ -61,6 +61,10 @@ public:
     QMetaObject::Connection contextConnection;
     bool hasFailed = false;
     bool painted = false; // paintGL() ran in the paint event at hand
+    QRect area;           // of the paint event at hand, in logical pixels; invalid: all
+
+    /// Keeps drawing within `area`.
+    void setScissor();
 
     /// Makes the programs and the buffer on the current context; false if the shaders don't work.
     bool createResources();

@@ -14,6 +14,11 @@ namespace Kiln
 
 RenderWidgetBase::~RenderWidgetBase() = default;
 
+void RenderWidgetBase::updateArea(const QRect &)
+{
+    update();
+}
+
 Renderer::Renderer() = default;
 Renderer::Renderer(const Renderer &other) = default;
 Renderer &Renderer::operator=(const Renderer &other) = default;
@@ -64,6 +69,12 @@ void Renderer::update()
         renderWidget->update();
 }
 
+void Renderer::updateArea(const QRect &area)
+{
+    if (renderWidget)
+        renderWidget->updateArea(area);
+}
+
 QWidget *Renderer::widget() const
 {
     return dynamic_cast<QWidget *>(renderWidget);
@@ -93,8 +104,8 @@ void Renderer::endTextureDrawing(QPainter &painter)
 }
 
 void Renderer::glDrawImage(const QMatrix4x4 &matrix,
-                           Texture *image,
-                           Texture *palette,
+                           const Texture *image,
+                           const Texture *palette,
                            unsigned char flip,
                            float opacity,
                            bool mask,
@@ -107,8 +118,8 @@ void Renderer::glDrawImage(const QMatrix4x4 &matrix,
 void Renderer::glDrawImageTiled(QPoint count,
                                 QPoint spacing,
                                 const QMatrix4x4 &matrix,
-                                Texture *image,
-                                Texture *palette,
+                                const Texture *image,
+                                const Texture *palette,
                                 unsigned char flip,
                                 float opacity,
                                 bool mask)

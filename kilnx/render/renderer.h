@@ -3,6 +3,7 @@
 #include <kilnx/export.h>
 
 #include <QtCore/QPoint>
+#include <QtCore/QRect>
 #include <QtCore/Qt>
 #include <QtGui/QColor>
 #include <QtGui/QOpenGLFunctions>
@@ -30,6 +31,9 @@ public:
     virtual void setRenderer(Renderer *renderer) = 0;
     /// Asks for a repaint.
     virtual void update() = 0;
+    /// Asks for a repaint of a part, in logical pixels; of everything unless overridden. The
+    /// painter that Renderer::render() gets is clipped to it.
+    virtual void updateArea(const QRect &area);
 };
 
 /// A view: draws itself with a painter and takes the input of the widget that shows it. It can move
@@ -86,6 +90,8 @@ public:
 
     /// Asks the widget for a repaint; nothing without a widget.
     void update();
+    /// Asks the widget for a repaint of a part; nothing without a widget.
+    void updateArea(const QRect &area);
     /// The widget that shows the renderer; null for none.
     QWidget *widget() const;
 
@@ -104,8 +110,8 @@ protected:
     /// horizontally, bit 1 vertically. Without `mask`, transparent pixels are drawn as opaque ones.
     /// Draws nothing for a null or empty texture, or a palette as the image.
     void glDrawImage(const QMatrix4x4 &matrix,
-                     Texture *image,
-                     Texture *palette,
+                     const Texture *image,
+                     const Texture *palette,
                      unsigned char flip,
                      float opacity,
                      bool mask,
@@ -116,8 +122,8 @@ protected:
     void glDrawImageTiled(QPoint count,
                           QPoint spacing,
                           const QMatrix4x4 &matrix,
-                          Texture *image,
-                          Texture *palette,
+                          const Texture *image,
+                          const Texture *palette,
                           unsigned char flip,
                           float opacity,
                           bool mask);

@@ -2,6 +2,7 @@
 
 #include <kilnx/render/renderinput_p.h>
 
+#include <QtGui/QPaintEvent>
 #include <QtGui/QPainter>
 
 namespace Kiln
@@ -40,6 +41,11 @@ void RenderWidget::update()
     QWidget::update();
 }
 
+void RenderWidget::updateArea(const QRect &area)
+{
+    QWidget::update(area);
+}
+
 bool RenderWidget::event(QEvent *event)
 {
     const bool enabled = isEnabled();
@@ -49,11 +55,13 @@ bool RenderWidget::event(QEvent *event)
     return used;
 }
 
-void RenderWidget::paintEvent(QPaintEvent *)
+void RenderWidget::paintEvent(QPaintEvent *event)
 {
     if (!m_renderer)
         return;
     QPainter painter(this);
+    if (event->rect() != rect())
+        painter.setClipRect(event->rect());
     m_renderer->render(painter);
 }
 

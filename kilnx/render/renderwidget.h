@@ -20,6 +20,7 @@ public:
     Renderer *renderer() const override;
     void setRenderer(Renderer *renderer) override;
     void update() override;
+    void updateArea(const QRect &area) override;
     using QWidget::update;
 
 protected:

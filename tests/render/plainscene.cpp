@@ -1,0 +1,303 @@
+#include <tests/render/plainscene.h>
+
+#include <QPainter>
+
+#include <cmath>
+
+namespace
+{
+
+int away(double value)
+{
+    return int(value < 0 ? -std::floor(-value + 0.5) : std::floor(value + 0.5));
+}
+
+QPoint away(QPoint point, double factor)
+{
+    return {away(point.x() * factor), away(point.y() * factor)};
+}
+
+} // namespace
+
+int PlainScene::thickness() const
+{
+    return zoom > 1 ? away(zoom) : 1;
+}
+
+QPoint PlainScene::anchor(int mode, int parent, int depth) const
+{
+    const int place = mode & 0xF3;
+    if (place == 0)
+        return {};
+    if (depth > 300 || place == 1 || (place == 2 && parent > 2) ||
+        (place == 3 && parent >= sprites.size())) {
+        return origin;
+    }
+    const int parentMode = place == 2 ? crosses[parent].mode : sprites[parent].mode;
+    const int parentParent = place == 2 ? crosses[parent].parent : sprites[parent].parent;
+    const QPoint own = place == 2 ? away(crosses[parent].position, (parentMode & 0xF3) ? zoom : 1)
+                                  : offset(sprites[parent]);
+    return anchor(parentMode, parentParent, depth + 1) + own;
+}
+
+QPoint PlainScene::offset(const Sprite &sprite) const
+{
+    const QPoint scaled(int(sprite.position.x() * sprite.scaleX),
+                        int(sprite.position.y() * sprite.scaleY));
+    return away(scaled, (sprite.mode & 0xF3) ? zoom : 1);
+}
+
+QPoint PlainScene::crossPoint(int number) const
+{
+    const Cross &cross = crosses[number];
+    return anchor(cross.mode, cross.parent) + away(cross.position, (cross.mode & 0xF3) ? zoom : 1);
+}
+
+QRect PlainScene::boxArea(const QRect &rect) const
+{
+    return {anchor(boxMode, boxParent) + away(rect.topLeft(), (boxMode & 0xF3) ? zoom : 1),
+            QSize(away(rect.width() * zoom), away(rect.height() * zoom))};
+}
+
+/// Blends a colour of 0.0 to 1.0 on one device pixel.
+void PlainScene::put(int x, int y, const double (&color)[3], double alpha, int blur)
+{
+    if (!picture.rect().contains(x, y))
+        return;
+    const QRgb old = picture.pixel(x, y);
+    const int there[] = {qRed(old), qGreen(old), qBlue(old)};
+    int result[3];
+    for (int i = 0; i < 3; ++i)
+        result[i] = qBound(0, away(color[i] * 255 * alpha + there[i] * (1 - alpha)), 255);
+    picture.setPixel(x, y, qRgb(result[0], result[1], result[2]));
+    int &allowed = tolerance[y * picture.width() + x];
+    allowed = qMax(blur, alpha < 1 ? qMin(255, allowed + 2) : 0);
+}
+
+void PlainScene::fill(const QRect &area, const QColor &color, double alpha)
+{
+    const QRect seen = area & QRect(QPoint(), view);
+    const double value[] = {color.redF(), color.greenF(), color.blueF()};
+    for (int y = seen.y() * ratio; y < (seen.y() + seen.height()) * ratio; ++y) {
+        for (int x = seen.x() * ratio; x < (seen.x() + seen.width()) * ratio; ++x)
+            put(x, y, value, alpha, 0);
+    }
+}
+
+void PlainScene::image(const QImage &source,
+                       const QRect &area,
+                       int flip,
+                       double opacity,
+                       int effect)
+{
+    const auto texel = [](double place, int count, bool mirrored, int &blur) {
+        const double at = (mirrored ? 1 - place : place) * count;
+        if (std::abs(at - std::round(at)) < 0.03)
+            blur = 255;
+        return qBound(0, int(at), count - 1);
+    };
+    const QRect seen = area & QRect(QPoint(), view);
+    for (int y = seen.y() * ratio; y < (seen.y() + seen.height()) * ratio; ++y) {
+        for (int x = seen.x() * ratio; x < (seen.x() + seen.width()) * ratio; ++x) {
+            int blur = 0;
+            const double u = ((x + 0.5) / ratio - area.x()) / area.width();
+            const double v = ((y + 0.5) / ratio - area.y()) / area.height();
+            const QRgb c = source.pixel(texel(u, source.width(), flip & 1, blur),
+                                        texel(v, source.height(), flip & 2, blur));
+            double color[] = {qRed(c) / 255.0, qGreen(c) / 255.0, qBlue(c) / 255.0};
+            for (double &channel : color) {
+                channel = effect == 1 ? qRed(c) / 255.0 : channel;
+                channel = qBound(0.0, channel + (effect == 2 ? 0.5 : effect == 3 ? -0.5 : 0), 1.0);
+            }
+            if (qAlpha(c) || blur)
+                put(x, y, color, qAlpha(c) / 255.0 * opacity, qMax(blur, effect > 1 ? 1 : 0));
+        }
+    }
+}
+
+/// The pattern's dots come from Qt; where they stand and in which direction they run is checked.
+void PlainScene::hatch(const QRect &area, const QColor &color, Qt::BrushStyle style)
+{
+    if (ratio != 1) {
+        unsure(area);
+        return;
+    }
+    QImage dots(8, 8, QImage::Format_RGB32);
+    dots.fill(Qt::white);
+    QPainter(&dots).fillRect(0, 0, 8, 8, QBrush(Qt::black, style));
+    const QRect seen = area & QRect(QPoint(), view);
+    for (int y = seen.y(); y < seen.y() + seen.height(); ++y) {
+        for (int x = seen.x(); x < seen.x() + seen.width(); ++x) {
+            if (qRed(dots.pixel(x % 8, y % 8)) == 0)
+                fill(QRect(x, y, 1, 1), color);
+        }
+    }
+}
+
+void PlainScene::unsure(const QRect &area)
+{
+    const QRect seen = area & QRect(QPoint(), view);
+    for (int y = seen.y() * ratio; y < (seen.y() + seen.height()) * ratio; ++y) {
+        for (int x = seen.x() * ratio; x < (seen.x() + seen.width()) * ratio; ++x)
+            tolerance[y * picture.width() + x] = 255;
+    }
+}
+
+void PlainScene::paint()
+{
+    picture = QImage(view * ratio, QImage::Format_RGB32);
+    tolerance.fill(0, picture.width() * picture.height());
+    for (int y = 0; y < picture.height(); ++y) {
+        const double t = (y + 0.5) / picture.height();
+        const double color[] = {top.redF() + (bottom.redF() - top.redF()) * t,
+                                top.greenF() + (bottom.greenF() - top.greenF()) * t,
+                                top.blueF() + (bottom.blueF() - top.blueF()) * t};
+        for (int x = 0; x < picture.width(); ++x)
+            put(x, y, color, 1, 4);
+    }
+    if (!stage.isNull())
+        image(stage,
+              {origin + away(stagePosition, zoom),
+               QSize(away(stage.width() * zoom), away(stage.height() * zoom))},
+              0, 1, 0);
+    if (spriteOverGuides)
+        paintGuides();
+    if (!onion.isNull())
+        image(onion,
+              {anchor(crosses[0].mode, crosses[0].parent) + away(onionOffset, zoom),
+               QSize(away(onion.width() * zoom), away(onion.height() * zoom))},
+              0, onionOpacity, onionEffect);
+    for (const Sprite &sprite : qAsConst(sprites)) {
+        const QSize size(away(int(sprite.picture.width() * sprite.scaleX) * zoom),
+                         away(int(sprite.picture.height() * sprite.scaleY) * zoom));
+        if (sprite.layer == 0)
+            image(sprite.picture, {anchor(sprite.mode, sprite.parent) + offset(sprite), size},
+                  sprite.flip, sprite.opacity, 0);
+    }
+    if (contactOverCross)
+        paintCrosses();
+    paintBoxes(1);
+    paintBoxes(0);
+    paintHandles();
+    if (!contactOverCross)
+        paintCrosses();
+    if (!spriteOverGuides)
+        paintGuides();
+    if (rulersVisible)
+        paintRulers();
+}
+
+void PlainScene::paintBoxes(int group)
+{
+    const int t = thickness();
+    for (const Box &box : boxesVisible[group] ? boxes[group] : QVector<Box>()) {
+        const QRect area = boxArea(box.rect);
+        const int x = area.x(), y = area.y(), w = area.width(), h = area.height();
+        if (box.selected)
+            hatch(area, boxColors[group], group == 1 ? Qt::FDiagPattern : Qt::BDiagPattern);
+        if (w > t && h > t)
+            fill({x + t, y + t, w - t, h - t}, boxColors[group], boxOpacity / 2);
+        if (w <= 0 || h <= 0)
+            continue;
+        fill({x, y, t, h}, boxColors[group]);
+        fill({x, y, w, t}, boxColors[group]);
+        fill({x + w - t, y, t, h}, boxColors[group]);
+        fill({x, y + h - t, w, t}, boxColors[group]);
+    }
+}
+
+void PlainScene::paintHandles()
+{
+    int left = INT_MAX, top = INT_MAX, right = INT_MIN, bottom = INT_MIN;
+    for (const QVector<Box> &group : boxes) {
+        for (const Box &box : group) {
+            if (!box.selected)
+                continue;
+            left = qMin(left, box.rect.x());
+            top = qMin(top, box.rect.y());
+            right = qMax(right, box.rect.x() + box.rect.width());
+            bottom = qMax(bottom, box.rect.y() + box.rect.height());
+        }
+    }
+    const double scale = (boxMode & 0xF3) ? zoom : 1;
+    static const QPoint places[] = {{0, 0}, {1, 0}, {0, 1}, {2, 0}, {0, 2}, {1, 2}, {2, 2}, {2, 1}};
+    for (const QPoint &place : places) {
+        if (right <= left)
+            return;
+        const QPoint corner = anchor(boxMode, boxParent) +
+                              QPoint(away(left * scale + place.x() * (right - left) * zoom / 2),
+                                     away(top * scale + place.y() * (bottom - top) * zoom / 2));
+        fill({corner, QSize(9, 9)}, Qt::gray);
+        fill({corner + QPoint(1, 1), QSize(7, 7)}, Qt::white);
+    }
+}
+
+void PlainScene::paintGuides()
+{
+    if (!guidesVisible)
+        return;
+    fill({0, int(guides.y() * zoom + origin.y()), view.width(), thickness()}, Qt::cyan);
+    fill({int(guides.x() * zoom + origin.x()), 0, thickness(), view.height()}, Qt::cyan);
+}
+
+void PlainScene::paintCrosses()
+{
+    for (int i : {2, 1, 0}) {
+        const QSize size = crossPictures[i].size();
+        const QPoint half(size.width() / 2 * thickness(), size.height() / 2 * thickness());
+        if (crosses[i].visible)
+            image(crossPictures[i], {crossPoint(i) - half, size * thickness()}, 0, 1, 0);
+    }
+}
+
+void PlainScene::paintRulers()
+{
+    fill({0, 0, 30, view.height()}, top);
+    fill({30, 0, view.width() - 30, 30}, top);
+    fill({10, 10, 10, view.height()}, bottom);
+    fill({20, 10, view.width() - 10, 10}, bottom);
+    const QColor ink(255 - top.red(), 255 - top.green(), 255 - top.blue());
+    const int unit = int(10 / zoom);
+    const int tick = int(unit * zoom);
+    // The horizontal ruler, and then the same with the axes exchanged.
+    for (bool across : {true, false}) {
+        const int zero = across ? origin.x() : origin.y();
+        const int length = across ? view.width() : view.height();
+        int at = (zero - 30) % tick + 30;
+        const int first = at;
+        for (int i = 0; i < (length - 30) / tick + 1; ++i, at += tick) {
+            const bool longMark = (zero - at) / tick % 5 == 0;
+            const int from = longMark ? 20 : 24;
+            if (longMark && at != first)
+                unsure(across ? QRect(at - 5 * tick, 0, 10 * tick, 30)
+                              : QRect(0, at - 5 * tick, 60, 10 * tick));
+            fill(across ? QRect(at, from, 1, 30 - from) : QRect(from, at, 30 - from, 1), ink);
+        }
+    }
+}
+
+QString PlainScene::differences(const QImage &other) const
+{
+    if (other.size() != picture.size())
+        return QStringLiteral("another size");
+    int wrong = 0;
+    QString first;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            const QRgb a = picture.pixel(x, y);
+            const QRgb b = other.pixel(x, y);
+            const int most = qMax(qAbs(qRed(a) - qRed(b)),
+                                  qMax(qAbs(qGreen(a) - qGreen(b)), qAbs(qBlue(a) - qBlue(b))));
+            const int allowed = tolerance[y * picture.width() + x];
+            if (most > allowed && ++wrong == 1) {
+                first = QStringLiteral("%1, %2: %3 instead of %4, by more than %5")
+                            .arg(x)
+                            .arg(y)
+                            .arg(b, 0, 16)
+                            .arg(a, 0, 16)
+                            .arg(allowed);
+            }
+        }
+    }
+    return wrong ? QStringLiteral("%1 pixels, the first at %2").arg(wrong).arg(first) : QString();
+}

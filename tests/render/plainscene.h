@@ -1,0 +1,81 @@
+#pragma once
+
+#include <QColor>
+#include <QImage>
+#include <QPoint>
+#include <QRect>
+#include <QRectF>
+#include <QVector>
+
+/// A frame of the viewport, described anew and painted pixel by pixel, without a painter: what the
+/// library's two ways of painting are held against.
+struct PlainScene {
+    struct Cross {
+        bool visible;
+        int mode, parent;
+        QPoint position;
+    };
+    struct Sprite {
+        QImage picture;
+        int mode, parent;
+        QPoint position;
+        double scaleX, scaleY;
+        int flip;
+        double opacity;
+        int layer;
+    };
+    struct Box {
+        QRect rect;
+        bool selected;
+    };
+
+    QSize view;
+    int ratio = 1; // device pixels of a logical one
+    double zoom = 1;
+    QPoint origin;
+    QColor top, bottom;
+    QImage stage; // the background's picture
+    QPoint stagePosition;
+    QImage crossPictures[3];
+    Cross crosses[3];
+    QVector<Sprite> sprites;
+    QImage onion; // null for none
+    QPoint onionOffset;
+    double onionOpacity = 1;
+    int onionEffect = 0;
+    QVector<Box> boxes[2]; // that hit, and that can be hit
+    QColor boxColors[2];
+    double boxOpacity = 1;
+    bool boxesVisible[2] = {true, true};
+    int boxMode = 13, boxParent = 0;
+    bool guidesVisible = false, rulersVisible = false;
+    QPoint guides;
+    bool spriteOverGuides = false, contactOverCross = false;
+
+    /// Paints the frame, and says for each pixel by how much of 255 a painting may differ: 0 where
+    /// nothing was blended, 2 more for each blending, and 255 where the model does not know (ruler
+    /// labels, and pixels whose middle lies on the edge of a scaled picture's pixel).
+    void paint();
+    /// Which pixels of a picture differ by more than they may; empty for none.
+    QString differences(const QImage &picture) const;
+
+    QImage picture;
+    QVector<int> tolerance;
+
+private:
+    QPoint anchor(int mode, int parent, int depth = 0) const;
+    QPoint offset(const Sprite &sprite) const;
+    QPoint crossPoint(int number) const;
+    QRect boxArea(const QRect &rect) const;
+    int thickness() const;
+    void put(int x, int y, const double (&color)[3], double alpha, int blur);
+    void fill(const QRect &area, const QColor &color, double alpha = 1);
+    void image(const QImage &image, const QRect &area, int flip, double opacity, int effect);
+    void hatch(const QRect &area, const QColor &color, Qt::BrushStyle style);
+    void unsure(const QRect &area);
+    void paintBoxes(int group);
+    void paintHandles();
+    void paintGuides();
+    void paintCrosses();
+    void paintRulers();
+};

@@ -1,0 +1,529 @@
+#include <kilnx/render/glrenderwidget.h>
+#include <kilnx/render/renderwidget.h>
+#include <tests/render/contexts.h>
+#include <tests/render/fakeboxes.h>
+#include <tests/render/fakeview.h>
+#include <tests/render/plainscene.h>
+
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+
+#include <limits>
+
+using namespace Kiln;
+
+namespace
+{
+
+constexpr QSize viewSize(180, 140);
+constexpr float zooms[2][12] = {
+    {0.25F, 0.5F, 0.75F, 1.0F, 1.5F, 2.0F, 2.25F, 2.5F, 2.75F, 3.0F, 3.5F, 4.0F},
+    {0.25F, 0.5F, 1.0F, 2.0F, 3.0F, 4.0F, 5.0F, 6.0F, 7.0F, 8.0F, 9.0F, 10.0F},
+};
+
+QImage randomPicture(QRandomGenerator &random, const QSize &size, bool indexed)
+{
+    QImage image(size, indexed ? QImage::Format_Indexed8 : QImage::Format_ARGB32);
+    QVector<QRgb> colors(256);
+    for (QRgb &color : colors)
+        color = qRgb(random.bounded(256), random.bounded(256), random.bounded(256));
+    colors[0] = 0;
+    if (indexed)
+        image.setColorTable(colors);
+    for (int y = 0; y < size.height(); ++y) {
+        for (int x = 0; x < size.width(); ++x) {
+            const int index = random.bounded(4) ? random.bounded(256) : 0;
+            image.setPixel(x, y, indexed ? uint(index) : colors[index]);
+        }
+    }
+    return image;
+}
+
+/// A view that asks for repaints of nothing but a count.
+struct CountingWidget : RenderWidgetBase {
+    Renderer *renderer() const override { return shown; }
+    void setRenderer(Renderer *renderer) override { shown = renderer; }
+    void update() override { ++updates; }
+
+    Renderer *shown = nullptr;
+    int updates = 0;
+};
+
+/// A scene in a view and in the plain model, the same.
+struct Scene {
+    Scene();
+    ~Scene() { view.setSprites(nullptr); }
+    /// Everything at random; `zoom` is a step of the table's row.
+    void randomize(QRandomGenerator &random, int row, int zoom);
+    void applyToView(int row, int level);
+
+    QTemporaryDir directory;
+    PlainScene plain;
+    std::vector<std::unique_ptr<FakeSprite>> sprites;
+    FakeProvider provider;
+    FakeBoxes attack{ContactBoxCode::Attack};
+    FakeBoxes collision{ContactBoxCode::Collision};
+    FakeView view;
+};
+
+Scene::Scene()
+{
+    QRandomGenerator random(3);
+    const QSize sizes[] = {{13, 13}, {9, 8}, {6, 11}};
+    QStringList files;
+    for (int i = 0; i < 3; ++i) {
+        plain.crossPictures[i] = randomPicture(random, sizes[i], false);
+        files.append(directory.filePath(QStringLiteral("%1.png").arg(i)));
+        plain.crossPictures[i].save(files.last());
+    }
+    GraphicsRenderer::setCrossHair(GraphicsRenderer::CrossHairFiles, files[0], files[1], files[2]);
+    randomPicture(random, {60, 40}, false).save(directory.filePath("stage.png"));
+}
+
+void Scene::randomize(QRandomGenerator &random, int row, int level)
+{
+    const auto below = [&random](int bound) { return random.bounded(bound); };
+    const auto point = [&below](int reach) {
+        return QPoint(below(2 * reach) - reach, below(2 * reach) - reach);
+    };
+    const auto color = [&below] { return QColor(below(256), below(256), below(256)); };
+    const auto zoom = double(zooms[row][level]);
+    const int reach = int(60 / zoom);
+    plain.view = viewSize;
+    plain.zoom = zoom;
+    plain.origin = QPoint(90, 70) + point(60);
+    plain.top = color();
+    plain.bottom = color();
+    plain.stage = below(3) ? QImage() : QImage(directory.filePath("stage.png"));
+    plain.stagePosition = point(reach);
+    for (int i = 0; i < 3; ++i) // a cross hangs on those before it, so nothing goes in circles
+        plain.crosses[i] = {below(4) != 0, i && below(2) ? 14 : 13, below(i + 1) ? i - 1 : 0,
+                            point(reach)};
+    plain.crosses[2].mode = below(4) ? plain.crosses[2].mode : 12;
+    plain.sprites.clear();
+    for (int i = below(5); i > 0; --i) {
+        const int own = plain.sprites.size();
+        const int mode = own && below(3) == 0 ? 15 : QVector<int>{13, 14, 12, 1}[below(4)];
+        const double scales[] = {1, 1, 2, 0.5};
+        plain.sprites.append({randomPicture(random, {1 + below(24), 1 + below(24)}, below(2)), mode,
+                              (mode & 3) == 3 ? below(own) : below(3), point(reach),
+                              scales[below(4)], scales[below(4)], below(4),
+                              below(2) ? 1.0 : below(100) / 100.0, below(6) ? 0 : 1});
+    }
+    plain.onion = below(2) ? randomPicture(random, {20, 15}, below(2)) : QImage();
+    plain.onionOffset = point(reach);
+    plain.onionOpacity = 0.4;
+    plain.onionEffect = below(4);
+    plain.boxMode = below(2) ? 13 : 14;
+    plain.boxParent = below(3);
+    for (int group = 0; group < 2; ++group) {
+        plain.boxes[group].clear();
+        for (int i = below(5); i > 0; --i)
+            plain.boxes[group].append(
+                {QRect(point(reach), QSize(below(reach), below(reach))), false});
+        plain.boxesVisible[group] = below(5) != 0;
+        plain.boxColors[group] = color();
+    }
+    plain.boxOpacity = below(101) / 100.0;
+    plain.guidesVisible = below(2);
+    plain.guides = point(reach);
+    plain.rulersVisible = below(2);
+    plain.spriteOverGuides = below(2);
+    plain.contactOverCross = below(2);
+    applyToView(row, level);
+}
+
+void Scene::applyToView(int row, int level)
+{
+    GraphicsRenderer::setZoomTable(static_cast<unsigned char>(row));
+    GraphicsRenderer::setZoomMode(GraphicsRenderer::ZoomOrigin);
+    view.setZoomLevel(static_cast<unsigned char>(level));
+    GraphicsRenderer::setOrigin(plain.origin);
+    GraphicsRenderer::setBackground(plain.top, plain.bottom,
+                                    plain.stage.isNull() ? GraphicsRenderer::BackgroundGradient
+                                                         : GraphicsRenderer::BackgroundFile,
+                                    plain.stagePosition, directory.filePath("stage.png"), {});
+    view.sizeChanged(viewSize.width(), viewSize.height());
+    GraphicsRenderer::setPriority(plain.spriteOverGuides, plain.contactOverCross);
+    GraphicsRenderer::setupContactBoxes(plain.boxColors[0], plain.boxColors[1],
+                                        float(plain.boxOpacity));
+    for (int i = 0; i < 3; ++i) {
+        view.setItemPosition(GraphicsRenderer::ItemType(i), plain.crosses[i].position);
+        view.setItemPositionMode(GraphicsRenderer::ItemType(i),
+                                 static_cast<unsigned char>(plain.crosses[i].mode),
+                                 unsigned(plain.crosses[i].parent));
+    }
+    view.setSprites(nullptr);
+    provider.rows.clear();
+    sprites.clear();
+    for (const PlainScene::Sprite &sprite : qAsConst(plain.sprites)) {
+        sprites.push_back(std::make_unique<FakeSprite>(sprite.picture));
+        const ImageInfo info = sprites.back()->imageInfo();
+        provider.rows.push_back(
+            {sprites.back().get(),
+             {sprite.position, sprite.mode, sprite.parent, QSize(info.width, info.height),
+              QPointF(sprite.scaleX, sprite.scaleY), sprite.flip, float(sprite.opacity),
+              sprite.layer}});
+    }
+    view.setSprites(&provider);
+    sprites.push_back(std::make_unique<FakeSprite>(plain.onion));
+    view.setOnionSkin(!plain.onion.isNull(), GraphicsRenderer::OnionEffect(plain.onionEffect),
+                      float(plain.onionOpacity));
+    view.setOnionSkinSprite(plain.onion.isNull() ? nullptr : sprites.back().get(),
+                            plain.onionOffset);
+    view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes,
+                             static_cast<unsigned char>(plain.boxMode), unsigned(plain.boxParent));
+    QVector<QRect> rects[2];
+    for (int group = 0; group < 2; ++group) {
+        for (const PlainScene::Box &box : qAsConst(plain.boxes[group]))
+            rects[group].append(box.rect);
+    }
+    attack.setRects(rects[0]);
+    collision.setRects(rects[1]);
+    view.setContactBoxes(ContactBoxCode::Attack, &attack);
+    view.setContactBoxes(ContactBoxCode::Collision, &collision);
+    view.deselectContactBoxes();
+    view.setVisibility(plain.crosses[0].visible, plain.crosses[1].visible, plain.crosses[2].visible,
+                       plain.boxesVisible[0], plain.boxesVisible[1], plain.rulersVisible,
+                       plain.guidesVisible);
+    view.setGuideLines(plain.guides);
+}
+
+} // namespace
+
+class TestGraphicsRenderer : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void drawsAsAPlainModel_data();
+    void drawsAsAPlainModel();
+    void asksForRepaintsOnlyOnChanges();
+    void zooms_data();
+    void zooms();
+    void zoomKeepsThePlace_data();
+    void zoomKeepsThePlace();
+    void readsProviders();
+    void survivesCirclesAndExtremes();
+};
+
+void TestGraphicsRenderer::initTestCase()
+{
+    Texture::setOpenGLEnabled(true);
+}
+
+void TestGraphicsRenderer::drawsAsAPlainModel_data()
+{
+    QTest::addColumn<bool>("openGL");
+    QTest::addColumn<int>("row");
+    QTest::newRow("native, fine steps") << false << 0;
+    QTest::newRow("native, whole steps") << false << 1;
+    if (Contexts::none())
+        return;
+    QTest::newRow("OpenGL, fine steps") << true << 0;
+    QTest::newRow("OpenGL, whole steps") << true << 1;
+}
+
+void TestGraphicsRenderer::drawsAsAPlainModel()
+{
+    QFETCH(bool, openGL);
+    QFETCH(int, row);
+    Scene scene;
+    RenderWidget native;
+    std::unique_ptr<GLRenderWidget> card;
+    native.setFixedSize(viewSize);
+    QWidget *widget = &native;
+    if (openGL) {
+        card = std::make_unique<GLRenderWidget>();
+        card->setFixedSize(viewSize);
+        card->show();
+        QVERIFY(QTest::qWaitForWindowExposed(card.get()));
+        card->setRenderer(&scene.view);
+        widget = card.get();
+    } else {
+        native.setRenderer(&scene.view);
+    }
+    scene.plain.ratio = qRound(widget->devicePixelRatioF());
+    QRandomGenerator random(unsigned(17 + row));
+    for (int step = 0; step < 36; ++step) {
+        scene.randomize(random, row, step % 12);
+        // Clicks select boxes; which ones, the view itself must agree with.
+        for (int click = random.bounded(3); click > 0; --click) {
+            const QPoint at(random.bounded(180), random.bounded(140));
+            scene.view.mousePressed(at, Qt::LeftButton, Qt::ShiftModifier);
+            scene.view.mouseReleased(at, Qt::LeftButton, Qt::ShiftModifier);
+        }
+        const QList<ContactBoxCode *> selected = scene.view.selectedContactBoxes();
+        if (scene.view.boxesSelectionRect().isValid() || selected.isEmpty()) {
+            FakeBoxes *const sources[] = {&scene.attack, &scene.collision};
+            for (int group = 0; group < 2; ++group) {
+                for (int i = 0; i < scene.plain.boxes[group].size(); ++i)
+                    scene.plain.boxes[group][i].selected =
+                        selected.contains(sources[group]->at(unsigned(i)));
+            }
+        } else {
+            scene.view.deselectContactBoxes();
+        }
+        scene.plain.paint();
+        const QImage picture = card ? card->grabFramebuffer() : native.grab().toImage();
+        const QString wrong = scene.plain.differences(picture);
+        QVERIFY2(wrong.isEmpty(), qPrintable(QStringLiteral("scene %1: %2").arg(step).arg(wrong)));
+    }
+}
+
+void TestGraphicsRenderer::asksForRepaintsOnlyOnChanges()
+{
+    CountingWidget widget;
+    FakeView view;
+    view.renderWidget = &widget;
+    widget.shown = &view;
+    FakeSprite sprite(QImage(4, 4, QImage::Format_RGB32));
+    FakeProvider provider;
+    provider.add(&sprite, {1, 2});
+    view.setSprites(&provider);
+    const std::pair<const char *, std::function<void()>> calls[] = {
+        {"setVisibility", [&] { view.setVisibility(true, false, true, true, true, true, true); }},
+        {"cross position",
+         [&] {
+             view.setItemPosition(GraphicsRenderer::ItemCrossExtra, {3, 4});
+         }},
+        {"sprite position",
+         [&] {
+             view.setItemPosition(GraphicsRenderer::ItemSprite, {3, 4}, 0);
+         }},
+        {"cross mode", [&] { view.setItemPositionMode(GraphicsRenderer::ItemCrossMain, 12, 1); }},
+        {"sprite mode", [&] { view.setItemPositionMode(GraphicsRenderer::ItemSprite, 12, 1, 0); }},
+        {"onion skin", [&] { view.setOnionSkin(true, GraphicsRenderer::OnionDarker, 0.5F); }},
+        {"onion sprite",
+         [&] {
+             view.setOnionSkinSprite(&sprite, {5, 6});
+         }},
+        {"guides",
+         [&] {
+             view.setGuideLines({7, 8});
+         }},
+    };
+    for (const auto &[name, call] : calls) {
+        widget.updates = 0;
+        call();
+        QVERIFY2(widget.updates > 0, name);
+        widget.updates = 0;
+        call();
+        QVERIFY2(widget.updates == 0, name);
+    }
+    // Opacity and effect don't matter while the onion skin is off.
+    view.setOnionSkin(false, GraphicsRenderer::OnionDarker, 0.5F);
+    widget.updates = 0;
+    view.setOnionSkin(false, GraphicsRenderer::OnionLighter, 0.2F);
+    view.setItemPosition(GraphicsRenderer::ItemContactBoxes, {9, 9});
+    view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes, 12, 0);
+    view.setItemPosition(GraphicsRenderer::ItemSprite, {9, 9}, 7);
+    QCOMPARE(widget.updates, 0);
+    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemContactBoxes), QPoint());
+    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 0), QPoint(3, 4));
+    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 7), QPoint());
+    QCOMPARE(view.indexOfItem(GraphicsRenderer::ItemCrossExtra, nullptr), 2);
+    QCOMPARE(view.indexOfItem(GraphicsRenderer::ItemContactBoxes, nullptr), -1);
+    QCOMPARE(view.indexOfItem(GraphicsRenderer::ItemSprite, static_cast<Sprite *>(&sprite)), 0);
+    QCOMPARE(view.indexOfItem(GraphicsRenderer::ItemSprite, &view), -1);
+    widget.shown = nullptr;
+    view.renderWidget = nullptr;
+}
+
+void TestGraphicsRenderer::zooms_data()
+{
+    QTest::addColumn<int>("row");
+    QTest::addColumn<int>("from");
+    QTest::addColumn<QString>("step");
+    QTest::addColumn<int>("level");
+    QTest::newRow("up") << 0 << 3 << "add" << 4;
+    QTest::newRow("up at the end") << 0 << 11 << "add" << 11;
+    QTest::newRow("down") << 1 << 3 << "sub" << 2;
+    QTest::newRow("down at the start") << 0 << 0 << "sub" << 0;
+    QTest::newRow("255 is the first") << 0 << 5 << "255" << 0;
+    QTest::newRow("too large is the last") << 0 << 5 << "200" << 11;
+    QTest::newRow("actual size, fine") << 0 << 9 << "actual" << 3;
+    QTest::newRow("actual size, whole") << 1 << 9 << "actual" << 2;
+    QTest::newRow("wheel up") << 0 << 3 << "wheel 120" << 4;
+    QTest::newRow("wheel ends early") << 0 << 9 << "wheel 120" << 9;
+    QTest::newRow("wheel back from the end") << 0 << 11 << "wheel -120" << 9;
+    QTest::newRow("wheel far down") << 0 << 3 << "wheel -2400" << 0;
+    QTest::newRow("wheel less than a notch") << 0 << 11 << "wheel 60" << 11;
+}
+
+void TestGraphicsRenderer::zooms()
+{
+    QFETCH(int, row);
+    QFETCH(int, from);
+    QFETCH(QString, step);
+    QFETCH(int, level);
+    GraphicsRenderer::setZoomTable(static_cast<unsigned char>(row));
+    FakeView view;
+    view.setZoomLevel(static_cast<unsigned char>(from));
+    if (step == "add")
+        view.addZoom();
+    else if (step == "sub")
+        view.subZoom();
+    else if (step == "actual")
+        view.zoomActual();
+    else if (step.startsWith("wheel"))
+        view.mouseWheel(step.mid(6).toInt());
+    else
+        view.setZoomLevel(static_cast<unsigned char>(step.toInt()));
+    QCOMPARE(int(view.zoomLevel()), level);
+    QCOMPARE(view.zoomFactor(), ::zooms[row][level]);
+}
+
+void TestGraphicsRenderer::zoomKeepsThePlace_data()
+{
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<QPoint>("origin");
+    // From zoom 2 to 3 around (10, 20), which is the origin or the middle of the view.
+    QTest::newRow("around the origin") << 0 << QPoint(10, 20);
+    QTest::newRow("around the middle") << 1 << QPoint(-17, 35);
+}
+
+void TestGraphicsRenderer::zoomKeepsThePlace()
+{
+    QFETCH(int, mode);
+    QFETCH(QPoint, origin);
+    GraphicsRenderer::setZoomTable(1);
+    GraphicsRenderer::setZoomMode(GraphicsRenderer::ZoomOrigin);
+    FakeView view;
+    view.sizeChanged(21, 41);
+    view.setZoomLevel(3);
+    GraphicsRenderer::setZoomMode(GraphicsRenderer::ZoomMode(mode));
+    GraphicsRenderer::setOrigin(mode ? QPoint(-7, 29) : QPoint(10, 20));
+    FakeProvider provider;
+    FakeSprite sprite(QImage(4, 4, QImage::Format_RGB32));
+    provider.add(&sprite, {20, -5}, 12);
+    provider.add(&sprite, {20, -5}, 13);
+    view.setSprites(&provider);
+    view.setItemPositionMode(GraphicsRenderer::ItemCrossSecondary, 12);
+    view.setItemPosition(GraphicsRenderer::ItemCrossSecondary, {20, -5});
+    view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes, 12);
+    FakeBoxes boxes(ContactBoxCode::Attack, {QRect(20, -5, 6, 6)});
+    view.setContactBoxes(ContactBoxCode::Attack, &boxes);
+    view.addZoom();
+    // An image pixel of -7/2 and of -25/2 is rounded away from zero.
+    QCOMPARE(GraphicsRenderer::origin(), origin);
+    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 0), QPoint(25, -19));
+    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 1), QPoint(20, -5));
+    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemCrossSecondary), QPoint(25, -19));
+    view.setSprites(nullptr);
+    GraphicsRenderer::setZoomMode(GraphicsRenderer::ZoomOrigin);
+}
+
+void TestGraphicsRenderer::readsProviders()
+{
+    FakeView view;
+    FakeSprite sprite(QImage(4, 4, QImage::Format_RGB32));
+    auto provider = std::make_unique<FakeProvider>();
+    for (int i = 0; i < 4; ++i)
+        provider->add(&sprite, {i, i});
+    QSignalSpy changed(&view, &GraphicsRenderer::changed);
+    QSignalSpy changedAt(&view, &GraphicsRenderer::changedAt);
+    view.setSprites(provider.get());
+    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 3), QPoint(3, 3));
+    provider->rows[2].properties[0] = QPoint(9, 9);
+    Q_EMIT provider->changedAt(2);
+    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 2), QPoint(9, 9));
+    Q_EMIT provider->changedAt(77);
+    QCOMPARE(changed.count(), 1);
+    QCOMPARE(changedAt.count(), 1);
+
+    // It loses a row in the middle of being read, once and for ever.
+    bool lost = false;
+    provider->beforeProperty = [&](unsigned int id) {
+        if (id != 5 || lost)
+            return;
+        lost = true;
+        provider->rows.pop_back();
+        Q_EMIT provider->changed();
+    };
+    Q_EMIT provider->changed();
+    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 2), QPoint(9, 9));
+    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 3), QPoint());
+    provider->beforeProperty = [&](unsigned int) {
+        provider->add(nullptr, {});
+        Q_EMIT provider->changed();
+    };
+    Q_EMIT provider->changed();
+    provider->beforeProperty = nullptr;
+
+    FakeProvider other;
+    other.add(&sprite, {5, 5});
+    view.setSprites(&other);
+    Q_EMIT provider->changed();
+    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 0), QPoint(5, 5));
+    view.setSprites(provider.get());
+    provider.reset();
+    QVERIFY(!view.spriteProvider());
+    QCOMPARE(view.indexOfItem(GraphicsRenderer::ItemSprite, static_cast<Sprite *>(&sprite)), -1);
+    // It deletes itself while it is read.
+    auto *fickle = new FakeProvider;
+    fickle->add(&sprite, {1, 1});
+    fickle->beforeProperty = [&fickle](unsigned int) {
+        FakeProvider *gone = fickle;
+        fickle = nullptr;
+        delete gone;
+    };
+    view.setSprites(fickle);
+    QVERIFY(!fickle && !view.spriteProvider());
+}
+
+void TestGraphicsRenderer::survivesCirclesAndExtremes()
+{
+    Scene scene;
+    QRandomGenerator random(23);
+    RenderWidget widget;
+    widget.setFixedSize(viewSize);
+    widget.setRenderer(&scene.view);
+    const int ends[] = {INT_MIN, INT_MIN + 1, -65536, 0, 65536, INT_MAX - 1, INT_MAX};
+    const auto end = [&] { return ends[random.bounded(7)]; };
+    for (int step = 0; step < 40; ++step) {
+        scene.randomize(random, step % 2, random.bounded(12));
+        for (int i = 0; i < 3; ++i) {
+            scene.view.setItemPositionMode(GraphicsRenderer::ItemType(i), random.bounded(256),
+                                           unsigned(random.bounded(4)));
+            scene.view.setItemPosition(GraphicsRenderer::ItemType(i), {end(), end()});
+        }
+        for (int i = 0; i < int(scene.provider.rows.size()); ++i) {
+            QVariant *properties = scene.provider.rows[size_t(i)].properties;
+            properties[0] = QPoint(end(), end());
+            properties[1] = random.bounded(256);
+            properties[2] = random.bounded(5);
+            properties[3] = QSize(end(), end());
+            properties[4] = QPointF(end(), std::numeric_limits<double>::quiet_NaN());
+        }
+        Q_EMIT scene.provider.changed();
+        GraphicsRenderer::setOrigin({end(), end()});
+        scene.view.setGuideLines({end(), end()});
+        scene.view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes, random.bounded(256), 1);
+        scene.attack.setRects(
+            {QRect(end(), end(), 10, 10), QRect(QPoint(end(), end()), QPoint(end(), end()))});
+        scene.view.setContactBoxes(ContactBoxCode::Attack, &scene.attack);
+        for (int click = 0; click < 4; ++click) {
+            const QPoint at(random.bounded(180), random.bounded(140));
+            scene.view.mousePressed(at, Qt::LeftButton, Qt::NoModifier);
+            scene.view.mouseMoved(at + QPoint(3, 5), Qt::NoModifier);
+            scene.view.mouseReleased(at, Qt::LeftButton, Qt::NoModifier);
+            scene.view.mouseWheel(120 * (random.bounded(5) - 2));
+        }
+        widget.grab();
+    }
+    scene.view.sizeChanged(0, 0);
+    widget.grab();
+    scene.view.sizeChanged(29, 29);
+    widget.grab();
+    GraphicsRenderer::setOrigin({});
+}
+
+int main(int argc, char **argv)
+{
+    return Contexts::run<TestGraphicsRenderer>(argc, argv);
+}
+
+#include "tst_graphicsrenderer.moc"
