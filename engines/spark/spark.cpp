@@ -35,6 +35,11 @@ QString writeValue(const QVariant &value)
     return value.toString().replace(QLatin1Char('#'), QLatin1Char(' ')).simplified();
 }
 
+QString entry(const QString &name, const QVariant &value)
+{
+    return name + QLatin1String(" = ") + writeValue(value);
+}
+
 /// A line "name = value".
 class SparkValue : public ValueCode
 {
@@ -45,24 +50,27 @@ public:
     {
     }
     QString name() const override { return m_name; }
-    QString displayName() const override { return m_name + QLatin1String(" = ") + valueText(); }
+    QString displayName() const override { return entry(m_name, rawValue()); }
     QString valueText() const override { return writeValue(rawValue()); }
     QString enumText(unsigned int) const override { return QString(); }
     // Text is the master: setters write the line, and the parser brings the value back.
-    void setValue(const QVariant &value) override
-    {
-        change(m_name + QLatin1String(" = ") + writeValue(value));
-    }
+    void setValue(const QVariant &value) override { change(entry(m_name, value)); }
     void setName(const QString &name) override
     {
         if (isName(name))
-            change(name + QLatin1String(" = ") + valueText());
+            change(entry(name, rawValue()));
     }
     // The base stores the value, and the base's base tells the container and the model.
     void valueChanged(const QVariant &value) override
     {
         ValueCode::valueChanged(value);
         CodeNode::valueChanged(value);
+    }
+    /// For the parser: the line says this now.
+    void take(const QString &name, const QVariant &value)
+    {
+        if (std::exchange(m_name, name) != name || rawValue() != value)
+            valueChanged(value);
     }
 
 private:
@@ -91,13 +99,14 @@ public:
         if (!isName(name))
             return false;
         const CodeNode *last = childCount() ? childAt(childCount() - 1) : this;
-        document()->insertAfter(last, name + QLatin1String(" = ") + writeValue(value), true);
+        document()->insertAfter(last, entry(name, value), true);
         return true;
     }
-    void valueChanged(const QVariant &name) override
+    /// For the parser: the line says this now.
+    void take(const QString &name)
     {
-        m_name = name.toString();
-        CodeNode::valueChanged(name);
+        if (std::exchange(m_name, name) != name)
+            valueChanged(name);
     }
 
 private:
@@ -151,13 +160,12 @@ public:
     }
 
 private:
-    // A line that says the same in the same place keeps its node, and so views keep their rows.
+    // A line that is the same kind in the same place keeps its node, and so views keep their rows.
     static CodeNode *header(const SparkLine &line, CodeNode *old, CodeNode *previous)
     {
         if (!old || old->type() != CodeNode::Group)
             return new SparkSection(previous, line.name);
-        if (static_cast<SparkSection *>(old)->name() != line.name)
-            old->valueChanged(line.name);
+        static_cast<SparkSection *>(old)->take(line.name);
         return old;
     }
 
@@ -166,10 +174,9 @@ private:
     {
         const QVariant value = readValue(line.value);
         auto *node = dynamic_cast<SparkValue *>(old);
-        if (!node || node->parent() != section || node->name() != line.name)
+        if (!node || node->parent() != section)
             return new SparkValue(previous, line.name, value);
-        if (node->rawValue() != value)
-            node->valueChanged(value);
+        node->take(line.name, value);
         return node;
     }
 
@@ -239,7 +246,8 @@ public:
     QSizeF stageScale() override { return QSizeF(1, 1); }
     void fileList(QList<ReferencedFile> &out) override
     {
-        for (CodeNode *node : static_cast<SparkDocument *>(file(FileID::Definition))->childs()) {
+        const auto *definition = dynamic_cast<SparkDocument *>(file(FileID::Definition));
+        for (CodeNode *node : definition ? definition->childs() : QList<CodeNode *>()) {
             for (ValueCode *value : static_cast<SparkSection *>(node)->values()) {
                 const QString path = value->rawValue().toString();
                 if (value->name() == QLatin1String("include") && isTuning(path))
