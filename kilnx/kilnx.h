@@ -43,6 +43,11 @@
 #include <kilnx/image/imagepalette.h>
 #include <kilnx/image/palette.h>
 #include <kilnx/image/sprite.h>
+#include <kilnx/imageedit/imagecanvas.h>
+#include <kilnx/imageedit/imagecommands.h>
+#include <kilnx/imageedit/imagelayer.h>
+#include <kilnx/imageedit/imagelayers.h>
+#include <kilnx/imageedit/imagepainter.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/project/editor.h>
 #include <kilnx/project/engine.h>
