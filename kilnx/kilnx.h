@@ -63,6 +63,7 @@
 #include <kilnx/project/project.h>
 #include <kilnx/project/projectfile.h>
 #include <kilnx/project/propertyitem.h>
+#include <kilnx/project/savereport.h>
 #include <kilnx/project/translator.h>
 #include <kilnx/project/treemodel.h>
 #include <kilnx/project/workspace.h>

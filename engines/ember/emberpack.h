@@ -162,9 +162,8 @@ public:
                 return TooLarge;
         }
         QIODevice *device = archive.openFile(name, QIODevice::WriteOnly);
-        const bool ok = device && writeTo(device, magic, static_cast<quint32>(end));
-        archive.closeFile(device);
-        return ok ? None : Device;
+        const bool isWritten = device && writeTo(device, magic, static_cast<quint32>(end));
+        return archive.closeWritten(device) && isWritten ? None : Device;
     }
 
 private:

@@ -220,21 +220,21 @@ bool CodeDocument::toFile(Archive &archive, const QString &name, bool asCopy)
     QByteArray data = d->original.write(*this, codecId(), &encodes);
     if (!encodes)
         data = d->original.write(*this, unicode, &encodesNow);
-    if (!writeAll(device, data)) {
-        archive.closeFile(device);
+    const bool isWritten = writeAll(device, data);
+    if (!archive.closeWritten(device) || !isWritten)
         return false;
-    }
     FileWatchObject::toFile(archive, name, asCopy);
-    if (!asCopy)
-        setFileName(QString());
-    archive.closeFile(device);
     if (!encodes)
         warnOfEncoding();
     if (!asCopy) {
         if (!encodes)
             setCodecId(unicode);
         setModified(false);
+        const QString before = fileName();
         setFileName(name);
+        // The tree looks for the name then, also where nothing was modified.
+        if (fileName() != before)
+            emit modificationChanged(false);
     }
     ProjectFile::toFile(archive, name, asCopy);
     return true;

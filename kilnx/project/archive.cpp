@@ -1,5 +1,6 @@
 #include <kilnx/project/archive.h>
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
 #include <QtCore/QThread>
 
@@ -9,6 +10,8 @@
 
 #ifdef Q_OS_UNIX
 #include <unistd.h>
+
+#include <cerrno>
 #endif
 
 static void sleepSeconds(unsigned long seconds)
@@ -17,6 +20,12 @@ static void sleepSeconds(unsigned long seconds)
 }
 
 static File::Pause pauseBetweenAttempts = sleepSeconds;
+
+static QString &fileError()
+{
+    static QString error;
+    return error;
+}
 
 File::Pause File::setPause(Pause pause)
 {
@@ -39,10 +48,11 @@ File::File(const QString &path)
 
 File::~File()
 {
-    if (target.isOpen())
-        commit();
+    const bool isSaved = target.isOpen() ? commit() : finishDirect();
+    if (m_result)
+        *m_result = isSaved;
     close();
-    if (!m_written.isEmpty())
+    if (isSaved && !m_written.isEmpty())
         Kiln::FileWatcherManager::noteWritten(m_written);
 }
 
@@ -51,8 +61,12 @@ bool File::open(OpenMode mode)
     if (mode & WriteOnly)
         m_written = fileName();
     // Only a regular file has contents to lose; replacing a device or a pipe would destroy it.
-    if (!(mode & WriteOnly) || (mode & NewOnly) || !QFileInfo(fileName()).isFile())
+    const bool isReplaced =
+        !m_written.isEmpty() && !(mode & NewOnly) && QFileInfo(fileName()).isFile();
+    if (!isReplaced) {
+        m_isNew = !m_written.isEmpty() && !QFileInfo::exists(fileName());
         return QFile::open(mode);
+    }
 
     target.setFileName(resolved(fileName()));
     // A temporary that an earlier process left behind may hold the only whole copy of something.
@@ -62,9 +76,11 @@ bool File::open(OpenMode mode)
 
     if (openTemporary(mode))
         return true;
+    const QString error = errorString();
     target.close();
     close();
-    remove();
+    QFile::remove(fileName());
+    setErrorString(error);
     return false;
 }
 
@@ -74,9 +90,12 @@ bool File::openTemporary(OpenMode mode)
     if (keepsContents && !QFile::copy(target.fileName(), fileName()))
         return false;
     // An open target shows that it may be written.
-    if (!QFile::open(keepsContents ? mode : (mode & ~ExistingOnly) | NewOnly) ||
-        !target.open(ReadWrite))
+    if (!QFile::open(keepsContents ? mode : (mode & ~ExistingOnly) | NewOnly))
         return false;
+    if (!target.open(ReadWrite)) {
+        setErrorString(target.errorString());
+        return false;
+    }
     keepOwnerAndPermissions();
     return true;
 }
@@ -100,25 +119,34 @@ void File::discard()
 
 qint64 File::writeData(const char *data, qint64 size)
 {
-    const qint64 written = QFile::writeData(data, size);
+    qint64 written = 0;
+    // A disk that fills up takes a part and says nothing; what it says to the rest is the reason.
+    while (written < size) {
+        const qint64 more = QFile::writeData(data + written, size - written);
+        if (more <= 0)
+            break;
+        written += more;
+    }
     m_failed |= written != size;
     return written;
 }
 
-/// Whether everything that was written has reached the disk.
-bool File::isWhole()
+/// Whether everything that was written has reached the system.
+bool File::isWritten()
 {
-    if (m_failed)
-        return false;
-    if (!isOpen())
-        return error() == NoError;
-    if (!flush())
-        return false;
+    return !m_failed && (isOpen() ? flush() : error() == NoError);
+}
+
+/// Whether the disk has confirmed it; where there is no disk, as behind a device, it has.
+bool File::isSynced()
+{
 #ifdef Q_OS_UNIX
-    return fsync(handle()) == 0;
-#else
-    return true;
+    if (isOpen() && fsync(handle()) != 0 && errno != EINVAL && errno != ENOTSUP) {
+        setErrorString(qt_error_string(errno));
+        return false;
+    }
 #endif
+    return true;
 }
 
 template<typename Operation>
@@ -132,24 +160,63 @@ static bool attempt(Operation operation)
     return true;
 }
 
-void File::commit()
+/// The old file stays where the new contents are not whole. Contents that are whole but could not
+/// take their place stay, too, under the temporary's name.
+bool File::commit()
 {
     // Others may have taken either file away, and waiting brings none back.
-    const bool whole = QFile::exists(fileName()) && isWhole();
+    const bool isWhole = QFile::exists(fileName()) && isWritten();
     target.close();
-    if (!whole) {
+    if (!isWhole) {
+        Kiln::setFileError(errorString());
         close();
-        remove();
-        return;
+        QFile::remove(fileName());
+        return false;
     }
     const QString name = target.fileName();
-    attempt([&name] { return !QFile::exists(name) || QFile::remove(name); });
+    const bool isOnDisk = isSynced();
+    if (isOnDisk)
+        attempt([&name] { return !QFile::exists(name) || QFile::remove(name); });
+    QString error = errorString();
     close();
-    attempt([this, &name] { return QFile::rename(fileName(), name); });
+    const auto rename = [&] { return QFile::rename(fileName(), name); };
+    if (isOnDisk && attempt(rename))
+        return true;
+    if (isOnDisk)
+        error = errorString();
+    Kiln::setFileError(
+        QCoreApplication::translate("Kiln::Archive", "%1 The new contents are in '%2'.")
+            .arg(error, fileName()));
+    return false;
+}
+
+bool File::finishDirect()
+{
+    if (m_written.isEmpty() || (isWritten() && isSynced()))
+        return true;
+    Kiln::setFileError(errorString());
+    close();
+    if (m_isNew)
+        QFile::remove(fileName());
+    return false;
 }
 
 namespace Kiln
 {
+
+void setFileError(const QString &error)
+{
+    fileError() = error;
+}
+
+bool Archive::closeWritten(QIODevice *device)
+{
+    bool isSaved = device;
+    if (auto *file = dynamic_cast<File *>(device))
+        file->tellResult(&isSaved);
+    closeFile(device);
+    return isSaved;
+}
 
 void Archive::removeOwner()
 {
@@ -161,6 +228,11 @@ FileSystemArchive &FileSystemArchive::instance()
 {
     static FileSystemArchive archive;
     return archive;
+}
+
+QString FileSystemArchive::lastError()
+{
+    return fileError();
 }
 
 void FileSystemArchive::flush()
@@ -195,6 +267,7 @@ QList<QFileInfo> FileSystemArchive::infoEntries(const QString &path,
 QIODevice *FileSystemArchive::openFile(const QString &path, QIODevice::OpenMode mode)
 {
     if (mode & QIODevice::WriteOnly) {
+        setFileError(QString());
         const QDir directory = QFileInfo(path).dir();
         if (!directory.exists())
             QDir().mkpath(directory.absolutePath());
@@ -202,7 +275,11 @@ QIODevice *FileSystemArchive::openFile(const QString &path, QIODevice::OpenMode 
         return nullptr;
     }
     auto file = std::make_unique<File>(path);
-    return file->open(mode) ? file.release() : nullptr;
+    if (file->open(mode))
+        return file.release();
+    if (mode & QIODevice::WriteOnly)
+        setFileError(file->errorString());
+    return nullptr;
 }
 
 void FileSystemArchive::closeFile(QIODevice *device)

@@ -38,13 +38,17 @@ public:
     /// opened, and shows nothing; otherwise the device must go back through closeFile().
     virtual QIODevice *openFile(const QString &path, QIODevice::OpenMode mode) = 0;
     /// Closes and deletes a device of openFile(); null is ignored. What was written is in the
-    /// store afterwards, whole; a device on which a write failed leaves an older file as it was
-    /// (writeAll() tells the caller).
+    /// store afterwards, whole; a device on which a write failed leaves an older file as it was.
+    /// Use closeWritten() to learn which it was.
     virtual void closeFile(QIODevice *device) = 0;
     virtual bool fileExists(const QString &path) const = 0;
     /// False when there is no such file or it cannot be removed.
     virtual bool removeFile(const QString &path) = 0;
     virtual ~Archive() = default;
+
+    /// Closes a device like closeFile(). True when what was written to it is in the store; false
+    /// after a failed write, sync or renaming, and for null: nothing may count as saved then.
+    bool closeWritten(QIODevice *device);
 
     void addOwner() { ++refCount; }
     /// Takes one owner off; the last one calls free(), after which the archive may be gone.
@@ -60,13 +64,18 @@ private:
 /// An existing regular file is never overwritten in place: the device of openFile() writes to a
 /// temporary file beside it, named as the file with six random characters appended, and closing
 /// replaces the file by it. A process that dies in between leaves the old or the new contents
-/// whole under one of the two names; a write that fails leaves the old file. The new file keeps
-/// the old one's permissions, and a symbolic link stays a link: what it points at is replaced.
+/// whole under one of the two names; a write that fails leaves the old file, and no file where
+/// there was none. Where the disk does not confirm a whole temporary, or it cannot be renamed, it
+/// stays beside the old file. The new file keeps the old one's permissions, and a symbolic link
+/// stays a link: what it points at is replaced.
 class KILNX_EXPORT FileSystemArchive : public Archive
 {
 public:
     /// The one object of the process, which nothing ends. A copy takes its count along.
     static FileSystemArchive &instance();
+    /// Why the last file that was opened for writing could not be opened, or was not saved: the
+    /// system's own words, as in "Permission denied". Empty when it was.
+    static QString lastError();
 
     void flush() override;
     bool isReadOnly() const override;

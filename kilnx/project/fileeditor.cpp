@@ -215,14 +215,11 @@ void FileEditor::saveFileAs(ProjectFile *file, FileEditor *editor, Interface *in
         return;
     const QString pattern = patternOf(editor, interface);
     Project *project = file->project();
-    QString path = getSaveFileName(interface->mainWindow(),
-                                   tr("Save %1 as...").arg(QLatin1String(editor->name())),
-                                   startDirectory(editor, project), filterOf(editor, pattern));
+    const QString path = getSaveFileName(
+        interface->mainWindow(), tr("Save %1 as...").arg(QLatin1String(editor->name())),
+        startDirectory(editor, project), filterOf(editor, pattern), suffixOf(pattern));
     if (path.isEmpty())
         return;
-    const QString suffix = suffixOf(pattern);
-    if (!path.endsWith(suffix))
-        path += suffix;
     const bool asCopy =
         !isInside(project, path) &&
         askForCopy(interface,

@@ -113,9 +113,10 @@ void ParentProjectPrivate::rebuild(Project *project)
         return a.id == b.id && a.path == b.path;
     };
     // Most keystrokes in a definition name no other file.
-    if (fileName == opened->fileName &&
+    if (!opened->isStale && fileName == opened->fileName &&
         std::equal(files.begin(), files.end(), opened->files.begin(), opened->files.end(), isSame))
         return;
+    opened->isStale = false;
     opened->fileName = fileName;
     opened->files = files;
     const QString directory = directoryOf(fileName);
@@ -134,7 +135,7 @@ void ParentProjectPrivate::forget(const BasePath *node)
             if (at == node)
                 opened.node = this;
         }
-        opened.fileName.clear();
+        opened.isStale = true;
     }
 }
 
@@ -208,7 +209,7 @@ void ParentProjectPrivate::setBasePath(const QString &newPath)
         directory->scan();
     }
     for (Opened &opened : projects)
-        opened.fileName.clear();
+        opened.isStale = true;
     rebuildAll();
 }
 

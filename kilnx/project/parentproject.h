@@ -23,6 +23,7 @@ class CodeDocument;
 class Engine;
 class ParentProjectPrivate;
 struct PathEntry;
+struct SaveReport;
 
 /// What the user opens: a base directory with the projects that live in it, as a tree.
 ///
@@ -107,16 +108,30 @@ public:
     /// Whether the engine's executable lies in the base directory.
     bool isGame() const;
 
-    /// Saves every modified file, asking for a name where a file has none.
+    // Saving, a copy elsewhere, a backup: what goes where is settled before the first byte. Each
+    // file has one source, and an open, changed one comes before everything else. A failure does
+    // not stop the others; saveReport() tells all that happened. While one of them runs, another
+    // does nothing.
+
+    /// Saves every modified file, asking for a name where a file has no place on disk.
     void save();
     /// Saves everything below another directory and moves there. `path` is that directory or, for
-    /// one definition that is no game, the definition's new file name.
+    /// one definition that is no game, the definition's new file name. Existing files are
+    /// replaced: look at replacedBySaveAs() first. Where a directory or a definition cannot be
+    /// written, the project stays as it was.
     void saveAs(const QString &path);
-    /// Copies everything, as it is in memory, to a dated directory below "backup/".
+    /// The existing files that saveAs() would replace by others; touches nothing.
+    QStringList replacedBySaveAs(const QString &path) const;
+    /// Copies everything, as it is in memory, to a dated directory below "backup/". True, unless
+    /// something is being saved, also where files are missing in it: see saveReport().
     bool backup(const QString &name);
     /// Copies the files of a backup, named by its directory, back over the project and loads them.
     /// False, with nothing changed, for a read-only archive or an unknown name.
     bool restoreBackup(const QString &name);
+    /// The files that restoreBackup() would replace and that are not as in the backup.
+    QStringList replacedByRestore(const QString &name) const;
+    /// What the last of these operations did; replaced when the next one ends.
+    const SaveReport &saveReport() const;
     /// Starts the engine on the project and returns when it has ended; events are handled in the
     /// meantime. `output` receives what the process wrote unless it is null. False when nothing
     /// ran, after a message where there is something to tell.

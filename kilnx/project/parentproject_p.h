@@ -11,11 +11,13 @@
 
 #include <kilnx/project/archive.h>
 #include <kilnx/project/parentproject.h>
+#include <kilnx/project/savereport.h>
 
 namespace Kiln
 {
 
 class ParentProjectPrivate;
+class SavePlan;
 
 /// What one source wants to see below a node: a scan, or a definition. The children are in the
 /// order of rows: directories first, then files, each by name, and no two alike.
@@ -151,6 +153,7 @@ public:
         QPointer<QTextDocument> document;
         QString fileName;
         QList<ReferencedFile> files;
+        bool isStale = true; ///< the rows may be gone although nothing else changed
         QMetaObject::Connection contents;
         QMetaObject::Connection modification;
     };
@@ -167,8 +170,11 @@ public:
     void setBasePath(const QString &path);
     /// Returns when the process has ended; handles events in the meantime.
     void runProcess(const QString &executable, const QString &arguments, QString *output);
-    void saveSingleAs(Project *project, const QString &path);
-    void saveAllAs(const QString &target);
+    /// One definition, which can go anywhere alone.
+    bool movesAlone() const;
+    QString moveTarget(const QString &given) const;
+    SavePlan planMove(const QString &target, QStringList &others) const;
+    void moveTo(const QString &base);
     /// That directory relative to the base, empty or ending in "/"; empty outside the base.
     QString folderOf(const QString &fileName) const;
     void forget(const BasePath *node);
@@ -192,6 +198,12 @@ public:
     bool runFinished = true;
     /// The owner is being destroyed: nobody looks at the rows any more.
     bool closing = false;
+    /// What is being saved; null at other times.
+    SavePlan *plan = nullptr;
+    /// Of the last saving.
+    SaveReport report;
+
+    class Saving;
 
 protected:
     void update(Path *node, const PathEntry &entries) override;

@@ -17,6 +17,13 @@ bool isCleanPath(const QString &path)
            !path.endsWith(QLatin1Char('.')) && !path.endsWith(QLatin1Char('/'));
 }
 
+/// Whether a name can only be that of a directory.
+bool namesDirectory(const QString &name)
+{
+    const QString last = name.mid(name.lastIndexOf(QLatin1Char('/')) + 1);
+    return last.isEmpty() || last == QLatin1String(".") || last == QLatin1String("..");
+}
+
 /// Where a name lies relative to the base; empty outside it and for the base itself.
 QString placeOf(const QString &basePath, const QString &directory, const QString &name)
 {
@@ -106,8 +113,7 @@ std::vector<PathEntry> definitionEntries(const QString &basePath,
         const QString place =
             file.path.isEmpty() ? QString() : placeOf(basePath, directory, file.path);
         if (!place.isEmpty())
-            builder.add(place, file.path.endsWith(QLatin1Char('/')),
-                        static_cast<unsigned int>(file.id));
+            builder.add(place, namesDirectory(file.path), static_cast<unsigned int>(file.id));
     }
     return builder.take();
 }

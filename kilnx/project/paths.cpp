@@ -1,9 +1,12 @@
 #include <kilnx/project/paths.h>
 
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
 #include <QtCore/QFileDevice>
 #include <QtCore/QFileInfo>
 #include <QtWidgets/QFileDialog>
 
+#include <kilnx/forms/messageboxes.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/project/archive_p.h>
 #include <kilnx/project/interface.h>
@@ -62,8 +65,7 @@ bool copyFile(Archive &from, const QString &fromName, Archive &to, const QString
     if (auto *file = copied ? nullptr : dynamic_cast<File *>(destination))
         file->discard();
     from.closeFile(source);
-    to.closeFile(destination);
-    return copied;
+    return to.closeWritten(destination) && copied;
 }
 
 bool writeAll(QIODevice *device, const QByteArray &data)
@@ -139,6 +141,26 @@ QString getSaveFileName(QWidget *parent,
                         const QString &filter)
 {
     return QFileDialog::getSaveFileName(parent, caption, directory, filter);
+}
+
+QString getSaveFileName(QWidget *parent,
+                        const QString &caption,
+                        const QString &directory,
+                        const QString &filter,
+                        const QString &suffix)
+{
+    for (;;) {
+        const QString given = getSaveFileName(parent, caption, directory, filter);
+        if (given.isEmpty() || given.endsWith(suffix))
+            return given;
+        const QString path = given + suffix;
+        const QString question =
+            QCoreApplication::translate("Kiln::FileEditor",
+                                        "The file '%1' exists. Do you want to replace it?")
+                .arg(QDir::toNativeSeparators(path));
+        if (!QFileInfo::exists(path) || askQuestion(parent, caption, question))
+            return path;
+    }
 }
 
 } // namespace Kiln

@@ -73,5 +73,13 @@ KILNX_EXPORT QString getSaveFileName(QWidget *parent,
                                      const QString &caption,
                                      const QString &directory,
                                      const QString &filter);
+/// The same, for a file type with one suffix, given with its dot. A name without it gets it, and
+/// where such a file exists, which the dialog could not know, the user is asked before it is
+/// replaced; a No brings the dialog back.
+KILNX_EXPORT QString getSaveFileName(QWidget *parent,
+                                     const QString &caption,
+                                     const QString &directory,
+                                     const QString &filter,
+                                     const QString &suffix);
 
 } // namespace Kiln

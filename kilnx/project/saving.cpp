@@ -6,14 +6,13 @@
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 
-#include <kilnx/code/codedocument.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/project/fileeditor.h>
 #include <kilnx/project/filewatch_p.h>
 #include <kilnx/project/interface.h>
 #include <kilnx/project/parentproject_p.h>
-#include <kilnx/project/paths.h>
 #include <kilnx/project/project_p.h>
+#include <kilnx/project/saveplan_p.h>
 
 namespace Kiln
 {
@@ -54,80 +53,178 @@ QString withClosingSlash(const QString &path)
     return path.endsWith(QLatin1Char('/')) ? path : path + QLatin1Char('/');
 }
 
-void makeDirectoryOf(const QString &fileName)
+/// An absolute directory, ending in "/".
+QString directoryAt(const QString &path)
 {
-    const QString directory = QFileInfo(fileName).absolutePath();
-    if (!QFileInfo::exists(directory))
-        QDir().mkpath(directory);
+    return withClosingSlash(QDir::cleanPath(QFileInfo(path).absoluteFilePath()));
 }
 
-CodeDocument *definitionOf(Project *project)
+QList<QPointer<Project>> guarded(const QList<Project *> &projects)
 {
-    return dynamic_cast<CodeDocument *>(project->file(Project::FileID::Definition));
-}
-
-/// Everything below a directory, the deepest first, relative to it.
-void listFiles(const QString &directory, const QString &below, QStringList &out)
-{
-    constexpr QDir::Filters filters =
-        QDir::Dirs | QDir::Files | QDir::Readable | QDir::NoSymLinks | QDir::NoDotAndDotDot;
-    const QFileInfoList entries =
-        QDir(directory + below).entryInfoList(filters, QDir::Name | QDir::DirsFirst);
-    for (const QFileInfo &entry : entries) {
-        if (entry.isDir())
-            listFiles(directory, below + entry.fileName() + QLatin1Char('/'), out);
-        else
-            out.append(below + entry.fileName());
-    }
+    return QList<QPointer<Project>>(projects.begin(), projects.end());
 }
 
 } // namespace
 
-void ParentProject::save()
+/// Lets Project::saveAll() find the plan; a second saving from within a box does nothing.
+class ParentProjectPrivate::Saving
+{
+public:
+    Saving(ParentProject *parent, SavePlan &plan)
+        : m_parent(parent)
+        , m_plan(plan)
+    {
+        parent->d->plan = &plan;
+    }
+    ~Saving()
+    {
+        if (!m_parent)
+            return;
+        m_parent->d->plan = nullptr;
+        m_parent->d->report = m_plan.report;
+    }
+    /// False once the project was closed behind a box.
+    bool isAlive() const { return m_parent; }
+
+private:
+    QPointer<ParentProject> m_parent;
+    SavePlan &m_plan;
+    Q_DISABLE_COPY(Saving)
+};
+
+const SaveReport &ParentProject::saveReport() const
+{
+    return d->report;
+}
+
+/// Has the user name a file that has no place on disk.
+static void saveUnplaced(Project *project, ProjectFile *file, SaveReport &report)
 {
     Interface *interface = Interface::instance();
-    const QList<Project *> projects = openedProjects();
-    Steps steps(tr("Saving..."), projects.size());
+    FileEditor *editor =
+        interface ? interface->editorForFile(file, project->fileID(file)) : nullptr;
+    const QPointer<Project> guard(project);
+    if (editor)
+        FileEditor::saveFileAs(file, editor, interface);
+    if (!guard || guard->fileID(file).bits == 0)
+        return;
+    if (file->isModified())
+        report.leftOut.append(file->fileName());
+    else
+        report.written.append(file->fileName());
+}
+
+void ParentProject::save()
+{
+    if (d->plan)
+        return;
+    SavePlan plan(SavePlan::Save);
+    const QList<QPointer<Project>> projects = guarded(openedProjects());
+    QList<QPair<QPointer<Project>, ProjectFile *>> unplaced;
     for (Project *project : projects) {
-        const QMap<ProjectFile *, Project::FileID> files = project->filesWithIDs();
-        for (auto file = files.begin(); file != files.end(); ++file) {
-            ProjectFile *current = file.key();
-            if (!current->isModified() || !current->canSave())
+        const QList<ProjectFile *> files = project->files();
+        for (ProjectFile *file : files) {
+            const bool isThere = file->fileExists();
+            if (!file->canSave())
                 continue;
-            if (current->fileExists())
-                current->toFile(current->archive(), current->fileName(), false);
-            else if (FileEditor *editor =
-                         interface ? interface->editorForFile(current, file.value()) : nullptr)
-                FileEditor::saveFileAs(current, editor, interface);
+            if (!file->isModified() && !isThere && !file->fileName().isEmpty())
+                plan.report.missing.append(file->fileName());
+            if (file->isModified() && isThere)
+                plan.addSave(project, file);
+            if (file->isModified() && !isThere)
+                unplaced.append({project, file});
+        }
+    }
+    ParentProjectPrivate::Saving saving(this, plan);
+    Steps steps(tr("Saving..."), projects.size());
+    for (const QPointer<Project> &project : projects) {
+        plan.run(project);
+        for (const auto &[owner, file] : qAsConst(unplaced)) {
+            if (owner == project && project && project->fileID(file).bits != 0)
+                saveUnplaced(project, file, plan.report);
         }
         steps.next();
     }
-    d->rebuildAll();
+    if (saving.isAlive())
+        d->rebuildAll();
+}
+
+bool ParentProjectPrivate::movesAlone() const
+{
+    return projects.size() == 1 && !q->isGame();
+}
+
+/// What saveAs() would write where. `others` receives the files of no project.
+SavePlan ParentProjectPrivate::planMove(const QString &target, QStringList &others) const
+{
+    SavePlan plan(SavePlan::Move);
+    const QList<Project *> all = projects.keys();
+    if (movesAlone()) {
+        // The new file stands at the top of the new directory, so what it names goes along from
+        // its own directory, wherever that was below the base.
+        plan.addProject(all.first(), withClosingSlash(QFileInfo(target).absolutePath()));
+        plan.addDefinition(all.first(), target);
+    } else {
+        for (Project *project : all) {
+            const QString name = project->fileName();
+            const QString directory = target + folderOf(name);
+            plan.addProject(project, directory);
+            if (!name.isEmpty())
+                plan.addDefinition(project, directory + QFileInfo(name).fileName());
+        }
+        collectOthers(this, others);
+        for (const QString &name : qAsConst(others))
+            plan.addOther(*archive, path() + name, target + name, all);
+    }
+    plan.noteLeftOut(all);
+    return plan;
+}
+
+QString ParentProjectPrivate::moveTarget(const QString &given) const
+{
+    return movesAlone() ? QFileInfo(given).absoluteFilePath() : directoryAt(given);
+}
+
+QStringList ParentProject::replacedBySaveAs(const QString &path) const
+{
+    QStringList others;
+    return d->planMove(d->moveTarget(path), others).replaced();
 }
 
 void ParentProject::saveAs(const QString &path)
 {
-    const QList<Project *> projects = openedProjects();
-    if (projects.size() == 1 && !isGame())
-        d->saveSingleAs(projects.first(), path);
-    else
-        d->saveAllAs(withClosingSlash(path));
+    if (d->plan || path.isEmpty())
+        return;
+    const bool isAlone = d->movesAlone();
+    const QString target = d->moveTarget(path);
+    const QString base = isAlone ? withClosingSlash(QFileInfo(target).absolutePath()) : target;
+    QStringList others;
+    SavePlan plan = d->planMove(target, others);
+    const QList<QPointer<Project>> projects = guarded(openedProjects());
+    ParentProjectPrivate::Saving saving(this, plan);
+    Steps steps(tr("Saving..."), others.size() + projects.size());
+    if (!plan.prepare() || !saving.isAlive())
+        return;
+    plan.run(nullptr);
+    for (int i = 0; i < others.size(); ++i)
+        steps.next();
+    for (const QPointer<Project> &project : projects) {
+        if (project)
+            project->saveAll(base, false, nullptr);
+        if (project)
+            plan.runDefinition(project);
+        steps.next();
+    }
+    if (saving.isAlive() && plan.hasMoved())
+        d->moveTo(base);
 }
 
-void ParentProjectPrivate::saveSingleAs(Project *project, const QString &path)
+/// What is open lives on the plain file system from now on.
+void ParentProjectPrivate::moveTo(const QString &base)
 {
-    CodeDocument *definition = definitionOf(project);
-    if (!definition)
-        return;
-    const QString target = QFileInfo(path).absolutePath();
-    // The new file stands at the top of the new directory, so what it names goes along from its
-    // own directory, wherever that was below the base.
-    const QString oldBase = this->path();
-    if (!definition->fileName().isEmpty() && project->absolutePath() != oldBase)
-        setBasePath(project->absolutePath());
-    project->saveAll(withClosingSlash(target), false, nullptr);
-    const bool isSaved = definition->toFile(FileSystemArchive::instance(), path, false);
-    setBasePath(isSaved ? target : oldBase);
+    FileSystemArchive::instance().addOwner();
+    std::exchange(archive, &FileSystemArchive::instance())->removeOwner();
+    setBasePath(base);
 }
 
 bool ParentProjectPrivate::isPlaceOfProject(const Path *node) const
@@ -136,52 +233,39 @@ bool ParentProjectPrivate::isPlaceOfProject(const Path *node) const
                        [node](const Opened &opened) { return opened.node == node; });
 }
 
-/// The files on disk that no project copies itself, relative to the base.
+/// The files on disk that no project copies itself, relative to the base. A file that a scan shows
+/// is one of them, also where a definition from another directory names it.
 void ParentProjectPrivate::collectOthers(const Path *node, QStringList &out) const
 {
     for (const Path *child : node->children()) {
-        if (!child->isItem())
+        const bool isShown = child->isFile() && static_cast<const BasePath *>(child)->scanned;
+        if (!child->isItem() && !isShown)
             collectOthers(child, out);
         else if (!isPlaceOfProject(child))
             q->collectFiles(child->path().mid(path().size()), out);
     }
 }
 
-void ParentProjectPrivate::saveAllAs(const QString &target)
-{
-    QStringList others;
-    collectOthers(this, others);
-    const QList<Project *> all = projects.keys();
-    Steps steps(ParentProject::tr("Saving..."), others.size() + all.size());
-    FileSystemArchive destination = FileSystemArchive::instance();
-    for (const QString &name : qAsConst(others)) {
-        makeDirectoryOf(target + name);
-        copyFile(*archive, path() + name, destination, target + name);
-        steps.next();
-    }
-    for (Project *project : all) {
-        project->saveAll(target, false, nullptr);
-        CodeDocument *definition = definitionOf(project);
-        if (definition && !definition->fileName().isEmpty()) {
-            const QString name = QFileInfo(definition->fileName()).fileName();
-            definition->toFile(FileSystemArchive::instance(),
-                               target + folderOf(definition->fileName()) + name, false);
-        }
-        steps.next();
-    }
-    setBasePath(target);
-}
-
 bool ParentProject::backup(const QString &name)
 {
+    if (d->plan)
+        return false;
     const QString stamp =
         QDateTime::currentDateTime().toString(QStringLiteral("dd.MM.yyyy_h.m.s_ap_"));
     const QString target = withClosingSlash(basePath() + QStringLiteral("backup/") + stamp + name);
     QDir().mkpath(target);
-    const QList<Project *> projects = openedProjects();
+    SavePlan plan(SavePlan::Backup);
+    const QList<Project *> all = openedProjects();
+    for (Project *project : all)
+        plan.addProject(project, target + d->folderOf(project->fileName()));
+    plan.noteLeftOut(all);
+    plan.prepare();
+    const QList<QPointer<Project>> projects = guarded(all);
+    ParentProjectPrivate::Saving saving(this, plan);
     Steps steps(tr("Backup in progress..."), projects.size());
-    for (Project *project : projects) {
-        project->saveAll(target, true, nullptr);
+    for (const QPointer<Project> &project : projects) {
+        if (project)
+            project->saveAll(target, true, nullptr);
         steps.next();
     }
     return true;
@@ -195,15 +279,46 @@ static bool isBackupName(const QString &name)
            !parts.contains(QStringLiteral("."));
 }
 
+/// The directory of a backup, ending in "/"; empty if there is none of that name.
+static QString backupDirectory(const ParentProject &parent, const QString &name)
+{
+    const QString directory =
+        withClosingSlash(parent.basePath() + QStringLiteral("backup/") + name);
+    return isBackupName(name) && QFileInfo(directory).isDir() ? directory : QString();
+}
+
+static QByteArray contentsOf(Archive &archive, const QString &name)
+{
+    QIODevice *device = archive.openFile(name, QIODevice::ReadOnly);
+    const QByteArray contents = device ? device->readAll() : QByteArray();
+    archive.closeFile(device);
+    return contents;
+}
+
+QStringList ParentProject::replacedByRestore(const QString &name) const
+{
+    QStringList replaced;
+    const QString source = backupDirectory(*this, name);
+    if (source.isEmpty())
+        return replaced;
+    FileSystemArchive &disk = FileSystemArchive::instance();
+    const QStringList files = filesBelow(disk, source);
+    for (const QString &file : files) {
+        const QString target = basePath() + file;
+        if (archive().fileExists(target) &&
+            contentsOf(disk, source + file) != contentsOf(archive(), target))
+            replaced.append(target);
+    }
+    return replaced;
+}
+
 bool ParentProject::restoreBackup(const QString &name)
 {
-    if (archive().isReadOnly() || !isBackupName(name))
+    const QString source = backupDirectory(*this, name);
+    if (d->plan || archive().isReadOnly() || source.isEmpty())
         return false;
     const QString base = basePath();
-    const QString source = withClosingSlash(base + QStringLiteral("backup/") + name);
-    if (!QFileInfo(source).isDir())
-        return false;
-    const QList<Project *> projects = openedProjects();
+    const QList<QPointer<Project>> projects = guarded(openedProjects());
     QList<FileWatchObject *> watched;
     for (Project *project : projects) {
         for (ProjectFile *file : project->files()) {
@@ -211,18 +326,20 @@ bool ParentProject::restoreBackup(const QString &name)
                 watched.append(object);
         }
     }
+    SavePlan plan(SavePlan::Backup);
     {
+        ParentProjectPrivate::Saving saving(this, plan);
         const FileWatchHold hold(watched);
-        QStringList files;
-        listFiles(source, QString(), files);
-        Steps steps(tr("Restoring backup..."), files.size() + projects.size());
         FileSystemArchive from = FileSystemArchive::instance();
-        for (const QString &file : qAsConst(files)) {
-            copyFile(from, source + file, archive(), base + file);
+        const QStringList files = filesBelow(from, source);
+        Steps steps(tr("Restoring backup..."), files.size() + projects.size());
+        for (const QString &file : files) {
+            plan.bring(from, source + file, archive(), base + file);
             steps.next();
         }
-        for (Project *project : projects) {
-            project->reload();
+        for (const QPointer<Project> &project : projects) {
+            if (project)
+                project->reload();
             steps.next();
         }
     }
@@ -231,102 +348,28 @@ bool ParentProject::restoreBackup(const QString &name)
     return true;
 }
 
-namespace
-{
-
-/// Copies a project's files, the open and the others, below another directory.
-class ProjectCopy
-{
-public:
-    /// `folder` is the definition's directory relative to the base, empty or ending in "/".
-    ProjectCopy(Project &project, const QString &path, const QString &folder)
-        : m_project(project)
-        , m_prefix(project.fileName().isEmpty() ? project.parent()->basePath()
-                                                : project.absolutePath())
-        , m_target(path + folder)
-    {
-    }
-
-    const QString &prefix() const { return m_prefix; }
-
-    /// True when `file` now stands in its new place.
-    bool write(ProjectFile *file, bool asCopy) const
-    {
-        const QString name = file->fileName();
-        if (&file->archive() != &m_project.archive() || !name.startsWith(m_prefix) ||
-            name == m_prefix || !file->canSave())
-            return false;
-        const QString target = m_target + name.mid(m_prefix.size());
-        makeDirectoryOf(target);
-        return file->toFile(FileSystemArchive::instance(), target, asCopy);
-    }
-
-    /// Copies what an entry names as it is on disk, if that lies in the project's directory.
-    void copy(const ReferencedFile &entry) const
-    {
-        const QString source = sourceOf(entry);
-        if (!source.startsWith(m_prefix))
-            return;
-        QStringList files{QString()};
-        if (QFileInfo(source).isDir()) {
-            files.clear();
-            listFiles(source + QLatin1Char('/'), QString(), files);
-        }
-        const QString name = source.mid(m_prefix.size());
-        for (const QString &below : qAsConst(files)) {
-            const QString full = below.isEmpty() ? name : name + QLatin1Char('/') + below;
-            makeDirectoryOf(m_target + full);
-            copyFile(m_project.archive(), m_prefix + full, FileSystemArchive::instance(),
-                     m_target + full);
-        }
-    }
-
-    QString sourceOf(const ReferencedFile &entry) const
-    {
-        const bool isAbsolute = QDir::isAbsolutePath(entry.path);
-        return QDir::cleanPath(isAbsolute ? entry.path : m_prefix + entry.path);
-    }
-
-private:
-    Project &m_project;
-    QString m_prefix;
-    QString m_target;
-};
-
-} // namespace
-
 void Project::saveAll(const QString &path, bool backup, QStringList *copied)
 {
     if (!d->parent)
         return;
-    const ProjectCopy copy(*this, path, d->parent->d->folderOf(fileName()));
-    QList<ReferencedFile> entries;
-    fileList(entries);
-    if (backup && !fileName().isEmpty())
-        entries.append({FileID::Definition, fileName().mid(copy.prefix().size())});
-    if (copied) {
-        for (const ReferencedFile &entry : qAsConst(entries))
-            copied->append(entry.path);
+    ParentProjectPrivate &parent = *d->parent->d;
+    SavePlan own(backup ? SavePlan::Backup : SavePlan::Move);
+    if (copied || !parent.plan) {
+        const QList<ReferencedFile> entries =
+            own.addProject(this, path + parent.folderOf(fileName()));
+        for (const ReferencedFile &entry : entries) {
+            if (copied)
+                copied->append(entry.path);
+        }
     }
-    const QMap<ProjectFile *, FileID> files = d->filesWithIDs;
-    for (auto known = files.begin(); known != files.end(); ++known) {
-        ProjectFile *file = known.key();
-        const bool isLeft = backup ? !file->isModified() && file->fileExists()
-                                   : known.value() == FileID(FileID::Definition);
-        const QString oldName = QDir::cleanPath(file->fileName());
-        if (isLeft || !copy.write(file, backup))
-            continue;
-        // What could not be written from memory is copied from disk below.
-        const auto entry =
-            std::find_if(entries.begin(), entries.end(), [&](const ReferencedFile &candidate) {
-                return copy.sourceOf(candidate) == oldName;
-            });
-        if (entry != entries.end())
-            entries.erase(entry);
+    const QPointer<Project> guard(this);
+    if (parent.plan) {
+        parent.plan->run(this);
+    } else {
+        own.prepare();
+        own.run(this);
     }
-    for (const ReferencedFile &entry : qAsConst(entries))
-        copy.copy(entry);
-    if (!backup)
+    if (guard && !backup)
         moveTo(FileSystemArchive::instance());
 }
 

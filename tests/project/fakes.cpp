@@ -21,11 +21,14 @@ bool FakeFile::fromFile(Archive &archive, const QString &file, bool asCopy)
 
 bool FakeFile::toFile(Archive &archive, const QString &file, bool asCopy)
 {
+    if (whileSaving) {
+        std::exchange(whileSaving, nullptr)();
+        return false;
+    }
     FileWatchObject::toFile(archive, file, asCopy);
     QIODevice *device = refuses ? nullptr : archive.openFile(file, QIODevice::WriteOnly);
     const bool isWritten = device && writeAll(device, contents);
-    archive.closeFile(device);
-    if (!isWritten)
+    if (!archive.closeWritten(device) || !isWritten)
         return false;
     if (!asCopy) {
         name = file;
@@ -33,6 +36,40 @@ bool FakeFile::toFile(Archive &archive, const QString &file, bool asCopy)
     }
     ProjectFile::toFile(archive, file, asCopy);
     return true;
+}
+
+QStringList
+MemoryArchive::entries(const QString &path, QDir::Filters filters, QDir::SortFlags) const
+{
+    const QString prefix = path.endsWith('/') ? path : path + '/';
+    QStringList found;
+    for (const QString &file : files.keys()) {
+        const QString below = file.startsWith(prefix) ? file.mid(prefix.size()) : QString();
+        const QString name = below.section('/', 0, 0);
+        const bool isWanted = filters & (below == name ? QDir::Files : QDir::Dirs);
+        if (!name.isEmpty() && isWanted && !found.contains(name))
+            found.append(name);
+    }
+    return found;
+}
+
+QIODevice *MemoryArchive::openFile(const QString &path, QIODevice::OpenMode mode)
+{
+    if (!(mode & QIODevice::WriteOnly) && !files.contains(path))
+        return nullptr;
+    auto *buffer = new QBuffer;
+    if (!(mode & QIODevice::WriteOnly))
+        buffer->setData(files[path]);
+    buffer->setObjectName(path);
+    buffer->open(mode);
+    return buffer;
+}
+
+void MemoryArchive::closeFile(QIODevice *device)
+{
+    if (device && device->isWritable())
+        files[device->objectName()] = static_cast<QBuffer *>(device)->data();
+    delete device;
 }
 
 void FakeProject::fileList(QList<ReferencedFile> &out)

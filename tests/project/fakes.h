@@ -71,6 +71,7 @@ public:
     bool modified = false;
     bool savable = true;
     bool refuses = false;
+    std::function<void()> whileSaving; ///< what a box lets happen
     unsigned int capabilityBits = 0;
     int reloads = 0;
     int undos = 0;
@@ -82,6 +83,31 @@ protected:
 
 private:
     Kiln::SimpleMessages m_messages;
+};
+
+/// Files that are on no disk: by absolute name, written when their device is closed.
+class MemoryArchive : public Kiln::Archive
+{
+public:
+    void flush() override { ++flushes; }
+    bool isReadOnly() const override { return readOnly; }
+    QStringList entries(const QString &path, QDir::Filters, QDir::SortFlags) const override;
+    QList<QFileInfo> infoEntries(const QString &, QDir::Filters, QDir::SortFlags) const override
+    {
+        return {};
+    }
+    QIODevice *openFile(const QString &path, QIODevice::OpenMode mode) override;
+    void closeFile(QIODevice *device) override;
+    bool fileExists(const QString &path) const override { return files.contains(path); }
+    bool removeFile(const QString &path) override { return files.remove(path) > 0; }
+
+    QMap<QString, QByteArray> files;
+    bool readOnly = false;
+    int flushes = 0;
+    int freed = 0;
+
+private:
+    void free() override { ++freed; }
 };
 
 class FakeProject : public Kiln::Project

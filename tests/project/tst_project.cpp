@@ -25,11 +25,15 @@ private:
         m_parent = new FakeParent(base());
         m_project = new FakeProject(m_parent, document);
         m_project->addToParent();
-        connect(m_project, &Project::fileAdded, this, [this](const ProjectFile *, FileID id) {
-            m_signals << "added " + QString::number(id.bits);
+        connect(m_project, &Project::fileAdded, this, [this](const ProjectFile *file, FileID id) {
+            bool isListed = true;
+            for (unsigned int bit = 1; bit != 0; bit <<= 1)
+                isListed &= !(id.bits & bit) || m_project->file(FileID::Type(bit)) == file;
+            m_signals << "added " + QString::number(id.bits) + (isListed ? "" : " too early");
         });
         connect(m_project, &Project::fileRemoved, this, [this](const ProjectFile *, FileID id) {
-            m_signals << "removed " + QString::number(id.bits);
+            const bool isLate = FakeFile::alive == 0;
+            m_signals << "removed " + QString::number(id.bits) + (isLate ? " too late" : "");
         });
     }
 
@@ -229,6 +233,17 @@ private slots:
         m_project->reload();
         QCOMPARE(file->contents, QByteArray("two"));
         QCOMPARE(vanished->contents, QByteArray("in memory"));
+        // What is loaded is the file itself, not a copy of it.
+        QVERIFY(!file->modified && !m_project->isModified());
+    }
+
+    void archiveOfAProjectIsFlushedAtItsEnd()
+    {
+        MemoryArchive archive;
+        archive.files[base() + "d.def"] = "2 a";
+        (new FakeParent(base(), archive))->open("d.def")->release();
+        QCOMPARE(archive.flushes, 1);
+        QCOMPARE(archive.freed, 1);
     }
 
     void archiveOfAFileIsCounted()

@@ -226,6 +226,8 @@ private slots:
                                           << "sub/\n" + own;
         QTest::newRow("dots and slashes") << "4 ./a//b/../c"
                                           << "sub/\n  a/\n    c+4\n" + own;
+        QTest::newRow("dots name directories") << "4 a/.\n4 b/c/.."
+                                               << "sub/\n  a/\n  b/\n" + own;
         QTest::newRow("absolute, elsewhere") << "4 /etc/passwd"
                                              << "sub/\n" + own;
         QTest::newRow("absolute, inside") << "4 BASE/abs"
@@ -350,12 +352,19 @@ private slots:
         QVERIFY(project->isSingle());
         definitionOf(project)->setText("2 a");
         QCOMPARE(dump(*parent), QString("a+2\n"));
+        parent->removePath("a");
+        QCOMPARE(dump(*parent), QString());
+        definitionOf(project)->cursor().insertText("\n");
+        QCOMPARE(dump(*parent), QString("a+2\n"));
         QVERIFY(!project->isSingle());
         QVERIFY(QDir().mkpath(base() + "sub"));
         definitionOf(project)->setModified(true);
         QVERIFY(definitionOf(project)->toFile(parent->archive(), base() + "sub/d.def", false));
         QTRY_COMPARE(dump(*parent), QString("sub/\n  a+2\n  d.def+1\n"));
         QCOMPARE(project->basePath(), QString("sub/"));
+        // Under another name, with nothing modified.
+        QVERIFY(definitionOf(project)->toFile(parent->archive(), base() + "e.def", false));
+        QTRY_COMPARE(dump(*parent), QString("a+2\ne.def+1\n"));
         project->release();
     }
 

@@ -1,0 +1,117 @@
+#pragma once
+
+#include <QtCore/QMap>
+#include <QtCore/QMultiMap>
+#include <QtCore/QPair>
+#include <QtCore/QPointer>
+#include <QtCore/QSet>
+
+#include <kilnx/project/archive.h>
+#include <kilnx/project/project.h>
+#include <kilnx/project/projectfile.h>
+#include <kilnx/project/savereport.h>
+
+namespace Kiln
+{
+
+/// What one saving writes where, settled before the first byte; then it writes, and reports.
+///
+/// Each target has one source: a changed file in memory before an unchanged one, and that before
+/// the disk. Other open instances of the same file follow the one that was written; an instance
+/// with changes of its own is told as a failure and stays modified. Boxes may open while it writes,
+/// and what was closed behind them is passed by.
+class SavePlan
+{
+public:
+    enum Kind {
+        Save,   ///< files go back to their places
+        Move,   ///< files take their new names
+        Backup, ///< files keep their names; what is unchanged is copied from disk
+    };
+
+    explicit SavePlan(Kind kind);
+
+    /// Plans a file's own place, in its own archive.
+    void addSave(Project *project, ProjectFile *file);
+    /// Plans all that belongs to a project and lies in its directory: open files and what the
+    /// definition names. `directory`, the new one, ends in "/". The definition itself is planned
+    /// for a backup only. Returns the entries that were looked at.
+    QList<ReferencedFile> addProject(Project *project, const QString &directory);
+    /// Plans the definition of a project that moves.
+    void addDefinition(Project *project, const QString &target);
+    /// Plans a file of no project. An instance that any of `projects` has open comes first.
+    void addOther(Archive &from,
+                  const QString &source,
+                  const QString &target,
+                  const QList<Project *> &projects);
+
+    /// Notes the changed files of these projects that no step saves.
+    void noteLeftOut(const QList<Project *> &projects);
+
+    /// Existing files that would be replaced by others.
+    QStringList replaced() const;
+    /// Makes the directories of everything but a Save, and for a move tries out whether the
+    /// definitions can be written. False, with nothing moved, when a move cannot come about.
+    bool prepare();
+    /// Writes what was planned for a project, without the definition of a move; null stands for
+    /// the files of no project.
+    void run(const Project *project);
+    /// Writes the definition of a move.
+    void runDefinition(const Project *project);
+
+    /// Whether all definitions of a move have been written.
+    bool hasMoved() const;
+    /// Copies a file at once, and reports it.
+    void bring(Archive &from, const QString &source, Archive &to, const QString &target);
+
+    SaveReport report;
+
+private:
+    /// A place on a store.
+    using Place = QPair<Archive *, QString>;
+
+    struct Instance {
+        QPointer<Project> project;
+        ProjectFile *file = nullptr;
+
+        bool isOpen() const { return project && project->fileID(file).bits != 0; }
+    };
+
+    struct Step {
+        const Project *owner = nullptr;
+        Instance memory;         ///< without a file: from disk
+        QList<Instance> others;  ///< of the same file
+        Archive *from = nullptr; ///< null: not on disk, or nothing to fall back on
+        QString source;
+        bool isDefinition = false;
+        bool isDone = false;
+    };
+
+    static Place placeOf(Archive &archive, const QString &name);
+    static void addMemory(Step &step, const Instance &instance);
+    void addDisk(const Project *owner, Archive &from, const QString &source, const QString &target);
+    void addEntry(Project *project,
+                  const QString &prefix,
+                  const QString &directory,
+                  const ReferencedFile &entry);
+    bool isLeftToDisk(ProjectFile *file) const;
+
+    bool tryDefinitions();
+    void executeReaders(const Place &source);
+    void execute(const Place &target);
+    bool write(const Step &step, const Place &target);
+    void settleOthers(const Step &step, const Place &target);
+    void fail(const QString &fileName, const QString &reason);
+    /// With what the system said about it, or `otherwise`.
+    void failToSave(const QString &fileName, const QString &otherwise);
+
+    Kind m_kind;
+    QMap<Place, Step> m_steps;
+    /// From a source on disk to the targets that are copied from it.
+    QMultiMap<Place, Place> m_readers;
+};
+
+/// Everything below a directory of a store, relative to it; hidden files, too, but no links.
+QStringList filesBelow(const Archive &archive, const QString &directory);
+
+} // namespace Kiln

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QtCore/QList>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+#include <kilnx/export.h>
+
+namespace Kiln
+{
+
+/// What ParentProject::save(), saveAs(), backup() or restoreBackup() did, file by file, for the
+/// host to tell in one message. All names are absolute.
+struct KILNX_EXPORT SaveReport {
+    /// A file that is not where it was to be.
+    struct Failure {
+        QString fileName;
+        QString reason; ///< one or two whole sentences for the user
+    };
+
+    /// Written from memory; only what is on disk by now.
+    QStringList written;
+    /// Copied as they were on disk.
+    QStringList copied;
+    QList<Failure> failures;
+    /// Open and changed, but outside the project's directory or never given a name: neither saved
+    /// nor copied, and still modified.
+    QStringList leftOut;
+    /// Open and unchanged, but gone from the disk: memory holds the only copy.
+    /// ProjectFile::toFile() with the file's own archive and name brings one back.
+    QStringList missing;
+
+    /// Whether there is nothing to tell.
+    bool isComplete() const;
+    /// All that did not work out, a line for each file with its reason; empty if isComplete().
+    QString text() const;
+};
+
+} // namespace Kiln
