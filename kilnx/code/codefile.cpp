@@ -221,16 +221,24 @@ bool CodeDocument::toFile(Archive &archive, const QString &name, bool asCopy)
     if (!encodes)
         data = d->original.write(*this, unicode, &encodesNow);
     const bool isWritten = writeAll(device, data);
-    if (!archive.closeWritten(device) || !isWritten)
+    const QString before = fileName();
+    // Closing writes, and the watch is to know that for the document's own.
+    if (isWritten)
+        FileWatchObject::toFile(archive, name, asCopy);
+    if (!archive.closeWritten(device) || !isWritten) {
+        if (isWritten && !asCopy && !before.isEmpty()) {
+            setFileName(name);
+            FileWatchObject::fromFile(archive, before, asCopy);
+            setFileName(before);
+        }
         return false;
-    FileWatchObject::toFile(archive, name, asCopy);
+    }
     if (!encodes)
         warnOfEncoding();
     if (!asCopy) {
         if (!encodes)
             setCodecId(unicode);
         setModified(false);
-        const QString before = fileName();
         setFileName(name);
         // The tree looks for the name then, also where nothing was modified.
         if (fileName() != before)
