@@ -3,7 +3,7 @@
 #include <hostkit/controllink.h>
 #include <hostkit/translatedtext.h>
 
-#include <kilnx/editors/controls.h>
+#include <kilnx/project/controls.h>
 #include <kilnx/project/translator.h>
 
 #include <QCheckBox>

@@ -4,7 +4,7 @@
 #include <hostkit/controlfactory.h>
 #include <hostkit/flowlayout.h>
 
-#include <kilnx/editors/controls.h>
+#include <kilnx/project/controls.h>
 #include <kilnx/project/editor.h>
 #include <kilnx/project/workspace.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <hostkit/export.h>
-#include <kilnx/code/messages.h>
+#include <kilnx/project/messages.h>
 
 #include <QtCore/QAbstractTableModel>
 #include <QtCore/QList>

@@ -1,6 +1,6 @@
 #include <kilnx/cache/cachedprojectfile.h>
 #include <kilnx/cache/streamcachedata.h>
-#include <kilnx/code/messages.h>
+#include <kilnx/project/messages.h>
 
 #include <QtCore/QRegularExpression>
 

@@ -6,7 +6,7 @@
 #include <QtGui/QTextCursor>
 #include <kilnx/code/animations.h>
 #include <kilnx/code/codedocument.h>
-#include <kilnx/code/messages.h>
+#include <kilnx/project/messages.h>
 #include <kilnx/project/project.h>
 
 namespace Kiln

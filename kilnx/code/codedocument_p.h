@@ -9,8 +9,8 @@
 #include <kilnx/code/codeblockdata.h>
 #include <kilnx/code/codedocument.h>
 #include <kilnx/code/codeparser.h>
-#include <kilnx/code/messages.h>
 #include <kilnx/code/originalbytes_p.h>
+#include <kilnx/project/messages.h>
 
 namespace Kiln
 {

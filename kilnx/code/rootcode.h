@@ -4,7 +4,7 @@
 #include <QtGui/QIcon>
 #include <kilnx/code/codenode.h>
 #include <kilnx/export.h>
-#include <kilnx/project/treemodel.h>
+#include <kilnx/project/tree/treemodel.h>
 
 namespace Kiln
 {

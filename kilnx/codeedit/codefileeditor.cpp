@@ -5,13 +5,13 @@
 
 #include <kilnx/code/codedocument.h>
 #include <kilnx/code/codenode.h>
-#include <kilnx/code/messages.h>
 #include <kilnx/codeedit/codeeditor.h>
 #include <kilnx/codeedit/codeworkspace.h>
 #include <kilnx/codeedit/textsearch_p.h>
-#include <kilnx/editors/controls.h>
 #include <kilnx/forms/messageboxes.h>
+#include <kilnx/project/controls.h>
 #include <kilnx/project/interface.h>
+#include <kilnx/project/messages.h>
 
 namespace Kiln
 {

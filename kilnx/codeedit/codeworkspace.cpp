@@ -15,7 +15,6 @@
 #include <QtWidgets/QVBoxLayout>
 
 #include <kilnx/code/codedocument.h>
-#include <kilnx/code/messages.h>
 #include <kilnx/code/textcodecs.h>
 #include <kilnx/codeedit/codefont_p.h>
 #include <kilnx/codeedit/snipdlg.h>
@@ -23,6 +22,7 @@
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/project/engine.h>
 #include <kilnx/project/interface.h>
+#include <kilnx/project/messages.h>
 #include <kilnx/project/parentproject.h>
 
 namespace Kiln

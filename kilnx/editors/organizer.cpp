@@ -8,8 +8,8 @@
 #include <QtGui/QKeyEvent>
 #include <QtWidgets/QListView>
 
-#include <kilnx/editors/controls.h>
 #include <kilnx/forms/messageboxes.h>
+#include <kilnx/project/controls.h>
 #include <kilnx/project/interface.h>
 #include <kilnx/project/organizable.h>
 #include <kilnx/project/translator.h>

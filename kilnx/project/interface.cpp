@@ -3,8 +3,8 @@
 #include <QtCore/QLibrary>
 #include <QtWidgets/QMenu>
 
-#include <kilnx/editors/controls.h>
 #include <kilnx/forms/itemsdialog.h>
+#include <kilnx/project/controls.h>
 
 namespace Kiln
 {

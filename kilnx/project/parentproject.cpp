@@ -11,7 +11,7 @@
 #include <kilnx/project/engine.h>
 #include <kilnx/project/interface.h>
 #include <kilnx/project/parentproject_p.h>
-#include <kilnx/project/pathmerge_p.h>
+#include <kilnx/project/tree/pathmerge_p.h>
 
 namespace Kiln
 {

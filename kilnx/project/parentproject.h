@@ -10,7 +10,7 @@
 
 #include <kilnx/export.h>
 #include <kilnx/project/project.h>
-#include <kilnx/project/treemodel.h>
+#include <kilnx/project/tree/treemodel.h>
 
 class QFileSystemWatcher;
 class QProcess;

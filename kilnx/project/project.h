@@ -11,6 +11,7 @@
 #include <QtCore/QVariant>
 
 #include <kilnx/export.h>
+#include <kilnx/project/fileid.h>
 
 namespace Kiln
 {
@@ -43,31 +44,7 @@ public:
     /// What a definition file describes.
     enum Type { Character, Background, Font, Scene, Motif, Level, Game };
 
-    /// A set of file types; one file can have several. Engines may use any of the 32 bits.
-    struct FileID {
-        enum Type : unsigned int {
-            Definition = 1,
-            Sprites = 2,
-            Sounds = 4,
-            Animations = 8,
-            Commands = 16,
-            Code = 32,
-        };
-        unsigned int bits = 0;
-
-        constexpr FileID() = default;
-        constexpr FileID(Type type)
-            : bits(type)
-        {
-        }
-        constexpr explicit FileID(unsigned int value)
-            : bits(value)
-        {
-        }
-        constexpr bool has(Type type) const { return (bits & type) != 0; }
-        constexpr bool operator==(FileID other) const { return bits == other.bits; }
-        constexpr bool operator!=(FileID other) const { return bits != other.bits; }
-    };
+    using FileID = Kiln::FileID;
 
     /// Keeps its place in the order for the engine; never called by the library.
     virtual void engineReserved1() = 0;

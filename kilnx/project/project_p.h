@@ -3,7 +3,7 @@
 #include <QtCore/QMap>
 #include <QtCore/QPointer>
 
-#include <kilnx/code/messages.h>
+#include <kilnx/project/messages.h>
 #include <kilnx/project/parentproject.h>
 #include <kilnx/project/project.h>
 #include <kilnx/project/projectfile_p.h>

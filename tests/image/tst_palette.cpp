@@ -1,6 +1,6 @@
 #include "plain.h"
 
-#include <kilnx/image/colorwidget.h>
+#include <kilnx/forms/colorwidget.h>
 #include <kilnx/image/imagepalette.h>
 #include <kilnx/image/palette.h>
 

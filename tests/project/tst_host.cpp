@@ -1,7 +1,7 @@
-#include <kilnx/editors/controls.h>
 #include <kilnx/editors/fieldguard.h>
 #include <kilnx/forms/itemsdialog.h>
 #include <kilnx/forms/messageboxes.h>
+#include <kilnx/project/controls.h>
 #include <kilnx/project/editor.h>
 #include <kilnx/project/paths.h>
 #include <kilnx/project/translator.h>

@@ -2,7 +2,7 @@
 #include <hostkit/editordeck.h>
 #include <hostkit/hostbase.h>
 
-#include <kilnx/editors/controls.h>
+#include <kilnx/project/controls.h>
 #include <kilnx/project/editor.h>
 #include <kilnx/project/translator.h>
 

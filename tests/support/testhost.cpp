@@ -1,6 +1,6 @@
 #include "testhost.h"
 
-#include <kilnx/editors/controls.h>
+#include <kilnx/project/controls.h>
 #include <kilnx/project/editor.h>
 #include <kilnx/project/fileeditor.h>
 

@@ -1,4 +1,4 @@
-#include <kilnx/editors/controls.h>
+#include <kilnx/project/controls.h>
 
 namespace Kiln
 {

@@ -1,5 +1,5 @@
 #include <QtCore/QFileInfo>
-#include <kilnx/code/messages.h>
+#include <kilnx/project/messages.h>
 #include <kilnx/project/projectfile.h>
 
 namespace Kiln

@@ -1,4 +1,4 @@
-#include <kilnx/project/pathmerge_p.h>
+#include <kilnx/project/tree/pathmerge_p.h>
 
 #include <algorithm>
 

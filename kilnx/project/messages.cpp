@@ -1,6 +1,6 @@
 #include <QtCore/QtAlgorithms>
-#include <kilnx/code/messages.h>
 #include <kilnx/project/interface.h>
+#include <kilnx/project/messages.h>
 
 namespace Kiln
 {

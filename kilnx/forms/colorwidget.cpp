@@ -1,4 +1,4 @@
-#include <kilnx/image/colorwidget.h>
+#include <kilnx/forms/colorwidget.h>
 
 #include <QtGui/QPainter>
 

@@ -1,4 +1,4 @@
-#include <kilnx/project/treemodel.h>
+#include <kilnx/project/tree/treemodel.h>
 
 namespace Kiln
 {
