@@ -1,0 +1,152 @@
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QRegularExpression>
+#include <QtTest>
+
+namespace
+{
+
+const QString root = QStringLiteral(KILN_SOURCE_DIR "/");
+
+QString read(const QString &name)
+{
+    QFile file(root + name);
+    return file.open(QFile::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+QStringList matches(const QString &pattern, const QString &text)
+{
+    QStringList found;
+    const QRegularExpression expression(pattern, QRegularExpression::MultilineOption);
+    for (auto i = expression.globalMatch(text); i.hasNext();)
+        found.append(i.next().captured(1));
+    return found;
+}
+
+/// The names of a room's files, relative to the root.
+QStringList filesOf(const QString &room, const QStringList &patterns)
+{
+    QStringList names;
+    QDirIterator files(root + room, patterns, QDir::Files, QDirIterator::Subdirectories);
+    while (files.hasNext())
+        names.append(files.next().mid(root.size()));
+    names.sort();
+    return names;
+}
+
+struct Room {
+    QString name;
+    QStringList below;   ///< what its headers and sources may include
+    QStringList sources; ///< what its sources may include, too
+};
+
+/// The rows of the one table whose first column names a room.
+QList<Room> readTable()
+{
+    QList<Room> rooms;
+    const QStringList lines = read("docs/architecture.md").split('\n');
+    for (const QString &line : lines) {
+        const QStringList cells = line.split('|');
+        if (cells.size() != 6 || !cells[1].contains('`'))
+            continue;
+        const QString names = QStringLiteral("`([^`]+)`");
+        Room room{matches(names, cells[1]).first(), matches(names, cells[3]),
+                  matches(names, cells[4])};
+        if (room.below.removeAll("kilnx/*")) {
+            for (const Room &other : qAsConst(rooms)) {
+                if (other.name.startsWith("kilnx/"))
+                    room.below.append(other.name);
+            }
+        }
+        rooms.append(room);
+    }
+    return rooms;
+}
+
+/// Where a file lives that is included by that name: a room, the name itself if it is in none, or
+/// empty for what is not ours.
+QString roomOf(const QString &include, const QList<Room> &rooms)
+{
+    const QString path = QFile::exists(root + "engines/" + include) ? "engines/" + include : include;
+    for (const Room &room : rooms) {
+        if (path.startsWith(room.name + '/'))
+            return room.name;
+    }
+    return QFile::exists(root + path) ? path : QString();
+}
+
+} // namespace
+
+/// Whether the sources keep to the table of docs/architecture.md, which is read here. Where the two
+/// differ on purpose, the table is what changes.
+class TestLayout : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { QVERIFY2(m_rooms.size() > 10, "the table was not found"); }
+
+    void tableIsOrdered()
+    {
+        QStringList above;
+        QStringList all;
+        for (const Room &room : m_rooms)
+            all.append(room.name);
+        for (const Room &room : m_rooms) {
+            for (const QString &name : room.below)
+                QVERIFY2(above.contains(name), qPrintable(room.name + " stands on " + name));
+            for (const QString &name : room.sources)
+                QVERIFY2(all.contains(name), qPrintable(room.name + " knows " + name));
+            above.append(room.name);
+        }
+        for (const char *where : {"kilnx", "engines"}) {
+            const QStringList folders =
+                QDir(root + where).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+            for (const QString &folder : folders) {
+                const QString name = QString(where) + '/' + folder;
+                QVERIFY2(all.contains(name) || filesOf(name, {"*.cpp", "*.h"}).isEmpty(),
+                         qPrintable(name + " has no row"));
+            }
+        }
+    }
+
+    void includesKeepToTheTable_data()
+    {
+        QTest::addColumn<int>("row");
+        for (int row = 0; row < m_rooms.size(); ++row)
+            QTest::newRow(qPrintable(m_rooms[row].name)) << row;
+    }
+
+    void includesKeepToTheTable()
+    {
+        QFETCH(int, row);
+        const Room &room = m_rooms[row];
+        const bool isLibrary = room.name.startsWith("kilnx/");
+        QStringList wrong;
+        for (const QString &file : filesOf(room.name, {"*.h", "*.cpp"})) {
+            const QStringList known =
+                file.endsWith(".h") ? room.below : room.below + room.sources;
+            const QStringList includes =
+                matches("^\\s*#\\s*include\\s*[<\"]([^>\"]+)[>\"]", read(file));
+            for (const QString &include : includes) {
+                const QString from = roomOf(include, m_rooms);
+                // Files that stand beside the rooms: what every room needs, and the sum of them.
+                const bool isCommon = from == "kilnx/export.h" || from == "kilnx/version.h" ||
+                                      (!isLibrary && from == "kilnx/kilnx.h");
+                const bool isPrivate = !isLibrary && from.startsWith("kilnx/") &&
+                                       include.endsWith("_p.h");
+                if (isPrivate || !(from.isEmpty() || from == room.name || isCommon ||
+                                   known.contains(from)))
+                    wrong.append(file + " includes " + include);
+            }
+        }
+        QVERIFY2(wrong.isEmpty(), qPrintable(wrong.join('\n')));
+    }
+
+private:
+    const QList<Room> m_rooms = readTable();
+};
+
+QTEST_APPLESS_MAIN(TestLayout)
+#include "tst_layout.moc"
