@@ -240,30 +240,19 @@ private slots:
         QTest::addColumn<QString>("pattern");
         QTest::addColumn<QString>("chosen");
         QTest::addColumn<QString>("saved");
-        QTest::newRow("appended") << "*.snd"
-                                  << "a"
-                                  << "a.snd";
-        QTest::newRow("there already") << "*.snd"
-                                       << "a.snd"
-                                       << "a.snd";
-        QTest::newRow("there in capitals") << "*.snd"
-                                           << "a.SND"
-                                           << "a.SND.snd";
-        QTest::newRow("another one") << "*.snd"
-                                     << "a.wav"
-                                     << "a.wav.snd";
-        QTest::newRow("the last of several") << "*.snd*.bank"
-                                             << "a"
-                                             << "a.bank";
-        QTest::newRow("with blanks there is none") << "*.snd *.bank"
-                                                   << "a"
-                                                   << "a";
-        QTest::newRow("with digits there is none") << "*.s3m"
-                                                   << "a"
-                                                   << "a";
-        QTest::newRow("no pattern") << ""
-                                    << "a"
-                                    << "a";
+        struct Row {
+            const char *name, *pattern, *chosen, *saved;
+        };
+        for (const Row &row :
+             {Row{"appended", "*.snd", "a", "a.snd"},
+              Row{"there already", "*.snd", "a.snd", "a.snd"},
+              Row{"there in capitals", "*.snd", "a.SND", "a.SND.snd"},
+              Row{"another one", "*.snd", "a.wav", "a.wav.snd"},
+              Row{"the last of several", "*.snd*.bank", "a", "a.bank"},
+              Row{"with blanks there is none", "*.snd *.bank", "a", "a"},
+              Row{"with digits there is none", "*.s3m", "a", "a"}, Row{"no pattern", "", "a", "a"}})
+            QTest::newRow(row.name)
+                << QString(row.pattern) << QString(row.chosen) << QString(row.saved);
     }
 
     void suffixes()
