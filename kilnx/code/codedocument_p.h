@@ -58,6 +58,9 @@ struct CodeBlockRecord {
 
 /// The working part of a document: it parses lines as their highlighter, is the list of their
 /// messages, and is what the parser paints and reports to. No Q_OBJECT: two bases are QObjects.
+///
+/// It and the document are defined in codedocument.cpp, codedocument_file.cpp (loading, saving,
+/// searching), codedocument_highlighter.cpp (parsing) and codedocument_messages.cpp.
 class CodeDocumentPrivate : public QSyntaxHighlighter, public Messages, public CodeParserSyntax
 {
 public:

@@ -121,7 +121,7 @@ private:
 };
 
 /// A node that can hold others. The base holds none: a subclass keeps a list and answers the first
-/// three operations from it.
+/// three operations from it. Defined in codenode_parent.cpp.
 class KILNX_EXPORT ParentCode : public CodeNode
 {
 public:

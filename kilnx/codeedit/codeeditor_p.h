@@ -67,7 +67,7 @@ public:
 
     explicit CodeEditorPrivate(CodeEditor *editor);
 
-    // Margin: codeeditormargin.cpp
+    // Margin: codeeditor_margin.cpp
     int markerWidth() const;
     int marginWidth() const;
     void updateMarginGeometry();
@@ -96,14 +96,14 @@ public:
     void attach(CodeDocument *document);
     QPlainTextDocumentLayout *layout() const;
 
-    // Nested blocks and their shades: codeeditorblocks.cpp
+    // Nested blocks and their shades: codeeditor_blocks.cpp
     void findBlocks();
     void clearBlocks();
     qreal visualIndent(const QTextBlock &block) const;
     QColor levelColor(int level, int count) const;
     void paintBlocks(QPainter &painter, const QVector<ShownLine> &lines) const;
 
-    // Painting of the text: codeeditorpaint.cpp
+    // Painting of the text: codeeditor_paint.cpp
     using PaintContext = QAbstractTextDocumentLayout::PaintContext;
     QVector<ShownLine> linesBetween(int first, int last) const;
     void paintText(QPainter &painter, const QRect &strip);
@@ -118,7 +118,7 @@ public:
     void paintFolded(QPainter &painter, const ShownLine &line, const QPointF &origin) const;
     void paintBelow(QPainter &painter, qreal top, const QRect &clip) const;
 
-    // Folding: codeeditorfolding.cpp
+    // Folding: codeeditor_folding.cpp
     bool toggle(const QTextBlock &block);
     void show(QTextBlock block, unsigned int indent);
     void hide(QTextBlock block, unsigned int indent);
@@ -133,13 +133,13 @@ public:
     static QTextBlock foldOf(QTextBlock block);
     void setVisible(QTextBlock &block, bool visible) const;
 
-    // Brackets: codeeditorbrackets.cpp
+    // Brackets: codeeditor_brackets.cpp
     void matchParens();
     void selectParens(QTextCursor cursor, ParenResult result);
     ParenResult findOpening(QTextCursor &cursor) const;
     ParenResult findClosing(QTextCursor &cursor) const;
 
-    // Completion: codeeditorcompletion.cpp
+    // Completion: codeeditor_completion.cpp
     void setUpCompleter();
     QAbstractItemModel *wordsBefore(const QTextCursor &cursor) const;
     void offerWords(QKeyEvent *event);

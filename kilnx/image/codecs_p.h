@@ -4,6 +4,8 @@
 
 #include <vector>
 
+// The engines' own codecs are defined in codecs_lz5.cpp, codecs_pcx.cpp and codecs_rle.cpp.
+
 namespace Kiln
 {
 

@@ -62,7 +62,7 @@ private:
     QList<SubImage> m_images;
 };
 
-/// One frame of an animation for saveGIF().
+/// One frame of an animation for saveGIF(), which is defined in gif_animation.cpp.
 struct AnimImageFrame {
     QImage image;
     QPoint offset; ///< the point of the picture that lies on the axis

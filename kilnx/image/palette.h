@@ -79,7 +79,8 @@ enum RGBPaletteEffect : int {
 /// changed() once when it is done, also when nothing changed: a listener that keeps undo steps
 /// takes a copy on changing(). There is no history here.
 ///
-/// A `mask` is an array of 256 flags, one for each index; null selects all.
+/// A `mask` is an array of 256 flags, one for each index; null selects all. The files of palettes
+/// are read and written in palette_files.cpp.
 class KILNX_EXPORT PaletteObject : public QObject
 {
     Q_OBJECT

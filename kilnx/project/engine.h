@@ -73,7 +73,8 @@ private:
 };
 
 /// What the library keeps for an engine: the executables and the options, in one XML file. The
-/// host calls load() at start and save() when its options dialog closes.
+/// host calls load() at start and save() when its options dialog closes; engine_config.cpp defines
+/// both.
 class KILNX_EXPORT EnginePrivate : public EngineInstances
 {
     Q_OBJECT

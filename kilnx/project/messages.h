@@ -93,7 +93,8 @@ private:
 };
 
 /// The messages of all files of a project, one after the other, as a table of text, file and line.
-/// It holds no copies; each update() drops the rows and announces them anew.
+/// It holds no copies; each update() drops the rows and announces them anew. Defined in
+/// messages_list.cpp.
 class KILNX_EXPORT MessageList : public QAbstractTableModel
 {
     Q_OBJECT

@@ -144,6 +144,9 @@ public:
 };
 
 /// The root of the tree, and everything else that a ParentProject keeps.
+///
+/// It and the ParentProject are defined in parentproject.cpp, parentproject_running.cpp (engines)
+/// and parentproject_saving.cpp (save, save as, backups).
 class ParentProjectPrivate : public QObject, public DirectoryPath
 {
 public:

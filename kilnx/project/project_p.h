@@ -11,7 +11,8 @@
 namespace Kiln
 {
 
-/// The record of a project, which is also the table of its messages.
+/// The record of a project, which is also the table of its messages. Project is defined in
+/// project.cpp and project_saving.cpp.
 class ProjectPrivate : public MessageList
 {
 public:
