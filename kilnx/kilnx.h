@@ -54,6 +54,7 @@
 #include <kilnx/project/engineplugin.h>
 #include <kilnx/project/extension.h>
 #include <kilnx/project/fileeditor.h>
+#include <kilnx/project/filedialogs.h>
 #include <kilnx/project/fileid.h>
 #include <kilnx/project/filewatch.h>
 #include <kilnx/project/interface.h>

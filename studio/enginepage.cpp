@@ -3,7 +3,7 @@
 #include <hostkit/widgets.h>
 
 #include <kilnx/project/engine.h>
-#include <kilnx/project/paths.h>
+#include <kilnx/project/filedialogs.h>
 
 #include <QFileInfo>
 #include <QFormLayout>

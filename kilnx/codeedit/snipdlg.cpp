@@ -10,6 +10,7 @@
 #include <kilnx/codeedit/codefont_p.h>
 #include <kilnx/codeedit/snippets.h>
 #include <kilnx/forms/messageboxes.h>
+#include <kilnx/project/filedialogs.h>
 #include <kilnx/project/paths.h>
 
 #include "ui_snipdlg.h"

@@ -8,7 +8,7 @@
 #include <kilnx/project/archive.h>
 #include <kilnx/project/engine.h>
 #include <kilnx/project/interface.h>
-#include <kilnx/project/paths.h>
+#include <kilnx/project/filedialogs.h>
 #include <kilnx/project/projectfile.h>
 
 namespace Kiln

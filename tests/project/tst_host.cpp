@@ -3,7 +3,7 @@
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/project/controls.h>
 #include <kilnx/project/editor.h>
-#include <kilnx/project/paths.h>
+#include <kilnx/project/filedialogs.h>
 #include <kilnx/project/translator.h>
 #include <tests/support/testhost.h>
 

@@ -1,8 +1,10 @@
-#include <kilnx/project/parentproject_p.h>
+#include <kilnx/project/tree/path_p.h>
 
 #include <algorithm>
 
 #include <QtCore/QDir>
+
+#include <kilnx/project/parentproject_p.h>
 
 namespace Kiln
 {

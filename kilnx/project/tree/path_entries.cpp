@@ -1,4 +1,4 @@
-#include <kilnx/project/parentproject_p.h>
+#include <kilnx/project/tree/path_p.h>
 
 #include <algorithm>
 
