@@ -72,6 +72,7 @@
 #include <kilnx/project/workspace.h>
 #include <kilnx/render/glrenderwidget.h>
 #include <kilnx/render/graphicsrenderer.h>
+#include <kilnx/render/graphicsworkspace.h>
 #include <kilnx/render/renderer.h>
 #include <kilnx/render/renderwidget.h>
 #include <kilnx/render/texture.h>

@@ -275,12 +275,21 @@ void GraphicsRendererPrivate::dropDrawing()
     currentBox = -1;
 }
 
+/// Boxes that are being drawn or dragged are as the text has them again.
+void GraphicsRendererPrivate::abandonDrag()
+{
+    dropDrawing();
+    for (int group = 0; group < 8 && pressed && hit >= HitBox; ++group)
+        readBoxes(group);
+    pressed = false;
+    moved = false;
+}
+
 void GraphicsRenderer::setDrawContactBoxMode(ContactBoxCode::BoxType type)
 {
     if (type < 1 || type > 8)
         return;
-    d->dropDrawing();
-    d->pressed = false;
+    d->abandonDrag();
     d->clickMode = ClickDrawContactBox;
     d->currentGroup = type - 1;
     d->boxCountAtDrawStart = d->contactBoxes[type - 1].boxes.size();
@@ -290,9 +299,8 @@ void GraphicsRenderer::setDrawContactBoxMode(ContactBoxCode::BoxType type)
 
 void GraphicsRenderer::setPositioningMode()
 {
-    d->dropDrawing();
     if (d->clickMode == ClickDrawContactBox) {
-        d->pressed = false;
+        d->abandonDrag();
         const int count = d->contactBoxes[d->currentGroup].boxes.size();
         if (count > d->boxCountAtDrawStart)
             d->select(d->currentGroup, count - 1);
@@ -303,8 +311,7 @@ void GraphicsRenderer::setPositioningMode()
 
 void GraphicsRenderer::setCaptureMode()
 {
-    d->dropDrawing();
-    d->pressed = false;
+    d->abandonDrag();
     d->clickMode = ClickCapture;
     d->clearSelection();
     update();
@@ -340,11 +347,8 @@ void GraphicsRenderer::setContactBoxes(ContactBoxCode::BoxType type, ContactBoxe
         return;
     }
     // What is being drawn or dragged is not there any more.
-    if (d->pressed && d->hit >= GraphicsRendererPrivate::HitBox) {
-        d->dropDrawing();
-        d->pressed = false;
-        d->moved = false;
-    }
+    if (d->pressed && d->hit >= GraphicsRendererPrivate::HitBox)
+        d->abandonDrag();
     if (type == ContactBoxCode::Attack) {
         d->anySelected = false;
         d->selectionRect = emptySelection;

@@ -248,6 +248,7 @@ public:
     void startDrawing(QPoint point);
     void finishDrawing();
     void dropDrawing();
+    void abandonDrag();
     template<typename Function>
     void forSelected(Function function);
     bool anySelectedIn(int group) const;

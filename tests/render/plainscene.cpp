@@ -2,19 +2,12 @@
 
 #include <QPainter>
 
-#include <cmath>
-
 namespace
 {
 
-int away(double value)
-{
-    return int(value < 0 ? -std::floor(-value + 0.5) : std::floor(value + 0.5));
-}
-
 QPoint away(QPoint point, double factor)
 {
-    return {away(point.x() * factor), away(point.y() * factor)};
+    return {::away(point.x() * factor), ::away(point.y() * factor)};
 }
 
 } // namespace
@@ -53,10 +46,44 @@ QPoint PlainScene::crossPoint(int number) const
     return anchor(cross.mode, cross.parent) + away(cross.position, (cross.mode & 0xF3) ? zoom : 1);
 }
 
-QRect PlainScene::boxArea(const QRect &rect) const
+QSize PlainScene::sizeOf(const Sprite &sprite) const
 {
-    return {anchor(boxMode, boxParent) + away(rect.topLeft(), (boxMode & 0xF3) ? zoom : 1),
-            QSize(away(rect.width() * zoom), away(rect.height() * zoom))};
+    return {away(int(sprite.picture.width() * sprite.scaleX) * zoom),
+            away(int(sprite.picture.height() * sprite.scaleY) * zoom)};
+}
+
+QRect PlainScene::boxArea(const QRectF &rect) const
+{
+    const double scale = (boxMode & 0xF3) ? zoom : 1;
+    const QPoint corner =
+        anchor(boxMode, boxParent) + QPoint(away(rect.x() * scale), away(rect.y() * scale));
+    const int width = away(rect.width() * zoom);
+    const int height = away(rect.height() * zoom);
+    return {corner + QPoint(qMin(0, width), qMin(0, height)), QSize(qAbs(width), qAbs(height))};
+}
+
+QRect PlainScene::selection() const
+{
+    int left = INT_MAX, top = INT_MAX, right = INT_MIN, bottom = INT_MIN;
+    for (const QVector<Box> &group : boxes) {
+        for (const Box &box : group) {
+            if (!box.selected)
+                continue;
+            left = qMin(left, away(box.rect.x()));
+            top = qMin(top, away(box.rect.y()));
+            right = qMax(right, away(box.rect.x()) + away(box.rect.width()));
+            bottom = qMax(bottom, away(box.rect.y()) + away(box.rect.height()));
+        }
+    }
+    return left == INT_MAX ? QRect() : QRect(left, top, right - left, bottom - top);
+}
+
+QPoint PlainScene::handle(QPoint place) const
+{
+    const double scale = (boxMode & 0xF3) ? zoom : 1;
+    return anchor(boxMode, boxParent) +
+           QPoint(away(selected.x() * scale + place.x() * selected.width() * zoom / 2),
+                  away(selected.y() * scale + place.y() * selected.height() * zoom / 2));
 }
 
 /// Blends a colour of 0.0 to 1.0 on one device pixel.
@@ -168,10 +195,9 @@ void PlainScene::paint()
                QSize(away(onion.width() * zoom), away(onion.height() * zoom))},
               0, onionOpacity, onionEffect);
     for (const Sprite &sprite : qAsConst(sprites)) {
-        const QSize size(away(int(sprite.picture.width() * sprite.scaleX) * zoom),
-                         away(int(sprite.picture.height() * sprite.scaleY) * zoom));
         if (sprite.layer == 0)
-            image(sprite.picture, {anchor(sprite.mode, sprite.parent) + offset(sprite), size},
+            image(sprite.picture,
+                  {anchor(sprite.mode, sprite.parent) + offset(sprite), sizeOf(sprite)},
                   sprite.flip, sprite.opacity, 0);
     }
     if (contactOverCross)
@@ -208,25 +234,10 @@ void PlainScene::paintBoxes(int group)
 
 void PlainScene::paintHandles()
 {
-    int left = INT_MAX, top = INT_MAX, right = INT_MIN, bottom = INT_MIN;
-    for (const QVector<Box> &group : boxes) {
-        for (const Box &box : group) {
-            if (!box.selected)
-                continue;
-            left = qMin(left, box.rect.x());
-            top = qMin(top, box.rect.y());
-            right = qMax(right, box.rect.x() + box.rect.width());
-            bottom = qMax(bottom, box.rect.y() + box.rect.height());
-        }
-    }
-    const double scale = (boxMode & 0xF3) ? zoom : 1;
-    static const QPoint places[] = {{0, 0}, {1, 0}, {0, 1}, {2, 0}, {0, 2}, {1, 2}, {2, 2}, {2, 1}};
-    for (const QPoint &place : places) {
-        if (right <= left)
+    for (const QPoint &place : handlePlaces) {
+        if (selected.isNull())
             return;
-        const QPoint corner = anchor(boxMode, boxParent) +
-                              QPoint(away(left * scale + place.x() * (right - left) * zoom / 2),
-                                     away(top * scale + place.y() * (bottom - top) * zoom / 2));
+        const QPoint corner = handle(place);
         fill({corner, QSize(9, 9)}, Qt::gray);
         fill({corner + QPoint(1, 1), QSize(7, 7)}, Qt::white);
     }

@@ -7,6 +7,17 @@
 #include <QRectF>
 #include <QVector>
 
+#include <cmath>
+
+/// Rounds half away from zero.
+inline int away(double value)
+{
+    return int(value < 0 ? -std::floor(-value + 0.5) : std::floor(value + 0.5));
+}
+
+/// The handles in the order of their codes: left, middle, right and top, middle, bottom.
+constexpr QPoint handlePlaces[] = {{0, 0}, {1, 0}, {0, 1}, {2, 0}, {0, 2}, {1, 2}, {2, 2}, {2, 1}};
+
 /// A frame of the viewport, described anew and painted pixel by pixel, without a painter: what the
 /// library's two ways of painting are held against.
 struct PlainScene {
@@ -25,7 +36,7 @@ struct PlainScene {
         int layer;
     };
     struct Box {
-        QRect rect;
+        QRectF rect;
         bool selected;
     };
 
@@ -48,6 +59,7 @@ struct PlainScene {
     double boxOpacity = 1;
     bool boxesVisible[2] = {true, true};
     int boxMode = 13, boxParent = 0;
+    QRect selected; // around the selected boxes, in image pixels; null for no handles
     bool guidesVisible = false, rulersVisible = false;
     QPoint guides;
     bool spriteOverGuides = false, contactOverCross = false;
@@ -62,11 +74,17 @@ struct PlainScene {
     QImage picture;
     QVector<int> tolerance;
 
-private:
+    // Places on the screen.
     QPoint anchor(int mode, int parent, int depth = 0) const;
     QPoint offset(const Sprite &sprite) const;
+    QSize sizeOf(const Sprite &sprite) const;
     QPoint crossPoint(int number) const;
-    QRect boxArea(const QRect &rect) const;
+    QRect boxArea(const QRectF &rect) const;
+    /// The corner, edge or side `place` (0 to 2 on each axis) of what is selected.
+    QPoint handle(QPoint place) const;
+    QRect selection() const;
+
+private:
     int thickness() const;
     void put(int x, int y, const double (&color)[3], double alpha, int blur);
     void fill(const QRect &area, const QColor &color, double alpha = 1);

@@ -177,7 +177,7 @@ void Scene::applyToView(int row, int level)
     QVector<QRect> rects[2];
     for (int group = 0; group < 2; ++group) {
         for (const PlainScene::Box &box : qAsConst(plain.boxes[group]))
-            rects[group].append(box.rect);
+            rects[group].append(box.rect.toRect());
     }
     attack.setRects(rects[0]);
     collision.setRects(rects[1]);
@@ -266,6 +266,7 @@ void TestGraphicsRenderer::drawsAsAPlainModel()
         } else {
             scene.view.deselectContactBoxes();
         }
+        scene.plain.selected = scene.plain.selection();
         scene.plain.paint();
         const QImage picture = card ? card->grabFramebuffer() : native.grab().toImage();
         const QString wrong = scene.plain.differences(picture);

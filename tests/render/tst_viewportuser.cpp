@@ -1,0 +1,324 @@
+#include <kilnx/render/renderwidget.h>
+#include <tests/render/contexts.h>
+#include <tests/render/fakeboxes.h>
+#include <tests/render/fakeview.h>
+#include <tests/render/plainuser.h>
+
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+
+using namespace Kiln;
+
+namespace
+{
+
+constexpr QSize viewSize(180, 140);
+
+/// A view with a text behind it, and the plain model of both, at the start alike.
+struct Bench {
+    Bench();
+    ~Bench() { view.setSprites(nullptr); }
+    void answer();
+    void setText(int kind, const QVector<QRect> &rects);
+    /// What differs between the view and the model; empty for nothing.
+    QString differences();
+    QString pictureDifferences();
+
+    PlainUser plain;
+    QTemporaryDir directory;
+    FakeSprite sprite;
+    FakeProvider provider;
+    FakeBoxes boxes[2] = {FakeBoxes(ContactBoxCode::Attack), FakeBoxes(ContactBoxCode::Collision)};
+    RenderWidget widget;
+    FakeView view;
+    QStringList log;
+    QVector<QVector<QRect>> history[2]; ///< the text before each change
+};
+
+Bench::Bench()
+{
+    PlainScene &scene = plain.scene;
+    scene.view = viewSize;
+    scene.origin = {90, 70};
+    scene.top = scene.bottom = QColor(60, 70, 80);
+    scene.boxColors[0] = Qt::red;
+    scene.boxColors[1] = Qt::blue;
+    scene.boxOpacity = 0;
+    scene.guidesVisible = true;
+    scene.guides = {30, 25};
+    const char *const colors[] = {"#808000", "#008080", "#800080"};
+    QStringList files;
+    for (int i = 0; i < 3; ++i) {
+        scene.crossPictures[i] = QImage(9 + 2 * i, 9, QImage::Format_ARGB32);
+        scene.crossPictures[i].fill(QColor(colors[i]));
+        plain.crossSizes[i] = scene.crossPictures[i].size();
+        files.append(directory.filePath(QStringLiteral("%1.png").arg(i)));
+        scene.crossPictures[i].save(files.last());
+    }
+    scene.crosses[0] = {true, 13, 0, {5, 8}};
+    scene.crosses[1] = {true, 14, 0, {-20, -10}};
+    scene.crosses[2] = {true, 5, 0, {25, -20}}; // on x alone
+    sprite.picture = QImage(14, 12, QImage::Format_Indexed8);
+    sprite.picture.setColorTable({qRgb(200, 200, 0), qRgb(0, 200, 0)});
+    sprite.picture.fill(1);
+    const int modes[] = {14, 13, 2, 15, 12};
+    for (int i = 0; i < 5; ++i)
+        scene.sprites.append({sprite.picture, modes[i], i == 3 ? 1 : 0,
+                              QPoint(15 * i - 30, 7 * i - 20), i == 1 ? 2.0 : 1.0, 1.0, 0, 1.0, 0});
+    scene.boxMode = 14;
+
+    GraphicsRenderer::setCrossHair(GraphicsRenderer::CrossHairFiles, files[0], files[1], files[2]);
+    GraphicsRenderer::setBackground(scene.top, scene.bottom, GraphicsRenderer::BackgroundGradient,
+                                    {}, {}, {});
+    GraphicsRenderer::setupContactBoxes(scene.boxColors[0], scene.boxColors[1], 0);
+    GraphicsRenderer::setPriority(false, false);
+    GraphicsRenderer::setZoomTable(0);
+    GraphicsRenderer::setZoomMode(GraphicsRenderer::ZoomOrigin);
+    widget.setFixedSize(viewSize);
+    widget.setRenderer(&view);
+    GraphicsRenderer::setOrigin(scene.origin);
+    view.setVisibility(true, true, true, true, true, false, true);
+    view.setGuideLines(scene.guides);
+    for (int i = 0; i < 3; ++i) {
+        view.setItemPositionMode(GraphicsRenderer::ItemType(i),
+                                 static_cast<unsigned char>(scene.crosses[i].mode));
+        view.setItemPosition(GraphicsRenderer::ItemType(i), scene.crosses[i].position);
+    }
+    for (const PlainScene::Sprite &item : qAsConst(scene.sprites)) {
+        provider.add(&sprite, item.position, item.mode, item.parent);
+        provider.rows.back().properties[4] = QPointF(item.scaleX, item.scaleY);
+    }
+    view.setSprites(&provider);
+    view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes, 14);
+    answer();
+}
+
+/// The client: it writes what was released, and shows what the text says after each change.
+void Bench::answer()
+{
+    const auto note = [this](const char *what, int type, QPoint position) {
+        log.append(
+            QStringLiteral("%1 %2 %3 %4").arg(what).arg(type).arg(position.x()).arg(position.y()));
+    };
+    QObject::connect(&view, &GraphicsRenderer::itemMoved,
+                     [=](GraphicsRenderer::ItemType type, void *, QPoint position) {
+                         note("moved", type, position);
+                     });
+    QObject::connect(&view, &GraphicsRenderer::itemReleased,
+                     [=](GraphicsRenderer::ItemType type, void *, QPoint position) {
+                         note("released", type, position);
+                         if (type == GraphicsRenderer::ItemContactBoxes)
+                             view.updateSelectedBoxes();
+                     });
+    QObject::connect(&view, &GraphicsRenderer::contactDrawingExit, [this] { log.append("exit"); });
+    for (int kind = 0; kind < 2; ++kind) {
+        boxes[kind].changed = [this] {
+            for (int i = 0; i < 2; ++i) {
+                if (history[i].isEmpty() || history[i].last() != boxes[i].rects())
+                    history[i].append(boxes[i].rects());
+                view.setContactBoxes(ContactBoxCode::BoxType(i + 1), &boxes[i]);
+            }
+        };
+    }
+    boxes[0].changed();
+}
+
+void Bench::setText(int kind, const QVector<QRect> &rects)
+{
+    boxes[kind].setRects(rects);
+    plain.setText(kind, rects);
+}
+
+QString Bench::differences()
+{
+    const auto differ = [](const char *what, auto got, auto wanted) {
+        QString text;
+        if (!(got == wanted))
+            QDebug(&text) << what << got << "instead of" << wanted;
+        return text;
+    };
+    QString text = differ("log", log, plain.log) +
+                   differ("origin", GraphicsRenderer::origin(), plain.scene.origin) +
+                   differ("guides", view.guideLines(), plain.scene.guides) +
+                   differ("mode", int(view.clickMode()), plain.mode);
+    for (int i = 0; i < 3; ++i)
+        text += differ("cross", view.itemPosition(GraphicsRenderer::ItemType(i)),
+                       plain.scene.crosses[i].position);
+    for (int i = 0; i < plain.scene.sprites.size(); ++i)
+        text += differ("sprite", view.itemPosition(GraphicsRenderer::ItemSprite, unsigned(i)),
+                       plain.scene.sprites[i].position);
+    QList<ContactBoxCode *> selected;
+    for (int kind = 0; kind < 2; ++kind) {
+        text += differ("text", boxes[kind].rects(), plain.text[kind]);
+        for (int i = 0; i < plain.text[kind].size(); ++i) {
+            if (plain.scene.boxes[kind].value(i).selected)
+                selected.append(boxes[kind].at(unsigned(i)));
+        }
+    }
+    text += differ("selection", view.selectedContactBoxes(), selected);
+    const QRect around = view.boxesSelectionRect();
+    return text + differ("selected area", around.x() == 4444 ? QRect() : around, plain.around);
+}
+
+QString Bench::pictureDifferences()
+{
+    PlainScene &scene = plain.scene;
+    scene.selected = plain.any && plain.mode != 1 ? plain.around : QRect();
+    scene.ratio = qRound(widget.devicePixelRatioF());
+    scene.paint();
+    return scene.differences(widget.grab().toImage());
+}
+
+} // namespace
+
+class TestViewportUser : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void randomUser_data();
+    void randomUser();
+};
+
+void TestViewportUser::randomUser_data()
+{
+    QTest::addColumn<unsigned int>("seed");
+    QTest::addColumn<int>("boxMode");
+    QTest::newRow("boxes at the cross") << 1U << 14;
+    QTest::newRow("boxes at the origin, on y alone") << 2U << 9;
+    QTest::newRow("boxes that stand for their cross") << 3U << 2;
+    QTest::newRow("boxes that stand for their sprite") << 4U << 3;
+    QTest::newRow("boxes at the cross, again") << 5U << 14;
+}
+
+void TestViewportUser::randomUser()
+{
+    QFETCH(unsigned int, seed);
+    QFETCH(int, boxMode);
+    Bench bench;
+    PlainUser &plain = bench.plain;
+    plain.scene.boxMode = boxMode;
+    bench.view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes,
+                                   static_cast<unsigned char>(boxMode));
+    bench.history[0].clear();
+    bench.history[1].clear();
+    bench.boxes[0].changed();
+    QRandomGenerator random(seed);
+    const auto below = [&random](int bound) { return random.bounded(bound); };
+    const auto somewhere = [&] { return QPoint(20 + below(160), 20 + below(120)); };
+    QPoint mouse = somewhere();
+    QStringList steps;
+    for (int step = 0; step < 2500; ++step) {
+        const int what = below(100);
+        const bool shift = below(3) == 0;
+        const bool control = below(8) == 0;
+        const Qt::KeyboardModifiers modifiers = (shift ? Qt::ShiftModifier : Qt::NoModifier) |
+                                                (control ? Qt::ControlModifier : Qt::NoModifier);
+        const bool left = below(8) != 0;
+        if (what < 40) {
+            mouse = below(4) ? mouse + QPoint(below(17) - 8, below(17) - 8) : somewhere();
+            steps.append(QStringLiteral("move %1 %2").arg(mouse.x()).arg(mouse.y()));
+            bench.view.mouseMoved(mouse, modifiers);
+            plain.move(mouse);
+        } else if (what < 60) {
+            steps.append(QStringLiteral("press %1 %2 %3").arg(left).arg(shift).arg(control));
+            bench.view.mousePressed(mouse, left ? Qt::LeftButton : Qt::RightButton, modifiers);
+            plain.press(mouse, left, shift, control);
+        } else if (what < 80) {
+            steps.append(QStringLiteral("release %1").arg(left));
+            bench.view.mouseReleased(mouse, left ? Qt::LeftButton : Qt::RightButton, modifiers);
+            plain.release(left, !left);
+        } else if (what < 84) {
+            const QPoint way[] = {{-1, 0}, {0, -1}, {1, 0}, {0, 1}};
+            const int key = below(4);
+            steps.append(QStringLiteral("arrow %1 %2").arg(key).arg(shift || control));
+            bench.view.keyPressed(Qt::Key_Left + key, modifiers);
+            if (!shift && !control)
+                plain.nudge(way[key]);
+        } else if (what < 86) {
+            steps.append("delete");
+            bench.view.keyPressed(Qt::Key_Delete, modifiers);
+            if (!shift && !control)
+                plain.remove();
+        } else if (what < 90) {
+            const int kind = below(2);
+            steps.append(QStringLiteral("draw %1").arg(kind));
+            bench.view.setDrawContactBoxMode(ContactBoxCode::BoxType(kind + 1));
+            plain.draw(kind);
+        } else if (what < 93) {
+            steps.append("position");
+            bench.view.setPositioningMode();
+            plain.position();
+        } else if (what < 94) {
+            steps.append("capture");
+            bench.view.setCaptureMode();
+            plain.capture();
+        } else if (what < 96) {
+            const int kind = below(2);
+            QVector<QRect> rects = plain.text[kind];
+            if (!rects.isEmpty() && below(2))
+                rects.remove(below(rects.size()));
+            else if (rects.size() < 9)
+                rects.insert(below(rects.size() + 1),
+                             QRect(below(80) - 40, below(60) - 30, 1 + below(40), 1 + below(30)));
+            steps.append(QStringLiteral("text %1 %2").arg(kind).arg(rects.size()));
+            bench.setText(kind, rects);
+        } else if (what < 98) {
+            steps.append(QStringLiteral("wheel %1").arg(left));
+            bench.view.mouseWheel(left ? 120 : -240);
+            plain.scene.zoom = double(bench.view.zoomFactor());
+            // What stands on the screen moves with the zoom; that is proved elsewhere.
+            for (int i = 0; i < plain.scene.sprites.size(); ++i) {
+                if (plain.scene.sprites[i].mode == 12)
+                    plain.scene.sprites[i].position =
+                        bench.view.itemPosition(GraphicsRenderer::ItemSprite, unsigned(i));
+            }
+        } else {
+            plain.scene.spriteOverGuides = below(2);
+            plain.scene.contactOverCross = below(2);
+            plain.refuses = bench.boxes[0].refuses = bench.boxes[1].refuses = below(5) == 0;
+            steps.append(QStringLiteral("order %1 %2")
+                             .arg(plain.scene.spriteOverGuides)
+                             .arg(plain.scene.contactOverCross));
+            GraphicsRenderer::setPriority(plain.scene.spriteOverGuides,
+                                          plain.scene.contactOverCross);
+        }
+        if (below(150) == 0) {
+            // Back to the middle, before everything is far outside.
+            GraphicsRenderer::setOrigin({90, 70});
+            plain.scene.origin = {90, 70};
+        }
+        QString wrong = bench.differences();
+        if (wrong.isEmpty() && step % 12 == 0)
+            wrong = bench.pictureDifferences();
+        QVERIFY2(wrong.isEmpty(),
+                 qPrintable(QStringLiteral("step %1: %2\n%3")
+                                .arg(step)
+                                .arg(wrong, QStringList(steps.mid(steps.size() - 12)).join("; "))));
+        bench.log.clear();
+        plain.log.clear();
+    }
+    // Undo takes all back.
+    QVERIFY(bench.history[0].size() > 20);
+    bench.view.setPositioningMode();
+    plain.position();
+    for (int kind = 0; kind < 2; ++kind) {
+        const QVector<QVector<QRect>> history = bench.history[kind];
+        for (int i = history.size() - 1; i >= 0; --i) {
+            bench.setText(kind, history[i]);
+            const QString wrong = bench.differences();
+            QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+        }
+        QVERIFY(bench.boxes[kind].rects().isEmpty());
+    }
+    QCOMPARE(bench.pictureDifferences(), QString());
+    QVERIFY(bench.view.selectedContactBoxes().isEmpty());
+}
+
+int main(int argc, char **argv)
+{
+    return Contexts::run<TestViewportUser>(argc, argv);
+}
+
+#include "tst_viewportuser.moc"
