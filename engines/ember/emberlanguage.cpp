@@ -1,5 +1,7 @@
 #include "emberlanguage.h"
 
+#include <kilnx/project/project.h>
+
 #include <QCoreApplication>
 #include <QDate>
 #include <QHash>
@@ -14,20 +16,7 @@ namespace EmberLanguage
 namespace
 {
 
-using Type = Kiln::ValueCode::Type;
-
-constexpr Type valueType(int number)
-{
-    return static_cast<Type>(number);
-}
-
-constexpr Type EnumType = valueType(6);
-constexpr Type EnumListType = valueType(7);
-constexpr Type DateType = valueType(5);
-constexpr Type RealType = valueType(8);
-constexpr Type PointFType = valueType(9);
-constexpr Type IntType = valueType(13);
-constexpr Type PointType = valueType(14);
+using FileID = Kiln::Project::FileID;
 
 struct SectionInfo {
     Section section;
@@ -54,98 +43,108 @@ const char postures[] = "standing crouching airborne lying";
 const char yesNo[] = "no yes";
 
 const Entry aboutEntries[] = {
-    {"title", valueType(Quoted)}, {"author", valueType(Words)},   {"made", DateType},
-    {"revision", RealType},       {"moods", EnumListType, moods}, {"tint", valueType(Tint)},
+    {"title", Quoted},
+    {"author", Words},
+    {"made", Type::Date},
+    {"revision", Type::Real},
+    {"moods", Type::EnumList, moods},
+    {"tint", Tint},
 };
 
 const Entry filesEntries[] = {
-    {"commands", valueType(Name), nullptr, 0, 0, nullptr, 16},
-    {"states", valueType(Name), nullptr, 0, 0, nullptr, 32},
-    {"brain", valueType(Name), nullptr, 0, 0, nullptr, 32},
-    {"rules", valueType(Name), nullptr, 0, 0, nullptr, 32},
-    {"animations", valueType(Name), nullptr, 0, 0, nullptr, 8},
-    {"cast", valueType(Name), nullptr, 0, 0, nullptr, 1},
-    {"sounds", valueType(Name), nullptr, 0, 0, nullptr, 4},
+    {"commands", Name, nullptr, 0, 0, nullptr, FileID::Commands},
+    {"states", Name, nullptr, 0, 0, nullptr, FileID::Code},
+    {"brain", Name, nullptr, 0, 0, nullptr, FileID::Code},
+    {"rules", Name, nullptr, 0, 0, nullptr, FileID::Code},
+    {"animations", Name, nullptr, 0, 0, nullptr, FileID::Animations},
+    {"cast", Name, nullptr, 0, 0, nullptr, FileID::Definition},
+    {"sounds", Name, nullptr, 0, 0, nullptr, FileID::Sounds},
 };
 
 const Entry bodyEntries[] = {
-    {"life", IntType, nullptr, 1, 9999},
-    {"weight", RealType, nullptr, 0.1, 500},
-    {"size", PointType},
-    {"eyes", PointFType},
-    {"facing", EnumType, sides},
-    {"box", valueType(Box)},
-    {"grip", valueType(Frame)},
-    {"strides", valueType(Reals)},
+    {"life", Type::Int, nullptr, 1, 9999},
+    {"weight", Type::Real, nullptr, 0.1, 500},
+    {"size", Type::Point},
+    {"eyes", Type::PointF},
+    {"facing", Type::Enum, sides},
+    {"box", Box},
+    {"grip", Frame},
+    {"strides", Reals},
 };
 
 const Entry groundEntries[] = {
-    {"size", PointType},
-    {"scale", PointFType},
-    {"bounds", valueType(Box)},
-    {"start", PointType},
-    {"pull", PointFType},
-    {"light", valueType(Shares)},
-    {"gusts", valueType(Reals)},
-    {"weather", EnumType, weathers},
-    {"hours", EnumListType, hours},
+    {"size", Type::Point},
+    {"scale", Type::PointF},
+    {"bounds", Box},
+    {"start", Type::Point},
+    {"pull", Type::PointF},
+    {"light", Shares},
+    {"gusts", Reals},
+    {"weather", Type::Enum, weathers},
+    {"hours", Type::EnumList, hours},
 };
 
 const Entry layerEntries[] = {
-    {"depth", RealType, nullptr, 0, 100},
-    {"offset", PointType},
-    {"drift", PointFType},
-    {"velocity", PointFType, nullptr, 0, 0, "drift"},
-    {"tile", PointType},
-    {"tint", valueType(Tint)},
-    {"opacity", RealType, nullptr, 0, 1},
-    {"shown", EnumType, yesNo},
+    {"depth", Type::Real, nullptr, 0, 100},
+    {"offset", Type::Point},
+    {"drift", Type::PointF},
+    {"velocity", Type::PointF, nullptr, 0, 0, "drift"},
+    {"tile", Type::Point},
+    {"tint", Tint},
+    {"opacity", Type::Real, nullptr, 0, 1},
+    {"shown", Type::Enum, yesNo},
 };
 
 const Entry matchEntries[] = {
-    {"rounds", IntType, nullptr, 1, 9}, {"time", IntType, nullptr, 10, 999},
-    {"first", valueType(Name)},         {"arena", valueType(Name)},
-    {"handicap", valueType(Reals)},     {"won", valueType(Formula)},
+    {"rounds", Type::Int, nullptr, 1, 9},
+    {"time", Type::Int, nullptr, 10, 999},
+    {"first", Name},
+    {"arena", Name},
+    {"handicap", Reals},
+    {"won", Formula},
 };
 
 const Entry commandEntries[] = {
-    {"press", EnumListType, buttons},
-    {"within", IntType, nullptr, 1, 600},
-    {"hold", RealType, nullptr, 0, 10},
-    {"facing", EnumType, sides},
+    {"press", Type::EnumList, buttons},
+    {"within", Type::Int, nullptr, 1, 600},
+    {"hold", Type::Real, nullptr, 0, 10},
+    {"facing", Type::Enum, sides},
 };
 
 const Entry stateEntries[] = {
-    {"posture", EnumType, postures},
-    {"cel", valueType(Name)},
-    {"steered", EnumType, yesNo},
-    {"drift", PointFType},
-    {"velocity", PointFType, nullptr, 0, 0, "drift"},
-    {"ticks", valueType(Ints)},
-    {"cost", IntType, nullptr, 0, 9999},
-    {"pull", RealType},
-    {"glow", valueType(Tint)},
-    {"box", valueType(Box)},
-    {"say", valueType(Quoted)},
-    {"aim", valueType(Words)},
+    {"posture", Type::Enum, postures},
+    {"cel", Name},
+    {"steered", Type::Enum, yesNo},
+    {"drift", Type::PointF},
+    {"velocity", Type::PointF, nullptr, 0, 0, "drift"},
+    {"ticks", Ints},
+    {"cost", Type::Int, nullptr, 0, 9999},
+    {"pull", Type::Real},
+    {"glow", Tint},
+    {"box", Box},
+    {"say", Quoted},
+    {"aim", Words},
 };
 
 const Entry ruleEntries[] = {
-    {"when", valueType(Formula)},        {"then", valueType(Name)},
-    {"chance", RealType, nullptr, 0, 1}, {"after", IntType, nullptr, 0, 9999},
-    {"set", valueType(Formula)},         {"say", valueType(Quoted)},
+    {"when", Formula},
+    {"then", Name},
+    {"chance", Type::Real, nullptr, 0, 1},
+    {"after", Type::Int, nullptr, 0, 9999},
+    {"set", Formula},
+    {"say", Quoted},
 };
 
 const Entry stepEntries[] = {
-    {"cel", valueType(Name)},
-    {"lasts", IntType, nullptr, 1, 600},
-    {"push", PointType},
-    {"drift", PointFType},
-    {"velocity", PointFType, nullptr, 0, 0, "drift"},
-    {"box", valueType(Box)},
-    {"harm", IntType, nullptr, 0, 999},
-    {"spark", valueType(Name)},
-    {"shake", valueType(Reals)},
+    {"cel", Name},
+    {"lasts", Type::Int, nullptr, 1, 600},
+    {"push", Type::Point},
+    {"drift", Type::PointF},
+    {"velocity", Type::PointF, nullptr, 0, 0, "drift"},
+    {"box", Box},
+    {"harm", Type::Int, nullptr, 0, 999},
+    {"spark", Name},
+    {"shake", Reals},
 };
 
 struct Table {
@@ -219,11 +218,11 @@ QString rangeWarning(const Entry *entry, double number)
 }
 
 /// How many items a list of this type has; 0 for "one or more".
-int itemCount(int type)
+int itemCount(Type type)
 {
     switch (type) {
-    case PointFType:
-    case PointType:
+    case Type::PointF:
+    case Type::Point:
         return 2;
     case Shares:
     case Tint:
@@ -248,7 +247,7 @@ bool toNumber(const QString &text, bool whole, QVariant &number)
     return ok && std::isfinite(real);
 }
 
-Reading readNumbers(int type, const QString &text, bool whole)
+Reading readNumbers(Type type, const QString &text, bool whole)
 {
     QVariantList items;
     for (const QString &part : text.split(QLatin1Char(','))) {
@@ -263,16 +262,16 @@ Reading readNumbers(int type, const QString &text, bool whole)
     const int count = itemCount(type);
     if (count && items.size() != count)
         return failed(text, translated("%1 numbers expected, parted by commas").arg(count));
-    if (type == PointType)
+    if (type == Type::Point)
         return {QPoint(items.at(0).toInt(), items.at(1).toInt()), QString(), QString()};
-    if (type == PointFType)
+    if (type == Type::PointF)
         return {QPointF(items.at(0).toReal(), items.at(1).toReal()), QString(), QString()};
     return {items, QString(), QString()};
 }
 
 Reading readNumber(const Entry *entry, const QString &text)
 {
-    const Reading reading = readNumbers(entry->type, text, entry->type == IntType);
+    const Reading reading = readNumbers(entry->type, text, entry->type == Type::Int);
     const QVariantList items = reading.value.toList();
     if (!reading.error.isEmpty())
         return reading;
@@ -430,31 +429,31 @@ Reading readValue(const Entry *entry, const QString &text)
         return {text, QString(), QString()};
     if (text.isEmpty())
         return failed(text, translated("'%1' has no value").arg(QLatin1String(entry->name)));
-    switch (static_cast<int>(entry->type)) {
+    switch (entry->type) {
     case Name:
         return entry->fileId ? readFileName(text) : Reading{text, QString(), QString()};
     case Formula:
         return readFormula(text);
     case Quoted:
         return readQuoted(text);
-    case DateType:
+    case Type::Date:
         return readDate(text);
-    case EnumType:
+    case Type::Enum:
         return readWords(entry, text, false);
-    case EnumListType:
+    case Type::EnumList:
         return readWords(entry, text, true);
-    case PointFType:
+    case Type::PointF:
     case Reals:
     case Shares:
     case Frame:
         return readNumbers(entry->type, text, false);
-    case PointType:
+    case Type::Point:
     case Ints:
     case Tint:
     case Box:
         return readNumbers(entry->type, text, true);
-    case RealType:
-    case IntType:
+    case Type::Real:
+    case Type::Int:
         return readNumber(entry, text);
     default:
         return {text, QString(), QString()};
@@ -465,27 +464,27 @@ QString writeValue(const Entry *entry, const QVariant &value)
 {
     if (!entry || value.type() == QVariant::String) {
         QString text = oneLine(value.toString());
-        if (entry && static_cast<int>(entry->type) == Quoted)
+        if (entry && entry->type == Quoted)
             text = QLatin1Char('"') + text.replace(QLatin1Char('"'), QLatin1Char('\'')) +
                    QLatin1Char('"');
         return text;
     }
-    switch (static_cast<int>(entry->type)) {
-    case DateType:
+    switch (entry->type) {
+    case Type::Date:
         return value.toDate().toString(Qt::ISODate);
-    case EnumType:
+    case Type::Enum:
         return words(entry).value(value.toInt());
-    case EnumListType: {
+    case Type::EnumList: {
         QStringList texts;
         for (const QVariant &item : value.toList())
             texts.append(words(entry).value(item.toInt()));
         return texts.join(QLatin1String(", "));
     }
-    case PointFType: {
+    case Type::PointF: {
         const QPointF point = value.toPointF();
         return real(point.x()) + QLatin1String(", ") + real(point.y());
     }
-    case PointType: {
+    case Type::Point: {
         const QPoint point = value.toPoint();
         return QString::number(point.x()) + QLatin1String(", ") + QString::number(point.y());
     }

@@ -32,25 +32,25 @@ enum Section : unsigned int {
     Unknown    ///< a header with a word that is none of the above
 };
 
+using Type = Kiln::ValueCode::Type;
+
 /// What the library's value types stand for in Ember, where the library leaves that open.
-enum ValueKind {
-    Name = 0,    ///< a file or the name of a state: the plain text of the line
-    Formula = 1, ///< an expression with brackets
-    Loose = 2,   ///< an entry that the section does not know
-    Quoted = 3,  ///< text in double quotes
-    Words = 4,   ///< text to the end of the line
-    Reals = 10,  ///< one or more reals
-    Shares = 11, ///< three reals
-    Frame = 12,  ///< four reals
-    Ints = 15,   ///< one or more integers
-    Tint = 16,   ///< three integers: red, green, blue
-    Box = 17     ///< four integers: left, top, right, bottom
-};
+constexpr Type Name = Type::Plain;         ///< a file or the name of a state: the text of the line
+constexpr Type Formula = Type::Plain1;     ///< an expression with brackets
+constexpr Type Loose = Type::Plain2;       ///< an entry that the section does not know
+constexpr Type Quoted = Type::Text;        ///< text in double quotes
+constexpr Type Words = Type::TextAlt;      ///< text to the end of the line
+constexpr Type Reals = Type::RealVector;   ///< one or more reals
+constexpr Type Shares = Type::RealVector1; ///< three reals
+constexpr Type Frame = Type::RealVector2;  ///< four reals
+constexpr Type Ints = Type::IntVector;     ///< one or more integers
+constexpr Type Tint = Type::IntVector1;    ///< three integers: red, green, blue
+constexpr Type Box = Type::IntVector2;     ///< four integers: left, top, right, bottom
 
 /// What a section knows about one of its entries.
 struct Entry {
     const char *name;
-    Kiln::ValueCode::Type type;
+    Type type;
     const char *words = nullptr;   ///< the words of an enumeration, parted by blanks
     double least = 0;              ///< with `most`: the range that is accepted without a warning
     double most = 0;               ///< equal to `least`: any number is fine

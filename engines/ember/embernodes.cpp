@@ -101,7 +101,7 @@ EmberValue::EmberValue(Kiln::CodeNode *previous,
                        const EmberLanguage::Entry *entry,
                        const QString &name,
                        const QVariant &value)
-    : ValueCode(previous, entry ? entry->type : static_cast<Type>(EmberLanguage::Loose), value)
+    : ValueCode(previous, entry ? entry->type : EmberLanguage::Loose, value)
     , m_entry(entry)
     , m_name(name)
     , m_head(this)
@@ -110,7 +110,7 @@ EmberValue::EmberValue(Kiln::CodeNode *previous,
 
 EmberValue::EmberValue(EmberValue *head, const EmberLanguage::Entry *entry, const QString &name)
     : ValueCode(head->m_mates.isEmpty() ? head : head->m_mates.last(),
-                entry ? entry->type : static_cast<Type>(EmberLanguage::Loose),
+                entry ? entry->type : EmberLanguage::Loose,
                 head->rawValue())
     , m_entry(entry)
     , m_name(name)

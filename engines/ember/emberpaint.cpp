@@ -54,7 +54,7 @@ void EmberPaint::value(const EmberLanguage::Entry *entry, Range range)
         token(CodeParserSyntax::Default, range);
         return;
     }
-    switch (static_cast<int>(entry->type)) {
+    switch (entry->type) {
     case EmberLanguage::Formula:
         formula(range);
         break;

@@ -209,7 +209,7 @@ void EmberProject::checkFiles()
 {
     if (!m_missing || fileName().isEmpty())
         return;
-    QStringList missing;
+    QList<MissingFile> missing;
     QSet<QString> readable;
     const auto canRead = [this](const QString &name) {
         QIODevice *file = archive().openFile(name, QIODevice::ReadOnly);
@@ -222,7 +222,7 @@ void EmberProject::checkFiles()
         if (m_readable.contains(name) || canRead(name))
             readable.insert(name);
         else
-            missing.append(QString::number(entry->firstLine()) + QLatin1Char(':') + path);
+            missing.append({entry->firstLine(), path});
     });
     m_readable = readable;
     if (missing == m_missingFiles)
@@ -230,10 +230,9 @@ void EmberProject::checkFiles()
     m_missingFiles = missing;
     m_missing->beginChange();
     m_missing->clear();
-    for (const QString &file : qAsConst(missing)) {
-        m_missing->add(Kiln::Message::Warning,
-                       tr("There is no readable file '%1'").arg(file.section(QLatin1Char(':'), 1)),
-                       file.section(QLatin1Char(':'), 0, 0).toUInt(), 0);
+    for (const MissingFile &file : qAsConst(missing)) {
+        m_missing->add(Kiln::Message::Warning, tr("There is no readable file '%1'").arg(file.path),
+                       file.line, 0);
     }
     m_missing->endChange();
 }

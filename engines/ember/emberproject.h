@@ -61,8 +61,18 @@ private:
     void checkFiles();
     QString fullName(const QString &path) const;
 
+    /// A file that is named and cannot be read.
+    struct MissingFile {
+        bool operator==(const MissingFile &other) const
+        {
+            return line == other.line && path == other.path;
+        }
+        int line; ///< of the definition
+        QString path;
+    };
+
     std::unique_ptr<Kiln::SimpleMessages> m_missing;
-    QStringList m_missingFiles;
+    QList<MissingFile> m_missingFiles;
     /// Named files that could be read: they are not opened again at each key.
     QSet<QString> m_readable;
 };
