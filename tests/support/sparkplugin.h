@@ -8,11 +8,10 @@
 
 #include <memory>
 
-/// The engine Spark, as a host loads it; link the test program's target to `spark` by
-/// add_dependencies().
+/// The engine Spark, as a host loads it.
 inline Kiln::EnginePlugin &sparkPlugin()
 {
-    QLibrary library(QStringLiteral(KILN_BINARY_DIR "/lib/libspark.so"));
+    QLibrary library(QStringLiteral(SPARK_LIBRARY));
     const auto entry =
         reinterpret_cast<Kiln::EnginePlugin *(*)()>(library.resolve("kilnxEnginePlugin"));
     if (!entry)
