@@ -10,6 +10,7 @@
 
 #include <QDebug>
 #include <QTextBlock>
+#include <QTextLayout>
 
 using namespace Kiln;
 
@@ -18,7 +19,20 @@ namespace EngineTest
 namespace
 {
 
-/// The brackets and the row of each line.
+/// What is painted where in a line.
+QString colours(const QTextBlock &line)
+{
+    QString text;
+    for (const QTextLayout::FormatRange &range : line.layout()->formats()) {
+        text += QStringLiteral(", %1+%2 %3 %4")
+                    .arg(QString::number(range.start), QString::number(range.length),
+                         range.format.foreground().color().name(),
+                         range.format.underlineColor().name());
+    }
+    return text;
+}
+
+/// The brackets, the row, the depth and the colours of each line.
 QString lines(CodeDocument &document)
 {
     QString text;
@@ -26,12 +40,15 @@ QString lines(CodeDocument &document)
         const int line = block.blockNumber();
         text += QString::number(line) + QLatin1Char(' ');
         text += document.indexInLine(line).data().toString();
-        for (const auto &bracket : CodeBlockData::testBlockData(block)->parenthesis()) {
+        const CodeBlockData *data = CodeBlockData::testBlockData(block);
+        text += QStringLiteral(" indent %1").arg(data->foldingIndent());
+        for (const auto &bracket : data->parenthesis()) {
             text += QStringLiteral(" %1%2/%3")
                         .arg(bracket.character)
                         .arg(bracket.position)
                         .arg(bracket.type);
         }
+        text += colours(block);
         text += QLatin1Char('\n');
     }
     return text;

@@ -272,8 +272,9 @@ void RandomEditor::parseAll()
         m_document->rehighlight();
         return;
     }
-    m_document->setSyntaxHighlight(false);
-    m_document->setSyntaxHighlight(true);
+    const bool isHighlighted = m_document->hasSyntaxHighlight();
+    m_document->setSyntaxHighlight(!isHighlighted);
+    m_document->setSyntaxHighlight(isHighlighted);
 }
 
 void RandomEditor::editList()

@@ -46,6 +46,8 @@ QString runEdits(Kiln::CodeDocument &document,
             document.fromString(before);
         const QString action = editor.step();
         QString fault = editor.fault() + difference(document, makeFresh);
+        if (run.check)
+            fault += run.check();
         for (const auto &mirror : mirrors)
             fault += mirror->fault();
         if (!fault.isEmpty())

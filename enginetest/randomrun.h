@@ -13,6 +13,8 @@ struct RandomRun {
     int steps = 600;
     /// Whether an index is held on each row during each step, as a view does that shows them all.
     bool holdsIndexes = false;
+    /// What else is to hold after each step: tells what does not, empty if all does. May be null.
+    std::function<QString()> check = nullptr;
 };
 
 /// Edits a document without sense and compares it after each step with a fresh one of the same text
