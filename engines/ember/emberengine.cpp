@@ -2,6 +2,7 @@
 
 #include "emberdocument.h"
 #include "embersounds.h"
+#include "embersprites.h"
 
 using FileType = Kiln::Project::FileID::Type;
 
@@ -39,6 +40,7 @@ QString EmberEngine::fileFilter() const
 QMap<int, QString> EmberEngine::singleFileFilters() const
 {
     return {{Kiln::Project::FileID::Sounds, QStringLiteral("*.peal")},
+            {Kiln::Project::FileID::Sprites, QStringLiteral("*.gleam")},
             {Kiln::Project::FileID::Commands, QStringLiteral("*.beck")},
             {Kiln::Project::FileID::Code, QStringLiteral("*.glow")},
             {Kiln::Project::FileID::Animations, QStringLiteral("*.flick")}};
@@ -49,6 +51,8 @@ Kiln::ProjectFile *EmberEngine::createFile(FileType type, Kiln::Project *)
     switch (type) {
     case FileType::Sounds:
         return new EmberSounds;
+    case FileType::Sprites:
+        return new EmberSprites;
     case FileType::Commands:
         return new EmberDocument(EmberDocument::Commands);
     case FileType::Code:

@@ -59,6 +59,7 @@ const Entry filesEntries[] = {
     {"animations", Name, nullptr, 0, 0, nullptr, FileID::Animations},
     {"cast", Name, nullptr, 0, 0, nullptr, FileID::Definition},
     {"sounds", Name, nullptr, 0, 0, nullptr, FileID::Sounds},
+    {"sprites", Name, nullptr, 0, 0, nullptr, FileID::Sprites},
 };
 
 const Entry bodyEntries[] = {

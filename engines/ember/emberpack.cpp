@@ -20,9 +20,8 @@ constexpr int longestName = 65535;
 void EmberItemData::adopt(const QByteArray &bytes, unsigned char coder, unsigned long long crc)
 {
     m_isAdopting = true;
-    fromData(bytes, coder, this, crc);
+    take(bytes, coder, crc);
     m_isAdopting = false;
-    m_hasBytes = !bytes.isEmpty();
 }
 
 void EmberItemData::adopt(const EmberItemData &other)
@@ -34,8 +33,17 @@ void EmberItemData::adopt(const EmberItemData &other)
 void EmberItemData::store(const QByteArray &bytes, unsigned char coder)
 {
     const auto crc = crc64(bytes.constData(), static_cast<unsigned int>(bytes.size()));
-    fromData(bytes, coder, this, crc);
+    take(bytes, coder, crc);
+}
+
+/// Nothing is no item, so that it is saved alike wherever it came from.
+void EmberItemData::take(const QByteArray &bytes, unsigned char coder, unsigned long long crc)
+{
     m_hasBytes = !bytes.isEmpty();
+    if (m_hasBytes)
+        fromData(bytes, coder, this, crc);
+    else
+        reset();
 }
 
 QByteArray EmberPack::head(const char *magic, int count)

@@ -29,6 +29,8 @@ protected:
     void store(const QByteArray &bytes, unsigned char coder);
 
 private:
+    void take(const QByteArray &bytes, unsigned char coder, unsigned long long crc);
+
     bool m_isAdopting = false;
     bool m_hasBytes = false;
 };

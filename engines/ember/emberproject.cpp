@@ -4,6 +4,7 @@
 #include "embernodes.h"
 #include "emberparentproject.h"
 #include "embersounds.h"
+#include "embersprites.h"
 
 #include <kilnx/code/messages.h>
 #include <kilnx/project/archive.h>
@@ -44,6 +45,7 @@ void eachFileEntry(const EmberDocument *definition, const FileEntry &use)
 Kiln::Project::FileID::Type typeOfFile(const QString &fileName)
 {
     using FileID = Kiln::Project::FileID;
+    const QString suffix = QFileInfo(fileName).suffix();
     switch (EmberDocument::typeOfFile(fileName)) {
     case EmberDocument::Commands:
         return FileID::Commands;
@@ -52,8 +54,9 @@ Kiln::Project::FileID::Type typeOfFile(const QString &fileName)
     case EmberDocument::Animations:
         return FileID::Animations;
     case EmberDocument::NoFileType:
-        return QFileInfo(fileName).suffix() == QLatin1String(EmberSounds::suffix) ? FileID::Sounds
-                                                                                  : FileID::Type();
+        return suffix == QLatin1String(EmberSounds::suffix)    ? FileID::Sounds
+               : suffix == QLatin1String(EmberSprites::suffix) ? FileID::Sprites
+                                                               : FileID::Type();
     default:
         return FileID::Type();
     }

@@ -20,9 +20,8 @@ struct ImageInfo {
 // "BMP", "GIF", "PCX". All functions here hold no shared state: different threads may call them
 // at once on devices and pictures of their own. No function closes the device.
 //
-// A picture above 16 MiB is made only if the bytes that the device has left can fill it. Of a
-// sequential device those that have arrived count, so a large picture may be refused until more of
-// it is there, and a GIF should have arrived whole: what its later pictures claim is not seen.
+// A picture above 16 MiB is made only if the bytes that the device has left can fill it. Files are
+// read from sequential devices too, in pieces of any size; they should have arrived whole.
 
 /// Reads a picture by its format word; words that are not built in go through the registered
 /// extensions, in their order. Pictures of up to 8 bits, grey ones too, come as Indexed8 with a

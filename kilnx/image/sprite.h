@@ -101,9 +101,10 @@ public:
     virtual ImageInfo imageInfo() const = 0;
     /// Shows the picture in another palette of the file, or null for none. The indices stay.
     virtual void setPalette(Palette *palette) = 0;
-    /// Replaces the picture. `paletteMode` is a PaletteMode, which the last argument serves; with
-    /// `keepPalette` a palette of the sprite's own stays as it is, and what is new becomes another
-    /// one. An image of true colour has no palette unless it is mapped onto one.
+    /// Replaces the picture. `paletteMode` is a PaletteMode, which `palette` serves. `keepPalette`
+    /// is the answer to "Reversed" in the import dialogs: the image counts its colours from the
+    /// end, as palettes of some files do, so index i and its colour become 255 - i. An image of
+    /// true colour has no palette unless it is mapped onto one.
     virtual void
     setImage(const QImage &image, bool keepPalette, int paletteMode, Palette *palette) = 0;
     /// Replaces the picture by one whose colour table equals the sprite's palette already, or by

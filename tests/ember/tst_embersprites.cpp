@@ -1,0 +1,840 @@
+#include <ember/embersprites.h>
+#include <kilnx/cache/streamcache.h>
+#include <kilnx/code/messages.h>
+#include <kilnx/image/imageops.h>
+#include <kilnx/project/archive.h>
+#include <tests/support/rows.h>
+#include <tests/support/testhost.h>
+
+#include <QtTest/QAbstractItemModelTester>
+#include <QtTest/QtTest>
+
+#include <cstring>
+#include <memory>
+#include <random>
+
+using namespace Kiln;
+
+namespace
+{
+
+struct Release {
+    void operator()(ProjectFile *file) const { file->release(); }
+};
+using SpritesPointer = std::unique_ptr<EmberSprites, Release>;
+using Colors = QVector<QRgb>;
+
+QString digest(const void *bytes, qint64 size)
+{
+    return QString::number(qHashBits(bytes, static_cast<size_t>(size)), 16);
+}
+
+// All that can be seen of a sprite, and of a palette.
+QString describe(const QString &name, const QImage &image, int palette)
+{
+    const QByteArray pixels = EmberGleam::pixelsOf(image);
+    const Colors table = image.colorTable();
+    return QStringLiteral("%1 %2x%3 %4 in %5: %6 %7")
+        .arg(name)
+        .arg(image.width())
+        .arg(image.height())
+        .arg(image.format())
+        .arg(palette)
+        .arg(digest(pixels.constData(), pixels.size()),
+             digest(table.constData(), table.size() * 4));
+}
+
+QString describe(const QString &name, const Colors &colors)
+{
+    return name + QLatin1Char(' ') + digest(colors.constData(), colors.size() * 4);
+}
+
+QStringList described(const EmberSprites &sprites)
+{
+    QStringList list;
+    for (unsigned int row = 0; row < sprites.itemCount(); ++row) {
+        const EmberSprite *sprite = sprites.at(row);
+        const Palette *palette = sprite->palette();
+        list << describe(sprite->identifier(), sprite->image(), palette ? palette->index() : -1);
+    }
+    const EmberPalettes &palettes = *sprites.palettes();
+    for (unsigned int row = 0; row < palettes.count(); ++row)
+        list << describe(palettes.at(row)->identifier(), palettes.at(row)->colorTable());
+    for (const EmberStandIns::Pair &pair : sprites.palettes()->remapModel()->pairs())
+        list << QStringLiteral("%1 as %2").arg(pair.from->index()).arg(pair.to->index());
+    return list;
+}
+
+QVector<RGBA> entries(const Colors &table)
+{
+    QVector<RGBA> colors(256);
+    std::transform(table.cbegin(), table.cend(), colors.begin(), fromQRgb);
+    return colors;
+}
+
+// The plain model: two lists of values and a list of pairs.
+struct Plain {
+    struct Colored {
+        QString name;
+        Colors table;
+        int id;
+    };
+    struct Picture {
+        QString name;
+        QImage image;
+        int palette = -1; // an id
+    };
+
+    QList<Picture> pictures;
+    QList<Colored> palettes;
+    QList<QPair<int, int>> pairs; // of ids
+    int lastId = 0;
+
+    int rowOf(int id) const
+    {
+        for (int row = 0; row < palettes.size(); ++row) {
+            if (palettes[row].id == id)
+                return row;
+        }
+        return -1;
+    }
+    int idOf(const QString &name, const Colors &table)
+    {
+        for (const Colored &palette : qAsConst(palettes)) {
+            if (palette.table == table)
+                return palette.id;
+        }
+        palettes.append({name, table, ++lastId});
+        return lastId;
+    }
+    // As in EmberSprite::setImage().
+    void set(Picture &picture, QImage image, int mode, int id)
+    {
+        if (mode == Sprite::ForcePalette || (mode == Sprite::ExchangePalette && image.depth() > 8))
+            adaptImageToPalette(image, entries(palettes[rowOf(id)].table).constData());
+        Colors table = image.colorTable();
+        std::fill_n(std::back_inserter(table), 256 - qMin(table.size(), 256), 0xFF000000);
+        picture.image = image;
+        picture.palette = image.depth() > 8              ? -1
+                          : mode == Sprite::ImagePalette ? idOf(picture.name, table)
+                                                         : id;
+    }
+    void removePalette(int row, int instead)
+    {
+        const int id = palettes[row].id;
+        for (Picture &picture : pictures) {
+            if (picture.palette == id)
+                picture.palette = instead;
+        }
+        for (int i = pairs.size() - 1; i >= 0; --i) {
+            if (pairs[i].first == id || pairs[i].second == id)
+                pairs.removeAt(i);
+        }
+        palettes.removeAt(row);
+    }
+    QStringList described() const
+    {
+        QStringList list;
+        for (const Picture &picture : pictures) {
+            const int row = rowOf(picture.palette);
+            QImage image = picture.image;
+            image.setColorTable(row < 0 ? Colors() : palettes[row].table);
+            list << describe(picture.name, image, row);
+        }
+        for (const Colored &palette : palettes)
+            list << describe(palette.name, palette.table);
+        for (const auto &pair : pairs)
+            list << QStringLiteral("%1 as %2").arg(rowOf(pair.first)).arg(rowOf(pair.second));
+        return list;
+    }
+};
+
+// Changes a file and the plain model alike; no two pictures or palettes are equal by chance.
+class Changer
+{
+public:
+    Changer(EmberSprites &sprites, unsigned int seed)
+        : m_sprites(sprites)
+        , m_palettes(*sprites.palettes())
+        , m_random(seed)
+    {
+    }
+
+    Plain plain;
+
+    void step();
+    int below(int limit) { return int(m_random() % unsigned(qMax(limit, 1))); }
+
+private:
+    QImage image();
+    Colors table(int count = 256);
+    template<class T>
+    static void sortByName(QList<T> &list)
+    {
+        std::stable_sort(list.begin(), list.end(), [](const T &a, const T &b) {
+            return a.name.compare(b.name, Qt::CaseInsensitive) < 0;
+        });
+    }
+    void changeSprites(int kind, int row);
+    void changePalettes(int kind, int row);
+    void changePairs(int kind);
+
+    EmberSprites &m_sprites;
+    EmberPalettes &m_palettes;
+    std::mt19937 m_random;
+    int m_count = 0;
+};
+
+Colors Changer::table(int count)
+{
+    Colors colors;
+    for (int i = 0; i < count; ++i)
+        colors.append(m_random());
+    return colors;
+}
+
+QImage Changer::image()
+{
+    const QImage::Format formats[] = {QImage::Format_Indexed8, QImage::Format_Indexed8,
+                                      QImage::Format_RGB32, QImage::Format_ARGB32};
+    QImage picture(4 + below(40), 1 + below(20), formats[below(4)]);
+    const int colors = below(2) ? 32 : 256;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width() * picture.depth() / 8; ++x)
+            picture.scanLine(y)[x] = uchar(below(4) ? 1 : below(colors));
+    }
+    if (picture.depth() == 8)
+        picture.setColorTable(below(3) || plain.palettes.isEmpty()
+                                  ? table(1 + below(256))
+                                  : plain.palettes[below(plain.palettes.size())].table);
+    const int number = ++m_count;
+    for (int i = 0; i < 4; ++i)
+        picture.scanLine(0)[i] = uchar((number >> (i * 4) & 0xF) + 1);
+    return picture;
+}
+
+void Changer::step()
+{
+    const int kind = below(24);
+    if (kind < 10)
+        changeSprites(kind, below(plain.pictures.size()));
+    else if (kind < 20)
+        changePalettes(kind - 10, below(plain.palettes.size()));
+    else
+        changePairs(kind - 20);
+}
+
+void Changer::changeSprites(int kind, int row)
+{
+    const QString name = QStringLiteral("%1 %2").arg(QChar('a' + below(26))).arg(++m_count);
+    const unsigned int count = m_sprites.itemCount();
+    if (kind < 2 || count == 0) {
+        row = below(int(count) + 1);
+        const QImage picture = kind == 0 ? QImage() : image();
+        m_sprites.insert(unsigned(row), name, picture);
+        plain.pictures.insert(row, {name, QImage(), -1});
+        if (!picture.isNull())
+            plain.set(plain.pictures[row], picture, Sprite::ImagePalette, -1);
+        return;
+    }
+    EmberSprite *sprite = m_sprites.at(unsigned(row));
+    Plain::Picture &picture = plain.pictures[row];
+    const int palette = plain.palettes.isEmpty() ? -1 : below(plain.palettes.size());
+    const int id = palette < 0 ? -1 : plain.palettes[palette].id;
+    if (kind < 5 && palette >= 0) {
+        const int mode = kind - 1;
+        const QImage fresh = image();
+        sprite->setImage(fresh, false, mode, m_palettes.at(unsigned(palette)));
+        plain.set(picture, fresh, mode, id);
+    } else if (kind == 5 && palette >= 0 && picture.image.depth() == 8) {
+        sprite->setPalette(m_palettes.at(unsigned(palette)));
+        picture.palette = id;
+    } else if (kind == 6) {
+        m_sprites.remove(unsigned(row));
+        plain.pictures.removeAt(row);
+    } else if (kind == 7) {
+        const int to = below(int(count));
+        m_sprites.move(unsigned(row), unsigned(to));
+        plain.pictures.move(row, to);
+    } else if (kind == 8) {
+        sprite->setProperty(QStringLiteral("Identifier"), name);
+        picture.name = name;
+    } else if (kind == 9 && below(2)) {
+        // Two equal ones could change places without a trace.
+        m_sprites.beginChange();
+        m_sprites.rename(*m_sprites.duplicate(unsigned(row)), name);
+        m_sprites.endChange();
+        plain.pictures.insert(row + 1, {name, picture.image, picture.palette});
+    } else if (kind == 9) {
+        m_sprites.autoOrganize();
+        sortByName(plain.pictures);
+    }
+}
+
+void Changer::changePalettes(int kind, int row)
+{
+    const QString name = QStringLiteral("p%1").arg(++m_count);
+    const Colors fresh = table();
+    const int count = plain.palettes.size();
+    if (kind == 0 || count == 0) {
+        row = below(count + 1);
+        m_palettes.insert(unsigned(row), entries(fresh).constData(), name, false);
+        plain.palettes.insert(row, {name, fresh, ++plain.lastId});
+    } else if (kind == 1) {
+        m_palettes.remove(unsigned(row));
+        plain.removePalette(row, count == 1 ? -1 : plain.palettes[row == 0 ? 1 : 0].id);
+    } else if (kind == 2) {
+        const int to = below(count);
+        m_palettes.move(unsigned(row), unsigned(to));
+        plain.palettes.move(row, to);
+    } else if (kind == 3) {
+        m_palettes.at(unsigned(row))->setProperty(QStringLiteral("Identifier"), name);
+        plain.palettes[row].name = name;
+    } else if (kind == 4 || kind == 5) {
+        m_palettes.at(unsigned(row))->setColors(entries(fresh).constData(), Palette::SetReplaced);
+        plain.palettes[row].table = fresh;
+    } else if (kind == 6) {
+        m_palettes.beginChange();
+        m_palettes.rename(*m_palettes.duplicate(unsigned(row)), name);
+        m_palettes.endChange();
+        plain.palettes.insert(row + 1, {name, plain.palettes[row].table, ++plain.lastId});
+    } else if (kind == 7) {
+        const auto removed = m_palettes.removeUnused();
+        for (int i = count - 1; i >= 0; --i) {
+            if (m_palettes.sprites() && std::none_of(plain.pictures.cbegin(), plain.pictures.cend(),
+                                                     [&](const Plain::Picture &picture) {
+                                                         return picture.palette ==
+                                                                plain.palettes[i].id;
+                                                     }))
+                plain.removePalette(i, -1);
+        }
+        QCOMPARE(int(removed), count - plain.palettes.size());
+    } else if (kind == 8) {
+        m_palettes.removeDuplicates();
+        for (int i = count - 1; i > 0; --i) {
+            for (int k = 0; k < i; ++k) {
+                if (plain.palettes[k].table == plain.palettes[i].table) {
+                    plain.removePalette(i, plain.palettes[k].id);
+                    break;
+                }
+            }
+        }
+    } else if (below(2)) {
+        m_palettes.applyToAll(unsigned(row));
+        for (Plain::Picture &picture : plain.pictures) {
+            if (picture.image.depth() == 8)
+                picture.palette = plain.palettes[row].id;
+        }
+    } else {
+        m_palettes.autoOrganize();
+        sortByName(plain.palettes);
+    }
+}
+
+void Changer::changePairs(int kind)
+{
+    EmberStandIns *model = m_palettes.remapModel();
+    const int row = below(plain.pairs.size());
+    if (plain.palettes.isEmpty()) {
+        QVERIFY(!model->insertRow(0));
+    } else if (kind == 0 || plain.pairs.isEmpty()) {
+        QVERIFY(model->insertRow(row));
+        plain.pairs.insert(row, {plain.palettes[0].id, plain.palettes[0].id});
+    } else if (kind == 1) {
+        QVERIFY(model->removeRow(row));
+        plain.pairs.removeAt(row);
+    } else {
+        const int palette = below(plain.palettes.size());
+        QVERIFY(model->setData(model->index(row, kind - 2), palette, Qt::EditRole));
+        (kind == 2 ? plain.pairs[row].first : plain.pairs[row].second) = plain.palettes[palette].id;
+    }
+}
+
+// The contract alone: a sprite that is nothing but a picture.
+class Bare : public Sprite
+{
+public:
+    explicit Bare(const QImage &picture, StreamCacheData *data = nullptr)
+        : Sprite(data)
+        , m_picture(picture)
+    {
+    }
+    ~Bare() override = default;
+    void letGo() { m_data = nullptr; }
+    QVariant property(const QString &) override { return {}; }
+    void setProperty(const QString &, const QVariant &) override {}
+    int index() const override { return -1; }
+    Sprites *sprites() const override { return nullptr; }
+    bool isEmpty() const override { return m_picture.isNull(); }
+    void finishImport() override {}
+    const Texture &texture() const override { Q_UNREACHABLE(); }
+    void resetTexture() override {}
+    QImage image() const override { return m_picture; }
+    ImageInfo imageInfo() const override { return {}; }
+    void setPalette(Palette *) override {}
+    void setImage(const QImage &, bool, int, Palette *) override {}
+    void setImage(const QImage &) override {}
+    Palette *palette() const override { return nullptr; }
+    bool sharesPalette() const override { return false; }
+
+private:
+    QImage m_picture;
+};
+
+QByteArray readFile(const QString &name)
+{
+    QFile file(name);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QImage picture(int width, int height, uchar value, const Colors &table)
+{
+    QImage image(width, height, QImage::Format_Indexed8);
+    image.fill(value);
+    image.setColorTable(table);
+    return image;
+}
+
+} // namespace
+
+class TestEmberSprites : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void followsThePlainModel_data();
+    void followsThePlainModel();
+    void paletteModes();
+    void editsOfAPaletteAreOneStep();
+    void bracketsAndSaving();
+    void opensWithoutDecoding();
+    void texturesOnTheCard();
+    void cutOffAndDamaged();
+    void contentsThatDoNotFit();
+    void aligned_data();
+    void aligned();
+    void contract();
+
+private:
+    QString file(const QString &name) const { return m_directory->filePath(name); }
+    bool load(EmberSprites &sprites, const QByteArray &bytes)
+    {
+        QFile out(file(QStringLiteral("damaged.gleam")));
+        if (!out.open(QIODevice::WriteOnly) || out.write(bytes) != bytes.size())
+            return false;
+        out.close();
+        m_host->dialogs().expectBox(QMessageBox::Ok);
+        const bool loaded = sprites.fromFile(FileSystemArchive::instance(), out.fileName(), false);
+        m_host = std::make_unique<TestHost>();
+        return loaded;
+    }
+
+    std::unique_ptr<TestHost> m_host;
+    std::unique_ptr<QTemporaryDir> m_directory;
+};
+
+void TestEmberSprites::init()
+{
+    m_host.reset();
+    m_host = std::make_unique<TestHost>();
+    m_directory = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_directory->isValid());
+}
+
+void TestEmberSprites::followsThePlainModel_data()
+{
+    QTest::addColumn<int>("store");
+    QTest::newRow("memory") << int(StreamCache::Memory);
+    QTest::newRow("disk") << int(StreamCache::Disk);
+}
+
+// Random changes, undo and redo in between, and a file that is read back.
+void TestEmberSprites::followsThePlainModel()
+{
+    QFETCH(int, store);
+    for (unsigned int seed = 1; seed <= 8; ++seed) {
+        const SpritesPointer sprites(new EmberSprites(StreamCache::Type(store)));
+        using Tester = QAbstractItemModelTester;
+        const auto reporting = Tester::FailureReportingMode::QtTest;
+        const Tester spritesTester(sprites.get(), reporting);
+        const Tester palettesTester(sprites->palettes(), reporting);
+        const Tester standInsTester(sprites->palettes()->remapModel(), reporting);
+        Changer changer(*sprites, seed);
+        QList<Plain> states{changer.plain};
+        int now = 0;
+        for (int step = 0; step < 250; ++step) {
+            for (int back = changer.below(20) ? 0 : changer.below(6); back > 0 && now > 0; --back) {
+                sprites->undo();
+                QCOMPARE(described(*sprites), states[--now].described());
+            }
+            for (int forth = changer.below(20) ? 0 : 2; forth > 0 && now + 1 < states.size();
+                 --forth) {
+                sprites->redo();
+                QCOMPARE(described(*sprites), states[++now].described());
+            }
+            changer.plain = states[now];
+            changer.step();
+            const QStringList after = changer.plain.described();
+            QCOMPARE(described(*sprites), after);
+            if (after == states[now].described())
+                continue;
+            states = states.mid(0, ++now);
+            states.append(changer.plain);
+        }
+        const QString name = file(QStringLiteral("all.gleam"));
+        QVERIFY(sprites->toFile(FileSystemArchive::instance(), name, false));
+        const SpritesPointer again(new EmberSprites(StreamCache::Type(store)));
+        QVERIFY(again->fromFile(FileSystemArchive::instance(), name, false));
+        QCOMPARE(described(*again), described(*sprites));
+        const QByteArray bytes = readFile(name);
+        QVERIFY(again->toFile(FileSystemArchive::instance(), name, false));
+        QVERIFY(readFile(name) == bytes);
+        for (; now > 0; --now) {
+            QCOMPARE(described(*sprites), states[now].described());
+            sprites->undo();
+        }
+        QVERIFY(sprites->isEmpty());
+        for (const Plain &state : qAsConst(states)) {
+            QCOMPARE(described(*sprites), state.described());
+            sprites->redo();
+        }
+    }
+}
+
+void TestEmberSprites::paletteModes()
+{
+    const SpritesPointer sprites(new EmberSprites);
+    const Colors first{0xFF000000, 0xFFFF0000, 0xFF00FF00};
+    EmberSprite *one = sprites->insert(0, "one", picture(3, 2, 1, first));
+    EmberSprite *two = sprites->insert(1, "two", picture(5, 4, 2, first));
+    QCOMPARE(one->palette(), two->palette());
+    QVERIFY(one->sharesPalette());
+    QCOMPARE(one->palette()->useCount(), 2u);
+    QCOMPARE(one->image().pixel(0, 0), 0xFFFF0000);
+    const ImageInfo info = two->imageInfo();
+    QCOMPARE(QSize(info.width, info.height), QSize(5, 4));
+    QCOMPARE(info.format, QImage::Format_Indexed8);
+
+    // Counted from the end: index 1 of the picture is 254 in the new palette.
+    one->setImage(picture(3, 2, 1, first), true, Sprite::ImagePalette, nullptr);
+    QCOMPARE(one->image().pixelIndex(0, 0), 254);
+    QCOMPARE(one->image().pixel(0, 0), 0xFFFF0000);
+    QCOMPARE(sprites->palettes()->count(), 2u);
+
+    QImage trueColor(2, 2, QImage::Format_ARGB32);
+    trueColor.fill(0xFF00FE01);
+    two->setImage(trueColor, false, Sprite::ExchangePalette, sprites->palettes()->at(0));
+    QCOMPARE(two->image().pixelIndex(1, 1), 2); // mapped: there are no indices to keep
+    two->setImage(trueColor);
+    QVERIFY(!two->palette());
+    QCOMPARE(two->image(), trueColor);
+    two->setPalette(sprites->palettes()->at(0)); // has no indices
+    QVERIFY(!two->palette());
+    two->setImage(QImage(9, 9, QImage::Format_RGB16));
+    QCOMPARE(two->imageInfo().format, QImage::Format_RGB32);
+    two->setImage(QImage());
+    QVERIFY(two->isEmpty() && two->image().isNull());
+    two->setImage(QImage(70000, 1, QImage::Format_Indexed8)); // too wide for the file
+    QVERIFY(two->isEmpty());
+}
+
+void TestEmberSprites::editsOfAPaletteAreOneStep()
+{
+    const SpritesPointer sprites(new EmberSprites);
+    EmberPalettes &palettes = *sprites->palettes();
+    const auto solid = [](QRgb color) { return entries(Colors(256, color)); };
+    EmberPalette *palette = palettes.add(solid(1).constData(), "p", true);
+    EmberSprite *sprite = sprites->insert(0, "s", QImage());
+    sprite->setImage(picture(2, 2, 7, Colors(256, 1)), false, Sprite::ExchangePalette, palette);
+    const auto color = [sprite] { return sprite->image().pixel(0, 0); };
+    QSignalSpy modified(sprites.get(), &EmberSprites::modified);
+    for (QRgb value : {2u, 3u, 4u})
+        palette->setColors(solid(value).constData(), Palette::SetEdited);
+    palette->setColors(solid(4).constData(), Palette::SetEdited); // no change
+    QCOMPARE(modified.count(), 3);
+    palette->setColors(solid(5).constData(), Palette::SetReplaced);
+    palettes.insert(0, solid(9).constData(), "q", false);
+    QCOMPARE(palette->index(), 1);
+    QCOMPARE(color(), 5u);
+    sprites->undo();
+    sprites->undo();
+    QCOMPARE(color(), 4u);
+    sprites->undo();
+    QCOMPARE(color(), 1u);
+    sprites->redo();
+    QCOMPARE(color(), 4u);
+    RGBA out[256];
+    palette->toPalette(out);
+    QCOMPARE(out[255], fromQRgb(4));
+    QCOMPARE(palettes.current(), 0u);
+}
+
+void TestEmberSprites::bracketsAndSaving()
+{
+    const SpritesPointer sprites(new EmberSprites(StreamCache::Memory, 2000));
+    QSignalSpy changed(sprites.get(), &EmberSprites::changed);
+    QSignalSpy palettesChanged(sprites->palettes(), &EmberPalettes::changed);
+    sprites->beginChange();
+    sprites->palettes()->beginChange();
+    sprites->insert(0, "a", picture(2, 2, 0, {0xFF112233}));
+    sprites->palettes()->endChange();
+    sprites->insert(1, "b", QImage());
+    sprites->endChange();
+    QCOMPARE(changed.takeFirst().first().toBool(), true);
+    QCOMPARE(palettesChanged.count(), 1);
+    FileSystemArchive &archive = FileSystemArchive::instance();
+    const QString name = file(QStringLiteral("own.gleam"));
+    QVERIFY(sprites->toFile(archive, name, false));
+    QVERIFY(!sprites->isModified());
+    const QByteArray good = readFile(name);
+
+    // The limit that was given: the old file stays.
+    sprites->palettes()->duplicate(0);
+    m_host->dialogs().expectBox(QMessageBox::Ok);
+    QVERIFY(!sprites->toFile(archive, name, false));
+    QVERIFY(sprites->isModified());
+    QVERIFY(readFile(name) == good);
+    sprites->undo();
+    sprites->undo();
+    QVERIFY(sprites->isEmpty());
+    QVERIFY(sprites->fromFile(archive, name, true));
+    QVERIFY(sprites->isModified());
+    QCOMPARE(sprites->indexOf(0, "b"), 1);
+    QCOMPARE(sprites->indexOf(2, "b"), -1);
+    QCOMPARE(sprites->search(QRegularExpression("b")).size(), 1);
+    sprites->reset();
+    QVERIFY(sprites->isEmpty() && !sprites->isModified() && sprites->fileName().isEmpty());
+}
+
+// Twenty thousand pictures: none is decoded on opening, and one that is shown again and again is
+// decoded once.
+void TestEmberSprites::opensWithoutDecoding()
+{
+    const SpritesPointer sprites(new EmberSprites);
+    const QImage image = picture(8, 8, 3, {0xFF000000, 0xFF111111, 0xFF222222, 0xFF333333});
+    sprites->insert(0, "0", image);
+    sprites->beginChange();
+    for (unsigned int i = 1; i < 20000; ++i)
+        sprites->duplicate(i - 1);
+    sprites->endChange();
+    const QString name = file(QStringLiteral("many.gleam"));
+    QVERIFY(sprites->toFile(FileSystemArchive::instance(), name, false));
+    const SpritesPointer again(new EmberSprites);
+    int decodings = 0;
+    connect(again->cache(), &StreamCache::readFilter, this, [&decodings] { ++decodings; });
+    QVERIFY(again->fromFile(FileSystemArchive::instance(), name, false));
+    QCOMPARE(again->itemCount(), 20000u);
+    QCOMPARE(again->at(19999)->imageInfo().width, static_cast<unsigned short>(8));
+    QCOMPARE(decodings, 0);
+    EmberPalette *palette = again->palettes()->at(0);
+    for (uchar round = 0; round < 5; ++round) {
+        palette->setColors(entries(Colors(256, 0xFF000000 | round)).constData(), 0);
+        QCOMPARE(again->at(7)->image().pixel(1, 1), 0xFF000000 | round);
+    }
+    QCOMPARE(decodings, 1);
+    again->at(7)->resetTexture();
+    again->at(7)->image();
+    QCOMPARE(decodings, 2);
+
+    // What is kept is bounded: of 80 MB only the last 64.
+    const QImage large(2048, 1024, QImage::Format_ARGB32);
+    for (unsigned int i = 0; i < 10; ++i)
+        again->at(i)->setImage(large);
+    for (unsigned int i = 0; i < 10; ++i)
+        again->at(i)->image();
+    const int before = decodings;
+    again->at(9)->image();
+    QCOMPARE(decodings, before);
+    again->at(0)->image();
+    QCOMPARE(decodings, before + 1);
+}
+
+void TestEmberSprites::texturesOnTheCard()
+{
+    const SpritesPointer sprites(new EmberSprites);
+    EmberSprite *sprite = sprites->insert(0, "a", picture(4, 4, 1, {0xFF000000, 0xFFFFFFFF}));
+    Palette *palette = sprite->palette();
+    QVERIFY(!sprite->texture().isValid() && !palette->texture().isValid());
+    if (!Texture::hasContext())
+        QSKIP("no OpenGL here");
+    Texture::setOpenGLEnabled(true);
+    QCOMPARE(sprite->texture().type(), Texture::TypeIndexed);
+    QCOMPARE(palette->texture().type(), Texture::TypePalette);
+    const unsigned int id = sprite->texture().id();
+    int decodings = 0;
+    connect(sprites->cache(), &StreamCache::readFilter, this, [&decodings] { ++decodings; });
+    palette->setColors(entries(Colors(256, 5)).constData(), Palette::SetReplaced);
+    QVERIFY(palette->texture().isOnCard());
+    QCOMPARE(sprite->texture().id(), id); // the picture is not touched
+    QCOMPARE(decodings, 0);
+    sprite->setImage(picture(6, 2, 1, Colors(256, 5)));
+    QCOMPARE(sprite->texture().size(), QSize(6, 2));
+    sprites->undo();
+    QCOMPARE(sprite->texture().size(), QSize(4, 4));
+    Texture::setOpenGLEnabled(false);
+    QVERIFY(!sprite->texture().isValid());
+    Texture::setOpenGLEnabled(true);
+    QVERIFY(sprite->texture().isOnCard() && palette->texture().isOnCard());
+
+    EmberSprite *empty = sprites->insert(1, "empty", QImage());
+    QVERIFY(!empty->texture().isOnCard());
+    // Bounded like the decoded ones.
+    QImage large(2048, 1024, QImage::Format_ARGB32);
+    large.fill(0);
+    QVector<const Texture *> textures;
+    for (unsigned int i = 2; i < 12; ++i) {
+        textures.append(&sprites->insert(i, "large", large)->texture());
+        QVERIFY(textures.last()->isOnCard());
+    }
+    QCOMPARE(std::count_if(textures.cbegin(), textures.cend(),
+                           [](const Texture *texture) { return texture->isOnCard(); }),
+             8);
+    Texture::setOpenGLEnabled(false);
+}
+
+void TestEmberSprites::cutOffAndDamaged()
+{
+    const SpritesPointer sprites(new EmberSprites);
+    Changer changer(*sprites, 3);
+    while (sprites->itemCount() < 4 || sprites->palettes()->remapModel()->rowCount() == 0)
+        changer.step();
+    const QString name = file(QStringLiteral("good.gleam"));
+    QVERIFY(sprites->toFile(FileSystemArchive::instance(), name, false));
+    const QByteArray good = readFile(name);
+    for (int length = 0; length < good.size(); length += good.size() - length < 150 ? 1 : 61) {
+        const SpritesPointer cut(new EmberSprites);
+        cut->insert(0, "kept", QImage());
+        QVERIFY2(!load(*cut, good.left(length)), qPrintable(QString::number(length)));
+        QCOMPARE(cut->itemCount(), 1u);
+    }
+    std::mt19937 random(7);
+    int loaded = 0;
+    for (int round = 0; round < 200; ++round) {
+        QByteArray bytes = good;
+        for (unsigned int i = 1 + random() % 4; i > 0; --i) {
+            const int from = random() % 3 ? qMax(0, bytes.size() - 600) : 0;
+            bytes[from + int(random() % unsigned(bytes.size() - from))] = char(random());
+        }
+        const SpritesPointer damaged(new EmberSprites);
+        if (!load(*damaged, bytes))
+            continue;
+        ++loaded;
+        described(*damaged);
+        QVERIFY(damaged->toFile(FileSystemArchive::instance(), name, true));
+    }
+    QVERIFY(loaded > 30);
+}
+
+void TestEmberSprites::contentsThatDoNotFit()
+{
+    EmberGleam::Entry short1;
+    short1.kind = EmberGleam::Colors;
+    short1.offset = EmberPack::headSize;
+    short1.size = 4;
+    EmberGleam::Entry huge;
+    huge.offset = 16;
+    huge.size = 2;
+    huge.coder = EmberGleam::Runs;
+    huge.info = {0xFFFF, 0xFFFF, QImage::Format_ARGB32, -1};
+    EmberGleam::Entry lonely = huge;
+    lonely.offset = 18;
+    lonely.info = {4, 1, QImage::Format_Indexed8, 77};
+    EmberGleam::Entry outside = lonely;
+    outside.offset = 0xFFFFFF00;
+    EmberGleam::Entry strange = lonely;
+    strange.offset = 20;
+    strange.info.format = 77;
+    const QByteArray bytes =
+        EmberPack::head(EmberGleam::magic, 5) + "1234" + "ab" + "\x44\x09" + "cd" +
+        EmberPack::index<EmberGleam::PictureInfo>({short1, huge, lonely, strange, outside}, 22);
+    const SpritesPointer sprites(new EmberSprites);
+    QVERIFY(load(*sprites, bytes));
+    QCOMPARE(sprites->itemCount(), 4u);
+    QCOMPARE(sprites->palettes()->count(), 1u);
+    QCOMPARE(sprites->palettes()->at(0)->colors()[0], RGBA());
+    QVERIFY(sprites->at(0)->image().isNull());
+    QCOMPARE(sprites->at(1)->image().pixelIndex(3, 0), 9);
+    QVERIFY(!sprites->at(1)->palette());
+    QVERIFY(sprites->at(2)->image().isNull() && sprites->at(3)->image().isNull());
+    QCOMPARE(sprites->messages()->count(Message::Error), 4u);
+    // What cannot be decoded is not lost on saving.
+    QCOMPARE(sprites->at(0)->data()->toData(true), QByteArray("ab"));
+}
+
+void TestEmberSprites::aligned_data()
+{
+    columns<int, QPoint, QPoint, QPoint, QString>("format", "from", "to", "extent", "pixels");
+    const int indexed = QImage::Format_Indexed8;
+    const QPoint one(1, 1);
+    QTest::newRow("larger") << indexed << one << QPoint(2, 2) << QPoint(2, 1) << "0000 0120 0340";
+    QTest::newRow("cut off") << indexed << one << QPoint(0, 0) << QPoint(2, 1) << "40";
+    QTest::newRow("far outside") << indexed << QPoint(INT_MIN, 9) << QPoint(1, 1) << QPoint(1, 0)
+                                 << "00";
+    QTest::newRow("no canvas") << indexed << one << QPoint(1, 1) << QPoint(0, -1) << "";
+    QTest::newRow("too large") << indexed << one << QPoint(INT_MAX, 1) << QPoint(INT_MAX, 1) << "";
+    QTest::newRow("true colour") << int(QImage::Format_ARGB32) << QPoint(0, 0) << QPoint(1, 0)
+                                 << QPoint(2, 2) << "012 034";
+}
+
+void TestEmberSprites::aligned()
+{
+    auto [format, from, to, extent, pixels] = row<int, QPoint, QPoint, QPoint, QString>();
+    QImage image(2, 2, QImage::Format(format));
+    for (int i = 0; i < 4; ++i) {
+        if (image.depth() == 8)
+            image.scanLine(i / 2)[i % 2] = uchar(i + 1);
+        else
+            image.setPixel(i % 2, i / 2, QRgb(i + 1));
+    }
+    if (image.depth() == 8)
+        image.setColorTable({1, 2, 3, 4, 5});
+    const Bare sprite(image);
+    const QImage result = sprite.aligned(from, to, extent);
+    QString found;
+    for (int y = 0; y < result.height(); ++y) {
+        found += y > 0 ? QStringLiteral(" ") : QString();
+        for (int x = 0; x < result.width(); ++x)
+            found += QString::number(result.depth() == 8 ? result.pixelIndex(x, y)
+                                                         : int(result.pixel(x, y)));
+    }
+    QCOMPARE(found, pixels);
+    if (!result.isNull())
+        QCOMPARE(result.colorTable(), image.colorTable());
+    QVERIFY(Bare(QImage()).aligned(from, to, extent).isNull());
+}
+
+void TestEmberSprites::contract()
+{
+    // A copy shares the handle and counts nothing.
+    const SpritesPointer sprites(new EmberSprites);
+    EmberSprite *sprite = sprites->insert(0, "a", picture(2, 2, 0, {1}));
+    StreamCacheData *data = sprite->data();
+    data->addRef();
+    {
+        Bare first(QImage(), data);
+        Bare copy(first);
+        QCOMPARE(copy.data(), data);
+        QCOMPARE(data->refCount(), 2);
+        Bare assigned{QImage()};
+        static_cast<Sprite &>(assigned) = first;
+        QCOMPARE(assigned.data(), data);
+        copy.letGo();
+        assigned.letGo();
+    }
+    QCOMPARE(data->refCount(), 1);
+    QCOMPARE(sprite->propertyNames(), QStringList{"Identifier"});
+    QCOMPARE(sprites->palettes()->at(0)->propertyNames(), QStringList{"Identifier"});
+    QCOMPARE(sprites->itemAt(0), sprite);
+    QCOMPARE(sprites->model(), sprites.get());
+    QCOMPARE(sprites->at(1), nullptr);
+    QCOMPARE(sprite->sprites(), sprites.get());
+    QCOMPARE(sprites->palettes()->sprites(), sprites.get());
+    const QMetaObject &meta = SpriteProvider::staticMetaObject;
+    QCOMPARE(meta.indexOfSignal("changed()"), meta.methodOffset());
+    QCOMPARE(meta.indexOfSignal("changedAt(uint)"), meta.methodOffset() + 1);
+}
+
+QTEST_MAIN(TestEmberSprites)
+
+#include "tst_embersprites.moc"
