@@ -426,7 +426,8 @@ void TestEmberProject::makesFiles()
         QVERIFY(file);
         project->addFile(file, type);
         auto *document = dynamic_cast<EmberDocument *>(file);
-        QCOMPARE(document == nullptr, type == Kiln::Project::FileID::Sounds);
+        QCOMPARE(document == nullptr,
+                 type == Kiln::Project::FileID::Sounds || type == Kiln::Project::FileID::Sprites);
         if (!document)
             continue;
         QCOMPARE(i.value(), QStringLiteral("*.") + EmberDocument::suffix(EmberDocument::FileType(
