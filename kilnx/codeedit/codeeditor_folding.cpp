@@ -35,9 +35,12 @@ void CodeEditorPrivate::show(QTextBlock block, unsigned int indent)
 {
     while (block.isValid() && (blockDepth(block) > indent || !block.isVisible())) {
         setVisible(block, true);
-        const unsigned int depth = blockDepth(block);
-        const bool folded = isFolded(block);
+        const QTextBlock head = block;
+        const unsigned int depth = blockDepth(head);
         block = block.next();
+        // An edit may have taken its lines from a fold that nobody saw.
+        const bool folded = isFolded(head) && isFoldHead(head) && !block.isVisible();
+        setFolded(head, folded);
         while (folded && block.isValid() && blockDepth(block) > depth)
             block = block.next();
     }

@@ -346,6 +346,11 @@ void TestCodeFolding::randomEditsLoseNoLine()
             const CodeBlockData *data = CodeBlockData::testBlockData(b);
             QCOMPARE(b.lineCount() > 0, b.isVisible());
             if (b.isVisible()) {
+                const bool folded = b.next().isValid() && !b.next().isVisible();
+                QVERIFY2(data->isFolded() == folded,
+                         qPrintable(QString("step %1: the mark of line %2 lies")
+                                        .arg(step)
+                                        .arg(b.blockNumber())));
                 head = b;
                 depth = data->foldingIndent();
             } else if (!head.isValid() || !isFolded(head.blockNumber()) ||
