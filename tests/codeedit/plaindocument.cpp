@@ -51,16 +51,6 @@ PlainDocument::~PlainDocument()
     setParser(nullptr);
 }
 
-QString PlainDocument::language() const
-{
-    return QStringLiteral("plain");
-}
-
-void PlainDocument::release()
-{
-    delete this;
-}
-
 int PlainDocument::foldingKind(const QString &line)
 {
     if (line.startsWith(QLatin1String("[[")))

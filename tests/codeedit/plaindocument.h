@@ -9,15 +9,16 @@
 ///
 /// A line that begins with "[" is a section's head, one with "[[" the head of an inner section; the
 /// lines below are its body, and a line "-" belongs to neither. ()<>{} are brackets. The words
-/// "bad", "old" and "hmm" are an error, a deprecation and a warning, and so is "<b>". The tree stays empty.
+/// "bad", "old" and "hmm" are an error, a deprecation and a warning, and so is "<b>". The tree
+/// stays empty.
 class PlainDocument : public Kiln::CodeDocument
 {
 public:
     explicit PlainDocument(const QString &text = QString());
     ~PlainDocument() override;
 
-    QString language() const override;
-    void release() override;
+    QString language() const override { return QStringLiteral("plain"); }
+    void release() override { delete this; }
 
 protected:
     int foldingKind(const QString &line) override;

@@ -1,22 +1,6 @@
 // What the code view shows: margin, current line, brackets, nested blocks, tool tips and places.
 
-#include "plaindocument.h"
-#include "showactive.h"
-
-#include <kilnx/codeedit/codeeditor.h>
-
-#include <QHelpEvent>
-#include <QInputMethodEvent>
-#include <QPaintEvent>
-#include <QPainter>
-#include <QRandomGenerator>
-#include <QScreen>
-#include <QScrollBar>
-#include <QSignalSpy>
-#include <QTest>
-#include <QTextLayout>
-#include <QToolTip>
-#include <QtMath>
+#include "editortest.h"
 
 using namespace Kiln;
 
@@ -54,31 +38,15 @@ QString numberedLines(int count)
     return lines.join(QLatin1Char('\n'));
 }
 
-QImage shot(QWidget *widget)
-{
-    return widget->grab().toImage().convertToFormat(QImage::Format_RGB32);
-}
-
-bool showsColor(const QImage &image, const QRect &area, const QColor &color)
-{
-    for (int y = qMax(0, area.top()); y <= qMin(area.bottom(), image.height() - 1); ++y) {
-        for (int x = qMax(0, area.left()); x <= qMin(area.right(), image.width() - 1); ++x) {
-            if (image.pixel(x, y) == color.rgb())
-                return true;
-        }
-    }
-    return false;
-}
 } // namespace
 
-class TestCodeEditor : public QObject
+class TestCodeEditor : public EditorTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-    void marginGrowsByADigit_data();
+    void init() { open(); }
+    void cleanup() { close(); }
     void marginGrowsByADigit();
     void marginColumns_data();
     void marginColumns();
@@ -112,95 +80,45 @@ private slots:
 private:
     QRect lineRect(int line) const;
     QRect textRect(int line, int from, int to) const;
-    QWidget *margin() const;
-    void setCursor(int line, int column);
-
-    std::unique_ptr<PlainDocument> m_document;
-    std::unique_ptr<CodeEditor> m_editor;
 };
-
-void TestCodeEditor::init()
-{
-    m_document = std::make_unique<PlainDocument>();
-    m_editor = std::make_unique<CodeEditor>();
-    m_editor->resize(500, 400);
-    m_editor->setDocument(m_document.get());
-    QVERIFY(showActive(*m_editor));
-    m_editor->setFocus();
-    QTRY_VERIFY(m_editor->hasFocus());
-}
-
-void TestCodeEditor::cleanup()
-{
-    m_editor.reset();
-    m_document.reset();
-}
 
 QRect TestCodeEditor::lineRect(int line) const
 {
-    const QRect cursor = m_editor->cursorRect(QTextCursor(m_document->findBlockByNumber(line)));
+    const QRect cursor = m_editor->cursorRect(QTextCursor(block(line)));
     return QRect(0, cursor.top(), m_editor->viewport()->width(), cursor.height());
 }
 
 QRect TestCodeEditor::textRect(int line, int from, int to) const
 {
-    QTextCursor cursor(m_document->findBlockByNumber(line));
-    cursor.setPosition(cursor.block().position() + from);
-    const QRect begin = m_editor->cursorRect(cursor);
-    cursor.setPosition(cursor.block().position() + to);
-    return QRect(begin.topLeft(), QPoint(m_editor->cursorRect(cursor).left(), begin.bottom()));
-}
-
-QWidget *TestCodeEditor::margin() const
-{
-    return m_editor->findChild<QWidget *>("codeEditorMargin");
-}
-
-void TestCodeEditor::setCursor(int line, int column)
-{
-    QTextCursor cursor(m_document->findBlockByNumber(line));
-    cursor.setPosition(cursor.block().position() + column);
-    m_editor->setTextCursor(cursor);
-}
-
-void TestCodeEditor::marginGrowsByADigit_data()
-{
-    QTest::addColumn<int>("lines");
-    QTest::addColumn<int>("digits");
-    QTest::newRow("two digits of room at first") << 1 << 2;
-    QTest::newRow("99 lines fit") << 99 << 2;
-    QTest::newRow("100 lines") << 100 << 3;
-    QTest::newRow("999 lines fit") << 999 << 3;
-    QTest::newRow("1000 lines") << 1000 << 4;
+    const QRect begin = m_editor->cursorRect(cursorAt(line, from));
+    const QRect end = m_editor->cursorRect(cursorAt(line, to));
+    return QRect(begin.topLeft(), QPoint(end.left(), begin.bottom()));
 }
 
 void TestCodeEditor::marginGrowsByADigit()
 {
-    QFETCH(int, lines);
-    QFETCH(int, digits);
-    m_editor->setPlainText(numberedLines(lines));
     const QFontMetrics metrics(m_editor->font());
-    const int spacing = metrics.lineSpacing();
-    const int even = spacing % 2 ? spacing + 1 : spacing;
-    QCOMPARE(margin()->width(), digits * metrics.horizontalAdvance('9') + 2 + 4 + 1 + even);
+    const int even = metrics.lineSpacing() + metrics.lineSpacing() % 2;
+    const QMap<int, int> digits{{1, 2}, {99, 2}, {100, 3}, {999, 3}, {1000, 4}}; // by lines
+    for (int lines : digits.keys()) {
+        m_editor->setPlainText(numberedLines(lines));
+        QCOMPARE(margin()->width(),
+                 digits.value(lines) * metrics.horizontalAdvance('9') + 2 + 4 + 1 + even);
+    }
 }
 
 void TestCodeEditor::marginColumns_data()
 {
-    QTest::addColumn<bool>("numbers");
-    QTest::addColumn<bool>("icons");
-    QTest::addColumn<bool>("markers");
-    QTest::newRow("everything") << true << true << true;
-    QTest::newRow("numbers alone") << true << false << false;
-    QTest::newRow("icons alone") << false << true << false;
-    QTest::newRow("nothing") << false << false << false;
+    const auto add = columns<bool, bool, bool>("numbers", "icons", "markers");
+    add("everything", true, true, true);
+    add("numbers alone", true, false, false);
+    add("icons alone", false, true, false);
+    add("nothing", false, false, false);
 }
 
 void TestCodeEditor::marginColumns()
 {
-    QFETCH(bool, numbers);
-    QFETCH(bool, icons);
-    QFETCH(bool, markers);
+    const auto [numbers, icons, markers] = row<bool, bool, bool>();
     m_editor->setPlainText(QStringLiteral("[a]\nb\nc\nd"));
     CodeEditor::SyntaxFormatting formatting;
     formatting.lineNumbers = numbers;
@@ -218,14 +136,11 @@ void TestCodeEditor::marginColumns()
     const QImage image = shot(margin());
     const QColor background = margin()->palette().color(QPalette::Window);
     const auto blank = [&](int line, int from, int to) {
-        const QRect rect = lineRect(line).adjusted(0, 1, 0, -2);
-        for (int y = rect.top(); y < rect.bottom(); ++y) {
-            for (int x = from; x < to; ++x) {
-                if (image.pixel(x, y) != background.rgb())
-                    return false;
-            }
-        }
-        return true;
+        const QRect row = lineRect(line);
+        const QImage cells = image.copy(from, row.top() + 1, to - from, row.height() - 3);
+        QImage plain = cells;
+        plain.fill(background);
+        return cells == plain;
     };
     const int markersAt = margin()->width() - (markers ? 1 + spacing + spacing % 2 : 0);
     QCOMPARE(blank(1, 0, markersAt - 1), !numbers);
@@ -409,7 +324,7 @@ void TestCodeEditor::screenIsTheTruth()
     const auto bodyLine = [&] {
         QTextBlock line;
         do
-            line = m_document->findBlockByNumber(random.bounded(m_document->blockCount()));
+            line = block(random.bounded(m_document->blockCount()));
         while (!line.text().startsWith("    "));
         return line;
     };
@@ -422,9 +337,7 @@ void TestCodeEditor::screenIsTheTruth()
     for (int step = 0; step < 160; ++step) {
         const int action = random.bounded(9);
         if (action < 5) {
-            QTextBlock line = bodyLine();
-            while (action == 2 && line.layout()->formats().size() > 0)
-                line = bodyLine();
+            const QTextBlock line = bodyLine();
             setCursor(line.blockNumber(), qMin(line.length() - 1, 4 + random.bounded(8)));
         }
         onScreen();
@@ -452,8 +365,7 @@ void TestCodeEditor::screenIsTheTruth()
             break;
         case 5:
         case 6:
-            m_editor->toggleBlockVisible(
-                m_document->findBlockByNumber(random.bounded(m_document->blockCount())));
+            m_editor->toggleBlockVisible(block(random.bounded(m_document->blockCount())));
             break;
         case 7:
             m_editor->verticalScrollBar()->setValue(
@@ -486,11 +398,8 @@ void TestCodeEditor::screenIsTheTruth()
 // view is scrolled to the side, and what an input method composes.
 void TestCodeEditor::looksLikeThePlainView_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QList<int>>("places");
-    QTest::addColumn<int>("scroll");
-    QTest::addColumn<bool>("overwrites");
-    QTest::addColumn<QString>("composed");
+    const auto add = columns<QString, QList<int>, int, bool, QString>("text", "places", "scroll",
+                                                                      "overwrites", "composed");
     const QString shortText = QStringLiteral("a bad word\n\told and \u05d0\u05d1\u05d2 hmm\n\n"
                                              "\u05d0\u05d1\u05d2 to the left\nthe end");
     const QString words = QStringLiteral("w\u00f6rd bad f(i) ").repeated(1500);
@@ -498,36 +407,28 @@ void TestCodeEditor::looksLikeThePlainView_data()
     const QString mixed = QStringLiteral("left \u05d0\u05d1\u05d2 bad ").repeated(1500);
     // Cut every 80 characters, one of these is cut inside a letter.
     const QString pairs = QStringLiteral("\U0001d5c3x").repeated(5000);
-    QTest::newRow("a cursor") << shortText << QList<int>{0, 3, 0, 3} << 0 << false << "";
-    QTest::newRow("a cursor to overwrite with")
-        << shortText << QList<int>{1, 2, 1, 2} << 0 << true << "";
-    QTest::newRow("one at a line's end") << shortText << QList<int>{4, 7, 4, 7} << 0 << true << "";
-    QTest::newRow("a selection") << shortText << QList<int>{0, 4, 3, 5} << 0 << false << "";
-    QTest::newRow("a selection upwards") << shortText << QList<int>{4, 2, 1, 9} << 0 << false << "";
-    QTest::newRow("a long line") << words << QList<int>{0, 0, 0, 0} << 0 << false << "";
-    QTest::newRow("the middle of one") << words << QList<int>{0, 9, 0, 9} << 60007 << false << "";
-    QTest::newRow("a selection in one")
-        << words << QList<int>{0, 7500, 0, 15000} << 60007 << false << "";
-    QTest::newRow("the end of one") << words << QList<int>{0, 20000, 0, 20010} << 1 << false << "";
-    QTest::newRow("tabs in one") << tabs << QList<int>{0, 0, 0, 0} << 60007 << false << "";
-    QTest::newRow("two directions in one")
-        << mixed << QList<int>{0, 0, 0, 0} << 60007 << false << "";
+    add("a cursor", shortText, {0, 3, 0, 3}, 0, false, "");
+    add("a cursor to overwrite with", shortText, {1, 2, 1, 2}, 0, true, "");
+    add("one at a line's end", shortText, {4, 7, 4, 7}, 0, true, "");
+    add("a selection", shortText, {0, 4, 3, 5}, 0, false, "");
+    add("a selection upwards", shortText, {4, 2, 1, 9}, 0, false, "");
+    add("a long line", words, {0, 0, 0, 0}, 0, false, "");
+    add("the middle of one", words, {0, 9, 0, 9}, 60007, false, "");
+    add("a selection in one", words, {0, 7500, 0, 15000}, 60007, false, "");
+    add("the end of one", words, {0, 20000, 0, 20010}, 1, false, "");
+    add("tabs in one", tabs, {0, 0, 0, 0}, 60007, false, "");
+    add("two directions in one", mixed, {0, 0, 0, 0}, 60007, false, "");
     for (const int scroll : {30000, 30009, 30018})
         QTest::addRow("pairs of surrogates at %d", scroll)
             << pairs << QList<int>{0, 0, 0, 0} << scroll << false << "";
-    QTest::newRow("text being composed")
-        << shortText << QList<int>{0, 3, 0, 3} << 0 << false << "kana";
-    QTest::newRow("text being composed in a long line")
-        << words << QList<int>{0, 9, 0, 9} << 0 << false << "kana";
+    add("text being composed", shortText, {0, 3, 0, 3}, 0, false, "kana");
+    add("text being composed in a long line", words, {0, 9, 0, 9}, 0, false, "kana");
 }
 
 void TestCodeEditor::looksLikeThePlainView()
 {
-    QFETCH(QString, text);
-    QFETCH(QList<int>, places);
-    QFETCH(int, scroll);
-    QFETCH(bool, overwrites);
-    QFETCH(QString, composed);
+    const auto [text, places, scroll, overwrites, composed] =
+        row<QString, QList<int>, int, bool, QString>();
     CodeEditor::SyntaxFormatting formatting;
     formatting.highlightLine = formatting.parenMatching = false;
     m_editor->setSyntaxFormatting(formatting);
@@ -547,9 +448,9 @@ void TestCodeEditor::looksLikeThePlainView()
     QPlainTextEdit *const views[2] = {m_editor.get(), &plain};
     for (int i = 0; i < 2; ++i) {
         QPlainTextEdit *const view = views[i];
-        QTextCursor cursor(m_document->findBlockByNumber(places.at(2)));
+        QTextCursor cursor(block(places.at(2)));
         cursor.setPosition(cursor.block().position() + places.at(3));
-        const QTextBlock line = m_document->findBlockByNumber(places.at(0));
+        const QTextBlock line = block(places.at(0));
         cursor.setPosition(line.position() + places.at(1), QTextCursor::KeepAnchor);
         view->setFocus();
         view->setOverwriteMode(overwrites);
@@ -594,20 +495,18 @@ void TestCodeEditor::linesOutOfSightLoseTheirShapes()
 
 void TestCodeEditor::brackets_data()
 {
+    const auto add = columns<QString, int, QString>("text", "column", "paint");
     // In `paint`, "m" stands under a bracket that matches, "r" under the range, "e" under an error.
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("column");
-    QTest::addColumn<QString>("paint");
-    QTest::newRow("cursor before the opening one") << "a (bc) d" << 2 << "  mrrm  ";
-    QTest::newRow("cursor behind the closing one") << "a (bc) d" << 6 << "  mrrm  ";
-    QTest::newRow("cursor inside finds nothing") << "a (bc) d" << 4 << "        ";
-    QTest::newRow("nested, outer") << "(a(b)c)" << 0 << "mrrrrrm";
-    QTest::newRow("nested, inner") << "(a(b)c)" << 5 << "  mrm  ";
-    QTest::newRow("both neighbours at once") << "(a)(b)" << 3 << "mrmmrm";
-    QTest::newRow("mismatch forward") << "(ab}" << 0 << "eeee";
-    QTest::newRow("mismatch backward") << "x{ab)" << 5 << " eeee";
-    QTest::newRow("one matches, the other does not") << "(a)<b)" << 3 << "mrmeee";
-    QTest::newRow("without a partner") << "((a)" << 0 << "    ";
+    add("cursor before the opening one", "a (bc) d", 2, "  mrrm  ");
+    add("cursor behind the closing one", "a (bc) d", 6, "  mrrm  ");
+    add("cursor inside finds nothing", "a (bc) d", 4, "        ");
+    add("nested, outer", "(a(b)c)", 0, "mrrrrrm");
+    add("nested, inner", "(a(b)c)", 5, "  mrm  ");
+    add("both neighbours at once", "(a)(b)", 3, "mrmmrm");
+    add("mismatch forward", "(ab}", 0, "eeee");
+    add("mismatch backward", "x{ab)", 5, " eeee");
+    add("one matches, the other does not", "(a)<b)", 3, "mrmeee");
+    add("without a partner", "((a)", 0, "    ");
 }
 
 void TestCodeEditor::brackets()
@@ -649,22 +548,16 @@ void TestCodeEditor::brackets()
 
 void TestCodeEditor::bracketsAreNotMatchedWithout_data()
 {
-    QTest::addColumn<bool>("matching");
-    QTest::addColumn<bool>("readOnly");
-    QTest::addColumn<bool>("range");
-    QTest::addColumn<int>("selections");
-    QTest::newRow("with everything") << true << false << true << 3;
-    QTest::newRow("without the range") << true << false << false << 2;
-    QTest::newRow("without matching") << false << false << true << 0;
-    QTest::newRow("without a cursor to write at") << true << true << true << 0;
+    const auto add = columns<bool, bool, bool, int>("matching", "readOnly", "range", "selections");
+    add("with everything", true, false, true, 3);
+    add("without the range", true, false, false, 2);
+    add("without matching", false, false, true, 0);
+    add("without a cursor to write at", true, true, true, 0);
 }
 
 void TestCodeEditor::bracketsAreNotMatchedWithout()
 {
-    QFETCH(bool, matching);
-    QFETCH(bool, readOnly);
-    QFETCH(bool, range);
-    QFETCH(int, selections);
+    const auto [matching, readOnly, range, selections] = row<bool, bool, bool, int>();
     CodeEditor::SyntaxFormatting formatting;
     formatting.highlightLine = false;
     formatting.parenMatching = matching;
@@ -688,18 +581,14 @@ void TestCodeEditor::bracketsAreNotMatchedWithout()
 
 void TestCodeEditor::nestedBlocksAreShaded_data()
 {
-    QTest::addColumn<QColor>("base");
-    QTest::addColumn<QColor>("inner");
-    QTest::addColumn<QColor>("outer");
-    QTest::newRow("light") << QColor(240, 20, 250) << QColor(210, 0, 220) << QColor(225, 5, 235);
-    QTest::newRow("dark") << QColor(30, 40, 128) << QColor(70, 80, 168) << QColor(50, 60, 148);
+    const auto add = columns<QColor, QColor, QColor>("base", "inner", "outer");
+    add("light", QColor(240, 20, 250), QColor(210, 0, 220), QColor(225, 5, 235));
+    add("dark", QColor(30, 40, 128), QColor(70, 80, 168), QColor(50, 60, 148));
 }
 
 void TestCodeEditor::nestedBlocksAreShaded()
 {
-    QFETCH(QColor, base);
-    QFETCH(QColor, inner);
-    QFETCH(QColor, outer);
+    const auto [base, inner, outer] = row<QColor, QColor, QColor>();
     m_editor->setPlainText("[a]\n-\n[[b]]\n  one\n  two\n[[c]]\n  three\n[d]\n  four");
     CodeEditor::SyntaxFormatting formatting;
     formatting.highlightBlocks = true;
@@ -734,24 +623,19 @@ void TestCodeEditor::nestedBlocksAreShaded()
 
 void TestCodeEditor::toolTips_data()
 {
-    QTest::addColumn<int>("column");
-    QTest::addColumn<Qt::KeyboardModifiers>("modifiers");
-    QTest::addColumn<QString>("text");
+    const auto add = columns<int, Qt::KeyboardModifiers, QString>("column", "modifiers", "text");
     const Qt::KeyboardModifiers none = Qt::NoModifier;
-    QTest::newRow("on the error") << 5 << none << "bad at 4";
-    QTest::newRow("on the deprecation") << 9 << none << "old at 8";
-    QTest::newRow("between two") << 1 << none << "";
-    QTest::newRow("the end counts") << 7 << none << "bad at 4";
-    QTest::newRow("no markup") << 13 << none
-                               << "<span style='white-space:pre'>&lt;b&gt; at 12</span>";
-    QTest::newRow("with Control held") << 5 << Qt::KeyboardModifiers(Qt::ControlModifier) << "";
+    add("on the error", 5, none, "bad at 4");
+    add("on the deprecation", 9, none, "old at 8");
+    add("between two", 1, none, "");
+    add("the end counts", 7, none, "bad at 4");
+    add("no markup", 13, none, "<span style='white-space:pre'>&lt;b&gt; at 12</span>");
+    add("with Control held", 5, Qt::KeyboardModifiers(Qt::ControlModifier), "");
 }
 
 void TestCodeEditor::toolTips()
 {
-    QFETCH(int, column);
-    QFETCH(Qt::KeyboardModifiers, modifiers);
-    QFETCH(QString, text);
+    const auto [column, modifiers, text] = row<int, Qt::KeyboardModifiers, QString>();
     m_editor->setPlainText("xxx bad old <b> xxx");
     QToolTip::hideText();
     QTRY_VERIFY(!QToolTip::isVisible());
@@ -768,25 +652,21 @@ void TestCodeEditor::toolTips()
 
 void TestCodeEditor::placesInTheView_data()
 {
-    QTest::addColumn<int>("from");
-    QTest::addColumn<int>("line");
-    QTest::addColumn<int>("type");
-    QTest::newRow("top, from above") << 0 << 500 << int(CodeEditor::TopPlacement);
-    QTest::newRow("top, from below") << 900 << 500 << int(CodeEditor::TopPlacement);
-    QTest::newRow("middle, from above") << 0 << 500 << int(CodeEditor::MiddlePlacement);
-    QTest::newRow("middle, from below") << 900 << 500 << int(CodeEditor::MiddlePlacement);
-    QTest::newRow("as little as it must") << 0 << 500 << int(CodeEditor::NoPlacement);
-    QTest::newRow("near the end") << 0 << 997 << int(CodeEditor::TopPlacement);
-    QTest::newRow("on the first page") << 0 << 3 << int(CodeEditor::TopPlacement);
-    QTest::newRow("past the end") << 0 << 5000 << int(CodeEditor::MiddlePlacement);
-    QTest::newRow("before the start") << 0 << -4 << int(CodeEditor::TopPlacement);
+    const auto add = columns<int, int, int>("from", "line", "type");
+    add("top, from above", 0, 500, int(CodeEditor::TopPlacement));
+    add("top, from below", 900, 500, int(CodeEditor::TopPlacement));
+    add("middle, from above", 0, 500, int(CodeEditor::MiddlePlacement));
+    add("middle, from below", 900, 500, int(CodeEditor::MiddlePlacement));
+    add("as little as it must", 0, 500, int(CodeEditor::NoPlacement));
+    add("near the end", 0, 997, int(CodeEditor::TopPlacement));
+    add("on the first page", 0, 3, int(CodeEditor::TopPlacement));
+    add("past the end", 0, 5000, int(CodeEditor::MiddlePlacement));
+    add("before the start", 0, -4, int(CodeEditor::TopPlacement));
 }
 
 void TestCodeEditor::placesInTheView()
 {
-    QFETCH(int, from);
-    QFETCH(int, line);
-    QFETCH(int, type);
+    const auto [from, line, type] = row<int, int, int>();
     m_editor->setPlainText(numberedLines(1000));
     m_editor->setCurrentLine(from, CodeEditor::TopPlacement);
     m_editor->setCurrentLine(line, CodeEditor::LineType(type));
@@ -930,7 +810,7 @@ void TestCodeEditor::fontsAndDirections()
     QVERIFY(!showsColor(shot(m_editor->viewport()), beside, Qt::gray));
     QTest::mouseClick(margin(), Qt::LeftButton, Qt::NoModifier,
                       QPoint(8, lineRect(0).center().y()));
-    QVERIFY(!m_document->findBlockByNumber(1).isVisible());
+    QVERIFY(!block(1).isVisible());
     QVERIFY(showsColor(shot(m_editor->viewport()), beside, Qt::gray));
 }
 

@@ -1,27 +1,24 @@
 // Folding in the code view: what is hidden, what stays, and what edits do to it.
 
-#include "plaindocument.h"
-#include "showactive.h"
-
-#include <kilnx/codeedit/codeeditor.h>
-
-#include <QRandomGenerator>
-#include <QScrollBar>
-#include <QSignalSpy>
-#include <QTest>
+#include "editortest.h"
 
 using namespace Kiln;
 
-class TestCodeFolding : public QObject
+namespace
+{
+// 0 [a]  1 -  2 [[b]]  3,4 body  5 [[c]]  6 body  7 [d]  8,9 body
+const char *const Nested = "[a]\n-\n[[b]]\nb1\nb2\n[[c]]\nc1\n[d]\nd1\nd2";
+} // namespace
+
+class TestCodeFolding : public EditorTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init() { open(Nested); }
+    void cleanup() { close(); }
     void toggles_data();
     void toggles();
-    void innerFoldStaysFolded();
     void foldsAndUnfoldsAll();
     void markerIsClickedAndLightsUp();
     void foldedLinesLookFolded();
@@ -36,36 +33,9 @@ private slots:
 
 private:
     QString shown() const;
-    QTextBlock block(int line) const { return m_document->findBlockByNumber(line); }
     void toggle(int line) { m_editor->toggleBlockVisible(block(line)); }
-    QTextCursor cursorAt(int line, int column) const;
     bool isFolded(int line) const;
-
-    std::unique_ptr<PlainDocument> m_document;
-    std::unique_ptr<CodeEditor> m_editor;
 };
-
-namespace
-{
-// 0 [a]  1 -  2 [[b]]  3,4 body  5 [[c]]  6 body  7 [d]  8,9 body
-const char *const Nested = "[a]\n-\n[[b]]\nb1\nb2\n[[c]]\nc1\n[d]\nd1\nd2";
-} // namespace
-
-void TestCodeFolding::init()
-{
-    m_document = std::make_unique<PlainDocument>(QString(Nested));
-    m_editor = std::make_unique<CodeEditor>();
-    m_editor->resize(400, 400);
-    m_editor->setDocument(m_document.get());
-    QVERIFY(showActive(*m_editor));
-    m_editor->setFocus();
-}
-
-void TestCodeFolding::cleanup()
-{
-    m_editor.reset();
-    m_document.reset();
-}
 
 /// One character a line: "x" shown, "." hidden.
 QString TestCodeFolding::shown() const
@@ -76,13 +46,6 @@ QString TestCodeFolding::shown() const
     return lines;
 }
 
-QTextCursor TestCodeFolding::cursorAt(int line, int column) const
-{
-    QTextCursor cursor(block(line));
-    cursor.setPosition(cursor.position() + column);
-    return cursor;
-}
-
 bool TestCodeFolding::isFolded(int line) const
 {
     const CodeBlockData *data = CodeBlockData::testBlockData(block(line));
@@ -91,16 +54,17 @@ bool TestCodeFolding::isFolded(int line) const
 
 void TestCodeFolding::toggles_data()
 {
-    QTest::addColumn<QList<int>>("lines");
-    QTest::addColumn<QString>("visible");
-    QTest::newRow("an outer section") << QList<int>{0} << "x......xxx";
-    QTest::newRow("an inner section") << QList<int>{2} << "xxx..xxxxx";
-    QTest::newRow("the last one leaves the last line") << QList<int>{7} << "xxxxxxxx.x";
-    QTest::newRow("twice is back") << QList<int>{0, 0} << "xxxxxxxxxx";
-    QTest::newRow("the last one twice is back") << QList<int>{7, 7} << "xxxxxxxxxx";
-    QTest::newRow("a line without a section") << QList<int>{3} << "xxxxxxxxxx";
-    QTest::newRow("two inner ones") << QList<int>{2, 5} << "xxx..x.xxx";
-    QTest::newRow("no such line") << QList<int>{-1, 99} << "xxxxxxxxxx";
+    const auto add = columns<QList<int>, QString>("lines", "visible");
+    add("an outer section", {0}, "x......xxx");
+    add("an inner section", {2}, "xxx..xxxxx");
+    add("the last one leaves the last line", {7}, "xxxxxxxx.x");
+    add("twice is back", {0, 0}, "xxxxxxxxxx");
+    add("the last one twice is back", {7, 7}, "xxxxxxxxxx");
+    add("a line without a section", {3}, "xxxxxxxxxx");
+    add("two inner ones", {2, 5}, "xxx..x.xxx");
+    add("an outer one around it", {2, 0}, "x......xxx");
+    add("which stays folded", {2, 0, 0}, "xxx..xxxxx");
+    add("no such line", {-1, 99}, "xxxxxxxxxx");
 }
 
 void TestCodeFolding::toggles()
@@ -110,18 +74,9 @@ void TestCodeFolding::toggles()
         toggle(line);
     QTEST(shown(), "visible");
     QCOMPARE(m_document->lineCount(), shown().count('x'));
+    QCOMPARE(isFolded(0), !block(1).isVisible());
+    QCOMPARE(isFolded(2), !block(3).isVisible() && (block(2).isVisible() || lines.contains(2)));
     QCOMPARE(m_document->isModified(), false);
-}
-
-void TestCodeFolding::innerFoldStaysFolded()
-{
-    toggle(2);
-    toggle(0);
-    QCOMPARE(shown(), QStringLiteral("x......xxx"));
-    toggle(0);
-    QCOMPARE(shown(), QStringLiteral("xxx..xxxxx"));
-    QVERIFY(!isFolded(0));
-    QVERIFY(isFolded(2));
 }
 
 void TestCodeFolding::foldsAndUnfoldsAll()
@@ -139,7 +94,7 @@ void TestCodeFolding::foldsAndUnfoldsAll()
 
 void TestCodeFolding::markerIsClickedAndLightsUp()
 {
-    auto *margin = m_editor->findChild<QWidget *>("codeEditorMargin");
+    QWidget *const margin = this->margin();
     const auto marker = [&](int line) {
         return QPoint(margin->width() - 8, m_editor->cursorRect(cursorAt(line, 0)).center().y());
     };
@@ -178,14 +133,8 @@ void TestCodeFolding::foldedLinesLookFolded()
     const auto below = [&] { return m_editor->cursorRect(cursorAt(7, 0)).top(); };
     const auto grayBehind = [&](int line) {
         const QRect end = m_editor->cursorRect(cursorAt(line, block(line).length() - 1));
-        const QImage image = m_editor->viewport()->grab().toImage();
-        for (int x = end.left() + 3; x < end.left() + 60; ++x) {
-            for (int y = end.top(); y < end.bottom(); ++y) {
-                if (image.pixelColor(x, y) == QColor(Qt::gray))
-                    return true;
-            }
-        }
-        return false;
+        return showsColor(shot(m_editor->viewport()), end.translated(3, 0).adjusted(0, 0, 57, 0),
+                          Qt::gray);
     };
     const int before = below();
     QVERIFY(!grayBehind(0));
@@ -200,14 +149,11 @@ void TestCodeFolding::foldedLinesLookFolded()
 
 void TestCodeFolding::cursorComesOutOfAFold_data()
 {
-    QTest::addColumn<bool>("jumps");
-    QTest::addColumn<int>("line");
-    QTest::addColumn<QString>("visible");
-    QTest::addColumn<QPoint>("place");
-    QTest::newRow("folding moves it to the head") << false << 3 << "x......xxx" << QPoint(0, 3);
-    QTest::newRow("folding leaves one outside") << false << 8 << "x......xxx" << QPoint(8, 1);
-    QTest::newRow("a jump opens the fold") << true << 6 << "xxx..xxxxx" << QPoint(6, 1);
-    QTest::newRow("a jump opens all folds around") << true << 3 << "xxxxxxxxxx" << QPoint(3, 1);
+    const auto add = columns<bool, int, QString, QPoint>("jumps", "line", "visible", "place");
+    add("folding moves it to the head", false, 3, "x......xxx", QPoint(0, 3));
+    add("folding leaves one outside", false, 8, "x......xxx", QPoint(8, 1));
+    add("a jump opens the fold", true, 6, "xxx..xxxxx", QPoint(6, 1));
+    add("a jump opens all folds around", true, 3, "xxxxxxxxxx", QPoint(3, 1));
 }
 
 void TestCodeFolding::cursorComesOutOfAFold()
@@ -217,10 +163,10 @@ void TestCodeFolding::cursorComesOutOfAFold()
     if (jumps)
         toggle(2);
     else
-        m_editor->setTextCursor(cursorAt(line, 1));
+        setCursor(line, 1);
     toggle(0);
     if (jumps)
-        m_editor->setTextCursor(cursorAt(line, 1));
+        setCursor(line, 1);
     QTEST(shown(), "visible");
     const CodeEditor::LinePos place = m_editor->currentLine();
     QTEST(QPoint(place.line, place.column), "place");
@@ -233,7 +179,7 @@ void TestCodeFolding::cursorComesOutOfAFold()
 void TestCodeFolding::keysStepOverAFold()
 {
     toggle(0);
-    m_editor->setTextCursor(cursorAt(0, 1));
+    setCursor(0, 1);
     QTest::keyClick(m_editor.get(), Qt::Key_Down);
     QCOMPARE(m_editor->currentLine().line, 7);
     QTest::keyClick(m_editor.get(), Qt::Key_Home);
@@ -255,38 +201,24 @@ void TestCodeFolding::keysStepOverAFold()
 
 void TestCodeFolding::editsInAFold_data()
 {
-    QTest::addColumn<int>("line");
-    QTest::addColumn<int>("removed"); // characters from the start of the line
-    QTest::addColumn<QString>("inserted");
-    QTest::addColumn<QString>("visible");
-    QTest::newRow("text in a folded line") << 3 << 0 << "q"
-                                           << "x......xxx";
-    QTest::newRow("a line in the fold") << 4 << 0 << "new\n"
-                                        << "x.......xxx";
-    QTest::newRow("a line less in the fold") << 3 << 3 << ""
-                                             << "x.....xxx";
-    QTest::newRow("lines right behind the head") << 1 << 0 << "n1\nn2\n"
-                                                 << "x........xxx";
-    QTest::newRow("an outer section in the fold") << 4 << 0 << "[new]\n"
-                                                  << "x...xxxxxxx";
-    QTest::newRow("the head becomes a body") << 0 << 3 << "x"
-                                             << "xxxxxxxxxx";
-    QTest::newRow("the head goes with its line end") << 0 << 4 << ""
-                                                     << "xxxxxxxxx";
-    QTest::newRow("the head gets a new name") << 0 << 3 << "[new]"
-                                              << "x......xxx";
-    QTest::newRow("text below the fold") << 8 << 1 << "e"
-                                         << "x......xxx";
-    QTest::newRow("lines above the fold") << 0 << 0 << "0\n1\n"
-                                          << "xxx......xxx";
+    // Removed are characters from the start of the line.
+    const auto add = columns<int, int, QString, QString>("line", "removed", "inserted", "visible");
+    add("text in a folded line", 3, 0, "q", "x......xxx");
+    add("a line in the fold", 4, 0, "new\n", "x.......xxx");
+    add("a line less in the fold", 3, 3, "", "x.....xxx");
+    add("lines right behind the head", 1, 0, "n1\nn2\n", "x........xxx");
+    add("an outer section in the fold", 4, 0, "[new]\n", "x...xxxxxxx");
+    add("the head becomes a body", 0, 3, "x", "xxxxxxxxxx");
+    add("the head goes with its line end", 0, 4, "", "xxxxxxxxx");
+    add("the head gets a new name", 0, 3, "[new]", "x......xxx");
+    add("text below the fold", 8, 1, "e", "x......xxx");
+    add("lines above the fold", 0, 0, "0\n1\n", "xxx......xxx");
 }
 
 void TestCodeFolding::editsInAFold()
 {
-    QFETCH(int, line);
-    QFETCH(int, removed);
-    QFETCH(QString, inserted);
-    m_editor->setTextCursor(cursorAt(9, 0));
+    const auto [line, removed, inserted, visible] = row<int, int, QString, QString>();
+    setCursor(9, 0);
     toggle(0);
     QTextCursor cursor = cursorAt(line, 0);
     cursor.setPosition(cursor.position() + removed, QTextCursor::KeepAnchor);
@@ -297,9 +229,9 @@ void TestCodeFolding::editsInAFold()
 
 void TestCodeFolding::randomEditsLoseNoLine_data()
 {
-    QTest::addColumn<uint>("seed");
+    const auto add = columns<uint>("seed");
     for (uint seed = 20; seed < 80; ++seed)
-        QTest::newRow(qPrintable(QString("seed %1").arg(seed))) << seed;
+        add(qPrintable(QString("seed %1").arg(seed)), seed);
 }
 
 /// After any edit: a hidden line has a folded head, which opens to show it; the last line and the
@@ -336,7 +268,7 @@ void TestCodeFolding::randomEditsLoseNoLine()
             if (random.bounded(2))
                 m_document->undo();
             else
-                m_editor->setTextCursor(cursorAt(line, 0));
+                setCursor(line, 0);
         }
         QVERIFY(m_document->lastBlock().isVisible());
         QVERIFY(m_editor->textCursor().block().isVisible());

@@ -1,74 +1,44 @@
 // Keys in the code view: overwriting, the hidden mouse cursor, and the completion of words.
 
-#include "plaindocument.h"
-#include "showactive.h"
+#include "editortest.h"
 
-#include <kilnx/codeedit/codeeditor.h>
-
-#include <QAbstractItemView>
-#include <QCompleter>
-#include <QScrollBar>
-#include <QSignalSpy>
-#include <QStringListModel>
-#include <QTemporaryDir>
-#include <QTest>
+#include <tests/support/files.h>
 
 using namespace Kiln;
 
-class TestCodeKeys : public QObject
+class TestCodeKeys : public EditorTest
 {
     Q_OBJECT
 
 private slots:
     void init();
-    void cleanup();
+    void cleanup() { close(); }
     void popupOpens_data();
     void popupOpens();
     void popupFollowsTheWord();
-    void popupKeys_data();
-    void popupKeys();
     void popupStaysClosed();
     void wordIsCompleted_data();
     void wordIsCompleted();
     void wordListsComeAndGo();
-    void completionFileIsOnlyTested();
-    void insertKeyOverwrites();
-    void typingHidesTheMouse();
-    void shiftAndReturnIsALine();
+    void keysWithAMeaning();
 
 private:
     QAbstractItemView *popup() const { return m_editor->findChild<QCompleter *>()->popup(); }
     QString currentWord() const { return popup()->currentIndex().data().toString(); }
     void type(const QString &text);
 
-    std::unique_ptr<PlainDocument> m_document;
-    std::unique_ptr<CodeEditor> m_editor;
     std::unique_ptr<QStringListModel> m_words;
     std::unique_ptr<QStringListModel> m_more;
 };
 
 void TestCodeKeys::init()
 {
-    m_document = std::make_unique<PlainDocument>();
-    m_editor = std::make_unique<CodeEditor>();
-    m_editor->resize(500, 400);
-    m_editor->setDocument(m_document.get());
+    open();
     m_words = std::make_unique<QStringListModel>(QStringList{"run", "stand", "Walk", "wander"});
     m_more = std::make_unique<QStringListModel>(QStringList{"left", "right"});
     m_editor->setWordList("type=", m_words.get());
     m_editor->setWordList("play(", m_words.get());
     m_editor->setWordList("my.type=", m_more.get());
-    QVERIFY(showActive(*m_editor));
-    m_editor->setFocus();
-    QTRY_VERIFY(m_editor->hasFocus());
-}
-
-void TestCodeKeys::cleanup()
-{
-    m_editor.reset();
-    m_document.reset();
-    m_words.reset();
-    m_more.reset();
 }
 
 /// Real keys: while the popup is open they go to it, as the keyboard's would.
@@ -85,27 +55,24 @@ void TestCodeKeys::type(const QString &text)
 
 void TestCodeKeys::popupOpens_data()
 {
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<bool>("open");
-    QTest::addColumn<QString>("first");
-    QTest::newRow("after the prefix and a blank") << "type= " << true << "run";
-    QTest::newRow("a terminator alone doesn't") << "type=" << false << "";
-    QTest::newRow("a bracket does") << "play(" << true << "run";
-    QTest::newRow("blanks within the prefix") << "  ty pe  =  " << true << "run";
-    QTest::newRow("upper case is the same") << "TYPE= " << true << "run";
-    QTest::newRow("after a bracket") << "(type= " << true << "run";
-    QTest::newRow("a letter before") << "mytype= " << false << "";
-    QTest::newRow("a digit before") << "1type= " << false << "";
-    QTest::newRow("a dot before") << "x.type= " << false << "";
-    QTest::newRow("the longer prefix counts") << "my.type= " << true << "left";
-    QTest::newRow("not yet the prefix") << "typ " << false << "";
-    QTest::newRow("only this line counts") << "type=\n " << false << "";
+    const auto add = columns<QString, bool, QString>("typed", "open", "first");
+    add("after the prefix and a blank", "type= ", true, "run");
+    add("a terminator alone doesn't", "type=", false, "");
+    add("a bracket does", "play(", true, "run");
+    add("blanks within the prefix", "  ty pe  =  ", true, "run");
+    add("upper case is the same", "TYPE= ", true, "run");
+    add("after a bracket", "(type= ", true, "run");
+    add("a letter before", "mytype= ", false, "");
+    add("a digit before", "1type= ", false, "");
+    add("a dot before", "x.type= ", false, "");
+    add("the longer prefix counts", "my.type= ", true, "left");
+    add("not yet the prefix", "typ ", false, "");
+    add("only this line counts", "type=\n ", false, "");
 }
 
 void TestCodeKeys::popupOpens()
 {
-    QFETCH(QString, typed);
-    QFETCH(bool, open);
+    const auto [typed, open, first] = row<QString, bool, QString>();
     type(typed);
     QCOMPARE(popup()->isVisible(), open);
     if (!open)
@@ -141,17 +108,6 @@ void TestCodeKeys::popupFollowsTheWord()
     QTest::keyClick(popup(), 'A', Qt::ShiftModifier);
     QVERIFY(!popup()->isVisible());
     QCOMPARE(m_editor->toPlainText(), QStringLiteral("type= stA"));
-}
-
-void TestCodeKeys::popupKeys_data()
-{
-    QTest::addColumn<int>("key");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("a terminator") << int(Qt::Key_Semicolon) << "type= w;";
-    QTest::newRow("Escape") << int(Qt::Key_Escape) << "type= w";
-    QTest::newRow("Tab") << int(Qt::Key_Tab) << "type= walk";
-    QTest::newRow("Return") << int(Qt::Key_Return) << "type= walk";
-    QTest::newRow("Enter") << int(Qt::Key_Enter) << "type= walk";
 }
 
 /// What asks for no words, or must not bring any.
@@ -190,51 +146,46 @@ void TestCodeKeys::popupStaysClosed()
     QCOMPARE(m_editor->toPlainText(), QStringLiteral("play("));
 }
 
-void TestCodeKeys::popupKeys()
-{
-    QFETCH(int, key);
-    type("type= w");
-    QVERIFY(popup()->isVisible());
-    QTest::keyClick(popup(), Qt::Key(key));
-    QVERIFY(!popup()->isVisible());
-    QTEST(m_editor->toPlainText(), "text");
-}
-
 void TestCodeKeys::wordIsCompleted_data()
 {
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<int>("down");
-    QTest::addColumn<QString>("behind");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("the rest of the word") << "type= st" << 0 << ""
-                                          << "type= stand";
-    QTest::newRow("a word of its own") << "type= " << 1 << ""
-                                       << "type= run";
-    QTest::newRow("behind a bracket") << "play(" << 2 << ""
-                                      << "play(stand";
-    QTest::newRow("before other text") << "play(st" << 0 << " );"
-                                       << "play(stand );";
+    const auto add = columns<QString, int, QString, QString>("typed", "down", "behind", "text");
+    add("the rest of the word", "type= st", 0, "", "type= stand");
+    add("a word of its own", "type= ", 1, "", "type= run");
+    add("behind a bracket", "play(", 2, "", "play(stand");
+    add("before other text", "play(st", 0, " );", "play(stand );");
 }
 
 void TestCodeKeys::wordIsCompleted()
 {
-    QFETCH(QString, typed);
-    QFETCH(int, down);
-    QFETCH(QString, behind);
-    m_editor->setPlainText(behind);
-    type(typed);
-    QVERIFY(popup()->isVisible());
-    for (int i = 0; i < down; ++i)
-        QTest::keyClick(popup(), Qt::Key_Down);
-    QTest::keyClick(popup(), Qt::Key_Return);
-    QTEST(m_editor->toPlainText(), "text");
-    m_editor->undo(); // the completion alone
-    QCOMPARE(m_editor->toPlainText(), typed + behind);
+    const auto [typed, down, behind, text] = row<QString, int, QString, QString>();
+    for (const int key :
+         {Qt::Key_Semicolon, Qt::Key_Escape, Qt::Key_Tab, Qt::Key_Return, Qt::Key_Enter}) {
+        m_editor->setPlainText(behind);
+        type(typed);
+        QVERIFY(popup()->isVisible());
+        for (int i = 0; i < down; ++i)
+            QTest::keyClick(popup(), Qt::Key_Down);
+        QTest::keyClick(popup(), Qt::Key(key));
+        QVERIFY(!popup()->isVisible());
+        const bool completes = key != Qt::Key_Semicolon && key != Qt::Key_Escape;
+        const QString untouched = typed + (key == Qt::Key_Semicolon ? ";" : "") + behind;
+        QCOMPARE(m_editor->toPlainText(), completes ? text : untouched);
+        if (!completes)
+            continue;
+        m_editor->undo(); // the completion alone
+        QCOMPARE(m_editor->toPlainText(), typed + behind);
+    }
 }
 
 void TestCodeKeys::wordListsComeAndGo()
 {
+    QTemporaryDir directory;
+    const QString path = directory.filePath("completer.xml");
+    QVERIFY(!m_editor->completerFromFile(path));
+    writeFile(path, "");
+    QVERIFY(m_editor->completerFromFile(path)); // it brings no words
     type("type= ");
+    QCOMPARE(popup()->model()->rowCount(), 4);
     QVERIFY(popup()->isVisible());
     m_words.reset();
     type("x\ntype= ");
@@ -260,20 +211,7 @@ void TestCodeKeys::wordListsComeAndGo()
     QVERIFY(!popup()->isVisible());
 }
 
-void TestCodeKeys::completionFileIsOnlyTested()
-{
-    QTemporaryDir directory;
-    const QString path = directory.filePath("completer.xml");
-    QVERIFY(!m_editor->completerFromFile(path));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.close();
-    QVERIFY(m_editor->completerFromFile(path));
-    type("type= ");
-    QCOMPARE(popup()->model()->rowCount(), 4);
-}
-
-void TestCodeKeys::insertKeyOverwrites()
+void TestCodeKeys::keysWithAMeaning()
 {
     m_editor->setPlainText("abc");
     QTest::keyClick(m_editor.get(), Qt::Key_Insert);
@@ -282,24 +220,16 @@ void TestCodeKeys::insertKeyOverwrites()
     QTest::keyClick(m_editor.get(), Qt::Key_Insert);
     type("z");
     QCOMPARE(m_editor->toPlainText(), QStringLiteral("xyzc"));
-}
-
-void TestCodeKeys::typingHidesTheMouse()
-{
-    type("a");
+    // Typing hides the mouse cursor until it moves.
     QCOMPARE(m_editor->viewport()->cursor().shape(), Qt::BlankCursor);
     QMouseEvent move(QEvent::MouseMove, QPoint(40, 40), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
     QApplication::sendEvent(m_editor->viewport(), &move);
     QCOMPARE(m_editor->viewport()->cursor().shape(), Qt::IBeamCursor);
-}
-
-void TestCodeKeys::shiftAndReturnIsALine()
-{
-    type("ab");
+    m_editor->moveCursor(QTextCursor::End);
     QTest::keyClick(m_editor.get(), Qt::Key_Return, Qt::ShiftModifier);
     type("c");
     QCOMPARE(m_document->blockCount(), 2);
-    QCOMPARE(m_editor->toPlainText(), QStringLiteral("ab\nc"));
+    QCOMPARE(m_editor->toPlainText(), QStringLiteral("xyzc\nc"));
 }
 
 QTEST_MAIN(TestCodeKeys)

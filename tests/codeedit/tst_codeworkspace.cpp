@@ -1,7 +1,6 @@
 // The shared code view with its actions, and the file editor that shows documents in it.
 
-#include "plaindocument.h"
-#include "showactive.h"
+#include "editortest.h"
 
 #include <engines/ember/emberdocument.h>
 #include <engines/ember/emberengine.h>
@@ -10,18 +9,8 @@
 #include <kilnx/codeedit/codeworkspace.h>
 #include <kilnx/codeedit/snippets.h>
 #include <kilnx/project/archive.h>
+#include <tests/support/files.h>
 #include <tests/support/testhost.h>
-
-#include <QComboBox>
-#include <QElapsedTimer>
-#include <QInputDialog>
-#include <QProcess>
-#include <QScrollBar>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QToolBar>
-#include <QTreeView>
 
 using namespace Kiln;
 
@@ -74,7 +63,6 @@ private slots:
     void snippetOfAnotherFileIsDropped();
     void encodingIsChosen();
     void statusAndModification();
-    void treeFollows_data();
     void treeFollows();
     void editorsShareTheView();
     void finds_data();
@@ -89,7 +77,7 @@ private slots:
 private:
     CodeEditor *view() const { return m_workspace->editor(); }
     void select(int anchor, int position);
-    QPoint place() const;
+    QPoint place() const { return {view()->currentLine().line, view()->currentLine().column}; }
 
     std::unique_ptr<TestHost> m_host;
     std::unique_ptr<QTemporaryDir> m_directory;
@@ -133,11 +121,6 @@ void TestCodeWorkspace::select(int anchor, int position)
     cursor.setPosition(anchor);
     cursor.setPosition(position, QTextCursor::KeepAnchor);
     view()->setTextCursor(cursor);
-}
-
-QPoint TestCodeWorkspace::place() const
-{
-    return QPoint(view()->currentLine().line, view()->currentLine().column);
 }
 
 void TestCodeWorkspace::actionsAreMade()
@@ -272,18 +255,17 @@ void TestCodeWorkspace::zoom()
 
 void TestCodeWorkspace::codeStandsInColumns_data()
 {
-    QTest::addColumn<QString>("family");
-    QTest::addColumn<bool>("columns"); // who asks for letters of different widths has them
-    QTest::newRow("the family of the options") << "Courier" << true;
-    QTest::newRow("none chosen") << "" << true;
-    QTest::newRow("a missing family") << "a family that nobody has" << true;
-    QTest::newRow("one that is there") << "Liberation Serif" << false;
+    // Who asks for letters of different widths has them.
+    const auto add = columns<QString, bool>("family", "columns");
+    add("the family of the options", "Courier", true);
+    add("none chosen", "", true);
+    add("a missing family", "a family that nobody has", true);
+    add("one that is there", "Liberation Serif", false);
 }
 
 void TestCodeWorkspace::codeStandsInColumns()
 {
-    QFETCH(QString, family);
-    QFETCH(bool, columns);
+    const auto [family, columns] = row<QString, bool>();
     m_host->options["font_name"] = family;
     m_workspace->reconfig();
     m_document->fromString("iiiiiiii\nWWWWWWWW\n9 m , _ ");
@@ -303,15 +285,13 @@ void TestCodeWorkspace::codeStandsInColumns()
 void TestCodeWorkspace::columnsWhereNamesMislead()
 {
     const QString rules = m_directory->filePath("fonts.conf");
-    QFile file(rules);
-    QVERIFY(file.open(QIODevice::WriteOnly));
     const QByteArray serif = "<edit name='family' mode='prepend' binding='%'>"
                              "<string>DejaVu Serif</string></edit></match>";
-    file.write("<fontconfig><match target='pattern'>" + QByteArray(serif).replace('%', "weak") +
-               "<match target='pattern'><test name='family'><string>Courier</string></test>" +
-               QByteArray(serif).replace('%', "strong") +
-               "<include>" KILN_SOURCE_DIR "/cmake/fonts.conf</include></fontconfig>");
-    file.close();
+    writeFile(rules,
+              "<fontconfig><match target='pattern'>" + QByteArray(serif).replace('%', "weak") +
+                  "<match target='pattern'><test name='family'><string>Courier</string></test>" +
+                  QByteArray(serif).replace('%', "strong") +
+                  "<include>" KILN_SOURCE_DIR "/cmake/fonts.conf</include></fontconfig>");
     QProcess other;
     other.setProcessChannelMode(QProcess::ForwardedChannels);
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -324,15 +304,14 @@ void TestCodeWorkspace::columnsWhereNamesMislead()
 
 void TestCodeWorkspace::goToLine_data()
 {
-    QTest::addColumn<int>("number");
-    QTest::addColumn<int>("answer"); // to the question about the last line, 0 for no question
-    QTest::addColumn<int>("line");
-    QTest::newRow("the first line") << 1 << 0 << 0;
-    QTest::newRow("the middle") << 300 << 0 << 299;
-    QTest::newRow("the last line") << 520 << 0 << 519;
-    QTest::newRow("one past the last, Yes") << 521 << int(QMessageBox::Yes) << 519;
-    QTest::newRow("one past the last, No") << 521 << int(QMessageBox::No) << 7;
-    QTest::newRow("cancelled") << 0 << 0 << 7;
+    // The answer is to the question about the last line, 0 for no question.
+    const auto add = columns<int, int, int>("number", "answer", "line");
+    add("the first line", 1, 0, 0);
+    add("the middle", 300, 0, 299);
+    add("the last line", 520, 0, 519);
+    add("one past the last, Yes", 521, int(QMessageBox::Yes), 519);
+    add("one past the last, No", 521, int(QMessageBox::No), 7);
+    add("cancelled", 0, 0, 7);
 }
 
 void TestCodeWorkspace::goToLine()
@@ -366,27 +345,24 @@ void TestCodeWorkspace::goToLine()
 
 void TestCodeWorkspace::steppingThroughMessages_data()
 {
-    QTest::addColumn<QString>("action");
-    QTest::addColumn<QPoint>("from");
-    QTest::addColumn<QPoint>("to");
+    const auto add = columns<QString, QPoint, QPoint>("action", "from", "to");
     const QPoint first(0, 2), second(0, 6), third(3, 0), old(2, 3);
-    QTest::newRow("to the next in the line") << "code_next_error" << first << second;
-    QTest::newRow("to the next line") << "code_next_error" << second << third;
-    QTest::newRow("from the start") << "code_next_error" << QPoint(0, 0) << first;
-    QTest::newRow("no error follows") << "code_next_error" << third << third;
-    QTest::newRow("a line back, its last error") << "code_prev_error" << QPoint(2, 0) << second;
-    QTest::newRow("back in the line") << "code_prev_error" << QPoint(0, 10) << second;
-    QTest::newRow("back to the first") << "code_prev_error" << second << first;
-    QTest::newRow("none before") << "code_prev_error" << first << first;
-    QTest::newRow("to a deprecation") << "code_next_deprecation" << QPoint(0, 0) << old;
-    QTest::newRow("back to a deprecation") << "code_prev_deprecation" << third << old;
-    QTest::newRow("no deprecation follows") << "code_next_deprecation" << third << third;
+    add("to the next in the line", "code_next_error", first, second);
+    add("to the next line", "code_next_error", second, third);
+    add("from the start", "code_next_error", QPoint(0, 0), first);
+    add("no error follows", "code_next_error", third, third);
+    add("a line back, its last error", "code_prev_error", QPoint(2, 0), second);
+    add("back in the line", "code_prev_error", QPoint(0, 10), second);
+    add("back to the first", "code_prev_error", second, first);
+    add("none before", "code_prev_error", first, first);
+    add("to a deprecation", "code_next_deprecation", QPoint(0, 0), old);
+    add("back to a deprecation", "code_prev_deprecation", third, old);
+    add("no deprecation follows", "code_next_deprecation", third, third);
 }
 
 void TestCodeWorkspace::steppingThroughMessages()
 {
-    QFETCH(QString, action);
-    QFETCH(QPoint, from);
+    const auto [action, from, to] = row<QString, QPoint, QPoint>();
     m_document->fromString("x bad bad y\nno\nan old hmm\nbad");
     const QTextBlock block = m_document->findBlockByNumber(from.x());
     select(block.position() + from.y(), block.position() + from.y());
@@ -397,23 +373,20 @@ void TestCodeWorkspace::steppingThroughMessages()
 
 void TestCodeWorkspace::comments_data()
 {
-    QTest::addColumn<int>("anchor");
-    QTest::addColumn<int>("position");
-    QTest::addColumn<QString>("text");
+    const auto add = columns<int, int, QString>("anchor", "position", "text");
     // a\n;b\nc\nd
-    QTest::newRow("one line, no selection") << 1 << 1 << ";a\n;b\nc\nd";
-    QTest::newRow("no selection at the line's start") << 5 << 5 << "a\n;b\n;c\nd";
-    QTest::newRow("uncomment one") << 3 << 3 << "a\nb\nc\nd";
-    QTest::newRow("all, the first is none") << 0 << 8 << ";a\n;;b\n;c\n;d";
-    QTest::newRow("uncomment leaves the others") << 2 << 8 << "a\nb\nc\nd";
-    QTest::newRow("the end at a line's start is not in") << 5 << 7 << "a\n;b\n;c\nd";
-    QTest::newRow("selected backward") << 8 << 5 << "a\n;b\n;c\n;d";
+    add("one line, no selection", 1, 1, ";a\n;b\nc\nd");
+    add("no selection at the line's start", 5, 5, "a\n;b\n;c\nd");
+    add("uncomment one", 3, 3, "a\nb\nc\nd");
+    add("all, the first is none", 0, 8, ";a\n;;b\n;c\n;d");
+    add("uncomment leaves the others", 2, 8, "a\nb\nc\nd");
+    add("the end at a line's start is not in", 5, 7, "a\n;b\n;c\nd");
+    add("selected backward", 8, 5, "a\n;b\n;c\n;d");
 }
 
 void TestCodeWorkspace::comments()
 {
-    QFETCH(int, anchor);
-    QFETCH(int, position);
+    const auto [anchor, position, text] = row<int, int, QString>();
     const QString before("a\n;b\nc\nd");
     m_document->fromString(before);
     select(anchor, position);
@@ -425,19 +398,12 @@ void TestCodeWorkspace::comments()
 
 void TestCodeWorkspace::snippetsAreInserted_data()
 {
-    QTest::addColumn<QString>("code");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("position");
-    QTest::newRow("the cursor goes to the mark") << "one CURSOR\ntwo"
-                                                 << "xone \ntwoy" << 5;
-    QTest::newRow("the mark at the start") << "CURSORab"
-                                           << "xaby" << 1;
-    QTest::newRow("no mark") << "one\ntwo"
-                             << "xone\ntwoy" << 8;
-    QTest::newRow("only the first mark counts") << "CURSOR CURSOR"
-                                                << "x CURSORy" << 1;
-    QTest::newRow("nothing to insert") << ""
-                                       << "xy" << 1;
+    const auto add = columns<QString, QString, int>("code", "text", "position");
+    add("the cursor goes to the mark", "one CURSOR\ntwo", "xone \ntwoy", 5);
+    add("the mark at the start", "CURSORab", "xaby", 1);
+    add("no mark", "one\ntwo", "xone\ntwoy", 8);
+    add("only the first mark counts", "CURSOR CURSOR", "x CURSORy", 1);
+    add("nothing to insert", "", "xy", 1);
 }
 
 void TestCodeWorkspace::snippetsAreInserted()
@@ -445,10 +411,7 @@ void TestCodeWorkspace::snippetsAreInserted()
     QFETCH(QString, code);
     const QString folder = m_directory->path() + m_host->currentEngine->enginePath() + "/snippets";
     QVERIFY(QDir().mkpath(folder));
-    QFile file(folder + "/one.xml");
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(snippetToXml({}, code));
-    file.close();
+    writeFile(folder + "/one.xml", snippetToXml({}, code));
     m_workspace->engineSwitched(false);
     QCOMPARE(SnippetManager::instance()->rowCount(), 0);
     m_workspace->engineSwitched(true);
@@ -471,12 +434,9 @@ void TestCodeWorkspace::snippetsAreInserted()
 
 void TestCodeWorkspace::snippetOfAnotherFileIsDropped()
 {
-    QFile file(m_directory->filePath("ask.xml"));
-    QVERIFY(file.open(QIODevice::WriteOnly));
     RegularSnipField field("string");
     field.name = "a";
-    file.write(snippetToXml({&field}, "code"));
-    file.close();
+    writeFile(m_directory->filePath("ask.xml"), snippetToXml({&field}, "code"));
     SnippetManager::instance()->setDirectory(m_directory->path());
     m_workspace->widget()->findChild<QComboBox *>("codeSnippets")->setCurrentIndex(0);
     Document second(new PlainDocument("second"));
@@ -513,10 +473,7 @@ void TestCodeWorkspace::snippetOfAnotherFileIsDropped()
 void TestCodeWorkspace::encodingIsChosen()
 {
     const QString path = m_directory->filePath("text.st");
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("a \xe4\r\nb");
-    file.close();
+    writeFile(path, "a \xe4\r\nb");
     QVERIFY(m_document->fromFile(FileSystemArchive::instance(), path, TextCodecs::index("UTF-8"),
                                  false));
     QVERIFY(!m_document->toString().contains(QChar(0xe4)));
@@ -605,17 +562,8 @@ void TestCodeWorkspace::statusAndModification()
     QVERIFY(!m_host->statusTexts.contains(0));
 }
 
-void TestCodeWorkspace::treeFollows_data()
-{
-    QTest::addColumn<bool>("expands");
-    QTest::newRow("the tree follows the cursor") << true;
-    QTest::newRow("the tree is left alone") << false;
-}
-
 void TestCodeWorkspace::treeFollows()
 {
-    QFETCH(bool, expands);
-    m_host->options["auto_expand_tree"] = expands;
     Document ember(new EmberDocument(EmberDocument::Character));
     ember->fromString("@about\ntitle: \"A\"\nauthor: \"B\"\n\n@body\nlife: 10\nsize: 30, 60\n");
     m_editor->setCurrentFile(ember.get());
@@ -625,14 +573,15 @@ void TestCodeWorkspace::treeFollows()
     const QModelIndex about = tree->model()->index(0, 0);
     const QModelIndex body = tree->model()->index(1, 0);
     tree->expand(about);
-    view()->setCurrentLine(4, CodeEditor::NoPlacement);
-    QCOMPARE(tree->isExpanded(body), expands);
-    QCOMPARE(tree->isExpanded(about), !expands);
-    view()->setCurrentLine(6, CodeEditor::NoPlacement);
-    const QModelIndexList selected = tree->selectionModel()->selectedIndexes();
-    QCOMPARE(selected.size(), expands ? 1 : 0);
-    if (expands)
-        QVERIFY(selected.first().data().toString().startsWith("size"));
+    for (const bool expands : {false, true}) {
+        m_host->options["auto_expand_tree"] = expands;
+        view()->setCurrentLine(4, CodeEditor::NoPlacement);
+        QCOMPARE(tree->isExpanded(body), expands);
+        QCOMPARE(tree->isExpanded(about), !expands);
+        view()->setCurrentLine(6, CodeEditor::NoPlacement);
+        QCOMPARE(tree->selectionModel()->selectedIndexes().size(), expands ? 1 : 0);
+    }
+    QVERIFY(tree->currentIndex().data().toString().startsWith("size"));
     // And the other way round.
     emit tree->activated(tree->model()->index(1, 0, about));
     QCOMPARE(place(), QPoint(2, 0));
@@ -714,41 +663,35 @@ void TestCodeWorkspace::editorsShareTheView()
 
 void TestCodeWorkspace::finds_data()
 {
-    QTest::addColumn<QString>("sought");
-    QTest::addColumn<unsigned int>("flags");
-    QTest::addColumn<QPoint>("from"); // anchor and position
-    QTest::addColumn<QPoint>("selected");
+    // From and selected are anchor and position.
+    const auto add =
+        columns<QString, unsigned int, QPoint, QPoint>("sought", "flags", "from", "selected");
     using F = CodeFileEditor;
     const unsigned int none = 0, back = F::Backward, wrap = F::WrapAround;
     const unsigned int expression = F::RegularExpression, exact = F::CaseSensitive;
     // "One two one\ntwo ONE"
-    QTest::newRow("the first") << "one" << none << QPoint(0, 0) << QPoint(0, 3);
-    QTest::newRow("behind the selection") << "one" << none << QPoint(0, 3) << QPoint(8, 11);
-    QTest::newRow("with the case") << "one" << exact << QPoint(0, 0) << QPoint(8, 11);
-    QTest::newRow("none follows") << "one" << none << QPoint(16, 19) << QPoint(16, 19);
-    QTest::newRow("around the end") << "one" << wrap << QPoint(16, 19) << QPoint(0, 3);
-    QTest::newRow("around, and still none") << "three" << wrap << QPoint(4, 7) << QPoint(4, 7);
-    QTest::newRow("backward") << "one" << back << QPoint(16, 19) << QPoint(8, 11);
-    QTest::newRow("backward from the start") << "one" << back << QPoint(0, 0) << QPoint(0, 3);
-    QTest::newRow("backward, none before") << "two" << back << QPoint(4, 7) << QPoint(4, 7);
-    QTest::newRow("backward around")
-        << "ONE" << (back | wrap | exact) << QPoint(4, 7) << QPoint(16, 19);
-    QTest::newRow("an expression") << "t.o\\s" << expression << QPoint(0, 0) << QPoint(4, 8);
-    QTest::newRow("over a line end") << "one\\ntwo" << expression << QPoint(0, 0) << QPoint(8, 15);
-    QTest::newRow("the same taken as it stands") << "t.o" << none << QPoint(2, 2) << QPoint(2, 2);
-    QTest::newRow("a broken expression") << "(" << expression << QPoint(2, 2) << QPoint(2, 2);
-    QTest::newRow("an empty match gets on") << "x*" << expression << QPoint(5, 5) << QPoint(6, 6);
-    QTest::newRow("an empty match at the end")
-        << "x*" << expression << QPoint(19, 19) << QPoint(19, 19);
-    QTest::newRow("no text") << "" << none << QPoint(4, 7) << QPoint(4, 7);
+    add("the first", "one", none, QPoint(0, 0), QPoint(0, 3));
+    add("behind the selection", "one", none, QPoint(0, 3), QPoint(8, 11));
+    add("with the case", "one", exact, QPoint(0, 0), QPoint(8, 11));
+    add("none follows", "one", none, QPoint(16, 19), QPoint(16, 19));
+    add("around the end", "one", wrap, QPoint(16, 19), QPoint(0, 3));
+    add("around, and still none", "three", wrap, QPoint(4, 7), QPoint(4, 7));
+    add("backward", "one", back, QPoint(16, 19), QPoint(8, 11));
+    add("backward from the start", "one", back, QPoint(0, 0), QPoint(0, 3));
+    add("backward, none before", "two", back, QPoint(4, 7), QPoint(4, 7));
+    add("backward around", "ONE", (back | wrap | exact), QPoint(4, 7), QPoint(16, 19));
+    add("an expression", "t.o\\s", expression, QPoint(0, 0), QPoint(4, 8));
+    add("over a line end", "one\\ntwo", expression, QPoint(0, 0), QPoint(8, 15));
+    add("the same taken as it stands", "t.o", none, QPoint(2, 2), QPoint(2, 2));
+    add("a broken expression", "(", expression, QPoint(2, 2), QPoint(2, 2));
+    add("an empty match gets on", "x*", expression, QPoint(5, 5), QPoint(6, 6));
+    add("an empty match at the end", "x*", expression, QPoint(19, 19), QPoint(19, 19));
+    add("no text", "", none, QPoint(4, 7), QPoint(4, 7));
 }
 
 void TestCodeWorkspace::finds()
 {
-    QFETCH(QString, sought);
-    QFETCH(unsigned int, flags);
-    QFETCH(QPoint, from);
-    QFETCH(QPoint, selected);
+    const auto [sought, flags, from, selected] = row<QString, unsigned int, QPoint, QPoint>();
     m_document->fromString("One two one\ntwo ONE");
     select(from.x(), from.y());
     const bool found = m_editor->find(static_cast<ProjectFile *>(m_document.get()), sought, flags);
@@ -804,21 +747,17 @@ void TestCodeWorkspace::replacesAll()
 
 void TestCodeWorkspace::hostileExpressions_data()
 {
-    QTest::addColumn<QString>("expression");
-    QTest::addColumn<bool>("all");
-    QTest::addColumn<bool>("outOfTime");
+    const auto add = columns<QString, bool, bool>("expression", "all", "outOfTime");
     const QString endless("(a*)*(a*)*\\2\\1b");
-    QTest::newRow("one that matches nothing everywhere") << "b*" << true << false;
-    QTest::newRow("one that never ends") << endless << false << false;
-    QTest::newRow("one that never ends, replacing") << endless << true << true;
-    QTest::newRow("one too many of them") << "a" << true << true;
+    add("one that matches nothing everywhere", "b*", true, false);
+    add("one that never ends", endless, false, false);
+    add("one that never ends, replacing", endless, true, true);
+    add("one too many of them", "a", true, true);
 }
 
 void TestCodeWorkspace::hostileExpressions()
 {
-    QFETCH(QString, expression);
-    QFETCH(bool, all);
-    QFETCH(bool, outOfTime);
+    const auto [expression, all, outOfTime] = row<QString, bool, bool>();
     const QString text(200000, 'a');
     m_document->fromString(text);
     if (outOfTime)

@@ -1,23 +1,14 @@
 // Ember in the code view: the snippets that it delivers, and the words that it offers.
 
-#include "showactive.h"
+#include "editortest.h"
 
 #include <engines/ember/emberdocument.h>
 #include <engines/ember/embersnippets.h>
 #include <engines/ember/emberwords.h>
 #include <kilnx/code/messages.h>
-#include <kilnx/codeedit/codeeditor.h>
 #include <kilnx/codeedit/snippets.h>
-
+#include <tests/support/files.h>
 #include <tests/support/testhost.h>
-
-#include <QAbstractItemView>
-#include <QCompleter>
-#include <QDir>
-#include <QLineEdit>
-#include <QSpinBox>
-#include <QTemporaryDir>
-#include <QTest>
 
 using namespace Kiln;
 
@@ -59,20 +50,19 @@ void TestEmberCode::snippetsAreDeliveredOnce()
     QVERIFY(QFile::remove(folder + '/' + names.first()));
     QVERIFY(EmberSnippets::deliver(folder));
     QCOMPARE(QDir(folder).entryList(QDir::Files).size(), 5);
-    QFile file(m_directory.filePath("file"));
-    QVERIFY(file.open(QIODevice::WriteOnly));
+    writeFile(m_directory.filePath("file"), "");
     QVERIFY(!EmberSnippets::deliver(m_directory.filePath("file/snippets")));
 }
 
 void TestEmberCode::snippetsAreGoodCode_data()
 {
-    QTest::addColumn<int>("fileType");
-    QTest::newRow("Character") << int(EmberDocument::Character);
-    QTest::newRow("Command") << int(EmberDocument::Commands);
-    QTest::newRow("Layer") << int(EmberDocument::Stage);
-    QTest::newRow("Rule") << int(EmberDocument::States);
-    QTest::newRow("State") << int(EmberDocument::States);
-    QTest::newRow("Step with harm") << int(EmberDocument::States);
+    const auto add = columns<int>("fileType");
+    add("Character", int(EmberDocument::Character));
+    add("Command", int(EmberDocument::Commands));
+    add("Layer", int(EmberDocument::Stage));
+    add("Rule", int(EmberDocument::States));
+    add("State", int(EmberDocument::States));
+    add("Step with harm", int(EmberDocument::States));
 }
 
 void TestEmberCode::snippetsAreGoodCode()
@@ -111,27 +101,23 @@ void TestEmberCode::snippetsAreGoodCode()
 
 void TestEmberCode::wordsAreOffered_data()
 {
-    QTest::addColumn<int>("line");
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QStringList>("words");
-    QTest::newRow("words of an enumeration")
-        << 1 << "posture: " << QStringList{"airborne", "crouching", "lying", "standing"};
-    QTest::newRow("states of the file") << 5 << "then: " << QStringList{"rest", "walk"};
-    QTest::newRow("pictures of the file") << 1 << "cel: " << QStringList{"wren_a"};
-    QTest::newRow("entries of the section")
-        << 5 << " " << QStringList{"after:", "chance:", "say:", "set:", "then:", "when:"};
-    QTest::newRow("outer sections")
-        << 5 << "@s" << QStringList{"about", "body",  "command", "files",  "ground",
-                                    "layer", "match", "note",    "sketch", "state"};
-    QTest::newRow("inner sections") << 5 << "@@o" << QStringList{"on", "step"};
-    QTest::newRow("nothing for free text") << 1 << "say: " << QStringList();
+    const auto add = columns<int, QString, QStringList>("line", "typed", "words");
+    add("words of an enumeration", 1,
+        "posture: ", QStringList{"airborne", "crouching", "lying", "standing"});
+    add("states of the file", 5, "then: ", QStringList{"rest", "walk"});
+    add("pictures of the file", 1, "cel: ", QStringList{"wren_a"});
+    add("entries of the section", 5, " ",
+        QStringList{"after:", "chance:", "say:", "set:", "then:", "when:"});
+    add("outer sections", 5, "@s",
+        QStringList{"about", "body", "command", "files", "ground", "layer", "match", "note",
+                    "sketch", "state"});
+    add("inner sections", 5, "@@o", QStringList{"on", "step"});
+    add("nothing for free text", 1, "say: ", QStringList());
 }
 
 void TestEmberCode::wordsAreOffered()
 {
-    QFETCH(int, line);
-    QFETCH(QString, typed);
-    QFETCH(QStringList, words);
+    const auto [line, typed, words] = row<int, QString, QStringList>();
     auto *document = new EmberDocument(EmberDocument::States);
     document->fromString("@state walk\n\ncel: wren_a\n@state rest\n@@on tired\n\nwhen: (1)");
     CodeEditor view;

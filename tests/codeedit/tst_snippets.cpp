@@ -3,20 +3,12 @@
 #include <kilnx/codeedit/snipdlg.h>
 #include <kilnx/codeedit/snippets.h>
 
+#include <tests/support/files.h>
+#include <tests/support/rows.h>
 #include <tests/support/testhost.h>
 
-#include <QComboBox>
-#include <QDialogButtonBox>
-#include <QDoubleSpinBox>
-#include <QLineEdit>
-#include <QListView>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QSignalSpy>
-#include <QSpinBox>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QXmlStreamReader>
+#include <QtTest/QtTest>
+#include <QtWidgets/QtWidgets>
 
 using namespace Kiln;
 
@@ -34,19 +26,6 @@ const char *const Stored =
     "\t\t\r\n"
     "\t\tface: @dir\r\n"
     "\t</code>\r\n\r\n</snippet>";
-
-void writeFile(const QString &path, const QByteArray &data)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(data);
-}
-
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
-}
 
 QByteArray snippetOf(const QByteArray &fields, const QByteArray &code)
 {
@@ -66,13 +45,11 @@ private slots:
     void codeIsRead();
     void fieldsBecomeControls_data();
     void fieldsBecomeControls();
-    void cancelInsertsNothing();
     void badFiles_data();
     void badFiles();
     void listsTheFolder();
     void dialogChangesNothing();
     void dialogEditsFields();
-    void dialogPreviews();
     void translationSource();
 
 private:
@@ -109,21 +86,21 @@ void TestSnippets::readsAndWritesTheSameBytes()
     for (const auto &field : snippet->fields)
         fields << field.get();
     QCOMPARE(snippetToXml(fields, snippet->code), QByteArray(Stored));
+    // Cancelling the dialog of its fields inserts nothing.
+    m_host->dialogs().expectDialog([](QDialog *dialog) { dialog->reject(); });
+    QCOMPARE(SnippetManager::build(m_host->mainWindow(), Stored), QString());
 }
 
 void TestSnippets::codeIsRead_data()
 {
-    QTest::addColumn<QByteArray>("code");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("on one line") << QByteArray("a: 1") << "a: 1";
-    QTest::newRow("with its own indentation") << QByteArray("\n  a\n    b\n") << "  a\n    b";
-    QTest::newRow("a blank line at the end") << QByteArray("\n\t\ta\n\t\t\n\t") << "a\n";
-    QTest::newRow("characters by number")
-        << QByteArray("&#228;&lt;&#x20ac;") << QString::fromUtf8("ä<€");
-    QTest::newRow("marked as data") << QByteArray("<![CDATA[a <b> &c;]]>") << "a <b> &c;";
-    QTest::newRow("indented by tabs of its own")
-        << QByteArray("\n\tif\n\t\tjump\n\t") << "\tif\n\t\tjump";
-    QTest::newRow("nothing") << QByteArray() << "";
+    const auto add = columns<QByteArray, QString>("code", "text");
+    add("on one line", QByteArray("a: 1"), "a: 1");
+    add("with its own indentation", QByteArray("\n  a\n    b\n"), "  a\n    b");
+    add("a blank line at the end", QByteArray("\n\t\ta\n\t\t\n\t"), "a\n");
+    add("characters by number", QByteArray("&#228;&lt;&#x20ac;"), QString::fromUtf8("ä<€"));
+    add("marked as data", QByteArray("<![CDATA[a <b> &c;]]>"), "a <b> &c;");
+    add("indented by tabs of its own", QByteArray("\n\tif\n\t\tjump\n\t"), "\tif\n\t\tjump");
+    add("nothing", QByteArray(), "");
 }
 
 void TestSnippets::codeIsRead()
@@ -135,24 +112,19 @@ void TestSnippets::codeIsRead()
 
 void TestSnippets::fieldsBecomeControls_data()
 {
-    QTest::addColumn<QByteArray>("field");
-    QTest::addColumn<QByteArray>("className");
-    QTest::addColumn<QVariant>("value");
-    QTest::addColumn<QString>("code");
-    QTest::newRow("string") << QByteArray("type='string'") << QByteArray("QLineEdit")
-                            << QVariant("x y") << "<x y|x yz>";
-    QTest::newRow("no type is a string")
-        << QByteArray() << QByteArray("QLineEdit") << QVariant("q") << "<q|qz>";
-    QTest::newRow("another word is an integer")
-        << QByteArray("type='whatever'") << QByteArray("QSpinBox") << QVariant(-12) << "<-12|-12z>";
-    QTest::newRow("items give the value")
-        << QByteArray("type='items' value='l;r' value_title='Left;Right'")
-        << QByteArray("QComboBox") << QVariant("Right") << "<r|rz>";
-    QTest::newRow("an item without a text")
-        << QByteArray("type='items' value='one;two'") << QByteArray("QComboBox") << QVariant("two")
-        << "<two|twoz>";
-    QTest::newRow("a fraction gives a character")
-        << QByteArray("type='float'") << QByteArray("QDoubleSpinBox") << QVariant(65.9) << "<A|Az>";
+    const auto add =
+        columns<QByteArray, QByteArray, QVariant, QString>("field", "className", "value", "code");
+    add("string", QByteArray("type='string'"), QByteArray("QLineEdit"), QVariant("x y"),
+        "<x y|x yz>");
+    add("no type is a string", QByteArray(), QByteArray("QLineEdit"), QVariant("q"), "<q|qz>");
+    add("another word is an integer", QByteArray("type='whatever'"), QByteArray("QSpinBox"),
+        QVariant(-12), "<-12|-12z>");
+    add("items give the value", QByteArray("type='items' value='l;r' value_title='Left;Right'"),
+        QByteArray("QComboBox"), QVariant("Right"), "<r|rz>");
+    add("an item without a text", QByteArray("type='items' value='one;two'"),
+        QByteArray("QComboBox"), QVariant("two"), "<two|twoz>");
+    add("a fraction gives a character", QByteArray("type='float'"), QByteArray("QDoubleSpinBox"),
+        QVariant(65.9), "<A|Az>");
 }
 
 void TestSnippets::fieldsBecomeControls()
@@ -182,22 +154,16 @@ void TestSnippets::fieldsBecomeControls()
           "code");
 }
 
-void TestSnippets::cancelInsertsNothing()
-{
-    m_host->dialogs().expectDialog([](QDialog *dialog) { dialog->reject(); });
-    QCOMPARE(SnippetManager::build(m_host->mainWindow(), Stored), QString());
-}
-
 void TestSnippets::badFiles_data()
 {
-    QTest::addColumn<QByteArray>("xml");
+    const auto add = columns<QByteArray>("xml");
     const QByteArray whole(Stored);
-    QTest::newRow("empty") << QByteArray();
-    QTest::newRow("cut off in a field") << whole.left(100);
-    QTest::newRow("cut off in the code") << whole.left(whole.indexOf("size"));
-    QTest::newRow("an unknown entity") << snippetOf("", "&nothing;");
-    QTest::newRow("an element in the code") << snippetOf("", "a<b/>c");
-    QTest::newRow("no XML") << QByteArray("\x89PNG\r\n\x1a\n\0\0", 10);
+    add("empty", QByteArray());
+    add("cut off in a field", whole.left(100));
+    add("cut off in the code", whole.left(whole.indexOf("size")));
+    add("an unknown entity", snippetOf("", "&nothing;"));
+    add("an element in the code", snippetOf("", "a<b/>c"));
+    add("no XML", QByteArray("\x89PNG\r\n\x1a\n\0\0", 10));
 }
 
 void TestSnippets::badFiles()
@@ -258,6 +224,16 @@ void TestSnippets::dialogEditsFields()
     const auto button = [&](const char *name) { return dialog.findChild<QPushButton *>(name); };
     auto *list = dialog.findChild<QListView *>("snipFields");
     QVERIFY(!button("insertBut")->isEnabled());
+    auto *code = dialog.findChild<QPlainTextEdit *>("snipEdit");
+    code->setPlainText("a < b\n& c");
+    QString shown;
+    m_host->dialogs().expectDialog([&](QDialog *preview) {
+        shown = preview->findChild<QPlainTextEdit *>("previewText")->toPlainText();
+        preview->reject();
+    });
+    button("previewBut")->click();
+    QCOMPARE(shown, QStringLiteral("a < b\n& c"));
+    code->clear();
     for (const char *name : {"one", "two"}) {
         m_host->dialogs().expectDialog([name](QDialog *field) {
             QCOMPARE(field->windowTitle(), QStringLiteral("Add field"));
@@ -276,7 +252,7 @@ void TestSnippets::dialogEditsFields()
     QVERIFY(!button("down")->isEnabled());
     button("up")->click();
     button("insertBut")->click();
-    QCOMPARE(dialog.findChild<QPlainTextEdit *>("snipEdit")->toPlainText(), QStringLiteral("@two"));
+    QCOMPARE(code->toPlainText(), QStringLiteral("@two"));
     button("removeBut")->click();
     QCOMPARE(list->model()->rowCount(), 1);
     m_host->dialogs().expectFiles({m_directory->filePath("new")});
@@ -291,7 +267,6 @@ void TestSnippets::dialogEditsFields()
     button("saveBut")->click();
 
     // The question of the file dialog was for another name, and Escape loses nothing unasked.
-    auto *code = dialog.findChild<QPlainTextEdit *>("snipEdit");
     code->setPlainText("changed");
     dialog.show();
     for (const auto answer : {QMessageBox::No, QMessageBox::Yes}) {
@@ -305,19 +280,6 @@ void TestSnippets::dialogEditsFields()
         QTest::keyClick(&dialog, Qt::Key_Escape);
         QCOMPARE(dialog.isVisible(), answer == QMessageBox::No);
     }
-}
-
-void TestSnippets::dialogPreviews()
-{
-    SnipDlg dialog(m_host->mainWindow());
-    dialog.findChild<QPlainTextEdit *>("snipEdit")->setPlainText("a < b\n& c");
-    QString shown;
-    m_host->dialogs().expectDialog([&](QDialog *preview) {
-        shown = preview->findChild<QPlainTextEdit *>("previewText")->toPlainText();
-        preview->reject();
-    });
-    dialog.findChild<QPushButton *>("previewBut")->click();
-    QCOMPARE(shown, QStringLiteral("a < b\n& c"));
 }
 
 void TestSnippets::translationSource()

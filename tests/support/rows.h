@@ -23,15 +23,26 @@ std::tuple<Types...> fetch(std::index_sequence<Places...>)
         QTest::qData(names()[Places], qMetaTypeId<std::decay_t<Types>>()))...};
 }
 
+/// Adds a row by its name and the values of its columns.
+template<class... Types>
+struct Adder {
+    void operator()(const char *name, const Types &...values) const
+    {
+        (QTest::newRow(name) << ... << values);
+    }
+};
+
 } // namespace Rows
 
-/// The columns of a data-driven test, for its _data() function. The names are literals.
+/// The columns of a data-driven test, for its _data() function. The names are literals. What it
+/// returns adds the rows.
 template<class... Types, class... Names>
-void columns(Names... names)
+Rows::Adder<Types...> columns(Names... names)
 {
     static_assert(sizeof...(Types) == sizeof...(Names), "each column has a type and a name");
     Rows::names() = {names...};
     (QTest::addColumn<Types>(names), ...);
+    return {};
 }
 
 /// The values of the current row in the order of its columns, for a structured binding.
