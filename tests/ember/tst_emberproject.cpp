@@ -437,7 +437,7 @@ void TestEmberProject::makesFiles()
         QCOMPARE(document->option(QStringLiteral("modelCode")), QVariant(false));
         project->setOption(QStringLiteral("modelCode"), true, false);
     }
-    QCOMPARE(project->files().size(), 5);
+    QCOMPARE(project->files().size(), 6);
 }
 
 void TestEmberProject::collectsFiles()
