@@ -565,11 +565,15 @@ void TestCodeEditor::bracketsAreNotMatchedWithout()
     m_editor->setParenRangePainted(range);
     m_editor->setReadOnly(readOnly);
     // The partner stands lines away, and most lines between have no brackets.
-    m_editor->setPlainText("(" + numberedLines(40) + "\n)");
-    setCursor(3, 0);
-    setCursor(0, 0);
-    QTest::qWait(80); // longer than the timer of the brackets
-    QCOMPARE(m_editor->extraSelections().size(), selections);
+    m_editor->setPlainText("() (" + numberedLines(40) + "\n)");
+    for (const QPoint &place : {QPoint(0, 3), QPoint(40, 1)}) {
+        setCursor(3, 0);
+        setCursor(place.x(), place.y());
+        QTest::qWait(80); // longer than the timer of the brackets
+        QCOMPARE(m_editor->extraSelections().size(), selections);
+        for (const QTextEdit::ExtraSelection &selection : m_editor->extraSelections())
+            QVERIFY(selection.cursor.selectionStart() >= 3); // not the pair before
+    }
     // Each may be switched while the cursor stands at the bracket.
     formatting.parenMatching = !matching;
     m_editor->setSyntaxFormatting(formatting);
