@@ -1,6 +1,7 @@
 #include <kilnx/project/fileeditor.h>
 
 #include <QtCore/QFileInfo>
+#include <QtCore/QPointer>
 #include <QtCore/QRegularExpression>
 #include <QtWidgets/QAction>
 
@@ -64,6 +65,24 @@ bool askForCopy(const Interface *interface, const QString &question)
     return askWarning(interface->mainWindow(), FileEditor::tr("External file!"), question);
 }
 
+/// A file of a project, or of none, across boxes: behind them either may be closed.
+class OpenFile
+{
+public:
+    explicit OpenFile(ProjectFile *file)
+        : m_file(file)
+        , m_project(file->project())
+        , m_isLoose(!m_project)
+    {
+    }
+    bool isThere() const { return m_isLoose || (m_project && m_project->fileID(m_file).bits != 0); }
+
+private:
+    ProjectFile *m_file;
+    QPointer<Project> m_project;
+    bool m_isLoose;
+};
+
 /// The suffix that a pattern asks for, with its dot; empty when the pattern names none or many.
 QString suffixOf(const QString &pattern)
 {
@@ -120,8 +139,11 @@ bool FileEditor::canDiscard() const
     const auto type = const_cast<FileEditor *>(this)->canEditFileType();
     const QList<ProjectFile *> files = project->filesByType(type);
     // Each file is asked about, also behind a No: the user learns of all of them.
-    for (const ProjectFile *file : files)
-        result = canDiscard(file) && result;
+    QList<OpenFile> open;
+    for (ProjectFile *file : files)
+        open.append(OpenFile(file));
+    for (int i = 0; i < files.size(); ++i)
+        result = (!open[i].isThere() || canDiscard(files[i])) && result;
     return result;
 }
 
@@ -158,13 +180,13 @@ void FileEditor::create()
 void FileEditor::open()
 {
     Engine *engine = interface->engine();
-    Project *project = interface->currentProject();
+    const QPointer<Project> project = interface->currentProject();
     if (!engine || !project)
         return;
     const QString path =
         getOpenFileName(interface->mainWindow(), tr("Open %1...").arg(QLatin1String(name())),
                         startDirectory(this, project), filterOf(this, patternOf(this, interface)));
-    if (path.isEmpty())
+    if (path.isEmpty() || !project)
         return;
     const bool isChild = isInside(project, path);
     const auto type = canEditFileType();
@@ -173,6 +195,7 @@ void FileEditor::open()
         return;
     const unsigned int selected = project->selectedFile(type);
     project->addFile(file, type);
+    const OpenFile added(file);
     const bool asCopy =
         !isChild &&
         askForCopy(interface,
@@ -180,7 +203,12 @@ void FileEditor::open()
                       "on 'Run in engine', 'Backup' and 'Save as' functions. Do you want to "
                       "load it as copy?\nNote: As copy, if you save it the previous file will "
                       "be overwritten!"));
-    if (!file->fromFile(FileSystemArchive::instance(), path, asCopy)) {
+    if (!added.isThere())
+        return;
+    const bool isLoaded = file->fromFile(FileSystemArchive::instance(), path, asCopy);
+    if (!added.isThere())
+        return;
+    if (!isLoaded) {
         project->removeFile(file);
         project->setSelectedFile(type, selected);
         return;
@@ -215,10 +243,11 @@ void FileEditor::saveFileAs(ProjectFile *file, FileEditor *editor, Interface *in
         return;
     const QString pattern = patternOf(editor, interface);
     Project *project = file->project();
+    const OpenFile saved(file);
     const QString path = getSaveFileName(
         interface->mainWindow(), tr("Save %1 as...").arg(QLatin1String(editor->name())),
         startDirectory(editor, project), filterOf(editor, pattern), suffixOf(pattern));
-    if (path.isEmpty())
+    if (path.isEmpty() || !saved.isThere())
         return;
     const bool asCopy =
         !isInside(project, path) &&
@@ -227,7 +256,11 @@ void FileEditor::saveFileAs(ProjectFile *file, FileEditor *editor, Interface *in
                       "on 'Run in engine', 'Backup' and 'Save as' functions. Do you want to "
                       "save it as copy?\nNote: As copy, we keep the reference to the previous "
                       "file!"));
+    if (!saved.isThere())
+        return;
     file->toFile(FileSystemArchive::instance(), path, asCopy);
+    if (!saved.isThere())
+        return;
     keepDirectory(editor, project, path);
     emit editor->modified();
 }

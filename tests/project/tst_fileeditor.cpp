@@ -235,6 +235,45 @@ private slots:
                               "previous file!"));
     }
 
+    void closedBehindTheBox_data()
+    {
+        QTest::addColumn<bool>("opens");
+        QTest::addColumn<bool>("discards");
+        QTest::newRow("of an open") << true << false;
+        QTest::newRow("of a save as") << false << false;
+        QTest::newRow("of a discard") << false << true;
+    }
+
+    void closedBehindTheBox()
+    {
+        QFETCH(bool, opens);
+        QFETCH(bool, discards);
+        makeFile(outside("a.snd"), "outside");
+        if (!opens) {
+            current("first");
+            current("second");
+        }
+        if (!discards)
+            m_host->dialogs().expectFiles({outside(opens ? "a.snd" : "b.snd")});
+        m_host->dialogs().expectDialog([this](QDialog *box) {
+            m_project->release();
+            m_project = (new FakeParent(base()))->open("d.def");
+            m_host->activeProject = m_project;
+            m_editor->setCurrentFile(nullptr);
+            static_cast<QMessageBox *>(box)->button(QMessageBox::Yes)->click();
+        });
+        if (opens)
+            m_editor->open();
+        else if (discards)
+            QVERIFY(m_editor->FileEditor::canDiscard());
+        else
+            m_editor->saveAs();
+        QCOMPARE(FakeFile::alive, 0);
+        QCOMPARE(m_project->files().size(), 1);
+        QVERIFY(!QFile::exists(outside("b.snd")));
+        QVERIFY(!m_project->option("sounds_path").isValid());
+    }
+
     void suffixes_data()
     {
         QTest::addColumn<QString>("pattern");
