@@ -86,13 +86,14 @@ void ParentProjectPrivate::addProject(CodeDocument *document)
     Opened &opened = projects[project];
     opened.node = this;
     opened.document = text;
-    rebuild(project);
     opened.contents =
         connect(text, &QTextDocument::contentsChanged, this, [this, project] { rebuild(project); });
     // A first save gives a document its name only after it has told that it is unmodified.
     opened.modification = connect(
         text, &QTextDocument::modificationChanged, this, [this, project] { rebuild(project); },
         Qt::QueuedConnection);
+    // Last: a view that is told of the rows may close the project.
+    rebuild(project);
 }
 
 void ParentProjectPrivate::rebuild(Project *project)
@@ -325,6 +326,7 @@ void ParentProject::addPath(const QString &name, PathType type, const QStringLis
     if (!parts.isEmpty() && parts.last().isEmpty())
         parts.removeLast();
     BasePath *node = d.get();
+    d->beginMerge();
     for (const QString &part : qAsConst(parts)) {
         BasePath *child = node->find(part, false);
         if (!child) {
@@ -338,6 +340,7 @@ void ParentProject::addPath(const QString &name, PathType type, const QStringLis
         child->fixed = true;
         node = child;
     }
+    d->endMerge();
 }
 
 void ParentProject::removePath(const QString &name)
@@ -348,12 +351,14 @@ void ParentProject::removePath(const QString &name)
     if (!node || !node->above())
         return;
     BasePath *above = node->above();
+    d->beginMerge();
     const int row = node->row();
     d->forget(node);
     beginRemoveRows(d->indexOf(above), row, row);
     above->takeChildren(row, row);
     endRemoveRows();
     delete node;
+    d->endMerge();
 }
 
 const ParentProject::Path *ParentProject::filePath(const QString &absolutePath) const

@@ -431,6 +431,35 @@ private slots:
             two->release();
     }
 
+    void closingInTheMiddleOfACall_data()
+    {
+        QTest::addColumn<QByteArray>("signal");
+        QTest::newRow("that opens the project")
+            << QByteArray(SIGNAL(rowsInserted(QModelIndex, int, int)));
+        QTest::newRow("that removes a path")
+            << QByteArray(SIGNAL(rowsAboutToBeRemoved(QModelIndex, int, int)));
+    }
+
+    void closingInTheMiddleOfACall()
+    {
+        QFETCH(QByteArray, signal);
+        makeFile(base() + "art/a.txt");
+        makeFile(base() + "one.def", "2 b.txt");
+        QPointer<FakeParent> parent = new FakeParent(base());
+        parent->addPath("art", scanAll, {"*.txt"});
+        auto *document = new FakeDocument;
+        QPointer<FakeProject> project = new FakeProject(parent, document);
+        QVERIFY(document->fromFile(parent->archive(), base() + "one.def", false));
+        Closer closer;
+        closer.close = [&] { project->release(); };
+        connect(parent, signal, &closer, SLOT(run()));
+        project->addToParent();
+        if (project)
+            parent->removePath("art");
+        QVERIFY(!project);
+        QTRY_VERIFY(!parent);
+    }
+
     void directoryWithoutPermission()
     {
         makeFile(base() + "art/shut/a.txt");
