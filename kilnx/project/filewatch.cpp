@@ -67,7 +67,7 @@ FileWatcherManager::FileWatcherManager()
 {
     connect(&m_watcher, &QFileSystemWatcher::fileChanged, this, &FileWatcherManager::fileChanged);
     connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this,
-            &FileWatcherManager::watchMissing);
+            &FileWatcherManager::settleLater);
 }
 
 void FileWatcherManager::add(FileWatchObject *object)
@@ -120,10 +120,8 @@ void FileWatcherManager::watch(const QString &path)
     if (path.isEmpty() || m_wanted.contains(path))
         return;
     m_wanted.insert(path);
-    if (!m_watcher.addPath(path)) {
+    if (!m_watcher.addPath(path))
         m_missing.insert(path);
-        watchMissing();
-    }
 }
 
 /// Takes up the missing files that are there now, and watches the directories of the others.
@@ -195,8 +193,9 @@ void FileWatcherManager::fileChanged(const QString &path)
     if (m_watcher.addPath(path)) {
         tell(path);
     } else {
+        // Once for all that are gone: a look at them costs as much as there are.
         m_missing.insert(path);
-        watchMissing();
+        settleLater();
     }
 }
 
