@@ -173,8 +173,9 @@ SavePlan ParentProjectPrivate::planMove(const QString &target, QStringList &othe
                 plan.addDefinition(project, directory + QFileInfo(name).fileName());
         }
         collectOthers(this, others);
+        plan.noteOpen(all);
         for (const QString &name : qAsConst(others))
-            plan.addOther(*archive, path() + name, target + name, all);
+            plan.addOther(*archive, path() + name, target + name);
     }
     plan.noteLeftOut(all);
     return plan;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include <QtCore/QFileInfo>
+#include <QtCore/QPointer>
 
 #include <kilnx/code/codedocument.h>
 #include <kilnx/project/archive.h>
@@ -99,8 +100,13 @@ ProjectFile *Project::file(FileID::Type type) const
 
 void Project::reload()
 {
-    for (ProjectFile *file : files()) {
-        if (file->archive().fileExists(file->fileName()))
+    const QPointer<Project> guard(this);
+    const QList<ProjectFile *> all = files();
+    for (ProjectFile *file : all) {
+        // A file may tell of a failure in a box, behind which others are closed.
+        if (!guard)
+            return;
+        if (fileID(file).bits != 0 && file->archive().fileExists(file->fileName()))
             file->fromFile(file->archive(), file->fileName(), false);
     }
 }

@@ -65,6 +65,14 @@ SavePlan::Place SavePlan::placeOf(Archive &archive, const QString &name)
             canonical.isEmpty() ? QDir::cleanPath(name) : canonical};
 }
 
+SavePlan::Step &SavePlan::stepAt(Archive &archive, const QString &name)
+{
+    Step &step = m_steps[placeOf(archive, name)];
+    if (step.name.isEmpty())
+        step.name = name;
+    return step;
+}
+
 void SavePlan::addMemory(Step &step, const Instance &instance)
 {
     const bool isBetter =
@@ -81,7 +89,7 @@ void SavePlan::addMemory(Step &step, const Instance &instance)
 
 void SavePlan::addSave(Project *project, ProjectFile *file)
 {
-    addMemory(m_steps[placeOf(file->archive(), file->fileName())], {project, file});
+    addMemory(stepAt(file->archive(), file->fileName()), {project, file});
 }
 
 void SavePlan::addDisk(const Project *owner,
@@ -94,7 +102,7 @@ void SavePlan::addDisk(const Project *owner,
     if (read == written)
         return;
     const bool isNew = !m_steps.contains(written);
-    Step &step = m_steps[written];
+    Step &step = stepAt(FileSystemArchive::instance(), target);
     if (isNew)
         step.owner = owner;
     if (step.from)
@@ -150,7 +158,7 @@ QList<ReferencedFile> SavePlan::addProject(Project *project, const QString &dire
             !name.startsWith(prefix) || !file->canSave())
             continue;
         const QString target = directory + name.mid(prefix.size());
-        addMemory(m_steps[placeOf(FileSystemArchive::instance(), target)], {project, file});
+        addMemory(stepAt(FileSystemArchive::instance(), target), {project, file});
     }
     for (const ReferencedFile &entry : qAsConst(entries)) {
         if (!entry.path.isEmpty())
@@ -164,26 +172,28 @@ void SavePlan::addDefinition(Project *project, const QString &target)
     ProjectFile *definition = project->file(Project::FileID::Definition);
     if (!definition)
         return;
-    Step &step = m_steps[placeOf(FileSystemArchive::instance(), target)];
+    Step &step = stepAt(FileSystemArchive::instance(), target);
     addMemory(step, {project, definition});
     step.isDefinition |= step.memory.file == definition;
 }
 
-void SavePlan::addOther(Archive &from,
-                        const QString &source,
-                        const QString &target,
-                        const QList<Project *> &projects)
+void SavePlan::noteOpen(const QList<Project *> &projects)
 {
-    addDisk(nullptr, from, source, target);
-    const Place place = placeOf(from, source);
     for (Project *project : projects) {
         const QList<ProjectFile *> files = project->files();
         for (ProjectFile *file : files) {
-            if (file->canSave() && !file->fileName().isEmpty() &&
-                placeOf(file->archive(), file->fileName()) == place)
-                addMemory(m_steps[placeOf(FileSystemArchive::instance(), target)], {project, file});
+            if (file->canSave() && !file->fileName().isEmpty())
+                m_open[placeOf(file->archive(), file->fileName())].append({project, file});
         }
     }
+}
+
+void SavePlan::addOther(Archive &from, const QString &source, const QString &target)
+{
+    addDisk(nullptr, from, source, target);
+    const QList<Instance> instances = m_open.value(placeOf(from, source));
+    for (const Instance &instance : instances)
+        addMemory(stepAt(FileSystemArchive::instance(), target), instance);
 }
 
 void SavePlan::noteLeftOut(const QList<Project *> &projects)
@@ -211,7 +221,7 @@ QStringList SavePlan::replaced() const
         const bool isOwnPlace =
             memory.file && placeOf(memory.file->archive(), memory.file->fileName()) == step.key();
         if (!isOwnPlace && step.key().first->fileExists(step.key().second))
-            names.append(step.key().second);
+            names.append(step->name);
     }
     return names;
 }
@@ -274,7 +284,7 @@ void SavePlan::runDefinition(const Project *project)
 bool SavePlan::hasMoved() const
 {
     for (auto step = m_steps.begin(); step != m_steps.end(); ++step) {
-        if (step->isDefinition && !report.written.contains(step.key().second))
+        if (step->isDefinition && !report.written.contains(step->name))
             return false;
     }
     return true;
@@ -296,20 +306,20 @@ void SavePlan::execute(const Place &target)
     step.isDone = true;
     executeReaders(target);
     if (!step.memory.file)
-        bring(*step.from, step.source, *target.first, target.second);
+        bring(*step.from, step.source, *target.first, step.name);
     else if (!step.memory.isOpen())
-        fail(target.second, tr("It was closed before it could be saved."));
+        fail(step.name, tr("It was closed before it could be saved."));
     else if (write(step, target))
         settleOthers(step, target);
     else if (!step.isDefinition && step.from && !target.first->fileExists(target.second))
-        bring(*step.from, step.source, *target.first, target.second);
+        bring(*step.from, step.source, *target.first, step.name);
 }
 
 bool SavePlan::write(const Step &step, const Place &target)
 {
     setFileError(QString());
     // A file goes back under the name that it has, be that a link.
-    const QString name = m_kind == Save ? step.memory.file->fileName() : target.second;
+    const QString name = m_kind == Save ? step.memory.file->fileName() : step.name;
     Archive &archive = m_kind == Save ? step.memory.file->archive() : *target.first;
     if (!step.memory.file->toFile(archive, name, m_kind == Backup)) {
         failToSave(name, tr("It could not be saved."));
@@ -338,7 +348,7 @@ void SavePlan::settleOthers(const Step &step, const Place &target)
             fail(other.file->fileName(),
                  tr("It is open twice, with different changes. Only those of one were saved."));
         else if (m_kind != Backup)
-            other.file->fromFile(*target.first, target.second, false);
+            other.file->fromFile(*target.first, step.name, false);
     }
 }
 

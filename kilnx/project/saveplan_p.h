@@ -39,11 +39,10 @@ public:
     QList<ReferencedFile> addProject(Project *project, const QString &directory);
     /// Plans the definition of a project that moves.
     void addDefinition(Project *project, const QString &target);
-    /// Plans a file of no project. An instance that any of `projects` has open comes first.
-    void addOther(Archive &from,
-                  const QString &source,
-                  const QString &target,
-                  const QList<Project *> &projects);
+    /// Notes what these projects have open, for addOther().
+    void noteOpen(const QList<Project *> &projects);
+    /// Plans a file of no project. An instance that is open comes first.
+    void addOther(Archive &from, const QString &source, const QString &target);
 
     /// Notes the changed files of these projects that no step saves.
     void noteLeftOut(const QList<Project *> &projects);
@@ -79,6 +78,7 @@ private:
 
     struct Step {
         const Project *owner = nullptr;
+        QString name;            ///< of the target as it was asked for, be that behind a link
         Instance memory;         ///< without a file: from disk
         QList<Instance> others;  ///< of the same file
         Archive *from = nullptr; ///< null: not on disk, or nothing to fall back on
@@ -88,6 +88,8 @@ private:
     };
 
     static Place placeOf(Archive &archive, const QString &name);
+    /// The step that writes that file.
+    Step &stepAt(Archive &archive, const QString &name);
     static void addMemory(Step &step, const Instance &instance);
     void addDisk(const Project *owner, Archive &from, const QString &source, const QString &target);
     void addEntry(Project *project,
@@ -107,6 +109,7 @@ private:
 
     Kind m_kind;
     QMap<Place, Step> m_steps;
+    QMap<Place, QList<Instance>> m_open;
     /// From a source on disk to the targets that are copied from it.
     QMultiMap<Place, Place> m_readers;
 };

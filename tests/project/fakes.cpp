@@ -6,6 +6,10 @@ using namespace Kiln;
 
 bool FakeFile::fromFile(Archive &archive, const QString &file, bool asCopy)
 {
+    if (inBox) {
+        std::exchange(inBox, nullptr)();
+        return false;
+    }
     FileWatchObject::fromFile(archive, file, asCopy);
     QIODevice *device = refuses ? nullptr : archive.openFile(file, QIODevice::ReadOnly);
     if (!device)
@@ -21,8 +25,8 @@ bool FakeFile::fromFile(Archive &archive, const QString &file, bool asCopy)
 
 bool FakeFile::toFile(Archive &archive, const QString &file, bool asCopy)
 {
-    if (whileSaving) {
-        std::exchange(whileSaving, nullptr)();
+    if (inBox) {
+        std::exchange(inBox, nullptr)();
         return false;
     }
     FileWatchObject::toFile(archive, file, asCopy);

@@ -71,7 +71,7 @@ public:
     bool modified = false;
     bool savable = true;
     bool refuses = false;
-    std::function<void()> whileSaving; ///< what a box lets happen
+    std::function<void()> inBox; ///< what the box of a failed load or save lets happen
     unsigned int capabilityBits = 0;
     int reloads = 0;
     int undos = 0;

@@ -195,14 +195,22 @@ private slots:
     void oneDefinitionMoves_data()
     {
         QTest::addColumn<QString>("folder");
-        QTest::newRow("from the base") << "";
-        QTest::newRow("from below the base") << "sub/";
+        QTest::addColumn<bool>("isLink");
+        QTest::newRow("from the base") << "" << false;
+        QTest::newRow("from below the base") << "sub/" << false;
+        QTest::newRow("over files behind a link") << "" << true;
     }
 
     void oneDefinitionMoves()
     {
         QFETCH(QString, folder);
+        QFETCH(bool, isLink);
         const QString own = base() + folder;
+        if (isLink) {
+            makeFile(other() + "real/new.def", "replaced");
+            makeFile(other() + "real/snd/a", "replaced");
+            QVERIFY(QFile::link(other() + "real", other() + "to"));
+        }
         makeFile(own + "d.def", "4 snd/a\n4 snd/data\n4 data\n4 all/\n4 /etc/passwd\n4 ../out");
         makeFile(own + "snd/a", "open");
         makeFile(own + "data", "closed");
@@ -450,16 +458,31 @@ private slots:
         QCOMPARE(dump(*m_parent), QString("d.def+1\ne.def+1\n"));
     }
 
+    void projectClosedInTheMiddle_data()
+    {
+        QTest::addColumn<bool>("restores");
+        QTest::newRow("of a save") << false;
+        QTest::newRow("of a restore") << true;
+    }
+
     void projectClosedInTheMiddle()
     {
-        makeFile(base() + "d.def", "4 a");
-        makeFile(base() + "a", "old");
+        QFETCH(bool, restores);
+        makeFile(base() + "d.def", "4 a\n4 b");
+        makeFile(base() + "backup/x/a", "backup");
         FakeProject *project = m_parent->open("d.def");
-        FakeFile *file = openFile(project, base() + "a");
-        change(file, "new");
-        file->whileSaving = [project] { project->release(); };
-        m_parent->save();
+        for (const char *name : {"a", "b"}) {
+            makeFile(base() + name, "old");
+            FakeFile *file = openFile(project, base() + name);
+            change(file, "new");
+            file->inBox = [project] { project->release(); };
+        }
+        if (restores)
+            QVERIFY(m_parent->restoreBackup("x"));
+        else
+            m_parent->save();
         QVERIFY(!m_parent);
+        QCOMPARE(contentsOf(base() + "a"), QByteArray(restores ? "backup" : "old"));
     }
 
     void killedSavesLoseNothing()
