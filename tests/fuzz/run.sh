@@ -14,7 +14,7 @@ shift
 
 # Targets and numbers of inputs; the slow ones come first.
 declare -A runs=(
-    [ops]=2000 [write]=5000 [pcx]=30000 [lz5_write]=100000 [qt]=100000 [gif]=400000
+    [ops]=2000 [write]=1000 [pcx]=30000 [lz5_write]=100000 [qt]=100000 [gif]=400000
     [palette]=250000 [info]=500000 [lz5]=500000 [rle5]=500000 [rle8]=500000)
 names=("$@")
 [[ ${#names[@]} -gt 0 ]] || names=(ops write pcx lz5_write qt gif palette info lz5 rle5 rle8)
