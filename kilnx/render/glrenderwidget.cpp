@@ -6,7 +6,6 @@
 #include <kilnx/render/texture_p.h>
 
 #include <QtGui/QOpenGLContext>
-#include <QtGui/QPaintEvent>
 #include <QtGui/QPainter>
 
 namespace Kiln
@@ -54,6 +53,7 @@ void GLRenderWidget::setRenderer(Renderer *renderer)
         return;
     }
     makeCurrent();
+    d->allWanted = true;
     renderer->onOpenGL = true;
     renderer->renderWidget = this;
     if (hasWorkingContext())
@@ -63,12 +63,15 @@ void GLRenderWidget::setRenderer(Renderer *renderer)
 
 void GLRenderWidget::update()
 {
+    d->allWanted = true;
     QOpenGLWidget::update();
 }
 
 void GLRenderWidget::updateArea(const QRect &area)
 {
-    QOpenGLWidget::update(area);
+    // Qt always asks a widget of this kind to paint all of itself.
+    d->areaWanted |= area;
+    QOpenGLWidget::update();
 }
 
 void GLRenderWidget::setCustomPixelShader(const char *indexedSource, const char *rgbaSource)
@@ -76,6 +79,7 @@ void GLRenderWidget::setCustomPixelShader(const char *indexedSource, const char 
     if (!context() || !d->indexedShaders.programs[0])
         return;
     const bool wasCurrent = QOpenGLContext::currentContext() == context();
+    d->allWanted = true;
     if (!wasCurrent)
         makeCurrent();
     if (hasWorkingContext() && !d->buildShaders(indexedSource, rgbaSource))
@@ -116,21 +120,21 @@ void GLRenderWidget::paintGL()
         const QColor color = d->renderer->clearColor();
         gl->glClearColor(float(color.redF()), float(color.greenF()), float(color.blueF()), 1);
     }
-    const bool partly = d->area.isValid() && d->area != rect();
-    if (partly)
+    if (!d->area.isEmpty())
         d->setScissor();
     gl->glClear(GL_COLOR_BUFFER_BIT);
     gl->glDisable(GL_SCISSOR_TEST);
     if (!d->renderer)
         return;
     QPainter painter(this);
-    if (partly)
+    if (!d->area.isEmpty())
         painter.setClipRect(d->area);
     d->renderer->render(painter);
 }
 
 void GLRenderWidget::resizeGL(int width, int height)
 {
+    d->allWanted = true;
     if (d->renderer)
         d->renderer->sizeChanged(width, height);
     d->projection.setToIdentity();
@@ -154,7 +158,9 @@ void GLRenderWidget::paintEvent(QPaintEvent *event)
         return;
     }
     d->painted = false;
-    d->area = event->region().boundingRect();
+    d->area = d->allWanted ? QRect() : d->areaWanted;
+    d->allWanted = false;
+    d->areaWanted = QRect();
     QOpenGLWidget::paintEvent(event);
     d->area = QRect();
     if (!d->painted && !size().isEmpty() && updatesEnabled())

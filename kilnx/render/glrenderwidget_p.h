@@ -61,7 +61,10 @@ public:
     QMetaObject::Connection contextConnection;
     bool hasFailed = false;
     bool painted = false; // paintGL() ran in the paint event at hand
-    QRect area;           // of the paint event at hand, in logical pixels; invalid: all
+    QRect area;           // that the paint event at hand draws, in logical pixels; empty: all
+    // What the next paint event draws. The picture of before is kept until the size changes.
+    QRect areaWanted;
+    bool allWanted = true;
 
     /// Keeps drawing within `area`.
     void setScissor();

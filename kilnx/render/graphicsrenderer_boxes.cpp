@@ -279,8 +279,8 @@ void GraphicsRendererPrivate::dropDrawing()
 void GraphicsRendererPrivate::abandonDrag()
 {
     dropDrawing();
-    for (int group = 0; group < 8 && pressed && hit >= HitBox; ++group)
-        readBoxes(group);
+    if (pressed && hit >= HitBox)
+        readAllBoxes();
     pressed = false;
     moved = false;
 }
@@ -390,11 +390,16 @@ void GraphicsRendererPrivate::endWriting()
     writing = false;
     if (!pending)
         return;
+    readAllBoxes();
+    pending = 0;
+}
+
+void GraphicsRendererPrivate::readAllBoxes()
+{
     anySelected = false;
     selectionRect = emptySelection;
     for (int group = 0; group < 8; ++group)
         readBoxes(group);
-    pending = 0;
 }
 
 void GraphicsRenderer::updateSelectedBoxes()

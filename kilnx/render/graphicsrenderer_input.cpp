@@ -172,7 +172,7 @@ void GraphicsRendererPrivate::press(QPoint point, Qt::KeyboardModifiers modifier
     QWidget *widget = q->widget();
     if (widget)
         widget->setFocus(Qt::MouseFocusReason);
-    dropDrawing();
+    abandonDrag();
     pressed = true;
     moved = false;
     lastPosition = point;

@@ -260,6 +260,7 @@ public:
     void moveSelection(QPoint step);
     void resizeSelection(QPoint step, QPoint sizeStep);
     void readBoxes(int group);
+    void readAllBoxes();
     void beginWriting();
     void endWriting();
     QRect selectionArea() const;

@@ -6,6 +6,7 @@
 #include <QtCore/QMutex>
 #include <QtCore/QSet>
 #include <QtCore/QThread>
+#include <QtCore/QtEndian>
 #include <QtGui/QGuiApplication>
 #include <QtGui/QImage>
 #include <QtGui/QOffscreenSurface>
@@ -135,15 +136,16 @@ void copyIndices(const QImage &image, int stride, char *out)
 void copyColors(const QImage &image, char *out)
 {
     const QImage colors = image.convertToFormat(QImage::Format_ARGB32);
+    const int width = colors.width();
     const qint64 stride = qMin(image.bytesPerLine(), colors.bytesPerLine());
     for (int y = colors.height() - 1; y >= 0; --y) {
         const auto *source = reinterpret_cast<const QRgb *>(colors.constBits() + y * stride);
-        for (int x = 0; x < colors.width(); ++x, out += 4) {
-            out[0] = char(qRed(source[x]));
-            out[1] = char(qGreen(source[x]));
-            out[2] = char(qBlue(source[x]));
-            out[3] = char(qAlpha(source[x]));
+        auto *pixels = reinterpret_cast<quint32 *>(out);
+        for (int x = 0; x < width; ++x) {
+            const quint32 c = source[x];
+            pixels[x] = qToLittleEndian((c & 0xFF00FF00U) | (c & 0xFFU) << 16 | (c >> 16 & 0xFFU));
         }
+        out += qint64(width) * 4;
     }
 }
 
@@ -233,15 +235,16 @@ void Texture::dataFromImage(const QImage &image, ImageData &data)
     data.indexed = image.format() == QImage::Format_Indexed8;
     data.size = image.size();
     data.textureSize = data.size;
-    data.data.clear();
-    if (image.isNull())
+    if (image.isNull()) {
+        data.data.clear();
         return;
+    }
     if (!anySize)
         data.textureSize = {powerOfTwo(image.width()), powerOfTwo(image.height())};
     const qint64 bytes = byteCount(data.textureSize, data.indexed);
+    data.data.resize(int(qMax<qint64>(bytes, 0)));
     if (bytes < 0)
         return;
-    data.data.resize(int(bytes));
     if (data.indexed)
         copyIndices(image, data.textureSize.width(), data.data.data());
     else

@@ -76,7 +76,6 @@ void FakeView::paintSprite(QPainter &painter,
                            Sprite *sprite,
                            int)
 {
-    ++paintedSprites;
     paint(painter, static_cast<FakeSprite *>(sprite)->picture, {anchor + offset, size}, flip,
           opacity);
 }
@@ -101,7 +100,6 @@ void FakeView::drawSprite(QPoint anchor,
                           Sprite *sprite,
                           int)
 {
-    ++paintedSprites;
     draw(sprite, {anchor + offset, size}, flip, opacity, EffectNone);
 }
 
@@ -113,6 +111,12 @@ void FakeView::drawOnionSprite(const Sprite *sprite,
                                OnionEffect effect)
 {
     draw(sprite, {anchor + offset, size}, 0, opacity, static_cast<unsigned char>(effect));
+}
+
+void FakeView::render(QPainter &painter)
+{
+    ++frames;
+    GraphicsRenderer::render(painter);
 }
 
 void FakeView::spritesChanged()

@@ -104,7 +104,9 @@ public:
     /// Other sprites may have come to the places of the old ones.
     void spritesChanged() override;
 
-    int paintedSprites = 0;
+    void render(QPainter &painter) override;
+
+    int frames = 0;
 
 private:
     struct Card {

@@ -86,6 +86,78 @@ QPoint PlainScene::handle(QPoint place) const
                   away(selected.y() * scale + place.y() * selected.height() * zoom / 2));
 }
 
+PlainScene::Target PlainScene::guideAt(QPoint point) const
+{
+    const int reach = 2 + ::away(qMin(1.0, zoom));
+    const int x = point.x() - origin.x() - ::away(guides.x() * zoom) + 1;
+    const int y = point.y() - origin.y() - ::away(guides.y() * zoom) + 1;
+    if (!guidesVisible)
+        return {};
+    return {x >= 0 && x < reach ? 6 : y >= 0 && y < reach ? 5 : 0};
+}
+
+PlainScene::Target PlainScene::boxAt(QPoint point, int group, int below) const
+{
+    for (; group >= 0; --group, below = 1 << 30) {
+        for (int i = qMin(below, boxes[group].size()) - 1; i >= 0; --i) {
+            if (boxesVisible[group] && boxArea(boxes[group][i].rect).contains(point))
+                return {7, group, i};
+        }
+    }
+    return {};
+}
+
+/// What a thing that does not move itself stands for: its cross, its sprite, or nothing.
+static int standsFor(int mode, int parent)
+{
+    return (mode & 3) == 2 ? 2 + parent : (mode & 3) == 3 ? 1 : 0;
+}
+
+PlainScene::Target PlainScene::handleOrBoxAt(QPoint point) const
+{
+    for (int i = 0; i < 8 && handlesShown; ++i) {
+        if (QRect(handle(handlePlaces[i]) - QPoint(6, 6), QSize(12, 12)).contains(point))
+            return {8 + i};
+    }
+    Target box = boxAt(point, 1, 1 << 30);
+    if (box.hit && !(boxMode & 12))
+        box.hit = standsFor(boxMode, boxParent);
+    return {box.hit, box.group, box.hit == 1 ? boxParent : box.index};
+}
+
+PlainScene::Target PlainScene::hitTest(QPoint point, int mode) const
+{
+    const Target guide = guideAt(point);
+    if (QRect(QPoint(), view).contains(point) && (point.x() < 30 || point.y() < 30))
+        return {};
+    if (!spriteOverGuides && guide.hit)
+        return guide;
+    if (mode == 1)
+        return {};
+    const Target box = mode == 2 ? Target() : handleOrBoxAt(point);
+    if (contactOverCross && box.hit)
+        return box;
+    for (int i = 2; i >= 0 && mode != 2; --i) {
+        const QSize natural = crossPictures[i].size();
+        const QSize size(::away(natural.width() * zoom), ::away(natural.height() * zoom));
+        const QPoint corner = crossPoint(i) - QPoint(size.width() / 2, size.height() / 2);
+        const bool counts = crosses[i].visible && (crosses[i].mode & 12);
+        if (counts && QRect(corner, size).contains(point))
+            return {2 + i};
+    }
+    if (box.hit)
+        return box;
+    for (int i = sprites.size() - 1; i >= 0; --i) {
+        const Sprite &sprite = sprites[i];
+        const QRect area(anchor(sprite.mode, sprite.parent) + offset(sprite), sizeOf(sprite));
+        const bool own = mode == 2 || (sprite.mode & 12);
+        const int hit = own ? 1 : standsFor(sprite.mode, sprite.parent);
+        if (hit && area.contains(point))
+            return {hit, -1, i};
+    }
+    return spriteOverGuides ? guide : Target();
+}
+
 /// Blends a colour of 0.0 to 1.0 on one device pixel.
 void PlainScene::put(int x, int y, const double (&color)[3], double alpha, int blur)
 {
@@ -235,7 +307,7 @@ void PlainScene::paintBoxes(int group)
 void PlainScene::paintHandles()
 {
     for (const QPoint &place : handlePlaces) {
-        if (selected.isNull())
+        if (!handlesShown)
             return;
         const QPoint corner = handle(place);
         fill({corner, QSize(9, 9)}, Qt::gray);

@@ -59,7 +59,8 @@ struct PlainScene {
     double boxOpacity = 1;
     bool boxesVisible[2] = {true, true};
     int boxMode = 13, boxParent = 0;
-    QRect selected; // around the selected boxes, in image pixels; null for no handles
+    QRect selected; // around the selected boxes, in image pixels
+    bool handlesShown = false;
     bool guidesVisible = false, rulersVisible = false;
     QPoint guides;
     bool spriteOverGuides = false, contactOverCross = false;
@@ -84,7 +85,18 @@ struct PlainScene {
     QPoint handle(QPoint place) const;
     QRect selection() const;
 
+    /// What the mouse is on: the code, and the box or sprite.
+    struct Target {
+        int hit = 0, group = -1, index = -1;
+    };
+    /// `mode` is 0 for positioning, 1 for drawing boxes, 2 for capturing.
+    Target hitTest(QPoint point, int mode) const;
+    /// The first box at a point below one of a group.
+    Target boxAt(QPoint point, int group, int below) const;
+
 private:
+    Target guideAt(QPoint point) const;
+    Target handleOrBoxAt(QPoint point) const;
     int thickness() const;
     void put(int x, int y, const double (&color)[3], double alpha, int blur);
     void fill(const QRect &area, const QColor &color, double alpha = 1);

@@ -11,47 +11,286 @@ class PlainUser
 public:
     PlainScene scene;
     QVector<QRect> text[2];
-    bool refuses = false; ///< the text takes no new box
-    int mode = 0;         ///< 0 positions, 1 draws boxes, 2 captures
-    QSize crossSizes[3];
-    QStringList log; ///< what was told, in order
+    bool refuses = false;           ///< the text takes no new box
+    int mode = 0;                   ///< 0 positions, 1 draws boxes, 2 captures
+    QStringList log;                ///< what was told, in order
+    bool &any = scene.handlesShown; ///< there is a selection that the keys act on
+    QRect &around = scene.selected; ///< with the part of a drag that is under way
 
-    void press(QPoint point, bool left, bool shift, bool control);
-    void move(QPoint point);
-    void release(bool left, bool right);
-    void remove();
-    void nudge(QPoint step);
-    void draw(int kind);
-    void position();
-    void capture();
-    void setText(int kind, const QVector<QRect> &rects);
-    void deselect();
-
-    bool any = false; ///< there is a selection that the keys act on
-    QRect around;     ///< what is selected, with the part of a drag that is under way
+    void deselect()
+    {
+        for (PlainScene::Box *box : selected())
+            box->selected = false;
+        any = false;
+        around = QRect();
+    }
+    void press(QPoint point, bool left, bool shift, bool control)
+    {
+        if (!left) {
+            m_hit = m_pressed ? m_hit : scene.hitTest(point, mode).hit;
+            return;
+        }
+        abandon();
+        m_pressed = true;
+        m_last = point;
+        if (mode != 1 && !control) {
+            pick(point, shift);
+            return;
+        }
+        m_hit = mode == 1 ? 14 : 0;
+        if (mode != 1)
+            return;
+        deselect();
+        const int step = scene.zoom > 1 ? int(scene.zoom) : 1;
+        const QPoint from = scene.anchor(scene.boxMode, scene.boxParent);
+        const QPoint at(away((point.x() - point.x() % step - from.x()) / scene.zoom),
+                        away((point.y() - point.y() % step - from.y()) / scene.zoom));
+        scene.boxes[m_group].append({QRectF(at, QSizeF(0, 0)), true});
+        m_index = scene.boxes[m_group].size() - 1;
+        m_start = around = QRect(at, QSize(1, 1));
+        m_drawing = true;
+    }
+    void move(QPoint point)
+    {
+        if (!m_pressed || mode == 2)
+            return;
+        QPoint delta = point - m_last;
+        const QPoint place = m_hit >= 8 ? handlePlaces[m_hit - 8] : QPoint();
+        if (place.x() == 1)
+            delta.setX(0);
+        if (place.y() == 1)
+            delta.setY(0);
+        QPoint scaled = delta;
+        if (m_hit != 0) {
+            scaled = {away(delta.x() / scene.zoom), away(delta.y() / scene.zoom)};
+            if (scene.zoom > 1)
+                delta = {away(scaled.x() * scene.zoom), away(scaled.y() * scene.zoom)};
+        }
+        if (m_hit < 8)
+            m_last += delta;
+        if (scaled.isNull())
+            return;
+        m_moved = true;
+        drag(delta, scaled);
+    }
+    void release(bool left, bool right)
+    {
+        if (m_pressed && !left)
+            return;
+        const bool dragged = m_moved && m_pressed && left;
+        m_pressed = m_moved = false;
+        if (right && mode == 1) {
+            position();
+            log.append("exit");
+        } else if (left && m_drawing) {
+            m_drawing = false;
+            PlainScene::Box &box = scene.boxes[m_group][m_index];
+            const QRect rect = rounded(box.rect);
+            if (!rect.width() || !rect.height() || refuses) {
+                scene.boxes[m_group].removeLast();
+                around = QRect();
+                return;
+            }
+            box.rect = QRectF(rect).normalized();
+            text[m_group].append(box.rect.toRect());
+            reread();
+        } else if (dragged && m_hit >= 1 && m_hit <= 4) {
+            if (itemMode() & 12)
+                tell("released", m_hit == 1 ? 3 : m_hit - 2, *itemPosition());
+        } else if (dragged && m_hit >= 7 && (scene.boxMode & 12)) {
+            commit();
+        }
+    }
+    void remove()
+    {
+        for (int group = 0; any && group < 2; ++group) {
+            for (int i = text[group].size() - 1; i >= 0; --i) {
+                if (scene.boxes[group][i].selected) {
+                    scene.boxes[group].remove(i);
+                    text[group].remove(i);
+                }
+            }
+        }
+        if (any)
+            deselect();
+    }
+    void nudge(QPoint step)
+    {
+        if (any)
+            moveBoxes(allowed(scene.boxMode, step));
+        commit();
+    }
+    /// Draws boxes of a kind, or captures.
+    void enter(int newMode, int kind)
+    {
+        abandon();
+        mode = newMode;
+        m_group = mode == 1 ? kind : m_group;
+        m_countBefore = scene.boxes[m_group].size();
+        deselect();
+    }
+    void position()
+    {
+        if (mode == 1) {
+            abandon();
+            if (scene.boxes[m_group].size() > m_countBefore) {
+                deselect();
+                scene.boxes[m_group].last().selected = any = true;
+                around = scene.selection();
+            }
+        }
+        mode = 0;
+    }
+    void setText(int kind, const QVector<QRect> &rects)
+    {
+        if (m_pressed && m_hit >= 7)
+            abandon();
+        text[kind] = rects;
+        reread();
+    }
 
 private:
-    struct Target {
-        int hit, group, index;
-    };
-    Target hitTest(QPoint point) const;
-    Target hitGuides(QPoint point) const;
-    Target hitBoxes(QPoint point) const;
-    Target boxAt(QPoint point, int group, int below) const;
-    int standsFor(int boxMode, int parent) const;
-    void pick(QPoint point, bool shift);
-    void drag(QPoint delta, QPoint scaled);
-    void dragItem(QPoint &position, int itemMode, QPoint delta, QPoint scaled, double x, double y);
-    void resize(QPoint step);
-    void commit();
-    void reread();
-    void drop();
-    void abandon();
-    void tell(const QString &what, int item, QPoint position);
+    static QRect rounded(const QRectF &rect)
+    {
+        return {away(rect.x()), away(rect.y()), away(rect.width()), away(rect.height())};
+    }
+    static QPoint allowed(int itemMode, QPoint step)
+    {
+        return {(itemMode & 4) ? step.x() : 0, (itemMode & 8) ? step.y() : 0};
+    }
+    QVector<PlainScene::Box *> selected()
+    {
+        QVector<PlainScene::Box *> found;
+        for (QVector<PlainScene::Box> &group : scene.boxes) {
+            for (PlainScene::Box &box : group) {
+                if (box.selected)
+                    found.append(&box);
+            }
+        }
+        return found;
+    }
+    void tell(const QString &what, int item, QPoint at)
+    {
+        log.append(QStringLiteral("%1 %2 %3 %4").arg(what).arg(item).arg(at.x()).arg(at.y()));
+    }
+    /// Of the sprite or cross that is dragged.
+    int itemMode() const
+    {
+        const int sprite = m_index < scene.sprites.size() ? scene.sprites.value(m_index).mode : 0;
+        return m_hit == 1 ? sprite : scene.crosses[m_hit - 2].mode;
+    }
+    QPoint *itemPosition()
+    {
+        return m_hit == 1 ? &scene.sprites[m_index].position : &scene.crosses[m_hit - 2].position;
+    }
+    void pick(QPoint point, bool shift)
+    {
+        const PlainScene::Target target = scene.hitTest(point, mode);
+        const PlainScene::Target next =
+            any ? scene.boxAt(point, m_group, m_index) : PlainScene::Target();
+        m_hit = target.hit;
+        m_start = around;
+        if (m_hit >= 8)
+            return;
+        m_group = target.group < 0 ? m_group : target.group;
+        m_index = target.index;
+        if (!shift)
+            deselect();
+        if (m_hit != 7)
+            return;
+        m_group = next.hit ? next.group : m_group;
+        m_index = next.hit ? next.index : m_index;
+        bool &chosen = scene.boxes[m_group][m_index].selected;
+        chosen = !(shift && chosen);
+        any = false;
+        for (const PlainScene::Box &box : scene.boxes[m_group])
+            any |= box.selected;
+        around = any ? scene.selection() : QRect();
+    }
+    void moveBoxes(QPoint step)
+    {
+        for (PlainScene::Box *box : selected())
+            box->rect.translate(step);
+        around = any ? scene.selection() : QRect();
+    }
+    void drag(QPoint delta, QPoint scaled)
+    {
+        if (m_hit == 0) {
+            scene.origin += delta;
+        } else if (m_hit <= 4 && (itemMode() & 12)) {
+            const QPoint step = allowed(itemMode(), (itemMode() & 0xF3) ? scaled : delta);
+            const bool sprite = m_hit == 1;
+            *itemPosition() += {int(step.x() / (sprite ? scene.sprites[m_index].scaleX : 1)),
+                                int(step.y() / (sprite ? scene.sprites[m_index].scaleY : 1))};
+            tell("moved", sprite ? 3 : m_hit - 2, *itemPosition());
+        } else if (m_hit == 5 || m_hit == 6) {
+            scene.guides += m_hit == 5 ? QPoint(0, scaled.y()) : QPoint(scaled.x(), 0);
+        } else if (m_hit == 7) {
+            moveBoxes(allowed(scene.boxMode, scaled));
+        } else if (m_hit > 7 && (m_drawing || (scene.boxMode & 12))) {
+            resize(scaled);
+        }
+    }
+    void resize(QPoint step)
+    {
+        const QPoint place = handlePlaces[m_hit - 8];
+        around = m_start.adjusted(place.x() == 0 ? step.x() : 0, place.y() == 0 ? step.y() : 0,
+                                  place.x() == 2 ? step.x() : 0, place.y() == 2 ? step.y() : 0);
+        const double x = double(around.width()) / m_start.width();
+        const double y = double(around.height()) / m_start.height();
+        for (int group = 0; group < 2; ++group) {
+            for (int i = 0; i < scene.boxes[group].size(); ++i) {
+                const QRectF base = m_drawing ? m_start : text[group].value(i);
+                if (scene.boxes[group][i].selected) {
+                    scene.boxes[group][i].rect = {around.x() + (base.x() - m_start.x()) * x,
+                                                  around.y() + (base.y() - m_start.y()) * y,
+                                                  base.width() * x, base.height() * y};
+                }
+            }
+        }
+    }
+    /// Writes what is selected to the text, as the client does when boxes are released.
+    void commit()
+    {
+        tell("released", 4, {});
+        const bool written = !selected().isEmpty() && !(m_drawing && selected().size() == 1);
+        for (int group = 0; group < 2; ++group) {
+            for (int i = 0; i < text[group].size(); ++i) {
+                if (scene.boxes[group][i].selected)
+                    text[group][i] = rounded(scene.boxes[group][i].rect);
+            }
+        }
+        if (written)
+            reread();
+    }
+    /// The boxes become those of the text; a selected one stays so if it is the same.
+    void reread()
+    {
+        for (int group = 0; group < 2; ++group) {
+            scene.boxes[group].resize(text[group].size());
+            for (int i = 0; i < text[group].size(); ++i) {
+                PlainScene::Box &box = scene.boxes[group][i];
+                box = {text[group][i], box.selected && rounded(box.rect) == text[group][i]};
+            }
+        }
+        any = !selected().isEmpty();
+        around = any ? scene.selection() : QRect();
+    }
+    /// What is being drawn or dragged is as the text has it again.
+    void abandon()
+    {
+        if (m_drawing) {
+            scene.boxes[m_group].removeLast();
+            around = QRect();
+        }
+        m_drawing = false;
+        if (m_pressed && m_hit >= 7)
+            reread();
+        m_pressed = m_moved = false;
+    }
 
     bool m_pressed = false, m_moved = false, m_drawing = false;
     QPoint m_last;
     int m_hit = 0, m_group = 0, m_index = -1, m_countBefore = 0;
     QRect m_start;
-    QVector<QRectF> m_base[2];
 };

@@ -6,6 +6,7 @@
 #include <tests/render/plainscene.h>
 
 #include <QRandomGenerator>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
@@ -200,6 +201,8 @@ private Q_SLOTS:
     void initTestCase();
     void drawsAsAPlainModel_data();
     void drawsAsAPlainModel();
+    void repaintsWhatADragChanges_data();
+    void repaintsWhatADragChanges();
     void asksForRepaintsOnlyOnChanges();
     void zooms_data();
     void zooms();
@@ -267,11 +270,66 @@ void TestGraphicsRenderer::drawsAsAPlainModel()
             scene.view.deselectContactBoxes();
         }
         scene.plain.selected = scene.plain.selection();
+        scene.plain.handlesShown = !scene.plain.selected.isNull();
         scene.plain.paint();
         const QImage picture = card ? card->grabFramebuffer() : native.grab().toImage();
         const QString wrong = scene.plain.differences(picture);
         QVERIFY2(wrong.isEmpty(), qPrintable(QStringLiteral("scene %1: %2").arg(step).arg(wrong)));
     }
+}
+
+void TestGraphicsRenderer::repaintsWhatADragChanges_data()
+{
+    QTest::addColumn<bool>("openGL");
+    QTest::addColumn<QPoint>("from");
+    for (bool openGL : {false, true}) {
+        if (openGL && Contexts::none())
+            continue;
+        QTest::addRow("body, OpenGL %d", openGL) << openGL << QPoint(60, 60);
+        QTest::addRow("handle, OpenGL %d", openGL) << openGL << QPoint(85, 75);
+    }
+}
+
+void TestGraphicsRenderer::repaintsWhatADragChanges()
+{
+    QFETCH(bool, openGL);
+    QFETCH(QPoint, from);
+    Scene scene;
+    QRandomGenerator random(11);
+    scene.randomize(random, 0, 5);
+    RenderWidget native;
+    GLRenderWidget card;
+    QWidget *widget = openGL ? static_cast<QWidget *>(&card) : &native;
+    RenderWidgetBase *face = openGL ? static_cast<RenderWidgetBase *>(&card) : &native;
+    widget->setFixedSize(viewSize);
+    widget->show();
+    QVERIFY(QTest::qWaitForWindowExposed(widget));
+    face->setRenderer(&scene.view);
+    GraphicsRenderer::setOrigin({10, 10});
+    scene.view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes, 13);
+    scene.attack.setRects({QRect(20, 20, 15, 12), QRect(10, 10, 60, 40)});
+    scene.view.setVisibility(false, false, false, true, true, true, true);
+    scene.view.setContactBoxes(ContactBoxCode::Attack, &scene.attack);
+    scene.view.mousePressed({60, 60}, Qt::LeftButton, {});
+    scene.view.mouseReleased({60, 60}, Qt::LeftButton, {});
+    scene.view.mousePressed(from, Qt::LeftButton, {});
+    const auto onScreen = [&] {
+        for (const int frames = scene.view.frames; scene.view.frames == frames;)
+            QApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        QApplication::processEvents();
+        return widget->screen()->grabWindow(widget->winId()).toImage();
+    };
+    face->update();
+    QImage before = onScreen();
+    for (int step = 1; step < 5; ++step) {
+        scene.view.mouseMoved(from + QPoint(9, 7) * step, {});
+        const QImage partly = onScreen();
+        QVERIFY(partly != before);
+        face->update();
+        before = onScreen();
+        QCOMPARE(partly, before);
+    }
+    face->setRenderer(nullptr);
 }
 
 void TestGraphicsRenderer::asksForRepaintsOnlyOnChanges()

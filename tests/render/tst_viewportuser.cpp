@@ -52,7 +52,6 @@ Bench::Bench()
     for (int i = 0; i < 3; ++i) {
         scene.crossPictures[i] = QImage(9 + 2 * i, 9, QImage::Format_ARGB32);
         scene.crossPictures[i].fill(QColor(colors[i]));
-        plain.crossSizes[i] = scene.crossPictures[i].size();
         files.append(directory.filePath(QStringLiteral("%1.png").arg(i)));
         scene.crossPictures[i].save(files.last());
     }
@@ -164,9 +163,11 @@ QString Bench::differences()
 QString Bench::pictureDifferences()
 {
     PlainScene &scene = plain.scene;
-    scene.selected = plain.any && plain.mode != 1 ? plain.around : QRect();
     scene.ratio = qRound(widget.devicePixelRatioF());
+    const bool handles = scene.handlesShown;
+    scene.handlesShown = handles && plain.mode != 1;
     scene.paint();
+    scene.handlesShown = handles;
     return scene.differences(widget.grab().toImage());
 }
 
@@ -245,7 +246,7 @@ void TestViewportUser::randomUser()
             const int kind = below(2);
             steps.append(QStringLiteral("draw %1").arg(kind));
             bench.view.setDrawContactBoxMode(ContactBoxCode::BoxType(kind + 1));
-            plain.draw(kind);
+            plain.enter(1, kind);
         } else if (what < 93) {
             steps.append("position");
             bench.view.setPositioningMode();
@@ -253,7 +254,7 @@ void TestViewportUser::randomUser()
         } else if (what < 94) {
             steps.append("capture");
             bench.view.setCaptureMode();
-            plain.capture();
+            plain.enter(2, 0);
         } else if (what < 96) {
             const int kind = below(2);
             QVector<QRect> rects = plain.text[kind];

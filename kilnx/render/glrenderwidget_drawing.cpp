@@ -237,7 +237,7 @@ void GLRenderWidgetPrivate::setScissor()
 
 void GLRenderWidgetPrivate::begin()
 {
-    if (area.isValid() && area != q->rect())
+    if (!area.isEmpty())
         setScissor();
     currentPalette = nullptr;
     currentProgram = nullptr;
