@@ -28,7 +28,7 @@ CodeView::CodeView(Kiln::CodeWorkspace *surface,
                                        textId))
 {
     QWidget *nodes = interface->control(QStringLiteral("code_tree"));
-    nodes->setAccessibleName(tr("Nodes of the file"));
+    nodes->setAccessibleName(tr("Node tree"));
     if (auto *dock = qobject_cast<QDockWidget *>(nodes->parentWidget()))
         dock->setWindowTitle(nodes->accessibleName());
 }
@@ -112,11 +112,14 @@ void CodeView::setCurrentFile(Kiln::ProjectFile *file)
         showAnimations();
 }
 
-// A file was made or loaded, and then it is the project's selected one, or the current was saved.
+// A file was made or loaded, and then it is the project's selected one, or the current was saved,
+// and then the view stays as it is.
 void CodeView::contentsChanged()
 {
-    if (Kiln::Project *project = interface->currentProject())
-        setCurrentFile(project->file(m_type));
+    const Kiln::Project *project = interface->currentProject();
+    Kiln::ProjectFile *file = project ? project->file(m_type) : nullptr;
+    if (project && file != currentFile())
+        setCurrentFile(file);
     Q_EMIT modified();
 }
 

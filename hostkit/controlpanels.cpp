@@ -41,7 +41,7 @@ void ControlPanels::endPart(QObject *part)
     m_building = -1;
     place.part = part;
     for (const QString &key : qAsConst(m_touched))
-        m_entries[key].users.append(part);
+        m_entries[find(key)].users.append(part);
     m_touched.clear();
     if (auto *panel = qobject_cast<Kiln::ExtraEditor *>(part)) {
         place.sideDock->setObjectName(QStringLiteral("dock_panel_") + QLatin1String(panel->name()));
@@ -52,14 +52,13 @@ void ControlPanels::endPart(QObject *part)
 
 QWidget *ControlPanels::add(const QString &key, const Kiln::Control &control)
 {
-    const Entry before = m_entries.take(key);
-    delete before.dock;
-    delete before.row;
     Place &place = this->place(control);
+    removeOwn(key, place.part);
     const ControlFactory::Built built = ControlFactory::build(key, control, place.strip);
     if (!built.field)
         return nullptr;
     Entry entry;
+    entry.key = key;
     entry.field = built.field;
     entry.row = built.row;
     if (!qobject_cast<QAbstractItemView *>(built.field)) {
@@ -75,18 +74,19 @@ QWidget *ControlPanels::add(const QString &key, const Kiln::Control &control)
     else
         entry.users.append(place.part);
     setShown(entry, false);
-    m_entries.insert(key, entry);
+    m_entries.append(entry);
     show();
     return built.field;
 }
 
 QWidget *ControlPanels::control(const QString &key)
 {
-    if (!m_entries.contains(key))
+    const int entry = find(key);
+    if (entry < 0)
         return nullptr;
     if (m_building >= 0)
         m_touched.insert(key);
-    return m_entries[key].field;
+    return m_entries[entry].field;
 }
 
 void ControlPanels::showEditor(Kiln::Editor *editor, QObject *workspace)
@@ -176,6 +176,32 @@ bool ControlPanels::isShown(const Entry &entry)
 {
     return m_editor && (entry.users.contains(m_editor) || entry.users.contains(this) ||
                         (m_workspace && entry.users.contains(m_workspace)));
+}
+
+// The entry that a key names: the last one.
+int ControlPanels::find(const QString &key) const
+{
+    for (int i = m_entries.size() - 1; i >= 0; --i) {
+        if (m_entries[i].key == key)
+            return i;
+    }
+    return -1;
+}
+
+// A part in construction has no entry with a user yet.
+void ControlPanels::removeOwn(const QString &key, const QObject *part)
+{
+    const int known = find(key);
+    if (known < 0)
+        return;
+    const Entry &entry = m_entries[known];
+    const bool own =
+        part ? entry.users.size() == 1 && entry.users.first() == part : entry.users.isEmpty();
+    if (!own)
+        return;
+    delete entry.dock;
+    delete entry.row;
+    m_entries.remove(known);
 }
 
 void ControlPanels::show()

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QtCore/QMap>
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
 #include <QtCore/QSet>
@@ -55,8 +54,9 @@ public:
     /// The construction that began last is done.
     void endPart(QObject *part);
 
-    /// Builds the widget of a control and puts it in its place. A key that is known already gets
-    /// a new widget in place of the old one. Null for a control of unknown kind.
+    /// Builds the widget of a control and puts it in its place. A key that the same part has
+    /// registered already gets a new widget in place of the old one; that of another part stays,
+    /// and the key names the new one. Null for a control of unknown kind.
     QWidget *add(const QString &key, const Kiln::Control &control);
 
     /// The field built for a key, null if none.
@@ -77,6 +77,7 @@ private:
         QDockWidget *sideDock = nullptr;
     };
     struct Entry {
+        QString key;
         QPointer<QWidget> field;
         QPointer<QWidget> row;      ///< the field with its caption
         QPointer<QDockWidget> dock; ///< of a list, null for the others
@@ -90,6 +91,8 @@ private:
     QDockWidget *makeDock(const QString &key, QWidget *list);
     QObject *partOf(const Kiln::Control &control) const;
     bool isShown(const Entry &entry);
+    int find(const QString &key) const;
+    void removeOwn(const QString &key, const QObject *part);
     void show();
     static void setShown(Entry &entry, bool shown);
 
@@ -98,9 +101,9 @@ private:
     QMenu *m_viewMenu;
     ActionRegistry *m_actions;
     QVector<Place> m_places;
-    int m_building = -1;     ///< the place of the part that is being constructed, -1 for none
-    QSet<QString> m_touched; ///< keys that the part in construction registers or looks up
-    QMap<QString, Entry> m_entries;
+    int m_building = -1;        ///< the place of the part that is being constructed, -1 for none
+    QSet<QString> m_touched;    ///< keys that the part in construction registers or looks up
+    QVector<Entry> m_entries;   ///< in the order of registration
     QPointer<QObject> m_editor; ///< for which showEditor() was last called
     QPointer<QObject> m_workspace;
 };

@@ -150,13 +150,14 @@ void FileDesk::clear()
     m_tabs->clear();
 }
 
-// A file that was never saved leaves its project; another is as it is on disk again.
+// A file is as it is on disk again; one that is not there leaves its project. A project cannot go
+// on without its definition, which stays in it as it is.
 void FileDesk::throwChangesAway(Kiln::ProjectFile *file)
 {
     forget(file);
     if (file->fileExists())
         file->fromFile(file->archive(), file->fileName(), false);
-    else
+    else if (!(m_session->fileId(file).bits & Kiln::Project::FileID::Definition))
         file->project()->removeFile(file);
 }
 

@@ -91,6 +91,7 @@ struct HostBase::Private : QObject {
     Private(QMainWindow *mainWindow, const Paths &places);
 
     bool eventFilter(QObject *watched, QEvent *event) override;
+    bool closeProject();
     void connectParts();
     void applySettings();
     void rehighlight();
@@ -112,6 +113,7 @@ struct HostBase::Private : QObject {
     std::unique_ptr<EditorDeck> deck;
     std::unique_ptr<FileDesk> desk;
     CodeSurface *surface = nullptr; ///< the deck's
+    bool busy = false;
 };
 
 HostBase::Private::Private(QMainWindow *mainWindow, const Paths &places)
@@ -136,14 +138,25 @@ HostBase::Private::Private(QMainWindow *mainWindow, const Paths &places)
     connectParts();
 }
 
-// The window has another language: so have actions and editors.
+// The window has another language, and so have actions and editors; or it is closed.
 bool HostBase::Private::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::LanguageChange) {
         actions->retranslate();
         deck->retranslate();
+    } else if (event->type() == QEvent::Close && !closeProject()) {
+        event->ignore();
+        return true;
     }
     return QObject::eventFilter(watched, event);
+}
+
+bool HostBase::Private::closeProject()
+{
+    if (busy || !desk->confirmDiscard())
+        return false;
+    session.close();
+    return true;
 }
 
 void HostBase::Private::connectParts()
@@ -324,13 +337,12 @@ void HostBase::makeCodeEditors()
     }
     if (d->deck->editors().size() > before)
         d->deck->engineSwitched(true);
-    d->menus->hideEmpty();
 }
 
 bool HostBase::openProject(const QString &directory)
 {
     const QString path = QDir::cleanPath(QDir(directory).absolutePath());
-    if (!d->desk->confirmDiscard())
+    if (d->busy || !d->desk->confirmDiscard())
         return false;
     if (!d->session.open(path)) {
         d->settings.removeRecentProject(path);
@@ -350,10 +362,17 @@ bool HostBase::openProject(const QString &directory)
 
 bool HostBase::closeProject()
 {
-    if (!d->desk->confirmDiscard())
-        return false;
-    d->session.close();
-    return true;
+    return d->closeProject();
+}
+
+void HostBase::setBusy(bool busy)
+{
+    d->busy = busy;
+}
+
+bool HostBase::isBusy() const
+{
+    return d->busy;
 }
 
 QString HostBase::text(int id) const

@@ -89,8 +89,14 @@ public:
     /// after a message if no engine knows a project in `directory`.
     bool openProject(const QString &directory);
 
-    /// Asks about changes, then closes the project; false if the user says no.
+    /// Asks about changes, then closes the project; false if the user says no. The window does so
+    /// when it is closed, and stays when the answer is no.
     bool closeProject();
+
+    /// While something works on the project, openProject() and closeProject() are refused, and so
+    /// is closing the window.
+    void setBusy(bool busy);
+    bool isBusy() const;
 
     QString text(int id) const override;
     QWidget *mainWindow() const override;

@@ -1,5 +1,6 @@
 #include <hostkit/menus.h>
 
+#include <QActionEvent>
 #include <QMenu>
 #include <QMenuBar>
 
@@ -29,10 +30,20 @@ QMenu *Menus::menu(const QString &name)
     return add(name, title, m_menus.value(QStringLiteral("tools")));
 }
 
-void Menus::hideEmpty()
+bool Menus::eventFilter(QObject *watched, QEvent *event)
 {
-    for (QMenu *menu : qAsConst(m_menus))
+    switch (event->type()) {
+    case QEvent::ActionAdded:
+    case QEvent::ActionChanged:
+    case QEvent::ActionRemoved: {
+        const auto *menu = static_cast<QMenu *>(watched);
         menu->menuAction()->setVisible(!menu->isEmpty());
+        break;
+    }
+    default:
+        break;
+    }
+    return QObject::eventFilter(watched, event);
 }
 
 QMenu *Menus::add(const QString &name, const QString &title, QMenu *before)
@@ -40,6 +51,8 @@ QMenu *Menus::add(const QString &name, const QString &title, QMenu *before)
     auto *menu = new QMenu(title, m_bar);
     menu->setObjectName(QStringLiteral("menu_") + name);
     menu->setToolTipsVisible(true);
+    menu->menuAction()->setVisible(false);
+    menu->installEventFilter(this);
     m_bar->insertMenu(before ? before->menuAction() : nullptr, menu);
     m_menus.insert(name, menu);
     return menu;

@@ -11,7 +11,8 @@ namespace HostKit
 {
 
 /// The menus of the window by name. A name that nobody asked for before makes a new menu, so an
-/// editor that comes later brings its own without a change here.
+/// editor that comes later brings its own without a change here. A menu is seen while it has
+/// something to show.
 class HOSTKIT_EXPORT Menus : public QObject
 {
     Q_OBJECT
@@ -23,8 +24,7 @@ public:
 
     QMenu *menu(const QString &name);
 
-    /// Hides the menus that have nothing to show.
-    void hideEmpty();
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     QMenu *add(const QString &name, const QString &title, QMenu *before = nullptr);

@@ -80,3 +80,8 @@
 #include <kilnx/sound/soundsample.h>
 #include <kilnx/sound/wav.h>
 #include <kilnx/version.h>
+
+// What a host hands to scripts is there where sol2 and Lua are.
+#if __has_include(<sol/sol.hpp>) && __has_include(<lua.hpp>)
+#include <kilnx/project/script.h>
+#endif

@@ -46,6 +46,7 @@ EnginePage::EnginePage(Kiln::EngineInstances *engines, QWidget *parent)
     m_icon = addField("engine_icon", tr("&Icon file:"));
 
     auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_list);
     layout->addLayout(buttons);
     layout->addWidget(m_fields);

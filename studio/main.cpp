@@ -31,6 +31,6 @@ int main(int argc, char **argv)
     if (project.isEmpty())
         window.reopenLast();
     else
-        window.openProject(project);
+        window.host().openProject(project);
     return QApplication::exec();
 }

@@ -149,7 +149,8 @@ void MainWindow::connectDocks()
         m_messages->view()->setFocus();
     });
     connect(m_welcome, &WelcomePage::openRequested, this, &MainWindow::chooseProject);
-    connect(m_welcome, &WelcomePage::recentRequested, this, &MainWindow::openProject);
+    connect(m_welcome, &WelcomePage::recentRequested, this,
+            [this](const QString &directory) { m_host.openProject(directory); });
     connect(desk, &FileDesk::changed, this, &MainWindow::updateState);
     connect(&m_host.settings(), &Settings::applied, this, &MainWindow::updateState);
     connect(&m_host.settings(), &Settings::recentChanged, this, &MainWindow::updateRecent);

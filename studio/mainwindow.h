@@ -5,6 +5,11 @@
 
 #include <hostkit/hostbase.h>
 
+namespace Kiln
+{
+class ParentProject;
+}
+
 namespace Studio
 {
 
@@ -28,15 +33,8 @@ public:
     explicit MainWindow(const HostKit::Paths &paths);
     ~MainWindow() override;
 
-    /// Opens a project in place of the present one, after questions about changes. False if the
-    /// user says no, or after a message if there is no project in `directory`.
-    bool openProject(const QString &directory);
-
     /// Opens what was open last if the settings say so.
     void reopenLast();
-
-    /// Asks about changes, then closes the project; false if the user says no.
-    bool closeProject();
 
     /// Loads an engine from a library; false, after a message, if that fails.
     bool loadEngine(const QString &fileName);
@@ -63,6 +61,7 @@ private:
     void updateState();
     void updateRecent();
     void chooseProject();
+    QString chooseTarget(const Kiln::ParentProject *project);
     void saveProjectAs();
     void backup();
     void restore();
@@ -81,8 +80,7 @@ private:
     FindInFilesDock *m_findInFiles = nullptr;
     OutputDock *m_output = nullptr;
     QStringList m_engineFaults; ///< told when the window is shown
-    bool m_running = false;
-    bool m_arranged = false; ///< the docks have sizes of the user's or of arrangeDocks()
+    bool m_arranged = false;    ///< the docks have sizes of the user's or of arrangeDocks()
 };
 
 } // namespace Studio

@@ -43,10 +43,6 @@ using namespace HostKit;
 
 void MainWindow::closeEvent(QCloseEvent *event)
 {
-    if (!closeProject()) {
-        event->ignore();
-        return;
-    }
     m_host.settings().setValue("window_geometry", saveGeometry());
     m_host.settings().setValue("window_state", saveState());
     m_host.settings().sync();
@@ -56,7 +52,7 @@ void MainWindow::closeEvent(QCloseEvent *event)
 void MainWindow::connectFileActions()
 {
     connect(m_actions->openProject, &QAction::triggered, this, &MainWindow::chooseProject);
-    connect(m_actions->closeProject, &QAction::triggered, this, &MainWindow::closeProject);
+    connect(m_actions->closeProject, &QAction::triggered, this, [this] { m_host.closeProject(); });
     connect(m_actions->closeFile, &QAction::triggered, &m_host.desk(), &FileDesk::closeCurrentFile);
     connect(m_actions->save, &QAction::triggered, this, [this] {
         if (Kiln::FileEditor *editor = m_host.deck().currentFileEditor())
@@ -200,7 +196,7 @@ void MainWindow::updateState()
 {
     Kiln::ProjectFile *file = m_host.deck().currentFile();
     Kiln::ParentProject *project = m_host.session().parentProject();
-    m_actions->setState(project != nullptr, file != nullptr, m_running);
+    m_actions->setState(project != nullptr, file != nullptr, m_host.isBusy());
     QStringList title;
     if (file) {
         title.append(FileTabs::title(file) + QLatin1String("[*]"));
@@ -217,7 +213,7 @@ void MainWindow::updateState()
 
 void MainWindow::showSettings(bool engines)
 {
-    SettingsDialog dialog(m_host.settings(), m_host.engine(), this);
+    SettingsDialog dialog(m_host.settings(), m_host.engines(), this);
     if (engines)
         dialog.showEngines();
     dialog.exec();

@@ -23,6 +23,7 @@
 
 #include <QAction>
 #include <QDir>
+#include <QFileInfo>
 #include <QInputDialog>
 #include <QMenu>
 #include <QScopedValueRollback>
@@ -32,22 +33,12 @@ namespace Studio
 
 using namespace HostKit;
 
-bool MainWindow::openProject(const QString &directory)
-{
-    return !m_running && m_host.openProject(directory);
-}
-
 void MainWindow::reopenLast()
 {
     const QString last = m_host.settings().recentProjects().value(0);
     if (m_host.settings().value("reopen_last_project").toBool() && QDir(last).exists() &&
         !last.isEmpty())
-        openProject(last);
-}
-
-bool MainWindow::closeProject()
-{
-    return !m_running && m_host.closeProject();
+        m_host.openProject(last);
 }
 
 void MainWindow::showProject()
@@ -75,7 +66,7 @@ void MainWindow::updateRecent()
     m_actions->recentMenu->clear();
     for (const QString &directory : recent) {
         connect(m_actions->recentMenu->addAction(QDir::toNativeSeparators(directory)),
-                &QAction::triggered, this, [this, directory] { openProject(directory); });
+                &QAction::triggered, this, [this, directory] { m_host.openProject(directory); });
     }
     m_actions->recentMenu->menuAction()->setVisible(!recent.isEmpty());
 }
@@ -85,22 +76,35 @@ void MainWindow::chooseProject()
     const QString directory = Kiln::getExistingDirectory(
         this, tr("Open project"), m_host.settings().value("project_path").toString());
     if (!directory.isEmpty())
-        openProject(directory);
+        m_host.openProject(directory);
+}
+
+// A single definition is saved under a name of its kind, all else into a directory.
+QString MainWindow::chooseTarget(const Kiln::ParentProject *project)
+{
+    const QString title = tr("Save project as");
+    if (m_host.session().projects().size() != 1 || project->isGame())
+        return Kiln::getExistingDirectory(this, title, project->basePath());
+    const QString definition = m_host.session().currentProject()->fileName();
+    const QString suffix = QLatin1Char('.') + QFileInfo(definition).suffix();
+    const QString chosen =
+        Kiln::getSaveFileName(this, title, definition, m_host.engine()->fileFilter());
+    if (chosen.isEmpty() || suffix.size() == 1 || chosen.endsWith(suffix))
+        return chosen;
+    // The dialog has asked about a file of the name without the suffix.
+    const QString target = chosen + suffix;
+    if (QFileInfo::exists(target) &&
+        !Kiln::askQuestion(this, title,
+                           tr("The file '%1' exists. Do you want to replace it?")
+                               .arg(QDir::toNativeSeparators(target))))
+        return QString();
+    return target;
 }
 
 void MainWindow::saveProjectAs()
 {
     Kiln::ParentProject *project = m_host.session().parentProject();
-    if (!project)
-        return;
-    QString target;
-    if (m_host.session().projects().size() == 1 && !project->isGame()) {
-        target = Kiln::getSaveFileName(this, tr("Save project as"),
-                                       m_host.session().currentProject()->fileName(),
-                                       m_host.engine()->fileFilter());
-    } else {
-        target = Kiln::getExistingDirectory(this, tr("Save project as"), project->basePath());
-    }
+    const QString target = project ? chooseTarget(project) : QString();
     if (target.isEmpty())
         return;
     project->saveAs(target);
@@ -138,7 +142,7 @@ void MainWindow::restore()
 void MainWindow::runInEngine()
 {
     Kiln::ParentProject *project = m_host.session().parentProject();
-    if (!project || m_running)
+    if (!project || m_host.isBusy())
         return;
     if (!m_host.session().modifiedFiles().isEmpty() &&
         Kiln::askQuestion(this, tr("Run in engine"),
@@ -150,10 +154,11 @@ void MainWindow::runInEngine()
     QString output;
     bool success = false;
     {
-        const QScopedValueRollback<bool> guard(m_running, true);
+        m_host.setBusy(true);
         updateState();
         m_host.status().tell(tr("Running in the engine..."));
         success = project->run(&output);
+        m_host.setBusy(false);
     }
     updateState();
     m_host.status().clearMessage();

@@ -2,7 +2,9 @@
 
 #include "colorpage.h"
 #include "enginepage.h"
+#include "librarypage.h"
 
+#include <hostkit/enginelibraries.h>
 #include <hostkit/settings.h>
 #include <hostkit/widgets.h>
 
@@ -24,7 +26,7 @@ namespace Studio
 
 using namespace HostKit;
 
-SettingsDialog::SettingsDialog(Settings &settings, Kiln::Engine *engine, QWidget *parent)
+SettingsDialog::SettingsDialog(Settings &settings, EngineLibraries &engines, QWidget *parent)
     : QDialog(parent)
     , m_settings(settings)
     , m_pages(named(new QTabWidget(this), "settings_pages", tr("Pages")))
@@ -35,11 +37,8 @@ SettingsDialog::SettingsDialog(Settings &settings, Kiln::Engine *engine, QWidget
     m_pages->addTab(codePage(), tr("&Code"));
     m_colors = new ColorPage(settings, this);
     m_pages->addTab(m_colors, tr("C&olours"));
-    if (engine) {
-        m_engines = new EnginePage(engine, this);
-        m_pages->addTab(m_engines, tr("&Engines"));
-        engine->registerCustomOptions(m_engines);
-    }
+    m_engines = enginePage(engines);
+    m_pages->addTab(m_engines, tr("&Engines"));
 
     auto *buttons =
         named(new QDialogButtonBox(
@@ -58,8 +57,7 @@ SettingsDialog::SettingsDialog(Settings &settings, Kiln::Engine *engine, QWidget
 
 void SettingsDialog::showEngines()
 {
-    if (m_engines)
-        m_pages->setCurrentWidget(m_engines);
+    m_pages->setCurrentWidget(m_engines);
 }
 
 void SettingsDialog::accept()
@@ -99,11 +97,11 @@ QWidget *SettingsDialog::generalPage()
 QWidget *SettingsDialog::codePage()
 {
     auto *page = new QWidget(this);
-    m_font = named(new QFontComboBox(page), "settings_font", tr("Font of code"));
+    m_font = named(new QFontComboBox(page), "settings_font", tr("Code font"));
     m_font->setFontFilters(QFontComboBox::MonospacedFonts);
     m_font->setCurrentFont(QFont(m_settings.value("font_name").toString()));
     m_shownFont = m_font->currentFont().family();
-    m_fontSize = named(new QSpinBox(page), "settings_font_size", tr("Font size of code"));
+    m_fontSize = named(new QSpinBox(page), "settings_font_size", tr("Code font size"));
     m_fontSize->setRange(5, 72);
     m_fontSize->setSuffix(tr(" pt"));
     m_fontSize->setValue(m_settings.value("font_size").toInt());
@@ -113,20 +111,20 @@ QWidget *SettingsDialog::codePage()
 
     auto *view = new QGroupBox(tr("View"), page);
     auto *viewLayout = new QVBoxLayout(view);
-    viewLayout->addWidget(option("show_code_bar", tr("Show the &bar of code"), page));
+    viewLayout->addWidget(option("show_code_bar", tr("Show code tool&bar"), page));
     viewLayout->addWidget(option("code_line_numbers", tr("Line n&umbers"), page));
-    viewLayout->addWidget(option("code_folding_markers", tr("&Markers of folds"), page));
+    viewLayout->addWidget(option("code_folding_markers", tr("Fold &markers"), page));
     viewLayout->addWidget(option("code_highlight_line", tr("Mark the current &line"), page));
     viewLayout->addWidget(
         option("code_highlight_blocks", tr("Shade the nested bloc&ks around the cursor"), page));
     viewLayout->addWidget(option("code_paren_matching", tr("Mark matching br&ackets"), page));
     viewLayout->addWidget(
-        option("auto_expand_tree", tr("Let the &node tree follow the cursor"), page));
+        option("auto_expand_tree", tr("Let the node tree follow t&he cursor"), page));
 
-    auto *model = new QGroupBox(tr("Understanding"), page);
+    auto *model = new QGroupBox(tr("Parsing"), page);
     auto *modelLayout = new QVBoxLayout(model);
     modelLayout->addWidget(option("parseCode", tr("&Parse code while it is edited"), page));
-    modelLayout->addWidget(option("modelCode", tr("Show the &tree of code"), page));
+    modelLayout->addWidget(option("modelCode", tr("Show the &node tree"), page));
     modelLayout->addWidget(option("highlightCode", tr("&Colour the tokens of code"), page));
 
     auto *layout = new QVBoxLayout(page);
@@ -134,6 +132,19 @@ QWidget *SettingsDialog::codePage()
     layout->addWidget(view);
     layout->addWidget(model);
     layout->addStretch();
+    return page;
+}
+
+QWidget *SettingsDialog::enginePage(EngineLibraries &engines)
+{
+    auto *page = new QWidget(this);
+    auto *layout = new QVBoxLayout(page);
+    if (Kiln::Engine *engine = engines.engine()) {
+        auto *list = new EnginePage(engine, page);
+        engine->registerCustomOptions(list);
+        layout->addWidget(list, 2);
+    }
+    layout->addWidget(new LibraryPage(m_settings, engines, page), 1);
     return page;
 }
 

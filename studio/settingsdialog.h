@@ -9,15 +9,11 @@ class QFontComboBox;
 class QSpinBox;
 class QTabWidget;
 
-namespace Kiln
-{
-class Engine;
-}
-
 namespace HostKit
 {
+class EngineLibraries;
 class Settings;
-}
+} // namespace HostKit
 
 namespace Studio
 {
@@ -31,7 +27,9 @@ class SettingsDialog : public QDialog
     Q_OBJECT
 
 public:
-    SettingsDialog(HostKit::Settings &settings, Kiln::Engine *engine, QWidget *parent = nullptr);
+    SettingsDialog(HostKit::Settings &settings,
+                   HostKit::EngineLibraries &engines,
+                   QWidget *parent = nullptr);
 
     /// Shows the page with the engines in front.
     void showEngines();
@@ -41,6 +39,7 @@ public:
 private:
     QWidget *generalPage();
     QWidget *codePage();
+    QWidget *enginePage(HostKit::EngineLibraries &engines);
     QCheckBox *option(const char *key, const QString &text, QWidget *page);
     void apply();
 
@@ -52,7 +51,7 @@ private:
     QString m_shownFont; ///< a family that is not installed shows as another and is kept
     QSpinBox *m_fontSize = nullptr;
     ColorPage *m_colors = nullptr;
-    QWidget *m_engines = nullptr; ///< null without an engine
+    QWidget *m_engines = nullptr;
 };
 
 } // namespace Studio

@@ -4,9 +4,9 @@
 #include "projecttreedock.h"
 #include "tour_p.h"
 
-#include <hostkit/settings.h>
 #include <hostkit/codesurface.h>
 #include <hostkit/editordeck.h>
+#include <hostkit/settings.h>
 
 #include <kilnx/code/codedocument.h>
 #include <kilnx/project/engine.h>

@@ -7,12 +7,12 @@
 #include "projecttreedock.h"
 #include "tour_p.h"
 
-#include <hostkit/settings.h>
-#include <hostkit/theme.h>
 #include <hostkit/codesurface.h>
 #include <hostkit/editordeck.h>
 #include <hostkit/messagetable.h>
 #include <hostkit/projectsession.h>
+#include <hostkit/settings.h>
+#include <hostkit/theme.h>
 
 #include <kilnx/code/codedocument.h>
 #include <kilnx/forms/rundlg.h>
@@ -82,7 +82,7 @@ bool Tour::marksBecome(int count) const
 
 bool Tour::openProject()
 {
-    if (!check(d->window->openProject(d->project), "the project opens"))
+    if (!check(d->window->host().openProject(d->project), "the project opens"))
         return false;
     const ProjectSession *session = &d->window->host().session();
     const auto *tree = d->window->findChild<ProjectTreeDock *>();

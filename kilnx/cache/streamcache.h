@@ -113,7 +113,7 @@ public:
     /// is equal to nothing.
     bool isEqual(Item *item, const QByteArray &data, unsigned long long crc) const;
 
-signals:
+Q_SIGNALS:
     /// Asks for the decoded form of `in`. The receiver that knows the coder `filter` writes it into
     /// `out`; leaving it empty says that there is no such coder, or that `in` is broken. `in` ends
     /// with the call, so `out` must not refer to it. The connection must be direct.

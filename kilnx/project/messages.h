@@ -123,7 +123,7 @@ public:
     QVariant
     headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
 
-signals:
+Q_SIGNALS:
     void updated();
 
 private:

@@ -1,7 +1,7 @@
 #pragma once
 
-// Needs sol2 and Lua 5.3, so <kilnx/kilnx.h> leaves this header out: include it where a host hands
-// a Lua state to the library, and put their directories on the include path there.
+// Needs sol2 and Lua 5.3: where a host hands a Lua state to the library, put their directories on
+// the include path. <kilnx/kilnx.h> includes this header only there.
 
 #include <QtCore/QString>
 

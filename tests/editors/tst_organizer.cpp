@@ -397,11 +397,12 @@ void OrganizerTest::controls()
     const QList<QPair<const char *, int>> keys{
         {"org_up", 166},  {"org_down", 167},   {"org_up_10", 168}, {"org_down_10", 169},
         {"org_top", 170}, {"org_bottom", 171}, {"org_auto", 172}};
-    QStringList declared = panel.host.log.filter(QStringLiteral("addAction"));
-    QStringList expected;
+    QStringList declared = panel.host.log.filter(QStringLiteral("addControl"));
+    QStringList expected{QStringLiteral("addControl org_list")};
     for (const auto &key : keys) {
-        expected << QStringLiteral("addAction ") + key.first;
-        QCOMPARE(panel.host.actions().at(key.first).textId, key.second);
+        expected << QStringLiteral("addControl ") + key.first;
+        QCOMPARE(panel.host.action(key.first)->text(),
+                 KilnTranslator::instance()->text(key.second));
         QVERIFY(panel.host.action(key.first)->isEnabled());
     }
     QCOMPARE(declared, expected);
@@ -448,11 +449,11 @@ void OrganizerTest::scrolls()
 {
     Panel panel(50);
     panel.view->resize(200, 100);
-    const QRect sight = panel.view->viewport()->rect();
     for (const char *action : {"org_bottom", "org_top"}) {
         panel.select({25});
         panel.host.action(action)->trigger();
         const QModelIndex moved = panel.list.index(panel.selected().constFirst());
+        const QRect sight = panel.view->viewport()->rect();
         QVERIFY2(sight.contains(panel.view->visualRect(moved)), action);
     }
 }

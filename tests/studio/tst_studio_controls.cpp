@@ -1,9 +1,11 @@
 #include <hostkit/controlfactory.h>
 #include <hostkit/editordeck.h>
+#include <hostkit/enginelibraries.h>
 #include <hostkit/hostbase.h>
 
 #include <kilnx/project/controls.h>
 #include <kilnx/project/editor.h>
+#include <kilnx/project/engine.h>
 #include <kilnx/project/translator.h>
 
 #include <QAction>
@@ -167,6 +169,9 @@ private slots:
     void editorsAppearWithoutHostCode_data();
     void editorsAppearWithoutHostCode();
     void sidePanelsGetADock();
+    void controlsBelongToWhoAsksForThem();
+    void enginesThatCannotBeLoadedAreTold_data();
+    void enginesThatCannotBeLoadedAreTold();
 };
 
 namespace
@@ -497,6 +502,89 @@ void tst_studio_controls::sidePanelsGetADock()
 
     host.setExtraEditor(nullptr);
     QVERIFY(!panel->list->isVisible());
+}
+
+namespace
+{
+
+// An editor that asks for a field of another, and registers one that nobody receives.
+class BorrowingEditor : public SoundsLikeEditor
+{
+public:
+    BorrowingEditor()
+        : SoundsLikeEditor(7)
+        , borrowed(interface->control("snd_shared"))
+        , label(interface->addControl("any_label", Kiln::trWidgetControl(Kiln::Control::Label)))
+    {
+    }
+
+    QWidget *borrowed;
+    QWidget *label;
+};
+
+class LendingEditor : public SoundsLikeEditor
+{
+public:
+    LendingEditor()
+        : SoundsLikeEditor(7)
+    {
+        interface->addControl("snd_shared", Kiln::trWidgetControl(Kiln::Control::CheckBox));
+    }
+};
+
+} // namespace
+
+void tst_studio_controls::controlsBelongToWhoAsksForThem()
+{
+    QMainWindow window;
+    HostKit::HostBase host(&window, {});
+    auto *lender = host.deck().make<LendingEditor>();
+    auto *borrower = host.deck().make<BorrowingEditor>();
+    window.show();
+    host.deck().switchTo(lender);
+    QVERIFY(borrower->borrowed->isVisible() && lender->field->isVisible());
+    QVERIFY(!borrower->label->isVisible() && !borrower->field->isVisible());
+    host.deck().switchTo(borrower);
+    QVERIFY(borrower->borrowed->isVisible() && borrower->label->isVisible());
+    QVERIFY2(!lender->field->isVisible() && borrower->field->isVisible(),
+             "two parts may use the same keys");
+    QCOMPARE(host.control("snd_spin"), borrower->field);
+
+    Kiln::SpinEditControl late;
+    late.receiver = lender;
+    QWidget *field = host.addControl("late_spin", late);
+    QVERIFY(!field->isVisible());
+    host.deck().switchTo(lender);
+    QVERIFY(field->isVisible());
+}
+
+void tst_studio_controls::enginesThatCannotBeLoadedAreTold_data()
+{
+    QTest::addColumn<QString>("library");
+    QTest::addColumn<QString>("told");
+    QTest::newRow("no file") << "/no/such/library.so" << "cannot be loaded";
+    QTest::newRow("no library") << QStringLiteral(KILN_SOURCE_DIR "/CMakeLists.txt")
+                                << "cannot be loaded";
+    QTest::newRow("no engine") << QStringLiteral(NO_ENGINE) << "holds no engine";
+    QTest::newRow("another version") << QStringLiteral(OLDER_ENGINE) << "was built for kilnx 0.0.1";
+    QTest::newRow("throws") << QStringLiteral(THROWING_ENGINE) << "out of coal";
+    QTest::newRow("an engine") << QStringLiteral(ENGINE) << QString();
+}
+
+void tst_studio_controls::enginesThatCannotBeLoadedAreTold()
+{
+    QFETCH(QString, library);
+    QFETCH(QString, told);
+    QMainWindow window;
+    HostKit::HostBase host(&window, {});
+    QString fault;
+    QCOMPARE(host.engines().load(library, &fault), told.isEmpty());
+    QVERIFY2(fault.contains(told) && fault.contains(told.isEmpty() ? fault : library),
+             qPrintable(fault));
+    QVERIFY2(host.engines().load(QStringLiteral(ENGINE), &fault), "the host goes on");
+    QVERIFY(host.engines().load(QStringLiteral(ENGINE), &fault));
+    QCOMPARE(host.engines().plugins().size(), 1);
+    QCOMPARE(host.engine()->displayName(), QStringLiteral("Spark"));
 }
 
 QTEST_MAIN(tst_studio_controls)

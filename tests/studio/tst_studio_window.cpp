@@ -113,7 +113,7 @@ void tst_studio_window::init()
     m_window->show();
     m_window->activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
-    QVERIFY(m_window->openProject(m_directory->filePath("hero")));
+    QVERIFY(m_window->host().openProject(m_directory->filePath("hero")));
 }
 
 void tst_studio_window::cleanup()
@@ -564,10 +564,10 @@ void tst_studio_window::directoryWithoutProjectLeavesTheOldOne()
     const QTemporaryDir empty;
     const Kiln::ParentProject *project = m_window->host().session().parentProject();
     m_dialogs->expectBox(QMessageBox::Ok);
-    QVERIFY(!m_window->openProject(empty.path()));
+    QVERIFY(!m_window->host().openProject(empty.path()));
     QCOMPARE(m_window->host().session().parentProject(), project);
     QVERIFY(!m_window->host().settings().recentProjects().contains(empty.path()));
-    QVERIFY2(m_window->openProject(m_directory->filePath("hero")), "it opens again");
+    QVERIFY2(m_window->host().openProject(m_directory->filePath("hero")), "it opens again");
     QVERIFY(document());
 }
 
@@ -654,7 +654,7 @@ void tst_studio_window::engineRunsOnTheSavedFiles()
 void tst_studio_window::definitionsDoNotTakeSettingsAway()
 {
     m_window->host().settings().setValue("highlightCode", false);
-    QVERIFY(m_window->openProject(m_directory->filePath("hero")));
+    QVERIFY(m_window->host().openProject(m_directory->filePath("hero")));
     QVERIFY(!m_window->host().settings().value("highlightCode").toBool());
 }
 

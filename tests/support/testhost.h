@@ -1,27 +1,27 @@
 #pragma once
 
+#include <hostkit/hostbase.h>
 #include <kilnx/project/engine.h>
-#include <kilnx/project/interface.h>
 #include <kilnx/project/project.h>
 #include <tests/support/dialogscript.h>
 
 #include <QColor>
-#include <QIcon>
+#include <QMainWindow>
 #include <QMap>
 #include <QStringList>
 #include <QVariant>
 
-#include <map>
 #include <memory>
-#include <string>
 
-class QMainWindow;
+/// The window that a host stands in, made before it and destroyed after it.
+struct TestWindow {
+    QMainWindow window;
+};
 
-/// A host for tests: it answers from its public fields, builds small real widgets for what is
-/// registered, and notes every call that changes something in `log`.
-///
-/// It installs itself as the process-wide interface and takes itself away again when it ends.
-class TestHost : public Kiln::Interface
+/// A host for tests: the kit's, with actions, controls and menus as every host has them, but what
+/// the library asks about settings, projects and editors is answered from public fields, and every
+/// call that changes something is noted in `log`.
+class TestHost : private TestWindow, public HostKit::HostBase
 {
 public:
     /// How one progress indicator was driven.
@@ -33,20 +33,10 @@ public:
         int finished = 0;
     };
 
-    /// What `addAction` was told about an action.
-    struct ActionRecord {
-        QAction *action = nullptr;
-        QWidget *container = nullptr;
-        int textId = -1;
-        bool checkable = false;
-    };
-
     TestHost();
-    ~TestHost() override;
 
     DialogScript &dialogs() { return m_dialogs; }
-    const std::map<std::string, ActionRecord> &actions() const { return m_actions; }
-    QAction *action(const char *key) const;
+    QAction *action(const char *key) const { return actionByKey(key); }
 
     // Answers, set by the test.
     QMap<QString, QVariant> options;
@@ -56,12 +46,9 @@ public:
     QString userDirectory;
     QString configDirectory;
     Kiln::Engine *currentEngine = nullptr;
-    QList<Kiln::Project *> projects;
     Kiln::Project *activeProject = nullptr;
     Kiln::Editor *activeEditor = nullptr;
-    QList<Kiln::Editor *> editors;
     QMap<int, Kiln::FileEditor *> fileEditors; ///< by one type bit
-    QList<Kiln::ExtraEditor *> extraEditors;
     bool cancelProgress = false;
 
     // Records, read by the test.
@@ -71,55 +58,28 @@ public:
     Kiln::ExtraEditor *shownExtraEditor = nullptr;
     QWidget *editorWidget = nullptr;
 
-    // Translator
     QString text(int id) const override;
-
-    // Interface
-    QWidget *mainWindow() const override;
-    QString dataPath() const override;
-    QString userPath() const override;
-    QString configPath() const override;
+    QString dataPath() const override { return dataDirectory; }
+    QString userPath() const override { return userDirectory; }
+    QString configPath() const override { return configDirectory; }
     Kiln::Progress *progress(const QString &text, bool cancellable) override;
-    Kiln::Engine *engine() const override;
-    Kiln::Editor *currentEditor() const override;
+    Kiln::Engine *engine() const override { return currentEngine; }
+    Kiln::Editor *currentEditor() const override { return activeEditor; }
     Kiln::FileEditor *editorForFile(Kiln::ProjectFile *file,
                                     Kiln::Project::FileID id) const override;
-    Kiln::Editor *editor(const char *name) const override;
-    Kiln::ExtraEditor *currentExtraEditor() const override;
-    unsigned int projectCount() const override;
-    Kiln::Project *project(unsigned int index) const override;
-    Kiln::Project *currentProject() const override;
-    int scaled(int pixels) const override;
-    QIcon icon(const QString &key) const override;
-    QColor colorOption(const QString &key) const override;
-    QColor colorOption2(const QString &key) const override;
+    Kiln::ExtraEditor *currentExtraEditor() const override { return shownExtraEditor; }
+    Kiln::Project *currentProject() const override { return activeProject; }
+    QColor colorOption(const QString &key) const override { return colors.value(key); }
+    QColor colorOption2(const QString &key) const override { return secondColors.value(key); }
     QVariant option(const QString &key, const QVariant &fallback) const override;
     void setOption(const QString &key, const QVariant &value) override;
     void setStatusText(int field, const QString &text) override;
     QWidget *addControl(const QString &key, const Kiln::Control &control) override;
-    QWidget *control(const QString &key) const override;
-    QMenu *menu(const char *name) const override;
-    QAction *addAction(QWidget *container,
-                       const QString &key,
-                       Kiln::Translator *translator,
-                       int textId,
-                       bool checkable,
-                       QObject *receiver,
-                       const char *slot,
-                       const char *enabler = nullptr,
-                       const char *checker = nullptr) override;
-    QAction *actionByKey(const char *key) const override;
-    QAction *editorAction(const QString &key, Kiln::Translator *translator, int textId) override;
-    Kiln::ExtraEditor *extraEditor(int index) const override;
     void refreshEditors() override;
     void switchTo(Kiln::Editor *editor) override;
     void setExtraEditor(Kiln::ExtraEditor *editor) override;
     void setEditorWidget(QWidget *widget) override;
 
 private:
-    std::unique_ptr<QMainWindow> m_window;
     DialogScript m_dialogs;
-    std::map<std::string, ActionRecord> m_actions;
-    QMap<QString, QWidget *> m_controls;
-    mutable QMap<QString, QMenu *> m_menus;
 };
