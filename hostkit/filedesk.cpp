@@ -15,6 +15,11 @@
 namespace HostKit
 {
 
+namespace
+{
+const int shownNames = 8;
+}
+
 FileDesk::FileDesk(ProjectSession *session, EditorDeck *deck, FileTabs *tabs, QWidget *window)
     : QObject(window)
     , m_session(session)
@@ -76,6 +81,8 @@ bool FileDesk::closeFile(Kiln::ProjectFile *file)
     Kiln::FileEditor *editor = editorOf(file);
     if (editor && !editor->canDiscard(file))
         return false;
+    if (isGone(file) && !mayLose({file->fileName()}))
+        return false;
     if (file->isModified())
         throwChangesAway(file);
     else
@@ -100,7 +107,36 @@ bool FileDesk::confirmDiscard()
         if (!editor->canDiscard(file))
             return false;
     }
-    return true;
+    QStringList gone;
+    const QList<Kiln::ProjectFile *> files = m_session->files();
+    for (Kiln::ProjectFile *file : files) {
+        if (isGone(file))
+            gone.append(file->fileName());
+    }
+    return gone.isEmpty() || mayLose(gone);
+}
+
+bool FileDesk::isGone(Kiln::ProjectFile *file)
+{
+    return !file->isModified() && !file->fileName().isEmpty() && !file->fileExists();
+}
+
+QString FileDesk::listed(const QStringList &files)
+{
+    QStringList lines;
+    for (const QString &file : files.mid(0, shownNames))
+        lines.append(QDir::toNativeSeparators(file));
+    if (files.size() > shownNames)
+        lines.append(tr("and %1 more").arg(files.size() - shownNames));
+    return lines.join(QLatin1Char('\n'));
+}
+
+bool FileDesk::mayLose(const QStringList &gone)
+{
+    return Kiln::askQuestion(m_window, tr("File not found"),
+                             tr("These files are gone from the disk; saving writes them again. Do "
+                                "you want to close them without?\n%1")
+                                 .arg(listed(gone)));
 }
 
 void FileDesk::stepTab(int by)

@@ -38,11 +38,13 @@ public:
     /// Shows a place of a loaded file; both numbers count from 0.
     void showPlace(Kiln::ProjectFile *file, int line, int column);
 
-    /// Takes the file off the desk. Changes are thrown away after a question; true if it is gone.
+    /// Takes the file off the desk; true if that was done. Changes, and a file that is gone from
+    /// the disk, are thrown away after a question.
     bool closeFile(Kiln::ProjectFile *file);
     void closeCurrentFile();
 
-    /// Asks for every changed file whether it may be lost; true if all may.
+    /// Asks for every changed file whether it may be lost, and once for those that are gone from
+    /// the disk; true if all may.
     bool confirmDiscard();
 
     /// Moves to the tab that is `by` places to the right, around the end.
@@ -51,6 +53,11 @@ public:
     /// Follows an editor that has opened or made a file by itself.
     void syncWithEditor();
 
+    /// Whether a file has no changes but is gone from the disk, so that memory holds the only copy.
+    static bool isGone(Kiln::ProjectFile *file);
+    /// File names for a message, a line each; of many, the first ones and how many more there are.
+    static QString listed(const QStringList &files);
+
 Q_SIGNALS:
     /// A line for the status bar.
     void message(const QString &text);
@@ -58,6 +65,7 @@ Q_SIGNALS:
     void changed();
 
 private:
+    bool mayLose(const QStringList &gone);
     void forget(Kiln::ProjectFile *file);
     void clear();
     void throwChangesAway(Kiln::ProjectFile *file);

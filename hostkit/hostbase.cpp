@@ -12,6 +12,7 @@
 #include <hostkit/messagetable.h>
 #include <hostkit/progressindicator.h>
 #include <hostkit/projectsession.h>
+#include <hostkit/savedesk.h>
 #include <hostkit/settings.h>
 #include <hostkit/statusfields.h>
 #include <hostkit/theme.h>
@@ -112,6 +113,7 @@ struct HostBase::Private : QObject {
     ControlPanels *panels;
     std::unique_ptr<EditorDeck> deck;
     std::unique_ptr<FileDesk> desk;
+    std::unique_ptr<SaveDesk> saving;
     CodeSurface *surface = nullptr; ///< the deck's
     bool busy = false;
 };
@@ -130,6 +132,7 @@ HostBase::Private::Private(QMainWindow *mainWindow, const Paths &places)
           new ControlPanels(window, centre->strips, menus->menu(QStringLiteral("view")), actions))
     , deck(std::make_unique<EditorDeck>(centre->stack, panels))
     , desk(std::make_unique<FileDesk>(&session, deck.get(), centre->tabs, window))
+    , saving(std::make_unique<SaveDesk>(&session, deck.get(), desk.get(), window))
 {
     window->setStatusBar(status);
     window->setCentralWidget(centre);
@@ -241,6 +244,7 @@ HostBase::HostBase(QMainWindow *window, const Paths &paths)
 HostBase::~HostBase()
 {
     d->session.close();
+    d->saving.reset();
     d->desk.reset();
     d->deck.reset();
     Kiln::setGlobalInterface(nullptr);
@@ -304,6 +308,11 @@ FileTabs &HostBase::tabs() const
 FileDesk &HostBase::desk() const
 {
     return *d->desk;
+}
+
+SaveDesk &HostBase::saving() const
+{
+    return *d->saving;
 }
 
 CodeSurface *HostBase::surface() const

@@ -20,6 +20,7 @@ class FileTabs;
 class Menus;
 class MessageTable;
 class ProjectSession;
+class SaveDesk;
 class Settings;
 class StatusFields;
 class Theme;
@@ -77,6 +78,7 @@ public:
     EditorDeck &deck() const;
     FileTabs &tabs() const;
     FileDesk &desk() const;
+    SaveDesk &saving() const;
     /// The view that code editors share; null before makeCodeEditors().
     CodeSurface *surface() const;
 

@@ -5,7 +5,7 @@
 #include <hostkit/widgets.h>
 
 #include <kilnx/forms/messageboxes.h>
-#include <kilnx/project/paths.h>
+#include <kilnx/project/filedialogs.h>
 
 #include <QHBoxLayout>
 #include <QLabel>

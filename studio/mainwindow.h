@@ -5,11 +5,6 @@
 
 #include <hostkit/hostbase.h>
 
-namespace Kiln
-{
-class ParentProject;
-}
-
 namespace Studio
 {
 
@@ -61,7 +56,6 @@ private:
     void updateState();
     void updateRecent();
     void chooseProject();
-    QString chooseTarget(const Kiln::ParentProject *project);
     void saveProjectAs();
     void backup();
     void restore();

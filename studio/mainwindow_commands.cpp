@@ -16,6 +16,7 @@
 #include <hostkit/filetabs.h>
 #include <hostkit/messagetable.h>
 #include <hostkit/projectsession.h>
+#include <hostkit/savedesk.h>
 #include <hostkit/settings.h>
 #include <hostkit/statusfields.h>
 #include <hostkit/widgets.h>
@@ -54,21 +55,10 @@ void MainWindow::connectFileActions()
     connect(m_actions->openProject, &QAction::triggered, this, &MainWindow::chooseProject);
     connect(m_actions->closeProject, &QAction::triggered, this, [this] { m_host.closeProject(); });
     connect(m_actions->closeFile, &QAction::triggered, &m_host.desk(), &FileDesk::closeCurrentFile);
-    connect(m_actions->save, &QAction::triggered, this, [this] {
-        if (Kiln::FileEditor *editor = m_host.deck().currentFileEditor())
-            editor->save();
-        m_host.desk().syncWithEditor();
-    });
-    connect(m_actions->saveAs, &QAction::triggered, this, [this] {
-        if (Kiln::FileEditor *editor = m_host.deck().currentFileEditor())
-            editor->saveAs();
-        m_host.desk().syncWithEditor();
-    });
-    connect(m_actions->saveAll, &QAction::triggered, this, [this] {
-        if (Kiln::ParentProject *project = m_host.session().parentProject())
-            project->save();
-        m_host.desk().syncWithEditor();
-    });
+    SaveDesk *saving = &m_host.saving();
+    connect(m_actions->save, &QAction::triggered, saving, &SaveDesk::save);
+    connect(m_actions->saveAs, &QAction::triggered, saving, &SaveDesk::saveAs);
+    connect(m_actions->saveAll, &QAction::triggered, saving, &SaveDesk::saveAll);
     connect(m_actions->saveProjectAs, &QAction::triggered, this, &MainWindow::saveProjectAs);
     connect(m_actions->backup, &QAction::triggered, this, &MainWindow::backup);
     connect(m_actions->restore, &QAction::triggered, this, &MainWindow::restore);

@@ -12,6 +12,7 @@
 #include <hostkit/filedesk.h>
 #include <hostkit/messagetable.h>
 #include <hostkit/projectsession.h>
+#include <hostkit/savedesk.h>
 #include <hostkit/settings.h>
 #include <hostkit/statusfields.h>
 
@@ -79,37 +80,10 @@ void MainWindow::chooseProject()
         m_host.openProject(directory);
 }
 
-// A single definition is saved under a name of its kind, all else into a directory.
-QString MainWindow::chooseTarget(const Kiln::ParentProject *project)
-{
-    const QString title = tr("Save project as");
-    if (m_host.session().projects().size() != 1 || project->isGame())
-        return Kiln::getExistingDirectory(this, title, project->basePath());
-    const QString definition = m_host.session().currentProject()->fileName();
-    const QString suffix = QLatin1Char('.') + QFileInfo(definition).suffix();
-    const QString chosen =
-        Kiln::getSaveFileName(this, title, definition, m_host.engine()->fileFilter());
-    if (chosen.isEmpty() || suffix.size() == 1 || chosen.endsWith(suffix))
-        return chosen;
-    // The dialog has asked about a file of the name without the suffix.
-    const QString target = chosen + suffix;
-    if (QFileInfo::exists(target) &&
-        !Kiln::askQuestion(this, title,
-                           tr("The file '%1' exists. Do you want to replace it?")
-                               .arg(QDir::toNativeSeparators(target))))
-        return QString();
-    return target;
-}
-
 void MainWindow::saveProjectAs()
 {
-    Kiln::ParentProject *project = m_host.session().parentProject();
-    const QString target = project ? chooseTarget(project) : QString();
-    if (target.isEmpty())
-        return;
-    project->saveAs(target);
-    m_host.settings().addRecentProject(project->basePath());
-    m_host.desk().syncWithEditor();
+    if (m_host.saving().saveProjectAs())
+        m_host.settings().addRecentProject(m_host.session().parentProject()->basePath());
 }
 
 void MainWindow::backup()
@@ -117,25 +91,19 @@ void MainWindow::backup()
     bool accepted = false;
     const QString name = QInputDialog::getText(this, tr("Backup"), tr("Name of the backup:"),
                                                QLineEdit::Normal, tr("manual"), &accepted);
-    Kiln::ParentProject *project = m_host.session().parentProject();
-    if (accepted && project && project->backup(QString(name).remove(QLatin1Char('/'))))
+    if (accepted && m_host.saving().backup(name))
         m_host.status().tell(tr("The backup is done."));
 }
 
 void MainWindow::restore()
 {
-    Kiln::ParentProject *project = m_host.session().parentProject();
+    const Kiln::ParentProject *project = m_host.session().parentProject();
     if (!project)
         return;
     const QString directory = Kiln::getExistingDirectory(
         this, tr("Restore backup"), project->basePath() + QLatin1String("backup"));
-    if (directory.isEmpty() || !m_host.desk().confirmDiscard())
-        return;
-    if (project->restoreBackup(QDir(directory).dirName()))
+    if (!directory.isEmpty() && m_host.saving().restore(QDir(directory).dirName()))
         m_host.status().tell(tr("The backup is restored."));
-    else
-        Kiln::showWarning(this, tr("Restore backup"), tr("This is no backup of the project."));
-    m_host.desk().syncWithEditor();
 }
 
 // The engine reads from the disk, and events are handled while it runs.
@@ -148,8 +116,7 @@ void MainWindow::runInEngine()
         Kiln::askQuestion(this, tr("Run in engine"),
                           tr("The engine reads the saved files. Do you want to save all changes "
                              "first?"))) {
-        project->save();
-        m_host.desk().syncWithEditor();
+        m_host.saving().saveAll();
     }
     QString output;
     bool success = false;

@@ -4,7 +4,7 @@
 #include <hostkit/messagetable.h>
 #include <hostkit/statusfields.h>
 
-#include <kilnx/code/messages.h>
+#include <kilnx/project/messages.h>
 
 #include <QAbstractItemModelTester>
 #include <QCheckBox>

@@ -1,18 +1,19 @@
+#include <findinfilesdock.h>
 #include <hostkit/codesurface.h>
 #include <hostkit/editordeck.h>
 #include <hostkit/filedesk.h>
 #include <hostkit/filetabs.h>
-#include <findinfilesdock.h>
+#include <hostkit/messagetable.h>
+#include <hostkit/projectsession.h>
+#include <hostkit/savedesk.h>
+#include <hostkit/settings.h>
+#include <hostkit/statusfields.h>
+#include <hostkit/theme.h>
 #include <mainactions.h>
 #include <mainwindow.h>
 #include <messagesdock.h>
-#include <hostkit/messagetable.h>
 #include <outputdock.h>
-#include <hostkit/projectsession.h>
-#include <hostkit/settings.h>
 #include <projecttreedock.h>
-#include <hostkit/statusfields.h>
-#include <hostkit/theme.h>
 
 #include <kilnx/code/codedocument.h>
 #include <kilnx/project/engine.h>
@@ -29,6 +30,7 @@
 #include <QListView>
 #include <QProgressDialog>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTemporaryDir>
 #include <QTextBlock>
 #include <QToolButton>
@@ -57,6 +59,13 @@ private slots:
     void organizerHasKeys_data();
     void organizerHasKeys();
     void savingWritesTheWholeFile();
+    void savesLeaveTheViewAlone();
+    void failedSavesAreTold();
+    void goneFilesAreNotLostUnasked();
+    void definitionStaysInItsProject();
+    void projectIsSavedUnderANameOfItsKind();
+    void nothingIsReplacedUnasked();
+    void enginesTakeTurns();
     void outsideChangesAreAskedAbout_data();
     void outsideChangesAreAskedAbout();
     void findAndReplace_data();
@@ -239,7 +248,7 @@ void tst_studio_window::messageTableHoldsTheModelRules()
     QTest::keyClick(view(), Qt::Key_Delete);
     QCOMPARE(document()->messages()->count(Kiln::Message::All), 0U);
     QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier);
-    QVERIFY(m_window->closeProject());
+    QVERIFY(m_window->host().closeProject());
     QCOMPARE(messages()->rowCount(), 0);
 }
 
@@ -362,6 +371,147 @@ void tst_studio_window::savingWritesTheWholeFile()
     QVERIFY(m_window->host().session().modifiedFiles().isEmpty());
     QVERIFY(read(path("heroes/wren/hurt.glow")).startsWith("; one\r\n"));
     QVERIFY(read(path("heroes/wren/brain.glow")).startsWith("; two\r\n"));
+}
+
+void tst_studio_window::savesLeaveTheViewAlone()
+{
+    open("heroes/wren/air.glow");
+    type("; " + QString(400, 'x'));
+    QTextCursor selection = view()->textCursor();
+    selection.movePosition(QTextCursor::WordLeft, QTextCursor::KeepAnchor);
+    view()->setTextCursor(selection);
+    const int scrolled = view()->horizontalScrollBar()->value();
+    QVERIFY(scrolled > 0);
+    nodes()->setFocus();
+    m_window->actions()->save->trigger();
+    QVERIFY(!document()->isModified());
+    QCOMPARE(view()->textCursor().selectedText(), selection.selectedText());
+    QCOMPARE(view()->horizontalScrollBar()->value(), scrolled);
+    QCOMPARE(QApplication::focusWidget(), nodes());
+}
+
+void tst_studio_window::failedSavesAreTold()
+{
+    open("heroes/wren/air.glow");
+    type("; not lost");
+    // A directory stands in the way.
+    QVERIFY(QFile::remove(path("heroes/wren/air.glow")));
+    QVERIFY(QDir().mkpath(path("heroes/wren/air.glow/in the way")));
+    m_dialogs->expectBox(QMessageBox::Ok);
+    m_dialogs->expectFiles({});
+    m_window->actions()->save->trigger();
+    QVERIFY(document()->isModified());
+    QVERIFY2(m_dialogs->seen().first().text.contains("air.glow' could not be saved."),
+             qPrintable(m_dialogs->seen().first().text));
+
+    m_dialogs->expectFiles({path("heroes/no such/air.glow")});
+    m_dialogs->expectBox(QMessageBox::Ok);
+    m_window->actions()->saveAs->trigger();
+    QVERIFY(document()->isModified());
+    QVERIFY(m_dialogs->seen().last().text.contains("could not be saved."));
+
+    m_dialogs->expectFiles({path("heroes/wren/higher")});
+    m_window->actions()->saveAs->trigger();
+    QVERIFY(read(path("heroes/wren/higher.glow")).startsWith("; not lost"));
+    m_dialogs->expectFiles({});
+    m_window->actions()->saveAs->trigger();
+}
+
+void tst_studio_window::goneFilesAreNotLostUnasked()
+{
+    const QString name = path("heroes/wren/hurt.glow");
+    const QByteArray before = read(name);
+    open("heroes/wren/hurt.glow");
+    QVERIFY(QFile::remove(name));
+    m_dialogs->expectBox(QMessageBox::No);
+    m_window->actions()->closeFile->trigger();
+    QVERIFY(document());
+    m_window->actions()->save->trigger();
+    QCOMPARE(read(name), QByteArray(before).replace("\r\n", "\n").replace("\n", "\r\n"));
+
+    QVERIFY(QFile::remove(name));
+    m_dialogs->expectBox(QMessageBox::Yes);
+    m_window->actions()->saveAll->trigger();
+    QVERIFY(QFileInfo::exists(name));
+
+    QVERIFY(QFile::remove(name));
+    m_dialogs->expectBox(QMessageBox::No);
+    QVERIFY(!m_window->close());
+    m_dialogs->expectBox(QMessageBox::Yes);
+    QVERIFY(m_window->close());
+}
+
+void tst_studio_window::definitionStaysInItsProject()
+{
+    open("heroes/wren/wren.wisp");
+    type("; changed\n");
+    QVERIFY(QFile::remove(path("heroes/wren/wren.wisp")));
+    m_dialogs->expectBox(QMessageBox::Yes);
+    m_window->actions()->closeFile->trigger();
+    const QList<Kiln::Project *> projects = m_window->host().session().projects();
+    for (const Kiln::Project *project : projects)
+        QVERIFY(project->file(Kiln::Project::FileID::Definition));
+    QVERIFY(m_window->host().session().parentProject()->backup("kept"));
+}
+
+void tst_studio_window::projectIsSavedUnderANameOfItsKind()
+{
+    QVERIFY(m_window->host().openProject(path("heroes/wren")));
+    QCOMPARE(m_window->host().session().projects().size(), 1);
+    const QString copy = m_directory->filePath("raven");
+    m_dialogs->expectFiles({copy + "/raven"});
+    m_window->actions()->saveProjectAs->trigger();
+    QVERIFY(QFileInfo::exists(copy + "/raven.wisp"));
+    QVERIFY(!QFileInfo::exists(copy + "/raven"));
+    QCOMPARE(m_window->host().settings().recentProjects().value(0), copy);
+    QVERIFY(m_window->host().openProject(copy));
+}
+
+void tst_studio_window::nothingIsReplacedUnasked()
+{
+    const QString other = m_directory->filePath("other");
+    QVERIFY(QDir().mkpath(other));
+    write(other + "/tidewater.hearth", "; of somebody else\r\n");
+    m_dialogs->expectFiles({other});
+    m_dialogs->expectBox(QMessageBox::No);
+    m_window->actions()->saveProjectAs->trigger();
+    QCOMPARE(read(other + "/tidewater.hearth"), QByteArray("; of somebody else\r\n"));
+    QVERIFY(m_dialogs->seen().last().text.contains("tidewater.hearth"));
+
+    QVERIFY(m_window->host().saving().backup("first"));
+    const QStringList copies = QDir(path("backup")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    QCOMPARE(copies.size(), 1);
+    open("heroes/wren/air.glow");
+    type("; newer\n");
+    m_window->actions()->save->trigger();
+    m_dialogs->expectFiles({path("backup/" + copies.first())});
+    m_dialogs->expectBox(QMessageBox::No);
+    m_window->actions()->restore->trigger();
+    QVERIFY(read(path("heroes/wren/air.glow")).startsWith("; newer"));
+    m_dialogs->expectFiles({path("backup/" + copies.first())});
+    m_dialogs->expectBox(QMessageBox::Yes);
+    m_window->actions()->restore->trigger();
+    QVERIFY(!read(path("heroes/wren/air.glow")).startsWith("; newer"));
+}
+
+// A project of another engine makes that one current, and back.
+void tst_studio_window::enginesTakeTurns()
+{
+    const QString arcade = m_directory->filePath("arcade");
+    QVERIFY(QDir().mkpath(arcade));
+    for (const char *name : {"/arcade.spark", "/bosses.tune"})
+        QVERIFY(QFile::copy(KILN_SOURCE_DIR "/engines/spark/sample" + QLatin1String(name),
+                            arcade + QLatin1String(name)));
+    QVERIFY(m_window->host().openProject(arcade));
+    QCOMPARE(m_window->host().engine()->displayName(), QStringLiteral("Spark"));
+    QCOMPARE(m_window->actions()->newMenu->actions().size(), 1);
+    type("lonely = 1\n");
+    QVERIFY2(messages()->errorCount() > 0, "a value without a section is an error of Spark's");
+    m_window->actions()->undo->trigger();
+    m_window->actions()->save->trigger();
+    QVERIFY(m_window->host().openProject(m_directory->filePath("hero")));
+    QCOMPARE(m_window->host().engine()->displayName(), QStringLiteral("Ember"));
+    QVERIFY(m_window->actions()->newMenu->actions().size() > 1);
 }
 
 void tst_studio_window::outsideChangesAreAskedAbout_data()

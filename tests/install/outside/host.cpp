@@ -1,9 +1,8 @@
 // A whole host of its own: a window, an engine from a library, a project, a file to edit and save.
-#include <hostkit/editordeck.h>
 #include <hostkit/enginelibraries.h>
 #include <hostkit/filedesk.h>
 #include <hostkit/hostbase.h>
-#include <kilnx/project/fileeditor.h>
+#include <hostkit/savedesk.h>
 
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QMainWindow>
@@ -27,11 +26,8 @@ int main(int argc, char *argv[])
         return 1;
     }
     host.makeCodeEditors();
-    QAction *save = host.menu("file")->addAction("Save", &window, [&host] {
-        if (Kiln::FileEditor *editor = host.deck().currentFileEditor())
-            editor->save();
-    });
-    save->setShortcut(QKeySequence::Save);
+    host.menu("file")->addAction("Save", &host.saving(), &HostKit::SaveDesk::save,
+                                 QKeySequence::Save);
     if (!host.openProject(arguments[2]) || !host.desk().openFile(arguments[3], 0))
         return 1;
     window.resize(900, 600);

@@ -1,0 +1,163 @@
+#include <hostkit/savedesk.h>
+
+#include <hostkit/editordeck.h>
+#include <hostkit/filedesk.h>
+#include <hostkit/filetabs.h>
+#include <hostkit/projectsession.h>
+
+#include <kilnx/forms/messageboxes.h>
+#include <kilnx/project/archive.h>
+#include <kilnx/project/engine.h>
+#include <kilnx/project/fileeditor.h>
+#include <kilnx/project/parentproject.h>
+#include <kilnx/project/filedialogs.h>
+#include <kilnx/project/projectfile.h>
+#include <kilnx/project/savereport.h>
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace HostKit
+{
+
+SaveDesk::SaveDesk(ProjectSession *session, EditorDeck *deck, FileDesk *desk, QWidget *window)
+    : QObject(window)
+    , m_session(session)
+    , m_deck(deck)
+    , m_desk(desk)
+    , m_window(window)
+{
+}
+
+void SaveDesk::save()
+{
+    Kiln::ProjectFile *file = m_deck->currentFile();
+    if (!file || !file->canSave() || !(file->isModified() || FileDesk::isGone(file)))
+        return;
+    if (file->fileName().isEmpty()) {
+        saveAs();
+    } else if (!file->toFile(file->archive(), file->fileName(), false)) {
+        tellWhyNot(tr("Save"), file);
+        saveAs();
+    }
+    m_desk->syncWithEditor();
+}
+
+// The editor tells of a save by modified(), and not when the user has cancelled its dialog.
+void SaveDesk::saveAs()
+{
+    Kiln::FileEditor *editor = m_deck->currentFileEditor();
+    if (!editor)
+        return;
+    bool tried = false;
+    const auto watch = connect(editor, &Kiln::Editor::modified, this, [&tried] { tried = true; });
+    editor->saveAs();
+    disconnect(watch);
+    if (tried && !Kiln::FileSystemArchive::lastError().isEmpty() && m_deck->currentFile())
+        tellWhyNot(tr("Save as"), m_deck->currentFile());
+    m_desk->syncWithEditor();
+}
+
+void SaveDesk::saveAll()
+{
+    Kiln::ParentProject *project = m_session->parentProject();
+    if (!project)
+        return;
+    project->save();
+    const Kiln::SaveReport report = project->saveReport();
+    if (!report.failures.isEmpty() || !report.leftOut.isEmpty())
+        tellReport(tr("Save all"));
+    const QStringList missing = report.missing;
+    if (!missing.isEmpty() &&
+        Kiln::askQuestion(m_window, tr("Save all"),
+                          tr("These files are gone from the disk. Do you want to write them "
+                             "again?\n%1")
+                              .arg(FileDesk::listed(missing))))
+        writeAgain(missing);
+    m_desk->syncWithEditor();
+}
+
+bool SaveDesk::saveProjectAs()
+{
+    const QString title = tr("Save project as");
+    Kiln::ParentProject *project = m_session->parentProject();
+    const QString target = project ? chooseTarget(project) : QString();
+    if (target.isEmpty() || !mayReplace(title, project->replacedBySaveAs(target)))
+        return false;
+    const QString before = project->basePath();
+    project->saveAs(target);
+    tellReport(title);
+    m_desk->syncWithEditor();
+    return project->basePath() != before;
+}
+
+bool SaveDesk::backup(const QString &name)
+{
+    Kiln::ParentProject *project = m_session->parentProject();
+    const bool done = project && project->backup(QString(name).remove(QLatin1Char('/')));
+    return done && tellReport(tr("Backup"));
+}
+
+bool SaveDesk::restore(const QString &name)
+{
+    const QString title = tr("Restore backup");
+    Kiln::ParentProject *project = m_session->parentProject();
+    if (!project || !m_desk->confirmDiscard() ||
+        !mayReplace(title, project->replacedByRestore(name)))
+        return false;
+    const bool restored = project->restoreBackup(name);
+    if (restored)
+        tellReport(title);
+    else
+        Kiln::showWarning(m_window, title, tr("This is no backup of the project."));
+    m_desk->syncWithEditor();
+    return restored;
+}
+
+// A single definition is saved under a name of its kind, all else into a directory.
+QString SaveDesk::chooseTarget(Kiln::ParentProject *project)
+{
+    const QString title = tr("Save project as");
+    if (m_session->projects().size() != 1 || project->isGame())
+        return Kiln::getExistingDirectory(m_window, title, project->basePath());
+    const QString definition = m_session->currentProject()->fileName();
+    const QString suffix = QFileInfo(definition).suffix();
+    return Kiln::getSaveFileName(m_window, title, definition, project->engine()->fileFilter(),
+                                 suffix.isEmpty() ? suffix : QLatin1Char('.') + suffix);
+}
+
+bool SaveDesk::mayReplace(const QString &title, const QStringList &files)
+{
+    return files.isEmpty() ||
+           Kiln::askQuestion(m_window, title,
+                             tr("These files will be replaced. Do you want to go on?\n%1")
+                                 .arg(FileDesk::listed(files)));
+}
+
+bool SaveDesk::tellReport(const QString &title)
+{
+    const Kiln::ParentProject *project = m_session->parentProject();
+    const QString text = project ? project->saveReport().text() : QString();
+    if (!text.isEmpty())
+        Kiln::showWarning(m_window, title, text);
+    return text.isEmpty();
+}
+
+void SaveDesk::writeAgain(const QStringList &files)
+{
+    for (const QString &name : files) {
+        Kiln::ProjectFile *file = m_session->findFile(name);
+        if (file && !file->toFile(file->archive(), file->fileName(), false))
+            tellWhyNot(tr("Save all"), file);
+    }
+}
+
+void SaveDesk::tellWhyNot(const QString &title, Kiln::ProjectFile *file)
+{
+    Kiln::showWarning(m_window, title,
+                      tr("'%1' could not be saved. %2")
+                          .arg(FileTabs::title(file), Kiln::FileSystemArchive::lastError())
+                          .trimmed());
+}
+
+} // namespace HostKit
