@@ -8,9 +8,9 @@
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/project/engine.h>
+#include <kilnx/project/filedialogs.h>
 #include <kilnx/project/fileeditor.h>
 #include <kilnx/project/parentproject.h>
-#include <kilnx/project/filedialogs.h>
 #include <kilnx/project/projectfile.h>
 #include <kilnx/project/savereport.h>
 

@@ -18,8 +18,8 @@
 
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/project/engine.h>
-#include <kilnx/project/parentproject.h>
 #include <kilnx/project/filedialogs.h>
+#include <kilnx/project/parentproject.h>
 #include <kilnx/project/projectfile.h>
 
 #include <QAction>

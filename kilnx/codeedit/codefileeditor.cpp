@@ -53,6 +53,43 @@ bool selectMatch(QTextCursor &cursor, const QString &sought, unsigned int flags)
     cursor.setPosition(match->position + match->length, QTextCursor::KeepAnchor);
     return true;
 }
+
+/// The open rows of a tree: closing them costs as much as they are, and not as the whole tree.
+class OpenRows : public QObject
+{
+public:
+    /// Those of `tree`, to which they belong; first asked for before a row is opened.
+    static OpenRows *of(QTreeView *tree)
+    {
+        for (QObject *child : tree->children()) {
+            if (auto *rows = dynamic_cast<OpenRows *>(child))
+                return rows;
+        }
+        return new OpenRows(tree);
+    }
+
+    void close()
+    {
+        const QList<QPersistentModelIndex> rows = m_rows;
+        m_rows.clear();
+        for (const QPersistentModelIndex &row : rows)
+            m_tree->collapse(row);
+    }
+
+private:
+    explicit OpenRows(QTreeView *tree)
+        : QObject(tree)
+        , m_tree(tree)
+    {
+        connect(tree, &QTreeView::expanded, this,
+                [this](const QModelIndex &row) { m_rows.append(row); });
+        connect(tree, &QTreeView::collapsed, this,
+                [this](const QModelIndex &row) { m_rows.removeAll(row); });
+    }
+
+    QTreeView *m_tree;
+    QList<QPersistentModelIndex> m_rows; ///< voided by a model that is reset or replaced
+};
 } // namespace
 
 CodeFileEditor::CodeFileEditor(CodeWorkspace *codeWorkspace, const char *treeKey)
@@ -71,6 +108,8 @@ CodeFileEditor::CodeFileEditor(CodeWorkspace *codeWorkspace, const char *treeKey
     control.slot = SLOT(selectedItem(QModelIndex));
     interface->addControl(key, control);
     m_tree = qobject_cast<QTreeView *>(interface->control(key));
+    if (m_tree)
+        OpenRows::of(m_tree);
 }
 
 unsigned int CodeFileEditor::areas() const
@@ -146,8 +185,20 @@ void CodeFileEditor::showTree()
     if (!m_tree || workspace->editor()->codeDocument() != document() || m_tree->model() == m_alive)
         return;
     QItemSelectionModel *oldSelection = m_tree->selectionModel();
+    if (m_alive)
+        disconnect(m_alive, &QAbstractItemModel::modelReset, this, nullptr);
     m_tree->setModel(m_alive);
     delete oldSelection; // views don't
+    if (m_alive) {
+        // A file that is loaded anew has other rows. The cursor is put back after them.
+        connect(
+            m_alive, &QAbstractItemModel::modelReset, this,
+            [this] {
+                if (isShown() && m_tree && m_tree->model() == m_alive)
+                    currLineChanged(workspace->editor()->currentLine().line);
+            },
+            Qt::QueuedConnection);
+    }
     const CodeEditor::LinePos place = workspace->editor()->currentLine();
     if (active && document())
         currLineChanged(place.line);
@@ -227,7 +278,7 @@ void CodeFileEditor::currLineChanged(int line)
     if (!m_tree || m_tree->model() != m_alive ||
         !interface->option(QStringLiteral("auto_expand_tree"), QVariant()).toBool())
         return;
-    m_tree->collapseAll();
+    OpenRows::of(m_tree)->close();
     const QModelIndex index = m_document->indexInLine(line);
     m_tree->selectionModel()->select(index, QItemSelectionModel::ClearAndSelect);
     m_tree->selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);

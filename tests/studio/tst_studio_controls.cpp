@@ -15,8 +15,8 @@
 #include <QDoubleSpinBox>
 #include <QLabel>
 #include <QListView>
-#include <QMenu>
 #include <QMainWindow>
+#include <QMenu>
 #include <QSlider>
 #include <QSpinBox>
 #include <QStandardItemModel>
@@ -562,7 +562,8 @@ void tst_studio_controls::enginesThatCannotBeLoadedAreTold_data()
 {
     QTest::addColumn<QString>("library");
     QTest::addColumn<QString>("told");
-    QTest::newRow("no file") << "/no/such/library.so" << "cannot be loaded";
+    QTest::newRow("no file") << "/no/such/library.so"
+                             << "cannot be loaded";
     QTest::newRow("no library") << QStringLiteral(KILN_SOURCE_DIR "/CMakeLists.txt")
                                 << "cannot be loaded";
     QTest::newRow("no engine") << QStringLiteral(NO_ENGINE) << "holds no engine";
