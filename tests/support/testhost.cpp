@@ -12,19 +12,16 @@ namespace
 class RecordingProgress : public Progress
 {
 public:
-    RecordingProgress(std::shared_ptr<TestHost::ProgressRecord> record, bool cancels)
+    explicit RecordingProgress(std::shared_ptr<TestHost::ProgressRecord> record)
         : m_record(std::move(record))
-        , m_cancels(cancels)
     {
     }
 
-    void setProgress(unsigned int value, unsigned int total, bool *cancelled) override
+    void setProgress(unsigned int value, unsigned int total, bool *) override
     {
         if (total > 0)
             m_record->total = total;
         m_record->steps << value;
-        if (cancelled && m_cancels)
-            *cancelled = true;
     }
 
     void finish() override
@@ -35,7 +32,6 @@ public:
 
 private:
     std::shared_ptr<TestHost::ProgressRecord> m_record;
-    bool m_cancels;
 };
 
 } // namespace
@@ -57,7 +53,7 @@ Progress *TestHost::progress(const QString &text, bool cancellable)
     record->text = text;
     record->cancellable = cancellable;
     progresses << record;
-    return new RecordingProgress(record, cancelProgress);
+    return new RecordingProgress(record);
 }
 
 FileEditor *TestHost::editorForFile(ProjectFile *, Project::FileID id) const

@@ -49,7 +49,6 @@ public:
     Kiln::Project *activeProject = nullptr;
     Kiln::Editor *activeEditor = nullptr;
     QMap<int, Kiln::FileEditor *> fileEditors; ///< by one type bit
-    bool cancelProgress = false;
 
     // Records, read by the test.
     QStringList log;
