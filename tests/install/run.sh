@@ -35,15 +35,15 @@ export PKG_CONFIG_PATH=$library/pkgconfig
 g++ -std=c++17 -fPIC $flags "$here/main.cpp" -o "$work/outside" $(pkg-config --cflags --libs kilnx)
 "$work/outside"
 
-# type_into TITLE FILE PROGRAM [ARGUMENTS...]
-# Starts a program, types a line into the window of that title, saves it by Ctrl+S, and looks for
+# type_into CLASS FILE PROGRAM [ARGUMENTS...]
+# Starts a program, types a line into the window of that class, saves it by Ctrl+S, and looks for
 # the line in FILE.
 type_into() {
-    local title=$1 file=$2
+    local class=$1 file=$2
     shift 2
     "$@" &
     local program=$! window
-    window=$(timeout 60 xdotool search --sync --onlyvisible --name "$title" | head -1)
+    window=$(timeout 60 xdotool search --sync --onlyvisible --class "$class" | head -1) || true
     [[ -n $window ]] || { echo "no window of $1"; kill $program; return 1; }
     for _ in $(seq 50); do
         xdotool windowfocus "$window" key ctrl+Home type '# typed from outside '
@@ -69,7 +69,7 @@ done
 studio=$work/prefix/bin/kiln-studio
 type_into host "$work/first/bosses.tune" \
     "$work/cmake/host" "$work/cmake/libspark.so" "$work/first" "$work/first/bosses.tune"
-type_into 'Kiln Studio' "$work/second/arcade.spark" "$studio" "$work/second"
+type_into kiln-studio "$work/second/arcade.spark" "$studio" "$work/second"
 rm "$library/kilnx/engines/libspark.so"
-type_into 'Kiln Studio' "$work/third/arcade.spark" \
+type_into kiln-studio "$work/third/arcade.spark" \
     "$studio" --engine "$work/cmake/libspark.so" "$work/third"
