@@ -42,40 +42,6 @@ bool FakeFile::toFile(Archive &archive, const QString &file, bool asCopy)
     return true;
 }
 
-QStringList
-MemoryArchive::entries(const QString &path, QDir::Filters filters, QDir::SortFlags) const
-{
-    const QString prefix = path.endsWith('/') ? path : path + '/';
-    QStringList found;
-    for (const QString &file : files.keys()) {
-        const QString below = file.startsWith(prefix) ? file.mid(prefix.size()) : QString();
-        const QString name = below.section('/', 0, 0);
-        const bool isWanted = filters & (below == name ? QDir::Files : QDir::Dirs);
-        if (!name.isEmpty() && isWanted && !found.contains(name))
-            found.append(name);
-    }
-    return found;
-}
-
-QIODevice *MemoryArchive::openFile(const QString &path, QIODevice::OpenMode mode)
-{
-    if (!(mode & QIODevice::WriteOnly) && !files.contains(path))
-        return nullptr;
-    auto *buffer = new QBuffer;
-    if (!(mode & QIODevice::WriteOnly))
-        buffer->setData(files[path]);
-    buffer->setObjectName(path);
-    buffer->open(mode);
-    return buffer;
-}
-
-void MemoryArchive::closeFile(QIODevice *device)
-{
-    if (device && device->isWritable())
-        files[device->objectName()] = static_cast<QBuffer *>(device)->data();
-    delete device;
-}
-
 void FakeProject::fileList(QList<ReferencedFile> &out)
 {
     auto *definition = dynamic_cast<CodeDocument *>(file(FileID::Definition));
@@ -103,6 +69,41 @@ FakeProject *FakeParent::open(const QString &name)
         qFatal("cannot open %s", qPrintable(name));
     project->addToParent();
     return project;
+}
+
+void ProjectTest::make(const Files &files) const
+{
+    for (auto file = files.begin(); file != files.end(); ++file)
+        makeFile(base() + file.key(), *file);
+}
+
+void ProjectTest::init()
+{
+    m_directory = std::make_unique<QTemporaryDir>();
+    m_host = std::make_unique<TestHost>();
+}
+
+void ProjectTest::cleanup()
+{
+    QCOMPARE(m_host->dialogs().finish(), QString());
+    m_host.reset();
+    QCOMPARE(FakeParent::alive + FakeProject::alive + FakeDocument::alive + FakeFile::alive, 0);
+    QCOMPARE(FileSystemArchive::instance().refCount, 0);
+}
+
+FakeDocument *definitionOf(Project *project)
+{
+    return static_cast<FakeDocument *>(
+        dynamic_cast<CodeDocument *>(project->file(Project::FileID::Definition)));
+}
+
+FakeFile *openFile(Project *project, const QString &path)
+{
+    auto *file = new FakeFile;
+    if (!file->fromFile(project->archive(), path, false))
+        qFatal("cannot open %s", qPrintable(path));
+    project->addFile(file, Project::FileID::Sounds);
+    return file;
 }
 
 static void

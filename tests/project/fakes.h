@@ -2,12 +2,17 @@
 
 #include <kilnx/code/codedocument.h>
 #include <kilnx/code/messages.h>
-#include <kilnx/project/archive.h>
 #include <kilnx/project/engine.h>
+#include <kilnx/project/fileeditor.h>
 #include <kilnx/project/parentproject.h>
 #include <kilnx/project/project.h>
 #include <kilnx/project/projectfile.h>
+#include <tests/support/memoryarchive.h>
+#include <tests/support/modeltester.h>
+#include <tests/support/rows.h>
+#include <tests/support/testhost.h>
 
+#include <QAction>
 #include <QtTest>
 
 /// A definition of lines "id path". Counts how many are alive.
@@ -83,31 +88,6 @@ protected:
 
 private:
     Kiln::SimpleMessages m_messages;
-};
-
-/// Files that are on no disk: by absolute name, written when their device is closed.
-class MemoryArchive : public Kiln::Archive
-{
-public:
-    void flush() override { ++flushes; }
-    bool isReadOnly() const override { return readOnly; }
-    QStringList entries(const QString &path, QDir::Filters, QDir::SortFlags) const override;
-    QList<QFileInfo> infoEntries(const QString &, QDir::Filters, QDir::SortFlags) const override
-    {
-        return {};
-    }
-    QIODevice *openFile(const QString &path, QIODevice::OpenMode mode) override;
-    void closeFile(QIODevice *device) override;
-    bool fileExists(const QString &path) const override { return files.contains(path); }
-    bool removeFile(const QString &path) override { return files.remove(path) > 0; }
-
-    QMap<QString, QByteArray> files;
-    bool readOnly = false;
-    int flushes = 0;
-    int freed = 0;
-
-private:
-    void free() override { ++freed; }
 };
 
 class FakeProject : public Kiln::Project
@@ -195,6 +175,64 @@ public:
     std::function<bool(QString &, QStringList &)> prepares;
     static inline int alive = 0;
 };
+
+/// An editor of FakeFiles. It finds what a file's bytes hold.
+class FakeEditor : public Kiln::FileEditor
+{
+    Q_OBJECT
+
+public:
+    QAction *action() const override { return const_cast<QAction *>(&m_action); }
+    const char *name() const override { return "sounds"; }
+    unsigned int areas() const override { return 7; }
+    void retranslate() override {}
+    void replace(const QString &, const QString &, unsigned int, bool) override {}
+    void hostReserved15() override {}
+    Kiln::Project::FileID::Type canEditFileType() override { return Kiln::Project::FileID::Sounds; }
+    using FileEditor::find;
+    bool find(const Kiln::ProjectFile *file, const QString &text, unsigned int) override
+    {
+        searched << text;
+        return file && dynamic_cast<const FakeFile *>(file)->contents.contains(text.toUtf8());
+    }
+
+    QStringList searched;
+    int shown = 0;
+
+protected:
+    void contentsChanged() override { ++shown; }
+
+private:
+    QAction m_action{QStringLiteral("Sound banks")};
+};
+
+constexpr Kiln::ParentProject::PathType scanAll =
+    Kiln::ParentProject::ScanDirectories | Kiln::ParentProject::ScanFiles;
+
+using Files = QMap<QString, QByteArray>;
+
+/// A test with a directory and a host of its own. Nothing that it makes may outlive it.
+class ProjectTest : public QObject
+{
+    Q_OBJECT
+
+protected:
+    QString base() const { return m_directory->path() + '/'; }
+    QString path(const char *name) const { return base() + QLatin1String(name); }
+    /// Writes files, named relative to the base.
+    void make(const Files &files) const;
+
+    std::unique_ptr<QTemporaryDir> m_directory;
+    std::unique_ptr<TestHost> m_host;
+
+protected slots:
+    void init();
+    void cleanup();
+};
+
+FakeDocument *definitionOf(Kiln::Project *project);
+/// Opens a file as one of a project's sounds.
+FakeFile *openFile(Kiln::Project *project, const QString &path);
 
 /// One line a row, indented by two blanks a level; "/" ends a directory, "+" a named file with its
 /// bits.

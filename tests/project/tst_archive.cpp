@@ -77,6 +77,7 @@ class tst_archive : public QObject
 
 private:
     QTemporaryDir m_directory;
+    FileSystemArchive &m_archive = FileSystemArchive::instance();
     QString path(const char *name) const { return m_directory.filePath(QLatin1String(name)); }
     QStringList names() const
     {
@@ -101,25 +102,24 @@ private slots:
 
     void opensAndWrites()
     {
-        FileSystemArchive &archive = FileSystemArchive::instance();
-        QVERIFY(!archive.openFile(path("missing"), QIODevice::ReadOnly));
+        QVERIFY(!m_archive.openFile(path("missing"), QIODevice::ReadOnly));
         QVERIFY(names().isEmpty());
-        QVERIFY(!archive.openFile(m_directory.path(), QIODevice::WriteOnly));
+        QVERIFY(!m_archive.openFile(m_directory.path(), QIODevice::WriteOnly));
 
         QVERIFY(save(path("new/deep/file"), "one"));
         QCOMPARE(contentsOf(path("new/deep/file")), QByteArray("one"));
-        QVERIFY(archive.fileExists(path("new/deep/file")));
-        QVERIFY(archive.removeFile(path("new/deep/file")));
-        QVERIFY(!archive.removeFile(path("new/deep/file")));
-        archive.closeFile(nullptr);
-        QVERIFY(!archive.isReadOnly());
+        QVERIFY(m_archive.fileExists(path("new/deep/file")));
+        QVERIFY(m_archive.removeFile(path("new/deep/file")));
+        QVERIFY(!m_archive.removeFile(path("new/deep/file")));
+        m_archive.closeFile(nullptr);
+        QVERIFY(!m_archive.isReadOnly());
     }
 
     void replacesThroughATemporaryBesideTheFile()
     {
         const QString target = path("file");
         makeFile(target, "old");
-        QIODevice *device = FileSystemArchive::instance().openFile(target, QIODevice::WriteOnly);
+        QIODevice *device = m_archive.openFile(target, QIODevice::WriteOnly);
         QVERIFY(device);
         const QString temporary = static_cast<QFile *>(device)->fileName();
         QVERIFY(QRegularExpression("^" + QRegularExpression::escape(target) + "[A-Za-z0-9]{6}$")
@@ -127,42 +127,36 @@ private slots:
                     .hasMatch());
         device->write("new");
         QCOMPARE(contentsOf(target), QByteArray("old"));
-        FileSystemArchive::instance().closeFile(device);
+        m_archive.closeFile(device);
         QCOMPARE(contentsOf(target), QByteArray("new"));
         QCOMPARE(names(), QStringList("file"));
     }
 
     void modes_data()
     {
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<QByteArray>("written");
-        QTest::addColumn<QByteArray>("expected");
+        columns<int, QByteArray, QByteArray>("mode", "written", "expected");
         const int write = QIODevice::WriteOnly;
         const int both = QIODevice::ReadWrite;
-        QTest::newRow("write starts empty") << write << QByteArray("new") << QByteArray("new");
-        QTest::newRow("read and write keeps what is not written over")
-            << both << QByteArray("NEW") << QByteArray("NEW contents");
-        QTest::newRow("append keeps all")
-            << (write | QIODevice::Append) << QByteArray("!") << QByteArray("old contents!");
-        QTest::newRow("append to what can be read")
-            << (both | QIODevice::Append) << QByteArray("!") << QByteArray("old contents!");
-        QTest::newRow("truncate") << (both | QIODevice::Truncate) << QByteArray("x")
-                                  << QByteArray("x");
-        QTest::newRow("existing only")
-            << (write | QIODevice::ExistingOnly) << QByteArray("x") << QByteArray("x");
+        addRow("write starts empty", write, QByteArray("new"), QByteArray("new"));
+        addRow("read and write keeps what is not written over", both, QByteArray("NEW"),
+               QByteArray("NEW contents"));
+        addRow("append keeps all", (write | QIODevice::Append), QByteArray("!"),
+               QByteArray("old contents!"));
+        addRow("append to what can be read", (both | QIODevice::Append), QByteArray("!"),
+               QByteArray("old contents!"));
+        addRow("truncate", (both | QIODevice::Truncate), QByteArray("x"), QByteArray("x"));
+        addRow("existing only", (write | QIODevice::ExistingOnly), QByteArray("x"),
+               QByteArray("x"));
     }
 
     void modes()
     {
-        QFETCH(int, mode);
-        QFETCH(QByteArray, written);
-        QFETCH(QByteArray, expected);
+        const auto [mode, written, expected] = row<int, QByteArray, QByteArray>();
         makeFile(path("file"), "old contents");
-        QIODevice *device =
-            FileSystemArchive::instance().openFile(path("file"), QIODevice::OpenMode(mode));
+        QIODevice *device = m_archive.openFile(path("file"), QIODevice::OpenMode(mode));
         QVERIFY(device);
         QCOMPARE(device->write(written), qint64(written.size()));
-        FileSystemArchive::instance().closeFile(device);
+        m_archive.closeFile(device);
         QCOMPARE(contentsOf(path("file")), expected);
         QCOMPARE(names(), QStringList("file"));
     }
@@ -170,8 +164,7 @@ private slots:
     void newOnlyRefusesAnExistingFile()
     {
         makeFile(path("file"), "old");
-        QVERIFY(!FileSystemArchive::instance().openFile(path("file"),
-                                                        QIODevice::WriteOnly | QIODevice::NewOnly));
+        QVERIFY(!m_archive.openFile(path("file"), QIODevice::WriteOnly | QIODevice::NewOnly));
         QCOMPARE(contentsOf(path("file")), QByteArray("old"));
     }
 
@@ -179,7 +172,7 @@ private slots:
     {
         QTest::addColumn<int>("mode");
         for (int mode : {0600, 0640, 0644, 0755, 0666})
-            QTest::newRow(QByteArray::number(mode, 8).constData()) << mode;
+            addRow(QByteArray::number(mode, 8).constData(), mode);
     }
 
     void keepsPermissions()
@@ -207,12 +200,11 @@ private slots:
         makeFile(path("real/file"), "old");
         QVERIFY(QFile::link("real/file", path("link")));
         QVERIFY(QFile::link("link", path("linkToLink")));
-        QIODevice *device =
-            FileSystemArchive::instance().openFile(path("linkToLink"), QIODevice::WriteOnly);
+        QIODevice *device = m_archive.openFile(path("linkToLink"), QIODevice::WriteOnly);
         QVERIFY(static_cast<QFile *>(device)->fileName().startsWith(
             QFileInfo(path("real/file")).canonicalFilePath()));
         device->write("new");
-        FileSystemArchive::instance().closeFile(device);
+        m_archive.closeFile(device);
         QCOMPARE(contentsOf(path("real/file")), QByteArray("new"));
         QVERIFY(QFileInfo(path("link")).isSymLink() && QFileInfo(path("linkToLink")).isSymLink());
         QCOMPARE(QDir(path("real")).entryList(QDir::Files), QStringList("file"));
@@ -225,11 +217,10 @@ private slots:
 
     void leavesDevicesAlone()
     {
-        QIODevice *device =
-            FileSystemArchive::instance().openFile("/dev/null", QIODevice::WriteOnly);
+        QIODevice *device = m_archive.openFile("/dev/null", QIODevice::WriteOnly);
         QVERIFY(device);
         device->write("nothing");
-        FileSystemArchive::instance().closeFile(device);
+        m_archive.closeFile(device);
         struct stat info;
         QCOMPARE(stat("/dev/null", &info), 0);
         QVERIFY(S_ISCHR(info.st_mode));
@@ -243,7 +234,7 @@ private slots:
         QProcess process;
         process.start(path("busy"), {"60"});
         QVERIFY(process.waitForStarted());
-        QVERIFY(!FileSystemArchive::instance().openFile(path("busy"), QIODevice::WriteOnly));
+        QVERIFY(!m_archive.openFile(path("busy"), QIODevice::WriteOnly));
         QCOMPARE(FileSystemArchive::lastError(), qt_error_string(ETXTBSY));
         QCOMPARE(names(), QStringList("busy"));
         process.kill();
@@ -253,13 +244,12 @@ private slots:
 
     void removalAndRenamingAreTriedAgain_data()
     {
-        QTest::addColumn<int>("freeAfter");
-        QTest::addColumn<int>("pauses");
-        QTest::newRow("at once") << 0 << 0;
-        QTest::newRow("at the third attempt to remove") << 2 << 2;
-        QTest::newRow("at the last attempt to remove") << 14 << 14;
-        QTest::newRow("when renaming") << 17 << 17;
-        QTest::newRow("never") << 1000 << 28;
+        columns<int, int>("freeAfter", "pauses");
+        addRow("at once", 0, 0);
+        addRow("at the third attempt to remove", 2, 2);
+        addRow("at the last attempt to remove", 14, 14);
+        addRow("when renaming", 17, 17);
+        addRow("never", 1000, 28);
     }
 
     void removalAndRenamingAreTriedAgain()
@@ -267,7 +257,7 @@ private slots:
         QFETCH(int, freeAfter);
         const QString target = path("file");
         makeFile(target, "old");
-        QIODevice *device = FileSystemArchive::instance().openFile(target, QIODevice::WriteOnly);
+        QIODevice *device = m_archive.openFile(target, QIODevice::WriteOnly);
         const QString temporary = QFileInfo(static_cast<QFile *>(device)->fileName()).fileName();
         device->write("new");
         // A directory in the place of the file can neither be removed nor renamed over.
@@ -279,7 +269,7 @@ private slots:
             };
         }
         const File::Pause before = File::setPause(countPause);
-        FileSystemArchive::instance().closeFile(device);
+        m_archive.closeFile(device);
         File::setPause(before);
         QTEST(pauses, "pauses");
         const bool isReplaced = freeAfter < 1000;
@@ -289,23 +279,21 @@ private slots:
 
     void filesTakenAwayMeanwhile_data()
     {
-        QTest::addColumn<bool>("takesTarget");
-        QTest::addColumn<QByteArray>("expected");
-        QTest::newRow("the old file") << true << QByteArray("new");
-        QTest::newRow("the temporary") << false << QByteArray("old");
+        columns<bool, QByteArray>("takesTarget", "expected");
+        addRow("the old file", true, QByteArray("new"));
+        addRow("the temporary", false, QByteArray("old"));
     }
 
     void filesTakenAwayMeanwhile()
     {
         QFETCH(bool, takesTarget);
         makeFile(path("file"), "old");
-        QIODevice *device =
-            FileSystemArchive::instance().openFile(path("file"), QIODevice::WriteOnly);
+        QIODevice *device = m_archive.openFile(path("file"), QIODevice::WriteOnly);
         device->write("new");
         QVERIFY(
             QFile::remove(takesTarget ? path("file") : static_cast<QFile *>(device)->fileName()));
         const File::Pause before = File::setPause(countPause);
-        FileSystemArchive::instance().closeFile(device);
+        m_archive.closeFile(device);
         File::setPause(before);
         QCOMPARE(pauses, 0);
         QTEST(contentsOf(path("file")), "expected");
@@ -342,11 +330,10 @@ private slots:
         const QString target = path("file");
         makeFile(target, "old");
         FakeDocument *document = new FakeDocument;
-        FileSystemArchive &archive = FileSystemArchive::instance();
-        QVERIFY(document->fromFile(archive, target, false));
+        QVERIFY(document->fromFile(m_archive, target, false));
         document->cursor().insertText("new ");
         diskFails = true;
-        QVERIFY(!document->toFile(archive, target, false));
+        QVERIFY(!document->toFile(m_archive, target, false));
         const bool isNewSaved = save(path("other"), "new");
         diskFails = false;
         QVERIFY(document->isModified() && document->fileName() == target);
@@ -355,7 +342,7 @@ private slots:
         const QStringList left = QDir(m_directory.path()).entryList({"file??????"});
         QCOMPARE(left.size(), 1);
         QCOMPARE(contentsOf(m_directory.filePath(left.first())), QByteArray("oldnew "));
-        QVERIFY(document->toFile(archive, target, false));
+        QVERIFY(document->toFile(m_archive, target, false));
         QCOMPARE(contentsOf(target), QByteArray("oldnew "));
         QCOMPARE(FileSystemArchive::lastError(), QString());
         document->release();
@@ -364,8 +351,8 @@ private slots:
     void failedWriteKeepsTheOldFile_data()
     {
         QTest::addColumn<bool>("isDisk");
-        QTest::newRow("a full disk") << true;
-        QTest::newRow("the process may write no more") << false;
+        addRow("a full disk", true);
+        addRow("the process may write no more", false);
     }
 
     void failedWriteKeepsTheOldFile()
@@ -387,19 +374,18 @@ private slots:
         }
         const bool isSaved = save(path("disk/file"), QByteArray(1000000, 'x'));
         // Without a look at the result of a write, and with small writes after the failed one.
-        QIODevice *device =
-            FileSystemArchive::instance().openFile(path("disk/file"), QIODevice::WriteOnly);
+        QIODevice *device = m_archive.openFile(path("disk/file"), QIODevice::WriteOnly);
         for (int i = 0; device && i < 1000; ++i)
             device->write(QByteArray(1000, 'y'));
-        FileSystemArchive::instance().closeFile(device);
+        m_archive.closeFile(device);
         // Closed by hand, with the fault in what was left to flush.
-        device = FileSystemArchive::instance().openFile(path("disk/file"), QIODevice::WriteOnly);
+        device = m_archive.openFile(path("disk/file"), QIODevice::WriteOnly);
         if (device) {
             device->write(QByteArray(isDisk ? 63 * 4096 : 65536, 'z'));
             device->write("tail");
             device->close();
         }
-        FileSystemArchive::instance().closeFile(device);
+        m_archive.closeFile(device);
         const bool isCopied = copyOfTooMuch("disk/file") || copyOfTooMuch("disk/new");
         const QString reason = FileSystemArchive::lastError();
         const QByteArray contents = contentsOf(path("disk/file"));
@@ -417,42 +403,40 @@ private slots:
     void copiesFiles_data()
     {
         QTest::addColumn<QByteArray>("contents");
-        QTest::newRow("empty") << QByteArray();
-        QTest::newRow("short") << QByteArray("abc");
-        QTest::newRow("one block") << QByteArray(131072, 'b');
-        QTest::newRow("a block and a byte") << QByteArray(131073, 'c');
+        addRow("empty", QByteArray());
+        addRow("short", QByteArray("abc"));
+        addRow("one block", QByteArray(131072, 'b'));
+        addRow("a block and a byte", QByteArray(131073, 'c'));
     }
 
     void copiesFiles()
     {
         QFETCH(QByteArray, contents);
-        FileSystemArchive &archive = FileSystemArchive::instance();
         makeFile(path("from"), contents);
-        QVERIFY(Kiln::copyFile(archive, path("from"), archive, path("sub/to")));
+        QVERIFY(Kiln::copyFile(m_archive, path("from"), m_archive, path("sub/to")));
         QCOMPARE(contentsOf(path("sub/to")), contents);
-        FileSystemArchive other = archive;
-        QVERIFY(!Kiln::copyFile(archive, path("from"), other, path("from")));
+        FileSystemArchive other = m_archive;
+        QVERIFY(!Kiln::copyFile(m_archive, path("from"), other, path("from")));
         QCOMPARE(contentsOf(path("from")), contents);
-        QVERIFY(!Kiln::copyFile(archive, path("missing"), archive, path("from")));
+        QVERIFY(!Kiln::copyFile(m_archive, path("missing"), m_archive, path("from")));
         QCOMPARE(contentsOf(path("from")), contents);
     }
 
     void listsEntries()
     {
-        makeFile(path("b.txt"), "");
-        makeFile(path("a.txt"), "");
+        makeFile(path("b.txt"));
+        makeFile(path("a.txt"));
         QVERIFY(QDir().mkpath(path("dir")));
         QVERIFY(QFile::link(path("a.txt"), path("link")));
-        const FileSystemArchive &archive = FileSystemArchive::instance();
-        QCOMPARE(archive.entries(m_directory.path(), QDir::Files | QDir::Dirs, QDir::Name),
+        QCOMPARE(m_archive.entries(m_directory.path(), QDir::Files | QDir::Dirs, QDir::Name),
                  QStringList({"a.txt", "b.txt", "dir"}));
-        QCOMPARE(archive.entries(m_directory.path(), QDir::NoFilter, QDir::Name),
+        QCOMPARE(m_archive.entries(m_directory.path(), QDir::NoFilter, QDir::Name),
                  QStringList({"a.txt", "b.txt", "dir"}));
         const QList<QFileInfo> infos =
-            archive.infoEntries(m_directory.path(), QDir::Files, QDir::Name | QDir::Reversed);
+            m_archive.infoEntries(m_directory.path(), QDir::Files, QDir::Name | QDir::Reversed);
         QCOMPARE(infos.size(), 2);
         QCOMPARE(infos.first().absoluteFilePath(), path("b.txt"));
-        QVERIFY(archive.entries(path("missing"), QDir::Files, QDir::Name).isEmpty());
+        QVERIFY(m_archive.entries(path("missing"), QDir::Files, QDir::Name).isEmpty());
     }
 
     void ownersAreCounted()
@@ -471,8 +455,7 @@ private slots:
     {
         QCOMPARE(Kiln::fileExtension(QString("/a.b/c.tar.png")), QByteArray("PNG"));
         QCOMPARE(Kiln::fileExtension(QString("/a.b/c")), QByteArray());
-        QCOMPARE(Kiln::fixFileCase("dir", FileSystemArchive::instance(), "name"),
-                 QString("dirname"));
+        QCOMPARE(Kiln::fixFileCase("dir", m_archive, "name"), QString("dirname"));
         QVERIFY(Kiln::randomString(0).isEmpty() && Kiln::randomString(-3).isEmpty());
         QSet<QChar> characters;
         for (const QChar &character : Kiln::randomString(20000))
@@ -504,8 +487,7 @@ private:
     bool copyOfTooMuch(const char *name)
     {
         // A program file is larger than either limit.
-        FileSystemArchive &archive = FileSystemArchive::instance();
-        return Kiln::copyFile(archive, "/proc/self/exe", archive, path(name));
+        return Kiln::copyFile(m_archive, "/proc/self/exe", m_archive, path(name));
     }
 };
 

@@ -1,11 +1,8 @@
 #include "fakes.h"
 
 #include <kilnx/forms/rundlg.h>
-#include <tests/support/testhost.h>
 
-#include <QAbstractItemModelTester>
 #include <QListView>
-#include <QtTest>
 
 #include <sys/stat.h>
 
@@ -32,36 +29,34 @@ void makeScript(const QString &path,
 
 } // namespace
 
-class tst_engine : public QObject
+class tst_engine : public ProjectTest
 {
     Q_OBJECT
 
 private:
-    std::unique_ptr<QTemporaryDir> m_directory;
-    std::unique_ptr<TestHost> m_host;
     std::unique_ptr<FakeEngine> m_engine;
-    QString path(const char *name) const { return m_directory->filePath(QLatin1String(name)); }
+    std::unique_ptr<FakeParent> m_parent;
 
 private slots:
     void init()
     {
-        m_directory = std::make_unique<QTemporaryDir>();
-        m_host = std::make_unique<TestHost>();
+        ProjectTest::init();
         m_host->configDirectory = path("config");
         m_engine = std::make_unique<FakeEngine>();
+        m_parent = std::make_unique<FakeParent>(path("project"));
+        m_parent->fakeEngine = m_engine.get();
     }
 
     void cleanup()
     {
+        m_parent.reset();
         m_engine.reset();
-        QCOMPARE(m_host->dialogs().finish(), QString());
-        m_host.reset();
+        ProjectTest::cleanup();
     }
 
     void instancesAreAModel()
     {
-        const QAbstractItemModelTester tester(
-            m_engine.get(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+        const ModelTester tester(m_engine.get());
         for (const char *name : {"a", "b", "c", "d"})
             m_engine->add(name, "exe", "args", "");
         m_engine->move(0, 2);
@@ -126,8 +121,7 @@ private slots:
                 xml.indexOf("\"params\"") < xml.indexOf("<config "));
 
         FakeEngine read;
-        const QAbstractItemModelTester tester(
-            &read, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        const ModelTester tester(&read);
         QSignalSpy inserted(&read, &QAbstractItemModel::rowsInserted);
         QVERIFY(read.load());
         QCOMPARE(inserted.count(), 1);
@@ -153,31 +147,27 @@ private slots:
 
     void badConfigurations_data()
     {
-        QTest::addColumn<QByteArray>("xml");
-        QTest::addColumn<bool>("isGood");
-        QTest::addColumn<QStringList>("expected");
+        columns<QByteArray, bool, QStringList>("xml", "isGood", "expected");
         const QByteArray one = "<engine name='one'><param name='exe' value='x'/></engine>";
-        QTest::newRow("empty") << QByteArray() << false << QStringList();
-        QTest::newRow("binary") << QByteArray("\0\1\2\3", 4) << false << QStringList();
-        QTest::newRow("cut off between elements")
-            << "<configuration>" + one << false << QStringList("one");
-        QTest::newRow("cut off in an element")
-            << "<configuration>" + one + "<engine name='two'><param name='e" << false
-            << QStringList("one");
-        QTest::newRow("wrong nesting")
-            << "<configuration>" + one + "<engine name='two'></param></configuration>" << false
-            << QStringList("one");
-        QTest::newRow("unknown elements")
-            << "<configuration><what/>" + one +
-                   "<engine><param name='odd' value='y'/><odd/></engine></configuration>"
-            << true << QStringList({"one", ""});
-        QTest::newRow("another document") << QByteArray("<html/>") << true << QStringList();
+        addRow("empty", QByteArray(), false, QStringList());
+        addRow("binary", QByteArray("\0\1\2\3", 4), false, QStringList());
+        addRow("cut off between elements", "<configuration>" + one, false, QStringList("one"));
+        addRow("cut off in an element",
+               "<configuration>" + one + "<engine name='two'><param name='e", false,
+               QStringList("one"));
+        addRow("wrong nesting",
+               "<configuration>" + one + "<engine name='two'></param></configuration>", false,
+               QStringList("one"));
+        addRow("unknown elements",
+               "<configuration><what/>" + one +
+                   "<engine><param name='odd' value='y'/><odd/></engine></configuration>",
+               true, QStringList({"one", ""}));
+        addRow("another document", QByteArray("<html/>"), true, QStringList());
     }
 
     void badConfigurations()
     {
-        QFETCH(QByteArray, xml);
-        QFETCH(bool, isGood);
+        const auto [xml, isGood] = row<QByteArray, bool>();
         makeFile(m_engine->configFile(), xml);
         if (!isGood)
             m_host->dialogs().expectBox(QMessageBox::Ok);
@@ -209,22 +199,19 @@ private slots:
     void runsTheOnlyInstance()
     {
         makeScript(path("bin/game"));
-        makeFile(path("temp/dir/file"));
-        makeFile(path("precious/file"), "kept");
+        make({{"temp/dir/file", ""}, {"precious/file", "kept"}});
         QVERIFY(QFile::link(path("precious"), path("temp/dir/link")));
         QVERIFY(QFile::link(path("precious"), path("linked")));
         makeFile(path("temp/single"));
-        FakeParent parent(path("project"));
-        parent.fakeEngine = m_engine.get();
         m_engine->add("only", path("bin/game"), "-a  b", "");
         m_host->options["last_Fake"] = 3;
-        parent.prepares = [this](QString &, QStringList &temporaries) {
+        m_parent->prepares = [this](QString &, QStringList &temporaries) {
             temporaries = QStringList{path("temp/dir") + '/', path("temp/single"),
                                       path("linked") + '/', path("never/was") + '/'};
             return true;
         };
         QString output;
-        QVERIFY(parent.run(&output));
+        QVERIFY(m_parent->run(&output));
         QCOMPARE(output, "[-a][][b]" + QFileInfo(path("bin")).canonicalFilePath() + "\n");
         QCOMPARE(m_host->options["last_Fake"], QVariant(0));
         QVERIFY(!m_host->options.contains("project_run_geometry"));
@@ -232,7 +219,7 @@ private slots:
         QVERIFY(!QFileInfo(path("linked")).isSymLink());
         QCOMPARE(contentsOf(path("precious/file")), QByteArray("kept"));
         m_engine->edit(0, "only", path("bin/game"), "", "");
-        QVERIFY(parent.run(&output));
+        QVERIFY(m_parent->run(&output));
         QVERIFY(!output.contains('['));
     }
 
@@ -240,8 +227,6 @@ private slots:
     {
         makeScript(path("one"), "echo one");
         makeScript(path("two"), "echo two");
-        FakeParent parent(path("project"));
-        parent.fakeEngine = m_engine.get();
         m_engine->add("first", path("one"), "", "");
         m_engine->add("second", path("two"), "", "");
         m_host->options["last_Fake"] = 1;
@@ -259,20 +244,20 @@ private slots:
             QCOMPARE(run->selectedRow(), -1);
             run->accept();
         });
-        QVERIFY(!parent.run(&output));
+        QVERIFY(!m_parent->run(&output));
         QVERIFY(m_host->options["project_run_geometry"].toRect().width() == 300);
         m_host->dialogs().expectDialog([](QDialog *dialog) {
             QCOMPARE(dialog->width(), 300);
             dialog->reject();
         });
-        QVERIFY(!parent.run(&output));
+        QVERIFY(!m_parent->run(&output));
         QCOMPARE(m_host->options["last_Fake"], QVariant(1));
         m_host->dialogs().expectDialog([](QDialog *dialog) {
             auto *view = dialog->findChild<QListView *>();
             view->setCurrentIndex(view->model()->index(0, 0));
             dialog->accept();
         });
-        QVERIFY(parent.run(&output));
+        QVERIFY(m_parent->run(&output));
         QCOMPARE(output, QString("one\n"));
         QCOMPARE(m_host->options["last_Fake"], QVariant(0));
     }
@@ -280,20 +265,18 @@ private slots:
     void gameInTheProjectNeedsNoInstance()
     {
         makeScript(path("project/fake-game"), "echo game; echo error >&2");
-        FakeParent parent(path("project"));
-        parent.fakeEngine = m_engine.get();
-        QVERIFY(parent.isGame());
+        QVERIFY(m_parent->isGame());
         m_engine->program.clear();
-        QVERIFY(!parent.isGame());
+        QVERIFY(!m_parent->isGame());
         m_engine->program = "fake-game";
-        parent.prepares = [&parent](QString &executable, QStringList &) {
-            executable = parent.basePath() + "fake-game";
+        m_parent->prepares = [this](QString &executable, QStringList &) {
+            executable = m_parent->basePath() + "fake-game";
             return true;
         };
         QString output;
-        QVERIFY(parent.run(&output));
+        QVERIFY(m_parent->run(&output));
         QCOMPARE(output, QString("game\n"));
-        QVERIFY(parent.run(nullptr));
+        QVERIFY(m_parent->run(nullptr));
     }
 
     void failures()
@@ -301,24 +284,22 @@ private slots:
         makeFile(path("noprogram"), "text");
         QVERIFY(chmod(qPrintable(path("noprogram")), 0644) == 0);
         makeFile(path("temporary"));
-        FakeParent parent(path("project"));
-        parent.fakeEngine = m_engine.get();
-        parent.prepares = [this](QString &, QStringList &temporaries) {
+        m_parent->prepares = [this](QString &, QStringList &temporaries) {
             temporaries << path("temporary");
             return true;
         };
         m_host->dialogs().expectBox(QMessageBox::Ok);
         m_host->dialogs().expectBox(QMessageBox::Ok);
-        QVERIFY(!parent.run(nullptr));
+        QVERIFY(!m_parent->run(nullptr));
         QVERIFY(!QFile::exists(path("temporary")));
-        parent.fakeEngine = nullptr;
+        m_parent->fakeEngine = nullptr;
         m_host->dialogs().expectBox(QMessageBox::Ok);
         m_host->dialogs().expectBox(QMessageBox::Ok);
-        QVERIFY(!parent.run(nullptr));
-        parent.fakeEngine = m_engine.get();
+        QVERIFY(!m_parent->run(nullptr));
+        m_parent->fakeEngine = m_engine.get();
         m_engine->add("bad", path("noprogram"), "", "");
         m_host->dialogs().expectBox(QMessageBox::Ok);
-        QVERIFY(parent.run(nullptr));
+        QVERIFY(m_parent->run(nullptr));
         const QList<DialogScript::Seen> seen = m_host->dialogs().seen();
         QCOMPARE(seen[0].text,
                  QString("Oops, you need to add an engine first. Do it in Tools / Options."));
@@ -329,17 +310,15 @@ private slots:
         QCOMPARE(seen[4].title, QString("Error 0!"));
         QCOMPARE(seen[4].text, QString("Can't start the process '%1'!").arg(path("noprogram")));
 
-        parent.prepares = [](QString &, QStringList &) { return false; };
+        m_parent->prepares = [](QString &, QStringList &) { return false; };
         makeScript(path("noprogram"), "touch " + path("started").toUtf8());
-        QVERIFY(!parent.run(nullptr));
+        QVERIFY(!m_parent->run(nullptr));
         QVERIFY(!QFile::exists(path("started")));
     }
 
     void oneRunAtATimeAndAnotherProjectBeside()
     {
         makeScript(path("quick"), "echo quick");
-        FakeParent parent(path("project"));
-        parent.fakeEngine = m_engine.get();
         m_engine->add("game", path("game"), "", "");
         FakeEngine otherEngine;
         otherEngine.add("quick", path("quick"), "", "");
@@ -351,11 +330,11 @@ private slots:
         bool second = true;
         QTimer::singleShot(0, this, [&] {
             m_host->dialogs().expectBox(QMessageBox::Ok);
-            second = parent.run(nullptr);
+            second = m_parent->run(nullptr);
             other.run(&quick);
             makeFile(path("stop"));
         });
-        QVERIFY(parent.run(nullptr));
+        QVERIFY(m_parent->run(nullptr));
         QVERIFY(!second);
         QCOMPARE(quick, QString("quick\n"));
         QCOMPARE(m_host->dialogs().seen().first().text,
@@ -366,14 +345,12 @@ private slots:
     void projectClosedWhileItsGameRuns()
     {
         makeScript(path("game"), "exec sleep 1000");
-        auto *parent = new FakeParent(path("project"));
-        parent->fakeEngine = m_engine.get();
         m_engine->add("game", path("game"), "", "");
-        QTimer::singleShot(0, this, [&] { delete std::exchange(parent, nullptr); });
+        QTimer::singleShot(0, this, [&] { m_parent.reset(); });
         QString output = "unset";
-        QVERIFY(parent->run(&output));
+        QVERIFY(m_parent->run(&output));
         QCOMPARE(output, QString("unset"));
-        QVERIFY(!parent);
+        QVERIFY(!m_parent);
     }
 };
 

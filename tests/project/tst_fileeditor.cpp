@@ -1,56 +1,14 @@
 #include "fakes.h"
 
-#include <kilnx/project/fileeditor.h>
-#include <tests/support/testhost.h>
-
-#include <QAction>
-#include <QtTest>
-
 using namespace Kiln;
 
 using FileID = Project::FileID;
 
-namespace
-{
-
-class FakeEditor : public FileEditor
-{
-    Q_OBJECT
-
-public:
-    QAction *action() const override { return const_cast<QAction *>(&m_action); }
-    const char *name() const override { return "sounds"; }
-    unsigned int areas() const override { return 7; }
-    void retranslate() override {}
-    void replace(const QString &, const QString &, unsigned int, bool) override {}
-    void hostReserved15() override {}
-    FileID::Type canEditFileType() override { return FileID::Sounds; }
-    using FileEditor::find;
-    bool find(const ProjectFile *file, const QString &text, unsigned int) override
-    {
-        searched << text;
-        return file && dynamic_cast<const FakeFile *>(file)->contents.contains(text.toUtf8());
-    }
-
-    QStringList searched;
-    int shown = 0;
-
-protected:
-    void contentsChanged() override { ++shown; }
-
-private:
-    QAction m_action{QStringLiteral("Sound banks")};
-};
-
-} // namespace
-
-class tst_fileeditor : public QObject
+class tst_fileeditor : public ProjectTest
 {
     Q_OBJECT
 
 private:
-    std::unique_ptr<QTemporaryDir> m_directory;
-    std::unique_ptr<TestHost> m_host;
     std::unique_ptr<FakeEngine> m_engine;
     std::unique_ptr<FakeEditor> m_editor;
     FakeProject *m_project = nullptr;
@@ -74,8 +32,7 @@ private:
 private slots:
     void init()
     {
-        m_directory = std::make_unique<QTemporaryDir>();
-        m_host = std::make_unique<TestHost>();
+        ProjectTest::init();
         m_engine = std::make_unique<FakeEngine>();
         m_makesRefusing = false;
         m_engine->filters[FileID::Sounds] = "*.snd";
@@ -96,9 +53,7 @@ private slots:
         m_editor.reset();
         m_project->release();
         m_engine.reset();
-        QCOMPARE(m_host->dialogs().finish(), QString());
-        m_host.reset();
-        QCOMPARE(FakeFile::alive, 0);
+        ProjectTest::cleanup();
     }
 
     void createsAFile()
@@ -154,8 +109,8 @@ private slots:
     void openThatEndsInNothing_data()
     {
         QTest::addColumn<bool>("isCancelled");
-        QTest::newRow("cancelled") << true;
-        QTest::newRow("cannot be loaded") << false;
+        addRow("cancelled", true);
+        addRow("cannot be loaded", false);
     }
 
     void openThatEndsInNothing()
@@ -177,22 +132,18 @@ private slots:
 
     void filesFromOutside_data()
     {
-        QTest::addColumn<bool>("opens");
-        QTest::addColumn<bool>("isSingle");
-        QTest::addColumn<bool>("asCopy");
-        QTest::newRow("opened as a copy") << true << false << true;
-        QTest::newRow("opened where it is") << true << false << false;
-        QTest::newRow("opened in a new project") << true << true << false;
-        QTest::newRow("saved as a copy") << false << false << true;
-        QTest::newRow("saved there from now on") << false << false << false;
-        QTest::newRow("saved from a new project") << false << true << false;
+        columns<bool, bool, bool>("opens", "isSingle", "asCopy");
+        addRow("opened as a copy", true, false, true);
+        addRow("opened where it is", true, false, false);
+        addRow("opened in a new project", true, true, false);
+        addRow("saved as a copy", false, false, true);
+        addRow("saved there from now on", false, false, false);
+        addRow("saved from a new project", false, true, false);
     }
 
     void filesFromOutside()
     {
-        QFETCH(bool, opens);
-        QFETCH(bool, isSingle);
-        QFETCH(bool, asCopy);
+        const auto [opens, isSingle, asCopy] = row<bool, bool, bool>();
         if (isSingle) {
             auto *parent = new FakeParent(base());
             auto *project = new FakeProject(parent, new FakeDocument);
@@ -276,9 +227,7 @@ private slots:
 
     void suffixes_data()
     {
-        QTest::addColumn<QString>("pattern");
-        QTest::addColumn<QString>("chosen");
-        QTest::addColumn<QString>("saved");
+        columns<QString, QString, QString>("pattern", "chosen", "saved");
         struct Row {
             const char *name, *pattern, *chosen, *saved;
         };
@@ -290,15 +239,12 @@ private slots:
               Row{"the last of several", "*.snd*.bank", "a", "a.bank"},
               Row{"with blanks there is none", "*.snd *.bank", "a", "a"},
               Row{"with digits there is none", "*.s3m", "a", "a"}, Row{"no pattern", "", "a", "a"}})
-            QTest::newRow(row.name)
-                << QString(row.pattern) << QString(row.chosen) << QString(row.saved);
+            addRow(row.name, QString(row.pattern), QString(row.chosen), QString(row.saved));
     }
 
     void suffixes()
     {
-        QFETCH(QString, pattern);
-        QFETCH(QString, chosen);
-        QFETCH(QString, saved);
+        const auto [pattern, chosen, saved] = row<QString, QString, QString>();
         m_engine->filters[FileID::Sounds] = pattern;
         FakeFile *file = current("new");
         QSignalSpy modified(m_editor.get(), &Editor::modified);

@@ -1,9 +1,6 @@
 #include "fakes.h"
 
 #include <kilnx/project/filewatch.h>
-#include <tests/support/testhost.h>
-
-#include <QtTest>
 
 using namespace Kiln;
 
@@ -82,14 +79,11 @@ struct TimerCount : QObject {
 
 Q_DECLARE_METATYPE(Change)
 
-class tst_filewatch : public QObject
+class tst_filewatch : public ProjectTest
 {
     Q_OBJECT
 
 private:
-    std::unique_ptr<QTemporaryDir> m_directory;
-    std::unique_ptr<TestHost> m_host;
-    QString path(const char *name) const { return m_directory->filePath(QLatin1String(name)); }
     /// The pause of 250 ms has begun just now: timers of both sides tell when it ends.
     void waitForPause(const FakeFile &file)
     {
@@ -110,25 +104,17 @@ private:
 private slots:
     void init()
     {
-        m_directory = std::make_unique<QTemporaryDir>();
-        m_host = std::make_unique<TestHost>();
+        ProjectTest::init();
         m_host->options["enable_file_watcher"] = true;
-    }
-
-    void cleanup()
-    {
-        QCOMPARE(m_host->dialogs().finish(), QString());
-        m_host.reset();
-        QCOMPARE(FakeFile::alive, 0);
     }
 
     void outsideChangesAreNoticedEachTime_data()
     {
         QTest::addColumn<Change>("change");
-        QTest::newRow("written over") << Change(Outside::rewrite);
-        QTest::newRow("replaced by renaming") << Change(Outside::replaceByRenaming);
-        QTest::newRow("removed and made anew") << Change(Outside::removeAndMake);
-        QTest::newRow("moved to a backup") << Change(Outside::moveAwayAndMake);
+        addRow("written over", Change(Outside::rewrite));
+        addRow("replaced by renaming", Change(Outside::replaceByRenaming));
+        addRow("removed and made anew", Change(Outside::removeAndMake));
+        addRow("moved to a backup", Change(Outside::moveAwayAndMake));
     }
 
     void outsideChangesAreNoticedEachTime()
@@ -166,27 +152,21 @@ private slots:
 
     void ownSaveIsNotAskedAboutAndLaterChangesAre_data()
     {
-        QTest::addColumn<Change>("change");
-        QTest::addColumn<bool>("isNew");
-        QTest::addColumn<bool>("isLate");
-        QTest::addColumn<bool>("isOvertaken");
+        columns<Change, bool, bool, bool>("change", "isNew", "isLate", "isOvertaken");
         const Change rewrite = Outside::rewrite;
         const Change rename = Outside::replaceByRenaming;
-        QTest::newRow("a file renamed over") << rename << false << false << false;
-        QTest::newRow("a file written over") << rewrite << false << false << false;
-        QTest::newRow("a file that was not there") << rewrite << true << false << false;
-        QTest::newRow("told of late") << rewrite << false << true << false;
-        QTest::newRow("overtaken by renaming") << rename << false << false << true;
-        QTest::newRow("overtaken by writing") << rewrite << false << false << true;
-        QTest::newRow("overtaken, told of late") << rewrite << false << true << true;
+        addRow("a file renamed over", rename, false, false, false);
+        addRow("a file written over", rewrite, false, false, false);
+        addRow("a file that was not there", rewrite, true, false, false);
+        addRow("told of late", rewrite, false, true, false);
+        addRow("overtaken by renaming", rename, false, false, true);
+        addRow("overtaken by writing", rewrite, false, false, true);
+        addRow("overtaken, told of late", rewrite, false, true, true);
     }
 
     void ownSaveIsNotAskedAboutAndLaterChangesAre()
     {
-        QFETCH(Change, change);
-        QFETCH(bool, isNew);
-        QFETCH(bool, isLate);
-        QFETCH(bool, isOvertaken);
+        const auto [change, isNew, isLate, isOvertaken] = row<Change, bool, bool, bool>();
         // The directory of a new file is made by the save itself.
         const QString name = isNew ? path("to/come/file") : path("file");
         FilePointer file(new FakeFile);
@@ -219,8 +199,8 @@ private slots:
     void manyFilesSavedTogether_data()
     {
         QTest::addColumn<bool>("isPausedByHand");
-        QTest::newRow("own saves") << false;
-        QTest::newRow("paused by hand") << true;
+        addRow("own saves", false);
+        addRow("paused by hand", true);
     }
 
     void manyFilesSavedTogether()
@@ -271,8 +251,7 @@ private slots:
 
     void severalObjectsOnOnePath()
     {
-        makeFile(path("file"), "old");
-        makeFile(path("other"), "other");
+        make({{"file", "old"}, {"other", "other"}});
         const FilePointer saver = load(path("file"));
         const FilePointer second = load(path("file"));
         const FilePointer third = load(path("file"));
@@ -302,8 +281,8 @@ private slots:
     void switchedOffNobodyAsks_data()
     {
         QTest::addColumn<QVariant>("option");
-        QTest::newRow("unset") << QVariant();
-        QTest::newRow("false") << QVariant(false);
+        addRow("unset", QVariant());
+        addRow("false", QVariant(false));
     }
 
     void switchedOffNobodyAsks()

@@ -1,11 +1,11 @@
+#include "fakes.h"
+
 #include <kilnx/editors/fieldguard.h>
 #include <kilnx/forms/itemsdialog.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/project/controls.h>
-#include <kilnx/project/editor.h>
 #include <kilnx/project/filedialogs.h>
 #include <kilnx/project/translator.h>
-#include <tests/support/testhost.h>
 
 #include <QFileDialog>
 #include <QListView>
@@ -14,7 +14,6 @@
 #include <QStringListModel>
 #include <QToolButton>
 #include <QTranslator>
-#include <QtTest>
 
 using namespace Kiln;
 
@@ -32,24 +31,9 @@ public:
     bool isEmpty() const override { return false; }
 };
 
-class PlainEditor : public Editor
-{
-public:
-    QAction *action() const override { return nullptr; }
-    const char *name() const override { return "plain"; }
-    bool isModified() const override { return false; }
-    unsigned int areas() const override { return 0; }
-    void retranslate() override {}
-    void undo() override {}
-    void redo() override {}
-    void find(const QString &, unsigned int) override {}
-    void replace(const QString &, const QString &, unsigned int, bool) override {}
-    void hostReserved15() override {}
-};
-
 } // namespace
 
-class tst_host : public QObject
+class tst_host : public ProjectTest
 {
     Q_OBJECT
 
@@ -92,21 +76,19 @@ private slots:
 
     void hostIsInstalledAndGivesTools()
     {
+        QCOMPARE(Interface::instance(), m_host.get());
+        QCOMPARE(m_host->hint(1), m_host->text(1));
+        QAction action("do");
+        QMenu menu;
+        auto *widget = qobject_cast<QToolButton *>(m_host->actionControl("key", &action, &menu));
+        QVERIFY(widget);
+        QCOMPARE(menu.actions(), QList<QAction *>{&action});
+        QCOMPARE(m_host->control("key"), widget);
+        QCOMPARE(widget->defaultAction(), &action);
+        QVERIFY(m_host->actionControl("without a menu", &action, nullptr));
+        m_host.reset();
         QVERIFY(!Interface::instance());
-        {
-            TestHost host;
-            QCOMPARE(Interface::instance(), &host);
-            QCOMPARE(host.hint(1), host.text(1));
-            QAction action("do");
-            QMenu menu;
-            QWidget *widget = host.actionControl("key", &action, &menu);
-            QCOMPARE(menu.actions(), QList<QAction *>{&action});
-            QCOMPARE(host.control("key"), widget);
-            QVERIFY(qobject_cast<QToolButton *>(widget));
-            QCOMPARE(qobject_cast<QToolButton *>(widget)->defaultAction(), &action);
-            QVERIFY(host.actionControl("without a menu", &action, nullptr));
-        }
-        QVERIFY(!Interface::instance());
+        m_host = std::make_unique<TestHost>();
     }
 
     void loadingAsksForDpiAwarenessOnce()
@@ -126,119 +108,94 @@ private slots:
 
     void editorsAreSwitched()
     {
-        TestHost host;
-        PlainEditor editor;
+        FakeEditor editor;
         QVERIFY(!editor.isActive());
         editor.switchToThis();
-        QCOMPARE(host.activeEditor, &editor);
-        QVERIFY(editor.isActive());
-        host.activeEditor = nullptr;
+        QVERIFY(m_host->activeEditor == &editor && editor.isActive());
+        m_host->activeEditor = nullptr;
         editor.switchToThis();
-        QVERIFY(!host.activeEditor);
+        QVERIFY(!m_host->activeEditor);
         editor.deactivate();
         QVERIFY(!editor.isActive());
     }
 
     void itemsAreChosen()
     {
-        TestHost host;
         QStringListModel model({"a", "b", "c", "d"});
         const std::unique_ptr<ItemsDialog> dialog(
-            host.itemsDialog(host.mainWindow(), "Export", &model, 2));
+            m_host->itemsDialog(m_host->mainWindow(), "Export", &model, 2));
         QCOMPARE(dialog->windowTitle(), QString("Export"));
         QCOMPARE(dialog->selectedRows(), QList<int>{2});
-        const auto press = [&dialog](const QString &text) {
+        const auto pressed = [&dialog](const QString &text) {
             for (QPushButton *button : dialog->findChildren<QPushButton *>()) {
                 if (button->text().remove('&') == text)
                     button->click();
             }
+            return dialog->selectedRows();
         };
-        press("Invert selection");
-        QCOMPARE(dialog->selectedRows(), QList<int>({0, 1, 3}));
-        press("Select all");
-        QCOMPARE(dialog->selectedRows(), QList<int>({0, 1, 2, 3}));
-        press("Clear");
-        QCOMPARE(dialog->selectedRows(), QList<int>());
+        QCOMPARE(pressed("Invert selection"), QList<int>({0, 1, 3}));
+        QCOMPARE(pressed("Select all"), QList<int>({0, 1, 2, 3}));
+        QCOMPARE(pressed("Clear"), QList<int>());
         model.setStringList({});
-        press("Invert selection");
-        QCOMPARE(dialog->selectedRows(), QList<int>());
-        const std::unique_ptr<ItemsDialog> none(host.itemsDialog(nullptr, "None", &model, -1));
+        QCOMPARE(pressed("Invert selection"), QList<int>());
+        const std::unique_ptr<ItemsDialog> none(m_host->itemsDialog(nullptr, "None", &model, -1));
         QVERIFY(none->selectedRows().isEmpty());
     }
 
     void questionsDefaultToNo()
     {
-        TestHost host;
-        host.dialogs().expectBox(QMessageBox::Yes);
-        QVERIFY(askQuestion(host.mainWindow(), "t", "q"));
-        host.dialogs().expectDialog([](QDialog *dialog) { dialog->reject(); });
-        QVERIFY(!askWarning(host.mainWindow(), "t", "q"));
-        QCOMPARE(host.dialogs().finish(), QString());
+        m_host->dialogs().expectBox(QMessageBox::Yes);
+        QVERIFY(askQuestion(m_host->mainWindow(), "t", "q"));
+        m_host->dialogs().expectDialog([](QDialog *dialog) { dialog->reject(); });
+        QVERIFY(!askWarning(m_host->mainWindow(), "t", "q"));
     }
 
     void fileDialogs_data()
     {
-        QTest::addColumn<QVariant>("native");
-        QTest::addColumn<QVariant>("sorts");
-        QTest::newRow("unset") << QVariant() << QVariant();
-        QTest::newRow("native and sorted") << QVariant(true) << QVariant(true);
+        columns<QVariant, QVariant>("native", "sorts");
+        addRow("unset", QVariant(), QVariant());
+        addRow("native and sorted", QVariant(true), QVariant(true));
     }
 
     void fileDialogs()
     {
-        QFETCH(QVariant, native);
-        QFETCH(QVariant, sorts);
-        TestHost host;
-        host.options["use_native_open"] = native;
-        host.options["sort_file_names"] = sorts;
-        QTemporaryDir directory;
-        QStringList names;
-        for (const char *name : {"b", "a", "B"}) {
-            names << directory.filePath(name);
-            QFile file(names.last());
-            QVERIFY(file.open(QIODevice::WriteOnly));
-        }
-        bool wasNative = false;
-        const auto chooses = [&wasNative](const QStringList &chosen) {
-            return [&wasNative, chosen](QDialog *dialog) {
+        const auto [native, sorts] = row<QVariant, QVariant>();
+        m_host->options["use_native_open"] = native;
+        m_host->options["sort_file_names"] = sorts;
+        make({{"b", ""}, {"a", ""}, {"B", ""}});
+        const QStringList names{path("b"), path("a"), path("B")};
+        const QStringList sorted{names[2], names[1], names[0]};
+        // Each dialog chooses, or is left if there is nothing to choose, and tells of itself.
+        QStringList seen;
+        const auto expect = [this, &seen](const QStringList &chosen) {
+            m_host->dialogs().expectDialog([&seen, chosen](QDialog *dialog) {
                 auto *files = qobject_cast<QFileDialog *>(dialog);
-                wasNative = !files->testOption(QFileDialog::DontUseNativeDialog);
-                QStringList quoted;
-                for (const QString &name : chosen)
-                    quoted << '"' + name + '"';
-                files->findChild<QLineEdit *>("fileNameEdit")->setText(quoted.join(' '));
-                static_cast<QDialog *>(files)->accept();
-            };
+                const bool isNative = !files->testOption(QFileDialog::DontUseNativeDialog);
+                seen << files->windowTitle() + (isNative ? ", native" : "") +
+                            (files->testOption(QFileDialog::ShowDirsOnly) ? ", folders" : "");
+                if (chosen.isEmpty())
+                    return dialog->reject();
+                auto *edit = files->findChild<QLineEdit *>("fileNameEdit");
+                edit->setText('"' + chosen.join("\" \"") + '"');
+                dialog->accept();
+            });
         };
-        host.dialogs().expectDialog(chooses({names[0]}));
-        QCOMPARE(getOpenFileName(nullptr, "One", directory.path(), "All (*)"), names[0]);
-        QCOMPARE(wasNative, native.toBool());
-        host.dialogs().expectDialog(chooses(names));
-        QStringList expected = names;
-        if (sorts.toBool())
-            expected = QStringList{names[2], names[1], names[0]};
-        QCOMPARE(getOpenFileNames(nullptr, "Many", directory.path(), "All (*)"), expected);
-        host.dialogs().expectDialog([&wasNative](QDialog *dialog) {
-            wasNative =
-                !qobject_cast<QFileDialog *>(dialog)->testOption(QFileDialog::DontUseNativeDialog);
-            dialog->reject();
-        });
-        QCOMPARE(getSaveFileName(nullptr, "Save", directory.path(), "All (*)"), QString());
-        QVERIFY(wasNative);
-        host.dialogs().expectDialog([](QDialog *dialog) {
-            auto *files = qobject_cast<QFileDialog *>(dialog);
-            QVERIFY(files->testOption(QFileDialog::ShowDirsOnly));
-            dialog->reject();
-        });
-        QCOMPARE(getExistingDirectory(nullptr, "Where", directory.path()), QString());
-        host.dialogs().expectDialog(chooses({names[0]}));
+        expect({names[0]});
+        QCOMPARE(getOpenFileName(nullptr, "One", base(), "All (*)"), names[0]);
+        expect(names);
+        QCOMPARE(getOpenFileNames(nullptr, "Many", base(), "All (*)"),
+                 sorts.toBool() ? sorted : names);
+        expect({});
+        QCOMPARE(getSaveFileName(nullptr, "Save", base(), "All (*)"), QString());
+        expect({});
+        QCOMPARE(getExistingDirectory(nullptr, "Where", base()), QString());
+        expect({names[0]});
         setGlobalInterface(nullptr);
-        QCOMPARE(getOpenFileName(nullptr, "No host", directory.path(), "All (*)"), names[0]);
-        setGlobalInterface(&host);
-        QVERIFY(!wasNative);
-        QCOMPARE(host.dialogs().finish(), QString());
-        QCOMPARE(host.dialogs().seenTitles(),
-                 QStringList({"One", "Many", "Save", "Where", "No host"}));
+        QCOMPARE(getOpenFileName(nullptr, "No host", base(), "All (*)"), names[0]);
+        setGlobalInterface(m_host.get());
+        const QString asked = native.toBool() ? ", native" : "";
+        QCOMPARE(seen, QStringList({"One" + asked, "Many" + asked, "Save, native",
+                                    "Where, native, folders", "No host"}));
     }
 
     void controlsTellTheirKind()
@@ -260,39 +217,46 @@ private slots:
     {
         bool active = false;
         FieldGuard guard(active);
+        std::unique_ptr<QAction> edit(new QAction);
+        // What happens, letter by letter; then whether fields may be set, and a change is no
+        // field's.
+        const auto after = [&](const char *steps) {
+            for (; *steps; ++steps) {
+                switch (*steps) {
+                case 'b':
+                    guard.beginChangeFieldValue();
+                    break;
+                case 'e':
+                    guard.endChangeFieldValue();
+                    break;
+                case 'p':
+                    guard.beginProgramChange();
+                    break;
+                default:
+                    guard.endProgramChange();
+                }
+            }
+            return QString(guard.canChangeFieldValue() ? "set " : "") +
+                   (guard.changeNotFromField() ? "other" : "");
+        };
         QVERIFY(!guard.canChangeFieldValue());
         active = true;
-        QVERIFY(guard.canChangeFieldValue() && guard.changeNotFromField());
-        guard.beginChangeFieldValue();
-        QVERIFY(!guard.changeNotFromField() && guard.canChangeFieldValue());
-        guard.beginProgramChange();
-        QVERIFY(!guard.canChangeFieldValue());
-        guard.endProgramChange();
-        guard.endChangeFieldValue();
-        QVERIFY(guard.canChangeFieldValue() && guard.changeNotFromField());
-
-        auto *edit = new QAction;
-        guard.setCodeEditAction(edit);
-        guard.beginChangeFieldValue();
-        QVERIFY(guard.canChangeFieldValue());
-        guard.endChangeFieldValue();
+        QCOMPARE(after(""), QString("set other"));
+        QCOMPARE(after("b"), QString("set "));
+        QCOMPARE(after("p"), QString());
+        QCOMPARE(after("qe"), QString("set other"));
+        guard.setCodeEditAction(edit.get());
+        QCOMPARE(after("b"), QString("set "));
+        QCOMPARE(after("e"), QString("set other"));
         edit->setCheckable(true);
         edit->setChecked(true);
-        guard.beginChangeFieldValue();
-        QVERIFY(!guard.canChangeFieldValue());
+        QCOMPARE(after("b"), QString());
         // The user switches the code off in the middle: the bracket still closes what it opened.
         edit->setChecked(false);
-        guard.beginChangeFieldValue();
-        guard.endChangeFieldValue();
-        QVERIFY(!guard.canChangeFieldValue());
-        guard.endChangeFieldValue();
-        QVERIFY(guard.canChangeFieldValue() && guard.changeNotFromField());
-        delete edit;
-        guard.beginChangeFieldValue();
-        guard.endChangeFieldValue();
-        guard.endChangeFieldValue();
-        guard.endProgramChange();
-        QVERIFY(guard.canChangeFieldValue() && guard.changeNotFromField());
+        QCOMPARE(after("be"), QString());
+        QCOMPARE(after("e"), QString("set other"));
+        edit.reset();
+        QCOMPARE(after("beeq"), QString("set other"));
     }
 };
 

@@ -1,24 +1,17 @@
 #include "fakes.h"
 
-#include <tests/support/testhost.h>
-
-#include <QtTest>
-
 using namespace Kiln;
 
 using FileID = Project::FileID;
 
-class tst_project : public QObject
+class tst_project : public ProjectTest
 {
     Q_OBJECT
 
 private:
-    std::unique_ptr<QTemporaryDir> m_directory;
-    std::unique_ptr<TestHost> m_host;
     QPointer<FakeParent> m_parent;
     FakeProject *m_project = nullptr;
     QStringList m_signals;
-    QString base() const { return m_directory->path() + '/'; }
 
     void newProject(FakeDocument *document)
     {
@@ -40,8 +33,7 @@ private:
 private slots:
     void init()
     {
-        m_directory = std::make_unique<QTemporaryDir>();
-        m_host = std::make_unique<TestHost>();
+        ProjectTest::init();
         m_signals.clear();
         newProject(new FakeDocument);
     }
@@ -50,11 +42,7 @@ private slots:
     {
         m_project->release();
         QVERIFY(!m_parent);
-        m_host.reset();
-        QCOMPARE(FakeFile::alive, 0);
-        QCOMPARE(FakeDocument::alive, 0);
-        QCOMPARE(FakeProject::alive, 0);
-        QCOMPARE(FileSystemArchive::instance().refCount, 0);
+        ProjectTest::cleanup();
     }
 
     void filesByTypeAndSelection()
@@ -214,8 +202,7 @@ private slots:
     void namesAndReload()
     {
         m_project->release();
-        makeFile(base() + "sub/d.def", "2 a");
-        makeFile(base() + "sub/a", "one");
+        make({{"sub/d.def", "2 a"}, {"sub/a", "one"}});
         m_parent = new FakeParent(base());
         m_project = m_parent->open("sub/d.def");
         QCOMPARE(m_project->fileName(), base() + "sub/d.def");

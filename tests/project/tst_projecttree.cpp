@@ -1,10 +1,5 @@
 #include "fakes.h"
 
-#include <tests/support/testhost.h>
-
-#include <QAbstractItemModelTester>
-#include <QtTest>
-
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,9 +9,6 @@ using namespace Kiln;
 
 namespace
 {
-
-constexpr ParentProject::PathType scanAll =
-    ParentProject::ScanDirectories | ParentProject::ScanFiles;
 
 /// The tree as it must look, worked out the plain way from the disk and from the definitions.
 struct Expected {
@@ -83,12 +75,6 @@ QModelIndex indexOf(const ParentProject &project, const QStringList &names)
     return index;
 }
 
-FakeDocument *definitionOf(Project *project)
-{
-    return static_cast<FakeDocument *>(
-        dynamic_cast<CodeDocument *>(project->file(Project::FileID::Definition)));
-}
-
 } // namespace
 
 /// A view that closes projects when the rows change, once.
@@ -106,41 +92,19 @@ public slots:
     }
 };
 
-class tst_projecttree : public QObject
+class tst_projecttree : public ProjectTest
 {
     Q_OBJECT
 
-private:
-    std::unique_ptr<QTemporaryDir> m_directory;
-    std::unique_ptr<TestHost> m_host;
-    QString base() const { return m_directory->path() + '/'; }
-
 private slots:
-    void init()
-    {
-        m_directory = std::make_unique<QTemporaryDir>();
-        m_host = std::make_unique<TestHost>();
-    }
-
-    void cleanup()
-    {
-        m_host.reset();
-        QCOMPARE(FakeParent::alive, 0);
-        QCOMPARE(FakeProject::alive, 0);
-        QCOMPARE(FakeDocument::alive, 0);
-    }
-
     void addedPathsAndScans()
     {
-        makeFile(base() + "art/a.txt");
-        makeFile(base() + "art/deep/b.txt");
-        makeFile(base() + "art/skip.bin");
-        makeFile(base() + "plain/c.txt");
+        make(
+            {{"art/a.txt", ""}, {"art/deep/b.txt", ""}, {"art/skip.bin", ""}, {"plain/c.txt", ""}});
         QVERIFY(QFile::link(base() + "art/a.txt", base() + "art/link.txt"));
         QVERIFY(QFile::link(base() + "art", base() + "art/loop"));
         FakeParent parent(base());
-        const QAbstractItemModelTester tester(
-            &parent, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        const ModelTester tester(&parent);
         parent.addPath("/zoo/one/", ParentProject::NotScanned, {});
         parent.addPath("art", scanAll, {"*.txt"});
         parent.addPath("plain", ParentProject::ScanDirectories, {"*.txt"});
@@ -208,45 +172,32 @@ private slots:
 
     void namesOfDefinitions_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("expected");
+        columns<QString, QString>("text", "expected");
         const QString own = "  d.def+1\n";
-        QTest::newRow("files and directories, each once")
-            << "2 b.spr\n4 snd/a.snd\n2 a.spr\n4 snd/a.snd"
-            << "sub/\n  snd/\n    a.snd+4\n  a.spr+2\n  b.spr+2\n" + own;
-        QTest::newRow("the same file as two types") << "4 a\n2 a"
-                                                    << "sub/\n  a+2\n" + own;
-        QTest::newRow("itself") << "32 d.def"
-                                << "sub/\n" + own;
-        QTest::newRow("a directory") << "4 snd/"
-                                     << "sub/\n  snd/\n" + own;
-        QTest::newRow("one above") << "4 ../common/x"
-                                   << "common/\n  x+4\nsub/\n" + own;
-        QTest::newRow("outside the base") << "4 ../../x\n4 ../..\n4 .."
-                                          << "sub/\n" + own;
+        addRow("files and directories, each once", "2 b.spr\n4 snd/a.snd\n2 a.spr\n4 snd/a.snd",
+               "sub/\n  snd/\n    a.snd+4\n  a.spr+2\n  b.spr+2\n" + own);
+        addRow("the same file as two types", "4 a\n2 a", "sub/\n  a+2\n" + own);
+        addRow("itself", "32 d.def", "sub/\n" + own);
+        addRow("a directory", "4 snd/", "sub/\n  snd/\n" + own);
+        addRow("one above", "4 ../common/x", "common/\n  x+4\nsub/\n" + own);
+        addRow("outside the base", "4 ../../x\n4 ../..\n4 ..", "sub/\n" + own);
         QTest::newRow("dots and slashes") << "4 ./a//b/../c"
                                           << "sub/\n  a/\n    c+4\n" + own;
-        QTest::newRow("dots name directories") << "4 a/.\n4 b/c/.."
-                                               << "sub/\n  a/\n  b/\n" + own;
-        QTest::newRow("absolute, elsewhere") << "4 /etc/passwd"
-                                             << "sub/\n" + own;
-        QTest::newRow("absolute, inside") << "4 BASE/abs"
-                                          << "sub/\n" + own + "abs+4\n";
-        QTest::newRow("empty") << "4 \n4"
-                               << "sub/\n" + own;
-        QTest::newRow("a file and a directory of one name") << "4 a\n4 a/b"
-                                                            << "sub/\n  a/\n    b+4\n  a+4\n" + own;
+        addRow("dots name directories", "4 a/.\n4 b/c/..", "sub/\n  a/\n  b/\n" + own);
+        addRow("absolute, elsewhere", "4 /etc/passwd", "sub/\n" + own);
+        addRow("absolute, inside", "4 BASE/abs", "sub/\n" + own + "abs+4\n");
+        addRow("empty", "4 \n4", "sub/\n" + own);
+        addRow("a file and a directory of one name", "4 a\n4 a/b",
+               "sub/\n  a/\n    b+4\n  a+4\n" + own);
     }
 
     void namesOfDefinitions()
     {
-        QFETCH(QString, text);
-        QFETCH(QString, expected);
+        auto [text, expected] = row<QString, QString>();
         text.replace("BASE", m_directory->path());
         makeFile(base() + "sub/d.def", text.toUtf8());
         auto *parent = new FakeParent(base());
-        const QAbstractItemModelTester tester(
-            parent, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        const ModelTester tester(parent);
         FakeProject *project = parent->open("sub/d.def");
         QCOMPARE(dump(*parent), expected);
         definitionOf(project)->setText("2 other");
@@ -290,13 +241,12 @@ private slots:
 
     void scanAndDefinitionShareRows()
     {
-        makeFile(base() + "art/a.txt");
-        makeFile(base() + "art/b.txt");
-        makeFile(base() + "one.def", "2 art/a.txt\n2 art/only.spr");
-        makeFile(base() + "two.def", "4 art/a.txt");
+        make({{"art/a.txt", ""},
+              {"art/b.txt", ""},
+              {"one.def", "2 art/a.txt\n2 art/only.spr"},
+              {"two.def", "4 art/a.txt"}});
         auto *parent = new FakeParent(base());
-        const QAbstractItemModelTester tester(
-            parent, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        const ModelTester tester(parent);
         parent->addPath("art", scanAll, {"*.txt"});
         const QPersistentModelIndex row = indexOf(*parent, {"art", "a.txt"});
         FakeProject *one = parent->open("one.def");
@@ -309,8 +259,7 @@ private slots:
         // The file goes from the disk; a definition names it all the same.
         QVERIFY(QFile::remove(base() + "art/a.txt") && QFile::remove(base() + "art/b.txt"));
         QTRY_COMPARE(dump(*parent), QString("art/\n  a.txt+4\none.def+1\ntwo.def+1\n"));
-        makeFile(base() + "art/a.txt");
-        makeFile(base() + "art/c.txt");
+        make({{"art/a.txt", ""}, {"art/c.txt", ""}});
         QTRY_COMPARE(dump(*parent), QString("art/\n  a.txt+4\n  c.txt\none.def+1\ntwo.def+1\n"));
         two->release();
         QCOMPARE(dump(*parent), QString("art/\n  a.txt\n  c.txt\none.def+1\n"));
@@ -320,12 +269,9 @@ private slots:
 
     void projectsBelowEachOther()
     {
-        makeFile(base() + "a/a.def", "2 x\n2 b/y");
-        makeFile(base() + "a/b/b.def", "2 x");
-        makeFile(base() + "a/b/c.def", "2 x");
+        make({{"a/a.def", "2 x\n2 b/y"}, {"a/b/b.def", "2 x"}, {"a/b/c.def", "2 x"}});
         auto *parent = new FakeParent(base());
-        const QAbstractItemModelTester tester(
-            parent, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        const ModelTester tester(parent);
         FakeProject *a = parent->open("a/a.def");
         FakeProject *b = parent->open("a/b/b.def");
         FakeProject *c = parent->open("a/b/c.def");
@@ -371,8 +317,7 @@ private slots:
     void watchedDirectoriesComeAndGo()
     {
         FakeParent parent(base());
-        const QAbstractItemModelTester tester(
-            &parent, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        const ModelTester tester(&parent);
         parent.addPath("late/art", scanAll, {"*.txt"});
         QCOMPARE(dump(parent), QString("late/\n  art/\n"));
         for (int round = 0; round < 3; ++round) {
@@ -388,8 +333,7 @@ private slots:
 
     void closingInTheMiddleOfAScan_data()
     {
-        QTest::addColumn<QByteArray>("signal");
-        QTest::addColumn<bool>("closesAll");
+        columns<QByteArray, bool>("signal", "closesAll");
         for (const char *signal : {SIGNAL(rowsAboutToBeInserted(QModelIndex, int, int)),
                                    SIGNAL(rowsInserted(QModelIndex, int, int)),
                                    SIGNAL(rowsRemoved(QModelIndex, int, int))}) {
@@ -402,12 +346,11 @@ private slots:
     {
         QFETCH(QByteArray, signal);
         QFETCH(bool, closesAll);
-        makeFile(base() + "art/c.txt");
-        makeFile(base() + "art/one.def", "2 a.txt\n2 d.txt\n2 f.txt\n2 deep/x");
-        makeFile(base() + "two.def", "2 art/d.txt");
+        make({{"art/c.txt", ""},
+              {"art/one.def", "2 a.txt\n2 d.txt\n2 f.txt\n2 deep/x"},
+              {"two.def", "2 art/d.txt"}});
         QPointer<FakeParent> parent = new FakeParent(base());
-        const QAbstractItemModelTester tester(
-            parent, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        const ModelTester tester(parent);
         parent->addPath("art", scanAll, {"*.txt"});
         FakeProject *one = parent->open("art/one.def");
         FakeProject *two = parent->open("two.def");
@@ -421,8 +364,7 @@ private slots:
         };
         connect(parent, signal, &closer, SLOT(run()));
         QVERIFY(QFile::remove(base() + "art/c.txt"));
-        makeFile(base() + "art/b.txt");
-        makeFile(base() + "art/e.txt");
+        make({{"art/b.txt", ""}, {"art/e.txt", ""}});
         if (closesAll)
             QTRY_VERIFY(!parent);
         else
@@ -462,8 +404,7 @@ private slots:
 
     void directoryWithoutPermission()
     {
-        makeFile(base() + "art/shut/a.txt");
-        makeFile(base() + "art/open/b.txt");
+        make({{"art/shut/a.txt", ""}, {"art/open/b.txt", ""}});
         QVERIFY(QFile::setPermissions(base() + "art/shut", {}));
         const bool isRoot = geteuid() == 0;
         // Root may read everything: look at the disk as somebody else.
@@ -509,8 +450,7 @@ private slots:
         for (const QString &definition : definitions)
             makeFile(base() + definition);
         auto *parent = new FakeParent(base());
-        const QAbstractItemModelTester tester(
-            parent, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        const ModelTester tester(parent);
         parent->addPath("art", scanAll, {"*.txt"});
         // Keeps the parent alive while the others come and go.
         makeFile(base() + "keeper.def");

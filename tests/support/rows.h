@@ -45,6 +45,14 @@ Rows::Adder<Types...> columns(Names... names)
     return {};
 }
 
+/// A row of a data-driven test: its name, and a value a column.
+template<class... Values>
+void addRow(const char *name, const Values &...values)
+{
+    QTestData &data = QTest::newRow(name);
+    (data << ... << values);
+}
+
 /// The values of the current row in the order of its columns, for a structured binding.
 template<class... Types>
 std::tuple<Types...> row()
