@@ -108,7 +108,7 @@ QString Value::valueText() const
 
 QString Value::enumText(unsigned int value) const
 {
-    return QStringLiteral("word%1").arg(value);
+    return QString("word%1").arg(value);
 }
 
 void Value::setValue(const QVariant &value)
@@ -135,12 +135,12 @@ Group::Group(CodeNode *previous, const QString &name, unsigned int subType)
 
 void Group::setName(const QString &name)
 {
-    change(QStringLiteral("[%1:%2]").arg(name).arg(subType()));
+    change(QString("[%1:%2]").arg(name).arg(subType()));
 }
 
 QString Group::headerText() const
 {
-    return QStringLiteral("[%1:%2]").arg(m_name).arg(subType());
+    return QString("[%1:%2]").arg(m_name).arg(subType());
 }
 
 bool Group::addValue(const QString &name, const QVariant &value)
@@ -239,14 +239,13 @@ QString sampleText(int count, int sectionSize)
     QString text;
     for (int line = 0; line < count; ++line) {
         if (line % sectionSize == 0)
-            text +=
-                QStringLiteral("[section%1:%2] ; head\n").arg(line).arg(line / sectionSize % 3 + 1);
+            text += QString("[section%1:%2] ; head\n").arg(line).arg(line / sectionSize % 3 + 1);
         else if (line % 97 == 0)
-            text += QStringLiteral("! line %1\n").arg(line);
+            text += QString("! line %1\n").arg(line);
         else if (line % 10 == 0)
-            text += QStringLiteral("; comment %1\n").arg(line);
+            text += QString("; comment %1\n").arg(line);
         else
-            text += QStringLiteral("speed%1 = %2 ; note\n").arg(line).arg(line * 7 % 1000);
+            text += QString("speed%1 = %2 ; note\n").arg(line).arg(line * 7 % 1000);
     }
     return text;
 }
@@ -256,7 +255,7 @@ namespace
 
 QString describe(const CodeNode *node)
 {
-    return QStringLiteral("type %1 on line %2").arg(node->type()).arg(node->lineNo());
+    return QString("type %1 on line %2").arg(node->type()).arg(node->lineNo());
 }
 
 /// Heads stand in the order of their lines, each line's data knows its head, and a line's further
@@ -269,15 +268,13 @@ void checkList(Kiln::CodeDocument &document, QStringList &faults)
         const CodeBlockData *const data = CodeBlockData::testBlockData(block);
         const CodeNode *const head = data ? data->codeNode() : nullptr;
         if (head != document.nodeInBlock(block))
-            faults << QStringLiteral("nodeInBlock differs on line %1").arg(block.blockNumber());
+            faults << QString("nodeInBlock differs on line %1").arg(block.blockNumber());
         if (!head)
             continue;
         if (head != node)
-            faults
-                << QStringLiteral("the list does not meet the head of line %1").arg(head->lineNo());
+            faults << QString("the list does not meet the head of line %1").arg(head->lineNo());
         if (head->block() != block || !head->isValid())
-            faults
-                << QStringLiteral("the head of line %1 has another block").arg(block.blockNumber());
+            faults << QString("the head of line %1 has another block").arg(block.blockNumber());
         if (head->previous() != before)
             faults << QStringLiteral("broken link at ") + describe(head);
         before = head;
@@ -304,7 +301,7 @@ void checkRows(Kiln::CodeDocument &document, QStringList &faults)
         const unsigned int row = seen[parent]++;
         if (parent->childAt(row) != node ||
             parent->childIndex(const_cast<CodeNode *>(node)) != int(row))
-            faults << QStringLiteral("row %1 is not ").arg(row) + describe(node);
+            faults << QString("row %1 is not ").arg(row) + describe(node);
     }
     for (auto entry = seen.cbegin(); entry != seen.cend(); ++entry) {
         if (entry.key()->childCount() != entry.value())
@@ -328,15 +325,15 @@ void checkMessages(Kiln::CodeDocument &document, QStringList &faults)
             const Message message = messages->at(row, Message::All);
             if (message.line != block.blockNumber() || message.text != expected.text ||
                 message.type != types[expected.type] || message.column != expected.begin)
-                faults << QStringLiteral("message %1 differs").arg(row);
+                faults << QString("message %1 differs").arg(row);
             const Message same = messages->at(counts[message.type & 1]++, types[expected.type]);
             if (same.line != message.line || same.text != message.text)
-                faults << QStringLiteral("message %1 of its type differs").arg(row);
+                faults << QString("message %1 of its type differs").arg(row);
         }
     }
     for (const Message::Type type : {Message::Error, Message::Warning}) {
         if (messages->count(type) != counts[type])
-            faults << QStringLiteral("%1 messages of type %2").arg(messages->count(type)).arg(type);
+            faults << QString("%1 messages of type %2").arg(messages->count(type)).arg(type);
     }
     if (messages->count(Message::All) != row ||
         messages->at(row, Message::All).type != Message::All)
@@ -354,13 +351,6 @@ QStringList faults(Kiln::CodeDocument &document)
     checkRows(document, faults);
     checkMessages(document, faults);
     return faults;
-}
-
-DocumentPointer freshCopy(Document &document, Parser *parser)
-{
-    DocumentPointer copy(new Document(parser));
-    copy->fromString(document.toString());
-    return copy;
 }
 
 } // namespace Plain

@@ -110,7 +110,4 @@ QString sampleText(int count, int sectionSize);
 /// containers and its messages after every change. Empty if all is well.
 QStringList faults(Kiln::CodeDocument &document);
 
-/// A fresh document with the same text and options.
-DocumentPointer freshCopy(Document &document, Parser *parser);
-
 } // namespace Plain

@@ -2,6 +2,8 @@
 #include <kilnx/code/textcodecs.h>
 #include <kilnx/project/archive.h>
 #include <tests/code/plaincode.h>
+#include <tests/support/memoryarchive.h>
+#include <tests/support/rows.h>
 
 #include <QFile>
 #include <QProcess>
@@ -30,7 +32,7 @@ QString sampleText()
             const uint character = plane * 0x10000 + offset;
             text += QString::fromUcs4(&character, 1);
         }
-        text += QStringLiteral("\r\n");
+        text += QString("\r\n");
     }
     return text;
 }
@@ -58,7 +60,7 @@ QList<QByteArray> filesFor(const QTextCodec *codec)
             data += char(random.bounded(256));
         return data;
     };
-    const QByteArray plain = codec->fromUnicode(QStringLiteral("[a]\r\nx = 1\r\n"));
+    const QByteArray plain = codec->fromUnicode(QString("[a]\r\nx = 1\r\n"));
     const QString sample = sampleText();
     QList<QByteArray> files = {QByteArray(), plain, codec->fromUnicode(sample)};
     for (const char *const mark : {"EFBBBF", "FFFE", "FEFF", "FFFE0000", "0000FEFF", "84319533"}) {
@@ -88,8 +90,8 @@ QByteArray oneLineEnd(const QByteArray &data, const QTextCodec *codec)
     bool isBig = codec->name().endsWith("BE") ||
                  (!codec->name().endsWith("LE") &&
                   (data.startsWith("\xFE\xFF") || data.startsWith(QByteArray("\0\0\xFE\xFF", 4))));
-    QByteArray feed = codec->fromUnicode(QStringLiteral("\n")).right(unit);
-    QByteArray back = codec->fromUnicode(QStringLiteral("\r")).right(unit);
+    QByteArray feed = codec->fromUnicode(QString("\n")).right(unit);
+    QByteArray back = codec->fromUnicode(QString("\r")).right(unit);
     if (isBig != codec->name().endsWith("BE")) {
         std::reverse(feed.begin(), feed.end());
         std::reverse(back.begin(), back.end());
@@ -111,23 +113,391 @@ class TestCodeFile : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void codecIds();
-    void detection_data();
-    void detection();
-    void defaultCodec();
-    void anotherProgram();
-    void everyCodec_data();
-    void everyCodec();
-    void saveAndLoad();
-    void copies();
-    void failures();
-    void bytesComeBack_data();
-    void bytesComeBack();
-    void lostCharacters();
-    void otherLinesKeepTheirBytes_data();
-    void otherLinesKeepTheirBytes();
-    void reloads();
+    void init()
+    {
+        directory = std::make_unique<QTemporaryDir>();
+        document.reset(new Plain::Document(&parser));
+    }
+
+    void codecIds()
+    {
+        QCOMPARE(TextCodecs::name(0), QString("System"));
+        QCOMPARE(TextCodecs::index("no such name"), 0);
+        QCOMPARE(TextCodecs::index("utf-8"), 0);
+        QVERIFY(TextCodecs::count() > 10);
+        for (int id = 1; id < TextCodecs::count(); ++id) {
+            QVERIFY(TextCodecs::name(id) != QLatin1String("System"));
+            // Qt lists some names twice.
+            const QString name = TextCodecs::name(id);
+            QCOMPARE(TextCodecs::name(TextCodecs::index(name.toLatin1().constData())), name);
+        }
+        for (const int id : {-5, TextCodecs::count(), 1 << 30}) {
+            QVERIFY(TextCodecs::name(id).isEmpty());
+            QCOMPARE(TextCodecs::stringToData(QString("a"), id), QByteArray("a"));
+            document->setCodecId(id);
+            QCOMPARE(document->codecId(), 0);
+        }
+        int id = 1 << 30;
+        QCOMPARE(TextCodecs::stringFromData("a", &id), QString("a"));
+        document->setCodec(QString("UTF-8"));
+        QCOMPARE(document->codecName(), QString("UTF-8"));
+    }
+
+    void detection_data()
+    {
+        columns<QByteArray, QString>("data", "text");
+        const QString russian =
+            QString::fromUtf8("Широкая электрификация южных губерний даст мощный толчок")
+                .repeated(4);
+        const QString german =
+            QString::fromUtf8("Zwölf Boxkämpfer jagen Viktor quer über den großen Sylter Deich");
+        addRow("UTF-8", german.toUtf8(), german);
+        addRow("UTF-8 with a mark", QByteArray("\xEF\xBB\xBF") + german.toUtf8(), german);
+        addRow("UTF-16 little",
+               QByteArray("\xFF\xFE"
+                          "a\0;\0",
+                          6),
+               "a;");
+        addRow("UTF-16 big",
+               QByteArray("\xFE\xFF"
+                          "\0a\0;",
+                          6),
+               "a;");
+        addRow("windows-1251", QTextCodec::codecForName("windows-1251")->fromUnicode(russian),
+               russian);
+        addRow("Shift_JIS",
+               QTextCodec::codecForName("Shift_JIS")
+                   ->fromUnicode(QString::fromUtf8("これは日本語の文章です。")),
+               QString::fromUtf8("これは日本語の文章です。"));
+        for (const char *const codec : {"UTF-16LE", "UTF-16BE"}) {
+            addRow(codec,
+                   QTextCodec::codecForName(codec)->fromUnicode(russian).mid(2) +
+                       QByteArray(codec[6] == 'L' ? "\n\0" : "\0\n", 2),
+                   russian + "\n");
+        }
+        addRow("UTF-32 big", QByteArray("\0\0\0[\0\1\xF6\0", 8),
+               "[" + QString::fromUtf8("\U0001F600"));
+        addRow("one bad byte", german.toUtf8() + "\xFF", german + QString::fromUtf8("\U0010FEFF"));
+        addRow("a bad byte among Japanese",
+               QTextCodec::codecForName("Shift_JIS")
+                       ->fromUnicode(QString::fromUtf8("これは日本語の文章です。")) +
+                   "\xFF.",
+               QString::fromUtf8("これは日本語の文章です。\uFFFD."));
+        addRow("ASCII", QByteArray("[a]"), "[a]");
+        addRow("empty", QByteArray(), "");
+    }
+
+    void detection()
+    {
+        const auto [data, text] = row<QByteArray, QString>();
+        int id = -1;
+        QCOMPARE(TextCodecs::stringFromData(data, &id), text);
+        QVERIFY(id >= 0 && id < TextCodecs::count());
+        // What is saved in the encoding that was found is read again.
+        const bool isWhole = !text.contains(QChar(QChar::ReplacementCharacter));
+        QCOMPARE(TextCodecs::canEncode(text, id), isWhole);
+        const QByteArray saved = TextCodecs::stringToData(text, id);
+        id = -1;
+        if (isWhole)
+            QCOMPARE(TextCodecs::stringFromData(saved, &id), text);
+    }
+
+    void defaultCodec()
+    {
+        const int asked = TextCodecs::index("IBM852");
+        TextCodecs::setDefaultCodec(asked);
+        int id = -1;
+        TextCodecs::stringFromData(QByteArray(), &id);
+        TextCodecs::setDefaultCodec(0);
+        QCOMPARE(id, asked);
+        TextCodecs::stringFromData(QByteArray(), &(id = -1));
+        QVERIFY(id != asked);
+    }
+
+    /// What another program writes is read, and what is saved is read by it.
+    void anotherProgram()
+    {
+        const auto convert = [](const QByteArray &from, const QByteArray &to,
+                                const QByteArray &data) {
+            QProcess iconv;
+            iconv.start(QString("iconv"), {"-c", "-f", from, "-t", to});
+            iconv.write(data);
+            iconv.closeWriteChannel();
+            return iconv.waitForFinished() && iconv.exitCode() < 2 ? iconv.readAllStandardOutput()
+                                                                   : QByteArray();
+        };
+        const QByteArray letters =
+            QString::fromUtf8("[a]\r\nx = 1 äöü Жди これ日本 가나 אב αβγ ąőž\r\n").toUtf8();
+        int codecs = 0;
+        for (int id = 1; id < TextCodecs::count(); ++id) {
+            const QByteArray name = TextCodecs::name(id).toLatin1();
+            const QByteArray data = convert("UTF-8", name, letters);
+            // The two have small letters at different places in IBM290.
+            if (QTextCodec::codecForName(name)->name() != name || data.isEmpty() ||
+                name == "IBM290")
+                continue;
+            const QString text = QString::fromUtf8(convert(name, "UTF-8", data));
+            write(path("in.plain"), data);
+            QVERIFY(document->fromFile(archive, path("in.plain"), id, false));
+            QVERIFY2(document->toString() == QString(text).remove('\r'), name);
+            document->insertBefore(nullptr, QString("y = 2"), false);
+            QVERIFY(document->toFile(archive, path("out.plain"), true));
+            QVERIFY2(convert(name, "UTF-8", read(path("out.plain"))) == "y = 2\r\n" + text.toUtf8(),
+                     name);
+            ++codecs;
+        }
+        QVERIFY(codecs > 60);
+    }
+
+    void everyCodec_data()
+    {
+        QTest::addColumn<int>("id");
+        QSet<QByteArray> known;
+        for (int id = 1; id < TextCodecs::count(); ++id) {
+            const QByteArray name = TextCodecs::name(id).toLatin1();
+            const QByteArray codec = QTextCodec::codecForName(name)->name();
+            if (!known.contains(codec))
+                addRow(codec, TextCodecs::index(codec));
+            known.insert(codec);
+        }
+        addRow("System", 0);
+    }
+
+    /// A file that nobody edited is saved as it was but for its line ends, whatever its bytes.
+    /// Where its encoding has no way to say them, the lines are told. Qt's codec is the judge of
+    /// that.
+    void everyCodec()
+    {
+        QFETCH(int, id);
+        const QTextCodec *const codec =
+            id == 0 ? QTextCodec::codecForLocale()
+                    : QTextCodec::codecForName(TextCodecs::name(id).toLatin1());
+        const QList<QByteArray> files = filesFor(codec);
+        for (int i = 0; i < files.size(); ++i) {
+            const QByteArray &data = files.at(i);
+            memory.files["in.plain"] = data;
+            QVERIFY(document->fromFile(memory, "in.plain", id, false));
+            QVERIFY(document->toFile(memory, "out.plain", true));
+            const QByteArray saved = memory.files["out.plain"];
+            const QByteArray was = oneLineEnd(data, codec);
+            const QByteArray is = oneLineEnd(saved, codec);
+            int same = 0;
+            while (same < qMin(is.size(), was.size()) && is.at(same) == was.at(same))
+                ++same;
+            const QByteArray difference = was.mid(qMax(0, same - 8), 20).toHex() + " became " +
+                                          is.mid(qMax(0, same - 8), 20).toHex();
+            QVERIFY2(is == was, QByteArray::number(i) + ": " + difference);
+            if (unitOf(codec->name()) > 1 || data.isEmpty())
+                continue;
+            const bool hasMark = codec->name() == "UTF-8" && data.startsWith("\xEF\xBB\xBF");
+            const bool isKept =
+                codec->fromUnicode(codec->toUnicode(data)) == (hasMark ? data.mid(3) : data);
+            const bool isTold = told(*document) > 0;
+            const QByteArray text = QByteArray::number(i) + (isTold ? " is told" : " is not told");
+            // A private character that stands for a byte is told too.
+            QVERIFY2(isTold == !isKept || data.contains("\xF4\x8F\xBA"), text);
+        }
+    }
+
+    void saveAndLoad()
+    {
+        document->fromString(QString("[a]\nx = \u00e4\u00a01"));
+        QVERIFY(document->fileName().isEmpty());
+        document->insert(QString("\n"));
+        QVERIFY(document->isModified());
+        QVERIFY(document->toFile(archive, path("hero.plain"), false));
+        QVERIFY(!document->isModified());
+        QCOMPARE(document->fileName(), path("hero.plain"));
+        QCOMPARE(document->title(), QString("hero.plain"));
+        QCOMPARE(read(path("hero.plain")), QByteArray("[a]\r\nx = \xC3\xA4\xC2\xA0"
+                                                      "1\r\n"));
+
+        Plain::DocumentPointer other(new Plain::Document(&parser));
+        QSignalSpy reset(other->model(), &QAbstractItemModel::modelReset);
+        QVERIFY(other->fromFile(archive, path("hero.plain"), false));
+        QCOMPARE(reset.count(), 1);
+        QCOMPARE(other->toRawText(), document->toRawText());
+        QCOMPARE(other->codecName(), QString("UTF-8"));
+        QCOMPARE(other->rowCount(), 1);
+        QVERIFY(!other->isModified() && !other->isUndoAvailable());
+        QVERIFY(other->canSave() && !other->isEmpty());
+        other->reset();
+        QVERIFY(other->isEmpty() && other->fileName().isEmpty() && other->title().isEmpty());
+    }
+
+    void copies()
+    {
+        write(path("in.plain"), "[b]");
+        document->fromString(QString("[a]"));
+        QVERIFY(document->toFile(archive, path("own.plain"), false));
+        QVERIFY(document->fromFile(archive, path("in.plain"), true));
+        QCOMPARE(document->fileName(), path("own.plain"));
+        QCOMPARE(document->title(), QString("own.plain"));
+        QCOMPARE(document->toString(), QString("[b]"));
+        QVERIFY(document->isModified());
+        QVERIFY(document->toFile(archive, path("out.plain"), true));
+        QVERIFY(document->isModified());
+        QCOMPARE(document->fileName(), path("own.plain"));
+        QCOMPARE(read(path("out.plain")), QByteArray("[b]"));
+    }
+
+    void failures()
+    {
+        document->fromString(QString("[a]"));
+        QVERIFY(document->toFile(archive, path("a.plain"), false));
+        document->insert(QString("\nx = 1"));
+        QVERIFY(!document->fromFile(archive, path("missing.plain"), false));
+        QVERIFY(!document->fromFile(archive, directory->path(), false));
+        QVERIFY(!document->toFile(archive, directory->path(), false));
+        QVERIFY(!document->toFile(archive, QString("/proc/no/such.plain"), false));
+        QCOMPARE(document->toString(), QString("[a]\nx = 1"));
+        QCOMPARE(document->fileName(), path("a.plain"));
+        QVERIFY(document->isModified() && document->isUndoAvailable());
+        QFile full(QString("/dev/full"));
+        if (!full.exists())
+            QSKIP("the system has no full device");
+        document->insert(QString(100000, 'x'));
+        QVERIFY(!document->toFile(archive, full.fileName(), false));
+        QVERIFY(document->isModified());
+        QCOMPARE(document->fileName(), path("a.plain"));
+    }
+
+    void bytesComeBack_data()
+    {
+        columns<QByteArray, QByteArray>("data", "saved");
+        QByteArray binary;
+        QRandomGenerator random(5);
+        for (int i = 0; i < 20000; ++i) {
+            const char byte = char(random.bounded(256));
+            if (byte != '\r' && byte != '\n')
+                binary += byte;
+        }
+        QByteArray all;
+        for (int byte = 14; byte < 256; ++byte)
+            all += char(byte);
+        addRow("empty", QByteArray(), QByteArray());
+        addRow("binary", binary, binary);
+        addRow("all bytes", all, all);
+        addRow("broken UTF-8", QByteArray("text \xC3\xA4\xC3\xB6\xC3\xBC and \xC3"),
+               QByteArray("text \xC3\xA4\xC3\xB6\xC3\xBC and \xC3"));
+        addRow("zero bytes", QByteArray("a\0b\0c", 5), QByteArray("a\0b\0c", 5));
+        addRow("line ends of all kinds", QByteArray("a\nb\r\nc\rd\n"),
+               QByteArray("a\r\nb\r\nc\r\nd\r\n"));
+        addRow("one long line", QByteArray(1000000, 'x'), QByteArray(1000000, 'x'));
+    }
+
+    void bytesComeBack()
+    {
+        const auto [data, saved] = row<QByteArray, QByteArray>();
+        write(path("in.plain"), data);
+        QVERIFY(document->fromFile(archive, path("in.plain"), false));
+        QVERIFY(document->toFile(archive, path("out.plain"), false));
+        QVERIFY2(read(path("out.plain")) == saved, qPrintable(document->codecName()));
+    }
+
+    void lostCharacters()
+    {
+        // An encoding without the character: the file becomes UTF-8, and a warning tells of it.
+        document->fromString(QString("[a]\nx = \u0436"));
+        document->setCodec(QString("ISO-8859-1"));
+        QVERIFY(document->toFile(archive, path("copy.plain"), true));
+        QCOMPARE(document->codecName(), QString("ISO-8859-1"));
+        QCOMPARE(read(path("copy.plain")), QByteArray("[a]\r\nx = \xD0\xB6"));
+        QVERIFY(document->toFile(archive, path("a.plain"), false));
+        QCOMPARE(read(path("a.plain")), QByteArray("[a]\r\nx = \xD0\xB6"));
+        QCOMPARE(document->codecName(), QString("UTF-8"));
+        QVERIFY(document->messages()->count(Message::Warning) > 0);
+        QCOMPARE(document->messages()->at(0, Message::Warning).line, 1);
+        QCOMPARE(Plain::faults(*document), QStringList());
+        document->setCodec(QString("ISO-8859-1"));
+        document->fromString(QString("x = \u00e4"));
+        document->setCodec(QString("ISO-8859-1"));
+        QVERIFY(document->toFile(archive, path("a.plain"), false));
+        QCOMPARE(read(path("a.plain")), QByteArray("x = \xE4"));
+        QCOMPARE(document->messages()->count(Message::Warning), 0u);
+    }
+
+    void otherLinesKeepTheirBytes_data()
+    {
+        columns<QByteArray, QByteArray, int>("codec", "data", "lines");
+        const QByteArray good = "[a]\r\nx = 1\r\n";
+        addRow("UTF-8", QByteArray("UTF-8"), good + "x = \xFF\r\ny\xC3\xA4\r\nx = \xFE", 2);
+        addRow("private", QByteArray("UTF-8"), good + "\xF4\x8F\xBA\x80 \x80\r\nend", 1);
+        addRow("UTF-8, mark", QByteArray("UTF-8"), "\xEF\xBB\xBF" + good + "end", 0);
+        for (const char *const codec :
+             {"Shift_JIS", "EUC-JP", "Big5", "US-ASCII", "IBM852", "UTF-7"})
+            addRow(codec, QByteArray(codec),
+                   good + "x = \xFF\r\ngood\r\nx = \xFE\r\nx = \xFF\r\nend",
+                   codec == QByteArray("IBM852") ? 0
+                   : codec == QByteArray("Big5") ? 1
+                                                 : 3);
+        addRow("GB18030", QByteArray("GB18030"),
+               "\x84\x31\x95\x33" + good + "x = \xFF\r\nx = \xFF\xFE\r\nx = \xFE", 3);
+        for (const bool isBig : {false, true}) {
+            const QTextCodec *const codec =
+                QTextCodec::codecForName(isBig ? "UTF-16BE" : "UTF-16LE");
+            const QByteArray data = codec->fromUnicode(QString::fromLatin1(good) + sampleText());
+            QTest::addRow("UTF-16, marked, %d", isBig) << QByteArray("UTF-16") << data << 0;
+            QTest::addRow("UTF-16, plain, %d", isBig) << codec->name() << data.mid(2) << 0;
+        }
+    }
+
+    /// An edit leaves the bytes of all other lines alone, also when they went and came back, and
+    /// the byte order mark.
+    void otherLinesKeepTheirBytes()
+    {
+        const auto [codec, data, lines] = row<QByteArray, QByteArray, int>();
+        write(path("in.plain"), data);
+        QVERIFY(document->fromFile(archive, path("in.plain"), TextCodecs::index(codec), false));
+        QCOMPARE(told(*document), lines);
+        // In front of everything, as the first line is then another block.
+        document->insertBefore(nullptr, QString("new"), false);
+        QVERIFY(document->toFile(archive, path("out.plain"), true));
+        const QTextCodec *const encoder =
+            QTextCodec::codecForName(document->codecName().toLatin1());
+        QByteArray added = encoder->fromUnicode(QString("new\r\n"));
+        QByteArray was = data;
+        const int mark = data.startsWith("\xEF\xBB\xBF") ? 3 : data.startsWith("\x84") ? 4 : 0;
+        if (codec.startsWith("UTF-16"))
+            return;
+        was.insert(mark, added);
+        QCOMPARE(read(path("out.plain")), was);
+        // The first of two lines that read the same but are not: the other keeps its bytes.
+        const int first = data.indexOf("x = \xFF\r\n");
+        if (first < 0)
+            return;
+        document->undo();
+        QTextCursor cursor = document->cursor();
+        cursor.setPosition(document->find(QString("x = 1")).block().next().position());
+        cursor.movePosition(QTextCursor::NextBlock, QTextCursor::KeepAnchor);
+        document->insertOnCursor(QString(), cursor);
+        QVERIFY(document->toFile(archive, path("out.plain"), true));
+        QCOMPARE(read(path("out.plain")), QByteArray(data).remove(first, 7));
+        document->undo();
+        QVERIFY(document->toFile(archive, path("out.plain"), true));
+        QCOMPARE(read(path("out.plain")), data);
+        // A line that is edited is written as it reads, and is no reason to take another encoding.
+        cursor.setPosition(document->find(QString("x = 1")).block().next().position());
+        document->insertOnCursor(QString("1"), cursor);
+        QVERIFY(document->toFile(archive, path("out.plain"), false));
+        QCOMPARE(document->codecName().toLatin1(), codec);
+        QVERIFY(read(path("out.plain")).endsWith(data.mid(first + 7)));
+    }
+
+    void reloads()
+    {
+        write(path("a.plain"), "x = \xE4\xF6\xFC");
+        QVERIFY(
+            document->fromFile(archive, path("a.plain"), TextCodecs::index("ISO-8859-1"), false));
+        write(path("a.plain"), "y = \xE4\xF6\xFC");
+        document->insert(QString("lost"));
+        document->reload();
+        QCOMPARE(document->toString(), QString("y = \u00e4\u00f6\u00fc"));
+        QVERIFY(!document->isModified());
+        QVERIFY(QFile::remove(path("a.plain")));
+        document->reload();
+        QCOMPARE(document->toString(), QString("y = \u00e4\u00f6\u00fc"));
+    }
 
 private:
     QString path(const char *name) { return directory->filePath(QLatin1String(name)); }
@@ -144,395 +514,11 @@ private:
     }
 
     Archive &archive = FileSystemArchive::instance();
+    MemoryArchive memory;
     std::unique_ptr<QTemporaryDir> directory;
     Plain::Parser parser;
     Plain::DocumentPointer document;
 };
-
-void TestCodeFile::init()
-{
-    directory = std::make_unique<QTemporaryDir>();
-    document.reset(new Plain::Document(&parser));
-}
-
-void TestCodeFile::codecIds()
-{
-    QCOMPARE(TextCodecs::name(0), QStringLiteral("System"));
-    QCOMPARE(TextCodecs::index("no such name"), 0);
-    QCOMPARE(TextCodecs::index("utf-8"), 0);
-    QVERIFY(TextCodecs::count() > 10);
-    for (int id = 1; id < TextCodecs::count(); ++id) {
-        QVERIFY(TextCodecs::name(id) != QLatin1String("System"));
-        // Qt lists some names twice.
-        const QString name = TextCodecs::name(id);
-        QCOMPARE(TextCodecs::name(TextCodecs::index(name.toLatin1().constData())), name);
-    }
-    for (const int id : {-5, TextCodecs::count(), 1 << 30}) {
-        QVERIFY(TextCodecs::name(id).isEmpty());
-        QCOMPARE(TextCodecs::stringToData(QStringLiteral("a"), id), QByteArray("a"));
-        document->setCodecId(id);
-        QCOMPARE(document->codecId(), 0);
-    }
-    int id = 1 << 30;
-    QCOMPARE(TextCodecs::stringFromData("a", &id), QStringLiteral("a"));
-    document->setCodec(QStringLiteral("UTF-8"));
-    QCOMPARE(document->codecName(), QStringLiteral("UTF-8"));
-}
-
-void TestCodeFile::detection_data()
-{
-    QTest::addColumn<QByteArray>("data");
-    QTest::addColumn<QString>("text");
-    const QString russian =
-        QString::fromUtf8("Широкая электрификация южных губерний даст мощный толчок").repeated(4);
-    const QString german =
-        QString::fromUtf8("Zwölf Boxkämpfer jagen Viktor quer über den großen Sylter Deich");
-    QTest::newRow("UTF-8") << german.toUtf8() << german;
-    QTest::newRow("UTF-8 with a mark") << QByteArray("\xEF\xBB\xBF") + german.toUtf8() << german;
-    QTest::newRow("UTF-16 little") << QByteArray("\xFF\xFE"
-                                                 "a\0;\0",
-                                                 6)
-                                   << "a;";
-    QTest::newRow("UTF-16 big") << QByteArray("\xFE\xFF"
-                                              "\0a\0;",
-                                              6)
-                                << "a;";
-    QTest::newRow("windows-1251") << QTextCodec::codecForName("windows-1251")->fromUnicode(russian)
-                                  << russian;
-    QTest::newRow("Shift_JIS") << QTextCodec::codecForName("Shift_JIS")
-                                      ->fromUnicode(QString::fromUtf8("これは日本語の文章です。"))
-                               << QString::fromUtf8("これは日本語の文章です。");
-    for (const char *const codec : {"UTF-16LE", "UTF-16BE"}) {
-        QTest::newRow(codec) << QTextCodec::codecForName(codec)->fromUnicode(russian).mid(2) +
-                                    QByteArray(codec[6] == 'L' ? "\n\0" : "\0\n", 2)
-                             << russian + "\n";
-    }
-    QTest::newRow("UTF-32 big") << QByteArray("\0\0\0[\0\1\xF6\0", 8)
-                                << "[" + QString::fromUtf8("\U0001F600");
-    QTest::newRow("one bad byte") << german.toUtf8() + "\xFF"
-                                  << german + QString::fromUtf8("\U0010FEFF");
-    QTest::newRow("a bad byte among Japanese")
-        << QTextCodec::codecForName("Shift_JIS")
-                   ->fromUnicode(QString::fromUtf8("これは日本語の文章です。")) +
-               "\xFF."
-        << QString::fromUtf8("これは日本語の文章です。\uFFFD.");
-    QTest::newRow("ASCII") << QByteArray("[a]") << "[a]";
-    QTest::newRow("empty") << QByteArray() << "";
-}
-
-void TestCodeFile::detection()
-{
-    QFETCH(QByteArray, data);
-    QFETCH(QString, text);
-    int id = -1;
-    QCOMPARE(TextCodecs::stringFromData(data, &id), text);
-    QVERIFY(id >= 0 && id < TextCodecs::count());
-    // What is saved in the encoding that was found is read again.
-    const bool isWhole = !text.contains(QChar(QChar::ReplacementCharacter));
-    QCOMPARE(TextCodecs::canEncode(text, id), isWhole);
-    const QByteArray saved = TextCodecs::stringToData(text, id);
-    id = -1;
-    if (isWhole)
-        QCOMPARE(TextCodecs::stringFromData(saved, &id), text);
-}
-
-void TestCodeFile::defaultCodec()
-{
-    const int asked = TextCodecs::index("IBM852");
-    TextCodecs::setDefaultCodec(asked);
-    int id = -1;
-    TextCodecs::stringFromData(QByteArray(), &id);
-    TextCodecs::setDefaultCodec(0);
-    QCOMPARE(id, asked);
-    TextCodecs::stringFromData(QByteArray(), &(id = -1));
-    QVERIFY(id != asked);
-}
-
-/// What another program writes is read, and what is saved is read by it.
-void TestCodeFile::anotherProgram()
-{
-    const auto convert = [](const QByteArray &from, const QByteArray &to, const QByteArray &data) {
-        QProcess iconv;
-        iconv.start(QStringLiteral("iconv"), {"-c", "-f", from, "-t", to});
-        iconv.write(data);
-        iconv.closeWriteChannel();
-        return iconv.waitForFinished() && iconv.exitCode() < 2 ? iconv.readAllStandardOutput()
-                                                               : QByteArray();
-    };
-    const QByteArray letters =
-        QString::fromUtf8("[a]\r\nx = 1 äöü Жди これ日本 가나 אב αβγ ąőž\r\n").toUtf8();
-    int codecs = 0;
-    for (int id = 1; id < TextCodecs::count(); ++id) {
-        const QByteArray name = TextCodecs::name(id).toLatin1();
-        const QByteArray data = convert("UTF-8", name, letters);
-        // The two have small letters at different places in IBM290.
-        if (QTextCodec::codecForName(name)->name() != name || data.isEmpty() || name == "IBM290")
-            continue;
-        const QString text = QString::fromUtf8(convert(name, "UTF-8", data));
-        write(path("in.plain"), data);
-        QVERIFY(document->fromFile(archive, path("in.plain"), id, false));
-        QVERIFY2(document->toString() == QString(text).remove('\r'), name);
-        document->insertBefore(nullptr, QStringLiteral("y = 2"), false);
-        QVERIFY(document->toFile(archive, path("out.plain"), true));
-        QVERIFY2(convert(name, "UTF-8", read(path("out.plain"))) == "y = 2\r\n" + text.toUtf8(),
-                 name);
-        ++codecs;
-    }
-    QVERIFY(codecs > 60);
-}
-
-void TestCodeFile::everyCodec_data()
-{
-    QTest::addColumn<int>("id");
-    QSet<QByteArray> known;
-    for (int id = 1; id < TextCodecs::count(); ++id) {
-        const QByteArray name = TextCodecs::name(id).toLatin1();
-        const QByteArray codec = QTextCodec::codecForName(name)->name();
-        if (!known.contains(codec))
-            QTest::newRow(codec) << TextCodecs::index(codec);
-        known.insert(codec);
-    }
-    QTest::newRow("System") << 0;
-}
-
-/// A file that nobody edited is saved as it was but for its line ends, whatever its bytes. Where
-/// its encoding has no way to say them, the lines are told. Qt's codec is the judge of that.
-void TestCodeFile::everyCodec()
-{
-    QFETCH(int, id);
-    const QTextCodec *const codec = id == 0
-                                        ? QTextCodec::codecForLocale()
-                                        : QTextCodec::codecForName(TextCodecs::name(id).toLatin1());
-    const QList<QByteArray> files = filesFor(codec);
-    for (int i = 0; i < files.size(); ++i) {
-        const QByteArray &data = files.at(i);
-        write(path("in.plain"), data);
-        QVERIFY(document->fromFile(archive, path("in.plain"), id, false));
-        QVERIFY(document->toFile(archive, path("out.plain"), true));
-        const QByteArray saved = read(path("out.plain"));
-        const QByteArray was = oneLineEnd(data, codec);
-        const QByteArray is = oneLineEnd(saved, codec);
-        int same = 0;
-        while (same < qMin(is.size(), was.size()) && is.at(same) == was.at(same))
-            ++same;
-        const QByteArray difference = was.mid(qMax(0, same - 8), 20).toHex() + " became " +
-                                      is.mid(qMax(0, same - 8), 20).toHex();
-        QVERIFY2(is == was, QByteArray::number(i) + ": " + difference);
-        if (unitOf(codec->name()) > 1 || data.isEmpty())
-            continue;
-        const bool hasMark = codec->name() == "UTF-8" && data.startsWith("\xEF\xBB\xBF");
-        const bool isKept =
-            codec->fromUnicode(codec->toUnicode(data)) == (hasMark ? data.mid(3) : data);
-        const bool isTold = told(*document) > 0;
-        const QByteArray text = QByteArray::number(i) + (isTold ? " is told" : " is not told");
-        // A private character that stands for a byte is told too.
-        QVERIFY2(isTold == !isKept || data.contains("\xF4\x8F\xBA"), text);
-    }
-}
-
-void TestCodeFile::saveAndLoad()
-{
-    document->fromString(QStringLiteral("[a]\nx = \u00e4\u00a01"));
-    QVERIFY(document->fileName().isEmpty());
-    document->insert(QStringLiteral("\n"));
-    QVERIFY(document->isModified());
-    QVERIFY(document->toFile(archive, path("hero.plain"), false));
-    QVERIFY(!document->isModified());
-    QCOMPARE(document->fileName(), path("hero.plain"));
-    QCOMPARE(document->title(), QStringLiteral("hero.plain"));
-    QCOMPARE(read(path("hero.plain")), QByteArray("[a]\r\nx = \xC3\xA4\xC2\xA0"
-                                                  "1\r\n"));
-
-    Plain::DocumentPointer other(new Plain::Document(&parser));
-    QSignalSpy reset(other->model(), &QAbstractItemModel::modelReset);
-    QVERIFY(other->fromFile(archive, path("hero.plain"), false));
-    QCOMPARE(reset.count(), 1);
-    QCOMPARE(other->toRawText(), document->toRawText());
-    QCOMPARE(other->codecName(), QStringLiteral("UTF-8"));
-    QCOMPARE(other->rowCount(), 1);
-    QVERIFY(!other->isModified() && !other->isUndoAvailable());
-    QVERIFY(other->canSave() && !other->isEmpty());
-    other->reset();
-    QVERIFY(other->isEmpty() && other->fileName().isEmpty() && other->title().isEmpty());
-}
-
-void TestCodeFile::copies()
-{
-    write(path("in.plain"), "[b]");
-    document->fromString(QStringLiteral("[a]"));
-    QVERIFY(document->toFile(archive, path("own.plain"), false));
-    QVERIFY(document->fromFile(archive, path("in.plain"), true));
-    QCOMPARE(document->fileName(), path("own.plain"));
-    QCOMPARE(document->title(), QStringLiteral("own.plain"));
-    QCOMPARE(document->toString(), QStringLiteral("[b]"));
-    QVERIFY(document->isModified());
-    QVERIFY(document->toFile(archive, path("out.plain"), true));
-    QVERIFY(document->isModified());
-    QCOMPARE(document->fileName(), path("own.plain"));
-    QCOMPARE(read(path("out.plain")), QByteArray("[b]"));
-}
-
-void TestCodeFile::failures()
-{
-    document->fromString(QStringLiteral("[a]"));
-    QVERIFY(document->toFile(archive, path("a.plain"), false));
-    document->insert(QStringLiteral("\nx = 1"));
-    QVERIFY(!document->fromFile(archive, path("missing.plain"), false));
-    QVERIFY(!document->fromFile(archive, directory->path(), false));
-    QVERIFY(!document->toFile(archive, directory->path(), false));
-    QVERIFY(!document->toFile(archive, QStringLiteral("/proc/no/such.plain"), false));
-    QCOMPARE(document->toString(), QStringLiteral("[a]\nx = 1"));
-    QCOMPARE(document->fileName(), path("a.plain"));
-    QVERIFY(document->isModified() && document->isUndoAvailable());
-    QFile full(QStringLiteral("/dev/full"));
-    if (!full.exists())
-        QSKIP("the system has no full device");
-    document->insert(QString(100000, QLatin1Char('x')));
-    QVERIFY(!document->toFile(archive, full.fileName(), false));
-    QVERIFY(document->isModified());
-    QCOMPARE(document->fileName(), path("a.plain"));
-}
-
-void TestCodeFile::bytesComeBack_data()
-{
-    QTest::addColumn<QByteArray>("data");
-    QTest::addColumn<QByteArray>("saved");
-    QByteArray binary;
-    QRandomGenerator random(5);
-    for (int i = 0; i < 20000; ++i) {
-        const char byte = char(random.bounded(256));
-        if (byte != '\r' && byte != '\n')
-            binary += byte;
-    }
-    QByteArray all;
-    for (int byte = 14; byte < 256; ++byte)
-        all += char(byte);
-    QTest::newRow("empty") << QByteArray() << QByteArray();
-    QTest::newRow("binary") << binary << binary;
-    QTest::newRow("all bytes") << all << all;
-    QTest::newRow("broken UTF-8") << QByteArray("text \xC3\xA4\xC3\xB6\xC3\xBC and \xC3")
-                                  << QByteArray("text \xC3\xA4\xC3\xB6\xC3\xBC and \xC3");
-    QTest::newRow("zero bytes") << QByteArray("a\0b\0c", 5) << QByteArray("a\0b\0c", 5);
-    QTest::newRow("line ends of all kinds")
-        << QByteArray("a\nb\r\nc\rd\n") << QByteArray("a\r\nb\r\nc\r\nd\r\n");
-    QTest::newRow("one long line") << QByteArray(1000000, 'x') << QByteArray(1000000, 'x');
-}
-
-void TestCodeFile::bytesComeBack()
-{
-    QFETCH(QByteArray, data);
-    QFETCH(QByteArray, saved);
-    write(path("in.plain"), data);
-    QVERIFY(document->fromFile(archive, path("in.plain"), false));
-    QVERIFY(document->toFile(archive, path("out.plain"), false));
-    QVERIFY2(read(path("out.plain")) == saved, qPrintable(document->codecName()));
-}
-
-void TestCodeFile::lostCharacters()
-{
-    // An encoding without the character: the file becomes UTF-8, and a warning tells of it.
-    document->fromString(QStringLiteral("[a]\nx = \u0436"));
-    document->setCodec(QStringLiteral("ISO-8859-1"));
-    QVERIFY(document->toFile(archive, path("copy.plain"), true));
-    QCOMPARE(document->codecName(), QStringLiteral("ISO-8859-1"));
-    QCOMPARE(read(path("copy.plain")), QByteArray("[a]\r\nx = \xD0\xB6"));
-    QVERIFY(document->toFile(archive, path("a.plain"), false));
-    QCOMPARE(read(path("a.plain")), QByteArray("[a]\r\nx = \xD0\xB6"));
-    QCOMPARE(document->codecName(), QStringLiteral("UTF-8"));
-    QVERIFY(document->messages()->count(Message::Warning) > 0);
-    QCOMPARE(document->messages()->at(0, Message::Warning).line, 1);
-    QCOMPARE(Plain::faults(*document), QStringList());
-    document->setCodec(QStringLiteral("ISO-8859-1"));
-    document->fromString(QStringLiteral("x = \u00e4"));
-    document->setCodec(QStringLiteral("ISO-8859-1"));
-    QVERIFY(document->toFile(archive, path("a.plain"), false));
-    QCOMPARE(read(path("a.plain")), QByteArray("x = \xE4"));
-    QCOMPARE(document->messages()->count(Message::Warning), 0u);
-}
-
-void TestCodeFile::otherLinesKeepTheirBytes_data()
-{
-    QTest::addColumn<QByteArray>("codec");
-    QTest::addColumn<QByteArray>("data");
-    QTest::addColumn<int>("lines");
-    const QByteArray good = "[a]\r\nx = 1\r\n";
-    QTest::newRow("UTF-8") << QByteArray("UTF-8") << good + "x = \xFF\r\ny\xC3\xA4\r\nx = \xFE"
-                           << 2;
-    QTest::newRow("private") << QByteArray("UTF-8") << good + "\xF4\x8F\xBA\x80 \x80\r\nend" << 1;
-    QTest::newRow("UTF-8, mark") << QByteArray("UTF-8") << "\xEF\xBB\xBF" + good + "end" << 0;
-    for (const char *const codec : {"Shift_JIS", "EUC-JP", "Big5", "US-ASCII", "IBM852", "UTF-7"})
-        QTest::newRow(codec) << QByteArray(codec)
-                             << good + "x = \xFF\r\ngood\r\nx = \xFE\r\nx = \xFF\r\nend"
-                             << (codec == QByteArray("IBM852") ? 0
-                                 : codec == QByteArray("Big5") ? 1
-                                                               : 3);
-    QTest::newRow("GB18030") << QByteArray("GB18030")
-                             << "\x84\x31\x95\x33" + good + "x = \xFF\r\nx = \xFF\xFE\r\nx = \xFE"
-                             << 3;
-    for (const bool isBig : {false, true}) {
-        const QTextCodec *const codec = QTextCodec::codecForName(isBig ? "UTF-16BE" : "UTF-16LE");
-        const QByteArray data = codec->fromUnicode(QString::fromLatin1(good) + sampleText());
-        QTest::addRow("UTF-16, marked, %d", isBig) << QByteArray("UTF-16") << data << 0;
-        QTest::addRow("UTF-16, plain, %d", isBig) << codec->name() << data.mid(2) << 0;
-    }
-}
-
-/// An edit leaves the bytes of all other lines alone, also when they went and came back, and the
-/// byte order mark.
-void TestCodeFile::otherLinesKeepTheirBytes()
-{
-    QFETCH(QByteArray, codec);
-    QFETCH(QByteArray, data);
-    QFETCH(int, lines);
-    write(path("in.plain"), data);
-    QVERIFY(document->fromFile(archive, path("in.plain"), TextCodecs::index(codec), false));
-    QCOMPARE(told(*document), lines);
-    // In front of everything, as the first line is then another block.
-    document->insertBefore(nullptr, QStringLiteral("new"), false);
-    QVERIFY(document->toFile(archive, path("out.plain"), true));
-    const QTextCodec *const encoder = QTextCodec::codecForName(document->codecName().toLatin1());
-    QByteArray added = encoder->fromUnicode(QStringLiteral("new\r\n"));
-    QByteArray was = data;
-    const int mark = data.startsWith("\xEF\xBB\xBF") ? 3 : data.startsWith("\x84") ? 4 : 0;
-    if (codec.startsWith("UTF-16"))
-        return;
-    was.insert(mark, added);
-    QCOMPARE(read(path("out.plain")), was);
-    // The first of two lines that read the same but are not: the other keeps its bytes.
-    const int first = data.indexOf("x = \xFF\r\n");
-    if (first < 0)
-        return;
-    document->undo();
-    QTextCursor cursor = document->cursor();
-    cursor.setPosition(document->find(QStringLiteral("x = 1")).block().next().position());
-    cursor.movePosition(QTextCursor::NextBlock, QTextCursor::KeepAnchor);
-    document->insertOnCursor(QString(), cursor);
-    QVERIFY(document->toFile(archive, path("out.plain"), true));
-    QCOMPARE(read(path("out.plain")), QByteArray(data).remove(first, 7));
-    document->undo();
-    QVERIFY(document->toFile(archive, path("out.plain"), true));
-    QCOMPARE(read(path("out.plain")), data);
-    // A line that is edited is written as it reads, and is no reason to take another encoding.
-    cursor.setPosition(document->find(QStringLiteral("x = 1")).block().next().position());
-    document->insertOnCursor(QStringLiteral("1"), cursor);
-    QVERIFY(document->toFile(archive, path("out.plain"), false));
-    QCOMPARE(document->codecName().toLatin1(), codec);
-    QVERIFY(read(path("out.plain")).endsWith(data.mid(first + 7)));
-}
-
-void TestCodeFile::reloads()
-{
-    write(path("a.plain"), "x = \xE4\xF6\xFC");
-    QVERIFY(document->fromFile(archive, path("a.plain"), TextCodecs::index("ISO-8859-1"), false));
-    write(path("a.plain"), "y = \xE4\xF6\xFC");
-    document->insert(QStringLiteral("lost"));
-    document->reload();
-    QCOMPARE(document->toString(), QStringLiteral("y = \u00e4\u00f6\u00fc"));
-    QVERIFY(!document->isModified());
-    QVERIFY(QFile::remove(path("a.plain")));
-    document->reload();
-    QCOMPARE(document->toString(), QStringLiteral("y = \u00e4\u00f6\u00fc"));
-}
 
 QTEST_MAIN(TestCodeFile)
 #include "tst_codefile.moc"

@@ -25,14 +25,11 @@ public:
         , m_brings(brings)
     {
     }
-    ~ScriptedReader() override
-    {
-        tellDiary(QStringLiteral("end of ") + QString::fromLatin1(m_data));
-    }
+    ~ScriptedReader() override { tellDiary(QString("end of ") + QString::fromLatin1(m_data)); }
     const char *format() override { return m_format.constData(); }
     bool read(QIODevice *, SoundSample &sample) override
     {
-        tellDiary(QStringLiteral("asked ") + QString::fromLatin1(m_data));
+        tellDiary(QString("asked ") + QString::fromLatin1(m_data));
         for (int i = 0; i < m_brings; ++i)
             ExtensionManager::add(new ScriptedReader(m_format, "brought", false));
         sample.data = m_data;
@@ -77,7 +74,7 @@ public:
         : m_type(static_cast<Type>(type))
     {
     }
-    ~MisplacedExtension() override { tellDiary(QStringLiteral("end of %1").arg(m_type)); }
+    ~MisplacedExtension() override { tellDiary(QString("end of %1").arg(m_type)); }
     Type type() override { return m_type; }
     const char *format() override { return "any"; }
 
@@ -104,14 +101,6 @@ private:
     const uid_t m_user = geteuid();
 };
 
-QStringList lines(std::initializer_list<const char *> texts)
-{
-    QStringList list;
-    for (const char *text : texts)
-        list.append(QLatin1String(text));
-    return list;
-}
-
 int extensionCount()
 {
     int count = 0;
@@ -127,209 +116,193 @@ class TestExtension : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-    void loadsRealPlugins();
-    void loadsFromHere();
-    void whatIsNoPluginIsPassedOver();
-    void throwingRegistrationKeepsWhatItAdded();
-    void triedInOrderOfRegistration();
-    void builtInFormatComesFirst();
-    void resultOfLoadIsTheData();
-    void listsAreKeptByType();
-    void endsListByListFromTheBack();
+    void init()
+    {
+        m_directory = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_directory->isValid());
+        takeDiary();
+    }
+
+    void cleanup()
+    {
+        m_manager.reset();
+        QCOMPARE(extensionCount(), 0);
+    }
+
+    void loadsRealPlugins()
+    {
+        put(TONES_PLUGIN, QString("tones.so"));
+        makeManager();
+        QCOMPARE(takeDiary(), QStringList({"tones registers"}));
+        QCOMPARE(ExtensionManager::list(Extension::SoundReaders).size(), 2);
+        QCOMPARE(ExtensionManager::list(Extension::SoundWriters).size(), 1);
+        QCOMPARE(ExtensionManager::list(Extension::PaletteReaders).size(), 1);
+
+        QBuffer buffer;
+        QVERIFY(buffer.open(QIODevice::ReadWrite));
+        SoundSample sample;
+        sample.data = "tone data";
+        QVERIFY(saveSound(&buffer, "tone", sample));
+        QVERIFY(!saveSound(&buffer, "TONE", sample));
+        buffer.seek(0);
+        SoundSample loaded;
+        QVERIFY(loadSound(&buffer, "tone", loaded));
+        QCOMPARE(loaded.data, sample.data);
+        QCOMPARE(loaded.channels, SampleInfo().channels);
+        QCOMPARE(takeDiary(), QStringList({"refused", "read"}));
+
+        m_manager.reset();
+        QCOMPARE(takeDiary(),
+                 QStringList({"end of the palette reader", "end of the tone reader",
+                              "end of the refusing reader", "end of the tone writer"}));
+
+        // The code may still be in memory: a second manager registers anew.
+        makeManager();
+        QCOMPARE(ExtensionManager::list(Extension::SoundReaders).size(), 2);
+    }
+
+    void loadsFromHere()
+    {
+        put(THROWING_PLUGIN, QString("libx.so"));
+        put(TONES_PLUGIN, QString("x.so"));
+        const QString before = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(m_directory->path()));
+        m_manager = std::make_unique<ExtensionManager>(QString("."));
+        QVERIFY(QDir::setCurrent(before));
+        QCOMPARE(takeDiary(), QStringList({"throwing registers", "tones registers"}));
+    }
+
+    void whatIsNoPluginIsPassedOver()
+    {
+        put(NOSYMBOL_PLUGIN, QString("nosymbol.so"));
+        put(TONES_PLUGIN, QString("libtones.so"));
+        const QHash<QString, QByteArray> files{{QString("notes.txt"), "text"},
+                                               {QString("broken.so"), "\x7f"
+                                                                      "ELF and no more"},
+                                               {QString("empty.so"), ""},
+                                               // Asked for this one, the loader finds libtones.so.
+                                               {QString("tones"), "text"}};
+        for (auto file = files.begin(); file != files.end(); ++file) {
+            QFile out(m_directory->filePath(file.key()));
+            QVERIFY(out.open(QIODevice::WriteOnly));
+            out.write(file.value());
+        }
+        QVERIFY(QDir(m_directory->path()).mkdir(QString("folder.so")));
+        makeManager();
+        QCOMPARE(takeDiary(), QStringList({"tones registers"}));
+
+        const ExtensionManager missing(m_directory->filePath(QString("missing")));
+        const ExtensionManager noDirectory(m_directory->filePath(QString("libtones.so")));
+        std::unique_ptr<ExtensionManager> unreadable;
+        {
+            const Unprivileged nobody;
+            QFile::setPermissions(m_directory->path(), QFile::Permissions());
+            unreadable = std::make_unique<ExtensionManager>(m_directory->path());
+            QFile::setPermissions(m_directory->path(),
+                                  QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        }
+        QCOMPARE(takeDiary(), QStringList());
+    }
+
+    void throwingRegistrationKeepsWhatItAdded()
+    {
+        put(THROWING_PLUGIN, QString("1.so"));
+        put(TONES_PLUGIN, QString("2.so"));
+        makeManager();
+        QCOMPARE(takeDiary(), QStringList({"throwing registers", "tones registers"}));
+        const QList<Extension *> readers = ExtensionManager::list(Extension::SoundReaders);
+        QCOMPARE(readers.size(), 3);
+        QCOMPARE(readers.first()->format(), "late");
+        QCOMPARE(readers.first()->displayName(), QString());
+    }
+
+    void triedInOrderOfRegistration()
+    {
+        makeManager();
+        ExtensionManager::add(new ScriptedReader("snd", "first", false, 100));
+        ExtensionManager::add(new ScriptedReader("SND", "other format", true));
+        ExtensionManager::add(new ScriptedReader("snd", "second", true));
+        ExtensionManager::add(new ScriptedReader("snd", "third", true));
+        QCOMPARE(load("snd"), QByteArray("second"));
+        QCOMPARE(takeDiary(), QStringList({"asked first", "asked second"}));
+
+        ExtensionManager::add(new ScriptedWriter("snd", "first wrote ", false));
+        ExtensionManager::add(new ScriptedWriter("snd", "second wrote ", true));
+        ExtensionManager::add(new ScriptedWriter("snd", "third wrote ", true));
+        ExtensionManager::add(new ScriptedWriter("no", "refuser wrote ", false));
+        QBuffer out;
+        QVERIFY(out.open(QIODevice::WriteOnly));
+        SoundSample sample;
+        sample.data = "it";
+        QVERIFY(saveSound(&out, "snd", sample));
+        QVERIFY(!saveSound(&out, "no", sample));
+        QCOMPARE(takeDiary(),
+                 QStringList({"first wrote it", "second wrote it", "refuser wrote it"}));
+        QCOMPARE(load("flac"), QByteArray("none"));
+        QCOMPARE(load(nullptr), QByteArray("none"));
+        QCOMPARE(takeDiary(), QStringList());
+    }
+
+    void resultOfLoadIsTheData()
+    {
+        makeManager();
+        ExtensionManager::add(new ScriptedReader("wav", "mine", true));
+        ExtensionManager::add(new ScriptedReader("liar", "", true));
+        ExtensionManager::add(new ScriptedReader("modest", "data", false));
+        // The format that is built in comes first.
+        QCOMPARE(load("wav"), QByteArray("none"));
+        QCOMPARE(takeDiary(), QStringList());
+        QCOMPARE(load("liar"), QByteArray("none"));
+        QCOMPARE(load("modest"), QByteArray("data"));
+    }
+
+    void listsAreKeptByType()
+    {
+        makeManager();
+        for (const int type : {0, 15, 16, -1, 1000})
+            ExtensionManager::add(new MisplacedExtension(type));
+        ExtensionManager::add(nullptr);
+        QCOMPARE(takeDiary(), QStringList({"end of 16", "end of -1", "end of 1000"}));
+        QCOMPARE(extensionCount(), 2);
+        QCOMPARE(ExtensionManager::list(static_cast<Extension::Type>(16)).size(), 0);
+        QCOMPARE(ExtensionManager::list(static_cast<Extension::Type>(-1)).size(), 0);
+
+        // It says that it is a reader, and is none.
+        ExtensionManager::add(new MisplacedExtension(Extension::SoundReaders));
+        QCOMPARE(load("any"), QByteArray("none"));
+    }
+
+    void endsListByListFromTheBack()
+    {
+        makeManager();
+        ExtensionManager::add(new MisplacedExtension(9));
+        ExtensionManager::add(new ScriptedReader("snd", "sound 1", true));
+        ExtensionManager::add(new MisplacedExtension(0));
+        ExtensionManager::add(new ScriptedReader("snd", "sound 2", true));
+        m_manager.reset();
+        QCOMPARE(takeDiary(),
+                 QStringList({"end of 0", "end of sound 2", "end of sound 1", "end of 9"}));
+    }
 
 private:
     void put(const char *library, const QString &name)
     {
         QVERIFY(QFile::copy(QString::fromLocal8Bit(library), m_directory->filePath(name)));
     }
+    /// What the readers of a format make of nothing. What the sample held before does not count.
+    static QByteArray load(const char *format)
+    {
+        QBuffer buffer;
+        buffer.open(QIODevice::ReadOnly);
+        SoundSample sample;
+        sample.data = "before";
+        return loadSound(&buffer, format, sample) ? sample.data : QByteArray("none");
+    }
     void makeManager() { m_manager = std::make_unique<ExtensionManager>(m_directory->path()); }
 
     std::unique_ptr<QTemporaryDir> m_directory;
     std::unique_ptr<ExtensionManager> m_manager;
 };
-
-void TestExtension::init()
-{
-    m_directory = std::make_unique<QTemporaryDir>();
-    QVERIFY(m_directory->isValid());
-    takeDiary();
-}
-
-void TestExtension::cleanup()
-{
-    m_manager.reset();
-    QCOMPARE(extensionCount(), 0);
-}
-
-void TestExtension::loadsRealPlugins()
-{
-    put(TONES_PLUGIN, QStringLiteral("tones.so"));
-    makeManager();
-    QCOMPARE(takeDiary(), lines({"tones registers"}));
-    QCOMPARE(ExtensionManager::list(Extension::SoundReaders).size(), 2);
-    QCOMPARE(ExtensionManager::list(Extension::SoundWriters).size(), 1);
-    QCOMPARE(ExtensionManager::list(Extension::PaletteReaders).size(), 1);
-
-    QBuffer buffer;
-    QVERIFY(buffer.open(QIODevice::ReadWrite));
-    SoundSample sample;
-    sample.data = "tone data";
-    QVERIFY(saveSound(&buffer, "tone", sample));
-    QVERIFY(!saveSound(&buffer, "TONE", sample));
-    buffer.seek(0);
-    SoundSample loaded;
-    QVERIFY(loadSound(&buffer, "tone", loaded));
-    QCOMPARE(loaded.data, sample.data);
-    QCOMPARE(loaded.channels, SampleInfo().channels);
-    QCOMPARE(takeDiary(), lines({"refused", "read"}));
-
-    m_manager.reset();
-    QCOMPARE(takeDiary(), lines({"end of the palette reader", "end of the tone reader",
-                                 "end of the refusing reader", "end of the tone writer"}));
-
-    // The code may still be in memory: a second manager registers anew.
-    makeManager();
-    QCOMPARE(ExtensionManager::list(Extension::SoundReaders).size(), 2);
-}
-
-void TestExtension::loadsFromHere()
-{
-    put(THROWING_PLUGIN, QStringLiteral("libx.so"));
-    put(TONES_PLUGIN, QStringLiteral("x.so"));
-    const QString before = QDir::currentPath();
-    QVERIFY(QDir::setCurrent(m_directory->path()));
-    m_manager = std::make_unique<ExtensionManager>(QStringLiteral("."));
-    QVERIFY(QDir::setCurrent(before));
-    QCOMPARE(takeDiary(), lines({"throwing registers", "tones registers"}));
-}
-
-void TestExtension::whatIsNoPluginIsPassedOver()
-{
-    put(NOSYMBOL_PLUGIN, QStringLiteral("nosymbol.so"));
-    put(TONES_PLUGIN, QStringLiteral("libtones.so"));
-    const QHash<QString, QByteArray> files{{QStringLiteral("notes.txt"), "text"},
-                                           {QStringLiteral("broken.so"), "\x7f"
-                                                                         "ELF and no more"},
-                                           {QStringLiteral("empty.so"), ""},
-                                           // Asked for this one, the loader finds libtones.so.
-                                           {QStringLiteral("tones"), "text"}};
-    for (auto file = files.begin(); file != files.end(); ++file) {
-        QFile out(m_directory->filePath(file.key()));
-        QVERIFY(out.open(QIODevice::WriteOnly));
-        out.write(file.value());
-    }
-    QVERIFY(QDir(m_directory->path()).mkdir(QStringLiteral("folder.so")));
-    makeManager();
-    QCOMPARE(takeDiary(), lines({"tones registers"}));
-
-    const ExtensionManager missing(m_directory->filePath(QStringLiteral("missing")));
-    const ExtensionManager noDirectory(m_directory->filePath(QStringLiteral("libtones.so")));
-    std::unique_ptr<ExtensionManager> unreadable;
-    {
-        const Unprivileged nobody;
-        QFile::setPermissions(m_directory->path(), QFile::Permissions());
-        unreadable = std::make_unique<ExtensionManager>(m_directory->path());
-        QFile::setPermissions(m_directory->path(),
-                              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    }
-    QCOMPARE(takeDiary(), QStringList());
-}
-
-void TestExtension::throwingRegistrationKeepsWhatItAdded()
-{
-    put(THROWING_PLUGIN, QStringLiteral("1.so"));
-    put(TONES_PLUGIN, QStringLiteral("2.so"));
-    makeManager();
-    QCOMPARE(takeDiary(), lines({"throwing registers", "tones registers"}));
-    const QList<Extension *> readers = ExtensionManager::list(Extension::SoundReaders);
-    QCOMPARE(readers.size(), 3);
-    QCOMPARE(readers.first()->format(), "late");
-    QCOMPARE(readers.first()->displayName(), QString());
-}
-
-void TestExtension::triedInOrderOfRegistration()
-{
-    makeManager();
-    ExtensionManager::add(new ScriptedReader("snd", "first", false, 100));
-    ExtensionManager::add(new ScriptedReader("SND", "other format", true));
-    ExtensionManager::add(new ScriptedReader("snd", "second", true));
-    ExtensionManager::add(new ScriptedReader("snd", "third", true));
-    QBuffer buffer;
-    QVERIFY(buffer.open(QIODevice::ReadOnly));
-    SoundSample sample;
-    QVERIFY(loadSound(&buffer, "snd", sample));
-    QCOMPARE(sample.data, QByteArray("second"));
-    QCOMPARE(takeDiary(), lines({"asked first", "asked second"}));
-
-    ExtensionManager::add(new ScriptedWriter("snd", "first wrote ", false));
-    ExtensionManager::add(new ScriptedWriter("snd", "second wrote ", true));
-    ExtensionManager::add(new ScriptedWriter("snd", "third wrote ", true));
-    ExtensionManager::add(new ScriptedWriter("no", "refuser wrote ", false));
-    QBuffer out;
-    QVERIFY(out.open(QIODevice::WriteOnly));
-    QVERIFY(saveSound(&out, "snd", sample));
-    QVERIFY(!saveSound(&out, "no", sample));
-    QCOMPARE(takeDiary(),
-             lines({"first wrote second", "second wrote second", "refuser wrote second"}));
-    QVERIFY(!loadSound(&buffer, "flac", sample)); // what was read before does not count
-    QVERIFY(!loadSound(&buffer, nullptr, sample));
-    QCOMPARE(takeDiary(), QStringList());
-}
-
-void TestExtension::builtInFormatComesFirst()
-{
-    makeManager();
-    ExtensionManager::add(new ScriptedReader("wav", "mine", true));
-    QBuffer buffer;
-    QVERIFY(buffer.open(QIODevice::ReadOnly));
-    SoundSample sample;
-    QVERIFY(!loadSound(&buffer, "wav", sample));
-    QCOMPARE(takeDiary(), QStringList());
-}
-
-void TestExtension::resultOfLoadIsTheData()
-{
-    makeManager();
-    ExtensionManager::add(new ScriptedReader("liar", "", true));
-    ExtensionManager::add(new ScriptedReader("modest", "data", false));
-    QBuffer buffer;
-    QVERIFY(buffer.open(QIODevice::ReadOnly));
-    SoundSample sample;
-    QVERIFY(!loadSound(&buffer, "liar", sample));
-    QVERIFY(loadSound(&buffer, "modest", sample));
-}
-
-void TestExtension::listsAreKeptByType()
-{
-    makeManager();
-    for (const int type : {0, 15, 16, -1, 1000})
-        ExtensionManager::add(new MisplacedExtension(type));
-    ExtensionManager::add(nullptr);
-    QCOMPARE(takeDiary(), lines({"end of 16", "end of -1", "end of 1000"}));
-    QCOMPARE(extensionCount(), 2);
-    QCOMPARE(ExtensionManager::list(static_cast<Extension::Type>(16)).size(), 0);
-    QCOMPARE(ExtensionManager::list(static_cast<Extension::Type>(-1)).size(), 0);
-
-    // It says that it is a reader, and is none.
-    ExtensionManager::add(new MisplacedExtension(Extension::SoundReaders));
-    QBuffer buffer;
-    QVERIFY(buffer.open(QIODevice::ReadOnly));
-    SoundSample sample;
-    QVERIFY(!loadSound(&buffer, "any", sample));
-}
-
-void TestExtension::endsListByListFromTheBack()
-{
-    makeManager();
-    ExtensionManager::add(new MisplacedExtension(9));
-    ExtensionManager::add(new ScriptedReader("snd", "sound 1", true));
-    ExtensionManager::add(new MisplacedExtension(0));
-    ExtensionManager::add(new ScriptedReader("snd", "sound 2", true));
-    m_manager.reset();
-    QCOMPARE(takeDiary(), lines({"end of 0", "end of sound 2", "end of sound 1", "end of 9"}));
-}
 
 QTEST_GUILESS_MAIN(TestExtension)
 

@@ -4,6 +4,7 @@
 #include <kilnx/project/engine.h>
 #include <kilnx/project/projectfile.h>
 #include <kilnx/project/script.h>
+#include <tests/support/rows.h>
 #include <tests/support/testhost.h>
 
 #include <QtTest/QtTest>
@@ -23,7 +24,7 @@ class ScriptedEngine : public Engine
 {
 public:
     ScriptedEngine()
-        : Engine(QStringLiteral("scripted"))
+        : Engine(QString("scripted"))
     {
         ++alive;
     }
@@ -31,11 +32,11 @@ public:
 
     char commentCharacter() const override { return ';'; }
     QString displayName() const override { return utf8Name; }
-    QString executable() const override { return QStringLiteral("game"); }
-    QString fileFilter() const override { return QStringLiteral("Definitions (*.def)"); }
+    QString executable() const override { return QString("game"); }
+    QString fileFilter() const override { return QString("Definitions (*.def)"); }
     QMap<int, QString> singleFileFilters() const override
     {
-        return {{4, QStringLiteral("*.snd")}, {16, utf8Name}};
+        return {{4, QString("*.snd")}, {16, utf8Name}};
     }
     ProjectFile *createFile(Project::FileID::Type type, Project *project) override
     {
@@ -45,10 +46,8 @@ public:
 
     ProjectFile *file = nullptr;
     QList<QPair<unsigned int, Project *>> asked;
-    static int alive;
+    static inline int alive = 0;
 };
-
-int ScriptedEngine::alive = 0;
 
 } // namespace
 
@@ -57,125 +56,119 @@ class TestScript : public QObject
     Q_OBJECT
 
 private slots:
-    void scriptReadsEverything();
-    void publishesInAnyTable();
-    void textsCrossInUtf8_data();
-    void textsCrossInUtf8();
-    void stateAndEngineEndInAnyOrder();
-};
-
-void TestScript::scriptReadsEverything()
-{
-    TestHost host;
-    host.dataDirectory = QStringLiteral("/data");
-    ScriptedEngine engine;
-    const QTemporaryDir directory;
-    EmberParentProject *parent = EmberParentProject::create(
-        directory.path(), FileSystemArchive::instance(), EmberDocument::Character);
-    Project *project = parent->openedProjects().first();
-    auto *sounds = new EmberSounds;
-    engine.file = sounds;
-
-    sol::state lua;
-    lua.open_libraries();
-    registerScriptClasses(lua);
-    lua["engine"] = static_cast<Engine *>(&engine);
-    lua["project"] = project;
-    const sol::protected_function_result run = lua.safe_script_file(
-        KILN_SOURCE_DIR "/tests/extension/engine.lua", sol::script_pass_on_error);
-    if (!run.valid()) {
-        const sol::error error = run;
-        QFAIL(error.what());
-    }
-
-    const sol::table found = lua["found"];
-    QCOMPARE(found.get<QString>("path"), QStringLiteral("/data/engines/scripted"));
-    QCOMPARE(found.get<QString>("commentCharacter"), QStringLiteral(";"));
-    QCOMPARE(found.get<QString>("displayName"), utf8Name);
-    QCOMPARE(found.get<QString>("executable"), QStringLiteral("game"));
-    QCOMPARE(found.get<QString>("fileFilter"), QStringLiteral("Definitions (*.def)"));
-    const sol::table filters = found["filters"];
-    QCOMPARE(filters.get<QString>(4), QStringLiteral("*.snd"));
-    QCOMPARE(filters.get<QString>(16), utf8Name);
-    QCOMPARE(found.get<ProjectFile *>("file"), static_cast<ProjectFile *>(sounds));
-    QVERIFY(!found["noFile"].valid());
-    const QList<QPair<unsigned int, Project *>> asked{{4, project}, {2, nullptr}};
-    QCOMPARE(engine.asked, asked);
-
-    const sol::table errors = found["errors"];
-    QVERIFY(errors.get<QString>(1).endsWith(
-        QLatin1String("sol: cannot modify the elements of an enumeration table")));
-    const QLatin1String readOnly("sol: cannot write to a readonly property");
-    QVERIFY(errors.get<QString>(2).contains(readOnly));
-    QVERIFY(errors.get<QString>(3).contains(readOnly));
-    sounds->release();
-    parent->close();
-}
-
-void TestScript::publishesInAnyTable()
-{
-    sol::state lua;
-    lua.open_libraries(sol::lib::base);
-    sol::table module = lua.create_named_table("kiln");
-    registerScriptClasses(module);
-    QCOMPARE(lua.script("return kiln.ProjectType.Game").get<int>(), 6);
-    QVERIFY(!lua["ProjectType"].valid());
-    QVERIFY(!lua["Engine"].valid());
-    // Once more is harmless.
-    registerScriptClasses(lua);
-    QCOMPARE(lua.script("return ProjectType.Font").get<int>(), 2);
-}
-
-void TestScript::textsCrossInUtf8_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::newRow("empty") << "";
-    QTest::newRow("plain") << "ember";
-    QTest::newRow("two, three and four bytes") << utf8Name;
-    QTest::newRow("with a zero in it") << QString::fromLatin1("a\0b", 3);
-}
-
-void TestScript::textsCrossInUtf8()
-{
-    QFETCH(QString, text);
-    sol::state lua;
-    lua["text"] = text;
-    QCOMPARE(lua.get<QString>("text"), text);
-    QCOMPARE(lua.get<std::string>("text"), text.toStdString());
-    lua.script("size = #text");
-    QCOMPARE(lua.get<int>("size"), text.toUtf8().size());
-    lua["text"] = true;
-    QVERIFY(!lua["text"].is<QString>());
-}
-
-void TestScript::stateAndEngineEndInAnyOrder()
-{
+    void scriptReadsEverything()
     {
-        auto engine = std::make_unique<ScriptedEngine>();
+        TestHost host;
+        host.dataDirectory = QString("/data");
+        ScriptedEngine engine;
+        const QTemporaryDir directory;
+        EmberParentProject *parent = EmberParentProject::create(
+            directory.path(), FileSystemArchive::instance(), EmberDocument::Character);
+        Project *project = parent->openedProjects().first();
+        auto *sounds = new EmberSounds;
+        engine.file = sounds;
+
         sol::state lua;
-        registerScriptClasses(lua);
-        lua["engine"] = static_cast<Engine *>(engine.get());
-        engine.reset(); // before the state
-        QCOMPARE(ScriptedEngine::alive, 0);
-    }
-    ScriptedEngine engine;
-    {
-        sol::state lua;
+        lua.open_libraries();
         registerScriptClasses(lua);
         lua["engine"] = static_cast<Engine *>(&engine);
-        lua.collect_garbage();
+        lua["project"] = project;
+        const sol::protected_function_result run = lua.safe_script_file(
+            KILN_SOURCE_DIR "/tests/extension/engine.lua", sol::script_pass_on_error);
+        if (!run.valid()) {
+            const sol::error error = run;
+            QFAIL(error.what());
+        }
+
+        const sol::table found = lua["found"];
+        QCOMPARE(found.get<QString>("path"), QString("/data/engines/scripted"));
+        QCOMPARE(found.get<QString>("commentCharacter"), QString(";"));
+        QCOMPARE(found.get<QString>("displayName"), utf8Name);
+        QCOMPARE(found.get<QString>("executable"), QString("game"));
+        QCOMPARE(found.get<QString>("fileFilter"), QString("Definitions (*.def)"));
+        const sol::table filters = found["filters"];
+        QCOMPARE(filters.get<QString>(4), QString("*.snd"));
+        QCOMPARE(filters.get<QString>(16), utf8Name);
+        QCOMPARE(found.get<ProjectFile *>("file"), static_cast<ProjectFile *>(sounds));
+        QVERIFY(!found["noFile"].valid());
+        const QList<QPair<unsigned int, Project *>> asked{{4, project}, {2, nullptr}};
+        QCOMPARE(engine.asked, asked);
+
+        const sol::table errors = found["errors"];
+        QVERIFY(errors.get<QString>(1).endsWith(
+            QLatin1String("sol: cannot modify the elements of an enumeration table")));
+        const QLatin1String readOnly("sol: cannot write to a readonly property");
+        QVERIFY(errors.get<QString>(2).contains(readOnly));
+        QVERIFY(errors.get<QString>(3).contains(readOnly));
+        sounds->release();
+        parent->close();
     }
-    QCOMPARE(ScriptedEngine::alive, 1);
+
+    void publishesInAnyTable()
     {
         sol::state lua;
+        lua.open_libraries(sol::lib::base);
+        sol::table module = lua.create_named_table("kiln");
+        registerScriptClasses(module);
+        QCOMPARE(lua.script("return kiln.ProjectType.Game").get<int>(), 6);
+        QVERIFY(!lua["ProjectType"].valid());
+        QVERIFY(!lua["Engine"].valid());
+        // Once more is harmless.
         registerScriptClasses(lua);
-        lua["engine"] = std::unique_ptr<Engine>(new ScriptedEngine); // the state's own
-        QCOMPARE(ScriptedEngine::alive, 2);
-        lua["engine"] = sol::lua_nil;
-        lua.collect_garbage();
-        QCOMPARE(ScriptedEngine::alive, 1);
+        QCOMPARE(lua.script("return ProjectType.Font").get<int>(), 2);
     }
-}
+
+    void textsCrossInUtf8_data()
+    {
+        QTest::addColumn<QString>("text");
+        addRow("empty", "");
+        addRow("plain", "ember");
+        addRow("two, three and four bytes", utf8Name);
+        addRow("with a zero in it", QString::fromLatin1("a\0b", 3));
+    }
+
+    void textsCrossInUtf8()
+    {
+        QFETCH(QString, text);
+        sol::state lua;
+        lua["text"] = text;
+        QCOMPARE(lua.get<QString>("text"), text);
+        QCOMPARE(lua.get<std::string>("text"), text.toStdString());
+        lua.script("size = #text");
+        QCOMPARE(lua.get<int>("size"), text.toUtf8().size());
+        lua["text"] = true;
+        QVERIFY(!lua["text"].is<QString>());
+    }
+
+    void stateAndEngineEndInAnyOrder()
+    {
+        {
+            auto engine = std::make_unique<ScriptedEngine>();
+            sol::state lua;
+            registerScriptClasses(lua);
+            lua["engine"] = static_cast<Engine *>(engine.get());
+            engine.reset(); // before the state
+            QCOMPARE(ScriptedEngine::alive, 0);
+        }
+        ScriptedEngine engine;
+        {
+            sol::state lua;
+            registerScriptClasses(lua);
+            lua["engine"] = static_cast<Engine *>(&engine);
+            lua.collect_garbage();
+        }
+        QCOMPARE(ScriptedEngine::alive, 1);
+        {
+            sol::state lua;
+            registerScriptClasses(lua);
+            lua["engine"] = std::unique_ptr<Engine>(new ScriptedEngine); // the state's own
+            QCOMPARE(ScriptedEngine::alive, 2);
+            lua["engine"] = sol::lua_nil;
+            lua.collect_garbage();
+            QCOMPARE(ScriptedEngine::alive, 1);
+        }
+    }
+};
 
 QTEST_MAIN(TestScript)
 
