@@ -22,4 +22,5 @@ done
 mkdir -m 700 "$work/runtime"
 env -u WAYLAND_DISPLAY DISPLAY=":$(cat "$work/display")" QT_QPA_PLATFORM=xcb \
     FONTCONFIG_FILE="$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/fonts.conf" \
-    XDG_RUNTIME_DIR="$work/runtime" LIBGL_ALWAYS_SOFTWARE=1 "$@"
+    XDG_RUNTIME_DIR="$work/runtime" LIBGL_ALWAYS_SOFTWARE=1 \
+    ${KILNX_PRELOAD:+LD_PRELOAD="$KILNX_PRELOAD"} "$@"

@@ -5,6 +5,7 @@
 #include <kilnx/render/texture.h>
 #include <kilnx/render/texture_p.h>
 
+#include <QtCore/QPointer>
 #include <QtGui/QOpenGLContext>
 #include <QtGui/QPainter>
 
@@ -144,8 +145,9 @@ void GLRenderWidget::resizeGL(int width, int height)
 bool GLRenderWidget::event(QEvent *event)
 {
     const bool enabled = isEnabled();
+    const QPointer<GLRenderWidget> self(this); // a handler may destroy the widget
     const bool used = QOpenGLWidget::event(event);
-    if (enabled)
+    if (self && enabled)
         RenderInput::forward(d->renderer, event);
     return used;
 }

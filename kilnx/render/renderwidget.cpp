@@ -2,6 +2,7 @@
 
 #include <kilnx/render/renderinput_p.h>
 
+#include <QtCore/QPointer>
 #include <QtGui/QPaintEvent>
 #include <QtGui/QPainter>
 
@@ -49,8 +50,9 @@ void RenderWidget::updateArea(const QRect &area)
 bool RenderWidget::event(QEvent *event)
 {
     const bool enabled = isEnabled();
+    const QPointer<RenderWidget> self(this); // a handler may destroy the widget
     const bool used = QWidget::event(event);
-    if (enabled)
+    if (self && enabled)
         RenderInput::forward(m_renderer, event);
     return used;
 }
