@@ -32,7 +32,6 @@
 #include <QMainWindow>
 #include <QMenu>
 #include <QStackedWidget>
-#include <QStandardPaths>
 #include <QVBoxLayout>
 
 namespace HostKit
@@ -45,22 +44,6 @@ const char context[] = "HostKit::HostBase";
 const int encodingField = 2;
 
 } // namespace
-
-Paths Paths::standard()
-{
-    const QString config = QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
-    return {QCoreApplication::applicationDirPath(),
-            QStandardPaths::writableLocation(QStandardPaths::AppDataLocation), config,
-            config + QLatin1Char('/') + QCoreApplication::applicationName() +
-                QLatin1String(".ini")};
-}
-
-Paths Paths::below(const QString &directory)
-{
-    return {QCoreApplication::applicationDirPath(), directory + QLatin1String("/data"),
-            directory + QLatin1String("/config"),
-            directory + QLatin1String("/config/settings.ini")};
-}
 
 // The tabs, the strips of controls and the views of the editors, from top to bottom.
 class Centre : public QWidget

@@ -53,8 +53,8 @@
 #include <kilnx/project/engine.h>
 #include <kilnx/project/engineplugin.h>
 #include <kilnx/project/extension.h>
-#include <kilnx/project/fileeditor.h>
 #include <kilnx/project/filedialogs.h>
+#include <kilnx/project/fileeditor.h>
 #include <kilnx/project/fileid.h>
 #include <kilnx/project/filewatch.h>
 #include <kilnx/project/interface.h>

@@ -17,7 +17,7 @@ class ProjectTreeDock;
 class WelcomePage;
 
 /// The window of Kiln Studio: a host of the kit with docks of its own, and the commands connected
-/// with what does them.
+/// with what does them (mainwindow_commands.cpp; those on projects, mainwindow_project.cpp).
 class MainWindow : public QMainWindow
 {
     Q_OBJECT

@@ -17,7 +17,8 @@ class MainWindow;
 /// Walks through Studio with real key strokes and writes a picture of each step, so that a
 /// machine without a display can show what Studio does, and a test can tell whether it does.
 ///
-/// It works on a copy of the project in a temporary directory, with settings of its own.
+/// Its steps are defined in tour_steps.cpp. It works on a copy of the project in a temporary
+/// directory, with settings of its own.
 class Tour
 {
 public:

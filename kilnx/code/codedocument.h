@@ -50,12 +50,12 @@ public:
     void reset() override;
     /// Writes the text with carriage return and line feed at each line end. False if the file could
     /// not be opened or written. A character that the file's encoding cannot say is never lost: the
-    /// file is then written, and from then on kept, in UTF-8. But for its line ends, what was loaded
-    /// and not edited is written byte for byte as it was, also what is not in the encoding.
+    /// file is then written, and from then on kept, in UTF-8. But for its line ends, what was
+    /// loaded and not edited is written byte for byte as it was, also what is not in the encoding.
     bool toFile(Archive &archive, const QString &name, bool asCopy) override;
     /// Loads a file in the encoding that is detected. False if it could not be opened, and then
-    /// nothing changes. With `asCopy` the document keeps its name and counts as modified. Lines whose
-    /// bytes are not in the encoding get a warning.
+    /// nothing changes. With `asCopy` the document keeps its name and counts as modified. Lines
+    /// whose bytes are not in the encoding get a warning.
     bool fromFile(Archive &archive, const QString &name, bool asCopy) override;
     /// The same in the encoding of `codecId`, detected if that is negative; see TextCodecs.
     bool fromFile(Archive &archive, const QString &name, int codecId, bool asCopy);

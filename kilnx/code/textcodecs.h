@@ -22,8 +22,8 @@ public:
     static QString name(int id);
     /// The encoding to fall back on where none can be detected; 0 at start.
     static void setDefaultCodec(int id);
-    /// The codec that fits `data`: the detected one, or else the default, or else the system's. Most
-    /// of a file has to be UTF-8 for that to be it, not all.
+    /// The codec that fits `data`: the detected one, or else the default, or else the system's.
+    /// Most of a file has to be UTF-8 for that to be it, not all.
     static QTextCodec *get(const QByteArray &data);
     /// Decodes with the codec of `*id` and stores the id of the codec used in `*id`. A negative id
     /// asks for get(); a detected codec that cannot read most of the bytes gives way to ISO-8859-1,

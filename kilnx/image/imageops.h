@@ -28,11 +28,11 @@ enum ImageResizeFilter : int {
 /// alpha is matched as if the palette were opaque, and gets it opaque as its table.
 KILNX_EXPORT void adaptImageToPalette(QImage &image, const RGBA *palette);
 
-/// Scales to `size`, in the format of `image` (imageops_resize.cpp). Indexed pictures take their colours from
-/// `palette`, and the result has no colour table: the caller sets it. NearestNeighbor on RGB32
-/// packs three bytes a pixel at the start of each row, for callers that expect 24-bit rows. A
-/// size without area or above 1,048,576 a side, an unknown filter and a result too large for memory
-/// give a null image.
+/// Scales to `size`, in the format of `image`; defined in imageops_resize.cpp. Indexed pictures
+/// take their colours from `palette`, and the result has no colour table: the caller sets it.
+/// NearestNeighbor on RGB32 packs three bytes a pixel at the start of each row, for callers that
+/// expect 24-bit rows. A size without area or above 1,048,576 a side, an unknown filter and a
+/// result too large for memory give a null image.
 KILNX_EXPORT QImage resizeImage(QImage image,
                                 QSize size,
                                 RGBA (&palette)[256],

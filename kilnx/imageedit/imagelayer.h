@@ -73,7 +73,7 @@ public:
     double opacity = 1.0;
 };
 
-/// A layer of pixels: Indexed8 without a colour table, or ARGB32.
+/// A layer of pixels: Indexed8 without a colour table, or ARGB32. Defined in imagelayer_raster.cpp.
 class KILNX_EXPORT RasterLayer : public ImageLayer
 {
 public:

@@ -142,9 +142,9 @@ public:
     QMenu *menu;
 };
 
-/// A list of the editor in a dock or side panel of the host, a QListView; `slot` takes the QModelIndex that the user
-/// went to, as in "1selectedItem(QModelIndex)". The editor sets the model on the view that
-/// Interface::control() gives.
+/// A list of the editor in a dock or side panel of the host, a QListView; `slot` takes the
+/// QModelIndex that the user went to, as in "1selectedItem(QModelIndex)". The editor sets the model
+/// on the view that Interface::control() gives.
 class KILNX_EXPORT ListViewControl : public WidgetControl
 {
 public:

@@ -10,7 +10,9 @@ QObject *EnginePlugin::prepareView(CodeEditor *)
     return nullptr;
 }
 
-void EnginePlugin::deliverSnippets(const QString &) {}
+void EnginePlugin::deliverSnippets(const QString &)
+{
+}
 
 QString EnginePlugin::sampleExecutable() const
 {

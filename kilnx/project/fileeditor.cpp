@@ -8,8 +8,8 @@
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/project/engine.h>
-#include <kilnx/project/interface.h>
 #include <kilnx/project/filedialogs.h>
+#include <kilnx/project/interface.h>
 #include <kilnx/project/projectfile.h>
 
 namespace Kiln

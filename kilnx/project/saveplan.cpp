@@ -16,27 +16,6 @@ static QString tr(const char *text)
     return QCoreApplication::translate("Kiln::SaveReport", text);
 }
 
-bool SaveReport::isComplete() const
-{
-    return failures.isEmpty() && leftOut.isEmpty() && missing.isEmpty();
-}
-
-QString SaveReport::text() const
-{
-    QStringList lines;
-    const auto tell = [&lines](const QString &fileName, const QString &reason) {
-        lines.append(QDir::toNativeSeparators(fileName) + QStringLiteral(": ") + reason);
-    };
-    for (const Failure &failure : failures)
-        tell(failure.fileName, failure.reason);
-    for (const QString &fileName : leftOut)
-        tell(fileName, tr("It lies outside the project's directory, and its changes are not saved "
-                          "here."));
-    for (const QString &fileName : missing)
-        tell(fileName, tr("It is gone from the disk. Only this program still holds its contents."));
-    return lines.join(QLatin1Char('\n'));
-}
-
 QStringList filesBelow(const Archive &archive, const QString &directory)
 {
     constexpr QDir::Filters filters = QDir::Readable | QDir::Hidden;

@@ -36,6 +36,8 @@ struct TextureDrawing {
     bool mask = true;
 };
 
+/// Defined in glrenderwidget_drawing.cpp.
+///
 /// The state of OpenGL that is kept to save calls is void when the painter had its turn: at each
 /// begin(). The context takes all of it along when it goes.
 class GLRenderWidgetPrivate

@@ -128,6 +128,9 @@ struct GraphicsStyle {
     void updateViews() const;
 };
 
+/// It and the viewport are defined in graphicsrenderer.cpp, graphicsrenderer_boxes.cpp (contact
+/// boxes), graphicsrenderer_input.cpp (mouse and keys) and graphicsrenderer_paint.cpp; what all
+/// viewports share, in graphicsrenderer_style.cpp.
 class GraphicsRendererPrivate
 {
 public:

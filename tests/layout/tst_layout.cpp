@@ -68,7 +68,8 @@ QList<Room> readTable()
 /// empty for what is not ours.
 QString roomOf(const QString &include, const QList<Room> &rooms)
 {
-    const QString path = QFile::exists(root + "engines/" + include) ? "engines/" + include : include;
+    const QString path =
+        QFile::exists(root + "engines/" + include) ? "engines/" + include : include;
     for (const Room &room : rooms) {
         if (path.startsWith(room.name + '/'))
             return room.name;
@@ -122,29 +123,66 @@ private slots:
     {
         QFETCH(int, row);
         const Room &room = m_rooms[row];
-        const bool isLibrary = room.name.startsWith("kilnx/");
         QStringList wrong;
         for (const QString &file : filesOf(room.name, {"*.h", "*.cpp"})) {
-            const QStringList known =
-                file.endsWith(".h") ? room.below : room.below + room.sources;
             const QStringList includes =
                 matches("^\\s*#\\s*include\\s*[<\"]([^>\"]+)[>\"]", read(file));
             for (const QString &include : includes) {
-                const QString from = roomOf(include, m_rooms);
-                // Files that stand beside the rooms: what every room needs, and the sum of them.
-                const bool isCommon = from == "kilnx/export.h" || from == "kilnx/version.h" ||
-                                      (!isLibrary && from == "kilnx/kilnx.h");
-                const bool isPrivate = !isLibrary && from.startsWith("kilnx/") &&
-                                       include.endsWith("_p.h");
-                if (isPrivate || !(from.isEmpty() || from == room.name || isCommon ||
-                                   known.contains(from)))
+                if (!mayInclude(room, file, include))
                     wrong.append(file + " includes " + include);
             }
         }
         QVERIFY2(wrong.isEmpty(), qPrintable(wrong.join('\n')));
+        const QString last = m_rooms.last().name;
+        QVERIFY(room.name == last || !mayInclude(room, "any.h", last + "/mainwindow.h"));
+    }
+
+    /// A class's definitions stand in the files that are named after its header: class.cpp, and
+    /// each class_topic.cpp that the header, or its private one, names.
+    void filesAreNamedAfterTheirClass()
+    {
+        QStringList wrong;
+        for (const Room &room : m_rooms) {
+            QHash<QString, QString> headers;
+            QHash<QString, QString> texts;
+            for (const QString &header : filesOf(room.name, {"*.h"})) {
+                const QString stem = QString(header).remove(QRegularExpression("(_p)?\\.h$"));
+                texts[stem] += read(header);
+                for (const QString &name : matches(classPattern, read(header)))
+                    headers.insert(name, stem);
+            }
+            for (const QString &file : filesOf(room.name, {"*.cpp"})) {
+                const QString stem = file.chopped(4);
+                const QString owner = stem.section('_', 0, 0);
+                if (owner != stem && !texts.value(owner).contains(QFileInfo(file).fileName()))
+                    wrong.append(file + " is named by no header");
+                for (const QString &name : matches(definitionPattern, read(file))) {
+                    if (headers.value(name, owner) != owner)
+                        wrong.append(file + " defines " + name);
+                }
+            }
+        }
+        wrong.removeDuplicates();
+        QVERIFY2(wrong.isEmpty(), qPrintable(wrong.join('\n')));
     }
 
 private:
+    bool mayInclude(const Room &room, const QString &file, const QString &include) const
+    {
+        const QString from = roomOf(include, m_rooms);
+        const bool isLibrary = room.name.startsWith("kilnx/");
+        if (!isLibrary && from.startsWith("kilnx/") && include.endsWith("_p.h"))
+            return false;
+        // Files that stand beside the rooms: what every room needs, and the sum of them.
+        const bool isCommon = from == "kilnx/export.h" || from == "kilnx/version.h" ||
+                              (!isLibrary && from == "kilnx/kilnx.h");
+        return from.isEmpty() || from == room.name || isCommon || room.below.contains(from) ||
+               (file.endsWith(".cpp") && room.sources.contains(from));
+    }
+
+    const QString classPattern = "^(?:class|struct) (?:[A-Z]+_EXPORT )?(\\w+)(?: final)?"
+                                 "(?: : [^;{]+)?\\s*\\{";
+    const QString definitionPattern = "^(?=\\S)(?!//|.*;$).*?\\b(\\w+)::~?\\w+\\(";
     const QList<Room> m_rooms = readTable();
 };
 
