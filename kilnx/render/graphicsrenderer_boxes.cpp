@@ -31,7 +31,8 @@ QRect ContactBox::rect() const
 void ContactBox::setRect(const QRect &rect)
 {
     position = rect.topLeft();
-    size = rect.size();
+    // The text may have any numbers, and then the width is beyond int.
+    size = {double(rect.right()) - rect.left() + 1, double(rect.bottom()) - rect.top() + 1};
 }
 
 // Places on the screen.
