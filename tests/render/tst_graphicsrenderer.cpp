@@ -562,7 +562,7 @@ void TestGraphicsRenderer::survivesCirclesAndExtremes()
         scene.view.setGuideLines({end(), end()});
         scene.view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes, random.bounded(256), 1);
         scene.attack.setRects(
-            {QRect(end(), end(), 10, 10), QRect(QPoint(end(), end()), QPoint(end(), end()))});
+            {QRect(end() / 2, end() / 2, 10, 10), QRect({end(), end()}, QPoint(end(), end()))});
         scene.view.setContactBoxes(ContactBoxCode::Attack, &scene.attack);
         for (int click = 0; click < 4; ++click) {
             const QPoint at(random.bounded(180), random.bounded(140));
