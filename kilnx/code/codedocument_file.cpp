@@ -46,6 +46,55 @@ QString withCaptures(const QString &text, const QStringList &captured)
     }
     return result + text.midRef(copied);
 }
+
+/// Warns of the first lines that something holds for, and at the last of them tells how many more
+/// there are.
+class LineWarnings
+{
+public:
+    LineWarnings(CodeDocumentPrivate *document, const QString &codec)
+        : m_document(document)
+        , m_codec(codec)
+    {
+        m_document->beginUpdate();
+    }
+    ~LineWarnings()
+    {
+        if (m_more > 0)
+            warn(0, m_last.length() - 1,
+                 QCoreApplication::translate("Kiln::CodeDocument",
+                                             "%1 lines below this one have such a warning, too.")
+                     .arg(m_more));
+        m_document->endUpdate();
+    }
+    Q_DISABLE_COPY(LineWarnings)
+
+    /// `what` has the codec as %1. Without columns it is about the whole line.
+    void add(const QTextBlock &line, const char *what, int begin = 0, int end = -1)
+    {
+        constexpr int mostLines = 100;
+        if (m_lines == mostLines) {
+            ++m_more;
+            return;
+        }
+        ++m_lines;
+        m_last = line;
+        warn(begin, end < 0 ? line.length() - 1 : end,
+             QCoreApplication::translate("Kiln::CodeDocument", what).arg(m_codec));
+    }
+
+private:
+    void warn(int begin, int end, const QString &text)
+    {
+        m_document->addMessage(m_last, {CodeBlockData::SyntaxMessage::Warning, begin, end, text});
+    }
+
+    CodeDocumentPrivate *const m_document;
+    const QString m_codec;
+    QTextBlock m_last;
+    int m_lines = 0;
+    int m_more = 0;
+};
 } // namespace
 
 QT_WARNING_PUSH
@@ -262,61 +311,47 @@ void CodeDocument::bindOriginal()
         CodeBlockData::blockData(findBlockByNumber(line), d)->d->originalLine = ++number;
 }
 
-/// Tells of the first lines of a file just loaded that are not in its encoding.
+/// Tells of the lines of a file just loaded that are not in its encoding.
 void CodeDocument::warnOfBytes(const QString &text)
 {
-    constexpr int mostLines = 100;
-    int lines = 0;
-    const auto warn = [this, &lines](const QTextBlock &line, int begin, int end, const char *what) {
-        if (++lines <= mostLines) {
-            const QString text = QCoreApplication::translate("Kiln::CodeDocument", what);
-            d->addMessage(
-                line, {CodeBlockData::SyntaxMessage::Warning, begin, end, text.arg(codecName())});
-        }
-    };
-    d->beginUpdate();
-    for (const int number : d->original.keptLines()) {
-        const QTextBlock line = findBlockByNumber(number);
-        warn(line, 0, line.length() - 1,
-             QT_TRANSLATE_NOOP(
-                 "Kiln::CodeDocument",
-                 "This line is not wholly in the encoding %1. Its bytes are kept until "
-                 "it is edited."));
-    }
-    if (d->original.unreadLine() >= 0) {
-        const QTextBlock line = findBlockByNumber(d->original.unreadLine());
-        warn(
-            line, 0, line.length() - 1,
+    LineWarnings warnings(d, codecName());
+    for (const int number : d->original.keptLines())
+        warnings.add(findBlockByNumber(number),
+                     QT_TRANSLATE_NOOP("Kiln::CodeDocument",
+                                       "This line is not wholly in the encoding %1. Its bytes are "
+                                       "kept until it is edited."));
+    if (d->original.unreadLine() >= 0)
+        warnings.add(
+            findBlockByNumber(d->original.unreadLine()),
             QT_TRANSLATE_NOOP("Kiln::CodeDocument",
-                              "From here on the file is not wholly in the encoding %1. Its bytes "
-                              "are kept until it is edited; what could not be read is lost then."));
-    }
+                              "From here on the file is not wholly in the encoding %1. Its "
+                              "bytes are kept until it is edited or gets another encoding; "
+                              "what could not be read is lost then."));
     const bool hasBytes =
         codecId() == TextCodecs::index("UTF-8") && RawUtf8::indexOfByte(text) >= 0;
-    QTextBlock line = hasBytes ? begin() : QTextBlock();
-    for (; line.isValid() && lines < mostLines; line = line.next()) {
+    for (QTextBlock line = hasBytes ? begin() : QTextBlock(); line.isValid(); line = line.next()) {
         const int column = RawUtf8::indexOfByte(line.text());
         if (column >= 0)
-            warn(line, column, column + 2,
-                 QT_TRANSLATE_NOOP("Kiln::CodeDocument",
-                                   "Bytes of this line are not in the encoding %1. They are shown "
-                                   "as private characters and are saved as they are."));
+            warnings.add(
+                line,
+                QT_TRANSLATE_NOOP("Kiln::CodeDocument",
+                                  "Bytes of this line are not in the encoding %1. They are "
+                                  "shown as private characters and are saved as they are."),
+                column, column + 2);
     }
-    d->endUpdate();
 }
 
+/// Names the lines for which the file was saved in UTF-8. The lines whose bytes are kept have been
+/// told of on loading.
 void CodeDocument::warnOfEncoding()
 {
+    LineWarnings warnings(d, codecName());
     for (QTextBlock block = begin(); block.isValid(); block = block.next()) {
-        const QString line = block.text();
-        if (TextCodecs::canEncode(line, codecId()))
-            continue;
-        const QString text = QCoreApplication::translate(
-            "Kiln::CodeDocument", "The encoding %1 does not have all characters of this line. The "
-                                  "file was saved in UTF-8.");
-        d->addMessage(
-            block, {CodeBlockData::SyntaxMessage::Warning, 0, line.size(), text.arg(codecName())});
-        return;
+        if (!d->original.canEncode(block.text(), codecId()))
+            warnings.add(block,
+                         QT_TRANSLATE_NOOP("Kiln::CodeDocument",
+                                           "The encoding %1 does not have all characters of this "
+                                           "line. The file was saved in UTF-8."));
     }
 }
 

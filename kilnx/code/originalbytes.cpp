@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <kilnx/code/codedocument_p.h>
 #include <kilnx/code/originalbytes_p.h>
+#include <kilnx/code/rawutf8_p.h>
 #include <kilnx/code/textcodecs.h>
 #include <kilnx/code/textcodecs_p.h>
 
@@ -21,6 +22,9 @@ constexpr ushort separators[] = {0x2029, 0xFDD0, 0xFDD1};
 constexpr ushort standInHigh = 0xDBFF;
 constexpr ushort standInLow = 0xDD00;
 constexpr int separatorCount = 3;
+
+/// What some codecs have in place of a byte that they cannot read; others have U+FFFD.
+constexpr ushort substitute = 0x1A;
 
 /// Which of the four stands at `position`, -1 for none.
 int standInAt(const QString &text, int position)
@@ -229,7 +233,7 @@ QByteArray OriginalBytes::write(const QTextDocument &document, int codecId, bool
     *isComplete = true;
     if (codecId == m_codecId && !m_lines.isEmpty())
         return writeLines(document, isComplete);
-    QString text = textOf(document);
+    const QString text = codecId == m_codecId ? textOf(document) : textWithBytes(document);
     if (codecId != m_codecId) {
         *isComplete = TextCodecs::canEncode(text, codecId);
         return TextCodecs::stringToData(text, codecId);
@@ -239,6 +243,13 @@ QByteArray OriginalBytes::write(const QTextDocument &document, int codecId, bool
     if (linesOf(decode(m_whole.mid(m_mark.size()))) == linesOf(text))
         return m_whole;
     return m_mark + encode(withoutReplacements(text), isComplete);
+}
+
+bool OriginalBytes::canEncode(const QString &line, int codecId) const
+{
+    const bool isReplaced = codecId == m_codecId && !(m_lines.isEmpty() && m_whole.isEmpty());
+    const QString text = unshielded(line);
+    return TextCodecs::canEncode(isReplaced ? withoutReplacements(text) : text, codecId);
 }
 
 /// A replacement character in a file that has bytes which could not be read stands for such bytes,
@@ -279,6 +290,59 @@ QVector<const OriginalBytes::Line *> OriginalBytes::assigned(const QTextDocument
             kept[number] = found->takeFirst();
     }
     return kept;
+}
+
+/// The text, with characters of RawUtf8 for the bytes of kept lines that could not be read.
+QString OriginalBytes::textWithBytes(const QTextDocument &document) const
+{
+    if (m_lines.isEmpty())
+        return textOf(document);
+    const QVector<const Line *> kept = assigned(document);
+    QStringList lines;
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        const Line *const line = kept.at(lines.size());
+        lines += line ? withBytes(*line) : unshielded(block.text());
+    }
+    return lines.join(QLatin1String("\r\n"));
+}
+
+/// Where the line cannot be read character by character, none of its bytes beyond ASCII is one.
+QString OriginalBytes::withBytes(const Line &line) const
+{
+    const auto isReplacement = [](QChar character) {
+        return character == QChar::ReplacementCharacter || character.unicode() == substitute;
+    };
+    const auto readable = [&isReplacement](QString text) {
+        text.resize(int(std::remove_if(text.begin(), text.end(), isReplacement) - text.begin()));
+        return text;
+    };
+    QString text;
+    QString read;
+    for (int at = 0; at < line.bytes.size();) {
+        QString character;
+        const int length = characterAt(line.bytes, at, &character);
+        text += length > 0 ? character : RawUtf8::decode(line.bytes.mid(at, 1));
+        read += character;
+        at += qMax(length, 1);
+    }
+    return readable(read) == readable(unshielded(line.text)) ? text : RawUtf8::decode(line.bytes);
+}
+
+/// Reads the shortest run of bytes that is a character; returns its length, 0 if there is none.
+int OriginalBytes::characterAt(const QByteArray &bytes, int position, QString *character) const
+{
+    constexpr int longest = 4;
+    for (int length = 1; length <= qMin(longest, bytes.size() - position); ++length) {
+        const QByteArray run = bytes.mid(position, length);
+        const QString text = decode(run);
+        const bool isOne = text.size() == 1 && text.at(0) != QChar::ReplacementCharacter &&
+                           text.at(0).unicode() != substitute;
+        if (!isOne && encode(text) != run)
+            continue;
+        *character = text;
+        return length;
+    }
+    return 0;
 }
 
 QByteArray OriginalBytes::writeLines(const QTextDocument &document, bool *isComplete) const

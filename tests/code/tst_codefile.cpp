@@ -37,12 +37,18 @@ QString sampleText()
     return text;
 }
 
-/// The lines that the document says are not in its encoding.
-int told(CodeDocument &document)
+/// What all warnings of lines with such bytes say.
+const char *const notEncoded = "in the encoding";
+
+/// The lines of the warnings that say `what`, each once.
+QList<int> toldLines(CodeDocument &document, const char *what)
 {
-    int lines = 0;
-    for (uint i = 0; i < document.messages()->count(Message::Warning); ++i)
-        lines += document.messages()->at(i, Message::Warning).text.contains("in the encoding");
+    QList<int> lines;
+    for (uint i = 0; i < document.messages()->count(Message::Warning); ++i) {
+        const Message message = document.messages()->at(i, Message::Warning);
+        if (message.text.contains(QLatin1String(what)) && !lines.contains(message.line))
+            lines += message.line;
+    }
     return lines;
 }
 
@@ -292,7 +298,7 @@ private slots:
             const bool hasMark = codec->name() == "UTF-8" && data.startsWith("\xEF\xBB\xBF");
             const bool isKept =
                 codec->fromUnicode(codec->toUnicode(data)) == (hasMark ? data.mid(3) : data);
-            const bool isTold = told(*document) > 0;
+            const bool isTold = !toldLines(*document, notEncoded).isEmpty();
             const QByteArray text = QByteArray::number(i) + (isTold ? " is told" : " is not told");
             // A private character that stands for a byte is told too.
             QVERIFY2(isTold == !isKept || data.contains("\xF4\x8F\xBA"), text);
@@ -398,16 +404,16 @@ private slots:
     void lostCharacters()
     {
         // An encoding without the character: the file becomes UTF-8, and a warning tells of it.
-        document->fromString(QString("[a]\nx = \u0436"));
+        document->fromString(QString("[a]\nx = \u0436\n\ny = \u0436"));
         document->setCodec(QString("ISO-8859-1"));
+        const QByteArray saved = "[a]\r\nx = \xD0\xB6\r\n\r\ny = \xD0\xB6";
         QVERIFY(document->toFile(archive, path("copy.plain"), true));
         QCOMPARE(document->codecName(), QString("ISO-8859-1"));
-        QCOMPARE(read(path("copy.plain")), QByteArray("[a]\r\nx = \xD0\xB6"));
+        QCOMPARE(read(path("copy.plain")), saved);
         QVERIFY(document->toFile(archive, path("a.plain"), false));
-        QCOMPARE(read(path("a.plain")), QByteArray("[a]\r\nx = \xD0\xB6"));
+        QCOMPARE(read(path("a.plain")), saved);
         QCOMPARE(document->codecName(), QString("UTF-8"));
-        QVERIFY(document->messages()->count(Message::Warning) > 0);
-        QCOMPARE(document->messages()->at(0, Message::Warning).line, 1);
+        QCOMPARE(toldLines(*document, "does not have all characters"), QList<int>({1, 3}));
         QCOMPARE(Plain::faults(*document), QStringList());
         document->setCodec(QString("ISO-8859-1"));
         document->fromString(QString("x = \u00e4"));
@@ -449,7 +455,7 @@ private slots:
         const auto [codec, data, lines] = row<QByteArray, QByteArray, int>();
         write(path("in.plain"), data);
         QVERIFY(document->fromFile(archive, path("in.plain"), TextCodecs::index(codec), false));
-        QCOMPARE(told(*document), lines);
+        QCOMPARE(toldLines(*document, notEncoded).size(), lines);
         // In front of everything, as the first line is then another block.
         document->insertBefore(nullptr, QString("new"), false);
         QVERIFY(document->toFile(archive, path("out.plain"), true));
@@ -482,6 +488,60 @@ private slots:
         QVERIFY(document->toFile(archive, path("out.plain"), false));
         QCOMPARE(document->codecName().toLatin1(), codec);
         QVERIFY(read(path("out.plain")).endsWith(data.mid(first + 7)));
+    }
+
+    void bytesSurviveUtf8_data()
+    {
+        columns<QByteArray, QByteArray, QByteArray>("codec", "line", "saved");
+        const auto add = [](const char *name, const char *codec, const char *line,
+                            const char *saved) {
+            addRow(name, QByteArray(codec), QByteArray(line), QByteArray(saved));
+        };
+        add("Shift_JIS", "Shift_JIS", "\x82\xb1\xff\x82\xea.\xfe",
+            "\xe3\x81\x93\xff\xe3\x82\x8c.\xfe");
+        add("a lead byte at the end", "Shift_JIS", "\x82\xb1\x82", "\xe3\x81\x93\x82");
+        add("EUC-JP", "EUC-JP", "\xa4\xb3\xff\xa4\xec", "\xe3\x81\x93\xff\xe3\x82\x8c");
+        add("US-ASCII", "US-ASCII", "a\xe4\xe4z", "a\xe4\xe4z");
+        add("windows-1257", "windows-1257", "\xe4\xa1\xe4", "\xc3\xa4\xa1\xc3\xa4");
+        add("escapes", "ISO-2022-JP", "\x1b$B$3\x1b(B\xff", "\x1b$B$3\x1b(B\xff");
+    }
+
+    /// A file that becomes UTF-8, as another line got a character that its encoding lacks or as
+    /// the user chose so, has the bytes that could not be read as they were.
+    void bytesSurviveUtf8()
+    {
+        const auto [codec, line, saved] = row<QByteArray, QByteArray, QByteArray>();
+        const QByteArray face = "\xf0\x9f\x98\x80";
+        for (const bool isChosen : {false, true}) {
+            write(path("in.plain"), "one\r\nx" + line + "\r\nend");
+            QVERIFY(document->fromFile(archive, path("in.plain"), TextCodecs::index(codec), false));
+            if (isChosen)
+                document->setCodec(QString("UTF-8"));
+            else
+                document->insertBefore(nullptr, QString::fromUtf8(face), false);
+            const QByteArray wanted =
+                (isChosen ? "" : face + "\r\n") + "one\r\nx" + saved + "\r\nend";
+            // The second time the encoding is UTF-8, and what was loaded is far.
+            for (int time = 0; time < 2; ++time) {
+                QVERIFY(document->toFile(archive, path("in.plain"), false));
+                QCOMPARE(read(path("in.plain")), wanted);
+                QCOMPARE(document->codecName(), QString("UTF-8"));
+            }
+            QCOMPARE(toldLines(*document, "does not have all"),
+                     isChosen ? QList<int>() : QList<int>({0}));
+            QCOMPARE(toldLines(*document, notEncoded), QList<int>({isChosen ? 1 : 2}));
+            document->reload();
+            QCOMPARE(toldLines(*document, notEncoded), QList<int>({isChosen ? 1 : 2}));
+        }
+    }
+
+    /// All lines are told of, by one warning each or by their number.
+    void manyLinesAreTold()
+    {
+        memory.files["in.plain"] = QByteArray("x = \xFF\r\n").repeated(250);
+        QVERIFY(document->fromFile(memory, "in.plain", TextCodecs::index("Shift_JIS"), false));
+        QCOMPARE(toldLines(*document, "not wholly").size(), 100);
+        QCOMPARE(toldLines(*document, "150 lines below"), QList<int>({99}));
     }
 
     void reloads()
