@@ -89,18 +89,8 @@ QVariant MessageTable::data(const QModelIndex &index, int role) const
 
 QVariant MessageTable::headerData(int section, Qt::Orientation orientation, int role) const
 {
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
-        return {};
-    switch (section) {
-    case 0:
-        return tr("Message");
-    case 1:
-        return tr("File");
-    case 2:
-        return tr("Line");
-    default:
-        return {};
-    }
+    static const Kiln::MessageList titles(nullptr);
+    return titles.headerData(section, orientation, role);
 }
 
 // A list announces all its rows anew at each change; the views only hear of the difference.

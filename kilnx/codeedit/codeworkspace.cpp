@@ -17,6 +17,7 @@
 #include <kilnx/code/codedocument.h>
 #include <kilnx/code/textcodecs.h>
 #include <kilnx/codeedit/codefont_p.h>
+#include <kilnx/codeedit/messagechoice_p.h>
 #include <kilnx/codeedit/snipdlg.h>
 #include <kilnx/codeedit/snippets.h>
 #include <kilnx/forms/messageboxes.h>
@@ -85,6 +86,7 @@ public:
     CodeEditor *editor = nullptr;
     QToolBar *toolBar = nullptr;
     QComboBox *messages = nullptr;
+    std::unique_ptr<MessageChoice> chosenMessage;
     QComboBox *snippets = nullptr;
     QPointer<QAction> viewCodeBar;
     QPointer<QMenu> snippetMenu;
@@ -106,6 +108,7 @@ CodeWorkspace::CodeWorkspace(Interface &host)
     createToolBar();
     d->messages = createList(d->widget.get(), "codeMessages", tr("Messages of the file"));
     d->messages->setPlaceholderText(tr("No messages"));
+    d->chosenMessage = std::make_unique<MessageChoice>(d->messages);
     d->layout = new QVBoxLayout(d->widget.get());
     d->layout->setContentsMargins(0, 0, 0, 0);
     d->layout->setSpacing(0);
@@ -214,6 +217,7 @@ void CodeWorkspace::setDocument(CodeDocument *document)
     QAbstractItemModel *messages =
         document ? const_cast<Messages *>(document->messages()) : nullptr;
     d->messages->setModel(messages ? messages : &noMessages);
+    d->chosenMessage->follow(document ? document->messages() : nullptr);
     if (CodeDocument *old = d->editor->codeDocument())
         rememberPlace(old, d->editor->currentLine());
     d->editor->setDocument(document);

@@ -159,7 +159,9 @@ private slots:
         cursor.movePosition(QTextCursor::NextBlock, QTextCursor::KeepAnchor);
         document->beginChange();
         cursor.removeSelectedText();
+        // Announced at the top of the list, where nothing has to be searched for.
         QCOMPARE(removed.count(), 1);
+        QCOMPARE(removed.at(0).mid(1), QVariantList({0, 0}));
         document->endChange();
         QCOMPARE(messages->count(Message::Warning), 1u);
         QCOMPARE(messages->at(0, Message::Warning).line, 2);

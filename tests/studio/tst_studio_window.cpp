@@ -20,6 +20,7 @@
 #include <kilnx/project/fileeditor.h>
 #include <kilnx/project/parentproject.h>
 #include <tests/support/dialogscript.h>
+#include <tests/support/files.h>
 
 #include <QAbstractItemModelTester>
 #include <QComboBox>
@@ -54,6 +55,7 @@ private slots:
     void typingADefinitionReachesTheProjectTreeAtOnce();
     void messageTableHoldsTheModelRules();
     void messagesLeadToTheirLines();
+    void chosenMessageStays();
     void nodesLeadToTheirLines();
     void organizerFollowsTheFile();
     void organizerHasKeys_data();
@@ -96,8 +98,6 @@ private:
     void open(const QString &name);
     void goTo(const QString &text);
     void type(const QString &text);
-    static QByteArray read(const QString &fileName);
-    static void write(const QString &fileName, const QByteArray &contents);
 
     std::unique_ptr<QTemporaryDir> m_directory;
     std::unique_ptr<DialogScript> m_dialogs;
@@ -159,19 +159,6 @@ void tst_studio_window::type(const QString &text)
         else
             QTest::keyClick(view(), character.toLatin1());
     }
-}
-
-QByteArray tst_studio_window::read(const QString &fileName)
-{
-    QFile file(fileName);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
-}
-
-void tst_studio_window::write(const QString &fileName, const QByteArray &contents)
-{
-    QFile file(fileName);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(contents), qint64(contents.size()));
 }
 
 void tst_studio_window::sampleOpensWithTreeAndMessages()
@@ -272,6 +259,32 @@ void tst_studio_window::messagesLeadToTheirLines()
     QCOMPARE(table->currentIndex().row(), 0);
 }
 
+// The box under the text keeps the message that was chosen while lines are typed in: below it,
+// above it, and its own.
+void tst_studio_window::chosenMessageStays()
+{
+    open("heroes/wren/showcase.glow");
+    auto *box = m_window->findChild<QComboBox *>("codeMessages");
+    QVERIFY(box->count() > 4);
+    const auto lineOf = [this](int row) {
+        return document()->messages()->at(unsigned(row), Kiln::Message::All).line;
+    };
+    box->setCurrentIndex(2);
+    const QString chosen = box->currentText();
+    const int line = lineOf(2);
+    for (const int row : {box->count() - 1, 0, 2}) {
+        view()->setTextCursor(QTextCursor(document()->findBlockByNumber(lineOf(row))));
+        QTest::keyClick(view(), Qt::Key_End);
+        type(" ; five");
+        QCOMPARE(box->currentIndex(), 2);
+        QCOMPARE(box->currentText(), chosen);
+    }
+    view()->setTextCursor(QTextCursor(document()->findBlockByNumber(lineOf(0))));
+    type("\n");
+    QCOMPARE(box->currentText(), chosen);
+    QCOMPARE(lineOf(box->currentIndex()), line + 1);
+}
+
 void tst_studio_window::nodesLeadToTheirLines()
 {
     open("heroes/wren/ground.glow");
@@ -364,7 +377,7 @@ void tst_studio_window::savingWritesTheWholeFile()
     type("\n; the end");
     const QByteArray expected = document()->toString().replace("\n", "\r\n").toUtf8();
     QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier);
-    QCOMPARE(read(path("heroes/wren/air.glow")), expected);
+    QCOMPARE(readFile(path("heroes/wren/air.glow")), expected);
     QVERIFY(!document()->isModified());
     QVERIFY(!m_window->isWindowModified());
 
@@ -375,8 +388,8 @@ void tst_studio_window::savingWritesTheWholeFile()
     QCOMPARE(m_window->host().session().modifiedFiles().size(), 2);
     QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier | Qt::AltModifier);
     QVERIFY(m_window->host().session().modifiedFiles().isEmpty());
-    QVERIFY(read(path("heroes/wren/hurt.glow")).startsWith("; one\r\n"));
-    QVERIFY(read(path("heroes/wren/brain.glow")).startsWith("; two\r\n"));
+    QVERIFY(readFile(path("heroes/wren/hurt.glow")).startsWith("; one\r\n"));
+    QVERIFY(readFile(path("heroes/wren/brain.glow")).startsWith("; two\r\n"));
 }
 
 void tst_studio_window::savesLeaveTheViewAlone()
@@ -421,7 +434,7 @@ void tst_studio_window::failedSavesAreTold()
 
     m_dialogs->expectFiles({path("heroes/wren/higher")});
     m_window->actions()->saveAs->trigger();
-    QVERIFY(read(path("heroes/wren/higher.glow")).startsWith("; not lost"));
+    QVERIFY(readFile(path("heroes/wren/higher.glow")).startsWith("; not lost"));
     m_dialogs->expectFiles({});
     m_window->actions()->saveAs->trigger();
 }
@@ -429,14 +442,14 @@ void tst_studio_window::failedSavesAreTold()
 void tst_studio_window::goneFilesAreNotLostUnasked()
 {
     const QString name = path("heroes/wren/hurt.glow");
-    const QByteArray before = read(name);
+    const QByteArray before = readFile(name);
     open("heroes/wren/hurt.glow");
     QVERIFY(QFile::remove(name));
     m_dialogs->expectBox(QMessageBox::No);
     m_window->actions()->closeFile->trigger();
     QVERIFY(document());
     m_window->actions()->save->trigger();
-    QCOMPARE(read(name), QByteArray(before).replace("\r\n", "\n").replace("\n", "\r\n"));
+    QCOMPARE(readFile(name), QByteArray(before).replace("\r\n", "\n").replace("\n", "\r\n"));
 
     QVERIFY(QFile::remove(name));
     m_dialogs->expectBox(QMessageBox::Yes);
@@ -480,11 +493,11 @@ void tst_studio_window::nothingIsReplacedUnasked()
 {
     const QString other = m_directory->filePath("other");
     QVERIFY(QDir().mkpath(other));
-    write(other + "/tidewater.hearth", "; of somebody else\r\n");
+    writeFile(other + "/tidewater.hearth", "; of somebody else\r\n");
     m_dialogs->expectFiles({other});
     m_dialogs->expectBox(QMessageBox::No);
     m_window->actions()->saveProjectAs->trigger();
-    QCOMPARE(read(other + "/tidewater.hearth"), QByteArray("; of somebody else\r\n"));
+    QCOMPARE(readFile(other + "/tidewater.hearth"), QByteArray("; of somebody else\r\n"));
     QVERIFY(m_dialogs->seen().last().text.contains("tidewater.hearth"));
 
     QVERIFY(m_window->host().saving().backup("first"));
@@ -496,11 +509,11 @@ void tst_studio_window::nothingIsReplacedUnasked()
     m_dialogs->expectFiles({path("backup/" + copies.first())});
     m_dialogs->expectBox(QMessageBox::No);
     m_window->actions()->restore->trigger();
-    QVERIFY(read(path("heroes/wren/air.glow")).startsWith("; newer"));
+    QVERIFY(readFile(path("heroes/wren/air.glow")).startsWith("; newer"));
     m_dialogs->expectFiles({path("backup/" + copies.first())});
     m_dialogs->expectBox(QMessageBox::Yes);
     m_window->actions()->restore->trigger();
-    QVERIFY(!read(path("heroes/wren/air.glow")).startsWith("; newer"));
+    QVERIFY(!readFile(path("heroes/wren/air.glow")).startsWith("; newer"));
 }
 
 // A project of another engine makes that one current, and back.
@@ -542,7 +555,7 @@ void tst_studio_window::outsideChangesAreAskedAbout()
     m_window->host().deck().current()->navigateTo(2, 3);
     if (watched)
         m_dialogs->expectBox(yes ? QMessageBox::Yes : QMessageBox::No);
-    write(path("heroes/wren/air.glow"), "; from outside\r\n; second\r\n; third\r\n");
+    writeFile(path("heroes/wren/air.glow"), "; from outside\r\n; second\r\n; third\r\n");
     if (watched) {
         QTRY_COMPARE(m_dialogs->seen().size(), 1);
         QCOMPARE(m_dialogs->seen().first().title, QStringLiteral("File modified"));
@@ -556,7 +569,7 @@ void tst_studio_window::outsideChangesAreAskedAbout()
     // The watcher of the tree, which works without the option, tells when the time has come.
     QFileSystemWatcher witness({path("heroes/wren/air.glow")});
     QSignalSpy changed(&witness, &QFileSystemWatcher::fileChanged);
-    write(path("heroes/wren/air.glow"), "; again\r\n");
+    writeFile(path("heroes/wren/air.glow"), "; again\r\n");
     QVERIFY(changed.wait());
     QCOMPARE(document()->toString(), before);
 }
@@ -803,7 +816,7 @@ void tst_studio_window::engineRunsOnTheSavedFiles()
     if (m_window->host().engine()->count() > 1)
         m_dialogs->expectDialog([](QDialog *dialog) { dialog->accept(); });
     m_window->actions()->run->trigger();
-    QVERIFY(read(path("heroes/wren/air.glow")).startsWith("; saved before the run\r\n"));
+    QVERIFY(readFile(path("heroes/wren/air.glow")).startsWith("; saved before the run\r\n"));
     const QString output = m_window->findChild<OutputDock *>()->text();
     QVERIFY2(output.contains("Ember game"), qPrintable(output));
     QVERIFY2(output.contains("wren.wisp"), qPrintable(output));
