@@ -8,9 +8,10 @@
 /// "GLEM": first its palettes, then the table of stand-ins, then its pictures.
 ///
 /// The 12 bytes of a picture's record are width, height (16 bits each), format (8 bits, a
-/// QImage::Format), 0 (8), the row of its palette or -1 (32), 0 (16). A palette has 1024 bytes: 256
-/// entries of red, green, blue and alpha. The table of stand-ins is a list of pairs of rows of
-/// palettes (32 bits each).
+/// QImage::Format), the row of its palette or -1 (24: a file has no room for more), x and y of its
+/// origin from its upper left (16 each, signed). A palette has 1024 bytes: 256 entries of red,
+/// green, blue and alpha. The table of stand-ins is a list of pairs of rows of palettes (32 bits
+/// each).
 ///
 /// A picture's coder is 0 for plain pixels, 1 for the library's RLE8 and 2 for its LZ5, which takes
 /// values below 32. Pixels have one byte for an indexed picture and four for true colour, row after
@@ -28,6 +29,8 @@ struct PictureInfo {
     quint16 height = 0;
     quint8 format = QImage::Format_Invalid;
     qint32 palette = -1;
+    qint16 originX = 0;
+    qint16 originY = 0;
 };
 using Entry = EmberPack::Entry<PictureInfo>;
 
@@ -51,13 +54,14 @@ template<>
 struct EmberPack::Fields<EmberGleam::PictureInfo> {
     static void write(QDataStream &stream, const EmberGleam::PictureInfo &info)
     {
-        stream << info.width << info.height << info.format << quint8(0) << info.palette
-               << quint16(0);
+        const quint32 formatAndPalette = quint32(info.palette) << 8 | info.format;
+        stream << info.width << info.height << formatAndPalette << info.originX << info.originY;
     }
     static void read(QDataStream &stream, EmberGleam::PictureInfo &info)
     {
-        quint8 reserved = 0;
-        quint16 rest = 0;
-        stream >> info.width >> info.height >> info.format >> reserved >> info.palette >> rest;
+        quint32 formatAndPalette = 0;
+        stream >> info.width >> info.height >> formatAndPalette >> info.originX >> info.originY;
+        info.format = static_cast<quint8>(formatAndPalette);
+        info.palette = static_cast<qint32>(formatAndPalette) >> 8;
     }
 };

@@ -11,6 +11,7 @@ namespace
 {
 
 const QLatin1String identifierName("Identifier");
+const QLatin1String originName("Origin");
 
 /// The picture in the one of our formats that is nearest.
 QImage inOwnFormat(const QImage &image)
@@ -81,15 +82,24 @@ EmberSprite::~EmberSprite()
     m_list.forgetCopies(this);
 }
 
+QStringList EmberSprite::propertyNames()
+{
+    return Sprite::propertyNames() << originName;
+}
+
 QVariant EmberSprite::property(const QString &name)
 {
-    return name == identifierName ? QVariant(m_identifier) : QVariant();
+    return name == identifierName ? QVariant(m_identifier)
+           : name == originName   ? QVariant(m_origin)
+                                  : QVariant();
 }
 
 void EmberSprite::setProperty(const QString &name, const QVariant &value)
 {
     if (name == identifierName)
         m_list.rename(*this, value.toString());
+    else if (name == originName)
+        m_list.changeOrigin(*this, value.toPoint());
 }
 
 int EmberSprite::index() const

@@ -34,7 +34,12 @@ public:
 
     QString identifier() const { return m_identifier; }
     void exchangeIdentifier(QString &other) { m_identifier.swap(other); }
+    /// The point of the picture that stands where a frame puts the sprite, in pixels from its upper
+    /// left; the property "Origin". It stays when the picture is replaced.
+    QPoint origin() const { return m_origin; }
 
+    /// "Identifier" and "Origin".
+    QStringList propertyNames() override;
     QVariant property(const QString &name) override;
     void setProperty(const QString &name, const QVariant &value) override;
     int index() const override;
@@ -61,6 +66,7 @@ private:
 
     EmberSprites &m_list;
     QString m_identifier;
+    QPoint m_origin;
     EmberPalette *m_palette = nullptr;
     mutable Kiln::Texture m_texture;
     mutable bool m_isRefused = false; // the card does not take the picture

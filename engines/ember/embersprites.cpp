@@ -5,6 +5,7 @@
 #include <QtEndian>
 
 #include <cstring>
+#include <limits>
 
 namespace
 {
@@ -114,6 +115,28 @@ private:
     EmberPalette *m_palette;
 };
 
+class EmberSprites::OriginCommand : public QUndoCommand
+{
+public:
+    OriginCommand(EmberSprites &list, EmberSprite &sprite, QPoint origin)
+        : m_list(list)
+        , m_sprite(sprite)
+        , m_origin(origin)
+    {
+    }
+    void redo() override
+    {
+        std::swap(m_sprite.m_origin, m_origin);
+        m_list.pictureChanged(m_sprite);
+    }
+    void undo() override { redo(); }
+
+private:
+    EmberSprites &m_list;
+    EmberSprite &m_sprite;
+    QPoint m_origin;
+};
+
 EmberSprites::EmberSprites(Kiln::StreamCache::Type store, quint32 limit)
     : EmberList(m_history, Kiln::StreamCache::instance(store))
     , m_palettes(std::make_unique<EmberPalettes>(*this, m_history))
@@ -191,6 +214,7 @@ EmberSprite *EmberSprites::duplicate(unsigned int index)
     auto *data = static_cast<EmberPictureData *>(sprite->pictureData()->copyTo(cache()));
     auto *copy = new EmberSprite(*this, sprite->identifier(), data);
     copy->m_palette = sprite->m_palette;
+    copy->m_origin = sprite->m_origin;
     insertItem(index + 1, copy);
     return copy;
 }
@@ -229,6 +253,17 @@ void EmberSprites::changePalette(EmberSprite &sprite, EmberPalette *palette)
     if (sprite.m_palette == palette || sprite.pictureData()->info.format != QImage::Format_Indexed8)
         return;
     m_history.add(new PictureCommand(*this, sprite, nullptr, palette));
+}
+
+void EmberSprites::changeOrigin(EmberSprite &sprite, QPoint origin)
+{
+    const auto kept = [](int value) {
+        return qBound(int(std::numeric_limits<qint16>::min()), value,
+                      int(std::numeric_limits<qint16>::max()));
+    };
+    const QPoint wanted(kept(origin.x()), kept(origin.y()));
+    if (wanted != sprite.m_origin)
+        m_history.add(new OriginCommand(*this, sprite, wanted));
 }
 
 unsigned int EmberSprites::useCount(const Kiln::Palette *palette) const
@@ -373,6 +408,7 @@ EmberSprite *EmberSprites::readSprite(const EmberGleam::Entry &entry,
     auto *sprite = new EmberSprite(*this, entry.name, data);
     contents.sprites.append(sprite);
     data->info = entry.info;
+    sprite->m_origin = QPoint(entry.info.originX, entry.info.originY);
     data->adopt(bytes, entry.coder, entry.crc);
     if (entry.info.format == QImage::Format_Indexed8) {
         sprite->m_palette = contents.palette(entry.info.palette);
@@ -426,6 +462,8 @@ bool EmberSprites::toFile(Kiln::Archive &archive, const QString &name, bool asCo
     for (const EmberSprite *sprite : items()) {
         entry.info = sprite->pictureData()->info;
         entry.info.palette = rows.value(sprite->m_palette, -1);
+        entry.info.originX = static_cast<qint16>(sprite->m_origin.x());
+        entry.info.originY = static_cast<qint16>(sprite->m_origin.y());
         entry.name = sprite->identifier();
         writer.add(entry, sprite->pictureData());
     }

@@ -46,6 +46,8 @@ public:
     /// colours, for which the file gets a palette unless it has an equal one.
     void changePicture(EmberSprite &sprite, const QImage &image, EmberPalette *palette);
     void changePalette(EmberSprite &sprite, EmberPalette *palette);
+    /// Coordinates are cut to the 16 bits of the file.
+    void changeOrigin(EmberSprite &sprite, QPoint origin);
     unsigned int useCount(const Kiln::Palette *palette) const;
     QSet<const Kiln::Palette *> usedPalettes() const;
     /// The picture with its colours.
@@ -72,6 +74,7 @@ protected:
     const char *fileExtension() const override;
 
 private:
+    class OriginCommand;
     class PictureCommand;
     struct Contents;
     struct Copies;

@@ -30,18 +30,19 @@ QString digest(const void *bytes, qint64 size)
 }
 
 // All that can be seen of a sprite, and of a palette.
-QString describe(const QString &name, const QImage &image, int palette)
+QString describe(const QString &name, const QImage &image, int palette, QPoint origin)
 {
     const QByteArray pixels = EmberGleam::pixelsOf(image);
     const Colors table = image.colorTable();
-    return QStringLiteral("%1 %2x%3 %4 in %5: %6 %7")
+    return QStringLiteral("%1 %2x%3 %4 in %5 from %8 %9: %6 %7")
         .arg(name)
         .arg(image.width())
         .arg(image.height())
         .arg(image.format())
         .arg(palette)
-        .arg(digest(pixels.constData(), pixels.size()),
-             digest(table.constData(), table.size() * 4));
+        .arg(digest(pixels.constData(), pixels.size()), digest(table.constData(), table.size() * 4))
+        .arg(origin.x())
+        .arg(origin.y());
 }
 
 QString describe(const QString &name, const Colors &colors)
@@ -55,7 +56,8 @@ QStringList described(const EmberSprites &sprites)
     for (unsigned int row = 0; row < sprites.itemCount(); ++row) {
         const EmberSprite *sprite = sprites.at(row);
         const Palette *palette = sprite->palette();
-        list << describe(sprite->identifier(), sprite->image(), palette ? palette->index() : -1);
+        list << describe(sprite->identifier(), sprite->image(), palette ? palette->index() : -1,
+                         sprite->origin());
     }
     const EmberPalettes &palettes = *sprites.palettes();
     for (unsigned int row = 0; row < palettes.count(); ++row)
@@ -83,6 +85,7 @@ struct Plain {
         QString name;
         QImage image;
         int palette = -1; // an id
+        QPoint origin;
     };
 
     QList<Picture> pictures;
@@ -139,7 +142,7 @@ struct Plain {
             const int row = rowOf(picture.palette);
             QImage image = picture.image;
             image.setColorTable(row < 0 ? Colors() : palettes[row].table);
-            list << describe(picture.name, image, row);
+            list << describe(picture.name, image, row, picture.origin);
         }
         for (const Colored &palette : palettes)
             list << describe(palette.name, palette.table);
@@ -232,7 +235,7 @@ void Changer::changeSprites(int kind, int row)
         row = below(int(count) + 1);
         const QImage picture = kind == 0 ? QImage() : image();
         m_sprites.insert(unsigned(row), name, picture);
-        plain.pictures.insert(row, {name, QImage(), -1});
+        plain.pictures.insert(row, {name, QImage(), -1, {}});
         if (!picture.isNull())
             plain.set(plain.pictures[row], picture, Sprite::ImagePalette, -1);
         return;
@@ -256,15 +259,20 @@ void Changer::changeSprites(int kind, int row)
         const int to = below(int(count));
         m_sprites.move(unsigned(row), unsigned(to));
         plain.pictures.move(row, to);
-    } else if (kind == 8) {
+    } else if (kind == 8 && below(2)) {
         sprite->setProperty(QStringLiteral("Identifier"), name);
         picture.name = name;
+    } else if (kind == 8) {
+        // Beyond 16 bits they are cut.
+        const QPoint origin(below(80000) - 40000, below(100) - 50);
+        sprite->setProperty(QStringLiteral("Origin"), origin);
+        picture.origin = {qBound(-32768, origin.x(), 32767), origin.y()};
     } else if (kind == 9 && below(2)) {
         // Two equal ones could change places without a trace.
         m_sprites.beginChange();
         m_sprites.rename(*m_sprites.duplicate(unsigned(row)), name);
         m_sprites.endChange();
-        plain.pictures.insert(row + 1, {name, picture.image, picture.palette});
+        plain.pictures.insert(row + 1, {name, picture.image, picture.palette, picture.origin});
     } else if (kind == 9) {
         m_sprites.autoOrganize();
         sortByName(plain.pictures);
@@ -412,6 +420,8 @@ private slots:
     void texturesOnTheCard();
     void cutOffAndDamaged();
     void contentsThatDoNotFit();
+    void sampleArt_data();
+    void sampleArt();
     void aligned_data();
     void aligned();
     void contract();
@@ -736,10 +746,10 @@ void TestEmberSprites::contentsThatDoNotFit()
     huge.offset = 16;
     huge.size = 2;
     huge.coder = EmberGleam::Runs;
-    huge.info = {0xFFFF, 0xFFFF, QImage::Format_ARGB32, -1};
+    huge.info = {0xFFFF, 0xFFFF, QImage::Format_ARGB32, -1, 0, 0};
     EmberGleam::Entry lonely = huge;
     lonely.offset = 18;
-    lonely.info = {4, 1, QImage::Format_Indexed8, 77};
+    lonely.info = {4, 1, QImage::Format_Indexed8, 77, 0, 0};
     EmberGleam::Entry outside = lonely;
     outside.offset = 0xFFFFFF00;
     EmberGleam::Entry strange = lonely;
@@ -760,6 +770,59 @@ void TestEmberSprites::contentsThatDoNotFit()
     QCOMPARE(sprites->messages()->count(Message::Error), 4u);
     // What cannot be decoded is not lost on saving.
     QCOMPARE(sprites->at(0)->data()->toData(true), QByteArray("ab"));
+}
+
+void TestEmberSprites::sampleArt_data()
+{
+    const auto add = columns<QString, int, int>("name", "palettes", "variants");
+    add("Wren", QStringLiteral("heroes/wren/wren.gleam"), 3, 2);
+    add("Moss", QStringLiteral("heroes/moss/moss.gleam"), 3, 2);
+    add("a stage", QStringLiteral("stages/harbour/harbour.gleam"), 5, 0);
+    add("another stage", QStringLiteral("stages/rooftops/rooftops.gleam"), 4, 0);
+    add("effects", QStringLiteral("shared/effects.gleam"), 1, 0);
+}
+
+// The committed files are those that the program draws: trimmed, in few colours.
+void TestEmberSprites::sampleArt()
+{
+    auto [name, paletteCount, variants] = row<QString, int, int>();
+    const QString program = QStringLiteral(KILN_BINARY_DIR "/bin/kiln-art");
+    if (!QFileInfo(program).isExecutable())
+        QSKIP("built without the program that draws");
+    static const QTemporaryDir drawn; // once for all rows
+    if (!QFileInfo::exists(drawn.filePath(name)))
+        QCOMPARE(QProcess::execute(program, {"--pack", drawn.path()}), 0);
+    const QString committed = QStringLiteral(KILN_SOURCE_DIR "/examples/hero/") + name;
+    QVERIFY(!readFile(committed).isEmpty());
+    QVERIFY2(readFile(committed) == readFile(drawn.filePath(name)),
+             "run kiln-art --pack examples/hero");
+
+    const SpritesPointer sprites(new EmberSprites);
+    QVERIFY(sprites->fromFile(FileSystemArchive::instance(), committed, false));
+    QCOMPARE(sprites->messages()->count(Message::Error), 0u);
+    QCOMPARE(int(sprites->palettes()->count()), paletteCount);
+    for (unsigned int i = 0; i < sprites->palettes()->count(); ++i) {
+        const Colors table = sprites->palettes()->at(i)->colorTable();
+        QCOMPARE(table.first(), 0u);
+        QCOMPARE(std::count(table.cbegin() + 32, table.cend(), 0u), 224);
+        // The variants have the same colours in use as the first, and not the same ones.
+        const Colors first = sprites->palettes()->at(0)->colorTable();
+        for (int entry = 1; variants > 0 && entry < 32; ++entry)
+            QCOMPARE(qAlpha(table[entry]), qAlpha(first[entry]));
+        QVERIFY(i == 0 || table != first);
+    }
+    for (unsigned int i = 0; i < sprites->itemCount(); ++i) {
+        const QImage image = sprites->at(i)->image();
+        const auto isClear = [&image](int x, int y, int width, int height) {
+            const QByteArray edge = EmberGleam::pixelsOf(image.copy(x, y, width, height));
+            return edge.count('\0') == edge.size();
+        };
+        const int right = image.width() - 1;
+        const int bottom = image.height() - 1;
+        QVERIFY2(!isClear(0, 0, right + 1, 1) && !isClear(0, bottom, right + 1, 1) &&
+                     !isClear(0, 0, 1, bottom + 1) && !isClear(right, 0, 1, bottom + 1),
+                 qPrintable(sprites->at(i)->identifier()));
+    }
 }
 
 void TestEmberSprites::aligned_data()
@@ -823,7 +886,7 @@ void TestEmberSprites::contract()
         assigned.letGo();
     }
     QCOMPARE(data->refCount(), 1);
-    QCOMPARE(sprite->propertyNames(), QStringList{"Identifier"});
+    QCOMPARE(sprite->propertyNames(), QStringList({"Identifier", "Origin"}));
     QCOMPARE(sprites->palettes()->at(0)->propertyNames(), QStringList{"Identifier"});
     QCOMPARE(sprites->itemAt(0), sprite);
     QCOMPARE(sprites->model(), sprites.get());
