@@ -1,16 +1,14 @@
 #include "figure.h"
+#include "packing.h"
 #include "scenery.h"
 
-#include <QtCore/QDir>
+#include <QtCore/QCoreApplication>
 #include <QtCore/QTextStream>
 
 #include <cstdio>
 
 namespace
 {
-
-const QSize frameSize(180, 150);
-const QPointF frameOrigin(84, 130); ///< where the ground below the hip is
 
 bool save(const QDir &directory, const QString &name, const QImage &image)
 {
@@ -43,14 +41,21 @@ bool saveScenery(const QDir &directory, const QVector<Scenery> &pictures)
 } // namespace
 
 /// Writes every frame of both figures, a sample of each in other clothes, the furniture of both
-/// stages and the effects as PNG files, a folder each, below the directory that is named.
+/// stages and the effects as PNG files, a folder each, below the directory that is named; with
+/// "--pack", the sprite files of the sample project that the directory holds.
 int main(int argc, char **argv)
 {
-    if (argc != 2) {
-        std::fputs("kiln-art DIRECTORY: draws the pictures of the sample project\n", stderr);
+    const QCoreApplication application(argc, argv);
+    QStringList arguments = QCoreApplication::arguments().mid(1);
+    const bool packs = arguments.removeAll(QStringLiteral("--pack")) > 0;
+    if (arguments.size() != 1) {
+        std::fputs("kiln-art [--pack] DIRECTORY: draws the pictures of the sample project\n",
+                   stderr);
         return 2;
     }
-    const QDir target(QString::fromLocal8Bit(argv[1]));
+    const QDir target(arguments.first());
+    if (packs)
+        return packProject(target) ? 0 : 1;
     const bool isSaved = saveFigure(target.filePath("wren"), Figure::Wren) &
                          saveFigure(target.filePath("moss"), Figure::Moss) &
                          saveScenery(target.filePath("harbour"), harbour()) &

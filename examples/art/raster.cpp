@@ -1,5 +1,7 @@
 #include "raster.h"
 
+#include <QtCore/QVarLengthArray>
+
 #include <cmath>
 
 namespace
@@ -118,6 +120,16 @@ void Canvas::polygon(const QVector<QPointF> &corners,
     add(shape);
 }
 
+void Canvas::add(const Shape &shape)
+{
+    const double reach =
+        shape.kind == Shape::Capsule ? qMax(shape.firstRadius, shape.lastRadius) : 0.0;
+    const double rest = reach + 0.01; // for what rounding adds
+    m_shapes.append(shape);
+    m_bounds.append(
+        QPolygonF(shape.points).boundingRect().normalized().adjusted(-rest, -rest, rest, rest));
+}
+
 void Canvas::dot(QPointF at, int material, int tone)
 {
     m_dots.append({at, material, tone});
@@ -131,6 +143,14 @@ void Canvas::setLamp(QPointF at, double reach)
 
 Canvas::Pixel Canvas::pixelAt(int x, int y) const
 {
+    const QRectF area(QPointF(x, y) - m_origin, QSizeF(1, 1));
+    QVarLengthArray<int, 64> near; // the shapes that can cover the pixel
+    for (int i = 0; i < m_shapes.size(); ++i) {
+        if (m_bounds[i].intersects(area))
+            near.append(i);
+    }
+    if (near.isEmpty())
+        return Pixel();
     QVector<int> counts(m_shapes.size(), 0);
     QVector<double> lights(m_shapes.size(), 0.0);
     QVector<double> lamps(m_shapes.size(), 0.0);
@@ -140,11 +160,12 @@ Canvas::Pixel Canvas::pixelAt(int x, int y) const
             QPointF(x + (i % samples + 0.5) / samples, y + (i / samples + 0.5) / samples) -
             m_origin;
         Normal normal;
-        int top = m_shapes.size() - 1;
-        while (top >= 0 && !hits(m_shapes[top], p, normal))
-            --top;
-        if (top < 0)
+        int rank = near.size() - 1;
+        while (rank >= 0 && !hits(m_shapes[near[rank]], p, normal))
+            --rank;
+        if (rank < 0)
             continue;
+        const int top = near[rank];
         ++covered;
         ++counts[top];
         lights[top] += lightOn(normal);

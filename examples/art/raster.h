@@ -46,7 +46,7 @@ public:
                  int group,
                  int tone = 0,
                  double bulge = 4);
-    void add(const Shape &shape) { m_shapes.append(shape); }
+    void add(const Shape &shape);
     /// One pixel of a tone of a material, set after all shapes.
     void dot(QPointF at, int material, int tone);
     /// A lamp: surfaces that face it from within `reach` pixels are one tone lighter.
@@ -74,6 +74,7 @@ private:
     QPointF m_origin;
     QVector<Ramp> m_ramps;
     QVector<Shape> m_shapes;
+    QVector<QRectF> m_bounds; // of the shapes
     QVector<Dot> m_dots;
     QPointF m_lamp;
     double m_reach = 0;

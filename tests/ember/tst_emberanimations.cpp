@@ -5,6 +5,7 @@
 
 #include <enginetest/freshdocument.h>
 #include <kilnx/code/messages.h>
+#include <kilnx/image/sprite.h>
 #include <kilnx/project/archive.h>
 #include <tests/support/testhost.h>
 
@@ -509,12 +510,19 @@ void EmberAnimationsTest::hero()
     QVERIFY(list->count() >= 12);
     QCOMPARE(messages(file), QStringList());
     QSet<QString> names;
+    QSet<QString> sprites;
     for (AnimationCode *animation : list->animations()) {
         QVERIFY2(animation->frameCount() > 0, qPrintable(animation->name()));
         QVERIFY2(!names.contains(animation->name()), qPrintable(animation->name()));
         names.insert(animation->name());
+        for (const FrameCode *frame : animation->frames())
+            sprites.insert(frame->identifier());
     }
     QVERIFY(names.contains(QStringLiteral("flinch")));
+    const auto *pictures = dynamic_cast<Sprites *>(list->project()->file(Project::FileID::Sprites));
+    QVERIFY(pictures);
+    for (const QString &sprite : qAsConst(sprites))
+        QVERIFY2(pictures->indexOf(0, sprite) >= 0, qPrintable(sprite));
     AnimationCode *jab = list->at(unsigned(list->find(0, QStringLiteral("jab"))));
     QCOMPARE(jab->frameAt(1)->attackBoxes()->count(), 1u);
     QVERIFY(list->project()->fileID(file).has(Project::FileID::Animations));

@@ -149,9 +149,9 @@ void TestEmberProject::opensTheSample()
                          .arg(project->displayName())
                          .arg(project->files().size()));
     names.sort();
-    QCOMPARE(names, (QStringList{QStringLiteral("0 Moss 6"), QStringLiteral("0 Wren 10"),
-                                 QStringLiteral("1 Above the tide 2"),
-                                 QStringLiteral("1 The quay 2"), QStringLiteral("6 Tidewater 3")}));
+    QCOMPARE(names, (QStringList{QStringLiteral("0 Moss 7"), QStringLiteral("0 Wren 11"),
+                                 QStringLiteral("1 Above the tide 3"),
+                                 QStringLiteral("1 The quay 3"), QStringLiteral("6 Tidewater 4")}));
     QVERIFY(!projectNamed(m_parent, QStringLiteral("Wren"))->isModified());
 
     const QStringList messages = allMessages(m_parent);
@@ -177,7 +177,8 @@ void TestEmberProject::showsFilesAndDirectories()
                        "tidewater.hearth gallery.glow rules.glow weather.glow wren.wisp wren.beck "
                        "wren.flick "
                        "ground.glow air.glow strikes.glow hurt.glow brain.glow showcase.glow "
-                       "moss.wisp moss.beck wren.peal moss.peal ground.glow strikes.glow "
+                       "moss.wisp moss.beck wren.peal moss.peal wren.gleam moss.gleam "
+                       "harbour.gleam rooftops.gleam effects.gleam ground.glow strikes.glow "
                        "brain.glow harbour.glade "
                        "tide.glow rooftops.glade rain.glow")
             .split(QLatin1Char(' '));
@@ -240,7 +241,7 @@ void TestEmberProject::opensFilesOnDemand()
     Kiln::ProjectFile *gallery = m_parent->openFile(base + QStringLiteral("shared/gallery.glow"));
     QVERIFY(gallery);
     QCOMPARE(gallery->project()->displayName(), QStringLiteral("Tidewater"));
-    QCOMPARE(gallery->project()->files().size(), 4);
+    QCOMPARE(gallery->project()->files().size(), 5);
     QVERIFY(gallery->option(QStringLiteral("parseCode")).toBool());
     QCOMPARE(gallery, m_parent->openFile(base + QStringLiteral("shared/gallery.glow")));
 
@@ -518,7 +519,7 @@ void TestEmberProject::closesEverything()
         for (Kiln::ProjectFile *file : project->files())
             objects.append(dynamic_cast<QObject *>(file->model()));
     }
-    QCOMPARE(objects.size(), 5 + 23);
+    QCOMPARE(objects.size(), 5 + 28);
     QVERIFY(!objects.contains(nullptr));
 
     const QList<Kiln::Project *> projects = m_parent->openedProjects();

@@ -14,6 +14,7 @@
     states: strikes.glow
     brain: brain.glow
     sounds: moss.peal
+    sprites: moss.gleam
 
 @body
     life: 140

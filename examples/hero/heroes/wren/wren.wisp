@@ -17,6 +17,7 @@
     states: hurt.glow
     brain: brain.glow
     sounds: wren.peal
+    sprites: wren.gleam
     states: showcase.glow      ; one of each thing that Ember warns of
 
 @body
