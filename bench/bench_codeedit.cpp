@@ -186,6 +186,22 @@ void keystrokeInTheMiddle(benchmark::State &state)
     keystroke(state, true);
 }
 
+void returnInAWindow(benchmark::State &state)
+{
+    const int lines = int(state.range(0));
+    compare(
+        state, codeOf(state), TurnsOfKeys,
+        [=](CodeBenchView &view) {
+            view.standInAWindow();
+            view.goTo(lines / 2 + 3);
+            return true;
+        },
+        [](CodeBenchView &view) {
+            QTest::keyClick(view.input(), Qt::Key_Return);
+            return true;
+        });
+}
+
 void pageDown(benchmark::State &state)
 {
     compare(state, codeOf(state), TurnsOfKeys, nothing,
@@ -306,6 +322,12 @@ void keystrokeInALongLine(benchmark::State &state)
 BENCHMARK(loadAndPaint) CODE_SIZES;
 BENCHMARK(keystrokeAtStart) CODE_SIZES;
 BENCHMARK(keystrokeInTheMiddle) CODE_SIZES;
+BENCHMARK(returnInAWindow)
+    ->Arg(1000)
+    ->Arg(66500)
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(pageDown) CODE_SIZES;
 BENCHMARK(foldAll) CODE_SIZES;
 BENCHMARK(unfoldAll) CODE_SIZES;

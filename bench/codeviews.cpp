@@ -1,6 +1,7 @@
 #include "codeviews.h"
 
 #include <ember/emberdocument.h>
+#include <ember/emberwords.h>
 #include <kilnx/codeedit/codeeditor.h>
 #include <kilnx/codeedit/codefileeditor.h>
 #include <kilnx/codeedit/codeworkspace.h>
@@ -21,12 +22,12 @@
 namespace
 {
 
-/// A file editor, for its search.
+/// A file editor, for its search and its node tree.
 class Searcher : public Kiln::CodeFileEditor
 {
 public:
     explicit Searcher(Kiln::CodeWorkspace *workspace)
-        : CodeFileEditor(workspace, nullptr)
+        : CodeFileEditor(workspace, "code_tree")
     {
     }
     QAction *action() const override { return nullptr; }
@@ -75,6 +76,16 @@ public:
     bool find(const QString &text) override
     {
         return m_searcher.Kiln::CodeFileEditor::find(m_document, text, 0);
+    }
+
+    /// The words to offer, and the node tree, which is always at the cursor's row.
+    void standInAWindow() override
+    {
+        if (m_searcher.isActive())
+            return;
+        new EmberWords(editor());
+        m_host.options[QStringLiteral("auto_expand_tree")] = true;
+        m_searcher.activate();
     }
 
 private:

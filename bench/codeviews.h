@@ -25,6 +25,8 @@ public:
     /// fold.
     virtual int lastLineOnScreen() { return -1; }
     virtual bool find(const QString &text) = 0;
+    /// From now on all that stands around a view in a window follows its text.
+    virtual void standInAWindow() {}
 };
 
 enum CodeViewKind { KilnView, BareView, ScintillaView, KateView };

@@ -41,6 +41,8 @@ EmberWords::EmberWords(Kiln::CodeEditor *view)
     view->setWordList(QStringLiteral("first:"), m_states);
     addEnumerations();
     connect(view, &Kiln::CodeEditor::currentLineChanged, this, &EmberWords::collect);
+    connect(view, &Kiln::CodeEditor::cursorPositionChanged, this,
+            &EmberWords::collectNamesIfAsked);
 }
 
 EmberWords::~EmberWords() = default;
@@ -91,8 +93,24 @@ void EmberWords::collect(int line)
             names << QLatin1String(entry->name) + QLatin1Char(':');
     }
     m_entries->setStringList(sorted(names));
-    if (m_model == document->model() && m_revision == document->revision())
+    m_areNamesDue = m_model != document->model() || m_revision != document->revision();
+    collectNamesIfAsked();
+}
+
+/// Once a line: as it is typed in, the document changes with each key.
+void EmberWords::collectNamesIfAsked()
+{
+    Kiln::CodeDocument *document = m_view->codeDocument();
+    if (!m_areNamesDue || !document)
         return;
+    const QString line = m_view->textCursor().block().text();
+    const QStringRef key = line.leftRef(line.indexOf(QLatin1Char(':'))).trimmed();
+    const auto isKey = [&key](const char *name) {
+        return key.compare(QLatin1String(name), Qt::CaseInsensitive) == 0;
+    };
+    if (!isKey("cel") && !isKey("then") && !isKey("first"))
+        return;
+    m_areNamesDue = false;
     m_model = document->model();
     m_revision = document->revision();
     collectNames(document);

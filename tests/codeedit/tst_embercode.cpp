@@ -106,6 +106,7 @@ void TestEmberCode::wordsAreOffered_data()
         "posture: ", QStringList{"airborne", "crouching", "lying", "standing"});
     add("states of the file", 5, "then: ", QStringList{"rest", "walk"});
     add("pictures of the file", 1, "cel: ", QStringList{"wren_a"});
+    add("what was typed in other lines", 1, "cel: new_b\n cel: ", QStringList{"new_b", "wren_a"});
     add("entries of the section", 5, " ",
         QStringList{"after:", "chance:", "say:", "set:", "then:", "when:"});
     add("outer sections", 5, "@s",
@@ -126,7 +127,12 @@ void TestEmberCode::wordsAreOffered()
     QVERIFY(showActive(view));
     view.setFocus();
     view.setCurrentLine(line, CodeEditor::NoPlacement);
-    QTest::keyClicks(&view, typed);
+    for (const QChar key : typed) {
+        if (key == '\n')
+            QTest::keyClick(&view, Qt::Key_Return);
+        else
+            QTest::keyClick(&view, key.toLatin1());
+    }
     const QAbstractItemView *popup = view.findChild<QCompleter *>()->popup();
     QCOMPARE(popup->isVisible(), !words.isEmpty());
     QStringList offered;
