@@ -212,8 +212,10 @@ void setFileError(const QString &error)
 bool Archive::closeWritten(QIODevice *device)
 {
     bool isSaved = device;
-    if (auto *file = dynamic_cast<File *>(device))
-        file->tellResult(&isSaved);
+    if (auto *own = dynamic_cast<File *>(device))
+        own->tellResult(&isSaved);
+    else if (auto *file = qobject_cast<QFileDevice *>(device))
+        isSaved = file->flush() && file->error() == QFileDevice::NoError;
     closeFile(device);
     return isSaved;
 }

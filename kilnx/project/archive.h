@@ -47,7 +47,8 @@ public:
     virtual ~Archive() = default;
 
     /// Closes a device like closeFile(). True when what was written to it is in the store; false
-    /// after a failed write, sync or renaming, and for null: nothing may count as saved then.
+    /// after a failed write, sync or renaming, and for null: nothing may count as saved then. Of a
+    /// device that is no QFileDevice, look at the results of the writes.
     bool closeWritten(QIODevice *device);
 
     void addOwner() { ++refCount; }

@@ -83,6 +83,17 @@ private:
     bool m_isLoose;
 };
 
+/// A new file of a project. The engine may ask for something first, behind which the project is
+/// closed: there is none then.
+ProjectFile *makeFile(Engine *engine, Project::FileID::Type type, const QPointer<Project> &project)
+{
+    ProjectFile *file = engine->createFile(type, project);
+    if (!file || project)
+        return file;
+    file->release();
+    return nullptr;
+}
+
 /// The suffix that a pattern asks for, with its dot; empty when the pattern names none or many.
 QString suffixOf(const QString &pattern)
 {
@@ -167,9 +178,8 @@ void FileEditor::setCurrentFile(ProjectFile *file)
 void FileEditor::create()
 {
     Engine *engine = interface->engine();
-    Project *project = interface->currentProject();
-    ProjectFile *file =
-        engine && project ? engine->createFile(canEditFileType(), project) : nullptr;
+    const QPointer<Project> project = interface->currentProject();
+    ProjectFile *file = engine && project ? makeFile(engine, canEditFileType(), project) : nullptr;
     if (!file)
         return;
     project->addFile(file, canEditFileType());
@@ -190,7 +200,7 @@ void FileEditor::open()
         return;
     const bool isChild = isInside(project, path);
     const auto type = canEditFileType();
-    ProjectFile *file = engine->createFile(type, project);
+    ProjectFile *file = makeFile(engine, type, project);
     if (!file)
         return;
     const unsigned int selected = project->selectedFile(type);

@@ -335,6 +335,9 @@ bool ParentProject::restoreBackup(const QString &name)
         const QStringList files = filesBelow(from, source);
         Steps steps(tr("Restoring backup..."), files.size() + projects.size());
         for (const QString &file : files) {
+            // The host shows each step, behind which the project is closed.
+            if (!saving.isAlive())
+                return false;
             plan.bring(from, source + file, archive(), base + file);
             steps.next();
         }

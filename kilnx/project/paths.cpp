@@ -1,5 +1,6 @@
 #include <kilnx/project/paths.h>
 
+#include <QtCore/QBuffer>
 #include <QtCore/QFileDevice>
 #include <QtCore/QFileInfo>
 
@@ -43,6 +44,18 @@ QString fixFileCase(const QString &path, Archive &, const QString &name)
     return path + name;
 }
 
+/// False when something is left that cannot be read, or not be written.
+static bool copyBlocks(QIODevice *source, QIODevice *destination)
+{
+    bool copied = true;
+    while (copied && !source->atEnd()) {
+        constexpr qint64 blockSize = 131072;
+        const QByteArray block = source->read(blockSize);
+        copied = !block.isEmpty() && writeAll(destination, block);
+    }
+    return copied;
+}
+
 bool copyFile(Archive &from, const QString &fromName, Archive &to, const QString &toName)
 {
     if (fromName == toName)
@@ -50,13 +63,15 @@ bool copyFile(Archive &from, const QString &fromName, Archive &to, const QString
     QIODevice *source = from.openFile(fromName, QIODevice::ReadOnly);
     if (!source)
         return false;
-    QIODevice *destination = to.openFile(toName, QIODevice::WriteOnly);
-    bool copied = destination;
-    while (copied && !source->atEnd()) {
-        constexpr qint64 blockSize = 131072;
-        const QByteArray block = source->read(blockSize);
-        copied = !block.isEmpty() && writeAll(destination, block);
-    }
+    // A half copy is discarded on disk. Other stores keep what their device was given, so that one
+    // is given only what was read whole.
+    const bool isDisk = dynamic_cast<FileSystemArchive *>(&to);
+    QBuffer whole;
+    whole.open(QIODevice::ReadWrite);
+    const bool isRead = isDisk || copyBlocks(source, &whole);
+    whole.seek(0);
+    QIODevice *destination = isRead ? to.openFile(toName, QIODevice::WriteOnly) : nullptr;
+    const bool copied = destination && copyBlocks(isDisk ? source : &whole, destination);
     if (auto *file = copied ? nullptr : dynamic_cast<File *>(destination))
         file->discard();
     from.closeFile(source);

@@ -210,8 +210,11 @@ ProjectFile *Project::takeFile(ProjectFile *file)
     d->filesWithIDs.erase(known);
     for (QList<ProjectFile *> &list : d->filesByType)
         list.removeAll(file);
+    // Whoever hears of it may close the project, and its messages then leave the list with it.
+    const QPointer<Project> guard(this);
     emit fileRemoved(file, old);
-    if (Messages *messages = file->fileMessages(); messages && messages->list() == d.get())
+    Messages *messages = guard ? file->fileMessages() : nullptr;
+    if (messages && messages->list() == d.get())
         d->unregisterMessages(messages);
     file->d->project = nullptr;
     return file;

@@ -3,6 +3,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QTemporaryDir>
 
 #include <kilnx/project/archive_p.h>
 #include <kilnx/project/parentproject.h>
@@ -217,24 +218,23 @@ bool SavePlan::prepare()
     return m_kind != Move || (report.failures.isEmpty() && tryDefinitions());
 }
 
-/// A project moves with its definitions or not at all: they are written as copies first.
+/// A project moves with its definitions or not at all: each is written as a copy first, in a
+/// directory of its own beside the place where it will be.
 bool SavePlan::tryDefinitions()
 {
-    QStringList made;
     const QList<Place> places = m_steps.keys();
     for (const Place &target : places) {
         const Step &step = m_steps[target];
-        if (!step.isDefinition)
+        if (!step.isDefinition || !step.memory.isOpen())
             continue;
-        executeReaders(target);
-        if (!target.first->fileExists(target.second))
-            made.append(target.second);
         setFileError(QString());
-        if (!step.memory.isOpen() || step.memory.file->toFile(*target.first, target.second, true))
+        const QFileInfo place(target.second);
+        const bool isFree = !place.isDir() && (!place.exists() || place.isWritable());
+        const QTemporaryDir trial(place.absolutePath() + QLatin1String("/.save-XXXXXX"));
+        const QString copy = trial.filePath(place.fileName());
+        if (isFree && trial.isValid() && step.memory.file->toFile(*target.first, copy, true))
             continue;
         failToSave(target.second, tr("The definition cannot be saved."));
-        for (const QString &name : qAsConst(made))
-            target.first->removeFile(name);
         return false;
     }
     return true;

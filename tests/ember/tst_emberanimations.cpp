@@ -142,6 +142,13 @@ void EmberAnimationsTest::faults_data()
         << "frame: a\nbody: 1, 2, 3, 4\n@animation a"
         << QStringList{"1: A frame needs an animation above it",
                        "2: A box needs an animation above it"};
+    QTest::newRow("boxes before any header, and below one that follows them")
+        << "body: 1, 2, 3, 4\nstrike: 1, 2, 3, 4\n\nframe: a\n@animation a\nbody: 1, 2, 3, "
+           "4\nframe: "
+           "b"
+        << QStringList{"1: A box needs an animation above it",
+                       "2: A box needs an animation above it",
+                       "4: A frame needs an animation above it"};
     QTest::newRow("clauses") << "@animation a\nframe: a, at x 2, for 2, for 3, over 4"
                              << QStringList{"2: 'at' wants two whole numbers",
                                             "2: 'for' is given twice",

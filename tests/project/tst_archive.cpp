@@ -4,6 +4,8 @@
 #include <kilnx/project/archive_p.h>
 #include <kilnx/project/paths.h>
 
+#include <tests/support/memoryarchive.h>
+
 #include <QApplication>
 #include <QtTest>
 
@@ -420,6 +422,50 @@ private slots:
         QCOMPARE(contentsOf(path("from")), contents);
         QVERIFY(!Kiln::copyFile(m_archive, path("missing"), m_archive, path("from")));
         QCOMPARE(contentsOf(path("from")), contents);
+    }
+
+    /// Into an archive that is no disk comes a whole file or none, and what its device could not
+    /// write is not saved.
+    void copiesIntoOtherArchives()
+    {
+        struct Cut : QBuffer {
+            qint64 readData(char *data, qint64 size) override
+            {
+                return pos() >= 131072 ? -1 : QBuffer::readData(data, size);
+            }
+        };
+        struct CutArchive : MemoryArchive {
+            QIODevice *openFile(const QString &name, QIODevice::OpenMode mode) override
+            {
+                auto *device = new Cut;
+                device->setData(files.value(name));
+                device->open(mode | QIODevice::Unbuffered);
+                return device;
+            }
+        } broken;
+        MemoryArchive memory;
+        makeFile(path("from"), QByteArray(300000, 'x'));
+        broken.files["from"] = QByteArray(300000, 'x');
+        memory.files["to"] = "old";
+        QVERIFY(!Kiln::copyFile(broken, "from", memory, "to"));
+        QVERIFY(!Kiln::copyFile(m_archive, path("missing"), memory, "to"));
+        QCOMPARE(memory.files["to"], QByteArray("old"));
+        QVERIFY(Kiln::copyFile(m_archive, path("from"), memory, "to"));
+        QVERIFY(memory.files["to"] == QByteArray(300000, 'x'));
+
+        struct FullArchive : MemoryArchive {
+            QIODevice *openFile(const QString &, QIODevice::OpenMode mode) override
+            {
+                auto *device = new QFile("/dev/full");
+                device->open(mode);
+                return device;
+            }
+            void closeFile(QIODevice *device) override { delete device; }
+        } full;
+        QIODevice *device = full.openFile("a", QIODevice::WriteOnly);
+        QVERIFY(device && device->isOpen());
+        QCOMPARE(device->write("lost"), qint64(4));
+        QVERIFY(!full.closeWritten(device));
     }
 
     void listsEntries()

@@ -72,6 +72,35 @@ private slots:
         QCOMPARE(m_project->filesByType(FileID::Sounds).size(), 1);
     }
 
+    /// An engine may ask for something before it makes a file.
+    void closedByTheEngine_data()
+    {
+        QTest::addColumn<bool>("opens");
+        addRow("of a new file", false);
+        addRow("of an open", true);
+    }
+
+    void closedByTheEngine()
+    {
+        QFETCH(bool, opens);
+        makeFile(base() + "a.snd", "a");
+        m_engine->makes = [this] {
+            m_project->release();
+            m_project = (new FakeParent(base()))->open("d.def");
+            m_host->activeProject = m_project;
+            return new FakeFile;
+        };
+        if (opens) {
+            m_host->dialogs().expectFiles({base() + "a.snd"});
+            m_editor->open();
+        } else {
+            m_editor->create();
+        }
+        QCOMPARE(FakeFile::alive, 0);
+        QCOMPARE(m_project->files().size(), 1);
+        QCOMPARE(m_editor->shown, 0);
+    }
+
     void opensAFile()
     {
         makeFile(base() + "snd/a.snd", "a");

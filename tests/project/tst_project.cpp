@@ -113,6 +113,35 @@ private slots:
         QCOMPARE(FakeFile::alive, 0);
     }
 
+    /// Whoever hears that a file leaves may close the project.
+    void closedAsAFileLeaves_data()
+    {
+        QTest::addColumn<bool>("isTaken");
+        QTest::newRow("taken") << true;
+        QTest::newRow("removed") << false;
+    }
+
+    void closedAsAFileLeaves()
+    {
+        QFETCH(bool, isTaken);
+        auto *file = new FakeFile;
+        m_project->addFile(file, FileID::Sounds);
+        connect(m_project, &Project::fileRemoved, this, [this] {
+            disconnect(m_project, &Project::fileRemoved, this, nullptr);
+            m_project->release();
+        });
+        if (isTaken) {
+            QCOMPARE(m_project->takeFile(file), file);
+            QVERIFY(!file->project());
+            file->release();
+        } else {
+            m_project->removeFile(file);
+        }
+        QCOMPARE(FakeFile::alive, 0);
+        QCOMPARE(FakeProject::alive, 0);
+        newProject(new FakeDocument);
+    }
+
     void messagesOfAllFilesAreOneTable()
     {
         auto *file = new FakeFile;

@@ -398,6 +398,8 @@ private slots:
         auto [target, refuses, isAlone] = row<QString, bool, bool>();
         make({{"d.def", "4 a"}, {"e.def", "4 a"}, {"a", "old"}});
         makeFile(other() + "file", "in the way");
+        makeFile(other() + "to/d.def", "of another project");
+        const QStringList others = filesBelow(other());
         FakeProject *project = m_parent->open("d.def");
         FakeFile *file = openFile(project, path("a"));
         definitionOf(isAlone ? project : m_parent->open("e.def"))->refuses = refuses;
@@ -408,7 +410,7 @@ private slots:
         QCOMPARE(dump(*m_parent), before);
         QCOMPARE(m_parent->saveReport().failures.size(), target.isEmpty() ? 0 : 1);
         QVERIFY(file->modified && file->name == path("a"));
-        QCOMPARE(filesBelow(other()), QStringList("file: in the way"));
+        QCOMPARE(filesBelow(other()), others);
     }
 
     /// Relative places are from here. The new place is watched, the old one no more.
@@ -430,27 +432,36 @@ private slots:
 
     void projectClosedInTheMiddle_data()
     {
-        QTest::addColumn<bool>("restores");
-        addRow("of a save", false);
-        addRow("of a restore", true);
+        columns<bool, bool>("restores", "byHost");
+        addRow("of a save", false, false);
+        addRow("of a restore", true, false);
+        addRow("of a restore, by the host that shows it", true, true);
     }
 
     void projectClosedInTheMiddle()
     {
-        QFETCH(bool, restores);
-        make({{"d.def", "4 a\n4 b"}, {"backup/x/a", "backup"}, {"a", "old"}, {"b", "old"}});
+        const auto [restores, byHost] = row<bool, bool>();
+        make({{"d.def", "4 a\n4 b"},
+              {"backup/x/a", "backup"},
+              {"backup/x/c", "backup"},
+              {"a", "old"},
+              {"b", "old"}});
         FakeProject *project = m_parent->open("d.def");
         for (const char *name : {"a", "b"}) {
             FakeFile *file = openFile(project, path(name));
             change(file, "new");
-            file->inBox = [project] { project->release(); };
+            if (!byHost)
+                file->inBox = [project] { project->release(); };
         }
+        if (byHost)
+            m_host->duringProgress = [project] { project->release(); };
         if (restores)
-            QVERIFY(m_parent->restoreBackup("x"));
+            QCOMPARE(m_parent->restoreBackup("x"), !byHost);
         else
             m_parent->save();
         QVERIFY(!m_parent);
         QCOMPARE(contentsOf(path("a")), QByteArray(restores ? "backup" : "old"));
+        QCOMPARE(QFile::exists(path("c")), restores && !byHost);
     }
 
     void killedSavesLoseNothing()

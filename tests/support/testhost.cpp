@@ -12,8 +12,10 @@ namespace
 class RecordingProgress : public Progress
 {
 public:
-    explicit RecordingProgress(std::shared_ptr<TestHost::ProgressRecord> record)
+    RecordingProgress(std::shared_ptr<TestHost::ProgressRecord> record,
+                      std::function<void()> during)
         : m_record(std::move(record))
+        , m_during(std::move(during))
     {
     }
 
@@ -22,6 +24,8 @@ public:
         if (total > 0)
             m_record->total = total;
         m_record->steps << value;
+        if (value > 0 && m_during)
+            std::exchange(m_during, nullptr)();
     }
 
     void finish() override
@@ -32,6 +36,7 @@ public:
 
 private:
     std::shared_ptr<TestHost::ProgressRecord> m_record;
+    std::function<void()> m_during;
 };
 
 } // namespace
@@ -53,7 +58,7 @@ Progress *TestHost::progress(const QString &text, bool cancellable)
     record->text = text;
     record->cancellable = cancellable;
     progresses << record;
-    return new RecordingProgress(record);
+    return new RecordingProgress(record, std::exchange(duringProgress, nullptr));
 }
 
 FileEditor *TestHost::editorForFile(ProjectFile *, Project::FileID id) const

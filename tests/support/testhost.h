@@ -11,6 +11,7 @@
 #include <QStringList>
 #include <QVariant>
 
+#include <functional>
 #include <memory>
 
 /// The window that a host stands in, made before it and destroyed after it.
@@ -49,6 +50,7 @@ public:
     Kiln::Project *activeProject = nullptr;
     Kiln::Editor *activeEditor = nullptr;
     QMap<int, Kiln::FileEditor *> fileEditors; ///< by one type bit
+    std::function<void()> duringProgress;      ///< called once, at the first step that is shown
 
     // Records, read by the test.
     QStringList log;
