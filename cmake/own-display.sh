@@ -13,8 +13,8 @@ trap cleanup EXIT
 
 Xvfb -displayfd 3 -screen 0 1600x1200x24 -nolisten tcp 3>"$work/display" >/dev/null 2>&1 &
 server=$!
-for _ in $(seq 300); do
-    [[ -s $work/display ]] && break
+for _ in $(seq 2400); do # a busy machine may need most of a minute
+    if [[ -s $work/display ]] || ! kill -0 "$server" 2>/dev/null; then break; fi
     sleep 0.05
 done
 [[ -s $work/display ]] || { echo "own-display: Xvfb did not start" >&2; exit 1; }
