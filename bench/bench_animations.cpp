@@ -137,6 +137,19 @@ void load(benchmark::State &state)
     }
 }
 
+/// Boxes that no header stands above: each looks for one.
+void loadHeadless(benchmark::State &state)
+{
+    const QString text =
+        QStringLiteral("    body: -14, -70, 14, 0\n").repeated(int(state.range(0)));
+    Comparison comparison(state);
+    for (auto _ : state) {
+        const Document document(new EmberDocument(EmberDocument::Animations));
+        BareDocument bare;
+        comparison.add([&] { document->fromString(text); }, [&] { bare.text.setPlainText(text); });
+    }
+}
+
 void changeFrame(benchmark::State &state)
 {
     Both both(numbers(fullCount));
@@ -209,6 +222,13 @@ void autoOrganize(benchmark::State &state)
 } // namespace
 
 BENCHMARK(load)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(loadHeadless)
+    ->Arg(10000)
+    ->Arg(20000)
+    ->Arg(40000)
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(changeFrame)->UseManualTime()->Unit(benchmark::kMicrosecond);
 BENCHMARK(moveEndToFront)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(autoOrganize)

@@ -6,4 +6,4 @@ kilnx_bench(bench_codeedit
     SOURCES
         bench_codeedit.cpp codeviews.cpp codeviews.h
         ../tests/support/testhost.cpp ../tests/support/dialogscript.cpp
-    LIBRARIES KF5::TextEditor "${QSCINTILLA_LIBRARY}" Qt5::Test)
+    LIBRARIES kilnx::hostkit KF5::TextEditor "${QSCINTILLA_LIBRARY}" Qt5::Test)

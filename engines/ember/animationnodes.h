@@ -28,6 +28,8 @@ public:
     QString enumText(unsigned int value) const override;
     /// Takes what the line says now. For the parser.
     void update(const QRect &rect);
+    /// The animation whose lines it is among, null for one above all of them. It is remembered.
+    Kiln::CodeNode *animation() const { return section(); }
 
 private:
     BoxType m_type;

@@ -17,17 +17,20 @@ QString translated(const char *text)
     return QCoreApplication::translate("EmberAnimationParser", text);
 }
 
-/// The animation that a line below `previous` is in, null if it is in none. A frame on the way
-/// knows it.
+/// The animation that a line below `previous` is in, null if it is in none. A file may have any
+/// number of lines above its first header, so none of them looks for one through all the others.
 CodeNode *animationAt(CodeNode *previous)
 {
-    for (CodeNode *node = previous; node; node = node->previous()) {
-        if (node->type() == CodeNode::Animation)
-            return node;
-        if (node->type() == CodeNode::Frame)
-            return node->parent();
+    switch (previous->type()) {
+    case CodeNode::Animation:
+        return previous;
+    case CodeNode::Frame:
+        return previous->parent();
+    case CodeNode::Value:
+        return static_cast<EmberBox *>(previous)->animation();
+    default:
+        return nullptr;
     }
-    return nullptr;
 }
 
 void paintClauses(EmberPaint &paint, const Line &line)
