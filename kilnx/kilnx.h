@@ -42,11 +42,17 @@
 #include <kilnx/image/imagepalette.h>
 #include <kilnx/image/palette.h>
 #include <kilnx/image/sprite.h>
+#include <kilnx/imageedit/colorpalette.h>
 #include <kilnx/imageedit/imagecanvas.h>
 #include <kilnx/imageedit/imagecommands.h>
 #include <kilnx/imageedit/imagelayer.h>
 #include <kilnx/imageedit/imagelayers.h>
 #include <kilnx/imageedit/imagepainter.h>
+#include <kilnx/imageedit/imagerenderer.h>
+#include <kilnx/imageedit/imagetool.h>
+#include <kilnx/imageedit/paletteremapwidget.h>
+#include <kilnx/imageedit/palettewidget.h>
+#include <kilnx/imageedit/pentool.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/project/controls.h>
 #include <kilnx/project/editor.h>

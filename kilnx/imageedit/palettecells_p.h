@@ -1,0 +1,20 @@
+#pragma once
+
+#include <kilnx/image/palette.h>
+
+#include <QtCore/QPoint>
+
+class QPainter;
+
+namespace Kiln
+{
+
+namespace PaletteCells
+{
+
+/// Draws one colour of a palette as a cell of `size` pixels with its upper left at `at`: sunken, or
+/// filled with an inner outline when selected. Translucent colours stand over a check.
+void paint(QPainter &painter, QPoint at, int size, RGBA color, bool selected);
+
+} // namespace PaletteCells
+} // namespace Kiln
