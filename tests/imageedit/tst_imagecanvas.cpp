@@ -1,6 +1,7 @@
 #include <kilnx/image/imagepalette.h>
 #include <kilnx/imageedit/imagecanvas.h>
 #include <kilnx/imageedit/imagecommands.h>
+#include <tests/imageedit/plaincanvas.h>
 
 #include <QtCore/QRandomGenerator>
 #include <QtTest/QSignalSpy>
@@ -9,6 +10,9 @@
 #include <climits>
 
 using namespace Kiln;
+using PlainCanvas::randomPicture;
+using PlainCanvas::rasterAt;
+using PlainCanvas::stateOf;
 
 namespace
 {
@@ -42,38 +46,6 @@ private:
     PaletteObject m_object;
     unsigned char m_background = 0;
 };
-
-QImage randomPicture(QSize size, int format, QRandomGenerator &dice, quint32 kinds = 256)
-{
-    QImage image(size, ImageCanvas::pixelFormat(format));
-    image.setColorCount(format == IndexedCanvas ? 256 : 0);
-    for (int y = 0; y < size.height(); ++y)
-        for (int x = 0; x < size.width(); ++x)
-            image.setPixel(x, y, format == IndexedCanvas ? dice.bounded(kinds) : dice.generate());
-    return image;
-}
-
-RasterLayer *rasterAt(const ImageCanvas &canvas, int row)
-{
-    return static_cast<RasterLayer *>(canvas.layers.at(row));
-}
-
-/// Everything that undo must bring back, as bytes.
-QByteArray stateOf(const ImageCanvas &canvas)
-{
-    QByteArray bytes;
-    QDataStream out(&bytes, QIODevice::WriteOnly);
-    out << canvas.size << canvas.format << canvas.selection.mask.size();
-    for (const ImageLayer *layer : canvas.layers.list) {
-        const QImage &image = static_cast<const RasterLayer *>(layer)->image;
-        out << layer->name << layer->blendMode << layer->opacity << image.size()
-            << int(image.format()) << image.colorCount();
-        for (int y = 0; y < image.height(); ++y)
-            out.writeRawData(reinterpret_cast<const char *>(image.constScanLine(y)),
-                             image.width() * image.depth() / 8);
-    }
-    return bytes;
-}
 
 QString namesOf(const ImageCanvas &canvas)
 {
@@ -125,30 +97,9 @@ struct PlainPainter {
                 if (open(x, y) && painter.canPaint(x, y))
                     painter.setPixel(x, y);
     }
-    void line(QPoint at, QPoint to)
+    void line(QPoint from, QPoint to)
     {
-        const int dx = qAbs(to.x() - at.x());
-        const int dy = qAbs(to.y() - at.y());
-        const QPoint step((to.x() > at.x()) - (to.x() < at.x()),
-                          (to.y() > at.y()) - (to.y() < at.y()));
-        point(at.x(), at.y());
-        int error = qMax(dx, dy) >> 1;
-        while (dy > dx ? at.y() != to.y() : at.x() != to.x()) {
-            if (dy > dx) {
-                at.ry() += step.y();
-                if ((error += dx) >= dy) {
-                    at.rx() += step.x();
-                    error -= dy;
-                }
-            } else {
-                at.rx() += step.x();
-                if ((error += dy) >= dx) {
-                    at.ry() += step.y();
-                    error -= dx;
-                }
-            }
-            point(at.x(), at.y());
-        }
+        PlainCanvas::line(from, to, [this](QPoint at) { point(at.x(), at.y()); });
     }
     void fill(QPoint from)
     {
@@ -344,52 +295,24 @@ void tst_ImageCanvas::undoesToTheSameBytes()
     canvas.setFormat(int(seed & 1), false);
     canvas.setSize({70, 66}, {}, false);
     QVector<QByteArray> states = {stateOf(canvas)};
-    for (int step = 0; step < 160; ++step) {
-        const int count = canvas.layers.list.size();
-        const int row = count ? dice.bounded(count) : -1;
-        const QSize size(20 + dice.bounded(90), 20 + dice.bounded(90));
+    for (int step = 0; step < 200; ++step) {
         const int before = canvas.undoStack.index();
-        const int kind = dice.bounded(17);
-        if (kind == 0) {
-            canvas.layers.addLayer(nullptr);
-        } else if (kind == 1) {
-            const QImage image = randomPicture(canvas.size, canvas.format, dice);
-            canvas.layers.addLayer(&image);
-        } else if (kind == 2) {
-            canvas.layers.removeLayer(count > 2 ? 0 : -1, true);
-        } else if (kind == 3) {
-            canvas.setFormat(dice.bounded(2), true);
-        } else if (kind == 4) {
-            canvas.setSize(size, {dice.bounded(60) - 30, dice.bounded(60) - 30}, true);
-        } else if (kind == 5) {
-            canvas.resize(size, dice.bounded(4));
-        } else if (kind == 6 && canvas.size.width() < 120 && canvas.size.height() < 120) {
-            canvas.rotate(float(dice.bounded(360)), dice.bounded(2));
-        } else if (kind == 7) {
-            canvas.flip(dice.bounded(2), true);
-        } else if (kind == 8) {
-            canvas.crop();
-        } else if (kind == 9) {
-            dice.bounded(2) ? canvas.mergeAll() : canvas.mergeVisible();
-        } else if (kind == 10) {
-            canvas.layers.setData(canvas.layers.index(row), QString::number(step));
-        } else if (kind == 11) {
-            canvas.layers.moveRows({}, row, 1, {}, dice.bounded(3));
-        } else if (kind == 12) {
+        const bool jumps = dice.bounded(17) == 0;
+        if (jumps) {
             canvas.undoStack.setIndex(dice.bounded(canvas.undoStack.count() + 1));
-        } else if (row >= 0 && kind == 13) {
-            canvas.layers.at(row)->setOpacity(dice.bounded(100) / 100.0, true);
-            canvas.layers.at(row)->setBlendMode(12 + dice.bounded(12), true);
-        } else if (row >= 0) {
-            rasterAt(canvas, row)->pushEdit();
-            canvas.painter->image = &rasterAt(canvas, row)->image;
+        } else if (canvas.layers.list.isEmpty() || dice.bounded(4) > 0) {
+            PlainCanvas::randomOperation(canvas, dice);
+        } else {
+            RasterLayer *layer = rasterAt(canvas, dice.bounded(canvas.layers.list.size()));
+            layer->pushEdit();
+            canvas.painter->image = &layer->image;
             canvas.painter->setColor(uchar(dice.bounded(256)));
             canvas.painter->penSize = 1 + dice.bounded(8);
             canvas.painter->drawLine({dice.bounded(90), dice.bounded(90)},
                                      {dice.bounded(90), dice.bounded(90)});
         }
         const int now = canvas.undoStack.index();
-        if (kind != 12 && now > before) {
+        if (!jumps && now > before) {
             states.resize(before + 1);
             while (states.size() < now) // two steps at once: the one between is seen by undo
                 states.append(QByteArray());
