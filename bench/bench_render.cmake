@@ -2,4 +2,5 @@
 kilnx_bench(bench_render
     SOURCES
         bench_render.cpp
-        ${CMAKE_SOURCE_DIR}/tests/render/fakeview.cpp ${CMAKE_SOURCE_DIR}/tests/render/fakeview.h)
+        ${CMAKE_SOURCE_DIR}/tests/render/fakeview.cpp ${CMAKE_SOURCE_DIR}/tests/render/fakeview.h
+    LIBRARIES kilnx::hostkit)

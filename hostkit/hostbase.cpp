@@ -8,6 +8,7 @@
 #include <hostkit/enginelibraries.h>
 #include <hostkit/filedesk.h>
 #include <hostkit/filetabs.h>
+#include <hostkit/framepane.h>
 #include <hostkit/menus.h>
 #include <hostkit/messagetable.h>
 #include <hostkit/progressindicator.h>
@@ -24,6 +25,8 @@
 #include <kilnx/project/engine.h>
 #include <kilnx/project/engineplugin.h>
 #include <kilnx/project/fileeditor.h>
+#include <kilnx/render/graphicsworkspace.h>
+#include <kilnx/render/texture.h>
 
 #include <QAction>
 #include <QCoreApplication>
@@ -31,6 +34,7 @@
 #include <QEvent>
 #include <QMainWindow>
 #include <QMenu>
+#include <QSplitter>
 #include <QStackedWidget>
 #include <QVBoxLayout>
 
@@ -45,7 +49,8 @@ const int encodingField = 2;
 
 } // namespace
 
-// The tabs, the strips of controls and the views of the editors, from top to bottom.
+// The tabs, the strips of controls and the views of the editors, from top to bottom; panes stand
+// beside the views.
 class Centre : public QWidget
 {
 public:
@@ -65,6 +70,18 @@ public:
         stack->addWidget(new QWidget(stack));
     }
 
+    /// Puts a pane beside the editor. The first time, the editor has a little more than the half.
+    void split(QWidget *pane)
+    {
+        auto *splitter = named(new QSplitter(this), "editor_splitter");
+        splitter->setChildrenCollapsible(false);
+        delete layout()->replaceWidget(stack, splitter);
+        splitter->addWidget(stack);
+        splitter->addWidget(pane);
+        splitter->show();
+        splitter->setSizes({width() * 11 / 20, width() * 9 / 20});
+    }
+
     FileTabs *tabs;
     QVBoxLayout *strips;
     QStackedWidget *stack;
@@ -81,6 +98,7 @@ struct HostBase::Private : QObject {
     void rehighlight();
     void showProject();
     bool hasType(Kiln::Project::FileID::Type type) const;
+    void showFrames();
 
     QMainWindow *window;
     Paths paths;
@@ -98,6 +116,7 @@ struct HostBase::Private : QObject {
     std::unique_ptr<FileDesk> desk;
     std::unique_ptr<SaveDesk> saving;
     CodeSurface *surface = nullptr; ///< the deck's
+    std::unique_ptr<FramePane> frames;
     bool busy = false;
 };
 
@@ -167,6 +186,18 @@ void HostBase::Private::connectParts()
             [this](const QString &text) { status->tell(text); });
 }
 
+// Frames are shown beside the text of animations alone.
+void HostBase::Private::showFrames()
+{
+    auto *document = dynamic_cast<Kiln::CodeDocument *>(deck->currentFile());
+    const bool isAnimations = document && deck->currentFileEditor()->canEditFileType() ==
+                                              Kiln::Project::FileID::Animations;
+    // The editor stands alone until there is something to show beside it.
+    if (isAnimations && !frames->parentWidget())
+        centre->split(frames.get());
+    frames->follow(isAnimations ? document : nullptr);
+}
+
 // A project keeps what held when it was opened.
 void HostBase::Private::applySettings()
 {
@@ -187,6 +218,8 @@ void HostBase::Private::rehighlight()
     if (editor)
         editor->setCurrentFile(nullptr);
     deck->reconfig();
+    if (frames)
+        frames->reconfig();
     const QList<Kiln::ProjectFile *> files = session.files();
     for (Kiln::ProjectFile *file : files) {
         if (auto *document = dynamic_cast<Kiln::CodeDocument *>(file))
@@ -227,6 +260,7 @@ HostBase::HostBase(QMainWindow *window, const Paths &paths)
 HostBase::~HostBase()
 {
     d->session.close();
+    d->frames.reset();
     d->saving.reset();
     d->desk.reset();
     d->deck.reset();
@@ -303,6 +337,11 @@ CodeSurface *HostBase::surface() const
     return d->surface;
 }
 
+FramePane *HostBase::framePane() const
+{
+    return d->frames.get();
+}
+
 // The types of code that the engines have share one surface.
 void HostBase::makeCodeEditors()
 {
@@ -329,6 +368,20 @@ void HostBase::makeCodeEditors()
     }
     if (d->deck->editors().size() > before)
         d->deck->engineSwitched(true);
+}
+
+void HostBase::makeFramePane()
+{
+    if (d->frames || !d->surface)
+        return;
+    Kiln::Texture::setOpenGLEnabled(true);
+    auto *workspace = d->deck->make<Kiln::GraphicsWorkspace>(*this);
+    d->frames = std::make_unique<FramePane>(*this, *d->surface, *workspace);
+    const auto show = [this] { d->showFrames(); };
+    QObject::connect(d->desk.get(), &FileDesk::changed, d.get(), show);
+    QObject::connect(d->deck.get(), &EditorDeck::currentChanged, d.get(), show);
+    QObject::connect(&d->session, &ProjectSession::fileRemoved, d->frames.get(),
+                     &FramePane::refresh, Qt::QueuedConnection);
 }
 
 bool HostBase::openProject(const QString &directory)

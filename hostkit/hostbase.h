@@ -17,6 +17,7 @@ class EditorDeck;
 class EngineLibraries;
 class FileDesk;
 class FileTabs;
+class FramePane;
 class Menus;
 class MessageTable;
 class ProjectSession;
@@ -81,10 +82,18 @@ public:
     SaveDesk &saving() const;
     /// The view that code editors share; null before makeCodeEditors().
     CodeSurface *surface() const;
+    /// The pane beside the text of animations; null before makeFramePane().
+    FramePane *framePane() const;
 
     /// Makes the code view, the organizer, and an editor for each type of code file that one of the
     /// engines has and no editor handles yet. Call it when engines have been loaded.
     void makeCodeEditors();
+
+    /// Makes the graphics workspace and, beside the text of animations, the pane that shows their
+    /// frames. Call it after makeCodeEditors() and before a project is opened. OpenGL is used where
+    /// it works, the application has set Qt::AA_ShareOpenGLContexts and the user does not wish
+    /// otherwise.
+    void makeFramePane();
 
     /// Opens a project in place of the present one, after questions about changes, shows its first
     /// definition and notes the directory among the recent ones. False if the user says no, or

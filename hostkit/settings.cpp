@@ -37,6 +37,20 @@ QHash<QString, QVariant> deliveredDefaults()
         {"code_paren_matching", true},
         {"reopen_last_project", true},
         {"theme", "system"},
+        {"show_cross1", true},
+        {"show_rulers", true},
+        {"show_guides", true},
+        {"show_attack_box", true},
+        {"show_collision_box", true},
+        {"onion_skin", true},
+        {"onion_effect", 0},
+        {"onion_opacity", 0.35},
+        {"guide_x", -48},
+        {"guide_y", -80},
+        {"background_type", 1}, // the stage
+        {"box_opacity", 0.5},
+        {"zoom_center", 1}, // whole steps
+        {"zoom_level", 3},  // twice the size
         {"font_name", fixed},
         {"font_size", 10},
     };

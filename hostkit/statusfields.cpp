@@ -2,6 +2,8 @@
 
 #include <hostkit/widgets.h>
 
+#include <QStyleOption>
+#include <QStylePainter>
 #include <QToolButton>
 
 namespace HostKit
@@ -11,6 +13,34 @@ namespace
 {
 const int maximumField = 15;
 const int tellMs = 5000;
+
+/// A field that a narrow window cuts short, instead of growing with what its fields say.
+class Field : public QToolButton
+{
+public:
+    using QToolButton::QToolButton;
+    QSize sizeHint() const override
+    {
+        return {fontMetrics().horizontalAdvance(text()) + margin, QToolButton::sizeHint().height()};
+    }
+    QSize minimumSizeHint() const override
+    {
+        return {fontMetrics().averageCharWidth() * 8, sizeHint().height()};
+    }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QStyleOptionToolButton option;
+        initStyleOption(&option);
+        option.text = fontMetrics().elidedText(text(), Qt::ElideRight, width() - margin);
+        QStylePainter(this).drawComplexControl(QStyle::CC_ToolButton, option);
+    }
+
+private:
+    static constexpr int margin = 10; // left and right together
+};
+
 } // namespace
 
 StatusFields::StatusFields(QWidget *parent)
@@ -32,6 +62,7 @@ void StatusFields::setField(int field, const QString &text)
         return;
     QToolButton *button = fieldButton(field);
     button->setText(text);
+    button->setToolTip(text);
     button->setVisible(!text.isEmpty());
 }
 
@@ -58,7 +89,8 @@ QToolButton *StatusFields::fieldButton(int field)
 {
     while (m_fields.size() <= field) {
         const int number = m_fields.size();
-        auto *button = named(new QToolButton(this), "");
+        auto *button = named(new Field(this), "");
+        button->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
         button->setObjectName(QStringLiteral("status_field_%1").arg(number));
         button->setAutoRaise(true);
         button->hide();

@@ -28,6 +28,8 @@ const QHash<QString, EntryColors> &deliveredColors()
         {"line", {"#f3efe4", "#2f343b"}},        {"block_range", {"#ffffff", "#141619"}},
         {"paren", {"#ffffff", "#1f2226"}},       {"paren2", {"#b8242b", "#ff8c91"}},
         {"paren_range", {"#e8defa", "#3d3453"}}, {"paren_error", {"#b8242b", "#8f2f38"}},
+        {"back_start", {"#dfe4ea", "#33383f"}},  {"back_end", {"#bcc6d0", "#1b1e22"}},
+        {"attackbox", {"#d93a3a", "#f25a5a"}},   {"collisionbox", {"#2f6fe0", "#5c95ff"}},
     };
     return colors;
 }
@@ -119,9 +121,10 @@ QString Theme::colorKey(const QString &name, bool second)
 
 QStringList Theme::entries()
 {
-    return {"token0", "token1", "token2",      "token3",      "token4",
-            "token5", "token6", "token7",      "token8",      "token9",
-            "line",   "paren2", "block_range", "paren_range", "paren_error"};
+    return {"token0",     "token1",   "token2",      "token3",      "token4",
+            "token5",     "token6",   "token7",      "token8",      "token9",
+            "line",       "paren2",   "block_range", "paren_range", "paren_error",
+            "back_start", "back_end", "attackbox",   "collisionbox"};
 }
 
 } // namespace HostKit

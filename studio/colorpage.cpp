@@ -45,9 +45,8 @@ ColorPage::ColorPage(Settings &settings, QWidget *parent)
     , m_settings(settings)
 {
     auto *layout = new QGridLayout(this);
-    auto *intro = new QLabel(Theme::isDark() ? tr("Colours of code on a dark ground:")
-                                             : tr("Colours of code on a light ground:"),
-                             this);
+    auto *intro = new QLabel(
+        Theme::isDark() ? tr("Colours on a dark ground:") : tr("Colours on a light ground:"), this);
     layout->addWidget(intro, 0, 0, 1, 4);
     const QStringList entries = Theme::entries();
     const int rows = (entries.size() + 1) / 2;
@@ -121,6 +120,14 @@ QString ColorPage::caption(const QString &entry)
         return tr("Between brackets");
     if (entry == QLatin1String("paren_error"))
         return tr("Brackets that don't match");
+    if (entry == QLatin1String("back_start"))
+        return tr("Viewport, top");
+    if (entry == QLatin1String("back_end"))
+        return tr("Viewport, bottom");
+    if (entry == QLatin1String("attackbox"))
+        return tr("Attack boxes");
+    if (entry == QLatin1String("collisionbox"))
+        return tr("Collision boxes");
     return tr("Block of code");
 }
 

@@ -14,7 +14,7 @@ class Settings;
 namespace Studio
 {
 
-/// The page of the settings dialog for the colours of code under the theme of now.
+/// The page of the settings dialog for the colours of code and viewport under the theme of now.
 class ColorPage : public QWidget
 {
     Q_OBJECT

@@ -52,6 +52,7 @@ MainWindow::MainWindow(const HostKit::Paths &paths)
     makeCentre();
     makeDocks();
     loadEngines();
+    m_host.makeFramePane();
     connectFileActions();
     connectEditActions();
     connectOtherActions();

@@ -14,6 +14,7 @@
 #include <hostkit/editordeck.h>
 #include <hostkit/filedesk.h>
 #include <hostkit/filetabs.h>
+#include <hostkit/framepane.h>
 #include <hostkit/messagetable.h>
 #include <hostkit/projectsession.h>
 #include <hostkit/savedesk.h>
@@ -25,6 +26,7 @@
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/project/engine.h>
 #include <kilnx/project/fileeditor.h>
+#include <kilnx/render/graphicsworkspace.h>
 
 #include <QAction>
 #include <QCloseEvent>
@@ -107,7 +109,11 @@ void MainWindow::connectOtherActions()
 {
     const auto forward = [this](QAction *action, void (Kiln::Workspace::*operation)()) {
         connect(action, &QAction::triggered, this, [this, operation] {
-            if (Kiln::Workspace *workspace = m_host.deck().currentWorkspace())
+            const FramePane *pane = m_host.framePane();
+            Kiln::Workspace *workspace = pane && pane->hasFocusWithin()
+                                             ? &pane->workspace()
+                                             : m_host.deck().currentWorkspace();
+            if (workspace)
                 (workspace->*operation)();
         });
     };

@@ -3,6 +3,7 @@
 #include "colorpage.h"
 #include "enginepage.h"
 #include "librarypage.h"
+#include "viewportpage.h"
 
 #include <hostkit/enginelibraries.h>
 #include <hostkit/settings.h>
@@ -35,6 +36,8 @@ SettingsDialog::SettingsDialog(Settings &settings, EngineLibraries &engines, QWi
     setWindowTitle(tr("Settings"));
     m_pages->addTab(generalPage(), tr("&General"));
     m_pages->addTab(codePage(), tr("&Code"));
+    m_viewport = new ViewportPage(settings, this);
+    m_pages->addTab(m_viewport, tr("&Viewport"));
     m_colors = new ColorPage(settings, this);
     m_pages->addTab(m_colors, tr("C&olours"));
     m_engines = enginePage(engines);
@@ -165,6 +168,7 @@ void SettingsDialog::apply()
     if (m_font->currentFont().family() != m_shownFont)
         m_settings.setValue("font_name", m_font->currentFont().family());
     m_settings.setValue("font_size", m_fontSize->value());
+    m_viewport->apply();
     m_colors->apply();
     m_settings.apply();
 }

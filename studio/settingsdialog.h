@@ -19,6 +19,7 @@ namespace Studio
 {
 
 class ColorPage;
+class ViewportPage;
 
 /// The dialog of the application's options. OK and Apply store what was changed; the engine list
 /// is edited at once.
@@ -50,6 +51,7 @@ private:
     QFontComboBox *m_font = nullptr;
     QString m_shownFont; ///< a family that is not installed shows as another and is kept
     QSpinBox *m_fontSize = nullptr;
+    ViewportPage *m_viewport = nullptr;
     ColorPage *m_colors = nullptr;
     QWidget *m_engines = nullptr;
 };

@@ -19,6 +19,7 @@
 #include <QListView>
 #include <QMessageBox>
 #include <QMouseEvent>
+#include <QOpenGLWidget>
 #include <QPainter>
 #include <QProgressDialog>
 #include <QScopedValueRollback>
@@ -90,6 +91,10 @@ bool Tour::run()
     step("error", [this] { return typeError(); });
     step("definition", [this] { return typeDefinition(); });
     step("organizer", [this] { return organize(); });
+    step("frame", [this] { return showFrame(); });
+    step("frame-zoom", [this] { return zoomFrame(); });
+    step("boxes", [this] { return editBoxes(); });
+    step("frame-native", [this] { return paintNatively(); });
     step("find", [this] { return findText(); });
     step("find-in-files", [this] { return findInFiles(); });
     step("save", [this] { return saveFile(); });
@@ -99,6 +104,7 @@ bool Tour::run()
     step("run-dialog", [this] { return runDialog(); });
     step("run-output", [this] { return runOutput(); });
     step("dark", [this] { return darkPalette(); });
+    step("dark-frame", [this] { return darkFrame(); });
     d->window.reset();
     return d->failures == 0;
 }
@@ -155,6 +161,12 @@ void Tour::picture(const QString &name)
     QTest::qWait(viewDelayMs);
     QPixmap pixels = d->window->grab();
     QPainter painter(&pixels);
+    // The window's own grab leaves out what a painter adds to a view on OpenGL.
+    const QList<QOpenGLWidget *> views = d->window->findChildren<QOpenGLWidget *>();
+    for (QOpenGLWidget *view : views) {
+        if (view->isVisible())
+            painter.drawImage(view->mapTo(d->window.get(), QPoint()), view->grabFramebuffer());
+    }
     const QWidgetList tops = QApplication::topLevelWidgets();
     for (QWidget *top : tops) {
         if (qobject_cast<QDialog *>(top) && top->isVisible())
@@ -192,17 +204,22 @@ void Tour::goToLine(int line)
     view->centerCursor(); // the lines around it are in the picture too
 }
 
+// Not by the display's own mouse, whose moves come when they like.
+void Tour::sendMouse(QWidget *widget, QEvent::Type type, const QPoint &at)
+{
+    const bool moves = type == QEvent::MouseMove;
+    const bool held = type != QEvent::MouseButtonRelease;
+    QMouseEvent event(type, at, widget->mapToGlobal(at), moves ? Qt::NoButton : Qt::LeftButton,
+                      held ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
+    QApplication::sendEvent(widget, &event);
+}
+
 // The drag runs in an event loop of its own, so what moves and lets go has to be under way before.
 void Tour::dragRow(QListView *view, int row, int target)
 {
     QWidget *viewport = view->viewport();
     const auto send = [viewport](QEvent::Type type, const QPoint &at) {
-        const bool moves = type == QEvent::MouseMove;
-        const bool held = type != QEvent::MouseButtonRelease;
-        QMouseEvent event(type, at, viewport->mapToGlobal(at),
-                          moves ? Qt::NoButton : Qt::LeftButton,
-                          held ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
-        QApplication::sendEvent(viewport, &event);
+        sendMouse(viewport, type, at);
     };
     const QPoint from = view->visualRect(view->model()->index(row, 0)).center();
     const QRect there = view->visualRect(view->model()->index(target, 0));

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QEvent>
+#include <QPoint>
 #include <QString>
 
 #include <functional>
@@ -58,12 +60,22 @@ private:
     bool runDialog();
     bool runOutput();
     bool darkPalette();
+    // Those of the viewport, in tour_viewport.cpp.
+    bool showFrame();
+    bool zoomFrame();
+    bool editBoxes();
+    bool paintNatively();
+    bool darkFrame();
 
     bool openFromTree(const QString &relativeName);
     bool marksBecome(int count) const;
     void goToLine(int line);
+    void goToText(const QString &part);
     /// Takes a row of a list with the mouse and lets it go above another.
     void dragRow(QListView *view, int row, int target);
+    static void sendMouse(QWidget *widget, QEvent::Type type, const QPoint &at);
+    /// Drags from a place of the viewport to another, both in image pixels.
+    void dragInView(QPoint from, QPoint to);
     void type(const QString &text);
     /// Triggers an action whose modal dialog is shown by `act`, which must end the dialog.
     bool throughDialog(const std::function<void()> &trigger,

@@ -36,7 +36,7 @@ constexpr ViewAction viewActions[] = {
 };
 enum { MainCross, SecondaryCross, ExtraCross, Rulers, GuideLines, AttackBox, CollisionBox, Count };
 constexpr int centralizeText = 3;
-constexpr int statusField = 2;
+constexpr int statusField = 5;
 
 /// Keeps the renderer until there is a widget that can show it.
 class WaitingRoom : public RenderWidgetBase
@@ -309,6 +309,7 @@ void GraphicsWorkspace::useWidget(bool openGL)
     layout->addWidget(d->shown);
     if (hadFocus)
         d->shown->setFocus(Qt::OtherFocusReason);
+    Q_EMIT paintingChanged();
 }
 
 void GraphicsWorkspace::openGLFailed()

@@ -19,7 +19,7 @@ class GraphicsWorkspacePrivate;
 /// and ends it with release() after the editors.
 ///
 /// It paints through OpenGL or natively, as the option "native_painting" says. Where OpenGL does
-/// not work, or stops working, it goes over to native painting by itself, and tells it in field 2
+/// not work, or stops working, it goes over to native painting by itself, and tells it in field 5
 /// of the status bar; choosing native painting and then OpenGL again tries anew.
 class KILNX_EXPORT GraphicsWorkspace : public Workspace
 {
@@ -80,6 +80,8 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     void extraAxisChanged(QPoint position);
+    /// The viewport is painted in the other way now; see isOnOpenGL().
+    void paintingChanged();
     /// The user clicked the workspace's field of the status bar.
     void statusBarClicked();
 

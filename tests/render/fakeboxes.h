@@ -22,7 +22,9 @@ public:
         QRect rect() const override { return m_rect; }
         void setRect(const QRect &rect) override
         {
-            m_rect = rect;
+            // Its edges are its corners, in whatever order they come.
+            m_rect = QRect(rect.x() + qMin(0, rect.width()), rect.y() + qMin(0, rect.height()),
+                           qAbs(rect.width()), qAbs(rect.height()));
             m_owner->tell();
         }
 

@@ -1,25 +1,54 @@
 #pragma once
 
+#include <hostkit/viewport.h>
 #include <kilnx/image/palette.h>
 #include <kilnx/image/sprite.h>
-#include <kilnx/render/graphicsrenderer.h>
 #include <kilnx/render/texture.h>
 
 #include <QImage>
 #include <QVariant>
 
 #include <functional>
-#include <map>
 #include <vector>
+
+/// The colours of a picture, on the card as they are now.
+class FakePalette : public Kiln::Palette
+{
+public:
+    explicit FakePalette(const QImage &picture)
+        : m_picture(picture)
+    {
+    }
+    const Kiln::Texture &texture() const override;
+
+    // What no view asks for.
+    QVariant property(const QString &) override { return {}; }
+    void setProperty(const QString &, const QVariant &) override {}
+    int index() const override { return 0; }
+    Kiln::Palettes *palettes() const override { return nullptr; }
+    unsigned int useCount() const override { return 1; }
+    void toPalette(Kiln::RGBA (&)[256]) const override {}
+    void setColors(const Kiln::RGBA *, int) override {}
+
+private:
+    const QImage &m_picture;
+    mutable Kiln::Texture m_texture;
+    mutable qint64 m_key = 0;
+};
 
 /// A sprite that holds its picture.
 class FakeSprite : public Kiln::Sprite
 {
 public:
-    explicit FakeSprite(const QImage &picture = QImage());
-
+    explicit FakeSprite(const QImage &image = QImage())
+        : picture(image)
+        , m_palette(picture)
+    {
+    }
     QImage image() const override { return picture; }
     Kiln::ImageInfo imageInfo() const override;
+    const Kiln::Texture &texture() const override;
+    Kiln::Palette *palette() const override { return &m_palette; }
 
     // What no view asks for.
     QVariant property(const QString &) override { return {}; }
@@ -28,18 +57,18 @@ public:
     Kiln::Sprites *sprites() const override { return nullptr; }
     bool isEmpty() const override { return picture.isNull(); }
     void finishImport() override {}
-    const Kiln::Texture &texture() const override { return m_none; }
     void resetTexture() override {}
     void setPalette(Kiln::Palette *) override {}
     void setImage(const QImage &, bool, int, Kiln::Palette *) override {}
     void setImage(const QImage &) override {}
-    Kiln::Palette *palette() const override { return nullptr; }
     bool sharesPalette() const override { return false; }
 
     QImage picture;
 
 private:
-    Kiln::Texture m_none;
+    mutable FakePalette m_palette;
+    mutable Kiln::Texture m_texture;
+    mutable qint64 m_key = 0;
 };
 
 /// A provider that gives what the test put in.
@@ -65,60 +94,17 @@ public:
     std::function<void(unsigned int)> beforeProperty; ///< runs while the view reads
 };
 
-/// What a host has to write: sprites drawn on both paths, each turned into what its path needs
-/// once.
-class FakeView : public Kiln::GraphicsRenderer
+/// The kit's viewport, which counts its frames.
+class FakeView : public HostKit::Viewport
 {
     Q_OBJECT
 
 public:
-    void paintSprite(QPainter &painter,
-                     QPoint anchor,
-                     QPoint offset,
-                     QSize size,
-                     float opacity,
-                     unsigned char flip,
-                     Kiln::Sprite *sprite,
-                     int index) override;
-    void paintOnionSprite(QPainter &painter,
-                          const Kiln::Sprite *sprite,
-                          QPoint anchor,
-                          QPoint offset,
-                          QSize size,
-                          float opacity,
-                          OnionEffect effect) override;
-    void drawSprite(QPoint anchor,
-                    QPoint offset,
-                    QSize size,
-                    float opacity,
-                    unsigned char flip,
-                    Kiln::Sprite *sprite,
-                    int index) override;
-    void drawOnionSprite(const Kiln::Sprite *sprite,
-                         QPoint anchor,
-                         QPoint offset,
-                         QSize size,
-                         float opacity,
-                         OnionEffect effect) override;
-
-    /// Other sprites may have come to the places of the old ones.
-    void spritesChanged() override;
-
-    void render(QPainter &painter) override;
+    void render(QPainter &painter) override
+    {
+        ++frames;
+        Viewport::render(painter);
+    }
 
     int frames = 0;
-
-private:
-    struct Card {
-        Kiln::Texture image;
-        Kiln::Texture palette;
-    };
-    Card &card(const Kiln::Sprite *sprite);
-    void draw(const Kiln::Sprite *sprite,
-              const QRect &area,
-              unsigned char flip,
-              float opacity,
-              unsigned char effect);
-
-    std::map<const Kiln::Sprite *, Card> m_cards;
 };

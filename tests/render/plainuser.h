@@ -256,8 +256,11 @@ private:
         const bool written = !selected().isEmpty() && !(m_drawing && selected().size() == 1);
         for (int group = 0; group < 2; ++group) {
             for (int i = 0; i < text[group].size(); ++i) {
+                const QRect rect = rounded(scene.boxes[group][i].rect);
                 if (scene.boxes[group][i].selected)
-                    text[group][i] = rounded(scene.boxes[group][i].rect);
+                    text[group][i] = {rect.x() + qMin(0, rect.width()),
+                                      rect.y() + qMin(0, rect.height()), qAbs(rect.width()),
+                                      qAbs(rect.height())};
             }
         }
         if (written)

@@ -308,7 +308,7 @@ void TestGraphicsWorkspace::swapsTheWidget()
     m_host->options["native_painting"] = false;
     m_workspace->reconfig();
     QCOMPARE(m_workspace->isOnOpenGL(), !Contexts::none());
-    QCOMPARE(m_host->statusTexts.value(2).isEmpty(), !Contexts::none());
+    QCOMPARE(m_host->statusTexts.value(5).isEmpty(), !Contexts::none());
     if (Contexts::none()) {
         m_host->statusTexts.clear();
         m_workspace->reconfig();
@@ -376,7 +376,7 @@ void TestGraphicsWorkspace::fallsBackWhenTheContextIsLost()
     QVERIFY(!context->create());
     m_workspace->update();
     QTRY_VERIFY(view.widget() && !m_workspace->isOnOpenGL());
-    QVERIFY(m_host->statusTexts[2].contains("Native painter"));
+    QVERIFY(m_host->statusTexts[5].contains("Native painter"));
     // Everything can be edited still, and is seen.
     m_host->action("view_attack_box")->trigger();
     GraphicsRenderer::setOrigin({100, 100});

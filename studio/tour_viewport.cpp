@@ -1,0 +1,135 @@
+// The steps of the tour in the pane beside the text of animations.
+
+#include "mainactions.h"
+#include "tour_p.h"
+
+#include <hostkit/actionregistry.h>
+#include <hostkit/codesurface.h>
+#include <hostkit/framepane.h>
+#include <hostkit/settings.h>
+#include <hostkit/theme.h>
+#include <hostkit/viewport.h>
+
+#include <kilnx/code/codedocument.h>
+#include <kilnx/code/framecode.h>
+#include <kilnx/render/glrenderwidget.h>
+#include <kilnx/render/graphicsworkspace.h>
+
+#include <QAction>
+#include <QApplication>
+#include <QTest>
+#include <QWheelEvent>
+
+namespace Studio
+{
+
+using namespace HostKit;
+
+namespace
+{
+
+const char animationFile[] = "heroes/wren/wren.flick";
+
+int strikesIn(const QString &text)
+{
+    return text.count(QLatin1String("strike:"));
+}
+
+} // namespace
+
+void Tour::goToText(const QString &part)
+{
+    const QString all = text();
+    goToLine(all.leftRef(all.indexOf(part)).count(QLatin1Char('\n')));
+}
+
+void Tour::dragInView(QPoint from, QPoint to)
+{
+    const Viewport &view = d->window->host().framePane()->viewport();
+    const auto place = [&view](QPoint at) {
+        return Viewport::origin() + at * double(view.zoomFactor());
+    };
+    sendMouse(view.widget(), QEvent::MouseButtonPress, place(from));
+    sendMouse(view.widget(), QEvent::MouseMove, place((from + to) / 2));
+    sendMouse(view.widget(), QEvent::MouseMove, place(to));
+    sendMouse(view.widget(), QEvent::MouseButtonRelease, place(to));
+}
+
+bool Tour::showFrame()
+{
+    const FramePane *pane = d->window->host().framePane();
+    if (!openFromTree(QLatin1String(animationFile)))
+        return false;
+    goToText(QStringLiteral("frame: wren_jab_2"));
+    const Kiln::FrameCode *frame = pane->frame();
+    return check(pane->isVisible(), "the pane is there") &&
+           check(frame && frame->identifier() == QLatin1String("wren_jab_2"),
+                 "the frame of the cursor's line is shown") &&
+           check(pane->viewport().boxes(Kiln::ContactBoxCode::Attack)->count() == 1,
+                 "so are its boxes") &&
+           check(pane->workspace().isOnOpenGL() == Kiln::GLRenderWidget::isSupported(),
+                 "OpenGL paints where it works");
+}
+
+bool Tour::zoomFrame()
+{
+    const FramePane *pane = d->window->host().framePane();
+    Viewport &view = pane->viewport();
+    const float before = view.zoomFactor();
+    QWidget *widget = view.widget();
+    const QPoint middle = widget->rect().center();
+    QWheelEvent notch(middle, widget->mapToGlobal(middle), QPoint(), QPoint(0, 120), Qt::NoButton,
+                      Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(widget, &notch);
+    return check(view.zoomFactor() > before, "the wheel zooms in");
+}
+
+// Draws a box, drags one of its handles and moves it by a key, and takes all that back.
+bool Tour::editBoxes()
+{
+    const FramePane *pane = d->window->host().framePane();
+    Viewport &view = pane->viewport();
+    QWidget *widget = view.widget();
+    const QString before = text();
+    d->window->findChild<QAction *>(QStringLiteral("frame_attack_box"))->trigger();
+    dragInView({-34, -66}, {-16, -44});
+    const bool drawn =
+        check(strikesIn(text()) == strikesIn(before) + 1, "the text has the new box");
+    QTest::mouseClick(widget, Qt::RightButton);
+    const QRect box = view.boxesSelectionRect();
+    const QString drawnText = text();
+    dragInView(box.topLeft(), box.topLeft() - QPoint(4, 3));
+    QTest::keyClick(widget, Qt::Key_Down);
+    const bool changed =
+        drawn && check(view.boxesSelectionRect() == box.adjusted(-4, -2, 0, 1), "it is changed") &&
+        check(strikesIn(text()) == strikesIn(drawnText) && text() != drawnText,
+              "and so is its line");
+    picture(d->step);
+    for (int i = 0; i < 3; ++i)
+        d->window->actions()->undo->trigger();
+    return changed && check(text() == before, "three steps of undo take it all back");
+}
+
+bool Tour::paintNatively()
+{
+    const FramePane *pane = d->window->host().framePane();
+    d->window->host().settings().setValue("native_painting", true);
+    d->window->host().settings().apply();
+    picture(d->step);
+    const bool native = check(!pane->workspace().isOnOpenGL(), "the painter paints") &&
+                        check(pane->frame(), "the same frame is shown");
+    d->window->host().settings().setValue("native_painting", false);
+    d->window->host().settings().apply();
+    return native;
+}
+
+bool Tour::darkFrame()
+{
+    if (!openFromTree(QLatin1String(animationFile)))
+        return false;
+    goToText(QStringLiteral("frame: wren_hook_2"));
+    return check(Theme::isDark(), "the palette is dark") &&
+           check(d->window->host().framePane()->frame(), "the frame is shown");
+}
+
+} // namespace Studio

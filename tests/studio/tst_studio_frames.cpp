@@ -1,0 +1,490 @@
+#include <hostkit/codesurface.h>
+#include <hostkit/filedesk.h>
+#include <hostkit/framepane.h>
+#include <hostkit/settings.h>
+#include <hostkit/statusfields.h>
+#include <hostkit/viewport.h>
+#include <mainactions.h>
+#include <mainwindow.h>
+
+#include <kilnx/code/codedocument.h>
+#include <kilnx/code/framecode.h>
+#include <kilnx/image/sprite.h>
+#include <kilnx/render/graphicsworkspace.h>
+#include <tests/render/contexts.h>
+#include <tests/render/plainuser.h>
+#include <tests/support/dialogscript.h>
+#include <tests/support/rows.h>
+
+#include <QAction>
+#include <QLabel>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QTextBlock>
+
+using namespace HostKit;
+using Kiln::ContactBoxCode;
+
+namespace
+{
+
+const QString jab2 = QStringLiteral("frame: wren_jab_2");
+
+/// What the text says of the frame at a line, read without the library.
+struct PlainFrame {
+    PlainFrame(const QString &text, int line)
+    {
+        const QStringList lines = text.split('\n');
+        const auto is = [&lines](int at, const char *word) {
+            return lines[at].trimmed().startsWith(QLatin1String(word));
+        };
+        while (!is(line, "frame:"))
+            ++line;
+        const QRegularExpression at("at (-?\\d+) (-?\\d+)");
+        const QRegularExpressionMatch found = at.match(lines[line]);
+        offset = {found.captured(1).toInt(), found.captured(2).toInt()};
+        name = lines[line].section(':', 1).section(',', 0, 0).section(';', 0, 0).trimmed();
+        for (int i = line - 1; i >= 0 && !is(i, "frame:") && !is(i, "@"); --i) {
+            if (!is(i, "strike:") && !is(i, "body:"))
+                continue;
+            const QStringList edges = lines[i].section(':', 1).section(';', 0, 0).split(',');
+            const QPoint corner(edges[0].toInt(), edges[1].toInt());
+            boxes[is(i, "strike:") ? 0 : 1].prepend(
+                {corner,
+                 QSize(edges[2].toInt(), edges[3].toInt()) - QSize(corner.x(), corner.y())});
+        }
+    }
+
+    QString name;
+    QPoint offset;
+    QVector<QRect> boxes[2]; // that hit, and that can be hit
+};
+
+} // namespace
+
+// The pane beside the text of animations, in the real window on the sample project.
+class tst_studio_frames : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void followsTheCursor_data();
+    void followsTheCursor();
+    void followsTheText();
+    void editsAreOneStep();
+    void switchesPainting();
+    void closesInTheMiddle();
+    void randomUser_data();
+    void randomUser();
+
+private:
+    HostBase &host() const { return m_window->host(); }
+    FramePane &pane() const { return *host().framePane(); }
+    Viewport &view() const { return pane().viewport(); }
+    Kiln::CodeDocument *document() const { return host().surface()->document(); }
+    QString text() const { return document()->toPlainText(); }
+    int line() const { return host().surface()->editor()->textCursor().blockNumber(); }
+    void goTo(const QString &text);
+    void drag(QPoint from, QPoint to);
+    QString differences(const PlainUser &plain);
+
+    std::unique_ptr<QTemporaryDir> m_directory;
+    std::unique_ptr<DialogScript> m_dialogs;
+    std::unique_ptr<Studio::MainWindow> m_window;
+};
+
+void tst_studio_frames::init()
+{
+    m_directory = std::make_unique<QTemporaryDir>();
+    m_dialogs = std::make_unique<DialogScript>();
+    m_window = std::make_unique<Studio::MainWindow>(Paths::below(m_directory->path()));
+    m_window->show();
+    m_window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+    const QString sample = QStringLiteral(KILN_SOURCE_DIR "/examples/hero");
+    QVERIFY(host().openProject(sample));
+    QVERIFY(!pane().isVisible());
+    QVERIFY(host().desk().openFile(sample + "/heroes/wren/wren.flick", 0));
+    QVERIFY(pane().isVisible());
+    QTRY_VERIFY(view().widget()); // OpenGL is there a moment later
+    goTo(jab2);
+}
+
+void tst_studio_frames::cleanup()
+{
+    if (document() && document()->isModified())
+        m_dialogs->expectBox(QMessageBox::Yes);
+    m_window.reset();
+    m_dialogs.reset();
+}
+
+void tst_studio_frames::goTo(const QString &text)
+{
+    const QTextCursor found = document()->QTextDocument::find(text);
+    QVERIFY2(!found.isNull(), qPrintable(text));
+    host().surface()->editor()->setTextCursor(found);
+}
+
+/// Both in image pixels.
+void tst_studio_frames::drag(QPoint from, QPoint to)
+{
+    const auto place = [this](QPoint at) {
+        return Viewport::origin() + at * double(view().zoomFactor());
+    };
+    view().mousePressed(place(from), Qt::LeftButton, Qt::NoModifier);
+    view().mouseMoved(place(to), Qt::NoModifier);
+    view().mouseReleased(place(to), Qt::LeftButton, Qt::NoModifier);
+}
+
+void tst_studio_frames::followsTheCursor_data()
+{
+    const auto add = columns<QString, int, QString>("text", "below", "sprite");
+    add("the head of the file", "; Wren's animations", 0, "wren_stand_1");
+    add("a header", "@animation jab", 0, "wren_jab_1");
+    add("a comment above a header", "; She goes on tiptoe", 0, "wren_walk_1");
+    add("a frame", jab2, 0, "wren_jab_2");
+    add("a box of it", "strike: 8, -58", 0, "wren_jab_2");
+    add("below the last frame", "frame: wren_jab_3", 1, "wren_jab_3");
+    add("the end of the file", "frame: wren_land_2, for 4", 1, "wren_land_2");
+}
+
+void tst_studio_frames::followsTheCursor()
+{
+    const auto [text, below, sprite] = row<QString, int, QString>();
+    goTo(text);
+    QTextCursor cursor = host().surface()->editor()->textCursor();
+    for (int i = 0; i < below; ++i)
+        cursor.movePosition(QTextCursor::NextBlock);
+    host().surface()->editor()->setTextCursor(cursor);
+    QVERIFY(pane().frame());
+    QCOMPARE(pane().frame()->identifier(), sprite);
+    const QString title = pane().findChild<QLabel *>("frame_place")->text();
+    QCOMPARE(title.section(' ', -1).toInt(), pane().frame()->index() + 1);
+}
+
+// The view shows what is typed, as soon as it is typed.
+void tst_studio_frames::followsTheText()
+{
+    Kiln::SpriteProvider *frames = view().spriteProvider();
+    const auto shown = [frames](Kiln::SpriteProvider::PropertyId id) {
+        return frames->property(0, id);
+    };
+    using Id = Kiln::SpriteProvider::PropertyId;
+    Kiln::Sprite *sprite = frames->spriteAt(0);
+    QVERIFY(sprite);
+    const QPoint origin = sprite->property("Origin").toPoint();
+    const QSize size = shown(Id::Size).toSize();
+    QCOMPARE(size, sprite->image().size());
+    QCOMPARE(view().itemPosition(Viewport::ItemSprite), QPoint(5, 0) - origin);
+    const auto replace = [this](const QString &before, const QString &after) {
+        QTextCursor found = document()->QTextDocument::find(before);
+        QVERIFY(!found.isNull());
+        found.insertText(after);
+    };
+    replace("wren_jab_2, at 5 0", "wren_jab_2, at -7 3");
+    QCOMPARE(view().itemPosition(Viewport::ItemSprite), QPoint(-7, 3) - origin);
+    // Mirrored about its origin, and twice as large from there.
+    replace("wren_jab_2, at -7 3", "wren_jab_2, flip h, scale 2 2, at -8 4");
+    QCOMPARE(shown(Id::Mirror).toInt(), 1);
+    QCOMPARE(shown(Id::Scale).toPointF(), QPointF(2, 2));
+    QCOMPARE(view().itemPosition(Viewport::ItemSprite),
+             QPoint(-4, 2) - QPoint(size.width() - origin.x(), origin.y()));
+    replace("strike: 8, -58, 36, -44", "strike: 1, 2, 4, 9\n    strike: 0, 0, 2, 2");
+    QCOMPARE(view().boxes(ContactBoxCode::Attack)->rects(),
+             (QVector<QRect>{{1, 2, 3, 7}, {0, 0, 2, 2}}));
+    replace("wren_jab_2", "nobody");
+    QCOMPARE(frames->count(), 0U);
+    // The palette and the pictures may change, too.
+    goTo("frame: wren_jab_1");
+    sprite = frames->spriteAt(0);
+    QSignalSpy read(frames, &Kiln::SpriteProvider::changed);
+    Kiln::RGBA colors[256];
+    sprite->palette()->toPalette(colors);
+    colors[1].r ^= 1;
+    sprite->palette()->setColors(colors, Kiln::Palette::SetReplaced);
+    QVERIFY(read.count() > 0);
+    sprite->setProperty("Origin", QPoint(1, 1));
+    QCOMPARE(view().itemPosition(Viewport::ItemSprite), QPoint(1, -1));
+    sprite->sprites()->remove(unsigned(sprite->index()));
+    QCOMPARE(frames->count(), 0U);
+    sprite->sprites()->undo();
+    sprite->sprites()->undo();
+    sprite->sprites()->undo();
+    QCOMPARE(frames->spriteAt(0), sprite);
+}
+
+// Every edit in the view is one step of undo, also one of several boxes.
+void tst_studio_frames::editsAreOneStep()
+{
+    QStringList states{text()};
+    const auto changed = [&](const char *what) {
+        QVERIFY2(text() != states.last(), what);
+        states.append(text());
+        const PlainFrame plain(text(), line());
+        QCOMPARE(view().boxes(ContactBoxCode::Attack)->rects(), plain.boxes[0]);
+        QCOMPARE(view().boxes(ContactBoxCode::Collision)->rects(), plain.boxes[1]);
+    };
+    QAction *draw = m_window->findChild<QAction *>("frame_collision_box");
+    draw->trigger();
+    QCOMPARE(view().clickMode(), Viewport::ClickDrawContactBox);
+    drag({-40, -60}, {-30, -52});
+    changed("a box is drawn");
+    view().mousePressed({100, 100}, Qt::RightButton, Qt::NoModifier);
+    view().mouseReleased({100, 100}, Qt::RightButton, Qt::NoModifier);
+    QVERIFY(!draw->isChecked());
+    QCOMPARE(PlainFrame(text(), line()).boxes[1].last().size(), QSize(11, 9));
+    // Two boxes at once: by the keys, and away.
+    const QPoint hit = Viewport::origin() + QPoint(30, -50) * double(view().zoomFactor());
+    view().mousePressed(hit, Qt::LeftButton, Qt::ShiftModifier);
+    view().mouseReleased(hit, Qt::LeftButton, Qt::ShiftModifier);
+    QCOMPARE(view().selectedContactBoxes().size(), 2);
+    view().keyPressed(Qt::Key_Left, Qt::NoModifier);
+    changed("both are moved");
+    view().keyPressed(Qt::Key_Delete, Qt::NoModifier);
+    changed("both are deleted");
+    drag({-9, -60}, {-7, -60});
+    changed("one is dragged");
+    QVERIFY(PlainFrame(text(), line()).boxes[0].isEmpty());
+    // The picture itself, away from the boxes.
+    drag({40, -10}, {44, -12});
+    changed("the sprite is dragged");
+    QCOMPARE(PlainFrame(text(), line()).offset, QPoint(9, -2));
+    while (states.size() > 1) {
+        QCOMPARE(text(), states.takeLast());
+        m_window->actions()->undo->trigger();
+    }
+    QCOMPARE(text(), states.first());
+    QVERIFY(!document()->isUndoAvailable());
+}
+
+// By the settings, and where OpenGL does not work, which is told once; the pane goes on.
+void tst_studio_frames::switchesPainting()
+{
+    const auto renderer = [this] { return host().status().field(5); };
+    const bool works = !Contexts::none();
+    QCOMPARE(pane().workspace().isOnOpenGL(), works);
+    QVERIFY2(renderer().endsWith(works ? "OpenGL" : "Native painter"), qPrintable(renderer()));
+    for (const bool native : {true, false, true}) {
+        host().settings().setValue("native_painting", native);
+        host().settings().apply();
+        QCOMPARE(pane().workspace().isOnOpenGL(), works && !native);
+        QTest::qWait(50);
+        QCOMPARE(view().onOpenGL, works && !native);
+        QCOMPARE(view().boxes(ContactBoxCode::Attack)->count(), 1U);
+    }
+    // A picture is turned once: another palette turns what is shown, and nothing else.
+    view().widget()->grab();
+    const int kept = view().keptBytes();
+    QVERIFY(kept > 0);
+    view().widget()->grab();
+    QCOMPARE(view().keptBytes(), kept);
+    view().mouseMoved(Viewport::origin() + QPoint(8, 12), Qt::NoModifier);
+    QCOMPARE(host().status().field(3), QString("Position: 4, 6"));
+    view().setGuideLines({1, 2});
+    view().mouseMoved({99, 99}, Qt::NoModifier);
+    QCOMPARE(host().status().field(4), QString("Horizontal guide: 2, Vertical guide: 1"));
+    // The zoom of the View menu is the view's while it has the keyboard.
+    const float zoom = view().zoomFactor();
+    view().widget()->setFocus();
+    m_window->actions()->zoomIn->trigger();
+    QVERIFY(view().zoomFactor() > zoom);
+    QVERIFY(host().desk().openFile(KILN_SOURCE_DIR "/examples/hero/heroes/wren/air.glow", 0));
+    QVERIFY(!pane().isVisible() && renderer().isEmpty());
+}
+
+// What is shown goes while it is dragged and drawn.
+void tst_studio_frames::closesInTheMiddle()
+{
+    view().mousePressed(Viewport::origin() + QPoint(60, -100), Qt::LeftButton, Qt::NoModifier);
+    m_window->findChild<QAction *>("frame_attack_box")->trigger();
+    view().mousePressed(Viewport::origin(), Qt::LeftButton, Qt::NoModifier);
+    QVERIFY(host().closeProject());
+    view().mouseMoved(Viewport::origin() + QPoint(30, 30), Qt::NoModifier);
+    view().mouseReleased(Viewport::origin(), Qt::LeftButton, Qt::NoModifier);
+    view().keyPressed(Qt::Key_Delete, Qt::NoModifier);
+    QVERIFY(!pane().isVisible() && !pane().frame());
+    QCOMPARE(view().spriteProvider()->count(), 0U);
+    QVERIFY(!view().boxes(ContactBoxCode::Attack));
+    QVERIFY(host().openProject(KILN_SOURCE_DIR "/examples/hero"));
+    QVERIFY(host().desk().openFile(KILN_SOURCE_DIR "/examples/hero/heroes/wren/wren.flick", 0));
+    QVERIFY(pane().isVisible() && pane().frame());
+}
+
+/// What differs between view, text and the plain model of both; empty for nothing.
+QString tst_studio_frames::differences(const PlainUser &plain)
+{
+    QString found;
+    const auto differ = [&found](const char *what, auto got, auto wanted) {
+        if (!(got == wanted))
+            QDebug(&found) << what << got << "instead of" << wanted;
+    };
+    const PlainFrame frame(text(), line());
+    QList<ContactBoxCode *> selected;
+    for (int kind = 0; kind < 2; ++kind) {
+        Kiln::ContactBoxesCode *boxes = view().boxes(ContactBoxCode::BoxType(kind + 1));
+        differ("text", frame.boxes[kind], plain.text[kind]);
+        differ("boxes", boxes->rects(), plain.text[kind]);
+        for (int i = 0; i < plain.text[kind].size(); ++i) {
+            if (plain.scene.boxes[kind].value(i).selected)
+                selected.append(boxes->at(unsigned(i)));
+        }
+    }
+    differ("selection", view().selectedContactBoxes(), selected);
+    const QRect around = view().boxesSelectionRect();
+    differ("selected area", around.x() == 4444 ? QRect() : around, plain.around);
+    differ("mode", int(view().clickMode()), plain.mode);
+    differ("origin", Viewport::origin(), plain.scene.origin);
+    differ("guides", view().guideLines(), plain.scene.guides);
+    differ("offset", pane().frame()->offset(), frame.offset);
+    differ("sprite", view().itemPosition(Viewport::ItemSprite), plain.scene.sprites[0].position);
+    return found;
+}
+
+void tst_studio_frames::randomUser_data()
+{
+    QTest::addColumn<unsigned int>("seed");
+    for (unsigned int seed = 1; seed <= 2; ++seed)
+        QTest::newRow(qPrintable(QString::number(seed))) << seed;
+}
+
+// A user of view and text at random, and undo that takes all of it back step by step.
+void tst_studio_frames::randomUser()
+{
+    QFETCH(unsigned int, seed);
+    QRandomGenerator random(seed);
+    const auto below = [&random](int bound) { return random.bounded(bound); };
+    PlainUser plain;
+    PlainScene &scene = plain.scene;
+    scene.view = view().widget()->size();
+    scene.guidesVisible = true;
+    scene.guides = view().guideLines();
+    scene.crosses[0] = {true, 1, 0, {}};
+    scene.crosses[1] = scene.crosses[2] = {false, 13, 0, {}};
+    scene.boxMode = 14;
+    const auto origin = [this] {
+        return view().spriteProvider()->spriteAt(0)->property("Origin").toPoint();
+    };
+    const auto read = [&] {
+        const PlainFrame frame(text(), line());
+        const QImage picture = view().spriteProvider()->spriteAt(0)->image();
+        scene.sprites = {{picture, 14, 0, frame.offset - origin(), 1, 1, 0, 1, 0}};
+        for (int kind = 0; kind < 2; ++kind)
+            plain.setText(kind, frame.boxes[kind]);
+    };
+    const QStringList frames{"frame: wren_jab_2", "frame: wren_hook_2", "frame: wren_stand_1",
+                             "frame: wren_sweep_2", "frame: wren_dive_2"};
+    scene.origin = Viewport::origin();
+    scene.zoom = double(view().zoomFactor());
+    read();
+    QStringList history{text()};
+    QStringList steps;
+    bool pressed = false;
+    QPoint mouse = Viewport::origin();
+    for (int step = 0; step < 1200; ++step) {
+        const int what = below(100);
+        const bool shift = below(3) == 0;
+        const bool control = below(10) == 0;
+        const Qt::KeyboardModifiers modifiers = (shift ? Qt::ShiftModifier : Qt::NoModifier) |
+                                                (control ? Qt::ControlModifier : Qt::NoModifier);
+        const bool left = below(8) != 0;
+        const Qt::MouseButton button = left ? Qt::LeftButton : Qt::RightButton;
+        steps.append(QStringLiteral("%1 at %2 %3 with %4%5")
+                         .arg(what)
+                         .arg(mouse.x())
+                         .arg(mouse.y())
+                         .arg(int(left))
+                         .arg(int(modifiers) >> 25));
+        if (what < 45) {
+            mouse = below(4) ? mouse + QPoint(below(33) - 16, below(33) - 16)
+                             : Viewport::origin() + QPoint(below(160) - 80, -below(150));
+            mouse = {qBound(31, mouse.x(), scene.view.width()),
+                     qBound(31, mouse.y(), scene.view.height())};
+            view().mouseMoved(mouse, modifiers);
+            plain.move(mouse);
+        } else if (what < 62) {
+            view().mousePressed(mouse, button, modifiers);
+            plain.press(mouse, left, shift, control);
+            pressed |= left;
+        } else if (what < 80) {
+            view().mouseReleased(mouse, button, modifiers);
+            plain.release(left, !left);
+            pressed &= !left;
+        } else if (what < 84) {
+            const QPoint way[] = {{-1, 0}, {0, -1}, {1, 0}, {0, 1}};
+            const int key = below(4);
+            view().keyPressed(Qt::Key_Left + key, modifiers);
+            if (!shift && !control)
+                plain.nudge(way[key]);
+        } else if (what < 86) {
+            view().keyPressed(Qt::Key_Delete, modifiers);
+            if (!shift && !control)
+                plain.remove();
+        } else if (what < 90) {
+            const int kind = below(2);
+            if (kind == 0)
+                pane().drawAttackBoxes(true);
+            else
+                pane().drawCollisionBoxes(true);
+            plain.enter(1, kind);
+            pressed = false;
+        } else if (what < 92) {
+            pane().drawAttackBoxes(false);
+            plain.position();
+        } else if (what < 94) {
+            view().mouseWheel(left ? 120 : -240);
+            scene.zoom = double(view().zoomFactor());
+        } else if (!pressed && what < 97) {
+            // A line of a box more, above all others.
+            QTextCursor cursor = host().surface()->editor()->textCursor();
+            while (!cursor.block().text().trimmed().startsWith("frame:"))
+                cursor.movePosition(QTextCursor::NextBlock);
+            cursor.movePosition(QTextCursor::StartOfBlock);
+            const int x = below(60) - 30;
+            const int y = -below(60);
+            cursor.insertText(QStringLiteral("    %1: %2, %3, %4, %5\n")
+                                  .arg(below(2) ? "strike" : "body")
+                                  .arg(x)
+                                  .arg(y)
+                                  .arg(x + 1 + below(30))
+                                  .arg(y + 1 + below(30)));
+            read();
+        } else if (!pressed) {
+            const Kiln::FrameCode *before = pane().frame();
+            goTo(frames[below(frames.size())]);
+            if (pane().frame() != before)
+                plain.deselect();
+            read();
+        }
+        if (below(60) == 0 && !pressed) {
+            const QPoint middle(scene.view.width() / 2, scene.view.height() * 3 / 4);
+            Viewport::setOrigin(middle);
+            scene.origin = middle;
+        }
+        if (text() != history.last()) {
+            history.append(text());
+            // What was dragged and not released is where the text has it again.
+            scene.sprites[0].position = PlainFrame(text(), line()).offset - origin();
+        }
+        const QString wrong = differences(plain);
+        QVERIFY2(wrong.isEmpty(),
+                 qPrintable(QStringLiteral("step %1: %2\n%3")
+                                .arg(step)
+                                .arg(wrong, QStringList(steps.mid(steps.size() - 10)).join("; "))));
+    }
+    QVERIFY(history.size() > 40);
+    while (history.size() > 1) {
+        QCOMPARE(text(), history.takeLast());
+        document()->undo();
+    }
+    QCOMPARE(text(), history.first());
+}
+
+int main(int argc, char **argv)
+{
+    return Contexts::run<tst_studio_frames>(argc, argv);
+}
+
+#include "tst_studio_frames.moc"
