@@ -389,6 +389,40 @@ private slots:
         lost->release();
     }
 
+    /// Groups of one number are counted over those of another and over what else stands between.
+    void documentEditorsCountOverOthers()
+    {
+        struct WithFrames : CodeParser {
+            struct Frame : ParentCode {
+                explicit Frame(CodeNode *previous)
+                    : ParentCode(CodeNode::Frame, previous)
+                {
+                }
+            };
+            CodeNode *parse(const QString &text,
+                            CodeNode *old,
+                            CodeNode *previous,
+                            RootCode *root,
+                            CodeParserSyntax *syntax) override
+            {
+                return text.startsWith("frame") ? (old ? old : new Frame(previous))
+                                                : plain.parse(text, old, previous, root, syntax);
+            }
+            Plain::Parser plain;
+        } frames;
+        document->setParser(&frames);
+        setText("[a:1]\nx = 1\nframe\n[b:2]\nframe\n[c:1]\n");
+        log.clear();
+        auto *const editor = new RecordingEditor(log);
+        document->registerDocumentEditor(editor, CodeNode::Group, 1);
+        editor->nodes = {node(0), node(5)};
+        document->insertAfter(node(4), QString("[d:1]"), true);
+        document->insert(QString("[e:1]"));
+        node(0)->remove(false);
+        QCOMPARE(log.join(", "), QString("insert 1, change 1, insert 3, change 3, remove 0"));
+        document.reset();
+    }
+
     void rowsOfAReset()
     {
         // Whoever counts rows by the signals alone arrives at the right number.
