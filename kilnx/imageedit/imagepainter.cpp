@@ -1,6 +1,7 @@
 #include <kilnx/imageedit/imagepainter.h>
 
 #include <kilnx/image/imagepalette.h>
+#include <kilnx/imageedit/reach_p.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -11,14 +12,6 @@ namespace Kiln
 
 namespace
 {
-
-/// Farther out no picture has pixels; a line from there is as good as one from its end.
-constexpr int farthest = 1 << 20;
-
-QPoint within(QPoint point)
-{
-    return {qBound(-farthest, point.x(), farthest), qBound(-farthest, point.y(), farthest)};
-}
 
 int direction(int difference)
 {
@@ -162,7 +155,7 @@ void ImagePainter::drawPoint(const QPoint &at)
 {
     if (!image)
         return;
-    const QRect pen = QRect(within(at), QSize(penSize, penSize))
+    const QRect pen = QRect(withinReach(at), QSize(penSize, penSize))
                           .intersected(image->rect())
                           .intersected(selection ? selection->mask.rect() : image->rect());
     for (int y = pen.top(); y <= pen.bottom(); ++y) {
@@ -175,8 +168,8 @@ void ImagePainter::drawPoint(const QPoint &at)
 
 void ImagePainter::drawLine(const QPoint &from, const QPoint &to)
 {
-    QPoint at = within(from);
-    const QPoint way = within(to) - at;
+    QPoint at = withinReach(from);
+    const QPoint way = withinReach(to) - at;
     const QPoint step(direction(way.x()), direction(way.y()));
     const bool steep = std::abs(way.y()) > std::abs(way.x());
     const int steps = qMax(std::abs(way.x()), std::abs(way.y()));

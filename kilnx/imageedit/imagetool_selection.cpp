@@ -1,5 +1,6 @@
 #include <kilnx/imageedit/imagerenderer.h>
 #include <kilnx/imageedit/imagetool.h>
+#include <kilnx/imageedit/reach_p.h>
 
 #include <QtGui/QPainter>
 
@@ -10,14 +11,6 @@ namespace Kiln
 
 namespace
 {
-
-/// A drag that leads farther than any picture is wide.
-constexpr int farthest = 1 << 20;
-
-QPoint within(QPoint point)
-{
-    return {qBound(-farthest, point.x(), farthest), qBound(-farthest, point.y(), farthest)};
-}
 
 bool isSelected(const QImage &mask, int x, int y)
 {
@@ -160,7 +153,7 @@ bool SelMoveTool::keyPressed(int key)
     if (way.isNull() || pressed || !split())
         return false;
     m_stepOpen = false;
-    const QPoint position = within(m_position + way);
+    const QPoint position = withinReach(m_position + way);
     if (!place(position))
         return true;
     m_position = position;
@@ -203,7 +196,7 @@ void SelMoveTool::mouseMoved(Qt::KeyboardModifiers,
     if (!pressed || !renderer)
         return;
     const QPointF way = QPointF(screen - screenPos) / renderer->zoom();
-    const QPoint offset = within(m_position + QPoint(qRound(way.x()), qRound(way.y())));
+    const QPoint offset = withinReach(m_position + QPoint(qRound(way.x()), qRound(way.y())));
     if (offset != m_placed)
         place(offset);
 }
@@ -229,7 +222,7 @@ void RectSelTool::mousePressed(Qt::KeyboardModifiers,
                                QPoint image,
                                QCursor &cursor)
 {
-    press(screen, within(image));
+    press(screen, withinReach(image));
     m_size = QPoint();
     cursor.setShape(Qt::CrossCursor);
 }
@@ -242,7 +235,7 @@ void RectSelTool::mouseReleased(Qt::KeyboardModifiers,
 {
     if (!std::exchange(pressed, false) || !renderer)
         return;
-    m_size = within(image) - imagePos;
+    m_size = withinReach(image) - imagePos;
     const QRect whole(QPoint(), renderer->canvas.size);
     const QRect chosen = dragged().isEmpty() ? whole : dragged().intersected(whole);
     ImageSelection &selection = renderer->canvas.selection;
@@ -260,7 +253,7 @@ void RectSelTool::mouseMoved(Qt::KeyboardModifiers,
 {
     cursor.setShape(Qt::CrossCursor);
     if (pressed)
-        m_size = within(image) - imagePos;
+        m_size = withinReach(image) - imagePos;
 }
 
 /// White dashes on black, so that the band shows on every picture.

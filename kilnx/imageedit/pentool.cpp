@@ -2,6 +2,7 @@
 
 #include <kilnx/imageedit/imagerenderer.h>
 #include <kilnx/imageedit/paletteremapwidget.h>
+#include <kilnx/imageedit/reach_p.h>
 
 #include <QtGui/QPainter>
 #include <QtWidgets/QHBoxLayout>
@@ -13,14 +14,6 @@ namespace
 {
 
 constexpr int largestPen = 24;
-/// A stroke that leads farther than any picture is wide.
-constexpr int farthest = 1 << 20;
-
-QPoint within(QPoint point)
-{
-    return {qBound(-farthest, point.x(), farthest), qBound(-farthest, point.y(), farthest)};
-}
-
 void drawHollowSquare(QPainter &painter, QPoint at, int side, const QColor &color)
 {
     painter.fillRect(QRect(at, QSize(side, 1)), color);
@@ -80,7 +73,7 @@ void BasePenTool::mousePressed(Qt::KeyboardModifiers modifiers,
         return;
     leftButton = button & Qt::LeftButton;
     shiftDown = modifiers & Qt::ShiftModifier;
-    press(screen, within(image));
+    press(screen, withinReach(image));
     apply(imagePos);
 }
 
@@ -97,7 +90,7 @@ void BasePenTool::mouseMoved(Qt::KeyboardModifiers,
                              QCursor &cursor)
 {
     cursor.setShape(Qt::CrossCursor);
-    const QPoint to = within(image);
+    const QPoint to = withinReach(image);
     if (!pressed || to == imagePos)
         return;
     const QPointer<BasePenTool> alive(this);
