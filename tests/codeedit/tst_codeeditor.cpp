@@ -302,8 +302,51 @@ void TestCodeEditor::currentLineIsPaintedAcross()
                         formatting.lineColor));
 }
 
+/// What a new view of a new document paints of a place, brought to the state of `view`.
+static QImage paintedAnew(const CodeEditor &view,
+                          const CodeEditor::SyntaxFormatting &formatting,
+                          QInputMethodEvent composition,
+                          const QRect &place)
+{
+    PlainDocument document(view.codeDocument()->toString());
+    CodeEditor anew;
+    anew.setSyntaxFormatting(formatting);
+    anew.setHorizontalScrollBarPolicy(view.horizontalScrollBarPolicy());
+    anew.resize(view.size());
+    anew.setDocument(&document);
+    anew.setFont(view.font());
+    anew.setAttribute(Qt::WA_DontShowOnScreen);
+    anew.show();
+    QFocusEvent focus(QEvent::FocusIn);
+    QApplication::sendEvent(&anew, &focus);
+    // Inner folds before those that they stand in.
+    QTextBlock line = document.lastBlock();
+    for (QTextBlock same = view.document()->lastBlock(); same.isValid(); same = same.previous()) {
+        if (CodeBlockData::testBlockData(same)->isFolded())
+            anew.toggleBlockVisible(line);
+        line = line.previous();
+    }
+    QTextCursor cursor(&document);
+    cursor.setPosition(view.textCursor().anchor());
+    cursor.setPosition(view.textCursor().position(), QTextCursor::KeepAnchor);
+    anew.setTextCursor(cursor);
+    if (!composition.preeditString().isEmpty())
+        QApplication::sendEvent(&anew, &composition);
+    QCoreApplication::processEvents();
+    anew.verticalScrollBar()->setValue(view.verticalScrollBar()->value());
+    // A view is as wide as the widest line that it has seen.
+    for (line = document.firstBlock(); line.isValid(); line = line.next())
+        document.documentLayout()->blockBoundingRect(line);
+    anew.horizontalScrollBar()->setMaximum(view.horizontalScrollBar()->maximum());
+    anew.horizontalScrollBar()->setValue(view.horizontalScrollBar()->value());
+    const QImage image = anew.grab(place).toImage();
+    anew.setDocument(nullptr);
+    return image;
+}
+
 /// After keys, compositions, folds, scrolls, selections and fonts the X server shows what the whole
-/// view would paint now, and each line has the colours that it has in a new document.
+/// view would paint now, and what a new view of the same would; each line has the colours that it
+/// has in a new document.
 void TestCodeEditor::screenIsTheTruth()
 {
     QApplication::setCursorFlashTime(0); // a blinking cursor is no difference
@@ -311,11 +354,15 @@ void TestCodeEditor::screenIsTheTruth()
     formatting.parenMatching = false; // comes later, by a timer
     m_editor->setSyntaxFormatting(formatting);
     m_editor->setFont(QFont("Courier", 10));
+    m_editor->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOn); // it knows lines it has shown
     m_document->fromString(sectionedText(12, 4).replace("of 1", "bad of (1) " + QString(90, '.')));
+    const auto place = [&] {
+        return m_editor->viewport()->geometry().united(margin()->geometry());
+    };
     const auto onScreen = [&] {
         for (int i = 0; i < 3; ++i)
             QCoreApplication::processEvents();
-        const QRect shown = m_editor->viewport()->geometry().united(margin()->geometry());
+        const QRect shown = place();
         return m_editor->screen()
             ->grabWindow(m_editor->winId(), shown.x(), shown.y(), shown.width(), shown.height())
             .toImage();
@@ -328,10 +375,12 @@ void TestCodeEditor::screenIsTheTruth()
         while (!line.text().startsWith("    "));
         return line;
     };
+    QInputMethodEvent composition;
     const auto compose = [&](const QString &text, int points) {
         QTextCharFormat format;
         format.setFontPointSize(points);
-        QInputMethodEvent event(text, {{QInputMethodEvent::TextFormat, 0, text.size(), format}});
+        composition = {text, {{QInputMethodEvent::TextFormat, 0, text.size(), format}}};
+        QInputMethodEvent event = composition;
         QApplication::sendEvent(m_editor.get(), &event);
     };
     for (int step = 0; step < 160; ++step) {
@@ -364,9 +413,12 @@ void TestCodeEditor::screenIsTheTruth()
             QTest::keyClick(m_editor.get(), Qt::Key_Down, Qt::ShiftModifier);
             break;
         case 5:
-        case 6:
-            m_editor->toggleBlockVisible(block(random.bounded(m_document->blockCount())));
+        case 6: { // what can be seen can be folded
+            const QTextBlock head = block(random.bounded(m_document->blockCount()));
+            if (head.isVisible())
+                m_editor->toggleBlockVisible(head);
             break;
+        }
         case 7:
             m_editor->verticalScrollBar()->setValue(
                 random.bounded(m_editor->verticalScrollBar()->maximum() + 1));
@@ -381,6 +433,10 @@ void TestCodeEditor::screenIsTheTruth()
         const QByteArray where =
             QStringLiteral("step %1, action %2").arg(step).arg(action).toUtf8();
         QVERIFY2(shown == onScreen(), where + ": something was not painted");
+        const QImage anew = paintedAnew(*m_editor, formatting, composition, place());
+        QVERIFY2(anew.convertToFormat(QImage::Format_RGB32) ==
+                     shown.convertToFormat(QImage::Format_RGB32),
+                 where + ": a new view shows something else");
         if (action == 2)
             compose(QString(), 10);
         // Nothing stands in for the colours of a line that is not parsed again.
