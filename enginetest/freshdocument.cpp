@@ -1,6 +1,7 @@
 #include <enginetest/freshdocument.h>
 
 #include <enginetest/treedump.h>
+
 #include <kilnx/code/animationcode.h>
 #include <kilnx/code/animations.h>
 #include <kilnx/code/codeblockdata.h>

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <enginetest/linemaker.h>
+
 #include <QRandomGenerator>
 #include <QStringList>
 #include <QTextCursor>
-
-#include <enginetest/linemaker.h>
 
 namespace Kiln
 {

@@ -3,6 +3,7 @@
 #include <enginetest/modelmirror.h>
 #include <enginetest/randomeditor.h>
 #include <enginetest/treedump.h>
+
 #include <kilnx/code/animations.h>
 #include <kilnx/code/codedocument.h>
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <QString>
-
 #include <enginetest/freshdocument.h>
 #include <enginetest/linemaker.h>
+
+#include <QString>
 
 namespace EngineTest
 {

@@ -1,10 +1,11 @@
 #pragma once
 
+#include <hostkit/export.h>
+
 #include <QtCore/QMap>
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
 #include <QtWidgets/QAction>
-#include <hostkit/export.h>
 
 namespace Kiln
 {

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <QtCore/QPointer>
-
 #include <hostkit/export.h>
+
 #include <kilnx/codeedit/codeworkspace.h>
+
+#include <QtCore/QPointer>
 
 namespace HostKit
 {

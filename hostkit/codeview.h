@@ -1,6 +1,7 @@
 #pragma once
 
 #include <hostkit/export.h>
+
 #include <kilnx/codeedit/codefileeditor.h>
 
 namespace Kiln

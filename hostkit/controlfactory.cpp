@@ -6,6 +6,7 @@
 #include <kilnx/project/controls.h>
 #include <kilnx/project/translator.h>
 
+#include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDoubleSpinBox>

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <hostkit/export.h>
+
 #include <QtCore/QAbstractItemModel>
 #include <QtCore/QObject>
 #include <QtCore/QVariant>
+
 #include <functional>
-#include <hostkit/export.h>
 
 namespace HostKit
 {

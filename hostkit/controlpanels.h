@@ -1,11 +1,11 @@
 #pragma once
 
+#include <hostkit/export.h>
+
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
 #include <QtCore/QSet>
 #include <QtCore/QVector>
-
-#include <hostkit/export.h>
 
 class QAction;
 class QDockWidget;

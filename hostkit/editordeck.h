@@ -1,14 +1,15 @@
 #pragma once
 
+#include <hostkit/controlpanels.h>
+#include <hostkit/export.h>
+
+#include <kilnx/project/project.h>
+
 #include <QtCore/QList>
 #include <QtCore/QObject>
 
 #include <type_traits>
 #include <utility>
-
-#include <hostkit/controlpanels.h>
-#include <hostkit/export.h>
-#include <kilnx/project/project.h>
 
 class QStackedWidget;
 

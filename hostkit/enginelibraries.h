@@ -1,10 +1,10 @@
 #pragma once
 
+#include <hostkit/export.h>
+
 #include <QtCore/QList>
 #include <QtCore/QObject>
 #include <QtCore/QStringList>
-
-#include <hostkit/export.h>
 
 namespace Kiln
 {

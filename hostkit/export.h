@@ -1,7 +1,8 @@
 #pragma once
 
-#include <QtCore/qglobal.h>
 #include <hostkit/export.h>
+
+#include <QtCore/qglobal.h>
 
 /// Marks what the host kit exports; everything else is hidden.
 #if defined(HOSTKIT_LIBRARY)

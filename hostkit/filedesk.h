@@ -1,7 +1,8 @@
 #pragma once
 
-#include <QtCore/QObject>
 #include <hostkit/export.h>
+
+#include <QtCore/QObject>
 
 class QWidget;
 

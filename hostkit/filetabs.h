@@ -1,7 +1,8 @@
 #pragma once
 
-#include <QtWidgets/QTabBar>
 #include <hostkit/export.h>
+
+#include <QtWidgets/QTabBar>
 
 namespace Kiln
 {

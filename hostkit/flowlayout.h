@@ -1,8 +1,9 @@
 #pragma once
 
+#include <hostkit/export.h>
+
 #include <QtCore/QList>
 #include <QtWidgets/QLayout>
-#include <hostkit/export.h>
 
 namespace HostKit
 {

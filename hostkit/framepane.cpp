@@ -26,8 +26,6 @@ namespace HostKit
 namespace
 {
 
-enum StatusField { PositionField = 3, GuidesField, RendererField };
-
 struct PaneAction {
     const char *key;
     int textId; // of Kiln::KilnTranslator
@@ -495,8 +493,9 @@ void FramePane::showStatus()
         d->interface.setStatusText(field, d->isShown ? text : QString());
     };
     const QPoint guides = d->viewport.guideLines();
-    tell(PositionField, tr("Position: %1, %2").arg(d->mouse.x()).arg(d->mouse.y()));
-    tell(GuidesField,
+    tell(Kiln::Interface::PositionField,
+         tr("Position: %1, %2").arg(d->mouse.x()).arg(d->mouse.y()));
+    tell(Kiln::Interface::GuidesField,
          tr("Horizontal guide: %1, Vertical guide: %2").arg(guides.y()).arg(guides.x()));
     const Kiln::FrameCode *frame = this->frame();
     const Kiln::AnimationCode *animation = frame ? animationOf(*frame) : nullptr;
@@ -514,7 +513,7 @@ void FramePane::showRenderer()
         d->workspace.isOnOpenGL() ? tr("Renderer: %1").arg(tr("OpenGL"))
         : wished                  ? tr("Renderer: %1").arg(tr("Native painter"))
                  : tr("OpenGL does not work here. Renderer: %1").arg(tr("Native painter"));
-    d->interface.setStatusText(RendererField, d->isShown ? text : QString());
+    d->interface.setStatusText(Kiln::Interface::RendererField, d->isShown ? text : QString());
 }
 
 /// The first time, and when it would be out of sight, the origin goes where the ground is: in the

@@ -4,6 +4,7 @@
 #include <hostkit/codesurface.h>
 #include <hostkit/codeview.h>
 #include <hostkit/controlpanels.h>
+#include <hostkit/dialogplaces.h>
 #include <hostkit/editordeck.h>
 #include <hostkit/enginelibraries.h>
 #include <hostkit/filedesk.h>
@@ -45,7 +46,6 @@ namespace
 {
 
 const char context[] = "HostKit::HostBase";
-const int encodingField = 2;
 
 } // namespace
 
@@ -89,7 +89,7 @@ public:
 
 // In the order in which the parts need each other; the window owns what it shows.
 struct HostBase::Private : QObject {
-    Private(QMainWindow *mainWindow, const Paths &places);
+    Private(QMainWindow *mainWindow, const Paths &hostPaths);
 
     bool eventFilter(QObject *watched, QEvent *event) override;
     bool closeProject();
@@ -103,6 +103,7 @@ struct HostBase::Private : QObject {
     QMainWindow *window;
     Paths paths;
     Settings settings;
+    DialogPlaces places;
     Theme theme;
     EngineLibraries engines;
     ProjectSession session;
@@ -120,10 +121,11 @@ struct HostBase::Private : QObject {
     bool busy = false;
 };
 
-HostBase::Private::Private(QMainWindow *mainWindow, const Paths &places)
+HostBase::Private::Private(QMainWindow *mainWindow, const Paths &hostPaths)
     : window(mainWindow)
-    , paths(places)
-    , settings(places.settings)
+    , paths(hostPaths)
+    , settings(hostPaths.settings)
+    , places(settings)
     , theme(settings)
     , session(engines)
     , menus(new Menus(window->menuBar()))
@@ -179,7 +181,7 @@ void HostBase::Private::connectParts()
             [this] { status->setMessageCounts(messages.errorCount(), messages.warningCount()); });
     connect(status, &StatusFields::fieldClicked, this, [this](int field) {
         Kiln::Workspace *workspace = deck->currentWorkspace();
-        if (field == encodingField && workspace)
+        if (field == EncodingField && workspace)
             workspace->statusClicked();
     });
     connect(desk.get(), &FileDesk::message, status,

@@ -1,10 +1,11 @@
 #pragma once
 
-#include <memory>
-
 #include <hostkit/export.h>
 #include <hostkit/paths.h>
+
 #include <kilnx/project/interface.h>
+
+#include <memory>
 
 class QMainWindow;
 
@@ -49,17 +50,8 @@ class Theme;
 class HOSTKIT_EXPORT HostBase : public Kiln::Interface
 {
 public:
-    /// Numbers of the host's own texts: those that the library reads, and the names of code
-    /// editors.
-    enum TextId {
-        XmlErrorTitle = 0,
-        XmlErrorText = 1,
-        NothingFoundTitle = 8,
-        DefinitionText = 100,
-        CodeText,
-        AnimationText,
-        CommandText
-    };
+    /// Numbers of the host's own texts beside Interface::TextId: the names of code editors.
+    enum EditorTextId { DefinitionText = 100, CodeText, AnimationText, CommandText };
 
     HostBase(QMainWindow *window, const Paths &paths);
     ~HostBase() override;

@@ -1,8 +1,9 @@
 #pragma once
 
+#include <hostkit/export.h>
+
 #include <QtCore/QMap>
 #include <QtCore/QObject>
-#include <hostkit/export.h>
 
 class QMenu;
 class QMenuBar;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <hostkit/export.h>
+
 #include <kilnx/project/messages.h>
 
 #include <QtCore/QAbstractTableModel>
@@ -21,7 +22,7 @@ class HOSTKIT_EXPORT MessageTable : public QAbstractTableModel
 public:
     explicit MessageTable(QObject *parent = nullptr);
 
-    /// Appends the list of a project, which leaves by itself when it ends.
+    /// Appends the list of a project, which leaves by itself when it is destroyed.
     void addList(Kiln::MessageList *list);
     void removeList(Kiln::MessageList *list);
 

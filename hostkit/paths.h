@@ -1,8 +1,8 @@
 #pragma once
 
-#include <QtCore/QString>
-
 #include <hostkit/export.h>
+
+#include <QtCore/QString>
 
 namespace HostKit
 {

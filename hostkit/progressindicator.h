@@ -1,6 +1,7 @@
 #pragma once
 
 #include <hostkit/export.h>
+
 #include <kilnx/project/interface.h>
 
 #include <QtWidgets/QProgressDialog>
@@ -9,7 +10,7 @@ namespace HostKit
 {
 
 /// A progress that the library asked for: a small window that appears only when the work lasts.
-/// It ends itself in finish().
+/// It destroys itself in finish().
 class HOSTKIT_EXPORT ProgressIndicator : public Kiln::Progress
 {
 public:

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <hostkit/export.h>
+
+#include <kilnx/project/parentproject.h>
+
 #include <QtCore/QList>
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
-#include <hostkit/export.h>
-#include <kilnx/project/parentproject.h>
 
 namespace Kiln
 {
@@ -62,9 +64,9 @@ public:
 Q_SIGNALS:
     /// Another project is open, or none.
     void changed();
-    /// The projects are about to end: let go of their files.
+    /// The projects are about to be destroyed: let go of their files.
     void aboutToClose();
-    /// The file is about to end.
+    /// The file is about to be destroyed.
     void fileRemoved(Kiln::ProjectFile *file);
 
 private:

@@ -1,10 +1,11 @@
 #pragma once
 
+#include <hostkit/export.h>
+
 #include <QtCore/QHash>
 #include <QtCore/QObject>
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
-#include <hostkit/export.h>
 
 class QSettings;
 

@@ -1,8 +1,9 @@
 #pragma once
 
+#include <hostkit/export.h>
+
 #include <QtCore/QVector>
 #include <QtWidgets/QStatusBar>
-#include <hostkit/export.h>
 
 class QToolButton;
 

@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QHash>
+#include <QStyle>
 
 namespace HostKit
 {

@@ -1,10 +1,11 @@
 #pragma once
 
+#include <hostkit/export.h>
+
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtGui/QColor>
 #include <QtGui/QPalette>
-#include <hostkit/export.h>
 
 namespace HostKit
 {

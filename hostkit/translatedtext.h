@@ -1,8 +1,10 @@
 #pragma once
 
-#include <QtCore/QObject>
-#include <functional>
 #include <hostkit/export.h>
+
+#include <QtCore/QObject>
+
+#include <functional>
 
 class QWidget;
 

@@ -2,6 +2,8 @@
 
 #include <hostkit/widgets.h>
 
+#include <kilnx/project/editor.h>
+
 #include <QCheckBox>
 #include <QGridLayout>
 #include <QKeyEvent>
@@ -86,7 +88,7 @@ void FindBar::findNext()
 
 void FindBar::findPrevious()
 {
-    emit findRequested(m_text->text(), flags() | Backward);
+    emit findRequested(m_text->text(), flags() | Kiln::Editor::Backward);
 }
 
 void FindBar::replaceOne()
@@ -111,11 +113,11 @@ unsigned int FindBar::flags() const
 {
     unsigned int flags = 0;
     if (m_regularExpression->isChecked())
-        flags |= RegularExpression;
+        flags |= Kiln::Editor::RegularExpression;
     if (m_caseSensitive->isChecked())
-        flags |= CaseSensitive;
+        flags |= Kiln::Editor::CaseSensitive;
     if (m_wrap->isChecked())
-        flags |= Wrap;
+        flags |= Kiln::Editor::WrapAround;
     return flags;
 }
 

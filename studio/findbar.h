@@ -10,21 +10,12 @@ namespace Studio
 
 /// The strip under an editor that finds and replaces text in its current file.
 ///
-/// It knows no editor: it asks by signal, with the flag bits that editors understand.
+/// It knows no editor: it asks by signal, with the flags that editors understand.
 class FindBar : public QWidget
 {
     Q_OBJECT
 
 public:
-    /// Bits of the `flags` of an editor's find and replace.
-    enum Flag {
-        RegularExpression = 1,
-        CaseSensitive = 2,
-        Backward = 4,
-        Wrap = 8,
-        Silent = 16 ///< no "Nothing found!" box
-    };
-
     explicit FindBar(QWidget *parent = nullptr);
 
     /// Shows the bar with the focus in the search field; `text`, unless empty, replaces its

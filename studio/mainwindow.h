@@ -1,9 +1,9 @@
 #pragma once
 
+#include <hostkit/hostbase.h>
+
 #include <QMainWindow>
 #include <QStringList>
-
-#include <hostkit/hostbase.h>
 
 namespace Studio
 {

@@ -1,9 +1,10 @@
 // What the commands of the window do.
 
+#include "mainwindow.h"
+
 #include "findbar.h"
 #include "findinfilesdock.h"
 #include "mainactions.h"
-#include "mainwindow.h"
 #include "messagesdock.h"
 #include "panelcycle.h"
 #include "projecttreedock.h"

@@ -1,7 +1,8 @@
 // What the window does with whole projects.
 
-#include "mainactions.h"
 #include "mainwindow.h"
+
+#include "mainactions.h"
 #include "messagesdock.h"
 #include "outputdock.h"
 #include "projecttreedock.h"

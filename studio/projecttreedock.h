@@ -22,7 +22,7 @@ public:
     explicit ProjectTreeDock(QWidget *parent = nullptr);
 
     /// Shows the tree of `project`, null for none. The project must outlive this until the next
-    /// call, or end itself.
+    /// call, or go.
     void setProject(Kiln::ParentProject *project);
 
     QTreeView *view() const { return m_view; }

@@ -77,7 +77,7 @@ private:
     /// Drags from a place of the viewport to another, both in image pixels.
     void dragInView(QPoint from, QPoint to);
     void type(const QString &text);
-    /// Triggers an action whose modal dialog is shown by `act`, which must end the dialog.
+    /// Triggers an action whose modal dialog is shown by `act`, which must close the dialog.
     bool throughDialog(const std::function<void()> &trigger,
                        const std::function<bool(QDialog *)> &act);
     void endStrayDialog();

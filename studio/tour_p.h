@@ -1,10 +1,10 @@
 #pragma once
 
-#include <QTemporaryDir>
-#include <QTimer>
-
 #include "mainwindow.h"
 #include "tour.h"
+
+#include <QTemporaryDir>
+#include <QTimer>
 
 namespace Studio
 {

@@ -1,11 +1,12 @@
 // The steps of the tour, each with the conditions that tell whether it happened.
 
+#include "tour_p.h"
+
 #include "findinfilesdock.h"
 #include "mainactions.h"
 #include "messagesdock.h"
 #include "outputdock.h"
 #include "projecttreedock.h"
-#include "tour_p.h"
 
 #include <hostkit/codesurface.h>
 #include <hostkit/editordeck.h>

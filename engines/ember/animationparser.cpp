@@ -71,7 +71,7 @@ CodeNode *parseFrame(const Line &line, CodeNode *old, CodeNode *previous, EmberP
 {
     QVector<Fault> faults;
     const FrameValues values = readFrame(line, &faults);
-    CodeNode *const animation = animationAt(previous);
+    CodeNode *animation = animationAt(previous);
     paint.token(CodeParserSyntax::Keyword, line.parts.keyRanges.first());
     paint.token(CodeParserSyntax::Name, line.subjectRange);
     paintClauses(paint, line);
@@ -129,7 +129,7 @@ CodeNode *EmberAnimationParser::parse(const QString &text,
     case Strike:
     case Body:
         return parseBox(line, old, previous, paint);
-    case Stranger:
+    case Unknown:
     case Broken:
         paint.error(CodeParserSyntax::Invalid,
                     translated("'@animation', 'frame:', 'strike:' or 'body:' expected"),

@@ -171,7 +171,7 @@ Line Line::read(const QString &text)
         line.kind = Broken;
         return line;
     case EmberLine::Header: {
-        line.kind = line.parts.word == QLatin1String("animation") ? Header : Stranger;
+        line.kind = line.parts.word == QLatin1String("animation") ? Header : Unknown;
         const int word = text.indexOf(line.parts.word, line.parts.code.begin + line.parts.level);
         line.readClauses({word + line.parts.word.size(), line.parts.code.end});
         return line;
@@ -183,7 +183,7 @@ Line Line::read(const QString &text)
     line.kind = key == QLatin1String("frame")    ? Frame
                 : key == QLatin1String("strike") ? Strike
                 : key == QLatin1String("body")   ? Body
-                                                 : Stranger;
+                                                 : Unknown;
     if (line.kind == Frame) {
         line.readClauses(line.parts.valueRange);
     } else {

@@ -20,7 +20,7 @@
 namespace EmberAnimationText
 {
 
-enum Kind { Blank, Header, Frame, Strike, Body, Stranger, Broken };
+enum Kind { Blank, Header, Frame, Strike, Body, Unknown, Broken };
 
 using Range = EmberLine::Range;
 

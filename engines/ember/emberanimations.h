@@ -7,7 +7,7 @@
 
 class EmberDocument;
 
-/// The animations of an Ember document. It registers itself there, and the document ends it.
+/// The animations of an Ember document. It registers itself there, and the document destroys it.
 class EMBER_EXPORT EmberAnimations : public Kiln::Animations
 {
     Q_OBJECT

@@ -3,6 +3,7 @@
 #include "export.h"
 
 #include <kilnx/code/codedocument.h>
+#include <kilnx/project/project.h>
 
 class EmberAnimations;
 
@@ -10,16 +11,16 @@ class EmberAnimations;
 ///
 /// It hands its text to the EmberParser, and enables the sections that belong into a file of its
 /// kind; a file of animations has the EmberAnimationParser and a list. Made with `new`; release()
-/// ends it, which its Project does for the files it owns.
+/// destroys it, which its Project does for the files it owns.
 class EMBER_EXPORT EmberDocument : public Kiln::CodeDocument
 {
 public:
     /// What kind of file it is; RootCode::fileType() tells. For a definition the number is that of
     /// Kiln::Project::Type, because the project takes its type from it.
     enum FileType : short {
-        Character = 0,
-        Stage = 1,
-        Game = 6,
+        Character = Kiln::Project::Character,
+        Stage = Kiln::Project::Background,
+        Game = Kiln::Project::Game,
         Commands = 100,
         States = 101,
         Animations = 102,
@@ -28,7 +29,7 @@ public:
 
     explicit EmberDocument(FileType type);
 
-    /// The type that the suffix of a file name tells; `NoFileType` for a stranger.
+    /// The type that the suffix of a file name tells; `NoFileType` for any other.
     static FileType typeOfFile(const QString &fileName);
     /// The suffix of files of a type, without the dot.
     static const char *suffix(FileType type);

@@ -66,7 +66,7 @@ struct Reading {
     QString warning;
 };
 
-/// The kind of section that `word` opens, `Unknown` for a stranger.
+/// The kind of section that `word` opens, `Unknown` for any other.
 EMBER_EXPORT Section sectionByWord(const QString &word);
 /// The word that opens a section of this kind; empty for `Unknown`.
 EMBER_EXPORT QString sectionWord(unsigned int section);

@@ -109,7 +109,7 @@ bool EmberParentProject::openProjects(const QStringList &definitions)
 
 void EmberParentProject::close()
 {
-    // The last one ends this object, so nothing of it is touched inside the loop.
+    // The last one destroys this object, so nothing of it is touched inside the loop.
     const QList<Kiln::Project *> projects = openedProjects();
     for (Kiln::Project *project : projects)
         project->release();

@@ -7,7 +7,7 @@
 /// A directory with a game of Ember, or with single characters and stages.
 ///
 /// The tree shows the files that the definitions name, and two directories by convention: "shared"
-/// for code that several definitions use, and "notes" for text. It ends itself with its last
+/// for code that several definitions use, and "notes" for text. It destroys itself with its last
 /// project: close() releases them all.
 class EMBER_EXPORT EmberParentProject : public Kiln::ParentProject
 {

@@ -44,7 +44,7 @@ private:
     CodeNode *m_previous;
     Kiln::RootCode *m_root;
     EmberPaint m_paint;
-    QVector<const EmberLanguage::Entry *> m_entries; ///< of the keys, null for strangers
+    QVector<const EmberLanguage::Entry *> m_entries; ///< of the keys, null for unknown ones
     QStringList m_names;                             ///< of the keys, in their present spelling
 };
 

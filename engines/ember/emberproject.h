@@ -16,7 +16,7 @@ class EmberParentProject;
 
 /// A character, a stage or a game: one definition and the code files that it names.
 ///
-/// open() makes it; release() ends it, like any Kiln::Project. Its message table holds, beside
+/// open() makes it; release() destroys it, like any Kiln::Project. Its message table holds, beside
 /// the messages of its files, a warning for each named file that cannot be read.
 class EMBER_EXPORT EmberProject : public Kiln::Project
 {

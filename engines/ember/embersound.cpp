@@ -26,7 +26,7 @@ Kiln::SoundSample EmberSoundData::sample() const
 /// The file tells the length by the number of frames, so that is taken from the data.
 void EmberSoundData::setSample(const Kiln::SoundSample &sample)
 {
-    info = sample;
+    info = static_cast<const Kiln::SampleInfo &>(sample);
     const int frameSize = info.frameSize();
     info.samples = frameSize == 0 ? 0 : static_cast<unsigned int>(sample.data.size() / frameSize);
     const QByteArray data = sample.data.left(static_cast<int>(EmberPeal::sampleBytes(info)));

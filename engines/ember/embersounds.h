@@ -8,7 +8,7 @@
 ///
 /// The sounds lie encoded in a store; opening decodes none, and saving writes them as they lie.
 /// Every change is a step of undo, which keeps the old item in the store and nothing twice. Made
-/// with `new`; release() ends it.
+/// with `new`; release() destroys it.
 class EMBER_EXPORT EmberSounds : public EmberList<Kiln::Sounds, EmberSound>
 {
     Q_OBJECT

@@ -1,6 +1,7 @@
 // spark-check LIBRARY: edits a file of Spark without sense, some thousand times, and compares it
 // after each edit with a fresh one. Write yours first: it finds what a parser forgets.
 #include <enginetest/randomrun.h>
+
 #include <kilnx/code/codedocument.h>
 #include <kilnx/project/engine.h>
 #include <kilnx/project/engineplugin.h>

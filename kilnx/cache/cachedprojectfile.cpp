@@ -1,4 +1,5 @@
 #include <kilnx/cache/cachedprojectfile.h>
+
 #include <kilnx/cache/streamcachedata.h>
 #include <kilnx/project/messages.h>
 

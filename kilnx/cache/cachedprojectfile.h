@@ -1,9 +1,9 @@
 #pragma once
 
-#include <memory>
-
 #include <kilnx/project/projectfile.h>
 #include <kilnx/project/propertyitem.h>
+
+#include <memory>
 
 namespace Kiln
 {
@@ -33,7 +33,7 @@ protected:
 
 /// A file of many binary items, which it keeps in a cache of its own.
 ///
-/// An engine derives its containers from it, and ends its items before the file: the cache goes
+/// An engine derives its containers from it, and destroys its items before the file: the cache goes
 /// with the file, and an item that is left refers to a dead one.
 class KILNX_EXPORT CachedProjectFile : public ProjectFile
 {

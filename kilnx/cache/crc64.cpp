@@ -1,4 +1,5 @@
 #include <kilnx/cache/crc64.h>
+
 #include <kilnx/cache/crc64_p.h>
 
 #include <QtCore/qendian.h>

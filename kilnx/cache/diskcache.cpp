@@ -100,7 +100,7 @@ StreamCache::Type DiskCache::type() const
     return Disk;
 }
 
-QByteArray DiskCache::rawData(Item *const item) const
+QByteArray DiskCache::rawData(Item *item) const
 {
     return m_file->readAt(static_cast<DiskItem *>(item)->offset, item->packedSize);
 }

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <memory>
-
 #include <kilnx/cache/packedcache.h>
+
+#include <memory>
 
 namespace Kiln
 {
@@ -31,7 +31,7 @@ private:
     class DiskItem;
     class StoreFile;
 
-    QByteArray rawData(Item *const item) const override;
+    QByteArray rawData(Item *item) const override;
     Item *add(const QByteArray &data,
               unsigned char filter,
               void *const param,

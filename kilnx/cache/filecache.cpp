@@ -61,7 +61,7 @@ StreamCache::Type FileCache::type() const
     return File;
 }
 
-QByteArray FileCache::itemData(Item *const item) const
+QByteArray FileCache::itemData(Item *item) const
 {
     QByteArray data;
     if (item)
@@ -69,7 +69,7 @@ QByteArray FileCache::itemData(Item *const item) const
     return data;
 }
 
-QByteArray FileCache::itemRawData(Item *const item) const
+QByteArray FileCache::itemRawData(Item *item) const
 {
     if (!item)
         return QByteArray();
@@ -123,7 +123,7 @@ QString FileCache::fileName(Item *item) const
     return item ? fileItem(item)->fileName : QString();
 }
 
-bool FileCache::itemIsValid(Item *const item) const
+bool FileCache::itemIsValid(Item *item) const
 {
     if (!item)
         return false;

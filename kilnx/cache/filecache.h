@@ -6,7 +6,7 @@ namespace Kiln
 {
 
 /// A store of one ordinary file for each item: for containers that are a directory of pictures
-/// rather than one packed file. The files are the user's; they stay when the cache ends.
+/// rather than one packed file. The files are the user's; they stay when the cache is destroyed.
 ///
 /// The suffix of the name, in any letter case, gives the item's filter: 4 for "png", 5 for "pcx",
 /// 6 for "gif", 7 for "act", 0 for any other. A GIF that is added without a parameter gets filter
@@ -19,9 +19,9 @@ public:
     Type type() const override;
     /// What `readFilter` makes of the file. Empty, unlike in the other stores, when no coder
     /// answers.
-    QByteArray itemData(Item *const item) const override;
+    QByteArray itemData(Item *item) const override;
     /// The whole file; empty when it cannot be read.
-    QByteArray itemRawData(Item *const item) const override;
+    QByteArray itemRawData(Item *item) const override;
     /// `name` is the file's name in the local 8-bit encoding. The file need not exist; the filter
     /// that is given is ignored.
     Item *addItem(const QByteArray &name,
@@ -43,7 +43,7 @@ public:
     QString fileName(Item *item) const;
     /// Looks the size of the file up again, and returns whether it is not 0: false also for a file
     /// that is missing.
-    bool itemIsValid(Item *const item) const;
+    bool itemIsValid(Item *item) const;
     /// Renames the file. The item takes the new name even if that fails.
     void renameItem(Item *item, const QString &newName);
     /// Deletes the item's file from the disk. The item stays in the list.

@@ -1,5 +1,6 @@
-#include <kilnx/cache/crc64.h>
 #include <kilnx/cache/packedcache.h>
+
+#include <kilnx/cache/crc64.h>
 
 namespace Kiln
 {
@@ -18,7 +19,7 @@ crcToStore(const QByteArray &data, unsigned char filter, unsigned long long give
 
 } // namespace
 
-QByteArray PackedCache::pack(const QByteArray &data, unsigned char filter, void *const param) const
+QByteArray PackedCache::pack(const QByteArray &data, unsigned char filter, void *param) const
 {
     QByteArray packed;
     if (filter != 0)
@@ -28,7 +29,7 @@ QByteArray PackedCache::pack(const QByteArray &data, unsigned char filter, void 
     return packed.isEmpty() ? data : packed;
 }
 
-QByteArray PackedCache::itemData(StreamCache::Item *const item) const
+QByteArray PackedCache::itemData(StreamCache::Item *item) const
 {
     if (!item)
         return QByteArray();
@@ -41,7 +42,7 @@ QByteArray PackedCache::itemData(StreamCache::Item *const item) const
     return data.isEmpty() ? raw : data;
 }
 
-QByteArray PackedCache::itemRawData(StreamCache::Item *const item) const
+QByteArray PackedCache::itemRawData(StreamCache::Item *item) const
 {
     if (!item)
         return QByteArray();
@@ -79,7 +80,7 @@ StreamCache::Type MemoryCache::type() const
     return Memory;
 }
 
-QByteArray MemoryCache::rawData(PackedCache::Item *const item) const
+QByteArray MemoryCache::rawData(PackedCache::Item *item) const
 {
     return static_cast<Item *>(item)->data;
 }

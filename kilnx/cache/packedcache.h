@@ -27,10 +27,10 @@ public:
 
     /// The decoded bytes. Where decoding gives nothing, the stored bytes as they are: a block that
     /// cannot be read and one that was never packed look alike.
-    QByteArray itemData(StreamCache::Item *const item) const override;
+    QByteArray itemData(StreamCache::Item *item) const override;
     /// The stored bytes for a filter other than 0, the decoded ones for filter 0: the internal
     /// compression never reaches a file.
-    QByteArray itemRawData(StreamCache::Item *const item) const override;
+    QByteArray itemRawData(StreamCache::Item *item) const override;
     StreamCache::Item *addItem(const QByteArray &data,
                                unsigned char filter,
                                void *const param,
@@ -43,7 +43,7 @@ public:
 
 private:
     /// The stored bytes.
-    virtual QByteArray rawData(Item *const item) const = 0;
+    virtual QByteArray rawData(Item *item) const = 0;
     /// Creates an item that holds these bytes. The caller puts it into the list.
     virtual Item *add(const QByteArray &data,
                       unsigned char filter,
@@ -56,7 +56,7 @@ private:
                      void *const param,
                      unsigned long long crc) = 0;
 
-    QByteArray pack(const QByteArray &data, unsigned char filter, void *const param) const;
+    QByteArray pack(const QByteArray &data, unsigned char filter, void *param) const;
 };
 
 /// A store on the heap.
@@ -76,7 +76,7 @@ public:
     Type type() const override;
 
 private:
-    QByteArray rawData(PackedCache::Item *const item) const override;
+    QByteArray rawData(PackedCache::Item *item) const override;
     PackedCache::Item *add(const QByteArray &data,
                            unsigned char filter,
                            void *const param,

@@ -1,8 +1,9 @@
+#include <kilnx/cache/streamcache.h>
+
 #include <kilnx/cache/crc64.h>
 #include <kilnx/cache/diskcache.h>
 #include <kilnx/cache/filecache.h>
 #include <kilnx/cache/packedcache.h>
-#include <kilnx/cache/streamcache.h>
 #include <kilnx/project/interface.h>
 
 namespace Kiln
@@ -88,7 +89,7 @@ void StreamCache::removeItem(Item *item)
 
 // The items whose checksum is that of `data` are looked at first. An item of unknown checksum can
 // only win when it stands before the match found so far.
-StreamCache::Item *StreamCache::find(const QByteArray &data, Item *const exclude) const
+StreamCache::Item *StreamCache::find(const QByteArray &data, Item *exclude) const
 {
     if (data.isEmpty())
         return nullptr;

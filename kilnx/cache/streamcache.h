@@ -1,5 +1,7 @@
 #pragma once
 
+#include <kilnx/export.h>
+
 #include <QtCore/QByteArray>
 #include <QtCore/QHash>
 #include <QtCore/QList>
@@ -7,8 +9,6 @@
 
 #include <map>
 #include <utility>
-
-#include <kilnx/export.h>
 
 namespace Kiln
 {
@@ -78,9 +78,9 @@ public:
 
     virtual Type type() const = 0;
     /// The decoded bytes; empty for null.
-    virtual QByteArray itemData(Item *const item) const = 0;
+    virtual QByteArray itemData(Item *item) const = 0;
     /// The bytes in the encoding of the file format; empty for null.
-    virtual QByteArray itemRawData(Item *const item) const = 0;
+    virtual QByteArray itemRawData(Item *item) const = 0;
     /// Stores a new item at the end of the list. `data` is in decoded form (but a file name for a
     /// `FileCache`); `crc` is its checksum, or 0 to let the store find it when it is needed. The
     /// store keeps bytes of its own, so `data` may refer to a buffer (`QByteArray::fromRawData`).
@@ -105,7 +105,7 @@ public:
     /// The first item whose decoded bytes are `data`, without looking at `exclude`; null when there
     /// is none. Empty data is never found. Costs the logarithm of the number of items, and decodes
     /// only items of the same checksum and, once, those whose checksum was unknown.
-    Item *find(const QByteArray &data, Item *const exclude) const;
+    Item *find(const QByteArray &data, Item *exclude) const;
     /// Whether two items have the same bytes. Items of one filter whose checksums are known are
     /// compared in raw form, all others in decoded form. Empty items are equal to nothing.
     bool isEqual(Item *first, Item *second) const;

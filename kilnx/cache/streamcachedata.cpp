@@ -1,5 +1,6 @@
-#include <kilnx/cache/filecache.h>
 #include <kilnx/cache/streamcachedata.h>
+
+#include <kilnx/cache/filecache.h>
 
 namespace Kiln
 {

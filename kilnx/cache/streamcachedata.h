@@ -8,12 +8,12 @@ namespace Kiln
 /// The counted handle on one item of a `StreamCache`, which every sprite and sound carries. An
 /// engine derives its own record from it, with what its format keeps beside the bytes.
 ///
-/// The handle stands for its item: when it ends, the item is removed from the cache. The cache must
-/// outlive its handles.
+/// The handle stands for its item: when it is destroyed, the item is removed from the cache. The
+/// cache must outlive its handles.
 ///
 /// Copying copies the pointers and the count, and makes no second item: the copies share one item,
 /// and the end of any of them removes it. After that the others must not be used any more; only
-/// their own end is harmless, as long as nothing was added to the cache in between.
+/// their own destruction is harmless, as long as nothing was added to the cache in between.
 struct KILNX_EXPORT StreamCacheData {
     /// An empty handle. `cache` is not owned.
     explicit StreamCacheData(StreamCache *cache);

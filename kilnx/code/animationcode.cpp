@@ -1,9 +1,11 @@
-#include <QtGui/QTextCursor>
 #include <kilnx/code/animationcode.h>
+
 #include <kilnx/code/codedocument.h>
 #include <kilnx/code/framecode.h>
 #include <kilnx/code/noderows_p.h>
 #include <kilnx/code/rootcode.h>
+
+#include <QtGui/QTextCursor>
 
 namespace Kiln
 {
@@ -25,7 +27,7 @@ void AnimationCode::takeFramesBelow()
     }
     // They leave where they were last one first, which moves no rows there.
     for (auto node = below.crbegin(); node != below.crend(); ++node) {
-        if (ParentCode *const above = (*node)->parent())
+        if (ParentCode *above = (*node)->parent())
             above->removeChild(*node);
     }
     for (CodeNode *node : qAsConst(below)) {
@@ -39,14 +41,14 @@ AnimationCode::~AnimationCode()
     handFramesOn();
     handValuesBack();
     // While it is still an animation, so that whoever keeps lists of animations finds it.
-    if (ParentCode *const container = parent())
+    if (ParentCode *container = parent())
         container->removeChild(this);
 }
 
 /// Values that only this animation kept from the group above.
 void AnimationCode::handValuesBack()
 {
-    CodeNode *const above = section();
+    CodeNode *above = section();
     if (!above || above->type() != Group)
         return;
     for (CodeNode *node = next(); node; node = node->next()) {
@@ -61,7 +63,7 @@ void AnimationCode::handFramesOn()
 {
     if (m_frames.isEmpty())
         return;
-    CodeNode *const above = previous(Animation, Group);
+    CodeNode *above = previous(Animation, Group);
     const QList<FrameCode *> left = m_frames;
     while (!m_frames.isEmpty())
         removeChild(m_frames.last());
@@ -82,7 +84,7 @@ int AnimationCode::lastLine() const
         if (node->type() == Group || node->type() == Animation)
             return node->firstLine() - 1;
     }
-    const CodeDocument *const owner = document();
+    const CodeDocument *owner = document();
     return owner ? owner->blockCount() : lineNo();
 }
 
@@ -93,7 +95,7 @@ QString AnimationCode::code() const
 
 void AnimationCode::setCode(const QString &text)
 {
-    CodeDocument *const owner = document();
+    CodeDocument *owner = document();
     if (!owner)
         return;
     owner->insertOnCursor(text.trimmed() + QLatin1String("\n\n"), selectAll());
@@ -112,8 +114,8 @@ int AnimationCode::indexOfFrame(const FrameCode *frame) const
 
 void AnimationCode::removeFrame(unsigned int index)
 {
-    CodeDocument *const owner = document();
-    FrameCode *const frame = frameAt(index);
+    CodeDocument *owner = document();
+    FrameCode *frame = frameAt(index);
     if (!owner || !frame)
         return;
     frame->remove(true);
@@ -141,25 +143,15 @@ void AnimationCode::insertChild(CodeNode *child, unsigned int index)
         child->m_parent->removeChild(child);
     if (child->type() != Frame)
         return;
-    child->m_parent = this;
-    const int row = int(qMin(index, frameCount()));
-    beginInsert(this, row);
-    m_frames.insert(row, static_cast<FrameCode *>(child));
-    NodeRows::remember(child, row, m_lastRow);
-    endInsert();
-    tellRowsFrom(row + 1);
+    auto *frame = static_cast<FrameCode *>(child);
+    tellRowsFrom(NodeRows::insert(this, m_frames, frame, index, m_lastRow) + 1);
 }
 
 void AnimationCode::removeChild(CodeNode *child)
 {
-    child->m_parent = nullptr;
-    const int row = childIndex(child);
-    if (row < 0)
-        return;
-    beginRemove(this, row);
-    m_frames.removeAt(row);
-    endRemove();
-    tellRowsFrom(row);
+    const int row = NodeRows::remove(this, m_frames, child, m_lastRow);
+    if (row >= 0)
+        tellRowsFrom(row);
 }
 
 /// Frames without a name are shown by their numbers, which other frames have changed.
@@ -167,7 +159,7 @@ void AnimationCode::tellRowsFrom(int row)
 {
     if (row >= m_frames.size() || !parent() || parent()->type() != Root)
         return;
-    auto *const root = static_cast<RootCode *>(parent());
+    auto *root = static_cast<RootCode *>(parent());
     const QModelIndex own = root->index(root->childIndex(this), 0);
     const int rows = root->rowCount(own);
     if (row < rows)

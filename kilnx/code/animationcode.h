@@ -1,9 +1,10 @@
 #pragma once
 
-#include <QtCore/QList>
 #include <kilnx/code/codenode.h>
 #include <kilnx/code/namedcode.h>
 #include <kilnx/export.h>
+
+#include <QtCore/QList>
 
 namespace Kiln
 {
@@ -13,9 +14,9 @@ class FrameCode;
 ///
 /// An engine derives from it, with an identifier that a number or a name makes unique in the file,
 /// as property "Identifier". When it is constructed it places itself in the tree and takes over the
-/// frames below its line; when it ends it hands them to the animation above. An engine whose
-/// comments above a header belong to the animation overrides firstLine(): everything that copies,
-/// moves or removes animations goes by it.
+/// frames below its line; when it is destroyed it hands them to the animation above. An engine
+/// whose comments above a header belong to the animation overrides firstLine(): everything that
+/// copies, moves or removes animations goes by it.
 class KILNX_EXPORT AnimationCode : public ParentCode, public NamedCode
 {
 public:
@@ -44,7 +45,7 @@ public:
     unsigned int frameCount() const { return unsigned(m_frames.size()); }
     /// Null if `index` is out of range.
     FrameCode *frameAt(unsigned int index) const;
-    /// The row of `frame`, -1 for a stranger.
+    /// The row of `frame`, -1 if it is not in the list.
     int indexOfFrame(const FrameCode *frame) const;
     /// Removes the frame's lines from the text, with the comments and boxes above it; nothing if
     /// `index` is out of range.

@@ -1,13 +1,15 @@
-#include <algorithm>
+#include <kilnx/code/animations.h>
+
+#include <kilnx/code/codedocument.h>
+#include <kilnx/project/messages.h>
+#include <kilnx/project/project.h>
 
 #include <QtCore/QRegularExpression>
 #include <QtCore/QVector>
 #include <QtGui/QTextBlock>
 #include <QtGui/QTextCursor>
-#include <kilnx/code/animations.h>
-#include <kilnx/code/codedocument.h>
-#include <kilnx/project/messages.h>
-#include <kilnx/project/project.h>
+
+#include <algorithm>
 
 namespace Kiln
 {
@@ -104,7 +106,7 @@ Animations::Animations(CodeDocument *document)
     : m_document(document)
     , m_record(std::make_unique<AnimationsRecord>())
 {
-    auto *const text = static_cast<QTextDocument *>(document);
+    auto *text = static_cast<QTextDocument *>(document);
     connect(text, &QTextDocument::modificationChanged, this, &OrganizableObject::changed);
     connect(text, &QTextDocument::contentsChanged, this, &OrganizableObject::modified);
 }
@@ -157,7 +159,7 @@ AnimationCode *Animations::add(const QString &name)
 
 AnimationCode *Animations::insert(unsigned int index, const QString &name)
 {
-    AnimationCode *const next = at(index);
+    AnimationCode *next = at(index);
     if (!next)
         return add(name);
     m_document->insertBefore(next, newText(name), false);
@@ -167,7 +169,7 @@ AnimationCode *Animations::insert(unsigned int index, const QString &name)
 
 void Animations::remove(unsigned int index)
 {
-    if (AnimationCode *const animation = at(index)) {
+    if (AnimationCode *animation = at(index)) {
         animation->remove(true);
         m_document->catchUp();
     }
@@ -175,14 +177,14 @@ void Animations::remove(unsigned int index)
 
 void Animations::duplicate(unsigned int index, const QString &identifier)
 {
-    AnimationCode *const animation = at(index);
+    AnimationCode *animation = at(index);
     if (!animation)
         return;
     QString text = textOf(animation->selectAll());
     if (!identifier.isEmpty())
         text = renamed(text, animationTemplate(), identifierOf(animation), identifier);
     QTextCursor cursor = m_document->cursor();
-    const CodeNode *const next = animation->next(CodeNode::Animation, 0);
+    const CodeNode *next = animation->next(CodeNode::Animation, 0);
     if (!next) {
         cursor.movePosition(QTextCursor::End);
         const bool lineIsOpen = m_document->lastBlock().length() > 1;
@@ -202,7 +204,7 @@ void Animations::move(unsigned int from, unsigned int to)
     if (from >= count() || to >= count() || from == to)
         return;
     const int countBefore = m_record->animations.size();
-    AnimationCode *const animation = at(from);
+    AnimationCode *animation = at(from);
     const QString text = withoutLastLineEnd(textOf(animation->selectAll()));
     m_record->moving = true;
     beginMoveRows({}, int(from), int(from), {}, int(to) + (from < to ? 1 : 0));
@@ -271,7 +273,7 @@ QVariant Animations::data(const QModelIndex &index, int role) const
 {
     const bool isAnswered =
         index.isValid() && role == Qt::DisplayRole && !m_document->isCodeBeingChanged();
-    const AnimationCode *const animation = isAnswered ? at(unsigned(index.row())) : nullptr;
+    const AnimationCode *animation = isAnswered ? at(unsigned(index.row())) : nullptr;
     return animation ? animation->displayName() : QVariant();
 }
 
@@ -287,7 +289,7 @@ Project *Animations::project() const
 
 unsigned int Animations::capabilities() const
 {
-    const Project *const owner = project();
+    const Project *owner = project();
     const bool isDefinition = owner && owner->fileID(m_document).has(Project::FileID::Definition);
     return m_document->capabilities() | (isDefinition ? 1u : 0u);
 }
@@ -372,7 +374,7 @@ Messages *Animations::fileMessages() const
 
 void Animations::insertChild(CodeNode *node, unsigned int index)
 {
-    auto *const animation = static_cast<AnimationCode *>(node);
+    auto *animation = static_cast<AnimationCode *>(node);
     const int row = int(std::min(index, count()));
     if (m_record->moving) {
         m_record->animations.insert(row, animation);

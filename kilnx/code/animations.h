@@ -1,13 +1,14 @@
 #pragma once
 
-#include <memory>
-
-#include <QtCore/QList>
 #include <kilnx/code/animationcode.h>
 #include <kilnx/code/codeparser.h>
 #include <kilnx/code/framecode.h>
 #include <kilnx/export.h>
 #include <kilnx/project/organizable.h>
+
+#include <QtCore/QList>
+
+#include <memory>
 
 namespace Kiln
 {
@@ -24,7 +25,7 @@ struct AnimationsRecord;
 ///
 /// An engine derives from it, makes one for a document and registers it by
 /// `document->registerDocumentEditor(animations, CodeNode::Animation, 0)`; from then on it belongs
-/// to the document, which ends it by release().
+/// to the document, which destroys it by release().
 class KILNX_EXPORT Animations : public OrganizableObject, public CodeDocumentEditor
 {
     Q_OBJECT
@@ -38,7 +39,7 @@ public:
     unsigned int count() const;
     /// Null if `index` is out of range.
     AnimationCode *at(unsigned int index) const;
-    /// The row of `animation`, -1 for a stranger.
+    /// The row of `animation`, -1 if it is not in the list.
     int indexOf(const AnimationCode *animation) const;
     /// From row `from` on, the first animation whose "Identifier" is `value` as a string, exactly;
     /// -1 if there is none.

@@ -1,6 +1,8 @@
 #include <kilnx/code/codeblockdata.h>
+
 #include <kilnx/code/codedocument_p.h>
 #include <kilnx/code/recordpool_p.h>
+
 #include <typeinfo>
 
 namespace Kiln
@@ -53,7 +55,7 @@ CodeBlockData *CodeBlockData::blockData(const QTextBlock &block,
 CodeBlockData *CodeBlockData::testBlockData(const QTextBlock &block)
 {
     // A dynamic cast is slow where a view asks all lines, and the class has no subclasses.
-    QTextBlockUserData *const data = block.isValid() ? block.userData() : nullptr;
+    QTextBlockUserData *data = block.isValid() ? block.userData() : nullptr;
     return data && typeid(*data) == typeid(CodeBlockData) ? static_cast<CodeBlockData *>(data)
                                                           : nullptr;
 }

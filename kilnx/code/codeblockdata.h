@@ -1,10 +1,12 @@
 #pragma once
 
+#include <kilnx/export.h>
+
 #include <QtCore/QString>
 #include <QtCore/QVector>
 #include <QtGui/QTextBlock>
+
 #include <cstddef>
-#include <kilnx/export.h>
 #include <memory>
 
 namespace Kiln

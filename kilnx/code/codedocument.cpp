@@ -1,18 +1,20 @@
-#include <utility>
-
-#include <QtCore/QFileInfo>
 #include <kilnx/code/codedocument.h>
+
 #include <kilnx/code/codedocument_p.h>
 #include <kilnx/code/codelayout_p.h>
 #include <kilnx/code/noderows_p.h>
 #include <kilnx/project/interface.h>
+
+#include <QtCore/QFileInfo>
+
+#include <utility>
 
 namespace Kiln
 {
 CodeDocument::CodeDocument(short fileType)
     : RootCode(fileType)
 {
-    QTextDocument *const text = this;
+    QTextDocument *text = this;
     setDocumentLayout(new CodeLayout(text));
     QFont font(QStringLiteral("Courier"), 10);
     font.setFixedPitch(true);
@@ -167,13 +169,13 @@ CodeDocument *CodeDocument::document() const
 
 CodeNode *CodeDocument::nodeInBlock(const QTextBlock &block) const
 {
-    const CodeBlockData *const data = CodeBlockData::testBlockData(block);
+    const CodeBlockData *data = CodeBlockData::testBlockData(block);
     return data ? data->codeNode() : nullptr;
 }
 
 int CodeDocument::lineNo(const QModelIndex &index) const
 {
-    const auto *const node =
+    const auto *node =
         index.isValid() ? static_cast<const CodeNode *>(index.internalPointer()) : nullptr;
     return node && node->isValid() ? NodeRows::line(node) : 0;
 }
@@ -191,7 +193,7 @@ QModelIndex CodeDocument::indexInLine(int line) const
                       : NodeRows::countBeforeLine(container, line + 1);
         const CodeNode *inner = nullptr;
         while (--row >= 0 && !inner) {
-            const CodeNode *const child = container->childAt(unsigned(row));
+            const CodeNode *child = container->childAt(unsigned(row));
             const int childLine = NodeRows::line(child);
             if (childLine == line && child->block().isValid())
                 return indexOfNode(child);
@@ -210,7 +212,7 @@ QModelIndex CodeDocument::indexOfNode(const CodeNode *node) const
 {
     if (!node || node->type() == Root)
         return QModelIndex();
-    const ParentCode *const container = node->parent() ? node->parent() : this;
+    const ParentCode *container = node->parent() ? node->parent() : this;
     return index(container->childIndex(const_cast<CodeNode *>(node)), 0, indexOfNode(container));
 }
 
@@ -258,14 +260,14 @@ bool CodeDocument::groupEnabled(unsigned int subType) const
 void CodeDocument::insertChild(CodeNode *child, unsigned int index)
 {
     RootCode::insertChild(child, index);
-    CodeDocumentEditor *const editor = d->documentEditors.value(CodeDocumentPrivate::kindOf(child));
+    CodeDocumentEditor *editor = d->documentEditors.value(CodeDocumentPrivate::kindOf(child));
     if (editor)
         editor->insertChild(child, d->insertOfKind(child));
 }
 
 void CodeDocument::removeChild(CodeNode *child)
 {
-    CodeDocumentEditor *const editor = d->documentEditors.value(CodeDocumentPrivate::kindOf(child));
+    CodeDocumentEditor *editor = d->documentEditors.value(CodeDocumentPrivate::kindOf(child));
     if (editor) {
         editor->removeChild(child);
         d->removeOfKind(child);
@@ -276,7 +278,7 @@ void CodeDocument::removeChild(CodeNode *child)
 
 void CodeDocument::childChanged(CodeNode *child)
 {
-    CodeDocumentEditor *const editor = d->documentEditors.value(CodeDocumentPrivate::kindOf(child));
+    CodeDocumentEditor *editor = d->documentEditors.value(CodeDocumentPrivate::kindOf(child));
     if (!editor)
         return;
     if (d->changeDepth > 0)

@@ -1,15 +1,17 @@
 #pragma once
 
-#include <QtGui/QTextCharFormat>
-#include <QtGui/QTextCursor>
-#include <QtGui/QTextDocument>
-#include <initializer_list>
 #include <kilnx/code/codeblockdata.h>
 #include <kilnx/code/codeparser.h>
 #include <kilnx/code/rootcode.h>
 #include <kilnx/export.h>
 #include <kilnx/project/filewatch.h>
 #include <kilnx/project/projectfile.h>
+
+#include <QtGui/QTextCharFormat>
+#include <QtGui/QTextCursor>
+#include <QtGui/QTextDocument>
+
+#include <initializer_list>
 
 namespace Kiln
 {
@@ -20,7 +22,7 @@ namespace Kiln
 /// as what encloses them comes out different, with the engine's CodeParser; nodes, model rows,
 /// messages and folding follow. Without a parser it is plain text.
 ///
-/// An engine derives from it, calls setParser() and ends it by release(), which deletes it. The
+/// An engine derives from it, calls setParser() and destroys it by release(), which deletes it. The
 /// class has two QObject bases and no meta object of its own: connect through the base that has the
 /// signal, `static_cast<QTextDocument *>(document)` for the text, `document->model()` for the tree.
 ///
@@ -73,6 +75,8 @@ public:
     /// The encoding, an id of TextCodecs.
     int codecId() const;
     void setCodecId(int id);
+    /// The character that opens a comment, that of its project's engine; null without one.
+    QChar commentCharacter() const;
     /// By name; an unknown name is the system's encoding.
     void setCodec(const QString &name);
     QString codecName() const;
@@ -125,7 +129,8 @@ public:
     void childChanged(CodeNode *child) override;
 
     /// Hands the children of the root of one type, and subtype if they are groups, to an editor.
-    /// The document releases the editor when it ends, unless it was unregistered or replaced.
+    /// The document releases the editor when it is destroyed, unless it was unregistered or
+    /// replaced.
     void
     registerDocumentEditor(CodeDocumentEditor *editor, CodeNode::Type type, unsigned int subType);
     void unregisterDocumentEditor(CodeDocumentEditor *editor);

@@ -1,13 +1,19 @@
-#include <QtCore/QCoreApplication>
-#include <QtCore/QFileInfo>
-#include <QtCore/QRegularExpression>
-#include <algorithm>
 #include <kilnx/code/codedocument.h>
+
 #include <kilnx/code/codedocument_p.h>
 #include <kilnx/code/rawutf8_p.h>
 #include <kilnx/code/textcodecs.h>
 #include <kilnx/project/archive.h>
+#include <kilnx/project/engine.h>
+#include <kilnx/project/parentproject.h>
 #include <kilnx/project/paths.h>
+#include <kilnx/project/project.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
+
+#include <algorithm>
 
 namespace Kiln
 {
@@ -130,6 +136,14 @@ QString CodeDocument::codecName() const
     return TextCodecs::name(codecId());
 }
 
+QChar CodeDocument::commentCharacter() const
+{
+    const Project *owner = project();
+    ParentProject *parent = owner ? owner->parent() : nullptr;
+    const Engine *engine = parent ? parent->engine() : nullptr;
+    return engine ? QLatin1Char(engine->commentCharacter()) : QChar();
+}
+
 bool CodeDocument::canSave() const
 {
     return true;
@@ -233,7 +247,7 @@ bool CodeDocument::fromFile(Archive &archive, const QString &name, int codecId, 
 
 bool CodeDocument::load(Archive &archive, const QString &name, int codecId, bool asCopy, bool watch)
 {
-    QIODevice *const device = archive.openFile(name, QIODevice::ReadOnly);
+    QIODevice *device = archive.openFile(name, QIODevice::ReadOnly);
     if (!device)
         return false;
     const QByteArray data = device->readAll();
@@ -260,7 +274,7 @@ void CodeDocument::reload()
 bool CodeDocument::toFile(Archive &archive, const QString &name, bool asCopy)
 {
     // Nothing of the document changes before the file could be opened and written.
-    QIODevice *const device = archive.openFile(name, QIODevice::WriteOnly);
+    QIODevice *device = archive.openFile(name, QIODevice::WriteOnly);
     if (!device)
         return false;
     const int unicode = TextCodecs::index("UTF-8");
@@ -299,7 +313,7 @@ bool CodeDocument::toFile(Archive &archive, const QString &name, bool asCopy)
 
 int CodeDocumentPrivate::originalLineOf(const QTextBlock &block)
 {
-    const CodeBlockData *const data = dataOf(block);
+    const CodeBlockData *data = dataOf(block);
     return data ? data->d->originalLine - 1 : -1;
 }
 

@@ -1,7 +1,9 @@
 #include <kilnx/code/codedocument_p.h>
+
 #include <kilnx/code/codelayout_p.h>
 #include <kilnx/code/groupcode.h>
 #include <kilnx/code/noderows_p.h>
+
 #include <utility>
 
 namespace Kiln
@@ -97,7 +99,7 @@ CodeNode *CodeDocumentPrivate::lastNodeBefore(const QTextBlock &block) const
     if (above.isValid() && above == sequenceBlock)
         return sequenceNode;
     for (int steps = 0; above.isValid(); above = above.previous()) {
-        const CodeBlockData *const data = dataOf(above);
+        const CodeBlockData *data = dataOf(above);
         if (data && data->d->node)
             return lastOfLine(data->d->node);
         if (++steps == nearby)
@@ -115,7 +117,7 @@ CodeNode *CodeDocumentPrivate::lastNodeAboveLine(int line) const
         const int above = NodeRows::countBeforeLine(container, line);
         if (above == 0)
             break;
-        CodeNode *const child = container->childAt(unsigned(above) - 1);
+        CodeNode *child = container->childAt(unsigned(above) - 1);
         if (!child || NodeRows::line(child) >= line)
             break;
         last = child;
@@ -136,8 +138,8 @@ CodeNode *
 CodeDocumentPrivate::parseLine(CodeBlockData *data, const QString &text, CodeParserSyntax *syntax)
 {
     const QTextBlock block = data->d->block;
-    CodeNode *const old = data->d->node;
-    CodeNode *const previous = lastNodeBefore(block);
+    CodeNode *old = data->d->node;
+    CodeNode *previous = lastNodeBefore(block);
     // Further nodes of a line have no block: what follows a node of this line must not inherit one.
     for (CodeNode *node = old; node; node = node->m_next) {
         if (node != old && node->m_block.isValid())
@@ -145,13 +147,13 @@ CodeDocumentPrivate::parseLine(CodeBlockData *data, const QString &text, CodePar
         node->m_nextBlock = QTextBlock();
     }
     previous->m_nextBlock = block;
-    CodeNode *const result = parser->parse(text, old, previous, document, syntax);
+    CodeNode *result = parser->parse(text, old, previous, document, syntax);
     data->d->node = result;
     sequenceBlock = block;
     sequenceNode = result ? lastOfLine(result) : previous;
     if (result && result != old && result->m_parent) {
         // Its row was announced before the parser's part of the node was there.
-        ParentCode *const container = result->m_parent;
+        ParentCode *container = result->m_parent;
         container->childChanged(result);
         if (!resetting)
             result->changed(container, container->childIndex(result), Qt::DisplayRole);
@@ -161,9 +163,9 @@ CodeDocumentPrivate::parseLine(CodeBlockData *data, const QString &text, CodePar
 
 void CodeDocumentPrivate::parseQuietly(const QTextBlock &block)
 {
-    CodeBlockData *const data = CodeBlockData::blockData(block, this);
+    CodeBlockData *data = CodeBlockData::blockData(block, this);
     data->d->isParsedNow = false;
-    CodeNode *const replaced = parseLine(data, block.text(), nullptr);
+    CodeNode *replaced = parseLine(data, block.text(), nullptr);
     if (replaced)
         replaced->release();
 }
@@ -178,14 +180,14 @@ void CodeDocumentPrivate::parseInBracket(const QTextBlock &first, const QTextBlo
 
 void CodeDocumentPrivate::moveData(const QTextBlock &from, const QTextBlock &to)
 {
-    CodeBlockData *const above = dataOf(from);
+    CodeBlockData *above = dataOf(from);
     if (!above)
         return;
     forgetSequence();
     beginUpdate();
     dropMessages(above);
     endUpdate();
-    CodeBlockData *const below = CodeBlockData::blockData(to, this);
+    CodeBlockData *below = CodeBlockData::blockData(to, this);
     std::swap(above->d, below->d);
     std::swap(above->d->block, below->d->block);
     if (below->d->node)
@@ -200,7 +202,7 @@ void CodeDocumentPrivate::highlightBlock(const QString &text)
     const int position = currentBlock().position();
     firstVisited = firstVisited < 0 ? position : qMin(firstVisited, position);
     lastVisited = qMax(lastVisited, position);
-    CodeBlockData *const data = current = CodeBlockData::blockData(currentBlock(), this);
+    CodeBlockData *data = current = CodeBlockData::blockData(currentBlock(), this);
     if (isUnchanged(data->d.get(), text)) {
         keepFormats();
         setCurrentBlockState(data->d->state);
@@ -212,7 +214,7 @@ void CodeDocumentPrivate::highlightBlock(const QString &text)
     dropMessages(data);
     data->d->parenthesis.resize(0);
     data->d->isPainted = false;
-    CodeNode *const replaced = parseLine(data, text, isHighlighting() ? this : nullptr);
+    CodeNode *replaced = parseLine(data, text, isHighlighting() ? this : nullptr);
     data->d->state = blockState(data->d->node);
     setCurrentBlockState(data->d->state);
     linkMessages(data, pendingMessages);
@@ -240,7 +242,7 @@ void CodeDocumentPrivate::parseAll()
 /// last parse would come out as they are.
 bool CodeDocumentPrivate::isUnchanged(const CodeBlockRecord *line, const QString &text) const
 {
-    const QTextLayout *const layout = currentBlock().layout();
+    const QTextLayout *layout = currentBlock().layout();
     // An input method takes the formats of the line that it composes in.
     const bool areFormatsLost = line->isPainted && layout->formats().isEmpty();
     return line->isParsedNow && !parsingAll && !areFormatsLost &&
@@ -310,11 +312,11 @@ void CodeDocumentPrivate::updateFoldingAround()
     if (!std::exchange(isFoldingTouched, false))
         return;
     const auto isPlain = [](const QTextBlock &block) {
-        const CodeBlockData *const data = dataOf(block);
+        const CodeBlockData *data = dataOf(block);
         return data && kindIn(data->d->foldingKind) == PlainLine;
     };
     const auto update = [this](const QTextBlock &block) {
-        CodeBlockRecord *const line = dataOf(block)->d.get();
+        CodeBlockRecord *line = dataOf(block)->d.get();
         const unsigned int before = line->foldingIndent;
         updateFoldingIndent(line);
         if (line->foldingIndent == before)
@@ -342,7 +344,7 @@ void CodeDocumentPrivate::updateFoldingAround()
 
 void CodeDocumentPrivate::updateFoldingIndent(CodeBlockRecord *line) const
 {
-    const CodeBlockData *const aboveData = dataOf(line->block.previous());
+    const CodeBlockData *aboveData = dataOf(line->block.previous());
     const int above = aboveData ? aboveData->d->foldingKind : 0;
     const unsigned int indent = aboveData ? aboveData->d->foldingIndent : 0;
     const unsigned int outdent = indent > 0 ? indent - 1 : 0;
@@ -391,7 +393,7 @@ CodeDocumentPrivate::plainIndent(const QTextBlock &line, int above, unsigned int
     if (belowHead)
         return above & outermostFlag ? indent + 1 : indent;
     for (QTextBlock block = line.previous().previous(); block.isValid(); block = block.previous()) {
-        const CodeBlockData *const data = dataOf(block);
+        const CodeBlockData *data = dataOf(block);
         const int kind = data ? data->d->foldingKind : document->foldingKind(block.text());
         if (kindIn(kind) == HeadLine)
             return kind & outermostFlag || indent == 0 ? indent : indent - 1;
@@ -403,14 +405,14 @@ void CodeDocumentPrivate::releaseNodes()
 {
     forgetSequence();
     for (QTextBlock block = document->begin(); block.isValid(); block = block.next()) {
-        CodeBlockData *const data = dataOf(block);
+        CodeBlockData *data = dataOf(block);
         if (data && !parser) {
             dropMessages(data);
             data->d->parenthesis.resize(0);
         }
         if (!data || !data->d->node)
             continue;
-        CodeNode *const node = data->d->node;
+        CodeNode *node = data->d->node;
         data->d->node = nullptr;
         node->release();
     }
@@ -435,20 +437,11 @@ unsigned int CodeDocumentPrivate::kindOf(const CodeNode *node)
 unsigned int CodeDocumentPrivate::insertOfKind(CodeNode *node)
 {
     KindList &kind = kinds[kindOf(node)];
-    int begin = 0;
-    int end = kind.nodes.size();
-    if (end > 0 && NodeRows::isBefore(kind.nodes.last(), node))
-        begin = end;
-    while (begin < end) {
-        const int middle = begin + (end - begin) / 2;
-        if (NodeRows::isBefore(kind.nodes.at(middle), node))
-            begin = middle + 1;
-        else
-            end = middle;
-    }
-    kind.nodes.insert(begin, node);
-    kind.last = begin;
-    return unsigned(begin);
+    // Most come below all others.
+    const bool isLast = !kind.nodes.isEmpty() && NodeRows::isBefore(kind.nodes.last(), node);
+    kind.last = isLast ? kind.nodes.size() : NodeRows::countBefore(kind.nodes, node);
+    kind.nodes.insert(kind.last, node);
+    return unsigned(kind.last);
 }
 
 void CodeDocumentPrivate::removeOfKind(CodeNode *node)

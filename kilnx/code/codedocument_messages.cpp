@@ -1,6 +1,6 @@
-#include <algorithm>
-
 #include <kilnx/code/codedocument_p.h>
+
+#include <algorithm>
 
 namespace Kiln
 {
@@ -175,7 +175,7 @@ Message CodeDocumentPrivate::at(unsigned int index, Message::Type type) const
     if (type != readType || index < readPlace.row)
         readPlace = MessagePlace();
     readType = type;
-    while (CodeBlockData *const data = nextOf(readPlace)) {
+    while (CodeBlockData *data = nextOf(readPlace)) {
         const unsigned int passing = countPassing(data->d->syntaxMessages, type);
         if (index < readPlace.row + passing) {
             unsigned int skip = index - readPlace.row;
@@ -246,7 +246,7 @@ void CodeDocumentPrivate::linkMessages(CodeBlockData *data, QVector<SyntaxMessag
 
 void CodeDocumentPrivate::addMessage(const QTextBlock &block, const SyntaxMessage &message)
 {
-    CodeBlockData *const data = CodeBlockData::blockData(block, this);
+    CodeBlockData *data = CodeBlockData::blockData(block, this);
     if (!data)
         return;
     const int remarkCount = data->d->remarkCount;
@@ -259,7 +259,7 @@ void CodeDocumentPrivate::setRemarks(const QTextBlock &block, const QVector<Synt
 {
     if (block.document() != document)
         return;
-    CodeBlockData *const data = CodeBlockData::blockData(block, this);
+    CodeBlockData *data = CodeBlockData::blockData(block, this);
     if (!data || (data->d->remarkCount == 0 && remarks.isEmpty()))
         return;
     const auto isSame = [](const SyntaxMessage &one, const SyntaxMessage &other) {

@@ -1,16 +1,17 @@
 #pragma once
 
+#include <kilnx/code/codeblockdata.h>
+#include <kilnx/code/codedocument.h>
+#include <kilnx/code/codeparser.h>
+#include <kilnx/code/originalbytes_p.h>
+#include <kilnx/project/messages.h>
+
 #include <QtCore/QHash>
 #include <QtCore/QMap>
 #include <QtCore/QSet>
 #include <QtCore/QVector>
 #include <QtGui/QSyntaxHighlighter>
 #include <QtGui/QTextCursor>
-#include <kilnx/code/codeblockdata.h>
-#include <kilnx/code/codedocument.h>
-#include <kilnx/code/codeparser.h>
-#include <kilnx/code/originalbytes_p.h>
-#include <kilnx/project/messages.h>
 
 namespace Kiln
 {

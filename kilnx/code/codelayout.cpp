@@ -1,6 +1,7 @@
+#include <kilnx/code/codelayout_p.h>
+
 #include <QtCore/QScopedValueRollback>
 #include <QtGui/QTextLayout>
-#include <kilnx/code/codelayout_p.h>
 
 namespace Kiln
 {

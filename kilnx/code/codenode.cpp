@@ -1,11 +1,10 @@
-#include <cstdlib>
-#include <kilnx/code/codedocument.h>
 #include <kilnx/code/codenode.h>
+
+#include <kilnx/code/codedocument.h>
 #include <kilnx/code/nodepool_p.h>
 #include <kilnx/code/noderows_p.h>
-#include <kilnx/project/engine.h>
-#include <kilnx/project/parentproject.h>
-#include <kilnx/project/project.h>
+
+#include <cstdlib>
 
 namespace Kiln
 {
@@ -18,15 +17,6 @@ unsigned int sectionStamp = 1;
 bool isSection(CodeNode::Type type)
 {
     return type == CodeNode::Group || type == CodeNode::Animation;
-}
-
-/// The character that opens a comment in the files of `document`, null if nobody knows.
-QChar commentCharacter(CodeDocument *document)
-{
-    Project *project = document->project();
-    ParentProject *parent = project ? project->parent() : nullptr;
-    Engine *engine = parent ? parent->engine() : nullptr;
-    return engine ? QLatin1Char(engine->commentCharacter()) : QChar();
 }
 } // namespace
 
@@ -78,7 +68,7 @@ CodeDocument *CodeNode::document() const
 
 void CodeNode::remove(bool all)
 {
-    if (CodeDocument *const owner = document())
+    if (CodeDocument *owner = document())
         owner->insertOnCursor(QString(), all ? selectAll() : select());
 }
 
@@ -133,7 +123,7 @@ ParentCode *CodeNode::parent(Type type, int stopMask) const
 
 QTextCursor CodeNode::select() const
 {
-    CodeDocument *const owner = document();
+    CodeDocument *owner = document();
     if (!owner || !m_block.isValid())
         return QTextCursor();
     QTextCursor cursor = owner->cursor();
@@ -145,7 +135,7 @@ QTextCursor CodeNode::select() const
 
 QTextCursor CodeNode::selectAll() const
 {
-    CodeDocument *const owner = document();
+    CodeDocument *owner = document();
     const QTextBlock first = owner ? owner->findBlockByNumber(firstLine()) : QTextBlock();
     if (!first.isValid())
         return QTextCursor();
@@ -164,9 +154,9 @@ void CodeNode::change(const QString &text)
     QTextCursor cursor = select();
     if (cursor.isNull())
         return;
-    CodeDocument *const owner = document();
+    CodeDocument *owner = document();
     const QString line = m_block.text();
-    const QChar comment = commentCharacter(owner);
+    const QChar comment = owner->commentCharacter();
     const int commentStart = comment.isNull() ? -1 : line.indexOf(comment);
     const QString kept = commentStart < 0 ? QString() : QLatin1Char(' ') + line.mid(commentStart);
     cursor.setPosition(m_block.position() + m_block.length() - 1, QTextCursor::KeepAnchor);

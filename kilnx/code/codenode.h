@@ -1,11 +1,13 @@
 #pragma once
 
+#include <kilnx/export.h>
+
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 #include <QtGui/QTextBlock>
 #include <QtGui/QTextCursor>
+
 #include <cstddef>
-#include <kilnx/export.h>
 
 namespace Kiln
 {
@@ -24,8 +26,8 @@ class ParentCode;
 /// An engine's parser makes nodes of its own subclasses, one constructor call a node, naming the
 /// node that stands before the new one; the node then links itself and finds its container. Nodes
 /// live in a pool: `new` on a subclass takes from it, and release() gives back. They are never
-/// ended by `delete`. A parsed node belongs to the line that it was made for; containers do not own
-/// their children. Everything here runs on the GUI thread.
+/// destroyed by `delete`. A parsed node belongs to the line that it was made for; containers do not
+/// own their children. Everything here runs on the GUI thread.
 class KILNX_EXPORT CodeNode
 {
 public:
@@ -126,7 +128,7 @@ class KILNX_EXPORT ParentCode : public CodeNode
 {
 public:
     virtual unsigned int childCount() const;
-    /// The row of `child`, -1 for a stranger.
+    /// The row of `child`, -1 if it is not in the list.
     virtual int childIndex(CodeNode *child) const;
     /// The child at `row`, null if there is none.
     virtual CodeNode *childAt(unsigned int row) const;
@@ -155,8 +157,6 @@ protected:
     void insertRootChild(CodeNode *child);
 
 private:
-    friend class RootCode;
-    friend class GroupCode;
-    friend class AnimationCode;
+    friend class NodeRows;
 };
 } // namespace Kiln

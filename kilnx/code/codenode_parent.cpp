@@ -1,5 +1,6 @@
-#include <kilnx/code/codedocument.h>
 #include <kilnx/code/codenode.h>
+
+#include <kilnx/code/codedocument.h>
 #include <kilnx/code/rootcode.h>
 
 namespace Kiln
@@ -74,7 +75,7 @@ void ParentCode::insertRootChild(CodeNode *child)
     constexpr int nearby = 64;
     CodeNode *above = child->m_previous;
     for (int steps = 0; above && above->m_type != Root && !isChildOfRoot(above); ++steps) {
-        CodeDocument *const document = steps == nearby ? child->document() : nullptr;
+        CodeDocument *document = steps == nearby ? child->document() : nullptr;
         if (document && document->isInTextOrder()) {
             document->insertChild(child, unsigned(document->rowInText(child)));
             return;
@@ -83,8 +84,8 @@ void ParentCode::insertRootChild(CodeNode *child)
     }
     if (!above)
         return;
-    auto *const root = static_cast<RootCode *>(
-        above->m_type == Root ? static_cast<ParentCode *>(above) : above->m_parent);
+    auto *root = static_cast<RootCode *>(above->m_type == Root ? static_cast<ParentCode *>(above)
+                                                               : above->m_parent);
     unsigned int row = 0;
     if (root->isInTextOrder()) {
         row = unsigned(root->childIndex(above) + 1);

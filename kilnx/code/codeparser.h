@@ -1,9 +1,10 @@
 #pragma once
 
-#include <QtCore/QChar>
-#include <QtCore/QString>
 #include <kilnx/export.h>
 #include <kilnx/project/projectfile.h>
+
+#include <QtCore/QChar>
+#include <QtCore/QString>
 
 namespace Kiln
 {
@@ -74,7 +75,7 @@ protected:
 
 /// A file that mirrors one kind of node of a document, such as its animations. Once registered by
 /// CodeDocument::registerDocumentEditor() it belongs to the document, which calls release() on it
-/// when it ends. The operations are called for children of the root.
+/// when it is destroyed. The operations are called for children of the root.
 class KILNX_EXPORT CodeDocumentEditor : public ProjectFile
 {
 public:

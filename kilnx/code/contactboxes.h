@@ -1,8 +1,9 @@
 #pragma once
 
+#include <kilnx/export.h>
+
 #include <QtCore/QRect>
 #include <QtCore/QVector>
-#include <kilnx/export.h>
 
 #include <memory>
 
@@ -12,8 +13,8 @@ namespace Kiln
 ///
 /// An engine derives from it; usually the node of the box's line is the box. The object belongs to
 /// the text like the frame itself: setRect() edits the line and keeps the object, but any other
-/// edit of the frame's lines may end it. Ask the frame's ContactBoxesCode again when the list of
-/// animations has emitted OrganizableObject::modified(), and keep no pointer beyond that.
+/// edit of the frame's lines may destroy it. Ask the frame's ContactBoxesCode again when the list
+/// of animations has emitted OrganizableObject::modified(), and keep no pointer beyond that.
 class KILNX_EXPORT ContactBoxCode
 {
 public:
@@ -55,11 +56,11 @@ public:
     /// Replaces all boxes by one for each rectangle, as one change.
     virtual void setRects(const QVector<QRect> &rects) = 0;
 
-    /// The index of `box`, -1 for a stranger.
+    /// The index of `box`, -1 if it is not in the list.
     int indexOf(const ContactBoxCode *box) const;
     /// ContactBoxCode::rect() of each box.
     QVector<QRect> rects() const;
-    /// Expires when the object ends: for a view that may outlive the frame that it shows.
+    /// Expires when the object is destroyed: for a view that may outlive the frame that it shows.
     std::weak_ptr<const void> life() const;
 
 private:

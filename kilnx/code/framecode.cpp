@@ -1,6 +1,8 @@
-#include <QtCore/QStringList>
-#include <kilnx/code/animationcode.h>
 #include <kilnx/code/framecode.h>
+
+#include <kilnx/code/animationcode.h>
+
+#include <QtCore/QStringList>
 
 namespace Kiln
 {
@@ -30,7 +32,7 @@ void FrameCode::joinAnimation()
             return;
         if (node->type() != Frame)
             continue;
-        if (ParentCode *const animation = node->parent()) {
+        if (ParentCode *animation = node->parent()) {
             animation->insertChild(this, unsigned(animation->childIndex(node)) + 1 + strays);
             return;
         }

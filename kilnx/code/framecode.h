@@ -1,11 +1,12 @@
 #pragma once
 
-#include <QtCore/QPoint>
-#include <QtCore/QPointF>
 #include <kilnx/code/codenode.h>
 #include <kilnx/code/contactboxes.h>
 #include <kilnx/export.h>
 #include <kilnx/project/propertyitem.h>
+
+#include <QtCore/QPoint>
+#include <QtCore/QPointF>
 
 namespace Kiln
 {

@@ -1,5 +1,6 @@
-#include <kilnx/code/codedocument.h>
 #include <kilnx/code/groupcode.h>
+
+#include <kilnx/code/codedocument.h>
 #include <kilnx/code/noderows_p.h>
 #include <kilnx/code/valuecode.h>
 
@@ -24,7 +25,7 @@ void GroupCode::takeValuesBelow()
     }
     // They leave their group last one first, which moves no rows there.
     for (int row = m_values.size() - 1; row >= 0; --row) {
-        CodeNode *const value = m_values.at(row);
+        CodeNode *value = m_values.at(row);
         if (value->m_parent)
             value->m_parent->removeChild(value);
         value->m_parent = this;
@@ -44,7 +45,7 @@ GroupCode::~GroupCode()
 /// Frames that only this group kept from the animation above.
 void GroupCode::handFramesBack()
 {
-    CodeNode *const above = section();
+    CodeNode *above = section();
     if (!above || above->type() != Animation)
         return;
     for (CodeNode *node = next(); node; node = node->next()) {
@@ -63,9 +64,9 @@ void GroupCode::handValuesOn()
     while (above && above->type() != Group && above->type() != Animation && above->type() != Frame)
         above = above->previous();
     if (above && above->type() == Group) {
-        auto *const heir = static_cast<GroupCode *>(above);
+        auto *heir = static_cast<GroupCode *>(above);
         while (!m_values.isEmpty()) {
-            CodeNode *const value = m_values.first();
+            CodeNode *value = m_values.first();
             removeChild(value);
             heir->insertChild(value, unsigned(-1));
         }
@@ -86,7 +87,7 @@ int GroupCode::lastLine() const
         if (endsHere)
             return node->firstLine() - 1;
     }
-    const CodeDocument *const owner = document();
+    const CodeDocument *owner = document();
     return owner ? owner->blockCount() : lineNo();
 }
 
@@ -109,25 +110,13 @@ void GroupCode::insertChild(CodeNode *child, unsigned int index)
 {
     if (child->m_parent)
         child->m_parent->removeChild(child);
-    if (child->type() != Value)
-        return;
-    child->m_parent = this;
-    const int row = int(qMin(index, childCount()));
-    beginInsert(this, row);
-    m_values.insert(row, static_cast<ValueCode *>(child));
-    NodeRows::remember(child, row, m_lastRow);
-    endInsert();
+    if (child->type() == Value)
+        NodeRows::insert(this, m_values, static_cast<ValueCode *>(child), index, m_lastRow);
 }
 
 void GroupCode::removeChild(CodeNode *child)
 {
-    child->m_parent = nullptr;
-    const int row = childIndex(child);
-    if (row < 0)
-        return;
-    beginRemove(this, row);
-    m_values.removeAt(row);
-    endRemove();
+    NodeRows::remove(this, m_values, child, m_lastRow);
 }
 
 ValueCode *GroupCode::valueAt(unsigned int index) const
@@ -146,13 +135,13 @@ ValueCode *GroupCode::valueByName(const QString &name) const
 
 QVariant GroupCode::value(const QString &name) const
 {
-    const ValueCode *const node = valueByName(name);
+    const ValueCode *node = valueByName(name);
     return node ? node->value() : QVariant();
 }
 
 void GroupCode::removeValue(unsigned int index)
 {
-    if (ValueCode *const value = valueAt(index))
+    if (ValueCode *value = valueAt(index))
         value->remove(true);
 }
 } // namespace Kiln

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <QtCore/QList>
 #include <kilnx/code/codenode.h>
 #include <kilnx/code/namedcode.h>
 #include <kilnx/export.h>
+
+#include <QtCore/QList>
 
 namespace Kiln
 {
@@ -11,10 +12,10 @@ class ValueCode;
 
 /// A section: a header line and the values below it, down to the next group or animation.
 ///
-/// When a group is constructed it takes over the values below it; when it ends it hands them on to
-/// the group above, and frames below it to the animation above. It does not place itself: the
-/// subclass calls insertRootChild(), or another container's insertChild(), at the end of its own
-/// constructor.
+/// When a group is constructed it takes over the values below it; when it is destroyed it hands
+/// them on to the group above, and frames below it to the animation above. It does not place
+/// itself: the subclass calls insertRootChild(), or another container's insertChild(), at the end
+/// of its own constructor.
 class KILNX_EXPORT GroupCode : public ParentCode, public NamedCode
 {
 public:
@@ -31,7 +32,7 @@ public:
 
     /// The section's header as the engine's language writes it. The library never calls it.
     virtual QString headerText() const = 0;
-    /// Adds a value at the end of the section by adding its line to the text. Whether it could.
+    /// Adds a value at the end of the section by adding its line to the text. Whether it succeeded.
     /// The library never calls it.
     virtual bool addValue(const QString &name, const QVariant &value) = 0;
 

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <QtCore/QString>
-#include <QtCore/QStringList>
 #include <kilnx/export.h>
 #include <kilnx/project/propertyitem.h>
+
+#include <QtCore/QString>
+#include <QtCore/QStringList>
 
 namespace Kiln
 {

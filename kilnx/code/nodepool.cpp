@@ -1,9 +1,12 @@
+#include <kilnx/code/nodepool_p.h>
+
+#include <kilnx/code/codenode.h>
+
 #include <QtCore/QDebug>
 #include <QtCore/QList>
 #include <QtCore/QMap>
+
 #include <cstdlib>
-#include <kilnx/code/codenode.h>
-#include <kilnx/code/nodepool_p.h>
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/asan_interface.h>
@@ -46,7 +49,7 @@ BlockHeader *headerOf(const void *node)
 void setReadable(BlockHeader *header, quint64 size, bool readable)
 {
 #if defined(__SANITIZE_ADDRESS__)
-    char *const start = reinterpret_cast<char *>(header + 1) + sizeof(CodeNode);
+    char *start = reinterpret_cast<char *>(header + 1) + sizeof(CodeNode);
     const quint64 used = sizeof(BlockHeader) + sizeof(CodeNode);
     if (size > used && readable)
         ASAN_UNPOISON_MEMORY_REGION(start, size - used);
@@ -79,7 +82,7 @@ void *NodePool::take(std::size_t size)
 
 void NodePool::give(void *node)
 {
-    BlockHeader *const header = headerOf(node);
+    BlockHeader *header = headerOf(node);
     if (header->size & freeMark)
         return;
     const quint64 size = header->size;

@@ -1,7 +1,34 @@
 #include <kilnx/code/noderows_p.h>
 
+#include <algorithm>
+
 namespace Kiln
 {
+namespace
+{
+/// The children of any container, as the standard library walks over them.
+struct Children {
+    using iterator_category = std::random_access_iterator_tag;
+    using value_type = const CodeNode *;
+    using difference_type = int;
+    using pointer = const value_type *;
+    using reference = value_type;
+
+    value_type operator*() const { return container->childAt(unsigned(row)); }
+    int operator-(const Children &other) const { return row - other.row; }
+    Children &operator+=(int rows)
+    {
+        row += rows;
+        return *this;
+    }
+    Children &operator++() { return *this += 1; }
+    Children &operator--() { return *this += -1; }
+
+    const ParentCode *container;
+    int row;
+};
+} // namespace
+
 bool NodeRows::isBefore(const CodeNode *first, const CodeNode *second)
 {
     const int firstLine = line(first);
@@ -17,17 +44,17 @@ bool NodeRows::isBefore(const CodeNode *first, const CodeNode *second)
     return false;
 }
 
+int NodeRows::countBefore(const QList<CodeNode *> &list, const CodeNode *node)
+{
+    return int(std::lower_bound(list.begin(), list.end(), node, isBefore) - list.begin());
+}
+
 int NodeRows::countBeforeLine(const ParentCode *container, int line)
 {
-    int begin = 0;
-    int end = int(container->childCount());
-    while (begin < end) {
-        const int middle = begin + (end - begin) / 2;
-        if (NodeRows::line(container->childAt(unsigned(middle))) < line)
-            begin = middle + 1;
-        else
-            end = middle;
-    }
-    return begin;
+    const auto isAbove = [](const CodeNode *child, int wanted) {
+        return NodeRows::line(child) < wanted;
+    };
+    const Children end{container, int(container->childCount())};
+    return std::lower_bound(Children{container, 0}, end, line, isAbove) - Children{container, 0};
 }
 } // namespace Kiln

@@ -1,13 +1,16 @@
+#include <kilnx/code/originalbytes_p.h>
+
+#include <kilnx/code/codedocument_p.h>
+#include <kilnx/code/rawutf8_p.h>
+#include <kilnx/code/textcodecs.h>
+#include <kilnx/code/textcodecs_p.h>
+
 #include <QtCore/QHash>
 #include <QtCore/QTextCodec>
 #include <QtGui/QTextBlock>
 #include <QtGui/QTextDocument>
+
 #include <algorithm>
-#include <kilnx/code/codedocument_p.h>
-#include <kilnx/code/originalbytes_p.h>
-#include <kilnx/code/rawutf8_p.h>
-#include <kilnx/code/textcodecs.h>
-#include <kilnx/code/textcodecs_p.h>
 
 namespace Kiln
 {
@@ -43,8 +46,8 @@ void appendStandIn(QString *text, int number)
 
 int separatorNumber(QChar character)
 {
-    const ushort *const end = separators + separatorCount;
-    const ushort *const found = std::find(separators, end, character.unicode());
+    const ushort *end = separators + separatorCount;
+    const ushort *found = std::find(separators, end, character.unicode());
     return found == end ? -1 : int(found - separators);
 }
 
@@ -138,7 +141,7 @@ QByteArray OriginalBytes::encode(const QString &text, bool *isComplete) const
     // Some codecs start with a header, an empty file does not.
     if (text.isEmpty())
         return QByteArray();
-    const QTextCodec *const codec = codecOf(m_codecId);
+    const QTextCodec *codec = codecOf(m_codecId);
     const QByteArray data = TextCodecsPrivate::encode(text, codec, m_mark);
     if (isComplete && !TextCodecsPrivate::hasEncoded(text, data, codec, m_mark))
         *isComplete = false;
@@ -154,7 +157,7 @@ QString OriginalBytes::read(const QByteArray &data, int *codecId)
 {
     *this = OriginalBytes();
     const QString text = TextCodecs::stringFromData(data, codecId);
-    const QTextCodec *const codec = codecOf(*codecId);
+    const QTextCodec *codec = codecOf(*codecId);
     m_codecId = *codecId;
     m_mark = TextCodecsPrivate::markOf(data, codec);
     if (TextCodecsPrivate::isLossless(codec))
@@ -300,7 +303,7 @@ QString OriginalBytes::textWithBytes(const QTextDocument &document) const
     const QVector<const Line *> kept = assigned(document);
     QStringList lines;
     for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
-        const Line *const line = kept.at(lines.size());
+        const Line *line = kept.at(lines.size());
         lines += line ? withBytes(*line) : unshielded(block.text());
     }
     return lines.join(QLatin1String("\r\n"));
@@ -353,7 +356,7 @@ QByteArray OriginalBytes::writeLines(const QTextDocument &document, bool *isComp
     QString between;
     int number = 0;
     for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
-        const Line *const line = kept.at(number++);
+        const Line *line = kept.at(number++);
         const bool isLast = number == kept.size();
         if (!line) {
             between += unshielded(block.text());

@@ -31,7 +31,7 @@ template<typename Characters, typename Bytes>
 void read(const QByteArray &data, Characters characters, Bytes bytes)
 {
     const auto *at = reinterpret_cast<const uchar *>(data.constData());
-    const uchar *const end = at + data.size();
+    const uchar *end = at + data.size();
     while (at < end) {
         uint character = 0;
         const int length = characterAt(at, end, &character);

@@ -24,12 +24,12 @@ public:
     static void *take()
     {
 #if defined(KILNX_RECORDS_APART)
-        return ::operator new(sizeof(Record)); // so that a use after the end is found
+        return ::operator new(sizeof(Record)); // so that a use after destruction is found
 #else
         Item *&first = free();
         if (!first)
             grow();
-        Item *const item = first;
+        Item *item = first;
         first = item->next;
         return item;
 #endif
@@ -40,7 +40,7 @@ public:
 #if defined(KILNX_RECORDS_APART)
         ::operator delete(record);
 #else
-        auto *const item = static_cast<Item *>(record);
+        auto *item = static_cast<Item *>(record);
         item->next = free();
         free() = item;
 #endif
@@ -61,10 +61,10 @@ private:
 
     static void grow()
     {
-        // Not ended at exit: documents of static life may end later.
-        static auto *const chunks = new std::vector<std::unique_ptr<Item[]>>;
+        // Not destroyed at exit: documents of static lifetime may be destroyed later.
+        static auto *chunks = new std::vector<std::unique_ptr<Item[]>>;
         chunks->push_back(std::make_unique<Item[]>(itemsAtOnce));
-        Item *const items = chunks->back().get();
+        Item *items = chunks->back().get();
         for (int i = itemsAtOnce - 1; i >= 0; --i) {
             items[i].next = free();
             free() = items + i;

@@ -1,8 +1,11 @@
-#include <QtCore/QCoreApplication>
+#include <kilnx/code/rootcode.h>
+
 #include <kilnx/code/framecode.h>
 #include <kilnx/code/namedcode.h>
 #include <kilnx/code/noderows_p.h>
-#include <kilnx/code/rootcode.h>
+
+#include <QtCore/QCoreApplication>
+
 #include <typeinfo>
 
 namespace Kiln
@@ -16,11 +19,10 @@ CodeNode *nodeOf(const QModelIndex &index)
 
 QString frameText(const CodeNode *frame)
 {
-    // A node that is being ended is no property item any more, and one that is being made, and
+    // A node that is being destroyed is no property item any more, and one that is being made, and
     // announces its row as it does so, has no properties yet.
     const bool isComplete = typeid(*frame) != typeid(FrameCode);
-    auto *const item =
-        isComplete ? dynamic_cast<PropertyItem *>(const_cast<CodeNode *>(frame)) : nullptr;
+    auto *item = isComplete ? dynamic_cast<PropertyItem *>(const_cast<CodeNode *>(frame)) : nullptr;
     const QString identifier =
         item ? item->property(QStringLiteral("Identifier")).toString() : QString();
     if (!identifier.isEmpty())
@@ -33,7 +35,7 @@ QString nodeText(const CodeNode *node)
 {
     if (node->type() == CodeNode::Frame)
         return frameText(node);
-    const auto *const named = dynamic_cast<const NamedCode *>(node);
+    const auto *named = dynamic_cast<const NamedCode *>(node);
     return named ? named->displayName() : QString();
 }
 } // namespace
@@ -56,10 +58,9 @@ QModelIndex RootCode::index(int row, int column, const QModelIndex &parent) cons
 {
     if (!hasIndex(row, column, parent))
         return QModelIndex();
-    const CodeNode *const node = parent.isValid() ? nodeOf(parent) : this;
-    const auto *const container =
-        node->isValid() ? dynamic_cast<const ParentCode *>(node) : nullptr;
-    CodeNode *const child = container ? container->childAt(unsigned(row)) : nullptr;
+    const CodeNode *node = parent.isValid() ? nodeOf(parent) : this;
+    const auto *container = node->isValid() ? dynamic_cast<const ParentCode *>(node) : nullptr;
+    CodeNode *child = container ? container->childAt(unsigned(row)) : nullptr;
     return child ? createIndex(row, column, child) : QModelIndex();
 }
 
@@ -67,7 +68,7 @@ QModelIndex RootCode::parent(const QModelIndex &index) const
 {
     if (!index.isValid())
         return QModelIndex();
-    const CodeNode *const node = nodeOf(index);
+    const CodeNode *node = nodeOf(index);
     // A node that has gone, or is just going, was a child where rows were removed last.
     if (!node->isValid() || node == m_leaving)
         return s_lastParent.model() == this ? s_lastParent : QModelIndex();
@@ -78,10 +79,10 @@ int RootCode::rowCount(const QModelIndex &parent) const
 {
     if (!parent.isValid())
         return int(childCount());
-    const CodeNode *const node = nodeOf(parent);
+    const CodeNode *node = nodeOf(parent);
     if (parent.column() > 0 || !node->isValid())
         return 0;
-    const auto *const container = dynamic_cast<const ParentCode *>(node);
+    const auto *container = dynamic_cast<const ParentCode *>(node);
     return container ? int(container->childCount()) : 0;
 }
 
@@ -97,7 +98,7 @@ Qt::ItemFlags RootCode::flags(const QModelIndex &index) const
 
 QVariant RootCode::data(const QModelIndex &index, int role) const
 {
-    const CodeNode *const node = index.isValid() ? nodeOf(index) : nullptr;
+    const CodeNode *node = index.isValid() ? nodeOf(index) : nullptr;
     if (!node || !node->isValid() || !node->parent())
         return QVariant();
     switch (role) {
@@ -140,25 +141,18 @@ void RootCode::insertChild(CodeNode *child, unsigned int index)
 {
     if (child->m_parent)
         child->m_parent->removeChild(child);
-    child->m_parent = this;
     const int row = int(qMin(index, childCount()));
-    beginInsert(this, row);
-    m_childs.insert(row, child);
-    NodeRows::remember(child, row, m_lastRow);
-    checkTextOrder(row);
-    endInsert();
+    const CodeNode *above = m_childs.value(row - 1);
+    const CodeNode *below = m_childs.value(row);
+    m_inTextOrder = m_inTextOrder && (!above || NodeRows::isBefore(above, child)) &&
+                    (!below || NodeRows::isBefore(child, below));
+    NodeRows::insert(this, m_childs, child, index, m_lastRow);
 }
 
 void RootCode::removeChild(CodeNode *child)
 {
-    child->m_parent = nullptr;
-    const int row = childIndex(child);
-    if (row < 0)
-        return;
-    beginRemove(this, row);
-    m_childs.removeAt(row);
+    NodeRows::remove(this, m_childs, child, m_lastRow);
     m_inTextOrder = m_inTextOrder || m_childs.isEmpty();
-    endRemove();
 }
 
 void RootCode::release()
@@ -203,7 +197,7 @@ void RootCode::destroy()
     while (last->m_next)
         last = last->m_next;
     while (last) {
-        CodeNode *const previous = last->m_previous;
+        CodeNode *previous = last->m_previous;
         last->release();
         last = previous;
     }
@@ -213,7 +207,7 @@ QModelIndex RootCode::indexOf(const CodeNode *node) const
 {
     if (!node || node->type() == Root)
         return QModelIndex();
-    auto *const target = const_cast<CodeNode *>(node);
+    auto *target = const_cast<CodeNode *>(node);
     if (node == m_leaving)
         return createIndex(m_leavingRow, 0, target);
     const int row = node->parent() ? node->parent()->childIndex(target) : 0;
@@ -222,24 +216,6 @@ QModelIndex RootCode::indexOf(const CodeNode *node) const
 
 int RootCode::rowInText(const CodeNode *child) const
 {
-    int begin = 0;
-    int end = m_childs.size();
-    while (begin < end) {
-        const int middle = begin + (end - begin) / 2;
-        if (NodeRows::isBefore(m_childs.at(middle), child))
-            begin = middle + 1;
-        else
-            end = middle;
-    }
-    return begin;
-}
-
-void RootCode::checkTextOrder(int row)
-{
-    const auto inOrder = [this](int first, int second) {
-        return first < 0 || second >= m_childs.size() ||
-               NodeRows::isBefore(m_childs.at(first), m_childs.at(second));
-    };
-    m_inTextOrder = m_inTextOrder && inOrder(row - 1, row) && inOrder(row, row + 1);
+    return NodeRows::countBefore(m_childs, child);
 }
 } // namespace Kiln

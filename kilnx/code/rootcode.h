@@ -1,10 +1,11 @@
 #pragma once
 
-#include <QtCore/QList>
-#include <QtGui/QIcon>
 #include <kilnx/code/codenode.h>
 #include <kilnx/export.h>
 #include <kilnx/project/tree/treemodel.h>
+
+#include <QtCore/QList>
+#include <QtGui/QIcon>
 
 namespace Kiln
 {
@@ -79,7 +80,6 @@ private:
     QModelIndex indexOf(const CodeNode *node) const;
     QModelIndex parentIndex(const ParentCode *parent) const { return indexOf(parent); }
     int rowInText(const CodeNode *child) const;
-    void checkTextOrder(int row);
 
     static QModelIndex s_lastParent;
     const CodeNode *m_leaving = nullptr;

@@ -1,13 +1,17 @@
+#include <kilnx/code/textcodecs.h>
+
+#include <kilnx/code/rawutf8_p.h>
+#include <kilnx/code/textcodecs_p.h>
+#include <kilnx/project/translator.h>
+
 #include <QtCore/QList>
 #include <QtCore/QTextCodec>
 #include <QtCore/QtEndian>
-#include <algorithm>
-#include <kilnx/code/rawutf8_p.h>
-#include <kilnx/code/textcodecs.h>
-#include <kilnx/code/textcodecs_p.h>
-#include <kilnx/project/translator.h>
-#include <memory>
+
 #include <uchardet/uchardet.h>
+
+#include <algorithm>
+#include <memory>
 
 namespace Kiln
 {
@@ -102,8 +106,8 @@ QTextCodec *unmarkedUnicode(const QByteArray &data)
         zeros[i % 2] += data.at(i) == '\0' ? 1 : 0;
     if (zeros[0] + zeros[1] == 0)
         return nullptr;
-    for (const char *const name : {"UTF-32LE", "UTF-32BE", "UTF-16LE", "UTF-16BE"}) {
-        QTextCodec *const codec = QTextCodec::codecForName(name);
+    for (const char *name : {"UTF-32LE", "UTF-32BE", "UTF-16LE", "UTF-16BE"}) {
+        QTextCodec *codec = QTextCodec::codecForName(name);
         const int unit = unitOf(name);
         const bool isOrder = unit == 4 || (zeros[0] > zeros[1]) == isBigEndian(name, {});
         if (isOrder && data.size() % unit == 0 && isText(codec->toUnicode(data)))
@@ -118,7 +122,7 @@ QTextCodec *unicodeCodec(const QByteArray &data)
 {
     if (data.startsWith("\xFF\xFE") || data.startsWith("\xFE\xFF"))
         return nullptr;
-    if (QTextCodec *const codec = unmarkedUnicode(data))
+    if (QTextCodec *codec = unmarkedUnicode(data))
         return codec;
     const RawUtf8::Count count = RawUtf8::count(data);
     return count.characters > 0 && count.characters >= 2 * count.bytes
@@ -155,7 +159,7 @@ QString decodeFile(const QByteArray &data, const QTextCodec *codec)
 
 QTextCodec *TextCodecsPrivate::codecOf(int id)
 {
-    QTextCodec *const codec = listedCodec(id);
+    QTextCodec *codec = listedCodec(id);
     return codec ? codec : QTextCodec::codecForLocale();
 }
 
@@ -188,7 +192,7 @@ TextCodecsPrivate::encode(const QString &text, const QTextCodec *codec, const QB
     if (unitOf(name) == 0)
         return codec->fromUnicode(text);
     QTextCodec::ConverterState noMark(QTextCodec::IgnoreHeader);
-    const QTextCodec *const ordered = QTextCodec::codecForName(bigEndian ? "UTF-16BE" : "UTF-16LE");
+    const QTextCodec *ordered = QTextCodec::codecForName(bigEndian ? "UTF-16BE" : "UTF-16LE");
     return ordered->fromUnicode(text.constData(), text.size(), &noMark);
 }
 
@@ -227,7 +231,7 @@ int TextCodecs::index(const char *name)
 QString TextCodecs::name(int id)
 {
     if (id == 0)
-        return KilnTranslator::instance()->text(0);
+        return KilnTranslator::instance()->text(KilnTranslator::SystemText);
     return QString::fromLatin1(codecNames().value(id - 1));
 }
 
@@ -264,7 +268,7 @@ QString TextCodecs::stringFromData(const QByteArray &data, int *id)
 
 QByteArray TextCodecs::stringToData(const QString &text, int id)
 {
-    const QTextCodec *const codec = TextCodecsPrivate::codecOf(id);
+    const QTextCodec *codec = TextCodecsPrivate::codecOf(id);
     if (isUtf8(codec))
         return RawUtf8::encode(text);
     if (unitOf(codec->name()) < 4)
@@ -274,7 +278,7 @@ QByteArray TextCodecs::stringToData(const QString &text, int id)
 
 bool TextCodecs::canEncode(const QString &text, int id)
 {
-    const QTextCodec *const codec = TextCodecsPrivate::codecOf(id);
+    const QTextCodec *codec = TextCodecsPrivate::codecOf(id);
     return TextCodecsPrivate::hasEncoded(text, TextCodecsPrivate::encode(text, codec, {}), codec,
                                          {});
 }

@@ -1,8 +1,9 @@
 #pragma once
 
+#include <kilnx/export.h>
+
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
-#include <kilnx/export.h>
 
 class QTextCodec;
 

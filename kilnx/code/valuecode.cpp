@@ -1,7 +1,9 @@
+#include <kilnx/code/valuecode.h>
+
+#include <kilnx/code/groupcode.h>
+
 #include <QtCore/QDate>
 #include <QtCore/QStringList>
-#include <kilnx/code/groupcode.h>
-#include <kilnx/code/valuecode.h>
 
 namespace Kiln
 {
@@ -60,12 +62,12 @@ ValueCode::ValueCode(CodeNode *previous, Type valueType, const QVariant &value)
     , m_valueType(valueType)
     , m_value(value)
 {
-    CodeNode *const owner = section();
+    CodeNode *owner = section();
     if (!owner || owner->type() != Group)
         return;
     // The place in the group is the number of values between, which the nearest one that the group
     // holds already knows.
-    auto *const group = static_cast<GroupCode *>(owner);
+    auto *group = static_cast<GroupCode *>(owner);
     unsigned int row = 0;
     for (CodeNode *node = this->previous(); node != group; node = node->previous()) {
         if (node->parent() == group) {

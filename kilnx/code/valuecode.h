@@ -1,12 +1,13 @@
 #pragma once
 
+#include <kilnx/code/codenode.h>
+#include <kilnx/code/namedcode.h>
+#include <kilnx/export.h>
+
 #include <QtCore/QPointF>
 #include <QtCore/QSize>
 #include <QtCore/QVariant>
 #include <QtCore/QVector>
-#include <kilnx/code/codenode.h>
-#include <kilnx/code/namedcode.h>
-#include <kilnx/export.h>
 
 namespace Kiln
 {

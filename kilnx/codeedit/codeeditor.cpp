@@ -1,6 +1,8 @@
 #include <kilnx/codeedit/codeeditor.h>
 
-#include <cmath>
+#include <kilnx/code/codedocument.h>
+#include <kilnx/code/codelayout_p.h>
+#include <kilnx/codeedit/codeeditor_p.h>
 
 #include <QtCore/QFile>
 #include <QtCore/QMimeData>
@@ -12,9 +14,7 @@
 #include <QtWidgets/QScrollBar>
 #include <QtWidgets/QToolTip>
 
-#include <kilnx/code/codedocument.h>
-#include <kilnx/code/codelayout_p.h>
-#include <kilnx/codeedit/codeeditor_p.h>
+#include <cmath>
 
 namespace Kiln
 {
@@ -121,7 +121,8 @@ void CodeEditorPrivate::attach(CodeDocument *newDocument)
             q->setCurrentLine(*reloadPlace);
         reloadPlace.reset();
     });
-    // The model is a later base of the document than the text: while it ends, the text is whole.
+    // The model is a later base of the document than the text: while it is being destroyed, the
+    // text is whole.
     documentSignals << connect(document->model(), &QObject::destroyed, this,
                                [this] { q->setDocument(nullptr); });
 }
@@ -198,7 +199,7 @@ CodeEditor::CodeEditor(QWidget *parent)
 
 CodeEditor::~CodeEditor()
 {
-    // Qt's part of the editor still sends signals while it ends.
+    // Qt's part of the editor still sends signals while it is being destroyed.
     d->attach(nullptr);
     delete d;
 }

@@ -1,12 +1,12 @@
 #pragma once
 
+#include <kilnx/export.h>
+
 #include <QtCore/QPoint>
 #include <QtGui/QColor>
 #include <QtGui/QTextBlock>
 #include <QtGui/QTextCharFormat>
 #include <QtWidgets/QPlainTextEdit>
-
-#include <kilnx/export.h>
 
 class QAbstractItemModel;
 
@@ -21,8 +21,8 @@ class CodeEditorPrivate;
 ///
 /// It parses nothing. What folds comes from CodeBlockData::foldingIndent(), what matches from
 /// CodeBlockData::parenthesis(), both written by the engine's parser. The editor borrows its
-/// document and shows an empty text when that ends first. Lines and columns count from 0; a line is
-/// a block of the document, shown or folded away. Lines are not wrapped.
+/// document and shows an empty text when that is destroyed first. Lines and columns count from 0; a
+/// line is a block of the document, shown or folded away. Lines are not wrapped.
 class KILNX_EXPORT CodeEditor : public QPlainTextEdit
 {
     Q_OBJECT
@@ -109,7 +109,7 @@ public:
     /// letters that follow choose among them. Words that are to be offered without a blank have the
     /// prefix end with their first letter, as in "@s". Keys with Shift close the list. Sort the
     /// words without regard to case. The model stays the caller's, may change at any time, and
-    /// leaves by itself when it ends; null takes the prefix away.
+    /// leaves by itself when it is destroyed; null takes the prefix away.
     void setWordList(const QString &prefix, QAbstractItemModel *words);
     void clearWordLists();
     /// Whether a completion file can be read. Its contents are not used: engines give their words

@@ -1,10 +1,11 @@
+#include <kilnx/codeedit/codeeditor_p.h>
+
+#include <kilnx/code/codedocument.h>
+
 #include <QtGui/QPainter>
 #include <QtGui/QTextLayout>
 #include <QtWidgets/QPlainTextDocumentLayout>
 #include <QtWidgets/QScrollBar>
-
-#include <kilnx/code/codedocument.h>
-#include <kilnx/codeedit/codeeditor_p.h>
 
 namespace Kiln
 {

@@ -1,5 +1,6 @@
-#include <kilnx/code/codedocument.h>
 #include <kilnx/codeedit/codeeditor_p.h>
+
+#include <kilnx/code/codedocument.h>
 
 namespace Kiln
 {

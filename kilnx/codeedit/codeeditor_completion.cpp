@@ -1,10 +1,10 @@
+#include <kilnx/codeedit/codeeditor_p.h>
+
 #include <QtCore/QAbstractItemModel>
 #include <QtGui/QKeyEvent>
 #include <QtWidgets/QAbstractItemView>
 #include <QtWidgets/QCompleter>
 #include <QtWidgets/QScrollBar>
-
-#include <kilnx/codeedit/codeeditor_p.h>
 
 namespace Kiln
 {

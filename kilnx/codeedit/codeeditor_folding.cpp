@@ -1,8 +1,9 @@
-#include <QtGui/QTextLayout>
-#include <QtWidgets/QPlainTextDocumentLayout>
+#include <kilnx/codeedit/codeeditor_p.h>
 
 #include <kilnx/code/codedocument.h>
-#include <kilnx/codeedit/codeeditor_p.h>
+
+#include <QtGui/QTextLayout>
+#include <QtWidgets/QPlainTextDocumentLayout>
 
 namespace Kiln
 {

@@ -1,3 +1,7 @@
+#include <kilnx/codeedit/codeeditor_p.h>
+
+#include <kilnx/code/codedocument.h>
+
 #include <QtCore/QTimerEvent>
 #include <QtGui/QHelpEvent>
 #include <QtGui/QMouseEvent>
@@ -6,9 +10,6 @@
 #include <QtWidgets/QScrollBar>
 #include <QtWidgets/QStyle>
 #include <QtWidgets/QToolTip>
-
-#include <kilnx/code/codedocument.h>
-#include <kilnx/codeedit/codeeditor_p.h>
 
 namespace Kiln
 {

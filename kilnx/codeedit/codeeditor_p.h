@@ -1,6 +1,6 @@
 #pragma once
 
-#include <optional>
+#include <kilnx/codeedit/codeeditor.h>
 
 #include <QtCore/QBasicTimer>
 #include <QtCore/QList>
@@ -12,7 +12,7 @@
 #include <QtWidgets/QTextEdit>
 #include <QtWidgets/QWidget>
 
-#include <kilnx/codeedit/codeeditor.h>
+#include <optional>
 
 class QCompleter;
 class QPlainTextDocumentLayout;

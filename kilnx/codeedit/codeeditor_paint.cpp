@@ -1,12 +1,13 @@
-#include <algorithm>
+#include <kilnx/codeedit/codeeditor_p.h>
+
+#include <kilnx/code/codedocument.h>
 
 #include <QtGui/QAbstractTextDocumentLayout>
 #include <QtGui/QPainter>
 #include <QtGui/QTextLayout>
 #include <QtWidgets/QScrollBar>
 
-#include <kilnx/code/codedocument.h>
-#include <kilnx/codeedit/codeeditor_p.h>
+#include <algorithm>
 
 namespace Kiln
 {

@@ -1,8 +1,5 @@
 #include <kilnx/codeedit/codefileeditor.h>
 
-#include <QtCore/QItemSelectionModel>
-#include <QtWidgets/QTreeView>
-
 #include <kilnx/code/codedocument.h>
 #include <kilnx/code/codenode.h>
 #include <kilnx/codeedit/codeeditor.h>
@@ -12,6 +9,9 @@
 #include <kilnx/project/controls.h>
 #include <kilnx/project/interface.h>
 #include <kilnx/project/messages.h>
+
+#include <QtCore/QItemSelectionModel>
+#include <QtWidgets/QTreeView>
 
 namespace Kiln
 {
@@ -39,10 +39,10 @@ matchFrom(const QTextCursor &cursor, const QRegExp &expression, const QString &t
 bool selectMatch(QTextCursor &cursor, const QString &sought, unsigned int flags)
 {
     const QRegExp expression = searchExpression(sought, flags);
-    const bool backward = flags & CodeFileEditor::Backward;
+    const bool backward = flags & Editor::Backward;
     const QString text = searchedText(cursor.document());
     std::optional<TextMatch> match = matchFrom(cursor, expression, text, backward);
-    if (match && match->position < 0 && (flags & CodeFileEditor::WrapAround)) {
+    if (match && match->position < 0 && (flags & Editor::WrapAround)) {
         cursor.movePosition(backward ? QTextCursor::End : QTextCursor::Start);
         match = backward ? matchFrom(cursor, expression, text, true)
                          : searchText(expression, text, 0, false);
@@ -293,12 +293,13 @@ void CodeFileEditor::cursorChanged(const QPoint &place)
     // Typing may make another node of a line although the cursor does not leave it.
     if (m_document->nodeInBlock(m_document->findBlockByNumber(place.x())) != m_lineNode)
         currLineChanged(place.x());
-    interface->setStatusText(0, tr("Line: %1, Column: %2, Line count: %3")
-                                    .arg(place.x() + 1)
-                                    .arg(place.y() + 1)
-                                    .arg(m_document->blockCount()));
+    interface->setStatusText(Interface::PlaceField, tr("Line: %1, Column: %2, Line count: %3")
+                                                        .arg(place.x() + 1)
+                                                        .arg(place.y() + 1)
+                                                        .arg(m_document->blockCount()));
     const Messages *messages = static_cast<const ProjectFile *>(m_document)->messages();
-    interface->setStatusText(1, tr("Syntax error count: %1").arg(messages->count(Message::Error)));
+    interface->setStatusText(Interface::ErrorField,
+                             tr("Syntax error count: %1").arg(messages->count(Message::Error)));
 }
 
 bool CodeFileEditor::find(const ProjectFile *file, const QString &text, unsigned int flags)
@@ -376,7 +377,7 @@ void CodeFileEditor::replaceAll(const QString &text, const QString &replacement,
 
 void CodeFileEditor::tellOutOfTime()
 {
-    showInformation(interface->mainWindow(), interface->text(8),
+    showInformation(interface->mainWindow(), interface->text(Interface::NothingFoundTitle),
                     tr("The expression takes too long!"));
 }
 

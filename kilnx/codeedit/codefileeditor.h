@@ -1,10 +1,10 @@
 #pragma once
 
-#include <QtCore/QModelIndex>
-#include <QtCore/QPointer>
-
 #include <kilnx/export.h>
 #include <kilnx/project/fileeditor.h>
+
+#include <QtCore/QModelIndex>
+#include <QtCore/QPointer>
 
 class QAbstractItemModel;
 class QTreeView;
@@ -22,21 +22,13 @@ class CodeWorkspace;
 /// and adds action(), name() and canEditFileType().
 ///
 /// A current file that is no CodeDocument shows as an empty text. The document stays its
-/// project's, and may end while it is shown: then there is no current file. While the view shows
-/// another document, cut(), copy(), paste() and replace() do nothing.
+/// project's, and may be destroyed while it is shown: then there is no current file. While the view
+/// shows another document, cut(), copy(), paste() and replace() do nothing.
 class KILNX_EXPORT CodeFileEditor : public FileEditor
 {
     Q_OBJECT
 
 public:
-    /// The bits of the flags of find() and replace(). Bit 4 is FileEditor's.
-    enum FindFlag : unsigned int {
-        RegularExpression = 1, ///< otherwise the text is taken as it stands
-        CaseSensitive = 2,
-        Backward = 4,
-        WrapAround = 8
-    };
-
     /// `treeKey` is the key under which the host is asked for a tree dock, or null for none.
     /// Editors with the same key share the tree, as they share the view.
     CodeFileEditor(CodeWorkspace *workspace, const char *treeKey);
@@ -88,7 +80,7 @@ private:
     void tellOutOfTime();
 
     CodeDocument *m_document = nullptr;
-    QPointer<QAbstractItemModel> m_alive; ///< the document's model, null once the document ended
+    QPointer<QAbstractItemModel> m_alive; ///< the document's model, null once that is gone
     QPointer<QTreeView> m_tree;
     const CodeNode *m_lineNode = nullptr; ///< of the cursor's line; only ever compared
     QMetaObject::Connection m_ended;

@@ -1,5 +1,16 @@
 #include <kilnx/codeedit/codeworkspace.h>
 
+#include <kilnx/code/codedocument.h>
+#include <kilnx/code/textcodecs.h>
+#include <kilnx/codeedit/codefont_p.h>
+#include <kilnx/codeedit/messagechoice_p.h>
+#include <kilnx/codeedit/snipdlg.h>
+#include <kilnx/codeedit/snippets.h>
+#include <kilnx/forms/messageboxes.h>
+#include <kilnx/project/engine.h>
+#include <kilnx/project/interface.h>
+#include <kilnx/project/messages.h>
+
 #include <QtCore/QPointer>
 #include <QtCore/QRegExp>
 #include <QtGui/QStandardItemModel>
@@ -14,18 +25,6 @@
 #include <QtWidgets/QToolBar>
 #include <QtWidgets/QVBoxLayout>
 
-#include <kilnx/code/codedocument.h>
-#include <kilnx/code/textcodecs.h>
-#include <kilnx/codeedit/codefont_p.h>
-#include <kilnx/codeedit/messagechoice_p.h>
-#include <kilnx/codeedit/snipdlg.h>
-#include <kilnx/codeedit/snippets.h>
-#include <kilnx/forms/messageboxes.h>
-#include <kilnx/project/engine.h>
-#include <kilnx/project/interface.h>
-#include <kilnx/project/messages.h>
-#include <kilnx/project/parentproject.h>
-
 namespace Kiln
 {
 
@@ -38,22 +37,6 @@ constexpr int DefaultFontSize = 10;
 constexpr int MessageWidth = 24; // characters of the list of messages, to start with
 
 // The texts of KilnTranslator.
-enum TextId {
-    CodeBarText = 2,
-    SnippetsText = 11,
-    SnippetInsertText = 12,
-    SnippetNewText = 13,
-    SnippetEditText = 14,
-    GoToText = 16,
-    PrevErrorText = 17,
-    NextErrorText = 18,
-    PrevDeprecationText = 19,
-    NextDeprecationText = 20,
-    CommentText = 21,
-    FoldAllText = 22,
-    UnfoldAllText = 23
-};
-
 QComboBox *createList(QWidget *parent, const char *name, const QString &accessibleName)
 {
     auto *list = new QComboBox(parent);
@@ -63,17 +46,6 @@ QComboBox *createList(QWidget *parent, const char *name, const QString &accessib
     list->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     list->setMinimumContentsLength(MessageWidth);
     return list;
-}
-
-// The character that opens a comment in this document: that of its project's engine, as the nodes
-// have it, or else of the current engine.
-QChar commentCharacter(CodeDocument *document, Interface *host)
-{
-    Engine *engine = host->engine();
-    Project *project = static_cast<ProjectFile *>(document)->project();
-    if (auto *parent = project ? qobject_cast<ParentProject *>(project->parent()) : nullptr)
-        engine = parent->engine();
-    return engine ? QLatin1Char(engine->commentCharacter()) : QChar();
 }
 } // namespace
 
@@ -135,30 +107,42 @@ void CodeWorkspace::createActions()
     QMenu *edit = d->host->menu("edit");
     const auto add = [this, texts](QWidget *menu, const char *key, int text, const char *slot) {
         QAction *action = d->host->addAction(menu, QString::fromLatin1(key), texts, text,
-                                             text == CodeBarText, this, slot);
+                                             text == KilnTranslator::CodeBarText, this, slot);
         return action;
     };
-    d->viewCodeBar =
-        add(d->host->menu("view"), "view_code_bar", CodeBarText, SLOT(showTextBar(bool)));
-    d->viewCodeBar->setEnabled(false);
-    d->snippetMenu = new QMenu(texts->text(SnippetsText), edit);
+    d->viewCodeBar = add(d->host->menu("view"), "view_code_bar", KilnTranslator::CodeBarText,
+                         SLOT(showTextBar(bool)));
+    enableBarAction(false);
+    d->snippetMenu = new QMenu(texts->text(KilnTranslator::SnippetsText), edit);
     if (edit)
         edit->addMenu(d->snippetMenu);
     else
         d->snippetMenu->setParent(d->widget.get());
-    QAction *insert =
-        add(d->snippetMenu, "code_snippet_insert", SnippetInsertText, SLOT(snipInsert()));
-    QAction *create = add(d->snippetMenu, "code_snippet_new", SnippetNewText, SLOT(snipNew()));
-    QAction *change = add(d->snippetMenu, "code_snippet_edit", SnippetEditText, SLOT(snipEdit()));
-    d->actions << add(edit, "code_goto", GoToText, SLOT(goToLine())) << nullptr
-               << add(edit, "code_prev_error", PrevErrorText, SLOT(prevError()))
-               << add(edit, "code_next_error", NextErrorText, SLOT(nextError()))
-               << add(edit, "code_prev_deprecation", PrevDeprecationText, SLOT(prevDepr()))
-               << add(edit, "code_next_deprecation", NextDeprecationText, SLOT(nextDepr()))
-               << nullptr << add(edit, "code_comment", CommentText, SLOT(comment())) << nullptr
-               << add(edit, "code_fold_all", FoldAllText, SLOT(foldAll()))
-               << add(edit, "code_unfold_all", UnfoldAllText, SLOT(unfoldAll())) << nullptr
-               << insert << create << change;
+    QAction *insert = add(d->snippetMenu, "code_snippet_insert", KilnTranslator::SnippetInsertText,
+                          SLOT(snipInsert()));
+    QAction *create =
+        add(d->snippetMenu, "code_snippet_new", KilnTranslator::SnippetNewText, SLOT(snipNew()));
+    QAction *change =
+        add(d->snippetMenu, "code_snippet_edit", KilnTranslator::SnippetEditText, SLOT(snipEdit()));
+    d->actions << add(edit, "code_goto", KilnTranslator::GoToText, SLOT(goToLine())) << nullptr
+               << add(edit, "code_prev_error", KilnTranslator::PrevErrorText, SLOT(prevError()))
+               << add(edit, "code_next_error", KilnTranslator::NextErrorText, SLOT(nextError()))
+               << add(edit, "code_prev_deprecation", KilnTranslator::PrevDeprecationText,
+                      SLOT(prevDepr()))
+               << add(edit, "code_next_deprecation", KilnTranslator::NextDeprecationText,
+                      SLOT(nextDepr()))
+               << nullptr << add(edit, "code_comment", KilnTranslator::CommentText, SLOT(comment()))
+               << nullptr
+               << add(edit, "code_fold_all", KilnTranslator::FoldAllText, SLOT(foldAll()))
+               << add(edit, "code_unfold_all", KilnTranslator::UnfoldAllText, SLOT(unfoldAll()))
+               << nullptr << insert << create << change;
+}
+
+/// A host may have made no action.
+void CodeWorkspace::enableBarAction(bool enabled)
+{
+    if (d->viewCodeBar)
+        d->viewCodeBar->setEnabled(enabled);
 }
 
 void CodeWorkspace::createToolBar()
@@ -224,10 +208,10 @@ void CodeWorkspace::setDocument(CodeDocument *document)
     d->editor->setEnabled(document);
     QObject::disconnect(d->documentEnded);
     if (!document) {
-        d->host->setStatusText(2, QString());
+        d->host->setStatusText(Interface::EncodingField, QString());
         return;
     }
-    // The editor lets go of a document that ends by itself; the rest follows.
+    // The editor lets go of a document that is destroyed; the rest follows.
     d->documentEnded =
         connect(document->model(), &QObject::destroyed, this, [this] { setDocument(nullptr); });
     QTextDocument *text = document;
@@ -245,7 +229,8 @@ void CodeWorkspace::setDocument(CodeDocument *document)
 void CodeWorkspace::updateStatus()
 {
     if (CodeDocument *document = d->editor->codeDocument())
-        d->host->setStatusText(2, tr("Encoding: %1").arg(document->codecName()));
+        d->host->setStatusText(Interface::EncodingField,
+                               tr("Encoding: %1").arg(document->codecName()));
 }
 
 void CodeWorkspace::engineSwitched(bool switched)
@@ -263,23 +248,25 @@ void CodeWorkspace::engineSwitched(bool switched)
 void CodeWorkspace::activate()
 {
     const bool shown = d->host->option(QStringLiteral("show_code_bar"), QVariant()).toBool();
-    d->viewCodeBar->setChecked(shown);
-    d->toolBar->setVisible(d->viewCodeBar->isChecked());
-    d->viewCodeBar->setEnabled(true);
+    if (d->viewCodeBar)
+        d->viewCodeBar->setChecked(shown);
+    d->toolBar->setVisible(shown);
+    enableBarAction(true);
     d->snippets->setEnabled(true);
 }
 
 void CodeWorkspace::deactivate()
 {
     d->toolBar->hide();
-    d->viewCodeBar->setEnabled(false);
+    enableBarAction(false);
     d->snippets->setEnabled(false);
 }
 
 void CodeWorkspace::showTextBar(bool shown)
 {
     d->toolBar->setVisible(shown);
-    d->host->setOption(QStringLiteral("show_code_bar"), d->viewCodeBar->isChecked());
+    const bool isChecked = d->viewCodeBar ? d->viewCodeBar->isChecked() : shown;
+    d->host->setOption(QStringLiteral("show_code_bar"), isChecked);
 }
 
 void CodeWorkspace::reconfig()
@@ -315,7 +302,7 @@ void CodeWorkspace::retranslate()
 {
     const Translator *texts = KilnTranslator::instance();
     if (d->snippetMenu)
-        d->snippetMenu->setTitle(texts->text(SnippetsText));
+        d->snippetMenu->setTitle(texts->text(KilnTranslator::SnippetsText));
     d->editor->setAccessibleName(tr("Code"));
     d->messages->setAccessibleName(tr("Messages of the file"));
     d->messages->setPlaceholderText(tr("No messages"));
@@ -402,7 +389,7 @@ void CodeWorkspace::goToLine()
     if (!canEdit())
         return;
     QPointer<QAbstractItemModel> alive = d->editor->codeDocument()->model();
-    const QString title = KilnTranslator::instance()->text(GoToText);
+    const QString title = KilnTranslator::instance()->text(KilnTranslator::GoToText);
     QInputDialog dialog(d->host->mainWindow());
     dialog.setWindowTitle(title);
     dialog.setLabelText(tr("Line:"));
@@ -487,7 +474,10 @@ void CodeWorkspace::comment()
 {
     if (!canEdit())
         return;
-    const QChar mark = commentCharacter(d->editor->codeDocument(), d->host);
+    QChar mark = d->editor->codeDocument()->commentCharacter();
+    const Engine *current = d->host->engine();
+    if (mark.isNull() && current) // a file without a project
+        mark = QLatin1Char(current->commentCharacter());
     if (mark.isNull())
         return;
     QTextCursor cursor = d->editor->textCursor();

@@ -1,13 +1,13 @@
 #pragma once
 
-#include <memory>
+#include <kilnx/codeedit/codeeditor.h>
+#include <kilnx/export.h>
+#include <kilnx/project/workspace.h>
 
 #include <QtCore/QPointer>
 #include <QtGui/QFont>
 
-#include <kilnx/codeedit/codeeditor.h>
-#include <kilnx/export.h>
-#include <kilnx/project/workspace.h>
+#include <memory>
 
 class QAbstractItemModel;
 class QTextDocument;
@@ -20,7 +20,7 @@ class CodeWorkspacePrivate;
 
 /// The one code view of the application, in which all editors of code show their documents: a
 /// CodeEditor, a tool bar with the actions of code, a list of the document's messages and one of
-/// the snippets. The host makes it before the editors and ends it with release() after them.
+/// the snippets. The host makes it before the editors and destroys it with release() after them.
 ///
 /// It makes the code actions of the host's menus "edit" and "view", and writes field 2 of the
 /// status bar, the encoding; the host calls statusClicked() when the user clicks there. Actions do
@@ -89,6 +89,7 @@ Q_SIGNALS:
 
 private:
     void createActions();
+    void enableBarAction(bool enabled);
     void createToolBar();
     void goToMessage(int type, bool forward);
     void setCodeFont(const QFont &font);

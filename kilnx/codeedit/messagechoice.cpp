@@ -1,5 +1,6 @@
-#include <QtWidgets/QComboBox>
 #include <kilnx/codeedit/messagechoice_p.h>
+
+#include <QtWidgets/QComboBox>
 
 namespace Kiln
 {
@@ -15,7 +16,7 @@ void MessageChoice::follow(const Messages *messages)
     m_row = -1;
     if (!messages)
         return;
-    QObject *const context = m_connections.get();
+    QObject *context = m_connections.get();
     QObject::connect(messages, &Messages::rowsAboutToBeRemoved, context, [this] { remember(); });
     QObject::connect(
         messages, &Messages::rowsRemoved, context,

@@ -1,7 +1,9 @@
 #pragma once
 
-#include <QtCore/QObject>
 #include <kilnx/project/messages.h>
+
+#include <QtCore/QObject>
+
 #include <memory>
 
 class QComboBox;

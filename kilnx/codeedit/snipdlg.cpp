@@ -1,11 +1,7 @@
 #include <kilnx/codeedit/snipdlg.h>
 
-#include <QtCore/QFile>
-#include <QtCore/QFileInfo>
-#include <QtCore/QSaveFile>
-#include <QtWidgets/QDialogButtonBox>
-#include <QtWidgets/QPushButton>
-#include <QtWidgets/QVBoxLayout>
+#include "ui_snipdlg.h"
+#include "ui_snipfielddlg.h"
 
 #include <kilnx/codeedit/codefont_p.h>
 #include <kilnx/codeedit/snippets.h>
@@ -13,8 +9,12 @@
 #include <kilnx/project/filedialogs.h>
 #include <kilnx/project/paths.h>
 
-#include "ui_snipdlg.h"
-#include "ui_snipfielddlg.h"
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QSaveFile>
+#include <QtWidgets/QDialogButtonBox>
+#include <QtWidgets/QPushButton>
+#include <QtWidgets/QVBoxLayout>
 
 using namespace Kiln;
 

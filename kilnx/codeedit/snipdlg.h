@@ -1,10 +1,10 @@
 #pragma once
 
-#include <memory>
+#include <kilnx/export.h>
 
 #include <QtWidgets/QDialog>
 
-#include <kilnx/export.h>
+#include <memory>
 
 namespace Kiln
 {

@@ -1,6 +1,6 @@
 #include <kilnx/codeedit/snippets.h>
 
-#include <algorithm>
+#include <kilnx/forms/messageboxes.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
@@ -15,7 +15,7 @@
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 
-#include <kilnx/forms/messageboxes.h>
+#include <algorithm>
 
 namespace Kiln
 {
@@ -23,11 +23,11 @@ namespace Kiln
 namespace
 {
 const QLatin1Char Separator(';');
-const char *const LineEnd = "\r\n";
+const char *LineEnd = "\r\n";
 const QString CodeIndent = QStringLiteral("\t\t");
-const char *const TranslationContext = "QSnippetManager";
-const char *const SnippetComment = "Snippet";
-const char *const FieldComment = "Snippet field";
+const char *TranslationContext = "QSnippetManager";
+const char *SnippetComment = "Snippet";
+const char *FieldComment = "Snippet field";
 constexpr int LastColumn = 10;
 constexpr double LargestNumber = 1e9;
 

@@ -1,14 +1,14 @@
 #pragma once
 
-#include <memory>
-#include <optional>
-#include <vector>
+#include <kilnx/export.h>
 
 #include <QtCore/QAbstractListModel>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-#include <kilnx/export.h>
+#include <memory>
+#include <optional>
+#include <vector>
 
 class QWidget;
 

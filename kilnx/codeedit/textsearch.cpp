@@ -1,13 +1,14 @@
+#include <kilnx/codeedit/textsearch_p.h>
+
+#include <kilnx/project/editor.h>
+
+#include <QtGui/QTextDocument>
+
 #include <atomic>
 #include <chrono>
 #include <future>
 #include <system_error>
 #include <thread>
-
-#include <QtGui/QTextDocument>
-
-#include <kilnx/codeedit/codefileeditor.h>
-#include <kilnx/codeedit/textsearch_p.h>
 
 namespace Kiln
 {
@@ -59,8 +60,8 @@ QString searchedText(const QTextDocument *document)
 
 QRegExp searchExpression(const QString &text, unsigned int flags)
 {
-    const bool regular = flags & CodeFileEditor::RegularExpression;
-    const bool caseSensitive = flags & CodeFileEditor::CaseSensitive;
+    const bool regular = flags & Editor::RegularExpression;
+    const bool caseSensitive = flags & Editor::CaseSensitive;
     return QRegExp(text, caseSensitive ? Qt::CaseSensitive : Qt::CaseInsensitive,
                    regular ? QRegExp::RegExp2 : QRegExp::FixedString);
 }

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <optional>
-
 #include <QtCore/QRegExp>
 #include <QtCore/QString>
+
+#include <optional>
 
 class QTextDocument;
 
@@ -23,7 +23,7 @@ struct TextMatch {
 /// Unlike toPlainText() it keeps no-break spaces, so that it can be put back.
 QString searchedText(const QTextDocument *document);
 
-/// The expression that find and replace use; `flags` are those of CodeFileEditor::find().
+/// The expression that find and replace use; `flags` are bits of Editor::FindFlag.
 QRegExp searchExpression(const QString &text, unsigned int flags);
 
 /// The first match at or after `from` or, `backward`, the last one that starts at or before it;

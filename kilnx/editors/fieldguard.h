@@ -1,10 +1,10 @@
 #pragma once
 
+#include <kilnx/export.h>
+
 #include <QtCore/QPointer>
 #include <QtCore/QVector>
 #include <QtWidgets/QAction>
-
-#include <kilnx/export.h>
 
 namespace Kiln
 {

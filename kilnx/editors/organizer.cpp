@@ -1,6 +1,10 @@
 #include <kilnx/editors/organizer.h>
 
-#include <algorithm>
+#include <kilnx/forms/messageboxes.h>
+#include <kilnx/project/controls.h>
+#include <kilnx/project/interface.h>
+#include <kilnx/project/organizable.h>
+#include <kilnx/project/translator.h>
 
 #include <QtCore/QItemSelection>
 #include <QtCore/QPointer>
@@ -8,11 +12,7 @@
 #include <QtGui/QKeyEvent>
 #include <QtWidgets/QListView>
 
-#include <kilnx/forms/messageboxes.h>
-#include <kilnx/project/controls.h>
-#include <kilnx/project/interface.h>
-#include <kilnx/project/organizable.h>
-#include <kilnx/project/translator.h>
+#include <algorithm>
 
 namespace Kiln
 {
@@ -27,13 +27,15 @@ struct PanelAction {
 };
 
 const PanelAction panelActions[] = {
-    {"org_up", 166, "1moveUp()"},      {"org_down", 167, "1moveDown()"},
-    {"org_up_10", 168, "1moveUp10()"}, {"org_down_10", 169, "1moveDown10()"},
-    {"org_top", 170, "1moveTop()"},    {"org_bottom", 171, "1moveBottom()"},
-    {"org_auto", 172, "1moveAuto()"},
+    {"org_up", KilnTranslator::OrganizerUpText, "1moveUp()"},
+    {"org_down", KilnTranslator::OrganizerDownText, "1moveDown()"},
+    {"org_up_10", KilnTranslator::OrganizerUp10Text, "1moveUp10()"},
+    {"org_down_10", KilnTranslator::OrganizerDown10Text, "1moveDown10()"},
+    {"org_top", KilnTranslator::OrganizerTopText, "1moveTop()"},
+    {"org_bottom", KilnTranslator::OrganizerBottomText, "1moveBottom()"},
+    {"org_auto", KilnTranslator::OrganizerAutoText, "1moveAuto()"},
 };
 
-const int panelTextId = 165;
 const int pageRows = 10;
 
 } // namespace
@@ -199,7 +201,7 @@ const char *OrganizerEditor::name() const
 
 QString OrganizerEditor::displayName() const
 {
-    return KilnTranslator::instance()->text(panelTextId);
+    return KilnTranslator::instance()->text(KilnTranslator::OrganizerText);
 }
 
 void OrganizerEditor::activate()

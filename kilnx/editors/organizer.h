@@ -1,11 +1,11 @@
 #pragma once
 
-#include <memory>
+#include <kilnx/export.h>
+#include <kilnx/project/editor.h>
 
 #include <QtCore/QModelIndex>
 
-#include <kilnx/export.h>
-#include <kilnx/project/editor.h>
+#include <memory>
 
 namespace Kiln
 {
@@ -41,7 +41,7 @@ public:
     void release() override;
 
     /// Shows `object`, or nothing for null. The list stays its file's: call setObject(nullptr)
-    /// before it ends.
+    /// before it is destroyed.
     ///
     /// The host is asked to show the panel when the option "show_organizer" is true and the list
     /// has rows, and to hide it otherwise; this follows the list when its first row comes, unless

@@ -1,11 +1,11 @@
 #include <kilnx/forms/itemsdialog.h>
 
-#include <algorithm>
-
 #include <QtWidgets/QDialogButtonBox>
 #include <QtWidgets/QListView>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QVBoxLayout>
+
+#include <algorithm>
 
 namespace Kiln
 {
@@ -14,6 +14,7 @@ ItemsDialog::ItemsDialog(QWidget *parent, const QString &title, QAbstractItemMod
     : QDialog(parent)
     , m_view(new QListView(this))
 {
+    setObjectName(QStringLiteral("pickItems"));
     setWindowTitle(title);
     m_view->setObjectName(QStringLiteral("items"));
     m_view->setAccessibleName(title);

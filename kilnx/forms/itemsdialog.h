@@ -1,9 +1,9 @@
 #pragma once
 
+#include <kilnx/export.h>
+
 #include <QtCore/QList>
 #include <QtWidgets/QDialog>
-
-#include <kilnx/export.h>
 
 class QAbstractItemModel;
 class QListView;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <QtCore/QString>
-
 #include <kilnx/export.h>
+
+#include <QtCore/QString>
 
 class QWidget;
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <QtWidgets/QDialog>
-
 #include <kilnx/export.h>
+
+#include <QtWidgets/QDialog>
 
 class QAbstractItemModel;
 class QListView;

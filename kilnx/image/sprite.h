@@ -71,7 +71,7 @@ public:
     };
 
     /// Shares the handle of the other sprite without counting it: one of the two must let go of it
-    /// before it ends.
+    /// before it is destroyed.
     Sprite(const Sprite &other);
     Sprite &operator=(const Sprite &other);
 

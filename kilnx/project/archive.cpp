@@ -1,12 +1,12 @@
 #include <kilnx/project/archive.h>
 
-#include <QtCore/QCoreApplication>
-#include <QtCore/QFile>
-#include <QtCore/QThread>
-
 #include <kilnx/project/archive_p.h>
 #include <kilnx/project/filewatch_p.h>
 #include <kilnx/project/paths.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QFile>
+#include <QtCore/QThread>
 
 #ifdef Q_OS_UNIX
 #include <unistd.h>

@@ -1,13 +1,13 @@
 #pragma once
 
+#include <kilnx/export.h>
+
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QIODevice>
 #include <QtCore/QList>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
-
-#include <kilnx/export.h>
 
 namespace Kiln
 {
@@ -16,7 +16,7 @@ namespace Kiln
 /// live on a plain directory or behind anything else that has names and contents.
 ///
 /// Owned by count: whoever keeps an archive calls addOwner(), and removeOwner() when it lets go;
-/// the last one ends it through free(). ParentProject, Project and each ProjectFile are owners.
+/// the last one destroys it through free(). ParentProject, Project and each ProjectFile are owners.
 /// An archive with storage of its own deletes itself in free() and commits in flush() what is
 /// still pending. GUI thread only.
 class KILNX_EXPORT Archive
@@ -72,7 +72,7 @@ private:
 class KILNX_EXPORT FileSystemArchive : public Archive
 {
 public:
-    /// The one object of the process, which nothing ends. A copy takes its count along.
+    /// The one object of the process, which nothing destroys. A copy takes its count along.
     static FileSystemArchive &instance();
     /// Why the last file that was opened for writing could not be opened, or was not saved: the
     /// system's own words, as in "Permission denied". Empty when it was.

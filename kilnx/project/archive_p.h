@@ -1,8 +1,8 @@
 #pragma once
 
-#include <QtCore/QFile>
-
 #include <kilnx/export.h>
+
+#include <QtCore/QFile>
 
 /// The device of FileSystemArchive: replaces an existing file through a temporary one.
 ///

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <limits>
-
 #include <kilnx/export.h>
+
+#include <limits>
 
 class QAction;
 class QMenu;

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <kilnx/export.h>
+
 #include <QtCore/QObject>
 #include <QtCore/QString>
-
-#include <kilnx/export.h>
 
 class QAction;
 
@@ -22,6 +22,15 @@ class KILNX_EXPORT Editor : public QObject
     Q_OBJECT
 
 public:
+    /// The bits of the `flags` of find() and replace().
+    enum FindFlag : unsigned int {
+        RegularExpression = 1, ///< otherwise the text is taken as it stands
+        CaseSensitive = 2,
+        Backward = 4,
+        WrapAround = 8, ///< at the end goes on from the start
+        Silent = 16     ///< no box when nothing is found
+    };
+
     explicit Editor(QObject *parent = nullptr);
 
     /// The action that switches to this editor.
@@ -50,11 +59,9 @@ public Q_SLOTS:
     virtual void redo() = 0;
 
 public:
-    /// Looks for the next place with `text`. Bits of `flags`: 0 (1) the text is a regular
-    /// expression, 1 (2) case sensitive, 2 (4) backward, 3 (8) wrap around at the end, 4 (16) don't
-    /// tell that nothing was found.
+    /// Goes to the next place with `text`; `flags` are bits of FindFlag.
     virtual void find(const QString &text, unsigned int flags) = 0;
-    /// Replaces the next place with `text`, or all of them.
+    /// Replaces the next place with `text` by `by`, or all of them.
     virtual void replace(const QString &text, const QString &by, unsigned int flags, bool all) = 0;
     /// Keeps its place in the order for the host's final classes; never called by the library.
     virtual void hostReserved15() = 0;
@@ -82,7 +89,7 @@ protected:
 };
 
 /// A side panel beside the current editor: organizer, thumbnails, palettes. The host owns it and
-/// ends it with release().
+/// destroys it with release().
 class KILNX_EXPORT ExtraEditor : public QObject
 {
     Q_OBJECT
@@ -102,7 +109,7 @@ public:
     virtual void reconfig();
     /// The language has changed: set all texts again.
     virtual void retranslate() = 0;
-    /// Ends the panel: the final class deletes itself.
+    /// Destroys the panel: the final class deletes itself.
     virtual void release() = 0;
 
     bool isActive() const { return active; }

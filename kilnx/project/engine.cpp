@@ -1,8 +1,8 @@
 #include <kilnx/project/engine.h>
 
-#include <QtGui/QIcon>
-
 #include <kilnx/project/interface.h>
+
+#include <QtGui/QIcon>
 
 namespace Kiln
 {

@@ -1,13 +1,13 @@
 #pragma once
 
+#include <kilnx/export.h>
+#include <kilnx/project/project.h>
+
 #include <QtCore/QAbstractListModel>
 #include <QtCore/QList>
 #include <QtCore/QMap>
 #include <QtCore/QString>
 #include <QtCore/QVariant>
-
-#include <kilnx/export.h>
-#include <kilnx/project/project.h>
 
 class QWidget;
 

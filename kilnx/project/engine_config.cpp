@@ -1,5 +1,10 @@
 #include <kilnx/project/engine.h>
 
+#include <kilnx/forms/messageboxes.h>
+#include <kilnx/project/archive.h>
+#include <kilnx/project/interface.h>
+#include <kilnx/project/paths.h>
+
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -8,11 +13,6 @@
 #include <QtCore/QXmlStreamReader>
 #include <QtCore/QXmlStreamWriter>
 #include <QtGui/QColor>
-
-#include <kilnx/forms/messageboxes.h>
-#include <kilnx/project/archive.h>
-#include <kilnx/project/interface.h>
-#include <kilnx/project/paths.h>
 
 namespace Kiln
 {
@@ -110,9 +110,10 @@ void showXmlError(const QXmlStreamReader &xml)
     const Interface *interface = Interface::instance();
     if (!interface)
         return;
-    showCritical(interface->mainWindow(), interface->text(0),
-                 interface->text(1).arg(xml.errorString(), QString::number(xml.lineNumber()),
-                                        QString::number(xml.columnNumber())));
+    showCritical(interface->mainWindow(), interface->text(Interface::XmlErrorTitle),
+                 interface->text(Interface::XmlErrorText)
+                     .arg(xml.errorString(), QString::number(xml.lineNumber()),
+                          QString::number(xml.columnNumber())));
 }
 
 } // namespace

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <QtCore/QString>
-
 #include <kilnx/export.h>
 #include <kilnx/version.h>
+
+#include <QtCore/QString>
 
 class QObject;
 
@@ -22,7 +22,7 @@ class ParentProject;
 ///     KILNX_ENGINE(MyPlugin)
 ///
 /// MyPlugin has a constructor without arguments. Its one object is made on first use, which is
-/// after setGlobalInterface(), lives until the process ends, and belongs to the library; the host
+/// after setGlobalInterface(), lives as long as the process, and belongs to the library; the host
 /// never lets go of the library again. All calls come on the GUI thread. An exception may leave the
 /// constructor and engine(), and nothing else: the host then does without the library.
 class KILNX_EXPORT EnginePlugin

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <kilnx/export.h>
+
 #include <QtCore/QList>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
-
-#include <kilnx/export.h>
 
 class QImage;
 class QIODevice;
@@ -128,7 +128,7 @@ public:
     virtual bool read(QIODevice *device, QStringList &texts) = 0;
 };
 
-/// Loads the plug-in libraries of a directory, and ends what they registered.
+/// Loads the plug-in libraries of a directory, and destroys what they registered.
 ///
 /// A plug-in exports one plain C function, in which it adds each of its objects:
 ///

@@ -1,12 +1,12 @@
 #include <kilnx/project/filedialogs.h>
 
+#include <kilnx/forms/messageboxes.h>
+#include <kilnx/project/interface.h>
+
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtWidgets/QFileDialog>
-
-#include <kilnx/forms/messageboxes.h>
-#include <kilnx/project/interface.h>
 
 namespace Kiln
 {

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <kilnx/export.h>
+
 #include <QtCore/QString>
 #include <QtCore/QStringList>
-
-#include <kilnx/export.h>
 
 class QWidget;
 

@@ -1,10 +1,5 @@
 #include <kilnx/project/fileeditor.h>
 
-#include <QtCore/QFileInfo>
-#include <QtCore/QPointer>
-#include <QtCore/QRegularExpression>
-#include <QtWidgets/QAction>
-
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/project/engine.h>
@@ -12,14 +7,17 @@
 #include <kilnx/project/interface.h>
 #include <kilnx/project/projectfile.h>
 
+#include <QtCore/QFileInfo>
+#include <QtCore/QPointer>
+#include <QtCore/QRegularExpression>
+#include <QtWidgets/QAction>
+
 namespace Kiln
 {
 
 namespace
 {
 
-/// Bit of find()'s flags: the caller wants no box when nothing is found.
-constexpr unsigned int quietFlag = 16;
 /// Bit of ProjectFile::capabilities(): changes need no confirmation before they are discarded.
 constexpr unsigned int mayDiscard = 1;
 
@@ -127,9 +125,10 @@ void FileEditor::redo()
 
 void FileEditor::find(const QString &text, unsigned int flags)
 {
-    if (text.isEmpty() || find(m_currentFile, text, flags) || (flags & quietFlag))
+    if (text.isEmpty() || find(m_currentFile, text, flags) || (flags & Silent))
         return;
-    showInformation(interface->mainWindow(), interface->text(8), tr("Nothing found!"));
+    showInformation(interface->mainWindow(), interface->text(Interface::NothingFoundTitle),
+                    tr("Nothing found!"));
 }
 
 bool FileEditor::canDiscard(const ProjectFile *file) const

@@ -24,7 +24,7 @@ public:
     bool isModified() const override;
     void undo() override;
     void redo() override;
-    /// Looks in the current file. Where nothing is found, tells so unless bit 4 of `flags` is set.
+    /// Looks in the current file. Where nothing is found, tells so unless `flags` has Silent.
     void find(const QString &text, unsigned int flags) override;
 
     /// The one type that this editor handles.

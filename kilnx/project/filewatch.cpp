@@ -1,14 +1,14 @@
 #include <kilnx/project/filewatch.h>
 
+#include <kilnx/forms/messageboxes.h>
+#include <kilnx/project/filewatch_p.h>
+#include <kilnx/project/interface.h>
+
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDateTime>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QTimer>
-
-#include <kilnx/forms/messageboxes.h>
-#include <kilnx/project/filewatch_p.h>
-#include <kilnx/project/interface.h>
 
 #ifdef Q_OS_UNIX
 #include <sys/stat.h>

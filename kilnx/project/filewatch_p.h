@@ -1,12 +1,12 @@
 #pragma once
 
+#include <kilnx/project/filewatch.h>
+
 #include <QtCore/QFileSystemWatcher>
 #include <QtCore/QHash>
 #include <QtCore/QList>
 #include <QtCore/QObject>
 #include <QtCore/QSet>
-
-#include <kilnx/project/filewatch.h>
 
 namespace Kiln
 {
@@ -34,7 +34,7 @@ class FileWatcherManager : public QObject
 public:
     /// Counts one more living object.
     static FileWatcherManager &retain();
-    /// Counts one less; the last one ends the manager.
+    /// Counts one less; the last one destroys the manager.
     static void releaseOne();
 
     void add(FileWatchObject *object);

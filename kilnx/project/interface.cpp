@@ -1,10 +1,10 @@
 #include <kilnx/project/interface.h>
 
-#include <QtCore/QLibrary>
-#include <QtWidgets/QMenu>
-
 #include <kilnx/forms/itemsdialog.h>
 #include <kilnx/project/controls.h>
+
+#include <QtCore/QLibrary>
+#include <QtWidgets/QMenu>
 
 namespace Kiln
 {

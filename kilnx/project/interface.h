@@ -1,14 +1,14 @@
 #pragma once
 
-#include <QtCore/QString>
-#include <QtCore/QVariant>
-#include <QtGui/QColor>
-#include <QtGui/QIcon>
-
 #include <kilnx/export.h>
 #include <kilnx/project/progress.h>
 #include <kilnx/project/project.h>
 #include <kilnx/project/translator.h>
+
+#include <QtCore/QString>
+#include <QtCore/QVariant>
+#include <QtGui/QColor>
+#include <QtGui/QIcon>
 
 class QAbstractItemModel;
 class QAction;
@@ -31,12 +31,26 @@ class ProjectFile;
 /// The library has no window, no settings store and no list of open projects: it asks this object.
 /// A host derives one class from it and installs it with setGlobalInterface() before it makes any
 /// workspace or editor; the object must stay valid while any editor exists. All calls come on the
-/// GUI thread. `text()` of the host is its own table: 0 and 1 are the title and text of the box
-/// about a malformed engine configuration (error, line, column as %1, %2, %3), 8 the title of
-/// "Nothing found!".
+/// GUI thread. `text()` of the host is its own table; the library reads those of TextId.
 class KILNX_EXPORT Interface : public Translator
 {
 public:
+    /// The texts of the host that the library shows.
+    enum TextId {
+        XmlErrorTitle = 0, ///< of the box about a malformed engine configuration
+        XmlErrorText = 1,  ///< its text: the error, its line and its column as %1, %2, %3
+        NothingFoundTitle = 8
+    };
+    /// The fields of the status bar that the library writes.
+    enum StatusField {
+        PlaceField = 0,    ///< of the cursor in the text
+        ErrorField = 1,    ///< the count of errors of the file
+        EncodingField = 2, ///< of the code; a click on it is Workspace::statusClicked()
+        PositionField = 3, ///< of the mouse in the viewport
+        GuidesField = 4,   ///< of the viewport
+        RendererField = 5  ///< what paints the viewport
+    };
+
     /// The installed host; null until setGlobalInterface() has run.
     static Interface *instance();
 
@@ -48,7 +62,7 @@ public:
     virtual QString userPath() const = 0;
     /// The directory of the engine configuration files, without a closing "/".
     virtual QString configPath() const = 0;
-    /// Opens a progress indicator. The object is the host's; Progress::finish() ends it.
+    /// Opens a progress indicator. The object is the host's; Progress::finish() destroys it.
     virtual Progress *progress(const QString &text, bool cancellable) = 0;
     /// The engine that is current; may be null.
     virtual Engine *engine() const = 0;
@@ -83,7 +97,7 @@ public:
     /// Writes the application's setting. An invalid value comes from a definition that says nothing
     /// about a key: a host does well to leave its setting alone then.
     virtual void setOption(const QString &key, const QVariant &value) = 0;
-    /// Sets one field of the status bar, counted from 0.
+    /// Sets one field of the status bar, a StatusField.
     virtual void setStatusText(int field, const QString &text) = 0;
     /// Builds and registers the widget that `control` describes, under a key. The record is only
     /// valid during the call: copy what is needed. Returns the widget.

@@ -1,6 +1,8 @@
-#include <QtCore/QtAlgorithms>
-#include <kilnx/project/interface.h>
 #include <kilnx/project/messages.h>
+
+#include <kilnx/project/interface.h>
+
+#include <QtCore/QtAlgorithms>
 
 namespace Kiln
 {
@@ -15,7 +17,7 @@ QIcon Message::icon(Type type)
         name = "information";
         resource = ":/kiln_icons/icons/info.png";
     }
-    Interface *const host = Interface::instance();
+    Interface *host = Interface::instance();
     return host ? host->icon(QLatin1String(name)) : QIcon(QLatin1String(resource));
 }
 

@@ -1,10 +1,11 @@
 #pragma once
 
+#include <kilnx/export.h>
+
 #include <QtCore/QAbstractListModel>
 #include <QtCore/QAbstractTableModel>
 #include <QtCore/QList>
 #include <QtGui/QIcon>
-#include <kilnx/export.h>
 
 namespace Kiln
 {
@@ -103,7 +104,7 @@ public:
     explicit MessageList(Project *project, QObject *parent = nullptr);
     ~MessageList() override;
 
-    /// Adds a source, which stays the caller's and leaves by itself when it ends.
+    /// Adds a source, which stays the caller's and leaves by itself when it is destroyed.
     void registerMessages(Messages *messages);
     void unregisterMessages(Messages *messages);
     /// Counts anew and announces all rows anew. Sources call it.

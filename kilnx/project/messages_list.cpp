@@ -1,6 +1,8 @@
-#include <QtCore/QFileInfo>
 #include <kilnx/project/messages.h>
+
 #include <kilnx/project/projectfile.h>
+
+#include <QtCore/QFileInfo>
 
 namespace Kiln
 {
@@ -96,7 +98,7 @@ QVariant MessageList::data(const QModelIndex &index, int role) const
     case 0:
         return message.text;
     case 1: {
-        ProjectFile *const file = source ? source->file() : nullptr;
+        ProjectFile *file = source ? source->file() : nullptr;
         return file ? QFileInfo(file->fileName()).fileName() : QString();
     }
     case 2:

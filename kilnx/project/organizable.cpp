@@ -1,11 +1,11 @@
 #include <kilnx/project/organizable.h>
 
-#include <algorithm>
-
 #include <QtCore/QDataStream>
 #include <QtCore/QMap>
 #include <QtCore/QMimeData>
 #include <QtCore/QVariant>
+
+#include <algorithm>
 
 namespace Kiln
 {

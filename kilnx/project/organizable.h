@@ -1,8 +1,8 @@
 #pragma once
 
-#include <QtCore/QAbstractListModel>
-
 #include <kilnx/export.h>
+
+#include <QtCore/QAbstractListModel>
 
 namespace Kiln
 {
@@ -51,7 +51,7 @@ public:
 /// five operations below and through nothing else.
 ///
 /// The list belongs to its file, and so to the file's Project. Whoever shows it in a panel must
-/// take it out of there (`setObject(nullptr)`) before it ends.
+/// take it out of there (`setObject(nullptr)`) before it is destroyed.
 class KILNX_EXPORT OrganizableObject : public OrganizableListModel
 {
     Q_OBJECT

@@ -1,17 +1,17 @@
 #include <kilnx/project/parentproject.h>
 
-#include <algorithm>
-
-#include <QtCore/QFileInfo>
-#include <QtCore/QProcess>
-#include <QtCore/QTimer>
-
 #include <kilnx/code/codedocument.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/project/engine.h>
 #include <kilnx/project/interface.h>
 #include <kilnx/project/parentproject_p.h>
 #include <kilnx/project/tree/pathmerge_p.h>
+
+#include <QtCore/QFileInfo>
+#include <QtCore/QProcess>
+#include <QtCore/QTimer>
+
+#include <algorithm>
 
 namespace Kiln
 {

@@ -1,6 +1,8 @@
 #pragma once
 
-#include <memory>
+#include <kilnx/export.h>
+#include <kilnx/project/project.h>
+#include <kilnx/project/tree/treemodel.h>
 
 #include <QtCore/QFlags>
 #include <QtCore/QList>
@@ -8,9 +10,7 @@
 #include <QtCore/QStringList>
 #include <QtGui/QIcon>
 
-#include <kilnx/export.h>
-#include <kilnx/project/project.h>
-#include <kilnx/project/tree/treemodel.h>
+#include <memory>
 
 class QFileSystemWatcher;
 class QProcess;
@@ -33,8 +33,8 @@ struct SaveReport;
 /// indexes.
 ///
 /// An engine derives from it: the constructor calls addPath() for the directories to show, and
-/// then makes the projects. The object ends itself, through release(), with the last project that
-/// was added to it.
+/// then makes the projects. The object destroys itself, through release(), with the last project
+/// that was added to it.
 class KILNX_EXPORT ParentProject : public TreeModel
 {
     Q_OBJECT
@@ -130,7 +130,7 @@ public:
     bool restoreBackup(const QString &name);
     /// The files that restoreBackup() would replace and that are not as in the backup.
     QStringList replacedByRestore(const QString &name) const;
-    /// What the last of these operations did; replaced when the next one ends.
+    /// What the last of these operations did; replaced when the next one is done.
     const SaveReport &saveReport() const;
     /// Starts the engine on the project and returns when it has ended; events are handled in the
     /// meantime. `output` receives what the process wrote unless it is null. False when nothing

@@ -1,15 +1,15 @@
 #pragma once
 
+#include <kilnx/project/archive.h>
+#include <kilnx/project/parentproject.h>
+#include <kilnx/project/savereport.h>
+#include <kilnx/project/tree/path_p.h>
+
 #include <QtCore/QFileSystemWatcher>
 #include <QtCore/QMap>
 #include <QtCore/QPointer>
 #include <QtCore/QSet>
 #include <QtGui/QTextDocument>
-
-#include <kilnx/project/archive.h>
-#include <kilnx/project/parentproject.h>
-#include <kilnx/project/savereport.h>
-#include <kilnx/project/tree/path_p.h>
 
 namespace Kiln
 {

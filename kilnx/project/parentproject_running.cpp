@@ -1,17 +1,17 @@
 #include <kilnx/project/parentproject.h>
 
+#include <kilnx/forms/messageboxes.h>
+#include <kilnx/forms/rundlg.h>
+#include <kilnx/project/engine.h>
+#include <kilnx/project/interface.h>
+#include <kilnx/project/parentproject_p.h>
+
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QProcess>
 #include <QtCore/QRect>
 #include <QtWidgets/QWidget>
-
-#include <kilnx/forms/messageboxes.h>
-#include <kilnx/forms/rundlg.h>
-#include <kilnx/project/engine.h>
-#include <kilnx/project/interface.h>
-#include <kilnx/project/parentproject_p.h>
 
 namespace Kiln
 {

@@ -1,11 +1,5 @@
 #include <kilnx/project/parentproject.h>
 
-#include <algorithm>
-
-#include <QtCore/QDateTime>
-#include <QtCore/QDir>
-#include <QtCore/QFileInfo>
-
 #include <kilnx/project/archive.h>
 #include <kilnx/project/fileeditor.h>
 #include <kilnx/project/filewatch_p.h>
@@ -13,6 +7,12 @@
 #include <kilnx/project/parentproject_p.h>
 #include <kilnx/project/project_p.h>
 #include <kilnx/project/saveplan_p.h>
+
+#include <QtCore/QDateTime>
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+
+#include <algorithm>
 
 namespace Kiln
 {

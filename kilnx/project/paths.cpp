@@ -7,6 +7,9 @@
 #include <kilnx/project/archive.h>
 #include <kilnx/project/archive_p.h>
 
+#include <QtCore/QFileDevice>
+#include <QtCore/QFileInfo>
+
 namespace Kiln
 {
 

@@ -16,7 +16,7 @@ public:
     /// `cancelled` is given it is set to true once the user has cancelled, and is left alone
     /// otherwise.
     virtual void setProgress(unsigned int value, unsigned int total, bool *cancelled = nullptr) = 0;
-    /// Closes the indicator and ends the object.
+    /// Closes the indicator and destroys the object.
     virtual void finish() = 0;
 
 protected:

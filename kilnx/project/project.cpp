@@ -1,15 +1,15 @@
 #include <kilnx/project/project.h>
 
-#include <algorithm>
-
-#include <QtCore/QFileInfo>
-#include <QtCore/QPointer>
-
 #include <kilnx/code/codedocument.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/project/interface.h>
 #include <kilnx/project/parentproject_p.h>
 #include <kilnx/project/project_p.h>
+
+#include <QtCore/QFileInfo>
+#include <QtCore/QPointer>
+
+#include <algorithm>
 
 namespace Kiln
 {

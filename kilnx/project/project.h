@@ -1,6 +1,7 @@
 #pragma once
 
-#include <memory>
+#include <kilnx/export.h>
+#include <kilnx/project/fileid.h>
 
 #include <QtCore/QList>
 #include <QtCore/QMap>
@@ -10,8 +11,7 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
 
-#include <kilnx/export.h>
-#include <kilnx/project/fileid.h>
+#include <memory>
 
 namespace Kiln
 {
@@ -33,9 +33,9 @@ struct ReferencedFile {
 ///
 /// An engine derives from it. Life: the engine makes the definition's CodeDocument, then the
 /// project on it (both with `new`), loads the document, and calls addToParent() once the object is
-/// fully constructed. release() ends it, never `delete` from outside; the ParentProject ends
-/// itself with its last project. The project is a QObject child of its ParentProject, and owns its
-/// files.
+/// fully constructed. release() destroys it, never `delete` from outside; the ParentProject
+/// destroys itself with its last project. The project is a QObject child of its ParentProject, and
+/// owns its files.
 class KILNX_EXPORT Project : public QObject
 {
     Q_OBJECT
@@ -48,9 +48,9 @@ public:
 
     /// Keeps its place in the order for the engine; never called by the library.
     virtual void engineReserved1() = 0;
-    /// Ends the project: flushes and lets go of the archive, leaves the parent (which ends itself
-    /// with its last project), ends all files, and deletes this object. An override does its own
-    /// work first and calls this last.
+    /// Destroys the project: flushes and lets go of the archive, leaves the parent (which goes
+    /// with its last project), destroys all files, and deletes this object. An override does its
+    /// own work first and calls this last.
     virtual void release();
     /// True when every file is empty, also without files.
     virtual bool isEmpty() const;
@@ -96,9 +96,9 @@ public:
     void addFile(ProjectFile *file, FileID id);
     /// Changes a file's place in the list of a type; nothing when a place is out of range.
     void moveFile(FileID::Type type, int from, int to);
-    /// Takes a file out of the list of a type, and ends it when that was its last bit.
+    /// Takes a file out of the list of a type, and destroys it when that was its last bit.
     void removeFile(FileID::Type type, int index);
-    /// Takes a file out of the project and ends it; nothing for a file of another project.
+    /// Takes a file out of the project and destroys it; nothing for a file of another project.
     void removeFile(ProjectFile *file);
     QList<ProjectFile *> files() const;
     const QList<ProjectFile *> &filesByType(FileID::Type type) const;

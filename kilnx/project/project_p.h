@@ -1,12 +1,12 @@
 #pragma once
 
-#include <QtCore/QMap>
-#include <QtCore/QPointer>
-
 #include <kilnx/project/messages.h>
 #include <kilnx/project/parentproject.h>
 #include <kilnx/project/project.h>
 #include <kilnx/project/projectfile_p.h>
+
+#include <QtCore/QMap>
+#include <QtCore/QPointer>
 
 namespace Kiln
 {

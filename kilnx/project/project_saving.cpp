@@ -1,11 +1,11 @@
 #include <kilnx/project/project.h>
 
-#include <QtCore/QPointer>
-
 #include <kilnx/project/archive.h>
 #include <kilnx/project/parentproject_p.h>
 #include <kilnx/project/project_p.h>
 #include <kilnx/project/saveplan_p.h>
+
+#include <QtCore/QPointer>
 
 namespace Kiln
 {

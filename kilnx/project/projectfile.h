@@ -1,13 +1,13 @@
 #pragma once
 
-#include <memory>
+#include <kilnx/export.h>
 
 #include <QtCore/QList>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
 
-#include <kilnx/export.h>
+#include <memory>
 
 class QAbstractItemModel;
 class QRegularExpression;
@@ -23,9 +23,9 @@ struct ProjectFilePrivate;
 /// One file of a project, whatever its type: code, sprites, sounds.
 ///
 /// Editors, Project and ParentProject load, save, search and undo through it. A file is made by
-/// the engine, belongs to its Project from Project::addFile() on, and ends with release(), never
-/// with `delete`. Failures of fromFile() and toFile() are shown by the file itself and told by
-/// `false`.
+/// the engine, belongs to its Project from Project::addFile() on, and is destroyed with release(),
+/// never with `delete`. Failures of fromFile() and toFile() are shown by the file itself and told
+/// by `false`.
 class KILNX_EXPORT ProjectFile
 {
 public:

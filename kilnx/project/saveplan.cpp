@@ -9,6 +9,10 @@
 #include <kilnx/project/parentproject.h>
 #include <kilnx/project/paths.h>
 
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+
 namespace Kiln
 {
 

@@ -1,15 +1,15 @@
 #pragma once
 
+#include <kilnx/project/archive.h>
+#include <kilnx/project/project.h>
+#include <kilnx/project/projectfile.h>
+#include <kilnx/project/savereport.h>
+
 #include <QtCore/QMap>
 #include <QtCore/QMultiMap>
 #include <QtCore/QPair>
 #include <QtCore/QPointer>
 #include <QtCore/QSet>
-
-#include <kilnx/project/archive.h>
-#include <kilnx/project/project.h>
-#include <kilnx/project/projectfile.h>
-#include <kilnx/project/savereport.h>
 
 namespace Kiln
 {

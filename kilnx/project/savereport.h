@@ -1,10 +1,10 @@
 #pragma once
 
+#include <kilnx/export.h>
+
 #include <QtCore/QList>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
-
-#include <kilnx/export.h>
 
 namespace Kiln
 {

@@ -1,8 +1,9 @@
+#include <kilnx/project/script.h>
+
 #include <kilnx/project/engine.h>
 #include <kilnx/project/interface.h>
 #include <kilnx/project/project.h>
 #include <kilnx/project/projectfile.h>
-#include <kilnx/project/script.h>
 
 namespace Kiln
 {

@@ -3,11 +3,11 @@
 // Needs sol2 and Lua 5.3: where a host hands a Lua state to the library, put their directories on
 // the include path. <kilnx/kilnx.h> includes this header only there.
 
+#include <kilnx/export.h>
+
 #include <QtCore/QString>
 
 #include <sol/sol.hpp>
-
-#include <kilnx/export.h>
 
 /// A `QString` is a Lua string in UTF-8, both ways. sol2 finds these three by itself.
 inline int sol_lua_push(sol::types<QString>, lua_State *state, const QString &text)
@@ -50,8 +50,8 @@ namespace Kiln
 ///
 /// The host then sets what engines and projects it wants to show, as in `lua["engine"] = engine;`
 /// with an `Engine *`. A pointer stays the host's: the state may be closed before or after the
-/// engine ends, but a script must not touch an engine that is gone. Projects and files are objects
-/// without members, which a script can only pass on.
+/// engine is destroyed, but a script must not touch an engine that is gone. Projects and files are
+/// objects without members, which a script can only pass on.
 ///
 /// The library's own bindings are compiled with sol2's checks: a wrong argument of a script is a
 /// Lua error. What the host itself reads from the state is checked only when the host defines

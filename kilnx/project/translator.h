@@ -1,9 +1,9 @@
 #pragma once
 
+#include <kilnx/export.h>
+
 #include <QtCore/QObject>
 #include <QtCore/QString>
-
-#include <kilnx/export.h>
 
 namespace Kiln
 {
@@ -36,6 +36,40 @@ class KILNX_EXPORT KilnTranslator : public QObject, public Translator
     Q_OBJECT
 
 public:
+    /// The ids that the library's own workspaces and panels use.
+    enum TextId {
+        SystemText = 0,
+        CodeBarText = 2,
+        CentralizeText = 3,
+        MainCrossText = 4,
+        SecondaryCrossText = 5,
+        ExtraCrossText = 6,
+        RulersText = 7,
+        GuideLinesText = 8,
+        AttackBoxText = 9,
+        CollisionBoxText = 10,
+        SnippetsText = 11,
+        SnippetInsertText = 12,
+        SnippetNewText = 13,
+        SnippetEditText = 14,
+        GoToText = 16,
+        PrevErrorText = 17,
+        NextErrorText = 18,
+        PrevDeprecationText = 19,
+        NextDeprecationText = 20,
+        CommentText = 21,
+        FoldAllText = 22,
+        UnfoldAllText = 23,
+        OrganizerText = 165,
+        OrganizerUpText = 166,
+        OrganizerDownText = 167,
+        OrganizerUp10Text = 168,
+        OrganizerDown10Text = 169,
+        OrganizerTopText = 170,
+        OrganizerBottomText = 171,
+        OrganizerAutoText = 172,
+    };
+
     /// How many ids the table has; the last one is `idCount - 1`.
     static constexpr int idCount = 179;
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <QtCore/QObject>
-
 #include <kilnx/export.h>
+
+#include <QtCore/QObject>
 
 class QWidget;
 
@@ -12,8 +12,8 @@ namespace Kiln
 class Interface;
 
 /// The shared view of one kind of content, into which several editors place themselves: code,
-/// graphics, sound. The host makes it after setGlobalInterface() and before the editors, and ends
-/// it with release() after them.
+/// graphics, sound. The host makes it after setGlobalInterface() and before the editors, and
+/// destroys it with release() after them.
 class KILNX_EXPORT Workspace : public QObject
 {
     Q_OBJECT
@@ -37,7 +37,7 @@ public:
     virtual void zoomActual();
     virtual void zoomIn();
     virtual void zoomOut();
-    /// Ends the workspace: the final class deletes itself.
+    /// Destroys the workspace: the final class deletes itself.
     virtual void release() = 0;
 
 protected:

@@ -1,4 +1,5 @@
 #include <kilnx/render/glrenderwidget.h>
+
 #include <kilnx/render/glrenderwidget_p.h>
 #include <kilnx/render/texture.h>
 

@@ -41,7 +41,8 @@ public:
 /// paintOnionSprite() with a painter, drawSprite() and drawOnionSprite() with glDrawImage(). In all
 /// four a picture covers the rectangle of `size` pixels whose upper left is `anchor` + `offset`, in
 /// the widget's logical pixels. The viewport does the rest. It borrows the provider and the boxes,
-/// and lets go of both when they end; sprites must not end before changed() of their provider.
+/// and lets go of both when they are destroyed; no sprite may be destroyed before changed() of
+/// their provider.
 ///
 /// Drags change the viewport's own copies alone: itemMoved() tells each step, itemReleased() that
 /// the new place is to be written to the text. setContactBoxes() brings the text's boxes back.
@@ -132,7 +133,7 @@ public:
     QPoint guideLines() const;
     void setOnionSkin(bool enabled, OnionEffect effect, float opacity);
     /// The sprite of the onion skin, null for none, and its offset in image pixels. The caller
-    /// takes it away before it ends.
+    /// takes it away before it is destroyed.
     void setOnionSkinSprite(const Sprite *sprite, QPoint offset);
     /// `index` counts sprites. Nothing for ItemContactBoxes and a sprite out of range.
     void setItemPosition(ItemType type, QPoint position, unsigned int index = 0);
@@ -161,7 +162,7 @@ public:
 
     // Contact boxes.
 
-    /// The boxes of a kind that are shown; null for none, and after they have ended.
+    /// The boxes of a kind that are shown; null for none, and after they were destroyed.
     ContactBoxesCode *boxes(ContactBoxCode::BoxType type) const;
     /// Shows the boxes of one kind of a frame, or none for null. Boxes that did not change stay
     /// selected; kind 1 comes first, and starts a new selection.

@@ -1,4 +1,5 @@
 #include <kilnx/render/graphicsrenderer.h>
+
 #include <kilnx/render/graphicsrenderer_p.h>
 
 #include <algorithm>

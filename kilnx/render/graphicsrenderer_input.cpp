@@ -1,5 +1,6 @@
-#include <kilnx/image/sprite.h>
 #include <kilnx/render/graphicsrenderer.h>
+
+#include <kilnx/image/sprite.h>
 #include <kilnx/render/graphicsrenderer_p.h>
 
 #include <QtGui/QCursor>

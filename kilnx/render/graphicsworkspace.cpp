@@ -26,17 +26,15 @@ struct ViewAction {
 };
 
 constexpr ViewAction viewActions[] = {
-    {"view_main_cross", 4, "show_cross1"},
-    {"view_secondary_cross", 5, "show_cross2"},
-    {"view_extra_cross", 6, nullptr},
-    {"view_rulers", 7, "show_rulers"},
-    {"view_guide_lines", 8, "show_guides"},
-    {"view_attack_box", 9, "show_attack_box"},
-    {"view_collision_box", 10, "show_collision_box"},
+    {"view_main_cross", KilnTranslator::MainCrossText, "show_cross1"},
+    {"view_secondary_cross", KilnTranslator::SecondaryCrossText, "show_cross2"},
+    {"view_extra_cross", KilnTranslator::ExtraCrossText, nullptr},
+    {"view_rulers", KilnTranslator::RulersText, "show_rulers"},
+    {"view_guide_lines", KilnTranslator::GuideLinesText, "show_guides"},
+    {"view_attack_box", KilnTranslator::AttackBoxText, "show_attack_box"},
+    {"view_collision_box", KilnTranslator::CollisionBoxText, "show_collision_box"},
 };
 enum { MainCross, SecondaryCross, ExtraCross, Rulers, GuideLines, AttackBox, CollisionBox, Count };
-constexpr int centralizeText = 3;
-constexpr int statusField = 5;
 
 /// Keeps the renderer until there is a widget that can show it.
 class WaitingRoom : public RenderWidgetBase
@@ -134,8 +132,8 @@ void GraphicsWorkspace::createActions()
     d->settingUp = true;
     QMenu *menu = d->host->menu("view");
     Translator *texts = KilnTranslator::instance();
-    d->host->addAction(menu, QStringLiteral("view_center_origin"), texts, centralizeText, false,
-                       this, SLOT(centralizeOrigin()));
+    d->host->addAction(menu, QStringLiteral("view_center_origin"), texts,
+                       KilnTranslator::CentralizeText, false, this, SLOT(centralizeOrigin()));
     for (int i = 0; i < Count; ++i) {
         const ViewAction &action = viewActions[i];
         d->actions[i] = d->host->addAction(menu, QLatin1String(action.key), texts, action.textId,
@@ -316,7 +314,7 @@ void GraphicsWorkspace::openGLFailed()
 {
     d->openGLFailed = true;
     useWidget(false);
-    d->host->setStatusText(statusField,
+    d->host->setStatusText(Interface::RendererField,
                            tr("OpenGL does not work here. Renderer: %1").arg(tr("Native painter")));
 }
 

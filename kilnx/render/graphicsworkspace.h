@@ -16,7 +16,7 @@ class GraphicsWorkspacePrivate;
 /// The one viewport of the application, in which the editors of animations and sprites show their
 /// renderers, and the actions of the host's menu "view" for crosses, rulers, guides and boxes. The
 /// host makes it before the editors, calls reconfig() after that and after each change of settings,
-/// and ends it with release() after the editors.
+/// and destroys it with release() after the editors.
 ///
 /// It paints through OpenGL or natively, as the option "native_painting" says. Where OpenGL does
 /// not work, or stops working, it goes over to native painting by itself, and tells it in field 5
@@ -42,7 +42,8 @@ public:
 
     /// What the viewport shows; null for nothing.
     GraphicsRendererBase *renderer() const;
-    /// Shows another renderer, or none for null. It stays the caller's, and may end at any time.
+    /// Shows another renderer, or none for null. It stays the caller's, and may be destroyed at any
+    /// time.
     void setRenderer(GraphicsRendererBase *renderer);
     /// Whether the viewport is painted through OpenGL.
     bool isOnOpenGL() const;

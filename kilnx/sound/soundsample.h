@@ -1,8 +1,8 @@
 #pragma once
 
-#include <QtCore/QByteArray>
-
 #include <kilnx/export.h>
+
+#include <QtCore/QByteArray>
 
 namespace Kiln
 {

@@ -1,7 +1,8 @@
+#include <kilnx/sound/wav.h>
+
 #include <kilnx/project/device_p.h>
 #include <kilnx/project/extension.h>
 #include <kilnx/project/paths.h>
-#include <kilnx/sound/wav.h>
 
 #include <QtCore/QDataStream>
 #include <QtCore/QIODevice>

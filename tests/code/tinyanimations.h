@@ -108,7 +108,7 @@ protected:
     int foldingKind(const QString &) override { return 0; }
 };
 
-/// Registers itself with its document, which ends it.
+/// Registers itself with its document, which destroys it.
 class Animations : public Kiln::Animations
 {
 public:
@@ -120,7 +120,7 @@ public:
     QString pattern = QStringLiteral("anim %1\nframe new\n");
 };
 
-/// A parser, a document and its list in one, ended in the right order.
+/// A parser, a document and its list in one, destroyed in the right order.
 struct File {
     explicit File(const QString &text)
         : document(new Document(&parser))

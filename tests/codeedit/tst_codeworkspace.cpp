@@ -8,7 +8,9 @@
 #include <kilnx/codeedit/codefileeditor.h>
 #include <kilnx/codeedit/codeworkspace.h>
 #include <kilnx/codeedit/snippets.h>
+#include <kilnx/editors/organizer.h>
 #include <kilnx/project/archive.h>
+#include <kilnx/render/graphicsworkspace.h>
 #include <tests/support/files.h>
 #include <tests/support/testhost.h>
 
@@ -35,6 +37,28 @@ struct Release {
 using Document = std::unique_ptr<CodeDocument, Release>;
 
 constexpr unsigned int Quiet = 16;
+
+/// A host that has no place for menus, actions and controls.
+class SparseHost : public TestHost
+{
+public:
+    QAction *addAction(QWidget *,
+                       const QString &,
+                       Translator *,
+                       int,
+                       bool,
+                       QObject *,
+                       const char *,
+                       const char *,
+                       const char *) override
+    {
+        return nullptr;
+    }
+    QAction *editorAction(const QString &, Translator *, int) override { return nullptr; }
+    QWidget *addControl(const QString &, const Control &) override { return nullptr; }
+    QWidget *control(const QString &) const override { return nullptr; }
+    QMenu *menu(const char *) const override { return nullptr; }
+};
 } // namespace
 
 class TestCodeWorkspace : public QObject
@@ -73,6 +97,7 @@ private slots:
     void hostileExpressions();
     void strangersAreRefused();
     void nothingWithoutADocument();
+    void hostMakesNothing();
 
 private:
     CodeEditor *view() const { return m_workspace->editor(); }
@@ -811,6 +836,30 @@ void TestCodeWorkspace::nothingWithoutADocument()
     m_workspace->statusClicked();
     m_workspace->zoomIn();
     m_workspace->retranslate();
+}
+
+void TestCodeWorkspace::hostMakesNothing()
+{
+    m_editor.reset();
+    m_workspace.reset();
+    m_host.reset();
+    m_host = std::make_unique<SparseHost>();
+    m_host->options["show_code_bar"] = true;
+    m_workspace = std::make_unique<CodeWorkspace>(*m_host);
+    m_editor = std::make_unique<TestedEditor>(m_workspace.get());
+    OrganizerEditor organizer;
+    GraphicsWorkspace graphics(*m_host);
+    m_workspace->activate();
+    graphics.reconfig();
+    m_editor->activate();
+    m_editor->setCurrentFile(m_document.get());
+    QTest::keyClicks(view(), "text");
+    m_workspace->showTextBar(false);
+    QCOMPARE(m_host->options.value("show_code_bar"), QVariant(false));
+    m_workspace->retranslate();
+    m_workspace->deactivate();
+    m_editor->deactivate();
+    QCOMPARE(m_document->toString(), QString("text"));
 }
 
 QTEST_MAIN(TestCodeWorkspace)

@@ -25,8 +25,10 @@ missing=$(cd "$headers" && find kilnx -name '*.h' ! -path kilnx/kilnx.h | sort |
 done)
 [[ -z $missing ]] || { echo "kilnx.h lacks: $missing"; exit 1; }
 
+# The host is the one of the page, whole as it stands there.
+sed -n '/^```cpp$/,/^```$/p;/^```$/q' "$source/docs/embedding.md" | sed '1d;$d' >"$work/host.cpp"
 cmake -G Ninja -S "$here" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_FLAGS="$flags" \
-    -DSPARK="$source/engines/spark/spark.cpp" >/dev/null
+    -DHOST="$work/host.cpp" -DSPARK="$source/engines/spark/spark.cpp" >/dev/null
 cmake --build "$work/cmake" >"$work/build.log" || { cat "$work/build.log"; exit 1; }
 "$work/cmake/outside"
 

@@ -139,6 +139,32 @@ private slots:
         QVERIFY(room.name == last || !mayInclude(room, "any.h", last + "/mainwindow.h"));
     }
 
+    /// The own header, then the room's by their names alone, those above the library, the
+    /// library's, Qt's, and all others.
+    void includesStandInOrder()
+    {
+        const QStringList order{"\"(?!.*\\.moc)", "<(hostkit|enginetest|engines)/", "<kilnx/", "<Q",
+                                "<"};
+        QStringList wrong;
+        for (const Room &room : m_rooms) {
+            for (const QString &file : filesOf(room.name, {"*.h", "*.cpp"})) {
+                QStringList includes = matches("^#include ([<\"].*)[>\"]$", read(file));
+                const QString stem = QFileInfo(file).baseName().section('_', 0, 0);
+                if (!includes.isEmpty() &&
+                    QFileInfo(includes[0].mid(1)).baseName().section('_', 0, 0) == stem)
+                    includes.removeFirst();
+                int last = 0;
+                for (const QString &include : qAsConst(includes)) {
+                    const int rank = rankOf(include, order);
+                    if (rank < last)
+                        wrong.append(file + " includes too late " + include);
+                    last = qMax(last, rank);
+                }
+            }
+        }
+        QVERIFY2(wrong.isEmpty(), qPrintable(wrong.join('\n')));
+    }
+
     /// A class's definitions stand in the files that are named after its header: class.cpp, and
     /// each class_topic.cpp that the header, or its private one, names.
     void filesAreNamedAfterTheirClass()
@@ -191,6 +217,15 @@ private slots:
     }
 
 private:
+    static int rankOf(const QString &include, const QStringList &order)
+    {
+        for (int rank = 0; rank < order.size(); ++rank) {
+            if (QRegularExpression('^' + order[rank]).match(include).hasMatch())
+                return rank;
+        }
+        return order.size();
+    }
+
     bool mayInclude(const Room &room, const QString &file, const QString &include) const
     {
         const QString from = roomOf(include, m_rooms);

@@ -1,6 +1,8 @@
+#include <hostkit/dialogplaces.h>
 #include <hostkit/settings.h>
 #include <hostkit/theme.h>
 
+#include <QMessageBox>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -20,6 +22,7 @@ private slots:
     void valuesAreFoundAgainByAnotherStart();
     void storedBeatsDefaultBeatsFallback();
     void recentProjectsAreNewestFirstAndFew();
+    void dialogsOpenWhereTheyWereLeft();
     void codeIsReadable_data();
     void codeIsReadable();
     void ownColorsBelongToOneTheme();
@@ -113,6 +116,26 @@ double contrast(const QColor &one, const QColor &other)
 }
 
 } // namespace
+
+void tst_studio_settings::dialogsOpenWhereTheyWereLeft()
+{
+    const QRect left(120, 90, 333, 222);
+    const auto showsThere = [&](QDialog &&dialog, const char *name) {
+        Settings settings(fileName());
+        HostKit::DialogPlaces places(settings);
+        dialog.setObjectName(name);
+        dialog.show();
+        const bool isThere = dialog.geometry() == left;
+        dialog.setGeometry(left);
+        dialog.close();
+        return isThere;
+    };
+    for (const bool isLater : {false, true}) {
+        QCOMPARE(showsThere(QDialog(), "search"), isLater);
+        QVERIFY(!showsThere(QDialog(), ""));
+        QVERIFY(!showsThere(QMessageBox(), "box"));
+    }
+}
 
 void tst_studio_settings::codeIsReadable_data()
 {

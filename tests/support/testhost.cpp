@@ -8,7 +8,7 @@ using namespace Kiln;
 namespace
 {
 
-/// Notes its steps in a record that outlives it, and ends itself on `finish`.
+/// Notes its steps in a record that outlives it, and destroys itself on `finish`.
 class RecordingProgress : public Progress
 {
 public:

@@ -1,10 +1,10 @@
 #include <kilnx/project/tree/path_p.h>
 
-#include <algorithm>
+#include <kilnx/project/parentproject_p.h>
 
 #include <QtCore/QDir>
 
-#include <kilnx/project/parentproject_p.h>
+#include <algorithm>
 
 namespace Kiln
 {

@@ -1,9 +1,9 @@
 #include <kilnx/project/tree/path_p.h>
 
-#include <algorithm>
-
 #include <QtCore/QDir>
 #include <QtCore/QHash>
+
+#include <algorithm>
 
 namespace Kiln
 {

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <vector>
+#include <kilnx/project/parentproject.h>
 
 #include <QtCore/QVector>
 
-#include <kilnx/project/parentproject.h>
+#include <vector>
 
 // Defined in path.cpp, the entries of definitions in path_entries.cpp.
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <QtCore/QAbstractItemModel>
-
 #include <kilnx/export.h>
+
+#include <QtCore/QAbstractItemModel>
 
 namespace Kiln
 {
