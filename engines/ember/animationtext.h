@@ -14,9 +14,9 @@
 ///         body: -14, -70, 14, 0                   ; boxes stand above the frame that they are of
 ///         frame: wren_walk_1, at 2 0, for 6       ; a sprite, and what differs from the plain
 ///
-/// A line is a subject and clauses, parted by commas; a clause is a word and its arguments, parted
-/// by blanks. Boxes are "strike", which hits, and "body", which can be hit: left, top, right and
-/// bottom edge.
+/// A line is a subject and clauses, separated by commas; a clause is a word and its arguments,
+/// separated by blanks. Boxes are "strike", which hits, and "body", which can be hit: left, top,
+/// right and bottom edge.
 namespace EmberAnimationText
 {
 

@@ -262,7 +262,7 @@ Reading readNumbers(Type type, const QString &text, bool whole)
     }
     const int count = itemCount(type);
     if (count && items.size() != count)
-        return failed(text, translated("%1 numbers expected, parted by commas").arg(count));
+        return failed(text, translated("%1 numbers expected, separated by commas").arg(count));
     if (type == Type::Point)
         return {QPoint(items.at(0).toInt(), items.at(1).toInt()), QString(), QString()};
     if (type == Type::PointF)
@@ -321,7 +321,7 @@ Reading readFileName(const QString &text)
     if (text.startsWith(QLatin1Char('/')) || text.mid(1, 1) == QLatin1String(":"))
         reading.error = translated("The name of a file must be relative to this file");
     else if (text.contains(QLatin1Char('\\')))
-        reading.error = translated("Directories are parted by '/'");
+        reading.error = translated("Directories are separated by '/'");
     else if (text.split(QLatin1Char('/')).contains(QLatin1String("..")))
         reading.warning = translated("'%1' may lie outside the project").arg(text);
     return reading;

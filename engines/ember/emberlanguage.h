@@ -51,7 +51,7 @@ constexpr Type Box = Type::IntVector2;     ///< four integers: left, top, right,
 struct Entry {
     const char *name;
     Type type;
-    const char *words = nullptr;   ///< the words of an enumeration, parted by blanks
+    const char *words = nullptr;   ///< the words of an enumeration, separated by blanks
     double least = 0;              ///< with `most`: the range that is accepted without a warning
     double most = 0;               ///< equal to `least`: any number is fine
     const char *newName = nullptr; ///< set: `name` is an old spelling of this

@@ -41,8 +41,7 @@ EmberWords::EmberWords(Kiln::CodeEditor *view)
     view->setWordList(QStringLiteral("first:"), m_states);
     addEnumerations();
     connect(view, &Kiln::CodeEditor::currentLineChanged, this, &EmberWords::collect);
-    connect(view, &Kiln::CodeEditor::cursorPositionChanged, this,
-            &EmberWords::collectNamesIfAsked);
+    connect(view, &Kiln::CodeEditor::cursorPositionChanged, this, &EmberWords::collectNamesIfAsked);
 }
 
 EmberWords::~EmberWords() = default;

@@ -34,7 +34,7 @@ public:
 
     /// The line before the next animation or group; the document's line count if there is none.
     int lastLine() const override;
-    /// The text from firstLine() to lastLine() without blanks around it. Lines are parted by
+    /// The text from firstLine() to lastLine() without blanks around it. Lines are separated by
     /// QChar::ParagraphSeparator, which every text operation takes as a line's end.
     QString code() const;
     /// Replaces the text from firstLine() to lastLine() by `text` and one blank line. The node
@@ -50,8 +50,8 @@ public:
     /// Removes the frame's lines from the text, with the comments and boxes above it; nothing if
     /// `index` is out of range.
     void removeFrame(unsigned int index);
-    /// The frame that editors show, 0 at first. Whoever sets it sees to the range, and after edits
-    /// it may be past the end.
+    /// The frame that editors show, 0 at first. The caller keeps it in range; after edits it may
+    /// be past the end.
     unsigned int selectedFrame() const { return m_selectedFrame; }
     void setSelectedFrame(unsigned int index) { m_selectedFrame = index; }
 

@@ -44,8 +44,8 @@ public:
     /// From row `from` on, the first animation whose "Identifier" is `value` as a string, exactly;
     /// -1 if there is none.
     int find(unsigned int from, const QVariant &value) const;
-    /// The animation that editors show, 0 at first. Whoever sets it sees to the range, and after
-    /// edits it may be past the end.
+    /// The animation that editors show, 0 at first. The caller keeps it in range; after edits
+    /// it may be past the end.
     unsigned int selected() const { return m_selected; }
     void setSelected(unsigned int index) { m_selected = index; }
 

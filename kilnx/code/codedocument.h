@@ -88,8 +88,8 @@ public:
     void endChange() override;
     bool isCodeBeingChanged() const;
     /// Within a bracket of changes and without "parseCode", parses what the bracket has edited so
-    /// far, for whoever goes on by rows and nodes. Undo still takes the bracket back in one step.
-    /// Nothing elsewhere, where the tree is up to date anyway.
+    /// far, for callers that go on with rows and nodes. Undo still takes the bracket back in one
+    /// step. Nothing elsewhere, where the tree is up to date anyway.
     void catchUp();
     void undo() override;
     void redo() override;

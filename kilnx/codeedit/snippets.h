@@ -43,7 +43,7 @@ private:
     QString m_type;
 };
 
-/// A field that is chosen from a list. Entries are parted by ";" in the file.
+/// A field that is chosen from a list. Entries are separated by ";" in the file.
 class KILNX_EXPORT ComboSnipField : public SnipField
 {
 public:
@@ -87,7 +87,7 @@ struct KILNX_EXPORT Snippet {
     static std::optional<Snippet> read(const QByteArray &xml, QString *error = nullptr);
 
     std::vector<std::unique_ptr<SnipField>> fields;
-    QString code; ///< lines parted by line feeds, without the indentation of the file
+    QString code; ///< lines separated by line feeds, without the indentation of the file
 };
 
 /// The file of a snippet, byte for byte as it is stored.

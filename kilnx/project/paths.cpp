@@ -1,12 +1,9 @@
 #include <kilnx/project/paths.h>
 
-#include <QtCore/QBuffer>
-#include <QtCore/QFileDevice>
-#include <QtCore/QFileInfo>
-
 #include <kilnx/project/archive.h>
 #include <kilnx/project/archive_p.h>
 
+#include <QtCore/QBuffer>
 #include <QtCore/QFileDevice>
 #include <QtCore/QFileInfo>
 

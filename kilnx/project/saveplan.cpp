@@ -1,10 +1,5 @@
 #include <kilnx/project/saveplan_p.h>
 
-#include <QtCore/QCoreApplication>
-#include <QtCore/QDir>
-#include <QtCore/QFileInfo>
-#include <QtCore/QTemporaryDir>
-
 #include <kilnx/project/archive_p.h>
 #include <kilnx/project/parentproject.h>
 #include <kilnx/project/paths.h>
@@ -12,6 +7,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QTemporaryDir>
 
 namespace Kiln
 {
