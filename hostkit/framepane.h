@@ -1,9 +1,9 @@
 #pragma once
 
+#include <hostkit/export.h>
+
 #include <QtCore/QPointer>
 #include <QtWidgets/QWidget>
-
-#include <hostkit/export.h>
 
 #include <memory>
 

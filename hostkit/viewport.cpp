@@ -3,8 +3,9 @@
 #include <kilnx/image/sprite.h>
 #include <kilnx/render/texture.h>
 
-#include <QMatrix4x4>
 #include <QPainter>
+
+#include <QMatrix4x4>
 
 namespace HostKit
 {

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <QtCore/QCache>
-
 #include <hostkit/export.h>
+
 #include <kilnx/render/graphicsrenderer.h>
+
+#include <QtCore/QCache>
 
 namespace HostKit
 {

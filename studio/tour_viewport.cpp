@@ -1,7 +1,8 @@
 // The steps of the tour in the pane beside the text of animations.
 
-#include "mainactions.h"
 #include "tour_p.h"
+
+#include "mainactions.h"
 
 #include <hostkit/actionregistry.h>
 #include <hostkit/codesurface.h>

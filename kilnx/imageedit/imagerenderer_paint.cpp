@@ -1,5 +1,6 @@
-#include <kilnx/imageedit/imageflatten_p.h>
 #include <kilnx/imageedit/imagerenderer_p.h>
+
+#include <kilnx/imageedit/imageflatten_p.h>
 #include <kilnx/imageedit/imagetool.h>
 #include <kilnx/imageedit/pentool.h>
 

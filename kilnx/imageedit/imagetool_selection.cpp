@@ -1,6 +1,7 @@
-#include <kilnx/imageedit/imagerenderer.h>
 #include <kilnx/imageedit/imagetool.h>
 #include <kilnx/imageedit/reach_p.h>
+
+#include <kilnx/imageedit/imagerenderer.h>
 
 #include <QtGui/QPainter>
 
