@@ -272,9 +272,8 @@ void GraphicsRendererPrivate::dropDrawing()
     QVector<ContactBox> &boxes = contactBoxes[currentGroup].boxes;
     if (boxes.isEmpty() || boxes.last().code)
         return;
-    boxes.removeLast();
+    boxes.removeLast(); // the next search among boxes begins there, above all others
     selectionRect = emptySelection;
-    currentBox = -1;
 }
 
 /// Boxes that are being drawn or dragged are as the text has them again.
