@@ -2,6 +2,7 @@
 #include <kilnx/cache/packedcache.h>
 #include <kilnx/cache/streamcachedata.h>
 #include <kilnx/code/messages.h>
+#include <tests/support/release.h>
 #include <tests/support/rows.h>
 
 #include <QtTest/QtTest>
@@ -26,7 +27,7 @@ public:
         , identifier(identifier)
     {
     }
-    QStringList propertyNames() override { return {QStringLiteral("Identifier")}; }
+    QStringList propertyNames() override { return {QString("Identifier")}; }
     QVariant property(const QString &name) override
     {
         return name == QLatin1String("Identifier") ? QVariant(identifier) : QVariant();
@@ -76,9 +77,6 @@ private:
     std::vector<std::unique_ptr<Item>> m_items;
 };
 
-struct Release {
-    void operator()(ProjectFile *file) const { file->release(); }
-};
 using ContainerPointer = std::unique_ptr<Container, Release>;
 
 // One result as text: "item:start+length text (captures)".
@@ -86,7 +84,7 @@ QStringList described(const QList<ProjectFile::SearchResult> &results)
 {
     QStringList list;
     for (const ProjectFile::SearchResult &result : results)
-        list.append(QStringLiteral("%1:%2+%3 %4 (%5)")
+        list.append(QString("%1:%2+%3 %4 (%5)")
                         .arg(result.line)
                         .arg(result.start)
                         .arg(result.length)
@@ -101,99 +99,85 @@ class TestCachedFiles : public QObject
     Q_OBJECT
 
 private slots:
-    void finds_data();
-    void finds();
-    void replaces_data();
-    void replaces();
-    void emptyContainerAsksForNothing();
-    void cacheAndItemsEnd();
-};
-
-void TestCachedFiles::finds_data()
-{
-    columns<QString, QStringList>("expression", "found");
-    QTest::newRow("once in an item, however often it matches")
-        << "an" << QStringList{"0:1+2 banana ()", "2:0+2 ananas ()"};
-    QTest::newRow("captures without the whole match")
-        << "(.)n(.)" << QStringList{"0:1+3 banana (a|a)", "2:0+3 ananas (a|a)"};
-    QTest::newRow("an optional group that took no part")
-        << "^(x)?c" << QStringList{"3:0+1 cherry ()"};
-    QTest::newRow("letter case counts") << "BANANA" << QStringList();
-    QTest::newRow("a broken expression finds nothing") << "(" << QStringList();
-}
-
-void TestCachedFiles::finds()
-{
-    auto [expression, found] = row<QString, QStringList>();
-    const ContainerPointer file(new Container({"banana", "", "ananas", "cherry"}));
-    QCOMPARE(described(file->search(QRegularExpression(expression))), found);
-    QCOMPARE(file->asked > 0, QRegularExpression(expression).isValid());
-}
-
-void TestCachedFiles::replaces_data()
-{
-    columns<QString, QString, QStringList>("expression", "text", "names");
-    QTest::newRow("the whole name, not just the match") << "1"
-                                                        << "x" << QStringList{"x", "b2", "c22"};
-    QTest::newRow("without groups %1 stays") << "1"
-                                             << "x%1" << QStringList{"x%1", "b2", "c22"};
-    QTest::newRow("the first group is never used") << "(a)1"
-                                                   << "x%1" << QStringList{"x%1", "b2", "c22"};
-    QTest::newRow("%1 is the second group") << "(.)(2+)"
-                                            << "<%1>" << QStringList{"a1", "<2>", "<22>"};
-    QTest::newRow("%1 and %2 are the second and third")
-        << "(.)(2)(.*)"
-        << "%2-%1" << QStringList{"a1", "-2", "2-2"};
-    QTest::newRow("more groups than place markers") << "(.)(2)(.*)"
-                                                    << "n" << QStringList{"a1", "n", "n"};
-}
-
-void TestCachedFiles::replaces()
-{
-    auto [expression, text, names] = row<QString, QString, QStringList>();
-    const ContainerPointer file(new Container({"a1", "b2", "c22"}));
-    QList<ProjectFile::SearchResult> results = file->search(QRegularExpression(expression));
-    ProjectFile::SearchResult stranger;
-    stranger.line = 100;
-    results.prepend(stranger);
-    file->replace(results, text);
-    QCOMPARE(file->brackets, QByteArray("()"));
-    QCOMPARE(file->names(), names);
-}
-
-void TestCachedFiles::emptyContainerAsksForNothing()
-{
-    const ContainerPointer file(new Container({}));
-    QVERIFY(file->search(QRegularExpression(QStringLiteral("."))).isEmpty());
-    file->replace({}, QStringLiteral("x"));
-    QCOMPARE(file->asked, 0);
-    QCOMPARE(file->brackets, QByteArray());
-}
-
-void TestCachedFiles::cacheAndItemsEnd()
-{
-    auto *cache = new MemoryCache;
-    const QPointer<StreamCache> watched(cache);
-    auto *file = new Container({}, cache);
-    QCOMPARE(file->cache(), cache);
-    QVERIFY(file->messages());
-    QCOMPARE(file->messages()->file(), file);
-
-    auto *data = new Handle(cache);
-    data->fromData("bytes", 0, nullptr, 0);
-    data->addRef();
+    void finds_data()
     {
-        const Item item(QStringLiteral("item"), data);
-        QCOMPARE(item.data(), data);
+        columns<QString, QStringList>("expression", "found");
+        addRow("once in an item, however often it matches", "an",
+               QStringList{"0:1+2 banana ()", "2:0+2 ananas ()"});
+        addRow("captures without the whole match", "(.)n(.)",
+               QStringList{"0:1+3 banana (a|a)", "2:0+3 ananas (a|a)"});
+        addRow("an optional group that took no part", "^(x)?c", QStringList{"3:0+1 cherry ()"});
+        addRow("letter case counts", "BANANA", QStringList());
+        addRow("a broken expression finds nothing", "(", QStringList());
     }
-    QCOMPARE(data->refCount(), 1);
-    QCOMPARE(cache->items().size(), 1);
-    data->release();
-    QCOMPARE(cache->items().size(), 0);
 
-    file->release();
-    QVERIFY(!watched);
-}
+    void finds()
+    {
+        auto [expression, found] = row<QString, QStringList>();
+        const ContainerPointer file(new Container({"banana", "", "ananas", "cherry"}));
+        QCOMPARE(described(file->search(QRegularExpression(expression))), found);
+        QCOMPARE(file->asked > 0, QRegularExpression(expression).isValid());
+    }
+
+    void replaces_data()
+    {
+        columns<QString, QString, QStringList>("expression", "text", "names");
+        addRow("the whole name, not just the match", "1", "x", QStringList{"x", "b2", "c22"});
+        addRow("without groups %1 stays", "1", "x%1", QStringList{"x%1", "b2", "c22"});
+        addRow("the first group is never used", "(a)1", "x%1", QStringList{"x%1", "b2", "c22"});
+        addRow("%1 is the second group", "(.)(2+)", "<%1>", QStringList{"a1", "<2>", "<22>"});
+        addRow("%1 and %2 are the second and third", "(.)(2)(.*)", "%2-%1",
+               QStringList{"a1", "-2", "2-2"});
+        addRow("more groups than place markers", "(.)(2)(.*)", "n", QStringList{"a1", "n", "n"});
+    }
+
+    void replaces()
+    {
+        auto [expression, text, names] = row<QString, QString, QStringList>();
+        const ContainerPointer file(new Container({"a1", "b2", "c22"}));
+        QList<ProjectFile::SearchResult> results = file->search(QRegularExpression(expression));
+        ProjectFile::SearchResult stranger;
+        stranger.line = 100;
+        results.prepend(stranger);
+        file->replace(results, text);
+        QCOMPARE(file->brackets, QByteArray("()"));
+        QCOMPARE(file->names(), names);
+    }
+
+    void emptyContainerAsksForNothing()
+    {
+        const ContainerPointer file(new Container({}));
+        QVERIFY(file->search(QRegularExpression(QString("."))).isEmpty());
+        file->replace({}, QString("x"));
+        QCOMPARE(file->asked, 0);
+        QCOMPARE(file->brackets, QByteArray());
+    }
+
+    void cacheAndItemsEnd()
+    {
+        auto *cache = new MemoryCache;
+        const QPointer<StreamCache> watched(cache);
+        auto *file = new Container({}, cache);
+        QCOMPARE(file->cache(), cache);
+        QVERIFY(file->messages());
+        QCOMPARE(file->messages()->file(), file);
+
+        auto *data = new Handle(cache);
+        data->fromData("bytes", 0, nullptr, 0);
+        data->addRef();
+        {
+            const Item item(QString("item"), data);
+            QCOMPARE(item.data(), data);
+        }
+        QCOMPARE(data->refCount(), 1);
+        QCOMPARE(cache->items().size(), 1);
+        data->release();
+        QCOMPARE(cache->items().size(), 0);
+
+        file->release();
+        QVERIFY(!watched);
+    }
+};
 
 QTEST_GUILESS_MAIN(TestCachedFiles)
 

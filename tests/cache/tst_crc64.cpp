@@ -42,45 +42,41 @@ class TestCrc64 : public QObject
     Q_OBJECT
 
 private slots:
-    void knownValues();
-    void everyShortLengthAndAlignment();
-    void randomLengths();
-};
-
-void TestCrc64::knownValues()
-{
-    QCOMPARE(crc64(nullptr, 0), Q_UINT64_C(0xFFFFFFFFFFFFFFFF));
-    QCOMPARE(crc64("123456789", 9), Q_UINT64_C(0xCAA717168609F281));
-    QCOMPARE(crc64("\xff\xff\xff\xff\xff\xff\xff\xff", 8), Q_UINT64_C(0));
-}
-
-// 300 bytes pass the lengths at which the method changes: 16, 64, and whole multiples of them.
-void TestCrc64::everyShortLengthAndAlignment()
-{
-    std::mt19937 random(1);
-    std::vector<uchar> bytes(300 + 16);
-    for (uchar &byte : bytes)
-        byte = static_cast<uchar>(random());
-    for (unsigned int length = 0; length <= 300; ++length) {
-        for (int start = 0; start < 16; ++start) {
-            // A copy of exact length lets the sanitizer see a read past the end.
-            const std::vector<uchar> exact(&bytes[start], &bytes[start] + length);
-            QVERIFY(isRight(exact.data(), length));
-            QVERIFY(isRight(&bytes[start], length));
-        }
+    void knownValues()
+    {
+        QCOMPARE(crc64(nullptr, 0), Q_UINT64_C(0xFFFFFFFFFFFFFFFF));
+        QCOMPARE(crc64("123456789", 9), Q_UINT64_C(0xCAA717168609F281));
+        QCOMPARE(crc64("\xff\xff\xff\xff\xff\xff\xff\xff", 8), Q_UINT64_C(0));
     }
-}
 
-void TestCrc64::randomLengths()
-{
-    std::mt19937 random(2);
-    for (int round = 0; round < 100; ++round) {
-        std::vector<uchar> bytes(random() % 200000);
+    // 300 bytes pass the lengths at which the method changes: 16, 64, and whole multiples of them.
+    void everyShortLengthAndAlignment()
+    {
+        std::mt19937 random(1);
+        std::vector<uchar> bytes(300 + 16);
         for (uchar &byte : bytes)
             byte = static_cast<uchar>(random());
-        QVERIFY(isRight(bytes.data(), static_cast<unsigned int>(bytes.size())));
+        for (unsigned int length = 0; length <= 300; ++length) {
+            for (int start = 0; start < 16; ++start) {
+                // A copy of exact length lets the sanitizer see a read past the end.
+                const std::vector<uchar> exact(&bytes[start], &bytes[start] + length);
+                QVERIFY(isRight(exact.data(), length));
+                QVERIFY(isRight(&bytes[start], length));
+            }
+        }
     }
-}
+
+    void randomLengths()
+    {
+        std::mt19937 random(2);
+        for (int round = 0; round < 100; ++round) {
+            std::vector<uchar> bytes(random() % 200000);
+            for (uchar &byte : bytes)
+                byte = static_cast<uchar>(random());
+            QVERIFY(isRight(bytes.data(), static_cast<unsigned int>(bytes.size())));
+        }
+    }
+};
 
 QTEST_APPLESS_MAIN(TestCrc64)
 

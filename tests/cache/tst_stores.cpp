@@ -275,7 +275,7 @@ private:
     {
         static const char *const suffixes[] = {"bin", "png", "PCX", "gif", "Act"};
         return m_directory.filePath(
-            QStringLiteral("%1.%2").arg(++m_lastNumber).arg(QLatin1String(suffixes[below(5)])));
+            QString("%1.%2").arg(++m_lastNumber).arg(QLatin1String(suffixes[below(5)])));
     }
     static bool isWritable(const Expected &expected)
     {
@@ -289,10 +289,10 @@ private:
         const QString suffix = QFileInfo(expected.file).suffix().toLower();
         const bool withParam = below(2);
         expected.filter = QHash<QString, unsigned char>{
-            {QStringLiteral("png"), 4},
-            {QStringLiteral("pcx"), 5},
-            {QStringLiteral("gif"), withParam ? 6 : 8},
-            {QStringLiteral("act"),
+            {QString("png"), 4},
+            {QString("pcx"), 5},
+            {QString("gif"), withParam ? 6 : 8},
+            {QString("act"),
              7}}.value(suffix);
         if (below(4)) {
             expected.stored = below(2) ? randomData() : 'E' + randomData();
@@ -328,8 +328,7 @@ private:
             return;
         }
         const bool fails = below(4) == 0;
-        const QString name =
-            fails ? m_directory.filePath(QStringLiteral("none/a.png")) : randomName();
+        const QString name = fails ? m_directory.filePath(QString("none/a.png")) : randomName();
         m_files.renameItem(expected.item, name);
         require(fails || !QFile::exists(expected.file), "renameItem");
         expected.file = name;
@@ -385,7 +384,7 @@ struct Handle : StreamCacheData {
 
 qint64 residentBytes()
 {
-    QFile file(QStringLiteral("/proc/self/statm"));
+    QFile file(QString("/proc/self/statm"));
     if (!file.open(QIODevice::ReadOnly))
         return 0;
     return file.readAll().split(' ').value(1).toLongLong() * sysconf(_SC_PAGESIZE);
@@ -398,330 +397,315 @@ class TestStores : public QObject
     Q_OBJECT
 
 private slots:
-    void followsAPlainMap_data();
-    void followsAPlainMap();
-    void factoryFollowsTheOption_data();
-    void factoryFollowsTheOption();
-    void memoryWithoutAHost();
-    void findsTheFirstAndDecodesOnce();
-    void rawFormsDecideWhenChecksumsAreKnown();
-    void keepsBytesOfItsOwn();
-    void handleLivesAndDies();
-    void suffixGivesTheFilter_data();
-    void suffixGivesTheFilter();
-    void handleOnAFile();
-    void withoutATemporaryFile();
-    void fullDiskKeepsTheOtherItems();
-    void blockIsNotTouchedUnused();
-};
-
-void TestStores::followsAPlainMap_data()
-{
-    columns<QByteArray, bool>("kind", "withCoder");
-    const struct {
-        const char *name;
-        const char *kind;
-    } stores[] = {{"memory", "memory"},
-                  {"disk, block smaller than any item", "1"},
-                  {"disk, block of odd size", "333"},
-                  {"disk, block larger than the file", "33554432"},
-                  {"files", "file"}};
-    for (const auto &store : stores) {
-        QTest::addRow("%s, with coders", store.name) << QByteArray(store.kind) << true;
-        QTest::addRow("%s, without coders", store.name) << QByteArray(store.kind) << false;
-    }
-}
-
-void TestStores::followsAPlainMap()
-{
-    auto [kind, withCoder] = row<QByteArray, bool>();
-    // A block of one byte costs a million system calls for each run, and files truncated to be
-    // written anew are waited for.
-    const unsigned int seeds = kind == "1" ? 2 : kind == "file" ? 10 : 40;
-    const int operations = kind == "1" ? 60 : 300;
-    for (unsigned int seed = 1; seed <= seeds; ++seed) {
-        const QString fault = randomRun(kind, withCoder, seed, operations);
-        QVERIFY2(fault.isEmpty(), qPrintable(QStringLiteral("seed %1: %2").arg(seed).arg(fault)));
-    }
-}
-
-void TestStores::factoryFollowsTheOption_data()
-{
-    columns<int, QVariant, int>("wanted", "option", "made");
-    QTest::newRow("unset option") << 0 << QVariant() << 1;
-    QTest::newRow("option 0") << 0 << QVariant(0) << 1;
-    QTest::newRow("option 1") << 0 << QVariant(1) << 1;
-    QTest::newRow("option 2") << 0 << QVariant(2) << 2;
-    QTest::newRow("option 3 is still a disk") << 0 << QVariant(3) << 2;
-    QTest::newRow("memory, whatever the option") << 1 << QVariant(2) << 1;
-    QTest::newRow("disk") << 2 << QVariant(1) << 2;
-    QTest::newRow("file") << 3 << QVariant() << 3;
-    QTest::newRow("no such type") << 4 << QVariant() << -1;
-    QTest::newRow("negative type") << -1 << QVariant() << -1;
-}
-
-void TestStores::factoryFollowsTheOption()
-{
-    auto [wanted, option, made] = row<int, QVariant, int>();
-    TestHost host;
-    host.options.insert(QStringLiteral("cache_type"), option);
-    StreamCache *cache = StreamCache::instance(static_cast<StreamCache::Type>(wanted));
-    QCOMPARE(cache ? int(cache->type()) : -1, made);
-    if (cache)
-        cache->release();
-}
-
-void TestStores::memoryWithoutAHost()
-{
-    const std::unique_ptr<StreamCache> cache(StreamCache::instance(StreamCache::Default));
-    QVERIFY(!Interface::instance());
-    QCOMPARE(cache->type(), StreamCache::Memory);
-}
-
-void TestStores::findsTheFirstAndDecodesOnce()
-{
-    MemoryCache cache;
-    Coder coder(cache);
-    QList<StreamCache::Item *> items;
-    for (int i = 0; i < 50; ++i)
-        items.append(cache.addItem("item " + QByteArray::number(i % 25), 1, nullptr, 0));
-    for (int i = 0; i < 25; ++i) {
-        const QByteArray data = "item " + QByteArray::number(i);
-        QCOMPARE(cache.find(data, nullptr), items[i]);
-        QCOMPARE(cache.find(data, items[i]), items[i + 25]);
-    }
-    // The second half is looked at because its first half is excluded. Each checksum costs one
-    // decoding, and each candidate of the right checksum at most one more.
-    QVERIFY2(coder.decodings <= 50 + 3 * 25, qPrintable(QString::number(coder.decodings)));
-    QCOMPARE(cache.find("item", nullptr), nullptr);
-
-    cache.addItem(QByteArray(), 0, nullptr, 0);
-    QCOMPARE(cache.find(QByteArray(), nullptr), nullptr);
-
-    // Their checksum is 0, which also stands for an unknown one.
-    const QByteArray zero(8, '\xff');
-    StreamCache::Item *item = cache.addItem(zero, 0, nullptr, 0);
-    QCOMPARE(cache.find(zero, nullptr), item);
-    QVERIFY(cache.isEqual(item, item) && cache.isEqual(item, zero, 0));
-}
-
-void TestStores::rawFormsDecideWhenChecksumsAreKnown()
-{
-    MemoryCache cache;
-    Coder coder(cache);
-    const QByteArray data("the same");
-    const unsigned long long crc = crcOf(data);
-    StreamCache::Item *first = cache.addItem(data, 2, nullptr, crc);
-    StreamCache::Item *second = cache.addItem(data, 2, nullptr, crc);
-    StreamCache::Item *unknown = cache.addItem(data, 2, nullptr, 0);
-    StreamCache::Item *plain = cache.addItem(data, 0, nullptr, crc);
-    auto *large =
-        static_cast<PackedCache::Item *>(cache.addItem(QByteArray(1000, 'x'), 0, nullptr, 0));
-    QCOMPARE(large->size, 1000);
-    QVERIFY(large->packedSize > 0 && large->packedSize < 100);
-    cache.setItemData(large, QByteArray(), 0, nullptr, 0);
-    QCOMPARE(qMakePair(large->size, large->packedSize), qMakePair(0, 0));
-    QVERIFY(!cache.isEqual(first, second));
-    QVERIFY(cache.isEqual(first, plain));
-    QVERIFY(cache.isEqual(first, unknown));
-    QVERIFY(!cache.isEqual(second, unknown)); // it is known by now
-    QVERIFY(cache.isEqual(first, first));
-    QVERIFY(!cache.isEqual(first, nullptr));
-}
-
-// The array that is stored only refers to bytes that change afterwards.
-void TestStores::keepsBytesOfItsOwn()
-{
-    MemoryCache memory;
-    DiskCache disk;
-    for (StreamCache *cache :
-         {static_cast<StreamCache *>(&memory), static_cast<StreamCache *>(&disk)}) {
-        for (const unsigned char filter : {0, 9}) {
-            char buffer[] = "before";
-            const QByteArray data = QByteArray::fromRawData(buffer, 6);
-            StreamCache::Item *added = cache->addItem(data, filter, nullptr, 0);
-            StreamCache::Item *changed = cache->addItem("x", filter, nullptr, 0);
-            cache->setItemData(changed, data, filter, nullptr, 0);
-            memcpy(buffer, "behind", 6);
-            QCOMPARE(cache->itemData(added), QByteArray("before"));
-            QCOMPARE(cache->itemData(changed), QByteArray("before"));
+    void followsAPlainMap_data()
+    {
+        columns<QByteArray, bool>("kind", "withCoder");
+        const struct {
+            const char *name;
+            const char *kind;
+        } stores[] = {{"memory", "memory"},
+                      {"disk, block smaller than any item", "1"},
+                      {"disk, block of odd size", "333"},
+                      {"disk, block larger than the file", "33554432"},
+                      {"files", "file"}};
+        for (const auto &store : stores) {
+            QTest::addRow("%s, with coders", store.name) << QByteArray(store.kind) << true;
+            QTest::addRow("%s, without coders", store.name) << QByteArray(store.kind) << false;
         }
     }
-}
 
-void TestStores::handleLivesAndDies()
-{
-    MemoryCache cache;
-    auto *handle = new Handle(&cache);
-    QVERIFY(handle->isEmpty());
-    QVERIFY(!handle->isEqualToData("data", crcOf("data")));
-    QCOMPARE(handle->toData(false), QByteArray());
-    QCOMPARE(handle->crc(), 0ull);
-
-    handle->fromData("data", 0, nullptr, 0);
-    QVERIFY(!handle->isEmpty());
-    QVERIFY(handle->isEqualToData("data", crcOf("data")));
-    handle->fromData("other", 7, nullptr, 0);
-    QCOMPARE(cache.items().size(), 1);
-    QCOMPARE(handle->filter(), static_cast<unsigned char>(7));
-    QCOMPARE(handle->fileName(), QString());
-
-    handle->reset();
-    QVERIFY(cache.items().isEmpty());
-    handle->fromData("again", 0, nullptr, 0);
-    QCOMPARE(handle->toData(true), QByteArray("again"));
-    handle->fromData(QByteArray(), 0, nullptr, 0);
-    QVERIFY(handle->isEmpty());
-
-    handle->addRef();
-    QCOMPARE(handle->refCount(), 2);
-    QCOMPARE(handle->release(), 1u);
-    QCOMPARE(cache.items().size(), 1);
-    QCOMPARE(handle->release(), 0u);
-    QVERIFY(cache.items().isEmpty());
-    // Copies share one item.
+    void followsAPlainMap()
     {
-        Handle first(&cache);
-        first.fromData("shared", 0, nullptr, 0);
-        first.addRef();
-        Handle second(first);
-        QCOMPARE(second.refCount(), 2);
+        auto [kind, withCoder] = row<QByteArray, bool>();
+        // A block of one byte costs a million system calls for each run, and files truncated to be
+        // written anew are waited for.
+        const unsigned int seeds = kind == "1" ? 2 : kind == "file" ? 10 : 40;
+        const int operations = kind == "1" ? 60 : 300;
+        for (unsigned int seed = 1; seed <= seeds; ++seed) {
+            const QString fault = randomRun(kind, withCoder, seed, operations);
+            QVERIFY2(fault.isEmpty(), qPrintable(QString("seed %1: %2").arg(seed).arg(fault)));
+        }
+    }
+
+    void factoryFollowsTheOption_data()
+    {
+        columns<int, QVariant, int>("wanted", "option", "made");
+        addRow("unset option", 0, QVariant(), 1);
+        addRow("option 0", 0, QVariant(0), 1);
+        addRow("option 1", 0, QVariant(1), 1);
+        addRow("option 2", 0, QVariant(2), 2);
+        addRow("option 3 is still a disk", 0, QVariant(3), 2);
+        addRow("memory, whatever the option", 1, QVariant(2), 1);
+        addRow("disk", 2, QVariant(1), 2);
+        addRow("file", 3, QVariant(), 3);
+        addRow("no such type", 4, QVariant(), -1);
+        addRow("negative type", -1, QVariant(), -1);
+    }
+
+    void factoryFollowsTheOption()
+    {
+        auto [wanted, option, made] = row<int, QVariant, int>();
+        TestHost host;
+        host.options.insert(QString("cache_type"), option);
+        StreamCache *cache = StreamCache::instance(static_cast<StreamCache::Type>(wanted));
+        QCOMPARE(cache ? int(cache->type()) : -1, made);
+        if (cache)
+            cache->release();
+    }
+
+    void memoryWithoutAHost()
+    {
+        const std::unique_ptr<StreamCache> cache(StreamCache::instance(StreamCache::Default));
+        QVERIFY(!Interface::instance());
+        QCOMPARE(cache->type(), StreamCache::Memory);
+    }
+
+    void findsTheFirstAndDecodesOnce()
+    {
+        MemoryCache cache;
+        Coder coder(cache);
+        QList<StreamCache::Item *> items;
+        for (int i = 0; i < 50; ++i)
+            items.append(cache.addItem("item " + QByteArray::number(i % 25), 1, nullptr, 0));
+        for (int i = 0; i < 25; ++i) {
+            const QByteArray data = "item " + QByteArray::number(i);
+            QCOMPARE(cache.find(data, nullptr), items[i]);
+            QCOMPARE(cache.find(data, items[i]), items[i + 25]);
+        }
+        // The second half is looked at because its first half is excluded. Each checksum costs one
+        // decoding, and each candidate of the right checksum at most one more.
+        QVERIFY2(coder.decodings <= 50 + 3 * 25, qPrintable(QString::number(coder.decodings)));
+        QCOMPARE(cache.find("item", nullptr), nullptr);
+
+        cache.addItem(QByteArray(), 0, nullptr, 0);
+        QCOMPARE(cache.find(QByteArray(), nullptr), nullptr);
+
+        // Their checksum is 0, which also stands for an unknown one.
+        const QByteArray zero(8, '\xff');
+        StreamCache::Item *item = cache.addItem(zero, 0, nullptr, 0);
+        QCOMPARE(cache.find(zero, nullptr), item);
+        QVERIFY(cache.isEqual(item, item) && cache.isEqual(item, zero, 0));
+    }
+
+    void rawFormsDecideWhenChecksumsAreKnown()
+    {
+        MemoryCache cache;
+        Coder coder(cache);
+        const QByteArray data("the same");
+        const unsigned long long crc = crcOf(data);
+        StreamCache::Item *first = cache.addItem(data, 2, nullptr, crc);
+        StreamCache::Item *second = cache.addItem(data, 2, nullptr, crc);
+        StreamCache::Item *unknown = cache.addItem(data, 2, nullptr, 0);
+        StreamCache::Item *plain = cache.addItem(data, 0, nullptr, crc);
+        auto *large =
+            static_cast<PackedCache::Item *>(cache.addItem(QByteArray(1000, 'x'), 0, nullptr, 0));
+        QCOMPARE(large->size, 1000);
+        QVERIFY(large->packedSize > 0 && large->packedSize < 100);
+        cache.setItemData(large, QByteArray(), 0, nullptr, 0);
+        QCOMPARE(qMakePair(large->size, large->packedSize), qMakePair(0, 0));
+        QVERIFY(!cache.isEqual(first, second));
+        QVERIFY(cache.isEqual(first, plain));
+        QVERIFY(cache.isEqual(first, unknown));
+        QVERIFY(!cache.isEqual(second, unknown)); // it is known by now
+        QVERIFY(cache.isEqual(first, first));
+        QVERIFY(!cache.isEqual(first, nullptr));
+    }
+
+    // The array that is stored only refers to bytes that change afterwards.
+    void keepsBytesOfItsOwn()
+    {
+        MemoryCache memory;
+        DiskCache disk;
+        for (StreamCache *cache :
+             {static_cast<StreamCache *>(&memory), static_cast<StreamCache *>(&disk)}) {
+            for (const unsigned char filter : {0, 9}) {
+                char buffer[] = "before";
+                const QByteArray data = QByteArray::fromRawData(buffer, 6);
+                StreamCache::Item *added = cache->addItem(data, filter, nullptr, 0);
+                StreamCache::Item *changed = cache->addItem("x", filter, nullptr, 0);
+                cache->setItemData(changed, data, filter, nullptr, 0);
+                memcpy(buffer, "behind", 6);
+                QCOMPARE(cache->itemData(added), QByteArray("before"));
+                QCOMPARE(cache->itemData(changed), QByteArray("before"));
+            }
+        }
+    }
+
+    void handleLivesAndDies()
+    {
+        MemoryCache cache;
+        auto *handle = new Handle(&cache);
+        QVERIFY(handle->isEmpty());
+        QVERIFY(!handle->isEqualToData("data", crcOf("data")));
+        QCOMPARE(handle->toData(false), QByteArray());
+        QCOMPARE(handle->crc(), 0ull);
+
+        handle->fromData("data", 0, nullptr, 0);
+        QVERIFY(!handle->isEmpty());
+        QVERIFY(handle->isEqualToData("data", crcOf("data")));
+        handle->fromData("other", 7, nullptr, 0);
         QCOMPARE(cache.items().size(), 1);
-        second.fromData("changed", 0, nullptr, 0);
-        QCOMPARE(first.toData(false), QByteArray("changed"));
+        QCOMPARE(handle->filter(), static_cast<unsigned char>(7));
+        QCOMPARE(handle->fileName(), QString());
 
-        const std::unique_ptr<StreamCacheData> own(first.copyTo(&cache));
-        QCOMPARE(cache.items().size(), 2);
-        QVERIFY(own->isEqualToData("changed", crcOf("changed")));
+        handle->reset();
+        QVERIFY(cache.items().isEmpty());
+        handle->fromData("again", 0, nullptr, 0);
+        QCOMPARE(handle->toData(true), QByteArray("again"));
+        handle->fromData(QByteArray(), 0, nullptr, 0);
+        QVERIFY(handle->isEmpty());
+
+        handle->addRef();
+        QCOMPARE(handle->refCount(), 2);
+        QCOMPARE(handle->release(), 1u);
+        QCOMPARE(cache.items().size(), 1);
+        QCOMPARE(handle->release(), 0u);
+        QVERIFY(cache.items().isEmpty());
+        // Copies share one item.
+        {
+            Handle first(&cache);
+            first.fromData("shared", 0, nullptr, 0);
+            first.addRef();
+            Handle second(first);
+            QCOMPARE(second.refCount(), 2);
+            QCOMPARE(cache.items().size(), 1);
+            second.fromData("changed", 0, nullptr, 0);
+            QCOMPARE(first.toData(false), QByteArray("changed"));
+
+            const std::unique_ptr<StreamCacheData> own(first.copyTo(&cache));
+            QCOMPARE(cache.items().size(), 2);
+            QVERIFY(own->isEqualToData("changed", crcOf("changed")));
+        }
+        QVERIFY(cache.items().isEmpty());
     }
-    QVERIFY(cache.items().isEmpty());
-}
 
-void TestStores::suffixGivesTheFilter_data()
-{
-    columns<QString, bool, int>("name", "withParam", "filter");
-    QTest::newRow("png") << "a.png" << false << 4;
-    QTest::newRow("capitals") << "a.PNG" << false << 4;
-    QTest::newRow("mixed case") << "a.pCx" << false << 5;
-    QTest::newRow("gif with a parameter") << "a.gif" << true << 6;
-    QTest::newRow("gif without a parameter") << "a.GIF" << false << 8;
-    QTest::newRow("act") << "a.act" << false << 7;
-    QTest::newRow("the last suffix counts") << "a.png.bmp" << false << 0;
-    QTest::newRow("no suffix") << "png" << false << 0;
-    QTest::newRow("a name beyond ASCII") << QString::fromUtf8("gr\u00f6\u00dfe.png") << false << 4;
-}
-
-void TestStores::suffixGivesTheFilter()
-{
-    auto [name, withParam, filter] = row<QString, bool, int>();
-    const QTemporaryDir directory;
-    name = directory.filePath(name);
-    FileCache cache;
-    void *const param = withParam ? this : nullptr;
-    StreamCache::Item *item = cache.addItem(name.toLocal8Bit(), 99, param, 5);
-    QCOMPARE(int(item->filter), filter);
-    QCOMPARE(item->crc(), 5ull);
-    QCOMPARE(cache.fileName(item), name);
-    if (filter == 8)
-        QCOMPARE(*static_cast<QString *>(item->param), name);
-    else
-        QCOMPARE(item->param, param);
-
-    // What the coder is handed: the item's parameter to read, the one given to write.
-    void *read = nullptr;
-    void *written = nullptr;
-    const auto note = [](void *&to) {
-        return
-            [&to](unsigned char, void *handed, const QByteArray &, QByteArray &) { to = handed; };
-    };
-    connect(&cache, &StreamCache::readFilter, this, note(read));
-    connect(&cache, &StreamCache::writeFilter, this, note(written));
-    cache.setItemData(item, "bytes", 99, &cache, 0);
-    QCOMPARE(read, &cache);
-    QCOMPARE(written, &cache);
-    cache.renameItem(item, directory.filePath(QStringLiteral("renamed")));
-    cache.itemData(item);
-    QCOMPARE(read, item->param);
-    if (filter == 8)
-        QCOMPARE(*static_cast<QString *>(read), cache.fileName(item));
-    else
-        QCOMPARE(read, param);
-}
-
-// The file is the user's: others change it, and it stays when the handle ends.
-void TestStores::handleOnAFile()
-{
-    const QTemporaryDir directory;
-    const QString name = directory.filePath(QStringLiteral("b.pcx"));
-    FileCache cache;
-    Handle handle(&cache, name);
-    QCOMPARE(handle.fileName(), name);
-    QVERIFY(handle.isEmpty());
-    QFile file(name);
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("bytes") == 5);
-    file.close();
-    QVERIFY(cache.itemIsValid(cache.items().first()));
-    QVERIFY(!handle.isEmpty());
-    QCOMPARE(handle.toData(true), QByteArray("bytes"));
-    QCOMPARE(handle.toData(false), QByteArray()); // no coder answers
-    const std::unique_ptr<StreamCacheData> copy(handle.copyTo(&cache));
-    QCOMPARE(copy->fileName(), name);
-    handle.reset();
-    QVERIFY(QFile::exists(name));
-    QCOMPARE(cache.itemData(nullptr), QByteArray());
-}
-
-void TestStores::withoutATemporaryFile()
-{
-    const QByteArray before = qgetenv("TMPDIR");
-    qputenv("TMPDIR", "/proc");
-    DiskCache cache;
-    qputenv("TMPDIR", before);
-    StreamCache::Item *item = cache.addItem("data", 0, nullptr, 0);
-    StreamCache::Item *next = cache.addItem("more data", 3, nullptr, 0);
-    cache.setItemData(item, QByteArray(1000, 'x'), 3, nullptr, 0);
-    QCOMPARE(cache.itemData(item), QByteArray());
-    QCOMPARE(cache.itemRawData(next), QByteArray());
-    QCOMPARE(cache.find("data", nullptr), nullptr);
-    cache.removeItem(item);
-    QCOMPARE(cache.items().size(), 1);
-}
-
-void TestStores::fullDiskKeepsTheOtherItems()
-{
-    DiskCache cache(100);
-    QList<StreamCache::Item *> items;
-    for (int i = 0; i < 4; ++i)
-        items.append(cache.addItem(QByteArray(1000, char('a' + i)), 9, nullptr, 0));
+    void suffixGivesTheFilter_data()
     {
-        const FullDisk full(4500);
-        cache.setItemData(items[1], QByteArray(2000, 'B'), 9, nullptr, 0);
-        items.append(cache.addItem(QByteArray(1000, 'e'), 9, nullptr, 0));
-        cache.setItemData(items[3], QByteArray(3000, 'D'), 9, nullptr, 0);
+        columns<QString, bool, int>("name", "withParam", "filter");
+        addRow("png", "a.png", false, 4);
+        addRow("capitals", "a.PNG", false, 4);
+        addRow("mixed case", "a.pCx", false, 5);
+        addRow("gif with a parameter", "a.gif", true, 6);
+        addRow("gif without a parameter", "a.GIF", false, 8);
+        addRow("act", "a.act", false, 7);
+        addRow("the last suffix counts", "a.png.bmp", false, 0);
+        addRow("no suffix", "png", false, 0);
+        addRow("a name beyond ASCII", QString::fromUtf8("gr\u00f6\u00dfe.png"), false, 4);
     }
-    const QByteArray kept[] = {QByteArray(1000, 'a'), "", QByteArray(1000, 'c'), "", ""};
-    for (int i = 0; i < 5; ++i)
-        QCOMPARE(cache.itemData(items[i]), kept[i]);
 
-    cache.setItemData(items[1], QByteArray(1500, 'B'), 9, nullptr, 0);
-    items.append(cache.addItem(QByteArray(10, 'f'), 9, nullptr, 0));
-    QCOMPARE(cache.itemData(items[0]), kept[0]);
-    QCOMPARE(cache.itemData(items[1]), QByteArray(1500, 'B'));
-    QCOMPARE(cache.itemData(items[2]), kept[2]);
-    QCOMPARE(cache.itemData(items[5]), QByteArray(10, 'f'));
-}
+    void suffixGivesTheFilter()
+    {
+        auto [name, withParam, filter] = row<QString, bool, int>();
+        const QTemporaryDir directory;
+        name = directory.filePath(name);
+        FileCache cache;
+        void *const param = withParam ? this : nullptr;
+        StreamCache::Item *item = cache.addItem(name.toLocal8Bit(), 99, param, 5);
+        QCOMPARE(int(item->filter), filter);
+        QCOMPARE(item->crc(), 5ull);
+        QCOMPARE(cache.fileName(item), name);
+        if (filter == 8)
+            QCOMPARE(*static_cast<QString *>(item->param), name);
+        else
+            QCOMPARE(item->param, param);
 
-void TestStores::blockIsNotTouchedUnused()
-{
-    const qint64 before = residentBytes();
-    QVERIFY(before > 0);
-    std::vector<std::unique_ptr<DiskCache>> caches;
-    for (int i = 0; i < 8; ++i) {
-        caches.push_back(std::make_unique<DiskCache>());
-        caches.back()->addItem(QByteArray(1000, 'x'), 0, nullptr, 0);
+        // What the coder is handed: the item's parameter to read, the one given to write.
+        void *read = nullptr;
+        void *written = nullptr;
+        const auto note = [](void *&to) {
+            return [&to](unsigned char, void *handed, const QByteArray &, QByteArray &) {
+                to = handed;
+            };
+        };
+        connect(&cache, &StreamCache::readFilter, this, note(read));
+        connect(&cache, &StreamCache::writeFilter, this, note(written));
+        cache.setItemData(item, "bytes", 99, &cache, 0);
+        QCOMPARE(read, &cache);
+        QCOMPARE(written, &cache);
+        cache.renameItem(item, directory.filePath(QString("renamed")));
+        cache.itemData(item);
+        QCOMPARE(read, item->param);
+        if (filter == 8)
+            QCOMPARE(*static_cast<QString *>(read), cache.fileName(item));
+        else
+            QCOMPARE(read, param);
     }
-    QVERIFY(residentBytes() - before < 4ll * DiskCache::defaultBlockSize);
-}
+
+    // The file is the user's: others change it, and it stays when the handle ends.
+    void handleOnAFile()
+    {
+        const QTemporaryDir directory;
+        const QString name = directory.filePath(QString("b.pcx"));
+        FileCache cache;
+        Handle handle(&cache, name);
+        QCOMPARE(handle.fileName(), name);
+        QVERIFY(handle.isEmpty());
+        QFile file(name);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("bytes") == 5);
+        file.close();
+        QVERIFY(cache.itemIsValid(cache.items().first()));
+        QVERIFY(!handle.isEmpty());
+        QCOMPARE(handle.toData(true), QByteArray("bytes"));
+        QCOMPARE(handle.toData(false), QByteArray()); // no coder answers
+        const std::unique_ptr<StreamCacheData> copy(handle.copyTo(&cache));
+        QCOMPARE(copy->fileName(), name);
+        handle.reset();
+        QVERIFY(QFile::exists(name));
+        QCOMPARE(cache.itemData(nullptr), QByteArray());
+    }
+
+    void withoutATemporaryFile()
+    {
+        const QByteArray before = qgetenv("TMPDIR");
+        qputenv("TMPDIR", "/proc");
+        DiskCache cache;
+        qputenv("TMPDIR", before);
+        StreamCache::Item *item = cache.addItem("data", 0, nullptr, 0);
+        StreamCache::Item *next = cache.addItem("more data", 3, nullptr, 0);
+        cache.setItemData(item, QByteArray(1000, 'x'), 3, nullptr, 0);
+        QCOMPARE(cache.itemData(item), QByteArray());
+        QCOMPARE(cache.itemRawData(next), QByteArray());
+        QCOMPARE(cache.find("data", nullptr), nullptr);
+        cache.removeItem(item);
+        QCOMPARE(cache.items().size(), 1);
+    }
+
+    void fullDiskKeepsTheOtherItems()
+    {
+        DiskCache cache(100);
+        QList<StreamCache::Item *> items;
+        for (int i = 0; i < 4; ++i)
+            items.append(cache.addItem(QByteArray(1000, char('a' + i)), 9, nullptr, 0));
+        {
+            const FullDisk full(4500);
+            cache.setItemData(items[1], QByteArray(2000, 'B'), 9, nullptr, 0);
+            items.append(cache.addItem(QByteArray(1000, 'e'), 9, nullptr, 0));
+            cache.setItemData(items[3], QByteArray(3000, 'D'), 9, nullptr, 0);
+        }
+        const QByteArray kept[] = {QByteArray(1000, 'a'), "", QByteArray(1000, 'c'), "", ""};
+        for (int i = 0; i < 5; ++i)
+            QCOMPARE(cache.itemData(items[i]), kept[i]);
+
+        cache.setItemData(items[1], QByteArray(1500, 'B'), 9, nullptr, 0);
+        items.append(cache.addItem(QByteArray(10, 'f'), 9, nullptr, 0));
+        QCOMPARE(cache.itemData(items[0]), kept[0]);
+        QCOMPARE(cache.itemData(items[1]), QByteArray(1500, 'B'));
+        QCOMPARE(cache.itemData(items[2]), kept[2]);
+        QCOMPARE(cache.itemData(items[5]), QByteArray(10, 'f'));
+    }
+
+    void blockIsNotTouchedUnused()
+    {
+        const qint64 before = residentBytes();
+        QVERIFY(before > 0);
+        std::vector<std::unique_ptr<DiskCache>> caches;
+        for (int i = 0; i < 8; ++i) {
+            caches.push_back(std::make_unique<DiskCache>());
+            caches.back()->addItem(QByteArray(1000, 'x'), 0, nullptr, 0);
+        }
+        QVERIFY(residentBytes() - before < 4ll * DiskCache::defaultBlockSize);
+    }
+};
 
 QTEST_MAIN(TestStores)
 

@@ -2,8 +2,7 @@
 
 #include <kilnx/code/messages.h>
 
-#include <QPoint>
-#include <QTextBlock>
+#include <QtGui/QtGui>
 
 using Kiln::CodeBlockData;
 using Kiln::CodeNode;
@@ -38,12 +37,26 @@ Typed typed(const QString &text)
     return {Kiln::ValueCode::Text, text};
 }
 
-/// The group that a node made after `previous` would join.
-Kiln::ParentCode *containerAfter(CodeNode *previous)
+/// The group that a value made after `previous` would join.
+Kiln::ParentCode *groupAfter(CodeNode *previous)
 {
     if (previous->type() == CodeNode::Group)
         return static_cast<Kiln::GroupCode *>(previous);
-    return previous->parent();
+    return previous->type() == CodeNode::Value ? previous->parent() : nullptr;
+}
+
+/// The animation that a frame made after `previous` would join.
+CodeNode *animationAfter(CodeNode *previous)
+{
+    while (previous && previous->type() != CodeNode::Animation &&
+           previous->type() != CodeNode::Group)
+        previous = previous->previous();
+    return previous && previous->type() == CodeNode::Animation ? previous : nullptr;
+}
+
+bool isComment(const QTextBlock &block)
+{
+    return block.text().startsWith(QLatin1Char(comment));
 }
 
 QString withoutComment(const QString &text)
@@ -98,7 +111,7 @@ Value::~Value()
 
 void Value::setName(const QString &name)
 {
-    change(name + QStringLiteral(" = ") + valueText());
+    change(name + QString(" = ") + valueText());
 }
 
 QString Value::valueText() const
@@ -114,7 +127,7 @@ QString Value::enumText(unsigned int value) const
 void Value::setValue(const QVariant &value)
 {
     const QVariant converted = convertFrom(valueType(), value);
-    change(m_name + QStringLiteral(" = ") + asString(valueType(), converted, QLatin1Char(',')));
+    change(m_name + QString(" = ") + asString(valueType(), converted, QLatin1Char(',')));
 }
 
 void Value::take(const QString &name, const QVariant &value)
@@ -146,7 +159,7 @@ QString Group::headerText() const
 bool Group::addValue(const QString &name, const QVariant &value)
 {
     const CodeNode *last = valueCount() ? valueAt(valueCount() - 1) : static_cast<CodeNode *>(this);
-    document()->insertAfter(last, name + QStringLiteral(" = ") + value.toString(), true);
+    document()->insertAfter(last, name + QString(" = ") + value.toString(), true);
     return true;
 }
 
@@ -156,6 +169,79 @@ void Group::take(const QString &name)
         return;
     m_name = name;
     CodeNode::valueChanged(name);
+}
+
+Animation::Animation(CodeNode *previous, const QString &name)
+    : AnimationCode(previous)
+    , m_name(name)
+{
+}
+
+void Animation::setName(const QString &name)
+{
+    change("anim " + name);
+}
+
+QVariant Animation::property(const QString &name)
+{
+    return name == "Identifier" ? m_name : NamedCode::property(name);
+}
+
+void Animation::setProperty(const QString &name, const QVariant &value)
+{
+    if (name == "Identifier")
+        setName(value.toString());
+    else
+        NamedCode::setProperty(name, value);
+}
+
+int Animation::firstLine() const
+{
+    QTextBlock first = block();
+    while (first.previous().isValid() && isComment(first.previous()))
+        first = first.previous();
+    return first.blockNumber();
+}
+
+void Animation::take(const QString &name)
+{
+    if (std::exchange(m_name, name) != name)
+        valueChanged(name);
+}
+
+Frame::Frame(CodeNode *previous, const QString &identifier)
+    : FrameCode(previous, nullptr, nullptr)
+    , m_identifier(identifier)
+{
+}
+
+Frame::Frame(CodeNode *previous,
+             Kiln::ContactBoxesCode *attackBoxes,
+             Kiln::ContactBoxesCode *collisionBoxes)
+    : FrameCode(previous, attackBoxes, collisionBoxes)
+{
+}
+
+void Frame::setIdentifier(const QString &identifier)
+{
+    change("frame " + identifier);
+}
+
+QVariant Frame::property(const QString &name)
+{
+    return name == "Identifier" ? m_identifier : QVariant();
+}
+
+void Frame::setProperty(const QString &name, const QVariant &value)
+{
+    if (name == "Identifier")
+        setIdentifier(value.toString());
+}
+
+void Frame::take(const QString &identifier)
+{
+    if (std::exchange(m_identifier, identifier) != identifier)
+        valueChanged(identifier);
 }
 
 CodeNode *Parser::parse(const QString &text,
@@ -171,9 +257,17 @@ CodeNode *Parser::parse(const QString &text,
     const QString trimmed = withoutComment(text).trimmed();
     if (trimmed.startsWith(QLatin1Char('[')))
         return parseHeader(trimmed, old, previous, root);
-    if (trimmed.isEmpty() || QStringLiteral("!~?").contains(trimmed.at(0)))
+    if (trimmed.isEmpty() || QString("!~?").contains(trimmed.at(0)))
         return nullptr;
-    return parseValue(trimmed, old, previous);
+    const QString word = trimmed.section(QLatin1Char(' '), 0, 0);
+    if (word == "frame")
+        return parseFrame(trimmed.mid(6), old, previous);
+    if (word != "anim")
+        return parseValue(trimmed, old, previous);
+    if (!old || old->type() != CodeNode::Animation)
+        return new Animation(previous, trimmed.mid(5));
+    static_cast<Animation *>(old)->take(trimmed.mid(5));
+    return old;
 }
 
 CodeNode *
@@ -204,7 +298,7 @@ CodeNode *Parser::parseValue(const QString &code, CodeNode *old, CodeNode *previ
     const QString second = names.size() > 1 ? names.at(1).trimmed() : QString();
 
     auto *const kept = old && old->type() == CodeNode::Value ? static_cast<Value *>(old) : nullptr;
-    if (kept && kept->valueType() == value.type && kept->parent() == containerAfter(previous) &&
+    if (kept && kept->valueType() == value.type && kept->parent() == groupAfter(previous) &&
         (kept->partner != nullptr) == !second.isNull()) {
         kept->take(first, value.value);
         if (kept->partner)
@@ -215,6 +309,14 @@ CodeNode *Parser::parseValue(const QString &code, CodeNode *old, CodeNode *previ
     if (!second.isNull())
         node->partner = new Value(node, second, value.type, value.value);
     return node;
+}
+
+CodeNode *Parser::parseFrame(const QString &code, CodeNode *old, CodeNode *previous)
+{
+    if (!old || old->type() != CodeNode::Frame || old->parent() != animationAfter(previous))
+        return new Frame(previous, code);
+    static_cast<Frame *>(old)->take(code);
+    return old;
 }
 
 Document::Document(Parser *parser)
@@ -276,13 +378,13 @@ void checkList(Kiln::CodeDocument &document, QStringList &faults)
         if (head->block() != block || !head->isValid())
             faults << QString("the head of line %1 has another block").arg(block.blockNumber());
         if (head->previous() != before)
-            faults << QStringLiteral("broken link at ") + describe(head);
+            faults << QString("broken link at ") + describe(head);
         before = head;
         for (node = head->next(); node && !node->block().isValid(); node = node->next())
             before = node;
     }
     if (node)
-        faults << QStringLiteral("a node that no line has: ") + describe(node);
+        faults << QString("a node that no line has: ") + describe(node);
 }
 
 /// The plain method for the rows: children in the order of the list, every one of them once.
@@ -293,7 +395,7 @@ void checkRows(Kiln::CodeDocument &document, QStringList &faults)
     for (const CodeNode *node = document.next(); node; node = node->next()) {
         Kiln::ParentCode *const parent = node->parent();
         if (node->type() == CodeNode::Value && parent != section)
-            faults << QStringLiteral("not in the nearest group: ") + describe(node);
+            faults << QString("not in the nearest group: ") + describe(node);
         if (node->type() == CodeNode::Group)
             section = node;
         if (!parent)
@@ -305,7 +407,7 @@ void checkRows(Kiln::CodeDocument &document, QStringList &faults)
     }
     for (auto entry = seen.cbegin(); entry != seen.cend(); ++entry) {
         if (entry.key()->childCount() != entry.value())
-            faults << QStringLiteral("too many children in ") + describe(entry.key());
+            faults << QString("too many children in ") + describe(entry.key());
     }
 }
 
@@ -337,9 +439,7 @@ void checkMessages(Kiln::CodeDocument &document, QStringList &faults)
     }
     if (messages->count(Message::All) != row ||
         messages->at(row, Message::All).type != Message::All)
-        faults << QStringLiteral("%1 messages instead of %2")
-                      .arg(messages->count(Message::All))
-                      .arg(row);
+        faults << QString("%1 messages instead of %2").arg(messages->count(Message::All)).arg(row);
 }
 
 } // namespace

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <kilnx/code/animations.h>
 #include <kilnx/code/codedocument.h>
 #include <kilnx/code/groupcode.h>
 #include <kilnx/code/valuecode.h>
+#include <tests/support/release.h>
 
 #include <QStringList>
 
@@ -11,6 +13,7 @@
 ///     [name]  [name:3]     a section of subtype 1, or of the number given
 ///     x = 12               a value: an int, a real, a point "1, 2", or text
 ///     x + y = 12           two nodes on one line
+///     anim name, frame name     an animation, and a frame of the nearest one above
 ///     ! text, ~ text, ? text    an error, a deprecation, a warning, and no node
 ///     ; text               a comment, also behind the others
 ///
@@ -55,6 +58,58 @@ private:
     QString m_name;
 };
 
+class Animation : public Kiln::AnimationCode
+{
+public:
+    Animation(Kiln::CodeNode *previous, const QString &name);
+
+    QString name() const override { return m_name; }
+    void setName(const QString &name) override;
+    QVariant property(const QString &name) override;
+    void setProperty(const QString &name, const QVariant &value) override;
+    /// With the comments directly above.
+    int firstLine() const override;
+    Kiln::FrameCode *insertFrame(unsigned int, const QString &) override { return nullptr; }
+    int optimize() override { return 0; }
+    void take(const QString &name);
+
+private:
+    QString m_name;
+};
+
+/// A frame that is nothing but an identifier.
+class Frame : public Kiln::FrameCode
+{
+public:
+    Frame(Kiln::CodeNode *previous, const QString &identifier);
+    /// Borrows the boxes.
+    Frame(Kiln::CodeNode *previous,
+          Kiln::ContactBoxesCode *attackBoxes,
+          Kiln::ContactBoxesCode *collisionBoxes);
+
+    QString identifier() const override { return m_identifier; }
+    void setIdentifier(const QString &identifier) override;
+    QPoint offset() const override { return {}; }
+    void setOffset(const QPoint &) override {}
+    int delay() const override { return 1; }
+    void setDelay(int) override {}
+    QPointF scale() const override { return {1, 1}; }
+    void setScale(const QPointF &) override {}
+    qreal angle() const override { return 0; }
+    void setAngle(qreal) override {}
+    Flip flip() const override { return NoFlip; }
+    void setFlip(Flip) override {}
+    bool isLoopPoint() const override { return false; }
+    void setLoopPoint(bool) override {}
+    bool canTransform() const override { return false; }
+    QVariant property(const QString &name) override;
+    void setProperty(const QString &name, const QVariant &value) override;
+    void take(const QString &identifier);
+
+private:
+    QString m_identifier;
+};
+
 class Parser final : public Kiln::CodeParser
 {
 public:
@@ -73,6 +128,7 @@ private:
                                 Kiln::CodeNode *previous,
                                 Kiln::RootCode *root);
     Kiln::CodeNode *parseValue(const QString &code, Kiln::CodeNode *old, Kiln::CodeNode *previous);
+    Kiln::CodeNode *parseFrame(const QString &code, Kiln::CodeNode *old, Kiln::CodeNode *previous);
 };
 
 class Document : public Kiln::CodeDocument
@@ -82,7 +138,7 @@ public:
     explicit Document(Parser *parser = nullptr);
 
     void release() override { delete this; }
-    QString language() const override { return QStringLiteral("Plain"); }
+    QString language() const override { return QString("Plain"); }
     void blockHighlighted() override { ++highlighted; }
     int foldingKind(const QString &line) override;
     using CodeDocument::reparse;
@@ -94,10 +150,6 @@ protected:
     ~Document() override = default;
 };
 
-/// Ends a document at the end of a scope.
-struct Release {
-    void operator()(Document *document) const { document->release(); }
-};
 using DocumentPointer = std::unique_ptr<Document, Release>;
 
 /// Paints a line and reports on it, without a tree.

@@ -1,16 +1,11 @@
-#include "tinyanimations.h"
-
 #include <enginetest/treedump.h>
-
 #include <kilnx/project/archive.h>
+#include <tests/code/plaincode.h>
 #include <tests/support/modeltester.h>
 #include <tests/support/rows.h>
 
-#include <QRandomGenerator>
-#include <QRegularExpression>
-#include <QSignalSpy>
-#include <QTextBlock>
-#include <QtTest>
+#include <QtGui/QtGui>
+#include <QtTest/QtTest>
 
 namespace TreeDump = EngineTest::TreeDump;
 
@@ -20,7 +15,7 @@ namespace
 {
 
 /// The text with line `line` replaced by `with`; null `with` takes the line out.
-void replaceLine(Tiny::Document *document, int line, const QString &with)
+void replaceLine(CodeDocument *document, int line, const QString &with)
 {
     const QTextBlock block = document->findBlockByNumber(line);
     QTextCursor cursor(block);
@@ -34,13 +29,75 @@ void replaceLine(Tiny::Document *document, int line, const QString &with)
     document->insertOnCursor(QString(), cursor);
 }
 
+/// Registers itself with its document, which destroys it.
+class List : public Animations
+{
+public:
+    explicit List(CodeDocument *document)
+        : Animations(document)
+    {
+        document->registerDocumentEditor(this, CodeNode::Animation, 0);
+    }
+    QString freeIdentifier() const override { return QString::number(count()); }
+    QString animationTemplate() const override { return pattern; }
+    void release() override { delete this; }
+
+    QString pattern = "anim %1\nframe new\n";
+};
+
+/// A document in which every section counts.
+class Document : public Plain::Document
+{
+public:
+    using Plain::Document::Document;
+    bool groupEnabled(unsigned int) const override { return true; }
+};
+
+/// A parser, a document and its list in one, destroyed in the right order.
+struct File {
+    explicit File(const QString &text)
+        : document(new Document(&parser))
+        , list(new List(document.get()))
+    {
+        document->fromString(text);
+    }
+
+    QString text() const { return document->toPlainText(); }
+    /// The animations of the list with their frames, as in "a(1 2) b()".
+    QString animations() const
+    {
+        QStringList texts;
+        for (AnimationCode *animation : list->animations()) {
+            QStringList frames;
+            for (FrameCode *frame : animation->frames())
+                frames << frame->identifier();
+            texts << QString("%1(%2)").arg(animation->name(), frames.join(' '));
+        }
+        return texts.join(' ');
+    }
+    /// The animations that stand in the node list, found without the list of animations.
+    QList<AnimationCode *> inText() const
+    {
+        QList<AnimationCode *> found;
+        for (CodeNode *node = document->next(); node; node = node->next()) {
+            if (node->type() == CodeNode::Animation)
+                found << static_cast<AnimationCode *>(node);
+        }
+        return found;
+    }
+
+    Plain::Parser parser;
+    Plain::DocumentPointer document;
+    List *list;
+};
+
 /// What every state of a file must fulfil: the list is what stands in the text, and all of it is
 /// what a fresh file with the same text has.
-QString difference(const Tiny::File &file)
+QString difference(const File &file)
 {
     if (file.list->animations() != file.inText())
         return QString("list and text differ");
-    const Tiny::File fresh(file.text());
+    const File fresh(file.text());
     const QString expected = TreeDump::all(*fresh.document) + TreeDump::rows(*fresh.list);
     const QString actual = TreeDump::all(*file.document) + TreeDump::rows(*file.list);
     if (actual == expected)
@@ -72,7 +129,7 @@ QStringList organized(QStringList identifiers)
     return identifiers;
 }
 
-QStringList identifiers(const Tiny::File &file)
+QStringList identifiers(const File &file)
 {
     QStringList names;
     for (AnimationCode *animation : file.list->animations())
@@ -132,49 +189,47 @@ private slots:
     {
         columns<QString, int, QString, QString>("before", "line", "with", "animations");
         const QString removed;
-        addRow("a header above frames adopts them", "-\nframe 1\nframe 2", 0, "anim a", "a(1 2)");
-        addRow("a header amid frames takes those below", "anim a\nframe 1\n-\nframe 2\nframe 3", 2,
+        addRow("a header above frames adopts them", "?\nframe 1\nframe 2", 0, "anim a", "a(1 2)");
+        addRow("a header amid frames takes those below", "anim a\nframe 1\n?\nframe 2\nframe 3", 2,
                "anim b", "a(1) b(2 3)");
-        addRow("a header stops at the next one", "-\nframe 1\nanim b\nframe 2", 0, "anim a",
+        addRow("a header stops at the next one", "?\nframe 1\nanim b\nframe 2", 0, "anim a",
                "a(1) b(2)");
-        addRow("a header stops at a group", "-\nframe 1\ngroup 1\nframe 2", 0, "anim a", "a(1)");
+        addRow("a header stops at a group", "?\nframe 1\n[g:1]\nframe 2", 0, "anim a", "a(1)");
         addRow("frames go back in their order",
-               "anim a\nframe 1\nanim b\nframe 2\nframe 3\nanim c\nframe 4", 2, "-",
+               "anim a\nframe 1\nanim b\nframe 2\nframe 3\nanim c\nframe 4", 2, "?",
                "a(1 2 3) c(4)");
-        addRow("frames of the first header stay alone", "anim a\nframe 1\nanim b\nframe 2", 0, "-",
+        addRow("frames of the first header stay alone", "anim a\nframe 1\nanim b\nframe 2", 0, "?",
                "b(2)");
-        addRow("no way back past a group", "anim a\ngroup 1\nanim b\nframe 2", 2, "-", "a()");
+        addRow("no way back past a group", "anim a\n[g:1]\nanim b\nframe 2", 2, "?", "a()");
         addRow("a removed header line", "anim a\nframe 1\nanim b\nframe 2", 2, removed, "a(1 2)");
         addRow("a header becomes another", "anim a\nframe 1", 0, "anim b", "b(1)");
-        addRow("a header becomes a group", "anim a\nframe 1\nanim b\nframe 2", 2, "group 1",
-               "a(1)");
-        addRow("a group becomes a header", "anim a\nframe 1\ngroup 2\nframe 2", 2, "anim b",
+        addRow("a header becomes a group", "anim a\nframe 1\nanim b\nframe 2", 2, "[g:1]", "a(1)");
+        addRow("a group becomes a header", "anim a\nframe 1\n[g:2]\nframe 2", 2, "anim b",
                "a(1) b(2)");
-        addRow("a group takes the frames away", "anim a\nframe 1\n-\nframe 2", 2, "group 7",
-               "a(1)");
-        addRow("a group that goes gives them back", "anim a\nframe 1\ngroup 7\nframe 2", 2, "-",
+        addRow("a group takes the frames away", "anim a\nframe 1\n?\nframe 2", 2, "[g:7]", "a(1)");
+        addRow("a group that goes gives them back", "anim a\nframe 1\n[g:7]\nframe 2", 2, "?",
                "a(1 2)");
-        addRow("a group of the same state that goes", "anim a\ngroup 7\nvalue v\ngroup 7\nframe 2",
-               3, "-", "a()");
+        addRow("a group of the same state that goes", "anim a\n[g:7]\nv\n[g:7]\nframe 2", 3, "?",
+               "a()");
         addRow("a group that goes, with another above the animation",
-               "group 7\nanim a\nframe 1\ngroup 7\n-\nframe 2", 3, "value v", "a(1 2)");
-        addRow("values do not reach past an animation", "group 1\nanim a\n-\nframe 1\nvalue v", 2,
-               "group 2\nanim b", "a() b(1)");
-        addRow("a frame in the middle", "anim a\nframe 1\n-\nframe 2", 2, "frame n", "a(1 n 2)");
+               "[g:7]\nanim a\nframe 1\n[g:7]\n?\nframe 2", 3, "v", "a(1 2)");
+        addRow("values do not reach past an animation", "[g:1]\nanim a\n?\nframe 1\nv", 2,
+               "[g:2]\nanim b", "a() b(1)");
+        addRow("a frame in the middle", "anim a\nframe 1\n?\nframe 2", 2, "frame n", "a(1 n 2)");
         addRow("a frame changes in place", "anim a\nframe 1\nframe 2", 1, "frame n", "a(n 2)");
-        addRow("a frame without a header", "-\nframe 1\nanim a", 0, "frame n", "a()");
-        addRow("two headers with one identifier", "anim a\nframe 1\n-\nframe 2", 2, "anim a",
+        addRow("a frame without a header", "?\nframe 1\nanim a", 0, "frame n", "a()");
+        addRow("two headers with one identifier", "anim a\nframe 1\n?\nframe 2", 2, "anim a",
                "a(1) a(2)");
     }
 
     void adoption()
     {
         const auto [before, line, with] = row<QString, int, QString>();
-        Tiny::File file(before);
+        File file(before);
         const ModelTester tree(file.document->model());
         const ModelTester list(file.list);
         const QString start = file.animations();
-        replaceLine(file.document, line, with);
+        replaceLine(file.document.get(), line, with);
         QTEST(file.animations(), "animations");
         QCOMPARE(difference(file), QString());
         file.list->undo();
@@ -192,14 +247,13 @@ private slots:
         addRow("a comment above the first frame", "anim a\n; x\nframe 1", "0-3[1-2]");
         addRow("a comment above a header ends the animation before",
                "anim a\nframe 1\n\n; b\nanim b", "0-2[1-1] 3-5[]");
-        addRow("a group ends an animation", "anim a\nframe 1\ngroup 1\nvalue v\nanim b",
-               "0-1[1-1] 4-5[]");
+        addRow("a group ends an animation", "anim a\nframe 1\n[g:1]\nv\nanim b", "0-1[1-1] 4-5[]");
     }
 
     void extent()
     {
         QFETCH(QString, text);
-        const Tiny::File file(text);
+        const File file(text);
         QStringList extents;
         for (AnimationCode *animation : file.list->animations()) {
             QStringList frames;
@@ -226,8 +280,8 @@ private slots:
         };
         Boxes attack;
         Boxes collision;
-        Tiny::File file(QString("anim a"));
-        auto *frame = new Tiny::Frame(file.list->at(0), &attack, &collision);
+        File file(QString("anim a"));
+        auto *frame = new Plain::Frame(file.list->at(0), &attack, &collision);
         QCOMPARE(frame->contactBoxes(ContactBoxCode::Attack), &attack);
         QCOMPARE(frame->contactBoxes(ContactBoxCode::Collision), &collision);
         QCOMPARE(frame->contactBoxes(ContactBoxCode::BoxType(7)), &attack);
@@ -239,7 +293,7 @@ private slots:
 
     void code()
     {
-        Tiny::File file(QString("anim a\nframe 1\n\n\n\nanim b\nframe 2"));
+        File file(QString("anim a\nframe 1\n\n\n\nanim b\nframe 2"));
         AnimationCode *first = file.list->at(0);
         QCOMPARE(first->code(), QString("anim a\u2029frame 1"));
         first->setCode(QString("  \nanim c\nframe 3\n\n"));
@@ -253,7 +307,7 @@ private slots:
 
     void removeFrame()
     {
-        Tiny::File file(QString("anim a\nframe 1\n; two\nframe 2\nframe 3\n"));
+        File file(QString("anim a\nframe 1\n; two\nframe 2\nframe 3\n"));
         AnimationCode *animation = file.list->at(0);
         animation->setSelectedFrame(2);
         QCOMPARE(animation->selectedFrame(), 2u);
@@ -268,8 +322,8 @@ private slots:
     void strangers()
     {
         const QString text = fileOf({"a", "b"});
-        Tiny::File file(text);
-        Tiny::File other(text);
+        File file(text);
+        File other(text);
         QCOMPARE(file.list->at(2), nullptr);
         QCOMPARE(file.list->indexOf(other.list->at(0)), -1);
         QCOMPARE(file.list->at(0)->frameAt(1), nullptr);
@@ -297,7 +351,7 @@ private slots:
     /// the node is there.
     void framesWhileTheyAreMade()
     {
-        Tiny::File file(QString("anim a"));
+        File file(QString("anim a"));
         QAbstractItemModel *tree = file.document->model();
         QStringList seen;
         connect(tree, &QAbstractItemModel::rowsInserted, this,
@@ -313,23 +367,23 @@ private slots:
         connect(
             tree, &QAbstractItemModel::dataChanged, this,
             [&](const QModelIndex &, const QModelIndex &last) { seen << last.data().toString(); });
-        replaceLine(file.document, 1, QString("frame w\nframe x"));
+        replaceLine(file.document.get(), 1, QString("frame w\nframe x"));
         QVERIFY(seen.contains(QString("Frame 3")));
         seen.clear();
-        replaceLine(file.document, 1, QString());
+        replaceLine(file.document.get(), 1, QString());
         QVERIFY(seen.contains(QString("Frame 2")));
     }
 
     void moveEverywhere_data()
     {
-        QTest::addColumn<QString>("text");
+        columns<QString>("text");
         addRow("blank lines", fileOf({"a", "b", "c", "d"}));
         addRow("no line end at the end",
                "anim a\nframe 1\nanim b\nframe 2\nanim c\nanim d\nframe 4");
         addRow("comments of headers",
                "; a\nanim a\nframe 1\n\n; b 1\n; b 2\nanim b\n; c\nanim c\nframe 3\n\nanim d\n\n");
-        addRow("groups around", "group 1\nvalue v\nanim a\nframe 1\nanim b\nframe 2\nanim c\nanim "
-                                "d\ngroup 2\nvalue w\n");
+        addRow("groups around", "[g:1]\nv\nanim a\nframe 1\nanim b\nframe 2\nanim c\nanim "
+                                "d\n[g:2]\nw\n");
     }
 
     /// Every move there is: the order of list and text, the rows that views keep, and one step of
@@ -339,7 +393,7 @@ private slots:
         QFETCH(QString, text);
         for (int from = 0; from < 4; ++from) {
             for (int to = 0; to < 4; ++to) {
-                Tiny::File file(text);
+                File file(text);
                 const ModelTester checker(file.list);
                 QStringList expected = identifiers(file);
                 QStringList codes;
@@ -381,7 +435,7 @@ private slots:
     void moveSignals()
     {
         const auto [from, to, destination] = row<int, int, int>();
-        Tiny::File file(fileOf({"a", "b", "c"}));
+        File file(fileOf({"a", "b", "c"}));
         QSignalSpy moved(file.list, &QAbstractItemModel::rowsMoved);
         QSignalSpy inserted(file.list, &QAbstractItemModel::rowsInserted);
         QSignalSpy removed(file.list, &QAbstractItemModel::rowsRemoved);
@@ -398,7 +452,7 @@ private slots:
     void bracketsWithoutParsing()
     {
         const QString text = fileOf({"a", "b", "c"});
-        Tiny::File file(text);
+        File file(text);
         file.document->setOption(QString("parseCode"), false, false, false);
         const ModelTester checker(file.list);
         file.list->move(0, 2);
@@ -447,7 +501,7 @@ private slots:
     void add()
     {
         QFETCH(QString, before);
-        Tiny::File file(before);
+        File file(before);
         AnimationCode *added = file.list->add(QString("n"));
         QVERIFY(added);
         QCOMPARE(added->name(), QString("n"));
@@ -472,7 +526,7 @@ private slots:
     {
         const auto [before, index] = row<QString, int>();
         for (const bool bracketed : {false, true}) {
-            Tiny::File file(before);
+            File file(before);
             QList<AnimationCode *> nodes = file.list->animations();
             const CachedRows rows(file.list);
             QSignalSpy inserted(file.list, &QAbstractItemModel::rowsInserted);
@@ -514,14 +568,14 @@ private slots:
                "anim a\nframe 1\nanim n\nframe 1");
         addRow("before the comments of the next", "anim a\nframe 1\n; of b\nanim b", 0, "",
                "anim a\nframe 1\nanim a\nframe 1\n; of b\nanim b");
-        addRow("past a group", "anim a\nframe 1\ngroup 1\nanim b", 0, "",
-               "anim a\nframe 1\ngroup 1\nanim a\nframe 1\nanim b");
+        addRow("past a group", "anim a\nframe 1\n[g:1]\nanim b", 0, "",
+               "anim a\nframe 1\n[g:1]\nanim a\nframe 1\nanim b");
     }
 
     void duplicate()
     {
         const auto [before, index, identifier] = row<QString, int, QString>();
-        Tiny::File file(before);
+        File file(before);
         const QList<AnimationCode *> nodes = file.list->animations();
         file.list->duplicate(unsigned(index), identifier);
         QTEST(file.text(), "after");
@@ -536,7 +590,7 @@ private slots:
     /// two.
     void templates()
     {
-        Tiny::File file(QString{});
+        File file(QString{});
         file.list->pattern = QString("frame %1\n");
         QCOMPARE(file.list->add(QString("n")), nullptr);
         QCOMPARE(file.list->insert(3, QString("n")), nullptr);
@@ -571,7 +625,7 @@ private slots:
     void organize()
     {
         QFETCH(QStringList, before);
-        Tiny::File file(fileOf(before));
+        File file(fileOf(before));
         const QString text = file.text();
         file.list->autoOrganize();
         QTEST(identifiers(file), "after");
@@ -591,7 +645,7 @@ private slots:
             QStringList names;
             for (int i = random.bounded(14); i > 0; --i)
                 names << pool.at(random.bounded(pool.size()));
-            Tiny::File file(fileOf(names));
+            File file(fileOf(names));
             const ModelTester checker(file.list);
             file.list->autoOrganize();
             QCOMPARE(identifiers(file), organized(names));
@@ -601,7 +655,7 @@ private slots:
 
     void find()
     {
-        const Tiny::File file(fileOf({"7", "run", "7", "Run"}));
+        const File file(fileOf({"7", "run", "7", "Run"}));
         QCOMPARE(file.list->find(0, 7), 0);
         QCOMPARE(file.list->find(1, QString("7")), 2);
         QCOMPARE(file.list->find(0, QString("Run")), 3);
@@ -612,7 +666,7 @@ private slots:
 
     void dataDuringChange()
     {
-        Tiny::File file(fileOf({"a", "b"}));
+        File file(fileOf({"a", "b"}));
         const CachedRows rows(file.list);
         QCOMPARE(file.list->index(1).data().toString(), QString("b"));
         file.list->beginChange();
@@ -628,21 +682,21 @@ private slots:
     void fileFace()
     {
         QTemporaryDir directory;
-        const QString name = directory.filePath(QString("a.tiny"));
-        Tiny::File file(QString("anim a\n"));
+        const QString name = directory.filePath(QString("a.plain"));
+        File file(QString("anim a\n"));
         ProjectFile *face = file.list;
         QCOMPARE(face->capabilities(), 0u);
         QVERIFY(face->canSave());
         QVERIFY(!face->isModified());
         QCOMPARE(face->model(), file.document->model());
-        QCOMPARE(face->messages(), static_cast<ProjectFile *>(file.document)->messages());
+        QCOMPARE(face->messages(), static_cast<ProjectFile *>(file.document.get())->messages());
         QVERIFY(!face->project());
         file.list->add(QString("b"));
         QVERIFY(face->isModified());
         QVERIFY(face->toFile(FileSystemArchive::instance(), name, false));
         QCOMPARE(face->fileName(), name);
         QVERIFY(!face->isModified());
-        QCOMPARE(&face->archive(), &static_cast<ProjectFile *>(file.document)->archive());
+        QCOMPARE(&face->archive(), &static_cast<ProjectFile *>(file.document.get())->archive());
 
         const auto hits = face->search(QRegularExpression(QString("anim (.)")));
         QCOMPARE(hits.size(), 2);
@@ -661,24 +715,24 @@ private slots:
         QCOMPARE(file.list->rowCount(), 0);
 
         // An engine's document may have its own answer.
-        struct Asked : Tiny::Document {
-            using Tiny::Document::Document;
+        struct Asked : Plain::Document {
+            using Plain::Document::Document;
             Project *project() const override
             {
                 ++count;
-                return Tiny::Document::project();
+                return Plain::Document::project();
             }
             mutable int count = 0;
         };
         auto *const asked = new Asked(&file.parser);
-        QVERIFY(!(new Tiny::Animations(asked))->project());
+        QVERIFY(!(new List(asked))->project());
         QCOMPARE(asked->count, 1);
         asked->release();
     }
 
     void listSignals()
     {
-        Tiny::File file(fileOf({"a", "b"}));
+        File file(fileOf({"a", "b"}));
         QSignalSpy changed(file.list, &OrganizableObject::changed);
         QSignalSpy modified(file.list, &OrganizableObject::modified);
         QSignalSpy data(file.list, &QAbstractItemModel::dataChanged);
@@ -700,7 +754,7 @@ private slots:
         for (int i = 0; i < 300; ++i)
             names << QString::number(i);
         for (const bool bracketed : {false, true}) {
-            Tiny::File file(fileOf(names));
+            File file(fileOf(names));
             file.parser.calls = 0;
             if (bracketed)
                 file.list->beginChange();
@@ -715,7 +769,7 @@ private slots:
         QRandomGenerator random(4);
         for (const int count : {75, 300}) {
             std::shuffle(names.begin(), names.end(), random);
-            Tiny::File file(fileOf(names.mid(0, count)));
+            File file(fileOf(names.mid(0, count)));
             QSignalSpy moves(file.list, &QAbstractItemModel::rowsMoved);
             file.parser.calls = 0;
             file.list->autoOrganize();
@@ -729,7 +783,7 @@ private slots:
 
     void randomEdits_data()
     {
-        QTest::addColumn<int>("seed");
+        columns<int>("seed");
         for (int seed = 1; seed <= 8; ++seed)
             QTest::addRow("seed %d", seed) << seed;
     }
@@ -740,10 +794,10 @@ private slots:
     {
         QFETCH(int, seed);
         QRandomGenerator random(static_cast<quint32>(seed));
-        Tiny::File file(fileOf({"1", "2", "x"}));
+        File file(fileOf({"1", "2", "x"}));
         const ModelTester tree(file.document->model());
         const ModelTester list(file.list);
-        const QStringList words{"anim %1", "frame %1", "group %1", "value %1", "; %1", "", "junk"};
+        const QStringList words{"anim %1", "frame %1", "[g:%1]", "v%1", "; %1", "", "? junk"};
         const auto name = [&] { return QString::number(random.bounded(9)); };
         const CachedRows rows(file.list);
         // A group hands its values only to the group next above it, so each has a number of its
@@ -751,7 +805,7 @@ private slots:
         int groups = 0;
         const auto word = [&] {
             const QString form = words.at(random.bounded(words.size()));
-            const int number = form.startsWith("group") ? ++groups : 1 + random.bounded(3);
+            const int number = form.startsWith("[") ? ++groups : 1 + random.bounded(3);
             return form.contains('%') ? form.arg(number) : form;
         };
         for (int step = 0; step < 250; ++step) {
@@ -785,9 +839,9 @@ private slots:
             else if (action == 9 && !bracketed)
                 file.list->redo();
             else if (action == 10)
-                replaceLine(file.document, line, random.bounded(4) ? word() : QString());
+                replaceLine(file.document.get(), line, random.bounded(4) ? word() : QString());
             else
-                replaceLine(file.document, line, word() + "\n" + word());
+                replaceLine(file.document.get(), line, word() + "\n" + word());
             if (bracketed)
                 file.list->endChange();
             const QString fault = difference(file);

@@ -3,12 +3,8 @@
 #include <tests/support/modeltester.h>
 #include <tests/support/rows.h>
 
-#include <QElapsedTimer>
-#include <QPlainTextEdit>
-#include <QRegularExpression>
-#include <QSignalSpy>
-#include <QTest>
-#include <QTextLayout>
+#include <QtTest/QtTest>
+#include <QtWidgets/QtWidgets>
 
 #include <algorithm>
 
@@ -601,7 +597,7 @@ private slots:
 
     void foldingIndent_data()
     {
-        QTest::addColumn<QString>("text");
+        columns<QString>("text");
         addRow("sections", "[a]\nx=1\ny=2\n[b]\nz=1");
         addRow("inner sections", "[a]\nx=1\n [i]\ny=2\n [j]\nz=1\n[b]\nz=1");
         addRow("plain lines between", "[a]\n;\nx=1\n;\n;\ny=2\n;\n [i]\n;\n [j]\n;\n[b]");

@@ -5,13 +5,7 @@
 #include <tests/support/memoryarchive.h>
 #include <tests/support/rows.h>
 
-#include <QFile>
-#include <QProcess>
-#include <QRandomGenerator>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QTextCodec>
+#include <QtTest/QtTest>
 
 #include <algorithm>
 
@@ -257,7 +251,7 @@ private slots:
 
     void everyCodec_data()
     {
-        QTest::addColumn<int>("id");
+        columns<int>("id");
         QSet<QByteArray> known;
         for (int id = 1; id < TextCodecs::count(); ++id) {
             const QByteArray name = TextCodecs::name(id).toLatin1();

@@ -1,10 +1,7 @@
 #include <tests/code/plaincode.h>
 #include <tests/support/rows.h>
 
-#include <QDate>
-#include <QPoint>
-#include <QProcess>
-#include <QTest>
+#include <QtTest/QtTest>
 
 using namespace Kiln;
 

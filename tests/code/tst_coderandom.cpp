@@ -1,8 +1,8 @@
 #include <enginetest/randomrun.h>
 #include <tests/code/plaincode.h>
+#include <tests/support/rows.h>
 
-#include <QAbstractItemModelTester>
-#include <QTest>
+#include <QtTest/QtTest>
 
 /// Random edits of every kind. After each of them the document must be what a fresh document makes
 /// of the same text, and every rule between text, tree, rows and messages must hold.
@@ -46,20 +46,18 @@ const EngineTest::LineMaker lines{isHeader,
 
 void TestCodeRandom::steps_data()
 {
-    QTest::addColumn<quint32>("seed");
-    QTest::addColumn<bool>("highlight");
+    columns<quint32, bool>("seed", "highlight");
     for (quint32 seed = 1; seed <= 8; ++seed)
         QTest::addRow("seed %u", seed) << seed << (seed % 4 != 0);
 }
 
 void TestCodeRandom::steps()
 {
-    QFETCH(quint32, seed);
-    QFETCH(bool, highlight);
+    auto [seed, highlight] = row<quint32, bool>();
     Plain::Parser parser;
     const auto make = [&] {
         auto *document = new Plain::Document(&parser);
-        document->setOption(QStringLiteral("highlightCode"), highlight, false, false);
+        document->setOption(QString("highlightCode"), highlight, false, false);
         return document;
     };
     const Plain::DocumentPointer document(make());

@@ -3,8 +3,7 @@
 #include <tests/support/modeltester.h>
 #include <tests/support/testhost.h>
 
-#include <QSignalSpy>
-#include <QTest>
+#include <QtTest/QtTest>
 
 using namespace Kiln;
 

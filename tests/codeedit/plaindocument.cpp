@@ -15,13 +15,13 @@ public:
     {
         if (!syntax)
             return nullptr;
-        static const QRegularExpression marked(QStringLiteral("\\b(bad|old|hmm)\\b|<b>"));
-        static const QString open = QStringLiteral("(<{");
-        static const QString close = QStringLiteral(")>}");
+        static const QRegularExpression marked(QString("\\b(bad|old|hmm)\\b|<b>"));
+        static const QString open = QString("(<{");
+        static const QString close = QString(")>}");
         for (auto word = marked.globalMatch(text); word.hasNext();) {
             const QRegularExpressionMatch match = word.next();
             const QString what = match.captured();
-            const QString message = QStringLiteral("%1 at %2").arg(what).arg(match.capturedStart());
+            const QString message = QString("%1 at %2").arg(what).arg(match.capturedStart());
             const auto report = what == QLatin1String("bad")   ? &CodeParserSyntax::setError
                                 : what == QLatin1String("old") ? &CodeParserSyntax::setDeprecation
                                                                : &CodeParserSyntax::setWarning;
@@ -39,9 +39,9 @@ public:
 PlainDocument::PlainDocument(const QString &text)
     : m_parser(std::make_unique<Parser>())
 {
-    setOption(QStringLiteral("parseCode"), true, false, false);
-    setOption(QStringLiteral("modelCode"), true, false, false);
-    setOption(QStringLiteral("highlightCode"), true, false, false);
+    setOption(QString("parseCode"), true, false, false);
+    setOption(QString("modelCode"), true, false, false);
+    setOption(QString("highlightCode"), true, false, false);
     setParser(m_parser.get());
     fromString(text);
 }
@@ -64,11 +64,11 @@ QString sectionedText(int sections, int bodies)
 {
     QStringList lines;
     for (int section = 0; section < sections; ++section) {
-        lines << QStringLiteral("[section %1]").arg(section) << QStringLiteral("-");
+        lines << QString("[section %1]").arg(section) << QString("-");
         for (int inner = 0; inner < 2; ++inner) {
-            lines << QStringLiteral("[[inner %1]]").arg(inner);
+            lines << QString("[[inner %1]]").arg(inner);
             for (int body = 0; body < bodies; ++body)
-                lines << QStringLiteral("    line %1 of %2").arg(body).arg(inner);
+                lines << QString("    line %1 of %2").arg(body).arg(inner);
         }
     }
     return lines.join(QLatin1Char('\n'));

@@ -17,7 +17,7 @@ public:
     explicit PlainDocument(const QString &text = QString());
     ~PlainDocument() override;
 
-    QString language() const override { return QStringLiteral("plain"); }
+    QString language() const override { return QString("plain"); }
     void release() override { delete this; }
 
 protected:

@@ -11,226 +11,217 @@ class TestCodeKeys : public EditorTest
     Q_OBJECT
 
 private slots:
-    void init();
+    void init()
+    {
+        open();
+        m_words = std::make_unique<QStringListModel>(QStringList{"run", "stand", "Walk", "wander"});
+        m_more = std::make_unique<QStringListModel>(QStringList{"left", "right"});
+        m_editor->setWordList("type=", m_words.get());
+        m_editor->setWordList("play(", m_words.get());
+        m_editor->setWordList("my.type=", m_more.get());
+    }
+
     void cleanup() { close(); }
-    void popupOpens_data();
-    void popupOpens();
-    void popupFollowsTheWord();
-    void popupStaysClosed();
-    void wordIsCompleted_data();
-    void wordIsCompleted();
-    void wordListsComeAndGo();
-    void keysWithAMeaning();
+    void popupOpens_data()
+    {
+        const auto add = columns<QString, bool, QString>("typed", "open", "first");
+        add("after the prefix and a blank", "type= ", true, "run");
+        add("a terminator alone doesn't", "type=", false, "");
+        add("a bracket does", "play(", true, "run");
+        add("blanks within the prefix", "  ty pe  =  ", true, "run");
+        add("upper case is the same", "TYPE= ", true, "run");
+        add("after a bracket", "(type= ", true, "run");
+        add("a letter before", "mytype= ", false, "");
+        add("a digit before", "1type= ", false, "");
+        add("a dot before", "x.type= ", false, "");
+        add("the longer prefix counts", "my.type= ", true, "left");
+        add("not yet the prefix", "typ ", false, "");
+        add("only this line counts", "type=\n ", false, "");
+    }
+
+    void popupOpens()
+    {
+        const auto [typed, open, first] = row<QString, bool, QString>();
+        type(typed);
+        QCOMPARE(popup()->isVisible(), open);
+        if (!open)
+            return;
+        QTEST(popup()->model()->index(0, 0).data().toString(), "first");
+        // The whole list below the cursor, as wide as its words and the scroll bar.
+        QCOMPARE(popup()->model()->rowCount(), m_editor->toPlainText().contains("my") ? 2 : 4);
+        QVERIFY(popup()->width() >=
+                popup()->sizeHintForColumn(0) + popup()->verticalScrollBar()->sizeHint().width());
+        const QPoint cursor =
+            m_editor->viewport()->mapToGlobal(m_editor->cursorRect().bottomLeft());
+        QVERIFY(qAbs(popup()->geometry().left() - cursor.x()) < 4);
+        QVERIFY(popup()->geometry().top() >= cursor.y() - 2);
+    }
+
+    void popupFollowsTheWord()
+    {
+        type("type= ");
+        QVERIFY(popup()->isVisible());
+        type("w");
+        QVERIFY(popup()->isVisible());
+        QCOMPARE(popup()->model()->rowCount(), 4);
+        QCOMPARE(currentWord(), QString("Walk"));
+        type("an");
+        QCOMPARE(currentWord(), QString("wander"));
+        QTest::keyClick(popup(), Qt::Key_Backspace);
+        QTest::keyClick(popup(), Qt::Key_Backspace);
+        QTest::keyClick(popup(), Qt::Key_Backspace);
+        QVERIFY(!popup()->currentIndex().isValid());
+        type("st");
+        QCOMPARE(currentWord(), QString("stand"));
+        QCOMPARE(popup()->selectionModel()->selectedIndexes(),
+                 QModelIndexList{popup()->currentIndex()});
+        QTest::keyClick(popup(), 'A', Qt::ShiftModifier);
+        QVERIFY(!popup()->isVisible());
+        QCOMPARE(m_editor->toPlainText(), QString("type= stA"));
+    }
+
+    /// What asks for no words, or must not bring any.
+    void popupStaysClosed()
+    {
+        type("type= ");
+        QTest::keyClick(popup(), Qt::Key_Escape);
+        QTest::keyClick(m_editor.get(), Qt::Key_Escape);
+        QVERIFY(!popup()->isVisible());
+        // The keyboard's own commands bring control characters, which QTest leaves out.
+        QKeyEvent copy(QEvent::KeyPress, Qt::Key_C, Qt::ControlModifier, QString("\x03"));
+        QApplication::sendEvent(m_editor.get(), &copy);
+        QVERIFY(!popup()->isVisible());
+        QTest::keyClick(m_editor.get(), Qt::Key_Space, Qt::ControlModifier);
+        QVERIFY(popup()->isVisible());
+        QTest::keyClick(popup(), Qt::Key_F6, Qt::ControlModifier); // no text: the list stays
+        QVERIFY(popup()->isVisible());
+        QTest::keyClick(popup(), Qt::Key_Return); // nothing is chosen: a new line
+        QVERIFY(!popup()->isVisible());
+        // A command that changes the text or moves the cursor takes the list away.
+        m_editor->setPlainText("type=");
+        m_editor->moveCursor(QTextCursor::End);
+        type(" st");
+        QVERIFY(popup()->isVisible());
+        QKeyEvent undo(QEvent::KeyPress, Qt::Key_Z, Qt::ControlModifier, QString("\x1a"));
+        QApplication::sendEvent(m_editor.get(), &undo);
+        QVERIFY(!popup()->isVisible());
+        m_editor->setPlainText("play");
+        m_editor->moveCursor(QTextCursor::End);
+        QTest::keyClick(m_editor.get(), '(', Qt::ShiftModifier);
+        QVERIFY(!popup()->isVisible());
+        m_editor->setReadOnly(true);
+        QTest::keyClick(m_editor.get(), Qt::Key_Space, Qt::ControlModifier);
+        QVERIFY(!popup()->isVisible());
+        emit m_editor->findChild<QCompleter *>()->activated(QString("run"));
+        QCOMPARE(m_editor->toPlainText(), QString("play("));
+    }
+
+    void wordIsCompleted_data()
+    {
+        const auto add = columns<QString, int, QString, QString>("typed", "down", "behind", "text");
+        add("the rest of the word", "type= st", 0, "", "type= stand");
+        add("a word of its own", "type= ", 1, "", "type= run");
+        add("behind a bracket", "play(", 2, "", "play(stand");
+        add("before other text", "play(st", 0, " );", "play(stand );");
+    }
+
+    void wordIsCompleted()
+    {
+        const auto [typed, down, behind, text] = row<QString, int, QString, QString>();
+        for (const int key :
+             {Qt::Key_Semicolon, Qt::Key_Escape, Qt::Key_Tab, Qt::Key_Return, Qt::Key_Enter}) {
+            m_editor->setPlainText(behind);
+            type(typed);
+            QVERIFY(popup()->isVisible());
+            for (int i = 0; i < down; ++i)
+                QTest::keyClick(popup(), Qt::Key_Down);
+            QTest::keyClick(popup(), Qt::Key(key));
+            QVERIFY(!popup()->isVisible());
+            const bool completes = key != Qt::Key_Semicolon && key != Qt::Key_Escape;
+            const QString untouched = typed + (key == Qt::Key_Semicolon ? ";" : "") + behind;
+            QCOMPARE(m_editor->toPlainText(), completes ? text : untouched);
+            if (!completes)
+                continue;
+            m_editor->undo(); // the completion alone
+            QCOMPARE(m_editor->toPlainText(), typed + behind);
+        }
+    }
+
+    void wordListsComeAndGo()
+    {
+        QTemporaryDir directory;
+        const QString path = directory.filePath("completer.xml");
+        QVERIFY(!m_editor->completerFromFile(path));
+        writeFile(path, "");
+        QVERIFY(m_editor->completerFromFile(path)); // it brings no words
+        type("type= ");
+        QCOMPARE(popup()->model()->rowCount(), 4);
+        QVERIFY(popup()->isVisible());
+        m_words.reset();
+        type("x\ntype= ");
+        QVERIFY(!popup()->isVisible());
+        m_words = std::make_unique<QStringListModel>(QStringList{"again"});
+        m_editor->setWordList("", m_words.get());
+        type("\n");
+        QVERIFY(!popup()->isVisible());
+        type(" ");
+        QVERIFY(popup()->isVisible());
+        QTest::keyClick(popup(), Qt::Key_Escape);
+        QTest::keyClick(m_editor.get(), Qt::Key_Space, Qt::ControlModifier);
+        QVERIFY(popup()->isVisible());
+        QTest::keyClick(popup(), Qt::Key_Escape);
+        type("a, ");
+        QVERIFY(!popup()->isVisible());
+        m_editor->setWordList("", nullptr);
+        type("\n ");
+        QVERIFY(!popup()->isVisible());
+        m_editor->setWordList("new=", m_words.get());
+        m_editor->clearWordLists();
+        type("\nnew= ");
+        QVERIFY(!popup()->isVisible());
+    }
+
+    void keysWithAMeaning()
+    {
+        m_editor->setPlainText("abc");
+        QTest::keyClick(m_editor.get(), Qt::Key_Insert);
+        type("xy");
+        QCOMPARE(m_editor->toPlainText(), QString("xyc"));
+        QTest::keyClick(m_editor.get(), Qt::Key_Insert);
+        type("z");
+        QCOMPARE(m_editor->toPlainText(), QString("xyzc"));
+        // Typing hides the mouse cursor until it moves.
+        QCOMPARE(m_editor->viewport()->cursor().shape(), Qt::BlankCursor);
+        QMouseEvent move(QEvent::MouseMove, QPoint(40, 40), Qt::NoButton, Qt::NoButton,
+                         Qt::NoModifier);
+        QApplication::sendEvent(m_editor->viewport(), &move);
+        QCOMPARE(m_editor->viewport()->cursor().shape(), Qt::IBeamCursor);
+        m_editor->moveCursor(QTextCursor::End);
+        QTest::keyClick(m_editor.get(), Qt::Key_Return, Qt::ShiftModifier);
+        type("c");
+        QCOMPARE(m_document->blockCount(), 2);
+        QCOMPARE(m_editor->toPlainText(), QString("xyzc\nc"));
+    }
 
 private:
     QAbstractItemView *popup() const { return m_editor->findChild<QCompleter *>()->popup(); }
     QString currentWord() const { return popup()->currentIndex().data().toString(); }
-    void type(const QString &text);
+    /// Real keys: while the popup is open they go to it, as the keyboard's would.
+    void type(const QString &text)
+    {
+        for (QChar character : text) {
+            QWidget *target =
+                popup()->isVisible() ? static_cast<QWidget *>(popup()) : m_editor.get();
+            if (character == '\n')
+                QTest::keyClick(target, Qt::Key_Return);
+            else
+                QTest::keyClick(target, character.toLatin1());
+        }
+    }
 
     std::unique_ptr<QStringListModel> m_words;
     std::unique_ptr<QStringListModel> m_more;
 };
-
-void TestCodeKeys::init()
-{
-    open();
-    m_words = std::make_unique<QStringListModel>(QStringList{"run", "stand", "Walk", "wander"});
-    m_more = std::make_unique<QStringListModel>(QStringList{"left", "right"});
-    m_editor->setWordList("type=", m_words.get());
-    m_editor->setWordList("play(", m_words.get());
-    m_editor->setWordList("my.type=", m_more.get());
-}
-
-/// Real keys: while the popup is open they go to it, as the keyboard's would.
-void TestCodeKeys::type(const QString &text)
-{
-    for (QChar character : text) {
-        QWidget *target = popup()->isVisible() ? static_cast<QWidget *>(popup()) : m_editor.get();
-        if (character == '\n')
-            QTest::keyClick(target, Qt::Key_Return);
-        else
-            QTest::keyClick(target, character.toLatin1());
-    }
-}
-
-void TestCodeKeys::popupOpens_data()
-{
-    const auto add = columns<QString, bool, QString>("typed", "open", "first");
-    add("after the prefix and a blank", "type= ", true, "run");
-    add("a terminator alone doesn't", "type=", false, "");
-    add("a bracket does", "play(", true, "run");
-    add("blanks within the prefix", "  ty pe  =  ", true, "run");
-    add("upper case is the same", "TYPE= ", true, "run");
-    add("after a bracket", "(type= ", true, "run");
-    add("a letter before", "mytype= ", false, "");
-    add("a digit before", "1type= ", false, "");
-    add("a dot before", "x.type= ", false, "");
-    add("the longer prefix counts", "my.type= ", true, "left");
-    add("not yet the prefix", "typ ", false, "");
-    add("only this line counts", "type=\n ", false, "");
-}
-
-void TestCodeKeys::popupOpens()
-{
-    const auto [typed, open, first] = row<QString, bool, QString>();
-    type(typed);
-    QCOMPARE(popup()->isVisible(), open);
-    if (!open)
-        return;
-    QTEST(popup()->model()->index(0, 0).data().toString(), "first");
-    // The whole list below the cursor, as wide as its words and the scroll bar.
-    QCOMPARE(popup()->model()->rowCount(), m_editor->toPlainText().contains("my") ? 2 : 4);
-    QVERIFY(popup()->width() >=
-            popup()->sizeHintForColumn(0) + popup()->verticalScrollBar()->sizeHint().width());
-    const QPoint cursor = m_editor->viewport()->mapToGlobal(m_editor->cursorRect().bottomLeft());
-    QVERIFY(qAbs(popup()->geometry().left() - cursor.x()) < 4);
-    QVERIFY(popup()->geometry().top() >= cursor.y() - 2);
-}
-
-void TestCodeKeys::popupFollowsTheWord()
-{
-    type("type= ");
-    QVERIFY(popup()->isVisible());
-    type("w");
-    QVERIFY(popup()->isVisible());
-    QCOMPARE(popup()->model()->rowCount(), 4);
-    QCOMPARE(currentWord(), QStringLiteral("Walk"));
-    type("an");
-    QCOMPARE(currentWord(), QStringLiteral("wander"));
-    QTest::keyClick(popup(), Qt::Key_Backspace);
-    QTest::keyClick(popup(), Qt::Key_Backspace);
-    QTest::keyClick(popup(), Qt::Key_Backspace);
-    QVERIFY(!popup()->currentIndex().isValid());
-    type("st");
-    QCOMPARE(currentWord(), QStringLiteral("stand"));
-    QCOMPARE(popup()->selectionModel()->selectedIndexes(),
-             QModelIndexList{popup()->currentIndex()});
-    QTest::keyClick(popup(), 'A', Qt::ShiftModifier);
-    QVERIFY(!popup()->isVisible());
-    QCOMPARE(m_editor->toPlainText(), QStringLiteral("type= stA"));
-}
-
-/// What asks for no words, or must not bring any.
-void TestCodeKeys::popupStaysClosed()
-{
-    type("type= ");
-    QTest::keyClick(popup(), Qt::Key_Escape);
-    QTest::keyClick(m_editor.get(), Qt::Key_Escape);
-    QVERIFY(!popup()->isVisible());
-    // The keyboard's own commands bring control characters, which QTest leaves out.
-    QKeyEvent copy(QEvent::KeyPress, Qt::Key_C, Qt::ControlModifier, QStringLiteral("\x03"));
-    QApplication::sendEvent(m_editor.get(), &copy);
-    QVERIFY(!popup()->isVisible());
-    QTest::keyClick(m_editor.get(), Qt::Key_Space, Qt::ControlModifier);
-    QVERIFY(popup()->isVisible());
-    QTest::keyClick(popup(), Qt::Key_F6, Qt::ControlModifier); // no text: the list stays
-    QVERIFY(popup()->isVisible());
-    QTest::keyClick(popup(), Qt::Key_Return); // nothing is chosen: a new line
-    QVERIFY(!popup()->isVisible());
-    // A command that changes the text or moves the cursor takes the list away.
-    m_editor->setPlainText("type=");
-    m_editor->moveCursor(QTextCursor::End);
-    type(" st");
-    QVERIFY(popup()->isVisible());
-    QKeyEvent undo(QEvent::KeyPress, Qt::Key_Z, Qt::ControlModifier, QStringLiteral("\x1a"));
-    QApplication::sendEvent(m_editor.get(), &undo);
-    QVERIFY(!popup()->isVisible());
-    m_editor->setPlainText("play");
-    m_editor->moveCursor(QTextCursor::End);
-    QTest::keyClick(m_editor.get(), '(', Qt::ShiftModifier);
-    QVERIFY(!popup()->isVisible());
-    m_editor->setReadOnly(true);
-    QTest::keyClick(m_editor.get(), Qt::Key_Space, Qt::ControlModifier);
-    QVERIFY(!popup()->isVisible());
-    emit m_editor->findChild<QCompleter *>()->activated(QStringLiteral("run"));
-    QCOMPARE(m_editor->toPlainText(), QStringLiteral("play("));
-}
-
-void TestCodeKeys::wordIsCompleted_data()
-{
-    const auto add = columns<QString, int, QString, QString>("typed", "down", "behind", "text");
-    add("the rest of the word", "type= st", 0, "", "type= stand");
-    add("a word of its own", "type= ", 1, "", "type= run");
-    add("behind a bracket", "play(", 2, "", "play(stand");
-    add("before other text", "play(st", 0, " );", "play(stand );");
-}
-
-void TestCodeKeys::wordIsCompleted()
-{
-    const auto [typed, down, behind, text] = row<QString, int, QString, QString>();
-    for (const int key :
-         {Qt::Key_Semicolon, Qt::Key_Escape, Qt::Key_Tab, Qt::Key_Return, Qt::Key_Enter}) {
-        m_editor->setPlainText(behind);
-        type(typed);
-        QVERIFY(popup()->isVisible());
-        for (int i = 0; i < down; ++i)
-            QTest::keyClick(popup(), Qt::Key_Down);
-        QTest::keyClick(popup(), Qt::Key(key));
-        QVERIFY(!popup()->isVisible());
-        const bool completes = key != Qt::Key_Semicolon && key != Qt::Key_Escape;
-        const QString untouched = typed + (key == Qt::Key_Semicolon ? ";" : "") + behind;
-        QCOMPARE(m_editor->toPlainText(), completes ? text : untouched);
-        if (!completes)
-            continue;
-        m_editor->undo(); // the completion alone
-        QCOMPARE(m_editor->toPlainText(), typed + behind);
-    }
-}
-
-void TestCodeKeys::wordListsComeAndGo()
-{
-    QTemporaryDir directory;
-    const QString path = directory.filePath("completer.xml");
-    QVERIFY(!m_editor->completerFromFile(path));
-    writeFile(path, "");
-    QVERIFY(m_editor->completerFromFile(path)); // it brings no words
-    type("type= ");
-    QCOMPARE(popup()->model()->rowCount(), 4);
-    QVERIFY(popup()->isVisible());
-    m_words.reset();
-    type("x\ntype= ");
-    QVERIFY(!popup()->isVisible());
-    m_words = std::make_unique<QStringListModel>(QStringList{"again"});
-    m_editor->setWordList("", m_words.get());
-    type("\n");
-    QVERIFY(!popup()->isVisible());
-    type(" ");
-    QVERIFY(popup()->isVisible());
-    QTest::keyClick(popup(), Qt::Key_Escape);
-    QTest::keyClick(m_editor.get(), Qt::Key_Space, Qt::ControlModifier);
-    QVERIFY(popup()->isVisible());
-    QTest::keyClick(popup(), Qt::Key_Escape);
-    type("a, ");
-    QVERIFY(!popup()->isVisible());
-    m_editor->setWordList("", nullptr);
-    type("\n ");
-    QVERIFY(!popup()->isVisible());
-    m_editor->setWordList("new=", m_words.get());
-    m_editor->clearWordLists();
-    type("\nnew= ");
-    QVERIFY(!popup()->isVisible());
-}
-
-void TestCodeKeys::keysWithAMeaning()
-{
-    m_editor->setPlainText("abc");
-    QTest::keyClick(m_editor.get(), Qt::Key_Insert);
-    type("xy");
-    QCOMPARE(m_editor->toPlainText(), QStringLiteral("xyc"));
-    QTest::keyClick(m_editor.get(), Qt::Key_Insert);
-    type("z");
-    QCOMPARE(m_editor->toPlainText(), QStringLiteral("xyzc"));
-    // Typing hides the mouse cursor until it moves.
-    QCOMPARE(m_editor->viewport()->cursor().shape(), Qt::BlankCursor);
-    QMouseEvent move(QEvent::MouseMove, QPoint(40, 40), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
-    QApplication::sendEvent(m_editor->viewport(), &move);
-    QCOMPARE(m_editor->viewport()->cursor().shape(), Qt::IBeamCursor);
-    m_editor->moveCursor(QTextCursor::End);
-    QTest::keyClick(m_editor.get(), Qt::Key_Return, Qt::ShiftModifier);
-    type("c");
-    QCOMPARE(m_document->blockCount(), 2);
-    QCOMPARE(m_editor->toPlainText(), QStringLiteral("xyzc\nc"));
-}
 
 QTEST_MAIN(TestCodeKeys)
 #include "tst_codekeys.moc"

@@ -12,6 +12,7 @@
 #include <kilnx/project/archive.h>
 #include <kilnx/render/graphicsworkspace.h>
 #include <tests/support/files.h>
+#include <tests/support/release.h>
 #include <tests/support/testhost.h>
 
 using namespace Kiln;
@@ -31,9 +32,6 @@ public:
     void hostReserved15() override {}
 };
 
-struct Release {
-    void operator()(CodeDocument *document) const { document->release(); }
-};
 using Document = std::unique_ptr<CodeDocument, Release>;
 
 constexpr unsigned int Quiet = 16;
@@ -66,42 +64,761 @@ class TestCodeWorkspace : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-    void actionsAreMade();
-    void toolBarFollowsItsOption();
-    void documentsRememberTheirPlace();
-    void settingsAreRead();
-    void zoom();
-    void codeStandsInColumns_data();
-    void codeStandsInColumns();
-    void columnsWhereNamesMislead();
-    void goToLine_data();
-    void goToLine();
-    void steppingThroughMessages_data();
-    void steppingThroughMessages();
-    void comments_data();
-    void comments();
-    void snippetsAreInserted_data();
-    void snippetsAreInserted();
-    void snippetOfAnotherFileIsDropped();
-    void encodingIsChosen();
-    void statusAndModification();
-    void treeFollows();
-    void editorsShareTheView();
-    void finds_data();
-    void finds();
-    void replacesOne();
-    void replacesAll();
-    void hostileExpressions_data();
-    void hostileExpressions();
-    void strangersAreRefused();
-    void nothingWithoutADocument();
-    void hostMakesNothing();
+    void init()
+    {
+        m_host = std::make_unique<TestHost>();
+        m_directory = std::make_unique<QTemporaryDir>();
+        m_host->userDirectory = m_directory->path();
+        m_host->dataDirectory = m_directory->path();
+        m_host->currentEngine = &EmberEngine::instance();
+        m_host->options["font_size"] = 11;
+        m_host->options["font_name"] = "Courier";
+        m_workspace = std::make_unique<CodeWorkspace>(*m_host);
+        m_workspace->reconfig();
+        m_workspace->widget()->resize(700, 500);
+        QVERIFY(showActive(*m_workspace->widget()));
+        m_editor = std::make_unique<TestedEditor>(m_workspace.get());
+        m_document.reset(new PlainDocument);
+        m_editor->activate();
+        m_editor->setCurrentFile(m_document.get());
+    }
+
+    void cleanup()
+    {
+        QCOMPARE(m_host->dialogs().finish(), QString());
+        m_editor.reset();
+        m_workspace.reset();
+        m_document.reset();
+        SnippetManager::instance()->setDirectory(QString());
+        m_host.reset();
+    }
+
+    void actionsAreMade()
+    {
+        const QList<QPair<const char *, const char *>> expected{
+            {"view_code_bar", "Code toolbar"},
+            {"code_snippet_insert", "Insert code snippet"},
+            {"code_snippet_new", "New code snippet"},
+            {"code_snippet_edit", "Edit code snippet"},
+            {"code_goto", "Go to line..."},
+            {"code_prev_error", "Previous syntax error"},
+            {"code_next_error", "Next syntax error"},
+            {"code_prev_deprecation", "Previous deprecation"},
+            {"code_next_deprecation", "Next deprecation"},
+            {"code_comment", "Comment/Uncomment selection"},
+            {"code_fold_all", "Fold all code blocks"},
+            {"code_unfold_all", "Unfold all coded blocks"}};
+        for (const auto &entry : expected) {
+            QAction *action = m_host->action(entry.first);
+            QVERIFY2(action, entry.first);
+            QCOMPARE(action->text(), QString(entry.second));
+            QCOMPARE(action->isCheckable(), !qstrcmp(entry.first, "view_code_bar"));
+        }
+        QCOMPARE(m_workspace->name(), "code");
+        QVERIFY(m_host->menu("edit")->actions().contains(m_host->action("code_goto")));
+        QVERIFY(m_host->menu("view")->actions().contains(m_host->action("view_code_bar")));
+        QCOMPARE(m_editor->areas(), 5u);
+        QCOMPARE(m_host->editorWidget, m_workspace->widget());
+        m_editor->deactivate();
+        QCOMPARE(m_host->editorWidget, nullptr);
+    }
+
+    void toolBarFollowsItsOption()
+    {
+        auto *bar = m_workspace->widget()->findChild<QToolBar *>();
+        auto *snippets = bar->findChild<QComboBox *>("codeSnippets");
+        QAction *action = m_host->action("view_code_bar");
+        QVERIFY(!bar->isVisible() && !snippets->isEnabled() && !action->isEnabled());
+        m_workspace->activate();
+        QVERIFY(!bar->isVisible() && snippets->isEnabled() && action->isEnabled());
+        action->trigger();
+        QVERIFY(bar->isVisible());
+        QCOMPARE(m_host->options.value("show_code_bar"), QVariant(true));
+        m_workspace->deactivate();
+        QVERIFY(!bar->isVisible() && !snippets->isEnabled() && !action->isEnabled());
+        QCOMPARE(m_host->options.value("show_code_bar"), QVariant(true));
+        m_workspace->activate();
+        QVERIFY(bar->isVisible());
+        QCOMPARE(bar->iconSize(), QSize(16, 16));
+    }
+
+    void documentsRememberTheirPlace()
+    {
+        m_document->fromString(sectionedText(40, 5));
+        Document second(new PlainDocument(sectionedText(40, 5)));
+        view()->setCurrentLine({300, 3, 290});
+        const int scroll = view()->verticalScrollBar()->value();
+        m_editor->setCurrentFile(second.get());
+        QCOMPARE(place(), QPoint(0, 0));
+        QVERIFY(view()->hasFocus());
+        view()->setCurrentLine({100, 1, 95});
+        m_editor->setCurrentFile(m_document.get());
+        QCOMPARE(place(), QPoint(300, 3));
+        QCOMPARE(view()->verticalScrollBar()->value(), scroll);
+        m_editor->setCurrentFile(nullptr);
+        QCOMPARE(view()->toPlainText(), QString());
+        QVERIFY(!m_editor->document());
+        m_editor->setCurrentFile(second.get());
+        QCOMPARE(place(), QPoint(100, 1));
+        // A file may end while it is shown.
+        second->setModified(true);
+        second.reset();
+        QVERIFY(!m_editor->document());
+        QVERIFY(!m_editor->currentFile());
+        QVERIFY(!m_editor->isModified());
+        QVERIFY(!view()->isEnabled());
+        QCOMPARE(m_host->statusTexts.value(2), QString());
+        m_editor->undo();
+        m_editor->find("x", Quiet);
+        m_editor->navigateTo(3, 3);
+        m_editor->setCurrentFile(m_document.get());
+        QCOMPARE(place(), QPoint(300, 3));
+    }
+
+    void settingsAreRead()
+    {
+        const auto flags = [&] {
+            const CodeEditor::SyntaxFormatting &now = view()->syntaxFormatting();
+            return QList<bool>{now.lineNumbers, now.highlightLine, now.highlightBlocks,
+                               now.foldingMarkers, now.parenMatching};
+        };
+        QCOMPARE(flags(), QList<bool>({false, false, false, false, false}));
+        const QStringList keys{"code_line_numbers", "code_highlight_line", "code_highlight_blocks",
+                               "code_folding_markers", "code_paren_matching"};
+        for (int i = 0; i < keys.size(); ++i) {
+            m_host->options[keys.at(i)] = true;
+            m_workspace->reconfig();
+            QCOMPARE(flags().count(true), i + 1);
+            QVERIFY(flags().at(i));
+        }
+        m_host->colors["line"] = QColor(1, 1, 1);
+        m_host->colors["block_range"] = QColor(2, 2, 2);
+        m_host->colors["paren_range"] = QColor(3, 3, 3);
+        m_host->secondColors["paren"] = QColor(4, 4, 4);
+        m_workspace->reconfig();
+        const CodeEditor::SyntaxFormatting &now = view()->syntaxFormatting();
+        QCOMPARE(now.lineColor, QColor(1, 1, 1));
+        QCOMPARE(now.blockColor, QColor(2, 2, 2));
+        QCOMPARE(now.parenRange.background().color(), QColor(3, 3, 3));
+        QCOMPARE(now.parenMatch.foreground().color(), QColor(4, 4, 4));
+    }
+
+    void zoom()
+    {
+        QSignalSpy told(m_workspace.get(), &CodeWorkspace::codeFontChanged);
+        const auto sizes = [&] {
+            return QPoint(view()->font().pointSize(), m_document->defaultFont().pointSize());
+        };
+        m_workspace->zoomActual();
+        QCOMPARE(sizes(), QPoint(11, 11));
+        m_workspace->zoomIn();
+        QCOMPARE(sizes(), QPoint(13, 13));
+        QCOMPARE(told.last().first().value<QFont>().pointSize(), 13);
+        Document second(new PlainDocument);
+        m_editor->setCurrentFile(second.get());
+        QCOMPARE(second->defaultFont().pointSize(), 13);
+        m_editor->setCurrentFile(m_document.get());
+        for (int i = 0; i < 20; ++i)
+            m_workspace->zoomOut();
+        QVERIFY(view()->font().pointSize() > 0);
+    }
+
+    void codeStandsInColumns_data()
+    {
+        // Who asks for letters of different widths has them.
+        const auto add = columns<QString, bool>("family", "columns");
+        add("the family of the options", "Courier", true);
+        add("none chosen", "", true);
+        add("a missing family", "a family that nobody has", true);
+        add("one that is there", "Liberation Serif", false);
+    }
+
+    void codeStandsInColumns()
+    {
+        const auto [family, columns] = row<QString, bool>();
+        m_host->options["font_name"] = family;
+        m_workspace->reconfig();
+        m_document->fromString("iiiiiiii\nWWWWWWWW\n9 m , _ ");
+        QSet<int> ends;
+        for (int line = 0; line < 3; ++line) {
+            const QTextBlock block = m_document->findBlockByNumber(line);
+            QTextCursor cursor(block);
+            cursor.setPosition(block.position() + 8);
+            ends << view()->cursorRect(cursor).left();
+        }
+        QCOMPARE(view()->font().pointSize(), 11);
+        QCOMPARE(ends.size() == 1, columns);
+    }
+
+    /// The same on a machine whose names of fixed fonts lead to letters of different widths: fonts
+    /// are found when a program starts, so that another has to tell.
+    void columnsWhereNamesMislead()
+    {
+        const QString rules = m_directory->filePath("fonts.conf");
+        const QByteArray serif = "<edit name='family' mode='prepend' binding='%'>"
+                                 "<string>DejaVu Serif</string></edit></match>";
+        writeFile(
+            rules,
+            "<fontconfig><match target='pattern'>" + QByteArray(serif).replace('%', "weak") +
+                "<match target='pattern'><test name='family'><string>Courier</string></test>" +
+                QByteArray(serif).replace('%', "strong") +
+                "<include>" KILN_SOURCE_DIR "/cmake/fonts.conf</include></fontconfig>");
+        QProcess other;
+        other.setProcessChannelMode(QProcess::ForwardedChannels);
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("FONTCONFIG_FILE", rules);
+        other.setProcessEnvironment(environment);
+        other.start(QCoreApplication::applicationFilePath(), {"-silent", "codeStandsInColumns"});
+        QVERIFY(other.waitForFinished());
+        QCOMPARE(other.exitCode(), 0);
+    }
+
+    void goToLine_data()
+    {
+        // The answer is to the question about the last line, 0 for no question.
+        const auto add = columns<int, int, int>("number", "answer", "line");
+        add("the first line", 1, 0, 0);
+        add("the middle", 300, 0, 299);
+        add("the last line", 520, 0, 519);
+        add("one past the last, Yes", 521, int(QMessageBox::Yes), 519);
+        add("one past the last, No", 521, int(QMessageBox::No), 7);
+        add("cancelled", 0, 0, 7);
+    }
+
+    void goToLine()
+    {
+        auto [number, answer] = row<int, int>();
+        m_document->fromString(sectionedText(40, 4) + QString(520 - 480, '\n'));
+        QCOMPARE(m_document->blockCount(), 520);
+        view()->setCurrentLine(7, CodeEditor::NoPlacement);
+        m_host->dialogs().expectDialog([number](QDialog *dialog) {
+            auto *input = qobject_cast<QInputDialog *>(dialog);
+            QVERIFY(input);
+            QCOMPARE(input->intValue(), 8);
+            input->setIntValue(number);
+            number ? input->accept() : input->reject();
+        });
+        if (answer)
+            m_host->dialogs().expectBox(QMessageBox::StandardButton(answer));
+        m_host->action("code_goto")->trigger();
+        QTEST(view()->currentLine().line, "line");
+        QCOMPARE(view()->currentLine().column, 0);
+        if (answer) {
+            const DialogScript::Seen box = m_host->dialogs().seen().last();
+            QCOMPARE(box.title, QString("Go to line..."));
+            QCOMPARE(box.text, QString("Invalid line! Do you want go to the last line?"));
+            QCOMPARE(box.defaultButton, QMessageBox::Yes);
+        }
+        if (number == 300)
+            QCOMPARE(view()->cursorForPosition(QPoint(0, 1)).blockNumber(), 299);
+    }
+
+    void steppingThroughMessages_data()
+    {
+        const auto add = columns<QString, QPoint, QPoint>("action", "from", "to");
+        const QPoint first(0, 2), second(0, 6), third(3, 0), old(2, 3);
+        add("to the next in the line", "code_next_error", first, second);
+        add("to the next line", "code_next_error", second, third);
+        add("from the start", "code_next_error", QPoint(0, 0), first);
+        add("no error follows", "code_next_error", third, third);
+        add("a line back, its last error", "code_prev_error", QPoint(2, 0), second);
+        add("back in the line", "code_prev_error", QPoint(0, 10), second);
+        add("back to the first", "code_prev_error", second, first);
+        add("none before", "code_prev_error", first, first);
+        add("to a deprecation", "code_next_deprecation", QPoint(0, 0), old);
+        add("back to a deprecation", "code_prev_deprecation", third, old);
+        add("no deprecation follows", "code_next_deprecation", third, third);
+    }
+
+    void steppingThroughMessages()
+    {
+        const auto [action, from, to] = row<QString, QPoint, QPoint>();
+        m_document->fromString("x bad bad y\nno\nan old hmm\nbad");
+        const QTextBlock block = m_document->findBlockByNumber(from.x());
+        select(block.position() + from.y(), block.position() + from.y());
+        m_host->action(action.toLatin1())->trigger();
+        QTEST(place(), "to");
+        QCOMPARE(view()->textCursor().hasSelection(), false);
+    }
+
+    void comments_data()
+    {
+        const auto add = columns<int, int, QString>("anchor", "position", "text");
+        // a\n;b\nc\nd
+        add("one line, no selection", 1, 1, ";a\n;b\nc\nd");
+        add("no selection at the line's start", 5, 5, "a\n;b\n;c\nd");
+        add("uncomment one", 3, 3, "a\nb\nc\nd");
+        add("all, the first is none", 0, 8, ";a\n;;b\n;c\n;d");
+        add("uncomment leaves the others", 2, 8, "a\nb\nc\nd");
+        add("the end at a line's start is not in", 5, 7, "a\n;b\n;c\nd");
+        add("selected backward", 8, 5, "a\n;b\n;c\n;d");
+    }
+
+    void comments()
+    {
+        const auto [anchor, position, text] = row<int, int, QString>();
+        const QString before("a\n;b\nc\nd");
+        m_document->fromString(before);
+        select(anchor, position);
+        m_host->action("code_comment")->trigger();
+        QTEST(m_document->toString(), "text");
+        m_document->undo();
+        QCOMPARE(m_document->toString(), before);
+    }
+
+    void snippetsAreInserted_data()
+    {
+        const auto add = columns<QString, QString, int>("code", "text", "position");
+        add("the cursor goes to the mark", "one CURSOR\ntwo", "xone \ntwoy", 5);
+        add("the mark at the start", "CURSORab", "xaby", 1);
+        add("no mark", "one\ntwo", "xone\ntwoy", 8);
+        add("only the first mark counts", "CURSOR CURSOR", "x CURSORy", 1);
+        add("nothing to insert", "", "xy", 1);
+    }
+
+    void snippetsAreInserted()
+    {
+        QFETCH(QString, code);
+        const QString folder =
+            m_directory->path() + m_host->currentEngine->enginePath() + "/snippets";
+        QVERIFY(QDir().mkpath(folder));
+        writeFile(folder + "/one.xml", snippetToXml({}, code));
+        m_workspace->engineSwitched(false);
+        QCOMPARE(SnippetManager::instance()->rowCount(), 0);
+        m_workspace->engineSwitched(true);
+        QCOMPARE(m_workspace->widget()->findChild<QComboBox *>("codeSnippets")->currentText(),
+                 QString("one"));
+        m_document->fromString("xy");
+        select(1, 1);
+        m_host->action("code_snippet_insert")->trigger();
+        QTEST(m_document->toString(), "text");
+        QTEST(view()->textCursor().position(), "position");
+        if (!code.isEmpty())
+            m_document->undo();
+        QCOMPARE(m_document->toString(), QString("xy"));
+
+        m_host->dialogs().expectDialog([](QDialog *dialog) { dialog->reject(); });
+        m_host->action("code_snippet_edit")->trigger();
+        m_host->dialogs().expectDialog([](QDialog *dialog) { dialog->reject(); });
+        m_host->action("code_snippet_new")->trigger();
+    }
+
+    void snippetOfAnotherFileIsDropped()
+    {
+        RegularSnipField field("string");
+        field.name = "a";
+        writeFile(m_directory->filePath("ask.xml"), snippetToXml({&field}, "code"));
+        SnippetManager::instance()->setDirectory(m_directory->path());
+        m_workspace->widget()->findChild<QComboBox *>("codeSnippets")->setCurrentIndex(0);
+        Document second(new PlainDocument("second"));
+        m_host->dialogs().expectDialog([&](QDialog *dialog) {
+            m_editor->setCurrentFile(second.get());
+            dialog->accept();
+        });
+        m_workspace->snipInsert();
+        QCOMPARE(second->toString(), QString("second"));
+        QCOMPARE(m_document->toString(), QString());
+        // The go-to and the encoding dialogs, while another file comes, and while the file ends.
+        m_document->fromString("a\nb\nc");
+        for (const bool ends : {false, true}) {
+            for (int which = 0; which < 2; ++which) {
+                if (!second)
+                    second.reset(new PlainDocument("second"));
+                m_editor->setCurrentFile(second.get());
+                m_host->dialogs().expectDialog([&](QDialog *dialog) {
+                    if (auto *input = qobject_cast<QInputDialog *>(dialog))
+                        input->setIntValue(2);
+                    if (ends)
+                        second.reset();
+                    else
+                        m_editor->setCurrentFile(m_document.get());
+                    dialog->accept();
+                });
+                which ? m_workspace->statusClicked() : m_workspace->goToLine();
+                QCOMPARE(m_editor->document(), ends ? nullptr : m_document.get());
+                QCOMPARE(place(), QPoint(0, 0));
+            }
+        }
+    }
+
+    void encodingIsChosen()
+    {
+        const QString path = m_directory->filePath("text.st");
+        writeFile(path, "a \xe4\r\nb");
+        QVERIFY(m_document->fromFile(FileSystemArchive::instance(), path,
+                                     TextCodecs::index("UTF-8"), false));
+        QVERIFY(!m_document->toString().contains(QChar(0xe4)));
+        m_editor->setCurrentFile(m_document.get());
+        QCOMPARE(m_host->statusTexts.value(2), QString("Encoding: UTF-8"));
+        const int lastLine = m_document->toString().indexOf(QLatin1Char('b'));
+        select(lastLine, lastLine);
+        const auto choose = [](QDialog *dialog) {
+            QCOMPARE(dialog->windowTitle(), QString("Encoding"));
+            auto *codecs = dialog->findChild<QComboBox *>("codePage");
+            QCOMPARE(codecs->count(), TextCodecs::count());
+            codecs->setCurrentText("ISO-8859-1");
+            dialog->accept();
+        };
+        m_host->dialogs().expectDialog(choose);
+        m_host->dialogs().expectBox(QMessageBox::Yes);
+        m_workspace->statusClicked();
+        const DialogScript::Seen box = m_host->dialogs().seen().last();
+        QCOMPARE(box.title, QString("Reload"));
+        QCOMPARE(box.text, QString("Do you want to reload the file using the specified encoding?"));
+        QCOMPARE(m_document->toString(), QString::fromUtf8("a ä\nb"));
+        QCOMPARE(m_host->statusTexts.value(2), QString("Encoding: ISO-8859-1"));
+        QCOMPARE(place(), QPoint(1, 0));
+        // Without reading it again the text is to be written in the new encoding.
+        QVERIFY(!m_document->isModified());
+        m_host->dialogs().expectDialog([](QDialog *dialog) {
+            dialog->findChild<QComboBox *>("codePage")->setCurrentText("UTF-8");
+            dialog->accept();
+        });
+        m_host->dialogs().expectBox(QMessageBox::No);
+        m_workspace->statusClicked();
+        QVERIFY(m_document->isModified());
+        QCOMPARE(m_document->toString(), QString::fromUtf8("a ä\nb"));
+        // A file that is nowhere yet is not asked about.
+        Document second(new PlainDocument("x"));
+        m_editor->setCurrentFile(second.get());
+        m_host->dialogs().expectDialog(choose);
+        m_workspace->statusClicked();
+        QCOMPARE(second->codecName(), QString("ISO-8859-1"));
+        m_editor->setCurrentFile(nullptr);
+    }
+
+    void statusAndModification()
+    {
+        m_document->fromString("a\nbad b\nc");
+        QSignalSpy modified(m_editor.get(), &CodeFileEditor::modified);
+        select(4, 4);
+        QCOMPARE(m_host->statusTexts.value(0), QString("Line: 2, Column: 3, Line count: 3"));
+        QCOMPARE(m_host->statusTexts.value(1), QString("Syntax error count: 1"));
+        QTest::keyClicks(view(), "d");
+        QVERIFY(modified.size() > 0);
+        QVERIFY(m_editor->isModified());
+        m_editor->undo();
+        QVERIFY(!m_editor->isModified());
+        view()->selectAll();
+        m_editor->copy();
+        m_editor->cut();
+        QCOMPARE(m_document->toString(), QString());
+        m_editor->paste();
+        QCOMPARE(m_document->toString(), QString("a\nbad b\nc"));
+        const QString spaces = QString::fromUtf8("no\u00a0break\nthin\u2009 end");
+        m_document->fromString(spaces);
+        view()->selectAll();
+        m_editor->cut();
+        m_editor->paste();
+        QCOMPARE(m_document->toRawText().replace(QChar::ParagraphSeparator, '\n'), spaces);
+        m_document->fromString("a\nbad b\nc");
+        m_editor->navigateTo(1, 4);
+        QCOMPARE(place(), QPoint(1, 4));
+        m_editor->navigateTo(9, 99);
+        QCOMPARE(place(), QPoint(2, 1));
+        // Columns count code units, as those of messages do.
+        m_document->fromString(QString::fromUtf8("\U0001F3AE\U0001F3AE bad\nnext"));
+        m_editor->navigateTo(0, 5);
+        QCOMPARE(place(), QPoint(0, 5));
+        m_document->setModified(false);
+
+        m_editor->deactivate();
+        modified.clear();
+        m_host->statusTexts.clear();
+        select(0, 0);
+        QTest::keyClicks(view(), "x");
+        m_document->setModified(false);
+        QCOMPARE(modified.size(), 0);
+        QVERIFY(!m_host->statusTexts.contains(0));
+    }
+
+    void treeFollows()
+    {
+        Document ember(new EmberDocument(EmberDocument::Character));
+        ember->fromString("@about\ntitle: \"A\"\nauthor: \"B\"\n\n@body\nlife: 10\nsize: 30, 60\n");
+        m_editor->setCurrentFile(ember.get());
+        auto *tree = qobject_cast<QTreeView *>(m_host->control("code_tree"));
+        QVERIFY(tree);
+        QCOMPARE(tree->model(), ember->model());
+        const QModelIndex about = tree->model()->index(0, 0);
+        const QModelIndex body = tree->model()->index(1, 0);
+        tree->expand(about);
+        for (const bool expands : {false, true}) {
+            m_host->options["auto_expand_tree"] = expands;
+            view()->setCurrentLine(4, CodeEditor::NoPlacement);
+            QCOMPARE(tree->isExpanded(body), expands);
+            QCOMPARE(tree->isExpanded(about), !expands);
+            view()->setCurrentLine(6, CodeEditor::NoPlacement);
+            QCOMPARE(tree->selectionModel()->selectedIndexes().size(), expands ? 1 : 0);
+        }
+        QVERIFY(tree->currentIndex().data().toString().startsWith("size"));
+        // And the other way round.
+        emit tree->activated(tree->model()->index(1, 0, about));
+        QCOMPARE(place(), QPoint(2, 0));
+        QVERIFY(view()->hasFocus());
+        m_editor->deactivate();
+        emit tree->activated(body);
+        QCOMPARE(place(), QPoint(2, 0));
+        m_editor->setCurrentFile(nullptr);
+    }
+
+    void editorsShareTheView()
+    {
+        m_host->options["auto_expand_tree"] = true;
+        TestedEditor other(m_workspace.get());
+        auto *tree = qobject_cast<QTreeView *>(m_host->control("code_tree"));
+        Document first(new EmberDocument(EmberDocument::Character));
+        first->fromString("@about\ntitle: \"A\"\n@body\nlife: 10\n");
+        Document second(new EmberDocument(EmberDocument::Commands));
+        second->fromString("@command a\npress: up\n");
+        m_editor->setCurrentFile(first.get());
+        // As a host goes from one to the other: the file first, then the editors.
+        other.setCurrentFile(second.get());
+        m_editor->deactivate();
+        other.activate();
+        QCOMPARE(view()->codeDocument(), second.get());
+        QCOMPARE(tree->model(), second->model());
+        QCOMPARE(m_host->statusTexts.value(0), QString("Line: 1, Column: 1, Line count: 3"));
+        m_host->statusTexts.clear();
+        view()->setCurrentLine(1, CodeEditor::NoPlacement);
+        QVERIFY(m_host->statusTexts.value(0).startsWith("Line: 2,"));
+        QCOMPARE(tree->selectionModel()->selectedIndexes().size(), 1);
+        // The file of the editor that is not shown goes away: nothing is seen of it.
+        m_editor->setCurrentFile(nullptr);
+        QCOMPARE(view()->codeDocument(), second.get());
+        QCOMPARE(tree->model(), second->model());
+        m_editor->setCurrentFile(first.get());
+        QCOMPARE(view()->codeDocument(), first.get());
+        other.deactivate();
+        other.activate();
+        QCOMPARE(view()->codeDocument(), second.get());
+        emit tree->activated(tree->model()->index(0, 0));
+        QCOMPARE(place(), QPoint(0, 0));
+        // What the other editor is told is for its own file, not for the one in the view.
+        QTextCursor all = view()->textCursor();
+        all.select(QTextCursor::Document);
+        view()->setTextCursor(all);
+        m_editor->replace("command", "x", 0, true);
+        m_editor->cut();
+        QCOMPARE(second->toString(), QString("@command a\npress: up\n"));
+        m_editor->navigateTo(3, 2);
+        QVERIFY(m_editor->find(first.get(), "life", 0));
+        QCOMPARE(view()->textCursor().selectedText().size(), 21);
+        m_editor->setCurrentFile(first.get());
+        QCOMPARE(place(), QPoint(3, 0));
+        other.setCurrentFile(second.get());
+        m_editor->navigateTo(2, 3);
+        m_editor->setCurrentFile(first.get());
+        QCOMPARE(place(), QPoint(2, 3));
+        // The place is seen with lines above it, also where folds above make the view shorter.
+        first->fromString(QString("@body\n" + QString("life: 1\n").repeated(40)).repeated(10));
+        QTextCursor(first->findBlockByNumber(300)).insertText("@about");
+        for (const bool finds : {false, true}) {
+            view()->toggleBlockVisible(first->findBlockByNumber(finds ? 41 : 0));
+            other.setCurrentFile(second.get());
+            if (finds)
+                QVERIFY(m_editor->find(first.get(), "@about", 0));
+            else
+                m_editor->navigateTo(210, 2);
+            m_editor->setCurrentFile(first.get());
+            QCOMPARE(place(), finds ? QPoint(300, 0) : QPoint(210, 2));
+            const int height = view()->viewport()->height();
+            QVERIFY(qAbs(view()->cursorRect().center().y() - height / 2) < height / 4);
+        }
+        other.setCurrentFile(second.get());
+        other.setCurrentFile(nullptr);
+        QVERIFY(!view()->isEnabled());
+        m_editor->setCurrentFile(nullptr);
+    }
+
+    void finds_data()
+    {
+        // From and selected are anchor and position.
+        const auto add =
+            columns<QString, unsigned int, QPoint, QPoint>("sought", "flags", "from", "selected");
+        using F = CodeFileEditor;
+        const unsigned int none = 0, back = F::Backward, wrap = F::WrapAround;
+        const unsigned int expression = F::RegularExpression, exact = F::CaseSensitive;
+        // "One two one\ntwo ONE"
+        add("the first", "one", none, QPoint(0, 0), QPoint(0, 3));
+        add("behind the selection", "one", none, QPoint(0, 3), QPoint(8, 11));
+        add("with the case", "one", exact, QPoint(0, 0), QPoint(8, 11));
+        add("none follows", "one", none, QPoint(16, 19), QPoint(16, 19));
+        add("around the end", "one", wrap, QPoint(16, 19), QPoint(0, 3));
+        add("around, and still none", "three", wrap, QPoint(4, 7), QPoint(4, 7));
+        add("backward", "one", back, QPoint(16, 19), QPoint(8, 11));
+        add("backward from the start", "one", back, QPoint(0, 0), QPoint(0, 3));
+        add("backward, none before", "two", back, QPoint(4, 7), QPoint(4, 7));
+        add("backward around", "ONE", (back | wrap | exact), QPoint(4, 7), QPoint(16, 19));
+        add("an expression", "t.o\\s", expression, QPoint(0, 0), QPoint(4, 8));
+        add("over a line end", "one\\ntwo", expression, QPoint(0, 0), QPoint(8, 15));
+        add("the same taken as it stands", "t.o", none, QPoint(2, 2), QPoint(2, 2));
+        add("a broken expression", "(", expression, QPoint(2, 2), QPoint(2, 2));
+        add("an empty match gets on", "x*", expression, QPoint(5, 5), QPoint(6, 6));
+        add("an empty match at the end", "x*", expression, QPoint(19, 19), QPoint(19, 19));
+        add("no text", "", none, QPoint(4, 7), QPoint(4, 7));
+    }
+
+    void finds()
+    {
+        const auto [sought, flags, from, selected] = row<QString, unsigned int, QPoint, QPoint>();
+        m_document->fromString("One two one\ntwo ONE");
+        select(from.x(), from.y());
+        const bool found =
+            m_editor->find(static_cast<ProjectFile *>(m_document.get()), sought, flags);
+        QCOMPARE(QPoint(view()->textCursor().selectionStart(), view()->textCursor().selectionEnd()),
+                 selected);
+        const bool empty = sought == "x*";
+        QCOMPARE(found, empty || from != selected);
+    }
+
+    void replacesOne()
+    {
+        m_document->fromString("aa b aa");
+        select(0, 2);
+        m_editor->replace("a(a)", "<\\1>", CodeFileEditor::RegularExpression | Quiet, false);
+        QCOMPARE(m_document->toString(), QString("<a> b aa"));
+        QCOMPARE(view()->textCursor().selectedText(), QString("aa"));
+        m_editor->replace("b", "c", Quiet, false); // the selection does not match
+        QCOMPARE(m_document->toString(), QString("<a> b aa"));
+        select(0, 2);
+        m_editor->replace("aa", "c", Quiet, false); // nor does a part of it
+        QCOMPARE(m_document->toString(), QString("<a> b aa"));
+        QCOMPARE(view()->textCursor().selectedText(), QString("aa"));
+        m_host->dialogs().expectBox(QMessageBox::Ok);
+        m_editor->replace("aa", "\\1", 0, false);
+        QCOMPARE(m_document->toString(), QString("<a> b \\1"));
+    }
+
+    void replacesAll()
+    {
+        const QString before = sectionedText(3, 3);
+        m_document->fromString(before);
+        view()->setCurrentLine({5, 2, 0});
+        view()->toggleBlockVisible(m_document->findBlockByNumber(10));
+        m_editor->replace("LINE (\\d+)", "row \\1", CodeFileEditor::RegularExpression, true);
+        QString after = before;
+        QCOMPARE(m_document->toString(), after.replace("line ", "row "));
+        QCOMPARE(m_document->lineCount(), m_document->blockCount());
+        QCOMPARE(place(), QPoint(5, 2));
+        m_editor->undo();
+        QCOMPARE(m_document->toString(), before);
+        const int steps = m_document->availableUndoSteps();
+        m_editor->replace("nowhere", "x", 0, true);
+        QCOMPARE(m_document->availableUndoSteps(), steps);
+        // What does not match stays as it is, no-break spaces too.
+        m_document->fromString(QString::fromUtf8("a\u00a0b a b"));
+        m_editor->replace("a b", "c", Quiet, true);
+        QCOMPARE(m_document->toRawText(), QString::fromUtf8("a\u00a0b c"));
+        m_document->fromString(before);
+        view()->setReadOnly(true);
+        m_editor->replace("line", "x", 0, true);
+        QCOMPARE(m_document->toString(), before);
+    }
+
+    void hostileExpressions_data()
+    {
+        const auto add = columns<QString, bool, bool>("expression", "all", "outOfTime");
+        const QString endless("(a*)*(a*)*\\2\\1b");
+        add("one that matches nothing everywhere", "b*", true, false);
+        add("one that never ends", endless, false, false);
+        add("one that never ends, replacing", endless, true, true);
+        add("one too many of them", "a", true, true);
+    }
+
+    void hostileExpressions()
+    {
+        const auto [expression, all, outOfTime] = row<QString, bool, bool>();
+        const QString text(200000, 'a');
+        m_document->fromString(text);
+        if (outOfTime)
+            m_host->dialogs().expectBox(QMessageBox::Ok);
+        QElapsedTimer timer;
+        timer.start();
+        // Around the end the same would only be tried once more.
+        const unsigned int flags =
+            CodeFileEditor::RegularExpression | CodeFileEditor::WrapAround | Quiet;
+        if (all)
+            m_editor->replace(expression, "x", flags, true);
+        else
+            QVERIFY(
+                !m_editor->find(static_cast<ProjectFile *>(m_document.get()), expression, flags));
+        QVERIFY2(timer.elapsed() < 20000, "nobody waits that long");
+        QString expected = text;
+        if (!outOfTime && all)
+            expected.replace("a", "xa").append("x");
+        QVERIFY(m_document->toString() == expected);
+    }
+
+    void strangersAreRefused()
+    {
+        // A search in another file leaves the view alone, and the file opens at the match.
+        m_document->fromString("here");
+        Document other(new PlainDocument("a\nb\n  there"));
+        QVERIFY(m_editor->find(static_cast<ProjectFile *>(other.get()), "there", 0));
+        QVERIFY(!m_editor->find(static_cast<ProjectFile *>(other.get()), "here!", 0));
+        QVERIFY(!m_editor->find(nullptr, "there", 0));
+        QVERIFY(!view()->textCursor().hasSelection());
+        m_editor->setCurrentFile(other.get());
+        QCOMPARE(place(), QPoint(2, 2));
+        m_editor->setCurrentFile(m_document.get());
+    }
+
+    void nothingWithoutADocument()
+    {
+        m_document->fromString("bad\n[x]\ny\nz");
+        select(0, 0);
+        view()->setReadOnly(true);
+        for (int round = 0; round < 2; ++round) {
+            for (const char *key :
+                 {"code_goto", "code_prev_error", "code_next_error", "code_prev_deprecation",
+                  "code_next_deprecation", "code_comment", "code_fold_all", "code_unfold_all",
+                  "code_snippet_insert", "code_snippet_new", "code_snippet_edit"})
+                m_host->action(key)->trigger();
+            QCOMPARE(m_document->toString(), QString("bad\n[x]\ny\nz"));
+            QCOMPARE(m_document->lineCount(), 4);
+            QCOMPARE(place(), QPoint(0, 0));
+            m_editor->setCurrentFile(nullptr);
+        }
+        m_workspace->statusClicked();
+        m_workspace->zoomIn();
+        m_workspace->retranslate();
+    }
+
+    void hostMakesNothing()
+    {
+        m_editor.reset();
+        m_workspace.reset();
+        m_host.reset();
+        m_host = std::make_unique<SparseHost>();
+        m_host->options["show_code_bar"] = true;
+        m_workspace = std::make_unique<CodeWorkspace>(*m_host);
+        m_editor = std::make_unique<TestedEditor>(m_workspace.get());
+        OrganizerEditor organizer;
+        GraphicsWorkspace graphics(*m_host);
+        m_workspace->activate();
+        graphics.reconfig();
+        m_editor->activate();
+        m_editor->setCurrentFile(m_document.get());
+        QTest::keyClicks(view(), "text");
+        m_workspace->showTextBar(false);
+        QCOMPARE(m_host->options.value("show_code_bar"), QVariant(false));
+        m_workspace->retranslate();
+        m_workspace->deactivate();
+        m_editor->deactivate();
+        QCOMPARE(m_document->toString(), QString("text"));
+    }
 
 private:
     CodeEditor *view() const { return m_workspace->editor(); }
-    void select(int anchor, int position);
+    void select(int anchor, int position)
+    {
+        QTextCursor cursor = view()->textCursor();
+        cursor.setPosition(anchor);
+        cursor.setPosition(position, QTextCursor::KeepAnchor);
+        view()->setTextCursor(cursor);
+    }
+
     QPoint place() const { return {view()->currentLine().line, view()->currentLine().column}; }
 
     std::unique_ptr<TestHost> m_host;
@@ -110,757 +827,6 @@ private:
     std::unique_ptr<TestedEditor> m_editor;
     Document m_document;
 };
-
-void TestCodeWorkspace::init()
-{
-    m_host = std::make_unique<TestHost>();
-    m_directory = std::make_unique<QTemporaryDir>();
-    m_host->userDirectory = m_directory->path();
-    m_host->dataDirectory = m_directory->path();
-    m_host->currentEngine = &EmberEngine::instance();
-    m_host->options["font_size"] = 11;
-    m_host->options["font_name"] = "Courier";
-    m_workspace = std::make_unique<CodeWorkspace>(*m_host);
-    m_workspace->reconfig();
-    m_workspace->widget()->resize(700, 500);
-    QVERIFY(showActive(*m_workspace->widget()));
-    m_editor = std::make_unique<TestedEditor>(m_workspace.get());
-    m_document.reset(new PlainDocument);
-    m_editor->activate();
-    m_editor->setCurrentFile(m_document.get());
-}
-
-void TestCodeWorkspace::cleanup()
-{
-    QCOMPARE(m_host->dialogs().finish(), QString());
-    m_editor.reset();
-    m_workspace.reset();
-    m_document.reset();
-    SnippetManager::instance()->setDirectory(QString());
-    m_host.reset();
-}
-
-void TestCodeWorkspace::select(int anchor, int position)
-{
-    QTextCursor cursor = view()->textCursor();
-    cursor.setPosition(anchor);
-    cursor.setPosition(position, QTextCursor::KeepAnchor);
-    view()->setTextCursor(cursor);
-}
-
-void TestCodeWorkspace::actionsAreMade()
-{
-    const QList<QPair<const char *, const char *>> expected{
-        {"view_code_bar", "Code toolbar"},
-        {"code_snippet_insert", "Insert code snippet"},
-        {"code_snippet_new", "New code snippet"},
-        {"code_snippet_edit", "Edit code snippet"},
-        {"code_goto", "Go to line..."},
-        {"code_prev_error", "Previous syntax error"},
-        {"code_next_error", "Next syntax error"},
-        {"code_prev_deprecation", "Previous deprecation"},
-        {"code_next_deprecation", "Next deprecation"},
-        {"code_comment", "Comment/Uncomment selection"},
-        {"code_fold_all", "Fold all code blocks"},
-        {"code_unfold_all", "Unfold all coded blocks"}};
-    for (const auto &entry : expected) {
-        QAction *action = m_host->action(entry.first);
-        QVERIFY2(action, entry.first);
-        QCOMPARE(action->text(), QString(entry.second));
-        QCOMPARE(action->isCheckable(), !qstrcmp(entry.first, "view_code_bar"));
-    }
-    QCOMPARE(m_workspace->name(), "code");
-    QVERIFY(m_host->menu("edit")->actions().contains(m_host->action("code_goto")));
-    QVERIFY(m_host->menu("view")->actions().contains(m_host->action("view_code_bar")));
-    QCOMPARE(m_editor->areas(), 5u);
-    QCOMPARE(m_host->editorWidget, m_workspace->widget());
-    m_editor->deactivate();
-    QCOMPARE(m_host->editorWidget, nullptr);
-}
-
-void TestCodeWorkspace::toolBarFollowsItsOption()
-{
-    auto *bar = m_workspace->widget()->findChild<QToolBar *>();
-    auto *snippets = bar->findChild<QComboBox *>("codeSnippets");
-    QAction *action = m_host->action("view_code_bar");
-    QVERIFY(!bar->isVisible() && !snippets->isEnabled() && !action->isEnabled());
-    m_workspace->activate();
-    QVERIFY(!bar->isVisible() && snippets->isEnabled() && action->isEnabled());
-    action->trigger();
-    QVERIFY(bar->isVisible());
-    QCOMPARE(m_host->options.value("show_code_bar"), QVariant(true));
-    m_workspace->deactivate();
-    QVERIFY(!bar->isVisible() && !snippets->isEnabled() && !action->isEnabled());
-    QCOMPARE(m_host->options.value("show_code_bar"), QVariant(true));
-    m_workspace->activate();
-    QVERIFY(bar->isVisible());
-    QCOMPARE(bar->iconSize(), QSize(16, 16));
-}
-
-void TestCodeWorkspace::documentsRememberTheirPlace()
-{
-    m_document->fromString(sectionedText(40, 5));
-    Document second(new PlainDocument(sectionedText(40, 5)));
-    view()->setCurrentLine({300, 3, 290});
-    const int scroll = view()->verticalScrollBar()->value();
-    m_editor->setCurrentFile(second.get());
-    QCOMPARE(place(), QPoint(0, 0));
-    QVERIFY(view()->hasFocus());
-    view()->setCurrentLine({100, 1, 95});
-    m_editor->setCurrentFile(m_document.get());
-    QCOMPARE(place(), QPoint(300, 3));
-    QCOMPARE(view()->verticalScrollBar()->value(), scroll);
-    m_editor->setCurrentFile(nullptr);
-    QCOMPARE(view()->toPlainText(), QString());
-    QVERIFY(!m_editor->document());
-    m_editor->setCurrentFile(second.get());
-    QCOMPARE(place(), QPoint(100, 1));
-    // A file may end while it is shown.
-    second->setModified(true);
-    second.reset();
-    QVERIFY(!m_editor->document());
-    QVERIFY(!m_editor->currentFile());
-    QVERIFY(!m_editor->isModified());
-    QVERIFY(!view()->isEnabled());
-    QCOMPARE(m_host->statusTexts.value(2), QString());
-    m_editor->undo();
-    m_editor->find("x", Quiet);
-    m_editor->navigateTo(3, 3);
-    m_editor->setCurrentFile(m_document.get());
-    QCOMPARE(place(), QPoint(300, 3));
-}
-
-void TestCodeWorkspace::settingsAreRead()
-{
-    const auto flags = [&] {
-        const CodeEditor::SyntaxFormatting &now = view()->syntaxFormatting();
-        return QList<bool>{now.lineNumbers, now.highlightLine, now.highlightBlocks,
-                           now.foldingMarkers, now.parenMatching};
-    };
-    QCOMPARE(flags(), QList<bool>({false, false, false, false, false}));
-    const QStringList keys{"code_line_numbers", "code_highlight_line", "code_highlight_blocks",
-                           "code_folding_markers", "code_paren_matching"};
-    for (int i = 0; i < keys.size(); ++i) {
-        m_host->options[keys.at(i)] = true;
-        m_workspace->reconfig();
-        QCOMPARE(flags().count(true), i + 1);
-        QVERIFY(flags().at(i));
-    }
-    m_host->colors["line"] = QColor(1, 1, 1);
-    m_host->colors["block_range"] = QColor(2, 2, 2);
-    m_host->colors["paren_range"] = QColor(3, 3, 3);
-    m_host->secondColors["paren"] = QColor(4, 4, 4);
-    m_workspace->reconfig();
-    const CodeEditor::SyntaxFormatting &now = view()->syntaxFormatting();
-    QCOMPARE(now.lineColor, QColor(1, 1, 1));
-    QCOMPARE(now.blockColor, QColor(2, 2, 2));
-    QCOMPARE(now.parenRange.background().color(), QColor(3, 3, 3));
-    QCOMPARE(now.parenMatch.foreground().color(), QColor(4, 4, 4));
-}
-
-void TestCodeWorkspace::zoom()
-{
-    QSignalSpy told(m_workspace.get(), &CodeWorkspace::codeFontChanged);
-    const auto sizes = [&] {
-        return QPoint(view()->font().pointSize(), m_document->defaultFont().pointSize());
-    };
-    m_workspace->zoomActual();
-    QCOMPARE(sizes(), QPoint(11, 11));
-    m_workspace->zoomIn();
-    QCOMPARE(sizes(), QPoint(13, 13));
-    QCOMPARE(told.last().first().value<QFont>().pointSize(), 13);
-    Document second(new PlainDocument);
-    m_editor->setCurrentFile(second.get());
-    QCOMPARE(second->defaultFont().pointSize(), 13);
-    m_editor->setCurrentFile(m_document.get());
-    for (int i = 0; i < 20; ++i)
-        m_workspace->zoomOut();
-    QVERIFY(view()->font().pointSize() > 0);
-}
-
-void TestCodeWorkspace::codeStandsInColumns_data()
-{
-    // Who asks for letters of different widths has them.
-    const auto add = columns<QString, bool>("family", "columns");
-    add("the family of the options", "Courier", true);
-    add("none chosen", "", true);
-    add("a missing family", "a family that nobody has", true);
-    add("one that is there", "Liberation Serif", false);
-}
-
-void TestCodeWorkspace::codeStandsInColumns()
-{
-    const auto [family, columns] = row<QString, bool>();
-    m_host->options["font_name"] = family;
-    m_workspace->reconfig();
-    m_document->fromString("iiiiiiii\nWWWWWWWW\n9 m , _ ");
-    QSet<int> ends;
-    for (int line = 0; line < 3; ++line) {
-        const QTextBlock block = m_document->findBlockByNumber(line);
-        QTextCursor cursor(block);
-        cursor.setPosition(block.position() + 8);
-        ends << view()->cursorRect(cursor).left();
-    }
-    QCOMPARE(view()->font().pointSize(), 11);
-    QCOMPARE(ends.size() == 1, columns);
-}
-
-/// The same on a machine whose names of fixed fonts lead to letters of different widths: fonts are
-/// found when a program starts, so that another has to tell.
-void TestCodeWorkspace::columnsWhereNamesMislead()
-{
-    const QString rules = m_directory->filePath("fonts.conf");
-    const QByteArray serif = "<edit name='family' mode='prepend' binding='%'>"
-                             "<string>DejaVu Serif</string></edit></match>";
-    writeFile(rules,
-              "<fontconfig><match target='pattern'>" + QByteArray(serif).replace('%', "weak") +
-                  "<match target='pattern'><test name='family'><string>Courier</string></test>" +
-                  QByteArray(serif).replace('%', "strong") +
-                  "<include>" KILN_SOURCE_DIR "/cmake/fonts.conf</include></fontconfig>");
-    QProcess other;
-    other.setProcessChannelMode(QProcess::ForwardedChannels);
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("FONTCONFIG_FILE", rules);
-    other.setProcessEnvironment(environment);
-    other.start(QCoreApplication::applicationFilePath(), {"-silent", "codeStandsInColumns"});
-    QVERIFY(other.waitForFinished());
-    QCOMPARE(other.exitCode(), 0);
-}
-
-void TestCodeWorkspace::goToLine_data()
-{
-    // The answer is to the question about the last line, 0 for no question.
-    const auto add = columns<int, int, int>("number", "answer", "line");
-    add("the first line", 1, 0, 0);
-    add("the middle", 300, 0, 299);
-    add("the last line", 520, 0, 519);
-    add("one past the last, Yes", 521, int(QMessageBox::Yes), 519);
-    add("one past the last, No", 521, int(QMessageBox::No), 7);
-    add("cancelled", 0, 0, 7);
-}
-
-void TestCodeWorkspace::goToLine()
-{
-    QFETCH(int, number);
-    QFETCH(int, answer);
-    m_document->fromString(sectionedText(40, 4) + QString(520 - 480, '\n'));
-    QCOMPARE(m_document->blockCount(), 520);
-    view()->setCurrentLine(7, CodeEditor::NoPlacement);
-    m_host->dialogs().expectDialog([number](QDialog *dialog) {
-        auto *input = qobject_cast<QInputDialog *>(dialog);
-        QVERIFY(input);
-        QCOMPARE(input->intValue(), 8);
-        input->setIntValue(number);
-        number ? input->accept() : input->reject();
-    });
-    if (answer)
-        m_host->dialogs().expectBox(QMessageBox::StandardButton(answer));
-    m_host->action("code_goto")->trigger();
-    QTEST(view()->currentLine().line, "line");
-    QCOMPARE(view()->currentLine().column, 0);
-    if (answer) {
-        const DialogScript::Seen box = m_host->dialogs().seen().last();
-        QCOMPARE(box.title, QStringLiteral("Go to line..."));
-        QCOMPARE(box.text, QStringLiteral("Invalid line! Do you want go to the last line?"));
-        QCOMPARE(box.defaultButton, QMessageBox::Yes);
-    }
-    if (number == 300)
-        QCOMPARE(view()->cursorForPosition(QPoint(0, 1)).blockNumber(), 299);
-}
-
-void TestCodeWorkspace::steppingThroughMessages_data()
-{
-    const auto add = columns<QString, QPoint, QPoint>("action", "from", "to");
-    const QPoint first(0, 2), second(0, 6), third(3, 0), old(2, 3);
-    add("to the next in the line", "code_next_error", first, second);
-    add("to the next line", "code_next_error", second, third);
-    add("from the start", "code_next_error", QPoint(0, 0), first);
-    add("no error follows", "code_next_error", third, third);
-    add("a line back, its last error", "code_prev_error", QPoint(2, 0), second);
-    add("back in the line", "code_prev_error", QPoint(0, 10), second);
-    add("back to the first", "code_prev_error", second, first);
-    add("none before", "code_prev_error", first, first);
-    add("to a deprecation", "code_next_deprecation", QPoint(0, 0), old);
-    add("back to a deprecation", "code_prev_deprecation", third, old);
-    add("no deprecation follows", "code_next_deprecation", third, third);
-}
-
-void TestCodeWorkspace::steppingThroughMessages()
-{
-    const auto [action, from, to] = row<QString, QPoint, QPoint>();
-    m_document->fromString("x bad bad y\nno\nan old hmm\nbad");
-    const QTextBlock block = m_document->findBlockByNumber(from.x());
-    select(block.position() + from.y(), block.position() + from.y());
-    m_host->action(action.toLatin1())->trigger();
-    QTEST(place(), "to");
-    QCOMPARE(view()->textCursor().hasSelection(), false);
-}
-
-void TestCodeWorkspace::comments_data()
-{
-    const auto add = columns<int, int, QString>("anchor", "position", "text");
-    // a\n;b\nc\nd
-    add("one line, no selection", 1, 1, ";a\n;b\nc\nd");
-    add("no selection at the line's start", 5, 5, "a\n;b\n;c\nd");
-    add("uncomment one", 3, 3, "a\nb\nc\nd");
-    add("all, the first is none", 0, 8, ";a\n;;b\n;c\n;d");
-    add("uncomment leaves the others", 2, 8, "a\nb\nc\nd");
-    add("the end at a line's start is not in", 5, 7, "a\n;b\n;c\nd");
-    add("selected backward", 8, 5, "a\n;b\n;c\n;d");
-}
-
-void TestCodeWorkspace::comments()
-{
-    const auto [anchor, position, text] = row<int, int, QString>();
-    const QString before("a\n;b\nc\nd");
-    m_document->fromString(before);
-    select(anchor, position);
-    m_host->action("code_comment")->trigger();
-    QTEST(m_document->toString(), "text");
-    m_document->undo();
-    QCOMPARE(m_document->toString(), before);
-}
-
-void TestCodeWorkspace::snippetsAreInserted_data()
-{
-    const auto add = columns<QString, QString, int>("code", "text", "position");
-    add("the cursor goes to the mark", "one CURSOR\ntwo", "xone \ntwoy", 5);
-    add("the mark at the start", "CURSORab", "xaby", 1);
-    add("no mark", "one\ntwo", "xone\ntwoy", 8);
-    add("only the first mark counts", "CURSOR CURSOR", "x CURSORy", 1);
-    add("nothing to insert", "", "xy", 1);
-}
-
-void TestCodeWorkspace::snippetsAreInserted()
-{
-    QFETCH(QString, code);
-    const QString folder = m_directory->path() + m_host->currentEngine->enginePath() + "/snippets";
-    QVERIFY(QDir().mkpath(folder));
-    writeFile(folder + "/one.xml", snippetToXml({}, code));
-    m_workspace->engineSwitched(false);
-    QCOMPARE(SnippetManager::instance()->rowCount(), 0);
-    m_workspace->engineSwitched(true);
-    QCOMPARE(m_workspace->widget()->findChild<QComboBox *>("codeSnippets")->currentText(),
-             QStringLiteral("one"));
-    m_document->fromString("xy");
-    select(1, 1);
-    m_host->action("code_snippet_insert")->trigger();
-    QTEST(m_document->toString(), "text");
-    QTEST(view()->textCursor().position(), "position");
-    if (!code.isEmpty())
-        m_document->undo();
-    QCOMPARE(m_document->toString(), QStringLiteral("xy"));
-
-    m_host->dialogs().expectDialog([](QDialog *dialog) { dialog->reject(); });
-    m_host->action("code_snippet_edit")->trigger();
-    m_host->dialogs().expectDialog([](QDialog *dialog) { dialog->reject(); });
-    m_host->action("code_snippet_new")->trigger();
-}
-
-void TestCodeWorkspace::snippetOfAnotherFileIsDropped()
-{
-    RegularSnipField field("string");
-    field.name = "a";
-    writeFile(m_directory->filePath("ask.xml"), snippetToXml({&field}, "code"));
-    SnippetManager::instance()->setDirectory(m_directory->path());
-    m_workspace->widget()->findChild<QComboBox *>("codeSnippets")->setCurrentIndex(0);
-    Document second(new PlainDocument("second"));
-    m_host->dialogs().expectDialog([&](QDialog *dialog) {
-        m_editor->setCurrentFile(second.get());
-        dialog->accept();
-    });
-    m_workspace->snipInsert();
-    QCOMPARE(second->toString(), QStringLiteral("second"));
-    QCOMPARE(m_document->toString(), QString());
-    // The go-to and the encoding dialogs, while another file comes, and while the file ends.
-    m_document->fromString("a\nb\nc");
-    for (const bool ends : {false, true}) {
-        for (int which = 0; which < 2; ++which) {
-            if (!second)
-                second.reset(new PlainDocument("second"));
-            m_editor->setCurrentFile(second.get());
-            m_host->dialogs().expectDialog([&](QDialog *dialog) {
-                if (auto *input = qobject_cast<QInputDialog *>(dialog))
-                    input->setIntValue(2);
-                if (ends)
-                    second.reset();
-                else
-                    m_editor->setCurrentFile(m_document.get());
-                dialog->accept();
-            });
-            which ? m_workspace->statusClicked() : m_workspace->goToLine();
-            QCOMPARE(m_editor->document(), ends ? nullptr : m_document.get());
-            QCOMPARE(place(), QPoint(0, 0));
-        }
-    }
-}
-
-void TestCodeWorkspace::encodingIsChosen()
-{
-    const QString path = m_directory->filePath("text.st");
-    writeFile(path, "a \xe4\r\nb");
-    QVERIFY(m_document->fromFile(FileSystemArchive::instance(), path, TextCodecs::index("UTF-8"),
-                                 false));
-    QVERIFY(!m_document->toString().contains(QChar(0xe4)));
-    m_editor->setCurrentFile(m_document.get());
-    QCOMPARE(m_host->statusTexts.value(2), QStringLiteral("Encoding: UTF-8"));
-    const int lastLine = m_document->toString().indexOf(QLatin1Char('b'));
-    select(lastLine, lastLine);
-    const auto choose = [](QDialog *dialog) {
-        QCOMPARE(dialog->windowTitle(), QStringLiteral("Encoding"));
-        auto *codecs = dialog->findChild<QComboBox *>("codePage");
-        QCOMPARE(codecs->count(), TextCodecs::count());
-        codecs->setCurrentText("ISO-8859-1");
-        dialog->accept();
-    };
-    m_host->dialogs().expectDialog(choose);
-    m_host->dialogs().expectBox(QMessageBox::Yes);
-    m_workspace->statusClicked();
-    const DialogScript::Seen box = m_host->dialogs().seen().last();
-    QCOMPARE(box.title, QStringLiteral("Reload"));
-    QCOMPARE(box.text,
-             QStringLiteral("Do you want to reload the file using the specified encoding?"));
-    QCOMPARE(m_document->toString(), QString::fromUtf8("a ä\nb"));
-    QCOMPARE(m_host->statusTexts.value(2), QStringLiteral("Encoding: ISO-8859-1"));
-    QCOMPARE(place(), QPoint(1, 0));
-    // Without reading it again the text is to be written in the new encoding.
-    QVERIFY(!m_document->isModified());
-    m_host->dialogs().expectDialog([](QDialog *dialog) {
-        dialog->findChild<QComboBox *>("codePage")->setCurrentText("UTF-8");
-        dialog->accept();
-    });
-    m_host->dialogs().expectBox(QMessageBox::No);
-    m_workspace->statusClicked();
-    QVERIFY(m_document->isModified());
-    QCOMPARE(m_document->toString(), QString::fromUtf8("a ä\nb"));
-    // A file that is nowhere yet is not asked about.
-    Document second(new PlainDocument("x"));
-    m_editor->setCurrentFile(second.get());
-    m_host->dialogs().expectDialog(choose);
-    m_workspace->statusClicked();
-    QCOMPARE(second->codecName(), QStringLiteral("ISO-8859-1"));
-    m_editor->setCurrentFile(nullptr);
-}
-
-void TestCodeWorkspace::statusAndModification()
-{
-    m_document->fromString("a\nbad b\nc");
-    QSignalSpy modified(m_editor.get(), &CodeFileEditor::modified);
-    select(4, 4);
-    QCOMPARE(m_host->statusTexts.value(0), QStringLiteral("Line: 2, Column: 3, Line count: 3"));
-    QCOMPARE(m_host->statusTexts.value(1), QStringLiteral("Syntax error count: 1"));
-    QTest::keyClicks(view(), "d");
-    QVERIFY(modified.size() > 0);
-    QVERIFY(m_editor->isModified());
-    m_editor->undo();
-    QVERIFY(!m_editor->isModified());
-    view()->selectAll();
-    m_editor->copy();
-    m_editor->cut();
-    QCOMPARE(m_document->toString(), QString());
-    m_editor->paste();
-    QCOMPARE(m_document->toString(), QStringLiteral("a\nbad b\nc"));
-    const QString spaces = QString::fromUtf8("no\u00a0break\nthin\u2009 end");
-    m_document->fromString(spaces);
-    view()->selectAll();
-    m_editor->cut();
-    m_editor->paste();
-    QCOMPARE(m_document->toRawText().replace(QChar::ParagraphSeparator, '\n'), spaces);
-    m_document->fromString("a\nbad b\nc");
-    m_editor->navigateTo(1, 4);
-    QCOMPARE(place(), QPoint(1, 4));
-    m_editor->navigateTo(9, 99);
-    QCOMPARE(place(), QPoint(2, 1));
-    // Columns count code units, as those of messages do.
-    m_document->fromString(QString::fromUtf8("\U0001F3AE\U0001F3AE bad\nnext"));
-    m_editor->navigateTo(0, 5);
-    QCOMPARE(place(), QPoint(0, 5));
-    m_document->setModified(false);
-
-    m_editor->deactivate();
-    modified.clear();
-    m_host->statusTexts.clear();
-    select(0, 0);
-    QTest::keyClicks(view(), "x");
-    m_document->setModified(false);
-    QCOMPARE(modified.size(), 0);
-    QVERIFY(!m_host->statusTexts.contains(0));
-}
-
-void TestCodeWorkspace::treeFollows()
-{
-    Document ember(new EmberDocument(EmberDocument::Character));
-    ember->fromString("@about\ntitle: \"A\"\nauthor: \"B\"\n\n@body\nlife: 10\nsize: 30, 60\n");
-    m_editor->setCurrentFile(ember.get());
-    auto *tree = qobject_cast<QTreeView *>(m_host->control("code_tree"));
-    QVERIFY(tree);
-    QCOMPARE(tree->model(), ember->model());
-    const QModelIndex about = tree->model()->index(0, 0);
-    const QModelIndex body = tree->model()->index(1, 0);
-    tree->expand(about);
-    for (const bool expands : {false, true}) {
-        m_host->options["auto_expand_tree"] = expands;
-        view()->setCurrentLine(4, CodeEditor::NoPlacement);
-        QCOMPARE(tree->isExpanded(body), expands);
-        QCOMPARE(tree->isExpanded(about), !expands);
-        view()->setCurrentLine(6, CodeEditor::NoPlacement);
-        QCOMPARE(tree->selectionModel()->selectedIndexes().size(), expands ? 1 : 0);
-    }
-    QVERIFY(tree->currentIndex().data().toString().startsWith("size"));
-    // And the other way round.
-    emit tree->activated(tree->model()->index(1, 0, about));
-    QCOMPARE(place(), QPoint(2, 0));
-    QVERIFY(view()->hasFocus());
-    m_editor->deactivate();
-    emit tree->activated(body);
-    QCOMPARE(place(), QPoint(2, 0));
-    m_editor->setCurrentFile(nullptr);
-}
-
-void TestCodeWorkspace::editorsShareTheView()
-{
-    m_host->options["auto_expand_tree"] = true;
-    TestedEditor other(m_workspace.get());
-    auto *tree = qobject_cast<QTreeView *>(m_host->control("code_tree"));
-    Document first(new EmberDocument(EmberDocument::Character));
-    first->fromString("@about\ntitle: \"A\"\n@body\nlife: 10\n");
-    Document second(new EmberDocument(EmberDocument::Commands));
-    second->fromString("@command a\npress: up\n");
-    m_editor->setCurrentFile(first.get());
-    // As a host goes from one to the other: the file first, then the editors.
-    other.setCurrentFile(second.get());
-    m_editor->deactivate();
-    other.activate();
-    QCOMPARE(view()->codeDocument(), second.get());
-    QCOMPARE(tree->model(), second->model());
-    QCOMPARE(m_host->statusTexts.value(0), QStringLiteral("Line: 1, Column: 1, Line count: 3"));
-    m_host->statusTexts.clear();
-    view()->setCurrentLine(1, CodeEditor::NoPlacement);
-    QVERIFY(m_host->statusTexts.value(0).startsWith("Line: 2,"));
-    QCOMPARE(tree->selectionModel()->selectedIndexes().size(), 1);
-    // The file of the editor that is not shown goes away: nothing is seen of it.
-    m_editor->setCurrentFile(nullptr);
-    QCOMPARE(view()->codeDocument(), second.get());
-    QCOMPARE(tree->model(), second->model());
-    m_editor->setCurrentFile(first.get());
-    QCOMPARE(view()->codeDocument(), first.get());
-    other.deactivate();
-    other.activate();
-    QCOMPARE(view()->codeDocument(), second.get());
-    emit tree->activated(tree->model()->index(0, 0));
-    QCOMPARE(place(), QPoint(0, 0));
-    // What the other editor is told is for its own file, not for the one in the view.
-    QTextCursor all = view()->textCursor();
-    all.select(QTextCursor::Document);
-    view()->setTextCursor(all);
-    m_editor->replace("command", "x", 0, true);
-    m_editor->cut();
-    QCOMPARE(second->toString(), QStringLiteral("@command a\npress: up\n"));
-    m_editor->navigateTo(3, 2);
-    QVERIFY(m_editor->find(first.get(), "life", 0));
-    QCOMPARE(view()->textCursor().selectedText().size(), 21);
-    m_editor->setCurrentFile(first.get());
-    QCOMPARE(place(), QPoint(3, 0));
-    other.setCurrentFile(second.get());
-    m_editor->navigateTo(2, 3);
-    m_editor->setCurrentFile(first.get());
-    QCOMPARE(place(), QPoint(2, 3));
-    // The place is seen with lines above it, also where folds above make the view shorter.
-    first->fromString(QString("@body\n" + QString("life: 1\n").repeated(40)).repeated(10));
-    QTextCursor(first->findBlockByNumber(300)).insertText("@about");
-    for (const bool finds : {false, true}) {
-        view()->toggleBlockVisible(first->findBlockByNumber(finds ? 41 : 0));
-        other.setCurrentFile(second.get());
-        if (finds)
-            QVERIFY(m_editor->find(first.get(), "@about", 0));
-        else
-            m_editor->navigateTo(210, 2);
-        m_editor->setCurrentFile(first.get());
-        QCOMPARE(place(), finds ? QPoint(300, 0) : QPoint(210, 2));
-        const int height = view()->viewport()->height();
-        QVERIFY(qAbs(view()->cursorRect().center().y() - height / 2) < height / 4);
-    }
-    other.setCurrentFile(second.get());
-    other.setCurrentFile(nullptr);
-    QVERIFY(!view()->isEnabled());
-    m_editor->setCurrentFile(nullptr);
-}
-
-void TestCodeWorkspace::finds_data()
-{
-    // From and selected are anchor and position.
-    const auto add =
-        columns<QString, unsigned int, QPoint, QPoint>("sought", "flags", "from", "selected");
-    using F = CodeFileEditor;
-    const unsigned int none = 0, back = F::Backward, wrap = F::WrapAround;
-    const unsigned int expression = F::RegularExpression, exact = F::CaseSensitive;
-    // "One two one\ntwo ONE"
-    add("the first", "one", none, QPoint(0, 0), QPoint(0, 3));
-    add("behind the selection", "one", none, QPoint(0, 3), QPoint(8, 11));
-    add("with the case", "one", exact, QPoint(0, 0), QPoint(8, 11));
-    add("none follows", "one", none, QPoint(16, 19), QPoint(16, 19));
-    add("around the end", "one", wrap, QPoint(16, 19), QPoint(0, 3));
-    add("around, and still none", "three", wrap, QPoint(4, 7), QPoint(4, 7));
-    add("backward", "one", back, QPoint(16, 19), QPoint(8, 11));
-    add("backward from the start", "one", back, QPoint(0, 0), QPoint(0, 3));
-    add("backward, none before", "two", back, QPoint(4, 7), QPoint(4, 7));
-    add("backward around", "ONE", (back | wrap | exact), QPoint(4, 7), QPoint(16, 19));
-    add("an expression", "t.o\\s", expression, QPoint(0, 0), QPoint(4, 8));
-    add("over a line end", "one\\ntwo", expression, QPoint(0, 0), QPoint(8, 15));
-    add("the same taken as it stands", "t.o", none, QPoint(2, 2), QPoint(2, 2));
-    add("a broken expression", "(", expression, QPoint(2, 2), QPoint(2, 2));
-    add("an empty match gets on", "x*", expression, QPoint(5, 5), QPoint(6, 6));
-    add("an empty match at the end", "x*", expression, QPoint(19, 19), QPoint(19, 19));
-    add("no text", "", none, QPoint(4, 7), QPoint(4, 7));
-}
-
-void TestCodeWorkspace::finds()
-{
-    const auto [sought, flags, from, selected] = row<QString, unsigned int, QPoint, QPoint>();
-    m_document->fromString("One two one\ntwo ONE");
-    select(from.x(), from.y());
-    const bool found = m_editor->find(static_cast<ProjectFile *>(m_document.get()), sought, flags);
-    QCOMPARE(QPoint(view()->textCursor().selectionStart(), view()->textCursor().selectionEnd()),
-             selected);
-    const bool empty = sought == "x*";
-    QCOMPARE(found, empty || from != selected);
-}
-
-void TestCodeWorkspace::replacesOne()
-{
-    m_document->fromString("aa b aa");
-    select(0, 2);
-    m_editor->replace("a(a)", "<\\1>", CodeFileEditor::RegularExpression | Quiet, false);
-    QCOMPARE(m_document->toString(), QStringLiteral("<a> b aa"));
-    QCOMPARE(view()->textCursor().selectedText(), QStringLiteral("aa"));
-    m_editor->replace("b", "c", Quiet, false); // the selection does not match
-    QCOMPARE(m_document->toString(), QStringLiteral("<a> b aa"));
-    select(0, 2);
-    m_editor->replace("aa", "c", Quiet, false); // nor does a part of it
-    QCOMPARE(m_document->toString(), QStringLiteral("<a> b aa"));
-    QCOMPARE(view()->textCursor().selectedText(), QStringLiteral("aa"));
-    m_host->dialogs().expectBox(QMessageBox::Ok);
-    m_editor->replace("aa", "\\1", 0, false);
-    QCOMPARE(m_document->toString(), QStringLiteral("<a> b \\1"));
-}
-
-void TestCodeWorkspace::replacesAll()
-{
-    const QString before = sectionedText(3, 3);
-    m_document->fromString(before);
-    view()->setCurrentLine({5, 2, 0});
-    view()->toggleBlockVisible(m_document->findBlockByNumber(10));
-    m_editor->replace("LINE (\\d+)", "row \\1", CodeFileEditor::RegularExpression, true);
-    QString after = before;
-    QCOMPARE(m_document->toString(), after.replace("line ", "row "));
-    QCOMPARE(m_document->lineCount(), m_document->blockCount());
-    QCOMPARE(place(), QPoint(5, 2));
-    m_editor->undo();
-    QCOMPARE(m_document->toString(), before);
-    const int steps = m_document->availableUndoSteps();
-    m_editor->replace("nowhere", "x", 0, true);
-    QCOMPARE(m_document->availableUndoSteps(), steps);
-    // What does not match stays as it is, no-break spaces too.
-    m_document->fromString(QString::fromUtf8("a\u00a0b a b"));
-    m_editor->replace("a b", "c", Quiet, true);
-    QCOMPARE(m_document->toRawText(), QString::fromUtf8("a\u00a0b c"));
-    m_document->fromString(before);
-    view()->setReadOnly(true);
-    m_editor->replace("line", "x", 0, true);
-    QCOMPARE(m_document->toString(), before);
-}
-
-void TestCodeWorkspace::hostileExpressions_data()
-{
-    const auto add = columns<QString, bool, bool>("expression", "all", "outOfTime");
-    const QString endless("(a*)*(a*)*\\2\\1b");
-    add("one that matches nothing everywhere", "b*", true, false);
-    add("one that never ends", endless, false, false);
-    add("one that never ends, replacing", endless, true, true);
-    add("one too many of them", "a", true, true);
-}
-
-void TestCodeWorkspace::hostileExpressions()
-{
-    const auto [expression, all, outOfTime] = row<QString, bool, bool>();
-    const QString text(200000, 'a');
-    m_document->fromString(text);
-    if (outOfTime)
-        m_host->dialogs().expectBox(QMessageBox::Ok);
-    QElapsedTimer timer;
-    timer.start();
-    // Around the end the same would only be tried once more.
-    const unsigned int flags =
-        CodeFileEditor::RegularExpression | CodeFileEditor::WrapAround | Quiet;
-    if (all)
-        m_editor->replace(expression, "x", flags, true);
-    else
-        QVERIFY(!m_editor->find(static_cast<ProjectFile *>(m_document.get()), expression, flags));
-    QVERIFY2(timer.elapsed() < 20000, "nobody waits that long");
-    QString expected = text;
-    if (!outOfTime && all)
-        expected.replace("a", "xa").append("x");
-    QVERIFY(m_document->toString() == expected);
-}
-
-void TestCodeWorkspace::strangersAreRefused()
-{
-    // A search in another file leaves the view alone, and the file opens at the match.
-    m_document->fromString("here");
-    Document other(new PlainDocument("a\nb\n  there"));
-    QVERIFY(m_editor->find(static_cast<ProjectFile *>(other.get()), "there", 0));
-    QVERIFY(!m_editor->find(static_cast<ProjectFile *>(other.get()), "here!", 0));
-    QVERIFY(!m_editor->find(nullptr, "there", 0));
-    QVERIFY(!view()->textCursor().hasSelection());
-    m_editor->setCurrentFile(other.get());
-    QCOMPARE(place(), QPoint(2, 2));
-    m_editor->setCurrentFile(m_document.get());
-}
-
-void TestCodeWorkspace::nothingWithoutADocument()
-{
-    m_document->fromString("bad\n[x]\ny\nz");
-    select(0, 0);
-    view()->setReadOnly(true);
-    for (int round = 0; round < 2; ++round) {
-        for (const char *key :
-             {"code_goto", "code_prev_error", "code_next_error", "code_prev_deprecation",
-              "code_next_deprecation", "code_comment", "code_fold_all", "code_unfold_all",
-              "code_snippet_insert", "code_snippet_new", "code_snippet_edit"})
-            m_host->action(key)->trigger();
-        QCOMPARE(m_document->toString(), QStringLiteral("bad\n[x]\ny\nz"));
-        QCOMPARE(m_document->lineCount(), 4);
-        QCOMPARE(place(), QPoint(0, 0));
-        m_editor->setCurrentFile(nullptr);
-    }
-    m_workspace->statusClicked();
-    m_workspace->zoomIn();
-    m_workspace->retranslate();
-}
-
-void TestCodeWorkspace::hostMakesNothing()
-{
-    m_editor.reset();
-    m_workspace.reset();
-    m_host.reset();
-    m_host = std::make_unique<SparseHost>();
-    m_host->options["show_code_bar"] = true;
-    m_workspace = std::make_unique<CodeWorkspace>(*m_host);
-    m_editor = std::make_unique<TestedEditor>(m_workspace.get());
-    OrganizerEditor organizer;
-    GraphicsWorkspace graphics(*m_host);
-    m_workspace->activate();
-    graphics.reconfig();
-    m_editor->activate();
-    m_editor->setCurrentFile(m_document.get());
-    QTest::keyClicks(view(), "text");
-    m_workspace->showTextBar(false);
-    QCOMPARE(m_host->options.value("show_code_bar"), QVariant(false));
-    m_workspace->retranslate();
-    m_workspace->deactivate();
-    m_editor->deactivate();
-    QCOMPARE(m_document->toString(), QString("text"));
-}
 
 QTEST_MAIN(TestCodeWorkspace)
 #include "tst_codeworkspace.moc"

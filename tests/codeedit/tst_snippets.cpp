@@ -38,277 +38,263 @@ class TestSnippets : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-    void readsAndWritesTheSameBytes();
-    void codeIsRead_data();
-    void codeIsRead();
-    void fieldsBecomeControls_data();
-    void fieldsBecomeControls();
-    void badFiles_data();
-    void badFiles();
-    void listsTheFolder();
-    void dialogChangesNothing();
-    void dialogEditsFields();
-    void translationSource();
+    void init()
+    {
+        m_host = std::make_unique<TestHost>();
+        m_directory = std::make_unique<QTemporaryDir>();
+    }
+
+    void cleanup()
+    {
+        QCOMPARE(m_host->dialogs().finish(), QString());
+        SnippetManager::instance()->setDirectory(QString());
+        m_host.reset();
+    }
+
+    void readsAndWritesTheSameBytes()
+    {
+        std::optional<Snippet> snippet = Snippet::read(Stored);
+        QVERIFY(snippet);
+        QCOMPARE(snippet->fields.size(), size_t(3));
+        QCOMPARE(snippet->fields[0]->title, QString("Width & more"));
+        QCOMPARE(snippet->fields[1]->column.value_or(-1), 15);
+        const auto *items = dynamic_cast<ComboSnipField *>(snippet->fields[2].get());
+        QVERIFY(items);
+        QCOMPARE(items->titles, QStringList({"To the left", "To the <right>"}));
+        QCOMPARE(snippet->code,
+                 QString("@step @who\n\tsize: @width, @width <CURSOR>\n\nface: @dir"));
+        QList<SnipField *> fields;
+        for (const auto &field : snippet->fields)
+            fields << field.get();
+        QCOMPARE(snippetToXml(fields, snippet->code), QByteArray(Stored));
+        // Cancelling the dialog of its fields inserts nothing.
+        m_host->dialogs().expectDialog([](QDialog *dialog) { dialog->reject(); });
+        QCOMPARE(SnippetManager::build(m_host->mainWindow(), Stored), QString());
+    }
+
+    void codeIsRead_data()
+    {
+        const auto add = columns<QByteArray, QString>("code", "text");
+        add("on one line", QByteArray("a: 1"), "a: 1");
+        add("with its own indentation", QByteArray("\n  a\n    b\n"), "  a\n    b");
+        add("a blank line at the end", QByteArray("\n\t\ta\n\t\t\n\t"), "a\n");
+        add("characters by number", QByteArray("&#228;&lt;&#x20ac;"), QString::fromUtf8("ä<€"));
+        add("marked as data", QByteArray("<![CDATA[a <b> &c;]]>"), "a <b> &c;");
+        add("indented by tabs of its own", QByteArray("\n\tif\n\t\tjump\n\t"), "\tif\n\t\tjump");
+        add("nothing", QByteArray(), "");
+    }
+
+    void codeIsRead()
+    {
+        QFETCH(QByteArray, code);
+        // Without fields no dialog opens; the script would tell.
+        QTEST(SnippetManager::build(m_host->mainWindow(), snippetOf("", code)), "text");
+    }
+
+    void fieldsBecomeControls_data()
+    {
+        const auto add = columns<QByteArray, QByteArray, QVariant, QString>("field", "className",
+                                                                            "value", "code");
+        add("string", QByteArray("type='string'"), QByteArray("QLineEdit"), QVariant("x y"),
+            "<x y|x yz>");
+        add("no type is a string", QByteArray(), QByteArray("QLineEdit"), QVariant("q"), "<q|qz>");
+        add("another word is an integer", QByteArray("type='whatever'"), QByteArray("QSpinBox"),
+            QVariant(-12), "<-12|-12z>");
+        add("items give the value", QByteArray("type='items' value='l;r' value_title='Left;Right'"),
+            QByteArray("QComboBox"), QVariant("Right"), "<r|rz>");
+        add("an item without a text", QByteArray("type='items' value='one;two'"),
+            QByteArray("QComboBox"), QVariant("two"), "<two|twoz>");
+        add("a fraction gives a character", QByteArray("type='float'"),
+            QByteArray("QDoubleSpinBox"), QVariant(65.9), "<A|Az>");
+    }
+
+    void fieldsBecomeControls()
+    {
+        auto [field, className, value] = row<QByteArray, QByteArray, QVariant>();
+        m_host->dialogs().expectDialog([&](QDialog *dialog) {
+            auto *control = dialog->findChild<QWidget *>("f");
+            QVERIFY(control);
+            QCOMPARE(QByteArray(control->metaObject()->className()), className);
+            if (auto *text = qobject_cast<QLineEdit *>(control))
+                text->setText(value.toString());
+            else if (auto *number = qobject_cast<QSpinBox *>(control))
+                number->setValue(value.toInt());
+            else if (auto *real = qobject_cast<QDoubleSpinBox *>(control))
+                real->setValue(value.toDouble());
+            else if (auto *list = qobject_cast<QComboBox *>(control))
+                list->setCurrentText(value.toString());
+            dialog->accept();
+        });
+        // A field without a name takes the place of nothing.
+        QTEST(SnippetManager::build(m_host->mainWindow(),
+                                    snippetOf("<field name='f' title='F' column='99' " + field +
+                                                  "/><field title='G' column='-7'/>",
+                                              "&lt;@f|@fz>")),
+              "code");
+    }
+
+    void badFiles_data()
+    {
+        const auto add = columns<QByteArray>("xml");
+        const QByteArray whole(Stored);
+        add("empty", QByteArray());
+        add("cut off in a field", whole.left(100));
+        add("cut off in the code", whole.left(whole.indexOf("size")));
+        add("an unknown entity", snippetOf("", "&nothing;"));
+        add("an element in the code", snippetOf("", "a<b/>c"));
+        add("no XML", QByteArray("\x89PNG\r\n\x1a\n\0\0", 10));
+    }
+
+    void badFiles()
+    {
+        QFETCH(QByteArray, xml);
+        m_host->dialogs().expectBox(QMessageBox::Ok);
+        QCOMPARE(SnippetManager::build(m_host->mainWindow(), xml), QString());
+        // The box tells the line and the column.
+        const QString told = m_host->dialogs().seen().last().text;
+        QVERIFY2(told.contains("line") && told.contains("column"), qPrintable(told));
+    }
+
+    void listsTheFolder()
+    {
+        SnippetManager *manager = SnippetManager::instance();
+        writeFile(m_directory->filePath("b.c.xml"), snippetOf("", "second"));
+        writeFile(m_directory->filePath("a.xml"), snippetOf("", "first"));
+        writeFile(m_directory->filePath("notes.txt"), "no");
+        QSignalSpy inserted(manager, &QAbstractItemModel::rowsInserted);
+        manager->setDirectory(m_directory->path());
+        QCOMPARE(inserted.size(), 1);
+        QCOMPARE(manager->rowCount(), 2);
+        QCOMPARE(manager->data(manager->index(0)).toString(), QString("a"));
+        QCOMPARE(manager->data(manager->index(1)).toString(), QString("b.c"));
+        QVERIFY(!manager->data(manager->index(0), Qt::DecorationRole).isValid());
+        QVERIFY(!manager->data(QModelIndex()).isValid());
+        QCOMPARE(manager->snippet(m_host->mainWindow(), 1), QString("second"));
+        QFile::remove(m_directory->filePath("a.xml"));
+        for (int row : {-1, 0, 2})
+            QCOMPARE(manager->snippet(m_host->mainWindow(), row), QString());
+        manager->setDirectory(m_directory->filePath("none"));
+        QCOMPARE(manager->rowCount(), 0);
+    }
+
+    void dialogChangesNothing()
+    {
+        const QString from = m_directory->filePath("from.xml");
+        const QString to = m_directory->filePath("to.xml");
+        writeFile(from, Stored);
+        SnipDlg dialog(m_host->mainWindow(), from);
+        QCOMPARE(dialog.windowTitle(), QString("Code snippet editor"));
+        // Opening every field and closing it again is no change either.
+        auto *list = dialog.findChild<QListView *>("snipFields");
+        for (int row = 0; row < list->model()->rowCount(); ++row) {
+            list->setCurrentIndex(list->model()->index(row, 0));
+            m_host->dialogs().expectDialog([](QDialog *field) { field->accept(); });
+            dialog.findChild<QPushButton *>("editBut")->click();
+        }
+        m_host->dialogs().expectFiles({to});
+        dialog.findChild<QPushButton *>("saveBut")->click();
+        QCOMPARE(readFile(to), QByteArray(Stored));
+        QCOMPARE(m_host->dialogs().seenTitles().last(), QString("Save code snippet"));
+    }
+
+    void dialogEditsFields()
+    {
+        SnipDlg dialog(m_host->mainWindow());
+        const auto button = [&](const char *name) { return dialog.findChild<QPushButton *>(name); };
+        auto *list = dialog.findChild<QListView *>("snipFields");
+        QVERIFY(!button("insertBut")->isEnabled());
+        auto *code = dialog.findChild<QPlainTextEdit *>("snipEdit");
+        code->setPlainText("a < b\n& c");
+        QString shown;
+        m_host->dialogs().expectDialog([&](QDialog *preview) {
+            shown = preview->findChild<QPlainTextEdit *>("previewText")->toPlainText();
+            preview->reject();
+        });
+        button("previewBut")->click();
+        QCOMPARE(shown, QString("a < b\n& c"));
+        code->clear();
+        for (const char *name : {"one", "two"}) {
+            m_host->dialogs().expectDialog([name](QDialog *field) {
+                QCOMPARE(field->windowTitle(), QString("Add field"));
+                auto *ok = field->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok);
+                QVERIFY(!ok->isEnabled());
+                field->findChild<QLineEdit *>("name")->setText(name);
+                QVERIFY(ok->isEnabled());
+                QVERIFY(!field->findChild<QLineEdit *>("values")->isVisible());
+                field->findChild<QComboBox *>("type")->setCurrentText("items");
+                QVERIFY(field->findChild<QLineEdit *>("values")->isVisible());
+                field->findChild<QLineEdit *>("values")->setText("1;2");
+                field->accept();
+            });
+            button("addBut")->click();
+        }
+        QVERIFY(!button("down")->isEnabled());
+        button("up")->click();
+        button("insertBut")->click();
+        QCOMPARE(code->toPlainText(), QString("@two"));
+        button("removeBut")->click();
+        QCOMPARE(list->model()->rowCount(), 1);
+        m_host->dialogs().expectFiles({m_directory->filePath("new")});
+        button("saveBut")->click();
+        const std::optional<Snippet> saved =
+            Snippet::read(readFile(m_directory->filePath("new.xml")));
+        QVERIFY(saved && saved->fields.size() == 1);
+        QCOMPARE(saved->fields[0]->name, QString("one"));
+        QCOMPARE(saved->code, QString("@two"));
+
+        m_host->dialogs().expectFiles({m_directory->filePath("no such folder/new")});
+        m_host->dialogs().expectBox(QMessageBox::Ok);
+        button("saveBut")->click();
+
+        // The question of the file dialog was for another name, and Escape loses nothing unasked.
+        code->setPlainText("changed");
+        dialog.show();
+        for (const auto answer : {QMessageBox::No, QMessageBox::Yes}) {
+            m_host->dialogs().expectFiles({m_directory->filePath("new")});
+            m_host->dialogs().expectBox(answer);
+            button("saveBut")->click();
+            QCOMPARE(readFile(m_directory->filePath("new.xml")).contains("changed"),
+                     answer == QMessageBox::Yes);
+            if (answer == QMessageBox::No)
+                m_host->dialogs().expectBox(answer);
+            QTest::keyClick(&dialog, Qt::Key_Escape);
+            QCOMPARE(dialog.isVisible(), answer == QMessageBox::No);
+        }
+    }
+
+    void translationSource()
+    {
+        const QString from = m_directory->filePath("jump.xml");
+        const QString to = m_directory->filePath("jump.ts");
+        writeFile(from, Stored);
+        SnipDlg dialog(m_host->mainWindow(), from);
+        m_host->dialogs().expectFiles({to});
+        dialog.findChild<QPushButton *>("saveTSBut")->click();
+        const QByteArray source = readFile(to);
+        QVERIFY(
+            source.startsWith("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<!DOCTYPE TS>\n"
+                              "<TS version=\"2.0\">\n<context>\n\t<name>QSnippetManager</name>\n"
+                              "\t<message>\n\t\t<source>jump</source>\n\t\t<comment>"));
+        QCOMPARE(source.count("</comment>\n\t\t<translation type=\"unfinished\"></translation>\n"
+                              "\t</message>\n"),
+                 6);
+        QVERIFY(source.endsWith("\t</message>\n</context>\n</TS>\n"));
+        QStringList texts;
+        QXmlStreamReader reader(source);
+        while (!reader.atEnd()) {
+            if (reader.readNext() == QXmlStreamReader::StartElement &&
+                reader.name() == QLatin1String("source"))
+                texts << reader.readElementText();
+        }
+        QVERIFY2(!reader.hasError(), qPrintable(reader.errorString()));
+        QCOMPARE(texts, QStringList({"jump", "Width & more", "Who", "Direction", "To the left",
+                                     "To the <right>"}));
+    }
 
 private:
     std::unique_ptr<TestHost> m_host;
     std::unique_ptr<QTemporaryDir> m_directory;
 };
-
-void TestSnippets::init()
-{
-    m_host = std::make_unique<TestHost>();
-    m_directory = std::make_unique<QTemporaryDir>();
-}
-
-void TestSnippets::cleanup()
-{
-    QCOMPARE(m_host->dialogs().finish(), QString());
-    SnippetManager::instance()->setDirectory(QString());
-    m_host.reset();
-}
-
-void TestSnippets::readsAndWritesTheSameBytes()
-{
-    std::optional<Snippet> snippet = Snippet::read(Stored);
-    QVERIFY(snippet);
-    QCOMPARE(snippet->fields.size(), size_t(3));
-    QCOMPARE(snippet->fields[0]->title, QStringLiteral("Width & more"));
-    QCOMPARE(snippet->fields[1]->column.value_or(-1), 15);
-    const auto *items = dynamic_cast<ComboSnipField *>(snippet->fields[2].get());
-    QVERIFY(items);
-    QCOMPARE(items->titles, QStringList({"To the left", "To the <right>"}));
-    QCOMPARE(snippet->code,
-             QStringLiteral("@step @who\n\tsize: @width, @width <CURSOR>\n\nface: @dir"));
-    QList<SnipField *> fields;
-    for (const auto &field : snippet->fields)
-        fields << field.get();
-    QCOMPARE(snippetToXml(fields, snippet->code), QByteArray(Stored));
-    // Cancelling the dialog of its fields inserts nothing.
-    m_host->dialogs().expectDialog([](QDialog *dialog) { dialog->reject(); });
-    QCOMPARE(SnippetManager::build(m_host->mainWindow(), Stored), QString());
-}
-
-void TestSnippets::codeIsRead_data()
-{
-    const auto add = columns<QByteArray, QString>("code", "text");
-    add("on one line", QByteArray("a: 1"), "a: 1");
-    add("with its own indentation", QByteArray("\n  a\n    b\n"), "  a\n    b");
-    add("a blank line at the end", QByteArray("\n\t\ta\n\t\t\n\t"), "a\n");
-    add("characters by number", QByteArray("&#228;&lt;&#x20ac;"), QString::fromUtf8("ä<€"));
-    add("marked as data", QByteArray("<![CDATA[a <b> &c;]]>"), "a <b> &c;");
-    add("indented by tabs of its own", QByteArray("\n\tif\n\t\tjump\n\t"), "\tif\n\t\tjump");
-    add("nothing", QByteArray(), "");
-}
-
-void TestSnippets::codeIsRead()
-{
-    QFETCH(QByteArray, code);
-    // Without fields no dialog opens; the script would tell.
-    QTEST(SnippetManager::build(m_host->mainWindow(), snippetOf("", code)), "text");
-}
-
-void TestSnippets::fieldsBecomeControls_data()
-{
-    const auto add =
-        columns<QByteArray, QByteArray, QVariant, QString>("field", "className", "value", "code");
-    add("string", QByteArray("type='string'"), QByteArray("QLineEdit"), QVariant("x y"),
-        "<x y|x yz>");
-    add("no type is a string", QByteArray(), QByteArray("QLineEdit"), QVariant("q"), "<q|qz>");
-    add("another word is an integer", QByteArray("type='whatever'"), QByteArray("QSpinBox"),
-        QVariant(-12), "<-12|-12z>");
-    add("items give the value", QByteArray("type='items' value='l;r' value_title='Left;Right'"),
-        QByteArray("QComboBox"), QVariant("Right"), "<r|rz>");
-    add("an item without a text", QByteArray("type='items' value='one;two'"),
-        QByteArray("QComboBox"), QVariant("two"), "<two|twoz>");
-    add("a fraction gives a character", QByteArray("type='float'"), QByteArray("QDoubleSpinBox"),
-        QVariant(65.9), "<A|Az>");
-}
-
-void TestSnippets::fieldsBecomeControls()
-{
-    QFETCH(QByteArray, field);
-    QFETCH(QByteArray, className);
-    QFETCH(QVariant, value);
-    m_host->dialogs().expectDialog([&](QDialog *dialog) {
-        auto *control = dialog->findChild<QWidget *>("f");
-        QVERIFY(control);
-        QCOMPARE(QByteArray(control->metaObject()->className()), className);
-        if (auto *text = qobject_cast<QLineEdit *>(control))
-            text->setText(value.toString());
-        else if (auto *number = qobject_cast<QSpinBox *>(control))
-            number->setValue(value.toInt());
-        else if (auto *real = qobject_cast<QDoubleSpinBox *>(control))
-            real->setValue(value.toDouble());
-        else if (auto *list = qobject_cast<QComboBox *>(control))
-            list->setCurrentText(value.toString());
-        dialog->accept();
-    });
-    // A field without a name takes the place of nothing.
-    QTEST(SnippetManager::build(m_host->mainWindow(),
-                                snippetOf("<field name='f' title='F' column='99' " + field +
-                                              "/><field title='G' column='-7'/>",
-                                          "&lt;@f|@fz>")),
-          "code");
-}
-
-void TestSnippets::badFiles_data()
-{
-    const auto add = columns<QByteArray>("xml");
-    const QByteArray whole(Stored);
-    add("empty", QByteArray());
-    add("cut off in a field", whole.left(100));
-    add("cut off in the code", whole.left(whole.indexOf("size")));
-    add("an unknown entity", snippetOf("", "&nothing;"));
-    add("an element in the code", snippetOf("", "a<b/>c"));
-    add("no XML", QByteArray("\x89PNG\r\n\x1a\n\0\0", 10));
-}
-
-void TestSnippets::badFiles()
-{
-    QFETCH(QByteArray, xml);
-    m_host->dialogs().expectBox(QMessageBox::Ok);
-    QCOMPARE(SnippetManager::build(m_host->mainWindow(), xml), QString());
-    // The box tells the line and the column.
-    const QString told = m_host->dialogs().seen().last().text;
-    QVERIFY2(told.contains("line") && told.contains("column"), qPrintable(told));
-}
-
-void TestSnippets::listsTheFolder()
-{
-    SnippetManager *manager = SnippetManager::instance();
-    writeFile(m_directory->filePath("b.c.xml"), snippetOf("", "second"));
-    writeFile(m_directory->filePath("a.xml"), snippetOf("", "first"));
-    writeFile(m_directory->filePath("notes.txt"), "no");
-    QSignalSpy inserted(manager, &QAbstractItemModel::rowsInserted);
-    manager->setDirectory(m_directory->path());
-    QCOMPARE(inserted.size(), 1);
-    QCOMPARE(manager->rowCount(), 2);
-    QCOMPARE(manager->data(manager->index(0)).toString(), QStringLiteral("a"));
-    QCOMPARE(manager->data(manager->index(1)).toString(), QStringLiteral("b.c"));
-    QVERIFY(!manager->data(manager->index(0), Qt::DecorationRole).isValid());
-    QVERIFY(!manager->data(QModelIndex()).isValid());
-    QCOMPARE(manager->snippet(m_host->mainWindow(), 1), QStringLiteral("second"));
-    QFile::remove(m_directory->filePath("a.xml"));
-    for (int row : {-1, 0, 2})
-        QCOMPARE(manager->snippet(m_host->mainWindow(), row), QString());
-    manager->setDirectory(m_directory->filePath("none"));
-    QCOMPARE(manager->rowCount(), 0);
-}
-
-void TestSnippets::dialogChangesNothing()
-{
-    const QString from = m_directory->filePath("from.xml");
-    const QString to = m_directory->filePath("to.xml");
-    writeFile(from, Stored);
-    SnipDlg dialog(m_host->mainWindow(), from);
-    QCOMPARE(dialog.windowTitle(), QStringLiteral("Code snippet editor"));
-    // Opening every field and closing it again is no change either.
-    auto *list = dialog.findChild<QListView *>("snipFields");
-    for (int row = 0; row < list->model()->rowCount(); ++row) {
-        list->setCurrentIndex(list->model()->index(row, 0));
-        m_host->dialogs().expectDialog([](QDialog *field) { field->accept(); });
-        dialog.findChild<QPushButton *>("editBut")->click();
-    }
-    m_host->dialogs().expectFiles({to});
-    dialog.findChild<QPushButton *>("saveBut")->click();
-    QCOMPARE(readFile(to), QByteArray(Stored));
-    QCOMPARE(m_host->dialogs().seenTitles().last(), QStringLiteral("Save code snippet"));
-}
-
-void TestSnippets::dialogEditsFields()
-{
-    SnipDlg dialog(m_host->mainWindow());
-    const auto button = [&](const char *name) { return dialog.findChild<QPushButton *>(name); };
-    auto *list = dialog.findChild<QListView *>("snipFields");
-    QVERIFY(!button("insertBut")->isEnabled());
-    auto *code = dialog.findChild<QPlainTextEdit *>("snipEdit");
-    code->setPlainText("a < b\n& c");
-    QString shown;
-    m_host->dialogs().expectDialog([&](QDialog *preview) {
-        shown = preview->findChild<QPlainTextEdit *>("previewText")->toPlainText();
-        preview->reject();
-    });
-    button("previewBut")->click();
-    QCOMPARE(shown, QStringLiteral("a < b\n& c"));
-    code->clear();
-    for (const char *name : {"one", "two"}) {
-        m_host->dialogs().expectDialog([name](QDialog *field) {
-            QCOMPARE(field->windowTitle(), QStringLiteral("Add field"));
-            auto *ok = field->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok);
-            QVERIFY(!ok->isEnabled());
-            field->findChild<QLineEdit *>("name")->setText(name);
-            QVERIFY(ok->isEnabled());
-            QVERIFY(!field->findChild<QLineEdit *>("values")->isVisible());
-            field->findChild<QComboBox *>("type")->setCurrentText("items");
-            QVERIFY(field->findChild<QLineEdit *>("values")->isVisible());
-            field->findChild<QLineEdit *>("values")->setText("1;2");
-            field->accept();
-        });
-        button("addBut")->click();
-    }
-    QVERIFY(!button("down")->isEnabled());
-    button("up")->click();
-    button("insertBut")->click();
-    QCOMPARE(code->toPlainText(), QStringLiteral("@two"));
-    button("removeBut")->click();
-    QCOMPARE(list->model()->rowCount(), 1);
-    m_host->dialogs().expectFiles({m_directory->filePath("new")});
-    button("saveBut")->click();
-    const std::optional<Snippet> saved = Snippet::read(readFile(m_directory->filePath("new.xml")));
-    QVERIFY(saved && saved->fields.size() == 1);
-    QCOMPARE(saved->fields[0]->name, QStringLiteral("one"));
-    QCOMPARE(saved->code, QStringLiteral("@two"));
-
-    m_host->dialogs().expectFiles({m_directory->filePath("no such folder/new")});
-    m_host->dialogs().expectBox(QMessageBox::Ok);
-    button("saveBut")->click();
-
-    // The question of the file dialog was for another name, and Escape loses nothing unasked.
-    code->setPlainText("changed");
-    dialog.show();
-    for (const auto answer : {QMessageBox::No, QMessageBox::Yes}) {
-        m_host->dialogs().expectFiles({m_directory->filePath("new")});
-        m_host->dialogs().expectBox(answer);
-        button("saveBut")->click();
-        QCOMPARE(readFile(m_directory->filePath("new.xml")).contains("changed"),
-                 answer == QMessageBox::Yes);
-        if (answer == QMessageBox::No)
-            m_host->dialogs().expectBox(answer);
-        QTest::keyClick(&dialog, Qt::Key_Escape);
-        QCOMPARE(dialog.isVisible(), answer == QMessageBox::No);
-    }
-}
-
-void TestSnippets::translationSource()
-{
-    const QString from = m_directory->filePath("jump.xml");
-    const QString to = m_directory->filePath("jump.ts");
-    writeFile(from, Stored);
-    SnipDlg dialog(m_host->mainWindow(), from);
-    m_host->dialogs().expectFiles({to});
-    dialog.findChild<QPushButton *>("saveTSBut")->click();
-    const QByteArray source = readFile(to);
-    QVERIFY(source.startsWith("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<!DOCTYPE TS>\n"
-                              "<TS version=\"2.0\">\n<context>\n\t<name>QSnippetManager</name>\n"
-                              "\t<message>\n\t\t<source>jump</source>\n\t\t<comment>"));
-    QCOMPARE(source.count("</comment>\n\t\t<translation type=\"unfinished\"></translation>\n"
-                          "\t</message>\n"),
-             6);
-    QVERIFY(source.endsWith("\t</message>\n</context>\n</TS>\n"));
-    QStringList texts;
-    QXmlStreamReader reader(source);
-    while (!reader.atEnd()) {
-        if (reader.readNext() == QXmlStreamReader::StartElement &&
-            reader.name() == QLatin1String("source"))
-            texts << reader.readElementText();
-    }
-    QVERIFY2(!reader.hasError(), qPrintable(reader.errorString()));
-    QCOMPARE(texts, QStringList({"jump", "Width & more", "Who", "Direction", "To the left",
-                                 "To the <right>"}));
-}
 
 QTEST_MAIN(TestSnippets)
 #include "tst_snippets.moc"

@@ -7,12 +7,12 @@
 #include <kilnx/code/messages.h>
 #include <kilnx/image/sprite.h>
 #include <kilnx/project/archive.h>
+#include <tests/support/release.h>
+#include <tests/support/rows.h>
 #include <tests/support/testhost.h>
 
-#include <QRandomGenerator>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QTextBlock>
+#include <QtGui/QtGui>
+#include <QtTest/QtTest>
 
 #include <functional>
 #include <memory>
@@ -23,9 +23,6 @@ using EmberAnimationText::Line;
 namespace
 {
 
-struct Release {
-    void operator()(EmberDocument *document) const { document->release(); }
-};
 using Document = std::unique_ptr<EmberDocument, Release>;
 
 Document fileOf(const QString &text)
@@ -47,7 +44,7 @@ QStringList messages(const EmberDocument *document)
     QStringList texts;
     for (unsigned int i = 0; i < list->count(Message::All); ++i) {
         const Message message = list->at(i, Message::All);
-        texts << QStringLiteral("%1: %2").arg(message.line + 1).arg(message.text);
+        texts << QString("%1: %2").arg(message.line + 1).arg(message.text);
     }
     return texts;
 }
@@ -67,506 +64,468 @@ const char *const walk = "; He walks.\n"
 } // namespace
 
 /// Ember's animation files: their language, their setters, and the list under random edits.
+
 class EmberAnimationsTest : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void values_data();
-    void values();
-    void faults_data();
-    void faults();
-    void setters_data();
-    void setters();
-    void badValues();
-    void boxes_data();
-    void boxes();
-    void loopPoint();
-    void insertFrame();
-    void nodesThatABracketTookAway();
-    void optimize();
-    void header();
-    void hero();
-    void randomLines();
-};
+    void values_data()
+    {
+        columns<QString, QString>("line", "values");
+        addRow("nothing but a sprite", "frame: w1", "w1 0,0 1 1,1 0 0 -");
+        addRow("all of it", "frame: w 1, at -2 3, for 6, flip hv, scale 2 0.5, angle -45, loop",
+               "w 1 -2,3 6 2,0.5 -45 3 loop");
+        addRow("one factor for both", "frame: w, scale 1.5", "w 0,0 1 1.5,1.5 0 0 -");
+        addRow("for ever", "frame: w, for ever", "w 0,0 -1 1,1 0 0 -");
+        addRow("no sprite, blanks", "  frame :  ,  for   9 ,flip  v;x", " 0,0 9 1,1 0 1 -");
+        addRow("the first counts", "frame: w, for 2, for 3", "w 0,0 2 1,1 0 0 -");
+        addRow("unreadable ones are as if not there",
+               "frame: w, at 1, for -1, scale x, angle 1 2, flip z, loop 1", "w 0,0 1 1,1 0 0 -");
+        addRow("no finite numbers", "frame: w, scale nan, angle inf", "w 0,0 1 1,1 0 0 -");
+    }
 
-void EmberAnimationsTest::values_data()
-{
-    QTest::addColumn<QString>("line");
-    QTest::addColumn<QString>("values");
-    QTest::newRow("nothing but a sprite") << "frame: w1"
-                                          << "w1 0,0 1 1,1 0 0 -";
-    QTest::newRow("all of it")
-        << "frame: w 1, at -2 3, for 6, flip hv, scale 2 0.5, angle -45, loop"
-        << "w 1 -2,3 6 2,0.5 -45 3 loop";
-    QTest::newRow("one factor for both") << "frame: w, scale 1.5"
-                                         << "w 0,0 1 1.5,1.5 0 0 -";
-    QTest::newRow("for ever") << "frame: w, for ever"
-                              << "w 0,0 -1 1,1 0 0 -";
-    QTest::newRow("no sprite, blanks") << "  frame :  ,  for   9 ,flip  v;x"
-                                       << " 0,0 9 1,1 0 1 -";
-    QTest::newRow("the first counts") << "frame: w, for 2, for 3"
-                                      << "w 0,0 2 1,1 0 0 -";
-    QTest::newRow("unreadable ones are as if not there")
-        << "frame: w, at 1, for -1, scale x, angle 1 2, flip z, loop 1"
-        << "w 0,0 1 1,1 0 0 -";
-    QTest::newRow("no finite numbers") << "frame: w, scale nan, angle inf"
-                                       << "w 0,0 1 1,1 0 0 -";
-}
+    void values()
+    {
+        QFETCH(QString, line);
+        const Document document = fileOf(QString("@animation a\n") + line);
+        const FrameCode *frame = firstFrame(document);
+        QVERIFY(frame);
+        const QString values = QString("%1 %2,%3 %4 %5,%6 %7 %8 %9")
+                                   .arg(frame->identifier())
+                                   .arg(frame->offset().x())
+                                   .arg(frame->offset().y())
+                                   .arg(frame->delay())
+                                   .arg(frame->scale().x())
+                                   .arg(frame->scale().y())
+                                   .arg(frame->angle())
+                                   .arg(frame->flip())
+                                   .arg(frame->isLoopPoint() ? "loop" : "-");
+        QTEST(values, "values");
+    }
 
-void EmberAnimationsTest::values()
-{
-    QFETCH(QString, line);
-    const Document document = fileOf(QStringLiteral("@animation a\n") + line);
-    const FrameCode *frame = firstFrame(document);
-    QVERIFY(frame);
-    const QString values = QStringLiteral("%1 %2,%3 %4 %5,%6 %7 %8 %9")
-                               .arg(frame->identifier())
-                               .arg(frame->offset().x())
-                               .arg(frame->offset().y())
-                               .arg(frame->delay())
-                               .arg(frame->scale().x())
-                               .arg(frame->scale().y())
-                               .arg(frame->angle())
-                               .arg(frame->flip())
-                               .arg(frame->isLoopPoint() ? "loop" : "-");
-    QTEST(values, "values");
-}
+    void faults_data()
+    {
+        columns<QString, QStringList>("text", "messages");
+        addRow("none", QString(walk), QStringList());
+        addRow("frames and boxes before any header", "frame: a\nbody: 1, 2, 3, 4\n@animation a",
+               QStringList{"1: A frame needs an animation above it",
+                           "2: A box needs an animation above it"});
+        addRow("boxes before any header, and below one that follows them",
+               "body: 1, 2, 3, 4\nstrike: 1, 2, 3, 4\n\nframe: a\n@animation a\nbody: 1, 2, 3, "
+               "4\nframe: "
+               "b",
+               QStringList{"1: A box needs an animation above it",
+                           "2: A box needs an animation above it",
+                           "4: A frame needs an animation above it"});
+        addRow("clauses", "@animation a\nframe: a, at x 2, for 2, for 3, over 4",
+               QStringList{"2: 'at' wants two whole numbers", "2: 'for' is given twice",
+                           "2: There is no 'over' here"});
+        addRow("boxes", "@animation a\nbody: 1, 2, 3\nstrike:\nbody: 1, 1, 1, 5\nframe: x",
+               QStringList{"2: A box is four whole numbers: left, top, right, bottom",
+                           "3: A box is four whole numbers: left, top, right, bottom",
+                           "4: This box is empty"});
+        addRow("headers", "@animation\n@animation b, layer 12\n@@animation c",
+               QStringList{"1: An animation needs an identifier",
+                           "2: 'layer' wants a number from 0 to 9",
+                           "3: This is written '@animation'"});
+        addRow(
+            "boxes below the last frame, or in an animation without any",
+            "@animation a\nbody: 1, 2, 3, 4\n@animation b\nframe: x\n ; note\n strike: 1, 2, 3, 4",
+            QStringList{"2: A box needs a frame below it", "6: A box needs a frame below it"});
+        addRow("more than one loop mark",
+               "@animation a\nframe: x, loop\nframe: y, loop\nframe: z, loop\n"
+               "@animation b\nframe: x, loop, loop",
+               QStringList{"3: The animation has a loop mark above already",
+                           "4: The animation has a loop mark above already",
+                           "6: 'loop' is given twice"});
+        addRow("identifiers that are taken, but not none",
+               "@animation a\n@animation A\n@animation a, layer x\n@animation\n@animation",
+               QStringList{"3: 'layer' wants a number from 0 to 9",
+                           "3: There is an animation 'a' above already",
+                           "4: An animation needs an identifier",
+                           "5: An animation needs an identifier"});
+        addRow("lines of other files", "@state stand\ncel: x",
+               QStringList{"1: '@animation', 'frame:', 'strike:' or 'body:' expected",
+                           "2: '@animation', 'frame:', 'strike:' or 'body:' expected"});
+    }
 
-void EmberAnimationsTest::faults_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QStringList>("messages");
-    QTest::newRow("none") << QString(walk) << QStringList();
-    QTest::newRow("frames and boxes before any header")
-        << "frame: a\nbody: 1, 2, 3, 4\n@animation a"
-        << QStringList{"1: A frame needs an animation above it",
-                       "2: A box needs an animation above it"};
-    QTest::newRow("boxes before any header, and below one that follows them")
-        << "body: 1, 2, 3, 4\nstrike: 1, 2, 3, 4\n\nframe: a\n@animation a\nbody: 1, 2, 3, "
-           "4\nframe: "
-           "b"
-        << QStringList{"1: A box needs an animation above it",
-                       "2: A box needs an animation above it",
-                       "4: A frame needs an animation above it"};
-    QTest::newRow("clauses") << "@animation a\nframe: a, at x 2, for 2, for 3, over 4"
-                             << QStringList{"2: 'at' wants two whole numbers",
-                                            "2: 'for' is given twice",
-                                            "2: There is no 'over' here"};
-    QTest::newRow("boxes") << "@animation a\nbody: 1, 2, 3\nstrike:\nbody: 1, 1, 1, 5\nframe: x"
-                           << QStringList{
-                                  "2: A box is four whole numbers: left, top, right, bottom",
-                                  "3: A box is four whole numbers: left, top, right, bottom",
-                                  "4: This box is empty"};
-    QTest::newRow("headers") << "@animation\n@animation b, layer 12\n@@animation c"
-                             << QStringList{"1: An animation needs an identifier",
-                                            "2: 'layer' wants a number from 0 to 9",
-                                            "3: This is written '@animation'"};
-    QTest::newRow("boxes below the last frame, or in an animation without any")
-        << "@animation a\nbody: 1, 2, 3, 4\n@animation b\nframe: x\n ; note\n strike: 1, 2, 3, 4"
-        << QStringList{"2: A box needs a frame below it", "6: A box needs a frame below it"};
-    QTest::newRow("more than one loop mark")
-        << "@animation a\nframe: x, loop\nframe: y, loop\nframe: z, loop\n"
-           "@animation b\nframe: x, loop, loop"
-        << QStringList{"3: The animation has a loop mark above already",
-                       "4: The animation has a loop mark above already",
-                       "6: 'loop' is given twice"};
-    QTest::newRow("identifiers that are taken, but not none")
-        << "@animation a\n@animation A\n@animation a, layer x\n@animation\n@animation"
-        << QStringList{"3: 'layer' wants a number from 0 to 9",
-                       "3: There is an animation 'a' above already",
-                       "4: An animation needs an identifier",
-                       "5: An animation needs an identifier"};
-    QTest::newRow("lines of other files")
-        << "@state stand\ncel: x"
-        << QStringList{"1: '@animation', 'frame:', 'strike:' or 'body:' expected",
-                       "2: '@animation', 'frame:', 'strike:' or 'body:' expected"};
-}
+    void faults()
+    {
+        QFETCH(QString, text);
+        const Document document = fileOf(text);
+        QTEST(messages(document.get()), "messages");
+    }
 
-void EmberAnimationsTest::faults()
-{
-    QFETCH(QString, text);
-    const Document document = fileOf(text);
-    QTEST(messages(document.get()), "messages");
-}
-
-void EmberAnimationsTest::setters_data()
-{
-    QTest::addColumn<QString>("line");
-    QTest::addColumn<QString>("property");
-    QTest::addColumn<QVariant>("value");
-    QTest::addColumn<QString>("after");
-    const QString full = QStringLiteral("    frame: w, at 1 2, for 3, odd ; note");
-    QTest::newRow("in its place, the comment stays") << full << "Offset" << QVariant(QPoint(-4, 5))
-                                                     << "    frame: w, at -4 5, for 3, odd ; note";
-    QTest::newRow("behind the others") << full << "Angle" << QVariant(22.5)
-                                       << "    frame: w, at 1 2, for 3, odd, angle 22.5 ; note";
-    QTest::newRow("what holds anyway goes")
-        << full << "Delay" << QVariant(1) << "    frame: w, at 1 2, odd ; note";
-    QTest::newRow("for ever") << full << "Delay" << QVariant(-9)
-                              << "    frame: w, at 1 2, for ever, odd ; note";
-    QTest::newRow("the value that it has") << full << "Offset" << QVariant(QPoint(1, 2)) << full;
-    QTest::newRow("a sprite") << full << "Identifier" << QVariant("x,y;z")
-                              << "    frame: x y z, at 1 2, for 3, odd ; note";
-    QTest::newRow("a sprite where none was") << "frame:"
-                                             << "Identifier" << QVariant("w") << "frame: w";
-    QTest::newRow("flip") << "frame: w"
-                          << "Flip" << QVariant(2) << "frame: w, flip h";
-    QTest::newRow("scale, equal factors")
-        << "frame: w, scale 1 2"
-        << "Scale" << QVariant(QPointF(2, 2)) << "frame: w, scale 2";
-    QTest::newRow("an unreadable clause is replaced")
-        << "frame: w, at x"
-        << "Offset" << QVariant(QPoint(1, 1)) << "frame: w, at 1 1";
-    QTest::newRow("an unknown property") << full << "Colour" << QVariant(1) << full;
-    QTest::newRow("a doubled clause is set")
-        << "frame: w, for 5, flip h, for 3,for 5 ; x"
-        << "Delay" << QVariant(7) << "frame: w, for 7, flip h ; x";
-    QTest::newRow("a doubled clause goes") << "frame: w, for 5, flip h, for 3"
-                                           << "Delay" << QVariant(1) << "frame: w, flip h";
-    QTest::newRow("a doubled mark goes") << "frame: w, loop, loop, at 1 1"
-                                         << "LoopPoint" << QVariant(false) << "frame: w, at 1 1";
-    QTest::newRow("a doubled clause of a header")
-        << "@animation b, once, layer 2, once"
-        << "Once" << QVariant(false) << "@animation b, layer 2";
-    QTest::newRow("a number as a name")
-        << full << "Identifier" << QVariant(7) << "    frame: 7, at 1 2, for 3, odd ; note";
-    QTest::newRow("a number as text") << "frame: w"
-                                      << "Angle" << QVariant("4.5") << "frame: w, angle 4.5";
-    const QVariant wrong[] = {QVariant(),
-                              "soon",
-                              2.5,
-                              1e99,
-                              qInf(),
-                              qQNaN(),
-                              QPointF(1e99, 0),
-                              QVariant::fromValue<void *>(nullptr),
-                              QVariantList{1, 2},
-                              true};
-    const QVector<QPair<QString, QVector<int>>> kinds{{"Offset", {0, 1, 2, 3, 4, 5, 6, 7, 8}},
-                                                      {"Delay", {0, 1, 2, 3, 4, 5, 6, 7, 8}},
-                                                      {"Scale", {0, 1, 2, 4, 5, 7, 8}},
-                                                      {"Angle", {0, 1, 4, 5, 6, 7, 8}},
-                                                      {"Flip", {0, 1, 2, 3, 4, 5, 6, 7, 8}},
-                                                      {"LoopPoint", {0, 1, 2, 3, 4, 5, 6, 7, 8}},
-                                                      {"Identifier", {0, 2, 6, 7, 8, 9}},
-                                                      {"Title", {0, 2, 6, 7, 8, 9}},
-                                                      {"Name", {0, 2, 6, 7, 8, 9}},
-                                                      {"Layer", {0, 1, 2, 3, 4, 5, 6, 7, 8}},
-                                                      {"Once", {0, 1, 2, 3, 4, 5, 6, 7, 8}}};
-    for (const auto &kind : kinds) {
-        for (const int index : kind.second) {
-            for (const QString &line : {full + ", loop", QString("@animation b, title T, once")})
-                QTest::addRow("refused by a %s: %s %d", line.startsWith('@') ? "header" : "frame",
-                              qPrintable(kind.first), index)
-                    << line << kind.first << wrong[index] << line;
+    void setters_data()
+    {
+        columns<QString, QString, QVariant, QString>("line", "property", "value", "after");
+        const QString full = QString("    frame: w, at 1 2, for 3, odd ; note");
+        addRow("in its place, the comment stays", full, "Offset", QVariant(QPoint(-4, 5)),
+               "    frame: w, at -4 5, for 3, odd ; note");
+        addRow("behind the others", full, "Angle", QVariant(22.5),
+               "    frame: w, at 1 2, for 3, odd, angle 22.5 ; note");
+        addRow("what holds anyway goes", full, "Delay", QVariant(1),
+               "    frame: w, at 1 2, odd ; note");
+        addRow("for ever", full, "Delay", QVariant(-9),
+               "    frame: w, at 1 2, for ever, odd ; note");
+        addRow("the value that it has", full, "Offset", QVariant(QPoint(1, 2)), full);
+        addRow("a sprite", full, "Identifier", QVariant("x,y;z"),
+               "    frame: x y z, at 1 2, for 3, odd ; note");
+        addRow("a sprite where none was", "frame:", "Identifier", QVariant("w"), "frame: w");
+        addRow("flip", "frame: w", "Flip", QVariant(2), "frame: w, flip h");
+        addRow("scale, equal factors", "frame: w, scale 1 2", "Scale", QVariant(QPointF(2, 2)),
+               "frame: w, scale 2");
+        addRow("an unreadable clause is replaced", "frame: w, at x", "Offset",
+               QVariant(QPoint(1, 1)), "frame: w, at 1 1");
+        addRow("an unknown property", full, "Colour", QVariant(1), full);
+        addRow("a doubled clause is set", "frame: w, for 5, flip h, for 3,for 5 ; x", "Delay",
+               QVariant(7), "frame: w, for 7, flip h ; x");
+        addRow("a doubled clause goes", "frame: w, for 5, flip h, for 3", "Delay", QVariant(1),
+               "frame: w, flip h");
+        addRow("a doubled mark goes", "frame: w, loop, loop, at 1 1", "LoopPoint", QVariant(false),
+               "frame: w, at 1 1");
+        addRow("a doubled clause of a header", "@animation b, once, layer 2, once", "Once",
+               QVariant(false), "@animation b, layer 2");
+        addRow("a number as a name", full, "Identifier", QVariant(7),
+               "    frame: 7, at 1 2, for 3, odd ; note");
+        addRow("a number as text", "frame: w", "Angle", QVariant("4.5"), "frame: w, angle 4.5");
+        const QVariant wrong[] = {QVariant(),
+                                  "soon",
+                                  2.5,
+                                  1e99,
+                                  qInf(),
+                                  qQNaN(),
+                                  QPointF(1e99, 0),
+                                  QVariant::fromValue<void *>(nullptr),
+                                  QVariantList{1, 2},
+                                  true};
+        const QVector<QPair<QString, QVector<int>>> kinds{
+            {"Offset", {0, 1, 2, 3, 4, 5, 6, 7, 8}},
+            {"Delay", {0, 1, 2, 3, 4, 5, 6, 7, 8}},
+            {"Scale", {0, 1, 2, 4, 5, 7, 8}},
+            {"Angle", {0, 1, 4, 5, 6, 7, 8}},
+            {"Flip", {0, 1, 2, 3, 4, 5, 6, 7, 8}},
+            {"LoopPoint", {0, 1, 2, 3, 4, 5, 6, 7, 8}},
+            {"Identifier", {0, 2, 6, 7, 8, 9}},
+            {"Title", {0, 2, 6, 7, 8, 9}},
+            {"Name", {0, 2, 6, 7, 8, 9}},
+            {"Layer", {0, 1, 2, 3, 4, 5, 6, 7, 8}},
+            {"Once", {0, 1, 2, 3, 4, 5, 6, 7, 8}}};
+        for (const auto &kind : kinds) {
+            for (const int index : kind.second) {
+                for (const QString &line :
+                     {full + ", loop", QString("@animation b, title T, once")})
+                    QTest::addRow("refused by a %s: %s %d",
+                                  line.startsWith('@') ? "header" : "frame", qPrintable(kind.first),
+                                  index)
+                        << line << kind.first << wrong[index] << line;
+            }
         }
     }
-}
 
-void EmberAnimationsTest::setters()
-{
-    QFETCH(QString, line);
-    QFETCH(QString, property);
-    QFETCH(QVariant, value);
-    const bool isHeader = line.startsWith(QLatin1Char('@'));
-    const Document document = fileOf(QStringLiteral("@animation a\n") + line);
-    AnimationCode *animation = document->animations()->at(isHeader ? 1 : 0);
-    FrameCode *frame = animation->frameAt(0);
-    PropertyItem *item = animation;
-    if (!isHeader)
-        item = frame;
-    item->setProperty(property, value);
-    QTEST(document->findBlockByNumber(1).text(), "after");
-    QCOMPARE(animation->frameAt(0), frame);
-    QCOMPARE(difference(*document), QString());
-}
-
-void EmberAnimationsTest::badValues()
-{
-    const Document document = fileOf(QString::fromLatin1(walk));
-    FrameCode *frame = firstFrame(document);
-    frame->setScale({qInf(), 1});
-    frame->setAngle(qQNaN());
-    frame->setScale({1.0 / 3, 1});
-    frame->setScale({1.0 / 3, 1});
-    QVERIFY(qAbs(frame->scale().x() - 1.0 / 3) < 1e-9);
-    AnimationCode *animation = document->animations()->at(0);
-    animation->setProperty(QStringLiteral("Identifier"), QStringLiteral(" ,; "));
-    QCOMPARE(animation->name(), QStringLiteral("walk"));
-    QVERIFY(messages(document.get()).isEmpty());
-    QCOMPARE(difference(*document), QString());
-}
-
-void EmberAnimationsTest::boxes_data()
-{
-    QTest::addColumn<bool>("parsesInBrackets");
-    QTest::newRow("in brackets too") << true;
-    QTest::newRow("after brackets") << false;
-}
-
-void EmberAnimationsTest::boxes()
-{
-    QFETCH(bool, parsesInBrackets);
-    const Document document = fileOf(QString::fromLatin1(walk));
-    document->setOption(QStringLiteral("parseCode"), parsesInBrackets, false, false);
-    FrameCode *frame = firstFrame(document);
-    FrameCode *second = document->animations()->at(0)->frameAt(1);
-    ContactBoxesCode *strikes = frame->attackBoxes();
-    ContactBoxesCode *bodies = frame->collisionBoxes();
-    QCOMPARE(strikes->count(), 0u);
-    QCOMPARE(bodies->at(0)->rect(), QRect(-10, -60, 20, 60));
-    QCOMPARE(second->attackBoxes()->count(), 1u);
-    QCOMPARE(bodies->at(1), nullptr);
-
-    ContactBoxCode *added = bodies->add(QRect(QPoint(5, 5), QPoint(0, 0)));
-    QVERIFY(added);
-    QCOMPARE(bodies->indexOf(added), 1);
-    QCOMPARE(added->rect(), QRect(QPoint(5, 5), QPoint(0, 0)).normalized());
-    QCOMPARE(added->boxType(), ContactBoxCode::Collision);
-    added->setRect(QRect(1, 2, 3, 4));
-    QCOMPARE(bodies->at(1), added);
-    QCOMPARE(document->findBlockByNumber(3).text(), QStringLiteral("    body: 1, 2, 4, 6"));
-    strikes->add(QRect(0, 0, 1, 1));
-    QCOMPARE(document->findBlockByNumber(4).text(), QStringLiteral("    strike: 0, 0, 1, 1"));
-    bodies->remove(strikes->at(0));
-    bodies->remove(nullptr);
-    QCOMPARE(bodies->count(), 2u);
-    bodies->remove(bodies->at(0));
-    QCOMPARE(bodies->rects(), QVector<QRect>{QRect(1, 2, 3, 4)});
-    const QVector<QRect> three{QRect(0, 0, 2, 2), QRect(1, 1, 1, 1), QRect(2, 2, 9, 9)};
-    bodies->setRects(three);
-    QCOMPARE(bodies->rects(), three);
-    document->beginChange();
-    bodies->setRects({QRect(7, 7, 7, 7)});
-    QCOMPARE(bodies->rects(), QVector<QRect>{QRect(7, 7, 7, 7)});
-    QVERIFY(bodies->add(QRect(8, 8, 8, 8)));
-    bodies->remove(bodies->at(0));
-    frame->setDelay(9);
-    frame->setDelay(6);
-    document->endChange();
-    QCOMPARE(bodies->rects(), QVector<QRect>{QRect(8, 8, 8, 8)});
-    QCOMPARE(frame->delay(), 6);
-    document->QTextDocument::undo();
-    QCOMPARE(bodies->rects(), three);
-    QCOMPARE(firstFrame(document), frame);
-    QCOMPARE(second->attackBoxes()->count(), 1u);
-    QCOMPARE(difference(*document), QString());
-    const Document damaged = fileOf(QStringLiteral("@animation a\n body: 1, 2, x ; y\nframe: b"));
-    CodeNode *box = damaged->nodeInBlock(damaged->findBlockByNumber(1));
-    static_cast<ValueCode *>(box)->setName(QStringLiteral("strike"));
-    QCOMPARE(damaged->findBlockByNumber(1).text(), QStringLiteral(" strike: 1, 2, x ; y"));
-    const Document stray = fileOf(QStringLiteral("frame: x"));
-    frame = static_cast<FrameCode *>(stray->nodeInBlock(stray->firstBlock()));
-    QVERIFY(frame->collisionBoxes()->add(QRect(1, 1, 1, 1)));
-    QVERIFY(frame->attackBoxes()->add(QRect(2, 2, 1, 1)));
-    QCOMPARE(frame->collisionBoxes()->count() + frame->attackBoxes()->count(), 2u);
-    QCOMPARE(stray->nodeInBlock(stray->lastBlock()), frame);
-    const int most = std::numeric_limits<int>::max();
-    bodies->at(0)->setRect(QRect(QPoint(most - 99, 0), QPoint(most, 0)));
-    QCOMPARE(difference(*document), QString());
-}
-
-void EmberAnimationsTest::loopPoint()
-{
-    const Document document = fileOf(QString::fromLatin1(walk));
-    AnimationCode *animation = document->animations()->at(0);
-    animation->frameAt(0)->setLoopPoint(true);
-    animation->frameAt(1)->setLoopPoint(true);
-    QVERIFY(!animation->frameAt(0)->isLoopPoint());
-    QVERIFY(animation->frameAt(1)->isLoopPoint());
-    QVERIFY(document->toPlainText().endsWith(QLatin1String("    frame: w2, loop\n")));
-    document->QTextDocument::undo();
-    QVERIFY(animation->frameAt(0)->isLoopPoint());
-    QVERIFY(!animation->frameAt(1)->isLoopPoint());
-    // Marks that were typed twice.
-    document->insert(QStringLiteral("    frame: w3, loop"));
-    QCOMPARE(messages(document.get()).size(), 1);
-    animation->frameAt(2)->setLoopPoint(true);
-    QVERIFY(!animation->frameAt(0)->isLoopPoint());
-    QCOMPARE(messages(document.get()), QStringList());
-}
-
-/// An operation that finds its node gone when it catches up with the bracket around it does
-/// nothing.
-void EmberAnimationsTest::nodesThatABracketTookAway()
-{
-    using Operation = std::function<bool(AnimationCode *, FrameCode *)>;
-    const QList<Operation> operations{
-        [](AnimationCode *animation, FrameCode *) { return animation->insertFrame(1, "x"); },
-        [](AnimationCode *, FrameCode *frame) {
-            return frame->attackBoxes()->add(QRect(0, 0, 1, 1));
-        },
-        [](AnimationCode *, FrameCode *frame) {
-            frame->attackBoxes()->setRects({QRect(0, 0, 1, 1)});
-            return false;
-        },
-        [](AnimationCode *, FrameCode *frame) {
-            frame->setLoopPoint(true);
-            return false;
-        },
-        [](AnimationCode *animation, FrameCode *) { return animation->optimize() != 0; },
-    };
-    for (const Operation &operation : operations) {
-        const Document document = fileOf(QString::fromLatin1(walk));
-        document->setOption(QStringLiteral("parseCode"), false, false, false);
-        AnimationCode *const animation = document->animations()->at(0);
-        FrameCode *const frame = animation->frameAt(1);
-        document->beginChange();
-        for (const int line : {1, 5}) {
-            QTextCursor cursor(document->findBlockByNumber(line));
-            cursor.insertText(QStringLiteral(";"));
-        }
-        const QString text = document->toPlainText();
-        QVERIFY(!operation(animation, frame));
-        QCOMPARE(document->toPlainText(), text);
-        document->endChange();
+    void setters()
+    {
+        auto [line, property, value] = row<QString, QString, QVariant>();
+        const bool isHeader = line.startsWith(QLatin1Char('@'));
+        const Document document = fileOf(QString("@animation a\n") + line);
+        AnimationCode *animation = document->animations()->at(isHeader ? 1 : 0);
+        FrameCode *frame = animation->frameAt(0);
+        PropertyItem *item = animation;
+        if (!isHeader)
+            item = frame;
+        item->setProperty(property, value);
+        QTEST(document->findBlockByNumber(1).text(), "after");
+        QCOMPARE(animation->frameAt(0), frame);
         QCOMPARE(difference(*document), QString());
     }
-}
 
-void EmberAnimationsTest::insertFrame()
-{
-    const Document document = fileOf(QStringLiteral("@animation a\n"));
-    AnimationCode *animation = document->animations()->at(0);
-    FrameCode *frame = animation->insertFrame(5, QStringLiteral("one"));
-    QVERIFY(frame);
-    frame->setDelay(7);
-    frame->setLoopPoint(true);
-    frame->collisionBoxes()->add(QRect(0, 0, 1, 1));
-    FrameCode *last = animation->insertFrame(1, QStringLiteral("two"));
-    QCOMPARE(last->index(), 1);
-    QCOMPARE(last->delay(), 7);
-    QVERIFY(!last->isLoopPoint());
-    FrameCode *middle = animation->insertFrame(0, QStringLiteral("zero"));
-    QCOMPARE(middle->index(), 0);
-    QCOMPARE(middle->collisionBoxes()->count(), 0u);
-    QCOMPARE(frame->collisionBoxes()->count(), 1u);
-    QCOMPARE(difference(*document), QString());
-
-    // What stands above a frame is its own, and stays there.
-    const Document other = fileOf(QString::fromLatin1(walk));
-    other->animations()->at(0)->insertFrame(0, QStringLiteral("w0"));
-    other->animations()->at(0)->insertFrame(2, QStringLiteral("w15"));
-    QCOMPARE(other->toPlainText(), QStringLiteral("; He walks.\n"
-                                                  "@animation walk, title Walking\n"
-                                                  "    frame: w0, at 2 0, for 6\n"
-                                                  "    body: -10, -60, 10, 0\n"
-                                                  "    frame: w1, at 2 0, for 6 ; left\n"
-                                                  "    frame: w15, at 2 0, for 6\n"
-                                                  "    strike: 4, -50, 20, -40\n"
-                                                  "    frame: w2\n"));
-}
-
-void EmberAnimationsTest::optimize()
-{
-    const QString text = QStringLiteral(
-        "@animation a, layer 0, once, title, once\n\n\n    body: 0, 0, 1, 1\n"
-        "    frame: w, at 0 0, for 1, scale 1 1, flip none, angle 0, for 4 ; x\n"
-        "    frame: v, for  2, loop, for 3, loop\n    body: 9, 9, 10, 10 ; stray\n\n\n"
-        "@animation b\n");
-    const Document document = fileOf(text);
-    const int removed = document->animations()->at(0)->optimize();
-    QCOMPARE(removed, 3);
-    QCOMPARE(document->toPlainText(),
-             QStringLiteral("@animation a, once\n\n    body: 0, 0, 1, 1\n    frame: w ; x\n"
-                            "    frame: v, for 2, loop\n\n@animation b\n"));
-    QCOMPARE(document->animations()->at(0)->optimize(), 0);
-    QCOMPARE(difference(*document), QString());
-    document->QTextDocument::undo();
-    QCOMPARE(document->toPlainText(), text);
-}
-
-void EmberAnimationsTest::header()
-{
-    const Document document = fileOf(QString::fromLatin1(walk) + "@animation 0\n@animation 2\n");
-    EmberAnimations *list = document->animations();
-    AnimationCode *animation = list->at(0);
-    QCOMPARE(animation->displayName(), QStringLiteral("walk - Walking"));
-    QCOMPARE(animation->firstLine(), 0);
-    QCOMPARE(list->freeIdentifier(), QStringLiteral("1"));
-    animation->setProperty(QStringLiteral("Layer"), 3);
-    animation->setProperty(QStringLiteral("Once"), true);
-    animation->setProperty(QStringLiteral("Title"), QString());
-    animation->setName(QStringLiteral("run"));
-    QCOMPARE(document->findBlockByNumber(1).text(),
-             QStringLiteral("@animation run, layer 3, once"));
-    QCOMPARE(animation->property(QStringLiteral("Layer")).toInt(), 3);
-    list->duplicate(0, QStringLiteral("dash"));
-    QCOMPARE(list->at(1)->name(), QStringLiteral("dash"));
-    QCOMPARE(list->at(1)->frameCount(), 2u);
-    QCOMPARE(list->at(1)->property(QStringLiteral("Once")).toBool(), true);
-    AnimationCode *added = list->add(list->freeIdentifier());
-    QCOMPARE(added->name(), QStringLiteral("1"));
-    QCOMPARE(added, list->at(4));
-    QCOMPARE(difference(*document), QString());
-}
-
-/// The animations of the sample project are in it, and say what they should.
-void EmberAnimationsTest::hero()
-{
-    TestHost host;
-    EmberParentProject *parent =
-        EmberParentProject::open(QStringLiteral(KILN_SOURCE_DIR "/examples/hero/tidewater.hearth"),
-                                 FileSystemArchive::instance());
-    QVERIFY(parent);
-    auto *file = dynamic_cast<EmberDocument *>(
-        parent->openFile(QStringLiteral(KILN_SOURCE_DIR "/examples/hero/heroes/wren/wren.flick")));
-    QVERIFY(file);
-    EmberAnimations *list = file->animations();
-    QVERIFY(list->count() >= 12);
-    QCOMPARE(messages(file), QStringList());
-    QSet<QString> names;
-    QSet<QString> sprites;
-    for (AnimationCode *animation : list->animations()) {
-        QVERIFY2(animation->frameCount() > 0, qPrintable(animation->name()));
-        QVERIFY2(!names.contains(animation->name()), qPrintable(animation->name()));
-        names.insert(animation->name());
-        for (const FrameCode *frame : animation->frames())
-            sprites.insert(frame->identifier());
+    void badValues()
+    {
+        const Document document = fileOf(QString::fromLatin1(walk));
+        FrameCode *frame = firstFrame(document);
+        frame->setScale({qInf(), 1});
+        frame->setAngle(qQNaN());
+        frame->setScale({1.0 / 3, 1});
+        frame->setScale({1.0 / 3, 1});
+        QVERIFY(qAbs(frame->scale().x() - 1.0 / 3) < 1e-9);
+        AnimationCode *animation = document->animations()->at(0);
+        animation->setProperty(QString("Identifier"), QString(" ,; "));
+        QCOMPARE(animation->name(), QString("walk"));
+        QVERIFY(messages(document.get()).isEmpty());
+        QCOMPARE(difference(*document), QString());
     }
-    QVERIFY(names.contains(QStringLiteral("flinch")));
-    const auto *pictures = dynamic_cast<Sprites *>(list->project()->file(Project::FileID::Sprites));
-    QVERIFY(pictures);
-    for (const QString &sprite : qAsConst(sprites))
-        QVERIFY2(pictures->indexOf(0, sprite) >= 0, qPrintable(sprite));
-    AnimationCode *jab = list->at(unsigned(list->find(0, QStringLiteral("jab"))));
-    QCOMPARE(jab->frameAt(1)->attackBoxes()->count(), 1u);
-    QVERIFY(list->project()->fileID(file).has(Project::FileID::Animations));
-    QCOMPARE(list->capabilities(), 0u);
-    QVERIFY(list->canSave());
 
-    // A list on a definition is saved with it.
-    auto *definition =
-        static_cast<EmberDocument *>(list->project()->file(Project::FileID::Definition));
-    auto *inside = new EmberAnimations(definition);
-    QCOMPARE(inside->capabilities(), 1u);
-    QVERIFY(!inside->canSave());
-    parent->close();
-}
-
-/// Any line can be read, and rewriting any clause of a readable frame reads back.
-void EmberAnimationsTest::randomLines()
-{
-    QRandomGenerator random(11);
-    const QString letters = QStringLiteral("@:,; frameatforbody12-.\u00e9\t\"");
-    for (int round = 0; round < 20000; ++round) {
-        QString text = random.bounded(2) ? QStringLiteral("frame:") : QString();
-        for (int i = random.bounded(30); i > 0; --i)
-            text += letters.at(random.bounded(letters.size()));
-        const Line line = Line::read(text);
-        EmberAnimationText::readAnimation(line);
-        EmberAnimationText::readBox(line);
-        if (line.kind != EmberAnimationText::Frame)
-            continue;
-        const QString changed = line.withClause(QStringLiteral("at"), QStringLiteral("3 -4"));
-        QVERIFY2(EmberAnimationText::readFrame(Line::read(changed)).offset == QPoint(3, -4),
-                 qPrintable(text + " -> " + changed));
-        const QString renamed = line.withSubject(QStringLiteral("new"));
-        QCOMPARE(EmberAnimationText::readFrame(Line::read(renamed)).identifier,
-                 QStringLiteral("new"));
+    void boxes_data()
+    {
+        columns<bool>("parsesInBrackets");
+        addRow("in brackets too", true);
+        addRow("after brackets", false);
     }
-}
+
+    void boxes()
+    {
+        QFETCH(bool, parsesInBrackets);
+        const Document document = fileOf(QString::fromLatin1(walk));
+        document->setOption(QString("parseCode"), parsesInBrackets, false, false);
+        FrameCode *frame = firstFrame(document);
+        FrameCode *second = document->animations()->at(0)->frameAt(1);
+        ContactBoxesCode *strikes = frame->attackBoxes();
+        ContactBoxesCode *bodies = frame->collisionBoxes();
+        QCOMPARE(strikes->count(), 0u);
+        QCOMPARE(bodies->at(0)->rect(), QRect(-10, -60, 20, 60));
+        QCOMPARE(second->attackBoxes()->count(), 1u);
+        QCOMPARE(bodies->at(1), nullptr);
+
+        ContactBoxCode *added = bodies->add(QRect(QPoint(5, 5), QPoint(0, 0)));
+        QVERIFY(added);
+        QCOMPARE(bodies->indexOf(added), 1);
+        QCOMPARE(added->rect(), QRect(QPoint(5, 5), QPoint(0, 0)).normalized());
+        QCOMPARE(added->boxType(), ContactBoxCode::Collision);
+        added->setRect(QRect(1, 2, 3, 4));
+        QCOMPARE(bodies->at(1), added);
+        QCOMPARE(document->findBlockByNumber(3).text(), QString("    body: 1, 2, 4, 6"));
+        strikes->add(QRect(0, 0, 1, 1));
+        QCOMPARE(document->findBlockByNumber(4).text(), QString("    strike: 0, 0, 1, 1"));
+        bodies->remove(strikes->at(0));
+        bodies->remove(nullptr);
+        QCOMPARE(bodies->count(), 2u);
+        bodies->remove(bodies->at(0));
+        QCOMPARE(bodies->rects(), QVector<QRect>{QRect(1, 2, 3, 4)});
+        const QVector<QRect> three{QRect(0, 0, 2, 2), QRect(1, 1, 1, 1), QRect(2, 2, 9, 9)};
+        bodies->setRects(three);
+        QCOMPARE(bodies->rects(), three);
+        document->beginChange();
+        bodies->setRects({QRect(7, 7, 7, 7)});
+        QCOMPARE(bodies->rects(), QVector<QRect>{QRect(7, 7, 7, 7)});
+        QVERIFY(bodies->add(QRect(8, 8, 8, 8)));
+        bodies->remove(bodies->at(0));
+        frame->setDelay(9);
+        frame->setDelay(6);
+        document->endChange();
+        QCOMPARE(bodies->rects(), QVector<QRect>{QRect(8, 8, 8, 8)});
+        QCOMPARE(frame->delay(), 6);
+        document->QTextDocument::undo();
+        QCOMPARE(bodies->rects(), three);
+        QCOMPARE(firstFrame(document), frame);
+        QCOMPARE(second->attackBoxes()->count(), 1u);
+        QCOMPARE(difference(*document), QString());
+        const Document damaged = fileOf(QString("@animation a\n body: 1, 2, x ; y\nframe: b"));
+        CodeNode *box = damaged->nodeInBlock(damaged->findBlockByNumber(1));
+        static_cast<ValueCode *>(box)->setName(QString("strike"));
+        QCOMPARE(damaged->findBlockByNumber(1).text(), QString(" strike: 1, 2, x ; y"));
+        const Document stray = fileOf(QString("frame: x"));
+        frame = static_cast<FrameCode *>(stray->nodeInBlock(stray->firstBlock()));
+        QVERIFY(frame->collisionBoxes()->add(QRect(1, 1, 1, 1)));
+        QVERIFY(frame->attackBoxes()->add(QRect(2, 2, 1, 1)));
+        QCOMPARE(frame->collisionBoxes()->count() + frame->attackBoxes()->count(), 2u);
+        QCOMPARE(stray->nodeInBlock(stray->lastBlock()), frame);
+        const int most = std::numeric_limits<int>::max();
+        bodies->at(0)->setRect(QRect(QPoint(most - 99, 0), QPoint(most, 0)));
+        QCOMPARE(difference(*document), QString());
+    }
+
+    void loopPoint()
+    {
+        const Document document = fileOf(QString::fromLatin1(walk));
+        AnimationCode *animation = document->animations()->at(0);
+        animation->frameAt(0)->setLoopPoint(true);
+        animation->frameAt(1)->setLoopPoint(true);
+        QVERIFY(!animation->frameAt(0)->isLoopPoint());
+        QVERIFY(animation->frameAt(1)->isLoopPoint());
+        QVERIFY(document->toPlainText().endsWith(QLatin1String("    frame: w2, loop\n")));
+        document->QTextDocument::undo();
+        QVERIFY(animation->frameAt(0)->isLoopPoint());
+        QVERIFY(!animation->frameAt(1)->isLoopPoint());
+        // Marks that were typed twice.
+        document->insert(QString("    frame: w3, loop"));
+        QCOMPARE(messages(document.get()).size(), 1);
+        animation->frameAt(2)->setLoopPoint(true);
+        QVERIFY(!animation->frameAt(0)->isLoopPoint());
+        QCOMPARE(messages(document.get()), QStringList());
+    }
+
+    void insertFrame()
+    {
+        const Document document = fileOf(QString("@animation a\n"));
+        AnimationCode *animation = document->animations()->at(0);
+        FrameCode *frame = animation->insertFrame(5, QString("one"));
+        QVERIFY(frame);
+        frame->setDelay(7);
+        frame->setLoopPoint(true);
+        frame->collisionBoxes()->add(QRect(0, 0, 1, 1));
+        FrameCode *last = animation->insertFrame(1, QString("two"));
+        QCOMPARE(last->index(), 1);
+        QCOMPARE(last->delay(), 7);
+        QVERIFY(!last->isLoopPoint());
+        FrameCode *middle = animation->insertFrame(0, QString("zero"));
+        QCOMPARE(middle->index(), 0);
+        QCOMPARE(middle->collisionBoxes()->count(), 0u);
+        QCOMPARE(frame->collisionBoxes()->count(), 1u);
+        QCOMPARE(difference(*document), QString());
+
+        // What stands above a frame is its own, and stays there.
+        const Document other = fileOf(QString::fromLatin1(walk));
+        other->animations()->at(0)->insertFrame(0, QString("w0"));
+        other->animations()->at(0)->insertFrame(2, QString("w15"));
+        QCOMPARE(other->toPlainText(), QString("; He walks.\n"
+                                               "@animation walk, title Walking\n"
+                                               "    frame: w0, at 2 0, for 6\n"
+                                               "    body: -10, -60, 10, 0\n"
+                                               "    frame: w1, at 2 0, for 6 ; left\n"
+                                               "    frame: w15, at 2 0, for 6\n"
+                                               "    strike: 4, -50, 20, -40\n"
+                                               "    frame: w2\n"));
+    }
+
+    /// An operation that finds its node gone when it catches up with the bracket around it does
+    /// nothing.
+    void nodesThatABracketTookAway()
+    {
+        using Operation = std::function<bool(AnimationCode *, FrameCode *)>;
+        const QList<Operation> operations{
+            [](AnimationCode *animation, FrameCode *) { return animation->insertFrame(1, "x"); },
+            [](AnimationCode *, FrameCode *frame) {
+                return frame->attackBoxes()->add(QRect(0, 0, 1, 1));
+            },
+            [](AnimationCode *, FrameCode *frame) {
+                frame->attackBoxes()->setRects({QRect(0, 0, 1, 1)});
+                return false;
+            },
+            [](AnimationCode *, FrameCode *frame) {
+                frame->setLoopPoint(true);
+                return false;
+            },
+            [](AnimationCode *animation, FrameCode *) { return animation->optimize() != 0; },
+        };
+        for (const Operation &operation : operations) {
+            const Document document = fileOf(QString::fromLatin1(walk));
+            document->setOption(QString("parseCode"), false, false, false);
+            AnimationCode *const animation = document->animations()->at(0);
+            FrameCode *const frame = animation->frameAt(1);
+            document->beginChange();
+            for (const int line : {1, 5}) {
+                QTextCursor cursor(document->findBlockByNumber(line));
+                cursor.insertText(QString(";"));
+            }
+            const QString text = document->toPlainText();
+            QVERIFY(!operation(animation, frame));
+            QCOMPARE(document->toPlainText(), text);
+            document->endChange();
+            QCOMPARE(difference(*document), QString());
+        }
+    }
+
+    void optimize()
+    {
+        const QString text =
+            QString("@animation a, layer 0, once, title, once\n\n\n    body: 0, 0, 1, 1\n"
+                    "    frame: w, at 0 0, for 1, scale 1 1, flip none, angle 0, for 4 ; x\n"
+                    "    frame: v, for  2, loop, for 3, loop\n    body: 9, 9, 10, 10 ; stray\n\n\n"
+                    "@animation b\n");
+        const Document document = fileOf(text);
+        const int removed = document->animations()->at(0)->optimize();
+        QCOMPARE(removed, 3);
+        QCOMPARE(document->toPlainText(),
+                 QString("@animation a, once\n\n    body: 0, 0, 1, 1\n    frame: w ; x\n"
+                         "    frame: v, for 2, loop\n\n@animation b\n"));
+        QCOMPARE(document->animations()->at(0)->optimize(), 0);
+        QCOMPARE(difference(*document), QString());
+        document->QTextDocument::undo();
+        QCOMPARE(document->toPlainText(), text);
+    }
+
+    void header()
+    {
+        const Document document =
+            fileOf(QString::fromLatin1(walk) + "@animation 0\n@animation 2\n");
+        EmberAnimations *list = document->animations();
+        AnimationCode *animation = list->at(0);
+        QCOMPARE(animation->displayName(), QString("walk - Walking"));
+        QCOMPARE(animation->firstLine(), 0);
+        QCOMPARE(list->freeIdentifier(), QString("1"));
+        animation->setProperty(QString("Layer"), 3);
+        animation->setProperty(QString("Once"), true);
+        animation->setProperty(QString("Title"), QString());
+        animation->setName(QString("run"));
+        QCOMPARE(document->findBlockByNumber(1).text(), QString("@animation run, layer 3, once"));
+        QCOMPARE(animation->property(QString("Layer")).toInt(), 3);
+        list->duplicate(0, QString("dash"));
+        QCOMPARE(list->at(1)->name(), QString("dash"));
+        QCOMPARE(list->at(1)->frameCount(), 2u);
+        QCOMPARE(list->at(1)->property(QString("Once")).toBool(), true);
+        AnimationCode *added = list->add(list->freeIdentifier());
+        QCOMPARE(added->name(), QString("1"));
+        QCOMPARE(added, list->at(4));
+        QCOMPARE(difference(*document), QString());
+    }
+
+    /// The animations of the sample project are in it, and say what they should.
+    void hero()
+    {
+        TestHost host;
+        EmberParentProject *parent =
+            EmberParentProject::open(QString(KILN_SOURCE_DIR "/examples/hero/tidewater.hearth"),
+                                     FileSystemArchive::instance());
+        QVERIFY(parent);
+        auto *file = dynamic_cast<EmberDocument *>(
+            parent->openFile(QString(KILN_SOURCE_DIR "/examples/hero/heroes/wren/wren.flick")));
+        QVERIFY(file);
+        EmberAnimations *list = file->animations();
+        QVERIFY(list->count() >= 12);
+        QCOMPARE(messages(file), QStringList());
+        QSet<QString> names;
+        QSet<QString> sprites;
+        for (AnimationCode *animation : list->animations()) {
+            QVERIFY2(animation->frameCount() > 0, qPrintable(animation->name()));
+            QVERIFY2(!names.contains(animation->name()), qPrintable(animation->name()));
+            names.insert(animation->name());
+            for (const FrameCode *frame : animation->frames())
+                sprites.insert(frame->identifier());
+        }
+        QVERIFY(names.contains(QString("flinch")));
+        const auto *pictures =
+            dynamic_cast<Sprites *>(list->project()->file(Project::FileID::Sprites));
+        QVERIFY(pictures);
+        for (const QString &sprite : qAsConst(sprites))
+            QVERIFY2(pictures->indexOf(0, sprite) >= 0, qPrintable(sprite));
+        AnimationCode *jab = list->at(unsigned(list->find(0, QString("jab"))));
+        QCOMPARE(jab->frameAt(1)->attackBoxes()->count(), 1u);
+        QVERIFY(list->project()->fileID(file).has(Project::FileID::Animations));
+        QCOMPARE(list->capabilities(), 0u);
+        QVERIFY(list->canSave());
+
+        // A list on a definition is saved with it.
+        auto *definition =
+            static_cast<EmberDocument *>(list->project()->file(Project::FileID::Definition));
+        auto *inside = new EmberAnimations(definition);
+        QCOMPARE(inside->capabilities(), 1u);
+        QVERIFY(!inside->canSave());
+        parent->close();
+    }
+
+    /// Any line can be read, and rewriting any clause of a readable frame reads back.
+    void randomLines()
+    {
+        QRandomGenerator random(11);
+        const QString letters = QString("@:,; frameatforbody12-.\u00e9\t\"");
+        for (int round = 0; round < 20000; ++round) {
+            QString text = random.bounded(2) ? QString("frame:") : QString();
+            for (int i = random.bounded(30); i > 0; --i)
+                text += letters.at(random.bounded(letters.size()));
+            const Line line = Line::read(text);
+            EmberAnimationText::readAnimation(line);
+            EmberAnimationText::readBox(line);
+            if (line.kind != EmberAnimationText::Frame)
+                continue;
+            const QString changed = line.withClause(QString("at"), QString("3 -4"));
+            QVERIFY2(EmberAnimationText::readFrame(Line::read(changed)).offset == QPoint(3, -4),
+                     qPrintable(text + " -> " + changed));
+            const QString renamed = line.withSubject(QString("new"));
+            QCOMPARE(EmberAnimationText::readFrame(Line::read(renamed)).identifier, QString("new"));
+        }
+    }
+};
 
 QTEST_MAIN(EmberAnimationsTest)
 #include "tst_emberanimations.moc"

@@ -1,11 +1,8 @@
 #include <ember/emberlanguage.h>
 #include <ember/emberline.h>
+#include <tests/support/rows.h>
 
-#include <QDate>
-#include <QPoint>
-#include <QPointF>
-#include <QRandomGenerator>
-#include <QTest>
+#include <QtTest/QtTest>
 
 using namespace EmberLanguage;
 
@@ -36,9 +33,9 @@ QVariant RandomValue::of(const Entry *entry)
     case Name:
     case Formula:
     case Words:
-        return QStringLiteral("a b(%1)").arg(number());
+        return QString("a b(%1)").arg(number());
     case Quoted:
-        return QStringLiteral("it's (%1").arg(number());
+        return QString("it's (%1").arg(number());
     case Kiln::ValueCode::Date:
         return QDate(2026, 1, 1).addDays(number());
     case Kiln::ValueCode::Enum:
@@ -89,273 +86,248 @@ QVariantList RandomValue::reals(int count)
 } // namespace
 
 /// Sections, entries, the reading and writing of values, and the anatomy of a line, on plain text.
+
 class TestEmberLanguage : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void readsEveryType_data();
-    void readsEveryType();
-    void refusesWhatItCannotRead_data();
-    void refusesWhatItCannotRead();
-    void warnsOfRangesAndPlaces_data();
-    void warnsOfRangesAndPlaces();
-    void writesWhatReadsBack();
-    void takesLinesApart_data();
-    void takesLinesApart();
-    void findsUnpairedBrackets_data();
-    void findsUnpairedBrackets();
-    void tablesAreSound();
+    void readsEveryType_data()
+    {
+        columns<int, QString, int, QString, QVariant>("section", "name", "type", "text", "value");
+        const auto row = [](int section, const char *name, int type, const char *text,
+                            QVariant value) {
+            QTest::addRow("%s, type %d", name, type)
+                << section << QString(name) << type << QString(text) << value;
+        };
+        row(State, "cel", 0, "wren_stand", "wren_stand");
+        row(Rule, "when", 1, "(a or [b]) and {c}", "(a or [b]) and {c}");
+        row(About, "title", 3, "\"Wren: a (short\"", "Wren: a (short");
+        row(About, "author", 4, "Ada of the \"quay\"", "Ada of the \"quay\"");
+        row(About, "made", 5, "2026-02-28", QDate(2026, 2, 28));
+        row(Body, "facing", 6, "right", 1u);
+        row(Command, "press", 7, "down , toward,strike", QVariantList{1u, 2u, 4u});
+        row(Body, "weight", 8, "48.5", 48.5);
+        row(Ground, "pull", 9, "0.02,-0.44", QPointF(0.02, -0.44));
+        row(Ground, "gusts", 10, "0, 0.5, 1e-3, 4", QVariantList{0.0, 0.5, 0.001, 4.0});
+        row(Ground, "light", 11, "1, 0.82, 0.64", QVariantList{1.0, 0.82, 0.64});
+        row(Body, "grip", 12, "1.5, -2, 3, 4", QVariantList{1.5, -2.0, 3.0, 4.0});
+        row(Body, "life", 13, "140", 140);
+        row(Body, "size", 14, "34,  -72", QPoint(34, -72));
+        row(State, "ticks", 15, "7", QVariantList{7});
+        row(About, "tint", 16, "232, 148, 40", QVariantList{232, 148, 40});
+        row(Step, "box", 17, "-10, -60, 18, +6", QVariantList{-10, -60, 18, 6});
+    }
+
+    void readsEveryType()
+    {
+        QFETCH(int, section);
+        QFETCH(QString, name);
+        QFETCH(QString, text);
+        QFETCH(QVariant, value);
+        const Entry *known = entry(section, name);
+        QVERIFY(known);
+        QTEST(int(known->type), "type");
+        const Reading reading = readValue(known, text);
+        QCOMPARE(reading.error, QString());
+        QCOMPARE(reading.value.userType(), value.userType());
+        QCOMPARE(reading.value, value);
+    }
+
+    void refusesWhatItCannotRead_data()
+    {
+        columns<int, QString, QString>("section", "name", "text");
+        const auto row = [](const char *what, int section, const char *name, const char *text) {
+            addRow(what, section, QString(name), QString(text));
+        };
+        row("no value", State, "cel", "");
+        row("no quotes", About, "title", "Wren");
+        row("one quote", About, "title", "\"");
+        row("text after the quotes", About, "title", "\"a\" b");
+        row("three quotes", About, "title", "\"a\" \"b\"");
+        row("a day that is not", About, "made", "2026-02-30");
+        row("a date in another order", About, "made", "28.02.2026");
+        row("a date with a time", About, "made", "2026-02-28T10:00:00");
+        row("an unknown word", Body, "facing", "up");
+        row("a word in capitals", Body, "facing", "Left");
+        row("an empty item in a list of words", Command, "press", "down,,up");
+        row("words parted by blanks", Command, "press", "down up");
+        row("infinite", Body, "weight", "inf");
+        row("not a number", Body, "weight", "nan");
+        row("too large a real", Body, "weight", "1e999");
+        row("two reals for one", Body, "weight", "1, 2");
+        row("one real for a point", Ground, "pull", "1");
+        row("three reals for a point", Ground, "pull", "1, 2, 3");
+        row("five reals for four", Body, "grip", "1, 2, 3, 4, 5");
+        row("a closing comma", Ground, "gusts", "1, 2,");
+        row("a real for an int", Body, "life", "1.5");
+        row("an int beyond 32 bits", Body, "life", "99999999999");
+        row("hexadecimal", Body, "life", "0x10");
+        row("two tints for three", About, "tint", "1, 2");
+        row("a bracket without a partner", Rule, "when", "(a and b");
+        row("brackets that cross", Rule, "when", "([a)]");
+        row("an absolute name", Files, "states", "/tmp/a.glow");
+        row("a name with a drive", Files, "states", "c:/a.glow");
+        row("a name with backslashes", Files, "states", "code\\a.glow");
+    }
+
+    void refusesWhatItCannotRead()
+    {
+        auto [section, name, text] = row<int, QString, QString>();
+        const Reading reading = readValue(entry(section, name), text);
+        QVERIFY(!reading.error.isEmpty());
+        QCOMPARE(reading.value, QVariant(text));
+        QCOMPARE(reading.value.userType(), int(QMetaType::QString));
+    }
+
+    void warnsOfRangesAndPlaces_data()
+    {
+        columns<int, QString, QString, bool>("section", "name", "text", "warns");
+        const auto row = [](int section, const char *name, const char *text, bool warns) {
+            QTest::addRow("%s: %s", name, text)
+                << section << QString(name) << QString(text) << warns;
+        };
+        row(Body, "life", "0", true);
+        row(Body, "life", "1", false);
+        row(Body, "life", "9999", false);
+        row(Body, "life", "10000", true);
+        row(Rule, "chance", "1", false);
+        row(Rule, "chance", "1.001", true);
+        row(Rule, "chance", "-0.1", true);
+        row(State, "pull", "-1000", false);
+        row(Files, "states", "../a.glow", true);
+        row(Files, "states", "code/../../a.glow", true);
+        row(Files, "states", "code/..a.glow", false);
+    }
+
+    void warnsOfRangesAndPlaces()
+    {
+        auto [section, name, text, warns] = row<int, QString, QString, bool>();
+        const Reading reading = readValue(entry(section, name), text);
+        QCOMPARE(reading.error, QString());
+        QCOMPARE(!reading.warning.isEmpty(), warns);
+    }
+
+    /// Values made at random, for every entry of every section.
+    void writesWhatReadsBack()
+    {
+        RandomValue random;
+        for (unsigned int section = About; section < Unknown; ++section) {
+            for (const Entry *entry : entries(section)) {
+                for (int i = 0; i < 20; ++i) {
+                    const QVariant value = random.of(entry);
+                    QVERIFY2(value.isValid(), entry->name);
+                    const Reading reading = readValue(entry, writeValue(entry, value));
+                    QVERIFY2(reading.error.isEmpty(), entry->name);
+                    QCOMPARE(reading.value, value);
+                }
+            }
+        }
+    }
+
+    void takesLinesApart_data()
+    {
+        columns<QString, QString>("text", "parts");
+        const auto row = [](const char *what, const char *text, const char *parts) {
+            addRow(what, QString(text), QString(parts));
+        };
+        row("empty", "", "blank");
+        row("blanks", " \t ", "blank");
+        row("a comment", "  ; @state: x", "blank ;2");
+        row("a header", "@state low  guard", "header 1 'state' 'low guard' 0-17");
+        row("a header with a comment", " @@on x ; y", "header 2 'on' 'x' 1-7 ;8");
+        row("three signs", "@@@on", "header 2 '@on' '' 0-5");
+        row("a sign alone", "@", "header 1 '' '' 0-1");
+        row("an entry", "  drift: 1, 2", "entry drift@2-7 = '1, 2' 9-13");
+        row("a comment cuts quotes", "say: \"a;b\"", "entry say@0-3 = '\"a' 5-7 ;7");
+        row("no value", "drift:", "entry drift@0-5 = '' 6-6");
+        row("a second colon", "a: b: c", "entry a@0-1 = 'b: c' 3-7");
+        row("shared", "a+ b_2 : 3", "entry a@0-1 b_2@3-6 = '3' 9-10");
+        row("no colon", "drift 1", "broken");
+        row("a colon in the comment", "drift ; :", "broken ;6");
+        row("no key", ": 1", "broken");
+        row("two words for a key", "low guard: 1", "broken");
+        row("an open plus", "a + : 1", "broken");
+    }
+
+    void takesLinesApart()
+    {
+        QFETCH(QString, text);
+        const EmberLine line = EmberLine::read(text);
+        const auto range = [](EmberLine::Range range) {
+            return QString("%1-%2").arg(range.begin).arg(range.end);
+        };
+        QString parts;
+        switch (line.kind) {
+        case EmberLine::Blank:
+            parts = QString("blank");
+            break;
+        case EmberLine::Broken:
+            parts = QString("broken");
+            break;
+        case EmberLine::Header:
+            parts = QString("header %1 '%2' '%3' ").arg(line.level).arg(line.word, line.name) +
+                    range(line.code);
+            break;
+        case EmberLine::Entry:
+            parts = QString("entry");
+            for (int i = 0; i < line.keys.size(); ++i)
+                parts += QLatin1Char(' ') + line.keys.at(i) + QLatin1Char('@') +
+                         range(line.keyRanges.at(i));
+            parts += QString(" = '%1' ").arg(line.value) + range(line.valueRange);
+        }
+        if (line.comment < text.size())
+            parts += QString(" ;%1").arg(line.comment);
+        QTEST(parts, "parts");
+    }
+
+    void findsUnpairedBrackets_data()
+    {
+        columns<QString, int>("text", "place");
+        addRow("none", QString("a + b"), -1);
+        addRow("paired", QString("(a[b]{c})"), -1);
+        addRow("open", QString("(a)["), 3);
+        addRow("two open: the inner", QString("(("), 1);
+        addRow("closed first", QString(")("), 0);
+        addRow("another kind", QString("(a]"), 2);
+    }
+
+    void findsUnpairedBrackets()
+    {
+        QFETCH(QString, text);
+        QTEST(unpairedBracket(text), "place");
+    }
+
+    /// What the rest takes for granted of the tables.
+    void tablesAreSound()
+    {
+        QCOMPARE(sectionByWord(QString("nothing")), Unknown);
+        QCOMPARE(sectionByWord(QString()), Unknown);
+        QSet<int> types;
+        int oldSpellings = 0;
+        for (unsigned int section = About; section < Unknown; ++section) {
+            QCOMPARE(unsigned(sectionByWord(sectionWord(section))), section);
+            QSet<QString> names;
+            for (const Entry *known : entries(section)) {
+                QVERIFY2(!names.contains(known->name), known->name);
+                names.insert(known->name);
+                types.insert(known->type);
+                const bool isEnumeration = known->type == Kiln::ValueCode::Enum ||
+                                           known->type == Kiln::ValueCode::EnumList;
+                QCOMPARE(!words(known).isEmpty(), isEnumeration);
+                if (known->newName) {
+                    const Entry *present = entry(section, known->newName);
+                    QVERIFY2(present && !present->newName && present->type == known->type,
+                             known->name);
+                    ++oldSpellings;
+                }
+            }
+        }
+        QVERIFY(oldSpellings > 0);
+        // All types of the library but 2, which entries that nobody knows have.
+        QCOMPARE(types.size(), 17);
+    }
 };
-
-void TestEmberLanguage::readsEveryType_data()
-{
-    QTest::addColumn<int>("section");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<int>("type");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QVariant>("value");
-    const auto row = [](int section, const char *name, int type, const char *text, QVariant value) {
-        QTest::addRow("%s, type %d", name, type)
-            << section << QString(name) << type << QString(text) << value;
-    };
-    row(State, "cel", 0, "wren_stand", "wren_stand");
-    row(Rule, "when", 1, "(a or [b]) and {c}", "(a or [b]) and {c}");
-    row(About, "title", 3, "\"Wren: a (short\"", "Wren: a (short");
-    row(About, "author", 4, "Ada of the \"quay\"", "Ada of the \"quay\"");
-    row(About, "made", 5, "2026-02-28", QDate(2026, 2, 28));
-    row(Body, "facing", 6, "right", 1u);
-    row(Command, "press", 7, "down , toward,strike", QVariantList{1u, 2u, 4u});
-    row(Body, "weight", 8, "48.5", 48.5);
-    row(Ground, "pull", 9, "0.02,-0.44", QPointF(0.02, -0.44));
-    row(Ground, "gusts", 10, "0, 0.5, 1e-3, 4", QVariantList{0.0, 0.5, 0.001, 4.0});
-    row(Ground, "light", 11, "1, 0.82, 0.64", QVariantList{1.0, 0.82, 0.64});
-    row(Body, "grip", 12, "1.5, -2, 3, 4", QVariantList{1.5, -2.0, 3.0, 4.0});
-    row(Body, "life", 13, "140", 140);
-    row(Body, "size", 14, "34,  -72", QPoint(34, -72));
-    row(State, "ticks", 15, "7", QVariantList{7});
-    row(About, "tint", 16, "232, 148, 40", QVariantList{232, 148, 40});
-    row(Step, "box", 17, "-10, -60, 18, +6", QVariantList{-10, -60, 18, 6});
-}
-
-void TestEmberLanguage::readsEveryType()
-{
-    QFETCH(int, section);
-    QFETCH(QString, name);
-    QFETCH(QString, text);
-    QFETCH(QVariant, value);
-    const Entry *known = entry(section, name);
-    QVERIFY(known);
-    QTEST(int(known->type), "type");
-    const Reading reading = readValue(known, text);
-    QCOMPARE(reading.error, QString());
-    QCOMPARE(reading.value.userType(), value.userType());
-    QCOMPARE(reading.value, value);
-}
-
-void TestEmberLanguage::refusesWhatItCannotRead_data()
-{
-    QTest::addColumn<int>("section");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("text");
-    const auto row = [](const char *what, int section, const char *name, const char *text) {
-        QTest::newRow(what) << section << QString(name) << QString(text);
-    };
-    row("no value", State, "cel", "");
-    row("no quotes", About, "title", "Wren");
-    row("one quote", About, "title", "\"");
-    row("text after the quotes", About, "title", "\"a\" b");
-    row("three quotes", About, "title", "\"a\" \"b\"");
-    row("a day that is not", About, "made", "2026-02-30");
-    row("a date in another order", About, "made", "28.02.2026");
-    row("a date with a time", About, "made", "2026-02-28T10:00:00");
-    row("an unknown word", Body, "facing", "up");
-    row("a word in capitals", Body, "facing", "Left");
-    row("an empty item in a list of words", Command, "press", "down,,up");
-    row("words parted by blanks", Command, "press", "down up");
-    row("infinite", Body, "weight", "inf");
-    row("not a number", Body, "weight", "nan");
-    row("too large a real", Body, "weight", "1e999");
-    row("two reals for one", Body, "weight", "1, 2");
-    row("one real for a point", Ground, "pull", "1");
-    row("three reals for a point", Ground, "pull", "1, 2, 3");
-    row("five reals for four", Body, "grip", "1, 2, 3, 4, 5");
-    row("a closing comma", Ground, "gusts", "1, 2,");
-    row("a real for an int", Body, "life", "1.5");
-    row("an int beyond 32 bits", Body, "life", "99999999999");
-    row("hexadecimal", Body, "life", "0x10");
-    row("two tints for three", About, "tint", "1, 2");
-    row("a bracket without a partner", Rule, "when", "(a and b");
-    row("brackets that cross", Rule, "when", "([a)]");
-    row("an absolute name", Files, "states", "/tmp/a.glow");
-    row("a name with a drive", Files, "states", "c:/a.glow");
-    row("a name with backslashes", Files, "states", "code\\a.glow");
-}
-
-void TestEmberLanguage::refusesWhatItCannotRead()
-{
-    QFETCH(int, section);
-    QFETCH(QString, name);
-    QFETCH(QString, text);
-    const Reading reading = readValue(entry(section, name), text);
-    QVERIFY(!reading.error.isEmpty());
-    QCOMPARE(reading.value, QVariant(text));
-    QCOMPARE(reading.value.userType(), int(QMetaType::QString));
-}
-
-void TestEmberLanguage::warnsOfRangesAndPlaces_data()
-{
-    QTest::addColumn<int>("section");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("warns");
-    const auto row = [](int section, const char *name, const char *text, bool warns) {
-        QTest::addRow("%s: %s", name, text) << section << QString(name) << QString(text) << warns;
-    };
-    row(Body, "life", "0", true);
-    row(Body, "life", "1", false);
-    row(Body, "life", "9999", false);
-    row(Body, "life", "10000", true);
-    row(Rule, "chance", "1", false);
-    row(Rule, "chance", "1.001", true);
-    row(Rule, "chance", "-0.1", true);
-    row(State, "pull", "-1000", false);
-    row(Files, "states", "../a.glow", true);
-    row(Files, "states", "code/../../a.glow", true);
-    row(Files, "states", "code/..a.glow", false);
-}
-
-void TestEmberLanguage::warnsOfRangesAndPlaces()
-{
-    QFETCH(int, section);
-    QFETCH(QString, name);
-    QFETCH(QString, text);
-    QFETCH(bool, warns);
-    const Reading reading = readValue(entry(section, name), text);
-    QCOMPARE(reading.error, QString());
-    QCOMPARE(!reading.warning.isEmpty(), warns);
-}
-
-/// Values made at random, for every entry of every section.
-void TestEmberLanguage::writesWhatReadsBack()
-{
-    RandomValue random;
-    for (unsigned int section = About; section < Unknown; ++section) {
-        for (const Entry *entry : entries(section)) {
-            for (int i = 0; i < 20; ++i) {
-                const QVariant value = random.of(entry);
-                QVERIFY2(value.isValid(), entry->name);
-                const Reading reading = readValue(entry, writeValue(entry, value));
-                QVERIFY2(reading.error.isEmpty(), entry->name);
-                QCOMPARE(reading.value, value);
-            }
-        }
-    }
-}
-
-void TestEmberLanguage::takesLinesApart_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("parts");
-    const auto row = [](const char *what, const char *text, const char *parts) {
-        QTest::newRow(what) << QString(text) << QString(parts);
-    };
-    row("empty", "", "blank");
-    row("blanks", " \t ", "blank");
-    row("a comment", "  ; @state: x", "blank ;2");
-    row("a header", "@state low  guard", "header 1 'state' 'low guard' 0-17");
-    row("a header with a comment", " @@on x ; y", "header 2 'on' 'x' 1-7 ;8");
-    row("three signs", "@@@on", "header 2 '@on' '' 0-5");
-    row("a sign alone", "@", "header 1 '' '' 0-1");
-    row("an entry", "  drift: 1, 2", "entry drift@2-7 = '1, 2' 9-13");
-    row("a comment cuts quotes", "say: \"a;b\"", "entry say@0-3 = '\"a' 5-7 ;7");
-    row("no value", "drift:", "entry drift@0-5 = '' 6-6");
-    row("a second colon", "a: b: c", "entry a@0-1 = 'b: c' 3-7");
-    row("shared", "a+ b_2 : 3", "entry a@0-1 b_2@3-6 = '3' 9-10");
-    row("no colon", "drift 1", "broken");
-    row("a colon in the comment", "drift ; :", "broken ;6");
-    row("no key", ": 1", "broken");
-    row("two words for a key", "low guard: 1", "broken");
-    row("an open plus", "a + : 1", "broken");
-}
-
-void TestEmberLanguage::takesLinesApart()
-{
-    QFETCH(QString, text);
-    const EmberLine line = EmberLine::read(text);
-    const auto range = [](EmberLine::Range range) {
-        return QStringLiteral("%1-%2").arg(range.begin).arg(range.end);
-    };
-    QString parts;
-    switch (line.kind) {
-    case EmberLine::Blank:
-        parts = QStringLiteral("blank");
-        break;
-    case EmberLine::Broken:
-        parts = QStringLiteral("broken");
-        break;
-    case EmberLine::Header:
-        parts = QStringLiteral("header %1 '%2' '%3' ").arg(line.level).arg(line.word, line.name) +
-                range(line.code);
-        break;
-    case EmberLine::Entry:
-        parts = QStringLiteral("entry");
-        for (int i = 0; i < line.keys.size(); ++i)
-            parts +=
-                QLatin1Char(' ') + line.keys.at(i) + QLatin1Char('@') + range(line.keyRanges.at(i));
-        parts += QStringLiteral(" = '%1' ").arg(line.value) + range(line.valueRange);
-    }
-    if (line.comment < text.size())
-        parts += QStringLiteral(" ;%1").arg(line.comment);
-    QTEST(parts, "parts");
-}
-
-void TestEmberLanguage::findsUnpairedBrackets_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("place");
-    QTest::newRow("none") << QString("a + b") << -1;
-    QTest::newRow("paired") << QString("(a[b]{c})") << -1;
-    QTest::newRow("open") << QString("(a)[") << 3;
-    QTest::newRow("two open: the inner") << QString("((") << 1;
-    QTest::newRow("closed first") << QString(")(") << 0;
-    QTest::newRow("another kind") << QString("(a]") << 2;
-}
-
-void TestEmberLanguage::findsUnpairedBrackets()
-{
-    QFETCH(QString, text);
-    QTEST(unpairedBracket(text), "place");
-}
-
-/// What the rest takes for granted of the tables.
-void TestEmberLanguage::tablesAreSound()
-{
-    QCOMPARE(sectionByWord(QStringLiteral("nothing")), Unknown);
-    QCOMPARE(sectionByWord(QString()), Unknown);
-    QSet<int> types;
-    int oldSpellings = 0;
-    for (unsigned int section = About; section < Unknown; ++section) {
-        QCOMPARE(unsigned(sectionByWord(sectionWord(section))), section);
-        QSet<QString> names;
-        for (const Entry *known : entries(section)) {
-            QVERIFY2(!names.contains(known->name), known->name);
-            names.insert(known->name);
-            types.insert(known->type);
-            const bool isEnumeration =
-                known->type == Kiln::ValueCode::Enum || known->type == Kiln::ValueCode::EnumList;
-            QCOMPARE(!words(known).isEmpty(), isEnumeration);
-            if (known->newName) {
-                const Entry *present = entry(section, known->newName);
-                QVERIFY2(present && !present->newName && present->type == known->type, known->name);
-                ++oldSpellings;
-            }
-        }
-    }
-    QVERIFY(oldSpellings > 0);
-    // All types of the library but 2, which entries that nobody knows have.
-    QCOMPARE(types.size(), 17);
-}
 
 QTEST_APPLESS_MAIN(TestEmberLanguage)
 #include "tst_emberlanguage.moc"

@@ -5,411 +5,367 @@
 #include <kilnx/code/codeblockdata.h>
 #include <kilnx/code/messages.h>
 #include <kilnx/project/archive.h>
+#include <tests/support/rows.h>
 #include <tests/support/testhost.h>
 
-#include <QDate>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QTextBlock>
+#include <QtGui/QtGui>
+#include <QtTest/QtTest>
 
 #include <memory>
 
 namespace TreeDump = EngineTest::TreeDump;
 
 /// What Ember's parser makes of lines, and what it keeps when they change.
+
 class TestEmberParser : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init()
+    {
+        m_host = std::make_unique<TestHost>();
+        m_parent = EmberParentProject::create(
+            m_directory.path(), Kiln::FileSystemArchive::instance(), EmberDocument::Character);
+    }
 
-    void makesNodes_data();
-    void makesNodes();
-    void reports_data();
-    void reports();
-    void keepsTheNode_data();
-    void keepsTheNode();
-    void tellsChangedValues();
-    void reparsesTheSectionOnly();
-    void enablesSections();
-    void settersRewriteTheLine_data();
-    void settersRewriteTheLine();
-    void matesAnswerForTheirLine();
-    void addsValues();
-    void recordsBrackets_data();
-    void recordsBrackets();
-    void foldsBySection();
-    void paintsNothingWhenToldSo();
+    void cleanup()
+    {
+        m_parent->close();
+        m_host.reset();
+    }
+
+    void makesNodes_data()
+    {
+        columns<int, QString, QString>("type", "text", "rows");
+        const auto row = [](const char *what, int type, const char *text, const char *rows) {
+            addRow(what, type, QString(text), QString(rows));
+        };
+        row("sections with their entries", EmberDocument::States,
+            "@state a\ndrift: 1, 2\n\n@@on b\nwhen: x\nthen: a",
+            "state a\n  drift: 1, 2\non b\n  when: x\n  then: a\n");
+        row("entries before the first section make none", EmberDocument::States, "drift: 1, 2", "");
+        row("broken lines make none", EmberDocument::States, "@state a\ndrift\n: 1", "state a\n");
+        row("entries that nobody knows are kept", EmberDocument::States, "@state a\nx: y z",
+            "state a\n  x: y z\n");
+        row("unreadable values keep their text", EmberDocument::States, "@state a\ndrift: far",
+            "state a\n  drift: far\n");
+        row("an old spelling gets the present name", EmberDocument::States,
+            "@state a\nvelocity: 1, 2", "state a\n  drift: 1, 2\n");
+        row("shared entries make a node each", EmberDocument::States, "@@step a\ncel + spark: x",
+            "step a\n  cel: x\n  spark: x\n");
+        row("free text makes none", EmberDocument::Game, "@note\ntime: 1\n@match\ntime: 60",
+            "match\n  time: 60\n");
+        row("sections of other files make none", EmberDocument::States,
+            "@about\ntitle: \"a\"\n@state a\ncost: 1", "state a\n  cost: 1\n");
+        row("unknown sections make none", EmberDocument::States, "@state a\n@stat b\ncost: 1",
+            "state a\n");
+        row("a definition", EmberDocument::Stage, "@files\nstates: a.glow\n@layer sky\ndepth: 2",
+            "files\n  states: a.glow\nlayer sky\n  depth: 2\n");
+        row("commands", EmberDocument::Commands, "@command a\npress: up, kick\n@state b",
+            "command a\n  press: up, kick\n");
+    }
+
+    void makesNodes()
+    {
+        auto [type, text] = row<int, QString>();
+        load(EmberDocument::FileType(type), text);
+        QTEST(TreeDump::rows(*m_document->model()), "rows");
+    }
+
+    void reports_data()
+    {
+        columns<QString, int, int, QString>("text", "errors", "warnings", "first");
+        const auto row = [](const char *what, const char *text, int errors, int warnings,
+                            const char *first) {
+            addRow(what, QString(text), errors, warnings, QString(first));
+        };
+        row("nothing", "@state a\n\ndrift: 1, 2 ; fine\n@@on b\nwhen: (a)", 0, 0, "");
+        row("no section above", "; x\ncost: 1", 1, 0,
+            "1,0 A line of code needs a section above it");
+        row("no colon", "@state a\n  cost 1 ; x", 1, 0, "1,2 'key: value' expected");
+        row("an unreadable value", "@state a\ncost: much", 1, 0,
+            "1,6 'much' is not a whole number");
+        row("no value", "@state a\n cost:", 1, 0, "1,1 'cost' has no value");
+        row("no such entry", "@state a\n chance: 1", 0, 1, "1,1 'state' has no entry 'chance'");
+        row("an old spelling", "@@step a\n velocity: 1, 2", 0, 1,
+            "1,1 'velocity' is an old spelling of 'drift'");
+        row("out of range", "@state a\ncost: -1", 0, 1, "1,6 -1 is outside the range 0 to 9999");
+        row("no such section", "@statue a\ncost: 1", 1, 0, "0,0 There is no section 'statue'");
+        row("a name is missing", " @state ; x", 1, 0, "0,1 'state' needs a name");
+        row("a name too much", "@note x", 0, 1, "0,0 'note' takes no name");
+        row("one sign too many", "@@state x", 0, 1, "0,0 This is written '@state'");
+        row("one sign too few", "@step x", 0, 1, "0,0 This is written '@@step'");
+        row("a section of other files", "@about", 0, 1,
+            "0,0 'about' is not read in this kind of file");
+        row("a sketch is quiet", "@sketch a\nnonsense", 0, 0, "");
+        row("free text is quiet", "@note\nnonsense (", 0, 0, "");
+        row("entries that cannot share", "@state a\ncost + cel: 1", 1, 0,
+            "1,0 These entries cannot share a value");
+        row("both of a line, in order", "@state a\nvelocity: far", 1, 1,
+            "1,0 'velocity' is an old spelling of 'drift'");
+    }
+
+    void reports()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, first);
+        load(EmberDocument::States, text);
+        const Kiln::Messages *messages = m_document->messages();
+        QTEST(int(messages->count(Kiln::Message::Error)), "errors");
+        QTEST(int(messages->count(Kiln::Message::Warning)), "warnings");
+        const Kiln::Message message = messages->at(0, Kiln::Message::All);
+        const QString found =
+            message.type == Kiln::Message::All
+                ? QString()
+                : QString("%1,%2 %3").arg(message.line).arg(message.column).arg(message.text);
+        QCOMPARE(found, first);
+    }
+
+    void keepsTheNode_data()
+    {
+        columns<int, QString, int, bool>("changed", "text", "watched", "kept");
+        const auto row = [](const char *what, int changed, const char *text, int watched,
+                            bool kept) { addRow(what, changed, QString(text), watched, kept); };
+        row("another value", 1, "drift: 3, 4", 1, true);
+        row("an unreadable value", 1, "drift: x", 1, true);
+        row("a comment", 1, "drift: 0, 0 ; calm", 1, true);
+        row("other blanks", 1, "\tdrift :0,0", 1, true);
+        row("the old spelling of the same", 1, "velocity: 0, 0", 1, true);
+        row("another entry", 1, "cost: 0", 1, false);
+        row("an entry that nobody knows", 1, "drif: 0, 0", 1, false);
+        row("a further key", 1, "drift + drift: 0, 0", 1, false);
+        row("no entry any more", 1, "; drift: 0, 0", 1, false);
+        row("the header's name", 0, "@state b", 0, true);
+        row("the header's signs", 0, "@@state a", 0, true);
+        row("another section", 0, "@@step a", 0, false);
+        row("an entry below a renamed header", 0, "@state b", 1, true);
+        row("a like entry below another header", 0, "@@step a", 1, false);
+        row("the next section below another header", 0, "@@step a", 3, true);
+        row("a line above", 1, "x", 2, true);
+    }
+
+    void keepsTheNode()
+    {
+        auto [changed, text, watched, kept] = row<int, QString, int, bool>();
+        load(EmberDocument::States, QString("@state a\ndrift: 0, 0\ncost: 1\n@@step c\ncel: d"));
+        // Another node may be made where an old one was, so its own words tell them apart.
+        Kiln::CodeNode *const before = m_document->nodeInBlock(line(watched));
+        QVERIFY(before);
+        rewrite(changed, text);
+        QCOMPARE(m_document->nodeInBlock(line(watched)) == before && before->isValid(), kept);
+    }
+
+    void tellsChangedValues()
+    {
+        load(EmberDocument::States, QString("@state a\ndrift: 0, 0\ncost: 1"));
+        QAbstractItemModel *model = m_document->model();
+        QSignalSpy changes(model, &QAbstractItemModel::dataChanged);
+        QSignalSpy inserts(model, &QAbstractItemModel::rowsInserted);
+        QSignalSpy removes(model, &QAbstractItemModel::rowsRemoved);
+
+        rewrite(2, QString("cost: 2"));
+        QCOMPARE(changes.count(), 1);
+        const QModelIndex group = model->index(0, 0);
+        QCOMPARE(changes.takeFirst().first().toModelIndex(), model->index(1, 0, group));
+        QCOMPARE(model->index(1, 0, group).data().toString(), QString("cost: 2"));
+
+        rewrite(2, QString("cost:  2 ; the same"));
+        QCOMPARE(changes.count(), 0);
+
+        rewrite(0, QString("@state other"));
+        QCOMPARE(changes.count(), 1);
+        QCOMPARE(changes.takeFirst().first().toModelIndex(), group);
+        QCOMPARE(group.data().toString(), QString("state other"));
+
+        QCOMPARE(inserts.count(), 0);
+        QCOMPARE(removes.count(), 0);
+    }
+
+    /// A header that changes its kind concerns its own section and nothing below.
+    void reparsesTheSectionOnly()
+    {
+        load(EmberDocument::States,
+             QString("@state a\ncel: x\nwhen: y\n@@on b\nwhen: z\n@@on c\nwhen: w"));
+        QCOMPARE(m_document->messages()->count(Kiln::Message::Warning), 1u);
+        Kiln::CodeNode *const below = m_document->nodeInBlock(line(4));
+        rewrite(0, QString("@@on a"));
+        QCOMPARE(TreeDump::rows(*m_document->model()),
+                 QString("on a\n  cel: x\n  when: y\non b\n  when: z\non c\n  when: w\n"));
+        QCOMPARE(m_document->messages()->count(Kiln::Message::Warning), 1u);
+        QCOMPARE(m_document->messages()->at(0, Kiln::Message::All).line, 1);
+        QCOMPARE(m_document->nodeInBlock(line(4)), below);
+    }
+
+    void enablesSections()
+    {
+        load(EmberDocument::States, QString("@state a\n@sketch b\ncost: 1"));
+        QCOMPARE(TreeDump::rows(*m_document->model()), QString("state a\n"));
+        QVERIFY(!groupIn(1)->isShown());
+        QVERIFY(!groupIn(1)->parent());
+        m_document->enableGroups({EmberLanguage::Sketch});
+        QCOMPARE(TreeDump::rows(*m_document->model()), QString("state a\nsketch b\n  cost: 1\n"));
+    }
+
+    void settersRewriteTheLine_data()
+    {
+        columns<QString, QString, QVariant, QString>("text", "property", "value", "expected");
+        const auto row = [](const char *what, const char *text, const char *property,
+                            QVariant value, const char *expected) {
+            addRow(what, QString(text), QString(property), value, QString(expected));
+        };
+        const char *v = "Value";
+        row("plain", "  cel: a ; c", v, "b", "  cel: b ; c");
+        row("quoted", "say: \"a\"", v, "it \"is\"; so\nthere", "say: \"it 'is', so there\"");
+        row("words", "aim: a", v, "b c", "aim: b c");
+        row("enum by number", "posture: lying ;x", v, 1u, "posture: crouching ;x");
+        row("enum by word", "posture: lying", v, "airborne", "posture: airborne");
+        row("int", "\tcost : 4", v, 12, "\tcost: 12");
+        row("int from a real", "cost: 4", v, 12.0, "cost: 12");
+        row("real", "pull: 1", v, 0.25, "pull: 0.25");
+        row("point", "drift: 1, 2", v, QPointF(-1.5, 3), "drift: -1.5, 3");
+        row("point from a list", "drift: 1, 2", v, QVariantList{4, 5.5}, "drift: 4, 5.5");
+        row("list", "ticks: 1", v, QVariantList{1, 2, 3}, "ticks: 1, 2, 3");
+        row("list from one number", "ticks: 1, 2", v, 6, "ticks: 6");
+        row("box", "box: x", v, QVariantList{1, 2, 3, 4}, "box: 1, 2, 3, 4");
+        row("text as it is", "drift: 1, 2", v, "3,  4", "drift: 3,  4");
+        row("an entry that nobody knows", "x: 1", v, "2 ; 3", "x: 2 , 3");
+        row("the old spelling goes", "velocity: 1, 2", v, QPointF(0, 0), "drift: 0, 0");
+        row("the name", "  x: 1 ; c", "Name", "cost", "  cost: 1 ; c");
+        row("an empty name is refused", "x: 1", "Name", "", "x: 1");
+        row("the display name is read-only", "x: 1", "DisplayName", "y", "x: 1");
+        row("all keys of a line stay", "cel + aim + say: a", v, "b", "cel + aim + say: a");
+    }
+
+    void settersRewriteTheLine()
+    {
+        auto [text, property, value] = row<QString, QString, QVariant>();
+        load(EmberDocument::States, QString("@state a\n") + text + QString("\ncost: 1"));
+        if (EmberValue *node = valueIn(1))
+            node->setProperty(property, value);
+        QTEST(line(1).text(), "expected");
+        QCOMPARE(line(2).text(), QString("cost: 1"));
+    }
+
+    void matesAnswerForTheirLine()
+    {
+        load(EmberDocument::States, QString("@@step a\n cel + spark: x ; c\nlasts: 2"));
+        auto *head = valueIn(1);
+        auto *mate = dynamic_cast<EmberValue *>(head->next());
+        QVERIFY(mate);
+        QCOMPARE(mate->firstLine(), 1);
+        QCOMPARE(mate->document(), m_document);
+
+        mate->setValue(QString("y"));
+        QCOMPARE(line(1).text(), QString(" cel + spark: y ; c"));
+        QCOMPARE(valueIn(1), head);
+        QCOMPARE(mate->value().toString(), QString("y"));
+
+        // The two stay one line when the section above them goes, and comes back.
+        rewrite(0, QString("none"));
+        QCOMPARE(TreeDump::rows(*m_document->model()), QString());
+        rewrite(0, QString("@@step b"));
+        QCOMPARE(TreeDump::rows(*m_document->model()),
+                 QString("step b\n  cel: y\n  spark: y\n  lasts: 2\n"));
+
+        head = valueIn(1);
+        mate = dynamic_cast<EmberValue *>(head->next());
+        mate->setName(QString("cel"));
+        QCOMPARE(line(1).text(), QString(" cel + cel: y ; c"));
+        dynamic_cast<EmberValue *>(valueIn(1)->next())->remove(false);
+        QCOMPARE(TreeDump::rows(*m_document->model()), QString("step b\n  lasts: 2\n"));
+    }
+
+    void addsValues()
+    {
+        load(EmberDocument::States, QString("@state a\n  cost: 1\n\n@@on b\n@about"));
+        QVERIFY(groupIn(0)->addValue(QString("drift"), QPointF(1, 2)));
+        QVERIFY(groupIn(4)->addValue(QString("then"), QString("a")));
+        QVERIFY(!groupIn(0)->addValue(QString("then"), QString("a")));
+        QCOMPARE(m_document->toPlainText(),
+                 QString("@state a\n  cost: 1\n  drift: 1, 2\n\n@@on b\n    then: a\n@about"));
+        QCOMPARE(groupIn(0)->headerText(), QString("@state a"));
+        QCOMPARE(groupIn(4)->headerText(), QString("@@on b"));
+    }
+
+    void recordsBrackets_data()
+    {
+        columns<QString, QString>("text", "brackets");
+        addRow("all kinds", QString("when: (a[1]) and {b}"), QString("(6[8]10)11{17}19"));
+        addRow("not in quotes", QString("say: \"(\" ; ("), QString());
+        addRow("not in comments", QString("when: (a ; )"), QString("(6"));
+        addRow("unpaired ones too", QString("when: )("), QString(")6(7"));
+        addRow("in lines that make no node", QString("(a"), QString("(0"));
+    }
+
+    void recordsBrackets()
+    {
+        QFETCH(QString, text);
+        load(EmberDocument::States, QString("@@on a\n") + text);
+        QString found;
+        const Kiln::CodeBlockData *data = Kiln::CodeBlockData::testBlockData(line(1));
+        QVERIFY(data);
+        for (const auto &bracket : data->parenthesis()) {
+            const bool isOpen = QString("([{").contains(bracket.character);
+            QCOMPARE(bracket.type == Kiln::CodeBlockData::Parenthesis::Open, isOpen);
+            found += bracket.character + QString::number(bracket.position);
+        }
+        QTEST(found, "brackets");
+    }
+
+    void foldsBySection()
+    {
+        load(EmberDocument::States, QString("@state a\ncost: 1\n@state b\ncost: 2"));
+        QList<unsigned int> indents;
+        for (QTextBlock block = m_document->begin(); block.isValid(); block = block.next())
+            indents.append(Kiln::CodeBlockData::testBlockData(block)->foldingIndent());
+        QCOMPARE(indents, (QList<unsigned int>{0, 1, 0, 1}));
+    }
+
+    /// Without highlighting there is a tree, but neither paint nor messages nor brackets.
+    void paintsNothingWhenToldSo()
+    {
+        load(EmberDocument::States, QString("@state a\ncost: (x"));
+        QCOMPARE(m_document->messages()->count(Kiln::Message::Error), 1u);
+        m_document->setSyntaxHighlight(false);
+        QCOMPARE(TreeDump::rows(*m_document->model()), QString("state a\n  cost: (x\n"));
+        QCOMPARE(m_document->messages()->count(Kiln::Message::All), 0u);
+        QVERIFY(Kiln::CodeBlockData::testBlockData(line(1))->parenthesis().isEmpty());
+    }
 
 private:
-    EmberDocument *load(EmberDocument::FileType type, const QString &text);
+    EmberDocument *load(EmberDocument::FileType type, const QString &text)
+    {
+        m_document = new EmberDocument(type);
+        m_parent->openedProjects().first()->addFile(m_document, Kiln::Project::FileID::Code);
+        m_document->fromString(text);
+        return m_document;
+    }
+
     QTextBlock line(int number) const { return m_document->findBlockByNumber(number); }
-    EmberValue *valueIn(int number) const;
-    EmberGroup *groupIn(int number) const;
-    void rewrite(int number, const QString &text);
+    EmberValue *valueIn(int number) const
+    {
+        return dynamic_cast<EmberValue *>(m_document->nodeInBlock(line(number)));
+    }
+
+    EmberGroup *groupIn(int number) const
+    {
+        return dynamic_cast<EmberGroup *>(m_document->nodeInBlock(line(number)));
+    }
+
+    /// Replaces a line's text as a view does.
+    void rewrite(int number, const QString &text)
+    {
+        QTextCursor cursor(line(number));
+        cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
+        cursor.insertText(text);
+    }
 
     std::unique_ptr<TestHost> m_host;
     QTemporaryDir m_directory;
     EmberParentProject *m_parent = nullptr;
     EmberDocument *m_document = nullptr;
 };
-
-void TestEmberParser::init()
-{
-    m_host = std::make_unique<TestHost>();
-    m_parent = EmberParentProject::create(m_directory.path(), Kiln::FileSystemArchive::instance(),
-                                          EmberDocument::Character);
-}
-
-void TestEmberParser::cleanup()
-{
-    m_parent->close();
-    m_host.reset();
-}
-
-EmberDocument *TestEmberParser::load(EmberDocument::FileType type, const QString &text)
-{
-    m_document = new EmberDocument(type);
-    m_parent->openedProjects().first()->addFile(m_document, Kiln::Project::FileID::Code);
-    m_document->fromString(text);
-    return m_document;
-}
-
-EmberValue *TestEmberParser::valueIn(int number) const
-{
-    return dynamic_cast<EmberValue *>(m_document->nodeInBlock(line(number)));
-}
-
-EmberGroup *TestEmberParser::groupIn(int number) const
-{
-    return dynamic_cast<EmberGroup *>(m_document->nodeInBlock(line(number)));
-}
-
-/// Replaces a line's text as a view does.
-void TestEmberParser::rewrite(int number, const QString &text)
-{
-    QTextCursor cursor(line(number));
-    cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
-    cursor.insertText(text);
-}
-
-void TestEmberParser::makesNodes_data()
-{
-    QTest::addColumn<int>("type");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("rows");
-    const auto row = [](const char *what, int type, const char *text, const char *rows) {
-        QTest::newRow(what) << type << QString(text) << QString(rows);
-    };
-    row("sections with their entries", EmberDocument::States,
-        "@state a\ndrift: 1, 2\n\n@@on b\nwhen: x\nthen: a",
-        "state a\n  drift: 1, 2\non b\n  when: x\n  then: a\n");
-    row("entries before the first section make none", EmberDocument::States, "drift: 1, 2", "");
-    row("broken lines make none", EmberDocument::States, "@state a\ndrift\n: 1", "state a\n");
-    row("entries that nobody knows are kept", EmberDocument::States, "@state a\nx: y z",
-        "state a\n  x: y z\n");
-    row("unreadable values keep their text", EmberDocument::States, "@state a\ndrift: far",
-        "state a\n  drift: far\n");
-    row("an old spelling gets the present name", EmberDocument::States, "@state a\nvelocity: 1, 2",
-        "state a\n  drift: 1, 2\n");
-    row("shared entries make a node each", EmberDocument::States, "@@step a\ncel + spark: x",
-        "step a\n  cel: x\n  spark: x\n");
-    row("free text makes none", EmberDocument::Game, "@note\ntime: 1\n@match\ntime: 60",
-        "match\n  time: 60\n");
-    row("sections of other files make none", EmberDocument::States,
-        "@about\ntitle: \"a\"\n@state a\ncost: 1", "state a\n  cost: 1\n");
-    row("unknown sections make none", EmberDocument::States, "@state a\n@stat b\ncost: 1",
-        "state a\n");
-    row("a definition", EmberDocument::Stage, "@files\nstates: a.glow\n@layer sky\ndepth: 2",
-        "files\n  states: a.glow\nlayer sky\n  depth: 2\n");
-    row("commands", EmberDocument::Commands, "@command a\npress: up, kick\n@state b",
-        "command a\n  press: up, kick\n");
-}
-
-void TestEmberParser::makesNodes()
-{
-    QFETCH(int, type);
-    QFETCH(QString, text);
-    load(EmberDocument::FileType(type), text);
-    QTEST(TreeDump::rows(*m_document->model()), "rows");
-}
-
-void TestEmberParser::reports_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("errors");
-    QTest::addColumn<int>("warnings");
-    QTest::addColumn<QString>("first");
-    const auto row = [](const char *what, const char *text, int errors, int warnings,
-                        const char *first) {
-        QTest::newRow(what) << QString(text) << errors << warnings << QString(first);
-    };
-    row("nothing", "@state a\n\ndrift: 1, 2 ; fine\n@@on b\nwhen: (a)", 0, 0, "");
-    row("no section above", "; x\ncost: 1", 1, 0, "1,0 A line of code needs a section above it");
-    row("no colon", "@state a\n  cost 1 ; x", 1, 0, "1,2 'key: value' expected");
-    row("an unreadable value", "@state a\ncost: much", 1, 0, "1,6 'much' is not a whole number");
-    row("no value", "@state a\n cost:", 1, 0, "1,1 'cost' has no value");
-    row("no such entry", "@state a\n chance: 1", 0, 1, "1,1 'state' has no entry 'chance'");
-    row("an old spelling", "@@step a\n velocity: 1, 2", 0, 1,
-        "1,1 'velocity' is an old spelling of 'drift'");
-    row("out of range", "@state a\ncost: -1", 0, 1, "1,6 -1 is outside the range 0 to 9999");
-    row("no such section", "@statue a\ncost: 1", 1, 0, "0,0 There is no section 'statue'");
-    row("a name is missing", " @state ; x", 1, 0, "0,1 'state' needs a name");
-    row("a name too much", "@note x", 0, 1, "0,0 'note' takes no name");
-    row("one sign too many", "@@state x", 0, 1, "0,0 This is written '@state'");
-    row("one sign too few", "@step x", 0, 1, "0,0 This is written '@@step'");
-    row("a section of other files", "@about", 0, 1, "0,0 'about' is not read in this kind of file");
-    row("a sketch is quiet", "@sketch a\nnonsense", 0, 0, "");
-    row("free text is quiet", "@note\nnonsense (", 0, 0, "");
-    row("entries that cannot share", "@state a\ncost + cel: 1", 1, 0,
-        "1,0 These entries cannot share a value");
-    row("both of a line, in order", "@state a\nvelocity: far", 1, 1,
-        "1,0 'velocity' is an old spelling of 'drift'");
-}
-
-void TestEmberParser::reports()
-{
-    QFETCH(QString, text);
-    QFETCH(QString, first);
-    load(EmberDocument::States, text);
-    const Kiln::Messages *messages = m_document->messages();
-    QTEST(int(messages->count(Kiln::Message::Error)), "errors");
-    QTEST(int(messages->count(Kiln::Message::Warning)), "warnings");
-    const Kiln::Message message = messages->at(0, Kiln::Message::All);
-    const QString found =
-        message.type == Kiln::Message::All
-            ? QString()
-            : QStringLiteral("%1,%2 %3").arg(message.line).arg(message.column).arg(message.text);
-    QCOMPARE(found, first);
-}
-
-void TestEmberParser::keepsTheNode_data()
-{
-    QTest::addColumn<int>("changed");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("watched");
-    QTest::addColumn<bool>("kept");
-    const auto row = [](const char *what, int changed, const char *text, int watched, bool kept) {
-        QTest::newRow(what) << changed << QString(text) << watched << kept;
-    };
-    row("another value", 1, "drift: 3, 4", 1, true);
-    row("an unreadable value", 1, "drift: x", 1, true);
-    row("a comment", 1, "drift: 0, 0 ; calm", 1, true);
-    row("other blanks", 1, "\tdrift :0,0", 1, true);
-    row("the old spelling of the same", 1, "velocity: 0, 0", 1, true);
-    row("another entry", 1, "cost: 0", 1, false);
-    row("an entry that nobody knows", 1, "drif: 0, 0", 1, false);
-    row("a further key", 1, "drift + drift: 0, 0", 1, false);
-    row("no entry any more", 1, "; drift: 0, 0", 1, false);
-    row("the header's name", 0, "@state b", 0, true);
-    row("the header's signs", 0, "@@state a", 0, true);
-    row("another section", 0, "@@step a", 0, false);
-    row("an entry below a renamed header", 0, "@state b", 1, true);
-    row("a like entry below another header", 0, "@@step a", 1, false);
-    row("the next section below another header", 0, "@@step a", 3, true);
-    row("a line above", 1, "x", 2, true);
-}
-
-void TestEmberParser::keepsTheNode()
-{
-    QFETCH(int, changed);
-    QFETCH(QString, text);
-    QFETCH(int, watched);
-    QFETCH(bool, kept);
-    load(EmberDocument::States, QStringLiteral("@state a\ndrift: 0, 0\ncost: 1\n@@step c\ncel: d"));
-    // Another node may be made where an old one was, so its own words tell them apart.
-    Kiln::CodeNode *const before = m_document->nodeInBlock(line(watched));
-    QVERIFY(before);
-    rewrite(changed, text);
-    QCOMPARE(m_document->nodeInBlock(line(watched)) == before && before->isValid(), kept);
-}
-
-void TestEmberParser::tellsChangedValues()
-{
-    load(EmberDocument::States, QStringLiteral("@state a\ndrift: 0, 0\ncost: 1"));
-    QAbstractItemModel *model = m_document->model();
-    QSignalSpy changes(model, &QAbstractItemModel::dataChanged);
-    QSignalSpy inserts(model, &QAbstractItemModel::rowsInserted);
-    QSignalSpy removes(model, &QAbstractItemModel::rowsRemoved);
-
-    rewrite(2, QStringLiteral("cost: 2"));
-    QCOMPARE(changes.count(), 1);
-    const QModelIndex group = model->index(0, 0);
-    QCOMPARE(changes.takeFirst().first().toModelIndex(), model->index(1, 0, group));
-    QCOMPARE(model->index(1, 0, group).data().toString(), QStringLiteral("cost: 2"));
-
-    rewrite(2, QStringLiteral("cost:  2 ; the same"));
-    QCOMPARE(changes.count(), 0);
-
-    rewrite(0, QStringLiteral("@state other"));
-    QCOMPARE(changes.count(), 1);
-    QCOMPARE(changes.takeFirst().first().toModelIndex(), group);
-    QCOMPARE(group.data().toString(), QStringLiteral("state other"));
-
-    QCOMPARE(inserts.count(), 0);
-    QCOMPARE(removes.count(), 0);
-}
-
-/// A header that changes its kind concerns its own section and nothing below.
-void TestEmberParser::reparsesTheSectionOnly()
-{
-    load(EmberDocument::States,
-         QStringLiteral("@state a\ncel: x\nwhen: y\n@@on b\nwhen: z\n@@on c\nwhen: w"));
-    QCOMPARE(m_document->messages()->count(Kiln::Message::Warning), 1u);
-    Kiln::CodeNode *const below = m_document->nodeInBlock(line(4));
-    rewrite(0, QStringLiteral("@@on a"));
-    QCOMPARE(TreeDump::rows(*m_document->model()),
-             QStringLiteral("on a\n  cel: x\n  when: y\non b\n  when: z\non c\n  when: w\n"));
-    QCOMPARE(m_document->messages()->count(Kiln::Message::Warning), 1u);
-    QCOMPARE(m_document->messages()->at(0, Kiln::Message::All).line, 1);
-    QCOMPARE(m_document->nodeInBlock(line(4)), below);
-}
-
-void TestEmberParser::enablesSections()
-{
-    load(EmberDocument::States, QStringLiteral("@state a\n@sketch b\ncost: 1"));
-    QCOMPARE(TreeDump::rows(*m_document->model()), QStringLiteral("state a\n"));
-    QVERIFY(!groupIn(1)->isShown());
-    QVERIFY(!groupIn(1)->parent());
-    m_document->enableGroups({EmberLanguage::Sketch});
-    QCOMPARE(TreeDump::rows(*m_document->model()),
-             QStringLiteral("state a\nsketch b\n  cost: 1\n"));
-}
-
-void TestEmberParser::settersRewriteTheLine_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("property");
-    QTest::addColumn<QVariant>("value");
-    QTest::addColumn<QString>("expected");
-    const auto row = [](const char *what, const char *text, const char *property, QVariant value,
-                        const char *expected) {
-        QTest::newRow(what) << QString(text) << QString(property) << value << QString(expected);
-    };
-    const char *v = "Value";
-    row("plain", "  cel: a ; c", v, "b", "  cel: b ; c");
-    row("quoted", "say: \"a\"", v, "it \"is\"; so\nthere", "say: \"it 'is', so there\"");
-    row("words", "aim: a", v, "b c", "aim: b c");
-    row("enum by number", "posture: lying ;x", v, 1u, "posture: crouching ;x");
-    row("enum by word", "posture: lying", v, "airborne", "posture: airborne");
-    row("int", "\tcost : 4", v, 12, "\tcost: 12");
-    row("int from a real", "cost: 4", v, 12.0, "cost: 12");
-    row("real", "pull: 1", v, 0.25, "pull: 0.25");
-    row("point", "drift: 1, 2", v, QPointF(-1.5, 3), "drift: -1.5, 3");
-    row("point from a list", "drift: 1, 2", v, QVariantList{4, 5.5}, "drift: 4, 5.5");
-    row("list", "ticks: 1", v, QVariantList{1, 2, 3}, "ticks: 1, 2, 3");
-    row("list from one number", "ticks: 1, 2", v, 6, "ticks: 6");
-    row("box", "box: x", v, QVariantList{1, 2, 3, 4}, "box: 1, 2, 3, 4");
-    row("text as it is", "drift: 1, 2", v, "3,  4", "drift: 3,  4");
-    row("an entry that nobody knows", "x: 1", v, "2 ; 3", "x: 2 , 3");
-    row("the old spelling goes", "velocity: 1, 2", v, QPointF(0, 0), "drift: 0, 0");
-    row("the name", "  x: 1 ; c", "Name", "cost", "  cost: 1 ; c");
-    row("an empty name is refused", "x: 1", "Name", "", "x: 1");
-    row("the display name is read-only", "x: 1", "DisplayName", "y", "x: 1");
-    row("all keys of a line stay", "cel + aim + say: a", v, "b", "cel + aim + say: a");
-}
-
-void TestEmberParser::settersRewriteTheLine()
-{
-    QFETCH(QString, text);
-    QFETCH(QString, property);
-    QFETCH(QVariant, value);
-    load(EmberDocument::States, QStringLiteral("@state a\n") + text + QStringLiteral("\ncost: 1"));
-    if (EmberValue *node = valueIn(1))
-        node->setProperty(property, value);
-    QTEST(line(1).text(), "expected");
-    QCOMPARE(line(2).text(), QStringLiteral("cost: 1"));
-}
-
-void TestEmberParser::matesAnswerForTheirLine()
-{
-    load(EmberDocument::States, QStringLiteral("@@step a\n cel + spark: x ; c\nlasts: 2"));
-    auto *head = valueIn(1);
-    auto *mate = dynamic_cast<EmberValue *>(head->next());
-    QVERIFY(mate);
-    QCOMPARE(mate->firstLine(), 1);
-    QCOMPARE(mate->document(), m_document);
-
-    mate->setValue(QStringLiteral("y"));
-    QCOMPARE(line(1).text(), QStringLiteral(" cel + spark: y ; c"));
-    QCOMPARE(valueIn(1), head);
-    QCOMPARE(mate->value().toString(), QStringLiteral("y"));
-
-    // The two stay one line when the section above them goes, and comes back.
-    rewrite(0, QStringLiteral("none"));
-    QCOMPARE(TreeDump::rows(*m_document->model()), QString());
-    rewrite(0, QStringLiteral("@@step b"));
-    QCOMPARE(TreeDump::rows(*m_document->model()),
-             QStringLiteral("step b\n  cel: y\n  spark: y\n  lasts: 2\n"));
-
-    head = valueIn(1);
-    mate = dynamic_cast<EmberValue *>(head->next());
-    mate->setName(QStringLiteral("cel"));
-    QCOMPARE(line(1).text(), QStringLiteral(" cel + cel: y ; c"));
-    dynamic_cast<EmberValue *>(valueIn(1)->next())->remove(false);
-    QCOMPARE(TreeDump::rows(*m_document->model()), QStringLiteral("step b\n  lasts: 2\n"));
-}
-
-void TestEmberParser::addsValues()
-{
-    load(EmberDocument::States, QStringLiteral("@state a\n  cost: 1\n\n@@on b\n@about"));
-    QVERIFY(groupIn(0)->addValue(QStringLiteral("drift"), QPointF(1, 2)));
-    QVERIFY(groupIn(4)->addValue(QStringLiteral("then"), QStringLiteral("a")));
-    QVERIFY(!groupIn(0)->addValue(QStringLiteral("then"), QStringLiteral("a")));
-    QCOMPARE(m_document->toPlainText(),
-             QStringLiteral("@state a\n  cost: 1\n  drift: 1, 2\n\n@@on b\n    then: a\n@about"));
-    QCOMPARE(groupIn(0)->headerText(), QStringLiteral("@state a"));
-    QCOMPARE(groupIn(4)->headerText(), QStringLiteral("@@on b"));
-}
-
-void TestEmberParser::recordsBrackets_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("brackets");
-    QTest::newRow("all kinds") << QString("when: (a[1]) and {b}") << QString("(6[8]10)11{17}19");
-    QTest::newRow("not in quotes") << QString("say: \"(\" ; (") << QString();
-    QTest::newRow("not in comments") << QString("when: (a ; )") << QString("(6");
-    QTest::newRow("unpaired ones too") << QString("when: )(") << QString(")6(7");
-    QTest::newRow("in lines that make no node") << QString("(a") << QString("(0");
-}
-
-void TestEmberParser::recordsBrackets()
-{
-    QFETCH(QString, text);
-    load(EmberDocument::States, QStringLiteral("@@on a\n") + text);
-    QString found;
-    const Kiln::CodeBlockData *data = Kiln::CodeBlockData::testBlockData(line(1));
-    QVERIFY(data);
-    for (const auto &bracket : data->parenthesis()) {
-        const bool isOpen = QStringLiteral("([{").contains(bracket.character);
-        QCOMPARE(bracket.type == Kiln::CodeBlockData::Parenthesis::Open, isOpen);
-        found += bracket.character + QString::number(bracket.position);
-    }
-    QTEST(found, "brackets");
-}
-
-void TestEmberParser::foldsBySection()
-{
-    load(EmberDocument::States, QStringLiteral("@state a\ncost: 1\n@state b\ncost: 2"));
-    QList<unsigned int> indents;
-    for (QTextBlock block = m_document->begin(); block.isValid(); block = block.next())
-        indents.append(Kiln::CodeBlockData::testBlockData(block)->foldingIndent());
-    QCOMPARE(indents, (QList<unsigned int>{0, 1, 0, 1}));
-}
-
-/// Without highlighting there is a tree, but neither paint nor messages nor brackets.
-void TestEmberParser::paintsNothingWhenToldSo()
-{
-    load(EmberDocument::States, QStringLiteral("@state a\ncost: (x"));
-    QCOMPARE(m_document->messages()->count(Kiln::Message::Error), 1u);
-    m_document->setSyntaxHighlight(false);
-    QCOMPARE(TreeDump::rows(*m_document->model()), QStringLiteral("state a\n  cost: (x\n"));
-    QCOMPARE(m_document->messages()->count(Kiln::Message::All), 0u);
-    QVERIFY(Kiln::CodeBlockData::testBlockData(line(1))->parenthesis().isEmpty());
-}
 
 QTEST_MAIN(TestEmberParser)
 #include "tst_emberparser.moc"

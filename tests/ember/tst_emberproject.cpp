@@ -5,15 +5,11 @@
 #include <kilnx/code/messages.h>
 #include <kilnx/code/valuecode.h>
 #include <kilnx/project/archive.h>
+#include <tests/support/files.h>
+#include <tests/support/rows.h>
 #include <tests/support/testhost.h>
 
-#include <QCoreApplication>
-#include <QDirIterator>
-#include <QFile>
-#include <QPointer>
-#include <QProcess>
-#include <QTemporaryDir>
-#include <QTest>
+#include <QtTest/QtTest>
 
 #include <memory>
 
@@ -27,19 +23,11 @@ Kiln::Archive &disk()
     return Kiln::FileSystemArchive::instance();
 }
 
-void writeFile(const QString &name, const QByteArray &data)
-{
-    QDir().mkpath(QFileInfo(name).path());
-    QFile file(name);
-    QVERIFY(file.open(QFile::WriteOnly));
-    QCOMPARE(file.write(data), qint64(data.size()));
-}
-
 /// A copy of examples/hero below `directory`; its base path.
 QString copyOfHero(const QString &directory)
 {
-    const QString from = QStringLiteral(KILN_SOURCE_DIR "/examples/hero/");
-    const QString to = directory + QStringLiteral("/hero/");
+    const QString from = QString(KILN_SOURCE_DIR "/examples/hero/");
+    const QString to = directory + QString("/hero/");
     for (QDirIterator i(from, QDir::Files, QDirIterator::Subdirectories); i.hasNext();) {
         const QString target = to + i.next().mid(from.size());
         QDir().mkpath(QFileInfo(target).path());
@@ -67,7 +55,7 @@ QStringList allMessages(EmberParentProject *parent)
         for (int row = 0; row < list->rowCount(); ++row) {
             const Kiln::Messages *source = nullptr;
             const Kiln::Message message = list->messageAt(row, source);
-            lines.append(QStringLiteral("%1:%2 %3 %4")
+            lines.append(QString("%1:%2 %3 %4")
                              .arg(QFileInfo(source->file()->fileName()).fileName())
                              .arg(message.line + 1)
                              .arg(message.type)
@@ -81,486 +69,6 @@ QStringList allMessages(EmberParentProject *parent)
 } // namespace
 
 /// Projects on real files: the sample project, odd definitions, running, and closing it all.
-class TestEmberProject : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void cleanup();
-
-    void opensTheSample();
-    void showsFilesAndDirectories();
-    void opensWhatTheUserChose_data();
-    void opensWhatTheUserChose();
-    void opensFilesOnDemand();
-    void followsTheDefinition();
-    void readsOddDefinitions_data();
-    void readsOddDefinitions();
-    void readsTheStage();
-    void changeKeepsTheComment_data();
-    void changeKeepsTheComment();
-    void savesWithLineEnds();
-    void makesFiles();
-    void collectsFiles();
-    void sampleUsesEveryValueType();
-    void runsTheGame();
-    void runsTheGameOfTheProject();
-    void closesEverything();
-    void returnsEveryNode();
-
-private:
-    EmberParentProject *openHero();
-
-    std::unique_ptr<TestHost> m_host;
-    std::unique_ptr<QTemporaryDir> m_directory;
-    QPointer<EmberParentProject> m_parent;
-};
-
-void TestEmberProject::init()
-{
-    m_host = std::make_unique<TestHost>();
-    m_host->currentEngine = &EmberEngine::instance();
-    m_directory = std::make_unique<QTemporaryDir>();
-}
-
-void TestEmberProject::cleanup()
-{
-    if (m_parent)
-        m_parent->close();
-    QVERIFY(!m_parent);
-    m_directory.reset();
-    m_host.reset();
-}
-
-EmberParentProject *TestEmberProject::openHero()
-{
-    m_parent = EmberParentProject::open(copyOfHero(m_directory->path()), disk());
-    return m_parent;
-}
-
-void TestEmberProject::opensTheSample()
-{
-    QVERIFY(openHero());
-    QStringList names;
-    for (Kiln::Project *project : m_parent->openedProjects())
-        names.append(QStringLiteral("%1 %2 %3")
-                         .arg(project->type())
-                         .arg(project->displayName())
-                         .arg(project->files().size()));
-    names.sort();
-    QCOMPARE(names, (QStringList{QStringLiteral("0 Moss 7"), QStringLiteral("0 Wren 11"),
-                                 QStringLiteral("1 Above the tide 3"),
-                                 QStringLiteral("1 The quay 3"), QStringLiteral("6 Tidewater 4")}));
-    QVERIFY(!projectNamed(m_parent, QStringLiteral("Wren"))->isModified());
-
-    const QStringList messages = allMessages(m_parent);
-    QVERIFY(messages.size() >= 5);
-    for (const QString &message : messages) {
-        QVERIFY2(message.startsWith(QLatin1String("showcase.glow:")), qPrintable(message));
-        QVERIFY2(message.section(QLatin1Char(' '), 1, 1) == QLatin1String("1"),
-                 qPrintable(message));
-    }
-}
-
-void TestEmberProject::showsFilesAndDirectories()
-{
-    QVERIFY(openHero());
-    QStringList rows = TreeDump::rows(*m_parent).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    const QStringList shown = rows;
-    // The order of rows is the library's business; each name stands once.
-    for (QString &row : rows)
-        row = row.trimmed();
-    rows.sort();
-    QStringList expected =
-        QStringLiteral("heroes moss wren stages harbour rooftops shared notes design.txt names.txt "
-                       "tidewater.hearth gallery.glow rules.glow weather.glow wren.wisp wren.beck "
-                       "wren.flick "
-                       "ground.glow air.glow strikes.glow hurt.glow brain.glow showcase.glow "
-                       "moss.wisp moss.beck wren.peal moss.peal wren.gleam moss.gleam "
-                       "harbour.gleam rooftops.gleam effects.gleam ground.glow strikes.glow "
-                       "brain.glow harbour.glade "
-                       "tide.glow rooftops.glade rain.glow")
-            .split(QLatin1Char(' '));
-    expected.sort();
-    QVERIFY2(rows == expected, qPrintable(shown.join(QLatin1Char('\n'))));
-    const Kiln::ParentProject::Path *definition =
-        m_parent->filePath(m_parent->basePath() + QStringLiteral("heroes/wren/wren.wisp"));
-    QVERIFY(definition);
-    QVERIFY(definition->fileID() == Kiln::Project::FileID::Definition);
-}
-
-void TestEmberProject::opensWhatTheUserChose_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QStringList>("names");
-    const QStringList all{QStringLiteral("Above the tide"), QStringLiteral("Moss"),
-                          QStringLiteral("The quay"), QStringLiteral("Tidewater"),
-                          QStringLiteral("Wren")};
-    const QStringList none;
-    QTest::newRow("a directory with a game") << QString() << all;
-    QTest::newRow("the game") << QString("tidewater.hearth") << all;
-    QTest::newRow("a character") << QString("heroes/wren/wren.wisp")
-                                 << QStringList(QStringLiteral("Wren"));
-    QTest::newRow("a directory of characters")
-        << QString("heroes") << QStringList{QStringLiteral("Moss"), QStringLiteral("Wren")};
-    QTest::newRow("a directory of one, with a closing slash")
-        << QString("stages/harbour/") << QStringList(QStringLiteral("The quay"));
-    QTest::newRow("a file that is no definition") << QString("shared/rules.glow") << none;
-    QTest::newRow("a directory without any") << QString("notes") << none;
-    QTest::newRow("nothing") << QString("no/such/place") << none;
-}
-
-void TestEmberProject::opensWhatTheUserChose()
-{
-    QFETCH(QString, path);
-    QFETCH(QStringList, names);
-    const int owners = disk().refCount;
-    m_parent = EmberParentProject::open(copyOfHero(m_directory->path()) + path, disk());
-    QCOMPARE(!m_parent, names.isEmpty());
-    QStringList found;
-    if (m_parent) {
-        for (Kiln::Project *project : m_parent->openedProjects())
-            found.append(project->displayName());
-    } else {
-        QCOMPARE(disk().refCount, owners);
-    }
-    found.sort();
-    QCOMPARE(found, names);
-}
-
-void TestEmberProject::opensFilesOnDemand()
-{
-    QVERIFY(openHero());
-    const QString base = m_parent->basePath();
-    Kiln::ProjectFile *air = m_parent->openFile(base + QStringLiteral("heroes/wren/air.glow"));
-    QVERIFY(air);
-    QCOMPARE(air->project()->displayName(), QStringLiteral("Wren"));
-    QCOMPARE(air, m_parent->openFile(base + QStringLiteral("heroes/moss/../wren/air.glow")));
-
-    Kiln::ProjectFile *gallery = m_parent->openFile(base + QStringLiteral("shared/gallery.glow"));
-    QVERIFY(gallery);
-    QCOMPARE(gallery->project()->displayName(), QStringLiteral("Tidewater"));
-    QCOMPARE(gallery->project()->files().size(), 5);
-    QVERIFY(gallery->option(QStringLiteral("parseCode")).toBool());
-    QCOMPARE(gallery, m_parent->openFile(base + QStringLiteral("shared/gallery.glow")));
-
-    QVERIFY(!m_parent->openFile(base + QStringLiteral("notes/design.txt")));
-    QVERIFY(!m_parent->openFile(base + QStringLiteral("shared/none.glow")));
-    QVERIFY(!m_parent->openFile(QString()));
-}
-
-/// What is typed in a definition is in the tree at once, and so is the word on a missing file.
-void TestEmberProject::followsTheDefinition()
-{
-    QVERIFY(openHero());
-    EmberProject *harbour = projectNamed(m_parent, QStringLiteral("The quay"));
-    EmberDocument *definition = harbour->definition();
-    const QString added = harbour->absolutePath() + QStringLiteral("code/new.glow");
-    const QPersistentModelIndex kept = m_parent->index(0, 0);
-    const QString before = TreeDump::rows(*m_parent);
-    QVERIFY(!m_parent->filePath(added));
-
-    const QTextCursor place = definition->find(QStringLiteral("    states: tide.glow"));
-    QVERIFY(!place.isNull());
-    definition->insertOnCursor(QStringLiteral("    states: code/new.glow\n    states: tide.glow"),
-                               place);
-    QVERIFY(m_parent->filePath(added));
-    QVERIFY(kept.isValid());
-    QCOMPARE(allMessages(m_parent).filter(QStringLiteral("harbour.glade")),
-             QStringList(
-                 QStringLiteral("harbour.glade:12 1 There is no readable file 'code/new.glow'")));
-    definition->undo();
-    QCOMPARE(TreeDump::rows(*m_parent), before);
-    QVERIFY(allMessages(m_parent).filter(QStringLiteral("harbour.glade")).isEmpty());
-}
-
-void TestEmberProject::readsOddDefinitions_data()
-{
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<QStringList>("files");
-    QTest::addColumn<QStringList>("messages");
-    const auto row = [](const char *what, const QByteArray &text, const QStringList &files,
-                        const QStringList &messages) {
-        QTest::newRow(what) << text << files << messages;
-    };
-    const QString outside =
-        QStringLiteral("odd.wisp:2 1 '../far.glow' may lie outside the project");
-    row("itself", "@files\nstates: odd.wisp\nbrain: ./odd.wisp\nrules: ../odd/odd.wisp", {},
-        {QStringLiteral("odd.wisp:4 1 '../odd/odd.wisp' may lie outside the project")});
-    row("itself as its cast", "@files\ncast: odd.wisp", {}, {});
-    row("a file above", "@files\nstates: ../far.glow", {QStringLiteral("32 ../far.glow")},
-        {outside});
-    row("an absolute name", "@files\nstates: /etc/passwd", {},
-        {QStringLiteral("odd.wisp:2 0 The name of a file must be relative to this file")});
-    row("no name", "@files\nstates:", {}, {QStringLiteral("odd.wisp:2 0 'states' has no value")});
-    row("the same twice", "@files\nstates: a.glow\nstates: a.glow",
-        {QStringLiteral("32 a.glow"), QStringLiteral("32 a.glow")}, {});
-    row("a file that is missing", "@files\nstates: b.glow", {QStringLiteral("32 b.glow")},
-        {QStringLiteral("odd.wisp:2 1 There is no readable file 'b.glow'")});
-    row("a directory for a file", "@files\nstates: sub.glow", {QStringLiteral("32 sub.glow")},
-        {QStringLiteral("odd.wisp:2 1 There is no readable file 'sub.glow'")});
-    row("a file of another kind", "@files\nstates: picture.png", {QStringLiteral("32 picture.png")},
-        {});
-    row("an empty file", "", {}, {});
-    row("binary", QByteArray("\0\xff\xfe\x01 @files\0", 13), {},
-        {QStringLiteral("odd.wisp:1 0 A line of code needs a section above it")});
-}
-
-void TestEmberProject::readsOddDefinitions()
-{
-    QFETCH(QByteArray, text);
-    QFETCH(QStringList, files);
-    const QString base = m_directory->path() + QStringLiteral("/odd/");
-    writeFile(base + QStringLiteral("odd.wisp"), text);
-    writeFile(base + QStringLiteral("a.glow"), "@state a");
-    writeFile(base + QStringLiteral("picture.png"), "\x89PNG");
-    writeFile(base + QStringLiteral("sub.glow/b.glow"), "@state b");
-    writeFile(base + QStringLiteral("sub.glow/b.glow"), "@state b");
-    writeFile(base + QStringLiteral("../far.glow"), "@state far");
-    m_parent = EmberParentProject::open(base, disk());
-    QVERIFY(m_parent);
-    QCOMPARE(m_parent->refCount(), 1u);
-    QList<Kiln::ReferencedFile> listed;
-    m_parent->openedProjects().first()->fileList(listed);
-    QStringList found;
-    for (const Kiln::ReferencedFile &file : qAsConst(listed))
-        found.append(QStringLiteral("%1 %2").arg(file.id).arg(file.path));
-    QCOMPARE(found, files);
-    QTEST(allMessages(m_parent), "messages");
-    const QString rows = TreeDump::rows(*m_parent);
-    QCOMPARE(rows.count(QStringLiteral("odd.wisp\n")), 1);
-    QVERIFY(rows.count(QStringLiteral("a.glow\n")) <= 1);
-}
-
-void TestEmberProject::readsTheStage()
-{
-    QVERIFY(openHero());
-    EmberProject *stage = projectNamed(m_parent, QStringLiteral("The quay"));
-    QCOMPARE(stage->stageSize(), QSize(960, 540));
-    QCOMPARE(stage->stageScale(), QSizeF(1.5, 1.5));
-    EmberProject *character = projectNamed(m_parent, QStringLiteral("Wren"));
-    QCOMPARE(character->stageSize(), QSize(640, 360));
-    QCOMPARE(character->stageScale(), QSizeF(1, 1));
-    stage->definition()->fromString(
-        QStringLiteral("@ground\nsize: 0, 5\nscale: -1, 1\n@about\ntitle: \"\""));
-    QCOMPARE(stage->stageSize(), QSize(640, 360));
-    QCOMPARE(stage->stageScale(), QSizeF(1, 1));
-}
-
-void TestEmberProject::changeKeepsTheComment_data()
-{
-    QTest::addColumn<QString>("before");
-    QTest::addColumn<QString>("after");
-    QTest::newRow("after one blank") << "chance: 0.6 ; dear"
-                                     << "chance: 1 ; dear";
-    QTest::newRow("written close") << "chance: 0.6;dear"
-                                   << "chance: 1 ;dear";
-    QTest::newRow("written far") << "chance: 0.6 \t  ;  dear  "
-                                 << "chance: 1 ;  dear  ";
-    QTest::newRow("from the first mark on") << "chance: 0.6 ; dear ; very"
-                                            << "chance: 1 ; dear ; very";
-    QTest::newRow("an empty comment") << "chance: 0.6 ;"
-                                      << "chance: 1 ;";
-    QTest::newRow("no comment") << "chance: 0.6"
-                                << "chance: 1";
-}
-
-/// In a file of a project, whose engine tells what opens a comment.
-void TestEmberProject::changeKeepsTheComment()
-{
-    QFETCH(QString, before);
-    QFETCH(QString, after);
-    QVERIFY(openHero());
-    auto *brain = static_cast<EmberDocument *>(
-        m_parent->openFile(m_parent->basePath() + QStringLiteral("heroes/wren/brain.glow")));
-    QVERIFY(brain);
-    const QString head = QStringLiteral("@state think\n");
-    brain->fromString(head + before + QLatin1Char('\n') + before);
-    Kiln::CodeNode *const node = brain->nodeInBlock(brain->findBlockByNumber(1));
-    Kiln::CodeNode *const last = brain->nodeInBlock(brain->lastBlock());
-    QVERIFY(node && last);
-    brain->beginChange();
-    last->change(QStringLiteral("chance: 1"));
-    node->change(QStringLiteral("chance: 1"));
-    brain->endChange();
-    QCOMPARE(brain->toPlainText(), head + after + QLatin1Char('\n') + after);
-    QCOMPARE(brain->nodeInBlock(brain->findBlockByNumber(1)), node);
-    // Doing it again adds no blanks.
-    node->change(QStringLiteral("chance: 1"));
-    QCOMPARE(brain->toPlainText(), head + after + QLatin1Char('\n') + after);
-    brain->undo();
-    brain->undo();
-    QCOMPARE(brain->toPlainText(), head + before + QLatin1Char('\n') + before);
-}
-
-void TestEmberProject::savesWithLineEnds()
-{
-    QVERIFY(openHero());
-    const QString name = m_parent->basePath() + QStringLiteral("shared/rules.glow");
-    auto *rules = static_cast<EmberDocument *>(m_parent->openFile(name));
-    rules->insertBefore(nullptr, QStringLiteral("; first\n@state x\xe9"), false);
-    QVERIFY(rules->isModified());
-    const QString text = rules->toPlainText();
-    m_parent->save();
-    QVERIFY(!rules->isModified());
-    QFile file(name);
-    QVERIFY(file.open(QFile::ReadOnly));
-    QCOMPARE(QString::fromUtf8(file.readAll()),
-             QString(text).replace(QLatin1Char('\n'), QLatin1String("\r\n")));
-    rules->reload();
-    QCOMPARE(rules->toPlainText(), text);
-}
-
-void TestEmberProject::makesFiles()
-{
-    EmberEngine &engine = EmberEngine::instance();
-    m_parent = EmberParentProject::create(m_directory->path(), disk(), EmberDocument::Stage);
-    Kiln::Project *project = m_parent->openedProjects().first();
-    QVERIFY(project->isSingle());
-    QCOMPARE(project->type(), Kiln::Project::Background);
-    QVERIFY(!engine.createFile(Kiln::Project::FileID::Definition, project));
-    const QMap<int, QString> filters = engine.singleFileFilters();
-    for (auto i = filters.begin(); i != filters.end(); ++i) {
-        const auto type = Kiln::Project::FileID::Type(i.key());
-        Kiln::ProjectFile *file = engine.createFile(type, project);
-        QVERIFY(file);
-        project->addFile(file, type);
-        auto *document = dynamic_cast<EmberDocument *>(file);
-        QCOMPARE(document == nullptr,
-                 type == Kiln::Project::FileID::Sounds || type == Kiln::Project::FileID::Sprites);
-        if (!document)
-            continue;
-        QCOMPARE(i.value(), QStringLiteral("*.") + EmberDocument::suffix(EmberDocument::FileType(
-                                                       document->fileType())));
-        QCOMPARE(document->option(QStringLiteral("modelCode")), QVariant(true));
-        project->setOption(QStringLiteral("modelCode"), false, false);
-        QCOMPARE(document->option(QStringLiteral("modelCode")), QVariant(false));
-        project->setOption(QStringLiteral("modelCode"), true, false);
-    }
-    QCOMPARE(project->files().size(), 6);
-}
-
-void TestEmberProject::collectsFiles()
-{
-    QVERIFY(openHero());
-    QStringList notes;
-    m_parent->collectFiles(QStringLiteral("notes"), notes);
-    notes.sort();
-    QCOMPARE(notes,
-             (QStringList{QStringLiteral("notes/design.txt"), QStringLiteral("notes/names.txt")}));
-    QStringList one;
-    m_parent->collectFiles(QStringLiteral("shared/rules.glow"), one);
-    QCOMPARE(one, QStringList(QStringLiteral("shared/rules.glow")));
-    QStringList none;
-    m_parent->collectFiles(QStringLiteral("nothing"), none);
-    QVERIFY(none.isEmpty());
-}
-
-void TestEmberProject::sampleUsesEveryValueType()
-{
-    QVERIFY(openHero());
-    QSet<int> types;
-    for (Kiln::Project *project : m_parent->openedProjects()) {
-        for (Kiln::ProjectFile *file : project->files()) {
-            const Kiln::CodeNode *node = dynamic_cast<EmberDocument *>(file);
-            while (node && (node = node->next(Kiln::CodeNode::Value, 0)))
-                types.insert(static_cast<const Kiln::ValueCode *>(node)->valueType());
-        }
-    }
-    for (int type = Kiln::ValueCode::Plain; type <= Kiln::ValueCode::IntVector2; ++type)
-        QVERIFY2(types.contains(type), qPrintable(QString::number(type)));
-}
-
-void TestEmberProject::runsTheGame()
-{
-    QVERIFY(openHero());
-    EmberEngine &engine = EmberEngine::instance();
-    engine.clear();
-    engine.add(QStringLiteral("game"), QStringLiteral(KILN_BINARY_DIR "/bin/ember-game"),
-               QStringLiteral("--window small"), QString());
-    QString output;
-    QVERIFY(m_parent->run(&output));
-    engine.clear();
-    const QStringList lines = output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    QCOMPARE(lines.mid(0, 3),
-             (QStringList{QStringLiteral("Ember game"), QStringLiteral("argument --window"),
-                          QStringLiteral("argument small")}));
-    QCOMPARE(lines.size(), 3 + 5);
-    QCOMPARE(lines.last(),
-             QStringLiteral("loaded %1tidewater.hearth, 4 sections").arg(m_parent->basePath()));
-    const QString list = QString::fromLocal8Bit(qgetenv("EMBER_DEFINITIONS"));
-    QVERIFY(!list.isEmpty() && !QFile::exists(list));
-}
-
-/// A game beside the definitions is run without asking which, and is told of the same files.
-void TestEmberProject::runsTheGameOfTheProject()
-{
-    QVERIFY(openHero());
-    EmberEngine::instance().clear();
-    QVERIFY(!m_parent->isGame());
-    QVERIFY(QFile::copy(QStringLiteral(KILN_BINARY_DIR "/bin/ember-game"),
-                        m_parent->basePath() + QStringLiteral("ember-game")));
-    QVERIFY(m_parent->isGame());
-    QString output;
-    QVERIFY(m_parent->run(&output));
-    QVERIFY2(output.contains(QStringLiteral("loaded %1tidewater.hearth").arg(m_parent->basePath())),
-             qPrintable(output));
-}
-
-void TestEmberProject::closesEverything()
-{
-    const int owners = disk().refCount;
-    QVERIFY(openHero());
-    QVERIFY(disk().refCount > owners);
-    QList<QPointer<QObject>> objects;
-    for (Kiln::Project *project : m_parent->openedProjects()) {
-        objects.append(project);
-        for (Kiln::ProjectFile *file : project->files())
-            objects.append(dynamic_cast<QObject *>(file->model()));
-    }
-    QCOMPARE(objects.size(), 5 + 28);
-    QVERIFY(!objects.contains(nullptr));
-
-    const QList<Kiln::Project *> projects = m_parent->openedProjects();
-    projects.first()->release();
-    QVERIFY(m_parent);
-    QCOMPARE(m_parent->refCount(), 4u);
-    // Another goes on without its definition.
-    auto *orphan = static_cast<EmberProject *>(projects.last());
-    orphan->removeFile(orphan->definition());
-    QVERIFY(m_parent->backup(QStringLiteral("orphan")));
-    m_parent->save();
-    QCOMPARE(orphan->displayName(), QStringLiteral("Untitled"));
-    QCOMPARE(orphan->cast(), QStringList());
-    QCOMPARE(orphan->stageSize(), QSize(640, 360));
-    m_parent->close();
-    QVERIFY(!m_parent);
-    for (const QPointer<QObject> &object : qAsConst(objects))
-        QVERIFY(object.isNull());
-    QCOMPARE(disk().refCount, owners);
-}
-
-/// At its end a process tells how much memory nodes ever took. One that opens, edits and closes
-/// the sample ten times takes no more than one that does so once.
-void TestEmberProject::returnsEveryNode()
-{
-    const auto report = [this](int rounds) {
-        QProcess process;
-        process.setProcessChannelMode(QProcess::MergedChannels);
-        process.start(
-            QCoreApplication::applicationFilePath(),
-            {QStringLiteral("--rounds"), QString::number(rounds), copyOfHero(m_directory->path())});
-        if (!process.waitForFinished(120000) || process.exitCode() != 0)
-            return QString::fromLocal8Bit(process.readAll()) + process.errorString();
-        const QString output = QString::fromLocal8Bit(process.readAll());
-        return output.mid(output.indexOf(QLatin1String("maximum allocated"))).trimmed();
-    };
-    const QString once = report(1);
-    QVERIFY2(once.startsWith(QLatin1String("maximum allocated memory for nodes:")),
-             qPrintable(once));
-    QCOMPARE(report(10), once);
-}
 
 /// The life of a process of returnsEveryNode().
 static int openAndClose(int rounds, const QString &path)
@@ -572,7 +80,7 @@ static int openAndClose(int rounds, const QString &path)
             return 1;
         for (Kiln::Project *project : parent->openedProjects()) {
             EmberDocument *definition = static_cast<EmberProject *>(project)->definition();
-            definition->insertBefore(nullptr, QStringLiteral("@about\ntitle: \"new\""), false);
+            definition->insertBefore(nullptr, QString("@about\ntitle: \"new\""), false);
             definition->undo();
             definition->reload();
         }
@@ -580,6 +88,441 @@ static int openAndClose(int rounds, const QString &path)
     }
     return 0;
 }
+
+class TestEmberProject : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        m_host = std::make_unique<TestHost>();
+        m_host->currentEngine = &EmberEngine::instance();
+        m_directory = std::make_unique<QTemporaryDir>();
+    }
+
+    void cleanup()
+    {
+        if (m_parent)
+            m_parent->close();
+        QVERIFY(!m_parent);
+        m_directory.reset();
+        m_host.reset();
+    }
+
+    void opensTheSample()
+    {
+        QVERIFY(openHero());
+        QStringList names;
+        for (Kiln::Project *project : m_parent->openedProjects())
+            names.append(QString("%1 %2 %3")
+                             .arg(project->type())
+                             .arg(project->displayName())
+                             .arg(project->files().size()));
+        names.sort();
+        QCOMPARE(names, (QStringList{QString("0 Moss 7"), QString("0 Wren 11"),
+                                     QString("1 Above the tide 3"), QString("1 The quay 3"),
+                                     QString("6 Tidewater 4")}));
+        QVERIFY(!projectNamed(m_parent, QString("Wren"))->isModified());
+
+        const QStringList messages = allMessages(m_parent);
+        QVERIFY(messages.size() >= 5);
+        for (const QString &message : messages) {
+            QVERIFY2(message.startsWith(QLatin1String("showcase.glow:")), qPrintable(message));
+            QVERIFY2(message.section(QLatin1Char(' '), 1, 1) == QLatin1String("1"),
+                     qPrintable(message));
+        }
+    }
+
+    void showsFilesAndDirectories()
+    {
+        QVERIFY(openHero());
+        QStringList rows = TreeDump::rows(*m_parent).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        const QStringList shown = rows;
+        // The order of rows is the library's business; each name stands once.
+        for (QString &row : rows)
+            row = row.trimmed();
+        rows.sort();
+        QStringList expected =
+            QString("heroes moss wren stages harbour rooftops shared notes design.txt names.txt "
+                    "tidewater.hearth gallery.glow rules.glow weather.glow wren.wisp wren.beck "
+                    "wren.flick "
+                    "ground.glow air.glow strikes.glow hurt.glow brain.glow showcase.glow "
+                    "moss.wisp moss.beck wren.peal moss.peal wren.gleam moss.gleam "
+                    "harbour.gleam rooftops.gleam effects.gleam ground.glow strikes.glow "
+                    "brain.glow harbour.glade "
+                    "tide.glow rooftops.glade rain.glow")
+                .split(QLatin1Char(' '));
+        expected.sort();
+        QVERIFY2(rows == expected, qPrintable(shown.join(QLatin1Char('\n'))));
+        const Kiln::ParentProject::Path *definition =
+            m_parent->filePath(m_parent->basePath() + QString("heroes/wren/wren.wisp"));
+        QVERIFY(definition);
+        QVERIFY(definition->fileID() == Kiln::Project::FileID::Definition);
+    }
+
+    void opensWhatTheUserChose_data()
+    {
+        columns<QString, QStringList>("path", "names");
+        const QStringList all{QString("Above the tide"), QString("Moss"), QString("The quay"),
+                              QString("Tidewater"), QString("Wren")};
+        const QStringList none;
+        addRow("a directory with a game", QString(), all);
+        addRow("the game", QString("tidewater.hearth"), all);
+        addRow("a character", QString("heroes/wren/wren.wisp"), QStringList(QString("Wren")));
+        addRow("a directory of characters", QString("heroes"),
+               QStringList{QString("Moss"), QString("Wren")});
+        addRow("a directory of one, with a closing slash", QString("stages/harbour/"),
+               QStringList(QString("The quay")));
+        addRow("a file that is no definition", QString("shared/rules.glow"), none);
+        addRow("a directory without any", QString("notes"), none);
+        addRow("nothing", QString("no/such/place"), none);
+    }
+
+    void opensWhatTheUserChose()
+    {
+        auto [path, names] = row<QString, QStringList>();
+        const int owners = disk().refCount;
+        m_parent = EmberParentProject::open(copyOfHero(m_directory->path()) + path, disk());
+        QCOMPARE(!m_parent, names.isEmpty());
+        QStringList found;
+        if (m_parent) {
+            for (Kiln::Project *project : m_parent->openedProjects())
+                found.append(project->displayName());
+        } else {
+            QCOMPARE(disk().refCount, owners);
+        }
+        found.sort();
+        QCOMPARE(found, names);
+    }
+
+    void opensFilesOnDemand()
+    {
+        QVERIFY(openHero());
+        const QString base = m_parent->basePath();
+        Kiln::ProjectFile *air = m_parent->openFile(base + QString("heroes/wren/air.glow"));
+        QVERIFY(air);
+        QCOMPARE(air->project()->displayName(), QString("Wren"));
+        QCOMPARE(air, m_parent->openFile(base + QString("heroes/moss/../wren/air.glow")));
+
+        Kiln::ProjectFile *gallery = m_parent->openFile(base + QString("shared/gallery.glow"));
+        QVERIFY(gallery);
+        QCOMPARE(gallery->project()->displayName(), QString("Tidewater"));
+        QCOMPARE(gallery->project()->files().size(), 5);
+        QVERIFY(gallery->option(QString("parseCode")).toBool());
+        QCOMPARE(gallery, m_parent->openFile(base + QString("shared/gallery.glow")));
+
+        QVERIFY(!m_parent->openFile(base + QString("notes/design.txt")));
+        QVERIFY(!m_parent->openFile(base + QString("shared/none.glow")));
+        QVERIFY(!m_parent->openFile(QString()));
+    }
+
+    /// What is typed in a definition is in the tree at once, and so is the word on a missing file.
+    void followsTheDefinition()
+    {
+        QVERIFY(openHero());
+        EmberProject *harbour = projectNamed(m_parent, QString("The quay"));
+        EmberDocument *definition = harbour->definition();
+        const QString added = harbour->absolutePath() + QString("code/new.glow");
+        const QPersistentModelIndex kept = m_parent->index(0, 0);
+        const QString before = TreeDump::rows(*m_parent);
+        QVERIFY(!m_parent->filePath(added));
+
+        const QTextCursor place = definition->find(QString("    states: tide.glow"));
+        QVERIFY(!place.isNull());
+        definition->insertOnCursor(QString("    states: code/new.glow\n    states: tide.glow"),
+                                   place);
+        QVERIFY(m_parent->filePath(added));
+        QVERIFY(kept.isValid());
+        QCOMPARE(
+            allMessages(m_parent).filter(QString("harbour.glade")),
+            QStringList(QString("harbour.glade:12 1 There is no readable file 'code/new.glow'")));
+        definition->undo();
+        QCOMPARE(TreeDump::rows(*m_parent), before);
+        QVERIFY(allMessages(m_parent).filter(QString("harbour.glade")).isEmpty());
+    }
+
+    void readsOddDefinitions_data()
+    {
+        columns<QByteArray, QStringList, QStringList>("text", "files", "messages");
+        const auto row = [](const char *what, const QByteArray &text, const QStringList &files,
+                            const QStringList &messages) { addRow(what, text, files, messages); };
+        const QString outside = QString("odd.wisp:2 1 '../far.glow' may lie outside the project");
+        row("itself", "@files\nstates: odd.wisp\nbrain: ./odd.wisp\nrules: ../odd/odd.wisp", {},
+            {QString("odd.wisp:4 1 '../odd/odd.wisp' may lie outside the project")});
+        row("itself as its cast", "@files\ncast: odd.wisp", {}, {});
+        row("a file above", "@files\nstates: ../far.glow", {QString("32 ../far.glow")}, {outside});
+        row("an absolute name", "@files\nstates: /etc/passwd", {},
+            {QString("odd.wisp:2 0 The name of a file must be relative to this file")});
+        row("no name", "@files\nstates:", {}, {QString("odd.wisp:2 0 'states' has no value")});
+        row("the same twice", "@files\nstates: a.glow\nstates: a.glow",
+            {QString("32 a.glow"), QString("32 a.glow")}, {});
+        row("a file that is missing", "@files\nstates: b.glow", {QString("32 b.glow")},
+            {QString("odd.wisp:2 1 There is no readable file 'b.glow'")});
+        row("a directory for a file", "@files\nstates: sub.glow", {QString("32 sub.glow")},
+            {QString("odd.wisp:2 1 There is no readable file 'sub.glow'")});
+        row("a file of another kind", "@files\nstates: picture.png", {QString("32 picture.png")},
+            {});
+        row("an empty file", "", {}, {});
+        row("binary", QByteArray("\0\xff\xfe\x01 @files\0", 13), {},
+            {QString("odd.wisp:1 0 A line of code needs a section above it")});
+    }
+
+    void readsOddDefinitions()
+    {
+        auto [text, files] = row<QByteArray, QStringList>();
+        const QString base = m_directory->path() + QString("/odd/");
+        writeFile(base + QString("odd.wisp"), text);
+        writeFile(base + QString("a.glow"), "@state a");
+        writeFile(base + QString("picture.png"), "\x89PNG");
+        writeFile(base + QString("sub.glow/b.glow"), "@state b");
+        writeFile(base + QString("sub.glow/b.glow"), "@state b");
+        writeFile(base + QString("../far.glow"), "@state far");
+        m_parent = EmberParentProject::open(base, disk());
+        QVERIFY(m_parent);
+        QCOMPARE(m_parent->refCount(), 1u);
+        QList<Kiln::ReferencedFile> listed;
+        m_parent->openedProjects().first()->fileList(listed);
+        QStringList found;
+        for (const Kiln::ReferencedFile &file : qAsConst(listed))
+            found.append(QString("%1 %2").arg(file.id).arg(file.path));
+        QCOMPARE(found, files);
+        QTEST(allMessages(m_parent), "messages");
+        const QString rows = TreeDump::rows(*m_parent);
+        QCOMPARE(rows.count(QString("odd.wisp\n")), 1);
+        QVERIFY(rows.count(QString("a.glow\n")) <= 1);
+    }
+
+    void readsTheStage()
+    {
+        QVERIFY(openHero());
+        EmberProject *stage = projectNamed(m_parent, QString("The quay"));
+        QCOMPARE(stage->stageSize(), QSize(960, 540));
+        QCOMPARE(stage->stageScale(), QSizeF(1.5, 1.5));
+        EmberProject *character = projectNamed(m_parent, QString("Wren"));
+        QCOMPARE(character->stageSize(), QSize(640, 360));
+        QCOMPARE(character->stageScale(), QSizeF(1, 1));
+        stage->definition()->fromString(
+            QString("@ground\nsize: 0, 5\nscale: -1, 1\n@about\ntitle: \"\""));
+        QCOMPARE(stage->stageSize(), QSize(640, 360));
+        QCOMPARE(stage->stageScale(), QSizeF(1, 1));
+    }
+
+    void changeKeepsTheComment_data()
+    {
+        columns<QString, QString>("before", "after");
+        addRow("after one blank", "chance: 0.6 ; dear", "chance: 1 ; dear");
+        addRow("written close", "chance: 0.6;dear", "chance: 1 ;dear");
+        addRow("written far", "chance: 0.6 \t  ;  dear  ", "chance: 1 ;  dear  ");
+        addRow("from the first mark on", "chance: 0.6 ; dear ; very", "chance: 1 ; dear ; very");
+        addRow("an empty comment", "chance: 0.6 ;", "chance: 1 ;");
+        addRow("no comment", "chance: 0.6", "chance: 1");
+    }
+
+    /// In a file of a project, whose engine tells what opens a comment.
+    void changeKeepsTheComment()
+    {
+        auto [before, after] = row<QString, QString>();
+        QVERIFY(openHero());
+        auto *brain = static_cast<EmberDocument *>(
+            m_parent->openFile(m_parent->basePath() + QString("heroes/wren/brain.glow")));
+        QVERIFY(brain);
+        const QString head = QString("@state think\n");
+        brain->fromString(head + before + QLatin1Char('\n') + before);
+        Kiln::CodeNode *const node = brain->nodeInBlock(brain->findBlockByNumber(1));
+        Kiln::CodeNode *const last = brain->nodeInBlock(brain->lastBlock());
+        QVERIFY(node && last);
+        brain->beginChange();
+        last->change(QString("chance: 1"));
+        node->change(QString("chance: 1"));
+        brain->endChange();
+        QCOMPARE(brain->toPlainText(), head + after + QLatin1Char('\n') + after);
+        QCOMPARE(brain->nodeInBlock(brain->findBlockByNumber(1)), node);
+        // Doing it again adds no blanks.
+        node->change(QString("chance: 1"));
+        QCOMPARE(brain->toPlainText(), head + after + QLatin1Char('\n') + after);
+        brain->undo();
+        brain->undo();
+        QCOMPARE(brain->toPlainText(), head + before + QLatin1Char('\n') + before);
+    }
+
+    void savesWithLineEnds()
+    {
+        QVERIFY(openHero());
+        const QString name = m_parent->basePath() + QString("shared/rules.glow");
+        auto *rules = static_cast<EmberDocument *>(m_parent->openFile(name));
+        rules->insertBefore(nullptr, QString("; first\n@state x\xe9"), false);
+        QVERIFY(rules->isModified());
+        const QString text = rules->toPlainText();
+        m_parent->save();
+        QVERIFY(!rules->isModified());
+        QFile file(name);
+        QVERIFY(file.open(QFile::ReadOnly));
+        QCOMPARE(QString::fromUtf8(file.readAll()),
+                 QString(text).replace(QLatin1Char('\n'), QLatin1String("\r\n")));
+        rules->reload();
+        QCOMPARE(rules->toPlainText(), text);
+    }
+
+    void makesFiles()
+    {
+        EmberEngine &engine = EmberEngine::instance();
+        m_parent = EmberParentProject::create(m_directory->path(), disk(), EmberDocument::Stage);
+        Kiln::Project *project = m_parent->openedProjects().first();
+        QVERIFY(project->isSingle());
+        QCOMPARE(project->type(), Kiln::Project::Background);
+        QVERIFY(!engine.createFile(Kiln::Project::FileID::Definition, project));
+        const QMap<int, QString> filters = engine.singleFileFilters();
+        for (auto i = filters.begin(); i != filters.end(); ++i) {
+            const auto type = Kiln::Project::FileID::Type(i.key());
+            Kiln::ProjectFile *file = engine.createFile(type, project);
+            QVERIFY(file);
+            project->addFile(file, type);
+            auto *document = dynamic_cast<EmberDocument *>(file);
+            QCOMPARE(document == nullptr, type == Kiln::Project::FileID::Sounds ||
+                                              type == Kiln::Project::FileID::Sprites);
+            if (!document)
+                continue;
+            QCOMPARE(i.value(), QString("*.") + EmberDocument::suffix(
+                                                    EmberDocument::FileType(document->fileType())));
+            QCOMPARE(document->option(QString("modelCode")), QVariant(true));
+            project->setOption(QString("modelCode"), false, false);
+            QCOMPARE(document->option(QString("modelCode")), QVariant(false));
+            project->setOption(QString("modelCode"), true, false);
+        }
+        QCOMPARE(project->files().size(), 6);
+    }
+
+    void collectsFiles()
+    {
+        QVERIFY(openHero());
+        QStringList notes;
+        m_parent->collectFiles(QString("notes"), notes);
+        notes.sort();
+        QCOMPARE(notes, (QStringList{QString("notes/design.txt"), QString("notes/names.txt")}));
+        QStringList one;
+        m_parent->collectFiles(QString("shared/rules.glow"), one);
+        QCOMPARE(one, QStringList(QString("shared/rules.glow")));
+        QStringList none;
+        m_parent->collectFiles(QString("nothing"), none);
+        QVERIFY(none.isEmpty());
+    }
+
+    void sampleUsesEveryValueType()
+    {
+        QVERIFY(openHero());
+        QSet<int> types;
+        for (Kiln::Project *project : m_parent->openedProjects()) {
+            for (Kiln::ProjectFile *file : project->files()) {
+                const Kiln::CodeNode *node = dynamic_cast<EmberDocument *>(file);
+                while (node && (node = node->next(Kiln::CodeNode::Value, 0)))
+                    types.insert(static_cast<const Kiln::ValueCode *>(node)->valueType());
+            }
+        }
+        for (int type = Kiln::ValueCode::Plain; type <= Kiln::ValueCode::IntVector2; ++type)
+            QVERIFY2(types.contains(type), qPrintable(QString::number(type)));
+    }
+
+    void runsTheGame()
+    {
+        QVERIFY(openHero());
+        EmberEngine &engine = EmberEngine::instance();
+        engine.clear();
+        engine.add(QString("game"), QString(KILN_BINARY_DIR "/bin/ember-game"),
+                   QString("--window small"), QString());
+        QString output;
+        QVERIFY(m_parent->run(&output));
+        engine.clear();
+        const QStringList lines = output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        QCOMPARE(lines.mid(0, 3), (QStringList{QString("Ember game"), QString("argument --window"),
+                                               QString("argument small")}));
+        QCOMPARE(lines.size(), 3 + 5);
+        QCOMPARE(lines.last(),
+                 QString("loaded %1tidewater.hearth, 4 sections").arg(m_parent->basePath()));
+        const QString list = QString::fromLocal8Bit(qgetenv("EMBER_DEFINITIONS"));
+        QVERIFY(!list.isEmpty() && !QFile::exists(list));
+    }
+
+    /// A game beside the definitions is run without asking which, and is told of the same files.
+    void runsTheGameOfTheProject()
+    {
+        QVERIFY(openHero());
+        EmberEngine::instance().clear();
+        QVERIFY(!m_parent->isGame());
+        QVERIFY(QFile::copy(QString(KILN_BINARY_DIR "/bin/ember-game"),
+                            m_parent->basePath() + QString("ember-game")));
+        QVERIFY(m_parent->isGame());
+        QString output;
+        QVERIFY(m_parent->run(&output));
+        QVERIFY2(output.contains(QString("loaded %1tidewater.hearth").arg(m_parent->basePath())),
+                 qPrintable(output));
+    }
+
+    void closesEverything()
+    {
+        const int owners = disk().refCount;
+        QVERIFY(openHero());
+        QVERIFY(disk().refCount > owners);
+        QList<QPointer<QObject>> objects;
+        for (Kiln::Project *project : m_parent->openedProjects()) {
+            objects.append(project);
+            for (Kiln::ProjectFile *file : project->files())
+                objects.append(dynamic_cast<QObject *>(file->model()));
+        }
+        QCOMPARE(objects.size(), 5 + 28);
+        QVERIFY(!objects.contains(nullptr));
+
+        const QList<Kiln::Project *> projects = m_parent->openedProjects();
+        projects.first()->release();
+        QVERIFY(m_parent);
+        QCOMPARE(m_parent->refCount(), 4u);
+        // Another goes on without its definition.
+        auto *orphan = static_cast<EmberProject *>(projects.last());
+        orphan->removeFile(orphan->definition());
+        QVERIFY(m_parent->backup(QString("orphan")));
+        m_parent->save();
+        QCOMPARE(orphan->displayName(), QString("Untitled"));
+        QCOMPARE(orphan->cast(), QStringList());
+        QCOMPARE(orphan->stageSize(), QSize(640, 360));
+        m_parent->close();
+        QVERIFY(!m_parent);
+        for (const QPointer<QObject> &object : qAsConst(objects))
+            QVERIFY(object.isNull());
+        QCOMPARE(disk().refCount, owners);
+    }
+
+    /// At its end a process tells how much memory nodes ever took. One that opens, edits and closes
+    /// the sample ten times takes no more than one that does so once.
+    void returnsEveryNode()
+    {
+        const auto report = [this](int rounds) {
+            QProcess process;
+            process.setProcessChannelMode(QProcess::MergedChannels);
+            process.start(
+                QCoreApplication::applicationFilePath(),
+                {QString("--rounds"), QString::number(rounds), copyOfHero(m_directory->path())});
+            if (!process.waitForFinished(120000) || process.exitCode() != 0)
+                return QString::fromLocal8Bit(process.readAll()) + process.errorString();
+            const QString output = QString::fromLocal8Bit(process.readAll());
+            return output.mid(output.indexOf(QLatin1String("maximum allocated"))).trimmed();
+        };
+        const QString once = report(1);
+        QVERIFY2(once.startsWith(QLatin1String("maximum allocated memory for nodes:")),
+                 qPrintable(once));
+        QCOMPARE(report(10), once);
+    }
+
+private:
+    EmberParentProject *openHero()
+    {
+        m_parent = EmberParentProject::open(copyOfHero(m_directory->path()), disk());
+        return m_parent;
+    }
+
+    std::unique_ptr<TestHost> m_host;
+    std::unique_ptr<QTemporaryDir> m_directory;
+    QPointer<EmberParentProject> m_parent;
+};
 
 int main(int argc, char **argv)
 {

@@ -3,11 +3,10 @@
 #include <ember/emberparentproject.h>
 #include <enginetest/randomrun.h>
 #include <kilnx/project/archive.h>
+#include <tests/support/rows.h>
 #include <tests/support/testhost.h>
 
-#include <QAbstractItemModelTester>
-#include <QTemporaryDir>
-#include <QTest>
+#include <QtTest/QtTest>
 
 #include <memory>
 
@@ -41,55 +40,51 @@ bool isAnimation(const QString &text)
     return isHeader(text) && EmberLine::read(text).word == QLatin1String("animation");
 }
 
-const QString characters = QStringLiteral("@@;:+\n\nabd ,.\"()[]{}159");
+const QString characters = QString("@@;:+\n\nabd ,.\"()[]{}159");
 
-const QStringList values{QStringLiteral("1"),
-                         QStringLiteral("2, 3"),
-                         QStringLiteral("1, 2, 3"),
-                         QStringLiteral("lying"),
-                         QStringLiteral("a \"quoted\" ; comment"),
-                         QStringLiteral("two\nlines"),
-                         QStringLiteral("(open")};
+const QStringList values{QString("1"),
+                         QString("2, 3"),
+                         QString("1, 2, 3"),
+                         QString("lying"),
+                         QString("a \"quoted\" ; comment"),
+                         QString("two\nlines"),
+                         QString("(open")};
 
-const QStringList names{QStringLiteral("drift"), QStringLiteral("velocity"), QStringLiteral("cel"),
-                        QStringLiteral("then"),  QStringLiteral("new name"), QStringLiteral("x")};
+const QStringList names{QString("drift"), QString("velocity"), QString("cel"),
+                        QString("then"),  QString("new name"), QString("x")};
 
-const QStringList searches{QStringLiteral("stan(d)"), QStringLiteral("@(\\w)(\\w+)"),
-                           QStringLiteral(": *(\\w+)\\n"), QStringLiteral("drift: (\\d)")};
+const QStringList searches{QString("stan(d)"), QString("@(\\w)(\\w+)"), QString(": *(\\w+)\\n"),
+                           QString("drift: (\\d)")};
 
-const QStringList replacements{QStringLiteral("drift: 1"), QStringLiteral("@st%1")};
+const QStringList replacements{QString("drift: 1"), QString("@st%1")};
 
 const LineMaker codeLines{
     isHeader,
     {
-        QStringLiteral("@state stand\n    posture: standing\n    drift: 0, 0\n    ticks: 4, 4\n"),
-        QStringLiteral(
-            "@state leap ; up\n  drift + pull: 1\n  cost: 3 ; breath\n  box: 1, 2, 3, 4\n"),
-        QStringLiteral("@@on landing\n    when: (height <= 0) and [tide > 2]\n    then: stand\n"),
-        QStringLiteral(
-            "@@step reach\n    lasts: 4\n    velocity: 1, 0\n    harm: 1200\n    cel: a\n"),
-        QStringLiteral("@note\nthe drift: is free text\n(nobody minds\n"),
-        QStringLiteral("@sketch tiptoe\n    drift: 0, 1\n"),
-        QStringLiteral("@about\n    title: \"x\"\n"),
-        QStringLiteral("@nothing known\n    drift: 1, 1\n"),
-        QStringLiteral("    spark + cel: glint\n"),
+        QString("@state stand\n    posture: standing\n    drift: 0, 0\n    ticks: 4, 4\n"),
+        QString("@state leap ; up\n  drift + pull: 1\n  cost: 3 ; breath\n  box: 1, 2, 3, 4\n"),
+        QString("@@on landing\n    when: (height <= 0) and [tide > 2]\n    then: stand\n"),
+        QString("@@step reach\n    lasts: 4\n    velocity: 1, 0\n    harm: 1200\n    cel: a\n"),
+        QString("@note\nthe drift: is free text\n(nobody minds\n"),
+        QString("@sketch tiptoe\n    drift: 0, 1\n"),
+        QString("@about\n    title: \"x\"\n"),
+        QString("@nothing known\n    drift: 1, 1\n"),
+        QString("    spark + cel: glint\n"),
         // More lines without a node than anything should ever walk one by one.
-        QStringLiteral("\n; a comment").repeated(70) + QLatin1Char('\n'),
-        QStringLiteral("\n; a comment\n\n"),
-        QStringLiteral("@state twins\n    steered: yes\n    say: \"now; then\"\n    glow + "
-                       "ticks: 1, 2, 3\n"),
+        QString("\n; a comment").repeated(70) + QLatin1Char('\n'),
+        QString("\n; a comment\n\n"),
+        QString("@state twins\n    steered: yes\n    say: \"now; then\"\n    glow + "
+                "ticks: 1, 2, 3\n"),
     },
-    {QStringLiteral("@state walk"), QStringLiteral("@@on a rule"), QStringLiteral("@@step one"),
-     QStringLiteral("@note"), QStringLiteral("@sketch"), QStringLiteral("@sketch x"),
-     QStringLiteral("@files"), QStringLiteral("@"), QStringLiteral("@@@step three"),
-     QStringLiteral("@on one sign"), QStringLiteral("@@state two"), QStringLiteral("@state"),
-     QStringLiteral("@unheard of"), QStringLiteral("@step\tb")},
-    {QStringLiteral("    drift: 1.5, -2"), QStringLiteral("drift: 1"),
-     QStringLiteral("    when: (a or [b"), QStringLiteral("    cel: wren"),
-     QStringLiteral("    cel + spark: both"), QStringLiteral("    cel + posture: clash"),
-     QStringLiteral("    lasts: 12"), QStringLiteral("    posture: lying ; ill"),
-     QStringLiteral("    : no key"), QStringLiteral("no colon"),
-     QStringLiteral("    say: \"text\""), QStringLiteral("")},
+    {QString("@state walk"), QString("@@on a rule"), QString("@@step one"), QString("@note"),
+     QString("@sketch"), QString("@sketch x"), QString("@files"), QString("@"),
+     QString("@@@step three"), QString("@on one sign"), QString("@@state two"), QString("@state"),
+     QString("@unheard of"), QString("@step\tb")},
+    {QString("    drift: 1.5, -2"), QString("drift: 1"), QString("    when: (a or [b"),
+     QString("    cel: wren"), QString("    cel + spark: both"),
+     QString("    cel + posture: clash"), QString("    lasts: 12"),
+     QString("    posture: lying ; ill"), QString("    : no key"), QString("no colon"),
+     QString("    say: \"text\""), QString("")},
     characters,
     values,
     names,
@@ -98,17 +93,16 @@ const LineMaker codeLines{
 
 const LineMaker animationLines{
     isAnimation,
-    {QStringLiteral("@animation 3, title T, once\n body: 1, 2, 3, 4\n frame: s, at 1 2, loop\n"),
-     QStringLiteral("; comment\n@animation a\n\n    strike: 1, 2, 3, 4\n; its frame\n    frame:\n"),
-     QStringLiteral("    frame: s\n    body: 1, 2\n    frame: t, loop ; note\n"),
-     QStringLiteral("\n; a comment").repeated(70) + QLatin1Char('\n'),
-     QStringLiteral("frame:\nframe: x\nframe:\n"), QStringLiteral("\n; a comment\n\n")},
-    {QStringLiteral("@animation 7"), QStringLiteral("@animation a, title T, once"),
-     QStringLiteral("@animation"), QStringLiteral("@@animation b"), QStringLiteral("@state stand")},
-    {QStringLiteral("    frame: s, at 1 2, for 3"), QStringLiteral("    frame: s, loop ; note"),
-     QStringLiteral("frame: , for x, at 1"), QStringLiteral("    body: 1, 2, 3, 4"),
-     QStringLiteral("    strike: 1, 2"), QStringLiteral("; comment"), QStringLiteral("junk"),
-     QStringLiteral("    strike: 5, 6, 7, 8"), QStringLiteral("")},
+    {QString("@animation 3, title T, once\n body: 1, 2, 3, 4\n frame: s, at 1 2, loop\n"),
+     QString("; comment\n@animation a\n\n    strike: 1, 2, 3, 4\n; its frame\n    frame:\n"),
+     QString("    frame: s\n    body: 1, 2\n    frame: t, loop ; note\n"),
+     QString("\n; a comment").repeated(70) + QLatin1Char('\n'),
+     QString("frame:\nframe: x\nframe:\n"), QString("\n; a comment\n\n")},
+    {QString("@animation 7"), QString("@animation a, title T, once"), QString("@animation"),
+     QString("@@animation b"), QString("@state stand")},
+    {QString("    frame: s, at 1 2, for 3"), QString("    frame: s, loop ; note"),
+     QString("frame: , for x, at 1"), QString("    body: 1, 2, 3, 4"), QString("    strike: 1, 2"),
+     QString("; comment"), QString("junk"), QString("    strike: 5, 6, 7, 8"), QString("")},
     characters,
     values,
     names,
@@ -153,75 +147,65 @@ Q_DECLARE_METATYPE(EmberDocument::FileType)
 
 /// However the text of a document came about, its tree, its messages and its model rows are
 /// those of a document that was given the same text at once.
+
 class TestRandomEditor : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void equalsFreshDocument_data();
-    void equalsFreshDocument();
-    void undoesAndRedoesAll_data();
-    void undoesAndRedoesAll();
+    void equalsFreshDocument_data()
+    {
+        columns<EmberDocument::FileType, quint32, bool>("type", "seed", "holdsIndexes");
+        for (quint32 seed = 1; seed <= 8; ++seed) {
+            for (const auto type : {EmberDocument::States, EmberDocument::Animations})
+                QTest::addRow("%s, seed %u", EmberDocument::suffix(type), seed)
+                    << type << seed << (seed % 2 == 0);
+        }
+    }
+
+    /// Set KILN_RANDOM_STEPS for more or fewer than 600 steps a seed.
+    void equalsFreshDocument()
+    {
+        auto [type, seed, holdsIndexes] = row<EmberDocument::FileType, quint32, bool>();
+        const int steps = qEnvironmentVariableIsSet("KILN_RANDOM_STEPS")
+                              ? qEnvironmentVariableIntValue("KILN_RANDOM_STEPS")
+                              : 600;
+        const OpenDocument open(type);
+        EmberDocument *document = open.get();
+        const bool isCode = type == EmberDocument::States;
+        document->setOption(QString("parseCode"), isCode || seed % 3 != 0, false, false);
+        QAbstractItemModel *model = document->model();
+        // The tree shows a frame without a name by its row, so rows say something else as others
+        // come.
+        if (!isCode)
+            model = document->animations();
+        const QAbstractItemModelTester tester(
+            model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        const QString fault =
+            EngineTest::runEdits(*document, [type] { return new EmberDocument(type); },
+                                 isCode ? codeLines : animationLines, {seed, steps, holdsIndexes});
+        QVERIFY2(fault.isEmpty(), qPrintable(fault));
+    }
+
+    void undoesAndRedoesAll_data()
+    {
+        columns<EmberDocument::FileType, quint32>("type", "seed");
+        for (quint32 seed = 101; seed <= 104; ++seed) {
+            for (const auto type : {EmberDocument::States, EmberDocument::Animations})
+                QTest::addRow("%s, seed %u", EmberDocument::suffix(type), seed) << type << seed;
+        }
+    }
+
+    /// Back to the start step by step, and forth again: text and tree pass through the same stages.
+    void undoesAndRedoesAll()
+    {
+        auto [type, seed] = row<EmberDocument::FileType, quint32>();
+        const OpenDocument open(type);
+        const QString fault = EngineTest::runUndo(
+            *open.get(), type == EmberDocument::States ? codeLines : animationLines, {seed, 100});
+        QVERIFY2(fault.isEmpty(), qPrintable(fault));
+    }
 };
-
-void TestRandomEditor::equalsFreshDocument_data()
-{
-    QTest::addColumn<EmberDocument::FileType>("type");
-    QTest::addColumn<quint32>("seed");
-    QTest::addColumn<bool>("holdsIndexes");
-    for (quint32 seed = 1; seed <= 8; ++seed) {
-        for (const auto type : {EmberDocument::States, EmberDocument::Animations})
-            QTest::addRow("%s, seed %u", EmberDocument::suffix(type), seed)
-                << type << seed << (seed % 2 == 0);
-    }
-}
-
-/// Set KILN_RANDOM_STEPS for more or fewer than 600 steps a seed.
-void TestRandomEditor::equalsFreshDocument()
-{
-    QFETCH(EmberDocument::FileType, type);
-    QFETCH(quint32, seed);
-    QFETCH(bool, holdsIndexes);
-    const int steps = qEnvironmentVariableIsSet("KILN_RANDOM_STEPS")
-                          ? qEnvironmentVariableIntValue("KILN_RANDOM_STEPS")
-                          : 600;
-    const OpenDocument open(type);
-    EmberDocument *document = open.get();
-    const bool isCode = type == EmberDocument::States;
-    document->setOption(QStringLiteral("parseCode"), isCode || seed % 3 != 0, false, false);
-    QAbstractItemModel *model = document->model();
-    // The tree shows a frame without a name by its row, so rows say something else as others
-    // come.
-    if (!isCode)
-        model = document->animations();
-    const QAbstractItemModelTester tester(model,
-                                          QAbstractItemModelTester::FailureReportingMode::QtTest);
-    const QString fault =
-        EngineTest::runEdits(*document, [type] { return new EmberDocument(type); },
-                             isCode ? codeLines : animationLines, {seed, steps, holdsIndexes});
-    QVERIFY2(fault.isEmpty(), qPrintable(fault));
-}
-
-void TestRandomEditor::undoesAndRedoesAll_data()
-{
-    QTest::addColumn<EmberDocument::FileType>("type");
-    QTest::addColumn<quint32>("seed");
-    for (quint32 seed = 101; seed <= 104; ++seed) {
-        for (const auto type : {EmberDocument::States, EmberDocument::Animations})
-            QTest::addRow("%s, seed %u", EmberDocument::suffix(type), seed) << type << seed;
-    }
-}
-
-/// Back to the start step by step, and forth again: text and tree pass through the same stages.
-void TestRandomEditor::undoesAndRedoesAll()
-{
-    QFETCH(EmberDocument::FileType, type);
-    QFETCH(quint32, seed);
-    const OpenDocument open(type);
-    const QString fault = EngineTest::runUndo(
-        *open.get(), type == EmberDocument::States ? codeLines : animationLines, {seed, 100});
-    QVERIFY2(fault.isEmpty(), qPrintable(fault));
-}
 
 QTEST_MAIN(TestRandomEditor)
 #include "tst_randomeditor.moc"

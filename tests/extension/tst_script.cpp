@@ -120,7 +120,7 @@ private slots:
 
     void textsCrossInUtf8_data()
     {
-        QTest::addColumn<QString>("text");
+        columns<QString>("text");
         addRow("empty", "");
         addRow("plain", "ember");
         addRow("two, three and four bytes", utf8Name);

@@ -1,8 +1,6 @@
 #include "plain.h"
 
-#include <QBuffer>
-#include <QDataStream>
-#include <QVector>
+#include <QtTest/QtTest>
 
 namespace Plain
 {

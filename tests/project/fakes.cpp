@@ -74,7 +74,7 @@ FakeProject *FakeParent::open(const QString &name)
 void ProjectTest::make(const Files &files) const
 {
     for (auto file = files.begin(); file != files.end(); ++file)
-        makeFile(base() + file.key(), *file);
+        writeFile(base() + file.key(), *file);
 }
 
 void ProjectTest::init()
@@ -127,18 +127,4 @@ QString dump(const ParentProject &project)
     QString out;
     dumpRows(project, QModelIndex(), 0, out);
     return out;
-}
-
-void makeFile(const QString &path, const QByteArray &contents)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(contents) != contents.size())
-        qFatal("cannot make %s", qPrintable(path));
-}
-
-QByteArray contentsOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<none>");
 }

@@ -7,8 +7,10 @@
 #include <kilnx/project/parentproject.h>
 #include <kilnx/project/project.h>
 #include <kilnx/project/projectfile.h>
+#include <tests/support/files.h>
 #include <tests/support/memoryarchive.h>
 #include <tests/support/modeltester.h>
+#include <tests/support/release.h>
 #include <tests/support/rows.h>
 #include <tests/support/testhost.h>
 
@@ -25,7 +27,7 @@ public:
         ++alive;
     }
     void release() override { delete this; }
-    QString language() const override { return QStringLiteral("list"); }
+    QString language() const override { return QString("list"); }
     void setText(const QString &text) { setPlainText(text); }
     bool toFile(Kiln::Archive &archive, const QString &name, bool asCopy) override
     {
@@ -126,20 +128,20 @@ class FakeEngine : public Kiln::Engine
 
 public:
     FakeEngine()
-        : Engine(QStringLiteral("fake"))
+        : Engine(QString("fake"))
     {
     }
     char commentCharacter() const override { return ';'; }
-    QString displayName() const override { return QStringLiteral("Fake"); }
+    QString displayName() const override { return QString("Fake"); }
     QString executable() const override { return program; }
-    QString fileFilter() const override { return QStringLiteral("Lists (*.def)"); }
+    QString fileFilter() const override { return QString("Lists (*.def)"); }
     QMap<int, QString> singleFileFilters() const override { return filters; }
     Kiln::ProjectFile *createFile(Kiln::Project::FileID::Type, Kiln::Project *) override
     {
         return makes ? makes() : nullptr;
     }
 
-    QString program = QStringLiteral("fake-game");
+    QString program = QString("fake-game");
     QMap<int, QString> filters;
     std::function<Kiln::ProjectFile *()> makes;
 };
@@ -203,7 +205,7 @@ protected:
     void contentsChanged() override { ++shown; }
 
 private:
-    QAction m_action{QStringLiteral("Sound banks")};
+    QAction m_action{QString("Sound banks")};
 };
 
 constexpr Kiln::ParentProject::PathType scanAll =
@@ -237,6 +239,3 @@ FakeFile *openFile(Kiln::Project *project, const QString &path);
 /// One line a row, indented by two blanks a level; "/" ends a directory, "+" a named file with its
 /// bits.
 QString dump(const Kiln::ParentProject &project);
-
-void makeFile(const QString &path, const QByteArray &contents = QByteArray());
-QByteArray contentsOf(const QString &path);

@@ -3,11 +3,10 @@
 #include <kilnx/project/archive.h>
 #include <kilnx/project/archive_p.h>
 #include <kilnx/project/paths.h>
-
 #include <tests/support/memoryarchive.h>
 
-#include <QApplication>
-#include <QtTest>
+#include <QtTest/QtTest>
+#include <QtWidgets/QtWidgets>
 
 #include <sys/mount.h>
 #include <sys/resource.h>
@@ -52,6 +51,23 @@ void seedNames(uint seed)
     qsrand(seed);
     QT_WARNING_POP
 }
+
+/// Every file of it breaks off after a byte.
+class BrokenArchive : public MemoryArchive
+{
+    struct Device : QIODevice {
+        Device() { setOpenMode(ReadOnly | Unbuffered); }
+        bool atEnd() const override { return false; }
+        qint64 readData(char *data, qint64) override
+        {
+            *data = 'x';
+            return std::exchange(breaks, true) ? -1 : 1;
+        }
+        qint64 writeData(const char *, qint64) override { return -1; }
+        bool breaks = false;
+    };
+    QIODevice *openFile(const QString &, QIODevice::OpenMode) override { return new Device; }
+};
 
 int pauses = 0;
 std::function<void()> duringPause;
@@ -109,7 +125,7 @@ private slots:
         QVERIFY(!m_archive.openFile(m_directory.path(), QIODevice::WriteOnly));
 
         QVERIFY(save(path("new/deep/file"), "one"));
-        QCOMPARE(contentsOf(path("new/deep/file")), QByteArray("one"));
+        QCOMPARE(readFile(path("new/deep/file")), QByteArray("one"));
         QVERIFY(m_archive.fileExists(path("new/deep/file")));
         QVERIFY(m_archive.removeFile(path("new/deep/file")));
         QVERIFY(!m_archive.removeFile(path("new/deep/file")));
@@ -120,7 +136,7 @@ private slots:
     void replacesThroughATemporaryBesideTheFile()
     {
         const QString target = path("file");
-        makeFile(target, "old");
+        writeFile(target, "old");
         QIODevice *device = m_archive.openFile(target, QIODevice::WriteOnly);
         QVERIFY(device);
         const QString temporary = static_cast<QFile *>(device)->fileName();
@@ -128,9 +144,9 @@ private slots:
                     .match(temporary)
                     .hasMatch());
         device->write("new");
-        QCOMPARE(contentsOf(target), QByteArray("old"));
+        QCOMPARE(readFile(target), QByteArray("old"));
         m_archive.closeFile(device);
-        QCOMPARE(contentsOf(target), QByteArray("new"));
+        QCOMPARE(readFile(target), QByteArray("new"));
         QCOMPARE(names(), QStringList("file"));
     }
 
@@ -154,25 +170,25 @@ private slots:
     void modes()
     {
         const auto [mode, written, expected] = row<int, QByteArray, QByteArray>();
-        makeFile(path("file"), "old contents");
+        writeFile(path("file"), "old contents");
         QIODevice *device = m_archive.openFile(path("file"), QIODevice::OpenMode(mode));
         QVERIFY(device);
         QCOMPARE(device->write(written), qint64(written.size()));
         m_archive.closeFile(device);
-        QCOMPARE(contentsOf(path("file")), expected);
+        QCOMPARE(readFile(path("file")), expected);
         QCOMPARE(names(), QStringList("file"));
     }
 
     void newOnlyRefusesAnExistingFile()
     {
-        makeFile(path("file"), "old");
+        writeFile(path("file"), "old");
         QVERIFY(!m_archive.openFile(path("file"), QIODevice::WriteOnly | QIODevice::NewOnly));
-        QCOMPARE(contentsOf(path("file")), QByteArray("old"));
+        QCOMPARE(readFile(path("file")), QByteArray("old"));
     }
 
     void keepsPermissions_data()
     {
-        QTest::addColumn<int>("mode");
+        columns<int>("mode");
         for (int mode : {0600, 0640, 0644, 0755, 0666})
             addRow(QByteArray::number(mode, 8).constData(), mode);
     }
@@ -181,7 +197,7 @@ private slots:
     {
         QFETCH(int, mode);
         const QByteArray name = QFile::encodeName(path("file"));
-        makeFile(path("file"), "old");
+        writeFile(path("file"), "old");
         QCOMPARE(chmod(name.constData(), mode_t(mode)), 0);
         const bool isRoot = geteuid() == 0;
         if (isRoot)
@@ -199,7 +215,7 @@ private slots:
     void keepsSymbolicLinks()
     {
         QVERIFY(QDir(m_directory.path()).mkpath("real"));
-        makeFile(path("real/file"), "old");
+        writeFile(path("real/file"), "old");
         QVERIFY(QFile::link("real/file", path("link")));
         QVERIFY(QFile::link("link", path("linkToLink")));
         QIODevice *device = m_archive.openFile(path("linkToLink"), QIODevice::WriteOnly);
@@ -207,13 +223,13 @@ private slots:
             QFileInfo(path("real/file")).canonicalFilePath()));
         device->write("new");
         m_archive.closeFile(device);
-        QCOMPARE(contentsOf(path("real/file")), QByteArray("new"));
+        QCOMPARE(readFile(path("real/file")), QByteArray("new"));
         QVERIFY(QFileInfo(path("link")).isSymLink() && QFileInfo(path("linkToLink")).isSymLink());
         QCOMPARE(QDir(path("real")).entryList(QDir::Files), QStringList("file"));
 
         QVERIFY(QFile::link("real/later", path("dangling")));
         QVERIFY(save(path("dangling"), "made"));
-        QCOMPARE(contentsOf(path("real/later")), QByteArray("made"));
+        QCOMPARE(readFile(path("real/later")), QByteArray("made"));
         QVERIFY(QFileInfo(path("dangling")).isSymLink());
     }
 
@@ -258,7 +274,7 @@ private slots:
     {
         QFETCH(int, freeAfter);
         const QString target = path("file");
-        makeFile(target, "old");
+        writeFile(target, "old");
         QIODevice *device = m_archive.openFile(target, QIODevice::WriteOnly);
         const QString temporary = QFileInfo(static_cast<QFile *>(device)->fileName()).fileName();
         device->write("new");
@@ -275,7 +291,7 @@ private slots:
         File::setPause(before);
         QTEST(pauses, "pauses");
         const bool isReplaced = freeAfter < 1000;
-        QCOMPARE(contentsOf(isReplaced ? target : path(temporary.toLatin1())), QByteArray("new"));
+        QCOMPARE(readFile(isReplaced ? target : path(temporary.toLatin1())), QByteArray("new"));
         QCOMPARE(names().contains(temporary), !isReplaced);
     }
 
@@ -289,7 +305,7 @@ private slots:
     void filesTakenAwayMeanwhile()
     {
         QFETCH(bool, takesTarget);
-        makeFile(path("file"), "old");
+        writeFile(path("file"), "old");
         QIODevice *device = m_archive.openFile(path("file"), QIODevice::WriteOnly);
         device->write("new");
         QVERIFY(
@@ -298,25 +314,25 @@ private slots:
         m_archive.closeFile(device);
         File::setPause(before);
         QCOMPARE(pauses, 0);
-        QTEST(contentsOf(path("file")), "expected");
+        QTEST(readFile(path("file")), "expected");
         QCOMPARE(names(), QStringList("file"));
     }
 
     void temporaryNeverTakesAnExistingName()
     {
-        makeFile(path("file"), "old");
+        writeFile(path("file"), "old");
         seedNames(7);
         const QString left = path("file") + Kiln::randomString(6);
-        makeFile(left, "the only whole copy");
+        writeFile(left, "the only whole copy");
         seedNames(7);
         QVERIFY(save(path("file"), "new"));
-        QCOMPARE(contentsOf(left), QByteArray("the only whole copy"));
-        QCOMPARE(contentsOf(path("file")), QByteArray("new"));
+        QCOMPARE(readFile(left), QByteArray("the only whole copy"));
+        QCOMPARE(readFile(path("file")), QByteArray("new"));
     }
 
     void deathBetweenRemovalAndRenamingLeavesTheNewContents()
     {
-        makeFile(path("file"), "old");
+        writeFile(path("file"), "old");
         QProcess child;
         child.start(QCoreApplication::applicationFilePath(), {"--die", path("file")});
         QVERIFY(child.waitForFinished());
@@ -324,13 +340,13 @@ private slots:
         const QStringList left = QDir(m_directory.path()).entryList(QDir::Files);
         QCOMPARE(left.size(), 1);
         QVERIFY(left.first().startsWith("file") && left.first().size() == 10);
-        QCOMPARE(contentsOf(m_directory.filePath(left.first())), QByteArray("new"));
+        QCOMPARE(readFile(m_directory.filePath(left.first())), QByteArray("new"));
     }
 
     void whatTheDiskDoesNotConfirmIsNotSaved()
     {
         const QString target = path("file");
-        makeFile(target, "old");
+        writeFile(target, "old");
         FakeDocument *document = new FakeDocument;
         QVERIFY(document->fromFile(m_archive, target, false));
         document->cursor().insertText("new ");
@@ -340,19 +356,19 @@ private slots:
         diskFails = false;
         QVERIFY(document->isModified() && document->fileName() == target);
         QVERIFY(!isNewSaved && !QFile::exists(path("other")));
-        QCOMPARE(contentsOf(target), QByteArray("old"));
+        QCOMPARE(readFile(target), QByteArray("old"));
         const QStringList left = QDir(m_directory.path()).entryList({"file??????"});
         QCOMPARE(left.size(), 1);
-        QCOMPARE(contentsOf(m_directory.filePath(left.first())), QByteArray("oldnew "));
+        QCOMPARE(readFile(m_directory.filePath(left.first())), QByteArray("oldnew "));
         QVERIFY(document->toFile(m_archive, target, false));
-        QCOMPARE(contentsOf(target), QByteArray("oldnew "));
+        QCOMPARE(readFile(target), QByteArray("oldnew "));
         QCOMPARE(FileSystemArchive::lastError(), QString());
         document->release();
     }
 
     void failedWriteKeepsTheOldFile_data()
     {
-        QTest::addColumn<bool>("isDisk");
+        columns<bool>("isDisk");
         addRow("a full disk", true);
         addRow("the process may write no more", false);
     }
@@ -368,7 +384,7 @@ private slots:
             if (mount("none", mountPoint.constData(), "tmpfs", 0, "size=256k") != 0)
                 QSKIP("No right to mount a small disk.");
         }
-        makeFile(path("disk/file"), "old contents");
+        writeFile(path("disk/file"), "old contents");
         if (!isDisk) {
             signal(SIGXFSZ, SIG_IGN);
             const rlimit limit{65536, before.rlim_max};
@@ -390,7 +406,7 @@ private slots:
         m_archive.closeFile(device);
         const bool isCopied = copyOfTooMuch("disk/file") || copyOfTooMuch("disk/new");
         const QString reason = FileSystemArchive::lastError();
-        const QByteArray contents = contentsOf(path("disk/file"));
+        const QByteArray contents = readFile(path("disk/file"));
         const QStringList left = QDir(path("disk")).entryList(QDir::Files);
         setrlimit(RLIMIT_FSIZE, &before);
         if (isDisk)
@@ -404,7 +420,7 @@ private slots:
 
     void copiesFiles_data()
     {
-        QTest::addColumn<QByteArray>("contents");
+        columns<QByteArray>("contents");
         addRow("empty", QByteArray());
         addRow("short", QByteArray("abc"));
         addRow("one block", QByteArray(131072, 'b'));
@@ -414,14 +430,19 @@ private slots:
     void copiesFiles()
     {
         QFETCH(QByteArray, contents);
-        makeFile(path("from"), contents);
+        writeFile(path("from"), contents);
         QVERIFY(Kiln::copyFile(m_archive, path("from"), m_archive, path("sub/to")));
-        QCOMPARE(contentsOf(path("sub/to")), contents);
+        QCOMPARE(readFile(path("sub/to")), contents);
         FileSystemArchive other = m_archive;
         QVERIFY(!Kiln::copyFile(m_archive, path("from"), other, path("from")));
-        QCOMPARE(contentsOf(path("from")), contents);
+        QCOMPARE(readFile(path("from")), contents);
         QVERIFY(!Kiln::copyFile(m_archive, path("missing"), m_archive, path("from")));
-        QCOMPARE(contentsOf(path("from")), contents);
+        QCOMPARE(readFile(path("from")), contents);
+        // What ends in the middle of reading leaves the target as it was.
+        BrokenArchive broken;
+        broken.addOwner();
+        QVERIFY(!Kiln::copyFile(broken, "any", m_archive, path("from")));
+        QCOMPARE(readFile(path("from")), contents);
     }
 
     /// Into an archive that is no disk comes a whole file or none, and what its device could not
@@ -444,7 +465,7 @@ private slots:
             }
         } broken;
         MemoryArchive memory;
-        makeFile(path("from"), QByteArray(300000, 'x'));
+        writeFile(path("from"), QByteArray(300000, 'x'));
         broken.files["from"] = QByteArray(300000, 'x');
         memory.files["to"] = "old";
         QVERIFY(!Kiln::copyFile(broken, "from", memory, "to"));
@@ -470,8 +491,8 @@ private slots:
 
     void listsEntries()
     {
-        makeFile(path("b.txt"));
-        makeFile(path("a.txt"));
+        writeFile(path("b.txt"));
+        writeFile(path("a.txt"));
         QVERIFY(QDir().mkpath(path("dir")));
         QVERIFY(QFile::link(path("a.txt"), path("link")));
         QCOMPARE(m_archive.entries(m_directory.path(), QDir::Files | QDir::Dirs, QDir::Name),

@@ -23,7 +23,7 @@ QStringList names(const EngineInstances &engine)
 void makeScript(const QString &path,
                 const QByteArray &body = R"(for a; do printf '[%s]' "$a"; done; pwd)")
 {
-    makeFile(path, "#!/bin/sh\n" + body + "\n");
+    writeFile(path, "#!/bin/sh\n" + body + "\n");
     QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
@@ -74,9 +74,11 @@ private slots:
         QCOMPARE(m_engine->at(1).executable, QString("exe2"));
         QCOMPARE(m_engine->at(1).icon, QString("icon2"));
         QCOMPARE(m_engine->at(7).name, QString());
+        const QSignalSpy removed(m_engine.get(), &QAbstractItemModel::rowsRemoved);
         m_engine->clear();
         m_engine->clear();
         QCOMPARE(m_engine->count(), 0u);
+        QCOMPARE(removed.count(), 1);
         QCOMPARE(m_engine->publicEngine(), m_engine.get());
     }
 
@@ -115,7 +117,7 @@ private slots:
         m_engine->setOption("number", 17);
         QVERIFY(m_engine->save());
         QCOMPARE(m_engine->configFile(), path("config/fake_config.xml"));
-        const QByteArray xml = contentsOf(m_engine->configFile());
+        const QByteArray xml = readFile(m_engine->configFile());
         QVERIFY(xml.indexOf("\"exe\"") < xml.indexOf("\"icon\"") &&
                 xml.indexOf("\"icon\"") < xml.indexOf("\"params\"") &&
                 xml.indexOf("\"params\"") < xml.indexOf("<config "));
@@ -168,7 +170,7 @@ private slots:
     void badConfigurations()
     {
         const auto [xml, isGood] = row<QByteArray, bool>();
-        makeFile(m_engine->configFile(), xml);
+        writeFile(m_engine->configFile(), xml);
         if (!isGood)
             m_host->dialogs().expectBox(QMessageBox::Ok);
         QCOMPARE(m_engine->load(), isGood);
@@ -202,7 +204,7 @@ private slots:
         make({{"temp/dir/file", ""}, {"precious/file", "kept"}});
         QVERIFY(QFile::link(path("precious"), path("temp/dir/link")));
         QVERIFY(QFile::link(path("precious"), path("linked")));
-        makeFile(path("temp/single"));
+        writeFile(path("temp/single"));
         m_engine->add("only", path("bin/game"), "-a  b", "");
         m_host->options["last_Fake"] = 3;
         m_parent->prepares = [this](QString &, QStringList &temporaries) {
@@ -217,7 +219,7 @@ private slots:
         QVERIFY(!m_host->options.contains("project_run_geometry"));
         QVERIFY(!QFile::exists(path("temp/dir")) && !QFile::exists(path("temp/single")));
         QVERIFY(!QFileInfo(path("linked")).isSymLink());
-        QCOMPARE(contentsOf(path("precious/file")), QByteArray("kept"));
+        QCOMPARE(readFile(path("precious/file")), QByteArray("kept"));
         m_engine->edit(0, "only", path("bin/game"), "", "");
         QVERIFY(m_parent->run(&output));
         QVERIFY(!output.contains('['));
@@ -281,9 +283,9 @@ private slots:
 
     void failures()
     {
-        makeFile(path("noprogram"), "text");
+        writeFile(path("noprogram"), "text");
         QVERIFY(chmod(qPrintable(path("noprogram")), 0644) == 0);
-        makeFile(path("temporary"));
+        writeFile(path("temporary"));
         m_parent->prepares = [this](QString &, QStringList &temporaries) {
             temporaries << path("temporary");
             return true;
@@ -332,7 +334,7 @@ private slots:
             m_host->dialogs().expectBox(QMessageBox::Ok);
             second = m_parent->run(nullptr);
             other.run(&quick);
-            makeFile(path("stop"));
+            writeFile(path("stop"));
         });
         QVERIFY(m_parent->run(nullptr));
         QVERIFY(!second);

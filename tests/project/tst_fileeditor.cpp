@@ -1,4 +1,5 @@
 #include "fakes.h"
+#include <tests/support/rows.h>
 
 using namespace Kiln;
 
@@ -43,7 +44,7 @@ private slots:
         };
         m_host->currentEngine = m_engine.get();
         m_editor = std::make_unique<FakeEditor>();
-        makeFile(base() + "d.def");
+        writeFile(base() + "d.def");
         m_project = (new FakeParent(base()))->open("d.def");
         m_host->activeProject = m_project;
     }
@@ -69,6 +70,7 @@ private slots:
         m_host->currentEngine = nullptr;
         m_editor->create();
         m_editor->open();
+        QCOMPARE(m_editor->shown, 1);
         QCOMPARE(m_project->filesByType(FileID::Sounds).size(), 1);
     }
 
@@ -83,7 +85,7 @@ private slots:
     void closedByTheEngine()
     {
         QFETCH(bool, opens);
-        makeFile(base() + "a.snd", "a");
+        writeFile(base() + "a.snd", "a");
         m_engine->makes = [this] {
             m_project->release();
             m_project = (new FakeParent(base()))->open("d.def");
@@ -103,7 +105,7 @@ private slots:
 
     void opensAFile()
     {
-        makeFile(base() + "snd/a.snd", "a");
+        writeFile(base() + "snd/a.snd", "a");
         m_host->options["project_path"] = base();
         m_host->dialogs().expectFiles({base() + "snd/a.snd"});
         m_editor->open();
@@ -137,7 +139,7 @@ private slots:
 
     void openThatEndsInNothing_data()
     {
-        QTest::addColumn<bool>("isCancelled");
+        columns<bool>("isCancelled");
         addRow("cancelled", true);
         addRow("cannot be loaded", false);
     }
@@ -145,7 +147,7 @@ private slots:
     void openThatEndsInNothing()
     {
         QFETCH(bool, isCancelled);
-        makeFile(base() + "a.snd", "a");
+        writeFile(base() + "a.snd", "a");
         m_makesRefusing = true;
         current("first", false);
         current("second", false);
@@ -182,7 +184,7 @@ private slots:
             m_host->activeProject = project;
         }
         if (opens)
-            makeFile(outside("a.snd"), "outside");
+            writeFile(outside("a.snd"), "outside");
         else
             QVERIFY(QDir().mkpath(outside("")));
         m_host->dialogs().expectFiles({outside("a.snd")});
@@ -196,7 +198,7 @@ private slots:
         }
         auto *file = dynamic_cast<FakeFile *>(m_project->file(FileID::Sounds));
         QCOMPARE(file->contents, opens ? QByteArray("outside") : QByteArray("inside"));
-        QCOMPARE(contentsOf(outside("a.snd")), file->contents);
+        QCOMPARE(readFile(outside("a.snd")), file->contents);
         QCOMPARE(file->name, asCopy ? QString() : outside("a.snd"));
         QCOMPARE(file->modified, asCopy);
         const QList<DialogScript::Seen> seen = m_host->dialogs().seen();
@@ -217,18 +219,16 @@ private slots:
 
     void closedBehindTheBox_data()
     {
-        QTest::addColumn<bool>("opens");
-        QTest::addColumn<bool>("discards");
-        QTest::newRow("of an open") << true << false;
-        QTest::newRow("of a save as") << false << false;
-        QTest::newRow("of a discard") << false << true;
+        columns<bool, bool>("opens", "discards");
+        addRow("of an open", true, false);
+        addRow("of a save as", false, false);
+        addRow("of a discard", false, true);
     }
 
     void closedBehindTheBox()
     {
-        QFETCH(bool, opens);
-        QFETCH(bool, discards);
-        makeFile(outside("a.snd"), "outside");
+        auto [opens, discards] = row<bool, bool>();
+        writeFile(outside("a.snd"), "outside");
         if (!opens) {
             current("first");
             current("second");
@@ -279,7 +279,7 @@ private slots:
         QSignalSpy modified(m_editor.get(), &Editor::modified);
         m_host->dialogs().expectFiles({base() + chosen});
         m_editor->saveAs();
-        QCOMPARE(contentsOf(base() + saved), QByteArray("new"));
+        QCOMPARE(readFile(base() + saved), QByteArray("new"));
         QCOMPARE(file->name, base() + saved);
         QCOMPARE(modified.count(), 1);
         QCOMPARE(m_host->dialogs().seen().first().title, QString("Save sounds as..."));
@@ -293,7 +293,7 @@ private slots:
         m_editor->deactivate();
         m_editor->save();
         QVERIFY(m_editor->isActive());
-        QCOMPARE(contentsOf(base() + "a.snd"), QByteArray("new"));
+        QCOMPARE(readFile(base() + "a.snd"), QByteArray("new"));
         QVERIFY(!m_editor->isModified());
         QCOMPARE(m_editor->shown, 1);
         file->contents = "unmodified";
@@ -302,14 +302,14 @@ private slots:
         file->savable = false;
         m_editor->save();
         m_editor->saveAs();
-        QCOMPARE(contentsOf(base() + "a.snd"), QByteArray("new"));
+        QCOMPARE(readFile(base() + "a.snd"), QByteArray("new"));
         // A place that fails ends in the question for another; cancelled, all stays as it was.
         file->savable = true;
         file->refuses = true;
         m_host->dialogs().expectFiles({});
         m_editor->save();
         QVERIFY(m_editor->isModified());
-        QCOMPARE(contentsOf(base() + "a.snd"), QByteArray("new"));
+        QCOMPARE(readFile(base() + "a.snd"), QByteArray("new"));
     }
 
     void discards()

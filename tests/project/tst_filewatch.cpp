@@ -1,6 +1,7 @@
 #include "fakes.h"
 
 #include <kilnx/project/filewatch.h>
+#include <tests/support/rows.h>
 
 using namespace Kiln;
 
@@ -16,33 +17,30 @@ FileSystemArchive &disk()
 struct Outside {
     static void rewrite(const QString &path, const QByteArray &contents)
     {
-        makeFile(path, contents);
+        writeFile(path, contents);
     }
     static void replaceByRenaming(const QString &path, const QByteArray &contents)
     {
-        makeFile(path + "~", contents);
+        writeFile(path + "~", contents);
         QCOMPARE(rename(qPrintable(path + "~"), qPrintable(path)), 0);
     }
     static void removeAndMake(const QString &path, const QByteArray &contents)
     {
         QVERIFY(QFile::remove(path));
-        makeFile(path, contents);
+        writeFile(path, contents);
     }
     /// As an editor that keeps the old file as a backup.
     static void moveAwayAndMake(const QString &path, const QByteArray &contents)
     {
         QFile::remove(path + ".bak");
         QVERIFY(QFile::rename(path, path + ".bak"));
-        makeFile(path, contents);
+        writeFile(path, contents);
     }
 };
 
 using Change = void (*)(const QString &, const QByteArray &);
 
 /// Ends the file's life as its project would.
-struct Release {
-    void operator()(FakeFile *file) const { file->release(); }
-};
 using FilePointer = std::unique_ptr<FakeFile, Release>;
 
 FilePointer load(const QString &path)
@@ -110,7 +108,7 @@ private slots:
 
     void outsideChangesAreNoticedEachTime_data()
     {
-        QTest::addColumn<Change>("change");
+        columns<Change>("change");
         addRow("written over", Change(Outside::rewrite));
         addRow("replaced by renaming", Change(Outside::replaceByRenaming));
         addRow("removed and made anew", Change(Outside::removeAndMake));
@@ -120,7 +118,7 @@ private slots:
     void outsideChangesAreNoticedEachTime()
     {
         QFETCH(Change, change);
-        makeFile(path("file"), "0");
+        writeFile(path("file"), "0");
         const FilePointer file = load(path("file"));
         for (int round = 1; round <= 3; ++round) {
             m_host->dialogs().expectBox(QMessageBox::Yes);
@@ -139,7 +137,7 @@ private slots:
 
     void noKeepsWhatIsInMemory()
     {
-        makeFile(path("file"), "old");
+        writeFile(path("file"), "old");
         const FilePointer file = load(path("file"));
         m_host->dialogs().expectBox(QMessageBox::No);
         Outside::rewrite(path("file"), "new");
@@ -171,7 +169,7 @@ private slots:
         const QString name = isNew ? path("to/come/file") : path("file");
         FilePointer file(new FakeFile);
         if (!isNew) {
-            makeFile(name, "old");
+            writeFile(name, "old");
             file = load(name);
         }
         for (int round = 1; round <= 3; ++round) {
@@ -198,7 +196,7 @@ private slots:
 
     void manyFilesSavedTogether_data()
     {
-        QTest::addColumn<bool>("isPausedByHand");
+        columns<bool>("isPausedByHand");
         addRow("own saves", false);
         addRow("paused by hand", true);
     }
@@ -209,7 +207,7 @@ private slots:
         constexpr int count = 40;
         std::vector<FilePointer> files;
         for (int i = 0; i < count; ++i) {
-            makeFile(path("file") + QString::number(i), "old");
+            writeFile(path("file") + QString::number(i), "old");
             files.push_back(load(path("file") + QString::number(i)));
         }
         const TimerCount timers;
@@ -227,7 +225,7 @@ private slots:
 
     void failedSaveDoesNotSilenceTheNextChange()
     {
-        makeFile(path("file"), "old");
+        writeFile(path("file"), "old");
         const FilePointer file = load(path("file"));
         file->refuses = true;
         QVERIFY(!file->toFile(disk(), path("file"), false));
@@ -240,7 +238,7 @@ private slots:
 
     void failedLoadKeepsWatchingTheOldFile()
     {
-        makeFile(path("file"), "old");
+        writeFile(path("file"), "old");
         const FilePointer file = load(path("file"));
         QVERIFY(!file->fromFile(disk(), path("missing"), false));
         m_host->dialogs().expectBox(QMessageBox::Yes);
@@ -280,7 +278,7 @@ private slots:
 
     void switchedOffNobodyAsks_data()
     {
-        QTest::addColumn<QVariant>("option");
+        columns<QVariant>("option");
         addRow("unset", QVariant());
         addRow("false", QVariant(false));
     }
@@ -291,7 +289,7 @@ private slots:
         m_host->options.remove("enable_file_watcher");
         if (option.isValid())
             m_host->options["enable_file_watcher"] = option;
-        makeFile(path("file"), "old");
+        writeFile(path("file"), "old");
         const FilePointer file = load(path("file"));
         // Another program's notification tells when ours must have come, too.
         QFileSystemWatcher witness({path("file")});
@@ -305,7 +303,7 @@ private slots:
 
     void deletedFileIsNotReportedUntilItIsBack()
     {
-        makeFile(path("sub/file"), "old");
+        writeFile(path("sub/file"), "old");
         const FilePointer file = load(path("sub/file"));
         QFileSystemWatcher witness({path("sub/file")});
         QSignalSpy spy(&witness, &QFileSystemWatcher::fileChanged);
@@ -322,7 +320,7 @@ private slots:
 
     void objectsMayGoAtAnyTime()
     {
-        makeFile(path("file"), "old");
+        writeFile(path("file"), "old");
         FilePointer file = load(path("file"));
         FilePointer second = load(path("file"));
         // While a pause is running out.

@@ -7,13 +7,7 @@
 #include <kilnx/project/filedialogs.h>
 #include <kilnx/project/translator.h>
 
-#include <QFileDialog>
-#include <QListView>
-#include <QMenu>
-#include <QPushButton>
-#include <QStringListModel>
-#include <QToolButton>
-#include <QTranslator>
+#include <QtWidgets/QtWidgets>
 
 using namespace Kiln;
 
@@ -126,6 +120,11 @@ private slots:
             m_host->itemsDialog(m_host->mainWindow(), "Export", &model, 2));
         QCOMPARE(dialog->windowTitle(), QString("Export"));
         QCOMPARE(dialog->selectedRows(), QList<int>{2});
+        dialog->show();
+        const QRect list = dialog->findChild<QListView *>()->geometry();
+        for (QPushButton *button :
+             dialog->findChildren<QPushButton *>(QString(), Qt::FindDirectChildrenOnly))
+            QVERIFY2(!button->geometry().intersects(list), qPrintable(button->text()));
         const auto pressed = [&dialog](const QString &text) {
             for (QPushButton *button : dialog->findChildren<QPushButton *>()) {
                 if (button->text().remove('&') == text)
@@ -187,6 +186,20 @@ private slots:
                  sorts.toBool() ? sorted : names);
         expect({});
         QCOMPARE(getSaveFileName(nullptr, "Save", base(), "All (*)"), QString());
+        // The suffix is added, and a file that this would replace is asked for.
+        const auto saved = [this] { return getSaveFileName(nullptr, "", base(), "All (*)", ".b"); };
+        const QStringList before = seen;
+        expect({});
+        QCOMPARE(saved(), QString());
+        expect({base() + "whole.b"});
+        QCOMPARE(saved(), base() + "whole.b");
+        writeFile(base() + "there.b");
+        expect({base() + "there"});
+        m_host->dialogs().expectBox(QMessageBox::No);
+        expect({base() + "there"});
+        m_host->dialogs().expectBox(QMessageBox::Yes);
+        QCOMPARE(saved(), base() + "there.b");
+        seen = before;
         expect({});
         QCOMPARE(getExistingDirectory(nullptr, "Where", base()), QString());
         expect({names[0]});

@@ -245,7 +245,7 @@ private slots:
         vanished->contents = "in memory";
         m_project->addFile(file, FileID::Sprites);
         m_project->addFile(vanished, FileID::Sprites);
-        makeFile(base() + "sub/a", "two");
+        writeFile(base() + "sub/a", "two");
         m_project->reload();
         QCOMPARE(file->contents, QByteArray("two"));
         QCOMPARE(vanished->contents, QByteArray("in memory"));
@@ -266,7 +266,7 @@ private slots:
     {
         FileSystemArchive other = FileSystemArchive::instance();
         other.refCount = 0;
-        makeFile(base() + "a", "x");
+        writeFile(base() + "a", "x");
         auto *file = new FakeFile;
         const int before = FileSystemArchive::instance().refCount;
         QVERIFY(file->fromFile(FileSystemArchive::instance(), base() + "a", true));

@@ -133,9 +133,9 @@ private slots:
 
     void itemsAndIcons()
     {
-        makeFile(base() + "art/deep/b.txt");
-        makeFile(base() + "hero/hero.def",
-                 "2 hero.spr\n4 a.snd\n8 a.anm\n16 a.cmd\n32 a.code\n64 x");
+        writeFile(base() + "art/deep/b.txt");
+        writeFile(base() + "hero/hero.def",
+                  "2 hero.spr\n4 a.snd\n8 a.anm\n16 a.cmd\n32 a.code\n64 x");
         auto *parent = new FakeParent(base());
         parent->addPath("art", scanAll, {"*.txt"});
         FakeProject *project = parent->open("hero/hero.def");
@@ -181,8 +181,7 @@ private slots:
         addRow("a directory", "4 snd/", "sub/\n  snd/\n" + own);
         addRow("one above", "4 ../common/x", "common/\n  x+4\nsub/\n" + own);
         addRow("outside the base", "4 ../../x\n4 ../..\n4 ..", "sub/\n" + own);
-        QTest::newRow("dots and slashes") << "4 ./a//b/../c"
-                                          << "sub/\n  a/\n    c+4\n" + own;
+        addRow("dots and slashes", "4 ./a//b/../c", "sub/\n  a/\n    c+4\n" + own);
         addRow("dots name directories", "4 a/.\n4 b/c/..", "sub/\n  a/\n  b/\n" + own);
         addRow("absolute, elsewhere", "4 /etc/passwd", "sub/\n" + own);
         addRow("absolute, inside", "4 BASE/abs", "sub/\n" + own + "abs+4\n");
@@ -195,7 +194,7 @@ private slots:
     {
         auto [text, expected] = row<QString, QString>();
         text.replace("BASE", m_directory->path());
-        makeFile(base() + "sub/d.def", text.toUtf8());
+        writeFile(base() + "sub/d.def", text.toUtf8());
         auto *parent = new FakeParent(base());
         const ModelTester tester(parent);
         FakeProject *project = parent->open("sub/d.def");
@@ -209,7 +208,7 @@ private slots:
 
     void typingFollowsAndKeepsRows()
     {
-        makeFile(base() + "d.def", "2 b\n2 d");
+        writeFile(base() + "d.def", "2 b\n2 d");
         auto *parent = new FakeParent(base());
         FakeProject *project = parent->open("d.def");
         const QPersistentModelIndex kept = indexOf(*parent, {"d"});
@@ -321,9 +320,9 @@ private slots:
         parent.addPath("late/art", scanAll, {"*.txt"});
         QCOMPARE(dump(parent), QString("late/\n  art/\n"));
         for (int round = 0; round < 3; ++round) {
-            makeFile(base() + "late/art/deep/a.txt");
+            writeFile(base() + "late/art/deep/a.txt");
             QTRY_COMPARE(dump(parent), QString("late/\n  art/\n    deep/\n      a.txt\n"));
-            makeFile(base() + "late/art/deep/b.txt");
+            writeFile(base() + "late/art/deep/b.txt");
             QTRY_COMPARE(dump(parent),
                          QString("late/\n  art/\n    deep/\n      a.txt\n      b.txt\n"));
             QVERIFY(QDir(base() + "late").removeRecursively());
@@ -344,8 +343,7 @@ private slots:
 
     void closingInTheMiddleOfAScan()
     {
-        QFETCH(QByteArray, signal);
-        QFETCH(bool, closesAll);
+        auto [signal, closesAll] = row<QByteArray, bool>();
         make({{"art/c.txt", ""},
               {"art/one.def", "2 a.txt\n2 d.txt\n2 f.txt\n2 deep/x"},
               {"two.def", "2 art/d.txt"}});
@@ -375,18 +373,17 @@ private slots:
 
     void closingInTheMiddleOfACall_data()
     {
-        QTest::addColumn<QByteArray>("signal");
-        QTest::newRow("that opens the project")
-            << QByteArray(SIGNAL(rowsInserted(QModelIndex, int, int)));
-        QTest::newRow("that removes a path")
-            << QByteArray(SIGNAL(rowsAboutToBeRemoved(QModelIndex, int, int)));
+        columns<QByteArray>("signal");
+        addRow("that opens the project", QByteArray(SIGNAL(rowsInserted(QModelIndex, int, int))));
+        addRow("that removes a path",
+               QByteArray(SIGNAL(rowsAboutToBeRemoved(QModelIndex, int, int))));
     }
 
     void closingInTheMiddleOfACall()
     {
         QFETCH(QByteArray, signal);
-        makeFile(base() + "art/a.txt");
-        makeFile(base() + "one.def", "2 b.txt");
+        writeFile(base() + "art/a.txt");
+        writeFile(base() + "one.def", "2 b.txt");
         QPointer<FakeParent> parent = new FakeParent(base());
         parent->addPath("art", scanAll, {"*.txt"});
         auto *document = new FakeDocument;
@@ -427,7 +424,7 @@ private slots:
 
     void endsWithItsProjectsOrByItself()
     {
-        makeFile(base() + "d.def", "2 a");
+        writeFile(base() + "d.def", "2 a");
         auto *parent = new FakeParent(base());
         const int owners = parent->archive().refCount;
         FakeProject *project = parent->open("d.def");
@@ -448,12 +445,12 @@ private slots:
         qInfo("seed %u", seed);
         QRandomGenerator random(seed);
         for (const QString &definition : definitions)
-            makeFile(base() + definition);
+            writeFile(base() + definition);
         auto *parent = new FakeParent(base());
         const ModelTester tester(parent);
         parent->addPath("art", scanAll, {"*.txt"});
         // Keeps the parent alive while the others come and go.
-        makeFile(base() + "keeper.def");
+        writeFile(base() + "keeper.def");
         m_opened["keeper.def"] = parent->open("keeper.def");
         QMap<QString, QPersistentModelIndex> known;
         for (int step = 0; step < 400; ++step) {
@@ -516,7 +513,7 @@ private:
         if (file.endsWith('/') || QFile::exists(base() + file))
             QFile::remove(base() + file);
         else
-            makeFile(base() + file);
+            writeFile(base() + file);
     }
 
     /// From the disk and the open definitions, with no regard to what was there before.

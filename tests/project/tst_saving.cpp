@@ -21,8 +21,7 @@ QStringList filesBelow(const QString &directory)
     QDirIterator iterator(directory, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
     while (iterator.hasNext()) {
         const QString path = iterator.next();
-        lines << path.mid(directory.size()) + ": " +
-                     QString::fromUtf8(contentsOf(path)).simplified();
+        lines << path.mid(directory.size()) + ": " + QString::fromUtf8(readFile(path)).simplified();
     }
     lines.sort();
     return lines;
@@ -159,8 +158,8 @@ private slots:
         const auto [folder, isLink] = row<QString, bool>();
         const QString own = base() + folder;
         if (isLink) {
-            makeFile(other() + "real/new.def", "replaced");
-            makeFile(other() + "real/snd/a", "replaced");
+            writeFile(other() + "real/new.def", "replaced");
+            writeFile(other() + "real/snd/a", "replaced");
             QVERIFY(QFile::link(other() + "real", other() + "to"));
         }
         const QString text = "4 snd/a\n4 snd/data\n4 data\n4 all/\n4 /etc/passwd\n4 ../out";
@@ -170,7 +169,7 @@ private slots:
               {folder + "snd/data", "also open"},
               {folder + "all/of/it", "x"},
               {folder + "stranger", "not named"}});
-        makeFile(other() + "before", "stays");
+        writeFile(other() + "before", "stays");
         FakeProject *project = m_parent->open(folder + "d.def");
         change(openFile(project, own + "snd/a"), "in memory");
         openFile(project, own + "snd/data");
@@ -183,7 +182,7 @@ private slots:
         QCOMPARE(filesBelow(to), QStringList({"all/of/it: x", "data: closed",
                                               "new.def: 4 more " + QString(text).replace('\n', ' '),
                                               "snd/a: in memory", "snd/data: also open"}));
-        QCOMPARE(contentsOf(own + "snd/a"), QByteArray("open"));
+        QCOMPARE(readFile(own + "snd/a"), QByteArray("open"));
         QCOMPARE(m_parent->basePath(), to);
         QCOMPARE(project->fileName(), to + "new.def");
         QCOMPARE(outside->name, other() + "before");
@@ -279,7 +278,7 @@ private slots:
             const QString root = other() + (isOnDisk ? "disk/" : "memory/");
             for (auto file = disk.begin(); file != disk.end(); ++file) {
                 if (isOnDisk || file.key().startsWith("notes"))
-                    makeFile(root + file.key(), *file);
+                    writeFile(root + file.key(), *file);
                 memory.files[root + file.key()] = *file;
             }
             FakeEngine engine;
@@ -344,7 +343,7 @@ private slots:
             for (ProjectFile *file : qAsConst(changed))
                 QVERIFY(file->isModified() == (target.isEmpty() || failures != 0));
             for (auto file = disk.begin(); isOnDisk && file != disk.end(); ++file)
-                QVERIFY(isInside || contentsOf(root + file.key()) == *file);
+                QVERIFY(isInside || readFile(root + file.key()) == *file);
             const auto progress = m_host->progresses.last();
             QCOMPARE(progress->text,
                      QString(target.isEmpty() ? "Backup in progress..." : "Saving..."));
@@ -376,12 +375,12 @@ private slots:
         QCOMPARE(report.text().count('\n'), 2);
         QCOMPARE(report.written, QStringList(path("b")));
         QVERIFY(failing->modified && first->modified != second->modified);
-        QCOMPARE(contentsOf(path("b")), QByteArray(first->modified ? "second" : "first"));
+        QCOMPARE(readFile(path("b")), QByteArray(first->modified ? "second" : "first"));
         QVERIFY(!QFile::exists(path("gone")));
         second->modified = first->modified = failing->refuses = false;
         m_parent->save();
         QVERIFY(m_parent->saveReport().failures.isEmpty());
-        QCOMPARE(contentsOf(path("a")), QByteArray("lost"));
+        QCOMPARE(readFile(path("a")), QByteArray("lost"));
     }
 
     void whatCannotBeWrittenDoesNotMove_data()
@@ -397,8 +396,8 @@ private slots:
     {
         auto [target, refuses, isAlone] = row<QString, bool, bool>();
         make({{"d.def", "4 a"}, {"e.def", "4 a"}, {"a", "old"}});
-        makeFile(other() + "file", "in the way");
-        makeFile(other() + "to/d.def", "of another project");
+        writeFile(other() + "file", "in the way");
+        writeFile(other() + "to/d.def", "of another project");
         const QStringList others = filesBelow(other());
         FakeProject *project = m_parent->open("d.def");
         FakeFile *file = openFile(project, path("a"));
@@ -425,8 +424,8 @@ private slots:
         m_parent->saveAs("to");
         QVERIFY(QDir::setCurrent(here));
         QCOMPARE(m_parent->basePath(), other() + "to/");
-        makeFile(path("notes/old.txt"));
-        makeFile(other() + "to/notes/new.txt");
+        writeFile(path("notes/old.txt"));
+        writeFile(other() + "to/notes/new.txt");
         QTRY_COMPARE(dump(*m_parent), QString("notes/\n  n.txt\n  new.txt\nd.def+1\ne.def+1\n"));
     }
 
@@ -460,7 +459,7 @@ private slots:
         else
             m_parent->save();
         QVERIFY(!m_parent);
-        QCOMPARE(contentsOf(path("a")), QByteArray(restores ? "backup" : "old"));
+        QCOMPARE(readFile(path("a")), QByteArray(restores ? "backup" : "old"));
         QCOMPARE(QFile::exists(path("c")), restores && !byHost);
     }
 
@@ -478,12 +477,12 @@ private slots:
             const QTemporaryDir directory;
             const QString root = directory.path() + '/';
             QMap<QString, int> saved{{root + "outside", 0}};
-            makeFile(root + "outside", numbered(0));
+            writeFile(root + "outside", numbered(0));
             for (const QString &place : {root + "a/", root + "b/"}) {
                 for (auto text = definitions.begin(); text != definitions.end(); ++text)
-                    makeFile(place + text.key(), *text);
+                    writeFile(place + text.key(), *text);
                 for (const QString &name : names) {
-                    makeFile(place + name, numbered(0));
+                    writeFile(place + name, numbered(0));
                     saved[place + name] = 0;
                 }
                 QFile::setPermissions(place + "locked", QFile::ReadOwner);
@@ -514,11 +513,11 @@ private slots:
             for (auto file = saved.begin(); file != saved.end(); ++file) {
                 const bool isThere = QFile::exists(file.key());
                 between += !isThere;
-                int newest = isThere ? numberOf(contentsOf(file.key())) : 0;
+                int newest = isThere ? numberOf(readFile(file.key())) : 0;
                 QVERIFY2(newest >= 0, qPrintable(file.key() + " is cut off"));
                 QVERIFY(!file.key().endsWith("locked") || newest == 0);
                 for (const QString &left : leftBeside(file.key()))
-                    newest = qMax(newest, numberOf(contentsOf(left)));
+                    newest = qMax(newest, numberOf(readFile(left)));
                 QVERIFY2(newest >= *file, qPrintable(QString("%1: %2 was saved, %3 is there")
                                                          .arg(file.key())
                                                          .arg(*file)
@@ -531,7 +530,7 @@ private slots:
                         found = QStringList(place + text.key());
                     const bool isWhole =
                         std::any_of(found.begin(), found.end(), [&](const QString &name) {
-                            return contentsOf(name).simplified() == text->simplified();
+                            return readFile(name).simplified() == text->simplified();
                         });
                     QVERIFY2(isWhole, qPrintable(place + text.key()));
                 }
@@ -582,10 +581,10 @@ private slots:
         QVERIFY(m_parent->restoreBackup("night"));
         QVERIFY(m_parent->saveReport().isComplete());
         QCOMPARE(m_parent->replacedByRestore("night"), QStringList());
-        QCOMPARE(contentsOf(path(".hidden")), QByteArray("seen"));
+        QCOMPARE(readFile(path(".hidden")), QByteArray("seen"));
         QCOMPARE(file->contents, QByteArray("from the night"));
-        QCOMPARE(contentsOf(path("a")), QByteArray("from the night"));
-        QCOMPARE(contentsOf(path("deep/b")), QByteArray("deep"));
+        QCOMPARE(readFile(path("a")), QByteArray("from the night"));
+        QCOMPARE(readFile(path("deep/b")), QByteArray("deep"));
         QCOMPARE(dump(*m_parent), QString("a+4\nb+4\nd.def+1\n"));
         QVERIFY(!file->isWatchPaused());
         QVERIFY(m_host->log.contains("refreshEditors"));
@@ -595,14 +594,14 @@ private slots:
         QCOMPARE(progress->steps.last(), 5u);
         // A change from outside is noticed as before.
         m_host->dialogs().expectBox(QMessageBox::Yes);
-        makeFile(path("a"), "outside");
+        writeFile(path("a"), "outside");
         QTRY_COMPARE(file->contents, QByteArray("outside"));
         QCOMPARE(m_host->dialogs().seen().size(), 1);
     }
 
     void restoreRefusesWhatItDoesNotKnow_data()
     {
-        QTest::addColumn<QString>("name");
+        columns<QString>("name");
         for (const char *name : {"", "/", "unknown", "..", "night/../..", "."})
             addRow(name, name);
     }
@@ -624,7 +623,7 @@ private slots:
     {
         MemoryArchive archive;
         archive.readOnly = true;
-        makeFile(path("backup/night/a"), "from the night");
+        writeFile(path("backup/night/a"), "from the night");
         QVERIFY(!FakeParent(base(), archive).restoreBackup("night"));
         QCOMPARE(archive.refCount, 0);
         QVERIFY(archive.files.isEmpty() && !QFile::exists(path("a")));

@@ -158,8 +158,8 @@ PlainScene::Target PlainScene::hitTest(QPoint point, int mode) const
     return spriteOverGuides ? guide : Target();
 }
 
-/// Blends a colour of 0.0 to 1.0 on one device pixel.
-void PlainScene::put(int x, int y, const double (&color)[3], double alpha, int blur)
+/// Adds a share of a colour, of 0.0 to 1.0, to what is kept of one device pixel.
+void PlainScene::put(int x, int y, const double (&color)[3], double share, double kept, int blur)
 {
     if (!picture.rect().contains(x, y))
         return;
@@ -167,10 +167,10 @@ void PlainScene::put(int x, int y, const double (&color)[3], double alpha, int b
     const int there[] = {qRed(old), qGreen(old), qBlue(old)};
     int result[3];
     for (int i = 0; i < 3; ++i)
-        result[i] = qBound(0, away(color[i] * 255 * alpha + there[i] * (1 - alpha)), 255);
+        result[i] = qBound(0, away(color[i] * 255 * share + there[i] * kept), 255);
     picture.setPixel(x, y, qRgb(result[0], result[1], result[2]));
     int &allowed = tolerance[y * picture.width() + x];
-    allowed = qMax(blur, alpha < 1 ? qMin(255, allowed + 2) : 0);
+    allowed = qMax(blur, kept > 0 ? qMin(255, allowed + spread) : 0);
 }
 
 void PlainScene::fill(const QRect &area, const QColor &color, double alpha)
@@ -179,7 +179,7 @@ void PlainScene::fill(const QRect &area, const QColor &color, double alpha)
     const double value[] = {color.redF(), color.greenF(), color.blueF()};
     for (int y = seen.y() * ratio; y < (seen.y() + seen.height()) * ratio; ++y) {
         for (int x = seen.x() * ratio; x < (seen.x() + seen.width()) * ratio; ++x)
-            put(x, y, value, alpha, 0);
+            put(x, y, value, alpha, 1 - alpha, 0);
     }
 }
 
@@ -187,7 +187,9 @@ void PlainScene::image(const QImage &source,
                        const QRect &area,
                        int flip,
                        double opacity,
-                       int effect)
+                       int effect,
+                       bool mask,
+                       Blend blend)
 {
     const auto texel = [](double place, int count, bool mirrored, int &blur) {
         const double at = (mirrored ? 1 - place : place) * count;
@@ -208,8 +210,11 @@ void PlainScene::image(const QImage &source,
                 channel = effect == 1 ? qRed(c) / 255.0 : channel;
                 channel = qBound(0.0, channel + (effect == 2 ? 0.5 : effect == 3 ? -0.5 : 0), 1.0);
             }
-            if (qAlpha(c) || blur)
-                put(x, y, color, qAlpha(c) / 255.0 * opacity, qMax(blur, effect > 1 ? 1 : 0));
+            const double alpha = mask ? qAlpha(c) / 255.0 : 1;
+            const double share = blend == BlendNone ? 1 : alpha * opacity;
+            if (alpha > 0 || blur)
+                put(x, y, color, blend == BlendSubtract ? -share : share,
+                    blend > BlendAlpha ? 1 : 1 - share, qMax(blur, effect > 1 ? 1 : 0));
         }
     }
 }
@@ -242,7 +247,7 @@ void PlainScene::unsure(const QRect &area)
     }
 }
 
-void PlainScene::paint()
+void PlainScene::clear()
 {
     picture = QImage(view * ratio, QImage::Format_RGB32);
     tolerance.fill(0, picture.width() * picture.height());
@@ -252,8 +257,13 @@ void PlainScene::paint()
                                 top.greenF() + (bottom.greenF() - top.greenF()) * t,
                                 top.blueF() + (bottom.blueF() - top.blueF()) * t};
         for (int x = 0; x < picture.width(); ++x)
-            put(x, y, color, 1, 4);
+            put(x, y, color, 1, 0, top == bottom ? 0 : 4);
     }
+}
+
+void PlainScene::paint()
+{
+    clear();
     if (!stage.isNull())
         image(stage,
               {origin + away(stagePosition, zoom),
@@ -362,7 +372,7 @@ void PlainScene::paintRulers()
 QString PlainScene::differences(const QImage &other) const
 {
     if (other.size() != picture.size())
-        return QStringLiteral("another size");
+        return QString("another size");
     int wrong = 0;
     QString first;
     for (int y = 0; y < picture.height(); ++y) {
@@ -373,7 +383,7 @@ QString PlainScene::differences(const QImage &other) const
                                   qMax(qAbs(qGreen(a) - qGreen(b)), qAbs(qBlue(a) - qBlue(b))));
             const int allowed = tolerance[y * picture.width() + x];
             if (most > allowed && ++wrong == 1) {
-                first = QStringLiteral("%1, %2: %3 instead of %4, by more than %5")
+                first = QString("%1, %2: %3 instead of %4, by more than %5")
                             .arg(x)
                             .arg(y)
                             .arg(b, 0, 16)
@@ -382,5 +392,5 @@ QString PlainScene::differences(const QImage &other) const
             }
         }
     }
-    return wrong ? QStringLiteral("%1 pixels, the first at %2").arg(wrong).arg(first) : QString();
+    return wrong ? QString("%1 pixels, the first at %2").arg(wrong).arg(first) : QString();
 }

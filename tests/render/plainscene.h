@@ -21,6 +21,7 @@ constexpr QPoint handlePlaces[] = {{0, 0}, {1, 0}, {0, 1}, {2, 0}, {0, 2}, {1, 2
 /// A frame of the viewport, described anew and painted pixel by pixel, without a painter: what the
 /// library's two ways of painting are held against.
 struct PlainScene {
+    enum Blend { BlendNone, BlendAlpha, BlendAdd, BlendSubtract };
     struct Cross {
         bool visible;
         int mode, parent;
@@ -66,14 +67,25 @@ struct PlainScene {
     bool spriteOverGuides = false, contactOverCross = false;
 
     /// Paints the frame, and says for each pixel by how much of 255 a painting may differ: 0 where
-    /// nothing was blended, 2 more for each blending, and 255 where the model does not know (ruler
-    /// labels, and pixels whose middle lies on the edge of a scaled picture's pixel).
+    /// nothing was blended, `spread` more for each blending, and 255 where the model does not know
+    /// (ruler labels, and pixels whose middle lies on the edge of a scaled picture's pixel).
     void paint();
+    // One layer after another: the background, an area, and a picture as the card draws it.
+    void clear();
+    void fill(const QRect &area, const QColor &color, double alpha = 1);
+    void image(const QImage &image,
+               const QRect &area,
+               int flip,
+               double opacity,
+               int effect,
+               bool mask = true,
+               Blend blend = BlendAlpha);
     /// Which pixels of a picture differ by more than they may; empty for none.
     QString differences(const QImage &picture) const;
 
     QImage picture;
     QVector<int> tolerance;
+    int spread = 2;
 
     // Places on the screen.
     QPoint anchor(int mode, int parent, int depth = 0) const;
@@ -98,9 +110,7 @@ private:
     Target guideAt(QPoint point) const;
     Target handleOrBoxAt(QPoint point) const;
     int thickness() const;
-    void put(int x, int y, const double (&color)[3], double alpha, int blur);
-    void fill(const QRect &area, const QColor &color, double alpha = 1);
-    void image(const QImage &image, const QRect &area, int flip, double opacity, int effect);
+    void put(int x, int y, const double (&color)[3], double share, double kept, int blur);
     void hatch(const QRect &area, const QColor &color, Qt::BrushStyle style);
     void unsure(const QRect &area);
     void paintBoxes(int group);

@@ -171,7 +171,7 @@ private:
     }
     void tell(const QString &what, int item, QPoint at)
     {
-        log.append(QStringLiteral("%1 %2 %3 %4").arg(what).arg(item).arg(at.x()).arg(at.y()));
+        log.append(QString("%1 %2 %3 %4").arg(what).arg(item).arg(at.x()).arg(at.y()));
     }
     /// Of the sprite or cross that is dragged.
     int itemMode() const

@@ -4,11 +4,10 @@
 #include <tests/render/fakeboxes.h>
 #include <tests/render/fakeview.h>
 #include <tests/render/plainscene.h>
+#include <tests/support/rows.h>
 
-#include <QRandomGenerator>
-#include <QScreen>
-#include <QSignalSpy>
-#include <QTemporaryDir>
+#include <QtGui/QtGui>
+#include <QtTest/QtTest>
 
 #include <limits>
 
@@ -75,7 +74,7 @@ Scene::Scene()
     QStringList files;
     for (int i = 0; i < 3; ++i) {
         plain.crossPictures[i] = randomPicture(random, sizes[i], false);
-        files.append(directory.filePath(QStringLiteral("%1.png").arg(i)));
+        files.append(directory.filePath(QString("%1.png").arg(i)));
         plain.crossPictures[i].save(files.last());
     }
     GraphicsRenderer::setCrossHair(GraphicsRenderer::CrossHairFiles, files[0], files[1], files[2]);
@@ -198,387 +197,354 @@ class TestGraphicsRenderer : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void drawsAsAPlainModel_data();
-    void drawsAsAPlainModel();
-    void repaintsWhatADragChanges_data();
-    void repaintsWhatADragChanges();
-    void asksForRepaintsOnlyOnChanges();
-    void zooms_data();
-    void zooms();
-    void zoomKeepsThePlace_data();
-    void zoomKeepsThePlace();
-    void readsProviders();
-    void survivesCirclesAndExtremes();
-};
+    void initTestCase() { Texture::setOpenGLEnabled(true); }
 
-void TestGraphicsRenderer::initTestCase()
-{
-    Texture::setOpenGLEnabled(true);
-}
-
-void TestGraphicsRenderer::drawsAsAPlainModel_data()
-{
-    QTest::addColumn<bool>("openGL");
-    QTest::addColumn<int>("row");
-    QTest::newRow("native, fine steps") << false << 0;
-    QTest::newRow("native, whole steps") << false << 1;
-    if (Contexts::none())
-        return;
-    QTest::newRow("OpenGL, fine steps") << true << 0;
-    QTest::newRow("OpenGL, whole steps") << true << 1;
-}
-
-void TestGraphicsRenderer::drawsAsAPlainModel()
-{
-    QFETCH(bool, openGL);
-    QFETCH(int, row);
-    Scene scene;
-    RenderWidget native;
-    std::unique_ptr<GLRenderWidget> card;
-    native.setFixedSize(viewSize);
-    QWidget *widget = &native;
-    if (openGL) {
-        card = std::make_unique<GLRenderWidget>();
-        card->setFixedSize(viewSize);
-        card->show();
-        QVERIFY(QTest::qWaitForWindowExposed(card.get()));
-        card->setRenderer(&scene.view);
-        widget = card.get();
-    } else {
-        native.setRenderer(&scene.view);
-    }
-    scene.plain.ratio = qRound(widget->devicePixelRatioF());
-    QRandomGenerator random(unsigned(17 + row));
-    for (int step = 0; step < 36; ++step) {
-        scene.randomize(random, row, step % 12);
-        // Clicks select boxes; which ones, the view itself must agree with.
-        for (int click = random.bounded(3); click > 0; --click) {
-            const QPoint at(random.bounded(180), random.bounded(140));
-            scene.view.mousePressed(at, Qt::LeftButton, Qt::ShiftModifier);
-            scene.view.mouseReleased(at, Qt::LeftButton, Qt::ShiftModifier);
-        }
-        const QList<ContactBoxCode *> selected = scene.view.selectedContactBoxes();
-        if (scene.view.boxesSelectionRect().isValid() || selected.isEmpty()) {
-            FakeBoxes *const sources[] = {&scene.attack, &scene.collision};
-            for (int group = 0; group < 2; ++group) {
-                for (int i = 0; i < scene.plain.boxes[group].size(); ++i)
-                    scene.plain.boxes[group][i].selected =
-                        selected.contains(sources[group]->at(unsigned(i)));
-            }
-        } else {
-            scene.view.deselectContactBoxes();
-        }
-        scene.plain.selected = scene.plain.selection();
-        scene.plain.handlesShown = !scene.plain.selected.isNull();
-        scene.plain.paint();
-        const QImage picture = card ? card->grabFramebuffer() : native.grab().toImage();
-        const QString wrong = scene.plain.differences(picture);
-        QVERIFY2(wrong.isEmpty(), qPrintable(QStringLiteral("scene %1: %2").arg(step).arg(wrong)));
-    }
-}
-
-void TestGraphicsRenderer::repaintsWhatADragChanges_data()
-{
-    QTest::addColumn<bool>("openGL");
-    QTest::addColumn<QPoint>("from");
-    for (bool openGL : {false, true}) {
-        if (openGL && Contexts::none())
-            continue;
-        QTest::addRow("body, OpenGL %d", openGL) << openGL << QPoint(60, 60);
-        QTest::addRow("handle, OpenGL %d", openGL) << openGL << QPoint(85, 75);
-    }
-}
-
-void TestGraphicsRenderer::repaintsWhatADragChanges()
-{
-    QFETCH(bool, openGL);
-    QFETCH(QPoint, from);
-    Scene scene;
-    QRandomGenerator random(11);
-    scene.randomize(random, 0, 5);
-    RenderWidget native;
-    GLRenderWidget card;
-    QWidget *widget = openGL ? static_cast<QWidget *>(&card) : &native;
-    RenderWidgetBase *face = openGL ? static_cast<RenderWidgetBase *>(&card) : &native;
-    widget->setFixedSize(viewSize);
-    widget->show();
-    QVERIFY(QTest::qWaitForWindowExposed(widget));
-    face->setRenderer(&scene.view);
-    GraphicsRenderer::setOrigin({10, 10});
-    scene.view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes, 13);
-    scene.attack.setRects({QRect(20, 20, 15, 12), QRect(10, 10, 60, 40)});
-    scene.view.setVisibility(false, false, false, true, true, true, true);
-    scene.view.setContactBoxes(ContactBoxCode::Attack, &scene.attack);
-    scene.view.mousePressed({60, 60}, Qt::LeftButton, {});
-    scene.view.mouseReleased({60, 60}, Qt::LeftButton, {});
-    scene.view.mousePressed(from, Qt::LeftButton, {});
-    const auto onScreen = [&] {
-        for (const int frames = scene.view.frames; scene.view.frames == frames;)
-            QApplication::processEvents(QEventLoop::WaitForMoreEvents);
-        QApplication::processEvents();
-        return widget->screen()->grabWindow(widget->winId()).toImage();
-    };
-    face->update();
-    QImage before = onScreen();
-    for (int step = 1; step < 5; ++step) {
-        scene.view.mouseMoved(from + QPoint(9, 7) * step, {});
-        const QImage partly = onScreen();
-        QVERIFY(partly != before);
-        face->update();
-        before = onScreen();
-        QCOMPARE(partly, before);
-    }
-    face->setRenderer(nullptr);
-}
-
-void TestGraphicsRenderer::asksForRepaintsOnlyOnChanges()
-{
-    CountingWidget widget;
-    FakeView view;
-    view.renderWidget = &widget;
-    widget.shown = &view;
-    FakeSprite sprite(QImage(4, 4, QImage::Format_RGB32));
-    FakeProvider provider;
-    provider.add(&sprite, {1, 2});
-    view.setSprites(&provider);
-    const std::pair<const char *, std::function<void()>> calls[] = {
-        {"setVisibility", [&] { view.setVisibility(true, false, true, true, true, true, true); }},
-        {"cross position",
-         [&] {
-             view.setItemPosition(GraphicsRenderer::ItemCrossExtra, {3, 4});
-         }},
-        {"sprite position",
-         [&] {
-             view.setItemPosition(GraphicsRenderer::ItemSprite, {3, 4}, 0);
-         }},
-        {"cross mode", [&] { view.setItemPositionMode(GraphicsRenderer::ItemCrossMain, 12, 1); }},
-        {"sprite mode", [&] { view.setItemPositionMode(GraphicsRenderer::ItemSprite, 12, 1, 0); }},
-        {"onion skin", [&] { view.setOnionSkin(true, GraphicsRenderer::OnionDarker, 0.5F); }},
-        {"onion sprite",
-         [&] {
-             view.setOnionSkinSprite(&sprite, {5, 6});
-         }},
-        {"guides",
-         [&] {
-             view.setGuideLines({7, 8});
-         }},
-    };
-    for (const auto &[name, call] : calls) {
-        widget.updates = 0;
-        call();
-        QVERIFY2(widget.updates > 0, name);
-        widget.updates = 0;
-        call();
-        QVERIFY2(widget.updates == 0, name);
-    }
-    // Opacity and effect don't matter while the onion skin is off.
-    view.setOnionSkin(false, GraphicsRenderer::OnionDarker, 0.5F);
-    widget.updates = 0;
-    view.setOnionSkin(false, GraphicsRenderer::OnionLighter, 0.2F);
-    view.setItemPosition(GraphicsRenderer::ItemContactBoxes, {9, 9});
-    view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes, 12, 0);
-    view.setItemPosition(GraphicsRenderer::ItemSprite, {9, 9}, 7);
-    QCOMPARE(widget.updates, 0);
-    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemContactBoxes), QPoint());
-    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 0), QPoint(3, 4));
-    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 7), QPoint());
-    QCOMPARE(view.indexOfItem(GraphicsRenderer::ItemCrossExtra, nullptr), 2);
-    QCOMPARE(view.indexOfItem(GraphicsRenderer::ItemContactBoxes, nullptr), -1);
-    QCOMPARE(view.indexOfItem(GraphicsRenderer::ItemSprite, static_cast<Sprite *>(&sprite)), 0);
-    QCOMPARE(view.indexOfItem(GraphicsRenderer::ItemSprite, &view), -1);
-    widget.shown = nullptr;
-    view.renderWidget = nullptr;
-}
-
-void TestGraphicsRenderer::zooms_data()
-{
-    QTest::addColumn<int>("row");
-    QTest::addColumn<int>("from");
-    QTest::addColumn<QString>("step");
-    QTest::addColumn<int>("level");
-    QTest::newRow("up") << 0 << 3 << "add" << 4;
-    QTest::newRow("up at the end") << 0 << 11 << "add" << 11;
-    QTest::newRow("down") << 1 << 3 << "sub" << 2;
-    QTest::newRow("down at the start") << 0 << 0 << "sub" << 0;
-    QTest::newRow("255 is the first") << 0 << 5 << "255" << 0;
-    QTest::newRow("too large is the last") << 0 << 5 << "200" << 11;
-    QTest::newRow("actual size, fine") << 0 << 9 << "actual" << 3;
-    QTest::newRow("actual size, whole") << 1 << 9 << "actual" << 2;
-    QTest::newRow("wheel up") << 0 << 3 << "wheel 120" << 4;
-    QTest::newRow("wheel ends early") << 0 << 9 << "wheel 120" << 9;
-    QTest::newRow("wheel back from the end") << 0 << 11 << "wheel -120" << 9;
-    QTest::newRow("wheel far down") << 0 << 3 << "wheel -2400" << 0;
-    QTest::newRow("wheel less than a notch") << 0 << 11 << "wheel 60" << 11;
-}
-
-void TestGraphicsRenderer::zooms()
-{
-    QFETCH(int, row);
-    QFETCH(int, from);
-    QFETCH(QString, step);
-    QFETCH(int, level);
-    GraphicsRenderer::setZoomTable(static_cast<unsigned char>(row));
-    FakeView view;
-    view.setZoomLevel(static_cast<unsigned char>(from));
-    if (step == "add")
-        view.addZoom();
-    else if (step == "sub")
-        view.subZoom();
-    else if (step == "actual")
-        view.zoomActual();
-    else if (step.startsWith("wheel"))
-        view.mouseWheel(step.mid(6).toInt());
-    else
-        view.setZoomLevel(static_cast<unsigned char>(step.toInt()));
-    QCOMPARE(int(view.zoomLevel()), level);
-    QCOMPARE(view.zoomFactor(), ::zooms[row][level]);
-}
-
-void TestGraphicsRenderer::zoomKeepsThePlace_data()
-{
-    QTest::addColumn<int>("mode");
-    QTest::addColumn<QPoint>("origin");
-    // From zoom 2 to 3 around (10, 20), which is the origin or the middle of the view.
-    QTest::newRow("around the origin") << 0 << QPoint(10, 20);
-    QTest::newRow("around the middle") << 1 << QPoint(-17, 35);
-}
-
-void TestGraphicsRenderer::zoomKeepsThePlace()
-{
-    QFETCH(int, mode);
-    QFETCH(QPoint, origin);
-    GraphicsRenderer::setZoomTable(1);
-    GraphicsRenderer::setZoomMode(GraphicsRenderer::ZoomOrigin);
-    FakeView view;
-    view.sizeChanged(21, 41);
-    view.setZoomLevel(3);
-    GraphicsRenderer::setZoomMode(GraphicsRenderer::ZoomMode(mode));
-    GraphicsRenderer::setOrigin(mode ? QPoint(-7, 29) : QPoint(10, 20));
-    FakeProvider provider;
-    FakeSprite sprite(QImage(4, 4, QImage::Format_RGB32));
-    provider.add(&sprite, {20, -5}, 12);
-    provider.add(&sprite, {20, -5}, 13);
-    view.setSprites(&provider);
-    view.setItemPositionMode(GraphicsRenderer::ItemCrossSecondary, 12);
-    view.setItemPosition(GraphicsRenderer::ItemCrossSecondary, {20, -5});
-    view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes, 12);
-    FakeBoxes boxes(ContactBoxCode::Attack, {QRect(20, -5, 6, 6)});
-    view.setContactBoxes(ContactBoxCode::Attack, &boxes);
-    view.addZoom();
-    // An image pixel of -7/2 and of -25/2 is rounded away from zero.
-    QCOMPARE(GraphicsRenderer::origin(), origin);
-    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 0), QPoint(25, -19));
-    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 1), QPoint(20, -5));
-    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemCrossSecondary), QPoint(25, -19));
-    view.setSprites(nullptr);
-    GraphicsRenderer::setZoomMode(GraphicsRenderer::ZoomOrigin);
-}
-
-void TestGraphicsRenderer::readsProviders()
-{
-    FakeView view;
-    FakeSprite sprite(QImage(4, 4, QImage::Format_RGB32));
-    auto provider = std::make_unique<FakeProvider>();
-    for (int i = 0; i < 4; ++i)
-        provider->add(&sprite, {i, i});
-    QSignalSpy changed(&view, &GraphicsRenderer::changed);
-    QSignalSpy changedAt(&view, &GraphicsRenderer::changedAt);
-    view.setSprites(provider.get());
-    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 3), QPoint(3, 3));
-    provider->rows[2].properties[0] = QPoint(9, 9);
-    Q_EMIT provider->changedAt(2);
-    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 2), QPoint(9, 9));
-    Q_EMIT provider->changedAt(77);
-    QCOMPARE(changed.count(), 1);
-    QCOMPARE(changedAt.count(), 1);
-
-    // It loses a row in the middle of being read, once and for ever.
-    bool lost = false;
-    provider->beforeProperty = [&](unsigned int id) {
-        if (id != 5 || lost)
+    void drawsAsAPlainModel_data()
+    {
+        columns<bool, int>("openGL", "row");
+        addRow("native, fine steps", false, 0);
+        addRow("native, whole steps", false, 1);
+        if (Contexts::none())
             return;
-        lost = true;
-        provider->rows.pop_back();
-        Q_EMIT provider->changed();
-    };
-    Q_EMIT provider->changed();
-    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 2), QPoint(9, 9));
-    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 3), QPoint());
-    provider->beforeProperty = [&](unsigned int) {
-        provider->add(nullptr, {});
-        Q_EMIT provider->changed();
-    };
-    Q_EMIT provider->changed();
-    provider->beforeProperty = nullptr;
-
-    FakeProvider other;
-    other.add(&sprite, {5, 5});
-    view.setSprites(&other);
-    Q_EMIT provider->changed();
-    QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 0), QPoint(5, 5));
-    view.setSprites(provider.get());
-    provider.reset();
-    QVERIFY(!view.spriteProvider());
-    QCOMPARE(view.indexOfItem(GraphicsRenderer::ItemSprite, static_cast<Sprite *>(&sprite)), -1);
-    // It deletes itself while it is read.
-    auto *fickle = new FakeProvider;
-    fickle->add(&sprite, {1, 1});
-    fickle->beforeProperty = [&fickle](unsigned int) {
-        FakeProvider *gone = fickle;
-        fickle = nullptr;
-        delete gone;
-    };
-    view.setSprites(fickle);
-    QVERIFY(!fickle && !view.spriteProvider());
-}
-
-void TestGraphicsRenderer::survivesCirclesAndExtremes()
-{
-    Scene scene;
-    QRandomGenerator random(23);
-    RenderWidget widget;
-    widget.setFixedSize(viewSize);
-    widget.setRenderer(&scene.view);
-    const int ends[] = {INT_MIN, INT_MIN + 1, -65536, 0, 65536, INT_MAX - 1, INT_MAX};
-    const auto end = [&] { return ends[random.bounded(7)]; };
-    for (int step = 0; step < 40; ++step) {
-        scene.randomize(random, step % 2, random.bounded(12));
-        for (int i = 0; i < 3; ++i) {
-            scene.view.setItemPositionMode(GraphicsRenderer::ItemType(i), random.bounded(256),
-                                           unsigned(random.bounded(4)));
-            scene.view.setItemPosition(GraphicsRenderer::ItemType(i), {end(), end()});
-        }
-        for (int i = 0; i < int(scene.provider.rows.size()); ++i) {
-            QVariant *properties = scene.provider.rows[size_t(i)].properties;
-            properties[0] = QPoint(end(), end());
-            properties[1] = random.bounded(256);
-            properties[2] = random.bounded(5);
-            properties[3] = QSize(end(), end());
-            properties[4] = QPointF(end(), std::numeric_limits<double>::quiet_NaN());
-        }
-        Q_EMIT scene.provider.changed();
-        GraphicsRenderer::setOrigin({end(), end()});
-        scene.view.setGuideLines({end(), end()});
-        scene.view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes, random.bounded(256), 1);
-        scene.attack.setRects(
-            {QRect(end() / 2, end() / 2, 10, 10), QRect({end(), end()}, QPoint(end(), end()))});
-        scene.view.setContactBoxes(ContactBoxCode::Attack, &scene.attack);
-        for (int click = 0; click < 4; ++click) {
-            const QPoint at(random.bounded(180), random.bounded(140));
-            scene.view.mousePressed(at, Qt::LeftButton, Qt::NoModifier);
-            scene.view.mouseMoved(at + QPoint(3, 5), Qt::NoModifier);
-            scene.view.mouseReleased(at, Qt::LeftButton, Qt::NoModifier);
-            scene.view.mouseWheel(120 * (random.bounded(5) - 2));
-        }
-        widget.grab();
+        addRow("OpenGL, fine steps", true, 0);
+        addRow("OpenGL, whole steps", true, 1);
     }
-    scene.view.sizeChanged(0, 0);
-    widget.grab();
-    scene.view.sizeChanged(29, 29);
-    widget.grab();
-    GraphicsRenderer::setOrigin({});
-}
+
+    void drawsAsAPlainModel()
+    {
+        auto [openGL, table] = row<bool, int>();
+        Scene scene;
+        RenderWidget native;
+        std::unique_ptr<GLRenderWidget> card;
+        native.setFixedSize(viewSize);
+        QWidget *widget = &native;
+        if (openGL) {
+            card = std::make_unique<GLRenderWidget>();
+            card->setFixedSize(viewSize);
+            card->show();
+            QVERIFY(QTest::qWaitForWindowExposed(card.get()));
+            card->setRenderer(&scene.view);
+            widget = card.get();
+        } else {
+            native.setRenderer(&scene.view);
+        }
+        scene.plain.ratio = qRound(widget->devicePixelRatioF());
+        QRandomGenerator random(unsigned(17 + table));
+        for (int step = 0; step < 36; ++step) {
+            scene.randomize(random, table, step % 12);
+            // Clicks select boxes; which ones, the view itself must agree with.
+            for (int click = random.bounded(3); click > 0; --click) {
+                const QPoint at(random.bounded(180), random.bounded(140));
+                scene.view.mousePressed(at, Qt::LeftButton, Qt::ShiftModifier);
+                scene.view.mouseReleased(at, Qt::LeftButton, Qt::ShiftModifier);
+            }
+            const QList<ContactBoxCode *> selected = scene.view.selectedContactBoxes();
+            if (scene.view.boxesSelectionRect().isValid() || selected.isEmpty()) {
+                FakeBoxes *const sources[] = {&scene.attack, &scene.collision};
+                for (int group = 0; group < 2; ++group) {
+                    for (int i = 0; i < scene.plain.boxes[group].size(); ++i)
+                        scene.plain.boxes[group][i].selected =
+                            selected.contains(sources[group]->at(unsigned(i)));
+                }
+            } else {
+                scene.view.deselectContactBoxes();
+            }
+            scene.plain.selected = scene.plain.selection();
+            scene.plain.handlesShown = !scene.plain.selected.isNull();
+            scene.plain.paint();
+            const QImage picture = card ? card->grabFramebuffer() : native.grab().toImage();
+            const QString wrong = scene.plain.differences(picture);
+            QVERIFY2(wrong.isEmpty(), qPrintable(QString("scene %1: %2").arg(step).arg(wrong)));
+        }
+    }
+
+    void repaintsWhatADragChanges_data()
+    {
+        columns<bool, QPoint>("openGL", "from");
+        for (bool openGL : {false, true}) {
+            if (openGL && Contexts::none())
+                continue;
+            QTest::addRow("body, OpenGL %d", openGL) << openGL << QPoint(60, 60);
+            QTest::addRow("handle, OpenGL %d", openGL) << openGL << QPoint(85, 75);
+        }
+    }
+
+    void repaintsWhatADragChanges()
+    {
+        auto [openGL, from] = row<bool, QPoint>();
+        Scene scene;
+        QRandomGenerator random(11);
+        scene.randomize(random, 0, 5);
+        RenderWidget native;
+        GLRenderWidget card;
+        QWidget *widget = openGL ? static_cast<QWidget *>(&card) : &native;
+        RenderWidgetBase *face = openGL ? static_cast<RenderWidgetBase *>(&card) : &native;
+        widget->setFixedSize(viewSize);
+        widget->show();
+        QVERIFY(QTest::qWaitForWindowExposed(widget));
+        face->setRenderer(&scene.view);
+        GraphicsRenderer::setOrigin({10, 10});
+        scene.view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes, 13);
+        scene.attack.setRects({QRect(20, 20, 15, 12), QRect(10, 10, 60, 40)});
+        scene.view.setVisibility(false, false, false, true, true, true, true);
+        scene.view.setContactBoxes(ContactBoxCode::Attack, &scene.attack);
+        scene.view.mousePressed({60, 60}, Qt::LeftButton, {});
+        scene.view.mouseReleased({60, 60}, Qt::LeftButton, {});
+        scene.view.mousePressed(from, Qt::LeftButton, {});
+        const auto onScreen = [&] {
+            for (const int frames = scene.view.frames; scene.view.frames == frames;)
+                QApplication::processEvents(QEventLoop::WaitForMoreEvents);
+            QApplication::processEvents();
+            return widget->screen()->grabWindow(widget->winId()).toImage();
+        };
+        face->update();
+        QImage before = onScreen();
+        for (int step = 1; step < 5; ++step) {
+            scene.view.mouseMoved(from + QPoint(9, 7) * step, {});
+            const QImage partly = onScreen();
+            QVERIFY(partly != before);
+            face->update();
+            before = onScreen();
+            QCOMPARE(partly, before);
+        }
+        face->setRenderer(nullptr);
+    }
+
+    void asksForRepaintsOnlyOnChanges()
+    {
+        CountingWidget widget;
+        FakeView view;
+        view.renderWidget = &widget;
+        widget.shown = &view;
+        FakeSprite sprite(QImage(4, 4, QImage::Format_RGB32));
+        FakeProvider provider;
+        provider.add(&sprite, {1, 2});
+        view.setSprites(&provider);
+        const std::pair<const char *, std::function<void()>> calls[] = {
+            {"setVisibility",
+             [&] { view.setVisibility(true, false, true, true, true, true, true); }},
+            {"cross position",
+             [&] { view.setItemPosition(GraphicsRenderer::ItemCrossExtra, QPoint(3, 4)); }},
+            {"sprite position",
+             [&] { view.setItemPosition(GraphicsRenderer::ItemSprite, QPoint(3, 4), 0); }},
+            {"cross mode",
+             [&] { view.setItemPositionMode(GraphicsRenderer::ItemCrossMain, 12, 1); }},
+            {"sprite mode",
+             [&] { view.setItemPositionMode(GraphicsRenderer::ItemSprite, 12, 1, 0); }},
+            {"onion skin", [&] { view.setOnionSkin(true, GraphicsRenderer::OnionDarker, 0.5F); }},
+            {"onion sprite", [&] { view.setOnionSkinSprite(&sprite, QPoint(5, 6)); }},
+            {"guides", [&] { view.setGuideLines(QPoint(7, 8)); }},
+        };
+        for (const auto &[name, call] : calls) {
+            widget.updates = 0;
+            call();
+            QVERIFY2(widget.updates > 0, name);
+            widget.updates = 0;
+            call();
+            QVERIFY2(widget.updates == 0, name);
+        }
+        // Opacity and effect don't matter while the onion skin is off.
+        view.setOnionSkin(false, GraphicsRenderer::OnionDarker, 0.5F);
+        widget.updates = 0;
+        view.setOnionSkin(false, GraphicsRenderer::OnionLighter, 0.2F);
+        view.setItemPosition(GraphicsRenderer::ItemContactBoxes, {9, 9});
+        view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes, 12, 0);
+        view.setItemPosition(GraphicsRenderer::ItemSprite, {9, 9}, 7);
+        QCOMPARE(widget.updates, 0);
+        QCOMPARE(view.itemPosition(GraphicsRenderer::ItemContactBoxes), QPoint());
+        QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 0), QPoint(3, 4));
+        QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 7), QPoint());
+        QCOMPARE(view.indexOfItem(GraphicsRenderer::ItemCrossExtra, nullptr), 2);
+        QCOMPARE(view.indexOfItem(GraphicsRenderer::ItemContactBoxes, nullptr), -1);
+        QCOMPARE(view.indexOfItem(GraphicsRenderer::ItemSprite, static_cast<Sprite *>(&sprite)), 0);
+        QCOMPARE(view.indexOfItem(GraphicsRenderer::ItemSprite, &view), -1);
+        widget.shown = nullptr;
+        view.renderWidget = nullptr;
+    }
+
+    void zooms_data()
+    {
+        columns<int, int, QString, int>("row", "from", "step", "level");
+        addRow("up", 0, 3, "add", 4);
+        addRow("up at the end", 0, 11, "add", 11);
+        addRow("down", 1, 3, "sub", 2);
+        addRow("down at the start", 0, 0, "sub", 0);
+        addRow("255 is the first", 0, 5, "255", 0);
+        addRow("too large is the last", 0, 5, "200", 11);
+        addRow("actual size, fine", 0, 9, "actual", 3);
+        addRow("actual size, whole", 1, 9, "actual", 2);
+        addRow("wheel up", 0, 3, "wheel 120", 4);
+        addRow("wheel ends early", 0, 9, "wheel 120", 9);
+        addRow("wheel back from the end", 0, 11, "wheel -120", 9);
+        addRow("wheel far down", 0, 3, "wheel -2400", 0);
+        addRow("wheel less than a notch", 0, 11, "wheel 60", 11);
+    }
+
+    void zooms()
+    {
+        auto [table, from, step, level] = row<int, int, QString, int>();
+        GraphicsRenderer::setZoomTable(static_cast<unsigned char>(table));
+        FakeView view;
+        view.setZoomLevel(static_cast<unsigned char>(from));
+        if (step == "add")
+            view.addZoom();
+        else if (step == "sub")
+            view.subZoom();
+        else if (step == "actual")
+            view.zoomActual();
+        else if (step.startsWith("wheel"))
+            view.mouseWheel(step.mid(6).toInt());
+        else
+            view.setZoomLevel(static_cast<unsigned char>(step.toInt()));
+        QCOMPARE(int(view.zoomLevel()), level);
+        QCOMPARE(view.zoomFactor(), ::zooms[table][level]);
+    }
+
+    void zoomKeepsThePlace_data()
+    {
+        columns<int, QPoint>("mode", "origin");
+        // From zoom 2 to 3 around (10, 20), which is the origin or the middle of the view.
+        addRow("around the origin", 0, QPoint(10, 20));
+        addRow("around the middle", 1, QPoint(-17, 35));
+    }
+
+    void zoomKeepsThePlace()
+    {
+        auto [mode, origin] = row<int, QPoint>();
+        GraphicsRenderer::setZoomTable(1);
+        GraphicsRenderer::setZoomMode(GraphicsRenderer::ZoomOrigin);
+        FakeView view;
+        view.sizeChanged(21, 41);
+        view.setZoomLevel(3);
+        GraphicsRenderer::setZoomMode(GraphicsRenderer::ZoomMode(mode));
+        GraphicsRenderer::setOrigin(mode ? QPoint(-7, 29) : QPoint(10, 20));
+        FakeProvider provider;
+        FakeSprite sprite(QImage(4, 4, QImage::Format_RGB32));
+        provider.add(&sprite, {20, -5}, 12);
+        provider.add(&sprite, {20, -5}, 13);
+        view.setSprites(&provider);
+        view.setItemPositionMode(GraphicsRenderer::ItemCrossSecondary, 12);
+        view.setItemPosition(GraphicsRenderer::ItemCrossSecondary, {20, -5});
+        view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes, 12);
+        FakeBoxes boxes(ContactBoxCode::Attack, {QRect(20, -5, 6, 6)});
+        view.setContactBoxes(ContactBoxCode::Attack, &boxes);
+        view.addZoom();
+        // An image pixel of -7/2 and of -25/2 is rounded away from zero.
+        QCOMPARE(GraphicsRenderer::origin(), origin);
+        QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 0), QPoint(25, -19));
+        QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 1), QPoint(20, -5));
+        QCOMPARE(view.itemPosition(GraphicsRenderer::ItemCrossSecondary), QPoint(25, -19));
+        view.setSprites(nullptr);
+        GraphicsRenderer::setZoomMode(GraphicsRenderer::ZoomOrigin);
+    }
+
+    void readsProviders()
+    {
+        FakeView view;
+        FakeSprite sprite(QImage(4, 4, QImage::Format_RGB32));
+        auto provider = std::make_unique<FakeProvider>();
+        for (int i = 0; i < 4; ++i)
+            provider->add(&sprite, {i, i});
+        QSignalSpy changed(&view, &GraphicsRenderer::changed);
+        QSignalSpy changedAt(&view, &GraphicsRenderer::changedAt);
+        view.setSprites(provider.get());
+        QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 3), QPoint(3, 3));
+        provider->rows[2].properties[0] = QPoint(9, 9);
+        Q_EMIT provider->changedAt(2);
+        QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 2), QPoint(9, 9));
+        Q_EMIT provider->changedAt(77);
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(changedAt.count(), 1);
+
+        // It loses a row in the middle of being read, once and for ever.
+        bool lost = false;
+        provider->beforeProperty = [&](unsigned int id) {
+            if (id != 5 || lost)
+                return;
+            lost = true;
+            provider->rows.pop_back();
+            Q_EMIT provider->changed();
+        };
+        Q_EMIT provider->changed();
+        QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 2), QPoint(9, 9));
+        QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 3), QPoint());
+        provider->beforeProperty = [&](unsigned int) {
+            provider->add(nullptr, {});
+            Q_EMIT provider->changed();
+        };
+        Q_EMIT provider->changed();
+        provider->beforeProperty = nullptr;
+
+        FakeProvider other;
+        other.add(&sprite, {5, 5});
+        view.setSprites(&other);
+        Q_EMIT provider->changed();
+        QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 0), QPoint(5, 5));
+        view.setSprites(provider.get());
+        provider.reset();
+        QVERIFY(!view.spriteProvider());
+        QCOMPARE(view.indexOfItem(GraphicsRenderer::ItemSprite, static_cast<Sprite *>(&sprite)),
+                 -1);
+        // It deletes itself while it is read.
+        auto *fickle = new FakeProvider;
+        fickle->add(&sprite, {1, 1});
+        fickle->beforeProperty = [&fickle](unsigned int) {
+            FakeProvider *gone = fickle;
+            fickle = nullptr;
+            delete gone;
+        };
+        view.setSprites(fickle);
+        QVERIFY(!fickle && !view.spriteProvider());
+    }
+
+    void survivesCirclesAndExtremes()
+    {
+        Scene scene;
+        QRandomGenerator random(23);
+        RenderWidget widget;
+        widget.setFixedSize(viewSize);
+        widget.setRenderer(&scene.view);
+        const int ends[] = {INT_MIN, INT_MIN + 1, -65536, 0, 65536, INT_MAX - 1, INT_MAX};
+        const auto end = [&] { return ends[random.bounded(7)]; };
+        for (int step = 0; step < 40; ++step) {
+            scene.randomize(random, step % 2, random.bounded(12));
+            for (int i = 0; i < 3; ++i) {
+                scene.view.setItemPositionMode(GraphicsRenderer::ItemType(i), random.bounded(256),
+                                               unsigned(random.bounded(4)));
+                scene.view.setItemPosition(GraphicsRenderer::ItemType(i), {end(), end()});
+            }
+            for (int i = 0; i < int(scene.provider.rows.size()); ++i) {
+                QVariant *properties = scene.provider.rows[size_t(i)].properties;
+                properties[0] = QPoint(end(), end());
+                properties[1] = random.bounded(256);
+                properties[2] = random.bounded(5);
+                properties[3] = QSize(end(), end());
+                properties[4] = QPointF(end(), std::numeric_limits<double>::quiet_NaN());
+            }
+            Q_EMIT scene.provider.changed();
+            GraphicsRenderer::setOrigin({end(), end()});
+            scene.view.setGuideLines({end(), end()});
+            scene.view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes, random.bounded(256),
+                                           1);
+            scene.attack.setRects(
+                {QRect(end() / 2, end() / 2, 10, 10), QRect({end(), end()}, QPoint(end(), end()))});
+            scene.view.setContactBoxes(ContactBoxCode::Attack, &scene.attack);
+            for (int click = 0; click < 4; ++click) {
+                const QPoint at(random.bounded(180), random.bounded(140));
+                scene.view.mousePressed(at, Qt::LeftButton, Qt::NoModifier);
+                scene.view.mouseMoved(at + QPoint(3, 5), Qt::NoModifier);
+                scene.view.mouseReleased(at, Qt::LeftButton, Qt::NoModifier);
+                scene.view.mouseWheel(120 * (random.bounded(5) - 2));
+            }
+            widget.grab();
+        }
+        scene.view.sizeChanged(0, 0);
+        widget.grab();
+        scene.view.sizeChanged(29, 29);
+        widget.grab();
+        GraphicsRenderer::setOrigin({});
+    }
+};
 
 int main(int argc, char **argv)
 {

@@ -1,11 +1,9 @@
 #include <kilnx/image/palette.h>
 #include <kilnx/render/texture.h>
 #include <tests/render/contexts.h>
+#include <tests/support/rows.h>
 
-#include <QOffscreenSurface>
-#include <QOpenGLContext>
-#include <QOpenGLFunctions>
-#include <QThread>
+#include <QtGui/QtGui>
 
 #include <memory>
 
@@ -134,257 +132,237 @@ class TestTexture : public QObject
 private Q_SLOTS:
     // The order of these matters: no context exists before the first upload.
     void preparesWithoutContext_data() { sizesAndFormats(); }
-    void preparesWithoutContext();
-    void nothingHappensWhileDisabled();
+    void preparesWithoutContext()
+    {
+        auto [size, format] = row<QSize, int>();
+        const QImage image = picture(size, QImage::Format(format));
+        Texture::ImageData data;
+        Texture::dataFromImage(image, data);
+        const QSize texture(roundedUp(size.width()), roundedUp(size.height()));
+        QCOMPARE(data.size, size);
+        QCOMPARE(data.textureSize, texture);
+        QCOMPARE(data.indexed, format == 3);
+        QVERIFY(matches(data.data, expectedBytes(image, texture)));
+    }
+
+    void nothingHappensWhileDisabled()
+    {
+        QVERIFY(!Texture::isOpenGLEnabled());
+        Texture::ImageData data;
+        data.data = "old";
+        Texture::dataFromImage(QImage(), data);
+        QVERIFY(data.data.isEmpty());
+        // Rounded up, these would be 2 GB.
+        Texture::dataFromImage(QImage(40000, 20000, QImage::Format_Indexed8), data);
+        QVERIFY(data.data.isEmpty());
+        Texture::dataFromImage(picture({3, 5}, QImage::Format_Indexed8), data);
+        const RGBA palette[256] = {};
+        const Texture none;
+        const Texture fromData(data);
+        const Texture fromImage(picture({3, 5}, QImage::Format_RGB32));
+        const Texture fromPalette(palette);
+        const std::pair<const Texture *, Texture::Type> all[] = {
+            {&none, Texture::TypeNone},
+            {&fromData, Texture::TypeIndexed},
+            {&fromImage, Texture::TypeNone},
+            {&fromPalette, Texture::TypePalette},
+        };
+        for (const auto &[texture, type] : all) {
+            QCOMPARE(texture->type(), type);
+            QVERIFY(!texture->isValid());
+            QCOMPARE(texture->size(), QSize());
+            QCOMPARE(texture->maximumUV(), QSizeF());
+        }
+        Texture::setOpenGLEnabled(true);
+        QVERIFY(Texture::isOpenGLEnabled());
+        QCOMPARE(Texture::hasContext(), !Contexts::none());
+    }
+
     void uploadsEverySize_data() { sizesAndFormats(); }
-    void uploadsEverySize();
-    void uploadsPalettes();
-    void nullImageKeepsADeadName();
-    void swapsNamesOnly();
-    void switchFreesEveryName();
-    void diesOnAnyThread();
-    void uploadInTheMiddleOfPainting();
-    void refusesBadData_data();
-    void refusesBadData();
+    void uploadsEverySize()
+    {
+        auto [size, format] = row<QSize, int>();
+        const QImage image = picture(size, QImage::Format(format));
+        Texture texture;
+        // Prepared for a card that takes only powers of two, which stays valid on any card.
+        Texture::ImageData data;
+        Texture::dataFromImage(image, data);
+        if (format == 3)
+            data.textureSize = {roundedUp(size.width()), size.height()};
+        data.data.resize(data.textureSize.width() * data.textureSize.height() *
+                         (format == 3 ? 1 : 4));
+        if (format == 3) {
+            data.data.fill(9);
+            for (int y = 0; y < size.height(); ++y)
+                memcpy(data.data.data() + (size.height() - 1 - y) * data.textureSize.width(),
+                       image.constScanLine(y), size_t(size.width()));
+        }
+        texture.fromData(data);
+        if (Contexts::none()) {
+            QVERIFY(!texture.isValid());
+            return;
+        }
+        QVERIFY(texture.isOnCard());
+        QCOMPARE(texture.type(), format == 3 ? Texture::TypeIndexed : Texture::TypeRGBA);
+        QCOMPARE(texture.size(), size);
+        QCOMPARE(float(texture.maximumUV().width()),
+                 float(size.width()) / float(data.textureSize.width()));
+        QCOMPARE(texture.maximumUV().height(), 1.0);
+        Witness witness;
+        QVERIFY(matches(witness.pixels(texture.id(), data.textureSize, format == 3),
+                        expectedBytes(image, data.textureSize)));
+        const unsigned int before = texture.id();
+        texture.fromImage(image);
+        QCOMPARE(texture.maximumUV(), QSizeF(1, 1));
+        QVERIFY(texture.id() == before || !witness.knows(before));
+        QVERIFY(
+            matches(witness.pixels(texture.id(), size, format == 3), expectedBytes(image, size)));
+        QCOMPARE(witness.wrapS(texture.id()), GL_REPEAT);
+    }
+
+    void uploadsPalettes()
+    {
+        RGBA palette[256];
+        for (int i = 0; i < 256; ++i)
+            palette[i] = {uchar(i), uchar(255 - i), uchar(i ^ 0x55), uchar(i ? 255 : 0)};
+        Texture texture(palette);
+        QCOMPARE(texture.type(), Texture::TypePalette);
+        QCOMPARE(texture.isValid(), !Contexts::none());
+        if (Contexts::none())
+            return;
+        QCOMPARE(texture.size(), QSize(256, 1));
+        QCOMPARE(texture.maximumUV(), QSizeF(1, 1));
+        Witness witness;
+        QCOMPARE(witness.pixels(texture.id(), {256, 1}, false),
+                 QByteArray(reinterpret_cast<const char *>(palette), 1024));
+        QCOMPARE(witness.wrapS(texture.id()), GL_CLAMP_TO_EDGE);
+    }
+
+    void nullImageKeepsADeadName()
+    {
+        if (Contexts::none())
+            return;
+        auto texture = std::make_unique<Texture>(picture({4, 4}, QImage::Format_Indexed8));
+        const unsigned int name = texture->id();
+        texture->fromImage(QImage());
+        QVERIFY(texture->isValid());
+        QVERIFY(!texture->isOnCard());
+        QCOMPARE(texture->id(), name);
+        Witness witness;
+        QVERIFY(!witness.knows(name));
+        // The name may be another texture's by now, which must not go with the old owner.
+        std::vector<std::unique_ptr<Texture>> others;
+        for (int i = 0; i < 4; ++i)
+            others.push_back(std::make_unique<Texture>(picture({2, 2}, QImage::Format_Indexed8)));
+        texture->fromImage(QImage());
+        texture.reset();
+        for (const auto &other : others)
+            QVERIFY(witness.knows(other->id()));
+    }
+
+    void swapsNamesOnly()
+    {
+        if (Contexts::none())
+            return;
+        Texture indexed(picture({4, 4}, QImage::Format_Indexed8));
+        Texture colors(picture({8, 2}, QImage::Format_RGB32));
+        const unsigned int first = indexed.id();
+        const unsigned int second = colors.id();
+        indexed.swap(colors);
+        QCOMPARE(indexed.id(), second);
+        QCOMPARE(colors.id(), first);
+        QCOMPARE(indexed.size(), QSize(4, 4));
+        QCOMPARE(indexed.type(), Texture::TypeIndexed);
+        QCOMPARE(colors.size(), QSize(8, 2));
+        QCOMPARE(colors.type(), Texture::TypeRGBA);
+    }
+
+    void switchFreesEveryName()
+    {
+        Texture a(picture({4, 4}, QImage::Format_Indexed8));
+        Texture b(picture({4, 4}, QImage::Format_RGB32));
+        const unsigned int names[] = {a.id(), b.id()};
+        Texture::setOpenGLEnabled(false);
+        QVERIFY(!a.isValid() && !b.isValid());
+        QCOMPARE(b.size(), Contexts::none() ? QSize() : QSize(4, 4));
+        Witness witness;
+        for (unsigned int name : names)
+            QVERIFY(Contexts::none() || !witness.knows(name));
+        Texture::setOpenGLEnabled(false);
+        Texture::setOpenGLEnabled(true);
+        QVERIFY(!a.isValid());
+        a.fromImage(picture({4, 4}, QImage::Format_Indexed8));
+        QCOMPARE(a.isValid(), !Contexts::none());
+    }
+
+    void diesOnAnyThread()
+    {
+        auto *texture = new Texture(picture({4, 4}, QImage::Format_Indexed8));
+        auto *made = new Texture;
+        const unsigned int name = texture->id();
+        const std::unique_ptr<QThread> thread(QThread::create([texture, &made] {
+            delete texture;
+            delete made;
+            // An upload belongs to the GUI thread; here it does nothing.
+            made = new Texture(picture({4, 4}, QImage::Format_Indexed8));
+        }));
+        thread->start();
+        QVERIFY(thread->wait());
+        QVERIFY(!made->isValid());
+        delete made;
+        if (Contexts::none())
+            return;
+        Witness witness;
+        QTRY_VERIFY(!witness.knows(name));
+    }
+
+    void uploadInTheMiddleOfPainting()
+    {
+        Witness witness;
+        QCOMPARE(witness.works(), !Contexts::none());
+        const Texture texture(picture({4, 4}, QImage::Format_Indexed8));
+        QCOMPARE(witness.isCurrent(), !Contexts::none());
+        QCOMPARE(QOpenGLContext::currentContext() == nullptr, Contexts::none());
+    }
+
+    void refusesBadData_data()
+    {
+        columns<QSize, QSize, int>("size", "textureSize", "bytes");
+        addRow("fewer bytes than the size says", QSize(16, 16), QSize(16, 16), 255);
+        addRow("no texture size", QSize(16, 16), QSize(0, 16), 256);
+        addRow("negative", QSize(-4, -4), QSize(-4, -4), 16);
+        addRow("overflow", QSize(65536, 65536), QSize(65536, 65536), 16);
+        addRow("larger than any card takes", QSize(1 << 20, 1), QSize(1 << 20, 1), (1 << 20));
+    }
+
+    void refusesBadData()
+    {
+        auto [size, textureSize, bytes] = row<QSize, QSize, int>();
+        Texture texture(picture({4, 4}, QImage::Format_Indexed8));
+        Texture::ImageData data;
+        data.size = size;
+        data.textureSize = textureSize;
+        data.indexed = true;
+        data.data = QByteArray(bytes, 'x');
+        texture.fromData(data);
+        QVERIFY(!texture.isValid());
+        texture.fromPalette(nullptr);
+        QVERIFY(!texture.isValid());
+    }
 
 private:
-    static void sizesAndFormats();
-};
-
-void TestTexture::sizesAndFormats()
-{
-    QTest::addColumn<QSize>("size");
-    QTest::addColumn<int>("format");
-    for (const QSize &size : {QSize(1, 1), QSize(3, 5), QSize(4, 8), QSize(7, 9), QSize(8, 15),
-                              QSize(33, 2), QSize(1, 65), QSize(300, 17)}) {
-        for (int format : {3, 4, 5}) {
-            QTest::addRow("%d by %d, format %d", size.width(), size.height(), format)
-                << size << format;
+    static void sizesAndFormats()
+    {
+        columns<QSize, int>("size", "format");
+        for (const QSize &size : {QSize(1, 1), QSize(3, 5), QSize(4, 8), QSize(7, 9), QSize(8, 15),
+                                  QSize(33, 2), QSize(1, 65), QSize(300, 17)}) {
+            for (int format : {3, 4, 5}) {
+                QTest::addRow("%d by %d, format %d", size.width(), size.height(), format)
+                    << size << format;
+            }
         }
     }
-}
-
-void TestTexture::preparesWithoutContext()
-{
-    QFETCH(QSize, size);
-    QFETCH(int, format);
-    const QImage image = picture(size, QImage::Format(format));
-    Texture::ImageData data;
-    Texture::dataFromImage(image, data);
-    const QSize texture(roundedUp(size.width()), roundedUp(size.height()));
-    QCOMPARE(data.size, size);
-    QCOMPARE(data.textureSize, texture);
-    QCOMPARE(data.indexed, format == 3);
-    QVERIFY(matches(data.data, expectedBytes(image, texture)));
-}
-
-void TestTexture::nothingHappensWhileDisabled()
-{
-    QVERIFY(!Texture::isOpenGLEnabled());
-    Texture::ImageData data;
-    data.data = "old";
-    Texture::dataFromImage(QImage(), data);
-    QVERIFY(data.data.isEmpty());
-    // Rounded up, these would be 2 GB.
-    Texture::dataFromImage(QImage(40000, 20000, QImage::Format_Indexed8), data);
-    QVERIFY(data.data.isEmpty());
-    Texture::dataFromImage(picture({3, 5}, QImage::Format_Indexed8), data);
-    const RGBA palette[256] = {};
-    const Texture none;
-    const Texture fromData(data);
-    const Texture fromImage(picture({3, 5}, QImage::Format_RGB32));
-    const Texture fromPalette(palette);
-    const std::pair<const Texture *, Texture::Type> all[] = {
-        {&none, Texture::TypeNone},
-        {&fromData, Texture::TypeIndexed},
-        {&fromImage, Texture::TypeNone},
-        {&fromPalette, Texture::TypePalette},
-    };
-    for (const auto &[texture, type] : all) {
-        QCOMPARE(texture->type(), type);
-        QVERIFY(!texture->isValid());
-        QCOMPARE(texture->size(), QSize());
-        QCOMPARE(texture->maximumUV(), QSizeF());
-    }
-    Texture::setOpenGLEnabled(true);
-    QVERIFY(Texture::isOpenGLEnabled());
-    QCOMPARE(Texture::hasContext(), !Contexts::none());
-}
-
-void TestTexture::uploadsEverySize()
-{
-    QFETCH(QSize, size);
-    QFETCH(int, format);
-    const QImage image = picture(size, QImage::Format(format));
-    Texture texture;
-    // Prepared for a card that takes only powers of two, which stays valid on any card.
-    Texture::ImageData data;
-    Texture::dataFromImage(image, data);
-    if (format == 3)
-        data.textureSize = {roundedUp(size.width()), size.height()};
-    data.data.resize(data.textureSize.width() * data.textureSize.height() * (format == 3 ? 1 : 4));
-    if (format == 3) {
-        data.data.fill(9);
-        for (int y = 0; y < size.height(); ++y)
-            memcpy(data.data.data() + (size.height() - 1 - y) * data.textureSize.width(),
-                   image.constScanLine(y), size_t(size.width()));
-    }
-    texture.fromData(data);
-    if (Contexts::none()) {
-        QVERIFY(!texture.isValid());
-        return;
-    }
-    QVERIFY(texture.isOnCard());
-    QCOMPARE(texture.type(), format == 3 ? Texture::TypeIndexed : Texture::TypeRGBA);
-    QCOMPARE(texture.size(), size);
-    QCOMPARE(float(texture.maximumUV().width()),
-             float(size.width()) / float(data.textureSize.width()));
-    QCOMPARE(texture.maximumUV().height(), 1.0);
-    Witness witness;
-    QVERIFY(matches(witness.pixels(texture.id(), data.textureSize, format == 3),
-                    expectedBytes(image, data.textureSize)));
-    const unsigned int before = texture.id();
-    texture.fromImage(image);
-    QCOMPARE(texture.maximumUV(), QSizeF(1, 1));
-    QVERIFY(texture.id() == before || !witness.knows(before));
-    QVERIFY(matches(witness.pixels(texture.id(), size, format == 3), expectedBytes(image, size)));
-    QCOMPARE(witness.wrapS(texture.id()), GL_REPEAT);
-}
-
-void TestTexture::uploadsPalettes()
-{
-    RGBA palette[256];
-    for (int i = 0; i < 256; ++i)
-        palette[i] = {uchar(i), uchar(255 - i), uchar(i ^ 0x55), uchar(i ? 255 : 0)};
-    Texture texture(palette);
-    QCOMPARE(texture.type(), Texture::TypePalette);
-    QCOMPARE(texture.isValid(), !Contexts::none());
-    if (Contexts::none())
-        return;
-    QCOMPARE(texture.size(), QSize(256, 1));
-    QCOMPARE(texture.maximumUV(), QSizeF(1, 1));
-    Witness witness;
-    QCOMPARE(witness.pixels(texture.id(), {256, 1}, false),
-             QByteArray(reinterpret_cast<const char *>(palette), 1024));
-    QCOMPARE(witness.wrapS(texture.id()), GL_CLAMP_TO_EDGE);
-}
-
-void TestTexture::nullImageKeepsADeadName()
-{
-    if (Contexts::none())
-        return;
-    auto texture = std::make_unique<Texture>(picture({4, 4}, QImage::Format_Indexed8));
-    const unsigned int name = texture->id();
-    texture->fromImage(QImage());
-    QVERIFY(texture->isValid());
-    QVERIFY(!texture->isOnCard());
-    QCOMPARE(texture->id(), name);
-    Witness witness;
-    QVERIFY(!witness.knows(name));
-    // The name may be another texture's by now, which must not go with the old owner.
-    std::vector<std::unique_ptr<Texture>> others;
-    for (int i = 0; i < 4; ++i)
-        others.push_back(std::make_unique<Texture>(picture({2, 2}, QImage::Format_Indexed8)));
-    texture->fromImage(QImage());
-    texture.reset();
-    for (const auto &other : others)
-        QVERIFY(witness.knows(other->id()));
-}
-
-void TestTexture::swapsNamesOnly()
-{
-    if (Contexts::none())
-        return;
-    Texture indexed(picture({4, 4}, QImage::Format_Indexed8));
-    Texture colors(picture({8, 2}, QImage::Format_RGB32));
-    const unsigned int first = indexed.id();
-    const unsigned int second = colors.id();
-    indexed.swap(colors);
-    QCOMPARE(indexed.id(), second);
-    QCOMPARE(colors.id(), first);
-    QCOMPARE(indexed.size(), QSize(4, 4));
-    QCOMPARE(indexed.type(), Texture::TypeIndexed);
-    QCOMPARE(colors.size(), QSize(8, 2));
-    QCOMPARE(colors.type(), Texture::TypeRGBA);
-}
-
-void TestTexture::switchFreesEveryName()
-{
-    Texture a(picture({4, 4}, QImage::Format_Indexed8));
-    Texture b(picture({4, 4}, QImage::Format_RGB32));
-    const unsigned int names[] = {a.id(), b.id()};
-    Texture::setOpenGLEnabled(false);
-    QVERIFY(!a.isValid() && !b.isValid());
-    QCOMPARE(b.size(), Contexts::none() ? QSize() : QSize(4, 4));
-    Witness witness;
-    for (unsigned int name : names)
-        QVERIFY(Contexts::none() || !witness.knows(name));
-    Texture::setOpenGLEnabled(false);
-    Texture::setOpenGLEnabled(true);
-    QVERIFY(!a.isValid());
-    a.fromImage(picture({4, 4}, QImage::Format_Indexed8));
-    QCOMPARE(a.isValid(), !Contexts::none());
-}
-
-void TestTexture::diesOnAnyThread()
-{
-    auto *texture = new Texture(picture({4, 4}, QImage::Format_Indexed8));
-    auto *made = new Texture;
-    const unsigned int name = texture->id();
-    const std::unique_ptr<QThread> thread(QThread::create([texture, &made] {
-        delete texture;
-        delete made;
-        // An upload belongs to the GUI thread; here it does nothing.
-        made = new Texture(picture({4, 4}, QImage::Format_Indexed8));
-    }));
-    thread->start();
-    QVERIFY(thread->wait());
-    QVERIFY(!made->isValid());
-    delete made;
-    if (Contexts::none())
-        return;
-    Witness witness;
-    QTRY_VERIFY(!witness.knows(name));
-}
-
-void TestTexture::uploadInTheMiddleOfPainting()
-{
-    Witness witness;
-    QCOMPARE(witness.works(), !Contexts::none());
-    const Texture texture(picture({4, 4}, QImage::Format_Indexed8));
-    QCOMPARE(witness.isCurrent(), !Contexts::none());
-    QCOMPARE(QOpenGLContext::currentContext() == nullptr, Contexts::none());
-}
-
-void TestTexture::refusesBadData_data()
-{
-    QTest::addColumn<QSize>("size");
-    QTest::addColumn<QSize>("textureSize");
-    QTest::addColumn<int>("bytes");
-    QTest::newRow("fewer bytes than the size says") << QSize(16, 16) << QSize(16, 16) << 255;
-    QTest::newRow("no texture size") << QSize(16, 16) << QSize(0, 16) << 256;
-    QTest::newRow("negative") << QSize(-4, -4) << QSize(-4, -4) << 16;
-    QTest::newRow("overflow") << QSize(65536, 65536) << QSize(65536, 65536) << 16;
-    QTest::newRow("larger than any card takes")
-        << QSize(1 << 20, 1) << QSize(1 << 20, 1) << (1 << 20);
-}
-
-void TestTexture::refusesBadData()
-{
-    QFETCH(QSize, size);
-    QFETCH(QSize, textureSize);
-    QFETCH(int, bytes);
-    Texture texture(picture({4, 4}, QImage::Format_Indexed8));
-    Texture::ImageData data;
-    data.size = size;
-    data.textureSize = textureSize;
-    data.indexed = true;
-    data.data = QByteArray(bytes, 'x');
-    texture.fromData(data);
-    QVERIFY(!texture.isValid());
-    texture.fromPalette(nullptr);
-    QVERIFY(!texture.isValid());
-}
+};
 
 int main(int argc, char **argv)
 {

@@ -3,10 +3,9 @@
 #include <tests/render/fakeboxes.h>
 #include <tests/render/fakeview.h>
 #include <tests/render/plainuser.h>
+#include <tests/support/rows.h>
 
-#include <QRandomGenerator>
-#include <QSignalSpy>
-#include <QTemporaryDir>
+#include <QtTest/QtTest>
 
 using namespace Kiln;
 
@@ -52,7 +51,7 @@ Bench::Bench()
     for (int i = 0; i < 3; ++i) {
         scene.crossPictures[i] = QImage(9 + 2 * i, 9, QImage::Format_ARGB32);
         scene.crossPictures[i].fill(QColor(colors[i]));
-        files.append(directory.filePath(QStringLiteral("%1.png").arg(i)));
+        files.append(directory.filePath(QString("%1.png").arg(i)));
         scene.crossPictures[i].save(files.last());
     }
     scene.crosses[0] = {true, 13, 0, {5, 8}};
@@ -97,8 +96,7 @@ Bench::Bench()
 void Bench::answer()
 {
     const auto note = [this](const char *what, int type, QPoint position) {
-        log.append(
-            QStringLiteral("%1 %2 %3 %4").arg(what).arg(type).arg(position.x()).arg(position.y()));
+        log.append(QString("%1 %2 %3 %4").arg(what).arg(type).arg(position.x()).arg(position.y()));
     };
     QObject::connect(&view, &GraphicsRenderer::itemMoved,
                      [=](GraphicsRenderer::ItemType type, void *, QPoint position) {
@@ -178,144 +176,141 @@ class TestViewportUser : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void randomUser_data();
-    void randomUser();
-};
+    void randomUser_data()
+    {
+        columns<unsigned int, int>("seed", "boxMode");
+        addRow("boxes at the cross", 1U, 14);
+        addRow("boxes at the origin, on y alone", 2U, 9);
+        addRow("boxes that stand for their cross", 3U, 2);
+        addRow("boxes that stand for their sprite", 4U, 3);
+        addRow("boxes at the cross, again", 5U, 14);
+    }
 
-void TestViewportUser::randomUser_data()
-{
-    QTest::addColumn<unsigned int>("seed");
-    QTest::addColumn<int>("boxMode");
-    QTest::newRow("boxes at the cross") << 1U << 14;
-    QTest::newRow("boxes at the origin, on y alone") << 2U << 9;
-    QTest::newRow("boxes that stand for their cross") << 3U << 2;
-    QTest::newRow("boxes that stand for their sprite") << 4U << 3;
-    QTest::newRow("boxes at the cross, again") << 5U << 14;
-}
-
-void TestViewportUser::randomUser()
-{
-    QFETCH(unsigned int, seed);
-    QFETCH(int, boxMode);
-    Bench bench;
-    PlainUser &plain = bench.plain;
-    plain.scene.boxMode = boxMode;
-    bench.view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes,
-                                   static_cast<unsigned char>(boxMode));
-    bench.history[0].clear();
-    bench.history[1].clear();
-    bench.boxes[0].changed();
-    QRandomGenerator random(seed);
-    const auto below = [&random](int bound) { return random.bounded(bound); };
-    const auto somewhere = [&] { return QPoint(20 + below(160), 20 + below(120)); };
-    QPoint mouse = somewhere();
-    QStringList steps;
-    for (int step = 0; step < 2500; ++step) {
-        const int what = below(100);
-        const bool shift = below(3) == 0;
-        const bool control = below(8) == 0;
-        const Qt::KeyboardModifiers modifiers = (shift ? Qt::ShiftModifier : Qt::NoModifier) |
-                                                (control ? Qt::ControlModifier : Qt::NoModifier);
-        const bool left = below(8) != 0;
-        if (what < 40) {
-            mouse = below(4) ? mouse + QPoint(below(17) - 8, below(17) - 8) : somewhere();
-            steps.append(QStringLiteral("move %1 %2").arg(mouse.x()).arg(mouse.y()));
-            bench.view.mouseMoved(mouse, modifiers);
-            plain.move(mouse);
-        } else if (what < 60) {
-            steps.append(QStringLiteral("press %1 %2 %3").arg(left).arg(shift).arg(control));
-            bench.view.mousePressed(mouse, left ? Qt::LeftButton : Qt::RightButton, modifiers);
-            plain.press(mouse, left, shift, control);
-        } else if (what < 80) {
-            steps.append(QStringLiteral("release %1").arg(left));
-            bench.view.mouseReleased(mouse, left ? Qt::LeftButton : Qt::RightButton, modifiers);
-            plain.release(left, !left);
-        } else if (what < 84) {
-            const QPoint way[] = {{-1, 0}, {0, -1}, {1, 0}, {0, 1}};
-            const int key = below(4);
-            steps.append(QStringLiteral("arrow %1 %2").arg(key).arg(shift || control));
-            bench.view.keyPressed(Qt::Key_Left + key, modifiers);
-            if (!shift && !control)
-                plain.nudge(way[key]);
-        } else if (what < 86) {
-            steps.append("delete");
-            bench.view.keyPressed(Qt::Key_Delete, modifiers);
-            if (!shift && !control)
-                plain.remove();
-        } else if (what < 90) {
-            const int kind = below(2);
-            steps.append(QStringLiteral("draw %1").arg(kind));
-            bench.view.setDrawContactBoxMode(ContactBoxCode::BoxType(kind + 1));
-            plain.enter(1, kind);
-        } else if (what < 93) {
-            steps.append("position");
-            bench.view.setPositioningMode();
-            plain.position();
-        } else if (what < 94) {
-            steps.append("capture");
-            bench.view.setCaptureMode();
-            plain.enter(2, 0);
-        } else if (what < 96) {
-            const int kind = below(2);
-            QVector<QRect> rects = plain.text[kind];
-            if (!rects.isEmpty() && below(2))
-                rects.remove(below(rects.size()));
-            else if (rects.size() < 9)
-                rects.insert(below(rects.size() + 1),
-                             QRect(below(80) - 40, below(60) - 30, 1 + below(40), 1 + below(30)));
-            steps.append(QStringLiteral("text %1 %2").arg(kind).arg(rects.size()));
-            bench.setText(kind, rects);
-        } else if (what < 98) {
-            steps.append(QStringLiteral("wheel %1").arg(left));
-            bench.view.mouseWheel(left ? 120 : -240);
-            plain.scene.zoom = double(bench.view.zoomFactor());
-            // What stands on the screen moves with the zoom; that is proved elsewhere.
-            for (int i = 0; i < plain.scene.sprites.size(); ++i) {
-                if (plain.scene.sprites[i].mode == 12)
-                    plain.scene.sprites[i].position =
-                        bench.view.itemPosition(GraphicsRenderer::ItemSprite, unsigned(i));
+    void randomUser()
+    {
+        auto [seed, boxMode] = row<unsigned int, int>();
+        Bench bench;
+        PlainUser &plain = bench.plain;
+        plain.scene.boxMode = boxMode;
+        bench.view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes,
+                                       static_cast<unsigned char>(boxMode));
+        bench.history[0].clear();
+        bench.history[1].clear();
+        bench.boxes[0].changed();
+        QRandomGenerator random(seed);
+        const auto below = [&random](int bound) { return random.bounded(bound); };
+        const auto somewhere = [&] { return QPoint(20 + below(160), 20 + below(120)); };
+        QPoint mouse = somewhere();
+        QStringList steps;
+        for (int step = 0; step < 2500; ++step) {
+            const int what = below(100);
+            const bool shift = below(3) == 0;
+            const bool control = below(8) == 0;
+            const Qt::KeyboardModifiers modifiers =
+                (shift ? Qt::ShiftModifier : Qt::NoModifier) |
+                (control ? Qt::ControlModifier : Qt::NoModifier);
+            const bool left = below(8) != 0;
+            if (what < 40) {
+                mouse = below(4) ? mouse + QPoint(below(17) - 8, below(17) - 8) : somewhere();
+                steps.append(QString("move %1 %2").arg(mouse.x()).arg(mouse.y()));
+                bench.view.mouseMoved(mouse, modifiers);
+                plain.move(mouse);
+            } else if (what < 60) {
+                steps.append(QString("press %1 %2 %3").arg(left).arg(shift).arg(control));
+                bench.view.mousePressed(mouse, left ? Qt::LeftButton : Qt::RightButton, modifiers);
+                plain.press(mouse, left, shift, control);
+            } else if (what < 80) {
+                steps.append(QString("release %1").arg(left));
+                bench.view.mouseReleased(mouse, left ? Qt::LeftButton : Qt::RightButton, modifiers);
+                plain.release(left, !left);
+            } else if (what < 84) {
+                const QPoint way[] = {{-1, 0}, {0, -1}, {1, 0}, {0, 1}};
+                const int key = below(4);
+                steps.append(QString("arrow %1 %2").arg(key).arg(shift || control));
+                bench.view.keyPressed(Qt::Key_Left + key, modifiers);
+                if (!shift && !control)
+                    plain.nudge(way[key]);
+            } else if (what < 86) {
+                steps.append("delete");
+                bench.view.keyPressed(Qt::Key_Delete, modifiers);
+                if (!shift && !control)
+                    plain.remove();
+            } else if (what < 90) {
+                const int kind = below(2);
+                steps.append(QString("draw %1").arg(kind));
+                bench.view.setDrawContactBoxMode(ContactBoxCode::BoxType(kind + 1));
+                plain.enter(1, kind);
+            } else if (what < 93) {
+                steps.append("position");
+                bench.view.setPositioningMode();
+                plain.position();
+            } else if (what < 94) {
+                steps.append("capture");
+                bench.view.setCaptureMode();
+                plain.enter(2, 0);
+            } else if (what < 96) {
+                const int kind = below(2);
+                QVector<QRect> rects = plain.text[kind];
+                if (!rects.isEmpty() && below(2))
+                    rects.remove(below(rects.size()));
+                else if (rects.size() < 9)
+                    rects.insert(below(rects.size() + 1), QRect(below(80) - 40, below(60) - 30,
+                                                                1 + below(40), 1 + below(30)));
+                steps.append(QString("text %1 %2").arg(kind).arg(rects.size()));
+                bench.setText(kind, rects);
+            } else if (what < 98) {
+                steps.append(QString("wheel %1").arg(left));
+                bench.view.mouseWheel(left ? 120 : -240);
+                plain.scene.zoom = double(bench.view.zoomFactor());
+                // What stands on the screen moves with the zoom; that is proved elsewhere.
+                for (int i = 0; i < plain.scene.sprites.size(); ++i) {
+                    if (plain.scene.sprites[i].mode == 12)
+                        plain.scene.sprites[i].position =
+                            bench.view.itemPosition(GraphicsRenderer::ItemSprite, unsigned(i));
+                }
+            } else {
+                plain.scene.spriteOverGuides = below(2);
+                plain.scene.contactOverCross = below(2);
+                plain.refuses = bench.boxes[0].refuses = bench.boxes[1].refuses = below(5) == 0;
+                steps.append(QString("order %1 %2")
+                                 .arg(plain.scene.spriteOverGuides)
+                                 .arg(plain.scene.contactOverCross));
+                GraphicsRenderer::setPriority(plain.scene.spriteOverGuides,
+                                              plain.scene.contactOverCross);
             }
-        } else {
-            plain.scene.spriteOverGuides = below(2);
-            plain.scene.contactOverCross = below(2);
-            plain.refuses = bench.boxes[0].refuses = bench.boxes[1].refuses = below(5) == 0;
-            steps.append(QStringLiteral("order %1 %2")
-                             .arg(plain.scene.spriteOverGuides)
-                             .arg(plain.scene.contactOverCross));
-            GraphicsRenderer::setPriority(plain.scene.spriteOverGuides,
-                                          plain.scene.contactOverCross);
+            if (below(150) == 0) {
+                // Back to the middle, before everything is far outside.
+                GraphicsRenderer::setOrigin({90, 70});
+                plain.scene.origin = {90, 70};
+            }
+            QString wrong = bench.differences();
+            if (wrong.isEmpty() && step % 12 == 0)
+                wrong = bench.pictureDifferences();
+            QVERIFY2(
+                wrong.isEmpty(),
+                qPrintable(QString("step %1: %2\n%3")
+                               .arg(step)
+                               .arg(wrong, QStringList(steps.mid(steps.size() - 12)).join("; "))));
+            bench.log.clear();
+            plain.log.clear();
         }
-        if (below(150) == 0) {
-            // Back to the middle, before everything is far outside.
-            GraphicsRenderer::setOrigin({90, 70});
-            plain.scene.origin = {90, 70};
+        // Undo takes all back.
+        QVERIFY(bench.history[0].size() > 20);
+        bench.view.setPositioningMode();
+        plain.position();
+        for (int kind = 0; kind < 2; ++kind) {
+            const QVector<QVector<QRect>> history = bench.history[kind];
+            for (int i = history.size() - 1; i >= 0; --i) {
+                bench.setText(kind, history[i]);
+                const QString wrong = bench.differences();
+                QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+            }
+            QVERIFY(bench.boxes[kind].rects().isEmpty());
         }
-        QString wrong = bench.differences();
-        if (wrong.isEmpty() && step % 12 == 0)
-            wrong = bench.pictureDifferences();
-        QVERIFY2(wrong.isEmpty(),
-                 qPrintable(QStringLiteral("step %1: %2\n%3")
-                                .arg(step)
-                                .arg(wrong, QStringList(steps.mid(steps.size() - 12)).join("; "))));
-        bench.log.clear();
-        plain.log.clear();
+        QCOMPARE(bench.pictureDifferences(), QString());
+        QVERIFY(bench.view.selectedContactBoxes().isEmpty());
     }
-    // Undo takes all back.
-    QVERIFY(bench.history[0].size() > 20);
-    bench.view.setPositioningMode();
-    plain.position();
-    for (int kind = 0; kind < 2; ++kind) {
-        const QVector<QVector<QRect>> history = bench.history[kind];
-        for (int i = history.size() - 1; i >= 0; --i) {
-            bench.setText(kind, history[i]);
-            const QString wrong = bench.differences();
-            QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
-        }
-        QVERIFY(bench.boxes[kind].rects().isEmpty());
-    }
-    QCOMPARE(bench.pictureDifferences(), QString());
-    QVERIFY(bench.view.selectedContactBoxes().isEmpty());
-}
+};
 
 int main(int argc, char **argv)
 {

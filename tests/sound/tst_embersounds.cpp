@@ -2,15 +2,13 @@
 #include <ember/embersounds.h>
 #include <kilnx/cache/crc64.h>
 #include <kilnx/code/messages.h>
-#include <kilnx/project/archive.h>
+#include <tests/support/emberlists.h>
 #include <tests/support/fulldisk.h>
+#include <tests/support/modeltester.h>
 #include <tests/support/rows.h>
-#include <tests/support/testhost.h>
 
-#include <QtTest/QAbstractItemModelTester>
 #include <QtTest/QtTest>
 
-#include <memory>
 #include <random>
 
 using namespace Kiln;
@@ -18,9 +16,6 @@ using namespace Kiln;
 namespace
 {
 
-struct Release {
-    void operator()(ProjectFile *file) const { file->release(); }
-};
 using SoundsPointer = std::unique_ptr<EmberSounds, Release>;
 
 SoundSample makeSample(int channels, int bits, unsigned int frames, unsigned int seed)
@@ -49,7 +44,7 @@ QStringList described(const EmberSounds &sounds)
     QStringList list;
     for (unsigned int row = 0; row < sounds.itemCount(); ++row) {
         const SoundSample sample = sounds.itemAt(row)->sample();
-        list.append(QStringLiteral("%1 %2x%3 %4 %5 %6")
+        list.append(QString("%1 %2x%3 %4 %5 %6")
                         .arg(sounds.itemAt(row)->identifier())
                         .arg(sample.channels)
                         .arg(sample.bits)
@@ -60,463 +55,396 @@ QStringList described(const EmberSounds &sounds)
     return list;
 }
 
-QByteArray readFile(const QString &name)
-{
-    QFile file(name);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 } // namespace
 
-class TestEmberSounds : public QObject
+class TestEmberSounds : public EmberListTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void readsTheSoundsOfTheSampleProject();
-    void keepsEveryFormat();
-    void savingAgainGivesTheSameBytes();
-    void undoStepsBackAndForth_data();
-    void undoStepsBackAndForth();
-    void bracketsAreOneStep();
-    void modifiedFollowsSaving();
-    void findsAndOrders();
-    void cutOffAtEveryLength();
-    void randomDamage();
-    void soundsOutsideOfTheFile();
-    void soundsThatCannotBeDecoded();
-    void lossesNeverReachTheFile_data();
-    void lossesNeverReachTheFile();
-    void failuresAreTold();
+    // Another program wrote that file, checksums included.
+    void readsTheSoundsOfTheSampleProject()
+    {
+        const SoundsPointer sounds(new EmberSounds);
+        const QString name = QString(KILN_SOURCE_DIR "/examples/hero/heroes/wren/wren.peal");
+        QVERIFY(sounds->fromFile(archive, name, false));
+        QCOMPARE(sounds->messages()->count(Message::Error), 0u);
+        QStringList names;
+        for (unsigned int row = 0; row < sounds->itemCount(); ++row) {
+            EmberSound *sound = sounds->itemAt(row);
+            names.append(sound->property(QString("Identifier")).toString());
+            const SoundSample sample = sound->sample();
+            QVERIFY(sample.samples > 2000);
+            QCOMPARE(sample.data.size(), static_cast<int>(sample.samples) * sample.frameSize());
+            QCOMPARE(crc64(sample.data.constData(), static_cast<unsigned int>(sample.data.size())),
+                     sound->data()->crc());
+        }
+        const QStringList expected{"wing", "landing", "strike", "hurt", "call", "lamp"};
+        QCOMPARE(names, expected);
+        QCOMPARE(sounds->itemAt(5)->sampleInfo().channels, static_cast<unsigned short>(2));
+        QCOMPARE(sounds->data(sounds->index(1)).toString(), QString("landing"));
+    }
+
+    void keepsEveryFormat()
+    {
+        const SoundsPointer sounds(new EmberSounds);
+        QList<SoundSample> samples;
+        for (const int bits : {8, 12, 16, 24, 32, 64}) {
+            for (const int channels : {1, 2, 6}) {
+                samples.append(makeSample(channels, bits, 500, static_cast<unsigned int>(bits)));
+                sounds->insert(1000, QString("%1 x %2").arg(channels).arg(bits), samples.last());
+            }
+        }
+        samples.append(SoundSample());
+        sounds->insert(1000, QString(), samples.last());
+        // The number of frames is not known, and half a frame stands at the end.
+        samples.append(makeSample(2, 16, 10, 1));
+        SoundSample unknown = samples.last();
+        unknown.samples = 0;
+        unknown.data += "ab";
+        sounds->insert(1000, QString("unknown length"), unknown);
+        samples.append(makeSample(1, 8, 1, 1));
+        sounds->insert(1000, QString(70000, QChar(0x4e2d)), samples.last());
+
+        const QString name = file("all.peal");
+        QVERIFY(sounds->toFile(archive, name, false));
+        const SoundsPointer again(new EmberSounds);
+        QVERIFY(again->fromFile(archive, name, false));
+        QCOMPARE(again->itemCount(), static_cast<unsigned int>(samples.size()));
+        for (int row = 0; row < samples.size(); ++row) {
+            const EmberSound *sound = again->itemAt(static_cast<unsigned int>(row));
+            QVERIFY2(sameSample(sound->sample(), samples[row]), qPrintable(sound->identifier()));
+            if (row < samples.size() - 1)
+                QCOMPARE(sound->identifier(),
+                         sounds->itemAt(static_cast<unsigned int>(row))->identifier());
+        }
+        QCOMPARE(again->itemAt(again->itemCount()), nullptr);
+    }
+
+    void undoStepsBackAndForth_data()
+    {
+        columns<int>("cacheType");
+        addRow("memory", 1);
+        addRow("disk", 2);
+    }
+
+    void undoStepsBackAndForth()
+    {
+        QFETCH(int, cacheType);
+        m_host->options.insert(QString("cache_type"), cacheType);
+        for (unsigned int seed = 1; seed <= 20; ++seed) {
+            std::mt19937 random(seed);
+            const SoundsPointer sounds(new EmberSounds);
+            QCOMPARE(int(sounds->cache()->type()), cacheType);
+            const ModelTester tester(sounds.get());
+            QList<QStringList> states{described(*sounds)};
+            int now = 0;
+            for (int step = 0; step < 120; ++step) {
+                const unsigned int row = random() % (sounds->itemCount() + 1);
+                EmberSound *sound = sounds->itemAt(row);
+                const QString name = QString("%1 %2").arg(random() % 26).arg(step);
+                const QStringList before = described(*sounds);
+                const unsigned int kind = random() % 8;
+                if (kind < 2)
+                    sounds->insert(row, name, makeSample(1, 8, random() % 30, random()));
+                else if (kind == 2)
+                    sounds->remove(row);
+                else if (kind == 3)
+                    sounds->move(row, random() % (sounds->itemCount() + 1));
+                else if (kind == 4 && sound)
+                    sound->setProperty(QString("Identifier"), name);
+                else if (kind == 5 && sound)
+                    sound->setSample(makeSample(2, 16, random() % 30, random()));
+                else if (kind == 6)
+                    sounds->autoOrganize();
+                else if (kind == 7) {
+                    for (unsigned int back = random() % 4; back > 0 && now > 0; --back) {
+                        sounds->undo();
+                        QCOMPARE(described(*sounds), states[--now]);
+                    }
+                    for (unsigned int forth = random() % 3; forth > 0 && now < states.size() - 1;
+                         --forth) {
+                        sounds->redo();
+                        QCOMPARE(described(*sounds), states[++now]);
+                    }
+                    continue;
+                }
+                // Other samples can look alike; every other change shows.
+                if (kind == 5 ? !sound : described(*sounds) == before)
+                    continue;
+                states = states.mid(0, ++now);
+                states.append(described(*sounds));
+            }
+            for (; now > 0; --now) {
+                QCOMPARE(described(*sounds), states[now]);
+                sounds->undo();
+            }
+            QVERIFY(sounds->isEmpty());
+            for (const QStringList &state : qAsConst(states)) {
+                QCOMPARE(described(*sounds), state);
+                sounds->redo();
+            }
+        }
+    }
+
+    void bracketsAreOneStep()
+    {
+        const SoundsPointer sounds(new EmberSounds);
+        sounds->beginChange();
+        sounds->insert(0, QString("a"), makeSample(1, 8, 5, 1));
+        sounds->beginChange();
+        sounds->insert(1, QString("b"), makeSample(1, 8, 5, 2));
+        sounds->endChange();
+        sounds->itemAt(0)->setProperty(QString("Identifier"), QString("c"));
+        sounds->endChange();
+        const QStringList full = described(*sounds);
+        sounds->undo();
+        QVERIFY(sounds->isEmpty());
+        QVERIFY(!sounds->isModified());
+        sounds->redo();
+        QCOMPARE(described(*sounds), full);
+
+        // What goes on within a bracket after all was replaced is one step, too.
+        sounds->beginChange();
+        sounds->insert(0, QString("a"), makeSample(1, 8, 5, 1));
+        sounds->reset();
+        sounds->insert(0, QString("b"), makeSample(1, 8, 5, 1));
+        sounds->insert(1, QString("c"), makeSample(1, 8, 5, 2));
+        sounds->endChange();
+        sounds->undo();
+        QVERIFY(sounds->isEmpty());
+        sounds->redo();
+        QCOMPARE(sounds->itemCount(), 2u);
+
+        // An empty bracket is no step.
+        sounds->beginChange();
+        sounds->endChange();
+        sounds->endChange();
+        sounds->undo();
+        QVERIFY(sounds->isEmpty());
+    }
+
+    void modifiedFollowsSaving()
+    {
+        const SoundsPointer sounds(new EmberSounds);
+        QSignalSpy changed(sounds.get(), &EmberSounds::changed);
+        QVERIFY(!sounds->isModified());
+        QVERIFY(sounds->canSave());
+        sounds->insert(0, QString("a"), makeSample(1, 8, 5, 1));
+        QCOMPARE(changed.takeFirst().first().toBool(), true);
+
+        const QString copy = file("copy.peal");
+        QVERIFY(sounds->toFile(archive, copy, true));
+        QVERIFY(sounds->isModified());
+        QVERIFY(sounds->fileName().isEmpty());
+        const QString own = file("own.peal");
+        QVERIFY(sounds->toFile(archive, own, false));
+        QCOMPARE(sounds->fileName(), own);
+        QVERIFY(!sounds->isModified());
+        QCOMPARE(changed.takeFirst().first().toBool(), false);
+        sounds->undo();
+        QVERIFY(sounds->isModified());
+
+        QVERIFY(sounds->fromFile(archive, copy, true));
+        QCOMPARE(sounds->fileName(), own);
+        QVERIFY(sounds->isModified());
+        sounds->reset();
+        QVERIFY(sounds->isEmpty() && !sounds->isModified() && sounds->fileName().isEmpty());
+    }
+
+    void findsAndOrders()
+    {
+        const SoundsPointer sounds(new EmberSounds);
+        for (const char *name : {"beat", "Anvil", "beat", "anvil", "Call"})
+            sounds->insert(99, QString::fromLatin1(name), makeSample(1, 8, 5, 1));
+        QCOMPARE(sounds->find(0, QString("beat")), 0);
+        QCOMPARE(sounds->find(1, QString("beat")), 2);
+        QCOMPARE(sounds->find(3, QString("beat")), -1);
+        QCOMPARE(sounds->find(-5, QString("Anvil")), 1);
+        QCOMPARE(sounds->find(99, QString("Anvil")), -1);
+
+        const QPersistentModelIndex call(sounds->index(4));
+        sounds->autoOrganize();
+        QStringList names;
+        for (unsigned int row = 0; row < sounds->itemCount(); ++row)
+            names.append(sounds->itemAt(row)->identifier());
+        const QStringList expected{"Anvil", "anvil", "beat", "beat", "Call"};
+        QCOMPARE(names, expected);
+        QCOMPARE(call.row(), 4);
+
+        QList<int> rows;
+        connect(sounds.get(), &EmberSounds::dataChanged, this,
+                [&rows](const QModelIndex &row) { rows.append(row.row()); });
+        const auto found = sounds->search(QRegularExpression(QString("nv|Ca")));
+        sounds->replace(found, QString("tone"));
+        QCOMPARE(sounds->find(2, QString("tone")), 4);
+        sounds->undo(); // all at once
+        QCOMPARE(sounds->find(0, QString("tone")), -1);
+        QCOMPARE(rows, QList<int>({0, 1, 4, 4, 1, 0}));
+        sounds->remove(4);
+        sounds->remove(3);
+        sounds->itemAt(0)->setProperty(QString("Identifier"), QString("first"));
+        QCOMPARE(rows.last(), 0);
+    }
+
+    void cutOffAtEveryLength()
+    {
+        const QByteArray good = goodFile();
+        const SoundsPointer whole(new EmberSounds);
+        QVERIFY(load(*whole, good));
+        QVERIFY(whole->toFile(archive, file("again.peal"), false));
+        QVERIFY(readFile(file("again.peal")) == good);
+        for (int length = 0; length < good.size(); ++length) {
+            const SoundsPointer sounds(new EmberSounds);
+            sounds->insert(0, QString("kept"), makeSample(1, 8, 5, 1));
+            // The last four bytes could by chance be a valid offset; they are not in this file.
+            QVERIFY2(!load(*sounds, good.left(length)), qPrintable(QString::number(length)));
+            QCOMPARE(sounds->itemCount(), 1u);
+        }
+    }
+
+    void randomDamage()
+    {
+        const QByteArray good = goodFile();
+        std::mt19937 random(7);
+        int loaded = 0;
+        for (int round = 0; round < 400; ++round) {
+            const SoundsPointer sounds(new EmberSounds);
+            if (!load(*sounds, damaged(good, good.size() * 2 / 3, random)))
+                continue;
+            ++loaded;
+            for (unsigned int row = 0; row < sounds->itemCount(); ++row)
+                QVERIFY(sounds->itemAt(row)->sample().data.size() < 1 << 20);
+            QVERIFY(sounds->toFile(archive, file("out.peal"), true));
+        }
+        QVERIFY(loaded > 50);
+    }
+
+    void soundsOutsideOfTheFile()
+    {
+        EmberPeal::Entry whole;
+        whole.offset = EmberPack::headSize;
+        whole.size = 6;
+        whole.info = makeSample(1, 8, 6, 1);
+        whole.name = QString("whole");
+        EmberPeal::Entry beyond = whole;
+        beyond.offset = 0xFFFFFFF0;
+        beyond.size = 0xFFFFFFFF;
+        EmberPeal::Entry overlapping = whole;
+        EmberPeal::Entry inHead = whole;
+        inHead.offset = 0;
+        const QByteArray bytes =
+            EmberPack::head(EmberPeal::magic, 4) + "sounds" +
+            EmberPack::index<Kiln::SampleInfo>({whole, beyond, overlapping, inHead}, 18);
+        const SoundsPointer sounds(new EmberSounds);
+        QVERIFY(load(*sounds, bytes));
+        QCOMPARE(sounds->itemCount(), 4u);
+        QCOMPARE(sounds->itemAt(0)->sample().data, QByteArray("sounds"));
+        for (unsigned int row = 1; row < 4; ++row)
+            QVERIFY(sounds->itemAt(row)->sample().data.isEmpty());
+        QCOMPARE(sounds->messages()->count(Message::Error), 3u);
+        QCOMPARE(sounds->messages()->at(2, Message::Error).line, 3);
+    }
+
+    void soundsThatCannotBeDecoded()
+    {
+        EmberPeal::Entry entry;
+        entry.offset = EmberPack::headSize;
+        entry.coder = EmberPeal::Differences;
+        entry.info = makeSample(1, 16, 4, 1);
+        QByteArray huge = qCompress(QByteArray("12345678"));
+        huge.replace(0, 4, QByteArray::fromHex("7fffffff"));
+        const QByteArray bodies[] = {"not compressed", "", qCompress(QByteArray("123")), huge};
+        for (const QByteArray &body : bodies) {
+            entry.size = static_cast<quint32>(body.size());
+            const QByteArray index = EmberPack::index<Kiln::SampleInfo>(
+                {entry}, static_cast<quint32>(EmberPack::headSize + body.size()));
+            const SoundsPointer sounds(new EmberSounds);
+            QVERIFY(load(*sounds, EmberPack::head(EmberPeal::magic, 1) + body + index));
+            QVERIFY(sounds->itemAt(0)->sample().data.isEmpty());
+            // What cannot be read is not lost on saving, and not by copying.
+            QCOMPARE(sounds->itemAt(0)->data()->toData(true), body);
+            const SoundsPointer others(new EmberSounds);
+            StreamCacheData *copy = sounds->itemAt(0)->data()->copyTo(others->cache());
+            QCOMPARE(copy->toData(true), body);
+            copy->release();
+        }
+        entry.info.samples = 0xFFFFFFFF;
+        entry.info.channels = 0xFFFF;
+        QVERIFY(EmberPeal::decode(huge, entry.info).isEmpty());
+    }
+
+    void lossesNeverReachTheFile_data()
+    {
+        columns<int, int, bool, uint>("roomToLoad", "roomToChange", "cutOff", "limit");
+        constexpr int enough = 1 << 20;
+        constexpr uint noLimit = EmberSounds::largestFile;
+        addRow("no room to load", 0, enough, false, noLimit);
+        addRow("room to load the first sound", 60, enough, false, noLimit);
+        addRow("no room for a change", enough, 1, false, noLimit);
+        addRow("temporary file that lost its bytes", enough, enough, true, noLimit);
+        addRow("more than the numbers can count", enough, enough, false, 100u);
+    }
+
+    // The sounds lie in a temporary file that another one cuts off, or on a disk that is full.
+    void lossesNeverReachTheFile()
+    {
+        auto [roomToLoad, roomToChange, cutOff, limit] = row<int, int, bool, uint>();
+        const QByteArray good = goodFile();
+        const QString name = file("good.peal");
+        const QByteArray before = qgetenv("TMPDIR");
+        qputenv("TMPDIR", m_directory->path().toLocal8Bit());
+        const SoundsPointer sounds(new EmberSounds(StreamCache::Disk, limit));
+        qputenv("TMPDIR", before);
+        m_host->dialogs().expectBox(QMessageBox::Ok);
+        bool loaded = false;
+        {
+            const FullDisk full(static_cast<rlim_t>(roomToLoad));
+            loaded = sounds->fromFile(archive, name, false);
+        }
+        QCOMPARE(loaded, roomToLoad > 60);
+        if (loaded) {
+            const FullDisk full(static_cast<rlim_t>(roomToChange));
+            sounds->itemAt(1)->setSample(makeSample(1, 8, 50, 3));
+        }
+        const QDir handles(QString("/proc/self/fd"));
+        for (const QFileInfo &handle : handles.entryInfoList(QDir::Files | QDir::System)) {
+            if (cutOff && handle.symLinkTarget().startsWith(m_directory->path()))
+                QVERIFY(QFile::resize(handle.filePath(), 0));
+        }
+        QVERIFY(!loaded || !sounds->toFile(archive, name, false));
+        QCOMPARE(m_host->dialogs().seen().size(), 1);
+        QCOMPARE(sounds->itemCount(), loaded ? 5u : 0u);
+        QVERIFY(readFile(name) == good);
+    }
+
+    void failuresAreTold()
+    {
+        const SoundsPointer sounds(new EmberSounds);
+        m_host->dialogs().expectBox(QMessageBox::Ok);
+        QVERIFY(!sounds->fromFile(archive, file("missing.peal"), false));
+        m_host->dialogs().expectBox(QMessageBox::Ok);
+        QVERIFY(!sounds->fromFile(archive, QString(KILN_SOURCE_DIR "/LICENSE"), false));
+        m_host->dialogs().expectBox(QMessageBox::Ok);
+        QVERIFY(!sounds->toFile(archive, m_directory->path(), false));
+        QCOMPARE(m_host->dialogs().finish(), QString());
+        QCOMPARE(m_host->dialogs().seen().size(), 3);
+        for (const DialogScript::Seen &seen : m_host->dialogs().seen())
+            QCOMPARE(seen.icon, QMessageBox::Critical);
+        QVERIFY(sounds->fileName().isEmpty());
+    }
 
 private:
-    QString file(const QString &name) const { return m_directory->filePath(name); }
-    bool load(EmberSounds &sounds, const QByteArray &bytes)
+    QByteArray goodFile()
     {
-        QFile out(file(QStringLiteral("damaged.peal")));
-        if (!out.open(QIODevice::WriteOnly) || out.write(bytes) != bytes.size())
-            return false;
-        out.close();
-        m_host->dialogs().expectBox(QMessageBox::Ok);
-        const bool loaded = sounds.fromFile(FileSystemArchive::instance(), out.fileName(), false);
-        m_host = std::make_unique<TestHost>();
-        return loaded;
+        const SoundsPointer sounds(new EmberSounds);
+        for (unsigned int i = 0; i < 4; ++i)
+            sounds->insert(i, QString("sound %1").arg(i), makeSample(1 + i % 2, 16, 20, i));
+        sounds->insert(4, QString("plain"), makeSample(1, 12, 20, 9));
+        return sounds->toFile(archive, file("good.peal"), false) ? readFile(file("good.peal"))
+                                                                 : QByteArray();
     }
-    QByteArray goodFile();
-
-    std::unique_ptr<TestHost> m_host;
-    std::unique_ptr<QTemporaryDir> m_directory;
 };
-
-void TestEmberSounds::init()
-{
-    m_host.reset();
-    m_host = std::make_unique<TestHost>();
-    m_directory = std::make_unique<QTemporaryDir>();
-    QVERIFY(m_directory->isValid());
-}
-
-// Another program wrote that file, checksums included.
-void TestEmberSounds::readsTheSoundsOfTheSampleProject()
-{
-    const SoundsPointer sounds(new EmberSounds);
-    const QString name = QStringLiteral(KILN_SOURCE_DIR "/examples/hero/heroes/wren/wren.peal");
-    QVERIFY(sounds->fromFile(FileSystemArchive::instance(), name, false));
-    QCOMPARE(sounds->messages()->count(Message::Error), 0u);
-    QStringList names;
-    for (unsigned int row = 0; row < sounds->itemCount(); ++row) {
-        EmberSound *sound = sounds->itemAt(row);
-        names.append(sound->property(QStringLiteral("Identifier")).toString());
-        const SoundSample sample = sound->sample();
-        QVERIFY(sample.samples > 2000);
-        QCOMPARE(sample.data.size(), static_cast<int>(sample.samples) * sample.frameSize());
-        QCOMPARE(crc64(sample.data.constData(), static_cast<unsigned int>(sample.data.size())),
-                 sound->data()->crc());
-    }
-    const QStringList expected{"wing", "landing", "strike", "hurt", "call", "lamp"};
-    QCOMPARE(names, expected);
-    QCOMPARE(sounds->itemAt(5)->sampleInfo().channels, static_cast<unsigned short>(2));
-    QCOMPARE(sounds->data(sounds->index(1)).toString(), QStringLiteral("landing"));
-}
-
-void TestEmberSounds::keepsEveryFormat()
-{
-    const SoundsPointer sounds(new EmberSounds);
-    QList<SoundSample> samples;
-    for (const int bits : {8, 12, 16, 24, 32, 64}) {
-        for (const int channels : {1, 2, 6}) {
-            samples.append(makeSample(channels, bits, 500, static_cast<unsigned int>(bits)));
-            sounds->insert(1000, QStringLiteral("%1 x %2").arg(channels).arg(bits), samples.last());
-        }
-    }
-    samples.append(SoundSample());
-    sounds->insert(1000, QString(), samples.last());
-    // The number of frames is not known, and half a frame stands at the end.
-    samples.append(makeSample(2, 16, 10, 1));
-    SoundSample unknown = samples.last();
-    unknown.samples = 0;
-    unknown.data += "ab";
-    sounds->insert(1000, QStringLiteral("unknown length"), unknown);
-    samples.append(makeSample(1, 8, 1, 1));
-    sounds->insert(1000, QString(70000, QChar(0x4e2d)), samples.last());
-
-    const QString name = file(QStringLiteral("all.peal"));
-    QVERIFY(sounds->toFile(FileSystemArchive::instance(), name, false));
-    const SoundsPointer again(new EmberSounds);
-    QVERIFY(again->fromFile(FileSystemArchive::instance(), name, false));
-    QCOMPARE(again->itemCount(), static_cast<unsigned int>(samples.size()));
-    for (int row = 0; row < samples.size(); ++row) {
-        const EmberSound *sound = again->itemAt(static_cast<unsigned int>(row));
-        QVERIFY2(sameSample(sound->sample(), samples[row]), qPrintable(sound->identifier()));
-        if (row < samples.size() - 1)
-            QCOMPARE(sound->identifier(),
-                     sounds->itemAt(static_cast<unsigned int>(row))->identifier());
-    }
-    QCOMPARE(again->itemAt(again->itemCount()), nullptr);
-}
-
-QByteArray TestEmberSounds::goodFile()
-{
-    const SoundsPointer sounds(new EmberSounds);
-    for (unsigned int i = 0; i < 4; ++i)
-        sounds->insert(i, QStringLiteral("sound %1").arg(i), makeSample(1 + i % 2, 16, 20, i));
-    sounds->insert(4, QStringLiteral("plain"), makeSample(1, 12, 20, 9));
-    const QString name = file(QStringLiteral("good.peal"));
-    return sounds->toFile(FileSystemArchive::instance(), name, false) ? readFile(name)
-                                                                      : QByteArray();
-}
-
-void TestEmberSounds::savingAgainGivesTheSameBytes()
-{
-    const QByteArray good = goodFile();
-    QVERIFY(!good.isEmpty());
-    const SoundsPointer sounds(new EmberSounds);
-    QVERIFY(load(*sounds, good));
-    const QString name = file(QStringLiteral("again.peal"));
-    QVERIFY(sounds->toFile(FileSystemArchive::instance(), name, false));
-    QVERIFY(readFile(name) == good);
-}
-
-void TestEmberSounds::undoStepsBackAndForth_data()
-{
-    QTest::addColumn<int>("cacheType");
-    QTest::newRow("memory") << 1;
-    QTest::newRow("disk") << 2;
-}
-
-void TestEmberSounds::undoStepsBackAndForth()
-{
-    QFETCH(int, cacheType);
-    m_host->options.insert(QStringLiteral("cache_type"), cacheType);
-    for (unsigned int seed = 1; seed <= 20; ++seed) {
-        std::mt19937 random(seed);
-        const SoundsPointer sounds(new EmberSounds);
-        QCOMPARE(int(sounds->cache()->type()), cacheType);
-        const QAbstractItemModelTester tester(
-            sounds.get(), QAbstractItemModelTester::FailureReportingMode::QtTest);
-        QList<QStringList> states{described(*sounds)};
-        int now = 0;
-        for (int step = 0; step < 120; ++step) {
-            const unsigned int row = random() % (sounds->itemCount() + 1);
-            EmberSound *sound = sounds->itemAt(row);
-            const QString name = QStringLiteral("%1 %2").arg(random() % 26).arg(step);
-            const QStringList before = described(*sounds);
-            const unsigned int kind = random() % 8;
-            if (kind < 2)
-                sounds->insert(row, name, makeSample(1, 8, random() % 30, random()));
-            else if (kind == 2)
-                sounds->remove(row);
-            else if (kind == 3)
-                sounds->move(row, random() % (sounds->itemCount() + 1));
-            else if (kind == 4 && sound)
-                sound->setProperty(QStringLiteral("Identifier"), name);
-            else if (kind == 5 && sound)
-                sound->setSample(makeSample(2, 16, random() % 30, random()));
-            else if (kind == 6)
-                sounds->autoOrganize();
-            else if (kind == 7) {
-                for (unsigned int back = random() % 4; back > 0 && now > 0; --back) {
-                    sounds->undo();
-                    QCOMPARE(described(*sounds), states[--now]);
-                }
-                for (unsigned int forth = random() % 3; forth > 0 && now < states.size() - 1;
-                     --forth) {
-                    sounds->redo();
-                    QCOMPARE(described(*sounds), states[++now]);
-                }
-                continue;
-            }
-            // Other samples can look alike; every other change shows.
-            if (kind == 5 ? !sound : described(*sounds) == before)
-                continue;
-            states = states.mid(0, ++now);
-            states.append(described(*sounds));
-        }
-        for (; now > 0; --now) {
-            QCOMPARE(described(*sounds), states[now]);
-            sounds->undo();
-        }
-        QVERIFY(sounds->isEmpty());
-        for (const QStringList &state : qAsConst(states)) {
-            QCOMPARE(described(*sounds), state);
-            sounds->redo();
-        }
-    }
-}
-
-void TestEmberSounds::bracketsAreOneStep()
-{
-    const SoundsPointer sounds(new EmberSounds);
-    sounds->beginChange();
-    sounds->insert(0, QStringLiteral("a"), makeSample(1, 8, 5, 1));
-    sounds->beginChange();
-    sounds->insert(1, QStringLiteral("b"), makeSample(1, 8, 5, 2));
-    sounds->endChange();
-    sounds->itemAt(0)->setProperty(QStringLiteral("Identifier"), QStringLiteral("c"));
-    sounds->endChange();
-    const QStringList full = described(*sounds);
-    sounds->undo();
-    QVERIFY(sounds->isEmpty());
-    QVERIFY(!sounds->isModified());
-    sounds->redo();
-    QCOMPARE(described(*sounds), full);
-
-    // What goes on within a bracket after all was replaced is one step, too.
-    sounds->beginChange();
-    sounds->insert(0, QStringLiteral("a"), makeSample(1, 8, 5, 1));
-    sounds->reset();
-    sounds->insert(0, QStringLiteral("b"), makeSample(1, 8, 5, 1));
-    sounds->insert(1, QStringLiteral("c"), makeSample(1, 8, 5, 2));
-    sounds->endChange();
-    sounds->undo();
-    QVERIFY(sounds->isEmpty());
-    sounds->redo();
-    QCOMPARE(sounds->itemCount(), 2u);
-
-    // An empty bracket is no step.
-    sounds->beginChange();
-    sounds->endChange();
-    sounds->endChange();
-    sounds->undo();
-    QVERIFY(sounds->isEmpty());
-}
-
-void TestEmberSounds::modifiedFollowsSaving()
-{
-    const SoundsPointer sounds(new EmberSounds);
-    QSignalSpy changed(sounds.get(), &EmberSounds::changed);
-    QVERIFY(!sounds->isModified());
-    QVERIFY(sounds->canSave());
-    sounds->insert(0, QStringLiteral("a"), makeSample(1, 8, 5, 1));
-    QCOMPARE(changed.takeFirst().first().toBool(), true);
-
-    FileSystemArchive &archive = FileSystemArchive::instance();
-    const QString copy = file(QStringLiteral("copy.peal"));
-    QVERIFY(sounds->toFile(archive, copy, true));
-    QVERIFY(sounds->isModified());
-    QVERIFY(sounds->fileName().isEmpty());
-    const QString own = file(QStringLiteral("own.peal"));
-    QVERIFY(sounds->toFile(archive, own, false));
-    QCOMPARE(sounds->fileName(), own);
-    QVERIFY(!sounds->isModified());
-    QCOMPARE(changed.takeFirst().first().toBool(), false);
-    sounds->undo();
-    QVERIFY(sounds->isModified());
-
-    QVERIFY(sounds->fromFile(archive, copy, true));
-    QCOMPARE(sounds->fileName(), own);
-    QVERIFY(sounds->isModified());
-    sounds->reset();
-    QVERIFY(sounds->isEmpty() && !sounds->isModified() && sounds->fileName().isEmpty());
-}
-
-void TestEmberSounds::findsAndOrders()
-{
-    const SoundsPointer sounds(new EmberSounds);
-    for (const char *name : {"beat", "Anvil", "beat", "anvil", "Call"})
-        sounds->insert(99, QString::fromLatin1(name), makeSample(1, 8, 5, 1));
-    QCOMPARE(sounds->find(0, QStringLiteral("beat")), 0);
-    QCOMPARE(sounds->find(1, QStringLiteral("beat")), 2);
-    QCOMPARE(sounds->find(3, QStringLiteral("beat")), -1);
-    QCOMPARE(sounds->find(-5, QStringLiteral("Anvil")), 1);
-    QCOMPARE(sounds->find(99, QStringLiteral("Anvil")), -1);
-
-    const QPersistentModelIndex call(sounds->index(4));
-    sounds->autoOrganize();
-    QStringList names;
-    for (unsigned int row = 0; row < sounds->itemCount(); ++row)
-        names.append(sounds->itemAt(row)->identifier());
-    const QStringList expected{"Anvil", "anvil", "beat", "beat", "Call"};
-    QCOMPARE(names, expected);
-    QCOMPARE(call.row(), 4);
-
-    QList<int> rows;
-    connect(sounds.get(), &EmberSounds::dataChanged, this,
-            [&rows](const QModelIndex &row) { rows.append(row.row()); });
-    const auto found = sounds->search(QRegularExpression(QStringLiteral("nv|Ca")));
-    sounds->replace(found, QStringLiteral("tone"));
-    QCOMPARE(sounds->find(2, QStringLiteral("tone")), 4);
-    sounds->undo(); // all at once
-    QCOMPARE(sounds->find(0, QStringLiteral("tone")), -1);
-    QCOMPARE(rows, QList<int>({0, 1, 4, 4, 1, 0}));
-    sounds->remove(4);
-    sounds->remove(3);
-    sounds->itemAt(0)->setProperty(QStringLiteral("Identifier"), QStringLiteral("first"));
-    QCOMPARE(rows.last(), 0);
-}
-
-void TestEmberSounds::cutOffAtEveryLength()
-{
-    const QByteArray good = goodFile();
-    for (int length = 0; length < good.size(); ++length) {
-        const SoundsPointer sounds(new EmberSounds);
-        sounds->insert(0, QStringLiteral("kept"), makeSample(1, 8, 5, 1));
-        // The last four bytes could by chance be a valid offset; they are not in this file.
-        QVERIFY2(!load(*sounds, good.left(length)), qPrintable(QString::number(length)));
-        QCOMPARE(sounds->itemCount(), 1u);
-    }
-}
-
-void TestEmberSounds::randomDamage()
-{
-    const QByteArray good = goodFile();
-    std::mt19937 random(7);
-    int loaded = 0;
-    for (int round = 0; round < 400; ++round) {
-        QByteArray bytes = good;
-        for (unsigned int i = 1 + random() % 4; i > 0; --i) {
-            // Mostly in the index, where the numbers are.
-            const int from = random() % 3 ? bytes.size() * 2 / 3 : 0;
-            bytes[from + int(random() % (bytes.size() - from))] = static_cast<char>(random());
-        }
-        const SoundsPointer sounds(new EmberSounds);
-        if (!load(*sounds, bytes))
-            continue;
-        ++loaded;
-        for (unsigned int row = 0; row < sounds->itemCount(); ++row)
-            QVERIFY(sounds->itemAt(row)->sample().data.size() < 1 << 20);
-        QVERIFY(
-            sounds->toFile(FileSystemArchive::instance(), file(QStringLiteral("out.peal")), true));
-    }
-    QVERIFY(loaded > 50);
-}
-
-void TestEmberSounds::soundsOutsideOfTheFile()
-{
-    EmberPeal::Entry whole;
-    whole.offset = EmberPack::headSize;
-    whole.size = 6;
-    whole.info = makeSample(1, 8, 6, 1);
-    whole.name = QStringLiteral("whole");
-    EmberPeal::Entry beyond = whole;
-    beyond.offset = 0xFFFFFFF0;
-    beyond.size = 0xFFFFFFFF;
-    EmberPeal::Entry overlapping = whole;
-    EmberPeal::Entry inHead = whole;
-    inHead.offset = 0;
-    const QByteArray bytes =
-        EmberPack::head(EmberPeal::magic, 4) + "sounds" +
-        EmberPack::index<Kiln::SampleInfo>({whole, beyond, overlapping, inHead}, 18);
-    const SoundsPointer sounds(new EmberSounds);
-    QVERIFY(load(*sounds, bytes));
-    QCOMPARE(sounds->itemCount(), 4u);
-    QCOMPARE(sounds->itemAt(0)->sample().data, QByteArray("sounds"));
-    for (unsigned int row = 1; row < 4; ++row)
-        QVERIFY(sounds->itemAt(row)->sample().data.isEmpty());
-    QCOMPARE(sounds->messages()->count(Message::Error), 3u);
-    QCOMPARE(sounds->messages()->at(2, Message::Error).line, 3);
-}
-
-void TestEmberSounds::soundsThatCannotBeDecoded()
-{
-    EmberPeal::Entry entry;
-    entry.offset = EmberPack::headSize;
-    entry.coder = EmberPeal::Differences;
-    entry.info = makeSample(1, 16, 4, 1);
-    QByteArray huge = qCompress(QByteArray("12345678"));
-    huge.replace(0, 4, QByteArray::fromHex("7fffffff"));
-    const QByteArray bodies[] = {"not compressed", "", qCompress(QByteArray("123")), huge};
-    for (const QByteArray &body : bodies) {
-        entry.size = static_cast<quint32>(body.size());
-        const QByteArray index = EmberPack::index<Kiln::SampleInfo>(
-            {entry}, static_cast<quint32>(EmberPack::headSize + body.size()));
-        const SoundsPointer sounds(new EmberSounds);
-        QVERIFY(load(*sounds, EmberPack::head(EmberPeal::magic, 1) + body + index));
-        QVERIFY(sounds->itemAt(0)->sample().data.isEmpty());
-        // What cannot be read is not lost on saving, and not by copying.
-        QCOMPARE(sounds->itemAt(0)->data()->toData(true), body);
-        const SoundsPointer others(new EmberSounds);
-        StreamCacheData *copy = sounds->itemAt(0)->data()->copyTo(others->cache());
-        QCOMPARE(copy->toData(true), body);
-        copy->release();
-    }
-    entry.info.samples = 0xFFFFFFFF;
-    entry.info.channels = 0xFFFF;
-    QVERIFY(EmberPeal::decode(huge, entry.info).isEmpty());
-}
-
-void TestEmberSounds::lossesNeverReachTheFile_data()
-{
-    columns<int, int, bool, uint>("roomToLoad", "roomToChange", "cutOff", "limit");
-    constexpr int enough = 1 << 20;
-    constexpr uint noLimit = EmberSounds::largestFile;
-    QTest::newRow("no room to load") << 0 << enough << false << noLimit;
-    QTest::newRow("room to load the first sound") << 60 << enough << false << noLimit;
-    QTest::newRow("no room for a change") << enough << 1 << false << noLimit;
-    QTest::newRow("temporary file that lost its bytes") << enough << enough << true << noLimit;
-    QTest::newRow("more than the numbers can count") << enough << enough << false << 100u;
-}
-
-// The sounds lie in a temporary file that another one cuts off, or on a disk that is full.
-void TestEmberSounds::lossesNeverReachTheFile()
-{
-    auto [roomToLoad, roomToChange, cutOff, limit] = row<int, int, bool, uint>();
-    const QByteArray good = goodFile();
-    const QString name = file(QStringLiteral("good.peal"));
-    FileSystemArchive &archive = FileSystemArchive::instance();
-    const QByteArray before = qgetenv("TMPDIR");
-    qputenv("TMPDIR", m_directory->path().toLocal8Bit());
-    const SoundsPointer sounds(new EmberSounds(StreamCache::Disk, limit));
-    qputenv("TMPDIR", before);
-    m_host->dialogs().expectBox(QMessageBox::Ok);
-    bool loaded = false;
-    {
-        const FullDisk full(static_cast<rlim_t>(roomToLoad));
-        loaded = sounds->fromFile(archive, name, false);
-    }
-    QCOMPARE(loaded, roomToLoad > 60);
-    if (loaded) {
-        const FullDisk full(static_cast<rlim_t>(roomToChange));
-        sounds->itemAt(1)->setSample(makeSample(1, 8, 50, 3));
-    }
-    const QDir handles(QStringLiteral("/proc/self/fd"));
-    for (const QFileInfo &handle : handles.entryInfoList(QDir::Files | QDir::System)) {
-        if (cutOff && handle.symLinkTarget().startsWith(m_directory->path()))
-            QVERIFY(QFile::resize(handle.filePath(), 0));
-    }
-    QVERIFY(!loaded || !sounds->toFile(archive, name, false));
-    QCOMPARE(m_host->dialogs().seen().size(), 1);
-    QCOMPARE(sounds->itemCount(), loaded ? 5u : 0u);
-    QVERIFY(readFile(name) == good);
-}
-
-void TestEmberSounds::failuresAreTold()
-{
-    const SoundsPointer sounds(new EmberSounds);
-    FileSystemArchive &archive = FileSystemArchive::instance();
-    m_host->dialogs().expectBox(QMessageBox::Ok);
-    QVERIFY(!sounds->fromFile(archive, file(QStringLiteral("missing.peal")), false));
-    m_host->dialogs().expectBox(QMessageBox::Ok);
-    QVERIFY(!sounds->fromFile(archive, QStringLiteral(KILN_SOURCE_DIR "/LICENSE"), false));
-    m_host->dialogs().expectBox(QMessageBox::Ok);
-    QVERIFY(!sounds->toFile(archive, m_directory->path(), false));
-    QCOMPARE(m_host->dialogs().finish(), QString());
-    QCOMPARE(m_host->dialogs().seen().size(), 3);
-    for (const DialogScript::Seen &seen : m_host->dialogs().seen())
-        QCOMPARE(seen.icon, QMessageBox::Critical);
-    QVERIFY(sounds->fileName().isEmpty());
-}
 
 QTEST_MAIN(TestEmberSounds)
 

@@ -127,383 +127,366 @@ class TestWav : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void readsWhatSoxWrites_data();
-    void readsWhatSoxWrites();
-    void soxReadsWhatWeWrite_data();
-    void soxReadsWhatWeWrite();
-    void headerByteForByte();
-    void layouts_data();
-    void layouts();
-    void infoWithoutChecks();
-    void cutOffAtEveryLength();
-    void announcesMoreThanThereIs();
-    void randomBytes();
-    void devices();
-    void sequentialDevices();
-    void readersFromOutside();
+    void initTestCase()
+    {
+        QVERIFY(m_directory.isValid());
+        QVERIFY2(!QStandardPaths::findExecutable(QString("sox")).isEmpty(),
+                 "sox is needed; ./kiln test installs it");
+    }
+
+    void readsWhatSoxWrites_data()
+    {
+        columns<QStringList, QStringList, bool>("options", "raw", "readable");
+        const QStringList comment{QString("--add-comment"), QString("made by a tool")};
+        const QString type = QString("-t wavpcm");
+        for (const int bits : {8, 16, 24, 32}) {
+            for (const int channels : {1, 2}) {
+                const QString format = QString("-b %1 -c %2 -r 22050").arg(bits).arg(channels);
+                QStringList options = (type + QLatin1Char(' ') + format).split(QLatin1Char(' '));
+                const QStringList raw{QString("-t"), QString("raw"), QString("-e"),
+                                      QLatin1String(bits == 8 ? "unsigned" : "signed"),
+                                      QString("-L")};
+                QTest::addRow("%d bits, %d channels", bits, channels) << options << raw << true;
+                QTest::addRow("%d bits, %d channels, with a comment", bits, channels)
+                    << comment + options << raw << true;
+            }
+        }
+        const QStringList floats =
+            QString("-t wav -e floating-point -b 32").split(QLatin1Char(' '));
+        addRow("floats are not read", floats, QStringList(), false);
+        const QStringList law = QString("-t wav -e a-law").split(QLatin1Char(' '));
+        addRow("a-law is not read", law, QStringList(), false);
+    }
+
+    void readsWhatSoxWrites()
+    {
+        auto [options, raw, readable] = row<QStringList, QStringList, bool>();
+        const QString sox = QString("sox");
+        const QString name = file(QString("tool.wav"));
+        bool ok = false;
+        runSox(sox,
+               QStringList{QString("-D"), QString("-n")} + options + QStringList{name} +
+                   QString("synth 0.1 sine 440 gain -3").split(QLatin1Char(' ')),
+               &ok);
+        QVERIFY(ok);
+        QFile wav(name);
+        QVERIFY(wav.open(QIODevice::ReadOnly));
+        SoundSample sample;
+        QCOMPARE(loadSound(&wav, "wav", sample), readable);
+        QFile again(name);
+        const SampleInfo info = soundInfoFromWAV(&again);
+        QCOMPARE(fieldsOf(info), fieldsOf(sample));
+        if (!readable) {
+            QVERIFY(isEmptySample(sample));
+            return;
+        }
+        const QByteArray expected =
+            runSox(sox, QStringList{QString("-D"), name} + raw + QStringList{QString("-")}, &ok);
+        QVERIFY(ok);
+        QCOMPARE(sample.data.size(), expected.size());
+        QVERIFY(sample.data == expected);
+        QCOMPARE(sample.sampleRate, 22050u);
+        QCOMPARE(sample.samples, 2205u);
+    }
+
+    void soxReadsWhatWeWrite_data()
+    {
+        columns<int, int, int>("bits", "channels", "rate");
+        addRow("8 bits, mono", 8, 1, 8000);
+        addRow("8 bits, stereo, odd rate", 8, 2, 11025);
+        addRow("16 bits, mono", 16, 1, 44100);
+        addRow("16 bits, stereo", 16, 2, 192000);
+        addRow("24 bits, stereo", 24, 2, 48000);
+        addRow("32 bits, mono", 32, 1, 96000);
+    }
+
+    void soxReadsWhatWeWrite()
+    {
+        auto [bits, channels, rate] = row<int, int, int>();
+        SoundSample sample;
+        sample.bits = static_cast<unsigned short>(bits);
+        sample.channels = static_cast<unsigned short>(channels);
+        sample.sampleRate = static_cast<unsigned int>(rate);
+        sample.samples = 777;
+        std::mt19937 random(5);
+        sample.data.resize(777 * sample.frameSize());
+        for (char &byte : sample.data)
+            byte = static_cast<char>(random());
+
+        const QString name = file(QString("ours.wav"));
+        QFile wav(name);
+        QVERIFY(wav.open(QIODevice::WriteOnly));
+        QVERIFY(saveSound(&wav, "wav", sample));
+        wav.close();
+
+        const struct {
+            const char *option;
+            int value;
+        } facts[] = {{"-c", channels}, {"-r", rate}, {"-b", bits}, {"-s", 777}};
+        bool ok = false;
+        for (const auto &fact : facts) {
+            const QByteArray answer =
+                runSox(QString("soxi"), {QString::fromLatin1(fact.option), name}, &ok);
+            QVERIFY(ok);
+            QCOMPARE(answer.trimmed().toInt(), fact.value);
+        }
+        const QStringList raw{name, QString("-t"), QString("raw"), QString("-L"), QString("-")};
+        QVERIFY(runSox(QString("sox"), raw, &ok) == sample.data);
+        QVERIFY(ok);
+
+        QFile again(name);
+        const SoundSample read = soundFromWAV(&again);
+        QVERIFY(read.data == sample.data);
+        QCOMPARE(fieldsOf(read), fieldsOf(sample));
+    }
+
+    void headerByteForByte()
+    {
+        SoundSample sample;
+        sample.channels = 2;
+        sample.bits = 16;
+        sample.sampleRate = 0x0000AC44;
+        sample.data = "abcdefgh";
+        QBuffer buffer;
+        QVERIFY(soundToWAV(sample, &buffer));
+        QCOMPARE(
+            buffer.data().toHex(' '),
+            QByteArray("52 49 46 46 2c 00 00 00 57 41 56 45 66 6d 74 20 10 00 00 00 01 00 02 00 "
+                       "44 ac 00 00 10 b1 02 00 04 00 10 00 64 61 74 61 08 00 00 00 "
+                       "61 62 63 64 65 66 67 68"));
+    }
+
+    void layouts_data()
+    {
+        columns<QByteArray, QByteArray>("bytes", "data");
+        const QByteArray samples = "0123456789";
+        Wav wav;
+        addRow("plain", wav.bytes(), samples);
+        wav.riff = "XXXX";
+        addRow("the first four bytes do not matter", wav.bytes(), samples);
+        wav = Wav();
+        wav.formatRest = QByteArray(24, '\x07');
+        addRow("a format chunk of 40 bytes", wav.bytes(), samples);
+        wav = Wav();
+        wav.between = chunk("LIST", "INFOICMT" + little(4, 4) + "none");
+        addRow("a list between", wav.bytes(), samples);
+        wav.between = chunk("LIST", "INFO data" + little(3, 4) + "abc");
+        addRow("the word data in the list misleads", wav.bytes(), QByteArray("abc"));
+        wav = Wav();
+        wav.dataHead = "DATA" + little(4, 4);
+        addRow("no data chunk: right behind the format", wav.bytes(), QByteArray("0123"));
+        wav = Wav();
+        addRow("size 0 means to the end", wav.bytes().replace(4, 4, little(0, 4)), samples);
+        addRow("size of 4 GiB means to the end", wav.bytes().replace(4, 4, little(0xFFFFFFFF, 4)),
+               samples);
+        addRow("bytes behind the file", wav.bytes() + "more", samples);
+        addRow("a size that ends four bytes early zeroes as many at the start",
+               wav.bytes().replace(4, 4, little(42, 4)),
+               QByteArray("\0\0\0\0"
+                          "45\0\0\0\0",
+                          10));
+
+        const QByteArray none;
+        wav.wave = "AVI ";
+        addRow("no WAVE", wav.bytes(), none);
+        wav = Wav();
+        wav.formatId = "LIST";
+        addRow("format is not first", wav.bytes(), none);
+        wav = Wav();
+        wav.format = 3;
+        addRow("floats", wav.bytes(), none);
+        wav.format = 0xFFFE;
+        wav.formatRest = little(22, 2) + QByteArray(22, '\x01');
+        addRow("a format told by the other 24 of 40 bytes", wav.bytes(), none);
+        wav = Wav();
+        wav.channels = 0;
+        addRow("no channels", wav.bytes(), none);
+        wav = Wav();
+        wav.bits = 3;
+        addRow("3 bits", wav.bytes(), none);
+        wav.bits = 0xFFFF;
+        wav.channels = 0xFFFF;
+        addRow("a frame larger than the file", wav.bytes(), samples);
+        wav = Wav();
+        wav.data = QByteArray();
+        addRow("no samples", wav.bytes(), none);
+        wav = Wav();
+        addRow("a size that ends in the format", wav.bytes().replace(4, 4, little(20, 4)), none);
+        for (const quint32 size : {0u, 0xFFFFFFFFu}) {
+            wav.dataHead = "data" + little(size, 4);
+            QTest::addRow("samples of %u bytes, left open by a streaming writer", size)
+                << wav.bytes() << none;
+        }
+        addRow("nothing", none, none);
+    }
+
+    void layouts()
+    {
+        auto [bytes, data] = row<QByteArray, QByteArray>();
+        QBuffer buffer(&bytes);
+        QVERIFY(buffer.open(QIODevice::ReadOnly));
+        SoundSample sample;
+        QCOMPARE(loadSound(&buffer, "wav", sample), !data.isEmpty());
+        QCOMPARE(sample.data, data);
+        if (sample.frameSize() > 0)
+            QCOMPARE(sample.samples, static_cast<unsigned int>(data.size() / sample.frameSize()));
+    }
+
+    void infoWithoutChecks()
+    {
+        Wav wav;
+        wav.wave = "AVI ";
+        wav.formatId = "LIST";
+        wav.between = chunk("LIST", "something");
+        QCOMPARE(fieldsOf(readInfo(wav.bytes())), QList<quint32>({1, 8, 8000, 10}));
+        QVERIFY(isEmptySample(readWav(wav.bytes())));
+
+        wav = Wav();
+        wav.byteRate = 0;
+        QCOMPARE(fieldsOf(readInfo(wav.bytes())), QList<quint32>({1, 8, 8000, 0}));
+        QCOMPARE(fieldsOf(readWav(wav.bytes())), QList<quint32>({1, 8, 8000, 0}));
+        wav.format = 0xFFFE;
+        QCOMPARE(fieldsOf(readInfo(wav.bytes())), QList<quint32>({0, 0, 0, 0}));
+        wav = Wav();
+        wav.channels = 0;
+        QCOMPARE(fieldsOf(readInfo(wav.bytes())), QList<quint32>({0, 8, 8000, 0}));
+        wav.bits = 3;
+        QCOMPARE(fieldsOf(readInfo(wav.bytes())), QList<quint32>({0, 3, 8000, 0}));
+        QCOMPARE(fieldsOf(readInfo("RIFF")), QList<quint32>({0, 0, 0, 0}));
+    }
+
+    // As many bytes as are missing become zero at the start; behind the bytes that were read it is
+    // zero too.
+    void cutOffAtEveryLength()
+    {
+        const QByteArray whole = Wav().bytes();
+        QCOMPARE(whole.size(), 54);
+        for (int length = 0; length <= whole.size(); ++length) {
+            const SoundSample sample = readWav(whole.left(length));
+            const int missing = whole.size() - length;
+            if (length < 36) {
+                QVERIFY2(sample.data.isEmpty(), qPrintable(QString::number(length)));
+            } else if (missing <= 10) {
+                QByteArray expected = QByteArray("0123456789").left(10 - missing);
+                expected.append(missing, '\0');
+                expected.replace(0, missing, QByteArray(missing, '\0'));
+                QCOMPARE(sample.data, expected);
+                QCOMPARE(sample.samples, 10u);
+            }
+        }
+    }
+
+    void announcesMoreThanThereIs()
+    {
+        Wav wav;
+        for (const quint32 size : {0x10001u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
+            wav.dataHead = "data" + little(size, 4);
+            QVERIFY(isEmptySample(readWav(wav.bytes())));
+            QCOMPARE(readInfo(wav.bytes()).samples, size);
+        }
+        wav.data = QByteArray(100000, 'x');
+        wav.dataHead = "data" + little(150000, 4);
+        const SoundSample sample = readWav(wav.bytes());
+        QCOMPARE(sample.data,
+                 QByteArray(50000, '\0') + QByteArray(50000, 'x') + QByteArray(50000, '\0'));
+    }
+
+    void randomBytes()
+    {
+        std::mt19937 random(11);
+        const QByteArray good = Wav().bytes();
+        for (int round = 0; round < 20000; ++round) {
+            QByteArray bytes = good.left(static_cast<int>(random() % 60));
+            for (unsigned int i = random() % 5; i > 0 && !bytes.isEmpty(); --i)
+                bytes[static_cast<int>(random() % bytes.size())] = static_cast<char>(random());
+            const SoundSample sample = readWav(bytes);
+            QVERIFY(sample.data.size() <= 0x10000);
+            const SampleInfo info = readInfo(bytes);
+            if (!sample.data.isEmpty())
+                QCOMPARE(info.channels, sample.channels);
+        }
+    }
+
+    void devices()
+    {
+        ClosedDevice closed;
+        SoundSample sample;
+        QVERIFY(isEmptySample(soundFromWAV(&closed)));
+        QCOMPARE(fieldsOf(soundInfoFromWAV(&closed)), QList<quint32>({0, 1, 0, 0}));
+        QVERIFY(!soundToWAV(sample, &closed));
+        QVERIFY(!loadSound(nullptr, "wav", sample));
+        QVERIFY(!saveSound(nullptr, "wav", sample));
+
+        QByteArray bytes = Wav().bytes();
+        QBuffer buffer(&bytes);
+        QVERIFY(!loadSound(&buffer, "wav", sample)); // not open
+        QVERIFY(buffer.open(QIODevice::ReadOnly));
+        QVERIFY(!loadSound(&buffer, "WAV", sample));
+        QVERIFY(!saveSound(&buffer, "wav", sample));
+        QVERIFY(loadSound(&buffer, "wav", sample));
+        QVERIFY(buffer.isOpen());
+
+        QFile full(QString("/dev/full"));
+        QVERIFY(full.open(QIODevice::WriteOnly));
+        QVERIFY(!saveSound(&full, "wav", sample));
+    }
+
+    void sequentialDevices()
+    {
+        SoundSample sample;
+        sample.channels = 1;
+        sample.bits = 8;
+        sample.sampleRate = 8000;
+        sample.data = QByteArray(100000, 'x');
+        QBuffer wav;
+        QVERIFY(soundToWAV(sample, &wav));
+        for (const int piece : {1, 7, 30000}) {
+            Pipe pipe(wav.data(), piece);
+            SoundSample read;
+            QVERIFY(loadSound(&pipe, "wav", read));
+            QCOMPARE(read.data, sample.data);
+            Pipe again(wav.data(), piece);
+            QCOMPARE(soundInfoFromWAV(&again).samples, 100000u);
+        }
+    }
+
+    // Each begins at the same place with an empty sample. What one gave counts, even if it says
+    // that it failed, until another one gives something.
+    void readersFromOutside()
+    {
+        const struct {
+            QList<SoundReader *> readers;
+            QByteArray data;
+        } cases[] = {
+            {{new ToneReader("", false), new ToneReader("works", true), new ToneReader("no", true)},
+             "works"},
+            {{new ToneReader("half", false), new ToneReader("", false)}, "half"},
+            {{new ToneReader("half", false), new ToneReader("", true)}, "half"},
+            {{new ToneReader("half", false), new ToneReader("more", false)}, "more"},
+            {{new ToneReader("", false)}, ""},
+            {{}, ""}};
+        for (const auto &c : cases) {
+            const ExtensionManager manager(QString("/nonexistent"));
+            for (SoundReader *reader : c.readers)
+                ExtensionManager::add(reader);
+            QByteArray bytes("leadTONE");
+            QBuffer buffer(&bytes);
+            QVERIFY(buffer.open(QIODevice::ReadOnly) && buffer.seek(4));
+            Pipe pipe("TONE", 1);
+            for (QIODevice *device :
+                 {static_cast<QIODevice *>(&buffer), static_cast<QIODevice *>(&pipe)}) {
+                SoundSample sample;
+                QCOMPARE(loadSound(device, "tone", sample), !c.data.isEmpty());
+                QCOMPARE(sample.data, c.data);
+            }
+        }
+    }
 
 private:
     QString file(const QString &name) const { return m_directory.filePath(name); }
 
     QTemporaryDir m_directory;
 };
-
-void TestWav::initTestCase()
-{
-    QVERIFY(m_directory.isValid());
-    QVERIFY2(!QStandardPaths::findExecutable(QStringLiteral("sox")).isEmpty(),
-             "sox is needed; ./kiln test installs it");
-}
-
-void TestWav::readsWhatSoxWrites_data()
-{
-    columns<QStringList, QStringList, bool>("options", "raw", "readable");
-    const QStringList comment{QStringLiteral("--add-comment"), QStringLiteral("made by a tool")};
-    const QString type = QStringLiteral("-t wavpcm");
-    for (const int bits : {8, 16, 24, 32}) {
-        for (const int channels : {1, 2}) {
-            const QString format = QStringLiteral("-b %1 -c %2 -r 22050").arg(bits).arg(channels);
-            QStringList options = (type + QLatin1Char(' ') + format).split(QLatin1Char(' '));
-            const QStringList raw{QStringLiteral("-t"), QStringLiteral("raw"), QStringLiteral("-e"),
-                                  QLatin1String(bits == 8 ? "unsigned" : "signed"),
-                                  QStringLiteral("-L")};
-            QTest::addRow("%d bits, %d channels", bits, channels) << options << raw << true;
-            QTest::addRow("%d bits, %d channels, with a comment", bits, channels)
-                << comment + options << raw << true;
-        }
-    }
-    const QStringList floats =
-        QStringLiteral("-t wav -e floating-point -b 32").split(QLatin1Char(' '));
-    QTest::newRow("floats are not read") << floats << QStringList() << false;
-    const QStringList law = QStringLiteral("-t wav -e a-law").split(QLatin1Char(' '));
-    QTest::newRow("a-law is not read") << law << QStringList() << false;
-}
-
-void TestWav::readsWhatSoxWrites()
-{
-    auto [options, raw, readable] = row<QStringList, QStringList, bool>();
-    const QString sox = QStringLiteral("sox");
-    const QString name = file(QStringLiteral("tool.wav"));
-    bool ok = false;
-    runSox(sox,
-           QStringList{QStringLiteral("-D"), QStringLiteral("-n")} + options + QStringList{name} +
-               QStringLiteral("synth 0.1 sine 440 gain -3").split(QLatin1Char(' ')),
-           &ok);
-    QVERIFY(ok);
-    QFile wav(name);
-    QVERIFY(wav.open(QIODevice::ReadOnly));
-    SoundSample sample;
-    QCOMPARE(loadSound(&wav, "wav", sample), readable);
-    QFile again(name);
-    const SampleInfo info = soundInfoFromWAV(&again);
-    QCOMPARE(fieldsOf(info), fieldsOf(sample));
-    if (!readable) {
-        QVERIFY(isEmptySample(sample));
-        return;
-    }
-    const QByteArray expected = runSox(
-        sox, QStringList{QStringLiteral("-D"), name} + raw + QStringList{QStringLiteral("-")}, &ok);
-    QVERIFY(ok);
-    QCOMPARE(sample.data.size(), expected.size());
-    QVERIFY(sample.data == expected);
-    QCOMPARE(sample.sampleRate, 22050u);
-    QCOMPARE(sample.samples, 2205u);
-}
-
-void TestWav::soxReadsWhatWeWrite_data()
-{
-    columns<int, int, int>("bits", "channels", "rate");
-    QTest::newRow("8 bits, mono") << 8 << 1 << 8000;
-    QTest::newRow("8 bits, stereo, odd rate") << 8 << 2 << 11025;
-    QTest::newRow("16 bits, mono") << 16 << 1 << 44100;
-    QTest::newRow("16 bits, stereo") << 16 << 2 << 192000;
-    QTest::newRow("24 bits, stereo") << 24 << 2 << 48000;
-    QTest::newRow("32 bits, mono") << 32 << 1 << 96000;
-}
-
-void TestWav::soxReadsWhatWeWrite()
-{
-    auto [bits, channels, rate] = row<int, int, int>();
-    SoundSample sample;
-    sample.bits = static_cast<unsigned short>(bits);
-    sample.channels = static_cast<unsigned short>(channels);
-    sample.sampleRate = static_cast<unsigned int>(rate);
-    sample.samples = 777;
-    std::mt19937 random(5);
-    sample.data.resize(777 * sample.frameSize());
-    for (char &byte : sample.data)
-        byte = static_cast<char>(random());
-
-    const QString name = file(QStringLiteral("ours.wav"));
-    QFile wav(name);
-    QVERIFY(wav.open(QIODevice::WriteOnly));
-    QVERIFY(saveSound(&wav, "wav", sample));
-    wav.close();
-
-    const struct {
-        const char *option;
-        int value;
-    } facts[] = {{"-c", channels}, {"-r", rate}, {"-b", bits}, {"-s", 777}};
-    bool ok = false;
-    for (const auto &fact : facts) {
-        const QByteArray answer =
-            runSox(QStringLiteral("soxi"), {QString::fromLatin1(fact.option), name}, &ok);
-        QVERIFY(ok);
-        QCOMPARE(answer.trimmed().toInt(), fact.value);
-    }
-    const QStringList raw{name, QStringLiteral("-t"), QStringLiteral("raw"), QStringLiteral("-L"),
-                          QStringLiteral("-")};
-    QVERIFY(runSox(QStringLiteral("sox"), raw, &ok) == sample.data);
-    QVERIFY(ok);
-
-    QFile again(name);
-    const SoundSample read = soundFromWAV(&again);
-    QVERIFY(read.data == sample.data);
-    QCOMPARE(fieldsOf(read), fieldsOf(sample));
-}
-
-void TestWav::headerByteForByte()
-{
-    SoundSample sample;
-    sample.channels = 2;
-    sample.bits = 16;
-    sample.sampleRate = 0x0000AC44;
-    sample.data = "abcdefgh";
-    QBuffer buffer;
-    QVERIFY(soundToWAV(sample, &buffer));
-    QCOMPARE(buffer.data().toHex(' '),
-             QByteArray("52 49 46 46 2c 00 00 00 57 41 56 45 66 6d 74 20 10 00 00 00 01 00 02 00 "
-                        "44 ac 00 00 10 b1 02 00 04 00 10 00 64 61 74 61 08 00 00 00 "
-                        "61 62 63 64 65 66 67 68"));
-}
-
-void TestWav::layouts_data()
-{
-    columns<QByteArray, QByteArray>("bytes", "data");
-    const QByteArray samples = "0123456789";
-    Wav wav;
-    QTest::newRow("plain") << wav.bytes() << samples;
-    wav.riff = "XXXX";
-    QTest::newRow("the first four bytes do not matter") << wav.bytes() << samples;
-    wav = Wav();
-    wav.formatRest = QByteArray(24, '\x07');
-    QTest::newRow("a format chunk of 40 bytes") << wav.bytes() << samples;
-    wav = Wav();
-    wav.between = chunk("LIST", "INFOICMT" + little(4, 4) + "none");
-    QTest::newRow("a list between") << wav.bytes() << samples;
-    wav.between = chunk("LIST", "INFO data" + little(3, 4) + "abc");
-    QTest::newRow("the word data in the list misleads") << wav.bytes() << QByteArray("abc");
-    wav = Wav();
-    wav.dataHead = "DATA" + little(4, 4);
-    QTest::newRow("no data chunk: right behind the format") << wav.bytes() << QByteArray("0123");
-    wav = Wav();
-    QTest::newRow("size 0 means to the end") << wav.bytes().replace(4, 4, little(0, 4)) << samples;
-    QTest::newRow("size of 4 GiB means to the end")
-        << wav.bytes().replace(4, 4, little(0xFFFFFFFF, 4)) << samples;
-    QTest::newRow("bytes behind the file") << wav.bytes() + "more" << samples;
-    QTest::newRow("a size that ends four bytes early zeroes as many at the start")
-        << wav.bytes().replace(4, 4, little(42, 4))
-        << QByteArray("\0\0\0\0"
-                      "45\0\0\0\0",
-                      10);
-
-    const QByteArray none;
-    wav.wave = "AVI ";
-    QTest::newRow("no WAVE") << wav.bytes() << none;
-    wav = Wav();
-    wav.formatId = "LIST";
-    QTest::newRow("format is not first") << wav.bytes() << none;
-    wav = Wav();
-    wav.format = 3;
-    QTest::newRow("floats") << wav.bytes() << none;
-    wav.format = 0xFFFE;
-    wav.formatRest = little(22, 2) + QByteArray(22, '\x01');
-    QTest::newRow("a format told by the other 24 of 40 bytes") << wav.bytes() << none;
-    wav = Wav();
-    wav.channels = 0;
-    QTest::newRow("no channels") << wav.bytes() << none;
-    wav = Wav();
-    wav.bits = 3;
-    QTest::newRow("3 bits") << wav.bytes() << none;
-    wav.bits = 0xFFFF;
-    wav.channels = 0xFFFF;
-    QTest::newRow("a frame larger than the file") << wav.bytes() << samples;
-    wav = Wav();
-    wav.data = QByteArray();
-    QTest::newRow("no samples") << wav.bytes() << none;
-    wav = Wav();
-    QTest::newRow("a size that ends in the format")
-        << wav.bytes().replace(4, 4, little(20, 4)) << none;
-    for (const quint32 size : {0u, 0xFFFFFFFFu}) {
-        wav.dataHead = "data" + little(size, 4);
-        QTest::addRow("samples of %u bytes, left open by a streaming writer", size)
-            << wav.bytes() << none;
-    }
-    QTest::newRow("nothing") << none << none;
-}
-
-void TestWav::layouts()
-{
-    auto [bytes, data] = row<QByteArray, QByteArray>();
-    QBuffer buffer(&bytes);
-    QVERIFY(buffer.open(QIODevice::ReadOnly));
-    SoundSample sample;
-    QCOMPARE(loadSound(&buffer, "wav", sample), !data.isEmpty());
-    QCOMPARE(sample.data, data);
-    if (sample.frameSize() > 0)
-        QCOMPARE(sample.samples, static_cast<unsigned int>(data.size() / sample.frameSize()));
-}
-
-void TestWav::infoWithoutChecks()
-{
-    Wav wav;
-    wav.wave = "AVI ";
-    wav.formatId = "LIST";
-    wav.between = chunk("LIST", "something");
-    QCOMPARE(fieldsOf(readInfo(wav.bytes())), QList<quint32>({1, 8, 8000, 10}));
-    QVERIFY(isEmptySample(readWav(wav.bytes())));
-
-    wav = Wav();
-    wav.byteRate = 0;
-    QCOMPARE(fieldsOf(readInfo(wav.bytes())), QList<quint32>({1, 8, 8000, 0}));
-    QCOMPARE(fieldsOf(readWav(wav.bytes())), QList<quint32>({1, 8, 8000, 0}));
-    wav.format = 0xFFFE;
-    QCOMPARE(fieldsOf(readInfo(wav.bytes())), QList<quint32>({0, 0, 0, 0}));
-    wav = Wav();
-    wav.channels = 0;
-    QCOMPARE(fieldsOf(readInfo(wav.bytes())), QList<quint32>({0, 8, 8000, 0}));
-    wav.bits = 3;
-    QCOMPARE(fieldsOf(readInfo(wav.bytes())), QList<quint32>({0, 3, 8000, 0}));
-    QCOMPARE(fieldsOf(readInfo("RIFF")), QList<quint32>({0, 0, 0, 0}));
-}
-
-// As many bytes as are missing become zero at the start; behind the bytes that were read it is zero
-// too.
-void TestWav::cutOffAtEveryLength()
-{
-    const QByteArray whole = Wav().bytes();
-    QCOMPARE(whole.size(), 54);
-    for (int length = 0; length <= whole.size(); ++length) {
-        const SoundSample sample = readWav(whole.left(length));
-        const int missing = whole.size() - length;
-        if (length < 36) {
-            QVERIFY2(sample.data.isEmpty(), qPrintable(QString::number(length)));
-        } else if (missing <= 10) {
-            QByteArray expected = QByteArray("0123456789").left(10 - missing);
-            expected.append(missing, '\0');
-            expected.replace(0, missing, QByteArray(missing, '\0'));
-            QCOMPARE(sample.data, expected);
-            QCOMPARE(sample.samples, 10u);
-        }
-    }
-}
-
-void TestWav::announcesMoreThanThereIs()
-{
-    Wav wav;
-    for (const quint32 size : {0x10001u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
-        wav.dataHead = "data" + little(size, 4);
-        QVERIFY(isEmptySample(readWav(wav.bytes())));
-        QCOMPARE(readInfo(wav.bytes()).samples, size);
-    }
-    wav.data = QByteArray(100000, 'x');
-    wav.dataHead = "data" + little(150000, 4);
-    const SoundSample sample = readWav(wav.bytes());
-    QCOMPARE(sample.data,
-             QByteArray(50000, '\0') + QByteArray(50000, 'x') + QByteArray(50000, '\0'));
-}
-
-void TestWav::randomBytes()
-{
-    std::mt19937 random(11);
-    const QByteArray good = Wav().bytes();
-    for (int round = 0; round < 20000; ++round) {
-        QByteArray bytes = good.left(static_cast<int>(random() % 60));
-        for (unsigned int i = random() % 5; i > 0 && !bytes.isEmpty(); --i)
-            bytes[static_cast<int>(random() % bytes.size())] = static_cast<char>(random());
-        const SoundSample sample = readWav(bytes);
-        QVERIFY(sample.data.size() <= 0x10000);
-        const SampleInfo info = readInfo(bytes);
-        if (!sample.data.isEmpty())
-            QCOMPARE(info.channels, sample.channels);
-    }
-}
-
-void TestWav::devices()
-{
-    ClosedDevice closed;
-    SoundSample sample;
-    QVERIFY(isEmptySample(soundFromWAV(&closed)));
-    QCOMPARE(fieldsOf(soundInfoFromWAV(&closed)), QList<quint32>({0, 1, 0, 0}));
-    QVERIFY(!soundToWAV(sample, &closed));
-    QVERIFY(!loadSound(nullptr, "wav", sample));
-    QVERIFY(!saveSound(nullptr, "wav", sample));
-
-    QByteArray bytes = Wav().bytes();
-    QBuffer buffer(&bytes);
-    QVERIFY(!loadSound(&buffer, "wav", sample)); // not open
-    QVERIFY(buffer.open(QIODevice::ReadOnly));
-    QVERIFY(!loadSound(&buffer, "WAV", sample));
-    QVERIFY(!saveSound(&buffer, "wav", sample));
-    QVERIFY(loadSound(&buffer, "wav", sample));
-    QVERIFY(buffer.isOpen());
-
-    QFile full(QStringLiteral("/dev/full"));
-    QVERIFY(full.open(QIODevice::WriteOnly));
-    QVERIFY(!saveSound(&full, "wav", sample));
-}
-
-void TestWav::sequentialDevices()
-{
-    SoundSample sample;
-    sample.channels = 1;
-    sample.bits = 8;
-    sample.sampleRate = 8000;
-    sample.data = QByteArray(100000, 'x');
-    QBuffer wav;
-    QVERIFY(soundToWAV(sample, &wav));
-    for (const int piece : {1, 7, 30000}) {
-        Pipe pipe(wav.data(), piece);
-        SoundSample read;
-        QVERIFY(loadSound(&pipe, "wav", read));
-        QCOMPARE(read.data, sample.data);
-        Pipe again(wav.data(), piece);
-        QCOMPARE(soundInfoFromWAV(&again).samples, 100000u);
-    }
-}
-
-// Each begins at the same place with an empty sample. What one gave counts, even if it says that it
-// failed, until another one gives something.
-void TestWav::readersFromOutside()
-{
-    const struct {
-        QList<SoundReader *> readers;
-        QByteArray data;
-    } cases[] = {
-        {{new ToneReader("", false), new ToneReader("works", true), new ToneReader("no", true)},
-         "works"},
-        {{new ToneReader("half", false), new ToneReader("", false)}, "half"},
-        {{new ToneReader("half", false), new ToneReader("", true)}, "half"},
-        {{new ToneReader("half", false), new ToneReader("more", false)}, "more"},
-        {{new ToneReader("", false)}, ""},
-        {{}, ""}};
-    for (const auto &c : cases) {
-        const ExtensionManager manager(QStringLiteral("/nonexistent"));
-        for (SoundReader *reader : c.readers)
-            ExtensionManager::add(reader);
-        QByteArray bytes("leadTONE");
-        QBuffer buffer(&bytes);
-        QVERIFY(buffer.open(QIODevice::ReadOnly) && buffer.seek(4));
-        Pipe pipe("TONE", 1);
-        for (QIODevice *device :
-             {static_cast<QIODevice *>(&buffer), static_cast<QIODevice *>(&pipe)}) {
-            SoundSample sample;
-            QCOMPARE(loadSound(device, "tone", sample), !c.data.isEmpty());
-            QCOMPARE(sample.data, c.data);
-        }
-    }
-}
 
 QTEST_GUILESS_MAIN(TestWav)
 

@@ -7,22 +7,10 @@
 #include <kilnx/project/editor.h>
 #include <kilnx/project/engine.h>
 #include <kilnx/project/translator.h>
+#include <tests/support/rows.h>
 
-#include <QAction>
-#include <QCheckBox>
-#include <QComboBox>
-#include <QDockWidget>
-#include <QDoubleSpinBox>
-#include <QLabel>
-#include <QListView>
-#include <QMainWindow>
-#include <QMenu>
-#include <QSlider>
-#include <QSpinBox>
-#include <QStandardItemModel>
-#include <QToolButton>
-#include <QTreeView>
-#include <QtTest>
+#include <QtTest/QtTest>
+#include <QtWidgets/QtWidgets>
 
 using HostKit::ControlFactory;
 
@@ -37,12 +25,12 @@ public:
     QStringList calls;
 
 public slots:
-    void intChanged(int value) { calls << QStringLiteral("int %1").arg(value); }
-    void doubleChanged(double value) { calls << QStringLiteral("double %1").arg(value); }
-    void boolChanged(bool value) { calls << QStringLiteral("bool %1").arg(value); }
-    void textChanged(const QString &value) { calls << QStringLiteral("text %1").arg(value); }
-    void chosen(const QModelIndex &value) { calls << QStringLiteral("index %1").arg(value.row()); }
-    void touched() { calls << QStringLiteral("touched"); }
+    void intChanged(int value) { calls << QString("int %1").arg(value); }
+    void doubleChanged(double value) { calls << QString("double %1").arg(value); }
+    void boolChanged(bool value) { calls << QString("bool %1").arg(value); }
+    void textChanged(const QString &value) { calls << QString("text %1").arg(value); }
+    void chosen(const QModelIndex &value) { calls << QString("index %1").arg(value.row()); }
+    void touched() { calls << QString("touched"); }
 
 signals:
     void setInt(int value);
@@ -106,8 +94,8 @@ public:
     QStringList calls;
 
 public slots:
-    void add() { calls << QStringLiteral("add"); }
-    void play(bool on) { calls << QStringLiteral("play %1").arg(on); }
+    void add() { calls << QString("add"); }
+    void play(bool on) { calls << QString("play %1").arg(on); }
 
 signals:
     void enabled(bool on);
@@ -137,7 +125,7 @@ public:
     }
 
     const char *name() const override { return "side"; }
-    QString displayName() const override { return QStringLiteral("Side"); }
+    QString displayName() const override { return QString("Side"); }
     void retranslate() override {}
     void release() override { delete this; }
 
@@ -150,28 +138,6 @@ public:
 public slots:
     void moveUp() { ++moved; }
     void itemDblClick(const QModelIndex &index) { clicked = index.row(); }
-};
-
-class tst_studio_controls : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void userAndEditorReachEachOther_data();
-    void userAndEditorReachEachOther();
-    void enablerRulesFieldAndCaption();
-    void labelsShowTexts();
-    void combosGiveIndexOrText_data();
-    void combosGiveIndexOrText();
-    void buttonsRunActionsAndMenus();
-    void treesAndListsTellTheirRows();
-    void unknownKindsAndTypesAreRefused();
-    void editorsAppearWithoutHostCode_data();
-    void editorsAppearWithoutHostCode();
-    void sidePanelsGetADock();
-    void controlsBelongToWhoAsksForThem();
-    void enginesThatCannotBeLoadedAreTold_data();
-    void enginesThatCannotBeLoadedAreTold();
 };
 
 namespace
@@ -260,250 +226,6 @@ KindRow spinWithoutArgumentRow()
 
 Q_DECLARE_METATYPE(KindRow)
 
-void tst_studio_controls::userAndEditorReachEachOther_data()
-{
-    QTest::addColumn<KindRow>("row");
-    QTest::addColumn<QString>("call");
-    QTest::addColumn<QVariant>("shown");
-    QTest::newRow("spin") << spinRow() << "int -7" << QVariant(2147483647);
-    QTest::newRow("spin, slot without argument")
-        << spinWithoutArgumentRow() << "touched" << QVariant(2147483647);
-    QTest::newRow("float") << floatRow() << "double 2.5" << QVariant(-0.125);
-    QTest::newRow("check box") << checkRow() << "bool 1" << QVariant(true);
-    QTest::newRow("position") << positionRow() << "int 99" << QVariant(12);
-}
-
-void tst_studio_controls::userAndEditorReachEachOther()
-{
-    QFETCH(KindRow, row);
-    QFETCH(QString, call);
-    QFETCH(QVariant, shown);
-    QWidget window;
-    Receiver receiver;
-    const std::unique_ptr<Kiln::WidgetControl> control = row.make();
-    control->receiver = &receiver;
-    const ControlFactory::Built built = ControlFactory::build("tst_key", *control, &window);
-    QVERIFY(built.field);
-    QCOMPARE(built.field->objectName(), QStringLiteral("tst_key"));
-
-    row.use(built.field);
-    QVERIFY2(receiver.calls.contains(call), qPrintable(receiver.calls.join(", ")));
-    receiver.calls.clear();
-    row.set(&receiver);
-    QCOMPARE(row.shown(built.field), shown);
-    QVERIFY2(receiver.calls.isEmpty(), "what the editor sets must not come back to it");
-}
-
-void tst_studio_controls::enablerRulesFieldAndCaption()
-{
-    QWidget window;
-    Receiver receiver;
-    Kiln::SpinEditControl control;
-    control.receiver = &receiver;
-    control.enabler = "2enabled(bool)";
-    control.translator = Kiln::KilnTranslator::instance();
-    control.textId = 79;
-    control.minimum = -5;
-    control.maximum = 5;
-    const ControlFactory::Built built = ControlFactory::build("anim_x", control, &window);
-    auto *caption = built.row->findChild<QLabel *>("anim_x_caption");
-    QCOMPARE(caption->text(), QStringLiteral("X axis:"));
-    QCOMPARE(caption->buddy(), built.field);
-    QCOMPARE(built.field->accessibleName(), QStringLiteral("X axis"));
-    auto *spin = qobject_cast<QSpinBox *>(built.field);
-    QCOMPARE(qMakePair(spin->minimum(), spin->maximum()), qMakePair(-5, 5));
-
-    QVERIFY(!built.field->isEnabled() && !caption->isEnabled());
-    emit receiver.enabled(true);
-    QVERIFY(built.field->isEnabled() && caption->isEnabled());
-    emit receiver.enabled(false);
-    QVERIFY(!built.field->isEnabled() && !caption->isEnabled());
-
-    control.enabler = nullptr;
-    QVERIFY(ControlFactory::build("anim_y", control, &window).field->isEnabled());
-}
-
-void tst_studio_controls::labelsShowTexts()
-{
-    QWidget window;
-    Receiver receiver;
-    Kiln::WidgetControl changing(Kiln::Control::Label);
-    changing.receiver = &receiver;
-    changing.setter = "2setText(QString)";
-    auto *label = qobject_cast<QLabel *>(ControlFactory::build("snd_pos", changing, &window).field);
-    emit receiver.setText("3 / 12");
-    QCOMPARE(label->text(), QStringLiteral("3 / 12"));
-
-    Kiln::trWidgetControl fixed(Kiln::Control::Label);
-    fixed.translator = Kiln::KilnTranslator::instance();
-    fixed.textId = 78;
-    auto *caption = qobject_cast<QLabel *>(ControlFactory::build("a_b", fixed, &window).field);
-    QCOMPARE(caption->text(), QStringLiteral("Frames:"));
-    caption->clear();
-    QEvent languageChange(QEvent::LanguageChange);
-    QCoreApplication::sendEvent(caption, &languageChange);
-    QCOMPARE(caption->text(), QStringLiteral("Frames:"));
-}
-
-void tst_studio_controls::combosGiveIndexOrText_data()
-{
-    QTest::addColumn<QByteArray>("slot");
-    QTest::addColumn<QString>("call");
-    QTest::newRow("index") << QByteArray("1intChanged(int)") << "int 1";
-    QTest::newRow("text") << QByteArray("1textChanged(QString)") << "text both";
-}
-
-void tst_studio_controls::combosGiveIndexOrText()
-{
-    QFETCH(QByteArray, slot);
-    QFETCH(QString, call);
-    QWidget window;
-    Receiver receiver;
-    Kiln::ComboBoxControl control;
-    control.receiver = &receiver;
-    control.slot = slot.constData();
-    control.setter = "2setInt(int)";
-    auto *combo =
-        qobject_cast<QComboBox *>(ControlFactory::build("a_flip", control, &window).field);
-    combo->addItems({"none", "both", "third"});
-    QTest::keyClick(combo, Qt::Key_Down);
-    QCOMPARE(receiver.calls, QStringList(call));
-    emit receiver.setInt(2);
-    QCOMPARE(combo->currentIndex(), 2);
-    QCOMPARE(receiver.calls.size(), 1);
-}
-
-void tst_studio_controls::buttonsRunActionsAndMenus()
-{
-    QWidget window;
-    QAction action("Add");
-    QMenu menu;
-    QSignalSpy triggered(&action, &QAction::triggered);
-    auto *plain = qobject_cast<QToolButton *>(
-        ControlFactory::build("a_add", Kiln::ToolButtonControl(&action), &window).field);
-    plain->click();
-    QCOMPARE(triggered.count(), 1);
-    QVERIFY(!plain->menu());
-    QVERIFY2(plain->focusPolicy() & Qt::TabFocus, "a button must be reached by the keyboard");
-    auto *withMenu = qobject_cast<QToolButton *>(
-        ControlFactory::build("a_more", Kiln::MenuToolButtonControl(&action, &menu), &window)
-            .field);
-    QCOMPARE(withMenu->menu(), &menu);
-    withMenu->click();
-    QCOMPARE(triggered.count(), 2);
-}
-
-void tst_studio_controls::treesAndListsTellTheirRows()
-{
-    QWidget window;
-    Receiver receiver;
-    Kiln::TreeViewControl control;
-    control.receiver = &receiver;
-    control.slot = "1chosen(QModelIndex)";
-    control.setter = "2setIndex(QModelIndex)";
-    auto *tree = qobject_cast<QTreeView *>(ControlFactory::build("a_tree", control, &window).field);
-    QStandardItemModel model(3, 1);
-    tree->setModel(&model);
-    tree->setCurrentIndex(model.index(1, 0));
-    QTest::keyClick(tree, Qt::Key_Return);
-    QCOMPARE(receiver.calls, QStringList("index 1"));
-    emit receiver.setIndex(model.index(2, 0));
-    QCOMPARE(tree->currentIndex().row(), 2);
-}
-
-void tst_studio_controls::unknownKindsAndTypesAreRefused()
-{
-    QWidget window;
-    Receiver receiver;
-    QVERIFY(!ControlFactory::build("a_b", Kiln::WidgetControl(77), &window).field);
-    QVERIFY(!ControlFactory::build("a_b", Kiln::Control(3), &window).field);
-    Kiln::SpinEditControl control;
-    control.receiver = &receiver;
-    control.setter = "2setRect(QRect)";
-    QTest::ignoreMessage(QtWarningMsg,
-                         "Control with the signature 2setRect(QRect): no widget gives or takes "
-                         "this type");
-    QVERIFY(ControlFactory::build("a_b", control, &window).field);
-}
-
-void tst_studio_controls::editorsAppearWithoutHostCode_data()
-{
-    QTest::addColumn<unsigned int>("areas");
-    QTest::addColumn<bool>("fields");
-    QTest::addColumn<bool>("lists");
-    QTest::newRow("all areas") << 7U << true << true;
-    QTest::newRow("without controls") << 6U << false << true;
-    QTest::newRow("without lists") << 3U << true << false;
-}
-
-void tst_studio_controls::editorsAppearWithoutHostCode()
-{
-    QFETCH(unsigned int, areas);
-    QFETCH(bool, fields);
-    QFETCH(bool, lists);
-    QMainWindow window;
-    HostKit::HostBase host(&window, {});
-    auto *editor = host.deck().make<SoundsLikeEditor>(areas);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    QVERIFY(!editor->field->isVisible() && !editor->tree->isVisible());
-    QCOMPARE(host.control("snd_spin"), editor->field);
-    QCOMPARE(host.actionByKey("snd_add"), editor->addAction);
-
-    editor->action()->trigger();
-    QVERIFY(editor->isActive() && editor->view()->isVisible());
-    QCOMPARE(editor->field->isVisible(), fields);
-    QCOMPARE(editor->button->isVisible(), fields);
-    QCOMPARE(editor->tree->isVisible(), lists);
-    QVERIFY(!editor->addAction->isEnabled());
-    emit editor->enabled(true);
-    editor->addAction->trigger();
-    editor->playAction->trigger();
-    emit editor->playing(false);
-    QVERIFY(!editor->playAction->isChecked());
-    QCOMPARE(editor->calls, (QStringList{"add", "play 1"}));
-    QCOMPARE(editor->addAction->toolTip(), QStringLiteral("Add one or more sounds"));
-    QVERIFY(!editor->addAction->icon().isNull());
-    QVERIFY(host.menu("sounds")->actions().contains(editor->playAction));
-
-    host.deck().switchTo(nullptr);
-    QVERIFY(!editor->isActive() && !editor->field->isVisible() && !editor->tree->isVisible());
-}
-
-void tst_studio_controls::sidePanelsGetADock()
-{
-    QMainWindow window;
-    HostKit::HostBase host(&window, {});
-    host.makeCodeEditors();
-    auto *panel = host.deck().make<OrganizerLikePanel>();
-    window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    QCOMPARE(QString(host.extraEditor(0)->name()), QStringLiteral("organizer"));
-    QCOMPARE(host.extraEditor(1), panel);
-    QVERIFY(!panel->list->isVisible());
-
-    host.setExtraEditor(panel);
-    QCOMPARE(host.currentExtraEditor(), panel);
-    QVERIFY(panel->list->isVisible() && panel->button->isVisible());
-    auto *list = qobject_cast<QListView *>(panel->list);
-    QVERIFY2(list, "a panel reorders a list, not a tree");
-    QStandardItemModel model(4, 1);
-    list->setModel(&model);
-    for (const int row : {0, 2}) {
-        QTest::mouseClick(list->viewport(), Qt::LeftButton, Qt::ControlModifier,
-                          list->visualRect(model.index(row, 0)).center());
-    }
-    QCOMPARE(list->selectionModel()->selectedRows().size(), 2);
-    list->setCurrentIndex(model.index(2, 0));
-    QTest::keyClick(list, Qt::Key_Return);
-    QCOMPARE(panel->clicked, 2);
-    qobject_cast<QToolButton *>(panel->button)->click();
-    QCOMPARE(panel->moved, 1);
-
-    host.setExtraEditor(nullptr);
-    QVERIFY(!panel->list->isVisible());
-}
-
 namespace
 {
 
@@ -534,59 +256,297 @@ public:
 
 } // namespace
 
-void tst_studio_controls::controlsBelongToWhoAsksForThem()
+class tst_studio_controls : public QObject
 {
-    QMainWindow window;
-    HostKit::HostBase host(&window, {});
-    auto *lender = host.deck().make<LendingEditor>();
-    auto *borrower = host.deck().make<BorrowingEditor>();
-    window.show();
-    host.deck().switchTo(lender);
-    QVERIFY(borrower->borrowed->isVisible() && lender->field->isVisible());
-    QVERIFY(!borrower->label->isVisible() && !borrower->field->isVisible());
-    host.deck().switchTo(borrower);
-    QVERIFY(borrower->borrowed->isVisible() && borrower->label->isVisible());
-    QVERIFY2(!lender->field->isVisible() && borrower->field->isVisible(),
-             "two parts may use the same keys");
-    QCOMPARE(host.control("snd_spin"), borrower->field);
+    Q_OBJECT
 
-    Kiln::SpinEditControl late;
-    late.receiver = lender;
-    QWidget *field = host.addControl("late_spin", late);
-    QVERIFY(!field->isVisible());
-    host.deck().switchTo(lender);
-    QVERIFY(field->isVisible());
-}
+private slots:
+    void userAndEditorReachEachOther_data()
+    {
+        columns<KindRow, QString, QVariant>("row", "call", "shown");
+        addRow("spin", spinRow(), "int -7", QVariant(2147483647));
+        addRow("spin, slot without argument", spinWithoutArgumentRow(), "touched",
+               QVariant(2147483647));
+        addRow("float", floatRow(), "double 2.5", QVariant(-0.125));
+        addRow("check box", checkRow(), "bool 1", QVariant(true));
+        addRow("position", positionRow(), "int 99", QVariant(12));
+    }
 
-void tst_studio_controls::enginesThatCannotBeLoadedAreTold_data()
-{
-    QTest::addColumn<QString>("library");
-    QTest::addColumn<QString>("told");
-    QTest::newRow("no file") << "/no/such/library.so"
-                             << "cannot be loaded";
-    QTest::newRow("no library") << QStringLiteral(KILN_SOURCE_DIR "/CMakeLists.txt")
-                                << "cannot be loaded";
-    QTest::newRow("no engine") << QStringLiteral(NO_ENGINE) << "holds no engine";
-    QTest::newRow("another version") << QStringLiteral(OLDER_ENGINE) << "was built for kilnx 0.0.1";
-    QTest::newRow("throws") << QStringLiteral(THROWING_ENGINE) << "out of coal";
-    QTest::newRow("an engine") << QStringLiteral(ENGINE) << QString();
-}
+    void userAndEditorReachEachOther()
+    {
+        auto [kind, call, shown] = row<KindRow, QString, QVariant>();
+        QWidget window;
+        Receiver receiver;
+        const std::unique_ptr<Kiln::WidgetControl> control = kind.make();
+        control->receiver = &receiver;
+        const ControlFactory::Built built = ControlFactory::build("tst_key", *control, &window);
+        QVERIFY(built.field);
+        QCOMPARE(built.field->objectName(), QString("tst_key"));
 
-void tst_studio_controls::enginesThatCannotBeLoadedAreTold()
-{
-    QFETCH(QString, library);
-    QFETCH(QString, told);
-    QMainWindow window;
-    HostKit::HostBase host(&window, {});
-    QString fault;
-    QCOMPARE(host.engines().load(library, &fault), told.isEmpty());
-    QVERIFY2(fault.contains(told) && fault.contains(told.isEmpty() ? fault : library),
-             qPrintable(fault));
-    QVERIFY2(host.engines().load(QStringLiteral(ENGINE), &fault), "the host goes on");
-    QVERIFY(host.engines().load(QStringLiteral(ENGINE), &fault));
-    QCOMPARE(host.engines().plugins().size(), 1);
-    QCOMPARE(host.engine()->displayName(), QStringLiteral("Spark"));
-}
+        kind.use(built.field);
+        QVERIFY2(receiver.calls.contains(call), qPrintable(receiver.calls.join(", ")));
+        receiver.calls.clear();
+        kind.set(&receiver);
+        QCOMPARE(kind.shown(built.field), shown);
+        QVERIFY2(receiver.calls.isEmpty(), "what the editor sets must not come back to it");
+    }
+
+    void enablerRulesFieldAndCaption()
+    {
+        QWidget window;
+        Receiver receiver;
+        Kiln::SpinEditControl control;
+        control.receiver = &receiver;
+        control.enabler = "2enabled(bool)";
+        control.translator = Kiln::KilnTranslator::instance();
+        control.textId = 79;
+        control.minimum = -5;
+        control.maximum = 5;
+        const ControlFactory::Built built = ControlFactory::build("anim_x", control, &window);
+        auto *caption = built.row->findChild<QLabel *>("anim_x_caption");
+        QCOMPARE(caption->text(), QString("X axis:"));
+        QCOMPARE(caption->buddy(), built.field);
+        QCOMPARE(built.field->accessibleName(), QString("X axis"));
+        auto *spin = qobject_cast<QSpinBox *>(built.field);
+        QCOMPARE(qMakePair(spin->minimum(), spin->maximum()), qMakePair(-5, 5));
+
+        QVERIFY(!built.field->isEnabled() && !caption->isEnabled());
+        emit receiver.enabled(true);
+        QVERIFY(built.field->isEnabled() && caption->isEnabled());
+        emit receiver.enabled(false);
+        QVERIFY(!built.field->isEnabled() && !caption->isEnabled());
+
+        control.enabler = nullptr;
+        QVERIFY(ControlFactory::build("anim_y", control, &window).field->isEnabled());
+    }
+
+    void labelsShowTexts()
+    {
+        QWidget window;
+        Receiver receiver;
+        Kiln::WidgetControl changing(Kiln::Control::Label);
+        changing.receiver = &receiver;
+        changing.setter = "2setText(QString)";
+        auto *label =
+            qobject_cast<QLabel *>(ControlFactory::build("snd_pos", changing, &window).field);
+        emit receiver.setText("3 / 12");
+        QCOMPARE(label->text(), QString("3 / 12"));
+
+        Kiln::trWidgetControl fixed(Kiln::Control::Label);
+        fixed.translator = Kiln::KilnTranslator::instance();
+        fixed.textId = 78;
+        auto *caption = qobject_cast<QLabel *>(ControlFactory::build("a_b", fixed, &window).field);
+        QCOMPARE(caption->text(), QString("Frames:"));
+        caption->clear();
+        QEvent languageChange(QEvent::LanguageChange);
+        QCoreApplication::sendEvent(caption, &languageChange);
+        QCOMPARE(caption->text(), QString("Frames:"));
+    }
+
+    void combosGiveIndexOrText_data()
+    {
+        columns<QByteArray, QString>("slot", "call");
+        addRow("index", QByteArray("1intChanged(int)"), "int 1");
+        addRow("text", QByteArray("1textChanged(QString)"), "text both");
+    }
+
+    void combosGiveIndexOrText()
+    {
+        auto [slot, call] = row<QByteArray, QString>();
+        QWidget window;
+        Receiver receiver;
+        Kiln::ComboBoxControl control;
+        control.receiver = &receiver;
+        control.slot = slot.constData();
+        control.setter = "2setInt(int)";
+        auto *combo =
+            qobject_cast<QComboBox *>(ControlFactory::build("a_flip", control, &window).field);
+        combo->addItems({"none", "both", "third"});
+        QTest::keyClick(combo, Qt::Key_Down);
+        QCOMPARE(receiver.calls, QStringList(call));
+        emit receiver.setInt(2);
+        QCOMPARE(combo->currentIndex(), 2);
+        QCOMPARE(receiver.calls.size(), 1);
+    }
+
+    void buttonsRunActionsAndMenus()
+    {
+        QWidget window;
+        QAction action("Add");
+        QMenu menu;
+        QSignalSpy triggered(&action, &QAction::triggered);
+        auto *plain = qobject_cast<QToolButton *>(
+            ControlFactory::build("a_add", Kiln::ToolButtonControl(&action), &window).field);
+        plain->click();
+        QCOMPARE(triggered.count(), 1);
+        QVERIFY(!plain->menu());
+        QVERIFY2(plain->focusPolicy() & Qt::TabFocus, "a button must be reached by the keyboard");
+        auto *withMenu = qobject_cast<QToolButton *>(
+            ControlFactory::build("a_more", Kiln::MenuToolButtonControl(&action, &menu), &window)
+                .field);
+        QCOMPARE(withMenu->menu(), &menu);
+        withMenu->click();
+        QCOMPARE(triggered.count(), 2);
+    }
+
+    void treesAndListsTellTheirRows()
+    {
+        QWidget window;
+        Receiver receiver;
+        Kiln::TreeViewControl control;
+        control.receiver = &receiver;
+        control.slot = "1chosen(QModelIndex)";
+        control.setter = "2setIndex(QModelIndex)";
+        auto *tree =
+            qobject_cast<QTreeView *>(ControlFactory::build("a_tree", control, &window).field);
+        QStandardItemModel model(3, 1);
+        tree->setModel(&model);
+        tree->setCurrentIndex(model.index(1, 0));
+        QTest::keyClick(tree, Qt::Key_Return);
+        QCOMPARE(receiver.calls, QStringList("index 1"));
+        emit receiver.setIndex(model.index(2, 0));
+        QCOMPARE(tree->currentIndex().row(), 2);
+    }
+
+    void unknownKindsAndTypesAreRefused()
+    {
+        QWidget window;
+        Receiver receiver;
+        QVERIFY(!ControlFactory::build("a_b", Kiln::WidgetControl(77), &window).field);
+        QVERIFY(!ControlFactory::build("a_b", Kiln::Control(3), &window).field);
+        Kiln::SpinEditControl control;
+        control.receiver = &receiver;
+        control.setter = "2setRect(QRect)";
+        QTest::ignoreMessage(QtWarningMsg,
+                             "Control with the signature 2setRect(QRect): no widget gives or takes "
+                             "this type");
+        QVERIFY(ControlFactory::build("a_b", control, &window).field);
+    }
+
+    void editorsAppearWithoutHostCode_data()
+    {
+        columns<unsigned int, bool, bool>("areas", "fields", "lists");
+        addRow("all areas", 7U, true, true);
+        addRow("without controls", 6U, false, true);
+        addRow("without lists", 3U, true, false);
+    }
+
+    void editorsAppearWithoutHostCode()
+    {
+        auto [areas, fields, lists] = row<unsigned int, bool, bool>();
+        QMainWindow window;
+        HostKit::HostBase host(&window, {});
+        auto *editor = host.deck().make<SoundsLikeEditor>(areas);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QVERIFY(!editor->field->isVisible() && !editor->tree->isVisible());
+        QCOMPARE(host.control("snd_spin"), editor->field);
+        QCOMPARE(host.actionByKey("snd_add"), editor->addAction);
+
+        editor->action()->trigger();
+        QVERIFY(editor->isActive() && editor->view()->isVisible());
+        QCOMPARE(editor->field->isVisible(), fields);
+        QCOMPARE(editor->button->isVisible(), fields);
+        QCOMPARE(editor->tree->isVisible(), lists);
+        QVERIFY(!editor->addAction->isEnabled());
+        emit editor->enabled(true);
+        editor->addAction->trigger();
+        editor->playAction->trigger();
+        emit editor->playing(false);
+        QVERIFY(!editor->playAction->isChecked());
+        QCOMPARE(editor->calls, (QStringList{"add", "play 1"}));
+        QCOMPARE(editor->addAction->toolTip(), QString("Add one or more sounds"));
+        QVERIFY(!editor->addAction->icon().isNull());
+        QVERIFY(host.menu("sounds")->actions().contains(editor->playAction));
+
+        host.deck().switchTo(nullptr);
+        QVERIFY(!editor->isActive() && !editor->field->isVisible() && !editor->tree->isVisible());
+    }
+
+    void sidePanelsGetADock()
+    {
+        QMainWindow window;
+        HostKit::HostBase host(&window, {});
+        host.makeCodeEditors();
+        auto *panel = host.deck().make<OrganizerLikePanel>();
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QCOMPARE(QString(host.extraEditor(0)->name()), QString("organizer"));
+        QCOMPARE(host.extraEditor(1), panel);
+        QVERIFY(!panel->list->isVisible());
+
+        host.setExtraEditor(panel);
+        QCOMPARE(host.currentExtraEditor(), panel);
+        QVERIFY(panel->list->isVisible() && panel->button->isVisible());
+        auto *list = qobject_cast<QListView *>(panel->list);
+        QVERIFY2(list, "a panel reorders a list, not a tree");
+        QStandardItemModel model(4, 1);
+        list->setModel(&model);
+        for (const int row : {0, 2}) {
+            QTest::mouseClick(list->viewport(), Qt::LeftButton, Qt::ControlModifier,
+                              list->visualRect(model.index(row, 0)).center());
+        }
+        QCOMPARE(list->selectionModel()->selectedRows().size(), 2);
+        list->setCurrentIndex(model.index(2, 0));
+        QTest::keyClick(list, Qt::Key_Return);
+        QCOMPARE(panel->clicked, 2);
+        qobject_cast<QToolButton *>(panel->button)->click();
+        QCOMPARE(panel->moved, 1);
+
+        host.setExtraEditor(nullptr);
+        QVERIFY(!panel->list->isVisible());
+    }
+
+    void controlsBelongToWhoAsksForThem()
+    {
+        QMainWindow window;
+        HostKit::HostBase host(&window, {});
+        auto *lender = host.deck().make<LendingEditor>();
+        auto *borrower = host.deck().make<BorrowingEditor>();
+        window.show();
+        host.deck().switchTo(lender);
+        QVERIFY(borrower->borrowed->isVisible() && lender->field->isVisible());
+        QVERIFY(!borrower->label->isVisible() && !borrower->field->isVisible());
+        host.deck().switchTo(borrower);
+        QVERIFY(borrower->borrowed->isVisible() && borrower->label->isVisible());
+        QVERIFY2(!lender->field->isVisible() && borrower->field->isVisible(),
+                 "two parts may use the same keys");
+        QCOMPARE(host.control("snd_spin"), borrower->field);
+
+        Kiln::SpinEditControl late;
+        late.receiver = lender;
+        QWidget *field = host.addControl("late_spin", late);
+        QVERIFY(!field->isVisible());
+        host.deck().switchTo(lender);
+        QVERIFY(field->isVisible());
+    }
+
+    void enginesThatCannotBeLoadedAreTold_data()
+    {
+        columns<QString, QString>("library", "told");
+        addRow("no file", "/no/such/library.so", "cannot be loaded");
+        addRow("no library", QString(KILN_SOURCE_DIR "/CMakeLists.txt"), "cannot be loaded");
+        addRow("no engine", QString(NO_ENGINE), "holds no engine");
+        addRow("another version", QString(OLDER_ENGINE), "was built for kilnx 0.0.1");
+        addRow("throws", QString(THROWING_ENGINE), "out of coal");
+        addRow("an engine", QString(ENGINE), QString());
+    }
+
+    void enginesThatCannotBeLoadedAreTold()
+    {
+        auto [library, told] = row<QString, QString>();
+        QMainWindow window;
+        HostKit::HostBase host(&window, {});
+        QString fault;
+        QCOMPARE(host.engines().load(library, &fault), told.isEmpty());
+        QVERIFY2(fault.contains(told) && fault.contains(told.isEmpty() ? fault : library),
+                 qPrintable(fault));
+        QVERIFY2(host.engines().load(QString(ENGINE), &fault), "the host goes on");
+        QVERIFY(host.engines().load(QString(ENGINE), &fault));
+        QCOMPARE(host.engines().plugins().size(), 1);
+        QCOMPARE(host.engine()->displayName(), QString("Spark"));
+    }
+};
 
 QTEST_MAIN(tst_studio_controls)
 #include "tst_studio_controls.moc"

@@ -5,36 +5,15 @@
 #include <hostkit/statusfields.h>
 
 #include <kilnx/project/messages.h>
+#include <tests/support/rows.h>
 
-#include <QAbstractItemModelTester>
-#include <QCheckBox>
-#include <QLineEdit>
-#include <QMenu>
-#include <QMenuBar>
-#include <QPushButton>
-#include <QRandomGenerator>
-#include <QToolButton>
-#include <QtTest>
+#include <QtTest/QtTest>
+#include <QtWidgets/QtWidgets>
 
 using namespace HostKit;
 using namespace Studio;
 
 // Parts of the window that need no project.
-class tst_studio_parts : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void messageTableEqualsItsLists();
-    void messageTableOutlivesItsLists();
-    void flowLayoutBreaksLines_data();
-    void flowLayoutBreaksLines();
-    void findBarTellsWhatIsChecked_data();
-    void findBarTellsWhatIsChecked();
-    void statusFieldsComeAndGo();
-    void menusAreMadeWhenAskedFor();
-    void cleanupTestCase();
-};
 
 namespace
 {
@@ -49,201 +28,199 @@ QStringList rowsOf(const QAbstractItemModel &model)
 
 } // namespace
 
-// Random changes in three lists, against the rows that a plain concatenation gives.
-void tst_studio_parts::messageTableEqualsItsLists()
+class tst_studio_parts : public QObject
 {
-    MessageTable table;
-    QAbstractItemModelTester tester(&table);
-    QSignalSpy counts(&table, &MessageTable::countsChanged);
-    Kiln::MessageList lists[3] = {Kiln::MessageList(nullptr), Kiln::MessageList(nullptr),
-                                  Kiln::MessageList(nullptr)};
-    std::vector<std::unique_ptr<Kiln::SimpleMessages>> sources;
-    for (int i = 0; i < 6; ++i) {
-        sources.push_back(std::make_unique<Kiln::SimpleMessages>(nullptr));
-        lists[i / 2].registerMessages(sources.back().get());
-    }
-    for (Kiln::MessageList &list : lists)
-        table.addList(&list);
-    QVector<QList<QPair<int, QString>>> oracle(6);
-    QRandomGenerator random(20260301);
-    for (int step = 0; step < 400; ++step) {
-        const int source = random.bounded(6);
-        if (random.bounded(8) == 0) {
-            sources[source]->clear();
-            oracle[source].clear();
-        } else {
-            const int type = random.bounded(3);
-            const QString text = QString::number(step);
-            sources[source]->add(Kiln::Message::Type(type), text, step, 0);
-            oracle[source].append({type, text});
+    Q_OBJECT
+
+private slots:
+    // Random changes in three lists, against the rows that a plain concatenation gives.
+    void messageTableEqualsItsLists()
+    {
+        MessageTable table;
+        QAbstractItemModelTester tester(&table);
+        QSignalSpy counts(&table, &MessageTable::countsChanged);
+        Kiln::MessageList lists[3] = {Kiln::MessageList(nullptr), Kiln::MessageList(nullptr),
+                                      Kiln::MessageList(nullptr)};
+        std::vector<std::unique_ptr<Kiln::SimpleMessages>> sources;
+        for (int i = 0; i < 6; ++i) {
+            sources.push_back(std::make_unique<Kiln::SimpleMessages>(nullptr));
+            lists[i / 2].registerMessages(sources.back().get());
         }
-        QStringList expected;
-        int errors = 0;
-        int warnings = 0;
-        for (const auto &messages : qAsConst(oracle)) {
-            for (const auto &message : messages) {
-                expected.append(message.second);
-                errors += message.first == Kiln::Message::Error;
-                warnings += message.first == Kiln::Message::Warning;
+        for (Kiln::MessageList &list : lists)
+            table.addList(&list);
+        QVector<QList<QPair<int, QString>>> oracle(6);
+        QRandomGenerator random(20260301);
+        for (int step = 0; step < 400; ++step) {
+            const int source = random.bounded(6);
+            if (random.bounded(8) == 0) {
+                sources[source]->clear();
+                oracle[source].clear();
+            } else {
+                const int type = random.bounded(3);
+                const QString text = QString::number(step);
+                sources[source]->add(Kiln::Message::Type(type), text, step, 0);
+                oracle[source].append({type, text});
+            }
+            QStringList expected;
+            int errors = 0;
+            int warnings = 0;
+            for (const auto &messages : qAsConst(oracle)) {
+                for (const auto &message : messages) {
+                    expected.append(message.second);
+                    errors += message.first == Kiln::Message::Error;
+                    warnings += message.first == Kiln::Message::Warning;
+                }
+            }
+            QCOMPARE(rowsOf(table), expected);
+            QCOMPARE(qMakePair(table.errorCount(), table.warningCount()),
+                     qMakePair(errors, warnings));
+            if (table.rowCount() > 0) {
+                Kiln::ProjectFile *file = nullptr;
+                const int row = random.bounded(table.rowCount());
+                QCOMPARE(table.messageAt(row, file).text, expected[row]);
             }
         }
-        QCOMPARE(rowsOf(table), expected);
-        QCOMPARE(qMakePair(table.errorCount(), table.warningCount()), qMakePair(errors, warnings));
-        if (table.rowCount() > 0) {
-            Kiln::ProjectFile *file = nullptr;
-            const int row = random.bounded(table.rowCount());
-            QCOMPARE(table.messageAt(row, file).text, expected[row]);
+        QVERIFY(counts.count() > 100);
+        Kiln::ProjectFile *file = nullptr;
+        QCOMPARE(table.messageAt(-1, file).type, Kiln::Message::All);
+        QCOMPARE(table.messageAt(table.rowCount(), file).type, Kiln::Message::All);
+    }
+
+    void messageTableOutlivesItsLists()
+    {
+        MessageTable table;
+        QAbstractItemModelTester tester(&table);
+        Kiln::SimpleMessages first(nullptr);
+        Kiln::SimpleMessages second(nullptr);
+        auto one = std::make_unique<Kiln::MessageList>(nullptr);
+        auto other = std::make_unique<Kiln::MessageList>(nullptr);
+        one->registerMessages(&first);
+        other->registerMessages(&second);
+        first.add(Kiln::Message::Error, "first", 1, 0);
+        second.add(Kiln::Message::Warning, "second", 2, 0);
+        table.addList(one.get());
+        table.addList(other.get());
+        const QPersistentModelIndex kept = table.index(1, 0);
+        one.reset();
+        QCOMPARE(rowsOf(table), QStringList("second"));
+        QCOMPARE(kept.row(), 0);
+        QCOMPARE(table.index(0, 2).data().toInt(), 3);
+        table.removeList(other.get());
+        QCOMPARE(table.rowCount(), 0);
+        second.add(Kiln::Message::Error, "not seen", 1, 0);
+        QCOMPARE(table.rowCount(), 0);
+    }
+
+    void flowLayoutBreaksLines_data()
+    {
+        columns<int, int>("width", "lines");
+        // Five boxes of 50 by 20 with 4 between them and 4 at the sides.
+        addRow("all in one", 4 + 5 * 50 + 4 * 4 + 4, 1);
+        addRow("one pixel less", 4 + 5 * 50 + 4 * 4 + 3, 2);
+        addRow("two in a line", 4 + 2 * 50 + 4 + 4, 3);
+        addRow("narrower than a box", 30, 5);
+    }
+
+    void flowLayoutBreaksLines()
+    {
+        auto [width, lines] = row<int, int>();
+        QWidget parent;
+        auto *layout = new FlowLayout(&parent, 4);
+        QList<QWidget *> boxes;
+        for (int i = 0; i < 6; ++i) {
+            auto *box = new QWidget(&parent);
+            box->setFixedSize(50, 20);
+            box->setVisible(i != 2);
+            if (i != 2)
+                boxes.append(box);
+            layout->addWidget(box);
         }
+        const QMargins margins = layout->contentsMargins();
+        const int height = layout->heightForWidth(width);
+        QCOMPARE(height, margins.top() + lines * 20 + (lines - 1) * 4 + margins.bottom());
+        layout->setGeometry(QRect(0, 0, width, height));
+        QSet<int> tops;
+        for (int i = 0; i < boxes.size(); ++i) {
+            tops.insert(boxes[i]->y());
+            QVERIFY(boxes[i]->x() >= margins.left());
+            for (int j = 0; j < i; ++j)
+                QVERIFY(!boxes[i]->geometry().intersects(boxes[j]->geometry()));
+        }
+        QCOMPARE(tops.size(), lines);
     }
-    QVERIFY(counts.count() > 100);
-    Kiln::ProjectFile *file = nullptr;
-    QCOMPARE(table.messageAt(-1, file).type, Kiln::Message::All);
-    QCOMPARE(table.messageAt(table.rowCount(), file).type, Kiln::Message::All);
-}
 
-void tst_studio_parts::messageTableOutlivesItsLists()
-{
-    MessageTable table;
-    QAbstractItemModelTester tester(&table);
-    Kiln::SimpleMessages first(nullptr);
-    Kiln::SimpleMessages second(nullptr);
-    auto one = std::make_unique<Kiln::MessageList>(nullptr);
-    auto other = std::make_unique<Kiln::MessageList>(nullptr);
-    one->registerMessages(&first);
-    other->registerMessages(&second);
-    first.add(Kiln::Message::Error, "first", 1, 0);
-    second.add(Kiln::Message::Warning, "second", 2, 0);
-    table.addList(one.get());
-    table.addList(other.get());
-    const QPersistentModelIndex kept = table.index(1, 0);
-    one.reset();
-    QCOMPARE(rowsOf(table), QStringList("second"));
-    QCOMPARE(kept.row(), 0);
-    QCOMPARE(table.index(0, 2).data().toInt(), 3);
-    table.removeList(other.get());
-    QCOMPARE(table.rowCount(), 0);
-    second.add(Kiln::Message::Error, "not seen", 1, 0);
-    QCOMPARE(table.rowCount(), 0);
-}
-
-void tst_studio_parts::flowLayoutBreaksLines_data()
-{
-    QTest::addColumn<int>("width");
-    QTest::addColumn<int>("lines");
-    // Five boxes of 50 by 20 with 4 between them and 4 at the sides.
-    QTest::newRow("all in one") << 4 + 5 * 50 + 4 * 4 + 4 << 1;
-    QTest::newRow("one pixel less") << 4 + 5 * 50 + 4 * 4 + 3 << 2;
-    QTest::newRow("two in a line") << 4 + 2 * 50 + 4 + 4 << 3;
-    QTest::newRow("narrower than a box") << 30 << 5;
-}
-
-void tst_studio_parts::flowLayoutBreaksLines()
-{
-    QFETCH(int, width);
-    QFETCH(int, lines);
-    QWidget parent;
-    auto *layout = new FlowLayout(&parent, 4);
-    QList<QWidget *> boxes;
-    for (int i = 0; i < 6; ++i) {
-        auto *box = new QWidget(&parent);
-        box->setFixedSize(50, 20);
-        box->setVisible(i != 2);
-        if (i != 2)
-            boxes.append(box);
-        layout->addWidget(box);
+    void findBarTellsWhatIsChecked_data()
+    {
+        columns<QStringList, QByteArray, unsigned int>("checked", "button", "flags");
+        const QByteArray next("find_next");
+        addRow("nothing", QStringList{}, next, 0U);
+        addRow("expression", QStringList{"find_regex"}, next, 1U);
+        addRow("case", QStringList{"find_case"}, next, 2U);
+        addRow("wrap", QStringList{"find_wrap"}, next, 8U);
+        addRow("all, backward", QStringList{"find_regex", "find_case", "find_wrap"},
+               QByteArray("find_previous"), 15U);
     }
-    const QMargins margins = layout->contentsMargins();
-    const int height = layout->heightForWidth(width);
-    QCOMPARE(height, margins.top() + lines * 20 + (lines - 1) * 4 + margins.bottom());
-    layout->setGeometry(QRect(0, 0, width, height));
-    QSet<int> tops;
-    for (int i = 0; i < boxes.size(); ++i) {
-        tops.insert(boxes[i]->y());
-        QVERIFY(boxes[i]->x() >= margins.left());
-        for (int j = 0; j < i; ++j)
-            QVERIFY(!boxes[i]->geometry().intersects(boxes[j]->geometry()));
+
+    void findBarTellsWhatIsChecked()
+    {
+        auto [checked, button, flags] = row<QStringList, QByteArray, unsigned int>();
+        FindBar bar;
+        for (QCheckBox *box : bar.findChildren<QCheckBox *>())
+            box->setChecked(checked.contains(box->objectName()));
+        QSignalSpy find(&bar, &FindBar::findRequested);
+        QSignalSpy closed(&bar, &FindBar::closed);
+        bar.start("text");
+        bar.start(QString());
+        QCOMPARE(bar.text(), QString("text"));
+        bar.findChild<QPushButton *>(button)->click();
+        QCOMPARE(find.count(), 1);
+        QCOMPARE(find.first(), (QVariantList{"text", flags}));
+        QTest::keyClick(&bar, Qt::Key_Escape);
+        QVERIFY(!bar.isVisible());
+        QCOMPARE(closed.count(), 1);
     }
-    QCOMPARE(tops.size(), lines);
-}
 
-void tst_studio_parts::findBarTellsWhatIsChecked_data()
-{
-    QTest::addColumn<QStringList>("checked");
-    QTest::addColumn<QByteArray>("button");
-    QTest::addColumn<unsigned int>("flags");
-    const QByteArray next("find_next");
-    QTest::newRow("nothing") << QStringList{} << next << 0U;
-    QTest::newRow("expression") << QStringList{"find_regex"} << next << 1U;
-    QTest::newRow("case") << QStringList{"find_case"} << next << 2U;
-    QTest::newRow("wrap") << QStringList{"find_wrap"} << next << 8U;
-    QTest::newRow("all, backward") << QStringList{"find_regex", "find_case", "find_wrap"}
-                                   << QByteArray("find_previous") << 15U;
-}
+    void statusFieldsComeAndGo()
+    {
+        StatusFields status;
+        QSignalSpy clicked(&status, &StatusFields::fieldClicked);
+        status.setField(2, "Encoding: UTF-8");
+        status.setField(-1, "no");
+        status.setField(1000000, "no");
+        QCOMPARE(status.field(2), QString("Encoding: UTF-8"));
+        QCOMPARE(status.field(0), QString());
+        QCOMPARE(status.field(1000000), QString());
+        auto *button = status.findChild<QToolButton *>("status_field_2");
+        QVERIFY(!button->isHidden());
+        button->click();
+        QCOMPARE(clicked.first().first().toInt(), 2);
+        status.setField(2, QString());
+        QVERIFY(button->isHidden());
+        auto *counts = status.findChild<QToolButton *>("status_messages");
+        status.setMessageCounts(1, 2);
+        QCOMPARE(counts->text(), QString("1 error, 2 warnings"));
+    }
 
-void tst_studio_parts::findBarTellsWhatIsChecked()
-{
-    QFETCH(QStringList, checked);
-    QFETCH(QByteArray, button);
-    QFETCH(unsigned int, flags);
-    FindBar bar;
-    for (QCheckBox *box : bar.findChildren<QCheckBox *>())
-        box->setChecked(checked.contains(box->objectName()));
-    QSignalSpy find(&bar, &FindBar::findRequested);
-    QSignalSpy closed(&bar, &FindBar::closed);
-    bar.start("text");
-    bar.start(QString());
-    QCOMPARE(bar.text(), QStringLiteral("text"));
-    bar.findChild<QPushButton *>(button)->click();
-    QCOMPARE(find.count(), 1);
-    QCOMPARE(find.first(), (QVariantList{"text", flags}));
-    QTest::keyClick(&bar, Qt::Key_Escape);
-    QVERIFY(!bar.isVisible());
-    QCOMPARE(closed.count(), 1);
-}
+    void menusAreMadeWhenAskedFor()
+    {
+        QMenuBar bar;
+        Menus menus(&bar);
+        QMenu *fresh = menus.menu("code_snippets");
+        QCOMPARE(fresh->title(), QString("Code snippets"));
+        QCOMPARE(menus.menu("code_snippets"), fresh);
+        const int place = bar.actions().indexOf(fresh->menuAction());
+        QVERIFY(place > bar.actions().indexOf(menus.menu("view")->menuAction()));
+        QVERIFY(place < bar.actions().indexOf(menus.menu("help")->menuAction()));
+        QVERIFY(!fresh->menuAction()->isVisible());
+        QAction *something = fresh->addAction("Something");
+        QVERIFY(fresh->menuAction()->isVisible());
+        something->setVisible(false);
+        QVERIFY(!fresh->menuAction()->isVisible());
+    }
 
-void tst_studio_parts::statusFieldsComeAndGo()
-{
-    StatusFields status;
-    QSignalSpy clicked(&status, &StatusFields::fieldClicked);
-    status.setField(2, "Encoding: UTF-8");
-    status.setField(-1, "no");
-    status.setField(1000000, "no");
-    QCOMPARE(status.field(2), QStringLiteral("Encoding: UTF-8"));
-    QCOMPARE(status.field(0), QString());
-    QCOMPARE(status.field(1000000), QString());
-    auto *button = status.findChild<QToolButton *>("status_field_2");
-    QVERIFY(!button->isHidden());
-    button->click();
-    QCOMPARE(clicked.first().first().toInt(), 2);
-    status.setField(2, QString());
-    QVERIFY(button->isHidden());
-    auto *counts = status.findChild<QToolButton *>("status_messages");
-    status.setMessageCounts(1, 2);
-    QCOMPARE(counts->text(), QStringLiteral("1 error, 2 warnings"));
-}
-
-void tst_studio_parts::menusAreMadeWhenAskedFor()
-{
-    QMenuBar bar;
-    Menus menus(&bar);
-    QMenu *fresh = menus.menu("code_snippets");
-    QCOMPARE(fresh->title(), QStringLiteral("Code snippets"));
-    QCOMPARE(menus.menu("code_snippets"), fresh);
-    const int place = bar.actions().indexOf(fresh->menuAction());
-    QVERIFY(place > bar.actions().indexOf(menus.menu("view")->menuAction()));
-    QVERIFY(place < bar.actions().indexOf(menus.menu("help")->menuAction()));
-    QVERIFY(!fresh->menuAction()->isVisible());
-    QAction *something = fresh->addAction("Something");
-    QVERIFY(fresh->menuAction()->isVisible());
-    something->setVisible(false);
-    QVERIFY(!fresh->menuAction()->isVisible());
-}
-
-// Qt fades the clear buttons of line edits, and ends such an animation only in the event loop.
-void tst_studio_parts::cleanupTestCase()
-{
-    QTest::qWait(300);
-}
+    // Qt fades the clear buttons of line edits, and ends such an animation only in the event loop.
+    void cleanupTestCase() { QTest::qWait(300); }
+};
 
 QTEST_MAIN(tst_studio_parts)
 #include "tst_studio_parts.moc"

@@ -22,7 +22,7 @@ void DialogScript::expectBox(QMessageBox::StandardButton answer)
         QAbstractButton *button = box ? box->button(answer) : nullptr;
         if (!button) {
             dialog->reject();
-            return QStringLiteral("no message box with the expected button");
+            return QString("no message box with the expected button");
         }
         button->click();
         return {};
@@ -35,13 +35,13 @@ void DialogScript::expectFiles(const QStringList &paths)
         auto *files = qobject_cast<QFileDialog *>(dialog);
         if (!files || paths.isEmpty()) {
             dialog->reject();
-            return files ? QString() : QStringLiteral("no file dialog");
+            return files ? QString() : QString("no file dialog");
         }
         // Typing the names is what a user can do with every file mode, also for files to come.
         QStringList quoted;
         for (const QString &path : paths)
             quoted << (paths.size() > 1 ? '"' + QDir::toNativeSeparators(path) + '"' : path);
-        if (auto *edit = files->findChild<QLineEdit *>(QStringLiteral("fileNameEdit")))
+        if (auto *edit = files->findChild<QLineEdit *>(QString("fileNameEdit")))
             edit->setText(quoted.join(' '));
         static_cast<QDialog *>(files)->accept();
         return {};
@@ -68,8 +68,8 @@ QString DialogScript::finish() const
 {
     QStringList faults = m_faults;
     if (!m_answers.isEmpty())
-        faults << QStringLiteral("%1 expected dialogs did not come").arg(m_answers.size());
-    return faults.join(QStringLiteral("; "));
+        faults << QString("%1 expected dialogs did not come").arg(m_answers.size());
+    return faults.join(QString("; "));
 }
 
 bool DialogScript::eventFilter(QObject *watched, QEvent *event)
@@ -88,17 +88,17 @@ void DialogScript::answer(QDialog *dialog)
         return;
     m_seen.append(describe(dialog));
     if (m_answers.isEmpty()) {
-        m_faults << QStringLiteral("unexpected dialog \"%1\": %2")
-                        .arg(m_seen.last().title, m_seen.last().text);
+        m_faults
+            << QString("unexpected dialog \"%1\": %2").arg(m_seen.last().title, m_seen.last().text);
         dialog->reject();
         return;
     }
     const QPointer<QDialog> guard(dialog);
     const QString fault = m_answers.takeFirst()(dialog);
     if (!fault.isEmpty())
-        m_faults << fault + QStringLiteral(" at \"%1\"").arg(m_seen.last().title);
+        m_faults << fault + QString(" at \"%1\"").arg(m_seen.last().title);
     if (guard && guard->isVisible()) {
-        m_faults << QStringLiteral("\"%1\" stayed open").arg(guard->windowTitle());
+        m_faults << QString("\"%1\" stayed open").arg(guard->windowTitle());
         guard->reject();
     }
 }

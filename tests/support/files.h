@@ -2,9 +2,10 @@
 
 #include <QtTest/QtTest>
 
-/// Writes a whole file; the test fails if that cannot be done.
-inline void writeFile(const QString &path, const QByteArray &data)
+/// Writes a whole file, and its directories; the test fails if that cannot be done.
+inline void writeFile(const QString &path, const QByteArray &data = QByteArray())
 {
+    QVERIFY(QDir().mkpath(QFileInfo(path).absolutePath()));
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
     QCOMPARE(file.write(data), qint64(data.size()));

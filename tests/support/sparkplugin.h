@@ -3,6 +3,7 @@
 #include <kilnx/code/codedocument.h>
 #include <kilnx/project/engine.h>
 #include <kilnx/project/engineplugin.h>
+#include <tests/support/release.h>
 
 #include <QLibrary>
 
@@ -11,7 +12,7 @@
 /// The engine Spark, as a host loads it.
 inline Kiln::EnginePlugin &sparkPlugin()
 {
-    QLibrary library(QStringLiteral(SPARK_LIBRARY));
+    QLibrary library(QString(SPARK_LIBRARY));
     const auto entry =
         reinterpret_cast<Kiln::EnginePlugin *(*)()>(library.resolve("kilnxEnginePlugin"));
     if (!entry)
@@ -19,10 +20,7 @@ inline Kiln::EnginePlugin &sparkPlugin()
     return *entry();
 }
 
-struct ReleaseFile {
-    void operator()(Kiln::ProjectFile *file) const { file->release(); }
-};
-using SparkFile = std::unique_ptr<Kiln::CodeDocument, ReleaseFile>;
+using SparkFile = std::unique_ptr<Kiln::CodeDocument, Release>;
 
 /// A file of Spark in no project.
 inline SparkFile sparkFile(const QString &text = QString())

@@ -49,7 +49,7 @@ TestHost::TestHost()
 
 QString TestHost::text(int id) const
 {
-    return QStringLiteral("host text %1").arg(id);
+    return QString("host text %1").arg(id);
 }
 
 Progress *TestHost::progress(const QString &text, bool cancellable)
@@ -77,7 +77,7 @@ QVariant TestHost::option(const QString &key, const QVariant &fallback) const
 
 void TestHost::setOption(const QString &key, const QVariant &value)
 {
-    log << QStringLiteral("setOption %1=%2").arg(key, value.toString());
+    log << QString("setOption %1=%2").arg(key, value.toString());
     if (value.isValid())
         options.insert(key, value);
 }
@@ -90,7 +90,7 @@ void TestHost::setStatusText(int field, const QString &text)
 // The field stands in the window itself, where a test may place it.
 QWidget *TestHost::addControl(const QString &key, const Control &control)
 {
-    log << QStringLiteral("addControl ") + key;
+    log << QString("addControl ") + key;
     QWidget *field = HostBase::addControl(key, control);
     if (field)
         field->setParent(&window);
@@ -99,12 +99,12 @@ QWidget *TestHost::addControl(const QString &key, const Control &control)
 
 void TestHost::refreshEditors()
 {
-    log << QStringLiteral("refreshEditors");
+    log << QString("refreshEditors");
 }
 
 void TestHost::switchTo(Editor *editor)
 {
-    log << QStringLiteral("switchTo ") + QString::fromLatin1(editor->name());
+    log << QString("switchTo ") + QString::fromLatin1(editor->name());
     if (activeEditor)
         activeEditor->deactivate();
     activeEditor = editor;
@@ -113,13 +113,13 @@ void TestHost::switchTo(Editor *editor)
 
 void TestHost::setExtraEditor(ExtraEditor *editor)
 {
-    log << QStringLiteral("setExtraEditor ") +
-               (editor ? QString::fromLatin1(editor->name()) : QStringLiteral("none"));
+    log << QString("setExtraEditor ") +
+               (editor ? QString::fromLatin1(editor->name()) : QString("none"));
     shownExtraEditor = editor;
 }
 
 void TestHost::setEditorWidget(QWidget *widget)
 {
     editorWidget = widget;
-    log << QStringLiteral("setEditorWidget");
+    log << QString("setEditorWidget");
 }

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <kilnx/project/archive.h>
+#include <kilnx/project/projectfile.h>
+#include <tests/support/files.h>
+#include <tests/support/release.h>
+#include <tests/support/testhost.h>
+
+#include <random>
+
+/// A test of files of Ember that are lists of cached items: each function has a host and a
+/// directory of its own.
+class EmberListTest : public QObject
+{
+    Q_OBJECT
+
+protected:
+    QString file(const char *name) const { return m_directory->filePath(name); }
+    /// Whether a list takes these bytes; a box that it shows is closed.
+    bool load(Kiln::ProjectFile &list, const QByteArray &bytes)
+    {
+        writeFile(file("damaged"), bytes);
+        m_host->dialogs().expectBox(QMessageBox::Ok);
+        const bool loaded = list.fromFile(archive, file("damaged"), false);
+        m_host = std::make_unique<TestHost>();
+        return loaded;
+    }
+    /// One to four bytes changed, mostly behind `index`, where the numbers are.
+    static QByteArray damaged(QByteArray bytes, int index, std::mt19937 &random)
+    {
+        for (unsigned int i = 1 + random() % 4; i > 0; --i) {
+            const int from = random() % 3 ? qMax(0, index) : 0;
+            bytes[from + int(random() % unsigned(bytes.size() - from))] = char(random());
+        }
+        return bytes;
+    }
+
+    Kiln::FileSystemArchive &archive = Kiln::FileSystemArchive::instance();
+    std::unique_ptr<TestHost> m_host;
+    std::unique_ptr<QTemporaryDir> m_directory;
+
+private Q_SLOTS:
+    void init()
+    {
+        m_host.reset();
+        m_host = std::make_unique<TestHost>();
+        m_directory = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_directory->isValid());
+    }
+};
