@@ -330,8 +330,13 @@ private Q_SLOTS:
         };
         const int reds[] = {255, 51, 102, 255, 255};
         for (int i = 0; i < 5; ++i) {
-            if (i > 0)
+            if (i > 0) {
+                // What is current stays so: a renderer may ask in the middle of its drawing.
+                const bool drawing = i % 2;
+                drawing ? shown.widget.makeCurrent() : shown.widget.doneCurrent();
                 shown.widget.setCustomPixelShader(nullptr, sources[i]);
+                QCOMPARE(QOpenGLContext::currentContext() == shown.widget.context(), drawing);
+            }
             const QImage picture = shown.picture([&](Probe &probe, QPainter &painter) {
                 probe.beginTextureDrawing(painter);
                 probe.glDrawImage(matrix(QRectF(0, 0, 64, 48)), &texture, nullptr, 0, 1, true, 0);
