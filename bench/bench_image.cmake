@@ -10,3 +10,4 @@ kilnx_bench(bench_image
         ${CMAKE_SOURCE_DIR}/tests/image/plaincodecs.cpp ${CMAKE_SOURCE_DIR}/tests/image/plainops.cpp
     LIBRARIES
         PkgConfig::BENCH_IMAGEQUANT PkgConfig::BENCH_MAGICK PkgConfig::BENCH_AVFILTER ZLIB::ZLIB)
+target_compile_options(bench_image PRIVATE -ffp-contract=off)
