@@ -6,6 +6,7 @@
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QPointer>
+#include <QProgressDialog>
 #include <QPushButton>
 #include <QTimer>
 
@@ -75,7 +76,8 @@ QString DialogScript::finish() const
 bool DialogScript::eventFilter(QObject *watched, QEvent *event)
 {
     auto *dialog = event->type() == QEvent::Show ? qobject_cast<QDialog *>(watched) : nullptr;
-    if (dialog && dialog->isModal()) {
+    // Progress asks nothing, and shows itself only where the work takes long.
+    if (dialog && dialog->isModal() && !qobject_cast<QProgressDialog *>(dialog)) {
         // Answer once the dialog runs its own loop: within the event it is not yet in exec().
         QTimer::singleShot(0, dialog, [this, dialog] { answer(dialog); });
     }
