@@ -1,6 +1,7 @@
 #include <kilnx/code/animations.h>
 
 #include <kilnx/code/codedocument.h>
+#include <kilnx/code/wellformed_p.h>
 #include <kilnx/project/messages.h>
 #include <kilnx/project/project.h>
 
@@ -53,8 +54,17 @@ QString renamed(QString text, const QString &pattern, const QString &from, const
             QRegularExpression::escape(old) + (endsInWord ? QStringLiteral("(?!\\w)") : QString()),
             QRegularExpression::CaseInsensitiveOption |
                 QRegularExpression::UseUnicodePropertiesOption);
-        if (form != QLatin1String("%1"))
-            text.replace(expression, form.arg(to));
+        if (form == QLatin1String("%1"))
+            continue;
+        const QString subject = wellFormed(text);
+        QString filled;
+        int copied = 0;
+        for (auto matches = expression.globalMatch(subject); matches.hasNext();) {
+            const QRegularExpressionMatch match = matches.next();
+            filled += text.midRef(copied, match.capturedStart() - copied) + form.arg(to);
+            copied = match.capturedEnd();
+        }
+        text = filled + text.midRef(copied);
     }
     return text;
 }

@@ -3,6 +3,7 @@
 #include <kilnx/code/codedocument_p.h>
 #include <kilnx/code/rawutf8_p.h>
 #include <kilnx/code/textcodecs.h>
+#include <kilnx/code/wellformed_p.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/project/engine.h>
 #include <kilnx/project/parentproject.h>
@@ -10,7 +11,9 @@
 #include <kilnx/project/project.h>
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QFileDevice>
 #include <QtCore/QFileInfo>
+#include <QtCore/QPointer>
 #include <QtCore/QRegularExpression>
 
 #include <algorithm>
@@ -33,7 +36,8 @@ QString withCaptures(const QString &text, const QStringList &captured)
 {
     static const QRegularExpression marker(QStringLiteral("%L?(\\d{1,2})"));
     QList<int> numbers;
-    QRegularExpressionMatchIterator matches = marker.globalMatch(text);
+    const QString subject = wellFormed(text);
+    QRegularExpressionMatchIterator matches = marker.globalMatch(subject);
     while (matches.hasNext()) {
         const int number = matches.next().capturedRef(1).toInt();
         if (!numbers.contains(number))
@@ -42,7 +46,7 @@ QString withCaptures(const QString &text, const QStringList &captured)
     std::sort(numbers.begin(), numbers.end());
     QString result;
     int copied = 0;
-    for (matches = marker.globalMatch(text); matches.hasNext();) {
+    for (matches = marker.globalMatch(subject); matches.hasNext();) {
         const QRegularExpressionMatch match = matches.next();
         const int capture = numbers.indexOf(match.capturedRef(1).toInt()) + 1;
         if (capture >= captured.size())
@@ -251,6 +255,12 @@ bool CodeDocument::load(Archive &archive, const QString &name, int codecId, bool
     if (!device)
         return false;
     const QByteArray data = device->readAll();
+    // What could be read of a file must not stand for all of it: the next save would cut it.
+    const auto *file = qobject_cast<QFileDevice *>(device);
+    if (!device->atEnd() || (file && file->error() != QFileDevice::NoError)) {
+        archive.closeFile(device);
+        return false;
+    }
     const QString text = d->original.read(data, &codecId);
     setCodecId(codecId);
     if (watch)
@@ -301,11 +311,17 @@ bool CodeDocument::toFile(Archive &archive, const QString &name, bool asCopy)
     if (!asCopy) {
         if (!encodes)
             setCodecId(unicode);
+        // A host may close the document once it is saved.
+        const QPointer<QAbstractItemModel> alive(model());
         setModified(false);
+        if (!alive)
+            return true;
         setFileName(name);
         // The tree looks for the name then, also where nothing was modified.
         if (fileName() != before)
             emit modificationChanged(false);
+        if (!alive)
+            return true;
     }
     ProjectFile::toFile(archive, name, asCopy);
     return true;
@@ -375,16 +391,24 @@ QList<ProjectFile::SearchResult> CodeDocument::search(const QRegularExpression &
     if (!expression.isValid())
         return results;
     const QString text = toPlainText();
-    QRegularExpressionMatchIterator matches = expression.globalMatch(text);
+    const QString subject = wellFormed(text);
+    QString lineText; // one for all matches of a line, however long it is
+    int line = -1;
+    QRegularExpressionMatchIterator matches = expression.globalMatch(subject);
     while (matches.hasNext()) {
         const QRegularExpressionMatch match = matches.next();
         QTextBlock block = findBlock(match.capturedStart());
+        if (line != block.blockNumber()) {
+            line = block.blockNumber();
+            lineText = block.text();
+        }
         SearchResult result;
-        result.line = unsigned(block.blockNumber());
+        result.line = unsigned(line);
         result.start = unsigned(match.capturedStart() - block.position());
         result.length = unsigned(match.capturedLength());
-        result.text = block.text();
-        result.captured = match.capturedTexts().mid(1);
+        result.text = lineText;
+        for (int i = 1; i <= match.lastCapturedIndex(); ++i)
+            result.captured.append(text.mid(match.capturedStart(i), match.capturedLength(i)));
         int rest = match.capturedEnd() - (block.position() + block.length());
         for (block = block.next(); rest > 0 && block.isValid(); block = block.next()) {
             result.text += block.text().leftRef(rest);

@@ -6,6 +6,7 @@
 
 #include <QtCore/QFile>
 #include <QtCore/QMimeData>
+#include <QtCore/QPointer>
 #include <QtGui/QHelpEvent>
 #include <QtGui/QTextDocument>
 #include <QtGui/QTextLayout>
@@ -278,7 +279,10 @@ void CodeEditor::setCurrentLine(const LinePos &place)
     const QTextBlock block = document()->findBlockByNumber(line);
     QTextCursor cursor(block);
     cursor.setPosition(block.position() + qBound(0, place.column, block.length() - 1));
+    const QPointer<QTextDocument> shown(document());
     setTextCursor(cursor);
+    if (!shown || document() != shown) // closed by who heard of the line
+        return;
     const int middle = block.firstLineNumber() - displayedLineCount() / 2;
     verticalScrollBar()->setValue(place.scroll < 0 ? middle : place.scroll);
     d->parenTimer.start(ParenDelay);

@@ -238,9 +238,12 @@ void CodeFileEditor::navigateTo(unsigned int line, unsigned int column)
         return;
     }
     CodeEditor *editor = workspace->editor();
+    const int position = block.position() + place;
     editor->setCurrentLine(row, CodeEditor::MiddlePlacement);
+    if (!document() || !isShown()) // closed by who heard of the line
+        return;
     QTextCursor cursor = editor->textCursor();
-    cursor.setPosition(block.position() + place);
+    cursor.setPosition(position);
     editor->setTextCursor(cursor);
 }
 

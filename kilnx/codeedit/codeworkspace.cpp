@@ -360,10 +360,11 @@ void CodeWorkspace::statusClicked()
         return;
     const bool changes = document->codecId() != codecs->currentIndex();
     document->setCodecId(codecs->currentIndex());
-    const bool reloads =
-        static_cast<ProjectFile *>(document)->fileExists() &&
-        askQuestion(d->host->mainWindow(), tr("Reload"),
-                    tr("Do you want to reload the file using the specified encoding?"));
+    QString question = tr("Do you want to reload the file using the specified encoding?");
+    if (static_cast<QTextDocument *>(document)->isModified())
+        question += QStringLiteral("\n\n") + tr("Its unsaved changes will be lost.");
+    const bool reloads = static_cast<ProjectFile *>(document)->fileExists() &&
+                         askQuestion(d->host->mainWindow(), tr("Reload"), question);
     if (!alive)
         return;
     if (reloads)

@@ -417,6 +417,45 @@ private slots:
         QCOMPARE(document->messages()->count(Message::Warning), 0u);
     }
 
+    void halfReadFilesAreRefused()
+    {
+        // A device that fails in the middle of the file.
+        struct Half : QBuffer {
+            qint64 readData(char *data, qint64 most) override
+            {
+                return pos() < 12 ? QBuffer::readData(data, qMin<qint64>(most, 12 - pos())) : -1;
+            }
+        };
+        struct Halves : MemoryArchive {
+            QIODevice *openFile(const QString &name, QIODevice::OpenMode mode) override
+            {
+                auto *device = new Half;
+                device->setData("x = 1\r\ny = 2\r\nz = 3\r\n");
+                device->open(mode);
+                return name.isEmpty() ? nullptr : device;
+            }
+        } halves;
+        document->fromString("kept = 1");
+        QVERIFY(!document->fromFile(halves, path("a.plain"), false));
+        QCOMPARE(document->toPlainText(), QString("kept = 1"));
+    }
+
+    void loneSurrogatesAreSearched()
+    {
+        const QString lone(QChar(0xD800));
+        const QString smile = QString::fromUcs4(U"\U0001F600", 1);
+        document->fromString("needle = 1\n; " + lone + " needle, " + smile + " needle\n");
+        const auto found = document->search(QRegularExpression("n(e+)dle(?=, (.))?"));
+        QCOMPARE(found.size(), 3);
+        QCOMPARE(found[1].captured, QStringList({"ee", smile}));
+        QCOMPARE(found[2].start, 15u);
+        QVERIFY(found[1].text.isSharedWith(found[2].text));
+        // Captures are filled in from the second on; the first and last match have one only.
+        document->replace(found, "%1" + lone);
+        QCOMPARE(document->toPlainText(), "%1" + lone + " = 1\n; " + lone + ' ' + smile + lone +
+                                              ", " + smile + " %1" + lone + '\n');
+    }
+
     void otherLinesKeepTheirBytes_data()
     {
         columns<QByteArray, QByteArray, int>("codec", "data", "lines");
