@@ -222,6 +222,11 @@ Built buildByClass(const QString &key, const Kiln::Control &control, QWidget *pa
         return buildFloat(key, *number, parent);
     if (const auto *combo = dynamic_cast<const Kiln::ComboBoxControl *>(&control))
         return buildCombo(key, *combo, parent);
+    const auto *embedded = dynamic_cast<const Kiln::EmbeddedControl *>(&control);
+    if (embedded && embedded->widget) {
+        embedded->widget->setParent(parent);
+        return {embedded->widget, embedded->widget};
+    }
     const auto *plain = dynamic_cast<const Kiln::WidgetControl *>(&control);
     const auto *translated = dynamic_cast<const Kiln::trWidgetControl *>(&control);
     if (translated && control.kind == Kiln::Control::CheckBox)

@@ -12,8 +12,8 @@ ComboBoxControl::~ComboBoxControl() = default;
 ToolButtonControl::~ToolButtonControl() = default;
 MenuToolButtonControl::~MenuToolButtonControl() = default;
 ListViewControl::~ListViewControl() = default;
-
 TreeViewControl::~TreeViewControl() = default;
+EmbeddedControl::~EmbeddedControl() = default;
 EditorData::~EditorData() = default;
 
 } // namespace Kiln

@@ -7,6 +7,7 @@
 class QAction;
 class QMenu;
 class QObject;
+class QWidget;
 
 namespace Kiln
 {
@@ -35,6 +36,7 @@ public:
         FloatEdit = 7,
         CheckBox = 8,
         ComboBox = 9,
+        Embedded = 10,
     };
 
     explicit Control(int controlKind)
@@ -167,6 +169,21 @@ public:
     {
     }
     ~TreeViewControl() override;
+};
+
+/// A widget that the editor brings along: a grid of colours, the options of a tool. The host places
+/// it, and it belongs to its new parent from there on.
+class KILNX_EXPORT EmbeddedControl : public Control
+{
+public:
+    explicit EmbeddedControl(QWidget *embedded)
+        : Control(Embedded)
+        , widget(embedded)
+    {
+    }
+    ~EmbeddedControl() override;
+
+    QWidget *widget;
 };
 
 /// What AnimationEditor keeps for a file; one for a file.

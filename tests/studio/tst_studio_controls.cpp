@@ -387,6 +387,14 @@ private slots:
         QCOMPARE(withMenu->menu(), &menu);
         withMenu->click();
         QCOMPARE(triggered.count(), 2);
+
+        const QPointer<QLabel> brought(new QLabel("colours"));
+        const ControlFactory::Built embedded =
+            ControlFactory::build("a_own", Kiln::EmbeddedControl(brought), &window);
+        QVERIFY(embedded.field == brought && embedded.row == brought);
+        QCOMPARE(brought->parentWidget(), &window);
+        QCOMPARE(brought->objectName(), QString("a_own"));
+        QVERIFY(!ControlFactory::build("a_none", Kiln::EmbeddedControl(nullptr), &window).field);
     }
 
     void treesAndListsTellTheirRows()
