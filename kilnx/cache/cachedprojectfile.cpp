@@ -2,6 +2,7 @@
 
 #include <kilnx/cache/streamcachedata.h>
 #include <kilnx/project/messages.h>
+#include <kilnx/project/textmatch_p.h>
 
 #include <QtCore/QRegularExpression>
 
@@ -12,20 +13,6 @@ namespace
 {
 
 const QString identifierProperty = QStringLiteral("Identifier");
-
-// `QString::arg` warns when there is no place marker for its argument.
-bool hasPlaceMarker(const QString &text)
-{
-    static const QRegularExpression marker(QStringLiteral("%L?[0-9]"));
-    return marker.match(text).hasMatch();
-}
-
-QString filledIn(QString text, const QStringList &captured)
-{
-    for (int i = 1; i < captured.size() && hasPlaceMarker(text); ++i)
-        text = text.arg(captured[i]);
-    return text;
-}
 
 } // namespace
 
@@ -87,7 +74,7 @@ SearchableCachedProjectFile::search(const QRegularExpression &expression)
         if (!item)
             continue;
         const QString identifier = item->property(identifierProperty).toString();
-        const QRegularExpressionMatch match = expression.match(identifier);
+        const QRegularExpressionMatch match = expression.match(TextMatch::wellFormed(identifier));
         if (!match.hasMatch())
             continue;
         SearchResult result;
@@ -95,7 +82,7 @@ SearchableCachedProjectFile::search(const QRegularExpression &expression)
         result.start = static_cast<unsigned int>(match.capturedStart());
         result.length = static_cast<unsigned int>(match.capturedLength());
         result.text = identifier;
-        result.captured = match.capturedTexts().mid(1);
+        result.captured = TextMatch::captures(identifier, match);
         results.append(result);
     }
     return results;
@@ -108,7 +95,7 @@ void SearchableCachedProjectFile::replace(const QList<SearchResult> &results, co
     beginChange();
     for (const SearchResult &result : results) {
         if (PropertyItem *item = itemAt(result.line))
-            item->setProperty(identifierProperty, filledIn(text, result.captured));
+            item->setProperty(identifierProperty, TextMatch::filledIn(text, result.captured));
     }
     endChange();
 }

@@ -1,9 +1,9 @@
 #include <kilnx/code/animations.h>
 
 #include <kilnx/code/codedocument.h>
-#include <kilnx/code/wellformed_p.h>
 #include <kilnx/project/messages.h>
 #include <kilnx/project/project.h>
+#include <kilnx/project/textmatch_p.h>
 
 #include <QtCore/QRegularExpression>
 #include <QtCore/QVector>
@@ -48,7 +48,7 @@ QString renamed(QString text, const QString &pattern, const QString &from, const
     const QStringList lines = pattern.split(QLatin1Char('\n')).filter(QStringLiteral("%1"));
     for (const QString &line : lines) {
         const QString form = line.trimmed();
-        const QString old = form.arg(from);
+        const QString old = TextMatch::wellFormed(form.arg(from));
         const bool endsInWord = !old.isEmpty() && old.back().isLetterOrNumber();
         const QRegularExpression expression(
             QRegularExpression::escape(old) + (endsInWord ? QStringLiteral("(?!\\w)") : QString()),
@@ -56,15 +56,8 @@ QString renamed(QString text, const QString &pattern, const QString &from, const
                 QRegularExpression::UseUnicodePropertiesOption);
         if (form == QLatin1String("%1"))
             continue;
-        const QString subject = wellFormed(text);
-        QString filled;
-        int copied = 0;
-        for (auto matches = expression.globalMatch(subject); matches.hasNext();) {
-            const QRegularExpressionMatch match = matches.next();
-            filled += text.midRef(copied, match.capturedStart() - copied) + form.arg(to);
-            copied = match.capturedEnd();
-        }
-        text = filled + text.midRef(copied);
+        text = TextMatch::replaced(text, expression,
+                                   [&](const QRegularExpressionMatch &) { return form.arg(to); });
     }
     return text;
 }

@@ -3,20 +3,18 @@
 #include <kilnx/code/codedocument_p.h>
 #include <kilnx/code/rawutf8_p.h>
 #include <kilnx/code/textcodecs.h>
-#include <kilnx/code/wellformed_p.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/project/engine.h>
 #include <kilnx/project/parentproject.h>
 #include <kilnx/project/paths.h>
 #include <kilnx/project/project.h>
+#include <kilnx/project/textmatch_p.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFileDevice>
 #include <QtCore/QFileInfo>
 #include <QtCore/QPointer>
 #include <QtCore/QRegularExpression>
-
-#include <algorithm>
 
 namespace Kiln
 {
@@ -29,33 +27,6 @@ class CodeDocumentUserData : public QObjectUserData
 public:
     int codecId = TextCodecs::index("UTF-8");
 };
-
-/// `text` with the captures from the second on in place of its lowest-numbered marker, the next
-/// higher, and so on, as QString::arg() has it. What was put in is not looked at again.
-QString withCaptures(const QString &text, const QStringList &captured)
-{
-    static const QRegularExpression marker(QStringLiteral("%L?(\\d{1,2})"));
-    QList<int> numbers;
-    const QString subject = wellFormed(text);
-    QRegularExpressionMatchIterator matches = marker.globalMatch(subject);
-    while (matches.hasNext()) {
-        const int number = matches.next().capturedRef(1).toInt();
-        if (!numbers.contains(number))
-            numbers.append(number);
-    }
-    std::sort(numbers.begin(), numbers.end());
-    QString result;
-    int copied = 0;
-    for (matches = marker.globalMatch(subject); matches.hasNext();) {
-        const QRegularExpressionMatch match = matches.next();
-        const int capture = numbers.indexOf(match.capturedRef(1).toInt()) + 1;
-        if (capture >= captured.size())
-            continue;
-        result += text.midRef(copied, match.capturedStart() - copied) + captured.at(capture);
-        copied = match.capturedEnd();
-    }
-    return result + text.midRef(copied);
-}
 
 /// Warns of the first lines that something holds for, and at the last of them tells how many more
 /// there are.
@@ -391,10 +362,9 @@ QList<ProjectFile::SearchResult> CodeDocument::search(const QRegularExpression &
     if (!expression.isValid())
         return results;
     const QString text = toPlainText();
-    const QString subject = wellFormed(text);
     QString lineText; // one for all matches of a line, however long it is
     int line = -1;
-    QRegularExpressionMatchIterator matches = expression.globalMatch(subject);
+    QRegularExpressionMatchIterator matches = expression.globalMatch(TextMatch::wellFormed(text));
     while (matches.hasNext()) {
         const QRegularExpressionMatch match = matches.next();
         QTextBlock block = findBlock(match.capturedStart());
@@ -407,8 +377,7 @@ QList<ProjectFile::SearchResult> CodeDocument::search(const QRegularExpression &
         result.start = unsigned(match.capturedStart() - block.position());
         result.length = unsigned(match.capturedLength());
         result.text = lineText;
-        for (int i = 1; i <= match.lastCapturedIndex(); ++i)
-            result.captured.append(text.mid(match.capturedStart(i), match.capturedLength(i)));
+        result.captured = TextMatch::captures(text, match);
         int rest = match.capturedEnd() - (block.position() + block.length());
         for (block = block.next(); rest > 0 && block.isValid(); block = block.next()) {
             result.text += block.text().leftRef(rest);
@@ -437,7 +406,7 @@ void CodeDocument::replace(const QList<SearchResult> &results, const QString &te
         cursor.setPosition(int(start) + int(result.length), QTextCursor::KeepAnchor);
         if (i + 1 == results.size() || results.at(i + 1).line != result.line)
             below = findBlock(cursor.selectionEnd()).next();
-        cursor.insertText(withCaptures(text, result.captured));
+        cursor.insertText(TextMatch::filledIn(text, result.captured));
         // Once for a line, however many matches it had.
         if (isWithin && (i == 0 || results.at(i - 1).line != result.line))
             d->parseInBracket(findBlockByNumber(int(result.line)), below);
