@@ -19,6 +19,7 @@
 #include <QVBoxLayout>
 
 #include <cmath>
+#include <functional>
 
 namespace HostKit
 {
@@ -28,7 +29,7 @@ namespace
 
 struct PaneAction {
     const char *key;
-    int textId; // of Kiln::KilnTranslator
+    Kiln::KilnTranslator::TextId text;
     bool checkable;
     const char *slot;
     const char *enabler;
@@ -36,13 +37,14 @@ struct PaneAction {
 };
 
 const PaneAction paneActions[] = {
-    {"frame_attack_box", 61, true, SLOT(drawAttackBoxes(bool)), SIGNAL(frameEnabled(bool)),
-     SIGNAL(attackBoxesDrawn(bool))},
-    {"frame_collision_box", 62, true, SLOT(drawCollisionBoxes(bool)), SIGNAL(frameEnabled(bool)),
-     SIGNAL(collisionBoxesDrawn(bool))},
-    {"frame_delete_boxes", 63, false, SLOT(deleteBoxes()), SIGNAL(frameEnabled(bool)), nullptr},
-    {"frame_onion_skin", 94, true, SLOT(showOnionSkin(bool)), nullptr,
-     SIGNAL(onionSkinShown(bool))},
+    {"frame_attack_box", Kiln::KilnTranslator::AddAttackBoxText, true, SLOT(drawAttackBoxes(bool)),
+     SIGNAL(frameEnabled(bool)), SIGNAL(attackBoxesDrawn(bool))},
+    {"frame_collision_box", Kiln::KilnTranslator::AddCollisionBoxText, true,
+     SLOT(drawCollisionBoxes(bool)), SIGNAL(frameEnabled(bool)), SIGNAL(collisionBoxesDrawn(bool))},
+    {"frame_delete_boxes", Kiln::KilnTranslator::DeleteBoxesText, false, SLOT(deleteBoxes()),
+     SIGNAL(frameEnabled(bool)), nullptr},
+    {"frame_onion_skin", Kiln::KilnTranslator::OnionSkinText, true, SLOT(showOnionSkin(bool)),
+     nullptr, SIGNAL(onionSkinShown(bool))},
 };
 
 /// The frame whose lines `line` is one of: boxes and comments stand above the frame that they are
@@ -209,7 +211,6 @@ struct FramePane::Private {
     QPointer<Kiln::Project> stage;          ///< whose stage is shown; only ever compared
     const Kiln::FrameCode *shown = nullptr; ///< only ever compared
     QLabel *place = nullptr;                ///< tells animation and frame
-    int revision = -1;                      ///< of the text that was read last
     QPoint mouse;
     QPoint placed; ///< where placeOrigin() put the origin last
     bool isShown = false;
@@ -297,7 +298,7 @@ QToolBar *FramePane::makeToolBar()
     bar->setIconSize(QSize(16, 16));
     for (const PaneAction &action : paneActions) {
         bar->addAction(d->interface.addAction(
-            nullptr, QLatin1String(action.key), Kiln::KilnTranslator::instance(), action.textId,
+            nullptr, QLatin1String(action.key), Kiln::KilnTranslator::instance(), action.text,
             action.checkable, this, action.slot, action.enabler, action.checker));
     }
     bar->insertSeparator(bar->actions().last());
@@ -444,22 +445,22 @@ void FramePane::refresh()
 
 void FramePane::drawAttackBoxes(bool on)
 {
-    if (on)
-        d->viewport.setDrawContactBoxMode(Kiln::ContactBoxCode::Attack);
-    else
-        d->viewport.setPositioningMode();
-    Q_EMIT attackBoxesDrawn(on);
-    Q_EMIT collisionBoxesDrawn(false);
+    drawBoxes(Kiln::ContactBoxCode::Attack, on);
 }
 
 void FramePane::drawCollisionBoxes(bool on)
 {
+    drawBoxes(Kiln::ContactBoxCode::Collision, on);
+}
+
+void FramePane::drawBoxes(Kiln::ContactBoxCode::BoxType type, bool on)
+{
     if (on)
-        d->viewport.setDrawContactBoxMode(Kiln::ContactBoxCode::Collision);
+        d->viewport.setDrawContactBoxMode(type);
     else
         d->viewport.setPositioningMode();
-    Q_EMIT collisionBoxesDrawn(on);
-    Q_EMIT attackBoxesDrawn(false);
+    Q_EMIT attackBoxesDrawn(on && type == Kiln::ContactBoxCode::Attack);
+    Q_EMIT collisionBoxesDrawn(on && type == Kiln::ContactBoxCode::Collision);
 }
 
 void FramePane::deleteBoxes()
@@ -524,7 +525,7 @@ void FramePane::placeOrigin(const QSize &size)
         return;
     const bool isKept = d->interface.option(QStringLiteral("origin_x"), QVariant()).isValid() ||
                         Viewport::origin() != d->placed;
-    const int ruler = 30;
+    constexpr int ruler = Viewport::RulerWidth;
     const QRect seen = QRect(QPoint(), size).adjusted(ruler, ruler, -1, -1);
     if (isKept && seen.contains(Viewport::origin()))
         return;

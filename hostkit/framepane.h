@@ -2,6 +2,8 @@
 
 #include <hostkit/export.h>
 
+#include <kilnx/code/contactboxes.h>
+
 #include <QtCore/QPointer>
 #include <QtWidgets/QWidget>
 
@@ -90,6 +92,7 @@ private:
 
     QToolBar *makeToolBar();
     void connectView();
+    void drawBoxes(Kiln::ContactBoxCode::BoxType type, bool on);
     void setShown(bool shown);
     void showStatus();
     void showRenderer();

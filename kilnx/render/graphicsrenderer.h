@@ -82,6 +82,9 @@ public:
         PlaceMask = 0xF3
     };
 
+    /// Of the rulers at the top and at the left, in screen pixels.
+    static constexpr int RulerWidth = 30;
+
     explicit GraphicsRenderer(QObject *parent = nullptr);
     ~GraphicsRenderer() override;
 

@@ -13,7 +13,6 @@ namespace Kiln
 namespace
 {
 
-constexpr int rulerWidth = 30;
 constexpr int handleReach = 6; // a handle takes 12 by 12 pixels around its point
 
 } // namespace
@@ -21,7 +20,8 @@ constexpr int handleReach = 6; // a handle takes 12 by 12 pixels around its poin
 GraphicsRendererPrivate::Target GraphicsRendererPrivate::hitTest(QPoint point) const
 {
     const GraphicsStyle &style = GraphicsStyle::instance();
-    const bool onRuler = point.x() < rulerWidth || point.y() < rulerWidth;
+    const bool onRuler =
+        point.x() < GraphicsRenderer::RulerWidth || point.y() < GraphicsRenderer::RulerWidth;
     if (onRuler && QRect(QPoint(), viewSize).contains(point))
         return {};
     Target target;

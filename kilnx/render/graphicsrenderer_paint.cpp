@@ -11,7 +11,7 @@ namespace Kiln
 namespace
 {
 
-constexpr int rulerWidth = 30;
+constexpr int rulerWidth = GraphicsRenderer::RulerWidth;
 constexpr int handleSize = 8;
 /// More labels than this are those of other zooms and origins.
 constexpr int mostLabels = 1024;
