@@ -382,8 +382,9 @@ void HostBase::makeFramePane()
     const auto show = [this] { d->showFrames(); };
     QObject::connect(d->desk.get(), &FileDesk::changed, d.get(), show);
     QObject::connect(d->deck.get(), &EditorDeck::currentChanged, d.get(), show);
+    // At once: what the view shows of the file is about to be destroyed.
     QObject::connect(&d->session, &ProjectSession::fileRemoved, d->frames.get(),
-                     &FramePane::refresh, Qt::QueuedConnection);
+                     &FramePane::refresh);
 }
 
 bool HostBase::openProject(const QString &directory)

@@ -76,6 +76,7 @@ private slots:
     void followsTheText();
     void editsAreOneStep();
     void switchesPainting();
+    void lettingGoOfSprites();
     void closesInTheMiddle();
     void randomUser_data();
     void randomUser();
@@ -293,6 +294,22 @@ void tst_studio_frames::switchesPainting()
     QVERIFY(view().zoomFactor() > zoom);
     QVERIFY(host().desk().openFile(KILN_SOURCE_DIR "/examples/hero/heroes/wren/air.glow", 0));
     QVERIFY(!pane().isVisible() && renderer().isEmpty());
+}
+
+// What the view shows of a file that is taken away is gone at once, before the next paint.
+void tst_studio_frames::lettingGoOfSprites()
+{
+    Kiln::Project *project = document()->project();
+    auto *sprites = dynamic_cast<Kiln::Sprites *>(project->file(Kiln::Project::FileID::Sprites));
+    QVERIFY(sprites);
+    const QString name = sprites->fileName();
+    QVERIFY(sprites->fromFile(sprites->archive(), name, false));
+    const int row = sprites->indexOf(0, PlainFrame(text(), line()).name);
+    QCOMPARE(view().spriteProvider()->spriteAt(0), sprites->at(unsigned(row)));
+    project->removeFile(sprites);
+    QCOMPARE(view().spriteProvider()->count(), 0U);
+    view().widget()->repaint();
+    QVERIFY(pane().frame());
 }
 
 // What is shown goes while it is dragged and drawn.
