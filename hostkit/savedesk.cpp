@@ -16,6 +16,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QPointer>
 
 namespace HostKit
 {
@@ -80,15 +81,17 @@ void SaveDesk::saveAll()
 bool SaveDesk::saveProjectAs()
 {
     const QString title = tr("Save project as");
-    Kiln::ParentProject *project = m_session->parentProject();
+    // What goes on behind the boxes may close it.
+    const QPointer<Kiln::ParentProject> project = m_session->parentProject();
     const QString target = project ? chooseTarget(project) : QString();
-    if (target.isEmpty() || !mayReplace(title, project->replacedBySaveAs(target)))
+    if (target.isEmpty() || !project || !mayReplace(title, project->replacedBySaveAs(target)) ||
+        !project)
         return false;
     const QString before = project->basePath();
     project->saveAs(target);
     tellReport(title);
     m_desk->syncWithEditor();
-    return project->basePath() != before;
+    return project && project->basePath() != before;
 }
 
 bool SaveDesk::backup(const QString &name)
@@ -101,9 +104,9 @@ bool SaveDesk::backup(const QString &name)
 bool SaveDesk::restore(const QString &name)
 {
     const QString title = tr("Restore backup");
-    Kiln::ParentProject *project = m_session->parentProject();
-    if (!project || !m_desk->confirmDiscard() ||
-        !mayReplace(title, project->replacedByRestore(name)))
+    const QPointer<Kiln::ParentProject> project = m_session->parentProject();
+    if (!project || !m_desk->confirmDiscard() || !project ||
+        !mayReplace(title, project->replacedByRestore(name)) || !project)
         return false;
     const bool restored = project->restoreBackup(name);
     if (restored)
