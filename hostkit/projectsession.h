@@ -35,7 +35,7 @@ public:
     /// none does.
     bool open(const QString &directory);
 
-    /// Ends all projects and their files, whatever changes they have.
+    /// Closes all projects and their files, whatever changes they have.
     void close();
 
     Kiln::ParentProject *parentProject() const { return m_parent; }

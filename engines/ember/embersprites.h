@@ -15,7 +15,8 @@ class QIODevice;
 ///
 /// The pictures lie encoded in a store; opening decodes none, and saving writes them as they lie.
 /// Every change is a step of undo, of the palettes too. Decoded pictures and textures are made on
-/// demand, and only the last ones that were asked for are kept. Made with `new`; release() ends it.
+/// demand, and only the last ones that were asked for are kept. Made with `new`; release() destroys
+/// it.
 class EMBER_EXPORT EmberSprites : public EmberList<Kiln::Sprites, EmberSprite>
 {
     Q_OBJECT

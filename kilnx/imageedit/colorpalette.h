@@ -16,7 +16,7 @@ class PaletteWidget;
 /// widget chooses the background and any other the foreground, unless the current tool takes it.
 ///
 /// The two small widgets that show both colours belong to this object, though a host may put them
-/// into a layout of its own. Without the PaletteWidget, when it has ended, every colour is clear.
+/// into a layout of its own. Once the PaletteWidget is destroyed, every colour is clear.
 class KILNX_EXPORT ColorPalette : public ImagePalette
 {
     Q_OBJECT
@@ -25,7 +25,7 @@ public:
     explicit ColorPalette(PaletteWidget *widget, QObject *parent = nullptr);
     ~ColorPalette() override;
 
-    /// Null when the host has ended it.
+    /// Null when the host has destroyed it.
     ColorWidget *foregroundWidget() const;
     ColorWidget *backgroundWidget() const;
     /// The tool that is offered clicks first, borrowed; null for none.

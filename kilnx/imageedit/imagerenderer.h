@@ -54,7 +54,7 @@ public:
     /// out of range.
     void setActiveTool(int position);
     /// The options of the current tool, at most 26 pixels high: for the host's bar. Belongs to the
-    /// renderer; null when the host has ended it.
+    /// renderer; null when the host has destroyed it.
     QWidget *toolOptions() const;
 
     /// The layer that tools paint on; null for none, and after it has left the canvas.

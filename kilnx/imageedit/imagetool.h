@@ -32,7 +32,7 @@ class KILNX_EXPORT ImageTool : public QObject
 public:
     /// The renderer becomes the parent.
     explicit ImageTool(ImageRenderer *renderer);
-    /// Ends the options, too, wherever the host has put them.
+    /// Destroys the options, too, wherever the host has put them.
     ~ImageTool() override;
 
     /// The pixels of the current layer changed otherwise than by this tool, or another layer is

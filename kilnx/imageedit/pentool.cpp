@@ -14,6 +14,7 @@ namespace
 {
 
 constexpr int largestPen = 24;
+
 void drawHollowSquare(QPainter &painter, QPoint at, int side, const QColor &color)
 {
     painter.fillRect(QRect(at, QSize(side, 1)), color);

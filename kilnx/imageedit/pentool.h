@@ -89,7 +89,7 @@ class KILNX_EXPORT ReplaceTool : public BasePenTool
 
 public:
     explicit ReplaceTool(ImageRenderer *renderer);
-    /// Null when the host has ended the options.
+    /// Null when the host has destroyed the options.
     PaletteRemapWidget *pairs() const;
     bool keyPressed(int key) override;
     void mousePressed(Qt::KeyboardModifiers modifiers,
