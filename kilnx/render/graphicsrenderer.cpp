@@ -113,6 +113,8 @@ void GraphicsRenderer::spriteChangedAt(unsigned int index)
     if (!alive || d->provider != provider || index >= unsigned(d->items.size()))
         return;
     d->items[int(index)] = item;
+    if (d->pressed && d->hit == GraphicsRendererPrivate::HitSprite && d->currentBox == int(index))
+        d->dragStart = item.position;
     if (d->readDepth > 0)
         return;
     Q_EMIT changedAt(index);

@@ -182,7 +182,7 @@ public:
     /// Writes the rectangles of the selected boxes to the text.
     void updateSelectedBoxes();
 
-    /// The left button draws boxes of a kind, until the right one is clicked.
+    /// The left button draws boxes of a kind, until the right one is clicked or Escape pressed.
     void setDrawContactBoxMode(ContactBoxCode::BoxType type);
     /// The left button picks and drags.
     void setPositioningMode();
@@ -190,6 +190,8 @@ public:
     void setCaptureMode();
     ClickMode clickMode() const;
 
+    /// Arrows move the selected boxes and Delete removes them; Escape takes a drag back, and without
+    /// one it ends ClickDrawContactBox.
     void keyPressed(int key, Qt::KeyboardModifiers modifiers) override;
     void keyReleased(int key, Qt::KeyboardModifiers modifiers) override;
     void
@@ -253,7 +255,7 @@ Q_SIGNALS:
     void changedAt(unsigned int index);
     /// A palette index was picked in ClickCapture.
     void colorCaptured(unsigned char index);
-    /// The user left ClickDrawContactBox with the right button.
+    /// The user left ClickDrawContactBox with the right button or Escape.
     void contactDrawingExit();
     /// The image pixel under the mouse.
     void cursorChanged(QPoint position);

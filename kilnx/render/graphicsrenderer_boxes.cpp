@@ -21,6 +21,13 @@ bool isEmptySelection(const QRect &rect)
 /// How far a box's drawing and its handles reach beyond its rectangle, with any line width.
 constexpr int drawingReach = 24;
 
+/// The same pixels with positive lengths.
+QRect upright(const QRect &rect)
+{
+    return {rect.x() + qMin(0, rect.width()), rect.y() + qMin(0, rect.height()),
+            qAbs(rect.width()), qAbs(rect.height())};
+}
+
 } // namespace
 
 QRect ContactBox::rect() const
@@ -248,8 +255,7 @@ void GraphicsRendererPrivate::finishDrawing()
         q->update();
         return;
     }
-    rect = QRect(rect.x() + qMin(0, rect.width()), rect.y() + qMin(0, rect.height()),
-                 qAbs(rect.width()), qAbs(rect.height()));
+    rect = upright(rect);
     drawn.setRect(rect);
     selectionRect = rect;
     const QPointer<GraphicsRenderer> alive(q);
@@ -276,12 +282,14 @@ void GraphicsRendererPrivate::dropDrawing()
     selectionRect = emptySelection;
 }
 
-/// Boxes that are being drawn or dragged are as the text has them again.
+/// What is being drawn or dragged is as the text, the provider or the program had it before.
 void GraphicsRendererPrivate::abandonDrag()
 {
     dropDrawing();
     if (pressed && hit >= HitBox)
         readAllBoxes();
+    else if (QPoint *position = pressed ? draggedPosition() : nullptr)
+        *position = dragStart;
     pressed = false;
     moved = false;
 }
@@ -406,6 +414,11 @@ void GraphicsRendererPrivate::readAllBoxes()
 void GraphicsRenderer::updateSelectedBoxes()
 {
     const QPointer<GraphicsRenderer> alive(this);
+    // A corner may have been dragged past the one across.
+    d->forSelected([](ContactBox &box) {
+        if (box.code)
+            box.setRect(upright(box.rect()));
+    });
     d->beginWriting();
     for (int number = 0; number < 8 && alive; ++number) {
         const QVector<ContactBox> boxes = d->contactBoxes[number].boxes;

@@ -219,6 +219,8 @@ void GraphicsRendererPrivate::pick(QPoint point, bool toggle)
         recomputeSelection();
     } else if (hit > HitBox) {
         startResize();
+    } else if (const QPoint *position = draggedPosition()) {
+        dragStart = *position;
     }
     const QPointer<GraphicsRenderer> alive(q);
     if (hit < HitBox && clickMode == GraphicsRenderer::ClickCapture) {
@@ -348,9 +350,21 @@ int over(int step, double scale)
 
 } // namespace
 
+/// Where the sprite or cross stands that the mouse holds; null for all else and what stands fast.
+QPoint *GraphicsRendererPrivate::draggedPosition()
+{
+    if (hit == HitSprite && currentBox >= 0 && currentBox < items.size() &&
+        draggable(items.at(currentBox).mode)) {
+        return &items[currentBox].position;
+    }
+    if (hit >= HitCross && hit < HitCross + 3 && draggable(crosses[hit - HitCross].mode))
+        return &crosses[hit - HitCross].position;
+    return nullptr;
+}
+
 void GraphicsRendererPrivate::dragSprite(QPoint delta, QPoint scaled)
 {
-    if (currentBox < 0 || currentBox >= items.size() || !draggable(items.at(currentBox).mode))
+    if (!draggedPosition())
         return;
     SpriteItem &item = items[currentBox];
     const bool onScreen = place(item.mode) == GraphicsRenderer::PlaceOnScreen;
@@ -364,7 +378,7 @@ void GraphicsRendererPrivate::dragCross(QPoint delta, QPoint scaled)
 {
     const int number = hit - HitCross;
     Item &cross = crosses[number];
-    if (!draggable(cross.mode))
+    if (!draggedPosition())
         return;
     const bool onScreen = place(cross.mode) == GraphicsRenderer::PlaceOnScreen;
     cross.position = Pixels::moved(cross.position, allowed(cross.mode, onScreen ? delta : scaled));
@@ -398,32 +412,35 @@ void GraphicsRendererPrivate::release(Qt::MouseButton button)
     if (hit == HitNone)
         setCursor(Qt::OpenHandCursor);
     if (button == Qt::RightButton && clickMode == GraphicsRenderer::ClickDrawContactBox) {
-        const QPointer<GraphicsRenderer> alive(q);
-        q->setPositioningMode();
-        if (alive)
-            Q_EMIT q->contactDrawingExit();
+        leaveDrawing();
         return;
     }
     if (button != Qt::LeftButton || !wasPressed)
         return;
     if (clickMode == GraphicsRenderer::ClickDrawContactBox) {
         finishDrawing();
-    } else if (!wasMoved || hit == HitNone) {
+    } else if (!wasMoved) {
         return;
-    } else if (hit == HitSprite) {
-        if (currentBox >= 0 && currentBox < items.size() && draggable(items.at(currentBox).mode)) {
-            const SpriteItem item = items.at(currentBox);
-            Q_EMIT q->itemReleased(GraphicsRenderer::ItemSprite, item.sprite, item.position);
-        }
-    } else if (hit >= HitCross && hit < HitCross + 3) {
-        const Item &cross = crosses[hit - HitCross];
-        if (draggable(cross.mode)) {
+    } else if (const QPoint *position = draggedPosition()) {
+        if (hit == HitSprite) {
+            Q_EMIT q->itemReleased(GraphicsRenderer::ItemSprite, items.at(currentBox).sprite,
+                                   QPoint(*position));
+        } else {
             Q_EMIT q->itemReleased(GraphicsRenderer::ItemType(hit - HitCross), nullptr,
-                                   cross.position);
+                                   QPoint(*position));
         }
     } else if (hit >= HitBox && boxesDraggable()) {
         Q_EMIT q->itemReleased(GraphicsRenderer::ItemContactBoxes, nullptr, {});
     }
+}
+
+/// As the user wishes, and not the program.
+void GraphicsRendererPrivate::leaveDrawing()
+{
+    const QPointer<GraphicsRenderer> alive(q);
+    q->setPositioningMode();
+    if (alive)
+        Q_EMIT q->contactDrawingExit();
 }
 
 /// The widget that would have told the release does not show the view any more.
@@ -443,6 +460,12 @@ void GraphicsRenderer::keyPressed(int key, Qt::KeyboardModifiers modifiers)
         switch (key) {
         case Qt::Key_Delete:
             removeSelectedContactBoxes();
+            break;
+        case Qt::Key_Escape:
+            if (d->pressed)
+                d->abandonDrag();
+            else if (d->clickMode == ClickDrawContactBox)
+                d->leaveDrawing();
             break;
         case Qt::Key_Left:
             step.setX(-1);

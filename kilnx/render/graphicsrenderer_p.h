@@ -190,6 +190,7 @@ public:
     bool pressed = false;
     bool moved = false;
     QPoint lastPosition;
+    QPoint dragStart; ///< where the sprite or cross stood that is dragged
     int currentBox = -1;
     int currentGroup = 0;
     int boxCountAtDrawStart = 0;
@@ -241,9 +242,11 @@ public:
     void pick(QPoint point, bool toggle);
     void capture(QPoint point);
     void drag(QPoint delta, QPoint scaled);
+    QPoint *draggedPosition();
     void dragSprite(QPoint delta, QPoint scaled);
     void dragCross(QPoint delta, QPoint scaled);
     void release(Qt::MouseButton button);
+    void leaveDrawing();
     void endStrayDrag();
 
     // Boxes.

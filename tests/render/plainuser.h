@@ -141,6 +141,22 @@ public:
         }
         mode = 0;
     }
+    void escape()
+    {
+        if (m_pressed) {
+            abandon();
+        } else if (mode == 1) {
+            position();
+            log.append("exit");
+        }
+    }
+    /// The text puts a sprite somewhere, even while it is dragged.
+    void place(int sprite, QPoint at)
+    {
+        scene.sprites[sprite].position = at;
+        if (m_hit == 1 && m_index == sprite)
+            m_from = at;
+    }
     void setText(int kind, const QVector<QRect> &rects)
     {
         if (m_pressed && m_hit >= 7)
@@ -196,6 +212,8 @@ private:
         m_index = target.index;
         if (!shift)
             deselect();
+        if (m_hit >= 1 && m_hit <= 4)
+            m_from = *itemPosition();
         if (m_hit != 7)
             return;
         m_group = next.hit ? next.group : m_group;
@@ -256,11 +274,12 @@ private:
         const bool written = !selected().isEmpty() && !(m_drawing && selected().size() == 1);
         for (int group = 0; group < 2; ++group) {
             for (int i = 0; i < text[group].size(); ++i) {
-                const QRect rect = rounded(scene.boxes[group][i].rect);
-                if (scene.boxes[group][i].selected)
-                    text[group][i] = {rect.x() + qMin(0, rect.width()),
-                                      rect.y() + qMin(0, rect.height()), qAbs(rect.width()),
-                                      qAbs(rect.height())};
+                PlainScene::Box &box = scene.boxes[group][i];
+                const QRect rect = rounded(box.rect);
+                if (box.selected)
+                    box.rect = text[group][i] = {
+                        rect.x() + qMin(0, rect.width()), rect.y() + qMin(0, rect.height()),
+                        qAbs(rect.width()), qAbs(rect.height())};
             }
         }
         if (written)
@@ -289,11 +308,13 @@ private:
         m_drawing = false;
         if (m_pressed && m_hit >= 7)
             reread();
+        else if (m_pressed && m_hit >= 1 && m_hit <= 4)
+            *itemPosition() = m_from;
         m_pressed = m_moved = false;
     }
 
     bool m_pressed = false, m_moved = false, m_drawing = false;
-    QPoint m_last;
+    QPoint m_last, m_from;
     int m_hit = 0, m_group = 0, m_index = -1, m_countBefore = 0;
     QRect m_start;
 };

@@ -231,10 +231,10 @@ private Q_SLOTS:
                 if (!shift && !control)
                     plain.nudge(way[key]);
             } else if (what < 86) {
-                steps.append("delete");
-                bench.view.keyPressed(Qt::Key_Delete, modifiers);
+                steps.append(QString("%1 %2").arg(left ? "delete" : "escape").arg(shift || control));
+                bench.view.keyPressed(left ? Qt::Key_Delete : Qt::Key_Escape, modifiers);
                 if (!shift && !control)
-                    plain.remove();
+                    left ? plain.remove() : plain.escape();
             } else if (what < 90) {
                 const int kind = below(2);
                 steps.append(QString("draw %1").arg(kind));
