@@ -190,8 +190,8 @@ public:
     void setCaptureMode();
     ClickMode clickMode() const;
 
-    /// Arrows move the selected boxes and Delete removes them; Escape takes a drag back, and without
-    /// one it ends ClickDrawContactBox.
+    /// Arrows move the selected boxes and Delete removes them; Escape takes a drag back, and
+    /// without one it ends ClickDrawContactBox.
     void keyPressed(int key, Qt::KeyboardModifiers modifiers) override;
     void keyReleased(int key, Qt::KeyboardModifiers modifiers) override;
     void

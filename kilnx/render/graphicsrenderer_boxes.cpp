@@ -24,8 +24,8 @@ constexpr int drawingReach = 24;
 /// The same pixels with positive lengths.
 QRect upright(const QRect &rect)
 {
-    return {rect.x() + qMin(0, rect.width()), rect.y() + qMin(0, rect.height()),
-            qAbs(rect.width()), qAbs(rect.height())};
+    return {rect.x() + qMin(0, rect.width()), rect.y() + qMin(0, rect.height()), qAbs(rect.width()),
+            qAbs(rect.height())};
 }
 
 } // namespace

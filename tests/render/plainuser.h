@@ -277,9 +277,9 @@ private:
                 PlainScene::Box &box = scene.boxes[group][i];
                 const QRect rect = rounded(box.rect);
                 if (box.selected)
-                    box.rect = text[group][i] = {
-                        rect.x() + qMin(0, rect.width()), rect.y() + qMin(0, rect.height()),
-                        qAbs(rect.width()), qAbs(rect.height())};
+                    box.rect = text[group][i] = {rect.x() + qMin(0, rect.width()),
+                                                 rect.y() + qMin(0, rect.height()),
+                                                 qAbs(rect.width()), qAbs(rect.height())};
             }
         }
         if (written)

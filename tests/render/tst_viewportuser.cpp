@@ -231,7 +231,8 @@ private Q_SLOTS:
                 if (!shift && !control)
                     plain.nudge(way[key]);
             } else if (what < 86) {
-                steps.append(QString("%1 %2").arg(left ? "delete" : "escape").arg(shift || control));
+                steps.append(
+                    QString("%1 %2").arg(left ? "delete" : "escape").arg(shift || control));
                 bench.view.keyPressed(left ? Qt::Key_Delete : Qt::Key_Escape, modifiers);
                 if (!shift && !control)
                     left ? plain.remove() : plain.escape();
