@@ -61,11 +61,13 @@ QWidget *ControlPanels::add(const QString &key, const Kiln::Control &control)
     entry.key = key;
     entry.field = built.field;
     entry.row = built.row;
-    if (!qobject_cast<QAbstractItemView *>(built.field)) {
+    const bool isList = qobject_cast<QAbstractItemView *>(built.field);
+    const bool isWide = isList || dynamic_cast<const Kiln::EmbeddedControl *>(&control);
+    if (place.sideDock && isWide) {
+        place.sideDock->widget()->layout()->addWidget(built.row);
+    } else if (!isList) {
         place.strip->layout()->addWidget(built.row);
         entry.strip = place.sideDock ? nullptr : place.strip;
-    } else if (place.sideDock) {
-        place.sideDock->widget()->layout()->addWidget(built.row);
     } else {
         entry.dock = makeDock(key, built.row);
     }

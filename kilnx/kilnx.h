@@ -30,11 +30,14 @@
 #include <kilnx/codeedit/snippets.h>
 #include <kilnx/editors/fieldguard.h>
 #include <kilnx/editors/organizer.h>
+#include <kilnx/editors/palettepreview.h>
 #include <kilnx/export.h>
 #include <kilnx/forms/colorwidget.h>
 #include <kilnx/forms/itemsdialog.h>
 #include <kilnx/forms/messageboxes.h>
+#include <kilnx/forms/paldlg.h>
 #include <kilnx/forms/rundlg.h>
+#include <kilnx/forms/sprimport.h>
 #include <kilnx/image/codecs.h>
 #include <kilnx/image/colorquantizer.h>
 #include <kilnx/image/gif.h>

@@ -318,6 +318,15 @@ void PaletteWidget::flatten()
     d->object = &d->history[0];
 }
 
+void PaletteWidget::load(const RGBA *colors)
+{
+    std::memmove(d->history[0], colors, sizeof(d->history[0]));
+    d->current = 0;
+    d->last = 1;
+    d->object = &d->history[0];
+    d->dropPress();
+}
+
 QSize PaletteWidget::sizeHint() const
 {
     return {d->columnCount * d->cellSize, d->rows() * d->cellSize};

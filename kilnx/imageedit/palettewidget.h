@@ -11,14 +11,14 @@ namespace Kiln
 
 class PaletteObject;
 class PaletteWidgetPrivate;
+struct RGBA;
 
 /// Shows up to 256 colours as a grid of square cells, in which colours are picked, selected and
 /// dragged to other places, and keeps up to eleven steps of undo of its palette.
 ///
 /// The colours are edited through palette(). Each edit starts on a copy of all 256 entries, except
 /// the first one after the start and after reset() and flatten(), which gives the state that undo()
-/// ends at. Whoever shows another palette calls reset(), blocks the signals of palette() and copies
-/// the colours in.
+/// ends at. Whoever shows another palette calls load().
 class KILNX_EXPORT PaletteWidget : public QWidget
 {
     Q_OBJECT
@@ -67,6 +67,9 @@ public:
     void reset();
     /// Forgets all steps and keeps the colours.
     void flatten();
+    /// Shows another palette, 256 entries: forgets all steps, also while locked, and takes these
+    /// colours as the state that undo() ends at. Emits nothing.
+    void load(const RGBA *colors);
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
