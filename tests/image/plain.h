@@ -2,7 +2,7 @@
 
 #include <kilnx/image/palette.h>
 
-#include <QIODevice>
+#include <QBuffer>
 #include <QImage>
 
 #include <random>
@@ -12,13 +12,21 @@
 namespace Plain
 {
 
+/// Bytes as a device that is open to be read.
+struct OpenBuffer : QBuffer {
+    explicit OpenBuffer(const QByteArray &bytes)
+    {
+        setData(bytes);
+        open(ReadOnly);
+    }
+};
+
 /// Each byte through a QDataStream.
 bool loadPcx(QImage &image, QIODevice *device);
 bool loadRle8(QImage &image, QIODevice *device);
 bool loadRle5(QImage &image, QIODevice *device);
 bool loadLz5(QImage &image, QIODevice *device);
 
-QByteArray savePcx(const QImage &image);
 QByteArray saveRle8(const QImage &image);
 /// A writer of the format that the library only reads: a packet for each pixel run.
 QByteArray saveRle5(const QImage &image);
@@ -36,6 +44,8 @@ QImage resizeBilinear(const QImage &image, QSize size, Kiln::RGBA (&palette)[256
 QImage scale(const QImage &image, int factor);
 QImage rotate(const QImage &image, float radians, unsigned fill);
 
+/// The file that the library writes of a picture; "refused" if it writes none.
+QByteArray fileOf(const char *format, const QImage &image);
 /// The bytes of all pixels, row after row without padding.
 QByteArray pixelsOf(const QImage &image);
 

@@ -287,47 +287,6 @@ bool loadLz5(QImage &image, QIODevice *device)
     return stream.status() == QDataStream::Ok;
 }
 
-QByteArray savePcx(const QImage &image)
-{
-    const QVector<int> channels = image.format() == QImage::Format_Indexed8 ? QVector<int>{0}
-                                  : image.format() == QImage::Format_RGB32
-                                      ? QVector<int>{2, 1, 0}
-                                      : QVector<int>{2, 1, 0, 3};
-    const int stride = channels.size() == 1 ? 1 : 4;
-    QByteArray bytes;
-    QDataStream stream(&bytes, QIODevice::WriteOnly);
-    stream.setByteOrder(QDataStream::LittleEndian);
-    stream << quint8(10) << quint8(5) << quint8(1) << quint8(8) << quint16(0) << quint16(0)
-           << quint16(image.width() - 1) << quint16(image.height() - 1) << quint16(0) << quint16(0);
-    for (int i = 0; i < 48; ++i)
-        stream << quint8(0);
-    stream << quint8(0) << quint8(channels.size()) << quint16(image.width()) << quint16(1);
-    for (int i = 0; i < 58; ++i)
-        stream << quint8(0);
-    for (int y = 0; y < image.height(); ++y) {
-        for (int channel : channels) {
-            QVector<quint8> line;
-            for (int x = 0; x < image.width(); ++x)
-                line.append(image.constScanLine(y)[x * stride + channel]);
-            for (int x = 0; x < line.size();) {
-                const int run = runLength(line, x, 63);
-                if (run >= 2 || line[x] > 0xBF)
-                    stream << quint8(0xC0 | run);
-                stream << line[x];
-                x += run;
-            }
-        }
-    }
-    if (stride == 1) {
-        stream << quint8(0x0C);
-        for (int i = 0; i < 256; ++i) {
-            const QRgb color = image.colorTable().value(i);
-            stream << quint8(qRed(color)) << quint8(qGreen(color)) << quint8(qBlue(color));
-        }
-    }
-    return bytes;
-}
-
 QByteArray saveRle8(const QImage &image)
 {
     const QVector<quint8> bytes = packed(image, image.width() * image.depth() / 8);

@@ -1,5 +1,7 @@
 #include "plain.h"
 
+#include <kilnx/image/codecs.h>
+
 #include <QtMath>
 
 #include <climits>
@@ -279,6 +281,13 @@ QImage rotate(const QImage &image, float radians, unsigned fill)
         }
     }
     return result;
+}
+
+QByteArray fileOf(const char *format, const QImage &image)
+{
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    return Kiln::saveImage(&buffer, format, image) ? buffer.data() : QByteArray("refused");
 }
 
 QByteArray pixelsOf(const QImage &image)

@@ -17,6 +17,7 @@
 #include <malloc.h>
 
 using namespace Kiln;
+using Plain::OpenBuffer;
 
 namespace
 {
@@ -75,24 +76,15 @@ bool run(const QString &program, const QStringList &arguments, const QString &ou
            process.exitCode() == 0;
 }
 
-QByteArray written(const char *format, const QImage &image)
+bool readBytes(const QByteArray &bytes, const char *format, QImage &image)
 {
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    return saveImage(&buffer, format, image) ? buffer.data() : QByteArray("refused");
-}
-
-bool readBytes(QByteArray bytes, const char *format, QImage &image)
-{
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::ReadOnly);
+    OpenBuffer buffer(bytes);
     return loadImage(&buffer, format, image);
 }
 
-ImageInfo infoOf(QByteArray bytes, const char *format)
+ImageInfo infoOf(const QByteArray &bytes, const char *format)
 {
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::ReadOnly);
+    OpenBuffer buffer(bytes);
     return imageInfoFromFile(&buffer, format);
 }
 
@@ -122,20 +114,18 @@ using Work = std::function<QByteArray()>;
 /// Reads a file, asks it for its size and its palette, and writes the picture again.
 Work fileWork(const QByteArray &format, const QImage &image)
 {
-    return [=, file = written(format, image)] {
+    return [=, file = Plain::fileOf(format, image)] {
         QImage read(1, 1, QImage::Format_RGB32);
         read.fill(0);
         if (format != "TINY") // its pixels mean nothing
             readBytes(file, format, read);
         const ImageInfo info = infoOf(file, format);
-        QByteArray bytes = file;
-        QBuffer buffer(&bytes);
-        buffer.open(QIODevice::ReadOnly);
+        OpenBuffer buffer(file);
         RGBA table[256] = {};
         PaletteObject(&table).fromFile(&buffer, format);
         return Plain::pixelsOf(read) + QByteArray::number(info.width * info.height) +
                QByteArray(reinterpret_cast<const char *>(table), sizeof table) +
-               written(format, image);
+               Plain::fileOf(format, image);
     };
 }
 
@@ -155,9 +145,7 @@ Work rawWork(const QImage &image, Save save, Load load)
 Work paletteWork(const QByteArray &file, const QByteArray &format = "PAL")
 {
     return [=] {
-        QByteArray bytes = file;
-        QBuffer buffer(&bytes);
-        buffer.open(QIODevice::ReadOnly);
+        OpenBuffer buffer(file);
         RGBA table[256];
         PaletteObject palette(&table);
         palette.fromFile(&buffer, format);
@@ -243,8 +231,8 @@ private Q_SLOTS:
         mallopt(M_PERTURB, 0x5A); // so that pixels that nobody wrote are seen
         QVERIFY(m_dir.isValid());
         m_convert = program({QString("convert-im6.q16"), QString("convert-im7.q16")});
-        m_gifText = program({QString("giftext")});
-        m_gifBuild = program({QString("gifbuild")});
+        m_gifText = program({"giftext"});
+        m_gifBuild = program({"gifbuild"});
         QVERIFY2(!m_convert.isEmpty(), "needs the package imagemagick");
         QVERIFY2(!m_gifText.isEmpty() && !m_gifBuild.isEmpty(), "needs the package giflib-tools");
         ExtensionManager::add(new TinyReader(false));
@@ -280,12 +268,12 @@ private Q_SLOTS:
                      {Plain::noise({width, height}, wanted, isMono ? 2 : 256, random),
                       Plain::sprite({width, height}, 32, random)}) {
                     image = image.convertToFormat(QImage::Format(pixels));
-                    const QByteArray file = written(format, image);
+                    const QByteArray file = Plain::fileOf(format, image);
                     for (int y = 0; y < height; ++y) {
                         for (int i = (width * image.depth() + 7) / 8; i < image.bytesPerLine(); ++i)
                             image.scanLine(y)[i] ^= 0xFF;
                     }
-                    QCOMPARE(written(format, image), file);
+                    QCOMPARE(Plain::fileOf(format, image), file);
                     QImage back;
                     QVERIFY(readBytes(file, format, back));
                     QCOMPARE(int(back.format()), int(wanted));
@@ -331,7 +319,7 @@ private Q_SLOTS:
             int bytes; // of the two rows that are missing
             QRgb kept;
             QRgb missing;
-        } cases[] = {{written("BMP", solid), 40, 0xFFFF0000, 0xFF000000},
+        } cases[] = {{Plain::fileOf("BMP", solid), 40, 0xFFFF0000, 0xFF000000},
                      {readFile(path), 48, 0x66FF0000, 0}};
         for (const auto &c : cases) {
             QImage image;
@@ -353,33 +341,27 @@ private Q_SLOTS:
 
     void failedReads_data()
     {
-        columns<QByteArray, QByteArray, bool>("format", "file", "keeps");
+        const auto add = columns<QByteArray, QByteArray, bool>("format", "file", "keeps");
         const auto changed = [](const char *word, int from, const char *bytes) {
             const QByteArray hex = QByteArray::fromHex(bytes);
-            return written(word, QImage(1, 1, QImage::Format_RGB32)).replace(from, hex.size(), hex);
+            return Plain::fileOf(word, QImage(1, 1, QImage::Format_RGB32))
+                .replace(from, hex.size(), hex);
         };
         QByteArray png = changed("PNG", 16, "0000FFFF0000FFFF");
         png.replace(29, 4, pngChecksum(png.mid(12, 17)));
-        const struct {
-            const char *name;
-            const char *format;
-            QByteArray file;
-            bool keeps;
-        } rows[] = {{"PNG", "PNG", "no picture", false},
-                    {"BMP", "BMP", "BMno picture", false},
-                    {"PCX", "PCX", "no picture", true},
-                    {"PCX, 65,536 a side", "PCX", changed("PCX", 4, "00000000FFFFFFFF"), false},
-                    {"PCX without width", "PCX", changed("PCX", 4, "0900000003000000"), false},
-                    {"GIF", "GIF", "GIF89a", true},
-                    {"a lower-case word", "png", "no picture", true},
-                    {"a word nobody knows", "XYZ", "no picture", true},
-                    {"an extension", "TINY", "", true},
-                    {"PNG, 65,535 a side", "PNG", png, false},
-                    {"BMP, 65,536 a side", "BMP", changed("BMP", 18, "0000010000000100"), false},
-                    {"BMP, 50 million rows, top first", "BMP",
-                     changed("BMP", 18, "04000000020000FD"), false}};
-        for (const auto &row : rows)
-            addRow(row.name, QByteArray(row.format), row.file, row.keeps);
+        add("PNG", "PNG", "no picture", false);
+        add("BMP", "BMP", "BMno picture", false);
+        add("PCX", "PCX", "no picture", true);
+        add("PCX, 65,536 a side", "PCX", changed("PCX", 4, "00000000FFFFFFFF"), false);
+        add("PCX without width", "PCX", changed("PCX", 4, "0900000003000000"), false);
+        add("GIF", "GIF", "GIF89a", true);
+        add("a lower-case word", "png", "no picture", true);
+        add("a word nobody knows", "XYZ", "no picture", true);
+        add("an extension", "TINY", "", true);
+        add("PNG, 65,535 a side", "PNG", png, false);
+        add("BMP, 65,536 a side", "BMP", changed("BMP", 18, "0000010000000100"), false);
+        add("BMP, 50 million rows, top first", "BMP", changed("BMP", 18, "04000000020000FD"),
+            false);
     }
 
     void failedReads()
@@ -402,7 +384,7 @@ private Q_SLOTS:
         QImage image;
         QVERIFY(readBytes("\x07", "TINY", image));
         QCOMPARE(image.size(), QSize(7, 7));
-        QCOMPARE(written("TINY", image), QByteArray("\x07"));
+        QCOMPARE(Plain::fileOf("TINY", image), QByteArray("\x07"));
         QVERIFY(!readBytes("\x07", "tiny", image = QImage()));
     }
 
@@ -410,24 +392,20 @@ private Q_SLOTS:
     {
         const QImage image(2, 2, QImage::Format_RGB32);
         for (const char *format : {"PNG", "BMP", "GIF", "PCX", "TINY"}) {
-            QCOMPARE(written(format, QImage()), QByteArray("refused"));
+            QCOMPARE(Plain::fileOf(format, QImage()), QByteArray("refused"));
             QBuffer readOnly;
             readOnly.open(QIODevice::ReadOnly);
             QVERIFY(!saveImage(&readOnly, format, image));
             QVERIFY(!saveImage(nullptr, format, image));
         }
-        QCOMPARE(written("XYZ", image), QByteArray("refused"));
-        QCOMPARE(written("png", image), QByteArray("refused"));
+        QCOMPARE(Plain::fileOf("XYZ", image), QByteArray("refused"));
+        QCOMPARE(Plain::fileOf("png", image), QByteArray("refused"));
     }
 
     void info_data()
     {
-        columns<QByteArray, QByteArray, int, int, int>("format", "file", "width", "height",
-                                                       "pixels");
-        const auto row = [](const char *name, const char *format, const QByteArray &file, int width,
-                            int height, int pixels) {
-            addRow(name, QByteArray(format), file, width, height, pixels);
-        };
+        const auto row = columns<QByteArray, QByteArray, int, int, int>("format", "file", "width",
+                                                                        "height", "pixels");
         const auto bmp = [](qint32 width, qint32 height, quint16 bits) {
             QByteArray bytes("BM");
             QDataStream stream(&bytes, QIODevice::Append);
@@ -498,69 +476,59 @@ private Q_SLOTS:
 
     void independentFilesAreRead_data()
     {
-        columns<int, QByteArray, QString, int, int>("width", "format", "options", "pixels",
-                                                    "wanted");
+        const auto add = columns<int, int>("pixels", "wanted");
         constexpr int indexed = QImage::Format_Indexed8;
         constexpr int rgb = QImage::Format_RGB32;
         constexpr int argb = QImage::Format_ARGB32;
         constexpr int grey = QImage::Format_Grayscale8;
         constexpr int mono = QImage::Format_Mono;
-        // The last word of the options is the format that the program writes.
-        const struct {
-            const char *format;
-            const char *options;
-            int pixels;
-            int wanted;
-        } rows[] = {{"PCX", "-type Palette PCX", indexed, indexed},
-                    {"PCX", "-type TrueColor PCX", rgb, rgb},
-                    {"PCX", "-type TrueColorAlpha PCX", argb, argb},
-                    {"GIF", "-type Palette GIF", indexed, indexed},
-                    {"GIF", "-type Bilevel GIF", mono, indexed},
-                    {"PNG", "-type Palette PNG8", indexed, indexed},
-                    {"PNG", "-type TrueColor PNG24", rgb, rgb},
-                    {"PNG", "-type TrueColorAlpha PNG32", argb, argb},
-                    {"PNG", "-type TrueColor PNG48", rgb, rgb},
-                    {"PNG", "-type TrueColorAlpha PNG64", argb, argb},
-                    {"PNG", "-define png:color-type=0 -define png:bit-depth=1 PNG", mono, indexed},
-                    {"PNG", "-define png:color-type=0 -define png:bit-depth=8 PNG", grey, indexed},
-                    {"PNG", "-define png:color-type=0 -define png:bit-depth=16 PNG", grey, indexed},
-                    {"PNG", "-define png:color-type=4 -define png:bit-depth=8 PNG", grey, argb},
-                    {"PNG", "-define png:color-type=4 -define png:bit-depth=16 PNG", grey, argb},
-                    {"BMP", "-type Palette BMP3", indexed, indexed},
-                    {"BMP", "-type TrueColor BMP3", rgb, rgb},
-                    {"BMP", "-type Bilevel BMP3", mono, indexed},
-                    {"BMP", "-type TrueColorAlpha BMP", argb, argb}};
-        for (const auto &row : rows) {
-            for (int width : {1, 8, 31, 64})
-                QTest::addRow("%s, %s, width %d", row.format, row.options, width)
-                    << width << QByteArray(row.format) << QString::fromLatin1(row.options)
-                    << row.pixels << row.wanted;
-        }
+        // Each name is what the program is told; its last word is the format that it writes.
+        add("-type Palette PCX", indexed, indexed);
+        add("-type TrueColor PCX", rgb, rgb);
+        add("-type TrueColorAlpha PCX", argb, argb);
+        add("-type Palette GIF", indexed, indexed);
+        add("-type Bilevel GIF", mono, indexed);
+        add("-type Palette PNG8", indexed, indexed);
+        add("-type TrueColor PNG24", rgb, rgb);
+        add("-type TrueColorAlpha PNG32", argb, argb);
+        add("-type TrueColor PNG48", rgb, rgb);
+        add("-type TrueColorAlpha PNG64", argb, argb);
+        add("-define png:color-type=0 -define png:bit-depth=1 PNG", mono, indexed);
+        add("-define png:color-type=0 -define png:bit-depth=8 PNG", grey, indexed);
+        add("-define png:color-type=0 -define png:bit-depth=16 PNG", grey, indexed);
+        add("-define png:color-type=4 -define png:bit-depth=8 PNG", grey, argb);
+        add("-define png:color-type=4 -define png:bit-depth=16 PNG", grey, argb);
+        add("-type Palette BMP3", indexed, indexed);
+        add("-type TrueColor BMP3", rgb, rgb);
+        add("-type Bilevel BMP3", mono, indexed);
+        add("-type TrueColorAlpha BMP", argb, argb);
     }
 
     void independentFilesAreRead()
     {
-        auto [width, format, options, pixels, wanted] = row<int, QByteArray, QString, int, int>();
+        const auto [pixels, wanted] = row<int, int>();
+        const QString options = QTest::currentDataTag();
+        const QByteArray format = options.section(' ', -1).left(3).toLatin1();
         std::mt19937 random(4);
-        QImage image = pixels == QImage::Format_Indexed8
-                           ? Plain::sprite({width, 23}, 200, random)
-                           : Plain::noise({width, 23}, QImage::Format_ARGB32, 0, random);
-        if (pixels == QImage::Format_Grayscale8 || pixels == QImage::Format_RGB32)
-            image = image.convertToFormat(QImage::Format_RGB32);
-        image = image.convertToFormat(QImage::Format(pixels));
         const QString source = m_dir.filePath(QString("source.png"));
-        QVERIFY(image.save(source));
-        QStringList words = options.split(QLatin1Char(' '));
         const QString path = m_dir.filePath(QString("converted"));
-        words.last() += QLatin1Char(':') + path;
-        QVERIFY(run(m_convert, QStringList(source) + words));
-        QImage read;
-        QVERIFY(readBytes(readFile(path), format, read));
-        QCOMPARE(read.size(), image.size());
-        QCOMPARE(int(read.format()), wanted);
         const bool hasAlpha = wanted == QImage::Format_ARGB32;
-        QCOMPARE(look(wanted == QImage::Format_Indexed8 ? opaque(read) : read, hasAlpha),
-                 look(image, hasAlpha));
+        for (const int width : {1, 8, 31, 64}) {
+            QImage image = pixels == QImage::Format_Indexed8
+                               ? Plain::sprite({width, 23}, 200, random)
+                               : Plain::noise({width, 23}, QImage::Format_ARGB32, 0, random);
+            if (pixels == QImage::Format_Grayscale8 || pixels == QImage::Format_RGB32)
+                image = image.convertToFormat(QImage::Format_RGB32);
+            image = image.convertToFormat(QImage::Format(pixels));
+            QVERIFY(image.save(source));
+            QVERIFY(run(m_convert, (source + ' ' + options + ':' + path).split(' ')));
+            QImage read;
+            QVERIFY(readBytes(readFile(path), format, read));
+            QCOMPARE(read.size(), image.size());
+            QCOMPARE(int(read.format()), wanted);
+            QCOMPARE(look(wanted == QImage::Format_Indexed8 ? opaque(read) : read, hasAlpha),
+                     look(image, hasAlpha));
+        }
     }
 
     void independentProgramsReadOurs_data() { roundTrips_data(); }
@@ -578,7 +546,7 @@ private Q_SLOTS:
             const QString path =
                 m_dir.filePath(QString("ours.") + QString::fromLatin1(format).toLower());
             const QString back = m_dir.filePath(QString("back.png"));
-            writeFile(path, written(format, image));
+            writeFile(path, Plain::fileOf(format, image));
             QVERIFY(run(m_convert, {path, QString("PNG32:") + back}));
             QImage read;
             QVERIFY(read.load(back));

@@ -47,11 +47,9 @@ QImage filteredByFfmpeg(const QImage &image, int factor)
     AVFilterInOut *inputs = nullptr;
     AVFilterInOut *outputs = nullptr;
     const QByteArray text =
-        QString("buffer@in=video_size=%1x%2:pix_fmt=bgra:time_base=1/1,hqx@x=%3,"
-                "buffersink@out")
-            .arg(image.width())
-            .arg(image.height())
-            .arg(factor)
+        QString::asprintf("buffer@in=video_size=%dx%d:pix_fmt=bgra:time_base=1/1,hqx@x=%d,"
+                          "buffersink@out",
+                          image.width(), image.height(), factor)
             .toLatin1();
     QImage result;
     if (avfilter_graph_parse2(graph, text.constData(), &inputs, &outputs) >= 0 &&
@@ -79,7 +77,7 @@ QImage filteredByFfmpeg(const QImage &image, int factor)
     return result;
 }
 
-/// A quantizer whose tree can be watched.
+/// What a quantizer of another kind may use.
 class OpenQuantizer : public ColorQuantizer
 {
 public:
@@ -199,7 +197,7 @@ private Q_SLOTS:
         auto [images, maxColors, maxBits] = row<QVector<QImage>, int, int>();
         RGBA expected[256];
         const int leaves = Plain::quantize(images, maxColors, maxBits, expected);
-        ColorQuantizer quantizer(maxColors, maxBits);
+        OpenQuantizer quantizer(maxColors, maxBits);
         for (const QImage &image : images)
             QVERIFY(quantizer.processImage(image));
         RGBA table[256];
@@ -207,45 +205,6 @@ private Q_SLOTS:
         QCOMPARE(quantizer.colorCount(), leaves);
         QVERIFY(leaves <= maxColors);
         QCOMPARE(bytesOf(table).toHex(), bytesOf(expected).toHex());
-    }
-
-    void quantizerSteps()
-    {
-        OpenQuantizer quantizer(255, 8);
-        OctreeNode *root = nullptr;
-        OctreeNode *reducible[8] = {};
-        int leaves = 0;
-        quantizer.addColor(root, 0, 0, 0, 10, 2, 0, leaves, reducible);
-        quantizer.addColor(root, 255, 0, 0, 20, 2, 0, leaves, reducible);
-        quantizer.addColor(root, 255, 1, 0, 41, 2, 0, leaves, reducible);
-        QCOMPARE(leaves, 2);
-        QVERIFY(root && !root->isLeaf && root->children[0] && root->children[4]);
-        QCOMPARE(reducible[0], root);
-        QCOMPARE(reducible[1], root->children[4]);
-        QCOMPARE(reducible[1]->next, root->children[0]);
-        const OctreeNode *red = root->children[4]->children[4];
-        QVERIFY(red && red->isLeaf);
-        QCOMPARE(red->pixelCount, 2u);
-        QCOMPARE(red->greenSum, 1u);
-        QCOMPARE(red->alphaSum, 61u);
-
-        // One child in, one leaf more: the count stays.
-        quantizer.reduceTree(2, leaves, reducible);
-        QCOMPARE(leaves, 2);
-        QVERIFY(root->children[4]->isLeaf);
-        QCOMPARE(reducible[1], root->children[0]);
-        quantizer.reduceTree(2, leaves, reducible);
-        RGBA table[256] = {};
-        int index = 0;
-        quantizer.getPaletteColors(root, table, index);
-        QCOMPARE(index, 2);
-        QCOMPARE(table[0], (RGBA{0, 0, 0, 10}));
-        QCOMPARE(table[1], (RGBA{255, 0, 0, 30}));
-        quantizer.reduceTree(2, leaves, reducible);
-        QCOMPARE(leaves, 1);
-        QVERIFY(root->isLeaf);
-        quantizer.reduceTree(2, leaves, reducible);
-        QCOMPARE(leaves, 1);
     }
 
     void quantizerLimits()

@@ -1,4 +1,5 @@
-#include <kilnx/image/codecs.h>
+#include "plain.h"
+
 #include <kilnx/image/palette.h>
 #include <kilnx/project/extension.h>
 #include <tests/support/pipe.h>
@@ -134,20 +135,9 @@ QByteArray swatchFile(const Colors &colors)
 {
     QByteArray text = "ROWS 16\nCOLS 16\n\n";
     for (QRgb c : colors)
-        text += QString("R: %1, G:%2, B: %3 name\n")
-                    .arg(qRed(c))
-                    .arg(qGreen(c))
-                    .arg(qBlue(c))
-                    .toLatin1();
+        text +=
+            QString::asprintf("R: %d, G:%d, B: %d name\n", qRed(c), qGreen(c), qBlue(c)).toLatin1();
     return text;
-}
-
-QByteArray pictureFile(const char *format, const QImage &image)
-{
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, format);
-    return buffer.data();
 }
 
 /// A palette format from outside that fails on its first word and reads one colour otherwise.
@@ -233,11 +223,8 @@ private Q_SLOTS:
     void reads_data()
     {
         // `colors` are the first ones; `rest` stands for all others.
-        columns<QByteArray, QByteArray, Colors, uint>("format", "file", "colors", "rest");
-        const auto row = [](const char *name, const char *format, const QByteArray &file,
-                            const Colors &colors, QRgb rest) {
-            addRow(name, QByteArray(format), file, colors, uint(rest));
-        };
+        const auto row =
+            columns<QByteArray, QByteArray, Colors, uint>("format", "file", "colors", "rest");
         const Colors all = counted(256);
 
         row("ACT is stored backwards", "ACT", actFile(all), reversed(all), Black);
@@ -245,10 +232,7 @@ private Q_SLOTS:
 
         QByteArray quads;
         for (QRgb c : all)
-            quads.append(char(qRed(c)))
-                .append(char(qGreen(c)))
-                .append(char(qBlue(c)))
-                .append('\x05');
+            quads += actFile({c}) + '\x05';
         Colors withoutLast = all;
         withoutLast[255] = Black;
         row("RIFF of 256 colours loses the last", "PAL", riffFile(1028, quads),
@@ -318,17 +302,15 @@ private Q_SLOTS:
         QImage indexed(3, 2, QImage::Format_Indexed8);
         indexed.fill(0);
         indexed.setColorTable({qRgba(1, 2, 3, 4), qRgb(9, 8, 7)});
-        row("PNG with alpha", "PNG", pictureFile("PNG", indexed),
+        row("PNG with alpha", "PNG", Plain::fileOf("PNG", indexed),
             {qRgba(1, 2, 3, 4), qRgb(9, 8, 7)}, Black);
         indexed.setColorTable({qRgb(1, 2, 3), qRgb(9, 8, 7)});
         for (const char *word : {"PNG", "BMP"})
-            row(word, word, pictureFile(word, indexed), indexed.colorTable(), Black);
-        QBuffer gif;
-        gif.open(QIODevice::WriteOnly);
+            row(word, word, Plain::fileOf(word, indexed), indexed.colorTable(), Black);
         indexed.setColorTable(counted(16));
-        saveImage(&gif, "GIF", indexed);
         // The background of a picture without a transparent colour.
-        row("GIF of 16 colours", "GIF", gif.data(), Colors{0x0000FF00} + counted(16).mid(1), Black);
+        row("GIF of 16 colours", "GIF", Plain::fileOf("GIF", indexed),
+            Colors{0x0000FF00} + counted(16).mid(1), Black);
         row("from an extension, after another one failed", "FOUR", "yes!", {qRgba(1, 2, 3, 4)},
             Clear);
     }
@@ -340,17 +322,15 @@ private Q_SLOTS:
         PaletteObject object(&table);
         QSignalSpy changing(&object, &PaletteObject::changing);
         QSignalSpy changed(&object, &PaletteObject::changed);
-        QBuffer buffer(&file);
-        buffer.open(QIODevice::ReadOnly);
+        Plain::OpenBuffer buffer(file);
         QVERIFY(object.fromFile(&buffer, format));
         QCOMPARE(changing.count(), 1);
         QCOMPARE(changed.count(), 1);
         for (int i = 0; i < 256; ++i) {
             const QRgb wanted = i < colors.size() ? colors[i] : rest;
-            QVERIFY2(toQRgb(table[i]) == wanted, qPrintable(QString("%1: %2 instead of %3")
-                                                                .arg(i)
-                                                                .arg(toQRgb(table[i]), 8, 16)
-                                                                .arg(wanted, 8, 16)));
+            const QRgb found = toQRgb(table[i]);
+            QVERIFY2(found == wanted,
+                     qPrintable(QString::asprintf("%d: %08x instead of %08x", i, found, wanted)));
         }
         // However small the pieces are that a sequential device gives.
         for (int piece : {1, 7, 4000}) {
@@ -363,29 +343,23 @@ private Q_SLOTS:
 
     void refuses_data()
     {
-        columns<QByteArray, QByteArray>("format", "file");
+        const auto add = columns<QByteArray, QByteArray>("format", "file");
         const QByteArray quads(1028, 'c');
-        const struct {
-            const char *name;
-            const char *format;
-            QByteArray file;
-        } rows[] = {{"ACT, short", "ACT", QByteArray(767, 'a')},
-                    {"RIFF of another kind", "PAL", riffFile(1028, quads, "WAVEfmt ")},
-                    {"RIFF, size below 8", "PAL", riffFile(7, quads)},
-                    {"RIFF, too many", "PAL", riffFile(1033, quads)},
-                    {"RIFF, cut", "PAL", riffFile(1028, quads.left(1000))},
-                    {"RIFF, cut within its header", "PAL", "RIFF1234PAL"},
-                    {"Jasc, bare line feeds", "PAL", "JASC-PAL\n0100\n1\n1 1 1\n"},
-                    {"Jasc, other version", "PAL", "JASC-PAL\r\n0200\r\n1\r\n"},
-                    {"Jasc, one line", "PAL", "JASC-PAL"},
-                    {"unknown bytes", "PAL", "whatever"},
-                    {"nothing", "TXT", ""},
-                    {"a lower-case word", "act", QByteArray(768, 'a')},
-                    {"true colour", "PNG", pictureFile("PNG", QImage(2, 2, QImage::Format_RGB32))},
-                    {"no picture", "GIF", "GIF89a"},
-                    {"no extension succeeds", "FOUR", "what"}};
-        for (const auto &row : rows)
-            addRow(row.name, QByteArray(row.format), row.file);
+        add("ACT, short", "ACT", QByteArray(767, 'a'));
+        add("RIFF of another kind", "PAL", riffFile(1028, quads, "WAVEfmt "));
+        add("RIFF, size below 8", "PAL", riffFile(7, quads));
+        add("RIFF, too many", "PAL", riffFile(1033, quads));
+        add("RIFF, cut", "PAL", riffFile(1028, quads.left(1000)));
+        add("RIFF, cut within its header", "PAL", "RIFF1234PAL");
+        add("Jasc, bare line feeds", "PAL", "JASC-PAL\n0100\n1\n1 1 1\n");
+        add("Jasc, other version", "PAL", "JASC-PAL\r\n0200\r\n1\r\n");
+        add("Jasc, one line", "PAL", "JASC-PAL");
+        add("unknown bytes", "PAL", "whatever");
+        add("nothing", "TXT", "");
+        add("a lower-case word", "act", QByteArray(768, 'a'));
+        add("true colour", "PNG", Plain::fileOf("PNG", QImage(2, 2, QImage::Format_RGB32)));
+        add("no picture", "GIF", "GIF89a");
+        add("no extension succeeds", "FOUR", "what");
     }
 
     void refuses()
@@ -395,8 +369,7 @@ private Q_SLOTS:
         PaletteObject object(&table);
         QSignalSpy changing(&object, &PaletteObject::changing);
         QSignalSpy changed(&object, &PaletteObject::changed);
-        QBuffer buffer(&file);
-        buffer.open(QIODevice::ReadOnly);
+        Plain::OpenBuffer buffer(file);
         QVERIFY(!object.fromFile(&buffer, format));
         QCOMPARE(changing.count() + changed.count(), 0);
         QCOMPARE(table[0], (RGBA{1, 2, 3, 4}));
@@ -408,10 +381,9 @@ private Q_SLOTS:
         const QByteArray longName = QByteArray::fromHex("00010000000CFFFF") + "RGB ";
         for (const QByteArray &tail :
              {QByteArray(), QByteArray(64, '\0'), QByteArray(64, '\xFF'), longName}) {
-            QByteArray file =
+            const QByteArray file =
                 AseFile(1, 0, 0xFFFFFFFF).color(QString("x"), "Gray", {1.0f}).bytes() + tail;
-            QBuffer buffer(&file);
-            buffer.open(QIODevice::ReadOnly);
+            Plain::OpenBuffer buffer(file);
             RGBA table[256];
             PaletteObject object(&table);
             QVERIFY(object.fromFile(&buffer, "ASE"));
