@@ -360,33 +360,6 @@ QString describe(const CodeNode *node)
     return QString("type %1 on line %2").arg(node->type()).arg(node->lineNo());
 }
 
-/// Heads stand in the order of their lines, each line's data knows its head, and a line's further
-/// nodes have no block.
-void checkList(Kiln::CodeDocument &document, QStringList &faults)
-{
-    const CodeNode *node = document.next();
-    const CodeNode *before = &document;
-    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
-        const CodeBlockData *const data = CodeBlockData::testBlockData(block);
-        const CodeNode *const head = data ? data->codeNode() : nullptr;
-        if (head != document.nodeInBlock(block))
-            faults << QString("nodeInBlock differs on line %1").arg(block.blockNumber());
-        if (!head)
-            continue;
-        if (head != node)
-            faults << QString("the list does not meet the head of line %1").arg(head->lineNo());
-        if (head->block() != block || !head->isValid())
-            faults << QString("the head of line %1 has another block").arg(block.blockNumber());
-        if (head->previous() != before)
-            faults << QString("broken link at ") + describe(head);
-        before = head;
-        for (node = head->next(); node && !node->block().isValid(); node = node->next())
-            before = node;
-    }
-    if (node)
-        faults << QString("a node that no line has: ") + describe(node);
-}
-
 /// The plain method for the rows: children in the order of the list, every one of them once.
 void checkRows(Kiln::CodeDocument &document, QStringList &faults)
 {
@@ -447,7 +420,6 @@ void checkMessages(Kiln::CodeDocument &document, QStringList &faults)
 QStringList faults(Kiln::CodeDocument &document)
 {
     QStringList faults;
-    checkList(document, faults);
     checkRows(document, faults);
     checkMessages(document, faults);
     return faults;

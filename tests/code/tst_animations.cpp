@@ -1,3 +1,4 @@
+#include <enginetest/modelmirror.h>
 #include <enginetest/treedump.h>
 #include <kilnx/project/archive.h>
 #include <tests/code/plaincode.h>
@@ -138,36 +139,15 @@ QStringList identifiers(const File &file)
 }
 
 /// The rows of a list as somebody has them who reads them at each signal and at no other time.
-class CachedRows : public QObject
-{
-public:
+struct CachedRows : EngineTest::ModelMirror {
     explicit CachedRows(QAbstractItemModel *list)
-        : m_list(list)
+        : ModelMirror(list)
     {
-        const auto read = [this](int row) { return m_list->index(row, 0).data().toString(); };
-        const auto readAll = [this, read] {
-            rows.clear();
-            for (int row = 0; row < m_list->rowCount(); ++row)
-                rows << read(row);
-        };
-        connect(list, &QAbstractItemModel::modelReset, this, readAll);
-        connect(list, &QAbstractItemModel::rowsInserted, this,
-                [this, read](const QModelIndex &, int row) { rows.insert(row, read(row)); });
-        connect(list, &QAbstractItemModel::rowsRemoved, this,
-                [this](const QModelIndex &, int row) { rows.removeAt(row); });
-        connect(list, &QAbstractItemModel::rowsMoved, this,
-                [this](const QModelIndex &, int from, int, const QModelIndex &, int to) {
-                    rows.move(from, from < to ? to - 1 : to);
-                });
-        connect(list, &QAbstractItemModel::dataChanged, this,
-                [this, read](const QModelIndex &index) { rows[index.row()] = read(index.row()); });
-        readAll();
+        text();
+        connect(list, &QAbstractItemModel::modelReset, this, &ModelMirror::text);
+        connect(list, &QAbstractItemModel::rowsInserted, this, &ModelMirror::text);
+        connect(list, &QAbstractItemModel::dataChanged, this, &ModelMirror::text);
     }
-
-    QStringList rows;
-
-private:
-    QAbstractItemModel *m_list;
 };
 
 QString fileOf(const QStringList &names)
@@ -187,39 +167,39 @@ class AnimationsTest : public QObject
 private slots:
     void adoption_data()
     {
-        columns<QString, int, QString, QString>("before", "line", "with", "animations");
+        const auto add =
+            columns<QString, int, QString, QString>("before", "line", "with", "animations");
         const QString removed;
-        addRow("a header above frames adopts them", "?\nframe 1\nframe 2", 0, "anim a", "a(1 2)");
-        addRow("a header amid frames takes those below", "anim a\nframe 1\n?\nframe 2\nframe 3", 2,
-               "anim b", "a(1) b(2 3)");
-        addRow("a header stops at the next one", "?\nframe 1\nanim b\nframe 2", 0, "anim a",
-               "a(1) b(2)");
-        addRow("a header stops at a group", "?\nframe 1\n[g:1]\nframe 2", 0, "anim a", "a(1)");
-        addRow("frames go back in their order",
-               "anim a\nframe 1\nanim b\nframe 2\nframe 3\nanim c\nframe 4", 2, "?",
-               "a(1 2 3) c(4)");
-        addRow("frames of the first header stay alone", "anim a\nframe 1\nanim b\nframe 2", 0, "?",
-               "b(2)");
-        addRow("no way back past a group", "anim a\n[g:1]\nanim b\nframe 2", 2, "?", "a()");
-        addRow("a removed header line", "anim a\nframe 1\nanim b\nframe 2", 2, removed, "a(1 2)");
-        addRow("a header becomes another", "anim a\nframe 1", 0, "anim b", "b(1)");
-        addRow("a header becomes a group", "anim a\nframe 1\nanim b\nframe 2", 2, "[g:1]", "a(1)");
-        addRow("a group becomes a header", "anim a\nframe 1\n[g:2]\nframe 2", 2, "anim b",
-               "a(1) b(2)");
-        addRow("a group takes the frames away", "anim a\nframe 1\n?\nframe 2", 2, "[g:7]", "a(1)");
-        addRow("a group that goes gives them back", "anim a\nframe 1\n[g:7]\nframe 2", 2, "?",
-               "a(1 2)");
-        addRow("a group of the same state that goes", "anim a\n[g:7]\nv\n[g:7]\nframe 2", 3, "?",
-               "a()");
-        addRow("a group that goes, with another above the animation",
-               "[g:7]\nanim a\nframe 1\n[g:7]\n?\nframe 2", 3, "v", "a(1 2)");
-        addRow("values do not reach past an animation", "[g:1]\nanim a\n?\nframe 1\nv", 2,
-               "[g:2]\nanim b", "a() b(1)");
-        addRow("a frame in the middle", "anim a\nframe 1\n?\nframe 2", 2, "frame n", "a(1 n 2)");
-        addRow("a frame changes in place", "anim a\nframe 1\nframe 2", 1, "frame n", "a(n 2)");
-        addRow("a frame without a header", "?\nframe 1\nanim a", 0, "frame n", "a()");
-        addRow("two headers with one identifier", "anim a\nframe 1\n?\nframe 2", 2, "anim a",
-               "a(1) a(2)");
+        add("a header above frames adopts them", "?\nframe 1\nframe 2", 0, "anim a", "a(1 2)");
+        add("a header amid frames takes those below", "anim a\nframe 1\n?\nframe 2\nframe 3", 2,
+            "anim b", "a(1) b(2 3)");
+        add("a header stops at the next one", "?\nframe 1\nanim b\nframe 2", 0, "anim a",
+            "a(1) b(2)");
+        add("a header stops at a group", "?\nframe 1\n[g:1]\nframe 2", 0, "anim a", "a(1)");
+        add("frames go back in their order",
+            "anim a\nframe 1\nanim b\nframe 2\nframe 3\nanim c\nframe 4", 2, "?", "a(1 2 3) c(4)");
+        add("frames of the first header stay alone", "anim a\nframe 1\nanim b\nframe 2", 0, "?",
+            "b(2)");
+        add("no way back past a group", "anim a\n[g:1]\nanim b\nframe 2", 2, "?", "a()");
+        add("a removed header line", "anim a\nframe 1\nanim b\nframe 2", 2, removed, "a(1 2)");
+        add("a header becomes another", "anim a\nframe 1", 0, "anim b", "b(1)");
+        add("a header becomes a group", "anim a\nframe 1\nanim b\nframe 2", 2, "[g:1]", "a(1)");
+        add("a group becomes a header", "anim a\nframe 1\n[g:2]\nframe 2", 2, "anim b",
+            "a(1) b(2)");
+        add("a group takes the frames away", "anim a\nframe 1\n?\nframe 2", 2, "[g:7]", "a(1)");
+        add("a group that goes gives them back", "anim a\nframe 1\n[g:7]\nframe 2", 2, "?",
+            "a(1 2)");
+        add("a group of the same state that goes", "anim a\n[g:7]\nv\n[g:7]\nframe 2", 3, "?",
+            "a()");
+        add("a group that goes, with another above the animation",
+            "[g:7]\nanim a\nframe 1\n[g:7]\n?\nframe 2", 3, "v", "a(1 2)");
+        add("values do not reach past an animation", "[g:1]\nanim a\n?\nframe 1\nv", 2,
+            "[g:2]\nanim b", "a() b(1)");
+        add("a frame in the middle", "anim a\nframe 1\n?\nframe 2", 2, "frame n", "a(1 n 2)");
+        add("a frame changes in place", "anim a\nframe 1\nframe 2", 1, "frame n", "a(n 2)");
+        add("a frame without a header", "?\nframe 1\nanim a", 0, "frame n", "a()");
+        add("two headers with one identifier", "anim a\nframe 1\n?\nframe 2", 2, "anim a",
+            "a(1) a(2)");
     }
 
     void adoption()
@@ -239,15 +219,15 @@ private slots:
 
     void extent_data()
     {
-        columns<QString, QString>("text", "extents");
-        addRow("an animation ends before the next", "anim a\nframe 1\n\nanim b\nframe 2",
-               "0-2[1-1] 3-5[4-4]");
-        addRow("a comment between two frames belongs to the later",
-               "anim a\nframe 1\n; x\n\nframe 2", "0-5[1-1 2-4]");
-        addRow("a comment above the first frame", "anim a\n; x\nframe 1", "0-3[1-2]");
-        addRow("a comment above a header ends the animation before",
-               "anim a\nframe 1\n\n; b\nanim b", "0-2[1-1] 3-5[]");
-        addRow("a group ends an animation", "anim a\nframe 1\n[g:1]\nv\nanim b", "0-1[1-1] 4-5[]");
+        const auto add = columns<QString, QString>("text", "extents");
+        add("an animation ends before the next", "anim a\nframe 1\n\nanim b\nframe 2",
+            "0-2[1-1] 3-5[4-4]");
+        add("a comment between two frames belongs to the later", "anim a\nframe 1\n; x\n\nframe 2",
+            "0-5[1-1 2-4]");
+        add("a comment above the first frame", "anim a\n; x\nframe 1", "0-3[1-2]");
+        add("a comment above a header ends the animation before", "anim a\nframe 1\n\n; b\nanim b",
+            "0-2[1-1] 3-5[]");
+        add("a group ends an animation", "anim a\nframe 1\n[g:1]\nv\nanim b", "0-1[1-1] 4-5[]");
     }
 
     void extent()
@@ -261,10 +241,8 @@ private slots:
                 QCOMPARE(animation->indexOfFrame(frame), frame->index());
                 frames << QString("%1-%2").arg(frame->firstLine()).arg(frame->lastLine());
             }
-            extents << QString("%1-%2[%3]")
-                           .arg(animation->firstLine())
-                           .arg(animation->lastLine())
-                           .arg(frames.join(' '));
+            extents << QString::asprintf("%d-%d", animation->firstLine(), animation->lastLine()) +
+                           '[' + frames.join(' ') + ']';
         }
         QTEST(extents.join(' '), "extents");
     }
@@ -376,14 +354,13 @@ private slots:
 
     void moveEverywhere_data()
     {
-        columns<QString>("text");
-        addRow("blank lines", fileOf({"a", "b", "c", "d"}));
-        addRow("no line end at the end",
-               "anim a\nframe 1\nanim b\nframe 2\nanim c\nanim d\nframe 4");
-        addRow("comments of headers",
-               "; a\nanim a\nframe 1\n\n; b 1\n; b 2\nanim b\n; c\nanim c\nframe 3\n\nanim d\n\n");
-        addRow("groups around", "[g:1]\nv\nanim a\nframe 1\nanim b\nframe 2\nanim c\nanim "
-                                "d\n[g:2]\nw\n");
+        const auto add = columns<QString>("text");
+        add("blank lines", fileOf({"a", "b", "c", "d"}));
+        add("no line end at the end", "anim a\nframe 1\nanim b\nframe 2\nanim c\nanim d\nframe 4");
+        add("comments of headers",
+            "; a\nanim a\nframe 1\n\n; b 1\n; b 2\nanim b\n; c\nanim c\nframe 3\n\nanim d\n\n");
+        add("groups around", "[g:1]\nv\nanim a\nframe 1\nanim b\nframe 2\nanim c\nanim "
+                             "d\n[g:2]\nw\n");
     }
 
     /// Every move there is: the order of list and text, the rows that views keep, and one step of
@@ -395,6 +372,7 @@ private slots:
             for (int to = 0; to < 4; ++to) {
                 File file(text);
                 const ModelTester checker(file.list);
+                CachedRows rows(file.list);
                 QStringList expected = identifiers(file);
                 QStringList codes;
                 for (AnimationCode *animation : file.list->animations())
@@ -409,6 +387,7 @@ private slots:
                 for (int row = 0; row < 4; ++row)
                     QCOMPARE(file.list->at(unsigned(row))->code(), codes.at(row));
                 QCOMPARE(moved.row(), to);
+                QCOMPARE(rows.fault(), QString());
                 QList<AnimationCode *> kept = file.list->animations();
                 kept.removeAt(to);
                 QCOMPARE(kept, others);
@@ -422,29 +401,6 @@ private slots:
                 QCOMPARE(identifiers(file), expected);
             }
         }
-    }
-
-    void moveSignals_data()
-    {
-        columns<int, int, int>("from", "to", "destination");
-        addRow("up", 2, 0, 0);
-        addRow("down", 0, 2, 3);
-        addRow("down by one", 0, 1, 2);
-    }
-
-    void moveSignals()
-    {
-        const auto [from, to, destination] = row<int, int, int>();
-        File file(fileOf({"a", "b", "c"}));
-        QSignalSpy moved(file.list, &QAbstractItemModel::rowsMoved);
-        QSignalSpy inserted(file.list, &QAbstractItemModel::rowsInserted);
-        QSignalSpy removed(file.list, &QAbstractItemModel::rowsRemoved);
-        file.list->move(unsigned(from), unsigned(to));
-        QCOMPARE(moved.count(), 1);
-        QCOMPARE(moved.at(0).at(1).toInt(), from);
-        QCOMPARE(moved.at(0).at(2).toInt(), from);
-        QCOMPARE(moved.at(0).at(4).toInt(), destination);
-        QCOMPARE(inserted.count() + removed.count(), 0);
     }
 
     /// Without "parseCode" lines that are edited in a bracket are parsed when it closes. The list
@@ -490,36 +446,21 @@ private slots:
         QCOMPARE(difference(file), QString());
     }
 
-    void add_data()
-    {
-        columns<QString, QString>("before", "after");
-        addRow("to an empty file", "", "anim n\nframe new\n");
-        addRow("behind a line end", "anim a\n\n", "anim a\n\nanim n\nframe new\n");
-        addRow("behind an open line", "anim a\nframe 1", "anim a\nframe 1\nanim n\nframe new\n");
-    }
-
-    void add()
-    {
-        QFETCH(QString, before);
-        File file(before);
-        AnimationCode *added = file.list->add(QString("n"));
-        QVERIFY(added);
-        QCOMPARE(added->name(), QString("n"));
-        QCOMPARE(added, file.list->animations().last());
-        QTEST(file.text(), "after");
-        QCOMPARE(difference(file), QString());
-    }
-
     void insert_data()
     {
-        columns<QString, int, QString>("before", "index", "after");
-        addRow("at the start of the text", "anim a\nframe 1\n", 0,
-               "anim n\nframe new\n\nanim a\nframe 1\n");
-        addRow("between", "anim a\nframe 1\nanim b", 1,
-               "anim a\nframe 1\nanim n\nframe new\n\nanim b");
-        addRow("before the comments of the next", "anim a\nframe 1\n\n; of b\n; too\nanim b", 1,
-               "anim a\nframe 1\n\nanim n\nframe new\n\n; of b\n; too\nanim b");
-        addRow("past the end", "anim a\n", 7, "anim a\nanim n\nframe new\n");
+        const auto add =
+            columns<QString, int, QString>("before", "index", "after"); // an index of -1 adds
+        add("added to an empty file", "", -1, "anim n\nframe new\n");
+        add("added behind a line end", "anim a\n\n", -1, "anim a\n\nanim n\nframe new\n");
+        add("added behind an open line", "anim a\nframe 1", -1,
+            "anim a\nframe 1\nanim n\nframe new\n");
+        add("at the start of the text", "anim a\nframe 1\n", 0,
+            "anim n\nframe new\n\nanim a\nframe 1\n");
+        add("between", "anim a\nframe 1\nanim b", 1,
+            "anim a\nframe 1\nanim n\nframe new\n\nanim b");
+        add("before the comments of the next", "anim a\nframe 1\n\n; of b\n; too\nanim b", 1,
+            "anim a\nframe 1\n\nanim n\nframe new\n\n; of b\n; too\nanim b");
+        add("past the end", "anim a\n", 7, "anim a\nanim n\nframe new\n");
     }
 
     void insert()
@@ -528,48 +469,50 @@ private slots:
         for (const bool bracketed : {false, true}) {
             File file(before);
             QList<AnimationCode *> nodes = file.list->animations();
-            const CachedRows rows(file.list);
+            CachedRows rows(file.list);
             QSignalSpy inserted(file.list, &QAbstractItemModel::rowsInserted);
             if (bracketed)
                 file.list->beginChange();
-            AnimationCode *added = file.list->insert(unsigned(index), QString("n"));
+            AnimationCode *added = index < 0 ? file.list->add(QString("n"))
+                                             : file.list->insert(unsigned(index), QString("n"));
             if (bracketed)
                 file.list->endChange();
             QVERIFY(added);
             QCOMPARE(added->name(), QString("n"));
             QTEST(file.text(), "after");
-            const int row = qMin(index, nodes.size());
+            const int row = index < 0 ? nodes.size() : qMin(index, nodes.size());
             nodes.insert(row, added);
             QCOMPARE(file.list->animations(), nodes);
             QCOMPARE(inserted.count(), 1);
             QCOMPARE(inserted.at(0).at(1).toInt(), row);
-            QCOMPARE(rows.rows, identifiers(file));
+            QCOMPARE(rows.fault(), QString());
             QCOMPARE(difference(file), QString());
             file.list->undo();
-            QCOMPARE(rows.rows, identifiers(file));
+            QCOMPARE(rows.fault(), QString());
             QCOMPARE(difference(file), QString());
         }
     }
 
     void duplicate_data()
     {
-        columns<QString, int, QString, QString>("before", "index", "identifier", "after");
-        addRow("unchanged", "anim a\nframe 1\n\nanim b\n", 0, "",
-               "anim a\nframe 1\n\nanim a\nframe 1\n\nanim b\n");
-        addRow("renamed", "anim a\nframe 1\n\nanim b\n", 0, "n",
-               "anim a\nframe 1\n\nanim n\nframe 1\n\nanim b\n");
-        addRow("renamed everywhere, in capitals or not", "; like Anim A\nanim a\nframe 1\n", 0, "n",
-               "; like Anim A\nanim a\nframe 1\n; like anim n\nanim n\nframe 1\n");
-        addRow("a longer identifier is another", "; like anim 10\nanim 1\n", 0, "n\\1",
-               "; like anim 10\nanim 1\n; like anim 10\nanim n\\1\n");
-        addRow("the last one", "anim a\n\nanim b\nframe 2\n", 1, "n",
-               "anim a\n\nanim b\nframe 2\nanim n\nframe 2\n");
-        addRow("the last one without a line end", "anim a\nframe 1", 0, "n",
-               "anim a\nframe 1\nanim n\nframe 1");
-        addRow("before the comments of the next", "anim a\nframe 1\n; of b\nanim b", 0, "",
-               "anim a\nframe 1\nanim a\nframe 1\n; of b\nanim b");
-        addRow("past a group", "anim a\nframe 1\n[g:1]\nanim b", 0, "",
-               "anim a\nframe 1\n[g:1]\nanim a\nframe 1\nanim b");
+        const auto add =
+            columns<QString, int, QString, QString>("before", "index", "identifier", "after");
+        add("unchanged", "anim a\nframe 1\n\nanim b\n", 0, "",
+            "anim a\nframe 1\n\nanim a\nframe 1\n\nanim b\n");
+        add("renamed", "anim a\nframe 1\n\nanim b\n", 0, "n",
+            "anim a\nframe 1\n\nanim n\nframe 1\n\nanim b\n");
+        add("renamed everywhere, in capitals or not", "; like Anim A\nanim a\nframe 1\n", 0, "n",
+            "; like Anim A\nanim a\nframe 1\n; like anim n\nanim n\nframe 1\n");
+        add("a longer identifier is another", "; like anim 10\nanim 1\n", 0, "n\\1",
+            "; like anim 10\nanim 1\n; like anim 10\nanim n\\1\n");
+        add("the last one", "anim a\n\nanim b\nframe 2\n", 1, "n",
+            "anim a\n\nanim b\nframe 2\nanim n\nframe 2\n");
+        add("the last one without a line end", "anim a\nframe 1", 0, "n",
+            "anim a\nframe 1\nanim n\nframe 1");
+        add("before the comments of the next", "anim a\nframe 1\n; of b\nanim b", 0, "",
+            "anim a\nframe 1\nanim a\nframe 1\n; of b\nanim b");
+        add("past a group", "anim a\nframe 1\n[g:1]\nanim b", 0, "",
+            "anim a\nframe 1\n[g:1]\nanim a\nframe 1\nanim b");
     }
 
     void duplicate()
@@ -610,34 +553,15 @@ private slots:
 
     void organize_data()
     {
-        columns<QStringList, QStringList>("before", "after");
-        addRow("numbers and names apart", QStringList{"10", "2", "b", "A"},
-               QStringList{"2", "10", "A", "b"});
-        addRow("mixed", QStringList{"b", "10", "A", "2"}, QStringList{"A", "b", "2", "10"});
-        addRow("equal ones stay", QStringList{"b", "B", "a", "02", "2", "1"},
-               QStringList{"a", "b", "B", "1", "02", "2"});
-        addRow("negative and nearly numbers", QStringList{"3", "-1", "0x2", "1.5"},
-               QStringList{"-1", "3", "0x2", "1.5"});
-        addRow("one", QStringList{"5"}, QStringList{"5"});
-        addRow("none", QStringList{}, QStringList{});
-    }
-
-    void organize()
-    {
-        QFETCH(QStringList, before);
-        File file(fileOf(before));
-        const QString text = file.text();
-        file.list->autoOrganize();
-        QTEST(identifiers(file), "after");
-        QCOMPARE(identifiers(file), organized(before));
-        QCOMPARE(difference(file), QString());
-        if (file.text() != text)
-            file.list->undo();
-        QCOMPARE(file.text(), text);
-    }
-
-    void organizeAtRandom()
-    {
+        const auto add = columns<QStringList, QStringList>("before", "after");
+        add("numbers and names apart", QStringList{"10", "2", "b", "A"},
+            QStringList{"2", "10", "A", "b"});
+        add("mixed", QStringList{"b", "10", "A", "2"}, QStringList{"A", "b", "2", "10"});
+        add("equal ones stay", QStringList{"b", "B", "a", "02", "2", "1"},
+            QStringList{"a", "b", "B", "1", "02", "2"});
+        add("negative and nearly numbers", QStringList{"3", "-1", "0x2", "1.5"},
+            QStringList{"-1", "3", "0x2", "1.5"});
+        add("one", QStringList{"5"}, QStringList{"5"});
         QRandomGenerator random(3);
         const QStringList pool{"0", "1", "2", "3",   "11",    "-4", "a",
                                "A", "b", "B", "run", "Run 2", "é"};
@@ -645,12 +569,22 @@ private slots:
             QStringList names;
             for (int i = random.bounded(14); i > 0; --i)
                 names << pool.at(random.bounded(pool.size()));
-            File file(fileOf(names));
-            const ModelTester checker(file.list);
-            file.list->autoOrganize();
-            QCOMPARE(identifiers(file), organized(names));
-            QCOMPARE(difference(file), QString());
+            QTest::addRow("any, %d", round) << names << organized(names);
         }
+    }
+
+    void organize()
+    {
+        QFETCH(QStringList, before);
+        File file(fileOf(before));
+        const ModelTester checker(file.list);
+        const QString text = file.text();
+        file.list->autoOrganize();
+        QTEST(identifiers(file), "after");
+        QCOMPARE(difference(file), QString());
+        if (file.text() != text)
+            file.list->undo();
+        QCOMPARE(file.text(), text);
     }
 
     void find()
@@ -667,7 +601,7 @@ private slots:
     void dataDuringChange()
     {
         File file(fileOf({"a", "b"}));
-        const CachedRows rows(file.list);
+        CachedRows rows(file.list);
         QCOMPARE(file.list->index(1).data().toString(), QString("b"));
         file.list->beginChange();
         QVERIFY(!file.list->index(1).data().isValid());
@@ -676,7 +610,7 @@ private slots:
         file.document->insert(QString("anim d"));
         file.list->endChange();
         QCOMPARE(file.list->index(1).data().toString(), QString("c"));
-        QCOMPARE(rows.rows, QStringList({"a", "c", "d"}));
+        QCOMPARE(rows.text(), QString("a\nc\nd\n"));
     }
 
     void fileFace()
@@ -799,7 +733,7 @@ private slots:
         const ModelTester list(file.list);
         const QStringList words{"anim %1", "frame %1", "[g:%1]", "v%1", "; %1", "", "? junk"};
         const auto name = [&] { return QString::number(random.bounded(9)); };
-        const CachedRows rows(file.list);
+        CachedRows rows(file.list);
         // A group hands its values only to the group next above it, so each has a number of its
         // own.
         int groups = 0;
@@ -844,8 +778,7 @@ private slots:
                 replaceLine(file.document.get(), line, word() + "\n" + word());
             if (bracketed)
                 file.list->endChange();
-            const QString fault = difference(file);
-            QCOMPARE(rows.rows, identifiers(file));
+            const QString fault = difference(file) + rows.fault();
             QVERIFY2(fault.isEmpty(),
                      qPrintable(QString("step %1, action %2").arg(step).arg(action) + fault));
             if (file.document->blockCount() > 120)

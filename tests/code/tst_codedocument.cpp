@@ -1,3 +1,4 @@
+#include <enginetest/modelmirror.h>
 #include <kilnx/code/messages.h>
 #include <tests/code/plaincode.h>
 #include <tests/support/modeltester.h>
@@ -216,21 +217,13 @@ private slots:
         QCOMPARE(document->toString(), QString("x = 1\n\ny = 1"));
     }
 
-    void changeKeepsTheComment_data()
+    /// No engine tells here what a comment is.
+    void changesTheWholeLine()
     {
-        columns<QString, QString>("line", "result");
-        addRow("no comment", "x = 1", "x = 5");
-        addRow("no engine tells what a comment is", "x = 1 ; note", "x = 5");
-    }
-
-    void changeKeepsTheComment()
-    {
-        const auto [line, result] = row<QString, QString>();
-        document->fromString(QString("[a]\n") + line + QString("\nz = 1"));
+        setText("[a]\nx = 1 ; note\nz = 1");
         node(1)->change(QString("x = 5"));
-        QCOMPARE(document->toString(), QString("[a]\n") + result + QString("\nz = 1"));
         node(2)->change(QString("zz = 3"));
-        QCOMPARE(document->lastBlock().text(), QString("zz = 3"));
+        QCOMPARE(document->toString(), QString("[a]\nx = 5\nzz = 3"));
     }
 
     void lineZeroAndLastLine()
@@ -421,42 +414,18 @@ private slots:
 
     void rowsOfAReset()
     {
-        // Whoever counts rows by the signals alone arrives at the right number.
-        const ModelTester tester(document->model());
-        int rows = 0;
-        QObject scope;
-        connect(document->model(), &QAbstractItemModel::modelReset, &scope,
-                [&] { rows = document->model()->rowCount(); });
-        connect(document->model(), &QAbstractItemModel::rowsInserted, &scope,
-                [&](const QModelIndex &parent, int first, int last) {
-                    rows += parent.isValid() ? 0 : last - first + 1;
-                });
+        EngineTest::ModelMirror mirror(document->model());
         setText("[a]\nx = 1\n[b]");
-        QCOMPARE(rows, 2);
-        document->rehighlight();
-        QCOMPARE(rows, 2);
-        document->reparse();
-        QCOMPARE(rows, 2);
+        const QString rows = mirror.text();
+        QCOMPARE(rows, QString("a\n  x\nb\n"));
+        for (const bool parses : {false, true}) {
+            parses ? document->reparse() : document->rehighlight();
+            QCOMPARE(mirror.fault(), QString());
+            QCOMPARE(mirror.text(), rows);
+        }
         document->reset();
-        QCOMPARE(rows, 0);
+        QCOMPARE(mirror.text(), QString());
         QVERIFY(!document->isModified());
-    }
-
-    void persistentIndexes()
-    {
-        setText("[a]\nx = 1\ny = 2\n[b]\nz = 3");
-        QAbstractItemModel *const model = document->model();
-        const QPersistentModelIndex b = model->index(1, 0);
-        const QPersistentModelIndex y = model->index(1, 0, model->index(0, 0));
-        const QPersistentModelIndex x = model->index(0, 0, model->index(0, 0));
-        node(1)->remove(true);
-        QVERIFY(!x.isValid());
-        QCOMPARE(y.row(), 0);
-        QCOMPARE(y.data().toString(), QString("y"));
-        document->insertBefore(node(2), QString("[c]"), true);
-        QCOMPARE(b.row(), 2);
-        QCOMPARE(y.parent(), model->index(0, 0));
-        QCOMPARE(b.data().toString(), QString("b"));
     }
 
     void search()
@@ -632,37 +601,6 @@ private slots:
             QTextCursor(document->firstBlock()).insertText(QString("a"));
             QCOMPARE(document->toPlainText(), QString("aspeed: 2"));
         }
-    }
-
-    void hugeFilesStayLinear()
-    {
-        // What grew with the square of these lines would take minutes.
-        QElapsedTimer timer;
-        timer.start();
-        const int lines = 60000;
-        const QString texts[] = {
-            QString("; c\n").repeated(lines),
-            QString("x = 1\n").repeated(lines),
-            QString("[a]\n").repeated(lines),
-            QString("[a]\n") + QString("x = 1\n").repeated(lines),
-            QString("x + y = 1\n[a]\n").repeated(lines / 2),
-        };
-        log.clear();
-        document->registerDocumentEditor(new RecordingEditor(log), CodeNode::Group, 1);
-        for (const QString &text : texts) {
-            document->fromString(text);
-            QTextCursor cursor(document.get());
-            cursor.insertText(QString("[top:2]\n"));
-            cursor.select(QTextCursor::Document);
-            cursor.removeSelectedText();
-            QCOMPARE(document->next(), nullptr);
-            document->undo();
-            QCOMPARE(document->blockCount(), text.count('\n') + 2);
-            document->clear();
-        }
-        document->fromString(QString(1000000, 'x'));
-        QVERIFY(node(0));
-        QVERIFY2(timer.elapsed() < 240000, "a load or a removal does not grow with the lines only");
     }
 
 private:

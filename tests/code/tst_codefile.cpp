@@ -2,12 +2,15 @@
 #include <kilnx/code/textcodecs.h>
 #include <kilnx/project/archive.h>
 #include <tests/code/plaincode.h>
+#include <tests/support/files.h>
 #include <tests/support/memoryarchive.h>
 #include <tests/support/rows.h>
 
 #include <QtTest/QtTest>
 
 #include <algorithm>
+
+#include <malloc.h>
 
 using namespace Kiln;
 
@@ -29,6 +32,11 @@ QString sampleText()
         text += QString("\r\n");
     }
     return text;
+}
+
+QByteArray encoded(const char *codec, const QString &text)
+{
+    return QTextCodec::codecForName(codec)->fromUnicode(text);
 }
 
 /// What all warnings of lines with such bytes say.
@@ -113,6 +121,8 @@ class TestCodeFile : public QObject
     Q_OBJECT
 
 private slots:
+    // Whoever reads what is gone finds no document there any more.
+    void initTestCase() { mallopt(M_PERTURB, 0x5A); }
     void init()
     {
         directory = std::make_unique<QTemporaryDir>();
@@ -145,46 +155,31 @@ private slots:
 
     void detection_data()
     {
-        columns<QByteArray, QString>("data", "text");
+        const auto add = columns<QByteArray, QString>("data", "text");
         const QString russian =
             QString::fromUtf8("Широкая электрификация южных губерний даст мощный толчок")
                 .repeated(4);
         const QString german =
             QString::fromUtf8("Zwölf Boxkämpfer jagen Viktor quer über den großen Sylter Deich");
-        addRow("UTF-8", german.toUtf8(), german);
-        addRow("UTF-8 with a mark", QByteArray("\xEF\xBB\xBF") + german.toUtf8(), german);
-        addRow("UTF-16 little",
-               QByteArray("\xFF\xFE"
-                          "a\0;\0",
-                          6),
-               "a;");
-        addRow("UTF-16 big",
-               QByteArray("\xFE\xFF"
-                          "\0a\0;",
-                          6),
-               "a;");
-        addRow("windows-1251", QTextCodec::codecForName("windows-1251")->fromUnicode(russian),
-               russian);
-        addRow("Shift_JIS",
-               QTextCodec::codecForName("Shift_JIS")
-                   ->fromUnicode(QString::fromUtf8("これは日本語の文章です。")),
-               QString::fromUtf8("これは日本語の文章です。"));
+        const QString japanese = QString::fromUtf8("これは日本語の文章です。");
+        add("UTF-8", german.toUtf8(), german);
+        add("UTF-8 with a mark", QByteArray("\xEF\xBB\xBF") + german.toUtf8(), german);
+        add("UTF-16 little", QByteArray("\xFF\xFE\141\0;\0", 6), "a;");
+        add("UTF-16 big", QByteArray("\xFE\xFF\0a\0;", 6), "a;");
+        add("windows-1251", encoded("windows-1251", russian), russian);
+        add("Shift_JIS", encoded("Shift_JIS", japanese), japanese);
         for (const char *const codec : {"UTF-16LE", "UTF-16BE"}) {
-            addRow(codec,
-                   QTextCodec::codecForName(codec)->fromUnicode(russian).mid(2) +
-                       QByteArray(codec[6] == 'L' ? "\n\0" : "\0\n", 2),
-                   russian + "\n");
+            add(codec,
+                encoded(codec, russian).mid(2) + QByteArray(codec[6] == 'L' ? "\n\0" : "\0\n", 2),
+                russian + "\n");
         }
-        addRow("UTF-32 big", QByteArray("\0\0\0[\0\1\xF6\0", 8),
-               "[" + QString::fromUtf8("\U0001F600"));
-        addRow("one bad byte", german.toUtf8() + "\xFF", german + QString::fromUtf8("\U0010FEFF"));
-        addRow("a bad byte among Japanese",
-               QTextCodec::codecForName("Shift_JIS")
-                       ->fromUnicode(QString::fromUtf8("これは日本語の文章です。")) +
-                   "\xFF.",
-               QString::fromUtf8("これは日本語の文章です。\uFFFD."));
-        addRow("ASCII", QByteArray("[a]"), "[a]");
-        addRow("empty", QByteArray(), "");
+        add("UTF-32 big", QByteArray("\0\0\0[\0\1\xF6\0", 8),
+            "[" + QString::fromUtf8("\U0001F600"));
+        add("one bad byte", german.toUtf8() + "\xFF", german + QString::fromUtf8("\U0010FEFF"));
+        add("a bad byte among Japanese", encoded("Shift_JIS", japanese) + "\xFF.",
+            japanese + QString::fromUtf8("\uFFFD."));
+        add("ASCII", QByteArray("[a]"), "[a]");
+        add("empty", QByteArray(), "");
     }
 
     void detection()
@@ -237,12 +232,13 @@ private slots:
                 name == "IBM290")
                 continue;
             const QString text = QString::fromUtf8(convert(name, "UTF-8", data));
-            write(path("in.plain"), data);
+            writeFile(path("in.plain"), data);
             QVERIFY(document->fromFile(archive, path("in.plain"), id, false));
             QVERIFY2(document->toString() == QString(text).remove('\r'), name);
             document->insertBefore(nullptr, QString("y = 2"), false);
             QVERIFY(document->toFile(archive, path("out.plain"), true));
-            QVERIFY2(convert(name, "UTF-8", read(path("out.plain"))) == "y = 2\r\n" + text.toUtf8(),
+            QVERIFY2(convert(name, "UTF-8", readFile(path("out.plain"))) ==
+                         "y = 2\r\n" + text.toUtf8(),
                      name);
             ++codecs;
         }
@@ -251,16 +247,16 @@ private slots:
 
     void everyCodec_data()
     {
-        columns<int>("id");
+        const auto add = columns<int>("id");
         QSet<QByteArray> known;
         for (int id = 1; id < TextCodecs::count(); ++id) {
             const QByteArray name = TextCodecs::name(id).toLatin1();
             const QByteArray codec = QTextCodec::codecForName(name)->name();
             if (!known.contains(codec))
-                addRow(codec, TextCodecs::index(codec));
+                add(codec, TextCodecs::index(codec));
             known.insert(codec);
         }
-        addRow("System", 0);
+        add("System", 0);
     }
 
     /// A file that nobody edited is saved as it was but for its line ends, whatever its bytes.
@@ -309,8 +305,8 @@ private slots:
         QVERIFY(!document->isModified());
         QCOMPARE(document->fileName(), path("hero.plain"));
         QCOMPARE(document->title(), QString("hero.plain"));
-        QCOMPARE(read(path("hero.plain")), QByteArray("[a]\r\nx = \xC3\xA4\xC2\xA0"
-                                                      "1\r\n"));
+        QCOMPARE(readFile(path("hero.plain")), QByteArray("[a]\r\nx = \xC3\xA4\xC2\xA0"
+                                                          "1\r\n"));
 
         Plain::DocumentPointer other(new Plain::Document(&parser));
         QSignalSpy reset(other->model(), &QAbstractItemModel::modelReset);
@@ -325,9 +321,25 @@ private slots:
         QVERIFY(other->isEmpty() && other->fileName().isEmpty() && other->title().isEmpty());
     }
 
+    /// Who hears that a file is saved may close it: when it is no longer modified, and when it has
+    /// its new name without having been modified.
+    void closedWhenItIsSaved()
+    {
+        for (const bool isModified : {true, false}) {
+            auto *const closed = new Plain::Document(&parser);
+            closed->setModified(isModified);
+            QTextDocument *const text = closed;
+            connect(text, &QTextDocument::modificationChanged, this,
+                    [closed] { closed->release(); });
+            const QPointer<QTextDocument> alive(text);
+            QVERIFY(closed->toFile(memory, "closed.plain", false));
+            QVERIFY(!alive && memory.files.contains("closed.plain"));
+        }
+    }
+
     void copies()
     {
-        write(path("in.plain"), "[b]");
+        writeFile(path("in.plain"), "[b]");
         document->fromString(QString("[a]"));
         QVERIFY(document->toFile(archive, path("own.plain"), false));
         QVERIFY(document->fromFile(archive, path("in.plain"), true));
@@ -338,7 +350,7 @@ private slots:
         QVERIFY(document->toFile(archive, path("out.plain"), true));
         QVERIFY(document->isModified());
         QCOMPARE(document->fileName(), path("own.plain"));
-        QCOMPARE(read(path("out.plain")), QByteArray("[b]"));
+        QCOMPARE(readFile(path("out.plain")), QByteArray("[b]"));
     }
 
     void failures()
@@ -364,7 +376,7 @@ private slots:
 
     void bytesComeBack_data()
     {
-        columns<QByteArray, QByteArray>("data", "saved");
+        const auto add = columns<QByteArray, QByteArray>("data", "saved");
         QByteArray binary;
         QRandomGenerator random(5);
         for (int i = 0; i < 20000; ++i) {
@@ -375,24 +387,24 @@ private slots:
         QByteArray all;
         for (int byte = 14; byte < 256; ++byte)
             all += char(byte);
-        addRow("empty", QByteArray(), QByteArray());
-        addRow("binary", binary, binary);
-        addRow("all bytes", all, all);
-        addRow("broken UTF-8", QByteArray("text \xC3\xA4\xC3\xB6\xC3\xBC and \xC3"),
-               QByteArray("text \xC3\xA4\xC3\xB6\xC3\xBC and \xC3"));
-        addRow("zero bytes", QByteArray("a\0b\0c", 5), QByteArray("a\0b\0c", 5));
-        addRow("line ends of all kinds", QByteArray("a\nb\r\nc\rd\n"),
-               QByteArray("a\r\nb\r\nc\r\nd\r\n"));
-        addRow("one long line", QByteArray(1000000, 'x'), QByteArray(1000000, 'x'));
+        add("empty", QByteArray(), QByteArray());
+        add("binary", binary, binary);
+        add("all bytes", all, all);
+        add("broken UTF-8", QByteArray("text \xC3\xA4\xC3\xB6\xC3\xBC and \xC3"),
+            QByteArray("text \xC3\xA4\xC3\xB6\xC3\xBC and \xC3"));
+        add("zero bytes", QByteArray("a\0b\0c", 5), QByteArray("a\0b\0c", 5));
+        add("line ends of all kinds", QByteArray("a\nb\r\nc\rd\n"),
+            QByteArray("a\r\nb\r\nc\r\nd\r\n"));
+        add("one long line", QByteArray(1000000, 'x'), QByteArray(1000000, 'x'));
     }
 
     void bytesComeBack()
     {
         const auto [data, saved] = row<QByteArray, QByteArray>();
-        write(path("in.plain"), data);
+        writeFile(path("in.plain"), data);
         QVERIFY(document->fromFile(archive, path("in.plain"), false));
         QVERIFY(document->toFile(archive, path("out.plain"), false));
-        QVERIFY2(read(path("out.plain")) == saved, qPrintable(document->codecName()));
+        QVERIFY2(readFile(path("out.plain")) == saved, qPrintable(document->codecName()));
     }
 
     void lostCharacters()
@@ -403,9 +415,9 @@ private slots:
         const QByteArray saved = "[a]\r\nx = \xD0\xB6\r\n\r\ny = \xD0\xB6";
         QVERIFY(document->toFile(archive, path("copy.plain"), true));
         QCOMPARE(document->codecName(), QString("ISO-8859-1"));
-        QCOMPARE(read(path("copy.plain")), saved);
+        QCOMPARE(readFile(path("copy.plain")), saved);
         QVERIFY(document->toFile(archive, path("a.plain"), false));
-        QCOMPARE(read(path("a.plain")), saved);
+        QCOMPARE(readFile(path("a.plain")), saved);
         QCOMPARE(document->codecName(), QString("UTF-8"));
         QCOMPARE(toldLines(*document, "does not have all characters"), QList<int>({1, 3}));
         QCOMPARE(Plain::faults(*document), QStringList());
@@ -413,7 +425,7 @@ private slots:
         document->fromString(QString("x = \u00e4"));
         document->setCodec(QString("ISO-8859-1"));
         QVERIFY(document->toFile(archive, path("a.plain"), false));
-        QCOMPARE(read(path("a.plain")), QByteArray("x = \xE4"));
+        QCOMPARE(readFile(path("a.plain")), QByteArray("x = \xE4"));
         QCOMPARE(document->messages()->count(Message::Warning), 0u);
     }
 
@@ -458,26 +470,23 @@ private slots:
 
     void otherLinesKeepTheirBytes_data()
     {
-        columns<QByteArray, QByteArray, int>("codec", "data", "lines");
+        const auto add = columns<QByteArray, QByteArray, int>("codec", "data", "lines");
         const QByteArray good = "[a]\r\nx = 1\r\n";
-        addRow("UTF-8", QByteArray("UTF-8"), good + "x = \xFF\r\ny\xC3\xA4\r\nx = \xFE", 2);
-        addRow("private", QByteArray("UTF-8"), good + "\xF4\x8F\xBA\x80 \x80\r\nend", 1);
-        addRow("UTF-8, mark", QByteArray("UTF-8"), "\xEF\xBB\xBF" + good + "end", 0);
+        add("UTF-8", QByteArray("UTF-8"), good + "x = \xFF\r\ny\xC3\xA4\r\nx = \xFE", 2);
+        add("private", QByteArray("UTF-8"), good + "\xF4\x8F\xBA\x80 \x80\r\nend", 1);
+        add("UTF-8, mark", QByteArray("UTF-8"), "\xEF\xBB\xBF" + good + "end", 0);
         for (const char *const codec :
              {"Shift_JIS", "EUC-JP", "Big5", "US-ASCII", "IBM852", "UTF-7"})
-            addRow(codec, QByteArray(codec),
-                   good + "x = \xFF\r\ngood\r\nx = \xFE\r\nx = \xFF\r\nend",
-                   codec == QByteArray("IBM852") ? 0
-                   : codec == QByteArray("Big5") ? 1
-                                                 : 3);
-        addRow("GB18030", QByteArray("GB18030"),
-               "\x84\x31\x95\x33" + good + "x = \xFF\r\nx = \xFF\xFE\r\nx = \xFE", 3);
-        for (const bool isBig : {false, true}) {
-            const QTextCodec *const codec =
-                QTextCodec::codecForName(isBig ? "UTF-16BE" : "UTF-16LE");
-            const QByteArray data = codec->fromUnicode(QString::fromLatin1(good) + sampleText());
-            QTest::addRow("UTF-16, marked, %d", isBig) << QByteArray("UTF-16") << data << 0;
-            QTest::addRow("UTF-16, plain, %d", isBig) << codec->name() << data.mid(2) << 0;
+            add(codec, QByteArray(codec), good + "x = \xFF\r\ngood\r\nx = \xFE\r\nx = \xFF\r\nend",
+                codec == QByteArray("IBM852") ? 0
+                : codec == QByteArray("Big5") ? 1
+                                              : 3);
+        add("GB18030", QByteArray("GB18030"),
+            "\x84\x31\x95\x33" + good + "x = \xFF\r\nx = \xFF\xFE\r\nx = \xFE", 3);
+        for (const char *const codec : {"UTF-16LE", "UTF-16BE"}) {
+            const QByteArray text = encoded(codec, QString::fromLatin1(good) + sampleText());
+            QTest::addRow("%s, marked", codec) << QByteArray("UTF-16") << text << 0;
+            QTest::addRow("%s, plain", codec) << QByteArray(codec) << text.mid(2) << 0;
         }
     }
 
@@ -486,21 +495,17 @@ private slots:
     void otherLinesKeepTheirBytes()
     {
         const auto [codec, data, lines] = row<QByteArray, QByteArray, int>();
-        write(path("in.plain"), data);
+        writeFile(path("in.plain"), data);
         QVERIFY(document->fromFile(archive, path("in.plain"), TextCodecs::index(codec), false));
         QCOMPARE(toldLines(*document, notEncoded).size(), lines);
         // In front of everything, as the first line is then another block.
         document->insertBefore(nullptr, QString("new"), false);
         QVERIFY(document->toFile(archive, path("out.plain"), true));
-        const QTextCodec *const encoder =
-            QTextCodec::codecForName(document->codecName().toLatin1());
-        QByteArray added = encoder->fromUnicode(QString("new\r\n"));
-        QByteArray was = data;
-        const int mark = data.startsWith("\xEF\xBB\xBF") ? 3 : data.startsWith("\x84") ? 4 : 0;
         if (codec.startsWith("UTF-16"))
             return;
-        was.insert(mark, added);
-        QCOMPARE(read(path("out.plain")), was);
+        const int mark = data.startsWith("\xEF\xBB\xBF") ? 3 : data.startsWith("\x84") ? 4 : 0;
+        const QByteArray added = encoded(document->codecName().toLatin1(), "new\r\n");
+        QCOMPARE(readFile(path("out.plain")), QByteArray(data).insert(mark, added));
         // The first of two lines that read the same but are not: the other keeps its bytes.
         const int first = data.indexOf("x = \xFF\r\n");
         if (first < 0)
@@ -511,25 +516,21 @@ private slots:
         cursor.movePosition(QTextCursor::NextBlock, QTextCursor::KeepAnchor);
         document->insertOnCursor(QString(), cursor);
         QVERIFY(document->toFile(archive, path("out.plain"), true));
-        QCOMPARE(read(path("out.plain")), QByteArray(data).remove(first, 7));
+        QCOMPARE(readFile(path("out.plain")), QByteArray(data).remove(first, 7));
         document->undo();
         QVERIFY(document->toFile(archive, path("out.plain"), true));
-        QCOMPARE(read(path("out.plain")), data);
+        QCOMPARE(readFile(path("out.plain")), data);
         // A line that is edited is written as it reads, and is no reason to take another encoding.
         cursor.setPosition(document->find(QString("x = 1")).block().next().position());
         document->insertOnCursor(QString("1"), cursor);
         QVERIFY(document->toFile(archive, path("out.plain"), false));
         QCOMPARE(document->codecName().toLatin1(), codec);
-        QVERIFY(read(path("out.plain")).endsWith(data.mid(first + 7)));
+        QVERIFY(readFile(path("out.plain")).endsWith(data.mid(first + 7)));
     }
 
     void bytesSurviveUtf8_data()
     {
-        columns<QByteArray, QByteArray, QByteArray>("codec", "line", "saved");
-        const auto add = [](const char *name, const char *codec, const char *line,
-                            const char *saved) {
-            addRow(name, QByteArray(codec), QByteArray(line), QByteArray(saved));
-        };
+        const auto add = columns<QByteArray, QByteArray, QByteArray>("codec", "line", "saved");
         add("Shift_JIS", "Shift_JIS", "\x82\xb1\xff\x82\xea.\xfe",
             "\xe3\x81\x93\xff\xe3\x82\x8c.\xfe");
         add("a lead byte at the end", "Shift_JIS", "\x82\xb1\x82", "\xe3\x81\x93\x82");
@@ -546,7 +547,7 @@ private slots:
         const auto [codec, line, saved] = row<QByteArray, QByteArray, QByteArray>();
         const QByteArray face = "\xf0\x9f\x98\x80";
         for (const bool isChosen : {false, true}) {
-            write(path("in.plain"), "one\r\nx" + line + "\r\nend");
+            writeFile(path("in.plain"), "one\r\nx" + line + "\r\nend");
             QVERIFY(document->fromFile(archive, path("in.plain"), TextCodecs::index(codec), false));
             if (isChosen)
                 document->setCodec(QString("UTF-8"));
@@ -557,7 +558,7 @@ private slots:
             // The second time the encoding is UTF-8, and what was loaded is far.
             for (int time = 0; time < 2; ++time) {
                 QVERIFY(document->toFile(archive, path("in.plain"), false));
-                QCOMPARE(read(path("in.plain")), wanted);
+                QCOMPARE(readFile(path("in.plain")), wanted);
                 QCOMPARE(document->codecName(), QString("UTF-8"));
             }
             QCOMPARE(toldLines(*document, "does not have all"),
@@ -579,10 +580,10 @@ private slots:
 
     void reloads()
     {
-        write(path("a.plain"), "x = \xE4\xF6\xFC");
+        writeFile(path("a.plain"), "x = \xE4\xF6\xFC");
         QVERIFY(
             document->fromFile(archive, path("a.plain"), TextCodecs::index("ISO-8859-1"), false));
-        write(path("a.plain"), "y = \xE4\xF6\xFC");
+        writeFile(path("a.plain"), "y = \xE4\xF6\xFC");
         document->insert(QString("lost"));
         document->reload();
         QCOMPARE(document->toString(), QString("y = \u00e4\u00f6\u00fc"));
@@ -594,18 +595,6 @@ private slots:
 
 private:
     QString path(const char *name) { return directory->filePath(QLatin1String(name)); }
-    static void write(const QString &name, const QByteArray &data)
-    {
-        QFile file(name);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(data);
-    }
-    static QByteArray read(const QString &name)
-    {
-        QFile file(name);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
-
     Archive &archive = FileSystemArchive::instance();
     MemoryArchive memory;
     std::unique_ptr<QTemporaryDir> directory;

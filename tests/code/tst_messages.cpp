@@ -238,27 +238,6 @@ private slots:
         QCOMPARE(list.rowCount(), 5);
         QCOMPARE(updated.count(), 2);
     }
-
-    void manyMessages()
-    {
-        // A message on each of many lines: loading, painting again, reading and removing stay
-        // linear.
-        Plain::Parser parser;
-        QString text;
-        for (int line = 0; line < 20000; ++line)
-            text += QString("! %1\n").arg(line);
-        const Plain::DocumentPointer document = documentOf(parser, text);
-        document->rehighlight();
-        QCOMPARE(document->messages()->count(Message::Error), 20000u);
-        for (unsigned int row = 0; row < 20000; ++row)
-            QCOMPARE(document->messages()->at(row, Message::All).line, int(row));
-        QTextCursor cursor(document.get());
-        cursor.select(QTextCursor::Document);
-        cursor.removeSelectedText();
-        QCOMPARE(document->messages()->count(Message::All), 0u);
-        document->undo();
-        QCOMPARE(document->messages()->at(12345, Message::Error).line, 12345);
-    }
 };
 
 QTEST_MAIN(TestMessages)
