@@ -44,13 +44,10 @@ QStringList described(const EmberSounds &sounds)
     QStringList list;
     for (unsigned int row = 0; row < sounds.itemCount(); ++row) {
         const SoundSample sample = sounds.itemAt(row)->sample();
-        list.append(QString("%1 %2x%3 %4 %5 %6")
-                        .arg(sounds.itemAt(row)->identifier())
-                        .arg(sample.channels)
-                        .arg(sample.bits)
-                        .arg(sample.sampleRate)
-                        .arg(sample.samples)
-                        .arg(QString::fromLatin1(sample.data.toHex())));
+        list.append(sounds.itemAt(row)->identifier() +
+                    QString::asprintf(" %dx%d %u %u ", sample.channels, sample.bits,
+                                      sample.sampleRate, sample.samples) +
+                    sample.data.toHex());
     }
     return list;
 }

@@ -85,18 +85,15 @@ private slots:
                                                 "toChannels", "toBits", "toRate");
         const unsigned int rates[][2] = {
             {8000, 44100}, {44100, 11025}, {48000, 44100}, {22050, 22050}};
-        for (const auto &rate : rates) {
-            for (const int fromBits : {8, 16, 24, 32}) {
-                for (const int toBits : {8, 16, 24, 32}) {
-                    for (int mix = 0; mix < 4; ++mix) {
-                        const int from = 1 + mix / 2;
-                        const int to = 1 + mix % 2;
-                        QTest::addRow("%d x %d bits at %u to %d x %d bits at %u", from, fromBits,
-                                      rate[0], to, toBits, rate[1])
-                            << from << fromBits << rate[0] << to << toBits << rate[1];
-                    }
-                }
-            }
+        for (int i = 0; i < 4 * 4 * 4 * 4; ++i) {
+            const auto [fromRate, toRate] = rates[i / 64];
+            const int fromBits = 8 + i / 16 % 4 * 8;
+            const int toBits = 8 + i / 4 % 4 * 8;
+            const int from = 1 + i / 2 % 2;
+            const int to = 1 + i % 2;
+            QTest::addRow("%d x %d bits at %u to %d x %d bits at %u", from, fromBits, fromRate, to,
+                          toBits, toRate)
+                << from << fromBits << fromRate << to << toBits << toRate;
         }
     }
 

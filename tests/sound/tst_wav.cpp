@@ -12,16 +12,22 @@ using namespace Kiln;
 namespace
 {
 
-// Runs sox, an independent tool for sounds, and returns what it wrote to its standard output.
-QByteArray runSox(const QString &program, const QStringList &arguments, bool *ok)
+// Runs sox, an independent tool for sounds, or its soxi, and returns what it wrote to its standard
+// output; "failed" if it did not work.
+QByteArray run(const QString &program, const QStringList &arguments)
 {
     QProcess process;
     process.start(program, arguments);
-    *ok = process.waitForFinished() && process.exitStatus() == QProcess::NormalExit &&
-          process.exitCode() == 0;
-    if (!*ok)
-        qWarning().noquote() << process.errorString() << process.readAllStandardError();
-    return process.readAllStandardOutput();
+    if (process.waitForFinished() && process.exitStatus() == QProcess::NormalExit &&
+        process.exitCode() == 0)
+        return process.readAllStandardOutput();
+    qWarning().noquote() << process.errorString() << process.readAllStandardError();
+    return "failed";
+}
+
+QStringList words(const QString &text)
+{
+    return text.split(' ');
 }
 
 QByteArray little(quint32 value, int bytes)
@@ -63,6 +69,14 @@ struct Wav {
         return riff + little(static_cast<quint32>(body.size()), 4) + body;
     }
 };
+
+template<class T>
+QByteArray wavWith(T Wav::*field, const std::decay_t<T> &value)
+{
+    Wav wav;
+    wav.*field = value;
+    return wav.bytes();
+}
 
 SoundSample readWav(QByteArray bytes)
 {
@@ -136,54 +150,38 @@ private slots:
 
     void readsWhatSoxWrites_data()
     {
-        columns<QStringList, QStringList, bool>("options", "raw", "readable");
-        const QStringList comment{QString("--add-comment"), QString("made by a tool")};
-        const QString type = QString("-t wavpcm");
+        columns<QString, QString, bool>("options", "raw", "readable");
         for (const int bits : {8, 16, 24, 32}) {
             for (const int channels : {1, 2}) {
-                const QString format = QString("-b %1 -c %2 -r 22050").arg(bits).arg(channels);
-                QStringList options = (type + QLatin1Char(' ') + format).split(QLatin1Char(' '));
-                const QStringList raw{QString("-t"), QString("raw"), QString("-e"),
-                                      QLatin1String(bits == 8 ? "unsigned" : "signed"),
-                                      QString("-L")};
-                QTest::addRow("%d bits, %d channels", bits, channels) << options << raw << true;
+                const QString format =
+                    QString("-t wavpcm -b %1 -c %2 -r 22050").arg(bits).arg(channels);
+                const QString raw = QString("-t raw -L -e ") + (bits == 8 ? "unsigned" : "signed");
+                QTest::addRow("%d bits, %d channels", bits, channels) << format << raw << true;
                 QTest::addRow("%d bits, %d channels, with a comment", bits, channels)
-                    << comment + options << raw << true;
+                    << "--add-comment tool " + format << raw << true;
             }
         }
-        const QStringList floats =
-            QString("-t wav -e floating-point -b 32").split(QLatin1Char(' '));
-        addRow("floats are not read", floats, QStringList(), false);
-        const QStringList law = QString("-t wav -e a-law").split(QLatin1Char(' '));
-        addRow("a-law is not read", law, QStringList(), false);
+        addRow("floats are not read", QString("-t wav -e floating-point -b 32"), QString(), false);
+        addRow("a-law is not read", QString("-t wav -e a-law"), QString(), false);
     }
 
     void readsWhatSoxWrites()
     {
-        auto [options, raw, readable] = row<QStringList, QStringList, bool>();
-        const QString sox = QString("sox");
-        const QString name = file(QString("tool.wav"));
-        bool ok = false;
-        runSox(sox,
-               QStringList{QString("-D"), QString("-n")} + options + QStringList{name} +
-                   QString("synth 0.1 sine 440 gain -3").split(QLatin1Char(' ')),
-               &ok);
-        QVERIFY(ok);
+        const auto [options, raw, readable] = row<QString, QString, bool>();
+        const QString name = file("tool.wav");
+        const QString made = "-D -n " + options + ' ' + name + " synth 0.1 sine 440 gain -3";
+        QCOMPARE(run("sox", words(made)), QByteArray());
         QFile wav(name);
         QVERIFY(wav.open(QIODevice::ReadOnly));
         SoundSample sample;
         QCOMPARE(loadSound(&wav, "wav", sample), readable);
         QFile again(name);
-        const SampleInfo info = soundInfoFromWAV(&again);
-        QCOMPARE(fieldsOf(info), fieldsOf(sample));
+        QCOMPARE(fieldsOf(soundInfoFromWAV(&again)), fieldsOf(sample));
         if (!readable) {
             QVERIFY(isEmptySample(sample));
             return;
         }
-        const QByteArray expected =
-            runSox(sox, QStringList{QString("-D"), name} + raw + QStringList{QString("-")}, &ok);
-        QVERIFY(ok);
-        QCOMPARE(sample.data.size(), expected.size());
+        const QByteArray expected = run("sox", words("-D " + name + ' ' + raw + " -"));
         QVERIFY(sample.data == expected);
         QCOMPARE(sample.sampleRate, 22050u);
         QCOMPARE(sample.samples, 2205u);
@@ -213,26 +211,16 @@ private slots:
         for (char &byte : sample.data)
             byte = static_cast<char>(random());
 
-        const QString name = file(QString("ours.wav"));
+        const QString name = file("ours.wav");
         QFile wav(name);
         QVERIFY(wav.open(QIODevice::WriteOnly));
         QVERIFY(saveSound(&wav, "wav", sample));
         wav.close();
 
-        const struct {
-            const char *option;
-            int value;
-        } facts[] = {{"-c", channels}, {"-r", rate}, {"-b", bits}, {"-s", 777}};
-        bool ok = false;
-        for (const auto &fact : facts) {
-            const QByteArray answer =
-                runSox(QString("soxi"), {QString::fromLatin1(fact.option), name}, &ok);
-            QVERIFY(ok);
-            QCOMPARE(answer.trimmed().toInt(), fact.value);
-        }
-        const QStringList raw{name, QString("-t"), QString("raw"), QString("-L"), QString("-")};
-        QVERIFY(runSox(QString("sox"), raw, &ok) == sample.data);
-        QVERIFY(ok);
+        const QMap<QString, int> facts{{"-c", channels}, {"-r", rate}, {"-b", bits}, {"-s", 777}};
+        for (const QString &option : facts.keys())
+            QCOMPARE(run("soxi", {option, name}).trimmed().toInt(), facts[option]);
+        QVERIFY(run("sox", words(name + " -t raw -L -")) == sample.data);
 
         QFile again(name);
         const SoundSample read = soundFromWAV(&again);
@@ -258,66 +246,48 @@ private slots:
 
     void layouts_data()
     {
-        columns<QByteArray, QByteArray>("bytes", "data");
+        const auto add = columns<QByteArray, QByteArray>("bytes", "data");
+        const QByteArray good = Wav().bytes();
         const QByteArray samples = "0123456789";
-        Wav wav;
-        addRow("plain", wav.bytes(), samples);
-        wav.riff = "XXXX";
-        addRow("the first four bytes do not matter", wav.bytes(), samples);
-        wav = Wav();
-        wav.formatRest = QByteArray(24, '\x07');
-        addRow("a format chunk of 40 bytes", wav.bytes(), samples);
-        wav = Wav();
-        wav.between = chunk("LIST", "INFOICMT" + little(4, 4) + "none");
-        addRow("a list between", wav.bytes(), samples);
-        wav.between = chunk("LIST", "INFO data" + little(3, 4) + "abc");
-        addRow("the word data in the list misleads", wav.bytes(), QByteArray("abc"));
-        wav = Wav();
-        wav.dataHead = "DATA" + little(4, 4);
-        addRow("no data chunk: right behind the format", wav.bytes(), QByteArray("0123"));
-        wav = Wav();
-        addRow("size 0 means to the end", wav.bytes().replace(4, 4, little(0, 4)), samples);
-        addRow("size of 4 GiB means to the end", wav.bytes().replace(4, 4, little(0xFFFFFFFF, 4)),
-               samples);
-        addRow("bytes behind the file", wav.bytes() + "more", samples);
-        addRow("a size that ends four bytes early zeroes as many at the start",
-               wav.bytes().replace(4, 4, little(42, 4)),
-               QByteArray("\0\0\0\0"
-                          "45\0\0\0\0",
-                          10));
+        add("plain", good, samples);
+        add("the first four bytes do not matter", wavWith(&Wav::riff, "XXXX"), samples);
+        add("a format chunk of 40 bytes", wavWith(&Wav::formatRest, QByteArray(24, '\x07')),
+            samples);
+        const QByteArray note = "INFOICMT" + little(4, 4) + "none";
+        add("a list between", wavWith(&Wav::between, chunk("LIST", note)), samples);
+        const QByteArray trap = "INFO data" + little(3, 4) + "abc";
+        add("the word data in the list misleads", wavWith(&Wav::between, chunk("LIST", trap)),
+            "abc");
+        add("no data chunk: right behind the format",
+            wavWith(&Wav::dataHead, "DATA" + little(4, 4)), "0123");
+        const auto ofSize = [&good](quint32 size) {
+            return QByteArray(good).replace(4, 4, little(size, 4));
+        };
+        add("size 0 means to the end", ofSize(0), samples);
+        add("size of 4 GiB means to the end", ofSize(0xFFFFFFFF), samples);
+        add("bytes behind the file", good + "more", samples);
+        add("a size that ends four bytes early zeroes as many at the start", ofSize(42),
+            QByteArray("\0\0\0\0\64\65\0\0\0\0", 10));
 
         const QByteArray none;
-        wav.wave = "AVI ";
-        addRow("no WAVE", wav.bytes(), none);
-        wav = Wav();
-        wav.formatId = "LIST";
-        addRow("format is not first", wav.bytes(), none);
-        wav = Wav();
-        wav.format = 3;
-        addRow("floats", wav.bytes(), none);
+        add("no WAVE", wavWith(&Wav::wave, "AVI "), none);
+        add("format is not first", wavWith(&Wav::formatId, "LIST"), none);
+        add("floats", wavWith(&Wav::format, 3), none);
+        Wav wav;
         wav.format = 0xFFFE;
         wav.formatRest = little(22, 2) + QByteArray(22, '\x01');
-        addRow("a format told by the other 24 of 40 bytes", wav.bytes(), none);
+        add("a format told by the other 24 of 40 bytes", wav.bytes(), none);
+        add("no channels", wavWith(&Wav::channels, 0), none);
+        add("3 bits", wavWith(&Wav::bits, 3), none);
         wav = Wav();
-        wav.channels = 0;
-        addRow("no channels", wav.bytes(), none);
-        wav = Wav();
-        wav.bits = 3;
-        addRow("3 bits", wav.bytes(), none);
-        wav.bits = 0xFFFF;
-        wav.channels = 0xFFFF;
-        addRow("a frame larger than the file", wav.bytes(), samples);
-        wav = Wav();
-        wav.data = QByteArray();
-        addRow("no samples", wav.bytes(), none);
-        wav = Wav();
-        addRow("a size that ends in the format", wav.bytes().replace(4, 4, little(20, 4)), none);
-        for (const quint32 size : {0u, 0xFFFFFFFFu}) {
-            wav.dataHead = "data" + little(size, 4);
+        wav.bits = wav.channels = 0xFFFF;
+        add("a frame larger than the file", wav.bytes(), samples);
+        add("no samples", wavWith(&Wav::data, none), none);
+        add("a size that ends in the format", ofSize(20), none);
+        for (const quint32 size : {0u, 0xFFFFFFFFu})
             QTest::addRow("samples of %u bytes, left open by a streaming writer", size)
-                << wav.bytes() << none;
-        }
-        addRow("nothing", none, none);
+                << wavWith(&Wav::dataHead, "data" + little(size, 4)) << none;
+        add("nothing", none, none);
     }
 
     void layouts()
@@ -483,7 +453,7 @@ private slots:
     }
 
 private:
-    QString file(const QString &name) const { return m_directory.filePath(name); }
+    QString file(const char *name) const { return m_directory.filePath(name); }
 
     QTemporaryDir m_directory;
 };
