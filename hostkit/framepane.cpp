@@ -107,6 +107,11 @@ struct Placing {
         const QPoint foot = position + pivot;
         return {axis(foot.x() * scale.x()), axis(foot.y() * scale.y())};
     }
+    /// Of the scaled picture, for what draws it where it is told.
+    QPoint corner(QPoint offset) const
+    {
+        return offset - QPoint(axis(pivot.x() * scale.x()), axis(pivot.y() * scale.y()));
+    }
     static int axis(double value)
     {
         return std::isfinite(value) ? int(std::round(qBound(-1e9, value, 1e9))) : 0;
@@ -432,8 +437,8 @@ void FramePane::refresh()
     Kiln::Sprite *ghost = d->spriteOf(before);
     if (ghost) {
         const Placing placing(*before, *ghost);
-        d->viewport.setOnionSkinFlip(placing.flip);
-        d->viewport.setOnionSkinSprite(ghost, before->offset() - placing.pivot);
+        d->viewport.setOnionSkinShape(placing.flip, placing.scale);
+        d->viewport.setOnionSkinSprite(ghost, placing.corner(before->offset()));
     } else {
         d->viewport.setOnionSkinSprite(nullptr, QPoint());
     }
@@ -500,10 +505,13 @@ void FramePane::showStatus()
          tr("Horizontal guide: %1, Vertical guide: %2").arg(guides.y()).arg(guides.x()));
     const Kiln::FrameCode *frame = this->frame();
     const Kiln::AnimationCode *animation = frame ? animationOf(*frame) : nullptr;
-    d->place->setText(animation ? tr("Animation: %1, Frame: %2")
-                                      .arg(animation->name())
-                                      .arg(animation->indexOfFrame(frame) + 1)
-                                : tr("Animation: none, Frame: none"));
+    QString place = animation ? tr("Animation: %1, Frame: %2")
+                                    .arg(animation->name())
+                                    .arg(animation->indexOfFrame(frame) + 1)
+                              : tr("Animation: none, Frame: none");
+    if (frame && !d->frames.count())
+        place += tr(", no sprite \"%1\"").arg(frame->identifier());
+    d->place->setText(place);
 }
 
 /// Where the painter is not what the user wished, the field says so.

@@ -7,6 +7,8 @@
 
 #include <QMatrix4x4>
 
+#include <cmath>
+
 namespace HostKit
 {
 
@@ -54,12 +56,22 @@ Viewport::Viewport(QObject *parent)
 
 Viewport::~Viewport() = default;
 
-void Viewport::setOnionSkinFlip(unsigned char flip)
+void Viewport::setOnionSkinShape(unsigned char flip, QPointF scale)
 {
-    if (flip == m_onionFlip)
+    if (flip == m_onionFlip && scale == m_onionScale)
         return;
     m_onionFlip = flip;
+    m_onionScale = scale;
     GraphicsRenderer::update();
+}
+
+QSize Viewport::onionSize(QSize size) const
+{
+    const auto scaled = [](int length, double scale) {
+        const double result = length * scale;
+        return std::isfinite(result) ? qRound(qBound(0.0, result, double(1 << 24))) : 0;
+    };
+    return {scaled(size.width(), m_onionScale.x()), scaled(size.height(), m_onionScale.y())};
 }
 
 void Viewport::paintSprite(QPainter &painter,
@@ -82,7 +94,7 @@ void Viewport::paintOnionSprite(QPainter &painter,
                                 float opacity,
                                 OnionEffect effect)
 {
-    paint(painter, {anchor + offset, size}, opacity, m_onionFlip, sprite, effect);
+    paint(painter, {anchor + offset, onionSize(size)}, opacity, m_onionFlip, sprite, effect);
 }
 
 void Viewport::drawSprite(QPoint anchor,
@@ -103,7 +115,7 @@ void Viewport::drawOnionSprite(const Kiln::Sprite *sprite,
                                float opacity,
                                OnionEffect effect)
 {
-    draw({anchor + offset, size}, opacity, m_onionFlip, sprite, effect);
+    draw({anchor + offset, onionSize(size)}, opacity, m_onionFlip, sprite, effect);
 }
 
 void Viewport::paint(QPainter &painter,

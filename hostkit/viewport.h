@@ -25,8 +25,9 @@ public:
     explicit Viewport(QObject *parent = nullptr);
     ~Viewport() override;
 
-    /// How the sprite of the onion skin is mirrored: bit 0 horizontally, bit 1 vertically.
-    void setOnionSkinFlip(unsigned char flip);
+    /// How the sprite of the onion skin is mirrored (bit 0 horizontally, bit 1 vertically) and
+    /// scaled, by factors of its size; its offset stays.
+    void setOnionSkinShape(unsigned char flip, QPointF scale);
     /// Bytes of pictures that are kept for native painting.
     int keptBytes() const { return m_pictures.totalCost(); }
 
@@ -61,6 +62,7 @@ public:
                          OnionEffect effect) override;
 
 private:
+    QSize onionSize(QSize size) const;
     void paint(QPainter &painter,
                const QRect &area,
                float opacity,
@@ -76,6 +78,7 @@ private:
     using Key = QPair<qint64, int>; // QImage::cacheKey(), effect and flip
     QCache<Key, QImage> m_pictures;
     unsigned char m_onionFlip = 0;
+    QPointF m_onionScale{1, 1};
 };
 
 } // namespace HostKit

@@ -313,7 +313,6 @@ void CodeWorkspace::retranslate()
 void CodeWorkspace::setCodeFont(const QFont &font)
 {
     d->editor->setFont(font);
-    emit codeFontChanged(font);
 }
 
 void CodeWorkspace::zoomActual()

@@ -83,10 +83,6 @@ public Q_SLOTS:
     void foldAll();
     void unfoldAll();
 
-Q_SIGNALS:
-    /// The font of code changed: editors with a code view of their own take it over.
-    void codeFontChanged(const QFont &font);
-
 private:
     void createActions();
     void enableBarAction(bool enabled);

@@ -219,13 +219,33 @@ void GraphicsRendererPrivate::prepareLabels(const QPainter &painter, const QColo
     labelInk = ink;
 }
 
+namespace
+{
+
+/// The painter's, or a smaller one if the text would not fit across the vertical ruler.
+QFont fittingFont(const QPainter &painter, const QString &text)
+{
+    constexpr int widest = rulerWidth - 2;
+    constexpr int smallest = 6;
+    QFont font = painter.font();
+    const auto advance = [&] {
+        return QFontMetrics(font, painter.device()).horizontalAdvance(text);
+    };
+    for (int pixels = QFontInfo(font).pixelSize(); advance() > widest && pixels > smallest;)
+        font.setPixelSize(--pixels);
+    return font;
+}
+
+} // namespace
+
 void GraphicsRendererPrivate::drawLabel(QPainter &painter, qint64 value, const QRect &area)
 {
     QPixmap &label = labels[value];
     const qreal ratio = painter.device()->devicePixelRatioF();
     if (label.isNull()) {
         const QString text = QStringLiteral("%1").arg(value, 0, 10);
-        const QFontMetrics metrics(painter.font(), painter.device());
+        const QFont font = fittingFont(painter, text);
+        const QFontMetrics metrics(font, painter.device());
         // Even sizes keep the text in the middle of the even areas that it is centred in.
         const QSize size((metrics.horizontalAdvance(text) + 5) / 2 * 2,
                          (metrics.height() + 1) / 2 * 2);
@@ -233,7 +253,7 @@ void GraphicsRendererPrivate::drawLabel(QPainter &painter, qint64 value, const Q
         picture.setDevicePixelRatio(ratio);
         picture.fill(Qt::transparent);
         QPainter writer(&picture);
-        writer.setFont(painter.font());
+        writer.setFont(font);
         writer.setPen(labelInk);
         writer.drawText(QRect(QPoint(), size), Qt::AlignCenter, text);
         writer.end();

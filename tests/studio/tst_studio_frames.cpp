@@ -196,8 +196,17 @@ void tst_studio_frames::followsTheText()
     replace("strike: 8, -58, 36, -44", "strike: 1, 2, 4, 9\n    strike: 0, 0, 2, 2");
     QCOMPARE(view().boxes(ContactBoxCode::Attack)->rects(),
              (QVector<QRect>{{1, 2, 3, 7}, {0, 0, 2, 2}}));
+    // The ghost of the frame before is as large as that frame was.
+    goTo("frame: wren_jab_3");
+    const QImage ghost = view().widget()->grab().toImage();
+    replace("flip h, scale 2 2", "scale 1 1");
+    QVERIFY(view().widget()->grab().toImage() != ghost);
+    goTo("wren_jab_2");
+    const auto *place = pane().findChild<QLabel *>("frame_place");
+    QVERIFY(!place->text().contains("no sprite"));
     replace("wren_jab_2", "nobody");
     QCOMPARE(frames->count(), 0U);
+    QVERIFY(place->text().contains("no sprite \"nobody\""));
     // The palette and the pictures may change, too.
     goTo("frame: wren_jab_1");
     sprite = frames->spriteAt(0);
