@@ -21,7 +21,9 @@ public:
     using QToolButton::QToolButton;
     QSize sizeHint() const override
     {
-        return {fontMetrics().horizontalAdvance(text()) + margin, QToolButton::sizeHint().height()};
+        // The advance is rounded, and a fraction too little would cut the text.
+        return {fontMetrics().horizontalAdvance(text()) + 1 + margin,
+                QToolButton::sizeHint().height()};
     }
     QSize minimumSizeHint() const override
     {
