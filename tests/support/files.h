@@ -17,3 +17,15 @@ inline QByteArray readFile(const QString &path)
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
 }
+
+/// Copies a folder with all below it; the copies can be written.
+inline void copyFolder(const QString &from, const QString &to)
+{
+    QDirIterator entries(from, QDir::Files, QDirIterator::Subdirectories);
+    while (entries.hasNext()) {
+        const QString target = to + entries.next().mid(from.size());
+        QVERIFY(QDir().mkpath(QFileInfo(target).path()));
+        QVERIFY(QFile::copy(entries.filePath(), target));
+        QFile::setPermissions(target, QFile::ReadOwner | QFile::WriteOwner);
+    }
+}

@@ -1,0 +1,279 @@
+#include "windowtest.h"
+
+#include <hostkit/savedesk.h>
+#include <kilnx/project/editor.h>
+
+using namespace HostKit;
+
+// How the window opens, saves, replaces and closes files and projects, and what it asks first.
+class tst_studio_files : public WindowTest
+{
+    Q_OBJECT
+
+private slots:
+    void savingWritesTheWholeFile()
+    {
+        open("heroes/wren/air.glow");
+        QTest::keyClick(view(), Qt::Key_End, Qt::ControlModifier);
+        type("\n; the end");
+        const QByteArray expected = document()->toString().replace("\n", "\r\n").toUtf8();
+        QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier);
+        QCOMPARE(readFile(path("heroes/wren/air.glow")), expected);
+        QVERIFY(!document()->isModified());
+        QVERIFY(!m_window->isWindowModified());
+
+        open("heroes/wren/hurt.glow");
+        type("; one\n");
+        open("heroes/wren/brain.glow");
+        type("; two\n");
+        QCOMPARE(session().modifiedFiles().size(), 2);
+        QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier | Qt::AltModifier);
+        QVERIFY(session().modifiedFiles().isEmpty());
+        QVERIFY(readFile(path("heroes/wren/hurt.glow")).startsWith("; one\r\n"));
+        QVERIFY(readFile(path("heroes/wren/brain.glow")).startsWith("; two\r\n"));
+    }
+
+    void savesLeaveTheViewAlone()
+    {
+        open("heroes/wren/air.glow");
+        type("; " + QString(400, 'x'));
+        QTextCursor selection = view()->textCursor();
+        selection.movePosition(QTextCursor::Left, QTextCursor::KeepAnchor, 5);
+        view()->setTextCursor(selection);
+        const int scrolled = view()->horizontalScrollBar()->value();
+        QVERIFY(scrolled > 0);
+        auto *nodes = m_window->findChild<QTreeView *>("code_tree");
+        nodes->setFocus();
+        actions()->save->trigger();
+        QVERIFY(!document()->isModified());
+        QCOMPARE(view()->textCursor().selectedText(), selection.selectedText());
+        QCOMPARE(view()->horizontalScrollBar()->value(), scrolled);
+        QCOMPARE(QApplication::focusWidget(), nodes);
+    }
+
+    void failedSavesAreTold()
+    {
+        settings().setValue("enable_file_watcher", false);
+        open("heroes/wren/air.glow");
+        type("; not lost");
+        // A directory stands in the way.
+        QVERIFY(QFile::remove(path("heroes/wren/air.glow")));
+        QVERIFY(QDir().mkpath(path("heroes/wren/air.glow/in the way")));
+        m_dialogs->expectBox(QMessageBox::Ok);
+        m_dialogs->expectFiles({});
+        actions()->save->trigger();
+        QVERIFY(document()->isModified());
+        QVERIFY2(m_dialogs->seen().first().text.contains("air.glow' could not be saved."),
+                 qPrintable(m_dialogs->seen().first().text));
+
+        QVERIFY(QDir().mkpath(path("heroes/wren/also.glow/in the way")));
+        m_dialogs->expectFiles({path("heroes/wren/also")});
+        m_dialogs->expectBox(QMessageBox::Yes);
+        m_dialogs->expectBox(QMessageBox::Ok);
+        actions()->saveAs->trigger();
+        QVERIFY(document()->isModified());
+        QVERIFY(m_dialogs->seen().last().text.contains("could not be saved."));
+
+        m_dialogs->expectFiles({path("heroes/wren/higher")});
+        actions()->saveAs->trigger();
+        QVERIFY(readFile(path("heroes/wren/higher.glow")).startsWith("; not lost"));
+        m_dialogs->expectFiles({});
+        actions()->saveAs->trigger();
+    }
+
+    void goneFilesAreNotLostUnasked()
+    {
+        const QString name = path("heroes/wren/hurt.glow");
+        const QByteArray before = readFile(name);
+        open("heroes/wren/hurt.glow");
+        QVERIFY(QFile::remove(name));
+        m_dialogs->expectBox(QMessageBox::No);
+        actions()->closeFile->trigger();
+        QVERIFY(document());
+        actions()->save->trigger();
+        QCOMPARE(readFile(name), QByteArray(before).replace("\r\n", "\n").replace("\n", "\r\n"));
+
+        QVERIFY(QFile::remove(name));
+        m_dialogs->expectBox(QMessageBox::Yes);
+        actions()->saveAll->trigger();
+        QVERIFY(QFileInfo::exists(name));
+
+        QVERIFY(QFile::remove(name));
+        m_dialogs->expectBox(QMessageBox::No);
+        QVERIFY(!m_window->close());
+        m_dialogs->expectBox(QMessageBox::Yes);
+        QVERIFY(m_window->close());
+    }
+
+    void definitionStaysInItsProject()
+    {
+        open("heroes/wren/wren.wisp");
+        type("; changed\n");
+        QVERIFY(QFile::remove(path("heroes/wren/wren.wisp")));
+        m_dialogs->expectBox(QMessageBox::Yes);
+        actions()->closeFile->trigger();
+        const QList<Kiln::Project *> projects = session().projects();
+        for (const Kiln::Project *project : projects)
+            QVERIFY(project->file(Kiln::Project::FileID::Definition));
+        QVERIFY(session().parentProject()->backup("kept"));
+    }
+
+    void projectIsSavedUnderANameOfItsKind()
+    {
+        QVERIFY(host().openProject(path("heroes/wren")));
+        QCOMPARE(session().projects().size(), 1);
+        const QString copy = m_directory->filePath("raven");
+        m_dialogs->expectFiles({copy + "/raven"});
+        actions()->saveProjectAs->trigger();
+        QVERIFY(QFileInfo::exists(copy + "/raven.wisp"));
+        QVERIFY(!QFileInfo::exists(copy + "/raven"));
+        QCOMPARE(settings().recentProjects().value(0), copy);
+        QVERIFY(host().openProject(copy));
+    }
+
+    void nothingIsReplacedUnasked()
+    {
+        const QString other = m_directory->filePath("other");
+        QVERIFY(QDir().mkpath(other));
+        writeFile(other + "/tidewater.hearth", "; of somebody else\r\n");
+        m_dialogs->expectFiles({other});
+        m_dialogs->expectBox(QMessageBox::No);
+        actions()->saveProjectAs->trigger();
+        QCOMPARE(readFile(other + "/tidewater.hearth"), QByteArray("; of somebody else\r\n"));
+        QVERIFY(m_dialogs->seen().last().text.contains("tidewater.hearth"));
+
+        QVERIFY(host().saving().backup("first"));
+        const QStringList copies =
+            QDir(path("backup")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+        QCOMPARE(copies.size(), 1);
+        open("heroes/wren/air.glow");
+        type("; newer\n");
+        actions()->save->trigger();
+        m_dialogs->expectFiles({path("backup/" + copies.first())});
+        m_dialogs->expectBox(QMessageBox::No);
+        actions()->restore->trigger();
+        QVERIFY(readFile(path("heroes/wren/air.glow")).startsWith("; newer"));
+        m_dialogs->expectFiles({path("backup/" + copies.first())});
+        m_dialogs->expectBox(QMessageBox::Yes);
+        actions()->restore->trigger();
+        QVERIFY(!readFile(path("heroes/wren/air.glow")).startsWith("; newer"));
+    }
+
+    void outsideChangesAreAskedAbout_data()
+    {
+        const auto add = columns<bool, bool>("watched", "yes");
+        add("reload", true, true);
+        add("keep", true, false);
+        add("not watched", false, false);
+    }
+
+    void outsideChangesAreAskedAbout()
+    {
+        const auto [watched, yes] = row<bool, bool>();
+        settings().setValue("enable_file_watcher", watched);
+        open("heroes/wren/air.glow");
+        const QString before = document()->toString();
+        host().deck().current()->navigateTo(2, 3);
+        if (watched)
+            m_dialogs->expectBox(yes ? QMessageBox::Yes : QMessageBox::No);
+        writeFile(path("heroes/wren/air.glow"), "; from outside\r\n; second\r\n; third\r\n");
+        if (watched) {
+            QTRY_COMPARE(m_dialogs->seen().size(), 1);
+            QCOMPARE(m_dialogs->seen().first().title, "File modified");
+            QTRY_COMPARE(document()->toString(),
+                         yes ? QStringLiteral("; from outside\n; second\n; third\n") : before);
+            // A reload keeps the place.
+            QTRY_COMPARE(view()->textCursor().blockNumber(), 2);
+            QCOMPARE(view()->textCursor().positionInBlock(), 3);
+            return;
+        }
+        // The watcher of the tree, which works without the option, tells when the time has come.
+        QFileSystemWatcher witness({path("heroes/wren/air.glow")});
+        QSignalSpy changed(&witness, &QFileSystemWatcher::fileChanged);
+        writeFile(path("heroes/wren/air.glow"), "; again\r\n");
+        QVERIFY(changed.wait());
+        QCOMPARE(document()->toString(), before);
+    }
+
+    void tabsFollowTheFiles()
+    {
+        auto *tabs = m_window->findChild<FileTabs *>();
+        const int before = tabs->count();
+        open("heroes/wren/air.glow");
+        open("heroes/moss/ground.glow");
+        open("heroes/wren/air.glow");
+        QCOMPARE(tabs->count(), before + 2);
+        type("; x");
+        QVERIFY(tabs->tabText(tabs->currentIndex()).endsWith("•"));
+        QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier);
+        QCOMPARE(tabs->tabText(tabs->currentIndex()), "air.glow");
+        tabs->setCurrentIndex(tabs->indexOf(session().findFile(path("heroes/moss/ground.glow"))));
+        QCOMPARE(document()->fileName(), path("heroes/moss/ground.glow"));
+        while (tabs->count() > 0)
+            actions()->closeFile->trigger();
+        QVERIFY(!document());
+        QVERIFY(!host().deck().current());
+        QVERIFY2(session().findFile(path("heroes/wren/air.glow")),
+                 "a file off the desk still belongs to its project");
+
+        actions()->newMenu->actions().first()->trigger();
+        QCOMPARE(tabs->tabText(0), "Untitled");
+        type("; new");
+        m_dialogs->expectBox(QMessageBox::Yes);
+        const int files = session().files().size();
+        actions()->closeFile->trigger();
+        QCOMPARE(session().files().size(), files - 1);
+    }
+
+    void closingAsksForEachChange_data()
+    {
+        const auto add = columns<bool, bool>("first", "second");
+        add("both may go", true, true);
+        add("the first may not", false, false);
+        add("the second may not", true, false);
+    }
+
+    void closingAsksForEachChange()
+    {
+        const auto [first, second] = row<bool, bool>();
+        open("heroes/wren/air.glow");
+        type("; one");
+        open("heroes/wren/hurt.glow");
+        type("; two");
+        m_dialogs->expectBox(first ? QMessageBox::Yes : QMessageBox::No);
+        if (first)
+            m_dialogs->expectBox(second ? QMessageBox::Yes : QMessageBox::No);
+        QCOMPARE(m_window->close(), first && second);
+        QCOMPARE(m_dialogs->seen().size(), first ? 2 : 1);
+        QCOMPARE(m_dialogs->seen().first().title, "Discard changes?");
+        QCOMPARE(session().parentProject() == nullptr, first && second);
+    }
+
+    void missingFilesAreMadeOnlyIfWanted()
+    {
+        const QString name = path("heroes/wren/fresh.glow");
+        m_dialogs->expectBox(QMessageBox::No);
+        QVERIFY(!host().desk().openFile(name, Kiln::Project::FileID::Code));
+        QVERIFY(!QFileInfo::exists(name));
+        m_dialogs->expectBox(QMessageBox::Yes);
+        QVERIFY(host().desk().openFile(name, Kiln::Project::FileID::Code));
+        QVERIFY(QFileInfo::exists(name));
+        QCOMPARE(document()->fileName(), name);
+        QVERIFY(!host().desk().openFile(path("notes/design.txt"), 0));
+    }
+
+    void directoryWithoutProjectLeavesTheOldOne()
+    {
+        const QTemporaryDir empty;
+        const Kiln::ParentProject *project = session().parentProject();
+        m_dialogs->expectBox(QMessageBox::Ok);
+        QVERIFY(!host().openProject(empty.path()));
+        QCOMPARE(session().parentProject(), project);
+        QVERIFY(!settings().recentProjects().contains(empty.path()));
+        QVERIFY2(host().openProject(hero()), "it opens again");
+        QVERIFY(document());
+    }
+};
+
+QTEST_MAIN(tst_studio_files)
+#include "tst_studio_files.moc"
