@@ -43,6 +43,50 @@ inline QByteArray stateOf(const ImageCanvas &canvas)
     return bytes;
 }
 
+/// Each place of a canvas' undo stack has one state, however it is reached.
+class UndoStates
+{
+public:
+    explicit UndoStates(ImageCanvas &canvas)
+        : m_canvas(canvas)
+        , m_states{stateOf(canvas)}
+    {
+    }
+    /// Whether the state is the place's; what was done at `before`, unless it was a jump, makes new
+    /// places.
+    bool holds(int before, bool jumped)
+    {
+        const int now = m_canvas.undoStack.index();
+        if (!jumped && now > before) {
+            m_states.resize(before + 1);
+            m_states.resize(now + 1); // two steps at once: the one between is seen by undo
+            m_states.last() = stateOf(m_canvas);
+        }
+        return m_states[now].isEmpty() || m_states[now] == stateOf(m_canvas);
+    }
+    /// Whether all the way back and forth again each place has its state, and `look` agrees.
+    template<class Look>
+    bool walk(Look look)
+    {
+        QUndoStack &stack = m_canvas.undoStack;
+        for (const bool back : {true, false}) {
+            while (back ? stack.canUndo() : stack.canRedo()) {
+                back ? stack.undo() : stack.redo();
+                QByteArray &wanted = m_states[stack.index()];
+                if (wanted.isEmpty())
+                    wanted = stateOf(m_canvas);
+                if (stateOf(m_canvas) != wanted || !look())
+                    return false;
+            }
+        }
+        return true;
+    }
+
+private:
+    ImageCanvas &m_canvas;
+    QVector<QByteArray> m_states;
+};
+
 /// All points of a line, by a loop of its own.
 template<class Point>
 void line(QPoint at, QPoint to, Point point)

@@ -3,6 +3,7 @@
 #include <kilnx/imageedit/pentool.h>
 #include <tests/imageedit/paintbench.h>
 #include <tests/render/contexts.h>
+#include <tests/support/rows.h>
 
 #include <QtGui/QPainter>
 #include <QtGui/QScreen>
@@ -16,6 +17,7 @@ using namespace Kiln;
 using namespace PaintBench;
 using PlainCanvas::rasterAt;
 using PlainCanvas::stateOf;
+using PlainCanvas::UndoStates;
 
 namespace
 {
@@ -62,682 +64,640 @@ class tst_ImageRenderer : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void followsThePlainPainter_data();
-    void followsThePlainPainter();
-    void showsWhatThePlainLoopShows_data();
-    void showsWhatThePlainLoopShows();
-    void repaintsWhatChanged_data() { showsWhatThePlainLoopShows_data(); }
-    void repaintsWhatChanged();
-    void toolsHaveTheirCursorsAndOptions();
-    void sizeKeysFallThroughAtTheEnds();
-    void penDrawsItsOutline();
-    void penJoinsStrokesWithShift();
-    void replacePicksWithShift();
-    void movesSelectionsOverTheEdge();
-    void movesTheCanvas();
-    void zoomsByWheelAndKeys();
-    void paintsByKeysAlone();
-    void standsWithoutALayer_data();
-    void standsWithoutALayer();
-    void endsDragsThatAreCutOff_data();
-    void endsDragsThatAreCutOff();
-    void showsOneLayerAndTheOriginal();
-    void survivesItsParts();
-    void composesByArea();
-};
+    void followsThePlainPainter_data()
+    {
+        columns<bool, int, quint32>("openGL", "format", "seed");
+        for (quint32 i = 0; i < 8; ++i)
+            QTest::addRow("%s, %s, seed %u", i & 1 ? "OpenGL" : "native",
+                          i & 2 ? "rgba" : "indexed", i)
+                << bool(i & 1) << int(i >> 1 & 1) << i;
+    }
 
-void tst_ImageRenderer::followsThePlainPainter_data()
-{
-    QTest::addColumn<bool>("openGL");
-    QTest::addColumn<int>("format");
-    QTest::addColumn<quint32>("seed");
-    for (quint32 i = 0; i < 8; ++i)
-        QTest::addRow("%s, %s, seed %u", i & 1 ? "OpenGL" : "native", i & 2 ? "rgba" : "indexed", i)
-            << bool(i & 1) << int(i >> 1 & 1) << i;
-}
-
-/// A user at random: every tool, both buttons, Shift, operations on the canvas, undo and redo.
-void tst_ImageRenderer::followsThePlainPainter()
-{
-    QFETCH(bool, openGL);
-    QFETCH(int, format);
-    QFETCH(quint32, seed);
-    if (openGL && !GLRenderWidget::isSupported())
-        QSKIP("no OpenGL");
-    Bench bench(openGL, format, {44, 37}, seed);
-    ImageRenderer &renderer = bench.renderer;
-    ImageCanvas &canvas = renderer.canvas;
-    QRandomGenerator &dice = bench.dice;
-    QVector<QByteArray> states = {stateOf(canvas)};
-    QPoint lastPos;
-    int sides[ImageRenderer::ToolCount] = {};
-    for (int step = 0; step < 260; ++step) {
-        const auto somewhere = [&] {
-            return QPoint(dice.bounded(canvas.size.width() + 12) - 6,
-                          dice.bounded(canvas.size.height() + 12) - 6);
-        };
-        const int before = canvas.undoStack.index();
-        const int kind = dice.bounded(14);
-        const bool right = dice.bounded(3) == 0;
-        const bool shift = dice.bounded(4) == 0;
-        const auto button = right ? Qt::RightButton : Qt::LeftButton;
-        const Qt::KeyboardModifiers keys = shift ? Qt::ShiftModifier : Qt::NoModifier;
-        Points points = {somewhere(), somewhere(), somewhere()};
-        points.resize(1 + dice.bounded(3));
-        if (!renderer.currentLayer()) {
-            if (canvas.layers.list.isEmpty())
-                canvas.layers.addLayer(nullptr);
-            renderer.setCurrentLayer(canvas.layers.at(dice.bounded(canvas.layers.list.size())));
-        }
-        bool jumped = false;
-        if (kind == 9) {
-            jumped = true;
-            canvas.undoStack.setIndex(dice.bounded(canvas.undoStack.count() + 1));
-        } else if (kind == 10 && dice.bounded(2)) {
-            PlainCanvas::randomOperation(canvas, dice);
-        } else if (kind < ImageRenderer::ToolCount) {
-            PlainPicture plain(bench);
-            if (renderer.activePosition() != kind || dice.bounded(3) == 0)
-                renderer.setActiveTool(kind);
-            const int fore = bench.palette.foregroundIndex();
-            const int back = bench.palette.backgroundIndex();
-            if (auto *pen = qobject_cast<BasePenTool *>(renderer.activeTool())) {
-                if (dice.bounded(4) == 0)
-                    pen->size->setValue(1 + dice.bounded(24));
-                sides[kind] = pen->penSize();
+    /// A user at random: every tool, both buttons, Shift, operations on the canvas, undo and redo.
+    void followsThePlainPainter()
+    {
+        const auto [openGL, format, seed] = row<bool, int, quint32>();
+        if (openGL && !GLRenderWidget::isSupported())
+            QSKIP("no OpenGL");
+        Bench bench(openGL, format, {44, 37}, seed);
+        ImageRenderer &renderer = bench.renderer;
+        ImageCanvas &canvas = renderer.canvas;
+        QRandomGenerator &dice = bench.dice;
+        UndoStates states(canvas);
+        QPoint lastPos;
+        int sides[ImageRenderer::ToolCount] = {};
+        for (int step = 0; step < 260; ++step) {
+            const auto somewhere = [&] {
+                return QPoint(dice.bounded(canvas.size.width() + 12) - 6,
+                              dice.bounded(canvas.size.height() + 12) - 6);
+            };
+            const int before = canvas.undoStack.index();
+            const int kind = dice.bounded(14);
+            const bool right = dice.bounded(3) == 0;
+            const bool shift = dice.bounded(4) == 0;
+            const auto button = right ? Qt::RightButton : Qt::LeftButton;
+            const Qt::KeyboardModifiers keys = shift ? Qt::ShiftModifier : Qt::NoModifier;
+            Points points = {somewhere(), somewhere(), somewhere()};
+            points.resize(1 + dice.bounded(3));
+            if (!renderer.currentLayer()) {
+                if (canvas.layers.list.isEmpty())
+                    canvas.layers.addLayer(nullptr);
+                renderer.setCurrentLayer(canvas.layers.at(dice.bounded(canvas.layers.list.size())));
             }
-            QMap<int, int> map;
-            QPoint offset = renderer.offset();
-            if (kind == ImageRenderer::CanvasMove) {
-                if (points.size() > 1)
-                    offset += bench.screen(points.last()) - bench.screen(points[0]);
-            } else if (kind == ImageRenderer::SelMove) {
-                renderer.activeTool()->activate();
-                plain.moveSelected(points.last() - points[0], plain.color(back));
-            } else if (kind == ImageRenderer::RectSel) {
-                plain.selectRect(points[0], points.last());
-            } else if (kind == ImageRenderer::PenSel) {
-                plain.selection.active |= right;
-                plain.pen(points, sides[kind], [&](QPoint at) {
-                    if (plain.image.valid(at))
-                        plain.selection.mask.setPixel(at, right ? 0 : 1);
-                });
-            } else if (kind == ImageRenderer::Pen) {
-                if (shift)
-                    points.prepend(lastPos);
-                plain.paint(points, sides[kind], right ? back : fore);
-                lastPos = points.last();
-                if (shift)
-                    points.removeFirst();
-            } else if (kind == ImageRenderer::Eraser) {
-                if (right)
-                    plain.remap(points, sides[kind], {{fore, back}});
-                else
-                    plain.paint(points, sides[kind], back);
-            } else if (kind == ImageRenderer::Replace) {
-                auto *pairs = static_cast<ReplaceTool *>(renderer.activeTool())->pairs();
-                for (int i = 0; i < 12; ++i) {
-                    pairs->setCurrent(i);
-                    pairs->setFirst(uchar(dice.bounded(8)));
-                    pairs->setSecond(uchar(dice.bounded(8)));
-                    const QPoint pair = pairs->pair(i);
-                    if (pair.x() != pair.y())
-                        map[right ? pair.y() : pair.x()] = right ? pair.x() : pair.y();
+            bool jumped = false;
+            if (kind == 9) {
+                jumped = true;
+                canvas.undoStack.setIndex(dice.bounded(canvas.undoStack.count() + 1));
+            } else if (kind == 10 && dice.bounded(2)) {
+                PlainCanvas::randomOperation(canvas, dice);
+            } else if (kind < ImageRenderer::ToolCount) {
+                PlainPicture plain(bench);
+                if (renderer.activePosition() != kind || dice.bounded(3) == 0)
+                    renderer.setActiveTool(kind);
+                const int fore = bench.palette.foregroundIndex();
+                const int back = bench.palette.backgroundIndex();
+                if (auto *pen = qobject_cast<BasePenTool *>(renderer.activeTool())) {
+                    if (dice.bounded(4) == 0)
+                        pen->size->setValue(1 + dice.bounded(24));
+                    sides[kind] = pen->penSize();
                 }
-                if (!shift)
-                    plain.remap(points, sides[kind], map);
-            } else if (kind == ImageRenderer::FloodFill) {
-                plain.fill(points[0], fore);
+                QMap<int, int> map;
+                QPoint offset = renderer.offset();
+                if (kind == ImageRenderer::CanvasMove) {
+                    if (points.size() > 1)
+                        offset += bench.screen(points.last()) - bench.screen(points[0]);
+                } else if (kind == ImageRenderer::SelMove) {
+                    renderer.activeTool()->activate();
+                    plain.moveSelected(points.last() - points[0], plain.color(back));
+                } else if (kind == ImageRenderer::RectSel) {
+                    plain.selectRect(points[0], points.last());
+                } else if (kind == ImageRenderer::PenSel) {
+                    plain.selection.active |= right;
+                    plain.pen(points, sides[kind], [&](QPoint at) {
+                        if (plain.image.valid(at))
+                            plain.selection.mask.setPixel(at, right ? 0 : 1);
+                    });
+                } else if (kind == ImageRenderer::Pen) {
+                    if (shift)
+                        points.prepend(lastPos);
+                    plain.paint(points, sides[kind], right ? back : fore);
+                    lastPos = points.last();
+                    if (shift)
+                        points.removeFirst();
+                } else if (kind == ImageRenderer::Eraser) {
+                    if (right)
+                        plain.remap(points, sides[kind], {{fore, back}});
+                    else
+                        plain.paint(points, sides[kind], back);
+                } else if (kind == ImageRenderer::Replace) {
+                    auto *pairs = static_cast<ReplaceTool *>(renderer.activeTool())->pairs();
+                    for (int i = 0; i < 12; ++i) {
+                        pairs->setCurrent(i);
+                        pairs->setFirst(uchar(dice.bounded(8)));
+                        pairs->setSecond(uchar(dice.bounded(8)));
+                        const QPoint pair = pairs->pair(i);
+                        if (pair.x() != pair.y())
+                            map[right ? pair.y() : pair.x()] = right ? pair.x() : pair.y();
+                    }
+                    if (!shift)
+                        plain.remap(points, sides[kind], map);
+                } else if (kind == ImageRenderer::FloodFill) {
+                    plain.fill(points[0], fore);
+                }
+                bench.stroke(points, button, keys);
+                const bool picks = kind == ImageRenderer::Picker && plain.image.valid(points[0]);
+                const int picked = picks ? plain.index(points[0]) : 0;
+                QCOMPARE(int(bench.palette.foregroundIndex()), picks && !right ? picked : fore);
+                QCOMPARE(int(bench.palette.backgroundIndex()), picks && right ? picked : back);
+                const PlainPicture now(bench);
+                const QByteArray where = QString("step %1, tool %2").arg(step).arg(kind).toLatin1();
+                QVERIFY2(now.image == plain.image, where);
+                QVERIFY2(now.selection.mask == plain.selection.mask, where);
+                QCOMPARE(now.selection.active, plain.selection.active);
+                QCOMPARE(renderer.offset(), offset);
+                QVERIFY2(bench.steps() <= before + 1, where); // one step a stroke
+                if (kind <= ImageRenderer::Picker && kind != ImageRenderer::SelMove)
+                    QCOMPARE(bench.steps(), before);
+            } else if (kind == 11) {
+                bench.palette.setForegroundIndex(uchar(dice.bounded(8)));
+                bench.palette.setBackgroundIndex(uchar(dice.bounded(8)));
+            } else if (kind == 12) {
+                canvas.selection.active = dice.bounded(2);
+                canvas.announceSelection();
+            } else {
+                const QModelIndex row = canvas.layers.index(dice.bounded(3));
+                canvas.layers.setData(row, Qt::Checked, Qt::CheckStateRole);
+                renderer.setZoom(1 << dice.bounded(3));
+                renderer.setOffset({dice.bounded(40), dice.bounded(40)});
             }
-            bench.stroke(points, button, keys);
-            const bool picks = kind == ImageRenderer::Picker && plain.image.valid(points[0]);
-            const int picked = picks ? plain.index(points[0]) : 0;
-            QCOMPARE(int(bench.palette.foregroundIndex()), picks && !right ? picked : fore);
-            QCOMPARE(int(bench.palette.backgroundIndex()), picks && right ? picked : back);
-            const PlainPicture now(bench);
-            const QByteArray where = QString("step %1, tool %2").arg(step).arg(kind).toLatin1();
-            QVERIFY2(now.image == plain.image, where);
-            QVERIFY2(now.selection.mask == plain.selection.mask, where);
-            QCOMPARE(now.selection.active, plain.selection.active);
-            QCOMPARE(renderer.offset(), offset);
-            QVERIFY2(bench.steps() <= before + 1, where); // one step a stroke
-            if (kind <= ImageRenderer::Picker && kind != ImageRenderer::SelMove)
-                QCOMPARE(bench.steps(), before);
-        } else if (kind == 11) {
-            bench.palette.setForegroundIndex(uchar(dice.bounded(8)));
-            bench.palette.setBackgroundIndex(uchar(dice.bounded(8)));
-        } else if (kind == 12) {
-            canvas.selection.active = dice.bounded(2);
-            canvas.announceSelection();
-        } else {
-            const QModelIndex row = canvas.layers.index(dice.bounded(3));
-            canvas.layers.setData(row, Qt::Checked, Qt::CheckStateRole);
-            renderer.setZoom(1 << dice.bounded(3));
-            renderer.setOffset({dice.bounded(40), dice.bounded(40)});
+            QVERIFY2(renderer.picture() == canvas.flatten(),
+                     qPrintable(QString("step %1, kind %2").arg(step).arg(kind)));
+            QVERIFY2(states.holds(before, jumped), qPrintable(QString::number(step)));
         }
-        QVERIFY2(renderer.picture() == canvas.flatten(),
-                 qPrintable(QString("step %1, kind %2").arg(step).arg(kind)));
-        const int now = canvas.undoStack.index();
-        if (!jumped && now > before) {
-            states.resize(before + 1);
-            while (states.size() < now) // two steps at once: the one between is seen by undo
-                states.append(QByteArray());
-            states.append(stateOf(canvas));
-        }
-        if (!states[now].isEmpty())
-            QVERIFY2(stateOf(canvas) == states[now], qPrintable(QString::number(step)));
+        QVERIFY(states.walk([&] { return renderer.picture() == canvas.flatten(); }));
     }
-    for (const bool back : {true, false}) {
-        while (back ? canvas.undoStack.canUndo() : canvas.undoStack.canRedo()) {
-            back ? canvas.undoStack.undo() : canvas.undoStack.redo();
-            QByteArray &wanted = states[canvas.undoStack.index()];
-            if (wanted.isEmpty())
-                wanted = stateOf(canvas);
-            QVERIFY(stateOf(canvas) == wanted);
-            QVERIFY(renderer.picture() == canvas.flatten());
-        }
-    }
-}
 
-void tst_ImageRenderer::showsWhatThePlainLoopShows_data()
-{
-    QTest::addColumn<bool>("openGL");
-    QTest::addColumn<int>("format");
-    for (int i = 0; i < 4; ++i)
-        QTest::addRow("%s, %s", i & 1 ? "OpenGL" : "native", i & 2 ? "rgba" : "indexed")
-            << bool(i & 1) << (i >> 1);
-}
-
-void tst_ImageRenderer::showsWhatThePlainLoopShows()
-{
-    QFETCH(bool, openGL);
-    QFETCH(int, format);
-    if (openGL && !GLRenderWidget::isSupported())
-        QSKIP("no OpenGL");
-    Bench bench(openGL, format, {300, 270});
-    ImageRenderer &renderer = bench.renderer;
-    renderer.setChecks(QColor(10, 10, 10), QColor(250, 250, 250));
-    renderer.setBackground(QColor(1, 2, 3));
-    renderer.setShowGrid(false);
-    bench.leave();
-    for (double zoom : {1.0, 2.0, 8.0, 32.0}) {
-        renderer.setZoom(zoom);
-        renderer.setOffset({16 - int(zoom) * 30, 24});
-        const int active = zoom > 1;
-        renderer.canvas.selection.select({40, 3, 5, 9});
-        renderer.canvas.selection.active = active;
-        renderer.canvas.announceSelection();
-        QTRY_COMPARE_WITH_TIMEOUT(differences(bench, onScreen(*bench.widget)), 0, 3000);
+    void showsWhatThePlainLoopShows_data()
+    {
+        columns<bool, int>("openGL", "format");
+        for (int i = 0; i < 4; ++i)
+            QTest::addRow("%s, %s", i & 1 ? "OpenGL" : "native", i & 2 ? "rgba" : "indexed")
+                << bool(i & 1) << (i >> 1);
     }
-    renderer.setZoom(8);
-    renderer.setShowGrid(true);
-    const QPoint corner = renderer.toScreen({50, 9});
-    const auto shownAt = [&](QPoint at) { return onScreen(*bench.widget).pixel(at); };
-    QTRY_VERIFY(shownAt(corner) != shownAt(corner + QPoint(3, 3)));
-    QCOMPARE(shownAt(corner + QPoint(1, 1)), shownAt(corner + QPoint(7, 7)));
-    renderer.setZoom(0.25);
-    renderer.setOffset({8, 8});
-    renderer.canvas.selection.active = false;
-    rasterAt(renderer.canvas, 0)->image.fill(3);
-    renderer.canvas.announceImage();
-    bench.cells.palette()->setColor(3, {90, 80, 70, 255});
-    if (format == RGBACanvas) {
-        rasterAt(renderer.canvas, 0)->image.fill(qRgb(90, 80, 70));
-        renderer.canvas.announceImage();
-    }
-    QTRY_COMPARE(QColor(shownAt({8 + 70, 8 + 60})), QColor(90, 80, 70));
-    QCOMPARE(QColor(shownAt({8 + 78, 8 + 60})), QColor(1, 2, 3));
-}
 
-/// Strokes ask for a repaint of what they touch: the screen is as if all had been painted.
-void tst_ImageRenderer::repaintsWhatChanged()
-{
-    QFETCH(bool, openGL);
-    QFETCH(int, format);
-    if (openGL && !GLRenderWidget::isSupported())
-        QSKIP("no OpenGL");
-    Bench bench(openGL, format, {90, 60}, 5);
-    ImageRenderer &renderer = bench.renderer;
-    renderer.setChecks(QColor(10, 10, 10), QColor(250, 250, 250));
-    renderer.setBackground(QColor(1, 2, 3));
-    bench.palette.setForegroundIndex(9);
-    const auto shows = [&] {
+    void showsWhatThePlainLoopShows()
+    {
+        const auto [openGL, format] = row<bool, int>();
+        if (openGL && !GLRenderWidget::isSupported())
+            QSKIP("no OpenGL");
+        Bench bench(openGL, format, {300, 270});
+        ImageRenderer &renderer = bench.renderer;
+        renderer.setChecks(QColor(10, 10, 10), QColor(250, 250, 250));
+        renderer.setBackground(QColor(1, 2, 3));
+        renderer.setShowGrid(false);
         bench.leave();
-        return differences(bench, onScreen(*bench.widget)) == 0;
-    };
-    QTRY_VERIFY(shows());
-    for (int tool : {ImageRenderer::Pen, ImageRenderer::PenSel, ImageRenderer::RectSel,
-                     ImageRenderer::FloodFill, ImageRenderer::SelMove}) {
-        renderer.setActiveTool(tool);
-        QCoreApplication::processEvents();
-        bench.stroke({{30, 20}, {70, 25}, {50, 55}},
-                     tool == ImageRenderer::PenSel ? Qt::RightButton : Qt::LeftButton);
-        QCoreApplication::processEvents();
-        QTRY_VERIFY2(shows(), qPrintable(QString::number(tool)));
+        for (double zoom : {1.0, 2.0, 8.0, 32.0}) {
+            renderer.setZoom(zoom);
+            renderer.setOffset({16 - int(zoom) * 30, 24});
+            const int active = zoom > 1;
+            renderer.canvas.selection.select({40, 3, 5, 9});
+            renderer.canvas.selection.active = active;
+            renderer.canvas.announceSelection();
+            QTRY_COMPARE_WITH_TIMEOUT(differences(bench, onScreen(*bench.widget)), 0, 3000);
+        }
+        renderer.setZoom(8);
+        renderer.setShowGrid(true);
+        const QPoint corner = renderer.toScreen({50, 9});
+        const auto shownAt = [&](QPoint at) { return onScreen(*bench.widget).pixel(at); };
+        QTRY_VERIFY(shownAt(corner) != shownAt(corner + QPoint(3, 3)));
+        QCOMPARE(shownAt(corner + QPoint(1, 1)), shownAt(corner + QPoint(7, 7)));
+        renderer.setZoom(0.25);
+        renderer.setOffset({8, 8});
+        renderer.canvas.selection.active = false;
+        rasterAt(renderer.canvas, 0)->image.fill(3);
+        renderer.canvas.announceImage();
+        bench.cells.palette()->setColor(3, {90, 80, 70, 255});
+        if (format == RGBACanvas) {
+            rasterAt(renderer.canvas, 0)->image.fill(qRgb(90, 80, 70));
+            renderer.canvas.announceImage();
+        }
+        QTRY_COMPARE(QColor(shownAt({8 + 70, 8 + 60})), QColor(90, 80, 70));
+        QCOMPARE(QColor(shownAt({8 + 78, 8 + 60})), QColor(1, 2, 3));
     }
-    renderer.canvas.undoStack.undo();
-    QTRY_VERIFY(shows());
-}
 
-void tst_ImageRenderer::toolsHaveTheirCursorsAndOptions()
-{
-    Bench bench(false, IndexedCanvas, {20, 20});
-    ImageRenderer &renderer = bench.renderer;
-    const QVector<Qt::CursorShape> rest = {Qt::OpenHandCursor, Qt::SizeAllCursor, Qt::CrossCursor,
-                                           Qt::CrossCursor,    Qt::CrossCursor,   Qt::CrossCursor,
-                                           Qt::CrossCursor,    Qt::CrossCursor,   Qt::CrossCursor};
-    const QStringList names = {"canvasmove", "selmove", "rectsel",   "freesel",    "picker",
-                               "pen",        "eraser",  "remap_pen", "paintbucket"};
-    auto *stack = static_cast<QStackedLayout *>(renderer.toolOptions()->layout());
-    QCOMPARE(renderer.toolOptions()->maximumHeight(), 26);
-    QCOMPARE(stack->count(), int(ImageRenderer::ToolCount));
-    QSignalSpy chosen(&renderer, &ImageRenderer::activeToolChanged);
-    for (int i = 0; i < ImageRenderer::ToolCount; ++i) {
-        renderer.setActiveTool(i);
-        QCOMPARE(renderer.activeTool()->objectName(), "spr_tool_" + names[i]);
-        QCOMPARE(stack->currentWidget(), renderer.tool(i)->options.data());
-        QCOMPARE(bench.widget->cursor().shape(), rest[i]);
-        bench.press({5, 5});
-        QCOMPARE(bench.widget->cursor().shape(), i == 0 ? Qt::ClosedHandCursor : rest[i]);
-        bench.release({5, 5});
-        QCOMPARE(bench.widget->cursor().shape(), rest[i]);
-        if (auto *pen = qobject_cast<BasePenTool *>(renderer.activeTool()))
-            QCOMPARE(QPoint(pen->size->minimum(), pen->size->maximum()), QPoint(1, 24));
+    void repaintsWhatChanged_data() { showsWhatThePlainLoopShows_data(); }
+
+    /// Strokes ask for a repaint of what they touch: the screen is as if all had been painted.
+    void repaintsWhatChanged()
+    {
+        const auto [openGL, format] = row<bool, int>();
+        if (openGL && !GLRenderWidget::isSupported())
+            QSKIP("no OpenGL");
+        Bench bench(openGL, format, {90, 60}, 5);
+        ImageRenderer &renderer = bench.renderer;
+        renderer.setChecks(QColor(10, 10, 10), QColor(250, 250, 250));
+        renderer.setBackground(QColor(1, 2, 3));
+        bench.palette.setForegroundIndex(9);
+        const auto shows = [&] {
+            bench.leave();
+            return differences(bench, onScreen(*bench.widget)) == 0;
+        };
+        QTRY_VERIFY(shows());
+        for (int tool : {ImageRenderer::Pen, ImageRenderer::PenSel, ImageRenderer::RectSel,
+                         ImageRenderer::FloodFill, ImageRenderer::SelMove}) {
+            renderer.setActiveTool(tool);
+            QCoreApplication::processEvents();
+            bench.stroke({{30, 20}, {70, 25}, {50, 55}},
+                         tool == ImageRenderer::PenSel ? Qt::RightButton : Qt::LeftButton);
+            QCoreApplication::processEvents();
+            QTRY_VERIFY2(shows(), qPrintable(QString::number(tool)));
+        }
+        renderer.canvas.undoStack.undo();
+        QTRY_VERIFY(shows());
     }
-    QCOMPARE(chosen.count(), 9);
-    renderer.setActiveTool(-1);
-    renderer.setActiveTool(9);
-    QCOMPARE(renderer.activePosition(), int(ImageRenderer::FloodFill));
-    auto *replace = static_cast<ReplaceTool *>(renderer.tool(ImageRenderer::Replace));
-    QCOMPARE(replace->pairs()->sizeHint(), QSize(144, 24));
-    QCOMPARE(replace->options->layout()->contentsMargins(), QMargins(1, 1, 1, 1));
-    QCOMPARE(replace->options->layout()->spacing(), 4);
-}
 
-void tst_ImageRenderer::sizeKeysFallThroughAtTheEnds()
-{
-    Bench bench(false, IndexedCanvas, {20, 20});
-    auto *pen = bench.choose<PenTool>(ImageRenderer::Pen);
-    const double zoom = bench.renderer.zoom();
-    for (int i = 1; i < 24; ++i)
+    void toolsHaveTheirCursorsAndOptions()
+    {
+        Bench bench(false, IndexedCanvas, {20, 20});
+        ImageRenderer &renderer = bench.renderer;
+        const QVector<Qt::CursorShape> rest = {
+            Qt::OpenHandCursor, Qt::SizeAllCursor, Qt::CrossCursor,
+            Qt::CrossCursor,    Qt::CrossCursor,   Qt::CrossCursor,
+            Qt::CrossCursor,    Qt::CrossCursor,   Qt::CrossCursor};
+        const QStringList names = {"canvasmove", "selmove", "rectsel",   "freesel",    "picker",
+                                   "pen",        "eraser",  "remap_pen", "paintbucket"};
+        auto *stack = static_cast<QStackedLayout *>(renderer.toolOptions()->layout());
+        QCOMPARE(renderer.toolOptions()->maximumHeight(), 26);
+        QCOMPARE(stack->count(), int(ImageRenderer::ToolCount));
+        QSignalSpy chosen(&renderer, &ImageRenderer::activeToolChanged);
+        for (int i = 0; i < ImageRenderer::ToolCount; ++i) {
+            renderer.setActiveTool(i);
+            QCOMPARE(renderer.activeTool()->objectName(), "spr_tool_" + names[i]);
+            QCOMPARE(stack->currentWidget(), renderer.tool(i)->options.data());
+            QCOMPARE(bench.widget->cursor().shape(), rest[i]);
+            bench.press({5, 5});
+            QCOMPARE(bench.widget->cursor().shape(), i == 0 ? Qt::ClosedHandCursor : rest[i]);
+            bench.release({5, 5});
+            QCOMPARE(bench.widget->cursor().shape(), rest[i]);
+            if (auto *pen = qobject_cast<BasePenTool *>(renderer.activeTool()))
+                QCOMPARE(QPoint(pen->size->minimum(), pen->size->maximum()), QPoint(1, 24));
+        }
+        QCOMPARE(chosen.count(), 9);
+        renderer.setActiveTool(-1);
+        renderer.setActiveTool(9);
+        QCOMPARE(renderer.activePosition(), int(ImageRenderer::FloodFill));
+        auto *replace = static_cast<ReplaceTool *>(renderer.tool(ImageRenderer::Replace));
+        QCOMPARE(replace->pairs()->sizeHint(), QSize(144, 24));
+        QCOMPARE(replace->options->layout()->contentsMargins(), QMargins(1, 1, 1, 1));
+        QCOMPARE(replace->options->layout()->spacing(), 4);
+    }
+
+    void sizeKeysFallThroughAtTheEnds()
+    {
+        Bench bench(false, IndexedCanvas, {20, 20});
+        auto *pen = bench.choose<PenTool>(ImageRenderer::Pen);
+        const double zoom = bench.renderer.zoom();
+        for (int i = 1; i < 24; ++i)
+            bench.key(Qt::Key_Plus);
+        QCOMPARE(pen->penSize(), 24);
+        QCOMPARE(bench.renderer.zoom(), zoom);
+        QVERIFY(!pen->keyPressed(Qt::Key_Plus));
         bench.key(Qt::Key_Plus);
-    QCOMPARE(pen->penSize(), 24);
-    QCOMPARE(bench.renderer.zoom(), zoom);
-    QVERIFY(!pen->keyPressed(Qt::Key_Plus));
-    bench.key(Qt::Key_Plus);
-    QVERIFY(bench.renderer.zoom() > zoom);
-    pen->size->setValue(1);
-    QVERIFY(!pen->keyPressed(Qt::Key_Minus));
-    bench.key(Qt::Key_Minus);
-    QCOMPARE(bench.renderer.zoom(), zoom);
-    auto *replace = bench.choose<ReplaceTool>(ImageRenderer::Replace);
-    QVERIFY(!replace->keyPressed(Qt::Key_Up));
-    for (int i = 0; i < 11; ++i)
-        QVERIFY(replace->keyPressed(Qt::Key_Down));
-    QVERIFY(!replace->keyPressed(Qt::Key_Down));
-    QCOMPARE(replace->pairs()->current(), 11);
-    QVERIFY(replace->keyPressed(Qt::Key_Up));
-    QVERIFY(replace->keyPressed(Qt::Key_Plus));
-}
+        QVERIFY(bench.renderer.zoom() > zoom);
+        pen->size->setValue(1);
+        QVERIFY(!pen->keyPressed(Qt::Key_Minus));
+        bench.key(Qt::Key_Minus);
+        QCOMPARE(bench.renderer.zoom(), zoom);
+        auto *replace = bench.choose<ReplaceTool>(ImageRenderer::Replace);
+        QVERIFY(!replace->keyPressed(Qt::Key_Up));
+        for (int i = 0; i < 11; ++i)
+            QVERIFY(replace->keyPressed(Qt::Key_Down));
+        QVERIFY(!replace->keyPressed(Qt::Key_Down));
+        QCOMPARE(replace->pairs()->current(), 11);
+        QVERIFY(replace->keyPressed(Qt::Key_Up));
+        QVERIFY(replace->keyPressed(Qt::Key_Plus));
+    }
 
-void tst_ImageRenderer::penDrawsItsOutline()
-{
-    Bench bench(false, IndexedCanvas, {20, 20});
-    auto *pen = bench.choose<PenTool>(ImageRenderer::Pen);
-    pen->size->setValue(3);
-    for (double zoom : {1.0, 4.0, 0.5}) {
-        QImage image(60, 60, QImage::Format_RGB32);
-        image.fill(Qt::red);
-        QPainter painter(&image);
-        pen->paintCursor(painter, {20, 30}, zoom);
-        painter.end();
-        const int side = qRound(3 * zoom + 2);
-        for (int y = 0; y < 60; ++y) {
-            for (int x = 0; x < 60; ++x) {
-                const auto onEdge = [&](QPoint at, int width) {
-                    const QRect outer(at, QSize(width, width));
-                    return outer.contains(x, y) && !outer.adjusted(1, 1, -1, -1).contains(x, y);
-                };
-                const QColor wanted = onEdge({18, 28}, side + 2) ? Qt::black
-                                      : onEdge({19, 29}, side)   ? Qt::white
-                                                                 : Qt::red;
-                QCOMPARE(image.pixelColor(x, y), wanted);
+    void penDrawsItsOutline()
+    {
+        Bench bench(false, IndexedCanvas, {20, 20});
+        auto *pen = bench.choose<PenTool>(ImageRenderer::Pen);
+        pen->size->setValue(3);
+        for (double zoom : {1.0, 4.0, 0.5}) {
+            QImage image(60, 60, QImage::Format_RGB32);
+            image.fill(Qt::red);
+            QPainter painter(&image);
+            pen->paintCursor(painter, {20, 30}, zoom);
+            painter.end();
+            const int side = qRound(3 * zoom + 2);
+            for (int y = 0; y < 60; ++y) {
+                for (int x = 0; x < 60; ++x) {
+                    const auto onEdge = [&](QPoint at, int width) {
+                        const QRect outer(at, QSize(width, width));
+                        return outer.contains(x, y) && !outer.adjusted(1, 1, -1, -1).contains(x, y);
+                    };
+                    const QColor wanted = onEdge({18, 28}, side + 2) ? Qt::black
+                                          : onEdge({19, 29}, side)   ? Qt::white
+                                                                     : Qt::red;
+                    QCOMPARE(image.pixelColor(x, y), wanted);
+                }
             }
         }
     }
-}
 
-void tst_ImageRenderer::penJoinsStrokesWithShift()
-{
-    Bench bench(false, IndexedCanvas, {20, 20});
-    rasterAt(bench.renderer.canvas, 0)->image.fill(0);
-    bench.palette.setForegroundIndex(5);
-    bench.renderer.setActiveTool(ImageRenderer::Pen);
-    bench.stroke({{2, 2}});
-    bench.stroke({{10, 2}}, Qt::LeftButton, Qt::ShiftModifier);
-    QCOMPARE(bench.pixel({6, 2}), 5u);
-    bench.renderer.setActiveTool(ImageRenderer::Eraser); // has no end of its own
-    bench.stroke({{10, 10}}, Qt::LeftButton, Qt::ShiftModifier);
-    QCOMPARE(bench.pixel({10, 6}), 0u);
-    bench.renderer.setActiveTool(ImageRenderer::Pen);
-    bench.stroke({{10, 10}}, Qt::RightButton, Qt::ShiftModifier);
-    bench.stroke({{18, 18}}, Qt::LeftButton, Qt::ShiftModifier);
-    QCOMPARE(bench.pixel({14, 14}), 5u);
-    QCOMPARE(bench.steps(), 5);
-}
-
-void tst_ImageRenderer::replacePicksWithShift()
-{
-    Bench bench(false, IndexedCanvas, {20, 20});
-    ReplaceTool *replace = bench.choose<ReplaceTool>(ImageRenderer::Replace);
-    rasterAt(bench.renderer.canvas, 0)->image.fill(0);
-    rasterAt(bench.renderer.canvas, 0)->image.scanLine(3)[4] = 77;
-    bench.stroke({{4, 3}, {9, 9}}, Qt::LeftButton, Qt::ShiftModifier);
-    bench.stroke({{-4, 3}}, Qt::RightButton, Qt::ShiftModifier); // outside: nothing to pick
-    QCOMPARE(replace->pairs()->pair(0), QPoint(77, 0));
-    bench.stroke({{4, 3}}, Qt::RightButton, Qt::ShiftModifier);
-    QCOMPARE(replace->pairs()->pair(0), QPoint(77, 77));
-    QCOMPARE(bench.steps(), 0);
-    bench.cells.resize(bench.cells.sizeHint());
-    QTest::mouseClick(&bench.cells, Qt::LeftButton, {}, {5, 5});
-    QTest::mouseClick(&bench.cells, Qt::RightButton, {}, {17 + 12, 5});
-    QCOMPARE(replace->pairs()->pair(0), QPoint(0, 2));
-    QCOMPARE(int(bench.palette.foregroundIndex()), 0);
-    bench.stroke({{1, 1}, {3, 1}}); // the other pairs are 0 to 0 and stand in no way
-    QCOMPARE(bench.pixel({2, 1}), 2u);
-}
-
-void tst_ImageRenderer::movesSelectionsOverTheEdge()
-{
-    Bench bench(false, IndexedCanvas, {10, 10});
-    ImageRenderer &renderer = bench.renderer;
-    QImage &image = rasterAt(renderer.canvas, 0)->image;
-    image.fill(1);
-    image.scanLine(4)[5] = 9;
-    image.scanLine(4)[6] = 8;
-    bench.palette.setBackgroundIndex(2);
-    bench.renderer.setActiveTool(ImageRenderer::RectSel);
-    bench.stroke({{7, 5}, {5, 4}}); // against the reading direction
-    QCOMPARE(renderer.canvas.selection.rect, QRect(5, 4, 2, 1));
-    bench.renderer.setActiveTool(ImageRenderer::SelMove);
-    bench.stroke({{5, 4}}); // no way: no step
-    QCOMPARE(bench.steps(), 0);
-    bench.stroke({{5, 4}, {300, 4}, {-90, 2}, {8, 4}});
-    QCOMPARE(bench.pixel({8, 4}) * 10 + bench.pixel({9, 4}), 98u);
-    QCOMPARE(bench.pixel({5, 4}), 2u);
-    bench.key(Qt::Key_Right);
-    QCOMPARE(bench.pixel({8, 4}) * 10 + bench.pixel({9, 4}), 19u);
-    bench.key(Qt::Key_Right);
-    QCOMPARE(bench.pixel({8, 4}) * 10 + bench.pixel({9, 4}), 11u);
-    bench.stroke({{0, 0}, {-5, 0}}); // what had left comes back
-    QCOMPARE(bench.pixel({5, 4}) * 10 + bench.pixel({6, 4}), 98u);
-    QCOMPARE(bench.steps(), 4);
-    renderer.canvas.undoStack.undo();
-    bench.key(Qt::Key_Left); // the layer as it is now: nothing comes from outside any more
-    QCOMPARE(bench.pixel({4, 4}), 2u);
-    QVERIFY(!renderer.activeTool()->keyPressed(Qt::Key_A));
-}
-
-void tst_ImageRenderer::movesTheCanvas()
-{
-    Bench bench(false, IndexedCanvas, {10, 10});
-    const QPoint before = bench.renderer.offset();
-    QTest::mousePress(bench.widget.get(), Qt::MiddleButton, {}, {50, 50});
-    for (QPoint at : {QPoint(60, 70), QPoint(40, 33)})
-        bench.renderer.mouseMoved(at, {});
-    bench.renderer.mouseReleased({40, 33}, Qt::MiddleButton, {});
-    bench.renderer.mouseMoved({90, 90}, {});
-    QCOMPARE(bench.renderer.offset(), before + QPoint(-10, -17));
-    bench.renderer.centralize();
-    QCOMPARE(bench.renderer.toScreen({5, 5}), QPoint(210, 150));
-}
-
-void tst_ImageRenderer::zoomsByWheelAndKeys()
-{
-    Bench bench(false, IndexedCanvas, {100, 80});
-    ImageRenderer &renderer = bench.renderer;
-    QSignalSpy zooms(&renderer, &ImageRenderer::zoomChanged);
-    const QPoint under(30, 20);
-    bench.move(under);
-    const QPoint at = bench.screen(under);
-    bool exact = true;
-    for (int delta : {120, 60, 60, -360, 40, -12000, 120000, -240}) {
-        renderer.mouseWheel(delta);
-        exact &= renderer.zoom() >= 1;
-        if (exact)
-            QCOMPARE(renderer.toImage(at), under);
+    void penJoinsStrokesWithShift()
+    {
+        Bench bench(false, IndexedCanvas, {20, 20});
+        rasterAt(bench.renderer.canvas, 0)->image.fill(0);
+        bench.palette.setForegroundIndex(5);
+        bench.renderer.setActiveTool(ImageRenderer::Pen);
+        bench.stroke({{2, 2}});
+        bench.stroke({{10, 2}}, Qt::LeftButton, Qt::ShiftModifier);
+        QCOMPARE(bench.pixel({6, 2}), 5u);
+        bench.renderer.setActiveTool(ImageRenderer::Eraser); // has no end of its own
+        bench.stroke({{10, 10}}, Qt::LeftButton, Qt::ShiftModifier);
+        QCOMPARE(bench.pixel({10, 6}), 0u);
+        bench.renderer.setActiveTool(ImageRenderer::Pen);
+        bench.stroke({{10, 10}}, Qt::RightButton, Qt::ShiftModifier);
+        bench.stroke({{18, 18}}, Qt::LeftButton, Qt::ShiftModifier);
+        QCOMPARE(bench.pixel({14, 14}), 5u);
+        QCOMPARE(bench.steps(), 5);
     }
-    QCOMPARE(renderer.zoom(), 24.0); // with a third of a notch left over
-    QVERIFY(zooms.count() >= 5);
-    renderer.zoomActual();
-    QCOMPARE(renderer.zoomFactor(), 1.0F);
-    bench.key(Qt::Key_Minus);
-    QCOMPARE(renderer.zoom(), 0.5);
-    renderer.addZoom();
-    renderer.subZoom();
-    QCOMPARE(renderer.zoom(), 0.5);
-    for (double factor : {0.0, -4.0, 1e300, double(qQNaN())})
-        renderer.setZoom(factor);
-    renderer.setOffset({INT_MIN, INT_MAX});
-    renderer.toImage({INT_MAX, INT_MIN});
-    bench.widget->grab();
-}
 
-void tst_ImageRenderer::paintsByKeysAlone()
-{
-    Bench bench(false, IndexedCanvas, {200, 150});
-    ImageRenderer &renderer = bench.renderer;
-    rasterAt(renderer.canvas, 0)->image.fill(0);
-    renderer.setActiveTool(ImageRenderer::Pen);
-    bench.palette.setForegroundIndex(5);
-    bench.palette.setBackgroundIndex(6);
-    bench.move({3, 3});
-    QSignalSpy moves(&renderer, &ImageRenderer::cursorChanged);
-    QTest::keyPress(bench.widget.get(), Qt::Key_Space);
-    QKeyEvent repeated(QEvent::KeyRelease, Qt::Key_Space, {}, {}, true);
-    QApplication::sendEvent(bench.widget.get(), &repeated);
-    for (Qt::Key key : {Qt::Key_Right, Qt::Key_Right, Qt::Key_Down})
-        bench.key(key);
-    QTest::keyRelease(bench.widget.get(), Qt::Key_Space);
-    QCOMPARE(moves.last()[0].toPoint(), QPoint(5, 4));
-    QCOMPARE(bench.steps(), 1);
-    QCOMPARE(bench.pixel({5, 4}) * 100 + bench.pixel({4, 3}) * 10 + bench.pixel({4, 4}), 550u);
-    bench.key(Qt::Key_Right, Qt::ShiftModifier);
-    bench.key(Qt::Key_Space, Qt::ControlModifier);
-    QCOMPARE(bench.pixel({13, 4}), 6u);
-    for (int i = 0; i < 20; ++i)
+    void replacePicksWithShift()
+    {
+        Bench bench(false, IndexedCanvas, {20, 20});
+        ReplaceTool *replace = bench.choose<ReplaceTool>(ImageRenderer::Replace);
+        rasterAt(bench.renderer.canvas, 0)->image.fill(0);
+        rasterAt(bench.renderer.canvas, 0)->image.scanLine(3)[4] = 77;
+        bench.stroke({{4, 3}, {9, 9}}, Qt::LeftButton, Qt::ShiftModifier);
+        bench.stroke({{-4, 3}}, Qt::RightButton, Qt::ShiftModifier); // outside: nothing to pick
+        QCOMPARE(replace->pairs()->pair(0), QPoint(77, 0));
+        bench.stroke({{4, 3}}, Qt::RightButton, Qt::ShiftModifier);
+        QCOMPARE(replace->pairs()->pair(0), QPoint(77, 77));
+        QCOMPARE(bench.steps(), 0);
+        bench.cells.resize(bench.cells.sizeHint());
+        QTest::mouseClick(&bench.cells, Qt::LeftButton, {}, {5, 5});
+        QTest::mouseClick(&bench.cells, Qt::RightButton, {}, {17 + 12, 5});
+        QCOMPARE(replace->pairs()->pair(0), QPoint(0, 2));
+        QCOMPARE(int(bench.palette.foregroundIndex()), 0);
+        bench.stroke({{1, 1}, {3, 1}}); // the other pairs are 0 to 0 and stand in no way
+        QCOMPARE(bench.pixel({2, 1}), 2u);
+    }
+
+    void movesSelectionsOverTheEdge()
+    {
+        Bench bench(false, IndexedCanvas, {10, 10});
+        ImageRenderer &renderer = bench.renderer;
+        QImage &image = rasterAt(renderer.canvas, 0)->image;
+        image.fill(1);
+        image.scanLine(4)[5] = 9;
+        image.scanLine(4)[6] = 8;
+        bench.palette.setBackgroundIndex(2);
+        bench.renderer.setActiveTool(ImageRenderer::RectSel);
+        bench.stroke({{7, 5}, {5, 4}}); // against the reading direction
+        QCOMPARE(renderer.canvas.selection.rect, QRect(5, 4, 2, 1));
+        bench.renderer.setActiveTool(ImageRenderer::SelMove);
+        bench.stroke({{5, 4}}); // no way: no step
+        QCOMPARE(bench.steps(), 0);
+        bench.stroke({{5, 4}, {300, 4}, {-90, 2}, {8, 4}});
+        QCOMPARE(bench.pixel({8, 4}) * 10 + bench.pixel({9, 4}), 98u);
+        QCOMPARE(bench.pixel({5, 4}), 2u);
+        bench.key(Qt::Key_Right);
+        QCOMPARE(bench.pixel({8, 4}) * 10 + bench.pixel({9, 4}), 19u);
+        bench.key(Qt::Key_Right);
+        QCOMPARE(bench.pixel({8, 4}) * 10 + bench.pixel({9, 4}), 11u);
+        bench.stroke({{0, 0}, {-5, 0}}); // what had left comes back
+        QCOMPARE(bench.pixel({5, 4}) * 10 + bench.pixel({6, 4}), 98u);
+        QCOMPARE(bench.steps(), 4);
+        renderer.canvas.undoStack.undo();
+        bench.key(Qt::Key_Left); // the layer as it is now: nothing comes from outside any more
+        QCOMPARE(bench.pixel({4, 4}), 2u);
+        QVERIFY(!renderer.activeTool()->keyPressed(Qt::Key_A));
+    }
+
+    void movesTheCanvas()
+    {
+        Bench bench(false, IndexedCanvas, {10, 10});
+        const QPoint before = bench.renderer.offset();
+        QTest::mousePress(bench.widget.get(), Qt::MiddleButton, {}, {50, 50});
+        for (QPoint at : {QPoint(60, 70), QPoint(40, 33)})
+            bench.renderer.mouseMoved(at, {});
+        bench.renderer.mouseReleased({40, 33}, Qt::MiddleButton, {});
+        bench.renderer.mouseMoved({90, 90}, {});
+        QCOMPARE(bench.renderer.offset(), before + QPoint(-10, -17));
+        bench.renderer.centralize();
+        QCOMPARE(bench.renderer.toScreen({5, 5}), QPoint(210, 150));
+    }
+
+    void zoomsByWheelAndKeys()
+    {
+        Bench bench(false, IndexedCanvas, {100, 80});
+        ImageRenderer &renderer = bench.renderer;
+        QSignalSpy zooms(&renderer, &ImageRenderer::zoomChanged);
+        const QPoint under(30, 20);
+        bench.move(under);
+        const QPoint at = bench.screen(under);
+        bool exact = true;
+        for (int delta : {120, 60, 60, -360, 40, -12000, 120000, -240}) {
+            renderer.mouseWheel(delta);
+            exact &= renderer.zoom() >= 1;
+            if (exact)
+                QCOMPARE(renderer.toImage(at), under);
+        }
+        QCOMPARE(renderer.zoom(), 24.0); // with a third of a notch left over
+        QVERIFY(zooms.count() >= 5);
+        renderer.zoomActual();
+        QCOMPARE(renderer.zoomFactor(), 1.0F);
+        bench.key(Qt::Key_Minus);
+        QCOMPARE(renderer.zoom(), 0.5);
+        renderer.addZoom();
+        renderer.subZoom();
+        QCOMPARE(renderer.zoom(), 0.5);
+        for (double factor : {0.0, -4.0, 1e300, double(qQNaN())})
+            renderer.setZoom(factor);
+        renderer.setOffset({INT_MIN, INT_MAX});
+        renderer.toImage({INT_MAX, INT_MIN});
+        bench.widget->grab();
+    }
+
+    void paintsByKeysAlone()
+    {
+        Bench bench(false, IndexedCanvas, {200, 150});
+        ImageRenderer &renderer = bench.renderer;
+        rasterAt(renderer.canvas, 0)->image.fill(0);
+        renderer.setActiveTool(ImageRenderer::Pen);
+        bench.palette.setForegroundIndex(5);
+        bench.palette.setBackgroundIndex(6);
+        bench.move({3, 3});
+        QSignalSpy moves(&renderer, &ImageRenderer::cursorChanged);
+        QTest::keyPress(bench.widget.get(), Qt::Key_Space);
+        QKeyEvent repeated(QEvent::KeyRelease, Qt::Key_Space, {}, {}, true);
+        QApplication::sendEvent(bench.widget.get(), &repeated);
+        for (Qt::Key key : {Qt::Key_Right, Qt::Key_Right, Qt::Key_Down})
+            bench.key(key);
+        QTest::keyRelease(bench.widget.get(), Qt::Key_Space);
+        QCOMPARE(moves.last()[0].toPoint(), QPoint(5, 4));
+        QCOMPARE(bench.steps(), 1);
+        QCOMPARE(bench.pixel({5, 4}) * 100 + bench.pixel({4, 3}) * 10 + bench.pixel({4, 4}), 550u);
         bench.key(Qt::Key_Right, Qt::ShiftModifier);
-    QCOMPARE(moves.last()[0].toPoint(), QPoint(173, 4)); // the canvas followed
-    QVERIFY(renderer.toScreen({173, 4}).x() < viewSize.width());
-    renderer.setActiveTool(ImageRenderer::SelMove);
-    bench.key(Qt::Key_Left, Qt::ControlModifier);
-    QCOMPARE(moves.last()[0].toPoint(), QPoint(172, 4));
-    QCOMPARE(bench.steps(), 2);
-}
+        bench.key(Qt::Key_Space, Qt::ControlModifier);
+        QCOMPARE(bench.pixel({13, 4}), 6u);
+        for (int i = 0; i < 20; ++i)
+            bench.key(Qt::Key_Right, Qt::ShiftModifier);
+        QCOMPARE(moves.last()[0].toPoint(), QPoint(173, 4)); // the canvas followed
+        QVERIFY(renderer.toScreen({173, 4}).x() < viewSize.width());
+        renderer.setActiveTool(ImageRenderer::SelMove);
+        bench.key(Qt::Key_Left, Qt::ControlModifier);
+        QCOMPARE(moves.last()[0].toPoint(), QPoint(172, 4));
+        QCOMPARE(bench.steps(), 2);
+    }
 
-void tst_ImageRenderer::standsWithoutALayer_data()
-{
-    QTest::addColumn<int>("tool");
-    QTest::addColumn<int>("how");
-    const char *ways[] = {"none", "hidden", "other format", "gone", "no canvas"};
-    for (int how = 0; how < 5; ++how)
-        for (int tool = 0; tool < ImageRenderer::ToolCount; ++tool)
-            QTest::addRow("%s, tool %d", ways[how], tool) << tool << how;
-}
+    static void toolsAndWays(const QStringList &ways, const QVector<int> &tools)
+    {
+        columns<int, QString>("tool", "how");
+        for (const QString &how : ways)
+            for (int tool : tools)
+                QTest::addRow("%s, tool %d", qPrintable(how), tool) << tool << how;
+    }
 
-void tst_ImageRenderer::standsWithoutALayer()
-{
-    QFETCH(int, tool);
-    QFETCH(int, how);
-    Bench bench(false, RGBACanvas, {30, 30});
-    ImageCanvas &canvas = bench.renderer.canvas;
-    bench.renderer.setActiveTool(tool);
-    if (how == 0) {
-        bench.renderer.setCurrentLayer(nullptr);
-    } else if (how == 1) {
-        canvas.layers.at(0)->visible = false;
-    } else if (how == 2) {
+    void standsWithoutALayer_data()
+    {
+        toolsAndWays({"none", "hidden", "other format", "gone", "no canvas"},
+                     {0, 1, 2, 3, 4, 5, 6, 7, 8});
+    }
+
+    void standsWithoutALayer()
+    {
+        const auto [tool, how] = row<int, QString>();
+        Bench bench(false, RGBACanvas, {30, 30});
+        ImageCanvas &canvas = bench.renderer.canvas;
+        bench.renderer.setActiveTool(tool);
+        if (how == "none")
+            bench.renderer.setCurrentLayer(nullptr);
+        if (how == "hidden")
+            canvas.layers.at(0)->visible = false;
         QImage indexes(30, 30, QImage::Format_Indexed8);
         indexes.fill(7);
-        bench.renderer.setCurrentLayer(canvas.layers.addLayer(&indexes));
-    } else if (how == 3) {
-        canvas.layers.removeLayer(0, false);
-        QVERIFY(!bench.renderer.currentLayer());
-    } else {
-        canvas.layers.clearLayers();
-        canvas.setSize({}, {}, false);
+        if (how == "other format")
+            bench.renderer.setCurrentLayer(canvas.layers.addLayer(&indexes));
+        if (how == "gone")
+            canvas.layers.removeLayer(0, false);
+        QCOMPARE(!bench.renderer.currentLayer(), how == "none" || how == "gone");
+        if (how == "no canvas") {
+            canvas.layers.clearLayers();
+            canvas.setSize({}, {}, false);
+        }
+        const QByteArray before = stateOf(canvas);
+        const int steps = bench.steps();
+        bench.stroke({{3, 3}, {29, 4}, {500, 500}});
+        bench.stroke({{-3, -3}, {9, 9}}, Qt::RightButton, Qt::ShiftModifier);
+        bench.key(Qt::Key_Left);
+        bench.widget->grab();
+        QCOMPARE(stateOf(canvas), before);
+        QCOMPARE(bench.steps(), steps);
     }
-    const QByteArray before = stateOf(canvas);
-    const int steps = bench.steps();
-    bench.stroke({{3, 3}, {29, 4}, {500, 500}});
-    bench.stroke({{-3, -3}, {9, 9}}, Qt::RightButton, Qt::ShiftModifier);
-    bench.key(Qt::Key_Left);
-    bench.widget->grab();
-    QCOMPARE(stateOf(canvas), before);
-    QCOMPARE(bench.steps(), steps);
-}
 
-void tst_ImageRenderer::endsDragsThatAreCutOff_data()
-{
-    QTest::addColumn<int>("tool");
-    QTest::addColumn<int>("how");
-    const char *ways[] = {"undo",   "layer deleted", "dialog",        "tool chosen",
-                          "hidden", "size changed",  "layers cleared"};
-    for (int how = 0; how < 7; ++how)
-        for (int tool : {ImageRenderer::Pen, ImageRenderer::SelMove, ImageRenderer::RectSel,
-                         ImageRenderer::PenSel, ImageRenderer::FloodFill})
-            QTest::addRow("%s, tool %d", ways[how], tool) << tool << how;
-}
+    void endsDragsThatAreCutOff_data()
+    {
+        toolsAndWays({"undo", "layer deleted", "dialog", "tool chosen", "hidden", "size changed",
+                      "layers cleared"},
+                     {ImageRenderer::Pen, ImageRenderer::SelMove, ImageRenderer::RectSel,
+                      ImageRenderer::PenSel, ImageRenderer::FloodFill});
+    }
 
-void tst_ImageRenderer::endsDragsThatAreCutOff()
-{
-    QFETCH(int, tool);
-    QFETCH(int, how);
-    Bench bench(false, IndexedCanvas, {30, 30});
-    ImageCanvas &canvas = bench.renderer.canvas;
-    bench.palette.setForegroundIndex(7);
-    bench.palette.setBackgroundIndex(8);
-    canvas.layers.addLayer(nullptr);
-    bench.renderer.setCurrentLayer(canvas.layers.at(0));
-    const QByteArray untouched = stateOf(canvas);
-    bench.renderer.setActiveTool(tool);
-    bench.press({3, 3});
-    bench.move({9, 9});
-    if (how == 0) {
-        canvas.undoStack.undo();
-        if (tool == ImageRenderer::Pen || tool == ImageRenderer::SelMove)
-            QCOMPARE(stateOf(canvas), untouched);
-    } else if (how == 1) {
-        canvas.layers.removeLayer(0, true);
-    } else if (how == 2) {
+    void endsDragsThatAreCutOff()
+    {
+        const auto [tool, how] = row<int, QString>();
+        Bench bench(false, IndexedCanvas, {30, 30});
+        ImageCanvas &canvas = bench.renderer.canvas;
+        bench.palette.setForegroundIndex(7);
+        bench.palette.setBackgroundIndex(8);
+        canvas.layers.addLayer(nullptr);
+        bench.renderer.setCurrentLayer(canvas.layers.at(0));
+        const QByteArray untouched = stateOf(canvas);
+        bench.renderer.setActiveTool(tool);
+        bench.press({3, 3});
+        bench.move({9, 9});
+        if (how == "undo") {
+            canvas.undoStack.undo();
+            if (tool == ImageRenderer::Pen || tool == ImageRenderer::SelMove)
+                QCOMPARE(stateOf(canvas), untouched);
+        }
+        if (how == "layer deleted")
+            canvas.layers.removeLayer(0, true);
         QDialog dialog;
         dialog.setModal(true);
-        dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
-    } else if (how == 3) {
-        bench.renderer.setActiveTool(tool);
-    } else if (how == 4) {
-        bench.widget->hide();
-        bench.widget->show();
-    } else if (how == 5) {
-        canvas.setSize({12, 12}, {}, true);
-    } else {
-        canvas.layers.clearLayers();
-    }
-    const QByteArray before = stateOf(canvas);
-    const QImage mask = canvas.selection.mask;
-    const int steps = bench.steps();
-    bench.move({20, 1});
-    bench.release({20, 1});
-    QCOMPARE(stateOf(canvas), before);
-    QCOMPARE(canvas.selection.mask, mask);
-    QCOMPARE(bench.steps(), steps);
-    while (canvas.undoStack.canUndo())
-        canvas.undoStack.undo();
-    while (canvas.undoStack.canRedo())
-        canvas.undoStack.redo();
-    if (how > 0)
+        if (how == "dialog") {
+            dialog.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+            dialog.hide();
+        }
+        if (how == "tool chosen")
+            bench.renderer.setActiveTool(tool);
+        if (how == "hidden") {
+            bench.widget->hide();
+            bench.widget->show();
+        }
+        if (how == "size changed")
+            canvas.setSize({12, 12}, {}, true);
+        if (how == "layers cleared")
+            canvas.layers.clearLayers();
+        const QByteArray before = stateOf(canvas);
+        const QImage mask = canvas.selection.mask;
+        const int steps = bench.steps();
+        bench.move({20, 1});
+        bench.release({20, 1});
         QCOMPARE(stateOf(canvas), before);
-}
-
-void tst_ImageRenderer::showsOneLayerAndTheOriginal()
-{
-    Bench bench(false, RGBACanvas, {40, 40});
-    ImageRenderer &renderer = bench.renderer;
-    ImageCanvas &canvas = renderer.canvas;
-    rasterAt(canvas, 0)->image.fill(Qt::red);
-    QImage blue(40, 40, QImage::Format_ARGB32);
-    blue.fill(Qt::blue);
-    canvas.layers.addLayer(&blue);
-    renderer.setShowLayers(false);
-    QCOMPARE(QColor(renderer.picture().pixel(2, 2)), QColor(Qt::red));
-    renderer.setCurrentLayer(canvas.layers.at(0));
-    QCOMPARE(QColor(renderer.picture().pixel(2, 2)), QColor(Qt::blue));
-    renderer.setCurrentLayer(nullptr);
-    QCOMPARE(qAlpha(renderer.picture().pixel(2, 2)), 0);
-    renderer.setShowLayers(true);
-    renderer.setViewOriginal(true);
-    renderer.setCurrentLayer(canvas.layers.at(0));
-    renderer.setActiveTool(ImageRenderer::Pen);
-    bench.leave();
-    const QImage shot = bench.widget->grab().toImage();
-    QCOMPARE(shot.pixelColor(27, 150), QColor(Qt::blue)); // 40 wide in a pane of 56
-    QVERIFY(shot.pixelColor(5, 150) != QColor(Qt::blue));
-    renderer.mousePressed({27, 150}, Qt::LeftButton, {});
-    renderer.mouseReleased({27, 150}, Qt::LeftButton, {});
-    QCOMPARE(bench.steps(), 1); // nothing is painted from there
-    renderer.centralize();
-    QCOMPARE(renderer.toScreen({20, 20}).x(), 56 + (420 - 56) / 2);
-}
-
-void tst_ImageRenderer::survivesItsParts()
-{
-    auto *bench = new Bench(false, IndexedCanvas, {30, 30});
-    PenTool orphan(&bench->renderer);
-    orphan.setParent(nullptr);
-    PenSelTool orphanSelection(&bench->renderer);
-    orphanSelection.setParent(nullptr);
-    delete bench->renderer.toolOptions(); // the host's bar went
-    for (int tool = 0; tool < ImageRenderer::ToolCount; ++tool) {
-        bench->renderer.setActiveTool(tool);
-        bench->key(Qt::Key_Plus);
-        bench->key(Qt::Key_Down);
-        bench->stroke({{3, 3}, {8, 9}});
-        bench->widget->grab();
+        QCOMPARE(canvas.selection.mask, mask);
+        QCOMPARE(bench.steps(), steps);
+        while (canvas.undoStack.canUndo())
+            canvas.undoStack.undo();
+        while (canvas.undoStack.canRedo())
+            canvas.undoStack.redo();
+        if (how != "undo")
+            QCOMPARE(stateOf(canvas), before);
     }
-    bench->show(false); // another widget; the first one goes
-    bench->renderer.setActiveTool(ImageRenderer::Pen);
-    bench->press({4, 4});
-    delete bench;
-    QCursor cursor;
-    for (BasePenTool *tool :
-         {static_cast<BasePenTool *>(&orphan), static_cast<BasePenTool *>(&orphanSelection)}) {
-        tool->mousePressed({}, Qt::RightButton, {1, 1}, {1, 1}, cursor);
-        tool->mouseMoved({}, Qt::RightButton, {9, 9}, {9, 9}, cursor);
-        tool->mouseReleased({}, Qt::RightButton, {9, 9}, {9, 9}, cursor);
-        QVERIFY(!tool->pressed);
-    }
-}
 
-/// A stroke composes its own area alone: elsewhere the picture is what it was.
-void tst_ImageRenderer::composesByArea()
-{
-    Bench bench(false, IndexedCanvas, {300, 300});
-    ImageRenderer &renderer = bench.renderer;
-    renderer.picture();
-    rasterAt(renderer.canvas, 0)->image.scanLine(250)[250] = 99; // told to nobody
-    const int before = renderer.picture().pixelIndex(250, 250);
-    bench.palette.setForegroundIndex(200);
-    bench.choose<PenTool>(ImageRenderer::Pen)->size->setValue(8);
-    QSignalSpy areas(&renderer.canvas, &ImageCanvas::imageChanged);
-    bench.stroke({{10, 10}, {30, 12}});
-    QCOMPARE(areas[0][0].toRect(), QRect(10, 10, 8, 8));
-    QCOMPARE(areas[1][0].toRect(), QRect(10, 10, 28, 10));
-    QCOMPARE(renderer.picture().pixelIndex(32, 15), 200);
-    QCOMPARE(renderer.picture().pixelIndex(250, 250), before);
-    renderer.canvas.announceImage();
-    QCOMPARE(renderer.picture().pixelIndex(250, 250), 99);
-}
+    void showsOneLayerAndTheOriginal()
+    {
+        Bench bench(false, RGBACanvas, {40, 40});
+        ImageRenderer &renderer = bench.renderer;
+        ImageCanvas &canvas = renderer.canvas;
+        rasterAt(canvas, 0)->image.fill(Qt::red);
+        QImage blue(40, 40, QImage::Format_ARGB32);
+        blue.fill(Qt::blue);
+        canvas.layers.addLayer(&blue);
+        renderer.setShowLayers(false);
+        QCOMPARE(QColor(renderer.picture().pixel(2, 2)), QColor(Qt::red));
+        renderer.setCurrentLayer(canvas.layers.at(0));
+        QCOMPARE(QColor(renderer.picture().pixel(2, 2)), QColor(Qt::blue));
+        renderer.setCurrentLayer(nullptr);
+        QCOMPARE(qAlpha(renderer.picture().pixel(2, 2)), 0);
+        renderer.setShowLayers(true);
+        renderer.setViewOriginal(true);
+        renderer.setCurrentLayer(canvas.layers.at(0));
+        renderer.setActiveTool(ImageRenderer::Pen);
+        bench.leave();
+        const QImage shot = bench.widget->grab().toImage();
+        QCOMPARE(shot.pixelColor(27, 150), QColor(Qt::blue)); // 40 wide in a pane of 56
+        QVERIFY(shot.pixelColor(5, 150) != QColor(Qt::blue));
+        renderer.mousePressed({27, 150}, Qt::LeftButton, {});
+        renderer.mouseReleased({27, 150}, Qt::LeftButton, {});
+        QCOMPARE(bench.steps(), 1); // nothing is painted from there
+        renderer.centralize();
+        QCOMPARE(renderer.toScreen({20, 20}).x(), 56 + (420 - 56) / 2);
+    }
+
+    void survivesItsParts()
+    {
+        auto *bench = new Bench(false, IndexedCanvas, {30, 30});
+        PenTool orphan(&bench->renderer);
+        orphan.setParent(nullptr);
+        PenSelTool orphanSelection(&bench->renderer);
+        orphanSelection.setParent(nullptr);
+        delete bench->renderer.toolOptions(); // the host's bar went
+        for (int tool = 0; tool < ImageRenderer::ToolCount; ++tool) {
+            bench->renderer.setActiveTool(tool);
+            bench->key(Qt::Key_Plus);
+            bench->key(Qt::Key_Down);
+            bench->stroke({{3, 3}, {8, 9}});
+            bench->widget->grab();
+        }
+        bench->show(false); // another widget; the first one goes
+        bench->renderer.setActiveTool(ImageRenderer::Pen);
+        bench->press({4, 4});
+        delete bench;
+        QCursor cursor;
+        for (BasePenTool *tool :
+             {static_cast<BasePenTool *>(&orphan), static_cast<BasePenTool *>(&orphanSelection)}) {
+            tool->mousePressed({}, Qt::RightButton, {1, 1}, {1, 1}, cursor);
+            tool->mouseMoved({}, Qt::RightButton, {9, 9}, {9, 9}, cursor);
+            tool->mouseReleased({}, Qt::RightButton, {9, 9}, {9, 9}, cursor);
+            QVERIFY(!tool->pressed);
+        }
+    }
+
+    /// A stroke composes its own area alone: elsewhere the picture is what it was.
+    void composesByArea()
+    {
+        Bench bench(false, IndexedCanvas, {300, 300});
+        ImageRenderer &renderer = bench.renderer;
+        renderer.picture();
+        rasterAt(renderer.canvas, 0)->image.scanLine(250)[250] = 99; // told to nobody
+        const int before = renderer.picture().pixelIndex(250, 250);
+        bench.palette.setForegroundIndex(200);
+        bench.choose<PenTool>(ImageRenderer::Pen)->size->setValue(8);
+        QSignalSpy areas(&renderer.canvas, &ImageCanvas::imageChanged);
+        bench.stroke({{10, 10}, {30, 12}});
+        QCOMPARE(areas[0][0].toRect(), QRect(10, 10, 8, 8));
+        QCOMPARE(areas[1][0].toRect(), QRect(10, 10, 28, 10));
+        QCOMPARE(renderer.picture().pixelIndex(32, 15), 200);
+        QCOMPARE(renderer.picture().pixelIndex(250, 250), before);
+        renderer.canvas.announceImage();
+        QCOMPARE(renderer.picture().pixelIndex(250, 250), 99);
+    }
+};
 
 int main(int argc, char **argv)
 {

@@ -4,6 +4,7 @@
 #include <kilnx/imageedit/imagetool.h>
 #include <kilnx/imageedit/paletteremapwidget.h>
 #include <kilnx/imageedit/palettewidget.h>
+#include <tests/support/rows.h>
 
 #include <QtCore/QRandomGenerator>
 #include <QtTest/QSignalSpy>
@@ -101,430 +102,6 @@ struct PlainRing {
     const Colors &colors() const { return pages[shown]; }
 };
 
-} // namespace
-
-class tst_PaletteWidget : public QObject
-{
-    Q_OBJECT
-
-private Q_SLOTS:
-    void keepsARingOfTwelvePages();
-    void clicksSelect_data();
-    void clicksSelect();
-    void dragsShiftTheColorsBetween_data();
-    void dragsShiftTheColorsBetween();
-    void dropsWhatIsCutOff_data();
-    void dropsWhatIsCutOff();
-    void followsThePlainUser_data();
-    void followsThePlainUser();
-    void laysOutItsCells_data();
-    void laysOutItsCells();
-    void paintsItsCells();
-    void tellsTheColorUnderTheMouse();
-    void handlersMayEndTheWidget_data();
-    void handlersMayEndTheWidget();
-    void colorPaletteFollowsClicks();
-    void remapWidgetHoldsPairs();
-};
-
-void tst_PaletteWidget::keepsARingOfTwelvePages()
-{
-    PaletteWidget widget;
-    QSignalSpy changes(&widget, &PaletteWidget::changed);
-    const auto edit = [&](uchar value) {
-        widget.palette()->setColor(uchar(0), RGBA{value, 0, 0, 255});
-    };
-    const auto red = [&] { return int(widget.palette()->at(0).r); };
-    for (uchar i = 1; i <= 14; ++i)
-        edit(i);
-    QCOMPARE(changes.count(), 14);
-    for (int undone = 0; undone < 13; ++undone)
-        widget.undo();
-    QCOMPARE(red(), 3); // eleven steps back, and no more
-    QCOMPARE(changes.count(), 14 + 11);
-    widget.redo();
-    QCOMPARE(red(), 4);
-    edit(77);
-    widget.redo(); // what was ahead is lost
-    QCOMPARE(red(), 77);
-    widget.lock();
-    edit(78);
-    widget.undo();
-    widget.flatten();
-    widget.reset();
-    QCOMPARE(red(), 78);
-    widget.unlock();
-    widget.undo();
-    QCOMPARE(red(), 4);
-    widget.flatten();
-    widget.undo();
-    widget.redo();
-    QCOMPARE(red(), 4);
-    const int before = changes.count();
-    widget.reset();
-    QCOMPARE(colorsOf(widget), Colors(256, 0));
-    QCOMPARE(changes.count(), before);
-}
-
-void tst_PaletteWidget::clicksSelect_data()
-{
-    QTest::addColumn<int>("button");
-    QTest::addColumn<int>("keys");
-    QTest::addColumn<bool>("multi");
-    QTest::addColumn<bool>("selectable");
-    QTest::addColumn<QVector<int>>("before");
-    QTest::addColumn<QVector<int>>("after");
-    QTest::addColumn<QString>("told");
-    const int left = Qt::LeftButton;
-    const int right = Qt::RightButton;
-    const int ctrl = Qt::ControlModifier;
-    const int shift = Qt::ShiftModifier;
-    using Cells = QVector<int>;
-    QTest::newRow("left") << left << 0 << true << true << Cells{1, 9} << Cells{5} << "sc";
-    QTest::newRow("ctrl") << left << ctrl << true << true << Cells{1, 9} << Cells{1, 5, 9} << "sc";
-    QTest::newRow("ctrl, one") << left << ctrl << false << true << Cells{1} << Cells{5} << "sc";
-    QTest::newRow("shift, up to") << left << shift << true << true << Cells{1, 3} << Cells{3, 4, 5}
-                                  << "smc";
-    QTest::newRow("shift, down to")
-        << left << shift << true << true << Cells{2, 7} << Cells{5, 6, 7} << "smc";
-    QTest::newRow("shift, alone") << left << shift << true << true << Cells{} << Cells{5} << "sc";
-    QTest::newRow("shift, one") << left << shift << false << true << Cells{1} << Cells{5} << "sc";
-    QTest::newRow("right") << right << 0 << true << true << Cells{4, 5} << Cells{4} << "sc";
-    QTest::newRow("middle") << int(Qt::MiddleButton) << 0 << true << true << Cells{4} << Cells{4}
-                            << "c";
-    QTest::newRow("not selectable") << left << 0 << true << false << Cells{4} << Cells{4} << "c";
-}
-
-void tst_PaletteWidget::clicksSelect()
-{
-    QFETCH(int, button);
-    QFETCH(int, keys);
-    QFETCH(bool, multi);
-    QFETCH(bool, selectable);
-    QFETCH(QVector<int>, before);
-    QFETCH(QVector<int>, after);
-    QFETCH(QString, told);
-    PaletteWidget widget;
-    widget.resize(widget.sizeHint());
-    widget.setMultiSelect(multi);
-    widget.setSelect(selectable);
-    for (int cell : before)
-        widget.selection[cell] = true;
-    QString heard;
-    connect(&widget, &PaletteWidget::selectionChanged, [&] { heard += 's'; });
-    connect(&widget, &PaletteWidget::multiColorClick, [&] { heard += 'm'; });
-    connect(&widget, &PaletteWidget::colorClick, [&](ushort index, Qt::MouseButton with) {
-        heard += index == 5 && int(with) == button ? "c" : "?";
-    });
-    click(widget, 5, Qt::MouseButton(button), Qt::KeyboardModifiers(keys));
-    QCOMPARE(heard, told);
-    QCOMPARE(selectionOf(widget), QSet<int>(after.begin(), after.end()));
-    QCOMPARE(widget.firstSelection(), after.value(0, -1));
-}
-
-void tst_PaletteWidget::dragsShiftTheColorsBetween_data()
-{
-    QTest::addColumn<int>("from");
-    QTest::addColumn<QPoint>("to");
-    QTest::addColumn<int>("target"); // -1: nothing
-    QTest::newRow("down") << 3 << middleOf(10) << 10;
-    QTest::newRow("up") << 10 << middleOf(3) << 3;
-    QTest::newRow("to the end") << 0 << middleOf(255) << 255;
-    QTest::newRow("to the start") << 255 << middleOf(0) << 0;
-    QTest::newRow("outside left") << 3 << QPoint(-1, 5) << -1;
-    QTest::newRow("outside right") << 3 << QPoint(192, 5) << -1;
-    QTest::newRow("outside below") << 3 << QPoint(5, 193) << -1;
-    QTest::newRow("far away") << 3 << QPoint(-40000, 90000) << -1;
-}
-
-void tst_PaletteWidget::dragsShiftTheColorsBetween()
-{
-    QFETCH(int, from);
-    QFETCH(QPoint, to);
-    QFETCH(int, target);
-    PaletteWidget widget;
-    widget.resize(widget.sizeHint());
-    fillWith(widget, 4);
-    const Colors before = colorsOf(widget);
-    QSignalSpy changes(&widget, &PaletteWidget::changed);
-    QSignalSpy moves(&widget, &PaletteWidget::colorMoved);
-    drag(widget, middleOf(from), to);
-    Colors wanted = before;
-    if (target >= 0)
-        wanted.move(from, target);
-    QCOMPARE(colorsOf(widget), wanted);
-    QCOMPARE(changes.count(), int(target >= 0));
-    QCOMPARE(moves.count(), int(target >= 0));
-    if (target >= 0)
-        QCOMPARE(moves[0], QVariantList({ushort(from), ushort(target)}));
-    widget.undo();
-    QCOMPARE(colorsOf(widget), before);
-}
-
-void tst_PaletteWidget::dropsWhatIsCutOff_data()
-{
-    QTest::addColumn<int>("how");
-    const char *names[] = {"other button", "hidden",     "disabled",
-                           "fewer colors", "back again", "double click"};
-    for (int how = 0; how < 6; ++how)
-        QTest::newRow(names[how]) << how;
-}
-
-void tst_PaletteWidget::dropsWhatIsCutOff()
-{
-    QFETCH(int, how);
-    PaletteWidget widget;
-    widget.resize(widget.sizeHint());
-    fillWith(widget, 4);
-    widget.show();
-    const Colors before = colorsOf(widget);
-    QTest::mousePress(&widget, Qt::LeftButton, {}, middleOf(200));
-    move(widget, middleOf(100));
-    if (how == 0) {
-        QTest::mousePress(&widget, Qt::RightButton, {}, middleOf(9));
-    } else if (how == 1) {
-        widget.hide();
-    } else if (how == 2) {
-        widget.setEnabled(false);
-        widget.setEnabled(true);
-    } else if (how == 3) {
-        widget.setColorCount(32);
-    } else if (how == 4) {
-        move(widget, middleOf(200));
-    } else {
-        QTest::mouseDClick(&widget, Qt::LeftButton, {}, middleOf(3));
-    }
-    QTest::mouseRelease(&widget, Qt::LeftButton, {}, middleOf(how == 4 ? 200 : 20));
-    QCOMPARE(colorsOf(widget), before);
-}
-
-void tst_PaletteWidget::followsThePlainUser_data()
-{
-    QTest::addColumn<quint32>("seed");
-    for (quint32 seed = 1; seed <= 4; ++seed)
-        QTest::addRow("seed %u", seed) << seed;
-}
-
-/// A user who clicks, drags, edits, undoes and locks at random.
-void tst_PaletteWidget::followsThePlainUser()
-{
-    QFETCH(quint32, seed);
-    QRandomGenerator dice(seed);
-    PaletteWidget widget;
-    widget.resize(widget.sizeHint());
-    PlainRing ring;
-    QSet<int> selected;
-    for (int step = 0; step < 600; ++step) {
-        const int kind = dice.bounded(40);
-        const int cell = dice.bounded(256);
-        const int other = dice.bounded(256);
-        const auto edited = [&](const Colors &colors) {
-            if (widget.isLocked())
-                ring.pages[ring.shown] = colors;
-            else
-                ring.edit(colors);
-        };
-        if (kind < 12) {
-            const RGBA color = fromQRgb(dice.generate());
-            widget.palette()->setColor(uchar(cell), color);
-            Colors colors = ring.colors();
-            colors[cell] = toQRgb(color);
-            edited(colors);
-        } else if (kind < 18 && cell != other) {
-            drag(widget, middleOf(cell), middleOf(other));
-            Colors colors = ring.colors();
-            colors.move(cell, other);
-            edited(colors);
-        } else if (kind < 24) {
-            widget.undo();
-            ring.shown -= !widget.isLocked() && ring.shown > 0;
-        } else if (kind < 28) {
-            widget.redo();
-            ring.shown += !widget.isLocked() && ring.shown + 1 < ring.pages.size();
-        } else if (kind == 28) {
-            widget.isLocked() ? widget.unlock() : widget.lock();
-        } else if (kind == 29 && !widget.isLocked()) {
-            dice.bounded(3) ? widget.flatten() : widget.reset();
-            if (ring.shown > 0 || colorsOf(widget) != ring.colors())
-                ring.reset(colorsOf(widget) == ring.colors() ? ring.colors() : Colors(256, 0));
-        } else if (kind < 34) {
-            click(widget, cell);
-            selected = {cell};
-        } else if (kind < 37) {
-            click(widget, cell, Qt::LeftButton, Qt::ControlModifier);
-            selected.insert(cell);
-        } else if (kind == 37) {
-            click(widget, cell, Qt::RightButton);
-            selected.remove(cell);
-        } else if (!selected.isEmpty()) {
-            click(widget, cell, Qt::LeftButton, Qt::ShiftModifier);
-            const int last = *std::max_element(selected.begin(), selected.end());
-            selected.clear();
-            for (int i = qMin(cell, last); i <= qMax(cell, last); ++i)
-                selected.insert(i);
-        }
-        QVERIFY2(colorsOf(widget) == ring.colors(), qPrintable(QString("step %1").arg(step)));
-        QCOMPARE(selectionOf(widget), selected);
-    }
-}
-
-void tst_PaletteWidget::laysOutItsCells_data()
-{
-    QTest::addColumn<int>("cellSize");
-    QTest::addColumn<int>("columns");
-    QTest::addColumn<int>("colors");
-    QTest::addColumn<QSize>("hint");
-    QTest::addColumn<QPoint>("point"); // in a widget of 300 by 300
-    QTest::addColumn<int>("cell");
-    QTest::newRow("at the start") << 12 << 16 << 256 << QSize(192, 192) << QPoint(54, 0) << 0;
-    QTest::newRow("left of it") << 12 << 16 << 256 << QSize(192, 192) << QPoint(53, 0) << -1;
-    QTest::newRow("last") << 12 << 16 << 256 << QSize(192, 192) << QPoint(245, 191) << 255;
-    QTest::newRow("right of it") << 12 << 16 << 256 << QSize(192, 192) << QPoint(246, 191) << -1;
-    QTest::newRow("below") << 12 << 16 << 256 << QSize(192, 192) << QPoint(100, 192) << -1;
-    QTest::newRow("part of a row") << 10 << 8 << 20 << QSize(80, 30) << QPoint(145, 25) << 19;
-    QTest::newRow("after the last") << 10 << 8 << 20 << QSize(80, 30) << QPoint(155, 25) << -1;
-    QTest::newRow("none") << 10 << 8 << 0 << QSize(80, 0) << QPoint(110, 0) << -1;
-    QTest::newRow("sizes of 0") << 0 << -3 << 4 << QSize(1, 4) << QPoint(149, 3) << 3;
-    QTest::newRow("huge") << 1 << 70000 << 65535 << QSize(255, 2) << QPoint(22, 1) << 255;
-    QTest::newRow("huge cells") << 70000 << 2 << 3 << QSize(510, 510) << QPoint(299, 299) << -1;
-}
-
-void tst_PaletteWidget::laysOutItsCells()
-{
-    QFETCH(int, cellSize);
-    QFETCH(int, columns);
-    QFETCH(int, colors);
-    PaletteWidget widget;
-    widget.resize(300, 300);
-    widget.selection[255] = true;
-    widget.setCellSize(cellSize);
-    widget.setColumnCount(columns);
-    widget.setColorCount(ushort(colors));
-    QTEST(widget.sizeHint(), "hint");
-    QTEST(widget.minimumSizeHint(), "hint");
-    QFETCH(QPoint, point);
-    QTEST(widget.cellAt(point), "cell");
-    QCOMPARE(widget.isSelected(255), colors >= 256);
-    drag(widget, point, {});
-    widget.grab();
-}
-
-void tst_PaletteWidget::paintsItsCells()
-{
-    PaletteWidget widget;
-    widget.resize(widget.sizeHint());
-    const QRgb gray = QColor(Qt::gray).rgb();
-    widget.palette()->setColor(uchar(0), RGBA{10, 200, 30, 255});
-    widget.palette()->setColor(1, RGBA{10, 200, 30, 255});
-    widget.palette()->setColor(2, RGBA{0, 0, 0, 0});
-    widget.selection[1] = true;
-    QImage image = pictureOf(widget);
-    const auto at = [&](int cell, int x, int y) { return image.pixel(cell * 12 + x, y); };
-    QCOMPARE(at(0, 0, 0), 0xff808080); // sunken
-    QCOMPARE(at(0, 9, 0), 0xff808080);
-    QCOMPARE(at(0, 10, 5), 0xffffffff);
-    QCOMPARE(at(0, 5, 10), 0xffffffff);
-    QCOMPARE(at(0, 1, 1), qRgb(10, 200, 30));
-    QCOMPARE(at(0, 9, 9), qRgb(10, 200, 30));
-    QCOMPARE(at(1, 0, 0), qRgb(10, 200, 30)); // selected
-    QCOMPARE(at(1, 10, 10), qRgb(10, 200, 30));
-    QCOMPARE(at(1, 2, 2), qRgb(138, 255, 158));
-    QCOMPARE(at(1, 8, 5), qRgb(138, 255, 158));
-    QCOMPARE(at(1, 3, 3), qRgb(10, 200, 30));
-    QCOMPARE(at(2, 3, 3), gray); // clear
-    QCOMPARE(at(2, 8, 8), gray);
-    QCOMPARE(at(2, 8, 3), 0xffffffff);
-    QCOMPARE(at(2, 3, 8), 0xffffffff);
-
-    const QRgb ground = image.pixel(11, 5);
-    QTest::mousePress(&widget, Qt::LeftButton, {}, {2, 3});
-    move(widget, {26, 63}); // cell 0 at (24, 60)
-    image = pictureOf(widget);
-    QCOMPARE(at(0, 5, 5), ground);
-    QCOMPARE(image.pixel(24 + 5, 60 + 5), qRgb(10, 200, 30));
-    widget.setRedistributable(true);
-    image = pictureOf(widget);
-    QCOMPARE(at(0, 5, 5), qRgb(10, 200, 30)); // cell 1 has made room
-    QCOMPARE(at(1, 2, 2), gray);
-    move(widget, {-30, -30});
-    image = pictureOf(widget);
-    QCOMPARE(at(0, 1, 1), qRgb(10, 200, 30)); // back in its place
-    QCOMPARE(at(0, 0, 0), 0xff808080);
-    QTest::mouseRelease(&widget, Qt::LeftButton, {}, {-30, -30});
-}
-
-void tst_PaletteWidget::tellsTheColorUnderTheMouse()
-{
-    PaletteWidget widget;
-    widget.resize(widget.sizeHint());
-    widget.show();
-    QVERIFY(widget.hasMouseTracking());
-    widget.palette()->setColor(17, RGBA{1, 22, 133, 4});
-    move(widget, middleOf(17));
-    QTRY_COMPARE(QToolTip::text(), QString("1, 22, 133, 4"));
-    QSignalSpy doubles(&widget, &PaletteWidget::colorDblClick);
-    QTest::mouseDClick(&widget, Qt::LeftButton, {}, middleOf(17));
-    QTest::mouseDClick(&widget, Qt::LeftButton, {}, {-4, 4});
-    QCOMPARE(doubles.count(), 1);
-    QCOMPARE(doubles[0][0].toInt(), 17);
-}
-
-void tst_PaletteWidget::handlersMayEndTheWidget_data()
-{
-    QTest::addColumn<int>("which");
-    const char *names[] = {"changed", "click", "double click", "moved", "range", "selection"};
-    for (int which = 0; which < 6; ++which)
-        QTest::newRow(names[which]) << which;
-}
-
-void tst_PaletteWidget::handlersMayEndTheWidget()
-{
-    QFETCH(int, which);
-    auto *widget = new PaletteWidget;
-    widget->resize(widget->sizeHint());
-    widget->selection[7] = true;
-    int heard = 0;
-    const auto end = [&] {
-        ++heard;
-        delete widget;
-    };
-    ColorPalette palette(widget);
-    if (which == 0)
-        connect(widget, &PaletteWidget::changed, end);
-    else if (which == 1)
-        connect(widget, &PaletteWidget::colorClick, end);
-    else if (which == 2)
-        connect(widget, &PaletteWidget::colorDblClick, end);
-    else if (which == 3)
-        connect(widget, &PaletteWidget::colorMoved, end);
-    else if (which == 4)
-        connect(widget, &PaletteWidget::multiColorClick, end);
-    else
-        connect(widget, &PaletteWidget::selectionChanged, end);
-    const auto send = [&](QEvent::Type type, int cell, Qt::KeyboardModifiers keys = {}) {
-        QMouseEvent event(type, middleOf(cell), Qt::LeftButton, Qt::LeftButton, keys);
-        static_cast<QObject *>(widget)->event(&event);
-    };
-    if (which == 2) {
-        send(QEvent::MouseButtonDblClick, 3);
-    } else {
-        const bool drags = which == 0 || which == 3;
-        send(QEvent::MouseButtonPress, 3);
-        if (drags)
-            send(QEvent::MouseMove, 9);
-        send(QEvent::MouseButtonRelease, drags ? 9 : 3,
-             which == 4 ? Qt::ShiftModifier : Qt::NoModifier);
-    }
-    QCOMPARE(heard, 1);
-    palette.setForegroundIndex(9); // without its widget
-    QCOMPARE(palette.rgbAt(9), 0u);
-    QCOMPARE(palette.colors()[255].a, uchar(0));
-    QCOMPARE(int(palette.indexOf(Qt::red)), 0);
-}
-
-namespace
-{
-
 /// A tool that takes the clicks of one button.
 struct TakingTool : ImageTool {
     TakingTool()
@@ -541,89 +118,463 @@ struct TakingTool : ImageTool {
 
 } // namespace
 
-void tst_PaletteWidget::colorPaletteFollowsClicks()
+class tst_PaletteWidget : public QObject
 {
-    PaletteWidget widget;
-    widget.resize(widget.sizeHint());
-    fillWith(widget, 6);
-    auto *palette = new ColorPalette(&widget);
-    QPointer<ColorWidget> foreground = palette->foregroundWidget();
-    QPointer<ColorWidget> background = palette->backgroundWidget();
-    QCOMPARE(foreground->toolTip() + background->toolTip(),
-             QString("Foreground colorBackground color"));
-    const auto shows = [&](ColorWidget *shown, int index) {
-        return shown->color().rgba() == toQRgb(widget.palette()->at(uchar(index)));
-    };
-    QSignalSpy changes(palette, &ImagePalette::paletteChanged);
-    click(widget, 30);
-    click(widget, 40, Qt::RightButton);
-    QCOMPARE(palette->foregroundIndex() * 1000 + palette->backgroundIndex(), 30040);
-    QVERIFY(shows(foreground, 30) && shows(background, 40));
-    QCOMPARE(selectionOf(widget), QSet<int>{30});
-    click(widget, 33, Qt::LeftButton, Qt::ControlModifier);
-    QCOMPARE(selectionOf(widget), QSet<int>({30, 33})); // the selection stays
-    palette->setForegroundIndex(50);
-    QCOMPARE(selectionOf(widget), QSet<int>{50});
-    widget.palette()->setColor(50, RGBA{1, 2, 3, 4});
-    QCOMPARE(changes.count(), 1);
-    QVERIFY(shows(foreground, 50));
-    RGBA copy[256];
-    palette->copyTo(copy);
-    QCOMPARE(toQRgb(copy[50]), palette->rgbAt(50));
-    QCOMPARE(int(palette->indexOf(QColor(1, 2, 3, 4))), 50);
-    {
-        TakingTool tool;
-        palette->setTool(&tool);
-        click(widget, 60);
-        click(widget, 70, Qt::RightButton);
-        QCOMPARE(tool.taken, QVector<int>({60, 70}));
-        QCOMPARE(palette->foregroundIndex() * 1000 + palette->backgroundIndex(), 60040);
-    }
-    click(widget, 71, Qt::RightButton); // the tool is gone
-    palette->colorClicked(999, Qt::LeftButton);
-    QCOMPARE(palette->foregroundIndex() * 1000 + palette->backgroundIndex(), 60071);
-    delete foreground; // the host's bar went
-    palette->setForegroundIndex(1);
-    delete palette;
-    QVERIFY(!background);
-}
+    Q_OBJECT
 
-void tst_PaletteWidget::remapWidgetHoldsPairs()
-{
-    PaletteRemapWidget widget(true);
-    QCOMPARE(widget.sizeHint(), QSize(12, 24));
-    QVERIFY(!widget.setCurrent(1));
-    widget.setCount(99);
-    QCOMPARE(widget.minimumSizeHint(), QSize(144, 24));
-    widget.resize(200, 40);
-    QSignalSpy currents(&widget, &PaletteRemapWidget::currentChanged);
-    QTest::mouseClick(&widget, Qt::LeftButton, {}, {15, 20});
-    QTest::mouseClick(&widget, Qt::LeftButton, {}, {150, 20}); // beside it
-    QTest::mouseClick(&widget, Qt::LeftButton, {}, {-2, 20});
-    QTest::keyClick(&widget, Qt::Key_Right);
-    QTest::keyClick(&widget, Qt::Key_Up);
-    QCOMPARE(currents, QList<QVariantList>({{1}, {2}, {1}}));
-    widget.setFirst(200);
-    widget.setSecond(7);
-    QCOMPARE(widget.pair(1), QPoint(200, 7));
-    QCOMPARE(widget.pair(-1) + widget.pair(12), QPoint());
-    auto palette = std::make_unique<MonoPalette>();
-    widget.setColors(palette.get());
-    const QImage image = pictureOf(widget);
-    QCOMPARE(image.pixel(12 + 4, 4), 0xffffffff);
-    QCOMPARE(image.pixel(12, 0), 0xffffffff); // the current pair is filled
-    QCOMPARE(image.pixel(24, 0), 0xff808080);
-    QCOMPARE(image.pixel(24 + 4, 16), 0xff000000);
-    palette.reset();
-    QCOMPARE(pictureOf(widget).pixel(12 + 4, 4), 0xff000000);
-    PaletteRemapWidget upright(false);
-    upright.setCount(3);
-    QCOMPARE(upright.sizeHint(), QSize(24, 36));
-    QCOMPARE(upright.cellAt({20, 30}), 2);
-    upright.setCurrent(2);
-    upright.setCount(0);
-    QCOMPARE(upright.current() * 10 + upright.count(), 1);
-}
+private Q_SLOTS:
+    void keepsARingOfTwelvePages()
+    {
+        PaletteWidget widget;
+        QSignalSpy changes(&widget, &PaletteWidget::changed);
+        const auto edit = [&](uchar value) {
+            widget.palette()->setColor(uchar(0), RGBA{value, 0, 0, 255});
+        };
+        const auto red = [&] { return int(widget.palette()->at(0).r); };
+        for (uchar i = 1; i <= 14; ++i)
+            edit(i);
+        QCOMPARE(changes.count(), 14);
+        for (int undone = 0; undone < 13; ++undone)
+            widget.undo();
+        QCOMPARE(red(), 3); // eleven steps back, and no more
+        QCOMPARE(changes.count(), 14 + 11);
+        widget.redo();
+        QCOMPARE(red(), 4);
+        edit(77);
+        widget.redo(); // what was ahead is lost
+        QCOMPARE(red(), 77);
+        widget.lock();
+        edit(78);
+        widget.undo();
+        widget.flatten();
+        widget.reset();
+        QCOMPARE(red(), 78);
+        widget.unlock();
+        widget.undo();
+        QCOMPARE(red(), 4);
+        widget.flatten();
+        widget.undo();
+        widget.redo();
+        QCOMPARE(red(), 4);
+        const int before = changes.count();
+        widget.reset();
+        QCOMPARE(colorsOf(widget), Colors(256, 0));
+        QCOMPARE(changes.count(), before);
+    }
+
+    void clicksSelect_data()
+    {
+        columns<int, int, bool, bool, QVector<int>, QVector<int>, QString>(
+            "button", "keys", "multi", "selectable", "before", "after", "told");
+        const int left = Qt::LeftButton;
+        const int right = Qt::RightButton;
+        const int ctrl = Qt::ControlModifier;
+        const int shift = Qt::ShiftModifier;
+        using Cells = QVector<int>;
+        addRow("left", left, 0, true, true, Cells{1, 9}, Cells{5}, "sc");
+        addRow("ctrl", left, ctrl, true, true, Cells{1, 9}, Cells{1, 5, 9}, "sc");
+        addRow("ctrl, one", left, ctrl, false, true, Cells{1}, Cells{5}, "sc");
+        addRow("shift, up to", left, shift, true, true, Cells{1, 3}, Cells{3, 4, 5}, "smc");
+        addRow("shift, down to", left, shift, true, true, Cells{2, 7}, Cells{5, 6, 7}, "smc");
+        addRow("shift, alone", left, shift, true, true, Cells{}, Cells{5}, "sc");
+        addRow("shift, one", left, shift, false, true, Cells{1}, Cells{5}, "sc");
+        addRow("right", right, 0, true, true, Cells{4, 5}, Cells{4}, "sc");
+        addRow("middle", int(Qt::MiddleButton), 0, true, true, Cells{4}, Cells{4}, "c");
+        addRow("not selectable", left, 0, true, false, Cells{4}, Cells{4}, "c");
+    }
+
+    void clicksSelect()
+    {
+        const auto [button, keys, multi, selectable, before, after, told] =
+            row<int, int, bool, bool, QVector<int>, QVector<int>, QString>();
+        PaletteWidget widget;
+        widget.resize(widget.sizeHint());
+        widget.setMultiSelect(multi);
+        widget.setSelect(selectable);
+        for (int cell : before)
+            widget.selection[cell] = true;
+        const auto pressed = Qt::MouseButton(button);
+        QString heard;
+        connect(&widget, &PaletteWidget::selectionChanged, [&] { heard += 's'; });
+        connect(&widget, &PaletteWidget::multiColorClick, [&] { heard += 'm'; });
+        connect(&widget, &PaletteWidget::colorClick, [&](ushort index, Qt::MouseButton with) {
+            heard += index == 5 && with == pressed ? "c" : "?";
+        });
+        click(widget, 5, pressed, Qt::KeyboardModifiers(keys));
+        QCOMPARE(heard, told);
+        QCOMPARE(selectionOf(widget), QSet<int>(after.begin(), after.end()));
+        QCOMPARE(widget.firstSelection(), after.value(0, -1));
+    }
+
+    void dragsShiftTheColorsBetween_data()
+    {
+        // -1: nothing
+        columns<int, QPoint, int>("from", "to", "target");
+        addRow("down", 3, middleOf(10), 10);
+        addRow("up", 10, middleOf(3), 3);
+        addRow("to the end", 0, middleOf(255), 255);
+        addRow("to the start", 255, middleOf(0), 0);
+        addRow("outside left", 3, QPoint(-1, 5), -1);
+        addRow("outside right", 3, QPoint(192, 5), -1);
+        addRow("outside below", 3, QPoint(5, 193), -1);
+        addRow("far away", 3, QPoint(-40000, 90000), -1);
+    }
+
+    void dragsShiftTheColorsBetween()
+    {
+        const auto [from, to, target] = row<int, QPoint, int>();
+        PaletteWidget widget;
+        widget.resize(widget.sizeHint());
+        fillWith(widget, 4);
+        const Colors before = colorsOf(widget);
+        QSignalSpy changes(&widget, &PaletteWidget::changed);
+        QSignalSpy moves(&widget, &PaletteWidget::colorMoved);
+        drag(widget, middleOf(from), to);
+        Colors wanted = before;
+        if (target >= 0)
+            wanted.move(from, target);
+        QCOMPARE(colorsOf(widget), wanted);
+        QCOMPARE(changes.count(), int(target >= 0));
+        QCOMPARE(moves.count(), int(target >= 0));
+        if (target >= 0)
+            QCOMPARE(moves[0], QVariantList({ushort(from), ushort(target)}));
+        widget.undo();
+        QCOMPARE(colorsOf(widget), before);
+    }
+
+    void dropsWhatIsCutOff_data()
+    {
+        columns<int>("how");
+        const char *names[] = {"other button", "hidden",     "disabled",
+                               "fewer colors", "back again", "double click"};
+        for (int how = 0; how < 6; ++how)
+            addRow(names[how], how);
+    }
+
+    void dropsWhatIsCutOff()
+    {
+        QFETCH(int, how);
+        PaletteWidget widget;
+        widget.resize(widget.sizeHint());
+        fillWith(widget, 4);
+        widget.show();
+        const Colors before = colorsOf(widget);
+        QTest::mousePress(&widget, Qt::LeftButton, {}, middleOf(200));
+        move(widget, middleOf(100));
+        if (how == 0) {
+            QTest::mousePress(&widget, Qt::RightButton, {}, middleOf(9));
+        } else if (how == 1) {
+            widget.hide();
+        } else if (how == 2) {
+            widget.setEnabled(false);
+            widget.setEnabled(true);
+        } else if (how == 3) {
+            widget.setColorCount(32);
+        } else if (how == 4) {
+            move(widget, middleOf(200));
+        } else {
+            QTest::mouseDClick(&widget, Qt::LeftButton, {}, middleOf(3));
+        }
+        QTest::mouseRelease(&widget, Qt::LeftButton, {}, middleOf(how == 4 ? 200 : 20));
+        QCOMPARE(colorsOf(widget), before);
+    }
+
+    void followsThePlainUser_data()
+    {
+        columns<quint32>("seed");
+        for (quint32 seed = 1; seed <= 4; ++seed)
+            QTest::addRow("seed %u", seed) << seed;
+    }
+
+    /// A user who clicks, drags, edits, undoes and locks at random.
+    void followsThePlainUser()
+    {
+        QFETCH(quint32, seed);
+        QRandomGenerator dice(seed);
+        PaletteWidget widget;
+        widget.resize(widget.sizeHint());
+        PlainRing ring;
+        QSet<int> selected;
+        for (int step = 0; step < 600; ++step) {
+            const int kind = dice.bounded(40);
+            const int cell = dice.bounded(256);
+            const int other = dice.bounded(256);
+            const auto edited = [&](const Colors &colors) {
+                if (widget.isLocked())
+                    ring.pages[ring.shown] = colors;
+                else
+                    ring.edit(colors);
+            };
+            if (kind < 12) {
+                const RGBA color = fromQRgb(dice.generate());
+                widget.palette()->setColor(uchar(cell), color);
+                Colors colors = ring.colors();
+                colors[cell] = toQRgb(color);
+                edited(colors);
+            } else if (kind < 18 && cell != other) {
+                drag(widget, middleOf(cell), middleOf(other));
+                Colors colors = ring.colors();
+                colors.move(cell, other);
+                edited(colors);
+            } else if (kind < 24) {
+                widget.undo();
+                ring.shown -= !widget.isLocked() && ring.shown > 0;
+            } else if (kind < 28) {
+                widget.redo();
+                ring.shown += !widget.isLocked() && ring.shown + 1 < ring.pages.size();
+            } else if (kind == 28) {
+                widget.isLocked() ? widget.unlock() : widget.lock();
+            } else if (kind == 29 && !widget.isLocked()) {
+                dice.bounded(3) ? widget.flatten() : widget.reset();
+                if (ring.shown > 0 || colorsOf(widget) != ring.colors())
+                    ring.reset(colorsOf(widget) == ring.colors() ? ring.colors() : Colors(256, 0));
+            } else if (kind < 34) {
+                click(widget, cell);
+                selected = {cell};
+            } else if (kind < 37) {
+                click(widget, cell, Qt::LeftButton, Qt::ControlModifier);
+                selected.insert(cell);
+            } else if (kind == 37) {
+                click(widget, cell, Qt::RightButton);
+                selected.remove(cell);
+            } else if (!selected.isEmpty()) {
+                click(widget, cell, Qt::LeftButton, Qt::ShiftModifier);
+                const int last = *std::max_element(selected.begin(), selected.end());
+                selected.clear();
+                for (int i = qMin(cell, last); i <= qMax(cell, last); ++i)
+                    selected.insert(i);
+            }
+            QVERIFY2(colorsOf(widget) == ring.colors(), qPrintable(QString("step %1").arg(step)));
+            QCOMPARE(selectionOf(widget), selected);
+        }
+    }
+
+    void laysOutItsCells_data()
+    {
+        // in a widget of 300 by 300
+        columns<int, int, int, QSize, QPoint, int>("cellSize", "columns", "colors", "hint", "point",
+                                                   "cell");
+        addRow("at the start", 12, 16, 256, QSize(192, 192), QPoint(54, 0), 0);
+        addRow("left of it", 12, 16, 256, QSize(192, 192), QPoint(53, 0), -1);
+        addRow("last", 12, 16, 256, QSize(192, 192), QPoint(245, 191), 255);
+        addRow("right of it", 12, 16, 256, QSize(192, 192), QPoint(246, 191), -1);
+        addRow("below", 12, 16, 256, QSize(192, 192), QPoint(100, 192), -1);
+        addRow("part of a row", 10, 8, 20, QSize(80, 30), QPoint(145, 25), 19);
+        addRow("after the last", 10, 8, 20, QSize(80, 30), QPoint(155, 25), -1);
+        addRow("none", 10, 8, 0, QSize(80, 0), QPoint(110, 0), -1);
+        addRow("sizes of 0", 0, -3, 4, QSize(1, 4), QPoint(149, 3), 3);
+        addRow("huge", 1, 70000, 65535, QSize(255, 2), QPoint(22, 1), 255);
+        addRow("huge cells", 70000, 2, 3, QSize(510, 510), QPoint(299, 299), -1);
+    }
+
+    void laysOutItsCells()
+    {
+        const auto [cellSize, columns, colors] = row<int, int, int>();
+        PaletteWidget widget;
+        widget.resize(300, 300);
+        widget.selection[255] = true;
+        widget.setCellSize(cellSize);
+        widget.setColumnCount(columns);
+        widget.setColorCount(ushort(colors));
+        QTEST(widget.sizeHint(), "hint");
+        QTEST(widget.minimumSizeHint(), "hint");
+        QFETCH(QPoint, point);
+        QTEST(widget.cellAt(point), "cell");
+        QCOMPARE(widget.isSelected(255), colors >= 256);
+        drag(widget, point, {});
+        widget.grab();
+    }
+
+    void paintsItsCells()
+    {
+        PaletteWidget widget;
+        widget.resize(widget.sizeHint());
+        const QRgb gray = QColor(Qt::gray).rgb();
+        widget.palette()->setColor(uchar(0), RGBA{10, 200, 30, 255});
+        widget.palette()->setColor(1, RGBA{10, 200, 30, 255});
+        widget.palette()->setColor(2, RGBA{0, 0, 0, 0});
+        widget.selection[1] = true;
+        QImage image = pictureOf(widget);
+        const auto at = [&](int cell, int x, int y) { return image.pixel(cell * 12 + x, y); };
+        const QRgb sunken = 0xff808080, raised = 0xffffffff;
+        const QRgb full = qRgb(10, 200, 30), selected = qRgb(138, 255, 158);
+        const struct {
+            int cell;
+            QPoint point;
+            QRgb color;
+        } shown[] = {
+            {0, {0, 0}, sunken}, {0, {9, 0}, sunken},   {0, {10, 5}, raised},  {0, {5, 10}, raised},
+            {0, {1, 1}, full},   {0, {9, 9}, full},     {1, {0, 0}, full},     {1, {10, 10}, full},
+            {1, {3, 3}, full},   {1, {2, 2}, selected}, {1, {8, 5}, selected}, {2, {3, 3}, gray},
+            {2, {8, 8}, gray},   {2, {8, 3}, raised},   {2, {3, 8}, raised},
+        };
+        for (const auto &[cell, point, color] : shown)
+            QCOMPARE(at(cell, point.x(), point.y()), color);
+
+        const QRgb ground = image.pixel(11, 5);
+        QTest::mousePress(&widget, Qt::LeftButton, {}, {2, 3});
+        move(widget, {26, 63}); // cell 0 at (24, 60)
+        image = pictureOf(widget);
+        QCOMPARE(at(0, 5, 5), ground);
+        QCOMPARE(image.pixel(24 + 5, 60 + 5), qRgb(10, 200, 30));
+        widget.setRedistributable(true);
+        image = pictureOf(widget);
+        QCOMPARE(at(0, 5, 5), qRgb(10, 200, 30)); // cell 1 has made room
+        QCOMPARE(at(1, 2, 2), gray);
+        move(widget, {-30, -30});
+        image = pictureOf(widget);
+        QCOMPARE(at(0, 1, 1), qRgb(10, 200, 30)); // back in its place
+        QCOMPARE(at(0, 0, 0), 0xff808080);
+        QTest::mouseRelease(&widget, Qt::LeftButton, {}, {-30, -30});
+    }
+
+    void tellsTheColorUnderTheMouse()
+    {
+        PaletteWidget widget;
+        widget.resize(widget.sizeHint());
+        widget.show();
+        QVERIFY(widget.hasMouseTracking());
+        widget.palette()->setColor(17, RGBA{1, 22, 133, 4});
+        move(widget, middleOf(17));
+        QTRY_COMPARE(QToolTip::text(), "1, 22, 133, 4");
+        QSignalSpy doubles(&widget, &PaletteWidget::colorDblClick);
+        QTest::mouseDClick(&widget, Qt::LeftButton, {}, middleOf(17));
+        QTest::mouseDClick(&widget, Qt::LeftButton, {}, {-4, 4});
+        QCOMPARE(doubles.count(), 1);
+        QCOMPARE(doubles[0][0].toInt(), 17);
+    }
+
+    void handlersMayEndTheWidget_data()
+    {
+        columns<int>("which");
+        const char *names[] = {"changed", "click", "double click", "moved", "range", "selection"};
+        for (int which = 0; which < 6; ++which)
+            addRow(names[which], which);
+    }
+
+    void handlersMayEndTheWidget()
+    {
+        QFETCH(int, which);
+        auto *widget = new PaletteWidget;
+        widget->resize(widget->sizeHint());
+        widget->selection[7] = true;
+        int heard = 0;
+        const auto end = [&] {
+            ++heard;
+            delete widget;
+        };
+        ColorPalette palette(widget);
+        const auto hear = [&](auto... signal) {
+            int number = 0;
+            ((number++ == which ? void(connect(widget, signal, end)) : void()), ...);
+        };
+        hear(&PaletteWidget::changed, &PaletteWidget::colorClick, &PaletteWidget::colorDblClick,
+             &PaletteWidget::colorMoved, &PaletteWidget::multiColorClick,
+             &PaletteWidget::selectionChanged);
+        const auto send = [&](QEvent::Type type, int cell, Qt::KeyboardModifiers keys = {}) {
+            QMouseEvent event(type, middleOf(cell), Qt::LeftButton, Qt::LeftButton, keys);
+            static_cast<QObject *>(widget)->event(&event);
+        };
+        if (which == 2) {
+            send(QEvent::MouseButtonDblClick, 3);
+        } else {
+            const bool drags = which == 0 || which == 3;
+            send(QEvent::MouseButtonPress, 3);
+            if (drags)
+                send(QEvent::MouseMove, 9);
+            send(QEvent::MouseButtonRelease, drags ? 9 : 3,
+                 which == 4 ? Qt::ShiftModifier : Qt::NoModifier);
+        }
+        QCOMPARE(heard, 1);
+        palette.setForegroundIndex(9); // without its widget
+        QCOMPARE(palette.rgbAt(9), 0u);
+        QCOMPARE(palette.colors()[255].a, uchar(0));
+        QCOMPARE(int(palette.indexOf(Qt::red)), 0);
+    }
+
+    void colorPaletteFollowsClicks()
+    {
+        PaletteWidget widget;
+        widget.resize(widget.sizeHint());
+        fillWith(widget, 6);
+        auto *palette = new ColorPalette(&widget);
+        QPointer<ColorWidget> foreground = palette->foregroundWidget();
+        QPointer<ColorWidget> background = palette->backgroundWidget();
+        QCOMPARE(foreground->toolTip() + background->toolTip(), "Foreground colorBackground color");
+        const auto shows = [&](ColorWidget *shown, int index) {
+            return shown->color().rgba() == toQRgb(widget.palette()->at(uchar(index)));
+        };
+        QSignalSpy changes(palette, &ImagePalette::paletteChanged);
+        click(widget, 30);
+        click(widget, 40, Qt::RightButton);
+        QCOMPARE(palette->foregroundIndex() * 1000 + palette->backgroundIndex(), 30040);
+        QVERIFY(shows(foreground, 30) && shows(background, 40));
+        QCOMPARE(selectionOf(widget), QSet<int>{30});
+        click(widget, 33, Qt::LeftButton, Qt::ControlModifier);
+        QCOMPARE(selectionOf(widget), QSet<int>({30, 33})); // the selection stays
+        palette->setForegroundIndex(50);
+        QCOMPARE(selectionOf(widget), QSet<int>{50});
+        widget.palette()->setColor(50, RGBA{1, 2, 3, 4});
+        QCOMPARE(changes.count(), 1);
+        QVERIFY(shows(foreground, 50));
+        RGBA copy[256];
+        palette->copyTo(copy);
+        QCOMPARE(toQRgb(copy[50]), palette->rgbAt(50));
+        QCOMPARE(int(palette->indexOf(QColor(1, 2, 3, 4))), 50);
+        {
+            TakingTool tool;
+            palette->setTool(&tool);
+            click(widget, 60);
+            click(widget, 70, Qt::RightButton);
+            QCOMPARE(tool.taken, QVector<int>({60, 70}));
+            QCOMPARE(palette->foregroundIndex() * 1000 + palette->backgroundIndex(), 60040);
+        }
+        click(widget, 71, Qt::RightButton); // the tool is gone
+        palette->colorClicked(999, Qt::LeftButton);
+        QCOMPARE(palette->foregroundIndex() * 1000 + palette->backgroundIndex(), 60071);
+        delete foreground; // the host's bar went
+        palette->setForegroundIndex(1);
+        delete palette;
+        QVERIFY(!background);
+    }
+
+    void remapWidgetHoldsPairs()
+    {
+        PaletteRemapWidget widget(true);
+        QCOMPARE(widget.sizeHint(), QSize(12, 24));
+        QVERIFY(!widget.setCurrent(1));
+        widget.setCount(99);
+        QCOMPARE(widget.minimumSizeHint(), QSize(144, 24));
+        widget.resize(200, 40);
+        QSignalSpy currents(&widget, &PaletteRemapWidget::currentChanged);
+        QTest::mouseClick(&widget, Qt::LeftButton, {}, {15, 20});
+        QTest::mouseClick(&widget, Qt::LeftButton, {}, {150, 20}); // beside it
+        QTest::mouseClick(&widget, Qt::LeftButton, {}, {-2, 20});
+        QTest::keyClick(&widget, Qt::Key_Right);
+        QTest::keyClick(&widget, Qt::Key_Up);
+        QCOMPARE(currents, QList<QVariantList>({{1}, {2}, {1}}));
+        widget.setFirst(200);
+        widget.setSecond(7);
+        QCOMPARE(widget.pair(1), QPoint(200, 7));
+        QCOMPARE(widget.pair(-1) + widget.pair(12), QPoint());
+        auto palette = std::make_unique<MonoPalette>();
+        widget.setColors(palette.get());
+        const QImage image = pictureOf(widget);
+        QCOMPARE(image.pixel(12 + 4, 4), 0xffffffff);
+        QCOMPARE(image.pixel(12, 0), 0xffffffff); // the current pair is filled
+        QCOMPARE(image.pixel(24, 0), 0xff808080);
+        QCOMPARE(image.pixel(24 + 4, 16), 0xff000000);
+        palette.reset();
+        QCOMPARE(pictureOf(widget).pixel(12 + 4, 4), 0xff000000);
+        PaletteRemapWidget upright(false);
+        upright.setCount(3);
+        QCOMPARE(upright.sizeHint(), QSize(24, 36));
+        QCOMPARE(upright.cellAt({20, 30}), 2);
+        upright.setCurrent(2);
+        upright.setCount(0);
+        QCOMPARE(upright.current() * 10 + upright.count(), 1);
+    }
+};
 
 QTEST_MAIN(tst_PaletteWidget)
 #include "tst_palettewidget.moc"

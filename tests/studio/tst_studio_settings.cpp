@@ -1,148 +1,16 @@
 #include <hostkit/dialogplaces.h>
 #include <hostkit/settings.h>
 #include <hostkit/theme.h>
+#include <tests/support/rows.h>
 #include <viewportpage.h>
 
-#include <QCheckBox>
-#include <QComboBox>
-#include <QDoubleSpinBox>
-#include <QLineEdit>
-#include <QMessageBox>
-#include <QMetaProperty>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QtTest>
+#include <QtTest/QtTest>
+#include <QtWidgets/QtWidgets>
 
 #include <cmath>
 
 using HostKit::Settings;
 using HostKit::Theme;
-
-class tst_studio_settings : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void valuesAreFoundAgainByAnotherStart_data();
-    void valuesAreFoundAgainByAnotherStart();
-    void storedBeatsDefaultBeatsFallback();
-    void recentProjectsAreNewestFirstAndFew();
-    void viewportPageKeepsItsFields();
-    void dialogsOpenWhereTheyWereLeft();
-    void codeIsReadable_data();
-    void codeIsReadable();
-    void ownColorsBelongToOneTheme();
-
-private:
-    QString fileName() const { return m_directory->filePath("studio.ini"); }
-
-    std::unique_ptr<QTemporaryDir> m_directory;
-};
-
-void tst_studio_settings::init()
-{
-    m_directory = std::make_unique<QTemporaryDir>();
-    QVERIFY(m_directory->isValid());
-}
-
-void tst_studio_settings::valuesAreFoundAgainByAnotherStart_data()
-{
-    QTest::addColumn<QVariant>("value");
-    QTest::newRow("false") << QVariant(false);
-    QTest::newRow("negative number") << QVariant(-12);
-    QTest::newRow("text with a comma and quotes") << QVariant(QStringLiteral("a, \"b\" = ü"));
-    QTest::newRow("list of paths") << QVariant(QStringList{"/a b", "/c,d"});
-    QTest::newRow("rectangle") << QVariant(QRect(-3, 4, 50, 60));
-    QTest::newRow("bytes") << QVariant(QByteArray("\0\1\xff", 3));
-}
-
-void tst_studio_settings::valuesAreFoundAgainByAnotherStart()
-{
-    QFETCH(QVariant, value);
-    {
-        Settings settings(fileName());
-        settings.setValue("group/key", value);
-        QCOMPARE(settings.value("group/key"), value);
-    }
-    Settings again(fileName());
-    QVariant read = again.value("group/key");
-    QVERIFY(read.convert(int(value.type())));
-    QCOMPARE(read, value);
-}
-
-void tst_studio_settings::storedBeatsDefaultBeatsFallback()
-{
-    Settings settings(fileName());
-    QCOMPARE(settings.value("no_such_key", 7), QVariant(7));
-    QVERIFY(!settings.value("no_such_key").isValid());
-    QVERIFY(settings.value("parseCode", false).toBool());
-    settings.setValue("parseCode", false);
-    QVERIFY(!settings.value("parseCode", true).toBool());
-    settings.setValue("parseCode", QVariant());
-    QVERIFY(settings.value("parseCode", false).toBool());
-}
-
-void tst_studio_settings::recentProjectsAreNewestFirstAndFew()
-{
-    {
-        Settings settings(fileName());
-        for (int i = 0; i < 14; ++i)
-            settings.addRecentProject(QStringLiteral("/p/%1").arg(i));
-        QSignalSpy told(&settings, &Settings::recentChanged);
-        settings.addRecentProject("/p/9/");
-        settings.removeRecentProject("/p/12/");
-        QCOMPARE(told.count(), 2);
-        settings.addRecentProject("/p/9");
-        settings.removeRecentProject("/p/12");
-        QCOMPARE(told.count(), 2);
-    }
-    Settings again(fileName());
-    QCOMPARE(again.recentProjects(), (QStringList{"/p/9", "/p/13", "/p/11", "/p/10", "/p/8", "/p/7",
-                                                  "/p/6", "/p/5", "/p/4"}));
-}
-
-// Every field is stored under the key that its name ends in, and shown again.
-void tst_studio_settings::viewportPageKeepsItsFields()
-{
-    const auto fields = [](const Studio::ViewportPage &page) {
-        QVariantMap values;
-        for (const QWidget *field :
-             page.findChildren<QWidget *>(QRegularExpression("^settings_"))) {
-            const QByteArray value = field->metaObject()->userProperty().name();
-            const bool isChoice = field->inherits("QComboBox");
-            if (!field->inherits("QToolButton"))
-                values[field->objectName()] =
-                    field->property(isChoice ? "currentIndex" : value.constData());
-        }
-        return values;
-    };
-    QVariantMap changed;
-    {
-        Settings settings(fileName());
-        Studio::ViewportPage page(settings);
-        const QVariantMap before = fields(page);
-        for (auto *box : page.findChildren<QComboBox *>())
-            box->setCurrentIndex(box->currentIndex() ? 0 : box->count() - 1);
-        for (auto *box : page.findChildren<QCheckBox *>())
-            box->toggle();
-        for (auto *box : page.findChildren<QSpinBox *>())
-            box->setValue(-7);
-        for (auto *box : page.findChildren<QDoubleSpinBox *>())
-            box->setValue(0.15);
-        for (auto *edit : page.findChildren<QLineEdit *>(QRegularExpression("^settings_")))
-            edit->setText("/a b/" + edit->objectName());
-        changed = fields(page);
-        QVERIFY(changed.size() > 15);
-        for (auto value = changed.cbegin(); value != changed.cend(); ++value)
-            QVERIFY2(value.value() != before[value.key()], qPrintable(value.key()));
-        page.apply();
-    }
-    Settings again(fileName());
-    QCOMPARE(fields(Studio::ViewportPage(again)), changed);
-    QCOMPARE(again.value("box_opacity").toDouble(), 0.15);
-    QCOMPARE(again.value("background_x").toInt(), -7);
-}
 
 namespace
 {
@@ -166,89 +34,203 @@ double contrast(const QColor &one, const QColor &other)
 
 } // namespace
 
-void tst_studio_settings::dialogsOpenWhereTheyWereLeft()
+class tst_studio_settings : public QObject
 {
-    const QRect left(120, 90, 333, 222);
-    const auto showsThere = [&](QDialog &&dialog, const char *name) {
-        Settings settings(fileName());
-        HostKit::DialogPlaces places(settings);
-        dialog.setObjectName(name);
-        dialog.show();
-        const bool isThere = dialog.geometry() == left;
-        dialog.setGeometry(left);
-        dialog.close();
-        return isThere;
-    };
-    for (const bool isLater : {false, true}) {
-        QCOMPARE(showsThere(QDialog(), "search"), isLater);
-        QVERIFY(!showsThere(QDialog(), ""));
-        QVERIFY(!showsThere(QMessageBox(), "box"));
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        m_directory = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_directory->isValid());
     }
-}
 
-void tst_studio_settings::codeIsReadable_data()
-{
-    QTest::addColumn<QString>("themeName");
-    QTest::addColumn<bool>("dark");
-    QTest::newRow("light") << "light" << false;
-    QTest::newRow("dark") << "dark" << true;
-}
+    void valuesAreFoundAgainByAnotherStart_data()
+    {
+        columns<QVariant>("value");
+        addRow("false", QVariant(false));
+        addRow("negative number", QVariant(-12));
+        addRow("text with a comma and quotes", QVariant(QStringLiteral("a, \"b\" = ü")));
+        addRow("list of paths", QVariant(QStringList{"/a b", "/c,d"}));
+        addRow("rectangle", QVariant(QRect(-3, 4, 50, 60)));
+        addRow("bytes", QVariant(QByteArray("\0\1\xff", 3)));
+    }
 
-void tst_studio_settings::codeIsReadable()
-{
-    QFETCH(QString, themeName);
-    QFETCH(bool, dark);
-    Settings settings(fileName());
-    settings.setValue("theme", themeName);
-    const Theme theme(settings);
-    theme.apply();
-    QCOMPARE(Theme::isDark(), dark);
-    const QPalette palette = QApplication::palette();
-    // The block around the cursor stands out by 40 on a dark ground and by 30 on a light one.
-    const QColor block = theme.color(QStringLiteral("block_range"));
-    const int shift = dark ? 40 : -30;
-    const QColor innermost(block.red() + shift, block.green() + shift, block.blue() + shift);
-    QVERIFY(contrast(Qt::white, theme.color(QStringLiteral("paren_error"))) >= 4.5);
-    QVERIFY(Theme::entries().contains(QLatin1String("paren_error")));
-    for (const QColor &ground : {palette.color(QPalette::Base), theme.color(QStringLiteral("line")),
-                                 theme.color(QStringLiteral("paren_range")), innermost}) {
-        for (int token = 0; token < 10; ++token) {
-            const QColor color = theme.color(QStringLiteral("token%1").arg(token));
-            QVERIFY2(contrast(color, ground) >= 4.5,
-                     qPrintable(QStringLiteral("token %1 %2 on %3: %4")
-                                    .arg(token)
-                                    .arg(color.name(), ground.name())
-                                    .arg(contrast(color, ground))));
+    void valuesAreFoundAgainByAnotherStart()
+    {
+        QFETCH(QVariant, value);
+        {
+            Settings settings(fileName());
+            settings.setValue("group/key", value);
+            QCOMPARE(settings.value("group/key"), value);
+        }
+        Settings again(fileName());
+        QVariant read = again.value("group/key");
+        QVERIFY(read.convert(int(value.type())));
+        QCOMPARE(read, value);
+    }
+
+    void storedBeatsDefaultBeatsFallback()
+    {
+        Settings settings(fileName());
+        QCOMPARE(settings.value("no_such_key", 7), QVariant(7));
+        QVERIFY(!settings.value("no_such_key").isValid());
+        QVERIFY(settings.value("parseCode", false).toBool());
+        settings.setValue("parseCode", false);
+        QVERIFY(!settings.value("parseCode", true).toBool());
+        settings.setValue("parseCode", QVariant());
+        QVERIFY(settings.value("parseCode", false).toBool());
+    }
+
+    void recentProjectsAreNewestFirstAndFew()
+    {
+        {
+            Settings settings(fileName());
+            for (int i = 0; i < 14; ++i)
+                settings.addRecentProject(QStringLiteral("/p/%1").arg(i));
+            QSignalSpy told(&settings, &Settings::recentChanged);
+            settings.addRecentProject("/p/9/");
+            settings.removeRecentProject("/p/12/");
+            QCOMPARE(told.count(), 2);
+            settings.addRecentProject("/p/9");
+            settings.removeRecentProject("/p/12");
+            QCOMPARE(told.count(), 2);
+        }
+        Settings again(fileName());
+        QCOMPARE(again.recentProjects(), (QStringList{"/p/9", "/p/13", "/p/11", "/p/10", "/p/8",
+                                                      "/p/7", "/p/6", "/p/5", "/p/4"}));
+    }
+
+    // Every field is stored under the key that its name ends in, and shown again.
+    void viewportPageKeepsItsFields()
+    {
+        const auto fields = [](const Studio::ViewportPage &page) {
+            QVariantMap values;
+            for (const QWidget *field :
+                 page.findChildren<QWidget *>(QRegularExpression("^settings_"))) {
+                const QByteArray value = field->metaObject()->userProperty().name();
+                const bool isChoice = field->inherits("QComboBox");
+                if (!field->inherits("QToolButton"))
+                    values[field->objectName()] =
+                        field->property(isChoice ? "currentIndex" : value.constData());
+            }
+            return values;
+        };
+        QVariantMap changed;
+        {
+            Settings settings(fileName());
+            Studio::ViewportPage page(settings);
+            const QVariantMap before = fields(page);
+            for (auto *box : page.findChildren<QComboBox *>())
+                box->setCurrentIndex(box->currentIndex() ? 0 : box->count() - 1);
+            for (auto *box : page.findChildren<QCheckBox *>())
+                box->toggle();
+            for (auto *box : page.findChildren<QSpinBox *>())
+                box->setValue(-7);
+            for (auto *box : page.findChildren<QDoubleSpinBox *>())
+                box->setValue(0.15);
+            for (auto *edit : page.findChildren<QLineEdit *>(QRegularExpression("^settings_")))
+                edit->setText("/a b/" + edit->objectName());
+            changed = fields(page);
+            QVERIFY(changed.size() > 15);
+            for (auto value = changed.cbegin(); value != changed.cend(); ++value)
+                QVERIFY2(value.value() != before[value.key()], qPrintable(value.key()));
+            page.apply();
+        }
+        Settings again(fileName());
+        QCOMPARE(fields(Studio::ViewportPage(again)), changed);
+        QCOMPARE(again.value("box_opacity").toDouble(), 0.15);
+        QCOMPARE(again.value("background_x").toInt(), -7);
+    }
+
+    void dialogsOpenWhereTheyWereLeft()
+    {
+        const QRect left(120, 90, 333, 222);
+        const auto showsThere = [&](QDialog &&dialog, const char *name) {
+            Settings settings(fileName());
+            HostKit::DialogPlaces places(settings);
+            dialog.setObjectName(name);
+            dialog.show();
+            const bool isThere = dialog.geometry() == left;
+            dialog.setGeometry(left);
+            dialog.close();
+            return isThere;
+        };
+        for (const bool isLater : {false, true}) {
+            QCOMPARE(showsThere(QDialog(), "search"), isLater);
+            QVERIFY(!showsThere(QDialog(), ""));
+            QVERIFY(!showsThere(QMessageBox(), "box"));
         }
     }
-    for (const auto &pair : {qMakePair(QPalette::WindowText, QPalette::Window),
-                             qMakePair(QPalette::ButtonText, QPalette::Button),
-                             qMakePair(QPalette::Text, QPalette::AlternateBase),
-                             qMakePair(QPalette::PlaceholderText, QPalette::Base),
-                             qMakePair(QPalette::ToolTipText, QPalette::ToolTipBase),
-                             qMakePair(QPalette::HighlightedText, QPalette::Highlight)})
-        QVERIFY(contrast(palette.color(pair.first), palette.color(pair.second)) >= 4.5);
-}
 
-void tst_studio_settings::ownColorsBelongToOneTheme()
-{
-    Settings settings(fileName());
-    const Theme theme(settings);
-    settings.setValue("theme", "light");
-    theme.apply();
-    const QColor delivered = theme.color("token3");
-    settings.setValue(Theme::colorKey("token3"), "#123456");
-    QCOMPARE(theme.color("token3"), QColor("#123456"));
-    settings.setValue("theme", "dark");
-    theme.apply();
-    QVERIFY(theme.color("token3") != QColor("#123456"));
-    settings.setValue("theme", "light");
-    theme.apply();
-    settings.setValue(Theme::colorKey("token3"), "no colour");
-    QCOMPARE(theme.color("token3"), delivered);
-    QCOMPARE(theme.color("paren", true), theme.color("paren2"));
-    QVERIFY(theme.color("no_such_entry").isValid());
-}
+    void codeIsReadable_data()
+    {
+        columns<QString, bool>("themeName", "dark");
+        addRow("light", "light", false);
+        addRow("dark", "dark", true);
+    }
+
+    void codeIsReadable()
+    {
+        const auto [themeName, dark] = row<QString, bool>();
+        Settings settings(fileName());
+        settings.setValue("theme", themeName);
+        const Theme theme(settings);
+        theme.apply();
+        QCOMPARE(Theme::isDark(), dark);
+        const QPalette palette = QApplication::palette();
+        // The block around the cursor stands out by 40 on a dark ground and by 30 on a light one.
+        const QColor block = theme.color(QStringLiteral("block_range"));
+        const int shift = dark ? 40 : -30;
+        const QColor innermost(block.red() + shift, block.green() + shift, block.blue() + shift);
+        QVERIFY(contrast(Qt::white, theme.color(QStringLiteral("paren_error"))) >= 4.5);
+        QVERIFY(Theme::entries().contains(QLatin1String("paren_error")));
+        for (const QColor &ground :
+             {palette.color(QPalette::Base), theme.color(QStringLiteral("line")),
+              theme.color(QStringLiteral("paren_range")), innermost}) {
+            for (int token = 0; token < 10; ++token) {
+                const QColor color = theme.color(QStringLiteral("token%1").arg(token));
+                QVERIFY2(contrast(color, ground) >= 4.5,
+                         qPrintable(QStringLiteral("token %1 %2 on %3: %4")
+                                        .arg(token)
+                                        .arg(color.name(), ground.name())
+                                        .arg(contrast(color, ground))));
+            }
+        }
+        for (const auto &pair : {qMakePair(QPalette::WindowText, QPalette::Window),
+                                 qMakePair(QPalette::ButtonText, QPalette::Button),
+                                 qMakePair(QPalette::Text, QPalette::AlternateBase),
+                                 qMakePair(QPalette::PlaceholderText, QPalette::Base),
+                                 qMakePair(QPalette::ToolTipText, QPalette::ToolTipBase),
+                                 qMakePair(QPalette::HighlightedText, QPalette::Highlight)})
+            QVERIFY(contrast(palette.color(pair.first), palette.color(pair.second)) >= 4.5);
+    }
+
+    void ownColorsBelongToOneTheme()
+    {
+        Settings settings(fileName());
+        const Theme theme(settings);
+        settings.setValue("theme", "light");
+        theme.apply();
+        const QColor delivered = theme.color("token3");
+        settings.setValue(Theme::colorKey("token3"), "#123456");
+        QCOMPARE(theme.color("token3"), QColor("#123456"));
+        settings.setValue("theme", "dark");
+        theme.apply();
+        QVERIFY(theme.color("token3") != QColor("#123456"));
+        settings.setValue("theme", "light");
+        theme.apply();
+        settings.setValue(Theme::colorKey("token3"), "no colour");
+        QCOMPARE(theme.color("token3"), delivered);
+        QCOMPARE(theme.color("paren", true), theme.color("paren2"));
+        QVERIFY(theme.color("no_such_entry").isValid());
+    }
+
+private:
+    QString fileName() const { return m_directory->filePath("studio.ini"); }
+
+    std::unique_ptr<QTemporaryDir> m_directory;
+};
 
 QTEST_MAIN(tst_studio_settings)
 #include "tst_studio_settings.moc"
