@@ -227,7 +227,7 @@ private slots:
     void setters()
     {
         auto [line, property, value] = row<QString, QString, QVariant>();
-        const bool isHeader = line.startsWith(QLatin1Char('@'));
+        const bool isHeader = line.startsWith('@');
         const Document document = fileOf(QString("@animation a\n") + line);
         AnimationCode *animation = document->animations()->at(isHeader ? 1 : 0);
         FrameCode *frame = animation->frameAt(0);
@@ -242,7 +242,7 @@ private slots:
 
     void badValues()
     {
-        const Document document = fileOf(QString::fromLatin1(walk));
+        const Document document = fileOf(walk);
         FrameCode *frame = firstFrame(document);
         frame->setScale({qInf(), 1});
         frame->setAngle(qQNaN());
@@ -250,8 +250,8 @@ private slots:
         frame->setScale({1.0 / 3, 1});
         QVERIFY(qAbs(frame->scale().x() - 1.0 / 3) < 1e-9);
         AnimationCode *animation = document->animations()->at(0);
-        animation->setProperty(QString("Identifier"), QString(" ,; "));
-        QCOMPARE(animation->name(), QString("walk"));
+        animation->setProperty("Identifier", " ,; ");
+        QCOMPARE(animation->name(), "walk");
         QVERIFY(messages(document.get()).isEmpty());
         QCOMPARE(difference(*document), QString());
     }
@@ -266,8 +266,8 @@ private slots:
     void boxes()
     {
         QFETCH(bool, parsesInBrackets);
-        const Document document = fileOf(QString::fromLatin1(walk));
-        document->setOption(QString("parseCode"), parsesInBrackets, false, false);
+        const Document document = fileOf(walk);
+        document->setOption("parseCode", parsesInBrackets, false, false);
         FrameCode *frame = firstFrame(document);
         FrameCode *second = document->animations()->at(0)->frameAt(1);
         ContactBoxesCode *strikes = frame->attackBoxes();
@@ -284,9 +284,9 @@ private slots:
         QCOMPARE(added->boxType(), ContactBoxCode::Collision);
         added->setRect(QRect(1, 2, 3, 4));
         QCOMPARE(bodies->at(1), added);
-        QCOMPARE(document->findBlockByNumber(3).text(), QString("    body: 1, 2, 4, 6"));
+        QCOMPARE(document->findBlockByNumber(3).text(), "    body: 1, 2, 4, 6");
         strikes->add(QRect(0, 0, 1, 1));
-        QCOMPARE(document->findBlockByNumber(4).text(), QString("    strike: 0, 0, 1, 1"));
+        QCOMPARE(document->findBlockByNumber(4).text(), "    strike: 0, 0, 1, 1");
         bodies->remove(strikes->at(0));
         bodies->remove(nullptr);
         QCOMPARE(bodies->count(), 2u);
@@ -310,11 +310,11 @@ private slots:
         QCOMPARE(firstFrame(document), frame);
         QCOMPARE(second->attackBoxes()->count(), 1u);
         QCOMPARE(difference(*document), QString());
-        const Document damaged = fileOf(QString("@animation a\n body: 1, 2, x ; y\nframe: b"));
+        const Document damaged = fileOf("@animation a\n body: 1, 2, x ; y\nframe: b");
         CodeNode *box = damaged->nodeInBlock(damaged->findBlockByNumber(1));
-        static_cast<ValueCode *>(box)->setName(QString("strike"));
-        QCOMPARE(damaged->findBlockByNumber(1).text(), QString(" strike: 1, 2, x ; y"));
-        const Document stray = fileOf(QString("frame: x"));
+        static_cast<ValueCode *>(box)->setName("strike");
+        QCOMPARE(damaged->findBlockByNumber(1).text(), " strike: 1, 2, x ; y");
+        const Document stray = fileOf("frame: x");
         frame = static_cast<FrameCode *>(stray->nodeInBlock(stray->firstBlock()));
         QVERIFY(frame->collisionBoxes()->add(QRect(1, 1, 1, 1)));
         QVERIFY(frame->attackBoxes()->add(QRect(2, 2, 1, 1)));
@@ -327,18 +327,18 @@ private slots:
 
     void loopPoint()
     {
-        const Document document = fileOf(QString::fromLatin1(walk));
+        const Document document = fileOf(walk);
         AnimationCode *animation = document->animations()->at(0);
         animation->frameAt(0)->setLoopPoint(true);
         animation->frameAt(1)->setLoopPoint(true);
         QVERIFY(!animation->frameAt(0)->isLoopPoint());
         QVERIFY(animation->frameAt(1)->isLoopPoint());
-        QVERIFY(document->toPlainText().endsWith(QLatin1String("    frame: w2, loop\n")));
+        QVERIFY(document->toPlainText().endsWith("    frame: w2, loop\n"));
         document->QTextDocument::undo();
         QVERIFY(animation->frameAt(0)->isLoopPoint());
         QVERIFY(!animation->frameAt(1)->isLoopPoint());
         // Marks that were typed twice.
-        document->insert(QString("    frame: w3, loop"));
+        document->insert("    frame: w3, loop");
         QCOMPARE(messages(document.get()).size(), 1);
         animation->frameAt(2)->setLoopPoint(true);
         QVERIFY(!animation->frameAt(0)->isLoopPoint());
@@ -347,35 +347,35 @@ private slots:
 
     void insertFrame()
     {
-        const Document document = fileOf(QString("@animation a\n"));
+        const Document document = fileOf("@animation a\n");
         AnimationCode *animation = document->animations()->at(0);
-        FrameCode *frame = animation->insertFrame(5, QString("one"));
+        FrameCode *frame = animation->insertFrame(5, "one");
         QVERIFY(frame);
         frame->setDelay(7);
         frame->setLoopPoint(true);
         frame->collisionBoxes()->add(QRect(0, 0, 1, 1));
-        FrameCode *last = animation->insertFrame(1, QString("two"));
+        FrameCode *last = animation->insertFrame(1, "two");
         QCOMPARE(last->index(), 1);
         QCOMPARE(last->delay(), 7);
         QVERIFY(!last->isLoopPoint());
-        FrameCode *middle = animation->insertFrame(0, QString("zero"));
+        FrameCode *middle = animation->insertFrame(0, "zero");
         QCOMPARE(middle->index(), 0);
         QCOMPARE(middle->collisionBoxes()->count(), 0u);
         QCOMPARE(frame->collisionBoxes()->count(), 1u);
         QCOMPARE(difference(*document), QString());
 
         // What stands above a frame is its own, and stays there.
-        const Document other = fileOf(QString::fromLatin1(walk));
-        other->animations()->at(0)->insertFrame(0, QString("w0"));
-        other->animations()->at(0)->insertFrame(2, QString("w15"));
-        QCOMPARE(other->toPlainText(), QString("; He walks.\n"
-                                               "@animation walk, title Walking\n"
-                                               "    frame: w0, at 2 0, for 6\n"
-                                               "    body: -10, -60, 10, 0\n"
-                                               "    frame: w1, at 2 0, for 6 ; left\n"
-                                               "    frame: w15, at 2 0, for 6\n"
-                                               "    strike: 4, -50, 20, -40\n"
-                                               "    frame: w2\n"));
+        const Document other = fileOf(walk);
+        other->animations()->at(0)->insertFrame(0, "w0");
+        other->animations()->at(0)->insertFrame(2, "w15");
+        QCOMPARE(other->toPlainText(), "; He walks.\n"
+                                       "@animation walk, title Walking\n"
+                                       "    frame: w0, at 2 0, for 6\n"
+                                       "    body: -10, -60, 10, 0\n"
+                                       "    frame: w1, at 2 0, for 6 ; left\n"
+                                       "    frame: w15, at 2 0, for 6\n"
+                                       "    strike: 4, -50, 20, -40\n"
+                                       "    frame: w2\n");
     }
 
     /// An operation that finds its node gone when it catches up with the bracket around it does
@@ -399,14 +399,14 @@ private slots:
             [](AnimationCode *animation, FrameCode *) { return animation->optimize() != 0; },
         };
         for (const Operation &operation : operations) {
-            const Document document = fileOf(QString::fromLatin1(walk));
-            document->setOption(QString("parseCode"), false, false, false);
+            const Document document = fileOf(walk);
+            document->setOption("parseCode", false, false, false);
             AnimationCode *const animation = document->animations()->at(0);
             FrameCode *const frame = animation->frameAt(1);
             document->beginChange();
             for (const int line : {1, 5}) {
                 QTextCursor cursor(document->findBlockByNumber(line));
-                cursor.insertText(QString(";"));
+                cursor.insertText(";");
             }
             const QString text = document->toPlainText();
             QVERIFY(!operation(animation, frame));
@@ -427,8 +427,8 @@ private slots:
         const int removed = document->animations()->at(0)->optimize();
         QCOMPARE(removed, 3);
         QCOMPARE(document->toPlainText(),
-                 QString("@animation a, once\n\n    body: 0, 0, 1, 1\n    frame: w ; x\n"
-                         "    frame: v, for 2, loop\n\n@animation b\n"));
+                 "@animation a, once\n\n    body: 0, 0, 1, 1\n    frame: w ; x\n"
+                 "    frame: v, for 2, loop\n\n@animation b\n");
         QCOMPARE(document->animations()->at(0)->optimize(), 0);
         QCOMPARE(difference(*document), QString());
         document->QTextDocument::undo();
@@ -437,25 +437,24 @@ private slots:
 
     void header()
     {
-        const Document document =
-            fileOf(QString::fromLatin1(walk) + "@animation 0\n@animation 2\n");
+        const Document document = fileOf(QString(walk) + "@animation 0\n@animation 2\n");
         EmberAnimations *list = document->animations();
         AnimationCode *animation = list->at(0);
-        QCOMPARE(animation->displayName(), QString("walk - Walking"));
+        QCOMPARE(animation->displayName(), "walk - Walking");
         QCOMPARE(animation->firstLine(), 0);
-        QCOMPARE(list->freeIdentifier(), QString("1"));
-        animation->setProperty(QString("Layer"), 3);
-        animation->setProperty(QString("Once"), true);
-        animation->setProperty(QString("Title"), QString());
-        animation->setName(QString("run"));
-        QCOMPARE(document->findBlockByNumber(1).text(), QString("@animation run, layer 3, once"));
-        QCOMPARE(animation->property(QString("Layer")).toInt(), 3);
-        list->duplicate(0, QString("dash"));
-        QCOMPARE(list->at(1)->name(), QString("dash"));
+        QCOMPARE(list->freeIdentifier(), "1");
+        animation->setProperty("Layer", 3);
+        animation->setProperty("Once", true);
+        animation->setProperty("Title", QString());
+        animation->setName("run");
+        QCOMPARE(document->findBlockByNumber(1).text(), "@animation run, layer 3, once");
+        QCOMPARE(animation->property("Layer").toInt(), 3);
+        list->duplicate(0, "dash");
+        QCOMPARE(list->at(1)->name(), "dash");
         QCOMPARE(list->at(1)->frameCount(), 2u);
-        QCOMPARE(list->at(1)->property(QString("Once")).toBool(), true);
+        QCOMPARE(list->at(1)->property("Once").toBool(), true);
         AnimationCode *added = list->add(list->freeIdentifier());
-        QCOMPARE(added->name(), QString("1"));
+        QCOMPARE(added->name(), "1");
         QCOMPARE(added, list->at(4));
         QCOMPARE(difference(*document), QString());
     }
@@ -483,13 +482,13 @@ private slots:
             for (const FrameCode *frame : animation->frames())
                 sprites.insert(frame->identifier());
         }
-        QVERIFY(names.contains(QString("flinch")));
+        QVERIFY(names.contains("flinch"));
         const auto *pictures =
             dynamic_cast<Sprites *>(list->project()->file(Project::FileID::Sprites));
         QVERIFY(pictures);
         for (const QString &sprite : qAsConst(sprites))
             QVERIFY2(pictures->indexOf(0, sprite) >= 0, qPrintable(sprite));
-        AnimationCode *jab = list->at(unsigned(list->find(0, QString("jab"))));
+        AnimationCode *jab = list->at(unsigned(list->find(0, "jab")));
         QCOMPARE(jab->frameAt(1)->attackBoxes()->count(), 1u);
         QVERIFY(list->project()->fileID(file).has(Project::FileID::Animations));
         QCOMPARE(list->capabilities(), 0u);
@@ -518,11 +517,11 @@ private slots:
             EmberAnimationText::readBox(line);
             if (line.kind != EmberAnimationText::Frame)
                 continue;
-            const QString changed = line.withClause(QString("at"), QString("3 -4"));
+            const QString changed = line.withClause("at", "3 -4");
             QVERIFY2(EmberAnimationText::readFrame(Line::read(changed)).offset == QPoint(3, -4),
                      qPrintable(text + " -> " + changed));
-            const QString renamed = line.withSubject(QString("new"));
-            QCOMPARE(EmberAnimationText::readFrame(Line::read(renamed)).identifier, QString("new"));
+            const QString renamed = line.withSubject("new");
+            QCOMPARE(EmberAnimationText::readFrame(Line::read(renamed)).identifier, "new");
         }
     }
 };

@@ -14,74 +14,61 @@ class RandomValue
 {
 public:
     /// Invalid for a type that no entry should have.
-    QVariant of(const Entry *entry);
+    QVariant of(const Entry *entry)
+    {
+        switch (int(entry->type)) {
+        case Name:
+        case Formula:
+        case Words:
+            return QString("a b(%1)").arg(number());
+        case Quoted:
+            return QString("it's (%1").arg(number());
+        case Kiln::ValueCode::Date:
+            return QDate(2026, 1, 1).addDays(number());
+        case Kiln::ValueCode::Enum:
+            return word(entry);
+        case Kiln::ValueCode::EnumList:
+            return QVariantList{word(entry), word(entry)};
+        case Kiln::ValueCode::Real:
+            return real();
+        case Kiln::ValueCode::PointF:
+            return QPointF(real(), real());
+        case Kiln::ValueCode::Int:
+            return number();
+        case Kiln::ValueCode::Point:
+            return QPoint(number(), number());
+        case Reals:
+            return list(1 + m_random.bounded(6), true);
+        case Shares:
+            return list(3, true);
+        case Frame:
+            return list(4, true);
+        case Ints:
+            return list(1 + m_random.bounded(6), false);
+        case Tint:
+            return list(3, false);
+        case Box:
+            return list(4, false);
+        default:
+            return QVariant();
+        }
+    }
 
 private:
     int number() { return int(m_random.bounded(2001)) - 1000; }
     /// A quarter of a small number is exact in six digits.
     double real() { return number() / 4.0; }
     unsigned int word(const Entry *entry) { return m_random.bounded(quint32(words(entry).size())); }
-    QVariantList numbers(int count);
-    QVariantList reals(int count);
+    QVariantList list(int count, bool isReal)
+    {
+        QVariantList values;
+        for (int i = 0; i < count; ++i)
+            values.append(isReal ? QVariant(real()) : QVariant(number()));
+        return values;
+    }
 
     QRandomGenerator m_random{7};
 };
-
-QVariant RandomValue::of(const Entry *entry)
-{
-    switch (int(entry->type)) {
-    case Name:
-    case Formula:
-    case Words:
-        return QString("a b(%1)").arg(number());
-    case Quoted:
-        return QString("it's (%1").arg(number());
-    case Kiln::ValueCode::Date:
-        return QDate(2026, 1, 1).addDays(number());
-    case Kiln::ValueCode::Enum:
-        return word(entry);
-    case Kiln::ValueCode::EnumList:
-        return QVariantList{word(entry), word(entry)};
-    case Kiln::ValueCode::Real:
-        return real();
-    case Kiln::ValueCode::PointF:
-        return QPointF(real(), real());
-    case Kiln::ValueCode::Int:
-        return number();
-    case Kiln::ValueCode::Point:
-        return QPoint(number(), number());
-    case Reals:
-        return reals(1 + m_random.bounded(6));
-    case Shares:
-        return reals(3);
-    case Frame:
-        return reals(4);
-    case Ints:
-        return numbers(1 + m_random.bounded(6));
-    case Tint:
-        return numbers(3);
-    case Box:
-        return numbers(4);
-    default:
-        return QVariant();
-    }
-}
-
-QVariantList RandomValue::numbers(int count)
-{
-    QVariantList list;
-    for (int i = 0; i < count; ++i)
-        list.append(number());
-    return list;
-}
-
-QVariantList RandomValue::reals(int count)
-{
-    QVariantList list;
-    for (int i = 0; i < count; ++i)
-        list.append(real());
-    return list;
-}
 
 } // namespace
 
@@ -136,10 +123,7 @@ private slots:
 
     void refusesWhatItCannotRead_data()
     {
-        columns<int, QString, QString>("section", "name", "text");
-        const auto row = [](const char *what, int section, const char *name, const char *text) {
-            addRow(what, section, QString(name), QString(text));
-        };
+        const auto row = columns<int, QString, QString>("section", "name", "text");
         row("no value", State, "cel", "");
         row("no quotes", About, "title", "Wren");
         row("one quote", About, "title", "\"");
@@ -227,10 +211,7 @@ private slots:
 
     void takesLinesApart_data()
     {
-        columns<QString, QString>("text", "parts");
-        const auto row = [](const char *what, const char *text, const char *parts) {
-            addRow(what, QString(text), QString(parts));
-        };
+        const auto row = columns<QString, QString>("text", "parts");
         row("empty", "", "blank");
         row("blanks", " \t ", "blank");
         row("a comment", "  ; @state: x", "blank ;2");
@@ -284,12 +265,12 @@ private slots:
     void findsUnpairedBrackets_data()
     {
         columns<QString, int>("text", "place");
-        addRow("none", QString("a + b"), -1);
-        addRow("paired", QString("(a[b]{c})"), -1);
-        addRow("open", QString("(a)["), 3);
-        addRow("two open: the inner", QString("(("), 1);
-        addRow("closed first", QString(")("), 0);
-        addRow("another kind", QString("(a]"), 2);
+        addRow("none", "a + b", -1);
+        addRow("paired", "(a[b]{c})", -1);
+        addRow("open", "(a)[", 3);
+        addRow("two open: the inner", "((", 1);
+        addRow("closed first", ")(", 0);
+        addRow("another kind", "(a]", 2);
     }
 
     void findsUnpairedBrackets()
@@ -301,7 +282,7 @@ private slots:
     /// What the rest takes for granted of the tables.
     void tablesAreSound()
     {
-        QCOMPARE(sectionByWord(QString("nothing")), Unknown);
+        QCOMPARE(sectionByWord("nothing"), Unknown);
         QCOMPARE(sectionByWord(QString()), Unknown);
         QSet<int> types;
         int oldSpellings = 0;

@@ -37,10 +37,7 @@ private slots:
 
     void makesNodes_data()
     {
-        columns<int, QString, QString>("type", "text", "rows");
-        const auto row = [](const char *what, int type, const char *text, const char *rows) {
-            addRow(what, type, QString(text), QString(rows));
-        };
+        const auto row = columns<int, QString, QString>("type", "text", "rows");
         row("sections with their entries", EmberDocument::States,
             "@state a\ndrift: 1, 2\n\n@@on b\nwhen: x\nthen: a",
             "state a\n  drift: 1, 2\non b\n  when: x\n  then: a\n");
@@ -75,11 +72,7 @@ private slots:
 
     void reports_data()
     {
-        columns<QString, int, int, QString>("text", "errors", "warnings", "first");
-        const auto row = [](const char *what, const char *text, int errors, int warnings,
-                            const char *first) {
-            addRow(what, QString(text), errors, warnings, QString(first));
-        };
+        const auto row = columns<QString, int, int, QString>("text", "errors", "warnings", "first");
         row("nothing", "@state a\n\ndrift: 1, 2 ; fine\n@@on b\nwhen: (a)", 0, 0, "");
         row("no section above", "; x\ncost: 1", 1, 0,
             "1,0 A line of code needs a section above it");
@@ -124,9 +117,7 @@ private slots:
 
     void keepsTheNode_data()
     {
-        columns<int, QString, int, bool>("changed", "text", "watched", "kept");
-        const auto row = [](const char *what, int changed, const char *text, int watched,
-                            bool kept) { addRow(what, changed, QString(text), watched, kept); };
+        const auto row = columns<int, QString, int, bool>("changed", "text", "watched", "kept");
         row("another value", 1, "drift: 3, 4", 1, true);
         row("an unreadable value", 1, "drift: x", 1, true);
         row("a comment", 1, "drift: 0, 0 ; calm", 1, true);
@@ -148,7 +139,7 @@ private slots:
     void keepsTheNode()
     {
         auto [changed, text, watched, kept] = row<int, QString, int, bool>();
-        load(EmberDocument::States, QString("@state a\ndrift: 0, 0\ncost: 1\n@@step c\ncel: d"));
+        load(EmberDocument::States, "@state a\ndrift: 0, 0\ncost: 1\n@@step c\ncel: d");
         // Another node may be made where an old one was, so its own words tell them apart.
         Kiln::CodeNode *const before = m_document->nodeInBlock(line(watched));
         QVERIFY(before);
@@ -158,25 +149,25 @@ private slots:
 
     void tellsChangedValues()
     {
-        load(EmberDocument::States, QString("@state a\ndrift: 0, 0\ncost: 1"));
+        load(EmberDocument::States, "@state a\ndrift: 0, 0\ncost: 1");
         QAbstractItemModel *model = m_document->model();
         QSignalSpy changes(model, &QAbstractItemModel::dataChanged);
         QSignalSpy inserts(model, &QAbstractItemModel::rowsInserted);
         QSignalSpy removes(model, &QAbstractItemModel::rowsRemoved);
 
-        rewrite(2, QString("cost: 2"));
+        rewrite(2, "cost: 2");
         QCOMPARE(changes.count(), 1);
         const QModelIndex group = model->index(0, 0);
         QCOMPARE(changes.takeFirst().first().toModelIndex(), model->index(1, 0, group));
-        QCOMPARE(model->index(1, 0, group).data().toString(), QString("cost: 2"));
+        QCOMPARE(model->index(1, 0, group).data().toString(), "cost: 2");
 
-        rewrite(2, QString("cost:  2 ; the same"));
+        rewrite(2, "cost:  2 ; the same");
         QCOMPARE(changes.count(), 0);
 
-        rewrite(0, QString("@state other"));
+        rewrite(0, "@state other");
         QCOMPARE(changes.count(), 1);
         QCOMPARE(changes.takeFirst().first().toModelIndex(), group);
-        QCOMPARE(group.data().toString(), QString("state other"));
+        QCOMPARE(group.data().toString(), "state other");
 
         QCOMPARE(inserts.count(), 0);
         QCOMPARE(removes.count(), 0);
@@ -185,13 +176,12 @@ private slots:
     /// A header that changes its kind concerns its own section and nothing below.
     void reparsesTheSectionOnly()
     {
-        load(EmberDocument::States,
-             QString("@state a\ncel: x\nwhen: y\n@@on b\nwhen: z\n@@on c\nwhen: w"));
+        load(EmberDocument::States, "@state a\ncel: x\nwhen: y\n@@on b\nwhen: z\n@@on c\nwhen: w");
         QCOMPARE(m_document->messages()->count(Kiln::Message::Warning), 1u);
         Kiln::CodeNode *const below = m_document->nodeInBlock(line(4));
-        rewrite(0, QString("@@on a"));
+        rewrite(0, "@@on a");
         QCOMPARE(TreeDump::rows(*m_document->model()),
-                 QString("on a\n  cel: x\n  when: y\non b\n  when: z\non c\n  when: w\n"));
+                 "on a\n  cel: x\n  when: y\non b\n  when: z\non c\n  when: w\n");
         QCOMPARE(m_document->messages()->count(Kiln::Message::Warning), 1u);
         QCOMPARE(m_document->messages()->at(0, Kiln::Message::All).line, 1);
         QCOMPARE(m_document->nodeInBlock(line(4)), below);
@@ -199,21 +189,18 @@ private slots:
 
     void enablesSections()
     {
-        load(EmberDocument::States, QString("@state a\n@sketch b\ncost: 1"));
-        QCOMPARE(TreeDump::rows(*m_document->model()), QString("state a\n"));
+        load(EmberDocument::States, "@state a\n@sketch b\ncost: 1");
+        QCOMPARE(TreeDump::rows(*m_document->model()), "state a\n");
         QVERIFY(!groupIn(1)->isShown());
         QVERIFY(!groupIn(1)->parent());
         m_document->enableGroups({EmberLanguage::Sketch});
-        QCOMPARE(TreeDump::rows(*m_document->model()), QString("state a\nsketch b\n  cost: 1\n"));
+        QCOMPARE(TreeDump::rows(*m_document->model()), "state a\nsketch b\n  cost: 1\n");
     }
 
     void settersRewriteTheLine_data()
     {
-        columns<QString, QString, QVariant, QString>("text", "property", "value", "expected");
-        const auto row = [](const char *what, const char *text, const char *property,
-                            QVariant value, const char *expected) {
-            addRow(what, QString(text), QString(property), value, QString(expected));
-        };
+        const auto row =
+            columns<QString, QString, QVariant, QString>("text", "property", "value", "expected");
         const char *v = "Value";
         row("plain", "  cel: a ; c", v, "b", "  cel: b ; c");
         row("quoted", "say: \"a\"", v, "it \"is\"; so\nthere", "say: \"it 'is', so there\"");
@@ -244,58 +231,58 @@ private slots:
         if (EmberValue *node = valueIn(1))
             node->setProperty(property, value);
         QTEST(line(1).text(), "expected");
-        QCOMPARE(line(2).text(), QString("cost: 1"));
+        QCOMPARE(line(2).text(), "cost: 1");
     }
 
     void matesAnswerForTheirLine()
     {
-        load(EmberDocument::States, QString("@@step a\n cel + spark: x ; c\nlasts: 2"));
+        load(EmberDocument::States, "@@step a\n cel + spark: x ; c\nlasts: 2");
         auto *head = valueIn(1);
         auto *mate = dynamic_cast<EmberValue *>(head->next());
         QVERIFY(mate);
         QCOMPARE(mate->firstLine(), 1);
         QCOMPARE(mate->document(), m_document);
 
-        mate->setValue(QString("y"));
-        QCOMPARE(line(1).text(), QString(" cel + spark: y ; c"));
+        mate->setValue("y");
+        QCOMPARE(line(1).text(), " cel + spark: y ; c");
         QCOMPARE(valueIn(1), head);
-        QCOMPARE(mate->value().toString(), QString("y"));
+        QCOMPARE(mate->value().toString(), "y");
 
         // The two stay one line when the section above them goes, and comes back.
-        rewrite(0, QString("none"));
+        rewrite(0, "none");
         QCOMPARE(TreeDump::rows(*m_document->model()), QString());
-        rewrite(0, QString("@@step b"));
+        rewrite(0, "@@step b");
         QCOMPARE(TreeDump::rows(*m_document->model()),
-                 QString("step b\n  cel: y\n  spark: y\n  lasts: 2\n"));
+                 "step b\n  cel: y\n  spark: y\n  lasts: 2\n");
 
         head = valueIn(1);
         mate = dynamic_cast<EmberValue *>(head->next());
-        mate->setName(QString("cel"));
-        QCOMPARE(line(1).text(), QString(" cel + cel: y ; c"));
+        mate->setName("cel");
+        QCOMPARE(line(1).text(), " cel + cel: y ; c");
         dynamic_cast<EmberValue *>(valueIn(1)->next())->remove(false);
-        QCOMPARE(TreeDump::rows(*m_document->model()), QString("step b\n  lasts: 2\n"));
+        QCOMPARE(TreeDump::rows(*m_document->model()), "step b\n  lasts: 2\n");
     }
 
     void addsValues()
     {
-        load(EmberDocument::States, QString("@state a\n  cost: 1\n\n@@on b\n@about"));
-        QVERIFY(groupIn(0)->addValue(QString("drift"), QPointF(1, 2)));
-        QVERIFY(groupIn(4)->addValue(QString("then"), QString("a")));
-        QVERIFY(!groupIn(0)->addValue(QString("then"), QString("a")));
+        load(EmberDocument::States, "@state a\n  cost: 1\n\n@@on b\n@about");
+        QVERIFY(groupIn(0)->addValue("drift", QPointF(1, 2)));
+        QVERIFY(groupIn(4)->addValue("then", "a"));
+        QVERIFY(!groupIn(0)->addValue("then", "a"));
         QCOMPARE(m_document->toPlainText(),
-                 QString("@state a\n  cost: 1\n  drift: 1, 2\n\n@@on b\n    then: a\n@about"));
-        QCOMPARE(groupIn(0)->headerText(), QString("@state a"));
-        QCOMPARE(groupIn(4)->headerText(), QString("@@on b"));
+                 "@state a\n  cost: 1\n  drift: 1, 2\n\n@@on b\n    then: a\n@about");
+        QCOMPARE(groupIn(0)->headerText(), "@state a");
+        QCOMPARE(groupIn(4)->headerText(), "@@on b");
     }
 
     void recordsBrackets_data()
     {
         columns<QString, QString>("text", "brackets");
-        addRow("all kinds", QString("when: (a[1]) and {b}"), QString("(6[8]10)11{17}19"));
-        addRow("not in quotes", QString("say: \"(\" ; ("), QString());
-        addRow("not in comments", QString("when: (a ; )"), QString("(6"));
-        addRow("unpaired ones too", QString("when: )("), QString(")6(7"));
-        addRow("in lines that make no node", QString("(a"), QString("(0"));
+        addRow("all kinds", "when: (a[1]) and {b}", "(6[8]10)11{17}19");
+        addRow("not in quotes", "say: \"(\" ; (", QString());
+        addRow("not in comments", "when: (a ; )", "(6");
+        addRow("unpaired ones too", "when: )(", ")6(7");
+        addRow("in lines that make no node", "(a", "(0");
     }
 
     void recordsBrackets()
@@ -315,7 +302,7 @@ private slots:
 
     void foldsBySection()
     {
-        load(EmberDocument::States, QString("@state a\ncost: 1\n@state b\ncost: 2"));
+        load(EmberDocument::States, "@state a\ncost: 1\n@state b\ncost: 2");
         QList<unsigned int> indents;
         for (QTextBlock block = m_document->begin(); block.isValid(); block = block.next())
             indents.append(Kiln::CodeBlockData::testBlockData(block)->foldingIndent());
@@ -325,10 +312,10 @@ private slots:
     /// Without highlighting there is a tree, but neither paint nor messages nor brackets.
     void paintsNothingWhenToldSo()
     {
-        load(EmberDocument::States, QString("@state a\ncost: (x"));
+        load(EmberDocument::States, "@state a\ncost: (x");
         QCOMPARE(m_document->messages()->count(Kiln::Message::Error), 1u);
         m_document->setSyntaxHighlight(false);
-        QCOMPARE(TreeDump::rows(*m_document->model()), QString("state a\n  cost: (x\n"));
+        QCOMPARE(TreeDump::rows(*m_document->model()), "state a\n  cost: (x\n");
         QCOMPARE(m_document->messages()->count(Kiln::Message::All), 0u);
         QVERIFY(Kiln::CodeBlockData::testBlockData(line(1))->parenthesis().isEmpty());
     }

@@ -160,12 +160,48 @@ public:
 
     Plain plain;
 
-    void step();
+    void step()
+    {
+        const int kind = below(24);
+        if (kind < 10)
+            changeSprites(kind, below(plain.pictures.size()));
+        else if (kind < 20)
+            changePalettes(kind - 10, below(plain.palettes.size()));
+        else
+            changePairs(kind - 20);
+    }
+
     int below(int limit) { return int(m_random() % unsigned(qMax(limit, 1))); }
 
 private:
-    QImage image();
-    Colors table(int count = 256);
+    QImage image()
+    {
+        const QImage::Format formats[] = {QImage::Format_Indexed8, QImage::Format_Indexed8,
+                                          QImage::Format_RGB32, QImage::Format_ARGB32};
+        QImage picture(4 + below(40), 1 + below(20), formats[below(4)]);
+        const int colors = below(2) ? 32 : 256;
+        for (int y = 0; y < picture.height(); ++y) {
+            for (int x = 0; x < picture.width() * picture.depth() / 8; ++x)
+                picture.scanLine(y)[x] = uchar(below(4) ? 1 : below(colors));
+        }
+        if (picture.depth() == 8)
+            picture.setColorTable(below(3) || plain.palettes.isEmpty()
+                                      ? table(1 + below(256))
+                                      : plain.palettes[below(plain.palettes.size())].table);
+        const int number = ++m_count;
+        for (int i = 0; i < 4; ++i)
+            picture.scanLine(0)[i] = uchar((number >> (i * 4) & 0xF) + 1);
+        return picture;
+    }
+
+    Colors table(int count)
+    {
+        Colors colors;
+        for (int i = 0; i < count; ++i)
+            colors.append(m_random());
+        return colors;
+    }
+
     template<class T>
     static void sortByName(QList<T> &list)
     {
@@ -173,185 +209,145 @@ private:
             return a.name.compare(b.name, Qt::CaseInsensitive) < 0;
         });
     }
-    void changeSprites(int kind, int row);
-    void changePalettes(int kind, int row);
-    void changePairs(int kind);
+
+    void changeSprites(int kind, int row)
+    {
+        const QString name = QString("%1 %2").arg(QChar('a' + below(26))).arg(++m_count);
+        const unsigned int count = m_sprites.itemCount();
+        if (kind < 2 || count == 0) {
+            row = below(int(count) + 1);
+            const QImage picture = kind == 0 ? QImage() : image();
+            m_sprites.insert(unsigned(row), name, picture);
+            plain.pictures.insert(row, {name, QImage(), -1, {}});
+            if (!picture.isNull())
+                plain.set(plain.pictures[row], picture, Sprite::ImagePalette, -1);
+            return;
+        }
+        EmberSprite *sprite = m_sprites.at(unsigned(row));
+        Plain::Picture &picture = plain.pictures[row];
+        const int palette = plain.palettes.isEmpty() ? -1 : below(plain.palettes.size());
+        const int id = palette < 0 ? -1 : plain.palettes[palette].id;
+        if (kind < 5 && palette >= 0) {
+            const int mode = kind - 1;
+            const QImage fresh = image();
+            sprite->setImage(fresh, false, mode, m_palettes.at(unsigned(palette)));
+            plain.set(picture, fresh, mode, id);
+        } else if (kind == 5 && palette >= 0 && picture.image.depth() == 8) {
+            sprite->setPalette(m_palettes.at(unsigned(palette)));
+            picture.palette = id;
+        } else if (kind == 6) {
+            m_sprites.remove(unsigned(row));
+            plain.pictures.removeAt(row);
+        } else if (kind == 7) {
+            const int to = below(int(count));
+            m_sprites.move(unsigned(row), unsigned(to));
+            plain.pictures.move(row, to);
+        } else if (kind == 8 && below(2)) {
+            sprite->setProperty("Identifier", name);
+            picture.name = name;
+        } else if (kind == 8) {
+            // Beyond 16 bits they are cut.
+            const QPoint origin(below(80000) - 40000, below(100) - 50);
+            sprite->setProperty("Origin", origin);
+            picture.origin = {qBound(-32768, origin.x(), 32767), origin.y()};
+        } else if (kind == 9 && below(2)) {
+            // Two equal ones could change places without a trace.
+            m_sprites.beginChange();
+            m_sprites.rename(*m_sprites.duplicate(unsigned(row)), name);
+            m_sprites.endChange();
+            plain.pictures.insert(row + 1, {name, picture.image, picture.palette, picture.origin});
+        } else if (kind == 9) {
+            m_sprites.autoOrganize();
+            sortByName(plain.pictures);
+        }
+    }
+
+    void changePalettes(int kind, int row)
+    {
+        const QString name = QString("p%1").arg(++m_count);
+        const Colors fresh = table();
+        const int count = plain.palettes.size();
+        if (kind == 0 || count == 0) {
+            row = below(count + 1);
+            m_palettes.insert(unsigned(row), entries(fresh).constData(), name, false);
+            plain.palettes.insert(row, {name, fresh, ++plain.lastId});
+        } else if (kind == 1) {
+            m_palettes.remove(unsigned(row));
+            plain.removePalette(row, count == 1 ? -1 : plain.palettes[row == 0 ? 1 : 0].id);
+        } else if (kind == 2) {
+            const int to = below(count);
+            m_palettes.move(unsigned(row), unsigned(to));
+            plain.palettes.move(row, to);
+        } else if (kind == 3) {
+            m_palettes.at(unsigned(row))->setProperty("Identifier", name);
+            plain.palettes[row].name = name;
+        } else if (kind == 4 || kind == 5) {
+            m_palettes.at(unsigned(row))
+                ->setColors(entries(fresh).constData(), Palette::SetReplaced);
+            plain.palettes[row].table = fresh;
+        } else if (kind == 6) {
+            m_palettes.beginChange();
+            m_palettes.rename(*m_palettes.duplicate(unsigned(row)), name);
+            m_palettes.endChange();
+            plain.palettes.insert(row + 1, {name, plain.palettes[row].table, ++plain.lastId});
+        } else if (kind == 7) {
+            const auto removed = m_palettes.removeUnused();
+            for (int i = count - 1; i >= 0; --i) {
+                if (m_palettes.sprites() &&
+                    std::none_of(plain.pictures.cbegin(), plain.pictures.cend(),
+                                 [&](const Plain::Picture &picture) {
+                                     return picture.palette == plain.palettes[i].id;
+                                 }))
+                    plain.removePalette(i, -1);
+            }
+            QCOMPARE(int(removed), count - plain.palettes.size());
+        } else if (kind == 8) {
+            m_palettes.removeDuplicates();
+            for (int i = count - 1; i > 0; --i) {
+                for (int k = 0; k < i; ++k) {
+                    if (plain.palettes[k].table == plain.palettes[i].table) {
+                        plain.removePalette(i, plain.palettes[k].id);
+                        break;
+                    }
+                }
+            }
+        } else if (below(2)) {
+            m_palettes.applyToAll(unsigned(row));
+            for (Plain::Picture &picture : plain.pictures) {
+                if (picture.image.depth() == 8)
+                    picture.palette = plain.palettes[row].id;
+            }
+        } else {
+            m_palettes.autoOrganize();
+            sortByName(plain.palettes);
+        }
+    }
+
+    void changePairs(int kind)
+    {
+        EmberStandIns *model = m_palettes.remapModel();
+        const int row = below(plain.pairs.size());
+        if (plain.palettes.isEmpty()) {
+            QVERIFY(!model->insertRow(0));
+        } else if (kind == 0 || plain.pairs.isEmpty()) {
+            QVERIFY(model->insertRow(row));
+            plain.pairs.insert(row, {plain.palettes[0].id, plain.palettes[0].id});
+        } else if (kind == 1) {
+            QVERIFY(model->removeRow(row));
+            plain.pairs.removeAt(row);
+        } else {
+            const int palette = below(plain.palettes.size());
+            QVERIFY(model->setData(model->index(row, kind - 2), palette, Qt::EditRole));
+            (kind == 2 ? plain.pairs[row].first : plain.pairs[row].second) =
+                plain.palettes[palette].id;
+        }
+    }
 
     EmberSprites &m_sprites;
     EmberPalettes &m_palettes;
     std::mt19937 m_random;
     int m_count = 0;
 };
-
-Colors Changer::table(int count)
-{
-    Colors colors;
-    for (int i = 0; i < count; ++i)
-        colors.append(m_random());
-    return colors;
-}
-
-QImage Changer::image()
-{
-    const QImage::Format formats[] = {QImage::Format_Indexed8, QImage::Format_Indexed8,
-                                      QImage::Format_RGB32, QImage::Format_ARGB32};
-    QImage picture(4 + below(40), 1 + below(20), formats[below(4)]);
-    const int colors = below(2) ? 32 : 256;
-    for (int y = 0; y < picture.height(); ++y) {
-        for (int x = 0; x < picture.width() * picture.depth() / 8; ++x)
-            picture.scanLine(y)[x] = uchar(below(4) ? 1 : below(colors));
-    }
-    if (picture.depth() == 8)
-        picture.setColorTable(below(3) || plain.palettes.isEmpty()
-                                  ? table(1 + below(256))
-                                  : plain.palettes[below(plain.palettes.size())].table);
-    const int number = ++m_count;
-    for (int i = 0; i < 4; ++i)
-        picture.scanLine(0)[i] = uchar((number >> (i * 4) & 0xF) + 1);
-    return picture;
-}
-
-void Changer::step()
-{
-    const int kind = below(24);
-    if (kind < 10)
-        changeSprites(kind, below(plain.pictures.size()));
-    else if (kind < 20)
-        changePalettes(kind - 10, below(plain.palettes.size()));
-    else
-        changePairs(kind - 20);
-}
-
-void Changer::changeSprites(int kind, int row)
-{
-    const QString name = QString("%1 %2").arg(QChar('a' + below(26))).arg(++m_count);
-    const unsigned int count = m_sprites.itemCount();
-    if (kind < 2 || count == 0) {
-        row = below(int(count) + 1);
-        const QImage picture = kind == 0 ? QImage() : image();
-        m_sprites.insert(unsigned(row), name, picture);
-        plain.pictures.insert(row, {name, QImage(), -1, {}});
-        if (!picture.isNull())
-            plain.set(plain.pictures[row], picture, Sprite::ImagePalette, -1);
-        return;
-    }
-    EmberSprite *sprite = m_sprites.at(unsigned(row));
-    Plain::Picture &picture = plain.pictures[row];
-    const int palette = plain.palettes.isEmpty() ? -1 : below(plain.palettes.size());
-    const int id = palette < 0 ? -1 : plain.palettes[palette].id;
-    if (kind < 5 && palette >= 0) {
-        const int mode = kind - 1;
-        const QImage fresh = image();
-        sprite->setImage(fresh, false, mode, m_palettes.at(unsigned(palette)));
-        plain.set(picture, fresh, mode, id);
-    } else if (kind == 5 && palette >= 0 && picture.image.depth() == 8) {
-        sprite->setPalette(m_palettes.at(unsigned(palette)));
-        picture.palette = id;
-    } else if (kind == 6) {
-        m_sprites.remove(unsigned(row));
-        plain.pictures.removeAt(row);
-    } else if (kind == 7) {
-        const int to = below(int(count));
-        m_sprites.move(unsigned(row), unsigned(to));
-        plain.pictures.move(row, to);
-    } else if (kind == 8 && below(2)) {
-        sprite->setProperty(QString("Identifier"), name);
-        picture.name = name;
-    } else if (kind == 8) {
-        // Beyond 16 bits they are cut.
-        const QPoint origin(below(80000) - 40000, below(100) - 50);
-        sprite->setProperty(QString("Origin"), origin);
-        picture.origin = {qBound(-32768, origin.x(), 32767), origin.y()};
-    } else if (kind == 9 && below(2)) {
-        // Two equal ones could change places without a trace.
-        m_sprites.beginChange();
-        m_sprites.rename(*m_sprites.duplicate(unsigned(row)), name);
-        m_sprites.endChange();
-        plain.pictures.insert(row + 1, {name, picture.image, picture.palette, picture.origin});
-    } else if (kind == 9) {
-        m_sprites.autoOrganize();
-        sortByName(plain.pictures);
-    }
-}
-
-void Changer::changePalettes(int kind, int row)
-{
-    const QString name = QString("p%1").arg(++m_count);
-    const Colors fresh = table();
-    const int count = plain.palettes.size();
-    if (kind == 0 || count == 0) {
-        row = below(count + 1);
-        m_palettes.insert(unsigned(row), entries(fresh).constData(), name, false);
-        plain.palettes.insert(row, {name, fresh, ++plain.lastId});
-    } else if (kind == 1) {
-        m_palettes.remove(unsigned(row));
-        plain.removePalette(row, count == 1 ? -1 : plain.palettes[row == 0 ? 1 : 0].id);
-    } else if (kind == 2) {
-        const int to = below(count);
-        m_palettes.move(unsigned(row), unsigned(to));
-        plain.palettes.move(row, to);
-    } else if (kind == 3) {
-        m_palettes.at(unsigned(row))->setProperty(QString("Identifier"), name);
-        plain.palettes[row].name = name;
-    } else if (kind == 4 || kind == 5) {
-        m_palettes.at(unsigned(row))->setColors(entries(fresh).constData(), Palette::SetReplaced);
-        plain.palettes[row].table = fresh;
-    } else if (kind == 6) {
-        m_palettes.beginChange();
-        m_palettes.rename(*m_palettes.duplicate(unsigned(row)), name);
-        m_palettes.endChange();
-        plain.palettes.insert(row + 1, {name, plain.palettes[row].table, ++plain.lastId});
-    } else if (kind == 7) {
-        const auto removed = m_palettes.removeUnused();
-        for (int i = count - 1; i >= 0; --i) {
-            if (m_palettes.sprites() && std::none_of(plain.pictures.cbegin(), plain.pictures.cend(),
-                                                     [&](const Plain::Picture &picture) {
-                                                         return picture.palette ==
-                                                                plain.palettes[i].id;
-                                                     }))
-                plain.removePalette(i, -1);
-        }
-        QCOMPARE(int(removed), count - plain.palettes.size());
-    } else if (kind == 8) {
-        m_palettes.removeDuplicates();
-        for (int i = count - 1; i > 0; --i) {
-            for (int k = 0; k < i; ++k) {
-                if (plain.palettes[k].table == plain.palettes[i].table) {
-                    plain.removePalette(i, plain.palettes[k].id);
-                    break;
-                }
-            }
-        }
-    } else if (below(2)) {
-        m_palettes.applyToAll(unsigned(row));
-        for (Plain::Picture &picture : plain.pictures) {
-            if (picture.image.depth() == 8)
-                picture.palette = plain.palettes[row].id;
-        }
-    } else {
-        m_palettes.autoOrganize();
-        sortByName(plain.palettes);
-    }
-}
-
-void Changer::changePairs(int kind)
-{
-    EmberStandIns *model = m_palettes.remapModel();
-    const int row = below(plain.pairs.size());
-    if (plain.palettes.isEmpty()) {
-        QVERIFY(!model->insertRow(0));
-    } else if (kind == 0 || plain.pairs.isEmpty()) {
-        QVERIFY(model->insertRow(row));
-        plain.pairs.insert(row, {plain.palettes[0].id, plain.palettes[0].id});
-    } else if (kind == 1) {
-        QVERIFY(model->removeRow(row));
-        plain.pairs.removeAt(row);
-    } else {
-        const int palette = below(plain.palettes.size());
-        QVERIFY(model->setData(model->index(row, kind - 2), palette, Qt::EditRole));
-        (kind == 2 ? plain.pairs[row].first : plain.pairs[row].second) = plain.palettes[palette].id;
-    }
-}
 
 // The contract alone: a sprite that is nothing but a picture.
 class Bare : public Sprite
@@ -715,11 +711,11 @@ private slots:
     void sampleArt_data()
     {
         const auto add = columns<QString, int, int>("name", "palettes", "variants");
-        add("Wren", QString("heroes/wren/wren.gleam"), 3, 2);
-        add("Moss", QString("heroes/moss/moss.gleam"), 3, 2);
-        add("a stage", QString("stages/harbour/harbour.gleam"), 5, 0);
-        add("another stage", QString("stages/rooftops/rooftops.gleam"), 4, 0);
-        add("effects", QString("shared/effects.gleam"), 1, 0);
+        add("Wren", "heroes/wren/wren.gleam", 3, 2);
+        add("Moss", "heroes/moss/moss.gleam", 3, 2);
+        add("a stage", "stages/harbour/harbour.gleam", 5, 0);
+        add("another stage", "stages/rooftops/rooftops.gleam", 4, 0);
+        add("effects", "shared/effects.gleam", 1, 0);
     }
 
     // The committed files are those that the program draws: trimmed, in few colours.

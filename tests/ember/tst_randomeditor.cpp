@@ -42,49 +42,38 @@ bool isAnimation(const QString &text)
 
 const QString characters = QString("@@;:+\n\nabd ,.\"()[]{}159");
 
-const QStringList values{QString("1"),
-                         QString("2, 3"),
-                         QString("1, 2, 3"),
-                         QString("lying"),
-                         QString("a \"quoted\" ; comment"),
-                         QString("two\nlines"),
-                         QString("(open")};
+const QStringList values{"1",          "2, 3", "1, 2, 3", "lying", "a \"quoted\" ; comment",
+                         "two\nlines", "(open"};
 
-const QStringList names{QString("drift"), QString("velocity"), QString("cel"),
-                        QString("then"),  QString("new name"), QString("x")};
+const QStringList names{"drift", "velocity", "cel", "then", "new name", "x"};
 
-const QStringList searches{QString("stan(d)"), QString("@(\\w)(\\w+)"), QString(": *(\\w+)\\n"),
-                           QString("drift: (\\d)")};
+const QStringList searches{"stan(d)", "@(\\w)(\\w+)", ": *(\\w+)\\n", "drift: (\\d)"};
 
-const QStringList replacements{QString("drift: 1"), QString("@st%1")};
+const QStringList replacements{"drift: 1", "@st%1"};
 
 const LineMaker codeLines{
     isHeader,
     {
-        QString("@state stand\n    posture: standing\n    drift: 0, 0\n    ticks: 4, 4\n"),
-        QString("@state leap ; up\n  drift + pull: 1\n  cost: 3 ; breath\n  box: 1, 2, 3, 4\n"),
-        QString("@@on landing\n    when: (height <= 0) and [tide > 2]\n    then: stand\n"),
-        QString("@@step reach\n    lasts: 4\n    velocity: 1, 0\n    harm: 1200\n    cel: a\n"),
-        QString("@note\nthe drift: is free text\n(nobody minds\n"),
-        QString("@sketch tiptoe\n    drift: 0, 1\n"),
-        QString("@about\n    title: \"x\"\n"),
-        QString("@nothing known\n    drift: 1, 1\n"),
-        QString("    spark + cel: glint\n"),
+        "@state stand\n    posture: standing\n    drift: 0, 0\n    ticks: 4, 4\n",
+        "@state leap ; up\n  drift + pull: 1\n  cost: 3 ; breath\n  box: 1, 2, 3, 4\n",
+        "@@on landing\n    when: (height <= 0) and [tide > 2]\n    then: stand\n",
+        "@@step reach\n    lasts: 4\n    velocity: 1, 0\n    harm: 1200\n    cel: a\n",
+        "@note\nthe drift: is free text\n(nobody minds\n",
+        "@sketch tiptoe\n    drift: 0, 1\n",
+        "@about\n    title: \"x\"\n",
+        "@nothing known\n    drift: 1, 1\n",
+        "    spark + cel: glint\n",
         // More lines without a node than anything should ever walk one by one.
         QString("\n; a comment").repeated(70) + QLatin1Char('\n'),
-        QString("\n; a comment\n\n"),
-        QString("@state twins\n    steered: yes\n    say: \"now; then\"\n    glow + "
-                "ticks: 1, 2, 3\n"),
+        "\n; a comment\n\n",
+        "@state twins\n    steered: yes\n    say: \"now; then\"\n    glow + "
+        "ticks: 1, 2, 3\n",
     },
-    {QString("@state walk"), QString("@@on a rule"), QString("@@step one"), QString("@note"),
-     QString("@sketch"), QString("@sketch x"), QString("@files"), QString("@"),
-     QString("@@@step three"), QString("@on one sign"), QString("@@state two"), QString("@state"),
-     QString("@unheard of"), QString("@step\tb")},
-    {QString("    drift: 1.5, -2"), QString("drift: 1"), QString("    when: (a or [b"),
-     QString("    cel: wren"), QString("    cel + spark: both"),
-     QString("    cel + posture: clash"), QString("    lasts: 12"),
-     QString("    posture: lying ; ill"), QString("    : no key"), QString("no colon"),
-     QString("    say: \"text\""), QString("")},
+    {"@state walk", "@@on a rule", "@@step one", "@note", "@sketch", "@sketch x", "@files", "@",
+     "@@@step three", "@on one sign", "@@state two", "@state", "@unheard of", "@step\tb"},
+    {"    drift: 1.5, -2", "drift: 1", "    when: (a or [b", "    cel: wren",
+     "    cel + spark: both", "    cel + posture: clash", "    lasts: 12",
+     "    posture: lying ; ill", "    : no key", "no colon", "    say: \"text\"", ""},
     characters,
     values,
     names,
@@ -93,16 +82,14 @@ const LineMaker codeLines{
 
 const LineMaker animationLines{
     isAnimation,
-    {QString("@animation 3, title T, once\n body: 1, 2, 3, 4\n frame: s, at 1 2, loop\n"),
-     QString("; comment\n@animation a\n\n    strike: 1, 2, 3, 4\n; its frame\n    frame:\n"),
-     QString("    frame: s\n    body: 1, 2\n    frame: t, loop ; note\n"),
-     QString("\n; a comment").repeated(70) + QLatin1Char('\n'),
-     QString("frame:\nframe: x\nframe:\n"), QString("\n; a comment\n\n")},
-    {QString("@animation 7"), QString("@animation a, title T, once"), QString("@animation"),
-     QString("@@animation b"), QString("@state stand")},
-    {QString("    frame: s, at 1 2, for 3"), QString("    frame: s, loop ; note"),
-     QString("frame: , for x, at 1"), QString("    body: 1, 2, 3, 4"), QString("    strike: 1, 2"),
-     QString("; comment"), QString("junk"), QString("    strike: 5, 6, 7, 8"), QString("")},
+    {"@animation 3, title T, once\n body: 1, 2, 3, 4\n frame: s, at 1 2, loop\n",
+     "; comment\n@animation a\n\n    strike: 1, 2, 3, 4\n; its frame\n    frame:\n",
+     "    frame: s\n    body: 1, 2\n    frame: t, loop ; note\n",
+     QString("\n; a comment").repeated(70) + QLatin1Char('\n'), "frame:\nframe: x\nframe:\n",
+     "\n; a comment\n\n"},
+    {"@animation 7", "@animation a, title T, once", "@animation", "@@animation b", "@state stand"},
+    {"    frame: s, at 1 2, for 3", "    frame: s, loop ; note", "frame: , for x, at 1",
+     "    body: 1, 2, 3, 4", "    strike: 1, 2", "; comment", "junk", "    strike: 5, 6, 7, 8", ""},
     characters,
     values,
     names,
@@ -173,7 +160,7 @@ private slots:
         const OpenDocument open(type);
         EmberDocument *document = open.get();
         const bool isCode = type == EmberDocument::States;
-        document->setOption(QString("parseCode"), isCode || seed % 3 != 0, false, false);
+        document->setOption("parseCode", isCode || seed % 3 != 0, false, false);
         QAbstractItemModel *model = document->model();
         // The tree shows a frame without a name by its row, so rows say something else as others
         // come.

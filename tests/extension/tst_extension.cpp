@@ -131,7 +131,7 @@ private slots:
 
     void loadsRealPlugins()
     {
-        put(TONES_PLUGIN, QString("tones.so"));
+        put(TONES_PLUGIN, "tones.so");
         makeManager();
         QCOMPARE(takeDiary(), QStringList({"tones registers"}));
         QCOMPARE(ExtensionManager::list(Extension::SoundReaders).size(), 2);
@@ -163,36 +163,36 @@ private slots:
 
     void loadsFromHere()
     {
-        put(THROWING_PLUGIN, QString("libx.so"));
-        put(TONES_PLUGIN, QString("x.so"));
+        put(THROWING_PLUGIN, "libx.so");
+        put(TONES_PLUGIN, "x.so");
         const QString before = QDir::currentPath();
         QVERIFY(QDir::setCurrent(m_directory->path()));
-        m_manager = std::make_unique<ExtensionManager>(QString("."));
+        m_manager = std::make_unique<ExtensionManager>(".");
         QVERIFY(QDir::setCurrent(before));
         QCOMPARE(takeDiary(), QStringList({"throwing registers", "tones registers"}));
     }
 
     void whatIsNoPluginIsPassedOver()
     {
-        put(NOSYMBOL_PLUGIN, QString("nosymbol.so"));
-        put(TONES_PLUGIN, QString("libtones.so"));
-        const QHash<QString, QByteArray> files{{QString("notes.txt"), "text"},
-                                               {QString("broken.so"), "\x7f"
-                                                                      "ELF and no more"},
-                                               {QString("empty.so"), ""},
+        put(NOSYMBOL_PLUGIN, "nosymbol.so");
+        put(TONES_PLUGIN, "libtones.so");
+        const QHash<QString, QByteArray> files{{"notes.txt", "text"},
+                                               {"broken.so", "\x7f"
+                                                             "ELF and no more"},
+                                               {"empty.so", ""},
                                                // Asked for this one, the loader finds libtones.so.
-                                               {QString("tones"), "text"}};
+                                               {"tones", "text"}};
         for (auto file = files.begin(); file != files.end(); ++file) {
             QFile out(m_directory->filePath(file.key()));
             QVERIFY(out.open(QIODevice::WriteOnly));
             out.write(file.value());
         }
-        QVERIFY(QDir(m_directory->path()).mkdir(QString("folder.so")));
+        QVERIFY(QDir(m_directory->path()).mkdir("folder.so"));
         makeManager();
         QCOMPARE(takeDiary(), QStringList({"tones registers"}));
 
-        const ExtensionManager missing(m_directory->filePath(QString("missing")));
-        const ExtensionManager noDirectory(m_directory->filePath(QString("libtones.so")));
+        const ExtensionManager missing(m_directory->filePath("missing"));
+        const ExtensionManager noDirectory(m_directory->filePath("libtones.so"));
         std::unique_ptr<ExtensionManager> unreadable;
         {
             const Unprivileged nobody;
@@ -206,8 +206,8 @@ private slots:
 
     void throwingRegistrationKeepsWhatItAdded()
     {
-        put(THROWING_PLUGIN, QString("1.so"));
-        put(TONES_PLUGIN, QString("2.so"));
+        put(THROWING_PLUGIN, "1.so");
+        put(TONES_PLUGIN, "2.so");
         makeManager();
         QCOMPARE(takeDiary(), QStringList({"throwing registers", "tones registers"}));
         const QList<Extension *> readers = ExtensionManager::list(Extension::SoundReaders);

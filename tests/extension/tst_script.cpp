@@ -24,7 +24,7 @@ class ScriptedEngine : public Engine
 {
 public:
     ScriptedEngine()
-        : Engine(QString("scripted"))
+        : Engine("scripted")
     {
         ++alive;
     }
@@ -34,10 +34,7 @@ public:
     QString displayName() const override { return utf8Name; }
     QString executable() const override { return QString("game"); }
     QString fileFilter() const override { return QString("Definitions (*.def)"); }
-    QMap<int, QString> singleFileFilters() const override
-    {
-        return {{4, QString("*.snd")}, {16, utf8Name}};
-    }
+    QMap<int, QString> singleFileFilters() const override { return {{4, "*.snd"}, {16, utf8Name}}; }
     ProjectFile *createFile(Project::FileID::Type type, Project *project) override
     {
         asked.append({type, project});
@@ -81,13 +78,13 @@ private slots:
         }
 
         const sol::table found = lua["found"];
-        QCOMPARE(found.get<QString>("path"), QString("/data/engines/scripted"));
-        QCOMPARE(found.get<QString>("commentCharacter"), QString(";"));
+        QCOMPARE(found.get<QString>("path"), "/data/engines/scripted");
+        QCOMPARE(found.get<QString>("commentCharacter"), ";");
         QCOMPARE(found.get<QString>("displayName"), utf8Name);
-        QCOMPARE(found.get<QString>("executable"), QString("game"));
-        QCOMPARE(found.get<QString>("fileFilter"), QString("Definitions (*.def)"));
+        QCOMPARE(found.get<QString>("executable"), "game");
+        QCOMPARE(found.get<QString>("fileFilter"), "Definitions (*.def)");
         const sol::table filters = found["filters"];
-        QCOMPARE(filters.get<QString>(4), QString("*.snd"));
+        QCOMPARE(filters.get<QString>(4), "*.snd");
         QCOMPARE(filters.get<QString>(16), utf8Name);
         QCOMPARE(found.get<ProjectFile *>("file"), static_cast<ProjectFile *>(sounds));
         QVERIFY(!found["noFile"].valid());
@@ -96,7 +93,7 @@ private slots:
 
         const sol::table errors = found["errors"];
         QVERIFY(errors.get<QString>(1).endsWith(
-            QLatin1String("sol: cannot modify the elements of an enumeration table")));
+            "sol: cannot modify the elements of an enumeration table"));
         const QLatin1String readOnly("sol: cannot write to a readonly property");
         QVERIFY(errors.get<QString>(2).contains(readOnly));
         QVERIFY(errors.get<QString>(3).contains(readOnly));

@@ -365,25 +365,6 @@ private Q_SLOTS:
         }
     }
 
-    void penJoinsStrokesWithShift()
-    {
-        Bench bench(false, IndexedCanvas, {20, 20});
-        rasterAt(bench.renderer.canvas, 0)->image.fill(0);
-        bench.palette.setForegroundIndex(5);
-        bench.renderer.setActiveTool(ImageRenderer::Pen);
-        bench.stroke({{2, 2}});
-        bench.stroke({{10, 2}}, Qt::LeftButton, Qt::ShiftModifier);
-        QCOMPARE(bench.pixel({6, 2}), 5u);
-        bench.renderer.setActiveTool(ImageRenderer::Eraser); // has no end of its own
-        bench.stroke({{10, 10}}, Qt::LeftButton, Qt::ShiftModifier);
-        QCOMPARE(bench.pixel({10, 6}), 0u);
-        bench.renderer.setActiveTool(ImageRenderer::Pen);
-        bench.stroke({{10, 10}}, Qt::RightButton, Qt::ShiftModifier);
-        bench.stroke({{18, 18}}, Qt::LeftButton, Qt::ShiftModifier);
-        QCOMPARE(bench.pixel({14, 14}), 5u);
-        QCOMPARE(bench.steps(), 5);
-    }
-
     void replacePicksWithShift()
     {
         Bench bench(false, IndexedCanvas, {20, 20});

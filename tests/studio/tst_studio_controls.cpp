@@ -281,7 +281,7 @@ private slots:
         control->receiver = &receiver;
         const ControlFactory::Built built = ControlFactory::build("tst_key", *control, &window);
         QVERIFY(built.field);
-        QCOMPARE(built.field->objectName(), QString("tst_key"));
+        QCOMPARE(built.field->objectName(), "tst_key");
 
         kind.use(built.field);
         QVERIFY2(receiver.calls.contains(call), qPrintable(receiver.calls.join(", ")));
@@ -304,9 +304,9 @@ private slots:
         control.maximum = 5;
         const ControlFactory::Built built = ControlFactory::build("anim_x", control, &window);
         auto *caption = built.row->findChild<QLabel *>("anim_x_caption");
-        QCOMPARE(caption->text(), QString("X axis:"));
+        QCOMPARE(caption->text(), "X axis:");
         QCOMPARE(caption->buddy(), built.field);
-        QCOMPARE(built.field->accessibleName(), QString("X axis"));
+        QCOMPARE(built.field->accessibleName(), "X axis");
         auto *spin = qobject_cast<QSpinBox *>(built.field);
         QCOMPARE(qMakePair(spin->minimum(), spin->maximum()), qMakePair(-5, 5));
 
@@ -330,17 +330,17 @@ private slots:
         auto *label =
             qobject_cast<QLabel *>(ControlFactory::build("snd_pos", changing, &window).field);
         emit receiver.setText("3 / 12");
-        QCOMPARE(label->text(), QString("3 / 12"));
+        QCOMPARE(label->text(), "3 / 12");
 
         Kiln::trWidgetControl fixed(Kiln::Control::Label);
         fixed.translator = Kiln::KilnTranslator::instance();
         fixed.textId = 78;
         auto *caption = qobject_cast<QLabel *>(ControlFactory::build("a_b", fixed, &window).field);
-        QCOMPARE(caption->text(), QString("Frames:"));
+        QCOMPARE(caption->text(), "Frames:");
         caption->clear();
         QEvent languageChange(QEvent::LanguageChange);
         QCoreApplication::sendEvent(caption, &languageChange);
-        QCOMPARE(caption->text(), QString("Frames:"));
+        QCOMPARE(caption->text(), "Frames:");
     }
 
     void combosGiveIndexOrText_data()
@@ -463,7 +463,7 @@ private slots:
         emit editor->playing(false);
         QVERIFY(!editor->playAction->isChecked());
         QCOMPARE(editor->calls, (QStringList{"add", "play 1"}));
-        QCOMPARE(editor->addAction->toolTip(), QString("Add one or more sounds"));
+        QCOMPARE(editor->addAction->toolTip(), "Add one or more sounds");
         QVERIFY(!editor->addAction->icon().isNull());
         QVERIFY(host.menu("sounds")->actions().contains(editor->playAction));
 
@@ -479,7 +479,7 @@ private slots:
         auto *panel = host.deck().make<OrganizerLikePanel>();
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
-        QCOMPARE(QString(host.extraEditor(0)->name()), QString("organizer"));
+        QCOMPARE(QString(host.extraEditor(0)->name()), "organizer");
         QCOMPARE(host.extraEditor(1), panel);
         QVERIFY(!panel->list->isVisible());
 
@@ -552,7 +552,7 @@ private slots:
         QVERIFY2(host.engines().load(QString(ENGINE), &fault), "the host goes on");
         QVERIFY(host.engines().load(QString(ENGINE), &fault));
         QCOMPARE(host.engines().plugins().size(), 1);
-        QCOMPARE(host.engine()->displayName(), QString("Spark"));
+        QCOMPARE(host.engine()->displayName(), "Spark");
     }
 };
 

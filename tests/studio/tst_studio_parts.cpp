@@ -171,7 +171,7 @@ private slots:
         QSignalSpy closed(&bar, &FindBar::closed);
         bar.start("text");
         bar.start(QString());
-        QCOMPARE(bar.text(), QString("text"));
+        QCOMPARE(bar.text(), "text");
         bar.findChild<QPushButton *>(button)->click();
         QCOMPARE(find.count(), 1);
         QCOMPARE(find.first(), (QVariantList{"text", flags}));
@@ -187,7 +187,7 @@ private slots:
         status.setField(2, "Encoding: UTF-8");
         status.setField(-1, "no");
         status.setField(1000000, "no");
-        QCOMPARE(status.field(2), QString("Encoding: UTF-8"));
+        QCOMPARE(status.field(2), "Encoding: UTF-8");
         QCOMPARE(status.field(0), QString());
         QCOMPARE(status.field(1000000), QString());
         auto *button = status.findChild<QToolButton *>("status_field_2");
@@ -198,7 +198,7 @@ private slots:
         QVERIFY(button->isHidden());
         auto *counts = status.findChild<QToolButton *>("status_messages");
         status.setMessageCounts(1, 2);
-        QCOMPARE(counts->text(), QString("1 error, 2 warnings"));
+        QCOMPARE(counts->text(), "1 error, 2 warnings");
     }
 
     void menusAreMadeWhenAskedFor()
@@ -206,7 +206,7 @@ private slots:
         QMenuBar bar;
         Menus menus(&bar);
         QMenu *fresh = menus.menu("code_snippets");
-        QCOMPARE(fresh->title(), QString("Code snippets"));
+        QCOMPARE(fresh->title(), "Code snippets");
         QCOMPARE(menus.menu("code_snippets"), fresh);
         const int place = bar.actions().indexOf(fresh->menuAction());
         QVERIFY(place > bar.actions().indexOf(menus.menu("view")->menuAction()));
