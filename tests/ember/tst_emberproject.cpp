@@ -460,11 +460,12 @@ private slots:
     /// the sample ten times takes no more than one that does so once.
     void returnsEveryNode()
     {
-        const auto report = [this](int rounds) {
+        const QString hero = copyOfHero(m_directory->path());
+        const auto report = [&hero](int rounds) {
             QProcess process;
             process.setProcessChannelMode(QProcess::MergedChannels);
             process.start(QCoreApplication::applicationFilePath(),
-                          {"--rounds", QString::number(rounds), copyOfHero(m_directory->path())});
+                          {"--rounds", QString::number(rounds), hero});
             if (!process.waitForFinished(120000) || process.exitCode() != 0)
                 return QString::fromLocal8Bit(process.readAll()) + process.errorString();
             const QString output = QString::fromLocal8Bit(process.readAll());

@@ -100,8 +100,18 @@ const LineMaker animationLines{
 class OpenDocument
 {
 public:
-    explicit OpenDocument(EmberDocument::FileType type);
-    ~OpenDocument();
+    explicit OpenDocument(EmberDocument::FileType type)
+        : m_parent(EmberParentProject::create(m_directory.path(),
+                                              Kiln::FileSystemArchive::instance(),
+                                              EmberDocument::Character))
+        , m_document(new EmberDocument(type))
+    {
+        const bool isCode = type == EmberDocument::States;
+        m_parent->openedProjects().first()->addFile(
+            m_document, isCode ? Kiln::Project::FileID::Code : Kiln::Project::FileID::Animations);
+        m_document->fromString(isCode ? startText : startAnimations);
+    }
+    ~OpenDocument() { m_parent->close(); }
     EmberDocument *get() const { return m_document; }
 
 private:
@@ -110,23 +120,6 @@ private:
     EmberParentProject *m_parent;
     EmberDocument *m_document;
 };
-
-OpenDocument::OpenDocument(EmberDocument::FileType type)
-    : m_parent(EmberParentProject::create(m_directory.path(),
-                                          Kiln::FileSystemArchive::instance(),
-                                          EmberDocument::Character))
-    , m_document(new EmberDocument(type))
-{
-    const bool isCode = type == EmberDocument::States;
-    m_parent->openedProjects().first()->addFile(
-        m_document, isCode ? Kiln::Project::FileID::Code : Kiln::Project::FileID::Animations);
-    m_document->fromString(QString::fromLatin1(isCode ? startText : startAnimations));
-}
-
-OpenDocument::~OpenDocument()
-{
-    m_parent->close();
-}
 
 } // namespace
 

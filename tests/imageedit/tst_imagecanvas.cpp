@@ -82,42 +82,6 @@ uchar plainFlat(const ImageCanvas &canvas, int x, int y)
     return canvas.palette->indexOf(QColor(mixed[2], mixed[1], mixed[0], mixed[3]));
 }
 
-/// Paints one pixel at a time, through the single-pixel operations of a real painter.
-struct PlainPainter {
-    ImagePainter &painter;
-
-    bool open(int x, int y) const
-    {
-        const ImageSelection &selection = *painter.selection;
-        return painter.image->valid(x, y) && selection.mask.valid(x, y) &&
-               (!selection.active || selection.mask.pixelIndex(x, y) > 0);
-    }
-    void point(int left, int top)
-    {
-        for (int y = top; y < top + painter.penSize; ++y)
-            for (int x = left; x < left + painter.penSize; ++x)
-                if (open(x, y) && painter.canPaint(x, y))
-                    painter.setPixel(x, y);
-    }
-    void line(QPoint from, QPoint to)
-    {
-        PlainCanvas::line(from, to, [this](QPoint at) { point(at.x(), at.y()); });
-    }
-    void fill(QPoint from)
-    {
-        const unsigned target = painter.rawPixel(from.x(), from.y());
-        QVector<QPoint> waiting = {from};
-        while (!waiting.isEmpty() && target != painter.color) {
-            const QPoint at = waiting.takeLast();
-            if (!open(at.x(), at.y()) || painter.rawPixel(at.x(), at.y()) != target)
-                continue;
-            painter.setPixel(at.x(), at.y());
-            for (QPoint way : {QPoint(1, 0), QPoint(-1, 0), QPoint(0, 1), QPoint(0, -1)})
-                waiting.append(at + way);
-        }
-    }
-};
-
 } // namespace
 
 class tst_ImageCanvas : public QObject
@@ -125,53 +89,6 @@ class tst_ImageCanvas : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void paintersFollowThePlainOnes_data()
-    {
-        columns<int, bool, bool>("format", "masked", "replacing");
-        for (int i = 0; i < 8; ++i)
-            QTest::addRow("%s%s%s", i & 1 ? "rgba" : "indexed", i & 2 ? ", masked" : "",
-                          i & 4 ? ", replacing" : "")
-                << (i & 1) << bool(i & 2) << bool(i & 4);
-    }
-
-    void paintersFollowThePlainOnes()
-    {
-        const auto [format, masked, replacing] = row<int, bool, bool>();
-        QRandomGenerator dice(17);
-        TablePalette palette(3);
-        for (int round = 0; round < 90; ++round) {
-            ImageCanvas canvas(&palette);
-            canvas.setFormat(format, false);
-            canvas.setSize({33, 21}, {}, false);
-            canvas.selection.select(QRect(dice.bounded(20), dice.bounded(9), 14, 31));
-            canvas.selection.active = masked;
-            ImagePainter &painter = *canvas.painter;
-            QImage image = randomPicture(canvas.size, IndexedCanvas, dice, 3);
-            if (format == RGBACanvas) {
-                image.setColorTable({palette.rgbAt(0), palette.rgbAt(1), palette.rgbAt(2)});
-                image = image.convertToFormat(QImage::Format_ARGB32);
-            }
-            QImage plain = image.copy();
-            if (replacing)
-                painter.replacements = {{1, 5}, {palette.indexOf(QColor(palette.rgbAt(2))), 9}};
-            painter.setColor(uchar(dice.bounded(256)));
-            painter.penSize = 1 + dice.bounded(6);
-            const QPoint from(dice.bounded(50) - 9, dice.bounded(36) - 8);
-            const QPoint to(dice.bounded(50) - 9, dice.bounded(36) - 8);
-            const int kind = replacing ? round % 2 : round % 3;
-            painter.image = &plain;
-            PlainPainter model{painter};
-            kind == 0   ? model.point(from.x(), from.y())
-            : kind == 1 ? model.line(from, to)
-                        : model.fill(from);
-            painter.image = &image;
-            kind == 0   ? painter.drawPoint(from)
-            : kind == 1 ? painter.drawLine(from, to)
-                        : painter.floodFill(from);
-            QVERIFY2(image == plain, qPrintable(QString("round %1").arg(round)));
-        }
-    }
-
     void fillsWithReplacements()
     {
         TablePalette palette(1);

@@ -143,91 +143,29 @@ public slots:
 namespace
 {
 
-using UserAct = std::function<void(QWidget *)>;
-using EditorAct = std::function<void(Receiver *)>;
-using Shown = std::function<QVariant(QWidget *)>;
+using Control = std::shared_ptr<Kiln::WidgetControl>;
 
-// One kind of control: how it is described, used, set, and what it then shows.
-struct KindRow {
-    std::function<std::unique_ptr<Kiln::WidgetControl>()> make;
-    UserAct use;
-    EditorAct set;
-    Shown shown;
-};
-
-template<typename Type>
-std::unique_ptr<Kiln::WidgetControl> describe(const char *slot, const char *setter, Type control)
+void useByKeys(QWidget *field, const QString &keys)
 {
-    control.slot = slot;
-    control.setter = setter;
-    return std::make_unique<Type>(control);
+    field->show();
+    if (keys == "end")
+        return QTest::keyClick(field, Qt::Key_End);
+    QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClicks(field, keys);
+    QTest::keyClick(field, Qt::Key_Return);
 }
 
-void typeNumber(QWidget *widget, const char *number)
+void setFromEditor(Receiver &receiver, const QVariant &value)
 {
-    widget->show();
-    QTest::keyClick(widget, Qt::Key_A, Qt::ControlModifier);
-    QTest::keyClicks(widget, QLatin1String(number));
-    QTest::keyClick(widget, Qt::Key_Return);
+    if (value.userType() == QMetaType::Int) {
+        emit receiver.setInt(value.toInt());
+    } else if (value.userType() == QMetaType::Double) {
+        emit receiver.setDouble(value.toDouble());
+    } else {
+        emit receiver.setBool(!value.toBool());
+        emit receiver.setBool(value.toBool());
+    }
 }
-
-KindRow spinRow()
-{
-    return {[] { return describe("1intChanged(int)", "2setInt(int)", Kiln::SpinEditControl()); },
-            [](QWidget *widget) { typeNumber(widget, "-7"); },
-            [](Receiver *receiver) { emit receiver->setInt(2147483647); },
-            [](QWidget *widget) { return qobject_cast<QSpinBox *>(widget)->value(); }};
-}
-
-KindRow floatRow()
-{
-    return {[] {
-                return describe("1doubleChanged(double)", "2setDouble(double)",
-                                Kiln::FloatEditControl());
-            },
-            [](QWidget *widget) { typeNumber(widget, "2.5"); },
-            [](Receiver *receiver) { emit receiver->setDouble(-0.125); },
-            [](QWidget *widget) { return qobject_cast<QDoubleSpinBox *>(widget)->value(); }};
-}
-
-KindRow checkRow()
-{
-    return {[] {
-                return describe("1boolChanged(bool)", "2setBool(bool)",
-                                Kiln::trWidgetControl(Kiln::Control::CheckBox));
-            },
-            [](QWidget *widget) { QTest::keyClick(widget, Qt::Key_Space); },
-            [](Receiver *receiver) {
-                emit receiver->setBool(false);
-                emit receiver->setBool(true);
-            },
-            [](QWidget *widget) { return qobject_cast<QCheckBox *>(widget)->isChecked(); }};
-}
-
-KindRow positionRow()
-{
-    return {[] {
-                return describe("1intChanged(int)", "2setInt(int)",
-                                Kiln::WidgetControl(Kiln::Control::PositionSelector));
-            },
-            [](QWidget *widget) { QTest::keyClick(widget, Qt::Key_End); },
-            [](Receiver *receiver) { emit receiver->setInt(12); },
-            [](QWidget *widget) { return qobject_cast<QSlider *>(widget)->value(); }};
-}
-
-KindRow spinWithoutArgumentRow()
-{
-    KindRow row = spinRow();
-    row.make = [] { return describe("1touched()", "2setInt(int)", Kiln::SpinEditControl()); };
-    return row;
-}
-
-} // namespace
-
-Q_DECLARE_METATYPE(KindRow)
-
-namespace
-{
 
 // An editor that asks for a field of another, and registers one that nobody receives.
 class BorrowingEditor : public SoundsLikeEditor
@@ -256,6 +194,8 @@ public:
 
 } // namespace
 
+Q_DECLARE_METATYPE(Control)
+
 class tst_studio_controls : public QObject
 {
     Q_OBJECT
@@ -263,31 +203,40 @@ class tst_studio_controls : public QObject
 private slots:
     void userAndEditorReachEachOther_data()
     {
-        columns<KindRow, QString, QVariant>("row", "call", "shown");
-        addRow("spin", spinRow(), "int -7", QVariant(2147483647));
-        addRow("spin, slot without argument", spinWithoutArgumentRow(), "touched",
-               QVariant(2147483647));
-        addRow("float", floatRow(), "double 2.5", QVariant(-0.125));
-        addRow("check box", checkRow(), "bool 1", QVariant(true));
-        addRow("position", positionRow(), "int 99", QVariant(12));
+        const auto add = columns<Control, QByteArray, QByteArray, QString, QString, QVariant>(
+            "control", "slot", "setter", "keys", "call", "value");
+        const auto spin = std::make_shared<Kiln::SpinEditControl>();
+        const auto real = std::make_shared<Kiln::FloatEditControl>();
+        const auto check = std::make_shared<Kiln::trWidgetControl>(Kiln::Control::CheckBox);
+        const auto place = std::make_shared<Kiln::WidgetControl>(Kiln::Control::PositionSelector);
+        const int most = 2147483647;
+        add("spin", spin, "1intChanged(int)", "2setInt(int)", "-7", "int -7", most);
+        add("slot without argument", spin, "1touched()", "2setInt(int)", "-7", "touched", most);
+        add("float", real, "1doubleChanged(double)", "2setDouble(double)", "2.5", "double 2.5",
+            -0.125);
+        add("check box", check, "1boolChanged(bool)", "2setBool(bool)", " ", "bool 1", true);
+        add("position", place, "1intChanged(int)", "2setInt(int)", "end", "int 99", 12);
     }
 
     void userAndEditorReachEachOther()
     {
-        auto [kind, call, shown] = row<KindRow, QString, QVariant>();
+        const auto [control, slot, setter, keys, call, value] =
+            row<Control, QByteArray, QByteArray, QString, QString, QVariant>();
         QWidget window;
         Receiver receiver;
-        const std::unique_ptr<Kiln::WidgetControl> control = kind.make();
         control->receiver = &receiver;
+        control->slot = slot.constData();
+        control->setter = setter.constData();
         const ControlFactory::Built built = ControlFactory::build("tst_key", *control, &window);
         QVERIFY(built.field);
         QCOMPARE(built.field->objectName(), "tst_key");
 
-        kind.use(built.field);
+        useByKeys(built.field, keys);
         QVERIFY2(receiver.calls.contains(call), qPrintable(receiver.calls.join(", ")));
         receiver.calls.clear();
-        kind.set(&receiver);
-        QCOMPARE(kind.shown(built.field), shown);
+        setFromEditor(receiver, value);
+        QCOMPARE(built.field->property(value.type() == QVariant::Bool ? "checked" : "value"),
+                 value);
         QVERIFY2(receiver.calls.isEmpty(), "what the editor sets must not come back to it");
     }
 

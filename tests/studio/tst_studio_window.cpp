@@ -76,20 +76,6 @@ private slots:
         QVERIFY(!m_window->isWindowModified());
     }
 
-    void typingADefinitionReachesTheProjectTreeAtOnce()
-    {
-        open("heroes/wren/wren.wisp");
-        const Kiln::ParentProject *project = session().parentProject();
-        QVERIFY(!project->filePath(path("heroes/wren/deep/swim.glow")));
-        goTo("states: hurt.glow");
-        type("\n    states: deep/swim.glow");
-        QVERIFY(project->filePath(path("heroes/wren/deep/swim.glow")));
-        for (int i = 0; i < 5; ++i)
-            QTest::keyClick(view(), Qt::Key_Backspace);
-        QVERIFY(!project->filePath(path("heroes/wren/deep/swim.glow")));
-        QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier);
-    }
-
     void messageTableHoldsTheModelRules()
     {
         QAbstractItemModelTester tester(messages());
