@@ -1,21 +1,20 @@
 #include "fakes.h"
 
-#include <kilnx/project/archive.h>
 #include <kilnx/project/archive_p.h>
 #include <kilnx/project/paths.h>
-#include <tests/support/memoryarchive.h>
+#include <tests/support/fulldisk.h>
 
 #include <QtTest/QtTest>
 #include <QtWidgets/QtWidgets>
 
 #include <sys/mount.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
+#include <optional>
 
 using Kiln::FileSystemArchive;
 
@@ -152,19 +151,15 @@ private slots:
 
     void modes_data()
     {
-        columns<int, QByteArray, QByteArray>("mode", "written", "expected");
+        const auto add = columns<int, QByteArray, QByteArray>("mode", "written", "expected");
         const int write = QIODevice::WriteOnly;
         const int both = QIODevice::ReadWrite;
-        addRow("write starts empty", write, QByteArray("new"), QByteArray("new"));
-        addRow("read and write keeps what is not written over", both, QByteArray("NEW"),
-               QByteArray("NEW contents"));
-        addRow("append keeps all", (write | QIODevice::Append), QByteArray("!"),
-               QByteArray("old contents!"));
-        addRow("append to what can be read", (both | QIODevice::Append), QByteArray("!"),
-               QByteArray("old contents!"));
-        addRow("truncate", (both | QIODevice::Truncate), QByteArray("x"), QByteArray("x"));
-        addRow("existing only", (write | QIODevice::ExistingOnly), QByteArray("x"),
-               QByteArray("x"));
+        add("write starts empty", write, "new", "new");
+        add("read and write keeps what is not written over", both, "NEW", "NEW contents");
+        add("append keeps all", (write | QIODevice::Append), "!", "old contents!");
+        add("append to what can be read", (both | QIODevice::Append), "!", "old contents!");
+        add("truncate", (both | QIODevice::Truncate), "x", "x");
+        add("existing only", (write | QIODevice::ExistingOnly), "x", "x");
     }
 
     void modes()
@@ -188,9 +183,9 @@ private slots:
 
     void keepsPermissions_data()
     {
-        columns<int>("mode");
+        const auto add = columns<int>("mode");
         for (int mode : {0600, 0640, 0644, 0755, 0666})
-            addRow(QByteArray::number(mode, 8).constData(), mode);
+            add(QByteArray::number(mode, 8).constData(), mode);
     }
 
     void keepsPermissions()
@@ -262,12 +257,12 @@ private slots:
 
     void removalAndRenamingAreTriedAgain_data()
     {
-        columns<int, int>("freeAfter", "pauses");
-        addRow("at once", 0, 0);
-        addRow("at the third attempt to remove", 2, 2);
-        addRow("at the last attempt to remove", 14, 14);
-        addRow("when renaming", 17, 17);
-        addRow("never", 1000, 28);
+        const auto add = columns<int, int>("freeAfter", "pauses");
+        add("at once", 0, 0);
+        add("at the third attempt to remove", 2, 2);
+        add("at the last attempt to remove", 14, 14);
+        add("when renaming", 17, 17);
+        add("never", 1000, 28);
     }
 
     void removalAndRenamingAreTriedAgain()
@@ -297,9 +292,9 @@ private slots:
 
     void filesTakenAwayMeanwhile_data()
     {
-        columns<bool, QByteArray>("takesTarget", "expected");
-        addRow("the old file", true, QByteArray("new"));
-        addRow("the temporary", false, QByteArray("old"));
+        const auto add = columns<bool, QByteArray>("takesTarget", "expected");
+        add("the old file", true, "new");
+        add("the temporary", false, "old");
     }
 
     void filesTakenAwayMeanwhile()
@@ -368,9 +363,9 @@ private slots:
 
     void failedWriteKeepsTheOldFile_data()
     {
-        columns<bool>("isDisk");
-        addRow("a full disk", true);
-        addRow("the process may write no more", false);
+        const auto add = columns<bool>("isDisk");
+        add("a full disk", true);
+        add("the process may write no more", false);
     }
 
     void failedWriteKeepsTheOldFile()
@@ -378,18 +373,12 @@ private slots:
         QFETCH(bool, isDisk);
         const QByteArray mountPoint = QFile::encodeName(path("disk"));
         QVERIFY(QDir().mkpath(path("disk")));
-        rlimit before;
-        getrlimit(RLIMIT_FSIZE, &before);
-        if (isDisk) {
-            if (mount("none", mountPoint.constData(), "tmpfs", 0, "size=256k") != 0)
-                QSKIP("No right to mount a small disk.");
-        }
+        if (isDisk && mount("none", mountPoint.constData(), "tmpfs", 0, "size=256k") != 0)
+            QSKIP("No right to mount a small disk.");
         writeFile(path("disk/file"), "old contents");
-        if (!isDisk) {
-            signal(SIGXFSZ, SIG_IGN);
-            const rlimit limit{65536, before.rlim_max};
-            QCOMPARE(setrlimit(RLIMIT_FSIZE, &limit), 0);
-        }
+        std::optional<FullDisk> limit;
+        if (!isDisk)
+            limit.emplace(65536);
         const bool isSaved = save(path("disk/file"), QByteArray(1000000, 'x'));
         // Without a look at the result of a write, and with small writes after the failed one.
         QIODevice *device = m_archive.openFile(path("disk/file"), QIODevice::WriteOnly);
@@ -408,7 +397,7 @@ private slots:
         const QString reason = FileSystemArchive::lastError();
         const QByteArray contents = readFile(path("disk/file"));
         const QStringList left = QDir(path("disk")).entryList(QDir::Files);
-        setrlimit(RLIMIT_FSIZE, &before);
+        limit.reset();
         if (isDisk)
             umount(mountPoint.constData());
         QVERIFY(!isSaved);
@@ -420,11 +409,11 @@ private slots:
 
     void copiesFiles_data()
     {
-        columns<QByteArray>("contents");
-        addRow("empty", QByteArray());
-        addRow("short", QByteArray("abc"));
-        addRow("one block", QByteArray(131072, 'b'));
-        addRow("a block and a byte", QByteArray(131073, 'c'));
+        const auto add = columns<QByteArray>("contents");
+        add("empty", {});
+        add("short", "abc");
+        add("one block", QByteArray(131072, 'b'));
+        add("a block and a byte", QByteArray(131073, 'c'));
     }
 
     void copiesFiles()

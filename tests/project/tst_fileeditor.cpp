@@ -1,5 +1,4 @@
 #include "fakes.h"
-#include <tests/support/rows.h>
 
 using namespace Kiln;
 
@@ -256,19 +255,15 @@ private slots:
 
     void suffixes_data()
     {
-        columns<QString, QString, QString>("pattern", "chosen", "saved");
-        struct Row {
-            const char *name, *pattern, *chosen, *saved;
-        };
-        for (const Row &row :
-             {Row{"appended", "*.snd", "a", "a.snd"},
-              Row{"there already", "*.snd", "a.snd", "a.snd"},
-              Row{"there in capitals", "*.snd", "a.SND", "a.SND.snd"},
-              Row{"another one", "*.snd", "a.wav", "a.wav.snd"},
-              Row{"the last of several", "*.snd*.bank", "a", "a.bank"},
-              Row{"with blanks there is none", "*.snd *.bank", "a", "a"},
-              Row{"with digits there is none", "*.s3m", "a", "a"}, Row{"no pattern", "", "a", "a"}})
-            addRow(row.name, QString(row.pattern), QString(row.chosen), QString(row.saved));
+        const auto add = columns<QString, QString, QString>("pattern", "chosen", "saved");
+        add("appended", "*.snd", "a", "a.snd");
+        add("there already", "*.snd", "a.snd", "a.snd");
+        add("there in capitals", "*.snd", "a.SND", "a.SND.snd");
+        add("another one", "*.snd", "a.wav", "a.wav.snd");
+        add("the last of several", "*.snd*.bank", "a", "a.bank");
+        add("with blanks there is none", "*.snd *.bank", "a", "a");
+        add("with digits there is none", "*.s3m", "a", "a");
+        add("no pattern", "", "a", "a");
     }
 
     void suffixes()

@@ -1,7 +1,6 @@
 #include "fakes.h"
 
 #include <kilnx/project/filewatch.h>
-#include <tests/support/rows.h>
 
 using namespace Kiln;
 

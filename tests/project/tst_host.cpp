@@ -233,22 +233,13 @@ private slots:
         std::unique_ptr<QAction> edit(new QAction);
         // What happens, letter by letter; then whether fields may be set, and a change is no
         // field's.
+        const QMap<char, void (FieldGuard::*)()> known{{'b', &FieldGuard::beginChangeFieldValue},
+                                                       {'e', &FieldGuard::endChangeFieldValue},
+                                                       {'p', &FieldGuard::beginProgramChange},
+                                                       {'q', &FieldGuard::endProgramChange}};
         const auto after = [&](const char *steps) {
-            for (; *steps; ++steps) {
-                switch (*steps) {
-                case 'b':
-                    guard.beginChangeFieldValue();
-                    break;
-                case 'e':
-                    guard.endChangeFieldValue();
-                    break;
-                case 'p':
-                    guard.beginProgramChange();
-                    break;
-                default:
-                    guard.endProgramChange();
-                }
-            }
+            for (; *steps; ++steps)
+                (guard.*known[*steps])();
             return QString(guard.canChangeFieldValue() ? "set " : "") +
                    (guard.changeNotFromField() ? "other" : "");
         };

@@ -12,6 +12,27 @@ QPoint away(QPoint point, double factor)
 
 } // namespace
 
+QImage randomPicture(QRandomGenerator &random, const QSize &size, bool indexed, bool blends)
+{
+    const auto below = [&random](int bound) { return random.bounded(bound); };
+    QImage image(size, indexed ? QImage::Format_Indexed8 : QImage::Format_ARGB32);
+    QVector<QRgb> colors(256);
+    for (QRgb &color : colors) {
+        const int alpha = blends && below(3) == 0 ? below(256) : 255;
+        color = qRgba(below(256), below(256), below(256), alpha);
+    }
+    colors[0] = 0;
+    if (indexed)
+        image.setColorTable(colors);
+    for (int y = 0; y < size.height(); ++y) {
+        for (int x = 0; x < size.width(); ++x) {
+            const int index = below(4) ? below(256) : 0;
+            image.setPixel(x, y, indexed ? uint(index) : colors[index]);
+        }
+    }
+    return image;
+}
+
 int PlainScene::thickness() const
 {
     return zoom > 1 ? away(zoom) : 1;

@@ -3,6 +3,7 @@
 #include <QColor>
 #include <QImage>
 #include <QPoint>
+#include <QRandomGenerator>
 #include <QRect>
 #include <QRectF>
 #include <QVector>
@@ -14,6 +15,11 @@ inline int away(double value)
 {
     return int(value < 0 ? -std::floor(-value + 0.5) : std::floor(value + 0.5));
 }
+
+/// A picture at random, a quarter of it of the colour that is clear; `blends` makes a third of the
+/// colours opaque only in part.
+QImage
+randomPicture(QRandomGenerator &random, const QSize &size, bool indexed, bool blends = false);
 
 /// The handles in the order of their codes: left, middle, right and top, middle, bottom.
 constexpr QPoint handlePlaces[] = {{0, 0}, {1, 0}, {0, 1}, {2, 0}, {0, 2}, {1, 2}, {2, 2}, {2, 1}};

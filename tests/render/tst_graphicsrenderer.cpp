@@ -22,24 +22,6 @@ constexpr float zooms[2][12] = {
     {0.25F, 0.5F, 1.0F, 2.0F, 3.0F, 4.0F, 5.0F, 6.0F, 7.0F, 8.0F, 9.0F, 10.0F},
 };
 
-QImage randomPicture(QRandomGenerator &random, const QSize &size, bool indexed)
-{
-    QImage image(size, indexed ? QImage::Format_Indexed8 : QImage::Format_ARGB32);
-    QVector<QRgb> colors(256);
-    for (QRgb &color : colors)
-        color = qRgb(random.bounded(256), random.bounded(256), random.bounded(256));
-    colors[0] = 0;
-    if (indexed)
-        image.setColorTable(colors);
-    for (int y = 0; y < size.height(); ++y) {
-        for (int x = 0; x < size.width(); ++x) {
-            const int index = random.bounded(4) ? random.bounded(256) : 0;
-            image.setPixel(x, y, indexed ? uint(index) : colors[index]);
-        }
-    }
-    return image;
-}
-
 /// A view that asks for repaints of nothing but a count.
 struct CountingWidget : RenderWidgetBase {
     Renderer *renderer() const override { return shown; }

@@ -5,8 +5,6 @@
 #include <tests/render/contexts.h>
 #include <tests/render/fakeboxes.h>
 #include <tests/render/fakeview.h>
-#include <tests/support/rows.h>
-#include <tests/support/testhost.h>
 
 #include <QtTest/QtTest>
 #include <QtWidgets/QtWidgets>
@@ -175,8 +173,7 @@ private Q_SLOTS:
         QVERIFY(!GraphicsRenderer::contactOverCross() && !GraphicsRenderer::spriteOverGuides());
         m_host->options["contact_over_cross"] = true;
         m_host->options["sprite_over_guides"] = true;
-        m_host->options["zoom_mode"] = 1;
-        m_workspace->reconfig();
+        set("zoom_mode", 1);
         QVERIFY(GraphicsRenderer::contactOverCross() && GraphicsRenderer::spriteOverGuides());
         GraphicsRenderer::setOrigin({100, 100});
         m_workspace->zoomActual();
@@ -270,8 +267,7 @@ private Q_SLOTS:
         m_workspace->reconfig();
         QCOMPARE(viewport(), native.data());
         QCOMPARE(native->parentWidget()->layout()->contentsMargins(), QMargins());
-        m_host->options["native_painting"] = false;
-        m_workspace->reconfig();
+        set("native_painting", false);
         QCOMPARE(m_workspace->isOnOpenGL(), !Contexts::none());
         QCOMPARE(m_host->statusTexts.value(5).isEmpty(), !Contexts::none());
         if (Contexts::none()) {
@@ -289,8 +285,7 @@ private Q_SLOTS:
         const QPointer<QWidget> card = viewport();
         m_workspace->reconfig();
         QCOMPARE(viewport(), card.data());
-        m_host->options["native_painting"] = true;
-        m_workspace->reconfig();
+        set("native_painting", true);
         QTRY_VERIFY(!card);
         QCOMPARE(view.widget(), viewport());
         QVERIFY(!view.onOpenGL);
@@ -312,8 +307,7 @@ private Q_SLOTS:
                          [&] { view.updateSelectedBoxes(); });
         view.mousePressed({120, 120}, Qt::LeftButton, {});
         view.mouseMoved({125, 121}, {});
-        m_host->options["native_painting"] = false;
-        m_workspace->reconfig();
+        set("native_painting", false);
         QTRY_VERIFY(view.onOpenGL);
         // The drag has ended as if the button had been released.
         QCOMPARE(attack.rects().first(), QRect(5, 1, 30, 30));
@@ -356,10 +350,8 @@ private Q_SLOTS:
         // It stays native until the user chooses again.
         m_workspace->reconfig();
         QVERIFY(!m_workspace->isOnOpenGL());
-        m_host->options["native_painting"] = true;
-        m_workspace->reconfig();
-        m_host->options["native_painting"] = false;
-        m_workspace->reconfig();
+        set("native_painting", true);
+        set("native_painting", false);
         QVERIFY(m_workspace->isOnOpenGL());
     }
 
@@ -401,6 +393,11 @@ private Q_SLOTS:
     }
 
 private:
+    void set(const char *option, const QVariant &value)
+    {
+        m_host->options[option] = value;
+        m_workspace->reconfig();
+    }
     QWidget *viewport() const { return m_workspace->widget()->findChild<QWidget *>("viewport"); }
     QImage picture() { return m_workspace->widget()->grab().toImage(); }
 

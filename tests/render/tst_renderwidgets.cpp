@@ -77,7 +77,18 @@ public:
 
 /// One drawing of an image.
 struct Quad {
-    explicit Quad(QRandomGenerator &random);
+    explicit Quad(QRandomGenerator &random)
+    {
+        const auto below = [&random](int bound) { return random.bounded(bound); };
+        const QSize size(1 + below(12), 1 + below(12));
+        image = randomPicture(random, size, below(2) == 0, true);
+        target = QRect(QPoint(below(80) - 20, below(80) - 20), size * (1 + below(5)));
+        flip = uchar(below(4));
+        opacity = below(2) ? 1.0F : float(below(101)) / 100;
+        mask = below(4) != 0;
+        effect = uchar(below(4));
+        blend = PlainScene::Blend(below(4));
+    }
 
     QImage image;
     QRect target; // in logical pixels
@@ -87,28 +98,11 @@ struct Quad {
     PlainScene::Blend blend;
 };
 
-Quad::Quad(QRandomGenerator &random)
+QImage white()
 {
-    const auto below = [&random](int bound) { return random.bounded(bound); };
-    const QSize size(1 + below(12), 1 + below(12));
-    const bool indexed = below(2) == 0;
-    image = QImage(size, indexed ? QImage::Format_Indexed8 : QImage::Format_ARGB32);
-    QVector<QRgb> colors(256);
-    for (QRgb &color : colors)
-        color = qRgba(below(256), below(256), below(256), below(3) ? 255 : below(256));
-    colors[0] &= 0xFFFFFF;
-    if (indexed)
-        image.setColorTable(colors);
-    for (int y = 0; y < size.height(); ++y) {
-        for (int x = 0; x < size.width(); ++x)
-            image.setPixel(x, y, indexed ? uint(below(256)) : colors[below(256)]);
-    }
-    target = QRect(QPoint(below(80) - 20, below(80) - 20), size * (1 + below(5)));
-    flip = uchar(below(4));
-    opacity = below(2) ? 1.0F : float(below(101)) / 100;
-    mask = below(4) != 0;
-    effect = uchar(below(4));
-    blend = PlainScene::Blend(below(4));
+    QImage image(4, 4, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    return image;
 }
 
 QMatrix4x4 matrix(const QRectF &target)
@@ -138,6 +132,15 @@ struct Shown {
     {
         probe.drawing = std::move(drawing);
         return widget.grabFramebuffer();
+    }
+    /// What the textures drawn in one run show.
+    QImage textured(const std::function<void()> &drawing)
+    {
+        return picture([&](Probe &probe, QPainter &painter) {
+            probe.beginTextureDrawing(painter);
+            drawing();
+            probe.endTextureDrawing(painter);
+        });
     }
     /// Through the library, between beginTextureDrawing() and its end.
     void draw(const Quad &quad)
@@ -222,10 +225,8 @@ private Q_SLOTS:
             return;
         Shown shown;
         QVERIFY(shown.works);
-        QImage white(4, 4, QImage::Format_RGB32);
-        white.fill(Qt::white);
-        const Texture full(white);
-        Texture removed(white);
+        const Texture full(white());
+        Texture removed(white());
         removed.fromImage(QImage());
         const Texture empty;
         const RGBA colors[256] = {};
@@ -243,12 +244,11 @@ private Q_SLOTS:
                     {"empty rectangle", &full, 0, {0, 0}}};
         for (const auto &row : rows) {
             const QMatrix4x4 target = matrix(QRectF({3, 3}, row.size));
-            const QImage picture = shown.picture([&](Probe &probe, QPainter &painter) {
-                probe.beginTextureDrawing(painter);
-                probe.glDrawImage(target, row.image, nullptr, 0, 1, true, row.effect);
+            const QImage picture = shown.textured([&] {
+                shown.probe.glDrawImage(target, row.image, nullptr, 0, 1, true, row.effect);
                 if (row.image != &full || row.size.isEmpty())
-                    probe.glDrawImageTiled({1, 1}, {}, target, row.image, nullptr, 0, 1, true);
-                probe.endTextureDrawing(painter);
+                    shown.probe.glDrawImageTiled({1, 1}, {}, target, row.image, nullptr, 0, 1,
+                                                 true);
             });
             QVERIFY2(shown.plain.differences(picture).isEmpty(), row.name);
         }
@@ -296,11 +296,9 @@ private Q_SLOTS:
             }
         }
         Texture texture(quad.image);
-        const QImage picture = shown.picture([&](Probe &probe, QPainter &painter) {
-            probe.beginTextureDrawing(painter);
-            probe.glDrawImageTiled(count, spacing, matrix(target), &texture, nullptr, quad.flip, 1,
-                                   false);
-            probe.endTextureDrawing(painter);
+        const QImage picture = shown.textured([&] {
+            shown.probe.glDrawImageTiled(count, spacing, matrix(target), &texture, nullptr,
+                                         quad.flip, 1, false);
         });
         QCOMPARE(shown.plain.differences(picture), QString());
     }
@@ -311,9 +309,7 @@ private Q_SLOTS:
             return;
         Shown shown;
         QVERIFY(shown.works);
-        QImage white(4, 4, QImage::Format_RGB32);
-        white.fill(Qt::white);
-        Texture texture(white);
+        Texture texture(white());
         QObject::connect(
             &shown.widget, &GLRenderWidget::setCustomShaderUniformValues, &shown.widget,
             [](QOpenGLShaderProgram *program) { program->setUniformValue("tint", 0.2F); });
@@ -337,10 +333,9 @@ private Q_SLOTS:
                 shown.widget.setCustomPixelShader(nullptr, sources[i]);
                 QCOMPARE(QOpenGLContext::currentContext() == shown.widget.context(), drawing);
             }
-            const QImage picture = shown.picture([&](Probe &probe, QPainter &painter) {
-                probe.beginTextureDrawing(painter);
-                probe.glDrawImage(matrix(QRectF(0, 0, 64, 48)), &texture, nullptr, 0, 1, true, 0);
-                probe.endTextureDrawing(painter);
+            const QImage picture = shown.textured([&] {
+                shown.probe.glDrawImage(matrix(QRectF(0, 0, 64, 48)), &texture, nullptr, 0, 1, true,
+                                        0);
             });
             QCOMPARE(qRed(picture.pixel(9, 9)), reds[i]);
         }
@@ -472,11 +467,7 @@ private Q_SLOTS:
         QRandomGenerator random(5);
         const Quad quad(random);
         shown.drawPlainly(quad);
-        const QImage picture = shown.picture([&](Probe &probe, QPainter &painter) {
-            probe.beginTextureDrawing(painter);
-            shown.draw(quad);
-            probe.endTextureDrawing(painter);
-        });
+        const QImage picture = shown.textured([&] { shown.draw(quad); });
         QCOMPARE(shown.plain.differences(picture), QString());
         shown.widget.setParent(nullptr);
     }
@@ -513,9 +504,7 @@ private Q_SLOTS:
         widget.resize(20, 20);
         Probe probe;
         widget.setRenderer(&probe);
-        QImage white(4, 4, QImage::Format_RGB32);
-        white.fill(Qt::white);
-        Texture texture(white);
+        Texture texture(white());
         probe.drawing = [&](Probe &, QPainter &painter) {
             painter.fillRect(0, 0, 20, 20, Qt::blue);
             probe.beginTextureDrawing(painter);
