@@ -1,26 +1,13 @@
-#include <hostkit/codesurface.h>
-#include <hostkit/filedesk.h>
+#include "windowtest.h"
+
 #include <hostkit/framepane.h>
-#include <hostkit/settings.h>
 #include <hostkit/statusfields.h>
 #include <hostkit/viewport.h>
-#include <mainactions.h>
-#include <mainwindow.h>
-
-#include <kilnx/code/codedocument.h>
 #include <kilnx/code/framecode.h>
 #include <kilnx/image/sprite.h>
 #include <kilnx/render/graphicsworkspace.h>
 #include <tests/render/contexts.h>
 #include <tests/render/plainuser.h>
-#include <tests/support/dialogscript.h>
-#include <tests/support/rows.h>
-
-#include <QAction>
-#include <QLabel>
-#include <QRandomGenerator>
-#include <QTemporaryDir>
-#include <QTextBlock>
 
 using namespace HostKit;
 using Kiln::ContactBoxCode;
@@ -63,454 +50,420 @@ struct PlainFrame {
 } // namespace
 
 // The pane beside the text of animations, in the real window on the sample project.
-class tst_studio_frames : public QObject
+class tst_studio_frames : public WindowTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init()
+    {
+        WindowTest::init();
+        QVERIFY(!pane().isVisible());
+        open("heroes/wren/wren.flick");
+        QVERIFY(pane().isVisible());
+        QTRY_VERIFY(view().widget()); // OpenGL is there a moment later
+        goTo(jab2);
+    }
 
-    void followsTheCursor_data();
-    void followsTheCursor();
-    void followsTheText();
-    void editsAreOneStep();
-    void switchesPainting();
-    void lettingGoOfSprites();
-    void closesInTheMiddle();
-    void randomUser_data();
-    void randomUser();
+    void followsTheCursor_data()
+    {
+        const auto add = columns<QString, int, QString>("text", "below", "sprite");
+        add("the head of the file", "; Wren's animations", 0, "wren_stand_1");
+        add("a header", "@animation jab", 0, "wren_jab_1");
+        add("a comment above a header", "; She goes on tiptoe", 0, "wren_walk_1");
+        add("a frame", jab2, 0, "wren_jab_2");
+        add("a box of it", "strike: 8, -58", 0, "wren_jab_2");
+        add("below the last frame", "frame: wren_jab_3", 1, "wren_jab_3");
+        add("the end of the file", "frame: wren_land_2, for 4", 1, "wren_land_2");
+    }
+
+    void followsTheCursor()
+    {
+        const auto [text, below, sprite] = row<QString, int, QString>();
+        goTo(text);
+        QTextCursor cursor = host().surface()->editor()->textCursor();
+        for (int i = 0; i < below; ++i)
+            cursor.movePosition(QTextCursor::NextBlock);
+        host().surface()->editor()->setTextCursor(cursor);
+        QVERIFY(pane().frame());
+        QCOMPARE(pane().frame()->identifier(), sprite);
+        const QString title = pane().findChild<QLabel *>("frame_place")->text();
+        QCOMPARE(title.section(' ', -1).toInt(), pane().frame()->index() + 1);
+    }
+
+    // The view shows what is typed, as soon as it is typed.
+    void followsTheText()
+    {
+        Kiln::SpriteProvider *frames = view().spriteProvider();
+        const auto shown = [frames](Kiln::SpriteProvider::PropertyId id) {
+            return frames->property(0, id);
+        };
+        using Id = Kiln::SpriteProvider::PropertyId;
+        Kiln::Sprite *sprite = frames->spriteAt(0);
+        QVERIFY(sprite);
+        const QPoint origin = sprite->property("Origin").toPoint();
+        const QSize size = shown(Id::Size).toSize();
+        QCOMPARE(size, sprite->image().size());
+        QCOMPARE(view().itemPosition(Viewport::ItemSprite), QPoint(5, 0) - origin);
+        const auto replace = [this](const QString &before, const QString &after) {
+            QTextCursor found = document()->QTextDocument::find(before);
+            QVERIFY(!found.isNull());
+            found.insertText(after);
+        };
+        replace("wren_jab_2, at 5 0", "wren_jab_2, at -7 3");
+        QCOMPARE(view().itemPosition(Viewport::ItemSprite), QPoint(-7, 3) - origin);
+        // Mirrored about its origin, and twice as large from there.
+        replace("wren_jab_2, at -7 3", "wren_jab_2, flip h, scale 2 2, at -8 4");
+        QCOMPARE(shown(Id::Mirror).toInt(), 1);
+        QCOMPARE(shown(Id::Scale).toPointF(), QPointF(2, 2));
+        QCOMPARE(view().itemPosition(Viewport::ItemSprite),
+                 QPoint(-4, 2) - QPoint(size.width() - origin.x(), origin.y()));
+        replace("strike: 8, -58, 36, -44", "strike: 1, 2, 4, 9\n    strike: 0, 0, 2, 2");
+        QCOMPARE(view().boxes(ContactBoxCode::Attack)->rects(),
+                 (QVector<QRect>{{1, 2, 3, 7}, {0, 0, 2, 2}}));
+        // The ghost of the frame before is as large as that frame was.
+        goTo("frame: wren_jab_3");
+        const QImage ghost = view().widget()->grab().toImage();
+        replace("flip h, scale 2 2", "scale 1 1");
+        QVERIFY(view().widget()->grab().toImage() != ghost);
+        goTo("wren_jab_2");
+        const auto *place = pane().findChild<QLabel *>("frame_place");
+        QVERIFY(!place->text().contains("no sprite"));
+        replace("wren_jab_2", "nobody");
+        QCOMPARE(frames->count(), 0U);
+        QVERIFY(place->text().contains("no sprite \"nobody\""));
+        // The palette and the pictures may change, too.
+        goTo("frame: wren_jab_1");
+        sprite = frames->spriteAt(0);
+        QSignalSpy read(frames, &Kiln::SpriteProvider::changed);
+        Kiln::RGBA colors[256];
+        sprite->palette()->toPalette(colors);
+        colors[1].r ^= 1;
+        sprite->palette()->setColors(colors, Kiln::Palette::SetReplaced);
+        QVERIFY(read.count() > 0);
+        sprite->setProperty("Origin", QPoint(1, 1));
+        QCOMPARE(view().itemPosition(Viewport::ItemSprite), QPoint(1, -1));
+        sprite->sprites()->remove(unsigned(sprite->index()));
+        QCOMPARE(frames->count(), 0U);
+        sprite->sprites()->undo();
+        sprite->sprites()->undo();
+        sprite->sprites()->undo();
+        QCOMPARE(frames->spriteAt(0), sprite);
+    }
+
+    // Every edit in the view is one step of undo, also one of several boxes.
+    void editsAreOneStep()
+    {
+        QStringList states{text()};
+        const auto changed = [&](const char *what) {
+            QVERIFY2(text() != states.last(), what);
+            states.append(text());
+            const PlainFrame plain(text(), line());
+            QCOMPARE(view().boxes(ContactBoxCode::Attack)->rects(), plain.boxes[0]);
+            QCOMPARE(view().boxes(ContactBoxCode::Collision)->rects(), plain.boxes[1]);
+        };
+        QAction *draw = m_window->findChild<QAction *>("frame_collision_box");
+        draw->trigger();
+        QCOMPARE(view().clickMode(), Viewport::ClickDrawContactBox);
+        drag({-40, -60}, {-30, -52});
+        changed("a box is drawn");
+        view().mousePressed({100, 100}, Qt::RightButton, Qt::NoModifier);
+        view().mouseReleased({100, 100}, Qt::RightButton, Qt::NoModifier);
+        QVERIFY(!draw->isChecked());
+        QCOMPARE(PlainFrame(text(), line()).boxes[1].last().size(), QSize(11, 9));
+        // Two boxes at once: by the keys, and away.
+        const QPoint hit = Viewport::origin() + QPoint(30, -50) * double(view().zoomFactor());
+        view().mousePressed(hit, Qt::LeftButton, Qt::ShiftModifier);
+        view().mouseReleased(hit, Qt::LeftButton, Qt::ShiftModifier);
+        QCOMPARE(view().selectedContactBoxes().size(), 2);
+        view().keyPressed(Qt::Key_Left, Qt::NoModifier);
+        changed("both are moved");
+        view().keyPressed(Qt::Key_Delete, Qt::NoModifier);
+        changed("both are deleted");
+        drag({-9, -60}, {-7, -60});
+        changed("one is dragged");
+        QVERIFY(PlainFrame(text(), line()).boxes[0].isEmpty());
+        // The picture itself, away from the boxes.
+        drag({40, -10}, {44, -12});
+        changed("the sprite is dragged");
+        QCOMPARE(PlainFrame(text(), line()).offset, QPoint(9, -2));
+        while (states.size() > 1) {
+            QCOMPARE(text(), states.takeLast());
+            actions()->undo->trigger();
+        }
+        QCOMPARE(text(), states.first());
+        QVERIFY(!document()->isUndoAvailable());
+    }
+
+    // By the settings, and where OpenGL does not work, which is told once; the pane goes on.
+    void switchesPainting()
+    {
+        const auto renderer = [this] { return host().status().field(5); };
+        const bool works = !Contexts::none();
+        QCOMPARE(pane().workspace().isOnOpenGL(), works);
+        QVERIFY2(renderer().endsWith(works ? "OpenGL" : "Native painter"), qPrintable(renderer()));
+        for (const bool native : {true, false, true}) {
+            set("native_painting", native);
+            QCOMPARE(pane().workspace().isOnOpenGL(), works && !native);
+            QTest::qWait(50);
+            QCOMPARE(view().onOpenGL, works && !native);
+            QCOMPARE(view().boxes(ContactBoxCode::Attack)->count(), 1U);
+        }
+        // A picture is turned once: another palette turns what is shown, and nothing else.
+        view().widget()->grab();
+        const int kept = view().keptBytes();
+        QVERIFY(kept > 0);
+        view().widget()->grab();
+        QCOMPARE(view().keptBytes(), kept);
+        view().mouseMoved(Viewport::origin() + QPoint(8, 12), Qt::NoModifier);
+        QCOMPARE(host().status().field(3), QString("Position: 4, 6"));
+        view().setGuideLines({1, 2});
+        view().mouseMoved({99, 99}, Qt::NoModifier);
+        QCOMPARE(host().status().field(4), QString("Horizontal guide: 2, Vertical guide: 1"));
+        // The zoom of the View menu is the view's while it has the keyboard.
+        const float zoom = view().zoomFactor();
+        view().widget()->setFocus();
+        actions()->zoomIn->trigger();
+        QVERIFY(view().zoomFactor() > zoom);
+        open("heroes/wren/air.glow");
+        QVERIFY(!pane().isVisible() && renderer().isEmpty());
+    }
+
+    // What the view shows of a file that is taken away is gone at once, before the next paint.
+    void lettingGoOfSprites()
+    {
+        Kiln::Project *project = document()->project();
+        auto *sprites =
+            dynamic_cast<Kiln::Sprites *>(project->file(Kiln::Project::FileID::Sprites));
+        QVERIFY(sprites);
+        const QString name = sprites->fileName();
+        QVERIFY(sprites->fromFile(sprites->archive(), name, false));
+        const int row = sprites->indexOf(0, PlainFrame(text(), line()).name);
+        QCOMPARE(view().spriteProvider()->spriteAt(0), sprites->at(unsigned(row)));
+        project->removeFile(sprites);
+        QCOMPARE(view().spriteProvider()->count(), 0U);
+        view().widget()->repaint();
+        QVERIFY(pane().frame());
+    }
+
+    // What is shown goes while it is dragged and drawn.
+    void closesInTheMiddle()
+    {
+        view().mousePressed(Viewport::origin() + QPoint(60, -100), Qt::LeftButton, Qt::NoModifier);
+        m_window->findChild<QAction *>("frame_attack_box")->trigger();
+        view().mousePressed(Viewport::origin(), Qt::LeftButton, Qt::NoModifier);
+        QVERIFY(host().closeProject());
+        view().mouseMoved(Viewport::origin() + QPoint(30, 30), Qt::NoModifier);
+        view().mouseReleased(Viewport::origin(), Qt::LeftButton, Qt::NoModifier);
+        view().keyPressed(Qt::Key_Delete, Qt::NoModifier);
+        QVERIFY(!pane().isVisible() && !pane().frame());
+        QCOMPARE(view().spriteProvider()->count(), 0U);
+        QVERIFY(!view().boxes(ContactBoxCode::Attack));
+        QVERIFY(host().openProject(hero()));
+        open("heroes/wren/wren.flick");
+        QVERIFY(pane().isVisible() && pane().frame());
+    }
+
+    void randomUser_data()
+    {
+        columns<unsigned int>("seed");
+        for (unsigned int seed = 1; seed <= 5; ++seed)
+            QTest::newRow(qPrintable(QString::number(seed))) << seed;
+    }
+
+    // A user of view and text at random, and undo that takes all of it back step by step.
+    void randomUser()
+    {
+        QFETCH(unsigned int, seed);
+        QRandomGenerator random(seed);
+        const auto below = [&random](int bound) { return random.bounded(bound); };
+        PlainUser plain;
+        PlainScene &scene = plain.scene;
+        scene.view = view().widget()->size();
+        scene.guidesVisible = true;
+        scene.guides = view().guideLines();
+        scene.crosses[0] = {true, 1, 0, {}};
+        scene.crosses[1] = scene.crosses[2] = {false, 13, 0, {}};
+        scene.boxMode = 14;
+        const auto origin = [this] {
+            return view().spriteProvider()->spriteAt(0)->property("Origin").toPoint();
+        };
+        const auto read = [&] {
+            const PlainFrame frame(text(), line());
+            const QImage picture = view().spriteProvider()->spriteAt(0)->image();
+            scene.sprites = {{picture, 14, 0, frame.offset - origin(), 1, 1, 0, 1, 0}};
+            for (int kind = 0; kind < 2; ++kind)
+                plain.setText(kind, frame.boxes[kind]);
+        };
+        const QStringList frames{"frame: wren_jab_2", "frame: wren_hook_2", "frame: wren_stand_1",
+                                 "frame: wren_sweep_2", "frame: wren_dive_2"};
+        scene.origin = Viewport::origin();
+        scene.zoom = double(view().zoomFactor());
+        read();
+        QStringList history{text()};
+        QStringList steps;
+        bool pressed = false;
+        QPoint mouse = Viewport::origin();
+        for (int step = 0; step < 1200; ++step) {
+            const int what = below(100);
+            const bool shift = below(3) == 0;
+            const bool control = below(10) == 0;
+            const Qt::KeyboardModifiers modifiers =
+                (shift ? Qt::ShiftModifier : Qt::NoModifier) |
+                (control ? Qt::ControlModifier : Qt::NoModifier);
+            const bool left = below(8) != 0;
+            const Qt::MouseButton button = left ? Qt::LeftButton : Qt::RightButton;
+            steps.append(QStringLiteral("%1 at %2 %3 with %4%5")
+                             .arg(what)
+                             .arg(mouse.x())
+                             .arg(mouse.y())
+                             .arg(int(left))
+                             .arg(int(modifiers) >> 25));
+            if (what < 45) {
+                mouse = below(4) ? mouse + QPoint(below(33) - 16, below(33) - 16)
+                                 : Viewport::origin() + QPoint(below(160) - 80, -below(150));
+                mouse = {qBound(31, mouse.x(), scene.view.width()),
+                         qBound(31, mouse.y(), scene.view.height())};
+                view().mouseMoved(mouse, modifiers);
+                plain.move(mouse);
+            } else if (what < 62) {
+                view().mousePressed(mouse, button, modifiers);
+                plain.press(mouse, left, shift, control);
+                pressed |= left;
+            } else if (what < 80) {
+                view().mouseReleased(mouse, button, modifiers);
+                plain.release(left, !left);
+                pressed &= !left;
+            } else if (what < 84) {
+                const QPoint way[] = {{-1, 0}, {0, -1}, {1, 0}, {0, 1}};
+                const int key = below(4);
+                view().keyPressed(Qt::Key_Left + key, modifiers);
+                if (!shift && !control) {
+                    plain.nudge(way[key]);
+                    if (plain.any)
+                        plain.setText(0, plain.text[0]); // what is written ends a drag
+                }
+            } else if (what < 86) {
+                view().keyPressed(left ? Qt::Key_Delete : Qt::Key_Escape, modifiers);
+                if (!shift && !control)
+                    left ? plain.remove() : plain.escape();
+            } else if (what < 90) {
+                const int kind = below(2);
+                if (kind == 0)
+                    pane().drawAttackBoxes(true);
+                else
+                    pane().drawCollisionBoxes(true);
+                plain.enter(1, kind);
+                pressed = false;
+            } else if (what < 92) {
+                pane().drawAttackBoxes(false);
+                plain.position();
+            } else if (what < 94) {
+                view().mouseWheel(left ? 120 : -240);
+                scene.zoom = double(view().zoomFactor());
+            } else if (!pressed && what < 97) {
+                // A line of a box more, above all others.
+                QTextCursor cursor = host().surface()->editor()->textCursor();
+                while (!cursor.block().text().trimmed().startsWith("frame:"))
+                    cursor.movePosition(QTextCursor::NextBlock);
+                cursor.movePosition(QTextCursor::StartOfBlock);
+                const int x = below(60) - 30;
+                const int y = -below(60);
+                cursor.insertText(QStringLiteral("    %1: %2, %3, %4, %5\n")
+                                      .arg(below(2) ? "strike" : "body")
+                                      .arg(x)
+                                      .arg(y)
+                                      .arg(x + 1 + below(30))
+                                      .arg(y + 1 + below(30)));
+                read();
+            } else if (!pressed) {
+                const Kiln::FrameCode *before = pane().frame();
+                goTo(frames[below(frames.size())]);
+                if (pane().frame() != before)
+                    plain.deselect();
+                read();
+            }
+            if (below(60) == 0 && !pressed) {
+                const QPoint middle(scene.view.width() / 2, scene.view.height() * 3 / 4);
+                Viewport::setOrigin(middle);
+                scene.origin = middle;
+            }
+            if (text() != history.last()) {
+                history.append(text());
+                // What was dragged and not released is where the text has it again.
+                plain.setText(0, plain.text[0]);
+                plain.place(0, PlainFrame(text(), line()).offset - origin());
+            }
+            const QString wrong = differences(plain);
+            QVERIFY2(
+                wrong.isEmpty(),
+                qPrintable(QStringLiteral("step %1: %2\n%3")
+                               .arg(step)
+                               .arg(wrong, QStringList(steps.mid(steps.size() - 10)).join("; "))));
+        }
+        QVERIFY(history.size() > 40);
+        while (history.size() > 1) {
+            QCOMPARE(text(), history.takeLast());
+            document()->undo();
+        }
+        QCOMPARE(text(), history.first());
+    }
 
 private:
-    HostBase &host() const { return m_window->host(); }
     FramePane &pane() const { return *host().framePane(); }
     Viewport &view() const { return pane().viewport(); }
-    Kiln::CodeDocument *document() const { return host().surface()->document(); }
     QString text() const { return document()->toPlainText(); }
     int line() const { return host().surface()->editor()->textCursor().blockNumber(); }
-    void goTo(const QString &text);
-    void drag(QPoint from, QPoint to);
-    QString differences(const PlainUser &plain);
 
-    std::unique_ptr<QTemporaryDir> m_directory;
-    std::unique_ptr<DialogScript> m_dialogs;
-    std::unique_ptr<Studio::MainWindow> m_window;
-};
-
-void tst_studio_frames::init()
-{
-    m_directory = std::make_unique<QTemporaryDir>();
-    m_dialogs = std::make_unique<DialogScript>();
-    m_window = std::make_unique<Studio::MainWindow>(Paths::below(m_directory->path()));
-    m_window->show();
-    m_window->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
-    const QString sample = QStringLiteral(KILN_SOURCE_DIR "/examples/hero");
-    QVERIFY(host().openProject(sample));
-    QVERIFY(!pane().isVisible());
-    QVERIFY(host().desk().openFile(sample + "/heroes/wren/wren.flick", 0));
-    QVERIFY(pane().isVisible());
-    QTRY_VERIFY(view().widget()); // OpenGL is there a moment later
-    goTo(jab2);
-}
-
-void tst_studio_frames::cleanup()
-{
-    if (document() && document()->isModified())
-        m_dialogs->expectBox(QMessageBox::Yes);
-    m_window.reset();
-    m_dialogs.reset();
-}
-
-void tst_studio_frames::goTo(const QString &text)
-{
-    const QTextCursor found = document()->QTextDocument::find(text);
-    QVERIFY2(!found.isNull(), qPrintable(text));
-    host().surface()->editor()->setTextCursor(found);
-}
-
-/// Both in image pixels.
-void tst_studio_frames::drag(QPoint from, QPoint to)
-{
-    const auto place = [this](QPoint at) {
-        return Viewport::origin() + at * double(view().zoomFactor());
-    };
-    view().mousePressed(place(from), Qt::LeftButton, Qt::NoModifier);
-    view().mouseMoved(place(to), Qt::NoModifier);
-    view().mouseReleased(place(to), Qt::LeftButton, Qt::NoModifier);
-}
-
-void tst_studio_frames::followsTheCursor_data()
-{
-    const auto add = columns<QString, int, QString>("text", "below", "sprite");
-    add("the head of the file", "; Wren's animations", 0, "wren_stand_1");
-    add("a header", "@animation jab", 0, "wren_jab_1");
-    add("a comment above a header", "; She goes on tiptoe", 0, "wren_walk_1");
-    add("a frame", jab2, 0, "wren_jab_2");
-    add("a box of it", "strike: 8, -58", 0, "wren_jab_2");
-    add("below the last frame", "frame: wren_jab_3", 1, "wren_jab_3");
-    add("the end of the file", "frame: wren_land_2, for 4", 1, "wren_land_2");
-}
-
-void tst_studio_frames::followsTheCursor()
-{
-    const auto [text, below, sprite] = row<QString, int, QString>();
-    goTo(text);
-    QTextCursor cursor = host().surface()->editor()->textCursor();
-    for (int i = 0; i < below; ++i)
-        cursor.movePosition(QTextCursor::NextBlock);
-    host().surface()->editor()->setTextCursor(cursor);
-    QVERIFY(pane().frame());
-    QCOMPARE(pane().frame()->identifier(), sprite);
-    const QString title = pane().findChild<QLabel *>("frame_place")->text();
-    QCOMPARE(title.section(' ', -1).toInt(), pane().frame()->index() + 1);
-}
-
-// The view shows what is typed, as soon as it is typed.
-void tst_studio_frames::followsTheText()
-{
-    Kiln::SpriteProvider *frames = view().spriteProvider();
-    const auto shown = [frames](Kiln::SpriteProvider::PropertyId id) {
-        return frames->property(0, id);
-    };
-    using Id = Kiln::SpriteProvider::PropertyId;
-    Kiln::Sprite *sprite = frames->spriteAt(0);
-    QVERIFY(sprite);
-    const QPoint origin = sprite->property("Origin").toPoint();
-    const QSize size = shown(Id::Size).toSize();
-    QCOMPARE(size, sprite->image().size());
-    QCOMPARE(view().itemPosition(Viewport::ItemSprite), QPoint(5, 0) - origin);
-    const auto replace = [this](const QString &before, const QString &after) {
-        QTextCursor found = document()->QTextDocument::find(before);
-        QVERIFY(!found.isNull());
-        found.insertText(after);
-    };
-    replace("wren_jab_2, at 5 0", "wren_jab_2, at -7 3");
-    QCOMPARE(view().itemPosition(Viewport::ItemSprite), QPoint(-7, 3) - origin);
-    // Mirrored about its origin, and twice as large from there.
-    replace("wren_jab_2, at -7 3", "wren_jab_2, flip h, scale 2 2, at -8 4");
-    QCOMPARE(shown(Id::Mirror).toInt(), 1);
-    QCOMPARE(shown(Id::Scale).toPointF(), QPointF(2, 2));
-    QCOMPARE(view().itemPosition(Viewport::ItemSprite),
-             QPoint(-4, 2) - QPoint(size.width() - origin.x(), origin.y()));
-    replace("strike: 8, -58, 36, -44", "strike: 1, 2, 4, 9\n    strike: 0, 0, 2, 2");
-    QCOMPARE(view().boxes(ContactBoxCode::Attack)->rects(),
-             (QVector<QRect>{{1, 2, 3, 7}, {0, 0, 2, 2}}));
-    // The ghost of the frame before is as large as that frame was.
-    goTo("frame: wren_jab_3");
-    const QImage ghost = view().widget()->grab().toImage();
-    replace("flip h, scale 2 2", "scale 1 1");
-    QVERIFY(view().widget()->grab().toImage() != ghost);
-    goTo("wren_jab_2");
-    const auto *place = pane().findChild<QLabel *>("frame_place");
-    QVERIFY(!place->text().contains("no sprite"));
-    replace("wren_jab_2", "nobody");
-    QCOMPARE(frames->count(), 0U);
-    QVERIFY(place->text().contains("no sprite \"nobody\""));
-    // The palette and the pictures may change, too.
-    goTo("frame: wren_jab_1");
-    sprite = frames->spriteAt(0);
-    QSignalSpy read(frames, &Kiln::SpriteProvider::changed);
-    Kiln::RGBA colors[256];
-    sprite->palette()->toPalette(colors);
-    colors[1].r ^= 1;
-    sprite->palette()->setColors(colors, Kiln::Palette::SetReplaced);
-    QVERIFY(read.count() > 0);
-    sprite->setProperty("Origin", QPoint(1, 1));
-    QCOMPARE(view().itemPosition(Viewport::ItemSprite), QPoint(1, -1));
-    sprite->sprites()->remove(unsigned(sprite->index()));
-    QCOMPARE(frames->count(), 0U);
-    sprite->sprites()->undo();
-    sprite->sprites()->undo();
-    sprite->sprites()->undo();
-    QCOMPARE(frames->spriteAt(0), sprite);
-}
-
-// Every edit in the view is one step of undo, also one of several boxes.
-void tst_studio_frames::editsAreOneStep()
-{
-    QStringList states{text()};
-    const auto changed = [&](const char *what) {
-        QVERIFY2(text() != states.last(), what);
-        states.append(text());
-        const PlainFrame plain(text(), line());
-        QCOMPARE(view().boxes(ContactBoxCode::Attack)->rects(), plain.boxes[0]);
-        QCOMPARE(view().boxes(ContactBoxCode::Collision)->rects(), plain.boxes[1]);
-    };
-    QAction *draw = m_window->findChild<QAction *>("frame_collision_box");
-    draw->trigger();
-    QCOMPARE(view().clickMode(), Viewport::ClickDrawContactBox);
-    drag({-40, -60}, {-30, -52});
-    changed("a box is drawn");
-    view().mousePressed({100, 100}, Qt::RightButton, Qt::NoModifier);
-    view().mouseReleased({100, 100}, Qt::RightButton, Qt::NoModifier);
-    QVERIFY(!draw->isChecked());
-    QCOMPARE(PlainFrame(text(), line()).boxes[1].last().size(), QSize(11, 9));
-    // Two boxes at once: by the keys, and away.
-    const QPoint hit = Viewport::origin() + QPoint(30, -50) * double(view().zoomFactor());
-    view().mousePressed(hit, Qt::LeftButton, Qt::ShiftModifier);
-    view().mouseReleased(hit, Qt::LeftButton, Qt::ShiftModifier);
-    QCOMPARE(view().selectedContactBoxes().size(), 2);
-    view().keyPressed(Qt::Key_Left, Qt::NoModifier);
-    changed("both are moved");
-    view().keyPressed(Qt::Key_Delete, Qt::NoModifier);
-    changed("both are deleted");
-    drag({-9, -60}, {-7, -60});
-    changed("one is dragged");
-    QVERIFY(PlainFrame(text(), line()).boxes[0].isEmpty());
-    // The picture itself, away from the boxes.
-    drag({40, -10}, {44, -12});
-    changed("the sprite is dragged");
-    QCOMPARE(PlainFrame(text(), line()).offset, QPoint(9, -2));
-    while (states.size() > 1) {
-        QCOMPARE(text(), states.takeLast());
-        m_window->actions()->undo->trigger();
+    void goTo(const QString &text)
+    {
+        const QTextCursor found = document()->QTextDocument::find(text);
+        QVERIFY2(!found.isNull(), qPrintable(text));
+        host().surface()->editor()->setTextCursor(found);
     }
-    QCOMPARE(text(), states.first());
-    QVERIFY(!document()->isUndoAvailable());
-}
 
-// By the settings, and where OpenGL does not work, which is told once; the pane goes on.
-void tst_studio_frames::switchesPainting()
-{
-    const auto renderer = [this] { return host().status().field(5); };
-    const bool works = !Contexts::none();
-    QCOMPARE(pane().workspace().isOnOpenGL(), works);
-    QVERIFY2(renderer().endsWith(works ? "OpenGL" : "Native painter"), qPrintable(renderer()));
-    for (const bool native : {true, false, true}) {
-        host().settings().setValue("native_painting", native);
-        host().settings().apply();
-        QCOMPARE(pane().workspace().isOnOpenGL(), works && !native);
-        QTest::qWait(50);
-        QCOMPARE(view().onOpenGL, works && !native);
-        QCOMPARE(view().boxes(ContactBoxCode::Attack)->count(), 1U);
+    /// Both in image pixels.
+    void drag(QPoint from, QPoint to)
+    {
+        const auto place = [this](QPoint at) {
+            return Viewport::origin() + at * double(view().zoomFactor());
+        };
+        view().mousePressed(place(from), Qt::LeftButton, Qt::NoModifier);
+        view().mouseMoved(place(to), Qt::NoModifier);
+        view().mouseReleased(place(to), Qt::LeftButton, Qt::NoModifier);
     }
-    // A picture is turned once: another palette turns what is shown, and nothing else.
-    view().widget()->grab();
-    const int kept = view().keptBytes();
-    QVERIFY(kept > 0);
-    view().widget()->grab();
-    QCOMPARE(view().keptBytes(), kept);
-    view().mouseMoved(Viewport::origin() + QPoint(8, 12), Qt::NoModifier);
-    QCOMPARE(host().status().field(3), QString("Position: 4, 6"));
-    view().setGuideLines({1, 2});
-    view().mouseMoved({99, 99}, Qt::NoModifier);
-    QCOMPARE(host().status().field(4), QString("Horizontal guide: 2, Vertical guide: 1"));
-    // The zoom of the View menu is the view's while it has the keyboard.
-    const float zoom = view().zoomFactor();
-    view().widget()->setFocus();
-    m_window->actions()->zoomIn->trigger();
-    QVERIFY(view().zoomFactor() > zoom);
-    QVERIFY(host().desk().openFile(KILN_SOURCE_DIR "/examples/hero/heroes/wren/air.glow", 0));
-    QVERIFY(!pane().isVisible() && renderer().isEmpty());
-}
 
-// What the view shows of a file that is taken away is gone at once, before the next paint.
-void tst_studio_frames::lettingGoOfSprites()
-{
-    Kiln::Project *project = document()->project();
-    auto *sprites = dynamic_cast<Kiln::Sprites *>(project->file(Kiln::Project::FileID::Sprites));
-    QVERIFY(sprites);
-    const QString name = sprites->fileName();
-    QVERIFY(sprites->fromFile(sprites->archive(), name, false));
-    const int row = sprites->indexOf(0, PlainFrame(text(), line()).name);
-    QCOMPARE(view().spriteProvider()->spriteAt(0), sprites->at(unsigned(row)));
-    project->removeFile(sprites);
-    QCOMPARE(view().spriteProvider()->count(), 0U);
-    view().widget()->repaint();
-    QVERIFY(pane().frame());
-}
-
-// What is shown goes while it is dragged and drawn.
-void tst_studio_frames::closesInTheMiddle()
-{
-    view().mousePressed(Viewport::origin() + QPoint(60, -100), Qt::LeftButton, Qt::NoModifier);
-    m_window->findChild<QAction *>("frame_attack_box")->trigger();
-    view().mousePressed(Viewport::origin(), Qt::LeftButton, Qt::NoModifier);
-    QVERIFY(host().closeProject());
-    view().mouseMoved(Viewport::origin() + QPoint(30, 30), Qt::NoModifier);
-    view().mouseReleased(Viewport::origin(), Qt::LeftButton, Qt::NoModifier);
-    view().keyPressed(Qt::Key_Delete, Qt::NoModifier);
-    QVERIFY(!pane().isVisible() && !pane().frame());
-    QCOMPARE(view().spriteProvider()->count(), 0U);
-    QVERIFY(!view().boxes(ContactBoxCode::Attack));
-    QVERIFY(host().openProject(KILN_SOURCE_DIR "/examples/hero"));
-    QVERIFY(host().desk().openFile(KILN_SOURCE_DIR "/examples/hero/heroes/wren/wren.flick", 0));
-    QVERIFY(pane().isVisible() && pane().frame());
-}
-
-/// What differs between view, text and the plain model of both; empty for nothing.
-QString tst_studio_frames::differences(const PlainUser &plain)
-{
-    QString found;
-    const auto differ = [&found](const char *what, auto got, auto wanted) {
-        if (!(got == wanted))
-            QDebug(&found) << what << got << "instead of" << wanted;
-    };
-    const PlainFrame frame(text(), line());
-    QList<ContactBoxCode *> selected;
-    for (int kind = 0; kind < 2; ++kind) {
-        Kiln::ContactBoxesCode *boxes = view().boxes(ContactBoxCode::BoxType(kind + 1));
-        differ("text", frame.boxes[kind], plain.text[kind]);
-        differ("boxes", boxes->rects(), plain.text[kind]);
-        for (int i = 0; i < plain.text[kind].size(); ++i) {
-            if (plain.scene.boxes[kind].value(i).selected)
-                selected.append(boxes->at(unsigned(i)));
-        }
-    }
-    differ("selection", view().selectedContactBoxes(), selected);
-    const QRect around = view().boxesSelectionRect();
-    differ("selected area", around.x() == 4444 ? QRect() : around, plain.around);
-    differ("mode", int(view().clickMode()), plain.mode);
-    differ("origin", Viewport::origin(), plain.scene.origin);
-    differ("guides", view().guideLines(), plain.scene.guides);
-    differ("offset", pane().frame()->offset(), frame.offset);
-    differ("sprite", view().itemPosition(Viewport::ItemSprite), plain.scene.sprites[0].position);
-    return found;
-}
-
-void tst_studio_frames::randomUser_data()
-{
-    QTest::addColumn<unsigned int>("seed");
-    for (unsigned int seed = 1; seed <= 5; ++seed)
-        QTest::newRow(qPrintable(QString::number(seed))) << seed;
-}
-
-// A user of view and text at random, and undo that takes all of it back step by step.
-void tst_studio_frames::randomUser()
-{
-    QFETCH(unsigned int, seed);
-    QRandomGenerator random(seed);
-    const auto below = [&random](int bound) { return random.bounded(bound); };
-    PlainUser plain;
-    PlainScene &scene = plain.scene;
-    scene.view = view().widget()->size();
-    scene.guidesVisible = true;
-    scene.guides = view().guideLines();
-    scene.crosses[0] = {true, 1, 0, {}};
-    scene.crosses[1] = scene.crosses[2] = {false, 13, 0, {}};
-    scene.boxMode = 14;
-    const auto origin = [this] {
-        return view().spriteProvider()->spriteAt(0)->property("Origin").toPoint();
-    };
-    const auto read = [&] {
+    /// What differs between view, text and the plain model of both; empty for nothing.
+    QString differences(const PlainUser &plain)
+    {
+        QString found;
+        const auto differ = [&found](const char *what, auto got, auto wanted) {
+            if (!(got == wanted))
+                QDebug(&found) << what << got << "instead of" << wanted;
+        };
         const PlainFrame frame(text(), line());
-        const QImage picture = view().spriteProvider()->spriteAt(0)->image();
-        scene.sprites = {{picture, 14, 0, frame.offset - origin(), 1, 1, 0, 1, 0}};
-        for (int kind = 0; kind < 2; ++kind)
-            plain.setText(kind, frame.boxes[kind]);
-    };
-    const QStringList frames{"frame: wren_jab_2", "frame: wren_hook_2", "frame: wren_stand_1",
-                             "frame: wren_sweep_2", "frame: wren_dive_2"};
-    scene.origin = Viewport::origin();
-    scene.zoom = double(view().zoomFactor());
-    read();
-    QStringList history{text()};
-    QStringList steps;
-    bool pressed = false;
-    QPoint mouse = Viewport::origin();
-    for (int step = 0; step < 1200; ++step) {
-        const int what = below(100);
-        const bool shift = below(3) == 0;
-        const bool control = below(10) == 0;
-        const Qt::KeyboardModifiers modifiers = (shift ? Qt::ShiftModifier : Qt::NoModifier) |
-                                                (control ? Qt::ControlModifier : Qt::NoModifier);
-        const bool left = below(8) != 0;
-        const Qt::MouseButton button = left ? Qt::LeftButton : Qt::RightButton;
-        steps.append(QStringLiteral("%1 at %2 %3 with %4%5")
-                         .arg(what)
-                         .arg(mouse.x())
-                         .arg(mouse.y())
-                         .arg(int(left))
-                         .arg(int(modifiers) >> 25));
-        if (what < 45) {
-            mouse = below(4) ? mouse + QPoint(below(33) - 16, below(33) - 16)
-                             : Viewport::origin() + QPoint(below(160) - 80, -below(150));
-            mouse = {qBound(31, mouse.x(), scene.view.width()),
-                     qBound(31, mouse.y(), scene.view.height())};
-            view().mouseMoved(mouse, modifiers);
-            plain.move(mouse);
-        } else if (what < 62) {
-            view().mousePressed(mouse, button, modifiers);
-            plain.press(mouse, left, shift, control);
-            pressed |= left;
-        } else if (what < 80) {
-            view().mouseReleased(mouse, button, modifiers);
-            plain.release(left, !left);
-            pressed &= !left;
-        } else if (what < 84) {
-            const QPoint way[] = {{-1, 0}, {0, -1}, {1, 0}, {0, 1}};
-            const int key = below(4);
-            view().keyPressed(Qt::Key_Left + key, modifiers);
-            if (!shift && !control) {
-                plain.nudge(way[key]);
-                if (plain.any)
-                    plain.setText(0, plain.text[0]); // what is written ends a drag
+        QList<ContactBoxCode *> selected;
+        for (int kind = 0; kind < 2; ++kind) {
+            Kiln::ContactBoxesCode *boxes = view().boxes(ContactBoxCode::BoxType(kind + 1));
+            differ("text", frame.boxes[kind], plain.text[kind]);
+            differ("boxes", boxes->rects(), plain.text[kind]);
+            for (int i = 0; i < plain.text[kind].size(); ++i) {
+                if (plain.scene.boxes[kind].value(i).selected)
+                    selected.append(boxes->at(unsigned(i)));
             }
-        } else if (what < 86) {
-            view().keyPressed(left ? Qt::Key_Delete : Qt::Key_Escape, modifiers);
-            if (!shift && !control)
-                left ? plain.remove() : plain.escape();
-        } else if (what < 90) {
-            const int kind = below(2);
-            if (kind == 0)
-                pane().drawAttackBoxes(true);
-            else
-                pane().drawCollisionBoxes(true);
-            plain.enter(1, kind);
-            pressed = false;
-        } else if (what < 92) {
-            pane().drawAttackBoxes(false);
-            plain.position();
-        } else if (what < 94) {
-            view().mouseWheel(left ? 120 : -240);
-            scene.zoom = double(view().zoomFactor());
-        } else if (!pressed && what < 97) {
-            // A line of a box more, above all others.
-            QTextCursor cursor = host().surface()->editor()->textCursor();
-            while (!cursor.block().text().trimmed().startsWith("frame:"))
-                cursor.movePosition(QTextCursor::NextBlock);
-            cursor.movePosition(QTextCursor::StartOfBlock);
-            const int x = below(60) - 30;
-            const int y = -below(60);
-            cursor.insertText(QStringLiteral("    %1: %2, %3, %4, %5\n")
-                                  .arg(below(2) ? "strike" : "body")
-                                  .arg(x)
-                                  .arg(y)
-                                  .arg(x + 1 + below(30))
-                                  .arg(y + 1 + below(30)));
-            read();
-        } else if (!pressed) {
-            const Kiln::FrameCode *before = pane().frame();
-            goTo(frames[below(frames.size())]);
-            if (pane().frame() != before)
-                plain.deselect();
-            read();
         }
-        if (below(60) == 0 && !pressed) {
-            const QPoint middle(scene.view.width() / 2, scene.view.height() * 3 / 4);
-            Viewport::setOrigin(middle);
-            scene.origin = middle;
-        }
-        if (text() != history.last()) {
-            history.append(text());
-            // What was dragged and not released is where the text has it again.
-            plain.setText(0, plain.text[0]);
-            plain.place(0, PlainFrame(text(), line()).offset - origin());
-        }
-        const QString wrong = differences(plain);
-        QVERIFY2(wrong.isEmpty(),
-                 qPrintable(QStringLiteral("step %1: %2\n%3")
-                                .arg(step)
-                                .arg(wrong, QStringList(steps.mid(steps.size() - 10)).join("; "))));
+        differ("selection", view().selectedContactBoxes(), selected);
+        const QRect around = view().boxesSelectionRect();
+        differ("selected area", around.x() == 4444 ? QRect() : around, plain.around);
+        differ("mode", int(view().clickMode()), plain.mode);
+        differ("origin", Viewport::origin(), plain.scene.origin);
+        differ("guides", view().guideLines(), plain.scene.guides);
+        differ("offset", pane().frame()->offset(), frame.offset);
+        differ("sprite", view().itemPosition(Viewport::ItemSprite),
+               plain.scene.sprites[0].position);
+        return found;
     }
-    QVERIFY(history.size() > 40);
-    while (history.size() > 1) {
-        QCOMPARE(text(), history.takeLast());
-        document()->undo();
-    }
-    QCOMPARE(text(), history.first());
-}
+};
 
 int main(int argc, char **argv)
 {

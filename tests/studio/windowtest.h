@@ -66,7 +66,7 @@ protected:
     std::unique_ptr<DialogScript> m_dialogs;
     std::unique_ptr<Studio::MainWindow> m_window;
 
-private Q_SLOTS:
+protected Q_SLOTS:
     void init()
     {
         m_directory = std::make_unique<QTemporaryDir>();
