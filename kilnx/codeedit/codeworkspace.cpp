@@ -215,6 +215,9 @@ void CodeWorkspace::setDocument(CodeDocument *document)
     d->documentEnded =
         connect(document->model(), &QObject::destroyed, this, [this] { setDocument(nullptr); });
     QTextDocument *text = document;
+    // A save may have gone over to UTF-8.
+    connect(text, &QTextDocument::modificationChanged, this, &CodeWorkspace::updateStatus,
+            Qt::UniqueConnection);
     // Every line is laid out anew after this.
     if (text->defaultFont() != d->editor->font())
         text->setDefaultFont(d->editor->font());

@@ -482,6 +482,10 @@ private slots:
         m_host->dialogs().expectDialog(choose);
         m_workspace->statusClicked();
         QCOMPARE(second->codecName(), QString("ISO-8859-1"));
+        // A save that has to go over to UTF-8 tells so.
+        QTextCursor(second.get()).insertText(QChar(0x3A9));
+        QVERIFY(second->toFile(FileSystemArchive::instance(), path, false));
+        QCOMPARE(m_host->statusTexts.value(2), QString("Encoding: UTF-8"));
         m_editor->setCurrentFile(nullptr);
     }
 

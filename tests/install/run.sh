@@ -25,8 +25,13 @@ missing=$(cd "$headers" && find kilnx -name '*.h' ! -path kilnx/kilnx.h | sort |
 done)
 [[ -z $missing ]] || { echo "kilnx.h lacks: $missing"; exit 1; }
 
-# The host is the one of the page, whole as it stands there.
-sed -n '/^```cpp$/,/^```$/p;/^```$/q' "$source/docs/embedding.md" | sed '1d;$d' >"$work/host.cpp"
+# The host is the one of the page, with the parts of its own that the page adds, as they stand there.
+block() {
+    awk -v wanted="$1" '/^```/ { inside = /^```cpp/; number += inside; next } inside && number == wanted' \
+        "$source/docs/embedding.md"
+}
+{ block 2; block 1 | sed 's/host.makeCodeEditors();/& addNotes(window, host);/'; } >"$work/host.cpp"
+grep -q addNotes.window "$work/host.cpp"
 cmake -G Ninja -S "$here" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_FLAGS="$flags" \
     -DHOST="$work/host.cpp" -DSPARK="$source/engines/spark/spark.cpp" >/dev/null
 cmake --build "$work/cmake" >"$work/build.log" || { cat "$work/build.log"; exit 1; }
