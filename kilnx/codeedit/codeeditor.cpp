@@ -11,6 +11,7 @@
 #include <QtGui/QTextDocument>
 #include <QtGui/QTextLayout>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QCompleter>
 #include <QtWidgets/QPlainTextDocumentLayout>
 #include <QtWidgets/QScrollBar>
 #include <QtWidgets/QToolTip>

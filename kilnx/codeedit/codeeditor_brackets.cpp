@@ -96,7 +96,7 @@ CodeEditorPrivate::ParenResult CodeEditorPrivate::findClosing(QTextCursor &curso
     return NoPartner;
 }
 
-void CodeEditorPrivate::selectParens(QTextCursor cursor, ParenResult result)
+void CodeEditorPrivate::selectParens(const QTextCursor &cursor, ParenResult result)
 {
     if (result == NoPartner)
         return;

@@ -135,7 +135,7 @@ public:
 
     // Brackets: codeeditor_brackets.cpp
     void matchParens();
-    void selectParens(QTextCursor cursor, ParenResult result);
+    void selectParens(const QTextCursor &cursor, ParenResult result);
     ParenResult findOpening(QTextCursor &cursor) const;
     ParenResult findClosing(QTextCursor &cursor) const;
 
