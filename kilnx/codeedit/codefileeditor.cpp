@@ -238,9 +238,10 @@ void CodeFileEditor::navigateTo(unsigned int line, unsigned int column)
         return;
     }
     CodeEditor *editor = workspace->editor();
+    const CodeDocument *const file = m_document;
     const int position = block.position() + place;
     editor->setCurrentLine(row, CodeEditor::MiddlePlacement);
-    if (!document() || !isShown()) // closed by who heard of the line
+    if (document() != file || !isShown()) // closed, or left, by who heard of the line
         return;
     QTextCursor cursor = editor->textCursor();
     cursor.setPosition(position);
