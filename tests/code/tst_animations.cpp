@@ -554,14 +554,11 @@ private slots:
     void organize_data()
     {
         const auto add = columns<QStringList, QStringList>("before", "after");
-        add("numbers and names apart", QStringList{"10", "2", "b", "A"},
-            QStringList{"2", "10", "A", "b"});
-        add("mixed", QStringList{"b", "10", "A", "2"}, QStringList{"A", "b", "2", "10"});
-        add("equal ones stay", QStringList{"b", "B", "a", "02", "2", "1"},
-            QStringList{"a", "b", "B", "1", "02", "2"});
-        add("negative and nearly numbers", QStringList{"3", "-1", "0x2", "1.5"},
-            QStringList{"-1", "3", "0x2", "1.5"});
-        add("one", QStringList{"5"}, QStringList{"5"});
+        add("numbers and names apart", {"10", "2", "b", "A"}, {"2", "10", "A", "b"});
+        add("mixed", {"b", "10", "A", "2"}, {"A", "b", "2", "10"});
+        add("equal ones stay", {"b", "B", "a", "02", "2", "1"}, {"a", "b", "B", "1", "02", "2"});
+        add("negative and nearly numbers", {"3", "-1", "0x2", "1.5"}, {"-1", "3", "0x2", "1.5"});
+        add("one", {"5"}, {"5"});
         QRandomGenerator random(3);
         const QStringList pool{"0", "1", "2", "3",   "11",    "-4", "a",
                                "A", "b", "B", "run", "Run 2", "é"};

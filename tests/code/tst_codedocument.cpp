@@ -1,4 +1,5 @@
 #include <enginetest/modelmirror.h>
+#include <enginetest/randomrun.h>
 #include <kilnx/code/messages.h>
 #include <tests/code/plaincode.h>
 #include <tests/support/modeltester.h>
@@ -53,49 +54,33 @@ protected:
     Messages *fileMessages() const override { return nullptr; }
 };
 
-/// The folding rules as they are written down, line by line over the whole text.
-QVector<unsigned int> plainIndents(Plain::Document &document)
+/// Whether a line opens one of the sections that a document enables, 0 to 3.
+bool isHeader(const QString &line)
 {
-    const QStringList lines = document.toString().split('\n');
-    QVector<int> kinds, flags;
-    for (const QString &line : lines) {
-        kinds << (document.foldingKind(line) & 3);
-        flags << (document.foldingKind(line) & 4);
-    }
-    QVector<unsigned int> indents;
-    for (int line = 0; line < lines.size(); ++line) {
-        const int P = line ? kinds[line - 1] : 0, F = line ? flags[line - 1] : 0;
-        const int I = line ? int(indents[line - 1]) : 0;
-        int indent = I;
-        if (kinds[line] == 1) {
-            indent = flags[line] ? 0 : P == 2 ? I - 1 : I;
-        } else if (kinds[line] == 2 && P != 2) {
-            indent = P == 1 ? I + 1 : I;
-        } else if (kinds[line] == 0 && P != 0) {
-            indent = 0;
-            int next = line + 1;
-            while (next < lines.size() && kinds[next] == 0)
-                ++next;
-            if (next < lines.size() && kinds[next] == 2)
-                indent = P == 1 ? I + 1 : I;
-            else if (next < lines.size() && !flags[next] && P == 1)
-                indent = F ? I + 1 : I;
-            else if (next < lines.size() && !flags[next])
-                for (int back = line - 2; back >= 0; --back) {
-                    if (kinds[back] != 1)
-                        continue;
-                    indent = flags[back] ? I : I - 1;
-                    break;
-                }
-        }
-        indents << unsigned(qMax(indent, 0));
-    }
-    return indents;
+    const QString code = line.section(QLatin1Char(';'), 0, 0).trimmed();
+    const QString name = code.mid(1, code.indexOf(QLatin1Char(']')) - 1);
+    const bool hasNumber = name.contains(QLatin1Char(':'));
+    return code.startsWith(QLatin1Char('[')) &&
+           (!hasNumber || name.section(QLatin1Char(':'), 1).toUInt() <= 3);
 }
+
+const EngineTest::LineMaker lines{isHeader,
+                                  {"[run:1]\nx = 1\nz + w = 4\n",
+                                   " [inner:3]\n! fault\ny = 2, 3 ; c\n; comment\n[off:9]\nx = 1\n",
+                                   "t = word (a)\n\n[stand:2] ; c\n~ old\n",
+                                   "[zero:0]\na = 1.5\n? odd\n\n"},
+                                  {"[run:1]", "[stand:2] ; c", " [inner:3]", "[off:9]", "[zero:0]"},
+                                  {"x = 1", "y = 2, 3 ; c", "z + w = 4", "t = word (a)", "! fault",
+                                   "~ old", "? odd", "; comment", "", "a = 1.5", "  "},
+                                  "[]:=123x+;! ~?()\n\n",
+                                  {"1", "2, 3", "word", "two\nlines", "a ; b"},
+                                  {"n1", "x", "[y]", ""},
+                                  {"(\\w)(\\w*)", "= *(\\w+)"},
+                                  {"= 1", "[%1", "x"}};
 
 } // namespace
 
-/// The document in steps that are told one by one; tst_coderandom does them at random.
+/// The document in steps that are told one by one, and at random.
 class TestCodeDocument : public QObject
 {
     Q_OBJECT
@@ -381,25 +366,6 @@ private slots:
     /// Groups of one number are counted over those of another and over what else stands between.
     void documentEditorsCountOverOthers()
     {
-        struct WithFrames : CodeParser {
-            struct Frame : ParentCode {
-                explicit Frame(CodeNode *previous)
-                    : ParentCode(CodeNode::Frame, previous)
-                {
-                }
-            };
-            CodeNode *parse(const QString &text,
-                            CodeNode *old,
-                            CodeNode *previous,
-                            RootCode *root,
-                            CodeParserSyntax *syntax) override
-            {
-                return text.startsWith("frame") ? (old ? old : new Frame(previous))
-                                                : plain.parse(text, old, previous, root, syntax);
-            }
-            Plain::Parser plain;
-        } frames;
-        document->setParser(&frames);
         setText("[a:1]\nx = 1\nframe\n[b:2]\nframe\n[c:1]\n");
         log.clear();
         auto *const editor = new RecordingEditor(log);
@@ -409,7 +375,6 @@ private slots:
         document->insert(QString("[e:1]"));
         node(0)->remove(false);
         QCOMPARE(log.join(", "), QString("insert 1, change 1, insert 3, change 3, remove 0"));
-        document.reset();
     }
 
     void rowsOfAReset()
@@ -566,24 +531,25 @@ private slots:
 
     void foldingIndent_data()
     {
-        columns<QString>("text");
-        addRow("sections", "[a]\nx=1\ny=2\n[b]\nz=1");
-        addRow("inner sections", "[a]\nx=1\n [i]\ny=2\n [j]\nz=1\n[b]\nz=1");
-        addRow("plain lines between", "[a]\n;\nx=1\n;\n;\ny=2\n;\n [i]\n;\n [j]\n;\n[b]");
-        addRow("plain below a head, at the end", "[a]\n;\n;");
-        addRow("plain below an inner head", "[a]\n [i]\n;\n [j]\n;\n;");
-        addRow("values without a section", ";\nx=1\n;\n [i]\nx=1");
-        addRow("empty", "");
+        columns<QString, QString>("text", "indents"); // a digit a line
+        addRow("sections", "[a]\nx=1\ny=2\n[b]\nz=1", "01101");
+        addRow("inner sections", "[a]\nx=1\n [i]\ny=2\n [j]\nz=1\n[b]\nz=1", "01010101");
+        addRow("plain lines between", "[a]\n;\nx=1\n;\n;\ny=2\n;\n [i]\n;\n [j]\n;\n[b]",
+               "011111111100");
+        addRow("plain below a head, at the end", "[a]\n;\n;", "000");
+        addRow("plain below an inner head", "[a]\n [i]\n;\n [j]\n;\n;", "000000");
+        addRow("values without a section", ";\nx=1\n;\n [i]\nx=1", "00001");
+        addRow("empty", "", "0");
     }
 
     void foldingIndent()
     {
-        QFETCH(QString, text);
+        const auto [text, indents] = row<QString, QString>();
         document->fromString(text);
-        QVector<unsigned int> indents;
+        QString found;
         for (QTextBlock block = document->begin(); block.isValid(); block = block.next())
-            indents << CodeBlockData::testBlockData(block)->foldingIndent();
-        QCOMPARE(indents, plainIndents(*document));
+            found += QString::number(CodeBlockData::testBlockData(block)->foldingIndent());
+        QCOMPARE(found, indents);
         document->highlighted = 0;
         document->rehighlight();
         QCOMPARE(document->highlighted, document->blockCount());
@@ -601,6 +567,31 @@ private slots:
             QTextCursor(document->firstBlock()).insertText(QString("a"));
             QCOMPARE(document->toPlainText(), QString("aspeed: 2"));
         }
+    }
+
+    void randomSteps_data()
+    {
+        columns<quint32, bool>("seed", "highlight");
+        for (quint32 seed = 1; seed <= 8; ++seed)
+            QTest::addRow("seed %u", seed) << seed << (seed % 4 != 0);
+    }
+
+    /// After each edit, of every kind, the document must be what a fresh one makes of the same
+    /// text, and every rule between text, tree, rows and messages must hold.
+    void randomSteps()
+    {
+        const auto [seed, highlight] = row<quint32, bool>();
+        const auto make = [&, highlight = highlight] {
+            auto *made = new Plain::Document(parser.get());
+            made->setOption(QString("highlightCode"), highlight, false, false);
+            return made;
+        };
+        document.reset(make());
+        const ModelTester tester(document->model());
+        document->fromString(Plain::sampleText(16, 5));
+        const auto rules = [&] { return Plain::faults(*document).join('\n'); };
+        const EngineTest::RandomRun run{seed, 300, seed % 2 == 0, rules};
+        QCOMPARE(EngineTest::runEdits(*document, make, lines, run), QString());
     }
 
 private:

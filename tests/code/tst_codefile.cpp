@@ -387,14 +387,12 @@ private slots:
         QByteArray all;
         for (int byte = 14; byte < 256; ++byte)
             all += char(byte);
-        add("empty", QByteArray(), QByteArray());
         add("binary", binary, binary);
         add("all bytes", all, all);
-        add("broken UTF-8", QByteArray("text \xC3\xA4\xC3\xB6\xC3\xBC and \xC3"),
-            QByteArray("text \xC3\xA4\xC3\xB6\xC3\xBC and \xC3"));
+        const QByteArray broken = "text \xC3\xA4\xC3\xB6\xC3\xBC and \xC3";
+        add("broken UTF-8", broken, broken);
         add("zero bytes", QByteArray("a\0b\0c", 5), QByteArray("a\0b\0c", 5));
-        add("line ends of all kinds", QByteArray("a\nb\r\nc\rd\n"),
-            QByteArray("a\r\nb\r\nc\r\nd\r\n"));
+        add("line ends of all kinds", "a\nb\r\nc\rd\n", "a\r\nb\r\nc\r\nd\r\n");
         add("one long line", QByteArray(1000000, 'x'), QByteArray(1000000, 'x'));
     }
 

@@ -271,34 +271,32 @@ private slots:
 
     void convert_data()
     {
-        columns<int, QVariant, QVariant, QString>("type", "in", "stored", "written");
+        const auto add =
+            columns<int, QVariant, QVariant, QString>("type", "in", "stored", "written");
         const QVariantList list{1, 2.5};
-        addRow("plain 0", 0, QVariant(7), QVariant(7), "7");
-        addRow("plain 2", 2, QVariant(list), QVariant(list), "");
-        addRow("text", 3, QVariant(7), QVariant("7"), "7");
-        addRow("other text", 4, QVariant("a b"), QVariant("a b"), "a b");
-        addRow("date", 5, QVariant(QDate(2020, 2, 29)), QVariant(QDate(2020, 2, 29)), "2020-02-29");
-        addRow("date of a text", 5, QVariant("2020-02-29"), QVariant(QDate(2020, 2, 29)),
-               "2020-02-29");
-        addRow("no date", 5, QVariant("2020-02-30"), QVariant("2020-02-30"), "2020-02-30");
-        addRow("enum", 6, QVariant("3"), QVariant(3u), "word3");
-        addRow("enum list of one", 7, QVariant(3), QVariant(QVariantList{3u}), "");
-        addRow("enum list", 7, QVariant(list), QVariant(list), "");
-        addRow("real", 8, QVariant("2.5"), QVariant(2.5), "2.5");
-        addRow("pointf", 9, QVariant(QPointF(1.5, 2)), QVariant(QPointF(1.5, 2)), "1.5, 2");
-        addRow("pointf of a list", 9, QVariant(list), QVariant(QPointF(1, 2.5)), "1, 2.5");
-        addRow("pointf of one", 9, QVariant(QVariantList{3}), QVariant(QPointF(3, 0)), "3, 0");
-        addRow("pointf precision", 9, QVariant(QPointF(1.0 / 3, 1e9)),
-               QVariant(QPointF(1.0 / 3, 1e9)), "0.333333, 1e+09");
-        addRow("reals of one", 10, QVariant(2.5), QVariant(QVariantList{2.5}), "2.5");
-        addRow("reals", 12, QVariant(list), QVariant(list), "1, 2.5");
-        addRow("int", 13, QVariant("12"), QVariant(12), "12");
-        addRow("point", 14, QVariant(QPoint(1, -2)), QVariant(QPoint(1, -2)), "1, -2");
-        addRow("point of a list", 14, QVariant(QVariantList{4}), QVariant(QPoint(4, 0)), "4, 0");
-        addRow("ints of one", 15, QVariant("5"), QVariant(QVariantList{5}), "5");
-        addRow("ints", 17, QVariant(QVariantList{1, 2, 3}), QVariant(QVariantList{1, 2, 3}),
-               "1, 2, 3");
-        addRow("unknown", 99, QVariant(2.5), QVariant(2.5), "2.5");
+        add("plain 0", 0, 7, 7, "7");
+        add("plain 2", 2, list, list, "");
+        add("text", 3, 7, "7", "7");
+        add("other text", 4, "a b", "a b", "a b");
+        add("date", 5, QDate(2020, 2, 29), QDate(2020, 2, 29), "2020-02-29");
+        add("date of a text", 5, "2020-02-29", QDate(2020, 2, 29), "2020-02-29");
+        add("no date", 5, "2020-02-30", "2020-02-30", "2020-02-30");
+        add("enum", 6, "3", 3u, "word3");
+        add("enum list of one", 7, 3, QVariantList{3u}, "");
+        add("enum list", 7, list, list, "");
+        add("real", 8, "2.5", 2.5, "2.5");
+        add("pointf", 9, QPointF(1.5, 2), QPointF(1.5, 2), "1.5, 2");
+        add("pointf of a list", 9, list, QPointF(1, 2.5), "1, 2.5");
+        add("pointf of one", 9, QVariantList{3}, QPointF(3, 0), "3, 0");
+        add("pointf precision", 9, QPointF(1.0 / 3, 1e9), QPointF(1.0 / 3, 1e9), "0.333333, 1e+09");
+        add("reals of one", 10, 2.5, QVariantList{2.5}, "2.5");
+        add("reals", 12, list, list, "1, 2.5");
+        add("int", 13, "12", 12, "12");
+        add("point", 14, QPoint(1, -2), QPoint(1, -2), "1, -2");
+        add("point of a list", 14, QVariantList{4}, QPoint(4, 0), "4, 0");
+        add("ints of one", 15, "5", QVariantList{5}, "5");
+        add("ints", 17, QVariantList{1, 2, 3}, QVariantList{1, 2, 3}, "1, 2, 3");
+        add("unknown", 99, 2.5, 2.5, "2.5");
     }
 
     void convert()
@@ -316,14 +314,15 @@ private slots:
 
     void vectors_data()
     {
-        columns<int, QVariant, QVector<int>, QPoint>("type", "stored", "ints", "point");
-        addRow("an int is one", 13, QVariant(4), QVector<int>{4}, QPoint(4, 0));
-        addRow("a real is one", 8, QVariant(4.2), QVector<int>{4}, QPoint(4, 0));
-        addRow("a list", 15, QVariant(QVariantList{1, 2, 3}), QVector<int>{1, 2, 3}, QPoint(1, 2));
-        addRow("a short list", 15, QVariant(QVariantList{1}), QVector<int>{1}, QPoint(1, 0));
-        addRow("an empty list", 15, QVariant(QVariantList()), QVector<int>{}, QPoint());
-        addRow("a point", 14, QVariant(QPoint(3, 4)), QVector<int>{}, QPoint(3, 4));
-        addRow("a point in an int", 13, QVariant(QPoint(3, 4)), QVector<int>{0}, QPoint(3, 4));
+        const auto add =
+            columns<int, QVariant, QVector<int>, QPoint>("type", "stored", "ints", "point");
+        add("an int is one", 13, 4, {4}, {4, 0});
+        add("a real is one", 8, 4.2, {4}, {4, 0});
+        add("a list", 15, QVariantList{1, 2, 3}, {1, 2, 3}, {1, 2});
+        add("a short list", 15, QVariantList{1}, {1}, {1, 0});
+        add("an empty list", 15, QVariant(QVariantList()), {}, QPoint());
+        add("a point", 14, QPoint(3, 4), {}, {3, 4});
+        add("a point in an int", 13, QPoint(3, 4), {0}, {3, 4});
     }
 
     void vectors()

@@ -101,47 +101,44 @@ private slots:
         }
     }
 
-    void marginColumns_data()
-    {
-        const auto add = columns<bool, bool, bool>("numbers", "icons", "markers");
-        add("everything", true, true, true);
-        add("numbers alone", true, false, false);
-        add("icons alone", false, true, false);
-        add("nothing", false, false, false);
-    }
-
     void marginColumns()
     {
-        const auto [numbers, icons, markers] = row<bool, bool, bool>();
         m_editor->setPlainText(QString("[a]\nb\nc\nd"));
-        CodeEditor::SyntaxFormatting formatting;
-        formatting.lineNumbers = numbers;
-        formatting.iconArea = icons;
-        formatting.foldingMarkers = markers;
-        m_editor->setSyntaxFormatting(formatting);
-        const QFontMetrics metrics(m_editor->font());
-        const int spacing = metrics.lineSpacing();
-        const int expected = (numbers ? 2 * metrics.horizontalAdvance('9') : 0) +
-                             (icons ? spacing : 2) + 4 + (markers ? 1 + spacing + spacing % 2 : 0);
-        QCOMPARE(margin()->width(), expected);
-        QCOMPARE(m_editor->viewport()->geometry().left(), margin()->geometry().right() + 1);
+        for (int shown = 0; shown < 8; ++shown) {
+            const bool numbers = shown & 1;
+            const bool icons = shown & 2;
+            const bool markers = shown & 4;
+            CodeEditor::SyntaxFormatting formatting;
+            formatting.lineNumbers = numbers;
+            formatting.iconArea = icons;
+            formatting.foldingMarkers = markers;
+            m_editor->setSyntaxFormatting(formatting);
+            const QFontMetrics metrics(m_editor->font());
+            const int spacing = metrics.lineSpacing();
+            const int expected = (numbers ? 2 * metrics.horizontalAdvance('9') : 0) +
+                                 (icons ? spacing : 2) + 4 +
+                                 (markers ? 1 + spacing + spacing % 2 : 0);
+            QCOMPARE(margin()->width(), expected);
+            QCOMPARE(m_editor->viewport()->geometry().left(), margin()->geometry().right() + 1);
 
-        // The column of markers starts where the others end; the head's line has one, the next not.
-        const QImage image = shot(margin());
-        const QColor background = margin()->palette().color(QPalette::Window);
-        const auto blank = [&](int line, int from, int to) {
-            const QRect row = lineRect(line);
-            const QImage cells = image.copy(from, row.top() + 1, to - from, row.height() - 3);
-            QImage plain = cells;
-            plain.fill(background);
-            return cells == plain;
-        };
-        const int markersAt = margin()->width() - (markers ? 1 + spacing + spacing % 2 : 0);
-        QCOMPARE(blank(1, 0, markersAt - 1), !numbers);
-        QCOMPARE(blank(0, markersAt, margin()->width() - 1), !markers);
-        QVERIFY(blank(2, markersAt, margin()->width() - 1));
-        QCOMPARE(image.pixel(margin()->width() - 1, lineRect(3).bottom() + 5),
-                 background.darker(115).rgb());
+            // The column of markers starts where the others end; the head's line has one, the next
+            // not.
+            const QImage image = shot(margin());
+            const QColor background = margin()->palette().color(QPalette::Window);
+            const auto blank = [&](int line, int from, int to) {
+                const QRect row = lineRect(line);
+                const QImage cells = image.copy(from, row.top() + 1, to - from, row.height() - 3);
+                QImage plain = cells;
+                plain.fill(background);
+                return cells == plain;
+            };
+            const int markersAt = margin()->width() - (markers ? 1 + spacing + spacing % 2 : 0);
+            QCOMPARE(blank(1, 0, markersAt - 1), !numbers);
+            QCOMPARE(blank(0, markersAt, margin()->width() - 1), !markers);
+            QVERIFY(blank(2, markersAt, margin()->width() - 1));
+            QCOMPARE(image.pixel(margin()->width() - 1, lineRect(3).bottom() + 5),
+                     background.darker(115).rgb());
+        }
     }
 
     void marginShowsTheNumbersOfItsLines()

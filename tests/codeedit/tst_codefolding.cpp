@@ -261,19 +261,17 @@ private slots:
             unsigned int depth = 0;
             for (QTextBlock b = m_document->firstBlock(); b.isValid(); b = b.next()) {
                 const CodeBlockData *data = CodeBlockData::testBlockData(b);
+                const QByteArray where =
+                    QString("step %1, line %2: ").arg(step).arg(b.blockNumber()).toUtf8();
                 QCOMPARE(b.lineCount() > 0, b.isVisible());
                 if (b.isVisible()) {
                     const bool folded = b.next().isValid() && !b.next().isVisible();
-                    QVERIFY2(data->isFolded() == folded,
-                             qPrintable(QString("step %1: the mark of line %2 lies")
-                                            .arg(step)
-                                            .arg(b.blockNumber())));
+                    QVERIFY2(data->isFolded() == folded, where + "the mark lies");
                     head = b;
                     depth = data->foldingIndent();
                 } else if (!head.isValid() || !isFolded(head.blockNumber()) ||
                            data->foldingIndent() <= depth) {
-                    QFAIL(qPrintable(
-                        QString("step %1: line %2 is lost").arg(step).arg(b.blockNumber())));
+                    QFAIL(where + "the line is lost");
                 }
             }
         }

@@ -1,8 +1,12 @@
-// Keys in the code view: overwriting, the hidden mouse cursor, and the completion of words.
+// Keys in the code view: overwriting, the hidden mouse cursor, and the completion of words, those
+// that Ember offers too.
 
 #include "editortest.h"
 
+#include <engines/ember/emberdocument.h>
+#include <engines/ember/emberwords.h>
 #include <tests/support/files.h>
+#include <tests/support/release.h>
 
 using namespace Kiln;
 
@@ -201,6 +205,41 @@ private slots:
         type("c");
         QCOMPARE(m_document->blockCount(), 2);
         QCOMPARE(m_editor->toPlainText(), QString("xyzc\nc"));
+    }
+
+    void wordsOfEmber_data()
+    {
+        const auto add = columns<int, QString, QStringList>("line", "typed", "words");
+        add("words of an enumeration", 1,
+            "posture: ", {"airborne", "crouching", "lying", "standing"});
+        add("states of the file", 5, "then: ", {"rest", "walk"});
+        add("pictures of the file", 1, "cel: ", {"wren_a"});
+        add("what was typed in other lines", 1, "cel: new_b\n cel: ", {"new_b", "wren_a"});
+        add("entries of the section", 5, " ",
+            {"after:", "chance:", "say:", "set:", "then:", "when:"});
+        add("outer sections", 5, "@s",
+            {"about", "body", "command", "files", "ground", "layer", "match", "note", "sketch",
+             "state"});
+        add("inner sections", 5, "@@o", {"on", "step"});
+        add("nothing for free text", 1, "say: ", {});
+    }
+
+    void wordsOfEmber()
+    {
+        const auto [line, typed, words] = row<int, QString, QStringList>();
+        const std::unique_ptr<EmberDocument, Release> document(
+            new EmberDocument(EmberDocument::States));
+        document->fromString("@state walk\n\ncel: wren_a\n@state rest\n@@on tired\n\nwhen: (1)");
+        new EmberWords(m_editor.get());
+        m_editor->setDocument(document.get());
+        m_editor->setCurrentLine(line, CodeEditor::NoPlacement);
+        type(typed);
+        QCOMPARE(popup()->isVisible(), !words.isEmpty());
+        QStringList offered;
+        for (int row = 0; popup()->isVisible() && row < popup()->model()->rowCount(); ++row)
+            offered << popup()->model()->index(row, 0).data().toString();
+        QCOMPARE(offered, words);
+        m_editor->setDocument(nullptr);
     }
 
 private:

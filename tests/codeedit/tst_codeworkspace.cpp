@@ -15,6 +15,8 @@
 #include <tests/support/release.h>
 #include <tests/support/testhost.h>
 
+#include <malloc.h>
+
 using namespace Kiln;
 
 namespace
@@ -64,6 +66,8 @@ class TestCodeWorkspace : public QObject
     Q_OBJECT
 
 private slots:
+    // Whoever reads what is gone finds no document there any more.
+    void initTestCase() { mallopt(M_PERTURB, 0x5A); }
     void init()
     {
         m_host = std::make_unique<TestHost>();
@@ -95,7 +99,7 @@ private slots:
 
     void actionsAreMade()
     {
-        const QList<QPair<const char *, const char *>> expected{
+        const QMap<const char *, const char *> expected{
             {"view_code_bar", "Code toolbar"},
             {"code_snippet_insert", "Insert code snippet"},
             {"code_snippet_new", "New code snippet"},
@@ -108,11 +112,10 @@ private slots:
             {"code_comment", "Comment/Uncomment selection"},
             {"code_fold_all", "Fold all code blocks"},
             {"code_unfold_all", "Unfold all coded blocks"}};
-        for (const auto &entry : expected) {
-            QAction *action = m_host->action(entry.first);
-            QVERIFY2(action, entry.first);
-            QCOMPARE(action->text(), QString(entry.second));
-            QCOMPARE(action->isCheckable(), !qstrcmp(entry.first, "view_code_bar"));
+        for (const char *key : expected.keys()) {
+            QVERIFY2(m_host->action(key), key);
+            QCOMPARE(m_host->action(key)->text(), QString(expected[key]));
+            QCOMPARE(m_host->action(key)->isCheckable(), !qstrcmp(key, "view_code_bar"));
         }
         QCOMPARE(m_workspace->name(), "code");
         QVERIFY(m_host->menu("edit")->actions().contains(m_host->action("code_goto")));
@@ -177,26 +180,26 @@ private slots:
 
     void settingsAreRead()
     {
-        const auto flags = [&] {
-            const CodeEditor::SyntaxFormatting &now = view()->syntaxFormatting();
-            return QList<bool>{now.lineNumbers, now.highlightLine, now.highlightBlocks,
-                               now.foldingMarkers, now.parenMatching};
-        };
-        QCOMPARE(flags(), QList<bool>({false, false, false, false, false}));
-        const QStringList keys{"code_line_numbers", "code_highlight_line", "code_highlight_blocks",
-                               "code_folding_markers", "code_paren_matching"};
-        for (int i = 0; i < keys.size(); ++i) {
-            m_host->options[keys.at(i)] = true;
+        using Format = CodeEditor::SyntaxFormatting;
+        const QList<QPair<const char *, bool Format::*>> flags{
+            {"code_line_numbers", &Format::lineNumbers},
+            {"code_highlight_line", &Format::highlightLine},
+            {"code_highlight_blocks", &Format::highlightBlocks},
+            {"code_folding_markers", &Format::foldingMarkers},
+            {"code_paren_matching", &Format::parenMatching}};
+        const Format &now = view()->syntaxFormatting();
+        for (int on = 0; on <= flags.size(); ++on) {
+            for (int i = 0; i < flags.size(); ++i)
+                QCOMPARE(now.*flags.at(i).second, i < on);
+            if (on < flags.size())
+                m_host->options[flags.at(on).first] = true;
             m_workspace->reconfig();
-            QCOMPARE(flags().count(true), i + 1);
-            QVERIFY(flags().at(i));
         }
-        m_host->colors["line"] = QColor(1, 1, 1);
-        m_host->colors["block_range"] = QColor(2, 2, 2);
-        m_host->colors["paren_range"] = QColor(3, 3, 3);
+        m_host->colors = {{"line", QColor(1, 1, 1)},
+                          {"block_range", QColor(2, 2, 2)},
+                          {"paren_range", QColor(3, 3, 3)}};
         m_host->secondColors["paren"] = QColor(4, 4, 4);
         m_workspace->reconfig();
-        const CodeEditor::SyntaxFormatting &now = view()->syntaxFormatting();
         QCOMPARE(now.lineColor, QColor(1, 1, 1));
         QCOMPARE(now.blockColor, QColor(2, 2, 2));
         QCOMPARE(now.parenRange.background().color(), QColor(3, 3, 3));
@@ -395,10 +398,10 @@ private slots:
             m_document->undo();
         QCOMPARE(m_document->toString(), QString("xy"));
 
-        m_host->dialogs().expectDialog([](QDialog *dialog) { dialog->reject(); });
-        m_host->action("code_snippet_edit")->trigger();
-        m_host->dialogs().expectDialog([](QDialog *dialog) { dialog->reject(); });
-        m_host->action("code_snippet_new")->trigger();
+        for (const char *key : {"code_snippet_edit", "code_snippet_new"}) {
+            m_host->dialogs().expectDialog([](QDialog *dialog) { dialog->reject(); });
+            m_host->action(key)->trigger();
+        }
     }
 
     void snippetOfAnotherFileIsDropped()
@@ -439,6 +442,32 @@ private slots:
         }
     }
 
+    /// Who hears of a line that is chosen may open another file, or close this one.
+    void filesGoAsTheirLineIsChosen()
+    {
+        for (const int kind : {0, 1, 2, 3}) {
+            const bool ends = kind & 1;
+            m_document->fromString(sectionedText(40, 5));
+            Document going(new PlainDocument(m_document->toString()));
+            m_editor->setCurrentFile(going.get());
+            bool heard = false;
+            QObject listener;
+            connect(view(), &CodeEditor::currentLineChanged, &listener, [&] {
+                if (std::exchange(heard, true))
+                    return;
+                ends ? going.reset() : m_editor->setCurrentFile(m_document.get());
+            });
+            if (kind & 2)
+                m_editor->navigateTo(99, 2);
+            else
+                view()->setCurrentLine({99, 2, 90});
+            QVERIFY(heard);
+            QCOMPARE(m_editor->document(), ends ? nullptr : m_document.get());
+            QCOMPARE(place(), QPoint(0, 0));
+            QCOMPARE(view()->verticalScrollBar()->value(), 0);
+        }
+    }
+
     void encodingIsChosen()
     {
         const QString path = m_directory->filePath("text.st");
@@ -450,14 +479,16 @@ private slots:
         QCOMPARE(m_host->statusTexts.value(2), QString("Encoding: UTF-8"));
         const int lastLine = m_document->toString().indexOf(QLatin1Char('b'));
         select(lastLine, lastLine);
-        const auto choose = [](QDialog *dialog) {
-            QCOMPARE(dialog->windowTitle(), QString("Encoding"));
-            auto *codecs = dialog->findChild<QComboBox *>("codePage");
-            QCOMPARE(codecs->count(), TextCodecs::count());
-            codecs->setCurrentText("ISO-8859-1");
-            dialog->accept();
+        const auto choose = [this](const char *name) {
+            m_host->dialogs().expectDialog([name](QDialog *dialog) {
+                QCOMPARE(dialog->windowTitle(), QString("Encoding"));
+                auto *codecs = dialog->findChild<QComboBox *>("codePage");
+                QCOMPARE(codecs->count(), TextCodecs::count());
+                codecs->setCurrentText(name);
+                dialog->accept();
+            });
         };
-        m_host->dialogs().expectDialog(choose);
+        choose("ISO-8859-1");
         m_host->dialogs().expectBox(QMessageBox::Yes);
         m_workspace->statusClicked();
         const DialogScript::Seen box = m_host->dialogs().seen().last();
@@ -468,10 +499,7 @@ private slots:
         QCOMPARE(place(), QPoint(1, 0));
         // Without reading it again the text is to be written in the new encoding.
         QVERIFY(!m_document->isModified());
-        m_host->dialogs().expectDialog([](QDialog *dialog) {
-            dialog->findChild<QComboBox *>("codePage")->setCurrentText("UTF-8");
-            dialog->accept();
-        });
+        choose("UTF-8");
         m_host->dialogs().expectBox(QMessageBox::No);
         m_workspace->statusClicked();
         QVERIFY(m_document->isModified());
@@ -479,7 +507,7 @@ private slots:
         // A file that is nowhere yet is not asked about.
         Document second(new PlainDocument("x"));
         m_editor->setCurrentFile(second.get());
-        m_host->dialogs().expectDialog(choose);
+        choose("ISO-8859-1");
         m_workspace->statusClicked();
         QCOMPARE(second->codecName(), QString("ISO-8859-1"));
         // A save that has to go over to UTF-8 tells so.

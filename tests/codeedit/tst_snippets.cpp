@@ -1,5 +1,8 @@
-// Snippet files, the dialog of their fields, and the snippet editor.
+// Snippet files, those of Ember too, the dialog of their fields, and the snippet editor.
 
+#include <engines/ember/emberdocument.h>
+#include <engines/ember/embersnippets.h>
+#include <kilnx/code/messages.h>
 #include <kilnx/codeedit/snipdlg.h>
 #include <kilnx/codeedit/snippets.h>
 
@@ -115,14 +118,11 @@ private slots:
             auto *control = dialog->findChild<QWidget *>("f");
             QVERIFY(control);
             QCOMPARE(QByteArray(control->metaObject()->className()), className);
-            if (auto *text = qobject_cast<QLineEdit *>(control))
-                text->setText(value.toString());
-            else if (auto *number = qobject_cast<QSpinBox *>(control))
-                number->setValue(value.toInt());
-            else if (auto *real = qobject_cast<QDoubleSpinBox *>(control))
-                real->setValue(value.toDouble());
-            else if (auto *list = qobject_cast<QComboBox *>(control))
+            // A list shows what it is told, which is no property of its user's.
+            if (auto *list = qobject_cast<QComboBox *>(control))
                 list->setCurrentText(value.toString());
+            else
+                QVERIFY(control->setProperty(control->metaObject()->userProperty().name(), value));
             dialog->accept();
         });
         // A field without a name takes the place of nothing.
@@ -289,6 +289,64 @@ private slots:
         QVERIFY2(!reader.hasError(), qPrintable(reader.errorString()));
         QCOMPARE(texts, QStringList({"jump", "Width & more", "Who", "Direction", "To the left",
                                      "To the <right>"}));
+    }
+
+    void emberSnippetsAreDelivered()
+    {
+        const QString folder = m_directory->filePath("once/snippets");
+        QVERIFY(EmberSnippets::deliver(folder));
+        const QStringList names = QDir(folder).entryList(QDir::Files);
+        QCOMPARE(names.size(), 6);
+        QVERIFY(QFile::remove(folder + '/' + names.first()));
+        QVERIFY(EmberSnippets::deliver(folder));
+        QCOMPARE(QDir(folder).entryList(QDir::Files).size(), 5);
+        writeFile(m_directory->filePath("file"), "");
+        QVERIFY(!EmberSnippets::deliver(m_directory->filePath("file/snippets")));
+    }
+
+    void emberSnippetsAreGoodCode_data()
+    {
+        const auto add = columns<int>("fileType");
+        add("Character", int(EmberDocument::Character));
+        add("Command", int(EmberDocument::Commands));
+        add("Layer", int(EmberDocument::Stage));
+        add("Rule", int(EmberDocument::States));
+        add("State", int(EmberDocument::States));
+        add("Step with harm", int(EmberDocument::States));
+    }
+
+    void emberSnippetsAreGoodCode()
+    {
+        QFETCH(int, fileType);
+        const QString folder = m_directory->filePath("snippets");
+        QVERIFY(EmberSnippets::deliver(folder));
+        SnippetManager *manager = SnippetManager::instance();
+        manager->setDirectory(folder);
+        const QString name = QTest::currentDataTag();
+        const QModelIndexList rows =
+            manager->match(manager->index(0), Qt::DisplayRole, name, 1, Qt::MatchExactly);
+        QCOMPARE(rows.size(), 1);
+        m_host->dialogs().expectDialog([](QDialog *dialog) {
+            for (QLineEdit *text : dialog->findChildren<QLineEdit *>()) {
+                if (!text->objectName().startsWith("qt_"))
+                    text->setText("lantern");
+            }
+            for (QSpinBox *number : dialog->findChildren<QSpinBox *>())
+                number->setValue(12);
+            dialog->accept();
+        });
+        QString code = manager->snippet(m_host->mainWindow(), rows.first().row());
+        QCOMPARE(code.count("CURSOR"), 1);
+        code.remove("CURSOR");
+        // An inner section needs a state above it.
+        if (code.startsWith("@@"))
+            code.prepend("@state lantern\n    cel: x\n\n");
+        auto *document = new EmberDocument(EmberDocument::FileType(fileType));
+        document->fromString(code);
+        const auto *messages = static_cast<ProjectFile *>(document)->messages();
+        QCOMPARE(messages->count(Message::All), 0u);
+        QVERIFY(document->rowCount() > 0);
+        document->release();
     }
 
 private:

@@ -88,20 +88,6 @@ ImageInfo infoOf(const QByteArray &bytes, const char *format)
     return imageInfoFromFile(&buffer, format);
 }
 
-/// The checksum of a PNG chunk, as its standard prints it.
-QByteArray pngChecksum(const QByteArray &bytes)
-{
-    quint32 crc = 0xFFFFFFFF;
-    for (char byte : bytes) {
-        crc ^= uchar(byte);
-        for (int bit = 0; bit < 8; ++bit)
-            crc = crc & 1 ? 0xEDB88320 ^ crc >> 1 : crc >> 1;
-    }
-    QByteArray result(4, 0);
-    qToBigEndian(~crc, result.data());
-    return result;
-}
-
 /// One of the files that the fuzz targets start from.
 QByteArray seed(const char *name)
 {
@@ -347,8 +333,8 @@ private Q_SLOTS:
             return Plain::fileOf(word, QImage(1, 1, QImage::Format_RGB32))
                 .replace(from, hex.size(), hex);
         };
-        QByteArray png = changed("PNG", 16, "0000FFFF0000FFFF");
-        png.replace(29, 4, pngChecksum(png.mid(12, 17)));
+        const QByteArray png =
+            changed("PNG", 12, "49484452 0000FFFF 0000FFFF 0802000000 39674E07"); // a whole header
         add("PNG", "PNG", "no picture", false);
         add("BMP", "BMP", "BMno picture", false);
         add("PCX", "PCX", "no picture", true);

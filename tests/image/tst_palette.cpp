@@ -141,32 +141,6 @@ private Q_SLOTS:
         QVERIFY(bench.before.isEmpty() && bench.after.isEmpty());
     }
 
-    void index()
-    {
-        const struct {
-            const char *name;
-            QVector<RGBA> entries;
-            RGBA wanted;
-            int found;
-        } rows[] = {
-            {"nearest",
-             {{0, 0, 0, 255}, {10, 10, 10, 255}, {11, 10, 10, 255}},
-             {12, 10, 10, 255},
-             2},
-            {"first of equals", {{9, 9, 9, 255}, {9, 9, 9, 255}}, {9, 9, 9, 255}, 0},
-            {"a nearer alpha wins", {{9, 9, 9, 255}, {9, 9, 9, 130}}, {9, 9, 9, 128}, 1},
-            {"a farther alpha does not", {{9, 9, 9, 130}, {9, 9, 9, 255}}, {9, 9, 9, 128}, 0},
-            {"an alpha below wins", {{9, 9, 9, 128}, {9, 9, 9, 0}}, {9, 9, 9, 128}, 1},
-            {"a kept negative one is large", {{9, 9, 9, 100}, {9, 9, 9, 255}}, {9, 9, 9, 128}, 1},
-            {"distance goes before alpha", {{9, 9, 9, 0}, {9, 9, 8, 255}}, {9, 9, 9, 255}, 0}};
-        for (const auto &row : rows) {
-            Bench bench;
-            bench.object.setColor(nullptr, {200, 0, 200, 255});
-            std::copy(row.entries.cbegin(), row.entries.cend(), bench.table);
-            QVERIFY2(bench.object.index(row.wanted) == row.found, row.name);
-        }
-    }
-
     void indexAgreesWithItsRule()
     {
         std::mt19937 random(1);

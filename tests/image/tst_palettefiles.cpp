@@ -172,33 +172,6 @@ public:
     }
 };
 
-/// A text of one word over and over that nobody has to hold in memory.
-class LongText : public QIODevice
-{
-public:
-    LongText(const QByteArray &word, qint64 size)
-        : m_word(word)
-        , m_size(size)
-    {
-        open(ReadOnly | Unbuffered);
-    }
-    qint64 size() const override { return m_size; }
-
-protected:
-    qint64 readData(char *data, qint64 size) override
-    {
-        const qint64 count = qMin(size, m_size - pos());
-        for (qint64 i = 0; i < count; ++i)
-            data[i] = m_word[int((pos() + i) % m_word.size())];
-        return count;
-    }
-    qint64 writeData(const char *, qint64) override { return -1; }
-
-private:
-    QByteArray m_word;
-    qint64 m_size;
-};
-
 qint64 peakMemory()
 {
     rusage usage;
@@ -392,28 +365,27 @@ private Q_SLOTS:
         }
     }
 
-    void longTextsTakeNoMemory_data()
-    {
-        columns<QByteArray>("word");
-        addRow("millions of short lines", QByteArray("ROWS\n"));
-        addRow("one endless line", QByteArray("ROWS "));
-    }
-
+    /// Millions of short lines, and one endless line.
     void longTextsTakeNoMemory()
     {
-        QFETCH(QByteArray, word);
-        LongText device(word, 48 << 20);
-        RGBA table[256];
-        PaletteObject object(&table);
-        const qint64 before = peakMemory();
-        QVERIFY(object.fromFile(&device, "TXT"));
-        QVERIFY(device.atEnd());
-        QCOMPARE(table[0], RGBA());
+        for (const char filling : {'\n', ' '}) {
+            QTemporaryFile file;
+            QVERIFY(file.open() && file.write("ROWS") == 4);
+            for (int piece = 0; piece < 48; ++piece)
+                QCOMPARE(file.write(QByteArray(1 << 20, filling)), qint64(1 << 20));
+            QVERIFY(file.seek(0));
+            RGBA table[256];
+            PaletteObject object(&table);
+            const qint64 before = peakMemory();
+            QVERIFY(object.fromFile(&file, "TXT"));
+            QVERIFY(file.atEnd());
+            QCOMPARE(table[0], RGBA());
 #ifdef __SANITIZE_ADDRESS__
-        Q_UNUSED(before) // the sanitizer holds freed memory back
+            Q_UNUSED(before) // the sanitizer holds freed memory back
 #else
-        QVERIFY(peakMemory() - before < 16 << 20);
+            QVERIFY(peakMemory() - before < 16 << 20);
 #endif
+        }
     }
 
     void writes()
