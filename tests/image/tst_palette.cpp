@@ -146,7 +146,8 @@ private Q_SLOTS:
         std::mt19937 random(1);
         Bench bench;
         for (RGBA &entry : bench.table)
-            entry = fromQRgb(random() & 0xFF030303); // few colours, so that alphas decide
+            entry =
+                fromQRgb(random() & 0xC1030303); // few colours, so that alphas and places decide
         for (int round = 0; round < 2000; ++round) {
             const RGBA c = fromQRgb(random() & 0xFF070707);
             int best = 0, distance = 0x7FFFFFFF, kept = 255;

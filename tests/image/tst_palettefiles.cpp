@@ -368,11 +368,11 @@ private Q_SLOTS:
     /// Millions of short lines, and one endless line.
     void longTextsTakeNoMemory()
     {
-        for (const char filling : {'\n', ' '}) {
+        for (const QByteArray word : {"ROWS\n", "ROWS "}) {
             QTemporaryFile file;
-            QVERIFY(file.open() && file.write("ROWS") == 4);
+            QVERIFY(file.open());
             for (int piece = 0; piece < 48; ++piece)
-                QCOMPARE(file.write(QByteArray(1 << 20, filling)), qint64(1 << 20));
+                QCOMPARE(file.write(word.repeated(200000)), qint64(1000000));
             QVERIFY(file.seek(0));
             RGBA table[256];
             PaletteObject object(&table);
