@@ -362,8 +362,12 @@ private slots:
         QVERIFY(!panel.editor->isModified());
         QVERIFY(panel.editor->isActive());
         QCOMPARE(panel.view->movement(), QListView::Snap);
+        QCOMPARE(panel.view->defaultDropAction(), Qt::MoveAction);
+        QCOMPARE(panel.view->dragDropMode(), QAbstractItemView::InternalMove);
         QCOMPARE(panel.view->selectionBehavior(), QAbstractItemView::SelectRows);
         QVERIFY(!panel.view->dragDropOverwriteMode());
+        QVERIFY(panel.view->dragEnabled());
+        QVERIFY(panel.view->acceptDrops());
         const QList<QPair<const char *, int>> keys{
             {"org_up", 166},  {"org_down", 167},   {"org_up_10", 168}, {"org_down_10", 169},
             {"org_top", 170}, {"org_bottom", 171}, {"org_auto", 172}};
