@@ -30,7 +30,9 @@
 #include <kilnx/codeedit/snippets.h>
 #include <kilnx/editors/fieldguard.h>
 #include <kilnx/editors/organizer.h>
+#include <kilnx/editors/paletteeditor.h>
 #include <kilnx/editors/palettepreview.h>
+#include <kilnx/editors/remapdlg.h>
 #include <kilnx/export.h>
 #include <kilnx/forms/colorwidget.h>
 #include <kilnx/forms/itemsdialog.h>

@@ -21,6 +21,7 @@ ItemsDialog::ItemsDialog(QWidget *parent, const QString &title, QAbstractItemMod
     m_view->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_view->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_view->setModel(model);
+    connect(model, &QObject::destroyed, this, &QDialog::reject);
 
     auto *clear = new QPushButton(tr("Clear"), this);
     auto *invert = new QPushButton(tr("Invert selection"), this);

@@ -12,7 +12,7 @@ namespace Kiln
 {
 
 /// A dialog in which the user picks rows of a model, with buttons that clear and invert the
-/// selection and select everything. The model must outlive it.
+/// selection and select everything. It rejects itself when the model is destroyed.
 class KILNX_EXPORT ItemsDialog : public QDialog
 {
     Q_OBJECT

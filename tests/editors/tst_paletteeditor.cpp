@@ -1,14 +1,23 @@
 #include <ember/embersprites.h>
+#include <tests/support/files.h>
+#include <tests/support/fulldisk.h>
 #include <tests/support/release.h>
 #include <tests/support/rows.h>
 #include <tests/support/testhost.h>
 
+#include <hostkit/editordeck.h>
+#include <kilnx/editors/organizer.h>
+#include <kilnx/editors/paletteeditor.h>
 #include <kilnx/editors/palettepreview.h>
+#include <kilnx/editors/remapdlg.h>
 #include <kilnx/forms/sprimport.h>
+#include <kilnx/imageedit/palettewidget.h>
 
 #include <QtTest/QtTest>
 #include <QtWidgets/QtWidgets>
 
+#include <array>
+#include <functional>
 #include <random>
 
 using namespace Kiln;
@@ -35,6 +44,66 @@ void edit(const QDialog *dialog, const QString &name)
     QTest::keyClicks(field, name);
 }
 
+using Table = std::array<RGBA, 256>;
+
+Table randomTable(std::mt19937 &random)
+{
+    Table table;
+    for (RGBA &color : table)
+        color = fromQRgb(QRgb(random()));
+    return table;
+}
+
+Table tableOf(const RGBA *colors)
+{
+    Table table;
+    std::copy_n(colors, 256, table.begin());
+    return table;
+}
+
+/// The bytes of an Adobe color table: red, green and blue of the last entry first.
+QByteArray tableFile(const Table &table)
+{
+    QByteArray bytes;
+    for (int i = 255; i >= 0; --i)
+        bytes.append(char(table[size_t(i)].r))
+            .append(char(table[size_t(i)].g))
+            .append(char(table[size_t(i)].b));
+    return bytes;
+}
+
+/// The editor of sprites, as far as the panel knows it.
+class SpriteStub : public Editor
+{
+public:
+    QAction *action() const override { return nullptr; }
+    const char *name() const override { return "sprites"; }
+    bool isModified() const override { return false; }
+    unsigned int areas() const override { return 7; }
+    void retranslate() override {}
+    void undo() override {}
+    void redo() override {}
+    void find(const QString &, unsigned int) override {}
+    void replace(const QString &, const QString &, unsigned int, bool) override {}
+    void hostReserved15() override {}
+};
+
+/// An engine's panel that knows under which name colours go into the file.
+class NamingEditor : public PaletteEditor
+{
+public:
+    QVariant key;
+    int remaps = 0;
+
+protected:
+    QVariant paletteIdentifier() override { return key; }
+    void remapChanged() override
+    {
+        ++remaps;
+        PaletteEditor::remapChanged();
+    }
+};
+
 QString told(int mode, int row, bool reversed = false)
 {
     return QString("mode %1 row %2%3").arg(mode).arg(row).arg(reversed ? " reversed" : "");
@@ -58,7 +127,36 @@ private Q_SLOTS:
     void listsEndMeanwhile_data();
     void listsEndMeanwhile();
 
+    void declaresItsCommands();
+    void randomUser_data();
+    void randomUser();
+    void addsFiles_data();
+    void addsFiles();
+    void savesFiles_data();
+    void savesFiles();
+    void boxesAreOutlived_data();
+    void boxesAreOutlived();
+    void actsOnSprites();
+    void standsInForOthers();
+    void followsTheSprites();
+
 private:
+    /// The panel with a file of that many palettes, "0" and so on, of random colours.
+    void makePanel(int palettes);
+    void trigger(const char *key);
+    /// Answers the next dialog, after `before`: a question by its button, a list by all of it.
+    void answer(const QString &step, const std::function<void()> &before = {});
+    /// All names and colours of the file.
+    QVector<QPair<QString, Table>> contents() const;
+    QStringList names() const;
+    QString label() const
+    {
+        return m_host->mainWindow()->findChild<QLabel *>("pal_sel_lb")->text();
+    }
+    QString file(const QString &name) const { return m_directory->filePath(name); }
+    /// What every step must leave, whatever it was.
+    void checkShown() const;
+
     /// What happens while a dialog is open, by the first word of a row's steps.
     void meanwhile(const QString &event);
     /// Runs the steps in the dialog, and ends it by its last one or by itself.
@@ -66,12 +164,21 @@ private:
 
     std::unique_ptr<TestHost> m_host;
     std::unique_ptr<QStringListModel> m_list;
+    std::unique_ptr<QTemporaryDir> m_directory;
+    std::unique_ptr<EmberSprites, Release> m_sprites;
+    QPointer<NamingEditor> m_editor;
+    SpriteStub *m_spriteEditor = nullptr;
+    std::mt19937 m_random;
 };
 
 void tst_paletteeditor::init()
 {
+    delete m_editor;
+    m_sprites.reset();
     m_host.reset();
     m_host = std::make_unique<TestHost>();
+    m_directory = std::make_unique<QTemporaryDir>();
+    m_random.seed(20261122);
     m_list = std::make_unique<QStringListModel>(QStringList{"stone", "moss", "ash"});
 }
 
@@ -243,6 +350,628 @@ void tst_paletteeditor::listsEndMeanwhile()
         QVERIFY(static_cast<SprImport *>(dialog.get())->answers().isEmpty());
     else
         QCOMPARE(static_cast<PalDlg *>(dialog.get())->mode(), 1);
+}
+
+void tst_paletteeditor::makePanel(int palettes)
+{
+    m_spriteEditor = m_host->deck().make<SpriteStub>();
+    m_editor = new NamingEditor;
+    m_sprites.reset(new EmberSprites(StreamCache::Memory));
+    for (int i = 0; i < palettes; ++i)
+        m_sprites->palettes()->add(randomTable(m_random).data(), i, false);
+    m_editor->activate();
+    m_editor->setPalettes(m_sprites->palettes());
+    m_host->options.insert("project_path", m_directory->path());
+    m_host->mainWindow()->show();
+    m_editor->widget()->setCellSize(12);
+    m_editor->widget()->setGeometry(0, 0, 192, 192);
+    m_editor->widget()->show();
+    m_editor->widget()->raise();
+    QVERIFY(QTest::qWaitForWindowExposed(m_host->mainWindow()));
+}
+
+void tst_paletteeditor::trigger(const char *key)
+{
+    QAction *action = m_host->action(key);
+    QVERIFY2(action && action->isEnabled(), key);
+    action->trigger();
+}
+
+QVector<QPair<QString, Table>> tst_paletteeditor::contents() const
+{
+    QVector<QPair<QString, Table>> all;
+    for (unsigned int i = 0; m_sprites && i < m_sprites->palettes()->count(); ++i) {
+        EmberPalette *palette = m_sprites->palettes()->at(i);
+        all.append({palette->identifier(), tableOf(palette->colors())});
+    }
+    return all;
+}
+
+QStringList tst_paletteeditor::names() const
+{
+    QStringList list;
+    for (const auto &palette : contents())
+        list << palette.first;
+    return list;
+}
+
+void tst_paletteeditor::checkShown() const
+{
+    const EmberPalettes &list = *m_sprites->palettes();
+    const auto *slider = m_host->mainWindow()->findChild<QSlider *>("pal_sel");
+    const int count = int(list.count());
+    QCOMPARE(slider->maximum(), qMax(0, count - 1));
+    QCOMPARE(m_host->action("pal_delete")->isEnabled(), count > 0);
+    QCOMPARE(m_editor->widget()->isEnabled(), count > 0);
+    if (count == 0) {
+        QCOMPARE(label(), QString("0 / 0"));
+        QVERIFY(!m_editor->currentPalette());
+        QCOMPARE(tableOf(m_editor->widget()->palette()->palette()), Table());
+        return;
+    }
+    const int at = m_editor->currentPalette()->index();
+    QCOMPARE(slider->value(), at);
+    QCOMPARE(label(), QString("%1 / %2").arg(at + 1).arg(count));
+    QCOMPARE(tableOf(m_editor->widget()->palette()->palette()),
+             tableOf(m_editor->currentPalette()->colors()));
+}
+
+void tst_paletteeditor::declaresItsCommands()
+{
+    makePanel(2);
+    const QStringList texts{"Clear",
+                            "Clear all unused",
+                            "Add",
+                            "Delete",
+                            "Remove all duplicates",
+                            "Change...",
+                            "Save as...",
+                            "Remap",
+                            "Undo",
+                            "Redo",
+                            "Exchange position of selected colors",
+                            "Sets the color of the selected slots",
+                            "Apply to the sprites",
+                            "Previous palette",
+                            "Next palette",
+                            "Palettes"};
+    QStringList keys = m_host->log.filter("addControl ").replaceInStrings("addControl ", "");
+    QCOMPARE(keys.mid(texts.size()), QStringList({"pal_sel", "pal_sel_lb", "pal_view"}));
+    QCOMPARE(keys.mid(0, texts.size()).join(' '),
+             QString("pal_clear pal_clear_unused pal_add pal_delete pal_delete_duplicates pal_open "
+                     "pal_save pal_remap pal_undo pal_redo pal_switch_color pal_set_color "
+                     "pal_apply_sprite pal_prev pal_next org_palette"));
+    for (int i = 0; i < texts.size(); ++i)
+        QCOMPARE(m_host->action(qPrintable(keys[i]))->text(), texts[i]);
+    QVERIFY(m_host->action("org_palette")->isCheckable());
+    QCOMPARE(QString(m_editor->name()), QString("palettes"));
+    QCOMPARE(m_host->control("pal_view"), m_editor->widget());
+    m_editor->setPalettes(nullptr);
+    QVERIFY(!m_host->action("pal_add")->isEnabled());
+}
+
+void tst_paletteeditor::randomUser_data()
+{
+    const auto add = columns<int>("seed");
+    for (int seed = 1; seed <= 6; ++seed)
+        add(qPrintable(QString("seed %1").arg(seed)), seed);
+}
+
+/// Against a plain model: the list of palettes, and for the grid a list of whole palettes of which
+/// the last twelve are kept.
+void tst_paletteeditor::randomUser()
+{
+    const auto [seed] = row<int>();
+    m_random.seed(unsigned(seed));
+    makePanel(3);
+    auto model = contents();
+    int at = 0;
+    QVector<Table> ring{model[0].second};
+    int page = 0;
+
+    const auto show = [&](int index) {
+        const bool isOther = index != at;
+        at = model.isEmpty() ? 0 : qBound(0, index, model.size() - 1);
+        if (isOther)
+            ring.clear();
+    };
+    const auto edited = [&](const Table &table) {
+        ring.resize(page + 1);
+        ring.append(table);
+        if (ring.size() > 12)
+            ring.removeFirst();
+        page = ring.size() - 1;
+        model[at].second = table;
+    };
+    PaletteWidget *grid = m_editor->widget();
+    const auto cell = [](int index) { return QPoint(index % 16 * 12 + 5, index / 16 * 12 + 5); };
+    const auto select = [&](int first, int last) {
+        QTest::mouseClick(grid, Qt::LeftButton, {}, cell(first));
+        QTest::mouseClick(grid, Qt::LeftButton, Qt::ShiftModifier, cell(last));
+    };
+
+    for (int step = 0; step < 150; ++step) {
+        const int action = int(m_random() % 16);
+        const int one = int(m_random() % 256);
+        const int other = int(m_random() % 256);
+        if (action == 0) {
+            m_host->dialogs().expectBox(QMessageBox::No);
+            trigger("pal_add");
+            model.insert(model.isEmpty() ? 0 : at + 1, {QString(), Table()});
+            show(model.size() == 1 ? 0 : at + 1);
+            ring.clear();
+        } else if (action == 1 && step % 3 == 0 && !model.isEmpty()) {
+            const bool agreed = m_random() % 2;
+            m_host->dialogs().expectBox(agreed ? QMessageBox::Yes : QMessageBox::No);
+            trigger("pal_delete");
+            if (agreed) {
+                model.removeAt(at);
+                ring.clear();
+                show(at);
+            }
+        } else if (action == 2 && !model.isEmpty()) {
+            trigger("pal_prev");
+            show(qMax(0, at - 1));
+        } else if (action == 3 && !model.isEmpty()) {
+            trigger("pal_next");
+            show(qMin(model.size() - 1, at + 1));
+        } else if (action == 4 && !model.isEmpty()) {
+            auto *slider = m_host->mainWindow()->findChild<QSlider *>("pal_sel");
+            slider->setValue(one % model.size());
+            show(one % model.size());
+        } else if (action == 5 && model.size() > 1) {
+            const int from = one % model.size();
+            const int to = other % model.size();
+            m_sprites->palettes()->move(unsigned(from), unsigned(to));
+            model.move(from, to);
+            if (from == at)
+                at = to;
+            else
+                at += (from > at && to <= at) - (from < at && to >= at);
+        } else if (action <= 9 && !model.isEmpty()) {
+            // A colour is dragged, the others make room.
+            QTest::mousePress(grid, Qt::LeftButton, {}, cell(one));
+            QMouseEvent move(QEvent::MouseMove, cell(other), Qt::NoButton, Qt::LeftButton, {});
+            QCoreApplication::sendEvent(grid, &move);
+            QTest::mouseRelease(grid, Qt::LeftButton, {}, cell(other));
+            if (one != other) {
+                Table table = model[at].second;
+                QVector<RGBA> list(table.begin(), table.end());
+                list.move(one, other);
+                std::copy(list.begin(), list.end(), table.begin());
+                if (ring.isEmpty())
+                    ring = {model[at].second}, page = 0;
+                edited(table);
+            }
+        } else if (action == 10 && !model.isEmpty()) {
+            const QColor color = QColor::fromRgba(QRgb(m_random()));
+            const bool agreed = m_random() % 3;
+            select(one, other);
+            m_host->dialogs().expectDialog([color, agreed](QDialog *dialog) {
+                QCOMPARE(dialog->windowTitle(), QString("Color"));
+                static_cast<QColorDialog *>(dialog)->setCurrentColor(color);
+                agreed ? dialog->accept() : dialog->reject();
+            });
+            trigger("pal_set_color");
+            if (agreed) {
+                Table table = model[at].second;
+                for (int i = qMin(one, other); i <= qMax(one, other); ++i)
+                    table[size_t(i)] = fromQRgb(color.rgba());
+                if (ring.isEmpty())
+                    ring = {model[at].second}, page = 0;
+                edited(table);
+            }
+        } else if (action == 11 && !model.isEmpty()) {
+            select(one, other);
+            trigger("pal_switch_color");
+            Table table = model[at].second;
+            std::reverse(table.begin() + qMin(one, other), table.begin() + qMax(one, other) + 1);
+            if (ring.isEmpty())
+                ring = {model[at].second}, page = 0;
+            edited(table);
+        } else if (action <= 13 && !model.isEmpty()) {
+            trigger("pal_undo");
+            if (!ring.isEmpty() && page > 0)
+                model[at].second = ring[--page];
+        } else if (action == 14 && !model.isEmpty()) {
+            trigger("pal_redo");
+            if (page + 1 < ring.size())
+                model[at].second = ring[++page];
+        } else if (action == 15 && step % 5 == 0) {
+            // The file's own undo is the engine's, and is believed: the grid must follow it.
+            const Palette *before = m_editor->currentPalette();
+            const auto colors = model.isEmpty() ? Table() : model[at].second;
+            m_sprites->undo();
+            model = contents();
+            at = model.isEmpty() ? 0 : m_editor->currentPalette()->index();
+            if (m_editor->currentPalette() != before || model.isEmpty() ||
+                model[at].second != colors)
+                ring.clear();
+        }
+        checkShown();
+        QVERIFY2(contents() == model, qPrintable(QString("%1: %2").arg(step).arg(action)));
+        if (!model.isEmpty())
+            QCOMPARE(m_editor->currentPalette()->index(), at);
+        if (QTest::currentTestFailed())
+            return;
+    }
+
+    for (int i = 0; i < 300; ++i)
+        m_sprites->redo();
+    const auto end = contents();
+    for (int i = 0; i < 300; ++i)
+        m_sprites->undo();
+    QVERIFY(contents().isEmpty());
+    checkShown();
+    for (int i = 0; i < 300; ++i)
+        m_sprites->redo();
+    checkShown();
+    QCOMPARE(contents(), end);
+}
+
+void tst_paletteeditor::answer(const QString &step, const std::function<void()> &before)
+{
+    m_host->dialogs().expectDialog([this, step, before](QDialog *shown) {
+        const QPointer<QDialog> dialog(shown);
+        if (before)
+            before();
+        if (!dialog || !dialog->isVisible())
+            return;
+        if (step == "ALL")
+            dialog->findChild<QListView *>("items")->selectAll();
+        else if (step == "COLOR")
+            static_cast<QColorDialog *>(shown)->setCurrentColor(Qt::red);
+        else if (step.startsWith("EDIT"))
+            QTest::keyClick(dialog->findChild<QTableWidget *>(), Qt::Key_F2);
+        if (step.startsWith("EDIT"))
+            edit(dialog, step.mid(5));
+        if (auto *box = qobject_cast<QMessageBox *>(shown))
+            box->button(step == "Yes" ? QMessageBox::Yes
+                                      : (step == "No" ? QMessageBox::No : QMessageBox::Ok))
+                ->click();
+        else if (step == "CANCEL")
+            dialog->reject();
+        else if (auto *name = shown->findChild<QLineEdit *>("fileNameEdit"))
+            name->setText(step), static_cast<QDialog *>(shown)->accept();
+        else
+            dialog->accept();
+    });
+}
+
+void tst_paletteeditor::addsFiles_data()
+{
+    const auto add =
+        columns<QStringList, QString, QString, QString>("files", "event", "names", "refused");
+    add("one", {"good.act"}, {}, "0 good 1", {});
+    add("several, behind the current one", {"good.act", "jasc.pal"}, {}, "0 good jasc 1", {});
+    add("a name is typed", {"good.act"}, "EDIT moss", "0 moss 1", {});
+    add("bad ones are named", {"short.act", "good.act", "true.png"}, {}, "0 good 1",
+        "short.act true.png");
+    add("deleted between choosing and reading", {"good.act", "jasc.pal"}, "DELETE", "0 jasc 1",
+        "good.act");
+    add("the names are canceled", {"good.act"}, "CANCEL", "0 1", {});
+    add("the reading is canceled", {"good.act", "jasc.pal"}, "STOP", "0 1", {});
+    add("closed while they are read", {"good.act", "short.act"}, "CLOSE", "", {});
+}
+
+void tst_paletteeditor::addsFiles()
+{
+    const auto [files, event, expected, refused] = row<QStringList, QString, QString, QString>();
+    const Table good = randomTable(m_random);
+    writeFile(file("good.act"), tableFile(good));
+    writeFile(file("short.act"), tableFile(good).left(700));
+    writeFile(file("jasc.pal"), "JASC-PAL\r\n0100\r\n256\r\n1 2 3\r\n");
+    QVERIFY(QImage(2, 2, QImage::Format_RGB32).save(file("true.png")));
+    makePanel(2);
+    const auto before = contents();
+
+    answer("Yes");
+    QStringList paths;
+    for (const QString &name : files)
+        paths << file(name);
+    answer(paths.size() > 1 ? '"' + paths.join("\" \"") + '"' : paths.first());
+    answer(event, [this, event = event] {
+        if (event == "DELETE")
+            QFile::remove(file("good.act"));
+    });
+    m_host->cancelAt = event == "STOP" ? 1 : 0;
+    if (event == "CLOSE")
+        m_host->duringProgress = [this] { m_sprites.reset(); };
+    if (!refused.isEmpty())
+        answer("OK");
+    trigger("pal_add");
+    QCOMPARE(names().join(' '), expected);
+    const QString told = m_host->dialogs().seen().last().text;
+    for (const QString &name : files)
+        QCOMPARE(told.contains(name), refused.contains(name));
+    for (const auto &progress : m_host->progresses)
+        QCOMPARE(progress->finished, 1);
+    if (expected.contains("good"))
+        QCOMPARE(contents()[1].second[7].g, good[7].g);
+    // One step, whatever was added.
+    if (contents() != before && m_sprites)
+        m_sprites->undo();
+    if (m_sprites)
+        QCOMPARE(contents(), before);
+}
+
+void tst_paletteeditor::savesFiles_data()
+{
+    const auto add = columns<QStringList, QString, QStringList>("names", "event", "files");
+    const QStringList names{"stone", "a/b", "a/b", "", "STONE", "..", "moss"};
+    const QStringList files{"STONE_2.act", "_...act",  "_.act",    "a_b.act",
+                            "a_b_2.act",   "moss.act", "stone.act"};
+    add("several, each under a name of its own", names, "Yes", files);
+    add("closed meanwhile", names, "CLOSE", files);
+    add("old ones are to stay", names, "No", {"stone.act"});
+    add("canceled: as before", names, "STOP", {"stone.act"});
+    add("the disk is full", names, "FULL", {"stone.act"});
+    add("one, under the name that is typed", {"moss"}, "NAME", {"my.act", "stone.act"});
+}
+
+void tst_paletteeditor::savesFiles()
+{
+    const auto [names, event, files] = row<QStringList, QString, QStringList>();
+    makePanel(0);
+    QMap<QString, QByteArray> expected;
+    for (const QString &name : names)
+        m_sprites->palettes()->add(randomTable(m_random).data(), name, false);
+    const auto saved = contents();
+    writeFile(file("out/stone.act"), "old");
+
+    answer("ALL");
+    if (event == "NAME") {
+        answer(file("out/my"));
+    } else {
+        answer(file("out"));
+        answer(event == "No" ? "No" : "Yes");
+    }
+    m_host->cancelAt = event == "STOP" ? 4 : 0;
+    if (event == "CLOSE")
+        m_host->duringProgress = [this] { m_sprites.reset(); };
+    {
+        const std::unique_ptr<FullDisk> disk(event == "FULL" ? new FullDisk(100) : nullptr);
+        if (disk)
+            answer("OK");
+        trigger("pal_save");
+    }
+    const QDir out(file("out"));
+    QStringList found = out.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    found.sort();
+    QCOMPARE(found, files);
+    const bool isSaved = event == "Yes" || event == "CLOSE";
+    QCOMPARE(readFile(out.filePath("stone.act")), isSaved ? tableFile(saved[0].second) : "old");
+    if (isSaved)
+        QCOMPARE(readFile(out.filePath("a_b_2.act")), tableFile(saved[2].second));
+    if (event == "NAME")
+        QCOMPARE(readFile(out.filePath("my.act")), tableFile(saved[0].second));
+    if (event == "FULL")
+        QVERIFY(m_host->dialogs().seen().last().text.contains("a_b_2.act"));
+}
+
+void tst_paletteeditor::boxesAreOutlived_data()
+{
+    const auto add = columns<QString, Steps, QString>("key", "steps", "event");
+    const QString one = "good.act";
+    const QVector<QPair<QString, Steps>> boxes{
+        {"pal_add", {"No"}},           {"pal_add", {"Yes", one}},
+        {"pal_add", {"Yes", one, ""}}, {"pal_clear", {"Yes"}},
+        {"pal_delete", {"Yes"}},       {"pal_open", {one}},
+        {"pal_save", {"ALL"}},         {"pal_save", {"ALL", "DIRECTORY"}},
+        {"pal_set_color", {"COLOR"}},  {"pal_apply_sprite", {"ALL"}}};
+    for (const auto &box : boxes) {
+        for (const char *event : {"CLOSE", "PANEL", "REMOVE"})
+            add(qPrintable(box.first + ' ' + box.second.join(',') + ' ' + event), box.first,
+                box.second, event);
+    }
+}
+
+/// What is open in a box is gone when the user answers it.
+void tst_paletteeditor::boxesAreOutlived()
+{
+    const auto [key, steps, event] = row<QString, Steps, QString>();
+    writeFile(file("good.act"), tableFile(randomTable(m_random)));
+    makePanel(3);
+    m_sprites->insert(0, "drawn", QImage());
+    m_editor->widget()->select(3);
+    decltype(contents()) left;
+    for (const QString &step : steps) {
+        std::function<void()> before;
+        if (&step == &steps.last())
+            before = [&, event = event] {
+                if (event == "CLOSE")
+                    m_sprites.reset();
+                else if (event == "PANEL")
+                    delete m_editor;
+                else
+                    m_sprites->palettes()->remove(0);
+                left = contents();
+            };
+        answer(step == "DIRECTORY"  ? m_directory->path()
+               : step == "good.act" ? file(step)
+                                    : step,
+               before);
+    }
+    // There is still something to add, or to save.
+    if (event == "REMOVE" &&
+        (steps == Steps{"Yes", "good.act"} || key + steps.last() == "pal_saveALL"))
+        answer("CANCEL");
+    trigger(qPrintable(key));
+    const bool goesOn = event == "REMOVE" && (key == "pal_add" || key == "pal_clear");
+    if (!goesOn)
+        QCOMPARE(contents(), left);
+    if (m_editor && m_sprites)
+        checkShown();
+}
+
+void tst_paletteeditor::actsOnSprites()
+{
+    makePanel(4);
+    EmberPalettes &palettes = *m_sprites->palettes();
+    QImage picture(3, 3, QImage::Format_Indexed8);
+    picture.setColorTable(QVector<QRgb>(256, 0xFF000000));
+    picture.fill(1);
+    for (unsigned int i = 0; i < 3; ++i)
+        m_sprites->insert(i, i, QImage())->setImage(picture, false, 3, palettes.at(i));
+    palettes.at(1)->setColors(palettes.at(0)->colors(), Palette::SetReplaced);
+    const auto before = contents();
+    const auto uses = [&] {
+        QStringList names;
+        for (unsigned int i = 0; i < 3; ++i)
+            names << m_sprites->at(i)->palette()->property("Identifier").toString();
+        return names.join(' ');
+    };
+
+    trigger("pal_clear_unused");
+    QCOMPARE(names().join(' '), QString("0 1 2"));
+    m_sprites->undo();
+    trigger("pal_delete_duplicates");
+    QCOMPARE(names().join(' ') + '|' + uses(), QString("0 2 3|0 0 2"));
+    m_sprites->undo();
+    trigger("pal_next");
+    trigger("pal_next");
+    answer("ALL");
+    trigger("pal_apply_sprite");
+    QCOMPARE(uses(), QString("2 2 2"));
+    m_sprites->undo();
+    QCOMPARE(uses(), QString("0 1 2"));
+    answer("Yes");
+    trigger("pal_clear");
+    QCOMPARE(contents().size(), 0);
+    checkShown();
+    m_sprites->undo();
+    QCOMPARE(contents(), before);
+    m_host->options.insert("confirm_delete", false);
+    trigger("pal_delete");
+    QCOMPARE(contents().size(), 3);
+
+    // Another palette's colours, from a file and by an engine.
+    const Table table = randomTable(m_random);
+    writeFile(file("new.act"), tableFile(table));
+    answer(file("new.act"));
+    trigger("pal_open");
+    const Table shown = tableOf(m_editor->currentPalette()->colors());
+    QVERIFY(tableFile(shown) == tableFile(table));
+    trigger("pal_undo"); // another palette has no steps
+    QCOMPARE(tableOf(m_editor->currentPalette()->colors()), shown);
+    writeFile(file("short.act"), "R");
+    answer(file("short.act"));
+    answer("OK");
+    trigger("pal_open");
+    QVERIFY(m_host->dialogs().seen().last().text.contains("short.act"));
+    RGBA colors[256];
+    std::copy_n(table.begin(), 256, colors);
+    const auto unchanged = contents();
+    m_editor->setPalette(colors);
+    QCOMPARE(contents(), unchanged);
+    m_editor->key = "2";
+    m_editor->setPalette(colors);
+    QCOMPARE(contents()[names().indexOf("2")].second, table);
+    m_editor->key = "new";
+    m_editor->setPalette(colors);
+    QCOMPARE(contents().last(), qMakePair(QString("new"), table));
+    checkShown();
+}
+
+void tst_paletteeditor::standsInForOthers()
+{
+    makePanel(3);
+    trigger("pal_remap");
+    auto *dialog = m_host->mainWindow()->findChild<RemapDlg *>();
+    QVERIFY(dialog && dialog->isVisible());
+    QCOMPARE(dialog->windowTitle(), QString("Remap"));
+    auto *table = dialog->findChild<QTableView *>();
+    dialog->activateWindow();
+    QTRY_VERIFY(QApplication::activeWindow() == dialog);
+    table->setFocus();
+    for (int i = 0; i < 3; ++i)
+        QTest::keyClick(table, Qt::Key_Insert);
+    const auto &pairs = m_sprites->palettes()->remapModel()->pairs();
+    QCOMPARE(pairs.size(), 3);
+    table->setCurrentIndex(table->model()->index(1, 1));
+    QTest::keyClick(table, Qt::Key_F2);
+    auto *names = table->findChild<QComboBox *>();
+    QVERIFY(names && names->count() == 3);
+    QTest::keyClick(names, Qt::Key_Down);
+    QTest::keyClick(names, Qt::Key_Return);
+    QTRY_COMPARE(pairs[1].to, m_sprites->palettes()->at(1));
+    QCOMPARE(m_editor->remaps, 4);
+
+    QMap<QString, QAbstractButton *> buttons;
+    for (auto *button : dialog->findChildren<QPushButton *>())
+        buttons.insert(button->text().remove('&'), button);
+    QCOMPARE(buttons.keys().join(' '), QString("Clear Delete OK"));
+    table->selectionModel()->clear();
+    for (int selected : {0, 2})
+        table->selectionModel()->select(table->model()->index(selected, 0),
+                                        QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    buttons["Delete"]->click();
+    QCOMPARE(pairs.size(), 1);
+    QCOMPARE(pairs[0].to, m_sprites->palettes()->at(1));
+    m_sprites->undo();
+    QCOMPARE(pairs.size(), 3);
+    buttons["Clear"]->click();
+    QCOMPARE(pairs.size(), 0);
+    QVERIFY(!buttons["Clear"]->isEnabled());
+    m_sprites->undo();
+    m_editor->setPalettes(nullptr);
+    QVERIFY(!table->model());
+    buttons["OK"]->click();
+    QVERIFY(!dialog->isVisible());
+}
+
+void tst_paletteeditor::followsTheSprites()
+{
+    auto *organizer = m_host->deck().make<OrganizerEditor>();
+    makePanel(3);
+    m_editor->engineSwitched(true);
+    emit m_spriteEditor->visibilityChanged(true);
+    QCOMPARE(m_host->shownExtraEditor, m_editor.data());
+    emit m_spriteEditor->visibilityChanged(false);
+    QVERIFY(!m_host->shownExtraEditor);
+    m_host->shownExtraEditor = organizer;
+    emit m_spriteEditor->visibilityChanged(true);
+    emit m_spriteEditor->visibilityChanged(false);
+    QCOMPARE(m_host->shownExtraEditor, organizer);
+    m_editor->engineSwitched(false);
+    m_host->shownExtraEditor = nullptr;
+    emit m_spriteEditor->visibilityChanged(true);
+    QVERIFY(!m_host->shownExtraEditor);
+
+    m_host->log.clear();
+    QVERIFY(m_editor->switchToSprites());
+    QVERIFY(m_editor->switchToSprites());
+    QCOMPARE(m_host->log.join(' '), QString("switchTo sprites"));
+    m_host->activeEditor = nullptr;
+
+    // The organizer has the palettes while the action is checked, and leads to them.
+    trigger("org_palette");
+    QCOMPARE(organizer->object(), m_sprites->palettes());
+    organizer->itemDblClick(m_sprites->palettes()->index(2));
+    QCOMPARE(label(), QString("3 / 3"));
+    trigger("org_palette");
+    QCOMPARE(organizer->object(), m_sprites.get());
+    organizer->setObject(nullptr);
+
+    int shown = 0;
+    connect(m_editor, &PaletteEditor::paletteShown, this, [&shown] { ++shown; });
+    m_editor->setCurrentPalette(m_sprites->palettes()->at(1));
+    QCOMPARE(label(), QString("2 / 3"));
+    QCOMPARE(shown, 1);
+    EmberSprites *other = new EmberSprites(StreamCache::Memory);
+    m_editor->setCurrentPalette(other->palettes()->add(randomTable(m_random).data(), 0, false));
+    other->release();
+    QCOMPARE(label(), QString("2 / 3"));
+    // A panel that the host does not show has no say.
+    m_editor->deactivate();
+    QVERIFY(!m_editor->canChangeFieldValue());
+    m_host->mainWindow()->findChild<QSlider *>("pal_sel")->setValue(0);
+    QCOMPARE(m_editor->currentPalette()->index(), 1);
+
+    // The file goes without a word.
+    m_sprites.reset();
+    QCOMPARE(label(), QString("0 / 0"));
+    QVERIFY(!m_editor->palettes() && !m_host->action("pal_add")->isEnabled());
 }
 
 QTEST_MAIN(tst_paletteeditor)

@@ -13,19 +13,23 @@ class RecordingProgress : public Progress
 {
 public:
     RecordingProgress(std::shared_ptr<TestHost::ProgressRecord> record,
-                      std::function<void()> during)
+                      std::function<void()> during,
+                      unsigned int cancelAt)
         : m_record(std::move(record))
         , m_during(std::move(during))
+        , m_cancelAt(cancelAt)
     {
     }
 
-    void setProgress(unsigned int value, unsigned int total, bool *) override
+    void setProgress(unsigned int value, unsigned int total, bool *cancelled) override
     {
         if (total > 0)
             m_record->total = total;
         m_record->steps << value;
         if (value > 0 && m_during)
             std::exchange(m_during, nullptr)();
+        if (cancelled && m_cancelAt > 0 && value >= m_cancelAt)
+            *cancelled = true;
     }
 
     void finish() override
@@ -37,6 +41,7 @@ public:
 private:
     std::shared_ptr<TestHost::ProgressRecord> m_record;
     std::function<void()> m_during;
+    const unsigned int m_cancelAt;
 };
 
 } // namespace
@@ -58,7 +63,7 @@ Progress *TestHost::progress(const QString &text, bool cancellable)
     record->text = text;
     record->cancellable = cancellable;
     progresses << record;
-    return new RecordingProgress(record, std::exchange(duringProgress, nullptr));
+    return new RecordingProgress(record, std::exchange(duringProgress, nullptr), cancelAt);
 }
 
 FileEditor *TestHost::editorForFile(ProjectFile *, Project::FileID id) const

@@ -51,6 +51,7 @@ public:
     Kiln::Editor *activeEditor = nullptr;
     QMap<int, Kiln::FileEditor *> fileEditors; ///< by one type bit
     std::function<void()> duringProgress;      ///< called once, at the first step that is shown
+    unsigned int cancelAt = 0;                 ///< the step at which progress is canceled; 0: none
 
     // Records, read by the test.
     QStringList log;
