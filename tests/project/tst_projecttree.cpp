@@ -238,6 +238,55 @@ private slots:
         project->release();
     }
 
+    void scanAndDefinitionShareRows()
+    {
+        make({{"art/a.txt", ""},
+              {"art/b.txt", ""},
+              {"one.def", "2 art/a.txt\n2 art/only.spr"},
+              {"two.def", "4 art/a.txt"}});
+        auto *parent = new FakeParent(base());
+        const ModelTester tester(parent);
+        parent->addPath("art", scanAll, {"*.txt"});
+        const QPersistentModelIndex row = indexOf(*parent, {"art", "a.txt"});
+        FakeProject *one = parent->open("one.def");
+        QCOMPARE(dump(*parent), QString("art/\n  a.txt+2\n  b.txt\n  only.spr+2\none.def+1\n"));
+        QVERIFY(row.isValid() && row.data() == "a.txt");
+        FakeProject *two = parent->open("two.def");
+        // The definition forgets the file; the other one and the scan still have it.
+        definitionOf(one)->setText(QString());
+        QCOMPARE(dump(*parent), QString("art/\n  a.txt+4\n  b.txt\none.def+1\ntwo.def+1\n"));
+        // The file goes from the disk; a definition names it all the same.
+        QVERIFY(QFile::remove(base() + "art/a.txt") && QFile::remove(base() + "art/b.txt"));
+        QTRY_COMPARE(dump(*parent), QString("art/\n  a.txt+4\none.def+1\ntwo.def+1\n"));
+        make({{"art/a.txt", ""}, {"art/c.txt", ""}});
+        QTRY_COMPARE(dump(*parent), QString("art/\n  a.txt+4\n  c.txt\none.def+1\ntwo.def+1\n"));
+        two->release();
+        QCOMPARE(dump(*parent), QString("art/\n  a.txt\n  c.txt\none.def+1\n"));
+        QVERIFY(row.isValid() && row.data() == "a.txt");
+        one->release();
+    }
+
+    void projectsBelowEachOther()
+    {
+        make({{"a/a.def", "2 x\n2 b/y"}, {"a/b/b.def", "2 x"}, {"a/b/c.def", "2 x"}});
+        auto *parent = new FakeParent(base());
+        const ModelTester tester(parent);
+        FakeProject *a = parent->open("a/a.def");
+        FakeProject *b = parent->open("a/b/b.def");
+        FakeProject *c = parent->open("a/b/c.def");
+        QCOMPARE(parent->refCount(), 3u);
+        QCOMPARE(dump(*parent), QString("a/\n  b/\n    b.def+1\n    c.def+1\n    x+2\n    y+2\n"
+                                        "  a.def+1\n  x+2\n"));
+        a->release();
+        QCOMPARE(dump(*parent), QString("a/\n  b/\n    b.def+1\n    c.def+1\n    x+2\n"));
+        b->release();
+        QCOMPARE(dump(*parent), QString("a/\n  b/\n    c.def+1\n    x+2\n"));
+        const QPointer<ParentProject> guard(parent);
+        QCOMPARE(FakeParent::alive, 1);
+        c->release();
+        QVERIFY(!guard);
+    }
+
     void untitledProjectFindsItsPlaceWhenItIsSaved()
     {
         auto *parent = new FakeParent(base());
