@@ -87,6 +87,7 @@
 #include <kilnx/render/renderer.h>
 #include <kilnx/render/renderwidget.h>
 #include <kilnx/render/texture.h>
+#include <kilnx/render/timelinewidget.h>
 #include <kilnx/sound/sounds.h>
 #include <kilnx/sound/soundsample.h>
 #include <kilnx/sound/wav.h>

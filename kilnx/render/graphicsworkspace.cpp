@@ -4,6 +4,7 @@
 #include <kilnx/render/glrenderwidget.h>
 #include <kilnx/render/graphicsrenderer.h>
 #include <kilnx/render/renderwidget.h>
+#include <kilnx/render/timelinewidget.h>
 
 #include <QtCore/QPointer>
 #include <QtWidgets/QAction>
@@ -85,6 +86,7 @@ public:
     WaitingRoom waiting;
     QPointer<QWidget> widget;
     QWidget *container = nullptr; // of the render widget
+    QPointer<TimeLineWidget> timeLine;
     QPointer<QAction> actions[Count];
     bool settingUp = false;
     bool openGLFailed = false; // until the user asks for native painting
@@ -118,6 +120,8 @@ GraphicsWorkspace::GraphicsWorkspace(Interface &host)
     layout->setSpacing(0);
     d->container = new QWidget(d->widget);
     layout->addWidget(d->container, 1);
+    d->timeLine = new TimeLineWidget(d->widget);
+    layout->addWidget(d->timeLine);
     createActions();
 }
 
@@ -162,9 +166,9 @@ QWidget *GraphicsWorkspace::widget() const
     return d->widget;
 }
 
-void GraphicsWorkspace::addWidget(QWidget *widget)
+TimeLineWidget *GraphicsWorkspace::timeLine() const
 {
-    d->widget->layout()->addWidget(widget);
+    return d->timeLine;
 }
 
 GraphicsRendererBase *GraphicsWorkspace::renderer() const

@@ -12,6 +12,7 @@ namespace Kiln
 
 class GraphicsRendererBase;
 class GraphicsWorkspacePrivate;
+class TimeLineWidget;
 
 /// The one viewport of the application, in which the editors of animations and sprites show their
 /// renderers, and the actions of the host's menu "view" for crosses, rulers, guides and boxes. The
@@ -37,8 +38,9 @@ public:
     /// "graphics".
     const char *name() const override;
     QWidget *widget() const override;
-    /// Puts a widget below the viewport. The workspace owns it from here on.
-    void addWidget(QWidget *widget);
+    /// The strip below the viewport, which is hidden while it has no rows. Null once the host has
+    /// destroyed it.
+    TimeLineWidget *timeLine() const;
 
     /// What the viewport shows; null for nothing.
     GraphicsRendererBase *renderer() const;
