@@ -20,6 +20,14 @@ const QMap<QString, int> listKeys{
     {"org_top", Qt::ALT + Qt::Key_Home},
     {"org_bottom", Qt::ALT + Qt::Key_End},
     {"org_auto", Qt::CTRL + Qt::SHIFT + Qt::Key_O},
+    {"pal_prev", Qt::Key_PageUp},
+    {"pal_next", Qt::Key_PageDown},
+    {"pal_add", Qt::Key_Insert},
+    {"pal_delete", Qt::Key_Delete},
+    {"pal_set_color", Qt::Key_Return},
+    {"pal_switch_color", Qt::ALT + Qt::Key_X},
+    {"pal_undo", Qt::ALT + Qt::Key_Z},
+    {"pal_redo", Qt::ALT + Qt::SHIFT + Qt::Key_Z},
 };
 
 } // namespace

@@ -102,9 +102,24 @@ void ControlPanels::showEditor(Kiln::Editor *editor, QObject *workspace)
 
 void ControlPanels::showSidePanel(const Kiln::ExtraEditor *panel)
 {
+    m_sidePanel = panel;
+    showSideDocks();
+}
+
+void ControlPanels::showBeside(const QVector<const Kiln::ExtraEditor *> &panels)
+{
+    if (m_beside == panels)
+        return;
+    m_beside = panels;
+    showSideDocks();
+}
+
+void ControlPanels::showSideDocks()
+{
     for (const Place &place : qAsConst(m_places)) {
+        const auto *panel = qobject_cast<Kiln::ExtraEditor *>(place.part);
         if (place.sideDock)
-            place.sideDock->setVisible(panel && place.part == panel);
+            place.sideDock->setVisible(panel && (panel == m_sidePanel || m_beside.contains(panel)));
     }
 }
 

@@ -66,8 +66,11 @@ public:
     /// for none), and hides those of the others.
     void showEditor(Kiln::Editor *editor, QObject *workspace);
 
-    /// Shows the dock of `panel` and hides those of the other side panels; null hides all.
+    /// Shows the dock of `panel` and hides those of the other side panels; null hides all but those
+    /// of showBeside().
     void showSidePanel(const Kiln::ExtraEditor *panel);
+    /// Shows the docks of these panels beside that of showSidePanel(), and of no others.
+    void showBeside(const QVector<const Kiln::ExtraEditor *> &panels);
 
 private:
     /// The room of a part, which is null while it is being constructed.
@@ -94,6 +97,7 @@ private:
     int find(const QString &key) const;
     void removeOwn(const QString &key, const QObject *part);
     void show();
+    void showSideDocks();
     static void setShown(Entry &entry, bool shown);
 
     QMainWindow *m_window;
@@ -106,6 +110,8 @@ private:
     QVector<Entry> m_entries;   ///< in the order of registration
     QPointer<QObject> m_editor; ///< for which showEditor() was last called
     QPointer<QObject> m_workspace;
+    QPointer<const Kiln::ExtraEditor> m_sidePanel;
+    QVector<const Kiln::ExtraEditor *> m_beside; ///< never read through
 };
 
 } // namespace HostKit

@@ -118,16 +118,19 @@ void EditorDeck::switchTo(Kiln::Editor *editor)
         m_current->deactivate();
         if (m_current->action())
             m_current->action()->setChecked(false);
+        Q_EMIT m_current->visibilityChanged(false);
     }
     m_current = editor;
     if (editor) {
         editor->activate();
         if (editor->action())
             editor->action()->setChecked(true);
+        Q_EMIT editor->visibilityChanged(true);
     } else {
         showWidget(nullptr);
     }
     m_panels->showEditor(editor, currentWorkspace());
+    showBeside();
     Q_EMIT currentChanged();
 }
 
@@ -141,6 +144,30 @@ void EditorDeck::showSidePanel(Kiln::ExtraEditor *panel)
             panel->activate();
     }
     m_panels->showSidePanel(panel);
+    showBeside();
+}
+
+void EditorDeck::accompany(const char *editor, Kiln::ExtraEditor *panel)
+{
+    m_beside.append({editor, panel});
+    showBeside();
+}
+
+// A panel that is shown by itself as well is told of it there.
+void EditorDeck::showBeside()
+{
+    QVector<const Kiln::ExtraEditor *> shown;
+    for (const Beside &beside : qAsConst(m_beside)) {
+        const bool isShown = m_current && beside.editor == m_current->name();
+        if (isShown)
+            shown.append(beside.panel);
+        const bool isActive = isShown || beside.panel == m_sidePanel;
+        if (isActive && !beside.panel->isActive())
+            beside.panel->activate();
+        else if (!isActive && beside.panel->isActive())
+            beside.panel->deactivate();
+    }
+    m_panels->showBeside(shown);
 }
 
 void EditorDeck::showWidget(QWidget *widget)

@@ -7,6 +7,7 @@
 
 #include <QtCore/QList>
 #include <QtCore/QObject>
+#include <QtCore/QVector>
 
 #include <type_traits>
 #include <utility>
@@ -73,6 +74,9 @@ public:
     /// Makes an editor current, or none for null.
     void switchTo(Kiln::Editor *editor);
     void showSidePanel(Kiln::ExtraEditor *panel);
+    /// From now on the panel stands beside whatever side panel the editor of that name shows, while
+    /// that editor is current.
+    void accompany(const char *editor, Kiln::ExtraEditor *panel);
     void showWidget(QWidget *widget);
 
     /// Tells editors, side panels and workspaces that settings, or the engine, have changed.
@@ -87,6 +91,12 @@ Q_SIGNALS:
     void modified();
 
 private:
+    struct Beside {
+        QByteArray editor;
+        Kiln::ExtraEditor *panel;
+    };
+
+    void showBeside();
     void add(Kiln::Workspace *workspace);
     void add(Kiln::Editor *editor);
     void add(Kiln::ExtraEditor *panel);
@@ -98,6 +108,7 @@ private:
     QList<Kiln::Workspace *> m_workspaces;
     Kiln::Editor *m_current = nullptr;
     Kiln::ExtraEditor *m_sidePanel = nullptr;
+    QVector<Beside> m_beside;
 };
 
 } // namespace HostKit

@@ -22,6 +22,7 @@
 
 #include <kilnx/code/codedocument.h>
 #include <kilnx/editors/organizer.h>
+#include <kilnx/editors/paletteeditor.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/project/engine.h>
 #include <kilnx/project/engineplugin.h>
@@ -362,6 +363,7 @@ void HostBase::makeCodeEditors()
     if (!d->surface) {
         d->surface = d->deck->make<CodeSurface>(*this, d->engines);
         d->deck->make<Kiln::OrganizerEditor>();
+        d->deck->accompany("sprites", d->deck->make<Kiln::PaletteEditor>());
     }
     const int before = d->deck->editors().size();
     for (const CodeType &code : codeTypes) {

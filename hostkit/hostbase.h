@@ -77,8 +77,9 @@ public:
     /// The pane beside the text of animations; null before makeFramePane().
     FramePane *framePane() const;
 
-    /// Makes the code view, the organizer, and an editor for each type of code file that one of the
-    /// engines has and no editor handles yet. Call it when engines have been loaded.
+    /// Makes the code view, the organizer, the panel of palettes, and an editor for each type of
+    /// code file that one of the engines has and no editor handles yet. Call it when engines have
+    /// been loaded.
     void makeCodeEditors();
 
     /// Makes the graphics workspace and, beside the text of animations, the pane that shows their

@@ -70,6 +70,7 @@ PaletteEditorPrivate::PaletteEditorPrivate(PaletteEditor *panel,
 {
     widget->setCellSize(interface->scaled(12));
     widget->setRedistributable(true);
+    widget->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     connect(widget, &PaletteWidget::changed, this, &PaletteEditorPrivate::commit);
     connect(widget, &PaletteWidget::colorDblClick, this, &PaletteEditorPrivate::setColor);
 }
@@ -137,6 +138,8 @@ void PaletteEditorPrivate::setFile(Palettes *file)
         if (QAbstractItemModel *remaps = palettes->remapModel())
             remaps->disconnect(editor);
     }
+    if (isFollowing)
+        followSprites();
     ++stamp;
     palettes = file;
     row = QPersistentModelIndex();
@@ -239,17 +242,18 @@ void PaletteEditorPrivate::commit()
     editor->paletteChanged(current());
 }
 
-void PaletteEditorPrivate::followSprites(bool follows)
+/// The host may make the editor of sprites after the panel.
+void PaletteEditorPrivate::followSprites()
 {
     Editor *sprites = interface->editor("sprites");
     if (!sprites)
         return;
-    if (follows)
+    if (isFollowing)
         connect(sprites, &Editor::visibilityChanged, this, &PaletteEditorPrivate::spritesShown,
                 Qt::UniqueConnection);
     else
         disconnect(sprites, &Editor::visibilityChanged, this, &PaletteEditorPrivate::spritesShown);
-    spritesShown(follows && sprites->isActive());
+    spritesShown(isFollowing && sprites->isActive());
 }
 
 /// Another panel that the host shows meanwhile stays.
@@ -454,7 +458,8 @@ QString PaletteEditor::displayName() const
 
 void PaletteEditor::engineSwitched(bool switched)
 {
-    d->followSprites(switched);
+    d->isFollowing = switched;
+    d->followSprites();
 }
 
 void PaletteEditor::retranslate()

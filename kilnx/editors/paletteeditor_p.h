@@ -49,7 +49,7 @@ public:
     Palette *current() const;
     /// Shows what the file holds now.
     void refresh();
-    void followSprites(bool follows);
+    void followSprites();
     QWidget *window() const;
 
     PaletteEditor *const editor;
@@ -61,6 +61,7 @@ public:
     QPointer<QAction> organizerAction; ///< "org_palette"
     QPersistentModelIndex row;         ///< of the palette in the grid; invalid when it has gone
     unsigned int shownCount = 0;       ///< as refresh() saw it last
+    bool isFollowing = false;          ///< comes and goes with the editor of sprites
     bool isEmpty = true;               ///< the grid has no palette
     int stamp = 0;                     ///< counts the files that were shown
 

@@ -6,6 +6,8 @@
 #include <QtCore/QPointer>
 #include <QtGui/QMouseEvent>
 #include <QtGui/QPainter>
+#include <QtWidgets/QStyle>
+#include <QtWidgets/QStyleOptionFocusRect>
 #include <QtWidgets/QToolTip>
 
 #include <algorithm>
@@ -41,8 +43,10 @@ public:
     void dropPress();
 
     void move(int from, int to);
-    bool click(int cell, const QMouseEvent &event);
+    bool click(int cell, Qt::MouseButton button, Qt::KeyboardModifiers modifiers);
     bool selectRange(int cell);
+    int cellFor(int key) const;
+    void goTo(int cell, bool extends);
 
     RGBA history[pageCount][entryCount];
     PaletteObject object;
@@ -55,6 +59,8 @@ public:
     QPoint dragOffset; ///< where in its cell the press fell
     QPoint dragPos;
     short pressedCell = -1;
+    int cursor = 0; ///< the cell that keys and clicks went to last
+    int anchor = 0; ///< where a range that keys extend began
     unsigned short colorCount = entryCount;
     unsigned char cellSize = 12;
     unsigned char columnCount = 16;
@@ -158,17 +164,18 @@ bool PaletteWidgetPrivate::selectRange(int cell)
 }
 
 /// Changes the selection. Whether the widget still exists afterwards.
-bool PaletteWidgetPrivate::click(int cell, const QMouseEvent &event)
+bool PaletteWidgetPrivate::click(int cell, Qt::MouseButton button, Qt::KeyboardModifiers modifiers)
 {
     const QPointer<PaletteWidget> alive(widget);
     bool range = false;
-    if (event.button() == Qt::RightButton) {
+    cursor = anchor = cell;
+    if (button == Qt::RightButton) {
         widget->selection[cell] = false;
-    } else if (event.button() != Qt::LeftButton) {
+    } else if (button != Qt::LeftButton) {
         return true;
-    } else if (multiSelect && event.modifiers() & Qt::ControlModifier) {
+    } else if (multiSelect && modifiers & Qt::ControlModifier) {
         widget->selection[cell] = true;
-    } else if (multiSelect && event.modifiers() & Qt::ShiftModifier) {
+    } else if (multiSelect && modifiers & Qt::ShiftModifier) {
         range = selectRange(cell);
     } else {
         widget->clearSelection();
@@ -181,6 +188,43 @@ bool PaletteWidgetPrivate::click(int cell, const QMouseEvent &event)
     return alive;
 }
 
+/// Where a key leads from the cursor; -1 for another key.
+int PaletteWidgetPrivate::cellFor(int key) const
+{
+    const int last = colorCount - 1;
+    const int down = cursor + columnCount;
+    switch (key) {
+    case Qt::Key_Left:
+        return qMax(0, cursor - 1);
+    case Qt::Key_Right:
+        return qMin(last, cursor + 1);
+    case Qt::Key_Up:
+        return cursor < columnCount ? cursor : cursor - columnCount;
+    case Qt::Key_Down:
+        return down > last ? cursor : down;
+    case Qt::Key_Home:
+        return qMin(last, 0);
+    case Qt::Key_End:
+        return last;
+    default:
+        return -1;
+    }
+}
+
+void PaletteWidgetPrivate::goTo(int cell, bool extends)
+{
+    cursor = cell;
+    if (!extends)
+        anchor = cell;
+    widget->clearSelection();
+    std::fill(widget->selection + qMin(anchor, cell), widget->selection + qMax(anchor, cell) + 1,
+              true);
+    const QPointer<PaletteWidget> alive(widget);
+    Q_EMIT widget->selectionChanged();
+    if (alive && extends)
+        Q_EMIT alive->multiColorClick();
+}
+
 PaletteWidget::PaletteWidget(QWidget *parent)
     : QWidget(parent)
     , d(std::make_unique<PaletteWidgetPrivate>(this))
@@ -188,6 +232,7 @@ PaletteWidget::PaletteWidget(QWidget *parent)
     setObjectName(QStringLiteral("paletteWidget"));
     setAccessibleName(tr("Palette"));
     setMouseTracking(true);
+    setFocusPolicy(Qt::TabFocus); // a click leaves the keys to where the user draws
 }
 
 PaletteWidget::~PaletteWidget() = default;
@@ -215,6 +260,7 @@ void PaletteWidget::setColorCount(unsigned short count)
 {
     d->colorCount = qMin<unsigned short>(count, entryCount);
     std::fill(selection + d->colorCount, selection + entryCount, false);
+    d->cursor = d->anchor = 0;
     d->dropPress();
     updateGeometry();
 }
@@ -273,6 +319,7 @@ void PaletteWidget::select(unsigned char index)
         return;
     clearSelection();
     selection[index] = true;
+    d->cursor = d->anchor = index;
 }
 
 int PaletteWidget::cellAt(QPoint point) const
@@ -359,9 +406,34 @@ void PaletteWidget::paintEvent(QPaintEvent *)
         PaletteCells::paint(painter, d->placeOf(d->shownAt(cell, target)), d->cellSize,
                             colors[cell], selection[cell]);
     }
+    if (hasFocus() && d->colorCount > 0) {
+        QStyleOptionFocusRect focus;
+        focus.initFrom(this);
+        focus.rect = QRect(d->placeOf(d->cursor), QSize(d->cellSize, d->cellSize));
+        style()->drawPrimitive(QStyle::PE_FrameFocusRect, &focus, &painter, this);
+    }
     if (d->dragging)
         PaletteCells::paint(painter, d->dragPos - d->dragOffset, d->cellSize,
                             colors[d->pressedCell], false);
+}
+
+void PaletteWidget::keyPressEvent(QKeyEvent *event)
+{
+    const bool shift = event->modifiers() & Qt::ShiftModifier;
+    const bool control = event->modifiers() & Qt::ControlModifier;
+    const int cell = d->cellFor(event->key());
+    if (d->selectable && cell >= 0 && d->colorCount > 0) {
+        d->goTo(cell, shift && d->multiSelect);
+    } else if (d->selectable && d->multiSelect && event->matches(QKeySequence::SelectAll)) {
+        d->anchor = 0;
+        if (d->colorCount > 0)
+            d->goTo(d->colorCount - 1, true);
+    } else if (event->key() == Qt::Key_Space && d->colorCount > 0) {
+        Q_EMIT colorClick(static_cast<unsigned short>(d->cursor),
+                          control ? Qt::RightButton : Qt::LeftButton);
+    } else {
+        QWidget::keyPressEvent(event);
+    }
 }
 
 void PaletteWidget::mousePressEvent(QMouseEvent *event)
@@ -402,7 +474,7 @@ void PaletteWidget::mouseReleaseEvent(QMouseEvent *event)
         return;
     if (dragged)
         d->move(held, cell);
-    else if (d->selectable && !d->click(cell, *event))
+    else if (d->selectable && !d->click(cell, event->button(), event->modifiers()))
         return;
     if (alive)
         Q_EMIT colorClick(static_cast<unsigned short>(cell), event->button());

@@ -16,6 +16,9 @@ struct RGBA;
 /// Shows up to 256 colours as a grid of square cells, in which colours are picked, selected and
 /// dragged to other places, and keeps up to eleven steps of undo of its palette.
 ///
+/// By keys: the arrows, Home and End go to another cell and select it, with Shift all up to it;
+/// Ctrl+A selects all; Space clicks the cell with the left button, Ctrl+Space with the right.
+///
 /// The colours are edited through palette(). Each edit starts on a copy of all 256 entries, except
 /// the first one after the start and after reset() and flatten(), which gives the state that undo()
 /// ends at. Whoever shows another palette calls load().
@@ -92,6 +95,7 @@ Q_SIGNALS:
 protected:
     bool event(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;

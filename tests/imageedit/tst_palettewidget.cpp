@@ -325,6 +325,39 @@ private Q_SLOTS:
         }
     }
 
+    void keysSelect_data()
+    {
+        columns<int, QString, QString, QString>("colors", "keys", "selected", "clicks");
+        addRow("arrows", 256, "Right Right Down", "18-18", "");
+        addRow("stay inside", 256, "Right Up Left Left", "0-0", "");
+        addRow("at the end", 20, "End Right Down", "19-19", "");
+        addRow("up to a cell", 256, "Down Shift+Down Shift+Left", "16-31", "");
+        addRow("back over the start", 256, "Down Right Shift+Home", "0-17", "");
+        addRow("all", 20, "Ctrl+A", "0-19", "");
+        addRow("both buttons", 256, "Right Space Right Ctrl+Space", "2-2", "1:1 2:2");
+        addRow("no colors", 0, "End Home Right Space Ctrl+A Shift+Down", "", "");
+    }
+
+    void keysSelect()
+    {
+        const auto [colors, keys, selected, clicks] = row<int, QString, QString, QString>();
+        PaletteWidget widget;
+        widget.setColorCount(ushort(colors));
+        QStringList told;
+        connect(&widget, &PaletteWidget::colorClick, this,
+                [&](ushort cell, Qt::MouseButton button) {
+                    told << QString("%1:%2").arg(cell).arg(int(button));
+                });
+        for (const QString &key : keys.split(' '))
+            QTest::keySequence(&widget, QKeySequence(key));
+        const QSet<int> cells = selectionOf(widget);
+        const auto [first, last] = std::minmax_element(cells.begin(), cells.end());
+        QCOMPARE(cells.isEmpty() ? QString() : QString("%1-%2").arg(*first).arg(*last), selected);
+        if (!cells.isEmpty())
+            QCOMPARE(cells.size(), *last - *first + 1);
+        QCOMPARE(told.join(' '), clicks);
+    }
+
     void laysOutItsCells_data()
     {
         // in a widget of 300 by 300

@@ -429,7 +429,8 @@ private slots:
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         QCOMPARE(QString(host.extraEditor(0)->name()), "organizer");
-        QCOMPARE(host.extraEditor(1), panel);
+        QCOMPARE(QString(host.extraEditor(1)->name()), "palettes");
+        QCOMPARE(host.extraEditor(2), panel);
         QVERIFY(!panel->list->isVisible());
 
         host.setExtraEditor(panel);
@@ -452,6 +453,15 @@ private slots:
 
         host.setExtraEditor(nullptr);
         QVERIFY(!panel->list->isVisible());
+
+        // Beside another panel, while its editor is current.
+        host.deck().accompany("sounds", panel);
+        host.deck().switchTo(host.deck().make<SoundsLikeEditor>(7u));
+        host.setExtraEditor(host.extraEditor(0));
+        QVERIFY(panel->list->isVisible() && panel->isActive());
+        QVERIFY(host.control("org_list")->isVisible() && host.extraEditor(0)->isActive());
+        host.deck().switchTo(nullptr);
+        QVERIFY(!panel->list->isVisible() && !panel->isActive());
     }
 
     void controlsBelongToWhoAsksForThem()
