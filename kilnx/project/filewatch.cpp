@@ -220,8 +220,10 @@ QList<FileWatcherManager::Told> FileWatcherManager::takeNotice(const QString &pa
     const FileStamp now = FileStamp::of(path);
     QList<Told> stale;
     for (FileWatchObject *object : qAsConst(m_objects)) {
-        const Record &record = m_records[object];
         const bool isIts = object->fileName() == path;
+        if (!isIts && !object->paused)
+            continue;
+        const Record &record = m_records[object];
         // What another program writes over an own save is asked about, also during its pause.
         const bool isQuiet = record.own == now || (object->paused && !record.saves);
         if (isIts && !isQuiet)

@@ -284,13 +284,13 @@ void SavePlan::execute(const Place &target)
         return;
     step.isDone = true;
     executeReaders(target);
-    if (!step.memory.file)
-        bring(*step.from, step.source, *target.first, step.name);
-    else if (!step.memory.isOpen())
+    const bool isInMemory = step.memory.file;
+    if (isInMemory && !step.memory.isOpen())
         fail(step.name, tr("It was closed before it could be saved."));
-    else if (write(step, target))
+    else if (isInMemory && write(step, target))
         settleOthers(step, target);
-    else if (!step.isDefinition && step.from && !target.first->fileExists(target.second))
+    else if (!isInMemory ||
+             (!step.isDefinition && step.from && !target.first->fileExists(target.second)))
         bring(*step.from, step.source, *target.first, step.name);
 }
 
