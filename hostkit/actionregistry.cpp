@@ -30,6 +30,19 @@ const QMap<QString, int> listKeys{
     {"pal_redo", Qt::ALT + Qt::SHIFT + Qt::Key_Z},
 };
 
+/// Keys of commands on a picture. They count where their container, or what is in it, has the focus.
+const QMap<QString, int> viewKeys{
+    {"spr_tool_canvasmove", Qt::Key_H},
+    {"spr_tool_selmove", Qt::Key_M},
+    {"spr_tool_rectsel", Qt::Key_R},
+    {"spr_tool_freesel", Qt::Key_L},
+    {"spr_tool_picker", Qt::Key_I},
+    {"spr_tool_pen", Qt::Key_P},
+    {"spr_tool_eraser", Qt::Key_E},
+    {"spr_tool_remap_pen", Qt::Key_X},
+    {"spr_tool_paintbucket", Qt::Key_G},
+};
+
 } // namespace
 
 ActionRegistry::ActionRegistry(QWidget *window)
@@ -46,11 +59,15 @@ QAction *ActionRegistry::add(const ActionRequest &request)
     if (listKeys.contains(request.key)) {
         action->setShortcut(QKeySequence(listKeys.value(request.key)));
         action->setShortcutContext(Qt::WidgetShortcut);
+    } else if (viewKeys.contains(request.key)) {
+        action->setShortcut(QKeySequence(viewKeys.value(request.key)));
+        action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
     }
     const Entry entry{action, request.receiver, request.translator, request.textId};
     setTexts(entry);
     m_entries.insert(request.key, entry);
-    m_window->addAction(action);
+    if (!viewKeys.contains(request.key)) // its keys would count everywhere
+        m_window->addAction(action);
     if (request.container)
         request.container->addAction(action);
 

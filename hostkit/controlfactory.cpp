@@ -13,6 +13,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QListView>
+#include <QMenu>
 #include <QSlider>
 #include <QSpinBox>
 #include <QToolButton>
@@ -170,8 +171,9 @@ Built buildButton(const Kiln::ToolButtonControl &control, QWidget *parent)
     }
     if (const auto *withMenu = dynamic_cast<const Kiln::MenuToolButtonControl *>(&control)) {
         button->setMenu(withMenu->menu);
-        button->setPopupMode(control.action ? QToolButton::MenuButtonPopup
-                                            : QToolButton::InstantPopup);
+        const bool hasCommand =
+            control.action && (!withMenu->menu || control.action != withMenu->menu->menuAction());
+        button->setPopupMode(hasCommand ? QToolButton::MenuButtonPopup : QToolButton::InstantPopup);
     }
     return {button, button};
 }

@@ -98,8 +98,13 @@ void FileDesk::closeCurrentFile()
 
 bool FileDesk::confirmDiscard()
 {
-    const QList<Kiln::ProjectFile *> modified = m_session->modifiedFiles();
-    for (Kiln::ProjectFile *file : modified) {
+    QList<Kiln::ProjectFile *> modified = m_session->modifiedFiles();
+    for (Kiln::Editor *each : m_deck->editors()) {
+        auto *editor = qobject_cast<Kiln::FileEditor *>(each);
+        if (editor && editor->isModified() && !modified.contains(editor->currentFile()))
+            modified.append(editor->currentFile());
+    }
+    for (Kiln::ProjectFile *file : qAsConst(modified)) {
         const Kiln::FileEditor *editor = editorOf(file);
         if (!editor)
             continue;

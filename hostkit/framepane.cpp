@@ -289,11 +289,13 @@ FramePane::FramePane(Kiln::Interface &host,
 FramePane::~FramePane()
 {
     follow(nullptr);
-    d->workspace.setRenderer(nullptr);
+    if (d->workspace.renderer() == &d->viewport)
+        d->workspace.setRenderer(nullptr);
     d->viewport.setSprites(nullptr);
     if (QWidget *widget = d->workspace.widget()) {
         widget->removeEventFilter(this);
-        widget->setParent(nullptr);
+        if (isAncestorOf(widget))
+            widget->setParent(nullptr);
     }
 }
 
@@ -378,13 +380,34 @@ void FramePane::setShown(bool shown)
         return;
     d->isShown = shown;
     if (shown)
-        d->workspace.activate();
-    else
-        d->workspace.deactivate();
+        takeWorkspace();
+    if (hasWorkspace()) {
+        if (shown)
+            d->workspace.activate();
+        else
+            d->workspace.deactivate();
+    }
     setVisible(shown);
     if (shown)
         placeOrigin(d->workspace.widget()->size());
     showRenderer();
+}
+
+/// An editor may have it for its own pictures meanwhile.
+bool FramePane::hasWorkspace() const
+{
+    return isAncestorOf(d->workspace.widget());
+}
+
+void FramePane::takeWorkspace()
+{
+    if (hasWorkspace())
+        return;
+    QWidget *widget = d->workspace.widget();
+    layout()->addWidget(widget);
+    static_cast<QVBoxLayout *>(layout())->setStretchFactor(widget, 1);
+    widget->show();
+    d->workspace.setRenderer(&d->viewport);
 }
 
 Kiln::FrameCode *FramePane::frame() const
@@ -496,7 +519,8 @@ void FramePane::reconfig()
 void FramePane::showStatus()
 {
     const auto tell = [this](int field, const QString &text) {
-        d->interface.setStatusText(field, d->isShown ? text : QString());
+        if (hasWorkspace())
+            d->interface.setStatusText(field, d->isShown ? text : QString());
     };
     const QPoint guides = d->viewport.guideLines();
     tell(Kiln::Interface::PositionField,
@@ -522,7 +546,8 @@ void FramePane::showRenderer()
         d->workspace.isOnOpenGL() ? tr("Renderer: %1").arg(tr("OpenGL"))
         : wished                  ? tr("Renderer: %1").arg(tr("Native painter"))
                  : tr("OpenGL does not work here. Renderer: %1").arg(tr("Native painter"));
-    d->interface.setStatusText(Kiln::Interface::RendererField, d->isShown ? text : QString());
+    if (hasWorkspace())
+        d->interface.setStatusText(Kiln::Interface::RendererField, d->isShown ? text : QString());
 }
 
 /// The first time, and when it would be out of sight, the origin goes where the ground is: in the

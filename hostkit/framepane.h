@@ -94,6 +94,8 @@ private:
     void connectView();
     void drawBoxes(Kiln::ContactBoxCode::BoxType type, bool on);
     void setShown(bool shown);
+    bool hasWorkspace() const;
+    void takeWorkspace();
     void showStatus();
     void showRenderer();
     void placeOrigin(const QSize &size);

@@ -16,6 +16,7 @@
 #include <hostkit/projectsession.h>
 #include <hostkit/savedesk.h>
 #include <hostkit/settings.h>
+#include <hostkit/spriteview.h>
 #include <hostkit/statusfields.h>
 #include <hostkit/theme.h>
 #include <hostkit/widgets.h>
@@ -216,8 +217,9 @@ void HostBase::Private::applySettings()
 // The views let go of the documents, because whether they have rows at all is a setting too.
 void HostBase::Private::rehighlight()
 {
-    Kiln::FileEditor *editor = deck->currentFileEditor();
     Kiln::ProjectFile *shown = deck->currentFile();
+    const bool isCode = dynamic_cast<Kiln::CodeDocument *>(shown);
+    Kiln::FileEditor *editor = isCode ? deck->currentFileEditor() : nullptr;
     if (editor)
         editor->setCurrentFile(nullptr);
     deck->reconfig();
@@ -381,6 +383,8 @@ void HostBase::makeFramePane()
     Kiln::Texture::setOpenGLEnabled(true);
     auto *workspace = d->deck->make<Kiln::GraphicsWorkspace>(*this);
     d->frames = std::make_unique<FramePane>(*this, *d->surface, *workspace);
+    d->deck->make<SpriteView>(*workspace,
+                              qobject_cast<Kiln::PaletteEditor *>(d->deck->sidePanel(1)));
     const auto show = [this] { d->showFrames(); };
     QObject::connect(d->desk.get(), &FileDesk::changed, d.get(), show);
     QObject::connect(d->deck.get(), &EditorDeck::currentChanged, d.get(), show);
@@ -433,6 +437,12 @@ QString HostBase::text(int id) const
     case XmlErrorText:
         return QCoreApplication::translate(
             context, "The engine configuration is malformed: %1 (line %2, column %3)");
+    case FailureTitle:
+        return QCoreApplication::translate(context, "Warning");
+    case ImportFailureText:
+        return QCoreApplication::translate(context, "The %1 %2 of '%3' cannot be copied.");
+    case PictureFailureText:
+        return QCoreApplication::translate(context, "The picture '%1' cannot be read.");
     case NothingFoundTitle:
         return QCoreApplication::translate(context, "Find");
     case DefinitionText:
@@ -612,7 +622,9 @@ void HostBase::refreshEditors()
     if (!editor)
         return;
     Kiln::ProjectFile *file = editor->currentFile();
-    editor->setCurrentFile(nullptr);
+    // Lists tell their editors themselves, and what is drawn there is not to be lost.
+    if (dynamic_cast<Kiln::CodeDocument *>(file))
+        editor->setCurrentFile(nullptr);
     editor->setCurrentFile(file);
 }
 

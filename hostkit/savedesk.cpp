@@ -5,6 +5,7 @@
 #include <hostkit/filetabs.h>
 #include <hostkit/projectsession.h>
 
+#include <kilnx/editors/spriteeditor.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/project/engine.h>
@@ -30,10 +31,17 @@ SaveDesk::SaveDesk(ProjectSession *session, EditorDeck *deck, FileDesk *desk, QW
 {
 }
 
+/// What is drawn and not yet in its file goes there.
+bool SaveDesk::settle()
+{
+    auto *sprites = qobject_cast<Kiln::SpriteEditor *>(m_deck->editor("sprites"));
+    return !sprites || sprites->saveImage();
+}
+
 void SaveDesk::save()
 {
     Kiln::ProjectFile *file = m_deck->currentFile();
-    if (!file || !file->canSave() || !(file->isModified() || FileDesk::isGone(file)))
+    if (!settle() || !file || !file->canSave() || !(file->isModified() || FileDesk::isGone(file)))
         return;
     if (file->fileName().isEmpty()) {
         saveAs();
@@ -62,7 +70,7 @@ void SaveDesk::saveAs()
 void SaveDesk::saveAll()
 {
     Kiln::ParentProject *project = m_session->parentProject();
-    if (!project)
+    if (!project || !settle())
         return;
     project->save();
     const Kiln::SaveReport report = project->saveReport();
@@ -83,7 +91,7 @@ bool SaveDesk::saveProjectAs()
     const QString title = tr("Save project as");
     // What goes on behind the boxes may close it.
     const QPointer<Kiln::ParentProject> project = m_session->parentProject();
-    const QString target = project ? chooseTarget(project) : QString();
+    const QString target = project && settle() && project ? chooseTarget(project) : QString();
     if (target.isEmpty() || !project || !mayReplace(title, project->replacedBySaveAs(target)) ||
         !project)
         return false;
@@ -97,7 +105,8 @@ bool SaveDesk::saveProjectAs()
 bool SaveDesk::backup(const QString &name)
 {
     Kiln::ParentProject *project = m_session->parentProject();
-    const bool done = project && project->backup(QString(name).remove(QLatin1Char('/')));
+    const bool done =
+        project && settle() && project->backup(QString(name).remove(QLatin1Char('/')));
     return done && tellReport(tr("Backup"));
 }
 

@@ -44,6 +44,7 @@ public:
     bool restore(const QString &name);
 
 private:
+    bool settle();
     QString chooseTarget(Kiln::ParentProject *project);
     bool mayReplace(const QString &title, const QStringList &files);
     bool tellReport(const QString &title);

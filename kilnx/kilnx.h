@@ -32,9 +32,12 @@
 #include <kilnx/editors/organizer.h>
 #include <kilnx/editors/paletteeditor.h>
 #include <kilnx/editors/palettepreview.h>
+#include <kilnx/editors/projimport.h>
 #include <kilnx/editors/remapdlg.h>
+#include <kilnx/editors/spriteeditor.h>
 #include <kilnx/export.h>
 #include <kilnx/forms/colorwidget.h>
+#include <kilnx/forms/imagedlgs.h>
 #include <kilnx/forms/itemsdialog.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/forms/paldlg.h>

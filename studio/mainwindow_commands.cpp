@@ -203,7 +203,7 @@ void MainWindow::updateState()
         title.append(QDir(project->basePath()).dirName());
     title.append(tr("Kiln Studio"));
     setWindowTitle(title.join(QStringLiteral(" – ")));
-    setWindowModified(file && file->isModified());
+    setWindowModified(file && m_host.deck().current()->isModified());
     if (!file)
         m_findBar->hide();
 }

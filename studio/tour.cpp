@@ -95,6 +95,8 @@ bool Tour::run()
     step("frame-zoom", [this] { return zoomFrame(); });
     step("boxes", [this] { return editBoxes(); });
     step("frame-native", [this] { return paintNatively(); });
+    step("sprite", [this] { return showSprite(); });
+    step("sprite-draw", [this] { return drawSprite(); });
     step("find", [this] { return findText(); });
     step("find-in-files", [this] { return findInFiles(); });
     step("save", [this] { return saveFile(); });
@@ -105,6 +107,7 @@ bool Tour::run()
     step("run-output", [this] { return runOutput(); });
     step("dark", [this] { return darkPalette(); });
     step("dark-frame", [this] { return darkFrame(); });
+    step("dark-sprite", [this] { return darkSprite(); });
     d->window.reset();
     return d->failures == 0;
 }

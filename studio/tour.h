@@ -11,6 +11,11 @@ class QDialog;
 class QListView;
 class QWidget;
 
+namespace Kiln
+{
+class SpriteEditor;
+}
+
 namespace Studio
 {
 
@@ -60,6 +65,10 @@ private:
     bool runDialog();
     bool runOutput();
     bool darkPalette();
+    // Those of the editor of sprites, in tour_sprites.cpp.
+    bool showSprite();
+    bool drawSprite();
+    bool darkSprite();
     // Those of the viewport, in tour_viewport.cpp.
     bool showFrame();
     bool zoomFrame();
@@ -67,6 +76,9 @@ private:
     bool paintNatively();
     bool darkFrame();
 
+    Kiln::SpriteEditor *spriteEditor() const;
+    void dragInSprite(QPoint from, QPoint to);
+    static void dragLayer(QListView *view, int row, int target);
     bool openFromTree(const QString &relativeName);
     bool marksBecome(int count) const;
     void goToLine(int line);

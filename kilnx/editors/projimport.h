@@ -1,0 +1,132 @@
+#pragma once
+
+#include <kilnx/export.h>
+
+#include <QtCore/QAbstractListModel>
+#include <QtCore/QList>
+#include <QtCore/QPointer>
+#include <QtWidgets/QDialog>
+
+class QButtonGroup;
+class QComboBox;
+class QListView;
+
+namespace Kiln
+{
+
+class Interface;
+class Project;
+
+/// An item that is to be copied from another project.
+struct ImportItem {
+    int row = 0;  ///< in the list of the source
+    QString name; ///< its identifier in the destination
+};
+
+/// What becomes of an item whose name the destination has already.
+enum class ConflictPolicy {
+    Ask = 0,
+    Replace = 1,  ///< the existing item takes the contents over
+    Skip = 2,     ///< it is left out
+    AddAnyway = 3 ///< it is added beside the existing one
+};
+
+/// What the user has chosen in a ProjImportDlg. The items belong to the dialog.
+struct ImportOptions {
+    QPointer<Project> project; ///< the source; null when there is none
+    QList<ImportItem *> items;
+    ConflictPolicy policy = ConflictPolicy::Ask;
+};
+
+/// The items of an import as a list of one column, in which names are edited.
+class KILNX_EXPORT ImportModel : public QAbstractListModel
+{
+    Q_OBJECT
+
+public:
+    explicit ImportModel(QObject *parent = nullptr);
+    ~ImportModel() override;
+
+    int rowCount(const QModelIndex &parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
+    /// Returns true for every role, but only Qt::EditRole changes something.
+    bool setData(const QModelIndex &index, const QVariant &value, int role) override;
+    Qt::ItemFlags flags(const QModelIndex &index) const override;
+
+    const QList<ImportItem *> &items() const { return m_items; }
+    void append(int row, const QString &name);
+    void remove(int row);
+    void clear();
+
+private:
+    QList<ImportItem *> m_items;
+};
+
+} // namespace Kiln
+
+/// "Import from another project": which items of which open project are copied, under which names,
+/// and what becomes of names that exist. Each kind of item derives a class that tells where the
+/// items are. Run it with exec(); it rejects itself when the source or the destination is closed.
+class KILNX_EXPORT ProjImportDlg : public QDialog
+{
+    Q_OBJECT
+
+public:
+    /// The projects of `interface` are offered, without `destination`.
+    ProjImportDlg(Kiln::Interface *interface, Kiln::Project *destination, QWidget *parent);
+    ~ProjImportDlg() override;
+
+    Kiln::ImportOptions options() const;
+
+protected:
+    /// The name of a row of sourceModel().
+    virtual QString itemName(QAbstractItemModel *model, int row) = 0;
+    /// The items of a project; null for none.
+    virtual QAbstractItemModel *sourceModel(Kiln::Project *project) = 0;
+    /// The user has chosen another source, null for none.
+    virtual void sourceChanged(Kiln::Project *project);
+    Kiln::Project *source() const;
+    void showEvent(QShowEvent *event) override;
+    /// Puts a group of fields above the buttons.
+    void addGroup(QWidget *group);
+
+private:
+    QWidget *makeSource();
+    QWidget *makeDestination();
+    QWidget *makeConflicts();
+    void fillProjects();
+    void showSource();
+    void addFromSource();
+    void removeSelected();
+
+    Kiln::Interface *m_interface;
+    QPointer<Kiln::Project> m_destination;
+    Kiln::ImportModel m_model;
+    QComboBox *m_projects = nullptr;
+    QListView *m_sourceList = nullptr;
+    QListView *m_list = nullptr;
+    QButtonGroup *m_policy = nullptr;
+};
+
+/// The import of sprites, with the palette that they come to.
+class KILNX_EXPORT SprImportDlg : public ProjImportDlg
+{
+    Q_OBJECT
+
+public:
+    SprImportDlg(Kiln::Interface *interface, Kiln::Project *destination, QWidget *parent);
+
+    /// A Sprite::PaletteMode.
+    int mode() const;
+    /// The row of the source's palette that serves the modes above 1; -1 for none.
+    int palette() const;
+
+protected:
+    QString itemName(QAbstractItemModel *model, int row) override;
+    QAbstractItemModel *sourceModel(Kiln::Project *project) override;
+    void sourceChanged(Kiln::Project *project) override;
+
+private:
+    QComboBox *m_mode;
+    QComboBox *m_palette;
+};

@@ -1,0 +1,771 @@
+#include <kilnx/editors/spriteeditor.h>
+
+#include <kilnx/code/animationcode.h>
+#include <kilnx/code/animations.h>
+#include <kilnx/code/codedocument.h>
+#include <kilnx/editors/organizer.h>
+#include <kilnx/editors/paletteeditor.h>
+#include <kilnx/editors/spriteeditor_p.h>
+#include <kilnx/forms/messageboxes.h>
+#include <kilnx/imageedit/palettewidget.h>
+#include <kilnx/project/interface.h>
+#include <kilnx/project/project.h>
+#include <kilnx/render/graphicsworkspace.h>
+
+#include <QtCore/QRegExp>
+#include <QtWidgets/QAbstractSlider>
+#include <QtWidgets/QAction>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace Kiln
+{
+
+namespace
+{
+
+const QString identifierName = QStringLiteral("Identifier");
+/// The place of a picture that is put into the middle of its canvas.
+constexpr QPoint inTheMiddle(-0x10000, 0);
+
+QString identifierOf(Sprite *sprite)
+{
+    return sprite->property(identifierName).toString();
+}
+
+/// The pixels alone, whatever the colour tables say.
+bool samePixels(const QImage &a, const QImage &b)
+{
+    if (a.size() != b.size() || a.format() != b.format())
+        return false;
+    const size_t rowBytes = size_t(a.width()) * size_t(a.depth()) / 8;
+    for (int y = 0; y < a.height(); ++y) {
+        if (std::memcmp(a.constScanLine(y), b.constScanLine(y), rowBytes) != 0)
+            return false;
+    }
+    return true;
+}
+
+bool isOpaque(const QImage &picture)
+{
+    for (int y = 0; y < picture.height(); ++y) {
+        const auto *line = reinterpret_cast<const QRgb *>(picture.constScanLine(y));
+        if (std::any_of(line, line + picture.width(),
+                        [](QRgb color) { return qAlpha(color) < 255; }))
+            return false;
+    }
+    return true;
+}
+
+/// 6 steps of red, green and blue behind the clear colour, then a ramp of greys.
+void basicColors(RGBA (&out)[256])
+{
+    out[0] = {0, 0, 0, 0};
+    for (int i = 0; i < 216; ++i)
+        out[i + 1] = {uchar(i / 36 * 51), uchar(i / 6 % 6 * 51), uchar(i % 6 * 51), 255};
+    for (int i = 217; i < 256; ++i) {
+        const auto grey = uchar((i - 217) * 255 / 38);
+        out[i] = {grey, grey, grey, 255};
+    }
+}
+
+/// Whether identifiers are what the user looks for.
+class Match
+{
+public:
+    Match(const QString &text, unsigned int flags)
+        : m_text(text)
+        , m_isPattern(flags & Editor::RegularExpression)
+        , m_case(flags & Editor::CaseSensitive ? Qt::CaseSensitive : Qt::CaseInsensitive)
+        , m_pattern(text, m_case)
+    {
+    }
+    bool isPossible() const { return !m_text.isEmpty() && (!m_isPattern || m_pattern.isValid()); }
+    bool operator()(Sprite *sprite) const
+    {
+        const QString identifier = identifierOf(sprite);
+        return m_isPattern ? m_pattern.indexIn(identifier) >= 0
+                           : identifier.compare(m_text, m_case) == 0;
+    }
+
+private:
+    const QString m_text;
+    const bool m_isPattern;
+    const Qt::CaseSensitivity m_case;
+    const QRegExp m_pattern;
+};
+
+/// The rows that a search goes through, from the one behind `current`.
+QVector<int> rowsToSearch(int count, int current, unsigned int flags)
+{
+    const int way = flags & Editor::Backward ? -1 : 1;
+    QVector<int> rows;
+    for (int row = current + way; row >= 0 && row < count; row += way)
+        rows.append(row);
+    if (flags & Editor::WrapAround) {
+        for (int row = way > 0 ? 0 : count - 1; row != current && row >= 0 && row < count;
+             row += way)
+            rows.append(row);
+        rows.append(current);
+    }
+    return rows;
+}
+
+} // namespace
+
+// --- The private part
+
+SpriteEditorPrivate::~SpriteEditorPrivate()
+{
+    if (workspace.renderer() == renderer)
+        workspace.setRenderer(nullptr);
+    canvas().undoStack.disconnect(this);
+    canvas().layers.disconnect(this);
+    if (frameAction)
+        interface->setOption(QStringLiteral("switch_frame_spr"), frameAction->isChecked());
+}
+
+QWidget *SpriteEditorPrivate::window() const
+{
+    return interface->mainWindow();
+}
+
+bool SpriteEditorPrivate::isDirty() const
+{
+    return sprites && !canvas().undoStack.isClean();
+}
+
+void SpriteEditorPrivate::setFile(Sprites *file)
+{
+    if (sprites) {
+        sprites->disconnect(this);
+        sprites->palettes()->disconnect(this);
+    }
+    sprites = file;
+    current = nullptr;
+    row = QPersistentModelIndex();
+    ++stamp;
+    if (file) {
+        connect(file, &Sprites::modified, this, &SpriteEditorPrivate::contentsModified);
+        connect(file, &QAbstractItemModel::modelReset, this, &SpriteEditorPrivate::reloaded);
+        const auto follow = [this] { rowsChanged(); };
+        connect(file, &QAbstractItemModel::rowsInserted, this, follow);
+        connect(file, &QAbstractItemModel::rowsRemoved, this, follow);
+        connect(file, &QAbstractItemModel::rowsMoved, this, follow);
+        connect(file, &QAbstractItemModel::layoutChanged, this, follow);
+        connect(file->palettes(), &Palettes::modified, this, &SpriteEditorPrivate::showColors);
+    }
+    if (palettes)
+        palettes->setPalettes(file ? file->palettes() : nullptr);
+    showCurrent();
+}
+
+/// Brings the picture into the middle; the first time, as large as it fits.
+void SpriteEditorPrivate::showWhole(bool later)
+{
+    if (later) {
+        QMetaObject::invokeMethod(
+            this, [this] { showWhole(false); }, Qt::QueuedConnection);
+        return;
+    }
+    const QSize view = renderer->widget() ? renderer->widget()->size() : QSize();
+    const QSize size = canvas().size;
+    if (!isFitted && editor->isActive() && !view.isEmpty() && !size.isEmpty()) {
+        const double room =
+            qMin(0.9 * view.width() / size.width(), 0.9 * view.height() / size.height());
+        renderer->setZoom(room >= 1 ? qMin(8.0, std::floor(room)) : room);
+        isFitted = true;
+    }
+    renderer->centralize();
+}
+
+/// The current sprite of the file, or the last one.
+void SpriteEditorPrivate::showCurrent()
+{
+    const unsigned int count = sprites ? sprites->itemCount() : 0;
+    if (count > 0 && sprites->current() >= count)
+        sprites->setCurrent(count - 1);
+    current = count > 0 ? sprites->at(sprites->current()) : nullptr;
+    row = current ? QPersistentModelIndex(sprites->index(int(sprites->current())))
+                  : QPersistentModelIndex();
+    spriteChanged(current);
+    spriteCountChanged();
+}
+
+bool SpriteEditorPrivate::setCurrent(unsigned int index)
+{
+    if (!sprites || sprites->itemCount() == 0)
+        return false;
+    index = qMin(index, sprites->itemCount() - 1);
+    if (current && sprites->at(index) == current) {
+        tellPosition();
+        return true;
+    }
+    const bool leaves = mayLeave();
+    if (leaves && sprites && index < sprites->itemCount()) {
+        sprites->setCurrent(index);
+        showCurrent();
+    } else {
+        tellPosition();
+    }
+    return leaves;
+}
+
+/// Whether the canvas can go; what it changed on the sprite is taken back then.
+bool SpriteEditorPrivate::mayLeave()
+{
+    if (!isDirty())
+        return true;
+    const Still still(this);
+    const bool agreed = editor->canDiscardChanges();
+    if (agreed && still.isSo())
+        discard();
+    return agreed;
+}
+
+/// Undo takes back what the canvas's steps did outside of it, too.
+void SpriteEditorPrivate::discard()
+{
+    QUndoStack &stack = canvas().undoStack;
+    if (stack.cleanIndex() >= 0)
+        stack.setIndex(stack.cleanIndex());
+    stack.clear();
+}
+
+void SpriteEditorPrivate::saveOrDiscard()
+{
+    if (!isDirty())
+        return;
+    const Still still(this);
+    const bool agreed = editor->canDiscardChanges();
+    if (!still.isSo())
+        return;
+    if (agreed)
+        discard();
+    else
+        saveImg();
+}
+
+void SpriteEditorPrivate::spriteChanged(Sprite *sprite)
+{
+    ++stamp;
+    ImageCanvas &canvas = this->canvas();
+    const QSize before = canvas.size;
+    identifier = sprite ? identifierOf(sprite) : QString();
+    shown = sprite ? sprite->image() : QImage();
+    canvas.layers.clearLayers();
+    canvas.selection.active = false;
+    chooseColors();
+    canvas.setSize(shown.size(), inTheMiddle, false);
+    if (!shown.isNull()) {
+        canvas.setFormat(shown.format() == QImage::Format_Indexed8 ? IndexedCanvas : RGBACanvas,
+                         false);
+        if (canvas.format == IndexedCanvas) {
+            palette->setBackgroundIndex(palette->backgroundIndex());
+            palette->setForegroundIndex(palette->foregroundIndex());
+        }
+        if (ImageLayer *layer = canvas.layers.addLayer(&shown))
+            layer->setName(identifier, false);
+        canvas.undoStack.clear();
+    }
+    if (canvas.size != before)
+        showWhole(false);
+    selectRow(0);
+    canvas.announceImage();
+    tellLayer();
+}
+
+void SpriteEditorPrivate::spriteCountChanged()
+{
+    const int count = sprites ? int(sprites->itemCount()) : 0;
+    fields.beginProgramChange();
+    if (auto *slider =
+            qobject_cast<QAbstractSlider *>(interface->control(QStringLiteral("spr_sel"))))
+        slider->setRange(0, qMax(0, count - 1));
+    fields.endProgramChange();
+    tellPosition();
+    tellEnabled();
+}
+
+/// Rows came, went or moved: the same sprite stays, or the one in its place comes.
+void SpriteEditorPrivate::rowsChanged()
+{
+    if (row.isValid()) {
+        sprites->setCurrent(unsigned(row.row()));
+        spriteCountChanged();
+    } else if (!isDetached) {
+        showCurrent();
+    }
+}
+
+/// The file may have another picture for the sprite, by its undo or by another editor.
+void SpriteEditorPrivate::contentsModified()
+{
+    if (sprite() && row.isValid()) {
+        identifier = identifierOf(current);
+        if (!samePixels(current->image(), shown)) {
+            if (isDirty())
+                reloaded();
+            else
+                spriteChanged(current);
+        }
+    }
+    showColors();
+    Q_EMIT editor->modified();
+}
+
+/// What is drawn on the canvas stays until the user has said otherwise, and the sprite of that name
+/// is there. A file that is loaded anew may be empty for a moment.
+void SpriteEditorPrivate::reloaded()
+{
+    if (!isDirty()) {
+        showCurrent();
+        return;
+    }
+    current = nullptr;
+    row = QPersistentModelIndex();
+    ++stamp;
+    isDetached = true;
+    const Still still(this);
+    QMetaObject::invokeMethod(
+        this,
+        [this, still] {
+            isDetached = false;
+            if (still.isSo())
+                attach();
+        },
+        Qt::QueuedConnection);
+}
+
+void SpriteEditorPrivate::attach()
+{
+    const int found = sprites->indexOf(0, identifier);
+    if (found < 0) {
+        showCurrent();
+        return;
+    }
+    sprites->setCurrent(unsigned(found));
+    current = sprites->at(unsigned(found));
+    row = QPersistentModelIndex(sprites->index(found));
+    shown = current->image();
+    spriteCountChanged();
+    const Still still(this);
+    if (editor->canDiscardChanges() && still.isSo())
+        spriteChanged(current);
+}
+
+/// The panel goes to the sprite's palette, unless the user wants to stay at another one.
+void SpriteEditorPrivate::chooseColors()
+{
+    if (palettes && sprite() && usesSpritePalette && current->palette())
+        palettes->setCurrentPalette(current->palette());
+    showColors();
+}
+
+/// A panel that has a palette shows it by itself. Without one, the sprite's colours are shown, or
+/// those that are there, or for a start some to draw with.
+void SpriteEditorPrivate::showColors()
+{
+    if (!colors || (palettes && palettes->currentPalette()))
+        return;
+    const Palette *own = sprite() && usesSpritePalette ? current->palette() : nullptr;
+    RGBA wanted[256];
+    if (own)
+        own->toPalette(wanted);
+    else if (!hasColors || palettes)
+        basicColors(wanted);
+    else
+        return;
+    if (std::memcmp(wanted, colors->palette()->palette(), sizeof wanted) == 0)
+        return;
+    colors->load(wanted);
+    colorsShown();
+}
+
+void SpriteEditorPrivate::colorsShown()
+{
+    if (!hasColors && palette->foregroundIndex() == palette->backgroundIndex())
+        palette->setForegroundIndex(1);
+    hasColors = true;
+    palette->refresh();
+    canvas().announceImage();
+}
+
+/// The sprite of the frame that the project's animations show.
+void SpriteEditorPrivate::followFrame()
+{
+    const Project *project = sprites ? sprites->project() : nullptr;
+    if (!project || !frameAction || !frameAction->isChecked())
+        return;
+    ProjectFile *file = project->file(Project::FileID::Animations);
+    auto *list = dynamic_cast<Animations *>(file);
+    if (auto *document = dynamic_cast<CodeDocument *>(file))
+        list = dynamic_cast<Animations *>(document->documentEditor(CodeNode::Animation, 0));
+    const AnimationCode *animation = list ? list->at(list->selected()) : nullptr;
+    const FrameCode *frame = animation ? animation->frameAt(animation->selectedFrame()) : nullptr;
+    const int found = frame ? sprites->indexOf(0, frame->identifier()) : -1;
+    if (found >= 0)
+        setCurrent(unsigned(found));
+}
+
+QVariant SpriteEditorPrivate::fileOption(const char *key) const
+{
+    const bool isInProject = sprites && sprites->project();
+    return isInProject ? sprites->option(QLatin1String(key))
+                       : interface->option(QLatin1String(key), QVariant());
+}
+
+bool SpriteEditorPrivate::confirmDelete() const
+{
+    return !interface->option(QStringLiteral("confirm_delete"), true).toBool() ||
+           askQuestion(window(), SpriteEditor::tr("Delete sprite"),
+                       SpriteEditor::tr("Do you really want to delete the sprite?"));
+}
+
+void SpriteEditorPrivate::del()
+{
+    const Still still(this);
+    if (sprite() && confirmDelete() && still.isSo() && row.isValid())
+        sprites->remove(unsigned(row.row()));
+}
+
+void SpriteEditorPrivate::duplicate()
+{
+    if (!sprite() || !mayLeave() || !sprite())
+        return;
+    const Sprite *copy = sprites->duplicate(unsigned(row.row()));
+    if (copy)
+        setCurrent(unsigned(copy->index()));
+}
+
+void SpriteEditorPrivate::previous()
+{
+    if (row.isValid() && row.row() > 0)
+        setCurrent(unsigned(row.row() - 1));
+}
+
+void SpriteEditorPrivate::next()
+{
+    if (row.isValid() && unsigned(row.row()) + 1 < sprites->itemCount())
+        setCurrent(unsigned(row.row() + 1));
+}
+
+void SpriteEditorPrivate::selPosChanged(int index)
+{
+    if (fields.canChangeFieldValue() && index >= 0)
+        setCurrent(unsigned(index));
+}
+
+void SpriteEditorPrivate::switchPalChanged(bool follows)
+{
+    usesSpritePalette = follows;
+    interface->setOption(QStringLiteral("switch_to_imgpal"), follows);
+    chooseColors();
+}
+
+void SpriteEditorPrivate::frameSpr(bool follows)
+{
+    if (follows)
+        followFrame();
+}
+
+/// Writes the canvas into the sprite. False, with a message, when the file did not take it.
+bool SpriteEditorPrivate::saveImg()
+{
+    if (!sprite() || canvas().size.isEmpty())
+        return false;
+    QImage picture = canvas().flatten();
+    if (picture.isNull())
+        return false;
+    Palette *own = current->palette();
+    if (picture.format() == QImage::Format_Indexed8 && own) {
+        QVector<QRgb> table(256);
+        std::transform(own->colors(), own->colors() + 256, table.begin(), toQRgb);
+        picture.setColorTable(table);
+    } else if (shown.format() == QImage::Format_RGB32 && isOpaque(picture)) {
+        picture = picture.convertToFormat(QImage::Format_RGB32);
+    }
+    const QImage before = std::exchange(shown, picture);
+    const Still still(this);
+    if (picture.format() == QImage::Format_Indexed8 && !own)
+        current->setImage(picture, false, Sprite::ImagePalette, nullptr);
+    else
+        current->setImage(picture);
+    if (!still.isSo())
+        return false;
+    if (!samePixels(current->image(), picture)) {
+        shown = before;
+        showWarning(window(), SpriteEditor::tr("Save image changes"),
+                    SpriteEditor::tr("The file did not take the picture of '%1'!").arg(identifier));
+        return false;
+    }
+    canvas().undoStack.clear();
+    chooseColors();
+    Q_EMIT editor->modified();
+    return true;
+}
+
+// --- The editor
+
+SpriteEditor::SpriteEditor(GraphicsWorkspace &workspace, PaletteEditor *palettes, QObject *parent)
+    : FileEditor(parent)
+    , d(std::make_unique<SpriteEditorPrivate>(this, interface, workspace, palettes))
+{
+    reconfig();
+    retranslate();
+    d->setFile(nullptr);
+}
+
+SpriteEditor::~SpriteEditor() = default;
+
+QAction *SpriteEditor::action() const
+{
+    return d->editorAction;
+}
+
+const char *SpriteEditor::name() const
+{
+    return "sprites";
+}
+
+bool SpriteEditor::isModified() const
+{
+    return FileEditor::isModified() || d->isDirty();
+}
+
+unsigned int SpriteEditor::areas() const
+{
+    return 7;
+}
+
+void SpriteEditor::activate()
+{
+    active = true;
+    d->workspace.setRenderer(d->renderer);
+    interface->setEditorWidget(d->workspace.widget());
+    d->showPanels(true);
+    d->tellEnabled();
+    d->clearStatus();
+    d->showWhole(true);
+    d->tellRenderer();
+    d->tellTool();
+    d->followFrame();
+}
+
+void SpriteEditor::deactivate()
+{
+    active = false;
+    d->showPanels(false);
+    d->tellEnabled();
+    d->clearStatus();
+}
+
+void SpriteEditor::reconfig()
+{
+    const bool follows = interface->option(QStringLiteral("switch_frame_spr"), false).toBool();
+    if (d->frameAction)
+        d->frameAction->setChecked(follows);
+    d->usesSpritePalette = interface->option(QStringLiteral("switch_to_imgpal"), true).toBool();
+    Q_EMIT d->setSwitchPal(d->usesSpritePalette);
+    const QColor start = interface->colorOption(QStringLiteral("back_start"));
+    const QColor end = interface->colorOption(QStringLiteral("back_end"));
+    if (end.isValid())
+        d->renderer->setBackground(end);
+    if (start.isValid() && end.isValid())
+        d->renderer->setChecks(start, start.lighter(112));
+    if (active)
+        d->tellRenderer();
+}
+
+void SpriteEditor::retranslate()
+{
+    d->setTexts();
+}
+
+void SpriteEditor::engineSwitched(bool)
+{
+    d->saveOrDiscard();
+}
+
+void SpriteEditor::navigateTo(unsigned int row, unsigned int)
+{
+    setCurrent(row);
+}
+
+void SpriteEditor::undo()
+{
+    QUndoStack &steps = d->canvas().undoStack;
+    if (steps.canUndo())
+        steps.undo();
+    else
+        FileEditor::undo();
+}
+
+void SpriteEditor::redo()
+{
+    QUndoStack &steps = d->canvas().undoStack;
+    if (steps.canRedo())
+        steps.redo();
+    else
+        FileEditor::redo();
+}
+
+void SpriteEditor::cut()
+{
+    d->cut();
+}
+
+void SpriteEditor::copy()
+{
+    d->copy();
+}
+
+void SpriteEditor::paste()
+{
+    d->paste();
+}
+
+bool SpriteEditor::find(const ProjectFile *file, const QString &text, unsigned int flags)
+{
+    const auto *list = dynamic_cast<const Sprites *>(file);
+    const Match matches(text, flags);
+    if (!list || !matches.isPossible())
+        return false;
+    const QVector<int> rows = rowsToSearch(int(list->itemCount()), int(list->current()), flags);
+    for (const int row : rows) {
+        Sprite *sprite = list->at(unsigned(row));
+        if (!sprite || !matches(sprite))
+            continue;
+        if (list == d->sprites)
+            setCurrent(unsigned(row));
+        return true;
+    }
+    return false;
+}
+
+void SpriteEditor::replace(const QString &text, const QString &by, unsigned int flags, bool all)
+{
+    const Match matches(text, flags);
+    if (!d->sprite() || !matches.isPossible())
+        return;
+    const QPointer<Sprites> list = d->sprites;
+    const auto replaceIn = [&](Sprite *sprite) {
+        if (sprite && matches(sprite))
+            sprite->setProperty(identifierName, by);
+    };
+    list->beginChange();
+    if (all) {
+        for (unsigned int i = 0; list && i < list->itemCount(); ++i)
+            replaceIn(list->at(i));
+    } else {
+        replaceIn(d->current);
+    }
+    if (list)
+        list->endChange();
+    if (list && !all)
+        find(text, flags | Silent);
+}
+
+Project::FileID::Type SpriteEditor::canEditFileType()
+{
+    return Project::FileID::Sprites;
+}
+
+bool SpriteEditor::canDiscard(const ProjectFile *file) const
+{
+    const bool isShown = file && file == currentFile();
+    return (!isShown || canDiscardChanges()) && FileEditor::canDiscard(file);
+}
+
+void SpriteEditor::setCurrentFile(ProjectFile *file)
+{
+    auto *list = dynamic_cast<Sprites *>(file);
+    if (list && list == d->sprites)
+        return;
+    const QPointer<Sprites> wanted(list);
+    if (list)
+        d->saveOrDiscard();
+    else if (d->isDirty())
+        d->discard();
+    FileEditor::setCurrentFile(wanted ? file : nullptr);
+    Project *project = wanted ? wanted->project() : nullptr;
+    const int index = project ? project->filesByType(canEditFileType()).indexOf(file) : -1;
+    if (index >= 0)
+        project->setSelectedFile(canEditFileType(), unsigned(index));
+    d->setFile(wanted);
+    if (active)
+        d->showPanels(true);
+    if (active)
+        d->followFrame();
+}
+
+void SpriteEditor::save()
+{
+    if (saveImage())
+        FileEditor::save();
+}
+
+void SpriteEditor::saveAs()
+{
+    if (saveImage())
+        FileEditor::saveAs();
+}
+
+bool SpriteEditor::saveImage()
+{
+    return !d->isDirty() || d->saveImg();
+}
+
+Sprite *SpriteEditor::currentSprite() const
+{
+    return d->sprite();
+}
+
+bool SpriteEditor::setCurrent(unsigned int index)
+{
+    return d->setCurrent(index);
+}
+
+void SpriteEditor::setSpriteImage(const QImage &image)
+{
+    d->setSpriteImage(image);
+}
+
+bool SpriteEditor::canDiscardChanges() const
+{
+    return !d->isDirty() ||
+           askQuestion(interface->mainWindow(), tr("Discard changes?"),
+                       tr("Do you want to discard the changes made in the current sprite?"));
+}
+
+bool SpriteEditor::canChangeFieldValue() const
+{
+    return d->fields.canChangeFieldValue();
+}
+
+ImageRenderer *SpriteEditor::renderer() const
+{
+    return d->renderer;
+}
+
+QPoint SpriteEditor::spriteOffset(Sprite *) const
+{
+    return {};
+}
+
+void SpriteEditor::setSpriteOffset(Sprite *, QPoint)
+{
+}
+
+void SpriteEditor::contentsChanged()
+{
+    Project *project = interface->currentProject();
+    ProjectFile *file = project ? project->file(canEditFileType()) : nullptr;
+    if (file != currentFile())
+        setCurrentFile(file);
+    Q_EMIT modified();
+}
+
+} // namespace Kiln

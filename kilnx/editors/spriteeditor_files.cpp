@@ -1,0 +1,451 @@
+// Pictures of files: how they come into the sprite editor's file, and out of it.
+
+#include <kilnx/editors/palettepreview.h>
+#include <kilnx/editors/spriteeditor_p.h>
+#include <kilnx/forms/imagedlgs.h>
+#include <kilnx/forms/itemsdialog.h>
+#include <kilnx/forms/messageboxes.h>
+#include <kilnx/forms/paldlg.h>
+#include <kilnx/forms/sprimport.h>
+#include <kilnx/image/codecs.h>
+#include <kilnx/image/imageops.h>
+#include <kilnx/project/filedialogs.h>
+#include <kilnx/project/interface.h>
+#include <kilnx/project/paths.h>
+#include <kilnx/project/project.h>
+#include <kilnx/project/translator.h>
+
+#include <QtConcurrent/QtConcurrentRun>
+#include <QtCore/QBuffer>
+#include <QtCore/QDir>
+#include <QtCore/QEventLoop>
+#include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QSaveFile>
+#include <QtCore/QTimer>
+
+#include <atomic>
+
+namespace Kiln
+{
+
+namespace
+{
+
+constexpr int pollMs = 20;
+
+/// For any thread: reads a picture file, or leaves `out` null.
+void readPicture(const QString &path, QImage *out)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly) || !loadImage(&file, fileExtension(path).constData(), *out))
+        *out = QImage();
+}
+
+/// The same, without free borders.
+void readCropped(const QString &path, QImage *out)
+{
+    readPicture(path, out);
+    cropImage(*out, nullptr, 0);
+}
+
+/// Pictures that are read on the global pool, a job a file. What jobs write to lives as long as the
+/// last of them.
+class Reading
+{
+public:
+    explicit Reading(const QStringList &files)
+        : m_results(std::make_shared<Results>(files.size()))
+    {
+    }
+    ~Reading()
+    {
+        m_results->isCancelled = true;
+        for (QFuture<void> &job : m_jobs)
+            job.waitForFinished();
+    }
+
+    void start(int index, const QString &path, void (*read)(const QString &, QImage *))
+    {
+        QImage *out = &m_results->pictures[index];
+        m_jobs.append(QtConcurrent::run([results = m_results, path, read, out] {
+            if (!results->isCancelled)
+                read(path, out);
+            ++results->done;
+        }));
+    }
+    int done() const { return m_results->done; }
+    void cancel() { m_results->isCancelled = true; }
+    bool isDone() const { return done() == m_jobs.size(); }
+    const QVector<QImage> &pictures() const { return m_results->pictures; }
+
+private:
+    struct Results {
+        explicit Results(int count)
+            : pictures(count)
+        {
+            pictures.detach(); // jobs write to its elements
+        }
+        QVector<QImage> pictures;
+        std::atomic<int> done{0};
+        std::atomic<bool> isCancelled{false};
+    };
+
+    std::shared_ptr<Results> m_results;
+    QVector<QFuture<void>> m_jobs;
+};
+
+/// Runs events until all is read, and shows how far it is. False when the user has cancelled.
+bool waitFor(Reading &reading, Progress *progress, unsigned int total)
+{
+    bool cancelled = false;
+    progress->setProgress(0, total, &cancelled);
+    QEventLoop loop;
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+        progress->setProgress(unsigned(reading.done()), 0, &cancelled);
+        if (cancelled)
+            reading.cancel();
+        if (reading.isDone())
+            loop.quit();
+    });
+    poll.start(pollMs);
+    if (!reading.isDone())
+        loop.exec();
+    progress->setProgress(total, 0, &cancelled);
+    progress->finish();
+    return !cancelled;
+}
+
+/// The colours that the picture's indexes stand for equal the palette, all 256 of them.
+bool hasColorsOf(const QImage &picture, const Palette &palette)
+{
+    RGBA colors[256];
+    palette.toPalette(colors);
+    const QVector<QRgb> table = picture.colorTable();
+    return table.size() == 256 && std::equal(table.cbegin(), table.cend(), colors,
+                                             [](QRgb a, RGBA b) { return fromQRgb(a) == b; });
+}
+
+/// The identifier as a part of a file name.
+QString fileNameOf(QString identifier)
+{
+    static const QRegularExpression reserved(QStringLiteral("[/\\\\:*?\"<>|\\x00-\\x1f]"));
+    return identifier.replace(reserved, QStringLiteral("_"));
+}
+
+/// The old file stays when the new one cannot be written in full.
+bool writePicture(const QString &path, const QImage &picture)
+{
+    QBuffer encoded;
+    encoded.open(QIODevice::WriteOnly);
+    QSaveFile file(path);
+    return saveImage(&encoded, fileExtension(path).constData(), picture) &&
+           file.open(QIODevice::WriteOnly) && writeAll(&file, encoded.data()) && file.commit();
+}
+
+} // namespace
+
+QImage SpriteEditorPrivate::blankPicture(int format, QSize size) const
+{
+    QImage picture(size, ImageCanvas::pixelFormat(format));
+    if (picture.isNull())
+        return picture;
+    picture.fill(0);
+    if (format == IndexedCanvas)
+        picture.setColorTable(colorTable());
+    return picture;
+}
+
+/// The identifier, or with the first number behind it that is free.
+QString SpriteEditorPrivate::freeIdentifier(const QString &wish) const
+{
+    QString name = wish;
+    for (int number = 2; sprites->indexOf(0, name) >= 0; ++number)
+        name = QStringLiteral("%1 %2").arg(wish).arg(number);
+    return name;
+}
+
+/// Behind the current one, or as the first; it becomes the current one if the user lets the canvas
+/// go.
+void SpriteEditorPrivate::insertSprite(const QString &wish, const QImage &picture)
+{
+    const QPointer<Sprites> list = sprites;
+    const unsigned int at = row.isValid() ? unsigned(row.row()) + 1 : 0;
+    list->beginChange();
+    if (Sprite *made = list->insert(at, freeIdentifier(wish), QImage()))
+        made->setImage(picture, false, Sprite::ImagePalette, nullptr);
+    if (!list)
+        return;
+    list->endChange();
+    if (list == sprites)
+        setCurrent(at);
+}
+
+void SpriteEditorPrivate::addNew()
+{
+    if (!sprites || working)
+        return;
+    const Still still(this);
+    const QSize size = canvas().size.isEmpty() ? QSize(32, 32) : canvas().size;
+    ImgInfoDlg dialog(window(), SpriteEditor::tr("New sprite"), canvas().format, size);
+    if (dialog.exec() != QDialog::Accepted || !still.isSo())
+        return;
+    const QImage picture = blankPicture(dialog.format(), dialog.imageSize());
+    if (!picture.isNull())
+        insertSprite(SpriteEditor::tr("Sprite"), picture);
+}
+
+// --- Reading
+
+QString SpriteEditorPrivate::startPath() const
+{
+    const QString own = fileOption("spr_path").toString();
+    return own.isEmpty() ? fileOption("project_path").toString() : own;
+}
+
+void SpriteEditorPrivate::keepPath(const QString &fileName)
+{
+    const QString key = QStringLiteral("spr_path");
+    const QString directory = QFileInfo(fileName).absolutePath();
+    if (Project *project = sprites->project())
+        project->setOption(key, directory, true);
+    else
+        interface->setOption(key, directory);
+}
+
+QString SpriteEditorPrivate::openFilter() const
+{
+    return SpriteEditor::tr("All pictures") + QLatin1String(fileExtension(ImageOpenAll)) +
+           QLatin1String(fileExtension(ImageOpen));
+}
+
+void SpriteEditorPrivate::warnOfPicture(const QString &fileName)
+{
+    showWarning(
+        window(), interface->text(Interface::FailureTitle),
+        interface->text(Interface::PictureFailureText).arg(QDir::toNativeSeparators(fileName)));
+}
+
+void SpriteEditorPrivate::setSpriteImage(const QImage &image)
+{
+    if (!sprite() || image.isNull())
+        return;
+    Palette *own = current->palette();
+    if (own && image.format() == QImage::Format_Indexed8 && hasColorsOf(image, *own)) {
+        takePicture([&] { current->setImage(image); });
+        return;
+    }
+    const Still still(this);
+    Palettes *palettes = sprites->palettes();
+    PalDlg dialog(window(), palettes, own ? own->index() : -1, palettePreview(image, palettes));
+    dialog.exec();
+    if (!still.isSo())
+        return;
+    Palette *chosen = dialog.row() >= 0 ? palettes->at(unsigned(dialog.row())) : nullptr;
+    takePicture([&] { current->setImage(image, dialog.isReversed(), dialog.mode(), chosen); });
+}
+
+/// The sprite gets another picture; what was on the canvas is gone with the old one.
+void SpriteEditorPrivate::takePicture(const std::function<void()> &change)
+{
+    canvas().undoStack.clear();
+    const Still still(this);
+    change();
+    if (still.isSo())
+        spriteChanged(current);
+}
+
+void SpriteEditorPrivate::openImg()
+{
+    if (!sprite() || working)
+        return;
+    const Still still(this);
+    const QString path =
+        getOpenFileName(window(), SpriteEditor::tr("Change image"), startPath(), openFilter());
+    if (path.isEmpty() || !still.isSo())
+        return;
+    saveOrDiscard();
+    if (!still.isSo())
+        return;
+    keepPath(path);
+    QImage picture;
+    readPicture(path, &picture);
+    if (picture.isNull()) {
+        warnOfPicture(path);
+        return;
+    }
+    if (askQuestion(window(), KilnTranslator::instance()->text(130),
+                    SpriteEditor::tr("Do you want to crop the image?")))
+        cropImage(picture, nullptr, 0);
+    if (still.isSo())
+        setSpriteImage(picture);
+}
+
+void SpriteEditorPrivate::add()
+{
+    if (!sprites || working)
+        return;
+    const Still still(this);
+    const QStringList files =
+        getOpenFileNames(window(), SpriteEditor::tr("Add sprites"), startPath(), openFilter());
+    if (files.isEmpty() || !still.isSo())
+        return;
+    keepPath(files.first());
+    Palettes *palettes = sprites->palettes();
+    const Palette *own = sprite() ? current->palette() : nullptr;
+    SprImport dialog(window(), SpriteEditor::tr("Add sprites"), files, palettes,
+                     own                     ? own->index()
+                     : palettes->count() > 0 ? 0
+                                             : -1);
+    dialog.exec();
+    const QVector<SprImport::Answer> answers = dialog.answers();
+    if (!still.isSo() || answers.size() != files.size())
+        return;
+
+    Reading reading(files);
+    for (int i = 0; i < files.size(); ++i)
+        reading.start(i, files[i], answers[i].mode == 1 ? &readPicture : &readCropped);
+    const QPointer<SpriteEditorPrivate> alive(this);
+    working = true;
+    Progress *progress = interface->progress(SpriteEditor::tr("Reading pictures..."), true);
+    const bool read = waitFor(reading, progress, unsigned(files.size()));
+    if (alive)
+        working = false;
+    if (!read || !still.isSo())
+        return;
+    for (int i = 0; i < files.size() && still.isSo(); ++i) {
+        if (reading.pictures()[i].isNull())
+            warnOfPicture(files[i]);
+    }
+    if (still.isSo())
+        insertPictures(reading.pictures(), answers);
+}
+
+/// As one change of the file, behind the current sprite.
+void SpriteEditorPrivate::insertPictures(const QVector<QImage> &pictures,
+                                         const QVector<SprImport::Answer> &answers)
+{
+    const QPointer<Sprites> list = sprites;
+    const unsigned int first = row.isValid() ? unsigned(row.row()) + 1 : 0;
+    QVector<Sprite *> forced;
+    unsigned int at = first;
+    list->beginChange();
+    for (int i = 0; i < pictures.size(); ++i) {
+        if (pictures[i].isNull())
+            continue;
+        const SprImport::Answer &answer = answers[i];
+        Sprite *made = list->insert(at, answer.identifier, QImage());
+        if (!made)
+            continue;
+        ++at;
+        Palette *chosen =
+            answer.palette >= 0 ? list->palettes()->at(unsigned(answer.palette)) : nullptr;
+        made->setImage(pictures[i], false, answer.mode, chosen);
+        if (answer.mode == Sprite::ForcePalette)
+            forced.append(made);
+    }
+    for (Sprite *made : qAsConst(forced))
+        made->finishImport();
+    list->endChange();
+    if (at > first && list == sprites) {
+        setCurrent(at - 1);
+        spriteCountChanged();
+    }
+}
+
+// --- Writing
+
+/// What the sprite looks like, with what is drawn on it now.
+QImage SpriteEditorPrivate::pictureOf(unsigned int index) const
+{
+    Sprite *wanted = sprites->at(index);
+    return wanted && wanted == current && isDirty() ? canvas().flatten()
+           : wanted                                 ? wanted->image()
+                                                    : QImage();
+}
+
+/// The file of each row. Several have the identifier in their names, and a number where two would
+/// have the same.
+QStringList SpriteEditorPrivate::exportNames(const QList<int> &rows, const QString &path) const
+{
+    const QFileInfo info(path);
+    const QString suffix = info.suffix().isEmpty() ? QStringLiteral("png") : info.suffix();
+    if (rows.size() == 1)
+        return {info.suffix().isEmpty() ? path + QLatin1Char('.') + suffix : path};
+    QStringList names;
+    QSet<QString> used;
+    for (const int exported : rows) {
+        Sprite *each = sprites->at(unsigned(exported));
+        const QString own = fileNameOf(each->property(QStringLiteral("Identifier")).toString());
+        QString part = own;
+        for (int number = 2; used.contains(part.toLower()); ++number)
+            part = QStringLiteral("%1_%2").arg(own).arg(number);
+        used.insert(part.toLower());
+        names.append(QStringLiteral("%1/%2_%3.%4")
+                         .arg(info.absolutePath(), info.completeBaseName(), part, suffix));
+    }
+    return names;
+}
+
+/// The dialog has asked about the name that was typed, but not about those that are made of it.
+bool SpriteEditorPrivate::mayReplace(const QStringList &names, const QString &path) const
+{
+    QStringList there;
+    for (const QString &name : names) {
+        if (name != path && QFileInfo::exists(name))
+            there.append(QDir::toNativeSeparators(name));
+    }
+    return there.isEmpty() ||
+           askQuestion(window(), SpriteEditor::tr("Save image"),
+                       SpriteEditor::tr("These files exist. Do you want to replace them?\n%1")
+                           .arg(there.mid(0, 8).join(QLatin1Char('\n'))));
+}
+
+void SpriteEditorPrivate::saveImgAs()
+{
+    if (!sprite() || working)
+        return;
+    const Still still(this);
+    const QPointer<ItemsDialog> dialog =
+        interface->itemsDialog(window(), SpriteEditor::tr("Save image"), sprites, row.row());
+    const bool accepted = dialog->exec() == QDialog::Accepted && dialog && still.isSo();
+    const QList<int> rows = accepted ? dialog->selectedRows() : QList<int>();
+    delete dialog;
+    if (rows.isEmpty())
+        return;
+    const QString path = getSaveFileName(window(), SpriteEditor::tr("Save image"), startPath(),
+                                         QLatin1String(fileExtension(ImageSave)));
+    if (path.isEmpty() || !still.isSo())
+        return;
+    keepPath(path);
+    const QStringList names = exportNames(rows, path);
+    if (mayReplace(names, path) && still.isSo())
+        writePictures(rows, names);
+}
+
+/// Tells of all that could not be written in one message. A cancel leaves whole files alone.
+void SpriteEditorPrivate::writePictures(const QList<int> &rows, const QStringList &names)
+{
+    const Still still(this);
+    const QPointer<SpriteEditorPrivate> alive(this);
+    Progress *progress = interface->progress(SpriteEditor::tr("Saving images..."), true);
+    bool cancelled = false;
+    working = true;
+    QStringList failed;
+    progress->setProgress(0, unsigned(rows.size()), &cancelled);
+    for (int i = 0; i < rows.size() && !cancelled && still.isSo(); ++i) {
+        if (!writePicture(names[i], pictureOf(unsigned(rows[i]))))
+            failed.append(QDir::toNativeSeparators(names[i]));
+        progress->setProgress(unsigned(i + 1), 0, &cancelled);
+    }
+    progress->finish();
+    if (alive)
+        working = false;
+    if (still.isSo() && !failed.isEmpty())
+        showWarning(window(), SpriteEditor::tr("Save image"),
+                    SpriteEditor::tr("These images could not be saved:\n%1")
+                        .arg(failed.mid(0, 8).join(QLatin1Char('\n'))));
+}
+
+} // namespace Kiln
