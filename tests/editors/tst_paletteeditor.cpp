@@ -492,8 +492,8 @@ void tst_paletteeditor::randomUser()
 
     for (int step = 0; step < 150; ++step) {
         const int action = int(m_random() % 16);
-        const int one = int(m_random() % 256);
-        const int other = int(m_random() % 256);
+        const int one = m_random() % 4 ? int(m_random() % 256) : 0;
+        const int other = m_random() % 4 ? int(m_random() % 256) : 255;
         if (action == 0) {
             m_host->dialogs().expectBox(QMessageBox::No);
             trigger("pal_add");
@@ -566,6 +566,8 @@ void tst_paletteeditor::randomUser()
             trigger("pal_switch_color");
             Table table = model[at].second;
             std::reverse(table.begin() + qMin(one, other), table.begin() + qMax(one, other) + 1);
+            if (one == 0 && other == 255) // entry 0 keeps its alpha
+                std::swap(table.front().a, table.back().a);
             if (ring.isEmpty())
                 ring = {model[at].second}, page = 0;
             edited(table);
@@ -760,7 +762,7 @@ void tst_paletteeditor::boxesAreOutlived_data()
         {"pal_save", {"ALL"}},         {"pal_save", {"ALL", "DIRECTORY"}},
         {"pal_set_color", {"COLOR"}},  {"pal_apply_sprite", {"ALL"}}};
     for (const auto &box : boxes) {
-        for (const char *event : {"CLOSE", "PANEL", "REMOVE"})
+        for (const char *event : {"CLOSE", "PANEL", "REMOVE", "OTHER"})
             add(qPrintable(box.first + ' ' + box.second.join(',') + ' ' + event), box.first,
                 box.second, event);
     }
@@ -775,6 +777,8 @@ void tst_paletteeditor::boxesAreOutlived()
     m_sprites->insert(0, "drawn", QImage());
     m_editor->widget()->select(3);
     decltype(contents()) left;
+    const std::unique_ptr<EmberSprites, Release> other(new EmberSprites(StreamCache::Memory));
+    other->palettes()->add(randomTable(m_random).data(), "other", false);
     for (const QString &step : steps) {
         std::function<void()> before;
         if (&step == &steps.last())
@@ -783,6 +787,8 @@ void tst_paletteeditor::boxesAreOutlived()
                     m_sprites.reset();
                 else if (event == "PANEL")
                     delete m_editor;
+                else if (event == "OTHER")
+                    m_editor->setPalettes(other->palettes());
                 else
                     m_sprites->palettes()->remove(0);
                 left = contents();
@@ -800,7 +806,8 @@ void tst_paletteeditor::boxesAreOutlived()
     const bool goesOn = event == "REMOVE" && (key == "pal_add" || key == "pal_clear");
     if (!goesOn)
         QCOMPARE(contents(), left);
-    if (m_editor && m_sprites)
+    QVERIFY(other->palettes()->count() == 1 && other->palettes()->at(0)->stamp() == 1);
+    if (event == "REMOVE")
         checkShown();
 }
 
@@ -821,6 +828,17 @@ void tst_paletteeditor::actsOnSprites()
             names << m_sprites->at(i)->palette()->property("Identifier").toString();
         return names.join(' ');
     };
+
+    // Steps are of one palette, though the next one looks the same.
+    m_editor->widget()->select(9);
+    m_editor->widget()->selection[200] = true;
+    trigger("pal_switch_color");
+    QVERIFY(contents() != before);
+    trigger("pal_undo");
+    trigger("pal_next");
+    trigger("pal_redo");
+    QCOMPARE(contents(), before);
+    trigger("pal_prev");
 
     trigger("pal_clear_unused");
     QCOMPARE(names().join(' '), QString("0 1 2"));
