@@ -99,7 +99,7 @@ QByteArray EmberGleam::encode(const QByteArray &pixels, const PictureInfo &info,
 QByteArray EmberGleam::decode(const QByteArray &bytes, const PictureInfo &info, quint8 coder)
 {
     const qint64 size = pixelBytes(info);
-    if (size == 0 || size > bytes.size() * bestRatio)
+    if (size == 0 || size > qMin(bytes.size() * bestRatio, largestPicture))
         return QByteArray();
     QImage image(info.width, info.height, codedFormat(info));
     QByteArray copy = bytes;

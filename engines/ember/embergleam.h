@@ -4,6 +4,8 @@
 
 #include <QImage>
 
+#include <limits>
+
 /// What a sprite file of Ember (".gleam") keeps in the layout of emberpack.h, with the magic
 /// "GLEM": first its palettes, then the table of stand-ins, then its pictures.
 ///
@@ -34,9 +36,12 @@ struct PictureInfo {
 };
 using Entry = EmberPack::Entry<PictureInfo>;
 
+/// Bytes of pixels that a picture may have at most: a QByteArray counts in int.
+constexpr qint64 largestPicture = std::numeric_limits<int>::max() - 64;
+
 /// How many bytes the pixels take; 0 for a format that is none of ours.
 EMBER_EXPORT qint64 pixelBytes(const PictureInfo &info);
-/// The pixels of a picture in one of our formats.
+/// The pixels of a picture in one of our formats, of largestPicture bytes at most.
 EMBER_EXPORT QByteArray pixelsOf(const QImage &image);
 /// The picture again, without a colour table; null unless the pixels are as many as `info` says.
 EMBER_EXPORT QImage pictureOf(const QByteArray &pixels, const PictureInfo &info);

@@ -14,21 +14,29 @@ bool sameColors(const Kiln::RGBA *one, const Kiln::RGBA *other)
     return std::memcmp(one, other, 256 * sizeof(Kiln::RGBA)) == 0;
 }
 
+/// A palette may come to lie where one was that is gone, so no two have the same.
+unsigned int nextStamp()
+{
+    static unsigned int last = 0;
+    return ++last;
+}
+
 } // namespace
 
 EmberPalette::EmberPalette(EmberPalettes &list, const QString &identifier, const Kiln::RGBA *colors)
     : m_list(list)
     , m_identifier(identifier)
+    , m_stamp(nextStamp())
 {
     std::copy_n(colors, 256, m_colors);
 }
 
 EmberPalette::~EmberPalette() = default;
 
-QVector<QRgb> EmberPalette::colorTable() const
+QVector<QRgb> EmberPalette::tableOf(const Kiln::RGBA *colors)
 {
     QVector<QRgb> table(256);
-    std::transform(m_colors, m_colors + 256, table.begin(), Kiln::toQRgb);
+    std::transform(colors, colors + 256, table.begin(), Kiln::toQRgb);
     return table;
 }
 
@@ -80,7 +88,7 @@ void EmberPalette::setColors(const Kiln::RGBA *colors, int flags)
 void EmberPalette::exchangeColors(Kiln::RGBA (&other)[256])
 {
     std::swap_ranges(m_colors, m_colors + 256, other);
-    ++m_stamp;
+    m_stamp = nextStamp();
 }
 
 /// A run of edits of one palette is one step.

@@ -19,10 +19,12 @@ public:
 
     QString identifier() const { return m_identifier; }
     void exchangeIdentifier(QString &other) { m_identifier.swap(other); }
-    /// Counts the changes of the colours.
+    /// Another number for each palette, and after each change of its colours.
     unsigned int stamp() const { return m_stamp; }
     /// The colours as the colour table of a picture.
-    QVector<QRgb> colorTable() const;
+    QVector<QRgb> colorTable() const { return tableOf(m_colors); }
+    /// 256 entries as a colour table.
+    static QVector<QRgb> tableOf(const Kiln::RGBA *colors);
 
     QVariant property(const QString &name) override;
     void setProperty(const QString &name, const QVariant &value) override;
@@ -39,7 +41,7 @@ private:
 
     EmberPalettes &m_list;
     QString m_identifier;
-    unsigned int m_stamp = 1;
+    unsigned int m_stamp;
     mutable Kiln::Texture m_texture;
     mutable unsigned int m_uploaded = 0; // the stamp of what is on the card
 };

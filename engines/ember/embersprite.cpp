@@ -34,9 +34,9 @@ QImage inOwnFormat(const QImage &image)
 /// Entry i of the colours, and with it each pixel of that index, becomes entry 255 - i.
 QImage turnedRound(QImage image)
 {
-    QVector<QRgb> table = image.colorTable();
-    table.resize(256);
-    std::reverse(table.begin(), table.end());
+    QVector<QRgb> table(256, 0xFF000000); // what the image leaves out is opaque black
+    const QVector<QRgb> colors = image.colorTable();
+    std::copy_n(colors.cbegin(), qMin(colors.size(), 256), table.rbegin());
     for (int y = 0; y < image.height(); ++y) {
         uchar *row = image.scanLine(y);
         std::transform(row, row + image.width(), row, [](uchar index) { return 255 - index; });
@@ -153,7 +153,9 @@ Kiln::ImageInfo EmberSprite::imageInfo() const
 
 void EmberSprite::setPalette(Kiln::Palette *palette)
 {
-    m_list.changePalette(*this, static_cast<EmberPalette *>(palette));
+    EmberPalette *wanted = own(palette);
+    if (wanted || !palette)
+        m_list.changePalette(*this, wanted);
 }
 
 void EmberSprite::setImage(const QImage &image,
@@ -170,7 +172,10 @@ void EmberSprite::setImage(const QImage &image,
     }
     if (paletteMode == ForcePalette || picture.format() != QImage::Format_Indexed8)
         Kiln::adaptImageToPalette(picture, palette->colors());
-    m_list.changePicture(*this, picture, static_cast<EmberPalette *>(palette));
+    EmberPalette *wanted = own(palette);
+    if (!wanted)
+        picture.setColorTable(EmberPalette::tableOf(palette->colors()));
+    m_list.changePicture(*this, picture, wanted);
 }
 
 void EmberSprite::setImage(const QImage &image)
@@ -186,6 +191,14 @@ Kiln::Palette *EmberSprite::palette() const
 bool EmberSprite::sharesPalette() const
 {
     return m_palette && m_palette->useCount() > 1;
+}
+
+/// The palette as one that the list has; null for one of another file, and for one that was taken
+/// out.
+EmberPalette *EmberSprite::own(Kiln::Palette *palette) const
+{
+    const bool isOwn = palette && palette->palettes() == m_list.palettes() && palette->index() >= 0;
+    return isOwn ? static_cast<EmberPalette *>(palette) : nullptr;
 }
 
 EmberPictureData *EmberSprite::pictureData() const

@@ -63,6 +63,7 @@ public:
 private:
     friend class EmberSprites;
     EmberPictureData *pictureData() const;
+    EmberPalette *own(Kiln::Palette *palette) const;
 
     EmberSprites &m_list;
     QString m_identifier;
@@ -70,4 +71,5 @@ private:
     EmberPalette *m_palette = nullptr;
     mutable Kiln::Texture m_texture;
     mutable bool m_isRefused = false; // the card does not take the picture
+    mutable bool m_isBroken = false;  // the bytes cannot be decoded, or there are none
 };

@@ -227,8 +227,11 @@ int EmberSprites::indexOf(int from, const QVariant &identifier) const
 void EmberSprites::changePicture(EmberSprite &sprite, const QImage &image, EmberPalette *palette)
 {
     constexpr int largestSide = 0xFFFF;
-    if (image.width() > largestSide || image.height() > largestSide)
+    const qint64 bytes = qint64(image.width()) * image.height() * image.depth() / 8;
+    if (image.width() > largestSide || image.height() > largestSide ||
+        bytes > EmberGleam::largestPicture) {
         return;
+    }
     beginChange();
     if (image.format() != QImage::Format_Indexed8) {
         palette = nullptr;
@@ -287,8 +290,9 @@ QImage EmberSprites::decoded(const EmberSprite &sprite) const
     const EmberPalette *palette = sprite.m_palette;
     Copies::Copy *copy = Copies::find(m_copies->images, m_copies->imagePlaces, &sprite);
     if (!copy) {
-        const QImage image = sprite.pictureData()->picture();
-        if (image.isNull())
+        const QImage image = sprite.m_isBroken ? QImage() : sprite.pictureData()->picture();
+        sprite.m_isBroken = image.isNull();
+        if (sprite.m_isBroken)
             return image;
         m_copies->images.push_front({&sprite, image.sizeInBytes(), image, nullptr, 0});
         m_copies->imagePlaces.insert(&sprite, m_copies->images.begin());
@@ -335,6 +339,7 @@ void EmberSprites::forgetCopies(const EmberSprite *sprite) const
     forget(m_copies->textures, m_copies->texturePlaces, m_copies->textureBytes);
     sprite->m_texture.reset();
     sprite->m_isRefused = false;
+    sprite->m_isBroken = false;
 }
 
 bool EmberSprites::fromFile(Kiln::Archive &archive, const QString &name, bool asCopy)

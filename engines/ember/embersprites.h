@@ -44,7 +44,8 @@ public:
 
     // What sprites and palettes ask of their file.
     /// Shows `image`, which is in one of our formats, in `palette`; without one, in the image's own
-    /// colours, for which the file gets a palette unless it has an equal one.
+    /// colours, for which the file gets a palette unless it has an equal one. An image that is
+    /// larger than a file can tell changes nothing.
     void changePicture(EmberSprite &sprite, const QImage &image, EmberPalette *palette);
     void changePalette(EmberSprite &sprite, EmberPalette *palette);
     /// Coordinates are cut to the 16 bits of the file.

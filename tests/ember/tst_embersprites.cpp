@@ -487,8 +487,31 @@ private slots:
         QCOMPARE(two->imageInfo().format, QImage::Format_RGB32);
         two->setImage(QImage());
         QVERIFY(two->isEmpty() && two->image().isNull());
-        two->setImage(QImage(70000, 1, QImage::Format_Indexed8)); // too wide for the file
+        // Too wide for the file, and too many bytes.
+        for (const QSize &size : {QSize(70000, 1), QSize(65535, 65535)})
+            two->setImage(QImage(size, QImage::Format_Indexed8));
         QVERIFY(two->isEmpty());
+        // A palette of another file stands for its colours.
+        const SpritesPointer others(new EmberSprites);
+        const Colors strange(256, 0xFF123456);
+        Palette *foreign = others->palettes()->add(entries(strange).constData(), "far", false);
+        for (int mode : {Sprite::ForcePalette, Sprite::ExchangePalette}) {
+            two->setImage(picture(2, 2, 1, first), false, mode, foreign);
+            QCOMPARE(two->palette(), sprites->palettes()->at(2));
+            QCOMPARE(two->image().colorTable(), strange);
+        }
+        one->setPalette(foreign);
+        QCOMPARE(one->palette(), sprites->palettes()->at(1));
+        QCOMPARE(one->palette()->colors()[0], (RGBA{0, 0, 0, 255})); // left out by the image
+        // A palette that comes to lie where another one was has its own colours.
+        for (QRgb color = 0xFF000001; color < 0xFF000008; ++color) {
+            one->setPalette(
+                sprites->palettes()->add(entries(Colors(256, color)).constData(), "new", false));
+            QCOMPARE(one->image().pixel(0, 0), color);
+            sprites->undo();
+            sprites->undo();
+            one->setProperty("Origin", QPoint(int(color & 255), 0));
+        }
     }
 
     void editsOfAPaletteAreOneStep()
@@ -699,7 +722,11 @@ private slots:
         QCOMPARE(sprites->itemCount(), 4u);
         QCOMPARE(sprites->palettes()->count(), 1u);
         QCOMPARE(sprites->palettes()->at(0)->colors()[0], RGBA());
-        QVERIFY(sprites->at(0)->image().isNull());
+        int decodings = 0;
+        connect(sprites->cache(), &StreamCache::readFilter, this, [&decodings] { ++decodings; });
+        for (int frame = 0; frame < 3; ++frame)
+            QVERIFY(sprites->at(0)->image().isNull());
+        QCOMPARE(decodings, 1); // a view asks for each frame
         QCOMPARE(sprites->at(1)->image().pixelIndex(3, 0), 9);
         QVERIFY(!sprites->at(1)->palette());
         QVERIFY(sprites->at(2)->image().isNull() && sprites->at(3)->image().isNull());
