@@ -139,10 +139,10 @@ void copyColors(const QImage &image, char *out)
     const int width = colors.width();
     const qint64 stride = qMin(image.bytesPerLine(), colors.bytesPerLine());
     for (int y = colors.height() - 1; y >= 0; --y) {
-        const auto *source = reinterpret_cast<const QRgb *>(colors.constBits() + y * stride);
+        const uchar *source = colors.constBits() + y * stride;
         auto *pixels = reinterpret_cast<quint32 *>(out);
-        for (int x = 0; x < width; ++x) {
-            const quint32 c = source[x];
+        for (int x = 0; x < width; ++x, source += sizeof(QRgb)) {
+            const auto c = qFromUnaligned<quint32>(source); // strides may be odd
             pixels[x] = qToLittleEndian((c & 0xFF00FF00U) | (c & 0xFFU) << 16 | (c >> 16 & 0xFFU));
         }
         out += qint64(width) * 4;

@@ -6,6 +6,7 @@
 #include <QtGui/QtGui>
 
 #include <memory>
+#include <numeric>
 
 using Kiln::RGBA;
 using Kiln::Texture;
@@ -155,6 +156,12 @@ private Q_SLOTS:
         // Rounded up, these would be 2 GB.
         Texture::dataFromImage(QImage(40000, 20000, QImage::Format_Indexed8), data);
         QVERIFY(data.data.isEmpty());
+        // Rows begin where the image's own stride says, which need not be even.
+        QByteArray bytes(9 * 5, '\0');
+        std::iota(bytes.begin(), bytes.end(), char(0));
+        const auto *pixels = reinterpret_cast<const uchar *>(bytes.constData());
+        Texture::dataFromImage(QImage(pixels, 3, 5, 9, QImage::Format_RGB888), data);
+        QCOMPARE(data.data.left(4), QByteArray("\x1b\x1c\x1d\xff"));
         Texture::dataFromImage(picture({3, 5}, QImage::Format_Indexed8), data);
         const RGBA palette[256] = {};
         const Texture none;
