@@ -181,7 +181,12 @@ void GraphicsWorkspace::setRenderer(GraphicsRendererBase *renderer)
     if (d->shown)
         d->face->setRenderer(nullptr);
     d->waiting.setRenderer(nullptr);
+    const QPointer<GraphicsWorkspace> alive(this);
     d->place()->setRenderer(renderer);
+    if (!alive)
+        return;
+    if (GraphicsRenderer *view = d->view())
+        view->setItemPosition(GraphicsRenderer::ItemCrossExtra, d->extraAxis);
     showActions();
     update();
 }
@@ -260,28 +265,36 @@ void GraphicsWorkspace::deactivate()
 
 void GraphicsWorkspace::reconfig()
 {
+    const QPointer<GraphicsWorkspace> alive(this);
     const bool native = d->host->option(QStringLiteral("native_painting"), QVariant()).toBool();
     if (native)
         d->openGLFailed = false;
     else if (!d->openGLFailed && !GLRenderWidget::isSupported())
         openGLFailed();
-    useWidget(!native && !d->openGLFailed);
-    readStyle();
+    if (alive)
+        useWidget(!native && !d->openGLFailed);
+    if (alive)
+        readStyle();
 }
 
-/// Makes the widget of the wanted kind and moves the renderer there.
+/// Makes the widget of the wanted kind and moves the renderer there. That ends a drag, before there
+/// is a new widget: what is told of it may destroy the workspace.
 void GraphicsWorkspace::useWidget(bool openGL)
 {
-    if (d->shown && openGL == isOnOpenGL())
+    if (!d->widget || (d->shown && openGL == isOnOpenGL()))
         return;
-    Renderer *moved = d->current();
-    d->waiting.setRenderer(moved);
+    const QPointer<GraphicsWorkspace> alive(this);
+    d->waiting.setRenderer(d->current());
     const QPointer<QWidget> old = d->shown;
     const bool hadFocus = old && old->hasFocus();
     if (old) {
         // This may come from one of its own events.
-        old->hide();
         old->deleteLater();
+        old->hide();
+        if (alive && d->waiting.renderer())
+            d->waiting.renderer()->sizeChanged(old->width(), old->height());
+        if (!alive)
+            return;
     }
     delete d->container->layout();
     if (openGL) {
@@ -300,7 +313,6 @@ void GraphicsWorkspace::useWidget(bool openGL)
         auto *native = new RenderWidget(d->container);
         d->face = native;
         d->shown = native;
-        native->setRenderer(moved);
     }
     d->shown->setObjectName(QStringLiteral("viewport"));
     d->shown->setAccessibleName(tr("Viewport"));
@@ -311,13 +323,20 @@ void GraphicsWorkspace::useWidget(bool openGL)
     layout->addWidget(d->shown);
     if (hadFocus)
         d->shown->setFocus(Qt::OtherFocusReason);
+    if (!alive)
+        return;
+    if (!openGL)
+        d->face->setRenderer(d->waiting.renderer());
     Q_EMIT paintingChanged();
 }
 
 void GraphicsWorkspace::openGLFailed()
 {
+    const QPointer<GraphicsWorkspace> alive(this);
     d->openGLFailed = true;
     useWidget(false);
+    if (!alive)
+        return;
     d->host->setStatusText(Interface::RendererField,
                            tr("OpenGL does not work here. Renderer: %1").arg(tr("Native painter")));
 }
@@ -350,9 +369,11 @@ void GraphicsWorkspace::readStyle()
         view->setZoomLevel(static_cast<unsigned char>(level));
     }
     // The gradient takes the height of the view again.
+    const QPointer<GraphicsWorkspace> alive(this);
     if (d->shown && d->face->renderer())
         d->face->renderer()->sizeChanged(d->shown->width(), d->shown->height());
-    update();
+    if (alive)
+        update();
 }
 
 void GraphicsWorkspace::retranslate()

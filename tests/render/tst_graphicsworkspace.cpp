@@ -116,7 +116,10 @@ private Q_SLOTS:
         m_workspace->setExtraAxis({7, 8});
         m_workspace->setExtraAxis({7, 8});
         QCOMPARE(moved.count(), 1);
-        QCOMPARE(view.itemPosition(GraphicsRenderer::ItemCrossExtra), QPoint(7, 8));
+        FakeView next;
+        m_workspace->setRenderer(&next);
+        for (const FakeView *shown : {&view, &next})
+            QCOMPARE(shown->itemPosition(GraphicsRenderer::ItemCrossExtra), QPoint(7, 8));
         const QSignalSpy clicked(m_workspace, &GraphicsWorkspace::statusBarClicked);
         m_workspace->statusClicked();
         QCOMPARE(clicked.count(), 1);
@@ -291,8 +294,16 @@ private Q_SLOTS:
         QVERIFY(!view.onOpenGL);
     }
 
+    void swapsInTheMiddleOfADrag_data()
+    {
+        columns<bool>("ends");
+        addRow("and goes on", false);
+        addRow("where the drag's end is the workspace's", true);
+    }
+
     void swapsInTheMiddleOfADrag()
     {
+        QFETCH(bool, ends);
         if (Contexts::none())
             return;
         FakeView view;
@@ -303,11 +314,19 @@ private Q_SLOTS:
         m_workspace->widget()->show();
         GraphicsRenderer::setOrigin({100, 100});
         view.setContactBoxes(ContactBoxCode::Attack, &attack);
-        QObject::connect(&view, &GraphicsRenderer::itemReleased,
-                         [&] { view.updateSelectedBoxes(); });
+        QObject::connect(&view, &GraphicsRenderer::itemReleased, [&] {
+            view.updateSelectedBoxes();
+            if (ends)
+                std::exchange(m_workspace, nullptr)->release();
+        });
         view.mousePressed({120, 120}, Qt::LeftButton, {});
         view.mouseMoved({125, 121}, {});
-        set("native_painting", false);
+        GraphicsWorkspace *swapping = m_workspace;
+        m_host->options["native_painting"] = false;
+        swapping->reconfig();
+        QCOMPARE(m_workspace == nullptr, ends);
+        if (ends)
+            return;
         QTRY_VERIFY(view.onOpenGL);
         // The drag has ended as if the button had been released.
         QCOMPARE(attack.rects().first(), QRect(5, 1, 30, 30));
@@ -390,6 +409,15 @@ private Q_SLOTS:
         m_workspace = nullptr;
         QVERIFY(!view->widget());
         view->mouseMoved({140, 130}, {});
+        // The host's window goes, and its widgets with it.
+        m_workspace = new GraphicsWorkspace(*m_host);
+        delete m_workspace->widget();
+        m_workspace->setRenderer(view.get());
+        QVERIFY(!m_workspace->timeLine());
+        m_workspace->reconfig();
+        QCOMPARE(m_workspace->renderer(), view.get());
+        m_workspace->release();
+        m_workspace = nullptr;
     }
 
 private:
