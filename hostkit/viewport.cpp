@@ -150,6 +150,8 @@ void Viewport::draw(const QRect &area,
                     const Kiln::Sprite *sprite,
                     OnionEffect effect)
 {
+    if (area.isEmpty())
+        return;
     const Kiln::Texture &image = sprite->texture();
     const bool isIndexed = image.type() == Kiln::Texture::TypeIndexed;
     const Kiln::Palette *palette = isIndexed ? sprite->palette() : nullptr;

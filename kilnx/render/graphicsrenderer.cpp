@@ -77,6 +77,8 @@ void GraphicsRenderer::spritesChanged()
     do {
         d->readDepth = ++turn;
         const int count = d->provider ? int(qMin(d->provider->count(), 1U << 16)) : 0;
+        if (!alive)
+            return;
         d->items.clear();
         d->items.resize(count);
         for (int i = 0; i < count && d->readDepth == turn; ++i) {
@@ -312,15 +314,19 @@ void GraphicsRendererPrivate::applyZoom()
     const auto move = [&](QPoint &point) {
         point = {axis(point.x(), fixed.x()), axis(point.y(), fixed.y())};
     };
+    const QPoint *dragged = pressed ? draggedPosition() : nullptr;
+    const auto moveOnScreen = [&](unsigned char mode, QPoint &point) {
+        if (place(mode) != GraphicsRenderer::PlaceOnScreen)
+            return;
+        move(point);
+        if (&point == dragged)
+            move(dragStart);
+    };
     move(style.origin);
-    for (Item &cross : crosses) {
-        if (place(cross.mode) == GraphicsRenderer::PlaceOnScreen)
-            move(cross.position);
-    }
-    for (SpriteItem &item : items) {
-        if (place(item.mode) == GraphicsRenderer::PlaceOnScreen)
-            move(item.position);
-    }
+    for (Item &cross : crosses)
+        moveOnScreen(cross.mode, cross.position);
+    for (SpriteItem &item : items)
+        moveOnScreen(item.mode, item.position);
     if (place(boxMode) != GraphicsRenderer::PlaceOnScreen)
         return;
     const double factor = double(zoom) / double(previousZoom);

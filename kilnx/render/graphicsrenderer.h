@@ -199,7 +199,7 @@ public:
     void mouseReleased(QPoint position,
                        Qt::MouseButton button,
                        Qt::KeyboardModifiers modifiers) override;
-    void mouseMoved(QPoint position, Qt::KeyboardModifiers modifiers) override;
+    void mouseMoved(QPoint mouse, Qt::KeyboardModifiers modifiers) override;
     /// One zoom step a notch, up to step 9.
     void mouseWheel(int delta) override;
     void sizeChanged(int width, int height) override;

@@ -21,6 +21,13 @@ bool isEmptySelection(const QRect &rect)
 /// How far a box's drawing and its handles reach beyond its rectangle, with any line width.
 constexpr int drawingReach = 24;
 
+/// The text may have any numbers, and then the lengths are beyond int.
+QRectF exact(const QRect &rect)
+{
+    return {double(rect.left()), double(rect.top()), double(rect.right()) - rect.left() + 1,
+            double(rect.bottom()) - rect.top() + 1};
+}
+
 /// The same pixels with positive lengths.
 QRect upright(const QRect &rect)
 {
@@ -39,8 +46,7 @@ QRect ContactBox::rect() const
 void ContactBox::setRect(const QRect &rect)
 {
     position = rect.topLeft();
-    // The text may have any numbers, and then the width is beyond int.
-    size = {double(rect.right()) - rect.left() + 1, double(rect.bottom()) - rect.top() + 1};
+    size = exact(rect).size();
 }
 
 // Places on the screen.
@@ -187,7 +193,7 @@ void GraphicsRendererPrivate::startResize()
         for (int i = 0; i < group.boxes.size(); ++i) {
             ContactBox &box = group.boxes[i];
             const bool inText = i < known && source->at(unsigned(i)) == box.code;
-            box.base = inText ? QRectF(box.code->rect()) : QRectF(box.position, box.size);
+            box.base = inText ? exact(box.code->rect()) : QRectF(box.position, box.size);
         }
     }
 }

@@ -162,22 +162,25 @@ void GraphicsRenderer::mousePressed(QPoint position,
     d->endStrayDrag();
     if (!alive)
         return;
+    const QPoint point = Pixels::bounded(position);
     if (button == Qt::LeftButton)
-        d->press(position, modifiers);
+        d->press(point, modifiers);
     else if (!d->pressed)
-        d->hit = d->hitTest(position).hit;
+        d->hit = d->hitTest(point).hit;
 }
 
 void GraphicsRendererPrivate::press(QPoint point, Qt::KeyboardModifiers modifiers)
 {
-    QWidget *widget = q->widget();
-    if (widget)
+    const QPointer<GraphicsRenderer> alive(q);
+    if (QWidget *widget = q->widget())
         widget->setFocus(Qt::MouseFocusReason);
+    if (!alive)
+        return;
     abandonDrag();
     pressed = true;
     moved = false;
     lastPosition = point;
-    pressWidget = widget;
+    pressWidget = q->widget();
     if (clickMode == GraphicsRenderer::ClickDrawContactBox) {
         startDrawing(point);
     } else if (modifiers & Qt::ControlModifier) {
@@ -249,12 +252,13 @@ void GraphicsRendererPrivate::capture(QPoint point)
     Q_EMIT q->colorCaptured(captureImage.constScanLine(y)[x]);
 }
 
-void GraphicsRenderer::mouseMoved(QPoint position, Qt::KeyboardModifiers modifiers)
+void GraphicsRenderer::mouseMoved(QPoint mouse, Qt::KeyboardModifiers modifiers)
 {
     const QPointer<GraphicsRenderer> alive(this);
     d->endStrayDrag();
     if (!alive)
         return;
+    const QPoint position = Pixels::bounded(mouse);
     const auto zoom = double(d->zoom);
     d->showCursor(d->pressed ? d->hit : d->hitTest(position).hit, modifiers);
     const QPoint origin = GraphicsStyle::instance().origin;

@@ -27,6 +27,10 @@ inline int bounded(double value)
 {
     return int(qBound(-double(limit), value, double(limit)));
 }
+inline QPoint bounded(QPoint point)
+{
+    return {bounded(double(point.x())), bounded(double(point.y()))};
+}
 inline int rounded(double value)
 {
     return bounded(value < 0 ? -double(qint64(-qMax(value, -double(limit)) + 0.5))

@@ -141,13 +141,16 @@ void GraphicsRenderer::renderContactBoxes(QPainter &painter,
     const qreal opacity = painter.opacity();
     for (const ContactBox &box : d->contactBoxes[type - 1].boxes) {
         const QRect area = d->boxArea(box, anchor);
-        if (area.isEmpty() || !area.intersects(view))
+        // A box that is thinner than a pixel shows as its edges.
+        if (!area.adjusted(-width, -width, width, width).intersects(view))
             continue;
         if (box.selected)
             painter.fillRect(area, QBrush(inside, hatch));
-        painter.setOpacity(qreal(style.boxOpacity) * 0.5);
-        painter.fillRect(area.adjusted(width, width, 0, 0), inside);
-        painter.setOpacity(opacity);
+        if (area.width() > width && area.height() > width) {
+            painter.setOpacity(qreal(style.boxOpacity) * 0.5);
+            painter.fillRect(area.adjusted(width, width, 0, 0), inside);
+            painter.setOpacity(opacity);
+        }
         painter.fillRect(QRect(area.x(), area.y(), width, area.height()), border);
         painter.fillRect(QRect(area.x(), area.y(), area.width(), width), border);
         painter.fillRect(QRect(area.right() + 1 - width, area.y(), width, area.height()), border);

@@ -218,7 +218,7 @@ void PlainScene::image(const QImage &source,
             blur = 255;
         return qBound(0, int(at), count - 1);
     };
-    const QRect seen = area & QRect(QPoint(), view);
+    const QRect seen = area.isEmpty() ? QRect() : area & QRect(QPoint(), view);
     for (int y = seen.y() * ratio; y < (seen.y() + seen.height()) * ratio; ++y) {
         for (int x = seen.x() * ratio; x < (seen.x() + seen.width()) * ratio; ++x) {
             int blur = 0;
@@ -326,8 +326,6 @@ void PlainScene::paintBoxes(int group)
             hatch(area, boxColors[group], group == 1 ? Qt::FDiagPattern : Qt::BDiagPattern);
         if (w > t && h > t)
             fill({x + t, y + t, w - t, h - t}, boxColors[group], boxOpacity / 2);
-        if (w <= 0 || h <= 0)
-            continue;
         fill({x, y, t, h}, boxColors[group]);
         fill({x, y, w, t}, boxColors[group]);
         fill({x + w - t, y, t, h}, boxColors[group]);

@@ -87,10 +87,10 @@ void Scene::randomize(QRandomGenerator &random, int row, int level)
     for (int i = below(5); i > 0; --i) {
         const int own = plain.sprites.size();
         const int mode = own && below(3) == 0 ? 15 : QVector<int>{13, 14, 12, 1}[below(4)];
-        const double scales[] = {1, 1, 2, 0.5};
+        const double scales[] = {1, 1, 2, 0.5, -1};
         plain.sprites.append({randomPicture(random, {1 + below(24), 1 + below(24)}, below(2)), mode,
                               (mode & 3) == 3 ? below(own) : below(3), point(reach),
-                              scales[below(4)], scales[below(4)], below(4),
+                              scales[below(5)], scales[below(5)], below(4),
                               below(2) ? 1.0 : below(100) / 100.0, below(6) ? 0 : 1});
     }
     plain.onion = below(2) ? randomPicture(random, {20, 15}, below(2)) : QImage();
@@ -410,7 +410,13 @@ private Q_SLOTS:
         view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes, 12);
         FakeBoxes boxes(ContactBoxCode::Attack, {QRect(20, -5, 6, 6)});
         view.setContactBoxes(ContactBoxCode::Attack, &boxes);
+        // A drag that Escape takes back after the zoom.
+        view.setVisibility(false, true, false, false, false, false, false);
+        view.mousePressed({20, -5}, Qt::LeftButton, {});
+        view.mouseMoved({30, -5}, {});
+        QCOMPARE(view.itemPosition(GraphicsRenderer::ItemCrossSecondary), QPoint(30, -5));
         view.addZoom();
+        view.keyPressed(Qt::Key_Escape, {});
         // An image pixel of -7/2 and of -25/2 is rounded away from zero.
         QCOMPARE(GraphicsRenderer::origin(), origin);
         QCOMPARE(view.itemPosition(GraphicsRenderer::ItemSprite, 0), QPoint(25, -19));
@@ -477,6 +483,18 @@ private Q_SLOTS:
         };
         view.setSprites(fickle);
         QVERIFY(!fickle && !view.spriteProvider());
+        // It deletes the view when it is asked how many there are.
+        struct Deleting : FakeProvider {
+            unsigned int count() override
+            {
+                view.reset();
+                return 3;
+            }
+            std::unique_ptr<FakeView> view = std::make_unique<FakeView>();
+        };
+        Deleting deleting;
+        deleting.view->setSprites(&deleting);
+        QVERIFY(!deleting.view);
     }
 
     void survivesCirclesAndExtremes()
@@ -520,6 +538,11 @@ private Q_SLOTS:
             }
             widget.grab();
         }
+        GraphicsRenderer::setOrigin({});
+        scene.view.mousePressed({INT_MAX, INT_MAX}, Qt::LeftButton, Qt::ControlModifier);
+        scene.view.mouseMoved({INT_MIN, INT_MIN}, {});
+        scene.view.mouseReleased({}, Qt::LeftButton, {});
+        QVERIFY(GraphicsRenderer::origin().x() < -65536);
         scene.view.sizeChanged(0, 0);
         widget.grab();
         scene.view.sizeChanged(29, 29);
