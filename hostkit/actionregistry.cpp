@@ -30,16 +30,13 @@ const QMap<QString, int> listKeys{
     {"pal_redo", Qt::ALT + Qt::SHIFT + Qt::Key_Z},
 };
 
-/// Keys of commands on a picture. They count where their container, or what is in it, has the focus.
+/// Keys of commands on a picture. They count where their container, or what is in it, has the
+/// focus.
 const QMap<QString, int> viewKeys{
-    {"spr_tool_canvasmove", Qt::Key_H},
-    {"spr_tool_selmove", Qt::Key_M},
-    {"spr_tool_rectsel", Qt::Key_R},
-    {"spr_tool_freesel", Qt::Key_L},
-    {"spr_tool_picker", Qt::Key_I},
-    {"spr_tool_pen", Qt::Key_P},
-    {"spr_tool_eraser", Qt::Key_E},
-    {"spr_tool_remap_pen", Qt::Key_X},
+    {"spr_tool_canvasmove", Qt::Key_H},  {"spr_tool_selmove", Qt::Key_M},
+    {"spr_tool_rectsel", Qt::Key_R},     {"spr_tool_freesel", Qt::Key_L},
+    {"spr_tool_picker", Qt::Key_I},      {"spr_tool_pen", Qt::Key_P},
+    {"spr_tool_eraser", Qt::Key_E},      {"spr_tool_remap_pen", Qt::Key_X},
     {"spr_tool_paintbucket", Qt::Key_G},
 };
 

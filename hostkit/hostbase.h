@@ -82,10 +82,10 @@ public:
     /// been loaded.
     void makeCodeEditors();
 
-    /// Makes the graphics workspace, the editor of sprites that stands in it and, beside the text of animations, the pane that shows their
-    /// frames. Call it after makeCodeEditors() and before a project is opened. OpenGL is used where
-    /// it works, the application has set Qt::AA_ShareOpenGLContexts and the user does not wish
-    /// otherwise.
+    /// Makes the graphics workspace, the editor of sprites that stands in it and, beside the text
+    /// of animations, the pane that shows their frames. Call it after makeCodeEditors() and before
+    /// a project is opened. OpenGL is used where it works, the application has set
+    /// Qt::AA_ShareOpenGLContexts and the user does not wish otherwise.
     void makeFramePane();
 
     /// Opens a project in place of the present one, after questions about changes, shows its first

@@ -37,8 +37,8 @@ class KILNX_EXPORT Interface : public Translator
 public:
     /// The texts of the host that the library shows.
     enum TextId {
-        XmlErrorTitle = 0, ///< of the box about a malformed engine configuration
-        XmlErrorText = 1,  ///< its text: the error, its line and its column as %1, %2, %3
+        XmlErrorTitle = 0,      ///< of the box about a malformed engine configuration
+        XmlErrorText = 1,       ///< its text: the error, its line and its column as %1, %2, %3
         FailureTitle = 2,       ///< of the boxes about single items that are no use
         ImportFailureText = 4,  ///< an item without data: its kind, row and project as %1, %2, %3
         PictureFailureText = 5, ///< a picture file that cannot be read: its name as %1

@@ -181,16 +181,25 @@ struct Bench {
     QWidget *view() const { return renderer().widget(); }
     QAction *action(const char *key) { return host.action(key); }
     void trigger(const char *key) { action(key)->trigger(); }
-    void
-    click(QPoint image, Qt::MouseButton button = Qt::LeftButton, Qt::KeyboardModifiers keys = {})
+    /// Not by the display's own mouse, whose moves come when they like.
+    void mouse(QEvent::Type type, QPoint image, Qt::MouseButton button = Qt::LeftButton)
     {
-        QTest::mouseClick(view(), button, keys, renderer().toScreen(image) + QPoint(4, 4));
+        const bool moves = type == QEvent::MouseMove;
+        const QPoint at = renderer().toScreen(image) + QPoint(4, 4);
+        QMouseEvent event(type, at, moves ? Qt::NoButton : button,
+                          type == QEvent::MouseButtonRelease ? Qt::NoButton : button, {});
+        QApplication::sendEvent(view(), &event);
+    }
+    void click(QPoint image, Qt::MouseButton button = Qt::LeftButton)
+    {
+        mouse(QEvent::MouseButtonPress, image, button);
+        mouse(QEvent::MouseButtonRelease, image, button);
     }
     void drag(QPoint from, QPoint to)
     {
-        QTest::mousePress(view(), Qt::LeftButton, {}, renderer().toScreen(from) + QPoint(4, 4));
-        QTest::mouseMove(view(), renderer().toScreen(to) + QPoint(4, 4));
-        QTest::mouseRelease(view(), Qt::LeftButton, {}, renderer().toScreen(to) + QPoint(4, 4));
+        mouse(QEvent::MouseButtonPress, from);
+        mouse(QEvent::MouseMove, to);
+        mouse(QEvent::MouseButtonRelease, to);
     }
     QImage sprite(unsigned int row = 0) const { return file->at(row)->image(); }
     QStringList names() const
@@ -392,7 +401,7 @@ void tst_SpriteEditor::drawsWithTheMouseAndSaves()
     QVERIFY(!bench.canvas().undoStack.isClean());
     QCOMPARE(bench.canvas().flatten(), wanted);
     QVERIFY(bench.sprite() != wanted);
-    QTest::mouseMove(bench.view(), bench.renderer().toScreen({5, 3}) + QPoint(4, 4));
+    bench.mouse(QEvent::MouseMove, {5, 3}, Qt::NoButton);
     const QRgb color = someColors()[40];
     QCOMPARE(bench.host.statusTexts.value(Interface::PositionField),
              QString("X: 5, Y: 3  Color 40: %1, %2, %3, 255")
@@ -1092,10 +1101,10 @@ void tst_SpriteEditor::survives_data()
                QCOMPARE(bench.canvas().layers.rowCount(), 1);
            }));
     addRow("a stroke that a deletion cuts off", Act([](Bench &bench) {
-               QTest::mousePress(bench.view(), Qt::LeftButton, {}, {20, 20});
+               bench.mouse(QEvent::MouseButtonPress, {2, 2});
                bench.trigger("spr_layer_delete");
-               QTest::mouseMove(bench.view(), {40, 40});
-               QTest::mouseRelease(bench.view(), Qt::LeftButton, {}, {40, 40});
+               bench.mouse(QEvent::MouseMove, {4, 4});
+               bench.mouse(QEvent::MouseButtonRelease, {4, 4});
            }));
     addRow("the current sprite is removed elsewhere", Act([](Bench &bench) {
                bench.insert("other", somePicture({3, 2}));
