@@ -29,9 +29,12 @@
 #include <kilnx/project/engine.h>
 #include <kilnx/project/projectfile.h>
 
+#include <QApplication>
+#include <QDir>
 #include <QDockWidget>
 #include <QMenu>
 #include <QStackedWidget>
+#include <QTreeView>
 #include <QVBoxLayout>
 
 namespace Studio

@@ -30,6 +30,7 @@
 #include <kilnx/render/graphicsworkspace.h>
 
 #include <QAction>
+#include <QApplication>
 #include <QCloseEvent>
 #include <QDir>
 #include <QDockWidget>

@@ -46,7 +46,9 @@ private slots:
         QVERIFY(none.text.isEmpty() && none.line == 0 && none.column == 0);
         QCOMPARE(messages.at(9, Message::All).type, Message::All);
         QCOMPARE(messages.index(1).data().toString(), QString("e"));
+        const QModelIndex last = messages.index(2);
         messages.clear();
+        QVERIFY(!messages.data(last, Qt::DisplayRole).isValid());
         QCOMPARE(messages.rowCount(), 0);
         QCOMPARE(messages.count(Message::Error), 0u);
     }

@@ -77,6 +77,13 @@ private slots:
         QTRY_VERIFY(cell(2) != dark);
         QTest::keyClick(m_editor.get(), Qt::Key_Right);
         QTRY_COMPARE(cell(2), dark);
+        // The line beside the blocks around the cursor has a tick where one ends.
+        CodeEditor::SyntaxFormatting formatting = m_editor->syntaxFormatting();
+        formatting.highlightBlocks = true;
+        m_editor->setSyntaxFormatting(formatting);
+        setCursor(3, 0);
+        QTRY_VERIFY(cell(4) != cell(3));
+        QCOMPARE(cell(3), cell(1));
 
         QTest::mouseClick(margin, Qt::LeftButton, Qt::NoModifier, marker(2));
         QCOMPARE(shown(), QString("xxx..xxxxx"));

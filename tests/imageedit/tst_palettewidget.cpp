@@ -247,6 +247,34 @@ private Q_SLOTS:
         QCOMPARE(colorsOf(widget), before);
     }
 
+    // The grid shows what the program does, without a move of the mouse.
+    void changesArePainted()
+    {
+        PaletteWidget widget;
+        widget.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&widget));
+        fillWith(widget, 4);
+        const auto shows = [&widget](auto change) {
+            QCoreApplication::processEvents();
+            struct Paints : QObject {
+                bool eventFilter(QObject *, QEvent *event) override
+                {
+                    return count += event->type() == QEvent::Paint, false;
+                }
+                int count = 0;
+            } paints;
+            widget.installEventFilter(&paints);
+            change();
+            QTRY_VERIFY(paints.count > 0);
+        };
+        shows([&] { widget.select(7); });
+        shows([&] { widget.clearSelection(); });
+        shows([&] { fillWith(widget, 5); });
+        shows([&] { widget.undo(); });
+        shows([&] { widget.setColorCount(32); });
+        shows([&] { widget.reset(); });
+    }
+
     void followsThePlainUser_data()
     {
         columns<quint32>("seed");
