@@ -426,6 +426,21 @@ private Q_SLOTS:
         GraphicsRenderer::setZoomMode(GraphicsRenderer::ZoomOrigin);
     }
 
+    // A guide is held by its line and one pixel on each side.
+    void holdsGuides()
+    {
+        GraphicsRenderer::setZoomTable(0);
+        for (int x = 57; x < 64; ++x) {
+            FakeView view;
+            GraphicsRenderer::setOrigin({50, 50});
+            view.setVisibility(false, false, false, false, false, false, true);
+            view.setGuideLines({10, 900});
+            view.mousePressed({x, 200}, Qt::LeftButton, {});
+            view.mouseMoved({x + 5, 200}, {});
+            QCOMPARE(view.guideLines(), QPoint(x >= 59 && x <= 61 ? 15 : 10, 900));
+        }
+    }
+
     void readsProviders()
     {
         FakeView view;
