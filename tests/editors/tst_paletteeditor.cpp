@@ -778,7 +778,8 @@ void tst_paletteeditor::boxesAreOutlived()
     m_editor->widget()->select(3);
     decltype(contents()) left;
     const std::unique_ptr<EmberSprites, Release> other(new EmberSprites(StreamCache::Memory));
-    other->palettes()->add(randomTable(m_random).data(), "other", false);
+    const Table elsewhere = randomTable(m_random);
+    other->palettes()->add(elsewhere.data(), "other", false);
     for (const QString &step : steps) {
         std::function<void()> before;
         if (&step == &steps.last())
@@ -806,7 +807,8 @@ void tst_paletteeditor::boxesAreOutlived()
     const bool goesOn = event == "REMOVE" && (key == "pal_add" || key == "pal_clear");
     if (!goesOn)
         QCOMPARE(contents(), left);
-    QVERIFY(other->palettes()->count() == 1 && other->palettes()->at(0)->stamp() == 1);
+    QCOMPARE(other->palettes()->count(), 1U);
+    QCOMPARE(tableOf(other->palettes()->at(0)->colors()), elsewhere);
     if (event == "REMOVE")
         checkShown();
 }
