@@ -5,6 +5,7 @@
 
 #include <QtCore/QtMath>
 #include <QtGui/QOpenGLContext>
+#include <QtGui/QOpenGLExtraFunctions>
 #include <QtGui/QOpenGLFunctions>
 #include <QtGui/QOpenGLShaderProgram>
 

@@ -138,9 +138,8 @@ void GraphicsRendererPrivate::showCursor(int code, Qt::KeyboardModifiers modifie
     Qt::CursorShape shape = shapes[code];
     if (modifiers == Qt::ControlModifier)
         shape = Qt::OpenHandCursor;
-    else if (code == HitSprite && clickMode == GraphicsRenderer::ClickCapture)
-        shape = Qt::CrossCursor;
-    else if (code == HitNone && clickMode == GraphicsRenderer::ClickDrawContactBox)
+    else if ((code == HitSprite && clickMode == GraphicsRenderer::ClickCapture) ||
+             (code == HitNone && clickMode == GraphicsRenderer::ClickDrawContactBox))
         shape = Qt::CrossCursor;
     else if (code == HitNone && pressed)
         shape = Qt::ClosedHandCursor;

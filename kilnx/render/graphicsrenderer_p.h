@@ -11,6 +11,7 @@
 #include <QtGui/QPixmap>
 #include <QtWidgets/QWidget>
 
+#include <cmath>
 #include <memory>
 
 namespace Kiln
@@ -33,8 +34,7 @@ inline QPoint bounded(QPoint point)
 }
 inline int rounded(double value)
 {
-    return bounded(value < 0 ? -double(qint64(-qMax(value, -double(limit)) + 0.5))
-                             : double(qint64(qMin(value, double(limit)) + 0.5)));
+    return bounded(std::round(value));
 }
 inline QPoint rounded(const QPointF &point)
 {
