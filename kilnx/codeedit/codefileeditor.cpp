@@ -142,6 +142,8 @@ void CodeFileEditor::deactivate()
     disconnect(m_cursorChanged);
     disconnect(m_modified);
     active = false;
+    for (int field : {Interface::PlaceField, Interface::ErrorField})
+        interface->setStatusText(field, QString());
     interface->setEditorWidget(nullptr);
 }
 

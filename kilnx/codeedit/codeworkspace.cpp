@@ -256,6 +256,7 @@ void CodeWorkspace::activate()
     d->toolBar->setVisible(shown);
     enableBarAction(true);
     d->snippets->setEnabled(true);
+    updateStatus();
 }
 
 void CodeWorkspace::deactivate()
@@ -263,6 +264,7 @@ void CodeWorkspace::deactivate()
     d->toolBar->hide();
     enableBarAction(false);
     d->snippets->setEnabled(false);
+    d->host->setStatusText(Interface::EncodingField, QString());
 }
 
 void CodeWorkspace::showTextBar(bool shown)

@@ -524,6 +524,14 @@ private slots:
         select(4, 4);
         QCOMPARE(m_host->statusTexts.value(0), QString("Line: 2, Column: 3, Line count: 3"));
         QCOMPARE(m_host->statusTexts.value(1), QString("Syntax error count: 1"));
+        // They say nothing while another editor is shown.
+        m_editor->deactivate();
+        m_workspace->deactivate();
+        QCOMPARE(QStringList(m_host->statusTexts.values()).join(""), QString());
+        m_workspace->activate();
+        m_editor->activate();
+        QCOMPARE(m_host->statusTexts.value(0), QString("Line: 2, Column: 3, Line count: 3"));
+        QCOMPARE(m_host->statusTexts.value(2), QString("Encoding: UTF-8"));
         QTest::keyClicks(view(), "d");
         QVERIFY(modified.size() > 0);
         QVERIFY(m_editor->isModified());
