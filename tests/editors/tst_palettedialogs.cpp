@@ -167,6 +167,7 @@ private Q_SLOTS:
                 ? std::make_unique<SprImport>(m_host->mainWindow(), "Add", files, m_list.get(), 1)
                 : std::make_unique<SprImport>(m_host->mainWindow(), "Add", files);
         QCOMPARE(dialog->findChild<QGroupBox *>() != nullptr, pictures);
+        QCOMPARE(dialog->windowTitle(), QString("Add"));
         script(steps);
         dialog->exec();
         QStringList told;
