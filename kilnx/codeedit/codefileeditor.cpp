@@ -164,7 +164,6 @@ void CodeFileEditor::showPlace()
 
 void CodeFileEditor::setCurrentFile(ProjectFile *file)
 {
-    disconnect(m_modified);
     disconnect(m_ended);
     const CodeDocument *old = document();
     const CodeDocument *shown = workspace->editor()->codeDocument();
