@@ -1,0 +1,491 @@
+#include "spritetest.h"
+
+#include <ember/emberengine.h>
+#include <ember/emberparentproject.h>
+#include <ember/emberproject.h>
+#include <kilnx/project/archive.h>
+#include <tests/support/files.h>
+#include <tests/support/fulldisk.h>
+
+using namespace SpriteTest;
+
+namespace
+{
+
+/// A PNG file taken apart without the library: an indexed one of 8 bits, whose rows use any filter.
+struct PlainPng {
+    explicit PlainPng(const QByteArray &file)
+    {
+        QByteArray packed;
+        for (int at = 8; at + 12 <= file.size();) {
+            const int length = qFromBigEndian<int>(file.constData() + at);
+            const QByteArray kind = file.mid(at + 4, 4);
+            const QByteArray data = file.mid(at + 8, length);
+            if (kind == "IHDR")
+                size = {qFromBigEndian<int>(data.constData()),
+                        qFromBigEndian<int>(data.constData() + 4)};
+            else if (kind == "PLTE")
+                colors = data;
+            else if (kind == "tRNS")
+                alpha = data;
+            else if (kind == "IDAT")
+                packed += data;
+            at += 12 + length;
+        }
+        const quint32 length = qToBigEndian(quint32((size.width() + 1) * size.height()));
+        const QByteArray raw =
+            qUncompress(QByteArray(reinterpret_cast<const char *>(&length), 4) + packed);
+        unfilter(raw);
+    }
+    void unfilter(const QByteArray &raw)
+    {
+        const int width = size.width();
+        QByteArray above(width, '\0');
+        for (int at = 0; at + width < raw.size(); at += width + 1) {
+            QByteArray row = raw.mid(at + 1, width);
+            for (int x = 0; x < width; ++x) {
+                const int left = x > 0 ? uchar(row[x - 1]) : 0;
+                const int up = uchar(above[x]);
+                const int corner = x > 0 ? uchar(above[x - 1]) : 0;
+                const int guess = left + up - corner;
+                const int a = qAbs(guess - left), b = qAbs(guess - up), c = qAbs(guess - corner);
+                const int paeth = a <= b && a <= c ? left : b <= c ? up : corner;
+                const int parts[] = {0, left, up, (left + up) / 2, paeth};
+                row[x] = char(uchar(row[x]) + parts[int(raw[at])]);
+            }
+            indexes += row;
+            above = row;
+        }
+    }
+
+    QSize size;
+    QByteArray colors, alpha, indexes;
+};
+
+QString convertProgram()
+{
+    for (const char *name : {"convert-im6.q16", "convert-im7.q16"}) {
+        const QString path = QStandardPaths::findExecutable(name, {QString("/usr/bin")});
+        if (!path.isEmpty())
+            return path;
+    }
+    return QString();
+}
+
+} // namespace
+
+class tst_SpriteFiles : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void keepsIndexesAndPaletteOfAnotherTool()
+    {
+        const QString convert = convertProgram();
+        QVERIFY2(!convert.isEmpty(), "needs the package imagemagick");
+        Bench bench;
+        const QString in = bench.path("in.png");
+        const QString recipe = "-size 24x16 plasma:red-blue -alpha set -region 6x5+3+2 -channel A "
+                               "-evaluate set 0 +channel +region -colors 60 PNG8:";
+        QCOMPARE(QProcess::execute(convert, (recipe + in).split(' ')), 0);
+        const PlainPng before(readFile(in));
+        QCOMPARE(before.indexes.size(), 24 * 16);
+        bench.editor->setCurrentFile(bench.file.get());
+        bench.host.dialogs().expectFiles({in});
+        bench.expectAccept();
+        bench.trigger("spr_add");
+        QCOMPARE(bench.names(), QStringList("in"));
+
+        bench.magnify();
+        bench.trigger("spr_tool_pen");
+        bench.setColor(9);
+        bench.click({20, 12});
+        QByteArray indexes = before.indexes;
+        indexes[12 * 24 + 20] = 9;
+        bench.trigger("spr_saveimg");
+        const QString saved = bench.path("saved.gleam");
+        bench.file->toFile(FileSystemArchive::instance(), saved, false);
+        const SpritesPointer again = Bench::make();
+        QVERIFY(again->fromFile(FileSystemArchive::instance(), saved, false));
+        bench.editor->setCurrentFile(again.get());
+        const QString out = bench.path("out.png");
+        bench.expectAccept();
+        bench.host.dialogs().expectFiles({out});
+        bench.trigger("spr_saveimgas");
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+
+        const PlainPng after(readFile(out));
+        QCOMPARE(after.indexes, indexes);
+        QCOMPARE(after.colors.left(before.colors.size()), before.colors);
+        const auto alphaAt = [](const PlainPng &png, int index) {
+            return index < png.alpha.size() ? uchar(png.alpha[index]) : uchar(255);
+        };
+        bool anyClear = false;
+        for (int i = 0; i < before.colors.size() / 3; ++i) {
+            QCOMPARE(alphaAt(after, i), alphaAt(before, i));
+            anyClear |= alphaAt(before, i) == 0;
+        }
+        QVERIFY(anyClear);
+        bench.editor->setCurrentFile(nullptr);
+    }
+
+    void asksAtEveryWayOut_data()
+    {
+        const auto add = columns<Act, bool>("way", "yes");
+        const QPair<QByteArray, Act> ways[] = {
+            {"next sprite", [](Bench &bench) { bench.trigger("spr_next"); }},
+            {"slider",
+             [](Bench &bench) {
+                 static_cast<QSlider *>(bench.host.control("spr_sel"))->setValue(1);
+             }},
+            {"another file",
+             [](Bench &bench) {
+                 const SpritesPointer other = Bench::make();
+                 bench.editor->setCurrentFile(other.get());
+                 bench.editor->setCurrentFile(nullptr);
+             }},
+            {"close",
+             [](Bench &bench) {
+                 if (bench.editor->canDiscard(bench.file.get()))
+                     bench.editor->setCurrentFile(nullptr);
+             }},
+            {"engine switch", [](Bench &bench) { bench.editor->engineSwitched(false); }},
+            {"reload",
+             [](Bench &bench) {
+                 bench.file->fromFile(FileSystemArchive::instance(), bench.path("kept.gleam"),
+                                      false);
+                 QCoreApplication::processEvents();
+             }},
+        };
+        for (const auto &[name, way] : ways) {
+            add(name + ", yes", way, true);
+            add(name + ", no", way, false);
+        }
+    }
+
+    void asksAtEveryWayOut()
+    {
+        const auto [way, yes] = row<Act, bool>();
+        Bench bench;
+        bench.show({somePicture({8, 8}, 1), somePicture({8, 8}, 2)});
+        bench.file->toFile(FileSystemArchive::instance(), bench.path("kept.gleam"), false);
+        bench.setColor(77);
+        bench.trigger("spr_tool_pen");
+        bench.click({4, 4});
+        QImage drawn = somePicture({8, 8}, 1);
+        drawn.setPixel(4, 4, 77);
+        bench.host.dialogs().expectBox(yes ? QMessageBox::Yes : QMessageBox::No);
+        way(bench);
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+        QCOMPARE(bench.host.dialogs().seen().size(), 1);
+        QCOMPARE(bench.host.dialogs().seen()[0].title, QString("Discard changes?"));
+        QCOMPARE(bench.host.dialogs().seen()[0].text,
+                 QString("Do you want to discard the changes made in the current sprite?"));
+        QCOMPARE(bench.host.dialogs().seen()[0].defaultButton, QMessageBox::No);
+        const bool onCanvas = bench.editor->currentSprite() == bench.file->at(0) &&
+                              bytesOf(bench.canvas().flatten()) == bytesOf(drawn);
+        const bool inSprite = bytesOf(bench.sprite()) == bytesOf(drawn);
+        // The canvas or the sprite has the drawing in the end, unless it may be discarded.
+        QCOMPARE(onCanvas || inSprite, !yes);
+        QVERIFY(!yes || !bench.editor->isModified());
+    }
+
+    void asksForThePalette_data()
+    {
+        columns<int, int, bool>("colors", "mode", "asked");
+        addRow("all 256 equal", 256, 0, false);
+        addRow("a shorter table", 255, 1, true);
+        addRow("two entries", -2, 2, true);
+        addRow("same indexes", -256, 3, true);
+        addRow("cancelled", -256, 0, true);
+    }
+
+    void asksForThePalette()
+    {
+        const auto [colors, mode, asked] = row<int, int, bool>();
+        Bench bench;
+        bench.show({somePicture({6, 6})});
+        const QByteArray path = bench.path("new.png").toUtf8();
+        QImage picture = somePicture({9, 5}, 8, qAbs(colors));
+        if (colors < 0)
+            picture.setColorTable(someColors(99).mid(0, -colors)); // as many, others
+        QVERIFY(picture.save(path));
+        bench.host.dialogs().expectFiles({path});
+        bench.host.dialogs().expectBox(QMessageBox::No);
+        if (asked && mode > 0)
+            bench.expectFields({{"palette_modes", mode - 1}});
+        else if (asked)
+            bench.host.dialogs().expectDialog([](QDialog *dialog) { dialog->reject(); });
+        Palette *before = bench.file->at(0)->palette();
+        bench.trigger("spr_openimg");
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+        QCOMPARE(bench.sprite().size(), picture.size());
+        const bool keepsPalette = !asked || mode > 1;
+        QCOMPARE(bench.file->at(0)->palette() == before, keepsPalette);
+        QCOMPARE(bytesOf(bench.sprite()) == bytesOf(picture), mode != 2);
+        QCOMPARE(bytesOf(bench.canvas().flatten()), bytesOf(bench.sprite()));
+        QCOMPARE(bench.host.dialogs().seen()[1].title, QString("Crop image"));
+        QCOMPARE(bench.host.options.value("spr_path").toString(), bench.directory.path());
+    }
+
+    void addsFiles_data()
+    {
+        const auto add = columns<int, QList<int>, int>("count", "bad", "mode");
+        add("one", 1, {}, 1);
+        add("three, one bad", 3, {1}, 1);
+        add("two bad ones, forced palette", 5, {0, 4}, 2);
+        add("all bad", 2, {0, 1}, 1);
+        add("many", 120, {17}, 1);
+    }
+
+    void addsFiles()
+    {
+        const auto [count, bad, mode] = row<int, QList<int>, int>();
+        Bench bench;
+        bench.show({somePicture({4, 4}), somePicture({4, 4}, 5)});
+        QStringList files, names{"sprite 0"};
+        for (int i = 0; i < count; ++i) {
+            files << bench.path(QString("p%1.png").arg(i, 3, 10, QChar('0')));
+            const bool isBad = bad.contains(i);
+            if (isBad)
+                writeFile(files[i], "no picture");
+            else
+                QVERIFY(somePicture({3 + i % 4, 4}, unsigned(i + 20)).save(files[i]));
+            if (!isBad)
+                names << QFileInfo(files[i]).baseName();
+        }
+        names << "sprite 1";
+        bench.host.dialogs().expectFiles(files);
+        bench.expectFields({{"palette_modes", mode - 1}});
+        for (int i = 0; i < bad.size(); ++i)
+            bench.host.dialogs().expectBox(QMessageBox::Ok);
+        bench.trigger("spr_add");
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+        QCOMPARE(bench.names(), names);
+        for (int i = 1; i + 1 < names.size() && mode == 1; ++i) {
+            const QImage original(bench.path(names[i] + ".png"));
+            QCOMPARE(bytesOf(bench.sprite(unsigned(i))), bytesOf(original));
+        }
+        QCOMPARE(bench.editor->currentSprite(), bench.file->at(unsigned(names.size() - 2)));
+        QCOMPARE(bench.host.progresses.value(0)->finished, 1);
+        bench.editor->undo();
+        QCOMPARE(bench.names(), count == bad.size() ? QStringList("sprite 0")
+                                                    : QStringList({"sprite 0", "sprite 1"}));
+    }
+
+    void stopsReading_data()
+    {
+        const auto add = columns<Act>("during");
+        add("the user cancels", [](Bench &) {});
+        add("the file is closed", [](Bench &bench) {
+            bench.editor->setCurrentFile(nullptr);
+            bench.file.reset();
+        });
+        add("the editor is destroyed", [](Bench &bench) {
+            bench.editor->setCurrentFile(nullptr);
+            bench.host.activeEditor = nullptr;
+            bench.editor.reset();
+        });
+    }
+
+    void stopsReading()
+    {
+        const auto [during] = row<Act>();
+        Bench bench;
+        bench.show({somePicture({4, 4})});
+        QStringList files;
+        for (int i = 0; i < 40; ++i) {
+            files << bench.path(QString("%1.png").arg(i));
+            QVERIFY(somePicture({200, 200}, unsigned(i)).save(files[i]));
+        }
+        bench.host.dialogs().expectFiles(files);
+        bench.expectAccept();
+        bench.host.cancelAt = QString(QTest::currentDataTag()) == "the user cancels" ? 1 : 0;
+        bench.host.duringProgress = [&bench, during = during] { during(bench); };
+        bench.trigger("spr_add");
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+        QCOMPARE(bench.host.progresses.last()->finished, 1);
+        if (bench.file)
+            QCOMPARE(bench.names(), QStringList("sprite 0"));
+    }
+
+    void exportsPictures()
+    {
+        Bench bench;
+        bench.show({somePicture({7, 5}, 1), somePicture({6, 5}, 2), somePicture({5, 5}, 3)});
+        bench.file->at(2)->setProperty("Identifier", "a/b");
+        bench.trigger("spr_tool_pen");
+        bench.setColor(33);
+        bench.click({1, 1}); // what is drawn is exported, too
+        const auto expectAll = [&bench] {
+            bench.host.dialogs().expectDialog([](QDialog *dialog) {
+                dialog->findChild<QListView *>("items")->selectAll();
+                dialog->accept();
+            });
+            bench.host.dialogs().expectFiles({bench.path("set.png")});
+        };
+        expectAll();
+        bench.trigger("spr_saveimgas");
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+        QCOMPARE(PlainPng(readFile(bench.path("set_sprite 1.png"))).indexes,
+                 bytesOf(bench.sprite(1)));
+        QCOMPARE(PlainPng(readFile(bench.path("set_sprite 0.png"))).indexes,
+                 bytesOf(bench.canvas().flatten()));
+        QCOMPARE(PlainPng(readFile(bench.path("set_a_b.png"))).indexes, bytesOf(bench.sprite(2)));
+
+        // A full disk: a message with all names, and the old files as they were.
+        const QByteArray before = readFile(bench.path("set_sprite 1.png"));
+        expectAll();
+        bench.host.dialogs().expectBox(QMessageBox::Yes); // they exist
+        bench.host.dialogs().expectDialog([](QDialog *dialog) {
+            const QString text = qobject_cast<QMessageBox *>(dialog)->text();
+            QVERIFY(text.contains("set_sprite 0.png") && text.contains("set_a_b.png"));
+            dialog->accept();
+        });
+        {
+            const FullDisk full(64);
+            bench.trigger("spr_saveimgas");
+        }
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+        QCOMPARE(readFile(bench.path("set_sprite 1.png")), before);
+    }
+
+    void copiesAndPastes_data()
+    {
+        const auto add = columns<Act, QSize, int, bool>("clip", "size", "layers", "sameIndexes");
+        const auto set = [](const QImage &image) {
+            return [image](Bench &) { QApplication::clipboard()->setImage(image); };
+        };
+        const Act copy = [](Bench &bench) { bench.editor->copy(); };
+        const Act text = [](Bench &) { QApplication::clipboard()->setText("no picture"); };
+        add("the layer itself", copy, {8, 6}, 2, true);
+        add("larger, same colours", set(somePicture({12, 3}, 9)), {12, 6}, 2, true);
+        add("smaller, two colours", set(somePicture({2, 2}, 9, 2)), {8, 6}, 2, true);
+        QImage other = somePicture({8, 6}, 9);
+        other.setColorTable(someColors(55));
+        add("other colours", set(other), {8, 6}, 2, false);
+        add("true colour", set(somePicture({8, 6}, 9).convertToFormat(QImage::Format_ARGB32)),
+            {8, 6}, 2, false);
+        add("one pixel", set(somePicture({1, 1}, 9)), {8, 6}, 2, true);
+        add("text", text, {8, 6}, 1, false);
+        add("a null picture", set(QImage()), {8, 6}, 1, false);
+    }
+
+    void copiesAndPastes()
+    {
+        const auto [clip, size, layers, sameIndexes] = row<Act, QSize, int, bool>();
+        Bench bench;
+        bench.show({somePicture({8, 6}, 1)});
+        const QImage before = bench.sprite();
+        clip(bench);
+        const QImage clipped = QApplication::clipboard()->image();
+        bench.editor->paste();
+        QCOMPARE(bench.canvas().size, size);
+        QCOMPARE(bench.canvas().layers.rowCount(), layers);
+        if (layers == 2) {
+            const auto *top = dynamic_cast<RasterLayer *>(bench.canvas().layers.at(0));
+            QCOMPARE(top->name, QString("Layer 2"));
+            QImage pasted = top->image.copy(QRect(QPoint(), clipped.size()));
+            if (sameIndexes) {
+                QCOMPARE(bytesOf(pasted), bytesOf(clipped));
+            } else { // each pixel has the nearest colour
+                const QVector<QRgb> table = someColors();
+                const QRgb wanted = clipped.pixel(3, 2);
+                const auto distance = [wanted](QRgb color) {
+                    const int r = qRed(color) - qRed(wanted), g = qGreen(color) - qGreen(wanted);
+                    const int b = qBlue(color) - qBlue(wanted), a = qAlpha(color) - qAlpha(wanted);
+                    return (r * r + g * g + b * b) * qAlpha(wanted) / 255 + a * a;
+                };
+                int nearest = 0;
+                for (int i = 1; i < 256; ++i)
+                    nearest = distance(table[i]) < distance(table[nearest]) ? i : nearest;
+                QCOMPARE(int(pasted.constScanLine(2)[3]), nearest);
+            }
+            QCOMPARE(bench.canvas().undoStack.index(), 1);
+            bench.editor->undo();
+        }
+        QCOMPARE(bench.canvas().flatten(), before);
+    }
+
+    void importsFromAProject_data()
+    {
+        columns<int, int, int, int>("policy", "answer", "added", "mode");
+        addRow("ask, yes", 0, int(QMessageBox::Yes), 1, 0);
+        addRow("ask, no", 0, int(QMessageBox::No), 2, 0);
+        addRow("replace", 1, 0, 1, 0);
+        addRow("replace, in another palette", 1, 0, 1, 2);
+        addRow("skip", 2, 0, 1, 0);
+        addRow("add anyway", 3, 0, 2, 0);
+        addRow("from no project", -1, 0, 0, 0);
+    }
+
+    void importsFromAProject()
+    {
+        const auto [policy, answer, added, mode] = row<int, int, int, int>();
+        Bench bench;
+        bench.host.currentEngine = &EmberEngine::instance();
+        copyFolder(KILN_SOURCE_DIR "/examples/hero/", bench.path("hero/"));
+        auto *parent = EmberParentProject::open(bench.path("hero/"), FileSystemArchive::instance());
+        QVERIFY(parent);
+        QMap<QString, EmberSprites *> files;
+        for (Project *project : parent->openedProjects()) {
+            auto *list = dynamic_cast<EmberSprites *>(project->file(Project::FileID::Sprites));
+            files.insert(QFileInfo(project->fileName()).baseName(), list);
+        }
+        EmberSprites *source = files["wren"];
+        EmberSprites *target = files["moss"];
+        bench.host.projects = parent->openedProjects();
+        if (policy < 0)
+            bench.host.projects = {target->project()};
+        target->at(0)->setProperty("Identifier", source->at(0)->identifier());
+        const QImage old = target->at(0)->image();
+        const unsigned int before = target->itemCount();
+        bench.editor->setCurrentFile(target);
+        if (policy < 0)
+            bench.host.dialogs().expectBox(QMessageBox::Ok);
+        bench.host.dialogs().expectDialog([&, policy = policy, mode = mode](QDialog *dialog) {
+            auto *projects = dialog->findChild<QComboBox *>("projects");
+            QVERIFY(projects->findText(target->project()->displayName()) < 0);
+            if (policy < 0) {
+                QCOMPARE(projects->count(), 0);
+                dialog->reject();
+                return;
+            }
+            projects->setCurrentIndex(projects->findText(source->project()->displayName()));
+            auto *list = dialog->findChild<QListView *>("source");
+            for (int i = 0; i < 2; ++i)
+                list->selectionModel()->select(list->model()->index(i, 0),
+                                               QItemSelectionModel::Select);
+            dialog->findChild<QPushButton *>("add")->click();
+            dialog->findChild<QComboBox *>("mode")->setCurrentIndex(mode);
+            dialog->findChild<QRadioButton *>(QString("policy%1").arg(policy))->click();
+            dialog->accept();
+        });
+        if (answer)
+            bench.host.dialogs().expectBox(QMessageBox::StandardButton(answer));
+        if (policy >= 0)
+            bench.host.dialogs().expectBox(QMessageBox::Ok);
+        bench.trigger("spr_import_proj");
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+        const QList<DialogScript::Seen> &seen = bench.host.dialogs().seen();
+        if (policy >= 0)
+            QCOMPARE(seen.last().text, QString("%1 sprite(s) were imported!").arg(added));
+        else
+            QCOMPARE(seen[0].text, QString("You can't import from the destination project!"));
+        QCOMPARE(target->itemCount(), before + unsigned(added));
+        const bool replaced = policy == 1 || answer == QMessageBox::Yes;
+        QCOMPARE(target->at(0)->image() == old, !replaced);
+        for (int i = 0; i < added; ++i) {
+            const QImage image = target->at(unsigned(i + 1))->image();
+            const EmberSprite *original = source->at(unsigned(added == 2 ? i : 1));
+            QCOMPARE(target->at(unsigned(i + 1))->identifier(), original->identifier());
+            QCOMPARE(bytesOf(image), bytesOf(original->image()));
+            QVERIFY(mode > 0 || image.colorTable() == original->image().colorTable());
+        }
+        bench.editor->setCurrentFile(nullptr);
+        parent->close();
+    }
+};
+
+QTEST_MAIN(tst_SpriteFiles)
+#include "tst_spritefiles.moc"
