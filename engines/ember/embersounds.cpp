@@ -115,6 +115,7 @@ bool EmberSounds::fromFile(Kiln::Archive &archive, const QString &name, bool asC
     }
     replaceAll(sounds);
     tellWhatIsOutside(entries);
+    FileWatchObject::fromFile(archive, name, asCopy);
     Sounds::fromFile(archive, name, asCopy);
     if (asCopy)
         m_history.resetClean();
@@ -134,6 +135,8 @@ bool EmberSounds::toFile(Kiln::Archive &archive, const QString &name, bool asCop
         writer.add(entry, sound->soundData());
     }
     QString lost;
+    // Writing closes the file, and the watch is to know that for the list's own.
+    FileWatchObject::toFile(archive, name, asCopy);
     const Writer::Fault fault = writer.write(archive, name, EmberPeal::magic, m_limit, lost);
     if (fault != Writer::None) {
         const QString texts[] = {
@@ -187,6 +190,11 @@ void EmberSounds::tellWhatIsOutside(const QVector<EmberPeal::Entry> &entries)
 QString EmberSounds::fileName()
 {
     return m_fileName;
+}
+
+void EmberSounds::reload()
+{
+    fromFile(archive(), fileName(), false);
 }
 
 bool EmberSounds::canSave() const

@@ -4,12 +4,15 @@
 #include "emberpeal.h"
 #include "embersound.h"
 
+#include <kilnx/project/filewatch.h>
+
 /// A sound file of Ember (".peal", see emberpeal.h): the pattern for a container of binary items.
 ///
 /// The sounds lie encoded in a store; opening decodes none, and saving writes them as they lie.
 /// Every change is a step of undo, which keeps the old item in the store and nothing twice. Made
 /// with `new`; release() destroys it.
-class EMBER_EXPORT EmberSounds : public EmberList<Kiln::Sounds, EmberSound>
+class EMBER_EXPORT EmberSounds : public EmberList<Kiln::Sounds, EmberSound>,
+                                 public Kiln::FileWatchObject
 {
     Q_OBJECT
 
@@ -37,6 +40,7 @@ public:
     bool fromFile(Kiln::Archive &archive, const QString &name, bool asCopy) override;
     bool toFile(Kiln::Archive &archive, const QString &name, bool asCopy) override;
     QString fileName() override;
+    void reload() override;
     bool canSave() const override;
     bool isModified() const override;
     bool isEmpty() const override;

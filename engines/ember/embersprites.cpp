@@ -360,6 +360,7 @@ bool EmberSprites::fromFile(Kiln::Archive &archive, const QString &name, bool as
         return false;
     }
     takeOver(contents);
+    FileWatchObject::fromFile(archive, name, asCopy);
     Sprites::fromFile(archive, name, asCopy);
     if (asCopy)
         m_history.resetClean();
@@ -473,6 +474,8 @@ bool EmberSprites::toFile(Kiln::Archive &archive, const QString &name, bool asCo
         writer.add(entry, sprite->pictureData());
     }
     QString lost;
+    // Writing closes the file, and the watch is to know that for the list's own.
+    FileWatchObject::toFile(archive, name, asCopy);
     const Writer::Fault fault = writer.write(archive, name, EmberGleam::magic, m_limit, lost);
     if (fault != Writer::None) {
         const QString texts[] = {
@@ -493,6 +496,11 @@ bool EmberSprites::toFile(Kiln::Archive &archive, const QString &name, bool asCo
 QString EmberSprites::fileName()
 {
     return m_fileName;
+}
+
+void EmberSprites::reload()
+{
+    fromFile(archive(), fileName(), false);
 }
 
 bool EmberSprites::canSave() const

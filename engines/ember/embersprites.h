@@ -4,6 +4,8 @@
 #include "emberpalettes.h"
 #include "embersprite.h"
 
+#include <kilnx/project/filewatch.h>
+
 #include <QSet>
 
 #include <list>
@@ -17,7 +19,8 @@ class QIODevice;
 /// Every change is a step of undo, of the palettes too. Decoded pictures and textures are made on
 /// demand, and only the last ones that were asked for are kept. Made with `new`; release() destroys
 /// it.
-class EMBER_EXPORT EmberSprites : public EmberList<Kiln::Sprites, EmberSprite>
+class EMBER_EXPORT EmberSprites : public EmberList<Kiln::Sprites, EmberSprite>,
+                                  public Kiln::FileWatchObject
 {
     Q_OBJECT
 
@@ -63,6 +66,7 @@ public:
     bool fromFile(Kiln::Archive &archive, const QString &name, bool asCopy) override;
     bool toFile(Kiln::Archive &archive, const QString &name, bool asCopy) override;
     QString fileName() override;
+    void reload() override;
     bool canSave() const override;
     bool isModified() const override;
     bool isEmpty() const override;

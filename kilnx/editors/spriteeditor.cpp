@@ -149,6 +149,8 @@ void SpriteEditorPrivate::setFile(Sprites *file)
     ++stamp;
     if (file) {
         connect(file, &Sprites::modified, this, &SpriteEditorPrivate::contentsModified);
+        // A step of the file's undo tells of the contents before it counts as taken.
+        connect(file, &Sprites::changed, this, [this] { Q_EMIT editor->modified(); });
         connect(file, &QAbstractItemModel::modelReset, this, &SpriteEditorPrivate::reloaded);
         const auto follow = [this] { rowsChanged(); };
         connect(file, &QAbstractItemModel::rowsInserted, this, follow);

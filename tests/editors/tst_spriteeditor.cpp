@@ -155,10 +155,20 @@ private Q_SLOTS:
         QCOMPARE(bench.sprite(), wanted);
         QVERIFY(bench.file->isModified());
         QVERIFY(bench.canvas().undoStack.isClean() && bench.canvas().undoStack.count() == 0);
-        // The canvas's steps are gone, and undo is the file's: the old picture is back and shown.
+        // The canvas's steps are gone, and undo is the file's: the old picture is back and shown,
+        // and a title that reads the mark when it is told of a change is right.
+        const QTemporaryDir directory;
+        QVERIFY(bench.file->toFile(FileSystemArchive::instance(), directory.filePath("a"), false));
+        bool isMarked = bench.editor->isModified();
+        QVERIFY(!isMarked);
+        const QObject title;
+        connect(bench.editor.get(), &Editor::modified, &title,
+                [&] { isMarked = bench.editor->isModified(); });
         bench.editor->undo();
+        QVERIFY(isMarked);
         QCOMPARE(bench.canvas().flatten(), somePicture({12, 9}));
         bench.editor->redo();
+        QVERIFY(!isMarked);
         QCOMPARE(bench.canvas().flatten(), wanted);
         bench.trigger("spr_next");
         bench.trigger("spr_next");

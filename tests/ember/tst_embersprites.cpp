@@ -572,6 +572,8 @@ private slots:
         sprites->undo();
         sprites->undo();
         QVERIFY(sprites->isEmpty());
+        watchesItsFile(*sprites);
+        QCOMPARE(sprites->itemCount(), 2u);
         QVERIFY(sprites->fromFile(archive, name, true));
         QVERIFY(sprites->isModified());
         QCOMPARE(sprites->indexOf(0, "b"), 1);

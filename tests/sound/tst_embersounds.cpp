@@ -240,7 +240,8 @@ private slots:
         QVERIFY(!sounds->isModified());
         QCOMPARE(changed.takeFirst().first().toBool(), false);
         sounds->undo();
-        QVERIFY(sounds->isModified());
+        watchesItsFile(*sounds);
+        QCOMPARE(sounds->itemCount(), 1u);
 
         QVERIFY(sounds->fromFile(archive, copy, true));
         QCOMPARE(sounds->fileName(), own);

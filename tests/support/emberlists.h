@@ -25,6 +25,31 @@ protected:
         m_host = std::make_unique<TestHost>();
         return loaded;
     }
+    /// Another program writes the list's file anew, which the user has loaded; a save of the list's
+    /// own asks nothing.
+    template<class List>
+    void watchesItsFile(List &list)
+    {
+        const auto questions = [this] {
+            return m_host->dialogs().seenTitles().count("File modified");
+        };
+        m_host->options["enable_file_watcher"] = true;
+        m_host->dialogs().expectBox(QMessageBox::Yes);
+        QVERIFY(list.isModified());
+        const QByteArray outside = readFile(list.fileName());
+        QVERIFY(QFile::remove(list.fileName()));
+        writeFile(list.fileName(), outside);
+        QTRY_VERIFY(!list.isModified());
+        QCOMPARE(questions(), 1);
+        list.remove(0);
+        QVERIFY(list.toFile(archive, list.fileName(), false));
+        QVERIFY(list.isWatchPaused());
+        QTRY_VERIFY(!list.isWatchPaused());
+        QCOMPARE(questions(), 1);
+        writeFile(list.fileName(), outside);
+        m_host->dialogs().expectBox(QMessageBox::Yes);
+        QTRY_COMPARE(questions(), 2);
+    }
     /// One to four bytes changed, mostly behind `index`, where the numbers are.
     static QByteArray damaged(QByteArray bytes, int index, std::mt19937 &random)
     {
