@@ -10,6 +10,7 @@
 #include <QtGui/QHelpEvent>
 #include <QtGui/QTextDocument>
 #include <QtGui/QTextLayout>
+#include <QtWidgets/QAbstractItemView>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QCompleter>
 #include <QtWidgets/QPlainTextDocumentLayout>
