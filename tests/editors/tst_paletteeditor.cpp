@@ -93,6 +93,9 @@ class tst_paletteeditor : public QObject
 {
     Q_OBJECT
 
+public:
+    ~tst_paletteeditor() override { delete m_editor; }
+
 private Q_SLOTS:
     void init();
     void cleanup() { QCOMPARE(m_host->dialogs().finish(), QString()); }
