@@ -96,14 +96,19 @@ QPoint half(QSize difference)
 /// One step of undo, in which the sprite's own point comes to `offset`.
 void SpriteEditorPrivate::edit(const char *step, QPoint offset, const std::function<void()> &change)
 {
-    const QPoint before = editor->spriteOffset(current);
     canvas().undoStack.beginMacro(QLatin1String(step));
     change();
-    if (offset != before) {
-        canvas().undoStack.push(new OffsetCommand(this, before, offset));
-        editor->setSpriteOffset(current, offset);
-    }
+    moveOffset(offset);
     canvas().undoStack.endMacro();
+}
+
+void SpriteEditorPrivate::moveOffset(QPoint offset)
+{
+    const QPoint before = editor->spriteOffset(current);
+    if (offset == before)
+        return;
+    canvas().undoStack.push(new OffsetCommand(this, before, offset));
+    editor->setSpriteOffset(current, offset);
 }
 
 QVector<QRgb> SpriteEditorPrivate::colorTable() const
@@ -399,13 +404,8 @@ void SpriteEditorPrivate::crop()
     const QList<ImageLayer *> &layers = canvas().layers.list;
     if (std::none_of(layers.cbegin(), layers.cend(), hasContent))
         return;
-    const QPoint before = editor->spriteOffset(current);
     canvas().undoStack.beginMacro(QStringLiteral("crop"));
-    const QPoint moved = canvas().crop();
-    if (!moved.isNull()) {
-        canvas().undoStack.push(new OffsetCommand(this, before, before + moved));
-        editor->setSpriteOffset(current, before + moved);
-    }
+    moveOffset(editor->spriteOffset(current) + canvas().crop());
     canvas().undoStack.endMacro();
     canvas().selection.rect = QRect();
     renderer->centralize();

@@ -127,6 +127,7 @@ public:
     /// The colours that indexes stand for on the canvas.
     QVector<QRgb> colorTable() const;
     void edit(const char *step, QPoint offset, const std::function<void()> &change);
+    void moveOffset(QPoint offset);
     QImage copied() const;
     QImage adapted(QImage picture) const;
     QImage previewPicture() const;
