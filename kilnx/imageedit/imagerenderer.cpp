@@ -257,7 +257,8 @@ void ImageRenderer::setZoomStep(int step, QPoint fixed)
     d->zoomStep = step;
     setOffset(bounded(std::round(fixed.x() - from.x() * factor),
                       std::round(fixed.y() - from.y() * factor)));
-    moveCursor(d->pointer);
+    if (d->pointerInside)
+        moveCursor(d->pointer);
     Q_EMIT zoomChanged();
 }
 

@@ -452,9 +452,14 @@ private Q_SLOTS:
         QCOMPARE(renderer.zoomFactor(), 1.0F);
         bench.key(Qt::Key_Minus);
         QCOMPARE(renderer.zoom(), 0.5);
+        // With the mouse elsewhere there is no pixel under it.
+        QEvent leave(QEvent::Leave);
+        QApplication::sendEvent(bench.widget.get(), &leave);
+        QSignalSpy cursors(&renderer, &ImageRenderer::cursorChanged);
         renderer.addZoom();
         renderer.subZoom();
         QCOMPARE(renderer.zoom(), 0.5);
+        QCOMPARE(cursors.count(), 0);
         for (double factor : {0.0, -4.0, 1e300, double(qQNaN())})
             renderer.setZoom(factor);
         renderer.setOffset({INT_MIN, INT_MAX});
