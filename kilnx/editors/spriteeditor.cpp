@@ -215,7 +215,7 @@ bool SpriteEditorPrivate::setCurrent(unsigned int index)
     return leaves;
 }
 
-/// Whether the canvas can go; what it changed on the sprite is taken back then.
+/// Whether the canvas can go; it is taken back to the sprite's picture then.
 bool SpriteEditorPrivate::mayLeave()
 {
     if (!isDirty())
@@ -227,13 +227,19 @@ bool SpriteEditorPrivate::mayLeave()
     return agreed;
 }
 
-/// Undo takes back what the canvas's steps did outside of it, too.
+/// A command behind it may leave the canvas as it is, so it shows the picture again.
 void SpriteEditorPrivate::discard()
 {
     QUndoStack &stack = canvas().undoStack;
     if (stack.cleanIndex() >= 0)
         stack.setIndex(stack.cleanIndex());
-    stack.clear();
+    forgetSteps();
+}
+
+void SpriteEditorPrivate::forgetSteps()
+{
+    canvas().undoStack.clear();
+    moves.clear();
 }
 
 void SpriteEditorPrivate::saveOrDiscard()
@@ -270,8 +276,8 @@ void SpriteEditorPrivate::spriteChanged(Sprite *sprite)
         }
         if (ImageLayer *layer = canvas.layers.addLayer(&shown))
             layer->setName(identifier, false);
-        canvas.undoStack.clear();
     }
+    forgetSteps();
     if (canvas.size != before)
         showWhole(false);
     selectRow(0);
@@ -491,19 +497,26 @@ bool SpriteEditorPrivate::saveImg()
     }
     const QImage before = std::exchange(shown, picture);
     const Still still(this);
+    const QPointer<Sprites> list = sprites;
+    list->beginChange();
     if (picture.format() == QImage::Format_Indexed8 && !own)
         current->setImage(picture, false, Sprite::ImagePalette, nullptr);
     else
         current->setImage(picture);
+    const bool isTaken = still.isSo() && samePixels(current->image(), picture);
+    if (isTaken && !moves.isEmpty())
+        editor->setSpriteOffset(current, movedOffset());
+    if (list)
+        list->endChange();
     if (!still.isSo())
         return false;
-    if (!samePixels(current->image(), picture)) {
+    if (!isTaken) {
         shown = before;
         showWarning(window(), SpriteEditor::tr("Save image changes"),
                     SpriteEditor::tr("The file did not take the picture of '%1'!").arg(identifier));
         return false;
     }
-    canvas().undoStack.clear();
+    forgetSteps();
     chooseColors();
     Q_EMIT editor->modified();
     return true;

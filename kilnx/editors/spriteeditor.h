@@ -27,7 +27,8 @@ class SpriteEditorPrivate;
 /// on the file.
 ///
 /// All commands and fields are declared to the host under keys that begin with "spr_"; see
-/// docs/embedding.md. The sprite's own point moves along when the canvas is cut or turned over:
+/// docs/embedding.md. The sprite's own point moves along when the canvas is scaled, cut or turned
+/// over, and comes into the sprite with the canvas's picture, in one step of the file's undo:
 /// override spriteOffset() and setSpriteOffset() for files that have one.
 class KILNX_EXPORT SpriteEditor : public FileEditor
 {

@@ -25,32 +25,25 @@ namespace
 constexpr int previewSide = 192;
 constexpr float radians = 0.017453292519943295F;
 
-/// Moves the sprite's own point along with a step of the canvas.
+/// A step of the canvas that the sprite's own point goes along with once the canvas is saved.
 class OffsetCommand : public ImageUndoCommand
 {
 public:
-    OffsetCommand(SpriteEditorPrivate *d, QPoint before, QPoint after)
+    OffsetCommand(SpriteEditorPrivate *d, const SpriteEditorPrivate::Move &move)
         : ImageUndoCommand(&d->canvas())
         , m_d(d)
-        , m_before(before)
-        , m_after(after)
+        , m_move(move)
     {
+        m_d->moves.append(m_move);
     }
-    void undo() override { set(m_before); }
+    void undo() override { m_d->moves.removeLast(); }
 
 protected:
-    void apply() override { set(m_after); }
+    void apply() override { m_d->moves.append(m_move); }
 
 private:
-    void set(QPoint offset)
-    {
-        if (m_d->sprite())
-            m_d->editor->setSpriteOffset(m_d->current, offset);
-    }
-
     SpriteEditorPrivate *const m_d;
-    const QPoint m_before;
-    const QPoint m_after;
+    const SpriteEditorPrivate::Move m_move;
 };
 
 /// Calls `change` for each run of equal mask values in each row: y, start, end, value.
@@ -93,22 +86,25 @@ QPoint half(QSize difference)
 
 } // namespace
 
-/// One step of undo, in which the sprite's own point comes to `offset`.
-void SpriteEditorPrivate::edit(const char *step, QPoint offset, const std::function<void()> &change)
+/// One step of undo. The sprite's own point goes along by `move`, when the canvas is saved.
+void SpriteEditorPrivate::edit(const char *step,
+                               const Move &move,
+                               const std::function<void()> &change)
 {
     canvas().undoStack.beginMacro(QLatin1String(step));
     change();
-    moveOffset(offset);
+    if (move)
+        canvas().undoStack.push(new OffsetCommand(this, move));
     canvas().undoStack.endMacro();
 }
 
-void SpriteEditorPrivate::moveOffset(QPoint offset)
+/// Where the sprite's own point is on the canvas.
+QPoint SpriteEditorPrivate::movedOffset() const
 {
-    const QPoint before = editor->spriteOffset(current);
-    if (offset == before)
-        return;
-    canvas().undoStack.push(new OffsetCommand(this, before, offset));
-    editor->setSpriteOffset(current, offset);
+    QPoint offset = editor->spriteOffset(current);
+    for (const Move &move : moves)
+        offset = move(offset);
+    return offset;
 }
 
 QVector<QRgb> SpriteEditorPrivate::colorTable() const
@@ -276,7 +272,7 @@ void SpriteEditorPrivate::paste()
     }
     picture = adapted(picture);
     const int number = canvas().layers.rowCount() + 1;
-    edit("paste", editor->spriteOffset(current), [&] {
+    edit("paste", nullptr, [&] {
         const QSize size = canvas().size.expandedTo(picture.size());
         if (size != canvas().size)
             canvas().setSize(size, QPoint(), true);
@@ -308,10 +304,12 @@ void SpriteEditorPrivate::imgProps()
         return;
     }
     const QPoint moved = half(dialog.imageSize() - canvas().size);
-    edit("properties", editor->spriteOffset(current) + moved, [&] {
-        canvas().setFormat(dialog.format(), true);
-        canvas().setSize(dialog.imageSize(), moved, true);
-    });
+    edit(
+        "properties", [moved](QPoint offset) { return offset + moved; },
+        [&] {
+            canvas().setFormat(dialog.format(), true);
+            canvas().setSize(dialog.imageSize(), moved, true);
+        });
     renderer->centralize();
 }
 
@@ -345,9 +343,10 @@ void SpriteEditorPrivate::resize()
     if (dialog.exec() != QDialog::Accepted || !still.isSo())
         return;
     const QSize size = dialog.imageSize();
-    const QPoint offset = editor->spriteOffset(current);
-    const QPoint scaled(int(float(offset.x()) * float(size.width()) / float(before.width())),
-                        int(float(offset.y()) * float(size.height()) / float(before.height())));
+    const auto scaled = [size, before](QPoint offset) {
+        return QPoint(int(float(offset.x()) * float(size.width()) / float(before.width())),
+                      int(float(offset.y()) * float(size.height()) / float(before.height())));
+    };
     edit("resize", scaled, [&] { canvas().resize(size, dialog.filter()); });
     renderer->centralize();
 }
@@ -380,18 +379,20 @@ void SpriteEditorPrivate::imgFlipH()
 {
     if (!sprite() || !layer())
         return;
-    const QPoint offset = editor->spriteOffset(current);
-    edit("flip", {canvas().size.width() - offset.x() - 1, offset.y()},
-         [this] { canvas().flip(true, false); });
+    const int width = canvas().size.width();
+    edit(
+        "flip", [width](QPoint offset) { return QPoint(width - offset.x() - 1, offset.y()); },
+        [this] { canvas().flip(true, false); });
 }
 
 void SpriteEditorPrivate::imgFlipV()
 {
     if (!sprite() || !layer())
         return;
-    const QPoint offset = editor->spriteOffset(current);
-    edit("flip", {offset.x(), canvas().size.height() - offset.y() - 1},
-         [this] { canvas().flip(false, true); });
+    const int height = canvas().size.height();
+    edit(
+        "flip", [height](QPoint offset) { return QPoint(offset.x(), height - offset.y() - 1); },
+        [this] { canvas().flip(false, true); });
 }
 
 void SpriteEditorPrivate::crop()
@@ -405,7 +406,9 @@ void SpriteEditorPrivate::crop()
     if (std::none_of(layers.cbegin(), layers.cend(), hasContent))
         return;
     canvas().undoStack.beginMacro(QStringLiteral("crop"));
-    moveOffset(editor->spriteOffset(current) + canvas().crop());
+    const QPoint moved = canvas().crop();
+    canvas().undoStack.push(
+        new OffsetCommand(this, [moved](QPoint offset) { return offset + moved; }));
     canvas().undoStack.endMacro();
     canvas().selection.rect = QRect();
     renderer->centralize();
@@ -417,7 +420,7 @@ void SpriteEditorPrivate::splitRGB()
     if (!sprite() || canvas().size.isEmpty())
         return;
     const QImage colored = canvas().flatten().convertToFormat(QImage::Format_ARGB32);
-    const QPoint offset = editor->spriteOffset(current);
+    const QPoint offset = movedOffset();
     const QString names[] = {SpriteEditor::tr("%1 red"), SpriteEditor::tr("%1 green"),
                              SpriteEditor::tr("%1 blue")};
     QVector<QRgb> greys(256);

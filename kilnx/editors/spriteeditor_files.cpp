@@ -249,7 +249,7 @@ void SpriteEditorPrivate::setSpriteImage(const QImage &image)
 /// The sprite gets another picture; what was on the canvas is gone with the old one.
 void SpriteEditorPrivate::takePicture(const std::function<void()> &change)
 {
-    canvas().undoStack.clear();
+    forgetSteps();
     const Still still(this);
     change();
     if (still.isSo())

@@ -61,6 +61,9 @@ public:
         int m_stamp;
     };
 
+    /// Where a step of the canvas brings the sprite's own point.
+    using Move = std::function<QPoint(QPoint)>;
+
     ImageCanvas &canvas() const { return renderer->canvas; }
     QWidget *window() const;
     /// Null without a file, and for an empty one.
@@ -87,6 +90,7 @@ public:
     bool setCurrent(unsigned int index);
     bool mayLeave();
     void discard();
+    void forgetSteps();
     void showWhole(bool later);
     void showCurrent();
     void spriteChanged(Sprite *sprite);
@@ -126,8 +130,8 @@ public:
     // spriteeditor_canvas.cpp
     /// The colours that indexes stand for on the canvas.
     QVector<QRgb> colorTable() const;
-    void edit(const char *step, QPoint offset, const std::function<void()> &change);
-    void moveOffset(QPoint offset);
+    void edit(const char *step, const Move &move, const std::function<void()> &change);
+    QPoint movedOffset() const;
     QImage copied() const;
     QImage adapted(QImage picture) const;
     QImage previewPicture() const;
@@ -148,6 +152,7 @@ public:
     QPersistentModelIndex row;       ///< of `current`
     QString identifier;              ///< of `current`, for after a reload
     QImage shown;                    ///< the picture that the canvas was made of
+    QVector<Move> moves;             ///< of the canvas's steps that are done and not saved
     int stamp = 0;                   ///< counts the sprites and files that were shown
     bool working = false;            ///< between the start and the end of a longer command
     std::array<QPointer<QAction>, ImageRenderer::ToolCount> toolActions;

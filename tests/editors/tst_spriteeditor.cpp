@@ -1,6 +1,7 @@
 #include "spritetest.h"
 
 #include <tests/support/files.h>
+#include <tests/support/memoryarchive.h>
 
 using namespace SpriteTest;
 
@@ -365,24 +366,39 @@ private Q_SLOTS:
         bench.insert("sprite", picture);
         bench.file->at(0)->setProperty("Origin", QPoint(4, 2));
         bench.show({});
+        MemoryArchive archive;
+        const auto fileBytes = [&bench, &archive] {
+            bench.file->toFile(archive, "copy", true);
+            return archive.files["copy"];
+        };
+        bench.file->toFile(FileSystemArchive::instance(), bench.path("a.gleam"), false);
+        const QByteArray before = fileBytes();
         if (!fields.isEmpty())
             bench.expectFields(fields);
         bench.trigger(command.constData());
         QCOMPARE(bench.host.dialogs().finish(), QString());
         QCOMPARE(bench.canvas().size, size);
-        QCOMPARE(bench.file->at(0)->origin(), origin);
         QCOMPARE(bench.canvas().undoStack.index(), 1);
         QVERIFY(!bench.canvas().selection.rect.isValid());
         if (command == "spr_crop")
             QCOMPARE(bytesOf(bench.canvas().flatten()), bytesOf(picture.copy(7, 3, 6, 4)));
+        bench.file->at(0)->setProperty("Identifier", "named meanwhile");
         bench.editor->undo();
         QCOMPARE(bench.canvas().flatten(), picture);
-        QCOMPARE(bench.file->at(0)->origin(), QPoint(4, 2));
+        bench.editor->undo();
+        QCOMPARE(fileBytes(), before);
+        QVERIFY(!bench.editor->isModified());
         bench.editor->redo();
         QCOMPARE(bench.canvas().size, size);
-        QCOMPARE(bench.file->at(0)->origin(), origin);
         bench.trigger("spr_saveimg");
+        QCOMPARE(bench.file->at(0)->origin(), origin);
         QCOMPARE(bench.sprite().size(), size);
+        const QByteArray after = fileBytes();
+        bench.editor->undo();
+        QCOMPARE(fileBytes(), before);
+        QVERIFY(!bench.editor->isModified());
+        bench.editor->redo();
+        QCOMPARE(fileBytes(), after);
     }
 
     void movesLayers()
