@@ -14,6 +14,8 @@
 #include <hostkit/messagetable.h>
 #include <hostkit/progressindicator.h>
 #include <hostkit/projectsession.h>
+#include <hostkit/recoverydesk.h>
+#include <hostkit/recoveryjournal.h>
 #include <hostkit/savedesk.h>
 #include <hostkit/settings.h>
 #include <hostkit/spriteview.h>
@@ -109,6 +111,7 @@ struct HostBase::Private : QObject {
     Theme theme;
     EngineLibraries engines;
     ProjectSession session;
+    RecoveryJournal journal;
     MessageTable messages;
     Menus *menus;
     ActionRegistry *actions;
@@ -118,6 +121,7 @@ struct HostBase::Private : QObject {
     std::unique_ptr<EditorDeck> deck;
     std::unique_ptr<FileDesk> desk;
     std::unique_ptr<SaveDesk> saving;
+    std::unique_ptr<RecoveryDesk> recovery;
     CodeSurface *surface = nullptr; ///< the deck's
     std::unique_ptr<FramePane> frames;
     bool busy = false;
@@ -130,6 +134,7 @@ HostBase::Private::Private(QMainWindow *mainWindow, const Paths &hostPaths)
     , places(settings)
     , theme(settings)
     , session(engines)
+    , journal(session, paths.user + QLatin1String("/recovery"))
     , menus(new Menus(window->menuBar()))
     , actions(new ActionRegistry(window))
     , status(new StatusFields(window))
@@ -139,6 +144,7 @@ HostBase::Private::Private(QMainWindow *mainWindow, const Paths &hostPaths)
     , deck(std::make_unique<EditorDeck>(centre->stack, panels))
     , desk(std::make_unique<FileDesk>(&session, deck.get(), centre->tabs, window))
     , saving(std::make_unique<SaveDesk>(&session, deck.get(), desk.get(), window))
+    , recovery(std::make_unique<RecoveryDesk>(journal, session, desk.get(), window))
 {
     window->setStatusBar(status);
     window->setCentralWidget(centre);
@@ -188,6 +194,10 @@ void HostBase::Private::connectParts()
     });
     connect(desk.get(), &FileDesk::message, status,
             [this](const QString &text) { status->tell(text); });
+    connect(&journal, &RecoveryJournal::failed, status, [this](const QString &reason) {
+        status->tell(
+            QCoreApplication::translate(context, "Unsaved work cannot be kept: %1").arg(reason));
+    });
 }
 
 // Frames are shown beside the text of animations alone.
@@ -266,6 +276,7 @@ HostBase::~HostBase()
 {
     d->session.close();
     d->frames.reset();
+    d->recovery.reset();
     d->saving.reset();
     d->desk.reset();
     d->deck.reset();
@@ -335,6 +346,16 @@ FileDesk &HostBase::desk() const
 SaveDesk &HostBase::saving() const
 {
     return *d->saving;
+}
+
+RecoveryJournal &HostBase::journal() const
+{
+    return d->journal;
+}
+
+RecoveryDesk &HostBase::recovery() const
+{
+    return *d->recovery;
 }
 
 CodeSurface *HostBase::surface() const
@@ -411,6 +432,7 @@ bool HostBase::openProject(const QString &directory)
     }
     d->settings.addRecentProject(path);
     d->settings.setValue(QStringLiteral("project_path"), path);
+    d->recovery->offer();
     return true;
 }
 

@@ -22,6 +22,8 @@ class FramePane;
 class Menus;
 class MessageTable;
 class ProjectSession;
+class RecoveryDesk;
+class RecoveryJournal;
 class SaveDesk;
 class Settings;
 class StatusFields;
@@ -72,6 +74,8 @@ public:
     FileTabs &tabs() const;
     FileDesk &desk() const;
     SaveDesk &saving() const;
+    RecoveryJournal &journal() const;
+    RecoveryDesk &recovery() const;
     /// The view that code editors share; null before makeCodeEditors().
     CodeSurface *surface() const;
     /// The pane beside the text of animations; null before makeFramePane().
@@ -89,8 +93,9 @@ public:
     void makeFramePane();
 
     /// Opens a project in place of the present one, after questions about changes, shows its first
-    /// definition and notes the directory among the recent ones. False if the user says no, or
-    /// after a message if no engine knows a project in `directory`.
+    /// definition, notes the directory among the recent ones, and offers unsaved work on it that an
+    /// earlier run has left. False if the user says no, or after a message if no engine knows a
+    /// project in `directory`.
     bool openProject(const QString &directory);
 
     /// Asks about changes, then closes the project; false if the user says no. The window does so

@@ -13,6 +13,7 @@
 #include <hostkit/filedesk.h>
 #include <hostkit/messagetable.h>
 #include <hostkit/projectsession.h>
+#include <hostkit/recoverydesk.h>
 #include <hostkit/savedesk.h>
 #include <hostkit/settings.h>
 #include <hostkit/statusfields.h>
@@ -35,11 +36,21 @@ namespace Studio
 
 using namespace HostKit;
 
+// Opening a project offers what was left of it.
 void MainWindow::reopenLast()
 {
     const QString last = m_host.settings().recentProjects().value(0);
-    if (m_host.settings().value("reopen_last_project").toBool() && QDir(last).exists() &&
-        !last.isEmpty())
+    const QString left = QDir::cleanPath(m_host.recovery().projectLeft());
+    const bool isWanted = m_host.settings().value("reopen_last_project").toBool();
+    const auto exists = [](const QString &name) { return !name.isEmpty() && QDir(name).exists(); };
+    if (exists(left) && !(isWanted && left == last) &&
+        Kiln::askQuestion(this, tr("Unsaved work"),
+                          tr("The last run ended before all changes in the project '%1' were "
+                             "saved. Do you want to open it?")
+                              .arg(QDir::toNativeSeparators(left)),
+                          true))
+        m_host.openProject(left);
+    else if (isWanted && exists(last))
         m_host.openProject(last);
 }
 

@@ -1,0 +1,172 @@
+#include <hostkit/recoveryjournal.h>
+
+#include <hostkit/projectsession.h>
+
+#include <kilnx/code/codedocument.h>
+#include <kilnx/project/parentproject.h>
+
+#include <QDir>
+#include <QFileInfo>
+#include <QLockFile>
+#include <QTimer>
+#include <QUuid>
+
+#include <algorithm>
+
+namespace HostKit
+{
+
+namespace
+{
+constexpr int Interval = 1000;
+
+// Beside the directory and locked before that is made: no other host ever sees one without.
+std::unique_ptr<QLockFile> lockOf(const QString &directory)
+{
+    auto lock = std::make_unique<QLockFile>(directory + QLatin1String(".lock"));
+    lock->setStaleLockTime(0); // only when its process is gone
+    return lock;
+}
+} // namespace
+
+RecoveryJournal::RecoveryJournal(ProjectSession &session, const QString &directory)
+    : m_session(session)
+    , m_directory(directory)
+    , m_timer(new QTimer(this))
+{
+    m_writer.setMaxThreadCount(1);
+    connect(m_timer, &QTimer::timeout, this, &RecoveryJournal::look);
+    connect(&session, &ProjectSession::fileRemoved, this, &RecoveryJournal::forget);
+    connect(&session, &ProjectSession::aboutToClose, this, [this] {
+        for (Kiln::ProjectFile *file : m_kept.keys())
+            forget(file);
+    });
+    m_timer->start(Interval);
+}
+
+RecoveryJournal::~RecoveryJournal()
+{
+    m_writer.waitForDone();
+    if (!m_own.isEmpty())
+        QDir(m_own).removeRecursively();
+}
+
+void RecoveryJournal::setInterval(int milliseconds)
+{
+    m_timer->start(milliseconds);
+}
+
+void RecoveryJournal::flush()
+{
+    look();
+    m_writer.waitForDone();
+}
+
+void RecoveryJournal::look()
+{
+    QList<Kiln::ProjectFile *> gone = m_kept.keys();
+    const QList<Kiln::ProjectFile *> files = m_session.files();
+    for (Kiln::ProjectFile *file : files) {
+        auto *document = dynamic_cast<Kiln::CodeDocument *>(file);
+        if (!document || !document->isModified())
+            continue;
+        gone.removeOne(file);
+        Kept &kept = m_kept[file];
+        if (kept.revision != document->revision() || kept.fileName != document->fileName())
+            keep(file, document, kept);
+    }
+    for (Kiln::ProjectFile *file : qAsConst(gone))
+        forget(file);
+}
+
+void RecoveryJournal::keep(Kiln::ProjectFile *file, Kiln::CodeDocument *document, Kept &kept)
+{
+    if (!makeDirectory())
+        return;
+    if (!kept.file)
+        kept.file = std::make_shared<JournalFile>(
+            QStringLiteral("%1/%2.journal").arg(m_own).arg(++m_files));
+    kept.revision = document->revision();
+    kept.fileName = document->fileName();
+    const JournalFile::Head head{kept.fileName, m_session.fileId(file).bits,
+                                 m_session.parentProject()->basePath()};
+    m_writer.start([this, journal = kept.file, head, text = document->toRawText()] {
+        const QString error = journal->write(head, text) ? QString() : journal->error();
+        QMetaObject::invokeMethod(this, [this, error] { told(error); });
+    });
+}
+
+void RecoveryJournal::forget(Kiln::ProjectFile *file)
+{
+    const Kept kept = m_kept.take(file);
+    if (kept.file)
+        m_writer.start([journal = kept.file] { journal->remove(); });
+}
+
+bool RecoveryJournal::makeDirectory()
+{
+    if (!m_own.isEmpty())
+        return true;
+    const QString own = m_directory + QLatin1Char('/') + QUuid::createUuid().toString(QUuid::Id128);
+    QDir().mkpath(m_directory);
+    m_lock = lockOf(own);
+    const bool isMade = m_lock->tryLock(0) && QDir().mkpath(own);
+    if (isMade)
+        m_own = own;
+    else
+        told(tr("'%1' cannot be made.").arg(QDir::toNativeSeparators(own)));
+    return isMade;
+}
+
+// The text is tried again with the next change.
+void RecoveryJournal::told(const QString &error)
+{
+    const bool isNew = !error.isEmpty() && !m_hasFailed;
+    m_hasFailed = !error.isEmpty();
+    if (isNew)
+        Q_EMIT failed(error);
+}
+
+// A directory whose lock can be had belongs to nobody any more.
+void RecoveryJournal::adopt()
+{
+    const QStringList names =
+        QDir(m_directory).entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::NoSymLinks);
+    for (const QString &name : names) {
+        const QString path = m_directory + QLatin1Char('/') + name;
+        std::unique_ptr<QLockFile> lock = lockOf(path);
+        if (path == m_own || m_adoptedPaths.contains(path) || !lock->tryLock(0))
+            continue;
+        m_adopted.push_back(std::move(lock));
+        m_adoptedPaths.append(path);
+    }
+}
+
+QList<RecoveryJournal::Entry> RecoveryJournal::leftBehind()
+{
+    adopt();
+    QList<Entry> entries;
+    for (const QString &directory : qAsConst(m_adoptedPaths)) {
+        const QDir dir(directory);
+        for (const QString &name : dir.entryList({QStringLiteral("*.journal")}, QDir::Files)) {
+            Entry entry;
+            entry.path = dir.filePath(name);
+            if (JournalFile::read(entry.path, &entry))
+                entries.append(entry);
+            else
+                discard(entry);
+        }
+    }
+    std::sort(entries.begin(), entries.end(),
+              [](const Entry &one, const Entry &other) { return one.time > other.time; });
+    return entries;
+}
+
+// The directory goes with its last file.
+void RecoveryJournal::discard(const Entry &entry)
+{
+    JournalFile(entry.path).remove();
+    QDir().rmdir(QFileInfo(entry.path).path());
+}
+
+} // namespace HostKit

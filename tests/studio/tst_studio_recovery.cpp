@@ -1,0 +1,387 @@
+#include "windowtest.h"
+
+#include <hostkit/recoverydesk.h>
+#include <hostkit/recoveryjournal.h>
+#include <hostkit/textcompare.h>
+
+#include <tests/support/fulldisk.h>
+
+#include <unistd.h>
+
+using namespace HostKit;
+
+namespace
+{
+const char editedFiles[3][24] = {"heroes/wren/air.glow", "heroes/wren/hurt.glow",
+                                 "heroes/wren/brain.glow"};
+
+/// What a killed program does: types into several files, and saves one now and then. Each change is
+/// told before it is made: the file, where, how many characters go, what comes, and when.
+[[noreturn]] void typeForEver(const QString &directory, quint32 seed)
+{
+    Studio::MainWindow window(Paths::below(directory));
+    window.host().openProject(directory + "/hero");
+    QVector<Kiln::CodeDocument *> documents;
+    for (const char *name : editedFiles)
+        documents += dynamic_cast<Kiln::CodeDocument *>(
+            window.host().session().loadFile(directory + "/hero/" + name, 0));
+    QRandomGenerator random(seed);
+    for (;;) {
+        const int file = random.bounded(3);
+        Kiln::CodeDocument *document = documents[file];
+        const int at = random.bounded(document->characterCount());
+        const int removed = qMin(random.bounded(3), document->characterCount() - 1 - at);
+        const bool saves = random.bounded(60) == 0;
+        const QByteArray added(random.bounded(4), char('a' + random.bounded(26)));
+        const QByteArray line = QByteArray::number(file) + ' ' +
+                                (saves ? "-1" : QByteArray::number(at)) + ' ' +
+                                QByteArray::number(removed) + ' ' + added + ' ' +
+                                QByteArray::number(QDateTime::currentMSecsSinceEpoch()) + '\n';
+        if (write(STDOUT_FILENO, line.constData(), size_t(line.size())) != line.size())
+            _exit(1);
+        if (saves) {
+            document->toFile(document->archive(), document->fileName(), false);
+        } else {
+            QTextCursor cursor(document);
+            cursor.setPosition(at);
+            cursor.setPosition(at + removed, QTextCursor::KeepAnchor);
+            document->insertOnCursor(QString::fromLatin1(added), cursor);
+        }
+        QTest::qWait(2 + random.bounded(8));
+    }
+}
+
+QString textOnDisk(const QString &path)
+{
+    return QString::fromUtf8(readFile(path)).replace("\r\n", "\n");
+}
+
+/// The text of one file after each change, and when that came.
+struct Story {
+    QStringList texts;
+    QVector<qint64> times;
+    QSet<QString> saved;
+};
+
+/// The most lines that two texts have in common in one order, by the plain table.
+int commonLines(const QStringList &one, const QStringList &other)
+{
+    QVector<QVector<int>> best(one.size() + 1, QVector<int>(other.size() + 1, 0));
+    for (int i = one.size() - 1; i >= 0; --i) {
+        for (int k = other.size() - 1; k >= 0; --k)
+            best[i][k] =
+                one[i] == other[k] ? best[i + 1][k + 1] + 1 : qMax(best[i + 1][k], best[i][k + 1]);
+    }
+    return best[0][0];
+}
+
+QString randomText(QRandomGenerator &random, int most)
+{
+    QString text;
+    for (int i = random.bounded(most); i > 0; --i)
+        text += QStringLiteral("ab\n\u2029\u4e2d")[random.bounded(5)];
+    return text;
+}
+} // namespace
+
+// What is left of unsaved work when the program ends as it should not.
+class tst_studio_recovery : public WindowTest
+{
+    Q_OBJECT
+
+private:
+    QString kept() const { return m_directory->filePath("data/recovery"); }
+
+    /// The directory of this host's journal as one that a dead host has left.
+    void leaveBehind()
+    {
+        host().journal().flush();
+        const QStringList own = QDir(kept()).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+        QCOMPARE(own.size(), 1);
+        copyFolder(kept() + '/' + own.first(), kept() + "/of a dead host");
+    }
+
+    void reopen()
+    {
+        m_window.reset();
+        makeWindow();
+        m_window->show();
+        QVERIFY(host().openProject(hero()));
+    }
+
+private Q_SLOTS:
+    void isOfferedAndRestored()
+    {
+        open("heroes/wren/air.glow");
+        const QString before = document()->toPlainText();
+        type("; not saved\n");
+        const QString after = document()->toPlainText();
+        open("heroes/wren/hurt.glow");
+        type("; left for later\n");
+        // Another host sees nothing while this one runs.
+        host().journal().flush();
+        QVERIFY(RecoveryJournal(session(), kept()).leftBehind().isEmpty());
+        leaveBehind();
+
+        QString compared;
+        m_dialogs->expectDialog([&](QDialog *dialog) {
+            auto *list = dialog->findChild<QTreeWidget *>("recovery_files");
+            QCOMPARE(list->topLevelItemCount(), 2);
+            for (int i = 0; i < 2; ++i) {
+                QTreeWidgetItem *item = list->topLevelItem(i);
+                const bool isAir = item->text(0) == "heroes/wren/air.glow";
+                item->setCheckState(0, isAir ? Qt::Checked : Qt::Unchecked);
+                if (isAir)
+                    list->setCurrentItem(item);
+            }
+            compared = dialog->findChild<CompareView *>("recovery_compare")->toPlainText();
+            dialog->findChild<QPushButton *>("recovery_restore")->click();
+        });
+        reopen();
+        QVERIFY2(compared.startsWith("+ ; not saved\n  "), qPrintable(compared));
+        QCOMPARE(document()->fileName(), path("heroes/wren/air.glow"));
+        QCOMPARE(document()->toPlainText(), after);
+        QVERIFY(document()->isModified());
+        document()->undo();
+        QCOMPARE(document()->toPlainText(), before);
+        QVERIFY(!document()->isModified());
+
+        // What was put off is offered again; what is discarded is not.
+        m_dialogs->expectDialog([](QDialog *dialog) {
+            QCOMPARE(dialog->findChild<QTreeWidget *>("recovery_files")->topLevelItemCount(), 1);
+            dialog->findChild<QPushButton *>("recovery_discard")->click();
+        });
+        reopen();
+        QVERIFY(session().modifiedFiles().isEmpty());
+        reopen();
+        m_window.reset();
+        QVERIFY(QDir(kept()).isEmpty());
+    }
+
+    /// A project that is not opened anyway is asked for; a file that is gone comes back; what was
+    /// saved before the end is not offered.
+    void findsItsProject()
+    {
+        settings().setValue("reopen_last_project", false);
+        open("heroes/wren/air.glow");
+        type("; saved\n");
+        open("heroes/wren/hurt.glow");
+        type("; gone\n");
+        const QString after = document()->toPlainText();
+        leaveBehind();
+        QVERIFY(QFile::remove(path("heroes/wren/hurt.glow")));
+        open("heroes/wren/air.glow");
+        actions()->save->trigger();
+        m_window.reset();
+        makeWindow();
+        m_window->show();
+        m_dialogs->expectBox(QMessageBox::Yes);
+        m_dialogs->expectDialog([](QDialog *dialog) {
+            QCOMPARE(dialog->findChild<QTreeWidget *>("recovery_files")->topLevelItemCount(), 1);
+            dialog->findChild<QPushButton *>("recovery_restore")->click();
+        });
+        m_window->reopenLast();
+        QCOMPARE(document()->toPlainText(), after);
+        QVERIFY(document()->isModified());
+        m_window->reopenLast();
+    }
+
+    void nothingStaysOfWhatIsSavedOrDiscarded()
+    {
+        open("heroes/wren/air.glow");
+        type("; saved\n");
+        host().journal().flush();
+        const QStringList own = QDir(kept()).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+        const QDir directory(kept() + '/' + own.value(0));
+        QCOMPARE(directory.entryList(QDir::Files).size(), 1);
+        actions()->save->trigger();
+        host().journal().flush();
+        QCOMPARE(directory.entryList(QDir::Files).size(), 0);
+        type("; thrown away\n");
+        host().journal().flush();
+        QCOMPARE(directory.entryList(QDir::Files).size(), 1);
+        m_dialogs->expectBox(QMessageBox::Yes);
+        host().desk().closeCurrentFile();
+        host().journal().flush();
+        QCOMPARE(directory.entryList(QDir::Files).size(), 0);
+    }
+
+    /// However a file is cut off or damaged, it reads as a text that was once written, the last one
+    /// before the damage; a full disk leaves the old text.
+    void filesAreWholeOrOlder()
+    {
+        QRandomGenerator random(7);
+        const QString name = m_directory->filePath("one.journal");
+        const JournalFile::Head head{"/a/b", 32, "/a/"};
+        JournalFile file(name);
+        QStringList texts{QString()};
+        QVector<qint64> sizes{0};
+        QString text = "one\u2029two";
+        for (int i = 0; i < 40; ++i) {
+            QVERIFY(file.write(head, text));
+            texts += text;
+            sizes += QFileInfo(name).size();
+            const int at = random.bounded(text.size() + 1);
+            text.replace(at, random.bounded(text.size() - at + 1), randomText(random, 30));
+        }
+        const QByteArray whole = readFile(name);
+        for (int i = 0; i < 400; ++i) {
+            QByteArray bytes = whole;
+            const int at = random.bounded(bytes.size());
+            if (i % 2)
+                bytes.truncate(at);
+            else
+                bytes[at] = char(bytes[at] ^ (1 + random.bounded(255)));
+            writeFile(m_directory->filePath("damaged"), bytes);
+            const int held = int(std::upper_bound(sizes.begin(), sizes.end(), at) - sizes.begin());
+            JournalFile::Contents contents;
+            QCOMPARE(JournalFile::read(m_directory->filePath("damaged"), &contents), held > 1);
+            QVERIFY(contents.head == head || held <= 1);
+            if (held > 1)
+                QCOMPARE(contents.text, texts[held - 1]);
+        }
+        const auto read = [&] {
+            JournalFile::Contents contents;
+            return JournalFile::read(name, &contents) ? contents.text : QString("unreadable");
+        };
+        {
+            const FullDisk disk(rlim_t(whole.size() + 5));
+            QVERIFY(!file.write(head, text + QString(400, 'x')));
+            QVERIFY(!file.error().isEmpty());
+            QCOMPARE(read(), texts.last());
+        }
+        QVERIFY(file.write(head, text));
+        QCOMPARE(read(), text);
+        // Long after, and still as short as the text asks for.
+        for (int i = 0; i < 1200; ++i)
+            QVERIFY(file.write(head, text = QString::number(i)));
+        QCOMPARE(read(), text);
+        QVERIFY(QFileInfo(name).size() < 60000);
+    }
+
+    void comparisonsAreShortest()
+    {
+        QRandomGenerator random(3);
+        for (int i = 0; i < 500; ++i) {
+            QStringList before;
+            QStringList after;
+            for (int k = random.bounded(12); k > 0; --k)
+                before += QString(QChar('a' + random.bounded(4)));
+            for (int k = random.bounded(12); k > 0; --k)
+                after += QString(QChar('a' + random.bounded(4)));
+            QStringList old;
+            QStringList changed;
+            int same = 0;
+            for (const ComparedLine &line : compareLines(before, after)) {
+                if (line.kind != ComparedLine::Added)
+                    old += line.text;
+                if (line.kind != ComparedLine::Removed)
+                    changed += line.text;
+                same += line.kind == ComparedLine::Same;
+            }
+            QCOMPARE(old, before);
+            QCOMPARE(changed, after);
+            QCOMPARE(same, commonLines(before, after));
+        }
+    }
+
+    /// A kill at any moment loses the last two seconds at most, and never harms a file on disk.
+    /// KILNX_KILLS asks for another number of kills.
+    void killsLoseTwoSeconds()
+    {
+        const int kills = qEnvironmentVariableIsSet("KILNX_KILLS")
+                              ? qEnvironmentVariableIntValue("KILNX_KILLS")
+                              : 12;
+        const quint32 seed = QRandomGenerator::global()->generate();
+        qInfo("seed %u", seed);
+        QRandomGenerator random(seed);
+        qint64 longest = 0;
+        for (int done = 0; done < kills; done += 4) {
+            std::vector<std::unique_ptr<QTemporaryDir>> directories;
+            std::vector<std::unique_ptr<QProcess>> programs;
+            QVector<qint64> ends;
+            for (int i = 0; i < 4; ++i) {
+                directories.push_back(std::make_unique<QTemporaryDir>());
+                copyFolder(hero(), directories.back()->filePath("hero"));
+                programs.push_back(std::make_unique<QProcess>());
+                programs.back()->start(
+                    QCoreApplication::applicationFilePath(),
+                    {"--type", directories.back()->path(), QString::number(random.generate())});
+            }
+            for (auto &program : programs)
+                QVERIFY(program->waitForReadyRead(60000));
+            for (auto &program : programs) {
+                QTest::qWait(int(random.bounded(1200)));
+                ends += QDateTime::currentMSecsSinceEpoch();
+                program->kill();
+            }
+            for (int i = 0; i < 4; ++i) {
+                QTRY_COMPARE(programs[size_t(i)]->state(), QProcess::NotRunning);
+                longest =
+                    qMax(longest, lost(*directories[size_t(i)],
+                                       programs[size_t(i)]->readAllStandardOutput(), ends[i]));
+            }
+        }
+        qInfo("%d kills, at most the last %lld ms lost", kills, longest);
+    }
+
+private:
+    /// How old the oldest change is that is neither in a file nor in the journal. Fails when a text
+    /// never stood in the editor.
+    qint64 lost(const QTemporaryDir &directory, const QByteArray &told, qint64 end)
+    {
+        QMap<QString, Story> stories;
+        for (const char *name : editedFiles)
+            stories[name].texts += textOnDisk(path(name));
+        for (const QByteArray &line : told.split('\n')) {
+            const QList<QByteArray> words = line.split(' ');
+            if (words.size() != 5 || words[4].size() != 13)
+                continue;
+            Story &story = stories[editedFiles[words[0].toInt()]];
+            QString text = story.texts.last();
+            if (words[1] == "-1") {
+                story.saved += text;
+                continue;
+            }
+            text.replace(words[1].toInt(), words[2].toInt(), QString::fromLatin1(words[3]));
+            story.texts += text;
+            story.times += words[4].toLongLong();
+        }
+        qint64 oldest = 0;
+        session().close();
+        const QList<RecoveryJournal::Entry> left =
+            RecoveryJournal(session(), directory.filePath("data/recovery")).leftBehind();
+        for (auto story = stories.begin(); story != stories.end(); ++story) {
+            const QString name = directory.filePath("hero/") + story.key();
+            const QString onDisk = textOnDisk(name);
+            if (onDisk != story->texts.first() && !story->saved.contains(onDisk))
+                QTest::qFail(qPrintable(name + " was harmed"), __FILE__, __LINE__);
+            QString found = onDisk;
+            for (const RecoveryJournal::Entry &entry : left) {
+                if (entry.head.fileName == name)
+                    found = QString(entry.text).replace(QChar::ParagraphSeparator, '\n');
+            }
+            const int held = story->texts.lastIndexOf(found);
+            if (held < 0)
+                QTest::qFail(qPrintable(name + " has a text that never was"), __FILE__, __LINE__);
+            else if (held < story->times.size())
+                oldest = qMax(oldest, end - story->times[held]);
+        }
+        if (oldest > 2000)
+            QTest::qFail(qPrintable(QString("%1 ms are lost").arg(oldest)), __FILE__, __LINE__);
+        return oldest;
+    }
+};
+
+int main(int argc, char **argv)
+{
+    if (argc == 4 && !qstrcmp(argv[1], "--type"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+    if (argc == 4 && !qstrcmp(argv[1], "--type"))
+        typeForEver(argv[2], QByteArray(argv[3]).toUInt());
+    tst_studio_recovery test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_studio_recovery.moc"
