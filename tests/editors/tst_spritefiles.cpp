@@ -453,10 +453,26 @@ private Q_SLOTS:
             }
             projects->setCurrentIndex(projects->findText(source->project()->displayName()));
             auto *list = dialog->findChild<QListView *>("source");
-            for (int i = 0; i < 2; ++i)
+            for (int i = 0; i < 4; ++i)
                 list->selectionModel()->select(list->model()->index(i, 0),
                                                QItemSelectionModel::Select);
             dialog->findChild<QPushButton *>("add")->click();
+            auto *chosen = dialog->findChild<QListView *>("destination");
+            QAbstractItemModel *names = chosen->model();
+            for (int i : {2, 3})
+                chosen->selectionModel()->select(names->index(i, 0), QItemSelectionModel::Select);
+            dialog->findChild<QPushButton *>("remove")->click();
+            QCOMPARE(names->rowCount(), 2);
+            QCOMPARE(names->index(1, 0).data(), source->at(1)->property("Identifier"));
+            if (policy == 3) {
+                chosen->edit(names->index(1, 0));
+                auto *field = chosen->findChild<QLineEdit *>();
+                QVERIFY(field);
+                QCOMPARE(field->text(), names->index(1, 0).data().toString());
+                field->setText("renamed");
+                QTest::keyClick(field, Qt::Key_Return);
+                QTRY_COMPARE(names->index(1, 0).data().toString(), QString("renamed"));
+            }
             dialog->findChild<QComboBox *>("mode")->setCurrentIndex(mode);
             dialog->findChild<QRadioButton *>(QString("policy%1").arg(policy))->click();
             dialog->accept();
@@ -478,7 +494,8 @@ private Q_SLOTS:
         for (int i = 0; i < added; ++i) {
             const QImage image = target->at(unsigned(i + 1))->image();
             const EmberSprite *original = source->at(unsigned(added == 2 ? i : 1));
-            QCOMPARE(target->at(unsigned(i + 1))->identifier(), original->identifier());
+            QCOMPARE(target->at(unsigned(i + 1))->identifier(),
+                     policy == 3 && i == 1 ? QString("renamed") : original->identifier());
             QCOMPARE(bytesOf(image), bytesOf(original->image()));
             QVERIFY(mode > 0 || image.colorTable() == original->image().colorTable());
         }
