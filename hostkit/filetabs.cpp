@@ -63,6 +63,14 @@ Kiln::ProjectFile *FileTabs::currentFile() const
     return fileAt(currentIndex());
 }
 
+QList<Kiln::ProjectFile *> FileTabs::files() const
+{
+    QList<Kiln::ProjectFile *> all;
+    for (int i = 0; i < count(); ++i)
+        all.append(fileAt(i));
+    return all;
+}
+
 int FileTabs::indexOf(const Kiln::ProjectFile *file) const
 {
     for (int i = 0; file && i < count(); ++i) {

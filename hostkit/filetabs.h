@@ -26,6 +26,8 @@ public:
     void clear();
 
     Kiln::ProjectFile *currentFile() const;
+    /// In the order of the tabs.
+    QList<Kiln::ProjectFile *> files() const;
     int indexOf(const Kiln::ProjectFile *file) const;
 
     /// Reads names and marks again.

@@ -12,6 +12,7 @@
 #include <hostkit/framepane.h>
 #include <hostkit/menus.h>
 #include <hostkit/messagetable.h>
+#include <hostkit/openfiles.h>
 #include <hostkit/progressindicator.h>
 #include <hostkit/projectsession.h>
 #include <hostkit/recoverydesk.h>
@@ -117,6 +118,7 @@ struct HostBase::Private : QObject {
     ActionRegistry *actions;
     StatusFields *status;
     Centre *centre;
+    OpenFiles openFiles;
     ControlPanels *panels;
     std::unique_ptr<EditorDeck> deck;
     std::unique_ptr<FileDesk> desk;
@@ -139,6 +141,7 @@ HostBase::Private::Private(QMainWindow *mainWindow, const Paths &hostPaths)
     , actions(new ActionRegistry(window))
     , status(new StatusFields(window))
     , centre(new Centre(window))
+    , openFiles(session, centre->tabs, paths.user + QLatin1String("/sessions"))
     , panels(
           new ControlPanels(window, centre->strips, menus->menu(QStringLiteral("view")), actions))
     , deck(std::make_unique<EditorDeck>(centre->stack, panels))
@@ -194,6 +197,7 @@ void HostBase::Private::connectParts()
     });
     connect(desk.get(), &FileDesk::message, status,
             [this](const QString &text) { status->tell(text); });
+    connect(desk.get(), &FileDesk::changed, &openFiles, &OpenFiles::touch);
     connect(&journal, &RecoveryJournal::failed, status, [this](const QString &reason) {
         status->tell(
             QCoreApplication::translate(context, "Unsaved work cannot be kept: %1").arg(reason));
@@ -385,6 +389,7 @@ void HostBase::makeCodeEditors()
     };
     if (!d->surface) {
         d->surface = d->deck->make<CodeSurface>(*this, d->engines);
+        d->openFiles.setSurface(d->surface);
         d->deck->make<Kiln::OrganizerEditor>();
         d->deck->accompany("sprites", d->deck->make<Kiln::PaletteEditor>());
     }
@@ -432,6 +437,7 @@ bool HostBase::openProject(const QString &directory)
     }
     d->settings.addRecentProject(path);
     d->settings.setValue(QStringLiteral("project_path"), path);
+    d->openFiles.restore(*d->desk);
     d->recovery->offer();
     return true;
 }

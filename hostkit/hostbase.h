@@ -92,10 +92,10 @@ public:
     /// Qt::AA_ShareOpenGLContexts and the user does not wish otherwise.
     void makeFramePane();
 
-    /// Opens a project in place of the present one, after questions about changes, shows its first
-    /// definition, notes the directory among the recent ones, and offers unsaved work on it that an
-    /// earlier run has left. False if the user says no, or after a message if no engine knows a
-    /// project in `directory`.
+    /// Opens a project in place of the present one, after questions about changes, shows the files
+    /// that were open when it was closed last, at first its first definition, notes the directory
+    /// among the recent ones, and offers unsaved work on it that an earlier run has left. False if
+    /// the user says no, or after a message if no engine knows a project in `directory`.
     bool openProject(const QString &directory);
 
     /// Asks about changes, then closes the project; false if the user says no. The window does so

@@ -186,6 +186,62 @@ private Q_SLOTS:
         m_window->reopenLast();
     }
 
+    void whatWasOpenComesBack()
+    {
+        open("heroes/wren/air.glow");
+        view()->foldAll();
+        const auto folded = [this] {
+            QVector<int> lines;
+            for (QTextBlock line = document()->begin(); line.isValid(); line = line.next()) {
+                if (!line.isVisible())
+                    lines += line.blockNumber();
+            }
+            return lines;
+        };
+        const QVector<int> lines = folded();
+        QVERIFY(lines.size() > 5);
+        open("heroes/wren/ground.glow");
+        view()->setCurrentLine({40, 3, 35});
+        QVERIFY(host().desk().openFile(path("heroes/wren/wren.gleam"), 0));
+        open("heroes/wren/hurt.glow");
+        view()->setCurrentLine({3, 2, 0});
+        QTabBar &tabs = host().tabs();
+        tabs.moveTab(0, 3); // the definition
+        const auto titles = [this] {
+            QStringList texts;
+            for (Kiln::ProjectFile *file : host().tabs().files())
+                texts += FileTabs::title(file);
+            return texts;
+        };
+        const QStringList before = titles();
+        reopen();
+        QCOMPARE(titles(), before);
+        QCOMPARE(document()->fileName(), path("heroes/wren/hurt.glow"));
+        QCOMPARE(view()->currentLine().line, 3);
+        QCOMPARE(view()->currentLine().column, 2);
+        host().desk().openFile(path("heroes/wren/ground.glow"), 0);
+        QCOMPARE(view()->currentLine().line, 40);
+        QCOMPARE(view()->currentLine().scroll, 35);
+        host().desk().openFile(path("heroes/wren/air.glow"), 0);
+        QCOMPARE(folded(), lines);
+        QVERIFY(session().modifiedFiles().isEmpty());
+
+        // What was closed stays closed, what is gone is passed over.
+        host().desk().closeCurrentFile();
+        host().desk().showFile(session().findFile(path("heroes/wren/hurt.glow")));
+        host().desk().closeFile(session().findFile(path("tidewater.hearth")));
+        m_window.reset();
+        QVERIFY(QFile::remove(path("heroes/wren/ground.glow")));
+        reopen();
+        QCOMPARE(titles(), QStringList({"wren.gleam", "hurt.glow"}));
+        m_window.reset();
+        for (const QFileInfo &file :
+             QDir(m_directory->filePath("data/sessions")).entryInfoList(QDir::Files))
+            writeFile(file.filePath(), "{\"files\": [3, {\"file\": []}], \"current\": 7");
+        reopen();
+        QCOMPARE(titles(), QStringList("tidewater.hearth"));
+    }
+
     void nothingStaysOfWhatIsSavedOrDiscarded()
     {
         open("heroes/wren/air.glow");

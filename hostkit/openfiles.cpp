@@ -1,0 +1,146 @@
+#include <hostkit/openfiles.h>
+
+#include <hostkit/codesurface.h>
+#include <hostkit/filedesk.h>
+#include <hostkit/filetabs.h>
+#include <hostkit/projectsession.h>
+
+#include <kilnx/code/codeblockdata.h>
+#include <kilnx/code/codedocument.h>
+#include <kilnx/codeedit/codeeditor.h>
+#include <kilnx/project/parentproject.h>
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSaveFile>
+#include <QScopedValueRollback>
+#include <QTextBlock>
+#include <QTimer>
+
+namespace HostKit
+{
+
+namespace
+{
+constexpr int Pause = 2000;
+} // namespace
+
+OpenFiles::OpenFiles(ProjectSession &session, FileTabs *tabs, const QString &directory)
+    : m_session(session)
+    , m_tabs(tabs)
+    , m_directory(directory)
+    , m_timer(new QTimer(this))
+{
+    m_timer->setSingleShot(true);
+    connect(m_timer, &QTimer::timeout, this, &OpenFiles::store);
+    connect(&session, &ProjectSession::aboutToClose, this, &OpenFiles::store);
+}
+
+void OpenFiles::touch()
+{
+    if (!m_timer->isActive())
+        m_timer->start(Pause);
+}
+
+// A project is known by its place.
+QString OpenFiles::fileName() const
+{
+    const QByteArray base = QDir::cleanPath(m_session.parentProject()->basePath()).toUtf8();
+    return m_directory + QLatin1Char('/') +
+           QString::fromLatin1(QCryptographicHash::hash(base, QCryptographicHash::Sha1).toHex()) +
+           QLatin1String(".json");
+}
+
+QJsonObject OpenFiles::placeOf(Kiln::ProjectFile *file) const
+{
+    const QDir base(m_session.parentProject()->basePath());
+    QJsonObject place{{"file", base.relativeFilePath(file->fileName())},
+                      {"type", int(m_session.fileId(file).bits)}};
+    auto *document = dynamic_cast<Kiln::CodeDocument *>(file);
+    if (!document)
+        return place;
+    if (m_surface && m_surface->document() == document)
+        Kiln::CodeWorkspace::rememberPlace(document, m_surface->editor()->currentLine());
+    place["place"] = static_cast<QTextDocument *>(document)->objectName();
+    QJsonArray folds;
+    for (QTextBlock block = document->begin(); block.isValid(); block = block.next()) {
+        const Kiln::CodeBlockData *data = Kiln::CodeBlockData::testBlockData(block);
+        if (data && data->isFolded())
+            folds.append(block.blockNumber());
+    }
+    if (!folds.isEmpty())
+        place["folds"] = folds;
+    return place;
+}
+
+// What cannot be written is not worth a word.
+void OpenFiles::store()
+{
+    m_timer->stop();
+    if (m_restoring || !m_session.parentProject())
+        return;
+    QJsonArray files;
+    for (Kiln::ProjectFile *file : m_tabs->files()) {
+        if (!file->fileName().isEmpty())
+            files.append(placeOf(file));
+    }
+    Kiln::ProjectFile *current = m_tabs->currentFile();
+    const QJsonObject all{{"files", files}, {"current", current ? current->fileName() : QString()}};
+    QDir().mkpath(m_directory);
+    QSaveFile file(fileName());
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write(QJsonDocument(all).toJson());
+        file.commit();
+    }
+}
+
+void OpenFiles::restore(FileDesk &desk)
+{
+    QFile file(fileName());
+    if (!file.open(QIODevice::ReadOnly))
+        return;
+    const QScopedValueRollback<bool> guard(m_restoring, true);
+    const QJsonObject all = QJsonDocument::fromJson(file.readAll()).object();
+    const QDir base(m_session.parentProject()->basePath());
+    const QList<Kiln::ProjectFile *> before = m_tabs->files();
+    QList<Kiln::ProjectFile *> wanted;
+    for (const QJsonValue &entry : all["files"].toArray()) {
+        const QString name = QDir::cleanPath(base.filePath(entry["file"].toString()));
+        if (!QFile::exists(name) || !desk.openFile(name, unsigned(entry["type"].toInt())))
+            continue;
+        wanted.append(m_tabs->currentFile());
+        restorePlace(entry.toObject());
+    }
+    if (wanted.isEmpty())
+        return;
+    for (Kiln::ProjectFile *other : before) {
+        if (!wanted.contains(other))
+            desk.closeFile(other);
+    }
+    for (int i = 0; i < wanted.size(); ++i)
+        m_tabs->moveTab(m_tabs->indexOf(wanted.at(i)), i);
+    Kiln::ProjectFile *current = m_session.findFile(all["current"].toString());
+    desk.showFile(wanted.contains(current) ? current : wanted.first());
+}
+
+// Folds first: a cursor in a folded line opens it.
+void OpenFiles::restorePlace(const QJsonObject &place)
+{
+    auto *document = dynamic_cast<Kiln::CodeDocument *>(m_tabs->currentFile());
+    if (!document || !m_surface || m_surface->document() != document)
+        return;
+    for (const QJsonValue &fold : place["folds"].toArray()) {
+        const QTextBlock head = document->findBlockByNumber(fold.toInt());
+        if (head.isValid() && head.next().isVisible())
+            m_surface->editor()->toggleBlockVisible(head);
+    }
+    const QStringList numbers = place["place"].toString().split(QLatin1Char(','));
+    m_surface->editor()->setCurrentLine(
+        {numbers.value(0).toInt(), numbers.value(1).toInt(), numbers.value(2).toInt()});
+}
+
+} // namespace HostKit
