@@ -35,6 +35,8 @@ QHash<QString, QVariant> deliveredDefaults()
         {"code_highlight_blocks", true},
         {"code_folding_markers", true},
         {"code_paren_matching", true},
+        {"code_auto_indent", true},
+        {"code_tab_width", 4},
         {"reopen_last_project", true},
         {"theme", "system"},
         {"show_cross1", true},

@@ -112,6 +112,16 @@ QWidget *SettingsDialog::codePage()
     form->addRow(tr("&Font:"), m_font);
     form->addRow(tr("Si&ze:"), m_fontSize);
 
+    m_tabWidth = named(new QSpinBox(page), "settings_tab_width", tr("Tab width"));
+    m_tabWidth->setRange(1, 32);
+    m_tabWidth->setValue(m_settings.value("code_tab_width").toInt());
+    form->addRow(tr("Tab &width:"), m_tabWidth);
+
+    auto *keys = new QGroupBox(tr("Indentation"), page);
+    auto *keysLayout = new QVBoxLayout(keys);
+    keysLayout->addWidget(option("code_auto_indent", tr("&Keep it on new lines"), page));
+    keysLayout->addWidget(option("code_tab_spaces", tr("The Tab key inserts b&lanks"), page));
+
     auto *view = new QGroupBox(tr("View"), page);
     auto *viewLayout = new QVBoxLayout(view);
     viewLayout->addWidget(option("show_code_bar", tr("Show code tool&bar"), page));
@@ -132,6 +142,7 @@ QWidget *SettingsDialog::codePage()
 
     auto *layout = new QVBoxLayout(page);
     layout->addLayout(form);
+    layout->addWidget(keys);
     layout->addWidget(view);
     layout->addWidget(model);
     layout->addStretch();
@@ -168,6 +179,7 @@ void SettingsDialog::apply()
     if (m_font->currentFont().family() != m_shownFont)
         m_settings.setValue("font_name", m_font->currentFont().family());
     m_settings.setValue("font_size", m_fontSize->value());
+    m_settings.setValue("code_tab_width", m_tabWidth->value());
     m_viewport->apply();
     m_colors->apply();
     m_settings.apply();

@@ -51,6 +51,7 @@ private:
     QFontComboBox *m_font = nullptr;
     QString m_shownFont; ///< a family that is not installed shows as another and is kept
     QSpinBox *m_fontSize = nullptr;
+    QSpinBox *m_tabWidth = nullptr;
     ViewportPage *m_viewport = nullptr;
     ColorPage *m_colors = nullptr;
     QWidget *m_engines = nullptr;

@@ -26,7 +26,6 @@ namespace
 {
 constexpr int ParenDelay = 50;  // milliseconds
 constexpr int BlockDelay = 100; // milliseconds
-constexpr int BlanksPerTab = 4;
 } // namespace
 
 const CodeBlockData *blockRecord(const QTextBlock &block)
@@ -88,7 +87,7 @@ QPlainTextDocumentLayout *CodeEditorPrivate::layout() const
 void CodeEditorPrivate::updateTabStop()
 {
     const qreal blank = QFontMetricsF(q->font()).horizontalAdvance(QLatin1Char(' '));
-    q->setTabStopDistance(std::ceil(BlanksPerTab * blank));
+    q->setTabStopDistance(std::ceil(indentation.tabWidth * blank));
 }
 
 void CodeEditorPrivate::attach(CodeDocument *newDocument)

@@ -62,6 +62,13 @@ public:
         QTextCharFormat parenRange; ///< from bracket to bracket when they do
     };
 
+    /// What the Return and Tab keys do to the blanks that lines begin with.
+    struct Indentation {
+        bool keep = false;   ///< a new line begins with the blanks of the line above
+        bool spaces = false; ///< the Tab key inserts blanks up to the next tab stop
+        int tabWidth = 4;    ///< in characters, 1 to 32
+    };
+
     explicit CodeEditor(QWidget *parent = nullptr);
     ~CodeEditor() override;
 
@@ -74,6 +81,9 @@ public:
 
     void setSyntaxFormatting(const SyntaxFormatting &formatting);
     const SyntaxFormatting &syntaxFormatting() const;
+    /// Whatever it says, Tab and Shift+Tab move the lines of a selection that goes over several.
+    void setIndentation(const Indentation &indentation);
+    const Indentation &indentation() const;
     /// Whether the text between two matching brackets takes `parenRange`; true at first.
     void setParenRangePainted(bool painted);
     /// Finds the blocks around the cursor anew after a delay, or forgets them when

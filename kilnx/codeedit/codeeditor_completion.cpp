@@ -168,6 +168,8 @@ void CodeEditor::keyPressEvent(QKeyEvent *event)
         }
         words->hide(); // nothing is chosen: the key is for the text
     }
+    if (d->indentKey(event))
+        return;
     const int revision = document()->revision();
     const int place = textCursor().position();
     d->navigatedRevision = revision;
@@ -180,6 +182,8 @@ void CodeEditor::keyPressEvent(QKeyEvent *event)
     } else {
         QPlainTextEdit::keyPressEvent(event);
     }
+    if (isReturn && d->document && document()->revision() != revision)
+        d->keepIndentation();
     d->navigatedRevision = -1;
     const bool command = event->modifiers() & (Qt::ControlModifier | Qt::AltModifier);
     if (command && !bringsText(event)) {

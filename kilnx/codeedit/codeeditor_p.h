@@ -145,12 +145,18 @@ public:
     void offerWords(QKeyEvent *event);
     void complete(const QString &word);
 
+    // Indentation: codeeditor_indent.cpp
+    bool indentKey(const QKeyEvent *event);
+    void shiftLines(QTextCursor cursor, bool back);
+    void keepIndentation();
+
     CodeEditor *const q;
     CodeDocument *document = nullptr;
     QVector<QMetaObject::Connection> documentSignals;
     QCompleter *completer = nullptr;
     QMap<QString, QAbstractItemModel *> wordLists; ///< by prefix, none of them owned
     CodeEditor::SyntaxFormatting format;
+    CodeEditor::Indentation indentation;
     bool paintParenRange = true;
     std::optional<CodeEditor::LinePos> reloadPlace; ///< while the text is being loaded again
     QList<QTextEdit::ExtraSelection> parenSelections;

@@ -299,6 +299,10 @@ void CodeWorkspace::reconfig()
     if (paren.isValid())
         format.parenMatch.setForeground(paren);
     d->editor->setSyntaxFormatting(format);
+    const int tabWidth =
+        d->host->option(QStringLiteral("code_tab_width"), CodeEditor::Indentation().tabWidth)
+            .toInt();
+    d->editor->setIndentation({flag("code_auto_indent"), flag("code_tab_spaces"), tabWidth});
     d->toolBar->setIconSize(QSize(ToolBarIcon, ToolBarIcon));
     zoomActual();
 }

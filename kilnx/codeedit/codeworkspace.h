@@ -52,7 +52,8 @@ public:
     void activate() override;
     void deactivate() override;
     /// Reads the options "code_line_numbers", "code_highlight_line", "code_highlight_blocks",
-    /// "code_folding_markers" and "code_paren_matching", the colours "line", "block_range" and
+    /// "code_folding_markers", "code_paren_matching", "code_auto_indent", "code_tab_spaces" and
+    /// "code_tab_width" (characters, 4 by default), the colours "line", "block_range" and
     /// "paren_range", the second colour of "paren", and the font as zoomActual() does.
     void reconfig() override;
     void retranslate() override;

@@ -8,6 +8,7 @@
 #include <QtCore/QFile>
 #include <QtCore/QThread>
 
+#include <cstdio>
 #ifdef Q_OS_UNIX
 #include <unistd.h>
 
@@ -160,6 +161,13 @@ static bool attempt(Operation operation)
     return true;
 }
 
+/// Whether a file could be put in the place of another in one step, so that at every moment one of
+/// the two stands under the name. Not every system has that.
+static bool takesPlace(const QString &from, const QString &to)
+{
+    return std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
+}
+
 /// The old file stays where the new contents are not whole. Contents that are whole but could not
 /// take their place stay, too, under the temporary's name.
 bool File::commit()
@@ -175,10 +183,12 @@ bool File::commit()
     }
     const QString name = target.fileName();
     const bool isOnDisk = isSynced();
-    if (isOnDisk)
-        attempt([&name] { return !QFile::exists(name) || QFile::remove(name); });
     QString error = errorString();
     close();
+    if (isOnDisk && takesPlace(fileName(), name))
+        return true;
+    if (isOnDisk)
+        attempt([&name] { return !QFile::exists(name) || QFile::remove(name); });
     const auto rename = [&] { return QFile::rename(fileName(), name); };
     if (isOnDisk && attempt(rename))
         return true;

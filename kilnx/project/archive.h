@@ -65,10 +65,10 @@ private:
 /// An existing regular file is never overwritten in place: the device of openFile() writes to a
 /// temporary file beside it, named as the file with six random characters appended, and closing
 /// replaces the file by it. A process that dies in between leaves the old or the new contents
-/// whole under one of the two names; a write that fails leaves the old file, and no file where
-/// there was none. Where the disk does not confirm a whole temporary, or it cannot be renamed, it
-/// stays beside the old file. The new file keeps the old one's permissions, and a symbolic link
-/// stays a link: what it points at is replaced.
+/// whole under the file's name, where the system can replace a file in one step; a write that fails
+/// leaves the old file, and no file where there was none. Where the disk does not confirm a whole
+/// temporary, or it cannot be renamed, it stays beside the old file. The new file keeps the old
+/// one's permissions, and a symbolic link stays a link: what it points at is replaced.
 class KILNX_EXPORT FileSystemArchive : public Archive
 {
 public:

@@ -185,6 +185,52 @@ private slots:
         QVERIFY(!popup()->isVisible());
     }
 
+    void indentationByKeys_data()
+    {
+        const auto add = columns<int, QString, QString, QString>("key", "flags", "before", "after");
+        // "k": kept on Return, "s": blanks for tabs. "|" is the cursor, from "[" if there is one.
+        add("not wished", int(Qt::Key_Return), "", "  a|b", "  a\n|b");
+        add("kept", int(Qt::Key_Return), "k", " \ta|b", " \ta\n \t|b");
+        add("in the keypad", int(Qt::Key_Enter), "k", "  a|", "  a\n  |");
+        add("within the blanks", int(Qt::Key_Return), "k", "  |  ab", "  \n  |  ab");
+        add("at the start", int(Qt::Key_Return), "k", "|  ab", "\n|  ab");
+        add("nothing to keep", int(Qt::Key_Return), "k", "a|", "a\n|");
+        add("over a selection", int(Qt::Key_Return), "k", "  a[b\nc|d", "  a\n  |d");
+        add("a tab", int(Qt::Key_Tab), "", "a|b", "a\t|b");
+        add("blanks to the next stop", int(Qt::Key_Tab), "s", "\tab|c", "\tab  |c");
+        add("a whole stop", int(Qt::Key_Tab), "s", "abcd|", "abcd    |");
+        add("in place of a selection", int(Qt::Key_Tab), "s", "a[bc|d", "a   |d");
+        add("lines to the right", int(Qt::Key_Tab), "", "a[b\n\n c|d\ne", "[\tab\n\n\t cd|\ne");
+        add("by blanks", int(Qt::Key_Tab), "s", "a[b\nc|d", "[    ab\n    cd|");
+        add("not the line of the end", int(Qt::Key_Tab), "", "[a\nb\n|c", "[\ta\n\tb|\nc");
+        add("lines to the left", int(Qt::Key_Backtab), "", "\t\ta[b\n  \tc\n     d\n e|",
+            "[\tab\nc\n d\ne|");
+    }
+
+    void indentationByKeys()
+    {
+        const auto [key, flags, before, after] = row<int, QString, QString, QString>();
+        m_editor->setIndentation({flags.contains('k'), flags.contains('s'), 4});
+        const QString text = QString(before).remove('[').remove('|');
+        m_editor->setPlainText(text);
+        QTextCursor cursor = m_editor->textCursor();
+        const int anchor = before.indexOf('[');
+        const int end = before.indexOf('|') - (anchor < 0 ? 0 : 1);
+        cursor.setPosition(anchor < 0 ? end : anchor);
+        cursor.setPosition(end, QTextCursor::KeepAnchor);
+        m_editor->setTextCursor(cursor);
+        QTest::keyClick(m_editor.get(), Qt::Key(key),
+                        key == Qt::Key_Backtab ? Qt::ShiftModifier : Qt::NoModifier);
+        QString shown = m_editor->toPlainText();
+        cursor = m_editor->textCursor();
+        shown.insert(cursor.position(), '|');
+        if (cursor.hasSelection())
+            shown.insert(cursor.anchor(), '[');
+        QCOMPARE(shown, after);
+        m_editor->undo(); // one step
+        QCOMPARE(m_editor->toPlainText(), text);
+    }
+
     void keysWithAMeaning()
     {
         m_editor->setPlainText("abc");
