@@ -114,6 +114,23 @@ void ControlPanels::showBeside(const QVector<const Kiln::ExtraEditor *> &panels)
     showSideDocks();
 }
 
+QDockWidget *ControlPanels::sideDock(const Kiln::ExtraEditor *panel) const
+{
+    for (const Place &place : m_places) {
+        if (place.part == panel)
+            return place.sideDock;
+    }
+    return nullptr;
+}
+
+void ControlPanels::stack(const Kiln::ExtraEditor *upper, const Kiln::ExtraEditor *lower)
+{
+    if (QDockWidget *dock = sideDock(upper); dock && sideDock(lower)) {
+        m_window->tabifyDockWidget(dock, sideDock(lower));
+        dock->raise();
+    }
+}
+
 void ControlPanels::showSideDocks()
 {
     for (const Place &place : qAsConst(m_places)) {

@@ -72,6 +72,9 @@ public:
     /// Shows the docks of these panels beside that of showSidePanel(), and of no others.
     void showBeside(const QVector<const Kiln::ExtraEditor *> &panels);
 
+    /// Puts the dock of the second panel under that of the first, which then are tabs.
+    void stack(const Kiln::ExtraEditor *upper, const Kiln::ExtraEditor *lower);
+
 private:
     /// The room of a part, which is null while it is being constructed.
     struct Place {
@@ -90,6 +93,7 @@ private:
     };
 
     Place &place(const Kiln::Control &control);
+    QDockWidget *sideDock(const Kiln::ExtraEditor *panel) const;
     Place &makePlace(bool sidePanel);
     QDockWidget *makeDock(const QString &key, QWidget *list);
     QObject *partOf(const Kiln::Control &control) const;

@@ -456,6 +456,9 @@ void FramePane::refresh()
 
     const Kiln::AnimationCode *animation = frame ? animationOf(*frame) : nullptr;
     const int index = animation ? animation->indexOfFrame(frame) : -1;
+    const int row = animation ? d->list->indexOf(animation) : -1;
+    if (row >= 0)
+        d->list->setSelected(unsigned(row));
     const Kiln::FrameCode *before = index > 0 ? animation->frameAt(unsigned(index - 1)) : nullptr;
     Kiln::Sprite *ghost = d->spriteOf(before);
     if (ghost) {

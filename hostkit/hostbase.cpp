@@ -27,7 +27,9 @@
 #include <kilnx/code/codedocument.h>
 #include <kilnx/editors/organizer.h>
 #include <kilnx/editors/paletteeditor.h>
+#include <kilnx/editors/thumbnailseditor.h>
 #include <kilnx/forms/messageboxes.h>
+#include <kilnx/image/sprite.h>
 #include <kilnx/project/engine.h>
 #include <kilnx/project/engineplugin.h>
 #include <kilnx/project/fileeditor.h>
@@ -104,6 +106,7 @@ struct HostBase::Private : QObject {
     void showProject();
     bool hasType(Kiln::Project::FileID::Type type) const;
     void showFrames();
+    void showThumbnails(const Kiln::ProjectFile &file);
 
     QMainWindow *window;
     Paths paths;
@@ -214,6 +217,18 @@ void HostBase::Private::showFrames()
     if (isAnimations && !frames->parentWidget())
         centre->split(frames.get());
     frames->follow(isAnimations ? document : nullptr);
+    if (isAnimations)
+        showThumbnails(*document);
+}
+
+// Those of the file's own project, beside whatever project was shown before.
+void HostBase::Private::showThumbnails(const Kiln::ProjectFile &file)
+{
+    auto *panel = qobject_cast<Kiln::ThumbnailsEditor *>(deck->sidePanel(2));
+    Kiln::Project *project = file.project();
+    Kiln::ProjectFile *sprites = project ? project->file(Kiln::Project::FileID::Sprites) : nullptr;
+    if (panel)
+        panel->setSprites(dynamic_cast<Kiln::Sprites *>(sprites));
 }
 
 // A project keeps what held when it was opened.
@@ -392,6 +407,10 @@ void HostBase::makeCodeEditors()
         d->openFiles.setSurface(d->surface);
         d->deck->make<Kiln::OrganizerEditor>();
         d->deck->accompany("sprites", d->deck->make<Kiln::PaletteEditor>());
+        auto *thumbnails = d->deck->make<Kiln::ThumbnailsEditor>();
+        d->panels->stack(d->deck->sidePanel(0), thumbnails);
+        for (const char *editor : {"sprites", "animations"})
+            d->deck->accompany(editor, thumbnails);
     }
     const int before = d->deck->editors().size();
     for (const CodeType &code : codeTypes) {

@@ -81,9 +81,9 @@ public:
     /// The pane beside the text of animations; null before makeFramePane().
     FramePane *framePane() const;
 
-    /// Makes the code view, the organizer, the panel of palettes, and an editor for each type of
-    /// code file that one of the engines has and no editor handles yet. Call it when engines have
-    /// been loaded.
+    /// Makes the code view, the organizer, the panels of palettes and thumbnails, and an editor for
+    /// each type of code file that one of the engines has and no editor handles yet. Call it when
+    /// engines have been loaded.
     void makeCodeEditors();
 
     /// Makes the graphics workspace, the editor of sprites that stands in it and, beside the text

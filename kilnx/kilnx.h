@@ -35,6 +35,8 @@
 #include <kilnx/editors/projimport.h>
 #include <kilnx/editors/remapdlg.h>
 #include <kilnx/editors/spriteeditor.h>
+#include <kilnx/editors/thumbnailseditor.h>
+#include <kilnx/editors/thumbnailsmodel.h>
 #include <kilnx/export.h>
 #include <kilnx/forms/colorwidget.h>
 #include <kilnx/forms/imagedlgs.h>
@@ -50,6 +52,7 @@
 #include <kilnx/image/imagepalette.h>
 #include <kilnx/image/palette.h>
 #include <kilnx/image/sprite.h>
+#include <kilnx/image/spritemime.h>
 #include <kilnx/imageedit/colorpalette.h>
 #include <kilnx/imageedit/imagecanvas.h>
 #include <kilnx/imageedit/imagecommands.h>

@@ -193,6 +193,21 @@ bool EmberSprite::sharesPalette() const
     return m_palette && m_palette->useCount() > 1;
 }
 
+std::function<QImage()> EmberSprite::pictureJob() const
+{
+    if (isEmpty())
+        return {};
+    const EmberPictureData *data = pictureData();
+    const QVector<QRgb> colors = m_palette ? m_palette->colorTable() : QVector<QRgb>();
+    return [bytes = data->toData(true), info = data->info, coder = data->filter(), colors] {
+        const QByteArray pixels =
+            coder == EmberGleam::Plain ? bytes : EmberGleam::decode(bytes, info, coder);
+        QImage picture = EmberGleam::pictureOf(pixels, info);
+        picture.setColorTable(colors);
+        return picture;
+    };
+}
+
 /// The palette as one that the list has; null for one of another file, and for one that was taken
 /// out.
 EmberPalette *EmberSprite::own(Kiln::Palette *palette) const

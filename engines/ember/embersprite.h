@@ -59,6 +59,7 @@ public:
     void setImage(const QImage &image) override;
     Kiln::Palette *palette() const override;
     bool sharesPalette() const override;
+    std::function<QImage()> pictureJob() const override;
 
 private:
     friend class EmberSprites;

@@ -2,9 +2,9 @@
 
 #include <kilnx/code/animationcode.h>
 #include <kilnx/code/animations.h>
-#include <kilnx/code/codedocument.h>
 #include <kilnx/editors/organizer.h>
 #include <kilnx/editors/paletteeditor.h>
+#include <kilnx/editors/projectanimations_p.h>
 #include <kilnx/editors/spriteeditor_p.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/imageedit/palettewidget.h>
@@ -407,22 +407,12 @@ void SpriteEditorPrivate::followFrame()
     const Project *project = sprites ? sprites->project() : nullptr;
     if (!project || !frameAction || !frameAction->isChecked())
         return;
-    ProjectFile *file = project->file(Project::FileID::Animations);
-    auto *list = dynamic_cast<Animations *>(file);
-    if (auto *document = dynamic_cast<CodeDocument *>(file))
-        list = dynamic_cast<Animations *>(document->documentEditor(CodeNode::Animation, 0));
+    const Animations *list = animationsOf(project);
     const AnimationCode *animation = list ? list->at(list->selected()) : nullptr;
     const FrameCode *frame = animation ? animation->frameAt(animation->selectedFrame()) : nullptr;
     const int found = frame ? sprites->indexOf(0, frame->identifier()) : -1;
     if (found >= 0)
         setCurrent(unsigned(found));
-}
-
-QVariant SpriteEditorPrivate::fileOption(const char *key) const
-{
-    const bool isInProject = sprites && sprites->project();
-    return isInProject ? sprites->option(QLatin1String(key))
-                       : interface->option(QLatin1String(key), QVariant());
 }
 
 bool SpriteEditorPrivate::confirmDelete() const

@@ -5,6 +5,7 @@
 #include <kilnx/editors/organizer.h>
 #include <kilnx/editors/paletteeditor.h>
 #include <kilnx/editors/spriteeditor_p.h>
+#include <kilnx/editors/thumbnailseditor.h>
 #include <kilnx/forms/colorwidget.h>
 #include <kilnx/imageedit/imagetool.h>
 #include <kilnx/imageedit/palettewidget.h>
@@ -309,6 +310,8 @@ void SpriteEditorPrivate::tellPosition()
     Q_EMIT setSelPos(at);
     fields.endProgramChange();
     Q_EMIT setPosText(QStringLiteral("%1 / %2").arg(count > 0 ? at + 1 : 0).arg(count));
+    if (ThumbnailsEditor *panel = thumbnails())
+        panel->showSprite(at);
 }
 
 void SpriteEditorPrivate::tellLayer()
@@ -403,6 +406,13 @@ OrganizerEditor *SpriteEditorPrivate::organizer() const
     return qobject_cast<OrganizerEditor *>(interface->extraEditor(0));
 }
 
+/// Null while it shows the sprites of another file.
+ThumbnailsEditor *SpriteEditorPrivate::thumbnails() const
+{
+    auto *panel = qobject_cast<ThumbnailsEditor *>(interface->extraEditor(2));
+    return panel && sprites && panel->sprites() == sprites ? panel : nullptr;
+}
+
 /// The organizer has the sprites, or by "org_palette" their palettes, and lets go of them before
 /// they end.
 void SpriteEditorPrivate::showPanels(bool isShown)
@@ -417,6 +427,13 @@ void SpriteEditorPrivate::showPanels(bool isShown)
         connect(panel, &OrganizerEditor::itemClicked, this, &SpriteEditorPrivate::organizerClicked,
                 Qt::UniqueConnection);
     }
+    auto *pictures = qobject_cast<ThumbnailsEditor *>(interface->extraEditor(2));
+    if (pictures && isShown) {
+        pictures->setSprites(sprites);
+        connect(pictures, &ThumbnailsEditor::spriteChosen, this,
+                &SpriteEditorPrivate::thumbnailChosen, Qt::UniqueConnection);
+        tellPosition();
+    }
     const bool isWanted = interface->option(QStringLiteral("show_organizer"), false).toBool();
     if (isShown && !(panel && isWanted))
         interface->setExtraEditor(interface->extraEditor(1));
@@ -426,6 +443,12 @@ void SpriteEditorPrivate::organizerClicked(int clicked)
 {
     if (editor->isActive() && sprites && organizer()->object() == sprites)
         setCurrent(unsigned(clicked));
+}
+
+void SpriteEditorPrivate::thumbnailChosen(int chosen)
+{
+    if (editor->isActive() && thumbnails())
+        setCurrent(unsigned(chosen));
 }
 
 ImageLayer *SpriteEditorPrivate::layer() const

@@ -2,6 +2,7 @@
 
 #include <kilnx/editors/palettepreview.h>
 #include <kilnx/editors/spriteeditor_p.h>
+#include <kilnx/editors/spriteexport_p.h>
 #include <kilnx/forms/imagedlgs.h>
 #include <kilnx/forms/itemsdialog.h>
 #include <kilnx/forms/messageboxes.h>
@@ -16,12 +17,8 @@
 #include <kilnx/project/translator.h>
 
 #include <QtConcurrent/QtConcurrentRun>
-#include <QtCore/QBuffer>
 #include <QtCore/QDir>
 #include <QtCore/QEventLoop>
-#include <QtCore/QFileInfo>
-#include <QtCore/QRegularExpression>
-#include <QtCore/QSaveFile>
 #include <QtCore/QTimer>
 
 #include <atomic>
@@ -127,23 +124,6 @@ bool hasColorsOf(const QImage &picture, const Palette &palette)
                                              [](QRgb a, RGBA b) { return fromQRgb(a) == b; });
 }
 
-/// The identifier as a part of a file name.
-QString fileNameOf(QString identifier)
-{
-    static const QRegularExpression reserved(QStringLiteral("[/\\\\:*?\"<>|\\x00-\\x1f]"));
-    return identifier.replace(reserved, QStringLiteral("_"));
-}
-
-/// The old file stays when the new one cannot be written in full.
-bool writePicture(const QString &path, const QImage &picture)
-{
-    QBuffer encoded;
-    encoded.open(QIODevice::WriteOnly);
-    QSaveFile file(path);
-    return saveImage(&encoded, fileExtension(path).constData(), picture) &&
-           file.open(QIODevice::WriteOnly) && writeAll(&file, encoded.data()) && file.commit();
-}
-
 } // namespace
 
 QImage SpriteEditorPrivate::blankPicture(int format, QSize size) const
@@ -198,22 +178,6 @@ void SpriteEditorPrivate::addNew()
 
 // --- Reading
 
-QString SpriteEditorPrivate::startPath() const
-{
-    const QString own = fileOption("spr_path").toString();
-    return own.isEmpty() ? fileOption("project_path").toString() : own;
-}
-
-void SpriteEditorPrivate::keepPath(const QString &fileName)
-{
-    const QString key = QStringLiteral("spr_path");
-    const QString directory = QFileInfo(fileName).absolutePath();
-    if (Project *project = sprites->project())
-        project->setOption(key, directory, true);
-    else
-        interface->setOption(key, directory);
-}
-
 QString SpriteEditorPrivate::openFilter() const
 {
     return SpriteEditor::tr("All pictures") + QLatin1String(fileExtension(ImageOpenAll)) +
@@ -262,13 +226,14 @@ void SpriteEditorPrivate::openImg()
         return;
     const Still still(this);
     const QString path =
-        getOpenFileName(window(), SpriteEditor::tr("Change image"), startPath(), openFilter());
+        getOpenFileName(window(), SpriteEditor::tr("Change image"),
+                        SpriteExport::startPath(*interface, sprites), openFilter());
     if (path.isEmpty() || !still.isSo())
         return;
     saveOrDiscard();
     if (!still.isSo())
         return;
-    keepPath(path);
+    SpriteExport::keepPath(*interface, *sprites, path);
     QImage picture;
     readPicture(path, &picture);
     if (picture.isNull()) {
@@ -288,10 +253,11 @@ void SpriteEditorPrivate::add()
         return;
     const Still still(this);
     const QStringList files =
-        getOpenFileNames(window(), SpriteEditor::tr("Add sprites"), startPath(), openFilter());
+        getOpenFileNames(window(), SpriteEditor::tr("Add sprites"),
+                         SpriteExport::startPath(*interface, sprites), openFilter());
     if (files.isEmpty() || !still.isSo())
         return;
-    keepPath(files.first());
+    SpriteExport::keepPath(*interface, *sprites, files.first());
     Palettes *palettes = sprites->palettes();
     const Palette *own = sprite() ? current->palette() : nullptr;
     SprImport dialog(window(), SpriteEditor::tr("Add sprites"), files, palettes,
@@ -365,43 +331,6 @@ QImage SpriteEditorPrivate::pictureOf(unsigned int index) const
                                                     : QImage();
 }
 
-/// The file of each row. Several have the identifier in their names, and a number where two would
-/// have the same.
-QStringList SpriteEditorPrivate::exportNames(const QList<int> &rows, const QString &path) const
-{
-    const QFileInfo info(path);
-    const QString suffix = info.suffix().isEmpty() ? QStringLiteral("png") : info.suffix();
-    if (rows.size() == 1)
-        return {info.suffix().isEmpty() ? path + QLatin1Char('.') + suffix : path};
-    QStringList names;
-    QSet<QString> used;
-    for (const int exported : rows) {
-        Sprite *each = sprites->at(unsigned(exported));
-        const QString own = fileNameOf(each->property(QStringLiteral("Identifier")).toString());
-        QString part = own;
-        for (int number = 2; used.contains(part.toLower()); ++number)
-            part = QStringLiteral("%1_%2").arg(own).arg(number);
-        used.insert(part.toLower());
-        names.append(QStringLiteral("%1/%2_%3.%4")
-                         .arg(info.absolutePath(), info.completeBaseName(), part, suffix));
-    }
-    return names;
-}
-
-/// The dialog has asked about the name that was typed, but not about those that are made of it.
-bool SpriteEditorPrivate::mayReplace(const QStringList &names, const QString &path) const
-{
-    QStringList there;
-    for (const QString &name : names) {
-        if (name != path && QFileInfo::exists(name))
-            there.append(QDir::toNativeSeparators(name));
-    }
-    return there.isEmpty() ||
-           askQuestion(window(), SpriteEditor::tr("Save image"),
-                       SpriteEditor::tr("These files exist. Do you want to replace them?\n%1")
-                           .arg(there.mid(0, 8).join(QLatin1Char('\n'))));
-}
-
 void SpriteEditorPrivate::saveImgAs()
 {
     if (!sprite() || working)
@@ -414,38 +343,13 @@ void SpriteEditorPrivate::saveImgAs()
     delete dialog;
     if (rows.isEmpty())
         return;
-    const QString path = getSaveFileName(window(), SpriteEditor::tr("Save image"), startPath(),
-                                         QLatin1String(fileExtension(ImageSave)));
-    if (path.isEmpty() || !still.isSo())
-        return;
-    keepPath(path);
-    const QStringList names = exportNames(rows, path);
-    if (mayReplace(names, path) && still.isSo())
-        writePictures(rows, names);
-}
-
-/// Tells of all that could not be written in one message. A cancel leaves whole files alone.
-void SpriteEditorPrivate::writePictures(const QList<int> &rows, const QStringList &names)
-{
-    const Still still(this);
     const QPointer<SpriteEditorPrivate> alive(this);
-    Progress *progress = interface->progress(SpriteEditor::tr("Saving images..."), true);
-    bool cancelled = false;
     working = true;
-    QStringList failed;
-    progress->setProgress(0, unsigned(rows.size()), &cancelled);
-    for (int i = 0; i < rows.size() && !cancelled && still.isSo(); ++i) {
-        if (!writePicture(names[i], pictureOf(unsigned(rows[i]))))
-            failed.append(QDir::toNativeSeparators(names[i]));
-        progress->setProgress(unsigned(i + 1), 0, &cancelled);
-    }
-    progress->finish();
+    SpriteExport(interface, sprites, [this, still](unsigned int each) {
+        return still.isSo() ? pictureOf(each) : QImage();
+    }).run(rows);
     if (alive)
         working = false;
-    if (still.isSo() && !failed.isEmpty())
-        showWarning(window(), SpriteEditor::tr("Save image"),
-                    SpriteEditor::tr("These images could not be saved:\n%1")
-                        .arg(failed.mid(0, 8).join(QLatin1Char('\n'))));
 }
 
 } // namespace Kiln

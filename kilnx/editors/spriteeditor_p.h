@@ -29,6 +29,7 @@ class LayerDrag;
 class OrganizerEditor;
 class PaletteEditor;
 class PaletteWidget;
+class ThumbnailsEditor;
 
 /// The state of a SpriteEditor, the slots of its actions and the signals that rule them.
 ///
@@ -83,6 +84,7 @@ public:
     void tellRenderer();
     void clearStatus();
     OrganizerEditor *organizer() const;
+    ThumbnailsEditor *thumbnails() const;
     void showPanels(bool shown);
 
     // spriteeditor.cpp
@@ -104,21 +106,15 @@ public:
     void colorsShown();
     void followFrame();
     void saveOrDiscard();
-    QVariant fileOption(const char *key) const;
     bool confirmDelete() const;
 
     // spriteeditor_files.cpp
     void setSpriteImage(const QImage &image);
-    QString startPath() const;
     QString openFilter() const;
     void warnOfPicture(const QString &fileName);
-    void keepPath(const QString &fileName);
     void takePicture(const std::function<void()> &change);
     void insertPictures(const QVector<QImage> &pictures, const QVector<SprImport::Answer> &answers);
     QImage pictureOf(unsigned int index) const;
-    QStringList exportNames(const QList<int> &rows, const QString &path) const;
-    bool mayReplace(const QStringList &names, const QString &path) const;
-    void writePictures(const QList<int> &rows, const QStringList &names);
     void insertSprite(const QString &identifier, const QImage &image);
     QString freeIdentifier(const QString &wish) const;
 
@@ -205,6 +201,7 @@ public Q_SLOTS:
     void layerChosen(const QModelIndex &index);
     void chooseTool();
     void organizerClicked(int clicked);
+    void thumbnailChosen(int chosen);
     void copy();
     void cut();
     void paste();

@@ -74,6 +74,12 @@ QStringList Sprite::propertyNames()
     return {identifierName};
 }
 
+std::function<QImage()> Sprite::pictureJob() const
+{
+    const QImage picture = image();
+    return picture.isNull() ? std::function<QImage()>() : [picture] { return picture; };
+}
+
 QImage Sprite::aligned(QPoint from, QPoint to, QPoint extent) const
 {
     const QImage picture = image();

@@ -8,6 +8,8 @@
 #include <QtCore/QPoint>
 #include <QtGui/QImage>
 
+#include <functional>
+
 namespace Kiln
 {
 
@@ -114,6 +116,11 @@ public:
     virtual Palette *palette() const = 0;
     /// Whether another sprite of the file has the same palette.
     virtual bool sharesPalette() const = 0;
+    /// What makes image() anew on any thread, for views of thousands of sprites: it has all that it
+    /// needs, and the sprite, its file and their store may change or go meanwhile. Empty without a
+    /// picture. Here it is handed the picture decoded; an engine whose coders bear threads hands
+    /// over the encoded bytes instead.
+    virtual std::function<QImage()> pictureJob() const;
 
     /// The picture on a larger canvas, so that several sprites line up: its point `from` comes to
     /// lie on `to`, and the canvas reaches `extent` beyond that. What is left is filled with zero

@@ -137,7 +137,8 @@ public:
     virtual QAction *editorAction(const QString &key, Translator *translator, int textId) = 0;
     /// Keeps its place in the order for the host; never called by the library.
     virtual void hostReserved35() {}
-    /// A side panel: 0 is the organizer, 1 the other one; null when the host has none.
+    /// A side panel: 0 is the organizer, 1 the palettes, 2 the thumbnails; null when the host has
+    /// none.
     virtual ExtraEditor *extraEditor(int index) const = 0;
     /// All files may have changed under the editors: show them anew.
     virtual void refreshEditors() = 0;

@@ -72,6 +72,12 @@ public:
         OrganizerTopText = 170,
         OrganizerBottomText = 171,
         OrganizerAutoText = 172,
+        ThumbnailsText = 173,
+        ThumbnailsAddSelectedText = 174,
+        ThumbnailsAddAllText = 175,
+        ThumbnailsNewSelectedText = 176,
+        ThumbnailsNewAllText = 177,
+        ThumbnailsSaveText = 178,
     };
 
     /// How many ids the table has; the last one is `idCount - 1`.

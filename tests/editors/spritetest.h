@@ -3,6 +3,7 @@
 #include <ember/embersprites.h>
 #include <hostkit/spriteview.h>
 #include <kilnx/editors/paletteeditor.h>
+#include <kilnx/editors/thumbnailseditor.h>
 #include <kilnx/image/imagepalette.h>
 #include <kilnx/imageedit/imagerenderer.h>
 #include <kilnx/render/graphicsworkspace.h>
@@ -60,7 +61,10 @@ struct Host : TestHost {
     unsigned int projectCount() const override { return unsigned(projects.size()); }
     Project *project(unsigned int index) const override { return projects.value(int(index)); }
 
+    ExtraEditor *extraEditor(int index) const override { return index == 2 ? pictures : nullptr; }
+
     QList<Project *> projects;
+    ExtraEditor *pictures = nullptr;
 };
 
 /// An editor in a window, on a file of its own, and the hands of its user.
@@ -71,6 +75,7 @@ struct Bench {
         workspace = std::make_unique<GraphicsWorkspace>(host);
         workspace->reconfig();
         panel = withPanel ? new PaletteEditor : nullptr;
+        host.pictures = thumbnails = new ThumbnailsEditor;
         editor = std::make_unique<HostKit::SpriteView>(*workspace, panel);
         host.setEditorWidget(workspace->widget());
         auto *window = qobject_cast<QMainWindow *>(host.mainWindow());
@@ -91,6 +96,7 @@ struct Bench {
         editor.reset();
         if (panel)
             panel->release();
+        thumbnails->release();
         qobject_cast<QMainWindow *>(host.mainWindow())->takeCentralWidget();
         workspace.reset();
     }
@@ -178,6 +184,7 @@ struct Bench {
     Host host;
     std::unique_ptr<GraphicsWorkspace> workspace;
     PaletteEditor *panel = nullptr;
+    ThumbnailsEditor *thumbnails;
     std::unique_ptr<HostKit::SpriteView> editor;
     SpritesPointer file;
     QTemporaryDir directory;

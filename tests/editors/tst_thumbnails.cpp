@@ -1,0 +1,315 @@
+#include "spritetest.h"
+
+#include <ember/emberengine.h>
+#include <ember/emberparentproject.h>
+#include <kilnx/code/animations.h>
+#include <kilnx/code/codedocument.h>
+#include <kilnx/editors/thumbnailsmodel.h>
+#include <kilnx/image/spritemime.h>
+#include <tests/support/files.h>
+#include <tests/support/modeltester.h>
+
+using namespace SpriteTest;
+
+namespace
+{
+
+/// A sprite editor, with the panel where a host has it.
+struct Panel : Bench {
+    Panel()
+    {
+        grid = qobject_cast<QListView *>(host.control("thumb_list"));
+        grid->setParent(nullptr);
+        grid->resize(400, 300);
+        grid->show();
+        thumbnails->activate();
+    }
+    ~Panel() { delete grid; }
+
+    QImage picture(int row) const
+    {
+        return thumbnails->model()->picture(grid->model()->index(row, 0));
+    }
+    /// Every row that the grid shows has the picture that the sprite has now, made another way.
+    bool isRight(const EmberSprites &sprites) const
+    {
+        for (int row = 0; row < grid->model()->rowCount(); ++row) {
+            const QRect place = grid->visualRect(grid->model()->index(row, 0));
+            if (!place.intersects(grid->viewport()->rect()))
+                continue;
+            const QImage whole = sprites.at(unsigned(row))->image();
+            const int side = thumbnails->model()->side();
+            const QImage wanted = whole.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+            const QImage made = picture(row);
+            if (qMax(whole.width(), whole.height()) <= side
+                    ? made != wanted
+                    : qMax(made.width(), made.height()) != side)
+                return false;
+        }
+        return true;
+    }
+    void select(std::initializer_list<int> rows) const
+    {
+        grid->clearSelection();
+        for (const int row : rows)
+            grid->selectionModel()->select(grid->model()->index(row, 0),
+                                           QItemSelectionModel::Select);
+    }
+    void click(int row, Qt::KeyboardModifiers modifiers = {}) const
+    {
+        grid->scrollTo(grid->model()->index(row, 0));
+        QTest::mouseClick(grid->viewport(), Qt::LeftButton, modifiers,
+                          grid->visualRect(grid->model()->index(row, 0)).center());
+    }
+
+    QListView *grid;
+};
+
+std::array<RGBA, 256> someRGBA(unsigned int seed)
+{
+    std::array<RGBA, 256> colors;
+    const QVector<QRgb> table = someColors(seed);
+    std::transform(table.cbegin(), table.cend(), colors.begin(), fromQRgb);
+    return colors;
+}
+
+/// Each sprite has another picture.
+SpritesPointer manySprites(int count, QSize size)
+{
+    SpritesPointer sprites = Bench::make();
+    QImage picture = somePicture(size);
+    for (int i = 0; i < count; ++i) {
+        for (int x = 0; x < 3; ++x)
+            picture.setPixel(x, 0, uint(i >> (8 * x) & 0xff));
+        sprites->insert(unsigned(i), QString::number(i), picture);
+    }
+    return sprites;
+}
+
+} // namespace
+
+class tst_Thumbnails : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void showsManySprites_data()
+    {
+        const auto add = columns<int, QSize, int>("count", "size", "side");
+        add("20,000 small ones", 20000, {9, 7}, 32);
+        add("ones larger than their cell", 300, {90, 260}, 192);
+        add("a row of dots", 40, {3000, 1}, 64);
+    }
+
+    void showsManySprites()
+    {
+        const auto [count, size, side] = row<int, QSize, int>();
+        const SpritesPointer sprites = manySprites(count, size);
+        Panel panel;
+        panel.thumbnails->setSide(side);
+        panel.thumbnails->setSprites(sprites.get());
+        QScrollBar *bar = panel.grid->verticalScrollBar();
+        QCoreApplication::processEvents();
+        QVERIFY(bar->maximum() > 0);
+        for (const double place : {0.0, 1.0, 0.37, 0.9}) {
+            bar->setValue(int(place * bar->maximum()));
+            QTRY_VERIFY(panel.isRight(*sprites));
+        }
+        // What was never seen was never made.
+        if (count == 20000)
+            QVERIFY(panel.thumbnails->model()->storedBytes() < 1500 * (9 * 7 * 4 + 100));
+        panel.thumbnails->setSide(40);
+        QTRY_VERIFY(panel.isRight(*sprites));
+    }
+
+    void keepsToItsMemory()
+    {
+        const SpritesPointer sprites = manySprites(90, {512, 512});
+        ThumbnailsModel model;
+        model.setSide(ThumbnailsModel::largestSide);
+        model.setSprites(sprites.get());
+        int made = 0;
+        connect(&model, &QAbstractItemModel::dataChanged, this, [&] {
+            ++made;
+            QVERIFY(model.storedBytes() <= ThumbnailsModel::keptBytes);
+        });
+        for (int row = 0; row < 90; ++row)
+            model.data(model.index(row, 0), Qt::DecorationRole);
+        QTRY_COMPARE(made, 90);
+        QVERIFY(model.storedBytes() > ThumbnailsModel::keptBytes / 2);
+    }
+
+    /// At random, against what the file holds.
+    void followsEdits()
+    {
+        Panel panel;
+        std::mt19937 random(5);
+        for (int i = 0; i < 12; ++i)
+            panel.insert(QString::number(i), somePicture({12, 9}, unsigned(i)));
+        const ModelTester tester(panel.thumbnails->model());
+        panel.thumbnails->setSprites(panel.file.get());
+        QCoreApplication::processEvents();
+        EmberSprites &file = *panel.file;
+        for (int step = 0; step < 120; ++step) {
+            const unsigned int at = random() % (file.itemCount() + 1);
+            Sprite *sprite = file.at(at);
+            const unsigned int act = random() % 9;
+            if (act == 0)
+                file.insert(at, "new", somePicture({10, 10}, random()));
+            else if (act == 1 && file.itemCount() > 4)
+                file.remove(at);
+            else if (act == 2)
+                file.move(at, 0);
+            else if (act == 3 && sprite)
+                sprite->setImage(somePicture({30, 20}, random()));
+            else if (act == 4 && sprite && sprite->palette())
+                sprite->palette()->setColors(someRGBA(random()).data(), Palette::SetReplaced);
+            else if (act == 5)
+                file.autoOrganize();
+            else if (act == 6)
+                file.redo();
+            else
+                file.undo();
+            if (step % 3 == 0) // sometimes under way, sometimes not
+                QTRY_VERIFY2(panel.isRight(file), qPrintable(QString::number(step)));
+        }
+        QTRY_VERIFY(panel.isRight(file));
+    }
+
+    void survivesItsFile()
+    {
+        Panel panel;
+        for (int round = 0; round < 12; ++round) {
+            SpritesPointer sprites = manySprites(60, {40, 40});
+            panel.thumbnails->setSprites(sprites.get());
+            panel.select({1, 2});
+            QTest::qWait(round); // some pictures are there, others under way or waiting
+            if (round % 3 == 0)
+                sprites->reset();
+            else if (round % 3 == 1)
+                sprites->remove(3);
+            sprites.reset();
+            QCOMPARE(panel.grid->model()->rowCount(), 0);
+            QVERIFY(!panel.action("thumb_add_all")->isEnabled());
+            QVERIFY(!panel.action("thumb_save")->isEnabled());
+            panel.thumbnails->addSelected();
+            panel.thumbnails->saveSelected();
+        }
+        QCoreApplication::processEvents();
+    }
+
+    void choosesTheEditorsSprite()
+    {
+        Panel panel;
+        panel.show({somePicture({8, 6}, 1), somePicture({8, 6}, 2), somePicture({8, 6}, 3)});
+        SpriteEditor &editor = *panel.editor;
+        QCOMPARE(panel.thumbnails->sprites(), panel.file.get());
+        panel.click(2);
+        QCOMPARE(editor.currentSprite(), panel.file->at(2));
+        QTest::keyClick(panel.grid, Qt::Key_Left);
+        QCOMPARE(editor.currentSprite(), panel.file->at(1));
+        panel.trigger("spr_prev");
+        QCOMPARE(panel.grid->currentIndex().row(), 0);
+        // Several are picked, and the editor stays where it is.
+        panel.click(2, Qt::ControlModifier);
+        QCOMPARE(editor.currentSprite(), panel.file->at(0));
+        const std::unique_ptr<QMimeData> data(
+            panel.grid->model()->mimeData(panel.grid->selectionModel()->selectedIndexes()));
+        QCOMPARE(SpriteMime::identifiers(data.get()), QStringList({"sprite 0", "sprite 2"}));
+        QCOMPARE(panel.grid->model()->supportedDragActions(), Qt::CopyAction);
+        QMimeData foreign;
+        foreign.setData(SpriteMime::mimeType(), "cut off");
+        QCOMPARE(SpriteMime::identifiers(&foreign), QStringList());
+        // The user stays with what is drawn.
+        panel.select({});
+        panel.magnify();
+        panel.Bench::click({2, 2});
+        panel.host.dialogs().expectBox(QMessageBox::No);
+        panel.click(1);
+        QCOMPARE(panel.host.dialogs().finish(), QString());
+        QCOMPARE(editor.currentSprite(), panel.file->at(0));
+        QCOMPARE(panel.grid->currentIndex().row(), 0);
+    }
+
+    void makesAnimations_data()
+    {
+        // Frames of the current animation behind, and of all animations before.
+        const auto add = columns<QByteArray, QStringList, bool>("command", "frames", "isNew");
+        add("add selected", "thumb_add_selected", {"b", "c"}, false);
+        add("add all", "thumb_add_all", {"a", "b", "c"}, false);
+        add("new with selected", "thumb_new_selected", {"b", "c"}, true);
+        add("new with all", "thumb_new_all", {"a", "b", "c"}, true);
+    }
+
+    void makesAnimations()
+    {
+        const auto [command, frames, isNew] = row<QByteArray, QStringList, bool>();
+        Panel panel;
+        copyFolder(KILN_SOURCE_DIR "/examples/hero/", panel.path("hero/"));
+        panel.host.currentEngine = &EmberEngine::instance();
+        auto *parent = EmberParentProject::open(panel.path("hero/"), FileSystemArchive::instance());
+        Project *project = nullptr;
+        for (Project *each : parent->openedProjects()) {
+            if (QFileInfo(each->fileName()).baseName() == "wren")
+                project = each;
+        }
+        auto *document = dynamic_cast<CodeDocument *>(project->file(Project::FileID::Animations));
+        auto *list = dynamic_cast<Animations *>(document->documentEditor(CodeNode::Animation, 0));
+        auto *sprites = dynamic_cast<EmberSprites *>(project->file(Project::FileID::Sprites));
+        while (sprites->itemCount() > 0)
+            sprites->remove(0);
+        for (const char *name : {"a", "b", "c"})
+            sprites->insert(sprites->itemCount(), name, somePicture({4, 4}));
+        panel.host.activeProject = project;
+        panel.thumbnails->deactivate();
+        panel.thumbnails->activate();
+        QCOMPARE(panel.thumbnails->sprites(), sprites);
+
+        const auto shown = [list](unsigned int row) {
+            QStringList names;
+            for (const FrameCode *frame : list->at(row)->frames())
+                names << frame->identifier();
+            return names;
+        };
+        list->setSelected(1);
+        const unsigned int count = list->count();
+        const QStringList before = shown(1);
+        const QString text = document->toPlainText();
+        panel.select({2, 1});
+        panel.trigger(command.constData());
+        QCOMPARE(list->count(), count + (isNew ? 1 : 0));
+        QCOMPARE(list->selected(), isNew ? 2U : 1U);
+        QCOMPARE(shown(1), isNew ? before : before + frames);
+        if (isNew)
+            QCOMPARE(shown(2), frames);
+        document->undo();
+        QCOMPARE(document->toPlainText(), text);
+
+        list->setSelected(count);
+        if (!isNew)
+            panel.host.dialogs().expectBox(QMessageBox::Ok);
+        panel.trigger(command.constData());
+        QCOMPARE(panel.host.dialogs().finish(), QString());
+        QCOMPARE(list->count(), count + (isNew ? 1 : 0));
+        panel.thumbnails->setSprites(nullptr);
+        parent->close();
+    }
+
+    void savesPictures()
+    {
+        Panel panel;
+        for (const char *name : {"a", "b", "c"})
+            panel.insert(name, somePicture({4, 4}, unsigned(name[0])));
+        panel.thumbnails->setSprites(panel.file.get());
+        panel.select({2, 0});
+        panel.host.dialogs().expectFiles({panel.path("out.png")});
+        panel.trigger("thumb_save");
+        QCOMPARE(QDir(panel.path(".")).entryList({"*.png"}),
+                 QStringList({"out_a.png", "out_c.png"}));
+        QCOMPARE(QImage(panel.path("out_c.png")).convertToFormat(QImage::Format_ARGB32),
+                 panel.sprite(2).convertToFormat(QImage::Format_ARGB32));
+    }
+};
+
+QTEST_MAIN(tst_Thumbnails)
+#include "tst_thumbnails.moc"
