@@ -4,6 +4,7 @@
 #include <hostkit/filetabs.h>
 #include <hostkit/projectsession.h>
 
+#include <kilnx/code/codedocument.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/project/fileeditor.h>
@@ -12,13 +13,22 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <algorithm>
+
 namespace HostKit
 {
 
 namespace
 {
 const int shownNames = 8;
+
+bool isChangedText(Kiln::ProjectFile *file)
+{
+    constexpr unsigned int mayDiscard = 1; // of ProjectFile::capabilities()
+    return dynamic_cast<Kiln::CodeDocument *>(file) && file->isModified() &&
+           !(file->capabilities() & mayDiscard);
 }
+} // namespace
 
 FileDesk::FileDesk(ProjectSession *session, EditorDeck *deck, FileTabs *tabs, QWidget *window)
     : QObject(window)
@@ -79,9 +89,12 @@ void FileDesk::showPlace(Kiln::ProjectFile *file, int line, int column)
 bool FileDesk::closeFile(Kiln::ProjectFile *file)
 {
     Kiln::FileEditor *editor = editorOf(file);
-    if (editor && !editor->canDiscard(file))
+    bool saved = false;
+    const bool mayGo =
+        isChangedText(file) ? settleText({file}, &saved) : !editor || editor->canDiscard(file);
+    if (!mayGo)
         return false;
-    if (isGone(file) && !mayLose({file->fileName()}))
+    if (!saved && isGone(file) && !mayLose({file->fileName()}))
         return false;
     if (file->isModified())
         throwChangesAway(file);
@@ -104,6 +117,12 @@ bool FileDesk::confirmDiscard()
         if (editor && editor->isModified() && !modified.contains(editor->currentFile()))
             modified.append(editor->currentFile());
     }
+    const auto text = std::stable_partition(modified.begin(), modified.end(),
+                                            [](auto *file) { return !isChangedText(file); });
+    bool saved = false;
+    if (text != modified.end() && !settleText(modified.mid(int(text - modified.begin())), &saved))
+        return false;
+    modified.erase(text, modified.end());
     for (Kiln::ProjectFile *file : qAsConst(modified)) {
         const Kiln::FileEditor *editor = editorOf(file);
         if (!editor)
@@ -134,6 +153,29 @@ QString FileDesk::listed(const QStringList &files)
     if (files.size() > shownNames)
         lines.append(tr("and %1 more").arg(files.size() - shownNames));
     return lines.join(QLatin1Char('\n'));
+}
+
+/// Has changed text saved, unless the user would rather lose it; false if it has to stay.
+bool FileDesk::settleText(const QList<Kiln::ProjectFile *> &files, bool *saved)
+{
+    QStringList names;
+    for (Kiln::ProjectFile *file : files)
+        names.append(file->fileName().isEmpty() ? FileTabs::title(file) : file->fileName());
+    const QString text =
+        files.size() == 1
+            ? tr("'%1' has changes that are not saved.").arg(FileTabs::title(files.first()))
+            : tr("These files have changes that are not saved:\n%1").arg(listed(names));
+    const Kiln::UnsavedAnswer answer = Kiln::askUnsaved(m_window, tr("Unsaved changes"), text);
+    *saved = answer == Kiln::UnsavedAnswer::Save;
+    if (!*saved)
+        return answer == Kiln::UnsavedAnswer::Discard;
+    bool areSaved = true;
+    for (Kiln::ProjectFile *file : files) {
+        // A box behind an earlier one may have closed it.
+        const bool isThere = m_session->files().contains(file);
+        areSaved = (!isThere || (m_save && m_save(file))) && areSaved;
+    }
+    return areSaved;
 }
 
 bool FileDesk::mayLose(const QStringList &gone)

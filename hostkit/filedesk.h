@@ -4,6 +4,8 @@
 
 #include <QtCore/QObject>
 
+#include <functional>
+
 class QWidget;
 
 namespace Kiln
@@ -39,13 +41,18 @@ public:
     /// Shows a place of a loaded file; both numbers count from 0.
     void showPlace(Kiln::ProjectFile *file, int line, int column);
 
-    /// Takes the file off the desk; true if that was done. Changes, and a file that is gone from
-    /// the disk, are thrown away after a question.
+    /// Who saves a file that is closed with changes; true if it has none after that.
+    void setSaver(std::function<bool(Kiln::ProjectFile *)> save) { m_save = std::move(save); }
+
+    /// Takes the file off the desk; true if that was done. Text with changes is saved or thrown
+    /// away, as the user says; changes of other files, and a file that is gone from the disk, are
+    /// thrown away after a question.
     bool closeFile(Kiln::ProjectFile *file);
     void closeCurrentFile();
 
-    /// Asks for every changed file whether it may be lost, and once for those that are gone from
-    /// the disk; true if all may.
+    /// Asks once for all changed text, to save or to discard it, for every other changed file
+    /// whether it may be lost, and once for those that are gone from the disk. False if the user
+    /// says no, or something could not be saved.
     bool confirmDiscard();
 
     /// Moves to the tab that is `by` places to the right, around the end.
@@ -66,6 +73,7 @@ Q_SIGNALS:
     void changed();
 
 private:
+    bool settleText(const QList<Kiln::ProjectFile *> &files, bool *saved);
     bool mayLose(const QStringList &gone);
     void forget(Kiln::ProjectFile *file);
     void clear();
@@ -76,6 +84,7 @@ private:
     EditorDeck *m_deck;
     FileTabs *m_tabs;
     QWidget *m_window;
+    std::function<bool(Kiln::ProjectFile *)> m_save;
 };
 
 } // namespace HostKit

@@ -40,10 +40,13 @@ bool readRecord(QDataStream &stream, QByteArray *payload)
            sum == crc64(payload->constData(), unsigned(payload->size()));
 }
 
-bool writeThrough(QFile &file, const QByteArray &bytes)
+bool writeOut(QFile &file, const QByteArray &bytes)
 {
-    if (file.write(bytes) != bytes.size() || !file.flush())
-        return false;
+    return file.write(bytes) == bytes.size() && file.flush();
+}
+
+bool reachesDisk(QFile &file)
+{
 #ifdef Q_OS_UNIX
     return fsync(file.handle()) == 0;
 #else
@@ -79,7 +82,8 @@ bool JournalFile::writeAll(const Head &head, const QString &text)
     QDataStream(&payload, QIODevice::WriteOnly)
         << Magic << head.fileName << head.id << head.project << text;
     QFile file(m_path + QLatin1String(".new"));
-    bool isWritten = file.open(QIODevice::WriteOnly) && writeThrough(file, record(payload));
+    bool isWritten = file.open(QIODevice::WriteOnly) && writeOut(file, record(payload)) &&
+                     (!QFile::exists(m_path) || reachesDisk(file));
     if (!isWritten)
         m_error = file.errorString();
     file.close();
@@ -108,13 +112,20 @@ bool JournalFile::append(const QString &text)
         << text.mid(from, text.size() - from - same);
     const QByteArray bytes = record(payload);
     QFile file(m_path);
-    if (!file.open(QIODevice::Append | QIODevice::ExistingOnly) || !writeThrough(file, bytes)) {
+    if (!file.open(QIODevice::Append | QIODevice::ExistingOnly) || !writeOut(file, bytes)) {
         m_error = file.errorString();
         return false;
     }
     m_appended += bytes.size();
     ++m_records;
     return true;
+}
+
+void JournalFile::sync(const QString &path)
+{
+    QFile file(path);
+    if (file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly))
+        reachesDisk(file);
 }
 
 void JournalFile::remove()

@@ -36,10 +36,15 @@ public:
 
     explicit JournalFile(const QString &path);
 
-    /// Brings the file to `text`. It is on disk when this returns true; after false it still holds
-    /// an older text whole, and error() tells why.
+    /// Brings the file to `text`. It is out of the process when this returns true, so that the
+    /// process may be killed; after false it still holds an older text whole, and error() tells
+    /// why.
     bool write(const Head &head, const QString &text);
     QString error() const { return m_error; }
+    QString path() const { return m_path; }
+    /// Returns when the disk has what was written to a file, so that the machine may stop. That can
+    /// take seconds where much else is being written.
+    static void sync(const QString &path);
     void remove();
 
     /// Reads a file up to its first damaged record; false if not even the first is whole.

@@ -8,17 +8,17 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QLockFile>
-#include <QTimer>
 #include <QUuid>
 
 #include <algorithm>
+#include <utility>
 
 namespace HostKit
 {
 
 namespace
 {
-constexpr int Interval = 1000;
+constexpr int Interval = 500;
 
 // Beside the directory and locked before that is made: no other host ever sees one without.
 std::unique_ptr<QLockFile> lockOf(const QString &directory)
@@ -32,38 +32,52 @@ std::unique_ptr<QLockFile> lockOf(const QString &directory)
 RecoveryJournal::RecoveryJournal(ProjectSession &session, const QString &directory)
     : m_session(session)
     , m_directory(directory)
-    , m_timer(new QTimer(this))
 {
     m_writer.setMaxThreadCount(1);
-    connect(m_timer, &QTimer::timeout, this, &RecoveryJournal::look);
+    m_syncer.setMaxThreadCount(1);
+    connect(&m_timer, &QTimer::timeout, this, &RecoveryJournal::look);
     connect(&session, &ProjectSession::fileRemoved, this, &RecoveryJournal::forget);
     connect(&session, &ProjectSession::aboutToClose, this, [this] {
         for (Kiln::ProjectFile *file : m_kept.keys())
             forget(file);
     });
-    m_timer->start(Interval);
+    m_timer.start(Interval);
 }
 
 RecoveryJournal::~RecoveryJournal()
 {
     m_writer.waitForDone();
+    m_syncer.waitForDone();
     if (!m_own.isEmpty())
         QDir(m_own).removeRecursively();
 }
 
-void RecoveryJournal::setInterval(int milliseconds)
-{
-    m_timer->start(milliseconds);
-}
-
 void RecoveryJournal::flush()
 {
+    m_writer.waitForDone();
+    m_syncer.waitForDone();
     look();
     m_writer.waitForDone();
+    syncLater();
+    m_syncer.waitForDone();
+}
+
+// What a killed process has written is there; after a power cut only what the disk has confirmed.
+// That may take seconds, and nobody waits for it.
+void RecoveryJournal::syncLater()
+{
+    if (!m_unsynced.isEmpty() && m_syncer.activeThreadCount() == 0)
+        m_syncer.start([paths = std::exchange(m_unsynced, {})] {
+            for (const QString &path : paths)
+                JournalFile::sync(path);
+        });
 }
 
 void RecoveryJournal::look()
 {
+    if (m_writer.activeThreadCount() > 0)
+        return; // the next time
+    syncLater();
     QList<Kiln::ProjectFile *> gone = m_kept.keys();
     const QList<Kiln::ProjectFile *> files = m_session.files();
     for (Kiln::ProjectFile *file : files) {
@@ -91,9 +105,12 @@ void RecoveryJournal::keep(Kiln::ProjectFile *file, Kiln::CodeDocument *document
     const JournalFile::Head head{kept.fileName, m_session.fileId(file).bits,
                                  m_session.parentProject()->basePath()};
     m_writer.start([this, journal = kept.file, head, text = document->toRawText()] {
-        const QString error = journal->write(head, text) ? QString() : journal->error();
+        const bool isWritten = journal->write(head, text);
+        const QString error = isWritten ? QString() : journal->error();
         QMetaObject::invokeMethod(this, [this, error] { told(error); });
     });
+    if (!m_unsynced.contains(kept.file->path()))
+        m_unsynced.append(kept.file->path());
 }
 
 void RecoveryJournal::forget(Kiln::ProjectFile *file)

@@ -6,13 +6,14 @@
 #include <QtCore/QHash>
 #include <QtCore/QList>
 #include <QtCore/QObject>
+#include <QtCore/QStringList>
 #include <QtCore/QThreadPool>
+#include <QtCore/QTimer>
 
 #include <memory>
 #include <vector>
 
 class QLockFile;
-class QTimer;
 
 namespace Kiln
 {
@@ -28,10 +29,10 @@ class ProjectSession;
 /// Keeps the unsaved text of all documents on disk, so that no end of the process loses more than
 /// what was typed in the last second.
 ///
-/// Once a second it looks at the documents of the session that have changed, and writes what is new
-/// on a thread of its own; a key costs nothing. What is saved, undone to the saved state, thrown
-/// away or closed is forgotten. Each running host has a directory of its own, locked while it runs;
-/// what hosts left that are no longer there is found by leftBehind().
+/// Twice a second it looks at the documents of the session that have changed, and writes what is
+/// new on a thread of its own; a key costs nothing. What is saved, undone to the saved state,
+/// thrown away or closed is forgotten. Each running host has a directory of its own, locked while
+/// it runs; what hosts left that are no longer there is found by leftBehind().
 class HOSTKIT_EXPORT RecoveryJournal : public QObject
 {
     Q_OBJECT
@@ -46,9 +47,6 @@ public:
     RecoveryJournal(ProjectSession &session, const QString &directory);
     /// Whoever destroys the journal has ended as wished: nothing of its own stays.
     ~RecoveryJournal() override;
-
-    /// Milliseconds between two looks, 1000 at first.
-    void setInterval(int milliseconds);
 
     /// Looks at the documents now, and returns when all is on disk.
     void flush();
@@ -71,6 +69,7 @@ private:
     };
 
     void look();
+    void syncLater();
     void keep(Kiln::ProjectFile *file, Kiln::CodeDocument *document, Kept &kept);
     void forget(Kiln::ProjectFile *file);
     bool makeDirectory();
@@ -84,8 +83,10 @@ private:
     std::vector<std::unique_ptr<QLockFile>> m_adopted; ///< on directories of hosts that are gone
     QStringList m_adoptedPaths;                        ///< these directories
     QHash<Kiln::ProjectFile *, Kept> m_kept;
-    QThreadPool m_writer; ///< one thread: writes stay in order
-    QTimer *m_timer;
+    QThreadPool m_writer;   ///< one thread: writes stay in order
+    QThreadPool m_syncer;   ///< one thread, which waits for the disk
+    QStringList m_unsynced; ///< files that were written since it started last
+    QTimer m_timer;
     int m_files = 0; ///< names given
     bool m_hasFailed = false;
 };

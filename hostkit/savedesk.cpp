@@ -29,6 +29,7 @@ SaveDesk::SaveDesk(ProjectSession *session, EditorDeck *deck, FileDesk *desk, QW
     , m_desk(desk)
     , m_window(window)
 {
+    desk->setSaver([this](Kiln::ProjectFile *file) { return saveFile(file); });
 }
 
 /// What is drawn and not yet in its file goes there.
@@ -50,6 +51,15 @@ void SaveDesk::save()
         saveAs();
     }
     m_desk->syncWithEditor();
+}
+
+// Before it is closed.
+bool SaveDesk::saveFile(Kiln::ProjectFile *file)
+{
+    if (m_deck->currentFile() != file && !m_desk->showFile(file))
+        return false;
+    save();
+    return m_session->files().contains(file) && !file->isModified();
 }
 
 // The editor tells of a save by modified(), and not when the user has cancelled its dialog.

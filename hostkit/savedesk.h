@@ -44,6 +44,7 @@ public:
     bool restore(const QString &name);
 
 private:
+    bool saveFile(Kiln::ProjectFile *file);
     bool settle();
     QString chooseTarget(Kiln::ParentProject *project);
     bool mayReplace(const QString &title, const QStringList &files);

@@ -90,7 +90,7 @@ void CodeEditorPrivate::shiftLines(QTextCursor cursor, bool back)
 }
 
 /// Gives a line that the Return key has just begun the blanks of the one above, in the same step of
-/// undo.
+/// undo. A line of blanks alone hands them down.
 void CodeEditorPrivate::keepIndentation()
 {
     QTextCursor cursor = q->textCursor();
@@ -100,6 +100,11 @@ void CodeEditorPrivate::keepIndentation()
         return;
     cursor.joinPreviousEditBlock();
     cursor.insertText(blanks);
+    if (blanks == above) {
+        QTextCursor line(cursor.block().previous());
+        line.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
+        line.removeSelectedText();
+    }
     cursor.endEditBlock();
     q->ensureCursorVisible();
 }

@@ -18,6 +18,16 @@ bool askWarning(QWidget *parent, const QString &title, const QString &text)
     return QMessageBox::warning(parent, title, text, yesNo, QMessageBox::No) == QMessageBox::Yes;
 }
 
+UnsavedAnswer askUnsaved(QWidget *parent, const QString &title, const QString &text)
+{
+    const int answer = QMessageBox::warning(
+        parent, title, text, QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel,
+        QMessageBox::Save);
+    return answer == QMessageBox::Save      ? UnsavedAnswer::Save
+           : answer == QMessageBox::Discard ? UnsavedAnswer::Discard
+                                            : UnsavedAnswer::Cancel;
+}
+
 void showInformation(QWidget *parent, const QString &title, const QString &text)
 {
     QMessageBox::information(parent, title, text, QMessageBox::Ok);

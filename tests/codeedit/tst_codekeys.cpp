@@ -192,7 +192,7 @@ private slots:
         add("not wished", int(Qt::Key_Return), "", "  a|b", "  a\n|b");
         add("kept", int(Qt::Key_Return), "k", " \ta|b", " \ta\n \t|b");
         add("in the keypad", int(Qt::Key_Enter), "k", "  a|", "  a\n  |");
-        add("within the blanks", int(Qt::Key_Return), "k", "  |  ab", "  \n  |  ab");
+        add("within the blanks", int(Qt::Key_Return), "k", "  |  ab", "\n  |  ab");
         add("at the start", int(Qt::Key_Return), "k", "|  ab", "\n|  ab");
         add("nothing to keep", int(Qt::Key_Return), "k", "a|", "a\n|");
         add("over a selection", int(Qt::Key_Return), "k", "  a[b\nc|d", "  a\n  |d");

@@ -204,6 +204,8 @@ private slots:
         auto *list = dialog.findChild<QListView *>("snipFields");
         QVERIFY(!button("insertBut")->isEnabled());
         auto *code = dialog.findChild<QPlainTextEdit *>("snipEdit");
+        QVERIFY(QFontMetrics(code->font()).horizontalAdvance("iii") ==
+                QFontMetrics(code->font()).horizontalAdvance("MMM"));
         code->setPlainText("a < b\n& c");
         QString shown;
         m_host->dialogs().expectDialog([&](QDialog *preview) {

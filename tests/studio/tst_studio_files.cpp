@@ -110,7 +110,7 @@ private slots:
         open("heroes/wren/wren.wisp");
         type("; changed\n");
         QVERIFY(QFile::remove(path("heroes/wren/wren.wisp")));
-        m_dialogs->expectBox(QMessageBox::Yes);
+        m_dialogs->expectBox(QMessageBox::Discard);
         actions()->closeFile->trigger();
         const QList<Kiln::Project *> projects = session().projects();
         for (const Kiln::Project *project : projects)
@@ -219,34 +219,62 @@ private slots:
         actions()->newMenu->actions().first()->trigger();
         QCOMPARE(tabs->tabText(0), "Untitled");
         type("; new");
-        m_dialogs->expectBox(QMessageBox::Yes);
+        m_dialogs->expectBox(QMessageBox::Discard);
         const int files = session().files().size();
         actions()->closeFile->trigger();
         QCOMPARE(session().files().size(), files - 1);
     }
 
-    void closingAsksForEachChange_data()
+    void closingAsksForChanges_data()
     {
-        const auto add = columns<bool, bool>("first", "second");
-        add("both may go", true, true);
-        add("the first may not", false, false);
-        add("the second may not", true, false);
+        const auto add = columns<int, bool, bool>("answer", "all", "done");
+        add("save one", int(QMessageBox::Save), false, true);
+        add("discard one", int(QMessageBox::Discard), false, true);
+        add("keep one", int(QMessageBox::Cancel), false, false);
+        add("save all", int(QMessageBox::Save), true, true);
+        add("discard all", int(QMessageBox::Discard), true, true);
+        add("keep all", int(QMessageBox::Cancel), true, false);
+        add("one cannot be saved", -1, true, false);
     }
 
-    void closingAsksForEachChange()
+    /// One question for all, by name; what is to be saved is on disk before anything closes.
+    void closingAsksForChanges()
     {
-        const auto [first, second] = row<bool, bool>();
-        open("heroes/wren/air.glow");
-        type("; one");
-        open("heroes/wren/hurt.glow");
-        type("; two");
-        m_dialogs->expectBox(first ? QMessageBox::Yes : QMessageBox::No);
-        if (first)
-            m_dialogs->expectBox(second ? QMessageBox::Yes : QMessageBox::No);
-        QCOMPARE(m_window->close(), first && second);
-        QCOMPARE(m_dialogs->seen().size(), first ? 2 : 1);
-        QCOMPARE(m_dialogs->seen().first().title, "Discard changes?");
-        QCOMPARE(session().parentProject() == nullptr, first && second);
+        const auto [answer, all, done] = row<int, bool, bool>();
+        const QStringList names{path("heroes/wren/air.glow"), path("heroes/wren/hurt.glow")};
+        settings().setValue("enable_file_watcher", false);
+        for (const QString &name : names) {
+            open(QString(name).remove(hero() + '/'));
+            type("; typed");
+        }
+        if (answer < 0) { // a directory stands in the way
+            QVERIFY(QFile::remove(names[1]) && QDir().mkpath(names[1] + "/in the way"));
+            m_dialogs->expectBox(QMessageBox::Save);
+            m_dialogs->expectBox(QMessageBox::Ok);
+            m_dialogs->expectFiles({});
+        } else {
+            m_dialogs->expectBox(QMessageBox::StandardButton(answer));
+        }
+        if (all)
+            QCOMPARE(m_window->close(), done);
+        else
+            QCOMPARE(host().desk().closeFile(session().findFile(names[0])), done);
+        const QString asked = m_dialogs->seen().first().text;
+        QVERIFY(asked.contains("air.glow"));
+        QCOMPARE(asked.contains("hurt.glow"), all);
+        QCOMPARE(m_dialogs->seen().first().defaultButton, QMessageBox::Save);
+        const bool isSaved = answer == QMessageBox::Save || answer < 0;
+        QCOMPARE(readFile(names[0]).startsWith("; typed"), isSaved);
+        QCOMPARE(session().parentProject() == nullptr, all && done);
+        if (!all)
+            QCOMPARE(session().findFile(names[0])->isModified(), !done);
+        if (session().parentProject()) { // the other is still there, as it was
+            auto *other = session().findFile(names[1]);
+            QVERIFY(other && other->isModified());
+            QVERIFY(dynamic_cast<Kiln::CodeDocument *>(other)->toString().startsWith("; typed"));
+        } else {
+            QCOMPARE(readFile(names[1]).startsWith("; typed"), isSaved);
+        }
     }
 
     void missingFilesAreMadeOnlyIfWanted()

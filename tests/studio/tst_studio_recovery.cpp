@@ -256,7 +256,7 @@ private Q_SLOTS:
         type("; thrown away\n");
         host().journal().flush();
         QCOMPARE(directory.entryList(QDir::Files).size(), 1);
-        m_dialogs->expectBox(QMessageBox::Yes);
+        m_dialogs->expectBox(QMessageBox::Discard);
         host().desk().closeCurrentFile();
         host().journal().flush();
         QCOMPARE(directory.entryList(QDir::Files).size(), 0);

@@ -182,7 +182,7 @@ private slots:
         QVERIFY(!organizer()->isVisible());
         open("heroes/wren/wren.flick");
         QVERIFY(organizer()->isVisible());
-        m_dialogs->expectBox(QMessageBox::Yes);
+        m_dialogs->expectBox(QMessageBox::Discard);
         actions()->closeFile->trigger();
         QVERIFY(!organizer()->isVisible());
         QVERIFY(!organizer()->model());

@@ -74,6 +74,7 @@ protected Q_SLOTS:
         m_dialogs = std::make_unique<DialogScript>();
         makeWindow();
         set("theme", "light");
+        set("code_auto_indent", false); // what the tests type has its own
         m_window->show();
         m_window->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
