@@ -94,8 +94,25 @@ bool EngineLibraries::load(const QString &fileName, Search search, QString *faul
         *fault = tr("The engine in '%1' failed while it was loaded. %2").arg(shown, told).trimmed();
         return false;
     }
+    if (Kiln::Engine *other = sameId(made)) {
+        if (search == Wanted)
+            *fault = tr("The engine in '%1' has the id of one that is loaded already, '%2'. Give "
+                        "it an id of its own, or load it first.")
+                         .arg(shown, other->displayName());
+        return false;
+    }
     add(made);
     return true;
+}
+
+// Two engines of one id would write into one directory and one configuration.
+Kiln::Engine *EngineLibraries::sameId(Kiln::EnginePlugin *plugin) const
+{
+    for (Kiln::EnginePlugin *each : m_plugins) {
+        if (each != plugin && each->engine().enginePath() == plugin->engine().enginePath())
+            return &each->engine();
+    }
+    return nullptr;
 }
 
 // An engine that delivers a program to try projects with is in the user's list from the start.

@@ -47,6 +47,8 @@ FileDesk::FileDesk(ProjectSession *session, EditorDeck *deck, FileTabs *tabs, QW
 
 bool FileDesk::openFile(const QString &fileName, unsigned int id)
 {
+    if (fileName.isEmpty())
+        return false;
     const QString shown = QDir::toNativeSeparators(fileName);
     Kiln::ProjectFile *file = m_session->findFile(fileName);
     if (!file && !QFileInfo::exists(fileName)) {
@@ -67,6 +69,8 @@ bool FileDesk::openFile(const QString &fileName, unsigned int id)
 
 bool FileDesk::showFile(Kiln::ProjectFile *file)
 {
+    if (!file)
+        return false;
     Kiln::FileEditor *editor = editorOf(file);
     if (!editor) {
         Q_EMIT message(tr("There is no editor for '%1'.").arg(FileTabs::title(file)));
@@ -88,6 +92,8 @@ void FileDesk::showPlace(Kiln::ProjectFile *file, int line, int column)
 
 bool FileDesk::closeFile(Kiln::ProjectFile *file)
 {
+    if (!file)
+        return false;
     Kiln::FileEditor *editor = editorOf(file);
     bool saved = false;
     const bool mayGo =

@@ -288,6 +288,10 @@ HostBase::HostBase(QMainWindow *window, const Paths &paths)
     : d(std::make_unique<Private>(window, paths))
 {
     Kiln::setGlobalInterface(this);
+    QObject::connect(&d->engines, &EngineLibraries::added, d.get(), [this] {
+        if (d->surface)
+            makeCodeEditors();
+    });
 }
 
 // Files are destroyed before the views on them, editors before the interface that they hold.
@@ -448,10 +452,14 @@ bool HostBase::openProject(const QString &directory)
         QStringList engines;
         for (Kiln::EnginePlugin *plugin : d->engines.plugins())
             engines.append(plugin->engine().displayName());
+        const QString told =
+            engines.isEmpty()
+                ? QCoreApplication::translate(context,
+                                              "No engine is loaded that could open '%2'.%1")
+                : QCoreApplication::translate(context, "There is no project of %1 in '%2'.");
         Kiln::showWarning(
             d->window, QCoreApplication::translate(context, "Open project"),
-            QCoreApplication::translate(context, "There is no project of %1 in '%2'.")
-                .arg(engines.join(QStringLiteral(", ")), QDir::toNativeSeparators(path)));
+            told.arg(engines.join(QStringLiteral(", ")), QDir::toNativeSeparators(path)));
         return false;
     }
     d->settings.addRecentProject(path);

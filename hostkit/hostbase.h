@@ -82,8 +82,8 @@ public:
     FramePane *framePane() const;
 
     /// Makes the code view, the organizer, the panels of palettes and thumbnails, and an editor for
-    /// each type of code file that one of the engines has and no editor handles yet. Call it when
-    /// engines have been loaded.
+    /// each type of code file that one of the engines has and no editor handles yet. An engine that
+    /// is loaded later gets its editors by itself.
     void makeCodeEditors();
 
     /// Makes the graphics workspace, the editor of sprites that stands in it and, beside the text

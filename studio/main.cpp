@@ -23,11 +23,8 @@ int main(int argc, char **argv)
     parser.process(application);
     const QString project = parser.positionalArguments().value(0);
 
-    Studio::MainWindow window(HostKit::Paths::standard());
+    Studio::MainWindow window(HostKit::Paths::standard(), parser.values(engine));
     window.show();
-    const QStringList libraries = parser.values(engine);
-    for (const QString &library : libraries)
-        window.loadEngine(library);
     if (project.isEmpty())
         window.reopenLast();
     else

@@ -42,7 +42,7 @@ namespace Studio
 
 using namespace HostKit;
 
-MainWindow::MainWindow(const HostKit::Paths &paths)
+MainWindow::MainWindow(const HostKit::Paths &paths, const QStringList &libraries)
     : m_host(this, paths)
 {
     setObjectName(QStringLiteral("main_window"));
@@ -54,7 +54,7 @@ MainWindow::MainWindow(const HostKit::Paths &paths)
     m_actions = new MainActions(this, &m_host.menus());
     makeCentre();
     makeDocks();
-    loadEngines();
+    loadEngines(libraries);
     m_host.makeFramePane();
     connectFileActions();
     connectEditActions();
@@ -112,21 +112,23 @@ void MainWindow::makeDocks()
         view->addAction(dock->toggleViewAction());
 }
 
-// Those beside the program first, then the user's own.
-void MainWindow::loadEngines()
+// The user's own come before those beside the program, so that a changed copy of one of these is
+// the one that opens its projects.
+void MainWindow::loadEngines(const QStringList &libraries)
 {
     EngineLibraries &engines = m_host.engines();
-    for (const char *libraries : {"../lib", STUDIO_LIBRARIES}) {
-        const QDir directory(QCoreApplication::applicationDirPath() + QLatin1Char('/') +
-                             QLatin1String(libraries) + QLatin1String("/kilnx/engines"));
-        m_engineFaults += engines.loadDirectory(directory.canonicalPath());
-    }
-    const QStringList own = m_host.settings().value("engine_libraries").toStringList();
+    const QStringList own = libraries + m_host.settings().value("engine_libraries").toStringList();
     for (const QString &library : own) {
         QString fault;
         if (!engines.load(library, &fault))
             m_engineFaults.append(fault);
     }
+    for (const char *delivered : {"../lib", STUDIO_LIBRARIES}) {
+        const QDir directory(QCoreApplication::applicationDirPath() + QLatin1Char('/') +
+                             QLatin1String(delivered) + QLatin1String("/kilnx/engines"));
+        m_engineFaults += engines.loadDirectory(directory.canonicalPath());
+    }
+    m_host.makeCodeEditors();
     showEngines();
     connect(&engines, &EngineLibraries::added, this, &MainWindow::showEngines);
     connect(&engines, &EngineLibraries::currentChanged, this, &MainWindow::showEngines);

@@ -23,16 +23,14 @@ class MainWindow : public QMainWindow
     Q_OBJECT
 
 public:
-    /// Loads the engines that were delivered, and those that the settings name. What cannot be
-    /// loaded is told when the window is shown.
-    explicit MainWindow(const HostKit::Paths &paths);
+    /// Loads the engines in `libraries`, those that the settings name, and those that were
+    /// delivered; they are asked for a project in this order. What cannot be loaded is told when
+    /// the window is shown.
+    explicit MainWindow(const HostKit::Paths &paths, const QStringList &libraries = {});
     ~MainWindow() override;
 
     /// Opens what was open last if the settings say so.
     void reopenLast();
-
-    /// Loads an engine from a library; false, after a message, if that fails.
-    bool loadEngine(const QString &fileName);
 
     HostKit::HostBase &host() { return m_host; }
     MainActions *actions() const { return m_actions; }
@@ -44,7 +42,7 @@ protected:
 private:
     void makeCentre();
     void makeDocks();
-    void loadEngines();
+    void loadEngines(const QStringList &libraries);
     void showEngines();
     void connectFileActions();
     void connectEditActions();

@@ -138,7 +138,6 @@ void MainWindow::connectOtherActions()
 // file: it makes a project.
 void MainWindow::showEngines()
 {
-    m_host.makeCodeEditors();
     m_actions->newMenu->clear();
     m_actions->openMenu->clear();
     const QMap<int, QString> types =

@@ -63,15 +63,6 @@ void MainWindow::showProject()
     updateState();
 }
 
-bool MainWindow::loadEngine(const QString &fileName)
-{
-    QString fault;
-    const bool loaded = m_host.engines().load(fileName, &fault);
-    if (!loaded)
-        Kiln::showWarning(this, tr("Load engine"), fault);
-    return loaded;
-}
-
 void MainWindow::updateRecent()
 {
     const QStringList recent = m_host.settings().recentProjects();

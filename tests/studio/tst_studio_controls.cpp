@@ -1,12 +1,14 @@
 #include <hostkit/controlfactory.h>
 #include <hostkit/editordeck.h>
 #include <hostkit/enginelibraries.h>
+#include <hostkit/filedesk.h>
 #include <hostkit/hostbase.h>
 
 #include <kilnx/project/controls.h>
 #include <kilnx/project/editor.h>
 #include <kilnx/project/engine.h>
 #include <kilnx/project/translator.h>
+#include <tests/support/dialogscript.h>
 #include <tests/support/rows.h>
 
 #include <QtTest/QtTest>
@@ -510,8 +512,35 @@ private slots:
                  qPrintable(fault));
         QVERIFY2(host.engines().load(QString(ENGINE), &fault), "the host goes on");
         QVERIFY(host.engines().load(QString(ENGINE), &fault));
+        // A copy of what is there: told where it was asked for, passed over where it was found.
+        const QTemporaryDir directory;
+        const QString copy = directory.filePath(QFileInfo(ENGINE).fileName());
+        QVERIFY(QFile::copy(ENGINE, copy));
+        QVERIFY(!host.engines().load(copy, &fault));
+        QVERIFY2(fault.contains(copy) && fault.contains("'Spark'"), qPrintable(fault));
+        QCOMPARE(host.engines().loadDirectory(directory.path()), QStringList());
         QCOMPARE(host.engines().plugins().size(), 1);
         QCOMPARE(host.engine()->displayName(), "Spark");
+    }
+
+    void hostsTakeTheirStepsInAnyOrder()
+    {
+        QMainWindow window;
+        HostKit::HostBase host(&window, {});
+        DialogScript dialogs;
+        dialogs.expectBox(QMessageBox::Ok);
+        const QString sample = KILN_SOURCE_DIR "/engines/spark/sample";
+        QVERIFY(!host.openProject(sample));
+        QVERIFY(dialogs.seen().first().text.startsWith("No engine is loaded"));
+        QVERIFY(!host.desk().showFile(nullptr) && !host.desk().closeFile(nullptr));
+        QVERIFY(!host.desk().openFile(QString(), 0));
+
+        host.makeCodeEditors();
+        QString fault;
+        QVERIFY2(host.engines().load(ENGINE, &fault), qPrintable(fault));
+        QVERIFY(host.openProject(sample));
+        QVERIFY(host.desk().openFile(sample + "/bosses.tune", 0));
+        QVERIFY2(host.currentEditor(), "an engine that came later has its editors");
     }
 };
 
