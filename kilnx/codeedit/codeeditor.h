@@ -110,9 +110,11 @@ public:
     void unfoldAll();
 
     /// Sets the words that complete what follows `prefix`, a piece of code without blanks such as
-    /// "type=" or "play(" that stands at a line's start or after a character that is no letter,
-    /// digit or ".". Case does not matter, and of several prefixes that fit the longest counts; the
-    /// empty one stands for the blanks that a line begins with.
+    /// "type=" or "play(". Blanks in the line do not count: the prefix has to stand at the line's
+    /// start, or the last character before it that is no blank must not be a letter, a digit or
+    /// ".". A prefix that may follow a word opens with a blank, as " ->" does for "go on -> ".
+    /// Case does not matter, and of several prefixes that fit the longest counts; the empty one
+    /// stands for the blanks that a line begins with.
     ///
     /// The first column of `words` is offered when a blank is typed behind the prefix, or a key
     /// that ends it and is no mark such as "@", or Control and the space bar are pressed there;

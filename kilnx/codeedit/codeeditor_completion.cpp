@@ -35,17 +35,23 @@ bool bringsText(const QKeyEvent *event)
     return !command || event->key() == Qt::Key_Space || typed.back().isPrint();
 }
 
-// The last `length` characters before the cursor that are no blanks, in its line.
-QString codeBefore(const QTextCursor &cursor, int length)
+// Whether the text up to the cursor ends with `prefix`, blanks aside, and what stands before it
+// lets it begin there. A prefix that opens with a blank may follow a word that such a blank ends.
+bool fits(const QString &prefix, const QString &text)
 {
-    QString code;
-    const int start = cursor.block().position();
-    for (int i = cursor.position() - 1; i >= start && code.size() < length; --i) {
-        const QChar character = cursor.document()->characterAt(i);
-        if (!character.isSpace())
-            code.prepend(character);
+    const bool opensWithBlank = prefix.startsWith(QLatin1Char(' '));
+    int at = text.size();
+    for (int i = prefix.size() - 1; i >= int(opensWithBlank); --i) {
+        do {
+            --at;
+        } while (at >= 0 && text.at(at).isSpace());
+        if (at < 0 || text.at(at).toCaseFolded() != prefix.at(i).toCaseFolded())
+            return false;
     }
-    return code;
+    const int begin = at;
+    while (at > 0 && text.at(at - 1).isSpace())
+        --at;
+    return at == 0 || !continuesWord(text.at(at - 1)) || (opensWithBlank && at < begin);
 }
 } // namespace
 
@@ -64,19 +70,13 @@ void CodeEditorPrivate::setUpCompleter()
 
 QAbstractItemModel *CodeEditorPrivate::wordsBefore(const QTextCursor &cursor) const
 {
-    int longest = 0;
-    for (auto list = wordLists.begin(); list != wordLists.end(); ++list)
-        longest = qMax(longest, list.key().size());
-    const QString code = codeBefore(cursor, longest + 1);
+    const QString text = cursor.block().text().left(cursor.positionInBlock());
     int best = -1;
     QAbstractItemModel *words = nullptr;
     for (auto list = wordLists.begin(); list != wordLists.end(); ++list) {
         const int length = list.key().size();
-        const int start = code.size() - length;
-        const bool fits = length == 0 ? code.isEmpty() && !cursor.atBlockStart()
-                                      : code.endsWith(list.key(), Qt::CaseInsensitive) &&
-                                            (start == 0 || !continuesWord(code.at(start - 1)));
-        if (!fits || length <= best)
+        const bool atIndent = !text.isEmpty() && text.trimmed().isEmpty();
+        if (length <= best || !(length == 0 ? atIndent : fits(list.key(), text)))
             continue;
         best = length;
         words = list.value();
