@@ -2,10 +2,12 @@
 
 #include <hostkit/widgets.h>
 
+#include <kilnx/project/organizable.h>
 #include <kilnx/project/projectfile.h>
 
 #include <QFileInfo>
 #include <QScopedValueRollback>
+#include <QTextDocument>
 
 namespace HostKit
 {
@@ -34,10 +36,20 @@ void FileTabs::showFile(Kiln::ProjectFile *file)
     if (index < 0 && file) {
         index = addTab(title(file));
         setTabData(index, QVariant::fromValue<void *>(file));
+        follow(file);
     }
     setCurrentIndex(index);
     refresh();
     setVisible(count() > 0);
+}
+
+// The mark of a file that is not shown changes too, as when it is loaded again.
+void FileTabs::follow(Kiln::ProjectFile *file)
+{
+    if (const auto *text = dynamic_cast<QTextDocument *>(file))
+        connect(text, &QTextDocument::modificationChanged, this, &FileTabs::refresh);
+    else if (const auto *list = qobject_cast<Kiln::OrganizableObject *>(file->model()))
+        connect(list, &Kiln::OrganizableObject::changed, this, &FileTabs::refresh);
 }
 
 void FileTabs::removeFile(Kiln::ProjectFile *file)

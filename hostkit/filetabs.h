@@ -42,6 +42,7 @@ Q_SIGNALS:
     void closeRequested(Kiln::ProjectFile *file);
 
 private:
+    void follow(Kiln::ProjectFile *file);
     Kiln::ProjectFile *fileAt(int index) const;
     void choose(int index);
 

@@ -207,8 +207,13 @@ private slots:
         QVERIFY(tabs->tabText(tabs->currentIndex()).endsWith("•"));
         QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier);
         QCOMPARE(tabs->tabText(tabs->currentIndex()), "air.glow");
+        type("; y");
+        Kiln::CodeDocument *const air = document();
         tabs->setCurrentIndex(tabs->indexOf(session().findFile(path("heroes/moss/ground.glow"))));
         QCOMPARE(document()->fileName(), path("heroes/moss/ground.glow"));
+        QCOMPARE(tabs->tabText(tabs->indexOf(air)), "air.glow •");
+        air->reload();
+        QCOMPARE(tabs->tabText(tabs->indexOf(air)), "air.glow");
         while (tabs->count() > 0)
             actions()->closeFile->trigger();
         QVERIFY(!document());
