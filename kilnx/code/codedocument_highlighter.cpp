@@ -148,6 +148,11 @@ CodeDocumentPrivate::parseLine(CodeBlockData *data, const QString &text, CodePar
     }
     previous->m_nextBlock = block;
     CodeNode *result = parser->parse(text, old, previous, document, syntax);
+    if (result && result->m_block != block) {
+        qWarning("CodeParser::parse() gave line %d a node of another line: it gets none",
+                 block.blockNumber() + 1);
+        result = nullptr;
+    }
     data->d->node = result;
     sequenceBlock = block;
     sequenceNode = result ? lastOfLine(result) : previous;

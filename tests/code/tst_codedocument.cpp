@@ -179,6 +179,32 @@ private slots:
         QVERIFY(document->isModified());
     }
 
+    void nodesOfOtherLinesAreRefused()
+    {
+        struct Straying : CodeParser {
+            Plain::Parser plain;
+            CodeNode *parse(const QString &text,
+                            CodeNode *old,
+                            CodeNode *previous,
+                            RootCode *root,
+                            CodeParserSyntax *syntax) override
+            {
+                if (text == "previous")
+                    return previous;
+                return text == "root" ? root : plain.parse(text, old, previous, root, syntax);
+            }
+        } parser;
+        document->setParser(&parser);
+        for (const int line : {3, 4}) {
+            const QString told = QString("CodeParser::parse() gave line %1 a node of another line: "
+                                         "it gets none");
+            QTest::ignoreMessage(QtWarningMsg, qPrintable(told.arg(line)));
+        }
+        setText("[a]\nx = 1\nprevious\nroot\ny = 1");
+        QVERIFY(node(1) && !node(2) && !node(3) && node(4));
+        document->setParser(nullptr);
+    }
+
     void insertAroundOddNodes()
     {
         // The second node of a line stands on the line of the first.
