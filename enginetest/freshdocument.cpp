@@ -84,6 +84,17 @@ QString state(CodeDocument &document)
     return TreeDump::all(document) + lines(document) + (list ? contents(*list) : QString());
 }
 
+/// The first line in which the two differ, of each of them.
+QString firstDifference(const QString &found, const QString &expected)
+{
+    const QStringList ours = found.split(QLatin1Char('\n'));
+    const QStringList theirs = expected.split(QLatin1Char('\n'));
+    int line = 0;
+    while (ours.value(line) == theirs.value(line))
+        ++line;
+    return QStringLiteral("found    %1\nexpected %2").arg(ours.value(line), theirs.value(line));
+}
+
 } // namespace
 
 QString difference(CodeDocument &document, const DocumentMaker &makeFresh)
@@ -95,7 +106,7 @@ QString difference(CodeDocument &document, const DocumentMaker &makeFresh)
     fresh->release();
     if (found == expected)
         return QString();
-    return QStringLiteral("\n%1\nfound:\n%2\nexpected:\n%3")
-        .arg(document.toPlainText(), found, expected);
+    return QStringLiteral("\n%1\nfound:\n%2\nexpected:\n%3\nwhere they part:\n%4")
+        .arg(document.toPlainText(), found, expected, firstDifference(found, expected));
 }
 } // namespace EngineTest
