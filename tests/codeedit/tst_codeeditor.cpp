@@ -337,6 +337,10 @@ private slots:
             QApplication::sendEvent(m_editor.get(), &event);
         };
         for (int step = 0; step < 160; ++step) {
+            if (step % 20 == 0) {
+                formatting.highlightLine = step % 40 == 0;
+                m_editor->setSyntaxFormatting(formatting);
+            }
             const int action = random.bounded(9);
             if (action < 5) {
                 const QTextBlock line = bodyLine();
