@@ -1,5 +1,10 @@
 #include "spritetest.h"
 
+#include <kilnx/code/animationcode.h>
+#include <kilnx/code/animations.h>
+#include <kilnx/code/codedocument.h>
+#include <kilnx/code/framecode.h>
+
 #include <ember/emberengine.h>
 #include <ember/emberparentproject.h>
 #include <ember/emberproject.h>
@@ -405,6 +410,54 @@ private Q_SLOTS:
             bench.editor->undo();
         }
         QCOMPARE(bench.canvas().flatten(), before);
+    }
+
+    /// The sprite of the frame that the project's animations show, while the button is down: when
+    /// it is pressed, when the editor comes up, and when the file is shown.
+    void followsTheFrame()
+    {
+        Bench bench;
+        bench.host.currentEngine = &EmberEngine::instance();
+        copyFolder(KILN_SOURCE_DIR "/examples/hero/heroes/wren/", bench.path("wren/"));
+        auto *parent = EmberParentProject::open(bench.path("wren/"), FileSystemArchive::instance());
+        QVERIFY(parent);
+        Project *project = parent->openedProjects().value(0);
+        auto *sprites = dynamic_cast<EmberSprites *>(project->file(Project::FileID::Sprites));
+        auto *text = dynamic_cast<CodeDocument *>(project->file(Project::FileID::Animations));
+        auto *list = dynamic_cast<Animations *>(text->documentEditor(CodeNode::Animation, 0));
+        QVERIFY(sprites && list);
+        const auto choose = [&](unsigned int animation, unsigned int frame) {
+            list->setSelected(animation);
+            list->at(animation)->setSelectedFrame(frame);
+            return list->at(animation)->frameAt(frame)->identifier();
+        };
+        const auto shown = [&] { return bench.editor->currentSprite()->property("Identifier"); };
+        bench.editor->setCurrentFile(sprites);
+        bench.editor->setCurrent(0);
+        const QVariant first = shown();
+        const QVariant wanted = choose(1, 2);
+        QVERIFY(wanted != first);
+        bench.editor->deactivate();
+        bench.editor->activate();
+        QCOMPARE(shown(), first); // nobody has asked for it
+        bench.trigger("spr_frame_spr");
+        QCOMPARE(shown(), wanted);
+        const QVariant next = choose(0, 1);
+        QVERIFY(next != wanted);
+        bench.editor->deactivate();
+        bench.editor->activate();
+        QCOMPARE(shown(), next);
+        bench.editor->setCurrentFile(nullptr);
+        choose(1, 2);
+        bench.editor->setCurrentFile(sprites);
+        QCOMPARE(shown(), wanted);
+        // A frame whose sprite the file does not have changes nothing.
+        list->at(1)->frameAt(2)->setIdentifier("nobody");
+        bench.editor->deactivate();
+        bench.editor->activate();
+        QCOMPARE(shown(), wanted);
+        bench.editor->setCurrentFile(nullptr);
+        parent->close();
     }
 
     void importsFromAProject_data()
