@@ -237,6 +237,36 @@ private Q_SLOTS:
         QCOMPARE(layer->image.constScanLine(20)[20], uchar(255));
     }
 
+    /// In another order of the same colours, a layer looks as it did.
+    void layersTakeAnotherPalette()
+    {
+        TablePalette palette(1);
+        ImageCanvas canvas(&palette);
+        QRandomGenerator dice(11);
+        RGBA before[256];
+        for (RGBA &color : before)
+            color = {uchar(dice.bounded(256)), uchar(dice.bounded(256)), uchar(dice.bounded(256)),
+                     255};
+        RGBA after[256];
+        std::copy(std::begin(before), std::end(before), after);
+        std::shuffle(std::begin(after), std::end(after), dice);
+        QImage picture(33, 7, QImage::Format_Indexed8);
+        for (int i = 0; i < 33 * 7; ++i)
+            picture.scanLine(i / 33)[i % 33] = uchar(i * 3 / 2 + 20);
+        RasterLayer layer(&canvas, picture);
+        layer.remap(before, after);
+        for (int i = 0; i < 33 * 7; ++i) {
+            const RGBA &was = before[picture.constScanLine(i / 33)[i % 33]];
+            const RGBA &is = after[layer.image.constScanLine(i / 33)[i % 33]];
+            QVERIFY(std::tie(was.r, was.g, was.b) == std::tie(is.r, is.g, is.b));
+        }
+        QVERIFY(layer.image != picture);
+        const QImage colored = picture.convertToFormat(QImage::Format_ARGB32);
+        RasterLayer other(&canvas, colored);
+        other.remap(before, after);
+        QCOMPARE(other.image, colored);
+    }
+
     void bringsADeletedLayerBackOnTop()
     {
         TablePalette palette(1);
