@@ -126,6 +126,24 @@ private slots:
         QCOMPARE(m_host->editorWidget, nullptr);
     }
 
+    void messagesAreWalkedByKeys()
+    {
+        m_document->fromString("one\nbad two\n" + QString(200, '\n') + "x bad\nend");
+        auto *messages = m_workspace->widget()->findChild<QComboBox *>("codeMessages");
+        messages->setFocus();
+        QTest::keyClick(messages, Qt::Key_Down);
+        QCOMPARE(place(), QPoint(1, 0));
+        QVERIFY(view()->hasFocus());
+        messages->setFocus();
+        QTest::keyClick(messages, Qt::Key_Down);
+        QCOMPARE(place(), QPoint(202, 2));
+        const int middle = view()->cursorRect().center().y();
+        QVERIFY(qAbs(middle - view()->viewport()->height() / 2) <
+                    2 * view()->cursorRect().height() ||
+                view()->verticalScrollBar()->value() == view()->verticalScrollBar()->maximum());
+        m_document->setModified(false);
+    }
+
     void toolBarFollowsItsOption()
     {
         auto *bar = m_workspace->widget()->findChild<QToolBar *>();

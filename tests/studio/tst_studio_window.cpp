@@ -10,6 +10,17 @@ using namespace HostKit;
 using namespace Studio;
 
 // What the window shows of files and projects, and how its parts are reached.
+/// Another language: each text between marks.
+class Marked : public QTranslator
+{
+public:
+    bool isEmpty() const override { return false; }
+    QString translate(const char *, const char *text, const char *, int) const override
+    {
+        return '<' + QString::fromUtf8(text) + '>';
+    }
+};
+
 class tst_studio_window : public WindowTest
 {
     Q_OBJECT
@@ -46,6 +57,31 @@ private slots:
         QVERIFY(messages()->rowCount() >= problems);
         QCOMPARE(messages()->headerData(0, Qt::Horizontal, Qt::DisplayRole).toString(), "Message");
         QCOMPARE(settings().recentProjects().first(), hero());
+    }
+
+    void languageIsChangedAtOnce()
+    {
+        open("heroes/wren/air.glow");
+        const auto texts = [this] {
+            QStringList shown{m_window->findChild<StatusFields *>()->field(0),
+                              view()->accessibleName()};
+            const QList<QAction *> all = m_window->findChildren<QAction *>();
+            for (const QAction *action : all) {
+                if (action->objectName().startsWith("code_"))
+                    shown += action->text();
+            }
+            return shown;
+        };
+        const QStringList before = texts();
+        QVERIFY(before.size() > 10);
+        Marked marked;
+        QCoreApplication::installTranslator(&marked);
+        QCoreApplication::processEvents();
+        for (const QString &text : texts())
+            QVERIFY2(text.startsWith('<') && text.endsWith('>'), qPrintable(text));
+        QCoreApplication::removeTranslator(&marked);
+        QCoreApplication::processEvents();
+        QCOMPARE(texts(), before);
     }
 
     void typingReachesTreeAndMessagesAtOnce()
