@@ -8,10 +8,10 @@
 namespace EngineTest
 {
 /// What a RandomEditor writes: lines of an engine's language, good ones and bad ones. Give it all
-/// that your parser tells apart, and above all what it refuses.
+/// that your parser tells apart, and above all what it refuses. What is left empty is not written.
 struct LineMaker {
     /// Whether `line` is to have the node of a header: a group, or in a file with a list of
-    /// animations an animation.
+    /// animations an animation. Null for a language without headers: then nobody looks.
     std::function<bool(const QString &line)> isHeader;
     /// Several lines each, pasted as they are, with their line ends.
     QStringList sections;

@@ -209,7 +209,8 @@ void RandomEditor::checkInsideBracket()
     const Kiln::CodeNode *last = m_document;
     for (QTextBlock block = m_document->begin(); block.isValid(); block = block.next()) {
         const Kiln::CodeNode *node = m_document->nodeInBlock(block);
-        if (m_lines.isHeader(block.text()) != (node && node->type() == headerType))
+        if (m_lines.isHeader &&
+            m_lines.isHeader(block.text()) != (node && node->type() == headerType))
             m_fault = QStringLiteral("inside a bracket, line %1\n").arg(block.blockNumber());
         if (!node)
             continue;
@@ -383,7 +384,7 @@ int RandomEditor::randomHeader()
 {
     QList<int> lines;
     for (QTextBlock block = m_document->begin(); block.isValid(); block = block.next()) {
-        if (m_lines.isHeader(block.text()))
+        if (m_lines.isHeader && m_lines.isHeader(block.text()))
             lines.append(block.blockNumber());
     }
     return lines.isEmpty() ? randomLine() : lines.at(below(lines.size()));

@@ -1,7 +1,10 @@
+#include <enginetest/randomrun.h>
 #include <enginetest/treedump.h>
 #include <kilnx/code/groupcode.h>
 #include <kilnx/code/messages.h>
 #include <kilnx/code/valuecode.h>
+#include <kilnx/project/engine.h>
+#include <kilnx/project/engineplugin.h>
 #include <kilnx/project/parentproject.h>
 #include <tests/support/files.h>
 #include <tests/support/rows.h>
@@ -105,6 +108,22 @@ private slots:
                               .arg(message.text.section(QLatin1Char(' '), 0, 0)));
         }
         QTEST(errors.join(QLatin1Char(',')), "errors");
+    }
+
+    /// What an author's own check is told, who has given it no lines yet.
+    void tellsWhereTreesPart()
+    {
+        const SparkFile file = sparkFile("[a]\nx = 1");
+        const auto fresh = [] {
+            return dynamic_cast<CodeDocument *>(
+                sparkPlugin().engine().createFile(Project::FileID::Code, nullptr));
+        };
+        QCOMPARE(EngineTest::runEdits(*file, fresh, {}, {1, 60}), QString());
+        file->fromString("[a]\nx = 1");
+        file->setSyntaxHighlight(false);
+        const QString told = EngineTest::difference(*file, fresh);
+        const QString parted = "found    0 a indent 0\nexpected 0 a indent 0 [0/0 ]2/1";
+        QVERIFY2(told.section("where they part:\n", 1).startsWith(parted), qPrintable(told));
     }
 
     /// Setters write the line, keep its comment and the rows, and refuse what would break it.
