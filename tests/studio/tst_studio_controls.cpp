@@ -432,7 +432,8 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         QCOMPARE(QString(host.extraEditor(0)->name()), "organizer");
         QCOMPARE(QString(host.extraEditor(1)->name()), "palettes");
-        QCOMPARE(host.extraEditor(2), panel);
+        QCOMPARE(QString(host.extraEditor(2)->name()), "thumbnails");
+        QCOMPARE(host.extraEditor(3), panel);
         QVERIFY(!panel->list->isVisible());
 
         host.setExtraEditor(panel);
