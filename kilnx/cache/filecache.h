@@ -39,7 +39,7 @@ public:
                      void *const param,
                      unsigned long long crc) override;
 
-    /// The item's file; empty for null.
+    /// The item's file; empty for null, with which the operations below do nothing.
     QString fileName(Item *item) const;
     /// Looks the size of the file up again, and returns whether it is not 0: false also for a file
     /// that is missing.

@@ -66,7 +66,7 @@ public:
     };
 
     StreamCache();
-    /// Ends all items. Handles on them (`StreamCacheData`) are not told.
+    /// Destroys all items. Handles on them (`StreamCacheData`) are not told.
     ~StreamCache() override;
 
     /// Makes a new cache, which belongs to the caller: nothing is shared between calls. `Default`
@@ -88,7 +88,7 @@ public:
                           unsigned char filter,
                           void *const param,
                           unsigned long long crc) = 0;
-    /// Replaces the bytes of an item of this cache.
+    /// Replaces the bytes of an item of this cache; nothing for null.
     virtual void setItemData(Item *item,
                              const QByteArray &data,
                              unsigned char filter,

@@ -12,7 +12,7 @@ namespace Kiln
 /// cache must outlive its handles.
 ///
 /// Copying copies the pointers and the count, and makes no second item: the copies share one item,
-/// and the end of any of them removes it. After that the others must not be used any more; only
+/// and destroying any of them removes it. After that the others must not be used any more; only
 /// their own destruction is harmless, as long as nothing was added to the cache in between.
 struct KILNX_EXPORT StreamCacheData {
     /// An empty handle. `cache` is not owned.

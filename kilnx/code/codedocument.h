@@ -168,7 +168,7 @@ protected:
     virtual int foldingKind(const QString &line) = 0;
     /// Called once after each edit, load or reparse, when tree and text are in step, with the range
     /// of lines that were visited. A line that went lay in or beside it. The place for
-    /// setRemarks().
+    /// setRemarks(). A file that is being loaded has no fileName() yet.
     virtual void linesHighlighted(const QTextBlock &first, const QTextBlock &last);
 
     /// Releases all nodes and parses every line anew.

@@ -43,7 +43,7 @@ public:
     virtual CodeDocument *document() const;
     /// Removes the node's line from the text; with `all`, the lines firstLine() to lastLine().
     virtual void remove(bool all);
-    /// Ends the node and gives its memory back to the pool. Does nothing on a node that has been
+    /// Destroys the node and gives its memory back to the pool. Does nothing on a node that was
     /// released before.
     virtual void release();
     /// A parser calls this on a node that it keeps, after the node took a new value from its text.

@@ -55,7 +55,7 @@ public:
     /// \param previous the last node before the line; the root for the first
     /// \param root the tree's root; RootCode::groupEnabled() tells which sections are wanted
     /// \param syntax where to paint and report; null when nothing is to be painted
-    /// \return the line's head node, or null for a line that makes no node
+    /// \return the line's head node, never another line's; null for a line that makes none
     ///
     /// The parser makes its node with `previous` as predecessor, a second node of the line with the
     /// first as predecessor. It returns `old`, after updating it, whenever the line still means the

@@ -19,9 +19,9 @@ namespace Kiln
 class KILNX_EXPORT ValueCode : public CodeNode, public NamedCode
 {
 public:
-    /// The numbers are part of the contract with parsers. Those that stand side by side are treated
-    /// alike here; an engine may use them to tell its own kinds apart.
-    /// The type is fixed, as a parser may choose numbers beyond these.
+    /// The form of the stored value; the numbers are part of the contract with parsers. Those that
+    /// stand side by side have one form, so that an engine may tell two uses of it apart. A number
+    /// beyond these is as `Plain`. Which kind of line an entry is belongs into the engine's class.
     enum Type : int {
         Plain = 0, ///< any variant, unchanged; also 1 and 2
         Plain1 = 1,
