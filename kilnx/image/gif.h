@@ -31,8 +31,10 @@ public:
     GIFImage();
     GIFImage(unsigned short width, unsigned short height, bool loop);
 
+    /// Whether a player goes on from the start after the last picture.
     bool canLoop() const { return m_loop; }
     void setLoop(bool loop) { m_loop = loop; }
+    /// The logical screen in pixels; 16 bits of each are kept.
     int width() const { return m_width; }
     void setWidth(int width) { m_width = static_cast<unsigned short>(width); }
     int height() const { return m_height; }

@@ -49,7 +49,7 @@ public:
 };
 
 /// A widget joined to the editor by signals: a label that takes text from a signal (3), a
-/// position selector (4).
+/// position selector (4), whose range the editor sets on the QAbstractSlider that it is given.
 class KILNX_EXPORT WidgetControl : public Control
 {
 public:

@@ -121,7 +121,7 @@ public:
     /// `container` is the menu or registered control that shows it, or null; `textId` is its
     /// number in `translator`; `slot` the receiver's slot in Qt's coded form, as in "1add()".
     /// `enabler` and `checker` are signals of the receiver in coded form, as in "2enabled(bool)",
-    /// that enable and check the action, or null.
+    /// that enable and check the action, or null. Null from a host that makes none.
     virtual QAction *addAction(QWidget *container,
                                const QString &key,
                                Translator *translator,

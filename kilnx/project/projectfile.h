@@ -79,7 +79,7 @@ public:
     /// `toSettings` too, of the host. A null value removes the key.
     virtual void
     setOption(const QString &key, const QVariant &value, bool toProject, bool toSettings);
-    /// Ends the file: the final class deletes itself.
+    /// Destroys the file: the final class deletes itself.
     virtual void release() = 0;
 
     /// Whether archive() has a file under fileName().

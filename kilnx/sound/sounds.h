@@ -21,6 +21,7 @@ public:
     virtual SoundSample sample() const = 0;
     /// Format and length alone, without decoding the samples.
     virtual SampleInfo sampleInfo() const = 0;
+    /// Replaces the sound, as one step of undo. The name stays.
     virtual void setSample(const SoundSample &sample) = 0;
 };
 
