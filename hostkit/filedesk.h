@@ -69,7 +69,8 @@ public:
 Q_SIGNALS:
     /// A line for the status bar.
     void message(const QString &text);
-    /// Another file is shown, or the state of the shown one has changed.
+    /// Another file is shown, or the shown one has become modified or saved. Not told for each key:
+    /// follow the text by the signals of its QTextDocument.
     void changed();
 
 private:

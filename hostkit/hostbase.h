@@ -47,8 +47,8 @@ class Theme;
 /// answer an operation otherwise. Whatever an editor asks for by the interface finds its place by
 /// itself: a new editor needs EditorDeck::make() and nothing else.
 ///
-/// The window must outlive the host. The destructor closes the project without questions, destroys
-/// editors and workspaces, and takes the host away again.
+/// There is one host in a process at a time, and its window must outlive it. The destructor closes
+/// the project without questions, destroys editors and workspaces, and takes the host away again.
 class HOSTKIT_EXPORT HostBase : public Kiln::Interface
 {
 public:

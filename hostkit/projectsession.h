@@ -38,6 +38,7 @@ public:
     /// Closes all projects and their files, whatever changes they have.
     void close();
 
+    /// What is open; null for nothing. It goes after aboutToClose().
     Kiln::ParentProject *parentProject() const { return m_parent; }
     /// The definitions nearest to the base directory first, then by name.
     QList<Kiln::Project *> projects() const;

@@ -46,7 +46,9 @@ public:
     void apply();
 
 Q_SIGNALS:
+    /// Everybody reads the options again.
     void applied();
+    /// recentProjects() is another list.
     void recentChanged();
 
 private:

@@ -13,8 +13,9 @@ namespace HostKit
 /// The status bar: fields that editors fill by number, and the count of messages at the right.
 ///
 /// Field 0 is the place in the text, field 1 the errors of the file, field 2 its encoding, which
-/// is a button. Higher numbers get a field when they are first used. In a narrow window the texts
-/// of fields are cut short, and whole in their tool tips.
+/// is a button. Higher numbers get a field when they are first used; those from 6 on, which
+/// Interface::StatusField does not name, are for the host's own. In a narrow window the texts of
+/// fields are cut short, and whole in their tool tips.
 class HOSTKIT_EXPORT StatusFields : public QStatusBar
 {
     Q_OBJECT
