@@ -30,8 +30,9 @@ block() {
     awk -v wanted="$1" '/^```/ { inside = /^```cpp/; number += inside; next } inside && number == wanted' \
         "$source/docs/embedding.md"
 }
-{ block 2; block 1 | sed 's/host.makeCodeEditors();/& addNotes(window, host);/'; } >"$work/host.cpp"
-grep -q addNotes.window "$work/host.cpp"
+own='addNotes(window, host); addFiles(window, host);'
+{ block 3; block 2; block 1 | sed "s/host.makeCodeEditors();/& $own/"; } >"$work/host.cpp"
+grep -qF "$own" "$work/host.cpp"
 cmake -G Ninja -S "$here" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_FLAGS="$flags" \
     -DHOST="$work/host.cpp" -DSPARK="$source/engines/spark/spark.cpp" >/dev/null
 cmake --build "$work/cmake" >"$work/build.log" || { cat "$work/build.log"; exit 1; }
