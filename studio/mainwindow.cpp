@@ -139,6 +139,8 @@ void MainWindow::connectDocks()
     ProjectSession *session = &m_host.session();
     FileDesk *desk = &m_host.desk();
     connect(m_tree, &ProjectTreeDock::fileActivated, desk, &FileDesk::openFile);
+    connect(m_tree, &ProjectTreeDock::newFileRequested, this, &MainWindow::makeFile);
+    connect(m_tree, &ProjectTreeDock::trashRequested, this, &MainWindow::moveToTrash);
     connect(m_messages, &MessagesDock::placeActivated, desk, &FileDesk::showPlace);
     connect(m_findInFiles, &FindInFilesDock::placeActivated, desk, &FileDesk::showPlace);
     connect(m_findInFiles, &FindInFilesDock::searchRequested, this,

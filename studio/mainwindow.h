@@ -58,6 +58,8 @@ private:
     void backup();
     void restore();
     void runInEngine();
+    void makeFile(const QString &directory);
+    void moveToTrash(const QString &fileName);
     void showSettings(bool engines);
     void showAbout();
     void stepMessage(int by);

@@ -22,6 +22,7 @@
 #include <kilnx/project/engine.h>
 #include <kilnx/project/filedialogs.h>
 #include <kilnx/project/parentproject.h>
+#include <kilnx/project/project.h>
 #include <kilnx/project/projectfile.h>
 
 #include <QAction>
@@ -107,6 +108,49 @@ void MainWindow::restore()
         this, tr("Restore backup"), project->basePath() + QLatin1String("backup"));
     if (!directory.isEmpty() && m_host.saving().restore(QDir(directory).dirName()))
         m_host.status().tell(tr("The backup is restored."));
+}
+
+void MainWindow::makeFile(const QString &directory)
+{
+    const QString title = tr("New file");
+    const QString name =
+        QInputDialog::getText(this, title, tr("Name of the file, with its suffix:")).trimmed();
+    const QString path = QDir::cleanPath(directory + name);
+    if (name.isEmpty() || !m_host.session().parentProject())
+        return;
+    if (QFileInfo::exists(path))
+        Kiln::showWarning(this, title,
+                          tr("'%1' exists already.").arg(QDir::toNativeSeparators(path)));
+    else if (Kiln::ProjectFile *file = m_host.session().createFile(path, 0))
+        m_host.desk().showFile(file);
+    else
+        Kiln::showWarning(this, title,
+                          tr("'%1' cannot be made. The engine tells a file's type by its suffix.")
+                              .arg(QDir::toNativeSeparators(path)));
+}
+
+// A file on the desk is closed first; what it has unsaved is asked about.
+void MainWindow::moveToTrash(const QString &fileName)
+{
+    const QString title = tr("Move to trash");
+    const QString shown = QDir::toNativeSeparators(fileName);
+    Kiln::ProjectFile *file = m_host.session().findFile(fileName);
+    if (m_host.session().fileId(file).has(Kiln::Project::FileID::Definition)) {
+        Kiln::showWarning(this, title, tr("'%1' defines a part of the open project.").arg(shown));
+        return;
+    }
+    if (!Kiln::askQuestion(this, title, tr("Do you want to move '%1' to the trash?").arg(shown)))
+        return;
+    file = m_host.session().findFile(fileName);
+    if (file && !m_host.desk().closeFile(file))
+        return;
+    if (!QFile::moveToTrash(fileName)) {
+        Kiln::showWarning(this, title, tr("'%1' could not be moved to the trash.").arg(shown));
+        return;
+    }
+    file = m_host.session().findFile(fileName);
+    if (file)
+        file->project()->removeFile(file);
 }
 
 // The engine reads from the disk, and events are handled while it runs.

@@ -4,7 +4,16 @@
 
 #include <kilnx/project/parentproject.h>
 
+#include <QClipboard>
+#include <QDesktopServices>
+#include <QDir>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QMenu>
 #include <QTreeView>
+#include <QUrl>
+
+#include <memory>
 
 namespace Studio
 {
@@ -20,7 +29,9 @@ ProjectTreeDock::ProjectTreeDock(QWidget *parent)
     m_view->setUniformRowHeights(true);
     m_view->setIconSize(QSize(16, 16));
     setWidget(m_view);
+    m_view->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(m_view, &QTreeView::activated, this, &ProjectTreeDock::activate);
+    connect(m_view, &QTreeView::customContextMenuRequested, this, &ProjectTreeDock::showMenu);
 }
 
 void ProjectTreeDock::setProject(Kiln::ParentProject *project)
@@ -53,6 +64,43 @@ void ProjectTreeDock::activate(const QModelIndex &index)
     const Kiln::ParentProject::Path *path = m_project ? m_project->itemPath(index) : nullptr;
     if (path && path->isFile())
         emit fileActivated(path->path(), path->type());
+}
+
+void ProjectTreeDock::showMenu(const QPoint &position)
+{
+    if (!m_project)
+        return;
+    const std::unique_ptr<QMenu> menu(makeMenu(m_view->indexAt(position)));
+    menu->exec(m_view->viewport()->mapToGlobal(position));
+}
+
+QMenu *ProjectTreeDock::makeMenu(const QModelIndex &index)
+{
+    auto *menu = new QMenu(m_view);
+    const Kiln::ParentProject::Path *path = m_project ? m_project->itemPath(index) : nullptr;
+    const bool isFile = path && path->isFile();
+    const QString name = path ? path->path() : m_project ? m_project->basePath() : QString();
+    const QString directory = isFile ? QFileInfo(name).path() + QLatin1Char('/')
+                                     : QDir::cleanPath(name) + QLatin1Char('/');
+    const auto add = [&](const char *key, const QString &text, auto &&act) {
+        QAction *action = menu->addAction(text, this, act);
+        action->setObjectName(QLatin1String(key));
+        return action;
+    };
+    if (isFile)
+        menu->setDefaultAction(add("tree_open", tr("&Open"),
+                                   [=, id = path->type()] { emit fileActivated(name, id); }));
+    add("tree_new", tr("&New file..."), [=] { emit newFileRequested(directory); });
+    menu->addSeparator();
+    add("tree_copy_path", tr("&Copy path"),
+        [=] { QGuiApplication::clipboard()->setText(QDir::toNativeSeparators(name)); });
+    add("tree_show", tr("&Show in file manager"),
+        [=] { QDesktopServices::openUrl(QUrl::fromLocalFile(directory)); });
+    if (isFile) {
+        menu->addSeparator();
+        add("tree_trash", tr("Move to &trash..."), [=] { emit trashRequested(name); });
+    }
+    return menu;
 }
 
 QModelIndex ProjectTreeDock::findFile(const QModelIndex &parent, const void *path) const

@@ -3,6 +3,7 @@
 #include <QDockWidget>
 #include <QPointer>
 
+class QMenu;
 class QTreeView;
 
 namespace Kiln
@@ -13,7 +14,8 @@ class ParentProject;
 namespace Studio
 {
 
-/// The tree of the open project; a file that is activated is opened.
+/// The tree of the open project; a file that is activated is opened. Its menu makes files, moves
+/// them to the trash and shows where they are.
 class ProjectTreeDock : public QDockWidget
 {
     Q_OBJECT
@@ -33,12 +35,19 @@ public:
     /// The absolute name of the file in the current row; empty for a directory or no row.
     QString currentFile() const;
 
+    /// What can be done with a row, or with the project for an invalid index. Owned by the caller.
+    QMenu *makeMenu(const QModelIndex &index);
+
 signals:
+    /// A new file is wanted in a directory, which ends with "/".
+    void newFileRequested(const QString &directory);
+    void trashRequested(const QString &fileName);
     /// `fileId` is what a definition says about the file, 0 for one that a scan has found.
     void fileActivated(const QString &fileName, unsigned int fileId);
 
 private:
     void activate(const QModelIndex &index);
+    void showMenu(const QPoint &position);
     QModelIndex findFile(const QModelIndex &parent, const void *path) const;
 
     QTreeView *m_view;

@@ -1,6 +1,8 @@
 #include "windowtest.h"
 
 #include <hostkit/savedesk.h>
+#include <projecttreedock.h>
+
 #include <kilnx/project/editor.h>
 
 using namespace HostKit;
@@ -293,6 +295,53 @@ private slots:
         QVERIFY(QFileInfo::exists(name));
         QCOMPARE(document()->fileName(), name);
         QVERIFY(!host().desk().openFile(path("notes/design.txt"), 0));
+    }
+
+    void treeMakesAndRemovesFiles()
+    {
+        qputenv("XDG_DATA_HOME", QFile::encodeName(m_directory->filePath("share")));
+        auto *tree = m_window->findChild<Studio::ProjectTreeDock *>();
+        const auto choose = [&](const char *file, const char *action) {
+            tree->selectFile(path(file));
+            const std::unique_ptr<QMenu> menu(tree->makeMenu(tree->view()->currentIndex()));
+            menu->findChild<QAction *>(action)->trigger();
+        };
+        const auto name = [&](const char *text) {
+            m_dialogs->expectDialog([text](QDialog *dialog) {
+                qobject_cast<QInputDialog *>(dialog)->setTextValue(text);
+                dialog->accept();
+            });
+        };
+        name("fresh.glow");
+        choose("heroes/wren/hurt.glow", "tree_new");
+        QCOMPARE(document()->fileName(), path("heroes/wren/fresh.glow"));
+        QVERIFY(QFile::exists(path("heroes/wren/fresh.glow")));
+        type("; text");
+        actions()->save->trigger();
+        for (const char *wrong : {"hurt.glow", "no.type"}) { // taken, and of no kind
+            name(wrong);
+            m_dialogs->expectBox(QMessageBox::Ok);
+            choose("heroes/wren/hurt.glow", "tree_new");
+        }
+        QVERIFY(!QFile::exists(path("heroes/wren/no.type")));
+        choose("heroes/wren/hurt.glow", "tree_copy_path");
+        QCOMPARE(QGuiApplication::clipboard()->text(), path("heroes/wren/hurt.glow"));
+        choose("heroes/wren/hurt.glow", "tree_open");
+        QCOMPARE(document()->fileName(), path("heroes/wren/hurt.glow"));
+
+        type("; more");
+        m_dialogs->expectBox(QMessageBox::Yes);
+        m_dialogs->expectBox(QMessageBox::Cancel);
+        choose("heroes/wren/hurt.glow", "tree_trash");
+        QVERIFY(QFile::exists(path("heroes/wren/hurt.glow")));
+        m_dialogs->expectBox(QMessageBox::Yes);
+        m_dialogs->expectBox(QMessageBox::Discard);
+        choose("heroes/wren/hurt.glow", "tree_trash");
+        QVERIFY(!QFile::exists(path("heroes/wren/hurt.glow")));
+        QVERIFY(!session().findFile(path("heroes/wren/hurt.glow")));
+        m_dialogs->expectBox(QMessageBox::Ok);
+        choose("heroes/wren/wren.wisp", "tree_trash");
+        QVERIFY(QFile::exists(path("heroes/wren/wren.wisp")));
     }
 
     void directoryWithoutProjectLeavesTheOldOne()
