@@ -31,6 +31,7 @@
 #include <QInputDialog>
 #include <QMenu>
 #include <QScopedValueRollback>
+#include <QStandardPaths>
 
 namespace Studio
 {
@@ -144,6 +145,8 @@ void MainWindow::moveToTrash(const QString &fileName)
     file = m_host.session().findFile(fileName);
     if (file && !m_host.desk().closeFile(file))
         return;
+    // Where that directory is missing, Qt takes the current one for the trash.
+    QDir().mkpath(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation));
     if (!QFile::moveToTrash(fileName)) {
         Kiln::showWarning(this, title, tr("'%1' could not be moved to the trash.").arg(shown));
         return;

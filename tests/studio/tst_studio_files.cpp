@@ -338,6 +338,7 @@ private slots:
         m_dialogs->expectBox(QMessageBox::Discard);
         choose("heroes/wren/hurt.glow", "tree_trash");
         QVERIFY(!QFile::exists(path("heroes/wren/hurt.glow")));
+        QVERIFY(QFile::exists(m_directory->filePath("share/Trash/files/hurt.glow")));
         QVERIFY(!session().findFile(path("heroes/wren/hurt.glow")));
         m_dialogs->expectBox(QMessageBox::Ok);
         choose("heroes/wren/wren.wisp", "tree_trash");
