@@ -24,6 +24,7 @@ FindBar::FindBar(QWidget *parent)
     , m_regularExpression(named(new QCheckBox(tr("Re&gular expression"), this), "find_regex"))
     , m_caseSensitive(named(new QCheckBox(tr("Match &case"), this), "find_case"))
     , m_wrap(named(new QCheckBox(tr("&Wrap around"), this), "find_wrap"))
+    , m_result(named(new QLabel(this), "find_result"))
 {
     named(this, "find_bar", tr("Find and replace"));
     m_wrap->setChecked(true);
@@ -56,8 +57,10 @@ FindBar::FindBar(QWidget *parent)
     layout->addWidget(replace, 1, 2);
     layout->addWidget(replaceAll, 1, 3);
     layout->addWidget(m_wrap, 1, 4);
+    layout->addWidget(m_result, 1, 5, 1, 2);
     layout->setColumnStretch(1, 1);
 
+    connect(m_text, &QLineEdit::textChanged, m_result, &QLabel::clear);
     connect(m_text, &QLineEdit::returnPressed, this, &FindBar::findNext);
     connect(m_replacement, &QLineEdit::returnPressed, this, &FindBar::replaceOne);
     connect(next, &QPushButton::clicked, this, &FindBar::findNext);
@@ -79,6 +82,11 @@ void FindBar::start(const QString &text)
 QString FindBar::text() const
 {
     return m_text->text();
+}
+
+void FindBar::tell(const QString &result)
+{
+    m_result->setText(result);
 }
 
 void FindBar::findNext()

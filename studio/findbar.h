@@ -3,6 +3,7 @@
 #include <QWidget>
 
 class QCheckBox;
+class QLabel;
 class QLineEdit;
 
 namespace Studio
@@ -23,6 +24,8 @@ public:
     void start(const QString &text);
 
     QString text() const;
+    /// What came of a search, beside the fields.
+    void tell(const QString &result);
 
 signals:
     void findRequested(const QString &text, unsigned int flags);
@@ -49,6 +52,7 @@ private:
     QCheckBox *m_regularExpression;
     QCheckBox *m_caseSensitive;
     QCheckBox *m_wrap;
+    QLabel *m_result;
 };
 
 } // namespace Studio

@@ -64,6 +64,7 @@ private:
     void showAbout();
     void stepMessage(int by);
     void startFind();
+    QString findText(const QString &text, unsigned int flags);
 
     HostKit::HostBase m_host;
     MainActions *m_actions = nullptr;

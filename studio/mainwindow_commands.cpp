@@ -35,7 +35,9 @@
 #include <QDir>
 #include <QDockWidget>
 #include <QMenu>
+#include <QRegularExpression>
 #include <QTabBar>
+#include <QTextBlock>
 #include <QTimer>
 #include <QTreeView>
 
@@ -43,6 +45,11 @@
 
 namespace Studio
 {
+
+namespace
+{
+constexpr int mostCounted = 2000000; // characters in which hits are counted
+} // namespace
 
 using namespace HostKit;
 
@@ -91,8 +98,7 @@ void MainWindow::connectEditActions()
     });
     connect(m_findBar, &FindBar::findRequested, this,
             [this](const QString &text, unsigned int flags) {
-                if (Kiln::Editor *editor = m_host.deck().current())
-                    editor->find(text, flags);
+                m_findBar->tell(findText(text, flags));
             });
     connect(m_findBar, &FindBar::replaceRequested, this,
             [this](const QString &text, const QString &by, unsigned int flags, bool all) {
@@ -236,6 +242,37 @@ void MainWindow::stepMessage(int by)
     const QModelIndex index = m_messages->table()->index((row + by + count) % count, 0);
     view->setCurrentIndex(index);
     m_messages->activate(index);
+}
+
+// What came of it, for the bar: nobody wants a box in the way of the next key.
+QString MainWindow::findText(const QString &text, unsigned int flags)
+{
+    Kiln::FileEditor *editor = m_host.deck().currentFileEditor();
+    Kiln::ProjectFile *file = m_host.deck().currentFile();
+    if (!editor || !file || text.isEmpty())
+        return QString();
+    const bool isExpression = flags & Kiln::Editor::RegularExpression;
+    const QRegularExpression expression(isExpression ? text : QRegularExpression::escape(text),
+                                        flags & Kiln::Editor::CaseSensitive
+                                            ? QRegularExpression::NoPatternOption
+                                            : QRegularExpression::CaseInsensitiveOption);
+    if (!expression.isValid())
+        return tr("Bad expression: %1").arg(expression.errorString());
+    if (!editor->find(file, text, flags))
+        return tr("Nothing found");
+    // Expressions may mean a little more here than to the editor: they are not counted.
+    const auto *document = dynamic_cast<Kiln::CodeDocument *>(file);
+    if (isExpression || !document || document->characterCount() > mostCounted)
+        return QString();
+    const QTextCursor cursor = m_host.surface()->editor()->textCursor();
+    const QTextBlock block = document->findBlock(cursor.selectionStart());
+    const unsigned int start = unsigned(cursor.selectionStart() - block.position());
+    const QList<Kiln::ProjectFile::SearchResult> all = file->search(expression);
+    for (int i = 0; i < all.size(); ++i) {
+        if (all[i].line == unsigned(block.blockNumber()) && all[i].start == start)
+            return tr("%1 of %2").arg(i + 1).arg(all.size());
+    }
+    return QString();
 }
 
 void MainWindow::startFind()

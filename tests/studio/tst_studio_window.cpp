@@ -312,6 +312,37 @@ private slots:
         actions()->saveAll->trigger();
     }
 
+    void theBarTellsWhatWasFound()
+    {
+        open("heroes/wren/air.glow");
+        view()->selectAll();
+        view()->insertPlainText("abc a.c ABC\nxabc\na");
+        QTest::keyClick(view(), Qt::Key_Home, Qt::ControlModifier);
+        QTest::keyClick(view(), Qt::Key_F, Qt::ControlModifier);
+        auto *field = m_window->findChild<QLineEdit *>("find_text");
+        auto *told = m_window->findChild<QLabel *>("find_result");
+        const auto search = [&](const char *text) {
+            field->setText(text);
+            QTest::keyClick(field, Qt::Key_Return);
+            return told->text();
+        };
+        QCOMPARE(search("abc"), QString("1 of 3"));
+        QTest::keyClick(field, Qt::Key_Return);
+        QCOMPARE(told->text(), QString("2 of 3"));
+        m_window->findChild<QPushButton *>("find_previous")->click();
+        QCOMPARE(told->text(), QString("1 of 3"));
+        QCOMPARE(search("nobody"), QString("Nothing found")); // and no box
+        m_window->findChild<QAbstractButton *>("find_case")->setChecked(true);
+        QCOMPARE(search("ABC"), QString("1 of 1"));
+        m_window->findChild<QAbstractButton *>("find_regex")->setChecked(true);
+        QVERIFY(search("(abc").startsWith("Bad expression: "));
+        QCOMPARE(search("x.*c"), QString());
+        QCOMPARE(view()->textCursor().selectedText(), QString("xabc"));
+        field->setText("changed");
+        QCOMPARE(told->text(), QString());
+        document()->undo();
+    }
+
     void findInFilesSurvivesAnyExpression_data()
     {
         const auto add = columns<QString, bool, bool>("text", "expression", "hits");
