@@ -97,6 +97,7 @@ bool Tour::run()
     step("frame-native", [this] { return paintNatively(); });
     step("sprite", [this] { return showSprite(); });
     step("sprite-draw", [this] { return drawSprite(); });
+    step("palette", [this] { return dragColor(); });
     step("find", [this] { return findText(); });
     step("find-in-files", [this] { return findInFiles(); });
     step("save", [this] { return saveFile(); });

@@ -68,6 +68,7 @@ private:
     // Those of the editor of sprites, in tour_sprites.cpp.
     bool showSprite();
     bool drawSprite();
+    bool dragColor();
     bool darkSprite();
     // Those of the viewport, in tour_viewport.cpp.
     bool showFrame();

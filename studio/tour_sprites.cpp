@@ -8,10 +8,12 @@
 #include <hostkit/statusfields.h>
 #include <hostkit/theme.h>
 
+#include <kilnx/editors/paletteeditor.h>
 #include <kilnx/editors/spriteeditor.h>
 #include <kilnx/image/imagepalette.h>
 #include <kilnx/image/sprite.h>
 #include <kilnx/imageedit/imagerenderer.h>
+#include <kilnx/imageedit/palettewidget.h>
 #include <kilnx/project/interface.h>
 
 #include <QAction>
@@ -89,6 +91,32 @@ bool Tour::drawSprite()
         d->window->actions()->undo->trigger();
     return drawn && check(view.canvas.flatten() == before, "undo takes it all back") &&
            check(!editor->isModified(), "nothing is left to save");
+}
+
+// A colour goes to another place in the sprite's palette, and back again.
+bool Tour::dragColor()
+{
+    auto *panel = qobject_cast<Kiln::PaletteEditor *>(d->window->host().extraEditor(1));
+    Kiln::Palette *own = spriteEditor()->currentSprite()->palette();
+    if (!check(panel && own && panel->currentPalette() == own, "the sprite's palette is shown"))
+        return false;
+    Kiln::PaletteWidget *grid = panel->widget();
+    const auto middleOf = [grid](int cell) {
+        QPoint at(grid->width() / 2, 0);
+        while (grid->cellAt({at.x() - 1, 0}) >= 0)
+            --at.rx();
+        const int size = grid->sizeHint().width() / 16;
+        return at + QPoint(cell % 16 * size + size / 2, cell / 16 * size + size / 2);
+    };
+    const Kiln::RGBA second = own->colors()[2];
+    sendMouse(grid, QEvent::MouseButtonPress, middleOf(2));
+    sendMouse(grid, QEvent::MouseMove, middleOf(20));
+    sendMouse(grid, QEvent::MouseButtonRelease, middleOf(20));
+    const bool moved = check(own->colors()[20] == second, "the color has gone to its place");
+    picture(d->step);
+    d->window->actions()->undo->trigger();
+    return moved && check(own->colors()[2] == second, "undo takes it back") &&
+           check(!spriteEditor()->isModified(), "nothing is left to save");
 }
 
 /// Takes a row of a list with the mouse and lets it go below another.
