@@ -30,6 +30,12 @@ const QMap<QString, int> listKeys{
     {"pal_redo", Qt::ALT + Qt::SHIFT + Qt::Key_Z},
 };
 
+/// Keys that count in the whole window, while their command is enabled.
+const QMap<QString, int> windowKeys{
+    {"spr_prev", Qt::CTRL + Qt::Key_PageUp},
+    {"spr_next", Qt::CTRL + Qt::Key_PageDown},
+};
+
 /// Keys of commands on a picture. They count where their container, or what is in it, has the
 /// focus.
 const QMap<QString, int> viewKeys{
@@ -59,6 +65,8 @@ QAction *ActionRegistry::add(const ActionRequest &request)
     } else if (viewKeys.contains(request.key)) {
         action->setShortcut(QKeySequence(viewKeys.value(request.key)));
         action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    } else if (windowKeys.contains(request.key)) {
+        action->setShortcut(QKeySequence(windowKeys.value(request.key)));
     }
     const Entry entry{action, request.receiver, request.translator, request.textId};
     setTexts(entry);

@@ -170,9 +170,11 @@ Built buildButton(const Kiln::ToolButtonControl &control, QWidget *parent)
             button->setToolButtonStyle(Qt::ToolButtonTextOnly);
     }
     if (const auto *withMenu = dynamic_cast<const Kiln::MenuToolButtonControl *>(&control)) {
-        button->setMenu(withMenu->menu);
         const bool hasCommand =
             control.action && (!withMenu->menu || control.action != withMenu->menu->menuAction());
+        // The menu's own action brings the menu, and would be lost if it came twice.
+        if (hasCommand || !control.action)
+            button->setMenu(withMenu->menu);
         button->setPopupMode(hasCommand ? QToolButton::MenuButtonPopup : QToolButton::InstantPopup);
     }
     return {button, button};

@@ -10,8 +10,10 @@
 
 #include <QAbstractItemView>
 #include <QDockWidget>
+#include <QEvent>
 #include <QMainWindow>
 #include <QMenu>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 namespace HostKit
@@ -114,6 +116,15 @@ void ControlPanels::showBeside(const QVector<const Kiln::ExtraEditor *> &panels)
     showSideDocks();
 }
 
+// A dock does not ask what height a width needs, and would cut off what is below.
+bool ControlPanels::eventFilter(QObject *watched, QEvent *event)
+{
+    auto *strip = qobject_cast<QWidget *>(watched);
+    if (strip && (event->type() == QEvent::Resize || event->type() == QEvent::LayoutRequest))
+        strip->setMinimumHeight(strip->layout()->heightForWidth(strip->width()));
+    return QObject::eventFilter(watched, event);
+}
+
 QDockWidget *ControlPanels::sideDock(const Kiln::ExtraEditor *panel) const
 {
     for (const Place &place : m_places) {
@@ -171,6 +182,7 @@ ControlPanels::Place &ControlPanels::makePlace(bool sidePanel)
         place.sideDock->setWidget(contents);
         m_window->addDockWidget(Qt::RightDockWidgetArea, place.sideDock);
         place.sideDock->hide();
+        place.strip->installEventFilter(this);
         m_viewMenu->addAction(place.sideDock->toggleViewAction());
     } else {
         m_strip->addWidget(place.strip);
@@ -205,9 +217,12 @@ QObject *ControlPanels::partOf(const Kiln::Control &control) const
     return nullptr;
 }
 
-// A control of nobody is seen with every editor.
+// A control of nobody is seen with every editor, and none whose command is hidden.
 bool ControlPanels::isShown(const Entry &entry)
 {
+    const auto *button = qobject_cast<QToolButton *>(entry.field);
+    if (button && button->defaultAction() && !button->defaultAction()->isVisible())
+        return false;
     return m_editor && (entry.users.contains(m_editor) || entry.users.contains(this) ||
                         (m_workspace && entry.users.contains(m_workspace)));
 }

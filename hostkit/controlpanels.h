@@ -75,6 +75,10 @@ public:
     /// Puts the dock of the second panel under that of the first, which then are tabs.
     void stack(const Kiln::ExtraEditor *upper, const Kiln::ExtraEditor *lower);
 
+protected:
+    /// Keeps the strips of side docks as high as their rows of buttons are.
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
     /// The room of a part, which is null while it is being constructed.
     struct Place {

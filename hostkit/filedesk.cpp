@@ -37,12 +37,20 @@ FileDesk::FileDesk(ProjectSession *session, EditorDeck *deck, FileTabs *tabs, QW
     , m_tabs(tabs)
     , m_window(window)
 {
+    tabs->setModifiedTest([this](Kiln::ProjectFile *file) { return isModified(file); });
     connect(tabs, &FileTabs::fileChosen, this, &FileDesk::showFile);
     connect(tabs, &FileTabs::closeRequested, this, &FileDesk::closeFile);
     connect(session, &ProjectSession::fileRemoved, this, &FileDesk::forget);
     connect(session, &ProjectSession::aboutToClose, this, &FileDesk::clear);
     connect(deck, &EditorDeck::modified, this, &FileDesk::syncWithEditor);
     connect(deck, &EditorDeck::currentChanged, this, &FileDesk::syncWithEditor);
+}
+
+/// An editor may have changes that are not in its file yet.
+bool FileDesk::isModified(Kiln::ProjectFile *file) const
+{
+    const Kiln::FileEditor *editor = editorOf(file);
+    return file->isModified() || (editor && editor->currentFile() == file && editor->isModified());
 }
 
 bool FileDesk::openFile(const QString &fileName, unsigned int id)

@@ -80,6 +80,7 @@ private:
     void clear();
     void throwChangesAway(Kiln::ProjectFile *file);
     Kiln::FileEditor *editorOf(Kiln::ProjectFile *file) const;
+    bool isModified(Kiln::ProjectFile *file) const;
 
     ProjectSession *m_session;
     EditorDeck *m_deck;

@@ -14,6 +14,7 @@ namespace HostKit
 
 FileTabs::FileTabs(QWidget *parent)
     : QTabBar(parent)
+    , m_isModified([](Kiln::ProjectFile *file) { return file->isModified(); })
 {
     named(this, "file_tabs", tr("Open files"));
     setTabsClosable(true);
@@ -97,9 +98,14 @@ void FileTabs::refresh()
     for (int i = 0; i < count(); ++i) {
         Kiln::ProjectFile *file = fileAt(i);
         const QString name = title(file);
-        setTabText(i, file->isModified() ? name + QStringLiteral(" •") : name);
+        setTabText(i, m_isModified(file) ? name + QStringLiteral(" •") : name);
         setTabToolTip(i, file->fileName());
     }
+}
+
+void FileTabs::setModifiedTest(const std::function<bool(Kiln::ProjectFile *)> &test)
+{
+    m_isModified = test;
 }
 
 QString FileTabs::title(Kiln::ProjectFile *file)

@@ -4,6 +4,8 @@
 
 #include <QtWidgets/QTabBar>
 
+#include <functional>
+
 namespace Kiln
 {
 class ProjectFile;
@@ -32,6 +34,8 @@ public:
 
     /// Reads names and marks again.
     void refresh();
+    /// What tells whether a file has changes; until then the file itself.
+    void setModifiedTest(const std::function<bool(Kiln::ProjectFile *)> &test);
 
     /// The name that a file is shown under: without its directory, or "Untitled".
     static QString title(Kiln::ProjectFile *file);
@@ -46,6 +50,7 @@ private:
     Kiln::ProjectFile *fileAt(int index) const;
     void choose(int index);
 
+    std::function<bool(Kiln::ProjectFile *)> m_isModified;
     bool m_changing = false;
 };
 

@@ -434,6 +434,9 @@ void HostBase::makeFramePane()
     d->frames = std::make_unique<FramePane>(*this, *d->surface, *workspace);
     d->deck->make<SpriteView>(*workspace,
                               qobject_cast<Kiln::PaletteEditor *>(d->deck->sidePanel(1)));
+    if (auto *palettes = qobject_cast<Kiln::PaletteEditor *>(d->deck->sidePanel(1)))
+        QObject::connect(palettes, &Kiln::PaletteEditor::remapped, d->frames.get(),
+                         &FramePane::refresh);
     const auto show = [this] { d->showFrames(); };
     QObject::connect(d->desk.get(), &FileDesk::changed, d.get(), show);
     QObject::connect(d->deck.get(), &EditorDeck::currentChanged, d.get(), show);
@@ -452,10 +455,13 @@ bool HostBase::openProject(const QString &directory)
         QStringList engines;
         for (Kiln::EnginePlugin *plugin : d->engines.plugins())
             engines.append(plugin->engine().displayName());
+        engines.removeAll(QString());
         const QString told =
-            engines.isEmpty()
+            d->engines.plugins().isEmpty()
                 ? QCoreApplication::translate(context,
                                               "No engine is loaded that could open '%2'.%1")
+            : engines.isEmpty()
+                ? QCoreApplication::translate(context, "There is no project in '%2'.%1")
                 : QCoreApplication::translate(context, "There is no project of %1 in '%2'.");
         Kiln::showWarning(
             d->window, QCoreApplication::translate(context, "Open project"),

@@ -4,6 +4,8 @@
 #include <QMenu>
 #include <QMenuBar>
 
+#include <algorithm>
+
 namespace HostKit
 {
 
@@ -27,6 +29,14 @@ QMenu *Menus::menu(const QString &name)
     title.replace(QLatin1Char('_'), QLatin1Char(' '));
     if (!title.isEmpty())
         title[0] = title[0].toUpper();
+    const QList<QAction *> others = m_bar->actions();
+    const auto isTaken = [&others](QChar key) {
+        return std::any_of(others.cbegin(), others.cend(), [key](const QAction *other) {
+            return other->text().contains(QLatin1Char('&') + key, Qt::CaseInsensitive);
+        });
+    };
+    const auto free = std::find_if_not(title.cbegin(), title.cend(), isTaken);
+    title.insert(int(free - title.cbegin()) % qMax(1, title.size()), QLatin1Char('&'));
     return add(name, title, m_menus.value(QStringLiteral("tools")));
 }
 

@@ -33,6 +33,7 @@
 #include <QDir>
 #include <QDockWidget>
 #include <QMenu>
+#include <QScreen>
 #include <QStackedWidget>
 #include <QTreeView>
 #include <QVBoxLayout>
@@ -62,7 +63,9 @@ MainWindow::MainWindow(const HostKit::Paths &paths, const QStringList &libraries
     connectDocks();
 
     const Settings &settings = m_host.settings();
-    resize(1280, 800);
+    // With room for the frame, which is not known yet.
+    const QSize room = QApplication::primaryScreen()->availableSize() - QSize(16, 48);
+    resize(QSize(1280, 800).boundedTo(room));
     restoreGeometry(settings.value("window_geometry").toByteArray());
     m_arranged = restoreState(settings.value("window_state").toByteArray());
     m_host.deck().switchTo(nullptr);

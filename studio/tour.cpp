@@ -98,6 +98,7 @@ bool Tour::run()
     step("sprite", [this] { return showSprite(); });
     step("sprite-draw", [this] { return drawSprite(); });
     step("palette", [this] { return dragColor(); });
+    step("thumbnails", [this] { return pickThumbnails(); });
     step("find", [this] { return findText(); });
     step("find-in-files", [this] { return findInFiles(); });
     step("save", [this] { return saveFile(); });

@@ -69,6 +69,7 @@ private:
     bool showSprite();
     bool drawSprite();
     bool dragColor();
+    bool pickThumbnails();
     bool darkSprite();
     // Those of the viewport, in tour_viewport.cpp.
     bool showFrame();

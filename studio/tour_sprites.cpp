@@ -8,6 +8,7 @@
 #include <hostkit/statusfields.h>
 #include <hostkit/theme.h>
 
+#include <kilnx/code/codedocument.h>
 #include <kilnx/editors/paletteeditor.h>
 #include <kilnx/editors/spriteeditor.h>
 #include <kilnx/image/imagepalette.h>
@@ -15,8 +16,10 @@
 #include <kilnx/imageedit/imagerenderer.h>
 #include <kilnx/imageedit/palettewidget.h>
 #include <kilnx/project/interface.h>
+#include <kilnx/project/project.h>
 
 #include <QAction>
+#include <QDockWidget>
 #include <QListView>
 #include <QTest>
 
@@ -117,6 +120,38 @@ bool Tour::dragColor()
     d->window->actions()->undo->trigger();
     return moved && check(own->colors()[2] == second, "undo takes it back") &&
            check(!spriteEditor()->isModified(), "nothing is left to save");
+}
+
+// Three pictures become an animation, which undo takes back.
+bool Tour::pickThumbnails()
+{
+    auto *list = d->window->findChild<QListView *>(QStringLiteral("thumb_list"));
+    auto *project = d->window->host().currentProject();
+    auto *text = dynamic_cast<Kiln::CodeDocument *>(
+        project ? project->file(Kiln::Project::FileID::Animations) : nullptr);
+    if (!check(list && text, "there are pictures and animations"))
+        return false;
+    d->window->findChild<QDockWidget *>(QStringLiteral("dock_panel_thumbnails"))->raise();
+    const auto click = [list](int row, Qt::KeyboardModifiers modifiers) {
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, modifiers,
+                          list->visualRect(list->model()->index(row, 0)).center());
+    };
+    const auto isMade = [list](int row) {
+        return !list->model()->index(row, 0).data(Qt::DecorationRole).value<QImage>().isNull();
+    };
+    const auto areMade = [&] { return isMade(0) && isMade(4) && isMade(8) && isMade(12); };
+    if (!check(QTest::qWaitFor(areMade), "pictures are made"))
+        return false;
+    click(2, Qt::NoModifier);
+    click(4, Qt::ShiftModifier);
+    d->window->findChild<QAction *>(QStringLiteral("thumb_new_selected"))->trigger();
+    const bool made =
+        check(spriteEditor()->currentSprite()->index() == 2, "the one that was clicked is shown") &&
+        check(text->isModified(), "there is a new animation");
+    picture(d->step);
+    text->undo();
+    click(0, Qt::NoModifier);
+    return made && check(!text->isModified(), "undo takes it back");
 }
 
 /// Takes a row of a list with the mouse and lets it go below another.

@@ -89,7 +89,8 @@ QWidget *ViewportPage::boxGroup()
     form->addRow(tr("Onion s&kin:"),
                  choice("onion_effect", tr("Onion skin"),
                         {tr("Plain"), tr("Grey"), tr("Lighter"), tr("Darker")}));
-    form->addRow(tr("Opacity o&f it:"), share("onion_opacity", tr("Opacity of the onion skin")));
+    form->addRow(tr("Opacity o&f onion skin:"),
+                 share("onion_opacity", tr("Opacity of the onion skin")));
     return group;
 }
 

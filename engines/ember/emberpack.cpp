@@ -70,6 +70,11 @@ bool EmberPack::readName(QDataStream &stream, int size, QString &name)
     return true;
 }
 
+bool EmberPack::hasMagic(QIODevice *device, const char *magic)
+{
+    return device->seek(0) && device->read(magicSize) == QByteArray(magic, magicSize);
+}
+
 bool EmberPack::findIndex(QIODevice *device, const char *magic, quint32 &count, qint64 &end)
 {
     QDataStream stream(device);

@@ -75,6 +75,8 @@ EMBER_EXPORT bool readName(QDataStream &stream, int size, QString &name);
 /// Moves to the index and finds the number of its records. False when the file is none with that
 /// magic, or its index has no room for them. `end` is where the index ends.
 EMBER_EXPORT bool findIndex(QIODevice *device, const char *magic, quint32 &count, qint64 &end);
+/// Whether the file begins as one with that magic, for the message on one that cannot be read.
+EMBER_EXPORT bool hasMagic(QIODevice *device, const char *magic);
 /// Reads the bytes of an item that begins at `end` or later, and moves `end` behind it: records
 /// name their items in the order of the file, without overlap, so what is read is never more than
 /// the file has. Empty bytes for an item that lies elsewhere; false if the device fails.

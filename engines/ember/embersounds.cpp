@@ -106,6 +106,9 @@ bool EmberSounds::fromFile(Kiln::Archive &archive, const QString &name, bool asC
     QList<EmberSound *> sounds;
     const QString failure = EmberPack::readIndex(device, EmberPeal::magic, entries)
                                 ? readSounds(device, entries, sounds)
+                            : EmberPack::hasMagic(device, EmberPeal::magic)
+                                ? tr("The sound file '%1' is damaged: the index at its end is "
+                                     "cut off or broken!")
                                 : tr("'%1' is no sound file of Ember!");
     archive.closeFile(device);
     if (!failure.isEmpty()) {
@@ -141,9 +144,9 @@ bool EmberSounds::toFile(Kiln::Archive &archive, const QString &name, bool asCop
     if (fault != Writer::None) {
         const QString texts[] = {
             tr("Can't save the sounds '%1': the temporary disk has lost '%2'!").arg(name, lost),
-            tr("The sounds are too large for the file '%1'!").arg(name),
-            tr("Can't save the sounds '%1'!").arg(name)};
-        EmberPack::showFailure(texts[fault - Writer::Lost]);
+            tr("The sounds are too large for the file '%1'!").arg(name)};
+        if (fault != Writer::Device) // the archive knows why
+            EmberPack::showFailure(texts[fault - Writer::Lost]);
         return false;
     }
     Sounds::toFile(archive, name, asCopy);

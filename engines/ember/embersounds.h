@@ -35,8 +35,10 @@ public:
                        const Kiln::SoundSample &sample) override;
     void changeSample(EmberSound &sound, const Kiln::SoundSample &sample);
 
-    // The file. Both show a message when they fail. A failed load leaves the sounds as they were;
-    // a file whose sounds are too many, or of which the store has lost one, is not written.
+    // The file. Both show a message when they fail, but for a
+    // device that takes no bytes: the archive knows why, and the host tells. A failed load leaves
+    // the sounds as they were; a file whose sounds are too many, or of which the store has lost
+    // one, is not written.
     bool fromFile(Kiln::Archive &archive, const QString &name, bool asCopy) override;
     bool toFile(Kiln::Archive &archive, const QString &name, bool asCopy) override;
     QString fileName() override;

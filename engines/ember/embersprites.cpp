@@ -353,6 +353,9 @@ bool EmberSprites::fromFile(Kiln::Archive &archive, const QString &name, bool as
     Contents contents;
     const QString failure = EmberPack::readIndex(device, EmberGleam::magic, entries)
                                 ? read(device, entries, contents)
+                            : EmberPack::hasMagic(device, EmberGleam::magic)
+                                ? tr("The sprite file '%1' is damaged: the index at its end is "
+                                     "cut off or broken!")
                                 : tr("'%1' is no sprite file of Ember!");
     archive.closeFile(device);
     if (!failure.isEmpty()) {
@@ -480,9 +483,9 @@ bool EmberSprites::toFile(Kiln::Archive &archive, const QString &name, bool asCo
     if (fault != Writer::None) {
         const QString texts[] = {
             tr("Can't save the sprites '%1': the temporary disk has lost '%2'!").arg(name, lost),
-            tr("The sprites are too large for the file '%1'!").arg(name),
-            tr("Can't save the sprites '%1'!").arg(name)};
-        EmberPack::showFailure(texts[fault - Writer::Lost]);
+            tr("The sprites are too large for the file '%1'!").arg(name)};
+        if (fault != Writer::Device) // the archive knows why
+            EmberPack::showFailure(texts[fault - Writer::Lost]);
         return false;
     }
     Sprites::toFile(archive, name, asCopy);

@@ -61,8 +61,10 @@ public:
     void noteTexture(const EmberSprite *sprite) const;
     void forgetCopies(const EmberSprite *sprite) const;
 
-    // The file. Both show a message when they fail. A failed load leaves all as it was; a file that
-    // is too large, or of which the store has lost a picture, is not written.
+    // The file. Both show a message when they fail, but for a
+    // device that takes no bytes: the archive knows why, and the host tells. A failed load leaves
+    // all as it was; a file that is too large, or of which the store has lost a picture, is not
+    // written.
     bool fromFile(Kiln::Archive &archive, const QString &name, bool asCopy) override;
     bool toFile(Kiln::Archive &archive, const QString &name, bool asCopy) override;
     QString fileName() override;

@@ -49,6 +49,7 @@ public:
     void declareControls();
     void showAsWanted(bool overOthers);
     void rowsChanged();
+    void clicked(const QModelIndex &index);
     QVector<int> selectedRows() const;
     void moveUpTo(int target);
     void moveDownTo(int target);
@@ -79,8 +80,10 @@ void OrganizerEditorPrivate::declareControls()
     list.enabler = "2enabled(bool)";
     QWidget *widget = interface->addControl(QStringLiteral("org_list"), list);
     view = qobject_cast<QListView *>(widget);
-    if (view)
+    if (view) {
         view->installEventFilter(this);
+        connect(view, &QAbstractItemView::clicked, this, &OrganizerEditorPrivate::clicked);
+    }
     for (const PanelAction &entry : panelActions) {
         const QString key = QLatin1String(entry.key);
         QAction *action =
@@ -88,6 +91,13 @@ void OrganizerEditorPrivate::declareControls()
                                  editor, entry.slot, "2enabled(bool)");
         interface->addControl(key, ToolButtonControl(action));
     }
+}
+
+/// One item is wanted; several are only picked. When the button goes up, since a drag may begin.
+void OrganizerEditorPrivate::clicked(const QModelIndex &index)
+{
+    if (view->selectionModel()->selectedRows() == QModelIndexList{index})
+        Q_EMIT editor->itemClicked(index.row());
 }
 
 /// Shows or hides the panel. Another panel that the host shows meanwhile is not hidden, and gives

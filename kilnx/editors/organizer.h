@@ -68,7 +68,7 @@ public Q_SLOTS:
 Q_SIGNALS:
     /// The panel has changed the list: its order, or by the Delete key its items.
     void changed();
-    /// The user wants to see the item at `row`: a double click.
+    /// The user wants to see the item at `row`: a click that selects it alone, or a double click.
     void itemClicked(int row);
     /// Whether there is a list with rows to work on. Enables the actions.
     void enabled(bool enabled);

@@ -183,6 +183,19 @@ void SpriteEditorPrivate::showWhole(bool later)
     renderer->centralize();
 }
 
+/// A picture that was in sight as a whole is so again.
+void SpriteEditorPrivate::sizeChanged()
+{
+    const QSize view = renderer->widget() ? renderer->widget()->size() : QSize();
+    const auto isInSight = [this, view](QSize size) {
+        return size.width() * renderer->zoom() <= view.width() &&
+               size.height() * renderer->zoom() <= view.height();
+    };
+    isFitted = isFitted && (isInSight(canvas().size) || !isInSight(sizeBefore));
+    sizeBefore = canvas().size;
+    showWhole(false);
+}
+
 /// The current sprite of the file, or the last one.
 void SpriteEditorPrivate::showCurrent()
 {
@@ -260,7 +273,6 @@ void SpriteEditorPrivate::spriteChanged(Sprite *sprite)
 {
     ++stamp;
     ImageCanvas &canvas = this->canvas();
-    const QSize before = canvas.size;
     identifier = sprite ? identifierOf(sprite) : QString();
     shown = sprite ? sprite->image() : QImage();
     canvas.layers.clearLayers();
@@ -278,8 +290,6 @@ void SpriteEditorPrivate::spriteChanged(Sprite *sprite)
             layer->setName(identifier, false);
     }
     forgetSteps();
-    if (canvas.size != before)
-        showWhole(false);
     selectRow(0);
     canvas.announceImage();
     tellLayer();

@@ -310,7 +310,6 @@ void SpriteEditorPrivate::imgProps()
             canvas().setFormat(dialog.format(), true);
             canvas().setSize(dialog.imageSize(), moved, true);
         });
-    renderer->centralize();
 }
 
 /// What dialogs work on: the picture as it shows, scaled down.
@@ -348,7 +347,6 @@ void SpriteEditorPrivate::resize()
                       int(float(offset.y()) * float(size.height()) / float(before.height())));
     };
     edit("resize", scaled, [&] { canvas().resize(size, dialog.filter()); });
-    renderer->centralize();
 }
 
 void SpriteEditorPrivate::imgRotate()
@@ -372,7 +370,6 @@ void SpriteEditorPrivate::imgRotate()
     if (dialog.exec() != QDialog::Accepted || !still.isSo())
         return;
     canvas().rotate(dialog.degrees(), dialog.filter());
-    renderer->centralize();
 }
 
 void SpriteEditorPrivate::imgFlipH()
@@ -411,7 +408,6 @@ void SpriteEditorPrivate::crop()
         new OffsetCommand(this, [moved](QPoint offset) { return offset + moved; }));
     canvas().undoStack.endMacro();
     canvas().selection.rect = QRect();
-    renderer->centralize();
 }
 
 /// Three grey pictures behind the sprite, in one palette of greys.

@@ -43,6 +43,7 @@ struct EditorAction {
 const char thereIsAFile[] = "2noFile(bool)";
 const char thereIsASprite[] = "2enabled(bool)";
 const char thereIsALayer[] = "2enabled2(bool)";
+const char layersBlend[] = "2blendingEnabled(bool)";
 
 const EditorAction actions[] = {
     {"spr_add", 108, false, "1add()", thereIsAFile, SpritesMenu, true},
@@ -150,6 +151,7 @@ SpriteEditorPrivate::SpriteEditorPrivate(SpriteEditor *owner,
     });
     connect(&canvas(), &ImageCanvas::imageChanged, this, &SpriteEditorPrivate::tellLayer);
     connect(&canvas().layers, &ImageLayers::layersChanged, this, [this] { selectRow(-1); });
+    connect(&canvas(), &ImageCanvas::sizeChanged, this, &SpriteEditorPrivate::sizeChanged);
     connect(renderer, &ImageRenderer::currentLayerChanged, this, &SpriteEditorPrivate::tellLayer);
     connect(renderer, &ImageRenderer::cursorChanged, this, &SpriteEditorPrivate::tellCursor);
     connect(renderer, &ImageRenderer::activeToolChanged, this, &SpriteEditorPrivate::tellTool);
@@ -207,14 +209,14 @@ void SpriteEditorPrivate::declareLayers()
     ComboBoxControl blending = connected(this, ComboBoxControl());
     blending.slot = "1layerBlending(int)";
     blending.setter = "2setLayerBlending(int)";
-    blending.enabler = thereIsALayer;
+    blending.enabler = layersBlend;
     interface->addControl(QStringLiteral("spr_layers_blendmode"), blending);
     SpinEditControl opacity = connected(this, SpinEditControl());
     opacity.minimum = 0;
     opacity.maximum = 100;
     opacity.slot = "1layerOpacity(int)";
     opacity.setter = "2setLayerOpacity(int)";
-    opacity.enabler = thereIsALayer;
+    opacity.enabler = layersBlend;
     interface->addControl(QStringLiteral("spr_layers_opacity"), opacity);
     interface->addControl(QStringLiteral("spr_layers_menu"),
                           MenuToolButtonControl(layerMenu->menuAction(), layerMenu));
@@ -299,7 +301,7 @@ void SpriteEditorPrivate::tellEnabled()
     const bool active = editor->isActive();
     Q_EMIT noFile(active && sprites);
     Q_EMIT enabled(active && sprite());
-    Q_EMIT enabled2(active && layer());
+    tellLayer();
 }
 
 void SpriteEditorPrivate::tellPosition()
@@ -317,7 +319,9 @@ void SpriteEditorPrivate::tellPosition()
 void SpriteEditorPrivate::tellLayer()
 {
     const ImageLayer *shownLayer = layer();
-    Q_EMIT enabled2(editor->isActive() && shownLayer);
+    const bool isThere = editor->isActive() && shownLayer;
+    Q_EMIT enabled2(isThere);
+    Q_EMIT blendingEnabled(isThere && canvas().format == RGBACanvas);
     if (!shownLayer)
         return;
     fields.beginProgramChange();

@@ -94,6 +94,7 @@ public:
     void discard();
     void forgetSteps();
     void showWhole(bool later);
+    void sizeChanged();
     void showCurrent();
     void spriteChanged(Sprite *sprite);
     void spriteCountChanged();
@@ -147,6 +148,7 @@ public:
     ColorPalette *palette = nullptr; ///< a child
     QPersistentModelIndex row;       ///< of `current`
     QString identifier;              ///< of `current`, for after a reload
+    QSize sizeBefore;                ///< of the canvas
     QImage shown;                    ///< the picture that the canvas was made of
     QVector<Move> moves;             ///< of the canvas's steps that are done and not saved
     int stamp = 0;                   ///< counts the sprites and files that were shown
@@ -213,6 +215,8 @@ Q_SIGNALS:
     void enabled(bool there);
     /// There is a current layer.
     void enabled2(bool there);
+    /// There is one, of a canvas whose layers blend and fade.
+    void blendingEnabled(bool there);
     void setSelPos(int index);
     void setPosText(const QString &text);
     void setLayerBlending(int row);

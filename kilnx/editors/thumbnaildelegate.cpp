@@ -50,6 +50,7 @@ void ThumbnailDelegate::paint(QPainter *painter,
     const QString name = cell.text;
     cell.text.clear();
     cell.icon = QIcon();
+    cell.showDecorationSelected = true;
     const QStyle *style = cell.widget ? cell.widget->style() : QApplication::style();
     style->drawPrimitive(QStyle::PE_PanelItemViewItem, &cell, painter, cell.widget);
 

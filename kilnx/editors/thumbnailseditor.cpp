@@ -97,8 +97,10 @@ void ThumbnailsEditorPrivate::declare()
     slider.setter = "2setSize(int)";
     interface->addControl(QStringLiteral("thumb_size"), slider);
     if (auto *range =
-            qobject_cast<QAbstractSlider *>(interface->control(QStringLiteral("thumb_size"))))
+            qobject_cast<QAbstractSlider *>(interface->control(QStringLiteral("thumb_size")))) {
+        const QSignalBlocker quiet(range); // the range is not the user's choice
         range->setRange(ThumbnailsEditor::smallestSide, ThumbnailsEditor::largestSide);
+    }
     ListViewControl list;
     list.receiver = editor;
     QWidget *widget = interface->addControl(QStringLiteral("thumb_list"), list);

@@ -5,12 +5,14 @@
 
 #include <QtCore/QCache>
 #include <QtCore/QHash>
+#include <QtCore/QMutex>
 #include <QtCore/QPointer>
 #include <QtCore/QThreadPool>
 #include <QtCore/QTimer>
 #include <QtCore/QVector>
 
 #include <algorithm>
+#include <climits>
 
 namespace Kiln
 {
@@ -20,6 +22,8 @@ namespace
 
 /// More are asked for than a window shows only while it scrolls: the oldest are passed over then.
 constexpr int mostWanted = 4096;
+/// Pictures that are being made, or wait for a thread, at one time.
+constexpr int mostStarted = 24;
 /// Pictures this many times larger are first thinned out, which costs no conversion of the whole.
 constexpr int thinning = 4;
 
@@ -74,14 +78,23 @@ public:
     int side = 64;
 
 private:
+    struct Result {
+        const Sprite *sprite; ///< only compared until it is known to be there
+        quint64 job;
+        Thumbnail made;
+    };
+
     void want(const Sprite *sprite);
     void startJobs();
-    void take(const Sprite *sprite, quint64 job, const Thumbnail &made);
+    void deliver(const Result &result);
+    void take();
 
     QVector<const Sprite *> wanted;        ///< the last one comes first
     QHash<const Sprite *, quint64> making; ///< with the number of the job
     quint64 lastJob = 0;
     QTimer starter;
+    QMutex mutex;            ///< of the results
+    QVector<Result> results; ///< that the GUI thread has not taken yet
     QThreadPool pool; ///< an own one: reading files and pictures must not wait for each other
 };
 
@@ -124,11 +137,10 @@ void ThumbnailsModelPrivate::want(const Sprite *sprite)
     starter.start();
 }
 
-/// Only as many as there are threads and as many behind, so that what is asked for next need not
-/// wait long.
+/// Only some, so that what is asked for next need not wait long.
 void ThumbnailsModelPrivate::startJobs()
 {
-    while (!wanted.isEmpty() && making.size() < 2 * pool.maxThreadCount()) {
+    while (!wanted.isEmpty() && making.size() < mostStarted) {
         const Sprite *sprite = wanted.takeLast();
         const auto job = sprite->pictureJob();
         const quint64 number = ++lastJob;
@@ -140,26 +152,43 @@ void ThumbnailsModelPrivate::startJobs()
             if (!whole.isNull())
                 made.picture = smallPicture(whole, made.side);
             made.isScaled = made.picture.size() != whole.size();
-            QMetaObject::invokeMethod(
-                this, [this, sprite, number, made] { take(sprite, number, made); },
-                Qt::QueuedConnection);
+            deliver({sprite, number, made});
         });
     }
 }
 
-/// A sprite that has changed or gone since has no such job any more.
-void ThumbnailsModelPrivate::take(const Sprite *sprite, quint64 job, const Thumbnail &made)
+/// On any thread. What comes until the GUI thread has time is taken, and painted, at once.
+void ThumbnailsModelPrivate::deliver(const Result &result)
 {
-    if (!wanted.isEmpty())
-        starter.start();
-    const auto known = making.find(sprite);
-    if (known == making.end() || *known != job)
-        return;
-    making.erase(known);
-    const auto cost = int(made.picture.sizeInBytes()) + int(sizeof(Thumbnail));
-    kept.insert(sprite, new Thumbnail(made), cost);
-    const QModelIndex row = model.index(sprite->index(), 0);
-    Q_EMIT model.dataChanged(row, row, {Qt::DecorationRole});
+    const QMutexLocker lock(&mutex);
+    results.append(result);
+    if (results.size() == 1)
+        QMetaObject::invokeMethod(this, &ThumbnailsModelPrivate::take, Qt::QueuedConnection);
+}
+
+/// A sprite that has changed or gone since has no such job any more.
+void ThumbnailsModelPrivate::take()
+{
+    QVector<Result> all;
+    {
+        const QMutexLocker lock(&mutex);
+        all.swap(results);
+    }
+    int first = INT_MAX;
+    int last = -1;
+    for (const Result &result : qAsConst(all)) {
+        const auto known = making.find(result.sprite);
+        if (known == making.end() || *known != result.job)
+            continue;
+        making.erase(known);
+        const auto cost = int(result.made.picture.sizeInBytes()) + int(sizeof(Thumbnail));
+        kept.insert(result.sprite, new Thumbnail(result.made), cost);
+        first = qMin(first, result.sprite->index());
+        last = qMax(last, result.sprite->index());
+    }
+    startJobs();
+    if (last >= 0)
+        Q_EMIT model.dataChanged(model.index(first, 0), model.index(last, 0), {Qt::DecorationRole});
 }
 
 /// Jobs that are under way tell of what is no more.

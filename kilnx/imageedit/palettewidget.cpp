@@ -397,6 +397,8 @@ bool PaletteWidget::event(QEvent *event)
 void PaletteWidget::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
+    if (!isEnabled())
+        painter.setOpacity(0.2); // cells of no palette are all checks
     const RGBA *colors = d->object.palette();
     const bool lifted = d->dragging && rect().contains(d->dragPos);
     const int target = lifted ? cellAt(d->dragPos) : -1;

@@ -231,7 +231,12 @@ void GraphicsWorkspace::visibilityChanged(bool)
 
 void GraphicsWorkspace::showActions()
 {
-    if (GraphicsRenderer *view = d->view()) {
+    GraphicsRenderer *view = d->view();
+    for (QAction *action : d->actions) {
+        if (action)
+            action->setVisible(view || !d->current()); // a picture has no such marks
+    }
+    if (view) {
         view->setVisibility(d->checked(MainCross), d->checked(SecondaryCross),
                             d->checked(ExtraCross), d->checked(AttackBox), d->checked(CollisionBox),
                             d->checked(Rulers), d->checked(GuideLines));

@@ -483,17 +483,22 @@ private slots:
         panel.editor->setObject(nullptr);
     }
 
-    void doubleClick()
+    void clicks()
     {
         Panel panel(5);
         panel.show();
         QSignalSpy clicked(panel.editor, &OrganizerEditor::itemClicked);
         const QPoint place = panel.view->visualRect(panel.list.index(3)).center();
         QTest::mouseClick(panel.view->viewport(), Qt::LeftButton, {}, place);
-        QTest::mouseDClick(panel.view->viewport(), Qt::LeftButton, {}, place);
         QCOMPARE(clicked, QList<QVariantList>{{3}});
-        panel.editor->itemDblClick(QModelIndex());
+        // Another one with it: both are only picked.
+        QTest::mouseClick(panel.view->viewport(), Qt::LeftButton, Qt::ControlModifier,
+                          panel.view->visualRect(panel.list.index(1)).center());
         QCOMPARE(clicked.count(), 1);
+        panel.editor->itemDblClick(panel.list.index(2));
+        QCOMPARE(clicked.last(), QVariantList{2});
+        panel.editor->itemDblClick(QModelIndex());
+        QCOMPARE(clicked.count(), 2);
     }
 
     void dragged_data()

@@ -128,14 +128,12 @@ private Q_SLOTS:
         ThumbnailsModel model;
         model.setSide(ThumbnailsModel::largestSide);
         model.setSprites(sprites.get());
-        int made = 0;
-        connect(&model, &QAbstractItemModel::dataChanged, this, [&] {
-            ++made;
-            QVERIFY(model.storedBytes() <= ThumbnailsModel::keptBytes);
-        });
+        connect(&model, &QAbstractItemModel::dataChanged, this,
+                [&] { QVERIFY(model.storedBytes() <= ThumbnailsModel::keptBytes); });
+        // What is asked for last comes first.
         for (int row = 0; row < 90; ++row)
             model.data(model.index(row, 0), Qt::DecorationRole);
-        QTRY_COMPARE(made, 90);
+        QTRY_VERIFY(!model.picture(model.index(0, 0)).isNull());
         QVERIFY(model.storedBytes() > ThumbnailsModel::keptBytes / 2);
     }
 

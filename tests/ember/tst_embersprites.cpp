@@ -682,6 +682,7 @@ private slots:
             const SpritesPointer cut(new EmberSprites);
             cut->insert(0, "kept", QImage());
             QVERIFY2(!load(*cut, good.left(length)), qPrintable(QString::number(length)));
+            QCOMPARE(m_told.contains("is damaged:"), length >= 4);
             QCOMPARE(cut->itemCount(), 1u);
         }
         std::mt19937 random(7);

@@ -297,6 +297,7 @@ private slots:
             sounds->insert(0, QString("kept"), makeSample(1, 8, 5, 1));
             // The last four bytes could by chance be a valid offset; they are not in this file.
             QVERIFY2(!load(*sounds, good.left(length)), qPrintable(QString::number(length)));
+            QCOMPARE(m_told.contains("is damaged:"), length >= 4);
             QCOMPARE(sounds->itemCount(), 1u);
         }
     }

@@ -1,5 +1,6 @@
 #include "windowtest.h"
 
+#include <hostkit/filetabs.h>
 #include <hostkit/savedesk.h>
 #include <projecttreedock.h>
 
@@ -81,6 +82,40 @@ private slots:
         QVERIFY(readFile(path("heroes/wren/higher.glow")).startsWith("; not lost"));
         m_dialogs->expectFiles({});
         actions()->saveAs->trigger();
+    }
+
+    void spritesAreDrawnAndSaved()
+    {
+        const QString name = path("heroes/wren/wren.gleam");
+        settings().setValue("enable_file_watcher", false);
+        QVERIFY(host().desk().openFile(name, 0));
+        QTabBar &tabs = host().tabs();
+        const auto isMarked = [&tabs] {
+            return tabs.tabText(tabs.currentIndex()).endsWith(QChar(0x2022));
+        };
+        auto *addLayer = m_window->findChild<QAction *>("spr_layer_add");
+        QVERIFY(!isMarked());
+        addLayer->trigger();
+        QVERIFY(isMarked());
+        actions()->undo->trigger();
+        QVERIFY(!isMarked());
+        // The marks of the viewport are not those of a picture.
+        QVERIFY(!m_window->findChild<QToolButton *>("view_main_cross")->isVisible());
+        // The whole grid of colours is in sight.
+        const auto *grid = m_window->findChild<QWidget *>("pal_view");
+        QTRY_VERIFY(grid->visibleRegion().boundingRect().height() >= grid->sizeHint().height());
+        auto *layers = m_window->findChild<QToolButton *>("spr_layers_menu");
+        QVERIFY(layers->defaultAction());
+        QCOMPARE(layers->defaultAction()->menu()->actions().size(), 5);
+        // A directory stands in the way of the save, which one box tells.
+        addLayer->trigger();
+        QVERIFY(QFile::remove(name));
+        QVERIFY(QDir().mkpath(name + "/in the way"));
+        m_dialogs->expectBox(QMessageBox::Ok);
+        m_dialogs->expectFiles({});
+        actions()->save->trigger();
+        QVERIFY(m_dialogs->seen().first().text.contains("wren.gleam' could not be saved."));
+        QVERIFY(isMarked());
     }
 
     void goneFilesAreNotLostUnasked()

@@ -22,6 +22,7 @@ protected:
         writeFile(file("damaged"), bytes);
         m_host->dialogs().expectBox(QMessageBox::Ok);
         const bool loaded = list.fromFile(archive, file("damaged"), false);
+        m_told = loaded ? QString() : m_host->dialogs().seen().last().text;
         m_host = std::make_unique<TestHost>();
         return loaded;
     }
@@ -62,6 +63,7 @@ protected:
 
     Kiln::FileSystemArchive &archive = Kiln::FileSystemArchive::instance();
     std::unique_ptr<TestHost> m_host;
+    QString m_told; ///< why load() has failed
     std::unique_ptr<QTemporaryDir> m_directory;
 
 private Q_SLOTS:
