@@ -99,6 +99,7 @@ private slots:
         QVERIFY(isMarked());
         actions()->undo->trigger();
         QVERIFY(!isMarked());
+        QVERIFY(!m_window->findChild<QWidget *>("spr_layers_opacity")->isEnabled());
         // The marks of the viewport are not those of a picture.
         QVERIFY(!m_window->findChild<QToolButton *>("view_main_cross")->isVisible());
         // The whole grid of colours is in sight.
