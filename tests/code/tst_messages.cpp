@@ -87,7 +87,8 @@ private slots:
         other.add(Message::Information, QString("note"), 7, 0);
         list.registerMessages(messagesOf(*document));
         list.registerMessages(&other);
-        list.registerMessages(&other);
+        list.registerMessages(messagesOf(*document)); // it keeps its place
+        list.registerMessages(nullptr);
         QCOMPARE(list.rowCount(), 3);
         QCOMPARE(list.columnCount(), 3);
         QCOMPARE(list.errorCount(), 1u);

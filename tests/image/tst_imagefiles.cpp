@@ -287,6 +287,19 @@ private Q_SLOTS:
         QVERIFY(readBytes(bmp, "BMP", image));
         QCOMPARE(image.colorTable(), table);
         QCOMPARE(image.pixelIndex(0, 0), 200);
+        // Also when only one row has such pixels; rows stand in the file from the bottom up.
+        const int stride = (image.width() + 3) / 4 * 4;
+        const int pixels = bmp.size() - stride * image.height();
+        for (int y = 0; y < image.height(); ++y) {
+            QByteArray one = bmp;
+            for (int other = 0; other < image.height(); ++other)
+                one.replace(pixels + stride * (image.height() - 1 - other), image.width(),
+                            QByteArray(image.width(), char(other == y ? 200 : 1)));
+            QImage read;
+            QVERIFY(readBytes(one, "BMP", read));
+            QCOMPARE(read.colorTable(), table);
+            QCOMPARE(read.pixelIndex(0, y), 200);
+        }
         // In a PNG they become 0 before.
         QVERIFY(readBytes(seed("qt/past-the-table.png"), "PNG", image));
         QCOMPARE(image.colorCount(), 2);

@@ -261,6 +261,9 @@ private Q_SLOTS:
             QVERIFY(std::tie(was.r, was.g, was.b) == std::tie(is.r, is.g, is.b));
         }
         QVERIFY(layer.image != picture);
+        const QImage remapped = layer.image;
+        layer.resize({-3, 5}, 0); // there is no such picture
+        QCOMPARE(layer.image, remapped);
         const QImage colored = picture.convertToFormat(QImage::Format_ARGB32);
         RasterLayer other(&canvas, colored);
         other.remap(before, after);

@@ -295,7 +295,7 @@ private Q_SLOTS:
         int told = 0;
         for (int step = 0; step < 600; ++step) {
             const int kind = dice.bounded(40);
-            const int cell = dice.bounded(256);
+            const int cell = dice.bounded(8) == 0 ? 0 : dice.bounded(256);
             const int other = dice.bounded(256);
             const auto edited = [&](const Colors &colors) {
                 ++told;

@@ -375,10 +375,15 @@ private slots:
         QVERIFY(QDir().mkpath(path("disk")));
         if (isDisk && mount("none", mountPoint.constData(), "tmpfs", 0, "size=256k") != 0)
             QSKIP("No right to mount a small disk.");
-        writeFile(path("disk/file"), "old contents");
+        // What is to be changed in place is copied first.
+        const QByteArray big(200000, 'b');
+        writeFile(path("disk/file"), big);
         std::optional<FullDisk> limit;
         if (!isDisk)
             limit.emplace(65536);
+        const bool isOpened = m_archive.openFile(path("disk/file"), QIODevice::ReadWrite);
+        const bool isBig = readFile(path("disk/file")) == big;
+        writeFile(path("disk/file"), "old contents");
         const bool isSaved = save(path("disk/file"), QByteArray(1000000, 'x'));
         // Without a look at the result of a write, and with small writes after the failed one.
         QIODevice *device = m_archive.openFile(path("disk/file"), QIODevice::WriteOnly);
@@ -400,6 +405,7 @@ private slots:
         limit.reset();
         if (isDisk)
             umount(mountPoint.constData());
+        QVERIFY(!isOpened && isBig);
         QVERIFY(!isSaved);
         QVERIFY(!isCopied);
         QCOMPARE(reason, qt_error_string(isDisk ? ENOSPC : EFBIG));

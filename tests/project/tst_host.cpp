@@ -137,6 +137,9 @@ private slots:
         QCOMPARE(pressed("Clear"), QList<int>());
         model.setStringList({});
         QCOMPARE(pressed("Invert selection"), QList<int>());
+        model.setStringList({"a", "b"});
+        const std::unique_ptr<ItemsDialog> first(m_host->itemsDialog(nullptr, "One", &model, 0));
+        QCOMPARE(first->selectedRows(), QList<int>{0});
         const std::unique_ptr<ItemsDialog> none(m_host->itemsDialog(nullptr, "None", &model, -1));
         QVERIFY(none->selectedRows().isEmpty());
     }
