@@ -89,6 +89,10 @@ private slots:
         list.registerMessages(&other);
         list.registerMessages(messagesOf(*document)); // it keeps its place
         list.registerMessages(nullptr);
+        const QModelIndex last = other.index(0, 0);
+        other.clear();
+        QVERIFY(!other.data(last, Qt::DisplayRole).isValid());
+        other.add(Message::Information, QString("note"), 7, 0);
         QCOMPARE(list.rowCount(), 3);
         QCOMPARE(list.columnCount(), 3);
         QCOMPARE(list.errorCount(), 1u);

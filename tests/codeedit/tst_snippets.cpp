@@ -231,6 +231,24 @@ private slots:
             button("addBut")->click();
         }
         QVERIFY(!button("down")->isEnabled());
+        const auto names = [list] {
+            QString all;
+            for (int i = 0; i < list->model()->rowCount(); ++i)
+                all += list->model()->index(i, 0).data().toString() + ' ';
+            return all;
+        };
+        const QString before = names();
+        for (const char *name : {"", "third", "two"}) { // cancelled, changed, and back
+            m_host->dialogs().expectDialog([name](QDialog *field) {
+                field->findChild<QLineEdit *>("name")->setText(*name ? name : "nobody");
+                *name ? field->accept() : field->reject();
+            });
+            button("editBut")->click();
+            QCOMPARE(names(), QString(before).replace("two", *name ? name : "two"));
+        }
+        button("up")->click();
+        button("down")->click();
+        QCOMPARE(names(), before);
         button("up")->click();
         button("insertBut")->click();
         QCOMPARE(code->toPlainText(), QString("@two"));
