@@ -254,6 +254,7 @@ private slots:
         QCOMPARE(code->toPlainText(), QString("@two"));
         button("removeBut")->click();
         QCOMPARE(list->model()->rowCount(), 1);
+        QVERIFY(!button("up")->isEnabled() && !button("down")->isEnabled());
         m_host->dialogs().expectFiles({m_directory->filePath("new")});
         button("saveBut")->click();
         const std::optional<Snippet> saved =

@@ -145,6 +145,21 @@ private slots:
         QCOMPARE(progress->finished, 1);
     }
 
+    /// Called by an engine, without a saving of the whole.
+    void oneProjectIsSavedByItself()
+    {
+        make({{"d.def", "4 a\n4 deep/b"}, {"a", "old"}, {"deep/b", "on disk"}});
+        FakeProject *project = m_parent->open("d.def");
+        change(openFile(project, path("a")), "new");
+        QStringList copied;
+        project->saveAll(other(), true, &copied);
+        QCOMPARE(filesBelow(other()),
+                 QStringList({"a: new", "d.def: 4 a 4 deep/b", "deep/b: on disk"}));
+        QCOMPARE(copied, QStringList({"a", "deep/b", "d.def"}));
+        QCOMPARE(project->fileName(), path("d.def"));
+        QCOMPARE(readFile(path("a")), QByteArray("old"));
+    }
+
     void oneDefinitionMoves_data()
     {
         columns<QString, bool>("folder", "isLink");
