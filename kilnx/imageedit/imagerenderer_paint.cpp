@@ -242,11 +242,9 @@ void ImageRendererPrivate::paintOriginal(QPainter &painter)
                      size);
     const QRect place(
         QPoint((inner.width() - size.width()) / 2, (inner.height() - size.height()) / 2), size);
-    painter.save();
     painter.fillRect(QRect(inner.right() + 1, 0, 1, inner.height()), gridColor.darker());
     painter.fillRect(place, QBrush(checkTile(checks[0], checks[1])));
     painter.drawImage(place, picture.copy(part));
-    painter.restore();
 }
 
 } // namespace Kiln
