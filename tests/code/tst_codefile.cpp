@@ -556,6 +556,51 @@ private slots:
                  document->toPlainText());
     }
 
+    void utf8HasItsBounds_data()
+    {
+        const auto add = columns<uint, int, bool>("character", "bytes", "isOne");
+        add("7F", 0x7F, 1, true);
+        add("80", 0x80, 2, true);
+        add("7F, too long", 0x7F, 2, false);
+        add("7FF", 0x7FF, 2, true);
+        add("800", 0x800, 3, true);
+        add("7FF, too long", 0x7FF, 3, false);
+        add("D7FF", 0xD7FF, 3, true);
+        add("D800", 0xD800, 3, false);
+        add("DFFF", 0xDFFF, 3, false);
+        add("E000", 0xE000, 3, true);
+        add("FFFD", 0xFFFD, 3, true);
+        add("FFFD, too long", 0xFFFD, 4, false);
+        add("10000", 0x10000, 4, true);
+        add("10FE7F", 0x10FE7F, 4, true);
+        add("10FE80, stands for a byte", 0x10FE80, 4, false);
+        add("10FEFF, stands for a byte", 0x10FEFF, 4, false);
+        add("10FF00", 0x10FF00, 4, true);
+        add("10FFFD", 0x10FFFD, 4, true);
+        add("110000", 0x110000, 4, false);
+    }
+
+    /// Beside bytes that are none, a character is read as such or byte by byte, and either way
+    /// saved as it was.
+    void utf8HasItsBounds()
+    {
+        const auto [character, bytes, isOne] = row<uint, int, bool>();
+        QByteArray coded;
+        for (int i = bytes - 1; i > 0; --i)
+            coded.prepend(char(0x80 | (character >> (6 * (bytes - 1 - i)) & 0x3F)));
+        const uint first = character >> (6 * (bytes - 1));
+        coded.prepend(char(bytes == 1 ? first : (0xF00 >> bytes & 0xFF) | first));
+        const QByteArray data = "good \xC3\xA4\r\nx \xFF\r\n" + coded + " end";
+        writeFile(path("in.plain"), data);
+        QVERIFY(document->fromFile(archive, path("in.plain"), TextCodecs::index("UTF-8"), false));
+        const QString line = document->findBlockByNumber(2).text();
+        const QString whole = QString::fromUcs4(&character, 1) + " end";
+        QCOMPARE(line == whole, isOne);
+        QCOMPARE(line.size(), isOne ? whole.size() : 2 * bytes + 4);
+        QVERIFY(document->toFile(archive, path("out.plain"), true));
+        QCOMPARE(readFile(path("out.plain")), data);
+    }
+
     void bytesSurviveUtf8_data()
     {
         const auto add = columns<QByteArray, QByteArray, QByteArray>("codec", "line", "saved");
