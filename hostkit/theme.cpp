@@ -35,6 +35,14 @@ const QHash<QString, EntryColors> &deliveredColors()
     return colors;
 }
 
+/// The texts of what is disabled.
+void dim(QPalette &palette, const QColor &color)
+{
+    for (const QPalette::ColorRole role :
+         {QPalette::Text, QPalette::WindowText, QPalette::ButtonText})
+        palette.setColor(QPalette::Disabled, role, color);
+}
+
 QPalette lightPalette()
 {
     QPalette palette(QColor("#f0f0ee"), QColor("#f7f7f5"));
@@ -49,6 +57,7 @@ QPalette lightPalette()
     palette.setColor(QPalette::ToolTipBase, "#fffdf2");
     palette.setColor(QPalette::ToolTipText, "#24292f");
     palette.setColor(QPalette::PlaceholderText, "#6a737d");
+    dim(palette, "#a0a8b0");
     return palette;
 }
 
@@ -67,9 +76,7 @@ QPalette darkPalette()
     palette.setColor(QPalette::ToolTipBase, "#363b42");
     palette.setColor(QPalette::ToolTipText, "#d7dce2");
     palette.setColor(QPalette::PlaceholderText, "#8f9aa6");
-    for (const QPalette::ColorRole role :
-         {QPalette::Text, QPalette::WindowText, QPalette::ButtonText})
-        palette.setColor(QPalette::Disabled, role, "#747d87");
+    dim(palette, "#747d87");
     return palette;
 }
 

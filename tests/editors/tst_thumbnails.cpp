@@ -137,6 +137,29 @@ private Q_SLOTS:
         QTRY_VERIFY(!model.picture(model.index(0, 0)).isNull());
     }
 
+    /// What changes while its picture is being made is made again.
+    void changesUnderWay()
+    {
+        const SpritesPointer sprites = manySprites(1, {2000, 2000});
+        ThumbnailsModel model;
+        model.setSprites(sprites.get());
+        const QModelIndex row = model.index(0, 0);
+        model.data(row, Qt::DecorationRole);
+        QCoreApplication::processEvents();
+        QCOMPARE(model.storedBytes(), 0);
+        const auto isShown = [&](const QImage &wanted) {
+            return model.picture(row) ==
+                   wanted.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+        };
+        sprites->at(0)->setImage(somePicture({20, 20}));
+        QTRY_VERIFY(isShown(sprites->at(0)->image()));
+        // The old picture stands until there is one in the new colours.
+        const QImage before = sprites->at(0)->image();
+        sprites->palettes()->at(0)->setColors(someRGBA(9).data(), Palette::SetReplaced);
+        QVERIFY(isShown(before));
+        QTRY_VERIFY(isShown(sprites->at(0)->image()));
+    }
+
     /// At random, against what the file holds.
     void followsEdits()
     {

@@ -99,7 +99,10 @@ private slots:
         QVERIFY(isMarked());
         actions()->undo->trigger();
         QVERIFY(!isMarked());
-        QVERIFY(!m_window->findChild<QWidget *>("spr_layers_opacity")->isEnabled());
+        const auto *opacity = m_window->findChild<QWidget *>("spr_layers_opacity");
+        QVERIFY(!opacity->isEnabled());
+        QVERIFY(opacity->palette().color(QPalette::Text) !=
+                opacity->palette().color(QPalette::Active, QPalette::Text));
         // The marks of the viewport are not those of a picture.
         QVERIFY(!m_window->findChild<QToolButton *>("view_main_cross")->isVisible());
         // The whole grid of colours is in sight.
