@@ -1,11 +1,6 @@
 #include <hostkit/codeview.h>
 
-#include <hostkit/controlpanels.h>
-
-#include <kilnx/code/animations.h>
-#include <kilnx/code/codedocument.h>
 #include <kilnx/codeedit/codeworkspace.h>
-#include <kilnx/editors/organizer.h>
 #include <kilnx/project/interface.h>
 #include <kilnx/project/projectfile.h>
 
@@ -35,56 +30,10 @@ CodeView::CodeView(Kiln::CodeWorkspace *surface,
 
 CodeView::~CodeView() = default;
 
-unsigned int CodeView::areas() const
-{
-    const unsigned int areas = Kiln::CodeFileEditor::areas();
-    return m_type == Kiln::Project::FileID::Animations ? areas | ControlPanels::SideArea : areas;
-}
-
 void CodeView::activate()
 {
     Kiln::CodeFileEditor::activate();
-    showAnimations();
     workspace->editor()->setFocus(Qt::OtherFocusReason);
-}
-
-void CodeView::deactivate()
-{
-    Kiln::CodeFileEditor::deactivate();
-    showAnimations();
-}
-
-Kiln::OrganizerEditor *CodeView::organizer() const
-{
-    if (m_type != Kiln::Project::FileID::Animations)
-        return nullptr;
-    return qobject_cast<Kiln::OrganizerEditor *>(interface->extraEditor(0));
-}
-
-Kiln::Animations *CodeView::shownAnimations() const
-{
-    Kiln::CodeDocumentEditor *list = isActive() && document()
-                                         ? document()->documentEditor(Kiln::CodeNode::Animation, 0)
-                                         : nullptr;
-    return dynamic_cast<Kiln::Animations *>(list);
-}
-
-/// The organizer has the animations of the shown file, and lets go of them before they end.
-void CodeView::showAnimations()
-{
-    Kiln::OrganizerEditor *panel = organizer();
-    if (!panel)
-        return;
-    panel->setObject(shownAnimations());
-    connect(panel, &Kiln::OrganizerEditor::itemClicked, this, &CodeView::goToAnimation,
-            Qt::UniqueConnection);
-}
-
-void CodeView::goToAnimation(int row)
-{
-    const Kiln::Animations *list = shownAnimations();
-    if (const Kiln::AnimationCode *animation = list ? list->at(unsigned(row)) : nullptr)
-        navigateTo(unsigned(animation->lineNo()), 0);
 }
 
 void CodeView::retranslate()
@@ -108,8 +57,6 @@ void CodeView::setCurrentFile(Kiln::ProjectFile *file)
         if (index >= 0)
             project->setSelectedFile(m_type, unsigned(index));
     }
-    if (isActive())
-        showAnimations();
 }
 
 // A file was made or loaded, and then it is the project's selected one, or the current was saved,

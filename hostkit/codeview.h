@@ -4,12 +4,6 @@
 
 #include <kilnx/codeedit/codefileeditor.h>
 
-namespace Kiln
-{
-class Animations;
-class OrganizerEditor;
-} // namespace Kiln
-
 namespace HostKit
 {
 
@@ -29,9 +23,7 @@ public:
 
     QAction *action() const override { return m_action; }
     const char *name() const override { return m_name; }
-    unsigned int areas() const override;
     void activate() override;
-    void deactivate() override;
     void retranslate() override;
     void navigateTo(unsigned int line, unsigned int column) override;
     void hostReserved15() override {}
@@ -42,14 +34,7 @@ public:
 protected:
     void contentsChanged() override;
 
-private Q_SLOTS:
-    void goToAnimation(int row);
-
 private:
-    Kiln::OrganizerEditor *organizer() const;
-    Kiln::Animations *shownAnimations() const;
-    void showAnimations();
-
     Kiln::Project::FileID::Type m_type;
     const char *m_name;
     int m_textId;

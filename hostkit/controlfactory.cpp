@@ -85,7 +85,7 @@ Built buildFixedLabel(const Kiln::trWidgetControl &control, QWidget *parent)
 Built buildPosition(const Kiln::WidgetControl &control, QWidget *parent)
 {
     auto *slider = new QSlider(Qt::Horizontal, parent);
-    slider->setMinimumWidth(2 * fieldWidth);
+    slider->setMinimumWidth(fieldWidth);
     slider->setAccessibleName(QObject::tr("Position"));
     auto *link = new ControlLink(
         slider, [slider](const QVariant &value) { slider->setValue(value.toInt()); });

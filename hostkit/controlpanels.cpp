@@ -11,10 +11,13 @@
 #include <QAbstractItemView>
 #include <QDockWidget>
 #include <QEvent>
+#include <QFormLayout>
 #include <QMainWindow>
 #include <QMenu>
 #include <QToolButton>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace HostKit
 {
@@ -68,10 +71,12 @@ QWidget *ControlPanels::add(const QString &key, const Kiln::Control &control)
     if (place.sideDock && isWide) {
         place.sideDock->widget()->layout()->addWidget(built.row);
     } else if (!isList) {
-        place.strip->layout()->addWidget(built.row);
-        entry.strip = place.sideDock ? nullptr : place.strip;
+        if (!addToForm(entry, place)) {
+            place.strip->layout()->addWidget(built.row);
+            entry.strip = place.sideDock ? nullptr : place.strip;
+        }
     } else {
-        entry.dock = makeDock(key, built.row);
+        entry.dock = makeDock(key, built.row, tr("Contents"), Qt::LeftDockWidgetArea);
     }
     if (m_building >= 0)
         m_touched.insert(key);
@@ -93,10 +98,12 @@ QWidget *ControlPanels::control(const QString &key)
     return m_entries[entry].field;
 }
 
-void ControlPanels::showEditor(Kiln::Editor *editor, QObject *workspace)
+void ControlPanels::showEditor(Kiln::Editor *editor, const QList<Kiln::Workspace *> &workspaces)
 {
     m_editor = editor;
-    m_workspace = workspace;
+    m_workspaces.clear();
+    for (Kiln::Workspace *workspace : workspaces)
+        m_workspaces.append(workspace);
     show();
     if (!editor || !(editor->areas() & SideArea))
         showSidePanel(nullptr);
@@ -192,12 +199,15 @@ ControlPanels::Place &ControlPanels::makePlace(bool sidePanel)
     return m_places.last();
 }
 
-QDockWidget *ControlPanels::makeDock(const QString &key, QWidget *list)
+QDockWidget *ControlPanels::makeDock(const QString &key,
+                                     QWidget *widget,
+                                     const QString &title,
+                                     Qt::DockWidgetArea area)
 {
-    auto *dock = new QDockWidget(tr("Contents"), m_window);
+    auto *dock = new QDockWidget(title, m_window);
     dock->setObjectName(QStringLiteral("dock_") + key);
-    dock->setWidget(list);
-    m_window->addDockWidget(Qt::LeftDockWidgetArea, dock);
+    dock->setWidget(widget);
+    m_window->addDockWidget(area, dock);
     m_viewMenu->addAction(dock->toggleViewAction());
     return dock;
 }
@@ -223,8 +233,11 @@ bool ControlPanels::isShown(const Entry &entry)
     const auto *button = qobject_cast<QToolButton *>(entry.field);
     if (button && button->defaultAction() && !button->defaultAction()->isVisible())
         return false;
-    return m_editor && (entry.users.contains(m_editor) || entry.users.contains(this) ||
-                        (m_workspace && entry.users.contains(m_workspace)));
+    const auto uses = [&entry](const QPointer<QObject> &part) {
+        return part && entry.users.contains(part);
+    };
+    return m_editor && (uses(m_editor) || entry.users.contains(this) ||
+                        std::any_of(m_workspaces.cbegin(), m_workspaces.cend(), uses));
 }
 
 // The entry that a key names: the last one.
@@ -235,6 +248,26 @@ int ControlPanels::find(const QString &key) const
             return i;
     }
     return -1;
+}
+
+/// Puts a field behind its label, if there is one in the strip.
+bool ControlPanels::addToForm(Entry &entry, Place &place)
+{
+    const int label = find(entry.key + QLatin1String("_lb"));
+    if (label < 0 || m_entries[label].strip != place.strip || !m_entries[label].row)
+        return false;
+    if (!place.formDock) {
+        auto *form = new QWidget;
+        form->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
+        new QFormLayout(form);
+        place.formDock = makeDock(entry.key, form, tr("Fields"), Qt::RightDockWidgetArea);
+    }
+    Entry &caption = m_entries[label];
+    static_cast<QFormLayout *>(place.formDock->widget()->layout())->addRow(caption.row, entry.row);
+    caption.strip = nullptr;
+    caption.dock = place.formDock;
+    entry.dock = place.formDock;
+    return true;
 }
 
 // A part in construction has no entry with a user yet.
@@ -248,7 +281,9 @@ void ControlPanels::removeOwn(const QString &key, const QObject *part)
         part ? entry.users.size() == 1 && entry.users.first() == part : entry.users.isEmpty();
     if (!own)
         return;
-    delete entry.dock;
+    // A form has other fields, too.
+    if (entry.dock && entry.dock->widget() == entry.row)
+        delete entry.dock;
     delete entry.row;
     m_entries.remove(known);
 }
@@ -277,6 +312,9 @@ void ControlPanels::setShown(Entry &entry, bool shown)
     if (entry.dock) {
         entry.dock->toggleViewAction()->setVisible(shown);
         entry.dock->setVisible(shown);
+    }
+    if (entry.dock && entry.row) {
+        entry.row->show();
     } else if (entry.strip && entry.row) {
         entry.row->setVisible(shown);
     }

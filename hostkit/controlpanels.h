@@ -18,6 +18,7 @@ namespace Kiln
 class Control;
 class Editor;
 class ExtraEditor;
+class Workspace;
 } // namespace Kiln
 
 namespace HostKit
@@ -32,7 +33,9 @@ class ActionRegistry;
 /// the part that receives its signals, or to the editor shown then. Each part has a strip for its
 /// buttons and fields, and a dock for each of its lists; those of an editor are seen while it is
 /// current, those of a workspace with every editor that stands in it, those of a side panel in the
-/// panel's own dock. A control that several parts have looked up is seen with each of them.
+/// panel's own dock. A control that several parts have looked up is seen with each of them. A field
+/// whose label was registered before it, under the field's key with "_lb" behind it, stands behind
+/// that label in a form, which is a dock of the part.
 class HOSTKIT_EXPORT ControlPanels : public QObject
 {
     Q_OBJECT
@@ -62,9 +65,9 @@ public:
     /// The field built for a key, null if none.
     QWidget *control(const QString &key);
 
-    /// Shows the places of `editor` (null for none) and of the workspace that it stands in (null
-    /// for none), and hides those of the others.
-    void showEditor(Kiln::Editor *editor, QObject *workspace);
+    /// Shows the places of `editor` (null for none) and of the workspaces that it stands in, and
+    /// hides those of the others.
+    void showEditor(Kiln::Editor *editor, const QList<Kiln::Workspace *> &workspaces);
 
     /// Shows the dock of `panel` and hides those of the other side panels; null hides all but those
     /// of showBeside().
@@ -85,13 +88,14 @@ private:
         QPointer<QObject> part;
         QWidget *strip = nullptr;
         QDockWidget *sideDock = nullptr;
+        QDockWidget *formDock = nullptr; ///< of the fields that have labels
     };
     struct Entry {
         QString key;
         QPointer<QWidget> field;
         QPointer<QWidget> row;      ///< the field with its caption
-        QPointer<QDockWidget> dock; ///< of a list, null for the others
-        QPointer<QWidget> strip;    ///< that the row stands in, null for a list
+        QPointer<QDockWidget> dock; ///< of a list or a form, null for the others
+        QPointer<QWidget> strip;    ///< that the row stands in, null in a dock
         QVector<QPointer<QObject>> users;
         bool shown = false; ///< as show() left it; the editor may hide the widget itself
     };
@@ -99,10 +103,12 @@ private:
     Place &place(const Kiln::Control &control);
     QDockWidget *sideDock(const Kiln::ExtraEditor *panel) const;
     Place &makePlace(bool sidePanel);
-    QDockWidget *makeDock(const QString &key, QWidget *list);
+    QDockWidget *
+    makeDock(const QString &key, QWidget *widget, const QString &title, Qt::DockWidgetArea area);
     QObject *partOf(const Kiln::Control &control) const;
     bool isShown(const Entry &entry);
     int find(const QString &key) const;
+    bool addToForm(Entry &entry, Place &place);
     void removeOwn(const QString &key, const QObject *part);
     void show();
     void showSideDocks();
@@ -117,7 +123,7 @@ private:
     QSet<QString> m_touched;    ///< keys that the part in construction registers or looks up
     QVector<Entry> m_entries;   ///< in the order of registration
     QPointer<QObject> m_editor; ///< for which showEditor() was last called
-    QPointer<QObject> m_workspace;
+    QVector<QPointer<QObject>> m_workspaces;
     QPointer<const Kiln::ExtraEditor> m_sidePanel;
     QVector<const Kiln::ExtraEditor *> m_beside; ///< never read through
 };

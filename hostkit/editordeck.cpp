@@ -5,6 +5,7 @@
 #include <kilnx/project/workspace.h>
 
 #include <QAction>
+#include <QApplication>
 #include <QStackedWidget>
 
 namespace HostKit
@@ -88,13 +89,27 @@ Kiln::ExtraEditor *EditorDeck::sidePanel(int index) const
     return m_sidePanels.value(index);
 }
 
+QList<Kiln::Workspace *> EditorDeck::shownWorkspaces() const
+{
+    const QWidget *shown = m_stack->currentWidget();
+    QList<Kiln::Workspace *> found;
+    for (Kiln::Workspace *workspace : m_workspaces) {
+        const QWidget *widget = workspace->widget();
+        if (widget == shown || (shown->isAncestorOf(widget) && !widget->isHidden()))
+            found.append(workspace);
+    }
+    return found;
+}
+
 Kiln::Workspace *EditorDeck::currentWorkspace() const
 {
-    for (Kiln::Workspace *workspace : m_workspaces) {
-        if (workspace->widget() == m_stack->currentWidget())
+    const QWidget *focus = QApplication::focusWidget();
+    const QList<Kiln::Workspace *> shown = shownWorkspaces();
+    for (Kiln::Workspace *workspace : shown) {
+        if (focus && (workspace->widget() == focus || workspace->widget()->isAncestorOf(focus)))
             return workspace;
     }
-    return nullptr;
+    return shown.isEmpty() ? nullptr : shown.last();
 }
 
 void EditorDeck::setFirstPage(QWidget *page)
@@ -129,7 +144,7 @@ void EditorDeck::switchTo(Kiln::Editor *editor)
     } else {
         showWidget(nullptr);
     }
-    m_panels->showEditor(editor, currentWorkspace());
+    m_panels->showEditor(editor, shownWorkspaces());
     showBeside();
     Q_EMIT currentChanged();
 }
@@ -172,20 +187,25 @@ void EditorDeck::showBeside()
 
 void EditorDeck::showWidget(QWidget *widget)
 {
-    Kiln::Workspace *before = currentWorkspace();
     if (widget && m_stack->indexOf(widget) < 0)
         m_stack->addWidget(widget);
     if (widget)
         m_stack->setCurrentWidget(widget);
     else
         m_stack->setCurrentIndex(0);
-    Kiln::Workspace *after = currentWorkspace();
+    const QList<Kiln::Workspace *> before = m_activeWorkspaces;
+    const QList<Kiln::Workspace *> after = shownWorkspaces();
     if (before == after)
         return;
-    if (before)
-        before->deactivate();
-    if (after)
-        after->activate();
+    m_activeWorkspaces = after;
+    for (Kiln::Workspace *workspace : before) {
+        if (!after.contains(workspace))
+            workspace->deactivate();
+    }
+    for (Kiln::Workspace *workspace : after) {
+        if (!before.contains(workspace))
+            workspace->activate();
+    }
     m_panels->showEditor(m_current, after);
 }
 

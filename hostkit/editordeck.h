@@ -63,7 +63,9 @@ public:
     Kiln::FileEditor *editorForFile(Kiln::Project::FileID id) const;
     Kiln::ExtraEditor *sidePanel(int index) const;
     Kiln::ExtraEditor *currentSidePanel() const { return m_sidePanel; }
-    /// The workspace whose widget is shown, null if the current editor brings its own.
+    /// The workspaces whose widgets are shown, alone or within the widget of an editor.
+    QList<Kiln::Workspace *> shownWorkspaces() const;
+    /// The one of them that has the focus, or the last one; null if there is none.
     Kiln::Workspace *currentWorkspace() const;
 
     /// Puts a page in place of the one that is shown without an editor.
@@ -108,6 +110,7 @@ private:
     QList<Kiln::Workspace *> m_workspaces;
     Kiln::Editor *m_current = nullptr;
     Kiln::ExtraEditor *m_sidePanel = nullptr;
+    QList<Kiln::Workspace *> m_activeWorkspaces; ///< that were told so
     QVector<Beside> m_beside;
 };
 

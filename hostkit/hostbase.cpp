@@ -1,6 +1,7 @@
 #include <hostkit/hostbase.h>
 
 #include <hostkit/actionregistry.h>
+#include <hostkit/animationview.h>
 #include <hostkit/codesurface.h>
 #include <hostkit/codeview.h>
 #include <hostkit/controlpanels.h>
@@ -9,7 +10,6 @@
 #include <hostkit/enginelibraries.h>
 #include <hostkit/filedesk.h>
 #include <hostkit/filetabs.h>
-#include <hostkit/framepane.h>
 #include <hostkit/menus.h>
 #include <hostkit/messagetable.h>
 #include <hostkit/openfiles.h>
@@ -22,6 +22,7 @@
 #include <hostkit/spriteview.h>
 #include <hostkit/statusfields.h>
 #include <hostkit/theme.h>
+#include <hostkit/viewport.h>
 #include <hostkit/widgets.h>
 
 #include <kilnx/code/codedocument.h>
@@ -42,7 +43,6 @@
 #include <QEvent>
 #include <QMainWindow>
 #include <QMenu>
-#include <QSplitter>
 #include <QStackedWidget>
 #include <QVBoxLayout>
 
@@ -56,8 +56,7 @@ const char context[] = "HostKit::HostBase";
 
 } // namespace
 
-// The tabs, the strips of controls and the views of the editors, from top to bottom; panes stand
-// beside the views.
+// The tabs, the strips of controls and the views of the editors, from top to bottom.
 class Centre : public QWidget
 {
 public:
@@ -77,18 +76,6 @@ public:
         stack->addWidget(new QWidget(stack));
     }
 
-    /// Puts a pane beside the editor. The first time, the editor has a little more than the half.
-    void split(QWidget *pane)
-    {
-        auto *splitter = named(new QSplitter(this), "editor_splitter");
-        splitter->setChildrenCollapsible(false);
-        delete layout()->replaceWidget(stack, splitter);
-        splitter->addWidget(stack);
-        splitter->addWidget(pane);
-        splitter->show();
-        splitter->setSizes({width() * 11 / 20, width() * 9 / 20});
-    }
-
     FileTabs *tabs;
     QVBoxLayout *strips;
     QStackedWidget *stack;
@@ -105,8 +92,7 @@ struct HostBase::Private : QObject {
     void rehighlight();
     void showProject();
     bool hasType(Kiln::Project::FileID::Type type) const;
-    void showFrames();
-    void showThumbnails(const Kiln::ProjectFile &file);
+    void showThumbnails();
 
     QMainWindow *window;
     Paths paths;
@@ -123,12 +109,13 @@ struct HostBase::Private : QObject {
     Centre *centre;
     OpenFiles openFiles;
     ControlPanels *panels;
+    std::unique_ptr<Viewport> viewport; ///< in which the deck's editor of animations shows frames
     std::unique_ptr<EditorDeck> deck;
     std::unique_ptr<FileDesk> desk;
     std::unique_ptr<SaveDesk> saving;
     std::unique_ptr<RecoveryDesk> recovery;
-    CodeSurface *surface = nullptr; ///< the deck's
-    std::unique_ptr<FramePane> frames;
+    CodeSurface *surface = nullptr;      ///< the deck's
+    AnimationView *animations = nullptr; ///< the deck's
     bool busy = false;
 };
 
@@ -194,9 +181,8 @@ void HostBase::Private::connectParts()
     connect(&messages, &MessageTable::countsChanged, this,
             [this] { status->setMessageCounts(messages.errorCount(), messages.warningCount()); });
     connect(status, &StatusFields::fieldClicked, this, [this](int field) {
-        Kiln::Workspace *workspace = deck->currentWorkspace();
-        if (field == EncodingField && workspace)
-            workspace->statusClicked();
+        if (field == EncodingField && deck->shownWorkspaces().contains(surface))
+            surface->statusClicked();
     });
     connect(desk.get(), &FileDesk::message, status,
             [this](const QString &text) { status->tell(text); });
@@ -207,28 +193,16 @@ void HostBase::Private::connectParts()
     });
 }
 
-// Frames are shown beside the text of animations alone.
-void HostBase::Private::showFrames()
-{
-    auto *document = dynamic_cast<Kiln::CodeDocument *>(deck->currentFile());
-    const bool isAnimations = document && deck->currentFileEditor()->canEditFileType() ==
-                                              Kiln::Project::FileID::Animations;
-    // The editor stands alone until there is something to show beside it.
-    if (isAnimations && !frames->parentWidget())
-        centre->split(frames.get());
-    frames->follow(isAnimations ? document : nullptr);
-    if (isAnimations)
-        showThumbnails(*document);
-}
-
-// Those of the file's own project, beside whatever project was shown before.
-void HostBase::Private::showThumbnails(const Kiln::ProjectFile &file)
+// Those of the animations' own project, beside whatever project was shown before.
+void HostBase::Private::showThumbnails()
 {
     auto *panel = qobject_cast<Kiln::ThumbnailsEditor *>(deck->sidePanel(2));
-    Kiln::Project *project = file.project();
+    Kiln::ProjectFile *file = deck->current() == animations ? deck->currentFile() : nullptr;
+    if (!panel || !file)
+        return;
+    Kiln::Project *project = file->project();
     Kiln::ProjectFile *sprites = project ? project->file(Kiln::Project::FileID::Sprites) : nullptr;
-    if (panel)
-        panel->setSprites(dynamic_cast<Kiln::Sprites *>(sprites));
+    panel->setSprites(dynamic_cast<Kiln::Sprites *>(sprites));
 }
 
 // A project keeps what held when it was opened.
@@ -252,8 +226,6 @@ void HostBase::Private::rehighlight()
     if (editor)
         editor->setCurrentFile(nullptr);
     deck->reconfig();
-    if (frames)
-        frames->reconfig();
     const QList<Kiln::ProjectFile *> files = session.files();
     for (Kiln::ProjectFile *file : files) {
         if (auto *document = dynamic_cast<Kiln::CodeDocument *>(file))
@@ -298,7 +270,6 @@ HostBase::HostBase(QMainWindow *window, const Paths &paths)
 HostBase::~HostBase()
 {
     d->session.close();
-    d->frames.reset();
     d->recovery.reset();
     d->saving.reset();
     d->desk.reset();
@@ -386,9 +357,9 @@ CodeSurface *HostBase::surface() const
     return d->surface;
 }
 
-FramePane *HostBase::framePane() const
+AnimationView *HostBase::animationView() const
 {
-    return d->frames.get();
+    return d->animations;
 }
 
 // The types of code that the engines have share one surface.
@@ -404,7 +375,6 @@ void HostBase::makeCodeEditors()
         {FileID::Definition, "definition", DefinitionText},
         {FileID::Code, "code", CodeText},
         {FileID::Commands, "commands", CommandText},
-        {FileID::Animations, "animations", AnimationText},
     };
     if (!d->surface) {
         d->surface = d->deck->make<CodeSurface>(*this, d->engines);
@@ -425,24 +395,25 @@ void HostBase::makeCodeEditors()
         d->deck->engineSwitched(true);
 }
 
-void HostBase::makeFramePane()
+void HostBase::makeGraphicsEditors()
 {
-    if (d->frames || !d->surface)
+    if (d->animations || !d->surface)
         return;
     Kiln::Texture::setOpenGLEnabled(true);
     auto *workspace = d->deck->make<Kiln::GraphicsWorkspace>(*this);
-    d->frames = std::make_unique<FramePane>(*this, *d->surface, *workspace);
+    d->viewport = std::make_unique<Viewport>();
+    d->animations = d->deck->make<AnimationView>(d->surface, workspace, d->viewport.get());
     d->deck->make<SpriteView>(*workspace,
                               qobject_cast<Kiln::PaletteEditor *>(d->deck->sidePanel(1)));
     if (auto *palettes = qobject_cast<Kiln::PaletteEditor *>(d->deck->sidePanel(1)))
-        QObject::connect(palettes, &Kiln::PaletteEditor::remapped, d->frames.get(),
-                         &FramePane::refresh);
-    const auto show = [this] { d->showFrames(); };
+        QObject::connect(palettes, &Kiln::PaletteEditor::remapped, d->animations,
+                         &AnimationView::update);
+    // At once: what the view shows of the file is about to be destroyed.
+    QObject::connect(&d->session, &ProjectSession::fileRemoved, d->animations,
+                     &AnimationView::update);
+    const auto show = [this] { d->showThumbnails(); };
     QObject::connect(d->desk.get(), &FileDesk::changed, d.get(), show);
     QObject::connect(d->deck.get(), &EditorDeck::currentChanged, d.get(), show);
-    // At once: what the view shows of the file is about to be destroyed.
-    QObject::connect(&d->session, &ProjectSession::fileRemoved, d->frames.get(),
-                     &FramePane::refresh);
 }
 
 bool HostBase::openProject(const QString &directory)
@@ -510,8 +481,6 @@ QString HostBase::text(int id) const
         return QCoreApplication::translate(context, "Definition");
     case CodeText:
         return QCoreApplication::translate(context, "Code");
-    case AnimationText:
-        return QCoreApplication::translate(context, "Animations");
     case CommandText:
         return QCoreApplication::translate(context, "Commands");
     default:

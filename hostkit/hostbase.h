@@ -13,12 +13,12 @@ namespace HostKit
 {
 
 class ActionRegistry;
+class AnimationView;
 class CodeSurface;
 class EditorDeck;
 class EngineLibraries;
 class FileDesk;
 class FileTabs;
-class FramePane;
 class Menus;
 class MessageTable;
 class ProjectSession;
@@ -53,7 +53,7 @@ class HOSTKIT_EXPORT HostBase : public Kiln::Interface
 {
 public:
     /// Numbers of the host's own texts beside Interface::TextId: the names of code editors.
-    enum EditorTextId { DefinitionText = 100, CodeText, AnimationText, CommandText };
+    enum EditorTextId { DefinitionText = 100, CodeText, CommandText };
 
     HostBase(QMainWindow *window, const Paths &paths);
     ~HostBase() override;
@@ -78,19 +78,19 @@ public:
     RecoveryDesk &recovery() const;
     /// The view that code editors share; null before makeCodeEditors().
     CodeSurface *surface() const;
-    /// The pane beside the text of animations; null before makeFramePane().
-    FramePane *framePane() const;
+    /// The editor of animations; null before makeGraphicsEditors().
+    AnimationView *animationView() const;
 
     /// Makes the code view, the organizer, the panels of palettes and thumbnails, and an editor for
-    /// each type of code file that one of the engines has and no editor handles yet. An engine that
-    /// is loaded later gets its editors by itself.
+    /// each type of code file that one of the engines has and no editor handles yet, but for
+    /// animations. An engine that is loaded later gets its editors by itself.
     void makeCodeEditors();
 
-    /// Makes the graphics workspace, the editor of sprites that stands in it and, beside the text
-    /// of animations, the pane that shows their frames. Call it after makeCodeEditors() and before
-    /// a project is opened. OpenGL is used where it works, the application has set
-    /// Qt::AA_ShareOpenGLContexts and the user does not wish otherwise.
-    void makeFramePane();
+    /// Makes the graphics workspace and the editors of sprites and of animations, which stand in
+    /// it. Call it after makeCodeEditors() and before a project is opened. OpenGL is used where it
+    /// works, the application has set Qt::AA_ShareOpenGLContexts and the user does not wish
+    /// otherwise.
+    void makeGraphicsEditors();
 
     /// Opens a project in place of the present one, after questions about changes, shows the files
     /// that were open when it was closed last, at first its first definition, notes the directory

@@ -28,6 +28,8 @@
 #include <kilnx/codeedit/codeworkspace.h>
 #include <kilnx/codeedit/snipdlg.h>
 #include <kilnx/codeedit/snippets.h>
+#include <kilnx/editors/animationdlgs.h>
+#include <kilnx/editors/animationeditor.h>
 #include <kilnx/editors/fieldguard.h>
 #include <kilnx/editors/organizer.h>
 #include <kilnx/editors/paletteeditor.h>

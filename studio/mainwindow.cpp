@@ -56,7 +56,7 @@ MainWindow::MainWindow(const HostKit::Paths &paths, const QStringList &libraries
     makeCentre();
     makeDocks();
     loadEngines(libraries);
-    m_host.makeFramePane();
+    m_host.makeGraphicsEditors();
     connectFileActions();
     connectEditActions();
     connectOtherActions();

@@ -15,7 +15,6 @@
 #include <hostkit/editordeck.h>
 #include <hostkit/filedesk.h>
 #include <hostkit/filetabs.h>
-#include <hostkit/framepane.h>
 #include <hostkit/messagetable.h>
 #include <hostkit/projectsession.h>
 #include <hostkit/savedesk.h>
@@ -117,11 +116,7 @@ void MainWindow::connectOtherActions()
 {
     const auto forward = [this](QAction *action, void (Kiln::Workspace::*operation)()) {
         connect(action, &QAction::triggered, this, [this, operation] {
-            const FramePane *pane = m_host.framePane();
-            Kiln::Workspace *workspace = pane && pane->hasFocusWithin()
-                                             ? &pane->workspace()
-                                             : m_host.deck().currentWorkspace();
-            if (workspace)
+            if (Kiln::Workspace *workspace = m_host.deck().currentWorkspace())
                 (workspace->*operation)();
         });
     };

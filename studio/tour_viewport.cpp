@@ -1,12 +1,12 @@
-// The steps of the tour in the pane beside the text of animations.
+// The steps of the tour in the editor of animations.
 
 #include "tour_p.h"
 
 #include "mainactions.h"
 
 #include <hostkit/actionregistry.h>
+#include <hostkit/animationview.h>
 #include <hostkit/codesurface.h>
-#include <hostkit/framepane.h>
 #include <hostkit/settings.h>
 #include <hostkit/theme.h>
 #include <hostkit/viewport.h>
@@ -46,7 +46,7 @@ void Tour::goToText(const QString &part)
 
 void Tour::dragInView(QPoint from, QPoint to)
 {
-    const Viewport &view = d->window->host().framePane()->viewport();
+    const Viewport &view = d->window->host().animationView()->viewport();
     const auto place = [&view](QPoint at) {
         return Viewport::origin() + at * double(view.zoomFactor());
     };
@@ -58,24 +58,24 @@ void Tour::dragInView(QPoint from, QPoint to)
 
 bool Tour::showFrame()
 {
-    const FramePane *pane = d->window->host().framePane();
+    const AnimationView *editor = d->window->host().animationView();
     if (!openFromTree(QLatin1String(animationFile)))
         return false;
     goToText(QStringLiteral("frame: wren_jab_2"));
-    const Kiln::FrameCode *frame = pane->frame();
-    return check(pane->isVisible(), "the pane is there") &&
+    const Kiln::FrameCode *frame = editor->currentFrame();
+    return check(editor->isActive(), "the editor is there") &&
            check(frame && frame->identifier() == QLatin1String("wren_jab_2"),
                  "the frame of the cursor's line is shown") &&
-           check(pane->viewport().boxes(Kiln::ContactBoxCode::Attack)->count() == 1,
+           check(editor->viewport().boxes(Kiln::ContactBoxCode::Attack)->count() == 1,
                  "so are its boxes") &&
-           check(pane->workspace().isOnOpenGL() == Kiln::GLRenderWidget::isSupported(),
+           check(editor->graphicsWorkspace()->isOnOpenGL() == Kiln::GLRenderWidget::isSupported(),
                  "OpenGL paints where it works");
 }
 
 bool Tour::zoomFrame()
 {
-    const FramePane *pane = d->window->host().framePane();
-    Viewport &view = pane->viewport();
+    const AnimationView *editor = d->window->host().animationView();
+    Viewport &view = editor->viewport();
     const float before = view.zoomFactor();
     QWidget *widget = view.widget();
     const QPoint middle = widget->rect().center();
@@ -88,11 +88,11 @@ bool Tour::zoomFrame()
 // Draws a box, drags one of its handles and moves it by a key, and takes all that back.
 bool Tour::editBoxes()
 {
-    const FramePane *pane = d->window->host().framePane();
-    Viewport &view = pane->viewport();
+    const AnimationView *editor = d->window->host().animationView();
+    Viewport &view = editor->viewport();
     QWidget *widget = view.widget();
     const QString before = text();
-    d->window->findChild<QAction *>(QStringLiteral("frame_attack_box"))->trigger();
+    d->window->findChild<QAction *>(QStringLiteral("anim_box_add_attack"))->trigger();
     dragInView({-34, -66}, {-16, -44});
     const bool drawn =
         check(strikesIn(text()) == strikesIn(before) + 1, "the text has the new box");
@@ -113,12 +113,12 @@ bool Tour::editBoxes()
 
 bool Tour::paintNatively()
 {
-    const FramePane *pane = d->window->host().framePane();
+    const AnimationView *editor = d->window->host().animationView();
     d->window->host().settings().setValue("native_painting", true);
     d->window->host().settings().apply();
     picture(d->step);
-    const bool native = check(!pane->workspace().isOnOpenGL(), "the painter paints") &&
-                        check(pane->frame(), "the same frame is shown");
+    const bool native = check(!editor->graphicsWorkspace()->isOnOpenGL(), "the painter paints") &&
+                        check(editor->currentFrame(), "the same frame is shown");
     d->window->host().settings().setValue("native_painting", false);
     d->window->host().settings().apply();
     return native;
@@ -130,7 +130,7 @@ bool Tour::darkFrame()
         return false;
     goToText(QStringLiteral("frame: wren_hook_2"));
     return check(Theme::isDark(), "the palette is dark") &&
-           check(d->window->host().framePane()->frame(), "the frame is shown");
+           check(d->window->host().animationView()->currentFrame(), "the frame is shown");
 }
 
 } // namespace Studio

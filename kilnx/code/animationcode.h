@@ -21,12 +21,10 @@ class KILNX_EXPORT AnimationCode : public ParentCode, public NamedCode
 {
 public:
     /// Adds a frame before the one at `index`, or behind the last, that shows the sprite of that
-    /// identifier and is otherwise as the frame before it. Null if that is not possible. The
-    /// library never calls it.
+    /// identifier and is otherwise as the frame before it. Null if that is not possible.
     virtual FrameCode *insertFrame(unsigned int index, const QString &identifier) = 0;
     /// Takes out of the text what says nothing, such as values that are the defaults, without
-    /// changing what is shown, as one change; the number of lines that went. The library never
-    /// calls it.
+    /// changing what is shown, as one change; the number of lines that went.
     virtual int optimize() = 0;
 
     /// Those of NamedCode and "Identifier".

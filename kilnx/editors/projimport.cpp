@@ -1,5 +1,7 @@
 #include <kilnx/editors/projimport.h>
 
+#include <kilnx/code/animations.h>
+#include <kilnx/code/codedocument.h>
 #include <kilnx/image/sprite.h>
 #include <kilnx/project/interface.h>
 #include <kilnx/project/project.h>
@@ -327,4 +329,20 @@ void SprImportDlg::sourceChanged(Kiln::Project *project)
     for (unsigned int i = 0; sprites && i < sprites->palettes()->count(); ++i)
         m_palette->addItem(
             sprites->palettes()->at(i)->property(QStringLiteral("Identifier")).toString());
+}
+
+QString AnimImportDlg::itemName(QAbstractItemModel *model, int row)
+{
+    const auto *animations = dynamic_cast<Kiln::Animations *>(model);
+    Kiln::AnimationCode *animation = animations ? animations->at(unsigned(row)) : nullptr;
+    return animation ? animation->property(QStringLiteral("Identifier")).toString() : QString();
+}
+
+QAbstractItemModel *AnimImportDlg::sourceModel(Kiln::Project *project)
+{
+    auto *document =
+        dynamic_cast<Kiln::CodeDocument *>(project->file(Kiln::Project::FileID::Animations));
+    return document ? dynamic_cast<Kiln::Animations *>(
+                          document->documentEditor(Kiln::CodeNode::Animation, 0))
+                    : nullptr;
 }

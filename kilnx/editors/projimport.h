@@ -130,3 +130,16 @@ private:
     QComboBox *m_mode;
     QComboBox *m_palette;
 };
+
+/// The import of animations.
+class KILNX_EXPORT AnimImportDlg : public ProjImportDlg
+{
+    Q_OBJECT
+
+public:
+    using ProjImportDlg::ProjImportDlg;
+
+protected:
+    QString itemName(QAbstractItemModel *model, int row) override;
+    QAbstractItemModel *sourceModel(Kiln::Project *project) override;
+};

@@ -265,6 +265,9 @@ Q_SIGNALS:
     /// The drag has ended: the position is to be written. For ItemContactBoxes by
     /// updateSelectedBoxes(), with `item` null and `position` (0, 0).
     void itemReleased(Kiln::GraphicsRenderer::ItemType type, void *item, QPoint position);
+    /// Selected boxes are about to be removed from the text (true), and have been (false): whoever
+    /// shows the boxes makes one step of undo of what is between.
+    void removingContactBoxes(bool begins);
     /// The user drags a guide; see guideLines().
     void guideLinesMoved(QPoint guides);
 

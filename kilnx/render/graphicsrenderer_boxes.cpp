@@ -445,6 +445,9 @@ void GraphicsRenderer::removeSelectedContactBoxes()
     if (!d->anySelected)
         return;
     const QPointer<GraphicsRenderer> alive(this);
+    Q_EMIT removingContactBoxes(true);
+    if (!alive)
+        return;
     d->beginWriting();
     for (int number = 0; number < 8 && alive; ++number) {
         for (int i = d->contactBoxes[number].boxes.size() - 1; i >= 0 && alive; --i) {
@@ -462,7 +465,9 @@ void GraphicsRenderer::removeSelectedContactBoxes()
     d->clearSelection();
     d->pending |= 1; // the codes behind the removed ones have other places now
     d->endWriting();
-    update();
+    Q_EMIT removingContactBoxes(false);
+    if (alive)
+        update();
 }
 
 } // namespace Kiln

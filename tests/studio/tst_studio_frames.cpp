@@ -1,6 +1,6 @@
 #include "windowtest.h"
 
-#include <hostkit/framepane.h>
+#include <hostkit/animationview.h>
 #include <hostkit/statusfields.h>
 #include <hostkit/viewport.h>
 #include <kilnx/code/framecode.h>
@@ -49,7 +49,7 @@ struct PlainFrame {
 
 } // namespace
 
-// The pane beside the text of animations, in the real window on the sample project.
+// The editor of animations in the real window on the sample project: viewport beside text.
 class tst_studio_frames : public WindowTest
 {
     Q_OBJECT
@@ -58,9 +58,9 @@ private slots:
     void init()
     {
         WindowTest::init();
-        QVERIFY(!pane().isVisible());
+        QVERIFY(!isShown());
         open("heroes/wren/wren.flick");
-        QVERIFY(pane().isVisible());
+        QVERIFY(isShown());
         QTRY_VERIFY(view().widget()); // OpenGL is there a moment later
         goTo(jab2);
     }
@@ -85,10 +85,10 @@ private slots:
         for (int i = 0; i < below; ++i)
             cursor.movePosition(QTextCursor::NextBlock);
         host().surface()->editor()->setTextCursor(cursor);
-        QVERIFY(pane().frame());
-        QCOMPARE(pane().frame()->identifier(), sprite);
-        const QString title = pane().findChild<QLabel *>("frame_place")->text();
-        QCOMPARE(title.section(' ', -1).toInt(), pane().frame()->index() + 1);
+        QVERIFY(editor().currentFrame());
+        QCOMPARE(editor().currentFrame()->identifier(), sprite);
+        const QString title = m_window->findChild<QLabel *>("anim_place_lb")->text();
+        QCOMPARE(title.section(' ', -1).toInt(), editor().currentFrame()->index() + 1);
     }
 
     // The view shows what is typed, as soon as it is typed.
@@ -127,7 +127,7 @@ private slots:
         replace("flip h, scale 2 2", "scale 1 1");
         QVERIFY(view().widget()->grab().toImage() != ghost);
         goTo("wren_jab_2");
-        const auto *place = pane().findChild<QLabel *>("frame_place");
+        const auto *place = m_window->findChild<QLabel *>("anim_place_lb");
         QVERIFY(!place->text().contains("no sprite"));
         replace("wren_jab_2", "nobody");
         QCOMPARE(frames->count(), 0U);
@@ -162,7 +162,7 @@ private slots:
             QCOMPARE(view().boxes(ContactBoxCode::Attack)->rects(), plain.boxes[0]);
             QCOMPARE(view().boxes(ContactBoxCode::Collision)->rects(), plain.boxes[1]);
         };
-        QAction *draw = m_window->findChild<QAction *>("frame_collision_box");
+        QAction *draw = m_window->findChild<QAction *>("anim_box_add_collision");
         draw->trigger();
         QCOMPARE(view().clickMode(), Viewport::ClickDrawContactBox);
         drag({-40, -60}, {-30, -52});
@@ -200,11 +200,11 @@ private slots:
     {
         const auto renderer = [this] { return host().status().field(5); };
         const bool works = !Contexts::none();
-        QCOMPARE(pane().workspace().isOnOpenGL(), works);
+        QCOMPARE(editor().graphicsWorkspace()->isOnOpenGL(), works);
         QVERIFY2(renderer().endsWith(works ? "OpenGL" : "Native painter"), qPrintable(renderer()));
         for (const bool native : {true, false, true}) {
             set("native_painting", native);
-            QCOMPARE(pane().workspace().isOnOpenGL(), works && !native);
+            QCOMPARE(editor().graphicsWorkspace()->isOnOpenGL(), works && !native);
             QTest::qWait(50);
             QCOMPARE(view().onOpenGL, works && !native);
             QCOMPARE(view().boxes(ContactBoxCode::Attack)->count(), 1U);
@@ -226,7 +226,7 @@ private slots:
         actions()->zoomIn->trigger();
         QVERIFY(view().zoomFactor() > zoom);
         open("heroes/wren/air.glow");
-        QVERIFY(!pane().isVisible() && renderer().isEmpty());
+        QVERIFY(!isShown() && renderer().isEmpty());
     }
 
     // What the view shows of a file that is taken away is gone at once, before the next paint.
@@ -243,25 +243,25 @@ private slots:
         project->removeFile(sprites);
         QCOMPARE(view().spriteProvider()->count(), 0U);
         view().widget()->repaint();
-        QVERIFY(pane().frame());
+        QVERIFY(editor().currentFrame());
     }
 
     // What is shown goes while it is dragged and drawn.
     void closesInTheMiddle()
     {
         view().mousePressed(Viewport::origin() + QPoint(60, -100), Qt::LeftButton, Qt::NoModifier);
-        m_window->findChild<QAction *>("frame_attack_box")->trigger();
+        m_window->findChild<QAction *>("anim_box_add_attack")->trigger();
         view().mousePressed(Viewport::origin(), Qt::LeftButton, Qt::NoModifier);
         QVERIFY(host().closeProject());
         view().mouseMoved(Viewport::origin() + QPoint(30, 30), Qt::NoModifier);
         view().mouseReleased(Viewport::origin(), Qt::LeftButton, Qt::NoModifier);
         view().keyPressed(Qt::Key_Delete, Qt::NoModifier);
-        QVERIFY(!pane().isVisible() && !pane().frame());
+        QVERIFY(!isShown() && !editor().currentFrame());
         QCOMPARE(view().spriteProvider()->count(), 0U);
         QVERIFY(!view().boxes(ContactBoxCode::Attack));
         QVERIFY(host().openProject(hero()));
         open("heroes/wren/wren.flick");
-        QVERIFY(pane().isVisible() && pane().frame());
+        QVERIFY(isShown() && editor().currentFrame());
     }
 
     void randomUser_data()
@@ -349,14 +349,11 @@ private slots:
                     left ? plain.remove() : plain.escape();
             } else if (what < 90) {
                 const int kind = below(2);
-                if (kind == 0)
-                    pane().drawAttackBoxes(true);
-                else
-                    pane().drawCollisionBoxes(true);
+                draw(kind, true);
                 plain.enter(1, kind);
                 pressed = false;
             } else if (what < 92) {
-                pane().drawAttackBoxes(false);
+                draw(0, false);
                 plain.position();
             } else if (what < 94) {
                 view().mouseWheel(left ? 120 : -240);
@@ -377,9 +374,9 @@ private slots:
                                       .arg(y + 1 + below(30)));
                 read();
             } else if (!pressed) {
-                const Kiln::FrameCode *before = pane().frame();
+                const Kiln::FrameCode *before = editor().currentFrame();
                 goTo(frames[below(frames.size())]);
-                if (pane().frame() != before)
+                if (editor().currentFrame() != before)
                     plain.deselect();
                 read();
             }
@@ -410,8 +407,19 @@ private slots:
     }
 
 private:
-    FramePane &pane() const { return *host().framePane(); }
-    Viewport &view() const { return pane().viewport(); }
+    AnimationView &editor() const { return *host().animationView(); }
+    Viewport &view() const { return editor().viewport(); }
+    bool isShown() const
+    {
+        const QWidget *splitter = m_window->findChild<QWidget *>("anim_view");
+        return host().deck().current() == &editor() && splitter && splitter->isVisible();
+    }
+    /// Also when boxes of that kind are drawn already.
+    void draw(int kind, bool on)
+    {
+        const char *slot = kind == 0 ? "boxAddAChanged" : "boxAddCChanged";
+        QVERIFY(QMetaObject::invokeMethod(view().spriteProvider(), slot, Q_ARG(bool, on)));
+    }
     QString text() const { return document()->toPlainText(); }
     int line() const { return host().surface()->editor()->textCursor().blockNumber(); }
 
@@ -458,7 +466,7 @@ private:
         differ("mode", int(view().clickMode()), plain.mode);
         differ("origin", Viewport::origin(), plain.scene.origin);
         differ("guides", view().guideLines(), plain.scene.guides);
-        differ("offset", pane().frame()->offset(), frame.offset);
+        differ("offset", editor().currentFrame()->offset(), frame.offset);
         differ("sprite", view().itemPosition(Viewport::ItemSprite),
                plain.scene.sprites[0].position);
         return found;

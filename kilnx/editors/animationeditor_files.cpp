@@ -1,0 +1,392 @@
+// Animations of files and of other projects in the animation editor's file, and out of it.
+
+#include <kilnx/code/codedocument.h>
+#include <kilnx/editors/animationeditor_p.h>
+#include <kilnx/editors/projimport.h>
+#include <kilnx/forms/itemsdialog.h>
+#include <kilnx/forms/messageboxes.h>
+#include <kilnx/image/gif.h>
+#include <kilnx/project/archive.h>
+#include <kilnx/project/engine.h>
+#include <kilnx/project/filedialogs.h>
+#include <kilnx/project/interface.h>
+#include <kilnx/project/paths.h>
+#include <kilnx/project/progress.h>
+#include <kilnx/project/project.h>
+#include <kilnx/project/translator.h>
+
+#include <QtCore/QBuffer>
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QSaveFile>
+
+#include <algorithm>
+
+namespace Kiln
+{
+
+namespace
+{
+
+constexpr int endlessTicks = 60; ///< of a frame that stays, in a picture that has to go on
+
+struct Released {
+    void operator()(ProjectFile *file) const { file->release(); }
+};
+using FilePointer = std::unique_ptr<ProjectFile, Released>;
+
+Animations *listOf(ProjectFile *file)
+{
+    auto *document = dynamic_cast<CodeDocument *>(file);
+    return document ? dynamic_cast<Animations *>(document->documentEditor(CodeNode::Animation, 0))
+                    : nullptr;
+}
+
+QString codeOf(const AnimationCode *animation)
+{
+    return animation->code().replace(QChar::ParagraphSeparator, QLatin1Char('\n'));
+}
+
+/// A clear pixel in the colours of the other pictures.
+QImage clearPixel(const QVector<AnimImageFrame> &frames)
+{
+    for (const AnimImageFrame &frame : frames) {
+        const QVector<QRgb> table = frame.image.colorTable();
+        const auto clear = std::find_if(table.cbegin(), table.cend(),
+                                        [](QRgb color) { return qAlpha(color) == 0; });
+        if (frame.image.format() != QImage::Format_Indexed8 || clear == table.cend())
+            continue;
+        QImage pixel(1, 1, QImage::Format_Indexed8);
+        pixel.setColorTable(table);
+        pixel.fill(uint(clear - table.cbegin()));
+        return pixel;
+    }
+    QImage pixel(1, 1, QImage::Format_ARGB32);
+    pixel.fill(0);
+    return pixel;
+}
+
+bool haveOnePalette(const QVector<AnimImageFrame> &frames)
+{
+    return std::all_of(frames.cbegin(), frames.cend(), [&](const AnimImageFrame &frame) {
+        return frame.image.format() == QImage::Format_Indexed8 &&
+               frame.image.colorTable() == frames.first().image.colorTable();
+    });
+}
+
+} // namespace
+
+QString AnimationEditorPrivate::startPath(const char *key) const
+{
+    const QString own = fileOption(key).toString();
+    return own.isEmpty() ? fileOption("project_path").toString() : own;
+}
+
+// --- Pictures
+
+/// The frame as the viewport shows it: mirrored and scaled, with the axis where it stands.
+AnimImageFrame AnimationEditorPrivate::pictureOf(FrameCode *shown) const
+{
+    Sprite *sprite = spriteOf(shown);
+    AnimImageFrame picture;
+    picture.ticks = shown->delay() < 0 ? endlessTicks : shown->delay();
+    if (!sprite)
+        return picture;
+    const auto said = [&](unsigned int id) { return editor->spriteProperty(shown, sprite, id); };
+    const QPointF scale = said(Scale).toPointF();
+    const int mirror = said(Mirror).toInt();
+    const QPoint corner = said(Position).toPoint();
+    picture.image = sprite->image();
+    const QSize size(int(picture.image.width() * scale.x()),
+                     int(picture.image.height() * scale.y()));
+    if (mirror)
+        picture.image = picture.image.mirrored(mirror & 1, mirror & 2);
+    if (size != picture.image.size())
+        picture.image = picture.image.scaled(size);
+    picture.offset = -QPoint(int(corner.x() * scale.x()), int(corner.y() * scale.y()));
+    return picture;
+}
+
+/// The frames that are seen, up to one that stays. Those without a picture are clear pixels, so
+/// that their time passes.
+QVector<AnimImageFrame> AnimationEditorPrivate::pictures() const
+{
+    QVector<AnimImageFrame> found;
+    bool anySeen = false;
+    for (const int at : startRows) {
+        found.append(pictureOf(animation()->frameAt(unsigned(at))));
+        anySeen = anySeen || !found.last().image.isNull();
+    }
+    if (!anySeen)
+        return {};
+    const QImage clear = clearPixel(found);
+    for (AnimImageFrame &picture : found) {
+        if (picture.image.isNull())
+            picture.image = clear;
+    }
+    return found;
+}
+
+void AnimationEditorPrivate::saveGIF()
+{
+    if (!animation() || working)
+        return;
+    const Still still(this);
+    const QString title = AnimationEditor::tr("Save as animated GIF");
+    readTicks();
+    if (pictures().isEmpty()) {
+        showWarning(window(), title,
+                    AnimationEditor::tr("You can't save an empty animation as GIF."));
+        return;
+    }
+    const QString path =
+        getSaveFileName(window(), title, startPath("gif_path"),
+                        AnimationEditor::tr("Animated GIF (*.gif)"), QStringLiteral(".gif"));
+    if (path.isEmpty() || !still.isSo())
+        return;
+    keepOption("gif_path", QFileInfo(path).absolutePath());
+    readTicks();
+    const QVector<AnimImageFrame> frames = pictures();
+    QBuffer encoded;
+    encoded.open(QIODevice::WriteOnly);
+    QSaveFile file(path);
+    if (!Kiln::saveGIF(&encoded, frames, haveOnePalette(frames), !endsBehindLastFrame()) ||
+        !file.open(QIODevice::WriteOnly) || !writeAll(&file, encoded.data()) || !file.commit())
+        showWarning(window(), title,
+                    AnimationEditor::tr("The file '%1' could not be written!")
+                        .arg(QDir::toNativeSeparators(path)));
+}
+
+// --- Files of animations
+
+/// The engine's pattern of files of animations, and its first suffix.
+QString AnimationEditorPrivate::fileFilter(QString *suffix) const
+{
+    const Engine *engine = interface->engine();
+    const QString pattern =
+        engine ? engine->singleFileFilters().value(int(Project::FileID::Animations)) : QString();
+    if (suffix)
+        *suffix = pattern.section(QLatin1Char(' '), 0, 0).mid(1);
+    return QStringLiteral("%1 (%2)").arg(KilnTranslator::instance()->text(46), pattern);
+}
+
+QList<int> AnimationEditorPrivate::pickRows(const QString &title, Animations *from, int current)
+{
+    const QPointer<ItemsDialog> dialog = interface->itemsDialog(window(), title, from, current);
+    const bool accepted = dialog->exec() == QDialog::Accepted && dialog;
+    const QList<int> rows = accepted ? dialog->selectedRows() : QList<int>();
+    delete dialog;
+    return rows;
+}
+
+void AnimationEditorPrivate::exportTo()
+{
+    if (!list || working)
+        return;
+    const Still still(this);
+    const QString title = AnimationEditor::tr("Export animations");
+    const QList<int> rows = pickRows(title, list, row.isValid() ? row.row() : -1);
+    if (rows.isEmpty() || !still.isSo())
+        return;
+    QString suffix;
+    const QString filter = fileFilter(&suffix);
+    const QString path = getSaveFileName(window(), title, startPath("anim_path"), filter, suffix);
+    if (path.isEmpty() || !still.isSo())
+        return;
+    keepOption("anim_path", QFileInfo(path).absolutePath());
+    QStringList codes;
+    if (collect(rows, &codes) && still.isSo() &&
+        !writeFile(path, codes.join(QLatin1String("\n\n"))))
+        showWarning(window(), title,
+                    AnimationEditor::tr("The file '%1' could not be written!")
+                        .arg(QDir::toNativeSeparators(path)));
+}
+
+/// The texts of animations, with progress. False when the user has cancelled, or the file is gone.
+bool AnimationEditorPrivate::collect(const QList<int> &rows, QStringList *codes)
+{
+    const Still still(this);
+    const QPointer<AnimationEditorPrivate> self(this);
+    Progress *progress = interface->progress(AnimationEditor::tr("Exporting animations..."), true);
+    bool cancelled = false;
+    working = true;
+    progress->setProgress(0, unsigned(rows.size()), &cancelled);
+    for (int i = 0; i < rows.size() && !cancelled && still.isSo(); ++i) {
+        if (const AnimationCode *each = list->at(unsigned(rows.at(i))))
+            codes->append(codeOf(each));
+        progress->setProgress(unsigned(i) + 1, 0, &cancelled);
+    }
+    progress->finish();
+    if (self)
+        working = false;
+    return !cancelled && still.isSo();
+}
+
+/// By a document of the engine, so that encoding and line ends are those of its files.
+bool AnimationEditorPrivate::writeFile(const QString &path, const QString &text)
+{
+    Engine *engine = interface->engine();
+    const FilePointer file(engine ? engine->createFile(Project::FileID::Animations, list->project())
+                                  : nullptr);
+    auto *written = dynamic_cast<CodeDocument *>(file.get());
+    if (!written)
+        return false;
+    written->fromString(text + QLatin1Char('\n'));
+    return written->toFile(FileSystemArchive::instance(), path, true);
+}
+
+void AnimationEditorPrivate::importFrom()
+{
+    Engine *engine = interface->engine();
+    if (!list || working || !engine)
+        return;
+    const Still still(this);
+    const QString title = AnimationEditor::tr("Import animations");
+    const QString path =
+        getOpenFileName(window(), title, startPath("anim_path"), fileFilter(nullptr));
+    if (path.isEmpty() || !still.isSo())
+        return;
+    keepOption("anim_path", QFileInfo(path).absolutePath());
+    const FilePointer file(engine->createFile(Project::FileID::Animations, list->project()));
+    Animations *source = listOf(file.get());
+    if (!source || !file->fromFile(FileSystemArchive::instance(), path, true)) {
+        showWarning(window(), title,
+                    AnimationEditor::tr("The file '%1' could not be read!")
+                        .arg(QDir::toNativeSeparators(path)));
+        return;
+    }
+    const QList<int> rows = pickRows(title, source, 0);
+    if (rows.isEmpty() || !still.isSo())
+        return;
+    QVector<Incoming> items;
+    for (const int at : rows) {
+        AnimationCode *each = source->at(unsigned(at));
+        items.append({codeOf(each), each->property(QStringLiteral("Identifier")).toString()});
+    }
+    const int added = takeIn(items, ConflictPolicy::Ask);
+    if (added >= 0)
+        tellImported(added, KilnTranslator::instance()->text(71));
+}
+
+void AnimationEditorPrivate::projImport()
+{
+    Project *project = list ? list->project() : nullptr;
+    if (!project || working)
+        return;
+    const Still still(this);
+    const QString warning = AnimationEditor::tr("Warning");
+    const QString sameProject =
+        AnimationEditor::tr("You can't import from the destination project!");
+    if (interface->projectCount() < 2)
+        showWarning(window(), warning, sameProject);
+    if (!still.isSo())
+        return;
+    editor->switchToThis();
+    AnimImportDlg dialog(interface, project, window());
+    if (dialog.exec() != QDialog::Accepted || !still.isSo())
+        return;
+    const ImportOptions options = dialog.options();
+    Animations *source =
+        options.project ? listOf(options.project->file(Project::FileID::Animations)) : nullptr;
+    if (source && source == list) {
+        showWarning(window(), warning, sameProject);
+        return;
+    }
+    QVector<Incoming> items;
+    for (const ImportItem *item : options.items) {
+        const AnimationCode *each = source ? source->at(unsigned(item->row)) : nullptr;
+        if (each)
+            items.append({codeOf(each), item->name});
+    }
+    const int added = takeIn(items, options.policy);
+    if (added >= 0)
+        tellImported(added, KilnTranslator::instance()->text(72));
+}
+
+/// Whether an animation comes in at all; whom it replaces.
+bool AnimationEditorPrivate::settleConflict(Incoming &item, ConflictPolicy policy)
+{
+    item.replaced = policy == ConflictPolicy::AddAnyway ? -1 : list->find(0, item.name);
+    if (item.replaced < 0)
+        return true;
+    if (policy == ConflictPolicy::Skip)
+        return false;
+    if (policy == ConflictPolicy::Ask &&
+        !askQuestion(
+            window(), AnimationEditor::tr("Conflict resolution!"),
+            AnimationEditor::tr("Animation '%1' already exists, do you want to replace it?")
+                .arg(item.name)))
+        item.replaced = -1;
+    return true;
+}
+
+/// All questions first, then one change, behind the current animation. How many are new; -1 when
+/// the file was closed behind a box, or the user has cancelled.
+int AnimationEditorPrivate::takeIn(const QVector<Incoming> &offered, ConflictPolicy policy)
+{
+    const Still still(this);
+    const QPointer<AnimationEditorPrivate> self(this);
+    QVector<Incoming> items;
+    for (Incoming item : offered) {
+        if (settleConflict(item, policy))
+            items.append(item);
+        if (!still.isSo())
+            return -1;
+    }
+    Progress *progress = interface->progress(AnimationEditor::tr("Importing animations..."), true);
+    bool cancelled = false;
+    working = true;
+    progress->setProgress(0, unsigned(items.size()), &cancelled);
+    if (!still.isSo() || cancelled) {
+        progress->finish();
+        if (self)
+            working = false;
+        return -1;
+    }
+    const int first = row.isValid() ? row.row() + 1 : 0;
+    int added = 0;
+    write([&] {
+        // Rows are those from before: what is replaced keeps its row, and the new ones come last.
+        for (const Incoming &item : qAsConst(items)) {
+            if (item.replaced >= 0)
+                put(list->at(unsigned(item.replaced)), item);
+        }
+        for (const Incoming &item : qAsConst(items)) {
+            if (item.replaced >= 0)
+                continue;
+            put(list->insert(unsigned(first + added), list->freeIdentifier()), item);
+            ++added;
+        }
+    });
+    progress->setProgress(unsigned(items.size()), 0, &cancelled);
+    progress->finish();
+    if (!self)
+        return -1;
+    working = false;
+    if (added > 0 && still.isSameFile())
+        select(first, 0, true);
+    return still.isSameFile() ? added : -1;
+}
+
+/// The text of an animation in the place of another, under the name that it has here.
+void AnimationEditorPrivate::put(AnimationCode *target, const Incoming &item)
+{
+    const int at = list->indexOf(target);
+    if (at < 0)
+        return;
+    target->setCode(item.code);
+    AnimationCode *taken = list->at(unsigned(at));
+    const QString key = QStringLiteral("Identifier");
+    if (taken && taken->property(key).toString() != item.name)
+        taken->setProperty(key, item.name);
+}
+
+void AnimationEditorPrivate::tellImported(int count, const QString &title)
+{
+    showInformation(window(), title,
+                    count > 0
+                        ? AnimationEditor::tr("%n new animation(s) were imported!", nullptr, count)
+                        : AnimationEditor::tr("No new animation imported!"));
+}
+
+} // namespace Kiln
