@@ -125,6 +125,7 @@ void AnimationEditorPrivate::setFile(Animations *file)
     }
     stop();
     list = file;
+    moving = false;
     row = QPersistentModelIndex();
     lastRow = file ? int(file->selected()) : 0;
     frameRow = 0;
@@ -138,6 +139,12 @@ void AnimationEditorPrivate::setFile(Animations *file)
         // Who reads the text anew puts the cursor back behind this.
         connect(file->document()->model(), &QAbstractItemModel::modelReset, this,
                 &AnimationEditorPrivate::reloaded, Qt::QueuedConnection);
+        // The row is the old one until the move is told.
+        connect(file, &QAbstractItemModel::rowsAboutToBeMoved, this, [this] { moving = true; });
+        connect(file, &QAbstractItemModel::rowsMoved, this, [this] {
+            moving = false;
+            reloaded();
+        });
         connect(file, &QObject::destroyed, this, [this, file] {
             files.erase(file);
             if (!list)
@@ -262,7 +269,7 @@ void AnimationEditorPrivate::moveCursor()
 
 void AnimationEditorPrivate::contentsModified()
 {
-    if (writing) {
+    if (writing || moving) {
         stale = true;
         return;
     }

@@ -227,6 +227,7 @@ public:
     int writing = 0;              ///< open beginWrite()s
     QPointer<Animations> written; ///< the list that they began on
     bool stale = false;           ///< the text has changed within them
+    bool moving = false;          ///< an animation is between two rows
     bool syncing = false;         ///< the program moves the cursor of the text
     bool settingTick = false;
     bool working = false; ///< something runs events

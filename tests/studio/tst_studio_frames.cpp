@@ -8,6 +8,7 @@
 #include <kilnx/render/graphicsworkspace.h>
 #include <tests/render/contexts.h>
 #include <tests/render/plainuser.h>
+#include <tests/support/plainanimations.h>
 
 using namespace HostKit;
 using Kiln::ContactBoxCode;
@@ -16,36 +17,6 @@ namespace
 {
 
 const QString jab2 = QStringLiteral("frame: wren_jab_2");
-
-/// What the text says of the frame at a line, read without the library.
-struct PlainFrame {
-    PlainFrame(const QString &text, int line)
-    {
-        const QStringList lines = text.split('\n');
-        const auto is = [&lines](int at, const char *word) {
-            return lines[at].trimmed().startsWith(QLatin1String(word));
-        };
-        while (!is(line, "frame:"))
-            ++line;
-        const QRegularExpression at("at (-?\\d+) (-?\\d+)");
-        const QRegularExpressionMatch found = at.match(lines[line]);
-        offset = {found.captured(1).toInt(), found.captured(2).toInt()};
-        name = lines[line].section(':', 1).section(',', 0, 0).section(';', 0, 0).trimmed();
-        for (int i = line - 1; i >= 0 && !is(i, "frame:") && !is(i, "@"); --i) {
-            if (!is(i, "strike:") && !is(i, "body:"))
-                continue;
-            const QStringList edges = lines[i].section(':', 1).section(';', 0, 0).split(',');
-            const QPoint corner(edges[0].toInt(), edges[1].toInt());
-            boxes[is(i, "strike:") ? 0 : 1].prepend(
-                {corner,
-                 QSize(edges[2].toInt(), edges[3].toInt()) - QSize(corner.x(), corner.y())});
-        }
-    }
-
-    QString name;
-    QPoint offset;
-    QVector<QRect> boxes[2]; // that hit, and that can be hit
-};
 
 } // namespace
 
@@ -158,7 +129,7 @@ private slots:
         const auto changed = [&](const char *what) {
             QVERIFY2(text() != states.last(), what);
             states.append(text());
-            const PlainFrame plain(text(), line());
+            const PlainAnimations::Frame plain = PlainAnimations::frameAt(text(), line());
             QCOMPARE(view().boxes(ContactBoxCode::Attack)->rects(), plain.boxes[0]);
             QCOMPARE(view().boxes(ContactBoxCode::Collision)->rects(), plain.boxes[1]);
         };
@@ -170,7 +141,7 @@ private slots:
         view().mousePressed({100, 100}, Qt::RightButton, Qt::NoModifier);
         view().mouseReleased({100, 100}, Qt::RightButton, Qt::NoModifier);
         QVERIFY(!draw->isChecked());
-        QCOMPARE(PlainFrame(text(), line()).boxes[1].last().size(), QSize(11, 9));
+        QCOMPARE(PlainAnimations::frameAt(text(), line()).boxes[1].last().size(), QSize(11, 9));
         // Two boxes at once: by the keys, and away.
         const QPoint hit = Viewport::origin() + QPoint(30, -50) * double(view().zoomFactor());
         view().mousePressed(hit, Qt::LeftButton, Qt::ShiftModifier);
@@ -182,11 +153,11 @@ private slots:
         changed("both are deleted");
         drag({-9, -60}, {-7, -60});
         changed("one is dragged");
-        QVERIFY(PlainFrame(text(), line()).boxes[0].isEmpty());
+        QVERIFY(PlainAnimations::frameAt(text(), line()).boxes[0].isEmpty());
         // The picture itself, away from the boxes.
         drag({40, -10}, {44, -12});
         changed("the sprite is dragged");
-        QCOMPARE(PlainFrame(text(), line()).offset, QPoint(9, -2));
+        QCOMPARE(PlainAnimations::frameAt(text(), line()).offset, QPoint(9, -2));
         while (states.size() > 1) {
             QCOMPARE(text(), states.takeLast());
             actions()->undo->trigger();
@@ -238,7 +209,7 @@ private slots:
         QVERIFY(sprites);
         const QString name = sprites->fileName();
         QVERIFY(sprites->fromFile(sprites->archive(), name, false));
-        const int row = sprites->indexOf(0, PlainFrame(text(), line()).name);
+        const int row = sprites->indexOf(0, PlainAnimations::frameAt(text(), line()).sprite);
         QCOMPARE(view().spriteProvider()->spriteAt(0), sprites->at(unsigned(row)));
         project->removeFile(sprites);
         QCOMPARE(view().spriteProvider()->count(), 0U);
@@ -289,7 +260,7 @@ private slots:
             return view().spriteProvider()->spriteAt(0)->property("Origin").toPoint();
         };
         const auto read = [&] {
-            const PlainFrame frame(text(), line());
+            const PlainAnimations::Frame frame = PlainAnimations::frameAt(text(), line());
             const QImage picture = view().spriteProvider()->spriteAt(0)->image();
             scene.sprites = {{picture, 14, 0, frame.offset - origin(), 1, 1, 0, 1, 0}};
             for (int kind = 0; kind < 2; ++kind)
@@ -389,7 +360,7 @@ private slots:
                 history.append(text());
                 // What was dragged and not released is where the text has it again.
                 plain.setText(0, plain.text[0]);
-                plain.place(0, PlainFrame(text(), line()).offset - origin());
+                plain.place(0, PlainAnimations::frameAt(text(), line()).offset - origin());
             }
             const QString wrong = differences(plain);
             QVERIFY2(
@@ -449,7 +420,7 @@ private:
             if (!(got == wanted))
                 QDebug(&found) << what << got << "instead of" << wanted;
         };
-        const PlainFrame frame(text(), line());
+        const PlainAnimations::Frame frame = PlainAnimations::frameAt(text(), line());
         QList<ContactBoxCode *> selected;
         for (int kind = 0; kind < 2; ++kind) {
             Kiln::ContactBoxesCode *boxes = view().boxes(ContactBoxCode::BoxType(kind + 1));

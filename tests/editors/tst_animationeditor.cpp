@@ -1,0 +1,727 @@
+#include <ember/emberanimations.h>
+#include <ember/emberdocument.h>
+#include <ember/emberengine.h>
+#include <ember/emberparentproject.h>
+#include <ember/embersprites.h>
+#include <hostkit/animationview.h>
+#include <hostkit/viewport.h>
+#include <kilnx/codeedit/codeworkspace.h>
+#include <kilnx/editors/animationdlgs.h>
+#include <kilnx/image/gif.h>
+#include <kilnx/render/graphicsworkspace.h>
+#include <kilnx/render/timelinewidget.h>
+#include <tests/support/files.h>
+#include <tests/support/plainanimations.h>
+#include <tests/support/release.h>
+#include <tests/support/rows.h>
+#include <tests/support/testhost.h>
+
+#include <QtTest/QtTest>
+#include <QtWidgets/QtWidgets>
+
+using namespace Kiln;
+
+namespace
+{
+
+struct Host : TestHost {
+    unsigned int projectCount() const override { return unsigned(projects.size()); }
+    Project *project(unsigned int index) const override { return projects.value(int(index)); }
+
+    QList<Project *> projects;
+};
+
+/// An editor in a window on a file of the sample project, and the hands of its user.
+struct Bench {
+    Bench()
+    {
+        host.options = {{"native_painting", true}, {"confirm_delete", false}, {"zoom_level", 5}};
+        host.currentEngine = &EmberEngine::instance();
+        code = std::make_unique<CodeWorkspace>(host);
+        graphics = std::make_unique<GraphicsWorkspace>(host);
+        graphics->reconfig();
+        editor = std::make_unique<HostKit::AnimationView>(code.get(), graphics.get(), &viewport);
+        copyFolder(KILN_SOURCE_DIR "/examples/hero/", path("hero/"));
+        parent = EmberParentProject::open(path("hero/"), FileSystemArchive::instance());
+        host.projects = parent->openedProjects();
+        for (Project *project : host.projects) {
+            if (project->fileName().endsWith("wren.wisp"))
+                wren = project;
+        }
+        host.activeProject = wren;
+        host.switchTo(editor.get());
+        file = dynamic_cast<EmberDocument *>(wren->file(Project::FileID::Animations));
+        auto *window = qobject_cast<QMainWindow *>(host.mainWindow());
+        window->setCentralWidget(host.editorWidget);
+        window->resize(900, 600);
+        window->show();
+        window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(window));
+        // The user's hands are on the viewport.
+        viewport.widget()->setFocus();
+        if (file)
+            editor->setCurrentFile(file);
+        first = text();
+    }
+    ~Bench()
+    {
+        editor->setCurrentFile(nullptr);
+        editor.reset();
+        QList<Project *> projects = parent->openedProjects();
+        for (Project *project : projects)
+            project->release();
+        code.reset();
+        graphics.reset();
+    }
+    QString path(const QString &name) const { return directory.filePath(name); }
+    QString text() const { return file ? file->toPlainText() : QString(); }
+    EmberAnimations &list() const { return *file->animations(); }
+    TimeLineWidget &strip() const { return *graphics->timeLine(); }
+    void trigger(const QString &key) { host.action(("anim_" + key).toLatin1())->trigger(); }
+    template<class Widget>
+    Widget *field(const char *key) const
+    {
+        return qobject_cast<Widget *>(host.control(QLatin1String("anim_") + QLatin1String(key)));
+    }
+    int value(const char *key) const { return field<QSpinBox>(key)->value(); }
+    double real(const char *key) const { return field<QDoubleSpinBox>(key)->value(); }
+    void go(const char *name, int frame = 0)
+    {
+        editor->setCurrent(unsigned(list().find(0, QString(name))), unsigned(frame));
+    }
+    /// Shows a text in place of the file's.
+    void show(const QString &wanted)
+    {
+        file->fromString(wanted);
+        first = text();
+        editor->update();
+    }
+    QString place() const { return field<QLabel>("place_lb")->text(); }
+    /// Both in image pixels.
+    void drag(QPoint from, QPoint to)
+    {
+        const auto at = [this](QPoint point) {
+            return GraphicsRenderer::origin() + point * double(viewport.zoomFactor());
+        };
+        viewport.mousePressed(at(from), Qt::LeftButton, Qt::NoModifier);
+        viewport.mouseMoved(at(to), Qt::NoModifier);
+        viewport.mouseReleased(at(to), Qt::LeftButton, Qt::NoModifier);
+    }
+    /// What differs between the text and what viewport, fields and strip show of it.
+    QString differences() const;
+
+    Host host;
+    QTemporaryDir directory;
+    std::unique_ptr<CodeWorkspace> code;
+    std::unique_ptr<GraphicsWorkspace> graphics;
+    HostKit::Viewport viewport;
+    std::unique_ptr<HostKit::AnimationView> editor;
+    EmberParentProject *parent = nullptr;
+    Project *wren = nullptr;
+    EmberDocument *file = nullptr;
+    QString first; ///< the text at the start
+};
+
+QString Bench::differences() const
+{
+    QString found;
+    const auto differ = [&found](const char *what, auto got, auto wanted) {
+        if (!(got == wanted))
+            QDebug(&found) << what << got << "instead of" << wanted << ';';
+    };
+    const QVector<PlainAnimations::Animation> plain = PlainAnimations::read(text());
+    differ("animations", int(list().count()), plain.size());
+    differ("animations to choose", field<QSlider>("sel")->maximum(), qMax(0, plain.size() - 1));
+    AnimationCode *animation = editor->currentAnimation();
+    differ("there is an animation", animation != nullptr, !plain.isEmpty());
+    if (!animation || !found.isEmpty())
+        return found;
+    const int row = field<QSlider>("sel")->value();
+    const PlainAnimations::Animation &said = plain[row];
+    differ("current", list().at(unsigned(row)), animation);
+    differ("selected", int(list().selected()), row);
+    differ("name", animation->name(), said.name);
+    differ("frames", int(animation->frameCount()), said.frames.size());
+    FrameCode *frame = editor->currentFrame();
+    differ("there is a frame", frame != nullptr, !said.frames.isEmpty());
+    qint64 tick = 0;
+    auto *line = dynamic_cast<TimeLine *>(viewport.spriteProvider());
+    for (int i = 0; i < said.frames.size() && found.isEmpty(); ++i) {
+        const PlainAnimations::Frame &each = said.frames[i];
+        if (each.delay == 0)
+            continue;
+        TimeLineCell cell;
+        differ("a cell", line->at(unsigned(tick), cell), true);
+        differ("its length", cell.length, qMax(1, each.delay));
+        if (each.delay < 0)
+            break;
+        tick += each.delay;
+    }
+    if (!frame || !found.isEmpty())
+        return found;
+    const int at = field<QSlider>("frame_sel")->value();
+    const PlainAnimations::Frame &now = said.frames[at];
+    differ("frame", animation->frameAt(unsigned(at)), frame);
+    differ("offset", QPoint(value("frame_xaxis"), value("frame_yaxis")), now.offset);
+    differ("time", value("frame_time"), now.delay);
+    differ("flip", field<QComboBox>("frame_flip")->currentIndex(), now.flip);
+    const double exact = 1e-4; // four digits are shown
+    differ("scale",
+           qAbs(real("frame_xscale") - now.scale.x()) < exact &&
+               qAbs(real("frame_yscale") - now.scale.y()) < exact,
+           true);
+    differ("angle", qAbs(real("frame_angle") - now.angle) < exact, true);
+    for (int kind = 0; kind < 2; ++kind) {
+        ContactBoxesCode *boxes = viewport.boxes(ContactBoxCode::BoxType(kind + 1));
+        differ("boxes", boxes ? boxes->rects() : QVector<QRect>(), now.boxes[kind]);
+    }
+    auto *sprites = dynamic_cast<EmberSprites *>(wren->file(Project::FileID::Sprites));
+    const int sprite = sprites->indexOf(0, now.sprite);
+    SpriteProvider *shown = viewport.spriteProvider();
+    differ("sprite", shown->count() ? shown->spriteAt(0) : nullptr,
+           sprite < 0 ? nullptr : static_cast<Sprite *>(sprites->at(unsigned(sprite))));
+    differ("place", place().section(',', 0, 1),
+           QString("Animation: %1, Frame: %2").arg(said.name).arg(at + 1));
+    return found;
+}
+
+/// Everything that the text says, as the library reads it.
+QStringList dump(const Animations &list)
+{
+    QStringList lines;
+    for (AnimationCode *animation : list.animations()) {
+        QString line;
+        QDebug(&line) << animation->name() << animation->property("Title")
+                      << animation->property("Layer") << animation->property("Once");
+        for (FrameCode *frame : animation->frames()) {
+            QDebug(&line) << frame->identifier() << frame->offset() << frame->delay()
+                          << frame->scale() << frame->angle() << int(frame->flip())
+                          << frame->isLoopPoint() << frame->attackBoxes()->rects()
+                          << frame->collisionBoxes()->rects();
+        }
+        lines.append(line);
+    }
+    return lines;
+}
+
+QStringList dumpOf(const QString &text)
+{
+    const std::unique_ptr<EmberDocument, Release> fresh(
+        new EmberDocument(EmberDocument::Animations));
+    fresh->fromString(text);
+    return dump(*fresh->animations());
+}
+
+} // namespace
+
+class tst_AnimationEditor : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void declaresItsCommands()
+    {
+        const QStringList keys =
+            QString("editcode code add delete duplicate save_gif play stop frame_add frame_delete "
+                    "frameall_offset frameall_time frameall_flip frameall_scale frame_align "
+                    "box_add_attack box_add_collision box_del box_delall box_delall_anim box_type "
+                    "box_prev box_allinst optimize export import import_proj pos_left pos_up "
+                    "pos_right pos_down prev_anim next_anim prev_frame next_frame")
+                .split(' ');
+        const QVector<int> texts{47, 51, 48, 49, 50, 52, 53, 54, 59, 60, 75, 73,
+                                 74, 76, 77, 61, 62, 63, 64, 65, 66, 67, 68, 69,
+                                 70, 71, 72, 55, 56, 57, 58, 90, 91, 92, 93};
+        Bench bench;
+        QStringList declared;
+        const QList<QAction *> actions = bench.host.mainWindow()->findChildren<QAction *>(
+            QRegularExpression("^anim_"), Qt::FindDirectChildrenOnly);
+        for (const QAction *action : actions)
+            declared << action->objectName().mid(5);
+        QCOMPARE(declared, keys);
+        for (int i = 0; i < texts.size(); ++i)
+            QCOMPARE(actions[i]->text(), KilnTranslator::instance()->text(texts[i]));
+        const QStringList fields =
+            QString("sel sel_lb frame_lb frame_sel frame_sel_lb frame_xaxis_lb frame_yaxis_lb "
+                    "frame_flip_lb frame_xscale_lb frame_yscale_lb frame_angle_lb frame_time_lb "
+                    "frame_xaxis frame_yaxis frame_flip frame_xscale frame_yscale frame_angle "
+                    "frame_time onion_skin onion_sel onion_framesel onion_lb place_lb")
+                .split(' ');
+        QStringList placed;
+        for (const QString &entry : bench.host.log) {
+            const QString key = entry.section("addControl anim_", 1);
+            if (!key.isEmpty() && !keys.contains(key))
+                placed << key;
+        }
+        QCOMPARE(placed, fields);
+        // What is there rules what can be done.
+        const auto on = [&](const char *key) { return bench.host.action(key)->isEnabled(); };
+        QVERIFY(on("anim_add") && on("anim_delete") && on("anim_frame_delete"));
+        bench.show("@animation none\n");
+        QVERIFY(on("anim_add") && on("anim_delete") && !on("anim_frame_delete"));
+        bench.show("; nothing\n");
+        QVERIFY(on("anim_add") && !on("anim_delete"));
+        QCOMPARE(bench.place(), QString("Animation: none, Frame: none"));
+        QCOMPARE(bench.field<QLabel>("sel_lb")->text(), QString("0 / 0"));
+        bench.editor->deactivate();
+        QVERIFY(!on("anim_add"));
+        bench.editor->activate();
+    }
+
+    // A value that the program puts into a field does not come back into the text, and a drag
+    // writes nothing before it is released.
+    void writesNothingByItself()
+    {
+        Bench bench;
+        for (int i = 0; i < int(bench.list().count()); ++i)
+            bench.trigger("next_anim");
+        bench.go("jab", 1);
+        QCOMPARE(bench.text(), bench.first);
+        QVERIFY(!bench.file->isUndoAvailable());
+        bench.editor->deactivate();
+        bench.field<QSpinBox>("frame_xaxis")->setValue(44);
+        bench.editor->activate();
+        QCOMPARE(bench.text(), bench.first);
+        const auto at = [&](QPoint point) {
+            return GraphicsRenderer::origin() + point * double(bench.viewport.zoomFactor());
+        };
+        bench.viewport.mousePressed(at({30, -10}), Qt::LeftButton, Qt::NoModifier);
+        bench.viewport.mouseMoved(at({36, -14}), Qt::NoModifier);
+        QCOMPARE(bench.value("frame_xaxis"), 11);
+        QCOMPARE(bench.value("frame_yaxis"), -4);
+        QCOMPARE(bench.text(), bench.first);
+        bench.viewport.mouseReleased(at({36, -14}), Qt::LeftButton, Qt::NoModifier);
+        QVERIFY(bench.text().contains("frame: wren_jab_2, at 11 -4, for 2"));
+        QCOMPARE(bench.differences(), QString());
+        bench.editor->undo();
+        QCOMPARE(bench.text(), bench.first);
+        QCOMPARE(bench.value("frame_xaxis"), 5);
+    }
+
+    // The same animation and frame, or the nearest, whatever becomes of the text.
+    void keepsThePlace_data()
+    {
+        const auto add = columns<QString, QString>("from", "to");
+        add("lines above", "; Wren's", "@animation new\n\n; Wren's");
+        add("the header is another", "@animation jab, title Jab", "@animation poke, title Jab");
+        add("a frame above", "frame: wren_jab_1,", "frame: wren_jab_3\n    frame: wren_jab_1,");
+    }
+
+    void keepsThePlace()
+    {
+        const auto [from, to] = row<QString, QString>();
+        Bench bench;
+        bench.go("jab", 1);
+        QTextCursor found = bench.file->QTextDocument::find(from);
+        QVERIFY(!found.isNull());
+        found.insertText(to);
+        QCOMPARE(bench.editor->currentFrame()->identifier(), QString("wren_jab_2"));
+        QCOMPARE(bench.differences(), QString());
+        bench.editor->undo();
+        QCOMPARE(bench.editor->currentFrame()->identifier(), QString("wren_jab_2"));
+        QCOMPARE(bench.differences(), QString());
+    }
+
+    void keepsThePlaceThroughReloads()
+    {
+        Bench bench;
+        bench.go("jab", 1);
+        const QString name = bench.file->fileName();
+        writeFile(name, "@animation other\n    frame: a\n\n" + readFile(name));
+        QVERIFY(static_cast<ProjectFile *>(bench.file)
+                    ->fromFile(FileSystemArchive::instance(), name, false));
+        QTRY_COMPARE(bench.editor->currentAnimation()->name(), QString("jab"));
+        QCOMPARE(bench.differences(), QString());
+        // The nearest when it is gone, and nothing when all are.
+        const int at = bench.field<QSlider>("sel")->value();
+        bench.trigger("delete");
+        QCOMPARE(bench.field<QSlider>("sel")->value(), at);
+        bench.list().move(unsigned(at), 0);
+        QCOMPARE(bench.field<QSlider>("sel")->value(), 0);
+        QCOMPARE(bench.differences(), QString());
+        bench.go("tiptoe", 3);
+        bench.file->project()->removeFile(bench.file);
+        QVERIFY(!bench.editor->currentAnimation() && !bench.editor->currentFrame());
+        QCOMPARE(bench.viewport.spriteProvider()->count(), 0U);
+        bench.file = nullptr;
+    }
+
+    // Every command is one step of undo, and does what it says.
+    void commands_data()
+    {
+        const auto add = columns<QString, QString>("before", "after");
+        const QString two = "@animation a\n    frame: x, at 1 2, for 3, scale 2, flip h\n"
+                            "    frame: y, for 5\n    frame: z\n";
+        add("frameall_offset", two,
+            QString(two).replace("for 5", "for 5, at 1 2").replace("z", "z, at 1 2"));
+        add("frameall_time", two, QString(two).replace("for 5", "for 3").replace("z", "z, for 3"));
+        add("frameall_flip", two,
+            QString(two).replace("for 5", "for 5, flip h").replace("z", "z, flip h"));
+        add("frameall_scale", two,
+            QString(two).replace("for 5", "for 5, scale 2").replace("z", "z, scale 2"));
+        add("frame_add", two,
+            QString(two).replace("    frame: y",
+                                 "    frame: x, at 1 2, for 3, scale 2, flip h\n    frame: y"));
+        add("frame_delete", two,
+            QString(two).remove("    frame: x, at 1 2, for 3, scale 2, flip h\n"));
+        add("pos_left", two, QString(two).replace("at 1 2", "at 0 2"));
+        add("pos_up", two, QString(two).replace("at 1 2", "at 1 1"));
+        add("pos_right", two, QString(two).replace("at 1 2", "at 2 2"));
+        add("pos_down", two, QString(two).replace("at 1 2", "at 1 3"));
+        add("delete", two, "");
+        const QString boxes = "@animation a\n    strike: 0, 0, 4, 4\n    body: 1, 1, 5, 5\n"
+                              "    frame: x\n    body: 2, 2, 3, 3\n    frame: x\n";
+        add("box_delall", boxes,
+            QString(boxes).remove("    strike: 0, 0, 4, 4\n    body: 1, 1, 5, 5\n"));
+        add("box_delall_anim", boxes, "@animation a\n    frame: x\n    frame: x\n");
+        add("box_allinst", boxes,
+            QString(boxes).replace("    body: 2, 2, 3, 3\n",
+                                   "    body: 1, 1, 5, 5\n    strike: 0, 0, 4, 4\n"));
+    }
+
+    void commands()
+    {
+        const auto [before, after] = row<QString, QString>();
+        const QString command = QTest::currentDataTag();
+        Bench bench;
+        bench.show(before);
+        if (command == "box_allinst")
+            bench.host.dialogs().expectBox(QMessageBox::Yes);
+        bench.trigger(command);
+        QCOMPARE(bench.text(), after);
+        QCOMPARE(bench.differences(), QString());
+        bench.editor->undo();
+        QCOMPARE(bench.text(), before);
+        QCOMPARE(bench.differences(), QString());
+    }
+
+    void playsLoops_data()
+    {
+        const auto add = columns<QString, QVector<int>, bool>("text", "rows", "ends");
+        const QString head = "@animation a";
+        add("once", head + ", once\n frame: x, for 2\n frame: y\n", {0, 0, 1}, true);
+        add("a frame that stays", head + "\n frame: x\n frame: y, for ever\n frame: z\n", {0, 1},
+            true);
+        add("from the start", head + "\n frame: x, for 2\n frame: y\n", {0, 0, 1, 0, 0, 1, 0},
+            false);
+        add("from a loop point", head + "\n frame: x\n frame: y, loop\n frame: z\n",
+            {0, 1, 2, 1, 2, 1}, false);
+        add("no time", head + "\n frame: x\n frame: y, for 0\n frame: z\n", {0, 2, 0, 2}, false);
+    }
+
+    // Tick by tick, as the strip would play it.
+    void playsLoops()
+    {
+        const auto [text, rows, ends] = row<QString, QVector<int>, bool>();
+        Bench bench;
+        bench.show(text);
+        bench.trigger("play");
+        QVector<int> seen;
+        for (int i = 0; i < rows.size(); ++i) {
+            QVERIFY(bench.editor->isPlaying());
+            seen.append(bench.field<QSlider>("frame_sel")->value());
+            bench.strip().setCurrentTick(bench.strip().currentTick() + 1, false);
+        }
+        QCOMPARE(seen, rows);
+        QCOMPARE(bench.editor->isPlaying(), !ends);
+        QCOMPARE(bench.host.action("anim_play")->isChecked(), !ends);
+        QCOMPARE(bench.host.action("anim_stop")->isChecked(), ends);
+        // Edits are taken over without a stop, as long as there is a frame.
+        bench.trigger(ends ? "play" : "editcode");
+        QTextCursor typed(bench.file);
+        typed.insertText("; more\n");
+        QCOMPARE(bench.editor->isPlaying(), true);
+        typed.select(QTextCursor::Document);
+        typed.removeSelectedText();
+        QVERIFY(!bench.editor->isPlaying());
+        QCOMPARE(bench.text(), QString());
+    }
+
+    void optimizes()
+    {
+        Bench bench;
+        bench.show(
+            "; of the first\n@animation a, layer 0, once, once\n\n\n\n"
+            "    frame: x, at 0 0, for 1, for 7, scale 1 1, flip none, angle 0 ; keep\n"
+            "    strike: 0, 0, 4, 4\n    frame: y, at 1 0, sparkle\n    body: 1, 1, 2, 2\n\n\n"
+            "@animation b, title T\n    frame: z, for ever\n");
+        const QStringList before = dumpOf(bench.text());
+        bench.host.dialogs().expectBox(QMessageBox::Ok);
+        const int lines = bench.file->blockCount();
+        bench.trigger("optimize");
+        QVERIFY(bench.text() != bench.first);
+        QCOMPARE(dumpOf(bench.text()), before);
+        QVERIFY(bench.text().contains("frame: x ; keep"));
+        QCOMPARE(bench.host.dialogs().seen().last().text,
+                 QString("Code clean, and %1 line(s) were removed in the optimization!")
+                     .arg(lines - bench.file->blockCount()));
+        bench.editor->undo();
+        QCOMPARE(bench.text(), bench.first);
+    }
+
+    // Every animation of the sample, read by another program.
+    void savesGIFs()
+    {
+        Bench bench;
+        const QString gif = bench.path("one.gif");
+        for (int row = 0; row < int(bench.list().count()); ++row) {
+            bench.editor->setCurrent(unsigned(row), 0);
+            const PlainAnimations::Animation said = PlainAnimations::read(bench.text())[row];
+            QRect canvas;
+            QStringList delays;
+            auto *sprites =
+                dynamic_cast<EmberSprites *>(bench.wren->file(Project::FileID::Sprites));
+            for (const PlainAnimations::Frame &frame : said.frames) {
+                Sprite *sprite = sprites->at(unsigned(sprites->indexOf(0, frame.sprite)));
+                const QSize size = sprite->image().size();
+                QPoint origin = sprite->property("Origin").toPoint();
+                if (frame.flip & 2)
+                    origin.setX(size.width() - origin.x());
+                if (frame.flip & 1)
+                    origin.setY(size.height() - origin.y());
+                // As the viewport places it: whole pixels before the scale, cut behind it.
+                const QPointF &scale = frame.scale;
+                const QPoint corner = QPoint(qRound(frame.offset.x() / scale.x()),
+                                             qRound(frame.offset.y() / scale.y())) -
+                                      origin;
+                canvas |= QRect(int(corner.x() * scale.x()), int(corner.y() * scale.y()),
+                                int(size.width() * scale.x()), int(size.height() * scale.y()));
+                delays << QString::number((frame.delay < 0 ? 60 : frame.delay) * 100 / 60);
+                if (frame.delay < 0)
+                    break;
+            }
+            bench.host.dialogs().expectFiles({gif});
+            bench.trigger("save_gif");
+            QProcess reader;
+            reader.start("identify", {"-format", "%T %W %H\n", gif});
+            QVERIFY(reader.waitForFinished());
+            const QStringList told =
+                QString(reader.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
+            QStringList wanted;
+            for (const QString &delay : qAsConst(delays))
+                wanted << QString("%1 %2 %3")
+                              .arg(delays.size() > 1 ? delay : "0")
+                              .arg(canvas.width())
+                              .arg(canvas.height());
+            QVERIFY2(told == wanted,
+                     qPrintable(said.name + told.join('|') + " not " + wanted.join('|')));
+            QFile::remove(gif);
+        }
+        bench.show("@animation empty\n");
+        bench.host.dialogs().expectBox(QMessageBox::Ok);
+        bench.trigger("save_gif");
+        QCOMPARE(bench.host.dialogs().seen().last().text,
+                 QString("You can't save an empty animation as GIF."));
+        QVERIFY(!QFile::exists(gif));
+    }
+
+    // Out to a file, and back in under each answer.
+    void exportsAndImports()
+    {
+        Bench bench;
+        const QString out = bench.path("out.flick");
+        bench.host.dialogs().expectDialog([](QDialog *dialog) {
+            auto *view = dialog->findChild<QListView *>();
+            view->selectAll();
+            dialog->accept();
+        });
+        bench.host.dialogs().expectFiles({out});
+        bench.trigger("export");
+        QVERIFY(readFile(out).contains("\r\n"));
+        QCOMPARE(dumpOf(QString(readFile(out)).remove('\r')), dumpOf(bench.first));
+        const auto import = [&](QMessageBox::StandardButton answer) {
+            bench.host.dialogs().expectFiles({out});
+            bench.host.dialogs().expectDialog([](QDialog *dialog) {
+                auto *view = dialog->findChild<QListView *>();
+                view->selectionModel()->select(view->model()->index(1, 0),
+                                               QItemSelectionModel::ClearAndSelect);
+                dialog->accept();
+            });
+            bench.host.dialogs().expectBox(answer);
+            bench.host.dialogs().expectBox(QMessageBox::Ok);
+            bench.trigger("import");
+            return bench.host.dialogs().seen().last().text;
+        };
+        QCOMPARE(import(QMessageBox::Yes), QString("No new animation imported!"));
+        QCOMPARE(dumpOf(bench.text()), dumpOf(bench.first));
+        const unsigned int count = bench.list().count();
+        QVERIFY(import(QMessageBox::No).startsWith("1 new animation"));
+        QCOMPARE(bench.list().count(), count + 1);
+        QCOMPARE(bench.differences(), QString());
+        bench.editor->undo();
+        QCOMPARE(bench.list().count(), count);
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+    }
+
+    void aligns_data()
+    {
+        const auto add = columns<int, QPointF, QRect>("operation", "amount", "box");
+        const QRect from(-4, 2, 8, 6);
+        add("axis", AnimAlign::OffsetAxis, {3, 3}, from);
+        add("boxes", AnimAlign::OffsetBoxes, {3, -2}, {-1, 0, 8, 6});
+        add("upper left", AnimAlign::ResizeTopLeft, {3, -2}, {-1, 0, 5, 8});
+        add("upper left, too far", AnimAlign::ResizeTopLeft, {30, 30}, {3, 7, 1, 1});
+        add("lower right", AnimAlign::ResizeBottomRight, {3, -2}, {-4, 2, 11, 4});
+        add("lower right, too far", AnimAlign::ResizeBottomRight, {-30, -30}, {-4, 2, 1, 1});
+        add("scale", AnimAlign::ScaleBoxes, {1.5, 0.5}, {-6, 1, 12, 3});
+    }
+
+    void aligns()
+    {
+        const auto [operation, amount, box] = row<int, QPointF, QRect>();
+        QCOMPARE(AnimAlign::aligned(QRect(-4, 2, 8, 6), AnimAlign::Operation(operation), amount),
+                 box);
+        Bench bench;
+        bench.show("@animation a\n body: -4, 2, 4, 8\n frame: x\n body: -4, 2, 4, 8\n frame: y\n");
+        bench.host.dialogs().expectDialog(
+            [operation = operation, amount = amount](QDialog *dialog) {
+                dialog->findChild<QComboBox *>("operation")->setCurrentIndex(operation);
+                dialog->findChild<QDoubleSpinBox *>("x")->setValue(amount.x());
+                dialog->findChild<QDoubleSpinBox *>("y")->setValue(amount.y());
+                dialog->accept();
+            });
+        bench.trigger("frame_align");
+        for (unsigned int i = 0; i < 2; ++i) {
+            const FrameCode *frame = bench.editor->currentAnimation()->frameAt(i);
+            QCOMPARE(frame->collisionBoxes()->rects(), QVector<QRect>{box});
+            QCOMPARE(frame->offset(), operation == 0 ? QPoint(3, 3) : QPoint());
+        }
+        QVERIFY(operation > 0 || bench.differences().isEmpty());
+        bench.editor->undo();
+        QCOMPARE(bench.text(), bench.first);
+    }
+
+    // The file goes away behind every box that a command opens.
+    void closesBehindBoxes_data()
+    {
+        columns<QString>("command");
+        for (const char *command : {"delete", "frame_delete", "duplicate", "box_allinst", "code",
+                                    "frame_align", "export", "import", "import_proj", "save_gif"})
+            QTest::newRow(command) << QString(command);
+    }
+
+    void closesBehindBoxes()
+    {
+        const auto [command] = row<QString>();
+        Bench bench;
+        bench.host.options["confirm_delete"] = true;
+        bench.go("jab", 1);
+        bench.host.dialogs().expectDialog([&](QDialog *dialog) {
+            bench.wren->removeFile(bench.file);
+            bench.file = nullptr;
+            auto *box = qobject_cast<QMessageBox *>(dialog);
+            if (box)
+                box->button(QMessageBox::Yes)->click();
+            else if (auto *files = qobject_cast<QFileDialog *>(dialog))
+                files->reject();
+            else
+                dialog->accept();
+        });
+        bench.trigger(command);
+        QVERIFY(!bench.editor->currentAnimation());
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+    }
+
+    void randomAnimator_data()
+    {
+        columns<unsigned int>("seed");
+        for (unsigned int seed = 1; seed <= 4; ++seed)
+            QTest::newRow(qPrintable(QString::number(seed))) << seed;
+    }
+
+    // Commands, fields, drags, typed text, undo and playback at random: what is shown is what the
+    // text says, a fresh document reads the same, and undo leads back to the first bytes.
+    void randomAnimator();
+};
+
+void tst_AnimationEditor::randomAnimator()
+{
+    QFETCH(unsigned int, seed);
+    QRandomGenerator random(seed);
+    const auto below = [&random](int bound) { return random.bounded(bound); };
+    Bench bench;
+    const QStringList commands =
+        QString("add delete frame_add frame_delete frameall_offset frameall_time frameall_flip "
+                "frameall_scale box_del box_delall box_type box_prev pos_left pos_up pos_right "
+                "pos_down prev_anim next_anim prev_frame next_frame next_frame next_anim play stop "
+                "box_add_attack box_add_collision editcode")
+            .split(' ');
+    const QStringList lines{"    frame: wren_jab_1, at 3 4, for 2",
+                            "    body: 1, 2, 9, 8",
+                            "    strike: -9, -9, 4, 4",
+                            "@animation more, layer 1",
+                            "; a remark",
+                            "    frame: nobody, for 0",
+                            "    frame: wren_stand_1, for ever",
+                            "    frame: wren_walk_2, loop"};
+    QStringList log;
+    for (int step = 0; step < 400; ++step) {
+        const int what = below(100);
+        log << QString::number(what);
+        if (what < 40) {
+            const QString command = commands[below(commands.size())];
+            log.last() += ' ' + command;
+            bench.trigger(command);
+        } else if (what < 44) {
+            bench.host.dialogs().expectBox(QMessageBox::No);
+            QAction *duplicate = bench.host.action("anim_duplicate");
+            if (duplicate->isEnabled())
+                duplicate->trigger();
+            else
+                bench.trigger("add");
+            if (bench.host.dialogs().seen().isEmpty() || !duplicate->isEnabled())
+                continue;
+        } else if (what < 56) {
+            const char *wholes[] = {"frame_xaxis", "frame_yaxis", "frame_time"};
+            const char *reals[] = {"frame_xscale", "frame_yscale", "frame_angle"};
+            if (below(2))
+                bench.field<QSpinBox>(wholes[below(3)])->setValue(below(60) - 20);
+            else
+                bench.field<QDoubleSpinBox>(reals[below(3)])->setValue(below(16) / 4.0 - 1);
+        } else if (what < 60) {
+            bench.field<QSlider>(below(2) ? "sel" : "frame_sel")->setValue(below(20));
+        } else if (what < 64) {
+            bench.field<QSlider>(below(2) ? "onion_sel" : "onion_framesel")->setValue(below(5));
+            bench.field<QCheckBox>("onion_skin")->setChecked(below(3));
+        } else if (what < 78) {
+            bench.drag({below(80) - 40, -below(90)}, {below(80) - 40, -below(90)});
+        } else if (what < 82) {
+            const int keys[] = {Qt::Key_Left, Qt::Key_Up, Qt::Key_Delete, Qt::Key_Escape};
+            bench.viewport.keyPressed(keys[below(4)], Qt::NoModifier);
+        } else if (what < 90) {
+            QTextBlock line = bench.file->findBlockByNumber(below(bench.file->blockCount()));
+            QTextCursor cursor(line);
+            if (below(3))
+                cursor.insertText(lines[below(lines.size())] + '\n');
+            else if (bench.file->blockCount() > 20) {
+                cursor.movePosition(QTextCursor::NextBlock, QTextCursor::KeepAnchor);
+                cursor.removeSelectedText();
+            }
+        } else if (what < 93) {
+            QTextCursor cursor(bench.file->findBlockByNumber(below(bench.file->blockCount())));
+            bench.code->editor()->setTextCursor(cursor);
+        } else if (what < 97) {
+            bench.editor->undo();
+        } else if (what < 99) {
+            bench.editor->redo();
+        } else {
+            bench.strip().setCurrentTick(unsigned(below(60)), false);
+        }
+        QCoreApplication::processEvents();
+        const QString wrong = bench.differences();
+        QVERIFY2(
+            wrong.isEmpty(),
+            qPrintable(QString("step %1: %2\n%3")
+                           .arg(step)
+                           .arg(wrong, QStringList(log.mid(qMax(0, log.size() - 8))).join("; "))));
+        if (step % 20 == 0)
+            QCOMPARE(dump(bench.list()), dumpOf(bench.text()));
+    }
+    bench.trigger("stop");
+    while (bench.file->isUndoAvailable())
+        bench.editor->undo();
+    QCOMPARE(bench.text(), bench.first);
+    QCOMPARE(bench.differences(), QString());
+}
+
+QTEST_MAIN(tst_AnimationEditor)
+#include "tst_animationeditor.moc"
