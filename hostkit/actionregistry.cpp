@@ -46,6 +46,48 @@ const QMap<QString, int> viewKeys{
     {"spr_tool_paintbucket", Qt::Key_G},
 };
 
+constexpr int chord = Qt::CTRL + Qt::ALT;
+constexpr int otherChord = chord + Qt::SHIFT;
+
+/// Keys of commands that count in the whole window, while their editor enables them.
+const QMap<QString, int> windowKeys{
+    {"anim_editcode", chord + Qt::Key_E},
+    {"anim_code", chord + Qt::Key_C},
+    {"anim_add", chord + Qt::Key_N},
+    {"anim_delete", otherChord + Qt::Key_N},
+    {"anim_duplicate", chord + Qt::Key_D},
+    {"anim_save_gif", chord + Qt::Key_G},
+    {"anim_play", Qt::Key_F9},
+    {"anim_stop", Qt::SHIFT + Qt::Key_F9},
+    {"anim_frame_add", chord + Qt::Key_F},
+    {"anim_frame_delete", otherChord + Qt::Key_F},
+    {"anim_frameall_offset", otherChord + Qt::Key_P},
+    {"anim_frameall_time", otherChord + Qt::Key_T},
+    {"anim_frameall_flip", otherChord + Qt::Key_M},
+    {"anim_frameall_scale", otherChord + Qt::Key_Z},
+    {"anim_frame_align", chord + Qt::Key_L},
+    {"anim_box_add_attack", chord + Qt::Key_A},
+    {"anim_box_add_collision", chord + Qt::Key_B},
+    {"anim_box_del", chord + Qt::Key_Backspace},
+    {"anim_box_delall", otherChord + Qt::Key_Backspace},
+    {"anim_box_delall_anim", otherChord + Qt::Key_B},
+    {"anim_box_type", chord + Qt::Key_X},
+    {"anim_box_prev", chord + Qt::Key_V},
+    {"anim_box_allinst", otherChord + Qt::Key_V},
+    {"anim_optimize", chord + Qt::Key_O},
+    {"anim_export", otherChord + Qt::Key_E},
+    {"anim_import", chord + Qt::Key_I},
+    {"anim_import_proj", otherChord + Qt::Key_I},
+    {"anim_pos_left", Qt::ALT + Qt::SHIFT + Qt::Key_Left},
+    {"anim_pos_up", Qt::ALT + Qt::SHIFT + Qt::Key_Up},
+    {"anim_pos_right", Qt::ALT + Qt::SHIFT + Qt::Key_Right},
+    {"anim_pos_down", Qt::ALT + Qt::SHIFT + Qt::Key_Down},
+    {"anim_prev_anim", chord + Qt::Key_Home},
+    {"anim_next_anim", chord + Qt::Key_End},
+    {"anim_prev_frame", chord + Qt::Key_PageUp},
+    {"anim_next_frame", chord + Qt::Key_PageDown},
+};
+
 } // namespace
 
 ActionRegistry::ActionRegistry(QWidget *window)
@@ -95,6 +137,16 @@ QAction *ActionRegistry::add(const ActionRequest &request)
 QAction *ActionRegistry::action(const QString &key) const
 {
     return m_entries.value(key).action;
+}
+
+QList<QAction *> ActionRegistry::actions() const
+{
+    QList<QAction *> made;
+    for (const Entry &entry : m_entries) {
+        if (entry.action)
+            made.append(entry.action);
+    }
+    return made;
 }
 
 QObject *ActionRegistry::receiver(const QAction *action) const

@@ -43,6 +43,9 @@ public:
     /// is known already is taken over by the new action.
     QAction *add(const ActionRequest &request);
 
+    /// All of them, by their keys.
+    QList<QAction *> actions() const;
+
     /// The action of a key, null if there is none.
     QAction *action(const QString &key) const;
 

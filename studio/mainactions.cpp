@@ -160,6 +160,8 @@ void MainActions::makeOtherMenus(Menus *menus)
         settings->setShortcut(QKeySequence(Qt::CTRL + Qt::Key_Comma));
     settings->setMenuRole(QAction::PreferencesRole);
     engines = make("engines", tr("&Engines..."), tr("Edit the list of engines"));
+    keys = make("keys", tr("&Keys..."), tr("Show the keys of all commands"));
+    keys->setShortcut(QKeySequence(Qt::Key_F1));
     about = make("about", tr("&About Kiln Studio"), QString());
     about->setMenuRole(QAction::AboutRole);
 
@@ -168,7 +170,7 @@ void MainActions::makeOtherMenus(Menus *menus)
     project->addSeparator();
     project->addActions({saveProjectAs, backup, restore});
     menus->menu(QStringLiteral("tools"))->addActions({settings, engines});
-    menus->menu(QStringLiteral("help"))->addAction(about);
+    menus->menu(QStringLiteral("help"))->addActions({keys, about});
 }
 
 void MainActions::makeToolBar()

@@ -59,6 +59,7 @@ public:
     QAction *run;
     QAction *settings;
     QAction *engines;
+    QAction *keys;
     QAction *about;
 
     QMenu *newMenu;

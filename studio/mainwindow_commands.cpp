@@ -4,6 +4,7 @@
 
 #include "findbar.h"
 #include "findinfilesdock.h"
+#include "keyspage.h"
 #include "mainactions.h"
 #include "messagesdock.h"
 #include "panelcycle.h"
@@ -132,6 +133,8 @@ void MainWindow::connectOtherActions()
     connect(m_actions->run, &QAction::triggered, this, &MainWindow::runInEngine);
     connect(m_actions->settings, &QAction::triggered, this, [this] { showSettings(false); });
     connect(m_actions->engines, &QAction::triggered, this, [this] { showSettings(true); });
+    connect(m_actions->keys, &QAction::triggered, this,
+            [this] { KeysPage(m_host.actions(), this).exec(); });
     connect(m_actions->about, &QAction::triggered, this, &MainWindow::showAbout);
 }
 

@@ -112,8 +112,12 @@ QWidget *AnimationEditorPrivate::window() const
 AnimationEditorPrivate::FileData &AnimationEditorPrivate::fileData()
 {
     std::unique_ptr<EditorData> &data = files[list];
-    if (!data)
+    if (!data) {
         data = std::make_unique<FileData>();
+        // Also while another file is shown.
+        connect(list, &QObject::destroyed, editor,
+                [this, file = list.data()] { files.erase(file); });
+    }
     return static_cast<FileData &>(*data);
 }
 
@@ -145,11 +149,7 @@ void AnimationEditorPrivate::setFile(Animations *file)
             moving = false;
             reloaded();
         });
-        connect(file, &QObject::destroyed, this, [this, file] {
-            files.erase(file);
-            if (!list)
-                setFile(nullptr);
-        });
+        connect(file, &QObject::destroyed, this, [this] { setFile(nullptr); });
         const AnimationCode *selected = file->at(bounded(lastRow, int(file->count())));
         frameRow = selected ? int(selected->selectedFrame()) : 0;
     }

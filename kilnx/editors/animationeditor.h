@@ -35,6 +35,8 @@ class Sprites;
 /// "onion_opacity" (0 to 1), "onion_effect" (GraphicsRenderer::OnionEffect), "guide_x", "guide_y",
 /// "native_painting", "gif_path", "anim_path", "project_path" and "anim_editcode_geometry".
 ///
+/// An animation whose property "Once" is true is played once; all others go on at their loop point.
+///
 /// An engine or host derives from it to say how its frames show their sprites: spriteProperty(),
 /// offsetToParentFromInterpolation() and onionFrameChanged() belong together.
 class KILNX_EXPORT AnimationEditor : public CodeFileEditor

@@ -235,6 +235,54 @@ private slots:
         QVERIFY(isShown() && editor().currentFrame());
     }
 
+    // The help lists what the actions say, and the keys do it, whatever has the focus.
+    void everyCommandHasAKey()
+    {
+        QStringList taken;
+        QStringList animations;
+        const QList<QAction *> all = m_window->findChildren<QAction *>();
+        for (QAction *action : all) {
+            const bool isOurs = action->objectName().startsWith("anim_");
+            if (action->shortcutContext() == Qt::WindowShortcut) {
+                for (const QKeySequence &key : action->shortcuts())
+                    taken << key.toString();
+            }
+            if (isOurs) {
+                QVERIFY2(!action->shortcut().isEmpty(), qPrintable(action->objectName()));
+                animations << action->text() +
+                                  action->shortcut().toString(QKeySequence::NativeText);
+            }
+        }
+        QCOMPARE(animations.size(), 35);
+        QCOMPARE(taken.removeDuplicates(), 0);
+        m_dialogs->expectDialog([&](QDialog *dialog) {
+            auto *tree = dialog->findChild<QTreeWidget *>("keys_tree");
+            for (QTreeWidgetItemIterator item(tree); *item; ++item)
+                animations.removeAll((*item)->text(0) + (*item)->text(1));
+            dialog->reject();
+        });
+        actions()->keys->trigger();
+        QCOMPARE(animations, QStringList());
+        const auto key = [this](const char *name) {
+            const int keys = m_window->findChild<QAction *>(name)->shortcut()[0];
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key(keys & ~Qt::KeyboardModifierMask),
+                            Qt::KeyboardModifiers(keys & int(Qt::KeyboardModifierMask)));
+        };
+        host().surface()->editor()->setFocus();
+        key("anim_next_frame");
+        QCOMPARE(editor().currentFrame()->identifier(), QString("wren_jab_3"));
+        key("anim_box_prev");
+        QCOMPARE(editor().currentFrame()->attackBoxes()->count(), 1U);
+        key("anim_frame_add");
+        QCOMPARE(editor().currentFrame()->index(), 3);
+        key("anim_play");
+        QVERIFY(editor().isPlaying());
+        QTRY_VERIFY(!editor().isPlaying()); // she jabs once
+        document()->undo();
+        document()->undo();
+        QVERIFY(!document()->isUndoAvailable());
+    }
+
     void randomUser_data()
     {
         columns<unsigned int>("seed");
