@@ -30,12 +30,6 @@ const QMap<QString, int> listKeys{
     {"pal_redo", Qt::ALT + Qt::SHIFT + Qt::Key_Z},
 };
 
-/// Keys that count in the whole window, while their command is enabled.
-const QMap<QString, int> windowKeys{
-    {"spr_prev", Qt::CTRL + Qt::Key_PageUp},
-    {"spr_next", Qt::CTRL + Qt::Key_PageDown},
-};
-
 /// Keys of commands on a picture. They count where their container, or what is in it, has the
 /// focus.
 const QMap<QString, int> viewKeys{
@@ -49,8 +43,10 @@ const QMap<QString, int> viewKeys{
 constexpr int chord = Qt::CTRL + Qt::ALT;
 constexpr int otherChord = chord + Qt::SHIFT;
 
-/// Keys of commands that count in the whole window, while their editor enables them.
+/// Keys that count in the whole window, while their command is enabled.
 const QMap<QString, int> windowKeys{
+    {"spr_prev", Qt::CTRL + Qt::Key_PageUp},
+    {"spr_next", Qt::CTRL + Qt::Key_PageDown},
     {"anim_editcode", chord + Qt::Key_E},
     {"anim_code", chord + Qt::Key_C},
     {"anim_add", chord + Qt::Key_N},
