@@ -211,7 +211,7 @@ Figures useZlib(const QString &from, const QString &to)
     QFile in(from);
     in.open(QIODevice::ReadOnly);
     QVector<EmberPeal::Entry> entries;
-    EmberPeal::readIndex(&in, entries);
+    EmberPack::readIndex(&in, EmberPeal::magic, entries);
     std::vector<QByteArray> blocks;
     for (const EmberPeal::Entry &entry : qAsConst(entries)) {
         in.seek(entry.offset);
