@@ -22,7 +22,7 @@ FileTabs::FileTabs(QWidget *parent)
     setDocumentMode(true);
     setExpanding(false);
     setDrawBase(false);
-    setElideMode(Qt::ElideMiddle);
+    setElideMode(Qt::ElideNone); // many names scroll
     setUsesScrollButtons(true);
     hide();
     connect(this, &QTabBar::currentChanged, this, &FileTabs::choose);

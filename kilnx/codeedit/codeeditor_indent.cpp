@@ -65,7 +65,7 @@ void CodeEditorPrivate::shiftLines(QTextCursor cursor, bool back)
     const int width = indentation.tabWidth;
     const QString step =
         indentation.spaces ? QString(width, QLatin1Char(' ')) : QStringLiteral("\t");
-    document->beginChange();
+    cursor.beginEditBlock(); // undo brings the cursor back to here
     for (int number = first; number <= last; ++number) {
         const QTextBlock block = text->findBlockByNumber(number);
         const QString line = block.text();
@@ -82,7 +82,7 @@ void CodeEditorPrivate::shiftLines(QTextCursor cursor, bool back)
         start.setPosition(block.position() + size, QTextCursor::KeepAnchor);
         start.removeSelectedText();
     }
-    document->endChange();
+    cursor.endEditBlock();
     const QTextBlock shifted = text->findBlockByNumber(last);
     cursor.setPosition(text->findBlockByNumber(first).position());
     cursor.setPosition(shifted.position() + shifted.length() - 1, QTextCursor::KeepAnchor);

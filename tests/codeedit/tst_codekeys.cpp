@@ -234,6 +234,7 @@ private slots:
         QCOMPARE(shown, after);
         m_editor->undo(); // one step
         QCOMPARE(m_editor->toPlainText(), text);
+        QCOMPARE(m_editor->textCursor().position(), end);
     }
 
     void keysWithAMeaning()

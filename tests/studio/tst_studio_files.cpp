@@ -255,6 +255,18 @@ private slots:
         QCOMPARE(tabs->tabText(tabs->indexOf(air)), "air.glow •");
         air->reload();
         QCOMPARE(tabs->tabText(tabs->indexOf(air)), "air.glow");
+        // An editor may hold changes that its file has not got yet.
+        QVERIFY(host().desk().openFile(path("heroes/wren/wren.gleam"), 0));
+        const int sprites = tabs->currentIndex();
+        m_window->findChild<QAction *>("spr_image_fliph")->trigger();
+        QCOMPARE(tabs->tabText(sprites), "wren.gleam •");
+        host().desk().showFile(air);
+        QCOMPARE(tabs->tabText(sprites), "wren.gleam •");
+        host().desk().showFile(tabs->files().at(sprites));
+        actions()->undo->trigger();
+        tabs->resize(tabs->tabRect(sprites).size()); // names stay whole, and scroll
+        QVERIFY(tabs->tabRect(sprites).width() >
+                tabs->fontMetrics().horizontalAdvance(tabs->tabText(sprites)));
         while (tabs->count() > 0)
             actions()->closeFile->trigger();
         QVERIFY(!document());
