@@ -270,6 +270,7 @@ HostBase::HostBase(QMainWindow *window, const Paths &paths)
 HostBase::~HostBase()
 {
     d->session.close();
+    d->deck->switchTo(nullptr); // while it can be asked what an editor lets go of
     d->recovery.reset();
     d->saving.reset();
     d->desk.reset();

@@ -63,7 +63,7 @@ KeysPage::KeysPage(const ActionRegistry &actions, QWidget *window)
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(tree, 1);
     layout->addWidget(buttons);
-    resize(520, 560);
+    resize(760, 560);
 }
 
 } // namespace Studio

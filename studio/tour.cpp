@@ -93,6 +93,9 @@ bool Tour::run()
     step("organizer", [this] { return organize(); });
     step("frame", [this] { return showFrame(); });
     step("frame-zoom", [this] { return zoomFrame(); });
+    step("frame-play", [this] { return playFrames(); });
+    step("frame-align", [this] { return alignFrames(); });
+    step("keys", [this] { return showKeys(); });
     step("boxes", [this] { return editBoxes(); });
     step("frame-native", [this] { return paintNatively(); });
     step("sprite", [this] { return showSprite(); });

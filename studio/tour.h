@@ -74,6 +74,9 @@ private:
     // Those of the viewport, in tour_viewport.cpp.
     bool showFrame();
     bool zoomFrame();
+    bool playFrames();
+    bool alignFrames();
+    bool showKeys();
     bool editBoxes();
     bool paintNatively();
     bool darkFrame();

@@ -15,10 +15,14 @@
 #include <kilnx/code/framecode.h>
 #include <kilnx/render/glrenderwidget.h>
 #include <kilnx/render/graphicsworkspace.h>
+#include <kilnx/render/timelinewidget.h>
 
 #include <QAction>
 #include <QApplication>
+#include <QDialog>
+#include <QDoubleSpinBox>
 #include <QTest>
+#include <QTreeWidget>
 #include <QWheelEvent>
 
 namespace Studio
@@ -83,6 +87,53 @@ bool Tour::zoomFrame()
                       Qt::NoModifier, Qt::NoScrollPhase, false);
     QApplication::sendEvent(widget, &notch);
     return check(view.zoomFactor() > before, "the wheel zooms in");
+}
+
+// Plays a walk that has no end, types into the text meanwhile, and takes that back.
+bool Tour::playFrames()
+{
+    AnimationView *editor = d->window->host().animationView();
+    const QString before = text();
+    goToText(QStringLiteral("@animation walk"));
+    d->window->host().actionByKey("anim_play")->trigger();
+    Kiln::TimeLineWidget *strip = editor->graphicsWorkspace()->timeLine();
+    const bool ran = QTest::qWaitFor([strip] { return strip->currentTick() > 12; });
+    QTextCursor cursor(d->window->host().surface()->document());
+    cursor.insertText(QStringLiteral("; while she walks\n"));
+    const bool plays = check(ran && editor->isPlaying(), "it plays, whatever is typed") &&
+                       check(editor->currentFrame()->index() > 0, "another frame is shown");
+    picture(d->step);
+    d->window->host().actionByKey("anim_stop")->trigger();
+    d->window->actions()->undo->trigger();
+    goToText(QStringLiteral("frame: wren_jab_2"));
+    return plays && check(!editor->isPlaying() && text() == before, "it stops");
+}
+
+bool Tour::alignFrames()
+{
+    const QString before = text();
+    const auto open = [this] { d->window->host().actionByKey("anim_frame_align")->trigger(); };
+    const bool answered = throughDialog(open, [this](QDialog *dialog) {
+        auto *y = dialog->findChild<QDoubleSpinBox *>(QStringLiteral("y"));
+        y->setValue(-8);
+        picture(d->step);
+        dialog->accept();
+        return true;
+    });
+    const bool moved = answered && check(text() != before, "all frames of the animation are moved");
+    d->window->actions()->undo->trigger();
+    return moved && check(text() == before, "one step of undo takes it back");
+}
+
+bool Tour::showKeys()
+{
+    const auto open = [this] { d->window->actions()->keys->trigger(); };
+    return throughDialog(open, [this](QDialog *dialog) {
+        const auto *tree = dialog->findChild<QTreeWidget *>(QStringLiteral("keys_tree"));
+        picture(d->step);
+        dialog->reject();
+        return check(tree && tree->topLevelItemCount() > 2, "the keys of all editors are listed");
+    });
 }
 
 // Draws a box, drags one of its handles and moves it by a key, and takes all that back.

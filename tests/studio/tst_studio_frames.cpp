@@ -233,6 +233,10 @@ private slots:
         QVERIFY(host().openProject(hero()));
         open("heroes/wren/wren.flick");
         QVERIFY(isShown() && editor().currentFrame());
+        // A window goes with the editor that it shows, also without a file.
+        QVERIFY(host().closeProject());
+        host().deck().switchTo(&editor());
+        m_window.reset();
     }
 
     // The help lists what the actions say, and the keys do it, whatever has the focus.
