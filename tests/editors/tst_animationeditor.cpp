@@ -552,6 +552,57 @@ private Q_SLOTS:
         QCOMPARE(bench.host.dialogs().finish(), QString());
     }
 
+    void importsFromAProject_data()
+    {
+        const auto add = columns<int, QString, QStringList>("policy", "told", "names");
+        const QString one = "1 new animation(s) were imported!";
+        add("replace", 1, one, {"a", "b", "new"});
+        add("skip", 2, one, {"a", "b", "new"});
+        add("add anyway", 3, "2 new animation(s) were imported!", {"a", "a", "new", "b"});
+    }
+
+    void importsFromAProject()
+    {
+        const auto [policy, told, names] = row<int, QString, QStringList>();
+        Bench bench;
+        bench.show("@animation a\n    frame: here\n\n@animation b\n");
+        Project *moss = nullptr;
+        for (Project *project : qAsConst(bench.host.projects)) {
+            if (project->fileName().endsWith("moss.wisp"))
+                moss = project;
+        }
+        auto *source = dynamic_cast<EmberDocument *>(
+            EmberEngine::instance().createFile(Project::FileID::Animations, moss));
+        moss->addFile(source, Project::FileID::Animations);
+        source->fromString("@animation a\n    frame: there\n@animation c\n    frame: c\n");
+        bench.host.dialogs().expectDialog([&, policy = policy](QDialog *dialog) {
+            auto *projects = dialog->findChild<QComboBox *>("projects");
+            projects->setCurrentIndex(projects->findText(moss->displayName()));
+            dialog->findChild<QListView *>("source")->selectAll();
+            dialog->findChild<QPushButton *>("add")->click();
+            QAbstractItemModel *chosen = dialog->findChild<QListView *>("destination")->model();
+            QVERIFY(chosen->setData(chosen->index(1, 0), "new", Qt::EditRole));
+            dialog->findChildren<QRadioButton *>()[policy]->click();
+            dialog->accept();
+        });
+        bench.host.dialogs().expectBox(QMessageBox::Ok);
+        bench.trigger("import_proj");
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+        QCOMPARE(bench.host.dialogs().seen().last().text, told);
+        QStringList found;
+        for (AnimationCode *animation : bench.list().animations())
+            found << animation->name();
+        found.sort();
+        QStringList wanted = names;
+        wanted.sort();
+        QCOMPARE(found, wanted);
+        QCOMPARE(bench.list().at(0)->frameAt(0)->identifier(),
+                 QString(policy == 1 ? "there" : "here"));
+        QCOMPARE(bench.differences(), QString());
+        bench.editor->undo();
+        QCOMPARE(bench.text(), bench.first);
+    }
+
     void aligns_data()
     {
         const auto add = columns<int, QPointF, QRect>("operation", "amount", "box");
