@@ -119,7 +119,11 @@ void MainWindow::makeFile(const QString &directory)
     const QString path = QDir::cleanPath(directory + name);
     if (name.isEmpty() || !m_host.session().parentProject())
         return;
-    if (QFileInfo::exists(path))
+    const QString base = QDir::cleanPath(m_host.session().parentProject()->basePath());
+    if (!path.startsWith(base + QLatin1Char('/')))
+        Kiln::showWarning(
+            this, title, tr("'%1' is outside of the project.").arg(QDir::toNativeSeparators(path)));
+    else if (QFileInfo::exists(path))
         Kiln::showWarning(this, title,
                           tr("'%1' exists already.").arg(QDir::toNativeSeparators(path)));
     else if (Kiln::ProjectFile *file = m_host.session().createFile(path, 0))

@@ -396,11 +396,12 @@ void SpriteEditorPrivate::crop()
 {
     if (!sprite() || canvas().size.isEmpty())
         return;
-    const auto hasContent = [this](const ImageLayer *each) {
-        return each->contentRect().intersects(QRect(QPoint(), canvas().size));
-    };
-    const QList<ImageLayer *> &layers = canvas().layers.list;
-    if (std::none_of(layers.cbegin(), layers.cend(), hasContent))
+    const QRect whole(QPoint(), canvas().size);
+    QRect content;
+    for (const ImageLayer *each : qAsConst(canvas().layers.list))
+        content |= each->contentRect();
+    content &= whole;
+    if (content.isEmpty() || content == whole)
         return;
     canvas().undoStack.beginMacro(QStringLiteral("crop"));
     const QPoint moved = canvas().crop();

@@ -13,7 +13,7 @@ class ProjectFile;
 /// editors of code, sprites, sounds and animations, which add what their type needs.
 ///
 /// The current file belongs to its Project, not to the editor. Failures of loading and saving are
-/// shown by the file itself.
+/// told as ProjectFile says.
 class KILNX_EXPORT FileEditor : public Editor
 {
     Q_OBJECT

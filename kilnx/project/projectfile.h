@@ -24,8 +24,8 @@ struct ProjectFilePrivate;
 ///
 /// Editors, Project and ParentProject load, save, search and undo through it. A file is made by
 /// the engine, belongs to its Project from Project::addFile() on, and is destroyed with release(),
-/// never with `delete`. Failures of fromFile() and toFile() are shown by the file itself and told
-/// by `false`.
+/// never with `delete`. Failures of fromFile() and toFile() are told by `false`, and shown by the
+/// file itself but for what FileSystemArchive::lastError() says: that is the caller's to tell.
 class KILNX_EXPORT ProjectFile
 {
 public:

@@ -389,8 +389,11 @@ private Q_SLOTS:
                    (place.center() - bench.view()->rect().center()).manhattanLength() < 4;
         };
         QVERIFY(isInSight() || size == picture.size());
-        if (command == "spr_crop")
+        if (command == "spr_crop") {
             QCOMPARE(bytesOf(bench.canvas().flatten()), bytesOf(picture.copy(7, 3, 6, 4)));
+            bench.trigger("spr_crop"); // nothing is left to cut off
+            QCOMPARE(bench.canvas().undoStack.index(), 1);
+        }
         bench.file->at(0)->setProperty("Identifier", "named meanwhile");
         bench.editor->undo();
         QCOMPARE(bench.canvas().flatten(), picture);

@@ -424,10 +424,10 @@ private slots:
         QVERIFY(!sounds->fromFile(archive, file("missing.peal"), false));
         m_host->dialogs().expectBox(QMessageBox::Ok);
         QVERIFY(!sounds->fromFile(archive, QString(KILN_SOURCE_DIR "/LICENSE"), false));
-        m_host->dialogs().expectBox(QMessageBox::Ok);
         QVERIFY(!sounds->toFile(archive, m_directory->path(), false));
+        QVERIFY(!FileSystemArchive::lastError().isEmpty()); // for the host to tell
         QCOMPARE(m_host->dialogs().finish(), QString());
-        QCOMPARE(m_host->dialogs().seen().size(), 3);
+        QCOMPARE(m_host->dialogs().seen().size(), 2);
         for (const DialogScript::Seen &seen : m_host->dialogs().seen())
             QCOMPARE(seen.icon, QMessageBox::Critical);
         QVERIFY(sounds->fileName().isEmpty());

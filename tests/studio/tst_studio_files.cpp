@@ -369,12 +369,14 @@ private slots:
         QVERIFY(QFile::exists(path("heroes/wren/fresh.glow")));
         type("; text");
         actions()->save->trigger();
-        for (const char *wrong : {"hurt.glow", "no.type"}) { // taken, and of no kind
+        // Taken, of no kind, and outside.
+        for (const char *wrong : {"hurt.glow", "no.type", "../../../up.glow"}) {
             name(wrong);
             m_dialogs->expectBox(QMessageBox::Ok);
             choose("heroes/wren/hurt.glow", "tree_new");
         }
         QVERIFY(!QFile::exists(path("heroes/wren/no.type")));
+        QVERIFY(!QFile::exists(path("../up.glow")));
         choose("heroes/wren/hurt.glow", "tree_copy_path");
         QCOMPARE(QGuiApplication::clipboard()->text(), path("heroes/wren/hurt.glow"));
         choose("heroes/wren/hurt.glow", "tree_open");
