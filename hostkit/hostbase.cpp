@@ -19,6 +19,7 @@
 #include <hostkit/recoveryjournal.h>
 #include <hostkit/savedesk.h>
 #include <hostkit/settings.h>
+#include <hostkit/soundview.h>
 #include <hostkit/spriteview.h>
 #include <hostkit/statusfields.h>
 #include <hostkit/theme.h>
@@ -36,6 +37,7 @@
 #include <kilnx/project/fileeditor.h>
 #include <kilnx/render/graphicsworkspace.h>
 #include <kilnx/render/texture.h>
+#include <kilnx/sound/soundworkspace.h>
 
 #include <QAction>
 #include <QCoreApplication>
@@ -417,6 +419,14 @@ void HostBase::makeGraphicsEditors()
     QObject::connect(d->deck.get(), &EditorDeck::currentChanged, d.get(), show);
 }
 
+void HostBase::makeSoundEditor()
+{
+    if (d->deck->editor("sounds"))
+        return;
+    auto *workspace = d->deck->make<Kiln::SoundWorkspace>(*this);
+    d->deck->make<SoundView>(*workspace);
+}
+
 bool HostBase::openProject(const QString &directory)
 {
     const QString path = QDir::cleanPath(QDir(directory).absolutePath());
@@ -472,6 +482,8 @@ QString HostBase::text(int id) const
             context, "The engine configuration is malformed: %1 (line %2, column %3)");
     case FailureTitle:
         return QCoreApplication::translate(context, "Warning");
+    case SoundFailureText:
+        return QCoreApplication::translate(context, "The sound '%1' cannot be read.");
     case ImportFailureText:
         return QCoreApplication::translate(context, "The %1 %2 of '%3' cannot be copied.");
     case PictureFailureText:

@@ -92,6 +92,10 @@ public:
     /// otherwise.
     void makeGraphicsEditors();
 
+    /// Makes the sound workspace and the editor of sounds that stands in it. Call it after
+    /// makeCodeEditors(), whose organizer it shows the sounds in.
+    void makeSoundEditor();
+
     /// Opens a project in place of the present one, after questions about changes, shows the files
     /// that were open when it was closed last, at first its first definition, notes the directory
     /// among the recent ones, and offers unsaved work on it that an earlier run has left. False if

@@ -36,6 +36,7 @@
 #include <kilnx/editors/palettepreview.h>
 #include <kilnx/editors/projimport.h>
 #include <kilnx/editors/remapdlg.h>
+#include <kilnx/editors/soundeditor.h>
 #include <kilnx/editors/spriteeditor.h>
 #include <kilnx/editors/thumbnailseditor.h>
 #include <kilnx/editors/thumbnailsmodel.h>
@@ -45,6 +46,7 @@
 #include <kilnx/forms/itemsdialog.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/forms/paldlg.h>
+#include <kilnx/forms/resampledlg.h>
 #include <kilnx/forms/rundlg.h>
 #include <kilnx/forms/sprimport.h>
 #include <kilnx/image/codecs.h>
@@ -96,8 +98,10 @@
 #include <kilnx/render/renderwidget.h>
 #include <kilnx/render/texture.h>
 #include <kilnx/render/timelinewidget.h>
+#include <kilnx/sound/audiosamplewidget.h>
 #include <kilnx/sound/sounds.h>
 #include <kilnx/sound/soundsample.h>
+#include <kilnx/sound/soundworkspace.h>
 #include <kilnx/sound/wav.h>
 #include <kilnx/version.h>
 

@@ -57,6 +57,7 @@ MainWindow::MainWindow(const HostKit::Paths &paths, const QStringList &libraries
     makeDocks();
     loadEngines(libraries);
     m_host.makeGraphicsEditors();
+    m_host.makeSoundEditor();
     connectFileActions();
     connectEditActions();
     connectOtherActions();

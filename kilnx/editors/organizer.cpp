@@ -269,6 +269,11 @@ OrganizableObject *OrganizerEditor::object() const
     return d->object;
 }
 
+QVector<int> OrganizerEditor::selectedRows() const
+{
+    return d->selectedRows();
+}
+
 void OrganizerEditor::moveUp()
 {
     const QVector<int> rows = d->selectedRows();

@@ -4,6 +4,7 @@
 #include <kilnx/project/editor.h>
 
 #include <QtCore/QModelIndex>
+#include <QtCore/QVector>
 
 #include <memory>
 
@@ -49,6 +50,8 @@ public:
     void setObject(OrganizableObject *object);
     /// The list that is shown; null if there is none.
     OrganizableObject *object() const;
+    /// The selected rows, in the order of the list.
+    QVector<int> selectedRows() const;
 
 public Q_SLOTS:
     /// Moves the selected rows to before the row above the first of them; nothing at the top.

@@ -5,6 +5,7 @@
 #include <kilnx/image/sprite.h>
 #include <kilnx/project/interface.h>
 #include <kilnx/project/project.h>
+#include <kilnx/sound/sounds.h>
 
 #include <QtWidgets/QButtonGroup>
 #include <QtWidgets/QComboBox>
@@ -345,4 +346,16 @@ QAbstractItemModel *AnimImportDlg::sourceModel(Kiln::Project *project)
     return document ? dynamic_cast<Kiln::Animations *>(
                           document->documentEditor(Kiln::CodeNode::Animation, 0))
                     : nullptr;
+}
+
+QString SndImportDlg::itemName(QAbstractItemModel *model, int row)
+{
+    const auto *sounds = dynamic_cast<Kiln::Sounds *>(model);
+    Kiln::Sound *sound = sounds ? sounds->itemAt(unsigned(row)) : nullptr;
+    return sound ? sound->property(QStringLiteral("Identifier")).toString() : QString();
+}
+
+QAbstractItemModel *SndImportDlg::sourceModel(Kiln::Project *project)
+{
+    return dynamic_cast<Kiln::Sounds *>(project->file(Kiln::Project::FileID::Sounds));
 }

@@ -143,3 +143,16 @@ protected:
     QString itemName(QAbstractItemModel *model, int row) override;
     QAbstractItemModel *sourceModel(Kiln::Project *project) override;
 };
+
+/// The import of sounds.
+class KILNX_EXPORT SndImportDlg : public ProjImportDlg
+{
+    Q_OBJECT
+
+public:
+    using ProjImportDlg::ProjImportDlg;
+
+protected:
+    QString itemName(QAbstractItemModel *model, int row) override;
+    QAbstractItemModel *sourceModel(Kiln::Project *project) override;
+};

@@ -40,6 +40,7 @@ public:
         XmlErrorTitle = 0,      ///< of the box about a malformed engine configuration
         XmlErrorText = 1,       ///< its text: the error, its line and its column as %1, %2, %3
         FailureTitle = 2,       ///< of the boxes about single items that are no use
+        SoundFailureText = 3,   ///< a sound file that cannot be read: its name as %1
         ImportFailureText = 4,  ///< an item without data: its kind, row and project as %1, %2, %3
         PictureFailureText = 5, ///< a picture file that cannot be read: its name as %1
         NothingFoundTitle = 8

@@ -1,0 +1,66 @@
+#include <kilnx/editors/exportfiles_p.h>
+
+#include <kilnx/forms/messageboxes.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QSet>
+
+namespace Kiln
+{
+
+namespace
+{
+
+constexpr int mostListed = 8;
+
+} // namespace
+
+QStringList exportNames(const QStringList &identifiers, const QString &path)
+{
+    static const QRegularExpression reserved(QStringLiteral("[/\\\\:*?\"<>|\\x00-\\x1f]"));
+    const QFileInfo info(path);
+    QStringList names;
+    QSet<QString> used;
+    for (const QString &identifier : identifiers) {
+        const QString own = QString(identifier).replace(reserved, QStringLiteral("_"));
+        QString part = own;
+        for (int number = 2; used.contains(part.toLower()); ++number)
+            part = QStringLiteral("%1_%2").arg(own).arg(number);
+        used.insert(part.toLower());
+        names.append(info.absolutePath() + QLatin1Char('/') + info.completeBaseName() +
+                     QLatin1Char('_') + part + QLatin1Char('.') + info.suffix());
+    }
+    return names;
+}
+
+bool mayReplaceFiles(QWidget *parent,
+                     const QString &title,
+                     const QStringList &names,
+                     const QString &typed)
+{
+    QStringList there;
+    for (const QString &name : names) {
+        if (name != typed && QFileInfo::exists(name))
+            there.append(name);
+    }
+    return there.isEmpty() || askQuestion(parent, title,
+                                          QCoreApplication::translate(
+                                              "Kiln::FileEditor",
+                                              "These files exist. Do you want to replace them?\n%1")
+                                              .arg(listedFiles(there)));
+}
+
+QString listedFiles(const QStringList &names)
+{
+    QStringList shown;
+    for (const QString &name : names.mid(0, mostListed))
+        shown.append(QDir::toNativeSeparators(name));
+    if (names.size() > mostListed)
+        shown.append(QStringLiteral("..."));
+    return shown.join(QLatin1Char('\n'));
+}
+
+} // namespace Kiln
