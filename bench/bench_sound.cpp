@@ -1,6 +1,25 @@
-// Resampling beside the bare call of the converter that it uses.
+// Resampling beside the bare call of the converter that it uses, by the editor on all threads
+// beside one, and the wave of a long sound beside a scan for its peaks.
 
+#include <hostkit/hostbase.h>
+#include <hostkit/paths.h>
+#include <hostkit/soundview.h>
+#include <kilnx/forms/resampledlg.h>
+#include <kilnx/project/progress.h>
+#include <kilnx/sound/audiosamplewidget.h>
 #include <kilnx/sound/soundsample.h>
+#include <kilnx/sound/soundworkspace.h>
+
+#include <ember/embersounds.h>
+
+#include <QAction>
+#include <QApplication>
+#include <QComboBox>
+#include <QListView>
+#include <QMainWindow>
+#include <QTemporaryDir>
+#include <QThreadPool>
+#include <QTimer>
 
 #include <benchmark/benchmark.h>
 
@@ -94,6 +113,131 @@ BENCHMARK(wholeSound)
     ->Args({2, 44100, 8, 2, 44100})
     ->Args({1, 44100, 16, 2, 44100});
 
+// --- The wave
+
+HostKit::HostBase *host = nullptr;
+constexpr QSize viewSize(1200, 400);
+
+SoundSample longSound(unsigned int length)
+{
+    SoundSample sample;
+    sample.channels = 2;
+    sample.bits = 16;
+    sample.sampleRate = 44100;
+    sample.samples = sample.sampleRate * length;
+    sample.data.resize(static_cast<int>(sample.samples) * sample.frameSize());
+    auto *values = reinterpret_cast<qint16 *>(sample.data.data());
+    for (unsigned int i = 0; i < sample.samples * 2; ++i)
+        values[i] = static_cast<qint16>(i * 2654435761U >> 18);
+    return sample;
+}
+
+void showWave(benchmark::State &state)
+{
+    const SoundSample sample = longSound(unsigned(state.range(0)));
+    AudioSampleWidget view(*host);
+    view.resize(viewSize);
+    QImage picture(viewSize, QImage::Format_RGB32);
+    for (auto _ : state) {
+        view.setSound(sample);
+        view.render(&picture);
+    }
+}
+BENCHMARK(showWave)->Arg(1)->Arg(600)->Unit(benchmark::kMicrosecond);
+
+void resizeWave(benchmark::State &state)
+{
+    AudioSampleWidget view(*host);
+    view.setSound(longSound(unsigned(state.range(0))));
+    QImage picture(viewSize, QImage::Format_RGB32);
+    bool isWide = false;
+    for (auto _ : state) {
+        isWide = !isWide;
+        view.resize(viewSize.width() - isWide, viewSize.height());
+        view.render(&picture);
+    }
+}
+BENCHMARK(resizeWave)->Arg(1)->Arg(600)->Unit(benchmark::kMicrosecond);
+
+// What a view that shows peaks would have to do before it can paint.
+void peakScan(benchmark::State &state)
+{
+    const SoundSample sample = longSound(unsigned(state.range(0)));
+    const auto *values = reinterpret_cast<const qint16 *>(sample.data.constData());
+    const int columns = viewSize.width() / 2;
+    for (auto _ : state) {
+        std::vector<qint16> peaks(size_t(columns) * 4);
+        for (unsigned int frame = 0; frame < sample.samples; ++frame) {
+            const size_t column = quint64(frame) * unsigned(columns) / sample.samples;
+            for (size_t channel = 0; channel < 2; ++channel) {
+                qint16 *peak = &peaks[column * 4 + channel * 2];
+                peak[0] = std::min(peak[0], values[frame * 2 + channel]);
+                peak[1] = std::max(peak[1], values[frame * 2 + channel]);
+            }
+        }
+        benchmark::DoNotOptimize(peaks.data());
+    }
+}
+BENCHMARK(peakScan)->Arg(1)->Arg(600)->Unit(benchmark::kMicrosecond);
+
+// --- Many sounds
+
+// The editor's own command, with so many threads; the answers to its dialog are given by a timer.
+void resampleFile(benchmark::State &state)
+{
+    QThreadPool::globalInstance()->setMaxThreadCount(int(state.range(0)));
+    auto *workspace = new SoundWorkspace(*host);
+    auto *sounds = new EmberSounds(StreamCache::Memory);
+    SoundSample sample = longSound(1);
+    sample.samples /= 4;
+    sample.data.truncate(static_cast<int>(sample.samples) * sample.frameSize());
+    for (int i = 0; i < 1000; ++i)
+        sounds->insert(0, i, sample);
+    {
+        HostKit::SoundView editor(*workspace);
+        host->switchTo(&editor);
+        editor.setCurrentFile(sounds);
+        QTimer hand;
+        QObject::connect(&hand, &QTimer::timeout, [] {
+            if (auto *dialog = qobject_cast<ResampleDlg *>(QApplication::activeModalWidget())) {
+                dialog->findChild<QListView *>(QStringLiteral("items"))->selectAll();
+                dialog->findChild<QComboBox *>(QStringLiteral("sampleRate"))->setCurrentIndex(5);
+                dialog->accept();
+            }
+        });
+        hand.start(5);
+        for (auto _ : state) {
+            host->actionByKey("snd_resample")->trigger();
+            state.PauseTiming();
+            if (sounds->itemAt(999)->sampleInfo().sampleRate != 22050)
+                state.SkipWithError("nothing was resampled");
+            editor.undo();
+            state.ResumeTiming();
+        }
+        host->switchTo(nullptr);
+        editor.setCurrentFile(nullptr);
+    }
+    sounds->release();
+    workspace->release();
+    QThreadPool::globalInstance()->setMaxThreadCount(QThread::idealThreadCount());
+}
+BENCHMARK(resampleFile)
+    ->Arg(1)
+    ->Arg(2)
+    ->Iterations(1)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+
 } // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char **argv)
+{
+    QApplication application(argc, argv);
+    const QTemporaryDir directory;
+    QMainWindow window;
+    HostKit::HostBase base(&window, HostKit::Paths::below(directory.path()));
+    host = &base;
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

@@ -102,6 +102,7 @@ bool Tour::run()
     step("sprite-draw", [this] { return drawSprite(); });
     step("palette", [this] { return dragColor(); });
     step("thumbnails", [this] { return pickThumbnails(); });
+    step("sound", [this] { return playSound(); });
     step("find", [this] { return findText(); });
     step("find-in-files", [this] { return findInFiles(); });
     step("save", [this] { return saveFile(); });
@@ -113,6 +114,7 @@ bool Tour::run()
     step("dark", [this] { return darkPalette(); });
     step("dark-frame", [this] { return darkFrame(); });
     step("dark-sprite", [this] { return darkSprite(); });
+    step("dark-sound", [this] { return darkSound(); });
     d->window.reset();
     return d->failures == 0;
 }

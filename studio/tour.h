@@ -71,6 +71,10 @@ private:
     bool dragColor();
     bool pickThumbnails();
     bool darkSprite();
+    // Those of the editor of sounds, in tour_sounds.cpp.
+    bool openSound();
+    bool playSound();
+    bool darkSound();
     // Those of the viewport, in tour_viewport.cpp.
     bool showFrame();
     bool zoomFrame();

@@ -12,6 +12,7 @@
 
 #include <QtWidgets/QAbstractSlider>
 #include <QtWidgets/QAction>
+#include <QtWidgets/QMenu>
 
 #include <cmath>
 
@@ -32,24 +33,25 @@ struct EditorAction {
     const char *enabler;
     const char *checker; ///< null for a command that is not checked
     bool hasKey;         ///< that counts in the view
+    bool isButton;       ///< in the bar, too
 };
 
 const char thereIsAFile[] = "2noFile(bool)";
 const char thereIsASound[] = "2enabled(bool)";
 
 const EditorAction actions[] = {
-    {"snd_add", 151, "1add()", thereIsAFile, nullptr, true},
-    {"snd_delete", 152, "1del()", thereIsASound, nullptr, true},
-    {"snd_duplicate", 156, "1duplicate()", thereIsASound, nullptr, false},
-    {"snd_open_sample", 153, "1openSnd()", thereIsASound, nullptr, false},
-    {"snd_save_sample", 154, "1saveSndAs()", thereIsASound, nullptr, false},
-    {"snd_resample", 155, "1resample()", thereIsASound, nullptr, false},
-    {"snd_play", 157, "1play(bool)", thereIsASound, "2playing(bool)", true},
-    {"snd_play_loop", 158, "1playLoop(bool)", thereIsASound, "2looping(bool)", true},
-    {"snd_stop", 159, "1stop(bool)", thereIsASound, "2stopped(bool)", true},
-    {"snd_import_proj", 162, "1projImport()", thereIsAFile, nullptr, false},
-    {"snd_prev", 163, "1previous()", thereIsASound, nullptr, true},
-    {"snd_next", 164, "1next()", thereIsASound, nullptr, true},
+    {"snd_add", 151, "1add()", thereIsAFile, nullptr, true, true},
+    {"snd_delete", 152, "1del()", thereIsASound, nullptr, true, true},
+    {"snd_duplicate", 156, "1duplicate()", thereIsASound, nullptr, false, true},
+    {"snd_open_sample", 153, "1openSnd()", thereIsASound, nullptr, false, true},
+    {"snd_save_sample", 154, "1saveSndAs()", thereIsASound, nullptr, false, true},
+    {"snd_resample", 155, "1resample()", thereIsASound, nullptr, false, true},
+    {"snd_play", 157, "1play(bool)", thereIsASound, "2playing(bool)", true, true},
+    {"snd_play_loop", 158, "1playLoop(bool)", thereIsASound, "2looping(bool)", true, true},
+    {"snd_stop", 159, "1stop(bool)", thereIsASound, "2stopped(bool)", true, true},
+    {"snd_import_proj", 162, "1projImport()", thereIsAFile, nullptr, false, false},
+    {"snd_prev", 163, "1previous()", thereIsASound, nullptr, true, true},
+    {"snd_next", 164, "1next()", thereIsASound, nullptr, true, true},
 };
 
 WidgetControl connected(QObject *receiver, int kind, const char *setter)
@@ -101,10 +103,10 @@ void SoundEditorPrivate::declare()
     QMenu *menu = interface->menu("sounds");
     for (const EditorAction &entry : actions) {
         const QString key = QLatin1String(entry.key);
-        QAction *action = interface->addAction(entry.hasKey ? workspace.widget() : nullptr, key,
-                                               texts, entry.textId, entry.checker, this, entry.slot,
-                                               entry.enabler, entry.checker);
-        if (action)
+        QWidget *place = entry.hasKey ? workspace.widget() : entry.isButton ? nullptr : menu;
+        QAction *action = interface->addAction(place, key, texts, entry.textId, entry.checker, this,
+                                               entry.slot, entry.enabler, entry.checker);
+        if (action && entry.isButton)
             interface->actionControl(key, action, menu);
     }
     WidgetControl place = connected(this, Control::PositionSelector, "2setSelPos(int)");

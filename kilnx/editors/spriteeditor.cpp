@@ -2,6 +2,7 @@
 
 #include <kilnx/code/animationcode.h>
 #include <kilnx/code/animations.h>
+#include <kilnx/editors/itemsearch_p.h>
 #include <kilnx/editors/organizer.h>
 #include <kilnx/editors/paletteeditor.h>
 #include <kilnx/editors/projectanimations_p.h>
@@ -12,7 +13,6 @@
 #include <kilnx/project/project.h>
 #include <kilnx/render/graphicsworkspace.h>
 
-#include <QtCore/QRegExp>
 #include <QtWidgets/QAbstractSlider>
 #include <QtWidgets/QAction>
 
@@ -69,48 +69,6 @@ void basicColors(RGBA (&out)[256])
         const auto grey = uchar((i - 217) * 255 / 38);
         out[i] = {grey, grey, grey, 255};
     }
-}
-
-/// Whether identifiers are what the user looks for.
-class Match
-{
-public:
-    Match(const QString &text, unsigned int flags)
-        : m_text(text)
-        , m_isPattern(flags & Editor::RegularExpression)
-        , m_case(flags & Editor::CaseSensitive ? Qt::CaseSensitive : Qt::CaseInsensitive)
-        , m_pattern(text, m_case)
-    {
-    }
-    bool isPossible() const { return !m_text.isEmpty() && (!m_isPattern || m_pattern.isValid()); }
-    bool operator()(Sprite *sprite) const
-    {
-        const QString identifier = identifierOf(sprite);
-        return m_isPattern ? m_pattern.indexIn(identifier) >= 0
-                           : identifier.compare(m_text, m_case) == 0;
-    }
-
-private:
-    const QString m_text;
-    const bool m_isPattern;
-    const Qt::CaseSensitivity m_case;
-    const QRegExp m_pattern;
-};
-
-/// The rows that a search goes through, from the one behind `current`.
-QVector<int> rowsToSearch(int count, int current, unsigned int flags)
-{
-    const int way = flags & Editor::Backward ? -1 : 1;
-    QVector<int> rows;
-    for (int row = current + way; row >= 0 && row < count; row += way)
-        rows.append(row);
-    if (flags & Editor::WrapAround) {
-        for (int row = way > 0 ? 0 : count - 1; row != current && row >= 0 && row < count;
-             row += way)
-            rows.append(row);
-        rows.append(current);
-    }
-    return rows;
 }
 
 } // namespace
@@ -645,7 +603,7 @@ void SpriteEditor::paste()
 bool SpriteEditor::find(const ProjectFile *file, const QString &text, unsigned int flags)
 {
     const auto *list = dynamic_cast<const Sprites *>(file);
-    const Match matches(text, flags);
+    const ItemMatch matches(text, flags);
     if (!list || !matches.isPossible())
         return false;
     const QVector<int> rows = rowsToSearch(int(list->itemCount()), int(list->current()), flags);
@@ -662,7 +620,7 @@ bool SpriteEditor::find(const ProjectFile *file, const QString &text, unsigned i
 
 void SpriteEditor::replace(const QString &text, const QString &by, unsigned int flags, bool all)
 {
-    const Match matches(text, flags);
+    const ItemMatch matches(text, flags);
     if (!d->sprite() || !matches.isPossible())
         return;
     const QPointer<Sprites> list = d->sprites;
