@@ -45,8 +45,10 @@ void ControlPanels::endPart(QObject *part)
     Place &place = m_places[m_building];
     m_building = -1;
     place.part = part;
-    for (const QString &key : qAsConst(m_touched))
-        m_entries[find(key)].users.append(part);
+    for (const QString &key : qAsConst(m_touched)) {
+        if (const int entry = find(key); entry >= 0) // not taken back since
+            m_entries[entry].users.append(part);
+    }
     m_touched.clear();
     if (auto *panel = qobject_cast<Kiln::ExtraEditor *>(part)) {
         place.sideDock->setObjectName(QStringLiteral("dock_panel_") + QLatin1String(panel->name()));
@@ -58,7 +60,8 @@ void ControlPanels::endPart(QObject *part)
 QWidget *ControlPanels::add(const QString &key, const Kiln::Control &control)
 {
     Place &place = this->place(control);
-    removeOwn(key, place.part);
+    const auto *embedded = dynamic_cast<const Kiln::EmbeddedControl *>(&control);
+    removeOwn(key, place.part, embedded ? embedded->widget : nullptr);
     const ControlFactory::Built built = ControlFactory::build(key, control, place.strip);
     if (!built.field)
         return nullptr;
@@ -67,7 +70,7 @@ QWidget *ControlPanels::add(const QString &key, const Kiln::Control &control)
     entry.field = built.field;
     entry.row = built.row;
     const bool isList = qobject_cast<QAbstractItemView *>(built.field);
-    const bool isWide = isList || dynamic_cast<const Kiln::EmbeddedControl *>(&control);
+    const bool isWide = isList || embedded;
     if (place.sideDock && isWide) {
         place.sideDock->widget()->layout()->addWidget(built.row);
     } else if (!isList) {
@@ -270,8 +273,8 @@ bool ControlPanels::addToForm(Entry &entry, Place &place)
     return true;
 }
 
-// A part in construction has no entry with a user yet.
-void ControlPanels::removeOwn(const QString &key, const QObject *part)
+// A part in construction has no entry with a user yet. The widget that comes again stays.
+void ControlPanels::removeOwn(const QString &key, const QObject *part, const QWidget *again)
 {
     const int known = find(key);
     if (known < 0)
@@ -284,7 +287,8 @@ void ControlPanels::removeOwn(const QString &key, const QObject *part)
     // A form has other fields, too.
     if (entry.dock && entry.dock->widget() == entry.row)
         delete entry.dock;
-    delete entry.row;
+    if (entry.row != again)
+        delete entry.row;
     m_entries.remove(known);
 }
 

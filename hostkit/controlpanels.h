@@ -109,7 +109,7 @@ private:
     bool isShown(const Entry &entry);
     int find(const QString &key) const;
     bool addToForm(Entry &entry, Place &place);
-    void removeOwn(const QString &key, const QObject *part);
+    void removeOwn(const QString &key, const QObject *part, const QWidget *again);
     void show();
     void showSideDocks();
     static void setShown(Entry &entry, bool shown);

@@ -21,12 +21,12 @@ namespace HostKit
 namespace
 {
 const int shownNames = 8;
+constexpr unsigned int discardsUnasked = 1; // bit of ProjectFile::capabilities()
 
 bool isChangedText(Kiln::ProjectFile *file)
 {
-    constexpr unsigned int mayDiscard = 1; // of ProjectFile::capabilities()
     return dynamic_cast<Kiln::CodeDocument *>(file) && file->isModified() &&
-           !(file->capabilities() & mayDiscard);
+           !(file->capabilities() & discardsUnasked);
 }
 } // namespace
 
@@ -106,9 +106,9 @@ bool FileDesk::closeFile(Kiln::ProjectFile *file)
     bool saved = false;
     const bool mayGo =
         isChangedText(file) ? settleText({file}, &saved) : !editor || editor->canDiscard(file);
-    if (!mayGo)
+    if (!mayGo || !isThere(file))
         return false;
-    if (!saved && isGone(file) && !mayLose({file->fileName()}))
+    if (!saved && isGone(file) && !(mayLose({file->fileName()}) && isThere(file)))
         return false;
     if (file->isModified())
         throwChangesAway(file);
@@ -138,11 +138,12 @@ bool FileDesk::confirmDiscard()
         return false;
     modified.erase(text, modified.end());
     for (Kiln::ProjectFile *file : qAsConst(modified)) {
-        const Kiln::FileEditor *editor = editorOf(file);
-        if (!editor)
+        if (!isThere(file))
             continue;
-        showFile(file);
-        if (!editor->canDiscard(file))
+        const Kiln::FileEditor *editor = editorOf(file);
+        if (editor)
+            showFile(file);
+        if (editor ? !editor->canDiscard(file) : !mayDiscard(file))
             return false;
     }
     QStringList gone;
@@ -184,12 +185,24 @@ bool FileDesk::settleText(const QList<Kiln::ProjectFile *> &files, bool *saved)
     if (!*saved)
         return answer == Kiln::UnsavedAnswer::Discard;
     bool areSaved = true;
-    for (Kiln::ProjectFile *file : files) {
-        // A box behind an earlier one may have closed it.
-        const bool isThere = m_session->files().contains(file);
-        areSaved = (!isThere || (m_save && m_save(file))) && areSaved;
-    }
+    for (Kiln::ProjectFile *file : files)
+        areSaved = (!isThere(file) || (m_save && m_save(file))) && areSaved;
     return areSaved;
+}
+
+/// Behind a box it may have been closed.
+bool FileDesk::isThere(Kiln::ProjectFile *file) const
+{
+    return m_session->files().contains(file);
+}
+
+/// Asks about a file that no editor of the host can show.
+bool FileDesk::mayDiscard(Kiln::ProjectFile *file)
+{
+    return (file->capabilities() & discardsUnasked) ||
+           Kiln::askQuestion(m_window, tr("Unsaved changes"),
+                             tr("'%1' has changes that are not saved. Do you want to discard them?")
+                                 .arg(FileTabs::title(file)));
 }
 
 bool FileDesk::mayLose(const QStringList &gone)

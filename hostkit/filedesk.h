@@ -76,6 +76,8 @@ Q_SIGNALS:
 private:
     bool settleText(const QList<Kiln::ProjectFile *> &files, bool *saved);
     bool mayLose(const QStringList &gone);
+    bool mayDiscard(Kiln::ProjectFile *file);
+    bool isThere(Kiln::ProjectFile *file) const;
     void forget(Kiln::ProjectFile *file);
     void clear();
     void throwChangesAway(Kiln::ProjectFile *file);

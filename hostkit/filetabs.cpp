@@ -48,9 +48,11 @@ void FileTabs::showFile(Kiln::ProjectFile *file)
 void FileTabs::follow(Kiln::ProjectFile *file)
 {
     if (const auto *text = dynamic_cast<QTextDocument *>(file))
-        connect(text, &QTextDocument::modificationChanged, this, &FileTabs::refresh);
+        connect(text, &QTextDocument::modificationChanged, this, &FileTabs::refresh,
+                Qt::UniqueConnection);
     else if (const auto *list = qobject_cast<Kiln::OrganizableObject *>(file->model()))
-        connect(list, &Kiln::OrganizableObject::changed, this, &FileTabs::refresh);
+        connect(list, &Kiln::OrganizableObject::changed, this, &FileTabs::refresh,
+                Qt::UniqueConnection);
 }
 
 void FileTabs::removeFile(Kiln::ProjectFile *file)
@@ -98,7 +100,9 @@ void FileTabs::refresh()
     for (int i = 0; i < count(); ++i) {
         Kiln::ProjectFile *file = fileAt(i);
         const QString name = title(file);
-        setTabText(i, m_isModified(file) ? name + QStringLiteral(" •") : name);
+        const QString text = m_isModified(file) ? name + QStringLiteral(" •") : name;
+        if (tabText(i) != text) // each text lays the whole bar out
+            setTabText(i, text);
         setTabToolTip(i, file->fileName());
     }
 }

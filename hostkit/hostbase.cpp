@@ -56,6 +56,12 @@ namespace
 
 const char context[] = "HostKit::HostBase";
 
+// A directory of the user's; empty in a host that keeps nothing.
+QString below(const QString &user, const char *name)
+{
+    return user.isEmpty() ? QString() : user + QLatin1Char('/') + QLatin1String(name);
+}
+
 } // namespace
 
 // The tabs, the strips of controls and the views of the editors, from top to bottom.
@@ -128,12 +134,12 @@ HostBase::Private::Private(QMainWindow *mainWindow, const Paths &hostPaths)
     , places(settings)
     , theme(settings)
     , session(engines)
-    , journal(session, paths.user + QLatin1String("/recovery"))
+    , journal(session, below(paths.user, "recovery"))
     , menus(new Menus(window->menuBar()))
     , actions(new ActionRegistry(window))
     , status(new StatusFields(window))
     , centre(new Centre(window))
-    , openFiles(session, centre->tabs, paths.user + QLatin1String("/sessions"))
+    , openFiles(session, centre->tabs, below(paths.user, "sessions"))
     , panels(
           new ControlPanels(window, centre->strips, menus->menu(QStringLiteral("view")), actions))
     , deck(std::make_unique<EditorDeck>(centre->stack, panels))

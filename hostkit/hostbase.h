@@ -49,6 +49,8 @@ class Theme;
 ///
 /// There is one host in a process at a time, and its window must outlive it. The destructor closes
 /// the project without questions, destroys editors and workspaces, and takes the host away again.
+/// So have a command that ends the program close the window, which asks: QApplication::quit() does
+/// not.
 class HOSTKIT_EXPORT HostBase : public Kiln::Interface
 {
 public:
@@ -81,9 +83,10 @@ public:
     /// The editor of animations; null before makeGraphicsEditors().
     AnimationView *animationView() const;
 
-    /// Makes the code view, the organizer, the panels of palettes and thumbnails, and an editor for
-    /// each type of code file that one of the engines has and no editor handles yet, but for
-    /// animations. An engine that is loaded later gets its editors by itself.
+    /// Makes the code view, the organizer, the panels of palettes and thumbnails, which are numbers
+    /// 0 to 2 of extraEditor() (so make side panels of your own after it), and an editor for each
+    /// type of code file that one of the engines has and no editor handles yet, but for animations.
+    /// An engine that is loaded later gets its editors by itself.
     void makeCodeEditors();
 
     /// Makes the graphics workspace and the editors of sprites and of animations, which stand in

@@ -41,7 +41,7 @@ int MessageTable::errorCount() const
 {
     int count = 0;
     for (const Part &part : m_parts)
-        count += int(part.list->errorCount());
+        count += part.list ? int(part.list->errorCount()) : 0;
     return count;
 }
 
@@ -49,7 +49,7 @@ int MessageTable::warningCount() const
 {
     int count = 0;
     for (const Part &part : m_parts)
-        count += int(part.list->warningCount());
+        count += part.list ? int(part.list->warningCount()) : 0;
     return count;
 }
 

@@ -81,7 +81,7 @@ QJsonObject OpenFiles::placeOf(Kiln::ProjectFile *file) const
 void OpenFiles::store()
 {
     m_timer->stop();
-    if (m_restoring || !m_session.parentProject())
+    if (m_restoring || m_directory.isEmpty() || !m_session.parentProject())
         return;
     QJsonArray files;
     for (Kiln::ProjectFile *file : m_tabs->files()) {
@@ -100,6 +100,8 @@ void OpenFiles::store()
 
 void OpenFiles::restore(FileDesk &desk)
 {
+    if (m_directory.isEmpty() || !m_session.parentProject())
+        return;
     QFile file(fileName());
     if (!file.open(QIODevice::ReadOnly))
         return;

@@ -31,7 +31,8 @@ class HOSTKIT_EXPORT OpenFiles : public QObject
     Q_OBJECT
 
 public:
-    /// Keeps its files below `directory`, which is made when there is something to keep.
+    /// Keeps its files below `directory`, which is made when there is something to keep; without a
+    /// name nothing is kept.
     OpenFiles(ProjectSession &session, FileTabs *tabs, const QString &directory);
 
     /// The view in which code files are shown; null at first.

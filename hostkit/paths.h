@@ -10,7 +10,7 @@ namespace HostKit
 /// Where a host's own files are, each a directory without a closing "/" but for the last.
 struct HOSTKIT_EXPORT Paths {
     QString data;     ///< delivered with the application
-    QString user;     ///< the user's data
+    QString user;     ///< the user's data; empty: no unsaved work and no open files are kept
     QString config;   ///< the settings and the engine configuration
     QString settings; ///< the INI file; empty: nothing is kept
 

@@ -142,6 +142,11 @@ Kiln::ProjectFile *ProjectSession::loadFile(const QString &fileName, unsigned in
     return file;
 }
 
+Kiln::ProjectFile *ProjectSession::newFile(unsigned int id)
+{
+    return makeFile(QString(), id);
+}
+
 Kiln::ProjectFile *ProjectSession::createFile(const QString &fileName, unsigned int id)
 {
     Kiln::ProjectFile *file = makeFile(fileName, id);

@@ -59,6 +59,9 @@ public:
     /// lets its suffix tell. Null when the engine has no such type or the file cannot be read.
     Kiln::ProjectFile *loadFile(const QString &fileName, unsigned int id);
 
+    /// A new file of a type in the current project, which has no name yet; null as for loadFile().
+    Kiln::ProjectFile *newFile(unsigned int id);
+
     /// A new file of that name on disk and in its project; null as for loadFile().
     Kiln::ProjectFile *createFile(const QString &fileName, unsigned int id);
 

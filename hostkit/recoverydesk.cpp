@@ -232,9 +232,10 @@ void RecoveryDesk::offer()
             done.append(entries.at(i));
     }
     // What was restored is on disk again before the old copy goes.
-    m_journal.flush();
-    for (const Entry &entry : qAsConst(done))
-        m_journal.discard(entry);
+    if (m_journal.flush() || answer == RecoveryDialog::Discard) {
+        for (const Entry &entry : qAsConst(done))
+            m_journal.discard(entry);
+    }
     if (!failed.isEmpty())
         Kiln::showWarning(m_window, tr("Unsaved work"),
                           tr("These files could not be opened; what was left of them is kept:\n%1")
@@ -245,7 +246,9 @@ bool RecoveryDesk::restore(const Entry &entry)
 {
     const QString &name = entry.head.fileName;
     Kiln::CodeDocument *document = loaded(m_session, entry);
-    if (!document && !name.isEmpty() && !QFileInfo::exists(name))
+    if (!document && name.isEmpty())
+        document = dynamic_cast<Kiln::CodeDocument *>(m_session.newFile(entry.head.id));
+    else if (!document && !QFileInfo::exists(name))
         document = dynamic_cast<Kiln::CodeDocument *>(m_session.createFile(name, entry.head.id));
     if (!document)
         return false;

@@ -52,7 +52,7 @@ RecoveryJournal::~RecoveryJournal()
         QDir(m_own).removeRecursively();
 }
 
-void RecoveryJournal::flush()
+bool RecoveryJournal::flush()
 {
     m_writer.waitForDone();
     m_syncer.waitForDone();
@@ -60,6 +60,8 @@ void RecoveryJournal::flush()
     m_writer.waitForDone();
     syncLater();
     m_syncer.waitForDone();
+    return std::all_of(m_kept.cbegin(), m_kept.cend(),
+                       [](const Kept &kept) { return kept.file && kept.file->error().isEmpty(); });
 }
 
 // What a killed process has written is there; after a power cut only what the disk has confirmed.
@@ -86,7 +88,9 @@ void RecoveryJournal::look()
             continue;
         gone.removeOne(file);
         Kept &kept = m_kept[file];
-        if (kept.revision != document->revision() || kept.fileName != document->fileName())
+        const bool isWritten = kept.file && kept.file->error().isEmpty(); // the writer rests
+        if (!isWritten || kept.revision != document->revision() ||
+            kept.fileName != document->fileName())
             keep(file, document, kept);
     }
     for (Kiln::ProjectFile *file : qAsConst(gone))
@@ -122,8 +126,8 @@ void RecoveryJournal::forget(Kiln::ProjectFile *file)
 
 bool RecoveryJournal::makeDirectory()
 {
-    if (!m_own.isEmpty())
-        return true;
+    if (!m_own.isEmpty() || m_directory.isEmpty())
+        return !m_own.isEmpty();
     const QString own = m_directory + QLatin1Char('/') + QUuid::createUuid().toString(QUuid::Id128);
     QDir().mkpath(m_directory);
     m_lock = lockOf(own);
@@ -135,7 +139,7 @@ bool RecoveryJournal::makeDirectory()
     return isMade;
 }
 
-// The text is tried again with the next change.
+// The text is tried again with the next look.
 void RecoveryJournal::told(const QString &error)
 {
     const bool isNew = !error.isEmpty() && !m_hasFailed;
@@ -147,6 +151,8 @@ void RecoveryJournal::told(const QString &error)
 // A directory whose lock can be had belongs to nobody any more.
 void RecoveryJournal::adopt()
 {
+    if (m_directory.isEmpty())
+        return;
     const QStringList names =
         QDir(m_directory).entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::NoSymLinks);
     for (const QString &name : names) {
@@ -173,6 +179,7 @@ QList<RecoveryJournal::Entry> RecoveryJournal::leftBehind()
             else
                 discard(entry);
         }
+        QDir().rmdir(directory); // where its host had no text when it ended
     }
     std::sort(entries.begin(), entries.end(),
               [](const Entry &one, const Entry &other) { return one.time > other.time; });

@@ -43,13 +43,15 @@ public:
         QString path; ///< of the journal's file; names the entry
     };
 
-    /// Keeps its files below `directory`, which is made when there is something to keep.
+    /// Keeps its files below `directory`, which is made when there is something to keep; without a
+    /// name nothing is kept.
     RecoveryJournal(ProjectSession &session, const QString &directory);
     /// Whoever destroys the journal has ended as wished: nothing of its own stays.
     ~RecoveryJournal() override;
 
-    /// Looks at the documents now, and returns when all is on disk.
-    void flush();
+    /// Looks at the documents now, and returns when all is on disk, or false when something could
+    /// not be written.
+    bool flush();
 
     /// What hosts left that ended without closing their project, the newest first. Those that run
     /// are left alone, and this host keeps what it has found from other hosts.

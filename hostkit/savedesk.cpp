@@ -79,10 +79,13 @@ void SaveDesk::saveAs()
 
 void SaveDesk::saveAll()
 {
-    Kiln::ParentProject *project = m_session->parentProject();
-    if (!project || !settle())
+    // What goes on behind the progress may close it.
+    const QPointer<Kiln::ParentProject> project = m_session->parentProject();
+    if (!project || !settle() || !project)
         return;
     project->save();
+    if (!project)
+        return;
     const Kiln::SaveReport report = project->saveReport();
     if (!report.failures.isEmpty() || !report.leftOut.isEmpty())
         tellReport(tr("Save all"));

@@ -124,6 +124,8 @@ void CompareView::compare(const QString &before, const QString &after)
         ++near[std::max(0, i - Around)];
         --near[std::min(lines.size(), i + Around + 1)];
     }
+    QTextCursor whole(document());
+    whole.beginEditBlock(); // the view lays out once, and not for each line
     int shown = 0;
     bool isCut = false;
     for (int i = 0; i < lines.size(); ++i) {
@@ -134,6 +136,7 @@ void CompareView::compare(const QString &before, const QString &after)
             addLine({ComparedLine::Same, QString(QChar(0x2026))});
         isCut = shown == 0;
     }
+    whole.endEditBlock();
     moveCursor(QTextCursor::Start);
 }
 

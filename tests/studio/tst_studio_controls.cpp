@@ -489,6 +489,13 @@ private slots:
         QVERIFY(!field->isVisible());
         host.deck().switchTo(lender);
         QVERIFY(field->isVisible());
+
+        // What an editor brings along is there in its place when it is registered again.
+        const QPointer<QLabel> brought(new QLabel("colours"));
+        for (int i = 0; i < 2; ++i) {
+            QCOMPARE(host.addControl("late_own", Kiln::EmbeddedControl(brought)), brought.data());
+            QVERIFY(brought && brought->isVisible());
+        }
     }
 
     void enginesThatCannotBeLoadedAreTold_data()
@@ -542,6 +549,10 @@ private slots:
         QVERIFY(host.openProject(sample));
         QVERIFY(host.desk().openFile(sample + "/bosses.tune", 0));
         QVERIFY2(host.currentEditor(), "an engine that came later has its editors");
+        // Without places of its own it keeps nothing: no directory at the root, no locks in this.
+        const QDateTime before = QFileInfo("/sessions").lastModified();
+        QVERIFY(host.closeProject());
+        QCOMPARE(QFileInfo("/sessions").lastModified(), before);
     }
 };
 

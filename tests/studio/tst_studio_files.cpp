@@ -5,6 +5,8 @@
 #include <projecttreedock.h>
 
 #include <kilnx/project/editor.h>
+#include <kilnx/sound/sounds.h>
+#include <kilnx/sound/soundsample.h>
 
 using namespace HostKit;
 
@@ -240,6 +242,18 @@ private slots:
     {
         auto *tabs = m_window->findChild<FileTabs *>();
         const int before = tabs->count();
+        // Laying out the bar takes as long as there are tabs: not for each of them.
+        struct CountedTabs : FileTabs {
+            using FileTabs::FileTabs;
+            void tabLayoutChange() override { ++layouts; }
+            int layouts = 0;
+        } counted(nullptr);
+        for (Kiln::ProjectFile *file : session().files())
+            counted.showFile(file);
+        QVERIFY(counted.count() > 2);
+        const int laidOut = counted.layouts;
+        counted.refresh();
+        QCOMPARE(counted.layouts, laidOut);
         open("heroes/wren/air.glow");
         open("heroes/moss/ground.glow");
         open("heroes/wren/air.glow");
@@ -332,6 +346,47 @@ private slots:
             QVERIFY(dynamic_cast<Kiln::CodeDocument *>(other)->toString().startsWith("; typed"));
         } else {
             QCOMPARE(readFile(names[1]).startsWith("; typed"), isSaved);
+        }
+    }
+
+    void projectGoesBehindTheQuestion_data()
+    {
+        const auto add = columns<int, bool>("answer", "all");
+        add("save one", int(QMessageBox::Save), false);
+        add("discard one", int(QMessageBox::Discard), false);
+        add("save all", int(QMessageBox::Save), true);
+        add("discard all", int(QMessageBox::Discard), true);
+    }
+
+    void projectGoesBehindTheQuestion()
+    {
+        const auto [answer, all] = row<int, bool>();
+        QVERIFY(host().desk().openFile(path("heroes/wren/wren.gleam"), 0));
+        m_window->findChild<QAction *>("spr_layer_add")->trigger();
+        open("heroes/wren/air.glow");
+        type("; typed");
+        m_dialogs->expectDialog([this, answer = answer](QDialog *box) {
+            session().close();
+            qobject_cast<QMessageBox *>(box)->button(QMessageBox::StandardButton(answer))->click();
+        });
+        if (all)
+            QVERIFY(host().closeProject());
+        else
+            QVERIFY(!host().desk().closeFile(document()));
+        QVERIFY(!session().parentProject());
+        // An editor may be shown without a project when the window ends.
+        host().deck().switchTo(host().deck().editor("code"));
+    }
+
+    void changesWithoutAnEditorAreAskedAbout()
+    {
+        auto *sounds =
+            dynamic_cast<Kiln::Sounds *>(session().loadFile(path("heroes/wren/wren.peal"), 0));
+        QVERIFY(sounds && sounds->insert(0, "new", sounds->itemAt(0)->sample()));
+        for (const bool discards : {false, true}) {
+            m_dialogs->expectBox(discards ? QMessageBox::Yes : QMessageBox::No);
+            QCOMPARE(host().closeProject(), discards);
+            QVERIFY(m_dialogs->seen().last().text.contains("wren.peal"));
         }
     }
 

@@ -101,7 +101,11 @@ private slots:
         table.addList(one.get());
         table.addList(other.get());
         const QPersistentModelIndex kept = table.index(1, 0);
+        QVector<int> errors;
+        connect(&table, &MessageTable::rowsAboutToBeRemoved, this,
+                [&] { errors += table.errorCount() + table.warningCount(); });
         one.reset();
+        QCOMPARE(errors, QVector<int>(1, 1));
         QCOMPARE(rowsOf(table), QStringList("second"));
         QCOMPARE(kept.row(), 0);
         QCOMPARE(table.index(0, 2).data().toInt(), 3);

@@ -186,6 +186,35 @@ private Q_SLOTS:
         m_window->reopenLast();
     }
 
+    /// What nobody has named yet is a file without a name again; on a full disk nothing is given up
+    /// that is nowhere else; what dead hosts had no text in is cleared away.
+    void isKeptUntilItIsSafe()
+    {
+        actions()->newMenu->actions().first()->trigger();
+        type("; never saved");
+        const QString text = document()->toPlainText();
+        leaveBehind();
+        QVERIFY(QDir().mkpath(kept() + "/of another"));
+        std::unique_ptr<FullDisk> disk;
+        for (int i = 0; i < 2; ++i) {
+            m_dialogs->expectDialog([&](QDialog *dialog) {
+                if (i == 0)
+                    disk = std::make_unique<FullDisk>(16);
+                dialog->findChild<QPushButton *>("recovery_restore")->click();
+            });
+            reopen();
+            disk.reset();
+            QVERIFY(document());
+            QCOMPARE(document()->toPlainText(), text);
+            QCOMPARE(document()->fileName(), QString());
+            QVERIFY(document()->isModified());
+        }
+        // The journal goes on where the disk has room again, without another key.
+        host().journal().flush();
+        m_window.reset();
+        QVERIFY(QDir(kept()).isEmpty());
+    }
+
     void whatWasOpenComesBack()
     {
         open("heroes/wren/air.glow");
