@@ -414,7 +414,7 @@ private slots:
         emit editor->playing(false);
         QVERIFY(!editor->playAction->isChecked());
         QCOMPARE(editor->calls, (QStringList{"add", "play 1"}));
-        QCOMPARE(editor->addAction->toolTip(), "Add one or more sounds");
+        QCOMPARE(editor->addAction->toolTip(), "Add one or more sounds (Ins)");
         QVERIFY(!editor->addAction->icon().isNull());
         QVERIFY(host.menu("sounds")->actions().contains(editor->playAction));
 
