@@ -378,7 +378,7 @@ private slots:
         host().deck().switchTo(host().deck().editor("code"));
     }
 
-    void changesWithoutAnEditorAreAskedAbout()
+    void changesOfSoundsAreAskedAbout()
     {
         auto *sounds =
             dynamic_cast<Kiln::Sounds *>(session().loadFile(path("heroes/wren/wren.peal"), 0));
@@ -386,7 +386,6 @@ private slots:
         for (const bool discards : {false, true}) {
             m_dialogs->expectBox(discards ? QMessageBox::Yes : QMessageBox::No);
             QCOMPARE(host().closeProject(), discards);
-            QVERIFY(m_dialogs->seen().last().text.contains("wren.peal"));
         }
     }
 
