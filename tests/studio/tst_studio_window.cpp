@@ -470,14 +470,31 @@ private slots:
             QVERIFY2(!widget->objectName().isEmpty(), what.constData());
             QVERIFY2(!widget->accessibleName().isEmpty() || !text.isEmpty(), what.constData());
         }
-        // No two commands may want the same key.
-        QMap<QString, QString> keys;
+        // No two commands may want the same key in the same place: the window, or a view.
+        struct Wanted {
+            const QObject *place;
+            QString command;
+        };
+        QMap<QString, QVector<Wanted>> keys;
         for (const QAction *action : m_window->findChildren<QAction *>()) {
+            QVector<const QObject *> places;
+            for (const QWidget *widget : action->associatedWidgets()) {
+                if (!qobject_cast<const QMenu *>(widget))
+                    places += widget;
+            }
+            if (action->shortcutContext() == Qt::WindowShortcut)
+                places = {nullptr};
             for (const QKeySequence &key : action->shortcuts()) {
-                QVERIFY2(!keys.contains(key.toString()),
-                         qPrintable(key.toString() + ' ' + keys[key.toString()] + ' ' +
-                                    action->objectName()));
-                keys.insert(key.toString(), action->objectName());
+                QVector<Wanted> &all = keys[key.toString()];
+                for (const Wanted &other : qAsConst(all)) {
+                    const bool meet =
+                        !other.place || places.contains(other.place) || places.contains(nullptr);
+                    QVERIFY2(!meet || other.command == action->objectName(),
+                             qPrintable(key.toString() + ' ' + other.command + ' ' +
+                                        action->objectName()));
+                }
+                for (const QObject *place : qAsConst(places))
+                    all.append({place, action->objectName()});
             }
         }
     }
