@@ -110,7 +110,8 @@ void OpenFiles::restore(FileDesk &desk)
     const QDir base(m_session.parentProject()->basePath());
     const QList<Kiln::ProjectFile *> before = m_tabs->files();
     QList<Kiln::ProjectFile *> wanted;
-    for (const QJsonValue &entry : all["files"].toArray()) {
+    const QJsonArray entries = all["files"].toArray();
+    for (const auto &entry : entries) {
         const QString name = QDir::cleanPath(base.filePath(entry["file"].toString()));
         if (!QFile::exists(name) || !desk.openFile(name, unsigned(entry["type"].toInt())))
             continue;
@@ -135,7 +136,8 @@ void OpenFiles::restorePlace(const QJsonObject &place)
     auto *document = dynamic_cast<Kiln::CodeDocument *>(m_tabs->currentFile());
     if (!document || !m_surface || m_surface->document() != document)
         return;
-    for (const QJsonValue &fold : place["folds"].toArray()) {
+    const QJsonArray folds = place["folds"].toArray();
+    for (const auto &fold : folds) {
         const QTextBlock head = document->findBlockByNumber(fold.toInt());
         if (head.isValid() && head.next().isVisible())
             m_surface->editor()->toggleBlockVisible(head);

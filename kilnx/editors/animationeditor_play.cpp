@@ -6,6 +6,7 @@
 
 #include <QtCore/QScopedValueRollback>
 #include <QtGui/QPalette>
+#include <QtWidgets/QSplitter>
 #include <QtWidgets/QWidget>
 
 #include <algorithm>
