@@ -428,16 +428,11 @@ bool SoundEditor::find(const ProjectFile *file, const QString &text, unsigned in
     const int start = list == d->sounds && d->sound() ? d->row.row()
                       : flags & Backward              ? count
                                                       : -1;
-    const QVector<int> rows = rowsToSearch(count, start, flags);
-    for (const int row : rows) {
-        Sound *sound = list->itemAt(unsigned(row));
-        if (!sound || !matches(sound))
-            continue;
-        if (list == d->sounds)
-            setCurrent(unsigned(row));
-        return true;
-    }
-    return false;
+    const int row = firstMatch(matches, rowsToSearch(count, start, flags),
+                               [list](int at) { return list->itemAt(unsigned(at)); });
+    if (row >= 0 && list == d->sounds)
+        setCurrent(unsigned(row));
+    return row >= 0;
 }
 
 void SoundEditor::replace(const QString &text, const QString &by, unsigned int flags, bool all)
@@ -445,19 +440,11 @@ void SoundEditor::replace(const QString &text, const QString &by, unsigned int f
     const ItemMatch matches(text, flags);
     if (!d->sound() || !matches.isPossible())
         return;
-    const QPointer<Sounds> list = d->sounds;
-    list->beginChange();
-    if (all) {
-        for (unsigned int i = 0; list && i < list->itemCount(); ++i) {
-            if (matches(list->itemAt(i)))
-                list->itemAt(i)->setProperty(identifierName, by);
-        }
-    } else if (matches(d->current)) {
-        d->current->setProperty(identifierName, by);
-    }
-    if (list)
-        list->endChange();
-    if (list && !all)
+    Sounds *list = d->sounds;
+    Sound *one = all ? nullptr : d->current;
+    if (replaceIdentifiers(list, matches, by, one,
+                           [list](unsigned int i) { return list->itemAt(i); }) &&
+        !all)
         find(text, flags | Silent);
 }
 

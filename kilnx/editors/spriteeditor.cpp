@@ -606,16 +606,12 @@ bool SpriteEditor::find(const ProjectFile *file, const QString &text, unsigned i
     const ItemMatch matches(text, flags);
     if (!list || !matches.isPossible())
         return false;
-    const QVector<int> rows = rowsToSearch(int(list->itemCount()), int(list->current()), flags);
-    for (const int row : rows) {
-        Sprite *sprite = list->at(unsigned(row));
-        if (!sprite || !matches(sprite))
-            continue;
-        if (list == d->sprites)
-            setCurrent(unsigned(row));
-        return true;
-    }
-    return false;
+    const int row =
+        firstMatch(matches, rowsToSearch(int(list->itemCount()), int(list->current()), flags),
+                   [list](int at) { return list->at(unsigned(at)); });
+    if (row >= 0 && list == d->sprites)
+        setCurrent(unsigned(row));
+    return row >= 0;
 }
 
 void SpriteEditor::replace(const QString &text, const QString &by, unsigned int flags, bool all)
@@ -623,21 +619,11 @@ void SpriteEditor::replace(const QString &text, const QString &by, unsigned int 
     const ItemMatch matches(text, flags);
     if (!d->sprite() || !matches.isPossible())
         return;
-    const QPointer<Sprites> list = d->sprites;
-    const auto replaceIn = [&](Sprite *sprite) {
-        if (sprite && matches(sprite))
-            sprite->setProperty(identifierName, by);
-    };
-    list->beginChange();
-    if (all) {
-        for (unsigned int i = 0; list && i < list->itemCount(); ++i)
-            replaceIn(list->at(i));
-    } else {
-        replaceIn(d->current);
-    }
-    if (list)
-        list->endChange();
-    if (list && !all)
+    Sprites *list = d->sprites;
+    Sprite *one = all ? nullptr : d->current;
+    if (replaceIdentifiers(list, matches, by, one,
+                           [list](unsigned int i) { return list->at(i); }) &&
+        !all)
         find(text, flags | Silent);
 }
 
