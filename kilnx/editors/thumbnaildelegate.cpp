@@ -1,5 +1,7 @@
 #include <kilnx/editors/thumbnaildelegate_p.h>
 
+#include <kilnx/forms/checktile_p.h>
+
 #include <QtGui/QPainter>
 #include <QtWidgets/QApplication>
 
@@ -24,11 +26,7 @@ ThumbnailDelegate::ThumbnailDelegate(QObject *parent)
 
 void ThumbnailDelegate::setChecks(const QColor &first, const QColor &second)
 {
-    m_checks = QPixmap(2 * checkSide, 2 * checkSide);
-    m_checks.fill(first);
-    QPainter painter(&m_checks);
-    painter.fillRect(checkSide, 0, checkSide, checkSide, second);
-    painter.fillRect(0, checkSide, checkSide, checkSide, second);
+    m_checks = QPixmap::fromImage(checkTile(checkSide, first, second));
 }
 
 QSize ThumbnailDelegate::cellSize(const QWidget &view) const

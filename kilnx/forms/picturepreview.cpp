@@ -1,5 +1,7 @@
 #include <kilnx/forms/picturepreview_p.h>
 
+#include <kilnx/forms/checktile_p.h>
+
 #include <QtCore/QCoreApplication>
 #include <QtGui/QPainter>
 
@@ -43,13 +45,8 @@ void PicturePreview::paintEvent(QPaintEvent *)
     QRect area(QPoint(), shown.expandedTo(QSize(1, 1)));
     area.moveCenter(rect().center());
     QPainter painter(this);
-    painter.setClipRect(area);
-    for (int y = area.top(); y <= area.bottom(); y += checkSide) {
-        for (int x = area.left(); x <= area.right(); x += checkSide) {
-            const bool dark = ((x - area.left()) / checkSide + (y - area.top()) / checkSide) % 2;
-            painter.fillRect(x, y, checkSide, checkSide, dark ? Qt::lightGray : Qt::white);
-        }
-    }
+    painter.setBrushOrigin(area.topLeft());
+    painter.fillRect(area, QBrush(checkTile(checkSide, Qt::white, Qt::lightGray)));
     painter.drawImage(area, m_picture);
 }
 

@@ -1,5 +1,6 @@
 #include <kilnx/imageedit/imagerenderer_p.h>
 
+#include <kilnx/forms/checktile_p.h>
 #include <kilnx/imageedit/imageflatten_p.h>
 #include <kilnx/imageedit/imagetool.h>
 #include <kilnx/imageedit/pentool.h>
@@ -20,16 +21,6 @@ constexpr double gridFrom = 8;
 constexpr int mostAreas = 16;
 constexpr int originalMargin = 8;
 const QColor gridColor(128, 128, 128, 110);
-
-QImage checkTile(const QColor &first, const QColor &second)
-{
-    QImage tile(2 * checkSide, 2 * checkSide, QImage::Format_RGB32);
-    tile.fill(first);
-    QPainter painter(&tile);
-    painter.fillRect(checkSide, 0, checkSide, checkSide, second);
-    painter.fillRect(0, checkSide, checkSide, checkSide, second);
-    return tile;
-}
 
 } // namespace
 
@@ -197,7 +188,7 @@ void ImageRendererPrivate::paintMain(QPainter &painter, const QRect &clip)
 void ImageRendererPrivate::paintCheck(QPainter &painter, const QRect &area) const
 {
     painter.setBrushOrigin(q->offset());
-    painter.fillRect(area, QBrush(checkTile(checks[0], checks[1])));
+    painter.fillRect(area, QBrush(checkTile(checkSide, checks[0], checks[1])));
     painter.setBrushOrigin(0, 0);
 }
 
@@ -243,7 +234,7 @@ void ImageRendererPrivate::paintOriginal(QPainter &painter)
     const QRect place(
         QPoint((inner.width() - size.width()) / 2, (inner.height() - size.height()) / 2), size);
     painter.fillRect(QRect(inner.right() + 1, 0, 1, inner.height()), gridColor.darker());
-    painter.fillRect(place, QBrush(checkTile(checks[0], checks[1])));
+    painter.fillRect(place, QBrush(checkTile(checkSide, checks[0], checks[1])));
     painter.drawImage(place, picture.copy(part));
 }
 
