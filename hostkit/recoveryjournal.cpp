@@ -6,6 +6,7 @@
 #include <kilnx/project/parentproject.h>
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QLockFile>
 #include <QUuid>
@@ -176,9 +177,11 @@ QList<RecoveryJournal::Entry> RecoveryJournal::leftBehind()
             entry.path = dir.filePath(name);
             if (JournalFile::read(entry.path, &entry))
                 entries.append(entry);
-            else
+            else if (QFileInfo(entry.path).size() == 0) // another may be readable some day
                 discard(entry);
         }
+        for (const QString &unfinished : dir.entryList({QStringLiteral("*.new")}, QDir::Files))
+            QFile::remove(dir.filePath(unfinished));
         QDir().rmdir(directory); // where its host had no text when it ended
     }
     std::sort(entries.begin(), entries.end(),

@@ -271,6 +271,17 @@ private Q_SLOTS:
         QCOMPARE(titles(), QStringList("tidewater.hearth"));
     }
 
+    /// Only what cannot hold any text goes.
+    void whatCannotBeReadStays()
+    {
+        for (const char *file :
+             {"a/1.journal", "a/1.journal.new", "b/1.journal", "b/2.journal.new"})
+            writeFile(kept() + '/' + file, file[0] == 'a' ? "of a later version" : "");
+        QVERIFY(RecoveryJournal(session(), kept()).leftBehind().isEmpty());
+        QCOMPARE(QDir(kept()).entryList(QDir::Dirs | QDir::NoDotAndDotDot), QStringList("a"));
+        QCOMPARE(QDir(kept() + "/a").entryList(QDir::Files), QStringList("1.journal"));
+    }
+
     void nothingStaysOfWhatIsSavedOrDiscarded()
     {
         open("heroes/wren/air.glow");
