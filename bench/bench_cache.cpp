@@ -231,10 +231,10 @@ Figures useZlib(const QString &from, const QString &to)
     figures.read = watch.lap();
     QFile out(to);
     out.open(QIODevice::WriteOnly);
-    out.write(EmberPeal::head(entries.size()));
+    out.write(EmberPack::head(EmberPeal::magic, entries.size()));
     for (const QByteArray &block : blocks)
         out.write(block);
-    out.write(EmberPeal::index(entries, static_cast<quint32>(out.pos())));
+    out.write(EmberPack::index(entries, static_cast<quint32>(out.pos())));
     out.close();
     figures.save = watch.lap();
     figures.peak = memory.mebibytes();
