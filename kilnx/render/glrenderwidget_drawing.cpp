@@ -22,6 +22,7 @@ constexpr GLenum vertexArrayBinding = 0x85B5;
 constexpr int floatsPerVertex = 4; // the position, then the texture coordinate
 /// More tiles than this on an axis are too small to be seen.
 constexpr int mostTiles = 4096;
+constexpr int mostAtOnce = 1 << 20; // numbers that one call hands to the card
 
 const char vertexShader[] = "attribute highp vec2 position;\n"
                             "attribute highp vec2 texCoord;\n"
@@ -142,14 +143,27 @@ Tiling tiling(int count, float origin, float length, int spacing, int extent)
     const float step = qMax(length + float(spacing), 1.0F);
     tiles.wanted = true;
     tiles.step = step / length;
-    tiles.count = qMin(count, mostTiles);
-    if (count >= 2)
+    if (count >= 2) {
+        tiles.count = qMin(count, mostTiles);
         return tiles;
+    }
     const float before = std::ceil(origin / step);
     const float start = origin - before * step;
     tiles.count = qBound(1, int(std::ceil((float(extent) - start) / step)), mostTiles);
     tiles.first = int(qBound(-1e6F, before, 1e6F));
     return tiles;
+}
+
+/// Leaves out the tiles that end before the widget or begin behind it.
+void clip(Tiling &tiles, float origin, float length, int extent)
+{
+    const float step = tiles.step * length;
+    const float start = origin - float(tiles.first) * step;
+    const int unseen = int(qBound(0.0F, std::floor((-start - length) / step), float(tiles.count)));
+    const int end =
+        int(qBound(0.0F, std::ceil((float(extent) - start) / step), float(tiles.count)));
+    tiles.first -= unseen;
+    tiles.count = qMax(0, end - unseen);
 }
 
 bool repeatsEverySize()
@@ -300,12 +314,16 @@ void GLRenderWidgetPrivate::drawTiled(const TextureDrawing &drawing,
         return;
     const QPointF origin = matrix.map(QPointF(0, 0));
     const QPointF extent = matrix.map(QPointF(1, 1)) - origin;
-    const Tiling columns =
+    Tiling columns =
         tiling(count.x(), float(origin.x()), float(extent.x()), spacing.x(), q->width());
-    const Tiling rows =
-        tiling(count.y(), float(origin.y()), float(extent.y()), spacing.y(), q->height());
+    Tiling rows = tiling(count.y(), float(origin.y()), float(extent.y()), spacing.y(), q->height());
     if (!columns.wanted || !rows.wanted)
         return;
+    const bool isTurned = !qFuzzyIsNull(matrix(0, 1)) || !qFuzzyIsNull(matrix(1, 0));
+    if (!isTurned) {
+        clip(columns, float(origin.x()), float(extent.x()), q->width());
+        clip(rows, float(origin.y()), float(extent.y()), q->height());
+    }
     QMatrix4x4 moved = matrix;
     moved.translate(-float(columns.first) * columns.step, -float(rows.first) * rows.step);
     const ShaderSet &set = drawing.palette ? indexedShaders : rgbaShaders;
@@ -325,10 +343,15 @@ void GLRenderWidgetPrivate::drawTiled(const TextureDrawing &drawing,
             for (int column = 0; column < columns.count; ++column)
                 appendQuad(vertices, float(column) * columns.step, float(row) * rows.step, 1, 1,
                            uv);
+            if (vertices.size() >= mostAtOnce) {
+                drawVertices(set, vertices.constData(), vertices.size() / floatsPerVertex);
+                vertices.clear();
+            }
         }
     }
     holdsQuad = false;
-    drawVertices(set, vertices.constData(), vertices.size() / floatsPerVertex);
+    if (!vertices.isEmpty())
+        drawVertices(set, vertices.constData(), vertices.size() / floatsPerVertex);
 }
 
 /// Binds the program, the image on unit 0 and the palette on unit 1, each only if it is another.

@@ -264,6 +264,10 @@ private Q_SLOTS:
         addRow("exact counts", QSize(3, 3), QPoint(4, 3), QPoint(), QRect(5, 6, 6, 6), 3);
         addRow("apart", QSize(5, 4), QPoint(3, 2), QPoint(2, 3), QRect(5, 6, 5, 4), 1);
         addRow("apart, filling", QSize(5, 4), QPoint(0, 0), QPoint(2, 1), QRect(33, 20, 5, 4), 2);
+        addRow("millions, of which few are seen", QSize(5, 4), QPoint(5000, 5000), QPoint(2, 3),
+               QRect(-152, -99, 5, 4), 3);
+        addRow("all before the widget", QSize(5, 4), QPoint(20, 20), QPoint(2, 3),
+               QRect(-152, -150, 5, 4), 3);
         addRow("closer than they are wide", QSize(2, 2), QPoint(40, 1), QPoint(-9, 0),
                QRect(3, 0, 2, 2), 0);
     }
