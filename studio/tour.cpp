@@ -76,7 +76,12 @@ Tour::Tour(const QString &project, const QString &pictures)
     d->pictures = QDir(pictures).absolutePath();
 }
 
-Tour::~Tour() = default;
+Tour::~Tour()
+{
+    d->window.reset();
+    d->soundServer.kill();
+    d->soundServer.waitForFinished();
+}
 
 bool Tour::run()
 {

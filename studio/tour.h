@@ -72,6 +72,7 @@ private:
     bool pickThumbnails();
     bool darkSprite();
     // Those of the editor of sounds, in tour_sounds.cpp.
+    bool startSoundServer();
     bool openSound();
     bool playSound();
     bool darkSound();

@@ -3,6 +3,7 @@
 #include "mainwindow.h"
 #include "tour.h"
 
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTimer>
 
@@ -18,6 +19,7 @@ struct Tour::Private {
     QString source;
     QString pictures;
     QTemporaryDir directory;
+    QProcess soundServer;
     QString project; ///< the copy
     QString step;
     int number = 0;

@@ -2,7 +2,7 @@
 
 #include <kilnx/code/codedocument.h>
 #include <kilnx/editors/animationeditor_p.h>
-#include <kilnx/editors/projimport.h>
+#include <kilnx/editors/importplan_p.h>
 #include <kilnx/forms/itemsdialog.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/image/gif.h>
@@ -286,7 +286,7 @@ void AnimationEditorPrivate::projImport()
     if (dialog.exec() != QDialog::Accepted || !still.isSo())
         return;
     const ImportOptions options = dialog.options();
-    Animations *source =
+    const QPointer<Animations> source =
         options.project ? listOf(options.project->file(Project::FileID::Animations)) : nullptr;
     if (source && source == list) {
         showWarning(window(), warning, sameProject);
@@ -297,27 +297,15 @@ void AnimationEditorPrivate::projImport()
         const AnimationCode *each = source ? source->at(unsigned(item->row)) : nullptr;
         if (each)
             items.append({codeOf(each), item->name});
+        else if (options.project)
+            warnOfImport(*interface, QStringLiteral("animation"), item->row,
+                         options.project->displayName());
+        if (!still.isSo())
+            return;
     }
     const int added = takeIn(items, options.policy);
     if (added >= 0)
         tellImported(added, KilnTranslator::instance()->text(72));
-}
-
-/// Whether an animation comes in at all; whom it replaces.
-bool AnimationEditorPrivate::settleConflict(Incoming &item, ConflictPolicy policy)
-{
-    item.replaced = policy == ConflictPolicy::AddAnyway ? -1 : list->find(0, item.name);
-    if (item.replaced < 0)
-        return true;
-    if (policy == ConflictPolicy::Skip)
-        return false;
-    if (policy == ConflictPolicy::Ask &&
-        !askQuestion(
-            window(), AnimationEditor::tr("Conflict resolution!"),
-            AnimationEditor::tr("Animation '%1' already exists, do you want to replace it?")
-                .arg(item.name)))
-        item.replaced = -1;
-    return true;
 }
 
 /// All questions first, then one change, behind the current animation. How many are new; -1 when
@@ -326,39 +314,44 @@ int AnimationEditorPrivate::takeIn(const QVector<Incoming> &offered, ConflictPol
 {
     const Still still(this);
     const QPointer<AnimationEditorPrivate> self(this);
-    QVector<Incoming> items;
-    for (Incoming item : offered) {
-        if (settleConflict(item, policy))
-            items.append(item);
+    const int first = row.isValid() ? row.row() + 1 : 0;
+    ImportPlan plan(
+        window(), *list, first, policy,
+        AnimationEditor::tr("Animation '%1' already exists, do you want to replace it?"),
+        [this](const QString &name) { return list->find(0, name); });
+    for (int i = 0; i < offered.size(); ++i) {
+        plan.settle(i, offered[i].name);
         if (!still.isSo())
             return -1;
     }
     Progress *progress = interface->progress(AnimationEditor::tr("Importing animations..."), true);
     bool cancelled = false;
     working = true;
-    progress->setProgress(0, unsigned(items.size()), &cancelled);
+    progress->setProgress(0, unsigned(plan.steps().size()), &cancelled);
     if (!still.isSo() || cancelled) {
         progress->finish();
         if (self)
             working = false;
         return -1;
     }
-    const int first = row.isValid() ? row.row() + 1 : 0;
     int added = 0;
     write([&] {
-        // Rows are those from before: what is replaced keeps its row, and the new ones come last.
-        for (const Incoming &item : qAsConst(items)) {
-            if (item.replaced >= 0)
-                put(list->at(unsigned(item.replaced)), item);
+        // What is replaced keeps its row, and the new ones come last.
+        QVector<QPair<int, Incoming>> rows;
+        for (const ImportPlan::Step &step : plan.steps())
+            rows.append({step.replaced.row(), {offered[step.item].code, step.name}});
+        for (const auto &each : qAsConst(rows)) {
+            if (each.first >= 0)
+                put(list->at(unsigned(each.first)), each.second);
         }
-        for (const Incoming &item : qAsConst(items)) {
-            if (item.replaced >= 0)
+        for (const auto &each : qAsConst(rows)) {
+            if (each.first >= 0)
                 continue;
-            put(list->insert(unsigned(first + added), list->freeIdentifier()), item);
+            put(list->insert(unsigned(first + added), list->freeIdentifier()), each.second);
             ++added;
         }
     });
-    progress->setProgress(unsigned(items.size()), 0, &cancelled);
+    progress->setProgress(unsigned(plan.steps().size()), 0, &cancelled);
     progress->finish();
     if (!self)
         return -1;

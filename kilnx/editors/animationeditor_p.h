@@ -173,7 +173,6 @@ public:
     struct Incoming {
         QString code; ///< of the source
         QString name; ///< its identifier here
-        int replaced = -1;
     };
     QString startPath(const char *key) const;
     AnimImageFrame pictureOf(FrameCode *shown) const;
@@ -182,7 +181,6 @@ public:
     QList<int> pickRows(const QString &title, Animations *from, int current);
     bool collect(const QList<int> &rows, QStringList *codes);
     bool writeFile(const QString &path, const QString &text);
-    bool settleConflict(Incoming &item, ConflictPolicy policy);
     int takeIn(const QVector<Incoming> &offered, ConflictPolicy policy);
     void put(AnimationCode *target, const Incoming &item);
     void tellImported(int count, const QString &title);

@@ -5,6 +5,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QHash>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSet>
 
@@ -24,11 +25,12 @@ QStringList exportNames(const QStringList &identifiers, const QString &path)
     const QFileInfo info(path);
     QStringList names;
     QSet<QString> used;
+    QHash<QString, int> numbers; // that were tried last
     for (const QString &identifier : identifiers) {
         const QString own = QString(identifier).replace(reserved, QStringLiteral("_"));
         QString part = own;
-        for (int number = 2; used.contains(part.toLower()); ++number)
-            part = QStringLiteral("%1_%2").arg(own).arg(number);
+        for (int &number = numbers[own.toLower()]; used.contains(part.toLower()); ++number)
+            part = own + QLatin1Char('_') + QString::number(number + 2);
         used.insert(part.toLower());
         names.append(info.absolutePath() + QLatin1Char('/') + info.completeBaseName() +
                      QLatin1Char('_') + part + QLatin1Char('.') + info.suffix());
@@ -56,8 +58,14 @@ bool mayReplaceFiles(QWidget *parent,
 QString listedFiles(const QStringList &names)
 {
     QStringList shown;
-    for (const QString &name : names.mid(0, mostListed))
+    for (const QString &name : names)
         shown.append(QDir::toNativeSeparators(name));
+    return listedNames(shown);
+}
+
+QString listedNames(const QStringList &names)
+{
+    QStringList shown = names.mid(0, mostListed);
     if (names.size() > mostListed)
         shown.append(QStringLiteral("..."));
     return shown.join(QLatin1Char('\n'));

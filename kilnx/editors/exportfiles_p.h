@@ -20,5 +20,7 @@ bool mayReplaceFiles(QWidget *parent,
 
 /// The first of some file names, a line each, for a message.
 QString listedFiles(const QStringList &names);
+/// The same of the names of items.
+QString listedNames(const QStringList &names);
 
 } // namespace Kiln

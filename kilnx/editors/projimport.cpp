@@ -1,24 +1,33 @@
 #include <kilnx/editors/projimport.h>
 
+#include <kilnx/code/animationcode.h>
 #include <kilnx/code/animations.h>
-#include <kilnx/code/codedocument.h>
+#include <kilnx/editors/projectanimations_p.h>
+#include <kilnx/editors/thumbnailsmodel.h>
 #include <kilnx/image/sprite.h>
 #include <kilnx/project/interface.h>
 #include <kilnx/project/project.h>
+#include <kilnx/sound/audiosamplewidget.h>
 #include <kilnx/sound/sounds.h>
 
+#include <QtGui/QKeyEvent>
 #include <QtWidgets/QButtonGroup>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QDialogButtonBox>
 #include <QtWidgets/QFormLayout>
 #include <QtWidgets/QGroupBox>
 #include <QtWidgets/QLabel>
+#include <QtWidgets/QLineEdit>
 #include <QtWidgets/QListView>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QRadioButton>
+#include <QtWidgets/QStyledItemDelegate>
 #include <QtWidgets/QVBoxLayout>
 
 #include <algorithm>
+#include <functional>
+#include <memory>
+#include <vector>
 
 namespace Kiln
 {
@@ -40,9 +49,8 @@ int ImportModel::rowCount(const QModelIndex &parent) const
 
 QVariant ImportModel::data(const QModelIndex &index, int role) const
 {
-    const bool isShown = role == Qt::DisplayRole || role == Qt::EditRole;
     const ImportItem *item = index.isValid() ? m_items.value(index.row()) : nullptr;
-    return item && isShown ? QVariant(item->name) : QVariant();
+    return item && role == Qt::DisplayRole ? QVariant(item->name) : QVariant();
 }
 
 bool ImportModel::setData(const QModelIndex &index, const QVariant &value, int role)
@@ -85,19 +93,125 @@ void ImportModel::clear()
     endResetModel();
 }
 
+/// A small picture before each name of a list of sprites, or of what begins with one. The pictures
+/// are made as they come into sight.
+class SourcePictures : public QStyledItemDelegate
+{
+public:
+    /// The row in a file of sprites of what stands in a row of the list; -1 for none.
+    using Locate = std::function<int(const Sprites &sprites, int row)>;
+
+    SourcePictures(QListView *list, const Locate &locate)
+        : QStyledItemDelegate(list)
+        , m_list(list)
+        , m_locate(locate)
+    {
+        list->setItemDelegate(this);
+    }
+
+    void setProject(const Project *project)
+    {
+        m_files.clear();
+        const QList<ProjectFile *> files =
+            project ? project->filesByType(Project::FileID::Sprites) : QList<ProjectFile *>();
+        for (ProjectFile *file : files) {
+            m_files.push_back(std::make_unique<ThumbnailsModel>());
+            ThumbnailsModel &pictures = *m_files.back();
+            pictures.setSide(side);
+            pictures.setSprites(dynamic_cast<Sprites *>(file));
+            connect(&pictures, &QAbstractItemModel::dataChanged, m_list->viewport(),
+                    QOverload<>::of(&QWidget::update));
+        }
+    }
+
+    QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
+    {
+        const int width = option.fontMetrics.horizontalAdvance(index.data().toString());
+        return {side + width + 4 * margin, side + margin};
+    }
+
+protected:
+    void initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const override
+    {
+        QStyledItemDelegate::initStyleOption(option, index);
+        option->features |= QStyleOptionViewItem::HasDecoration;
+        option->decorationSize = QSize(side, side);
+        option->icon = QIcon(QPixmap::fromImage(picture(index.row())));
+    }
+
+private:
+    static constexpr int side = 32;
+    static constexpr int margin = 4;
+
+    QImage picture(int row) const
+    {
+        for (const auto &pictures : m_files) {
+            const Sprites *sprites = pictures->sprites();
+            const int at = sprites ? m_locate(*sprites, row) : -1;
+            if (at >= 0)
+                return pictures->picture(pictures->index(at, 0));
+        }
+        return QImage();
+    }
+
+    QListView *m_list;
+    const Locate m_locate;
+    std::vector<std::unique_ptr<ThumbnailsModel>> m_files;
+};
+
 } // namespace Kiln
 
 namespace
 {
 
+/// Begins with the name that is shown.
+class NameDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    void setEditorData(QWidget *editor, const QModelIndex &index) const override
+    {
+        if (auto *field = qobject_cast<QLineEdit *>(editor))
+            field->setText(index.data().toString());
+    }
+};
+
+/// A field whose Return and Down go to the list that it searches, and not on to the dialog.
+class SearchField : public QLineEdit
+{
+public:
+    SearchField(QListView *list, QWidget *parent)
+        : QLineEdit(parent)
+        , m_list(list)
+    {
+    }
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override
+    {
+        const int key = event->key();
+        if (key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Down)
+            m_list->setFocus();
+        else
+            QLineEdit::keyPressEvent(event);
+    }
+
+private:
+    QListView *m_list;
+};
+
+/// Selected and in sight, in the order in which they were selected.
 QList<int> selectedRows(const QListView &view)
 {
     QList<int> rows;
     if (!view.selectionModel())
         return rows;
     const QModelIndexList indexes = view.selectionModel()->selectedIndexes();
-    for (const QModelIndex &index : indexes)
-        rows.append(index.row());
+    for (const QModelIndex &index : indexes) {
+        if (!view.isRowHidden(index.row()))
+            rows.append(index.row());
+    }
     return rows;
 }
 
@@ -118,15 +232,6 @@ void addButton(QLayout *layout, const char *name, const QString &text, Act &&act
     button->setAutoDefault(false);
     layout->addWidget(button);
     QObject::connect(button, &QPushButton::clicked, button, std::forward<Act>(act));
-}
-
-void invertSelection(QListView &view)
-{
-    const QAbstractItemModel *model = view.model();
-    if (model && model->rowCount() > 0)
-        view.selectionModel()->select(
-            QItemSelection(model->index(0, 0), model->index(model->rowCount() - 1, 0)),
-            QItemSelectionModel::Toggle);
 }
 
 } // namespace
@@ -165,17 +270,23 @@ QWidget *ProjImportDlg::makeSource()
     m_sourceList->setEditTriggers(QAbstractItemView::NoEditTriggers);
     connect(m_projects, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
             &ProjImportDlg::showSource);
+    m_search = new SearchField(m_sourceList, group);
+    m_search->setObjectName(QStringLiteral("search"));
+    m_search->setClearButtonEnabled(true);
+    connect(m_search, &QLineEdit::textChanged, this, &ProjImportDlg::filterSource);
     auto *form = new QFormLayout;
     form->addRow(tr("Project:"), m_projects);
+    form->addRow(tr("Search:"), m_search);
     auto *buttons = new QHBoxLayout;
     auto *layout = new QVBoxLayout(group);
     layout->addLayout(form);
     layout->addWidget(m_sourceList, 1);
     layout->addLayout(buttons);
     addButton(buttons, "clear", tr("Clear"), [this] { m_sourceList->clearSelection(); });
-    addButton(buttons, "selectAll", tr("Select all"), [this] { m_sourceList->selectAll(); });
+    addButton(buttons, "selectAll", tr("Select all"),
+              [this] { selectShown(QItemSelectionModel::ClearAndSelect); });
     addButton(buttons, "invert", tr("Invert selection"),
-              [this] { invertSelection(*m_sourceList); });
+              [this] { selectShown(QItemSelectionModel::Toggle); });
     return group;
 }
 
@@ -184,6 +295,7 @@ QWidget *ProjImportDlg::makeDestination()
     auto *group = new QGroupBox(tr("Destination:"), this);
     m_list = makeList(group, "destination", tr("Destination"));
     m_list->setModel(&m_model);
+    m_list->setItemDelegate(new NameDelegate(m_list));
     auto *buttons = new QHBoxLayout;
     auto *layout = new QVBoxLayout(group);
     layout->addWidget(m_list, 1);
@@ -217,6 +329,12 @@ void ProjImportDlg::addGroup(QWidget *group)
     layout->insertWidget(layout->count() - 1, group);
 }
 
+void ProjImportDlg::addBelowSource(QLayout *fields)
+{
+    auto *layout = static_cast<QVBoxLayout *>(m_sourceList->parentWidget()->layout());
+    layout->insertLayout(layout->indexOf(m_sourceList) + 1, fields);
+}
+
 void ProjImportDlg::showEvent(QShowEvent *event)
 {
     if (m_projects->count() == 0)
@@ -231,13 +349,14 @@ void ProjImportDlg::fillProjects()
         if (!project || project == m_destination)
             continue;
         connect(project, &QObject::destroyed, this, &QDialog::reject);
+        m_sources.append(project);
         m_projects->addItem(project->displayName(), QVariant::fromValue<QObject *>(project));
     }
 }
 
 Kiln::Project *ProjImportDlg::source() const
 {
-    return qobject_cast<Kiln::Project *>(m_projects->currentData().value<QObject *>());
+    return m_sources.value(m_projects->currentIndex());
 }
 
 /// Rows that were chosen in one source say nothing about another.
@@ -248,7 +367,33 @@ void ProjImportDlg::showSource()
     m_sourceList->setModel(project ? sourceModel(project) : nullptr);
     delete before; // views don't
     m_model.clear();
+    filterSource();
     sourceChanged(project);
+}
+
+void ProjImportDlg::filterSource()
+{
+    QAbstractItemModel *model = m_sourceList->model();
+    const QString text = m_search->text();
+    for (int row = 0; model && row < model->rowCount(); ++row)
+        m_sourceList->setRowHidden(row, !itemName(model, row).contains(text, Qt::CaseInsensitive));
+}
+
+void ProjImportDlg::selectShown(QItemSelectionModel::SelectionFlags command)
+{
+    const QAbstractItemModel *model = m_sourceList->model();
+    QItemSelection shown;
+    for (int row = 0; model && row < model->rowCount(); ++row) {
+        if (m_sourceList->isRowHidden(row))
+            continue;
+        int last = row;
+        while (last + 1 < model->rowCount() && !m_sourceList->isRowHidden(last + 1))
+            ++last;
+        shown.select(model->index(row, 0), model->index(last, 0));
+        row = last;
+    }
+    if (!shown.isEmpty())
+        m_sourceList->selectionModel()->select(shown, command);
 }
 
 void ProjImportDlg::sourceChanged(Kiln::Project *)
@@ -279,10 +424,23 @@ Kiln::ImportOptions ProjImportDlg::options() const
     return options;
 }
 
+/// A name that is still being typed counts.
+void ProjImportDlg::accept()
+{
+    m_list->setCurrentIndex(QModelIndex());
+    QDialog::accept();
+}
+
 SprImportDlg::SprImportDlg(Kiln::Interface *interface, Kiln::Project *destination, QWidget *parent)
     : ProjImportDlg(interface, destination, parent)
     , m_mode(new QComboBox)
     , m_palette(new QComboBox)
+    , m_pictures(
+          new Kiln::SourcePictures(sourceList(), [this](const Kiln::Sprites &sprites, int row) {
+              return static_cast<const QAbstractItemModel *>(&sprites) == sourceList()->model()
+                         ? row
+                         : -1;
+          }))
 {
     m_mode->setObjectName(QStringLiteral("mode"));
     m_palette->setObjectName(QStringLiteral("palette"));
@@ -323,6 +481,7 @@ QAbstractItemModel *SprImportDlg::sourceModel(Kiln::Project *project)
 
 void SprImportDlg::sourceChanged(Kiln::Project *project)
 {
+    m_pictures->setProject(project);
     m_palette->clear();
     const auto *sprites =
         project ? dynamic_cast<Kiln::Sprites *>(project->file(Kiln::Project::FileID::Sprites))
@@ -330,6 +489,26 @@ void SprImportDlg::sourceChanged(Kiln::Project *project)
     for (unsigned int i = 0; sprites && i < sprites->palettes()->count(); ++i)
         m_palette->addItem(
             sprites->palettes()->at(i)->property(QStringLiteral("Identifier")).toString());
+}
+
+AnimImportDlg::AnimImportDlg(Kiln::Interface *interface,
+                             Kiln::Project *destination,
+                             QWidget *parent)
+    : ProjImportDlg(interface, destination, parent)
+    , m_pictures(
+          new Kiln::SourcePictures(sourceList(), [this](const Kiln::Sprites &sprites, int row) {
+              auto *animations = dynamic_cast<Kiln::Animations *>(sourceList()->model());
+              const Kiln::AnimationCode *shown =
+                  animations ? animations->at(unsigned(row)) : nullptr;
+              const Kiln::FrameCode *first = shown ? shown->frameAt(0) : nullptr;
+              return first ? sprites.indexOf(0, first->identifier()) : -1;
+          }))
+{
+}
+
+void AnimImportDlg::sourceChanged(Kiln::Project *project)
+{
+    m_pictures->setProject(project);
 }
 
 QString AnimImportDlg::itemName(QAbstractItemModel *model, int row)
@@ -341,11 +520,54 @@ QString AnimImportDlg::itemName(QAbstractItemModel *model, int row)
 
 QAbstractItemModel *AnimImportDlg::sourceModel(Kiln::Project *project)
 {
-    auto *document =
-        dynamic_cast<Kiln::CodeDocument *>(project->file(Kiln::Project::FileID::Animations));
-    return document ? dynamic_cast<Kiln::Animations *>(
-                          document->documentEditor(Kiln::CodeNode::Animation, 0))
-                    : nullptr;
+    return Kiln::animationsOf(project);
+}
+
+SndImportDlg::SndImportDlg(Kiln::Interface *interface, Kiln::Project *destination, QWidget *parent)
+    : ProjImportDlg(interface, destination, parent)
+    , m_wave(new Kiln::AudioSampleWidget(*interface, this))
+    , m_play(new QPushButton(tr("Play"), this))
+{
+    m_wave->setFixedHeight(90);
+    m_play->setObjectName(QStringLiteral("play"));
+    m_play->setCheckable(true);
+    m_play->setAutoDefault(false);
+    m_play->setEnabled(false);
+    connect(m_play, &QPushButton::clicked, this, &SndImportDlg::play);
+    connect(m_wave, &Kiln::AudioSampleWidget::stateChanged, m_play,
+            [this](Kiln::SoundSample::State state) {
+                m_play->setChecked(state == Kiln::SoundSample::Playing);
+            });
+    auto *fields = new QHBoxLayout;
+    fields->addWidget(m_wave, 1);
+    fields->addWidget(m_play);
+    addBelowSource(fields);
+}
+
+void SndImportDlg::sourceChanged(Kiln::Project *)
+{
+    showSound(-1);
+    if (QItemSelectionModel *selection = sourceList()->selectionModel())
+        connect(selection, &QItemSelectionModel::currentRowChanged, this,
+                [this](const QModelIndex &current) { showSound(current.row()); });
+}
+
+void SndImportDlg::showSound(int row)
+{
+    const auto *sounds = dynamic_cast<Kiln::Sounds *>(sourceList()->model());
+    const Kiln::Sound *sound = sounds && row >= 0 ? sounds->itemAt(unsigned(row)) : nullptr;
+    m_wave->setSound(sound ? sound->sample() : Kiln::SoundSample());
+    m_play->setEnabled(sound);
+}
+
+/// Where nothing can be heard, the view tells why.
+void SndImportDlg::play(bool checked)
+{
+    if (checked)
+        m_wave->play(false);
+    else
+        m_wave->stop();
+    m_play->setChecked(m_wave->state() == Kiln::SoundSample::Playing);
 }
 
 QString SndImportDlg::itemName(QAbstractItemModel *model, int row)

@@ -3,19 +3,25 @@
 #include <kilnx/export.h>
 
 #include <QtCore/QAbstractListModel>
+#include <QtCore/QItemSelectionModel>
 #include <QtCore/QList>
 #include <QtCore/QPointer>
+#include <QtCore/QVector>
 #include <QtWidgets/QDialog>
 
 class QButtonGroup;
 class QComboBox;
+class QLineEdit;
 class QListView;
+class QPushButton;
 
 namespace Kiln
 {
 
+class AudioSampleWidget;
 class Interface;
 class Project;
+class SourcePictures;
 
 /// An item that is to be copied from another project.
 struct ImportItem {
@@ -66,7 +72,9 @@ private:
 
 /// "Import from another project": which items of which open project are copied, under which names,
 /// and what becomes of names that exist. Each kind of item derives a class that tells where the
-/// items are. Run it with exec(); it rejects itself when the source or the destination is closed.
+/// items are. A field above the source's list leaves the items in sight whose names have what is
+/// typed there; those that are out of sight are neither selected by the buttons nor added. Run it
+/// with exec(); it rejects itself when the source or the destination is closed.
 class KILNX_EXPORT ProjImportDlg : public QDialog
 {
     Q_OBJECT
@@ -78,6 +86,8 @@ public:
 
     Kiln::ImportOptions options() const;
 
+    void accept() override;
+
 protected:
     /// The name of a row of sourceModel().
     virtual QString itemName(QAbstractItemModel *model, int row) = 0;
@@ -87,8 +97,12 @@ protected:
     virtual void sourceChanged(Kiln::Project *project);
     Kiln::Project *source() const;
     void showEvent(QShowEvent *event) override;
+    /// The list of the source's items.
+    QListView *sourceList() const { return m_sourceList; }
     /// Puts a group of fields above the buttons.
     void addGroup(QWidget *group);
+    /// Puts fields below the source's list.
+    void addBelowSource(QLayout *fields);
 
 private:
     QWidget *makeSource();
@@ -96,6 +110,8 @@ private:
     QWidget *makeConflicts();
     void fillProjects();
     void showSource();
+    void filterSource();
+    void selectShown(QItemSelectionModel::SelectionFlags command);
     void addFromSource();
     void removeSelected();
 
@@ -103,12 +119,14 @@ private:
     QPointer<Kiln::Project> m_destination;
     Kiln::ImportModel m_model;
     QComboBox *m_projects = nullptr;
+    QVector<QPointer<Kiln::Project>> m_sources; ///< as they stand there
+    QLineEdit *m_search = nullptr;
     QListView *m_sourceList = nullptr;
     QListView *m_list = nullptr;
     QButtonGroup *m_policy = nullptr;
 };
 
-/// The import of sprites, with the palette that they come to.
+/// The import of sprites, which are seen beside their names, with the palette that they come to.
 class KILNX_EXPORT SprImportDlg : public ProjImportDlg
 {
     Q_OBJECT
@@ -129,30 +147,43 @@ protected:
 private:
     QComboBox *m_mode;
     QComboBox *m_palette;
+    Kiln::SourcePictures *m_pictures;
 };
 
-/// The import of animations.
+/// The import of animations, whose first frames are seen beside their names.
 class KILNX_EXPORT AnimImportDlg : public ProjImportDlg
 {
     Q_OBJECT
 
 public:
-    using ProjImportDlg::ProjImportDlg;
+    AnimImportDlg(Kiln::Interface *interface, Kiln::Project *destination, QWidget *parent);
 
 protected:
     QString itemName(QAbstractItemModel *model, int row) override;
     QAbstractItemModel *sourceModel(Kiln::Project *project) override;
+    void sourceChanged(Kiln::Project *project) override;
+
+private:
+    Kiln::SourcePictures *m_pictures;
 };
 
-/// The import of sounds.
+/// The import of sounds. The current one is seen below the list, and a button plays it.
 class KILNX_EXPORT SndImportDlg : public ProjImportDlg
 {
     Q_OBJECT
 
 public:
-    using ProjImportDlg::ProjImportDlg;
+    SndImportDlg(Kiln::Interface *interface, Kiln::Project *destination, QWidget *parent);
 
 protected:
     QString itemName(QAbstractItemModel *model, int row) override;
     QAbstractItemModel *sourceModel(Kiln::Project *project) override;
+    void sourceChanged(Kiln::Project *project) override;
+
+private:
+    void showSound(int row);
+    void play(bool checked);
+
+    Kiln::AudioSampleWidget *m_wave;
+    QPushButton *m_play;
 };

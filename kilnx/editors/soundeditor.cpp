@@ -72,7 +72,7 @@ QString infoText(const SampleInfo &info)
         .arg(info.sampleRate)
         .arg(info.bits)
         .arg(seconds)
-        .arg(std::floor(seconds * ticksPerSecond));
+        .arg(static_cast<qint64>(std::floor(seconds * ticksPerSecond)));
 }
 
 QString noInfoText()

@@ -1,7 +1,7 @@
 // What the sound editor does to many sounds: resampling, and the import from other projects.
 
 #include <kilnx/cache/streamcachedata.h>
-#include <kilnx/editors/projimport.h>
+#include <kilnx/editors/exportfiles_p.h>
 #include <kilnx/editors/soundeditor_p.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/forms/resampledlg.h>
@@ -30,11 +30,12 @@ bool isSameFormat(const SampleInfo &a, const SampleInfo &b)
 }
 
 /// Sounds on their way to another format, on the threads of the global pool. The items of the file
-/// are read on the caller's thread alone, as the pool needs them.
+/// are read on the caller's thread alone, as the pool needs them. What cannot be decoded is
+/// refused.
 class Resampling
 {
 public:
-    /// `results` has one place for each row; what was refused stays without data.
+    /// `results` has one place for each row; what was refused has no channels.
     Resampling(const QPointer<Sounds> &sounds,
                const QList<QPersistentModelIndex> &rows,
                const SampleInfo &target,
@@ -79,7 +80,9 @@ private:
         ++m_running;
         const Sound *sound =
             m_rows[job].isValid() ? m_sounds->itemAt(unsigned(m_rows[job].row())) : nullptr;
-        const SoundSample source = sound ? sound->sample() : SoundSample();
+        SoundSample source = sound ? sound->sample() : SoundSample();
+        if (source.data.isEmpty() && sound && sound->sampleInfo().samples > 0)
+            source = SoundSample();
         auto *watcher = new Watcher(&m_loop);
         QObject::connect(watcher, &Watcher::finished, &m_loop, [this, watcher, job] {
             (*m_results)[job] = watcher->result();
@@ -155,15 +158,21 @@ void SoundEditorPrivate::convert(const QList<int> &chosen, const SampleInfo &tar
         working = false;
     if (!isDone || !still.isSo())
         return;
-    if (rows.size() > 1)
-        sounds->beginChange();
+    QStringList refused;
+    sounds->beginChange();
     for (int i = 0; i < rows.size(); ++i) {
-        if (rows[i].isValid() && !results[i].data.isEmpty())
-            sounds->itemAt(unsigned(rows[i].row()))->setSample(results[i]);
+        Sound *sound = rows[i].isValid() ? sounds->itemAt(unsigned(rows[i].row())) : nullptr;
+        if (sound && results[i].channels > 0)
+            sound->setSample(results[i]);
+        else if (sound)
+            refused.append(sound->property(identifierName).toString());
     }
-    if (rows.size() > 1)
-        sounds->endChange();
+    sounds->endChange();
     tellPosition();
+    if (!refused.isEmpty())
+        showWarning(
+            window(), KilnTranslator::instance()->text(155),
+            SoundEditor::tr("These sounds could not be resampled:\n%1").arg(listedNames(refused)));
 }
 
 // --- Import
@@ -180,6 +189,8 @@ void SoundEditorPrivate::projImport()
     if (!still.isSo())
         return;
     editor->switchToThis();
+    if (!still.isSo())
+        return;
     SndImportDlg dialog(interface, project, window());
     if (dialog.exec() != QDialog::Accepted || !still.isSo())
         return;
@@ -188,78 +199,68 @@ void SoundEditorPrivate::projImport()
                        ? dynamic_cast<Sounds *>(options.project->file(Project::FileID::Sounds))
                        : nullptr;
     const int added = source ? importSounds(*source, options) : 0;
-    if (added < 0)
+    if (added < 0 || !still.isSo())
         return;
     const QString told = added > 0 ? SoundEditor::tr("%n sound(s) were imported!", nullptr, added)
                                    : SoundEditor::tr("No sound imported!");
     showInformation(window(), KilnTranslator::instance()->text(72), told);
 }
 
-/// Adds what becomes of an item to `steps`; nothing for one that is left out. A name that an
-/// earlier step adds counts as taken. False when a file was closed behind a box.
-bool SoundEditorPrivate::settle(Sounds &source,
-                                const ImportItem &item,
-                                const ImportOptions &options,
-                                QVector<ImportStep> *steps)
+/// How many sounds were added; -1 when the file or the source was closed behind a box, and when the
+/// user has cancelled. All is read before anything is changed.
+int SoundEditorPrivate::importSounds(Sounds &from, const ImportOptions &options)
 {
     const Still still(this);
-    const QPointer<Sounds> alive(&source);
-    const Sound *picked = source.itemAt(unsigned(item.row));
-    if (!picked || !picked->data() || picked->data()->isEmpty()) {
-        showWarning(window(), interface->text(Interface::FailureTitle),
-                    interface->text(Interface::ImportFailureText)
-                        .arg(QStringLiteral("sound"))
-                        .arg(item.row)
-                        .arg(options.project->displayName()));
-        return still.isSo() && alive;
-    }
-    ImportStep step{source.index(item.row), item.name, QModelIndex()};
-    const bool isAdded = options.policy == ConflictPolicy::AddAnyway;
-    const int found = isAdded ? -1 : sounds->find(0, item.name);
-    const auto earlier = std::find_if(steps->begin(), steps->end(), [&](const ImportStep &before) {
-        return !isAdded && !before.replaced.isValid() && before.name == item.name;
-    });
-    const bool isTaken = found >= 0 || earlier != steps->end();
-    if (isTaken && options.policy == ConflictPolicy::Skip)
-        return true;
-    const QPersistentModelIndex existing = sounds->index(found);
-    const bool replaces =
-        isTaken &&
-        (options.policy == ConflictPolicy::Replace ||
-         askQuestion(window(), SoundEditor::tr("Conflict resolution!"),
-                     SoundEditor::tr("Sound '%1' already exists, do you want to replace it?")
-                         .arg(item.name)));
-    if (!still.isSo() || !alive)
-        return false;
-    if (replaces && found >= 0)
-        step.replaced = existing;
-    if (replaces && found < 0)
-        earlier->source = step.source;
-    else
-        steps->append(step);
-    return true;
-}
-
-/// How many sounds were added; -1 when the file or the source was closed behind a box.
-int SoundEditorPrivate::importSounds(Sounds &source, const ImportOptions &options)
-{
-    QVector<ImportStep> steps;
+    const QPointer<Sounds> source(&from);
+    ImportPlan plan(window(), *sounds, int(insertRow()), options.policy,
+                    SoundEditor::tr("Sound '%1' already exists, do you want to replace it?"),
+                    [this](const QString &name) { return sounds->find(0, name); });
+    QVector<QPersistentModelIndex> picked;
     for (const ImportItem *item : options.items) {
-        if (!options.project || !settle(source, *item, options, &steps))
+        picked.append(source->index(item->row));
+        const Sound *sound = source->itemAt(unsigned(item->row));
+        if (sound && sound->data() && !sound->data()->isEmpty())
+            plan.settle(picked.size() - 1, item->name);
+        else
+            warnOfImport(*interface, QStringLiteral("sound"), item->row,
+                         options.project->displayName());
+        if (!still.isSo() || !source)
             return -1;
     }
+    const QVector<ImportPlan::Step> &steps = plan.steps();
+    QVector<SoundSample> samples(steps.size());
+    const auto read = [&](int i) {
+        const QPersistentModelIndex &row = picked[steps[i].item];
+        if (source && row.isValid())
+            samples[i] = source->itemAt(unsigned(row.row()))->sample();
+    };
+    if (!doWithEach(steps.size(), SoundEditor::tr("Importing sounds..."), read) || !source)
+        return -1;
+    const int added = takeIn(steps, samples);
+    for (int i = 0; i < steps.size() && still.isSo() && options.project; ++i) {
+        if (samples[i].data.isEmpty())
+            warnOfImport(*interface, QStringLiteral("sound"), options.items[steps[i].item]->row,
+                         options.project->displayName());
+    }
+    return added;
+}
+
+/// As one change of the file, behind the current sound; what could not be decoded is left out. How
+/// many sounds were added.
+int SoundEditorPrivate::takeIn(const QVector<ImportPlan::Step> &steps,
+                               const QVector<SoundSample> &samples)
+{
     const unsigned int first = insertRow();
     unsigned int at = first;
     sounds->beginChange();
-    for (const ImportStep &step : qAsConst(steps)) {
-        if (!step.source.isValid())
+    for (int i = 0; i < steps.size(); ++i) {
+        if (samples[i].data.isEmpty())
             continue;
-        const SoundSample sample = source.itemAt(unsigned(step.source.row()))->sample();
-        if (step.replaced.isValid()) {
-            Sound *target = sounds->itemAt(unsigned(step.replaced.row()));
-            target->setSample(sample);
-            target->setProperty(identifierName, step.name);
-        } else if (sounds->insert(at, step.name, sample)) {
+        if (steps[i].replaced.isValid()) {
+            Sound *target = sounds->itemAt(unsigned(steps[i].replaced.row()));
+            target->setSample(samples[i]);
+            target->setProperty(identifierName, steps[i].name);
+        } else if (sounds->insert(at, steps[i].name, samples[i])) {
             ++at;
         }
     }

@@ -97,28 +97,53 @@ void SoundEditorPrivate::add()
         insertFiles(paths, names);
 }
 
-/// As one change of the file, behind the current sound; the last new one is shown. What could not
-/// be read is told when all is done.
+/// Does something with each of some items, under an indicator when there are several. False when
+/// the user has cancelled, or the file is gone.
+bool SoundEditorPrivate::doWithEach(int count,
+                                    const QString &told,
+                                    const std::function<void(int)> &act)
+{
+    const Still still(this);
+    const QPointer<SoundEditorPrivate> alive(this);
+    bool cancelled = false;
+    working = true;
+    Progress *progress = count > 1 ? interface->progress(told, true) : nullptr;
+    if (progress)
+        progress->setProgress(0, unsigned(count), &cancelled);
+    for (int i = 0; i < count && !cancelled && still.isSo(); ++i) {
+        act(i);
+        if (progress)
+            progress->setProgress(unsigned(i + 1), 0, &cancelled);
+    }
+    if (progress)
+        progress->finish();
+    if (alive)
+        working = false;
+    return !cancelled && still.isSo();
+}
+
+/// As one change of the file, behind the current sound; the last new one is shown. All is read
+/// first, so that a cancel adds nothing; what could not be read is told at the end.
 void SoundEditorPrivate::insertFiles(const QStringList &paths, const QList<QVariant> &names)
 {
     const Still still(this);
+    QVector<SoundSample> samples(paths.size());
+    if (!doWithEach(paths.size(), SoundEditor::tr("Reading sounds..."),
+                    [&](int i) { samples[i] = readSound(paths[i]); }))
+        return;
     const unsigned int first = insertRow();
     unsigned int at = first;
-    QStringList failed;
     sounds->beginChange();
     for (int i = 0; i < paths.size(); ++i) {
-        const SoundSample sample = readSound(paths[i]);
-        if (sample.samples == 0)
-            failed.append(paths[i]);
-        else if (sounds->insert(at, names[i], sample))
+        if (samples[i].samples > 0 && sounds->insert(at, names[i], samples[i]))
             ++at;
     }
     sounds->endChange();
     if (at > first)
         select(int(at) - 1);
-    for (const QString &path : qAsConst(failed)) {
-        if (still.isSo())
-            warnOfSound(path);
+    for (int i = 0; i < paths.size() && still.isSo(); ++i) {
+        if (samples[i].samples == 0)
+            warnOfSound(paths[i]);
     }
 }
 
@@ -180,23 +205,11 @@ void SoundEditorPrivate::saveSounds(const QVector<int> &chosen, const QString &p
     if (!mayReplaceFiles(window(), text(154), names, path) || !still.isSo())
         return;
     QStringList failed;
-    bool cancelled = false;
-    const QPointer<SoundEditorPrivate> alive(this);
-    Progress *progress = count > 1 ? interface->progress(text(154), true) : nullptr;
-    working = true;
-    if (progress)
-        progress->setProgress(0, unsigned(count), &cancelled);
-    for (int i = 0; i < count && !cancelled && still.isSo(); ++i) {
+    doWithEach(count, text(154), [&](int i) {
         if (rows[i].isValid() &&
             !writeSound(names[i], sounds->itemAt(unsigned(rows[i].row()))->sample()))
             failed.append(names[i]);
-        if (progress)
-            progress->setProgress(unsigned(i + 1), 0, &cancelled);
-    }
-    if (progress)
-        progress->finish();
-    if (alive)
-        working = false;
+    });
     if (still.isSo() && !failed.isEmpty())
         showWarning(
             window(), text(154),

@@ -1,11 +1,14 @@
 #pragma once
 
 #include <kilnx/editors/fieldguard.h>
+#include <kilnx/editors/importplan_p.h>
 #include <kilnx/editors/soundeditor.h>
 #include <kilnx/sound/sounds.h>
 
 #include <QtCore/QPersistentModelIndex>
 #include <QtCore/QPointer>
+
+#include <functional>
 
 namespace Kiln
 {
@@ -13,8 +16,6 @@ namespace Kiln
 class Interface;
 class OrganizerEditor;
 class SoundWorkspace;
-struct ImportItem;
-struct ImportOptions;
 
 /// The state of a SoundEditor, the slots of its actions and the signals that rule them.
 ///
@@ -43,13 +44,6 @@ public:
         QPointer<Sounds> m_file;
     };
 
-    /// What is to be done with one sound of another project, settled before anything is changed.
-    struct ImportStep {
-        QPersistentModelIndex source;
-        QString name;
-        QPersistentModelIndex replaced; ///< not valid: it is added
-    };
-
     QWidget *window() const;
     /// Null without a file, and for an empty one.
     Sound *sound() const { return sounds && row.isValid() ? current : nullptr; }
@@ -76,17 +70,15 @@ public:
     QString openFilter() const;
     void keepPath(const QString &fileName);
     void warnOfSound(const QString &fileName);
+    bool doWithEach(int count, const QString &told, const std::function<void(int)> &act);
     void insertFiles(const QStringList &paths, const QList<QVariant> &names);
     QVector<int> chosenRows() const;
     void saveSounds(const QVector<int> &chosen, const QString &path);
 
     // soundeditor_batch.cpp
     void convert(const QList<int> &rows, const SampleInfo &target);
-    bool settle(Sounds &source,
-                const ImportItem &item,
-                const ImportOptions &options,
-                QVector<ImportStep> *steps);
-    int importSounds(Sounds &source, const ImportOptions &options);
+    int importSounds(Sounds &from, const ImportOptions &options);
+    int takeIn(const QVector<ImportPlan::Step> &steps, const QVector<SoundSample> &samples);
 
     SoundEditor *const editor;
     Interface *const interface;

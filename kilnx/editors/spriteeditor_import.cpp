@@ -1,6 +1,6 @@
 // Sprites of other projects in the sprite editor's file.
 
-#include <kilnx/editors/projimport.h>
+#include <kilnx/editors/importplan_p.h>
 #include <kilnx/editors/spriteeditor_p.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/project/interface.h>
@@ -15,13 +15,6 @@ namespace
 
 const QString identifierName = QStringLiteral("Identifier");
 
-/// What is to be done with one item, settled before anything is changed.
-struct Step {
-    QImage picture;
-    QString name;
-    int replaced = -1; ///< a row of the destination; -1 to add
-};
-
 } // namespace
 
 /// The palette of the source in the file, which may have an equal one already.
@@ -35,22 +28,6 @@ Palette *SpriteEditorPrivate::copiedPalette(const Sprites &source, int paletteRo
     return equal >= 0 ? own->at(unsigned(equal))
                       : own->add(from->colors(),
                                  const_cast<Palette *>(from)->property(identifierName), false);
-}
-
-/// The row that an item replaces, or -1 to add it; false to leave it out.
-bool SpriteEditorPrivate::settleConflict(const QString &name, ConflictPolicy policy, int *replaced)
-{
-    *replaced = policy == ConflictPolicy::AddAnyway ? -1 : sprites->indexOf(0, name);
-    if (*replaced < 0)
-        return true;
-    if (policy == ConflictPolicy::Skip)
-        return false;
-    if (policy == ConflictPolicy::Ask &&
-        !askQuestion(
-            window(), SpriteEditor::tr("Conflict resolution!"),
-            SpriteEditor::tr("Sprite '%1' already exists, do you want to replace it?").arg(name)))
-        *replaced = -1;
-    return true;
 }
 
 void SpriteEditorPrivate::projImport()
@@ -91,43 +68,41 @@ int SpriteEditorPrivate::importFrom(Sprites &from, const SprImportDlg &dialog)
     const ImportOptions options = dialog.options();
     const Still still(this);
     const QPointer<Sprites> source(&from);
-    QVector<Step> steps;
+    const int first = row.isValid() ? row.row() + 1 : 0;
+    ImportPlan plan(window(), *sprites, first, options.policy,
+                    SpriteEditor::tr("Sprite '%1' already exists, do you want to replace it?"),
+                    [this](const QString &name) { return sprites->indexOf(0, name); });
+    QVector<QImage> pictures;
     for (const ImportItem *item : options.items) {
-        Sprite *picked = source->at(unsigned(item->row));
-        Step step{picked ? picked->image() : QImage(), item->name, -1};
-        if (step.picture.isNull())
-            showWarning(window(), interface->text(Interface::FailureTitle),
-                        interface->text(Interface::ImportFailureText)
-                            .arg(QStringLiteral("sprite"))
-                            .arg(item->row)
-                            .arg(options.project->displayName()));
-        else if (settleConflict(step.name, options.policy, &step.replaced))
-            steps.append(step);
+        const Sprite *picked = source->at(unsigned(item->row));
+        pictures.append(picked ? picked->image() : QImage());
+        if (pictures.last().isNull())
+            warnOfImport(*interface, QStringLiteral("sprite"), item->row,
+                         options.project->displayName());
+        else
+            plan.settle(pictures.size() - 1, item->name);
         if (!still.isSo() || !source)
             return -1;
     }
     const QPointer<Sprites> list = sprites;
-    const unsigned int first = row.isValid() ? unsigned(row.row()) + 1 : 0;
-    unsigned int at = first;
+    unsigned int at = unsigned(first);
     list->beginChange();
     Palette *forced =
         dialog.mode() > Sprite::ImagePalette ? copiedPalette(from, dialog.palette()) : nullptr;
-    // Rows are those from before; adding moves only what is behind.
-    for (const Step &step : qAsConst(steps)) {
-        const bool isNew = step.replaced < 0;
-        const int moved = step.replaced >= int(first) ? int(at - first) : 0;
-        Sprite *target = isNew ? list->insert(at, step.name, QImage())
-                               : list->at(unsigned(step.replaced + moved));
+    for (const ImportPlan::Step &step : plan.steps()) {
+        const bool isNew = !step.replaced.isValid();
+        Sprite *target =
+            isNew ? list->insert(at, step.name, QImage()) : list->at(unsigned(step.replaced.row()));
         if (!target)
             continue;
-        target->setImage(step.picture, false, dialog.mode(), forced);
+        target->setImage(pictures[step.item], false, dialog.mode(), forced);
         target->setProperty(identifierName, step.name);
         at += isNew;
     }
     list->endChange();
-    if (at > first && list == sprites)
-        setCurrent(first);
-    return int(at - first);
+    if (int(at) > first && list == sprites)
+        setCurrent(unsigned(first));
+    return int(at) - first;
 }
 
 } // namespace Kiln

@@ -121,7 +121,6 @@ public:
 
     // spriteeditor_import.cpp
     Palette *copiedPalette(const Sprites &source, int paletteRow);
-    bool settleConflict(const QString &name, ConflictPolicy policy, int *replaced);
     int importFrom(Sprites &from, const SprImportDlg &dialog);
 
     // spriteeditor_canvas.cpp

@@ -258,7 +258,9 @@ void AudioSampleWidget::checkEnd()
         startAgain();
         return;
     }
-    const qint64 late = m_clock.elapsed() - m_info.samples * 1000LL / m_info.sampleRate;
+    // By the bytes: a format may announce more frames than there are.
+    const qint64 frames = m_data.size() / m_bytesPerFrame;
+    const qint64 late = m_clock.elapsed() - frames * 1000 / m_info.sampleRate;
     const bool isIdle = m_output->state() == QAudio::IdleState;
     if (late < (isIdle ? deviceDelayMs : deviceTimeoutMs))
         return;

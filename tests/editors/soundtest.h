@@ -1,8 +1,11 @@
 #pragma once
 
+#include <ember/emberengine.h>
+#include <ember/emberparentproject.h>
 #include <ember/embersounds.h>
 #include <hostkit/soundview.h>
 #include <kilnx/editors/organizer.h>
+#include <kilnx/forms/resampledlg.h>
 #include <kilnx/sound/audiosamplewidget.h>
 #include <kilnx/sound/soundworkspace.h>
 #include <tests/support/files.h>
@@ -158,8 +161,98 @@ struct Bench {
     QTemporaryDir directory;
 };
 
-using Act = std::function<void(Bench &)>;
+/// Accepts ResampleDlg on these rows and this format.
+inline void expectResample(Bench &bench, const QList<int> &rows, const QStringList &format)
+{
+    bench.host.dialogs().expectDialog([rows, format](QDialog *dialog) {
+        QCOMPARE(dialog->windowTitle(), QString("Resample"));
+        auto *list = dialog->findChild<QListView *>("items");
+        list->clearSelection();
+        for (const int row : rows)
+            list->selectionModel()->select(list->model()->index(row, 0),
+                                           QItemSelectionModel::Select);
+        const char *fields[] = {"sampleRate", "bits", "channels"};
+        for (int i = 0; i < 3; ++i)
+            dialog->findChild<QComboBox *>(fields[i])->setCurrentText(format[i]);
+        dialog->accept();
+    });
+}
+
+/// Saves the sounds and loads them again, with faults in the stored bytes of one.
+inline void damage(EmberSounds &sounds, unsigned int row, const QString &path)
+{
+    Archive &archive = FileSystemArchive::instance();
+    const QByteArray stored = sounds.itemAt(row)->data()->toData(true);
+    QVERIFY(sounds.toFile(archive, path, false));
+    QByteArray bytes = readFile(path);
+    const int at = bytes.indexOf(stored) + stored.size() / 2;
+    bytes.replace(at, 4, "~~~~");
+    writeFile(path, bytes);
+    QVERIFY(sounds.fromFile(archive, path, false));
+    QVERIFY(sounds.itemAt(row)->sample().data.isEmpty());
+}
+
+/// Two heroes of the sample project, each with its sounds: of wren, the third one has no data, and
+/// the fourth is damaged.
+struct Heroes {
+    Heroes()
+    {
+        bench.host.currentEngine = &EmberEngine::instance();
+        copyFolder(KILN_SOURCE_DIR "/examples/hero/", bench.path("hero/"));
+        parent = EmberParentProject::open(bench.path("hero/"), FileSystemArchive::instance());
+        QVERIFY(parent);
+        bench.host.projects = parent->openedProjects();
+        for (Project *project : qAsConst(bench.host.projects)) {
+            auto *sounds = dynamic_cast<EmberSounds *>(project->file(Project::FileID::Sounds));
+            const QString name = QFileInfo(project->fileName()).baseName();
+            (name == "wren" ? source : name == "moss" ? target : other) = sounds;
+        }
+        QVERIFY(source && target);
+        source->insert(2, "nothing", SoundSample());
+        damage(*source, 3, source->fileName());
+        bench.host.activeProject = target->project();
+        bench.editor->setCurrentFile(target);
+    }
+    ~Heroes()
+    {
+        bench.editor->setCurrentFile(nullptr);
+        parent->close();
+    }
+    /// Adds rows of wren's, some with another name behind a blank, by a policy.
+    void expectImport(const QStringList &items, int policy, const std::function<void()> &act = {})
+    {
+        bench.host.dialogs().expectDialog([this, items, policy, act](QDialog *dialog) {
+            auto *projects = dialog->findChild<QComboBox *>("projects");
+            QVERIFY(projects->findText(target->project()->displayName()) < 0);
+            projects->setCurrentIndex(projects->findText(source->project()->displayName()));
+            auto *list = dialog->findChild<QListView *>("source");
+            QAbstractItemModel *chosen = dialog->findChild<QListView *>("destination")->model();
+            for (const QString &item : items) {
+                list->selectionModel()->select(list->model()->index(item.left(1).toInt(), 0),
+                                               QItemSelectionModel::ClearAndSelect);
+                dialog->findChild<QPushButton *>("add")->click();
+                if (item.size() > 1)
+                    chosen->setData(chosen->index(chosen->rowCount() - 1, 0), item.mid(2),
+                                    Qt::EditRole);
+            }
+            dialog->findChild<QRadioButton *>(QString("policy%1").arg(policy))->click();
+            if (act)
+                act();
+            else
+                dialog->accept();
+        });
+    }
+
+    Bench bench;
+    EmberParentProject *parent = nullptr;
+    EmberSounds *source = nullptr;
+    EmberSounds *target = nullptr;
+    EmberSounds *other = nullptr;
+};
+
+inline SampleInfo formatOf(int channels, int bits, unsigned int rate)
+{
+    return noise(channels, bits, rate, 0, 0);
+}
 
 } // namespace SoundTest
-
-Q_DECLARE_METATYPE(SoundTest::Act)

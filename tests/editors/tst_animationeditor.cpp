@@ -10,6 +10,7 @@
 #include <kilnx/image/gif.h>
 #include <kilnx/render/graphicsworkspace.h>
 #include <kilnx/render/timelinewidget.h>
+#include <tests/support/coloredrow.h>
 #include <tests/support/files.h>
 #include <tests/support/plainanimations.h>
 #include <tests/support/release.h>
@@ -554,16 +555,24 @@ private Q_SLOTS:
 
     void importsFromAProject_data()
     {
-        const auto add = columns<int, QString, QStringList>("policy", "told", "names");
-        const QString one = "1 new animation(s) were imported!";
-        add("replace", 1, one, {"a", "b", "new"});
-        add("skip", 2, one, {"a", "b", "new"});
-        add("add anyway", 3, "2 new animation(s) were imported!", {"a", "a", "new", "b"});
+        // Of the source's a and c the second is renamed, and comes once more.
+        const auto add = columns<bool, int, int, int, QStringList>("isSaved", "policy", "answer",
+                                                                   "added", "names");
+        const int yes = QMessageBox::Yes, no = QMessageBox::No;
+        for (const bool isSaved : {false, true}) {
+            const QByteArray how = isSaved ? ", source saved" : ", source modified";
+            add("ask, yes" + how, isSaved, 0, yes, 1, {"a", "b", "new"});
+            add("ask, no" + how, isSaved, 0, no, 3, {"a", "a", "b", "new", "new"});
+            add("replace" + how, isSaved, 1, 0, 1, {"a", "b", "new"});
+            add("skip" + how, isSaved, 2, 0, 1, {"a", "b", "new"});
+            add("add anyway" + how, isSaved, 3, 0, 3, {"a", "a", "b", "new", "new"});
+        }
     }
 
     void importsFromAProject()
     {
-        const auto [policy, told, names] = row<int, QString, QStringList>();
+        const auto [isSaved, policy, answer, added, names] =
+            row<bool, int, int, int, QStringList>();
         Bench bench;
         bench.show("@animation a\n    frame: here\n\n@animation b\n");
         Project *moss = nullptr;
@@ -574,30 +583,44 @@ private Q_SLOTS:
         auto *source = dynamic_cast<EmberDocument *>(
             EmberEngine::instance().createFile(Project::FileID::Animations, moss));
         moss->addFile(source, Project::FileID::Animations);
-        source->fromString("@animation a\n    frame: there\n@animation c\n    frame: c\n");
+        const auto *sprites = dynamic_cast<EmberSprites *>(moss->file(Project::FileID::Sprites));
+        const QString text = QString("@animation a\n    frame: %1\n@animation c\n    frame: %2\n")
+                                 .arg(isSaved ? "there" : "old", sprites->at(0)->identifier());
+        source->fromString(text);
+        if (!isSaved)
+            source->animations()->at(0)->setCode("@animation a\n    frame: there");
+        QCOMPARE(source->isModified(), !isSaved);
         bench.host.dialogs().expectDialog([&, policy = policy](QDialog *dialog) {
             auto *projects = dialog->findChild<QComboBox *>("projects");
             projects->setCurrentIndex(projects->findText(moss->displayName()));
-            dialog->findChild<QListView *>("source")->selectAll();
+            auto *list = dialog->findChild<QListView *>("source");
+            QTRY_VERIFY(isColoredBeforeText(list, 1));
+            QVERIFY(!isColoredBeforeText(list, 0));
+            list->selectAll();
+            dialog->findChild<QPushButton *>("add")->click();
+            list->setCurrentIndex(list->model()->index(1, 0));
             dialog->findChild<QPushButton *>("add")->click();
             QAbstractItemModel *chosen = dialog->findChild<QListView *>("destination")->model();
-            QVERIFY(chosen->setData(chosen->index(1, 0), "new", Qt::EditRole));
+            for (const int each : {1, 2})
+                QVERIFY(chosen->setData(chosen->index(each, 0), "new", Qt::EditRole));
             dialog->findChildren<QRadioButton *>()[policy]->click();
             dialog->accept();
         });
+        for (int i = 0; answer && i < 2; ++i)
+            bench.host.dialogs().expectBox(QMessageBox::StandardButton(answer));
         bench.host.dialogs().expectBox(QMessageBox::Ok);
         bench.trigger("import_proj");
         QCOMPARE(bench.host.dialogs().finish(), QString());
-        QCOMPARE(bench.host.dialogs().seen().last().text, told);
+        QCOMPARE(bench.host.dialogs().seen().last().text,
+                 QString("%1 new animation(s) were imported!").arg(added));
         QStringList found;
         for (AnimationCode *animation : bench.list().animations())
             found << animation->name();
         found.sort();
-        QStringList wanted = names;
-        wanted.sort();
-        QCOMPARE(found, wanted);
+        QCOMPARE(found, names);
+        const bool replaces = policy == 1 || answer == QMessageBox::Yes;
         QCOMPARE(bench.list().at(0)->frameAt(0)->identifier(),
-                 QString(policy == 1 ? "there" : "here"));
+                 QString(replaces ? "there" : "here"));
         QCOMPARE(bench.differences(), QString());
         bench.editor->undo();
         QCOMPARE(bench.text(), bench.first);

@@ -1,39 +1,11 @@
+#include "randomsounds.h"
 #include "soundtest.h"
 
-#include <ember/emberengine.h>
-#include <ember/emberparentproject.h>
-#include <kilnx/forms/resampledlg.h>
+#include <kilnx/editors/projimport.h>
 #include <tests/support/fulldisk.h>
 #include <tests/support/rows.h>
 
 using namespace SoundTest;
-
-namespace
-{
-
-/// Accepts ResampleDlg on these rows and this format.
-void expectResample(Bench &bench, const QList<int> &rows, const QStringList &format)
-{
-    bench.host.dialogs().expectDialog([rows, format](QDialog *dialog) {
-        QCOMPARE(dialog->windowTitle(), QString("Resample"));
-        auto *list = dialog->findChild<QListView *>("items");
-        list->clearSelection();
-        for (const int row : rows)
-            list->selectionModel()->select(list->model()->index(row, 0),
-                                           QItemSelectionModel::Select);
-        const char *fields[] = {"sampleRate", "bits", "channels"};
-        for (int i = 0; i < 3; ++i)
-            dialog->findChild<QComboBox *>(fields[i])->setCurrentText(format[i]);
-        dialog->accept();
-    });
-}
-
-SampleInfo formatOf(int channels, int bits, unsigned int rate)
-{
-    return noise(channels, bits, rate, 0, 0);
-}
-
-} // namespace
 
 class tst_SoundEditor : public QObject
 {
@@ -53,6 +25,9 @@ private slots:
         add("five channels of a rate of 0", 5, 24, 0, 3,
             "Channels: 5 (Stereo)\nSample rate: 0 Hz\nBits per sample: 24 bits\n"
             "Duration: 0 seconds\nTick count: 0 at 60Hz");
+        add("of hours", 1, 8, 1, 20000,
+            "Channels: 1 (Mono)\nSample rate: 1 Hz\nBits per sample: 8 bits\n"
+            "Duration: 20000 seconds\nTick count: 1200000 at 60Hz");
         add("without frames", 0, 1, 0, 0,
             "Channels: 0 (Mono)\nSample rate: 0 Hz\nBits per sample: 1 bits\n"
             "Duration: 0 seconds\nTick count: 0 at 60Hz");
@@ -134,6 +109,7 @@ private slots:
         writeFile(bench.path("tested.wav"), bytes);
         const SoundSample second = noise(2, 8, 8000, 100, 4);
         writeFile(bench.path("second.wav"), wav(second));
+        writeFile(bench.path("third.wav"), wav(second));
         bench.insert("old", noise(1, 8, 8000, 10, 1));
         bench.insert("last", noise(1, 8, 8000, 10, 2));
         const QStringList before = bench.all();
@@ -168,12 +144,18 @@ private slots:
         QCOMPARE(bench.names(), QStringList({"old", "last"}));
         QCOMPARE(bench.label("snd_info_lb").contains("22050"), isSound);
 
-        // A cancel in the table of names adds nothing.
+        // A cancel adds nothing, in the table of names and while the files are read.
         const QStringList now = bench.all();
-        bench.host.dialogs().expectFiles({bench.path("second.wav")});
-        bench.host.dialogs().expectDialog([](QDialog *dialog) { dialog->reject(); });
-        bench.trigger("snd_add");
-        QCOMPARE(bench.all(), now);
+        for (const unsigned int cancelAt : {0, 1, 2}) {
+            bench.host.cancelAt = cancelAt;
+            bench.host.dialogs().expectFiles({bench.path("second.wav"), bench.path("third.wav")});
+            bench.host.dialogs().expectDialog(
+                [cancelAt](QDialog *dialog) { cancelAt ? dialog->accept() : dialog->reject(); });
+            bench.trigger("snd_add");
+            QCOMPARE(bench.all(), now);
+        }
+        QCOMPARE(bench.host.progresses.last()->text, QString("Reading sounds..."));
+        QCOMPARE(bench.host.progresses.last()->total, 2U);
     }
 
     void savesSounds()
@@ -181,7 +163,7 @@ private slots:
         Bench bench;
         const SoundSample samples[] = {noise(1, 8, 8000, 50, 1), noise(2, 16, 44100, 60, 2),
                                        noise(2, 24, 48000, 70, 3)};
-        const QString names[] = {"a/b", "B", "b"};
+        const QString names[] = {"a/b", "B%1", "b%1"};
         for (int i = 0; i < 3; ++i)
             bench.insert(names[i], samples[i]);
         const auto save = [&bench](const QString &name) {
@@ -195,7 +177,7 @@ private slots:
         bench.selectRows({0, 1, 2});
         save("set.wav");
         bench.trigger("snd_save_sample");
-        const QStringList files{"set_a_b.wav", "set_B.wav", "set_b_2.wav"};
+        const QStringList files{"set_a_b.wav", "set_B%1.wav", "set_b%1_2.wav"};
         for (int i = 0; i < 3; ++i)
             QCOMPARE(readFile(bench.path(files[i])), wav(samples[i]));
         QCOMPARE(bench.host.progresses.last()->text, QString("Save sound as..."));
@@ -222,7 +204,7 @@ private slots:
             bench.trigger("snd_save_sample");
         }
         QCOMPARE(bench.host.dialogs().finish(), QString());
-        QVERIFY(bench.host.dialogs().seen().last().text.contains("set_b_2.wav"));
+        QVERIFY(bench.host.dialogs().seen().last().text.contains("set_b%1_2.wav"));
         QCOMPARE(readFile(bench.path(files[0])), wav(samples[0]));
     }
 
@@ -237,6 +219,8 @@ private slots:
         add("cancelled at the first", {0, 2, 3}, {"8000 Hz", "8 bits", "Stereo"}, 0, 1);
         add("cancelled at the last", {0, 2, 3}, {"8000 Hz", "8 bits", "Stereo"}, 0, 3);
         add("one that is refused", {0, 4}, {"96000 Hz", "16 bits", "Stereo"}, 1, 0);
+        add("one without frames", {0, 5}, {"8000 Hz", "16 bits", "Stereo"}, 2, 0);
+        add("one that is damaged", {0, 6}, {"8000 Hz", "16 bits", "Stereo"}, 1, 0);
     }
 
     void resamples()
@@ -248,21 +232,32 @@ private slots:
         bench.insert("c", noise(2, 24, 48000, 300, 3));
         bench.insert("d", noise(1, 32, 32000, 300, 4));
         bench.insert("e", noise(1, 8, 100, 300, 5)); // 960 times is too much
+        bench.insert("f", noise(1, 8, 22050, 0, 0));
+        bench.insert("g", noise(1, 16, 22050, 300, 6));
+        damage(*bench.file, 6, bench.path("all.peal"));
+        const QStringList refused = rows.contains(4)   ? QStringList("e")
+                                    : rows.contains(6) ? QStringList("g")
+                                                       : QStringList();
         const QStringList before = bench.all();
         SampleInfo target =
             formatOf(format[2] == "Mono" ? 1 : 2, format[1].section(' ', 0, 0).toInt(),
                      format[0].section(' ', 0, 0).toUInt());
         QStringList expected;
-        for (unsigned int i = 0; i < 5; ++i) {
+        for (unsigned int i = 0; i < bench.file->itemCount(); ++i) {
             SoundSample sample = bench.file->itemAt(i)->sample();
-            if (changed > 0 && rows.contains(int(i)))
+            if (changed > 0 && rows.contains(int(i)) && i < 6)
                 Kiln::resample(sample, target, sample);
             expected << bench.file->itemAt(i)->identifier() + ": " + described(sample);
         }
         bench.host.cancelAt = unsigned(cancelAt);
         expectResample(bench, rows, format);
+        if (!refused.isEmpty())
+            bench.host.dialogs().expectBox(QMessageBox::Ok);
         bench.trigger("snd_resample");
         QCOMPARE(bench.host.dialogs().finish(), QString());
+        if (!refused.isEmpty())
+            QCOMPARE(bench.host.dialogs().seen().last().text,
+                     "These sounds could not be resampled:\n" + refused.first());
         QCOMPARE(bench.all(), expected);
         if (changed > 0) {
             const auto progress = bench.host.progresses.last();
@@ -384,18 +379,21 @@ private slots:
             add(key, key);
     }
 
-    // The file is closed behind the command's dialog, and again while its progress is shown.
+    // The file is closed behind the command's dialog, behind the table of names, and again while
+    // its progress is shown.
     void outlivesItsFile()
     {
         QFETCH(QByteArray, key);
-        for (const bool late : {false, true}) {
+        for (const int when : {0, 1, 2}) {
+            const bool late = when > 0;
             Bench bench;
             bench.host.options["confirm_delete"] = true;
             bench.editor->asks = true;
             for (int i = 0; i < 3; ++i)
                 bench.insert(QString::number(i), noise(2, 16, 44100, 50, unsigned(i)));
             bench.selectRows({0, 1, 2});
-            writeFile(bench.path("new.wav"), wav(noise(1, 8, 8000, 10, 1)));
+            for (const char *name : {"new.wav", "more.wav"})
+                writeFile(bench.path(name), wav(noise(1, 8, 8000, 10, 1)));
             const auto close = [&bench, late](QDialog *dialog) {
                 if (!late)
                     bench.closeFile();
@@ -414,12 +412,17 @@ private slots:
             else
                 bench.host.dialogs().expectDialog([&bench, close, key](QDialog *dialog) {
                     auto *edit = dialog->findChild<QLineEdit *>("fileNameEdit");
-                    edit->setText(bench.path(key == "snd_save_sample" ? "out.wav" : "new.wav"));
+                    const QString name =
+                        bench.path(key == "snd_save_sample" ? "out.wav" : "new.wav");
+                    edit->setText(key == "snd_add"
+                                      ? QString("\"%1\" \"%2\"").arg(name, bench.path("more.wav"))
+                                      : name);
                     close(dialog);
                 });
             if (key == "snd_add" && late)
-                bench.host.dialogs().expectDialog([&bench](QDialog *dialog) {
-                    bench.closeFile();
+                bench.host.dialogs().expectDialog([&bench, when](QDialog *dialog) {
+                    if (when == 1)
+                        bench.closeFile();
                     dialog->accept();
                 });
             bench.trigger(key);
@@ -432,185 +435,218 @@ private slots:
 
     void importsFromAProject_data()
     {
-        // The source's wing, wing again, landing, and one without data; the target has a wing.
-        const auto add = columns<int, QList<int>, QStringList, int, bool>(
-            "policy", "answers", "names", "added", "replaced");
+        // The items are rows of the source (wing, landing, nothing, which has no data, and
+        // damaged), some under another name; the first sound of the target is the current one.
+        const auto add = columns<bool, int, QList<int>, QStringList, QStringList, QStringList, int>(
+            "isSaved", "policy", "answers", "before", "items", "after", "added");
         const int yes = QMessageBox::Yes, no = QMessageBox::No;
-        add("ask, yes", 0, {yes, yes}, {"wing", "landing"}, 1, true);
-        add("ask, no", 0, {no, no}, {"wing", "wing", "wing", "landing"}, 3, false);
-        add("replace", 1, {}, {"wing", "landing"}, 1, true);
-        add("skip", 2, {}, {"wing", "landing"}, 1, false);
-        add("add anyway", 3, {}, {"wing", "wing", "wing", "landing"}, 3, false);
+        const QStringList wing{"wing"}, all{"0", "0", "1", "2", "3"}, x{"x"}, two{"0", "1 wing"};
+        const QStringList doubled{"wing old", "wing a", "wing a", "landing b"};
+        for (const bool isSaved : {false, true}) {
+            const auto both = [&](QByteArray name, int policy, const QList<int> &answers,
+                                  const QStringList &before, const QStringList &items,
+                                  const QStringList &after, int added) {
+                name += isSaved ? ", source saved" : ", source modified";
+                add(name, isSaved, policy, answers, before, items, after, added);
+            };
+            both("ask, yes", 0, {yes, yes}, wing, all, {"wing a", "landing b"}, 1);
+            both("ask, no", 0, {no, no}, wing, all, doubled, 3);
+            both("replace", 1, {}, wing, all, {"wing a", "landing b"}, 1);
+            both("skip", 2, {}, wing, all, {"wing old", "landing b"}, 1);
+            both("add anyway", 3, {}, wing, all, doubled, 3);
+            both("into nothing", 0, {}, {}, {"1", "0"}, {"landing b", "wing a"}, 2);
+            both("two of a name, replace", 1, {}, x, two, {"x old", "wing b"}, 1);
+            both("two of a name, skip", 2, {}, x, two, {"x old", "wing a"}, 1);
+            both("two of a name, ask", 0, {yes}, x, two, {"x old", "wing b"}, 1);
+            both("the new one stands first", 0, {no, yes}, {"x", "wing"}, two,
+                 {"x old", "wing b", "wing old"}, 1);
+            both("the old one stands first", 0, {no, yes}, wing, two, {"wing b", "wing a"}, 1);
+            both("nothing but replaced", 1, {}, wing, {"0"}, {"wing a"}, 0);
+        }
     }
 
     void importsFromAProject()
     {
-        const auto [policy, answers, names, added, replaced] =
-            row<int, QList<int>, QStringList, int, bool>();
-        Bench bench;
-        bench.host.currentEngine = &EmberEngine::instance();
-        copyFolder(KILN_SOURCE_DIR "/examples/hero/", bench.path("hero/"));
-        auto *parent = EmberParentProject::open(bench.path("hero/"), FileSystemArchive::instance());
-        QVERIFY(parent);
-        QMap<QString, EmberSounds *> files;
-        for (Project *project : parent->openedProjects())
-            files.insert(QFileInfo(project->fileName()).baseName(),
-                         dynamic_cast<EmberSounds *>(project->file(Project::FileID::Sounds)));
-        EmberSounds *source = files["wren"];
-        EmberSounds *target = files["moss"];
-        QVERIFY(source && target);
-        bench.host.projects = parent->openedProjects();
-        // What is not saved counts.
-        source->itemAt(0)->setSample(noise(2, 8, 8000, 40, 1));
-        source->insert(2, "nothing", SoundSample());
-        while (target->itemCount() > 1)
-            target->remove(1);
-        target->itemAt(0)->setProperty("Identifier", "wing");
-        const QString old = described(target->itemAt(0)->sample());
-        bench.host.activeProject = target->project();
-        bench.editor->setCurrentFile(target);
-        bench.host.dialogs().expectDialog([&, policy = policy](QDialog *dialog) {
-            auto *projects = dialog->findChild<QComboBox *>("projects");
-            QVERIFY(projects->findText(target->project()->displayName()) < 0);
-            projects->setCurrentIndex(projects->findText(source->project()->displayName()));
-            auto *list = dialog->findChild<QListView *>("source");
-            for (const int each : {0, 0, 1, 2}) {
-                list->selectionModel()->select(list->model()->index(each, 0),
-                                               QItemSelectionModel::ClearAndSelect);
-                dialog->findChild<QPushButton *>("add")->click();
-            }
-            dialog->findChild<QRadioButton *>(QString("policy%1").arg(policy))->click();
-            dialog->accept();
-        });
+        const auto [isSaved, policy, answers, before, items, after, added] =
+            row<bool, int, QList<int>, QStringList, QStringList, QStringList, int>();
+        Heroes heroes;
+        Bench &bench = heroes.bench;
+        EmberSounds &source = *heroes.source;
+        EmberSounds &target = *heroes.target;
+        const SoundSample sample = noise(1, 8, 8000, 10, 1);
+        while (target.itemCount() > 0)
+            target.remove(0);
+        for (const QString &name : before)
+            target.insert(target.itemCount(), name, sample);
+        bench.editor->setCurrent(0);
+        const QStringList contents = entries(target);
+        if (!isSaved)
+            source.itemAt(0)->setSample(noise(2, 8, 8000, 40, 1));
+        QCOMPARE(source.isModified(), !isSaved);
+        const QMap<QString, QString> letters{{described(source.itemAt(0)->sample()), " a"},
+                                             {described(source.itemAt(1)->sample()), " b"},
+                                             {described(sample), " old"}};
+        heroes.expectImport(items, policy);
         for (const int answer : answers)
             bench.host.dialogs().expectBox(QMessageBox::StandardButton(answer));
-        bench.host.dialogs().expectBox(QMessageBox::Ok); // the one without data
+        for (int i = 0; i < items.count("2") + items.count("3"); ++i)
+            bench.host.dialogs().expectBox(QMessageBox::Ok);
         bench.host.dialogs().expectBox(QMessageBox::Ok);
         bench.trigger("snd_import_proj");
         QCOMPARE(bench.host.dialogs().finish(), QString());
         QCOMPARE(bench.host.dialogs().seen().last().text,
-                 QString("%1 sound(s) were imported!").arg(added));
+                 added ? QString("%1 sound(s) were imported!").arg(added)
+                       : QString("No sound imported!"));
         QStringList found;
-        for (unsigned int i = 0; i < target->itemCount(); ++i)
-            found << target->itemAt(i)->identifier();
-        QCOMPARE(found, names);
-        QCOMPARE(described(target->itemAt(0)->sample()) != old, replaced);
-        const QString wing = described(source->itemAt(0)->sample());
-        QCOMPARE(described(target->itemAt(0)->sample()) == wing, replaced);
-        QCOMPARE(bench.editor->currentSound(), target->itemAt(1));
+        for (unsigned int i = 0; i < target.itemCount(); ++i)
+            found << target.itemAt(i)->identifier() +
+                         letters.value(described(target.itemAt(i)->sample()));
+        QCOMPARE(found, after);
+        QCOMPARE(bench.current(), added && !before.isEmpty() ? 1 : 0);
         bench.editor->undo();
-        QCOMPARE(target->itemCount(), 1u);
-        QCOMPARE(described(target->itemAt(0)->sample()), old);
+        QCOMPARE(entries(target), contents);
+
+        // A cancel while they are read changes nothing, and tells nothing.
+        bench.host.cancelAt = 1;
+        heroes.expectImport({"0 one", "1 two"}, 3);
+        bench.trigger("snd_import_proj");
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+        QCOMPARE(entries(target), contents);
 
         // With no other project there is nothing to choose from.
-        bench.host.projects = {target->project()};
+        bench.host.projects = {target.project()};
         bench.host.dialogs().expectBox(QMessageBox::Ok);
         bench.host.dialogs().expectDialog([](QDialog *dialog) {
             QCOMPARE(dialog->findChild<QComboBox *>("projects")->count(), 0);
+            dialog->findChild<QPushButton *>("selectAll")->click();
+            dialog->findChild<QPushButton *>("add")->click();
             dialog->accept();
         });
         bench.host.dialogs().expectBox(QMessageBox::Ok);
         bench.trigger("snd_import_proj");
         QCOMPARE(bench.host.dialogs().seen().last().text, QString("No sound imported!"));
-        bench.editor->setCurrentFile(nullptr);
-        parent->close();
+    }
+
+    void importOutlivesProjects_data()
+    {
+        const auto add = columns<int, bool>("when", "isSource");
+        for (const bool isSource : {true, false}) {
+            const QByteArray what =
+                isSource ? "the source goes behind " : "the target goes behind ";
+            add(what + "the dialog", 0, isSource);
+            add(what + "a question", 1, isSource);
+            add(what + "a warning", 2, isSource);
+            add(what + "the progress", 3, isSource);
+        }
+    }
+
+    void importOutlivesProjects()
+    {
+        const auto [when, isSource] = row<int, bool>();
+        Heroes heroes;
+        Bench &bench = heroes.bench;
+        const QPointer<EmberSounds> target = heroes.target;
+        target->itemAt(0)->setProperty("Identifier", "wing");
+        const QStringList contents = entries(*target);
+        const auto close = [&heroes, isSource = isSource] {
+            if (!isSource)
+                heroes.bench.editor->setCurrentFile(nullptr);
+            Project *gone = (isSource ? heroes.source : heroes.target)->project();
+            heroes.bench.host.projects.removeOne(gone);
+            gone->release();
+        };
+        const auto closeBehind = [close](QDialog *dialog) {
+            close();
+            qobject_cast<QMessageBox *>(dialog)->buttons().first()->click();
+        };
+        heroes.expectImport({"2", "0", "1"}, 0, when == 0 ? close : std::function<void()>());
+        if (when == 2)
+            bench.host.dialogs().expectDialog(closeBehind);
+        else if (when > 0)
+            bench.host.dialogs().expectBox(QMessageBox::Ok);
+        if (when == 1)
+            bench.host.dialogs().expectDialog(closeBehind);
+        else if (when == 3)
+            bench.host.dialogs().expectBox(QMessageBox::Yes);
+        bench.host.duringProgress = close;
+        bench.trigger("snd_import_proj");
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+        QCOMPARE(!target, !isSource);
+        if (target)
+            QCOMPARE(entries(*target), contents);
+    }
+
+    // What the search leaves in sight is selected and added, in the order of the selection.
+    void choosesFromTheSource()
+    {
+        Heroes heroes;
+        SndImportDlg dialog(&heroes.bench.host, heroes.target->project(), nullptr);
+        dialog.show();
+        dialog.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&dialog));
+        auto *projects = dialog.findChild<QComboBox *>("projects");
+        QCOMPARE(projects->count(), int(heroes.bench.host.projects.size()) - 1);
+        projects->setCurrentIndex(projects->findText(heroes.source->project()->displayName()));
+        auto *source = dialog.findChild<QListView *>("source");
+        QAbstractItemModel *chosen = dialog.findChild<QListView *>("destination")->model();
+        auto *wave = dialog.findChild<AudioSampleWidget *>();
+        auto *play = dialog.findChild<QPushButton *>("play");
+        const auto click = [&dialog](const char *name) {
+            dialog.findChild<QPushButton *>(name)->click();
+        };
+        const auto take = [&] {
+            click("add");
+            QStringList names;
+            while (chosen->rowCount() > 0) {
+                names << chosen->index(0, 0).data().toString();
+                dialog.findChild<QListView *>("destination")->setCurrentIndex(chosen->index(0, 0));
+                click("remove");
+            }
+            return names;
+        };
+        QStringList all;
+        for (unsigned int i = 0; i < heroes.source->itemCount(); ++i)
+            all << heroes.source->itemAt(i)->identifier();
+        QVERIFY(!play->isEnabled());
+        click("selectAll");
+        QCOMPARE(take(), all);
+        auto *search = dialog.findChild<QLineEdit *>("search");
+        search->setFocus();
+        QTest::keyClicks(search, "N");
+        QTest::keyClick(search, Qt::Key_Return);
+        QVERIFY(dialog.isVisible() && source->hasFocus());
+        const QStringList some = all.filter("n", Qt::CaseInsensitive);
+        QVERIFY(some.size() > 1 && some.size() < all.size());
+        QCOMPARE(take(), some);
+        click("invert");
+        QCOMPARE(take(), QStringList());
+        click("invert");
+        click("clear");
+        QCOMPARE(take(), QStringList());
+        search->clear();
+        for (const int row : {4, 1})
+            source->selectionModel()->select(source->model()->index(row, 0),
+                                             QItemSelectionModel::Select);
+        QCOMPARE(take(), QStringList({all[4], all[1]}));
+
+        // The current one is seen; without a device the view tells why it is not heard.
+        source->setCurrentIndex(source->model()->index(1, 0));
+        QVERIFY(!wave->levels().isEmpty() && play->isEnabled());
+        QTest::keyClick(play, Qt::Key_Space);
+        QVERIFY(!play->isChecked() && wave->fault().contains("no sound device"));
     }
 
     // A plain list is changed beside it, saved and loaded between; undo goes back to the start.
     void randomUser()
     {
+        QSet<int> used;
         for (unsigned int seed = 1; seed <= 6; ++seed) {
-            std::mt19937 random(seed);
-            Bench bench;
-            QVector<QStringList> states{bench.all()};
-            int at = 0; // in the states
-            for (int step = 0; step < 60; ++step)
-                actAtRandom(bench, random, states, at);
-            while (at > 0) {
-                bench.editor->undo();
-                QCOMPARE(bench.all(), states[--at]);
-            }
-            while (at < states.size() - 1) {
-                bench.editor->redo();
-                QCOMPARE(bench.all(), states[++at]);
-            }
+            RandomUser user(seed);
+            for (int step = 0; step < 90 && !QTest::currentTestFailed(); ++step)
+                used << user.act();
+            user.goBackAndForth();
         }
-    }
-
-private:
-    static void
-    actAtRandom(Bench &bench, std::mt19937 &random, QVector<QStringList> &states, int &at)
-    {
-        QStringList model = states[at];
-        const int count = model.size();
-        if (count > 0)
-            bench.editor->setCurrent(random() % unsigned(count));
-        const int row = bench.current();
-        const SoundSample sample =
-            noise(1 + int(random() % 2), 8 * (1 + int(random() % 2)), random() % 2 ? 8000 : 11025,
-                  1 + int(random() % 30), unsigned(random()));
-        const auto entry = [](const QString &name, const SoundSample &sound) {
-            return name + ": " + described(sound);
-        };
-        const unsigned int what = random() % 9;
-        const bool isOnOne = what > 2 && what < 8;
-        if (isOnOne && count == 0)
-            return;
-        if (what < 2) {
-            const QString name = QString("new%1").arg(random() % 5);
-            writeFile(bench.path(name + ".wav"), wav(sample));
-            writeFile(bench.path("two.wav"), wav(sample));
-            bench.host.dialogs().expectFiles({bench.path(name + ".wav"), bench.path("two.wav")});
-            bench.trigger("snd_add");
-            model.insert(row + 1, entry("two", sample));
-            model.insert(row + 1, entry(name, sample));
-        } else if (what == 2) { // steps of the history
-            const bool back = random() % 2;
-            if (back ? at == 0 : at == states.size() - 1)
-                return;
-            back ? bench.editor->undo() : bench.editor->redo();
-            at += back ? -1 : 1;
-            QCOMPARE(bench.all(), states[at]);
-            return;
-        } else if (what == 3) {
-            bench.trigger("snd_delete");
-            model.removeAt(row);
-        } else if (what == 4) {
-            bench.trigger("snd_duplicate");
-            model.insert(row + 1, model[row]);
-        } else if (what == 5) {
-            writeFile(bench.path("other.wav"), wav(sample));
-            bench.host.dialogs().expectFiles({bench.path("other.wav")});
-            bench.trigger("snd_open_sample");
-            model[row] = entry(model[row].section(": ", 0, 0), sample);
-        } else if (what == 6) {
-            expectResample(bench, {0, row}, {"11025 Hz", "16 bits", "Stereo"});
-            for (const int each : QSet<int>{0, row}) {
-                SoundSample now = bench.file->itemAt(unsigned(each))->sample();
-                Kiln::resample(now, formatOf(2, 16, 11025), now);
-                model[each] = entry(model[each].section(": ", 0, 0), now);
-            }
-            bench.trigger("snd_resample");
-        } else if (what == 7) {
-            bench.editor->replace(".*", QString("name%1").arg(random() % 1000), 1, true);
-            const QString name = bench.file->itemAt(0)->identifier();
-            for (QString &each : model)
-                each = name + ": " + each.section(": ", 1);
-        } else {
-            const QString path = bench.path("all.peal");
-            QVERIFY(bench.file->toFile(FileSystemArchive::instance(), path, false));
-            const std::unique_ptr<EmberSounds, Release> again(new EmberSounds(StreamCache::Disk));
-            QVERIFY(again->fromFile(FileSystemArchive::instance(), path, false));
-            QCOMPARE(entries(*again), model);
-            QVERIFY(!bench.editor->isModified());
-            return;
-        }
-        QCOMPARE(bench.host.dialogs().finish(), QString());
-        QCOMPARE(bench.all(), model);
-        if (model == states[at])
-            return;
-        states.resize(++at);
-        states.append(model);
+        QCOMPARE(used.size(), RandomUser::commands);
     }
 };
 

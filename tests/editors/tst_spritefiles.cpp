@@ -9,6 +9,7 @@
 #include <ember/emberparentproject.h>
 #include <ember/emberproject.h>
 #include <kilnx/project/archive.h>
+#include <tests/support/coloredrow.h>
 #include <tests/support/files.h>
 #include <tests/support/fulldisk.h>
 
@@ -462,19 +463,24 @@ private Q_SLOTS:
 
     void importsFromAProject_data()
     {
-        columns<int, int, int, int>("policy", "answer", "added", "mode");
-        addRow("ask, yes", 0, int(QMessageBox::Yes), 1, 0);
-        addRow("ask, no", 0, int(QMessageBox::No), 2, 0);
-        addRow("replace", 1, 0, 1, 0);
-        addRow("replace, in another palette", 1, 0, 1, 2);
-        addRow("skip", 2, 0, 1, 0);
-        addRow("add anyway", 3, 0, 2, 0);
-        addRow("from no project", -1, 0, 0, 0);
+        // Two sprites, the first under a name that is there, and the second once more.
+        const auto add =
+            columns<bool, int, int, int, int>("isSaved", "policy", "answer", "added", "mode");
+        for (const bool isSaved : {false, true}) {
+            const QByteArray how = isSaved ? ", source saved" : ", source modified";
+            add("ask, yes" + how, isSaved, 0, int(QMessageBox::Yes), 1, 0);
+            add("ask, no" + how, isSaved, 0, int(QMessageBox::No), 3, 0);
+            add("replace" + how, isSaved, 1, 0, 1, 0);
+            add("replace, in another palette" + how, isSaved, 1, 0, 1, 2);
+            add("skip" + how, isSaved, 2, 0, 1, 0);
+            add("add anyway" + how, isSaved, 3, 0, 3, 0);
+        }
+        add("from no project", true, -1, 0, 0, 0);
     }
 
     void importsFromAProject()
     {
-        const auto [policy, answer, added, mode] = row<int, int, int, int>();
+        const auto [isSaved, policy, answer, added, mode] = row<bool, int, int, int, int>();
         Bench bench;
         bench.host.currentEngine = &EmberEngine::instance();
         copyFolder(KILN_SOURCE_DIR "/examples/hero/", bench.path("hero/"));
@@ -491,6 +497,9 @@ private Q_SLOTS:
         if (policy < 0)
             bench.host.projects = {target->project()};
         target->at(0)->setProperty("Identifier", source->at(0)->identifier());
+        if (!isSaved)
+            source->at(1)->setImage(somePicture({9, 7}), false, Sprite::ImagePalette, nullptr);
+        QCOMPARE(source->isModified(), !isSaved);
         const QImage old = target->at(0)->image();
         const unsigned int before = target->itemCount();
         bench.editor->setCurrentFile(target);
@@ -506,6 +515,7 @@ private Q_SLOTS:
             }
             projects->setCurrentIndex(projects->findText(source->project()->displayName()));
             auto *list = dialog->findChild<QListView *>("source");
+            QTRY_VERIFY(isColoredBeforeText(list, 1));
             for (int i = 0; i < 4; ++i)
                 list->selectionModel()->select(list->model()->index(i, 0),
                                                QItemSelectionModel::Select);
@@ -516,6 +526,8 @@ private Q_SLOTS:
                 chosen->selectionModel()->select(names->index(i, 0), QItemSelectionModel::Select);
             dialog->findChild<QPushButton *>("remove")->click();
             QCOMPARE(names->rowCount(), 2);
+            list->setCurrentIndex(list->model()->index(1, 0));
+            dialog->findChild<QPushButton *>("add")->click();
             QCOMPARE(names->index(1, 0).data(), source->at(1)->property("Identifier"));
             if (policy == 3) {
                 chosen->edit(names->index(1, 0));
@@ -530,7 +542,7 @@ private Q_SLOTS:
             dialog->findChild<QRadioButton *>(QString("policy%1").arg(policy))->click();
             dialog->accept();
         });
-        if (answer)
+        for (int i = 0; answer && i < 2; ++i)
             bench.host.dialogs().expectBox(QMessageBox::StandardButton(answer));
         if (policy >= 0)
             bench.host.dialogs().expectBox(QMessageBox::Ok);
@@ -546,12 +558,13 @@ private Q_SLOTS:
         QCOMPARE(target->at(0)->image() == old, !replaced);
         for (int i = 0; i < added; ++i) {
             const QImage image = target->at(unsigned(i + 1))->image();
-            const EmberSprite *original = source->at(unsigned(added == 2 ? i : 1));
+            const EmberSprite *original = source->at(added == 3 && i == 0 ? 0 : 1);
             QCOMPARE(target->at(unsigned(i + 1))->identifier(),
                      policy == 3 && i == 1 ? QString("renamed") : original->identifier());
             QCOMPARE(bytesOf(image), bytesOf(original->image()));
             QVERIFY(mode > 0 || image.colorTable() == original->image().colorTable());
         }
+        QCOMPARE(target->palettes()->removeDuplicates(), 0U);
         bench.editor->setCurrentFile(nullptr);
         parent->close();
     }
