@@ -1,9 +1,15 @@
 // A tree of 20,000 files, and one changed line in the definition that names them: the merge of the
 // library beside the plain one, which looks for each entry among the rows from the first on.
+//
+// A project of 10,000 files, 1 GB in sum, copied elsewhere and backed up, beside `cp -r`.
 
 #include <benchmark/benchmark.h>
 
 #include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QTemporaryDir>
 #include <QTextCursor>
 
 #include <kilnx/code/codedocument.h>
@@ -11,6 +17,9 @@
 #include <kilnx/project/parentproject.h>
 
 #include <memory>
+
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace
 {
@@ -54,8 +63,8 @@ public:
 class ListParent : public Kiln::ParentProject
 {
 public:
-    ListParent()
-        : ParentProject(QStringLiteral("/nowhere/bench"), Kiln::FileSystemArchive::instance())
+    explicit ListParent(const QString &place = QStringLiteral("/nowhere/bench"))
+        : ParentProject(place, Kiln::FileSystemArchive::instance())
     {
     }
     Kiln::Engine *engine() override { return nullptr; }
@@ -155,6 +164,86 @@ void mergeByThePlainMethod(benchmark::State &state)
         tree.merge(*plainEntries(lists[++round % 2]));
 }
 
+constexpr int copiedFiles = 10000;
+constexpr int copiedBytes = 100 * 1024;
+
+/// Sizes go from nothing to twice the mean.
+void writeFiles(const QString &base, const QList<Kiln::ReferencedFile> &names)
+{
+    const QByteArray text(2 * copiedBytes, 'k');
+    for (int i = 0; i < names.size(); ++i) {
+        const QFileInfo place(base + names[i].path);
+        QDir().mkpath(place.path());
+        QFile file(place.filePath());
+        file.open(QIODevice::WriteOnly);
+        file.write(text.left(int(qint64(2 * copiedBytes) * i / names.size())));
+    }
+    QFile definition(base + QStringLiteral("list.def"));
+    definition.open(QIODevice::WriteOnly);
+    sync();
+}
+
+/// In megabytes, of this process.
+double peakMemory()
+{
+    rusage usage;
+    getrusage(RUSAGE_SELF, &usage);
+    return double(usage.ru_maxrss) / 1024;
+}
+
+/// From one time of the wall clock to another, with nothing left to be written by the system.
+template<typename Work>
+double secondsOf(Work work)
+{
+    sync();
+    QElapsedTimer clock;
+    clock.start();
+    work();
+    return double(clock.nsecsElapsed()) * 1e-9;
+}
+
+enum Copy { SaveAs, Backup };
+
+void copyOfTheLibrary(benchmark::State &state)
+{
+    const QTemporaryDir room;
+    const QString base = room.filePath("project/");
+    const QList<Kiln::ReferencedFile> names = fileNames(copiedFiles, false, -1);
+    writeFiles(base, names);
+    const double before = peakMemory();
+    double own = 0;
+    double plain = 0;
+    for (auto _ : state) {
+        auto *parent = new ListParent(base);
+        auto *definition = new Definition;
+        auto *project = new ListProject(parent, definition);
+        definition->fromFile(parent->archive(), base + QStringLiteral("list.def"), false);
+        project->names = names;
+        const double time = secondsOf([&] {
+            if (state.range(0) == SaveAs)
+                parent->saveAs(room.filePath("copy/list.def"));
+            else
+                parent->backup(QStringLiteral("bench"));
+        });
+        const bool isBackup = state.range(0) == Backup;
+        if (parent->saveReport().copied.size() < copiedFiles || !parent->saveReport().isComplete())
+            state.SkipWithError("not everything was copied");
+        project->release();
+        const QString copied = room.filePath(isBackup ? "project/backup" : "copy");
+        QDir(copied).removeRecursively();
+        plain += secondsOf([&] {
+            QProcess::execute(QStringLiteral("cp"), {"-r", base, room.filePath("plain")});
+        });
+        QDir(room.filePath("plain")).removeRecursively();
+        own += time;
+        state.SetIterationTime(time);
+    }
+    state.counters["cp_ms"] = plain / double(state.iterations()) * 1e3;
+    state.counters["ratio"] = own / plain;
+    state.counters["peak_MB_before"] = before;
+    state.counters["peak_MB"] = peakMemory();
+}
+
 void sizes(benchmark::internal::Benchmark *benchmark)
 {
     benchmark->ArgNames({"files", "one directory"})->Unit(benchmark::kMillisecond);
@@ -166,6 +255,13 @@ void sizes(benchmark::internal::Benchmark *benchmark)
 
 BENCHMARK(mergeOfTheLibrary)->Apply(sizes);
 BENCHMARK(mergeByThePlainMethod)->Apply(sizes);
+BENCHMARK(copyOfTheLibrary)
+    ->ArgName("backup")
+    ->Arg(SaveAs)
+    ->Arg(Backup)
+    ->UseManualTime()
+    ->Iterations(3)
+    ->Unit(benchmark::kMillisecond);
 
 } // namespace
 

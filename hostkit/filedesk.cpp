@@ -8,10 +8,12 @@
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/project/fileeditor.h>
+#include <kilnx/project/parentproject.h>
 #include <kilnx/project/projectfile.h>
 
 #include <QDir>
 #include <QFileInfo>
+#include <QPointer>
 
 #include <algorithm>
 
@@ -123,12 +125,15 @@ void FileDesk::closeCurrentFile()
         closeFile(file);
 }
 
-bool FileDesk::confirmDiscard()
+bool FileDesk::confirmDiscard(const Kiln::ParentProject *of)
 {
-    QList<Kiln::ProjectFile *> modified = m_session->modifiedFiles();
+    const QPointer<const Kiln::ParentProject> project = of;
+    const QList<Kiln::ProjectFile *> asked = m_session->files(of);
+    QList<Kiln::ProjectFile *> modified = m_session->modifiedFiles(of);
     for (Kiln::Editor *each : m_deck->editors()) {
         auto *editor = qobject_cast<Kiln::FileEditor *>(each);
-        if (editor && editor->isModified() && !modified.contains(editor->currentFile()))
+        if (editor && editor->isModified() && !modified.contains(editor->currentFile()) &&
+            (!of || asked.contains(editor->currentFile())))
             modified.append(editor->currentFile());
     }
     const auto text = std::stable_partition(modified.begin(), modified.end(),
@@ -147,7 +152,9 @@ bool FileDesk::confirmDiscard()
             return false;
     }
     QStringList gone;
-    const QList<Kiln::ProjectFile *> files = m_session->files();
+    if (of && !project)
+        return true;
+    const QList<Kiln::ProjectFile *> files = m_session->files(of);
     for (Kiln::ProjectFile *file : files) {
         if (isGone(file))
             gone.append(file->fileName());
@@ -249,15 +256,25 @@ void FileDesk::forget(Kiln::ProjectFile *file)
         m_deck->switchTo(nullptr);
 }
 
-void FileDesk::clear()
+void FileDesk::clear(Kiln::ParentProject *project)
 {
-    m_deck->switchTo(nullptr);
+    const QList<Kiln::ProjectFile *> gone = m_session->files(project);
+    const bool isShown = !m_deck->currentFile() || gone.contains(m_deck->currentFile());
+    if (isShown)
+        m_deck->switchTo(nullptr);
     const QList<Kiln::Editor *> editors = m_deck->editors();
     for (Kiln::Editor *editor : editors) {
-        if (auto *fileEditor = qobject_cast<Kiln::FileEditor *>(editor))
+        auto *fileEditor = qobject_cast<Kiln::FileEditor *>(editor);
+        if (fileEditor && (!fileEditor->currentFile() || gone.contains(fileEditor->currentFile())))
             fileEditor->setCurrentFile(nullptr);
     }
-    m_tabs->clear();
+    const QList<Kiln::ProjectFile *> tabs = m_tabs->files();
+    for (Kiln::ProjectFile *file : tabs) {
+        if (gone.contains(file) || !isThere(file))
+            m_tabs->removeFile(file);
+    }
+    if (isShown && m_tabs->currentFile())
+        showFile(m_tabs->currentFile());
 }
 
 // A file is as it is on disk again; one that is not there leaves its project. A project cannot go

@@ -11,6 +11,7 @@ class QWidget;
 namespace Kiln
 {
 class FileEditor;
+class ParentProject;
 class ProjectFile;
 } // namespace Kiln
 
@@ -51,9 +52,9 @@ public:
     void closeCurrentFile();
 
     /// Asks once for all changed text, to save or to discard it, for every other changed file
-    /// whether it may be lost, and once for those that are gone from the disk. False if the user
-    /// says no, or something could not be saved.
-    bool confirmDiscard();
+    /// whether it may be lost, and once for those that are gone from the disk; in one project, or
+    /// in all for null. False if the user says no, or something could not be saved.
+    bool confirmDiscard(const Kiln::ParentProject *of = nullptr);
 
     /// Moves to the tab that is `by` places to the right, around the end.
     void stepTab(int by);
@@ -79,7 +80,7 @@ private:
     bool mayDiscard(Kiln::ProjectFile *file);
     bool isThere(Kiln::ProjectFile *file) const;
     void forget(Kiln::ProjectFile *file);
-    void clear();
+    void clear(Kiln::ParentProject *project);
     void throwChangesAway(Kiln::ProjectFile *file);
     Kiln::FileEditor *editorOf(Kiln::ProjectFile *file) const;
     bool isModified(Kiln::ProjectFile *file) const;

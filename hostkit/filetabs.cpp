@@ -65,14 +65,6 @@ void FileTabs::removeFile(Kiln::ProjectFile *file)
     setVisible(count() > 0);
 }
 
-void FileTabs::clear()
-{
-    const QScopedValueRollback<bool> guard(m_changing, true);
-    while (count() > 0)
-        removeTab(0);
-    hide();
-}
-
 Kiln::ProjectFile *FileTabs::currentFile() const
 {
     return fileAt(currentIndex());

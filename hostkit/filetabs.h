@@ -25,7 +25,6 @@ public:
     /// Makes `file` the current tab, with a new one if it has none; null selects nothing.
     void showFile(Kiln::ProjectFile *file);
     void removeFile(Kiln::ProjectFile *file);
-    void clear();
 
     Kiln::ProjectFile *currentFile() const;
     /// In the order of the tabs.

@@ -12,6 +12,7 @@
 #include <hostkit/filetabs.h>
 #include <hostkit/menus.h>
 #include <hostkit/messagetable.h>
+#include <hostkit/newprojectdialog.h>
 #include <hostkit/openfiles.h>
 #include <hostkit/progressindicator.h>
 #include <hostkit/projectsession.h>
@@ -45,6 +46,7 @@
 #include <QEvent>
 #include <QMainWindow>
 #include <QMenu>
+#include <QPointer>
 #include <QStackedWidget>
 #include <QVBoxLayout>
 
@@ -94,11 +96,14 @@ struct HostBase::Private : QObject {
     Private(QMainWindow *mainWindow, const Paths &hostPaths);
 
     bool eventFilter(QObject *watched, QEvent *event) override;
-    bool closeProject();
+    bool closeProject(Kiln::ParentProject *project);
+    bool open(const QString &directory, Kiln::ParentProject *old);
+    void noteProjects();
     void connectParts();
     void applySettings();
     void rehighlight();
-    void showProject();
+    void showMessages(Kiln::ParentProject *project);
+    void showSomething();
     bool hasType(Kiln::Project::FileID::Type type) const;
     void showThumbnails();
 
@@ -124,6 +129,7 @@ struct HostBase::Private : QObject {
     std::unique_ptr<RecoveryDesk> recovery;
     CodeSurface *surface = nullptr;      ///< the deck's
     AnimationView *animations = nullptr; ///< the deck's
+    QPointer<Kiln::ParentProject> told;  ///< whose messages are in the table
     bool busy = false;
 };
 
@@ -160,19 +166,42 @@ bool HostBase::Private::eventFilter(QObject *watched, QEvent *event)
     if (event->type() == QEvent::LanguageChange) {
         actions->retranslate();
         deck->retranslate();
-    } else if (event->type() == QEvent::Close && !closeProject()) {
+    } else if (event->type() == QEvent::Close && !closeProject(nullptr)) {
         event->ignore();
         return true;
     }
     return QObject::eventFilter(watched, event);
 }
 
-bool HostBase::Private::closeProject()
+// All of them for null: then they are opened again by the next window.
+bool HostBase::Private::closeProject(Kiln::ParentProject *project)
 {
-    if (busy || !desk->confirmDiscard())
+    const QPointer<Kiln::ParentProject> guard = project;
+    if (busy || !desk->confirmDiscard(project))
         return false;
-    session.close();
+    noteProjects();
+    if (!project) {
+        session.close();
+    } else {
+        session.close(guard);
+        noteProjects();
+        showSomething();
+    }
     return true;
+}
+
+void HostBase::Private::noteProjects()
+{
+    QStringList open;
+    const QList<Kiln::ParentProject *> projects = session.parentProjects();
+    for (Kiln::ParentProject *project : projects) {
+        const QString directory = QDir::cleanPath(project->basePath());
+        if (project == session.parentProject())
+            open.append(directory);
+        else
+            open.prepend(directory);
+    }
+    settings.setValue(QStringLiteral("open_projects"), open);
 }
 
 void HostBase::Private::connectParts()
@@ -180,11 +209,11 @@ void HostBase::Private::connectParts()
     connect(&settings, &Settings::applied, this, [this] { applySettings(); });
     connect(&engines, &EngineLibraries::currentChanged, this,
             [this] { deck->engineSwitched(true); });
-    connect(&session, &ProjectSession::changed, this, [this] { showProject(); });
-    connect(&session, &ProjectSession::aboutToClose, this, [this] {
-        const QList<Kiln::Project *> projects = session.projects();
-        for (const Kiln::Project *project : projects)
-            messages.removeList(project->messages());
+    connect(&session, &ProjectSession::changed, this,
+            [this] { showMessages(session.parentProject()); });
+    connect(&session, &ProjectSession::aboutToClose, this, [this](Kiln::ParentProject *project) {
+        if (project == told)
+            showMessages(nullptr);
     });
     connect(&messages, &MessageTable::countsChanged, this,
             [this] { status->setMessageCounts(messages.errorCount(), messages.warningCount()); });
@@ -243,15 +272,36 @@ void HostBase::Private::rehighlight()
         editor->setCurrentFile(shown);
 }
 
-void HostBase::Private::showProject()
+// Those of one project.
+void HostBase::Private::showMessages(Kiln::ParentProject *project)
 {
-    const QList<Kiln::Project *> projects = session.projects();
-    for (const Kiln::Project *project : projects)
-        messages.addList(project->messages());
+    if (project == told)
+        return;
+    const auto each = [this](Kiln::ParentProject *of,
+                             void (MessageTable::*act)(Kiln::MessageList *)) {
+        const QList<Kiln::Project *> projects =
+            of ? session.projects(of) : QList<Kiln::Project *>();
+        for (const Kiln::Project *one : projects)
+            (messages.*act)(one->messages());
+    };
+    each(told, &MessageTable::removeList);
+    told = project;
+    each(told, &MessageTable::addList);
+}
+
+// Of the current project: what was shown last, else its first definition.
+void HostBase::Private::showSomething()
+{
+    const QList<Kiln::ProjectFile *> own = session.parentProject()
+                                               ? session.files(session.parentProject())
+                                               : QList<Kiln::ProjectFile *>();
+    Kiln::ProjectFile *last = openFiles.shownLast(session.parentProject());
     const Kiln::Project *first = session.currentProject();
-    if (Kiln::ProjectFile *definition =
-            first ? first->file(Kiln::Project::FileID::Definition) : nullptr)
-        desk->showFile(definition);
+    if (own.contains(deck->currentFile()))
+        return;
+    if (!own.contains(last))
+        last = first ? first->file(Kiln::Project::FileID::Definition) : nullptr;
+    desk->showFile(last);
 }
 
 bool HostBase::Private::hasType(Kiln::Project::FileID::Type type) const
@@ -433,39 +483,76 @@ void HostBase::makeSoundEditor()
     d->deck->make<SoundView>(*workspace);
 }
 
-bool HostBase::openProject(const QString &directory)
+bool HostBase::Private::open(const QString &path, Kiln::ParentProject *old)
 {
-    const QString path = QDir::cleanPath(QDir(directory).absolutePath());
-    if (d->busy || !d->desk->confirmDiscard())
-        return false;
-    if (!d->session.open(path)) {
-        d->settings.removeRecentProject(path);
-        QStringList engines;
-        for (Kiln::EnginePlugin *plugin : d->engines.plugins())
-            engines.append(plugin->engine().displayName());
-        engines.removeAll(QString());
-        const QString told =
-            d->engines.plugins().isEmpty()
+    if (!session.open(path, old)) {
+        settings.removeRecentProject(path);
+        QStringList names;
+        for (Kiln::EnginePlugin *plugin : engines.plugins())
+            names.append(plugin->engine().displayName());
+        names.removeAll(QString());
+        const QString text =
+            engines.plugins().isEmpty()
                 ? QCoreApplication::translate(context,
                                               "No engine is loaded that could open '%2'.%1")
-            : engines.isEmpty()
+            : names.isEmpty()
                 ? QCoreApplication::translate(context, "There is no project in '%2'.%1")
                 : QCoreApplication::translate(context, "There is no project of %1 in '%2'.");
         Kiln::showWarning(
-            d->window, QCoreApplication::translate(context, "Open project"),
-            told.arg(engines.join(QStringLiteral(", ")), QDir::toNativeSeparators(path)));
+            window, QCoreApplication::translate(context, "Open project"),
+            text.arg(names.join(QStringLiteral(", ")), QDir::toNativeSeparators(path)));
         return false;
     }
-    d->settings.addRecentProject(path);
-    d->settings.setValue(QStringLiteral("project_path"), path);
-    d->openFiles.restore(*d->desk);
-    d->recovery->offer();
+    settings.addRecentProject(path);
+    settings.setValue(QStringLiteral("project_path"), path);
+    noteProjects();
+    showSomething();
+    openFiles.restore(*desk);
+    recovery->offer();
     return true;
+}
+
+bool HostBase::openProject(const QString &directory)
+{
+    const QString path = QDir::cleanPath(QDir(directory).absolutePath());
+    const QPointer<Kiln::ParentProject> old = d->session.parentProject();
+    Kiln::ParentProject *known = d->session.findProject(path);
+    if (known && known != old)
+        return openBeside(path);
+    return !d->busy && (!old || d->desk->confirmDiscard(old)) && d->open(path, old);
+}
+
+bool HostBase::openBeside(const QString &directory)
+{
+    const QString path = QDir::cleanPath(QDir(directory).absolutePath());
+    if (Kiln::ParentProject *known = d->session.findProject(path)) {
+        switchToProject(known);
+        return true;
+    }
+    return !d->busy && d->open(path, nullptr);
+}
+
+void HostBase::switchToProject(Kiln::ParentProject *project)
+{
+    d->session.setParentProject(project);
+    d->noteProjects();
+    d->showSomething();
+}
+
+bool HostBase::newProject()
+{
+    NewProjectDialog dialog(d->engines, d->settings, d->window);
+    return !d->busy && dialog.exec() == QDialog::Accepted && openBeside(dialog.directory());
 }
 
 bool HostBase::closeProject()
 {
-    return d->closeProject();
+    return d->closeProject(d->session.parentProject());
+}
+
+QStringList HostBase::lastProjects() const
+{
+    return d->settings.value(QStringLiteral("open_projects")).toStringList();
 }
 
 void HostBase::setBusy(bool busy)

@@ -99,18 +99,28 @@ public:
     /// makeCodeEditors(), whose organizer it shows the sounds in.
     void makeSoundEditor();
 
-    /// Opens a project in place of the present one, after questions about changes, shows the files
+    /// Opens a project in place of the current one, after questions about changes, shows the files
     /// that were open when it was closed last, at first its first definition, notes the directory
     /// among the recent ones, and offers unsaved work on it that an earlier run has left. False if
     /// the user says no, or after a message if no engine knows a project in `directory`.
     bool openProject(const QString &directory);
+    /// The same beside the projects that are open; one that is open already becomes the current
+    /// one.
+    bool openBeside(const QString &directory);
+    /// Makes one of session().parentProjects() current and shows what was shown of it last.
+    void switchToProject(Kiln::ParentProject *project);
+    /// Asks for a name, a place and what to start with, has the engine make the project, and opens
+    /// it beside the others. False if the user says no, or after a message.
+    bool newProject();
 
-    /// Asks about changes, then closes the project; false if the user says no. The window does so
-    /// when it is closed, and stays when the answer is no.
+    /// Asks about changes, then closes the current project; false if the user says no. The window
+    /// does so with all projects when it is closed, and stays when the answer is no.
     bool closeProject();
+    /// The projects that were open when a window was closed last, the current one at the end.
+    QStringList lastProjects() const;
 
-    /// While something works on the project, openProject() and closeProject() are refused, and so
-    /// is closing the window.
+    /// While something works on a project, opening and closing projects is refused, and so is
+    /// closing the window.
     void setBusy(bool busy);
     bool isBusy() const;
 

@@ -36,29 +36,38 @@ OpenFiles::OpenFiles(ProjectSession &session, FileTabs *tabs, const QString &dir
     , m_timer(new QTimer(this))
 {
     m_timer->setSingleShot(true);
-    connect(m_timer, &QTimer::timeout, this, &OpenFiles::store);
+    connect(m_timer, &QTimer::timeout, this, &OpenFiles::storeAll);
     connect(&session, &ProjectSession::aboutToClose, this, &OpenFiles::store);
 }
 
 void OpenFiles::touch()
 {
+    Kiln::ProjectFile *current = m_tabs->currentFile();
+    if (current && current->project())
+        m_shown[current->project()->parent()->basePath()] = current->fileName();
     if (!m_timer->isActive())
         m_timer->start(Pause);
 }
 
-// A project is known by its place.
-QString OpenFiles::fileName() const
+Kiln::ProjectFile *OpenFiles::shownLast(const Kiln::ParentProject *project) const
 {
-    const QByteArray base = QDir::cleanPath(m_session.parentProject()->basePath()).toUtf8();
+    const QString name = project ? m_shown.value(project->basePath()) : QString();
+    Kiln::ProjectFile *file = name.isEmpty() ? nullptr : m_session.findFile(name);
+    return m_tabs->indexOf(file) < 0 ? nullptr : file;
+}
+
+// A project is known by its place.
+QString OpenFiles::fileName(const Kiln::ParentProject *project) const
+{
+    const QByteArray base = QDir::cleanPath(project->basePath()).toUtf8();
     return m_directory + QLatin1Char('/') +
            QString::fromLatin1(QCryptographicHash::hash(base, QCryptographicHash::Sha1).toHex()) +
            QLatin1String(".json");
 }
 
-QJsonObject OpenFiles::placeOf(Kiln::ProjectFile *file) const
+QJsonObject OpenFiles::placeOf(Kiln::ProjectFile *file, const QString &base) const
 {
-    const QDir base(m_session.parentProject()->basePath());
-    QJsonObject place{{"file", base.relativeFilePath(file->fileName())},
+    QJsonObject place{{"file", QDir(base).relativeFilePath(file->fileName())},
                       {"type", int(m_session.fileId(file).bits)}};
     auto *document = dynamic_cast<Kiln::CodeDocument *>(file);
     if (!document)
@@ -77,21 +86,28 @@ QJsonObject OpenFiles::placeOf(Kiln::ProjectFile *file) const
     return place;
 }
 
-// What cannot be written is not worth a word.
-void OpenFiles::store()
+void OpenFiles::storeAll()
 {
     m_timer->stop();
-    if (m_restoring || m_directory.isEmpty() || !m_session.parentProject())
+    const QList<Kiln::ParentProject *> open = m_session.parentProjects();
+    for (const Kiln::ParentProject *project : open)
+        store(project);
+}
+
+// What cannot be written is not worth a word.
+void OpenFiles::store(const Kiln::ParentProject *project)
+{
+    if (m_restoring || m_directory.isEmpty())
         return;
     QJsonArray files;
+    const QList<Kiln::ProjectFile *> own = m_session.files(project);
     for (Kiln::ProjectFile *file : m_tabs->files()) {
-        if (!file->fileName().isEmpty())
-            files.append(placeOf(file));
+        if (own.contains(file) && !file->fileName().isEmpty())
+            files.append(placeOf(file, project->basePath()));
     }
-    Kiln::ProjectFile *current = m_tabs->currentFile();
-    const QJsonObject all{{"files", files}, {"current", current ? current->fileName() : QString()}};
+    const QJsonObject all{{"files", files}, {"current", m_shown.value(project->basePath())}};
     QDir().mkpath(m_directory);
-    QSaveFile file(fileName());
+    QSaveFile file(fileName(project));
     if (file.open(QIODevice::WriteOnly)) {
         file.write(QJsonDocument(all).toJson());
         file.commit();
@@ -100,14 +116,15 @@ void OpenFiles::store()
 
 void OpenFiles::restore(FileDesk &desk)
 {
-    if (m_directory.isEmpty() || !m_session.parentProject())
+    const Kiln::ParentProject *project = m_session.parentProject();
+    if (m_directory.isEmpty() || !project)
         return;
-    QFile file(fileName());
+    QFile file(fileName(project));
     if (!file.open(QIODevice::ReadOnly))
         return;
     const QScopedValueRollback<bool> guard(m_restoring, true);
     const QJsonObject all = QJsonDocument::fromJson(file.readAll()).object();
-    const QDir base(m_session.parentProject()->basePath());
+    const QDir base(project->basePath());
     const QList<Kiln::ProjectFile *> before = m_tabs->files();
     QList<Kiln::ProjectFile *> wanted;
     const QJsonArray entries = all["files"].toArray();
@@ -120,12 +137,14 @@ void OpenFiles::restore(FileDesk &desk)
     }
     if (wanted.isEmpty())
         return;
+    const QList<Kiln::ProjectFile *> own = m_session.files(m_session.parentProject());
     for (Kiln::ProjectFile *other : before) {
-        if (!wanted.contains(other))
+        if (own.contains(other) && !wanted.contains(other))
             desk.closeFile(other);
     }
+    const int first = m_tabs->count() - wanted.size();
     for (int i = 0; i < wanted.size(); ++i)
-        m_tabs->moveTab(m_tabs->indexOf(wanted.at(i)), i);
+        m_tabs->moveTab(m_tabs->indexOf(wanted.at(i)), first + i);
     Kiln::ProjectFile *current = m_session.findFile(all["current"].toString());
     desk.showFile(wanted.contains(current) ? current : wanted.first());
 }

@@ -2,6 +2,7 @@
 
 #include <hostkit/export.h>
 
+#include <QtCore/QHash>
 #include <QtCore/QObject>
 #include <QtCore/QString>
 
@@ -10,6 +11,7 @@ class QTimer;
 
 namespace Kiln
 {
+class ParentProject;
 class ProjectFile;
 } // namespace Kiln
 
@@ -38,21 +40,27 @@ public:
     /// The view in which code files are shown; null at first.
     void setSurface(CodeSurface *surface) { m_surface = surface; }
 
-    /// Opens the files of the open project again in the order of their tabs, and shows the one that
-    /// was shown last. Files that are gone are passed over. Nothing happens to a project that is
-    /// opened for the first time.
+    /// Opens the files of the current project again in the order of their tabs, and shows the one
+    /// that was shown last. Files that are gone are passed over. Nothing happens to a project that
+    /// is opened for the first time.
     void restore(FileDesk &desk);
+    /// The file of a project that was shown last; null if there is none, or it is not open any
+    /// more.
+    Kiln::ProjectFile *shownLast(const Kiln::ParentProject *project) const;
     /// Something may have changed.
     void touch();
 
 private:
-    void store();
-    QString fileName() const;
-    QJsonObject placeOf(Kiln::ProjectFile *file) const;
+    void storeAll();
+    void store(const Kiln::ParentProject *project);
+    QString fileName(const Kiln::ParentProject *project) const;
+    QJsonObject placeOf(Kiln::ProjectFile *file, const QString &base) const;
     void restorePlace(const QJsonObject &place);
 
     ProjectSession &m_session;
     FileTabs *m_tabs;
+    /// Of each project, which file was shown last.
+    QHash<QString, QString> m_shown;
     QString m_directory;
     CodeSurface *m_surface = nullptr;
     QTimer *m_timer;

@@ -28,86 +28,151 @@ ProjectSession::~ProjectSession()
     close();
 }
 
-bool ProjectSession::open(const QString &directory)
+// An engine is the current one already while it reads its files.
+Kiln::ParentProject *ProjectSession::openBy(const QString &directory)
 {
-    // An engine is the current one already while it reads its files.
     Kiln::EnginePlugin *before = m_engines.current();
     QList<Kiln::EnginePlugin *> plugins = m_engines.plugins();
     plugins.removeAll(before);
     plugins.prepend(before);
-    Kiln::ParentProject *parent = nullptr;
     for (Kiln::EnginePlugin *plugin : qAsConst(plugins)) {
         m_engines.setCurrent(plugin);
-        parent = plugin ? plugin->openProject(directory) : nullptr;
-        if (parent)
-            break;
+        if (Kiln::ParentProject *opened = plugin ? plugin->openProject(directory) : nullptr)
+            return opened;
     }
-    if (!parent) {
-        m_engines.setCurrent(before);
+    m_engines.setCurrent(before);
+    return nullptr;
+}
+
+bool ProjectSession::open(const QString &directory, Kiln::ParentProject *old)
+{
+    const QPointer<Kiln::ParentProject> opened = openBy(directory);
+    if (!opened)
         return false;
-    }
-    close();
-    m_parent = parent;
-    const QList<Kiln::Project *> opened = projects();
-    for (Kiln::Project *project : opened)
+    close(old);
+    useEngineOf(opened);
+    m_open.append(opened);
+    m_parent = opened;
+    m_current = nullptr;
+    const QList<Kiln::Project *> all = projects(opened);
+    for (Kiln::Project *project : all)
         follow(project);
     Q_EMIT changed();
     return true;
 }
 
-void ProjectSession::close()
+void ProjectSession::close(Kiln::ParentProject *project)
 {
-    if (!m_parent)
+    if (!project || !m_open.contains(project))
         return;
-    Q_EMIT aboutToClose();
-    const QList<Kiln::Project *> opened = projects();
-    for (Kiln::Project *project : opened) {
-        project->disconnect(this);
-        project->release();
+    Q_EMIT aboutToClose(project);
+    m_open.removeAll(project);
+    const QList<Kiln::Project *> all = projects(project);
+    for (Kiln::Project *each : all) {
+        each->disconnect(this);
+        each->release();
     }
-    m_parent = nullptr;
-    m_current = nullptr;
+    // The first release may have ended everything.
+    if (m_parent.isNull() || m_parent == project) {
+        m_parent = parentProjects().isEmpty() ? nullptr : parentProjects().last();
+        m_current = nullptr;
+        useEngineOf(m_parent);
+    }
     Q_EMIT changed();
 }
 
-QList<Kiln::Project *> ProjectSession::projects() const
+void ProjectSession::close()
 {
-    if (!m_parent)
-        return {};
-    QList<Kiln::Project *> opened = m_parent->openedProjects();
+    const QList<QPointer<Kiln::ParentProject>> all = m_open;
+    for (const QPointer<Kiln::ParentProject> &project : all)
+        close(project);
+}
+
+QList<Kiln::ParentProject *> ProjectSession::parentProjects() const
+{
+    QList<Kiln::ParentProject *> open;
+    for (const QPointer<Kiln::ParentProject> &project : m_open) {
+        if (project)
+            open.append(project);
+    }
+    return open;
+}
+
+Kiln::ParentProject *ProjectSession::findProject(const QString &directory) const
+{
+    const QString clean = QDir::cleanPath(directory);
+    const QList<Kiln::ParentProject *> open = parentProjects();
+    for (Kiln::ParentProject *project : open) {
+        if (QDir::cleanPath(project->basePath()) == clean)
+            return project;
+    }
+    return nullptr;
+}
+
+void ProjectSession::setParentProject(Kiln::ParentProject *project)
+{
+    if (!project || project == m_parent || !m_open.contains(project))
+        return;
+    m_parent = project;
+    if (m_current && m_current->parent() != project)
+        m_current = nullptr;
+    useEngineOf(project);
+    Q_EMIT changed();
+}
+
+void ProjectSession::useEngineOf(Kiln::ParentProject *project)
+{
+    const QList<Kiln::EnginePlugin *> plugins = m_engines.plugins();
+    for (Kiln::EnginePlugin *plugin : plugins) {
+        if (project && &plugin->engine() == project->engine())
+            m_engines.setCurrent(plugin);
+    }
+}
+
+QList<Kiln::Project *> ProjectSession::projects(const Kiln::ParentProject *of) const
+{
+    QList<Kiln::Project *> all;
+    if (!of) {
+        const QList<Kiln::ParentProject *> open = parentProjects();
+        for (const Kiln::ParentProject *project : open)
+            all += projects(project);
+        return all;
+    }
+    all = of->openedProjects();
     const auto place = [](const Kiln::Project *project) {
         const QString name = project->fileName();
         return std::make_pair(name.count(QLatin1Char('/')), name);
     };
-    std::sort(opened.begin(), opened.end(),
-              [place](const Kiln::Project *one, const Kiln::Project *other) {
-                  return place(one) < place(other);
-              });
-    return opened;
+    std::sort(all.begin(), all.end(), [place](const Kiln::Project *one, const Kiln::Project *two) {
+        return place(one) < place(two);
+    });
+    return all;
 }
 
 Kiln::Project *ProjectSession::currentProject() const
 {
-    return m_current ? m_current.data() : projects().value(0);
+    return m_current || !m_parent ? m_current.data() : projects(m_parent).value(0);
 }
 
 void ProjectSession::setCurrentProject(Kiln::Project *project)
 {
     m_current = project;
+    if (project)
+        setParentProject(project->parent());
 }
 
-QList<Kiln::ProjectFile *> ProjectSession::files() const
+QList<Kiln::ProjectFile *> ProjectSession::files(const Kiln::ParentProject *of) const
 {
     QList<Kiln::ProjectFile *> all;
-    const QList<Kiln::Project *> opened = projects();
+    const QList<Kiln::Project *> opened = projects(of);
     for (const Kiln::Project *project : opened)
         all += project->files();
     return all;
 }
 
-QList<Kiln::ProjectFile *> ProjectSession::modifiedFiles() const
+QList<Kiln::ProjectFile *> ProjectSession::modifiedFiles(const Kiln::ParentProject *of) const
 {
-    QList<Kiln::ProjectFile *> modified = files();
+    QList<Kiln::ProjectFile *> modified = files(of);
     modified.erase(std::remove_if(modified.begin(), modified.end(),
                                   [](Kiln::ProjectFile *file) { return !file->isModified(); }),
                    modified.end());
@@ -135,7 +200,7 @@ Kiln::ProjectFile *ProjectSession::loadFile(const QString &fileName, unsigned in
     if (Kiln::ProjectFile *known = findFile(fileName))
         return known;
     Kiln::ProjectFile *file = makeFile(fileName, id);
-    if (file && !file->fromFile(m_parent->archive(), fileName, false)) {
+    if (file && !file->fromFile(file->project()->archive(), fileName, false)) {
         file->project()->removeFile(file);
         return nullptr;
     }
@@ -150,7 +215,7 @@ Kiln::ProjectFile *ProjectSession::newFile(unsigned int id)
 Kiln::ProjectFile *ProjectSession::createFile(const QString &fileName, unsigned int id)
 {
     Kiln::ProjectFile *file = makeFile(fileName, id);
-    if (file && !file->toFile(m_parent->archive(), fileName, false)) {
+    if (file && !file->toFile(file->project()->archive(), fileName, false)) {
         file->project()->removeFile(file);
         return nullptr;
     }
@@ -158,12 +223,13 @@ Kiln::ProjectFile *ProjectSession::createFile(const QString &fileName, unsigned 
 }
 
 // The lowest bit of what is said; without, the type whose pattern the name matches; 0 if none.
-FileID::Type ProjectSession::typeOf(const QString &fileName, unsigned int id) const
+FileID::Type
+ProjectSession::typeOf(const QString &fileName, unsigned int id, Kiln::Project *project) const
 {
     if (id != 0)
         return FileID::Type(id & (~id + 1));
     const QString name = QFileInfo(fileName).fileName();
-    const Kiln::Engine *engine = m_engines.engine();
+    const Kiln::Engine *engine = project->parent()->engine();
     const QMap<int, QString> filters = engine ? engine->singleFileFilters() : QMap<int, QString>();
     for (auto filter = filters.cbegin(); filter != filters.cend(); ++filter) {
         const QStringList patterns = filter->split(QLatin1Char(' '), Qt::SkipEmptyParts);
@@ -175,23 +241,29 @@ FileID::Type ProjectSession::typeOf(const QString &fileName, unsigned int id) co
 
 Kiln::Project *ProjectSession::projectOf(const QString &fileName) const
 {
-    const Kiln::ParentProject::Path *path = m_parent->filePath(fileName);
-    const Kiln::ParentProject::Path *definition = path ? m_parent->projectForFile(path) : nullptr;
-    const QList<Kiln::Project *> opened = projects();
-    for (Kiln::Project *project : opened) {
-        if (definition && project->fileName() == definition->path())
-            return project;
+    const QList<Kiln::ParentProject *> open = parentProjects();
+    for (Kiln::ParentProject *parent : open) {
+        const Kiln::ParentProject::Path *path = parent->filePath(fileName);
+        const Kiln::ParentProject::Path *definition = path ? parent->projectForFile(path) : nullptr;
+        const QList<Kiln::Project *> all = projects(parent);
+        for (Kiln::Project *project : all) {
+            if (definition && project->fileName() == definition->path())
+                return project;
+        }
+        if (parent != m_parent && !fileName.isEmpty() && fileName.startsWith(parent->basePath()) &&
+            !fileName.startsWith(m_parent->basePath()))
+            return all.value(0);
     }
     return currentProject();
 }
 
 Kiln::ProjectFile *ProjectSession::makeFile(const QString &fileName, unsigned int id)
 {
-    const FileID::Type type = typeOf(fileName, id);
     Kiln::Project *project = m_parent ? projectOf(fileName) : nullptr;
-    if (!project || unsigned(type) == 0)
+    const FileID::Type type = project ? typeOf(fileName, id, project) : FileID::Type(0);
+    if (unsigned(type) == 0)
         return nullptr;
-    Kiln::ProjectFile *file = m_engines.engine()->createFile(type, project);
+    Kiln::ProjectFile *file = project->parent()->engine()->createFile(type, project);
     if (file)
         project->addFile(file, id != 0 ? FileID(id) : FileID(type));
     return file;

@@ -18,7 +18,7 @@ namespace HostKit
 
 class EngineLibraries;
 
-/// The project that is open: a ParentProject with its Projects and their files.
+/// The projects that are open: ParentProjects with their Projects and their files. One is current.
 ///
 /// It finds and loads files and tells what comes and goes; it asks the user nothing.
 class HOSTKIT_EXPORT ProjectSession : public QObject
@@ -30,26 +30,40 @@ public:
     explicit ProjectSession(EngineLibraries &engines, QObject *parent = nullptr);
     ~ProjectSession() override;
 
-    /// Opens the project in a directory, in place of the one that is open, with the first engine
-    /// that knows it, which becomes the current one. False, with the old project still open, when
-    /// none does.
-    bool open(const QString &directory);
+    /// Opens the project in a directory with the first engine that knows it and makes it current,
+    /// in place of the project `old`, or beside all others for null. False, with nothing changed,
+    /// when no engine does.
+    bool open(const QString &directory, Kiln::ParentProject *old = nullptr);
 
-    /// Closes all projects and their files, whatever changes they have.
+    /// Closes a project with its files, whatever changes they have; the last one that was opened
+    /// becomes current if it was.
+    void close(Kiln::ParentProject *project);
+    /// Closes all projects.
     void close();
 
-    /// What is open; null for nothing. It goes after aboutToClose().
+    /// The current project, whose engine is the current one; null for none. Each goes after
+    /// aboutToClose().
     Kiln::ParentProject *parentProject() const { return m_parent; }
+    /// In the order in which they were opened.
+    QList<Kiln::ParentProject *> parentProjects() const;
+    /// The one in that base directory; null if it is not open.
+    Kiln::ParentProject *findProject(const QString &directory) const;
+    /// Makes one of parentProjects() current.
+    void setParentProject(Kiln::ParentProject *project);
+
+    // Of one project, or of all for null.
     /// The definitions nearest to the base directory first, then by name.
-    QList<Kiln::Project *> projects() const;
-    /// The project that editors act on: the one last given to setCurrentProject(), else the
-    /// first; null without any.
+    QList<Kiln::Project *> projects(const Kiln::ParentProject *of = nullptr) const;
+    /// All loaded files, each once.
+    QList<Kiln::ProjectFile *> files(const Kiln::ParentProject *of = nullptr) const;
+    QList<Kiln::ProjectFile *> modifiedFiles(const Kiln::ParentProject *of = nullptr) const;
+
+    /// The Project that editors act on: the one last given to setCurrentProject(), else the first
+    /// of the current ParentProject; null without any.
     Kiln::Project *currentProject() const;
+    /// Makes its ParentProject current, too.
     void setCurrentProject(Kiln::Project *project);
 
-    /// All loaded files of all projects, each once.
-    QList<Kiln::ProjectFile *> files() const;
-    QList<Kiln::ProjectFile *> modifiedFiles() const;
     Kiln::Project::FileID fileId(Kiln::ProjectFile *file) const;
 
     /// The loaded file of that absolute name, null if there is none.
@@ -66,21 +80,25 @@ public:
     Kiln::ProjectFile *createFile(const QString &fileName, unsigned int id);
 
 Q_SIGNALS:
-    /// Another project is open, or none.
+    /// Another project is current, or none, or others are open.
     void changed();
-    /// The projects are about to be destroyed: let go of their files.
-    void aboutToClose();
+    /// The project is about to be destroyed: let go of its files.
+    void aboutToClose(Kiln::ParentProject *project);
     /// The file is about to be destroyed.
     void fileRemoved(Kiln::ProjectFile *file);
 
 private:
-    Kiln::Project::FileID::Type typeOf(const QString &fileName, unsigned int id) const;
+    Kiln::ParentProject *openBy(const QString &directory);
+    void useEngineOf(Kiln::ParentProject *project);
+    Kiln::Project::FileID::Type
+    typeOf(const QString &fileName, unsigned int id, Kiln::Project *project) const;
     Kiln::Project *projectOf(const QString &fileName) const;
     Kiln::ProjectFile *makeFile(const QString &fileName, unsigned int id);
     void follow(Kiln::Project *project);
 
     EngineLibraries &m_engines;
-    QPointer<Kiln::ParentProject> m_parent;
+    QList<QPointer<Kiln::ParentProject>> m_open;
+    QPointer<Kiln::ParentProject> m_parent; ///< the current one
     QPointer<Kiln::Project> m_current;
 };
 

@@ -108,7 +108,7 @@ void RecoveryJournal::keep(Kiln::ProjectFile *file, Kiln::CodeDocument *document
     kept.revision = document->revision();
     kept.fileName = document->fileName();
     const JournalFile::Head head{kept.fileName, m_session.fileId(file).bits,
-                                 m_session.parentProject()->basePath()};
+                                 file->project()->parent()->basePath()};
     m_writer.start([this, journal = kept.file, head, text = document->toRawText()] {
         const bool isWritten = journal->write(head, text);
         const QString error = isWritten ? QString() : journal->error();

@@ -22,6 +22,41 @@
 namespace HostKit
 {
 
+namespace
+{
+
+// While it lives, an editor's dialog for a name starts with the name that its file has.
+class OwnPlace
+{
+public:
+    explicit OwnPlace(const Kiln::FileEditor &editor)
+        : m_key(QLatin1String(editor.name()) + QLatin1String("_path"))
+    {
+        Kiln::ProjectFile *file = editor.currentFile();
+        m_project = file ? file->project() : nullptr;
+        m_name = file ? file->fileName() : QString();
+        if (!m_project || m_name.isEmpty())
+            return;
+        m_before = m_project->option(m_key);
+        m_project->setOption(m_key, m_name, false);
+    }
+    // A file that was saved has left its directory here.
+    ~OwnPlace()
+    {
+        if (m_project && !m_name.isEmpty() && m_project->option(m_key) == m_name)
+            m_project->setOption(m_key, m_before, false);
+    }
+
+private:
+    QString m_key;
+    QString m_name;
+    QVariant m_before;
+    QPointer<Kiln::Project> m_project;
+    Q_DISABLE_COPY(OwnPlace)
+};
+
+} // namespace
+
 SaveDesk::SaveDesk(ProjectSession *session, EditorDeck *deck, FileDesk *desk, QWidget *window)
     : QObject(window)
     , m_session(session)
@@ -68,6 +103,7 @@ void SaveDesk::saveAs()
     Kiln::FileEditor *editor = m_deck->currentFileEditor();
     if (!editor)
         return;
+    const OwnPlace place(*editor);
     bool tried = false;
     const auto watch = connect(editor, &Kiln::Editor::modified, this, [&tried] { tried = true; });
     editor->saveAs();
@@ -127,13 +163,13 @@ bool SaveDesk::restore(const QString &name)
 {
     const QString title = tr("Restore backup");
     const QPointer<Kiln::ParentProject> project = m_session->parentProject();
-    if (!project || !m_desk->confirmDiscard() || !project ||
+    if (!project || !m_desk->confirmDiscard(project) || !project ||
         !mayReplace(title, project->replacedByRestore(name)) || !project)
         return false;
     const bool restored = project->restoreBackup(name);
     if (restored)
         tellReport(title);
-    else
+    else if (project && !project->saveReport().isCancelled)
         Kiln::showWarning(m_window, title, tr("This is no backup of the project."));
     m_desk->syncWithEditor();
     return restored;
@@ -143,9 +179,9 @@ bool SaveDesk::restore(const QString &name)
 QString SaveDesk::chooseTarget(Kiln::ParentProject *project)
 {
     const QString title = tr("Save project as");
-    if (m_session->projects().size() != 1 || project->isGame())
+    if (m_session->projects(project).size() != 1 || project->isGame())
         return Kiln::getExistingDirectory(m_window, title, project->basePath());
-    const QString definition = m_session->currentProject()->fileName();
+    const QString definition = m_session->projects(project).first()->fileName();
     const QString suffix = QFileInfo(definition).suffix();
     return Kiln::getSaveFileName(m_window, title, definition, project->engine()->fileFilter(),
                                  suffix.isEmpty() ? suffix : QLatin1Char('.') + suffix);

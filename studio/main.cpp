@@ -15,19 +15,19 @@ int main(int argc, char **argv)
     parser.addHelpOption();
     parser.addVersionOption();
     parser.addPositionalArgument(QStringLiteral("project"),
-                                 QStringLiteral("The project directory to open."));
+                                 QStringLiteral("Project directories to open."));
     const QCommandLineOption engine(
         QStringLiteral("engine"), QStringLiteral("Load an engine from a library; may be repeated."),
         QStringLiteral("library"));
     parser.addOption(engine);
     parser.process(application);
-    const QString project = parser.positionalArguments().value(0);
+    const QStringList projects = parser.positionalArguments();
 
     Studio::MainWindow window(HostKit::Paths::standard(), parser.values(engine));
     window.show();
-    if (project.isEmpty())
+    if (projects.isEmpty())
         window.reopenLast();
-    else
-        window.host().openProject(project);
+    for (const QString &project : projects)
+        window.host().openBeside(project);
     return QApplication::exec();
 }

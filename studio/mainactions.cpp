@@ -29,8 +29,8 @@ MainActions::MainActions(QMainWindow *window, Menus *menus)
         closeProject,          saveAll, saveProjectAs, backup,          restore,
         findInFiles,           run,     nextMessage,   previousMessage, newMenu->menuAction(),
         openMenu->menuAction()};
-    m_needRest = {openProject, closeProject, saveProjectAs,           restore,
-                  run,         quit,         recentMenu->menuAction()};
+    m_needRest = {newProject, openProject, openBeside, closeProject, saveProjectAs,
+                  backup,     restore,     run,        quit,         recentMenu->menuAction()};
     setState(false, false, false);
 }
 
@@ -58,6 +58,9 @@ void MainActions::makeFileMenu(QMenu *menu)
     newMenu = menu->addMenu(ActionRegistry::icon("new"), tr("&New"));
     openProject = make("open", tr("&Open project..."), tr("Open the project in a directory"));
     openProject->setShortcuts(QKeySequence::Open);
+    newProject = make("new_project", tr("Ne&w project..."), tr("Make a project and open it"));
+    openBeside = make("open_beside", tr("Open anot&her project..."),
+                      tr("Open a project beside those that are open"));
     openMenu = new QMenu(tr("Open &file"), menu);
     recentMenu = new QMenu(tr("&Recent projects"), menu);
     recentMenu->setObjectName(QStringLiteral("menu_recent"));
@@ -69,12 +72,15 @@ void MainActions::makeFileMenu(QMenu *menu)
     saveAll->setShortcut(QKeySequence(Qt::CTRL + Qt::ALT + Qt::Key_S));
     closeFile = make("close", tr("&Close file"), tr("Close the current file"));
     closeFile->setShortcuts(QKeySequence::Close);
-    closeProject = make("project_close", tr("Close &project"), tr("Close the open project"));
+    closeProject =
+        make("project_close", tr("Close &project"), tr("Close the project that is shown"));
     quit = make("quit", tr("&Quit"), tr("Leave Kiln Studio"));
     quit->setShortcuts(QKeySequence::Quit);
     quit->setMenuRole(QAction::QuitRole);
 
-    menu->addAction(openProject);
+    menu->addAction(newProject);
+    menu->addSeparator();
+    menu->addActions({openProject, openBeside});
     menu->addMenu(openMenu);
     menu->addMenu(recentMenu);
     menu->addSeparator();

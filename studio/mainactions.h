@@ -28,7 +28,9 @@ public:
     /// Enables what makes sense with a project open, and with a file shown in an editor.
     void setState(bool projectOpen, bool fileShown, bool running);
 
+    QAction *newProject;
     QAction *openProject;
+    QAction *openBeside;
     QAction *closeProject;
     QAction *closeFile;
     QAction *save;

@@ -150,9 +150,10 @@ void MainWindow::connectDocks()
     connect(m_findInFiles, &FindInFilesDock::searchRequested, this,
             [this, session] { m_findInFiles->search(session->files()); });
     connect(session, &ProjectSession::fileRemoved, m_findInFiles, &FindInFilesDock::clearResults);
-    connect(session, &ProjectSession::aboutToClose, this, [this] {
+    connect(session, &ProjectSession::aboutToClose, this, [this](Kiln::ParentProject *project) {
         m_findInFiles->clearResults();
-        m_tree->setProject(nullptr);
+        if (m_tree->project() == project)
+            m_tree->setProject(nullptr);
     });
     connect(session, &ProjectSession::changed, this, &MainWindow::showProject);
     connect(&m_host.status(), &StatusFields::messagesClicked, m_messages, [this] {
@@ -160,7 +161,11 @@ void MainWindow::connectDocks()
         m_messages->raise();
         m_messages->view()->setFocus();
     });
-    connect(m_welcome, &WelcomePage::openRequested, this, &MainWindow::chooseProject);
+    connect(m_welcome, &WelcomePage::openRequested, this, [this] { chooseProject(false); });
+    connect(m_welcome, &WelcomePage::newRequested, m_actions->newProject, &QAction::trigger);
+    connect(m_tree, &ProjectTreeDock::projectChosen, this, [this](const QString &directory) {
+        m_host.switchToProject(m_host.session().findProject(directory));
+    });
     connect(m_welcome, &WelcomePage::recentRequested, this,
             [this](const QString &directory) { m_host.openProject(directory); });
     connect(desk, &FileDesk::changed, this, &MainWindow::updateState);

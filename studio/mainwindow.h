@@ -53,7 +53,7 @@ private:
     void arrangeDocks();
     void updateState();
     void updateRecent();
-    void chooseProject();
+    void chooseProject(bool beside);
     void saveProjectAs();
     void backup();
     void restore();

@@ -63,7 +63,9 @@ void MainWindow::closeEvent(QCloseEvent *event)
 
 void MainWindow::connectFileActions()
 {
-    connect(m_actions->openProject, &QAction::triggered, this, &MainWindow::chooseProject);
+    connect(m_actions->newProject, &QAction::triggered, this, [this] { m_host.newProject(); });
+    connect(m_actions->openProject, &QAction::triggered, this, [this] { chooseProject(false); });
+    connect(m_actions->openBeside, &QAction::triggered, this, [this] { chooseProject(true); });
     connect(m_actions->closeProject, &QAction::triggered, this, [this] { m_host.closeProject(); });
     connect(m_actions->closeFile, &QAction::triggered, &m_host.desk(), &FileDesk::closeCurrentFile);
     SaveDesk *saving = &m_host.saving();
@@ -202,6 +204,7 @@ void MainWindow::updateState()
     if (file) {
         title.append(FileTabs::title(file) + QLatin1String("[*]"));
         m_tree->selectFile(file->fileName());
+        arrangeDocks();
     }
     if (project)
         title.append(QDir(project->basePath()).dirName());

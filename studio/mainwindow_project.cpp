@@ -41,27 +41,35 @@ using namespace HostKit;
 // Opening a project offers what was left of it.
 void MainWindow::reopenLast()
 {
-    const QString last = m_host.settings().recentProjects().value(0);
+    QStringList last = m_host.lastProjects();
+    if (last.isEmpty())
+        last = m_host.settings().recentProjects().mid(0, 1);
     const QString left = QDir::cleanPath(m_host.recovery().projectLeft());
     const bool isWanted = m_host.settings().value("reopen_last_project").toBool();
     const auto exists = [](const QString &name) { return !name.isEmpty() && QDir(name).exists(); };
-    if (exists(left) && !(isWanted && left == last) &&
+    if (exists(left) && !(isWanted && last.contains(left)) &&
         Kiln::askQuestion(this, tr("Unsaved work"),
                           tr("The last run ended before all changes in the project '%1' were "
                              "saved. Do you want to open it?")
                               .arg(QDir::toNativeSeparators(left)),
                           true))
-        m_host.openProject(left);
-    else if (isWanted && exists(last))
-        m_host.openProject(last);
+        last = QStringList(left);
+    else if (!isWanted)
+        last.clear();
+    for (const QString &directory : qAsConst(last)) {
+        if (exists(directory))
+            m_host.openBeside(directory);
+    }
 }
 
 void MainWindow::showProject()
 {
     Kiln::ParentProject *parent = m_host.session().parentProject();
+    QStringList open;
+    for (const Kiln::ParentProject *project : m_host.session().parentProjects())
+        open.append(QDir::cleanPath(project->basePath()));
+    m_tree->setProjects(open);
     m_tree->setProject(parent);
-    if (parent && parent->rowCount() > 0)
-        arrangeDocks();
     updateState();
 }
 
@@ -77,18 +85,20 @@ void MainWindow::updateRecent()
     m_actions->recentMenu->menuAction()->setVisible(!recent.isEmpty());
 }
 
-void MainWindow::chooseProject()
+void MainWindow::chooseProject(bool beside)
 {
     const QString directory = Kiln::getExistingDirectory(
         this, tr("Open project"), m_host.settings().value("project_path").toString());
     if (!directory.isEmpty())
-        m_host.openProject(directory);
+        beside ? m_host.openBeside(directory) : m_host.openProject(directory);
 }
 
 void MainWindow::saveProjectAs()
 {
-    if (m_host.saving().saveProjectAs())
+    if (m_host.saving().saveProjectAs()) {
         m_host.settings().addRecentProject(m_host.session().parentProject()->basePath());
+        showProject();
+    }
 }
 
 void MainWindow::backup()
@@ -166,7 +176,7 @@ void MainWindow::runInEngine()
     Kiln::ParentProject *project = m_host.session().parentProject();
     if (!project || m_host.isBusy())
         return;
-    if (!m_host.session().modifiedFiles().isEmpty() &&
+    if (!m_host.session().modifiedFiles(project).isEmpty() &&
         Kiln::askQuestion(this, tr("Run in engine"),
                           tr("The engine reads the saved files. Do you want to save all changes "
                              "first?"))) {

@@ -5,6 +5,7 @@
 #include <kilnx/project/parentproject.h>
 
 #include <QClipboard>
+#include <QComboBox>
 #include <QDesktopServices>
 #include <QDir>
 #include <QFileInfo>
@@ -12,6 +13,7 @@
 #include <QMenu>
 #include <QTreeView>
 #include <QUrl>
+#include <QVBoxLayout>
 
 #include <memory>
 
@@ -22,24 +24,55 @@ using namespace HostKit;
 
 ProjectTreeDock::ProjectTreeDock(QWidget *parent)
     : QDockWidget(tr("Project"), parent)
+    , m_chooser(named(new QComboBox(this), "project_chooser", tr("Open projects")))
     , m_view(named(new QTreeView(this), "project_tree", tr("Files of the project")))
 {
     named(this, "dock_project");
     m_view->setHeaderHidden(true);
     m_view->setUniformRowHeights(true);
     m_view->setIconSize(QSize(16, 16));
-    setWidget(m_view);
+    auto *page = new QWidget(this);
+    auto *layout = new QVBoxLayout(page);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(m_chooser);
+    layout->addWidget(m_view, 1);
+    m_chooser->hide();
+    setWidget(page);
+    connect(m_chooser, QOverload<int>::of(&QComboBox::activated), this,
+            [this] { emit projectChosen(m_chooser->currentData().toString()); });
     m_view->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(m_view, &QTreeView::activated, this, &ProjectTreeDock::activate);
     connect(m_view, &QTreeView::customContextMenuRequested, this, &ProjectTreeDock::showMenu);
 }
 
+void ProjectTreeDock::setProjects(const QStringList &directories)
+{
+    m_chooser->clear();
+    for (const QString &directory : directories) {
+        m_chooser->addItem(QDir(directory).dirName(), directory);
+        m_chooser->setItemData(m_chooser->count() - 1, QDir::toNativeSeparators(directory),
+                               Qt::ToolTipRole);
+    }
+    m_chooser->setVisible(directories.size() > 1);
+}
+
 void ProjectTreeDock::setProject(Kiln::ParentProject *project)
 {
+    const bool isOther = m_project != project;
     m_project = project;
+    if (project)
+        m_chooser->setCurrentIndex(m_chooser->findData(QDir::cleanPath(project->basePath())));
+    if (!isOther && m_view->model() == project)
+        return;
     m_view->setModel(project);
     if (project)
         m_view->expandAll();
+}
+
+Kiln::ParentProject *ProjectTreeDock::project() const
+{
+    return m_project;
 }
 
 void ProjectTreeDock::selectFile(const QString &fileName)

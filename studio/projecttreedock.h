@@ -3,6 +3,7 @@
 #include <QDockWidget>
 #include <QPointer>
 
+class QComboBox;
 class QMenu;
 class QTreeView;
 
@@ -14,8 +15,8 @@ class ParentProject;
 namespace Studio
 {
 
-/// The tree of the open project; a file that is activated is opened. Its menu makes files, moves
-/// them to the trash and shows where they are.
+/// The tree of the current project, and a choice among those that are open; a file that is
+/// activated is opened. Its menu makes files, moves them to the trash and shows where they are.
 class ProjectTreeDock : public QDockWidget
 {
     Q_OBJECT
@@ -23,10 +24,13 @@ class ProjectTreeDock : public QDockWidget
 public:
     explicit ProjectTreeDock(QWidget *parent = nullptr);
 
+    /// The base directories of the projects that are open.
+    void setProjects(const QStringList &directories);
     /// Shows the tree of `project`, null for none. The project must outlive this until the next
     /// call, or go.
     void setProject(Kiln::ParentProject *project);
 
+    Kiln::ParentProject *project() const;
     QTreeView *view() const { return m_view; }
 
     /// Selects the row of a file, given by its absolute name; nothing if it has none.
@@ -39,6 +43,8 @@ public:
     QMenu *makeMenu(const QModelIndex &index);
 
 signals:
+    /// The user wants to see another project, named by its base directory.
+    void projectChosen(const QString &directory);
     /// A new file is wanted in a directory, which ends with "/".
     void newFileRequested(const QString &directory);
     void trashRequested(const QString &fileName);
@@ -50,6 +56,7 @@ private:
     void showMenu(const QPoint &position);
     QModelIndex findFile(const QModelIndex &parent, const void *path) const;
 
+    QComboBox *m_chooser; ///< hidden while there is no choice
     QTreeView *m_view;
     QPointer<Kiln::ParentProject> m_project;
 };

@@ -111,6 +111,7 @@ bool Tour::run()
     step("find", [this] { return findText(); });
     step("find-in-files", [this] { return findInFiles(); });
     step("save", [this] { return saveFile(); });
+    step("save-report", [this] { return saveReadOnly(); });
     step("settings", [this] { return settings(); });
     step("engines", [this] { return engines(); });
     step("outside-change", [this] { return outsideChange(); });

@@ -59,6 +59,7 @@ private:
     bool findText();
     bool findInFiles();
     bool saveFile();
+    bool saveReadOnly();
     bool settings();
     bool engines();
     bool outsideChange();

@@ -26,6 +26,7 @@
 #include <QComboBox>
 #include <QDialog>
 #include <QDialogButtonBox>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QLineEdit>
@@ -37,6 +38,8 @@
 #include <QTextBlock>
 #include <QTextLayout>
 #include <QTreeView>
+
+#include <unistd.h>
 
 namespace Studio
 {
@@ -296,6 +299,35 @@ bool Tour::saveFile()
     return check(!d->window->host().deck().current()->isModified(), "nothing is left to save") &&
            check(saved.contains("@state swim\r\n    posture: floating\r\n"),
                  "the file has the new lines, with their line ends");
+}
+
+// To root nothing is read-only, so the tour is nobody while it saves.
+bool Tour::saveReadOnly()
+{
+    d->window->actions()->saveAll->trigger();
+    const QString name = path(QLatin1String(codeFile));
+    const QFile::Permissions before = QFile::permissions(name);
+    type(QStringLiteral("\n; held back"));
+    QFile::setPermissions(name, QFile::ReadOwner);
+    const auto become = [wasRoot = geteuid() == 0](uid_t user) {
+        return !wasRoot || seteuid(user) == 0;
+    };
+    constexpr uid_t nobody = 65534;
+    const bool told = throughDialog(
+        [&] {
+            check(become(nobody), "the rights are given up");
+            d->window->actions()->saveAll->trigger();
+        },
+        [&](QDialog *dialog) {
+            check(become(0), "the rights are back");
+            picture(d->step);
+            const auto *box = qobject_cast<QMessageBox *>(dialog);
+            dialog->accept();
+            return check(box && box->text().contains(QDir::toNativeSeparators(name)),
+                         "the report names the file");
+        });
+    QFile::setPermissions(name, before);
+    return undoAll() && told;
 }
 
 bool Tour::settings()

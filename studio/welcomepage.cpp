@@ -26,6 +26,7 @@ WelcomePage::WelcomePage(QWidget *parent)
     large.setPointSizeF(large.pointSizeF() * 1.8);
     title->setFont(large);
     auto *open = named(new QPushButton(tr("&Open a project..."), this), "welcome_open");
+    auto *make = named(new QPushButton(tr("&New project..."), this), "welcome_new");
     auto *caption = new QLabel(tr("&Recent projects:"), this);
     caption->setBuddy(m_recent);
 
@@ -34,7 +35,11 @@ WelcomePage::WelcomePage(QWidget *parent)
     column->addWidget(picture);
     column->addWidget(title);
     column->addSpacing(12);
-    column->addWidget(open, 0, Qt::AlignLeft);
+    auto *buttons = new QHBoxLayout;
+    buttons->addWidget(open);
+    buttons->addWidget(make);
+    buttons->addStretch(1);
+    column->addLayout(buttons);
     column->addSpacing(12);
     column->addWidget(caption);
     column->addWidget(m_recent, 2);
@@ -45,6 +50,7 @@ WelcomePage::WelcomePage(QWidget *parent)
     row->addStretch(1);
 
     connect(open, &QPushButton::clicked, this, &WelcomePage::openRequested);
+    connect(make, &QPushButton::clicked, this, &WelcomePage::newRequested);
     connect(m_recent, &QListWidget::itemActivated, this,
             [this](QListWidgetItem *item) { emit recentRequested(item->toolTip()); });
 }

@@ -7,7 +7,7 @@ class QListWidget;
 namespace Studio
 {
 
-/// What the window shows while no file is open: how to open a project, and the recent ones.
+/// What the window shows while no file is open: how to open or make a project, and the recent ones.
 class WelcomePage : public QWidget
 {
     Q_OBJECT
@@ -19,6 +19,7 @@ public:
 
 signals:
     void openRequested();
+    void newRequested();
     void recentRequested(const QString &directory);
 
 private:

@@ -3,6 +3,7 @@
 #include "emberengine.h"
 #include "emberparentproject.h"
 #include "embersnippets.h"
+#include "emberstarts.h"
 #include "emberwords.h"
 
 #include <kilnx/project/archive.h>
@@ -24,6 +25,11 @@ public:
     }
     QObject *prepareView(Kiln::CodeEditor *view) override { return new EmberWords(view); }
     void deliverSnippets(const QString &directory) override { EmberSnippets::deliver(directory); }
+    QStringList newProjectStarts() const override { return EmberStarts::names(); }
+    bool makeProject(const QString &directory, const QString &name, int start) override
+    {
+        return EmberStarts::make(directory, name, start);
+    }
     // It is put beside the host's own program.
     QString sampleExecutable() const override
     {

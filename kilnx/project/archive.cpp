@@ -10,6 +10,7 @@
 
 #include <cstdio>
 #ifdef Q_OS_UNIX
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -33,13 +34,13 @@ File::Pause File::setPause(Pause pause)
     return std::exchange(pauseBetweenAttempts, pause);
 }
 
-/// The file that a name stands for in the end: a symbolic link is written through, not replaced.
-static QString resolved(const QString &path)
+static const Kiln::WholeFiles *&currentWholeFiles()
 {
-    const QFileInfo info(path);
-    const QString canonical = info.isSymLink() ? info.canonicalFilePath() : QString();
-    return canonical.isEmpty() ? path : canonical;
+    static const Kiln::WholeFiles *current = nullptr;
+    return current;
 }
+
+static const QLatin1String partPrefix(".kiln-part-");
 
 File::File(const QString &path)
     : QFile(path)
@@ -49,7 +50,7 @@ File::File(const QString &path)
 
 File::~File()
 {
-    const bool isSaved = target.isOpen() ? commit() : finishDirect();
+    const bool isSaved = target.isOpen() ? commit() : m_isPart ? commitPart() : finishDirect();
     if (m_result)
         *m_result = isSaved;
     close();
@@ -65,11 +66,14 @@ bool File::open(OpenMode mode)
     const bool isReplaced =
         !m_written.isEmpty() && !(mode & NewOnly) && QFileInfo(fileName()).isFile();
     if (!isReplaced) {
-        m_isNew = !m_written.isEmpty() && !QFileInfo::exists(fileName());
-        return QFile::open(mode);
+        const QFileInfo info(fileName());
+        m_isNew = !m_written.isEmpty() && !info.exists();
+        const bool isWhole = m_isNew && !info.isSymLink() && Kiln::WholeFiles::current();
+        return isWhole ? openPart(mode) : QFile::open(mode);
     }
 
-    target.setFileName(resolved(fileName()));
+    // A link is written through, not replaced.
+    target.setFileName(Kiln::behindLinks(fileName()));
     // A temporary that an earlier process left behind may hold the only whole copy of something.
     do
         setFileName(target.fileName() + Kiln::randomString(6));
@@ -97,20 +101,19 @@ bool File::openTemporary(OpenMode mode)
         setErrorString(target.errorString());
         return false;
     }
-    keepOwnerAndPermissions();
+    Kiln::takeRights(*this, target.fileName());
     return true;
 }
 
-/// As far as the file system and the rights of the process go.
-void File::keepOwnerAndPermissions()
+bool File::openPart(OpenMode mode)
 {
-    const QFileInfo old(target.fileName());
-#ifdef Q_OS_UNIX
-    // Without the right to give a file away it becomes the user's own.
-    [[maybe_unused]] const int given = fchown(handle(), old.ownerId(), old.groupId());
-#endif
-    // What the present user may do is no right of the file.
-    setPermissions(old.permissions() & ~Permissions(ReadUser | WriteUser | ExeUser));
+    const QString beside = QFileInfo(m_written).path() + QLatin1Char('/') + partPrefix;
+    do
+        setFileName(beside + Kiln::randomString(6));
+    while (QFileInfo::exists(fileName()));
+    m_isUnsynced = !Kiln::WholeFiles::current()->areSynced();
+    m_isPart = QFile::open(mode);
+    return m_isPart;
 }
 
 void File::discard()
@@ -161,13 +164,6 @@ static bool attempt(Operation operation)
     return true;
 }
 
-/// Whether a file could be put in the place of another in one step, so that at every moment one of
-/// the two stands under the name. Not every system has that.
-static bool takesPlace(const QString &from, const QString &to)
-{
-    return std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
-}
-
 /// The old file stays where the new contents are not whole. Contents that are whole but could not
 /// take their place stay, too, under the temporary's name.
 bool File::commit()
@@ -185,7 +181,7 @@ bool File::commit()
     const bool isOnDisk = isSynced();
     QString error = errorString();
     close();
-    if (isOnDisk && takesPlace(fileName(), name))
+    if (isOnDisk && Kiln::takePlace(fileName(), name))
         return true;
     if (isOnDisk)
         attempt([&name] { return !QFile::exists(name) || QFile::remove(name); });
@@ -197,6 +193,20 @@ bool File::commit()
     Kiln::setFileError(
         QCoreApplication::translate("Kiln::Archive", "%1 The new contents are in '%2'.")
             .arg(error, fileName()));
+    return false;
+}
+
+bool File::commitPart()
+{
+    const bool isWhole = isWritten() && (m_isUnsynced || isSynced());
+    QString error = errorString();
+    close();
+    if (isWhole && Kiln::takePlace(fileName(), m_written))
+        return true;
+    if (isWhole)
+        error = qt_error_string();
+    Kiln::setFileError(error);
+    QFile::remove(fileName());
     return false;
 }
 
@@ -217,6 +227,72 @@ namespace Kiln
 void setFileError(const QString &error)
 {
     fileError() = error;
+}
+
+WholeFiles::WholeFiles(Sync sync)
+    : m_sync(sync)
+    , m_outer(std::exchange(currentWholeFiles(), this))
+{
+}
+
+WholeFiles::~WholeFiles()
+{
+    currentWholeFiles() = m_outer;
+}
+
+const WholeFiles *WholeFiles::current()
+{
+    return currentWholeFiles();
+}
+
+bool isPartName(const QString &fileName)
+{
+    return fileName.startsWith(partPrefix);
+}
+
+void takeRights(QFile &file, const QString &of)
+{
+    const QFileInfo old(of);
+#ifdef Q_OS_UNIX
+    // Without the right to give a file away it becomes the user's own.
+    [[maybe_unused]] const int given =
+        chown(QFile::encodeName(file.fileName()).constData(), old.ownerId(), old.groupId());
+#endif
+    // What the present user may do is no right of the file.
+    constexpr QFile::Permissions ofUser = QFile::ReadUser | QFile::WriteUser | QFile::ExeUser;
+    file.setPermissions(old.permissions() & ~ofUser);
+}
+
+QString behindLinks(const QString &path)
+{
+    const QFileInfo info(path);
+    const QString canonical = info.isSymLink() ? info.canonicalFilePath() : QString();
+    return canonical.isEmpty() ? path : canonical;
+}
+
+bool takePlace(const QString &from, const QString &to)
+{
+    return std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
+}
+
+bool syncAround(const QString &directory)
+{
+#ifdef Q_OS_LINUX
+    const int handle =
+        ::open(QFile::encodeName(directory).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const bool isSynced = handle >= 0 && syncfs(handle) == 0;
+    if (!isSynced)
+        setFileError(qt_error_string(errno));
+    if (handle >= 0)
+        ::close(handle);
+    return isSynced;
+#else
+    Q_UNUSED(directory)
+#ifdef Q_OS_UNIX
+    sync();
+#endif
+    return true;
+#endif
 }
 
 bool Archive::closeWritten(QIODevice *device)

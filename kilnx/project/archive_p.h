@@ -34,10 +34,11 @@ protected:
 
 private:
     bool openTemporary(OpenMode mode);
-    void keepOwnerAndPermissions();
+    bool openPart(OpenMode mode);
     bool isWritten();
     bool isSynced();
     bool commit();
+    bool commitPart();
     bool finishDirect();
 
     QFile target;
@@ -47,6 +48,10 @@ private:
     bool m_failed = false;
     /// Opened directly, for writing, where nothing was.
     bool m_isNew = false;
+    /// This is a part, and is to be given m_written as its name.
+    bool m_isPart = false;
+    /// The disk need not confirm it.
+    bool m_isUnsynced = false;
     bool *m_result = nullptr;
 };
 
@@ -55,5 +60,42 @@ namespace Kiln
 
 /// Sets FileSystemArchive::lastError().
 void setFileError(const QString &error);
+
+/// While one of these lives, a new file on disk has its name only when it is whole: it is written
+/// to a hidden part beside it first. A part that a killed process has left counts for nothing.
+class WholeFiles
+{
+public:
+    enum Sync {
+        Synced,
+        Unsynced, ///< the disk need not confirm new files, as their contents are elsewhere, too
+    };
+
+    explicit WholeFiles(Sync sync);
+    ~WholeFiles();
+
+    /// Null when there is none.
+    static const WholeFiles *current();
+    bool areSynced() const { return m_sync == Synced; }
+
+private:
+    Sync m_sync;
+    const WholeFiles *m_outer;
+    Q_DISABLE_COPY(WholeFiles)
+};
+
+/// Whether this is the name of a part.
+bool isPartName(const QString &fileName);
+
+/// Gives a file the owner and the permissions of another, as far as the file system and the rights
+/// of the process go.
+void takeRights(QFile &file, const QString &of);
+/// The file that a name stands for in the end, where it is a symbolic link.
+QString behindLinks(const QString &path);
+/// Puts a file in the place of another in one step, so that at every moment one of the two stands
+/// under the name. False, with both as they were, where the system cannot.
+bool takePlace(const QString &from, const QString &to);
+/// Has the disk confirm everything that was written to the file system of a directory.
+bool syncAround(const QString &directory);
 
 } // namespace Kiln

@@ -14,6 +14,16 @@ void EnginePlugin::deliverSnippets(const QString &)
 {
 }
 
+QStringList EnginePlugin::newProjectStarts() const
+{
+    return {};
+}
+
+bool EnginePlugin::makeProject(const QString &, const QString &, int)
+{
+    return false;
+}
+
 QString EnginePlugin::sampleExecutable() const
 {
     return QString();

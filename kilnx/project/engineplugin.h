@@ -4,6 +4,7 @@
 #include <kilnx/version.h>
 
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 
 class QObject;
 
@@ -43,6 +44,14 @@ public:
     /// Puts the engine's snippets into the user's directory for them, unless that exists. By
     /// default nothing.
     virtual void deliverSnippets(const QString &directory);
+    /// What a new project of the engine can start with, a few words each; by default nothing, and
+    /// then the engine makes none.
+    virtual QStringList newProjectStarts() const;
+    /// Writes a new project into a directory, which exists and is empty. `name` is the user's, of
+    /// letters, digits, blanks and the signs "-_."; `start` is a place in newProjectStarts(). What
+    /// was written opens with openProject(), and without a message about its text. False where a
+    /// file could not be written.
+    virtual bool makeProject(const QString &directory, const QString &name, int start);
     /// The program that the engine delivers to try projects with; empty when there is none, which
     /// is the default.
     virtual QString sampleExecutable() const;

@@ -118,15 +118,19 @@ public:
     /// Saves everything below another directory and moves there. `path` is that directory or, for
     /// one definition that is no game, the definition's new file name. Existing files are
     /// replaced: look at replacedBySaveAs() first. Where a directory or a definition cannot be
-    /// written, the project stays as it was.
+    /// written, or the user cancels it while files are copied, the project stays as it was, and
+    /// nothing new is in the other place.
     void saveAs(const QString &path);
     /// The existing files that saveAs() would replace by others; touches nothing.
     QStringList replacedBySaveAs(const QString &path) const;
-    /// Copies everything, as it is in memory, to a dated directory below "backup/". True, unless
-    /// something is being saved, also where files are missing in it: see saveReport().
+    /// Copies everything, as it is in memory, to a dated directory below "backup/". True, also
+    /// where files are missing in it: see saveReport(). False, and nothing is kept, when the user
+    /// cancels it or the project is closed meanwhile, and while something is being saved.
     bool backup(const QString &name);
     /// Copies the files of a backup, named by its directory, back over the project and loads them.
-    /// False, with nothing changed, for a read-only archive or an unknown name.
+    /// False, with nothing changed, for a read-only archive or an unknown name, and when the user
+    /// cancels it or the project is closed before all are copied. Of an archive other than the
+    /// disk it cannot be cancelled, and what was copied before such a close stays.
     bool restoreBackup(const QString &name);
     /// The files that restoreBackup() would replace and that are not as in the backup.
     QStringList replacedByRestore(const QString &name) const;

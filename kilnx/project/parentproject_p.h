@@ -14,6 +14,7 @@
 namespace Kiln
 {
 
+class RestorePlan;
 class SavePlan;
 
 /// The root of the tree, and everything else that a ParentProject keeps.
@@ -50,6 +51,10 @@ public:
     bool movesAlone() const;
     QString moveTarget(const QString &given) const;
     SavePlan planMove(const QString &target, QStringList &others) const;
+    SavePlan planBackup(const QString &target) const;
+    class Saving;
+    static bool
+    restoreFiles(RestorePlan &restore, const QList<Project *> &all, const Saving &saving);
     void moveTo(const QString &base);
     /// That directory relative to the base, empty or ending in "/"; empty outside the base.
     QString folderOf(const QString &fileName) const;
@@ -78,8 +83,6 @@ public:
     SavePlan *plan = nullptr;
     /// Of the last saving.
     SaveReport report;
-
-    class Saving;
 
 protected:
     void update(Path *node, const PathEntry &entries) override;

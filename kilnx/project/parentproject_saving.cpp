@@ -6,7 +6,9 @@
 #include <kilnx/project/interface.h>
 #include <kilnx/project/parentproject_p.h>
 #include <kilnx/project/project_p.h>
+#include <kilnx/project/restoreplan_p.h>
 #include <kilnx/project/saveplan_p.h>
+#include <kilnx/project/saveprogress_p.h>
 
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>
@@ -20,33 +22,7 @@ namespace Kiln
 namespace
 {
 
-/// The host's progress indicator, or none without a host.
-class Steps
-{
-public:
-    Steps(const QString &text, int total)
-    {
-        if (Interface *interface = Interface::instance())
-            m_progress = interface->progress(text, false);
-        if (m_progress)
-            m_progress->setProgress(0, static_cast<unsigned int>(total));
-    }
-    ~Steps()
-    {
-        if (m_progress)
-            m_progress->finish();
-    }
-    void next()
-    {
-        if (m_progress)
-            m_progress->setProgress(++m_count, 0);
-    }
-
-private:
-    Progress *m_progress = nullptr;
-    unsigned int m_count = 0;
-    Q_DISABLE_COPY(Steps)
-};
+const QLatin1String backups("backup/");
 
 QString withClosingSlash(const QString &path)
 {
@@ -136,15 +112,19 @@ void ParentProject::save()
         }
     }
     ParentProjectPrivate::Saving saving(this, plan);
-    Steps steps(tr("Saving..."), projects.size());
+    SaveProgress progress(tr("Saving..."), projects.size(), plan.count());
+    plan.setProgress(&progress);
     for (const QPointer<Project> &project : projects) {
-        plan.run(project);
+        if (project)
+            plan.run(project);
         for (const auto &[owner, file] : qAsConst(unplaced)) {
-            if (owner == project && project && project->fileID(file).bits != 0)
+            const bool isWanted = owner == project && !progress.isCancelled();
+            if (isWanted && project && project->fileID(file).bits != 0)
                 saveUnplaced(project, file, plan.report);
         }
-        steps.next();
+        progress.stepDone();
     }
+    plan.report.isCancelled = progress.isCancelled();
     if (saving.isAlive())
         d->rebuildAll();
 }
@@ -203,18 +183,26 @@ void ParentProject::saveAs(const QString &path)
     SavePlan plan = d->planMove(target, others);
     const QList<QPointer<Project>> projects = guarded(openedProjects());
     ParentProjectPrivate::Saving saving(this, plan);
-    Steps steps(tr("Saving..."), others.size() + projects.size());
-    if (!plan.prepare() || !saving.isAlive())
+    SaveProgress progress(tr("Saving..."), others.size() + projects.size(), plan.count());
+    const bool isPrepared = plan.prepare() && saving.isAlive();
+    plan.setProgress(&progress);
+    if (isPrepared)
+        plan.copyNew();
+    plan.report.isCancelled = progress.isCancelled();
+    if (!isPrepared || progress.isCancelled() || !saving.isAlive()) {
+        plan.undo();
         return;
+    }
+    // Files in memory take their new names now.
+    progress.commit();
     plan.run(nullptr);
-    for (int i = 0; i < others.size(); ++i)
-        steps.next();
+    progress.stepsDone(others.size());
     for (const QPointer<Project> &project : projects) {
         if (project)
             project->saveAll(base, false, nullptr);
         if (project)
             plan.runDefinition(project);
-        steps.next();
+        progress.stepDone();
     }
     if (saving.isAlive() && plan.hasMoved())
         d->moveTo(base);
@@ -247,29 +235,49 @@ void ParentProjectPrivate::collectOthers(const Path *node, QStringList &out) con
     }
 }
 
+/// What backup() would write where.
+SavePlan ParentProjectPrivate::planBackup(const QString &target) const
+{
+    SavePlan plan(SavePlan::Backup);
+    const QList<Project *> all = projects.keys();
+    for (Project *project : all)
+        plan.addProject(project, target + folderOf(project->fileName()));
+    QStringList others;
+    collectOthers(this, others);
+    plan.noteOpen(all);
+    for (const QString &name : qAsConst(others)) {
+        if (!name.startsWith(backups))
+            plan.addOther(*archive, path() + name, target + name);
+    }
+    plan.noteLeftOut(all);
+    return plan;
+}
+
 bool ParentProject::backup(const QString &name)
 {
     if (d->plan)
         return false;
     const QString stamp =
         QDateTime::currentDateTime().toString(QStringLiteral("dd.MM.yyyy_h.m.s_ap_"));
-    const QString target = withClosingSlash(basePath() + QStringLiteral("backup/") + stamp + name);
-    QDir().mkpath(target);
-    SavePlan plan(SavePlan::Backup);
-    const QList<Project *> all = openedProjects();
-    for (Project *project : all)
-        plan.addProject(project, target + d->folderOf(project->fileName()));
-    plan.noteLeftOut(all);
-    plan.prepare();
-    const QList<QPointer<Project>> projects = guarded(all);
+    const QString target = withClosingSlash(basePath() + backups + stamp + name);
+    SavePlan plan = d->planBackup(target);
+    const QList<QPointer<Project>> projects = guarded(openedProjects());
     ParentProjectPrivate::Saving saving(this, plan);
-    Steps steps(tr("Backup in progress..."), projects.size());
+    plan.makeDirectory(target);
+    plan.prepare();
+    SaveProgress progress(tr("Backup in progress..."), projects.size(), plan.count());
+    plan.setProgress(&progress);
+    plan.run(nullptr);
     for (const QPointer<Project> &project : projects) {
-        if (project)
+        if (project && !progress.isCancelled())
             project->saveAll(target, true, nullptr);
-        steps.next();
+        progress.stepDone();
     }
-    return true;
+    plan.report.isCancelled = progress.isCancelled();
+    const bool isKept = !progress.isCancelled() && saving.isAlive();
+    if (!isKept)
+        plan.undo();
+    return isKept;
 }
 
 /// A name that leads to one directory below "backup/", and nowhere else.
@@ -283,8 +291,7 @@ static bool isBackupName(const QString &name)
 /// The directory of a backup, ending in "/"; empty if there is none of that name.
 static QString backupDirectory(const ParentProject &parent, const QString &name)
 {
-    const QString directory =
-        withClosingSlash(parent.basePath() + QStringLiteral("backup/") + name);
+    const QString directory = withClosingSlash(parent.basePath() + backups + name);
     return isBackupName(name) && QFileInfo(directory).isDir() ? directory : QString();
 }
 
@@ -313,43 +320,63 @@ QStringList ParentProject::replacedByRestore(const QString &name) const
     return replaced;
 }
 
+/// Up to the last file nothing has changed, unless the project is on no disk. False where the user
+/// or the end of the project has stopped it.
+bool ParentProjectPrivate::restoreFiles(RestorePlan &restore,
+                                        const QList<Project *> &all,
+                                        const Saving &saving)
+{
+    const QList<QPointer<Project>> opened = guarded(all);
+    const QStringList files = restore.files();
+    SaveProgress progress(ParentProject::tr("Restoring backup..."), files.size() + opened.size(), 0,
+                          restore.canGiveUp() ? SaveProgress::MayCancel : SaveProgress::NoCancel);
+    for (const QString &file : files) {
+        restore.fetch(file);
+        progress.stepDone();
+        // The host shows each step, behind which the project is closed.
+        restore.report.isCancelled = progress.isCancelled();
+        if (progress.isCancelled() || !saving.isAlive())
+            return false;
+    }
+    progress.commit();
+    restore.place();
+    for (const QPointer<Project> &project : opened) {
+        if (project)
+            project->reload();
+        progress.stepDone();
+    }
+    return true;
+}
+
 bool ParentProject::restoreBackup(const QString &name)
 {
     const QString source = backupDirectory(*this, name);
-    if (d->plan || archive().isReadOnly() || source.isEmpty())
+    if (d->plan)
         return false;
-    const QString base = basePath();
-    const QList<QPointer<Project>> projects = guarded(openedProjects());
+    d->report = SaveReport();
+    if (archive().isReadOnly() || source.isEmpty())
+        return false;
     QList<FileWatchObject *> watched;
+    const QList<Project *> projects = openedProjects();
     for (Project *project : projects) {
         for (ProjectFile *file : project->files()) {
             if (auto *object = dynamic_cast<FileWatchObject *>(file))
                 watched.append(object);
         }
     }
-    SavePlan plan(SavePlan::Backup);
+    bool isRestored = false;
     {
-        ParentProjectPrivate::Saving saving(this, plan);
+        SavePlan plan(SavePlan::Backup);
+        const ParentProjectPrivate::Saving saving(this, plan);
         const FileWatchHold hold(watched);
-        FileSystemArchive from = FileSystemArchive::instance();
-        const QStringList files = filesBelow(from, source);
-        Steps steps(tr("Restoring backup..."), files.size() + projects.size());
-        for (const QString &file : files) {
-            // The host shows each step, behind which the project is closed.
-            if (!saving.isAlive())
-                return false;
-            plan.bring(from, source + file, archive(), base + file);
-            steps.next();
-        }
-        for (const QPointer<Project> &project : projects) {
-            if (project)
-                project->reload();
-            steps.next();
-        }
+        RestorePlan restore(archive(), source, basePath());
+        isRestored = ParentProjectPrivate::restoreFiles(restore, projects, saving);
+        plan.report = restore.report;
     }
-    if (Interface *interface = Interface::instance())
+    Interface *interface = isRestored ? Interface::instance() : nullptr;
+    if (interface)
         interface->refreshEditors();
-    return true;
+    return isRestored;
 }
 
 } // namespace Kiln

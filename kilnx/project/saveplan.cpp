@@ -3,11 +3,15 @@
 #include <kilnx/project/archive_p.h>
 #include <kilnx/project/parentproject.h>
 #include <kilnx/project/paths.h>
+#include <kilnx/project/saveprogress_p.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QTemporaryDir>
+
+#include <algorithm>
+#include <iterator>
 
 namespace Kiln
 {
@@ -27,7 +31,17 @@ QStringList filesBelow(const Archive &archive, const QString &directory)
         for (const QString &file : files)
             found.append(name + QLatin1Char('/') + file);
     }
-    return found + archive.entries(directory, QDir::Files | filters, QDir::Name);
+    const QStringList files = archive.entries(directory, QDir::Files | filters, QDir::Name);
+    std::copy_if(files.begin(), files.end(), std::back_inserter(found),
+                 [](const QString &name) { return !isPartName(name); });
+    return found;
+}
+
+void failToSave(SaveReport &report, const QString &fileName, const QString &otherwise)
+{
+    const QString error = FileSystemArchive::lastError();
+    report.failures.append(
+        {fileName, error.isEmpty() ? otherwise : otherwise + QLatin1Char(' ') + error});
 }
 
 SavePlan::SavePlan(Kind kind)
@@ -36,13 +50,40 @@ SavePlan::SavePlan(Kind kind)
 }
 
 /// Copies of the file system's archive, and links to a file, stand for one place.
-SavePlan::Place SavePlan::placeOf(Archive &archive, const QString &name)
+SavePlan::Place SavePlan::placeOf(Archive &archive, const QString &name) const
 {
     if (!dynamic_cast<FileSystemArchive *>(&archive))
         return {&archive, QDir::cleanPath(name)};
-    const QString canonical = QFileInfo(name).canonicalFilePath();
+    const QFileInfo info(QDir::cleanPath(name));
+    const QString behind = info.isSymLink() ? info.canonicalFilePath() : QString();
     return {&FileSystemArchive::instance(),
-            canonical.isEmpty() ? QDir::cleanPath(name) : canonical};
+            behind.isEmpty() ? canonicalDirectory(info.path()) + QLatin1Char('/') + info.fileName()
+                             : behind};
+}
+
+/// Of a directory that is not there, the nearest one above counts.
+QString SavePlan::canonicalDirectory(const QString &path) const
+{
+    const auto known = m_canonical.constFind(path);
+    if (known != m_canonical.constEnd())
+        return *known;
+    const QFileInfo info(path);
+    QString canonical = info.canonicalFilePath();
+    if (canonical.isEmpty() && info.path() != path)
+        canonical = canonicalDirectory(info.path()) + QLatin1Char('/') + info.fileName();
+    if (canonical == QLatin1String("/"))
+        canonical.clear();
+    m_canonical.insert(path, canonical);
+    return canonical;
+}
+
+void SavePlan::keep(Archive &archive)
+{
+    if (m_archives.contains(&archive))
+        return;
+    archive.addOwner();
+    m_archives.insert(
+        &archive, std::shared_ptr<Archive>(&archive, [](Archive *kept) { kept->removeOwner(); }));
 }
 
 SavePlan::Step &SavePlan::stepAt(Archive &archive, const QString &name)
@@ -50,6 +91,7 @@ SavePlan::Step &SavePlan::stepAt(Archive &archive, const QString &name)
     Step &step = m_steps[placeOf(archive, name)];
     if (step.name.isEmpty())
         step.name = name;
+    keep(archive);
     return step;
 }
 
@@ -87,6 +129,7 @@ void SavePlan::addDisk(const Project *owner,
         step.owner = owner;
     if (step.from)
         return;
+    keep(from);
     step.from = &from;
     step.source = source;
     m_readers.insert(read, written);
@@ -103,14 +146,16 @@ void SavePlan::addEntry(Project *project,
     if (!source.startsWith(prefix))
         return;
     const QString target = directory + source.mid(prefix.size());
-    const QStringList below = filesBelow(project->archive(), source + QLatin1Char('/'));
+    Archive &archive = project->archive();
+    const bool isOnDisk = dynamic_cast<FileSystemArchive *>(&archive);
+    const bool isDirectory = !isOnDisk || QFileInfo(source).isDir();
+    const QStringList below =
+        isDirectory ? filesBelow(archive, source + QLatin1Char('/')) : QStringList();
     for (const QString &name : below)
-        addDisk(project, project->archive(), source + QLatin1Char('/') + name,
+        addDisk(project, archive, source + QLatin1Char('/') + name,
                 target + QLatin1Char('/') + name);
-    const bool isFile =
-        below.isEmpty() && project->archive().fileExists(source) && !QFileInfo(source).isDir();
-    if (isFile)
-        addDisk(project, project->archive(), source, target);
+    if (below.isEmpty() && !(isOnDisk && isDirectory) && archive.fileExists(source))
+        addDisk(project, archive, source, target);
 }
 
 /// In a backup, an unchanged file is taken from disk, where it still is there.
@@ -172,8 +217,10 @@ void SavePlan::addOther(Archive &from, const QString &source, const QString &tar
 {
     addDisk(nullptr, from, source, target);
     const QList<Instance> instances = m_open.value(placeOf(from, source));
-    for (const Instance &instance : instances)
-        addMemory(stepAt(FileSystemArchive::instance(), target), instance);
+    for (const Instance &instance : instances) {
+        if (!isLeftToDisk(instance.file))
+            addMemory(stepAt(FileSystemArchive::instance(), target), instance);
+    }
 }
 
 void SavePlan::noteLeftOut(const QList<Project *> &projects)
@@ -210,12 +257,22 @@ bool SavePlan::prepare()
 {
     QSet<QString> directories;
     for (auto step = m_steps.begin(); step != m_steps.end(); ++step)
-        directories.insert(QFileInfo(step.key().second).absolutePath());
+        directories.insert(QFileInfo(step.key().second).path());
     for (const QString &directory : qAsConst(directories)) {
-        if (!QDir().mkpath(directory) || !QFileInfo(directory).isWritable())
+        if (!makeDirectory(directory) || !QFileInfo(directory).isWritable())
             fail(directory, tr("Nothing can be written to this directory."));
     }
     return m_kind != Move || (report.failures.isEmpty() && tryDefinitions());
+}
+
+bool SavePlan::makeDirectory(const QString &directory)
+{
+    QStringList missing;
+    for (QFileInfo above(QDir::cleanPath(directory)); !above.exists() && !above.isRoot();
+         above.setFile(above.path()))
+        missing.prepend(above.filePath());
+    m_newDirectories += missing;
+    return QDir().mkpath(directory);
 }
 
 /// A project moves with its definitions or not at all: each is written as a copy first, in a
@@ -234,39 +291,72 @@ bool SavePlan::tryDefinitions()
         const QString copy = trial.filePath(place.fileName());
         if (isFree && trial.isValid() && step.memory.file->toFile(*target.first, copy, true))
             continue;
-        failToSave(target.second, tr("The definition cannot be saved."));
+        failToSave(report, target.second, tr("The definition cannot be saved."));
         return false;
     }
     return true;
 }
 
-void SavePlan::run(const Project *project)
+/// A copy, as files that are executed may have others executed first.
+QList<SavePlan::Place> SavePlan::stepsOf(const Project *project)
+{
+    if (m_byOwner.isEmpty()) {
+        for (auto step = m_steps.begin(); step != m_steps.end(); ++step)
+            m_byOwner[step->owner].append(step.key());
+    }
+    return m_byOwner.value(project);
+}
+
+bool SavePlan::isCancelled() const
+{
+    return m_progress && m_progress->isCancelled();
+}
+
+void SavePlan::copyNew()
 {
     const QList<Place> places = m_steps.keys();
     for (const Place &target : places) {
         const Step &step = m_steps[target];
-        if (step.owner == project && !step.isDefinition)
+        const bool isNew = !step.memory.file && step.from && !QFileInfo::exists(step.name);
+        if (isNew && !isCancelled())
+            execute(target);
+    }
+}
+
+void SavePlan::run(const Project *project)
+{
+    const QList<Place> places = stepsOf(project);
+    for (const Place &target : places) {
+        if (!m_steps[target].isDefinition && !isCancelled())
             execute(target);
     }
 }
 
 void SavePlan::runDefinition(const Project *project)
 {
-    const QList<Place> places = m_steps.keys();
+    const QList<Place> places = stepsOf(project);
     for (const Place &target : places) {
-        const Step &step = m_steps[target];
-        if (step.owner == project && step.isDefinition)
+        if (m_steps[target].isDefinition)
             execute(target);
     }
 }
 
+void SavePlan::undo()
+{
+    for (const QString &name : qAsConst(m_newFiles))
+        QFile::remove(name);
+    // From the inside out, and only those that are empty.
+    std::sort(m_newDirectories.begin(), m_newDirectories.end());
+    while (!m_newDirectories.isEmpty())
+        QDir().rmdir(m_newDirectories.takeLast());
+    report.written.clear();
+    report.copied.clear();
+}
+
 bool SavePlan::hasMoved() const
 {
-    for (auto step = m_steps.begin(); step != m_steps.end(); ++step) {
-        if (step->isDefinition && !report.written.contains(step->name))
-            return false;
-    }
-    return true;
+    return std::all_of(m_steps.begin(), m_steps.end(),
+                       [](const Step &step) { return !step.isDefinition || step.isWritten; });
 }
 
 /// What is copied from a file that is about to be replaced is copied before.
@@ -287,34 +377,52 @@ void SavePlan::execute(const Place &target)
     const bool isInMemory = step.memory.file;
     if (isInMemory && !step.memory.isOpen())
         fail(step.name, tr("It was closed before it could be saved."));
-    else if (isInMemory && write(step, target))
+    else if (isInMemory)
+        step.isWritten = write(step, target);
+    if (step.isWritten)
         settleOthers(step, target);
     else if (!isInMemory ||
              (!step.isDefinition && step.from && !target.first->fileExists(target.second)))
-        bring(*step.from, step.source, *target.first, step.name);
+        bring(step, target);
+    if (m_progress && m_kind == Move && !step.owner)
+        m_progress->stepDone();
+    else if (m_progress)
+        m_progress->fileDone();
 }
 
 bool SavePlan::write(const Step &step, const Place &target)
 {
     setFileError(QString());
+    ProjectFile *file = step.memory.file;
     // A file goes back under the name that it has, be that a link.
-    const QString name = m_kind == Save ? step.memory.file->fileName() : step.name;
-    Archive &archive = m_kind == Save ? step.memory.file->archive() : *target.first;
-    if (!step.memory.file->toFile(archive, name, m_kind == Backup)) {
-        failToSave(name, tr("It could not be saved."));
+    const QString name = m_kind == Save ? file->fileName() : step.name;
+    Archive &archive = m_kind == Save ? file->archive() : *target.first;
+    const bool isNew = m_kind == Backup && !archive.fileExists(name);
+    // What is in the old place as well need not be confirmed by the disk.
+    const bool isElsewhere = m_kind == Backup || !file->isModified();
+    const WholeFiles whole(isElsewhere ? WholeFiles::Unsynced : WholeFiles::Synced);
+    if (!file->toFile(archive, name, m_kind == Backup)) {
+        failToSave(report, name, tr("It could not be saved."));
         return false;
     }
     report.written.append(name);
+    if (isNew)
+        m_newFiles.append(name);
     return true;
 }
 
-void SavePlan::bring(Archive &from, const QString &source, Archive &to, const QString &target)
+void SavePlan::bring(const Step &step, const Place &target)
 {
     setFileError(QString());
-    if (copyFile(from, source, to, target))
-        report.copied.append(target);
-    else
-        failToSave(target, tr("'%1' could not be copied to it.").arg(source));
+    const bool isNew = !target.first->fileExists(step.name);
+    const WholeFiles whole(WholeFiles::Unsynced);
+    if (!copyFile(*step.from, step.source, *target.first, step.name)) {
+        failToSave(report, step.name, tr("'%1' could not be copied to it.").arg(step.source));
+        return;
+    }
+    report.copied.append(step.name);
+    if (isNew)
+        m_newFiles.append(step.name);
 }
 
 /// The other instances of a file that was just written.
@@ -334,12 +442,6 @@ void SavePlan::settleOthers(const Step &step, const Place &target)
 void SavePlan::fail(const QString &fileName, const QString &reason)
 {
     report.failures.append({fileName, reason});
-}
-
-void SavePlan::failToSave(const QString &fileName, const QString &otherwise)
-{
-    const QString error = FileSystemArchive::lastError();
-    fail(fileName, error.isEmpty() ? otherwise : otherwise + QLatin1Char(' ') + error);
 }
 
 } // namespace Kiln

@@ -5,14 +5,19 @@
 #include <kilnx/project/projectfile.h>
 #include <kilnx/project/savereport.h>
 
+#include <QtCore/QHash>
 #include <QtCore/QMap>
 #include <QtCore/QMultiMap>
 #include <QtCore/QPair>
 #include <QtCore/QPointer>
 #include <QtCore/QSet>
 
+#include <memory>
+
 namespace Kiln
 {
+
+class SaveProgress;
 
 /// What one saving writes where, settled before the first byte; then it writes, and reports.
 ///
@@ -49,19 +54,27 @@ public:
 
     /// Existing files that would be replaced by others.
     QStringList replaced() const;
+    /// How many files are to be written.
+    int count() const { return m_steps.size(); }
+    /// Who hears of each file, and stops what may be stopped; null for nobody.
+    void setProgress(SaveProgress *progress) { m_progress = progress; }
     /// Makes the directories of everything but a Save, and for a move tries out whether the
     /// definitions can be written. False, with nothing moved, when a move cannot come about.
     bool prepare();
+    /// Makes a directory that undo() takes away again; false if that cannot be done.
+    bool makeDirectory(const QString &directory);
+    /// Copies what is only on disk to where nothing is. From here undo() leads back.
+    void copyNew();
     /// Writes what was planned for a project, without the definition of a move; null stands for
     /// the files of no project.
     void run(const Project *project);
     /// Writes the definition of a move.
     void runDefinition(const Project *project);
+    /// Takes new files and directories away again.
+    void undo();
 
     /// Whether all definitions of a move have been written.
     bool hasMoved() const;
-    /// Copies a file at once, and reports it.
-    void bring(Archive &from, const QString &source, Archive &to, const QString &target);
 
     SaveReport report;
 
@@ -85,9 +98,11 @@ private:
         QString source;
         bool isDefinition = false;
         bool isDone = false;
+        bool isWritten = false; ///< from memory
     };
 
-    static Place placeOf(Archive &archive, const QString &name);
+    Place placeOf(Archive &archive, const QString &name) const;
+    QString canonicalDirectory(const QString &path) const;
     /// The step that writes that file.
     Step &stepAt(Archive &archive, const QString &name);
     static void addMemory(Step &step, const Instance &instance);
@@ -100,21 +115,37 @@ private:
 
     bool tryDefinitions();
     void executeReaders(const Place &source);
+    QList<Place> stepsOf(const Project *project);
     void execute(const Place &target);
     bool write(const Step &step, const Place &target);
+    void bring(const Step &step, const Place &target);
     void settleOthers(const Step &step, const Place &target);
     void fail(const QString &fileName, const QString &reason);
-    /// With what the system said about it, or `otherwise`.
-    void failToSave(const QString &fileName, const QString &otherwise);
+    void keep(Archive &archive);
+    bool isCancelled() const;
 
     Kind m_kind;
+    SaveProgress *m_progress = nullptr;
+    /// So that they outlive projects that are closed meanwhile.
+    QHash<Archive *, std::shared_ptr<Archive>> m_archives;
+    /// As they were when they were first asked for.
+    mutable QHash<QString, QString> m_canonical;
+    /// Filled by the first run; owners stay from then on.
+    QHash<const Project *, QList<Place>> m_byOwner;
+    /// What was not there before.
+    QStringList m_newFiles;
+    QStringList m_newDirectories;
     QMap<Place, Step> m_steps;
     QMap<Place, QList<Instance>> m_open;
     /// From a source on disk to the targets that are copied from it.
     QMultiMap<Place, Place> m_readers;
 };
 
-/// Everything below a directory of a store, relative to it; hidden files, too, but no links.
+/// Reports a file that is not where it was to be, with `otherwise` and what the system said.
+void failToSave(SaveReport &report, const QString &fileName, const QString &otherwise);
+
+/// Everything below a directory of a store, relative to it; hidden files, too, but no links
+/// and no parts of files.
 QStringList filesBelow(const Archive &archive, const QString &directory);
 
 } // namespace Kiln

@@ -29,8 +29,11 @@ struct KILNX_EXPORT SaveReport {
     /// Open and unchanged, but gone from the disk: memory holds the only copy.
     /// ProjectFile::toFile() with the file's own archive and name brings one back.
     QStringList missing;
+    /// The user has cancelled it. A copy elsewhere, a backup or a restore has then changed nothing;
+    /// what a save had not come to is still modified.
+    bool isCancelled = false;
 
-    /// Whether there is nothing to tell.
+    /// Whether there is nothing to tell but, perhaps, that it was cancelled.
     bool isComplete() const;
     /// All that did not work out, a line for each file with its reason; empty if isComplete().
     QString text() const;

@@ -1,6 +1,10 @@
 #include "fakes.h"
 
+#include <kilnx/project/saveprogress_p.h>
 #include <kilnx/project/savereport.h>
+#include <tests/support/fulldisk.h>
+
+#include <QScopeGuard>
 
 #include <csignal>
 #include <poll.h>
@@ -50,9 +54,21 @@ void change(FakeFile *file, const QByteArray &contents)
     file->modified = true;
 }
 
-/// The child of the kill test: changes and saves for ever, here and there, and tells through
-/// `report` the number of each file that counts as saved.
-[[noreturn]] void saveForEver(const QString &directory, int report)
+/// By the number at the end of the name; empty without one.
+QString newestBackup(const QString &base)
+{
+    const QStringList names = QDir(base + "backup").entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    const auto number = [](const QString &name) { return name.section('_', -1).toInt(); };
+    const auto newest =
+        std::max_element(names.begin(), names.end(), [number](const auto &one, const auto &other) {
+            return number(one) < number(other);
+        });
+    return newest == names.end() ? QString() : *newest;
+}
+
+/// The child of the kill test: changes, saves, moves, backs up and restores for ever, and tells
+/// through `report` the number of each file that counts as saved.
+[[noreturn]] void saveForEver(const QString &directory, int first, int report)
 {
     setGlobalInterface(nullptr);
     if (geteuid() == 0 && setresuid(65534, 65534, 65534) != 0)
@@ -65,18 +81,24 @@ void change(FakeFile *file, const QByteArray &contents)
         openFile(one, directory + "a/locked"), openFile(one, directory + "outside"),
         openFile(two, directory + "a/shared"), openFile(two, directory + "a/deep/x"),
     };
-    for (int number = 1;; ++number) {
+    for (int number = first;; ++number) {
         // The second instance of what is shared stays as it is.
         for (int i : {0, 1, 2, 3, 5})
             change(files[i], numbered(number));
-        if (number % 2 == 1)
+        const QStringList places{"b", "new" + QString::number(number), "a"};
+        if (number % 4 == 1)
             parent->save();
+        else if (number % 4 == 2)
+            parent->saveAs(directory + places[number / 4 % 3]);
+        else if (number % 4 == 3)
+            parent->backup(QString::number(number));
         else
-            parent->saveAs(directory + (number % 4 == 2 ? "b" : "a"));
+            parent->restoreBackup(newestBackup(parent->basePath()));
         QByteArray told;
         for (FakeFile *file : files) {
             if (!file->modified)
-                told += QByteArray::number(number) + ' ' + file->name.toUtf8() + '\n';
+                told +=
+                    QByteArray::number(numberOf(file->contents)) + ' ' + file->name.toUtf8() + '\n';
         }
         if (write(report, told.constData(), size_t(told.size())) != told.size())
             _exit(1);
@@ -257,17 +279,27 @@ private slots:
                Files{{"d.def", "4 x/a\n4 a"}, {"e.def", ""}, {"a", "upper"}, {"x/a", "lower"}},
                QStringList({"d.def", "e.def"}), "./x",
                QStringList({"a: upper", "d.def: 4 x/a 4 a", "e.def: ", "x/a: lower"}), 0);
-        addRow("several with what is scanned below",
-               Files{{"one/d.def", "4 a"},
-                     {"one/a", "first"},
-                     {"two/e.def", "4 a"},
-                     {"two/a", "second"},
-                     {"notes/deep/n.txt", "low"},
-                     {"notes/n.txt", "top"},
-                     {"notes/n.bin", "-"}},
-               QStringList({"one/d.def one/a!", "two/e.def"}), "x",
-               QStringList({"notes/deep/n.txt: low", "notes/n.txt: top", "one/a: changed 0",
-                            "one/d.def: 4 a", "two/a: second", "two/e.def: 4 a"}),
+        const Files scanned{{"one/d.def", "4 a"},        {"one/a", "first"},
+                            {"two/e.def", "4 a"},        {"two/a", "second"},
+                            {"notes/deep/n.txt", "low"}, {"notes/n.txt", "top"},
+                            {"notes/n.bin", "-"}};
+        for (const QString &target : {backup, QString("x")})
+            addRow(
+                target.isEmpty() ? "backup with what is scanned below"
+                                 : "several with what is scanned below",
+                scanned, QStringList({"one/d.def one/a! notes/n.txt!", "two/e.def"}), target,
+                QStringList({"notes/deep/n.txt: low", "notes/n.txt: changed 0", "one/a: changed 0",
+                             "one/d.def: 4 a", "two/a: second", "two/e.def: 4 a"}),
+                0);
+        addRow("backup of names with dots and all letters",
+               Files{{"ä.b.def", "4 a.b.c\n4 .ünï/日本.x\n4 n.\n4 ..a"},
+                     {"a.b.c", "1"},
+                     {".ünï/日本.x", "2"},
+                     {"n.", "3"},
+                     {"..a", "4"}},
+               QStringList{"ä.b.def a.b.c!"}, backup,
+               QStringList({"..a: 4", ".ünï/日本.x: 2", "a.b.c: changed 0", "n.: 3",
+                            "ä.b.def: 4 a.b.c 4 .ünï/日本.x 4 n. 4 ..a"}),
                0);
         addRow("backup of what is in memory",
                Files{{"sub/d.def", "4 a\n4 b\n4 closed\n4 missing"},
@@ -444,17 +476,17 @@ private slots:
         QTRY_COMPARE(dump(*m_parent), QString("notes/\n  n.txt\n  new.txt\nd.def+1\ne.def+1\n"));
     }
 
+    /// Behind a box.
     void projectClosedInTheMiddle_data()
     {
-        columns<bool, bool>("restores", "byHost");
-        addRow("of a save", false, false);
-        addRow("of a restore", true, false);
-        addRow("of a restore, by the host that shows it", true, true);
+        columns<bool>("restores");
+        addRow("of a save", false);
+        addRow("of a restore", true);
     }
 
     void projectClosedInTheMiddle()
     {
-        const auto [restores, byHost] = row<bool, bool>();
+        QFETCH(bool, restores);
         make({{"d.def", "4 a\n4 b"},
               {"backup/x/a", "backup"},
               {"backup/x/c", "backup"},
@@ -464,18 +496,118 @@ private slots:
         for (const char *name : {"a", "b"}) {
             FakeFile *file = openFile(project, path(name));
             change(file, "new");
-            if (!byHost)
-                file->inBox = [project] { project->release(); };
+            file->inBox = [project] { project->release(); };
         }
-        if (byHost)
-            m_host->duringProgress = [project] { project->release(); };
         if (restores)
-            QCOMPARE(m_parent->restoreBackup("x"), !byHost);
+            QVERIFY(m_parent->restoreBackup("x"));
         else
             m_parent->save();
         QVERIFY(!m_parent);
         QCOMPARE(readFile(path("a")), QByteArray(restores ? "backup" : "old"));
-        QCOMPARE(QFile::exists(path("c")), restores && !byHost);
+        QCOMPARE(QFile::exists(path("c")), restores);
+    }
+
+    /// By a user who sees the progress of each file: after the first one.
+    void stoppedInTheMiddle_data()
+    {
+        columns<QString, bool>("operation", "isCancelled");
+        for (const char *operation : {"save", "save as", "backup", "restore"}) {
+            addRow(qPrintable(operation + QString(", project closed")), operation, false);
+            addRow(qPrintable(operation + QString(", cancelled")), operation, true);
+        }
+    }
+
+    void stoppedInTheMiddle()
+    {
+        const auto [operation, isCancelled] = row<QString, bool>();
+        const int patience = SaveProgress::setPatience(0);
+        const auto restorePatience = qScopeGuard([=] { SaveProgress::setPatience(patience); });
+        make({{"d.def", "4 a\n4 b\n4 c/d\n4 e"}, {"a", "old"}, {"b", "old"}, {"c/d", "old"}});
+        make({{"e", "old"}, {"backup/x/a", "kept"}, {"backup/x/new/f", "kept"}});
+        FakeProject *project = m_parent->open("d.def");
+        const QList<FakeFile *> changed{openFile(project, path("a")), openFile(project, path("b"))};
+        for (FakeFile *file : changed)
+            change(file, "new");
+        const QStringList before = filesBelow(base());
+        const auto run = [&, name = operation] {
+            if (name == "save")
+                m_parent->save();
+            else if (name == "save as")
+                m_parent->saveAs(other() + "deep/to/d.def");
+            return name == "backup"    ? m_parent->backup("y")
+                   : name == "restore" ? m_parent->restoreBackup("x")
+                                       : true;
+        };
+        if (isCancelled)
+            m_host->cancelAt = 1;
+        else
+            m_host->duringProgress = [project] { project->release(); };
+        const bool isSave = operation.startsWith("save");
+        QCOMPARE(run(), isSave);
+        QVERIFY(m_host->progresses.last()->cancellable && m_host->progresses.last()->finished);
+        QCOMPARE(m_parent.isNull(), !isCancelled);
+        if (operation == "save")
+            QCOMPARE(filesBelow(base()).filter("new").size(), 2); // with the name of a directory
+        else
+            QCOMPARE(filesBelow(base()), before);
+        QVERIFY(QDir(other()).isEmpty());
+        QCOMPARE(QDir(path("backup")).entryList(QDir::Dirs | QDir::NoDotAndDotDot),
+                 QStringList{"x"});
+        if (!isCancelled)
+            return;
+        QVERIFY(m_parent->saveReport().isCancelled);
+        QCOMPARE(changed[0]->modified + changed[1]->modified, operation == "save" ? 1 : 2);
+        QCOMPARE(m_parent->basePath(), base());
+        // The second try is not cancelled.
+        m_host->cancelAt = 0;
+        QVERIFY(run());
+        QVERIFY(!m_parent->saveReport().isCancelled && m_parent->saveReport().isComplete());
+        const auto progress = m_host->progresses.last();
+        QCOMPARE(progress->steps.last(), progress->total);
+        QVERIFY(operation == "restore" || progress->total > 1);
+    }
+
+    /// What does not fit is told, and is the old file or none.
+    void fullDiskInTheMiddle_data()
+    {
+        columns<QString>("operation");
+        for (const char *operation : {"save as", "backup", "restore"})
+            addRow(operation, operation);
+    }
+
+    void fullDiskInTheMiddle()
+    {
+        QFETCH(QString, operation);
+        const QByteArray big(100000, 'b');
+        make({{"d.def", "4 a\n4 big\n4 z"}, {"a", "a"}, {"big", "old"}, {"z", "z"}});
+        make({{"backup/x/a", "kept"}, {"backup/x/big", big}, {"backup/x/z", "kept"}});
+        if (operation != "restore")
+            make({{"big", big}});
+        m_parent->open("d.def");
+        QString place = base();
+        {
+            const FullDisk full(50000);
+            if (operation == "save as")
+                m_parent->saveAs(place = other() + "d.def");
+            else if (operation == "backup")
+                m_parent->backup("y");
+            else
+                m_parent->restoreBackup("x");
+        }
+        if (operation == "backup")
+            place = path("backup/") + QDir(path("backup")).entryList({"*_y"}).value(0) + '/';
+        place = place.left(place.lastIndexOf('/') + 1);
+        QStringList found = filesBelow(place).filter(QRegularExpression("^[a-z.]+:"));
+        const QByteArray kept = operation == "restore" ? "kept" : QByteArray();
+        QStringList expected{"a: " + (kept.isEmpty() ? "a" : kept), "d.def: 4 a 4 big 4 z",
+                             "z: " + (kept.isEmpty() ? "z" : kept)};
+        if (!kept.isEmpty())
+            expected.insert(1, "big: old");
+        QCOMPARE(found, expected);
+        QCOMPARE(m_parent->saveReport().failures.size(), 1);
+        QVERIFY(m_parent->saveReport().failures[0].fileName.endsWith("/big"));
+        QVERIFY(m_parent->saveReport().failures[0].reason.contains("File too large"));
+        QVERIFY(QDir(place).entryList({".kiln-*"}, QDir::AllEntries | QDir::Hidden).isEmpty());
     }
 
     void killedSavesLoseNothing()
@@ -487,6 +619,7 @@ private slots:
                                 {"two.def", "4 shared\n4 deep/x"}};
         const QStringList names{"own", "shared", "locked", "deep/x"};
         int told = 0;
+        int restored = 0;
         for (int round = 0; round < killRounds; ++round) {
             const QTemporaryDir directory;
             const QString root = directory.path() + '/';
@@ -506,7 +639,7 @@ private slots:
             QCOMPARE(pipe(pipes), 0);
             const pid_t child = fork();
             if (child == 0)
-                saveForEver(root, pipes[1]);
+                saveForEver(root, 1 + round / 2 % 4, pipes[1]);
             ::close(pipes[1]);
             QFile reader;
             QVERIFY(reader.open(pipes[0], QIODevice::ReadOnly, QFileDevice::AutoCloseHandle));
@@ -527,24 +660,58 @@ private slots:
             for (auto file = saved.begin(); file != saved.end(); ++file) {
                 const int newest = numberOf(readFile(file.key()));
                 QVERIFY2(newest >= 0, qPrintable(file.key() + " is cut off or gone"));
-                QVERIFY(!file.key().endsWith("locked") || newest == 0);
+                const bool isLocked =
+                    file.key() == root + "a/locked" || file.key() == root + "b/locked";
+                QVERIFY(!isLocked || newest == 0);
                 QVERIFY2(newest >= *file, qPrintable(QString("%1: %2 was saved, %3 is there")
                                                          .arg(file.key())
                                                          .arg(*file)
                                                          .arg(newest)));
             }
-            for (auto text = definitions.begin(); text != definitions.end(); ++text) {
-                for (const QString &place : {root + "a/", root + "b/"}) {
-                    const QByteArray found = readFile(place + text.key());
-                    QVERIFY2(found.simplified() == text->simplified(), found.constData());
-                }
+            // Wherever they are: in new places, too, and in backups.
+            QDirIterator all(root, QDir::Files, QDirIterator::Subdirectories);
+            while (all.hasNext()) {
+                const QString name = all.next();
+                const QByteArray contents = readFile(name);
+                const QByteArray text = definitions.value(all.fileName());
+                const bool isNumbered = names.contains(all.fileName()) || all.fileName() == "x";
+                QVERIFY2(text.isEmpty() || contents.simplified() == text.simplified(),
+                         qPrintable(name));
+                QVERIFY2(!isNumbered || numberOf(contents) >= 0, qPrintable(name + " is cut off"));
             }
+            for (const QString &place : QDir(root).entryList(QDir::Dirs | QDir::NoDotAndDotDot))
+                restored += restoreAgain(root + place + '/', definitions.keys());
         }
+        QVERIFY(restored > killRounds / 10);
         QVERIFY(told > killRounds);
-        qInfo("%d files told as saved, %d kills", told, killRounds);
+        qInfo("%d files told as saved, %d restored again, %d kills", told, restored, killRounds);
     }
 
 private:
+    /// Restores the newest backup of what a killed process has left. Returns how many there were.
+    static int restoreAgain(const QString &place, const QStringList &definitions)
+    {
+        const QString newest = newestBackup(place);
+        if (newest.isEmpty())
+            return 0;
+        auto *parent = new FakeParent(place);
+        for (const QString &definition : definitions)
+            parent->open(definition);
+        [&] {
+            QVERIFY(parent->restoreBackup(newest));
+            QVERIFY(parent->saveReport().isComplete());
+        }();
+        for (Project *project : parent->openedProjects())
+            project->release();
+        const QStringList found = filesBelow(place);
+        for (const QString &line : filesBelow(place + "backup/" + newest + '/')) {
+            if (!line.startsWith(".kiln-part-"))
+                [&] { QVERIFY2(found.contains(line), qPrintable(line.left(40))); }();
+        }
+        [&] { QVERIFY(found.filter(".kiln-restore-").isEmpty()); }();
+        return 1;
+    }
+
     /// The child is nobody: to root nothing is locked.
     static void giveAway(const QString &directory)
     {

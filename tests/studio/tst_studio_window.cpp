@@ -5,6 +5,7 @@
 #include <hostkit/theme.h>
 #include <kilnx/project/engine.h>
 #include <outputdock.h>
+#include <projecttreedock.h>
 
 using namespace HostKit;
 using namespace Studio;
@@ -269,6 +270,106 @@ private slots:
         QVERIFY(host().openProject(hero()));
         QCOMPARE(host().engine()->displayName(), "Ember");
         QVERIFY(actions()->newMenu->actions().size() > 1);
+    }
+
+    void twoProjectsStandSideBySide()
+    {
+        const QString arcade = m_directory->filePath("arcade");
+        copyFolder(KILN_SOURCE_DIR "/engines/spark/sample", arcade);
+        const int inHero = messages()->rowCount();
+        m_dialogs->expectFiles({arcade});
+        actions()->openBeside->trigger();
+        QCOMPARE(session().parentProjects().size(), 2);
+        type("lonely = 1\n");
+        const Kiln::CodeDocument *tuned = document();
+        QCOMPARE(messages()->rowCount(), 1);
+
+        // Another is chosen: tree, messages, engine and file follow.
+        auto *tree = m_window->findChild<ProjectTreeDock *>();
+        auto *chooser = tree->findChild<QComboBox *>("project_chooser");
+        QVERIFY(chooser->isVisible());
+        QCOMPARE(chooser->currentText(), QString("arcade"));
+        QTest::keyClick(chooser, Qt::Key_Up);
+        QCOMPARE(tree->project()->basePath(), hero() + '/');
+        QCOMPARE(messages()->rowCount(), inHero);
+        QCOMPARE(host().engine()->displayName(), "Ember");
+        QVERIFY(document() != tuned && document()->fileName().startsWith(hero()));
+
+        // Each is saved by itself, and a tab of the other leads back.
+        open("heroes/wren/air.glow");
+        type("; typed\n");
+        actions()->saveAll->trigger();
+        QVERIFY(readFile(path("heroes/wren/air.glow")).startsWith("; typed"));
+        QVERIFY(tuned->isModified());
+        host().tabs().setCurrentIndex(host().tabs().indexOf(session().modifiedFiles().value(0)));
+        QCOMPARE(document(), tuned);
+        QCOMPARE(chooser->currentText(), QString("arcade"));
+        QCOMPARE(messages()->rowCount(), 1);
+
+        // One is closed, the other stays as it is.
+        QVERIFY(host().openBeside(hero()));
+        QCOMPARE(session().parentProjects().size(), 2);
+        actions()->closeProject->trigger();
+        QCOMPARE(session().parentProjects().size(), 1);
+        QVERIFY(!chooser->isVisible());
+        QCOMPARE(document(), tuned);
+        QVERIFY(tuned->isModified());
+        QCOMPARE(host().tabs().count(), 1);
+        actions()->undo->trigger();
+        actions()->saveAll->trigger();
+
+        // The next window has both, with the files that were shown.
+        QVERIFY(host().openBeside(hero()));
+        QCOMPARE(document()->fileName(), path("heroes/wren/air.glow"));
+        settings().setValue("reopen_last_project", true);
+        QVERIFY(m_window->close());
+        m_window.reset();
+        makeWindow();
+        m_window->reopenLast();
+        QCOMPARE(session().parentProjects().size(), 2);
+        QCOMPARE(session().parentProject()->basePath(), hero() + '/');
+        QCOMPARE(document()->fileName(), path("heroes/wren/air.glow"));
+        QVERIFY(session().findFile(arcade + "/arcade.spark"));
+    }
+
+    void newProjectOpensWithoutAMessage_data()
+    {
+        columns<int, int>("start", "definitions");
+        addRow("a game", 0, 3);
+        addRow("a character", 1, 1);
+        addRow("a stage", 2, 1);
+    }
+
+    void newProjectOpensWithoutAMessage()
+    {
+        const auto [start, definitions] = row<int, int>();
+        const auto fill = [](QDialog *dialog, const QString &name) {
+            dialog->findChild<QLineEdit *>("new_project_name")->setText(name);
+            return dialog->findChild<QPushButton *>("new_project_ok")->isEnabled();
+        };
+        QStringList wrong{"", "..", "a/b", "hero", "dot.", " ", "say \"x\""};
+        m_dialogs->expectDialog([&, start = start](QDialog *dialog) {
+            dialog->findChild<QLineEdit *>("new_project_place")->setText(m_directory->path());
+            dialog->findChild<QListWidget *>("new_project_starts")->setCurrentRow(start);
+            for (const QString &name : wrong)
+                QVERIFY2(!fill(dialog, name), qPrintable(name));
+            QVERIFY(fill(dialog, "Größe 1.5"));
+            dialog->findChild<QPushButton *>("new_project_ok")->click();
+        });
+        actions()->newProject->trigger();
+        QCOMPARE(session().parentProject()->basePath(), m_directory->filePath("Größe 1.5/"));
+        QCOMPARE(session().projects(session().parentProject()).size(), definitions);
+        Kiln::ProjectFile *file = nullptr;
+        const QString told = messages()->messageAt(0, file).text;
+        QVERIFY2(messages()->rowCount() == 0, qPrintable(told));
+        QCOMPARE(session().currentProject()->displayName(), QString("Größe 1.5"));
+        QVERIFY(session().modifiedFiles().isEmpty());
+        for (const Kiln::Project *project : session().projects(session().parentProject())) {
+            QList<Kiln::ReferencedFile> named;
+            const_cast<Kiln::Project *>(project)->fileList(named);
+            QCOMPARE(project->files().size() >= named.size(), true);
+        }
+        QCOMPARE(settings().value("new_project_place").toString(), m_directory->path());
     }
 
     void findAndReplace_data()
