@@ -468,6 +468,9 @@ private Q_SLOTS:
                     {"many of them", head, "2C00000000FF7FFF7F00020144003B", 100},
                     {"an empty extension before a thousand million pixels", head,
                      "210000002C00000000007F007F0002020144003B", 1},
+                    {"an own map before them", head,
+                     "2C000000000100010080000000FFFFFF0202440100"
+                     "2C00000000007F007F0002020144003B", 1},
                     {"a code size of 255", head, "2C000000000100010000FF0244013B", 1},
                     {"broken pixels behind an own map", head,
                      "2C000000000100010080000000FFFFFF020177003B", 1},

@@ -382,6 +382,7 @@ private Q_SLOTS:
         QCOMPARE(canvas.crop(), QPoint());
         canvas.setSize({5, 5}, {}, false);
         canvas.layers.addLayer(nullptr);
+        const int steps = canvas.undoStack.count();
         const QByteArray before = stateOf(canvas);
         canvas.setSize({0, 7}, {}, true);
         canvas.resize({-1, 4}, 0);
@@ -390,6 +391,7 @@ private Q_SLOTS:
         canvas.layers.removeLayer(9, true);
         canvas.layers.insertLayer(nullptr, 0, true);
         QCOMPARE(stateOf(canvas), before);
+        QCOMPARE(canvas.undoStack.count(), steps);
         canvas.painter->image = &rasterAt(canvas, 0)->image;
         canvas.painter->penSize = 3;
         canvas.painter->drawLine({INT_MIN, 2}, {INT_MAX, 2});
