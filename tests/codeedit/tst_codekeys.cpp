@@ -128,10 +128,11 @@ private slots:
     void wordIsCompleted_data()
     {
         const auto add = columns<QString, int, QString, QString>("typed", "down", "behind", "text");
-        add("the rest of the word", "type= st", 0, "", "type= stand");
-        add("a word of its own", "type= ", 1, "", "type= run");
-        add("behind a bracket", "play(", 2, "", "play(stand");
-        add("before other text", "play(st", 0, " );", "play(stand );");
+        add("the rest of the word", "type= st", 0, "", "type= stand|");
+        add("a word of its own", "type= ", 1, "", "type= run|");
+        add("behind a bracket", "play(", 2, "", "play(stand|");
+        add("before other text", "play(st", 0, " );", "play(stand| );");
+        add("within a word", "type= st", 0, "a", "type= stand|");
     }
 
     void wordIsCompleted()
@@ -147,8 +148,10 @@ private slots:
             QTest::keyClick(popup(), Qt::Key(key));
             QVERIFY(!popup()->isVisible());
             const bool completes = key != Qt::Key_Semicolon && key != Qt::Key_Escape;
-            const QString untouched = typed + (key == Qt::Key_Semicolon ? ";" : "") + behind;
-            QCOMPARE(m_editor->toPlainText(), completes ? text : untouched);
+            const QString untouched = typed + (key == Qt::Key_Semicolon ? ";|" : "|") + behind;
+            QString shown = m_editor->toPlainText();
+            shown.insert(m_editor->textCursor().position(), '|');
+            QCOMPARE(shown, completes ? text : untouched);
             if (!completes)
                 continue;
             m_editor->undo(); // the completion alone
@@ -208,8 +211,8 @@ private slots:
         add("lines to the right", int(Qt::Key_Tab), "", "a[b\n\n c|d\ne", "[\tab\n\n\t cd|\ne");
         add("by blanks", int(Qt::Key_Tab), "s", "a[b\nc|d", "[    ab\n    cd|");
         add("not the line of the end", int(Qt::Key_Tab), "", "[a\nb\n|c", "[\ta\n\tb|\nc");
-        add("lines to the left", int(Qt::Key_Backtab), "", "\t\ta[b\n  \tc\n     d\n e|",
-            "[\tab\nc\n d\ne|");
+        add("lines to the left", int(Qt::Key_Backtab), "", "\t\ta[b\nb\n\n  \tc\n     d\n e|",
+            "[\tab\nb\n\nc\n d\ne|");
     }
 
     void indentationByKeys()

@@ -171,8 +171,14 @@ private Q_SLOTS:
         script(steps);
         dialog->exec();
         QStringList told;
-        for (const SprImport::Answer &answer : dialog->answers())
+        const QAbstractItemModel *shown = dialog->findChild<QAbstractItemView *>("files")->model();
+        for (const SprImport::Answer &answer : dialog->answers()) {
+            const QString summary =
+                shown->index(told.size(), shown->columnCount() - 1).data().toString();
+            const char *const begins[] = {"the image's", "adapted to", "exchanged with"};
+            QVERIFY2(!pictures || summary.startsWith(begins[answer.mode - 1]), qPrintable(summary));
             told << QString("%1:%2:%3").arg(answer.identifier).arg(answer.mode).arg(answer.palette);
+        }
         QCOMPARE(told.join(' '), expected);
     }
 
