@@ -86,59 +86,86 @@ public:
     {
         return GraphicsRenderer::origin() + image * double(view().zoomFactor());
     }
-    /// Presses on the sprite, away from the boxes.
-    void press() { view().mousePressed(place({30, -10}), Qt::LeftButton, Qt::NoModifier); }
-    void move(int step) { view().mouseMoved(place({30 + step, -10}), Qt::NoModifier); }
-    void release() { view().mouseReleased(place({30, -10}), Qt::LeftButton, Qt::NoModifier); }
+    void press(QPoint grip)
+    {
+        held = grip;
+        view().mousePressed(place(grip), Qt::LeftButton, Qt::NoModifier);
+    }
+    void move(int step) { view().mouseMoved(place(held + QPoint(step, 0)), Qt::NoModifier); }
+    void release() { view().mouseReleased(place(held), Qt::LeftButton, Qt::NoModifier); }
 
     QTemporaryDir directory;
     QMainWindow window;
     HostKit::HostBase host;
     EmberDocument *file = nullptr;
+    QPoint held;
 };
 
+/// Where the sprite is, away from the boxes, and where the second box is.
+const QPoint onSprite(30, -10);
+const QPoint onBox(-5, -30);
+
 /// A mouse move of a drag in 2,000 animations; "bare_us" is one in 2.
-void mouseMove(benchmark::State &state)
+void mouseMove(benchmark::State &state, QPoint grip)
 {
     Desk large(2000);
     Desk small(2);
     BesideBare::Comparison comparison(state);
-    large.press();
-    small.press();
+    large.press(grip);
+    small.press(grip);
     int step = 0;
     for (auto _ : state) {
         ++step;
         comparison.add([&] { large.move(step % 20); }, [&] { small.move(step % 20); });
     }
 }
-BENCHMARK(mouseMove)->UseManualTime()->Iterations(2000)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(mouseMove, sprite, onSprite)
+    ->UseManualTime()
+    ->Iterations(2000)
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(mouseMove, box, onBox)
+    ->UseManualTime()
+    ->Iterations(2000)
+    ->Unit(benchmark::kMicrosecond);
 
 /// The release of a drag; "bare_us" is the same edit of the line in the code view.
-void releaseDrag(benchmark::State &state)
+void releaseDrag(benchmark::State &state, QPoint grip)
 {
+    const bool isBox = grip == onBox;
     Desk desk(2000);
     BesideBare::Comparison comparison(state);
     int step = 0;
     for (auto _ : state) {
-        desk.press();
+        desk.press(grip);
         desk.move(10 + step % 5);
         const int revision = desk.file->revision();
-        const QTextBlock line = desk.editor().currentFrame()->block();
-        const int from = line.text().indexOf(QLatin1String("at ")) + 3;
-        const int to = line.text().indexOf(QLatin1String(", for"));
+        const QTextBlock frame = desk.editor().currentFrame()->block();
+        const QTextBlock line = isBox ? frame.previous() : frame;
+        const QString before = line.text();
+        const int from = before.indexOf(isBox ? QLatin1String("body: ") : QLatin1String("at ")) +
+                         (isBox ? 6 : 3);
+        const int to = before.indexOf(isBox ? QLatin1String(", -70") : QLatin1String(", for"));
+        const QString place = isBox ? QStringLiteral("-%1") : QStringLiteral("%1 0");
         comparison.add([&] { desk.release(); },
                        [&] {
                            QTextCursor cursor(line);
                            cursor.setPosition(line.position() + from);
                            cursor.setPosition(line.position() + to, QTextCursor::KeepAnchor);
-                           cursor.insertText(QStringLiteral("%1 0").arg(step % 7));
+                           cursor.insertText(place.arg(isBox ? 14 + step % 7 : step % 7));
                        });
         if (desk.file->revision() < revision + 2)
             state.SkipWithError("the drag wrote nothing");
         ++step;
     }
 }
-BENCHMARK(releaseDrag)->UseManualTime()->Iterations(300)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(releaseDrag, sprite, onSprite)
+    ->UseManualTime()
+    ->Iterations(300)
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(releaseDrag, box, onBox)
+    ->UseManualTime()
+    ->Iterations(300)
+    ->Unit(benchmark::kMicrosecond);
 
 /// Another animation in 2,000; "bare_us" is one in 2.
 void selectAnimation(benchmark::State &state)

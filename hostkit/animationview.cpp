@@ -17,6 +17,7 @@ namespace
 struct Placing {
     Placing(const Kiln::FrameCode &frame, Kiln::Sprite &sprite)
         : scale(std::abs(frame.scale().x()), std::abs(frame.scale().y()))
+        , angle(frame.canTransform() ? frame.angle() : 0)
     {
         const bool mirrored = frame.flip() & Kiln::FrameCode::FlipHorizontally;
         const bool upsideDown = frame.flip() & Kiln::FrameCode::FlipVertically;
@@ -50,9 +51,17 @@ struct Placing {
     }
 
     QPointF scale;
+    double angle = 0;
     QPoint pivot; // of the mirrored picture
     unsigned char flip = 0;
 };
+
+/// 0 would mean that the frame says nothing.
+QVariant opacityOf(Kiln::FrameCode &frame)
+{
+    const QVariant opacity = frame.property(QStringLiteral("Opacity"));
+    return opacity.isValid() ? qBound(1e-6F, opacity.toFloat(), 1.0F) : opacity;
+}
 
 } // namespace
 
@@ -79,6 +88,12 @@ AnimationView::spriteProperty(Kiln::FrameCode *frame, Kiln::Sprite *sprite, unsi
         return placing.scale;
     case Kiln::SpriteProvider::Mirror:
         return unsigned(placing.flip);
+    case Kiln::SpriteProvider::Opacity:
+        return opacityOf(*frame);
+    case Kiln::SpriteProvider::Angle:
+        return placing.angle;
+    case Kiln::SpriteProvider::Pivot:
+        return QPointF(placing.pivot);
     default:
         return Kiln::AnimationEditor::spriteProperty(frame, sprite, id);
     }
@@ -99,7 +114,7 @@ void AnimationView::onionFrameChanged(Kiln::FrameCode *frame)
         return;
     }
     const Placing placing(*frame, *ghost);
-    viewport().setOnionSkinShape(placing.flip, placing.scale);
+    viewport().setOnionSkinShape(placing.flip, placing.scale, {placing.angle, placing.pivot});
     viewport().setOnionSkinSprite(ghost, placing.corner(frame->offset()));
 }
 

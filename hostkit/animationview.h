@@ -9,9 +9,10 @@ namespace HostKit
 
 class Viewport;
 
-/// The animation editor of the kit, for any engine: frames are shown with their mirroring and
-/// scale, and what a frame's offset moves is the sprite's own point, the property "Origin", a
-/// QPoint from the upper left; without it that is the upper left.
+/// The animation editor of the kit, for any engine: frames are shown with their mirroring, scale
+/// and angle and, where they have the property "Opacity", a number from 0 to 1, with that. What a
+/// frame's offset moves and its angle turns about is the sprite's own point, the property "Origin",
+/// a QPoint from the upper left; without it that is the upper left.
 class HOSTKIT_EXPORT AnimationView : public Kiln::AnimationEditor
 {
     Q_OBJECT

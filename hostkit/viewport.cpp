@@ -46,6 +46,20 @@ QImage painted(const QImage &picture, Kiln::GraphicsRenderer::OnionEffect effect
     return image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
 }
 
+/// Turns the area of a picture, in pixels of the view, whose y grows downwards.
+QMatrix4x4 turned(const QRect &area, const Viewport::Turn &turn, const Kiln::ImageInfo &info)
+{
+    QMatrix4x4 matrix;
+    if (turn.angle == 0 || info.width == 0 || info.height == 0)
+        return matrix;
+    const QPointF pivot(area.x() + turn.pivot.x() * area.width() / info.width,
+                        area.y() + turn.pivot.y() * area.height() / info.height);
+    matrix.translate(float(pivot.x()), float(pivot.y()));
+    matrix.rotate(-float(std::remainder(turn.angle, 360)), 0, 0, 1);
+    matrix.translate(-float(pivot.x()), -float(pivot.y()));
+    return matrix;
+}
+
 } // namespace
 
 Viewport::Viewport(QObject *parent)
@@ -56,13 +70,25 @@ Viewport::Viewport(QObject *parent)
 
 Viewport::~Viewport() = default;
 
-void Viewport::setOnionSkinShape(unsigned char flip, QPointF scale)
+void Viewport::setOnionSkinShape(unsigned char flip, QPointF scale, const Turn &turn)
 {
-    if (flip == m_onionFlip && scale == m_onionScale)
+    if (flip == m_onionFlip && scale == m_onionScale && turn.angle == m_onionTurn.angle &&
+        turn.pivot == m_onionTurn.pivot)
         return;
     m_onionFlip = flip;
     m_onionScale = scale;
+    m_onionTurn = turn;
     GraphicsRenderer::update();
+}
+
+Viewport::Turn Viewport::turnOf(int index) const
+{
+    Kiln::SpriteProvider *provider = spriteProvider();
+    const double angle =
+        provider ? provider->property(unsigned(index), Kiln::SpriteProvider::Angle).toDouble() : 0;
+    if (angle == 0 || !std::isfinite(angle))
+        return {};
+    return {angle, provider->property(unsigned(index), Kiln::SpriteProvider::Pivot).toPointF()};
 }
 
 QSize Viewport::onionSize(QSize size) const
@@ -81,9 +107,9 @@ void Viewport::paintSprite(QPainter &painter,
                            float opacity,
                            unsigned char flip,
                            Kiln::Sprite *sprite,
-                           int)
+                           int index)
 {
-    paint(painter, {anchor + offset, size}, opacity, flip, sprite, OnionNormal);
+    paint(painter, {anchor + offset, size}, turnOf(index), opacity, flip, sprite, OnionNormal);
 }
 
 void Viewport::paintOnionSprite(QPainter &painter,
@@ -94,7 +120,8 @@ void Viewport::paintOnionSprite(QPainter &painter,
                                 float opacity,
                                 OnionEffect effect)
 {
-    paint(painter, {anchor + offset, onionSize(size)}, opacity, m_onionFlip, sprite, effect);
+    paint(painter, {anchor + offset, onionSize(size)}, m_onionTurn, opacity, m_onionFlip, sprite,
+          effect);
 }
 
 void Viewport::drawSprite(QPoint anchor,
@@ -103,9 +130,9 @@ void Viewport::drawSprite(QPoint anchor,
                           float opacity,
                           unsigned char flip,
                           Kiln::Sprite *sprite,
-                          int)
+                          int index)
 {
-    draw({anchor + offset, size}, opacity, flip, sprite, OnionNormal);
+    draw({anchor + offset, size}, turnOf(index), opacity, flip, sprite, OnionNormal);
 }
 
 void Viewport::drawOnionSprite(const Kiln::Sprite *sprite,
@@ -115,11 +142,12 @@ void Viewport::drawOnionSprite(const Kiln::Sprite *sprite,
                                float opacity,
                                OnionEffect effect)
 {
-    draw({anchor + offset, onionSize(size)}, opacity, m_onionFlip, sprite, effect);
+    draw({anchor + offset, onionSize(size)}, m_onionTurn, opacity, m_onionFlip, sprite, effect);
 }
 
 void Viewport::paint(QPainter &painter,
                      const QRect &area,
+                     const Turn &turn,
                      float opacity,
                      unsigned char flip,
                      const Kiln::Sprite *sprite,
@@ -139,12 +167,20 @@ void Viewport::paint(QPainter &painter,
     }
     const qreal before = painter.opacity();
     painter.setOpacity(opacity > 0 ? qreal(opacity) : 1.0);
-    painter.drawImage(area, image);
+    if (turn.angle == 0) {
+        painter.drawImage(area, image);
+    } else {
+        const QTransform unturned = painter.transform();
+        painter.setTransform(turned(area, turn, sprite->imageInfo()).toTransform(), true);
+        painter.drawImage(area, image);
+        painter.setTransform(unturned);
+    }
     painter.setOpacity(before);
 }
 
 /// Puts the unit square of an image to where the sprite is.
 void Viewport::draw(const QRect &area,
+                    const Turn &turn,
                     float opacity,
                     unsigned char flip,
                     const Kiln::Sprite *sprite,
@@ -157,7 +193,7 @@ void Viewport::draw(const QRect &area,
     const Kiln::Palette *palette = isIndexed ? sprite->palette() : nullptr;
     if (isIndexed && !palette)
         return;
-    QMatrix4x4 matrix;
+    QMatrix4x4 matrix = turned(area, turn, sprite->imageInfo());
     matrix.translate(float(area.x()), float(area.y()));
     matrix.scale(float(area.width()), float(area.height()));
     glSetBlend(true);

@@ -25,9 +25,16 @@ public:
     explicit Viewport(QObject *parent = nullptr);
     ~Viewport() override;
 
-    /// How the sprite of the onion skin is mirrored (bit 0 horizontally, bit 1 vertically) and
-    /// scaled, by factors of its size; its offset stays.
-    void setOnionSkinShape(unsigned char flip, QPointF scale);
+    /// A turn by degrees, counter-clockwise, about a point in pixels of the mirrored picture. That
+    /// of a sprite is its provider's SpriteProvider::Angle and SpriteProvider::Pivot.
+    struct Turn {
+        double angle = 0;
+        QPointF pivot;
+    };
+
+    /// How the sprite of the onion skin is mirrored (bit 0 horizontally, bit 1 vertically), scaled,
+    /// by factors of its size, and turned; its offset stays.
+    void setOnionSkinShape(unsigned char flip, QPointF scale, const Turn &turn);
     /// Bytes of pictures that are kept for native painting.
     int keptBytes() const { return m_pictures.totalCost(); }
 
@@ -63,13 +70,16 @@ public:
 
 private:
     QSize onionSize(QSize size) const;
+    Turn turnOf(int index) const;
     void paint(QPainter &painter,
                const QRect &area,
+               const Turn &turn,
                float opacity,
                unsigned char flip,
                const Kiln::Sprite *sprite,
                OnionEffect effect);
     void draw(const QRect &area,
+              const Turn &turn,
               float opacity,
               unsigned char flip,
               const Kiln::Sprite *sprite,
@@ -79,6 +89,7 @@ private:
     QCache<Key, QImage> m_pictures;
     unsigned char m_onionFlip = 0;
     QPointF m_onionScale{1, 1};
+    Turn m_onionTurn;
 };
 
 } // namespace HostKit

@@ -162,14 +162,15 @@ bool Tour::editBoxes()
     return changed && check(text() == before, "three steps of undo take it all back");
 }
 
+// Plays and edits on the other render path, too.
 bool Tour::paintNatively()
 {
     const AnimationView *editor = d->window->host().animationView();
     d->window->host().settings().setValue("native_painting", true);
     d->window->host().settings().apply();
-    picture(d->step);
     const bool native = check(!editor->graphicsWorkspace()->isOnOpenGL(), "the painter paints") &&
-                        check(editor->currentFrame(), "the same frame is shown");
+                        check(editor->currentFrame(), "the same frame is shown") && playFrames() &&
+                        editBoxes();
     d->window->host().settings().setValue("native_painting", false);
     d->window->host().settings().apply();
     return native;

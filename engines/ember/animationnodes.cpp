@@ -313,6 +313,13 @@ void EmberFrame::setFlip(Flip flip)
         setClause("flip", flipText(flip & FlipBoth));
 }
 
+void EmberFrame::setOpacity(qreal opacity)
+{
+    const qreal wanted = qBound(0.0, opacity, 1.0);
+    if (std::isfinite(opacity) && rounded(wanted) != m_values.opacity)
+        setClause("opacity", opacityText(wanted));
+}
+
 void EmberFrame::setLoopPoint(bool loopPoint)
 {
     Kiln::CodeDocument *text = document();
@@ -329,6 +336,11 @@ void EmberFrame::setLoopPoint(bool loopPoint)
     if (loopPoint != m_values.loopPoint)
         setClause("loop", loopPoint ? QLatin1String("") : QString());
     text->endChange();
+}
+
+QStringList EmberFrame::propertyNames()
+{
+    return FrameCode::propertyNames() << QStringLiteral("Opacity");
 }
 
 QVariant EmberFrame::property(const QString &name)
@@ -348,6 +360,8 @@ QVariant EmberFrame::property(const QString &name)
         return static_cast<int>(flip());
     case 6:
         return isLoopPoint();
+    case 7:
+        return opacity();
     default:
         return QVariant();
     }
@@ -384,6 +398,10 @@ void EmberFrame::setProperty(const QString &name, const QVariant &value)
         if (isFlag(value))
             setLoopPoint(value.toBool());
         break;
+    case 7:
+        if (isReal(value))
+            setOpacity(value.toReal());
+        break;
     default:
         break;
     }
@@ -406,6 +424,7 @@ void EmberFrame::optimize()
     tidyClause(this, "angle", m_values.angle == plain.angle);
     tidyClause(this, "flip", m_values.flip == plain.flip);
     tidyClause(this, "loop", m_values.loopPoint == plain.loopPoint);
+    tidyClause(this, "opacity", m_values.opacity == plain.opacity);
 }
 
 EmberAnimation::EmberAnimation(CodeNode *previous, const AnimationValues &values)

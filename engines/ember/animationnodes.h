@@ -79,6 +79,11 @@ public:
     bool isLoopPoint() const override { return m_values.loopPoint; }
     void setLoopPoint(bool loopPoint) override;
     bool canTransform() const override { return true; }
+    qreal opacity() const { return m_values.opacity; }
+    /// Brought to 0 to 1.
+    void setOpacity(qreal opacity);
+    /// Those of the base, and "Opacity".
+    QStringList propertyNames() override;
     QVariant property(const QString &name) override;
     void setProperty(const QString &name, const QVariant &value) override;
 

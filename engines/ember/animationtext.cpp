@@ -129,6 +129,12 @@ public:
                 values.angle = real.first();
             else
                 faultIn(clause, "a number");
+        } else if (clause.word == QLatin1String("opacity")) {
+            if (reals(clause.arguments, real) && real.size() == 1 && real.first() >= 0 &&
+                real.first() <= 1)
+                values.opacity = real.first();
+            else
+                faultIn(clause, "a number from 0 to 1");
         } else if (clause.word == QLatin1String("flip")) {
             flipClause(clause, values.flip);
         } else {
@@ -270,7 +276,7 @@ bool FrameValues::operator==(const FrameValues &other) const
 {
     return identifier == other.identifier && offset == other.offset && delay == other.delay &&
            scale == other.scale && angle == other.angle && flip == other.flip &&
-           loopPoint == other.loopPoint;
+           loopPoint == other.loopPoint && opacity == other.opacity;
 }
 
 AnimationValues readAnimation(const Line &line, QVector<Fault> *faults)
@@ -301,9 +307,10 @@ AnimationValues readAnimation(const Line &line, QVector<Fault> *faults)
 
 FrameValues readFrame(const Line &line, QVector<Fault> *faults)
 {
-    static const QStringList words{QStringLiteral("at"),    QStringLiteral("for"),
-                                   QStringLiteral("scale"), QStringLiteral("angle"),
-                                   QStringLiteral("flip"),  QStringLiteral("loop")};
+    static const QStringList words{QStringLiteral("at"),     QStringLiteral("for"),
+                                   QStringLiteral("scale"),  QStringLiteral("angle"),
+                                   QStringLiteral("flip"),   QStringLiteral("loop"),
+                                   QStringLiteral("opacity")};
     Reader reader(faults);
     FrameValues values;
     values.identifier = line.subject;
@@ -366,6 +373,12 @@ QString angleText(qreal angle)
 QString flipText(int flip)
 {
     return flip > 0 && flip < 4 ? QLatin1String(flips[flip]) : QString();
+}
+
+QString opacityText(qreal opacity)
+{
+    const QString text = numberText(opacity);
+    return text == QLatin1String("1") ? QString() : text;
 }
 
 QString boxText(const QRect &rect)

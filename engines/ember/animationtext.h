@@ -80,6 +80,7 @@ struct FrameValues {
     qreal angle = 0;
     int flip = 0; ///< Kiln::FrameCode::Flip
     bool loopPoint = false;
+    qreal opacity = 1; ///< 0 to 1
 
     bool operator==(const FrameValues &other) const;
 };
@@ -97,6 +98,7 @@ EMBER_EXPORT QString delayText(int delay);
 EMBER_EXPORT QString scaleText(const QPointF &scale);
 EMBER_EXPORT QString angleText(qreal angle);
 EMBER_EXPORT QString flipText(int flip);
+EMBER_EXPORT QString opacityText(qreal opacity);
 /// The edges of a box, as in "8, -58, 36, -44".
 EMBER_EXPORT QString boxText(const QRect &rect);
 /// What a line can hold of a name or title: no comma, comment or line end.

@@ -10,6 +10,8 @@
 
 #include <QtWidgets/QInputDialog>
 
+#include <climits>
+
 namespace Kiln
 {
 
@@ -174,11 +176,21 @@ void AnimationEditorPrivate::optimize()
 
 // --- Frames
 
+/// Frames of these sprites, which are otherwise as the one before them, in one step of undo.
+void AnimationEditorPrivate::insertFrames(int at, const QStringList &sprites)
+{
+    write([this, at, &sprites] {
+        int row = at;
+        for (const QString &sprite : sprites)
+            animation()->insertFrame(unsigned(row++), sprite);
+    });
+    select(lastRow, at, true);
+}
+
 /// Behind the current frame, with its sprite; the first shows the file's current sprite.
 void AnimationEditorPrivate::frameAdd()
 {
-    AnimationCode *shown = animation();
-    if (!shown)
+    if (!animation())
         return;
     const FrameCode *now = frame();
     const Sprites *sprites = spriteFiles().value(0);
@@ -188,9 +200,7 @@ void AnimationEditorPrivate::frameAdd()
     const QString sprite = now     ? now->identifier()
                            : first ? first->property(QStringLiteral("Identifier")).toString()
                                    : QString();
-    const int at = now ? frameRow + 1 : 0;
-    write([=] { shown->insertFrame(unsigned(at), sprite); });
-    select(lastRow, at, true);
+    insertFrames(now ? frameRow + 1 : 0, {sprite});
 }
 
 void AnimationEditorPrivate::frameDel()
@@ -272,8 +282,15 @@ void AnimationEditorPrivate::frameAlign()
 
 void AnimationEditorPrivate::moveAxis(QPoint step)
 {
-    if (frame())
-        write([this, step] { frame()->setOffset(frame()->offset() + step); });
+    if (!frame())
+        return;
+    const auto moved = [](int from, int by) {
+        return int(qBound<qint64>(INT_MIN, qint64(from) + by, INT_MAX));
+    };
+    write([this, step, moved] {
+        const QPoint from = frame()->offset();
+        frame()->setOffset({moved(from.x(), step.x()), moved(from.y(), step.y())});
+    });
 }
 
 void AnimationEditorPrivate::axisLeft()

@@ -9,11 +9,15 @@
 #include <kilnx/project/translator.h>
 #include <kilnx/render/graphicsworkspace.h>
 
+#include <QtCore/QSysInfo>
+#include <QtGui/QOpenGLContext>
 #include <QtWidgets/QAbstractSlider>
 #include <QtWidgets/QAction>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QMenu>
 #include <QtWidgets/QSplitter>
+
+#include <cmath>
 
 namespace Kiln
 {
@@ -280,10 +284,12 @@ void AnimationEditorPrivate::setTexts()
     if (auto *flips =
             qobject_cast<QComboBox *>(interface->control(QStringLiteral("anim_frame_flip")))) {
         const int now = flips->currentIndex();
+        fields.beginProgramChange();
         flips->clear();
         for (const int id : {82, 83, 84, 85})
             flips->addItem(text(id));
         flips->setCurrentIndex(qMax(0, now));
+        fields.endProgramChange();
     }
     if (editor->isActive()) {
         tellCursor();
@@ -391,9 +397,13 @@ void AnimationEditorPrivate::tellRenderer()
         return;
     const bool wished = interface->option(QStringLiteral("native_painting"), false).toBool();
     const bool native = wished || !graphics->isOnOpenGL();
-    const QString told =
-        AnimationEditor::tr("Renderer: %1")
-            .arg(native ? AnimationEditor::tr("Native painter") : AnimationEditor::tr("OpenGL"));
+    // Only there the platform's own interface stands in for it.
+    const bool isDirectX = QOpenGLContext::openGLModuleType() == QOpenGLContext::LibGLES &&
+                           QSysInfo::kernelType() == QLatin1String("winnt");
+    const QString told = AnimationEditor::tr("Renderer: %1")
+                             .arg(native      ? AnimationEditor::tr("Native painter")
+                                  : isDirectX ? AnimationEditor::tr("DirectX")
+                                              : AnimationEditor::tr("OpenGL"));
     interface->setStatusText(
         Interface::RendererField,
         native && !wished ? AnimationEditor::tr("OpenGL does not work here. ") + told : told);
@@ -430,16 +440,23 @@ void AnimationEditorPrivate::organizerClicked(int clicked)
 
 // --- What the fields change
 
-/// As one step of undo. What the language could not say comes back into the field.
-void AnimationEditorPrivate::changeFrame(const std::function<void(FrameCode *)> &change)
+/// As one step of undo. Where the language says something else than what was wanted, that comes
+/// back into the field; else the field keeps what is being typed into it.
+void AnimationEditorPrivate::changeFrame(double wanted,
+                                         double (*said)(const FrameCode *),
+                                         const std::function<void(FrameCode *)> &change)
 {
     if (!fields.canChangeFieldValue() || !frame())
         return;
     const QPointer<AnimationEditorPrivate> self(this);
     fields.beginChangeFieldValue();
     write([this, &change] { change(frame()); });
-    if (self)
-        fields.endChangeFieldValue();
+    if (!self)
+        return;
+    fields.endChangeFieldValue();
+    constexpr double shown = 1e-4; // the last digit of a field
+    if (frame() && std::abs(said(frame()) - wanted) > shown / 2)
+        tellFrame();
 }
 
 void AnimationEditorPrivate::selPosChanged(int wanted)
@@ -456,41 +473,60 @@ void AnimationEditorPrivate::frameSelPosChanged(int wanted)
 
 void AnimationEditorPrivate::frameXChanged(int x)
 {
-    changeFrame([x](FrameCode *shown) { shown->setOffset({x, shown->offset().y()}); });
+    changeFrame(
+        x, [](const FrameCode *shown) { return double(shown->offset().x()); },
+        [x](FrameCode *shown) {
+            shown->setOffset({x, shown->offset().y()});
+        });
 }
 
 void AnimationEditorPrivate::frameYChanged(int y)
 {
-    changeFrame([y](FrameCode *shown) { shown->setOffset({shown->offset().x(), y}); });
+    changeFrame(
+        y, [](const FrameCode *shown) { return double(shown->offset().y()); },
+        [y](FrameCode *shown) {
+            shown->setOffset({shown->offset().x(), y});
+        });
 }
 
 void AnimationEditorPrivate::frameFlipChanged(int flip)
 {
     changeFrame(
+        flip, [](const FrameCode *shown) { return double(shown->flip()); },
         [flip](FrameCode *shown) { shown->setFlip(FrameCode::Flip(flip & FrameCode::FlipBoth)); });
 }
 
 void AnimationEditorPrivate::frameScaleXChanged(double factor)
 {
-    changeFrame([factor](FrameCode *shown) { shown->setScale({factor, shown->scale().y()}); });
+    changeFrame(
+        factor, [](const FrameCode *shown) { return shown->scale().x(); },
+        [factor](FrameCode *shown) {
+            shown->setScale({factor, shown->scale().y()});
+        });
 }
 
 void AnimationEditorPrivate::frameScaleYChanged(double factor)
 {
-    changeFrame([factor](FrameCode *shown) { shown->setScale({shown->scale().x(), factor}); });
+    changeFrame(
+        factor, [](const FrameCode *shown) { return shown->scale().y(); },
+        [factor](FrameCode *shown) {
+            shown->setScale({shown->scale().x(), factor});
+        });
 }
 
 void AnimationEditorPrivate::frameAngleChanged(double degrees)
 {
-    changeFrame([degrees](FrameCode *shown) { shown->setAngle(degrees); });
+    changeFrame(
+        degrees, [](const FrameCode *shown) { return double(shown->angle()); },
+        [degrees](FrameCode *shown) { shown->setAngle(degrees); });
 }
 
 /// -1 is the lowest that a frame knows.
 void AnimationEditorPrivate::frameTimeChanged(int ticks)
 {
-    changeFrame([ticks](FrameCode *shown) { shown->setDelay(qMax(-1, ticks)); });
-    if (frame() && frame()->delay() != ticks)
-        tellFrame();
+    changeFrame(
+        ticks, [](const FrameCode *shown) { return double(shown->delay()); },
+        [ticks](FrameCode *shown) { shown->setDelay(qMax(-1, ticks)); });
 }
 
 } // namespace Kiln

@@ -21,6 +21,8 @@
 #include <QtCore/QSaveFile>
 
 #include <algorithm>
+#include <climits>
+#include <cmath>
 
 namespace Kiln
 {
@@ -28,7 +30,10 @@ namespace Kiln
 namespace
 {
 
-constexpr int endlessTicks = 60; ///< of a frame that stays, in a picture that has to go on
+constexpr int endlessTicks = 60;       ///< of a frame that stays, in a picture that has to go on
+constexpr int shortestDelay = 2;       ///< in hundredths of a second: players take less for 10
+constexpr qint64 mostPixels = 1 << 28; ///< of all frames of a picture
+constexpr int longestSide = 0xFFFF;    ///< of a frame
 
 struct Released {
     void operator()(ProjectFile *file) const { file->release(); }
@@ -47,23 +52,63 @@ QString codeOf(const AnimationCode *animation)
     return animation->code().replace(QChar::ParagraphSeparator, QLatin1Char('\n'));
 }
 
-/// A clear pixel in the colours of the other pictures.
-QImage clearPixel(const QVector<AnimImageFrame> &frames)
+/// The index of a clear colour, -1 for none.
+int clearIndex(const QVector<QRgb> &table)
 {
-    for (const AnimImageFrame &frame : frames) {
-        const QVector<QRgb> table = frame.image.colorTable();
-        const auto clear = std::find_if(table.cbegin(), table.cend(),
-                                        [](QRgb color) { return qAlpha(color) == 0; });
-        if (frame.image.format() != QImage::Format_Indexed8 || clear == table.cend())
-            continue;
-        QImage pixel(1, 1, QImage::Format_Indexed8);
-        pixel.setColorTable(table);
-        pixel.fill(uint(clear - table.cbegin()));
-        return pixel;
+    const auto clear =
+        std::find_if(table.cbegin(), table.cend(), [](QRgb color) { return qAlpha(color) == 0; });
+    return clear == table.cend() ? -1 : int(clear - table.cbegin());
+}
+
+/// With a clear colour among those of the picture: the file tells no time of one without.
+QImage withClearColor(const QImage &picture)
+{
+    QVector<QRgb> table = picture.colorTable();
+    if (picture.format() != QImage::Format_Indexed8 || clearIndex(table) >= 0)
+        return picture;
+    if (table.size() >= 256)
+        return picture.convertToFormat(QImage::Format_ARGB32);
+    QImage changed = picture;
+    changed.setColorTable(table << qRgba(0, 0, 0, 0));
+    return changed;
+}
+
+/// A clear pixel in the colours of the other pictures, where the first of them is.
+AnimImageFrame clearFrame(const QVector<AnimImageFrame> &frames)
+{
+    const auto seen = std::find_if(frames.cbegin(), frames.cend(), [](const AnimImageFrame &frame) {
+        return !frame.image.isNull();
+    });
+    const auto indexed =
+        std::find_if(frames.cbegin(), frames.cend(), [](const AnimImageFrame &frame) {
+            return frame.image.format() == QImage::Format_Indexed8;
+        });
+    const bool isIndexed = indexed != frames.cend();
+    QImage pixel(1, 1, isIndexed ? QImage::Format_Indexed8 : QImage::Format_ARGB32);
+    if (isIndexed)
+        pixel.setColorTable(indexed->image.colorTable());
+    pixel.fill(isIndexed ? uint(clearIndex(pixel.colorTable())) : 0U);
+    return {pixel, seen->offset};
+}
+
+/// Times are rounded from the start on rather than each for itself, so that a loop keeps its
+/// length. What a frame is shown too long, because it has to be, those behind it make up for.
+void setDelays(QVector<AnimImageFrame> &frames)
+{
+    qint64 ticks = 0;
+    qint64 told = 0;
+    for (AnimImageFrame &frame : frames) {
+        ticks += frame.ticks;
+        const qint64 delay = qMax<qint64>(shortestDelay, (ticks * 10 + 3) / 6 - told);
+        told += delay;
+        frame.delay = int(qMin<qint64>(delay, SHRT_MAX));
     }
-    QImage pixel(1, 1, QImage::Format_ARGB32);
-    pixel.fill(0);
-    return pixel;
+}
+
+int within(double value)
+{
+    constexpr double most = 1 << 28;
+    return int(qBound(-most, value, most));
 }
 
 bool haveOnePalette(const QVector<AnimImageFrame> &frames)
@@ -84,26 +129,58 @@ QString AnimationEditorPrivate::startPath(const char *key) const
 
 // --- Pictures
 
-/// The frame as the viewport shows it: mirrored and scaled, with the axis where it stands.
+/// Whether there is memory for what the scales in the text ask for.
+bool AnimationEditorPrivate::picturesFit() const
+{
+    double pixels = 0;
+    for (const int at : startRows) {
+        FrameCode *each = animation()->frameAt(unsigned(at));
+        Sprite *sprite = spriteOf(each);
+        if (!sprite)
+            continue;
+        const QPointF scale = editor->spriteProperty(each, sprite, Scale).toPointF();
+        const double width = sprite->imageInfo().width * scale.x();
+        const double height = sprite->imageInfo().height * scale.y();
+        pixels += width * height;
+        if (width > longestSide || height > longestSide)
+            return false;
+    }
+    return pixels <= double(mostPixels);
+}
+
+/// The frame as the viewport shows it: mirrored, scaled and turned, with the axis where it stands.
+/// One that is hardly seen has no picture.
 AnimImageFrame AnimationEditorPrivate::pictureOf(FrameCode *shown) const
 {
     Sprite *sprite = spriteOf(shown);
     AnimImageFrame picture;
     picture.ticks = shown->delay() < 0 ? endlessTicks : shown->delay();
-    if (!sprite)
-        return picture;
     const auto said = [&](unsigned int id) { return editor->spriteProperty(shown, sprite, id); };
+    if (!sprite || (said(Opacity).isValid() && said(Opacity).toFloat() < 0.5F))
+        return picture;
     const QPointF scale = said(Scale).toPointF();
     const int mirror = said(Mirror).toInt();
-    const QPoint corner = said(Position).toPoint();
-    picture.image = sprite->image();
-    const QSize size(int(picture.image.width() * scale.x()),
-                     int(picture.image.height() * scale.y()));
+    QImage image = withClearColor(sprite->image());
+    const QSize size(int(image.width() * scale.x()), int(image.height() * scale.y()));
     if (mirror)
-        picture.image = picture.image.mirrored(mirror & 1, mirror & 2);
-    if (size != picture.image.size())
-        picture.image = picture.image.scaled(size);
-    picture.offset = -QPoint(int(corner.x() * scale.x()), int(corner.y() * scale.y()));
+        image = image.mirrored(mirror & 1, mirror & 2);
+    if (size != image.size())
+        image = image.scaled(size);
+    const QPoint position = said(Position).toPoint();
+    QPoint corner(within(position.x() * scale.x()), within(position.y() * scale.y()));
+    const double angle = said(Angle).toDouble();
+    if (angle != 0 && std::isfinite(angle)) {
+        const QPointF pivot = said(Pivot).toPointF();
+        const QPointF about(pivot.x() * scale.x(), pivot.y() * scale.y());
+        const QTransform turn = QTransform().rotate(-angle);
+        const QPointF moved = QImage::trueMatrix(turn, size.width(), size.height()).map(about);
+        image = image.convertToFormat(QImage::Format_ARGB32)
+                    .transformed(turn)
+                    .convertToFormat(QImage::Format_ARGB32);
+        corner += (about - moved).toPoint();
+    }
+    picture.image = image;
+    picture.offset = -corner;
     return picture;
 }
 
@@ -119,11 +196,14 @@ QVector<AnimImageFrame> AnimationEditorPrivate::pictures() const
     }
     if (!anySeen)
         return {};
-    const QImage clear = clearPixel(found);
+    const AnimImageFrame clear = clearFrame(found);
     for (AnimImageFrame &picture : found) {
-        if (picture.image.isNull())
-            picture.image = clear;
+        if (!picture.image.isNull())
+            continue;
+        picture.image = clear.image;
+        picture.offset = clear.offset;
     }
+    setDelays(found);
     return found;
 }
 
@@ -134,9 +214,11 @@ void AnimationEditorPrivate::saveGIF()
     const Still still(this);
     const QString title = AnimationEditor::tr("Save as animated GIF");
     readTicks();
-    if (pictures().isEmpty()) {
+    const bool fits = picturesFit();
+    if (!fits || pictures().isEmpty()) {
         showWarning(window(), title,
-                    AnimationEditor::tr("You can't save an empty animation as GIF."));
+                    fits ? AnimationEditor::tr("You can't save an empty animation as GIF.")
+                         : AnimationEditor::tr("The frames are too large for a GIF."));
         return;
     }
     const QString path =

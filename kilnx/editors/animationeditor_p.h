@@ -19,6 +19,7 @@ class AnimAlign;
 class AnimCodeDlg;
 class ExAxisDlg;
 class QAction;
+class QDropEvent;
 class QMenu;
 class QSplitter;
 
@@ -57,12 +58,13 @@ public:
         int onionFrame = 0;
     };
 
-    /// Whether, behind a box or other events, the same place of the same file is shown.
+    /// Whether, behind a box or other events, the same place of the same file is shown. Playback,
+    /// which would leave the place, ends.
     class Still
     {
     public:
         explicit Still(AnimationEditorPrivate *d)
-            : m_d(d)
+            : m_d((d->stop(), d))
             , m_list(d->list)
             , m_stamp(d->stamp)
         {
@@ -143,6 +145,8 @@ public:
     void showViews();
     void placeOrigin();
     bool eventFilter(QObject *watched, QEvent *event) override;
+    bool takeSprites(QDropEvent *event);
+    void insertFrames(int at, const QStringList &sprites);
     void showSprite();
     void showBoxes();
     void showOnion();
@@ -167,7 +171,9 @@ public:
     bool confirmed(const QString &title, const QString &text) const;
     void moveAxis(QPoint step);
     void toFollowing(const std::function<void(FrameCode *first, FrameCode *next)> &apply);
-    void changeFrame(const std::function<void(FrameCode *)> &change);
+    void changeFrame(double wanted,
+                     double (*said)(const FrameCode *),
+                     const std::function<void(FrameCode *)> &change);
 
     // animationeditor_files.cpp
     struct Incoming {
@@ -175,6 +181,7 @@ public:
         QString name; ///< its identifier here
     };
     QString startPath(const char *key) const;
+    bool picturesFit() const;
     AnimImageFrame pictureOf(FrameCode *shown) const;
     QVector<AnimImageFrame> pictures() const;
     QString fileFilter(QString *suffix) const;

@@ -5,9 +5,8 @@
 #include <kilnx/render/graphicsworkspace.h>
 
 #include <QtCore/QScopedValueRollback>
+#include <QtGui/QGuiApplication>
 #include <QtGui/QPalette>
-#include <QtWidgets/QSplitter>
-#include <QtWidgets/QWidget>
 
 #include <algorithm>
 #include <limits>
@@ -86,7 +85,7 @@ bool AnimationEditorPrivate::at(unsigned int tick, TimeLineCell &cell)
     const int at = startRows.at(index);
     const FrameCode *cellFrame = shown->frameAt(unsigned(at));
     cell.length = int((index + 1 < starts.size() ? starts.at(index + 1) : length) - *found);
-    cell.color = at == frameRow                          ? view->palette().highlight().color()
+    cell.color = at == frameRow ? QGuiApplication::palette().highlight().color()
                  : cellFrame && cellFrame->isLoopPoint() ? loopColor
                                                          : frameColor;
     return true;

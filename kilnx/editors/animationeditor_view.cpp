@@ -4,9 +4,11 @@
 #include <kilnx/codeedit/codeworkspace.h>
 #include <kilnx/editors/animationdlgs.h>
 #include <kilnx/editors/animationeditor_p.h>
+#include <kilnx/image/spritemime.h>
 #include <kilnx/project/interface.h>
 #include <kilnx/render/graphicsworkspace.h>
 
+#include <QtGui/QDropEvent>
 #include <QtWidgets/QAction>
 #include <QtWidgets/QSplitter>
 
@@ -86,6 +88,7 @@ void AnimationEditorPrivate::showViews()
     if (graphics->widget()->parentWidget() != view) {
         view->addWidget(graphics->widget());
         graphics->widget()->installEventFilter(this);
+        graphics->widget()->setAcceptDrops(true);
     }
     if (code->widget()->parentWidget() == view)
         code->widget()->setVisible(withText);
@@ -117,9 +120,35 @@ void AnimationEditorPrivate::placeOrigin()
 
 bool AnimationEditorPrivate::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::Resize && watched == graphics->widget())
+    const bool isView = watched == graphics->widget();
+    if (event->type() == QEvent::Resize && isView)
         placeOrigin();
+    const bool isDrop = event->type() == QEvent::DragEnter || event->type() == QEvent::DragMove ||
+                        event->type() == QEvent::Drop;
+    if (isDrop && isView && takeSprites(static_cast<QDropEvent *>(event)))
+        return true;
     return SpriteProvider::eventFilter(watched, event);
+}
+
+/// Sprites that are dragged here become frames: behind the current one or, in the strip, behind the
+/// one under the mouse. False for what is not taken.
+bool AnimationEditorPrivate::takeSprites(QDropEvent *event)
+{
+    const QStringList sprites = SpriteMime::identifiers(event->mimeData());
+    if (sprites.isEmpty() || !editor->isActive() || !animation())
+        return false;
+    event->setDropAction(Qt::CopyAction);
+    event->accept();
+    if (event->type() != QEvent::Drop)
+        return true;
+    int before = frame() ? frameRow : -1;
+    const TimeLineWidget *strip = graphics->timeLine();
+    if (strip && strip->geometry().contains(event->pos())) {
+        readTicks();
+        before = frameAtTick(strip->tickAt(event->pos().x() - strip->x()));
+    }
+    insertFrames(before + 1, sprites);
+    return true;
 }
 
 // --- The frame as a list of one sprite

@@ -67,8 +67,9 @@ private:
 /// One frame of an animation for saveGIF(), which is defined in gif_animation.cpp.
 struct AnimImageFrame {
     QImage image;
-    QPoint offset; ///< the point of the picture that lies on the axis
-    int ticks = 0; ///< how long it is shown, in 1/60 s
+    QPoint offset;  ///< the point of the picture that lies on the axis
+    int ticks = 0;  ///< how long it is shown, in 1/60 s
+    int delay = -1; ///< the same in hundredths of a second; negative: as many as `ticks` are, cut
 };
 
 /// Writes an animation. Frames are laid out by their offsets; null pictures are skipped. True

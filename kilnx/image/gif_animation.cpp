@@ -124,7 +124,7 @@ public:
         picture.image = frame.image;
         picture.left = static_cast<short>(m_layout.axisX - frame.offset.x());
         picture.top = static_cast<short>(m_layout.axisY - frame.offset.y());
-        const qint64 delay = qint64(frame.ticks) * 100 / 60;
+        const qint64 delay = frame.delay >= 0 ? frame.delay : qint64(frame.ticks) * 100 / 60;
         picture.delay = static_cast<short>(qBound<qint64>(SHRT_MIN, delay, SHRT_MAX));
         if (m_layout.allTrueColor)
             share(picture, isLast);

@@ -234,7 +234,10 @@ public:
         Scale = 4,     ///< QPointF: factors in x and y
         Mirror = 5,    ///< unsigned, 8 bits: mirror flags
         Opacity = 6,   ///< float, from 0 to 1
-        Layer = 7      ///< int, 8 bits: the pass in which it is drawn
+        Layer = 7,     ///< int, 8 bits: the pass in which it is drawn
+        // For views that turn pictures, which is the business of the class that draws them.
+        Angle = 8, ///< double: degrees, counter-clockwise
+        Pivot = 9  ///< QPointF: what it turns about, in pixels of the mirrored picture
     };
 
     explicit SpriteProvider(QObject *parent = nullptr);

@@ -20,6 +20,7 @@ public:
     explicit TimeLinePrivate(TimeLineWidget *widget);
 
     void moveTo(unsigned int tick);
+    void updateTick(unsigned int tick);
     void timeout();
 
     int cursorX() const;
@@ -27,9 +28,11 @@ public:
     unsigned int tickAt(int x) const;
     void showShape(DragMode mode);
 
-    void paintRuler(QPainter &painter) const;
-    void paintRow(QPainter &painter, int row) const;
-    void paintCell(QPainter &painter, const QRect &area, const TimeLineCell &cell) const;
+    void paintRuler(QPainter &painter, const QRegion &wanted) const;
+    void paintRow(QPainter &painter, int row, const QRegion &wanted) const;
+    void paintBar(QPainter &painter, const QRect &bar, const TimeLineCell &cell) const;
+    int barWidth(const TimeLineCell &cell) const;
+    QRect columnAt(int column) const;
     QRect cellAt(int column, int row) const;
 
     TimeLineWidget *const widget;
@@ -66,13 +69,28 @@ TimeLinePrivate::TimeLinePrivate(TimeLineWidget *widget)
 
 void TimeLinePrivate::moveTo(unsigned int tick)
 {
+    const unsigned int tickBefore = currentTick;
+    const unsigned int pageBefore = firstTick;
     currentTick = tick;
     firstTick = tick - tick % unsigned(qMax(1, visibleTicks));
     firstTick -= firstTick % 10;
-    const QPointer<TimeLineWidget> alive(widget);
+    if (firstTick == pageBefore) {
+        // What the rows say is asked for anew by whoever changes it; labels may tell the tick.
+        updateTick(tickBefore);
+        updateTick(tick);
+        widget->update(0, rulerHeight, labelWidth, widget->height() - rulerHeight);
+    } else {
+        widget->update();
+    }
     Q_EMIT widget->tickChanged(tick);
-    if (alive)
-        alive->update();
+}
+
+/// Nothing for a tick of another page.
+void TimeLinePrivate::updateTick(unsigned int tick)
+{
+    const qint64 column = qint64(tick) - firstTick;
+    if (column >= 0 && column <= visibleTicks)
+        widget->update(columnAt(int(column)));
 }
 
 void TimeLinePrivate::timeout()
@@ -135,21 +153,29 @@ QRect TimeLinePrivate::cellAt(int column, int row) const
     return {labelWidth + tickWidth * column, rulerHeight + rowHeight * row, tickWidth, rowHeight};
 }
 
-void TimeLinePrivate::paintRuler(QPainter &painter) const
+QRect TimeLinePrivate::columnAt(int column) const
 {
+    return {labelWidth + tickWidth * column, 0, tickWidth, widget->height()};
+}
+
+void TimeLinePrivate::paintRuler(QPainter &painter, const QRegion &wanted) const
+{
+    constexpr int reach = 20; // of a number to both sides
     painter.setPen(QPen(widget->palette().color(QPalette::WindowText), 0));
     for (int column = 0; column < visibleTicks; ++column) {
+        if (!wanted.intersects(columnAt(column).adjusted(-reach, 0, reach, 0)))
+            continue;
         const unsigned int tick = firstTick + unsigned(column);
         const int x = labelWidth + tickWidth / 2 + tickWidth * column;
         const bool isNumbered = tick % 5 == 0;
         painter.drawLine(x, rulerHeight - (isNumbered ? 10 : 6), x, rulerHeight - 1);
         if (isNumbered)
-            painter.drawText(QRect(x - 20, 0, 40, rulerHeight - 10), Qt::AlignCenter,
+            painter.drawText(QRect(x - reach, 0, 2 * reach, rulerHeight - 10), Qt::AlignCenter,
                              QString::number(tick));
     }
 }
 
-void TimeLinePrivate::paintRow(QPainter &painter, int row) const
+void TimeLinePrivate::paintRow(QPainter &painter, int row, const QRegion &wanted) const
 {
     const QPalette &colors = widget->palette();
     const QRect label(8, rulerHeight + rowHeight * row + 2, labelWidth - 16, rowHeight - 4);
@@ -162,36 +188,36 @@ void TimeLinePrivate::paintRow(QPainter &painter, int row) const
     for (int column = 0; column < visibleTicks; ++column) {
         const QRect area = cellAt(column, row);
         TimeLineCell cell;
-        if (line->at(firstTick + unsigned(column), cell)) {
-            paintCell(painter, area, cell);
-        } else {
-            painter.setBrush(Qt::NoBrush);
-            painter.drawRect(area);
-        }
+        const bool starts = line->at(firstTick + unsigned(column), cell);
+        const QRect bar(area.x() + area.width(), area.y(), starts ? barWidth(cell) : 0, rowHeight);
+        if (!bar.isEmpty() && wanted.intersects(bar))
+            paintBar(painter, bar, cell);
+        // The edge takes a pixel more than the area, or two where pixels are fractions.
+        if (!wanted.intersects(area.adjusted(-1, -1, 2, 2)))
+            continue;
+        painter.setBrush(starts ? QBrush(cell.color) : QBrush(Qt::NoBrush));
+        painter.drawRect(area);
     }
 }
 
-/// The bar grows towards the colour as it leaves the cell.
-void TimeLinePrivate::paintCell(QPainter &painter,
-                                const QRect &area,
-                                const TimeLineCell &cell) const
+/// Of what follows the cell, as far as it can be seen.
+int TimeLinePrivate::barWidth(const TimeLineCell &cell) const
 {
-    const int left = area.x() + area.width();
-    const int width = qMin(qMax(0, cell.length - 1), visibleTicks + 1) * tickWidth;
-    if (width > 0) {
-        const double end = left + double(cell.length - 1) * tickWidth;
-        QLinearGradient gradient(left, 0, end, 0);
-        gradient.setColorAt(0, widget->palette().color(QPalette::Window));
-        gradient.setColorAt(1, cell.color);
-        painter.save();
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(gradient);
-        painter.setOpacity(0.33);
-        painter.drawRect(left, area.y(), width, rowHeight);
-        painter.restore();
-    }
-    painter.setBrush(cell.color);
-    painter.drawRect(area);
+    return qMin(qMax(0, cell.length - 1), visibleTicks + 1) * tickWidth;
+}
+
+/// It grows towards the colour as it leaves the cell.
+void TimeLinePrivate::paintBar(QPainter &painter, const QRect &bar, const TimeLineCell &cell) const
+{
+    QLinearGradient gradient(bar.x(), 0, bar.x() + double(cell.length - 1) * tickWidth, 0);
+    gradient.setColorAt(0, widget->palette().color(QPalette::Window));
+    gradient.setColorAt(1, cell.color);
+    painter.save();
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(gradient);
+    painter.setOpacity(0.33);
+    painter.drawRect(bar);
+    painter.restore();
 }
 
 TimeLineWidget::TimeLineWidget(QWidget *parent)
@@ -283,6 +309,11 @@ unsigned int TimeLineWidget::hoverRow() const
     return d->hoverRow;
 }
 
+unsigned int TimeLineWidget::tickAt(int x) const
+{
+    return d->tickAt(x);
+}
+
 void TimeLineWidget::mousePressEvent(QMouseEvent *event)
 {
     if (!isPlaying()) {
@@ -336,12 +367,13 @@ void TimeLineWidget::resizeEvent(QResizeEvent *)
     d->visibleTicks = qMax(0, width() - d->labelWidth) / d->tickWidth;
 }
 
-void TimeLineWidget::paintEvent(QPaintEvent *)
+void TimeLineWidget::paintEvent(QPaintEvent *event)
 {
+    const QRegion wanted = event->region();
     QPainter painter(this);
-    d->paintRuler(painter);
+    d->paintRuler(painter, wanted);
     for (int row = 0; row < d->lines.size(); ++row)
-        d->paintRow(painter, row);
+        d->paintRow(painter, row, wanted);
     painter.setPen(Qt::NoPen);
     painter.setBrush(Qt::yellow);
     painter.drawRect(d->cursorX() + (d->tickWidth - 2) / 2, 0, 2, height());

@@ -69,6 +69,8 @@ public:
     float framesPerSecond() const;
     /// The row under the mouse when it was pressed, moved or released last.
     unsigned int hoverRow() const;
+    /// The tick of the page that stands at an x of the strip, the first one at most 0 for labels.
+    unsigned int tickAt(int x) const;
 
 Q_SIGNALS:
     /// The current tick, which the user, the program or playback has gone to.

@@ -8,6 +8,7 @@
 #include <kilnx/codeedit/codeworkspace.h>
 #include <kilnx/editors/animationdlgs.h>
 #include <kilnx/image/gif.h>
+#include <kilnx/image/spritemime.h>
 #include <kilnx/render/graphicsworkspace.h>
 #include <kilnx/render/timelinewidget.h>
 #include <tests/support/coloredrow.h>
@@ -32,6 +33,18 @@ struct Host : TestHost {
     QList<Project *> projects;
 };
 
+/// Moves something between two frames when it is told to.
+struct Editor : HostKit::AnimationView {
+    using AnimationView::AnimationView;
+    bool interpolateFrames(FrameCode *frame, int tick) override
+    {
+        asked << qMakePair(frame->index(), tick);
+        return interpolates;
+    }
+    QVector<QPair<int, int>> asked;
+    bool interpolates = false;
+};
+
 /// An editor in a window on a file of the sample project, and the hands of its user.
 struct Bench {
     Bench()
@@ -41,7 +54,7 @@ struct Bench {
         code = std::make_unique<CodeWorkspace>(host);
         graphics = std::make_unique<GraphicsWorkspace>(host);
         graphics->reconfig();
-        editor = std::make_unique<HostKit::AnimationView>(code.get(), graphics.get(), &viewport);
+        editor = std::make_unique<Editor>(code.get(), graphics.get(), &viewport);
         copyFolder(KILN_SOURCE_DIR "/examples/hero/", path("hero/"));
         parent = EmberParentProject::open(path("hero/"), FileSystemArchive::instance());
         host.projects = parent->openedProjects();
@@ -66,13 +79,20 @@ struct Bench {
     }
     ~Bench()
     {
-        editor->setCurrentFile(nullptr);
+        if (editor)
+            editor->setCurrentFile(nullptr);
         editor.reset();
-        QList<Project *> projects = parent->openedProjects();
-        for (Project *project : projects)
-            project->release();
+        closeProjects();
         code.reset();
         graphics.reset();
+    }
+    void closeProjects()
+    {
+        const QList<Project *> open = std::exchange(host.projects, {});
+        host.activeProject = nullptr;
+        file = nullptr;
+        for (Project *project : open)
+            project->release();
     }
     QString path(const QString &name) const { return directory.filePath(name); }
     QString text() const { return file ? file->toPlainText() : QString(); }
@@ -98,6 +118,34 @@ struct Bench {
         editor->update();
     }
     QString place() const { return field<QLabel>("place_lb")->text(); }
+    /// The rows that the user selects in the next dialog; all of them for none.
+    void expectRows(const QList<int> &rows)
+    {
+        host.dialogs().expectDialog([rows](QDialog *dialog) {
+            auto *view = dialog->findChild<QListView *>();
+            rows.isEmpty() ? view->selectAll() : view->clearSelection();
+            for (const int row : rows)
+                view->selectionModel()->select(view->model()->index(row, 0),
+                                               QItemSelectionModel::Select);
+            dialog->accept();
+        });
+    }
+    /// Lets sprites fall on the viewport or, at a tick, on the strip.
+    bool drop(const QStringList &sprites, int tick = -1)
+    {
+        const std::unique_ptr<QMimeData> data(SpriteMime::make(sprites));
+        const QPoint on = tick < 0 ? QPoint(60, 60) : strip().pos() + QPoint(128 + 6 * tick, 30);
+        QDragEnterEvent enter(on, Qt::CopyAction, data.get(), Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(graphics->widget(), &enter);
+        QDropEvent event(on, Qt::CopyAction, data.get(), Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(graphics->widget(), &event);
+        return enter.isAccepted() && event.isAccepted();
+    }
+    void chooseFlip(int flip)
+    {
+        field<QComboBox>("frame_flip")->setCurrentIndex(flip);
+        Q_EMIT field<QComboBox>("frame_flip")->activated(flip);
+    }
     /// Both in image pixels.
     void drag(QPoint from, QPoint to)
     {
@@ -116,7 +164,7 @@ struct Bench {
     std::unique_ptr<CodeWorkspace> code;
     std::unique_ptr<GraphicsWorkspace> graphics;
     HostKit::Viewport viewport;
-    std::unique_ptr<HostKit::AnimationView> editor;
+    std::unique_ptr<Editor> editor;
     EmberParentProject *parent = nullptr;
     Project *wren = nullptr;
     EmberDocument *file = nullptr;
@@ -197,8 +245,8 @@ QStringList dump(const Animations &list)
         for (FrameCode *frame : animation->frames()) {
             QDebug(&line) << frame->identifier() << frame->offset() << frame->delay()
                           << frame->scale() << frame->angle() << int(frame->flip())
-                          << frame->isLoopPoint() << frame->attackBoxes()->rects()
-                          << frame->collisionBoxes()->rects();
+                          << frame->isLoopPoint() << frame->property("Opacity")
+                          << frame->attackBoxes()->rects() << frame->collisionBoxes()->rects();
         }
         lines.append(line);
     }
@@ -369,6 +417,23 @@ private Q_SLOTS:
         add("pos_right", two, QString(two).replace("at 1 2", "at 2 2"));
         add("pos_down", two, QString(two).replace("at 1 2", "at 1 3"));
         add("delete", two, "");
+        add("flip", two, QString(two).replace("flip h", "flip v"));
+        add("duplicate", two, two + two);
+        add("duplicate, with a name", two, two + QString(two).replace("a\n", "z\n"));
+        add("duplicate, taken back", two, two);
+        const QString like = ", at 1 2, for 3, scale 2, flip h\n";
+        const QString dropped = "    frame: p" + like + "    frame: q" + like;
+        add("drop on the view 0", two,
+            QString(two).replace("    frame: y", dropped + "    frame: y"));
+        add("drop on the first 1", two,
+            QString(two).replace("    frame: y", dropped + "    frame: y"));
+        add("drop on the second 2", two,
+            QString(two).replace("    frame: z", "    frame: p, for 5\n    frame: q, for 5\n"
+                                                 "    frame: z"));
+        add("drop behind the last 3", two, two + "    frame: p\n    frame: q\n");
+        const QString edge = "@animation a\n    frame: x, at 2147483647 -2147483648\n";
+        add("pos_right, no further", edge, edge);
+        add("pos_up, no further", edge, edge);
         const QString boxes = "@animation a\n    strike: 0, 0, 4, 4\n    body: 1, 1, 5, 5\n"
                               "    frame: x\n    body: 2, 2, 3, 3\n    frame: x\n";
         add("box_delall", boxes,
@@ -387,7 +452,26 @@ private Q_SLOTS:
         bench.show(before);
         if (command == "box_allinst")
             bench.host.dialogs().expectBox(QMessageBox::Yes);
-        bench.trigger(command);
+        if (command.startsWith("duplicate"))
+            bench.host.dialogs().expectBox(command == "duplicate" ? QMessageBox::No
+                                                                  : QMessageBox::Yes);
+        if (command.startsWith("duplicate,")) {
+            bench.host.dialogs().expectDialog([&](QDialog *dialog) {
+                auto *asked = qobject_cast<QInputDialog *>(dialog);
+                QCOMPARE(asked->windowTitle(), QString("Duplicate animation"));
+                QCOMPARE(asked->labelText(), QString("Identifier:"));
+                asked->setTextValue(" z ");
+                asked->done(command.endsWith("taken back") ? QDialog::Rejected : QDialog::Accepted);
+            });
+        }
+        const int ticks[] = {-1, 0, 3, 40};
+        if (command.startsWith("drop"))
+            QVERIFY(bench.drop({"p", "q"}, ticks[command.back().digitValue()]));
+        else if (command == "flip")
+            bench.chooseFlip(FrameCode::FlipVertically);
+        else
+            bench.trigger(command.section(',', 0, 0));
+        QCOMPARE(bench.host.dialogs().finish(), QString());
         QCOMPARE(bench.text(), after);
         QCOMPARE(bench.differences(), QString());
         bench.editor->undo();
@@ -467,8 +551,11 @@ private Q_SLOTS:
         for (int row = 0; row < int(bench.list().count()); ++row) {
             bench.editor->setCurrent(unsigned(row), 0);
             const PlainAnimations::Animation said = PlainAnimations::read(bench.text())[row];
-            QRect canvas;
+            QRectF canvas;
+            bool isTurned = false;
             QStringList delays;
+            int ticks = 0;
+            int shown = 0;
             auto *sprites =
                 dynamic_cast<EmberSprites *>(bench.wren->file(Project::FileID::Sprites));
             for (const PlainAnimations::Frame &frame : said.frames) {
@@ -484,9 +571,17 @@ private Q_SLOTS:
                 const QPoint corner = QPoint(qRound(frame.offset.x() / scale.x()),
                                              qRound(frame.offset.y() / scale.y())) -
                                       origin;
-                canvas |= QRect(int(corner.x() * scale.x()), int(corner.y() * scale.y()),
-                                int(size.width() * scale.x()), int(size.height() * scale.y()));
-                delays << QString::number((frame.delay < 0 ? 60 : frame.delay) * 100 / 60);
+                const QTransform turn = QTransform()
+                                            .translate(frame.offset.x(), frame.offset.y())
+                                            .rotate(-frame.angle)
+                                            .translate(-frame.offset.x(), -frame.offset.y());
+                canvas |= turn.mapRect(
+                    QRectF(int(corner.x() * scale.x()), int(corner.y() * scale.y()),
+                           int(size.width() * scale.x()), int(size.height() * scale.y())));
+                isTurned = isTurned || frame.angle != 0;
+                ticks += frame.delay < 0 ? 60 : frame.delay;
+                delays << QString::number(qRound(ticks / 0.6) - shown);
+                shown += delays.last().toInt();
                 if (frame.delay < 0)
                     break;
             }
@@ -497,22 +592,73 @@ private Q_SLOTS:
             QVERIFY(reader.waitForFinished());
             const QStringList told =
                 QString(reader.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
-            QStringList wanted;
-            for (const QString &delay : qAsConst(delays))
-                wanted << QString("%1 %2 %3")
-                              .arg(delays.size() > 1 ? delay : "0")
-                              .arg(canvas.width())
-                              .arg(canvas.height());
-            QVERIFY2(told == wanted,
-                     qPrintable(said.name + told.join('|') + " not " + wanted.join('|')));
+            QCOMPARE(told.size(), delays.size());
+            for (int i = 0; i < told.size(); ++i) {
+                QCOMPARE(told[i].section(' ', 0, 0), delays.size() > 1 ? delays[i] : "0");
+                // What is turned has its edges between pixels.
+                const double about = isTurned ? 2 : 0;
+                QVERIFY(qAbs(told[i].section(' ', 1, 1).toInt() - canvas.width()) <= about);
+                QVERIFY(qAbs(told[i].section(' ', 2, 2).toInt() - canvas.height()) <= about);
+            }
             QFile::remove(gif);
         }
-        bench.show("@animation empty\n");
-        bench.host.dialogs().expectBox(QMessageBox::Ok);
+    }
+
+    // Hundredths of a second and the size of each frame, or what the user is told.
+    void savesFramesOfGIFs_data()
+    {
+        const auto add = columns<QString, QString>("frames", "told");
+        const QString jab = " frame: wren_jab_1, for ";
+        add("the sum is kept", (jab + "2\n").repeated(3), "3 S 4 S 3 S");
+        add("shortest times are made up for", (jab + "1\n").repeated(3) + jab + "10\n",
+            "2 S 2 S 2 S 16 S");
+        add("one that stays", jab + "3\n" + jab + "ever\n", "5 S 100 S");
+        add("no sprite", " frame: nobody, for 6\n" + jab + "6\n", "10 1x1 10 S");
+        add("hardly seen", jab + "6, opacity 0.2\n" + jab + "6\n", "10 1x1 10 S");
+        add("turned", jab + "6, angle 90\n" + jab + "6, angle 0, scale 1\n", "10 R 10 S");
+        add("opaque", jab + "6\n" + jab + "6\n", "10 S 10 S");
+        add("nothing", "", "You can't save an empty animation as GIF.");
+        add("too large", jab + "6, scale 40000 1\n", "The frames are too large for a GIF.");
+        add("too many pixels", jab + "6, scale 400\n", "The frames are too large for a GIF.");
+    }
+
+    void savesFramesOfGIFs()
+    {
+        auto [frames, told] = row<QString, QString>();
+        Bench bench;
+        bench.show("@animation a\n" + frames);
+        const QString gif = bench.path("one.gif");
+        const bool isTold = told.endsWith('.');
+        if (isTold)
+            bench.host.dialogs().expectBox(QMessageBox::Ok);
+        else
+            bench.host.dialogs().expectFiles({gif});
+        Sprites *sprites = bench.editor->sprites();
+        Sprite *sprite = sprites->at(unsigned(sprites->indexOf(0, "wren_jab_1")));
+        if (QTest::currentDataTag() == QString("opaque")) {
+            RGBA colors[256];
+            sprite->palette()->toPalette(colors);
+            for (RGBA &color : colors)
+                color.a = 255;
+            sprite->palette()->setColors(colors, Palette::SetReplaced);
+        }
         bench.trigger("save_gif");
-        QCOMPARE(bench.host.dialogs().seen().last().text,
-                 QString("You can't save an empty animation as GIF."));
-        QVERIFY(!QFile::exists(gif));
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+        QCOMPARE(QFile::exists(gif), !isTold);
+        if (isTold) {
+            QCOMPARE(bench.host.dialogs().seen().last().text, told);
+            return;
+        }
+        QProcess reader;
+        reader.start("identify", {"-format", "%T %wx%h ", gif});
+        QVERIFY(reader.waitForFinished());
+        const QSize size = sprite->image().size();
+        const auto say = [&told = told](QSize size, const char *letter) {
+            told.replace(letter, QString("%1x%2").arg(size.width()).arg(size.height()));
+        };
+        say(size, "S");
+        say(size.transposed(), "R");
+        QCOMPARE(QString(reader.readAllStandardOutput()).trimmed(), told);
     }
 
     // Out to a file, and back in under each answer.
@@ -520,23 +666,14 @@ private Q_SLOTS:
     {
         Bench bench;
         const QString out = bench.path("out.flick");
-        bench.host.dialogs().expectDialog([](QDialog *dialog) {
-            auto *view = dialog->findChild<QListView *>();
-            view->selectAll();
-            dialog->accept();
-        });
+        bench.expectRows({});
         bench.host.dialogs().expectFiles({out});
         bench.trigger("export");
         QVERIFY(readFile(out).contains("\r\n"));
         QCOMPARE(dumpOf(QString(readFile(out)).remove('\r')), dumpOf(bench.first));
         const auto import = [&](QMessageBox::StandardButton answer) {
             bench.host.dialogs().expectFiles({out});
-            bench.host.dialogs().expectDialog([](QDialog *dialog) {
-                auto *view = dialog->findChild<QListView *>();
-                view->selectionModel()->select(view->model()->index(1, 0),
-                                               QItemSelectionModel::ClearAndSelect);
-                dialog->accept();
-            });
+            bench.expectRows({1});
             bench.host.dialogs().expectBox(answer);
             bench.host.dialogs().expectBox(QMessageBox::Ok);
             bench.trigger("import");
@@ -664,24 +801,36 @@ private Q_SLOTS:
         QCOMPARE(bench.text(), bench.first);
     }
 
-    // The file goes away behind every box that a command opens.
+    // The file, its project or the editor goes away behind every box that a command opens, and
+    // playback, which would leave the place that is asked about, ends before.
     void closesBehindBoxes_data()
     {
-        columns<QString>("command");
+        columns<QString, QString>("command", "goes");
         for (const char *command : {"delete", "frame_delete", "duplicate", "box_allinst", "code",
                                     "frame_align", "export", "import", "import_proj", "save_gif"})
-            QTest::newRow(command) << QString(command);
+            for (const char *goes : {"the file", "the project", "the editor"})
+                QTest::addRow("%s: %s", command, goes) << QString(command) << QString(goes);
     }
 
     void closesBehindBoxes()
     {
-        const auto [command] = row<QString>();
+        const auto [command, goes] = row<QString, QString>();
         Bench bench;
         bench.host.options["confirm_delete"] = true;
         bench.go("jab", 1);
-        bench.host.dialogs().expectDialog([&](QDialog *dialog) {
-            bench.wren->removeFile(bench.file);
+        bench.trigger("play");
+        bench.host.dialogs().expectDialog([&, goes = goes](QDialog *dialog) {
+            const QPointer<QDialog> open = dialog;
+            QVERIFY(!bench.editor->isPlaying());
+            if (goes == "the file")
+                bench.wren->removeFile(bench.file);
+            else if (goes == "the project")
+                bench.closeProjects();
+            else
+                bench.editor.reset();
             bench.file = nullptr;
+            if (!open)
+                return; // with the editor
             auto *box = qobject_cast<QMessageBox *>(dialog);
             if (box)
                 box->button(QMessageBox::Yes)->click();
@@ -691,8 +840,144 @@ private Q_SLOTS:
                 dialog->accept();
         });
         bench.trigger(command);
-        QVERIFY(!bench.editor->currentAnimation());
+        QVERIFY(!bench.editor || !bench.editor->currentAnimation());
         QCOMPARE(bench.host.dialogs().finish(), QString());
+    }
+
+    void typesIntoTheDialog_data()
+    {
+        const auto add = columns<QString, bool, QString>("typed", "meanwhile", "after");
+        add("written", "@animation b\n    frame: x, for 3", false,
+            "@animation b\n    frame: x, for 3\n\n");
+        add("the same", "", false, "@animation a\n    frame: x\n");
+        add("changed meanwhile", "@animation b", true, "; new\n@animation a\n    frame: x\n");
+        add("no animation any more", "; nothing", false, "; nothing\n\n");
+    }
+
+    // In one step of undo, and not over what others have written.
+    void typesIntoTheDialog()
+    {
+        const auto [typed, meanwhile, after] = row<QString, bool, QString>();
+        Bench bench;
+        bench.show("@animation a\n    frame: x\n");
+        bench.host.dialogs().expectDialog(
+            [&, typed = typed, meanwhile = meanwhile](QDialog *dialog) {
+                auto *field = dialog->findChild<QPlainTextEdit *>("code");
+                QCOMPARE(field->toPlainText(), QString("@animation a\n    frame: x"));
+                if (!typed.isEmpty()) {
+                    field->selectAll();
+                    field->insertPlainText(typed);
+                }
+                if (meanwhile)
+                    QTextCursor(bench.file).insertText("; new\n");
+                dialog->accept();
+            });
+        if (meanwhile)
+            bench.host.dialogs().expectBox(QMessageBox::Ok);
+        bench.trigger("code");
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+        QCOMPARE(bench.text(), after);
+        QVERIFY(bench.host.options.contains("anim_editcode_geometry"));
+        QCOMPARE(bench.file->isUndoAvailable(), !typed.isEmpty());
+        bench.editor->undo();
+        QCOMPARE(bench.text(), bench.first);
+    }
+
+    // The dialog, a drag and the program agree on where the extra cross is.
+    void movesTheExtraCross()
+    {
+        Bench bench;
+        bench.host.action("view_extra_cross")->trigger();
+        auto *dialog = bench.host.mainWindow()->findChild<QDialog *>("extraAxis");
+        QVERIFY(dialog && dialog->isVisible());
+        auto *x = dialog->findChild<QSpinBox *>("x");
+        const auto place = [&] {
+            return bench.viewport.itemPosition(GraphicsRenderer::ItemCrossExtra);
+        };
+        bench.graphics->setExtraAxis({7, 8});
+        QCOMPARE(x->value(), 7);
+        QCOMPARE(dialog->findChild<QSpinBox *>("y")->value(), 8);
+        x->setValue(-20);
+        QCOMPARE(place(), QPoint(-20, 8));
+        QVector<QPoint> told;
+        connect(bench.graphics.get(), &GraphicsWorkspace::extraAxisChanged, this,
+                [&](QPoint at) { told << at; });
+        Q_EMIT bench.viewport.itemMoved(GraphicsRenderer::ItemCrossExtra, nullptr, {30, 8});
+        QCOMPARE(x->value(), 30);
+        QCOMPARE(place(), QPoint(-20, 8)); // the drag is the view's own
+        Q_EMIT bench.viewport.itemReleased(GraphicsRenderer::ItemCrossExtra, nullptr, {31, 9});
+        QCOMPARE(place(), QPoint(31, 9));
+        QCOMPARE(told, QVector<QPoint>{QPoint(31, 9)});
+        QCOMPARE(x->value(), 31);
+        QCOMPARE(bench.text(), bench.first);
+        bench.host.action("view_extra_cross")->trigger();
+        QVERIFY(!bench.host.mainWindow()->findChild<QDialog *>("extraAxis"));
+    }
+
+    // What the language cannot say comes back into the field; what is typed stays as it is.
+    void showsWhatWasWritten()
+    {
+        Bench bench;
+        bench.show("@animation a\n    frame: x\n");
+        for (const bool withText : {true, false}) {
+            bench.editor->setEditCodeMode(withText, nullptr);
+            bench.field<QDoubleSpinBox>("frame_angle")->setValue(999999999.1234);
+            QCOMPARE(bench.real("frame_angle"), 999999999.1);
+            bench.field<QSpinBox>("frame_time")->setValue(-7);
+            QCOMPARE(bench.value("frame_time"), -1);
+            auto *scale = bench.field<QDoubleSpinBox>("frame_xscale");
+            scale->selectAll();
+            QTest::keyClicks(scale, "2");
+            QCOMPARE(scale->text(), QString("2"));
+            QVERIFY(bench.text().contains("scale 2 1"));
+            bench.editor->undo();
+        }
+    }
+
+    // The options of the onion skin, with their bounds.
+    void readsTheOnionSkin()
+    {
+        Bench bench;
+        bench.go("jab", 1);
+        const auto seen = [&](int effect, double opacity) {
+            bench.host.options["onion_effect"] = effect;
+            bench.host.options["onion_opacity"] = opacity;
+            bench.editor->reconfig();
+            return bench.viewport.widget()->grab().toImage();
+        };
+        QVector<QImage> effects;
+        for (int effect = 0; effect < 4; ++effect) {
+            effects << seen(effect, 0.5);
+            QCOMPARE(effects.indexOf(effects.last()), effect);
+        }
+        QCOMPARE(seen(9, 0.5), effects.last());
+        QCOMPARE(seen(-1, 0.5), effects.first());
+        QCOMPARE(seen(0, 5), seen(0, 1));
+        QVERIFY(seen(0, 1) != effects.first());
+    }
+
+    // The view reads a frame anew at each tick that shows something else of it.
+    void movesBetweenFrames()
+    {
+        Bench bench;
+        bench.show("@animation a\n frame: wren_jab_1, for 3\n frame: wren_jab_2, for 2\n");
+        bench.trigger("play");
+        bench.editor->asked.clear();
+        QSignalSpy read(bench.viewport.spriteProvider(), &SpriteProvider::changed);
+        const auto next = [&] {
+            bench.strip().setCurrentTick(bench.strip().currentTick() + 1, false);
+            return std::exchange(bench.editor->asked, {});
+        };
+        using Asked = QVector<QPair<int, int>>;
+        QCOMPARE(next(), (Asked{{0, 1}}));
+        QCOMPARE(read.count(), 0);
+        bench.editor->interpolates = true;
+        QCOMPARE(next(), (Asked{{0, 2}}));
+        QCOMPARE(read.count(), 1);
+        QCOMPARE(next(), (Asked{{1, 0}}));
+        QCOMPARE(read.count(), 3);
+        bench.trigger("stop");
+        QCOMPARE(next(), Asked());
     }
 
     void randomAnimator_data()
@@ -717,15 +1002,45 @@ void tst_AnimationEditor::randomAnimator()
         QString("add delete frame_add frame_delete frameall_offset frameall_time frameall_flip "
                 "frameall_scale box_del box_delall box_type box_prev pos_left pos_up pos_right "
                 "pos_down prev_anim next_anim prev_frame next_frame next_frame next_anim play stop "
-                "box_add_attack box_add_collision editcode")
+                "box_add_attack box_add_collision editcode box_delall_anim box_allinst optimize "
+                "frame_align code save_gif export import import_proj duplicate")
             .split(' ');
+    // Whatever asks gets some answer.
+    bench.host.dialogs().answerOthers([&](QDialog *dialog) {
+        if (auto *box = qobject_cast<QMessageBox *>(dialog)) {
+            box->buttons().at(below(box->buttons().size()))->click();
+            return;
+        }
+        if (auto *files = qobject_cast<QFileDialog *>(dialog)) {
+            const bool isPicture = files->windowTitle().contains("GIF");
+            files->findChild<QLineEdit *>("fileNameEdit")
+                ->setText(bench.path(isPicture ? "random.gif" : "random.flick"));
+            below(4) ? dialog->accept() : dialog->reject();
+            if (files->isVisible())
+                files->reject();
+            return;
+        }
+        for (QComboBox *choice : dialog->findChildren<QComboBox *>())
+            choice->setCurrentIndex(choice->count() ? below(choice->count()) : -1);
+        for (QDoubleSpinBox *field : dialog->findChildren<QDoubleSpinBox *>())
+            field->setValue(below(9) - 4);
+        for (QListView *view : dialog->findChildren<QListView *>()) {
+            if (const QAbstractItemModel *rows = view->model())
+                view->setCurrentIndex(rows->index(below(rows->rowCount() + 1), 0));
+        }
+        if (auto *typed = dialog->findChild<QPlainTextEdit *>("code"); typed && below(2))
+            typed->appendPlainText("    frame: wren_hook_1, for 2");
+        if (auto *input = qobject_cast<QInputDialog *>(dialog))
+            input->setTextValue(QString::number(below(9)));
+        dialog->done(below(4) ? QDialog::Accepted : QDialog::Rejected);
+    });
     const QStringList lines{"    frame: wren_jab_1, at 3 4, for 2",
                             "    body: 1, 2, 9, 8",
                             "    strike: -9, -9, 4, 4",
                             "@animation more, layer 1",
                             "; a remark",
                             "    frame: nobody, for 0",
-                            "    frame: wren_stand_1, for ever",
+                            "    frame: wren_stand_1, for ever, opacity 0.5",
                             "    frame: wren_walk_2, loop"};
     QStringList log;
     for (int step = 0; step < 400; ++step) {
@@ -736,14 +1051,10 @@ void tst_AnimationEditor::randomAnimator()
             log.last() += ' ' + command;
             bench.trigger(command);
         } else if (what < 44) {
-            bench.host.dialogs().expectBox(QMessageBox::No);
-            QAction *duplicate = bench.host.action("anim_duplicate");
-            if (duplicate->isEnabled())
-                duplicate->trigger();
+            if (below(2))
+                bench.chooseFlip(below(4));
             else
-                bench.trigger("add");
-            if (bench.host.dialogs().seen().isEmpty() || !duplicate->isEnabled())
-                continue;
+                bench.drop({"wren_jab_3", "nobody"}, below(20) - 1);
         } else if (what < 56) {
             const char *wholes[] = {"frame_xaxis", "frame_yaxis", "frame_time"};
             const char *reals[] = {"frame_xscale", "frame_yscale", "frame_angle"};

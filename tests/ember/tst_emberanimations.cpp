@@ -81,7 +81,9 @@ private slots:
         add("no sprite, blanks", "  frame :  ,  for   9 ,flip  v;x", " 0,0 9 1,1 0 1 -");
         add("the first counts", "frame: w, for 2, for 3", "w 0,0 2 1,1 0 0 -");
         add("unreadable ones are as if not there",
-            "frame: w, at 1, for -1, scale x, angle 1 2, flip z, loop 1", "w 0,0 1 1,1 0 0 -");
+            "frame: w, at 1, for -1, scale x, angle 1 2, flip z, loop 1, opacity 1.5",
+            "w 0,0 1 1,1 0 0 -");
+        add("an opacity", "frame: w, opacity 0.25", "w 0,0 1 1,1 0 0 - 0.25");
         add("no finite numbers", "frame: w, scale nan, angle inf", "w 0,0 1 1,1 0 0 -");
     }
 
@@ -89,8 +91,9 @@ private slots:
     {
         QFETCH(QString, line);
         const Document document = fileOf(QString("@animation a\n") + line);
-        const FrameCode *frame = firstFrame(document);
+        FrameCode *frame = firstFrame(document);
         QVERIFY(frame);
+        const double opacity = frame->property("Opacity").toDouble();
         const QString values = QString("%1 %2,%3 %4 %5,%6 %7 %8 %9")
                                    .arg(frame->identifier())
                                    .arg(frame->offset().x())
@@ -101,7 +104,7 @@ private slots:
                                    .arg(frame->angle())
                                    .arg(frame->flip())
                                    .arg(frame->isLoopPoint() ? "loop" : "-");
-        QTEST(values, "values");
+        QTEST(opacity == 1 ? values : values + QString(" %1").arg(opacity), "values");
     }
 
     void faults_data()
@@ -179,6 +182,9 @@ private slots:
             "@animation b, layer 2");
         add("a number as a name", full, "Identifier", 7, "    frame: 7, at 1 2, for 3, odd ; note");
         add("a number as text", "frame: w", "Angle", "4.5", "frame: w, angle 4.5");
+        add("an opacity", "frame: w", "Opacity", 0.25, "frame: w, opacity 0.25");
+        add("as far as it goes", "frame: w, opacity 0.5", "Opacity", -2, "frame: w, opacity 0");
+        add("opaque anyway", "frame: w, opacity 0.5", "Opacity", 7, "frame: w");
         const QVariant wrong[] = {QVariant(),
                                   "soon",
                                   2.5,
@@ -194,6 +200,7 @@ private slots:
             {"Delay", {0, 1, 2, 3, 4, 5, 6, 7, 8}},
             {"Scale", {0, 1, 2, 4, 5, 7, 8}},
             {"Angle", {0, 1, 4, 5, 6, 7, 8}},
+            {"Opacity", {0, 1, 4, 5, 6, 7, 8}},
             {"Flip", {0, 1, 2, 3, 4, 5, 6, 7, 8}},
             {"LoopPoint", {0, 1, 2, 3, 4, 5, 6, 7, 8}},
             {"Identifier", {0, 2, 6, 7, 8, 9}},
@@ -407,11 +414,11 @@ private slots:
 
     void optimize()
     {
-        const QString text =
-            QString("@animation a, layer 0, once, title, once\n\n\n    body: 0, 0, 1, 1\n"
-                    "    frame: w, at 0 0, for 1, scale 1 1, flip none, angle 0, for 4 ; x\n"
-                    "    frame: v, for  2, loop, for 3, loop\n    body: 9, 9, 10, 10 ; stray\n\n\n"
-                    "@animation b\n");
+        const QString text = QString(
+            "@animation a, layer 0, once, title, once\n\n\n    body: 0, 0, 1, 1\n"
+            "    frame: w, at 0 0, for 1, scale 1 1, flip none, angle 0, opacity 1, for 4 ; x\n"
+            "    frame: v, for  2, loop, for 3, loop\n    body: 9, 9, 10, 10 ; stray\n\n\n"
+            "@animation b\n");
         const Document document = fileOf(text);
         const int removed = document->animations()->at(0)->optimize();
         QCOMPARE(removed, 3);

@@ -164,6 +164,20 @@ private Q_SLOTS:
         QCOMPARE(at(9, 3, top - 5), strip.palette().color(QPalette::WindowText));
         for (int y : {0, top, strip.height() - 1})
             QCOMPARE(at(4, 2, y), QColor(Qt::yellow));
+        // On the screen, where only what a tick changes is painted, too.
+        strip.move(0, 0);
+        QVERIFY(QTest::qWaitForWindowExposed(&strip));
+        for (const unsigned int tick : {5U, 6U, 29U, 28U, 0U, 41U}) {
+            strip.setCurrentTick(tick, false);
+            QCoreApplication::processEvents();
+            const auto screen = [&strip] {
+                return strip.screen()->grabWindow(strip.winId()).toImage();
+            };
+            const auto whole = [&strip] {
+                return strip.grab().toImage().convertToFormat(QImage::Format_RGB32);
+            };
+            QTRY_COMPARE(screen().convertToFormat(QImage::Format_RGB32), whole());
+        }
         strip.clearTimeLines();
         QVERIFY(strip.isHidden());
         // Lengths and ticks at the ends of their ranges.

@@ -200,6 +200,64 @@ private slots:
         QVERIFY(!isShown() && renderer().isEmpty());
     }
 
+    void drawsTurnedAndFaint_data()
+    {
+        const auto add = columns<bool>("native");
+        add("natively", true);
+        add("through OpenGL", false);
+    }
+
+    // About the sprite's own point, mirrored and scaled or not, and the ghost like the frame.
+    void drawsTurnedAndFaint()
+    {
+        auto [native] = row<bool>();
+        if (!native && Contexts::none())
+            QSKIP("OpenGL does not work here");
+        set("native_painting", native);
+        QTRY_COMPARE(view().onOpenGL, !native);
+        const QColor ground(90, 120, 60);
+        Viewport::setBackground(ground, ground, Viewport::BackgroundGradient, {}, {}, {});
+        view().setVisibility(false, false, false, false, false, false, false);
+        view().setOnionSkin(true, Viewport::OnionNormal, 1);
+        view().zoomActual();
+        const auto seen = [&](const QString &clauses, const QString &below = QString()) {
+            goTo(jab2);
+            QTextCursor line = document()->QTextDocument::find(jab2);
+            line.movePosition(QTextCursor::StartOfBlock);
+            line.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
+            line.insertText("    frame: nobody\n    " + jab2 + ", at 3 1" + clauses + below);
+            goTo(below.isEmpty() ? jab2 : below.trimmed());
+            const QImage image = view().widget()->grab().toImage();
+            document()->undo();
+            return image;
+        };
+        const QPoint foot = Viewport::origin() + QPoint(3, 1);
+        for (const QString shape : {"", ", flip h", ", flip hv, scale 2 1"}) {
+            const QImage plain = seen(shape);
+            const QImage turned = seen(shape + ", angle 90");
+            QVERIFY(turned != plain);
+            int wrong = 0;
+            for (int x = -90; x < 90; ++x) {
+                for (int y = -90; y < 90; ++y)
+                    wrong +=
+                        turned.pixel(foot + QPoint(y, -x - 1)) != plain.pixel(foot + QPoint(x, y));
+            }
+            QCOMPARE(wrong, 0);
+            const QString both = shape + ", angle 30";
+            QVERIFY(seen(both) == seen(both, "\n    frame: nobody else"));
+        }
+        const QImage plain = seen("");
+        const QImage faint = seen(", opacity 0.5");
+        const QImage none = seen(", opacity 0");
+        for (int x = 0; x < plain.width(); ++x) {
+            for (int y = 0; y < plain.height(); ++y) {
+                const int red = (qRed(plain.pixel(x, y)) + ground.red()) / 2;
+                QVERIFY(qAbs(qRed(faint.pixel(x, y)) - red) < 3);
+                QCOMPARE(QColor(none.pixel(x, y)), ground);
+            }
+        }
+    }
+
     // What the view shows of a file that is taken away is gone at once, before the next paint.
     void lettingGoOfSprites()
     {

@@ -37,6 +37,9 @@ public:
     /// The next dialog, whatever it is, is handed to `act`, which must end it.
     void expectDialog(std::function<void(QDialog *)> act);
 
+    /// Every further dialog that nothing else is expected of is handed to `act`.
+    void answerOthers(std::function<void(QDialog *)> act) { m_otherAnswer = std::move(act); }
+
     const QList<Seen> &seen() const { return m_seen; }
     QStringList seenTitles() const;
     void clearSeen() { m_seen.clear(); }
@@ -52,6 +55,7 @@ private:
     static Seen describe(QDialog *dialog);
 
     QList<std::function<QString(QDialog *)>> m_answers;
+    std::function<void(QDialog *)> m_otherAnswer;
     QList<Seen> m_seen;
     QStringList m_faults;
 };
