@@ -289,6 +289,7 @@ void AnimationEditorPrivate::setTexts()
         for (const int id : {82, 83, 84, 85})
             flips->addItem(text(id));
         flips->setCurrentIndex(qMax(0, now));
+        flips->setMinimumWidth(flips->sizeHint().width()); // to be read in narrow windows, too
         fields.endProgramChange();
     }
     if (editor->isActive()) {

@@ -94,9 +94,9 @@ void AnimationEditorPrivate::showViews()
         code->widget()->setVisible(withText);
     graphics->widget()->show();
     view->setFocusProxy(withText ? code->editor() : nullptr);
+    // Shares, which hold in windows of any width.
     if (withText && isNew)
         view->setSizes({450, 550});
-    view->setStretchFactor(view->indexOf(graphics->widget()), 1);
 }
 
 /// The first time, and when it would be out of sight, the origin goes where the ground is: in the
