@@ -108,6 +108,8 @@ bool Tour::run()
     step("palette", [this] { return dragColor(); });
     step("thumbnails", [this] { return pickThumbnails(); });
     step("sound", [this] { return playSound(); });
+    step("import-sounds", [this] { return importSounds(); });
+    step("import-sprites", [this] { return importSprites(); });
     step("find", [this] { return findText(); });
     step("find-in-files", [this] { return findInFiles(); });
     step("save", [this] { return saveFile(); });

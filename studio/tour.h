@@ -76,6 +76,9 @@ private:
     bool startSoundServer();
     bool openSound();
     bool playSound();
+    bool importSounds();
+    bool importSprites();
+    bool throughImport(const char *key, const std::function<bool(QDialog *)> &act);
     bool darkSound();
     // Those of the viewport, in tour_viewport.cpp.
     bool showFrame();

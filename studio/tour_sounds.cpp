@@ -9,7 +9,12 @@
 #include <kilnx/sound/sounds.h>
 
 #include <QAction>
+#include <QComboBox>
+#include <QDialog>
 #include <QFileInfo>
+#include <QLineEdit>
+#include <QListView>
+#include <QPushButton>
 #include <QStandardPaths>
 #include <QTest>
 
@@ -75,6 +80,44 @@ bool Tour::playSound()
     return check(editor->currentSound(), "there is a sound") &&
            check(view->levels().size() == 2 * view->columns(), "both channels are shown") &&
            check(view->state() == Kiln::SoundSample::Stopped, "it is silent again");
+}
+
+// The dialog of sounds plays one, and that of sprites shows what a search has left.
+bool Tour::importSounds()
+{
+    return openSound() && throughImport("snd_import_proj", [this](QDialog *dialog) {
+               auto *play = dialog->findChild<QPushButton *>(QStringLiteral("play"));
+               play->click();
+               picture(d->step);
+               return check(play->isEnabled(), "the sound can be played");
+           });
+}
+
+bool Tour::importSprites()
+{
+    return openFromTree(QLatin1String("heroes/wren/wren.gleam")) &&
+           throughImport("spr_import_proj", [this](QDialog *dialog) {
+               QTest::keyClicks(dialog->findChild<QLineEdit *>(QStringLiteral("search")),
+                                QStringLiteral("a"));
+               dialog->findChild<QPushButton *>(QStringLiteral("add"))->click();
+               picture(d->step);
+               const auto *list = dialog->findChild<QListView *>(QStringLiteral("destination"));
+               return check(list->model()->rowCount() > 0, "something is to be imported");
+           });
+}
+
+/// From the other hero, with all that its list shows selected.
+bool Tour::throughImport(const char *key, const std::function<bool(QDialog *)> &act)
+{
+    const auto choose = [this, &act](QDialog *dialog) {
+        auto *projects = dialog->findChild<QComboBox *>(QStringLiteral("projects"));
+        projects->setCurrentIndex(projects->findText(QStringLiteral("moss"), Qt::MatchContains));
+        auto *list = dialog->findChild<QListView *>(QStringLiteral("source"));
+        list->setCurrentIndex(list->model()->index(0, 0));
+        list->selectAll();
+        return check(projects->currentIndex() >= 0, "the other hero is offered") && act(dialog);
+    };
+    return throughDialog([this, key] { d->window->host().actionByKey(key)->trigger(); }, choose);
 }
 
 bool Tour::darkSound()
