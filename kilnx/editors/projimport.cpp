@@ -352,6 +352,13 @@ void ProjImportDlg::fillProjects()
         m_sources.append(project);
         m_projects->addItem(project->displayName(), QVariant::fromValue<QObject *>(project));
     }
+    const auto hasItems = [this](Kiln::Project *project) {
+        const QAbstractItemModel *model = sourceModel(project);
+        return model && model->rowCount() > 0;
+    };
+    const auto first = std::find_if(m_sources.cbegin(), m_sources.cend(), hasItems);
+    if (first != m_sources.cend())
+        m_projects->setCurrentIndex(int(first - m_sources.cbegin()));
 }
 
 Kiln::Project *ProjImportDlg::source() const
@@ -359,16 +366,32 @@ Kiln::Project *ProjImportDlg::source() const
     return m_sources.value(m_projects->currentIndex());
 }
 
-/// Rows that were chosen in one source say nothing about another.
 void ProjImportDlg::showSource()
 {
     Kiln::Project *project = source();
+    if (m_sourceList->model())
+        m_sourceList->model()->disconnect(this);
     QItemSelectionModel *before = m_sourceList->selectionModel();
-    m_sourceList->setModel(project ? sourceModel(project) : nullptr);
+    QAbstractItemModel *model = project ? sourceModel(project) : nullptr;
+    m_sourceList->setModel(model);
     delete before; // views don't
+    if (model) {
+        connect(model, &QAbstractItemModel::modelReset, this, &ProjImportDlg::rowsChanged);
+        connect(model, &QAbstractItemModel::rowsInserted, this, &ProjImportDlg::rowsChanged);
+        connect(model, &QAbstractItemModel::rowsRemoved, this, &ProjImportDlg::rowsChanged);
+        connect(model, &QAbstractItemModel::rowsMoved, this, &ProjImportDlg::rowsChanged);
+        connect(model, &QAbstractItemModel::layoutChanged, this, &ProjImportDlg::rowsChanged);
+    }
+    rowsChanged();
+    sourceChanged(project);
+}
+
+/// Rows that were chosen in one list say nothing about another, be it that of another project or
+/// that of a file which is loaded again.
+void ProjImportDlg::rowsChanged()
+{
     m_model.clear();
     filterSource();
-    sourceChanged(project);
 }
 
 void ProjImportDlg::filterSource()
@@ -550,6 +573,8 @@ void SndImportDlg::sourceChanged(Kiln::Project *)
     if (QItemSelectionModel *selection = sourceList()->selectionModel())
         connect(selection, &QItemSelectionModel::currentRowChanged, this,
                 [this](const QModelIndex &current) { showSound(current.row()); });
+    if (const QAbstractItemModel *model = sourceList()->model())
+        connect(model, &QAbstractItemModel::modelReset, this, [this] { showSound(-1); });
 }
 
 void SndImportDlg::showSound(int row)

@@ -110,6 +110,7 @@ private:
     QWidget *makeConflicts();
     void fillProjects();
     void showSource();
+    void rowsChanged();
     void filterSource();
     void selectShown(QItemSelectionModel::SelectionFlags command);
     void addFromSource();

@@ -215,14 +215,16 @@ int SoundEditorPrivate::importSounds(Sounds &from, const ImportOptions &options)
     ImportPlan plan(window(), *sounds, int(insertRow()), options.policy,
                     SoundEditor::tr("Sound '%1' already exists, do you want to replace it?"),
                     [this](const QString &name) { return sounds->find(0, name); });
-    QVector<QPersistentModelIndex> picked;
-    for (const ImportItem *item : options.items) {
+    QVector<QPersistentModelIndex> picked; // behind a box the source may have other rows
+    for (const ImportItem *item : options.items)
         picked.append(source->index(item->row));
-        const Sound *sound = source->itemAt(unsigned(item->row));
+    for (int i = 0; i < picked.size(); ++i) {
+        const Sound *sound =
+            picked[i].isValid() ? source->itemAt(unsigned(picked[i].row())) : nullptr;
         if (sound && sound->data() && !sound->data()->isEmpty())
-            plan.settle(picked.size() - 1, item->name);
+            plan.settle(i, options.items[i]->name);
         else
-            warnOfImport(*interface, QStringLiteral("sound"), item->row,
+            warnOfImport(*interface, QStringLiteral("sound"), options.items[i]->row,
                          options.project->displayName());
         if (!still.isSo() || !source)
             return -1;

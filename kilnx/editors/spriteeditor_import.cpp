@@ -72,15 +72,17 @@ int SpriteEditorPrivate::importFrom(Sprites &from, const SprImportDlg &dialog)
     ImportPlan plan(window(), *sprites, first, options.policy,
                     SpriteEditor::tr("Sprite '%1' already exists, do you want to replace it?"),
                     [this](const QString &name) { return sprites->indexOf(0, name); });
-    QVector<QImage> pictures;
+    QVector<QImage> pictures; // behind a box the source may have other rows
     for (const ImportItem *item : options.items) {
         const Sprite *picked = source->at(unsigned(item->row));
         pictures.append(picked ? picked->image() : QImage());
-        if (pictures.last().isNull())
-            warnOfImport(*interface, QStringLiteral("sprite"), item->row,
+    }
+    for (int i = 0; i < pictures.size(); ++i) {
+        if (pictures[i].isNull())
+            warnOfImport(*interface, QStringLiteral("sprite"), options.items[i]->row,
                          options.project->displayName());
         else
-            plan.settle(pictures.size() - 1, item->name);
+            plan.settle(i, options.items[i]->name);
         if (!still.isSo() || !source)
             return -1;
     }

@@ -460,6 +460,8 @@ private slots:
             both("two of a name, ask", 0, {yes}, x, two, {"x old", "wing b"}, 1);
             both("the new one stands first", 0, {no, yes}, {"x", "wing"}, two,
                  {"x old", "wing b", "wing old"}, 1);
+            both("the new one among both", 0, {yes, no, yes}, {"x", "wing"}, {"0", "0", "1 wing"},
+                 {"x old", "wing b", "wing a"}, 1);
             both("the old one stands first", 0, {no, yes}, wing, two, {"wing b", "wing a"}, 1);
             both("nothing but replaced", 1, {}, wing, {"0"}, {"wing a"}, 0);
         }
@@ -586,7 +588,7 @@ private slots:
         QVERIFY(QTest::qWaitForWindowActive(&dialog));
         auto *projects = dialog.findChild<QComboBox *>("projects");
         QCOMPARE(projects->count(), int(heroes.bench.host.projects.size()) - 1);
-        projects->setCurrentIndex(projects->findText(heroes.source->project()->displayName()));
+        QCOMPARE(projects->currentText(), heroes.source->project()->displayName());
         auto *source = dialog.findChild<QListView *>("source");
         QAbstractItemModel *chosen = dialog.findChild<QListView *>("destination")->model();
         auto *wave = dialog.findChild<AudioSampleWidget *>();
@@ -628,6 +630,19 @@ private slots:
             source->selectionModel()->select(source->model()->index(row, 0),
                                              QItemSelectionModel::Select);
         QCOMPARE(take(), QStringList({all[4], all[1]}));
+
+        // Rows of the source that change take back what was chosen of it.
+        click("selectAll");
+        click("add");
+        heroes.source->move(0, 1);
+        QCOMPARE(chosen->rowCount(), 0);
+        heroes.source->move(0, 1);
+        click("add");
+        QVERIFY(chosen->rowCount() > 0);
+        source->setCurrentIndex(source->model()->index(0, 0));
+        heroes.source->reload();
+        QCOMPARE(chosen->rowCount(), 0);
+        QVERIFY(!play->isEnabled());
 
         // The current one is seen; without a device the view tells why it is not heard.
         source->setCurrentIndex(source->model()->index(1, 0));
