@@ -4,6 +4,7 @@
 #include <kilnx/code/animations.h>
 #include <kilnx/editors/projectanimations_p.h>
 #include <kilnx/editors/thumbnailsmodel.h>
+#include <kilnx/forms/taborder_p.h>
 #include <kilnx/image/sprite.h>
 #include <kilnx/project/interface.h>
 #include <kilnx/project/project.h>
@@ -273,6 +274,8 @@ QWidget *ProjImportDlg::makeSource()
     m_search = new SearchField(m_sourceList, group);
     m_search->setObjectName(QStringLiteral("search"));
     m_search->setClearButtonEnabled(true);
+    setTabOrder(m_projects, m_search);
+    setTabOrder(m_search, m_sourceList);
     connect(m_search, &QLineEdit::textChanged, this, &ProjImportDlg::filterSource);
     auto *form = new QFormLayout;
     form->addRow(tr("Project:"), m_projects);
@@ -339,6 +342,8 @@ void ProjImportDlg::showEvent(QShowEvent *event)
 {
     if (m_projects->count() == 0)
         fillProjects();
+    Kiln::putButtonsLast(this);
+    m_projects->setFocus();
     QDialog::showEvent(event);
 }
 
@@ -565,6 +570,8 @@ SndImportDlg::SndImportDlg(Kiln::Interface *interface, Kiln::Project *destinatio
     fields->addWidget(m_wave, 1);
     fields->addWidget(m_play);
     addBelowSource(fields);
+    m_wave->setFocusPolicy(Qt::NoFocus);
+    setTabOrder(sourceList(), m_play);
 }
 
 void SndImportDlg::sourceChanged(Kiln::Project *)

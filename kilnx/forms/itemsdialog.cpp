@@ -1,5 +1,7 @@
 #include <kilnx/forms/itemsdialog.h>
 
+#include <kilnx/forms/taborder_p.h>
+
 #include <QtWidgets/QDialogButtonBox>
 #include <QtWidgets/QListView>
 #include <QtWidgets/QPushButton>
@@ -59,6 +61,12 @@ QList<int> ItemsDialog::selectedRows() const
 void ItemsDialog::selectRow(int row)
 {
     m_view->setCurrentIndex(m_view->model()->index(row, 0));
+}
+
+void ItemsDialog::showEvent(QShowEvent *event)
+{
+    putButtonsLast(this);
+    QDialog::showEvent(event);
 }
 
 void ItemsDialog::invertSelection()

@@ -25,6 +25,9 @@ public:
     /// Selects one row and shows it.
     void selectRow(int row);
 
+protected:
+    void showEvent(QShowEvent *event) override;
+
 private:
     void invertSelection();
 

@@ -334,7 +334,9 @@ void AudioSampleWidget::paintEvent(QPaintEvent *)
         return;
     painter.setPen(QPen(QColor(waveColor), 1));
     QVector<QPointF> points(m_columns);
-    for (int channel = 0; channel < m_info.channels; ++channel) {
+    // Of channels thinner than a dot, which a damaged header can announce, one a dot.
+    const int step = qMax(1, m_info.channels / qMax(1, height() - footHeight));
+    for (int channel = 0; channel < m_info.channels; channel += step) {
         for (int column = 0; column < m_columns; ++column) {
             const double level = m_levels[m_columns * channel + column];
             points[column] = {double(column * m_columnWidth), m_channelHeight / 2 * level +

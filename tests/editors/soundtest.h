@@ -161,6 +161,20 @@ struct Bench {
     QTemporaryDir directory;
 };
 
+/// Where the Tab key goes in a dialog, by names or texts, until it begins again.
+inline QStringList tabOrder(QDialog &dialog)
+{
+    dialog.show();
+    QStringList order;
+    for (QWidget *at = dialog.nextInFocusChain(); at != &dialog; at = at->nextInFocusChain()) {
+        const auto *button = qobject_cast<QAbstractButton *>(at);
+        if ((at->focusPolicy() & Qt::TabFocus) && at->isVisibleTo(&dialog))
+            order << (!button || !at->objectName().isEmpty() ? at->objectName()
+                                                             : button->text().remove('&'));
+    }
+    return order.mid(order.indexOf("Cancel") + 1) + order.mid(0, order.indexOf("Cancel") + 1);
+}
+
 /// Accepts ResampleDlg on these rows and this format.
 inline void expectResample(Bench &bench, const QList<int> &rows, const QStringList &format)
 {

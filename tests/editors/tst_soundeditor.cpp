@@ -295,6 +295,8 @@ private slots:
                                 dialog.findChild<QComboBox *>("bits")->currentText(),
                                 dialog.findChild<QComboBox *>("channels")->currentText()};
         QCOMPARE(found, shown);
+        QCOMPARE(tabOrder(dialog), QStringList({"items", "Clear", "Invert selection", "Select all",
+                                                "sampleRate", "bits", "channels", "OK", "Cancel"}));
     }
 
     void finds_data()
@@ -591,6 +593,11 @@ private slots:
         QCOMPARE(projects->currentText(), heroes.source->project()->displayName());
         auto *source = dialog.findChild<QListView *>("source");
         QAbstractItemModel *chosen = dialog.findChild<QListView *>("destination")->model();
+        QCOMPARE(tabOrder(dialog),
+                 QStringList({"projects", "search", "source", "play", "clear", "selectAll",
+                              "invert", "destination", "add", "remove", "policy0", "policy1",
+                              "policy2", "policy3", "OK", "Cancel"}));
+        QVERIFY(projects->hasFocus());
         auto *wave = dialog.findChild<AudioSampleWidget *>();
         auto *play = dialog.findChild<QPushButton *>("play");
         const auto click = [&dialog](const char *name) {
