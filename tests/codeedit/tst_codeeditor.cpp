@@ -340,6 +340,7 @@ private slots:
             if (step % 20 == 0) {
                 formatting.highlightLine = step % 40 == 0;
                 m_editor->setSyntaxFormatting(formatting);
+                m_editor->resize(m_editor->width(), 420 - step);
             }
             const int action = random.bounded(9);
             if (action < 5) {

@@ -235,6 +235,11 @@ private Q_SLOTS:
         canvas.undoStack.redo();
         QVERIFY(layer->image.constBits() == pixels); // exchanged in place, not as a whole
         QCOMPARE(layer->image.constScanLine(20)[20], uchar(255));
+        QSignalSpy rows(&canvas.layers, &ImageLayers::dataChanged);
+        layer->setName("ink", true);
+        canvas.undoStack.undo();
+        QCOMPARE(rows.count(), 2);
+        QCOMPARE(rows[1][0].toModelIndex(), canvas.layers.index(0));
     }
 
     /// In another order of the same colours, a layer looks as it did.
