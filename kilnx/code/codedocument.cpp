@@ -90,17 +90,22 @@ void CodeDocument::catchUp()
 
 void CodeDocument::undo()
 {
-    QTextDocument::undo();
+    QTextDocument::undo(&d->cursor);
 }
 
 void CodeDocument::redo()
 {
-    QTextDocument::redo();
+    QTextDocument::redo(&d->cursor);
 }
 
 QTextCursor CodeDocument::cursor() const
 {
     return d->cursor;
+}
+
+void CodeDocument::setPlace(int position)
+{
+    d->cursor.setPosition(position);
 }
 
 void CodeDocument::insertOnCursor(const QString &text, QTextCursor cursor)

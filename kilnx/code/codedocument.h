@@ -91,10 +91,13 @@ public:
     /// far, for callers that go on with rows and nodes. Undo still takes the bracket back in one
     /// step. Nothing elsewhere, where the tree is up to date anyway.
     void catchUp();
+    /// The document's own cursor is at the change afterwards.
     void undo() override;
     void redo() override;
     /// A copy of the document's own cursor.
     QTextCursor cursor() const;
+    /// Where the user is in the text: undoing a bracket of changes leads back there.
+    void setPlace(int position);
     /// Replaces the selection of `cursor`. When it returns, the tree is up to date with the text.
     void insertOnCursor(const QString &text, QTextCursor cursor);
     /// At the end of the text.

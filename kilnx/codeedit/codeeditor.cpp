@@ -3,6 +3,7 @@
 #include <kilnx/code/codedocument.h>
 #include <kilnx/code/codelayout_p.h>
 #include <kilnx/codeedit/codeeditor_p.h>
+#include <kilnx/codeedit/hitsearch_p.h>
 
 #include <QtCore/QFile>
 #include <QtCore/QMimeData>
@@ -59,6 +60,7 @@ CodeEditor::SyntaxFormatting::SyntaxFormatting()
     parenMatch.setForeground(Qt::red);
     parenError.setBackground(Qt::magenta);
     parenRange.setBackground(QColor(Qt::magenta).lighter(190));
+    hitColor = QColor(Qt::yellow).lighter(130);
 }
 
 CodeEditorPrivate::CodeEditorPrivate(CodeEditor *editor)
@@ -74,6 +76,12 @@ CodeEditorPrivate::CodeEditorPrivate(CodeEditor *editor)
     connect(&blockTimer, &QTimer::timeout, this, &CodeEditorPrivate::findBlocks);
     extraArea = new CodeEditorExtraArea(q, this);
     setUpCompleter();
+    hits = new HitSearch(
+        [this] {
+            q->viewport()->update();
+            emit q->hitsChanged();
+        },
+        this);
     connect(q, &QPlainTextEdit::blockCountChanged, this, &CodeEditorPrivate::updateMarginGeometry);
     connect(q, &QPlainTextEdit::updateRequest, this, &CodeEditorPrivate::viewUpdated);
     connect(q, &QPlainTextEdit::cursorPositionChanged, this, &CodeEditorPrivate::cursorMoved);
@@ -97,6 +105,7 @@ void CodeEditorPrivate::attach(CodeDocument *newDocument)
     documentSignals.clear();
     reloadPlace.reset();
     document = newDocument;
+    hits->setDocument(document);
     if (!document)
         return;
     QTextDocument *text = document;
@@ -150,6 +159,8 @@ void CodeEditorPrivate::cursorMoved()
         lastLine = line;
         emit q->currentLineChanged(line);
     }
+    if (document)
+        document->setPlace(cursor.position());
     emit q->cursorChanged(QPoint(line, cursor.positionInBlock()));
     if (format.highlightBlocks) {
         blockLine = line;
@@ -268,6 +279,30 @@ void CodeEditor::updateBlockHighlight()
     d->clearBlocks();
 }
 
+void CodeEditor::markHits(const QString &text, unsigned int flags)
+{
+    d->hits->search(text, flags);
+}
+
+CodeEditor::HitState CodeEditor::hitState() const
+{
+    return HitState(d->hits->state());
+}
+
+int CodeEditor::hitCount() const
+{
+    return d->hits->hits().size();
+}
+
+int CodeEditor::selectedHit() const
+{
+    const int start = textCursor().selectionStart();
+    const int length = textCursor().selectionEnd() - start;
+    const int index = d->hits->firstBehind(start);
+    const TextMatch hit = d->hits->hits().value(index);
+    return length > 0 && hit.position == start && hit.length == length ? index + 1 : 0;
+}
+
 CodeEditor::LinePos CodeEditor::currentLine() const
 {
     const QTextCursor cursor = textCursor();
@@ -366,6 +401,23 @@ bool CodeEditor::viewportEvent(QEvent *event)
     else
         QToolTip::showText(help->globalPos(), plainToolTip(text), viewport());
     return true;
+}
+
+// The address of a file is nothing to insert in code; the window may open it.
+void CodeEditor::dragEnterEvent(QDragEnterEvent *event)
+{
+    if (event->mimeData()->hasUrls())
+        event->ignore();
+    else
+        QPlainTextEdit::dragEnterEvent(event);
+}
+
+void CodeEditor::dragMoveEvent(QDragMoveEvent *event)
+{
+    if (event->mimeData()->hasUrls())
+        event->ignore();
+    else
+        QPlainTextEdit::dragMoveEvent(event);
 }
 
 QMimeData *CodeEditor::createMimeDataFromSelection() const

@@ -22,7 +22,8 @@ class CodeEditorPrivate;
 /// It parses nothing. What folds comes from CodeBlockData::foldingIndent(), what matches from
 /// CodeBlockData::parenthesis(), both written by the engine's parser. The editor borrows its
 /// document and shows an empty text when that is destroyed first. Lines and columns count from 0; a
-/// line is a block of the document, shown or folded away. Lines are not wrapped.
+/// line is a block of the document, shown or folded away. Lines are not wrapped unless
+/// setLineWrapMode() says so. Files that are dropped on it are left to the host.
 class KILNX_EXPORT CodeEditor : public QPlainTextEdit
 {
     Q_OBJECT
@@ -60,6 +61,15 @@ public:
         QTextCharFormat parenMatch; ///< on each of two brackets that match
         QTextCharFormat parenError; ///< from bracket to bracket when they don't
         QTextCharFormat parenRange; ///< from bracket to bracket when they do
+        QColor hitColor;            ///< behind the hits of markHits()
+    };
+
+    /// Where the search for the hits of markHits() is.
+    enum HitState {
+        NotSearched, ///< there is no text, no document, or the expression is not valid
+        Searching,
+        Searched,
+        OutOfTime ///< the expression takes too long
     };
 
     /// What the Return and Tab keys do to the blanks that lines begin with.
@@ -89,6 +99,16 @@ public:
     /// Finds the blocks around the cursor anew after a delay, or forgets them when
     /// `highlightBlocks` is false.
     void updateBlockHighlight();
+
+    /// Marks every place that Editor::find() comes to with this text and these bits of
+    /// Editor::FindFlag; an empty text marks nothing. The places are looked for on another thread;
+    /// from then on they follow the text and the document shown. A hundred thousand are marked at
+    /// most.
+    void markHits(const QString &text, unsigned int flags);
+    HitState hitState() const;
+    int hitCount() const;
+    /// Which of the hits is selected, from 1 on; 0 for none of them.
+    int selectedHit() const;
 
     LinePos currentLine() const;
     /// Goes back to a place that currentLine() gave; places that no longer exist are cut to the
@@ -133,6 +153,8 @@ Q_SIGNALS:
     void currentLineChanged(int line);
     /// The cursor moved; x is the line and y the column.
     void cursorChanged(const QPoint &place);
+    /// hitState(), or the hits, are others.
+    void hitsChanged();
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -141,6 +163,8 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
     bool viewportEvent(QEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dragMoveEvent(QDragMoveEvent *event) override;
     /// The selected text alone, with the no-break spaces that it holds.
     QMimeData *createMimeDataFromSelection() const override;
 

@@ -9,6 +9,7 @@
 #include <QtCore/QVector>
 #include <QtGui/QAbstractTextDocumentLayout>
 #include <QtGui/QIcon>
+#include <QtGui/QTextLayout>
 #include <QtWidgets/QTextEdit>
 #include <QtWidgets/QWidget>
 
@@ -22,6 +23,7 @@ namespace Kiln
 
 class CodeBlockData;
 class CodeEditorPrivate;
+class HitSearch;
 
 /// The margin beside the text: a bare widget that hands its events to the editor's private object.
 class CodeEditorExtraArea : public QWidget
@@ -105,6 +107,7 @@ public:
 
     // Painting of the text: codeeditor_paint.cpp
     using PaintContext = QAbstractTextDocumentLayout::PaintContext;
+    QVector<QTextLayout::FormatRange> hitsIn(const QTextBlock &block) const;
     QVector<ShownLine> linesBetween(int first, int last) const;
     void paintText(QPainter &painter, const QRect &strip);
     void paintCurrentLine(QPainter &painter,
@@ -158,6 +161,7 @@ public:
     CodeEditor::SyntaxFormatting format;
     CodeEditor::Indentation indentation;
     bool paintParenRange = true;
+    HitSearch *hits = nullptr;
     std::optional<CodeEditor::LinePos> reloadPlace; ///< while the text is being loaded again
     QList<QTextEdit::ExtraSelection> parenSelections;
     QTimer parenTimer;

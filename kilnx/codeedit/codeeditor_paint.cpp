@@ -1,6 +1,7 @@
 #include <kilnx/codeedit/codeeditor_p.h>
 
 #include <kilnx/code/codedocument.h>
+#include <kilnx/codeedit/hitsearch_p.h>
 
 #include <QtGui/QAbstractTextDocumentLayout>
 #include <QtGui/QPainter>
@@ -123,6 +124,19 @@ QVector<CodeEditorPrivate::ShownLine> CodeEditorPrivate::linesBetween(int first,
     return lines;
 }
 
+FormatRanges CodeEditorPrivate::hitsIn(const QTextBlock &block) const
+{
+    FormatRanges ranges;
+    QTextCharFormat format;
+    format.setBackground(this->format.hitColor);
+    const QVector<TextMatch> &all = hits->hits();
+    const int end = block.position() + block.length();
+    for (int i = hits->firstBehind(block.position()); i < all.size() && all.at(i).position < end;
+         ++i)
+        ranges.append({all.at(i).position - block.position(), all.at(i).length, format});
+    return ranges;
+}
+
 // Not Qt's own: that paints the text of the current line twice, once for what is behind it.
 void CodeEditorPrivate::paintText(QPainter &painter, const QRect &strip)
 {
@@ -185,7 +199,7 @@ void CodeEditorPrivate::paintLine(QPainter &painter,
 {
     const QTextLayout *layout = line.block.layout();
     const QPointF origin(q->contentOffset().x(), line.top);
-    FormatRanges selections = selectionsIn(line.block, context);
+    FormatRanges selections = hitsIn(line.block) + selectionsIn(line.block, context);
 
     int column = context.cursorPosition - line.block.position();
     const bool takesKeys =

@@ -36,24 +36,6 @@ matchFrom(const QTextCursor &cursor, const QRegExp &expression, const QString &t
     return searchText(expression, text, from + 1, false);
 }
 
-bool selectMatch(QTextCursor &cursor, const QString &sought, unsigned int flags)
-{
-    const QRegExp expression = searchExpression(sought, flags);
-    const bool backward = flags & Editor::Backward;
-    const QString text = searchedText(cursor.document());
-    std::optional<TextMatch> match = matchFrom(cursor, expression, text, backward);
-    if (match && match->position < 0 && (flags & Editor::WrapAround)) {
-        cursor.movePosition(backward ? QTextCursor::End : QTextCursor::Start);
-        match = backward ? matchFrom(cursor, expression, text, true)
-                         : searchText(expression, text, 0, false);
-    }
-    if (!match || match->position < 0)
-        return false;
-    cursor.setPosition(match->position);
-    cursor.setPosition(match->position + match->length, QTextCursor::KeepAnchor);
-    return true;
-}
-
 /// The open rows of a tree: closing them costs as much as they are, and not as the whole tree.
 class OpenRows : public QObject
 {
@@ -249,6 +231,27 @@ void CodeFileEditor::navigateTo(unsigned int line, unsigned int column)
     editor->setTextCursor(cursor);
 }
 
+void CodeFileEditor::undo()
+{
+    FileEditor::undo();
+    showChange();
+}
+
+void CodeFileEditor::redo()
+{
+    FileEditor::redo();
+    showChange();
+}
+
+void CodeFileEditor::showChange()
+{
+    if (!isShown())
+        return;
+    QTextCursor cursor = workspace->editor()->textCursor();
+    cursor.setPosition(m_document->cursor().position());
+    workspace->editor()->setTextCursor(cursor);
+}
+
 void CodeFileEditor::cut()
 {
     if (isShown())
@@ -307,6 +310,25 @@ void CodeFileEditor::cursorChanged(const QPoint &place)
                              tr("Syntax error count: %1").arg(messages->count(Message::Error)));
 }
 
+bool CodeFileEditor::selectMatch(QTextCursor &cursor, const QString &sought, unsigned int flags)
+{
+    const QRegExp expression = searchExpression(sought, flags);
+    const bool backward = flags & Editor::Backward;
+    const QString text = searchedText(cursor.document());
+    std::optional<TextMatch> match = matchFrom(cursor, expression, text, backward);
+    if (match && match->position < 0 && (flags & Editor::WrapAround)) {
+        cursor.movePosition(backward ? QTextCursor::End : QTextCursor::Start);
+        match = backward ? matchFrom(cursor, expression, text, true)
+                         : searchText(expression, text, 0, false);
+    }
+    m_ranOutOfTime = !match;
+    if (!match || match->position < 0)
+        return false;
+    cursor.setPosition(match->position);
+    cursor.setPosition(match->position + match->length, QTextCursor::KeepAnchor);
+    return true;
+}
+
 bool CodeFileEditor::find(const ProjectFile *file, const QString &text, unsigned int flags)
 {
     if (text.isEmpty() || !file)
@@ -352,8 +374,9 @@ void CodeFileEditor::replace(const QString &text,
     std::optional<QString> changed = selected;
     if (matches.value_or(false))
         changed = replaceText(expression, selected, replacement);
-    if (!matches || !changed) {
-        tellOutOfTime();
+    m_ranOutOfTime = !matches || !changed;
+    if (m_ranOutOfTime) {
+        giveUp(flags);
         return;
     }
     if (*matches) {
@@ -369,19 +392,25 @@ void CodeFileEditor::replaceAll(const QString &text, const QString &replacement,
     const QString before = searchedText(m_document);
     const std::optional<QString> after =
         replaceText(searchExpression(text, flags), before, replacement);
+    m_ranOutOfTime = !after;
     if (!after)
-        tellOutOfTime();
+        giveUp(flags);
     if (!after || *after == before)
         return;
     const CodeEditor::LinePos place = editor->currentLine();
     QTextCursor cursor = editor->textCursor();
-    cursor.select(QTextCursor::Document);
-    cursor.insertText(*after);
+    cursor.beginEditBlock(); // undo brings the cursor back to here
+    QTextCursor all(m_document);
+    all.select(QTextCursor::Document);
+    all.insertText(*after);
+    cursor.endEditBlock();
     editor->setCurrentLine(place);
 }
 
-void CodeFileEditor::tellOutOfTime()
+void CodeFileEditor::giveUp(unsigned int flags)
 {
+    if (flags & Silent)
+        return;
     showInformation(interface->mainWindow(), interface->text(Interface::NothingFoundTitle),
                     tr("The expression takes too long!"));
 }

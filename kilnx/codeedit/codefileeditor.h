@@ -7,6 +7,7 @@
 #include <QtCore/QPointer>
 
 class QAbstractItemModel;
+class QTextCursor;
 class QTreeView;
 
 namespace Kiln
@@ -55,9 +56,15 @@ public:
     /// Replaces every match in one step of undo when `all` is true. Otherwise replaces the
     /// selection if the whole of it matches, and goes on to the next match. In `replacement`, "\1"
     /// stands for the first capture of an expression. An expression that takes too long changes
-    /// nothing, and the user is told.
+    /// nothing, and the user is told unless `flags` has Silent.
     void
     replace(const QString &text, const QString &replacement, unsigned int flags, bool all) override;
+
+    /// These lead the cursor to the change.
+    void undo() override;
+    void redo() override;
+    /// Whether the last find() or replace() was given up because its expression takes too long.
+    bool ranOutOfTime() const { return m_ranOutOfTime; }
 
 public Q_SLOTS:
     void cut() override;
@@ -77,12 +84,15 @@ private:
     void showPlace();
     void watchModified();
     void replaceAll(const QString &text, const QString &replacement, unsigned int flags);
-    void tellOutOfTime();
+    bool selectMatch(QTextCursor &cursor, const QString &sought, unsigned int flags);
+    void giveUp(unsigned int flags);
+    void showChange();
 
     CodeDocument *m_document = nullptr;
     QPointer<QAbstractItemModel> m_alive; ///< the document's model, null once that is gone
     QPointer<QTreeView> m_tree;
     const CodeNode *m_lineNode = nullptr; ///< of the cursor's line; only ever compared
+    bool m_ranOutOfTime = false;
     QMetaObject::Connection m_ended;
     QMetaObject::Connection m_modified;
     QMetaObject::Connection m_lineChanged;

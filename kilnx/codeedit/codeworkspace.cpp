@@ -206,6 +206,11 @@ void CodeWorkspace::setDocument(CodeDocument *document)
         rememberPlace(old, d->editor->currentLine());
     d->editor->setDocument(document);
     d->editor->setEnabled(document);
+    d->editor->setReadOnly(document && !document->canSave());
+    for (QAction *action : qAsConst(d->actions)) {
+        if (action)
+            action->setEnabled(document);
+    }
     QObject::disconnect(d->documentEnded);
     if (!document) {
         d->host->setStatusText(Interface::EncodingField, QString());
@@ -290,6 +295,7 @@ void CodeWorkspace::reconfig()
     const QColor block = d->host->colorOption(QStringLiteral("block_range"));
     const QColor range = d->host->colorOption(QStringLiteral("paren_range"));
     const QColor paren = d->host->colorOption2(QStringLiteral("paren"));
+    const QColor hit = d->host->colorOption(QStringLiteral("hit"));
     if (line.isValid())
         format.lineColor = line;
     if (block.isValid())
@@ -298,11 +304,15 @@ void CodeWorkspace::reconfig()
         format.parenRange.setBackground(range);
     if (paren.isValid())
         format.parenMatch.setForeground(paren);
+    if (hit.isValid())
+        format.hitColor = hit;
     d->editor->setSyntaxFormatting(format);
     const int tabWidth =
         d->host->option(QStringLiteral("code_tab_width"), CodeEditor::Indentation().tabWidth)
             .toInt();
     d->editor->setIndentation({flag("code_auto_indent"), flag("code_tab_spaces"), tabWidth});
+    d->editor->setLineWrapMode(flag("code_wrap") ? QPlainTextEdit::WidgetWidth
+                                                 : QPlainTextEdit::NoWrap);
     d->toolBar->setIconSize(QSize(ToolBarIcon, ToolBarIcon));
     zoomActual();
 }

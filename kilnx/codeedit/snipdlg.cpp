@@ -9,6 +9,7 @@
 #include <kilnx/project/filedialogs.h>
 #include <kilnx/project/paths.h>
 
+#include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QSaveFile>
@@ -46,6 +47,7 @@ SnipDlg::SnipDlg(QWidget *parent, const QString &file)
     connect(m_form->saveBut, &QPushButton::clicked, this, &SnipDlg::save);
     connect(m_form->saveTSBut, &QPushButton::clicked, this, &SnipDlg::saveTranslation);
     connect(m_form->previewBut, &QPushButton::clicked, this, &SnipDlg::preview);
+    connect(m_form->cancelBut, &QPushButton::clicked, this, &SnipDlg::reject);
     connect(m_form->snipFields, &QListView::doubleClicked, this, &SnipDlg::editField);
     connect(m_form->snipFields->selectionModel(), &QItemSelectionModel::currentChanged, this,
             &SnipDlg::updateButtons);
@@ -69,6 +71,7 @@ void SnipDlg::load(const QString &file)
         return;
     }
     m_file = file;
+    m_form->snipName->setText(QFileInfo(file).completeBaseName());
     for (std::unique_ptr<SnipField> &field : snippet->fields)
         m_fields->append(std::move(field));
     m_form->snipEdit->setPlainText(snippet->code);
@@ -165,7 +168,12 @@ bool SnipDlg::mayReplace(const QString &chosen, const QString &target)
 void SnipDlg::save()
 {
     SnippetManager *manager = SnippetManager::instance();
-    const QString start = m_file.isEmpty() ? manager->directory() : m_file;
+    const QString directory =
+        m_file.isEmpty() ? manager->directory() : QFileInfo(m_file).absolutePath();
+    const QString name = m_form->snipName->text().trimmed();
+    const QString start = name.isEmpty()
+                              ? directory
+                              : QDir(directory).filePath(withSuffix(name, QStringLiteral(".xml")));
     const QString file = getSaveFileName(this, tr("Save code snippet"), start,
                                          tr("Extensible Markup Language (*.xml)"));
     if (file.isEmpty())
@@ -175,6 +183,7 @@ void SnipDlg::save()
     if (!mayReplace(file, target) || !write(target, snippet))
         return;
     m_file = target;
+    m_form->snipName->setText(QFileInfo(target).completeBaseName());
     m_saved = snippet;
     manager->setDirectory(manager->directory());
 }

@@ -4,9 +4,8 @@
 
 #include <QtGui/QTextDocument>
 
-#include <atomic>
 #include <chrono>
-#include <future>
+#include <functional>
 #include <system_error>
 #include <thread>
 
@@ -17,15 +16,16 @@ namespace
 {
 constexpr std::chrono::seconds Patience(3);
 constexpr int MostAbandoned = 2;
+constexpr int MostMatches = 100000;
 
 std::atomic<int> running{0};
 
-// Runs `work` on a thread of its own and waits for it, but not for ever.
+// The result of `work` on a thread of its own; an invalid future where no thread is to be had.
 template<typename Result>
-std::optional<Result> withinTime(std::function<Result()> work)
+std::future<Result> onThread(std::function<Result()> work)
 {
     if (running >= MostAbandoned)
-        return std::nullopt;
+        return {};
     ++running;
     auto task = std::make_shared<std::packaged_task<Result()>>([work = std::move(work)] {
         Result done = work();
@@ -37,19 +37,34 @@ std::optional<Result> withinTime(std::function<Result()> work)
         std::thread([task] { (*task)(); }).detach();
     } catch (const std::system_error &) { // no more threads
         --running;
-        return std::nullopt;
+        return {};
     }
-    if (result.wait_for(Patience) != std::future_status::ready)
-        return std::nullopt;
-    return result.get();
+    return result;
 }
 
+// Waits for the result, but not for ever.
 template<typename Result>
 std::optional<Result> searched(const QRegExp &expression, std::function<Result()> work)
 {
     if (expression.patternSyntax() == QRegExp::FixedString)
         return work();
-    return withinTime<Result>(std::move(work));
+    std::future<Result> result = onThread<Result>(std::move(work));
+    if (!result.valid() || result.wait_for(Patience) != std::future_status::ready)
+        return std::nullopt;
+    return result.get();
+}
+
+bool isWord(QChar character)
+{
+    return character.isLetterOrNumber() || character.isMark() || character == QLatin1Char('_');
+}
+
+// A boundary makes sense beside the character of a word only: "@state" begins with none.
+QString asWholeWords(const QString &text)
+{
+    const QString boundary = QStringLiteral("\\b");
+    return (isWord(text.front()) ? boundary : QString()) + QRegExp::escape(text) +
+           (isWord(text.back()) ? boundary : QString());
 }
 } // namespace
 
@@ -60,10 +75,16 @@ QString searchedText(const QTextDocument *document)
 
 QRegExp searchExpression(const QString &text, unsigned int flags)
 {
-    const bool regular = flags & Editor::RegularExpression;
-    const bool caseSensitive = flags & Editor::CaseSensitive;
-    return QRegExp(text, caseSensitive ? Qt::CaseSensitive : Qt::CaseInsensitive,
-                   regular ? QRegExp::RegExp2 : QRegExp::FixedString);
+    const bool isWhole = flags & Editor::WholeWords && !text.isEmpty();
+    const Qt::CaseSensitivity sensitivity =
+        flags & Editor::CaseSensitive ? Qt::CaseSensitive : Qt::CaseInsensitive;
+    if (!(flags & Editor::RegularExpression))
+        return isWhole ? QRegExp(asWholeWords(text), sensitivity, QRegExp::RegExp2)
+                       : QRegExp(text, sensitivity, QRegExp::FixedString);
+    const QRegExp expression(text, sensitivity, QRegExp::RegExp2);
+    if (!isWhole || !expression.isValid())
+        return expression;
+    return QRegExp(QStringLiteral("\\b(?:%1)\\b").arg(text), sensitivity, QRegExp::RegExp2);
 }
 
 std::optional<TextMatch>
@@ -75,6 +96,25 @@ searchText(const QRegExp &expression, const QString &text, int from, bool backwa
         return {position, position < 0 ? 0 : expression.matchedLength()};
     };
     return searched<TextMatch>(expression, work);
+}
+
+std::future<QVector<TextMatch>> searchAllText(const QRegExp &expression,
+                                              const QString &text,
+                                              const std::shared_ptr<std::atomic<bool>> &isStopped)
+{
+    return onThread<QVector<TextMatch>>([expression, text, isStopped] {
+        QVector<TextMatch> matches;
+        for (int from = 0; from < text.size() && matches.size() < MostMatches && !*isStopped;) {
+            const int position = expression.indexIn(text, from);
+            if (position < 0)
+                break;
+            const int length = expression.matchedLength();
+            if (length > 0)
+                matches.append({position, length});
+            from = position + qMax(1, length);
+        }
+        return matches;
+    });
 }
 
 std::optional<QString>

@@ -2,7 +2,11 @@
 
 #include <QtCore/QRegExp>
 #include <QtCore/QString>
+#include <QtCore/QVector>
 
+#include <atomic>
+#include <future>
+#include <memory>
 #include <optional>
 
 class QTextDocument;
@@ -30,6 +34,12 @@ QRegExp searchExpression(const QString &text, unsigned int flags);
 /// nothing when the time is over.
 std::optional<TextMatch>
 searchText(const QRegExp &expression, const QString &text, int from, bool backward);
+
+/// All matches that are not empty, a hundred thousand at most. They come from another thread, which
+/// looks at `isStopped` after each; an invalid future where too many searches still run.
+std::future<QVector<TextMatch>> searchAllText(const QRegExp &expression,
+                                              const QString &text,
+                                              const std::shared_ptr<std::atomic<bool>> &isStopped);
 
 /// The text with every match replaced, as QString::replace() does it; nothing when the time is
 /// over.

@@ -28,7 +28,8 @@ public:
         CaseSensitive = 2,
         Backward = 4,
         WrapAround = 8, ///< at the end goes on from the start
-        Silent = 16     ///< no box when nothing is found
+        Silent = 16,    ///< no box when nothing is found, or a search takes too long
+        WholeWords = 32 ///< no letter, digit or underscore right beside the match
     };
 
     explicit Editor(QObject *parent = nullptr);

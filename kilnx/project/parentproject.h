@@ -140,6 +140,11 @@ public:
     /// meantime. `output` receives what the process wrote unless it is null. False when nothing
     /// ran, after a message where there is something to tell.
     bool run(QString *output);
+    /// Whether run() has started the engine and it has not ended yet.
+    bool isRunning() const;
+    /// Asks the engine that run() has started to end. One that has not after three seconds, or at a
+    /// second call, is killed.
+    void stopEngine();
 
     QModelIndex
     index(int row, int column, const QModelIndex &parent = QModelIndex()) const override;
@@ -183,6 +188,19 @@ protected:
     /// Enters the document's project in the tree, with the files that it names, now and on each
     /// change of the text.
     void addRef(CodeDocument *document);
+
+Q_SIGNALS:
+    // What goes on during run(). A slot may close the project.
+
+    /// The engine's process is there.
+    void engineStarted(const QString &program, const QStringList &arguments);
+    /// It wrote to its standard output or, with `isError`, to its standard error.
+    void engineWrote(const QByteArray &data, bool isError);
+    /// It has ended, by itself with an exit code or, with `crashed`, by a signal; not told when it
+    /// is killed because the project is closed.
+    void engineEnded(int exitCode, bool crashed);
+    /// There is no such program; the user is told next, without its name.
+    void engineNotFound(const QString &program);
 
 private:
     friend class Project;

@@ -47,6 +47,7 @@ public:
     void setBasePath(const QString &path);
     /// Returns when the process has ended; handles events in the meantime.
     void runProcess(const QString &executable, const QString &arguments, QString *output);
+    void stopEngine();
     /// One definition, which can go anywhere alone.
     bool movesAlone() const;
     QString moveTarget(const QString &given) const;
@@ -77,6 +78,8 @@ public:
     QFileSystemWatcher fileSystemWatcher;
     /// True when no engine process runs.
     bool runFinished = true;
+    QPointer<QProcess> engineProcess;
+    bool engineIsStopping = false;
     /// The owner is being destroyed: nobody looks at the rows any more.
     bool closing = false;
     /// What is being saved; null at other times.

@@ -11,13 +11,18 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QProcess>
 #include <QtCore/QRect>
+#include <QtCore/QTimer>
 #include <QtWidgets/QWidget>
+
+#include <algorithm>
 
 namespace Kiln
 {
 
 namespace
 {
+
+constexpr int StopPatience = 3000; // milliseconds that the engine has to end by itself
 
 QWidget *dialogParent()
 {
@@ -95,6 +100,55 @@ void removeTemporaries(const QStringList &temporaries)
     }
 }
 
+/// The engine's process. What it writes is read as it comes, and can be read once more afterwards.
+class EngineProcess : public QProcess
+{
+public:
+    explicit EngineProcess(bool keepsOutput)
+        : m_keepsOutput(keepsOutput)
+    {
+    }
+
+    QByteArray take(ProcessChannel channel)
+    {
+        setReadChannel(channel);
+        const QByteArray data = readAll();
+        if (m_keepsOutput)
+            m_kept[channel].append(data);
+        return data;
+    }
+    /// From now on everything is there again.
+    void replay() { m_isReplaying = true; }
+
+    qint64 bytesAvailable() const override { return QProcess::bytesAvailable() + rest().size(); }
+    bool canReadLine() const override { return QProcess::canReadLine() || rest().contains('\n'); }
+
+protected:
+    qint64 readData(char *data, qint64 size) override
+    {
+        const QByteArray next = rest();
+        const int count = int(qMin(size, qint64(next.size())));
+        std::copy_n(next.constData(), count, data);
+        m_replayed[readChannel()] += count;
+        return count > 0 ? count : QProcess::readData(data, size);
+    }
+
+private:
+    QByteArray rest() const
+    {
+        if (!m_isReplaying)
+            return QByteArray();
+        const QByteArray &kept = m_kept[readChannel()];
+        const int from = m_replayed[readChannel()];
+        return QByteArray::fromRawData(kept.constData() + from, kept.size() - from);
+    }
+
+    const bool m_keepsOutput;
+    bool m_isReplaying = false;
+    QByteArray m_kept[2]; ///< by channel
+    int m_replayed[2] = {0, 0};
+};
+
 } // namespace
 
 bool ParentProject::run(QString *output)
@@ -112,6 +166,7 @@ bool ParentProject::run(QString *output)
     const bool isReady = prepareRun(executable, temporaries);
     bool result = isReady;
     if (!QFile::exists(executable)) {
+        emit engineNotFound(executable);
         showCritical(dialogParent(), tr("Error!"), tr("Executable not found!"));
         result = false;
     } else if (isReady) {
@@ -121,12 +176,43 @@ bool ParentProject::run(QString *output)
     return result;
 }
 
+bool ParentProject::isRunning() const
+{
+    return !d->runFinished;
+}
+
+void ParentProject::stopEngine()
+{
+    d->stopEngine();
+}
+
+void ParentProjectPrivate::stopEngine()
+{
+    if (!engineProcess)
+        return;
+    if (engineIsStopping) {
+        engineProcess->kill();
+        return;
+    }
+    engineIsStopping = true;
+    QTimer::singleShot(StopPatience, engineProcess.data(), &QProcess::kill);
+    engineProcess->terminate();
+}
+
 void ParentProjectPrivate::runProcess(const QString &executable,
                                       const QString &arguments,
                                       QString *output)
 {
+    EngineProcess process(output != nullptr);
+    engineProcess = &process;
     runFinished = false;
-    QProcess process;
+    engineIsStopping = false;
+    const QPointer<QObject> self(this);
+    const auto tell = [this, self, &process](QProcess::ProcessChannel channel) {
+        const QByteArray data = process.take(channel);
+        if (self && !data.isEmpty())
+            emit q->engineWrote(data, channel == QProcess::StandardError);
+    };
     connect(
         &process, &QProcess::errorOccurred, this, [this, &process](QProcess::ProcessError error) {
             if (error != QProcess::FailedToStart)
@@ -135,14 +221,26 @@ void ParentProjectPrivate::runProcess(const QString &executable,
             showCritical(dialogParent(), ParentProject::tr("Error %1!").arg(error),
                          ParentProject::tr("Can't start the process '%1'!").arg(process.program()));
         });
+    connect(&process, &QProcess::started, this,
+            [this, &process] { emit q->engineStarted(process.program(), process.arguments()); });
+    connect(&process, &QProcess::readyReadStandardOutput, this,
+            [tell] { tell(QProcess::StandardOutput); });
+    connect(&process, &QProcess::readyReadStandardError, this,
+            [tell] { tell(QProcess::StandardError); });
     connect(&process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this,
-            [this] { runFinished = true; });
+            [this, self, tell](int exitCode, QProcess::ExitStatus status) {
+                tell(QProcess::StandardOutput);
+                tell(QProcess::StandardError);
+                if (!self)
+                    return;
+                runFinished = true;
+                emit q->engineEnded(exitCode, status == QProcess::CrashExit);
+            });
     process.setWorkingDirectory(QFileInfo(executable).absolutePath());
     process.setProgram(executable);
     if (!arguments.isEmpty())
         process.setArguments(arguments.split(QLatin1Char(' ')));
     process.start(QIODevice::ReadWrite);
-    const QPointer<QObject> self(this);
     while (self && !runFinished) {
         process.waitForFinished(10);
         QCoreApplication::processEvents();
@@ -151,8 +249,10 @@ void ParentProjectPrivate::runProcess(const QString &executable,
     if (!self) {
         process.kill();
         process.waitForFinished();
-    } else if (output)
+    } else if (output) {
+        process.replay();
         *output = q->outputString(&process);
+    }
 }
 
 } // namespace Kiln

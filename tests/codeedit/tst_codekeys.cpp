@@ -5,6 +5,7 @@
 
 #include <engines/ember/emberdocument.h>
 #include <engines/ember/emberwords.h>
+#include <kilnx/project/editor.h>
 #include <tests/support/files.h>
 #include <tests/support/release.h>
 
@@ -295,6 +296,69 @@ private slots:
             offered << popup()->model()->index(row, 0).data().toString();
         QCOMPARE(offered, words);
         m_editor->setDocument(nullptr);
+    }
+
+    // The hits of a search are counted and painted, move with the text at once, and are those of
+    // the text again soon.
+    void hitsFollowTheText()
+    {
+        m_document->fromString("one two one\nonly ONE\nnone");
+        const auto isMarked = [this](int line, int column) {
+            QRect place = m_editor->cursorRect(cursorAt(line, column));
+            place.setWidth(4);
+            return showsColor(shot(m_editor->viewport()), place,
+                              m_editor->syntaxFormatting().hitColor);
+        };
+        const auto numberAt = [this](int line, int column) {
+            QTextCursor cursor = cursorAt(line, column);
+            cursor.movePosition(QTextCursor::Right, QTextCursor::KeepAnchor, 3);
+            m_editor->setTextCursor(cursor);
+            return m_editor->selectedHit();
+        };
+        setCursor(2, 4);
+        m_editor->markHits("one", 0);
+        QTRY_COMPARE(m_editor->hitState(), CodeEditor::Searched);
+        QCOMPARE(m_editor->hitCount(), 4);
+        QVERIFY(isMarked(2, 1));
+        m_editor->markHits("one", Editor::WholeWords);
+        QTRY_COMPARE(m_editor->hitState(), CodeEditor::Searched);
+        QCOMPARE(m_editor->hitCount(), 3);
+        QVERIFY(isMarked(0, 8) && !isMarked(0, 4) && !isMarked(2, 1));
+        QCOMPARE(numberAt(1, 5), 3);
+        QCOMPARE(numberAt(1, 4), 0);
+        setCursor(0, 1);
+        QTest::keyClick(m_editor.get(), Qt::Key_Return); // takes the first one apart
+        QCOMPARE(m_editor->hitCount(), 2);
+        QCOMPARE(numberAt(2, 5), 2);
+        setCursor(0, 1);
+        QTest::keyClick(m_editor.get(), Qt::Key_Delete);
+        QTRY_COMPARE(m_editor->hitCount(), 3);
+        QCOMPARE(numberAt(1, 5), 3);
+        PlainDocument other("one");
+        m_editor->setDocument(&other);
+        QTRY_COMPARE(m_editor->hitCount(), 1);
+        m_editor->markHits("(", Editor::RegularExpression);
+        QCOMPARE(m_editor->hitState(), CodeEditor::NotSearched);
+        QCOMPARE(m_editor->hitCount(), 0);
+        m_editor->setDocument(m_document.get());
+    }
+
+    // Text goes in, the address of a file does not.
+    void droppedFilesAreLeftAlone()
+    {
+        for (const bool isFile : {true, false}) {
+            QMimeData data;
+            data.setText("text");
+            if (isFile)
+                data.setUrls({QUrl::fromLocalFile("/file")});
+            QDragEnterEvent enter(QPoint(9, 9), Qt::CopyAction, &data, Qt::LeftButton, {});
+            QDragMoveEvent move(QPoint(9, 9), Qt::CopyAction, &data, Qt::LeftButton, {});
+            for (QDropEvent *event :
+                 {static_cast<QDropEvent *>(&enter), static_cast<QDropEvent *>(&move)}) {
+                QApplication::sendEvent(m_editor->viewport(), event);
+                QCOMPARE(event->isAccepted(), !isFile);
+            }
+        }
     }
 
 private:

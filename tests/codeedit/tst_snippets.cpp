@@ -255,8 +255,18 @@ private slots:
         button("removeBut")->click();
         QCOMPARE(list->model()->rowCount(), 1);
         QVERIFY(!button("up")->isEnabled() && !button("down")->isEnabled());
-        m_host->dialogs().expectFiles({m_directory->filePath("new")});
+        // The dialog for the file begins with the name from the field, and the field follows it.
+        auto *name = dialog.findChild<QLineEdit *>("snipName");
+        name->setText("proposed");
+        m_host->dialogs().expectDialog([&](QDialog *files) {
+            auto *choice = qobject_cast<QFileDialog *>(files);
+            QCOMPARE(QFileInfo(choice->selectedFiles().value(0)).fileName(),
+                     QString("proposed.xml"));
+            files->findChild<QLineEdit *>("fileNameEdit")->setText(m_directory->filePath("new"));
+            files->accept();
+        });
         button("saveBut")->click();
+        QCOMPARE(name->text(), QString("new"));
         const std::optional<Snippet> saved =
             Snippet::read(readFile(m_directory->filePath("new.xml")));
         QVERIFY(saved && saved->fields.size() == 1);
@@ -278,7 +288,8 @@ private slots:
                      answer == QMessageBox::Yes);
             if (answer == QMessageBox::No)
                 m_host->dialogs().expectBox(answer);
-            QTest::keyClick(&dialog, Qt::Key_Escape);
+            answer == QMessageBox::No ? QTest::keyClick(&dialog, Qt::Key_Escape)
+                                      : button("cancelBut")->click();
             QCOMPARE(dialog.isVisible(), answer == QMessageBox::No);
         }
     }

@@ -292,7 +292,9 @@ private slots:
         };
         m_host->dialogs().expectBox(QMessageBox::Ok);
         m_host->dialogs().expectBox(QMessageBox::Ok);
+        const QSignalSpy missing(m_parent.get(), &ParentProject::engineNotFound);
         QVERIFY(!m_parent->run(nullptr));
+        QCOMPARE(missing.count(), 1);
         QVERIFY(!QFile::exists(path("temporary")));
         m_parent->fakeEngine = nullptr;
         m_host->dialogs().expectBox(QMessageBox::Ok);
@@ -342,6 +344,55 @@ private slots:
         QCOMPARE(m_host->dialogs().seen().first().text,
                  QString("Oops, you can run only one instance of yhe engine at the same time."));
         QCOMPARE(m_host->dialogs().seen().first().title, QString("Warning!"));
+    }
+
+    void tellsWhatTheEngineWritesWhileItRuns()
+    {
+        makeScript(path("game"), "echo out; echo err >&2; while [ ! -e " + path("stop").toUtf8() +
+                                     " ]; do sleep 0.02; done; printf more; exit 3");
+        m_engine->add("game", path("game"), "-a", "");
+        QMap<bool, QByteArray> told;
+        connect(m_parent.get(), &ParentProject::engineWrote, this,
+                [&](const QByteArray &data, bool isError) {
+                    QVERIFY(m_parent->isRunning());
+                    told[isError] += data;
+                    if (told.size() == 2)
+                        writeFile(path("stop"));
+                });
+        const QSignalSpy started(m_parent.get(), &ParentProject::engineStarted);
+        const QSignalSpy ended(m_parent.get(), &ParentProject::engineEnded);
+        QString output;
+        QVERIFY(m_parent->run(&output));
+        QVERIFY(!m_parent->isRunning());
+        QCOMPARE(started.value(0), (QVariantList{path("game"), QStringList("-a")}));
+        QCOMPARE(told.value(false), QByteArray("out\nmore"));
+        QCOMPARE(told.value(true), QByteArray("err\n"));
+        QCOMPARE(output, QString("out\nmore"));
+        QCOMPARE(ended.value(0), (QVariantList{3, false}));
+    }
+
+    void stopsTheEngine_data()
+    {
+        const auto add = columns<QByteArray, int>("script", "calls");
+        add("one that ends when it is asked to", "echo here; exec sleep 1000", 1);
+        add("one that does not", "trap '' TERM; echo here; while :; do sleep 0.02; done", 2);
+    }
+
+    void stopsTheEngine()
+    {
+        const auto [script, calls] = row<QByteArray, int>();
+        makeScript(path("game"), script);
+        m_engine->add("game", path("game"), "", "");
+        connect(m_parent.get(), &ParentProject::engineWrote, this, [&, count = calls] {
+            for (int call = 0; call < count; ++call)
+                m_parent->stopEngine();
+        });
+        const QSignalSpy ended(m_parent.get(), &ParentProject::engineEnded);
+        QElapsedTimer clock;
+        clock.start();
+        QVERIFY(m_parent->run(nullptr));
+        QVERIFY(clock.elapsed() < 2900); // or it was killed for its silence
+        QCOMPARE(ended.value(0).value(1), QVariant(true));
     }
 
     void projectClosedWhileItsGameRuns()
