@@ -45,6 +45,8 @@ const QMap<QString, int> viewKeys{
 
 constexpr int chord = Qt::CTRL + Qt::ALT;
 constexpr int otherChord = chord + Qt::SHIFT;
+constexpr int shifted = Qt::CTRL + Qt::SHIFT;
+constexpr int altered = Qt::ALT + Qt::SHIFT;
 
 /// Keys that count in the whole window, while their command is enabled.
 const QMap<QString, int> windowKeys{
@@ -85,6 +87,77 @@ const QMap<QString, int> windowKeys{
     {"anim_next_anim", chord + Qt::Key_End},
     {"anim_prev_frame", chord + Qt::Key_PageUp},
     {"anim_next_frame", chord + Qt::Key_PageDown},
+    {"code_goto", Qt::CTRL + Qt::Key_L},
+    {"code_comment", Qt::CTRL + Qt::Key_Slash},
+    {"code_fold_all", chord + Qt::Key_Minus},
+    {"code_unfold_all", chord + Qt::Key_Plus},
+    {"code_next_error", Qt::CTRL + Qt::Key_F8},
+    {"code_prev_error", Qt::CTRL + Qt::SHIFT + Qt::Key_F8},
+    {"code_next_deprecation", Qt::ALT + Qt::Key_F8},
+    {"code_prev_deprecation", Qt::ALT + Qt::SHIFT + Qt::Key_F8},
+    {"code_snippet_insert", Qt::CTRL + Qt::Key_J},
+    {"code_snippet_new", chord + Qt::Key_J},
+    {"code_snippet_edit", otherChord + Qt::Key_J},
+    {"view_code_bar", chord + Qt::Key_T},
+    {"view_center_origin", chord + Qt::Key_0},
+    {"view_main_cross", chord + Qt::Key_1},
+    {"view_secondary_cross", chord + Qt::Key_2},
+    {"view_extra_cross", chord + Qt::Key_3},
+    {"view_rulers", chord + Qt::Key_4},
+    {"view_guide_lines", chord + Qt::Key_5},
+    {"view_attack_box", chord + Qt::Key_6},
+    {"view_collision_box", chord + Qt::Key_7},
+    {"anim_onion_skin", chord + Qt::Key_8},
+    {"editor_definition", Qt::CTRL + Qt::Key_1},
+    {"editor_code", Qt::CTRL + Qt::Key_2},
+    {"editor_commands", Qt::CTRL + Qt::Key_3},
+    {"editor_anim", Qt::CTRL + Qt::Key_4},
+    {"editor_spr", Qt::CTRL + Qt::Key_5},
+    {"editor_snd", Qt::CTRL + Qt::Key_6},
+    {"org_palette", otherChord + Qt::Key_L},
+    {"pal_open", altered + Qt::Key_O},
+    {"pal_save", altered + Qt::Key_S},
+    {"pal_clear", altered + Qt::Key_C},
+    {"pal_clear_unused", altered + Qt::Key_U},
+    {"pal_delete_duplicates", altered + Qt::Key_D},
+    {"pal_remap", altered + Qt::Key_R},
+    {"pal_apply_sprite", altered + Qt::Key_A},
+    {"spr_new", shifted + Qt::Key_N},
+    {"spr_add", shifted + Qt::Key_A},
+    {"spr_delete", shifted + Qt::Key_Delete},
+    {"spr_duplicate", shifted + Qt::Key_D},
+    {"spr_openimg", shifted + Qt::Key_G},
+    {"spr_saveimg", shifted + Qt::Key_P},
+    {"spr_saveimgas", shifted + Qt::Key_E},
+    {"spr_crop", shifted + Qt::Key_C},
+    {"spr_image_properties", shifted + Qt::Key_I},
+    {"spr_resize", shifted + Qt::Key_R},
+    {"spr_image_rotate", shifted + Qt::Key_T},
+    {"spr_image_fliph", shifted + Qt::Key_H},
+    {"spr_image_flipv", shifted + Qt::Key_V},
+    {"spr_select_all", shifted + Qt::Key_Y},
+    {"spr_select_none", otherChord + Qt::Key_A},
+    {"spr_select_invert", shifted + Qt::Key_X},
+    {"spr_layer_add", altered + Qt::Key_Insert},
+    {"spr_layer_delete", altered + Qt::Key_Delete},
+    {"spr_layer_duplicate", shifted + Qt::Key_J},
+    {"spr_layer_mergevis", shifted + Qt::Key_M},
+    {"spr_layer_mergeall", shifted + Qt::Key_K},
+    {"spr_import_proj", otherChord + Qt::Key_S},
+    {"spr_split_channels", otherChord + Qt::Key_C},
+    {"spr_switch_pal", otherChord + Qt::Key_D},
+    {"spr_frame_spr", otherChord + Qt::Key_G},
+    {"spr_view_original", shifted + Qt::Key_B},
+    {"snd_duplicate", chord + Qt::Key_U},
+    {"snd_import_proj", chord + Qt::Key_M},
+    {"snd_open_sample", chord + Qt::Key_Q},
+    {"snd_resample", chord + Qt::Key_Y},
+    {"snd_save_sample", chord + Qt::Key_H},
+    {"thumb_add_selected", otherChord + Qt::Key_R},
+    {"thumb_add_all", otherChord + Qt::Key_X},
+    {"thumb_new_selected", otherChord + Qt::Key_W},
+    {"thumb_new_all", otherChord + Qt::Key_Y},
+    {"thumb_save", otherChord + Qt::Key_K},
 };
 
 } // namespace
@@ -116,6 +189,7 @@ QAction *ActionRegistry::add(const ActionRequest &request)
         m_window->addAction(action);
     if (request.container)
         request.container->addAction(action);
+    Q_EMIT added(action);
 
     if (!request.receiver)
         return action;
@@ -131,6 +205,18 @@ QAction *ActionRegistry::add(const ActionRequest &request)
     if (request.checker)
         connect(request.receiver, request.checker, action, SLOT(setChecked(bool)));
     return action;
+}
+
+void ActionRegistry::enroll(QAction *action)
+{
+    m_entries.insert(action->objectName(), {action, nullptr, nullptr, 0});
+    Q_EMIT added(action);
+}
+
+void ActionRegistry::setKeys(QAction *action, const QList<QKeySequence> &keys)
+{
+    action->setShortcuts(keys);
+    setTexts(m_entries.value(action->objectName()));
 }
 
 QAction *ActionRegistry::action(const QString &key) const

@@ -43,6 +43,11 @@ public:
     /// is known already is taken over by the new action.
     QAction *add(const ActionRequest &request);
 
+    /// Takes in an action that the host has made itself, under its object name.
+    void enroll(QAction *action);
+    /// Gives an action other keys, of which its tool tip tells the first.
+    void setKeys(QAction *action, const QList<QKeySequence> &keys);
+
     /// All of them, by their keys.
     QList<QAction *> actions() const;
 
@@ -61,6 +66,10 @@ public:
     /// The icon of an action: that of the whole key, else that of the key without its group, so
     /// that "snd_delete" and "anim_delete" share one; null if there is neither.
     static QIcon icon(const QString &key);
+
+Q_SIGNALS:
+    /// There is an action more, or another one for its key.
+    void added(QAction *action);
 
 private:
     struct Entry {

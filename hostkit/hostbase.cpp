@@ -18,8 +18,10 @@
 #include <hostkit/projectsession.h>
 #include <hostkit/recoverydesk.h>
 #include <hostkit/recoveryjournal.h>
+#include <hostkit/rundesk.h>
 #include <hostkit/savedesk.h>
 #include <hostkit/settings.h>
+#include <hostkit/shortcuts.h>
 #include <hostkit/soundview.h>
 #include <hostkit/spriteview.h>
 #include <hostkit/statusfields.h>
@@ -43,11 +45,15 @@
 #include <QAction>
 #include <QCoreApplication>
 #include <QDir>
-#include <QEvent>
+#include <QDropEvent>
+#include <QFileInfo>
 #include <QMainWindow>
 #include <QMenu>
+#include <QMimeData>
 #include <QPointer>
 #include <QStackedWidget>
+#include <QTimer>
+#include <QUrl>
 #include <QVBoxLayout>
 
 namespace HostKit
@@ -106,7 +112,10 @@ struct HostBase::Private : QObject {
     void showSomething();
     bool hasType(Kiln::Project::FileID::Type type) const;
     void showThumbnails();
+    bool dropped(QDropEvent *event);
+    void openDropped(const QStringList &names);
 
+    HostBase *host = nullptr;
     QMainWindow *window;
     Paths paths;
     Settings settings;
@@ -118,6 +127,7 @@ struct HostBase::Private : QObject {
     MessageTable messages;
     Menus *menus;
     ActionRegistry *actions;
+    Shortcuts shortcuts;
     StatusFields *status;
     Centre *centre;
     OpenFiles openFiles;
@@ -126,6 +136,7 @@ struct HostBase::Private : QObject {
     std::unique_ptr<EditorDeck> deck;
     std::unique_ptr<FileDesk> desk;
     std::unique_ptr<SaveDesk> saving;
+    std::unique_ptr<RunDesk> running;
     std::unique_ptr<RecoveryDesk> recovery;
     CodeSurface *surface = nullptr;      ///< the deck's
     AnimationView *animations = nullptr; ///< the deck's
@@ -143,6 +154,7 @@ HostBase::Private::Private(QMainWindow *mainWindow, const Paths &hostPaths)
     , journal(session, below(paths.user, "recovery"))
     , menus(new Menus(window->menuBar()))
     , actions(new ActionRegistry(window))
+    , shortcuts(*actions, settings)
     , status(new StatusFields(window))
     , centre(new Centre(window))
     , openFiles(session, centre->tabs, below(paths.user, "sessions"))
@@ -151,11 +163,13 @@ HostBase::Private::Private(QMainWindow *mainWindow, const Paths &hostPaths)
     , deck(std::make_unique<EditorDeck>(centre->stack, panels))
     , desk(std::make_unique<FileDesk>(&session, deck.get(), centre->tabs, window))
     , saving(std::make_unique<SaveDesk>(&session, deck.get(), desk.get(), window))
+    , running(std::make_unique<RunDesk>(&session, saving.get(), window))
     , recovery(std::make_unique<RecoveryDesk>(journal, session, desk.get(), window))
 {
     window->setStatusBar(status);
     window->setCentralWidget(centre);
     window->installEventFilter(this);
+    window->setAcceptDrops(true);
     theme.apply();
     connectParts();
 }
@@ -169,15 +183,46 @@ bool HostBase::Private::eventFilter(QObject *watched, QEvent *event)
     } else if (event->type() == QEvent::Close && !closeProject(nullptr)) {
         event->ignore();
         return true;
+    } else if (event->type() == QEvent::DragEnter || event->type() == QEvent::DragMove ||
+               event->type() == QEvent::Drop) {
+        return dropped(static_cast<QDropEvent *>(event));
     }
     return QObject::eventFilter(watched, event);
+}
+
+// Files that are dropped where nothing else takes them. They are opened when the drop is over, as
+// who has dragged them waits for that, and there may be questions.
+bool HostBase::Private::dropped(QDropEvent *event)
+{
+    QStringList names;
+    const QList<QUrl> urls = event->mimeData()->urls();
+    for (const QUrl &url : urls) {
+        if (url.isLocalFile())
+            names.append(url.toLocalFile());
+    }
+    if (names.isEmpty())
+        return false;
+    event->acceptProposedAction();
+    if (event->type() == QEvent::Drop)
+        QTimer::singleShot(0, this, [this, names] { openDropped(names); });
+    return true;
+}
+
+void HostBase::Private::openDropped(const QStringList &names)
+{
+    for (const QString &name : names) {
+        if (QFileInfo(name).isDir())
+            host->openProject(name);
+        else
+            desk->openFile(name, 0);
+    }
 }
 
 // All of them for null: then they are opened again by the next window.
 bool HostBase::Private::closeProject(Kiln::ParentProject *project)
 {
     const QPointer<Kiln::ParentProject> guard = project;
-    if (busy || !desk->confirmDiscard(project))
+    if (busy || !running->mayEnd(project) || !desk->confirmDiscard(project))
         return false;
     noteProjects();
     if (!project) {
@@ -317,6 +362,7 @@ bool HostBase::Private::hasType(Kiln::Project::FileID::Type type) const
 HostBase::HostBase(QMainWindow *window, const Paths &paths)
     : d(std::make_unique<Private>(window, paths))
 {
+    d->host = this;
     Kiln::setGlobalInterface(this);
     QObject::connect(&d->engines, &EngineLibraries::added, d.get(), [this] {
         if (d->surface)
@@ -330,6 +376,7 @@ HostBase::~HostBase()
     d->session.close();
     d->deck->switchTo(nullptr); // while it can be asked what an editor lets go of
     d->recovery.reset();
+    d->running.reset();
     d->saving.reset();
     d->desk.reset();
     d->deck.reset();
@@ -359,6 +406,11 @@ Menus &HostBase::menus() const
 ActionRegistry &HostBase::actions() const
 {
     return *d->actions;
+}
+
+Shortcuts &HostBase::shortcuts() const
+{
+    return d->shortcuts;
 }
 
 StatusFields &HostBase::status() const
@@ -399,6 +451,11 @@ FileDesk &HostBase::desk() const
 SaveDesk &HostBase::saving() const
 {
     return *d->saving;
+}
+
+RunDesk &HostBase::running() const
+{
+    return *d->running;
 }
 
 RecoveryJournal &HostBase::journal() const
@@ -519,7 +576,8 @@ bool HostBase::openProject(const QString &directory)
     Kiln::ParentProject *known = d->session.findProject(path);
     if (known && known != old)
         return openBeside(path);
-    return !d->busy && (!old || d->desk->confirmDiscard(old)) && d->open(path, old);
+    return !d->busy && (!old || (d->running->mayEnd(old) && d->desk->confirmDiscard(old))) &&
+           d->open(path, old);
 }
 
 bool HostBase::openBeside(const QString &directory)

@@ -24,8 +24,10 @@ class MessageTable;
 class ProjectSession;
 class RecoveryDesk;
 class RecoveryJournal;
+class RunDesk;
 class SaveDesk;
 class Settings;
+class Shortcuts;
 class StatusFields;
 class Theme;
 
@@ -68,6 +70,7 @@ public:
     Theme &theme() const;
     Menus &menus() const;
     ActionRegistry &actions() const;
+    Shortcuts &shortcuts() const;
     StatusFields &status() const;
     EngineLibraries &engines() const;
     ProjectSession &session() const;
@@ -76,6 +79,7 @@ public:
     FileTabs &tabs() const;
     FileDesk &desk() const;
     SaveDesk &saving() const;
+    RunDesk &running() const;
     RecoveryJournal &journal() const;
     RecoveryDesk &recovery() const;
     /// The view that code editors share; null before makeCodeEditors().
@@ -113,8 +117,9 @@ public:
     /// it beside the others. False if the user says no, or after a message.
     bool newProject();
 
-    /// Asks about changes, then closes the current project; false if the user says no. The window
-    /// does so with all projects when it is closed, and stays when the answer is no.
+    /// Asks about changes and about an engine that runs, then closes the current project; false if
+    /// the user says no. The window does so with all projects when it is closed, and stays when the
+    /// answer is no.
     bool closeProject();
     /// The projects that were open when a window was closed last, the current one at the end.
     QStringList lastProjects() const;

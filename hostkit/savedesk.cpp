@@ -1,10 +1,13 @@
 #include <hostkit/savedesk.h>
 
 #include <hostkit/editordeck.h>
+#include <hostkit/filebytes.h>
 #include <hostkit/filedesk.h>
 #include <hostkit/filetabs.h>
 #include <hostkit/projectsession.h>
 
+#include <kilnx/code/codedocument.h>
+#include <kilnx/code/textcodecs.h>
 #include <kilnx/editors/spriteeditor.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/project/archive.h>
@@ -79,13 +82,43 @@ void SaveDesk::save()
     Kiln::ProjectFile *file = m_deck->currentFile();
     if (!settle() || !file || !file->canSave() || !(file->isModified() || FileDesk::isGone(file)))
         return;
+    const bool changesEnds = changesLineEnds(file);
     if (file->fileName().isEmpty()) {
         saveAs();
     } else if (!file->toFile(file->archive(), file->fileName(), false)) {
         tellWhyNot(tr("Save"), file);
         saveAs();
+    } else if (changesEnds) {
+        tellLineEnds({file->fileName()});
     }
     m_desk->syncWithEditor();
+}
+
+/// Whether a text on disk has other line ends than the CR LF that every saved text has.
+bool SaveDesk::changesLineEnds(Kiln::ProjectFile *file)
+{
+    if (!dynamic_cast<Kiln::CodeDocument *>(file) || file->fileName().isEmpty())
+        return false;
+    int codec = -1;
+    const QString text =
+        Kiln::TextCodecs::stringFromData(firstBytes(file->archive(), file->fileName()), &codec);
+    for (int feed = text.indexOf(QLatin1Char('\n')); feed >= 0;
+         feed = text.indexOf(QLatin1Char('\n'), feed + 1)) {
+        if (feed == 0 || text.at(feed - 1) != QLatin1Char('\r'))
+            return true;
+    }
+    return false;
+}
+
+void SaveDesk::tellLineEnds(const QStringList &files)
+{
+    if (files.size() == 1)
+        Q_EMIT m_desk->message(tr("The lines of '%1' now end with CR LF, as the engine has them.")
+                                   .arg(QFileInfo(files.first()).fileName()));
+    else if (!files.isEmpty())
+        Q_EMIT m_desk->message(
+            tr("The lines of %1 files now end with CR LF, as the engine has them.")
+                .arg(files.size()));
 }
 
 // Before it is closed.
@@ -119,9 +152,16 @@ void SaveDesk::saveAll()
     const QPointer<Kiln::ParentProject> project = m_session->parentProject();
     if (!project || !settle() || !project)
         return;
+    QStringList changed;
+    const QList<Kiln::ProjectFile *> modified = m_session->modifiedFiles();
+    for (Kiln::ProjectFile *file : modified) {
+        if (changesLineEnds(file))
+            changed.append(file->fileName());
+    }
     project->save();
     if (!project)
         return;
+    tellLineEnds(changed);
     const Kiln::SaveReport report = project->saveReport();
     if (!report.failures.isEmpty() || !report.leftOut.isEmpty())
         tellReport(tr("Save all"));

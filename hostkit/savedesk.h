@@ -46,6 +46,8 @@ public:
 private:
     bool saveFile(Kiln::ProjectFile *file);
     bool settle();
+    static bool changesLineEnds(Kiln::ProjectFile *file);
+    void tellLineEnds(const QStringList &files);
     QString chooseTarget(Kiln::ParentProject *project);
     bool mayReplace(const QString &title, const QStringList &files);
     bool tellReport(const QString &title);

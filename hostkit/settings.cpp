@@ -37,6 +37,7 @@ QHash<QString, QVariant> deliveredDefaults()
         {"code_paren_matching", true},
         {"code_auto_indent", true},
         {"code_tab_width", 4},
+        {"code_wrap", false},
         {"reopen_last_project", true},
         {"theme", "system"},
         {"show_cross1", true},

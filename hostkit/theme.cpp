@@ -21,16 +21,17 @@ struct EntryColors {
 const QHash<QString, EntryColors> &deliveredColors()
 {
     static const QHash<QString, EntryColors> colors = {
-        {"token0", {"#24292f", "#d7dce2"}},      {"token1", {"#56616b", "#a3aeb9"}},
-        {"token2", {"#b8242b", "#ff8c91"}},      {"token3", {"#1b59b8", "#86b9ff"}},
-        {"token4", {"#24292f", "#eef1f4"}},      {"token5", {"#186d3c", "#71cf94"}},
-        {"token6", {"#9a4900", "#f2a35e"}},      {"token7", {"#0d676e", "#62c9d2"}},
-        {"token8", {"#7033b4", "#c9a3f7"}},      {"token9", {"#a81f86", "#f393dc"}},
-        {"line", {"#f3efe4", "#2f343b"}},        {"block_range", {"#ffffff", "#141619"}},
-        {"paren", {"#ffffff", "#1f2226"}},       {"paren2", {"#b8242b", "#ff8c91"}},
-        {"paren_range", {"#e8defa", "#3d3453"}}, {"paren_error", {"#b8242b", "#8f2f38"}},
-        {"back_start", {"#dfe4ea", "#33383f"}},  {"back_end", {"#bcc6d0", "#1b1e22"}},
-        {"attackbox", {"#d93a3a", "#f25a5a"}},   {"collisionbox", {"#2f6fe0", "#5c95ff"}},
+        {"token0", {"#24292f", "#d7dce2"}},       {"token1", {"#56616b", "#a3aeb9"}},
+        {"token2", {"#b8242b", "#ff8c91"}},       {"token3", {"#1b59b8", "#86b9ff"}},
+        {"token4", {"#24292f", "#eef1f4"}},       {"token5", {"#186d3c", "#71cf94"}},
+        {"token6", {"#9a4900", "#f2a35e"}},       {"token7", {"#0d676e", "#62c9d2"}},
+        {"token8", {"#7033b4", "#c9a3f7"}},       {"token9", {"#a81f86", "#f393dc"}},
+        {"line", {"#f3efe4", "#2f343b"}},         {"block_range", {"#ffffff", "#141619"}},
+        {"paren", {"#ffffff", "#1f2226"}},        {"paren2", {"#b8242b", "#ff8c91"}},
+        {"paren_range", {"#e8defa", "#3d3453"}},  {"paren_error", {"#b8242b", "#8f2f38"}},
+        {"hit", {"#ffe9a6", "#4a4020"}},          {"back_start", {"#dfe4ea", "#33383f"}},
+        {"back_end", {"#bcc6d0", "#1b1e22"}},     {"attackbox", {"#d93a3a", "#f25a5a"}},
+        {"collisionbox", {"#2f6fe0", "#5c95ff"}},
     };
     return colors;
 }
@@ -129,10 +130,10 @@ QString Theme::colorKey(const QString &name, bool second)
 
 QStringList Theme::entries()
 {
-    return {"token0",     "token1",   "token2",      "token3",      "token4",
-            "token5",     "token6",   "token7",      "token8",      "token9",
-            "line",       "paren2",   "block_range", "paren_range", "paren_error",
-            "back_start", "back_end", "attackbox",   "collisionbox"};
+    return {"token0", "token1",     "token2",      "token3",      "token4",
+            "token5", "token6",     "token7",      "token8",      "token9",
+            "line",   "paren2",     "block_range", "paren_range", "paren_error",
+            "hit",    "back_start", "back_end",    "attackbox",   "collisionbox"};
 }
 
 } // namespace HostKit

@@ -120,6 +120,8 @@ QString ColorPage::caption(const QString &entry)
         return tr("Between brackets");
     if (entry == QLatin1String("paren_error"))
         return tr("Brackets that don't match");
+    if (entry == QLatin1String("hit"))
+        return tr("Hits of a search");
     if (entry == QLatin1String("back_start"))
         return tr("Viewport, top");
     if (entry == QLatin1String("back_end"))

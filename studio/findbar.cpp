@@ -10,6 +10,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QRegExp>
 #include <QToolButton>
 
 namespace Studio
@@ -23,6 +24,7 @@ FindBar::FindBar(QWidget *parent)
     , m_replacement(named(new QLineEdit(this), "find_replacement", tr("Replacement")))
     , m_regularExpression(named(new QCheckBox(tr("Re&gular expression"), this), "find_regex"))
     , m_caseSensitive(named(new QCheckBox(tr("Match &case"), this), "find_case"))
+    , m_wholeWords(named(new QCheckBox(tr("Whole w&ords"), this), "find_words"))
     , m_wrap(named(new QCheckBox(tr("&Wrap around"), this), "find_wrap"))
     , m_result(named(new QLabel(this), "find_result"))
 {
@@ -51,16 +53,19 @@ FindBar::FindBar(QWidget *parent)
     layout->addWidget(next, 0, 3);
     layout->addWidget(m_regularExpression, 0, 4);
     layout->addWidget(m_caseSensitive, 0, 5);
-    layout->addWidget(close, 0, 6);
+    layout->addWidget(m_wholeWords, 0, 6);
+    layout->addWidget(close, 0, 7);
     layout->addWidget(replaceLabel, 1, 0);
     layout->addWidget(m_replacement, 1, 1);
     layout->addWidget(replace, 1, 2);
     layout->addWidget(replaceAll, 1, 3);
     layout->addWidget(m_wrap, 1, 4);
-    layout->addWidget(m_result, 1, 5, 1, 2);
+    layout->addWidget(m_result, 1, 5, 1, 3);
     layout->setColumnStretch(1, 1);
 
-    connect(m_text, &QLineEdit::textChanged, m_result, &QLabel::clear);
+    connect(m_text, &QLineEdit::textChanged, this, &FindBar::tellSought);
+    for (QCheckBox *box : {m_regularExpression, m_caseSensitive, m_wholeWords})
+        connect(box, &QCheckBox::toggled, this, &FindBar::tellSought);
     connect(m_text, &QLineEdit::returnPressed, this, &FindBar::findNext);
     connect(m_replacement, &QLineEdit::returnPressed, this, &FindBar::replaceOne);
     connect(next, &QPushButton::clicked, this, &FindBar::findNext);
@@ -89,24 +94,55 @@ void FindBar::tell(const QString &result)
     m_result->setText(result);
 }
 
+void FindBar::showEvent(QShowEvent *)
+{
+    tellSought();
+}
+
+void FindBar::hideEvent(QHideEvent *)
+{
+    emit soughtChanged(QString(), 0);
+}
+
+void FindBar::tellSought()
+{
+    m_result->clear();
+    if (isVisible())
+        emit soughtChanged(isUsable() ? m_text->text() : QString(), flags());
+}
+
+/// Tells what is wrong with an expression that is not.
+bool FindBar::isUsable()
+{
+    const QRegExp expression(m_text->text(), Qt::CaseSensitive, QRegExp::RegExp2);
+    const bool isUsable = !m_regularExpression->isChecked() || expression.isValid();
+    if (!isUsable)
+        tell(tr("Bad expression: %1").arg(expression.errorString()));
+    return isUsable;
+}
+
 void FindBar::findNext()
 {
-    emit findRequested(m_text->text(), flags());
+    if (isUsable())
+        emit findRequested(m_text->text(), flags());
 }
 
 void FindBar::findPrevious()
 {
-    emit findRequested(m_text->text(), flags() | Kiln::Editor::Backward);
+    if (isUsable())
+        emit findRequested(m_text->text(), flags() | Kiln::Editor::Backward);
 }
 
 void FindBar::replaceOne()
 {
-    emit replaceRequested(m_text->text(), m_replacement->text(), flags(), false);
+    if (isUsable())
+        emit replaceRequested(m_text->text(), m_replacement->text(), flags(), false);
 }
 
 void FindBar::replaceAll()
 {
-    emit replaceRequested(m_text->text(), m_replacement->text(), flags(), true);
+    if (isUsable())
+        emit replaceRequested(m_text->text(), m_replacement->text(), flags(), true);
 }
 
 void FindBar::keyPressEvent(QKeyEvent *event)
@@ -124,6 +160,8 @@ unsigned int FindBar::flags() const
         flags |= Kiln::Editor::RegularExpression;
     if (m_caseSensitive->isChecked())
         flags |= Kiln::Editor::CaseSensitive;
+    if (m_wholeWords->isChecked())
+        flags |= Kiln::Editor::WholeWords;
     if (m_wrap->isChecked())
         flags |= Kiln::Editor::WrapAround;
     return flags;

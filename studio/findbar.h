@@ -28,6 +28,8 @@ public:
     void tell(const QString &result);
 
 signals:
+    /// What would be found is another text, or has other flags; empty when the bar is closed.
+    void soughtChanged(const QString &text, unsigned int flags);
     void findRequested(const QString &text, unsigned int flags);
     void
     replaceRequested(const QString &text, const QString &replacement, unsigned int flags, bool all);
@@ -42,15 +44,20 @@ public slots:
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
 
 private:
     unsigned int flags() const;
+    void tellSought();
+    bool isUsable();
     void dismiss();
 
     QLineEdit *m_text;
     QLineEdit *m_replacement;
     QCheckBox *m_regularExpression;
     QCheckBox *m_caseSensitive;
+    QCheckBox *m_wholeWords;
     QCheckBox *m_wrap;
     QLabel *m_result;
 };

@@ -1,57 +1,72 @@
 #pragma once
 
+#include <hostkit/filesearch.h>
+
 #include <QDockWidget>
-#include <QList>
 
 class QCheckBox;
 class QLabel;
 class QLineEdit;
+class QPushButton;
 class QTreeWidget;
 class QTreeWidgetItem;
 
-namespace Kiln
+namespace HostKit
 {
-class ProjectFile;
+class HostBase;
 }
 
 namespace Studio
 {
 
-/// Searches every loaded file of the project and lists the hits under their files.
+/// Finds text in all files of the project, lists the hits under their files while it goes on, and
+/// replaces those that are checked: each line is shown as it will be then, and each file takes it
+/// back in one step.
 class FindInFilesDock : public QDockWidget
 {
     Q_OBJECT
 
 public:
-    explicit FindInFilesDock(QWidget *parent = nullptr);
+    explicit FindInFilesDock(HostKit::HostBase &host, QWidget *parent = nullptr);
 
     /// Shows the dock with the focus in the search field; `text`, unless empty, replaces its
     /// contents.
     void start(const QString &text);
 
-    /// Searches `files`, given by the host on searchRequested().
-    void search(const QList<Kiln::ProjectFile *> &files);
-
-    /// Forgets the hits; they point to files that may be gone.
+    /// Starts a search, or stops the one that goes on.
+    void search();
+    bool isSearching() const { return m_search.isRunning(); }
     void clearResults();
 
-    int hitCount() const { return m_hits; }
-
-signals:
-    void searchRequested();
-    /// The user wants to see a hit; both numbers count from 0.
-    void placeActivated(Kiln::ProjectFile *file, int line, int column);
+    int hitCount() const { return m_hits.size(); }
 
 private:
-    int addHits(Kiln::ProjectFile *file, const QRegularExpression &expression);
+    void makeFields();
+    void addHits(const QString &fileName,
+                 Kiln::ProjectFile *file,
+                 const QVector<HostKit::FileHit> &hits);
+    QTreeWidgetItem *fileItem(const QString &fileName, Kiln::ProjectFile *file);
+    void end(HostKit::FileSearch::End how);
+    void showPreview();
+    void updateButtons();
     void activate(QTreeWidgetItem *item);
+    void replaceChecked();
+    int replaceIn(QTreeWidgetItem *item, int *missed);
+    Kiln::ProjectFile *openFile(QTreeWidgetItem *item);
+    unsigned int flags() const;
 
+    HostKit::HostBase &m_host;
+    HostKit::FileSearch m_search;
+    QVector<HostKit::FileHit> m_hits; ///< by the number that their rows have
     QLineEdit *m_text;
+    QLineEdit *m_replacement;
+    QPushButton *m_start;
+    QPushButton *m_replace;
     QCheckBox *m_regularExpression;
     QCheckBox *m_caseSensitive;
+    QCheckBox *m_wholeWords;
     QLabel *m_summary;
     QTreeWidget *m_results;
-    int m_hits = 0;
 };
 
 } // namespace Studio

@@ -25,23 +25,27 @@ MainActions::MainActions(QMainWindow *window, Menus *menus)
     m_needFile = {closeFile, save,       saveAs,   undo,        redo,         cut,
                   copy,      paste,      find,     findNext,    findPrevious, zoomIn,
                   zoomOut,   zoomActual, nextFile, previousFile};
-    m_needProject = {
-        closeProject,          saveAll, saveProjectAs, backup,          restore,
-        findInFiles,           run,     nextMessage,   previousMessage, newMenu->menuAction(),
-        openMenu->menuAction()};
-    m_needRest = {newProject, openProject, openBeside, closeProject, saveProjectAs,
-                  backup,     restore,     run,        quit,         recentMenu->menuAction()};
+    m_needProject = {closeProject,
+                     saveAll,
+                     saveProjectAs,
+                     backup,
+                     restore,
+                     findInFiles,
+                     nextMessage,
+                     previousMessage,
+                     newMenu->menuAction(),
+                     openMenu->menuAction()};
     setState(false, false, false);
 }
 
 void MainActions::setState(bool projectOpen, bool fileShown, bool running)
 {
-    for (QAction *action : qAsConst(m_needRest))
-        action->setEnabled(!running);
     for (QAction *action : qAsConst(m_needProject))
-        action->setEnabled(projectOpen && !(running && m_needRest.contains(action)));
+        action->setEnabled(projectOpen);
     for (QAction *action : qAsConst(m_needFile))
         action->setEnabled(fileShown);
+    run->setEnabled(projectOpen && !running);
+    stop->setEnabled(running);
 }
 
 QAction *MainActions::make(const char *name, const QString &text, const QString &hint)
@@ -53,27 +57,38 @@ QAction *MainActions::make(const char *name, const QString &text, const QString 
     return action;
 }
 
+// Some platforms have no key of their own for it.
+void MainActions::setKeys(QAction *action, QKeySequence::StandardKey standard, int otherwise)
+{
+    action->setShortcuts(standard);
+    if (action->shortcut().isEmpty())
+        action->setShortcut(QKeySequence(otherwise));
+}
+
 void MainActions::makeFileMenu(QMenu *menu)
 {
     newMenu = menu->addMenu(ActionRegistry::icon("new"), tr("&New"));
     openProject = make("open", tr("&Open project..."), tr("Open the project in a directory"));
     openProject->setShortcuts(QKeySequence::Open);
     newProject = make("new_project", tr("Ne&w project..."), tr("Make a project and open it"));
+    newProject->setShortcut(QKeySequence(Qt::CTRL + Qt::ALT + Qt::Key_Insert));
     openBeside = make("open_beside", tr("Open anot&her project..."),
                       tr("Open a project beside those that are open"));
+    openBeside->setShortcut(QKeySequence(Qt::CTRL + Qt::ALT + Qt::SHIFT + Qt::Key_O));
     openMenu = new QMenu(tr("Open &file"), menu);
     recentMenu = new QMenu(tr("&Recent projects"), menu);
     recentMenu->setObjectName(QStringLiteral("menu_recent"));
     save = make("save", tr("&Save"), tr("Save the current file"));
     save->setShortcuts(QKeySequence::Save);
     saveAs = make("save_as", tr("Save &as..."), tr("Save the current file under another name"));
-    saveAs->setShortcuts(QKeySequence::SaveAs);
+    setKeys(saveAs, QKeySequence::SaveAs, Qt::CTRL + Qt::SHIFT + Qt::Key_S);
     saveAll = make("save_all", tr("Save a&ll"), tr("Save every changed file of the project"));
     saveAll->setShortcut(QKeySequence(Qt::CTRL + Qt::ALT + Qt::Key_S));
     closeFile = make("close", tr("&Close file"), tr("Close the current file"));
     closeFile->setShortcuts(QKeySequence::Close);
     closeProject =
         make("project_close", tr("Close &project"), tr("Close the project that is shown"));
+    closeProject->setShortcut(QKeySequence(Qt::CTRL + Qt::ALT + Qt::Key_W));
     quit = make("quit", tr("&Quit"), tr("Leave Kiln Studio"));
     quit->setShortcuts(QKeySequence::Quit);
     quit->setMenuRole(QAction::QuitRole);
@@ -157,22 +172,27 @@ void MainActions::makeOtherMenus(Menus *menus)
 {
     run = make("run", tr("&Run in engine"), tr("Start the engine on the project"));
     run->setShortcut(QKeySequence(Qt::Key_F5));
+    stop = make("stop", tr("S&top the engine"), tr("Have the engine end; the second time at once"));
+    stop->setShortcut(QKeySequence(Qt::SHIFT + Qt::Key_F5));
     saveProjectAs = make("save_project_as", tr("&Save project as..."), tr("Save all elsewhere"));
+    saveProjectAs->setShortcut(QKeySequence(Qt::CTRL + Qt::ALT + Qt::Key_P));
     backup = make("backup", tr("&Backup..."), tr("Keep a dated copy of the project"));
+    backup->setShortcut(QKeySequence(Qt::CTRL + Qt::ALT + Qt::Key_K));
     restore = make("restore", tr("Res&tore backup..."), tr("Go back to a kept copy"));
+    restore->setShortcut(QKeySequence(Qt::CTRL + Qt::ALT + Qt::Key_R));
     settings = make("settings", tr("&Settings..."), tr("Change the options of Kiln Studio"));
-    settings->setShortcuts(QKeySequence::Preferences);
-    if (settings->shortcut().isEmpty())
-        settings->setShortcut(QKeySequence(Qt::CTRL + Qt::Key_Comma));
+    setKeys(settings, QKeySequence::Preferences, Qt::CTRL + Qt::Key_Comma);
     settings->setMenuRole(QAction::PreferencesRole);
     engines = make("engines", tr("&Engines..."), tr("Edit the list of engines"));
-    keys = make("keys", tr("&Keys..."), tr("Show the keys of all commands"));
+    engines->setShortcut(QKeySequence(Qt::CTRL + Qt::ALT + Qt::Key_Comma));
+    keys = make("keys", tr("&Keys..."), tr("Show and change the keys of all commands"));
     keys->setShortcut(QKeySequence(Qt::Key_F1));
     about = make("about", tr("&About Kiln Studio"), QString());
+    about->setShortcut(QKeySequence(Qt::SHIFT + Qt::Key_F1));
     about->setMenuRole(QAction::AboutRole);
 
     QMenu *project = menus->menu(QStringLiteral("project"));
-    project->addAction(run);
+    project->addActions({run, stop});
     project->addSeparator();
     project->addActions({saveProjectAs, backup, restore});
     menus->menu(QStringLiteral("tools"))->addActions({settings, engines});
@@ -193,7 +213,7 @@ void MainActions::makeToolBar()
     bar->addSeparator();
     bar->addActions({find, findInFiles});
     bar->addSeparator();
-    bar->addActions({run, settings});
+    bar->addActions({run, stop, settings});
     m_window->addToolBar(bar);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QKeySequence>
 #include <QList>
 #include <QObject>
 
@@ -59,6 +60,7 @@ public:
     QAction *nextPanel;
     QAction *previousPanel;
     QAction *run;
+    QAction *stop;
     QAction *settings;
     QAction *engines;
     QAction *keys;
@@ -70,6 +72,7 @@ public:
 
 private:
     QAction *make(const char *name, const QString &text, const QString &hint);
+    static void setKeys(QAction *action, QKeySequence::StandardKey standard, int otherwise);
     void makeFileMenu(QMenu *menu);
     void makeEditMenu(QMenu *menu);
     void makeViewMenu(QMenu *menu);
@@ -79,7 +82,6 @@ private:
     QMainWindow *m_window;
     QList<QAction *> m_needProject;
     QList<QAction *> m_needFile;
-    QList<QAction *> m_needRest; ///< must wait until the engine has ended
 };
 
 } // namespace Studio

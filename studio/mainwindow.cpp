@@ -62,6 +62,8 @@ MainWindow::MainWindow(const HostKit::Paths &paths, const QStringList &libraries
     connectEditActions();
     connectOtherActions();
     connectDocks();
+    connectRunning();
+    enrollActions();
 
     const Settings &settings = m_host.settings();
     // With room for the frame, which is not known yet.
@@ -103,8 +105,8 @@ void MainWindow::makeDocks()
     setDockOptions(AnimatedDocks | AllowNestedDocks | AllowTabbedDocks);
     m_tree = new ProjectTreeDock(this);
     m_messages = new MessagesDock(&m_host.messages(), this);
-    m_findInFiles = new FindInFilesDock(this);
-    m_output = new OutputDock(this);
+    m_findInFiles = new FindInFilesDock(m_host, this);
+    m_output = new OutputDock({m_actions->run, m_actions->stop}, this);
     addDockWidget(Qt::LeftDockWidgetArea, m_tree);
     addDockWidget(Qt::BottomDockWidgetArea, m_messages);
     tabifyDockWidget(m_messages, m_findInFiles);
@@ -112,8 +114,14 @@ void MainWindow::makeDocks()
     m_messages->raise();
 
     QMenu *view = m_host.menus().menu(QStringLiteral("view"));
-    for (QDockWidget *dock : QList<QDockWidget *>{m_tree, m_messages, m_findInFiles, m_output})
-        view->addAction(dock->toggleViewAction());
+    int key = Qt::ALT + Qt::SHIFT + Qt::Key_1;
+    for (QDockWidget *dock : QList<QDockWidget *>{m_tree, m_messages, m_findInFiles, m_output}) {
+        QAction *toggle = dock->toggleViewAction();
+        toggle->setObjectName(QLatin1String("show_") + dock->objectName());
+        toggle->setShortcut(QKeySequence(key++));
+        view->addAction(toggle);
+        addAction(toggle);
+    }
 }
 
 // The user's own come before those beside the program, so that a changed copy of one of these is
@@ -146,10 +154,6 @@ void MainWindow::connectDocks()
     connect(m_tree, &ProjectTreeDock::newFileRequested, this, &MainWindow::makeFile);
     connect(m_tree, &ProjectTreeDock::trashRequested, this, &MainWindow::moveToTrash);
     connect(m_messages, &MessagesDock::placeActivated, desk, &FileDesk::showPlace);
-    connect(m_findInFiles, &FindInFilesDock::placeActivated, desk, &FileDesk::showPlace);
-    connect(m_findInFiles, &FindInFilesDock::searchRequested, this,
-            [this, session] { m_findInFiles->search(session->files()); });
-    connect(session, &ProjectSession::fileRemoved, m_findInFiles, &FindInFilesDock::clearResults);
     connect(session, &ProjectSession::aboutToClose, this, [this](Kiln::ParentProject *project) {
         m_findInFiles->clearResults();
         if (m_tree->project() == project)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "settingsdialog.h"
+
 #include <hostkit/hostbase.h>
 
 #include <QMainWindow>
@@ -47,6 +49,8 @@ private:
     void connectFileActions();
     void connectEditActions();
     void connectOtherActions();
+    void connectRunning();
+    void enrollActions();
     void connectDocks();
 
     void showProject();
@@ -57,14 +61,15 @@ private:
     void saveProjectAs();
     void backup();
     void restore();
-    void runInEngine();
     void makeFile(const QString &directory);
     void moveToTrash(const QString &fileName);
-    void showSettings(bool engines);
+    void showSettings(SettingsDialog::Page page);
     void showAbout();
     void stepMessage(int by);
     void startFind();
-    QString findText(const QString &text, unsigned int flags);
+    void findText(const QString &text, unsigned int flags);
+    void replaceText(const QString &text, const QString &by, unsigned int flags, bool all);
+    void tellHits();
 
     HostKit::HostBase m_host;
     MainActions *m_actions = nullptr;
@@ -75,6 +80,7 @@ private:
     FindInFilesDock *m_findInFiles = nullptr;
     OutputDock *m_output = nullptr;
     QStringList m_engineFaults; ///< told when the window is shown
+    bool m_tellsHits = true;    ///< the find bar counts the hits
     bool m_arranged = false;    ///< the docks have sizes of the user's or of arrangeDocks()
 };
 

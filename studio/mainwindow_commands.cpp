@@ -4,9 +4,9 @@
 
 #include "findbar.h"
 #include "findinfilesdock.h"
-#include "keyspage.h"
 #include "mainactions.h"
 #include "messagesdock.h"
+#include "outputdock.h"
 #include "panelcycle.h"
 #include "projecttreedock.h"
 #include "settingsdialog.h"
@@ -18,15 +18,17 @@
 #include <hostkit/filetabs.h>
 #include <hostkit/messagetable.h>
 #include <hostkit/projectsession.h>
+#include <hostkit/rundesk.h>
 #include <hostkit/savedesk.h>
 #include <hostkit/settings.h>
 #include <hostkit/statusfields.h>
 #include <hostkit/widgets.h>
 
-#include <kilnx/code/codedocument.h>
+#include <kilnx/codeedit/codefileeditor.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/project/engine.h>
 #include <kilnx/project/fileeditor.h>
+#include <kilnx/project/projectfile.h>
 #include <kilnx/render/graphicsworkspace.h>
 
 #include <QAction>
@@ -35,9 +37,7 @@
 #include <QDir>
 #include <QDockWidget>
 #include <QMenu>
-#include <QRegularExpression>
 #include <QTabBar>
-#include <QTextBlock>
 #include <QTimer>
 #include <QTreeView>
 
@@ -45,11 +45,6 @@
 
 namespace Studio
 {
-
-namespace
-{
-constexpr int mostCounted = 2000000; // characters in which hits are counted
-} // namespace
 
 using namespace HostKit;
 
@@ -98,15 +93,16 @@ void MainWindow::connectEditActions()
     connect(m_actions->findInFiles, &QAction::triggered, this, [this] {
         m_findInFiles->start(m_host.surface()->editor()->textCursor().selectedText());
     });
-    connect(m_findBar, &FindBar::findRequested, this,
-            [this](const QString &text, unsigned int flags) {
-                m_findBar->tell(findText(text, flags));
+    Kiln::CodeEditor *view = m_host.surface()->editor();
+    connect(m_findBar, &FindBar::soughtChanged, view,
+            [this, view](const QString &text, unsigned int flags) {
+                m_tellsHits = true;
+                view->markHits(text, flags);
             });
-    connect(m_findBar, &FindBar::replaceRequested, this,
-            [this](const QString &text, const QString &by, unsigned int flags, bool all) {
-                if (Kiln::Editor *editor = m_host.deck().current())
-                    editor->replace(text, by, flags, all);
-            });
+    connect(view, &Kiln::CodeEditor::hitsChanged, this, &MainWindow::tellHits);
+    connect(view, &Kiln::CodeEditor::selectionChanged, this, &MainWindow::tellHits);
+    connect(m_findBar, &FindBar::findRequested, this, &MainWindow::findText);
+    connect(m_findBar, &FindBar::replaceRequested, this, &MainWindow::replaceText);
     connect(m_findBar, &FindBar::closed, this, [this] {
         if (QWidget *shown = m_host.deck().shownWidget())
             shown->setFocus();
@@ -132,12 +128,45 @@ void MainWindow::connectOtherActions()
     connect(m_actions->nextPanel, &QAction::triggered, this, [this] { PanelCycle::step(this, 1); });
     connect(m_actions->previousPanel, &QAction::triggered, this,
             [this] { PanelCycle::step(this, -1); });
-    connect(m_actions->run, &QAction::triggered, this, &MainWindow::runInEngine);
-    connect(m_actions->settings, &QAction::triggered, this, [this] { showSettings(false); });
-    connect(m_actions->engines, &QAction::triggered, this, [this] { showSettings(true); });
+    connect(m_actions->settings, &QAction::triggered, this,
+            [this] { showSettings(SettingsDialog::General); });
+    connect(m_actions->engines, &QAction::triggered, this,
+            [this] { showSettings(SettingsDialog::Engines); });
     connect(m_actions->keys, &QAction::triggered, this,
-            [this] { KeysPage(m_host.actions(), this).exec(); });
+            [this] { showSettings(SettingsDialog::Keys); });
     connect(m_actions->about, &QAction::triggered, this, &MainWindow::showAbout);
+}
+
+void MainWindow::connectRunning()
+{
+    RunDesk *running = &m_host.running();
+    connect(m_actions->run, &QAction::triggered, running, &RunDesk::run);
+    connect(m_actions->stop, &QAction::triggered, running, &RunDesk::stop);
+    connect(running, &RunDesk::runningChanged, this, &MainWindow::updateState);
+    connect(running, &RunDesk::wrote, m_output, &OutputDock::write);
+    connect(running, &RunDesk::started, m_output, [this](const QString &commandLine) {
+        m_output->begin(commandLine);
+        m_output->show();
+        m_output->raise();
+    });
+    connect(running, &RunDesk::ended, m_output,
+            [this](RunDesk::Outcome outcome, const QString &text) {
+                m_output->end(text, outcome == RunDesk::Failed);
+                m_host.status().tell(text);
+            });
+    connect(running, &RunDesk::setUpWanted, this,
+            [this] { showSettings(SettingsDialog::Engines); });
+}
+
+// The window's own commands have keys that can be changed, too.
+void MainWindow::enrollActions()
+{
+    const QList<QAction *> known = m_host.actions().actions();
+    const QList<QAction *> own = QWidget::actions();
+    for (QAction *action : own) {
+        if (!action->objectName().isEmpty() && !known.contains(action))
+            m_host.actions().enroll(action);
+    }
 }
 
 // New and Open have one entry for each type of file that the engine makes; a definition is no such
@@ -199,7 +228,7 @@ void MainWindow::updateState()
 {
     Kiln::ProjectFile *file = m_host.deck().currentFile();
     Kiln::ParentProject *project = m_host.session().parentProject();
-    m_actions->setState(project != nullptr, file != nullptr, m_host.isBusy());
+    m_actions->setState(project != nullptr, file != nullptr, m_host.running().isRunning());
     QStringList title;
     if (file) {
         title.append(FileTabs::title(file) + QLatin1String("[*]"));
@@ -215,11 +244,10 @@ void MainWindow::updateState()
         m_findBar->hide();
 }
 
-void MainWindow::showSettings(bool engines)
+void MainWindow::showSettings(SettingsDialog::Page page)
 {
-    SettingsDialog dialog(m_host.settings(), m_host.engines(), this);
-    if (engines)
-        dialog.showEngines();
+    SettingsDialog dialog(m_host, this);
+    dialog.showPage(page);
     dialog.exec();
     if (m_host.engine())
         m_host.engine()->save();
@@ -245,35 +273,60 @@ void MainWindow::stepMessage(int by)
     m_messages->activate(index);
 }
 
-// What came of it, for the bar: nobody wants a box in the way of the next key.
-QString MainWindow::findText(const QString &text, unsigned int flags)
+// What came of it stands in the bar: nobody wants a box in the way of the next key.
+void MainWindow::findText(const QString &text, unsigned int flags)
 {
     Kiln::FileEditor *editor = m_host.deck().currentFileEditor();
     Kiln::ProjectFile *file = m_host.deck().currentFile();
     if (!editor || !file || text.isEmpty())
-        return QString();
-    const bool isExpression = flags & Kiln::Editor::RegularExpression;
-    const QRegularExpression expression(isExpression ? text : QRegularExpression::escape(text),
-                                        flags & Kiln::Editor::CaseSensitive
-                                            ? QRegularExpression::NoPatternOption
-                                            : QRegularExpression::CaseInsensitiveOption);
-    if (!expression.isValid())
-        return tr("Bad expression: %1").arg(expression.errorString());
-    if (!editor->find(file, text, flags))
-        return tr("Nothing found");
-    // Expressions may mean a little more here than to the editor: they are not counted.
-    const auto *document = dynamic_cast<Kiln::CodeDocument *>(file);
-    if (isExpression || !document || document->characterCount() > mostCounted)
-        return QString();
-    const QTextCursor cursor = m_host.surface()->editor()->textCursor();
-    const QTextBlock block = document->findBlock(cursor.selectionStart());
-    const unsigned int start = unsigned(cursor.selectionStart() - block.position());
-    const QList<Kiln::ProjectFile::SearchResult> all = file->search(expression);
-    for (int i = 0; i < all.size(); ++i) {
-        if (all[i].line == unsigned(block.blockNumber()) && all[i].start == start)
-            return tr("%1 of %2").arg(i + 1).arg(all.size());
+        return;
+    m_tellsHits = true;
+    const bool isFound = editor->find(file, text, flags | Kiln::Editor::Silent);
+    const auto *code = qobject_cast<Kiln::CodeFileEditor *>(editor);
+    if (code && code->ranOutOfTime())
+        m_findBar->tell(tr("The expression takes too long"));
+    else if (!isFound)
+        m_findBar->tell(tr("Nothing found"));
+    else
+        tellHits();
+}
+
+void MainWindow::replaceText(const QString &text, const QString &by, unsigned int flags, bool all)
+{
+    Kiln::Editor *editor = m_host.deck().current();
+    if (!editor)
+        return;
+    const Kiln::CodeEditor *view = m_host.surface()->editor();
+    const int count = view->hitState() == Kiln::CodeEditor::Searched ? view->hitCount() : 0;
+    editor->replace(text, by, flags | Kiln::Editor::Silent, all);
+    const auto *code = qobject_cast<Kiln::CodeFileEditor *>(editor);
+    if (code && code->ranOutOfTime())
+        m_findBar->tell(tr("The expression takes too long"));
+    else if (code && all)
+        m_findBar->tell(tr("%1 replaced").arg(count));
+    m_tellsHits = !all; // there are none any more
+}
+
+void MainWindow::tellHits()
+{
+    if (!m_tellsHits)
+        return;
+    const Kiln::CodeEditor *view = m_host.surface()->editor();
+    const int count = view->hitCount();
+    const int selected = view->selectedHit();
+    switch (view->hitState()) {
+    case Kiln::CodeEditor::Searched:
+        m_findBar->tell(count == 0     ? tr("Nothing found")
+                        : selected > 0 ? tr("%1 of %2").arg(selected).arg(count)
+                        : count == 1   ? tr("1 hit")
+                                       : tr("%1 hits").arg(count));
+        break;
+    case Kiln::CodeEditor::OutOfTime:
+        m_findBar->tell(tr("The expression takes too long"));
+        break;
+    default:
+        break;
     }
-    return QString();
 }
 
 void MainWindow::startFind()

@@ -3,8 +3,6 @@
 #include "mainwindow.h"
 
 #include "mainactions.h"
-#include "messagesdock.h"
-#include "outputdock.h"
 #include "projecttreedock.h"
 #include "welcomepage.h"
 
@@ -168,34 +166,6 @@ void MainWindow::moveToTrash(const QString &fileName)
     file = m_host.session().findFile(fileName);
     if (file)
         file->project()->removeFile(file);
-}
-
-// The engine reads from the disk, and events are handled while it runs.
-void MainWindow::runInEngine()
-{
-    Kiln::ParentProject *project = m_host.session().parentProject();
-    if (!project || m_host.isBusy())
-        return;
-    if (!m_host.session().modifiedFiles(project).isEmpty() &&
-        Kiln::askQuestion(this, tr("Run in engine"),
-                          tr("The engine reads the saved files. Do you want to save all changes "
-                             "first?"))) {
-        m_host.saving().saveAll();
-    }
-    QString output;
-    bool success = false;
-    {
-        m_host.setBusy(true);
-        updateState();
-        m_host.status().tell(tr("Running in the engine..."));
-        success = project->run(&output);
-        m_host.setBusy(false);
-    }
-    updateState();
-    m_host.status().clearMessage();
-    m_output->addRun(output, success);
-    m_output->show();
-    m_output->raise();
 }
 
 } // namespace Studio

@@ -1,26 +1,38 @@
 #pragma once
 
 #include <QDockWidget>
+#include <QTextCharFormat>
 
+class QAction;
 class QPlainTextEdit;
 
 namespace Studio
 {
 
-/// What the engine printed while the project ran in it, run after run.
+/// What the engine writes while the project runs in it, run after run; what it writes to its
+/// standard error is red and slanted. The view follows the end unless the user has scrolled up.
 class OutputDock : public QDockWidget
 {
     Q_OBJECT
 
 public:
-    explicit OutputDock(QWidget *parent = nullptr);
+    /// `commands` are shown beside the text.
+    explicit OutputDock(const QList<QAction *> &commands, QWidget *parent = nullptr);
 
-    /// Appends the output of one run under a line that tells the time and the outcome.
-    void addRun(const QString &output, bool success);
+    /// A run begins, of this command line.
+    void begin(const QString &commandLine);
+    void write(const QString &text, bool isError);
+    /// It has ended so.
+    void end(const QString &how, bool isBad);
     QString text() const;
 
 private:
+    void addLine(const QString &line, bool isBad);
+    void append(const QString &text, const QTextCharFormat &format);
+    static QTextCharFormat errorFormat();
+
     QPlainTextEdit *m_text;
+    bool m_lastIsError = false; ///< what was written last
 };
 
 } // namespace Studio

@@ -6,6 +6,8 @@
 #include "viewportpage.h"
 
 #include <hostkit/enginelibraries.h>
+#include <hostkit/hostbase.h>
+#include <hostkit/keyspage.h>
 #include <hostkit/settings.h>
 #include <hostkit/widgets.h>
 
@@ -27,21 +29,22 @@ namespace Studio
 
 using namespace HostKit;
 
-SettingsDialog::SettingsDialog(Settings &settings, EngineLibraries &engines, QWidget *parent)
+SettingsDialog::SettingsDialog(const HostBase &host, QWidget *parent)
     : QDialog(parent)
-    , m_settings(settings)
+    , m_settings(host.settings())
     , m_pages(named(new QTabWidget(this), "settings_pages", tr("Pages")))
 {
     named(this, "settings_dialog");
     setWindowTitle(tr("Settings"));
     m_pages->addTab(generalPage(), tr("&General"));
     m_pages->addTab(codePage(), tr("&Code"));
-    m_viewport = new ViewportPage(settings, this);
+    m_viewport = new ViewportPage(m_settings, this);
     m_pages->addTab(m_viewport, tr("&Viewport"));
-    m_colors = new ColorPage(settings, this);
+    m_colors = new ColorPage(m_settings, this);
     m_pages->addTab(m_colors, tr("C&olours"));
-    m_engines = enginePage(engines);
-    m_pages->addTab(m_engines, tr("&Engines"));
+    m_keys = new KeysPage(host.shortcuts(), this);
+    m_pages->addTab(m_keys, tr("&Keys"));
+    m_pages->addTab(enginePage(host.engines()), tr("&Engines"));
 
     auto *buttons =
         named(new QDialogButtonBox(
@@ -58,9 +61,9 @@ SettingsDialog::SettingsDialog(Settings &settings, EngineLibraries &engines, QWi
     resize(560, 480);
 }
 
-void SettingsDialog::showEngines()
+void SettingsDialog::showPage(Page page)
 {
-    m_pages->setCurrentWidget(m_engines);
+    m_pages->setCurrentIndex(page);
 }
 
 void SettingsDialog::accept()
@@ -115,7 +118,7 @@ QWidget *SettingsDialog::codePage()
     m_tabWidth = named(new QSpinBox(page), "settings_tab_width", tr("Tab width"));
     m_tabWidth->setRange(1, 32);
     m_tabWidth->setValue(m_settings.value("code_tab_width").toInt());
-    form->addRow(tr("Tab &width:"), m_tabWidth);
+    form->addRow(tr("Tab wi&dth:"), m_tabWidth);
 
     auto *keys = new QGroupBox(tr("Indentation"), page);
     auto *keysLayout = new QVBoxLayout(keys);
@@ -125,6 +128,7 @@ QWidget *SettingsDialog::codePage()
     auto *view = new QGroupBox(tr("View"), page);
     auto *viewLayout = new QVBoxLayout(view);
     viewLayout->addWidget(option("show_code_bar", tr("Show code tool&bar"), page));
+    viewLayout->addWidget(option("code_wrap", tr("&Wrap long lines"), page));
     viewLayout->addWidget(option("code_line_numbers", tr("Line n&umbers"), page));
     viewLayout->addWidget(option("code_folding_markers", tr("Fold &markers"), page));
     viewLayout->addWidget(option("code_highlight_line", tr("Mark the current &line"), page));
@@ -182,6 +186,7 @@ void SettingsDialog::apply()
     m_settings.setValue("code_tab_width", m_tabWidth->value());
     m_viewport->apply();
     m_colors->apply();
+    m_keys->apply();
     m_settings.apply();
 }
 

@@ -12,6 +12,8 @@ class QTabWidget;
 namespace HostKit
 {
 class EngineLibraries;
+class HostBase;
+class KeysPage;
 class Settings;
 } // namespace HostKit
 
@@ -28,12 +30,11 @@ class SettingsDialog : public QDialog
     Q_OBJECT
 
 public:
-    SettingsDialog(HostKit::Settings &settings,
-                   HostKit::EngineLibraries &engines,
-                   QWidget *parent = nullptr);
+    enum Page { General, Code, Viewport, Colours, Keys, Engines };
 
-    /// Shows the page with the engines in front.
-    void showEngines();
+    explicit SettingsDialog(const HostKit::HostBase &host, QWidget *parent = nullptr);
+
+    void showPage(Page page);
 
     void accept() override;
 
@@ -54,7 +55,7 @@ private:
     QSpinBox *m_tabWidth = nullptr;
     ViewportPage *m_viewport = nullptr;
     ColorPage *m_colors = nullptr;
-    QWidget *m_engines = nullptr;
+    HostKit::KeysPage *m_keys = nullptr;
 };
 
 } // namespace Studio

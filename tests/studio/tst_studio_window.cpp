@@ -1,6 +1,8 @@
 #include "windowtest.h"
 
 #include <findinfilesdock.h>
+#include <hostkit/rundesk.h>
+#include <hostkit/shortcuts.h>
 #include <hostkit/statusfields.h>
 #include <hostkit/theme.h>
 #include <kilnx/project/engine.h>
@@ -29,6 +31,16 @@ class tst_studio_window : public WindowTest
     MessageTable *messages() const { return &host().messages(); }
     QTreeView *nodes() const { return m_window->findChild<QTreeView *>("code_tree"); }
     QListView *organizer() const { return m_window->findChild<QListView *>("org_list"); }
+
+    void searchFiles(const QString &text, bool isExpression)
+    {
+        auto *dock = m_window->findChild<FindInFilesDock *>();
+        auto *field = dock->findChild<QLineEdit *>("search_text");
+        field->setText(text);
+        dock->findChild<QAbstractButton *>("search_regex")->setChecked(isExpression);
+        QTest::keyClick(field, Qt::Key_Return);
+        QTRY_VERIFY_WITH_TIMEOUT(!dock->isSearching(), 20000);
+    }
 
     // Puts the cursor at the end of the first line that holds `text`.
     void goTo(const QString &text)
@@ -422,25 +434,43 @@ private slots:
         QTest::keyClick(view(), Qt::Key_F, Qt::ControlModifier);
         auto *field = m_window->findChild<QLineEdit *>("find_text");
         auto *told = m_window->findChild<QLabel *>("find_result");
+        const auto check = [this](const char *box) {
+            QTest::mouseClick(m_window->findChild<QAbstractButton *>(box), Qt::LeftButton, {},
+                              {8, 8});
+        };
         const auto search = [&](const char *text) {
             field->setText(text);
             QTest::keyClick(field, Qt::Key_Return);
-            return told->text();
         };
-        QCOMPARE(search("abc"), QString("1 of 3"));
+        field->setText("abc"); // counted before anything is looked for
+        QTRY_COMPARE(told->text(), QString("3 hits"));
+        QTest::keyClick(field, Qt::Key_Return);
+        QCOMPARE(told->text(), QString("1 of 3"));
         QTest::keyClick(field, Qt::Key_Return);
         QCOMPARE(told->text(), QString("2 of 3"));
         m_window->findChild<QPushButton *>("find_previous")->click();
         QCOMPARE(told->text(), QString("1 of 3"));
-        QCOMPARE(search("nobody"), QString("Nothing found")); // and no box
-        m_window->findChild<QAbstractButton *>("find_case")->setChecked(true);
-        QCOMPARE(search("ABC"), QString("1 of 1"));
-        m_window->findChild<QAbstractButton *>("find_regex")->setChecked(true);
-        QVERIFY(search("(abc").startsWith("Bad expression: "));
-        QCOMPARE(search("x.*c"), QString());
+        check("find_words");
+        QTRY_COMPARE(told->text(), QString("1 of 2"));
+        search("nobody");
+        QCOMPARE(told->text(), QString("Nothing found")); // and no box
+        check("find_case");
+        search("ABC");
+        QTRY_COMPARE(told->text(), QString("1 of 1"));
+        check("find_words");
+        check("find_regex");
+        search("(abc");
+        QVERIFY(told->text().startsWith("Bad expression: "));
+        search("x.*c");
+        QTRY_COMPARE(told->text(), QString("1 of 1"));
         QCOMPARE(view()->textCursor().selectedText(), QString("xabc"));
-        field->setText("changed");
-        QCOMPARE(told->text(), QString());
+        m_window->findChild<QPushButton *>("find_replace_all")->click();
+        QCOMPARE(told->text(), QString("1 replaced"));
+        QTRY_COMPARE(view()->hitCount(), 0);
+        QCOMPARE(told->text(), QString("1 replaced"));
+        QTest::keyClick(field, Qt::Key_Escape);
+        QCOMPARE(view()->hitState(), Kiln::CodeEditor::NotSearched);
+        document()->undo();
         document()->undo();
     }
 
@@ -459,17 +489,79 @@ private slots:
         const auto [text, expression, hits] = row<QString, bool, bool>();
         auto *dock = m_window->findChild<FindInFilesDock *>();
         actions()->findInFiles->trigger();
-        auto *field = dock->findChild<QLineEdit *>("search_text");
-        field->setText(text);
-        dock->findChild<QAbstractButton *>("search_regex")->setChecked(expression);
-        QTest::keyClick(field, Qt::Key_Return);
+        searchFiles(text, expression);
         QCOMPARE(dock->hitCount() > 0, hits);
         // These match empty text at many places, or at every one.
-        for (const char *hostile : {"x*", "\\b", "(?=w)", "^", "$"}) {
-            field->setText(hostile);
-            dock->findChild<QAbstractButton *>("search_regex")->setChecked(true);
-            QTest::keyClick(field, Qt::Key_Return);
-        }
+        for (const char *hostile : {"x*", "\\b", "(?=w)", "^", "$"})
+            searchFiles(hostile, true);
+    }
+
+    void longSearchesEnd()
+    {
+        auto *dock = m_window->findChild<FindInFilesDock *>();
+        actions()->findInFiles->trigger();
+        open("heroes/wren/air.glow");
+        document()->insert(QString(3000, 'a') + '\n');
+        searchFiles("(a+)+[=#]", true);
+        auto *told = dock->findChild<QLabel *>("search_summary");
+        QVERIFY(told->text().endsWith("The expression takes too long."));
+        document()->insert((QString(3000, 'a') + '\n').repeated(4));
+        searchFiles("a", false);
+        QCOMPARE(dock->hitCount(), 10000);
+        QTest::keyClick(dock->findChild<QLineEdit *>("search_text"), Qt::Key_Return);
+        QTest::mouseClick(dock->findChild<QPushButton *>("search_start"), Qt::LeftButton);
+        QVERIFY(!dock->isSearching());
+        QVERIFY(told->text().contains("Stopped"));
+        document()->undo();
+        document()->undo();
+    }
+
+    // Checked hits are replaced, also in a file that no definition names, each file in one step.
+    void replacesInFiles()
+    {
+        auto *dock = m_window->findChild<FindInFilesDock *>();
+        auto *results = dock->findChild<QTreeWidget *>("search_results");
+        open("heroes/wren/air.glow");
+        view()->insertPlainText("pole 1 pole 2\n");
+        actions()->findInFiles->trigger();
+        dock->findChild<QAbstractButton *>("search_words")->setChecked(true);
+        searchFiles("(pole)( 2)?", true);
+        QMap<QString, QTreeWidgetItem *> files;
+        for (int i = 0; i < results->topLevelItemCount(); ++i)
+            files.insert(results->topLevelItem(i)->text(0), results->topLevelItem(i));
+        QVERIFY(!session().findFile(path("shared/gallery.glow")));
+        QTreeWidgetItem *gallery = files.value("shared/gallery.glow");
+        QTreeWidgetItem *air = files.value("heroes/wren/air.glow");
+        QVERIFY(gallery && air);
+        QCOMPARE(air->childCount(), 2);
+        QTest::keyClicks(dock->findChild<QLineEdit *>("search_replacement"), "<\\1>");
+        QCOMPARE(air->child(1)->text(2), QString("pole 1 <pole>"));
+        for (QTreeWidgetItem *file : qAsConst(files))
+            file->setCheckState(0, file == air || file == gallery ? Qt::Checked : Qt::Unchecked);
+        const QRect row = results->visualItemRect(air->child(0));
+        results->scrollToItem(air->child(0));
+        QTest::mouseClick(results->viewport(), Qt::LeftButton, {},
+                          results->visualItemRect(air->child(0)).topLeft() +
+                              QPoint(10, row.height() / 2));
+        QCOMPARE(air->checkState(0), Qt::PartiallyChecked);
+        const QString before = document()->toString();
+        document()->insert("pole 2"); // and is not asked about
+        QTest::mouseClick(dock->findChild<QPushButton *>("search_replace"), Qt::LeftButton);
+        QVERIFY(dock->findChild<QLabel *>("search_summary")
+                    ->text()
+                    .startsWith("Replaced: 2, files: 2"));
+        auto *changed =
+            dynamic_cast<Kiln::CodeDocument *>(session().findFile(path("shared/gallery.glow")));
+        QVERIFY(changed && changed->toString().contains("pose with <pole>"));
+        changed->undo();
+        QVERIFY(!static_cast<QTextDocument *>(changed)->isModified());
+        open("heroes/wren/air.glow");
+        QVERIFY(document()->toString().startsWith("pole 1 <pole>\n"));
+        document()->undo();
+        document()->undo();
+        QCOMPARE(document()->toString(), before);
+        document()->undo();
+        actions()->saveAll->trigger();
     }
 
     void settingsDialogReachesTheView()
@@ -547,7 +639,76 @@ private slots:
         const QString output = m_window->findChild<OutputDock *>()->text();
         QVERIFY2(output.contains("Ember game"), qPrintable(output));
         QVERIFY2(output.contains("wren.wisp"), qPrintable(output));
+        QVERIFY(output.contains("exit code 0"));
         QVERIFY(actions()->run->isEnabled());
+    }
+
+    // While the engine runs, files are edited and saved; closing the window asks.
+    void windowIsUsedWhileTheEngineRuns_data()
+    {
+        const auto add = columns<bool>("closes");
+        add("stopped by its command", false);
+        add("stopped by closing the window", true);
+    }
+
+    void windowIsUsedWhileTheEngineRuns()
+    {
+        const auto [closes] = row<bool>();
+        const QString game = m_directory->filePath("game");
+        writeFile(game, "#!/bin/sh\necho alive; echo fault >&2; exec sleep 1000\n");
+        QFile::setPermissions(game, QFile::ReadOwner | QFile::ExeOwner);
+        Kiln::Engine &engine = *host().engine();
+        const auto info = engine.at(0);
+        engine.edit(0, info.name, game, "", "");
+        open("heroes/wren/air.glow");
+        auto *output = m_window->findChild<OutputDock *>();
+        bool wasUsed = false;
+        const auto use = [&, closes = closes] {
+            wasUsed = true;
+            type("; while it runs\n");
+            QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier);
+            QVERIFY(!actions()->run->isEnabled());
+            if (!closes) {
+                QTest::keyClick(m_window.get(), Qt::Key_F5, Qt::ShiftModifier);
+                return;
+            }
+            for (const auto answer : {QMessageBox::No, QMessageBox::Yes}) {
+                m_dialogs->expectBox(answer);
+                QTest::keyClick(m_window.get(), Qt::Key_Q, Qt::ControlModifier);
+                QCOMPARE(m_window->isVisible(), answer == QMessageBox::No);
+            }
+        };
+        QTimer wait;
+        connect(&wait, &QTimer::timeout, this, [&] {
+            if (!wasUsed && output->text().contains("alive") && output->text().contains("fault"))
+                use();
+        });
+        wait.start(20);
+        QTest::keyClick(m_window.get(), Qt::Key_F5);
+        QVERIFY(wasUsed);
+        QVERIFY(readFile(path("heroes/wren/air.glow")).startsWith("; while it runs\r\n"));
+        QVERIFY2(output->text().contains("Stopped"), qPrintable(output->text()));
+        QVERIFY(!host().running().isRunning());
+        QTextCursor fault = output->findChild<QPlainTextEdit *>()->document()->find("fault");
+        QTextCursor alive = output->findChild<QPlainTextEdit *>()->document()->find("alive");
+        QVERIFY(fault.charFormat() != alive.charFormat());
+        engine.edit(0, info.name, info.executable, info.arguments, info.icon);
+    }
+
+    void missingEngineIsNamed()
+    {
+        Kiln::Engine &engine = *host().engine();
+        const auto info = engine.at(0);
+        engine.edit(0, info.name, "/no/such/program", "", "");
+        m_dialogs->expectBox(QMessageBox::Yes);
+        m_dialogs->expectDialog([](QDialog *dialog) {
+            auto *pages = dialog->findChild<QTabWidget *>("settings_pages");
+            QCOMPARE(pages->tabText(pages->currentIndex()).remove('&'), QString("Engines"));
+            dialog->reject();
+        });
+        actions()->run->trigger();
+        QVERIFY(m_dialogs->seen().first().text.contains("/no/such/program"));
+        engine.edit(0, info.name, info.executable, info.arguments, info.icon);
     }
 
     void definitionsDoNotTakeSettingsAway()
@@ -598,6 +759,94 @@ private slots:
                     all.append({place, action->objectName()});
             }
         }
+    }
+
+    // A key is searched, set although another command has it, and kept over a restart.
+    void keysAreChanged()
+    {
+        QStringList without;
+        for (const QAction *command : host().shortcuts().commands()) {
+            if (command->shortcut().isEmpty())
+                without += command->objectName();
+        }
+        QCOMPARE(without, QStringList());
+        const auto keyOf = [this](const char *name) {
+            return m_window->findChild<QAction *>(name)->shortcut().toString();
+        };
+        QCOMPARE(keyOf("code_goto"), QString("Ctrl+L"));
+        const auto onPage = [this](const std::function<void(QDialog *, QTreeWidget *)> &act) {
+            m_dialogs->expectDialog([=](QDialog *dialog) {
+                auto *tree = dialog->findChild<QTreeWidget *>("keys_tree");
+                auto *filter = dialog->findChild<QLineEdit *>("keys_filter");
+                QTest::keyClicks(filter, "go to line");
+                QTreeWidgetItem *found = nullptr;
+                int shown = 0;
+                for (QTreeWidgetItemIterator item(tree, QTreeWidgetItemIterator::NotHidden); *item;
+                     ++item) {
+                    shown += (*item)->childCount() == 0 ? 1 : 0;
+                    found = *item;
+                }
+                QCOMPARE(shown, 1);
+                tree->setCurrentItem(found);
+                act(dialog, tree);
+                dialog->findChild<QDialogButtonBox *>("settings_buttons")
+                    ->button(QDialogButtonBox::Ok)
+                    ->click();
+            });
+            QTest::keyClick(m_window.get(), Qt::Key_F1);
+        };
+        onPage([](QDialog *dialog, QTreeWidget *) {
+            auto *key = dialog->findChild<QKeySequenceEdit *>("keys_key");
+            auto *told = dialog->findChild<QLabel *>("keys_told");
+            QTest::keyClick(key, Qt::Key_K, Qt::ControlModifier | Qt::AltModifier);
+            QVERIFY(told->text().contains("'Backup...'"));
+            QTest::keyClick(key, Qt::Key_G, Qt::ControlModifier | Qt::AltModifier);
+            QVERIFY(told->text().contains("'Save as animated GIF...'"));
+            QTest::mouseClick(dialog->findChild<QPushButton *>("keys_set"), Qt::LeftButton);
+            QCOMPARE(told->text(), QString());
+        });
+        for (const bool isLater : {false, true}) {
+            if (isLater) {
+                QVERIFY(m_window->close());
+                makeWindow();
+                m_window->show();
+            }
+            QCOMPARE(keyOf("code_goto"), QString("Ctrl+Alt+G"));
+            QCOMPARE(keyOf("anim_save_gif"), QString());
+            QCOMPARE(keyOf("action_backup"), QString("Ctrl+Alt+K"));
+        }
+        onPage([](QDialog *dialog, QTreeWidget *) {
+            QTest::mouseClick(dialog->findChild<QPushButton *>("keys_standard"), Qt::LeftButton);
+        });
+        QCOMPARE(keyOf("code_goto"), QString("Ctrl+L"));
+        QVERIFY(!settings().value("keys/code_goto").isValid());
+    }
+
+    // Dropped on any part of the window, a file is opened and a directory is a project.
+    void droppedFilesAreOpened()
+    {
+        open("heroes/wren/air.glow");
+        const QString before = document()->toString();
+        const auto drop = [this](QWidget *target, const QString &name) {
+            QMimeData data;
+            data.setUrls({QUrl::fromLocalFile(name)});
+            const QPoint place(5, 5);
+            QDragEnterEvent enter(place, Qt::CopyAction, &data, Qt::LeftButton, {});
+            QApplication::sendEvent(target, &enter);
+            QVERIFY(enter.isAccepted());
+            QDropEvent event(place, Qt::CopyAction, &data, Qt::LeftButton, {});
+            QApplication::sendEvent(target, &event);
+        };
+        int number = 0;
+        for (QWidget *target : {view()->viewport(), static_cast<QWidget *>(&host().tabs()),
+                                m_window->findChild<QTreeView *>("project_tree")->viewport()}) {
+            const char *name = number++ % 2 ? "heroes/wren/air.glow" : "heroes/wren/hurt.glow";
+            drop(target, path(name));
+            QTRY_COMPARE(document()->fileName(), path(name));
+        }
+        QCOMPARE(document()->toString().contains("file:"), false);
+        open("heroes/wren/air.glow");
+        QCOMPARE(document()->toString(), before);
     }
 
     void panelsAreReachedByTheKeyboard()
