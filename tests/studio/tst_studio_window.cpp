@@ -810,6 +810,8 @@ private slots:
                 QVERIFY(m_window->close());
                 makeWindow();
                 m_window->show();
+                m_window->activateWindow();
+                QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
             }
             QCOMPARE(keyOf("code_goto"), QString("Ctrl+Alt+G"));
             QCOMPARE(keyOf("anim_save_gif"), QString());
