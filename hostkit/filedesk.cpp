@@ -69,6 +69,9 @@ bool FileDesk::openFile(const QString &fileName, unsigned int id)
         file = m_session->createFile(fileName, id);
     } else if (!file) {
         file = m_session->loadFile(fileName, id);
+        if (file && dynamic_cast<Kiln::CodeDocument *>(file) && ProjectSession::isLarge(fileName))
+            Q_EMIT message(tr("'%1' is large: it has no colours, nodes and messages.")
+                               .arg(FileTabs::title(file)));
     }
     if (!file) {
         Q_EMIT message(tr("'%1' cannot be opened.").arg(shown));
@@ -112,6 +115,8 @@ bool FileDesk::closeFile(Kiln::ProjectFile *file)
         return false;
     if (!saved && isGone(file) && !(mayLose({file->fileName()}) && isThere(file)))
         return false;
+    if (m_session->unloadText(file))
+        return true;
     if (file->isModified())
         throwChangesAway(file);
     else

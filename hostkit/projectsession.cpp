@@ -2,6 +2,7 @@
 
 #include <hostkit/enginelibraries.h>
 
+#include <kilnx/code/codedocument.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/project/engine.h>
 #include <kilnx/project/engineplugin.h>
@@ -66,6 +67,9 @@ void ProjectSession::close(Kiln::ParentProject *project)
     if (!project || !m_open.contains(project))
         return;
     Q_EMIT aboutToClose(project);
+    const QList<Kiln::ProjectFile *> closed = files(project);
+    for (Kiln::ProjectFile *file : closed)
+        m_loaded.remove(file);
     m_open.removeAll(project);
     const QList<Kiln::Project *> all = projects(project);
     for (Kiln::Project *each : all) {
@@ -200,11 +204,32 @@ Kiln::ProjectFile *ProjectSession::loadFile(const QString &fileName, unsigned in
     if (Kiln::ProjectFile *known = findFile(fileName))
         return known;
     Kiln::ProjectFile *file = makeFile(fileName, id);
+    const bool isText = dynamic_cast<Kiln::CodeDocument *>(file);
+    if (isText && isLarge(fileName)) {
+        for (const char *option : {"parseCode", "modelCode", "highlightCode"})
+            file->setOption(QLatin1String(option), false, false, false);
+    }
     if (file && !file->fromFile(file->project()->archive(), fileName, false)) {
         file->project()->removeFile(file);
         return nullptr;
     }
+    if (isText)
+        m_loaded.insert(file);
     return file;
+}
+
+bool ProjectSession::isLarge(const QString &fileName)
+{
+    constexpr qint64 large = 8 << 20;
+    return QFileInfo(fileName).size() >= large;
+}
+
+bool ProjectSession::unloadText(Kiln::ProjectFile *file)
+{
+    if (!m_loaded.contains(file) || fileId(file).has(FileID::Definition))
+        return false;
+    file->project()->removeFile(file);
+    return true;
 }
 
 Kiln::ProjectFile *ProjectSession::newFile(unsigned int id)
@@ -274,6 +299,7 @@ void ProjectSession::follow(Kiln::Project *project)
     connect(project, &Kiln::Project::fileRemoved, this,
             [this, project](const Kiln::ProjectFile *file, FileID) {
                 auto *removed = const_cast<Kiln::ProjectFile *>(file);
+                m_loaded.remove(removed);
                 if (project->fileID(removed).bits == 0)
                     Q_EMIT fileRemoved(removed);
             });

@@ -7,6 +7,7 @@
 #include <QtCore/QList>
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
+#include <QtCore/QSet>
 
 namespace Kiln
 {
@@ -73,6 +74,13 @@ public:
     /// lets its suffix tell. Null when the engine has no such type or the file cannot be read.
     Kiln::ProjectFile *loadFile(const QString &fileName, unsigned int id);
 
+    /// Whether a text is too large to be parsed and coloured while it is edited: 8 MB or more. It is
+    /// loaded by loadFile() without, and costs little more than its text.
+    static bool isLarge(const QString &fileName);
+    /// Takes a text that loadFile() has loaded out of its project, and frees it, whatever changes
+    /// it has. False, with nothing done, for a definition and every other file.
+    bool unloadText(Kiln::ProjectFile *file);
+
     /// A new file of a type in the current project, which has no name yet; null as for loadFile().
     Kiln::ProjectFile *newFile(unsigned int id);
 
@@ -97,6 +105,7 @@ private:
     void follow(Kiln::Project *project);
 
     EngineLibraries &m_engines;
+    QSet<Kiln::ProjectFile *> m_loaded; ///< by loadFile(); only ever compared
     QList<QPointer<Kiln::ParentProject>> m_open;
     QPointer<Kiln::ParentProject> m_parent; ///< the current one
     QPointer<Kiln::Project> m_current;
