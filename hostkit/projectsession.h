@@ -74,8 +74,8 @@ public:
     /// lets its suffix tell. Null when the engine has no such type or the file cannot be read.
     Kiln::ProjectFile *loadFile(const QString &fileName, unsigned int id);
 
-    /// Whether a text is too large to be parsed and coloured while it is edited: 8 MB or more. It is
-    /// loaded by loadFile() without, and costs little more than its text.
+    /// Whether a text is too large to be parsed and coloured while it is edited: 8 MB or more. It
+    /// is loaded by loadFile() without, and costs little more than its text.
     static bool isLarge(const QString &fileName);
     /// Takes a text that loadFile() has loaded out of its project, and frees it, whatever changes
     /// it has. False, with nothing done, for a definition and every other file.
