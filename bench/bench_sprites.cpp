@@ -1,14 +1,27 @@
 // A sprite file of thousands of pictures: opening it beside reading its bytes, and walking through
-// its pictures as a viewport does beside a file that keeps none of them decoded.
+// its pictures as a viewport does beside a file that keeps none of them decoded. And picture files
+// that are added to one, read by two threads beside one.
 
 #include "besidebare.h"
 
 #include <ember/embersprites.h>
+#include <hostkit/editordeck.h>
+#include <hostkit/enginelibraries.h>
+#include <hostkit/hostbase.h>
+#include <hostkit/paths.h>
+#include <kilnx/editors/spriteeditor.h>
 #include <kilnx/project/archive.h>
 
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QFile>
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QTemporaryDir>
+#include <QtCore/QThreadPool>
+#include <QtCore/QTimer>
+#include <QtWidgets/QAction>
+#include <QtWidgets/QFileDialog>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QMainWindow>
 
 using namespace Kiln;
 using BesideBare::Comparison;
@@ -135,8 +148,121 @@ void walk(benchmark::State &state)
         state.SkipWithError("not opened");
 }
 
+/// Takes the time from the first step of progress to the end, by the clock on the wall.
+class ReadingTime : public Progress
+{
+public:
+    explicit ReadingTime(double &seconds)
+        : m_seconds(seconds)
+    {
+        m_clock.start();
+    }
+    void setProgress(unsigned int, unsigned int, bool *) override {}
+    void finish() override
+    {
+        m_seconds = double(m_clock.nsecsElapsed()) * 1e-9;
+        delete this;
+    }
+
+private:
+    double &m_seconds;
+    QElapsedTimer m_clock;
+};
+
+/// A window with an editor of sprites, whose user chooses the same files each time.
+class Desk : private QObject
+{
+public:
+    Desk()
+        : host(&window, HostKit::Paths::below(directory.path()), readingTime)
+    {
+        host.setOption(QStringLiteral("native_painting"), true);
+        host.makeCodeEditors();
+        host.makeGraphicsEditors();
+        QString fault;
+        host.engines().load(QStringLiteral(ENGINE), &fault);
+        editor = qobject_cast<SpriteEditor *>(host.deck().editor("sprites"));
+        window.show();
+        host.switchTo(editor);
+        qApp->installEventFilter(this);
+    }
+    /// How long the files were read; all that comes behind is added to `inserting`.
+    double addFiles(int threads, double &inserting)
+    {
+        QThreadPool::globalInstance()->setMaxThreadCount(threads);
+        const SpritesPointer sprites(new EmberSprites(StreamCache::Memory));
+        editor->setCurrentFile(sprites.get());
+        QElapsedTimer all;
+        all.start();
+        host.actionByKey("spr_add")->trigger();
+        inserting += double(all.nsecsElapsed()) * 1e-9 - readingTime;
+        isWhole &= int(sprites->itemCount()) == files.size();
+        editor->setCurrentFile(nullptr);
+        return readingTime;
+    }
+
+    QStringList files;
+    QTemporaryDir directory;
+    bool isWhole = true;
+
+private:
+    struct Host : HostKit::HostBase {
+        Host(QMainWindow *window, const HostKit::Paths &paths, double &readingTime)
+            : HostBase(window, paths)
+            , readingTime(readingTime)
+        {
+        }
+        Progress *progress(const QString &, bool) override { return new ReadingTime(readingTime); }
+
+        double &readingTime;
+    };
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        auto *dialog = qobject_cast<QDialog *>(watched);
+        if (dialog && event->type() == QEvent::Show)
+            QTimer::singleShot(0, dialog, [this, dialog] {
+                if (auto *name = dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit")))
+                    name->setText('"' + files.join(QLatin1String("\" \"")) + '"');
+                dialog->accept();
+            });
+        return false;
+    }
+
+    double readingTime = 0;
+    QMainWindow window;
+    Host host;
+    SpriteEditor *editor = nullptr;
+};
+
+/// The row's time is that of reading on two threads; "gain" is how many times as long one takes.
+void addFiles(benchmark::State &state)
+{
+    Desk desk;
+    QRandomGenerator random(1);
+    for (int i = 0; i < state.range(0); ++i) {
+        desk.files << desk.directory.filePath(QStringLiteral("%1.png").arg(i));
+        desk.isWhole &= figure({400, 400}, random).save(desk.files.last());
+    }
+    double one = 0;
+    double two = 0;
+    double inserting = 0;
+    for (auto step : state) {
+        Q_UNUSED(step)
+        one += desk.addFiles(1, inserting);
+        const double time = desk.addFiles(2, inserting);
+        two += time;
+        state.SetIterationTime(time);
+    }
+    state.counters["gain"] = one / two;
+    state.counters["inserting_s"] = inserting / 2 / double(state.iterations());
+    if (!desk.isWhole)
+        state.SkipWithError("not all were added");
+}
+
 } // namespace
 
+BENCHMARK(addFiles)->Arg(1000)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
 BENCHMARK(open)->Arg(5000)->Arg(20000)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(walk)->Arg(500)->Arg(4000)->UseManualTime()->Unit(benchmark::kMillisecond);
 

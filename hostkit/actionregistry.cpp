@@ -33,14 +33,25 @@ const QMap<QString, int> listKeys{
 /// Keys of commands on a picture. They count where their container, or what is in it, has the
 /// focus.
 const QMap<QString, int> viewKeys{
-    {"spr_tool_canvasmove", Qt::Key_H},  {"spr_tool_selmove", Qt::Key_M},
-    {"spr_tool_rectsel", Qt::Key_R},     {"spr_tool_freesel", Qt::Key_L},
-    {"spr_tool_picker", Qt::Key_I},      {"spr_tool_pen", Qt::Key_P},
-    {"spr_tool_eraser", Qt::Key_E},      {"spr_tool_remap_pen", Qt::Key_X},
-    {"spr_tool_paintbucket", Qt::Key_G}, {"snd_add", Qt::Key_Insert},
-    {"snd_delete", Qt::Key_Delete},      {"snd_play", Qt::Key_Space},
-    {"snd_play_loop", Qt::Key_L},        {"snd_stop", Qt::Key_Escape},
-    {"snd_prev", Qt::Key_PageUp},        {"snd_next", Qt::Key_PageDown},
+    {"spr_tool_canvasmove", Qt::Key_H},
+    {"spr_tool_selmove", Qt::Key_M},
+    {"spr_tool_rectsel", Qt::Key_R},
+    {"spr_tool_freesel", Qt::Key_L},
+    {"spr_tool_picker", Qt::Key_I},
+    {"spr_tool_pen", Qt::Key_P},
+    {"spr_tool_eraser", Qt::Key_E},
+    {"spr_tool_remap_pen", Qt::Key_X},
+    {"spr_tool_paintbucket", Qt::Key_G},
+    {"spr_select_all", Qt::CTRL + Qt::Key_A},
+    {"spr_select_none", Qt::CTRL + Qt::Key_D},
+    {"spr_select_invert", Qt::CTRL + Qt::SHIFT + Qt::Key_I},
+    {"snd_add", Qt::Key_Insert},
+    {"snd_delete", Qt::Key_Delete},
+    {"snd_play", Qt::Key_Space},
+    {"snd_play_loop", Qt::Key_L},
+    {"snd_stop", Qt::Key_Escape},
+    {"snd_prev", Qt::Key_PageUp},
+    {"snd_next", Qt::Key_PageDown},
 };
 
 constexpr int chord = Qt::CTRL + Qt::ALT;

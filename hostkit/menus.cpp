@@ -56,6 +56,38 @@ bool Menus::eventFilter(QObject *watched, QEvent *event)
     return QObject::eventFilter(watched, event);
 }
 
+/// The first letter of a word, or else any letter, that no other command of the menu has: the texts
+/// of library and engines come without.
+void Menus::giveKeys(const QMenu &menu)
+{
+    const QLatin1Char mark('&');
+    QString taken;
+    const QList<QAction *> commands = menu.actions();
+    for (const QAction *command : commands) {
+        const int at = command->text().indexOf(mark) + 1;
+        if (at > 0)
+            taken += command->text().mid(at, 1).toLower();
+    }
+    for (QAction *command : commands) {
+        QString text = command->text();
+        const auto isFree = [&](int at, bool starts) {
+            return text[at].isLetterOrNumber() && !taken.contains(text[at].toLower()) &&
+                   (!starts || at == 0 || text[at - 1].isSpace());
+        };
+        int best = -1;
+        for (int at = text.size() - 1; at >= 0 && !text.contains(mark); --at) {
+            if (isFree(at, true) || (isFree(at, false) && (best < 0 || !isFree(best, true))))
+                best = at;
+        }
+        if (best >= 0) {
+            taken += text[best].toLower();
+            command->setText(text.insert(best, mark));
+        }
+        if (command->menu())
+            giveKeys(*command->menu());
+    }
+}
+
 QMenu *Menus::add(const QString &name, const QString &title, QMenu *before)
 {
     auto *menu = new QMenu(title, m_bar);
@@ -63,6 +95,7 @@ QMenu *Menus::add(const QString &name, const QString &title, QMenu *before)
     menu->setToolTipsVisible(true);
     menu->menuAction()->setVisible(false);
     menu->installEventFilter(this);
+    connect(menu, &QMenu::aboutToShow, this, [menu] { giveKeys(*menu); });
     m_bar->insertMenu(before ? before->menuAction() : nullptr, menu);
     m_menus.insert(name, menu);
     return menu;

@@ -13,7 +13,7 @@ namespace HostKit
 
 /// The menus of the window by name. A name that nobody asked for before makes a new menu, so an
 /// editor that comes later brings its own without a change here. A menu is seen while it has
-/// something to show.
+/// something to show, and gives every command a letter of its text for the keyboard.
 class HOSTKIT_EXPORT Menus : public QObject
 {
     Q_OBJECT
@@ -28,6 +28,7 @@ public:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    static void giveKeys(const QMenu &menu);
     QMenu *add(const QString &name, const QString &title, QMenu *before = nullptr);
 
     QMenuBar *m_bar;

@@ -197,7 +197,9 @@ QString EmberSounds::fileName()
 
 void EmberSounds::reload()
 {
-    fromFile(archive(), fileName(), false);
+    // What is here is all there is now, and is in no file.
+    if (!fromFile(archive(), fileName(), false))
+        m_history.resetClean();
 }
 
 bool EmberSounds::canSave() const

@@ -503,7 +503,9 @@ QString EmberSprites::fileName()
 
 void EmberSprites::reload()
 {
-    fromFile(archive(), fileName(), false);
+    // What is here is all there is now, and is in no file.
+    if (!fromFile(archive(), fileName(), false))
+        m_history.resetClean();
 }
 
 bool EmberSprites::canSave() const

@@ -7,7 +7,6 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QHash>
 #include <QtCore/QRegularExpression>
-#include <QtCore/QSet>
 
 namespace Kiln
 {
@@ -19,15 +18,20 @@ constexpr int mostListed = 8;
 
 } // namespace
 
-QStringList exportNames(const QStringList &identifiers, const QString &path)
+QString fileNamePart(const QString &identifier)
 {
     static const QRegularExpression reserved(QStringLiteral("[/\\\\:*?\"<>|\\x00-\\x1f]"));
+    return QString(identifier).replace(reserved, QStringLiteral("_"));
+}
+
+QStringList exportNames(const QStringList &identifiers, const QString &path)
+{
     const QFileInfo info(path);
     QStringList names;
     QSet<QString> used;
     QHash<QString, int> numbers; // that were tried last
     for (const QString &identifier : identifiers) {
-        const QString own = QString(identifier).replace(reserved, QStringLiteral("_"));
+        const QString own = fileNamePart(identifier);
         QString part = own;
         for (int &number = numbers[own.toLower()]; used.contains(part.toLower()); ++number)
             part = own + QLatin1Char('_') + QString::number(number + 2);

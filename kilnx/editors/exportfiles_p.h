@@ -7,6 +7,9 @@ class QWidget;
 namespace Kiln
 {
 
+/// An identifier as a part of a file name, on every system.
+QString fileNamePart(const QString &identifier);
+
 /// The files to which several items are written: beside `path`, the name that was typed, each with
 /// its identifier behind an underscore, as far as a file name can have it, and with a number where
 /// two would have the same.

@@ -142,7 +142,7 @@ void PaletteEditorPrivate::setFile(Palettes *file)
         followSprites();
     ++stamp;
     palettes = file;
-    row = QPersistentModelIndex();
+    row = cameFrom = QPersistentModelIndex();
     shownCount = count();
     if (remapDialog)
         remapDialog->setPalettes(file);
@@ -167,6 +167,7 @@ void PaletteEditorPrivate::setCurrent(unsigned int index)
     if (count() == 0)
         return;
     index = qMin(index, count() - 1);
+    cameFrom = QPersistentModelIndex();
     if (!row.isValid() || unsigned(row.row()) != index) {
         row = QPersistentModelIndex();
         palettes->setCurrent(index);
@@ -175,13 +176,16 @@ void PaletteEditorPrivate::setCurrent(unsigned int index)
 }
 
 /// The palette on show stays the current one while rows come, go and move around it. When it has
-/// gone, the one that has come into its place follows.
+/// gone, the one that has come into its place follows; where an add was taken back, the one that
+/// was shown before.
 void PaletteEditorPrivate::refresh()
 {
     shownCount = count();
     if (shownCount > 0) {
         if (row.isValid() && palettes->current() != unsigned(row.row()))
             palettes->setCurrent(unsigned(row.row()));
+        else if (!row.isValid() && cameFrom.isValid())
+            palettes->setCurrent(unsigned(cameFrom.row()));
         else if (palettes->current() >= shownCount)
             palettes->setCurrent(shownCount - 1);
     }
@@ -324,8 +328,10 @@ void PaletteEditorPrivate::del()
     if (target.isValid() &&
         confirm(PaletteEditor::tr("Delete palette"),
                 PaletteEditor::tr("Do you really want to delete the palette?")) &&
-        still.isSo() && ready() && target.isValid())
+        still.isSo() && ready() && target.isValid()) {
+        cameFrom = QPersistentModelIndex();
         palettes->remove(unsigned(target.row()));
+    }
 }
 
 void PaletteEditorPrivate::remap()

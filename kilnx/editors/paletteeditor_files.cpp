@@ -9,6 +9,7 @@
 #include <QtCore/QBuffer>
 #include <QtCore/QDir>
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSet>
 
@@ -201,8 +202,10 @@ void PaletteEditorPrivate::addEmpty()
 {
     const RGBA colors[256] = {};
     const unsigned int index = count() > 0 ? palettes->current() + 1 : 0;
+    const QPersistentModelIndex before = row;
     palettes->insert(index, colors, QString(), true);
     setCurrent(index);
+    cameFrom = before;
 }
 
 /// All files are read before the first palette goes into the list.
@@ -239,6 +242,7 @@ void PaletteEditorPrivate::addFiles()
     if (isCanceled || !still.isSo())
         return;
 
+    const QPersistentModelIndex before = row;
     unsigned int index = count() > 0 ? palettes->current() + 1 : 0;
     if (read.size() > 1)
         palettes->beginChange();
@@ -246,8 +250,10 @@ void PaletteEditorPrivate::addFiles()
         palettes->insert(index++, palette.second.data(), palette.first, false);
     if (read.size() > 1)
         palettes->endChange();
-    if (!read.isEmpty())
+    if (!read.isEmpty()) {
         setCurrent(index - 1);
+        cameFrom = before;
+    }
     tellOf(failed, title, PaletteEditor::tr("These files have no palette that can be read:\n%1"),
            host);
 }
@@ -288,7 +294,9 @@ void PaletteEditorPrivate::save()
                             encoded(*palette), false, QByteArray()});
     }
     Interface *const host = interface; // the panel may go while the user chooses
-    if (choosePlace(outputs, title, startPath(), host->mainWindow()))
+    const QFileInfo own(palettes->sprites()->fileName());
+    const QString start = own.fileName().isEmpty() ? startPath() : own.absolutePath();
+    if (choosePlace(outputs, title, start, host->mainWindow()))
         writeFiles(outputs, host);
 }
 

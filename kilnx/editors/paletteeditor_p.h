@@ -60,6 +60,7 @@ public:
     QPointer<RemapDlg> remapDialog;    ///< made on first use
     QPointer<QAction> organizerAction; ///< "org_palette"
     QPersistentModelIndex row;         ///< of the palette in the grid; invalid when it has gone
+    QPersistentModelIndex cameFrom;    ///< shown before the palette that was added last
     unsigned int shownCount = 0;       ///< as refresh() saw it last
     bool isFollowing = false;          ///< comes and goes with the editor of sprites
     bool isEmpty = true;               ///< the grid has no palette

@@ -13,6 +13,7 @@
 #include <kilnx/project/project.h>
 #include <kilnx/render/graphicsworkspace.h>
 
+#include <QtCore/QScopedValueRollback>
 #include <QtWidgets/QAbstractSlider>
 #include <QtWidgets/QAction>
 
@@ -40,6 +41,8 @@ bool samePixels(const QImage &a, const QImage &b)
 {
     if (a.size() != b.size() || a.format() != b.format())
         return false;
+    if (a.constBits() == b.constBits())
+        return true;
     const size_t rowBytes = size_t(a.width()) * size_t(a.depth()) / 8;
     for (int y = 0; y < a.height(); ++y) {
         if (std::memcmp(a.constScanLine(y), b.constScanLine(y), rowBytes) != 0)
@@ -70,6 +73,25 @@ void basicColors(RGBA (&out)[256])
         out[i] = {grey, grey, grey, 255};
     }
 }
+
+/// The colours of a palette, without a user's choice among them.
+class TableColors : public MonoPalette
+{
+public:
+    explicit TableColors(const Palette &palette)
+        : m_object(&m_table)
+    {
+        palette.toPalette(m_table);
+    }
+    QRgb rgbAt(unsigned char i) override { return toQRgb(m_table[i]); }
+    unsigned char indexOf(QColor color) override { return m_object.index(fromQRgb(color.rgba())); }
+    const RGBA *colors() override { return m_table; }
+    void copyTo(RGBA (&out)[256]) override { m_object.toPalette(out); }
+
+private:
+    RGBA m_table[256];
+    PaletteObject m_object;
+};
 
 } // namespace
 
@@ -344,11 +366,12 @@ void SpriteEditorPrivate::chooseColors()
 /// those that are there, or for a start some to draw with.
 void SpriteEditorPrivate::showColors()
 {
+    const Palette *own = sprite() ? current->palette() : nullptr;
+    palette->setSpare(own ? own->colors() : nullptr);
     if (!colors || (palettes && palettes->currentPalette()))
         return;
-    const Palette *own = sprite() && usesSpritePalette ? current->palette() : nullptr;
     RGBA wanted[256];
-    if (own)
+    if (own && usesSpritePalette)
         own->toPalette(wanted);
     else if (!hasColors || palettes)
         basicColors(wanted);
@@ -437,22 +460,30 @@ void SpriteEditorPrivate::frameSpr(bool follows)
         followFrame();
 }
 
+/// With the sprite's own colours, whatever palette the panel shows: what is clear in that one alone
+/// must not be lost.
+QImage SpriteEditorPrivate::flattened()
+{
+    const Palette *own = current ? current->palette() : nullptr;
+    if (!own || canvas().format != IndexedCanvas)
+        return canvas().flatten();
+    TableColors colors(*own);
+    const QScopedValueRollback<ImagePalette *> rollback(canvas().palette, &colors);
+    return canvas().flatten();
+}
+
 /// Writes the canvas into the sprite. False, with a message, when the file did not take it.
 bool SpriteEditorPrivate::saveImg()
 {
     if (!sprite() || canvas().size.isEmpty())
         return false;
-    QImage picture = canvas().flatten();
+    QImage picture = flattened();
     if (picture.isNull())
         return false;
     Palette *own = current->palette();
-    if (picture.format() == QImage::Format_Indexed8 && own) {
-        QVector<QRgb> table(256);
-        std::transform(own->colors(), own->colors() + 256, table.begin(), toQRgb);
-        picture.setColorTable(table);
-    } else if (shown.format() == QImage::Format_RGB32 && isOpaque(picture)) {
+    if (shown.format() == QImage::Format_RGB32 && canvas().format == RGBACanvas &&
+        isOpaque(picture))
         picture = picture.convertToFormat(QImage::Format_RGB32);
-    }
     const QImage before = std::exchange(shown, picture);
     const Still still(this);
     const QPointer<Sprites> list = sprites;

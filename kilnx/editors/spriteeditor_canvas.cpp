@@ -5,6 +5,7 @@
 #include <kilnx/forms/imagedlgs.h>
 #include <kilnx/image/imageops.h>
 #include <kilnx/imageedit/imagecommands.h>
+#include <kilnx/imageedit/imageturn_p.h>
 #include <kilnx/project/interface.h>
 #include <kilnx/project/translator.h>
 
@@ -23,7 +24,6 @@ namespace
 
 /// The side of what dialogs show of a picture.
 constexpr int previewSide = 192;
-constexpr float radians = 0.017453292519943295F;
 
 /// A step of the canvas that the sprite's own point goes along with once the canvas is saved.
 class OffsetCommand : public ImageUndoCommand
@@ -46,15 +46,16 @@ private:
     const SpriteEditorPrivate::Move m_move;
 };
 
-/// Calls `change` for each run of equal mask values in each row: y, start, end, value.
+/// Calls `change` for each run of equal mask values in each row of a picture: y, start, end, value.
 template<class Change>
-void forEachRun(const QImage &mask, Change &&change)
+void forEachRun(const QImage &mask, QSize picture, Change &&change)
 {
-    for (int y = 0; y < mask.height(); ++y) {
+    const QSize size = mask.size().boundedTo(picture);
+    for (int y = 0; y < size.height(); ++y) {
         const uchar *line = mask.constScanLine(y);
-        for (int x = 0; x < mask.width();) {
+        for (int x = 0; x < size.width();) {
             const int start = x;
-            while (x < mask.width() && line[x] == line[start])
+            while (x < size.width() && line[x] == line[start])
                 ++x;
             change(y, start, x, line[start]);
         }
@@ -209,10 +210,11 @@ QImage SpriteEditorPrivate::copied() const
     QImage picture = raster->image.copy(QRect(QPoint(), canvas().size));
     if (canvas().selection.active) {
         const unsigned int fill = canvas().fillColor();
-        forEachRun(canvas().selection.mask, [&](int y, int start, int end, int value) {
-            if (value == 0)
-                fillRun(picture, y, start, end, fill);
-        });
+        forEachRun(canvas().selection.mask, picture.size(),
+                   [&](int y, int start, int end, int value) {
+                       if (value == 0)
+                           fillRun(picture, y, start, end, fill);
+                   });
     }
     if (picture.format() == QImage::Format_Indexed8)
         picture.setColorTable(colorTable());
@@ -234,7 +236,7 @@ void SpriteEditorPrivate::cut()
         return;
     const unsigned int fill = canvas().fillColor();
     const ImageSelection &selection = canvas().selection;
-    forEachRun(selection.mask, [&](int y, int start, int end, int value) {
+    forEachRun(selection.mask, raster->image.size(), [&](int y, int start, int end, int value) {
         if (value > 0 || !selection.active)
             fillRun(raster->image, y, start, end, fill);
     });
@@ -303,6 +305,8 @@ void SpriteEditorPrivate::imgProps()
         setSpriteImage(blankPicture(dialog.format(), dialog.imageSize()));
         return;
     }
+    if (dialog.imageSize() == canvas().size && dialog.format() == canvas().format)
+        return;
     const QPoint moved = half(dialog.imageSize() - canvas().size);
     edit(
         "properties", [moved](QPoint offset) { return offset + moved; },
@@ -342,6 +346,8 @@ void SpriteEditorPrivate::resize()
     if (dialog.exec() != QDialog::Accepted || !still.isSo())
         return;
     const QSize size = dialog.imageSize();
+    if (size == before)
+        return;
     const auto scaled = [size, before](QPoint offset) {
         return QPoint(int(float(offset.x()) * float(size.width()) / float(before.width())),
                       int(float(offset.y()) * float(size.height()) / float(before.height())));
@@ -359,10 +365,7 @@ void SpriteEditorPrivate::imgRotate()
     RGBA table[256];
     palette->copyTo(table);
     const auto preview = [&](float degrees, int filter) {
-        QImage turned = small;
-        if (filter > 0)
-            turned = resizeImage(turned, small.size() * 2, table, ImageResizeFilter(filter));
-        turned = rotateImage(turned, degrees * radians, fill);
+        QImage turned = turnedPicture(small, degrees, filter, table, fill);
         turned.setColorTable(small.colorTable());
         return turned;
     };

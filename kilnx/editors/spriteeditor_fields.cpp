@@ -177,6 +177,8 @@ void SpriteEditorPrivate::declare()
                                  entry.textId, entry.checkable, this, entry.slot, entry.enabler);
         if (entry.isButton && menu)
             interface->actionControl(key, action, menu);
+        if (entry.place == SelectMenu && action) // keys that count on the canvas
+            workspace.widget()->addAction(action);
     }
     frameAction = interface->actionByKey("spr_frame_spr");
     originalAction = interface->actionByKey("spr_view_original");

@@ -19,6 +19,7 @@
 #include <QtConcurrent/QtConcurrentRun>
 #include <QtCore/QDir>
 #include <QtCore/QEventLoop>
+#include <QtCore/QSet>
 #include <QtCore/QTimer>
 
 #include <atomic>
@@ -29,6 +30,7 @@ namespace Kiln
 namespace
 {
 
+const QString identifierName = QStringLiteral("Identifier");
 constexpr int pollMs = 20;
 
 /// For any thread: reads a picture file, or leaves `out` null.
@@ -140,8 +142,11 @@ QImage SpriteEditorPrivate::blankPicture(int format, QSize size) const
 /// The identifier, or with the first number behind it that is free.
 QString SpriteEditorPrivate::freeIdentifier(const QString &wish) const
 {
+    QSet<QString> taken;
+    for (unsigned int i = 0; i < sprites->itemCount(); ++i)
+        taken.insert(sprites->at(i)->property(identifierName).toString());
     QString name = wish;
-    for (int number = 2; sprites->indexOf(0, name) >= 0; ++number)
+    for (int number = 2; taken.contains(name); ++number)
         name = QStringLiteral("%1 %2").arg(wish).arg(number);
     return name;
 }
@@ -323,10 +328,10 @@ void SpriteEditorPrivate::insertPictures(const QVector<QImage> &pictures,
 // --- Writing
 
 /// What the sprite looks like, with what is drawn on it now.
-QImage SpriteEditorPrivate::pictureOf(unsigned int index) const
+QImage SpriteEditorPrivate::pictureOf(unsigned int index)
 {
     Sprite *wanted = sprites->at(index);
-    return wanted && wanted == current && isDirty() ? canvas().flatten()
+    return wanted && wanted == current && isDirty() ? flattened()
            : wanted                                 ? wanted->image()
                                                     : QImage();
 }

@@ -115,7 +115,7 @@ public:
     void warnOfPicture(const QString &fileName);
     void takePicture(const std::function<void()> &change);
     void insertPictures(const QVector<QImage> &pictures, const QVector<SprImport::Answer> &answers);
-    QImage pictureOf(unsigned int index) const;
+    QImage pictureOf(unsigned int index);
     void insertSprite(const QString &identifier, const QImage &image);
     QString freeIdentifier(const QString &wish) const;
 
@@ -124,6 +124,8 @@ public:
     int importFrom(Sprites &from, const SprImportDlg &dialog);
 
     // spriteeditor_canvas.cpp
+    /// The canvas as the sprite would have it.
+    QImage flattened();
     /// The colours that indexes stand for on the canvas.
     QVector<QRgb> colorTable() const;
     void edit(const char *step, const Move &move, const std::function<void()> &change);

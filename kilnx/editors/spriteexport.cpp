@@ -1,5 +1,6 @@
 #include <kilnx/editors/spriteexport_p.h>
 
+#include <kilnx/editors/exportfiles_p.h>
 #include <kilnx/editors/spriteeditor.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/image/codecs.h>
@@ -12,9 +13,7 @@
 #include <QtCore/QBuffer>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
-#include <QtCore/QRegularExpression>
 #include <QtCore/QSaveFile>
-#include <QtCore/QSet>
 
 namespace Kiln
 {
@@ -23,12 +22,12 @@ namespace
 {
 
 const QString pathKey = QStringLiteral("spr_path");
+const QLatin1String usualSuffix("png");
 
-/// The identifier as a part of a file name.
-QString fileNameOf(QString identifier)
+QString option(const Interface &host, Sprites *sprites, const QString &key)
 {
-    static const QRegularExpression reserved(QStringLiteral("[/\\\\:*?\"<>|\\x00-\\x1f]"));
-    return identifier.replace(reserved, QStringLiteral("_"));
+    const bool isInProject = sprites && sprites->project();
+    return (isInProject ? sprites->option(key) : host.option(key, QVariant())).toString();
 }
 
 /// The old file stays when the new one cannot be written in full.
@@ -52,12 +51,8 @@ SpriteExport::SpriteExport(Interface *host, Sprites *sprites, const Pictures &pi
 
 QString SpriteExport::startPath(const Interface &host, Sprites *sprites)
 {
-    const auto option = [&host, sprites](const QString &key) {
-        const bool isInProject = sprites && sprites->project();
-        return (isInProject ? sprites->option(key) : host.option(key, QVariant())).toString();
-    };
-    const QString own = option(pathKey);
-    return own.isEmpty() ? option(QStringLiteral("project_path")) : own;
+    const QString own = option(host, sprites, pathKey);
+    return own.isEmpty() ? option(host, sprites, QStringLiteral("project_path")) : own;
 }
 
 void SpriteExport::keepPath(Interface &host, const Sprites &sprites, const QString &fileName)
@@ -73,52 +68,44 @@ void SpriteExport::run(const QList<int> &rows) const
 {
     if (rows.isEmpty() || !m_sprites)
         return;
-    const QString path = getSaveFileName(m_interface->mainWindow(), SpriteEditor::tr("Save image"),
-                                         startPath(*m_interface, m_sprites),
-                                         QLatin1String(fileExtension(ImageSave)));
-    if (path.isEmpty() || !m_sprites)
+    const QString title = SpriteEditor::tr("Save image");
+    const QStringList identifiers = this->identifiers(rows);
+    const QString typed =
+        getSaveFileName(m_interface->mainWindow(), title, offeredPath(identifiers),
+                        QLatin1String(fileExtension(ImageSave)));
+    if (typed.isEmpty() || !m_sprites)
         return;
-    keepPath(*m_interface, *m_sprites, path);
-    const QStringList names = this->names(rows, path);
-    if (mayReplace(names, path) && m_sprites)
+    keepPath(*m_interface, *m_sprites, typed);
+    const bool hasSuffix = !QFileInfo(typed).suffix().isEmpty();
+    const QString path = hasSuffix ? typed : typed + QLatin1Char('.') + usualSuffix;
+    const QStringList names = rows.size() == 1 ? QStringList(path) : exportNames(identifiers, path);
+    if (mayReplaceFiles(m_interface->mainWindow(), title, names, typed) && m_sprites)
         write(rows, names);
 }
 
-/// The file of each row. Several have the identifier in their names, and a number where two would
-/// have the same.
-QStringList SpriteExport::names(const QList<int> &rows, const QString &path) const
+/// Beside the pictures that were chosen last, or else beside the file of sprites; named after the
+/// one sprite, or after the file.
+QString SpriteExport::offeredPath(const QStringList &identifiers) const
 {
-    const QFileInfo info(path);
-    const QString suffix = info.suffix().isEmpty() ? QStringLiteral("png") : info.suffix();
-    if (rows.size() == 1)
-        return {info.suffix().isEmpty() ? path + QLatin1Char('.') + suffix : path};
-    QStringList names;
-    QSet<QString> used;
-    for (const int exported : rows) {
-        Sprite *each = m_sprites->at(unsigned(exported));
-        const QString own = fileNameOf(each->property(QStringLiteral("Identifier")).toString());
-        QString part = own;
-        for (int number = 2; used.contains(part.toLower()); ++number)
-            part = QStringLiteral("%1_%2").arg(own).arg(number);
-        used.insert(part.toLower());
-        names.append(QStringLiteral("%1/%2_%3.%4")
-                         .arg(info.absolutePath(), info.completeBaseName(), part, suffix));
-    }
-    return names;
+    const QFileInfo own(m_sprites->fileName());
+    const bool hasFile = !own.fileName().isEmpty();
+    QString beside = option(*m_interface, m_sprites, pathKey);
+    if (beside.isEmpty())
+        beside = hasFile ? own.absolutePath() : startPath(*m_interface, m_sprites);
+    QString name =
+        identifiers.size() == 1 ? fileNamePart(identifiers.first()) : own.completeBaseName();
+    if (name.isEmpty())
+        name = QStringLiteral("sprite");
+    return QDir(beside).filePath(name + QLatin1Char('.') + usualSuffix);
 }
 
-/// The dialog has asked about the name that was typed, but not about those that are made of it.
-bool SpriteExport::mayReplace(const QStringList &names, const QString &path) const
+QStringList SpriteExport::identifiers(const QList<int> &rows) const
 {
-    QStringList there;
-    for (const QString &name : names) {
-        if (name != path && QFileInfo::exists(name))
-            there.append(QDir::toNativeSeparators(name));
-    }
-    return there.isEmpty() ||
-           askQuestion(m_interface->mainWindow(), SpriteEditor::tr("Save image"),
-                       SpriteEditor::tr("These files exist. Do you want to replace them?\n%1")
-                           .arg(there.mid(0, 8).join(QLatin1Char('\n'))));
+    QStringList list;
+    for (const int row : rows)
+        list.append(
+            m_sprites->at(unsigned(row))->property(QStringLiteral("Identifier")).toString());
+    return list;
 }
 
 void SpriteExport::write(const QList<int> &rows, const QStringList &names) const
@@ -129,14 +116,14 @@ void SpriteExport::write(const QList<int> &rows, const QStringList &names) const
     progress->setProgress(0, unsigned(rows.size()), &cancelled);
     for (int i = 0; i < rows.size() && !cancelled && m_sprites; ++i) {
         if (!writePicture(names[i], picture(unsigned(rows[i]))))
-            failed.append(QDir::toNativeSeparators(names[i]));
+            failed.append(names[i]);
         progress->setProgress(unsigned(i + 1), 0, &cancelled);
     }
     progress->finish();
     if (m_sprites && !failed.isEmpty())
-        showWarning(m_interface->mainWindow(), SpriteEditor::tr("Save image"),
-                    SpriteEditor::tr("These images could not be saved:\n%1")
-                        .arg(failed.mid(0, 8).join(QLatin1Char('\n'))));
+        showWarning(
+            m_interface->mainWindow(), SpriteEditor::tr("Save image"),
+            SpriteEditor::tr("These images could not be saved:\n%1").arg(listedFiles(failed)));
 }
 
 QImage SpriteExport::picture(unsigned int row) const

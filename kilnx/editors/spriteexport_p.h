@@ -36,8 +36,8 @@ public:
     static void keepPath(Interface &host, const Sprites &sprites, const QString &fileName);
 
 private:
-    QStringList names(const QList<int> &rows, const QString &path) const;
-    bool mayReplace(const QStringList &names, const QString &path) const;
+    QString offeredPath(const QStringList &identifiers) const;
+    QStringList identifiers(const QList<int> &rows) const;
     void write(const QList<int> &rows, const QStringList &names) const;
     QImage picture(unsigned int row) const;
 

@@ -5,7 +5,6 @@
 
 #include <QtCore/QCache>
 #include <QtCore/QHash>
-#include <QtCore/QMutex>
 #include <QtCore/QPointer>
 #include <QtCore/QThreadPool>
 #include <QtCore/QTimer>
@@ -13,6 +12,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <mutex>
 
 namespace Kiln
 {
@@ -93,7 +93,7 @@ private:
     QHash<const Sprite *, quint64> making; ///< with the number of the job
     quint64 lastJob = 0;
     QTimer starter;
-    QMutex mutex;            ///< of the results
+    std::mutex mutex;        ///< of the results
     QVector<Result> results; ///< that the GUI thread has not taken yet
     QThreadPool pool; ///< an own one: reading files and pictures must not wait for each other
 };
@@ -160,7 +160,7 @@ void ThumbnailsModelPrivate::startJobs()
 /// On any thread. What comes until the GUI thread has time is taken, and painted, at once.
 void ThumbnailsModelPrivate::deliver(const Result &result)
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     results.append(result);
     if (results.size() == 1)
         QMetaObject::invokeMethod(this, &ThumbnailsModelPrivate::take, Qt::QueuedConnection);
@@ -171,7 +171,7 @@ void ThumbnailsModelPrivate::take()
 {
     QVector<Result> all;
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         all.swap(results);
     }
     int first = INT_MAX;

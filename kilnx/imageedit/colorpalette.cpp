@@ -9,6 +9,11 @@
 namespace Kiln
 {
 
+struct ColorPalette::Spare {
+    RGBA table[256];
+    const PaletteObject object{&table};
+};
+
 ColorPalette::ColorPalette(PaletteWidget *widget, QObject *parent)
     : ImagePalette(parent)
     , m_foregroundWidget(new ColorWidget)
@@ -46,6 +51,17 @@ void ColorPalette::setTool(ImageTool *tool)
     m_tool = tool;
 }
 
+void ColorPalette::setSpare(const RGBA *colors)
+{
+    const bool wasUsed = m_usesSpare;
+    m_spare = colors ? std::make_unique<Spare>() : nullptr;
+    if (colors)
+        std::copy_n(colors, 256, m_spare->table);
+    refresh();
+    if (wasUsed || m_usesSpare)
+        Q_EMIT paletteChanged();
+}
+
 unsigned char ColorPalette::backgroundIndex() const
 {
     return m_background;
@@ -58,12 +74,15 @@ unsigned char ColorPalette::foregroundIndex() const
 
 QRgb ColorPalette::rgbAt(unsigned char i)
 {
-    return m_widget ? toQRgb(m_widget->palette()->at(i)) : 0;
+    return toQRgb(colors()[i]);
 }
 
 unsigned char ColorPalette::indexOf(QColor color)
 {
-    return m_widget ? m_widget->palette()->index(fromQRgb(color.rgba())) : 0;
+    if (!m_widget)
+        return 0;
+    const PaletteObject &shown = m_usesSpare ? m_spare->object : *m_widget->palette();
+    return shown.index(fromQRgb(color.rgba()));
 }
 
 void ColorPalette::setForegroundIndex(unsigned char index)
@@ -83,7 +102,9 @@ void ColorPalette::setBackgroundIndex(unsigned char index)
 const RGBA *ColorPalette::colors()
 {
     static const RGBA clear[256] = {};
-    return m_widget ? m_widget->palette()->palette() : clear;
+    if (!m_widget)
+        return clear;
+    return m_usesSpare ? m_spare->table : m_widget->palette()->palette();
 }
 
 void ColorPalette::copyTo(RGBA (&out)[256])
@@ -106,10 +127,14 @@ void ColorPalette::colorClicked(unsigned short index, Qt::MouseButton button)
 
 void ColorPalette::refresh()
 {
+    static const RGBA clear[256] = {};
+    const RGBA *own = m_widget ? m_widget->palette()->palette() : clear;
+    m_usesSpare =
+        m_spare && std::all_of(own, own + 256, [](const RGBA &color) { return color.a == 0; });
     if (m_foregroundWidget)
-        m_foregroundWidget->setColor(QColor::fromRgba(rgbAt(m_foreground)));
+        m_foregroundWidget->setColor(QColor::fromRgba(toQRgb(own[m_foreground])));
     if (m_backgroundWidget)
-        m_backgroundWidget->setColor(QColor::fromRgba(rgbAt(m_background)));
+        m_backgroundWidget->setColor(QColor::fromRgba(toQRgb(own[m_background])));
 }
 
 } // namespace Kiln

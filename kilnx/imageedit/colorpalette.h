@@ -5,6 +5,8 @@
 
 #include <QtCore/QPointer>
 
+#include <memory>
+
 namespace Kiln
 {
 
@@ -30,6 +32,9 @@ public:
     ColorWidget *backgroundWidget() const;
     /// The tool that is offered clicks first, borrowed; null for none.
     void setTool(ImageTool *tool);
+    /// Colours to show pictures in while every entry of the widget is clear, so that a palette that
+    /// is only begun does not hide them: 256 entries, which are copied, or null for none.
+    void setSpare(const RGBA *colors);
 
     unsigned char backgroundIndex() const override;
     unsigned char foregroundIndex() const override;
@@ -47,10 +52,14 @@ public Q_SLOTS:
     void refresh();
 
 private:
+    struct Spare;
+
     QPointer<ColorWidget> m_foregroundWidget;
     QPointer<ColorWidget> m_backgroundWidget;
     QPointer<PaletteWidget> m_widget;
     QPointer<ImageTool> m_tool;
+    std::unique_ptr<Spare> m_spare;
+    bool m_usesSpare = false; ///< as refresh() found the widget
     unsigned char m_background = 0;
     unsigned char m_foreground = 0;
 };

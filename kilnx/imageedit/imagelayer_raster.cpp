@@ -3,6 +3,7 @@
 #include <kilnx/image/imagepalette.h>
 #include <kilnx/imageedit/imagecanvas.h>
 #include <kilnx/imageedit/imagecommands.h>
+#include <kilnx/imageedit/imageturn_p.h>
 
 #include <array>
 #include <cmath>
@@ -65,6 +66,24 @@ std::array<uchar, 256> remapped(const RGBA *oldPalette, const RGBA *newPalette)
 
 } // namespace
 
+QImage turnedPicture(const QImage &image,
+                     float degrees,
+                     int filter,
+                     RGBA (&colors)[256],
+                     unsigned int fill)
+{
+    const auto radians = static_cast<float>(degrees * radiansOfDegree);
+    if (filter == NearestNeighbor)
+        return rotateImage(image, radians, fill);
+    const QImage doubled =
+        resizeImage(image, image.size() * 2, colors, static_cast<ImageResizeFilter>(filter));
+    const QImage turned = rotateImage(doubled, radians, fill);
+    return turned.isNull()
+               ? turned
+               : resizeImage(turned, {qMax(1, turned.width() / 2), qMax(1, turned.height() / 2)},
+                             colors, NearestNeighbor);
+}
+
 RasterLayer::RasterLayer(ImageCanvas *canvas, const QImage &image)
     : ImageLayer(canvas)
     , image(image)
@@ -121,8 +140,11 @@ void RasterLayer::remap(const RGBA *oldPalette, const RGBA *newPalette)
 
 void RasterLayer::flip(bool horizontal, bool vertical)
 {
+    const QImage flipped = image.mirrored(horizontal, vertical);
+    if (flipped.isNull())
+        return;
     pushEdit();
-    replaceImage(image.mirrored(horizontal, vertical));
+    replaceImage(flipped);
 }
 
 void RasterLayer::rotate(float degrees, int filter)
@@ -130,15 +152,7 @@ void RasterLayer::rotate(float degrees, int filter)
     RGBA colors[256] = {};
     if (canvas->palette)
         canvas->palette->copyTo(colors);
-    const auto scaling = static_cast<ImageResizeFilter>(filter);
-    QImage turned = image;
-    if (filter != NearestNeighbor)
-        turned = resizeImage(turned, turned.size() * 2, colors, scaling);
-    turned =
-        rotateImage(turned, static_cast<float>(degrees * radiansOfDegree), canvas->fillColor());
-    if (filter != NearestNeighbor && !turned.isNull())
-        turned = resizeImage(turned, {qMax(1, turned.width() / 2), qMax(1, turned.height() / 2)},
-                             colors, NearestNeighbor);
+    const QImage turned = turnedPicture(image, degrees, filter, colors, canvas->fillColor());
     if (turned.isNull())
         return;
     pushEdit();

@@ -38,6 +38,7 @@ public:
         }
     }
 
+    int width() const { return m_width; }
     int height() const { return m_height; }
     Pixel *row(int y) { return m_rows[y]; }
 
@@ -51,9 +52,9 @@ public:
             ++x;
         return x;
     }
-    int endOfOpen(int x, int y) const
+    int endOfOpen(int x, int end, int y) const
     {
-        while (x < m_width && open(x, y))
+        while (x < end && open(x, y))
             ++x;
         return x;
     }
@@ -91,14 +92,14 @@ void fillSpans(FillArea<Pixel> area, QPoint from, Pixel color)
         if (!area.open(at.x(), at.y()))
             continue;
         const int start = area.startOfOpen(at.x(), at.y());
-        const int end = area.endOfOpen(at.x(), at.y());
+        const int end = area.endOfOpen(at.x(), area.width(), at.y());
         std::fill(area.row(at.y()) + start, area.row(at.y()) + end, color);
         for (int y : {at.y() - 1, at.y() + 1}) {
             if (y < 0 || y >= area.height())
                 continue;
             for (int x = area.firstOpen(start, end, y); x < end;) {
                 waiting.push_back({x, y});
-                x = area.firstOpen(area.endOfOpen(x, y), end, y);
+                x = area.firstOpen(area.endOfOpen(x, end, y), end, y);
             }
         }
     }

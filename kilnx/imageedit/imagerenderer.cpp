@@ -401,6 +401,7 @@ void ImageRenderer::mousePressed(QPoint position,
     const QPointer<ImageRenderer> alive(this);
     activeTool()->interrupt(); // a release got lost
     d->held = button;
+    d->heldByKey = false;
     QCursor cursor = d->watched ? d->watched->cursor() : QCursor();
     activeTool()->mousePressed(modifiers, button, position, toImage(position), cursor);
     if (!alive)
@@ -474,16 +475,19 @@ void ImageRenderer::keyPressed(int key, Qt::KeyboardModifiers modifiers)
     }
     if (!alive || moveByKey(key, modifiers))
         return;
-    if (key == Qt::Key_Plus || key == Qt::Key_Minus)
+    if (key == Qt::Key_Plus || key == Qt::Key_Minus) {
         setZoomStep(d->zoomStep + (key == Qt::Key_Plus ? 1 : -1), d->mainView().center());
-    else if (key == Qt::Key_Space)
+    } else if (key == Qt::Key_Space && (d->held == Qt::NoButton || d->heldByKey)) {
         mousePressed(d->pointer, pointerKey ? Qt::RightButton : Qt::LeftButton,
                      modifiers & ~Qt::ControlModifier);
+        if (alive)
+            d->heldByKey = true;
+    }
 }
 
 void ImageRenderer::keyReleased(int key, Qt::KeyboardModifiers modifiers)
 {
-    if (key == Qt::Key_Space && d->held != Qt::NoButton)
+    if (key == Qt::Key_Space && d->heldByKey && d->held != Qt::NoButton)
         mouseReleased(d->pointer, d->held, modifiers & ~Qt::ControlModifier);
 }
 
@@ -516,6 +520,10 @@ bool ImageRenderer::eventFilter(QObject *watched, QEvent *event)
     case QEvent::WindowBlocked:
     case QEvent::Hide:
         endDrag(); // the release will not come
+        break;
+    case QEvent::FocusOut:
+        if (d->heldByKey)
+            endDrag();
         break;
     case QEvent::Leave:
         d->pointerInside = false;

@@ -83,6 +83,7 @@ public:
     bool pointerInside = false;
     QRect overlay;                       ///< what updateOverlay() asked to repaint last
     Qt::MouseButton held = Qt::NoButton; ///< the button of the drag under way
+    bool heldByKey = false;              ///< and it is the Space key
     bool ownChange = false;              ///< a tool changes the canvas just now
     QPointer<QWidget> watched;           ///< the widget whose events tell that a drag is cut off
 };

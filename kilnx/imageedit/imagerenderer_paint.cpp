@@ -175,7 +175,9 @@ void ImageRendererPrivate::paintMain(QPainter &painter, const QRect &clip)
         paintCheck(painter, screenArea(visible));
         paintPicture(painter, picture, tiles, visible);
         const ImageSelection &selection = q->canvas.selection;
-        if (showSelection && selection.active && selection.mask.size() == picture.size())
+        const auto *adding = static_cast<PenSelTool *>(tools[ImageRenderer::PenSel]);
+        if (showSelection && (selection.active || adding->isAdding()) &&
+            selection.mask.size() == picture.size())
             paintPicture(painter, selection.mask, maskTiles, visible);
         if (showGrid && q->zoom() >= gridFrom)
             paintGrid(painter, visible);

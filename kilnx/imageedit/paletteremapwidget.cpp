@@ -98,9 +98,9 @@ void PaletteRemapWidget::paintEvent(QPaintEvent *)
         const QPoint second(cell * m_cellSize, m_cellSize);
         const auto place = [this](QPoint at) { return m_horizontal ? at : QPoint(at.y(), at.x()); };
         const bool selected = cell == m_current;
-        PaletteCells::paint(painter, place(first), m_cellSize, colorOf(m_pairs[cell].x()),
+        PaletteCells::paint(painter, *this, place(first), m_cellSize, colorOf(m_pairs[cell].x()),
                             selected);
-        PaletteCells::paint(painter, place(second), m_cellSize, colorOf(m_pairs[cell].y()),
+        PaletteCells::paint(painter, *this, place(second), m_cellSize, colorOf(m_pairs[cell].y()),
                             selected);
     }
 }

@@ -405,7 +405,7 @@ void PaletteWidget::paintEvent(QPaintEvent *)
     for (int cell = 0; cell < d->colorCount; ++cell) {
         if (lifted && cell == d->pressedCell)
             continue;
-        PaletteCells::paint(painter, d->placeOf(d->shownAt(cell, target)), d->cellSize,
+        PaletteCells::paint(painter, *this, d->placeOf(d->shownAt(cell, target)), d->cellSize,
                             colors[cell], selection[cell]);
     }
     if (hasFocus() && d->colorCount > 0) {
@@ -415,7 +415,7 @@ void PaletteWidget::paintEvent(QPaintEvent *)
         style()->drawPrimitive(QStyle::PE_FrameFocusRect, &focus, &painter, this);
     }
     if (d->dragging)
-        PaletteCells::paint(painter, d->dragPos - d->dragOffset, d->cellSize,
+        PaletteCells::paint(painter, *this, d->dragPos - d->dragOffset, d->cellSize,
                             colors[d->pressedCell], false);
 }
 

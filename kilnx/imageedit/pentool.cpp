@@ -67,15 +67,12 @@ void BasePenTool::mousePressed(Qt::KeyboardModifiers modifiers,
 {
     if (!renderer || !renderer->paintedLayer())
         return;
-    const QPointer<BasePenTool> alive(this);
-    if (undoable && !renderer->beginEdit())
-        return;
-    if (!alive || !renderer)
-        return;
     leftButton = button & Qt::LeftButton;
     shiftDown = modifiers & Qt::ShiftModifier;
+    m_hasStep = !undoable;
     press(screen, withinReach(image));
-    apply(imagePos);
+    if (openStep(imagePos))
+        apply(imagePos);
 }
 
 void BasePenTool::mouseReleased(Qt::KeyboardModifiers, Qt::MouseButton, QPoint, QPoint, QCursor &)
@@ -95,9 +92,31 @@ void BasePenTool::mouseMoved(Qt::KeyboardModifiers,
     if (!pressed || to == imagePos)
         return;
     const QPointer<BasePenTool> alive(this);
-    apply(to);
+    if (openStep(to))
+        apply(to);
     if (alive)
         imagePos = to; // the next piece starts where this one ended
+}
+
+QRect BasePenTool::pieceArea(const QPoint &image) const
+{
+    const QSize pen(penSize(), penSize());
+    const QRect area = QRect(imagePos, pen) | QRect(image, pen);
+    return shiftDown && joinsStrokes ? area | QRect(lastPos, pen) : area;
+}
+
+/// A stroke is one step of undo, from its first piece on that can reach the picture. Whether the
+/// piece can be painted.
+bool BasePenTool::openStep(const QPoint &image)
+{
+    const RasterLayer *layer = renderer ? renderer->paintedLayer() : nullptr;
+    if (!layer || m_hasStep || !pieceArea(image).intersects(layer->image.rect()))
+        return layer;
+    const QPointer<BasePenTool> alive(this);
+    const bool isOpen = renderer->beginEdit();
+    if (alive)
+        m_hasStep = isOpen;
+    return alive && isOpen && pressed;
 }
 
 void BasePenTool::apply(const QPoint &image)
@@ -108,11 +127,8 @@ void BasePenTool::apply(const QPoint &image)
 
 void BasePenTool::applyWith(const QPoint &image, ImagePainter &painter)
 {
-    const QSize pen(penSize(), penSize());
+    const QRect area = pieceArea(image);
     painter.penSize = penSize();
-    QRect area = QRect(imagePos, pen) | QRect(image, pen);
-    if (shiftDown)
-        area |= QRect(lastPos, pen);
     stroke(image, &painter);
     touch(area);
     Q_EMIT changed();
@@ -145,6 +161,7 @@ PenTool::PenTool(ImageRenderer *renderer)
     : BasePenTool(renderer)
 {
     setObjectName(QStringLiteral("spr_tool_pen"));
+    joinsStrokes = true;
 }
 
 void PenTool::stroke(const QPoint &image, ImagePainter *painter)
@@ -280,8 +297,11 @@ void PenSelTool::mousePressed(Qt::KeyboardModifiers modifiers,
                               QPoint image,
                               QCursor &cursor)
 {
-    if (renderer && button == Qt::RightButton && renderer->paintedLayer())
-        renderer->canvas.selection.active = true;
+    if (renderer && renderer->paintedLayer()) {
+        bool &isActive = renderer->canvas.selection.active;
+        m_isAdding = isActive && button != Qt::RightButton;
+        isActive = button == Qt::RightButton;
+    }
     m_painter.setColor(button == Qt::RightButton ? m_colors.backgroundIndex()
                                                  : m_colors.foregroundIndex());
     BasePenTool::mousePressed(modifiers, button, screen, image, cursor);
@@ -295,8 +315,22 @@ void PenSelTool::mouseReleased(Qt::KeyboardModifiers modifiers,
 {
     const bool painted = pressed;
     BasePenTool::mouseReleased(modifiers, button, screen, image, cursor);
+    endAdding();
     if (painted && renderer)
         renderer->canvas.announceSelection();
+}
+
+void PenSelTool::layerChanged()
+{
+    if (!pressed)
+        endAdding();
+}
+
+/// While pixels are added, the mask binds nobody; then it does again.
+void PenSelTool::endAdding()
+{
+    if (std::exchange(m_isAdding, false) && renderer)
+        renderer->canvas.selection.active = true;
 }
 
 void PenSelTool::apply(const QPoint &image)

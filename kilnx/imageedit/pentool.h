@@ -57,6 +57,14 @@ protected:
     void drawPiece(const QPoint &image, ImagePainter &painter) const;
     /// Paints with the painter and tells what was touched.
     void applyWith(const QPoint &image, ImagePainter &painter);
+
+    bool joinsStrokes = false; ///< with Shift, a stroke begins where the last one ended
+
+private:
+    QRect pieceArea(const QPoint &image) const;
+    bool openStep(const QPoint &image);
+
+    bool m_hasStep = false; ///< of undo, for the stroke under way
 };
 
 /// Draws with the foreground colour, and with other buttons than the left one with the background.
@@ -109,13 +117,16 @@ private:
 };
 
 /// Draws into the selection: the left button adds pixels, the right one takes them out and makes
-/// the selection active. No step of undo.
+/// the selection active. While pixels are added it is not active. No step of undo.
 class KILNX_EXPORT PenSelTool : public BasePenTool
 {
     Q_OBJECT
 
 public:
     explicit PenSelTool(ImageRenderer *renderer);
+    /// Whether pixels are being added to a selection that was active.
+    bool isAdding() const { return m_isAdding; }
+    void layerChanged() override;
     void selectionChanged() override;
     void mousePressed(Qt::KeyboardModifiers modifiers,
                       Qt::MouseButton button,
@@ -131,8 +142,11 @@ public:
     void stroke(const QPoint &image, ImagePainter *painter) override;
 
 private:
+    void endAdding();
+
     MonoPalette m_colors;
     IndexPainter m_painter;
+    bool m_isAdding = false;
 };
 
 } // namespace Kiln

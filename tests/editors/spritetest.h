@@ -164,10 +164,11 @@ struct Bench {
     {
         host.dialogs().expectDialog([](QDialog *dialog) { dialog->accept(); });
     }
-    /// The next dialog is one of ours: its fields get these values, by their object names.
+    /// The next dialog is one of ours: its fields get these values, by their object names. What its
+    /// preview shows then is kept in `preview`.
     void expectFields(const QVariantMap &values)
     {
-        host.dialogs().expectDialog([values](QDialog *dialog) {
+        host.dialogs().expectDialog([this, values](QDialog *dialog) {
             for (auto value = values.cbegin(); value != values.cend(); ++value) {
                 auto *field = dialog->findChild<QWidget *>(value.key());
                 QVERIFY2(field, qPrintable(value.key()));
@@ -177,6 +178,9 @@ struct Bench {
                                                                             : "value";
                 QVERIFY(field->setProperty(name, value.value()));
             }
+            if (auto *shown = dialog->findChild<QWidget *>("preview"))
+                preview = shown->grab().toImage();
+            QVERIFY(dialog->frameSize().height() < 540); // it stands on a small screen
             dialog->accept();
         });
     }
@@ -188,6 +192,7 @@ struct Bench {
     std::unique_ptr<HostKit::SpriteView> editor;
     SpritesPointer file;
     QTemporaryDir directory;
+    QImage preview;
 };
 
 using Act = std::function<void(Bench &)>;

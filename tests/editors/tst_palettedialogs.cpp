@@ -87,8 +87,10 @@ private Q_SLOTS:
         // What it showed last is what was taken, scaled up in whole.
         if (dialog.result() == QDialog::Accepted)
             QCOMPARE(previews.last(), expected);
-        QCOMPARE(dialog.findChild<QLabel *>("preview")->pixmap(Qt::ReturnByValue).size(),
-                 QSize(256, 128));
+        const QImage shown =
+            dialog.findChild<QLabel *>("preview")->pixmap(Qt::ReturnByValue).toImage();
+        QCOMPARE(shown.size(), QSize(256, 128));
+        QCOMPARE(shown.pixelColor(200, 100), QColor(Qt::red));
     }
 
     /// The engine's own way to take a picture is the plain method.

@@ -488,8 +488,10 @@ void tst_paletteeditor::addsFiles()
     // One step, whatever was added.
     if (contents() != before && m_sprites)
         m_sprites->undo();
-    if (m_sprites)
+    if (m_sprites) {
         QCOMPARE(contents(), before);
+        QCOMPARE(m_editor->currentPalette()->index(), 0); // where the user was
+    }
 }
 
 void tst_paletteeditor::savesFiles_data()

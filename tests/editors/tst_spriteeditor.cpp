@@ -64,6 +64,28 @@ struct PlainCanvas {
     bool active = false;
 };
 
+/// How many pixels of a dialog's preview differ from a picture: it stands in the middle, in whole
+/// multiples of its size, or as large as it fits.
+int wrongPixels(const QImage &preview, const QImage &picture)
+{
+    const double fits = qMin(preview.width() / double(picture.width()),
+                             preview.height() / double(picture.height()));
+    const double times = fits >= 1 ? std::floor(fits) : fits;
+    const QPointF corner(std::floor((preview.width() - times * picture.width()) / 2),
+                         std::floor((preview.height() - times * picture.height()) / 2));
+    int wrong = 0;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            const QPointF middle = corner + QPointF(x + 0.5, y + 0.5) * times;
+            const QColor shown = preview.pixelColor(int(middle.x()), int(middle.y()));
+            const QColor wanted = picture.pixelColor(x, y);
+            const bool isGround = shown == QColor(Qt::white) || shown == QColor(Qt::lightGray);
+            wrong += wanted.alpha() == 0 ? !isGround : shown.rgb() != wanted.rgb();
+        }
+    }
+    return wrong;
+}
+
 } // namespace
 
 class tst_SpriteEditor : public QObject
@@ -122,6 +144,14 @@ private Q_SLOTS:
             QVERIFY(!bench.host.statusTexts.value(Interface::GuidesField).isEmpty());
         }
         QCOMPARE(toolKeys.size(), 9);
+        bench.trigger("spr_layer_add");
+        const ImageSelection &selection = bench.canvas().selection;
+        QTest::keyClick(bench.view(), Qt::Key_A, Qt::ControlModifier);
+        QVERIFY(selection.active && selection.contains(4, 3));
+        QTest::keyClick(bench.view(), Qt::Key_I, Qt::ControlModifier | Qt::ShiftModifier);
+        QVERIFY(selection.active && !selection.contains(4, 3));
+        QTest::keyClick(bench.view(), Qt::Key_D, Qt::ControlModifier);
+        QVERIFY(!selection.active);
     }
 
     void drawsWithTheMouseAndSaves_data()
@@ -349,6 +379,8 @@ private Q_SLOTS:
             {35, 40}, {7, 8});
         add("resize in proportion", "spr_resize", {{"width", 100}}, {100, 50}, {20, 10});
         add("rotate", "spr_image_rotate", {{"degrees", 90.0}}, {10, 20}, {4, 2});
+        add("rotate, smooth", "spr_image_rotate", {{"degrees", 90.0}, {"filter", 4}}, {10, 20},
+            {4, 2});
         add("flip horizontally", "spr_image_fliph", {}, {20, 10}, {15, 2});
         add("flip vertically", "spr_image_flipv", {}, {20, 10}, {4, 7});
         add("crop", "spr_crop", {}, {6, 4}, {-3, -1});
@@ -382,6 +414,8 @@ private Q_SLOTS:
         QCOMPARE(bench.canvas().size, size);
         QCOMPARE(bench.canvas().undoStack.index(), 1);
         QVERIFY(!bench.canvas().selection.rect.isValid());
+        if (!bench.preview.isNull())
+            QCOMPARE(wrongPixels(bench.preview, bench.canvas().flatten()), 0);
         const auto isInSight = [&bench] {
             const QSize shown = bench.canvas().size * bench.renderer().zoom();
             const QRect place(bench.renderer().toScreen({0, 0}), shown);
@@ -553,6 +587,48 @@ private Q_SLOTS:
             QVERIFY(!bench.editor->currentSprite());
             bench.editor->undo();
             QCOMPARE(bench.canvas().size, QSize(3, 2));
+        });
+        add("nothing is chosen in the dialogs", [](Bench &bench) {
+            for (const char *command : {"spr_image_properties", "spr_resize"}) {
+                bench.expectAccept();
+                bench.trigger(command);
+            }
+            QVERIFY(bench.canvas().undoStack.isClean());
+        });
+        add("an opaque picture gets indexes", [](Bench &bench) {
+            QImage opaque(7, 300, QImage::Format_RGB32);
+            opaque.fill(Qt::red);
+            bench.insert("opaque", opaque);
+            bench.trigger("spr_next");
+            bench.expectFields({{"format", 1}});
+            bench.trigger("spr_image_properties");
+            bench.trigger("spr_saveimg");
+            QCOMPARE(bench.sprite(1).format(), QImage::Format_Indexed8);
+            QVERIFY(!bench.editor->currentSprite()->isEmpty());
+        });
+        add("an empty palette is shown", [](Bench &bench) {
+            const auto colors = [&] {
+                return bench.canvas().flatten().convertToFormat(QImage::Format_ARGB32);
+            };
+            const QImage before = colors();
+            bench.host.dialogs().expectBox(QMessageBox::No);
+            bench.trigger("pal_add");
+            QVERIFY(bench.panel->currentPalette() != bench.file->at(0)->palette());
+            QCOMPARE(colors(), before);
+            RGBA other[256] = {}; // clear but for one entry: nothing else is in sight
+            other[9] = {1, 2, 3, 255};
+            bench.panel->currentPalette()->setColors(other, Palette::SetReplaced);
+            QVERIFY(colors() != before);
+            bench.setColor(77);
+            bench.click({2, 2});
+            QImage wanted = bench.sprite();
+            wanted.setPixel(2, 2, 77);
+            bench.trigger("spr_saveimg");
+            QCOMPARE(bench.sprite(), wanted);
+            for (int i = 0; i < 3; ++i)
+                bench.editor->undo();
+            QCOMPARE(bench.panel->currentPalette(), bench.file->at(0)->palette());
+            QCOMPARE(colors(), before);
         });
         add("a first sprite in an empty file", [](Bench &bench) {
             bench.file->remove(0);

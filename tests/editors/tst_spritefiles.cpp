@@ -319,10 +319,8 @@ private Q_SLOTS:
     {
         Bench bench;
         bench.show({somePicture({7, 5}, 1), somePicture({6, 5}, 2), somePicture({5, 5}, 3)});
-        bench.file->at(2)->setProperty("Identifier", "a/b");
         bench.trigger("spr_tool_pen");
         bench.setColor(33);
-        bench.click({1, 1}); // what is drawn is exported, too
         const auto expectAll = [&bench] {
             bench.host.dialogs().expectDialog([](QDialog *dialog) {
                 dialog->findChild<QListView *>("items")->selectAll();
@@ -330,6 +328,20 @@ private Q_SLOTS:
             });
             bench.host.dialogs().expectFiles({bench.path("set.png")});
         };
+        // The dialog starts beside the file, under the sprite's name.
+        QVERIFY(bench.file->toFile(FileSystemArchive::instance(), bench.path("a.gleam"), false));
+        bench.file->at(2)->setProperty("Identifier", "a/b");
+        bench.editor->setCurrent(2);
+        QStringList offered;
+        bench.expectAccept();
+        bench.host.dialogs().expectDialog([&](QDialog *dialog) {
+            offered = static_cast<QFileDialog *>(dialog)->selectedFiles();
+            dialog->reject();
+        });
+        bench.trigger("spr_saveimgas");
+        QCOMPARE(offered, QStringList(bench.path("a_b.png")));
+        bench.editor->setCurrent(0);
+        bench.click({1, 1}); // what is drawn is exported, too
         expectAll();
         bench.trigger("spr_saveimgas");
         QCOMPARE(bench.host.dialogs().finish(), QString());

@@ -376,6 +376,36 @@ private Q_SLOTS:
         QCOMPARE(layers.flags(QModelIndex()), Qt::ItemFlags(Qt::ItemIsEnabled));
     }
 
+    void holdsTheLargestPicture()
+    {
+        TablePalette palette(1);
+        ImageCanvas canvas(&palette);
+        canvas.setSize({16384, 16384}, {}, false);
+        canvas.layers.addLayer(nullptr);
+        RasterLayer *layer = rasterAt(canvas, 0);
+        layer->pushEdit();
+        canvas.painter->image = &layer->image;
+        canvas.painter->drawLine({16000, 16380}, {16383, 16383});
+        canvas.settleEdit();
+        const auto corner = [&] {
+            const QSize size = layer->image.size();
+            return int(layer->image.constScanLine(size.height() - 1)[size.width() - 1]);
+        };
+        canvas.undoStack.undo();
+        QCOMPARE(corner(), 0);
+        canvas.undoStack.redo();
+        QCOMPARE(corner(), 255);
+        QCOMPARE(canvas.crop(), QPoint(-16000, -16380));
+        QCOMPARE(canvas.size, QSize(384, 4));
+        QCOMPARE(corner(), 255);
+        canvas.undoStack.undo();
+        QCOMPARE(layer->image.size(), QSize(16384, 16384));
+        QCOMPARE(corner(), 255);
+        canvas.painter->setColor(9);
+        canvas.painter->floodFill({5, 5});
+        QCOMPARE(layer->image.constScanLine(16383)[0], uchar(9));
+    }
+
     void standsBadInput()
     {
         TablePalette palette(4);

@@ -448,6 +448,16 @@ private Q_SLOTS:
         for (const auto &[cell, point, color] : shown)
             QCOMPARE(at(cell, point.x(), point.y()), color);
 
+        // Nothing around the colours glares in a dark window.
+        widget.setPalette(QPalette(Qt::darkGray, QColor(40, 44, 50)));
+        image = pictureOf(widget);
+        for (const auto &[cell, point, color] : shown)
+            QCOMPARE(qGray(at(cell, point.x(), point.y())) < 100,
+                     color == gray || color == raised || color == sunken);
+        QVERIFY(at(2, 3, 3) != at(2, 8, 3));
+        widget.setPalette(QPalette());
+        image = pictureOf(widget);
+
         const QRgb ground = image.pixel(11, 5);
         QTest::mousePress(&widget, Qt::LeftButton, {}, {2, 3});
         move(widget, {26, 63}); // cell 0 at (24, 60)

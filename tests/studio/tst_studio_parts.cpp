@@ -220,6 +220,17 @@ private slots:
         QVERIFY(fresh->menuAction()->isVisible());
         something->setVisible(false);
         QVERIFY(!fresh->menuAction()->isVisible());
+        // When it opens, each command has a letter of its own, a word's first if one is left.
+        fresh->clear();
+        for (const char *text : {"Change image...", "Crop", "&Close", "Paste", "s s", "&&", "Hop"})
+            fresh->addAction(text);
+        fresh->addMenu("Image")->addAction("Image");
+        QStringList shown;
+        emit fresh->aboutToShow();
+        for (const QAction *action : fresh->actions())
+            shown << action->text();
+        QCOMPARE(shown.join('|'), "Change &image...|C&rop|&Close|&Paste|&s s|&&|&Hop|I&mage");
+        QCOMPARE(fresh->actions().last()->menu()->actions()[0]->text(), "&Image");
     }
 
     // Qt fades the clear buttons of line edits, and ends such an animation only in the event loop.

@@ -47,9 +47,16 @@ protected:
         QVERIFY(list.isWatchPaused());
         QTRY_VERIFY(!list.isWatchPaused());
         QCOMPARE(questions(), 1);
+        // Damaged: what is here is in no file.
+        QVERIFY(!list.isModified());
+        m_host->dialogs().expectBox(QMessageBox::Yes);
+        m_host->dialogs().expectBox(QMessageBox::Ok);
+        writeFile(list.fileName(), outside.left(outside.size() / 2));
+        QTRY_COMPARE(questions(), 2);
+        QVERIFY(list.isModified());
         writeFile(list.fileName(), outside);
         m_host->dialogs().expectBox(QMessageBox::Yes);
-        QTRY_COMPARE(questions(), 2);
+        QTRY_COMPARE(questions(), 3);
     }
     /// One to four bytes changed, mostly behind `index`, where the numbers are.
     static QByteArray damaged(QByteArray bytes, int index, std::mt19937 &random)
