@@ -15,6 +15,17 @@ namespace
 
 constexpr int margin = 4;
 constexpr int checkSide = 6;
+constexpr int nameLines = 2;
+
+/// A name that is too long for a line goes on in a second one.
+QString broken(const QString &name, const QFontMetrics &metrics, int width)
+{
+    int fitting = name.size();
+    while (fitting > 1 && metrics.horizontalAdvance(name, fitting) > width)
+        --fitting;
+    const QString rest = metrics.elidedText(name.mid(fitting), Qt::ElideMiddle, width);
+    return rest.isEmpty() ? name : name.left(fitting) + QLatin1Char('\n') + rest;
+}
 
 } // namespace
 
@@ -31,7 +42,7 @@ void ThumbnailDelegate::setChecks(const QColor &first, const QColor &second)
 
 QSize ThumbnailDelegate::cellSize(const QWidget &view) const
 {
-    return {m_side + 2 * margin, m_side + 3 * margin + view.fontMetrics().height()};
+    return {m_side + 2 * margin, m_side + 3 * margin + nameLines * view.fontMetrics().height()};
 }
 
 QSize ThumbnailDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &) const
@@ -67,8 +78,8 @@ void ThumbnailDelegate::paint(QPainter *painter,
                                                                          : QPalette::Inactive,
                                        isSelected ? QPalette::HighlightedText : QPalette::Text));
     painter->setFont(cell.font);
-    painter->drawText(text, Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextSingleLine,
-                      cell.fontMetrics.elidedText(name, Qt::ElideMiddle, text.width()));
+    painter->drawText(text, Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextDontClip,
+                      broken(name, cell.fontMetrics, text.width()));
     if (cell.state & QStyle::State_HasFocus) {
         QStyleOptionFocusRect focus;
         focus.QStyleOption::operator=(cell);

@@ -319,7 +319,14 @@ int ThumbnailsModel::storedBytes() const
 
 QVariant ThumbnailsModel::data(const QModelIndex &index, int role) const
 {
-    return role == Qt::DecorationRole ? picture(index) : QIdentityProxyModel::data(index, role);
+    if (role == Qt::DecorationRole)
+        return picture(index);
+    const QVariant value = QIdentityProxyModel::data(index, role);
+    if (role != Qt::ToolTipRole || !index.isValid())
+        return value;
+    // The name stands below the picture only as far as there is room.
+    const QString lines[] = {index.data().toString(), value.toString()};
+    return lines[0] + (lines[1].isEmpty() ? QString() : QLatin1Char('\n') + lines[1]);
 }
 
 Qt::DropActions ThumbnailsModel::supportedDragActions() const

@@ -225,6 +225,8 @@ private Q_SLOTS:
         panel.show({somePicture({8, 6}, 1), somePicture({8, 6}, 2), somePicture({8, 6}, 3)});
         SpriteEditor &editor = *panel.editor;
         QCOMPARE(panel.thumbnails->sprites(), panel.file.get());
+        QCOMPARE(panel.grid->model()->index(2, 0).data(Qt::ToolTipRole).toString(),
+                 QString("sprite 2\n8 by 6"));
         panel.click(2);
         QCOMPARE(editor.currentSprite(), panel.file->at(2));
         QTest::keyClick(panel.grid, Qt::Key_Left);
