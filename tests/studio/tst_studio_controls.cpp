@@ -529,6 +529,11 @@ private slots:
         QCOMPARE(host.engines().loadDirectory(directory.path()), QStringList());
         QCOMPARE(host.engines().plugins().size(), 1);
         QCOMPARE(host.engine()->displayName(), "Spark");
+        QSignalSpy changes(&host.engines(), &HostKit::EngineLibraries::currentChanged);
+        host.engines().setCurrent(host.engines().plugins().first());
+        host.engines().setCurrent(nullptr);
+        QCOMPARE(host.engine()->displayName(), "Spark");
+        QCOMPARE(changes.count(), 0);
     }
 
     void hostsTakeTheirStepsInAnyOrder()

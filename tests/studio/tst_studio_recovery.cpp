@@ -347,6 +347,7 @@ private Q_SLOTS:
             QCOMPARE(read(), texts.last());
         }
         QVERIFY(file.write(head, text));
+        QCOMPARE(file.error(), QString());
         QCOMPARE(read(), text);
         // Long after, and still as short as the text asks for.
         for (int i = 0; i < 1200; ++i)
