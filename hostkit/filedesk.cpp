@@ -69,7 +69,10 @@ bool FileDesk::openFile(const QString &fileName, unsigned int id)
         file = m_session->createFile(fileName, id);
     } else if (!file) {
         file = m_session->loadFile(fileName, id);
-        if (file && dynamic_cast<Kiln::CodeDocument *>(file) && ProjectSession::isLarge(fileName))
+        const auto *text = dynamic_cast<Kiln::CodeDocument *>(file);
+        if (text && !text->canSave())
+            Q_EMIT message(tr("'%1' is no text: its bytes are shown.").arg(FileTabs::title(file)));
+        else if (text && ProjectSession::isLarge(fileName))
             Q_EMIT message(tr("'%1' is large: it has no colours, nodes and messages.")
                                .arg(FileTabs::title(file)));
     }

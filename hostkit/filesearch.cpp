@@ -162,6 +162,8 @@ bool FileSearch::openNext()
     if (!m_session.files().contains(source.file)) // closed meanwhile
         return false;
     if (const auto *document = dynamic_cast<Kiln::CodeDocument *>(source.file)) {
+        if (!document->canSave()) // bytes
+            return false;
         m_text =
             plainText(document->toRawText().replace(QChar::ParagraphSeparator, QLatin1Char('\n')));
         return true;

@@ -1,6 +1,8 @@
 #include <hostkit/projectsession.h>
 
+#include <hostkit/bytesfile.h>
 #include <hostkit/enginelibraries.h>
+#include <hostkit/filebytes.h>
 
 #include <kilnx/code/codedocument.h>
 #include <kilnx/project/archive.h>
@@ -17,6 +19,16 @@ namespace HostKit
 {
 
 using FileID = Kiln::Project::FileID;
+
+namespace
+{
+/// Whether a file of that type is opened as text; so is one of no type, if it is opened at all.
+bool isTextType(FileID::Type type)
+{
+    const unsigned int other = FileID::Sprites | FileID::Sounds;
+    return !(unsigned(type) & other);
+}
+} // namespace
 
 ProjectSession::ProjectSession(EngineLibraries &engines, QObject *parent)
     : QObject(parent)
@@ -203,7 +215,12 @@ Kiln::ProjectFile *ProjectSession::loadFile(const QString &fileName, unsigned in
 {
     if (Kiln::ProjectFile *known = findFile(fileName))
         return known;
-    Kiln::ProjectFile *file = makeFile(fileName, id);
+    Kiln::Project *project = m_parent ? projectOf(fileName) : nullptr;
+    const bool isBytes = project && isTextType(typeOf(fileName, id, project)) &&
+                         isBinary(firstBytes(project->parent()->archive(), fileName));
+    Kiln::ProjectFile *file = isBytes ? new BytesFile : makeFile(fileName, id);
+    if (isBytes)
+        project->addFile(file, FileID(FileID::Code));
     const bool isText = dynamic_cast<Kiln::CodeDocument *>(file);
     if (isText && isLarge(fileName)) {
         for (const char *option : {"parseCode", "modelCode", "highlightCode"})

@@ -287,7 +287,9 @@ bool Tour::findInFiles()
     field->clear();
     QTest::keyClicks(field, QStringLiteral("toward"));
     QTest::keyClick(field, Qt::Key_Return);
-    return check(d->window->findChild<FindInFilesDock *>()->hitCount() > 3, "there are hits");
+    const auto *dock = d->window->findChild<FindInFilesDock *>();
+    const bool isDone = QTest::qWaitFor([dock] { return !dock->isSearching(); });
+    return check(isDone && dock->hitCount() > 3, "there are hits");
 }
 
 bool Tour::saveFile()

@@ -426,6 +426,29 @@ private slots:
         }
     }
 
+    // A file that is no text is shown as its bytes and never written, whatever its name says.
+    void bytesAreShownAndNeverWritten()
+    {
+        const QByteArray bytes = QByteArray("GIF\0\n\x80 text\r", 12).repeated(100000);
+        for (const char *name : {"shared/odd.glow", "shared/odd.bin"}) {
+            writeFile(path(name), bytes);
+            open(name);
+            QVERIFY(document()->toString().startsWith(
+                "00000000  47 49 46 00 0a 80 20 74 65 78 74 0d 47 49 46 00  GIF... text.GIF.\n"));
+            QVERIFY(document()->toString().endsWith("\n151424 more bytes\n"));
+            QVERIFY(view()->isReadOnly());
+            type("x\n");
+            QTest::keyClick(view(), Qt::Key_V, Qt::ControlModifier);
+            QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier);
+            actions()->saveAll->trigger();
+            QVERIFY(readFile(path(name)) == bytes);
+            actions()->closeFile->trigger();
+            QVERIFY(!session().findFile(path(name)));
+        }
+        open("heroes/wren/air.glow");
+        QVERIFY(!view()->isReadOnly());
+    }
+
     // What was opened by hand is given back when it is closed, and a large file has no colours.
     void closedTextIsGivenBack()
     {
