@@ -12,6 +12,7 @@
 #include <hostkit/editordeck.h>
 #include <hostkit/messagetable.h>
 #include <hostkit/projectsession.h>
+#include <hostkit/recoveryjournal.h>
 #include <hostkit/settings.h>
 #include <hostkit/theme.h>
 
@@ -309,8 +310,13 @@ bool Tour::saveReadOnly()
     d->window->actions()->saveAll->trigger();
     const QString name = path(QLatin1String(codeFile));
     const QFile::Permissions before = QFile::permissions(name);
+    goToLine(0);
     type(QStringLiteral("\n; held back"));
-    QFile::setPermissions(name, QFile::ReadOwner);
+    d->window->host().journal().flush(); // which is not for anybody either
+    constexpr QFile::Permissions readOnly = QFile::ReadOwner | QFile::ReadGroup | QFile::ReadOther;
+    QFile::setPermissions(name, readOnly);
+    QFile::setPermissions(d->directory.path(), readOnly | QFile::WriteOwner | QFile::ExeOwner |
+                                                   QFile::ExeGroup | QFile::ExeOther);
     const auto become = [wasRoot = geteuid() == 0](uid_t user) {
         return !wasRoot || seteuid(user) == 0;
     };
