@@ -164,7 +164,7 @@ void SaveDesk::saveAll()
     tellLineEnds(changed);
     const Kiln::SaveReport report = project->saveReport();
     if (!report.failures.isEmpty() || !report.leftOut.isEmpty())
-        tellReport(tr("Save all"));
+        tellReport(tr("Save all"), project);
     const QStringList missing = report.missing;
     if (!missing.isEmpty() &&
         Kiln::askQuestion(m_window, tr("Save all"),
@@ -186,17 +186,17 @@ bool SaveDesk::saveProjectAs()
         return false;
     const QString before = project->basePath();
     project->saveAs(target);
-    tellReport(title);
+    tellReport(title, project);
     m_desk->syncWithEditor();
     return project && project->basePath() != before;
 }
 
 bool SaveDesk::backup(const QString &name)
 {
-    Kiln::ParentProject *project = m_session->parentProject();
+    const QPointer<Kiln::ParentProject> project = m_session->parentProject();
     const bool done =
-        project && settle() && project->backup(QString(name).remove(QLatin1Char('/')));
-    return done && tellReport(tr("Backup"));
+        project && settle() && project && project->backup(QString(name).remove(QLatin1Char('/')));
+    return done && tellReport(tr("Backup"), project);
 }
 
 bool SaveDesk::restore(const QString &name)
@@ -208,7 +208,7 @@ bool SaveDesk::restore(const QString &name)
         return false;
     const bool restored = project->restoreBackup(name);
     if (restored)
-        tellReport(title);
+        tellReport(title, project);
     else if (project && !project->saveReport().isCancelled)
         Kiln::showWarning(m_window, title, tr("This is no backup of the project."));
     m_desk->syncWithEditor();
@@ -235,9 +235,9 @@ bool SaveDesk::mayReplace(const QString &title, const QStringList &files)
                                  .arg(FileDesk::listed(files)));
 }
 
-bool SaveDesk::tellReport(const QString &title)
+// Null where it was closed meanwhile.
+bool SaveDesk::tellReport(const QString &title, const Kiln::ParentProject *project)
 {
-    const Kiln::ParentProject *project = m_session->parentProject();
     const QString text = project ? project->saveReport().text() : QString();
     if (!text.isEmpty())
         Kiln::showWarning(m_window, title, text);

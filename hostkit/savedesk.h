@@ -50,7 +50,7 @@ private:
     void tellLineEnds(const QStringList &files);
     QString chooseTarget(Kiln::ParentProject *project);
     bool mayReplace(const QString &title, const QStringList &files);
-    bool tellReport(const QString &title);
+    bool tellReport(const QString &title, const Kiln::ParentProject *project);
     void writeAgain(const QStringList &files);
     void tellWhyNot(const QString &title, Kiln::ProjectFile *file);
 

@@ -91,7 +91,6 @@ SavePlan::Step &SavePlan::stepAt(Archive &archive, const QString &name)
     Step &step = m_steps[placeOf(archive, name)];
     if (step.name.isEmpty())
         step.name = name;
-    keep(archive);
     return step;
 }
 

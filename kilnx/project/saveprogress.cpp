@@ -57,7 +57,7 @@ void SaveProgress::fileDone()
 
 void SaveProgress::tell(int total)
 {
-    if (!m_progress)
+    if (!m_progress || isCancelled())
         return;
     const int value = m_countsFiles ? m_stepsDone + m_filesDone : m_stepsDone;
     m_progress->setProgress(static_cast<unsigned int>(value), static_cast<unsigned int>(total),

@@ -287,7 +287,11 @@ private slots:
             addRow(
                 target.isEmpty() ? "backup with what is scanned below"
                                  : "several with what is scanned below",
-                scanned, QStringList({"one/d.def one/a! notes/n.txt!", "two/e.def"}), target,
+                scanned,
+                QStringList({QString("one/d.def one/a! notes/n.txt!") +
+                                 (target.isEmpty() ? " notes/deep/n.txt~" : ""),
+                             "two/e.def"}),
+                target,
                 QStringList({"notes/deep/n.txt: low", "notes/n.txt: changed 0", "one/a: changed 0",
                              "one/d.def: 4 a", "two/a: second", "two/e.def: 4 a"}),
                 0);
@@ -556,6 +560,7 @@ private slots:
         if (!isCancelled)
             return;
         QVERIFY(m_parent->saveReport().isCancelled);
+        QCOMPARE(m_host->progresses.last()->steps, QList<unsigned int>({0, 1}));
         QCOMPARE(changed[0]->modified + changed[1]->modified, operation == "save" ? 1 : 2);
         QCOMPARE(m_parent->basePath(), base());
         // The second try is not cancelled.
@@ -565,6 +570,29 @@ private slots:
         const auto progress = m_host->progresses.last();
         QCOMPARE(progress->steps.last(), progress->total);
         QVERIFY(operation == "restore" || progress->total > 1);
+    }
+
+    void archiveOutlivesItsProject()
+    {
+        const int patience = SaveProgress::setPatience(0);
+        const auto restorePatience = qScopeGuard([=] { SaveProgress::setPatience(patience); });
+        for (const bool isBackup : {true, false}) {
+            MemoryArchive memory;
+            for (const char *name : {"a", "b", "c"})
+                memory.files[path(name)] = name;
+            memory.files[path("d.def")] = "4 a\n4 b\n4 c";
+            auto *parent = new FakeParent(base(), memory);
+            FakeProject *project = parent->open("d.def");
+            m_host->duringProgress = [&] {
+                project->release();
+                QCOMPARE(memory.freed, 0);
+            };
+            if (isBackup)
+                QVERIFY(!parent->backup("x"));
+            else
+                parent->saveAs(other() + "d.def");
+            QVERIFY(memory.freed == 1 && !memory.isUsedWhenFreed);
+        }
     }
 
     /// What does not fit is told, and is the old file or none.
@@ -735,13 +763,26 @@ private slots:
         make({{"backup/night/a", "from the night"},
               {"backup/night/d.def", "4 a\n4 b"},
               {"backup/night/deep/b", "deep"},
-              {"backup/night/.hidden", "seen"}});
+              {"backup/night/.hidden", "seen"},
+              {"backup/night/.kiln-part-AbCdEf", "of a backup that was killed"},
+              {".kiln-restore-AbCdEf/a", "of a restore that was killed"}});
+        const QFile::Permissions rights = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOther;
+        QVERIFY(QFile::setPermissions(path("d.def"), rights));
+        const QString linked = other() + "linked";
+        writeFile(linked, "old");
+        QVERIFY(QFile::link(linked, path("link")));
+        writeFile(path("backup/night/link"), "from the night");
         change(file, "to be lost");
-        QCOMPARE(m_parent->replacedByRestore("night"), QStringList({path("a"), path("d.def")}));
+        QCOMPARE(m_parent->replacedByRestore("night"),
+                 QStringList({path("a"), path("d.def"), path("link")}));
         QVERIFY(m_parent->restoreBackup("night"));
         QVERIFY(m_parent->saveReport().isComplete());
         QCOMPARE(m_parent->replacedByRestore("night"), QStringList());
         QCOMPARE(readFile(path(".hidden")), QByteArray("seen"));
+        QVERIFY(QDir(base()).entryList({".kiln-*"}, QDir::AllEntries | QDir::Hidden).isEmpty());
+        QVERIFY(QFile::permissions(path("d.def")).testFlag(QFile::ExeOther));
+        QVERIFY(QFileInfo(path("link")).isSymLink());
+        QCOMPARE(readFile(linked), QByteArray("from the night"));
         QCOMPARE(file->contents, QByteArray("from the night"));
         QCOMPARE(readFile(path("a")), QByteArray("from the night"));
         QCOMPARE(readFile(path("deep/b")), QByteArray("deep"));
@@ -750,8 +791,8 @@ private slots:
         QVERIFY(m_host->log.contains("refreshEditors"));
         const auto progress = m_host->progresses.last();
         QCOMPARE(progress->text, QString("Restoring backup..."));
-        QCOMPARE(progress->total, 5u);
-        QCOMPARE(progress->steps.last(), 5u);
+        QCOMPARE(progress->total, 6u);
+        QCOMPARE(progress->steps.last(), 6u);
         // A change from outside is noticed as before.
         m_host->dialogs().expectBox(QMessageBox::Yes);
         writeFile(path("a"), "outside");

@@ -173,6 +173,19 @@ private slots:
         QVERIFY(session().parentProject()->backup("kept"));
     }
 
+    void saveAsStartsWithTheOwnName()
+    {
+        open("heroes/wren/air.glow");
+        const QVariant before = session().currentProject()->option("code_path");
+        m_dialogs->expectDialog([this](QDialog *dialog) {
+            auto *files = qobject_cast<QFileDialog *>(dialog);
+            QCOMPARE(files->selectedFiles(), QStringList(path("heroes/wren/air.glow")));
+            files->reject();
+        });
+        actions()->saveAs->trigger();
+        QCOMPARE(session().currentProject()->option("code_path"), before);
+    }
+
     void projectIsSavedUnderANameOfItsKind()
     {
         QVERIFY(host().openProject(path("heroes/wren")));
@@ -201,6 +214,7 @@ private slots:
         const QStringList copies =
             QDir(path("backup")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
         QCOMPARE(copies.size(), 1);
+        QVERIFY(QFileInfo::exists(path("backup/" + copies.first() + "/notes/design.txt")));
         open("heroes/wren/air.glow");
         type("; newer\n");
         actions()->save->trigger();

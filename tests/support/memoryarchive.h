@@ -31,6 +31,7 @@ public:
     QIODevice *openFile(const QString &path, QIODevice::OpenMode mode) override
     {
         const bool isWritten = mode & QIODevice::WriteOnly;
+        isUsedWhenFreed |= freed > 0;
         if (!isWritten && !files.contains(path))
             return nullptr;
         auto *buffer = new QBuffer;
@@ -53,6 +54,7 @@ public:
     bool readOnly = false;
     int flushes = 0;
     int freed = 0;
+    bool isUsedWhenFreed = false;
 
 private:
     void free() override { ++freed; }
