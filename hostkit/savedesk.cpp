@@ -153,7 +153,7 @@ void SaveDesk::saveAll()
     if (!project || !settle() || !project)
         return;
     QStringList changed;
-    const QList<Kiln::ProjectFile *> modified = m_session->modifiedFiles();
+    const QList<Kiln::ProjectFile *> modified = m_session->modifiedFiles(project);
     for (Kiln::ProjectFile *file : modified) {
         if (changesLineEnds(file))
             changed.append(file->fileName());
