@@ -656,6 +656,14 @@ private slots:
         QVERIFY(!wave->levels().isEmpty() && play->isEnabled());
         QTest::keyClick(play, Qt::Key_Space);
         QVERIFY(!play->isChecked() && wave->fault().contains("no sound device"));
+
+        // A name that is still being typed counts.
+        click("add");
+        auto *destination = dialog.findChild<QListView *>("destination");
+        destination->edit(chosen->index(0, 0));
+        destination->findChild<QLineEdit *>()->setText("typed");
+        dialog.accept();
+        QCOMPARE(dialog.options().items.first()->name, QString("typed"));
     }
 
     // A plain list is changed beside it, saved and loaded between; undo goes back to the start.
