@@ -141,7 +141,7 @@ const QMap<QString, int> windowKeys{
     {"spr_saveimg", shifted + Qt::Key_P},
     {"spr_saveimgas", shifted + Qt::Key_E},
     {"spr_crop", shifted + Qt::Key_C},
-    {"spr_image_properties", shifted + Qt::Key_I},
+    {"spr_image_properties", altered + Qt::Key_I},
     {"spr_resize", shifted + Qt::Key_R},
     {"spr_image_rotate", shifted + Qt::Key_T},
     {"spr_image_fliph", shifted + Qt::Key_H},

@@ -60,6 +60,9 @@ KeysPage::KeysPage(Shortcuts &shortcuts, QWidget *parent)
     sought->setClearButtonEnabled(true);
     m_tree->setHeaderLabels({tr("Command"), tr("Key")});
     m_tree->setUniformRowHeights(true);
+    m_tree->header()->setStretchLastSection(false);
+    m_tree->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+    m_tree->header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
     m_told->setWordWrap(true);
     auto *label = new QLabel(tr("&Key:"), this);
     label->setBuddy(m_key);
@@ -107,7 +110,6 @@ void KeysPage::list()
     }
     m_tree->sortItems(0, Qt::AscendingOrder);
     m_tree->expandAll();
-    m_tree->resizeColumnToContents(0);
 }
 
 void KeysPage::filter(const QString &text)

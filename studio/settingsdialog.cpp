@@ -20,6 +20,7 @@
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QSpinBox>
 #include <QTabWidget>
 #include <QVBoxLayout>
@@ -29,6 +30,20 @@ namespace Studio
 
 using namespace HostKit;
 
+namespace
+{
+/// A page that fits a small screen, too.
+QWidget *scrolled(QWidget *page)
+{
+    auto *area = named(new QScrollArea(page->parentWidget()), "settings_page");
+    area->setFrameShape(QFrame::NoFrame);
+    area->setFocusPolicy(Qt::NoFocus);
+    area->setWidgetResizable(true);
+    area->setWidget(page);
+    return area;
+}
+} // namespace
+
 SettingsDialog::SettingsDialog(const HostBase &host, QWidget *parent)
     : QDialog(parent)
     , m_settings(host.settings())
@@ -36,12 +51,12 @@ SettingsDialog::SettingsDialog(const HostBase &host, QWidget *parent)
 {
     named(this, "settings_dialog");
     setWindowTitle(tr("Settings"));
-    m_pages->addTab(generalPage(), tr("&General"));
-    m_pages->addTab(codePage(), tr("&Code"));
+    m_pages->addTab(scrolled(generalPage()), tr("&General"));
+    m_pages->addTab(scrolled(codePage()), tr("&Code"));
     m_viewport = new ViewportPage(m_settings, this);
-    m_pages->addTab(m_viewport, tr("&Viewport"));
+    m_pages->addTab(scrolled(m_viewport), tr("&Viewport"));
     m_colors = new ColorPage(m_settings, this);
-    m_pages->addTab(m_colors, tr("C&olours"));
+    m_pages->addTab(scrolled(m_colors), tr("C&olours"));
     m_keys = new KeysPage(host.shortcuts(), this);
     m_pages->addTab(m_keys, tr("&Keys"));
     m_pages->addTab(enginePage(host.engines()), tr("&Engines"));
