@@ -141,17 +141,19 @@ void releaseDrag(benchmark::State &state, QPoint grip)
         const int revision = desk.file->revision();
         const QTextBlock frame = desk.editor().currentFrame()->block();
         const QTextBlock line = isBox ? frame.previous() : frame;
-        const QString before = line.text();
-        const int from = before.indexOf(isBox ? QLatin1String("body: ") : QLatin1String("at ")) +
-                         (isBox ? 6 : 3);
-        const int to = before.indexOf(isBox ? QLatin1String(", -70") : QLatin1String(", for"));
-        const QString place = isBox ? QStringLiteral("-%1") : QStringLiteral("%1 0");
+        const QString said = isBox ? QStringLiteral("body: %1, -70, 14, 0").arg(-14 - step % 7)
+                                   : QStringLiteral("at %1 0").arg(step % 7);
+        const QString word = said.section(QLatin1Char(' '), 0, 0);
         comparison.add([&] { desk.release(); },
                        [&] {
+                           const QString text = line.text();
+                           const int from = text.indexOf(word);
+                           const int to =
+                               isBox ? text.size() : text.indexOf(QLatin1String(", for"));
                            QTextCursor cursor(line);
                            cursor.setPosition(line.position() + from);
                            cursor.setPosition(line.position() + to, QTextCursor::KeepAnchor);
-                           cursor.insertText(place.arg(isBox ? 14 + step % 7 : step % 7));
+                           cursor.insertText(said);
                        });
         if (desk.file->revision() < revision + 2)
             state.SkipWithError("the drag wrote nothing");
