@@ -512,6 +512,7 @@ private Q_SLOTS:
         QCOMPARE(bench.host.action("anim_stop")->isChecked(), ends);
         // Edits are taken over without a stop, as long as there is a frame.
         bench.trigger(ends ? "play" : "editcode");
+        QCOMPARE(bench.strip().currentTick() == 0 || !ends, true);
         QTextCursor typed(bench.file);
         typed.insertText("; more\n");
         QCOMPARE(bench.editor->isPlaying(), true);
@@ -954,6 +955,63 @@ private Q_SLOTS:
         QCOMPARE(seen(-1, 0.5), effects.first());
         QCOMPARE(seen(0, 5), seen(0, 1));
         QVERIFY(seen(0, 1) != effects.first());
+        // It follows, or stays where it was put.
+        const auto *told = bench.field<QLabel>("onion_lb");
+        QCOMPARE(told->text(), QString("Onion skin: jab, 1"));
+        bench.field<QSlider>("onion_framesel")->setValue(2);
+        QCOMPARE(told->text(), QString("Onion skin: jab, 3"));
+        bench.field<QSlider>("onion_sel")->setValue(1);
+        QCOMPARE(told->text(), QString("Onion skin: walk, 1"));
+        for (const bool on : {false, true})
+            bench.field<QCheckBox>("onion_skin")->setChecked(on);
+        QCOMPARE(told->text(), QString("Onion skin: jab, 1"));
+    }
+
+    void alignsIn_data()
+    {
+        const auto add = columns<int, QString>("range", "moved");
+        add("this frame", AnimAlign::ThisFrame, "a2");
+        add("from here on", AnimAlign::FromHere, "a2 a3");
+        add("the animation", AnimAlign::WholeAnimation, "a1 a2 a3");
+        add("all animations", AnimAlign::AllAnimations, "a1 a2 a3 b1");
+    }
+
+    void alignsIn()
+    {
+        const auto [range, moved] = row<int, QString>();
+        Bench bench;
+        bench.show("@animation a\n frame: a1\n frame: a2\n frame: a3\n@animation b\n frame: b1\n");
+        bench.editor->setCurrent(0, 1);
+        bench.host.dialogs().expectDialog([range = range](QDialog *dialog) {
+            dialog->findChild<QComboBox *>("range")->setCurrentIndex(range);
+            dialog->findChild<QDoubleSpinBox *>("y")->setValue(5);
+            dialog->accept();
+        });
+        bench.trigger("frame_align");
+        QStringList found;
+        for (const PlainAnimations::Animation &each : PlainAnimations::read(bench.text())) {
+            for (const PlainAnimations::Frame &frame : each.frames)
+                found << (frame.offset == QPoint(0, 5) ? frame.sprite : QString());
+        }
+        QCOMPARE(found.join(' ').simplified(), moved);
+    }
+
+    // What is new is shown, behind what was; boxes of another frame are not selected.
+    void showsWhatIsNew()
+    {
+        Bench bench;
+        const QString frame = " body: -9, -9, 9, 9\n frame: x\n";
+        bench.show("@animation a\n" + frame + frame + "@animation c\n");
+        bench.drag({0, -4}, {0, -4});
+        QCOMPARE(bench.viewport.selectedContactBoxes().size(), 1);
+        bench.trigger("next_frame");
+        QCOMPARE(bench.viewport.selectedContactBoxes().size(), 0);
+        bench.trigger("add");
+        QCOMPARE(bench.list().at(2)->name(), QString("c"));
+        QCOMPARE(bench.editor->currentAnimation(), bench.list().at(1));
+        bench.editor->deactivate();
+        QVERIFY(!bench.drop({"x"}));
+        bench.editor->activate();
     }
 
     // The view reads a frame anew at each tick that shows something else of it.
@@ -961,7 +1019,12 @@ private Q_SLOTS:
     {
         Bench bench;
         bench.show("@animation a\n frame: wren_jab_1, for 3\n frame: wren_jab_2, for 2\n");
+        const auto placement = [&] {
+            return bench.viewport.spriteProvider()->property(0, SpriteProvider::Placement).toInt();
+        };
+        QCOMPARE(placement(), 14);
         bench.trigger("play");
+        QCOMPARE(placement(), 2); // nothing can be dragged
         bench.editor->asked.clear();
         QSignalSpy read(bench.viewport.spriteProvider(), &SpriteProvider::changed);
         const auto next = [&] {
