@@ -49,7 +49,11 @@ struct Editor : HostKit::AnimationView {
 struct Bench {
     Bench()
     {
-        host.options = {{"native_painting", true}, {"confirm_delete", false}, {"zoom_level", 5}};
+        host.options = {{"native_painting", true},
+                        {"confirm_delete", false},
+                        {"zoom_level", 5},
+                        {"show_attack_box", true},
+                        {"show_collision_box", true}};
         host.currentEngine = &EmberEngine::instance();
         code = std::make_unique<CodeWorkspace>(host);
         graphics = std::make_unique<GraphicsWorkspace>(host);
@@ -1000,9 +1004,9 @@ private Q_SLOTS:
     void showsWhatIsNew()
     {
         Bench bench;
-        const QString frame = " body: -9, -9, 9, 9\n frame: x\n";
+        const QString frame = " body: -40, -60, 40, 0\n frame: x\n";
         bench.show("@animation a\n" + frame + frame + "@animation c\n");
-        bench.drag({0, -4}, {0, -4});
+        bench.drag({-30, -50}, {-30, -50});
         QCOMPARE(bench.viewport.selectedContactBoxes().size(), 1);
         bench.trigger("next_frame");
         QCOMPARE(bench.viewport.selectedContactBoxes().size(), 0);
