@@ -521,6 +521,22 @@ void AnimationEditor::retranslate()
     CodeFileEditor::retranslate();
 }
 
+void AnimationEditor::undo()
+{
+    if (d->code->editor()->hasFocus())
+        CodeFileEditor::undo();
+    else
+        FileEditor::undo();
+}
+
+void AnimationEditor::redo()
+{
+    if (d->code->editor()->hasFocus())
+        CodeFileEditor::redo();
+    else
+        FileEditor::redo();
+}
+
 void AnimationEditor::navigateTo(unsigned int line, unsigned int column)
 {
     CodeFileEditor::navigateTo(line, column);

@@ -61,6 +61,9 @@ public:
     void deactivate() override;
     void reconfig() override;
     void retranslate() override;
+    /// The place of the change is shown to who is at the text; else the frame stays.
+    void undo() override;
+    void redo() override;
     /// Goes to a line of the text, and to its frame.
     void navigateTo(unsigned int line, unsigned int column) override;
     Project::FileID::Type canEditFileType() override;
