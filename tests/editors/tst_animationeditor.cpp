@@ -364,6 +364,7 @@ private Q_SLOTS:
         const auto [from, to] = row<QString, QString>();
         Bench bench;
         bench.go("jab", 1);
+        bench.viewport.widget()->setFocus();
         QTextCursor found = bench.file->QTextDocument::find(from);
         QVERIFY(!found.isNull());
         found.insertText(to);
