@@ -125,6 +125,7 @@ const QMap<QString, int> windowKeys{
     {"editor_anim", Qt::CTRL + Qt::Key_4},
     {"editor_spr", Qt::CTRL + Qt::Key_5},
     {"editor_snd", Qt::CTRL + Qt::Key_6},
+    {"editor_text", Qt::CTRL + Qt::Key_7},
     {"org_palette", otherChord + Qt::Key_L},
     {"pal_open", altered + Qt::Key_O},
     {"pal_save", altered + Qt::Key_S},

@@ -18,25 +18,26 @@ namespace
 using StampFunction = const char *(*)();
 using PluginFunction = Kiln::EnginePlugin *(*)();
 
-// The object with its engine, or null and what an exception said.
-Kiln::EnginePlugin *make(PluginFunction function, QString *told)
+// What a library does in its own code must not end the host: false, and what an exception said.
+template<typename Step>
+bool succeeds(Step step, QString *told)
 {
     try {
-        Kiln::EnginePlugin *plugin = function();
-        plugin->engine();
-        return plugin;
+        step();
+        return true;
     } catch (const std::exception &fault) {
         *told = QString::fromLocal8Bit(fault.what());
     } catch (...) {
     }
-    return nullptr;
+    return false;
 }
 
 } // namespace
 
 bool EngineLibraries::load(const QString &fileName, QString *fault)
 {
-    return load(fileName, Wanted, fault);
+    QString unread;
+    return load(fileName, Wanted, fault ? fault : &unread);
 }
 
 QStringList EngineLibraries::loadDirectory(const QString &directory)
@@ -89,11 +90,19 @@ bool EngineLibraries::load(const QString &fileName, Search search, QString *faul
         return false;
     }
     QString told;
-    Kiln::EnginePlugin *made = make(plugin, &told);
-    if (!made) {
+    Kiln::EnginePlugin *made = nullptr;
+    const auto make = [&] {
+        made = plugin();
+        made->engine();
+    };
+    const auto tellFailure = [&] {
         *fault = tr("The engine in '%1' failed while it was loaded. %2").arg(shown, told).trimmed();
         return false;
-    }
+    };
+    if (!succeeds(make, &told))
+        return tellFailure();
+    if (m_plugins.contains(made))
+        return true;
     if (Kiln::Engine *other = sameId(made)) {
         if (search == Wanted)
             *fault = tr("The engine in '%1' has the id of one that is loaded already, '%2'. Give "
@@ -101,7 +110,15 @@ bool EngineLibraries::load(const QString &fileName, Search search, QString *faul
                          .arg(shown, other->displayName());
         return false;
     }
-    add(made);
+    QString sample;
+    const auto configure = [&] {
+        made->engine().clear();
+        made->engine().load();
+        sample = made->sampleExecutable();
+    };
+    if (!succeeds(configure, &told))
+        return tellFailure();
+    add(made, sample);
     return true;
 }
 
@@ -116,15 +133,10 @@ Kiln::Engine *EngineLibraries::sameId(Kiln::EnginePlugin *plugin) const
 }
 
 // An engine that delivers a program to try projects with is in the user's list from the start.
-void EngineLibraries::add(Kiln::EnginePlugin *plugin)
+void EngineLibraries::add(Kiln::EnginePlugin *plugin, const QString &sample)
 {
-    if (m_plugins.contains(plugin))
-        return;
     m_plugins.append(plugin);
     Kiln::Engine &engine = plugin->engine();
-    engine.clear();
-    engine.load();
-    const QString sample = plugin->sampleExecutable();
     if (engine.count() == 0 && !sample.isEmpty())
         engine.add(engine.displayName(), sample, QString(), QString());
     if (!m_current)

@@ -25,10 +25,10 @@ public:
     using QObject::QObject;
 
     /// Loads the library in a file, and the engine's configuration. False, with one sentence for
-    /// the user in `fault`, when it cannot be loaded, holds no engine, was built for another
-    /// version of kilnx, throws, or has the id of an engine that is there; the host goes on without
-    /// it. A library that is there already is a success without effect. The first engine becomes
-    /// the current one.
+    /// the user in `fault` unless that is null, when it cannot be loaded, holds no engine, was
+    /// built for another version of kilnx, throws, or has the id of an engine that is there; the
+    /// host goes on without it. A library that is there already is a success without effect. The
+    /// first engine becomes the current one.
     bool load(const QString &fileName, QString *fault);
     /// Loads every library in a directory that holds an engine, sorted by name, and returns the
     /// faults of those that hold a faulty one. An engine whose id is taken is passed over: load
@@ -52,7 +52,7 @@ private:
     enum Search { Wanted, Found };
     bool load(const QString &fileName, Search search, QString *fault);
     Kiln::Engine *sameId(Kiln::EnginePlugin *plugin) const;
-    void add(Kiln::EnginePlugin *plugin);
+    void add(Kiln::EnginePlugin *plugin, const QString &sample);
 
     QList<Kiln::EnginePlugin *> m_plugins;
     Kiln::EnginePlugin *m_current = nullptr;

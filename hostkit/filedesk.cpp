@@ -5,6 +5,7 @@
 #include <hostkit/projectsession.h>
 
 #include <kilnx/code/codedocument.h>
+#include <kilnx/code/valuecode.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/project/fileeditor.h>
@@ -12,8 +13,10 @@
 #include <kilnx/project/projectfile.h>
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QPointer>
+#include <QTextBlock>
 
 #include <algorithm>
 
@@ -29,6 +32,29 @@ bool isChangedText(Kiln::ProjectFile *file)
 {
     return dynamic_cast<Kiln::CodeDocument *>(file) && file->isModified() &&
            !(file->capabilities() & discardsUnasked);
+}
+
+/// Has the values of a definition that lead to one file lead to another in the same directory.
+void renameIn(Kiln::CodeDocument *definition, const QString &from, const QString &to)
+{
+    const QDir base(QFileInfo(definition->fileName()).path());
+    const QString oldName = QFileInfo(from).fileName();
+    QList<QTextCursor> places;
+    for (QTextBlock line = definition->begin(); line.isValid(); line = line.next()) {
+        const auto *value = dynamic_cast<const Kiln::ValueCode *>(definition->nodeInBlock(line));
+        const QString path = value ? value->rawValue().toString() : QString();
+        const int start = path.isEmpty() ? -1 : line.text().indexOf(path);
+        if (start < 0 || !path.endsWith(oldName) || QDir::cleanPath(base.filePath(path)) != from)
+            continue;
+        QTextCursor place = definition->cursor();
+        place.setPosition(line.position() + start + path.size());
+        place.movePosition(QTextCursor::Left, QTextCursor::KeepAnchor, oldName.size());
+        places.append(place);
+    }
+    definition->beginChange();
+    for (const QTextCursor &place : qAsConst(places))
+        definition->insertOnCursor(QFileInfo(to).fileName(), place);
+    definition->endChange();
 }
 } // namespace
 
@@ -48,7 +74,6 @@ FileDesk::FileDesk(ProjectSession *session, EditorDeck *deck, FileTabs *tabs, QW
     connect(deck, &EditorDeck::currentChanged, this, &FileDesk::syncWithEditor);
 }
 
-/// An editor may have changes that are not in its file yet.
 bool FileDesk::isModified(Kiln::ProjectFile *file) const
 {
     const Kiln::FileEditor *editor = editorOf(file);
@@ -83,6 +108,22 @@ bool FileDesk::openFile(const QString &fileName, unsigned int id)
     return showFile(file);
 }
 
+// The library makes and loads the file before anybody can tell that it is there already.
+void FileDesk::openBy(Kiln::FileEditor *editor)
+{
+    const QList<Kiln::ProjectFile *> before = m_session->files();
+    editor->open();
+    syncWithEditor();
+    const QList<Kiln::ProjectFile *> after = m_session->files();
+    for (Kiln::ProjectFile *file : after) {
+        Kiln::ProjectFile *twin = before.contains(file) ? nullptr : m_session->twinOf(file);
+        if (!twin || !showFile(twin))
+            continue;
+        forget(file);
+        file->project()->removeFile(file);
+    }
+}
+
 bool FileDesk::showFile(Kiln::ProjectFile *file)
 {
     if (!file)
@@ -92,6 +133,7 @@ bool FileDesk::showFile(Kiln::ProjectFile *file)
         Q_EMIT message(tr("There is no editor for '%1'.").arg(FileTabs::title(file)));
         return false;
     }
+    m_givenUp.remove(file);
     m_session->setCurrentProject(file->project());
     if (editor->currentFile() != file)
         editor->setCurrentFile(file);
@@ -120,10 +162,7 @@ bool FileDesk::closeFile(Kiln::ProjectFile *file)
         return false;
     if (m_session->unloadText(file))
         return true;
-    if (file->isModified())
-        throwChangesAway(file);
-    else
-        forget(file);
+    putAway(file);
     return true;
 }
 
@@ -164,7 +203,7 @@ bool FileDesk::confirmDiscard(const Kiln::ParentProject *of)
         return true;
     const QList<Kiln::ProjectFile *> files = m_session->files(of);
     for (Kiln::ProjectFile *file : files) {
-        if (isGone(file))
+        if (isGone(file) && !m_givenUp.contains(file))
             gone.append(file->fileName());
     }
     return gone.isEmpty() || mayLose(gone);
@@ -228,6 +267,39 @@ bool FileDesk::mayLose(const QStringList &gone)
                                  .arg(listed(gone)));
 }
 
+bool FileDesk::renameFile(const QString &from, const QString &to)
+{
+    const QString title = tr("Rename");
+    Kiln::ProjectFile *file = m_session->findFile(from);
+    auto *document = dynamic_cast<Kiln::CodeDocument *>(file);
+    // All but text is loaded again under its new name.
+    if (file && !document && isModified(file)) {
+        Kiln::showWarning(m_window, title,
+                          tr("'%1' has changes that are not saved. Save or discard them first.")
+                              .arg(FileTabs::title(file)));
+        return false;
+    }
+    if (QFileInfo::exists(to) || !QFile::rename(from, to)) {
+        const QString why = QFileInfo::exists(to) ? tr("'%1' exists already.")
+                                                  : tr("The file could not be renamed to '%1'.");
+        Kiln::showWarning(m_window, title, why.arg(QDir::toNativeSeparators(to)));
+        return false;
+    }
+    if (document)
+        document->rename(to);
+    else if (file)
+        file->fromFile(file->archive(), to, false);
+    const QList<Kiln::Project *> projects = m_session->projects();
+    for (const Kiln::Project *project : projects) {
+        auto *definition =
+            dynamic_cast<Kiln::CodeDocument *>(project->file(Kiln::Project::FileID::Definition));
+        if (definition)
+            renameIn(definition, QDir::cleanPath(from), to);
+    }
+    syncWithEditor();
+    return true;
+}
+
 void FileDesk::stepTab(int by)
 {
     const int count = m_tabs->count();
@@ -248,6 +320,7 @@ void FileDesk::syncWithEditor()
 // The tab that moves up is shown next.
 void FileDesk::forget(Kiln::ProjectFile *file)
 {
+    m_givenUp.remove(file);
     const bool shown = m_deck->currentFile() == file;
     const QList<Kiln::Editor *> editors = m_deck->editors();
     for (Kiln::Editor *editor : editors) {
@@ -267,6 +340,8 @@ void FileDesk::forget(Kiln::ProjectFile *file)
 void FileDesk::clear(Kiln::ParentProject *project)
 {
     const QList<Kiln::ProjectFile *> gone = m_session->files(project);
+    for (Kiln::ProjectFile *file : gone)
+        m_givenUp.remove(file);
     const bool isShown = !m_deck->currentFile() || gone.contains(m_deck->currentFile());
     if (isShown)
         m_deck->switchTo(nullptr);
@@ -285,15 +360,27 @@ void FileDesk::clear(Kiln::ParentProject *project)
         showFile(m_tabs->currentFile());
 }
 
-// A file is as it is on disk again; one that is not there leaves its project. A project cannot go
-// on without its definition, which stays in it as it is.
-void FileDesk::throwChangesAway(Kiln::ProjectFile *file)
+// A file of the project is as it is on disk again; one that is not there leaves it, and so does one
+// from elsewhere. A project cannot go on without its definition, which stays in it as it is.
+void FileDesk::putAway(Kiln::ProjectFile *file)
 {
     forget(file);
-    if (file->fileExists())
-        file->fromFile(file->archive(), file->fileName(), false);
-    else if (!(m_session->fileId(file).bits & Kiln::Project::FileID::Definition))
+    const bool isDefinition = m_session->fileId(file).has(Kiln::Project::FileID::Definition);
+    const bool exists = file->fileExists();
+    if (!isDefinition && (!exists || isOutside(file)))
         file->project()->removeFile(file);
+    else if (!exists)
+        m_givenUp.insert(file);
+    else if (file->isModified())
+        file->fromFile(file->archive(), file->fileName(), false);
+}
+
+/// Whether a file neither lies in the directory of the project nor is named by a definition.
+bool FileDesk::isOutside(Kiln::ProjectFile *file) const
+{
+    const Kiln::ParentProject *project = file->project()->parent();
+    const QString name = QDir::cleanPath(file->fileName());
+    return project && !project->filePath(name) && !name.startsWith(project->basePath());
 }
 
 Kiln::FileEditor *FileDesk::editorOf(Kiln::ProjectFile *file) const

@@ -3,6 +3,7 @@
 #include <hostkit/export.h>
 
 #include <QtCore/QObject>
+#include <QtCore/QSet>
 
 #include <functional>
 
@@ -36,6 +37,10 @@ public:
     /// nothing to show, after a message.
     bool openFile(const QString &fileName, unsigned int id);
 
+    /// Has an editor ask for a file and load it. One that is loaded already, under whatever name,
+    /// is shown instead of a second one.
+    void openBy(Kiln::FileEditor *editor);
+
     /// Shows a loaded file in its editor. False if none edits its type, after a message.
     bool showFile(Kiln::ProjectFile *file);
 
@@ -47,7 +52,8 @@ public:
 
     /// Takes the file off the desk; true if that was done. Text with changes is saved or thrown
     /// away, as the user says; changes of other files, and a file that is gone from the disk, are
-    /// thrown away after a question.
+    /// thrown away after a question. What is not on disk, or lies outside of the project, leaves
+    /// the project, too, unless it is a definition.
     bool closeFile(Kiln::ProjectFile *file);
     void closeCurrentFile();
 
@@ -56,12 +62,19 @@ public:
     /// in all for null. False if the user says no, or something could not be saved.
     bool confirmDiscard(const Kiln::ParentProject *of = nullptr);
 
+    /// Gives a file another name, both absolute, on disk and in each definition that names it, one
+    /// step of undo in its text. What is open goes on under the new name. False, with nothing
+    /// changed, after a message why not.
+    bool renameFile(const QString &from, const QString &to);
+
     /// Moves to the tab that is `by` places to the right, around the end.
     void stepTab(int by);
 
     /// Follows an editor that has opened or made a file by itself.
     void syncWithEditor();
 
+    /// Whether a file has changes, also such as its editor has not given to it yet.
+    bool isModified(Kiln::ProjectFile *file) const;
     /// Whether a file has no changes but is gone from the disk, so that memory holds the only copy.
     static bool isGone(Kiln::ProjectFile *file);
     /// File names for a message, a line each; of many, the first ones and how many more there are.
@@ -81,15 +94,16 @@ private:
     bool isThere(Kiln::ProjectFile *file) const;
     void forget(Kiln::ProjectFile *file);
     void clear(Kiln::ParentProject *project);
-    void throwChangesAway(Kiln::ProjectFile *file);
+    void putAway(Kiln::ProjectFile *file);
+    bool isOutside(Kiln::ProjectFile *file) const;
     Kiln::FileEditor *editorOf(Kiln::ProjectFile *file) const;
-    bool isModified(Kiln::ProjectFile *file) const;
 
     ProjectSession *m_session;
     EditorDeck *m_deck;
     FileTabs *m_tabs;
     QWidget *m_window;
     std::function<bool(Kiln::ProjectFile *)> m_save;
+    QSet<Kiln::ProjectFile *> m_givenUp; ///< gone from the disk, and closed; until shown again
 };
 
 } // namespace HostKit

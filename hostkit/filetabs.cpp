@@ -91,11 +91,15 @@ void FileTabs::refresh()
 {
     for (int i = 0; i < count(); ++i) {
         Kiln::ProjectFile *file = fileAt(i);
-        const QString name = title(file);
+        const bool isGone = m_isGone && m_isGone(file);
+        const QString name = isGone ? tr("%1 (gone)").arg(title(file)) : title(file);
         const QString text = m_isModified(file) ? name + QStringLiteral(" •") : name;
         if (tabText(i) != text) // each text lays the whole bar out
             setTabText(i, text);
-        setTabToolTip(i, file->fileName());
+        setTabToolTip(
+            i, isGone
+                   ? tr("%1\nis gone from the disk; saving writes it again.").arg(file->fileName())
+                   : file->fileName());
     }
 }
 

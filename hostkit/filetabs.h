@@ -35,6 +35,9 @@ public:
     void refresh();
     /// What tells whether a file has changes; until then the file itself.
     void setModifiedTest(const std::function<bool(Kiln::ProjectFile *)> &test);
+    /// What tells whether a file is gone from the disk, which its tab says; an empty one says that
+    /// none is.
+    void setGoneTest(const std::function<bool(Kiln::ProjectFile *)> &test) { m_isGone = test; }
 
     /// The name that a file is shown under: without its directory, or "Untitled".
     static QString title(Kiln::ProjectFile *file);
@@ -50,6 +53,7 @@ private:
     void choose(int index);
 
     std::function<bool(Kiln::ProjectFile *)> m_isModified;
+    std::function<bool(Kiln::ProjectFile *)> m_isGone;
     bool m_changing = false;
 };
 

@@ -14,6 +14,7 @@
 #include <hostkit/messagetable.h>
 #include <hostkit/newprojectdialog.h>
 #include <hostkit/openfiles.h>
+#include <hostkit/outsidechanges.h>
 #include <hostkit/progressindicator.h>
 #include <hostkit/projectsession.h>
 #include <hostkit/recoverydesk.h>
@@ -25,6 +26,7 @@
 #include <hostkit/soundview.h>
 #include <hostkit/spriteview.h>
 #include <hostkit/statusfields.h>
+#include <hostkit/textfile.h>
 #include <hostkit/theme.h>
 #include <hostkit/viewport.h>
 #include <hostkit/widgets.h>
@@ -92,6 +94,12 @@ public:
         stack->addWidget(new QWidget(stack));
     }
 
+    // Right above the view.
+    void addBar(QWidget *bar)
+    {
+        static_cast<QVBoxLayout *>(layout())->insertWidget(layout()->indexOf(stack), bar);
+    }
+
     FileTabs *tabs;
     QVBoxLayout *strips;
     QStackedWidget *stack;
@@ -137,6 +145,7 @@ struct HostBase::Private : QObject {
     std::unique_ptr<FileDesk> desk;
     std::unique_ptr<SaveDesk> saving;
     std::unique_ptr<RunDesk> running;
+    std::unique_ptr<OutsideChanges> outside;
     std::unique_ptr<RecoveryDesk> recovery;
     CodeSurface *surface = nullptr;      ///< the deck's
     AnimationView *animations = nullptr; ///< the deck's
@@ -164,10 +173,12 @@ HostBase::Private::Private(QMainWindow *mainWindow, const Paths &hostPaths)
     , desk(std::make_unique<FileDesk>(&session, deck.get(), centre->tabs, window))
     , saving(std::make_unique<SaveDesk>(&session, deck.get(), desk.get(), window))
     , running(std::make_unique<RunDesk>(&session, saving.get(), window))
+    , outside(std::make_unique<OutsideChanges>(session, settings, desk.get(), centre->tabs, window))
     , recovery(std::make_unique<RecoveryDesk>(journal, session, desk.get(), window))
 {
     window->setStatusBar(status);
     window->setCentralWidget(centre);
+    centre->addBar(outside->bar());
     window->installEventFilter(this);
     window->setAcceptDrops(true);
     theme.apply();
@@ -268,6 +279,11 @@ void HostBase::Private::connectParts()
     });
     connect(desk.get(), &FileDesk::message, status,
             [this](const QString &text) { status->tell(text); });
+    connect(outside.get(), &OutsideChanges::message, status,
+            [this](const QString &text) { status->tell(text); });
+    connect(outside.get(), &OutsideChanges::saveRequested, saving.get(), &SaveDesk::save);
+    saving->setOverwriteTest(
+        [this](const QList<Kiln::ProjectFile *> &files) { return outside->mayOverwrite(files); });
     connect(desk.get(), &FileDesk::changed, &openFiles, &OpenFiles::touch);
     connect(&journal, &RecoveryJournal::failed, status, [this](const QString &reason) {
         status->tell(
@@ -352,7 +368,7 @@ void HostBase::Private::showSomething()
 bool HostBase::Private::hasType(Kiln::Project::FileID::Type type) const
 {
     for (Kiln::EnginePlugin *plugin : engines.plugins()) {
-        if (type == Kiln::Project::FileID::Definition ||
+        if (type == Kiln::Project::FileID::Definition || type == TextFile::Type ||
             plugin->engine().singleFileFilters().contains(int(type)))
             return true;
     }
@@ -377,6 +393,7 @@ HostBase::~HostBase()
     d->deck->switchTo(nullptr); // while it can be asked what an editor lets go of
     d->recovery.reset();
     d->running.reset();
+    d->outside.reset();
     d->saving.reset();
     d->desk.reset();
     d->deck.reset();
@@ -458,6 +475,11 @@ RunDesk &HostBase::running() const
     return *d->running;
 }
 
+OutsideChanges &HostBase::outsideChanges() const
+{
+    return *d->outside;
+}
+
 RecoveryJournal &HostBase::journal() const
 {
     return d->journal;
@@ -491,6 +513,7 @@ void HostBase::makeCodeEditors()
         {FileID::Definition, "definition", DefinitionText},
         {FileID::Code, "code", CodeText},
         {FileID::Commands, "commands", CommandText},
+        {TextFile::Type, "text", PlainText},
     };
     if (!d->surface) {
         d->surface = d->deck->make<CodeSurface>(*this, d->engines);
@@ -647,6 +670,8 @@ QString HostBase::text(int id) const
         return QCoreApplication::translate(context, "Code");
     case CommandText:
         return QCoreApplication::translate(context, "Commands");
+    case PlainText:
+        return QCoreApplication::translate(context, "Text");
     default:
         return QString();
     }

@@ -21,6 +21,7 @@ class FileDesk;
 class FileTabs;
 class Menus;
 class MessageTable;
+class OutsideChanges;
 class ProjectSession;
 class RecoveryDesk;
 class RecoveryJournal;
@@ -57,7 +58,7 @@ class HOSTKIT_EXPORT HostBase : public Kiln::Interface
 {
 public:
     /// Numbers of the host's own texts beside Interface::TextId: the names of code editors.
-    enum EditorTextId { DefinitionText = 100, CodeText, CommandText };
+    enum EditorTextId { DefinitionText = 100, CodeText, CommandText, PlainText };
 
     HostBase(QMainWindow *window, const Paths &paths);
     ~HostBase() override;
@@ -80,6 +81,7 @@ public:
     FileDesk &desk() const;
     SaveDesk &saving() const;
     RunDesk &running() const;
+    OutsideChanges &outsideChanges() const;
     RecoveryJournal &journal() const;
     RecoveryDesk &recovery() const;
     /// The view that code editors share; null before makeCodeEditors().
@@ -89,7 +91,8 @@ public:
 
     /// Makes the code view, the organizer, the panels of palettes and thumbnails, which are numbers
     /// 0 to 2 of extraEditor() (so make side panels of your own after it), and an editor for each
-    /// type of code file that one of the engines has and no editor handles yet, but for animations.
+    /// type of code file that one of the engines has and no editor handles yet, but for animations,
+    /// and for plain text.
     /// An engine that is loaded later gets its editors by itself.
     void makeCodeEditors();
 

@@ -3,6 +3,7 @@
 #include <hostkit/bytesfile.h>
 #include <hostkit/enginelibraries.h>
 #include <hostkit/filebytes.h>
+#include <hostkit/textfile.h>
 
 #include <kilnx/code/codedocument.h>
 #include <kilnx/project/archive.h>
@@ -11,9 +12,13 @@
 #include <kilnx/project/projectfile.h>
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
+#ifdef Q_OS_UNIX
+#include <sys/stat.h>
+#endif
 
 namespace HostKit
 {
@@ -27,6 +32,23 @@ bool isTextType(FileID::Type type)
 {
     const unsigned int other = FileID::Sprites | FileID::Sounds;
     return !(unsigned(type) & other);
+}
+
+// What is the same for all names of a file: its number, where the system has one, else its name
+// without links. What is not there yet is told by its directory.
+QString identityOf(const QString &fileName)
+{
+    const QFileInfo info(fileName);
+#ifdef Q_OS_UNIX
+    struct stat found;
+    if (stat(QFile::encodeName(fileName).constData(), &found) == 0 && found.st_nlink == 1)
+        return QStringLiteral("%1:%2").arg(quint64(found.st_dev)).arg(quint64(found.st_ino));
+#endif
+    if (info.exists())
+        return info.canonicalFilePath();
+    const QString directory = QFileInfo(info.path()).canonicalFilePath();
+    return directory.isEmpty() ? QDir::cleanPath(fileName)
+                               : directory + QLatin1Char('/') + info.fileName();
 }
 } // namespace
 
@@ -208,6 +230,26 @@ Kiln::ProjectFile *ProjectSession::findFile(const QString &fileName) const
         if (QDir::cleanPath(file->fileName()) == clean)
             return file;
     }
+    return sameFile(fileName, nullptr);
+}
+
+Kiln::ProjectFile *ProjectSession::twinOf(Kiln::ProjectFile *file) const
+{
+    return sameFile(file->fileName(), file);
+}
+
+Kiln::ProjectFile *ProjectSession::sameFile(const QString &fileName,
+                                            const Kiln::ProjectFile *but) const
+{
+    if (fileName.isEmpty())
+        return nullptr;
+    const QString identity = identityOf(fileName);
+    const QList<Kiln::ProjectFile *> all = files();
+    for (Kiln::ProjectFile *file : all) {
+        const QString name = file != but ? file->fileName() : QString();
+        if (!name.isEmpty() && identityOf(name) == identity)
+            return file;
+    }
     return nullptr;
 }
 
@@ -226,13 +268,25 @@ Kiln::ProjectFile *ProjectSession::loadFile(const QString &fileName, unsigned in
         for (const char *option : {"parseCode", "modelCode", "highlightCode"})
             file->setOption(QLatin1String(option), false, false, false);
     }
-    if (file && !file->fromFile(file->project()->archive(), fileName, false)) {
-        file->project()->removeFile(file);
-        return nullptr;
-    }
-    if (isText)
+    file = settled(file, [&](Kiln::ProjectFile *made) {
+        return made->fromFile(made->project()->archive(), fileName, false);
+    });
+    if (isText && file)
         m_loaded.insert(file);
     return file;
+}
+
+// A file tells of what goes wrong in a box, behind which it may be closed with all else.
+Kiln::ProjectFile *ProjectSession::settled(Kiln::ProjectFile *file,
+                                           const std::function<bool(Kiln::ProjectFile *)> &step)
+{
+    const bool isDone = file && step(file);
+    if (!file || !files().contains(file))
+        return nullptr;
+    if (isDone)
+        return file;
+    file->project()->removeFile(file);
+    return nullptr;
 }
 
 bool ProjectSession::isLarge(const QString &fileName)
@@ -256,12 +310,20 @@ Kiln::ProjectFile *ProjectSession::newFile(unsigned int id)
 
 Kiln::ProjectFile *ProjectSession::createFile(const QString &fileName, unsigned int id)
 {
+    return settled(makeFile(fileName, id), [&](Kiln::ProjectFile *file) {
+        return file->toFile(file->project()->archive(), fileName, false);
+    });
+}
+
+Kiln::CodeDocument *ProjectSession::newText(const QString &fileName, unsigned int id)
+{
     Kiln::ProjectFile *file = makeFile(fileName, id);
-    if (file && !file->toFile(file->project()->archive(), fileName, false)) {
+    auto *document = dynamic_cast<Kiln::CodeDocument *>(file);
+    if (document)
+        document->rename(fileName);
+    else if (file)
         file->project()->removeFile(file);
-        return nullptr;
-    }
-    return file;
+    return document;
 }
 
 // The lowest bit of what is said; without, the type whose pattern the name matches; 0 if none.
@@ -278,7 +340,7 @@ ProjectSession::typeOf(const QString &fileName, unsigned int id, Kiln::Project *
         if (QDir::match(patterns, name))
             return FileID::Type(filter.key());
     }
-    return FileID::Type(0);
+    return TextFile::isNameOf(name) ? TextFile::Type : FileID::Type(0);
 }
 
 Kiln::Project *ProjectSession::projectOf(const QString &fileName) const
@@ -305,7 +367,11 @@ Kiln::ProjectFile *ProjectSession::makeFile(const QString &fileName, unsigned in
     const FileID::Type type = project ? typeOf(fileName, id, project) : FileID::Type(0);
     if (unsigned(type) == 0)
         return nullptr;
-    Kiln::ProjectFile *file = project->parent()->engine()->createFile(type, project);
+    Kiln::ProjectFile *file = nullptr;
+    if (type == TextFile::Type)
+        file = new TextFile;
+    else
+        file = project->parent()->engine()->createFile(type, project);
     if (file)
         project->addFile(file, id != 0 ? FileID(id) : FileID(type));
     return file;

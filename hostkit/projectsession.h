@@ -9,8 +9,11 @@
 #include <QtCore/QPointer>
 #include <QtCore/QSet>
 
+#include <functional>
+
 namespace Kiln
 {
+class CodeDocument;
 class ProjectFile;
 } // namespace Kiln
 
@@ -67,11 +70,15 @@ public:
 
     Kiln::Project::FileID fileId(Kiln::ProjectFile *file) const;
 
-    /// The loaded file of that absolute name, null if there is none.
+    /// The loaded file that an absolute name leads to, by whatever links and however it is
+    /// written; null if there is none. A hard link is a file of its own: a save parts them.
     Kiln::ProjectFile *findFile(const QString &fileName) const;
+    /// Another loaded file that stands for the same one on disk; null if there is none.
+    Kiln::ProjectFile *twinOf(Kiln::ProjectFile *file) const;
 
     /// The file of that name, loaded if it is not yet. `id` is what a definition says about it; 0
-    /// lets its suffix tell. Null when the engine has no such type or the file cannot be read.
+    /// lets its suffix tell, by the engine's patterns or as plain text. Null when neither has such
+    /// a type or the file cannot be read.
     Kiln::ProjectFile *loadFile(const QString &fileName, unsigned int id);
 
     /// Whether a text is too large to be parsed and coloured while it is edited: 8 MB or more. It
@@ -86,6 +93,9 @@ public:
 
     /// A new file of that name on disk and in its project; null as for loadFile().
     Kiln::ProjectFile *createFile(const QString &fileName, unsigned int id);
+    /// A text of that name that is not on disk until it is saved; null as for newFile(), and for a
+    /// type that is no text.
+    Kiln::CodeDocument *newText(const QString &fileName, unsigned int id);
 
 Q_SIGNALS:
     /// Another project is current, or none, or others are open.
@@ -101,7 +111,10 @@ private:
     Kiln::Project::FileID::Type
     typeOf(const QString &fileName, unsigned int id, Kiln::Project *project) const;
     Kiln::Project *projectOf(const QString &fileName) const;
+    Kiln::ProjectFile *sameFile(const QString &fileName, const Kiln::ProjectFile *but) const;
     Kiln::ProjectFile *makeFile(const QString &fileName, unsigned int id);
+    Kiln::ProjectFile *settled(Kiln::ProjectFile *file,
+                               const std::function<bool(Kiln::ProjectFile *)> &step);
     void follow(Kiln::Project *project);
 
     EngineLibraries &m_engines;

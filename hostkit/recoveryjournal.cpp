@@ -164,6 +164,14 @@ void RecoveryJournal::adopt()
         m_adopted.push_back(std::move(lock));
         m_adoptedPaths.append(path);
     }
+    // A host that was killed may leave the lock of a directory that it had emptied, or not made
+    // yet.
+    const QStringList locks = QDir(m_directory).entryList({QStringLiteral("*.lock")}, QDir::Files);
+    for (const QString &name : locks) {
+        const QString path = m_directory + QLatin1Char('/') + QFileInfo(name).completeBaseName();
+        if (!m_adoptedPaths.contains(path) && !QFileInfo::exists(path))
+            lockOf(path)->tryLock(0);
+    }
 }
 
 QList<RecoveryJournal::Entry> RecoveryJournal::leftBehind()

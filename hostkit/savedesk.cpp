@@ -82,6 +82,8 @@ void SaveDesk::save()
     Kiln::ProjectFile *file = m_deck->currentFile();
     if (!settle() || !file || !file->canSave() || !(file->isModified() || FileDesk::isGone(file)))
         return;
+    if (!mayOverwrite({file}) || !m_session->files().contains(file))
+        return;
     const bool changesEnds = changesLineEnds(file);
     if (file->fileName().isEmpty()) {
         saveAs();
@@ -141,16 +143,28 @@ void SaveDesk::saveAs()
     const auto watch = connect(editor, &Kiln::Editor::modified, this, [&tried] { tried = true; });
     editor->saveAs();
     disconnect(watch);
+    if (tried && m_deck->currentFile())
+        dropTwin(m_deck->currentFile());
     if (tried && !Kiln::FileSystemArchive::lastError().isEmpty() && m_deck->currentFile())
         tellWhyNot(tr("Save as"), m_deck->currentFile());
     m_desk->syncWithEditor();
+}
+
+// What was loaded from the file that has just been written over is nowhere any more.
+void SaveDesk::dropTwin(Kiln::ProjectFile *file)
+{
+    Kiln::ProjectFile *twin = m_session->twinOf(file);
+    if (twin && !m_desk->isModified(twin) &&
+        !m_session->fileId(twin).has(Kiln::Project::FileID::Definition))
+        twin->project()->removeFile(twin);
 }
 
 void SaveDesk::saveAll()
 {
     // What goes on behind the progress may close it.
     const QPointer<Kiln::ParentProject> project = m_session->parentProject();
-    if (!project || !settle() || !project)
+    if (!project || !settle() || !project || !mayOverwrite(m_session->modifiedFiles(project)) ||
+        !project)
         return;
     QStringList changed;
     const QList<Kiln::ProjectFile *> modified = m_session->modifiedFiles(project);
@@ -225,6 +239,11 @@ QString SaveDesk::chooseTarget(Kiln::ParentProject *project)
     const QString suffix = QFileInfo(definition).suffix();
     return Kiln::getSaveFileName(m_window, title, definition, project->engine()->fileFilter(),
                                  suffix.isEmpty() ? suffix : QLatin1Char('.') + suffix);
+}
+
+bool SaveDesk::mayOverwrite(const QList<Kiln::ProjectFile *> &files) const
+{
+    return !m_mayOverwrite || m_mayOverwrite(files);
 }
 
 bool SaveDesk::mayReplace(const QString &title, const QStringList &files)

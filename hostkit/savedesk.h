@@ -2,7 +2,10 @@
 
 #include <hostkit/export.h>
 
+#include <QtCore/QList>
 #include <QtCore/QObject>
+
+#include <functional>
 
 class QWidget;
 
@@ -28,6 +31,13 @@ class HOSTKIT_EXPORT SaveDesk : public QObject
 public:
     SaveDesk(ProjectSession *session, EditorDeck *deck, FileDesk *desk, QWidget *window);
 
+    /// Who asks before files are written over that other programs have changed; false keeps them
+    /// as they are.
+    void setOverwriteTest(const std::function<bool(const QList<Kiln::ProjectFile *> &)> &test)
+    {
+        m_mayOverwrite = test;
+    }
+
     /// Saves the file that is shown. One that is gone from the disk is written there again; where
     /// that fails, the reason is told and another place is asked for.
     void save();
@@ -48,7 +58,9 @@ private:
     bool settle();
     static bool changesLineEnds(Kiln::ProjectFile *file);
     void tellLineEnds(const QStringList &files);
+    void dropTwin(Kiln::ProjectFile *file);
     QString chooseTarget(Kiln::ParentProject *project);
+    bool mayOverwrite(const QList<Kiln::ProjectFile *> &files) const;
     bool mayReplace(const QString &title, const QStringList &files);
     bool tellReport(const QString &title, const Kiln::ParentProject *project);
     void writeAgain(const QStringList &files);
@@ -58,6 +70,7 @@ private:
     EditorDeck *m_deck;
     FileDesk *m_desk;
     QWidget *m_window;
+    std::function<bool(const QList<Kiln::ProjectFile *> &)> m_mayOverwrite;
 };
 
 } // namespace HostKit

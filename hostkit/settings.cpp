@@ -26,6 +26,7 @@ QHash<QString, QVariant> deliveredDefaults()
         {"highlightCode", true},
         {"auto_expand_tree", true},
         {"enable_file_watcher", true},
+        {"reload_unchanged", true},
         {"use_native_open", true},
         {"sort_file_names", true},
         {"show_organizer", true},
@@ -108,6 +109,7 @@ QStringList Settings::recentProjects() const
 void Settings::addRecentProject(const QString &directory)
 {
     const QString path = QDir::cleanPath(directory);
+    readRecent();
     QStringList recent = recentProjects();
     recent.removeAll(path);
     recent.prepend(path);
@@ -116,6 +118,7 @@ void Settings::addRecentProject(const QString &directory)
 
 void Settings::removeRecentProject(const QString &directory)
 {
+    readRecent();
     QStringList recent = recentProjects();
     recent.removeAll(QDir::cleanPath(directory));
     setRecent(recent);
@@ -127,11 +130,21 @@ void Settings::apply()
     Q_EMIT applied();
 }
 
+// Another host on the same file may have opened projects, too.
+void Settings::readRecent()
+{
+    if (!m_store)
+        return;
+    m_store->sync();
+    m_values.insert(QLatin1String(recentKey), m_store->value(QLatin1String(recentKey)));
+}
+
 void Settings::setRecent(const QStringList &recent)
 {
     if (recent == recentProjects())
         return;
     setValue(QLatin1String(recentKey), recent);
+    sync();
     Q_EMIT recentChanged();
 }
 

@@ -52,6 +52,7 @@ Q_SIGNALS:
     void recentChanged();
 
 private:
+    void readRecent();
     void setRecent(const QStringList &recent);
 
     QSettings *m_store = nullptr; ///< null without a file

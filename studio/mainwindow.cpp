@@ -152,8 +152,11 @@ void MainWindow::connectDocks()
     FileDesk *desk = &m_host.desk();
     connect(m_tree, &ProjectTreeDock::fileActivated, desk, &FileDesk::openFile);
     connect(m_tree, &ProjectTreeDock::newFileRequested, this, &MainWindow::makeFile);
+    connect(m_tree, &ProjectTreeDock::renameRequested, this, &MainWindow::renameFile);
     connect(m_tree, &ProjectTreeDock::trashRequested, this, &MainWindow::moveToTrash);
     connect(m_messages, &MessagesDock::placeActivated, desk, &FileDesk::showPlace);
+    connect(m_host.surface()->editor(), &QPlainTextEdit::cursorPositionChanged, this,
+            &MainWindow::tellPlace);
     connect(session, &ProjectSession::aboutToClose, this, [this](Kiln::ParentProject *project) {
         m_findInFiles->clearResults();
         if (m_tree->project() == project)

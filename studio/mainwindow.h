@@ -62,10 +62,11 @@ private:
     void backup();
     void restore();
     void makeFile(const QString &directory);
+    void renameFile(const QString &fileName);
     void moveToTrash(const QString &fileName);
     void showSettings(SettingsDialog::Page page);
     void showAbout();
-    void stepMessage(int by);
+    void tellPlace();
     void startFind();
     void findText(const QString &text, unsigned int flags);
     void replaceText(const QString &text, const QString &by, unsigned int flags, bool all);

@@ -16,7 +16,6 @@
 #include <hostkit/editordeck.h>
 #include <hostkit/filedesk.h>
 #include <hostkit/filetabs.h>
-#include <hostkit/messagetable.h>
 #include <hostkit/projectsession.h>
 #include <hostkit/rundesk.h>
 #include <hostkit/savedesk.h>
@@ -24,6 +23,7 @@
 #include <hostkit/statusfields.h>
 #include <hostkit/widgets.h>
 
+#include <kilnx/code/codedocument.h>
 #include <kilnx/codeedit/codefileeditor.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/project/engine.h>
@@ -39,7 +39,6 @@
 #include <QMenu>
 #include <QTabBar>
 #include <QTimer>
-#include <QTreeView>
 
 #include <utility>
 
@@ -107,8 +106,9 @@ void MainWindow::connectEditActions()
         if (QWidget *shown = m_host.deck().shownWidget())
             shown->setFocus();
     });
-    connect(m_actions->nextMessage, &QAction::triggered, this, [this] { stepMessage(1); });
-    connect(m_actions->previousMessage, &QAction::triggered, this, [this] { stepMessage(-1); });
+    connect(m_actions->nextMessage, &QAction::triggered, this, [this] { m_messages->step(1); });
+    connect(m_actions->previousMessage, &QAction::triggered, this,
+            [this] { m_messages->step(-1); });
 }
 
 void MainWindow::connectOtherActions()
@@ -192,10 +192,8 @@ void MainWindow::showEngines()
             fileEditor->create();
             m_host.desk().syncWithEditor();
         });
-        connect(m_actions->openMenu->addAction(text + tr("...")), &QAction::triggered, this, [=] {
-            fileEditor->open();
-            m_host.desk().syncWithEditor();
-        });
+        connect(m_actions->openMenu->addAction(text + tr("...")), &QAction::triggered, this,
+                [=] { m_host.desk().openBy(fileEditor); });
     }
 }
 
@@ -240,8 +238,17 @@ void MainWindow::updateState()
     title.append(tr("Kiln Studio"));
     setWindowTitle(title.join(QStringLiteral(" – ")));
     setWindowModified(file && m_host.deck().current()->isModified());
+    tellPlace();
     if (!file)
         m_findBar->hide();
+}
+
+// Messages are chosen by the caret.
+void MainWindow::tellPlace()
+{
+    Kiln::ProjectFile *file = m_host.deck().currentFile();
+    const bool isText = dynamic_cast<Kiln::CodeDocument *>(file);
+    m_messages->setPlace(file, isText ? m_host.surface()->editor()->textCursor().blockNumber() : 0);
 }
 
 void MainWindow::showSettings(SettingsDialog::Page page)
@@ -259,18 +266,6 @@ void MainWindow::showAbout()
         this, tr("About Kiln Studio"),
         tr("Kiln Studio %1\nThe sample host of kilnx, working for %2.")
             .arg(QCoreApplication::applicationVersion(), m_host.engine()->displayName()));
-}
-
-void MainWindow::stepMessage(int by)
-{
-    QTreeView *view = m_messages->view();
-    const int count = m_messages->table()->rowCount();
-    if (count == 0)
-        return;
-    const int row = view->currentIndex().isValid() ? view->currentIndex().row() : (by > 0 ? -1 : 0);
-    const QModelIndex index = m_messages->table()->index((row + by + count) % count, 0);
-    view->setCurrentIndex(index);
-    m_messages->activate(index);
 }
 
 // What came of it stands in the bar: nobody wants a box in the way of the next key.

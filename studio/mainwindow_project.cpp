@@ -142,6 +142,21 @@ void MainWindow::makeFile(const QString &directory)
                               .arg(QDir::toNativeSeparators(path)));
 }
 
+// Within its directory: other files and programs may count on where it is.
+void MainWindow::renameFile(const QString &fileName)
+{
+    const QFileInfo file(fileName);
+    const QString name = QInputDialog::getText(this, tr("Rename"), tr("New name of the file:"),
+                                               QLineEdit::Normal, file.fileName())
+                             .trimmed();
+    if (name.isEmpty() || name == file.fileName())
+        return;
+    if (name.contains(QLatin1Char('/')))
+        Kiln::showWarning(this, tr("Rename"), tr("A name has no '/' in it."));
+    else
+        m_host.desk().renameFile(fileName, file.path() + QLatin1Char('/') + name);
+}
+
 // A file on the desk is closed first; what it has unsaved is asked about.
 void MainWindow::moveToTrash(const QString &fileName)
 {

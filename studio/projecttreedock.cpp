@@ -11,6 +11,7 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QMenu>
+#include <QShortcut>
 #include <QTreeView>
 #include <QUrl>
 #include <QVBoxLayout>
@@ -44,6 +45,20 @@ ProjectTreeDock::ProjectTreeDock(QWidget *parent)
     m_view->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(m_view, &QTreeView::activated, this, &ProjectTreeDock::activate);
     connect(m_view, &QTreeView::customContextMenuRequested, this, &ProjectTreeDock::showMenu);
+    addKey(Qt::Key_F2, &ProjectTreeDock::renameRequested);
+    addKey(QKeySequence::Delete, &ProjectTreeDock::trashRequested);
+}
+
+// For the file of the current row, while the tree has the focus.
+void ProjectTreeDock::addKey(const QKeySequence &key,
+                             void (ProjectTreeDock::*wanted)(const QString &))
+{
+    auto *shortcut = new QShortcut(key, m_view);
+    shortcut->setContext(Qt::WidgetShortcut);
+    connect(shortcut, &QShortcut::activated, this, [this, wanted] {
+        if (!currentFile().isEmpty())
+            emit(this->*wanted)(currentFile());
+    });
 }
 
 void ProjectTreeDock::setProjects(const QStringList &directories)
@@ -131,6 +146,7 @@ QMenu *ProjectTreeDock::makeMenu(const QModelIndex &index)
         [=] { QDesktopServices::openUrl(QUrl::fromLocalFile(directory)); });
     if (isFile) {
         menu->addSeparator();
+        add("tree_rename", tr("&Rename..."), [=] { emit renameRequested(name); });
         add("tree_trash", tr("Move to &trash..."), [=] { emit trashRequested(name); });
     }
     return menu;

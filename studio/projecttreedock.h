@@ -16,7 +16,8 @@ namespace Studio
 {
 
 /// The tree of the current project, and a choice among those that are open; a file that is
-/// activated is opened. Its menu makes files, moves them to the trash and shows where they are.
+/// activated is opened. Its menu makes files, renames them, moves them to the trash and shows where
+/// they are.
 class ProjectTreeDock : public QDockWidget
 {
     Q_OBJECT
@@ -48,11 +49,13 @@ signals:
     /// A new file is wanted in a directory, which ends with "/".
     void newFileRequested(const QString &directory);
     void trashRequested(const QString &fileName);
+    void renameRequested(const QString &fileName);
     /// `fileId` is what a definition says about the file, 0 for one that a scan has found.
     void fileActivated(const QString &fileName, unsigned int fileId);
 
 private:
     void activate(const QModelIndex &index);
+    void addKey(const QKeySequence &key, void (ProjectTreeDock::*wanted)(const QString &));
     void showMenu(const QPoint &position);
     QModelIndex findFile(const QModelIndex &parent, const void *path) const;
 

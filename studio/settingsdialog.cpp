@@ -104,6 +104,8 @@ QWidget *SettingsDialog::generalPage()
         option("reopen_last_project", tr("Open the &last project at start"), page));
     fileLayout->addWidget(
         option("enable_file_watcher", tr("&Watch files for changes by other programs"), page));
+    fileLayout->addWidget(
+        option("reload_unchanged", tr("&Reload changed files that have no changes here"), page));
     fileLayout->addWidget(option("use_native_open", tr("Use the &system's open dialog"), page));
     fileLayout->addWidget(
         option("sort_file_names", tr("So&rt several chosen files by name"), page));

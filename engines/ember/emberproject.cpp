@@ -11,6 +11,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QFileSystemWatcher>
 #include <QSet>
 
 #include <functional>
@@ -231,6 +232,7 @@ void EmberProject::checkFiles()
     if (missing == m_missingFiles)
         return;
     m_missingFiles = missing;
+    watchForMissing();
     m_missing->beginChange();
     m_missing->clear();
     for (const MissingFile &file : qAsConst(missing)) {
@@ -238,6 +240,30 @@ void EmberProject::checkFiles()
                        file.line, 0);
     }
     m_missing->endChange();
+}
+
+// A file that is there again has no warning; nobody has to touch the definition for that.
+void EmberProject::watchForMissing()
+{
+    if (!m_watcher && m_missingFiles.isEmpty())
+        return; // a system has not many watchers
+    if (!m_watcher) {
+        m_watcher = new QFileSystemWatcher(this);
+        connect(m_watcher, &QFileSystemWatcher::directoryChanged, this, [this] {
+            checkFiles();
+            watchForMissing(); // the way to a file may have grown
+        });
+    }
+    QStringList left = m_watcher->directories();
+    for (const MissingFile &file : qAsConst(m_missingFiles)) {
+        QString directory = QFileInfo(fullName(file.path)).path();
+        while (!QFileInfo::exists(directory) && directory != QFileInfo(directory).path())
+            directory = QFileInfo(directory).path();
+        if (left.removeAll(directory) == 0)
+            m_watcher->addPath(directory);
+    }
+    if (!left.isEmpty())
+        m_watcher->removePaths(left);
 }
 
 QString EmberProject::fullName(const QString &path) const

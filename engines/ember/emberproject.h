@@ -13,6 +13,7 @@ namespace Kiln
 class SimpleMessages;
 }
 class EmberParentProject;
+class QFileSystemWatcher;
 
 /// A character, a stage or a game: one definition and the code files that it names.
 ///
@@ -59,6 +60,7 @@ private:
     EmberProject(EmberParentProject &parent, EmberDocument *definition);
     ~EmberProject() override;
     void checkFiles();
+    void watchForMissing();
     QString fullName(const QString &path) const;
 
     /// A file that is named and cannot be read.
@@ -73,6 +75,7 @@ private:
 
     std::unique_ptr<Kiln::SimpleMessages> m_missing;
     QList<MissingFile> m_missingFiles;
+    QFileSystemWatcher *m_watcher = nullptr; ///< of the directories where they would be
     /// Named files that could be read: they are not opened again at each key.
     QSet<QString> m_readable;
 };

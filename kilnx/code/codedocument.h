@@ -63,6 +63,12 @@ public:
     bool fromFile(Archive &archive, const QString &name, int codecId, bool asCopy);
     /// Loads the file again in the encoding that it has now.
     void reload() override;
+    /// The same as one step of undo, by replaceText(), also for a document with changes: it is
+    /// unmodified after that. False, with nothing changed, if the file cannot be read.
+    bool reloadAsEdit();
+    /// From here on the file of another name in the same archive, which is neither read nor
+    /// written.
+    void rename(const QString &name);
     QString fileName() override;
     QAbstractItemModel *model() override;
     void release() override = 0;
@@ -102,6 +108,9 @@ public:
     void insertOnCursor(const QString &text, QTextCursor cursor);
     /// At the end of the text.
     void insert(const QString &text);
+    /// Makes the text another one, in one step of undo. What both have in common at their start and
+    /// at their end stays as it is, with its folds and the cursors in it.
+    void replaceText(const QString &text);
     /// As lines of their own below the node's last line, or, with `ownLine`, below its own line.
     /// With a null node at the end of the text, with a line end after it.
     void insertAfter(const CodeNode *node, const QString &text, bool ownLine);

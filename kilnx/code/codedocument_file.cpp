@@ -16,6 +16,8 @@
 #include <QtCore/QPointer>
 #include <QtCore/QRegularExpression>
 
+#include <algorithm>
+
 namespace Kiln
 {
 namespace
@@ -76,6 +78,27 @@ private:
     int m_lines = 0;
     int m_more = 0;
 };
+
+/// What could be read of a file must not stand for all of it: the next save would cut it.
+bool readWhole(Archive &archive, const QString &name, QByteArray *data)
+{
+    QIODevice *device = archive.openFile(name, QIODevice::ReadOnly);
+    if (!device)
+        return false;
+    *data = device->readAll();
+    const auto *file = qobject_cast<QFileDevice *>(device);
+    const bool isWhole = device->atEnd() && !(file && file->error() != QFileDevice::NoError);
+    archive.closeFile(device);
+    return isWhole;
+}
+
+/// With one separator between the lines, as QTextDocument has it.
+QString asStored(QString text)
+{
+    return text.replace(QLatin1String("\r\n"), QLatin1String("\n"))
+        .replace(QLatin1Char('\r'), QLatin1Char('\n'))
+        .replace(QLatin1Char('\n'), QChar::ParagraphSeparator);
+}
 } // namespace
 
 QT_WARNING_PUSH
@@ -222,16 +245,9 @@ bool CodeDocument::fromFile(Archive &archive, const QString &name, int codecId, 
 
 bool CodeDocument::load(Archive &archive, const QString &name, int codecId, bool asCopy, bool watch)
 {
-    QIODevice *device = archive.openFile(name, QIODevice::ReadOnly);
-    if (!device)
+    QByteArray data;
+    if (!readWhole(archive, name, &data))
         return false;
-    const QByteArray data = device->readAll();
-    // What could be read of a file must not stand for all of it: the next save would cut it.
-    const auto *file = qobject_cast<QFileDevice *>(device);
-    if (!device->atEnd() || (file && file->error() != QFileDevice::NoError)) {
-        archive.closeFile(device);
-        return false;
-    }
     const QString text = d->original.read(data, &codecId);
     setCodecId(codecId);
     if (watch)
@@ -241,8 +257,9 @@ bool CodeDocument::load(Archive &archive, const QString &name, int codecId, bool
     warnOfBytes(text);
     if (!asCopy)
         setFileName(name);
+    if (!asCopy && !watch)
+        acceptDisk();
     setModified(asCopy);
-    archive.closeFile(device);
     ProjectFile::fromFile(archive, name, asCopy);
     return true;
 }
@@ -250,6 +267,37 @@ bool CodeDocument::load(Archive &archive, const QString &name, int codecId, bool
 void CodeDocument::reload()
 {
     fromFile(archive(), fileName(), codecId(), false);
+}
+
+void CodeDocument::rename(const QString &name)
+{
+    FileWatchObject::fromFile(archive(), name, false);
+    setFileName(name);
+    // The tree looks for the name then.
+    emit modificationChanged(isModified());
+}
+
+bool CodeDocument::reloadAsEdit()
+{
+    QByteArray data;
+    if (!readWhole(archive(), fileName(), &data))
+        return false;
+    int id = codecId();
+    const bool hadBytes = !d->original.keptLines().isEmpty() || d->original.unreadLine() >= 0 ||
+                          RawUtf8::indexOfByte(toRawText()) >= 0;
+    const QString text = d->original.read(data, &id);
+    replaceText(text);
+    for (QTextBlock block = begin(); block.isValid(); block = block.next()) {
+        if (CodeBlockData *record = CodeBlockData::testBlockData(block))
+            record->d->originalLine = 0;
+    }
+    bindOriginal();
+    if (hadBytes) // lines that stay have their warnings already
+        rehighlight();
+    warnOfBytes(text);
+    acceptDisk();
+    setModified(false);
+    return true;
 }
 
 bool CodeDocument::toFile(Archive &archive, const QString &name, bool asCopy)
@@ -354,6 +402,24 @@ void CodeDocument::warnOfEncoding()
                                            "The encoding %1 does not have all characters of this "
                                            "line. The file was saved in UTF-8."));
     }
+}
+
+void CodeDocument::replaceText(const QString &text)
+{
+    const QString old = toRawText();
+    const QString wanted = asStored(text);
+    const int shorter = std::min(old.size(), wanted.size());
+    const int start =
+        int(std::mismatch(old.begin(), old.begin() + shorter, wanted.begin()).first - old.begin());
+    const int end =
+        int(std::mismatch(old.rbegin(), old.rbegin() + (shorter - start), wanted.rbegin()).first -
+            old.rbegin());
+    if (start + end == old.size() && old.size() == wanted.size())
+        return;
+    QTextCursor changed = d->cursor;
+    changed.setPosition(start);
+    changed.setPosition(old.size() - end, QTextCursor::KeepAnchor);
+    insertOnCursor(wanted.mid(start, wanted.size() - start - end), changed);
 }
 
 QList<ProjectFile::SearchResult> CodeDocument::search(const QRegularExpression &expression)

@@ -79,8 +79,7 @@ CodeWorkspace::CodeWorkspace(Interface &host)
     createActions();
     createToolBar();
     d->messages = createList(d->widget.get(), "codeMessages", tr("Messages of the file"));
-    d->messages->setPlaceholderText(tr("No messages"));
-    d->chosenMessage = std::make_unique<MessageChoice>(d->messages);
+    d->chosenMessage = std::make_unique<MessageChoice>(d->messages, d->editor);
     d->layout = new QVBoxLayout(d->widget.get());
     d->layout->setContentsMargins(0, 0, 0, 0);
     d->layout->setSpacing(0);
@@ -324,7 +323,7 @@ void CodeWorkspace::retranslate()
         d->snippetMenu->setTitle(texts->text(KilnTranslator::SnippetsText));
     d->editor->setAccessibleName(tr("Code"));
     d->messages->setAccessibleName(tr("Messages of the file"));
-    d->messages->setPlaceholderText(tr("No messages"));
+    d->chosenMessage->look();
     d->snippets->setAccessibleName(tr("Code snippets"));
     updateStatus();
 }

@@ -1,64 +1,84 @@
 #include <kilnx/codeedit/messagechoice_p.h>
 
+#include <kilnx/code/codeblockdata.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtGui/QTextBlock>
 #include <QtWidgets/QComboBox>
+#include <QtWidgets/QPlainTextEdit>
 
 namespace Kiln
 {
-MessageChoice::MessageChoice(QComboBox *box)
-    : m_box(box)
+namespace
 {
+QString tr(const char *text)
+{
+    return QCoreApplication::translate("Kiln::CodeWorkspace", text);
+}
+} // namespace
+
+MessageChoice::MessageChoice(QComboBox *box, QPlainTextEdit *view)
+    : m_box(box)
+    , m_view(view)
+{
+    m_later.setSingleShot(true);
+    QObject::connect(&m_later, &QTimer::timeout, &m_later, [this] { look(); });
+    QObject::connect(view, &QPlainTextEdit::cursorPositionChanged, &m_later,
+                     [this] { m_later.start(0); });
 }
 
 void MessageChoice::follow(const Messages *messages)
 {
     m_connections = std::make_unique<QObject>();
     m_messages = messages;
-    m_row = -1;
+    m_later.start(0);
     if (!messages)
         return;
-    QObject *context = m_connections.get();
-    QObject::connect(messages, &Messages::rowsAboutToBeRemoved, context, [this] { remember(); });
-    QObject::connect(
-        messages, &Messages::rowsRemoved, context,
-        [this](const QModelIndex &, int first, int last) { findAfterRemoval(last - first + 1); });
-    QObject::connect(
-        messages, &Messages::rowsInserted, context,
-        [this](const QModelIndex &, int first, int last) { findAmongNew(first, last); });
+    const auto later = [this] { m_later.start(0); };
+    QObject::connect(messages, &Messages::rowsRemoved, m_connections.get(), later);
+    QObject::connect(messages, &Messages::rowsInserted, m_connections.get(), later);
 }
 
-void MessageChoice::remember()
+void MessageChoice::look()
 {
-    m_row = m_box->currentIndex();
-    if (m_row >= 0)
-        m_chosen = m_messages->at(unsigned(m_row), Message::All);
+    m_box->setPlaceholderText(summary());
+    m_box->setCurrentIndex(rowAtCaret());
 }
 
-/// What went stood above the chosen message, below it, or was it.
-void MessageChoice::findAfterRemoval(int removed)
+/// The last message of the caret's line that begins before it, or else the first one.
+int MessageChoice::rowAtCaret() const
 {
-    for (const int row : {m_row - removed, m_row}) {
-        if (row < 0)
-            continue;
+    const QTextCursor caret = m_view->textCursor();
+    const CodeBlockData *data = CodeBlockData::testBlockData(caret.block());
+    if (!m_messages || !data || data->syntaxMessages().isEmpty())
+        return -1;
+    int found = -1;
+    for (int row = 0; row < m_box->count(); ++row) {
         const Message message = m_messages->at(unsigned(row), Message::All);
-        if (message.line != m_chosen.line || message.column != m_chosen.column ||
-            message.text != m_chosen.text)
+        if (message.line < caret.blockNumber())
             continue;
-        m_box->setCurrentIndex(row);
-        m_row = -1;
-        return;
+        if (message.line > caret.blockNumber() ||
+            (found >= 0 && message.column > caret.positionInBlock()))
+            break;
+        found = row;
     }
+    return found;
 }
 
-/// Its line has been parsed: the message may be there as before, in another column.
-void MessageChoice::findAmongNew(int first, int last)
+QString MessageChoice::summary() const
 {
-    for (int row = first; m_row >= 0 && row <= last; ++row) {
-        const Message message = m_messages->at(unsigned(row), Message::All);
-        if (message.line != m_chosen.line || message.text != m_chosen.text)
-            continue;
-        m_box->setCurrentIndex(row);
-        break;
+    static const struct {
+        Message::Type type;
+        const char *text;
+    } kinds[] = {{Message::Error, QT_TRANSLATE_NOOP("Kiln::CodeWorkspace", "Errors: %1")},
+                 {Message::Warning, QT_TRANSLATE_NOOP("Kiln::CodeWorkspace", "Warnings: %1")},
+                 {Message::Information, QT_TRANSLATE_NOOP("Kiln::CodeWorkspace", "Hints: %1")}};
+    QStringList parts;
+    for (const auto &kind : kinds) {
+        const unsigned int count = m_messages ? m_messages->count(kind.type) : 0;
+        if (count > 0)
+            parts.append(tr(kind.text).arg(count));
     }
-    m_row = -1;
+    return parts.isEmpty() ? tr("No messages") : parts.join(QStringLiteral(", "));
 }
 } // namespace Kiln

@@ -2,35 +2,36 @@
 
 #include <kilnx/project/messages.h>
 
-#include <QtCore/QObject>
+#include <QtCore/QPointer>
+#include <QtCore/QTimer>
 
 #include <memory>
 
 class QComboBox;
+class QPlainTextEdit;
 
 namespace Kiln
 {
-/// Keeps the box of a document's messages on the one that is chosen in it. The messages of a line
-/// go before it is parsed anew, and are announced as rows at the top of the list wherever they
-/// stood: the box by itself would count its row from there.
+/// Keeps the box of a document's messages on the one at the caret. In a line without any, the box
+/// tells how many there are of each kind.
 class MessageChoice
 {
 public:
-    explicit MessageChoice(QComboBox *box);
+    MessageChoice(QComboBox *box, QPlainTextEdit *view);
 
     /// Follows the messages that the box has just been given; null for none.
     void follow(const Messages *messages);
+    /// Looks again, as after another language was chosen.
+    void look();
 
 private:
-    void remember();
-    void findAfterRemoval(int removed);
-    void findAmongNew(int first, int last);
+    int rowAtCaret() const;
+    QString summary() const;
 
     QComboBox *const m_box;
-    const Messages *m_messages = nullptr;
+    QPlainTextEdit *const m_view;
+    QPointer<const Messages> m_messages;
     std::unique_ptr<QObject> m_connections;
-    /// From the announcement of a removal until the message is found again, or the next rows come.
-    Message m_chosen;
-    int m_row = -1;
+    QTimer m_later; ///< once for all that a key brings
 };
 } // namespace Kiln

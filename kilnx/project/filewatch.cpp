@@ -5,6 +5,7 @@
 #include <kilnx/project/interface.h>
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QCryptographicHash>
 #include <QtCore/QDateTime>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -39,6 +40,23 @@ FileStamp FileStamp::of(const QString &path)
 }
 
 static constexpr int pauseMilliseconds = 250;
+static constexpr qint64 mostRead = 64 << 20; // bytes of a file that are compared
+
+static std::function<void(const QString &)> &listener()
+{
+    static std::function<void(const QString &)> current;
+    return current;
+}
+
+/// Empty for a file that cannot be read, or is too large.
+static QByteArray digestOf(const QString &path)
+{
+    QFile file(path);
+    QCryptographicHash hash(QCryptographicHash::Sha1);
+    const bool isRead =
+        file.open(QIODevice::ReadOnly) && file.size() <= mostRead && hash.addData(&file);
+    return isRead ? hash.result() : QByteArray();
+}
 
 /// Living FileWatchObjects, copies included.
 static int livingObjects = 0;
@@ -182,6 +200,50 @@ void FileWatcherManager::settle()
     for (const QString &path : qAsConst(names))
         watch(path);
     watchMissing();
+    readKnown();
+}
+
+/// Reads what was loaded and saved once more, to know it again. What others have written since then
+/// is another file.
+void FileWatcherManager::readKnown()
+{
+    settleSaves();
+    for (FileWatchObject *object : qAsConst(m_objects)) {
+        Record &record = m_records[object];
+        if (std::exchange(record.isRead, true) || !listener() ||
+            !(FileStamp::of(object->fileName()) == record.known))
+            continue;
+        const QByteArray digest = digestOf(object->fileName());
+        if (FileStamp::of(object->fileName()) == record.known)
+            record.digest = digest;
+    }
+}
+
+void FileWatcherManager::noteKnown(FileWatchObject *object, const QString &name)
+{
+    const auto record = m_records.find(object);
+    if (record == m_records.end())
+        return;
+    record->known = FileStamp::of(name);
+    record->digest.clear();
+    record->isRead = false;
+    settleLater();
+}
+
+FileWatchObject::DiskState FileWatcherManager::diskState(FileWatchObject *object)
+{
+    settleSaves();
+    const QString name = object->fileName();
+    const FileStamp now = FileStamp::of(name);
+    const auto record = m_records.find(object);
+    if (!QFileInfo(name).isFile())
+        return FileWatchObject::DiskState::Gone;
+    if (record == m_records.end() || record->known == now)
+        return FileWatchObject::DiskState::Same;
+    if (record->digest.isEmpty() || record->digest != digestOf(name))
+        return FileWatchObject::DiskState::Changed;
+    record->known = now;
+    return FileWatchObject::DiskState::Same;
 }
 
 void FileWatcherManager::fileChanged(const QString &path)
@@ -196,12 +258,23 @@ void FileWatcherManager::fileChanged(const QString &path)
         // Once for all that are gone: a look at them costs as much as there are.
         m_missing.insert(path);
         settleLater();
+        report(path);
     }
+}
+
+void FileWatcherManager::report(const QString &path)
+{
+    if (listener() && isEnabled())
+        listener()(path);
 }
 
 void FileWatcherManager::tell(const QString &path)
 {
     const QList<Told> stale = takeNotice(path);
+    if (listener()) {
+        report(path);
+        return;
+    }
     // While the box is open, a further change of the file has its answer already.
     if (stale.isEmpty() || m_asking.contains(path) || !isEnabled())
         return;
@@ -303,8 +376,10 @@ void FileWatcherManager::noteWritten(const QString &name)
     if (!manager)
         return;
     const QList<FileWatchObject *> saving = manager->m_saving.values(name);
-    for (FileWatchObject *object : saving)
+    for (FileWatchObject *object : saving) {
         manager->m_records[object].own = FileStamp::of(name);
+        manager->noteKnown(object, name);
+    }
 }
 
 /// The saves are through. One that has left its file as it was brings no notification.
@@ -314,8 +389,11 @@ void FileWatcherManager::settleSaves()
     for (auto save = saving.begin(); save != saving.end(); ++save) {
         Record &record = m_records[save.value()];
         // Not by an archive: an engine may write its files in a way of its own.
-        if (record.own == record.found)
+        if (record.own == record.found) {
             record.own = FileStamp::of(save.key());
+            if (!(record.own == record.found))
+                noteKnown(save.value(), save.key());
+        }
         if (record.own == record.found)
             endPauseLater(save.value());
     }
@@ -385,8 +463,10 @@ FileWatchObject::~FileWatchObject()
 
 bool FileWatchObject::fromFile(Archive &, const QString &name, bool asCopy)
 {
-    if (!asCopy)
-        manager->follow(this, fileName(), name);
+    if (asCopy)
+        return true;
+    manager->follow(this, fileName(), name);
+    manager->noteKnown(this, name);
     return true;
 }
 
@@ -398,6 +478,21 @@ bool FileWatchObject::toFile(Archive &, const QString &name, bool asCopy)
     paused = true;
     manager->ownSave(this, name);
     return true;
+}
+
+FileWatchObject::DiskState FileWatchObject::diskState()
+{
+    return manager->diskState(this);
+}
+
+void FileWatchObject::acceptDisk()
+{
+    manager->noteKnown(this, fileName());
+}
+
+void FileWatchObject::setListener(const std::function<void(const QString &path)> &told)
+{
+    listener() = told;
 }
 
 void FileWatchObject::pauseWatch(bool pause)

@@ -4,6 +4,8 @@
 
 #include <QtCore/QString>
 
+#include <functional>
+
 namespace Kiln
 {
 
@@ -43,6 +45,20 @@ public:
     virtual void pauseWatch(bool pause);
 
     bool isWatchPaused() const { return paused; }
+
+    /// The file on disk beside what this object has loaded or saved last.
+    enum class DiskState { Same, Changed, Gone };
+    /// Looks at the disk now. With a listener, a file that was written again with the same bytes is
+    /// the same, up to 64 MiB.
+    DiskState diskState();
+    /// Takes the file as it is now for known, as if it had been loaded.
+    void acceptDisk();
+
+    /// A host that tells its user in a way of its own: in place of the question, `listener` hears
+    /// the path of each watched file that was written, by whomever, has gone or is back, while
+    /// "enable_file_watcher" is true. It is called from the event loop, for many files in a row,
+    /// and has to return at once. An empty one brings the question back.
+    static void setListener(const std::function<void(const QString &path)> &listener);
 
 private:
     friend class FileWatcherManager;

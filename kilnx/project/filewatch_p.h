@@ -2,6 +2,7 @@
 
 #include <kilnx/project/filewatch.h>
 
+#include <QtCore/QByteArray>
 #include <QtCore/QFileSystemWatcher>
 #include <QtCore/QHash>
 #include <QtCore/QList>
@@ -54,6 +55,9 @@ public:
     bool hold(FileWatchObject *object);
     /// False for an object that is not held, or gone.
     bool letGo(FileWatchObject *object);
+    /// What is on disk under `name` is what the object has from here on.
+    void noteKnown(FileWatchObject *object, const QString &name);
+    FileWatchObject::DiskState diskState(FileWatchObject *object);
 
 private:
     FileWatcherManager();
@@ -64,6 +68,8 @@ private:
 
     void fileChanged(const QString &path);
     void tell(const QString &path);
+    void report(const QString &path);
+    void readKnown();
     static bool isEnabled();
     static bool askToReload(const QString &path);
     /// Who has to be asked about a change of `path`; the pauses of the others run out from here.
@@ -91,6 +97,9 @@ private:
         bool saves = false; ///< the pause is that of an own save
         FileStamp found;    ///< the file before the last own save
         FileStamp own;      ///< the file as the last own save has left it
+        FileStamp known;    ///< the file as it was loaded or saved last
+        QByteArray digest;  ///< of its bytes; empty while nobody has read them for it
+        bool isRead = true; ///< nothing is to be read for it
     };
     QHash<FileWatchObject *, Record> m_records;
     QSet<FileWatchObject *> m_held;

@@ -666,6 +666,31 @@ private slots:
         QCOMPARE(document->toString(), QString("y = \u00e4\u00f6\u00fc"));
     }
 
+    /// What was typed comes back by one undo; what stays keeps its bytes, its one warning and the
+    /// cursors in it.
+    void reloadsAreEdits()
+    {
+        const QByteArray changed = "x = \xFF\r\nother = \xFD\r\nz = \xFE\r\nw = 1";
+        memory.files["/in.plain"] = "x = \xFF\r\ny = 1\r\nz = \xFE\r\nw = 1";
+        QVERIFY(document->fromFile(memory, "/in.plain", TextCodecs::index("Shift_JIS"), false));
+        const QTextCursor kept = document->find("w = 1");
+        document->insertBefore(nullptr, "typed", false);
+        const QString edited = document->toString();
+        memory.files["/in.plain"] = changed;
+        QVERIFY(document->reloadAsEdit());
+        QVERIFY(!document->isModified());
+        QCOMPARE(kept.selectedText(), QString("w = 1"));
+        QCOMPARE(toldLines(*document, "not wholly"), QList<int>({0, 1, 2}));
+        QVERIFY(document->toFile(memory, "out.plain", true));
+        QCOMPARE(memory.files["out.plain"], changed);
+        document->undo();
+        QCOMPARE(document->toString(), edited);
+        QVERIFY(document->isModified());
+        memory.files.remove("/in.plain");
+        QVERIFY(!document->reloadAsEdit());
+        QCOMPARE(document->toString(), edited);
+    }
+
 private:
     QString path(const char *name) { return directory->filePath(QLatin1String(name)); }
     Archive &archive = FileSystemArchive::instance();

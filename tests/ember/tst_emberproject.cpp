@@ -245,6 +245,8 @@ private slots:
             {});
         row("a file that is missing", "@files\nstates: b.glow", {"32 b.glow"},
             {"odd.wisp:2 1 There is no readable file 'b.glow'"});
+        row("a directory is missing", "@files\nstates: c/d.glow", {"32 c/d.glow"},
+            {"odd.wisp:2 1 There is no readable file 'c/d.glow'"});
         row("a directory for a file", "@files\nstates: sub.glow", {"32 sub.glow"},
             {"odd.wisp:2 1 There is no readable file 'sub.glow'"});
         row("a file of another kind", "@files\nstates: picture.png", {"32 picture.png"}, {});
@@ -276,6 +278,10 @@ private slots:
         const QString rows = TreeDump::rows(*m_parent);
         QCOMPARE(rows.count("odd.wisp\n"), 1);
         QVERIFY(rows.count("a.glow\n") <= 1);
+        // What is missing may come later, and nobody touches the definition for that.
+        writeFile(base + "b.glow", "@state b");
+        writeFile(base + "c/d.glow", "@state d");
+        QTRY_VERIFY(allMessages(m_parent).filter(QRegularExpression("'(b|c/d).glow'")).isEmpty());
     }
 
     void readsTheStage()

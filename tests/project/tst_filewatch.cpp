@@ -18,11 +18,6 @@ struct Outside {
     {
         writeFile(path, contents);
     }
-    static void replaceByRenaming(const QString &path, const QByteArray &contents)
-    {
-        writeFile(path + "~", contents);
-        QCOMPARE(rename(qPrintable(path + "~"), qPrintable(path)), 0);
-    }
     static void removeAndMake(const QString &path, const QByteArray &contents)
     {
         QVERIFY(QFile::remove(path));
@@ -109,7 +104,7 @@ private slots:
     {
         columns<Change>("change");
         addRow("written over", Change(Outside::rewrite));
-        addRow("replaced by renaming", Change(Outside::replaceByRenaming));
+        addRow("replaced by renaming", Change(replaceFile));
         addRow("removed and made anew", Change(Outside::removeAndMake));
         addRow("moved to a backup", Change(Outside::moveAwayAndMake));
     }
@@ -151,7 +146,7 @@ private slots:
     {
         columns<Change, bool, bool, bool>("change", "isNew", "isLate", "isOvertaken");
         const Change rewrite = Outside::rewrite;
-        const Change rename = Outside::replaceByRenaming;
+        const Change rename = replaceFile;
         addRow("a file renamed over", rename, false, false, false);
         addRow("a file written over", rewrite, false, false, false);
         addRow("a file that was not there", rewrite, true, false, false);
@@ -312,9 +307,54 @@ private slots:
         QCOMPARE(questions(), 0);
         m_host->dialogs().expectBox(QMessageBox::Yes);
         QVERIFY(QDir().mkpath(path("sub")));
-        Outside::replaceByRenaming(path("sub/file"), "back");
+        replaceFile(path("sub/file"), "back");
         QTRY_COMPARE(file->contents, QByteArray("back"));
         QCOMPARE(questions(), 1);
+    }
+
+    /// A host that listens is told of all that happens to a file, and knows its state.
+    void listenersAreToldInsteadOfTheUser()
+    {
+        using State = FileWatchObject::DiskState;
+        QStringList told;
+        FileWatchObject::setListener([&told](const QString &name) { told.append(name); });
+        writeFile(path("file"), "old");
+        const FilePointer file = load(path("file"));
+        const auto comesTo = [&](State state) {
+            const bool isTold = QTest::qWaitFor([&] { return !told.isEmpty(); });
+            const bool isState = QTest::qWaitFor([&] { return file->diskState() == state; });
+            told.clear();
+            return isTold && isState;
+        };
+        QCoreApplication::processEvents(); // reads the bytes for later
+        QCOMPARE(file->diskState(), State::Same);
+        replaceFile(path("file"), "new");
+        QVERIFY(comesTo(State::Changed));
+        replaceFile(path("file"), "old");
+        QVERIFY(comesTo(State::Same));
+        QVERIFY(QFile::remove(path("file")));
+        QVERIFY(comesTo(State::Gone));
+        writeFile(path("file"), "back");
+        QVERIFY(comesTo(State::Changed));
+        file->acceptDisk();
+        QCOMPARE(file->diskState(), State::Same);
+        file->contents = "own";
+        QVERIFY(file->toFile(disk(), path("file"), false));
+        QCOMPARE(file->diskState(), State::Same);
+        replaceFile(path("file"), "over it");
+        QCOMPARE(file->diskState(), State::Changed);
+        // A save that fails leaves it so.
+        file->refuses = true;
+        QVERIFY(!file->toFile(disk(), path("file"), false));
+        QCOMPARE(file->diskState(), State::Changed);
+        QVERIFY(comesTo(State::Changed));
+        m_host->options["enable_file_watcher"] = false;
+        replaceFile(path("file"), "unheard");
+        QCoreApplication::processEvents();
+        QVERIFY(told.isEmpty());
+        QCOMPARE(file->reloads, 0);
+        FileWatchObject::setListener({});
+        QCOMPARE(questions(), 0);
     }
 
     void objectsMayGoAtAnyTime()

@@ -2,12 +2,16 @@
 
 #include <findinfilesdock.h>
 #include <hostkit/filetabs.h>
+#include <hostkit/outsidechanges.h>
 #include <hostkit/savedesk.h>
 #include <projecttreedock.h>
 
 #include <kilnx/project/editor.h>
+#include <kilnx/project/engine.h>
 #include <kilnx/sound/sounds.h>
 #include <kilnx/sound/soundsample.h>
+
+#include <unistd.h>
 
 using namespace HostKit;
 using namespace Studio;
@@ -141,7 +145,21 @@ private slots:
         const QString name = path("heroes/wren/hurt.glow");
         const QByteArray before = readFile(name);
         open("heroes/wren/hurt.glow");
-        QVERIFY(QFile::remove(name));
+        const QTabBar &tabs = host().tabs();
+        const QWidget *bar = host().outsideChanges().bar();
+        const auto press = [bar](const char *button) {
+            QTest::mouseClick(bar->findChild<QPushButton *>(button), Qt::LeftButton);
+        };
+        for (const char *button : {"changes_write", "changes_keep"}) {
+            QVERIFY(QFile::remove(name));
+            QTRY_VERIFY(bar->isVisible());
+            QCOMPARE(tabs.tabText(tabs.currentIndex()), "hurt.glow (gone)");
+            press(button);
+            QVERIFY(!bar->isVisible());
+            QCoreApplication::processEvents();
+        }
+        QCOMPARE(tabs.tabText(tabs.currentIndex()), "hurt.glow (gone)");
+        QVERIFY(!QFileInfo::exists(name));
         m_dialogs->expectBox(QMessageBox::No);
         actions()->closeFile->trigger();
         QVERIFY(document());
@@ -156,8 +174,83 @@ private slots:
         QVERIFY(QFile::remove(name));
         m_dialogs->expectBox(QMessageBox::No);
         QVERIFY(!m_window->close());
+        // Once is enough: what was given up is no file of the project any more.
         m_dialogs->expectBox(QMessageBox::Yes);
+        actions()->closeFile->trigger();
+        QVERIFY(!session().findFile(name));
+        open("heroes/wren/wren.wisp");
+        QVERIFY(QFile::remove(path("heroes/wren/wren.wisp")));
+        m_dialogs->expectBox(QMessageBox::Yes);
+        actions()->closeFile->trigger();
         QVERIFY(m_window->close());
+    }
+
+    void oneFileIsOneBuffer_data()
+    {
+        const auto add = columns<QString, QString, bool>("name", "link", "isSame");
+        add("by its name", "heroes/wren/air.glow", "", true);
+        add("by the parent directory", "heroes/moss/../wren/air.glow", "", true);
+        add("by a symbolic link", "heroes/link.glow", "wren/air.glow", true);
+        add("by a linked directory", "linked/air.glow", "linked heroes/wren", true);
+        add("by a hard link, which a save parts", "heroes/hard.glow", "hard", false);
+        add("another", "heroes/wren/hurt.glow", "", false);
+    }
+
+    /// Opened from the tree and by the menu; what is saved goes through a link.
+    void oneFileIsOneBuffer()
+    {
+        const auto [name, link, isSame] = row<QString, QString, bool>();
+        const QString air = path("heroes/wren/air.glow");
+        if (link == "hard")
+            QCOMPARE(::link(qPrintable(air), qPrintable(path(name))), 0);
+        else if (link.startsWith("linked"))
+            QVERIFY(QFile::link(link.mid(7), path("linked")));
+        else if (!link.isEmpty())
+            QVERIFY(QFile::link(link, path(name)));
+        open("heroes/wren/air.glow");
+        type("; here\n");
+        const int tabs = host().tabs().count();
+        const int files = session().files().size();
+        const bool isLoaded = isSame || session().findFile(path(name));
+        for (QAction *entry : actions()->openMenu->actions()) {
+            if (entry->text() != host().text(HostBase::CodeText) + "...")
+                continue;
+            m_dialogs->expectFiles({path(name)});
+            if (!QDir::cleanPath(path(name)).startsWith(path("heroes/wren/")))
+                m_dialogs->expectBox(QMessageBox::No); // outside, and no copy
+            entry->trigger();
+        }
+        QCOMPARE(document()->toString().startsWith("; here"), isSame);
+        QVERIFY(host().desk().openFile(path(name), 0));
+        QCOMPARE(document()->toString().startsWith("; here"), isSame);
+        QCOMPARE(host().tabs().count(), isSame ? tabs : tabs + 1);
+        QCOMPARE(session().files().size(), isLoaded ? files : files + 1);
+        if (!isSame)
+            return;
+        actions()->save->trigger();
+        QVERIFY(readFile(air).startsWith("; here"));
+        QCOMPARE(QFileInfo(path(name)).isSymLink(), link == "wren/air.glow");
+    }
+
+    /// A file from elsewhere goes with its tab; one that is saved over takes the place of its text.
+    void filesFromElsewhereGo()
+    {
+        const QString name = m_directory->filePath("elsewhere.glow");
+        writeFile(name, "nonsense\r\n");
+        QVERIFY(host().desk().openFile(name, 0));
+        const int before = host().messages().errorCount();
+        QVERIFY(session().findFile(name)->messages()->count(Kiln::Message::Error) > 0);
+        actions()->closeFile->trigger();
+        QVERIFY(!session().findFile(name));
+        QVERIFY(host().messages().errorCount() < before);
+        open("heroes/wren/hurt.glow");
+        open("heroes/wren/air.glow");
+        const int files = session().files().size();
+        m_dialogs->expectFiles({path("heroes/wren/hurt.glow")});
+        m_dialogs->expectBox(QMessageBox::Yes);
+        actions()->saveAs->trigger();
+        QCOMPARE(session().files().size(), files - 1);
+        QCOMPARE(session().findFile(path("heroes/wren/hurt.glow")), document());
     }
 
     void definitionStaysInItsProject()
@@ -228,40 +321,142 @@ private slots:
         QVERIFY(!readFile(path("heroes/wren/air.glow")).startsWith("; newer"));
     }
 
-    void outsideChangesAreAskedAbout_data()
+    void outsideChangesAreTold_data()
     {
-        const auto add = columns<bool, bool>("watched", "yes");
-        add("reload", true, true);
-        add("keep", true, false);
-        add("not watched", false, false);
+        const auto add = columns<QByteArray, bool, bool, QByteArray, bool>(
+            "change", "reloads", "edited", "button", "taken");
+        add("loaded by itself", "other", true, false, "", true);
+        add("not by itself", "other", false, false, "changes_reload", true);
+        add("kept", "other", false, false, "changes_keep", false);
+        add("edited, reloaded", "other", true, true, "changes_reload", true);
+        add("edited, compared", "other", true, true, "changes_compare", true);
+        add("edited, kept", "other", true, true, "changes_keep", false);
+        add("the same bytes", "same", true, false, "", false);
+        add("the same bytes, edited", "same", true, true, "", false);
+        add("permissions only", "permissions", false, true, "", false);
     }
 
-    void outsideChangesAreAskedAbout()
+    /// One file changes beside a witness that nobody has edited, and nothing stops the user.
+    void outsideChangesAreTold()
     {
-        const auto [watched, yes] = row<bool, bool>();
-        settings().setValue("enable_file_watcher", watched);
+        const auto [change, reloads, edited, button, taken] =
+            row<QByteArray, bool, bool, QByteArray, bool>();
+        const QString name = path("heroes/wren/air.glow");
+        const QString other = path("heroes/wren/hurt.glow");
+        set("reload_unchanged", reloads);
         open("heroes/wren/air.glow");
-        const QString before = document()->toString();
+        QCoreApplication::processEvents(); // reads the bytes for later
         host().deck().current()->navigateTo(2, 3);
-        if (watched)
-            m_dialogs->expectBox(yes ? QMessageBox::Yes : QMessageBox::No);
-        writeFile(path("heroes/wren/air.glow"), "; from outside\r\n; second\r\n; third\r\n");
-        if (watched) {
-            QTRY_COMPARE(m_dialogs->seen().size(), 1);
-            QCOMPARE(m_dialogs->seen().first().title, "File modified");
-            QTRY_COMPARE(document()->toString(),
-                         yes ? QStringLiteral("; from outside\n; second\n; third\n") : before);
-            // A reload keeps the place.
-            QTRY_COMPARE(view()->textCursor().blockNumber(), 2);
-            QCOMPARE(view()->textCursor().positionInBlock(), 3);
-            return;
+        const QString line = view()->textCursor().block().text();
+        if (edited)
+            type("; mine");
+        const QString mine = document()->toString();
+        const QByteArray old = readFile(name);
+        const QByteArray bytes = change == "other" ? "; from outside\r\n" + old : old;
+        if (change == "permissions")
+            QVERIFY(QFile::setPermissions(name, QFile::ReadOwner));
+        else
+            replaceFile(name, bytes);
+        replaceFile(other, "; witness\r\n");
+        auto *witness = session().findFile(other);
+        const auto waits = [this](Kiln::ProjectFile *file) {
+            return host().outsideChanges().waiting().contains(file);
+        };
+        QTRY_COMPARE(waits(witness), !reloads);
+        QTRY_COMPARE(dynamic_cast<Kiln::CodeDocument *>(witness)->toString(),
+                     reloads ? QString("; witness\n")
+                             : dynamic_cast<Kiln::CodeDocument *>(witness)->toString());
+        QCOMPARE(waits(document()), !button.isEmpty());
+        const QWidget *bar = host().outsideChanges().bar();
+        QCOMPARE(bar->isVisible(), !button.isEmpty() || !reloads);
+        QString compared;
+        if (edited && taken)
+            m_dialogs->expectDialog([&](QDialog *dialog) {
+                compared = dialog->findChild<QPlainTextEdit *>("changes_compare")->toPlainText();
+                QTest::mouseClick(dialog->findChild<QPushButton *>("changes_take"), Qt::LeftButton);
+            });
+        if (!button.isEmpty())
+            QTest::mouseClick(bar->findChild<QPushButton *>(button), Qt::LeftButton);
+        QCOMPARE(compared.contains("+ ; from outside"), edited && taken);
+        QCOMPARE(compared.contains("; mine"), edited && taken);
+        QVERIFY(!waits(document()));
+        const QString theirs = QString::fromUtf8(bytes).replace("\r\n", "\n");
+        QCOMPARE(document()->toString(), taken ? theirs : mine);
+        QCOMPARE(document()->isModified(), button == "changes_keep" || (edited && !taken));
+        if (!taken) // nobody has touched the disk
+            QCOMPARE(readFile(name), bytes);
+        if (taken && !edited)
+            QCOMPARE(view()->textCursor().block().text(), line);
+        if (taken) {
+            QTest::keyClick(view(), Qt::Key_Z, Qt::ControlModifier);
+            QCOMPARE(document()->toString(), mine);
+            QVERIFY(document()->isModified());
         }
-        // The watcher of the tree, which works without the option, tells when the time has come.
-        QFileSystemWatcher witness({path("heroes/wren/air.glow")});
-        QSignalSpy changed(&witness, &QFileSystemWatcher::fileChanged);
-        writeFile(path("heroes/wren/air.glow"), "; again\r\n");
-        QVERIFY(changed.wait());
-        QCOMPARE(document()->toString(), before);
+        QFile::setPermissions(name, QFile::ReadOwner | QFile::WriteOwner);
+    }
+
+    void manyChangesAreOneNotice()
+    {
+        const QStringList names{path("heroes/wren/air.glow"), path("heroes/wren/hurt.glow"),
+                                path("heroes/wren/brain.glow"), path("heroes/wren/ground.glow")};
+        set("reload_unchanged", false);
+        for (const QString &name : names)
+            open(QString(name).remove(hero() + '/'));
+        open("heroes/wren/hurt.glow");
+        type("; mine");
+        open("heroes/wren/ground.glow");
+        const auto text = [this](const QString &name) {
+            return dynamic_cast<Kiln::CodeDocument *>(session().findFile(name))->toString();
+        };
+        for (const QString &name : names)
+            replaceFile(name, "; outside\r\n");
+        QVERIFY(QFile::remove(names[2]));
+        auto &changes = host().outsideChanges();
+        QTRY_COMPARE(changes.waiting().size(), 4);
+        QCOMPARE(changes.bar()->findChild<QPushButton *>("changes_others")->text(),
+                 "&Others (3)...");
+        QStringList rows;
+        m_dialogs->expectDialog([&](QDialog *dialog) {
+            auto *list = dialog->findChild<QTreeWidget *>("changes_files");
+            for (int i = 0; i < list->topLevelItemCount(); ++i) {
+                const QTreeWidgetItem *item = list->topLevelItem(i);
+                rows += QFileInfo(item->text(0)).fileName() + ' ' + item->text(1) + ' ' +
+                        QString::number(item->checkState(0));
+            }
+            dialog->findChild<QPushButton *>("changes_take")->click();
+        });
+        QTest::mouseClick(changes.bar()->findChild<QPushButton *>("changes_others"),
+                          Qt::LeftButton);
+        rows.sort();
+        QCOMPARE(rows, QStringList({"air.glow changed 2", "brain.glow gone 0",
+                                    "ground.glow changed 2", "hurt.glow changed here, too 0"}));
+        QCOMPARE(text(names[0]), "; outside\n");
+        QCOMPARE(text(names[3]), "; outside\n");
+        QVERIFY(text(names[1]).startsWith("; mine"));
+        QCOMPARE(changes.waiting().size(), 2);
+        // Writing over another's work is asked about, one file and all.
+        for (const bool all : {false, true}) {
+            open("heroes/wren/hurt.glow");
+            m_dialogs->expectBox(QMessageBox::No);
+            (all ? actions()->saveAll : actions()->save)->trigger();
+            QVERIFY(m_dialogs->seen().last().text.contains("hurt.glow"));
+            QCOMPARE(readFile(names[1]), QByteArray("; outside\r\n"));
+        }
+        m_dialogs->expectBox(QMessageBox::Yes);
+        QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier);
+        QVERIFY(readFile(names[1]).startsWith("; mine"));
+        QCOMPARE(changes.waiting().size(), 1);
+        // Pictures have no undo: those that are edited are asked about.
+        QVERIFY(host().desk().openFile(path("heroes/wren/wren.gleam"), 0));
+        m_window->findChild<QAction *>("spr_layer_add")->trigger();
+        replaceFile(path("heroes/wren/wren.gleam"), readFile(path("heroes/moss/moss.gleam")));
+        QTRY_COMPARE(changes.waiting().size(), 2);
+        auto *reload = changes.bar()->findChild<QPushButton *>("changes_reload");
+        for (const bool takes : {false, true}) {
+            m_dialogs->expectBox(takes ? QMessageBox::Yes : QMessageBox::No);
+            QTest::mouseClick(reload, Qt::LeftButton);
+            QCOMPARE(changes.waiting().size(), takes ? 1 : 2);
+        }
     }
 
     void tabsFollowTheFiles()
@@ -413,6 +608,32 @@ private slots:
             m_dialogs->expectBox(discards ? QMessageBox::Yes : QMessageBox::No);
             QCOMPARE(host().closeProject(), discards);
         }
+        // And those of a type that no editor shows.
+        QVERIFY(host().openProject(hero()));
+        auto *shown = session().currentProject();
+        auto *other = dynamic_cast<Kiln::Sounds *>(
+            host().engine()->createFile(Kiln::Project::FileID::Sounds, shown));
+        shown->addFile(other, Kiln::Project::FileID(0x1000));
+        QVERIFY(other->insert(0, "new", {}));
+        for (const bool discards : {false, true}) {
+            m_dialogs->expectBox(discards ? QMessageBox::Yes : QMessageBox::No);
+            QCOMPARE(host().closeProject(), discards);
+        }
+    }
+
+    void projectGoesBehindAFailedLoad()
+    {
+        const QString name = path("heroes/wren/broken.gleam");
+        writeFile(name, "nothing");
+        for (const bool closes : {false, true}) {
+            m_dialogs->expectDialog([this, closes](QDialog *box) {
+                if (closes)
+                    session().close();
+                box->reject();
+            });
+            QVERIFY(!session().loadFile(name, 0));
+        }
+        QVERIFY(!session().parentProject());
     }
 
     // Lines end with CR LF on disk: a save that changes that says so, once.
@@ -429,6 +650,7 @@ private slots:
         const QString name = path("heroes/wren/air.glow");
         writeFile(name, readFile(name).replace('\r', ""));
         open("heroes/wren/air.glow");
+        document()->acceptDisk();
         auto *told = m_window->findChild<QStatusBar *>("status_bar");
         for (const bool isFirst : {true, false}) {
             type("; x\n");
@@ -490,7 +712,7 @@ private slots:
         QVERIFY(host().desk().openFile(name, Kiln::Project::FileID::Code));
         QVERIFY(QFileInfo::exists(name));
         QCOMPARE(document()->fileName(), name);
-        QVERIFY(!host().desk().openFile(path("notes/design.txt"), 0));
+        QVERIFY(!host().desk().openFile(path("make-sounds"), 0));
     }
 
     void treeMakesAndRemovesFiles()
@@ -527,6 +749,45 @@ private slots:
         choose("heroes/wren/hurt.glow", "tree_open");
         QCOMPARE(document()->fileName(), path("heroes/wren/hurt.glow"));
 
+        // The definition follows a new name, in one step; what is open goes on under it.
+        open("heroes/wren/hurt.glow");
+        type("; here\n");
+        name("taken/by.glow");
+        m_dialogs->expectBox(QMessageBox::Ok);
+        choose("heroes/wren/hurt.glow", "tree_rename");
+        name("air.glow");
+        m_dialogs->expectBox(QMessageBox::Ok);
+        choose("heroes/wren/hurt.glow", "tree_rename");
+        name("pain.glow");
+        tree->selectFile(path("heroes/wren/hurt.glow"));
+        tree->view()->setFocus();
+        QTest::keyClick(tree->view(), Qt::Key_F2);
+        QVERIFY(QFile::exists(path("heroes/wren/pain.glow")));
+        QVERIFY(!QFile::exists(path("heroes/wren/hurt.glow")));
+        QCOMPARE(document()->fileName(), path("heroes/wren/pain.glow"));
+        QVERIFY(document()->toString().startsWith("; here\n"));
+        auto *wren =
+            dynamic_cast<Kiln::CodeDocument *>(session().findFile(path("heroes/wren/wren.wisp")));
+        QVERIFY(wren->toString().contains("states: pain.glow\n"));
+        QVERIFY(session().parentProject()->filePath(path("heroes/wren/pain.glow")));
+        name("hurt.glow");
+        choose("heroes/wren/pain.glow", "tree_rename");
+        for (const char *step : {"states: hurt.glow\n", "states: pain.glow\n"}) {
+            QVERIFY(wren->toString().contains(step) && wren->isModified());
+            wren->undo();
+        }
+        QVERIFY(wren->toString().contains("states: hurt.glow\n") && !wren->isModified());
+        actions()->save->trigger();
+        QVERIFY(readFile(path("heroes/wren/hurt.glow")).startsWith("; here"));
+        // Plain text has no type of the engine's, and is edited like code.
+        tree->selectFile(path("notes/design.txt"));
+        QTest::keyClick(tree->view(), Qt::Key_Return);
+        QCOMPARE(document()->fileName(), path("notes/design.txt"));
+        type("seen\n");
+        actions()->saveAll->trigger();
+        QVERIFY(readFile(path("notes/design.txt")).startsWith("seen\r\n"));
+
+        open("heroes/wren/hurt.glow");
         type("; more");
         m_dialogs->expectBox(QMessageBox::Yes);
         m_dialogs->expectBox(QMessageBox::Cancel);

@@ -95,10 +95,17 @@ private slots:
             settings.addRecentProject("/p/9");
             settings.removeRecentProject("/p/12");
             QCOMPARE(told.count(), 2);
+            // Two hosts at once keep each other's.
+            Settings other(fileName());
+            settings.addRecentProject("/p/14");
+            other.addRecentProject("/p/15");
+            settings.removeRecentProject("/p/14");
+            other.removeRecentProject("/p/15");
+            settings.removeRecentProject("/p/12");
         }
         Settings again(fileName());
-        QCOMPARE(again.recentProjects(), (QStringList{"/p/9", "/p/13", "/p/11", "/p/10", "/p/8",
-                                                      "/p/7", "/p/6", "/p/5", "/p/4"}));
+        QCOMPARE(again.recentProjects(),
+                 (QStringList{"/p/9", "/p/13", "/p/11", "/p/10", "/p/8", "/p/7", "/p/6", "/p/5"}));
     }
 
     // Every field is stored under the key that its name ends in, and shown again.

@@ -39,6 +39,10 @@ class tst_studio_window : public WindowTest
         found.movePosition(QTextCursor::EndOfBlock);
         view()->setTextCursor(found);
     }
+    void goToLine(int line)
+    {
+        view()->setTextCursor(QTextCursor(document()->findBlockByNumber(line)));
+    }
 
 private slots:
     void sampleOpensWithTreeAndMessages()
@@ -151,30 +155,78 @@ private slots:
         QCOMPARE(table->currentIndex().row(), 0);
     }
 
-    // The box under the text keeps the message that was chosen while lines are typed in: below it,
-    // above it, and its own.
-    void chosenMessageStays()
+    // The box under the text and the table have the message at the caret, or tell how many there
+    // are; the keys go on from the caret.
+    void messagesFollowTheCaret()
     {
         open("heroes/wren/showcase.glow");
         auto *box = m_window->findChild<QComboBox *>("codeMessages");
+        auto *table = m_window->findChild<QTreeView *>("messages_view");
+        const Kiln::Messages *all = document()->messages();
         QVERIFY(box->count() > 4);
-        const auto lineOf = [this](int row) {
-            return document()->messages()->at(unsigned(row), Kiln::Message::All).line;
-        };
-        box->setCurrentIndex(2);
-        const QString chosen = box->currentText();
-        const int line = lineOf(2);
-        for (const int row : {box->count() - 1, 0, 2}) {
-            view()->setTextCursor(QTextCursor(document()->findBlockByNumber(lineOf(row))));
+        type("nonsense\n");
+        QTRY_COMPARE(box->currentIndex(), -1);
+        QCOMPARE(box->placeholderText(), QString("Errors: %1, Warnings: %2")
+                                             .arg(all->count(Kiln::Message::Error))
+                                             .arg(all->count(Kiln::Message::Warning)));
+        for (const int row : {2, 0, box->count() - 1}) {
+            const Kiln::Message message = all->at(unsigned(row), Kiln::Message::All);
+            goToLine(message.line);
+            QTRY_COMPARE(box->currentText(), message.text);
             QTest::keyClick(view(), Qt::Key_End);
             type(" ; five");
-            QCOMPARE(box->currentIndex(), 2);
-            QCOMPARE(box->currentText(), chosen);
+            QTRY_COMPARE(box->currentText(), message.text);
+            QTRY_COMPARE(table->currentIndex().data().toString(), message.text);
         }
-        view()->setTextCursor(QTextCursor(document()->findBlockByNumber(lineOf(0))));
+        // The next line that has one, and back again.
+        const int above = all->at(1, Kiln::Message::All).line;
+        goToLine(above - 1);
         type("\n");
-        QCOMPARE(box->currentText(), chosen);
-        QCOMPARE(lineOf(box->currentIndex()), line + 1);
+        QTest::keyClick(m_window.get(), Qt::Key_F8);
+        QCOMPARE(view()->textCursor().blockNumber(), above + 1);
+        QTest::keyClick(m_window.get(), Qt::Key_F8);
+        QVERIFY(view()->textCursor().blockNumber() > above + 1);
+        QTest::keyClick(view(), Qt::Key_Down);
+        QTest::keyClick(m_window.get(), Qt::Key_F8, Qt::ShiftModifier);
+        QCOMPARE(view()->textCursor().blockNumber(), all->at(2, Kiln::Message::All).line);
+    }
+
+    void messagesAreFiltered()
+    {
+        auto *table = m_window->findChild<QTreeView *>("messages_view");
+        const auto press = [this](const char *name) {
+            QTest::mouseClick(m_window->findChild<QAbstractButton *>(name), Qt::LeftButton, {},
+                              QPoint(8, 8));
+        };
+        open("heroes/wren/air.glow");
+        type("nonsense\n");
+        open("heroes/wren/showcase.glow");
+        type("nonsense\nnonsense\n");
+        const int errors = messages()->errorCount();
+        const int all = messages()->rowCount();
+        QVERIFY(errors > 0 && messages()->warningCount() > 0);
+        QCOMPARE(m_window->findChild<QToolButton *>("messages_errors")->text(),
+                 QString("Errors: %1").arg(errors));
+        press("messages_errors");
+        QCOMPARE(table->model()->rowCount(), all - errors);
+        press("messages_warnings");
+        QCOMPARE(table->model()->rowCount(), all - errors - messages()->warningCount());
+        press("messages_errors");
+        press("messages_only_shown");
+        const int own = int(document()->messages()->count(Kiln::Message::Error));
+        QCOMPARE(table->model()->rowCount(), own);
+        QVERIFY(own > 1 && own < errors);
+        // A row of what is left leads to its line.
+        table->setCurrentIndex(table->model()->index(1, 0));
+        QTest::keyClick(table, Qt::Key_Return);
+        QCOMPARE(view()->textCursor().blockNumber(),
+                 document()->messages()->at(1, Kiln::Message::Error).line);
+        open("heroes/wren/air.glow");
+        QCOMPARE(table->model()->rowCount(),
+                 int(document()->messages()->count(Kiln::Message::Error)));
+        press("messages_warnings");
+        press("messages_only_shown");
+        QCOMPARE(table->model()->rowCount(), all);
     }
 
     void nodesLeadToTheirLines()

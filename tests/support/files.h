@@ -18,6 +18,13 @@ inline QByteArray readFile(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
 }
 
+/// Writes a file beside another and puts it in its place, as most programs save.
+inline void replaceFile(const QString &path, const QByteArray &contents)
+{
+    writeFile(path + "~", contents);
+    QCOMPARE(rename(qPrintable(path + "~"), qPrintable(path)), 0);
+}
+
 /// Copies a folder with all below it; the copies can be written.
 inline void copyFolder(const QString &from, const QString &to)
 {

@@ -2,6 +2,7 @@
 
 #include <kilnx/project/editor.h>
 #include <kilnx/project/fileeditor.h>
+#include <kilnx/project/filewatch.h>
 
 using namespace Kiln;
 
@@ -50,6 +51,7 @@ TestHost::TestHost()
     : HostBase(&window, {})
 {
     window.resize(800, 600);
+    FileWatchObject::setListener({}); // what the library asks by itself
 }
 
 QString TestHost::text(int id) const
