@@ -44,7 +44,7 @@ const QMap<QString, int> viewKeys{
     {"spr_tool_paintbucket", Qt::Key_G},
     {"spr_select_all", Qt::CTRL + Qt::Key_A},
     {"spr_select_none", Qt::CTRL + Qt::Key_D},
-    {"spr_select_invert", Qt::CTRL + Qt::SHIFT + Qt::Key_I},
+    {"spr_select_invert", Qt::CTRL + Qt::SHIFT + Qt::Key_X},
     {"snd_add", Qt::Key_Insert},
     {"snd_delete", Qt::Key_Delete},
     {"snd_play", Qt::Key_Space},

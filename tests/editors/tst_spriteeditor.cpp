@@ -148,7 +148,7 @@ private Q_SLOTS:
         const ImageSelection &selection = bench.canvas().selection;
         QTest::keyClick(bench.view(), Qt::Key_A, Qt::ControlModifier);
         QVERIFY(selection.active && selection.contains(4, 3));
-        QTest::keyClick(bench.view(), Qt::Key_I, Qt::ControlModifier | Qt::ShiftModifier);
+        QTest::keyClick(bench.view(), Qt::Key_X, Qt::ControlModifier | Qt::ShiftModifier);
         QVERIFY(selection.active && !selection.contains(4, 3));
         QTest::keyClick(bench.view(), Qt::Key_D, Qt::ControlModifier);
         QVERIFY(!selection.active);
