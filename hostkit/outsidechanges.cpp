@@ -85,7 +85,8 @@ OutsideChanges::OutsideChanges(ProjectSession &session,
 OutsideChanges::~OutsideChanges()
 {
     Kiln::FileWatchObject::setListener({});
-    m_tabs->setGoneTest({});
+    if (m_tabs)
+        m_tabs->setGoneTest({});
 }
 
 QWidget *OutsideChanges::bar() const

@@ -5,6 +5,7 @@
 #include <QtCore/QHash>
 #include <QtCore/QList>
 #include <QtCore/QObject>
+#include <QtCore/QPointer>
 #include <QtCore/QSet>
 #include <QtCore/QString>
 #include <QtCore/QTimer>
@@ -87,7 +88,7 @@ private:
     ProjectSession &m_session;
     Settings &m_settings;
     FileDesk *m_desk;
-    FileTabs *m_tabs;
+    QPointer<FileTabs> m_tabs; ///< which may go with its window before this
     QWidget *m_window;
     QFrame *m_bar;
     QLabel *m_text;

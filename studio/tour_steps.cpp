@@ -11,6 +11,7 @@
 #include <hostkit/codesurface.h>
 #include <hostkit/editordeck.h>
 #include <hostkit/messagetable.h>
+#include <hostkit/outsidechanges.h>
 #include <hostkit/projectsession.h>
 #include <hostkit/recoveryjournal.h>
 #include <hostkit/settings.h>
@@ -376,22 +377,26 @@ bool Tour::outsideChange()
         return false;
     const QString name = path(QLatin1String(codeFile));
     const QByteArray changed = contentsOf(name) + "; a line of another program\r\n";
-    const bool answered = throughDialog(
-        [&] {
-            QFile file(name);
-            if (file.open(QIODevice::WriteOnly))
-                file.write(changed);
-        },
-        [this](QDialog *dialog) {
-            picture(d->step);
-            auto *box = qobject_cast<QMessageBox *>(dialog);
-            if (!check(box && box->text().contains(QLatin1String("has been modified")),
-                       "the question is asked"))
-                return false;
-            box->button(QMessageBox::Yes)->click();
-            return true;
-        });
-    return check(answered, "the change is noticed") &&
+    type(QStringLiteral("\n; a line of ours"));
+    QFile file(name);
+    if (!check(file.open(QIODevice::WriteOnly) && file.write(changed) == changed.size(),
+               "another program writes"))
+        return false;
+    file.close();
+    const QWidget *bar = d->window->host().outsideChanges().bar();
+    if (!check(QTest::qWaitFor([bar] { return bar->isVisible(); }), "the change is noticed"))
+        return false;
+    picture(d->step);
+    const auto press = [](const QWidget *in, const char *button) {
+        auto *found = in->findChild<QPushButton *>(QLatin1String(button));
+        if (found)
+            found->click();
+        return found != nullptr;
+    };
+    const bool compared =
+        throughDialog([&] { press(bar, "changes_compare"); },
+                      [&](const QDialog *dialog) { return press(dialog, "changes_take"); });
+    return check(compared && !bar->isVisible(), "both texts are compared") &&
            check(text().endsWith(QLatin1String("; a line of another program\n")),
                  "the new contents are shown");
 }

@@ -38,7 +38,8 @@ FakeProvider::FakeProvider()
 
 QVariant FakeProvider::property(unsigned int index, unsigned int id)
 {
-    const QVariant value = index < rows.size() ? rows[index].properties[id] : QVariant();
+    const bool isKnown = index < rows.size() && id < std::size(rows[index].properties);
+    const QVariant value = isKnown ? rows[index].properties[id] : QVariant();
     if (beforeProperty)
         beforeProperty(id);
     return value;

@@ -1,0 +1,271 @@
+#pragma once
+
+#include <ember/emberanimations.h>
+#include <ember/emberdocument.h>
+#include <ember/emberengine.h>
+#include <ember/emberparentproject.h>
+#include <ember/embersprites.h>
+#include <hostkit/animationview.h>
+#include <hostkit/viewport.h>
+#include <kilnx/codeedit/codeworkspace.h>
+#include <kilnx/editors/animationdlgs.h>
+#include <kilnx/image/gif.h>
+#include <kilnx/image/spritemime.h>
+#include <kilnx/render/graphicsworkspace.h>
+#include <kilnx/render/timelinewidget.h>
+#include <tests/support/coloredrow.h>
+#include <tests/support/files.h>
+#include <tests/support/plainanimations.h>
+#include <tests/support/release.h>
+#include <tests/support/rows.h>
+#include <tests/support/testhost.h>
+
+#include <QtTest/QtTest>
+#include <QtWidgets/QtWidgets>
+
+/// What the tests of the animation editor share.
+namespace AnimationTest
+{
+
+using namespace Kiln;
+
+struct Host : TestHost {
+    unsigned int projectCount() const override { return unsigned(projects.size()); }
+    Project *project(unsigned int index) const override { return projects.value(int(index)); }
+
+    QList<Project *> projects;
+};
+
+/// Moves something between two frames when it is told to.
+struct Editor : HostKit::AnimationView {
+    using AnimationView::AnimationView;
+    bool interpolateFrames(FrameCode *frame, int tick) override
+    {
+        asked << qMakePair(frame->index(), tick);
+        return interpolates;
+    }
+    QVector<QPair<int, int>> asked;
+    bool interpolates = false;
+};
+
+/// An editor in a window on a file of the sample project, and the hands of its user.
+struct Bench {
+    Bench()
+    {
+        host.options = {{"native_painting", true},
+                        {"confirm_delete", false},
+                        {"zoom_level", 5},
+                        {"show_attack_box", true},
+                        {"show_collision_box", true}};
+        host.currentEngine = &EmberEngine::instance();
+        code = std::make_unique<CodeWorkspace>(host);
+        graphics = std::make_unique<GraphicsWorkspace>(host);
+        graphics->reconfig();
+        editor = std::make_unique<Editor>(code.get(), graphics.get(), &viewport);
+        copyFolder(KILN_SOURCE_DIR "/examples/hero/", path("hero/"));
+        parent = EmberParentProject::open(path("hero/"), FileSystemArchive::instance());
+        host.projects = parent->openedProjects();
+        for (Project *project : host.projects) {
+            if (project->fileName().endsWith("wren.wisp"))
+                wren = project;
+        }
+        host.activeProject = wren;
+        host.switchTo(editor.get());
+        file = dynamic_cast<EmberDocument *>(wren->file(Project::FileID::Animations));
+        auto *window = qobject_cast<QMainWindow *>(host.mainWindow());
+        window->setCentralWidget(host.editorWidget);
+        window->resize(900, 600);
+        window->show();
+        window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(window));
+        // The user's hands are on the viewport.
+        viewport.widget()->setFocus();
+        if (file)
+            editor->setCurrentFile(file);
+        first = text();
+    }
+    ~Bench()
+    {
+        if (editor)
+            editor->setCurrentFile(nullptr);
+        editor.reset();
+        closeProjects();
+        code.reset();
+        graphics.reset();
+    }
+    void closeProjects()
+    {
+        const QList<Project *> open = std::exchange(host.projects, {});
+        host.activeProject = nullptr;
+        file = nullptr;
+        for (Project *project : open)
+            project->release();
+    }
+    QString path(const QString &name) const { return directory.filePath(name); }
+    QString text() const { return file ? file->toPlainText() : QString(); }
+    EmberAnimations &list() const { return *file->animations(); }
+    TimeLineWidget &strip() const { return *graphics->timeLine(); }
+    void trigger(const QString &key) { host.action(("anim_" + key).toLatin1())->trigger(); }
+    template<class Widget>
+    Widget *field(const char *key) const
+    {
+        return qobject_cast<Widget *>(host.control(QLatin1String("anim_") + QLatin1String(key)));
+    }
+    int value(const char *key) const { return field<QSpinBox>(key)->value(); }
+    double real(const char *key) const { return field<QDoubleSpinBox>(key)->value(); }
+    void go(const char *name, int frame = 0)
+    {
+        editor->setCurrent(unsigned(list().find(0, QString(name))), unsigned(frame));
+    }
+    /// Shows a text in place of the file's.
+    void show(const QString &wanted)
+    {
+        file->fromString(wanted);
+        first = text();
+        editor->update();
+    }
+    QString place() const { return field<QLabel>("place_lb")->text(); }
+    /// The rows that the user selects in the next dialog; all of them for none.
+    void expectRows(const QList<int> &rows)
+    {
+        host.dialogs().expectDialog([rows](QDialog *dialog) {
+            auto *view = dialog->findChild<QListView *>();
+            rows.isEmpty() ? view->selectAll() : view->clearSelection();
+            for (const int row : rows)
+                view->selectionModel()->select(view->model()->index(row, 0),
+                                               QItemSelectionModel::Select);
+            dialog->accept();
+        });
+    }
+    /// Lets sprites fall on the viewport or, at a tick, on the strip.
+    bool drop(const QStringList &sprites, int tick = -1)
+    {
+        const std::unique_ptr<QMimeData> data(SpriteMime::make(sprites));
+        const QPoint on = tick < 0 ? QPoint(60, 60) : strip().pos() + QPoint(128 + 6 * tick, 30);
+        QDragEnterEvent enter(on, Qt::CopyAction, data.get(), Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(graphics->widget(), &enter);
+        QDropEvent event(on, Qt::CopyAction, data.get(), Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(graphics->widget(), &event);
+        return enter.isAccepted() && event.isAccepted();
+    }
+    void chooseFlip(int flip)
+    {
+        field<QComboBox>("frame_flip")->setCurrentIndex(flip);
+        Q_EMIT field<QComboBox>("frame_flip")->activated(flip);
+    }
+    /// Both in image pixels.
+    void drag(QPoint from, QPoint to)
+    {
+        const auto at = [this](QPoint point) {
+            return GraphicsRenderer::origin() + point * double(viewport.zoomFactor());
+        };
+        viewport.mousePressed(at(from), Qt::LeftButton, Qt::NoModifier);
+        viewport.mouseMoved(at(to), Qt::NoModifier);
+        viewport.mouseReleased(at(to), Qt::LeftButton, Qt::NoModifier);
+    }
+    /// What differs between the text and what viewport, fields and strip show of it.
+    QString differences() const;
+
+    Host host;
+    QTemporaryDir directory;
+    std::unique_ptr<CodeWorkspace> code;
+    std::unique_ptr<GraphicsWorkspace> graphics;
+    HostKit::Viewport viewport;
+    std::unique_ptr<Editor> editor;
+    EmberParentProject *parent = nullptr;
+    Project *wren = nullptr;
+    EmberDocument *file = nullptr;
+    QString first; ///< the text at the start
+};
+
+inline QString Bench::differences() const
+{
+    QString found;
+    const auto differ = [&found](const char *what, auto got, auto wanted) {
+        if (!(got == wanted))
+            QDebug(&found) << what << got << "instead of" << wanted << ';';
+    };
+    const QVector<PlainAnimations::Animation> plain = PlainAnimations::read(text());
+    differ("animations", int(list().count()), plain.size());
+    differ("animations to choose", field<QSlider>("sel")->maximum(), qMax(0, plain.size() - 1));
+    AnimationCode *animation = editor->currentAnimation();
+    differ("there is an animation", animation != nullptr, !plain.isEmpty());
+    if (!animation || !found.isEmpty())
+        return found;
+    const int row = field<QSlider>("sel")->value();
+    const PlainAnimations::Animation &said = plain[row];
+    differ("current", list().at(unsigned(row)), animation);
+    differ("selected", int(list().selected()), row);
+    differ("name", animation->name(), said.name);
+    differ("frames", int(animation->frameCount()), said.frames.size());
+    FrameCode *frame = editor->currentFrame();
+    differ("there is a frame", frame != nullptr, !said.frames.isEmpty());
+    qint64 tick = 0;
+    auto *line = dynamic_cast<TimeLine *>(viewport.spriteProvider());
+    for (int i = 0; i < said.frames.size() && found.isEmpty(); ++i) {
+        const PlainAnimations::Frame &each = said.frames[i];
+        if (each.delay == 0)
+            continue;
+        TimeLineCell cell;
+        differ("a cell", line->at(unsigned(tick), cell), true);
+        differ("its length", cell.length, qMax(1, each.delay));
+        if (each.delay < 0)
+            break;
+        tick += each.delay;
+    }
+    if (!frame || !found.isEmpty())
+        return found;
+    const int at = field<QSlider>("frame_sel")->value();
+    const PlainAnimations::Frame &now = said.frames[at];
+    differ("frame", animation->frameAt(unsigned(at)), frame);
+    differ("offset", QPoint(value("frame_xaxis"), value("frame_yaxis")), now.offset);
+    differ("time", value("frame_time"), now.delay);
+    differ("flip", field<QComboBox>("frame_flip")->currentIndex(), now.flip);
+    const double exact = 1e-4; // four digits are shown
+    differ("scale",
+           qAbs(real("frame_xscale") - now.scale.x()) < exact &&
+               qAbs(real("frame_yscale") - now.scale.y()) < exact,
+           true);
+    differ("angle", qAbs(real("frame_angle") - now.angle) < exact, true);
+    for (int kind = 0; kind < 2; ++kind) {
+        ContactBoxesCode *boxes = viewport.boxes(ContactBoxCode::BoxType(kind + 1));
+        differ("boxes", boxes ? boxes->rects() : QVector<QRect>(), now.boxes[kind]);
+    }
+    auto *sprites = dynamic_cast<EmberSprites *>(wren->file(Project::FileID::Sprites));
+    const int sprite = sprites->indexOf(0, now.sprite);
+    SpriteProvider *shown = viewport.spriteProvider();
+    differ("sprite", shown->count() ? shown->spriteAt(0) : nullptr,
+           sprite < 0 ? nullptr : static_cast<Sprite *>(sprites->at(unsigned(sprite))));
+    differ("place", place().section(',', 0, 1),
+           QString("Animation: %1, Frame: %2").arg(said.name).arg(at + 1));
+    return found;
+}
+
+/// Everything that the text says, as the library reads it.
+inline QStringList dump(const Animations &list)
+{
+    QStringList lines;
+    for (AnimationCode *animation : list.animations()) {
+        QString line;
+        QDebug(&line) << animation->name() << animation->property("Title")
+                      << animation->property("Layer") << animation->property("Once");
+        for (FrameCode *frame : animation->frames()) {
+            QDebug(&line) << frame->identifier() << frame->offset() << frame->delay()
+                          << frame->scale() << frame->angle() << int(frame->flip())
+                          << frame->isLoopPoint() << frame->property("Opacity")
+                          << frame->attackBoxes()->rects() << frame->collisionBoxes()->rects();
+        }
+        lines.append(line);
+    }
+    return lines;
+}
+
+inline QStringList dumpOf(const QString &text)
+{
+    const std::unique_ptr<EmberDocument, Release> fresh(
+        new EmberDocument(EmberDocument::Animations));
+    fresh->fromString(text);
+    return dump(*fresh->animations());
+}
+
+} // namespace AnimationTest

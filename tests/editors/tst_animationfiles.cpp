@@ -1,0 +1,235 @@
+// What leaves the animation editor and comes in: pictures that move, files of animations, and
+// animations of other projects.
+
+#include "animationtest.h"
+
+using namespace AnimationTest;
+
+class tst_AnimationFiles : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    // Every animation of the sample, read by another program.
+    void savesGIFs()
+    {
+        Bench bench;
+        const QString gif = bench.path("one.gif");
+        for (int row = 0; row < int(bench.list().count()); ++row) {
+            bench.editor->setCurrent(unsigned(row), 0);
+            const PlainAnimations::Animation said = PlainAnimations::read(bench.text())[row];
+            QRectF canvas;
+            bool isTurned = false;
+            QStringList delays;
+            int ticks = 0;
+            int shown = 0;
+            auto *sprites =
+                dynamic_cast<EmberSprites *>(bench.wren->file(Project::FileID::Sprites));
+            for (const PlainAnimations::Frame &frame : said.frames) {
+                Sprite *sprite = sprites->at(unsigned(sprites->indexOf(0, frame.sprite)));
+                const QSize size = sprite->image().size();
+                QPoint origin = sprite->property("Origin").toPoint();
+                if (frame.flip & 2)
+                    origin.setX(size.width() - origin.x());
+                if (frame.flip & 1)
+                    origin.setY(size.height() - origin.y());
+                // As the viewport places it: whole pixels before the scale, cut behind it.
+                const QPointF &scale = frame.scale;
+                const QPoint corner = QPoint(qRound(frame.offset.x() / scale.x()),
+                                             qRound(frame.offset.y() / scale.y())) -
+                                      origin;
+                const QTransform turn = QTransform()
+                                            .translate(frame.offset.x(), frame.offset.y())
+                                            .rotate(-frame.angle)
+                                            .translate(-frame.offset.x(), -frame.offset.y());
+                canvas |= turn.mapRect(
+                    QRectF(int(corner.x() * scale.x()), int(corner.y() * scale.y()),
+                           int(size.width() * scale.x()), int(size.height() * scale.y())));
+                isTurned = isTurned || frame.angle != 0;
+                ticks += frame.delay < 0 ? 60 : frame.delay;
+                delays << QString::number(qRound(ticks / 0.6) - shown);
+                shown += delays.last().toInt();
+                if (frame.delay < 0)
+                    break;
+            }
+            bench.host.dialogs().expectFiles({gif});
+            bench.trigger("save_gif");
+            QProcess reader;
+            reader.start("identify", {"-format", "%T %W %H\n", gif});
+            QVERIFY(reader.waitForFinished());
+            const QStringList told =
+                QString(reader.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
+            QCOMPARE(told.size(), delays.size());
+            for (int i = 0; i < told.size(); ++i) {
+                QCOMPARE(told[i].section(' ', 0, 0), delays.size() > 1 ? delays[i] : "0");
+                // What is turned has its edges between pixels.
+                const double about = isTurned ? 2 : 0;
+                QVERIFY(qAbs(told[i].section(' ', 1, 1).toInt() - canvas.width()) <= about);
+                QVERIFY(qAbs(told[i].section(' ', 2, 2).toInt() - canvas.height()) <= about);
+            }
+            QFile::remove(gif);
+        }
+    }
+
+    // Hundredths of a second and the size of each frame, or what the user is told.
+    void savesFramesOfGIFs_data()
+    {
+        const auto add = columns<QString, QString>("frames", "told");
+        const QString jab = " frame: wren_jab_1, for ";
+        add("the sum is kept", (jab + "2\n").repeated(3), "3 S 4 S 3 S");
+        add("shortest times are made up for", (jab + "1\n").repeated(3) + jab + "10\n",
+            "2 S 2 S 2 S 16 S");
+        add("one that stays", jab + "3\n" + jab + "ever\n", "5 S 100 S");
+        add("no sprite", " frame: nobody, for 6\n" + jab + "6\n", "10 1x1 10 S");
+        add("hardly seen", jab + "6, opacity 0.2\n" + jab + "6\n", "10 1x1 10 S");
+        add("turned", jab + "6, angle 90\n" + jab + "6, angle 0, scale 1\n", "10 R 10 S");
+        add("opaque", jab + "6\n" + jab + "6\n", "10 S 10 S");
+        add("nothing", "", "You can't save an empty animation as GIF.");
+        add("too large", jab + "6, scale 40000 1\n", "The frames are too large for a GIF.");
+        add("too many pixels", jab + "6, scale 400\n", "The frames are too large for a GIF.");
+    }
+
+    void savesFramesOfGIFs()
+    {
+        auto [frames, told] = row<QString, QString>();
+        Bench bench;
+        bench.show("@animation a\n" + frames);
+        const QString gif = bench.path("one.gif");
+        const bool isTold = told.endsWith('.');
+        if (isTold)
+            bench.host.dialogs().expectBox(QMessageBox::Ok);
+        else
+            bench.host.dialogs().expectFiles({gif});
+        Sprites *sprites = bench.editor->sprites();
+        Sprite *sprite = sprites->at(unsigned(sprites->indexOf(0, "wren_jab_1")));
+        if (QTest::currentDataTag() == QString("opaque")) {
+            RGBA colors[256];
+            sprite->palette()->toPalette(colors);
+            for (RGBA &color : colors)
+                color.a = 255;
+            sprite->palette()->setColors(colors, Palette::SetReplaced);
+        }
+        bench.trigger("save_gif");
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+        QCOMPARE(QFile::exists(gif), !isTold);
+        if (isTold) {
+            QCOMPARE(bench.host.dialogs().seen().last().text, told);
+            return;
+        }
+        QProcess reader;
+        reader.start("identify", {"-format", "%T %wx%h ", gif});
+        QVERIFY(reader.waitForFinished());
+        const QSize size = sprite->image().size();
+        const auto say = [&told = told](QSize size, const char *letter) {
+            told.replace(letter, QString("%1x%2").arg(size.width()).arg(size.height()));
+        };
+        say(size, "S");
+        say(size.transposed(), "R");
+        QCOMPARE(QString(reader.readAllStandardOutput()).trimmed(), told);
+    }
+
+    // Out to a file, and back in under each answer.
+    void exportsAndImports()
+    {
+        Bench bench;
+        const QString out = bench.path("out.flick");
+        bench.expectRows({});
+        bench.host.dialogs().expectFiles({out});
+        bench.trigger("export");
+        QVERIFY(readFile(out).contains("\r\n"));
+        QCOMPARE(dumpOf(QString(readFile(out)).remove('\r')), dumpOf(bench.first));
+        const auto import = [&](QMessageBox::StandardButton answer) {
+            bench.host.dialogs().expectFiles({out});
+            bench.expectRows({1});
+            bench.host.dialogs().expectBox(answer);
+            bench.host.dialogs().expectBox(QMessageBox::Ok);
+            bench.trigger("import");
+            return bench.host.dialogs().seen().last().text;
+        };
+        QCOMPARE(import(QMessageBox::Yes), QString("No new animation imported!"));
+        QCOMPARE(dumpOf(bench.text()), dumpOf(bench.first));
+        const unsigned int count = bench.list().count();
+        QVERIFY(import(QMessageBox::No).startsWith("1 new animation"));
+        QCOMPARE(bench.list().count(), count + 1);
+        QCOMPARE(bench.differences(), QString());
+        bench.editor->undo();
+        QCOMPARE(bench.list().count(), count);
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+    }
+
+    void importsFromAProject_data()
+    {
+        // Of the source's a and c the second is renamed, and comes once more.
+        const auto add = columns<bool, int, int, int, QStringList>("isSaved", "policy", "answer",
+                                                                   "added", "names");
+        const int yes = QMessageBox::Yes, no = QMessageBox::No;
+        for (const bool isSaved : {false, true}) {
+            const QByteArray how = isSaved ? ", source saved" : ", source modified";
+            add("ask, yes" + how, isSaved, 0, yes, 1, {"a", "b", "new"});
+            add("ask, no" + how, isSaved, 0, no, 3, {"a", "a", "b", "new", "new"});
+            add("replace" + how, isSaved, 1, 0, 1, {"a", "b", "new"});
+            add("skip" + how, isSaved, 2, 0, 1, {"a", "b", "new"});
+            add("add anyway" + how, isSaved, 3, 0, 3, {"a", "a", "b", "new", "new"});
+        }
+    }
+
+    void importsFromAProject()
+    {
+        const auto [isSaved, policy, answer, added, names] =
+            row<bool, int, int, int, QStringList>();
+        Bench bench;
+        bench.show("@animation a\n    frame: here\n\n@animation b\n");
+        Project *moss = nullptr;
+        for (Project *project : qAsConst(bench.host.projects)) {
+            if (project->fileName().endsWith("moss.wisp"))
+                moss = project;
+        }
+        auto *source = dynamic_cast<EmberDocument *>(
+            EmberEngine::instance().createFile(Project::FileID::Animations, moss));
+        moss->addFile(source, Project::FileID::Animations);
+        const auto *sprites = dynamic_cast<EmberSprites *>(moss->file(Project::FileID::Sprites));
+        const QString text = QString("@animation a\n    frame: %1\n@animation c\n    frame: %2\n")
+                                 .arg(isSaved ? "there" : "old", sprites->at(0)->identifier());
+        source->fromString(text);
+        if (!isSaved)
+            source->animations()->at(0)->setCode("@animation a\n    frame: there");
+        QCOMPARE(source->isModified(), !isSaved);
+        bench.host.dialogs().expectDialog([&, policy = policy](QDialog *dialog) {
+            auto *projects = dialog->findChild<QComboBox *>("projects");
+            projects->setCurrentIndex(projects->findText(moss->displayName()));
+            auto *list = dialog->findChild<QListView *>("source");
+            QTRY_VERIFY(isColoredBeforeText(list, 1));
+            QVERIFY(!isColoredBeforeText(list, 0));
+            list->selectAll();
+            dialog->findChild<QPushButton *>("add")->click();
+            list->setCurrentIndex(list->model()->index(1, 0));
+            dialog->findChild<QPushButton *>("add")->click();
+            QAbstractItemModel *chosen = dialog->findChild<QListView *>("destination")->model();
+            for (const int each : {1, 2})
+                QVERIFY(chosen->setData(chosen->index(each, 0), "new", Qt::EditRole));
+            dialog->findChildren<QRadioButton *>()[policy]->click();
+            dialog->accept();
+        });
+        for (int i = 0; answer && i < 2; ++i)
+            bench.host.dialogs().expectBox(QMessageBox::StandardButton(answer));
+        bench.host.dialogs().expectBox(QMessageBox::Ok);
+        bench.trigger("import_proj");
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+        QCOMPARE(bench.host.dialogs().seen().last().text,
+                 QString("%1 new animation(s) were imported!").arg(added));
+        QStringList found;
+        for (AnimationCode *animation : bench.list().animations())
+            found << animation->name();
+        found.sort();
+        QCOMPARE(found, names);
+        const bool replaces = policy == 1 || answer == QMessageBox::Yes;
+        QCOMPARE(bench.list().at(0)->frameAt(0)->identifier(),
+                 QString(replaces ? "there" : "here"));
+        QCOMPARE(bench.differences(), QString());
+        bench.editor->undo();
+        QCOMPARE(bench.text(), bench.first);
+    }
+};
+
+QTEST_MAIN(tst_AnimationFiles)
+#include "tst_animationfiles.moc"

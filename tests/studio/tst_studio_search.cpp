@@ -1,0 +1,115 @@
+#include "windowtest.h"
+
+#include <findinfilesdock.h>
+
+using namespace Studio;
+
+// How the files of a project are searched, and what stands in them replaced.
+class tst_studio_search : public WindowTest
+{
+    Q_OBJECT
+
+    void searchFiles(const QString &text, bool isExpression)
+    {
+        auto *dock = m_window->findChild<FindInFilesDock *>();
+        auto *field = dock->findChild<QLineEdit *>("search_text");
+        field->setText(text);
+        dock->findChild<QAbstractButton *>("search_regex")->setChecked(isExpression);
+        QTest::keyClick(field, Qt::Key_Return);
+        QTRY_VERIFY_WITH_TIMEOUT(!dock->isSearching(), 20000);
+    }
+
+private slots:
+    void findInFilesSurvivesAnyExpression_data()
+    {
+        const auto add = columns<QString, bool, bool>("text", "expression", "hits");
+        add("plain", "wren_dash", false, true);
+        add("nothing there", "no such text anywhere", false, false);
+        add("expression", "wren_\\w+", true, true);
+        add("broken expression", "wren_(", true, false);
+        add("empty text", "", false, false);
+    }
+
+    void findInFilesSurvivesAnyExpression()
+    {
+        const auto [text, expression, hits] = row<QString, bool, bool>();
+        auto *dock = m_window->findChild<FindInFilesDock *>();
+        actions()->findInFiles->trigger();
+        searchFiles(text, expression);
+        QCOMPARE(dock->hitCount() > 0, hits);
+        // These match empty text at many places, or at every one.
+        for (const char *hostile : {"x*", "\\b", "(?=w)", "^", "$"})
+            searchFiles(hostile, true);
+    }
+
+    void longSearchesEnd()
+    {
+        auto *dock = m_window->findChild<FindInFilesDock *>();
+        actions()->findInFiles->trigger();
+        open("heroes/wren/air.glow");
+        document()->insert(QString(3000, 'a') + '\n');
+        searchFiles("(a+)+[=#]", true);
+        auto *told = dock->findChild<QLabel *>("search_summary");
+        QVERIFY(told->text().endsWith("The expression takes too long."));
+        document()->insert((QString(3000, 'a') + '\n').repeated(4));
+        searchFiles("a", false);
+        QCOMPARE(dock->hitCount(), 10000);
+        QTest::keyClick(dock->findChild<QLineEdit *>("search_text"), Qt::Key_Return);
+        QTest::mouseClick(dock->findChild<QPushButton *>("search_start"), Qt::LeftButton);
+        QVERIFY(!dock->isSearching());
+        QVERIFY(told->text().contains("Stopped"));
+        document()->undo();
+        document()->undo();
+    }
+
+    // Checked hits are replaced, also in a file that no definition names, each file in one step.
+    void replacesInFiles()
+    {
+        auto *dock = m_window->findChild<FindInFilesDock *>();
+        auto *results = dock->findChild<QTreeWidget *>("search_results");
+        open("heroes/wren/air.glow");
+        view()->insertPlainText("pole 1 pole 2\n");
+        actions()->findInFiles->trigger();
+        dock->findChild<QAbstractButton *>("search_words")->setChecked(true);
+        searchFiles("(pole)( 2)?", true);
+        QMap<QString, QTreeWidgetItem *> files;
+        for (int i = 0; i < results->topLevelItemCount(); ++i)
+            files.insert(results->topLevelItem(i)->text(0), results->topLevelItem(i));
+        QVERIFY(!session().findFile(path("shared/gallery.glow")));
+        QTreeWidgetItem *gallery = files.value("shared/gallery.glow");
+        QTreeWidgetItem *air = files.value("heroes/wren/air.glow");
+        QVERIFY(gallery && air);
+        QCOMPARE(air->childCount(), 2);
+        QTest::keyClicks(dock->findChild<QLineEdit *>("search_replacement"), "<\\1>");
+        QCOMPARE(air->child(1)->text(2), QString("pole 1 <pole>"));
+        for (QTreeWidgetItem *file : qAsConst(files))
+            file->setCheckState(0, file == air || file == gallery ? Qt::Checked : Qt::Unchecked);
+        const QRect row = results->visualItemRect(air->child(0));
+        results->scrollToItem(air->child(0));
+        QTest::mouseClick(results->viewport(), Qt::LeftButton, {},
+                          results->visualItemRect(air->child(0)).topLeft() +
+                              QPoint(10, row.height() / 2));
+        QCOMPARE(air->checkState(0), Qt::PartiallyChecked);
+        const QString before = document()->toString();
+        document()->insert("pole 2"); // and is not asked about
+        QTest::mouseClick(dock->findChild<QPushButton *>("search_replace"), Qt::LeftButton);
+        QVERIFY(dock->findChild<QLabel *>("search_summary")
+                    ->text()
+                    .startsWith("Replaced: 2, files: 2"));
+        auto *changed =
+            dynamic_cast<Kiln::CodeDocument *>(session().findFile(path("shared/gallery.glow")));
+        QVERIFY(changed && changed->toString().contains("pose with <pole>"));
+        changed->undo();
+        QVERIFY(!static_cast<QTextDocument *>(changed)->isModified());
+        open("heroes/wren/air.glow");
+        QVERIFY(document()->toString().startsWith("pole 1 <pole>\n"));
+        document()->undo();
+        document()->undo();
+        QCOMPARE(document()->toString(), before);
+        document()->undo();
+        actions()->saveAll->trigger();
+    }
+};
+
+QTEST_MAIN(tst_studio_search)
+#include "tst_studio_search.moc"
