@@ -112,6 +112,14 @@ private slots:
                 opacity->palette().color(QPalette::Active, QPalette::Text));
         // The marks of the viewport are not those of a picture.
         QVERIFY(!m_window->findChild<QToolButton *>("view_main_cross")->isVisible());
+        // The thumbnails share a place with the organizer.
+        const auto dockOf = [this](const char *part) {
+            const QWidget *found = m_window->findChild<QWidget *>(part);
+            while (found && !qobject_cast<const QDockWidget *>(found))
+                found = found->parentWidget();
+            return static_cast<QDockWidget *>(const_cast<QWidget *>(found));
+        };
+        QVERIFY(m_window->tabifiedDockWidgets(dockOf("org_list")).contains(dockOf("thumb_list")));
         // The whole grid of colours is in sight.
         const auto *grid = m_window->findChild<QWidget *>("pal_view");
         QTRY_VERIFY(grid->visibleRegion().boundingRect().height() >= grid->sizeHint().height());

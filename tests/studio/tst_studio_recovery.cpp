@@ -187,6 +187,31 @@ private Q_SLOTS:
         m_window->reopenLast();
     }
 
+    /// What cannot be opened is named and offered again.
+    void isKeptWhereItCannotBeOpened()
+    {
+        open("heroes/wren/hurt.glow");
+        type("; behind a directory\n");
+        leaveBehind();
+        const QString name = path("heroes/wren/hurt.glow");
+        m_dialogs->expectBox(QMessageBox::Discard);
+        host().desk().closeCurrentFile();
+        QVERIFY(QFile::remove(name) && QDir().mkpath(name));
+        const auto expect = [this](const char *button) {
+            m_dialogs->expectDialog([button](QDialog *dialog) {
+                QCOMPARE(dialog->findChild<QTreeWidget *>("recovery_files")->topLevelItemCount(),
+                         1);
+                dialog->findChild<QPushButton *>(button)->click();
+            });
+        };
+        expect("recovery_restore");
+        m_dialogs->expectBox(QMessageBox::Ok);
+        reopen();
+        QVERIFY(m_dialogs->seen().last().text.contains(name));
+        expect("recovery_discard");
+        reopen();
+    }
+
     /// What nobody has named yet is a file without a name again; on a full disk nothing is given up
     /// that is nowhere else; what dead hosts had no text in is cleared away.
     void isKeptUntilItIsSafe()
