@@ -22,9 +22,9 @@ FindBar::FindBar(QWidget *parent)
     : QWidget(parent)
     , m_text(named(new QLineEdit(this), "find_text", tr("Text to find")))
     , m_replacement(named(new QLineEdit(this), "find_replacement", tr("Replacement")))
-    , m_regularExpression(named(new QCheckBox(tr("Re&gular expression"), this), "find_regex"))
-    , m_caseSensitive(named(new QCheckBox(tr("Match &case"), this), "find_case"))
-    , m_wholeWords(named(new QCheckBox(tr("Whole w&ords"), this), "find_words"))
+    , m_options{named(new QCheckBox(tr("Re&gular expression"), this), "find_regex"),
+                named(new QCheckBox(tr("Match &case"), this), "find_case"),
+                named(new QCheckBox(tr("Whole w&ords"), this), "find_words")}
     , m_wrap(named(new QCheckBox(tr("&Wrap around"), this), "find_wrap"))
     , m_result(named(new QLabel(this), "find_result"))
 {
@@ -51,9 +51,9 @@ FindBar::FindBar(QWidget *parent)
     layout->addWidget(m_text, 0, 1);
     layout->addWidget(previous, 0, 2);
     layout->addWidget(next, 0, 3);
-    layout->addWidget(m_regularExpression, 0, 4);
-    layout->addWidget(m_caseSensitive, 0, 5);
-    layout->addWidget(m_wholeWords, 0, 6);
+    layout->addWidget(m_options.regularExpression, 0, 4);
+    layout->addWidget(m_options.caseSensitive, 0, 5);
+    layout->addWidget(m_options.wholeWords, 0, 6);
     layout->addWidget(close, 0, 7);
     layout->addWidget(replaceLabel, 1, 0);
     layout->addWidget(m_replacement, 1, 1);
@@ -64,7 +64,8 @@ FindBar::FindBar(QWidget *parent)
     layout->setColumnStretch(1, 1);
 
     connect(m_text, &QLineEdit::textChanged, this, &FindBar::tellSought);
-    for (QCheckBox *box : {m_regularExpression, m_caseSensitive, m_wholeWords})
+    for (QCheckBox *box :
+         {m_options.regularExpression, m_options.caseSensitive, m_options.wholeWords})
         connect(box, &QCheckBox::toggled, this, &FindBar::tellSought);
     connect(m_text, &QLineEdit::returnPressed, this, &FindBar::findNext);
     connect(m_replacement, &QLineEdit::returnPressed, this, &FindBar::replaceOne);
@@ -115,7 +116,7 @@ void FindBar::tellSought()
 bool FindBar::isUsable()
 {
     const QRegExp expression(m_text->text(), Qt::CaseSensitive, QRegExp::RegExp2);
-    const bool isUsable = !m_regularExpression->isChecked() || expression.isValid();
+    const bool isUsable = !m_options.regularExpression->isChecked() || expression.isValid();
     if (!isUsable)
         tell(tr("Bad expression: %1").arg(expression.errorString()));
     return isUsable;
@@ -155,16 +156,7 @@ void FindBar::keyPressEvent(QKeyEvent *event)
 
 unsigned int FindBar::flags() const
 {
-    unsigned int flags = 0;
-    if (m_regularExpression->isChecked())
-        flags |= Kiln::Editor::RegularExpression;
-    if (m_caseSensitive->isChecked())
-        flags |= Kiln::Editor::CaseSensitive;
-    if (m_wholeWords->isChecked())
-        flags |= Kiln::Editor::WholeWords;
-    if (m_wrap->isChecked())
-        flags |= Kiln::Editor::WrapAround;
-    return flags;
+    return m_options.flags() | (m_wrap->isChecked() ? Kiln::Editor::WrapAround : 0U);
 }
 
 void FindBar::dismiss()

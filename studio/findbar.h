@@ -1,5 +1,7 @@
 #pragma once
 
+#include "findoptions.h"
+
 #include <QWidget>
 
 class QCheckBox;
@@ -55,9 +57,7 @@ private:
 
     QLineEdit *m_text;
     QLineEdit *m_replacement;
-    QCheckBox *m_regularExpression;
-    QCheckBox *m_caseSensitive;
-    QCheckBox *m_wholeWords;
+    FindOptions m_options;
     QCheckBox *m_wrap;
     QLabel *m_result;
 };

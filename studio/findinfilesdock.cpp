@@ -45,9 +45,9 @@ FindInFilesDock::FindInFilesDock(HostBase &host, QWidget *parent)
     , m_replacement(named(new QLineEdit(this), "search_replacement", tr("Replacement")))
     , m_start(named(new QPushButton(this), "search_start"))
     , m_replace(named(new QPushButton(tr("Replace chec&ked"), this), "search_replace"))
-    , m_regularExpression(named(new QCheckBox(tr("Re&gular expression"), this), "search_regex"))
-    , m_caseSensitive(named(new QCheckBox(tr("Match ca&se"), this), "search_case"))
-    , m_wholeWords(named(new QCheckBox(tr("Whole w&ords"), this), "search_words"))
+    , m_options{named(new QCheckBox(tr("Re&gular expression"), this), "search_regex"),
+                named(new QCheckBox(tr("Match ca&se"), this), "search_case"),
+                named(new QCheckBox(tr("Whole w&ords"), this), "search_words")}
     , m_summary(named(new QLabel(this), "search_summary"))
     , m_results(named(new QTreeWidget(this), "search_results", tr("Hits")))
 {
@@ -85,9 +85,9 @@ void FindInFilesDock::makeFields()
     layout->setContentsMargins(6, 6, 6, 6);
     layout->addWidget(m_text, 0, 0);
     layout->addWidget(m_start, 0, 1);
-    layout->addWidget(m_regularExpression, 0, 2);
-    layout->addWidget(m_caseSensitive, 0, 3);
-    layout->addWidget(m_wholeWords, 0, 4);
+    layout->addWidget(m_options.regularExpression, 0, 2);
+    layout->addWidget(m_options.caseSensitive, 0, 3);
+    layout->addWidget(m_options.wholeWords, 0, 4);
     layout->addWidget(m_replacement, 1, 0);
     layout->addWidget(m_replace, 1, 1);
     layout->addWidget(m_summary, 1, 2, 1, 3);
@@ -106,18 +106,6 @@ void FindInFilesDock::start(const QString &text)
     m_text->selectAll();
 }
 
-unsigned int FindInFilesDock::flags() const
-{
-    unsigned int flags = 0;
-    if (m_regularExpression->isChecked())
-        flags |= Kiln::Editor::RegularExpression;
-    if (m_caseSensitive->isChecked())
-        flags |= Kiln::Editor::CaseSensitive;
-    if (m_wholeWords->isChecked())
-        flags |= Kiln::Editor::WholeWords;
-    return flags;
-}
-
 void FindInFilesDock::search()
 {
     if (m_search.isRunning()) {
@@ -125,7 +113,7 @@ void FindInFilesDock::search()
         return;
     }
     clearResults();
-    m_summary->setText(m_search.start(m_text->text(), flags()));
+    m_summary->setText(m_search.start(m_text->text(), m_options.flags()));
     updateButtons();
 }
 

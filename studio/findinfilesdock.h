@@ -1,5 +1,7 @@
 #pragma once
 
+#include "findoptions.h"
+
 #include <hostkit/filesearch.h>
 
 #include <QDockWidget>
@@ -53,7 +55,6 @@ private:
     void replaceChecked();
     int replaceIn(QTreeWidgetItem *item, int *missed);
     Kiln::ProjectFile *openFile(QTreeWidgetItem *item);
-    unsigned int flags() const;
 
     HostKit::HostBase &m_host;
     HostKit::FileSearch m_search;
@@ -62,9 +63,7 @@ private:
     QLineEdit *m_replacement;
     QPushButton *m_start;
     QPushButton *m_replace;
-    QCheckBox *m_regularExpression;
-    QCheckBox *m_caseSensitive;
-    QCheckBox *m_wholeWords;
+    FindOptions m_options;
     QLabel *m_summary;
     QTreeWidget *m_results;
 };
