@@ -219,6 +219,26 @@ private Q_SLOTS:
         QCOMPARE(bench.differences(), QString());
     }
 
+    void boxesChangeTheirKind()
+    {
+        Bench bench;
+        bench.show("@animation a\n    strike: 0, -40, 30, -20\n    strike: 50, -40, 80, -20\n"
+                   "    body: 0, -90, 30, -70\n    frame: x\n");
+        const auto rects = [&bench](int kind) {
+            return bench.viewport.boxes(ContactBoxCode::BoxType(kind))->rects();
+        };
+        bench.drag({65, -30}, {65, -30});
+        QCOMPARE(bench.viewport.selectedContactBoxes().size(), 1);
+        const QVector<QRect> strikes = rects(1);
+        const QVector<QRect> bodies = rects(2);
+        bench.trigger("box_type");
+        QCOMPARE(rects(1), QVector<QRect>{strikes[0]});
+        QCOMPARE(rects(2), QVector<QRect>({bodies[0], strikes[1]}));
+        QCOMPARE(bench.differences(), QString());
+        bench.editor->undo();
+        QCOMPARE(bench.text(), bench.first);
+    }
+
     void playsLoops_data()
     {
         const auto add = columns<QString, QVector<int>, bool>("text", "rows", "ends");
@@ -230,6 +250,8 @@ private Q_SLOTS:
             false);
         add("from a loop point", head + "\n frame: x\n frame: y, loop\n frame: z\n",
             {0, 1, 2, 1, 2, 1}, false);
+        add("from the first", head + "\n frame: x, loop\n frame: y\n frame: z\n",
+            {0, 1, 2, 0, 1, 2}, false);
         add("no time", head + "\n frame: x\n frame: y, for 0\n frame: z\n", {0, 2, 0, 2}, false);
     }
 
@@ -250,6 +272,13 @@ private Q_SLOTS:
         QCOMPARE(bench.editor->isPlaying(), !ends);
         QCOMPARE(bench.host.action("anim_play")->isChecked(), !ends);
         QCOMPARE(bench.host.action("anim_stop")->isChecked(), ends);
+        if (ends) {
+            QCOMPARE(int(bench.strip().currentTick()), rows.size() - 1);
+        } else {
+            bench.trigger("play");
+            QVERIFY(!bench.editor->isPlaying());
+            bench.trigger("play");
+        }
         // Edits are taken over without a stop, as long as there is a frame.
         bench.trigger(ends ? "play" : "editcode");
         QCOMPARE(bench.strip().currentTick() == 0 || !ends, true);
