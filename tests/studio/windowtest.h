@@ -87,4 +87,7 @@ protected Q_SLOTS:
         QCOMPARE(m_dialogs->finish(), QString());
         m_dialogs.reset();
     }
+
+    // Qt fades the clear buttons of line edits, and ends such an animation only in the event loop.
+    void cleanupTestCase() { QTest::qWait(300); }
 };
