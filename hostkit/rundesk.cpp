@@ -12,6 +12,7 @@
 #include <QScopedValueRollback>
 #include <QTextCodec>
 #include <QTimer>
+#include <QWidget>
 
 #include <utility>
 

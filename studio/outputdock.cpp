@@ -9,6 +9,7 @@
 #include <QIcon>
 #include <QPlainTextEdit>
 #include <QScrollBar>
+#include <QTextBlock>
 #include <QTime>
 #include <QToolBar>
 

@@ -7,6 +7,7 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QHash>
 #include <QtCore/QRegularExpression>
+#include <QtCore/QSet>
 
 namespace Kiln
 {
