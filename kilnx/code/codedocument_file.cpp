@@ -67,9 +67,17 @@ public:
     }
 
 private:
+    /// A warning that the line has, as of the copy before, stays the only one.
     void warn(int begin, int end, const QString &text)
     {
-        m_document->addMessage(m_last, {CodeBlockData::SyntaxMessage::Warning, begin, end, text});
+        using Message = CodeBlockData::SyntaxMessage;
+        if (const CodeBlockData *data = CodeDocumentPrivate::dataOf(m_last)) {
+            const QVector<Message> &told = data->syntaxMessages();
+            if (std::any_of(told.begin(), told.end(),
+                            [&text](const Message &message) { return message.text == text; }))
+                return;
+        }
+        m_document->addMessage(m_last, {Message::Warning, begin, end, text});
     }
 
     CodeDocumentPrivate *const m_document;

@@ -48,7 +48,7 @@ QList<int> toldLines(CodeDocument &document, const char *what)
     QList<int> lines;
     for (uint i = 0; i < document.messages()->count(Message::Warning); ++i) {
         const Message message = document.messages()->at(i, Message::Warning);
-        if (message.text.contains(QLatin1String(what)) && !lines.contains(message.line))
+        if (message.text.contains(QLatin1String(what)))
             lines += message.line;
     }
     return lines;
