@@ -138,13 +138,18 @@ QList<Kiln::ParentProject *> ProjectSession::parentProjects() const
 
 Kiln::ParentProject *ProjectSession::findProject(const QString &directory) const
 {
-    const QString clean = QDir::cleanPath(directory);
     const QList<Kiln::ParentProject *> open = parentProjects();
     for (Kiln::ParentProject *project : open) {
-        if (QDir::cleanPath(project->basePath()) == clean)
+        if (isSamePlace(project->basePath(), directory))
             return project;
     }
     return nullptr;
+}
+
+bool ProjectSession::isSamePlace(const QString &directory, const QString &other)
+{
+    return QDir::cleanPath(directory) == QDir::cleanPath(other) ||
+           identityOf(directory) == identityOf(other);
 }
 
 void ProjectSession::setParentProject(Kiln::ParentProject *project)
@@ -257,6 +262,9 @@ Kiln::ProjectFile *ProjectSession::loadFile(const QString &fileName, unsigned in
 {
     if (Kiln::ProjectFile *known = findFile(fileName))
         return known;
+    // A directory has no text, and a pipe or a device may never end.
+    if (!QFileInfo(fileName).isFile())
+        return nullptr;
     Kiln::Project *project = m_parent ? projectOf(fileName) : nullptr;
     const bool isBytes = project && isTextType(typeOf(fileName, id, project)) &&
                          isBinary(firstBytes(project->parent()->archive(), fileName));

@@ -52,6 +52,8 @@ public:
     QList<Kiln::ParentProject *> parentProjects() const;
     /// The one in that base directory; null if it is not open.
     Kiln::ParentProject *findProject(const QString &directory) const;
+    /// Whether two names, by whatever links, lead to the same directory.
+    static bool isSamePlace(const QString &directory, const QString &other);
     /// Makes one of parentProjects() current.
     void setParentProject(Kiln::ParentProject *project);
 

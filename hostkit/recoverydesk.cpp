@@ -28,13 +28,14 @@ QString withLineFeeds(QString text)
     return text.replace(QChar::ParagraphSeparator, QLatin1Char('\n'));
 }
 
-// The file as its editor would read it; null if it is not there, or is no text.
+// The file as its editor would read it; null if it is not there, or is no text that can be saved.
 Kiln::CodeDocument *loaded(ProjectSession &session, const Entry &entry)
 {
     const QString &name = entry.head.fileName;
-    return QFileInfo::exists(name)
-               ? dynamic_cast<Kiln::CodeDocument *>(session.loadFile(name, entry.head.id))
-               : nullptr;
+    auto *document = QFileInfo::exists(name)
+                         ? dynamic_cast<Kiln::CodeDocument *>(session.loadFile(name, entry.head.id))
+                         : nullptr;
+    return document && document->canSave() ? document : nullptr;
 }
 
 /// The files of which something was left.
@@ -137,7 +138,7 @@ void RecoveryDesk::offer()
     QList<Entry> entries;
     const QList<Entry> left = project ? m_journal.leftBehind() : QList<Entry>();
     for (const Entry &entry : left) {
-        if (entry.head.project != project->basePath())
+        if (!ProjectSession::isSamePlace(entry.head.project, project->basePath()))
             continue;
         // The process may have ended just after a save.
         const Kiln::CodeDocument *document = loaded(m_session, entry);

@@ -28,6 +28,16 @@ std::unique_ptr<QLockFile> lockOf(const QString &directory)
     lock->setStaleLockTime(0); // only when its process is gone
     return lock;
 }
+
+// A power cut may leave a lock without a word about its owner; a living one still holds the file.
+bool takeOver(QLockFile &lock)
+{
+    qint64 process = 0;
+    QString host;
+    QString application;
+    return lock.tryLock(0) || (!lock.getLockInfo(&process, &host, &application) &&
+                               lock.removeStaleLockFile() && lock.tryLock(0));
+}
 } // namespace
 
 RecoveryJournal::RecoveryJournal(ProjectSession &session, const QString &directory)
@@ -38,8 +48,10 @@ RecoveryJournal::RecoveryJournal(ProjectSession &session, const QString &directo
     m_syncer.setMaxThreadCount(1);
     connect(&m_timer, &QTimer::timeout, this, &RecoveryJournal::look);
     connect(&session, &ProjectSession::fileRemoved, this, &RecoveryJournal::forget);
-    connect(&session, &ProjectSession::aboutToClose, this, [this] {
-        for (Kiln::ProjectFile *file : m_kept.keys())
+    // What other projects have unsaved stays on disk meanwhile.
+    connect(&session, &ProjectSession::aboutToClose, this, [this](Kiln::ParentProject *project) {
+        const QList<Kiln::ProjectFile *> files = m_session.files(project);
+        for (Kiln::ProjectFile *file : files)
             forget(file);
     });
     m_timer.start(Interval);
@@ -159,7 +171,7 @@ void RecoveryJournal::adopt()
     for (const QString &name : names) {
         const QString path = m_directory + QLatin1Char('/') + name;
         std::unique_ptr<QLockFile> lock = lockOf(path);
-        if (path == m_own || m_adoptedPaths.contains(path) || !lock->tryLock(0))
+        if (path == m_own || m_adoptedPaths.contains(path) || !takeOver(*lock))
             continue;
         m_adopted.push_back(std::move(lock));
         m_adoptedPaths.append(path);

@@ -99,6 +99,7 @@ private:
         const QStringList own = QDir(kept()).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
         QCOMPARE(own.size(), 1);
         copyFolder(kept() + '/' + own.first(), kept() + "/of a dead host");
+        writeFile(kept() + "/of a dead host.lock"); // as a power cut leaves it
     }
 
     void reopen()
@@ -187,16 +188,28 @@ private Q_SLOTS:
         m_window->reopenLast();
     }
 
+    void isKeptWhereItCannotBeOpened_data()
+    {
+        const auto add = columns<bool>("isDirectory");
+        add("behind a directory", true);
+        add("behind bytes", false);
+    }
+
     /// What cannot be opened is named and offered again.
     void isKeptWhereItCannotBeOpened()
     {
-        open("heroes/wren/hurt.glow");
+        const auto [isDirectory] = row<bool>();
+        open("shared/gallery.glow");
         type("; behind a directory\n");
         leaveBehind();
-        const QString name = path("heroes/wren/hurt.glow");
+        const QString name = path("shared/gallery.glow");
         m_dialogs->expectBox(QMessageBox::Discard);
         host().desk().closeCurrentFile();
-        QVERIFY(QFile::remove(name) && QDir().mkpath(name));
+        QVERIFY(QFile::remove(name));
+        if (isDirectory)
+            QVERIFY(QDir().mkpath(name));
+        else
+            writeFile(name, QByteArray(20, '\0'));
         const auto expect = [this](const char *button) {
             m_dialogs->expectDialog([button](QDialog *dialog) {
                 QCOMPARE(dialog->findChild<QTreeWidget *>("recovery_files")->topLevelItemCount(),
@@ -239,6 +252,25 @@ private Q_SLOTS:
         host().journal().flush();
         m_window.reset();
         QVERIFY(QDir(kept()).isEmpty());
+    }
+
+    /// Another project that is closed takes nothing with it, not for a moment.
+    void othersCloseWithoutIt()
+    {
+        open("heroes/wren/air.glow");
+        type("; kept\n");
+        copyFolder(KILN_SOURCE_DIR "/engines/spark/sample", m_directory->filePath("arcade"));
+        QVERIFY(host().openBeside(m_directory->filePath("arcade")));
+        type("lonely = 1\n");
+        QVERIFY(host().journal().flush());
+        const QString own = kept() + '/' + QDir(kept()).entryList(QDir::AllDirs).last();
+        QCOMPARE(QDir(own).entryList(QDir::Files).size(), 2);
+        session().close(session().parentProject());
+        QVERIFY(host().journal().flush());
+        const QStringList left = QDir(own).entryList(QDir::Files);
+        QCOMPARE(left.size(), 1);
+        QVERIFY(left.first() == "1.journal" || left.first() == "2.journal");
+        session().close(session().parentProject());
     }
 
     void whatWasOpenComesBack()
