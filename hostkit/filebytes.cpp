@@ -3,6 +3,8 @@
 #include <kilnx/code/textcodecs.h>
 #include <kilnx/project/archive.h>
 
+#include <QFileInfo>
+
 namespace HostKit
 {
 
@@ -35,7 +37,8 @@ QByteArray firstBytes(Kiln::Archive &archive, const QString &fileName)
 
 std::optional<QString> readText(Kiln::Archive &archive, const QString &fileName)
 {
-    QIODevice *device = archive.openFile(fileName, QIODevice::ReadOnly);
+    const bool isFile = QFileInfo(fileName).isFile();
+    QIODevice *device = isFile ? archive.openFile(fileName, QIODevice::ReadOnly) : nullptr;
     const bool isFit = device && device->size() <= mostWhole;
     const QByteArray data = isFit ? device->readAll() : QByteArray();
     archive.closeFile(device);

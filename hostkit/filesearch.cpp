@@ -22,13 +22,14 @@ namespace
 {
 constexpr int slice = 20; // milliseconds
 constexpr int mostHits = 10000;
+// On the steps of one match; nobody waits longer for an expression. It stands before all else.
+const QLatin1String limit("(*LIMIT_MATCH=1000000)");
 
 bool isWord(QChar character)
 {
     return character.isLetterOrNumber() || character.isMark() || character == QLatin1Char('_');
 }
 
-// The limit is on the steps of one match; nobody waits longer for an expression.
 QString patternOf(const QString &text, unsigned int flags)
 {
     const bool isExpression = flags & Kiln::Editor::RegularExpression;
@@ -39,7 +40,7 @@ QString patternOf(const QString &text, unsigned int flags)
         const QString behind = isExpression || isWord(text.back()) ? boundary : QString();
         pattern = before + QStringLiteral("(?:%1)").arg(pattern) + behind;
     }
-    return QStringLiteral("(*LIMIT_MATCH=1000000)") + pattern;
+    return limit + pattern;
 }
 
 void collectFiles(const Kiln::ParentProject &project, const QModelIndex &parent, QStringList &out)
@@ -88,9 +89,10 @@ QString FileSearch::start(const QString &text, unsigned int flags)
     if (text.isEmpty())
         return tr("There is nothing to search for.");
     const QRegularExpression own(text);
-    if (m_isExpression && !own.isValid())
-        return tr("Bad expression: %1").arg(own.errorString());
     m_expression = QRegularExpression(patternOf(text, flags), options);
+    if (m_isExpression && !(own.isValid() && m_expression.isValid()))
+        return tr("Bad expression: %1")
+            .arg(own.isValid() ? m_expression.errorString() : own.errorString());
     collectSources();
     m_next = m_count = 0;
     m_isTooSlow = false;
@@ -141,7 +143,7 @@ void FileSearch::work()
         else if (m_next == m_sources.size())
             end(m_isTooSlow ? TooSlow : Complete);
         else if (openNext())
-            m_matches = m_expression.globalMatch(m_text);
+            beginText();
     }
     tellHits();
     if (isRunning())
@@ -152,8 +154,9 @@ void FileSearch::work()
 bool FileSearch::openNext()
 {
     tellHits();
+    if (!isRunning()) // who heard of them has stopped it
+        return false;
     const Source source = m_sources.at(m_next++);
-    m_line = m_lineStart = 0;
     if (!source.file) {
         const std::optional<QString> text = readText(m_project->archive(), source.fileName);
         m_text = plainText(text.value_or(QString()));
@@ -172,22 +175,32 @@ bool FileSearch::openNext()
     return false;
 }
 
-// Names of sprites and the like. Their files look on from where a match has ended, so a match must
-// never end where it began.
+// Names of sprites and the like. An engine's file may look on from where a match has ended, so a
+// match must never end where it began.
 void FileSearch::searchItems(const Source &source)
 {
-    const QRegularExpression expression(m_expression.pattern() + QStringLiteral("(?!\\G)"),
-                                        m_expression.patternOptions());
+    const QRegularExpression expression(
+        limit + QStringLiteral("(?:%1)(?!\\G)").arg(m_expression.pattern().mid(limit.size())),
+        m_expression.patternOptions());
     const QList<Kiln::ProjectFile::SearchResult> results = source.file->search(expression);
-    for (const Kiln::ProjectFile::SearchResult &result : results)
-        m_hits.append({int(result.line),
-                       int(result.start),
-                       result.text.mid(int(result.start), int(result.length)),
-                       {},
-                       result.text,
-                       int(result.start)});
-    m_count += results.size();
+    for (const Kiln::ProjectFile::SearchResult &result : results) {
+        if (result.length > 0)
+            m_hits.append({int(result.line),
+                           int(result.start),
+                           result.text.mid(int(result.start), int(result.length)),
+                           {},
+                           result.text,
+                           int(result.start)});
+    }
+    m_count += m_hits.size();
     tellHits();
+}
+
+void FileSearch::beginText()
+{
+    m_line = m_lineStart = 0;
+    m_lineEnd = lineEndFrom(0);
+    m_matches = m_expression.globalMatch(m_text);
 }
 
 void FileSearch::searchSlice()
@@ -205,18 +218,24 @@ void FileSearch::searchSlice()
         end(TooMany);
 }
 
+/// The place of the next line feed, or of the end of the text.
+int FileSearch::lineEndFrom(int place) const
+{
+    const int feed = m_text.indexOf(QLatin1Char('\n'), place);
+    return feed < 0 ? m_text.size() : feed;
+}
+
 void FileSearch::addHit(const QRegularExpressionMatch &match)
 {
     const int start = match.capturedStart();
-    for (int feed = m_text.indexOf(QLatin1Char('\n'), m_lineStart); feed >= 0 && feed < start;
-         feed = m_text.indexOf(QLatin1Char('\n'), m_lineStart)) {
+    while (m_lineEnd < start) {
         ++m_line;
-        m_lineStart = feed + 1;
+        m_lineStart = m_lineEnd + 1;
+        m_lineEnd = lineEndFrom(m_lineStart);
     }
-    const int lineEnd = m_text.indexOf(QLatin1Char('\n'), m_lineStart);
     constexpr int mostShown = 400; // characters of a line
     const int from = qMax(m_lineStart, start - mostShown / 2);
-    const int length = qMin(mostShown, (lineEnd < 0 ? m_text.size() : lineEnd) - from);
+    const int length = qMin(mostShown, m_lineEnd - from);
     m_hits.append({m_line, start - m_lineStart, match.captured(), match.capturedTexts().mid(1),
                    m_text.mid(from, length), start - from});
     ++m_count;
@@ -228,7 +247,9 @@ void FileSearch::tellHits()
     if (hits.isEmpty() || m_next == 0)
         return;
     const Source source = m_sources.at(m_next - 1); // a slot may stop the search
-    Q_EMIT found(source.fileName, source.file, hits);
+    // Between two slices it may have been closed.
+    const bool isLoaded = m_session.files().contains(source.file);
+    Q_EMIT found(source.fileName, isLoaded ? source.file : nullptr, hits);
 }
 
 void FileSearch::end(End how)

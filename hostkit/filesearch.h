@@ -68,8 +68,8 @@ public:
     QString replacement(const FileHit &hit, const QString &by) const;
 
 Q_SIGNALS:
-    /// More hits of a file, in order. `file` is null for one that is not loaded, and may be gone at
-    /// any later time.
+    /// More hits of a file, in order. `file` is null for one that is not loaded, or not any more,
+    /// and may be gone at any later time.
     void
     found(const QString &fileName, Kiln::ProjectFile *file, const QVector<HostKit::FileHit> &hits);
     void progressed(int filesDone, int files);
@@ -85,7 +85,9 @@ private:
     void work();
     bool openNext();
     void searchItems(const Source &source);
+    void beginText();
     void searchSlice();
+    int lineEndFrom(int place) const;
     void addHit(const QRegularExpressionMatch &match);
     void tellHits();
     void end(End how);
@@ -105,6 +107,7 @@ private:
     std::optional<QRegularExpressionMatchIterator> m_matches;
     int m_line = 0;      ///< up to which lines were counted
     int m_lineStart = 0; ///< its first character
+    int m_lineEnd = 0;   ///< behind its last one
 };
 
 } // namespace HostKit

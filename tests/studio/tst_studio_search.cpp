@@ -1,6 +1,9 @@
 #include "windowtest.h"
 
 #include <findinfilesdock.h>
+#include <hostkit/filesearch.h>
+
+#include <kilnx/project/editor.h>
 
 using namespace Studio;
 
@@ -60,6 +63,43 @@ private slots:
         QVERIFY(told->text().contains("Stopped"));
         document()->undo();
         document()->undo();
+    }
+
+    // A file is closed, or the search stopped, by who hears of a hit; names of sprites are found as
+    // text is.
+    void searchesOutliveTheirFiles()
+    {
+        using HostKit::FileSearch;
+        FileSearch search(session());
+        const unsigned int words = Kiln::Editor::RegularExpression | Kiln::Editor::WholeWords;
+        QVERIFY(search.start("(?x)wren # )", words).startsWith("Bad expression"));
+        open("heroes/wren/hurt.glow");
+        document()->setPlainText(("x" + QString(14, 'b') + '\n').repeated(200)); // 200 slow lines
+        static_cast<QTextDocument *>(document())->setModified(false);
+        QVERIFY(host().desk().openFile(path("heroes/wren/wren.gleam"), 0));
+        const Kiln::ProjectFile *closed = session().findFile(path("heroes/wren/hurt.glow"));
+        int times = 0;
+        bool isStopping = false;
+        QVector<FileSearch::End> ends;
+        connect(&search, &FileSearch::finished, this, [&](FileSearch::End how) { ends += how; });
+        connect(&search, &FileSearch::found, this,
+                [&](const QString &name, Kiln::ProjectFile *file,
+                    const QVector<HostKit::FileHit> &hits) {
+                    QVERIFY(!file || session().files().contains(file));
+                    for (const HostKit::FileHit &hit : hits)
+                        QVERIFY(!hit.matched.isEmpty());
+                    if (name == path("heroes/wren/hurt.glow") && ++times == 1)
+                        file->project()->removeFile(file);
+                    if (isStopping)
+                        search.stop();
+                });
+        QCOMPARE(search.start("x(?=(?:b+)+c|b)|b*", Kiln::Editor::RegularExpression), QString());
+        QTRY_COMPARE_WITH_TIMEOUT(ends.size(), 1, 20000);
+        QVERIFY(times > 1 && !session().files().contains(const_cast<Kiln::ProjectFile *>(closed)));
+        isStopping = true;
+        QCOMPARE(search.start("state", 0), QString());
+        QTRY_COMPARE(ends.size(), 2);
+        QCOMPARE(ends[1], FileSearch::Stopped);
     }
 
     // Checked hits are replaced, also in a file that no definition names, each file in one step.
