@@ -21,7 +21,9 @@ using namespace HostKit;
 namespace
 {
 constexpr int mostLines = 20000;
-}
+// Each piece that comes lays its whole line out anew, so one without an end is broken.
+constexpr int longestLine = 1000;
+} // namespace
 
 OutputDock::OutputDock(const QList<QAction *> &commands, QWidget *parent)
     : QDockWidget(tr("Output"), parent)
@@ -64,7 +66,28 @@ void OutputDock::write(const QString &text, bool isError)
     if (isError != m_lastIsError && !m_text->document()->lastBlock().text().isEmpty())
         append(QStringLiteral("\n"), QTextCharFormat());
     m_lastIsError = isError;
-    append(QString(text).remove(QLatin1Char('\r')), isError ? errorFormat() : QTextCharFormat());
+    append(inLines(QString(text).remove(QLatin1Char('\r'))),
+           isError ? errorFormat() : QTextCharFormat());
+}
+
+/// The text with line feeds where it would make a line too long.
+QString OutputDock::inLines(const QString &text) const
+{
+    QString lines;
+    int length = m_text->document()->lastBlock().text().size();
+    for (int from = 0; from < text.size();) {
+        const int feed = text.indexOf(QLatin1Char('\n'), from);
+        const int end = feed < 0 ? text.size() : feed + 1;
+        const int room = qMax(0, longestLine - length);
+        const bool fits = end - from <= room + (feed < 0 ? 0 : 1);
+        const int next = fits ? end : from + room;
+        lines += text.midRef(from, next - from);
+        if (!fits)
+            lines += QLatin1Char('\n');
+        length = fits && feed < 0 ? length + next - from : 0;
+        from = next;
+    }
+    return lines;
 }
 
 void OutputDock::end(const QString &how, bool isBad)

@@ -11,6 +11,7 @@ namespace Studio
 
 /// What the engine writes while the project runs in it, run after run; what it writes to its
 /// standard error is red and slanted. The view follows the end unless the user has scrolled up.
+/// The last 20000 lines are kept, and one of more than 1000 characters is broken.
 class OutputDock : public QDockWidget
 {
     Q_OBJECT
@@ -27,6 +28,7 @@ public:
     QString text() const;
 
 private:
+    QString inLines(const QString &text) const;
     void addLine(const QString &line, bool isBad);
     void append(const QString &text, const QTextCharFormat &format);
     static QTextCharFormat errorFormat();

@@ -23,6 +23,7 @@ namespace
 {
 
 constexpr int StopPatience = 3000; // milliseconds that the engine has to end by itself
+constexpr int MostKept = 64 << 20; // bytes of each stream that can be read once more
 
 QWidget *dialogParent()
 {
@@ -100,7 +101,8 @@ void removeTemporaries(const QStringList &temporaries)
     }
 }
 
-/// The engine's process. What it writes is read as it comes, and can be read once more afterwards.
+/// The engine's process. What it writes is read as it comes, and can be read once more afterwards:
+/// not all of it where an engine writes without end.
 class EngineProcess : public QProcess
 {
 public:
@@ -114,7 +116,8 @@ public:
         setReadChannel(channel);
         const QByteArray data = readAll();
         if (m_keepsOutput)
-            m_kept[channel].append(data);
+            m_kept[channel].append(data.constData(),
+                                   qMin(data.size(), MostKept - m_kept[channel].size()));
         return data;
     }
     /// From now on everything is there again.

@@ -3,6 +3,7 @@
 #include <hostkit/menus.h>
 #include <hostkit/messagetable.h>
 #include <hostkit/statusfields.h>
+#include <outputdock.h>
 
 #include <kilnx/project/messages.h>
 #include <tests/support/rows.h>
@@ -231,6 +232,20 @@ private slots:
             shown << action->text();
         QCOMPARE(shown.join('|'), "Change &image...|C&rop|&Close|&Paste|&s s|&&|&Hop|I&mage");
         QCOMPARE(fresh->actions().last()->menu()->actions()[0]->text(), "&Image");
+    }
+
+    /// A line without an end is broken: each piece of it would lay out all of it.
+    void outputHasLines()
+    {
+        OutputDock output({});
+        const QString longText = QString(2500, 'x') + "\r\ny\n";
+        for (int i = 0; i < longText.size(); i += 700)
+            output.write(longText.mid(i, 700), false);
+        output.write(QString(1000, 'z') + '\n' + QString(1001, 'z'), false);
+        QList<int> lengths;
+        for (const QString &line : output.text().split('\n'))
+            lengths.append(line.size());
+        QCOMPARE(lengths, (QList<int>{1000, 1000, 500, 1, 1000, 1000, 1}));
     }
 
     // Qt fades the clear buttons of line edits, and ends such an animation only in the event loop.
