@@ -211,7 +211,9 @@ bool FileDesk::confirmDiscard(const Kiln::ParentProject *of)
 
 bool FileDesk::isGone(Kiln::ProjectFile *file)
 {
-    return !file->isModified() && !file->fileName().isEmpty() && !file->fileExists();
+    const QString name = file->fileName();
+    const bool isThere = file->fileExists() && !QFileInfo(name).isDir();
+    return !file->isModified() && !name.isEmpty() && !isThere;
 }
 
 QString FileDesk::listed(const QStringList &files)
@@ -366,7 +368,7 @@ void FileDesk::putAway(Kiln::ProjectFile *file)
 {
     forget(file);
     const bool isDefinition = m_session->fileId(file).has(Kiln::Project::FileID::Definition);
-    const bool exists = file->fileExists();
+    const bool exists = file->fileExists() && !QFileInfo(file->fileName()).isDir();
     if (!isDefinition && (!exists || isOutside(file)))
         file->project()->removeFile(file);
     else if (!exists)

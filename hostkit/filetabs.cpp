@@ -93,8 +93,9 @@ void FileTabs::refresh()
         Kiln::ProjectFile *file = fileAt(i);
         const bool isGone = m_isGone && m_isGone(file);
         const QString name = isGone ? tr("%1 (gone)").arg(title(file)) : title(file);
-        const QString text = m_isModified(file) ? name + QStringLiteral(" •") : name;
-        if (tabText(i) != text) // each text lays the whole bar out
+        QString text = m_isModified(file) ? name + QStringLiteral(" •") : name;
+        text.replace(QLatin1Char('&'), QLatin1String("&&")); // or it would be a key
+        if (tabText(i) != text)                              // each text lays the whole bar out
             setTabText(i, text);
         setTabToolTip(
             i, isGone

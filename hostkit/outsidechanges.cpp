@@ -105,6 +105,7 @@ void OutsideChanges::makeBar()
     layout->setContentsMargins(8, 4, 8, 4);
     m_text = named(new QLabel, "changes_text");
     m_text->setWordWrap(true);
+    m_text->setTextFormat(Qt::PlainText); // whatever a file is called
     m_text->setForegroundRole(QPalette::ToolTipText);
     layout->addWidget(m_text, 1);
     const auto add = [&](const QString &text, const char *name, auto &&act) {

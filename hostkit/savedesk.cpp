@@ -79,8 +79,8 @@ bool SaveDesk::settle()
 
 void SaveDesk::save()
 {
-    Kiln::ProjectFile *file = m_deck->currentFile();
-    if (!settle() || !file || !file->canSave() || !(file->isModified() || FileDesk::isGone(file)))
+    Kiln::ProjectFile *file = settle() ? m_deck->currentFile() : nullptr;
+    if (!file || !file->canSave() || !(file->isModified() || FileDesk::isGone(file)))
         return;
     if (!mayOverwrite({file}) || !m_session->files().contains(file))
         return;

@@ -5,24 +5,44 @@
 namespace Kiln
 {
 
-static constexpr QMessageBox::StandardButtons yesNo = QMessageBox::Yes | QMessageBox::No;
+namespace
+{
+
+constexpr QMessageBox::StandardButtons yesNo = QMessageBox::Yes | QMessageBox::No;
+
+/// Texts hold names of files, which may look like formatted text and are none.
+int show(QMessageBox::Icon icon,
+         QWidget *parent,
+         const QString &title,
+         const QString &text,
+         QMessageBox::StandardButtons buttons,
+         QMessageBox::StandardButton preset = QMessageBox::Ok)
+{
+    QMessageBox box(icon, title, text, buttons, parent);
+    box.setTextFormat(Qt::PlainText);
+    box.setDefaultButton(preset);
+    return box.exec();
+}
+
+} // namespace
 
 bool askQuestion(QWidget *parent, const QString &title, const QString &text, bool defaultsToYes)
 {
     const auto preset = defaultsToYes ? QMessageBox::Yes : QMessageBox::No;
-    return QMessageBox::question(parent, title, text, yesNo, preset) == QMessageBox::Yes;
+    return show(QMessageBox::Question, parent, title, text, yesNo, preset) == QMessageBox::Yes;
 }
 
 bool askWarning(QWidget *parent, const QString &title, const QString &text)
 {
-    return QMessageBox::warning(parent, title, text, yesNo, QMessageBox::No) == QMessageBox::Yes;
+    return show(QMessageBox::Warning, parent, title, text, yesNo, QMessageBox::No) ==
+           QMessageBox::Yes;
 }
 
 UnsavedAnswer askUnsaved(QWidget *parent, const QString &title, const QString &text)
 {
-    const int answer = QMessageBox::warning(
-        parent, title, text, QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel,
-        QMessageBox::Save);
+    const int answer =
+        show(QMessageBox::Warning, parent, title, text,
+             QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Save);
     return answer == QMessageBox::Save      ? UnsavedAnswer::Save
            : answer == QMessageBox::Discard ? UnsavedAnswer::Discard
                                             : UnsavedAnswer::Cancel;
@@ -30,17 +50,17 @@ UnsavedAnswer askUnsaved(QWidget *parent, const QString &title, const QString &t
 
 void showInformation(QWidget *parent, const QString &title, const QString &text)
 {
-    QMessageBox::information(parent, title, text, QMessageBox::Ok);
+    show(QMessageBox::Information, parent, title, text, QMessageBox::Ok);
 }
 
 void showWarning(QWidget *parent, const QString &title, const QString &text)
 {
-    QMessageBox::warning(parent, title, text, QMessageBox::Ok);
+    show(QMessageBox::Warning, parent, title, text, QMessageBox::Ok);
 }
 
 void showCritical(QWidget *parent, const QString &title, const QString &text)
 {
-    QMessageBox::critical(parent, title, text, QMessageBox::Ok);
+    show(QMessageBox::Critical, parent, title, text, QMessageBox::Ok);
 }
 
 } // namespace Kiln

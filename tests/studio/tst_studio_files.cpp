@@ -157,9 +157,14 @@ private slots:
         }
         QCOMPARE(tabs.tabText(tabs.currentIndex()), "hurt.glow (gone)");
         QVERIFY(!QFileInfo::exists(name));
-        m_dialogs->expectBox(QMessageBox::No);
-        actions()->closeFile->trigger();
-        QVERIFY(document());
+        // A directory in its place is not it.
+        for (const bool isDirectory : {true, false}) {
+            QVERIFY(!isDirectory || QDir().mkpath(name));
+            m_dialogs->expectBox(QMessageBox::No);
+            actions()->closeFile->trigger();
+            QVERIFY(document());
+            QVERIFY(!isDirectory || QDir().rmdir(name));
+        }
         actions()->save->trigger();
         QCOMPARE(readFile(name), QByteArray(before).replace("\r\n", "\n").replace("\n", "\r\n"));
 
@@ -513,6 +518,26 @@ private slots:
         const int files = session().files().size();
         actions()->closeFile->trigger();
         QCOMPARE(session().files().size(), files - 1);
+    }
+
+    /// Whatever signs are in it.
+    void namesAreShownAsTheyAre()
+    {
+        const QString name("a & [*]<i>x.glow");
+        writeFile(path("heroes/wren/" + name));
+        open("heroes/wren/" + name);
+        QTabBar &tabs = host().tabs();
+        QCOMPARE(tabs.tabText(tabs.currentIndex()), QString(name).replace("&", "&&"));
+        QVERIFY(m_window->windowTitle().startsWith(QString(name).replace("[*]", "[*][*]") + "[*]"));
+        type("; x");
+        m_dialogs->expectDialog([](QDialog *dialog) {
+            QCOMPARE(qobject_cast<QMessageBox *>(dialog)->textFormat(), Qt::PlainText);
+            dialog->reject();
+        });
+        actions()->closeFile->trigger();
+        actions()->save->trigger();
+        settings().addRecentProject("/there/R&D");
+        QCOMPARE(actions()->recentMenu->actions().first()->text(), "/there/R&&D");
     }
 
     void closingAsksForChanges_data()
