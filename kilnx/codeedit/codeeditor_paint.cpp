@@ -35,6 +35,27 @@ FormatRanges selectionsIn(const QTextBlock &block, const PaintContext &context)
     return ranges;
 }
 
+// The waves of warnings are bright, to be seen on a dark ground: on a light one darker ones lie
+// over them.
+FormatRanges darkWavesIn(const QTextBlock &block, const QColor &ground)
+{
+    constexpr int middle = 128;
+    constexpr int percent = 180;
+    FormatRanges ranges;
+    if (ground.lightness() < middle)
+        return ranges;
+    const FormatRanges formats = block.layout()->formats();
+    for (QTextLayout::FormatRange range : formats) {
+        const QColor color = range.format.underlineColor();
+        if (range.format.underlineStyle() != QTextCharFormat::SpellCheckUnderline ||
+            qGray(color.rgb()) < middle)
+            continue;
+        range.format.setUnderlineColor(color.darker(percent));
+        ranges.append(range);
+    }
+    return ranges;
+}
+
 FormatRanges movedBack(FormatRanges ranges, int by)
 {
     for (QTextLayout::FormatRange &range : ranges)
@@ -199,7 +220,8 @@ void CodeEditorPrivate::paintLine(QPainter &painter,
 {
     const QTextLayout *layout = line.block.layout();
     const QPointF origin(q->contentOffset().x(), line.top);
-    FormatRanges selections = hitsIn(line.block) + selectionsIn(line.block, context);
+    FormatRanges selections = darkWavesIn(line.block, q->palette().color(QPalette::Base)) +
+                              hitsIn(line.block) + selectionsIn(line.block, context);
 
     int column = context.cursorPosition - line.block.position();
     const bool takesKeys =

@@ -112,11 +112,10 @@ void CodeWorkspace::createActions()
     d->viewCodeBar = add(d->host->menu("view"), "view_code_bar", KilnTranslator::CodeBarText,
                          SLOT(showTextBar(bool)));
     enableBarAction(false);
-    d->snippetMenu = new QMenu(texts->text(KilnTranslator::SnippetsText), edit);
+    QWidget *owner = edit ? static_cast<QWidget *>(edit) : d->widget.get();
+    d->snippetMenu = new QMenu(texts->text(KilnTranslator::SnippetsText), owner);
     if (edit)
         edit->addMenu(d->snippetMenu);
-    else
-        d->snippetMenu->setParent(d->widget.get());
     QAction *insert = add(d->snippetMenu, "code_snippet_insert", KilnTranslator::SnippetInsertText,
                           SLOT(snipInsert()));
     QAction *create =

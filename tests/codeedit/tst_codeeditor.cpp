@@ -295,6 +295,24 @@ private slots:
                             formatting.lineColor));
     }
 
+    /// Bright waves are for dark grounds.
+    void wavesAreSeenOnAnyGround()
+    {
+        m_document->fromString("hmm      old      bad");
+        for (const QColor ground : {QColor(Qt::white), QColor(31, 34, 38)}) {
+            QPalette palette = m_editor->palette();
+            palette.setColor(QPalette::Base, ground);
+            m_editor->setPalette(palette);
+            CodeEditor::SyntaxFormatting formatting;
+            formatting.highlightLine = false;
+            m_editor->setSyntaxFormatting(formatting);
+            const QImage image = shot(m_editor->viewport());
+            for (const QColor wave : {QColor(255, 255, 0), QColor(255, 127, 0)})
+                QCOMPARE(showsColor(image, image.rect(), wave), ground != Qt::white);
+            QVERIFY(showsColor(image, image.rect(), Qt::red));
+        }
+    }
+
     /// After keys, compositions, folds, scrolls, selections and fonts the X server shows what the
     /// whole view would paint now, and what a new view of the same would; each line has the colours
     /// that it has in a new document.

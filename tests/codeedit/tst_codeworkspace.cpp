@@ -871,6 +871,10 @@ private slots:
         QTest::keyClicks(view(), "text");
         m_workspace->showTextBar(false);
         QCOMPARE(m_host->options.value("show_code_bar"), QVariant(false));
+        m_workspace->widget()->show();
+        for (const QMenu *menu : m_workspace->widget()->findChildren<QMenu *>())
+            QVERIFY(menu->isWindow() && !menu->isVisible());
+        m_workspace->widget()->hide();
         m_workspace->retranslate();
         m_workspace->deactivate();
         m_editor->deactivate();
