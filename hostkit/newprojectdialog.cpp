@@ -126,7 +126,10 @@ QString NewProjectDialog::fault() const
     if (!QDir::isAbsolutePath(place))
         return tr("The place is a directory, written from the root.");
     const QFileInfo made(directory());
-    if (made.exists() && !(made.isDir() && QDir(made.filePath()).isEmpty()))
+    // What was begun and failed takes all of the directory away again, hidden files, too.
+    constexpr QDir::Filters anything =
+        QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+    if (made.exists() && !(made.isDir() && QDir(made.filePath()).isEmpty(anything)))
         return tr("'%1' exists already.").arg(QDir::toNativeSeparators(made.filePath()));
     return QString();
 }

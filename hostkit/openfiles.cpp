@@ -3,6 +3,7 @@
 #include <hostkit/codesurface.h>
 #include <hostkit/filedesk.h>
 #include <hostkit/filetabs.h>
+#include <hostkit/paths.h>
 #include <hostkit/projectsession.h>
 
 #include <kilnx/code/codeblockdata.h>
@@ -10,7 +11,6 @@
 #include <kilnx/codeedit/codeeditor.h>
 #include <kilnx/project/parentproject.h>
 
-#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
@@ -56,13 +56,9 @@ Kiln::ProjectFile *OpenFiles::shownLast(const Kiln::ParentProject *project) cons
     return m_tabs->indexOf(file) < 0 ? nullptr : file;
 }
 
-// A project is known by its place.
 QString OpenFiles::fileName(const Kiln::ParentProject *project) const
 {
-    const QByteArray base = QDir::cleanPath(project->basePath()).toUtf8();
-    return m_directory + QLatin1Char('/') +
-           QString::fromLatin1(QCryptographicHash::hash(base, QCryptographicHash::Sha1).toHex()) +
-           QLatin1String(".json");
+    return fileOfProject(m_directory, project->basePath(), QStringLiteral(".json"));
 }
 
 QJsonObject OpenFiles::placeOf(Kiln::ProjectFile *file, const QString &base) const

@@ -1,6 +1,8 @@
 #include <hostkit/paths.h>
 
 #include <QCoreApplication>
+#include <QCryptographicHash>
+#include <QDir>
 #include <QStandardPaths>
 
 namespace HostKit
@@ -20,6 +22,14 @@ Paths Paths::below(const QString &directory)
     return {QCoreApplication::applicationDirPath(), directory + QLatin1String("/data"),
             directory + QLatin1String("/config"),
             directory + QLatin1String("/config/settings.ini")};
+}
+
+QString fileOfProject(const QString &directory, const QString &project, const QString &suffix)
+{
+    const QByteArray base = QDir::cleanPath(project).toUtf8();
+    return directory + QLatin1Char('/') +
+           QString::fromLatin1(QCryptographicHash::hash(base, QCryptographicHash::Sha1).toHex()) +
+           suffix;
 }
 
 } // namespace HostKit

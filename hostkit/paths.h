@@ -20,4 +20,10 @@ struct HOSTKIT_EXPORT Paths {
     static Paths below(const QString &directory);
 };
 
+/// The file in which something is kept of a project, which is known by its place: below `directory`
+/// a name made from that.
+HOSTKIT_EXPORT QString fileOfProject(const QString &directory,
+                                     const QString &project,
+                                     const QString &suffix);
+
 } // namespace HostKit

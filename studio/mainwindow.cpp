@@ -45,6 +45,8 @@ using namespace HostKit;
 
 MainWindow::MainWindow(const HostKit::Paths &paths, const QStringList &libraries)
     : m_host(this, paths)
+    , m_pictures(m_host.session(),
+                 paths.user.isEmpty() ? QString() : paths.user + QLatin1String("/sessions"))
 {
     setObjectName(QStringLiteral("main_window"));
     setWindowIcon(QIcon(QStringLiteral(":/kiln_icons/icons/kiln_128.png")));
@@ -173,8 +175,10 @@ void MainWindow::connectDocks()
     connect(m_tree, &ProjectTreeDock::projectChosen, this, [this](const QString &directory) {
         m_host.switchToProject(m_host.session().findProject(directory));
     });
-    connect(m_welcome, &WelcomePage::recentRequested, this,
-            [this](const QString &directory) { m_host.openProject(directory); });
+    connect(m_welcome, &WelcomePage::sampleRequested, this, &MainWindow::openSample);
+    connect(m_welcome, &WelcomePage::recentRequested, this, &MainWindow::openRecent);
+    connect(m_welcome, &WelcomePage::removeRequested, &m_host.settings(),
+            &Settings::removeRecentProject);
     connect(desk, &FileDesk::changed, this, &MainWindow::updateState);
     connect(&m_host.settings(), &Settings::applied, this, &MainWindow::updateState);
     connect(&m_host.settings(), &Settings::recentChanged, this, &MainWindow::updateRecent);

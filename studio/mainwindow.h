@@ -3,6 +3,7 @@
 #include "settingsdialog.h"
 
 #include <hostkit/hostbase.h>
+#include <hostkit/projectpictures.h>
 
 #include <QMainWindow>
 #include <QStringList>
@@ -58,6 +59,8 @@ private:
     void updateState();
     void updateRecent();
     void chooseProject(bool beside);
+    void openRecent(const QString &directory);
+    void openSample();
     void saveProjectAs();
     void backup();
     void restore();
@@ -73,6 +76,7 @@ private:
     void tellHits();
 
     HostKit::HostBase m_host;
+    HostKit::ProjectPictures m_pictures;
     MainActions *m_actions = nullptr;
     WelcomePage *m_welcome = nullptr;
     FindBar *m_findBar = nullptr;

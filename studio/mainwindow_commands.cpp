@@ -229,7 +229,8 @@ void MainWindow::updateState()
     m_actions->setState(project != nullptr, file != nullptr, m_host.running().isRunning());
     QStringList title;
     if (file) {
-        title.append(FileTabs::title(file) + QLatin1String("[*]"));
+        const QLatin1String mark("[*]"); // twice for one in a name
+        title.append(FileTabs::title(file).replace(mark, QLatin1String("[*][*]")) + mark);
         m_tree->selectFile(file->fileName());
         arrangeDocks();
     }
@@ -262,10 +263,11 @@ void MainWindow::showSettings(SettingsDialog::Page page)
 
 void MainWindow::showAbout()
 {
-    Kiln::showInformation(
-        this, tr("About Kiln Studio"),
-        tr("Kiln Studio %1\nThe sample host of kilnx, working for %2.")
-            .arg(QCoreApplication::applicationVersion(), m_host.engine()->displayName()));
+    const Kiln::Engine *engine = m_host.engine();
+    Kiln::showInformation(this, tr("About Kiln Studio"),
+                          tr("Kiln Studio %1\nThe sample host of kilnx, working for %2.")
+                              .arg(QCoreApplication::applicationVersion(),
+                                   engine ? engine->displayName() : tr("no engine")));
 }
 
 // What came of it stands in the bar: nobody wants a box in the way of the next key.

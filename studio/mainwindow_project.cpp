@@ -4,6 +4,7 @@
 
 #include "mainactions.h"
 #include "projecttreedock.h"
+#include "sample.h"
 #include "welcomepage.h"
 
 #include <hostkit/editordeck.h>
@@ -40,8 +41,6 @@ using namespace HostKit;
 void MainWindow::reopenLast()
 {
     QStringList last = m_host.lastProjects();
-    if (last.isEmpty())
-        last = m_host.settings().recentProjects().mid(0, 1);
     const QString left = QDir::cleanPath(m_host.recovery().projectLeft());
     const bool isWanted = m_host.settings().value("reopen_last_project").toBool();
     const auto exists = [](const QString &name) { return !name.isEmpty() && QDir(name).exists(); };
@@ -68,18 +67,24 @@ void MainWindow::showProject()
         open.append(QDir::cleanPath(project->basePath()));
     m_tree->setProjects(open);
     m_tree->setProject(parent);
+    if (!parent) // the first page is shown, with a new picture
+        updateRecent();
     updateState();
 }
 
 void MainWindow::updateRecent()
 {
     const QStringList recent = m_host.settings().recentProjects();
-    m_welcome->setRecent(recent);
+    QVector<WelcomePage::Recent> shown;
     m_actions->recentMenu->clear();
     for (const QString &directory : recent) {
-        connect(m_actions->recentMenu->addAction(QDir::toNativeSeparators(directory)),
-                &QAction::triggered, this, [this, directory] { m_host.openProject(directory); });
+        shown.append({directory, m_pictures.picture(directory)});
+        QString text = QDir::toNativeSeparators(directory);
+        text.replace(QLatin1Char('&'), QLatin1String("&&"));
+        connect(m_actions->recentMenu->addAction(text), &QAction::triggered, this,
+                [this, directory] { openRecent(directory); });
     }
+    m_welcome->setRecent(shown);
     m_actions->recentMenu->menuAction()->setVisible(!recent.isEmpty());
 }
 
@@ -89,6 +94,31 @@ void MainWindow::chooseProject(bool beside)
         this, tr("Open project"), m_host.settings().value("project_path").toString());
     if (!directory.isEmpty())
         beside ? m_host.openBeside(directory) : m_host.openProject(directory);
+}
+
+// A disk that is not there now may be back tomorrow: nothing goes off the list unasked.
+void MainWindow::openRecent(const QString &directory)
+{
+    if (QFileInfo::exists(directory))
+        m_host.openProject(directory);
+    else if (Kiln::askQuestion(this, tr("Open project"),
+                               tr("'%1' is not there. Do you want to take it off the list?")
+                                   .arg(QDir::toNativeSeparators(directory))))
+        m_host.settings().removeRecentProject(directory);
+}
+
+// What is delivered may be where nobody can write, so it is opened as a copy, made once.
+void MainWindow::openSample()
+{
+    const QString from = deliveredSample();
+    const QString to = m_host.userPath() + QLatin1String("/sample/hero");
+    if (!QFileInfo::exists(to) && !copyDirectory(from, to))
+        Kiln::showWarning(this, tr("Open project"),
+                          tr("The sample in '%1' cannot be copied to '%2'.")
+                              .arg(QDir::toNativeSeparators(from), QDir::toNativeSeparators(to)));
+    else if (m_host.openProject(to))
+        m_host.status().tell(tr("This copy of the sample is in '%1'; change what you like.")
+                                 .arg(QDir::toNativeSeparators(to)));
 }
 
 void MainWindow::saveProjectAs()

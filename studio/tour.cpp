@@ -2,6 +2,7 @@
 
 #include "mainwindow.h"
 #include "projecttreedock.h"
+#include "sample.h"
 #include "tour_p.h"
 
 #include <hostkit/codesurface.h>
@@ -14,7 +15,6 @@
 #include <QApplication>
 #include <QDialog>
 #include <QDir>
-#include <QDirIterator>
 #include <QElapsedTimer>
 #include <QListView>
 #include <QMessageBox>
@@ -37,19 +37,6 @@ namespace
 {
 
 const int watchIntervalMs = 500;
-
-bool copyTree(const QString &from, const QString &to)
-{
-    QDirIterator entries(from, QDir::Files, QDirIterator::Subdirectories);
-    while (entries.hasNext()) {
-        const QString source = entries.next();
-        const QString target = to + source.mid(from.size());
-        if (!QDir().mkpath(QFileInfo(target).absolutePath()) || !QFile::copy(source, target))
-            return false;
-        QFile::setPermissions(target, QFile::permissions(source) | QFile::WriteOwner);
-    }
-    return QDir(to).exists();
-}
 
 // There is no window manager where the tour usually runs, so a dialog gets a plain frame.
 void paintDialog(QPainter &painter, const QWidget *window, QWidget *dialog)
@@ -130,7 +117,7 @@ bool Tour::run()
 bool Tour::prepare()
 {
     const QString copy = d->directory.path() + QLatin1Char('/') + QDir(d->source).dirName();
-    if (!d->directory.isValid() || !copyTree(d->source, copy)) {
+    if (!d->directory.isValid() || !copyDirectory(d->source, copy)) {
         std::fprintf(stderr, "tour: cannot copy %s\n", qPrintable(d->source));
         return false;
     }

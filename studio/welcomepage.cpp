@@ -1,11 +1,15 @@
 #include "welcomepage.h"
 
+#include <hostkit/projectpictures.h>
 #include <hostkit/widgets.h>
 
+#include <QAction>
+#include <QCommandLinkButton>
 #include <QDir>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QListWidget>
-#include <QPushButton>
+#include <QPainter>
 #include <QVBoxLayout>
 
 namespace Studio
@@ -13,58 +17,134 @@ namespace Studio
 
 using namespace HostKit;
 
+namespace
+{
+
+const int directoryRole = Qt::UserRole;
+
+/// A picture in the middle of an icon; that of a directory where there is none.
+QIcon iconOf(const QImage &picture)
+{
+    if (!picture.isNull())
+        return QIcon(QPixmap::fromImage(picture));
+    QPixmap pixmap(ProjectPictures::Size);
+    pixmap.fill(Qt::transparent);
+    const QIcon folder(QStringLiteral(":/kiln_icons/icons/icon_folder.png"));
+    QPainter painter(&pixmap);
+    folder.paint(&painter, pixmap.rect().marginsRemoved({24, 16, 24, 16}));
+    return QIcon(pixmap);
+}
+
+} // namespace
+
 WelcomePage::WelcomePage(QWidget *parent)
     : QWidget(parent)
     , m_recent(named(new QListWidget(this), "welcome_recent", tr("Recent projects")))
+    , m_hint(named(new QLabel(this), "welcome_hint"))
 {
     named(this, "welcome_page");
-    auto *picture = new QLabel(this);
+    auto *row = new QHBoxLayout(this);
+    row->setContentsMargins(24, 16, 24, 16);
+    row->setSpacing(24);
+    row->addWidget(makeStarts(), 2);
+    row->addWidget(makeRecent(), 3);
+}
+
+QWidget *WelcomePage::makeStarts()
+{
+    auto *page = new QWidget(this);
+    auto *picture = new QLabel(page);
     picture->setPixmap(QPixmap(QStringLiteral(":/kiln_icons/icons/kiln_128.png"))
-                           .scaled(64, 64, Qt::KeepAspectRatio, Qt::SmoothTransformation));
-    auto *title = new QLabel(tr("Kiln Studio"), this);
+                           .scaled(48, 48, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+    auto *title = new QLabel(tr("Kiln Studio"), page);
     QFont large = title->font();
     large.setPointSizeF(large.pointSizeF() * 1.8);
     title->setFont(large);
-    auto *open = named(new QPushButton(tr("&Open a project..."), this), "welcome_open");
-    auto *make = named(new QPushButton(tr("&New project..."), this), "welcome_new");
-    auto *caption = new QLabel(tr("&Recent projects:"), this);
-    caption->setBuddy(m_recent);
-
-    auto *column = new QVBoxLayout;
+    auto *head = new QHBoxLayout;
+    head->addWidget(picture);
+    head->addWidget(title, 1);
+    auto *column = new QVBoxLayout(page);
+    column->setContentsMargins(0, 0, 0, 0);
     column->addStretch(1);
-    column->addWidget(picture);
-    column->addWidget(title);
-    column->addSpacing(12);
-    auto *buttons = new QHBoxLayout;
-    buttons->addWidget(open);
-    buttons->addWidget(make);
-    buttons->addStretch(1);
-    column->addLayout(buttons);
-    column->addSpacing(12);
-    column->addWidget(caption);
-    column->addWidget(m_recent, 2);
+    column->addLayout(head);
+    const auto add = [&](const char *name, const QString &text, const QString &about,
+                         void (WelcomePage::*wanted)()) {
+        auto *button = named(new QCommandLinkButton(text, about, page), name);
+        column->addWidget(button);
+        connect(button, &QCommandLinkButton::clicked, this, wanted);
+    };
+    add("welcome_new", tr("&New project..."), tr("A game, a character or a stage to start with"),
+        &WelcomePage::newRequested);
+    add("welcome_open", tr("&Open a project..."), tr("The directory that a project is in"),
+        &WelcomePage::openRequested);
+    add("welcome_sample", tr("&Try the sample"), tr("A small game, in a copy of your own"),
+        &WelcomePage::sampleRequested);
     column->addStretch(2);
-    auto *row = new QHBoxLayout(this);
-    row->addStretch(1);
-    row->addLayout(column, 3);
-    row->addStretch(1);
-
-    connect(open, &QPushButton::clicked, this, &WelcomePage::openRequested);
-    connect(make, &QPushButton::clicked, this, &WelcomePage::newRequested);
-    connect(m_recent, &QListWidget::itemActivated, this,
-            [this](QListWidgetItem *item) { emit recentRequested(item->toolTip()); });
+    return page;
 }
 
-void WelcomePage::setRecent(const QStringList &directories)
+QWidget *WelcomePage::makeRecent()
 {
+    auto *page = new QWidget(this);
+    auto *caption = new QLabel(tr("&Recent projects:"), page);
+    caption->setBuddy(m_recent);
+    m_hint->setText(tr("The projects that you open will be listed here."));
+    m_hint->setWordWrap(true);
+    m_recent->setIconSize(ProjectPictures::Size);
+    m_recent->setTextElideMode(Qt::ElideMiddle);
+    auto *remove = new QAction(tr("Remove from the &list"), m_recent);
+    remove->setObjectName(QStringLiteral("welcome_remove"));
+    remove->setShortcut(QKeySequence::Delete);
+    remove->setShortcutContext(Qt::WidgetShortcut);
+    m_recent->addAction(remove);
+    m_recent->setContextMenuPolicy(Qt::ActionsContextMenu);
+    auto *column = new QVBoxLayout(page);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->addWidget(caption);
+    column->addWidget(m_hint);
+    column->addWidget(m_recent, 1);
+    connect(m_recent, &QListWidget::itemActivated, this, [this](const QListWidgetItem *item) {
+        emit recentRequested(item->data(directoryRole).toString());
+    });
+    connect(remove, &QAction::triggered, this, [this] {
+        if (const QListWidgetItem *item = m_recent->currentItem())
+            emit removeRequested(item->data(directoryRole).toString());
+    });
+    return page;
+}
+
+void WelcomePage::setRecent(const QVector<Recent> &projects)
+{
+    const int current = m_recent->currentRow();
     m_recent->clear();
-    for (const QString &directory : directories) {
-        auto *item =
-            new QListWidgetItem(QIcon(QStringLiteral(":/kiln_icons/icons/icon_folder.png")),
-                                QDir(directory).dirName() + QStringLiteral("  –  ") +
-                                    QDir::toNativeSeparators(directory),
-                                m_recent);
-        item->setToolTip(directory);
+    for (const Recent &project : projects) {
+        auto *item = new QListWidgetItem(iconOf(project.picture), QString(), m_recent);
+        item->setData(directoryRole, project.directory);
+        item->setToolTip(QDir::toNativeSeparators(project.directory).toHtmlEscaped());
+    }
+    m_recent->setCurrentRow(qMin(current, m_recent->count() - 1));
+    m_recent->setVisible(!projects.isEmpty());
+    m_hint->setVisible(projects.isEmpty());
+    markGone();
+}
+
+void WelcomePage::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    markGone();
+}
+
+void WelcomePage::markGone()
+{
+    for (int i = 0; i < m_recent->count(); ++i) {
+        QListWidgetItem *item = m_recent->item(i);
+        const QDir directory(item->data(directoryRole).toString());
+        const QString name = directory.dirName();
+        const bool isThere = directory.exists();
+        item->setText((isThere ? name : tr("%1 (not there)").arg(name)) + QLatin1Char('\n') +
+                      QDir::toNativeSeparators(directory.path()));
+        item->setForeground(
+            palette().brush(isThere ? QPalette::Active : QPalette::Disabled, QPalette::Text));
     }
 }
 

@@ -360,7 +360,8 @@ private slots:
         QCOMPARE(messages()->rowCount(), 1);
 
         // One is closed, the other stays as it is.
-        QVERIFY(host().openBeside(hero()));
+        QVERIFY(QFile::link(hero(), m_directory->filePath("link")));
+        QVERIFY(host().openBeside(m_directory->filePath("link")));
         QCOMPARE(session().parentProjects().size(), 2);
         actions()->closeProject->trigger();
         QCOMPARE(session().parentProjects().size(), 1);
@@ -400,7 +401,8 @@ private slots:
             dialog->findChild<QLineEdit *>("new_project_name")->setText(name);
             return dialog->findChild<QPushButton *>("new_project_ok")->isEnabled();
         };
-        QStringList wrong{"", "..", "a/b", "hero", "dot.", " ", "say \"x\""};
+        QVERIFY(QDir().mkpath(m_directory->filePath("begun/.git")));
+        QStringList wrong{"", "..", "a/b", "hero", "begun", "dot.", " ", "say \"x\""};
         m_dialogs->expectDialog([&, start = start](QDialog *dialog) {
             dialog->findChild<QLineEdit *>("new_project_place")->setText(m_directory->path());
             dialog->findChild<QListWidget *>("new_project_starts")->setCurrentRow(start);
@@ -423,6 +425,52 @@ private slots:
             QCOMPARE(project->files().size() >= named.size(), true);
         }
         QCOMPARE(settings().value("new_project_place").toString(), m_directory->path());
+    }
+
+    // Recent projects with pictures, what is gone from the disk, and the sample.
+    void theFirstPageLeadsIn()
+    {
+        auto *list = m_window->findChild<QListWidget *>("welcome_recent");
+        QVERIFY(!list->isVisible());
+        actions()->closeProject->trigger();
+        QVERIFY(list->isVisible());
+        QCOMPARE(list->count(), 1);
+        QVERIFY(list->item(0)->text().startsWith("hero\n"));
+        const ProjectPictures pictures(session(), m_directory->filePath("data/sessions"));
+        const QImage picture = pictures.picture(hero() + '/');
+        QCOMPARE(picture.size(), ProjectPictures::Size);
+        QCOMPARE(qAlpha(picture.pixel(0, 0)), 0);
+        QCOMPARE(list->item(0)->icon().pixmap(picture.size()).toImage().pixel(48, 40),
+                 picture.pixel(48, 40));
+        QVERIFY(qAlpha(picture.pixel(48, 40)) > 0);
+
+        QVERIFY(QDir().rename(hero(), hero() + " elsewhere"));
+        auto *sample = m_window->findChild<QAbstractButton *>("welcome_sample");
+        for (const char *typed : {"", "; mine\n"}) {
+            QTest::keyClick(sample, Qt::Key_Space);
+            QCOMPARE(session().parentProject()->basePath(),
+                     m_directory->filePath("data/sample/hero/"));
+            QVERIFY(document()->toString().startsWith(typed)); // once made, it stays
+            view()->moveCursor(QTextCursor::Start);
+            type("; mine\n");
+            actions()->saveAll->trigger();
+            actions()->closeProject->trigger();
+        }
+        QCOMPARE(list->count(), 2);
+        QVERIFY(list->item(1)->text().startsWith("hero (not there)\n"));
+        list->setCurrentRow(1);
+        m_dialogs->expectBox(QMessageBox::No);
+        QTest::keyClick(list, Qt::Key_Return);
+        QCOMPARE(list->count(), 2);
+        QTest::keyClick(list, Qt::Key_Delete);
+        QCOMPARE(settings().recentProjects(),
+                 QStringList(m_directory->filePath("data/sample/hero")));
+        QTest::keyClick(list, Qt::Key_Return);
+        QVERIFY(session().parentProject());
+        // Who closes all starts here again.
+        actions()->closeProject->trigger();
+        m_window->reopenLast();
+        QVERIFY(!session().parentProject());
     }
 
     void findAndReplace_data()
