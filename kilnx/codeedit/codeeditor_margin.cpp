@@ -72,6 +72,8 @@ void CodeEditorExtraArea::wheelEvent(QWheelEvent *event)
 
 bool CodeEditorExtraArea::event(QEvent *event)
 {
+    if (event->type() == QEvent::WindowBlocked)
+        d->endDrag(); // the release will not come
     if (event->type() != QEvent::ToolTip)
         return QWidget::event(event);
     d->marginToolTip(static_cast<QHelpEvent *>(event));

@@ -1,7 +1,6 @@
 #include <kilnx/render/glrenderwidget.h>
 
 #include <kilnx/render/glrenderwidget_p.h>
-#include <kilnx/render/renderinput_p.h>
 #include <kilnx/render/texture.h>
 #include <kilnx/render/texture_p.h>
 
@@ -148,7 +147,7 @@ bool GLRenderWidget::event(QEvent *event)
     const QPointer<GLRenderWidget> self(this); // a handler may destroy the widget
     const bool used = QOpenGLWidget::event(event);
     if (self && enabled)
-        RenderInput::forward(d->renderer, event);
+        d->input.forward(event);
     return used;
 }
 

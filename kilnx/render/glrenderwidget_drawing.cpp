@@ -174,6 +174,12 @@ bool repeatsEverySize()
 
 } // namespace
 
+GLRenderWidgetPrivate::GLRenderWidgetPrivate(GLRenderWidget *widget)
+    : q(widget)
+    , input(widget, widget)
+{
+}
+
 bool GLRenderWidgetPrivate::createResources()
 {
     releaseResources();
@@ -188,8 +194,7 @@ bool GLRenderWidgetPrivate::createResources()
 
 void GLRenderWidgetPrivate::releaseResources()
 {
-    if (QOpenGLContext::currentContext() != q->context())
-        q->makeCurrent();
+    q->makeCurrent();
     for (ShaderSet *set : {&indexedShaders, &rgbaShaders}) {
         for (QOpenGLShaderProgram *program : set->programs)
             delete program;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <kilnx/render/renderinput_p.h>
+
 #include <QtCore/QObject>
 #include <QtGui/QMatrix4x4>
 #include <QtGui/QOpenGLBuffer>
@@ -43,10 +45,7 @@ struct TextureDrawing {
 class GLRenderWidgetPrivate
 {
 public:
-    explicit GLRenderWidgetPrivate(GLRenderWidget *widget)
-        : q(widget)
-    {
-    }
+    explicit GLRenderWidgetPrivate(GLRenderWidget *widget);
 
     Renderer *renderer = nullptr;
     ShaderSet indexedShaders;
@@ -60,6 +59,7 @@ public:
     int blendDestination = -1; // of OpenGL; -1: not known
 
     GLRenderWidget *const q;
+    RenderInput input;
     QMetaObject::Connection contextConnection;
     bool hasFailed = false;
     bool painted = false; // paintGL() ran in the paint event at hand

@@ -4,10 +4,13 @@
 #include <kilnx/render/glrenderwidget_p.h>
 #include <kilnx/render/renderinput_p.h>
 
+#include <QtCore/QPointer>
+#include <QtGui/QGuiApplication>
 #include <QtGui/QKeyEvent>
 #include <QtGui/QMouseEvent>
 #include <QtGui/QPainter>
 #include <QtGui/QWheelEvent>
+#include <QtWidgets/QWidget>
 
 namespace Kiln
 {
@@ -158,40 +161,85 @@ void Renderer::glSetBlendFunction(BlendFactor source, BlendFactor destination)
         shown->d->setBlendFunction(factors[source], factors[destination]);
 }
 
-void RenderInput::forward(Renderer *renderer, QEvent *event)
+RenderInput::RenderInput(QWidget *widget, const RenderWidgetBase *face)
+    : m_widget(widget)
+    , m_face(face)
 {
-    if (!renderer)
-        return;
+    m_afterBox.setSingleShot(true);
+    // Of what is still pressed then, Qt tells neither moves nor the release.
+    QObject::connect(&m_afterBox, &QTimer::timeout, &m_afterBox,
+                     [this] { releaseAllBut(Qt::NoButton, QGuiApplication::keyboardModifiers()); });
+}
+
+void RenderInput::forward(QEvent *event)
+{
+    Renderer *renderer = m_face->renderer();
     switch (event->type()) {
     case QEvent::KeyPress:
     case QEvent::KeyRelease: {
         const auto *key = static_cast<QKeyEvent *>(event);
-        if (event->type() == QEvent::KeyPress)
+        if (renderer && event->type() == QEvent::KeyPress)
             renderer->keyPressed(key->key(), key->modifiers());
-        else
+        else if (renderer)
             renderer->keyReleased(key->key(), key->modifiers());
         break;
     }
     case QEvent::MouseButtonPress:
     case QEvent::MouseButtonDblClick:
-    case QEvent::MouseButtonRelease: {
-        const auto *mouse = static_cast<QMouseEvent *>(event);
-        if (event->type() == QEvent::MouseButtonRelease)
-            renderer->mouseReleased(mouse->pos(), mouse->button(), mouse->modifiers());
-        else
-            renderer->mousePressed(mouse->pos(), mouse->button(), mouse->modifiers());
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseMove:
+        forwardMouse(*static_cast<QMouseEvent *>(event));
         break;
-    }
-    case QEvent::MouseMove: {
-        const auto *mouse = static_cast<QMouseEvent *>(event);
-        renderer->mouseMoved(mouse->pos(), mouse->modifiers());
-        break;
-    }
     case QEvent::Wheel:
-        renderer->mouseWheel(static_cast<QWheelEvent *>(event)->angleDelta().y());
+        if (renderer)
+            renderer->mouseWheel(static_cast<QWheelEvent *>(event)->angleDelta().y());
+        break;
+    case QEvent::WindowBlocked:
+        m_afterBox.stop();
+        break;
+    case QEvent::WindowUnblocked:
+        m_afterBox.start(0); // not within the call that has opened the box
         break;
     default:
         break;
+    }
+}
+
+void RenderInput::forwardMouse(const QMouseEvent &event)
+{
+    const QPointer<QWidget> alive(m_widget);
+    const bool isRelease = event.type() == QEvent::MouseButtonRelease;
+    // What is pressed now was released before.
+    Qt::MouseButtons down = event.buttons();
+    down.setFlag(event.button(), isRelease);
+    releaseAllBut(down, event.modifiers());
+    if (!alive)
+        return;
+    Renderer *renderer = m_face->renderer();
+    if (!renderer)
+        return;
+    renderer->m_mouse = event.pos();
+    renderer->m_held.setFlag(event.button(), !isRelease);
+    if (event.type() == QEvent::MouseMove) {
+        renderer->mouseMoved(event.pos(), event.modifiers());
+    } else if (isRelease) {
+        renderer->mouseReleased(event.pos(), event.button(), event.modifiers());
+    } else {
+        m_afterBox.stop();
+        renderer->mousePressed(event.pos(), event.button(), event.modifiers());
+    }
+}
+
+/// Tells the release of the buttons that are not down any more, where the mouse was told last.
+void RenderInput::releaseAllBut(Qt::MouseButtons down, Qt::KeyboardModifiers modifiers)
+{
+    const QPointer<QWidget> alive(m_widget);
+    while (alive && m_face->renderer() && (m_face->renderer()->m_held & ~down)) {
+        Renderer *renderer = m_face->renderer();
+        const auto lost = uint(renderer->m_held & ~down);
+        const auto button = Qt::MouseButton(lost & ~(lost - 1));
+        renderer->m_held.setFlag(button, false);
+        renderer->mouseReleased(renderer->m_mouse, button, modifiers);
     }
 }
 

@@ -17,6 +17,7 @@ namespace Kiln
 
 class GLRenderWidget;
 class Renderer;
+class RenderInput;
 class Texture;
 
 /// The face that RenderWidget and GLRenderWidget share: a widget that shows a Renderer, and does
@@ -133,7 +134,12 @@ protected:
     void glSetBlendFunction(BlendFactor source, BlendFactor destination);
 
 private:
+    friend class RenderInput;
     GLRenderWidget *glWidget() const;
+
+    // What the widgets have told it, so that none owes it a release.
+    Qt::MouseButtons m_held;
+    QPoint m_mouse;
 };
 
 } // namespace Kiln

@@ -11,6 +11,7 @@ namespace Kiln
 
 RenderWidget::RenderWidget(QWidget *parent)
     : QWidget(parent)
+    , m_input(std::make_unique<RenderInput>(this, this))
 {
     setAutoFillBackground(false);
     setAttribute(Qt::WA_MouseTracking, true);
@@ -53,7 +54,7 @@ bool RenderWidget::event(QEvent *event)
     const QPointer<RenderWidget> self(this); // a handler may destroy the widget
     const bool used = QWidget::event(event);
     if (self && enabled)
-        RenderInput::forward(m_renderer, event);
+        m_input->forward(event);
     return used;
 }
 

@@ -5,8 +5,12 @@
 
 #include <QtWidgets/QWidget>
 
+#include <memory>
+
 namespace Kiln
 {
+
+class RenderInput;
 
 /// Shows a renderer by native painting, with a painter alone.
 class KILNX_EXPORT RenderWidget : public QWidget, public RenderWidgetBase
@@ -30,6 +34,7 @@ protected:
 
 private:
     Renderer *m_renderer = nullptr;
+    std::unique_ptr<RenderInput> m_input;
 };
 
 } // namespace Kiln

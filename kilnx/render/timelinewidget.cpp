@@ -39,13 +39,15 @@ public:
     QList<TimeLine *> lines;
     unsigned int ticksPerSecond = 60;
     unsigned int currentTick = 0;
-    unsigned int frameCount = 0; ///< since the last measure of the rate
     QElapsedTimer elapsed;
     QTimer timer;
     float interval = 1000.0F / 60; ///< the wanted milliseconds of a tick
     float drift = 0;               ///< milliseconds carried over to the next tick
-    float framesPerSecond = 60;
-    unsigned int elapsedSum = 0; ///< milliseconds since the last measure
+    struct {
+        float framesPerSecond = 60;
+        unsigned int frames = 0;       ///< since the last measure
+        unsigned int milliseconds = 0; ///< likewise
+    } rate;
     DragMode dragMode = DragNothing;
     unsigned int hoverRow = 0; ///< under the mouse
     bool pressed = false;
@@ -104,13 +106,10 @@ void TimeLinePrivate::timeout()
     const float took = float(elapsed.nsecsElapsed()) / 1e6F;
     elapsed.start();
     drift += interval - took;
-    elapsedSum += unsigned(qRound(took));
-    ++frameCount;
-    if (elapsedSum >= 1000) {
-        framesPerSecond = float(frameCount * 1000.0 / elapsedSum);
-        elapsedSum = 0;
-        frameCount = 0;
-    }
+    rate.milliseconds += unsigned(qRound(took));
+    ++rate.frames;
+    if (rate.milliseconds >= 1000)
+        rate = {float(rate.frames * 1000.0 / rate.milliseconds), 0, 0};
     // What waits to be painted is painted before the next tick.
     timer.stop();
     resting = true;
@@ -281,9 +280,7 @@ void TimeLineWidget::play()
     ++d->plays;
     d->resting = false;
     d->drift = 0;
-    d->framesPerSecond = 60;
-    d->elapsedSum = 0;
-    d->frameCount = 0;
+    d->rate = {};
     d->elapsed.restart();
     d->timer.start(int(d->interval));
     Q_EMIT tickChanged(d->currentTick);
@@ -303,7 +300,7 @@ bool TimeLineWidget::isPlaying() const
 
 float TimeLineWidget::framesPerSecond() const
 {
-    return d->framesPerSecond;
+    return d->rate.framesPerSecond;
 }
 
 unsigned int TimeLineWidget::hoverRow() const
@@ -329,6 +326,8 @@ void TimeLineWidget::mouseMoveEvent(QMouseEvent *event)
 {
     if (isPlaying())
         return;
+    if (event->buttons() == Qt::NoButton)
+        d->pressed = false; // the release went elsewhere, to a box perhaps
     if (!d->pressed) {
         d->showShape(d->modeAt(event->pos()));
         return;

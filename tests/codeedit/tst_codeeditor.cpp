@@ -101,6 +101,13 @@ private slots:
         }
     }
 
+    void placeholderIsSeen()
+    {
+        const QImage empty = shot(m_editor->viewport());
+        m_editor->setPlaceholderText("nothing here");
+        QVERIFY(shot(m_editor->viewport()) != empty);
+    }
+
     void marginColumns()
     {
         m_editor->setPlainText(QString("[a]\nb\nc\nd"));
@@ -790,7 +797,9 @@ private slots:
         const QPoint below(3, margin()->height() + 30);
         QMouseEvent move(QEvent::MouseMove, below, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(margin(), &move);
+        const int last = m_editor->textCursor().blockNumber();
         QTRY_VERIFY(m_editor->verticalScrollBar()->value() >= 5);
+        QVERIFY(m_editor->textCursor().blockNumber() >= last + 5); // what scrolls in is selected
         const auto stands = [&] {
             const int before = m_editor->verticalScrollBar()->value();
             QTest::qWait(60); // several steps of the drag
@@ -803,7 +812,16 @@ private slots:
         QTest::mouseRelease(margin(), Qt::LeftButton, Qt::NoModifier, below);
         QVERIFY(stands());
         QCOMPARE(m_document->findBlock(m_editor->textCursor().selectionStart()).blockNumber(), 2);
-        // Another document ends a drag that is under way.
+        // A box that takes the release ends a drag that is under way.
+        QTest::mousePress(margin(), Qt::LeftButton, Qt::NoModifier, QPoint(3, 5));
+        QApplication::sendEvent(margin(), &move);
+        {
+            QDialog box(m_editor.get());
+            box.open();
+            QVERIFY(stands());
+        }
+        QTest::mouseRelease(margin(), Qt::LeftButton, Qt::NoModifier, below);
+        // So does another document.
         QTest::mousePress(margin(), Qt::LeftButton, Qt::NoModifier, QPoint(3, 5));
         QApplication::sendEvent(margin(), &move);
         PlainDocument second(numberedLines(500));

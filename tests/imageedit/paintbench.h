@@ -70,7 +70,8 @@ struct Bench {
                Qt::MouseButton button = Qt::NoButton,
                Qt::KeyboardModifiers keys = {})
     {
-        QMouseEvent event(type, at, button, button, keys);
+        held.setFlag(button, type == QEvent::MouseButtonPress);
+        QMouseEvent event(type, at, button, held, keys);
         QApplication::sendEvent(widget.get(), &event);
     }
     void press(QPoint image) { mouse(QEvent::MouseButtonPress, screen(image), Qt::LeftButton); }
@@ -112,6 +113,7 @@ struct Bench {
     PaletteWidget cells;
     ColorPalette palette{&cells};
     ImageRenderer renderer{&palette};
+    Qt::MouseButtons held;
     std::unique_ptr<QWidget> widget;
 };
 

@@ -337,6 +337,73 @@ private Q_SLOTS:
         QCOMPARE(view.selectedContactBoxes().size(), 1);
     }
 
+    // The release goes to a box: what was dragged stays where it was seen, and is written once.
+    void endsDragsUnderABox_data()
+    {
+        columns<QPoint, int, QPoint, int>("from", "item", "step", "writes");
+        addRow("a contact box", QPoint(120, 120), 0, QPoint(7, 3), 1);
+        addRow("a sprite", QPoint(200, 200), 1, QPoint(7, 3), 1);
+        addRow("a guide", QPoint(250, 60), 2, QPoint(7, 0), 0);
+        addRow("the origin", QPoint(60, 60), 3, QPoint(7, 3), 0);
+        addRow("a box being drawn", QPoint(60, 60), 4, QPoint(8, 4), 1);
+    }
+
+    void endsDragsUnderABox()
+    {
+        auto [from, item, step, writes] = row<QPoint, int, QPoint, int>();
+        FakeView view;
+        FakeBoxes attack(ContactBoxCode::Attack, {QRect(0, 0, 30, 30)});
+        FakeSprite sprite(QImage(20, 20, QImage::Format_RGB32));
+        FakeProvider provider;
+        provider.add(&sprite, {90, 90});
+        m_workspace->setRenderer(&view);
+        m_workspace->reconfig();
+        for (const char *key : {"view_attack_box", "view_main_cross"})
+            m_host->action(key)->trigger();
+        m_workspace->widget()->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_workspace->widget()));
+        GraphicsRenderer::setOrigin({100, 100});
+        view.setGuideLines({150, 900});
+        view.setSprites(&provider);
+        view.setContactBoxes(ContactBoxCode::Attack, &attack);
+        if (item == 4)
+            view.setDrawContactBoxMode(ContactBoxCode::Attack);
+        int written = 0;
+        attack.changed = [&written] { ++written; };
+        QPoint released(90, 90);
+        QObject::connect(&view, &GraphicsRenderer::itemReleased,
+                         [&](GraphicsRenderer::ItemType type, void *, QPoint position) {
+                             view.updateSelectedBoxes();
+                             if (type == GraphicsRenderer::ItemSprite) {
+                                 released = position;
+                                 ++written;
+                             }
+                         });
+        const auto places = [&] {
+            const QRect drawn = attack.count() > 1 ? attack.rects().last() : QRect();
+            return QVector<QPoint>{attack.rects().first().topLeft(), released, view.guideLines(),
+                                   GraphicsRenderer::origin(),
+                                   QPoint(drawn.width(), drawn.height())};
+        };
+        QVector<QPoint> wanted = places();
+        wanted[item] += step;
+        QWindow *window = m_workspace->widget()->windowHandle();
+        QTest::mousePress(window, Qt::LeftButton, {}, from);
+        QTest::mouseMove(window, from + QPoint(7, 3));
+        QDialog box(m_workspace->widget());
+        box.open();
+        QTest::mouseRelease(window, Qt::LeftButton, {}, {20, 20});
+        QCOMPARE(written, 0);
+        box.close();
+        QCoreApplication::processEvents();
+        QCOMPARE(places(), wanted);
+        for (QPoint at : {QPoint(90, 90), QPoint(150, 60)})
+            QTest::mouseMove(window, at);
+        QCOMPARE(places(), wanted);
+        QCOMPARE(written, writes);
+        m_workspace->setRenderer(nullptr);
+    }
+
     void fallsBackWhenTheContextIsLost()
     {
         if (Contexts::none())

@@ -8,6 +8,7 @@
 
 #include <QtGui/QtGui>
 #include <QtTest/QtTest>
+#include <QtWidgets/QDialog>
 
 #include <functional>
 #include <list>
@@ -307,6 +308,29 @@ private Q_SLOTS:
         QCOMPARE(shown.plain.differences(picture), QString());
     }
 
+    // A column that begins far to the left comes into view in a row that leans to the right.
+    void leaningTiles()
+    {
+        if (Contexts::none())
+            return;
+        Shown shown(QSize(100, 120));
+        QVERIFY(shown.works);
+        Texture texture(white());
+        const QMatrix4x4 leaning(16, 96, 0, -340, 0, 16, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1);
+        const QImage tiled = shown.textured([&] {
+            shown.probe.glDrawImageTiled({3, 3}, {112, 16}, leaning, &texture, nullptr, 0, 1, true);
+        });
+        const QImage single = shown.textured([&] {
+            for (int i = 0; i < 9; ++i) {
+                QMatrix4x4 place = leaning;
+                place.translate(float(i % 3 * 2), float(i / 3 * 2));
+                shown.probe.glDrawImage(place, &texture, nullptr, 0, 1, true, 0);
+            }
+        });
+        QCOMPARE(tiled, single);
+        QCOMPARE(tiled.pixel(70 * tiled.width() / 100, 66 * tiled.height() / 120), 0xFFFFFFFF);
+    }
+
     void replacesPixelShaders()
     {
         if (Contexts::none())
@@ -371,6 +395,18 @@ private Q_SLOTS:
         QCOMPARE(shown.probe.onOpenGL, openGL);
         QCOMPARE(shown.probe.widget(), widget);
         QVERIFY(shown.probe.log.contains("size 100 80"));
+        QVector<QRect> clips;
+        shown.probe.drawing = [&clips](Probe &, QPainter &painter) {
+            clips.append(painter.clipBoundingRect().toAlignedRect());
+        };
+        shown.probe.updateArea({20, 10, 30, 25});
+        QTRY_VERIFY(clips.contains(QRect(20, 10, 30, 25)));
+        // Another shader changes all of the picture.
+        clips.clear();
+        shown.widget.setCustomPixelShader(nullptr, nullptr);
+        shown.probe.updateArea({20, 10, 30, 25});
+        QTRY_VERIFY(!clips.isEmpty());
+        QCOMPARE(clips.first().isEmpty(), openGL);
         shown.probe.log.clear();
         QTest::mousePress(widget, Qt::RightButton, {}, {3, 4});
         QMouseEvent move(QEvent::MouseMove, {5, 6}, Qt::NoButton, Qt::RightButton, {});
@@ -398,6 +434,75 @@ private Q_SLOTS:
         for (const QString &line : expected)
             QVERIFY2(log.contains(line), qPrintable(line + " is not in: " + log.join(", ")));
         QVERIFY(!log.contains("press 3 4 1"));
+    }
+
+    // A button that is pressed and moved, and whose release may go elsewhere: to boxes that open
+    // over the widget, or to nobody while it is disabled. Told is how often the release is known
+    // after each step.
+    void tellsReleasesThatAreLost_data()
+    {
+        columns<bool, QString, QString>("openGL", "steps", "told");
+        for (bool openGL : {false, true}) {
+            const auto add = [openGL](const char *name, const char *steps, const char *told) {
+                QTest::addRow("%s, %s", name, openGL ? "OpenGL" : "native")
+                    << openGL << steps << told;
+            };
+            add("to a box", "press move open release close", "00001");
+            add("to the second of two", "press move open open release close close", "0000001");
+            add("held all the time", "press move open close move release", "000111");
+            add("to nobody", "press move disable release enable move", "000001");
+            add("to nobody, and pressed again", "press move disable release enable press release",
+                "0000012");
+            add("of one of two", "press right move disable release enable move", "0000001");
+        }
+    }
+
+    void tellsReleasesThatAreLost()
+    {
+        auto [openGL, steps, told] = row<bool, QString, QString>();
+        if (openGL && Contexts::none())
+            return;
+        Shown shown(QSize(100, 80));
+        RenderWidget native;
+        if (!openGL) {
+            native.resize(100, 80);
+            native.setRenderer(&shown.probe);
+            native.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&native));
+        }
+        QWidget *widget = shown.probe.widget();
+        QWindow *window = widget->windowHandle();
+        QList<std::shared_ptr<QDialog>> boxes;
+        const QPoint places[] = {{10, 20}, {12, 23}, {15, 29}};
+        const QPoint *at = places;
+        QString known;
+        const QStringList all = steps.split(' ');
+        for (const QString &step : all) {
+            if (step == "press")
+                QTest::mousePress(window, Qt::LeftButton, {}, *at);
+            else if (step == "right")
+                QTest::mousePress(window, Qt::RightButton, {}, *at);
+            else if (step == "move")
+                QTest::mouseMove(window, *++at);
+            else if (step == "release")
+                QTest::mouseRelease(window, Qt::LeftButton, {}, {60, 60});
+            else if (step == "open")
+                (boxes << std::make_shared<QDialog>(boxes.isEmpty() ? widget : boxes.last().get()))
+                    .last()
+                    ->open();
+            else if (step == "close")
+                boxes.takeLast();
+            else
+                widget->setEnabled(step == "enable");
+            QCoreApplication::processEvents();
+            known += QString::number(shown.probe.log.filter("release").size());
+        }
+        QCOMPARE(known, told);
+        // Where the mouse was seen last, and of the button that came up.
+        const bool isSeen = steps.endsWith("press release");
+        const QString place = isSeen ? "60 60" : "12 23";
+        QCOMPARE(shown.probe.log.filter("release").last(), "release " + place + " 1");
+        QTest::mouseRelease(window, Qt::RightButton, {}, {60, 60});
     }
 
     void rendererMoves()
@@ -492,6 +597,7 @@ private Q_SLOTS:
         QTRY_COMPARE(failed.count(), 1);
         shown.widget.resize(90, 90);
         shown.widget.repaint();
+        QCoreApplication::processEvents();
         shown.widget.setCustomPixelShader(nullptr, nullptr);
         QTest::mousePress(&shown.widget, Qt::LeftButton, {}, {3, 4});
         QVERIFY(shown.probe.log.contains("press 3 4 1"));

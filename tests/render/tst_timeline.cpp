@@ -86,15 +86,17 @@ private Q_SLOTS:
         for (int step = 0; step < 4000; ++step) {
             const int x = below(320);
             const auto mouse = [&](QEvent::Type type, Qt::MouseButton button) {
-                QMouseEvent event(type, QPoint(x, 30), button, button, Qt::NoModifier);
+                const Qt::MouseButton held = plain.pressed ? Qt::LeftButton : Qt::NoButton;
+                QMouseEvent event(type, QPoint(x, 30), button, held, Qt::NoModifier);
                 QCoreApplication::sendEvent(&strip, &event);
             };
             const int what = below(8);
             if (what == 0) {
-                mouse(QEvent::MouseButtonPress, Qt::LeftButton);
                 plain.dragged = plain.modeAt(x);
                 plain.pressed = true;
+                mouse(QEvent::MouseButtonPress, Qt::LeftButton);
             } else if (what < 4) {
+                plain.pressed &= below(9) != 0; // a box gets a release now and then
                 mouse(QEvent::MouseMove, Qt::NoButton);
                 if (plain.pressed && plain.dragged == 2 && plain.tickAt(x) != plain.current)
                     plain.moveTo(plain.tickAt(x));
@@ -200,7 +202,7 @@ private Q_SLOTS:
         connect(&strip, &TimeLineWidget::tickChanged, this, [&](unsigned int tick) {
             told.append({tick, clock.nsecsElapsed() * 1e-6});
             if (tick == 15)
-                QTest::qSleep(150);
+                QTest::qSleep(1000);
         });
         strip.setCurrentTick(10, false);
         told.clear();
@@ -227,7 +229,10 @@ private Q_SLOTS:
         }
         QTest::qWait(60);
         QCOMPARE(told.size(), count);
-        QVERIFY(strip.framesPerSecond() > 0);
+        // Few frames came in the second that was slept, and a new start knows nothing of them.
+        QVERIFY(strip.framesPerSecond() < 30);
+        strip.play();
+        QCOMPARE(strip.framesPerSecond(), 60.0F);
     }
 
     void stoppedWithinATick_data()
