@@ -190,8 +190,9 @@ QVector<EmberBox *> EmberBoxes::boxes() const
          node = node->previous()) {
         auto *box = static_cast<EmberBox *>(node);
         if (box->boxType() == m_type)
-            found.prepend(box);
+            found.append(box);
     }
+    std::reverse(found.begin(), found.end());
     return found;
 }
 
@@ -203,6 +204,12 @@ unsigned int EmberBoxes::count() const
 ContactBoxCode *EmberBoxes::at(unsigned int index) const
 {
     return boxes().value(static_cast<int>(index));
+}
+
+QVector<ContactBoxCode *> EmberBoxes::all() const
+{
+    const QVector<EmberBox *> found = boxes();
+    return QVector<ContactBoxCode *>(found.begin(), found.end());
 }
 
 ContactBoxCode *EmberBoxes::add(const QRect &rect)

@@ -44,6 +44,7 @@ public:
 
     unsigned int count() const override;
     Kiln::ContactBoxCode *at(unsigned int index) const override;
+    QVector<Kiln::ContactBoxCode *> all() const override;
     Kiln::ContactBoxCode *add(const QRect &rect) override;
     void remove(Kiln::ContactBoxCode *box) override;
     /// Keeps the lines of the boxes that stay, with their comments.

@@ -6,13 +6,17 @@ ContactBoxCode::~ContactBoxCode() = default;
 
 ContactBoxesCode::~ContactBoxesCode() = default;
 
+QVector<ContactBoxCode *> ContactBoxesCode::all() const
+{
+    QVector<ContactBoxCode *> boxes;
+    for (unsigned int index = 0; index < count(); ++index)
+        boxes.append(at(index));
+    return boxes;
+}
+
 int ContactBoxesCode::indexOf(const ContactBoxCode *box) const
 {
-    for (unsigned int index = 0; index < count(); ++index) {
-        if (at(index) == box)
-            return box ? int(index) : -1;
-    }
-    return -1;
+    return box ? all().indexOf(const_cast<ContactBoxCode *>(box)) : -1;
 }
 
 std::weak_ptr<const void> ContactBoxesCode::life() const
@@ -25,8 +29,9 @@ std::weak_ptr<const void> ContactBoxesCode::life() const
 QVector<QRect> ContactBoxesCode::rects() const
 {
     QVector<QRect> rects;
-    for (unsigned int index = 0; index < count(); ++index)
-        rects.append(at(index)->rect());
+    const QVector<ContactBoxCode *> boxes = all();
+    for (const ContactBoxCode *box : boxes)
+        rects.append(box->rect());
     return rects;
 }
 } // namespace Kiln

@@ -56,6 +56,9 @@ public:
     /// Replaces all boxes by one for each rectangle, as one change.
     virtual void setRects(const QVector<QRect> &rects) = 0;
 
+    /// All of them, in order. Views ask for it, so an engine whose at() has to search overrides it.
+    virtual QVector<ContactBoxCode *> all() const;
+
     /// The index of `box`, -1 if it is not in the list.
     int indexOf(const ContactBoxCode *box) const;
     /// ContactBoxCode::rect() of each box.

@@ -3,6 +3,7 @@
 #include <kilnx/render/graphicsrenderer_p.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace Kiln
 {
@@ -103,6 +104,13 @@ QRect GraphicsRendererPrivate::selectionArea() const
 
 // The selection.
 
+/// The boxes of the text, in order.
+QVector<ContactBoxCode *> ContactBoxGroup::codes() const
+{
+    const ContactBoxesCode *boxesOfText = living();
+    return boxesOfText ? boxesOfText->all() : QVector<ContactBoxCode *>();
+}
+
 bool GraphicsRendererPrivate::anySelectedIn(int group) const
 {
     const QVector<ContactBox> &boxes = contactBoxes[group].boxes;
@@ -188,12 +196,11 @@ void GraphicsRendererPrivate::startResize()
 {
     selectionStart = selectionRect;
     for (ContactBoxGroup &group : contactBoxes) {
-        const ContactBoxesCode *source = group.living();
-        const int known = source ? int(source->count()) : 0;
+        const QVector<ContactBoxCode *> codes = group.codes();
         for (int i = 0; i < group.boxes.size(); ++i) {
             ContactBox &box = group.boxes[i];
-            const bool inText = i < known && source->at(unsigned(i)) == box.code;
-            box.base = inText ? exact(box.code->rect()) : QRectF(box.position, box.size);
+            const bool isInText = box.code && codes.value(i) == box.code;
+            box.base = isInText ? exact(box.code->rect()) : QRectF(box.position, box.size);
         }
     }
 }
@@ -291,20 +298,26 @@ void GraphicsRendererPrivate::dropDrawing()
 /// What is being drawn or dragged is as the text, the provider or the program had it before.
 void GraphicsRendererPrivate::abandonDrag()
 {
-    dropDrawing();
-    if (pressed && hit >= HitBox)
-        readAllBoxes();
-    else if (QPoint *position = pressed ? draggedPosition() : nullptr)
-        *position = dragStart;
-    pressed = false;
+    const bool wasPressed = std::exchange(pressed, false);
     moved = false;
+    dropDrawing();
+    if (wasPressed && hit >= HitBox)
+        readAllBoxes();
+    QPoint *position = wasPressed ? draggedPosition() : nullptr;
+    if (position && *position != dragStart) {
+        *position = dragStart;
+        tellItem(&GraphicsRenderer::itemMoved);
+    }
 }
 
 void GraphicsRenderer::setDrawContactBoxMode(ContactBoxCode::BoxType type)
 {
     if (type < 1 || type > 8)
         return;
+    const QPointer<GraphicsRenderer> alive(this);
     d->abandonDrag();
+    if (!alive)
+        return;
     d->clickMode = ClickDrawContactBox;
     d->currentGroup = type - 1;
     d->boxCountAtDrawStart = d->contactBoxes[type - 1].boxes.size();
@@ -326,7 +339,10 @@ void GraphicsRenderer::setPositioningMode()
 
 void GraphicsRenderer::setCaptureMode()
 {
+    const QPointer<GraphicsRenderer> alive(this);
     d->abandonDrag();
+    if (!alive)
+        return;
     d->clickMode = ClickCapture;
     d->clearSelection();
     update();
@@ -358,7 +374,7 @@ void GraphicsRenderer::setContactBoxes(ContactBoxCode::BoxType type, ContactBoxe
     group.source = boxes;
     group.sourceLife = boxes ? boxes->life() : std::weak_ptr<const void>();
     if (d->writing) {
-        d->pending |= 1U << (type - 1);
+        d->pending = true;
         return;
     }
     // What is being drawn or dragged is not there any more.
@@ -376,12 +392,11 @@ void GraphicsRenderer::setContactBoxes(ContactBoxCode::BoxType type, ContactBoxe
 void GraphicsRendererPrivate::readBoxes(int number)
 {
     ContactBoxGroup &group = contactBoxes[number];
-    const ContactBoxesCode *source = group.living();
-    const int count = source ? int(source->count()) : 0;
-    group.boxes.resize(count);
-    for (int i = 0; i < count; ++i) {
+    const QVector<ContactBoxCode *> codes = group.codes();
+    group.boxes.resize(codes.size());
+    for (int i = 0; i < codes.size(); ++i) {
         ContactBox &box = group.boxes[i];
-        box.code = source->at(unsigned(i));
+        box.code = codes.at(i);
         const QRect rect = box.code ? box.code->rect() : QRect();
         box.selected = box.selected && box.rect() == rect;
         box.setRect(rect);
@@ -397,16 +412,14 @@ void GraphicsRendererPrivate::readBoxes(int number)
 void GraphicsRendererPrivate::beginWriting()
 {
     writing = true;
-    pending = 0;
+    pending = false;
 }
 
 void GraphicsRendererPrivate::endWriting()
 {
     writing = false;
-    if (!pending)
-        return;
-    readAllBoxes();
-    pending = 0;
+    if (pending)
+        readAllBoxes();
 }
 
 void GraphicsRendererPrivate::readAllBoxes()
@@ -430,9 +443,9 @@ void GraphicsRenderer::updateSelectedBoxes()
         const QVector<ContactBox> boxes = d->contactBoxes[number].boxes;
         for (int i = 0; i < boxes.size() && alive; ++i) {
             ContactBoxesCode *source = d->contactBoxes[number].living();
-            if (!boxes.at(i).selected || !source || unsigned(i) >= source->count())
-                continue;
-            if (ContactBoxCode *code = source->at(unsigned(i)))
+            ContactBoxCode *code =
+                boxes.at(i).selected && source ? source->at(unsigned(i)) : nullptr;
+            if (code)
                 code->setRect(boxes.at(i).rect());
         }
     }
@@ -450,20 +463,17 @@ void GraphicsRenderer::removeSelectedContactBoxes()
         return;
     d->beginWriting();
     for (int number = 0; number < 8 && alive; ++number) {
-        for (int i = d->contactBoxes[number].boxes.size() - 1; i >= 0 && alive; --i) {
-            ContactBoxGroup &group = d->contactBoxes[number];
-            if (i >= group.boxes.size() || !group.boxes.at(i).selected)
-                continue;
-            group.boxes.remove(i);
-            ContactBoxesCode *source = group.living();
-            if (source && unsigned(i) < source->count())
+        const QVector<ContactBox> boxes = d->contactBoxes[number].boxes;
+        for (int i = boxes.size() - 1; i >= 0 && alive; --i) {
+            ContactBoxesCode *source = d->contactBoxes[number].living();
+            if (boxes.at(i).selected && source)
                 source->remove(source->at(unsigned(i)));
         }
     }
     if (!alive)
         return;
     d->clearSelection();
-    d->pending |= 1; // the codes behind the removed ones have other places now
+    d->pending = true; // the codes behind the removed ones have other places now
     d->endWriting();
     Q_EMIT removingContactBoxes(false);
     if (alive)

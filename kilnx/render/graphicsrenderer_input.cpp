@@ -76,7 +76,7 @@ int GraphicsRendererPrivate::fixedHit(unsigned char mode, unsigned short parent)
 
 GraphicsRendererPrivate::Target GraphicsRendererPrivate::hitSprites(QPoint point) const
 {
-    for (int i = items.size() - 1; i >= 0; --i) {
+    for (int i = items.size(); --i >= 0;) {
         const SpriteItem &item = items.at(i);
         if (!Pixels::holds(spritePoint(i), size(item), point))
             continue;
@@ -157,10 +157,6 @@ void GraphicsRenderer::mousePressed(QPoint position,
                                     Qt::MouseButton button,
                                     Qt::KeyboardModifiers modifiers)
 {
-    const QPointer<GraphicsRenderer> alive(this);
-    d->endStrayDrag();
-    if (!alive)
-        return;
     const QPoint point = Pixels::bounded(position);
     if (button == Qt::LeftButton)
         d->press(point, modifiers);
@@ -176,6 +172,8 @@ void GraphicsRendererPrivate::press(QPoint point, Qt::KeyboardModifiers modifier
     if (!alive)
         return;
     abandonDrag();
+    if (!alive)
+        return;
     pressed = true;
     moved = false;
     lastPosition = point;
@@ -254,9 +252,6 @@ void GraphicsRendererPrivate::capture(QPoint point)
 void GraphicsRenderer::mouseMoved(QPoint mouse, Qt::KeyboardModifiers modifiers)
 {
     const QPointer<GraphicsRenderer> alive(this);
-    d->endStrayDrag();
-    if (!alive)
-        return;
     const QPoint position = Pixels::bounded(mouse);
     const auto zoom = double(d->zoom);
     d->showCursor(d->pressed ? d->hit : d->hitTest(position).hit, modifiers);
@@ -365,6 +360,18 @@ QPoint *GraphicsRendererPrivate::draggedPosition()
     return nullptr;
 }
 
+/// Where the sprite or cross is that the mouse holds.
+void GraphicsRendererPrivate::tellItem(void (GraphicsRenderer::*what)(GraphicsRenderer::ItemType,
+                                                                      void *,
+                                                                      QPoint))
+{
+    const QPoint position = *draggedPosition();
+    if (hit == HitSprite)
+        Q_EMIT(q->*what)(GraphicsRenderer::ItemSprite, items.at(currentBox).sprite, position);
+    else
+        Q_EMIT(q->*what)(GraphicsRenderer::ItemType(hit - HitCross), nullptr, position);
+}
+
 void GraphicsRendererPrivate::dragSprite(QPoint delta, QPoint scaled)
 {
     if (!draggedPosition())
@@ -374,18 +381,17 @@ void GraphicsRendererPrivate::dragSprite(QPoint delta, QPoint scaled)
     const QPoint step = allowed(item.mode, onScreen ? delta : scaled);
     item.position = Pixels::moved(item.position,
                                   {over(step.x(), item.scale.x()), over(step.y(), item.scale.y())});
-    Q_EMIT q->itemMoved(GraphicsRenderer::ItemSprite, item.sprite, item.position);
+    tellItem(&GraphicsRenderer::itemMoved);
 }
 
 void GraphicsRendererPrivate::dragCross(QPoint delta, QPoint scaled)
 {
-    const int number = hit - HitCross;
-    Item &cross = crosses[number];
+    Item &cross = crosses[hit - HitCross];
     if (!draggedPosition())
         return;
     const bool onScreen = place(cross.mode) == GraphicsRenderer::PlaceOnScreen;
     cross.position = Pixels::moved(cross.position, allowed(cross.mode, onScreen ? delta : scaled));
-    Q_EMIT q->itemMoved(GraphicsRenderer::ItemType(number), nullptr, cross.position);
+    tellItem(&GraphicsRenderer::itemMoved);
 }
 
 void GraphicsRendererPrivate::moveSelection(QPoint step)
@@ -399,10 +405,8 @@ void GraphicsRendererPrivate::moveSelection(QPoint step)
 
 void GraphicsRenderer::mouseReleased(QPoint, Qt::MouseButton button, Qt::KeyboardModifiers)
 {
-    const QPointer<GraphicsRenderer> alive(this);
-    d->endStrayDrag();
     // The other buttons have no say in a drag.
-    if (alive && !(d->pressed && button != Qt::LeftButton))
+    if (!(d->pressed && button != Qt::LeftButton))
         d->release(button);
 }
 
@@ -424,14 +428,8 @@ void GraphicsRendererPrivate::release(Qt::MouseButton button)
         finishDrawing();
     } else if (!wasMoved) {
         return;
-    } else if (const QPoint *position = draggedPosition()) {
-        if (hit == HitSprite) {
-            Q_EMIT q->itemReleased(GraphicsRenderer::ItemSprite, items.at(currentBox).sprite,
-                                   QPoint(*position));
-        } else {
-            Q_EMIT q->itemReleased(GraphicsRenderer::ItemType(hit - HitCross), nullptr,
-                                   QPoint(*position));
-        }
+    } else if (draggedPosition()) {
+        tellItem(&GraphicsRenderer::itemReleased);
     } else if (hit >= HitBox && boxesDraggable()) {
         Q_EMIT q->itemReleased(GraphicsRenderer::ItemContactBoxes, nullptr, {});
     }

@@ -107,6 +107,7 @@ struct ContactBoxGroup {
     bool visible = false;
 
     ContactBoxesCode *living() const { return sourceLife.expired() ? nullptr : source; }
+    QVector<ContactBoxCode *> codes() const;
 };
 
 /// What all viewports share.
@@ -203,7 +204,7 @@ public:
 
     int readDepth = 0;             // of spritesChanged() within itself, by a provider that changes
     bool writing = false;          // boxes to the text; what comes back waits in `pending`
-    unsigned int pending = 0;      // bits of the groups whose source came meanwhile
+    bool pending = false;          // something came meanwhile
     QHash<qint64, QPixmap> labels; // of the rulers; void when colour, font or screen change
     QString labelLook;
     QColor labelInk;
@@ -247,6 +248,7 @@ public:
     void capture(QPoint point);
     void drag(QPoint delta, QPoint scaled);
     QPoint *draggedPosition();
+    void tellItem(void (GraphicsRenderer::*what)(GraphicsRenderer::ItemType, void *, QPoint));
     void dragSprite(QPoint delta, QPoint scaled);
     void dragCross(QPoint delta, QPoint scaled);
     void release(Qt::MouseButton button);

@@ -6,6 +6,7 @@
 #include <kilnx/render/texture.h>
 
 #include <QImage>
+#include <QPainter>
 #include <QVariant>
 
 #include <functional>
@@ -103,8 +104,10 @@ public:
     void render(QPainter &painter) override
     {
         ++frames;
+        isPartial = painter.hasClipping();
         Viewport::render(painter);
     }
 
     int frames = 0;
+    bool isPartial = false; ///< of the last frame
 };

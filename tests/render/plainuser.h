@@ -308,8 +308,8 @@ private:
         m_drawing = false;
         if (m_pressed && m_hit >= 7)
             reread();
-        else if (m_pressed && m_hit >= 1 && m_hit <= 4)
-            *itemPosition() = m_from;
+        else if (m_pressed && m_hit >= 1 && m_hit <= 4 && *itemPosition() != m_from)
+            tell("moved", m_hit == 1 ? 3 : m_hit - 2, *itemPosition() = m_from);
         m_pressed = m_moved = false;
     }
 

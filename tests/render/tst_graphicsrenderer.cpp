@@ -196,6 +196,7 @@ private Q_SLOTS:
     {
         auto [openGL, table] = row<bool, int>();
         Scene scene;
+        const FakeView other; // takes what all views share as it is
         RenderWidget native;
         std::unique_ptr<GLRenderWidget> card;
         native.setFixedSize(viewSize);
@@ -242,18 +243,19 @@ private Q_SLOTS:
 
     void repaintsWhatADragChanges_data()
     {
-        columns<bool, QPoint>("openGL", "from");
+        columns<bool, QPoint, bool>("openGL", "from", "draws");
         for (bool openGL : {false, true}) {
             if (openGL && Contexts::none())
                 continue;
-            QTest::addRow("body, OpenGL %d", openGL) << openGL << QPoint(60, 60);
-            QTest::addRow("handle, OpenGL %d", openGL) << openGL << QPoint(85, 75);
+            QTest::addRow("body, OpenGL %d", openGL) << openGL << QPoint(60, 60) << false;
+            QTest::addRow("handle, OpenGL %d", openGL) << openGL << QPoint(85, 75) << false;
+            QTest::addRow("drawn, OpenGL %d", openGL) << openGL << QPoint(95, 85) << true;
         }
     }
 
     void repaintsWhatADragChanges()
     {
-        auto [openGL, from] = row<bool, QPoint>();
+        auto [openGL, from, draws] = row<bool, QPoint, bool>();
         Scene scene;
         QRandomGenerator random(11);
         scene.randomize(random, 0, 5);
@@ -272,6 +274,8 @@ private Q_SLOTS:
         scene.view.setContactBoxes(ContactBoxCode::Attack, &scene.attack);
         scene.view.mousePressed({60, 60}, Qt::LeftButton, {});
         scene.view.mouseReleased({60, 60}, Qt::LeftButton, {});
+        if (draws)
+            scene.view.setDrawContactBoxMode(ContactBoxCode::Attack);
         scene.view.mousePressed(from, Qt::LeftButton, {});
         const auto onScreen = [&] {
             for (const int frames = scene.view.frames; scene.view.frames == frames;)
@@ -285,6 +289,7 @@ private Q_SLOTS:
             scene.view.mouseMoved(from + QPoint(9, 7) * step, {});
             const QImage partly = onScreen();
             QVERIFY(partly != before);
+            QVERIFY(scene.view.isPartial);
             face->update();
             before = onScreen();
             QCOMPARE(partly, before);
@@ -298,6 +303,8 @@ private Q_SLOTS:
         FakeView view;
         view.renderWidget = &widget;
         widget.shown = &view;
+        view.setVisibility(true, true, true, true, true, false, false); // as it is from the start
+        QCOMPARE(widget.updates, 0);
         FakeSprite sprite(QImage(4, 4, QImage::Format_RGB32));
         FakeProvider provider;
         provider.add(&sprite, {1, 2});
@@ -510,6 +517,153 @@ private Q_SLOTS:
         Deleting deleting;
         deleting.view->setSprites(&deleting);
         QVERIFY(!deleting.view);
+    }
+
+    // A box that the host has added beside the boxes that are shown.
+    void keepsWhatTheHostAdds()
+    {
+        struct Adding : FakeView {
+            ContactBoxCode *appendContactBox(ContactBoxCode::BoxType, const QRect &rect) override
+            {
+                elsewhere.setRects({rect});
+                return elsewhere.at(0);
+            }
+            FakeBoxes elsewhere{ContactBoxCode::Attack};
+        } view;
+        GraphicsRenderer::setOrigin({100, 100});
+        view.setDrawContactBoxMode(ContactBoxCode::Attack);
+        view.mousePressed({150, 150}, Qt::LeftButton, {});
+        view.mouseMoved({160, 155}, {});
+        view.mouseReleased({160, 155}, Qt::LeftButton, {});
+        view.setPositioningMode();
+        QCOMPARE(view.boxesSelectionRect(), QRect(50, 50, 11, 6));
+    }
+
+    // Whoever is told of something may destroy the view: at each telling of a session in turn.
+    void mayEndWhenItTells()
+    {
+        FakeSprite sprite(QImage(20, 20, QImage::Format_Indexed8));
+        sprite.picture.fill(0);
+        int tellings = 0;
+        for (bool survived = false; !survived;) {
+            const int last = ++tellings;
+            int told = 0;
+            auto view = std::make_unique<FakeView>();
+            const auto tell = [&] {
+                if (++told == last)
+                    view.reset();
+            };
+            RenderWidget widget;
+            widget.resize(viewSize);
+            widget.setFocusPolicy(Qt::StrongFocus);
+            struct Filter : QObject {
+                bool eventFilter(QObject *, QEvent *event) override
+                {
+                    if (event->type() == QEvent::FocusIn)
+                        focused();
+                    return false;
+                }
+                std::function<void()> focused;
+            } filter;
+            filter.focused = tell;
+            widget.setRenderer(view.get());
+            widget.show();
+            QApplication::setActiveWindow(&widget);
+            widget.clearFocus();
+            widget.installEventFilter(&filter);
+            FakeBoxes boxes(ContactBoxCode::Attack, {QRect(0, 0, 20, 20)});
+            boxes.changed = tell;
+            FakeProvider provider;
+            provider.add(&sprite, {40, 10});
+            for (const QMetaObject::Connection &connection :
+                 {connect(view.get(), &GraphicsRenderer::changed, tell),
+                  connect(view.get(), &GraphicsRenderer::changedAt, tell),
+                  connect(view.get(), &GraphicsRenderer::cursorChanged, tell),
+                  connect(view.get(), &GraphicsRenderer::itemMoved, tell),
+                  connect(view.get(), &GraphicsRenderer::colorCaptured, tell),
+                  connect(view.get(), &GraphicsRenderer::contactDrawingExit, tell),
+                  connect(view.get(), &GraphicsRenderer::removingContactBoxes, tell),
+                  connect(view.get(), &GraphicsRenderer::guideLinesMoved, tell)})
+                QVERIFY(connection);
+            connect(view.get(), &GraphicsRenderer::itemReleased, [&] {
+                view->updateSelectedBoxes();
+                if (view)
+                    tell();
+            });
+            GraphicsRenderer::setOrigin({50, 50});
+            view->setVisibility(false, false, false, true, false, false, true);
+            view->setGuideLines({110, 900});
+            view->setContactBoxes(ContactBoxCode::Attack, &boxes);
+            const auto press = [&](QPoint at) { view->mousePressed(at, Qt::LeftButton, {}); };
+            const auto move = [&](QPoint at) { view->mouseMoved(at, {}); };
+            const auto release = [&](Qt::MouseButton button) {
+                view->mouseReleased({}, button, {});
+            };
+            const QPoint onSprite(100, 70);
+            const std::function<void()> session[] = {
+                [&] { view->setSprites(&provider); },
+                [&] { Q_EMIT provider.changedAt(0); },
+                [&] { press(onSprite); },
+                [&] {
+                    move({105, 71});
+                },
+                [&] { view->keyPressed(Qt::Key_Escape, {}); },
+                [&] { press(onSprite); },
+                [&] {
+                    move({105, 71});
+                },
+                [&] { press(onSprite); },
+                [&] {
+                    move({105, 71});
+                },
+                [&] { view->setCaptureMode(); },
+                [&] { press(onSprite); },
+                [&] {
+                    move({101, 71});
+                },
+                [&] { view->setPositioningMode(); },
+                [&] { press(onSprite); },
+                [&] {
+                    move({105, 71});
+                },
+                [&] { view->setDrawContactBoxMode(ContactBoxCode::Attack); },
+                [&] {
+                    press({60, 90});
+                },
+                [&] {
+                    move({70, 99});
+                },
+                [&] { release(Qt::LeftButton); },
+                [&] { release(Qt::RightButton); },
+                [&] { press(onSprite); },
+                [&] {
+                    move({105, 71});
+                },
+                [&] { release(Qt::LeftButton); },
+                [&] {
+                    press({60, 60});
+                },
+                [&] {
+                    move({61, 61});
+                },
+                [&] { release(Qt::LeftButton); },
+                [&] { view->keyPressed(Qt::Key_Left, {}); },
+                [&] { view->keyPressed(Qt::Key_Delete, {}); },
+                [&] {
+                    press({160, 120});
+                },
+                [&] {
+                    move({161, 120});
+                },
+            };
+            for (const auto &step : session) {
+                if (view)
+                    step();
+            }
+            survived = view != nullptr;
+            QCOMPARE(survived, told < last);
+        }
+        QVERIFY2(tellings > 25, qPrintable(QString::number(tellings)));
     }
 
     void survivesCirclesAndExtremes()
