@@ -129,7 +129,7 @@ QTextBlock CodeEditorPrivate::foldOf(QTextBlock block)
 
 void CodeEditorPrivate::reveal(const QTextBlock &block)
 {
-    if (!block.isValid() || block.isVisible())
+    if (block.isVisible()) // as one that is not valid is, too
         return;
     while (!block.isVisible()) {
         const QTextBlock head = foldOf(block);

@@ -266,12 +266,14 @@ void CodeEditorPrivate::paintFolded(QPainter &painter,
 
 void CodeEditor::paintEvent(QPaintEvent *event)
 {
-    if (document()->isEmpty() && !placeholderText().isEmpty()) {
-        QPlainTextEdit::paintEvent(event);
-        return;
-    }
     QPainter painter(viewport());
     d->paintText(painter, event->rect());
+    if (!document()->isEmpty() || !document()->firstBlock().layout()->preeditAreaText().isEmpty())
+        return;
+    const int margin = int(document()->documentMargin());
+    painter.setPen(palette().color(QPalette::PlaceholderText));
+    painter.drawText(viewport()->rect().adjusted(margin, margin, 0, 0),
+                     Qt::AlignTop | Qt::TextSingleLine, placeholderText());
 }
 
 } // namespace Kiln

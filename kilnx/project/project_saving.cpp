@@ -37,8 +37,6 @@ void Project::saveAll(const QString &path, bool backup, QStringList *copied)
 
 void Project::moveTo(Archive &archive)
 {
-    if (m_archive == &archive)
-        return;
     archive.addOwner();
     std::exchange(m_archive, &archive)->removeOwner();
 }

@@ -235,10 +235,6 @@ void Texture::dataFromImage(const QImage &image, ImageData &data)
     data.indexed = image.format() == QImage::Format_Indexed8;
     data.size = image.size();
     data.textureSize = data.size;
-    if (image.isNull()) {
-        data.data.clear();
-        return;
-    }
     if (!anySize)
         data.textureSize = {powerOfTwo(image.width()), powerOfTwo(image.height())};
     const qint64 bytes = byteCount(data.textureSize, data.indexed);

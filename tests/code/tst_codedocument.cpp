@@ -333,8 +333,10 @@ private slots:
         QCOMPARE(document->rowCount(), 2);
         QVERIFY(!document->hasSyntaxHighlight());
 
+        inserted.clear();
         document->setParser(nullptr);
         QCOMPARE(document->rowCount(), 0);
+        QCOMPARE(inserted.count(), 0);
         QCOMPARE(document->next(), nullptr);
         document->insert(QString("\n[c]"));
         QCOMPARE(document->next(), nullptr);
@@ -492,6 +494,7 @@ private slots:
         const auto formats = document->firstBlock().layout()->formats();
         QCOMPARE(formats.size(), 3);
         QCOMPARE(formats.at(0).format.fontWeight(), int(QFont::Bold));
+        QCOMPARE(formats.at(0).format.fontStyleHint(), QFont::Monospace); // where "Courier" is none
         QCOMPARE(formats.at(1).format.foreground().color(), QColor(255, 128, 0));
         QVERIFY(formats.at(2).format.fontItalic());
         QCOMPARE(formats.at(2).format.foreground().color(), QColor(Qt::gray));

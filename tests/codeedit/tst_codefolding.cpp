@@ -148,6 +148,16 @@ private slots:
         QVERIFY(m_editor->textCursor().block().text().contains('z'));
     }
 
+    void jumpsAreRightInAFold()
+    {
+        m_editor->setPlainText("[a]\n" + QString("x\n").repeated(400) + "[b]\n" +
+                               QString("y\n").repeated(100));
+        toggle(0);
+        m_editor->setCurrentLine(150, CodeEditor::TopPlacement);
+        const int top = m_editor->cursorForPosition(QPoint(0, 1)).blockNumber();
+        QVERIFY2(qAbs(top - 150) <= 1, qPrintable(QString::number(top)));
+    }
+
     /// The end of a selection that is folded away goes to the head, the other one stays.
     void selectionsReachOverAFold()
     {

@@ -239,6 +239,12 @@ private slots:
         m_editor->undo(); // one step
         QCOMPARE(m_editor->toPlainText(), text);
         QCOMPARE(m_editor->textCursor().position(), end);
+        m_editor->redo();
+        const QString redone = m_editor->toPlainText();
+        m_editor->moveCursor(QTextCursor::Start);
+        type("q"); // another step
+        m_editor->undo();
+        QCOMPARE(m_editor->toPlainText(), redone);
     }
 
     void keysWithAMeaning()

@@ -37,6 +37,7 @@ public:
 using Document = std::unique_ptr<CodeDocument, Release>;
 
 constexpr unsigned int Quiet = 16;
+enum { Find, ReplaceAll, ReplaceOne };
 
 /// A host that has no place for menus, actions and controls.
 class SparseHost : public TestHost
@@ -787,17 +788,18 @@ private slots:
 
     void hostileExpressions_data()
     {
-        const auto add = columns<QString, bool, bool>("expression", "all", "outOfTime");
+        const auto add = columns<QString, int, bool>("expression", "what", "outOfTime");
         const QString endless("(a*)*(a*)*\\2\\1b");
-        add("one that matches nothing everywhere", "b*", true, false);
-        add("one that never ends", endless, false, false);
-        add("one that never ends, replacing", endless, true, true);
-        add("one too many of them", "a", true, true);
+        add("one that matches nothing everywhere", "b*", ReplaceAll, false);
+        add("one that never ends", endless, Find, true);
+        add("one that never ends, replacing", endless, ReplaceAll, true);
+        add("one that never ends, replacing what is selected", endless, ReplaceOne, true);
+        add("one too many of them", "a", ReplaceAll, true);
     }
 
     void hostileExpressions()
     {
-        const auto [expression, all, outOfTime] = row<QString, bool, bool>();
+        const auto [expression, what, outOfTime] = row<QString, int, bool>();
         const QString text(200000, 'a');
         m_document->fromString(text);
         QElapsedTimer timer;
@@ -805,15 +807,22 @@ private slots:
         // Around the end the same would only be tried once more.
         const unsigned int flags =
             CodeFileEditor::RegularExpression | CodeFileEditor::WrapAround | Quiet;
-        if (all)
-            m_editor->replace(expression, "x", flags, true);
-        else
+        if (what == ReplaceOne) {
+            view()->selectAll();
+            m_host->dialogs().expectBox(QMessageBox::Ok);
+        }
+        if (what == Find)
             QVERIFY(
                 !m_editor->find(static_cast<ProjectFile *>(m_document.get()), expression, flags));
+        else if (what == ReplaceAll)
+            m_editor->replace(expression, "x", flags, true);
+        else
+            m_editor->replace(expression, "x", CodeFileEditor::RegularExpression, false);
         QVERIFY2(timer.elapsed() < 20000, "nobody waits that long");
-        QCOMPARE(m_editor->ranOutOfTime(), expression != "b*");
+        QCOMPARE(m_editor->ranOutOfTime(), outOfTime);
+        QCOMPARE(m_host->dialogs().seen().size(), int(what == ReplaceOne));
         QString expected = text;
-        if (!outOfTime && all)
+        if (!outOfTime)
             expected.replace("a", "xa").append("x");
         QVERIFY(m_document->toString() == expected);
     }

@@ -118,6 +118,15 @@ private slots:
             auto *control = dialog->findChild<QWidget *>("f");
             QVERIFY(control);
             QCOMPARE(QByteArray(control->metaObject()->className()), className);
+            QStringList places;
+            const auto *grid = static_cast<const QGridLayout *>(dialog->layout());
+            const QList<QLabel *> labels = dialog->findChildren<QLabel *>();
+            for (QLabel *label : labels) {
+                int row, column, rows, columns;
+                grid->getItemPosition(grid->indexOf(label), &row, &column, &rows, &columns);
+                places << QString("%1 %2 %3").arg(label->text()).arg(row).arg(column);
+            }
+            QCOMPARE(places, QStringList({"F 0 20", "G 1 0", "H 2 0"}));
             // A list shows what it is told, which is no property of its user's.
             if (auto *list = qobject_cast<QComboBox *>(control))
                 list->setCurrentText(value.toString());
@@ -128,7 +137,8 @@ private slots:
         // A field without a name takes the place of nothing.
         QTEST(SnippetManager::build(m_host->mainWindow(),
                                     snippetOf("<field name='f' title='F' column='99' " + field +
-                                                  "/><field title='G' column='-7'/>",
+                                                  "/><field title='G' column='-7'/>"
+                                                  "<field title='H'/>",
                                               "&lt;@f|@fz>")),
               "code");
     }
@@ -209,7 +219,9 @@ private slots:
         code->setPlainText("a < b\n& c");
         QString shown;
         m_host->dialogs().expectDialog([&](QDialog *preview) {
-            shown = preview->findChild<QPlainTextEdit *>("previewText")->toPlainText();
+            const auto *text = preview->findChild<QPlainTextEdit *>("previewText");
+            shown = text->toPlainText();
+            QCOMPARE(text->accessibleName(), preview->windowTitle());
             preview->reject();
         });
         button("previewBut")->click();

@@ -106,8 +106,18 @@ struct Plain {
         return lastId;
     }
     // As in EmberSprite::setImage().
-    void set(Picture &picture, QImage image, int mode, int id)
+    void set(Picture &picture, QImage image, int mode, int id, bool isReversed = false)
     {
+        if (isReversed && image.depth() == 8) {
+            Colors turned(256, 0xFF000000);
+            for (int i = 0; i < image.colorCount(); ++i)
+                turned[255 - i] = image.color(i);
+            image.setColorTable(turned);
+            for (int i = 0; i < image.width() * image.height(); ++i) {
+                uchar &pixel = image.scanLine(i / image.width())[i % image.width()];
+                pixel = uchar(255 - pixel);
+            }
+        }
         if (mode == Sprite::ForcePalette || (mode == Sprite::ExchangePalette && image.depth() > 8))
             adaptImageToPalette(image, entries(palettes[rowOf(id)].table).constData());
         Colors table = image.colorTable();
@@ -230,8 +240,15 @@ private:
         if (kind < 5 && palette >= 0) {
             const int mode = kind - 1;
             const QImage fresh = image();
-            sprite->setImage(fresh, false, mode, m_palettes.at(unsigned(palette)));
-            plain.set(picture, fresh, mode, id);
+            const bool isReversed = below(3) == 0;
+            sprite->setImage(fresh, isReversed, mode, m_palettes.at(unsigned(palette)));
+            plain.set(picture, fresh, mode, id, isReversed);
+        } else if (kind == 5 && below(2)) {
+            const QImage fresh = image();
+            const bool keeps = fresh.depth() == 8 && picture.palette >= 0;
+            sprite->setImage(fresh);
+            plain.set(picture, fresh, keeps ? Sprite::ExchangePalette : Sprite::ImagePalette,
+                      picture.palette);
         } else if (kind == 5 && palette >= 0 && picture.image.depth() == 8) {
             sprite->setPalette(m_palettes.at(unsigned(palette)));
             picture.palette = id;
@@ -581,6 +598,24 @@ private slots:
         QCOMPARE(sprites->search(QRegularExpression("b")).size(), 1);
         sprites->reset();
         QVERIFY(sprites->isEmpty() && !sprites->isModified() && sprites->fileName().isEmpty());
+    }
+
+    void lossesNeverReachTheFile_data() { addLosses(); }
+
+    void lossesNeverReachTheFile()
+    {
+        const SpritesPointer sprites(new EmberSprites);
+        for (int i = 0; i < 3; ++i) {
+            QImage noise = picture(6, 6, 0, Colors(256, 0xFF000001));
+            for (int at = 0; at < 36; ++at)
+                noise.scanLine(at / 6)[at % 6] = uchar(40 + i + 5 * at);
+            sprites->insert(0, QString::number(i), noise);
+        }
+        const QString name = file("good.gleam");
+        QVERIFY(sprites->toFile(archive, name, false));
+        checkLoss<EmberSprites>(name, [](EmberSprites &damaged) {
+            damaged.at(1)->setImage(QImage(7, 7, QImage::Format_RGB32));
+        });
     }
 
     // Twenty thousand pictures: none is decoded on opening, and one that is shown again and again

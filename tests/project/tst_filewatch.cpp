@@ -133,7 +133,12 @@ private slots:
     {
         writeFile(path("file"), "old");
         const FilePointer file = load(path("file"));
-        m_host->dialogs().expectBox(QMessageBox::No);
+        // A change while the box is open is answered by it.
+        m_host->dialogs().expectDialog([this](QDialog *dialog) {
+            Outside::rewrite(path("file"), "new again");
+            QTest::qWait(100);
+            qobject_cast<QMessageBox *>(dialog)->button(QMessageBox::No)->click();
+        });
         Outside::rewrite(path("file"), "new");
         QTRY_COMPARE(questions(), 1);
         QCOMPARE(file->contents, QByteArray("old"));

@@ -3,7 +3,6 @@
 #include <kilnx/cache/crc64.h>
 #include <kilnx/code/messages.h>
 #include <tests/support/emberlists.h>
-#include <tests/support/fulldisk.h>
 #include <tests/support/modeltester.h>
 #include <tests/support/rows.h>
 
@@ -373,48 +372,14 @@ private slots:
         QVERIFY(EmberPeal::decode(huge, entry.info).isEmpty());
     }
 
-    void lossesNeverReachTheFile_data()
-    {
-        columns<int, int, bool, uint>("roomToLoad", "roomToChange", "cutOff", "limit");
-        constexpr int enough = 1 << 20;
-        constexpr uint noLimit = EmberSounds::largestFile;
-        addRow("no room to load", 0, enough, false, noLimit);
-        addRow("room to load the first sound", 60, enough, false, noLimit);
-        addRow("no room for a change", enough, 1, false, noLimit);
-        addRow("temporary file that lost its bytes", enough, enough, true, noLimit);
-        addRow("more than the numbers can count", enough, enough, false, 100u);
-    }
+    void lossesNeverReachTheFile_data() { addLosses(); }
 
-    // The sounds lie in a temporary file that another one cuts off, or on a disk that is full.
     void lossesNeverReachTheFile()
     {
-        auto [roomToLoad, roomToChange, cutOff, limit] = row<int, int, bool, uint>();
-        const QByteArray good = goodFile();
-        const QString name = file("good.peal");
-        const QByteArray before = qgetenv("TMPDIR");
-        qputenv("TMPDIR", m_directory->path().toLocal8Bit());
-        const SoundsPointer sounds(new EmberSounds(StreamCache::Disk, limit));
-        qputenv("TMPDIR", before);
-        m_host->dialogs().expectBox(QMessageBox::Ok);
-        bool loaded = false;
-        {
-            const FullDisk full(static_cast<rlim_t>(roomToLoad));
-            loaded = sounds->fromFile(archive, name, false);
-        }
-        QCOMPARE(loaded, roomToLoad > 60);
-        if (loaded) {
-            const FullDisk full(static_cast<rlim_t>(roomToChange));
-            sounds->itemAt(1)->setSample(makeSample(1, 8, 50, 3));
-        }
-        const QDir handles(QString("/proc/self/fd"));
-        for (const QFileInfo &handle : handles.entryInfoList(QDir::Files | QDir::System)) {
-            if (cutOff && handle.symLinkTarget().startsWith(m_directory->path()))
-                QVERIFY(QFile::resize(handle.filePath(), 0));
-        }
-        QVERIFY(!loaded || !sounds->toFile(archive, name, false));
-        QCOMPARE(m_host->dialogs().seen().size(), 1);
-        QCOMPARE(sounds->itemCount(), loaded ? 5u : 0u);
-        QVERIFY(readFile(name) == good);
+        goodFile();
+        checkLoss<EmberSounds>(file("good.peal"), [](EmberSounds &sounds) {
+            sounds.itemAt(1)->setSample(makeSample(1, 8, 50, 3));
+        });
     }
 
     void failuresAreTold()

@@ -1,11 +1,16 @@
 #pragma once
 
+#include <ember/emberpack.h>
+#include <kilnx/cache/streamcache.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/project/projectfile.h>
 #include <tests/support/files.h>
+#include <tests/support/fulldisk.h>
 #include <tests/support/release.h>
+#include <tests/support/rows.h>
 #include <tests/support/testhost.h>
 
+#include <functional>
 #include <random>
 
 /// A test of files of Ember that are lists of cached items: each function has a host and a
@@ -66,6 +71,52 @@ protected:
             bytes[from + int(random() % unsigned(bytes.size() - from))] = char(random());
         }
         return bytes;
+    }
+
+    static void addLosses()
+    {
+        columns<int, int, bool, uint>("roomToLoad", "roomToChange", "cutOff", "limit");
+        constexpr int enough = 1 << 20;
+        constexpr uint noLimit = EmberPack::largestFile;
+        addRow("no room to load", 0, enough, false, noLimit);
+        addRow("room to load the first item", 60, enough, false, noLimit);
+        addRow("no room for a change", enough, 1, false, noLimit);
+        addRow("temporary file that lost its bytes", enough, enough, true, noLimit);
+        addRow("more than the numbers can count", enough, enough, false, 100u);
+    }
+    /// The items of the file lie in a temporary file that another one cuts off, or on a disk that
+    /// is full. The user is told, and the file stays as it was.
+    template<class List>
+    void checkLoss(const QString &name, const std::function<void(List &)> &change)
+    {
+        auto [roomToLoad, roomToChange, cutOff, limit] = row<int, int, bool, uint>();
+        const QByteArray good = readFile(name);
+        const QByteArray before = qgetenv("TMPDIR");
+        qputenv("TMPDIR", m_directory->path().toLocal8Bit());
+        const std::unique_ptr<List, Release> list(new List(Kiln::StreamCache::Disk, limit));
+        qputenv("TMPDIR", before);
+        m_host->dialogs().expectBox(QMessageBox::Ok);
+        bool loaded = false;
+        {
+            const FullDisk full(static_cast<rlim_t>(roomToLoad));
+            loaded = list->fromFile(archive, name, false);
+        }
+        QCOMPARE(loaded, roomToLoad > 60);
+        const unsigned int items = list->itemCount();
+        QCOMPARE(items > 1, loaded);
+        if (loaded) {
+            const FullDisk full(static_cast<rlim_t>(roomToChange));
+            change(*list);
+        }
+        const QDir handles(QString("/proc/self/fd"));
+        for (const QFileInfo &handle : handles.entryInfoList(QDir::Files | QDir::System)) {
+            if (cutOff && handle.symLinkTarget().startsWith(m_directory->path()))
+                QVERIFY(QFile::resize(handle.filePath(), 0));
+        }
+        QVERIFY(!loaded || !list->toFile(archive, name, false));
+        QCOMPARE(m_host->dialogs().seen().size(), 1);
+        QCOMPARE(list->itemCount(), items);
+        QVERIFY(readFile(name) == good);
     }
 
     Kiln::FileSystemArchive &archive = Kiln::FileSystemArchive::instance();
