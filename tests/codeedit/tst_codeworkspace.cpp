@@ -802,29 +802,21 @@ private slots:
         const auto [expression, what, outOfTime] = row<QString, int, bool>();
         const QString text(200000, 'a');
         m_document->fromString(text);
-        QElapsedTimer timer;
-        timer.start();
         // Around the end the same would only be tried once more.
         const unsigned int flags =
             CodeFileEditor::RegularExpression | CodeFileEditor::WrapAround | Quiet;
-        if (what == ReplaceOne) {
-            view()->selectAll();
+        const ProjectFile *file = m_document.get();
+        view()->selectAll();
+        if (what == ReplaceOne) // the one that is not quiet
             m_host->dialogs().expectBox(QMessageBox::Ok);
-        }
         if (what == Find)
-            QVERIFY(
-                !m_editor->find(static_cast<ProjectFile *>(m_document.get()), expression, flags));
-        else if (what == ReplaceAll)
-            m_editor->replace(expression, "x", flags, true);
+            QVERIFY(!m_editor->find(file, expression, flags));
         else
-            m_editor->replace(expression, "x", CodeFileEditor::RegularExpression, false);
-        QVERIFY2(timer.elapsed() < 20000, "nobody waits that long");
+            m_editor->replace(expression, "x", what == ReplaceAll ? flags : 1, what == ReplaceAll);
         QCOMPARE(m_editor->ranOutOfTime(), outOfTime);
         QCOMPARE(m_host->dialogs().seen().size(), int(what == ReplaceOne));
-        QString expected = text;
-        if (!outOfTime)
-            expected.replace("a", "xa").append("x");
-        QVERIFY(m_document->toString() == expected);
+        QVERIFY(m_document->toString() ==
+                (outOfTime ? text : QString(text).replace("a", "xa").append("x")));
     }
 
     void strangersAreRefused()
