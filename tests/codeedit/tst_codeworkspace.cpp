@@ -802,7 +802,6 @@ private slots:
         const auto [expression, what, outOfTime] = row<QString, int, bool>();
         const QString text(200000, 'a');
         m_document->fromString(text);
-        // Around the end the same would only be tried once more.
         const unsigned int flags =
             CodeFileEditor::RegularExpression | CodeFileEditor::WrapAround | Quiet;
         const ProjectFile *file = m_document.get();
