@@ -46,18 +46,10 @@ QImage painted(const QImage &picture, Kiln::GraphicsRenderer::OnionEffect effect
     return image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
 }
 
-/// Turns the area of a picture, in pixels of the view, whose y grows downwards.
-QMatrix4x4 turned(const QRect &area, const Viewport::Turn &turn, const Kiln::ImageInfo &info)
+QTransform transformOf(const QRect &area, const Viewport::Turn &turn, const Kiln::Sprite &sprite)
 {
-    QMatrix4x4 matrix;
-    if (turn.angle == 0 || info.width == 0 || info.height == 0)
-        return matrix;
-    const QPointF pivot(area.x() + turn.pivot.x() * area.width() / info.width,
-                        area.y() + turn.pivot.y() * area.height() / info.height);
-    matrix.translate(float(pivot.x()), float(pivot.y()));
-    matrix.rotate(-float(std::remainder(turn.angle, 360)), 0, 0, 1);
-    matrix.translate(-float(pivot.x()), -float(pivot.y()));
-    return matrix;
+    const Kiln::ImageInfo info = sprite.imageInfo();
+    return turn.transform(area, {int(info.width), int(info.height)});
 }
 
 } // namespace
@@ -81,16 +73,6 @@ void Viewport::setOnionSkinShape(unsigned char flip, QPointF scale, const Turn &
     GraphicsRenderer::update();
 }
 
-Viewport::Turn Viewport::turnOf(int index) const
-{
-    Kiln::SpriteProvider *provider = spriteProvider();
-    const double angle =
-        provider ? provider->property(unsigned(index), Kiln::SpriteProvider::Angle).toDouble() : 0;
-    if (angle == 0 || !std::isfinite(angle))
-        return {};
-    return {angle, provider->property(unsigned(index), Kiln::SpriteProvider::Pivot).toPointF()};
-}
-
 QSize Viewport::onionSize(QSize size) const
 {
     const auto scaled = [](int length, double scale) {
@@ -109,7 +91,7 @@ void Viewport::paintSprite(QPainter &painter,
                            Kiln::Sprite *sprite,
                            int index)
 {
-    paint(painter, {anchor + offset, size}, turnOf(index), opacity, flip, sprite, OnionNormal);
+    paint(painter, {anchor + offset, size}, spriteTurn(index), opacity, flip, sprite, OnionNormal);
 }
 
 void Viewport::paintOnionSprite(QPainter &painter,
@@ -132,7 +114,7 @@ void Viewport::drawSprite(QPoint anchor,
                           Kiln::Sprite *sprite,
                           int index)
 {
-    draw({anchor + offset, size}, turnOf(index), opacity, flip, sprite, OnionNormal);
+    draw({anchor + offset, size}, spriteTurn(index), opacity, flip, sprite, OnionNormal);
 }
 
 void Viewport::drawOnionSprite(const Kiln::Sprite *sprite,
@@ -171,7 +153,7 @@ void Viewport::paint(QPainter &painter,
         painter.drawImage(area, image);
     } else {
         const QTransform unturned = painter.transform();
-        painter.setTransform(turned(area, turn, sprite->imageInfo()).toTransform(), true);
+        painter.setTransform(transformOf(area, turn, *sprite), true);
         painter.drawImage(area, image);
         painter.setTransform(unturned);
     }
@@ -193,7 +175,7 @@ void Viewport::draw(const QRect &area,
     const Kiln::Palette *palette = isIndexed ? sprite->palette() : nullptr;
     if (isIndexed && !palette)
         return;
-    QMatrix4x4 matrix = turned(area, turn, sprite->imageInfo());
+    QMatrix4x4 matrix(transformOf(area, turn, *sprite));
     matrix.translate(float(area.x()), float(area.y()));
     matrix.scale(float(area.width()), float(area.height()));
     glSetBlend(true);

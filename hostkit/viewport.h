@@ -25,13 +25,6 @@ public:
     explicit Viewport(QObject *parent = nullptr);
     ~Viewport() override;
 
-    /// A turn by degrees, counter-clockwise, about a point in pixels of the mirrored picture. That
-    /// of a sprite is its provider's SpriteProvider::Angle and SpriteProvider::Pivot.
-    struct Turn {
-        double angle = 0;
-        QPointF pivot;
-    };
-
     /// How the sprite of the onion skin is mirrored (bit 0 horizontally, bit 1 vertically), scaled,
     /// by factors of its size, and turned; its offset stays.
     void setOnionSkinShape(unsigned char flip, QPointF scale, const Turn &turn);
@@ -70,7 +63,6 @@ public:
 
 private:
     QSize onionSize(QSize size) const;
-    Turn turnOf(int index) const;
     void paint(QPainter &painter,
                const QRect &area,
                const Turn &turn,

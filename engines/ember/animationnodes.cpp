@@ -139,6 +139,11 @@ void EmberBox::setRect(const QRect &rect)
         rewrite(this, lineOf(this).withSubject(boxText(wanted)));
 }
 
+void EmberBox::setBoxType(BoxType type)
+{
+    setName(boxWord(type));
+}
+
 QString EmberBox::name() const
 {
     return boxWord(m_type);

@@ -17,6 +17,7 @@ public:
     BoxType boxType() const override { return m_type; }
     QRect rect() const override { return m_rect; }
     void setRect(const QRect &rect) override;
+    void setBoxType(BoxType type) override;
 
     /// "strike" or "body".
     QString name() const override;

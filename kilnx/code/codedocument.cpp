@@ -67,6 +67,28 @@ void CodeDocument::endChange()
     const QSet<CodeNode *> changed = std::exchange(d->changedInBracket, {});
     for (CodeNode *child : changed)
         childChanged(child);
+    d->revisionBehind = revision();
+}
+
+void CodeDocument::continueChange()
+{
+    // An edit block without an edit cannot be opened again: that would open the one before it.
+    if (d->changeDepth > 0 || revision() != d->revisionBehind ||
+        availableUndoSteps() == d->undoStepsBefore) {
+        beginChange();
+        return;
+    }
+    d->cursor.joinPreviousEditBlock();
+    ++d->changeDepth;
+}
+
+void CodeDocument::dropChange()
+{
+    if (d->changeDepth > 0 || revision() != d->revisionBehind ||
+        availableUndoSteps() == d->undoStepsBefore)
+        return;
+    undo();
+    clearUndoRedoStacks(RedoStack);
 }
 
 bool CodeDocument::isCodeBeingChanged() const

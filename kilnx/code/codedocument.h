@@ -92,6 +92,13 @@ public:
     /// through this class are parsed at once all the same.
     void beginChange() override;
     void endChange() override;
+    /// Opens a bracket that belongs to the step of undo of the one before, for long work that lets
+    /// events through between its brackets. Where the text has become another one since, it is a
+    /// step of its own.
+    void continueChange();
+    /// Takes back what the last bracket, and those that it continued, have written, with nothing to
+    /// redo. Nothing where the text has become another one since.
+    void dropChange();
     bool isCodeBeingChanged() const;
     /// Within a bracket of changes and without "parseCode", parses what the bracket has edited so
     /// far, for callers that go on with rows and nodes. Undo still takes the bracket back in one

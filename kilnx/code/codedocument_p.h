@@ -129,6 +129,8 @@ public:
     quint16 changeDepth = 0;
     /// QTextDocument::availableUndoSteps() when the outermost bracket opened.
     int undoStepsBefore = 0;
+    /// QTextDocument::revision() when it closed.
+    int revisionBehind = -1;
     quint16 updateLock = 0;
     int messageCounts[3] = {0, 0, 0};
     QVector<CodeBlockData::SyntaxMessage> pendingMessages;

@@ -32,6 +32,9 @@ public:
     /// Writes the box's line; the object stays. A rectangle from right to left or from bottom to
     /// top is normalized first. Does nothing if the rectangle is the one that the box has.
     virtual void setRect(const QRect &rect) = 0;
+    /// Writes the box's line as one of another kind, which stays where it is, with its comment. It
+    /// may destroy this box, but none of the frame's others. Does nothing for the kind that it has.
+    virtual void setBoxType(BoxType type) = 0;
 };
 
 /// The boxes of one kind of one frame, in the order of their lines.

@@ -6,9 +6,11 @@
 #include <kilnx/editors/animationeditor_p.h>
 #include <kilnx/editors/organizer.h>
 #include <kilnx/project/interface.h>
+#include <kilnx/project/progress.h>
 #include <kilnx/project/project.h>
 #include <kilnx/render/graphicsworkspace.h>
 
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QScopedValueRollback>
 #include <QtGui/QTextBlock>
 #include <QtWidgets/QAction>
@@ -282,23 +284,77 @@ void AnimationEditorPrivate::contentsModified()
     Q_EMIT editor->modified();
 }
 
-void AnimationEditorPrivate::write(const std::function<void()> &edit)
+void AnimationEditorPrivate::write(const std::function<void()> &edit, bool goesOn)
 {
     if (!list)
         return;
     const QPointer<AnimationEditorPrivate> self(this);
-    beginWrite();
+    beginWrite(goesOn);
     edit();
     if (self)
         endWrite();
 }
 
-void AnimationEditorPrivate::beginWrite()
+bool AnimationEditorPrivate::writeEach(int count,
+                                       const QString &told,
+                                       const std::function<void(int)> &edit)
+{
+    if (!list || working)
+        return false;
+    const QPointer<AnimationEditorPrivate> self(this);
+    const QPointer<Animations> file(list);
+    int revision = textOf(document())->revision();
+    const auto isSame = [&] {
+        return self && file && list == file && textOf(document())->revision() == revision;
+    };
+    bool cancelled = false;
+    int next = 0;
+    working = true;
+    Progress *progress = interface->progress(told, true);
+    progress->setProgress(0, unsigned(count), &cancelled);
+    while (next < count && !cancelled && isSame()) {
+        next = writeSlice(next, count, edit);
+        if (self && list)
+            revision = textOf(document())->revision();
+        progress->setProgress(unsigned(next), 0, &cancelled);
+    }
+    progress->finish();
+    if (self)
+        working = false;
+    if (!isSame())
+        return false;
+    if (cancelled && next > 0)
+        document()->dropChange();
+    return !cancelled;
+}
+
+/// As many as a twentieth of a second allows, and not so many that their reparse lasts longer. The
+/// first that is left.
+int AnimationEditorPrivate::writeSlice(int first, int count, const std::function<void(int)> &edit)
+{
+    constexpr qint64 mostMs = 50;
+    constexpr int most = 256;
+    QElapsedTimer clock;
+    clock.start();
+    int next = first;
+    write(
+        [&] {
+            do
+                edit(next);
+            while (++next < qMin(count, first + most) && clock.elapsed() < mostMs);
+        },
+        first > 0);
+    return next;
+}
+
+void AnimationEditorPrivate::beginWrite(bool goesOn)
 {
     fields.beginProgramChange();
     if (++writing == 1)
         written = list;
-    if (written)
+    if (written && goesOn)
+        written->document()->continueChange();
+    else if (written)
         written->beginChange();
 }
 
@@ -478,6 +534,8 @@ void AnimationEditor::activate()
     d->showAll();
     d->tellCursor();
     d->tellRenderer();
+    if (d->axisDialog)
+        d->axisDialog->show();
     if (d->view)
         d->view->setFocus(Qt::OtherFocusReason);
 }
@@ -485,6 +543,8 @@ void AnimationEditor::activate()
 void AnimationEditor::deactivate()
 {
     d->stop();
+    if (d->axisDialog)
+        d->axisDialog->hide();
     if (TimeLineWidget *strip = d->graphics->timeLine())
         strip->clearTimeLines();
     d->renderer->setPositioningMode();

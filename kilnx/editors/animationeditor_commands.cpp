@@ -6,10 +6,10 @@
 #include <kilnx/editors/animationeditor_p.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/project/interface.h>
-#include <kilnx/project/translator.h>
 
 #include <QtWidgets/QInputDialog>
 
+#include <algorithm>
 #include <climits>
 
 namespace Kiln
@@ -37,34 +37,6 @@ void setBoxes(const FrameCode *frame, const Boxes &attack, const Boxes &collisio
     setRects(frame->collisionBoxes(), collision);
 }
 
-/// The indexes of boxes, which hold until the first of them is taken out.
-QVector<unsigned int> placesOf(const ContactBoxesCode *boxes, const QList<ContactBoxCode *> &chosen)
-{
-    QVector<unsigned int> places;
-    for (unsigned int i = 0; boxes && i < boxes->count(); ++i) {
-        if (chosen.contains(boxes->at(i)))
-            places.append(i);
-    }
-    return places;
-}
-
-/// Takes boxes out, the last one first. Their rectangles, the first one first.
-Boxes takeOut(ContactBoxesCode *boxes, const QVector<unsigned int> &places)
-{
-    Boxes taken;
-    for (auto place = places.crbegin(); place != places.crend(); ++place) {
-        taken.prepend(boxes->at(*place)->rect());
-        boxes->remove(boxes->at(*place));
-    }
-    return taken;
-}
-
-void addAll(ContactBoxesCode *boxes, const Boxes &rects)
-{
-    for (const QRect &rect : rects)
-        boxes->add(rect);
-}
-
 } // namespace
 
 // --- Animations
@@ -74,8 +46,8 @@ void AnimationEditorPrivate::editCode(bool on)
     editor->setEditCodeMode(on, nullptr);
 }
 
-/// The text of the animation in a dialog. What another program or a tool has changed meanwhile is
-/// not written over.
+/// The text of the animation in a dialog. Where another program or a tool has changed it meanwhile,
+/// the user is asked, and what is typed stays until it is written or given up.
 void AnimationEditorPrivate::editAnimCode()
 {
     if (!animation())
@@ -85,25 +57,29 @@ void AnimationEditorPrivate::editAnimCode()
     codeDialog = new AnimCodeDlg(window(), animation()->code(), code->editor()->font());
     const QPointer<AnimCodeDlg> dialog = codeDialog;
     dialog->restoreGeometry(interface->option(key, QVariant()).toByteArray());
-    const bool accepted = dialog->exec() == QDialog::Accepted;
+    bool isAgreed = false;
+    while (!isAgreed && dialog && dialog->exec() == QDialog::Accepted)
+        isAgreed = !dialog || dialog->isCurrent() || !still.isSameFile() || mayReplaceCode();
     if (!dialog)
         return;
-    const bool isCurrent = dialog->isCurrent();
     const QString typed = dialog->code();
     interface->setOption(key, dialog->saveGeometry());
     delete dialog;
-    if (!accepted || !still.isSo())
+    if (!isAgreed || !still.isSameFile() || !animation())
         return;
-    if (!isCurrent) {
-        showWarning(
-            window(), KilnTranslator::instance()->text(51),
-            AnimationEditor::tr("The animation has changed meanwhile. Nothing is written!"));
-        return;
-    }
     QString before = animation()->code();
     before.replace(QChar::ParagraphSeparator, QLatin1Char('\n'));
     if (typed.trimmed() != before)
         write([this, &typed] { animation()->setCode(typed); });
+}
+
+bool AnimationEditorPrivate::mayReplaceCode() const
+{
+    return !animation() ||
+           askQuestion(window(), text(51),
+                       AnimationEditor::tr("The animation '%1' has changed meanwhile. Do you want "
+                                           "to write what you have typed over it?")
+                           .arg(animation()->name()));
 }
 
 void AnimationEditorPrivate::add()
@@ -163,15 +139,16 @@ void AnimationEditorPrivate::optimize()
     if (!list)
         return;
     int lines = 0;
-    write([&] {
+    const bool isDone = writeEach(int(list->count()), text(69), [&](int i) {
         // An animation that goes would take the others along.
-        for (unsigned int i = 0; list && i < list->count(); ++i)
-            lines += list->at(i)->optimize();
+        if (AnimationCode *each = list->at(unsigned(i)))
+            lines += each->optimize();
     });
-    showInformation(
-        window(), AnimationEditor::tr("Optimize done!"),
-        AnimationEditor::tr("Code clean, and %1 line(s) were removed in the optimization!")
-            .arg(lines));
+    if (isDone)
+        showInformation(
+            window(), AnimationEditor::tr("Optimize done!"),
+            AnimationEditor::tr("Code clean, and %1 line(s) were removed in the optimization!")
+                .arg(lines));
 }
 
 // --- Frames
@@ -179,12 +156,13 @@ void AnimationEditorPrivate::optimize()
 /// Frames of these sprites, which are otherwise as the one before them, in one step of undo.
 void AnimationEditorPrivate::insertFrames(int at, const QStringList &sprites)
 {
-    write([this, at, &sprites] {
-        int row = at;
-        for (const QString &sprite : sprites)
-            animation()->insertFrame(unsigned(row++), sprite);
+    const int of = row.row();
+    const bool isDone = writeEach(sprites.size(), text(59), [&](int i) {
+        if (AnimationCode *shown = list->at(unsigned(of)))
+            shown->insertFrame(unsigned(at + i), sprites[i]);
     });
-    select(lastRow, at, true);
+    if (isDone)
+        select(of, at, true);
 }
 
 /// Behind the current frame, with its sprite; the first shows the file's current sprite.
@@ -213,37 +191,69 @@ void AnimationEditorPrivate::frameDel()
         write([this] { animation()->removeFrame(unsigned(frameRow)); });
 }
 
+AnimationEditorPrivate::Frames AnimationEditorPrivate::framesOf(int of, int first) const
+{
+    Frames found;
+    const AnimationCode *animation = list->at(unsigned(of));
+    for (int i = first; i < int(animation->frameCount()); ++i)
+        found.append({of, i});
+    return found;
+}
+
+AnimationEditorPrivate::Frames AnimationEditorPrivate::allFrames() const
+{
+    Frames found;
+    for (int of = 0; of < int(list->count()); ++of)
+        found += framesOf(of, 0);
+    return found;
+}
+
+FrameCode *AnimationEditorPrivate::frameIn(const QPair<int, int> &place) const
+{
+    const AnimationCode *of = list->at(unsigned(place.first));
+    return of ? of->frameAt(unsigned(place.second)) : nullptr;
+}
+
+void AnimationEditorPrivate::writeFrames(const Frames &frames,
+                                         const QString &told,
+                                         const std::function<void(FrameCode *)> &edit)
+{
+    writeEach(frames.size(), told, [&](int i) {
+        if (FrameCode *each = frameIn(frames[i]))
+            edit(each);
+    });
+}
+
 /// Gives the frames behind the current one what that one has.
 void AnimationEditorPrivate::toFollowing(
+    int textId,
     const std::function<void(FrameCode *first, FrameCode *next)> &apply)
 {
     if (!frame())
         return;
-    write([&] {
-        const AnimationCode *shown = animation();
-        for (unsigned int i = unsigned(frameRow) + 1; i < shown->frameCount(); ++i)
-            apply(frame(), shown->frameAt(i));
-    });
+    const QPair<int, int> first(row.row(), frameRow);
+    writeFrames(framesOf(first.first, first.second + 1), text(textId),
+                [&](FrameCode *next) { apply(frameIn(first), next); });
 }
 
 void AnimationEditorPrivate::frameAllOffset()
 {
-    toFollowing([](FrameCode *first, FrameCode *next) { next->setOffset(first->offset()); });
+    toFollowing(75, [](FrameCode *first, FrameCode *next) { next->setOffset(first->offset()); });
 }
 
 void AnimationEditorPrivate::frameAllTime()
 {
-    toFollowing([](FrameCode *first, FrameCode *next) { next->setDelay(first->delay()); });
+    toFollowing(73, [](FrameCode *first, FrameCode *next) { next->setDelay(first->delay()); });
 }
 
 void AnimationEditorPrivate::frameAllFlip()
 {
-    toFollowing([](FrameCode *first, FrameCode *next) { next->setFlip(first->flip()); });
+    toFollowing(74, [](FrameCode *first, FrameCode *next) { next->setFlip(first->flip()); });
 }
 
 void AnimationEditorPrivate::frameAllScale()
 {
-    toFollowing([](FrameCode *first, FrameCode *next) { next->setScale(first->scale()); });
+    toFollowing(76, [](FrameCode *first, FrameCode *next) { next->setScale(first->scale()); });
 }
 
 void AnimationEditorPrivate::frameAlign()
@@ -266,18 +276,14 @@ void AnimationEditorPrivate::frameAlign()
         }
     };
     const AnimAlign::Range range = dialog.range();
-    write([&] {
-        const bool everywhere = range == AnimAlign::AllAnimations;
-        const bool fromStart = everywhere || range == AnimAlign::WholeAnimation;
-        for (int at = everywhere ? 0 : row.row();
-             at < (everywhere ? int(list->count()) : row.row() + 1); ++at) {
-            const AnimationCode *each = list->at(unsigned(at));
-            const unsigned int end =
-                range == AnimAlign::ThisFrame ? unsigned(frameRow) + 1 : each->frameCount();
-            for (unsigned int i = fromStart ? 0 : unsigned(frameRow); i < end; ++i)
-                align(each->frameAt(i));
-        }
-    });
+    Frames frames;
+    if (range == AnimAlign::ThisFrame)
+        frames = {{row.row(), frameRow}};
+    else if (range == AnimAlign::AllAnimations)
+        frames = allFrames();
+    else
+        frames = framesOf(row.row(), range == AnimAlign::FromHere ? frameRow : 0);
+    writeFrames(frames, text(77), align);
 }
 
 void AnimationEditorPrivate::moveAxis(QPoint step)
@@ -347,13 +353,9 @@ void AnimationEditorPrivate::boxDelAll()
 
 void AnimationEditorPrivate::boxDelAllAnim()
 {
-    if (!frame())
-        return;
-    write([this] {
-        const AnimationCode *shown = animation();
-        for (unsigned int i = 0; i < shown->frameCount(); ++i)
-            setBoxes(shown->frameAt(i), {}, {});
-    });
+    if (frame())
+        writeFrames(framesOf(row.row(), 0), text(65),
+                    [](FrameCode *each) { setBoxes(each, {}, {}); });
 }
 
 void AnimationEditorPrivate::boxSwType()
@@ -362,13 +364,16 @@ void AnimationEditorPrivate::boxSwType()
     if (!frame() || isPlaying() || chosen.isEmpty())
         return;
     write([this, &chosen] {
-        const FrameCode *shown = frame();
-        const QVector<unsigned int> attack = placesOf(shown->attackBoxes(), chosen);
-        const QVector<unsigned int> collision = placesOf(shown->collisionBoxes(), chosen);
-        const Boxes toBody = takeOut(shown->attackBoxes(), attack);
-        const Boxes toStrike = takeOut(shown->collisionBoxes(), collision);
-        addAll(shown->attackBoxes(), toStrike);
-        addAll(shown->collisionBoxes(), toBody);
+        QVector<ContactBoxCode *> ofFrame;
+        for (const ContactBoxesCode *boxes : {frame()->attackBoxes(), frame()->collisionBoxes()}) {
+            for (unsigned int i = 0; i < boxes->count(); ++i) {
+                if (chosen.contains(boxes->at(i)))
+                    ofFrame.append(boxes->at(i));
+            }
+        }
+        for (ContactBoxCode *box : qAsConst(ofFrame))
+            box->setBoxType(box->boxType() & ContactBoxCode::Attack ? ContactBoxCode::Collision
+                                                                    : ContactBoxCode::Attack);
     });
 }
 
@@ -394,18 +399,15 @@ void AnimationEditorPrivate::boxAllInst()
                          "replaced.")) ||
         !still.isSo() || !frame())
         return;
-    write([this] {
-        const QString sprite = frame()->identifier();
-        const Boxes attack = rectsOf(frame()->attackBoxes());
-        const Boxes collision = rectsOf(frame()->collisionBoxes());
-        for (unsigned int at = 0; at < list->count(); ++at) {
-            const AnimationCode *each = list->at(at);
-            for (unsigned int i = 0; i < each->frameCount(); ++i) {
-                if (each->frameAt(i)->identifier() == sprite)
-                    setBoxes(each->frameAt(i), attack, collision);
-            }
-        }
-    });
+    const QString sprite = frame()->identifier();
+    const Boxes attack = rectsOf(frame()->attackBoxes());
+    const Boxes collision = rectsOf(frame()->collisionBoxes());
+    Frames same = allFrames();
+    const auto isOther = [&](const QPair<int, int> &place) {
+        return frameIn(place)->identifier() != sprite;
+    };
+    same.erase(std::remove_if(same.begin(), same.end(), isOther), same.end());
+    writeFrames(same, text(68), [&](FrameCode *each) { setBoxes(each, attack, collision); });
 }
 
 } // namespace Kiln

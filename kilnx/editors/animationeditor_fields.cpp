@@ -130,15 +130,10 @@ const EditorField editorFields[] = {
     {"anim_place_lb", Text, 0, nullptr, "2setPlaceText(QString)", nullptr},
 };
 
-QString text(int id)
-{
-    return KilnTranslator::instance()->text(id);
-}
-
 /// The name of a field without the colon of its label.
 QString nameOf(const EditorField &field)
 {
-    return text(field.textId).remove(QLatin1Char(':'));
+    return AnimationEditorPrivate::text(field.textId).remove(QLatin1Char(':'));
 }
 
 QString placeText(int index, int count)
@@ -261,6 +256,11 @@ void AnimationEditorPrivate::declareFields()
     }
 }
 
+QString AnimationEditorPrivate::text(int id)
+{
+    return KilnTranslator::instance()->text(id);
+}
+
 void AnimationEditorPrivate::setTexts()
 {
     frameMenu->setTitle(AnimationEditor::tr("Frame"));
@@ -327,6 +327,7 @@ void AnimationEditorPrivate::tellPosition()
     Q_EMIT setSelPos(shown ? row.row() : 0);
     Q_EMIT setFrameSelPos(frameRow);
     fields.endProgramChange();
+    tellOrganizer();
     Q_EMIT setPosText(placeText(shown ? row.row() : 0, list ? int(list->count()) : 0));
     Q_EMIT setFramePosText(placeText(frameRow, frames));
 }
@@ -429,8 +430,20 @@ void AnimationEditorPrivate::showPanels(bool shown)
     if (!panel)
         return;
     panel->setObject(shown ? list.data() : nullptr);
+    organizerRow = QPersistentModelIndex();
     connect(panel, &OrganizerEditor::itemClicked, this, &AnimationEditorPrivate::organizerClicked,
             Qt::UniqueConnection);
+    tellOrganizer();
+}
+
+/// When another animation is shown: what the user has selected to move stays so meanwhile.
+void AnimationEditorPrivate::tellOrganizer()
+{
+    OrganizerEditor *panel = organizer();
+    if (!panel || !list || panel->object() != list || organizerRow == row)
+        return;
+    organizerRow = row;
+    panel->setCurrentRow(row.row());
 }
 
 void AnimationEditorPrivate::organizerClicked(int clicked)

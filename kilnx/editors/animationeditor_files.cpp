@@ -13,7 +13,6 @@
 #include <kilnx/project/paths.h>
 #include <kilnx/project/progress.h>
 #include <kilnx/project/project.h>
-#include <kilnx/project/translator.h>
 
 #include <QtCore/QBuffer>
 #include <QtCore/QDir>
@@ -73,12 +72,15 @@ QImage withClearColor(const QImage &picture)
     return changed;
 }
 
-/// A clear pixel in the colours of the other pictures, where the first of them is.
+/// A clear pixel in the colours of the other pictures, where the first of them is; null when there
+/// is none.
 AnimImageFrame clearFrame(const QVector<AnimImageFrame> &frames)
 {
     const auto seen = std::find_if(frames.cbegin(), frames.cend(), [](const AnimImageFrame &frame) {
         return !frame.image.isNull();
     });
+    if (seen == frames.cend())
+        return {};
     const auto indexed =
         std::find_if(frames.cbegin(), frames.cend(), [](const AnimImageFrame &frame) {
             return frame.image.format() == QImage::Format_Indexed8;
@@ -185,18 +187,19 @@ AnimImageFrame AnimationEditorPrivate::pictureOf(FrameCode *shown) const
 }
 
 /// The frames that are seen, up to one that stays. Those without a picture are clear pixels, so
-/// that their time passes.
-QVector<AnimImageFrame> AnimationEditorPrivate::pictures() const
+/// that their time passes. Empty when none has one, and when `step` has ended the work.
+QVector<AnimImageFrame> AnimationEditorPrivate::pictures(const std::function<bool()> &step) const
 {
     QVector<AnimImageFrame> found;
-    bool anySeen = false;
-    for (const int at : startRows) {
+    const QVector<int> rows = startRows;
+    for (const int at : rows) {
         found.append(pictureOf(animation()->frameAt(unsigned(at))));
-        anySeen = anySeen || !found.last().image.isNull();
+        if (!step())
+            return {};
     }
-    if (!anySeen)
-        return {};
     const AnimImageFrame clear = clearFrame(found);
+    if (clear.image.isNull())
+        return {};
     for (AnimImageFrame &picture : found) {
         if (!picture.image.isNull())
             continue;
@@ -207,6 +210,14 @@ QVector<AnimImageFrame> AnimationEditorPrivate::pictures() const
     return found;
 }
 
+/// Whether there is a frame with a picture.
+bool AnimationEditorPrivate::isAnySeen() const
+{
+    return std::any_of(startRows.cbegin(), startRows.cend(), [this](int at) {
+        return !pictureOf(animation()->frameAt(unsigned(at))).image.isNull();
+    });
+}
+
 void AnimationEditorPrivate::saveGIF()
 {
     if (!animation() || working)
@@ -215,7 +226,7 @@ void AnimationEditorPrivate::saveGIF()
     const QString title = AnimationEditor::tr("Save as animated GIF");
     readTicks();
     const bool fits = picturesFit();
-    if (!fits || pictures().isEmpty()) {
+    if (!fits || !isAnySeen()) {
         showWarning(window(), title,
                     fits ? AnimationEditor::tr("You can't save an empty animation as GIF.")
                          : AnimationEditor::tr("The frames are too large for a GIF."));
@@ -228,15 +239,45 @@ void AnimationEditorPrivate::saveGIF()
         return;
     keepOption("gif_path", QFileInfo(path).absolutePath());
     readTicks();
-    const QVector<AnimImageFrame> frames = pictures();
-    QBuffer encoded;
-    encoded.open(QIODevice::WriteOnly);
+    QByteArray encoded;
+    if (!encode(&encoded))
+        return;
     QSaveFile file(path);
-    if (!Kiln::saveGIF(&encoded, frames, haveOnePalette(frames), !endsBehindLastFrame()) ||
-        !file.open(QIODevice::WriteOnly) || !writeAll(&file, encoded.data()) || !file.commit())
+    if (encoded.isEmpty() || !file.open(QIODevice::WriteOnly) || !writeAll(&file, encoded) ||
+        !file.commit())
         showWarning(window(), title,
                     AnimationEditor::tr("The file '%1' could not be written!")
                         .arg(QDir::toNativeSeparators(path)));
+}
+
+/// The animation as the bytes of a GIF, none for what no GIF can hold. False when the user has
+/// cancelled, or another place is shown.
+bool AnimationEditorPrivate::encode(QByteArray *bytes)
+{
+    const Still still(this);
+    const QPointer<AnimationEditorPrivate> self(this);
+    const bool loops = !endsBehindLastFrame();
+    bool cancelled = false;
+    unsigned int done = 0;
+    working = true;
+    Progress *progress = interface->progress(text(52), true);
+    progress->setProgress(0, unsigned(startRows.size()) * (1 + GifStepsOfFrame), &cancelled);
+    const auto step = [&] {
+        progress->setProgress(++done, 0, &cancelled);
+        return !cancelled && still.isSo();
+    };
+    QBuffer device(bytes);
+    device.open(QIODevice::WriteOnly);
+    if (!cancelled && still.isSo()) {
+        const QVector<AnimImageFrame> frames = pictures(step);
+        if (!cancelled && still.isSo() &&
+            !Kiln::saveGIF(&device, frames, haveOnePalette(frames), loops, step))
+            bytes->clear();
+    }
+    progress->finish();
+    if (self)
+        working = false;
+    return !cancelled && still.isSo();
 }
 
 // --- Files of animations
@@ -249,7 +290,7 @@ QString AnimationEditorPrivate::fileFilter(QString *suffix) const
         engine ? engine->singleFileFilters().value(int(Project::FileID::Animations)) : QString();
     if (suffix)
         *suffix = pattern.section(QLatin1Char(' '), 0, 0).mid(1);
-    return QStringLiteral("%1 (%2)").arg(KilnTranslator::instance()->text(46), pattern);
+    return QStringLiteral("%1 (%2)").arg(text(46), pattern);
 }
 
 QList<int> AnimationEditorPrivate::pickRows(const QString &title, Animations *from, int current)
@@ -347,7 +388,7 @@ void AnimationEditorPrivate::importFrom()
     }
     const int added = takeIn(items, ConflictPolicy::Ask);
     if (added >= 0)
-        tellImported(added, KilnTranslator::instance()->text(71));
+        tellImported(added, text(71));
 }
 
 void AnimationEditorPrivate::projImport()
@@ -387,7 +428,7 @@ void AnimationEditorPrivate::projImport()
     }
     const int added = takeIn(items, options.policy);
     if (added >= 0)
-        tellImported(added, KilnTranslator::instance()->text(72));
+        tellImported(added, text(72));
 }
 
 /// All questions first, then one change, behind the current animation. How many are new; -1 when
@@ -395,7 +436,6 @@ void AnimationEditorPrivate::projImport()
 int AnimationEditorPrivate::takeIn(const QVector<Incoming> &offered, ConflictPolicy policy)
 {
     const Still still(this);
-    const QPointer<AnimationEditorPrivate> self(this);
     const int first = row.isValid() ? row.row() + 1 : 0;
     ImportPlan plan(
         window(), *list, first, policy,
@@ -406,41 +446,23 @@ int AnimationEditorPrivate::takeIn(const QVector<Incoming> &offered, ConflictPol
         if (!still.isSo())
             return -1;
     }
-    Progress *progress = interface->progress(AnimationEditor::tr("Importing animations..."), true);
-    bool cancelled = false;
-    working = true;
-    progress->setProgress(0, unsigned(plan.steps().size()), &cancelled);
-    if (!still.isSo() || cancelled) {
-        progress->finish();
-        if (self)
-            working = false;
-        return -1;
-    }
+    // What is replaced keeps its row, and the new ones come last.
+    QVector<QPair<int, Incoming>> rows;
+    for (const ImportPlan::Step &step : plan.steps())
+        rows.append({step.replaced.row(), {offered[step.item].code, step.name}});
+    std::stable_partition(rows.begin(), rows.end(),
+                          [](const QPair<int, Incoming> &each) { return each.first >= 0; });
+    const QString anyName = list->freeIdentifier(); // until the code comes, which has its own
     int added = 0;
-    write([&] {
-        // What is replaced keeps its row, and the new ones come last.
-        QVector<QPair<int, Incoming>> rows;
-        for (const ImportPlan::Step &step : plan.steps())
-            rows.append({step.replaced.row(), {offered[step.item].code, step.name}});
-        for (const auto &each : qAsConst(rows)) {
-            if (each.first >= 0)
-                put(list->at(unsigned(each.first)), each.second);
-        }
-        for (const auto &each : qAsConst(rows)) {
-            if (each.first >= 0)
-                continue;
-            put(list->insert(unsigned(first + added), list->freeIdentifier()), each.second);
-            ++added;
-        }
-    });
-    progress->setProgress(unsigned(plan.steps().size()), 0, &cancelled);
-    progress->finish();
-    if (!self)
-        return -1;
-    working = false;
-    if (added > 0 && still.isSameFile())
+    const bool isDone =
+        writeEach(rows.size(), AnimationEditor::tr("Importing animations..."), [&](int i) {
+            const int at = rows[i].first;
+            put(at >= 0 ? list->at(unsigned(at)) : list->insert(unsigned(first + added++), anyName),
+                rows[i].second);
+        });
+    if (isDone && added > 0)
         select(first, 0, true);
-    return still.isSameFile() ? added : -1;
+    return isDone ? added : -1;
 }
 
 /// The text of an animation in the place of another, under the name that it has here.

@@ -118,8 +118,13 @@ public:
     QList<Sprites *> spriteFiles() const;
     Sprite *spriteOf(const FrameCode *frame) const;
     /// One step of undo, during which fields are not read and the views wait.
-    void write(const std::function<void()> &edit);
-    void beginWrite();
+    void write(const std::function<void()> &edit, bool goesOn = false);
+    /// The same by `count` calls of `edit`, with progress: events come through between some of
+    /// them, and then everything is in step. False when the user has cancelled, which leaves the
+    /// text as it was, and when the file or its text became another one meanwhile.
+    bool writeEach(int count, const QString &told, const std::function<void(int)> &edit);
+    int writeSlice(int first, int count, const std::function<void(int)> &edit);
+    void beginWrite(bool goesOn = false);
     void endWrite();
     QVariant fileOption(const char *key) const;
     void keepOption(const char *key, const QVariant &value);
@@ -128,6 +133,8 @@ public:
     void declare();
     void declareFields();
     void setTexts();
+    /// Of an action or a field.
+    static QString text(int id);
     void tellEnabled();
     void tellPosition();
     void tellFrame();
@@ -137,6 +144,7 @@ public:
     void tellRenderer();
     void clearStatus();
     void showPanels(bool shown);
+    void tellOrganizer();
     OrganizerEditor *organizer() const;
     void setRange(const char *key, int count);
 
@@ -168,9 +176,19 @@ public:
 
     // animationeditor_commands.cpp
     void stepTo(int row, int frameRow);
+    bool mayReplaceCode() const;
     bool confirmed(const QString &title, const QString &text) const;
     void moveAxis(QPoint step);
-    void toFollowing(const std::function<void(FrameCode *first, FrameCode *next)> &apply);
+    /// Frames by the rows of their animations and their own.
+    using Frames = QVector<QPair<int, int>>;
+    Frames framesOf(int of, int first) const;
+    Frames allFrames() const;
+    FrameCode *frameIn(const QPair<int, int> &place) const;
+    void writeFrames(const Frames &frames,
+                     const QString &told,
+                     const std::function<void(FrameCode *)> &edit);
+    void toFollowing(int textId,
+                     const std::function<void(FrameCode *first, FrameCode *next)> &apply);
     void changeFrame(double wanted,
                      double (*said)(const FrameCode *),
                      const std::function<void(FrameCode *)> &change);
@@ -183,7 +201,9 @@ public:
     QString startPath(const char *key) const;
     bool picturesFit() const;
     AnimImageFrame pictureOf(FrameCode *shown) const;
-    QVector<AnimImageFrame> pictures() const;
+    QVector<AnimImageFrame> pictures(const std::function<bool()> &step) const;
+    bool isAnySeen() const;
+    bool encode(QByteArray *bytes);
     QString fileFilter(QString *suffix) const;
     QList<int> pickRows(const QString &title, Animations *from, int current);
     bool collect(const QList<int> &rows, QStringList *codes);
@@ -212,6 +232,7 @@ public:
 
     // The selection: the row is followed by the model; the rest finds it again when that is gone.
     QPersistentModelIndex row;
+    QPersistentModelIndex organizerRow; ///< what the organizer was told last; voided by its list
     int lastRow = 0;
     int frameRow = 0;
     QString identifier;

@@ -79,7 +79,7 @@ void AnimationEditorPrivate::showViews()
         view = new QSplitter;
         view->setObjectName(QStringLiteral("anim_view"));
         view->setChildrenCollapsible(false);
-        view->setAccessibleName(KilnTranslator::instance()->text(46));
+        view->setAccessibleName(text(46));
     }
     const bool withText = editor->isEditCodeMode();
     const bool isNew = view->count() < 2;
@@ -361,6 +361,7 @@ void AnimationEditorPrivate::showExtraAxis(bool shown)
     }
     if (!axisDialog) {
         axisDialog = new ExAxisDlg(window());
+        axisDialog->setAttribute(Qt::WA_DeleteOnClose);
         connect(axisDialog, &ExAxisDlg::positionChanged, graphics,
                 &GraphicsWorkspace::setExtraAxis);
     }

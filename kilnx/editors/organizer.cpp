@@ -54,6 +54,7 @@ public:
     void moveUpTo(int target);
     void moveDownTo(int target);
     bool removeSelected();
+    void followKey();
     bool eventFilter(QObject *watched, QEvent *event) override;
 
     Interface *interface;
@@ -168,15 +169,18 @@ void OrganizerEditorPrivate::finishMove(int first, int last, int seen)
     Q_EMIT editor->changed();
 }
 
-/// False if nothing is selected or the user says no.
+/// False if nothing is selected or the user says no, and when the list goes behind the question.
 bool OrganizerEditorPrivate::removeSelected()
 {
-    const QVector<int> rows = selectedRows();
-    if (rows.isEmpty() ||
+    const QPointer<OrganizerEditorPrivate> alive(this);
+    const QPointer<OrganizableObject> asked(object);
+    if (selectedRows().isEmpty() ||
         !askQuestion(interface->mainWindow(), OrganizerEditor::tr("Delete"),
                      OrganizerEditor::tr("Do you really want to delete the selected item(s)?"),
-                     true))
+                     true) ||
+        !alive || !asked || object != asked)
         return false;
+    const QVector<int> rows = selectedRows();
     object->beginChange();
     for (auto row = rows.crbegin(); row != rows.crend(); ++row)
         object->remove(unsigned(*row));
@@ -185,11 +189,29 @@ bool OrganizerEditorPrivate::removeSelected()
     return true;
 }
 
+/// What a key goes to is wanted, once the list has taken the key.
+void OrganizerEditorPrivate::followKey()
+{
+    const QPersistentModelIndex before = view->currentIndex();
+    QMetaObject::invokeMethod(
+        this,
+        [this, before, list = object] {
+            if (view && list && list == object && view->currentIndex() != before)
+                clicked(view->currentIndex());
+        },
+        Qt::QueuedConnection);
+}
+
 bool OrganizerEditorPrivate::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == view && event->type() == QEvent::KeyPress &&
-        static_cast<QKeyEvent *>(event)->key() == Qt::Key_Delete && removeSelected())
-        return true;
+    if (watched == view && event->type() == QEvent::KeyPress) {
+        const QPointer<OrganizerEditorPrivate> alive(this);
+        if (static_cast<QKeyEvent *>(event)->key() == Qt::Key_Delete && removeSelected())
+            return true;
+        if (!alive || !view)
+            return true;
+        followKey();
+    }
     return QObject::eventFilter(watched, event);
 }
 
@@ -272,6 +294,13 @@ OrganizableObject *OrganizerEditor::object() const
 QVector<int> OrganizerEditor::selectedRows() const
 {
     return d->selectedRows();
+}
+
+void OrganizerEditor::setCurrentRow(int row)
+{
+    QItemSelectionModel *selection = d->view && d->object ? d->view->selectionModel() : nullptr;
+    if (selection && !selection->isRowSelected(row, QModelIndex()))
+        selection->setCurrentIndex(d->object->index(row), QItemSelectionModel::ClearAndSelect);
 }
 
 void OrganizerEditor::moveUp()

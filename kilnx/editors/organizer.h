@@ -52,6 +52,9 @@ public:
     OrganizableObject *object() const;
     /// The selected rows, in the order of the list.
     QVector<int> selectedRows() const;
+    /// Shows which row its editor has now: it is selected alone and brought into sight. Rows that
+    /// the user has selected stay so if it is among them. Emits nothing.
+    void setCurrentRow(int row);
 
 public Q_SLOTS:
     /// Moves the selected rows to before the row above the first of them; nothing at the top.
@@ -71,7 +74,8 @@ public Q_SLOTS:
 Q_SIGNALS:
     /// The panel has changed the list: its order, or by the Delete key its items.
     void changed();
-    /// The user wants to see the item at `row`: a click that selects it alone, or a double click.
+    /// The user wants to see the item at `row`: a click or a key that selects it alone, or a double
+    /// click.
     void itemClicked(int row);
     /// Whether there is a list with rows to work on. Enables the actions.
     void enabled(bool enabled);

@@ -329,7 +329,7 @@ bool GIFImage::load(QIODevice *source)
     return isWhole;
 }
 
-bool GIFImage::save(QIODevice *device)
+bool GIFImage::save(QIODevice *device, const std::function<bool()> &step)
 {
     if (m_images.isEmpty() || !std::all_of(m_images.cbegin(), m_images.cend(), canBeWritten) ||
         !openForWriting(device))
@@ -356,7 +356,8 @@ bool GIFImage::save(QIODevice *device)
     for (const SubImage &picture : qAsConst(m_images)) {
         if (!ok)
             break;
-        ok = writePicture(gif, picture, isAnimation && picture.transparent >= 0);
+        ok = writePicture(gif, picture, isAnimation && picture.transparent >= 0) &&
+             (!step || step());
     }
     ok = EGifCloseFile(gif, nullptr) == GIF_OK && ok;
     return ok && stream.status() == QDataStream::Ok;

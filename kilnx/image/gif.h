@@ -8,6 +8,8 @@
 #include <QtCore/QVector>
 #include <QtGui/QImage>
 
+#include <functional>
+
 class QIODevice;
 
 namespace Kiln
@@ -54,7 +56,8 @@ public:
     /// Writes "GIF89a". With two pictures or more, those with a transparent index get their
     /// delay and are cleared before the next one. False for an empty list, for pictures that are
     /// neither Indexed8 nor Mono or have no colours, and when the device refuses.
-    bool save(QIODevice *device);
+    /// `step` is called behind each picture; false from it ends the writing, and false is returned.
+    bool save(QIODevice *device, const std::function<bool()> &step = {});
 
 private:
     bool m_loop = false;
@@ -77,8 +80,13 @@ struct AnimImageFrame {
 /// all of them if no frame is indexed, else each for itself. With `singlePalette` the first
 /// picture's colours serve all. False for no frames, no device, a screen above 65,535 pixels a
 /// side, when the last of frames without an indexed one is null (the shared table is taken there),
-/// and when the file cannot be written.
-KILNX_EXPORT bool
-saveGIF(QIODevice *device, const QVector<AnimImageFrame> &frames, bool singlePalette, bool loop);
+/// and when the file cannot be written. `step` is called GifStepsOfFrame times for each frame that
+/// is not null, to show how far it is; false from it ends the work, and false is returned.
+KILNX_EXPORT bool saveGIF(QIODevice *device,
+                          const QVector<AnimImageFrame> &frames,
+                          bool singlePalette,
+                          bool loop,
+                          const std::function<bool()> &step = {});
+constexpr int GifStepsOfFrame = 3;
 
 } // namespace Kiln

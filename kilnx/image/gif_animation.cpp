@@ -135,22 +135,28 @@ public:
         m_gif.images().append(picture);
     }
 
-    bool save(QIODevice *device)
+    bool save(QIODevice *device, const std::function<bool()> &step)
     {
         for (GIFImage::SubImage &picture : m_gif.images()) {
-            if (picture.image.format() == QImage::Format_Indexed8)
-                continue;
-            const QVector<RGB> colors =
-                m_gif.globalColorMap().isEmpty() ? picture.colorMap : m_gif.globalColorMap();
-            RGBA palette[256] = {};
-            for (int i = 0; i < colors.size() && i < 256; ++i)
-                palette[i] = {colors[i].r, colors[i].g, colors[i].b, 255};
-            toIndexedKeepingAlpha(picture.image, palette, picture.transparent == 0);
+            if (picture.image.format() != QImage::Format_Indexed8)
+                adapt(picture);
+            if (step && !step())
+                return false;
         }
-        return m_gif.save(device);
+        return m_gif.save(device, step);
     }
 
 private:
+    void adapt(GIFImage::SubImage &picture)
+    {
+        const QVector<RGB> colors =
+            m_gif.globalColorMap().isEmpty() ? picture.colorMap : m_gif.globalColorMap();
+        RGBA palette[256] = {};
+        for (int i = 0; i < colors.size() && i < 256; ++i)
+            palette[i] = {colors[i].r, colors[i].g, colors[i].b, 255};
+        toIndexedKeepingAlpha(picture.image, palette, picture.transparent == 0);
+    }
+
     void share(GIFImage::SubImage &picture, bool isLast)
     {
         // The reserved index, so that delays are written.
@@ -190,7 +196,8 @@ private:
 bool saveGIF(QIODevice *device,
              const QVector<AnimImageFrame> &frames,
              bool singlePalette,
-             bool loop)
+             bool loop,
+             const std::function<bool()> &step)
 {
     if (frames.isEmpty() || !device)
         return false;
@@ -200,10 +207,13 @@ bool saveGIF(QIODevice *device,
         return false;
     Assembler assembler(layout, singlePalette, loop);
     for (int i = 0; i < frames.size(); ++i) {
-        if (!frames[i].image.isNull())
-            assembler.add(frames[i], i + 1 == frames.size());
+        if (frames[i].image.isNull())
+            continue;
+        assembler.add(frames[i], i + 1 == frames.size());
+        if (step && !step())
+            return false;
     }
-    return assembler.save(device);
+    return assembler.save(device, step);
 }
 
 } // namespace Kiln

@@ -112,6 +112,8 @@ void GraphicsRenderer::spriteChangedAt(unsigned int index)
     item.flip = static_cast<unsigned char>(property(5).toUInt());
     item.opacity = property(6).toFloat();
     item.layer = static_cast<unsigned char>(property(7).toInt());
+    item.turn = {property(SpriteProvider::Angle).toDouble(),
+                 property(SpriteProvider::Pivot).toPointF()};
     if (!alive || d->provider != provider || index >= unsigned(d->items.size()))
         return;
     d->items[int(index)] = item;
@@ -122,6 +124,23 @@ void GraphicsRenderer::spriteChangedAt(unsigned int index)
     Q_EMIT changedAt(index);
     if (alive)
         update();
+}
+
+QTransform GraphicsRenderer::Turn::transform(const QRect &area, QSize size) const
+{
+    if (!std::isfinite(angle) || size.isEmpty())
+        return QTransform();
+    const QPointF about(area.x() + pivot.x() * area.width() / size.width(),
+                        area.y() + pivot.y() * area.height() / size.height());
+    return QTransform()
+        .translate(about.x(), about.y())
+        .rotate(-std::remainder(angle, 360))
+        .translate(-about.x(), -about.y());
+}
+
+GraphicsRenderer::Turn GraphicsRenderer::spriteTurn(int index) const
+{
+    return d->items.value(index).turn;
 }
 
 void GraphicsRenderer::setVisibility(bool cross1,

@@ -6,8 +6,10 @@
 
 #include <QtCore/QList>
 #include <QtCore/QObject>
+#include <QtCore/QPointF>
 #include <QtCore/QRect>
 #include <QtCore/QSize>
+#include <QtGui/QTransform>
 
 #include <memory>
 
@@ -121,6 +123,19 @@ public:
     /// Shows what `provider` gives, or nothing for null. The provider stays the caller's.
     void setSprites(SpriteProvider *provider);
     SpriteProvider *spriteProvider() const;
+
+    /// A turn by degrees, counter-clockwise, about a point in pixels of the mirrored picture.
+    struct Turn {
+        double angle = 0;
+        QPointF pivot;
+
+        /// What it does to a picture of `size` pixels that covers `area` of the view, whose y grows
+        /// downwards.
+        QTransform transform(const QRect &area, QSize size) const;
+    };
+    /// That of a sprite, by its provider's SpriteProvider::Angle and SpriteProvider::Pivot. The
+    /// mouse finds the sprite where it is drawn so.
+    Turn spriteTurn(int index) const;
 
     // What is shown.
 

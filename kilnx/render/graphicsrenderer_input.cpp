@@ -74,11 +74,23 @@ int GraphicsRendererPrivate::fixedHit(unsigned char mode, unsigned short parent)
     return place(mode) == GraphicsRenderer::PlaceSprite ? HitSprite : HitNone;
 }
 
+/// One that is turned is asked where the point would be if it were not.
+bool GraphicsRendererPrivate::spriteHolds(int index, QPoint point) const
+{
+    const SpriteItem &item = items.at(index);
+    const QRect area(spritePoint(index), size(item));
+    if (item.turn.angle == 0 || area.isEmpty())
+        return Pixels::holds(area.topLeft(), area.size(), point);
+    const QTransform back = item.turn.transform(area, item.size).inverted();
+    const QPointF upright = back.map(QPointF(point) + QPointF(0.5, 0.5)); // the pixel's middle
+    return QRectF(area).contains(upright);
+}
+
 GraphicsRendererPrivate::Target GraphicsRendererPrivate::hitSprites(QPoint point) const
 {
     for (int i = items.size(); --i >= 0;) {
         const SpriteItem &item = items.at(i);
-        if (!Pixels::holds(spritePoint(i), size(item), point))
+        if (!spriteHolds(i, point))
             continue;
         const bool counts = clickMode == GraphicsRenderer::ClickCapture || draggable(item.mode);
         const int code = counts ? HitSprite : fixedHit(item.mode, item.parent);

@@ -85,6 +85,7 @@ struct SpriteItem {
     unsigned char flip = 0;
     float opacity = 0;
     Sprite *sprite = nullptr;
+    GraphicsRenderer::Turn turn;
 };
 
 /// The view's copy of a box, in image pixels, and in fractions so that scaling a selection again
@@ -240,6 +241,7 @@ public:
     Target hitGuides(QPoint point) const;
     Target hitBoxes(QPoint point) const;
     Target hitSprites(QPoint point) const;
+    bool spriteHolds(int index, QPoint point) const;
     Target boxBelow(QPoint point, int group, int index) const;
     void showCursor(int code, Qt::KeyboardModifiers modifiers);
     void setCursor(Qt::CursorShape shape);

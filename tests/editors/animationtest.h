@@ -9,6 +9,7 @@
 #include <hostkit/viewport.h>
 #include <kilnx/codeedit/codeworkspace.h>
 #include <kilnx/editors/animationdlgs.h>
+#include <kilnx/editors/organizer.h>
 #include <kilnx/image/gif.h>
 #include <kilnx/image/spritemime.h>
 #include <kilnx/render/graphicsworkspace.h>
@@ -32,8 +33,10 @@ using namespace Kiln;
 struct Host : TestHost {
     unsigned int projectCount() const override { return unsigned(projects.size()); }
     Project *project(unsigned int index) const override { return projects.value(int(index)); }
+    ExtraEditor *extraEditor(int index) const override { return index == 0 ? organizer : nullptr; }
 
     QList<Project *> projects;
+    OrganizerEditor *organizer = nullptr;
 };
 
 /// Moves something between two frames when it is told to.
@@ -58,6 +61,7 @@ struct Bench {
                         {"show_attack_box", true},
                         {"show_collision_box", true}};
         host.currentEngine = &EmberEngine::instance();
+        host.organizer = new OrganizerEditor;
         code = std::make_unique<CodeWorkspace>(host);
         graphics = std::make_unique<GraphicsWorkspace>(host);
         graphics->reconfig();
@@ -90,6 +94,8 @@ struct Bench {
             editor->setCurrentFile(nullptr);
         editor.reset();
         closeProjects();
+        host.organizer->setObject(nullptr);
+        host.organizer->release();
         code.reset();
         graphics.reset();
     }
@@ -154,14 +160,14 @@ struct Bench {
         Q_EMIT field<QComboBox>("frame_flip")->activated(flip);
     }
     /// Both in image pixels.
-    void drag(QPoint from, QPoint to)
+    void drag(QPoint from, QPoint to, Qt::KeyboardModifiers keys = Qt::NoModifier)
     {
         const auto at = [this](QPoint point) {
             return GraphicsRenderer::origin() + point * double(viewport.zoomFactor());
         };
-        viewport.mousePressed(at(from), Qt::LeftButton, Qt::NoModifier);
-        viewport.mouseMoved(at(to), Qt::NoModifier);
-        viewport.mouseReleased(at(to), Qt::LeftButton, Qt::NoModifier);
+        viewport.mousePressed(at(from), Qt::LeftButton, keys);
+        viewport.mouseMoved(at(to), keys);
+        viewport.mouseReleased(at(to), Qt::LeftButton, keys);
     }
     /// What differs between the text and what viewport, fields and strip show of it.
     QString differences() const;
@@ -196,6 +202,7 @@ inline QString Bench::differences() const
     const PlainAnimations::Animation &said = plain[row];
     differ("current", list().at(unsigned(row)), animation);
     differ("selected", int(list().selected()), row);
+    differ("in the organizer", host.organizer->selectedRows(), QVector<int>{row});
     differ("name", animation->name(), said.name);
     differ("frames", int(animation->frameCount()), said.frames.size());
     FrameCode *frame = editor->currentFrame();
@@ -218,6 +225,7 @@ inline QString Bench::differences() const
     const int at = field<QSlider>("frame_sel")->value();
     const PlainAnimations::Frame &now = said.frames[at];
     differ("frame", animation->frameAt(unsigned(at)), frame);
+    differ("selected frame", int(animation->selectedFrame()), at);
     differ("offset", QPoint(value("frame_xaxis"), value("frame_yaxis")), now.offset);
     differ("time", value("frame_time"), now.delay);
     differ("flip", field<QComboBox>("frame_flip")->currentIndex(), now.flip);

@@ -46,6 +46,8 @@ private Q_SLOTS:
         QVERIFY(on("anim_add") && on("anim_delete") && on("anim_frame_delete"));
         bench.show("@animation none\n");
         QVERIFY(on("anim_add") && on("anim_delete") && !on("anim_frame_delete"));
+        bench.trigger("play");
+        QVERIFY(!bench.editor->isPlaying() && !bench.host.action("anim_play")->isChecked());
         bench.show("; nothing\n");
         QVERIFY(on("anim_add") && !on("anim_delete"));
         QCOMPARE(bench.place(), QString("Animation: none, Frame: none"));
@@ -67,7 +69,22 @@ private Q_SLOTS:
         QVERIFY(!bench.file->isUndoAvailable());
         bench.editor->deactivate();
         bench.field<QSpinBox>("frame_xaxis")->setValue(44);
+        // Strip and origin may be another editor's.
+        bench.strip().setCurrentTick(7, false);
+        bench.editor->update();
+        QCOMPARE(bench.strip().currentTick(), 7U);
+        const auto originBehindResize = [&](QPoint before) {
+            GraphicsRenderer::setOrigin(before);
+            QResizeEvent resized({300, 200}, {1, 1});
+            QCoreApplication::sendEvent(bench.graphics->widget(), &resized);
+            return GraphicsRenderer::origin();
+        };
+        QCOMPARE(originBehindResize({1, 1}), QPoint(1, 1));
+        QCOMPARE(bench.host.statusTexts[Interface::PositionField], QString());
         bench.editor->activate();
+        QVERIFY(bench.host.statusTexts[Interface::PositionField].startsWith("Position: "));
+        QCOMPARE(originBehindResize({150, 120}), QPoint(150, 120)); // in sight
+        QVERIFY(originBehindResize({1, 1}) != QPoint(1, 1));
         QCOMPARE(bench.text(), bench.first);
         const auto at = [&](QPoint point) {
             return GraphicsRenderer::origin() + point * double(bench.viewport.zoomFactor());
@@ -222,27 +239,94 @@ private Q_SLOTS:
     void boxesChangeTheirKind()
     {
         Bench bench;
-        bench.show("@animation a\n    strike: 0, -40, 30, -20\n    strike: 50, -40, 80, -20\n"
-                   "    body: 0, -90, 30, -70\n    frame: x\n");
-        const auto rects = [&bench](int kind) {
-            return bench.viewport.boxes(ContactBoxCode::BoxType(kind))->rects();
-        };
+        bench.show("@animation a\n    strike: 0, -40, 30, -20\n    ; the fist\n"
+                   "    strike: 50, -40, 80, -20 ; hard\n    body: 0, -90, 30, -70 ; head\n"
+                   "    frame: x\n");
         bench.drag({65, -30}, {65, -30});
-        QCOMPARE(bench.viewport.selectedContactBoxes().size(), 1);
-        const QVector<QRect> strikes = rects(1);
-        const QVector<QRect> bodies = rects(2);
+        bench.drag({15, -80}, {15, -80}, Qt::ShiftModifier);
+        QCOMPARE(bench.viewport.selectedContactBoxes().size(), 2);
         bench.trigger("box_type");
-        QCOMPARE(rects(1), QVector<QRect>{strikes[0]});
-        QCOMPARE(rects(2), QVector<QRect>({bodies[0], strikes[1]}));
+        QCOMPARE(
+            bench.text(),
+            QString(bench.first).replace("strike: 50", "body: 50").replace("body: 0", "strike: 0"));
         QCOMPARE(bench.differences(), QString());
         bench.editor->undo();
         QCOMPARE(bench.text(), bench.first);
     }
 
+    // The mouse finds a sprite where it is drawn, however it is turned, mirrored and scaled.
+    void hitsWhatIsDrawn_data()
+    {
+        columns<QString>("says");
+        for (const char *says : {"", ", angle 30", ", angle 90, scale 2 1", ", angle -200, flip h",
+                                 ", angle 765, flip hv, scale 1 0.5"})
+            QTest::newRow(says) << QString(says);
+    }
+
+    void hitsWhatIsDrawn()
+    {
+        const auto [says] = row<QString>();
+        Bench bench;
+        bench.host.options["onion_skin"] = false;
+        bench.editor->reconfig();
+        for (const char *key : {"view_main_cross", "view_rulers", "view_guides"}) {
+            if (QAction *shown = bench.host.action(key); shown && shown->isChecked())
+                shown->trigger();
+        }
+        Sprites *sprites = bench.editor->sprites();
+        Palette *palette = sprites->at(unsigned(sprites->indexOf(0, "wren_jab_1")))->palette();
+        RGBA colors[256];
+        palette->toPalette(colors);
+        for (RGBA &color : colors)
+            color = {255, 0, 255, 255};
+        palette->setColors(colors, Palette::SetReplaced);
+        bench.show("@animation a\n    frame: wren_jab_1, at 4 -9" + says + "\n");
+        QWidget *view = bench.viewport.widget();
+        const QImage drawn = view->grab().toImage();
+        int hits = 0;
+        int misses = 0;
+        for (int y = 40; y < drawn.height() - 80; y += 3) {
+            for (int x = 40; x < drawn.width() - 10; x += 3) {
+                const auto isDrawn = [&](int dx, int dy) {
+                    return drawn.pixel(x + dx, y + dy) == qRgb(255, 0, 255);
+                };
+                const bool isHit = isDrawn(0, 0);
+                // Edges are between pixels.
+                if (isDrawn(-2, -2) != isHit || isDrawn(2, 2) != isHit || isDrawn(-2, 2) != isHit ||
+                    isDrawn(2, -2) != isHit)
+                    continue;
+                bench.viewport.mouseMoved({x, y}, Qt::NoModifier);
+                QVERIFY2((view->cursor().shape() == Qt::SizeAllCursor) == isHit,
+                         qPrintable(QString("%1 %2").arg(x).arg(y)));
+                ++(isHit ? hits : misses);
+            }
+        }
+        QVERIFY(hits > 100 && misses > 100);
+    }
+
+    void longWork_data()
+    {
+        const auto add = columns<QString, int, int>("command", "animations", "frames");
+        add("optimize", "optimize", 300, 2);
+        add("all offsets", "frameall_offset", 1, 600);
+        add("all times", "frameall_time", 1, 600);
+        add("align everywhere", "frame_align", 300, 2);
+        add("boxes of an animation", "box_delall_anim", 1, 600);
+        add("all instances", "box_allinst", 300, 2);
+        add("sprites that are dropped", "drop", 1, 1);
+        add("import", "import", 1, 1);
+    }
+
+    // Work that lasts tells how far it is, is one step of undo, and when it is cancelled, or the
+    // file goes or becomes another one meanwhile, leaves nothing of it behind.
+    void longWork();
+
     void playsLoops_data()
     {
         const auto add = columns<QString, QVector<int>, bool>("text", "rows", "ends");
         const QString head = "@animation a";
+        add("once, a longer end", head + ", once\n frame: x\n frame: y, for 3\n", {0, 1, 1, 1},
+            true);
         add("once", head + ", once\n frame: x, for 2\n frame: y\n", {0, 0, 1}, true);
         add("a frame that stays", head + "\n frame: x\n frame: y, for ever\n frame: z\n", {0, 1},
             true);
@@ -369,6 +453,8 @@ private Q_SLOTS:
         bench.host.options["confirm_delete"] = true;
         bench.go("jab", 1);
         bench.trigger("play");
+        if (command == "import") // its first box is a dialog of files, as that of GIFs is
+            bench.host.dialogs().expectFiles({bench.file->fileName()});
         bench.host.dialogs().expectDialog([&, goes = goes](QDialog *dialog) {
             const QPointer<QDialog> open = dialog;
             QVERIFY(!bench.editor->isPlaying());
@@ -396,18 +482,24 @@ private Q_SLOTS:
 
     void typesIntoTheDialog_data()
     {
-        const auto add = columns<QString, bool, QString>("typed", "meanwhile", "after");
-        add("written", "@animation b\n    frame: x, for 3", false,
-            "@animation b\n    frame: x, for 3\n\n");
-        add("the same", "", false, "@animation a\n    frame: x\n");
-        add("changed meanwhile", "@animation b", true, "; new\n@animation a\n    frame: x\n");
-        add("no animation any more", "; nothing", false, "; nothing\n\n");
+        const auto add =
+            columns<QString, QString, int, QString>("typed", "meanwhile", "answer", "after");
+        const QString typed = "@animation b\n    frame: x, for 3";
+        const int none = 0, yes = QMessageBox::Yes, no = QMessageBox::No;
+        add("written", typed, "", none, typed + "\n\n");
+        add("the same", "", "", none, "@animation a\n    frame: x\n");
+        add("no animation any more", "; nothing", "", none, "; nothing\n\n");
+        add("over what came", typed, "; new\n@animation a\n", yes, typed + "\n\n");
+        add("kept what came", typed, "; new\n@animation a\n", no, "; new\n@animation a\n");
+        add("another one there", typed, "@animation c\n", yes, typed + "\n\n");
+        add("none there", typed, "; none\n", none, "; none\n");
     }
 
-    // In one step of undo, and not over what others have written.
+    // In one step of undo, not over what others have written unless the user says so, and what is
+    // typed stays until then.
     void typesIntoTheDialog()
     {
-        const auto [typed, meanwhile, after] = row<QString, bool, QString>();
+        const auto [typed, meanwhile, answer, after] = row<QString, QString, int, QString>();
         Bench bench;
         bench.show("@animation a\n    frame: x\n");
         bench.host.dialogs().expectDialog(
@@ -418,18 +510,25 @@ private Q_SLOTS:
                     field->selectAll();
                     field->insertPlainText(typed);
                 }
-                if (meanwhile)
-                    QTextCursor(bench.file).insertText("; new\n");
+                if (!meanwhile.isEmpty())
+                    bench.file->replaceText(meanwhile);
                 dialog->accept();
             });
-        if (meanwhile)
-            bench.host.dialogs().expectBox(QMessageBox::Ok);
+        if (answer)
+            bench.host.dialogs().expectBox(QMessageBox::StandardButton(answer));
+        if (answer == QMessageBox::No)
+            bench.host.dialogs().expectDialog([typed = typed](QDialog *dialog) {
+                QCOMPARE(dialog->findChild<QPlainTextEdit *>("code")->toPlainText(), typed);
+                dialog->reject();
+            });
         bench.trigger("code");
         QCOMPARE(bench.host.dialogs().finish(), QString());
         QCOMPARE(bench.text(), after);
         QVERIFY(bench.host.options.contains("anim_editcode_geometry"));
         QCOMPARE(bench.file->isUndoAvailable(), !typed.isEmpty());
-        bench.editor->undo();
+        const int steps = (after != bench.first && after != meanwhile) + !meanwhile.isEmpty();
+        for (int i = 0; i < steps; ++i)
+            bench.editor->undo();
         QCOMPARE(bench.text(), bench.first);
     }
 
@@ -460,6 +559,10 @@ private Q_SLOTS:
         QCOMPARE(told, QVector<QPoint>{QPoint(31, 9)});
         QCOMPARE(x->value(), 31);
         QCOMPARE(bench.text(), bench.first);
+        bench.editor->deactivate();
+        QVERIFY(!dialog->isVisible());
+        bench.editor->activate();
+        QVERIFY(dialog->isVisible());
         bench.host.action("view_extra_cross")->trigger();
         QVERIFY(!bench.host.mainWindow()->findChild<QDialog *>("extraAxis"));
     }
@@ -488,6 +591,7 @@ private Q_SLOTS:
     void readsTheOnionSkin()
     {
         Bench bench;
+        QVERIFY(bench.field<QCheckBox>("onion_skin")->isChecked());
         bench.go("jab", 1);
         const auto seen = [&](int effect, double opacity) {
             bench.host.options["onion_effect"] = effect;
@@ -603,6 +707,84 @@ private Q_SLOTS:
     // text says, a fresh document reads the same, and undo leads back to the first bytes.
     void randomAnimator();
 };
+
+void tst_AnimationEditor::longWork()
+{
+    const auto [command, animations, frames] = row<QString, int, int>();
+    const QString frame =
+        "    strike: 0, 0, 3, %1\n    frame: x, at 0 %1, for %1, scale 1 1, for 9\n";
+    QStringList dropped;
+    for (int i = 0; i < 300; ++i)
+        dropped << "p";
+    QString text;
+    for (int i = 0; i < animations; ++i) {
+        text += QString("@animation %1\n").arg(i);
+        for (int j = 0; j < frames; ++j)
+            text += frame.arg(j + 1);
+    }
+    enum Event { Finishes, CommandsCome, IsCancelled, FileCloses, TextChanges };
+    for (const Event event : {Finishes, CommandsCome, IsCancelled, FileCloses, TextChanges}) {
+        Bench bench;
+        bench.show(text);
+        DialogScript &dialogs = bench.host.dialogs();
+        if (command == "import") {
+            QString offered;
+            for (int i = 0; i < 300; ++i)
+                offered += QString("@animation q%1\n    frame: a\n").arg(i);
+            writeFile(bench.path("in.flick"), offered.toUtf8());
+            dialogs.expectFiles({bench.path("in.flick")});
+            bench.expectRows({});
+        } else if (command == "frame_align") {
+            dialogs.expectDialog([](QDialog *dialog) {
+                dialog->findChild<QComboBox *>("range")->setCurrentIndex(AnimAlign::AllAnimations);
+                dialog->findChild<QDoubleSpinBox *>("x")->setValue(5);
+                dialog->accept();
+            });
+        } else if (command == "box_allinst") {
+            dialogs.expectBox(QMessageBox::Yes);
+        }
+        const bool isTold = command == "optimize" || command == "import";
+        const bool isDone = event == Finishes || event == CommandsCome;
+        if (isTold && isDone)
+            dialogs.expectBox(QMessageBox::Ok);
+        bench.host.cancelAt = event == IsCancelled ? 1 : 0;
+        if (event == FileCloses)
+            bench.host.duringProgress = [&bench] {
+                bench.wren->removeFile(bench.file);
+                bench.file = nullptr;
+            };
+        else if (event == CommandsCome)
+            bench.host.duringProgress = [&bench] {
+                for (const char *other :
+                     {"optimize", "export", "import", "import_proj", "save_gif"})
+                    bench.trigger(other);
+                QCOMPARE(bench.host.progresses.size(), 1);
+            };
+        else if (event == TextChanges)
+            bench.host.duringProgress = [&bench] { QTextCursor(bench.file).insertText("; o\n"); };
+        if (command == "drop")
+            bench.drop(dropped);
+        else
+            bench.trigger(command);
+        QCOMPARE(dialogs.finish(), QString());
+        const auto progress = bench.host.progresses.last();
+        QVERIFY(progress->cancellable && progress->finished == 1);
+        QVERIFY(progress->total > 0 && progress->steps.size() > 1);
+        QCOMPARE(progress->steps.last() == progress->total, isDone);
+        if (event == FileCloses)
+            continue;
+        QCOMPARE(bench.differences(), QString());
+        if (event != IsCancelled) {
+            QVERIFY(bench.text() != bench.first);
+            bench.editor->undo();
+        }
+        if (event != TextChanges)
+            QCOMPARE(bench.text(), bench.first);
+        QCOMPARE(bench.file->isUndoAvailable(), event == TextChanges);
+        QCOMPARE(bench.file->isRedoAvailable(), event != IsCancelled);
+        QCOMPARE(bench.differences(), QString());
+    }
+}
 
 void tst_AnimationEditor::randomAnimator()
 {

@@ -85,6 +85,8 @@ private Q_SLOTS:
         add("turned", jab + "6, angle 90\n" + jab + "6, angle 0, scale 1\n", "10 R 10 S");
         add("opaque", jab + "6\n" + jab + "6\n", "10 S 10 S");
         add("nothing", "", "You can't save an empty animation as GIF.");
+        add("nothing to see", jab + "6, opacity 0.2\n frame: nobody\n",
+            "You can't save an empty animation as GIF.");
         add("too large", jab + "6, scale 40000 1\n", "The frames are too large for a GIF.");
         add("too many pixels", jab + "6, scale 400\n", "The frames are too large for a GIF.");
     }
@@ -128,6 +130,37 @@ private Q_SLOTS:
         QCOMPARE(QString(reader.readAllStandardOutput()).trimmed(), told);
     }
 
+    // A cancel, or the end of the file, leaves what is there as it was.
+    void savesGIFsWithProgress_data()
+    {
+        columns<unsigned int, bool>("cancelAt", "closes");
+        for (const unsigned int cancelAt : {0, 1, 3, 5, 8, 12})
+            QTest::addRow("cancelled at %u", cancelAt) << cancelAt << false;
+        QTest::newRow("closed") << 0U << true;
+    }
+
+    void savesGIFsWithProgress()
+    {
+        const auto [cancelAt, closes] = row<unsigned int, bool>();
+        Bench bench;
+        bench.go("jab");
+        QCOMPARE(bench.editor->currentAnimation()->frameCount(), 3U);
+        const QString gif = bench.path("one.gif");
+        bench.host.dialogs().expectFiles({gif});
+        writeFile(gif, "old");
+        bench.host.dialogs().expectBox(QMessageBox::Yes); // to write over it
+        bench.host.cancelAt = cancelAt;
+        if (closes)
+            bench.host.duringProgress = [&bench] { bench.closeProjects(); };
+        bench.trigger("save_gif");
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+        const auto progress = bench.host.progresses.last();
+        QCOMPARE(progress->total, 12U); // shown, reduced, adapted and written
+        QCOMPARE(progress->finished, 1);
+        QCOMPARE(progress->steps.last(), closes ? 1U : cancelAt ? cancelAt : 12U);
+        QCOMPARE(readFile(gif) == "old", closes || cancelAt > 0);
+    }
+
     // Out to a file, and back in under each answer.
     void exportsAndImports()
     {
@@ -137,6 +170,12 @@ private Q_SLOTS:
         bench.host.dialogs().expectFiles({out});
         bench.trigger("export");
         QVERIFY(readFile(out).contains("\r\n"));
+        bench.host.cancelAt = 1;
+        bench.expectRows({});
+        bench.host.dialogs().expectFiles({bench.path("none.flick")});
+        bench.trigger("export");
+        QVERIFY(!QFile::exists(bench.path("none.flick")));
+        bench.host.cancelAt = 0;
         QCOMPARE(dumpOf(QString(readFile(out)).remove('\r')), dumpOf(bench.first));
         const auto import = [&](QMessageBox::StandardButton answer) {
             bench.host.dialogs().expectFiles({out});

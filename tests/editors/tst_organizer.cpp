@@ -499,6 +499,36 @@ private slots:
         QCOMPARE(clicked.last(), QVariantList{2});
         panel.editor->itemDblClick(QModelIndex());
         QCOMPARE(clicked.count(), 2);
+        // What its editor goes to is told to nobody, and leaves what is picked if it is among it.
+        panel.editor->setCurrentRow(1);
+        QCOMPARE(panel.selected(), RowList({1, 3}));
+        panel.editor->setCurrentRow(0);
+        QCOMPARE(panel.selected(), RowList({0}));
+        QCoreApplication::processEvents();
+        QCOMPARE(clicked.count(), 2);
+        // Keys go on from there.
+        for (const int row : {1, 2}) {
+            QTest::keyClick(panel.view, Qt::Key_Down);
+            QTRY_COMPARE(clicked.last(), QVariantList{row});
+        }
+        QTest::keyClick(panel.view, Qt::Key_Down, Qt::ControlModifier);
+        QTest::keyClick(panel.view, Qt::Key_Escape);
+        QCoreApplication::processEvents();
+        QCOMPARE(clicked.count(), 4);
+        // The list goes behind a key, or another one comes.
+        WordList other(letters(3));
+        QTest::keyClick(panel.view, Qt::Key_Down);
+        panel.editor->setObject(&other);
+        QCoreApplication::processEvents();
+        QCOMPARE(clicked.count(), 4);
+        panel.select({1});
+        panel.host.dialogs().expectDialog([&](QDialog *dialog) {
+            panel.editor->setObject(nullptr);
+            qobject_cast<QMessageBox *>(dialog)->button(QMessageBox::Yes)->click();
+        });
+        QTest::keyClick(panel.view, Qt::Key_Delete);
+        QCOMPARE(panel.host.dialogs().finish(), QString());
+        QVERIFY(other.log.isEmpty());
     }
 
     void dragged_data()

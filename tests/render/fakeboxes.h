@@ -27,6 +27,7 @@ public:
                            qAbs(rect.width()), qAbs(rect.height()));
             m_owner->tell();
         }
+        void setBoxType(BoxType) override {} // one list knows one kind
 
     private:
         FakeBoxes *m_owner;
