@@ -285,8 +285,8 @@ private Q_SLOTS:
         const QImage drawn = view->grab().toImage();
         int hits = 0;
         int misses = 0;
-        for (int y = 40; y < drawn.height() - 80; y += 3) {
-            for (int x = 40; x < drawn.width() - 10; x += 3) {
+        for (int y = 40; y < drawn.height() - 80; y += 5) {
+            for (int x = 40; x < drawn.width() - 10; x += 5) {
                 const auto isDrawn = [&](int dx, int dy) {
                     return drawn.pixel(x + dx, y + dy) == qRgb(255, 0, 255);
                 };
@@ -308,7 +308,6 @@ private Q_SLOTS:
     {
         const auto add = columns<QString, int, int>("command", "animations", "frames");
         add("optimize", "optimize", 300, 2);
-        add("all offsets", "frameall_offset", 1, 600);
         add("all times", "frameall_time", 1, 600);
         add("align everywhere", "frame_align", 300, 2);
         add("boxes of an animation", "box_delall_anim", 1, 600);
@@ -722,8 +721,9 @@ void tst_AnimationEditor::longWork()
         for (int j = 0; j < frames; ++j)
             text += frame.arg(j + 1);
     }
-    enum Event { Finishes, CommandsCome, IsCancelled, FileCloses, TextChanges };
-    for (const Event event : {Finishes, CommandsCome, IsCancelled, FileCloses, TextChanges}) {
+    enum Event { Finishes, IsCancelled, CommandsCome, FileCloses, TextChanges };
+    const int events = command == "optimize" ? 5 : 2; // what comes in between meets the same code
+    for (int event = 0; event < events; ++event) {
         Bench bench;
         bench.show(text);
         DialogScript &dialogs = bench.host.dialogs();

@@ -164,6 +164,12 @@ private Q_SLOTS:
         QCOMPARE(at(10, 3, top - 9), strip.palette().color(QPalette::WindowText));
         QCOMPARE(at(9, 3, top - 9), ground);
         QCOMPARE(at(9, 3, top - 5), strip.palette().color(QPalette::WindowText));
+        for (const int tick : {10, 12, 13, 15, 17}) {
+            bool hasNumber = false;
+            for (int pixel = 0; pixel < tickWidth * (top - 10); ++pixel)
+                hasNumber |= at(tick, pixel % tickWidth, pixel / tickWidth) != ground;
+            QCOMPARE(hasNumber, tick % 5 == 0);
+        }
         for (int y : {0, top, strip.height() - 1})
             QCOMPARE(at(4, 2, y), QColor(Qt::yellow));
         // On the screen, where only what a tick changes is painted, too.

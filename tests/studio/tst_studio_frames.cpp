@@ -379,8 +379,9 @@ private slots:
             for (int kind = 0; kind < 2; ++kind)
                 plain.setText(kind, frame.boxes[kind]);
         };
+        // Upright ones, as the plain scene has them.
         const QStringList frames{"frame: wren_jab_2", "frame: wren_hook_2", "frame: wren_stand_1",
-                                 "frame: wren_sweep_2", "frame: wren_dive_2"};
+                                 "frame: wren_sweep_2", "frame: wren_walk_2"};
         scene.origin = Viewport::origin();
         scene.zoom = double(view().zoomFactor());
         read();
