@@ -366,9 +366,9 @@ void AnimationEditorPrivate::boxSwType()
     write([this, &chosen] {
         QVector<ContactBoxCode *> ofFrame;
         for (const ContactBoxesCode *boxes : {frame()->attackBoxes(), frame()->collisionBoxes()}) {
-            for (unsigned int i = 0; i < boxes->count(); ++i) {
-                if (chosen.contains(boxes->at(i)))
-                    ofFrame.append(boxes->at(i));
+            for (ContactBoxCode *box : boxes->all()) {
+                if (chosen.contains(box))
+                    ofFrame.append(box);
             }
         }
         for (ContactBoxCode *box : qAsConst(ofFrame))
