@@ -6,26 +6,37 @@
 #include <QHash>
 #include <QList>
 #include <QUndoStack>
+#include <QVector>
 
 #include <algorithm>
 #include <memory>
 #include <utility>
+#include <vector>
 
-/// The undo history of a file of items. A bracket is one step, which its first change opens: one
-/// without a change leaves none. Brackets nest.
+/// The undo history of a file of items. A bracket is one step, which takes its place among the
+/// others when the outermost one is closed: one without a change leaves none, and one that is
+/// cancelled leaves them as they were. Brackets nest; in an open one nothing is undone or redone.
 class EMBER_EXPORT EmberHistory : public QUndoStack
 {
 public:
     /// Does the command and keeps it.
     void add(QUndoCommand *command);
-    void beginGroup() { ++m_depth; }
+    void beginGroup() { m_starts.append(int(m_open.size())); }
     void endGroup();
+    /// Closes the innermost bracket and takes back what was done in it.
+    void cancelGroup();
     /// Drops all steps; the file counts as unmodified.
     void forget();
+    bool isClean() const { return m_open.empty() && QUndoStack::isClean(); }
+    void undo();
+    void redo();
 
 private:
-    int m_depth = 0;
-    bool m_isOpen = false;
+    class Group;
+    using Commands = std::vector<std::unique_ptr<QUndoCommand>>;
+
+    Commands m_open;       ///< done since the outermost bracket was opened
+    QVector<int> m_starts; ///< where in it each bracket begins
 };
 
 /// The rows of a list model that is a file's list of items: what inserts, removes, moves, sorts and

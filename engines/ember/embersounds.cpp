@@ -49,7 +49,7 @@ EmberSounds::~EmberSounds()
 {
     m_history.disconnect(this);
     // Commands refer to sounds, and sounds to the store, which ends last.
-    m_history.clear();
+    m_history.forget();
 }
 
 QVariant EmberSounds::data(const QModelIndex &index, int role) const

@@ -163,7 +163,7 @@ EmberSprites::~EmberSprites()
 {
     m_history.disconnect(this);
     // Commands refer to sprites and palettes, sprites to the copies and the store, which ends last.
-    m_history.clear();
+    m_history.forget();
     const QSignalBlocker quiet(this);
     replaceItems({});
 }
@@ -222,6 +222,11 @@ EmberSprite *EmberSprites::duplicate(unsigned int index)
 int EmberSprites::indexOf(int from, const QVariant &identifier) const
 {
     return rowNamed(from, identifier.toString());
+}
+
+void EmberSprites::cancelChange()
+{
+    m_history.cancelGroup();
 }
 
 void EmberSprites::changePicture(EmberSprite &sprite, const QImage &image, EmberPalette *palette)

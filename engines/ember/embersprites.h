@@ -44,6 +44,7 @@ public:
     insert(unsigned int index, const QVariant &identifier, const QImage &image) override;
     EmberSprite *duplicate(unsigned int index) override;
     int indexOf(int from, const QVariant &identifier) const override;
+    void cancelChange() override;
 
     // What sprites and palettes ask of their file.
     /// Shows `image`, which is in one of our formats, in `palette`; without one, in the image's own

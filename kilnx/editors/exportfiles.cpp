@@ -1,6 +1,8 @@
 #include <kilnx/editors/exportfiles_p.h>
 
 #include <kilnx/forms/messageboxes.h>
+#include <kilnx/project/archive_p.h>
+#include <kilnx/project/paths.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
@@ -8,6 +10,8 @@
 #include <QtCore/QHash>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSet>
+
+#include <cerrno>
 
 namespace Kiln
 {
@@ -58,6 +62,50 @@ bool mayReplaceFiles(QWidget *parent,
                                               "Kiln::FileEditor",
                                               "These files exist. Do you want to replace them?\n%1")
                                               .arg(listedFiles(there)));
+}
+
+ExportedFiles::~ExportedFiles()
+{
+    for (const Part &part : qAsConst(m_parts))
+        QFile::remove(part.name);
+}
+
+bool ExportedFiles::write(const QString &path, const QByteArray &bytes)
+{
+    const QString target = behindLinks(path);
+    const QFileInfo old(target);
+    if (old.exists() && !(old.isFile() && old.isWritable())) {
+        setFileError(qt_error_string(EACCES));
+        return false;
+    }
+    QFile part(partBeside(target));
+    if (part.open(QIODevice::WriteOnly | QIODevice::NewOnly) && writeAll(&part, bytes)) {
+        if (old.exists())
+            takeRights(part, target);
+        m_parts.append({part.fileName(), target, path});
+        return true;
+    }
+    setFileError(part.errorString());
+    part.close();
+    QFile::remove(part.fileName()); // QFile's own remove() fails with the last write
+    return false;
+}
+
+QStringList ExportedFiles::commit()
+{
+    const bool isOnDisk =
+        m_parts.isEmpty() || syncAround(QFileInfo(m_parts.first().target).absolutePath());
+    QStringList refused;
+    for (const Part &part : qAsConst(m_parts)) {
+        if (isOnDisk && takePlace(part.name, part.target))
+            continue;
+        if (isOnDisk)
+            setFileError(qt_error_string());
+        refused.append(part.path);
+        QFile::remove(part.name);
+    }
+    m_parts.clear();
+    return refused;
 }
 
 QString listedFiles(const QStringList &names)

@@ -1,3 +1,4 @@
+#include <kilnx/editors/exportfiles_p.h>
 #include <kilnx/editors/paletteeditor_p.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/forms/sprimport.h>
@@ -13,6 +14,7 @@
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSet>
 
+#include <algorithm>
 #include <array>
 
 namespace Kiln
@@ -27,8 +29,6 @@ const QLatin1String identifierName("Identifier");
 const QLatin1String suffix(".act");
 /// Of a file's name, in characters; what stands behind it must still fit.
 const int longestName = 80;
-/// Files that a message names, at most.
-const int namedFiles = 10;
 
 /// Leaves `colors` alone unless it is read. Shares nothing, so any thread may call it.
 bool readPalette(const QString &path, Colors &colors)
@@ -52,21 +52,10 @@ QByteArray encoded(const Palette &palette)
     return buffer.data();
 }
 
-/// An older file stays as it is when the new one cannot be written whole.
-bool writePalette(const QString &path, const QByteArray &bytes)
-{
-    FileSystemArchive &archive = FileSystemArchive::instance();
-    QIODevice *device = archive.openFile(path, QIODevice::WriteOnly);
-    const bool isWritten = device && writeAll(device, bytes);
-    return archive.closeWritten(device) && isWritten;
-}
-
-/// A palette file that is to be written, and what stood there before.
+/// A palette file that is to be written.
 struct Output {
     QString path;
     QByteArray bytes;
-    bool isReplaced = false;
-    QByteArray before;
 };
 
 /// What makes no name of a file, in no system, becomes "_".
@@ -89,26 +78,13 @@ QString freeName(const QString &identifier, QSet<QString> &taken)
     return name;
 }
 
-void takeBack(const QVector<Output> &outputs)
+void tellOf(const QStringList &files,
+            const QString &title,
+            const QString &text,
+            Interface *interface)
 {
-    for (auto output = outputs.crbegin(); output != outputs.crend(); ++output) {
-        if (output->isReplaced)
-            writePalette(output->path, output->before);
-        else
-            QFile::remove(output->path);
-    }
-}
-
-void tellOf(QStringList files, const QString &title, const QString &text, Interface *interface)
-{
-    if (files.isEmpty())
-        return;
-    const int more = files.size() - namedFiles;
-    if (more > 0) {
-        files = files.mid(0, namedFiles);
-        files.append(PaletteEditor::tr("and %n more", nullptr, more));
-    }
-    showWarning(interface->mainWindow(), title, text.arg(files.join(QLatin1Char('\n'))));
+    if (!files.isEmpty())
+        showWarning(interface->mainWindow(), title, text.arg(listedNames(files)));
 }
 
 /// Asks for the name of one file, or for the directory of several, and makes whole paths of the
@@ -138,35 +114,31 @@ bool choosePlace(QVector<Output> &outputs,
                                          nullptr, present));
 }
 
-/// Goes on past files that cannot be written. A cancel takes back what it has written.
-void writeFiles(QVector<Output> outputs, Interface *interface)
+/// Goes on past files that cannot be written. After a cancel all is as it was before.
+void writeFiles(const QVector<Output> &outputs, Interface *interface)
 {
     const auto total = static_cast<unsigned int>(outputs.size());
     Progress *progress = interface->progress(PaletteEditor::tr("Saving palettes..."), true);
     progress->setProgress(0, total);
-    QVector<Output> written;
+    ExportedFiles files;
     QStringList failed;
+    const auto tell = [&failed](const QString &path) {
+        failed.append(QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path),
+                                                   FileSystemArchive::lastError()));
+    };
     bool isCanceled = false;
     for (unsigned int i = 0; i < total && !isCanceled; ++i) {
-        Output &output = outputs[int(i)];
-        QFile old(output.path);
-        output.isReplaced = old.open(QIODevice::ReadOnly);
-        if (output.isReplaced)
-            output.before = old.readAll();
-        old.close();
-        if (writePalette(output.path, output.bytes))
-            written.append(output);
-        else
-            failed.append(QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(output.path),
-                                                       FileSystemArchive::lastError()));
+        if (!files.write(outputs[int(i)].path, outputs[int(i)].bytes))
+            tell(outputs[int(i)].path);
         progress->setProgress(i + 1, 0, &isCanceled);
     }
     progress->finish();
     if (isCanceled)
-        takeBack(written);
-    else
-        tellOf(failed, PaletteEditor::tr("Save palettes"),
-               PaletteEditor::tr("These files cannot be written:\n%1"), interface);
+        return;
+    const QStringList refused = files.commit();
+    std::for_each(refused.cbegin(), refused.cend(), tell);
+    tellOf(failed, PaletteEditor::tr("Save palettes"),
+           PaletteEditor::tr("These files cannot be written:\n%1"), interface);
 }
 
 } // namespace
@@ -291,7 +263,7 @@ void PaletteEditorPrivate::save()
     for (int chosen : rows) {
         if (Palette *palette = palettes->at(unsigned(chosen)))
             outputs.append({freeName(palette->property(identifierName).toString(), names) + suffix,
-                            encoded(*palette), false, QByteArray()});
+                            encoded(*palette)});
     }
     Interface *const host = interface; // the panel may go while the user chooses
     const QFileInfo own(palettes->sprites()->fileName());

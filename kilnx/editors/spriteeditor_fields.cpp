@@ -145,10 +145,7 @@ SpriteEditorPrivate::SpriteEditorPrivate(SpriteEditor *owner,
         connect(palettes, &PaletteEditor::paletteShown, this, &SpriteEditorPrivate::colorsShown);
     renderer = new ImageRenderer(palette, this);
     declare();
-    connect(&canvas().undoStack, &QUndoStack::indexChanged, this, [this] {
-        tellLayer();
-        Q_EMIT editor->modified();
-    });
+    connect(&canvas().undoStack, &QUndoStack::indexChanged, editor, &SpriteEditor::modified);
     connect(&canvas(), &ImageCanvas::imageChanged, this, &SpriteEditorPrivate::tellLayer);
     connect(&canvas().layers, &ImageLayers::layersChanged, this, [this] { selectRow(-1); });
     connect(&canvas(), &ImageCanvas::sizeChanged, this, &SpriteEditorPrivate::sizeChanged);
@@ -334,7 +331,7 @@ void SpriteEditorPrivate::tellLayer()
 
 void SpriteEditorPrivate::layerBlending(int blendRow)
 {
-    if (layer() && fields.canChangeFieldValue() && blendRow >= 0 && blendRow < blendModes)
+    if (layer() && fields.canChangeFieldValue())
         layer()->setBlendMode(blendRow > 0 ? blendRow + blendShift : 0, true);
 }
 

@@ -1,6 +1,7 @@
 // Pictures of files: how they come into the sprite editor's file, and out of it.
 
 #include <kilnx/editors/palettepreview.h>
+#include <kilnx/editors/pictureimport_p.h>
 #include <kilnx/editors/spriteeditor_p.h>
 #include <kilnx/editors/spriteexport_p.h>
 #include <kilnx/forms/imagedlgs.h>
@@ -16,13 +17,8 @@
 #include <kilnx/project/project.h>
 #include <kilnx/project/translator.h>
 
-#include <QtConcurrent/QtConcurrentRun>
 #include <QtCore/QDir>
-#include <QtCore/QEventLoop>
 #include <QtCore/QSet>
-#include <QtCore/QTimer>
-
-#include <atomic>
 
 namespace Kiln
 {
@@ -31,90 +27,6 @@ namespace
 {
 
 const QString identifierName = QStringLiteral("Identifier");
-constexpr int pollMs = 20;
-
-/// For any thread: reads a picture file, or leaves `out` null.
-void readPicture(const QString &path, QImage *out)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || !loadImage(&file, fileExtension(path).constData(), *out))
-        *out = QImage();
-}
-
-/// The same, without free borders.
-void readCropped(const QString &path, QImage *out)
-{
-    readPicture(path, out);
-    cropImage(*out, nullptr, 0);
-}
-
-/// Pictures that are read on the global pool, a job a file. What jobs write to lives as long as the
-/// last of them.
-class Reading
-{
-public:
-    explicit Reading(const QStringList &files)
-        : m_results(std::make_shared<Results>(files.size()))
-    {
-    }
-    ~Reading()
-    {
-        m_results->isCancelled = true;
-        for (QFuture<void> &job : m_jobs)
-            job.waitForFinished();
-    }
-
-    void start(int index, const QString &path, void (*read)(const QString &, QImage *))
-    {
-        QImage *out = &m_results->pictures[index];
-        m_jobs.append(QtConcurrent::run([results = m_results, path, read, out] {
-            if (!results->isCancelled)
-                read(path, out);
-            ++results->done;
-        }));
-    }
-    int done() const { return m_results->done; }
-    void cancel() { m_results->isCancelled = true; }
-    bool isDone() const { return done() == m_jobs.size(); }
-    const QVector<QImage> &pictures() const { return m_results->pictures; }
-
-private:
-    struct Results {
-        explicit Results(int count)
-            : pictures(count)
-        {
-            pictures.detach(); // jobs write to its elements
-        }
-        QVector<QImage> pictures;
-        std::atomic<int> done{0};
-        std::atomic<bool> isCancelled{false};
-    };
-
-    std::shared_ptr<Results> m_results;
-    QVector<QFuture<void>> m_jobs;
-};
-
-/// Runs events until all is read, and shows how far it is. False when the user has cancelled.
-bool waitFor(Reading &reading, Progress *progress, unsigned int total)
-{
-    bool cancelled = false;
-    progress->setProgress(0, total, &cancelled);
-    QEventLoop loop;
-    QTimer poll;
-    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-        progress->setProgress(unsigned(reading.done()), 0, &cancelled);
-        if (cancelled)
-            reading.cancel();
-        if (reading.isDone())
-            loop.quit();
-    });
-    poll.start(pollMs);
-    if (!reading.isDone())
-        loop.exec();
-    progress->setProgress(total, 0, &cancelled);
-    progress->finish();
-    return !cancelled;
-}
 
 /// The colours that the picture's indexes stand for equal the palette, all 256 of them.
 bool hasColorsOf(const QImage &picture, const Palette &palette)
@@ -211,7 +123,7 @@ void SpriteEditorPrivate::setSpriteImage(const QImage &image)
     dialog.exec();
     if (!still.isSo())
         return;
-    Palette *chosen = dialog.row() >= 0 ? palettes->at(unsigned(dialog.row())) : nullptr;
+    Palette *chosen = palettes->at(unsigned(dialog.row())); // null for none
     takePicture([&] { current->setImage(image, dialog.isReversed(), dialog.mode(), chosen); });
 }
 
@@ -274,55 +186,22 @@ void SpriteEditorPrivate::add()
     if (!still.isSo() || answers.size() != files.size())
         return;
 
-    Reading reading(files);
-    for (int i = 0; i < files.size(); ++i)
-        reading.start(i, files[i], answers[i].mode == 1 ? &readPicture : &readCropped);
     const QPointer<SpriteEditorPrivate> alive(this);
+    const QPointer<Sprites> list = sprites;
+    const auto isShown = [&alive, &list] { return alive && alive->sprites == list; };
+    PictureImport import(list, files, answers, isShown);
+    const unsigned int first = row.isValid() ? unsigned(row.row()) + 1 : 0;
     working = true;
-    Progress *progress = interface->progress(SpriteEditor::tr("Reading pictures..."), true);
-    const bool read = waitFor(reading, progress, unsigned(files.size()));
+    const bool isWhole =
+        import.run(interface->progress(SpriteEditor::tr("Adding pictures..."), true), first);
     if (alive)
         working = false;
-    if (!read || !still.isSo())
-        return;
-    for (int i = 0; i < files.size() && still.isSo(); ++i) {
-        if (reading.pictures()[i].isNull())
-            warnOfPicture(files[i]);
-    }
-    if (still.isSo())
-        insertPictures(reading.pictures(), answers);
-}
-
-/// As one change of the file, behind the current sprite.
-void SpriteEditorPrivate::insertPictures(const QVector<QImage> &pictures,
-                                         const QVector<SprImport::Answer> &answers)
-{
-    const QPointer<Sprites> list = sprites;
-    const unsigned int first = row.isValid() ? unsigned(row.row()) + 1 : 0;
-    QVector<Sprite *> forced;
-    unsigned int at = first;
-    list->beginChange();
-    for (int i = 0; i < pictures.size(); ++i) {
-        if (pictures[i].isNull())
-            continue;
-        const SprImport::Answer &answer = answers[i];
-        Sprite *made = list->insert(at, answer.identifier, QImage());
-        if (!made)
-            continue;
-        ++at;
-        Palette *chosen =
-            answer.palette >= 0 ? list->palettes()->at(unsigned(answer.palette)) : nullptr;
-        made->setImage(pictures[i], false, answer.mode, chosen);
-        if (answer.mode == Sprite::ForcePalette)
-            forced.append(made);
-    }
-    for (Sprite *made : qAsConst(forced))
-        made->finishImport();
-    list->endChange();
-    if (at > first && list == sprites) {
-        setCurrent(at - 1);
+    if (isWhole && import.added() > 0)
+        setCurrent(first + import.added() - 1);
+    if (isWhole && isShown())
         spriteCountChanged();
-    }
+    for (int i = 0; isWhole && isShown() && i < import.unread().size(); ++i)
+        warnOfPicture(import.unread()[i]);
 }
 
 // --- Writing

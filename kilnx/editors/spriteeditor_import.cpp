@@ -20,7 +20,7 @@ const QString identifierName = QStringLiteral("Identifier");
 /// The palette of the source in the file, which may have an equal one already.
 Palette *SpriteEditorPrivate::copiedPalette(const Sprites &source, int paletteRow)
 {
-    const Palette *from = paletteRow >= 0 ? source.palettes()->at(unsigned(paletteRow)) : nullptr;
+    const Palette *from = source.palettes()->at(unsigned(paletteRow));
     if (!from)
         return nullptr;
     Palettes *own = sprites->palettes();

@@ -114,7 +114,6 @@ public:
     QString openFilter() const;
     void warnOfPicture(const QString &fileName);
     void takePicture(const std::function<void()> &change);
-    void insertPictures(const QVector<QImage> &pictures, const QVector<SprImport::Answer> &answers);
     QImage pictureOf(unsigned int index);
     void insertSprite(const QString &identifier, const QImage &image);
     QString freeIdentifier(const QString &wish) const;

@@ -13,7 +13,6 @@
 #include <QtCore/QBuffer>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
-#include <QtCore/QSaveFile>
 
 namespace Kiln
 {
@@ -30,14 +29,13 @@ QString option(const Interface &host, Sprites *sprites, const QString &key)
     return (isInProject ? sprites->option(key) : host.option(key, QVariant())).toString();
 }
 
-/// The old file stays when the new one cannot be written in full.
-bool writePicture(const QString &path, const QImage &picture)
+/// The bytes of a picture file of that name; none where its format cannot have the picture.
+QByteArray encoded(const QString &path, const QImage &picture)
 {
-    QBuffer encoded;
-    encoded.open(QIODevice::WriteOnly);
-    QSaveFile file(path);
-    return saveImage(&encoded, fileExtension(path).constData(), picture) &&
-           file.open(QIODevice::WriteOnly) && writeAll(&file, encoded.data()) && file.commit();
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    const bool isWhole = saveImage(&buffer, fileExtension(path).constData(), picture);
+    return isWhole ? buffer.data() : QByteArray();
 }
 
 } // namespace
@@ -113,17 +111,26 @@ void SpriteExport::write(const QList<int> &rows, const QStringList &names) const
     Progress *progress = m_interface->progress(SpriteEditor::tr("Saving images..."), true);
     bool cancelled = false;
     QStringList failed;
+    ExportedFiles files;
     progress->setProgress(0, unsigned(rows.size()), &cancelled);
     for (int i = 0; i < rows.size() && !cancelled && m_sprites; ++i) {
-        if (!writePicture(names[i], picture(unsigned(rows[i]))))
+        const QByteArray bytes = encoded(names[i], picture(unsigned(rows[i])));
+        if (bytes.isEmpty() || !files.write(names[i], bytes))
             failed.append(names[i]);
         progress->setProgress(unsigned(i + 1), 0, &cancelled);
     }
     progress->finish();
-    if (m_sprites && !failed.isEmpty())
-        showWarning(
-            m_interface->mainWindow(), SpriteEditor::tr("Save image"),
-            SpriteEditor::tr("These images could not be saved:\n%1").arg(listedFiles(failed)));
+    if (cancelled || !m_sprites)
+        return;
+    failed += files.commit();
+    if (failed.isEmpty())
+        return;
+    QString told =
+        SpriteEditor::tr("These images could not be saved:\n%1").arg(listedFiles(failed));
+    if (failed.size() < rows.size())
+        told += QLatin1String("\n\n") +
+                SpriteEditor::tr("%n image(s) were saved.", nullptr, rows.size() - failed.size());
+    showWarning(m_interface->mainWindow(), SpriteEditor::tr("Save image"), told);
 }
 
 QImage SpriteExport::picture(unsigned int row) const

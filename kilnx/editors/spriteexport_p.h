@@ -25,9 +25,8 @@ public:
     SpriteExport(Interface *host, Sprites *sprites, const Pictures &pictures = {});
 
     /// Asks for the file of one row, or for the folder and the start of the names of several, then
-    /// writes them, and tells of all that could not be written in one message. A cancel leaves
-    /// whole files alone. The file of sprites may be closed meanwhile: nothing more is written
-    /// then.
+    /// writes them, and tells of all that could not be written in one message. After a cancel, and
+    /// when the file of sprites is closed meanwhile, all is as it was before.
     void run(const QList<int> &rows) const;
 
     /// Where dialogs for picture files of these sprites start.

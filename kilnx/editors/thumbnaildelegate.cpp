@@ -77,7 +77,6 @@ void ThumbnailDelegate::paint(QPainter *painter,
     painter->setPen(cell.palette.color(cell.state & QStyle::State_Active ? QPalette::Active
                                                                          : QPalette::Inactive,
                                        isSelected ? QPalette::HighlightedText : QPalette::Text));
-    painter->setFont(cell.font);
     painter->drawText(text, Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextDontClip,
                       broken(name, cell.fontMetrics, text.width()));
     if (cell.state & QStyle::State_HasFocus) {

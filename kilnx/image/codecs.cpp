@@ -43,7 +43,7 @@ void clearPadding(QImage &image)
 /// Qt reads the table without looking at its length.
 void coverAllIndexes(QImage &image)
 {
-    if (image.format() != QImage::Format_Indexed8 || image.colorCount() == 0)
+    if (image.colorCount() == 0)
         return;
     int most = 0;
     for (int y = 0; y < image.height(); ++y) {

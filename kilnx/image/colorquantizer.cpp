@@ -17,11 +17,11 @@ namespace
 constexpr quint64 MaxPixels = 1 << 24;
 
 struct Sums {
-    quint64 count = 0;
-    quint64 red = 0;
-    quint64 green = 0;
-    quint64 blue = 0;
-    quint64 alpha = 0;
+    quint64 count;
+    quint64 red;
+    quint64 green;
+    quint64 blue;
+    quint64 alpha;
 };
 
 Sums sumsOf(const OctreeNode &node)

@@ -328,7 +328,6 @@ bool readBySignature(QIODevice *device, const char *format, Table table)
 bool writeAct(QIODevice *device, const RGBA (&table)[Entries])
 {
     QByteArray bytes;
-    bytes.reserve(TripleBytes);
     for (int i = Entries - 1; i >= 0; --i) {
         for (unsigned char channel : {table[i].r, table[i].g, table[i].b})
             bytes.append(static_cast<char>(channel));

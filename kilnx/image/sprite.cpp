@@ -120,6 +120,12 @@ QAbstractItemModel *Sprites::model()
     return this;
 }
 
+void Sprites::cancelChange()
+{
+    endChange();
+    undo();
+}
+
 SpriteProvider::SpriteProvider(QObject *parent)
     : QObject(parent)
 {

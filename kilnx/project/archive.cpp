@@ -107,10 +107,7 @@ bool File::openTemporary(OpenMode mode)
 
 bool File::openPart(OpenMode mode)
 {
-    const QString beside = QFileInfo(m_written).path() + QLatin1Char('/') + partPrefix;
-    do
-        setFileName(beside + Kiln::randomString(6));
-    while (QFileInfo::exists(fileName()));
+    setFileName(Kiln::partBeside(m_written));
     m_isUnsynced = !Kiln::WholeFiles::current()->areSynced();
     m_isPart = QFile::open(mode);
     return m_isPart;
@@ -243,6 +240,16 @@ WholeFiles::~WholeFiles()
 const WholeFiles *WholeFiles::current()
 {
     return currentWholeFiles();
+}
+
+QString partBeside(const QString &path)
+{
+    const QString beside = QFileInfo(path).path() + QLatin1Char('/') + partPrefix;
+    QString part;
+    do
+        part = beside + randomString(6);
+    while (QFileInfo::exists(part));
+    return part;
 }
 
 bool isPartName(const QString &fileName)

@@ -84,6 +84,8 @@ private:
     Q_DISABLE_COPY(WholeFiles)
 };
 
+/// A name beside `path` for a part of it, which no file has.
+QString partBeside(const QString &path);
 /// Whether this is the name of a part.
 bool isPartName(const QString &fileName);
 

@@ -155,6 +155,7 @@ void tst_paletteeditor::makePanel(int palettes)
     for (int i = 0; i < palettes; ++i)
         m_sprites->palettes()->add(randomTable(m_random).data(), i, false);
     m_editor->activate();
+    QCOMPARE(label(), QString("0 / 0"));
     m_editor->setPalettes(m_sprites->palettes());
     m_host->options.insert("project_path", m_directory->path());
     m_host->mainWindow()->show();
@@ -534,6 +535,7 @@ void tst_paletteeditor::savesFiles()
             answer("OK");
         trigger("pal_save");
     }
+    QVERIFY(m_host->progresses.isEmpty() || m_host->progresses.last()->finished == 1);
     const QDir out(file("out"));
     QStringList found = out.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
     found.sort();

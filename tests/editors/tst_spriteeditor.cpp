@@ -142,6 +142,8 @@ private Q_SLOTS:
             QVERIFY2(tool->isChecked(), qPrintable(key));
             QCOMPARE(bench.renderer().activePosition(), toolKeys.size() - 1);
             QVERIFY(!bench.host.statusTexts.value(Interface::GuidesField).isEmpty());
+            auto *button = qobject_cast<QAbstractButton *>(bench.host.control(tool->objectName()));
+            QVERIFY2(button && button->isChecked(), qPrintable(key));
         }
         QCOMPARE(toolKeys.size(), 9);
         bench.trigger("spr_layer_add");
@@ -377,6 +379,8 @@ private Q_SLOTS:
         add("properties, format", "spr_image_properties", {{"format", 0}}, {20, 10}, {4, 2});
         add("resize", "spr_resize", {{"keep", false}, {"width", 35}, {"height", 40}, {"filter", 2}},
             {35, 40}, {7, 8});
+        add("resize, smooth", "spr_resize",
+            {{"keep", false}, {"width", 35}, {"height", 40}, {"filter", 1}}, {35, 40}, {7, 8});
         add("resize in proportion", "spr_resize", {{"width", 100}}, {100, 50}, {20, 10});
         add("rotate", "spr_image_rotate", {{"degrees", 90.0}}, {10, 20}, {4, 2});
         add("rotate, smooth", "spr_image_rotate", {{"degrees", 90.0}, {"filter", 4}}, {10, 20},
@@ -477,8 +481,21 @@ private Q_SLOTS:
             send(QEvent::MouseMove, place(0), Qt::LeftButton);
             send(QEvent::MouseMove, place(0) - QPoint(0, 6), Qt::LeftButton);
         };
+        const auto *line = list->viewport()->findChild<QRubberBand *>();
+        startDrag();
+        QVERIFY(line->isVisible());
+        QCOMPARE(line->geometry().center().y(), list->visualRect(list->model()->index(0, 0)).top());
+        send(QEvent::MouseMove, place(2) + QPoint(0, 40), Qt::LeftButton);
+        QCOMPARE(line->geometry().center().y(),
+                 list->visualRect(list->model()->index(2, 0)).bottom() + 1);
+        QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, {});
+        QApplication::sendEvent(list, &escape);
+        QVERIFY(escape.isAccepted() && !line->isVisible());
+        send(QEvent::MouseButtonRelease, place(0), Qt::NoButton);
+        QCOMPARE(order(), QString("Layer 2 copy, Layer 2, sprite 0"));
         startDrag();
         send(QEvent::MouseButtonRelease, place(0) - QPoint(0, 6), Qt::NoButton);
+        QVERIFY(!line->isVisible());
         QCOMPARE(order(), QString("sprite 0, Layer 2 copy, Layer 2"));
         bench.editor->undo();
         QCOMPARE(order(), QString("Layer 2 copy, Layer 2, sprite 0"));
@@ -629,6 +646,29 @@ private Q_SLOTS:
                 bench.editor->undo();
             QCOMPARE(bench.panel->currentPalette(), bench.file->at(0)->palette());
             QCOMPARE(colors(), before);
+        });
+        add("a sprite without a picture gets one", [](Bench &bench) {
+            bench.insert("empty", QImage());
+            bench.trigger("spr_next");
+            bench.expectFields({{"format", 0}, {"width", 9}, {"height", 7}});
+            bench.host.dialogs().expectDialog([](QDialog *dialog) {
+                dialog->findChild<QComboBox *>("palette_modes")->setCurrentIndex(1);
+                auto *palettes = dialog->findChild<QAbstractItemView *>("palettes");
+                palettes->setCurrentIndex(palettes->model()->index(0, 0));
+                dialog->accept();
+            });
+            bench.trigger("spr_image_properties");
+            QCOMPARE(bench.sprite(1).size(), QSize(9, 7));
+            QCOMPARE(bench.sprite(1).format(), QImage::Format_Indexed8);
+            QVERIFY(bench.canvas().undoStack.isClean());
+        });
+        add("a picture is pasted into an empty file", [](Bench &bench) {
+            bench.file->remove(0);
+            QApplication::clipboard()->setImage(somePicture({5, 3}));
+            bench.editor->paste();
+            QCOMPARE(bench.names(), QStringList("Sprite"));
+            QCOMPARE(bytesOf(bench.sprite()), bytesOf(somePicture({5, 3})));
+            QCOMPARE(bench.canvas().layers.rowCount(), 1);
         });
         add("a first sprite in an empty file", [](Bench &bench) {
             bench.file->remove(0);

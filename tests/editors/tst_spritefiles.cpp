@@ -279,40 +279,72 @@ private Q_SLOTS:
                                                     : QStringList({"sprite 0", "sprite 1"}));
     }
 
-    void stopsReading_data()
+    void stopsAdding_data()
     {
-        const auto add = columns<Act>("during");
-        add("the user cancels", [](Bench &) {});
-        add("the file is closed", [](Bench &bench) {
-            bench.editor->setCurrentFile(nullptr);
-            bench.file.reset();
-        });
-        add("the editor is destroyed", [](Bench &bench) {
-            bench.editor->setCurrentFile(nullptr);
-            bench.host.activeEditor = nullptr;
-            bench.editor.reset();
-        });
+        const auto add = columns<Act, bool>("during", "isRead");
+        for (const bool isRead : {false, true}) {
+            const QByteArray when = isRead ? ", pictures come in" : ", files are read";
+            add("the user cancels" + when, {}, isRead);
+            add(
+                "the file is closed" + when,
+                [](Bench &bench) {
+                    bench.editor->setCurrentFile(nullptr);
+                    bench.file.reset();
+                },
+                isRead);
+            add(
+                "the editor is destroyed" + when,
+                [](Bench &bench) {
+                    bench.editor->setCurrentFile(nullptr);
+                    bench.host.activeEditor = nullptr;
+                    bench.editor.reset();
+                },
+                isRead);
+        }
     }
 
-    void stopsReading()
+    /// Nothing has come, and the file's steps are as they were.
+    void stopsAdding()
     {
-        const auto [during] = row<Act>();
+        const auto [during, isRead] = row<Act, bool>();
         Bench bench;
         bench.show({somePicture({4, 4})});
+        const auto save = [&bench] {
+            return bench.file->toFile(FileSystemArchive::instance(), bench.path("a.gleam"), false);
+        };
+        QVERIFY(save());
+        bench.file->at(0)->setProperty("Identifier", "renamed");
+        bench.file->undo();
         QStringList files;
         for (int i = 0; i < 40; ++i) {
             files << bench.path(QString("%1.png").arg(i));
-            QVERIFY(somePicture({200, 200}, unsigned(i)).save(files[i]));
+            QImage picture = somePicture({200, 200}, unsigned(i));
+            picture.setColorTable(someColors(unsigned(i)));
+            QVERIFY(picture.save(files[i]));
         }
         bench.host.dialogs().expectFiles(files);
-        bench.expectAccept();
-        bench.host.cancelAt = QString(QTest::currentDataTag()) == "the user cancels" ? 1 : 0;
-        bench.host.duringProgress = [&bench, during = during] { during(bench); };
+        bench.expectFields({{"palette_modes", isRead ? 1 : 0}});
+        const auto stop = [&bench, during = during] {
+            if (during && bench.file && bench.editor)
+                during(bench);
+        };
+        bench.host.cancelAt = during ? 0 : isRead ? 80 : 1;
+        if (isRead)
+            connect(bench.file.get(), &EmberSprites::rowsInserted, bench.host.mainWindow(),
+                    [stop] { QTimer::singleShot(0, stop); });
+        else
+            bench.host.duringProgress = stop;
         bench.trigger("spr_add");
         QCOMPARE(bench.host.dialogs().finish(), QString());
+        QCOMPARE(bench.host.progresses.last()->total, 80U);
         QCOMPARE(bench.host.progresses.last()->finished, 1);
-        if (bench.file)
-            QCOMPARE(bench.names(), QStringList("sprite 0"));
+        if (!bench.file)
+            return;
+        QCOMPARE(bench.names(), QStringList("sprite 0"));
+        QCOMPARE(bench.file->palettes()->count(), 1U);
+        QVERIFY(!bench.file->isModified());
+        bench.file->redo();
+        QCOMPARE(bench.names(), QStringList("renamed"));
     }
 
     void exportsPictures()
@@ -342,30 +374,49 @@ private Q_SLOTS:
         QCOMPARE(offered, QStringList(bench.path("a_b.png")));
         bench.editor->setCurrent(0);
         bench.click({1, 1}); // what is drawn is exported, too
+        writeFile(bench.path("behind.png"), "old");
+        QVERIFY(QFile::link(bench.path("behind.png"), bench.path("set_sprite 1.png")));
         expectAll();
+        bench.host.dialogs().expectBox(QMessageBox::Yes);
         bench.trigger("spr_saveimgas");
         QCOMPARE(bench.host.dialogs().finish(), QString());
-        QCOMPARE(PlainPng(readFile(bench.path("set_sprite 1.png"))).indexes,
-                 bytesOf(bench.sprite(1)));
+        QCOMPARE(PlainPng(readFile(bench.path("behind.png"))).indexes, bytesOf(bench.sprite(1)));
+        QVERIFY(QFileInfo(bench.path("set_sprite 1.png")).isSymLink());
         QCOMPARE(PlainPng(readFile(bench.path("set_sprite 0.png"))).indexes,
                  bytesOf(bench.canvas().flatten()));
         QCOMPARE(PlainPng(readFile(bench.path("set_a_b.png"))).indexes, bytesOf(bench.sprite(2)));
 
-        // A full disk: a message with all names, and the old files as they were.
-        const QByteArray before = readFile(bench.path("set_sprite 1.png"));
-        expectAll();
-        bench.host.dialogs().expectBox(QMessageBox::Yes); // they exist
-        bench.host.dialogs().expectDialog([](QDialog *dialog) {
-            const QString text = qobject_cast<QMessageBox *>(dialog)->text();
-            QVERIFY(text.contains("set_sprite 0.png") && text.contains("set_a_b.png"));
-            dialog->accept();
-        });
-        {
-            const FullDisk full(64);
+        // A cancel leaves the folder as it was. On a full disk a message names what it has no room
+        // for, and tells of the rest.
+        const auto contents = [&bench] {
+            QMap<QString, QByteArray> all;
+            const QDir folder(bench.directory.path());
+            for (const QString &name : folder.entryList(QDir::Files | QDir::Hidden))
+                all.insert(name, readFile(folder.filePath(name)));
+            return all;
+        };
+        writeFile(bench.path("set_sprite 1.png"), "old");
+        QVERIFY(QFile::remove(bench.path("set_a_b.png")));
+        bench.file->at(1)->setImage(somePicture({1, 1}).convertToFormat(QImage::Format_ARGB32));
+        const auto before = contents();
+        for (const bool isFull : {false, true}) {
+            expectAll();
+            bench.host.dialogs().expectBox(QMessageBox::Yes);
+            const std::unique_ptr<FullDisk> disk(isFull ? new FullDisk(200) : nullptr);
+            bench.host.cancelAt = isFull ? 0 : 2;
+            if (isFull)
+                bench.host.dialogs().expectBox(QMessageBox::Ok);
             bench.trigger("spr_saveimgas");
+            QCOMPARE(bench.host.dialogs().finish(), QString());
+            if (!isFull)
+                QCOMPARE(contents(), before);
         }
-        QCOMPARE(bench.host.dialogs().finish(), QString());
-        QCOMPARE(readFile(bench.path("set_sprite 1.png")), before);
+        auto after = contents();
+        QVERIFY(!QImage::fromData(after.take("behind.png")).isNull());
+        const QString told = bench.host.dialogs().seen().last().text;
+        QVERIFY2(told.contains("set_sprite 0.png") && told.contains("set_a_b.png"),
+                 qPrintable(told));
+        QVERIFY2(told.endsWith("1 image(s) were saved."), qPrintable(told));
     }
 
     void copiesAndPastes_data()
@@ -487,6 +538,7 @@ private Q_SLOTS:
             add("skip" + how, isSaved, 2, 0, 1, 0);
             add("add anyway" + how, isSaved, 3, 0, 3, 0);
         }
+        add("skip, into an empty file", true, 2, 0, 2, 0);
         add("from no project", true, -1, 0, 0, 0);
     }
 
@@ -508,11 +560,15 @@ private Q_SLOTS:
         bench.host.projects = parent->openedProjects();
         if (policy < 0)
             bench.host.projects = {target->project()};
-        target->at(0)->setProperty("Identifier", source->at(0)->identifier());
+        const bool isEmpty = QByteArray(QTest::currentDataTag()).endsWith("empty file");
+        while (isEmpty && target->itemCount() > 0)
+            target->remove(0);
+        if (!isEmpty)
+            target->at(0)->setProperty("Identifier", source->at(0)->identifier());
         if (!isSaved)
             source->at(1)->setImage(somePicture({9, 7}), false, Sprite::ImagePalette, nullptr);
         QCOMPARE(source->isModified(), !isSaved);
-        const QImage old = target->at(0)->image();
+        const QImage old = isEmpty ? QImage() : target->at(0)->image();
         const unsigned int before = target->itemCount();
         bench.editor->setCurrentFile(target);
         if (policy < 0)
@@ -567,11 +623,13 @@ private Q_SLOTS:
             QCOMPARE(seen[0].text, QString("You can't import from the destination project!"));
         QCOMPARE(target->itemCount(), before + unsigned(added));
         const bool replaced = policy == 1 || answer == QMessageBox::Yes;
-        QCOMPARE(target->at(0)->image() == old, !replaced);
+        QCOMPARE(target->at(0)->image() == old, !replaced && !isEmpty);
+        const int first = isEmpty ? 0 : 1;
+        QCOMPARE(bench.editor->currentSprite(), target->at(unsigned(added > 0 ? first : 0)));
         for (int i = 0; i < added; ++i) {
-            const QImage image = target->at(unsigned(i + 1))->image();
-            const EmberSprite *original = source->at(added == 3 && i == 0 ? 0 : 1);
-            QCOMPARE(target->at(unsigned(i + 1))->identifier(),
+            const QImage image = target->at(unsigned(i + first))->image();
+            const EmberSprite *original = source->at(added > 1 && i == 0 ? 0 : 1);
+            QCOMPARE(target->at(unsigned(i + first))->identifier(),
                      policy == 3 && i == 1 ? QString("renamed") : original->identifier());
             QCOMPARE(bytesOf(image), bytesOf(original->image()));
             QVERIFY(mode > 0 || image.colorTable() == original->image().colorTable());

@@ -120,6 +120,15 @@ private Q_SLOTS:
             QVERIFY(panel.thumbnails->model()->storedBytes() < 1500 * (9 * 7 * 4 + 100));
         panel.thumbnails->setSide(40);
         QTRY_VERIFY(panel.isRight(*sprites));
+        // As large is the cell; the size is kept in the host's options.
+        const QSize cell = panel.grid->gridSize();
+        panel.host.options["thumbnails_size"] = 50;
+        panel.thumbnails->reconfig();
+        QCOMPARE(panel.grid->gridSize(), cell + QSize(10, 10));
+        QCOMPARE(static_cast<QSlider *>(panel.host.control("thumb_size"))->value(), 50);
+        panel.thumbnails->setSide(40);
+        QCOMPARE(panel.grid->gridSize(), cell);
+        QCOMPARE(panel.host.options["thumbnails_size"].toInt(), 40);
     }
 
     void keepsToItsMemory()

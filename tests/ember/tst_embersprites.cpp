@@ -580,6 +580,35 @@ private slots:
         QVERIFY(!sprites->isModified());
         const QByteArray good = readFile(name);
 
+        // A cancelled bracket leaves the steps as they were, with what can be redone.
+        sprites->at(0)->setProperty("Identifier", "c");
+        sprites->undo();
+        sprites->beginChange();
+        sprites->insert(2, "d", picture(3, 3, 0, {0xFF445566}));
+        sprites->undo(); // not in a bracket
+        sprites->beginChange();
+        sprites->palettes()->duplicate(0);
+        sprites->remove(0);
+        sprites->cancelChange();
+        QCOMPARE(sprites->itemCount(), 3u);
+        QCOMPARE(sprites->palettes()->count(), 2u);
+        QVERIFY(sprites->isModified());
+        bool wasModified = true;
+        connect(sprites.get(), &EmberSprites::modified, this,
+                [&] { wasModified = sprites->isModified(); });
+        sprites->cancelChange();
+        QVERIFY(!wasModified);
+        QCOMPARE(sprites->itemCount(), 2u);
+        QCOMPARE(sprites->palettes()->count(), 1u);
+        sprites->redo();
+        QCOMPARE(sprites->at(0)->identifier(), QString("c"));
+        sprites->undo();
+        sprites->undo();
+        QVERIFY(sprites->isEmpty());
+        sprites->redo();
+        QVERIFY(!sprites->isModified());
+        sprites->disconnect(this);
+
         // The limit that was given: the old file stays.
         sprites->palettes()->duplicate(0);
         m_host->dialogs().expectBox(QMessageBox::Ok);

@@ -313,8 +313,10 @@ private Q_SLOTS:
             QCOMPARE(bench.widget->cursor().shape(), i == 0 ? Qt::ClosedHandCursor : rest[i]);
             bench.release({5, 5});
             QCOMPARE(bench.widget->cursor().shape(), rest[i]);
-            if (auto *pen = qobject_cast<BasePenTool *>(renderer.activeTool()))
+            if (auto *pen = qobject_cast<BasePenTool *>(renderer.activeTool())) {
                 QCOMPARE(QPoint(pen->size->minimum(), pen->size->maximum()), QPoint(1, 24));
+                QVERIFY(pen->options->layout()->indexOf(pen->size) >= 0);
+            }
         }
         QCOMPARE(chosen.count(), 9);
         renderer.setActiveTool(-1);
@@ -442,6 +444,52 @@ private Q_SLOTS:
         bench.key(Qt::Key_Left); // the layer as it is now: nothing comes from outside any more
         QCOMPARE(bench.pixel({4, 4}), 2u);
         QVERIFY(!renderer.activeTool()->keyPressed(Qt::Key_A));
+    }
+
+    void outlivesWhoHearsOfAStep_data()
+    {
+        columns<QString>("what");
+        for (const char *what : {"layer gone", "layer smaller"})
+            QTest::addRow("%s", what) << QString(what);
+    }
+
+    void outlivesWhoHearsOfAStep()
+    {
+        const auto [what] = row<QString>();
+        Bench bench(false, IndexedCanvas, {10, 10});
+        ImageCanvas &canvas = bench.renderer.canvas;
+        auto *tool = bench.choose<SelMoveTool>(ImageRenderer::SelMove);
+        QByteArray after;
+        connect(&canvas.undoStack, &QUndoStack::indexChanged, tool, [&, what = what] {
+            if (what == "layer gone")
+                canvas.layers.removeLayer(0, false);
+            else
+                rasterAt(canvas, 0)->image = rasterAt(canvas, 0)->image.copy(0, 0, 3, 3);
+            after = stateOf(canvas);
+        });
+        QVERIFY(tool->keyPressed(Qt::Key_Right)); // it was the tool's key all the same
+        QVERIFY(!after.isEmpty());
+        QCOMPARE(stateOf(canvas), after);
+    }
+
+    /// Every dot of the band is black or white, and both are there.
+    void showsTheBandOfASelection()
+    {
+        Bench bench(false, IndexedCanvas, {40, 40});
+        bench.renderer.setShowGrid(false);
+        bench.renderer.setActiveTool(ImageRenderer::RectSel);
+        bench.press({30, 5});
+        bench.move({4, 20});
+        const QImage shot = bench.widget->grab().toImage();
+        const QRect band(bench.renderer.toScreen({4, 5}), bench.renderer.toScreen({30, 20}));
+        int white = 0;
+        int black = 0;
+        for (int x = band.left(); x < band.right(); ++x) {
+            white += shot.pixelColor(x, band.top()) == QColor(Qt::white);
+            black += shot.pixelColor(x, band.top()) == QColor(Qt::black);
+        }
+        QCOMPARE(white + black, band.width() - 1);
+        QVERIFY(white > band.width() / 4 && black > band.width() / 4);
     }
 
     void movesTheCanvas()
@@ -717,6 +765,14 @@ private Q_SLOTS:
         QCOMPARE(renderer.picture().pixelIndex(250, 250), before);
         renderer.canvas.announceImage();
         QCOMPARE(renderer.picture().pixelIndex(250, 250), 99);
+        // A layer that is smaller than the canvas turns, and back, without a word of the canvas's.
+        QImage small(60, 20, QImage::Format_Indexed8);
+        small.fill(7);
+        renderer.canvas.layers.addLayer(&small);
+        renderer.canvas.rotate(90, 0);
+        QCOMPARE(renderer.picture(), renderer.canvas.flatten());
+        renderer.canvas.undoStack.undo();
+        QCOMPARE(renderer.picture(), renderer.canvas.flatten());
     }
 };
 

@@ -210,6 +210,27 @@ private Q_SLOTS:
         QCOMPARE(colorsOf(widget), before);
     }
 
+    /// The held cell follows the mouse.
+    void repaintsWhileDragged()
+    {
+        struct Paints : QObject {
+            bool eventFilter(QObject *, QEvent *event) override
+            {
+                count += event->type() == QEvent::Paint;
+                return false;
+            }
+            int count = 0;
+        } paints;
+        PaletteWidget widget;
+        widget.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&widget));
+        QTest::mousePress(&widget, Qt::LeftButton, {}, middleOf(3));
+        QCoreApplication::processEvents();
+        widget.installEventFilter(&paints);
+        move(widget, middleOf(4));
+        QTRY_VERIFY(paints.count > 0);
+    }
+
     void dropsWhatIsCutOff_data()
     {
         columns<int>("how");
