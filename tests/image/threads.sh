@@ -21,5 +21,5 @@ run() {
 }
 run tst_imagefiles manyThreadsAtOnce
 # Pictures that the sprite editor reads, and those of the thumbnails, on the threads of pools.
-run tst_spritefiles addsFiles stopsReading
+run tst_spritefiles addsFiles stopsAdding
 run tst_thumbnails showsManySprites changesUnderWay survivesItsFile

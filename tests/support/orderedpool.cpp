@@ -1,5 +1,6 @@
 // Part of test programs under the thread sanitizer alone. Qt is not built for it, so it cannot see
-// that a thread pool hands work over in order: these two stand before Qt's own and tell it.
+// that a thread pool hands work over in order, nor that all is done after a wait: these stand
+// before Qt's own and tell it.
 
 #include <QtCore/QRunnable>
 #include <QtCore/QThreadPool>
@@ -12,6 +13,8 @@ extern "C" void __tsan_release(void *address);
 
 namespace
 {
+
+char done; ///< stands for all work that is done
 
 /// Work that sees all that was done before it was handed over. As every work, it may be cleared
 /// away without having run.
@@ -31,6 +34,7 @@ public:
     {
         __tsan_acquire(this);
         m_work->run();
+        __tsan_release(&done);
     }
 
 private:
@@ -52,4 +56,14 @@ void QThreadPool::start(QRunnable *work, int priority)
 void QThreadPool::start(std::function<void()> work, int priority)
 {
     start(QRunnable::create(std::move(work)), priority);
+}
+
+bool QThreadPool::waitForDone(int msecs)
+{
+    using Wait = bool (*)(QThreadPool *, int);
+    static const auto wait =
+        reinterpret_cast<Wait>(dlsym(RTLD_NEXT, "_ZN11QThreadPool11waitForDoneEi"));
+    const bool isDone = wait(this, msecs);
+    __tsan_acquire(&done);
+    return isDone;
 }
