@@ -14,6 +14,8 @@
 #include <QFormLayout>
 #include <QMainWindow>
 #include <QMenu>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -21,6 +23,46 @@
 
 namespace HostKit
 {
+
+namespace
+{
+
+/// Less of a grid is of no use.
+constexpr int lowestGrid = 80;
+
+/// Shows a part of a grid where the window is too low for the whole, but always its full width.
+class GridScroll : public QScrollArea
+{
+public:
+    explicit GridScroll(QWidget *grid)
+    {
+        setFrameShape(QFrame::NoFrame);
+        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        setFocusPolicy(Qt::NoFocus);
+        setWidgetResizable(true);
+        setWidget(grid);
+    }
+    QSize sizeHint() const override { return minimumSizeHint().expandedTo(wanted()); }
+    QSize minimumSizeHint() const override
+    {
+        return {wanted().width() + verticalScrollBar()->sizeHint().width(),
+                qMin(wanted().height(), lowestGrid)};
+    }
+
+protected:
+    /// The grid has another size.
+    bool event(QEvent *event) override
+    {
+        if (event->type() == QEvent::LayoutRequest)
+            updateGeometry();
+        return QScrollArea::event(event);
+    }
+
+private:
+    QSize wanted() const { return widget() ? widget()->sizeHint() : QSize(0, 0); }
+};
+
+} // namespace
 
 ControlPanels::ControlPanels(QMainWindow *window,
                              QLayout *strip,
@@ -72,7 +114,9 @@ QWidget *ControlPanels::add(const QString &key, const Kiln::Control &control)
     const bool isList = qobject_cast<QAbstractItemView *>(built.field);
     const bool isWide = isList || embedded;
     if (place.sideDock && isWide) {
-        place.sideDock->widget()->layout()->addWidget(built.row);
+        if (embedded)
+            entry.row = new GridScroll(built.row);
+        place.sideDock->widget()->layout()->addWidget(entry.row);
     } else if (!isList) {
         if (!addToForm(entry, place)) {
             place.strip->layout()->addWidget(built.row);
@@ -287,6 +331,8 @@ void ControlPanels::removeOwn(const QString &key, const QObject *part, const QWi
     // A form has other fields, too.
     if (entry.dock && entry.dock->widget() == entry.row)
         delete entry.dock;
+    if (auto *scroll = qobject_cast<QScrollArea *>(entry.row); scroll && entry.field == again)
+        scroll->takeWidget();
     if (entry.row != again)
         delete entry.row;
     m_entries.remove(known);

@@ -229,6 +229,20 @@ private slots:
         QCOMPARE(table->model()->rowCount(), all);
     }
 
+    // Below the title bar of a screen of 1024 by 600.
+    void editorsFitASmallScreen()
+    {
+        for (const char *file : {"wren.gleam", "wren.flick", "wren.peal", "air.glow"}) {
+            QVERIFY2(host().desk().openFile(path("heroes/wren/") + file, 0), file);
+            m_window->resize(640, 400);
+            QCoreApplication::processEvents();
+            const QSize size = m_window->size();
+            QVERIFY2(
+                size.width() <= 1016 && size.height() <= 580,
+                qPrintable(QString("%1: %2 by %3").arg(file).arg(size.width()).arg(size.height())));
+        }
+    }
+
     void nodesLeadToTheirLines()
     {
         open("heroes/wren/ground.glow");
