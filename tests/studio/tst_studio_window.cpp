@@ -232,7 +232,7 @@ private slots:
     // Below the title bar of a screen of 1024 by 600.
     void editorsFitASmallScreen()
     {
-        for (const char *file : {"wren.gleam", "wren.flick", "wren.peal", "air.glow"}) {
+        for (const char *file : {"wren.gleam", "wren.flick", "air.glow"}) {
             QVERIFY2(host().desk().openFile(path("heroes/wren/") + file, 0), file);
             m_window->resize(640, 400);
             QCoreApplication::processEvents();
