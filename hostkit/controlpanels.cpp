@@ -29,6 +29,8 @@ namespace
 
 /// Less of a grid is of no use.
 constexpr int lowestGrid = 80;
+/// What everything beside a grid wants of a window's height.
+constexpr int restOfWindow = 480;
 
 /// Shows a part of a grid where the window is too low for the whole, but always its full width.
 class GridScroll : public QScrollArea
@@ -45,15 +47,16 @@ public:
     QSize sizeHint() const override { return minimumSizeHint().expandedTo(wanted()); }
     QSize minimumSizeHint() const override
     {
+        const int room = qMax(lowestGrid, window()->height() - restOfWindow);
         return {wanted().width() + verticalScrollBar()->sizeHint().width(),
-                qMin(wanted().height(), lowestGrid)};
+                qMin(wanted().height(), room)};
     }
 
 protected:
-    /// The grid has another size.
+    /// The grid has another size, or the window.
     bool event(QEvent *event) override
     {
-        if (event->type() == QEvent::LayoutRequest)
+        if (event->type() == QEvent::LayoutRequest || event->type() == QEvent::Resize)
             updateGeometry();
         return QScrollArea::event(event);
     }
