@@ -17,6 +17,7 @@
 #include <QtCore/QBuffer>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QHash>
 #include <QtCore/QSaveFile>
 
 #include <algorithm>
@@ -49,6 +50,11 @@ Animations *listOf(ProjectFile *file)
 QString codeOf(const AnimationCode *animation)
 {
     return animation->code().replace(QChar::ParagraphSeparator, QLatin1Char('\n'));
+}
+
+QString nameOf(const Animations &list, int row)
+{
+    return list.at(unsigned(row))->property(QStringLiteral("Identifier")).toString();
 }
 
 /// The index of a clear colour, -1 for none.
@@ -382,10 +388,8 @@ void AnimationEditorPrivate::importFrom()
     if (rows.isEmpty() || !still.isSo())
         return;
     QVector<Incoming> items;
-    for (const int at : rows) {
-        AnimationCode *each = source->at(unsigned(at));
-        items.append({codeOf(each), each->property(QStringLiteral("Identifier")).toString()});
-    }
+    for (const int at : rows)
+        items.append({codeOf(source->at(unsigned(at))), nameOf(*source, at)});
     const int added = takeIn(items, ConflictPolicy::Ask);
     if (added >= 0)
         tellImported(added, text(71));
@@ -437,10 +441,20 @@ int AnimationEditorPrivate::takeIn(const QVector<Incoming> &offered, ConflictPol
 {
     const Still still(this);
     const int first = row.isValid() ? row.row() + 1 : 0;
+    QHash<QString, int> rowsOf; // of names, read anew when the text has changed behind a question
+    int revision = -1;
+    const auto find = [&](const QString &name) {
+        if (revision != document()->revision()) {
+            revision = document()->revision();
+            rowsOf.clear();
+            for (int at = int(list->count()) - 1; at >= 0; --at)
+                rowsOf.insert(nameOf(*list, at), at);
+        }
+        return rowsOf.value(name, -1);
+    };
     ImportPlan plan(
         window(), *list, first, policy,
-        AnimationEditor::tr("Animation '%1' already exists, do you want to replace it?"),
-        [this](const QString &name) { return list->find(0, name); });
+        AnimationEditor::tr("Animation '%1' already exists, do you want to replace it?"), find);
     for (int i = 0; i < offered.size(); ++i) {
         plan.settle(i, offered[i].name);
         if (!still.isSo())
