@@ -98,6 +98,7 @@ void GLRenderWidget::initializeGL()
     gl->glDisable(GL_STENCIL_TEST);
     if (!wasCurrent)
         makeCurrent();
+    d->allWanted = true;
     d->contextConnection = QObject::connect(context(), &QOpenGLContext::aboutToBeDestroyed, this,
                                             [this] { d->releaseResources(); });
     const bool works = d->createResources();
@@ -114,7 +115,6 @@ void GLRenderWidget::initializeGL()
 
 void GLRenderWidget::paintGL()
 {
-    d->painted = true;
     QOpenGLFunctions *gl = QOpenGLContext::currentContext()->functions();
     if (d->renderer) {
         const QColor color = d->renderer->clearColor();
@@ -146,6 +146,11 @@ bool GLRenderWidget::event(QEvent *event)
     const bool enabled = isEnabled();
     const QPointer<GLRenderWidget> self(this); // a handler may destroy the widget
     const bool used = QOpenGLWidget::event(event);
+    // In another window it gets another context, and no paint event without one.
+    if (self && event->type() == QEvent::Show && !context() && !size().isEmpty() &&
+        window()->windowHandle()) {
+        fail();
+    }
     if (self && enabled)
         d->input.forward(event);
     return used;
@@ -158,14 +163,11 @@ void GLRenderWidget::paintEvent(QPaintEvent *event)
         fail();
         return;
     }
-    d->painted = false;
     d->area = d->allWanted ? QRect() : d->areaWanted;
     d->allWanted = false;
     d->areaWanted = QRect();
     QOpenGLWidget::paintEvent(event);
     d->area = QRect();
-    if (!d->painted && !size().isEmpty() && updatesEnabled())
-        fail();
 }
 
 void GLRenderWidget::resizeEvent(QResizeEvent *event)

@@ -666,13 +666,32 @@ private Q_SLOTS:
         QVERIFY2(tellings > 25, qPrintable(QString::number(tellings)));
     }
 
+    void survivesCirclesAndExtremes_data()
+    {
+        columns<bool>("openGL");
+        addRow("native", false);
+        if (!Contexts::none())
+            addRow("OpenGL", true);
+    }
+
     void survivesCirclesAndExtremes()
     {
+        QFETCH(bool, openGL);
+        // Its size is none that the picture has; there may be no picture, or few colours.
+        struct Lying : FakeSprite {
+            ImageInfo imageInfo() const override { return info; }
+            ImageInfo info;
+        } lying;
         Scene scene;
         QRandomGenerator random(23);
-        RenderWidget widget;
+        RenderWidget native;
+        GLRenderWidget card;
+        QWidget &widget = openGL ? static_cast<QWidget &>(card) : native;
         widget.setFixedSize(viewSize);
-        widget.setRenderer(&scene.view);
+        widget.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&widget));
+        openGL ? card.setRenderer(&scene.view) : native.setRenderer(&scene.view);
+        QCOMPARE(scene.view.onOpenGL, openGL);
         const int ends[] = {INT_MIN, INT_MIN + 1, -65536, 0, 65536, INT_MAX - 1, INT_MAX};
         const auto end = [&] { return ends[random.bounded(7)]; };
         for (int step = 0; step < 40; ++step) {
@@ -690,8 +709,17 @@ private Q_SLOTS:
                 properties[3] = QSize(end(), end());
                 properties[4] = QPointF(end(), std::numeric_limits<double>::quiet_NaN());
             }
+            const unsigned short lengths[] = {0, 1, 9, 0xFFFF};
+            lying.info = {lengths[random.bounded(4)], lengths[random.bounded(4)],
+                          QImage::Format_Indexed8};
+            lying.picture = random.bounded(3) ? QImage(9, 7, QImage::Format_Indexed8) : QImage();
+            lying.picture.fill(200);
+            lying.picture.setColorTable({0xFF112233, 0xFF445566});
+            scene.provider.add(&lying, {random.bounded(9), 0}, 13);
+            scene.view.setOnionSkin(true, GraphicsRenderer::OnionEffect(random.bounded(4)), 0.5F);
+            scene.view.setOnionSkinSprite(&lying, {end(), end()});
             Q_EMIT scene.provider.changed();
-            GraphicsRenderer::setOrigin({end(), end()});
+            GraphicsRenderer::setOrigin({random.bounded(2) ? end() : 60, 60});
             scene.view.setGuideLines({end(), end()});
             scene.view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes, random.bounded(256),
                                            1);
@@ -704,10 +732,12 @@ private Q_SLOTS:
                 scene.view.mouseMoved(at + QPoint(3, 5), Qt::NoModifier);
                 scene.view.mouseReleased(at, Qt::LeftButton, Qt::NoModifier);
                 scene.view.mouseWheel(120 * (random.bounded(5) - 2));
+                click % 2 ? scene.view.setCaptureMode() : scene.view.setPositioningMode();
             }
             widget.grab();
         }
         GraphicsRenderer::setOrigin({});
+        scene.view.setPositioningMode();
         scene.view.mousePressed({INT_MAX, INT_MAX}, Qt::LeftButton, Qt::ControlModifier);
         scene.view.mouseMoved({INT_MIN, INT_MIN}, {});
         scene.view.mouseReleased({}, Qt::LeftButton, {});

@@ -114,6 +114,14 @@ QMatrix4x4 matrix(const QRectF &target)
     return matrix;
 }
 
+/// No driver gives this kind of context.
+QSurfaceFormat impossibleFormat()
+{
+    QSurfaceFormat impossible;
+    impossible.setRenderableType(QSurfaceFormat::OpenVG);
+    return impossible;
+}
+
 /// A view through OpenGL on the screen, with a probe in it, and the plain model of it.
 struct Shown {
     explicit Shown(const QSize &size = QSize(64, 48))
@@ -556,8 +564,16 @@ private Q_SLOTS:
         shown.reset();
     }
 
+    void makesTheContextAnew_data()
+    {
+        columns<bool>("works");
+        addRow("which works", true);
+        addRow("which fails", false);
+    }
+
     void makesTheContextAnew()
     {
+        QFETCH(bool, works);
         if (Contexts::none())
             return;
         // Without shared contexts Qt makes another one for another window.
@@ -568,11 +584,19 @@ private Q_SLOTS:
         window.resize(64, 48);
         window.show();
         const QSignalSpy initialized(&shown.widget, &GLRenderWidget::initialize);
+        const QSignalSpy failed(&shown.widget, &GLRenderWidget::failed);
         shown.widget.setParent(&window);
+        if (!works)
+            shown.widget.setFormat(impossibleFormat());
         shown.widget.show();
         QApplication::setAttribute(Qt::AA_ShareOpenGLContexts, true);
         QVERIFY(QTest::qWaitForWindowExposed(&window));
-        QTRY_COMPARE(initialized.count(), 1);
+        QTRY_COMPARE(initialized.count(), int(works));
+        QTRY_COMPARE(failed.count(), int(!works));
+        if (!works) {
+            shown.widget.setParent(nullptr);
+            return;
+        }
         QRandomGenerator random(5);
         const Quad quad(random);
         shown.drawPlainly(quad);
@@ -588,10 +612,7 @@ private Q_SLOTS:
         Shown shown;
         QVERIFY(shown.works);
         QSignalSpy failed(&shown.widget, &GLRenderWidget::failed);
-        // No driver gives this kind of context, so the object is left without one.
-        QSurfaceFormat impossible;
-        impossible.setRenderableType(QSurfaceFormat::OpenVG);
-        shown.widget.context()->setFormat(impossible);
+        shown.widget.context()->setFormat(impossibleFormat()); // the object is left without one
         QVERIFY(!shown.widget.context()->create());
         shown.widget.update();
         QTRY_COMPARE(failed.count(), 1);
