@@ -274,8 +274,12 @@ private Q_SLOTS:
         scene.view.setContactBoxes(ContactBoxCode::Attack, &scene.attack);
         scene.view.mousePressed({60, 60}, Qt::LeftButton, {});
         scene.view.mouseReleased({60, 60}, Qt::LeftButton, {});
-        if (draws)
+        if (draws) { // far from all other boxes
+            scene.view.setContactBoxes(ContactBoxCode::Collision, nullptr);
+            scene.attack.setRects({QRect(0, 0, 5, 5)});
+            scene.view.setContactBoxes(ContactBoxCode::Attack, &scene.attack);
             scene.view.setDrawContactBoxMode(ContactBoxCode::Attack);
+        }
         scene.view.mousePressed(from, Qt::LeftButton, {});
         const auto onScreen = [&] {
             for (const int frames = scene.view.frames; scene.view.frames == frames;)

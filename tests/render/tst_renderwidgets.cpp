@@ -457,6 +457,7 @@ private Q_SLOTS:
             };
             add("to a box", "press move open release close", "00001");
             add("to the second of two", "press move open open release close close", "0000001");
+            add("to the next of two", "press move open next release close", "000001");
             add("held all the time", "press move open close move release", "000111");
             add("to nobody", "press move disable release enable move", "000001");
             add("to nobody, and pressed again", "press move disable release enable press release",
@@ -500,6 +501,8 @@ private Q_SLOTS:
                     ->open();
             else if (step == "close")
                 boxes.takeLast();
+            else if (step == "next") // before the event loop runs again
+                (boxes.clear(), boxes << std::make_shared<QDialog>(widget)).last()->open();
             else
                 widget->setEnabled(step == "enable");
             QCoreApplication::processEvents();
