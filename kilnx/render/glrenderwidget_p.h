@@ -62,7 +62,7 @@ public:
     RenderInput input;
     QMetaObject::Connection contextConnection;
     bool hasFailed = false;
-    QRect area;           // that the paint event at hand draws, in logical pixels; empty: all
+    QRect area; // that the paint event at hand draws, in logical pixels; empty: all
     // What the next paint event draws. The picture of before is kept until the size changes.
     QRect areaWanted;
     bool allWanted = true;
