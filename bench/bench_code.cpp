@@ -3,7 +3,14 @@
 
 #include "besidebare.h"
 
+#include <kilnx/project/archive.h>
 #include <tests/code/plaincode.h>
+
+#include <QtCore/QCryptographicHash>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QTemporaryFile>
+
+#include <malloc.h>
 
 using namespace Kiln;
 
@@ -137,6 +144,61 @@ void headerEdit(benchmark::State &state)
     state.counters["parser_calls"] = calls;
 }
 
+/// Opens a file of so many megabytes: with all (0), without colours (1), or the text only (2),
+/// beside a bare document that is given the text in UTF-8. Tells the bytes of the heap by the bytes
+/// of the file while it is open and when it is closed, and the time that reading the file once
+/// more, to know it again, would take in terms of the whole.
+void openLargeFile(benchmark::State &state)
+{
+    const auto bytesInUse = [] { return double(mallinfo2().uordblks + mallinfo2().hblkhd); };
+    constexpr int lineLength = 24;
+    QTemporaryFile file;
+    const QByteArray data =
+        Plain::sampleText(int(state.range(0) << 20) / lineLength, sectionSize).toUtf8();
+    if (!file.open() || file.write(data) != data.size() || !file.flush())
+        qFatal("no room for the file");
+    Plain::Parser parser;
+    Comparison comparison(state);
+    for (auto _ : state) {
+        const double before = bytesInUse();
+        Plain::DocumentPointer document(new Plain::Document(&parser));
+        const auto detail = CodeDocument::Detail(state.range(1));
+        document->setDetail(detail);
+        QTextDocument bare;
+        bare.setDocumentLayout(new QPlainTextDocumentLayout(&bare));
+        const auto load = [&] {
+            QFile source(file.fileName());
+            if (detail != CodeDocument::WithColors)
+                document->fromFile(FileSystemArchive::instance(), file.fileName(), false);
+            else if (source.open(QIODevice::ReadOnly)) // a file would lose its colours
+                document->fromString(QString::fromUtf8(source.readAll()));
+        };
+        const auto loadBare = [&] {
+            QFile source(file.fileName());
+            if (source.open(QIODevice::ReadOnly))
+                bare.setPlainText(QString::fromUtf8(source.readAll()));
+        };
+        QElapsedTimer clock;
+        clock.start();
+        comparison.add(
+            [&] {
+                load();
+                state.counters["ms"] = double(clock.elapsed());
+            },
+            loadBare);
+        const double digest = BesideBare::seconds([&] {
+            QFile source(file.fileName());
+            QCryptographicHash hash(QCryptographicHash::Sha1);
+            benchmark::DoNotOptimize(source.open(QIODevice::ReadOnly) && hash.addData(&source));
+        });
+        state.counters["digest"] = digest / comparison.own();
+        bare.clear();
+        state.counters["memory"] = (bytesInUse() - before) / data.size();
+        document.reset();
+        state.counters["left"] = (bytesInUse() - before) / data.size();
+    }
+}
+
 BENCHMARK(load)->Arg(1000)->Iterations(50)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(load)->Arg(10000)->Iterations(10)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(load)->Arg(100000)->Iterations(3)->UseManualTime()->Unit(benchmark::kMillisecond);
@@ -149,6 +211,11 @@ BENCHMARK(closeAndOpen)
     ->Arg(10000)
     ->Arg(100000)
     ->Iterations(3)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(openLargeFile)
+    ->ArgsProduct({{20}, {0, 1, 2}})
+    ->Iterations(1)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(headerEdit)->Arg(1000)->Arg(100000)->Iterations(20)->Unit(benchmark::kMicrosecond);

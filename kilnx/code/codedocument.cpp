@@ -24,7 +24,12 @@ CodeDocument::CodeDocument(short fileType)
     // The highlighter listens between these two, so that one edit is one update of the messages.
     QObject::connect(text, &QTextDocument::contentsChange, text, [this] { d->beginUpdate(); });
     d = new CodeDocumentPrivate(this);
-    QObject::connect(text, &QTextDocument::contentsChange, text, [this] { d->endUpdate(); });
+    QObject::connect(text, &QTextDocument::contentsChange, text,
+                     [this](int from, int removed, int added) {
+                         if (d->detail == WithNodes)
+                             d->visitChanged(from, removed, added);
+                         d->endUpdate();
+                     });
 }
 
 CodeDocument::~CodeDocument()

@@ -15,6 +15,8 @@
 
 namespace Kiln
 {
+class LoadProgress;
+
 /// A code file: its text, its tree of nodes and the item model of the tree in one object, which is
 /// also a file of a project and watches its path.
 ///
@@ -61,6 +63,21 @@ public:
     bool fromFile(Archive &archive, const QString &name, bool asCopy) override;
     /// The same in the encoding of `codecId`, detected if that is negative; see TextCodecs.
     bool fromFile(Archive &archive, const QString &name, int codecId, bool asCopy);
+    /// What the text of a document gets beside itself.
+    enum Detail {
+        WithColors, ///< all there is
+        WithNodes,  ///< no colours; half the memory and time
+        TextOnly    ///< no colours, folds, nodes and messages; hardly more than the text costs
+    };
+    /// Takes away what a later one of these has not, for good, from an empty document that no view
+    /// shows yet. Where a file of 8 MB or more is loaded into it, the colours go by themselves.
+    void setDetail(Detail detail);
+    Detail detail() const;
+    /// Whether loads into the empty document open a Interface::progress(), which handles events. A
+    /// load that the user cancels fails, and leaves the document empty.
+    void setShowsProgress(bool shows);
+    /// Whether that has happened to the last load.
+    bool wasLoadCancelled() const;
     /// Loads the file again in the encoding that it has now.
     void reload() override;
     /// The same as one step of undo, by replaceText(), also for a document with changes: it is
@@ -205,7 +222,8 @@ private:
     void announceRows();
     void createCodecData();
     int &codecData() const;
-    void loadText(const QString &text);
+    bool loadText(const QString &text, LoadProgress *progress);
+    bool putPieces(const QString &text, LoadProgress &progress);
     bool load(Archive &archive, const QString &name, int codecId, bool asCopy, bool watch);
     void bindOriginal();
     void warnOfBytes(const QString &text);

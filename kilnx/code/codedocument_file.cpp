@@ -5,8 +5,11 @@
 #include <kilnx/code/textcodecs.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/project/engine.h>
+#include <kilnx/project/filewatch_p.h>
+#include <kilnx/project/interface.h>
 #include <kilnx/project/parentproject.h>
 #include <kilnx/project/paths.h>
+#include <kilnx/project/progress.h>
 #include <kilnx/project/project.h>
 #include <kilnx/project/textmatch_p.h>
 
@@ -17,9 +20,65 @@
 #include <QtCore/QRegularExpression>
 
 #include <algorithm>
+#include <chrono>
+#include <future>
+#include <memory>
 
 namespace Kiln
 {
+/// The host's progress while a long text is loaded; without a host there is none.
+class LoadProgress
+{
+public:
+    explicit LoadProgress(const QString &name)
+    {
+        Interface *host = Interface::instance();
+        if (host)
+            m_progress =
+                host->progress(QCoreApplication::translate("Kiln::CodeDocument", "Loading '%1'")
+                                   .arg(QFileInfo(name).fileName()),
+                               true);
+    }
+    ~LoadProgress()
+    {
+        if (m_progress)
+            m_progress->finish();
+    }
+    Q_DISABLE_COPY(LoadProgress)
+
+    /// Works on another thread, with `size` bytes to go through in all and their characters behind.
+    template<typename Work>
+    void during(const Work &work, int size)
+    {
+        m_total = 2 * (size / unit);
+        m_done = 0;
+        std::future<void> done = std::async(std::launch::async, work);
+        while (done.wait_for(pause) != std::future_status::ready) {
+            m_done = qMin(m_done + m_total / stepsOfReading, m_total / 2);
+            goesOn(0);
+        }
+        m_done = m_total / 2;
+    }
+    /// So many characters are there. False if the user does not want the others.
+    bool goesOn(int characters)
+    {
+        if (m_progress && !m_isCancelled)
+            m_progress->setProgress(unsigned(qMin(m_done + characters / unit, m_total)),
+                                    unsigned(m_total), &m_isCancelled);
+        return !m_isCancelled;
+    }
+
+private:
+    static constexpr std::chrono::milliseconds pause{50};
+    static constexpr int stepsOfReading = 100;
+    static constexpr int unit = 1024; // a progress counts in 32 bits
+
+    Progress *m_progress = nullptr;
+    int m_total = 0;
+    int m_done = 0;
+    bool m_isCancelled = false;
+};
+
 namespace
 {
 constexpr unsigned int codecDataId = 0xC0DE;
@@ -99,6 +158,9 @@ bool readWhole(Archive &archive, const QString &name, QByteArray *data)
     archive.closeFile(device);
     return isWhole;
 }
+
+constexpr int largeFile = 8 << 20; // bytes from which on colours cost too much
+constexpr int pieceSize = 1 << 20; // characters that are put in between two looks at the cancel
 
 /// With one separator between the lines, as QTextDocument has it.
 QString asStored(QString text)
@@ -202,27 +264,62 @@ void CodeDocument::setVersion(unsigned short version)
     m_version = version;
 }
 
-/// Replaces the text as a whole; the model starts anew. Name and title stay.
-void CodeDocument::loadText(const QString &text)
+/// Replaces the text as a whole; the model starts anew. Name and title stay. False if the user does
+/// not want it any more; the document is empty then, or gone.
+bool CodeDocument::loadText(const QString &text, LoadProgress *progress)
 {
+    const QPointer<QTextDocument> alive(this);
     const QString title = this->title();
     const QString url = fileName();
     d->resetting = true;
     beginResetModel();
     d->beginUpdate();
-    setPlainText(text);
+    bool isWanted = true;
+    if (progress)
+        isWanted = putPieces(text, *progress);
+    else
+        setPlainText(text);
+    if (!alive)
+        return false;
     d->endUpdate();
     endResetModel();
     announceRows();
     setMetaInformation(DocumentTitle, title);
     setMetaInformation(DocumentUrl, url);
+    return isWanted;
+}
+
+/// Line by line in pieces, so that text and tree are in step whenever the progress handles events.
+bool CodeDocument::putPieces(const QString &text, LoadProgress &progress)
+{
+    const QPointer<QTextDocument> alive(this);
+    setUndoRedoEnabled(false);
+    QTextCursor end(this);
+    int at = 0;
+    while (at < text.size() && progress.goesOn(at)) {
+        if (!alive)
+            return false;
+        const int line = text.indexOf(QLatin1Char('\n'), qMin(at + pieceSize, text.size()));
+        const int next = line < 0 ? text.size() : line + 1;
+        end.movePosition(QTextCursor::End);
+        end.insertText(text.mid(at, next - at));
+        setModified(false);
+        at = next;
+    }
+    if (!alive)
+        return false;
+    const bool isWhole = at == text.size();
+    if (!isWhole)
+        clear();
+    setUndoRedoEnabled(true);
+    return isWhole;
 }
 
 void CodeDocument::fromString(const QString &text)
 {
     setFileName(QString());
     d->original = OriginalBytes();
-    loadText(text);
+    loadText(text, nullptr);
     setCodec(QStringLiteral("UTF-8"));
     setModified(false);
 }
@@ -253,23 +350,73 @@ bool CodeDocument::fromFile(Archive &archive, const QString &name, int codecId, 
 
 bool CodeDocument::load(Archive &archive, const QString &name, int codecId, bool asCopy, bool watch)
 {
+    const QPointer<QTextDocument> alive(this);
+    const FileStamp stamp = FileStamp::of(name);
     QByteArray data;
+    d->wasCancelled = false;
     if (!readWhole(archive, name, &data))
         return false;
-    const QString text = d->original.read(data, &codecId);
+    if (data.size() >= largeFile && d->detail == WithColors && isEmpty())
+        setDetail(WithNodes);
+    std::unique_ptr<LoadProgress> progress;
+    if (d->showsProgress && data.size() > pieceSize && isEmpty())
+        progress = std::make_unique<LoadProgress>(name);
+    OriginalBytes original;
+    QString text;
+    const auto read = [&] { text = original.read(data, &codecId); };
+    if (progress)
+        progress->during(read, data.size());
+    else
+        read();
+    if (!alive)
+        return false;
+    d->original = original;
     setCodecId(codecId);
-    if (watch)
-        FileWatchObject::fromFile(archive, name, asCopy);
-    loadText(text);
+    const bool isWanted =
+        (!progress || progress->goesOn(0)) && alive && loadText(text, progress.get());
+    if (!alive)
+        return false;
+    d->wasCancelled = !isWanted;
+    if (!isWanted)
+        return false;
     bindOriginal();
     warnOfBytes(text);
-    if (!asCopy)
+    if (!asCopy) {
+        if (watch)
+            FileWatchObject::fromFile(archive, name, asCopy);
         setFileName(name);
-    if (!asCopy && !watch)
-        acceptDisk();
+        FileWatchObject::loaded(stamp, name, data);
+    }
     setModified(asCopy);
     ProjectFile::fromFile(archive, name, asCopy);
     return true;
+}
+
+void CodeDocument::setDetail(Detail detail)
+{
+    if (detail <= d->detail)
+        return;
+    d->detail = detail;
+    d->setDocument(nullptr);
+    for (const char *key : {"parseCode", "modelCode", "highlightCode"}) {
+        if (detail == TextOnly)
+            setOption(QLatin1String(key), false, false, false);
+    }
+}
+
+CodeDocument::Detail CodeDocument::detail() const
+{
+    return d->detail;
+}
+
+void CodeDocument::setShowsProgress(bool shows)
+{
+    d->showsProgress = shows;
+}
+
+bool CodeDocument::wasLoadCancelled() const
+{
+    return d->wasCancelled;
 }
 
 void CodeDocument::reload()

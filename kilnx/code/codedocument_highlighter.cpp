@@ -202,15 +202,36 @@ void CodeDocumentPrivate::moveData(const QTextBlock &from, const QTextBlock &to)
 
 void CodeDocumentPrivate::highlightBlock(const QString &text)
 {
+    visit(currentBlock(), text);
+}
+
+/// What the base does for a document with colours: from the first line of a change on, until one is
+/// behind it and comes out as it was.
+void CodeDocumentPrivate::visitChanged(int from, int removed, int added)
+{
+    const QTextBlock last = document->findBlock(from + added + (removed > 0 ? 1 : 0));
+    const int end = last.isValid() ? last.position() + last.length() : document->characterCount();
+    bool isOther = false;
+    for (QTextBlock block = document->findBlock(from);
+         block.isValid() && (block.position() < end || isOther); block = block.next()) {
+        const int before = block.userState();
+        visit(block, block.text());
+        isOther = block.userState() != before;
+    }
+}
+
+void CodeDocumentPrivate::visit(QTextBlock block, const QString &text)
+{
     if (!parser)
         return;
-    const int position = currentBlock().position();
+    const int position = block.position();
     firstVisited = firstVisited < 0 ? position : qMin(firstVisited, position);
     lastVisited = qMax(lastVisited, position);
-    CodeBlockData *data = current = CodeBlockData::blockData(currentBlock(), this);
+    CodeBlockData *data = current = CodeBlockData::blockData(block, this);
     if (isUnchanged(data->d.get(), text)) {
-        keepFormats();
-        setCurrentBlockState(data->d->state);
+        if (detail == CodeDocument::WithColors)
+            keepFormats();
+        block.setUserState(data->d->state);
         updateFoldingIndent(data->d.get());
         current = nullptr;
         return;
@@ -220,15 +241,16 @@ void CodeDocumentPrivate::highlightBlock(const QString &text)
     data->d->parenthesis.resize(0);
     data->d->isPainted = false;
     CodeNode *replaced = parseLine(data, text, isHighlighting() ? this : nullptr);
-    data->d->state = blockState(data->d->node);
-    setCurrentBlockState(data->d->state);
+    data->d->state = blockState(data->d->node, stateAbove(block));
+    block.setUserState(data->d->state);
     linkMessages(data, pendingMessages);
     endUpdate();
     if (replaced)
         replaced->release();
-    data->d->parsedAs = present(text);
+    data->d->parsedAs = present(block, text);
     // Text under composition brings formats of its own, which go with it.
-    data->d->isParsedNow = currentBlock().layout()->preeditAreaText().isEmpty();
+    data->d->isParsedNow =
+        detail != CodeDocument::WithColors || block.layout()->preeditAreaText().isEmpty();
     setFoldingKind(data->d.get(), document->foldingKind(text));
     updateFoldingIndent(data->d.get());
     current = nullptr;
@@ -238,7 +260,10 @@ void CodeDocumentPrivate::highlightBlock(const QString &text)
 void CodeDocumentPrivate::parseAll()
 {
     parsingAll = true;
-    rehighlight();
+    if (detail == CodeDocument::WithNodes)
+        visitChanged(0, 0, document->characterCount());
+    else
+        rehighlight();
     parsingAll = false;
 }
 
@@ -247,18 +272,27 @@ void CodeDocumentPrivate::parseAll()
 /// last parse would come out as they are.
 bool CodeDocumentPrivate::isUnchanged(const CodeBlockRecord *line, const QString &text) const
 {
-    const QTextLayout *layout = currentBlock().layout();
+    if (!line->isParsedNow || parsingAll || !(line->parsedAs == present(line->block, text)))
+        return false;
+    if (detail != CodeDocument::WithColors) // a layout for each line costs more than its text
+        return true;
+    const QTextLayout *layout = line->block.layout();
     // An input method takes the formats of the line that it composes in.
     const bool areFormatsLost = line->isPainted && layout->formats().isEmpty();
-    return line->isParsedNow && !parsingAll && !areFormatsLost &&
-           layout->preeditAreaText().isEmpty() && line->parsedAs == present(text);
+    return !areFormatsLost && layout->preeditAreaText().isEmpty();
 }
 
-CodeBlockRecord::Parsed CodeDocumentPrivate::present(const QString &text) const
+int CodeDocumentPrivate::stateAbove(const QTextBlock &block)
+{
+    const QTextBlock above = block.previous();
+    return above.isValid() ? above.userState() : neverParsed;
+}
+
+CodeBlockRecord::Parsed CodeDocumentPrivate::present(const QTextBlock &block, const QString &text)
 {
     CodeBlockRecord::Parsed parsed;
-    parsed.revision = currentBlock().revision();
-    parsed.stateAbove = previousBlockState();
+    parsed.revision = block.revision();
+    parsed.stateAbove = stateAbove(block);
     parsed.textHash = qHash(text);
     return parsed;
 }
@@ -272,7 +306,7 @@ void CodeDocumentPrivate::keepFormats()
 }
 
 /// What encloses the line, as a number that differs where the lines below mean something else.
-int CodeDocumentPrivate::blockState(const CodeNode *node) const
+int CodeDocumentPrivate::blockState(const CodeNode *node, int above)
 {
     const auto isSection = [](const CodeNode *line) {
         return line->type() == CodeNode::Group || line->type() == CodeNode::Animation;
@@ -287,8 +321,8 @@ int CodeDocumentPrivate::blockState(const CodeNode *node) const
         state = stateOf(node);
     else if (node && isSection(node->previous()))
         state = stateOf(node->previous());
-    if (state == 0 && previousBlockState() != neverParsed)
-        state = previousBlockState();
+    if (state == 0 && above != neverParsed)
+        state = above;
     return state;
 }
 

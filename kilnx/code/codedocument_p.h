@@ -89,6 +89,8 @@ public:
     bool isModelShown() const;
     bool isHighlighting() const;
 
+    /// Parses what a change of the text has changed, where the base is not there to do it.
+    void visitChanged(int from, int removed, int added);
     /// Visits all lines and parses each, also those that have not changed.
     void parseAll();
     /// Parses a line outside the highlighter, without painting.
@@ -139,6 +141,9 @@ public:
     QMap<unsigned int, CodeDocumentEditor *> documentEditors;
     bool resetting = false;
     bool followsHostOptions = false;
+    CodeDocument::Detail detail = CodeDocument::WithColors;
+    bool showsProgress = false;
+    bool wasCancelled = false;
     /// Lines are parsed whether they have changed or not.
     bool parsingAll = false;
 
@@ -172,7 +177,9 @@ private:
     /// release.
     CodeNode *parseLine(CodeBlockData *data, const QString &text, CodeParserSyntax *syntax);
     void forgetSequence() { sequenceBlock = QTextBlock(); }
-    int blockState(const CodeNode *node) const;
+    void visit(QTextBlock block, const QString &text);
+    static int stateAbove(const QTextBlock &block);
+    static int blockState(const CodeNode *node, int above);
     void mark(int kind, TokenType type, const QString &text, int begin, int end);
     void linkMessages(CodeBlockData *data, QVector<CodeBlockData::SyntaxMessage> &messages);
     void dropMessages(CodeBlockData *data);
@@ -182,7 +189,7 @@ private:
     void tellOfVisit();
     CodeBlockData *nextOf(const MessagePlace &place) const;
     bool isUnchanged(const CodeBlockRecord *line, const QString &text) const;
-    CodeBlockRecord::Parsed present(const QString &text) const;
+    static CodeBlockRecord::Parsed present(const QTextBlock &block, const QString &text);
     void keepFormats();
     void setFoldingKind(CodeBlockRecord *line, int kind);
     void noteFolding(bool isHead);

@@ -48,6 +48,12 @@ static std::function<void(const QString &)> &listener()
     return current;
 }
 
+static QByteArray digestOf(const QByteArray &bytes)
+{
+    return bytes.size() <= mostRead ? QCryptographicHash::hash(bytes, QCryptographicHash::Sha1)
+                                    : QByteArray();
+}
+
 /// Empty for a file that cannot be read, or is too large.
 static QByteArray digestOf(const QString &path)
 {
@@ -228,6 +234,22 @@ void FileWatcherManager::noteKnown(FileWatchObject *object, const QString &name)
     record->digest.clear();
     record->isRead = false;
     settleLater();
+}
+
+void FileWatcherManager::noteLoaded(FileWatchObject *object,
+                                    const QString &name,
+                                    const FileStamp &stamp,
+                                    const QByteArray &bytes)
+{
+    const auto record = m_records.find(object);
+    if (record == m_records.end())
+        return;
+    record->known = stamp;
+    record->isRead = true;
+    if (listener())
+        record->digest = digestOf(bytes);
+    if (!(FileStamp::of(name) == stamp))
+        QTimer::singleShot(0, this, [this, name] { fileChanged(name); });
 }
 
 FileWatchObject::DiskState FileWatcherManager::diskState(FileWatchObject *object)
@@ -488,6 +510,11 @@ FileWatchObject::DiskState FileWatchObject::diskState()
 void FileWatchObject::acceptDisk()
 {
     manager->noteKnown(this, fileName());
+}
+
+void FileWatchObject::loaded(const FileStamp &stamp, const QString &name, const QByteArray &bytes)
+{
+    manager->noteLoaded(this, name, stamp, bytes);
 }
 
 void FileWatchObject::setListener(const std::function<void(const QString &path)> &told)

@@ -2,6 +2,7 @@
 
 #include <kilnx/export.h>
 
+#include <QtCore/QByteArray>
 #include <QtCore/QString>
 
 #include <functional>
@@ -10,6 +11,7 @@ namespace Kiln
 {
 
 class Archive;
+struct FileStamp;
 
 /// Tells a file when it was changed on disk from outside, and asks the user before it is reloaded.
 ///
@@ -59,6 +61,11 @@ public:
     /// "enable_file_watcher" is true. It is called from the event loop, for many files in a row,
     /// and has to return at once. An empty one brings the question back.
     static void setListener(const std::function<void(const QString &path)> &listener);
+
+protected:
+    /// Behind fromFile(), for a file type that has the bytes at hand: what was loaded are `bytes`,
+    /// from the file as it was at `stamp`. Without it the file is read once more, to know it again.
+    void loaded(const FileStamp &stamp, const QString &name, const QByteArray &bytes);
 
 private:
     friend class FileWatcherManager;

@@ -57,6 +57,12 @@ public:
     bool letGo(FileWatchObject *object);
     /// What is on disk under `name` is what the object has from here on.
     void noteKnown(FileWatchObject *object, const QString &name);
+    /// The same for bytes that were read from it when it was as `stamp` tells. What has changed
+    /// since then is told.
+    void noteLoaded(FileWatchObject *object,
+                    const QString &name,
+                    const FileStamp &stamp,
+                    const QByteArray &bytes);
     FileWatchObject::DiskState diskState(FileWatchObject *object);
 
 private:

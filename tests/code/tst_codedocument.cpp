@@ -610,8 +610,9 @@ private slots:
     void randomSteps()
     {
         const auto [seed, highlight] = row<quint32, bool>();
-        const auto make = [&, highlight = highlight] {
+        const auto make = [&, seed = seed, highlight = highlight] {
             auto *made = new Plain::Document(parser.get());
+            made->setDetail(seed % 3 == 0 ? CodeDocument::WithNodes : CodeDocument::WithColors);
             made->setOption(QString("highlightCode"), highlight, false, false);
             return made;
         };

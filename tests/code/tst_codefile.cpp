@@ -5,6 +5,7 @@
 #include <tests/support/files.h>
 #include <tests/support/memoryarchive.h>
 #include <tests/support/rows.h>
+#include <tests/support/testhost.h>
 
 #include <QtTest/QtTest>
 
@@ -640,6 +641,64 @@ private slots:
             document->reload();
             QCOMPARE(toldLines(*document, notEncoded), QList<int>({isChosen ? 1 : 2}));
         }
+    }
+
+    void longFilesTellTheirProgress_data()
+    {
+        const int colors = CodeDocument::WithColors, nodes = CodeDocument::WithNodes,
+                  text = CodeDocument::TextOnly;
+        const auto add = columns<int, double, bool>("detail", "cancelledAt", "goes");
+        add("whole", colors, 0., false);
+        add("whole, without colours", nodes, 0., false);
+        add("whole, the text only", text, 0., false);
+        add("cancelled while it is read", colors, 0.01, false);
+        add("cancelled in the middle", colors, 0.75, false);
+        add("cancelled in the middle, without colours", nodes, 0.75, false);
+        add("cancelled in the middle, the text only", text, 0.75, false);
+        add("the document goes", colors, 0., true);
+    }
+
+    /// A long file comes out as a short one does, or not at all.
+    void longFilesTellTheirProgress()
+    {
+        const auto [detail, cancelledAt, goes] = row<int, double, bool>();
+        TestHost host;
+        const QString text = Plain::sampleText(150000, 500) + QString(1 << 20, 'x') + "\n\nend";
+        memory.files["long.plain"] = QString(text).replace("\n", "\r\n").toUtf8();
+        const uint total = 2 * uint(memory.files["long.plain"].size() / 1024);
+        host.cancelAt = uint(total * cancelledAt);
+        if (goes)
+            host.duringProgress = [this] { document.reset(); };
+        document->setShowsProgress(true);
+        document->setDetail(CodeDocument::Detail(detail));
+        const bool isLoaded = document->fromFile(memory, "long.plain", false);
+        QCOMPARE(isLoaded, cancelledAt == 0 && !goes);
+        QCOMPARE(host.progresses.size(), 1);
+        QCOMPARE(host.progresses[0]->finished, 1);
+        QCOMPARE(host.progresses[0]->total, total);
+        QVERIFY(host.progresses[0]->cancellable);
+        if (goes)
+            return;
+        QCOMPARE(document->wasLoadCancelled(), !isLoaded);
+        QVERIFY(!document->isModified() && !document->isUndoAvailable());
+        QCOMPARE(document->toString(), isLoaded ? text : QString());
+        QCOMPARE(Plain::faults(*document), QStringList());
+        if (isLoaded) {
+            const bool isTextOnly = detail == CodeDocument::TextOnly;
+            const Plain::DocumentPointer whole(new Plain::Document(&parser));
+            whole->fromString(text);
+            QCOMPARE(document->childCount(), isTextOnly ? 0 : whole->childCount());
+            QCOMPARE(document->messages()->count(Message::All),
+                     isTextOnly ? 0 : whole->messages()->count(Message::All));
+            QCOMPARE(document->firstBlock().layout()->formats().isEmpty(),
+                     detail != CodeDocument::WithColors);
+            const CodeBlockData *line =
+                CodeBlockData::testBlockData(document->findBlockByNumber(1));
+            QCOMPARE(line ? line->foldingIndent() : 0, isTextOnly ? 0u : 1u);
+        }
+        document->insert("speed = 1");
+        QCOMPARE(document->toString(), (isLoaded ? text : QString()) + "speed = 1");
+        QVERIFY(document->isUndoAvailable());
     }
 
     /// All lines are told of, by one warning each or by their number.
