@@ -37,6 +37,7 @@
 #include <kilnx/editors/thumbnailseditor.h>
 #include <kilnx/forms/messageboxes.h>
 #include <kilnx/image/sprite.h>
+#include <kilnx/imageedit/imagerenderer.h>
 #include <kilnx/project/engine.h>
 #include <kilnx/project/engineplugin.h>
 #include <kilnx/project/fileeditor.h>
@@ -120,6 +121,7 @@ struct HostBase::Private : QObject {
     void showSomething();
     bool hasType(Kiln::Project::FileID::Type type) const;
     void showThumbnails();
+    void keepDrawings(SpriteView &editor);
     bool dropped(QDropEvent *event);
     void openDropped(const QStringList &names);
 
@@ -289,6 +291,11 @@ void HostBase::Private::connectParts()
         status->tell(
             QCoreApplication::translate(context, "Unsaved work cannot be kept: %1").arg(reason));
     });
+    connect(&journal, &RecoveryJournal::slowed, status, [this](Kiln::ProjectFile *file) {
+        status->tell(QCoreApplication::translate(
+                         context, "'%1' is large: its unsaved changes are kept once a minute.")
+                         .arg(FileTabs::title(file)));
+    });
 }
 
 // Those of the animations' own project, beside whatever project was shown before.
@@ -301,6 +308,18 @@ void HostBase::Private::showThumbnails()
     Kiln::Project *project = file->project();
     Kiln::ProjectFile *sprites = project ? project->file(Kiln::Project::FileID::Sprites) : nullptr;
     panel->setSprites(dynamic_cast<Kiln::Sprites *>(sprites));
+}
+
+void HostBase::Private::keepDrawings(SpriteView &editor)
+{
+    journal.setDrawingOf([&editor](Kiln::ProjectFile *file) {
+        const bool isDrawnOn = file == editor.currentFile() && editor.hasUnsavedPicture();
+        return isDrawnOn ? RecoveryJournal::Drawing{editor.currentSprite()->index(),
+                                                    [&editor] { return editor.unsavedPicture(); }}
+                         : RecoveryJournal::Drawing();
+    });
+    connect(&editor.renderer()->canvas.undoStack, &QUndoStack::indexChanged, this,
+            [this, &editor] { journal.touch(editor.currentFile()); });
 }
 
 // A project keeps what held when it was opened.
@@ -542,8 +561,8 @@ void HostBase::makeGraphicsEditors()
     auto *workspace = d->deck->make<Kiln::GraphicsWorkspace>(*this);
     d->viewport = std::make_unique<Viewport>();
     d->animations = d->deck->make<AnimationView>(d->surface, workspace, d->viewport.get());
-    d->deck->make<SpriteView>(*workspace,
-                              qobject_cast<Kiln::PaletteEditor *>(d->deck->sidePanel(1)));
+    d->keepDrawings(*d->deck->make<SpriteView>(
+        *workspace, qobject_cast<Kiln::PaletteEditor *>(d->deck->sidePanel(1))));
     if (auto *palettes = qobject_cast<Kiln::PaletteEditor *>(d->deck->sidePanel(1)))
         QObject::connect(palettes, &Kiln::PaletteEditor::remapped, d->animations,
                          &AnimationView::update);

@@ -19,6 +19,7 @@ namespace HostKit
 namespace
 {
 constexpr quint32 Magic = 0x4B4A4E31;
+constexpr quint32 ItemsMagic = 0x4B4A4932;
 // Reading applies every record to the whole text: few enough that it stays quick.
 constexpr int MostRecords = 500;
 constexpr qint64 FreeBytes = 1 << 16;
@@ -38,6 +39,43 @@ bool readRecord(QDataStream &stream, QByteArray *payload)
     stream >> *payload >> sum;
     return stream.status() == QDataStream::Ok && !payload->isNull() &&
            sum == crc64(payload->constData(), unsigned(payload->size()));
+}
+
+// PNG would make other formats of pictures with few colours, or grey ones.
+void putPicture(QDataStream &stream, const QImage &picture)
+{
+    stream << qint32(picture.format()) << picture.size() << picture.colorTable()
+           << qint32(picture.bytesPerLine())
+           << qCompress(picture.constBits(), int(picture.sizeInBytes()), 1);
+}
+
+bool takePicture(QDataStream &stream, QImage *picture)
+{
+    qint32 format = 0;
+    QSize size;
+    QVector<QRgb> colors;
+    qint32 stride = 0;
+    QByteArray packed;
+    stream >> format >> size >> colors >> stride >> packed;
+    const QByteArray bits = qUncompress(packed);
+    if (stream.status() != QDataStream::Ok || format <= QImage::Format_Invalid ||
+        format >= QImage::NImageFormats || size.isEmpty())
+        return false;
+    QImage read(size, QImage::Format(format));
+    if (read.isNull() || read.bytesPerLine() != stride || read.sizeInBytes() != bits.size())
+        return false;
+    std::copy(bits.begin(), bits.end(), reinterpret_cast<char *>(read.bits()));
+    read.setColorTable(colors);
+    *picture = read;
+    return true;
+}
+
+bool readItems(QDataStream &stream, JournalFile::Items *items)
+{
+    qint32 row = -1;
+    stream >> items->bytes >> row;
+    items->row = row;
+    return stream.status() == QDataStream::Ok && (row < 0 || takePicture(stream, &items->picture));
 }
 
 bool writeOut(QFile &file, const QByteArray &bytes)
@@ -64,8 +102,14 @@ bool JournalFile::write(const Head &head, const QString &text)
 {
     m_error.clear();
     const bool isLong = m_appended > FreeBytes + m_text.size() || m_records >= MostRecords;
+    const auto all = [&] {
+        QByteArray payload;
+        QDataStream(&payload, QIODevice::WriteOnly)
+            << Magic << head.fileName << head.id << head.project << text;
+        return payload;
+    };
     const bool isWritten =
-        m_appended < 0 || isLong || !(head == m_head) ? writeAll(head, text) : append(text);
+        m_appended < 0 || isLong || !(head == m_head) ? writeAll(all()) : append(text);
     if (isWritten) {
         m_head = head;
         m_text = text;
@@ -75,12 +119,21 @@ bool JournalFile::write(const Head &head, const QString &text)
     return isWritten;
 }
 
-// Beside the old file and then over it, so that one of the two is always whole.
-bool JournalFile::writeAll(const Head &head, const QString &text)
+bool JournalFile::write(const Head &head, const Items &items)
 {
+    m_error.clear();
     QByteArray payload;
-    QDataStream(&payload, QIODevice::WriteOnly)
-        << Magic << head.fileName << head.id << head.project << text;
+    QDataStream stream(&payload, QIODevice::WriteOnly);
+    stream << ItemsMagic << head.fileName << head.id << head.project << items.bytes
+           << qint32(items.row);
+    if (items.row >= 0)
+        putPicture(stream, items.picture);
+    return writeAll(payload);
+}
+
+// Beside the old file and then over it, so that one of the two is always whole.
+bool JournalFile::writeAll(const QByteArray &payload)
+{
     QFile file(m_path + QLatin1String(".new"));
     bool isWritten = file.open(QIODevice::WriteOnly) && writeOut(file, record(payload)) &&
                      (!QFile::exists(m_path) || reachesDisk(file));
@@ -146,8 +199,12 @@ bool JournalFile::read(const QString &path, Contents *contents)
         return false;
     quint32 magic = 0;
     QDataStream first(payload);
-    first >> magic >> contents->head.fileName >> contents->head.id >> contents->head.project >>
-        contents->text;
+    first >> magic >> contents->head.fileName >> contents->head.id >> contents->head.project;
+    contents->isText = magic == Magic;
+    contents->time = QFileInfo(file).lastModified();
+    if (magic == ItemsMagic)
+        return readItems(first, &contents->items);
+    first >> contents->text;
     if (magic != Magic || first.status() != QDataStream::Ok)
         return false;
     while (readRecord(records, &payload)) {
@@ -161,7 +218,6 @@ bool JournalFile::read(const QString &path, Contents *contents)
             break;
         contents->text.replace(from, removed, added);
     }
-    contents->time = QFileInfo(file).lastModified();
     return true;
 }
 

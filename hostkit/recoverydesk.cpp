@@ -1,16 +1,19 @@
 #include <hostkit/recoverydesk.h>
 
+#include <hostkit/bytesarchive.h>
 #include <hostkit/comparedialog.h>
 #include <hostkit/filedesk.h>
 #include <hostkit/projectsession.h>
 
 #include <kilnx/code/codedocument.h>
 #include <kilnx/forms/messageboxes.h>
+#include <kilnx/image/sprite.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/project/filedialogs.h>
 #include <kilnx/project/parentproject.h>
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QLocale>
 #include <QPushButton>
@@ -28,14 +31,61 @@ QString withLineFeeds(QString text)
     return text.replace(QChar::ParagraphSeparator, QLatin1Char('\n'));
 }
 
-// The file as its editor would read it; null if it is not there, or is no text that can be saved.
-Kiln::CodeDocument *loaded(ProjectSession &session, const Entry &entry)
+// The file as its editor would read it; null if it is not there, is of another kind, or cannot be
+// saved.
+Kiln::ProjectFile *loaded(ProjectSession &session, const Entry &entry)
 {
     const QString &name = entry.head.fileName;
-    auto *document = QFileInfo::exists(name)
-                         ? dynamic_cast<Kiln::CodeDocument *>(session.loadFile(name, entry.head.id))
-                         : nullptr;
-    return document && document->canSave() ? document : nullptr;
+    Kiln::ProjectFile *file =
+        QFileInfo::exists(name) ? session.loadFile(name, entry.head.id) : nullptr;
+    const bool isText = dynamic_cast<Kiln::CodeDocument *>(file);
+    return file && isText == entry.isText && file->canSave() ? file : nullptr;
+}
+
+Kiln::CodeDocument *loadedText(ProjectSession &session, const Entry &entry)
+{
+    return entry.isText ? dynamic_cast<Kiln::CodeDocument *>(loaded(session, entry)) : nullptr;
+}
+
+QByteArray bytesOnDisk(const QString &fileName)
+{
+    QFile file(fileName);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+Kiln::Sprite *drawnSprite(Kiln::ProjectFile *file, const Entry &entry)
+{
+    auto *sprites = dynamic_cast<Kiln::Sprites *>(file);
+    return sprites && entry.items.row >= 0 ? sprites->at(unsigned(entry.items.row)) : nullptr;
+}
+
+// The process may have ended just after a save.
+bool isSaved(ProjectSession &session, const Entry &entry)
+{
+    const QString &name = entry.head.fileName;
+    if (entry.isText) {
+        const Kiln::CodeDocument *document = loadedText(session, entry);
+        return document && document->toRawText() == entry.text;
+    }
+    if (!entry.items.bytes.isNull() && entry.items.bytes != bytesOnDisk(name))
+        return false;
+    const Kiln::Sprite *sprite = drawnSprite(loaded(session, entry), entry);
+    return entry.items.row < 0 || (sprite && sprite->image() == entry.items.picture);
+}
+
+// Of pictures and sounds: what there is, in words.
+QPair<QString, QString> describedItems(const Entry &entry)
+{
+    const auto sized = [](qint64 bytes) {
+        return RecoveryDesk::tr("%1 bytes").arg(QLocale().toString(bytes));
+    };
+    const QFileInfo file(entry.head.fileName);
+    const QString before = file.isFile() ? sized(file.size()) : QString();
+    QString after = entry.items.bytes.isNull() ? before : sized(entry.items.bytes.size());
+    if (entry.items.row >= 0)
+        after += QLatin1Char('\n') +
+                 RecoveryDesk::tr("What was drawn on picture %1").arg(entry.items.row + 1);
+    return qMakePair(before, after);
 }
 
 /// The files of which something was left.
@@ -72,11 +122,13 @@ RecoveryDialog::RecoveryDialog(const QList<Entry> &entries,
     : CompareDialog(
           QStringLiteral("recovery"),
           tr("The last run ended before these files were saved. Restored changes can be undone, "
-             "and are not written to the disk until you save."),
+             "in texts, and are not written to the disk until you save."),
           tr("Changed"),
           listed(entries, QDir(session.parentProject()->basePath())),
           [&](int row) {
-              const Kiln::CodeDocument *document = loaded(session, entries.at(row));
+              if (!entries.at(row).isText)
+                  return describedItems(entries.at(row));
+              const Kiln::CodeDocument *document = loadedText(session, entries.at(row));
               return qMakePair(document ? withLineFeeds(document->toRawText()) : QString(),
                                withLineFeeds(entries.at(row).text));
           },
@@ -99,14 +151,18 @@ void RecoveryDialog::saveCopy()
     if (currentFile() < 0)
         return;
     const Entry &entry = m_entries.at(currentFile());
-    const QString name =
-        Kiln::getSaveFileName(this, tr("Save a copy"), entry.head.fileName, QString());
+    const bool isPicture = !entry.isText && entry.items.bytes.isNull();
+    const QString name = Kiln::getSaveFileName(
+        this, tr("Save a copy"), entry.head.fileName + QLatin1String(isPicture ? ".png" : ""),
+        QString());
     if (name.isEmpty())
         return;
     Kiln::Archive &archive = Kiln::FileSystemArchive::instance();
     QIODevice *device = archive.openFile(name, QIODevice::WriteOnly);
-    if (device)
-        device->write(withLineFeeds(entry.text).toUtf8());
+    if (device && isPicture)
+        entry.items.picture.save(device, "PNG");
+    else if (device)
+        device->write(entry.isText ? withLineFeeds(entry.text).toUtf8() : entry.items.bytes);
     if (!device || !archive.closeWritten(device))
         Kiln::showWarning(
             this, tr("Save a copy"),
@@ -140,9 +196,7 @@ void RecoveryDesk::offer()
     for (const Entry &entry : left) {
         if (!ProjectSession::isSamePlace(entry.head.project, project->basePath()))
             continue;
-        // The process may have ended just after a save.
-        const Kiln::CodeDocument *document = loaded(m_session, entry);
-        if (document && document->toRawText() == entry.text)
+        if (isSaved(m_session, entry))
             m_journal.discard(entry);
         else
             entries.append(entry);
@@ -175,8 +229,13 @@ void RecoveryDesk::offer()
 
 bool RecoveryDesk::restore(const Entry &entry)
 {
+    return entry.isText ? restoreText(entry) : restoreItems(entry);
+}
+
+bool RecoveryDesk::restoreText(const Entry &entry)
+{
     const QString &name = entry.head.fileName;
-    Kiln::CodeDocument *document = loaded(m_session, entry);
+    Kiln::CodeDocument *document = loadedText(m_session, entry);
     if (!document && name.isEmpty())
         document = dynamic_cast<Kiln::CodeDocument *>(m_session.newFile(entry.head.id));
     else if (!document && !QFileInfo::exists(name))
@@ -185,6 +244,26 @@ bool RecoveryDesk::restore(const Entry &entry)
         return false;
     document->replaceText(entry.text);
     return m_desk->showFile(document);
+}
+
+// A file that is gone from the disk comes back without a name.
+bool RecoveryDesk::restoreItems(const Entry &entry)
+{
+    const JournalFile::Items &items = entry.items;
+    const bool isThere = QFileInfo::exists(entry.head.fileName);
+    Kiln::ProjectFile *file = isThere ? loaded(m_session, entry) : m_session.newFile(entry.head.id);
+    BytesArchive archive(items.bytes);
+    const bool isRead =
+        file && (items.bytes.isNull() || file->fromFile(archive, entry.head.fileName, true));
+    if (!isRead || !m_session.files().contains(file))
+        return false;
+    if (Kiln::Sprite *sprite = drawnSprite(file, entry)) {
+        if (items.picture.format() == QImage::Format_Indexed8 && !sprite->palette())
+            sprite->setImage(items.picture, false, Kiln::Sprite::ImagePalette, nullptr);
+        else
+            sprite->setImage(items.picture);
+    }
+    return m_desk->showFile(file);
 }
 
 } // namespace HostKit

@@ -1,14 +1,18 @@
 #include <hostkit/recoveryjournal.h>
 
+#include <hostkit/bytesarchive.h>
 #include <hostkit/projectsession.h>
 
 #include <kilnx/code/codedocument.h>
+#include <kilnx/image/sprite.h>
 #include <kilnx/project/parentproject.h>
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QLockFile>
+#include <QScopedValueRollback>
 #include <QUuid>
 
 #include <algorithm>
@@ -20,6 +24,11 @@ namespace HostKit
 namespace
 {
 constexpr int Interval = 500;
+// Of files of items, in milliseconds, and the times as long as it took to take one.
+constexpr qint64 ShortestPause = 2000;
+constexpr qint64 SlowPause = 60000;
+constexpr qint64 Patience = 100;
+constexpr int MostOften = 64 << 20; // bytes of a file that is taken every few seconds
 
 // Beside the directory and locked before that is made: no other host ever sees one without.
 std::unique_ptr<QLockFile> lockOf(const QString &directory)
@@ -44,9 +53,8 @@ RecoveryJournal::RecoveryJournal(ProjectSession &session, const QString &directo
     : m_session(session)
     , m_directory(directory)
 {
-    m_writer.setMaxThreadCount(1);
     m_syncer.setMaxThreadCount(1);
-    connect(&m_timer, &QTimer::timeout, this, &RecoveryJournal::look);
+    connect(&m_timer, &QTimer::timeout, this, [this] { look(false); });
     connect(&session, &ProjectSession::fileRemoved, this, &RecoveryJournal::forget);
     // What other projects have unsaved stays on disk meanwhile.
     connect(&session, &ProjectSession::aboutToClose, this, [this](Kiln::ParentProject *project) {
@@ -59,22 +67,24 @@ RecoveryJournal::RecoveryJournal(ProjectSession &session, const QString &directo
 
 RecoveryJournal::~RecoveryJournal()
 {
-    m_writer.waitForDone();
-    m_syncer.waitForDone();
+    for (QThreadPool *pool : {&m_texts.writer, &m_items.writer, &m_syncer})
+        pool->waitForDone();
     if (!m_own.isEmpty())
         QDir(m_own).removeRecursively();
 }
 
 bool RecoveryJournal::flush()
 {
-    m_writer.waitForDone();
-    m_syncer.waitForDone();
-    look();
-    m_writer.waitForDone();
+    for (QThreadPool *pool : {&m_texts.writer, &m_items.writer, &m_syncer})
+        pool->waitForDone();
+    look(true);
+    m_texts.writer.waitForDone();
+    m_items.writer.waitForDone();
     syncLater();
     m_syncer.waitForDone();
-    return std::all_of(m_kept.cbegin(), m_kept.cend(),
-                       [](const Kept &kept) { return kept.file && kept.file->error().isEmpty(); });
+    return std::all_of(m_kept.cbegin(), m_kept.cend(), [](const auto &kept) {
+        return kept.second.file && kept.second.file->error().isEmpty();
+    });
 }
 
 // What a killed process has written is there; after a power cut only what the disk has confirmed.
@@ -88,43 +98,151 @@ void RecoveryJournal::syncLater()
         });
 }
 
-void RecoveryJournal::look()
+RecoveryJournal::Drawing RecoveryJournal::drawingOf(Kiln::ProjectFile *file) const
 {
-    if (m_writer.activeThreadCount() > 0)
-        return; // the next time
+    return m_drawingOf ? m_drawingOf(file) : Drawing();
+}
+
+bool RecoveryJournal::isChanged(Kiln::ProjectFile *file) const
+{
+    return file->canSave() && (file->isModified() || drawingOf(file).row >= 0);
+}
+
+void RecoveryJournal::look(bool isUrgent)
+{
     syncLater();
-    QList<Kiln::ProjectFile *> gone = m_kept.keys();
     const QList<Kiln::ProjectFile *> files = m_session.files();
-    for (Kiln::ProjectFile *file : files) {
-        auto *document = dynamic_cast<Kiln::CodeDocument *>(file);
-        if (!document || !document->isModified())
-            continue;
-        gone.removeOne(file);
-        Kept &kept = m_kept[file];
-        const bool isWritten = kept.file && kept.file->error().isEmpty(); // the writer rests
-        if (!isWritten || kept.revision != document->revision() ||
-            kept.fileName != document->fileName())
-            keep(file, document, kept);
+    QList<Kiln::ProjectFile *> gone;
+    for (const auto &kept : m_kept) {
+        if (!files.contains(kept.first) || !isChanged(kept.first))
+            gone.append(kept.first);
     }
     for (Kiln::ProjectFile *file : qAsConst(gone))
         forget(file);
+    // Journal files are read while their writer rests.
+    const bool areTextsDue = !m_texts.isBusy();
+    const bool areItemsDue = !m_items.isBusy() && !m_isTaking;
+    bool hasTaken = false;
+    for (Kiln::ProjectFile *file : files) {
+        // A file tells of what goes wrong in a box, behind which others are closed.
+        if ((hasTaken && !m_session.files().contains(file)) || !isChanged(file))
+            continue;
+        auto *document = dynamic_cast<Kiln::CodeDocument *>(file);
+        if (document && areTextsDue)
+            lookAt(document);
+        else if (!document && areItemsDue)
+            hasTaken = lookAt(file, isUrgent) || hasTaken;
+    }
 }
 
-void RecoveryJournal::keep(Kiln::ProjectFile *file, Kiln::CodeDocument *document, Kept &kept)
+bool RecoveryJournal::isWritten(Kiln::ProjectFile *file, const Kept &kept)
+{
+    return kept.file && kept.file->error().isEmpty() && kept.fileName == file->fileName();
+}
+
+void RecoveryJournal::lookAt(Kiln::CodeDocument *document)
+{
+    Kept &kept = m_kept[document];
+    if (isWritten(document, kept) && kept.revision == document->revision())
+        return;
+    kept.revision = document->revision();
+    keep(document, kept, m_texts,
+         [text = document->toRawText()](JournalFile &journal, const JournalFile::Head &head) {
+             return journal.write(head, text);
+         });
+}
+
+/// True if the file was taken.
+bool RecoveryJournal::lookAt(Kiln::ProjectFile *file, bool isUrgent)
+{
+    Kept &kept = m_kept[file];
+    follow(file, kept);
+    const bool isDue = !kept.taken.isValid() || kept.taken.hasExpired(kept.pause);
+    const bool isHeld = QGuiApplication::mouseButtons() != Qt::NoButton; // in a stroke
+    const bool isTaken =
+        (kept.isStale || !isWritten(file, kept)) && (isUrgent || (isDue && !isHeld));
+    if (isTaken)
+        take(file);
+    return isTaken;
+}
+
+// Items, and what belongs to them, tell of changes by models.
+void RecoveryJournal::follow(Kiln::ProjectFile *file, Kept &kept)
+{
+    if (kept.watch)
+        return;
+    kept.watch = std::make_unique<QObject>();
+    QList<QAbstractItemModel *> models{file->model()};
+    if (auto *sprites = dynamic_cast<Kiln::Sprites *>(file))
+        models << sprites->palettes() << sprites->palettes()->remapModel();
+    for (QAbstractItemModel *model : qAsConst(models)) {
+        if (!model)
+            continue;
+        const auto changed = [this, file] { touch(file); };
+        using Model = QAbstractItemModel;
+        connect(model, &Model::dataChanged, kept.watch.get(), changed);
+        connect(model, &Model::rowsInserted, kept.watch.get(), changed);
+        connect(model, &Model::rowsRemoved, kept.watch.get(), changed);
+        connect(model, &Model::rowsMoved, kept.watch.get(), changed);
+        connect(model, &Model::layoutChanged, kept.watch.get(), changed);
+        connect(model, &Model::modelReset, kept.watch.get(), changed);
+        if (auto *list = qobject_cast<Kiln::OrganizableObject *>(model))
+            connect(list, &Kiln::OrganizableObject::modified, kept.watch.get(), changed);
+    }
+}
+
+void RecoveryJournal::touch(Kiln::ProjectFile *file)
+{
+    const auto kept = m_kept.find(file);
+    if (kept != m_kept.end())
+        kept->second.isStale = true;
+}
+
+void RecoveryJournal::take(Kiln::ProjectFile *file)
+{
+    const QScopedValueRollback<bool> taking(m_isTaking, true);
+    QElapsedTimer clock;
+    clock.start();
+    BytesArchive archive;
+    const bool isTaken = !file->isModified() || file->toFile(archive, file->fileName(), true);
+    const auto found = m_kept.find(file);
+    if (found == m_kept.end())
+        return;
+    Kept &kept = found->second;
+    JournalFile::Items items{archive.bytes, -1, QImage()};
+    const Drawing drawing = drawingOf(file);
+    if (drawing.row >= 0)
+        items.picture = drawing.picture();
+    items.row = items.picture.isNull() ? -1 : drawing.row;
+    const bool isSlow = items.bytes.size() > MostOften;
+    kept.isStale = !file->model(); // which would tell
+    kept.pause = qMax(isSlow ? SlowPause : ShortestPause, Patience * clock.elapsed());
+    kept.taken.start();
+    if (isSlow && !std::exchange(kept.isSlow, true))
+        Q_EMIT slowed(file);
+    if (isTaken)
+        keep(file, kept, m_items, [items](JournalFile &journal, const JournalFile::Head &head) {
+            return journal.write(head, items);
+        });
+    else
+        told(tr("'%1' is too large, or cannot be read.").arg(file->fileName()), m_items);
+}
+
+template<typename Work>
+void RecoveryJournal::keep(Kiln::ProjectFile *file, Kept &kept, Lane &lane, const Work &work)
 {
     if (!makeDirectory())
         return;
     if (!kept.file)
         kept.file = std::make_shared<JournalFile>(
             QStringLiteral("%1/%2.journal").arg(m_own).arg(++m_files));
-    kept.revision = document->revision();
-    kept.fileName = document->fileName();
+    kept.fileName = file->fileName();
     const JournalFile::Head head{kept.fileName, m_session.fileId(file).bits,
                                  file->project()->parent()->basePath()};
-    m_writer.start([this, journal = kept.file, head, text = document->toRawText()] {
-        const bool isWritten = journal->write(head, text);
+    lane.writer.start([this, &lane, journal = kept.file, head, work] {
+        const bool isWritten = work(*journal, head);
         const QString error = isWritten ? QString() : journal->error();
-        QMetaObject::invokeMethod(this, [this, error] { told(error); });
+        QMetaObject::invokeMethod(this, [this, &lane, error] { told(error, lane); });
     });
     if (!m_unsynced.contains(kept.file->path()))
         m_unsynced.append(kept.file->path());
@@ -132,9 +250,13 @@ void RecoveryJournal::keep(Kiln::ProjectFile *file, Kiln::CodeDocument *document
 
 void RecoveryJournal::forget(Kiln::ProjectFile *file)
 {
-    const Kept kept = m_kept.take(file);
-    if (kept.file)
-        m_writer.start([journal = kept.file] { journal->remove(); });
+    const auto kept = m_kept.find(file);
+    if (kept == m_kept.end())
+        return;
+    Lane &lane = kept->second.watch ? m_items : m_texts;
+    if (kept->second.file)
+        lane.writer.start([journal = kept->second.file] { journal->remove(); });
+    m_kept.erase(kept);
 }
 
 bool RecoveryJournal::makeDirectory()
@@ -148,15 +270,15 @@ bool RecoveryJournal::makeDirectory()
     if (isMade)
         m_own = own;
     else
-        told(tr("'%1' cannot be made.").arg(QDir::toNativeSeparators(own)));
+        told(tr("'%1' cannot be made.").arg(QDir::toNativeSeparators(own)), m_texts);
     return isMade;
 }
 
-// The text is tried again with the next look.
-void RecoveryJournal::told(const QString &error)
+// It is tried again with a later look.
+void RecoveryJournal::told(const QString &error, Lane &lane)
 {
-    const bool isNew = !error.isEmpty() && !m_hasFailed;
-    m_hasFailed = !error.isEmpty();
+    const bool isNew = !error.isEmpty() && !lane.hasFailed;
+    lane.hasFailed = !error.isEmpty();
     if (isNew)
         Q_EMIT failed(error);
 }

@@ -20,6 +20,7 @@
 #include <hostkit/menus.h>
 #include <hostkit/messagetable.h>
 #include <hostkit/projectsession.h>
+#include <hostkit/projecttree.h>
 #include <hostkit/settings.h>
 #include <hostkit/statusfields.h>
 #include <hostkit/theme.h>
@@ -105,7 +106,7 @@ void MainWindow::makeDocks()
     setCorner(Qt::BottomLeftCorner, Qt::LeftDockWidgetArea);
     setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
     setDockOptions(AnimatedDocks | AllowNestedDocks | AllowTabbedDocks);
-    m_tree = new ProjectTreeDock(this);
+    m_tree = new ProjectTreeDock(m_host.session(), this);
     m_messages = new MessagesDock(&m_host.messages(), this);
     m_findInFiles = new FindInFilesDock(m_host, this);
     m_output = new OutputDock({m_actions->run, m_actions->stop}, this);
@@ -153,6 +154,7 @@ void MainWindow::connectDocks()
     ProjectSession *session = &m_host.session();
     FileDesk *desk = &m_host.desk();
     connect(m_tree, &ProjectTreeDock::fileActivated, desk, &FileDesk::openFile);
+    connect(m_tree, &ProjectTreeDock::openFileActivated, desk, &FileDesk::showFile);
     connect(m_tree, &ProjectTreeDock::newFileRequested, this, &MainWindow::makeFile);
     connect(m_tree, &ProjectTreeDock::renameRequested, this, &MainWindow::renameFile);
     connect(m_tree, &ProjectTreeDock::trashRequested, this, &MainWindow::moveToTrash);
@@ -180,6 +182,7 @@ void MainWindow::connectDocks()
     connect(m_welcome, &WelcomePage::removeRequested, &m_host.settings(),
             &Settings::removeRecentProject);
     connect(desk, &FileDesk::changed, this, &MainWindow::updateState);
+    connect(desk, &FileDesk::changed, m_tree->tree(), &ProjectTree::filesChanged);
     connect(&m_host.settings(), &Settings::applied, this, &MainWindow::updateState);
     connect(&m_host.settings(), &Settings::recentChanged, this, &MainWindow::updateRecent);
 }

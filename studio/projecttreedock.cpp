@@ -1,5 +1,6 @@
 #include "projecttreedock.h"
 
+#include <hostkit/projecttree.h>
 #include <hostkit/widgets.h>
 
 #include <kilnx/project/parentproject.h>
@@ -23,10 +24,11 @@ namespace Studio
 
 using namespace HostKit;
 
-ProjectTreeDock::ProjectTreeDock(QWidget *parent)
+ProjectTreeDock::ProjectTreeDock(ProjectSession &session, QWidget *parent)
     : QDockWidget(tr("Project"), parent)
     , m_chooser(named(new QComboBox(this), "project_chooser", tr("Open projects")))
     , m_view(named(new QTreeView(this), "project_tree", tr("Files of the project")))
+    , m_tree(new ProjectTree(session, this))
 {
     named(this, "dock_project");
     m_view->setHeaderHidden(true);
@@ -74,26 +76,25 @@ void ProjectTreeDock::setProjects(const QStringList &directories)
 
 void ProjectTreeDock::setProject(Kiln::ParentProject *project)
 {
-    const bool isOther = m_project != project;
-    m_project = project;
     if (project)
         m_chooser->setCurrentIndex(m_chooser->findData(QDir::cleanPath(project->basePath())));
-    if (!isOther && m_view->model() == project)
+    if (m_tree->project() == project)
         return;
-    m_view->setModel(project);
+    m_tree->setProject(project);
+    // A view without a model has no row that is current.
+    m_view->setModel(project ? m_tree : nullptr);
     if (project)
         m_view->expandAll();
 }
 
 Kiln::ParentProject *ProjectTreeDock::project() const
 {
-    return m_project;
+    return m_tree->project();
 }
 
 void ProjectTreeDock::selectFile(const QString &fileName)
 {
-    const Kiln::ParentProject::Path *path = m_project ? m_project->filePath(fileName) : nullptr;
-    const QModelIndex index = path ? findFile({}, path) : QModelIndex();
+    const QModelIndex index = m_tree->find(fileName);
     if (!index.isValid())
         return;
     m_view->setCurrentIndex(index);
@@ -102,21 +103,21 @@ void ProjectTreeDock::selectFile(const QString &fileName)
 
 QString ProjectTreeDock::currentFile() const
 {
-    const Kiln::ParentProject::Path *path =
-        m_project ? m_project->itemPath(m_view->currentIndex()) : nullptr;
-    return path && path->isFile() ? path->path() : QString();
+    const QModelIndex current = m_view->currentIndex();
+    return m_tree->isFile(current) ? m_tree->path(current) : QString();
 }
 
 void ProjectTreeDock::activate(const QModelIndex &index)
 {
-    const Kiln::ParentProject::Path *path = m_project ? m_project->itemPath(index) : nullptr;
-    if (path && path->isFile())
-        emit fileActivated(path->path(), path->type());
+    if (Kiln::ProjectFile *open = m_tree->openFile(index))
+        emit openFileActivated(open);
+    else if (m_tree->isFile(index))
+        emit fileActivated(m_tree->path(index), m_tree->fileId(index));
 }
 
 void ProjectTreeDock::showMenu(const QPoint &position)
 {
-    if (!m_project)
+    if (!project())
         return;
     const std::unique_ptr<QMenu> menu(makeMenu(m_view->indexAt(position)));
     menu->exec(m_view->viewport()->mapToGlobal(position));
@@ -125,11 +126,13 @@ void ProjectTreeDock::showMenu(const QPoint &position)
 QMenu *ProjectTreeDock::makeMenu(const QModelIndex &index)
 {
     auto *menu = new QMenu(m_view);
-    const Kiln::ParentProject::Path *path = m_project ? m_project->itemPath(index) : nullptr;
-    const bool isFile = path && path->isFile();
-    const QString name = path ? path->path() : m_project ? m_project->basePath() : QString();
-    const QString directory = isFile ? QFileInfo(name).path() + QLatin1Char('/')
-                                     : QDir::cleanPath(name) + QLatin1Char('/');
+    const bool isFile = m_tree->isFile(index);
+    const QString base = project() ? project()->basePath() : QString();
+    const QString name = index.isValid() ? m_tree->path(index) : base;
+    const QString directory = QDir::cleanPath(name.isEmpty() ? base
+                                              : isFile       ? QFileInfo(name).path()
+                                                             : name) +
+                              QLatin1Char('/');
     const auto add = [&](const char *key, const QString &text, auto &&act) {
         QAction *action = menu->addAction(text, this, act);
         action->setObjectName(QLatin1String(key));
@@ -137,8 +140,10 @@ QMenu *ProjectTreeDock::makeMenu(const QModelIndex &index)
     };
     if (isFile)
         menu->setDefaultAction(add("tree_open", tr("&Open"),
-                                   [=, id = path->type()] { emit fileActivated(name, id); }));
+                                   [=, row = QPersistentModelIndex(index)] { activate(row); }));
     add("tree_new", tr("&New file..."), [=] { emit newFileRequested(directory); });
+    if (name.isEmpty())
+        return menu;
     menu->addSeparator();
     add("tree_copy_path", tr("&Copy path"),
         [=] { QGuiApplication::clipboard()->setText(QDir::toNativeSeparators(name)); });
@@ -150,20 +155,6 @@ QMenu *ProjectTreeDock::makeMenu(const QModelIndex &index)
         add("tree_trash", tr("Move to &trash..."), [=] { emit trashRequested(name); });
     }
     return menu;
-}
-
-QModelIndex ProjectTreeDock::findFile(const QModelIndex &parent, const void *path) const
-{
-    const int rows = m_project->rowCount(parent);
-    for (int row = 0; row < rows; ++row) {
-        const QModelIndex index = m_project->index(row, 0, parent);
-        if (m_project->itemPath(index) == path)
-            return index;
-        const QModelIndex below = findFile(index, path);
-        if (below.isValid())
-            return below;
-    }
-    return {};
 }
 
 } // namespace Studio

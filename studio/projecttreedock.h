@@ -1,16 +1,22 @@
 #pragma once
 
 #include <QDockWidget>
-#include <QPointer>
 
 class QComboBox;
 class QMenu;
 class QTreeView;
 
+namespace HostKit
+{
+class ProjectSession;
+class ProjectTree;
+} // namespace HostKit
+
 namespace Kiln
 {
 class ParentProject;
-}
+class ProjectFile;
+} // namespace Kiln
 
 namespace Studio
 {
@@ -23,7 +29,7 @@ class ProjectTreeDock : public QDockWidget
     Q_OBJECT
 
 public:
-    explicit ProjectTreeDock(QWidget *parent = nullptr);
+    explicit ProjectTreeDock(HostKit::ProjectSession &session, QWidget *parent = nullptr);
 
     /// The base directories of the projects that are open.
     void setProjects(const QStringList &directories);
@@ -32,6 +38,7 @@ public:
     void setProject(Kiln::ParentProject *project);
 
     Kiln::ParentProject *project() const;
+    HostKit::ProjectTree *tree() const { return m_tree; }
     QTreeView *view() const { return m_view; }
 
     /// Selects the row of a file, given by its absolute name; nothing if it has none.
@@ -52,16 +59,17 @@ signals:
     void renameRequested(const QString &fileName);
     /// `fileId` is what a definition says about the file, 0 for one that a scan has found.
     void fileActivated(const QString &fileName, unsigned int fileId);
+    /// A file that is open and that no definition names.
+    void openFileActivated(Kiln::ProjectFile *file);
 
 private:
     void activate(const QModelIndex &index);
     void addKey(const QKeySequence &key, void (ProjectTreeDock::*wanted)(const QString &));
     void showMenu(const QPoint &position);
-    QModelIndex findFile(const QModelIndex &parent, const void *path) const;
 
     QComboBox *m_chooser; ///< hidden while there is no choice
     QTreeView *m_view;
-    QPointer<Kiln::ParentProject> m_project;
+    HostKit::ProjectTree *m_tree;
 };
 
 } // namespace Studio

@@ -472,18 +472,25 @@ QImage SpriteEditorPrivate::flattened()
     return canvas().flatten();
 }
 
+/// In the format of the sprite.
+QImage SpriteEditorPrivate::unsaved()
+{
+    const QImage picture = flattened();
+    const bool isTrueColor =
+        shown.format() == QImage::Format_RGB32 && canvas().format == RGBACanvas;
+    return isTrueColor && isOpaque(picture) ? picture.convertToFormat(QImage::Format_RGB32)
+                                            : picture;
+}
+
 /// Writes the canvas into the sprite. False, with a message, when the file did not take it.
 bool SpriteEditorPrivate::saveImg()
 {
     if (!sprite() || canvas().size.isEmpty())
         return false;
-    QImage picture = flattened();
+    const QImage picture = unsaved();
     if (picture.isNull())
         return false;
     Palette *own = current->palette();
-    if (shown.format() == QImage::Format_RGB32 && canvas().format == RGBACanvas &&
-        isOpaque(picture))
-        picture = picture.convertToFormat(QImage::Format_RGB32);
     const QImage before = std::exchange(shown, picture);
     const Still still(this);
     const QPointer<Sprites> list = sprites;
@@ -706,6 +713,16 @@ void SpriteEditor::saveAs()
 bool SpriteEditor::saveImage()
 {
     return !d->isDirty() || d->saveImg();
+}
+
+bool SpriteEditor::hasUnsavedPicture() const
+{
+    return d->isDirty() && d->sprite();
+}
+
+QImage SpriteEditor::unsavedPicture() const
+{
+    return hasUnsavedPicture() ? d->unsaved() : QImage();
 }
 
 Sprite *SpriteEditor::currentSprite() const

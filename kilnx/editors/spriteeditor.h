@@ -91,6 +91,9 @@ public:
     /// Writes the canvas into the current sprite, as the action "spr_saveimg" does. True if there
     /// was nothing to write; false, after a message, when the file did not take it.
     bool saveImage();
+    /// Whether saveImage() has a picture to write, and that picture.
+    bool hasUnsavedPicture() const;
+    QImage unsavedPicture() const;
     /// Whether changes of the canvas may be lost; asks the user if there are any.
     bool canDiscardChanges() const;
     /// Whether a field may write into the sprite: the editor is active and not filling fields.

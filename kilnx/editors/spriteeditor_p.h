@@ -125,6 +125,7 @@ public:
     // spriteeditor_canvas.cpp
     /// The canvas as the sprite would have it.
     QImage flattened();
+    QImage unsaved();
     /// The colours that indexes stand for on the canvas.
     QVector<QRgb> colorTable() const;
     void edit(const char *step, const Move &move, const std::function<void()> &change);

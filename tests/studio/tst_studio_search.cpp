@@ -2,12 +2,14 @@
 
 #include <findinfilesdock.h>
 #include <hostkit/filesearch.h>
+#include <hostkit/projecttree.h>
+#include <projecttreedock.h>
 
 #include <kilnx/project/editor.h>
 
 using namespace Studio;
 
-// How the files of a project are searched, and what stands in them replaced.
+// How the files of a project are found, in its tree and by what stands in them, which is replaced.
 class tst_studio_search : public WindowTest
 {
     Q_OBJECT
@@ -43,6 +45,94 @@ private slots:
         // These match empty text at many places, or at every one.
         for (const char *hostile : {"x*", "\\b", "(?=w)", "^", "$"})
             searchFiles(hostile, true);
+    }
+
+    void treeIsSortedAndWhole()
+    {
+        auto *tree = m_window->findChild<Studio::ProjectTreeDock *>();
+        const auto rows = [&](const QString &directory) {
+            QStringList names;
+            const QModelIndex above =
+                directory.isEmpty() ? QModelIndex() : tree->tree()->find(path(directory));
+            for (int i = 0; i < tree->tree()->rowCount(above); ++i)
+                names += tree->tree()->index(i, 0, above).data().toString();
+            return names;
+        };
+        const QStringList before = rows("shared");
+        for (const char *name : {"wave10.glow", "Wave2.glow", "wave1.glow", "wave02b.glow"})
+            writeFile(path("shared/") + name);
+        writeFile(path("shared/zoo/a.glow"));
+        QTRY_COMPARE(rows("shared").size(), before.size() + 5);
+        const QStringList sorted = rows("shared").mid(0, 1) + rows("shared").filter("ave");
+        QCOMPARE(sorted,
+                 QStringList({"zoo", "wave1.glow", "Wave2.glow", "wave02b.glow", "wave10.glow"}));
+        const QStringList top = rows(QString());
+        QVERIFY(std::is_sorted(top.begin(), top.begin() + 3));
+
+        // What is new has its place below all others, and by its name once it has one.
+        actions()->newMenu->actions().first()->trigger();
+        type("; new");
+        QCoreApplication::processEvents();
+        QCOMPARE(rows(QString()), top + QStringList("Untitled"));
+        open("heroes/wren/air.glow");
+        const QModelIndex last = tree->tree()->index(top.size(), 0);
+        tree->view()->setCurrentIndex(last);
+        QTest::keyClick(tree->view(), Qt::Key_Return);
+        QCOMPARE(document()->fileName(), QString());
+        QCOMPARE(tree->currentFile(), QString());
+        m_dialogs->expectFiles({path("heroes/wren/extra/fresh.glow")});
+        actions()->saveAs->trigger();
+        QCoreApplication::processEvents();
+        QCOMPARE(rows(QString()), top);
+        QCOMPARE(rows("heroes/wren/extra"), QStringList("fresh.glow"));
+        tree->selectFile(path("heroes/wren/extra/fresh.glow"));
+        QCOMPARE(tree->currentFile(), path("heroes/wren/extra/fresh.glow"));
+        // Under another name the old one is gone: nothing names it, and it is not open.
+        const QPersistentModelIndex air(tree->tree()->find(path("heroes/wren/air.glow")));
+        m_dialogs->expectFiles({path("heroes/wren/extra/other.glow")});
+        actions()->saveAs->trigger();
+        QCoreApplication::processEvents();
+        QCOMPARE(rows("heroes/wren/extra"), QStringList("other.glow"));
+        Kiln::ProjectFile *other = document();
+        other->project()->removeFile(other);
+        QCOMPARE(rows("heroes/wren").indexOf("extra"), -1);
+        QVERIFY(air.isValid() && air.data() == "air.glow");
+    }
+
+    void barTellsOfLongSearches()
+    {
+        open("heroes/wren/air.glow");
+        document()->replaceText(QString(3000, 'a') + "\n@state one\n@state two\n");
+        actions()->find->trigger();
+        auto *told = m_window->findChild<QLabel *>("find_result");
+        auto *field = m_window->findChild<QLineEdit *>("find_text");
+        m_window->findChild<QCheckBox *>("find_regex")->setChecked(true);
+        const QString endless("(a*)*(a*)*\\2\\1b");
+        const QString tooLong("The expression takes too long");
+        // While it is typed, and at once when it is asked for.
+        field->setText(endless);
+        QTRY_COMPARE_WITH_TIMEOUT(told->text(), tooLong, 20000);
+        field->setText("@state");
+        QTRY_VERIFY_WITH_TIMEOUT(told->text().contains("hits"), 20000);
+        field->setText(endless);
+        QTest::keyClick(field, Qt::Key_Return);
+        QCOMPARE(told->text(), tooLong);
+    }
+
+    void linesWrapByASetting()
+    {
+        open("heroes/wren/air.glow");
+        type(QString("; ") + QString("word ").repeated(100));
+        const auto rows = [this] {
+            QCoreApplication::processEvents();
+            view()->document()->documentLayout()->blockBoundingRect(document()->firstBlock());
+            return document()->firstBlock().layout()->lineCount();
+        };
+        for (const bool wraps : {true, false}) {
+            set("code_wrap", wraps);
+            QCOMPARE(rows() > 1, wraps);
+            QCOMPARE(view()->horizontalScrollBar()->maximum() == 0, wraps);
+        }
     }
 
     void longSearchesEnd()
