@@ -1,6 +1,7 @@
 #include <hostkit/bytesfile.h>
 
 #include <kilnx/project/archive.h>
+#include <kilnx/project/paths.h>
 
 #include <QCoreApplication>
 
@@ -39,9 +40,17 @@ bool BytesFile::canSave() const
     return false;
 }
 
-bool BytesFile::toFile(Kiln::Archive &, const QString &, bool)
+// Elsewhere, as when the project is saved there, it is what it is on disk.
+bool BytesFile::toFile(Kiln::Archive &archive, const QString &name, bool asCopy)
 {
-    return false;
+    if (name == fileName() || !Kiln::copyFile(this->archive(), fileName(), archive, name))
+        return false;
+    if (!asCopy) {
+        FileWatchObject::fromFile(archive, name, asCopy);
+        setFileName(name);
+    }
+    ProjectFile::toFile(archive, name, asCopy);
+    return true;
 }
 
 bool BytesFile::fromFile(Kiln::Archive &archive, const QString &name, bool asCopy)

@@ -8,7 +8,8 @@ namespace HostKit
 {
 
 /// A file that is no text, shown as its bytes, sixteen a line, with the characters that they stand
-/// for. It cannot be edited and is never written. Of a large file the first megabyte is shown.
+/// for. It cannot be edited and is never written; saved elsewhere, as with its project, it is
+/// copied. Of a large file the first megabyte is shown.
 class HOSTKIT_EXPORT BytesFile : public Kiln::CodeDocument
 {
 public:

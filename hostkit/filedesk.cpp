@@ -77,7 +77,16 @@ FileDesk::FileDesk(ProjectSession *session, EditorDeck *deck, FileTabs *tabs, QW
 bool FileDesk::isModified(Kiln::ProjectFile *file) const
 {
     const Kiln::FileEditor *editor = editorOf(file);
-    return file->isModified() || (editor && editor->currentFile() == file && editor->isModified());
+    return file->isModified() || m_kept.contains(file) ||
+           (editor && editor->currentFile() == file && editor->isModified());
+}
+
+void FileDesk::setKept(Kiln::ProjectFile *file, bool isKept)
+{
+    if (isKept)
+        m_kept.insert(file);
+    else
+        m_kept.remove(file);
 }
 
 bool FileDesk::openFile(const QString &fileName, unsigned int id)
@@ -94,18 +103,29 @@ bool FileDesk::openFile(const QString &fileName, unsigned int id)
         file = m_session->createFile(fileName, id);
     } else if (!file) {
         file = m_session->loadFile(fileName, id);
-        const auto *text = dynamic_cast<Kiln::CodeDocument *>(file);
-        if (text && !text->canSave())
-            Q_EMIT message(tr("'%1' is no text: its bytes are shown.").arg(FileTabs::title(file)));
-        else if (text && ProjectSession::isLarge(fileName))
-            Q_EMIT message(tr("'%1' is large: it has no colours, nodes and messages.")
-                               .arg(FileTabs::title(file)));
     }
     if (!file) {
-        Q_EMIT message(tr("'%1' cannot be opened.").arg(shown));
+        if (!m_session->wasCancelled())
+            Q_EMIT message(tr("'%1' cannot be opened.").arg(shown));
         return false;
     }
+    tellDetail(file);
     return showFile(file);
+}
+
+void FileDesk::tellDetail(Kiln::ProjectFile *file)
+{
+    const auto *text = dynamic_cast<Kiln::CodeDocument *>(file);
+    const Kiln::CodeDocument::Detail detail =
+        text ? text->detail() : Kiln::CodeDocument::WithColors;
+    const QString name = FileTabs::title(file);
+    if (text && !text->canSave())
+        Q_EMIT message(tr("'%1' is no text: its bytes are shown.").arg(name));
+    else if (detail == Kiln::CodeDocument::TextOnly)
+        Q_EMIT message(
+            tr("'%1' is large: it has no colours, folds, nodes and messages.").arg(name));
+    else if (detail == Kiln::CodeDocument::WithNodes)
+        Q_EMIT message(tr("'%1' is large: it has no colours.").arg(name));
 }
 
 // The library makes and loads the file before anybody can tell that it is there already.
@@ -117,10 +137,14 @@ void FileDesk::openBy(Kiln::FileEditor *editor)
     const QList<Kiln::ProjectFile *> after = m_session->files();
     for (Kiln::ProjectFile *file : after) {
         Kiln::ProjectFile *twin = before.contains(file) ? nullptr : m_session->twinOf(file);
-        if (!twin || !showFile(twin))
-            continue;
-        forget(file);
-        file->project()->removeFile(file);
+        if (twin && showFile(twin)) {
+            forget(file);
+            file->project()->removeFile(file);
+        } else if (!before.contains(file)) {
+            Kiln::ProjectFile *bytes = m_session->asBytes(file);
+            if (bytes != file)
+                showFile(bytes);
+        }
     }
 }
 
@@ -152,10 +176,8 @@ bool FileDesk::closeFile(Kiln::ProjectFile *file)
 {
     if (!file)
         return false;
-    Kiln::FileEditor *editor = editorOf(file);
     bool saved = false;
-    const bool mayGo =
-        isChangedText(file) ? settleText({file}, &saved) : !editor || editor->canDiscard(file);
+    const bool mayGo = isChangedText(file) ? settleText({file}, &saved) : mayClose(file);
     if (!mayGo || !isThere(file))
         return false;
     if (!saved && isGone(file) && !(mayLose({file->fileName()}) && isThere(file)))
@@ -183,6 +205,10 @@ bool FileDesk::confirmDiscard(const Kiln::ParentProject *of)
             (!of || asked.contains(editor->currentFile())))
             modified.append(editor->currentFile());
     }
+    for (Kiln::ProjectFile *file : asked) {
+        if (m_kept.contains(file) && !modified.contains(file))
+            modified.append(file);
+    }
     const auto text = std::stable_partition(modified.begin(), modified.end(),
                                             [](auto *file) { return !isChangedText(file); });
     bool saved = false;
@@ -192,10 +218,9 @@ bool FileDesk::confirmDiscard(const Kiln::ParentProject *of)
     for (Kiln::ProjectFile *file : qAsConst(modified)) {
         if (!isThere(file))
             continue;
-        const Kiln::FileEditor *editor = editorOf(file);
-        if (editor)
+        if (editorOf(file))
             showFile(file);
-        if (editor ? !editor->canDiscard(file) : !mayDiscard(file))
+        if (!mayClose(file))
             return false;
     }
     QStringList gone;
@@ -252,7 +277,18 @@ bool FileDesk::isThere(Kiln::ProjectFile *file) const
     return m_session->files().contains(file);
 }
 
-/// Asks about a file that no editor of the host can show.
+/// Asks about changes as the file's editor does, and about those that it does not know.
+bool FileDesk::mayClose(Kiln::ProjectFile *file)
+{
+    const Kiln::FileEditor *editor = editorOf(file);
+    const bool isUnknown = !file->isModified() && m_kept.contains(file);
+    if (editor && !editor->canDiscard(file))
+        return false;
+    const bool isAsked = isUnknown || (!editor && file->isModified());
+    return !isThere(file) || !isAsked || mayDiscard(file);
+}
+
+/// Asks about changes that no editor asks about.
 bool FileDesk::mayDiscard(Kiln::ProjectFile *file)
 {
     return (file->capabilities() & discardsUnasked) ||
@@ -323,6 +359,7 @@ void FileDesk::syncWithEditor()
 void FileDesk::forget(Kiln::ProjectFile *file)
 {
     m_givenUp.remove(file);
+    m_kept.remove(file);
     const bool shown = m_deck->currentFile() == file;
     const QList<Kiln::Editor *> editors = m_deck->editors();
     for (Kiln::Editor *editor : editors) {
@@ -342,8 +379,10 @@ void FileDesk::forget(Kiln::ProjectFile *file)
 void FileDesk::clear(Kiln::ParentProject *project)
 {
     const QList<Kiln::ProjectFile *> gone = m_session->files(project);
-    for (Kiln::ProjectFile *file : gone)
+    for (Kiln::ProjectFile *file : gone) {
         m_givenUp.remove(file);
+        m_kept.remove(file);
+    }
     const bool isShown = !m_deck->currentFile() || gone.contains(m_deck->currentFile());
     if (isShown)
         m_deck->switchTo(nullptr);
@@ -366,6 +405,7 @@ void FileDesk::clear(Kiln::ParentProject *project)
 // from elsewhere. A project cannot go on without its definition, which stays in it as it is.
 void FileDesk::putAway(Kiln::ProjectFile *file)
 {
+    const bool isOther = file->isModified() || m_kept.contains(file);
     forget(file);
     const bool isDefinition = m_session->fileId(file).has(Kiln::Project::FileID::Definition);
     const bool exists = file->fileExists() && !QFileInfo(file->fileName()).isDir();
@@ -373,7 +413,7 @@ void FileDesk::putAway(Kiln::ProjectFile *file)
         file->project()->removeFile(file);
     else if (!exists)
         m_givenUp.insert(file);
-    else if (file->isModified())
+    else if (isOther)
         file->fromFile(file->archive(), file->fileName(), false);
 }
 

@@ -73,8 +73,11 @@ public:
     /// Follows an editor that has opened or made a file by itself.
     void syncWithEditor();
 
-    /// Whether a file has changes, also such as its editor has not given to it yet.
+    /// Whether a file has changes, also such as its editor has not given to it yet, or is kept.
     bool isModified(Kiln::ProjectFile *file) const;
+    /// Has a file count as changed, although it has no changes of its own: what is here is nowhere
+    /// on disk any more. Ends with setKept(false), and when the file is closed.
+    void setKept(Kiln::ProjectFile *file, bool isKept);
     /// Whether a file has no changes but is gone from the disk, so that memory holds the only copy.
     static bool isGone(Kiln::ProjectFile *file);
     /// File names for a message, a line each; of many, the first ones and how many more there are.
@@ -89,8 +92,10 @@ Q_SIGNALS:
 
 private:
     bool settleText(const QList<Kiln::ProjectFile *> &files, bool *saved);
+    void tellDetail(Kiln::ProjectFile *file);
     bool mayLose(const QStringList &gone);
     bool mayDiscard(Kiln::ProjectFile *file);
+    bool mayClose(Kiln::ProjectFile *file);
     bool isThere(Kiln::ProjectFile *file) const;
     void forget(Kiln::ProjectFile *file);
     void clear(Kiln::ParentProject *project);
@@ -104,6 +109,7 @@ private:
     QWidget *m_window;
     std::function<bool(Kiln::ProjectFile *)> m_save;
     QSet<Kiln::ProjectFile *> m_givenUp; ///< gone from the disk, and closed; until shown again
+    QSet<Kiln::ProjectFile *> m_kept;
 };
 
 } // namespace HostKit

@@ -157,7 +157,7 @@ bool OutsideChanges::judge(Kiln::ProjectFile *file)
     const auto known = m_notices.constFind(file);
     const bool wasGone = known != m_notices.constEnd() && known->state == Gone;
     if (state == DiskState::Same) {
-        m_notices.remove(file);
+        forget(file);
     } else if (state == DiskState::Gone) {
         if (!wasGone)
             m_notices.insert(file, {Gone, false});
@@ -168,6 +168,13 @@ bool OutsideChanges::judge(Kiln::ProjectFile *file)
         m_notices.insert(file, {Changed, false});
     }
     return false;
+}
+
+/// The file is as it is on disk; true if that is news.
+bool OutsideChanges::forget(Kiln::ProjectFile *file)
+{
+    m_desk->setKept(file, false);
+    return m_notices.remove(file) > 0;
 }
 
 void OutsideChanges::drop(Kiln::ProjectFile *file)
@@ -183,7 +190,7 @@ void OutsideChanges::settle()
     bool isNews = false;
     for (Kiln::ProjectFile *file : noticed) {
         if (watched(file)->diskState() == DiskState::Same)
-            isNews = m_notices.remove(file) > 0 || isNews;
+            isNews = forget(file) || isNews;
     }
     if (isNews)
         m_tabs->refresh();
@@ -245,7 +252,7 @@ bool OutsideChanges::load(Kiln::ProjectFile *file)
     const bool isLoaded = isText ? document->reloadAsEdit()
                                  : file->fromFile(file->archive(), file->fileName(), false);
     if (isLoaded)
-        m_notices.remove(file);
+        forget(file);
     return isLoaded;
 }
 
@@ -285,7 +292,7 @@ void OutsideChanges::reload(const QList<Kiln::ProjectFile *> &files)
     showBar();
 }
 
-// What is in memory is the only copy now: a text says so by being modified.
+// What is in memory is the only copy now, and is asked about like a change.
 void OutsideChanges::keep(Kiln::ProjectFile *file)
 {
     const auto notice = m_notices.find(file);
@@ -297,6 +304,8 @@ void OutsideChanges::keep(Kiln::ProjectFile *file)
         document->acceptDisk();
         m_notices.erase(notice);
         document->setModified(true);
+    } else if (notice->state == Changed) {
+        m_desk->setKept(file, true);
     }
     m_desk->syncWithEditor();
     showBar();

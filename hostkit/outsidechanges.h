@@ -75,6 +75,7 @@ private:
     void makeBar();
     void look();
     bool judge(Kiln::ProjectFile *file);
+    bool forget(Kiln::ProjectFile *file);
     void drop(Kiln::ProjectFile *file);
     void settle();
     void showBar();

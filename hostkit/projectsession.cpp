@@ -27,6 +27,8 @@ using FileID = Kiln::Project::FileID;
 
 namespace
 {
+constexpr qint64 textOnlyFrom = 8 << 20; // bytes
+
 /// Whether a file of that type is opened as text; so is one of no type, if it is opened at all.
 bool isTextType(FileID::Type type)
 {
@@ -90,8 +92,12 @@ bool ProjectSession::open(const QString &directory, Kiln::ParentProject *old)
     m_parent = opened;
     m_current = nullptr;
     const QList<Kiln::Project *> all = projects(opened);
-    for (Kiln::Project *project : all)
+    for (Kiln::Project *project : all) {
         follow(project);
+        const QList<Kiln::ProjectFile *> loaded = project->files();
+        for (Kiln::ProjectFile *file : loaded)
+            asBytes(file);
+    }
     Q_EMIT changed();
     return true;
 }
@@ -271,15 +277,20 @@ Kiln::ProjectFile *ProjectSession::loadFile(const QString &fileName, unsigned in
     Kiln::ProjectFile *file = isBytes ? new BytesFile : makeFile(fileName, id);
     if (isBytes)
         project->addFile(file, FileID(FileID::Code));
-    const bool isText = dynamic_cast<Kiln::CodeDocument *>(file);
-    if (isText && isLarge(fileName)) {
-        for (const char *option : {"parseCode", "modelCode", "highlightCode"})
-            file->setOption(QLatin1String(option), false, false, false);
+    auto *text = dynamic_cast<Kiln::CodeDocument *>(file);
+    if (text) {
+        text->setShowsProgress(true);
+        const bool hasAnimations = typeOf(fileName, id, project) == FileID::Animations;
+        if (!hasAnimations && QFileInfo(fileName).size() >= textOnlyFrom)
+            text->setDetail(Kiln::CodeDocument::TextOnly);
     }
+    m_wasCancelled = false;
     file = settled(file, [&](Kiln::ProjectFile *made) {
-        return made->fromFile(made->project()->archive(), fileName, false);
+        const bool isLoaded = made->fromFile(made->project()->archive(), fileName, false);
+        m_wasCancelled = text && files().contains(made) && text->wasLoadCancelled();
+        return isLoaded;
     });
-    if (isText && file)
+    if (text && file)
         m_loaded.insert(file);
     return file;
 }
@@ -297,10 +308,21 @@ Kiln::ProjectFile *ProjectSession::settled(Kiln::ProjectFile *file,
     return nullptr;
 }
 
-bool ProjectSession::isLarge(const QString &fileName)
+Kiln::ProjectFile *ProjectSession::asBytes(Kiln::ProjectFile *file)
 {
-    constexpr qint64 large = 8 << 20;
-    return QFileInfo(fileName).size() >= large;
+    const QString name = file->fileName();
+    Kiln::Project *project = file->project();
+    if (!dynamic_cast<Kiln::CodeDocument *>(file) || !file->canSave() || file->isModified() ||
+        fileId(file).has(FileID::Definition) || !isBinary(firstBytes(file->archive(), name)))
+        return file;
+    auto *bytes = new BytesFile;
+    if (!bytes->fromFile(file->archive(), name, false)) {
+        bytes->release();
+        return file;
+    }
+    project->removeFile(file);
+    project->addFile(bytes, FileID(FileID::Code));
+    return bytes;
 }
 
 bool ProjectSession::unloadText(Kiln::ProjectFile *file)

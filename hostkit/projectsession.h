@@ -80,12 +80,17 @@ public:
 
     /// The file of that name, loaded if it is not yet. `id` is what a definition says about it; 0
     /// lets its suffix tell, by the engine's patterns or as plain text. Null when neither has such
-    /// a type or the file cannot be read.
+    /// a type or the file cannot be read. A text of 8 MB or more has its text only, one of
+    /// animations all but its colours; see Kiln::CodeDocument::Detail.
     Kiln::ProjectFile *loadFile(const QString &fileName, unsigned int id);
 
-    /// Whether a text is too large to be parsed and coloured while it is edited: 8 MB or more. It
-    /// is loaded by loadFile() without, and costs little more than its text.
-    static bool isLarge(const QString &fileName);
+    /// A text whose bytes on disk are none is taken out of its project, and one that shows its
+    /// bytes comes in; every other file, a definition too, is given back as it is.
+    Kiln::ProjectFile *asBytes(Kiln::ProjectFile *file);
+
+    /// Whether the user has cancelled the last loadFile().
+    bool wasCancelled() const { return m_wasCancelled; }
+
     /// Takes a text that loadFile() has loaded out of its project, and frees it, whatever changes
     /// it has. False, with nothing done, for a definition and every other file.
     bool unloadText(Kiln::ProjectFile *file);
@@ -120,6 +125,7 @@ private:
     void follow(Kiln::Project *project);
 
     EngineLibraries &m_engines;
+    bool m_wasCancelled = false;
     QSet<Kiln::ProjectFile *> m_loaded; ///< by loadFile(); only ever compared
     QList<QPointer<Kiln::ParentProject>> m_open;
     QPointer<Kiln::ParentProject> m_parent; ///< the current one

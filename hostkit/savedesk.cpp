@@ -80,7 +80,7 @@ bool SaveDesk::settle()
 void SaveDesk::save()
 {
     Kiln::ProjectFile *file = settle() ? m_deck->currentFile() : nullptr;
-    if (!file || !file->canSave() || !(file->isModified() || FileDesk::isGone(file)))
+    if (!file || !file->canSave() || !(m_desk->isModified(file) || FileDesk::isGone(file)))
         return;
     if (!mayOverwrite({file}) || !m_session->files().contains(file))
         return;
@@ -180,6 +180,7 @@ void SaveDesk::saveAll()
     if (!report.failures.isEmpty() || !report.leftOut.isEmpty())
         tellReport(tr("Save all"), project);
     const QStringList missing = report.missing;
+    saveKept(project);
     if (!missing.isEmpty() &&
         Kiln::askQuestion(m_window, tr("Save all"),
                           tr("These files are gone from the disk. Do you want to write them "
@@ -261,6 +262,18 @@ bool SaveDesk::tellReport(const QString &title, const Kiln::ParentProject *proje
     if (!text.isEmpty())
         Kiln::showWarning(m_window, title, text);
     return text.isEmpty();
+}
+
+// The library knows nothing of them.
+void SaveDesk::saveKept(Kiln::ParentProject *project)
+{
+    const QList<Kiln::ProjectFile *> files = m_session->files(project);
+    for (Kiln::ProjectFile *file : files) {
+        const bool isKept =
+            m_session->files().contains(file) && !file->isModified() && m_desk->isModified(file);
+        if (isKept && !file->toFile(file->archive(), file->fileName(), false))
+            tellWhyNot(tr("Save all"), file);
+    }
 }
 
 void SaveDesk::writeAgain(const QStringList &files)

@@ -63,6 +63,7 @@ private:
     bool mayOverwrite(const QList<Kiln::ProjectFile *> &files) const;
     bool mayReplace(const QString &title, const QStringList &files);
     bool tellReport(const QString &title, const Kiln::ParentProject *project);
+    void saveKept(Kiln::ParentProject *project);
     void writeAgain(const QStringList &files);
     void tellWhyNot(const QString &title, Kiln::ProjectFile *file);
 

@@ -245,6 +245,13 @@ private slots:
         actions()->closeFile->trigger();
         QVERIFY(!session().findFile(name));
         QVERIFY(host().messages().errorCount() < before);
+        const QString pictures = m_directory->filePath("elsewhere.gleam");
+        QVERIFY(QFile::copy(path("heroes/wren/wren.gleam"), pictures));
+        for (const QString &picture : {pictures, path("heroes/wren/wren.gleam")}) {
+            QVERIFY(host().desk().openFile(picture, 0));
+            actions()->closeFile->trigger();
+            QCOMPARE(session().findFile(picture) != nullptr, picture != pictures);
+        }
         open("heroes/wren/hurt.glow");
         open("heroes/wren/air.glow");
         const int files = session().files().size();
@@ -421,9 +428,11 @@ private slots:
         m_dialogs->expectDialog([&](QDialog *dialog) {
             auto *list = dialog->findChild<QTreeWidget *>("changes_files");
             for (int i = 0; i < list->topLevelItemCount(); ++i) {
-                const QTreeWidgetItem *item = list->topLevelItem(i);
+                QTreeWidgetItem *item = list->topLevelItem(i);
                 rows += QFileInfo(item->text(0)).fileName() + ' ' + item->text(1) + ' ' +
                         QString::number(item->checkState(0));
+                if (item->text(1) == "gone") // which no reload brings back
+                    item->setCheckState(0, Qt::Checked);
             }
             dialog->findChild<QPushButton *>("changes_take")->click();
         });
@@ -688,8 +697,11 @@ private slots:
     void bytesAreShownAndNeverWritten()
     {
         const QByteArray bytes = QByteArray("GIF\0\n\x80 text\r", 12).repeated(100000);
-        for (const char *name : {"shared/odd.glow", "shared/odd.bin"}) {
+        for (const char *name : {"shared/odd.glow", "shared/odd.bin", "heroes/wren/hurt.glow"}) {
+            const bool isNamed = !QByteArray(name).startsWith("shared"); // by a definition
+            QVERIFY(!isNamed || host().closeProject());
             writeFile(path(name), bytes);
+            QVERIFY(!isNamed || host().openProject(hero()));
             open(name);
             QVERIFY(document()->toString().startsWith(
                 "00000000  47 49 46 00 0a 80 20 74 65 78 74 0d 47 49 46 00  GIF... text.GIF.\n"));
@@ -701,10 +713,16 @@ private slots:
             actions()->saveAll->trigger();
             QVERIFY(readFile(path(name)) == bytes);
             actions()->closeFile->trigger();
-            QVERIFY(!session().findFile(path(name)));
+            QCOMPARE(session().findFile(path(name)) != nullptr, isNamed);
         }
         open("heroes/wren/air.glow");
         QVERIFY(!view()->isReadOnly());
+        // It moves with its project.
+        const QString copy = m_directory->filePath("copy");
+        QVERIFY(QDir().mkpath(copy));
+        m_dialogs->expectFiles({copy});
+        actions()->saveProjectAs->trigger();
+        QVERIFY(readFile(copy + "/heroes/wren/hurt.glow") == bytes);
     }
 
     // What was opened by hand is given back when it is closed, and a large file has no colours.
@@ -717,6 +735,8 @@ private slots:
         QCOMPARE(document()->model()->rowCount(), 0);
         QVERIFY(
             m_window->findChild<QStatusBar *>("status_bar")->currentMessage().contains("large"));
+        m_window->activateWindow(); // the progress was, and there is no window manager
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
         QTest::keyClick(view(), Qt::Key_W, Qt::ControlModifier);
         QVERIFY(!session().findFile(name));
         open("heroes/wren/air.glow");
@@ -771,7 +791,18 @@ private slots:
         choose("heroes/wren/hurt.glow", "tree_open");
         QCOMPARE(document()->fileName(), path("heroes/wren/hurt.glow"));
 
-        // The definition follows a new name, in one step; what is open goes on under it.
+        // The definition follows a new name, in one step, and knows which file it names; what is
+        // open goes on under it.
+        auto *wren =
+            dynamic_cast<Kiln::CodeDocument *>(session().findFile(path("heroes/wren/wren.wisp")));
+        const auto addEntry = [wren](const char *name) {
+            wren->replaceText(wren->toString().replace(
+                "    states: hurt.glow\n",
+                QStringLiteral("    states: hurt.glow\n    states: %1\n").arg(name)));
+        };
+        addEntry("../moss/hurt.glow");
+        addEntry("./hurt.glow");
+        const QString named = wren->toString();
         open("heroes/wren/hurt.glow");
         type("; here\n");
         name("taken/by.glow");
@@ -788,17 +819,21 @@ private slots:
         QVERIFY(!QFile::exists(path("heroes/wren/hurt.glow")));
         QCOMPARE(document()->fileName(), path("heroes/wren/pain.glow"));
         QVERIFY(document()->toString().startsWith("; here\n"));
-        auto *wren =
-            dynamic_cast<Kiln::CodeDocument *>(session().findFile(path("heroes/wren/wren.wisp")));
-        QVERIFY(wren->toString().contains("states: pain.glow\n"));
+        QCOMPARE(wren->toString(), QString(named)
+                                       .replace("states: hurt.glow", "states: pain.glow")
+                                       .replace("states: ./hurt.glow", "states: ./pain.glow"));
         QVERIFY(session().parentProject()->filePath(path("heroes/wren/pain.glow")));
         name("hurt.glow");
         choose("heroes/wren/pain.glow", "tree_rename");
-        for (const char *step : {"states: hurt.glow\n", "states: pain.glow\n"}) {
-            QVERIFY(wren->toString().contains(step) && wren->isModified());
+        QCOMPARE(wren->toString(), named);
+        for (const char *step : {"pain.glow\n", "hurt.glow\n"}) {
             wren->undo();
+            for (const char *entry : {"states: ", "states: ./"})
+                QVERIFY(wren->toString().contains(QLatin1String(entry) + step));
         }
-        QVERIFY(wren->toString().contains("states: hurt.glow\n") && !wren->isModified());
+        QCOMPARE(wren->toString(), named);
+        while (wren->isModified() && wren->isUndoAvailable())
+            wren->undo();
         actions()->save->trigger();
         QVERIFY(readFile(path("heroes/wren/hurt.glow")).startsWith("; here"));
         // Plain text has no type of the engine's, and is edited like code.

@@ -1,10 +1,17 @@
 #include "windowtest.h"
 
+#include <hostkit/bytesarchive.h>
+#include <hostkit/outsidechanges.h>
 #include <hostkit/recoverydesk.h>
 #include <hostkit/recoveryjournal.h>
 #include <hostkit/textcompare.h>
 
+#include <kilnx/editors/spriteeditor.h>
+#include <kilnx/image/sprite.h>
+#include <kilnx/project/engine.h>
+#include <kilnx/sound/sounds.h>
 #include <tests/support/fulldisk.h>
+#include <tests/support/release.h>
 
 #include <unistd.h>
 
@@ -15,8 +22,11 @@ namespace
 const char editedFiles[3][24] = {"heroes/wren/air.glow", "heroes/wren/hurt.glow",
                                  "heroes/wren/brain.glow"};
 
-/// What a killed program does: types into several files, and saves one now and then. Each change is
-/// told before it is made: the file, where, how many characters go, what comes, and when.
+const char soundFile[] = "heroes/wren/wren.peal";
+
+/// What a killed program does: types into several files, and saves one now and then; or adds a
+/// sound. Each change is told before it is made: the file, where, how many characters go, what
+/// comes, and when; of a sound, what is its name.
 [[noreturn]] void typeForEver(const QString &directory, quint32 seed)
 {
     Studio::MainWindow window(Paths::below(directory));
@@ -25,20 +35,29 @@ const char editedFiles[3][24] = {"heroes/wren/air.glow", "heroes/wren/hurt.glow"
     for (const char *name : editedFiles)
         documents += dynamic_cast<Kiln::CodeDocument *>(
             window.host().session().loadFile(directory + "/hero/" + name, 0));
+    auto *sounds = dynamic_cast<Kiln::Sounds *>(
+        window.host().session().loadFile(directory + "/hero/" + soundFile, 0));
+    const auto tell = [](const QByteArray &change) {
+        const QByteArray line =
+            change + ' ' + QByteArray::number(QDateTime::currentMSecsSinceEpoch()) + '\n';
+        if (write(STDOUT_FILENO, line.constData(), size_t(line.size())) != line.size())
+            _exit(1);
+    };
     QRandomGenerator random(seed);
-    for (;;) {
+    for (int count = 1;;) {
+        if (random.bounded(10) == 0) {
+            const QByteArray name = QByteArray::number(count++);
+            tell("3 0 0 " + name);
+            sounds->insert(0, name, {});
+        }
         const int file = random.bounded(3);
         Kiln::CodeDocument *document = documents[file];
         const int at = random.bounded(document->characterCount());
         const int removed = qMin(random.bounded(3), document->characterCount() - 1 - at);
         const bool saves = random.bounded(60) == 0;
         const QByteArray added(random.bounded(4), char('a' + random.bounded(26)));
-        const QByteArray line = QByteArray::number(file) + ' ' +
-                                (saves ? "-1" : QByteArray::number(at)) + ' ' +
-                                QByteArray::number(removed) + ' ' + added + ' ' +
-                                QByteArray::number(QDateTime::currentMSecsSinceEpoch()) + '\n';
-        if (write(STDOUT_FILENO, line.constData(), size_t(line.size())) != line.size())
-            _exit(1);
+        tell(QByteArray::number(file) + ' ' + (saves ? "-1" : QByteArray::number(at)) + ' ' +
+             QByteArray::number(removed) + ' ' + added);
         if (saves) {
             document->toFile(document->archive(), document->fileName(), false);
         } else {
@@ -84,7 +103,7 @@ QString randomText(QRandomGenerator &random, int most)
 }
 } // namespace
 
-// What is left of unsaved work when the program ends as it should not.
+// What is left of unsaved work when the program ends as it should not, or its file changes.
 class tst_studio_recovery : public WindowTest
 {
     Q_OBJECT
@@ -157,6 +176,140 @@ private Q_SLOTS:
         reopen();
         m_window.reset();
         QVERIFY(QDir(kept()).isEmpty());
+    }
+
+    void itemsComeBack_data()
+    {
+        const auto add = columns<QByteArray, QByteArray>("file", "change");
+        add("a sound", "wren.peal", "insert");
+        add("the name of a sprite", "wren.gleam", "name");
+        add("a palette", "wren.gleam", "colors");
+        add("which palettes stand in", "wren.gleam", "pairs");
+        add("what is drawn on a sprite", "wren.gleam", "draw");
+        add("what is drawn on a changed sprite file", "wren.gleam", "name, draw");
+        add("a file that is gone", "wren.peal", "insert, remove");
+    }
+
+    /// The file as it would have been saved, and the picture that was not in it yet.
+    void itemsComeBack()
+    {
+        const auto [file, change] = row<QByteArray, QByteArray>();
+        const QString name = path("heroes/wren/" + file);
+        const QByteArray onDisk = readFile(name);
+        QVERIFY(host().desk().openFile(name, 0));
+        host().journal().flush();
+        const auto sprites = [this] {
+            return dynamic_cast<Kiln::Sprites *>(host().deck().currentFile());
+        };
+        const auto *editor = qobject_cast<Kiln::SpriteEditor *>(host().deck().editor("sprites"));
+        // Each change behind a look at the one before: the journal hears of all of them.
+        if (auto *list = dynamic_cast<Kiln::Sounds *>(session().findFile(name))) {
+            QVERIFY(list->insert(0, "first", list->itemAt(0)->sample()));
+            host().journal().flush();
+            QVERIFY(list->insert(0, "new", list->itemAt(0)->sample()));
+        } else {
+            sprites()->at(1)->setProperty("Identifier", "first");
+            host().journal().flush();
+        }
+        if (change.contains("name"))
+            sprites()->at(0)->setProperty("Identifier", "new");
+        if (change.contains("colors"))
+            sprites()->palettes()->at(0)->setProperty("Identifier", "new");
+        if (change.contains("pairs"))
+            QVERIFY(sprites()->palettes()->remapModel()->insertRow(0));
+        if (change.contains("draw")) {
+            host().journal().flush();
+            m_window->findChild<QAction *>("spr_image_fliph")->trigger();
+        }
+        BytesArchive wanted;
+        QVERIFY(host().deck().currentFile()->toFile(wanted, name, true));
+        const QImage drawn = editor->unsavedPicture();
+        QCOMPARE(!drawn.isNull(), change.contains("draw"));
+        leaveBehind();
+        if (change.contains("remove"))
+            QVERIFY(QFile::remove(name));
+        m_dialogs->expectDialog([](QDialog *dialog) {
+            QCOMPARE(dialog->findChild<QTreeWidget *>("recovery_files")->topLevelItemCount(), 1);
+            dialog->findChild<QPushButton *>("recovery_restore")->click();
+        });
+        reopen();
+        Kiln::ProjectFile *back = host().deck().currentFile();
+        QCOMPARE(back->fileName(), change.contains("remove") ? QString() : name);
+        QVERIFY(back->isModified());
+        if (!drawn.isNull()) {
+            QCOMPARE(sprites()->at(0)->image(), drawn);
+            back->undo();
+        }
+        BytesArchive found;
+        QVERIFY(back->toFile(found, name, true));
+        QVERIFY(found.bytes == wanted.bytes);
+        if (!change.contains("remove"))
+            QCOMPARE(readFile(name), onDisk);
+        host().journal().flush();
+    }
+
+    void keptPicturesAreAskedAbout_data()
+    {
+        const auto add = columns<QByteArray>("what");
+        for (const char *what :
+             {"save", "save all", "close", "close window", "changed again", "changed back"})
+            add(what, what);
+    }
+
+    /// A picture without changes that another program has written, and the user keeps as it is
+    /// here: that is nowhere else.
+    void keptPicturesAreAskedAbout()
+    {
+        const auto [what] = row<QByteArray>();
+        const QString name = path("heroes/wren/wren.gleam");
+        const QByteArray mine = readFile(name);
+        const QByteArray theirs = readFile(path("heroes/moss/moss.gleam"));
+        set("reload_unchanged", false);
+        QVERIFY(host().desk().openFile(name, 0));
+        QCoreApplication::processEvents(); // reads the bytes for later
+        replaceFile(name, theirs);
+        auto &changes = host().outsideChanges();
+        QTRY_COMPARE(changes.waiting().size(), 1);
+        QTest::mouseClick(changes.bar()->findChild<QPushButton *>("changes_keep"), Qt::LeftButton);
+        QVERIFY(changes.waiting().isEmpty());
+        QCOMPARE(host().tabs().tabText(host().tabs().currentIndex()), "wren.gleam •");
+        if (what.startsWith("save")) {
+            (what == "save" ? actions()->save : actions()->saveAll)->trigger();
+            QCOMPARE(readFile(name), mine);
+            QCOMPARE(host().tabs().tabText(host().tabs().currentIndex()), "wren.gleam");
+            QVERIFY(m_window->close());
+            return;
+        }
+        if (what == "changed again") {
+            set("reload_unchanged", true);
+            auto *moss = dynamic_cast<Kiln::Sprites *>(
+                session().loadFile(path("heroes/moss/moss.gleam"), 0));
+            moss->at(0)->setProperty("Identifier", "other");
+            BytesArchive archive;
+            QVERIFY(moss->toFile(archive, name, true));
+            replaceFile(name, archive.bytes);
+            QTRY_COMPARE(changes.waiting().size(), 1);
+        } else if (what == "changed back") {
+            replaceFile(name, mine);
+            QTRY_COMPARE(host().tabs().tabText(host().tabs().currentIndex()), "wren.gleam");
+            QVERIFY(m_window->close());
+            return;
+        }
+        for (const bool discards : {false, true}) {
+            m_dialogs->expectBox(discards ? QMessageBox::Yes : QMessageBox::No);
+            if (what == "close window") {
+                QCOMPARE(m_window->close(), discards);
+            } else {
+                actions()->closeFile->trigger();
+                QCOMPARE(host().tabs().indexOf(session().findFile(name)) < 0, discards);
+            }
+        }
+        if (what == "close") { // it is what is on disk again
+            auto *sprites = dynamic_cast<Kiln::Sprites *>(session().findFile(name));
+            BytesArchive archive;
+            QVERIFY(sprites && sprites->toFile(archive, name, true));
+            QCOMPARE(archive.bytes, theirs);
+        }
     }
 
     /// A project that is not opened anyway is asked for; a file that is gone comes back; what was
@@ -482,10 +635,35 @@ private Q_SLOTS:
     }
 
 private:
+    /// Sounds are kept less often than text, by so many milliseconds.
+    static constexpr qint64 soundsMayWait = 2000;
+
+    /// The number of the newest sound in the journal, 0 for none, while the project is open. The
+    /// file itself was never saved.
+    int newest(const QTemporaryDir &directory)
+    {
+        const QString name = directory.filePath("hero/") + soundFile;
+        if (readFile(name) != readFile(path(soundFile)))
+            QTest::qFail("the sounds were harmed", __FILE__, __LINE__);
+        for (const RecoveryJournal::Entry &entry :
+             RecoveryJournal(session(), directory.filePath("data/recovery")).leftBehind()) {
+            if (entry.isText)
+                continue;
+            BytesArchive archive(entry.items.bytes);
+            const std::unique_ptr<Kiln::Sounds, Release> sounds(dynamic_cast<Kiln::Sounds *>(
+                host().engine()->createFile(Kiln::Project::FileID::Sounds, nullptr)));
+            if (!sounds->fromFile(archive, name, true))
+                QTest::qFail("the journal has no sounds", __FILE__, __LINE__);
+            return sounds->itemAt(0)->property("Identifier").toInt();
+        }
+        return 0;
+    }
+
     /// How old the oldest change is that is neither in a file nor in the journal. Fails when a text
     /// never stood in the editor.
     qint64 lost(const QTemporaryDir &directory, const QByteArray &told, qint64 end)
     {
+        QVector<qint64> soundTimes;
         QMap<QString, Story> stories;
         for (const char *name : editedFiles)
             stories[name].texts += textOnDisk(path(name));
@@ -493,6 +671,10 @@ private:
             const QList<QByteArray> words = line.split(' ');
             if (words.size() != 5 || words[4].size() != 13)
                 continue;
+            if (words[0] == "3") {
+                soundTimes += words[4].toLongLong();
+                continue;
+            }
             Story &story = stories[editedFiles[words[0].toInt()]];
             QString text = story.texts.last();
             if (words[1] == "-1") {
@@ -503,7 +685,11 @@ private:
             story.texts += text;
             story.times += words[4].toLongLong();
         }
-        qint64 oldest = 0;
+        const int newestSound = newest(directory);
+        qint64 oldest =
+            newestSound < soundTimes.size() ? end - soundTimes.at(newestSound) - soundsMayWait : 0;
+        if (newestSound > soundTimes.size())
+            QTest::qFail("a sound that never was", __FILE__, __LINE__);
         session().close();
         const QList<RecoveryJournal::Entry> left =
             RecoveryJournal(session(), directory.filePath("data/recovery")).leftBehind();
