@@ -313,7 +313,8 @@ Kiln::ProjectFile *ProjectSession::asBytes(Kiln::ProjectFile *file)
     const QString name = file->fileName();
     Kiln::Project *project = file->project();
     if (!dynamic_cast<Kiln::CodeDocument *>(file) || !file->canSave() || file->isModified() ||
-        fileId(file).has(FileID::Definition) || !isBinary(firstBytes(file->archive(), name)))
+        fileId(file).has(FileID::Definition) || !QFileInfo(name).isFile() ||
+        !isBinary(firstBytes(file->archive(), name)))
         return file;
     auto *bytes = new BytesFile;
     if (!bytes->fromFile(file->archive(), name, false)) {

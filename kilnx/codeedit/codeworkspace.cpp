@@ -308,7 +308,8 @@ void CodeWorkspace::reconfig()
     const int tabWidth =
         d->host->option(QStringLiteral("code_tab_width"), CodeEditor::Indentation().tabWidth)
             .toInt();
-    d->editor->setIndentation({flag("code_auto_indent"), flag("code_tab_spaces"), tabWidth});
+    const bool keepsIndent = d->host->option(QStringLiteral("code_auto_indent"), true).toBool();
+    d->editor->setIndentation({keepsIndent, flag("code_tab_spaces"), tabWidth});
     d->editor->setLineWrapMode(flag("code_wrap") ? QPlainTextEdit::WidgetWidth
                                                  : QPlainTextEdit::NoWrap);
     d->toolBar->setIconSize(QSize(ToolBarIcon, ToolBarIcon));

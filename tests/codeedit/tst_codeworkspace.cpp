@@ -219,12 +219,12 @@ private slots:
                           {"paren_range", QColor(3, 3, 3)}};
         m_host->secondColors["paren"] = QColor(4, 4, 4);
         m_workspace->reconfig();
-        QVERIFY(!view()->indentation().keep && !view()->indentation().spaces);
+        QVERIFY(view()->indentation().keep && !view()->indentation().spaces);
         QCOMPARE(view()->indentation().tabWidth, 4);
-        m_host->options["code_auto_indent"] = true;
+        m_host->options["code_auto_indent"] = false;
         m_host->options["code_tab_width"] = 8;
         m_workspace->reconfig();
-        QVERIFY(view()->indentation().keep && !view()->indentation().spaces);
+        QVERIFY(!view()->indentation().keep && !view()->indentation().spaces);
         QCOMPARE(view()->indentation().tabWidth, 8);
         QCOMPARE(now.lineColor, QColor(1, 1, 1));
         QCOMPARE(now.blockColor, QColor(2, 2, 2));
