@@ -404,6 +404,21 @@ private slots:
         QFile::setPermissions(name, QFile::ReadOwner | QFile::WriteOwner);
     }
 
+    /// Whoever has opened a box may hold on to what a file has.
+    void changesWaitForTheBox()
+    {
+        open("heroes/wren/air.glow");
+        const QString before = document()->toString();
+        m_dialogs->expectDialog([&](QDialog *box) {
+            replaceFile(path("heroes/wren/air.glow"), "; outside\r\n");
+            QTest::qWait(700);
+            QCOMPARE(document()->toString(), before);
+            box->reject();
+        });
+        QMessageBox(QMessageBox::NoIcon, "box", "text", QMessageBox::Close, m_window.get()).exec();
+        QTRY_COMPARE(document()->toString(), QString("; outside\n"));
+    }
+
     void manyChangesAreOneNotice()
     {
         const QStringList names{path("heroes/wren/air.glow"), path("heroes/wren/hurt.glow"),
@@ -715,6 +730,12 @@ private slots:
             actions()->closeFile->trigger();
             QCOMPARE(session().findFile(path(name)) != nullptr, isNamed);
         }
+        // Changed by another program, it is still shown as bytes, and all of them.
+        open("shared/odd.bin");
+        QCoreApplication::processEvents(); // reads the bytes for later
+        replaceFile(path("shared/odd.bin"), QByteArray("a\x7f~ \0\n", 6));
+        QTRY_COMPARE(document()->toString(),
+                     "00000000  61 7f 7e 20 00 0a" + QString(32, ' ') + "a.~ ..\n");
         open("heroes/wren/air.glow");
         QVERIFY(!view()->isReadOnly());
         // It moves with its project.
