@@ -255,12 +255,12 @@ bool SaveDesk::mayReplace(const QString &title, const QStringList &files)
                                  .arg(FileDesk::listed(files)));
 }
 
-// Null where it was closed meanwhile.
+// As much as a box can show. Null where it was closed meanwhile.
 bool SaveDesk::tellReport(const QString &title, const Kiln::ParentProject *project)
 {
     const QString text = project ? project->saveReport().text() : QString();
     if (!text.isEmpty())
-        Kiln::showWarning(m_window, title, text);
+        Kiln::showWarning(m_window, title, FileDesk::listed(text.split(QLatin1Char('\n'))));
     return text.isEmpty();
 }
 

@@ -331,6 +331,19 @@ public:
         parent->release();
         return nullptr;
     }
+    QStringList newProjectStarts() const override
+    {
+        return {QCoreApplication::translate("SparkPlugin", "a game with one section")};
+    }
+    bool makeProject(const QString &directory, const QString &name, int) override
+    {
+        auto *definition = new SparkDocument;
+        definition->fromString(QLatin1String("[game]\ntitle = ") + name + QLatin1Char('\n'));
+        const QString fileName = directory + QLatin1Char('/') + name + QLatin1String(".spark");
+        const bool isMade = definition->toFile(FileSystemArchive::instance(), fileName, true);
+        definition->release();
+        return isMade;
+    }
 };
 } // namespace
 

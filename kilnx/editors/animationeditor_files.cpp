@@ -2,6 +2,7 @@
 
 #include <kilnx/code/codedocument.h>
 #include <kilnx/editors/animationeditor_p.h>
+#include <kilnx/editors/eachitem_p.h>
 #include <kilnx/editors/importplan_p.h>
 #include <kilnx/forms/itemsdialog.h>
 #include <kilnx/forms/messageboxes.h>
@@ -17,7 +18,6 @@
 #include <QtCore/QBuffer>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
-#include <QtCore/QHash>
 #include <QtCore/QSaveFile>
 
 #include <algorithm>
@@ -47,6 +47,8 @@ Animations *listOf(ProjectFile *file)
                     : nullptr;
 }
 
+const QString identifierName = QStringLiteral("Identifier");
+
 QString codeOf(const AnimationCode *animation)
 {
     return animation->code().replace(QChar::ParagraphSeparator, QLatin1Char('\n'));
@@ -54,7 +56,7 @@ QString codeOf(const AnimationCode *animation)
 
 QString nameOf(const Animations &list, int row)
 {
-    return list.at(unsigned(row))->property(QStringLiteral("Identifier")).toString();
+    return list.at(unsigned(row))->property(identifierName).toString();
 }
 
 /// The index of a clear colour, -1 for none.
@@ -334,21 +336,11 @@ void AnimationEditorPrivate::exportTo()
 /// The texts of animations, with progress. False when the user has cancelled, or the file is gone.
 bool AnimationEditorPrivate::collect(const QList<int> &rows, QStringList *codes)
 {
-    const Still still(this);
-    const QPointer<AnimationEditorPrivate> self(this);
-    Progress *progress = interface->progress(AnimationEditor::tr("Exporting animations..."), true);
-    bool cancelled = false;
-    working = true;
-    progress->setProgress(0, unsigned(rows.size()), &cancelled);
-    for (int i = 0; i < rows.size() && !cancelled && still.isSo(); ++i) {
-        if (const AnimationCode *each = list->at(unsigned(rows.at(i))))
-            codes->append(codeOf(each));
-        progress->setProgress(unsigned(i) + 1, 0, &cancelled);
-    }
-    progress->finish();
-    if (self)
-        working = false;
-    return !cancelled && still.isSo();
+    return doWithEach(this, rows.size(), AnimationEditor::tr("Exporting animations..."),
+                      [this, &rows, codes](int i) {
+                          if (const AnimationCode *each = list->at(unsigned(rows[i])))
+                              codes->append(codeOf(each));
+                      });
 }
 
 /// By a document of the engine, so that encoding and line ends are those of its files.
@@ -419,9 +411,14 @@ void AnimationEditorPrivate::projImport()
         showWarning(window(), warning, sameProject);
         return;
     }
+    QVector<QPersistentModelIndex> picked; // behind a box the source may have other rows
+    for (const ImportItem *item : options.items)
+        picked.append(source ? source->index(item->row) : QModelIndex());
     QVector<Incoming> items;
-    for (const ImportItem *item : options.items) {
-        const AnimationCode *each = source ? source->at(unsigned(item->row)) : nullptr;
+    for (int i = 0; i < picked.size(); ++i) {
+        const ImportItem *item = options.items[i];
+        const AnimationCode *each =
+            source && picked[i].isValid() ? source->at(unsigned(picked[i].row())) : nullptr;
         if (each)
             items.append({codeOf(each), item->name});
         else if (options.project)
@@ -441,20 +438,10 @@ int AnimationEditorPrivate::takeIn(const QVector<Incoming> &offered, ConflictPol
 {
     const Still still(this);
     const int first = row.isValid() ? row.row() + 1 : 0;
-    QHash<QString, int> rowsOf; // of names, read anew when the text has changed behind a question
-    int revision = -1;
-    const auto find = [&](const QString &name) {
-        if (revision != document()->revision()) {
-            revision = document()->revision();
-            rowsOf.clear();
-            for (int at = int(list->count()) - 1; at >= 0; --at)
-                rowsOf.insert(nameOf(*list, at), at);
-        }
-        return rowsOf.value(name, -1);
-    };
     ImportPlan plan(
         window(), *list, first, policy,
-        AnimationEditor::tr("Animation '%1' already exists, do you want to replace it?"), find);
+        AnimationEditor::tr("Animation '%1' already exists, do you want to replace it?"),
+        [this](int at) { return nameOf(*list, at); });
     for (int i = 0; i < offered.size(); ++i) {
         plan.settle(i, offered[i].name);
         if (!still.isSo())
@@ -487,9 +474,8 @@ void AnimationEditorPrivate::put(AnimationCode *target, const Incoming &item)
         return;
     target->setCode(item.code);
     AnimationCode *taken = list->at(unsigned(at));
-    const QString key = QStringLiteral("Identifier");
-    if (taken && taken->property(key).toString() != item.name)
-        taken->setProperty(key, item.name);
+    if (taken && nameOf(*list, at) != item.name)
+        taken->setProperty(identifierName, item.name);
 }
 
 void AnimationEditorPrivate::tellImported(int count, const QString &title)

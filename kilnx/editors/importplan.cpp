@@ -5,8 +5,6 @@
 
 #include <QtCore/QCoreApplication>
 
-#include <algorithm>
-
 namespace Kiln
 {
 
@@ -15,49 +13,53 @@ ImportPlan::ImportPlan(QWidget *window,
                        int insertRow,
                        ConflictPolicy policy,
                        const QString &question,
-                       const std::function<int(const QString &)> &find)
+                       const std::function<QString(int)> &nameAt)
     : m_window(window)
     , m_destination(destination)
     , m_insertRow(insertRow)
     , m_policy(policy)
     , m_question(question)
-    , m_find(find)
+    , m_nameAt(nameAt)
 {
 }
 
 void ImportPlan::settle(int item, const QString &name)
 {
-    Step step{item, name, QModelIndex()};
-    if (m_policy == ConflictPolicy::AddAnyway) {
-        m_steps.append(step);
+    const bool isAdded = m_policy == ConflictPolicy::AddAnyway;
+    const int row = isAdded ? -1 : rowOf(name);
+    const int earlier = isAdded || (row >= 0 && row < m_insertRow) ? -1 : m_added.value(name, -1);
+    Step step{item, name, m_destination.index(row, 0)};
+    const bool isTaken = row >= 0 || earlier >= 0;
+    if (isTaken && m_policy == ConflictPolicy::Skip)
+        return;
+    const bool replaces = isTaken && mayReplace(name);
+    if (replaces && earlier >= 0) {
+        m_steps[earlier].item = item;
         return;
     }
-    const int row = m_find(name);
-    const auto earlier = std::find_if(m_steps.begin(), m_steps.end(), [&name](const Step &before) {
-        return !before.replaced.isValid() && before.name == name;
-    });
-    const bool isEarlier = earlier != m_steps.end() && (row < 0 || row >= m_insertRow);
-    if (row < 0 && !isEarlier) {
-        m_steps.append(step);
-        return;
+    if (!replaces) {
+        step.replaced = QModelIndex();
+        if (!m_added.contains(name))
+            m_added.insert(name, m_steps.size());
     }
-    const QPersistentModelIndex existing = m_destination.index(row, 0);
-    if (m_policy == ConflictPolicy::Skip)
-        return;
-    const bool replaces = mayReplace(name);
-    if (replaces && isEarlier) {
-        earlier->item = item;
-        return;
-    }
-    if (replaces)
-        step.replaced = existing;
     m_steps.append(step);
 }
 
-bool ImportPlan::mayReplace(const QString &name) const
+int ImportPlan::rowOf(const QString &name)
 {
-    return m_policy == ConflictPolicy::Replace ||
-           askQuestion(m_window,
+    if (m_rows.isEmpty()) {
+        for (int row = m_destination.rowCount() - 1; row >= 0; --row)
+            m_rows.insert(m_nameAt(row), row);
+    }
+    return m_rows.value(name, -1);
+}
+
+bool ImportPlan::mayReplace(const QString &name)
+{
+    if (m_policy == ConflictPolicy::Replace)
+        return true;
+    forgetRows();
+    return askQuestion(m_window,
                        QCoreApplication::translate("Kiln::FileEditor", "Conflict resolution!"),
                        m_question.arg(name));
 }

@@ -1,6 +1,7 @@
 // What the sound editor does to many sounds: resampling, and the import from other projects.
 
 #include <kilnx/cache/streamcachedata.h>
+#include <kilnx/editors/eachitem_p.h>
 #include <kilnx/editors/exportfiles_p.h>
 #include <kilnx/editors/soundeditor_p.h>
 #include <kilnx/forms/messageboxes.h>
@@ -214,18 +215,22 @@ int SoundEditorPrivate::importSounds(Sounds &from, const ImportOptions &options)
     const QPointer<Sounds> source(&from);
     ImportPlan plan(window(), *sounds, int(insertRow()), options.policy,
                     SoundEditor::tr("Sound '%1' already exists, do you want to replace it?"),
-                    [this](const QString &name) { return sounds->find(0, name); });
+                    [this](int row) {
+                        return sounds->itemAt(unsigned(row))->property(identifierName).toString();
+                    });
     QVector<QPersistentModelIndex> picked; // behind a box the source may have other rows
     for (const ImportItem *item : options.items)
         picked.append(source->index(item->row));
     for (int i = 0; i < picked.size(); ++i) {
         const Sound *sound =
             picked[i].isValid() ? source->itemAt(unsigned(picked[i].row())) : nullptr;
-        if (sound && sound->data() && !sound->data()->isEmpty())
+        if (sound && sound->data() && !sound->data()->isEmpty()) {
             plan.settle(i, options.items[i]->name);
-        else
+        } else {
             warnOfImport(*interface, QStringLiteral("sound"), options.items[i]->row,
                          options.project->displayName());
+            plan.forgetRows();
+        }
         if (!still.isSo() || !source)
             return -1;
     }
@@ -236,7 +241,7 @@ int SoundEditorPrivate::importSounds(Sounds &from, const ImportOptions &options)
         if (source && row.isValid())
             samples[i] = source->itemAt(unsigned(row.row()))->sample();
     };
-    if (!doWithEach(steps.size(), SoundEditor::tr("Importing sounds..."), read) || !source)
+    if (!doWithEach(this, steps.size(), SoundEditor::tr("Importing sounds..."), read) || !source)
         return -1;
     const int added = takeIn(steps, samples);
     for (int i = 0; i < steps.size() && still.isSo() && options.project; ++i) {

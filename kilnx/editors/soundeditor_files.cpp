@@ -1,5 +1,6 @@
 // WAV files: how they come into the sound editor's file, and out of it.
 
+#include <kilnx/editors/eachitem_p.h>
 #include <kilnx/editors/exportfiles_p.h>
 #include <kilnx/editors/organizer.h>
 #include <kilnx/editors/soundeditor_p.h>
@@ -97,38 +98,13 @@ void SoundEditorPrivate::add()
         insertFiles(paths, names);
 }
 
-/// Does something with each of some items, under an indicator when there are several. False when
-/// the user has cancelled, or the file is gone.
-bool SoundEditorPrivate::doWithEach(int count,
-                                    const QString &told,
-                                    const std::function<void(int)> &act)
-{
-    const Still still(this);
-    const QPointer<SoundEditorPrivate> alive(this);
-    bool cancelled = false;
-    working = true;
-    Progress *progress = count > 1 ? interface->progress(told, true) : nullptr;
-    if (progress)
-        progress->setProgress(0, unsigned(count), &cancelled);
-    for (int i = 0; i < count && !cancelled && still.isSo(); ++i) {
-        act(i);
-        if (progress)
-            progress->setProgress(unsigned(i + 1), 0, &cancelled);
-    }
-    if (progress)
-        progress->finish();
-    if (alive)
-        working = false;
-    return !cancelled && still.isSo();
-}
-
 /// As one change of the file, behind the current sound; the last new one is shown. All is read
 /// first, so that a cancel adds nothing; what could not be read is told at the end.
 void SoundEditorPrivate::insertFiles(const QStringList &paths, const QList<QVariant> &names)
 {
     const Still still(this);
     QVector<SoundSample> samples(paths.size());
-    if (!doWithEach(paths.size(), SoundEditor::tr("Reading sounds..."),
+    if (!doWithEach(this, paths.size(), SoundEditor::tr("Reading sounds..."),
                     [&](int i) { samples[i] = readSound(paths[i]); }))
         return;
     const unsigned int first = insertRow();
@@ -205,7 +181,7 @@ void SoundEditorPrivate::saveSounds(const QVector<int> &chosen, const QString &p
     if (!mayReplaceFiles(window(), text(154), names, path) || !still.isSo())
         return;
     QStringList failed;
-    doWithEach(count, text(154), [&](int i) {
+    doWithEach(this, count, text(154), [&](int i) {
         if (rows[i].isValid() &&
             !writeSound(names[i], sounds->itemAt(unsigned(rows[i].row()))->sample()))
             failed.append(names[i]);

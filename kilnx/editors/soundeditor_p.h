@@ -8,8 +8,6 @@
 #include <QtCore/QPersistentModelIndex>
 #include <QtCore/QPointer>
 
-#include <functional>
-
 namespace Kiln
 {
 
@@ -70,7 +68,6 @@ public:
     QString openFilter() const;
     void keepPath(const QString &fileName);
     void warnOfSound(const QString &fileName);
-    bool doWithEach(int count, const QString &told, const std::function<void(int)> &act);
     void insertFiles(const QStringList &paths, const QList<QVariant> &names);
     QVector<int> chosenRows() const;
     void saveSounds(const QVector<int> &chosen, const QString &path);

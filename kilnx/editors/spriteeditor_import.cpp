@@ -1,5 +1,6 @@
 // Sprites of other projects in the sprite editor's file.
 
+#include <kilnx/editors/eachitem_p.h>
 #include <kilnx/editors/importplan_p.h>
 #include <kilnx/editors/spriteeditor_p.h>
 #include <kilnx/forms/messageboxes.h>
@@ -62,7 +63,8 @@ void SpriteEditorPrivate::projImport()
     showInformation(window(), KilnTranslator::instance()->text(72), told);
 }
 
-/// How many sprites were added; -1 when the file or the source was closed behind a box.
+/// How many sprites were added; -1 when the file or the source was closed behind a box, and when
+/// the user has cancelled. All is read before anything is changed.
 int SpriteEditorPrivate::importFrom(Sprites &from, const SprImportDlg &dialog)
 {
     const ImportOptions options = dialog.options();
@@ -71,18 +73,27 @@ int SpriteEditorPrivate::importFrom(Sprites &from, const SprImportDlg &dialog)
     const int first = row.isValid() ? row.row() + 1 : 0;
     ImportPlan plan(window(), *sprites, first, options.policy,
                     SpriteEditor::tr("Sprite '%1' already exists, do you want to replace it?"),
-                    [this](const QString &name) { return sprites->indexOf(0, name); });
-    QVector<QImage> pictures; // behind a box the source may have other rows
-    for (const ImportItem *item : options.items) {
-        const Sprite *picked = source->at(unsigned(item->row));
-        pictures.append(picked ? picked->image() : QImage());
-    }
+                    [this](int row) {
+                        return sprites->at(unsigned(row))->property(identifierName).toString();
+                    });
+    QVector<QPersistentModelIndex> picked; // behind a box the source may have other rows
+    for (const ImportItem *item : options.items)
+        picked.append(source->index(item->row));
+    QVector<QImage> pictures(picked.size());
+    const auto read = [&](int i) {
+        if (source && picked[i].isValid())
+            pictures[i] = source->at(unsigned(picked[i].row()))->image();
+    };
+    if (!doWithEach(this, picked.size(), SpriteEditor::tr("Importing sprites..."), read) || !source)
+        return -1;
     for (int i = 0; i < pictures.size(); ++i) {
-        if (pictures[i].isNull())
+        if (pictures[i].isNull()) {
             warnOfImport(*interface, QStringLiteral("sprite"), options.items[i]->row,
                          options.project->displayName());
-        else
+            plan.forgetRows();
+        } else {
             plan.settle(i, options.items[i]->name);
+        }
         if (!still.isSo() || !source)
             return -1;
     }

@@ -16,6 +16,8 @@
 #include <cerrno>
 #endif
 
+using Kiln::NewFiles;
+
 static void sleepSeconds(unsigned long seconds)
 {
     QThread::sleep(seconds);
@@ -34,13 +36,7 @@ File::Pause File::setPause(Pause pause)
     return std::exchange(pauseBetweenAttempts, pause);
 }
 
-static const Kiln::WholeFiles *&currentWholeFiles()
-{
-    static const Kiln::WholeFiles *current = nullptr;
-    return current;
-}
-
-static const QLatin1String partPrefix(".kiln-part-");
+static Kiln::NewFiles::Care currentCare = Kiln::NewFiles::Plain;
 
 File::File(const QString &path)
     : QFile(path)
@@ -68,8 +64,9 @@ bool File::open(OpenMode mode)
     if (!isReplaced) {
         const QFileInfo info(fileName());
         m_isNew = !m_written.isEmpty() && !info.exists();
-        const bool isWhole = m_isNew && !info.isSymLink() && Kiln::WholeFiles::current();
-        return isWhole ? openPart(mode) : QFile::open(mode);
+        m_care = m_isNew && !info.isSymLink() ? NewFiles::care() : NewFiles::Plain;
+        const bool isPart = m_care == NewFiles::Synced || m_care == NewFiles::Whole;
+        return isPart ? openPart(mode) : QFile::open(mode);
     }
 
     // A link is written through, not replaced.
@@ -108,7 +105,6 @@ bool File::openTemporary(OpenMode mode)
 bool File::openPart(OpenMode mode)
 {
     setFileName(Kiln::partBeside(m_written));
-    m_isUnsynced = !Kiln::WholeFiles::current()->areSynced();
     m_isPart = QFile::open(mode);
     return m_isPart;
 }
@@ -138,11 +134,13 @@ bool File::isWritten()
     return !m_failed && (isOpen() ? flush() : error() == NoError);
 }
 
-/// Whether the disk has confirmed it; where there is no disk, as behind a device, it has.
+/// Whether the disk has confirmed what it is to confirm; where there is no disk, as behind a
+/// device, it has.
 bool File::isSynced()
 {
 #ifdef Q_OS_UNIX
-    if (isOpen() && fsync(handle()) != 0 && errno != EINVAL && errno != ENOTSUP) {
+    const bool isWanted = m_care == NewFiles::Plain || m_care == NewFiles::Synced;
+    if (isWanted && isOpen() && fsync(handle()) != 0 && errno != EINVAL && errno != ENOTSUP) {
         setErrorString(qt_error_string(errno));
         return false;
     }
@@ -195,7 +193,7 @@ bool File::commit()
 
 bool File::commitPart()
 {
-    const bool isWhole = isWritten() && (m_isUnsynced || isSynced());
+    const bool isWhole = isWritten() && isSynced();
     QString error = errorString();
     close();
     if (isWhole && Kiln::takePlace(fileName(), m_written))
@@ -226,20 +224,19 @@ void setFileError(const QString &error)
     fileError() = error;
 }
 
-WholeFiles::WholeFiles(Sync sync)
-    : m_sync(sync)
-    , m_outer(std::exchange(currentWholeFiles(), this))
+NewFiles::NewFiles(Care care)
+    : m_outer(std::exchange(currentCare, care))
 {
 }
 
-WholeFiles::~WholeFiles()
+NewFiles::~NewFiles()
 {
-    currentWholeFiles() = m_outer;
+    currentCare = m_outer;
 }
 
-const WholeFiles *WholeFiles::current()
+NewFiles::Care NewFiles::care()
 {
-    return currentWholeFiles();
+    return currentCare;
 }
 
 QString partBeside(const QString &path)

@@ -4,6 +4,38 @@
 
 #include <QtCore/QFile>
 
+#include <functional>
+
+namespace Kiln
+{
+
+class Archive;
+
+/// How new files come to be on disk while one of these lives. A hidden part, be it of a file or a
+/// directory of files, that a killed process has left counts for nothing.
+class KILNX_EXPORT NewFiles
+{
+public:
+    enum Care {
+        Plain,  ///< under their names from the first byte, and confirmed by the disk
+        Synced, ///< in a part beside their place until they are whole and the disk has confirmed it
+        Whole,  ///< in a part; they need not be confirmed, as their contents are elsewhere, too
+        Staged, ///< at once, as all of their directory is a part
+    };
+
+    explicit NewFiles(Care care);
+    ~NewFiles();
+
+    /// Plain while none lives.
+    static Care care();
+
+private:
+    Care m_outer;
+    Q_DISABLE_COPY(NewFiles)
+};
+
+} // namespace Kiln
+
 /// The device of FileSystemArchive: replaces an existing file through a temporary one.
 ///
 /// While it is open for such a write, this QFile has the temporary name, and `target` holds the
@@ -50,8 +82,7 @@ private:
     bool m_isNew = false;
     /// This is a part, and is to be given m_written as its name.
     bool m_isPart = false;
-    /// The disk need not confirm it.
-    bool m_isUnsynced = false;
+    Kiln::NewFiles::Care m_care = Kiln::NewFiles::Plain;
     bool *m_result = nullptr;
 };
 
@@ -61,33 +92,22 @@ namespace Kiln
 /// Sets FileSystemArchive::lastError().
 void setFileError(const QString &error);
 
-/// While one of these lives, a new file on disk has its name only when it is whole: it is written
-/// to a hidden part beside it first. A part that a killed process has left counts for nothing.
-class WholeFiles
-{
-public:
-    enum Sync {
-        Synced,
-        Unsynced, ///< the disk need not confirm new files, as their contents are elsewhere, too
-    };
-
-    explicit WholeFiles(Sync sync);
-    ~WholeFiles();
-
-    /// Null when there is none.
-    static const WholeFiles *current();
-    bool areSynced() const { return m_sync == Synced; }
-
-private:
-    Sync m_sync;
-    const WholeFiles *m_outer;
-    Q_DISABLE_COPY(WholeFiles)
-};
-
+/// What the name of each part begins with.
+constexpr QLatin1String partPrefix(".kiln-part-");
 /// A name beside `path` for a part of it, which no file has.
 QString partBeside(const QString &path);
 /// Whether this is the name of a part.
 bool isPartName(const QString &fileName);
+
+/// As much of a file as is copied without a look at what the user wants.
+constexpr qint64 copiedPortion = 8 * 1024 * 1024;
+/// copyFile(), which asks `goesOn` after each portion and gives up where that is false, with an
+/// older destination as it was.
+bool copyInPortions(Archive &from,
+                    const QString &fromName,
+                    Archive &to,
+                    const QString &toName,
+                    const std::function<bool()> &goesOn);
 
 /// Gives a file the owner and the permissions of another, as far as the file system and the rights
 /// of the process go.

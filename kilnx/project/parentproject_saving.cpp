@@ -1,6 +1,7 @@
 #include <kilnx/project/parentproject.h>
 
 #include <kilnx/project/archive.h>
+#include <kilnx/project/archive_p.h>
 #include <kilnx/project/fileeditor.h>
 #include <kilnx/project/filewatch_p.h>
 #include <kilnx/project/interface.h>
@@ -10,9 +11,11 @@
 #include <kilnx/project/saveplan_p.h>
 #include <kilnx/project/saveprogress_p.h>
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QThread>
 
 #include <algorithm>
 
@@ -112,8 +115,8 @@ void ParentProject::save()
         }
     }
     ParentProjectPrivate::Saving saving(this, plan);
-    SaveProgress progress(tr("Saving..."), projects.size(), plan.count());
-    plan.setProgress(&progress);
+    SaveProgress progress(tr("Saving..."), projects.size(), plan.parts());
+    plan.setProgress(&progress, this);
     for (const QPointer<Project> &project : projects) {
         if (project)
             plan.run(project);
@@ -183,9 +186,9 @@ void ParentProject::saveAs(const QString &path)
     SavePlan plan = d->planMove(target, others);
     const QList<QPointer<Project>> projects = guarded(openedProjects());
     ParentProjectPrivate::Saving saving(this, plan);
-    SaveProgress progress(tr("Saving..."), others.size() + projects.size(), plan.count());
+    SaveProgress progress(tr("Saving..."), others.size() + projects.size(), plan.parts());
     const bool isPrepared = plan.prepare() && saving.isAlive();
-    plan.setProgress(&progress);
+    plan.setProgress(&progress, this);
     if (isPrepared)
         plan.copyNew();
     plan.report.isCancelled = progress.isCancelled();
@@ -250,33 +253,84 @@ SavePlan ParentProjectPrivate::planBackup(const QString &target) const
             plan.addOther(*archive, path() + name, target + name);
     }
     plan.noteLeftOut(all);
+    plan.setStaged();
     return plan;
+}
+
+/// What backups have left that were killed.
+static void removeOldParts(const QString &directory)
+{
+    const QStringList left =
+        QDir(directory).entryList({partPrefix + QLatin1Char('*')}, QDir::Dirs | QDir::Hidden);
+    for (const QString &name : left)
+        QDir(directory + name).removeRecursively();
+}
+
+/// A directory of that name that is not there yet. Two of one second cannot have one name: the
+/// second one waits for its own.
+static QString newBackup(const QString &base, const QString &name)
+{
+    constexpr int attempts = 20;
+    constexpr unsigned long pauseMs = 100;
+    QString target;
+    for (int i = 0; i < attempts; ++i) {
+        const QString stamp =
+            QDateTime::currentDateTime().toString(QStringLiteral("dd.MM.yyyy_h.m.s_ap_"));
+        target = QDir::cleanPath(base + backups + stamp + name);
+        if (!QFileInfo::exists(target))
+            break;
+        QThread::msleep(pauseMs);
+    }
+    return target;
+}
+
+/// Gives a backup its name; the report has had that of its part until now. Nothing stays of one
+/// that cannot have it.
+static void finishBackup(SavePlan &plan, const QString &part, const QString &target)
+{
+    plan.report.rename(part, target + QLatin1Char('/'));
+    if (takePlace(part, target))
+        return;
+    setFileError(qt_error_string());
+    plan.undo();
+    failToSave(plan.report, target,
+               QCoreApplication::translate("Kiln::SaveReport", "It could not be saved."));
 }
 
 bool ParentProject::backup(const QString &name)
 {
     if (d->plan)
         return false;
-    const QString stamp =
-        QDateTime::currentDateTime().toString(QStringLiteral("dd.MM.yyyy_h.m.s_ap_"));
-    const QString target = withClosingSlash(basePath() + backups + stamp + name);
-    SavePlan plan = d->planBackup(target);
+    const QString base = basePath();
+    removeOldParts(base + backups);
+    const QString target = newBackup(base, name);
+    // What a killed process leaves of it is no backup.
+    const QString part = QFileInfo(target).path() + QLatin1Char('/') + partPrefix +
+                         QFileInfo(target).fileName() + QLatin1Char('/');
+    SavePlan plan = d->planBackup(part);
     const QList<QPointer<Project>> projects = guarded(openedProjects());
     ParentProjectPrivate::Saving saving(this, plan);
-    plan.makeDirectory(target);
+    if (!plan.makeDirectory(part)) {
+        plan.report.failures.append(
+            {base + backups, QCoreApplication::translate(
+                                 "Kiln::SaveReport", "Nothing can be written to this directory.")});
+        return true;
+    }
     plan.prepare();
-    SaveProgress progress(tr("Backup in progress..."), projects.size(), plan.count());
-    plan.setProgress(&progress);
+    SaveProgress progress(tr("Backup in progress..."), projects.size(), plan.parts());
+    plan.setProgress(&progress, this);
     plan.run(nullptr);
     for (const QPointer<Project> &project : projects) {
         if (project && !progress.isCancelled())
-            project->saveAll(target, true, nullptr);
+            project->saveAll(part, true, nullptr);
         progress.stepDone();
     }
     plan.report.isCancelled = progress.isCancelled();
     const bool isKept = !progress.isCancelled() && saving.isAlive();
     if (!isKept)
         plan.undo();
+    else
+        finishBackup(plan, part, target);
     return isKept;
 }
 
@@ -284,8 +338,9 @@ bool ParentProject::backup(const QString &name)
 static bool isBackupName(const QString &name)
 {
     const QStringList parts = name.split(QLatin1Char('/'), Qt::SkipEmptyParts);
-    return !parts.isEmpty() && !parts.contains(QStringLiteral("..")) &&
-           !parts.contains(QStringLiteral("."));
+    return !parts.isEmpty() && std::none_of(parts.begin(), parts.end(), [](const QString &part) {
+        return part == QLatin1String("..") || part == QLatin1String(".") || isPartName(part);
+    });
 }
 
 /// The directory of a backup, ending in "/"; empty if there is none of that name.
@@ -328,10 +383,15 @@ bool ParentProjectPrivate::restoreFiles(RestorePlan &restore,
 {
     const QList<QPointer<Project>> opened = guarded(all);
     const QStringList files = restore.files();
-    SaveProgress progress(ParentProject::tr("Restoring backup..."), files.size() + opened.size(), 0,
+    SaveProgress progress(ParentProject::tr("Restoring backup..."), files.size() + opened.size(),
+                          restore.portions(),
                           restore.canGiveUp() ? SaveProgress::MayCancel : SaveProgress::NoCancel);
+    const auto goesOn = [&] {
+        progress.partDone();
+        return !progress.isCancelled() && saving.isAlive();
+    };
     for (const QString &file : files) {
-        restore.fetch(file);
+        restore.fetch(file, goesOn);
         progress.stepDone();
         // The host shows each step, behind which the project is closed.
         restore.report.isCancelled = progress.isCancelled();

@@ -7,6 +7,8 @@
 #include <QtCore/QFileDevice>
 #include <QtCore/QFileInfo>
 
+#include <utility>
+
 namespace Kiln
 {
 
@@ -44,19 +46,33 @@ QString fixFileCase(const QString &path, Archive &, const QString &name)
     return path + name;
 }
 
-/// False when something is left that cannot be read, or not be written.
-static bool copyBlocks(QIODevice *source, QIODevice *destination)
+/// False when something is left that cannot be read, not be written, or is not wanted.
+static bool
+copyBlocks(QIODevice *source, QIODevice *destination, const std::function<bool()> &goesOn)
 {
     bool copied = true;
-    while (copied && !source->atEnd()) {
+    for (qint64 size = 0; copied && !source->atEnd();) {
         constexpr qint64 blockSize = 131072;
         const QByteArray block = source->read(blockSize);
         copied = !block.isEmpty() && writeAll(destination, block);
+        const qint64 before = std::exchange(size, size + block.size());
+        const bool isPortion = size / copiedPortion > before / copiedPortion;
+        if (copied && goesOn && isPortion && !source->atEnd())
+            copied = goesOn();
     }
     return copied;
 }
 
 bool copyFile(Archive &from, const QString &fromName, Archive &to, const QString &toName)
+{
+    return copyInPortions(from, fromName, to, toName, {});
+}
+
+bool copyInPortions(Archive &from,
+                    const QString &fromName,
+                    Archive &to,
+                    const QString &toName,
+                    const std::function<bool()> &goesOn)
 {
     if (fromName == toName)
         return false;
@@ -68,10 +84,11 @@ bool copyFile(Archive &from, const QString &fromName, Archive &to, const QString
     const bool isDisk = dynamic_cast<FileSystemArchive *>(&to);
     QBuffer whole;
     whole.open(QIODevice::ReadWrite);
-    const bool isRead = isDisk || copyBlocks(source, &whole);
+    const bool isRead = isDisk || copyBlocks(source, &whole, goesOn);
     whole.seek(0);
     QIODevice *destination = isRead ? to.openFile(toName, QIODevice::WriteOnly) : nullptr;
-    const bool copied = destination && copyBlocks(isDisk ? source : &whole, destination);
+    const bool copied =
+        destination && copyBlocks(isDisk ? source : &whole, destination, isDisk ? goesOn : nullptr);
     if (auto *file = copied ? nullptr : dynamic_cast<File *>(destination))
         file->discard();
     from.closeFile(source);

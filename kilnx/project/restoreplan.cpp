@@ -40,16 +40,32 @@ static QString reasonOf(const QString &source)
         .arg(source);
 }
 
-void RestorePlan::fetch(const QString &file)
+int RestorePlan::portions() const
+{
+    int portions = 0;
+    for (const QString &file : m_files)
+        portions += partsOf(FileSystemArchive::instance(), m_source + file) - 1;
+    return canGiveUp() ? portions : 0;
+}
+
+void RestorePlan::fetch(const QString &file, const std::function<bool()> &goesOn)
 {
     setFileError(QString());
     const QString target = m_base + file;
     const bool isStaged = m_stage && m_stage->isValid();
     const QString place = isStaged ? m_stage->filePath(file) : target;
     // The whole stage is synced at once.
-    const WholeFiles whole(isStaged ? WholeFiles::Unsynced : WholeFiles::Synced);
+    const NewFiles newFiles(isStaged ? NewFiles::Staged : NewFiles::Synced);
     Archive &to = isStaged ? FileSystemArchive::instance() : m_to;
-    if (!copyFile(FileSystemArchive::instance(), m_source + file, to, place))
+    bool isWanted = true;
+    std::function<bool()> ask;
+    if (isStaged)
+        ask = [&] { return isWanted = goesOn(); };
+    const bool isFetched =
+        copyInPortions(FileSystemArchive::instance(), m_source + file, to, place, ask);
+    if (!isWanted)
+        return;
+    if (!isFetched)
         failToSave(report, target, reasonOf(m_source + file));
     else if (isStaged)
         m_fetched.append(file);
@@ -95,6 +111,7 @@ bool RestorePlan::putInPlace(const QString &staged, const QString &target) const
     if (isReplaced)
         takeRights(contents, name);
     // It may be on another disk than the stage.
+    const NewFiles newFiles(NewFiles::Synced);
     Archive &disk = FileSystemArchive::instance();
     return takePlace(staged, name) || copyFile(disk, staged, disk, name);
 }

@@ -7,6 +7,7 @@
 #include <QtCore/QStringList>
 #include <QtCore/QTemporaryDir>
 
+#include <functional>
 #include <memory>
 
 namespace Kiln
@@ -27,7 +28,11 @@ public:
     const QStringList &files() const { return m_files; }
     /// Whether nothing has changed before place().
     bool canGiveUp() const { return m_stage != nullptr; }
-    void fetch(const QString &file);
+    /// How many portions of large files fetch() asks about.
+    int portions() const;
+    /// Where nothing has changed before place(), it asks `goesOn` after each portion of a large
+    /// file, and gives up where that is false.
+    void fetch(const QString &file, const std::function<bool()> &goesOn);
     void place();
 
     SaveReport report;

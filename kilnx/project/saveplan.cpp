@@ -23,10 +23,15 @@ static QString tr(const char *text)
 
 QStringList filesBelow(const Archive &archive, const QString &directory)
 {
-    constexpr QDir::Filters filters = QDir::Readable | QDir::Hidden;
+    constexpr QDir::Filters filters = QDir::Hidden;
+    const bool isOnDisk = dynamic_cast<const FileSystemArchive *>(&archive);
     QStringList found;
     const QStringList below = archive.entries(directory, QDir::Dirs | filters, QDir::Name);
     for (const QString &name : below) {
+        if (isPartName(name))
+            continue;
+        if (isOnDisk && !QFileInfo(directory + name).isReadable())
+            found.append(name);
         const QStringList files = filesBelow(archive, directory + name + QLatin1Char('/'));
         for (const QString &file : files)
             found.append(name + QLatin1Char('/') + file);
@@ -35,6 +40,13 @@ QStringList filesBelow(const Archive &archive, const QString &directory)
     std::copy_if(files.begin(), files.end(), std::back_inserter(found),
                  [](const QString &name) { return !isPartName(name); });
     return found;
+}
+
+int partsOf(const Archive &archive, const QString &fileName)
+{
+    const bool isOnDisk = dynamic_cast<const FileSystemArchive *>(&archive);
+    const qint64 size = isOnDisk ? QFileInfo(fileName).size() : 0;
+    return 1 + int(qMax<qint64>(0, size - 1) / copiedPortion);
 }
 
 void failToSave(SaveReport &report, const QString &fileName, const QString &otherwise)
@@ -306,9 +318,37 @@ QList<SavePlan::Place> SavePlan::stepsOf(const Project *project)
     return m_byOwner.value(project);
 }
 
-bool SavePlan::isCancelled() const
+int SavePlan::parts() const
 {
-    return m_progress && m_progress->isCancelled();
+    int parts = 0;
+    for (const Step &step : m_steps) {
+        parts += step.memory.file || !step.from ? 1 : partsOf(*step.from, step.source);
+        parts -= isOwnStep(step);
+    }
+    return parts;
+}
+
+/// Whether this is one of the steps that the operation counts from the start.
+bool SavePlan::isOwnStep(const Step &step) const
+{
+    return m_kind == Move && !step.owner;
+}
+
+void SavePlan::setProgress(SaveProgress *progress, const ParentProject *parent)
+{
+    m_progress = progress;
+    m_parent = parent;
+}
+
+void SavePlan::tellPart()
+{
+    if (m_progress)
+        m_progress->partDone();
+}
+
+bool SavePlan::isStopped() const
+{
+    return m_progress && !m_progress->isCommitted() && (m_progress->isCancelled() || !m_parent);
 }
 
 void SavePlan::copyNew()
@@ -317,7 +357,7 @@ void SavePlan::copyNew()
     for (const Place &target : places) {
         const Step &step = m_steps[target];
         const bool isNew = !step.memory.file && step.from && !QFileInfo::exists(step.name);
-        if (isNew && !isCancelled())
+        if (isNew && !isStopped())
             execute(target);
     }
 }
@@ -326,7 +366,7 @@ void SavePlan::run(const Project *project)
 {
     const QList<Place> places = stepsOf(project);
     for (const Place &target : places) {
-        if (!m_steps[target].isDefinition && !isCancelled())
+        if (!m_steps[target].isDefinition && !isStopped())
             execute(target);
     }
 }
@@ -383,10 +423,10 @@ void SavePlan::execute(const Place &target)
     else if (!isInMemory ||
              (!step.isDefinition && step.from && !target.first->fileExists(target.second)))
         bring(step, target);
-    if (m_progress && m_kind == Move && !step.owner)
+    if (m_progress && isOwnStep(step))
         m_progress->stepDone();
-    else if (m_progress)
-        m_progress->fileDone();
+    else
+        tellPart();
 }
 
 bool SavePlan::write(const Step &step, const Place &target)
@@ -399,7 +439,9 @@ bool SavePlan::write(const Step &step, const Place &target)
     const bool isNew = m_kind == Backup && !archive.fileExists(name);
     // What is in the old place as well need not be confirmed by the disk.
     const bool isElsewhere = m_kind == Backup || !file->isModified();
-    const WholeFiles whole(isElsewhere ? WholeFiles::Unsynced : WholeFiles::Synced);
+    const NewFiles newFiles(m_isStaged    ? NewFiles::Staged
+                            : isElsewhere ? NewFiles::Whole
+                                          : NewFiles::Synced);
     if (!file->toFile(archive, name, m_kind == Backup)) {
         failToSave(report, name, tr("It could not be saved."));
         return false;
@@ -414,8 +456,14 @@ void SavePlan::bring(const Step &step, const Place &target)
 {
     setFileError(QString());
     const bool isNew = !target.first->fileExists(step.name);
-    const WholeFiles whole(WholeFiles::Unsynced);
-    if (!copyFile(*step.from, step.source, *target.first, step.name)) {
+    const NewFiles newFiles(m_isStaged ? NewFiles::Staged : NewFiles::Whole);
+    const auto goesOn = [this] {
+        tellPart();
+        return !isStopped();
+    };
+    if (!copyInPortions(*step.from, step.source, *target.first, step.name, goesOn)) {
+        if (isStopped())
+            return;
         failToSave(report, step.name, tr("'%1' could not be copied to it.").arg(step.source));
         return;
     }

@@ -54,10 +54,12 @@ public:
 
     /// Existing files that would be replaced by others.
     QStringList replaced() const;
-    /// How many files are to be written.
-    int count() const { return m_steps.size(); }
-    /// Who hears of each file, and stops what may be stopped; null for nobody.
-    void setProgress(SaveProgress *progress) { m_progress = progress; }
+    /// How many parts a SaveProgress is told of: files, and further portions of large ones.
+    int parts() const;
+    /// Who hears of each part, and stops what may be stopped; so does the end of `parent`.
+    void setProgress(SaveProgress *progress, const ParentProject *parent);
+    /// All that a backup writes stands in a part that gets its name when all of it is there.
+    void setStaged() { m_isStaged = true; }
     /// Makes the directories of everything but a Save, and for a move tries out whether the
     /// definitions can be written. False, with nothing moved, when a move cannot come about.
     bool prepare();
@@ -122,10 +124,14 @@ private:
     void settleOthers(const Step &step, const Place &target);
     void fail(const QString &fileName, const QString &reason);
     void keep(Archive &archive);
-    bool isCancelled() const;
+    bool isOwnStep(const Step &step) const;
+    void tellPart();
+    bool isStopped() const;
 
     Kind m_kind;
+    bool m_isStaged = false;
     SaveProgress *m_progress = nullptr;
+    QPointer<const ParentProject> m_parent; ///< whose end stops it; only with m_progress
     /// So that they outlive projects that are closed meanwhile.
     QHash<Archive *, std::shared_ptr<Archive>> m_archives;
     /// As they were when they were first asked for.
@@ -144,8 +150,11 @@ private:
 /// Reports a file that is not where it was to be, with `otherwise` and what the system said.
 void failToSave(SaveReport &report, const QString &fileName, const QString &otherwise);
 
-/// Everything below a directory of a store, relative to it; hidden files, too, but no links
-/// and no parts of files.
+/// How many parts a SaveProgress is told of while a file is copied.
+int partsOf(const Archive &archive, const QString &fileName);
+
+/// Everything below a directory of a store, relative to it; hidden files, too, but no links and no
+/// parts. What cannot be read, be it a directory, is there, as to copy it is to fail.
 QStringList filesBelow(const Archive &archive, const QString &directory);
 
 } // namespace Kiln

@@ -14,9 +14,9 @@ int SaveProgress::setPatience(int ms)
     return std::exchange(patienceMs, ms);
 }
 
-SaveProgress::SaveProgress(const QString &text, int steps, int files, Cancel cancel)
+SaveProgress::SaveProgress(const QString &text, int steps, int parts, Cancel cancel)
     : m_steps(steps)
-    , m_files(files)
+    , m_parts(parts)
     , m_isCommitted(cancel == NoCancel)
 {
     if (Interface *interface = Interface::instance())
@@ -44,14 +44,15 @@ void SaveProgress::stepsDone(int steps)
         stepDone();
 }
 
-void SaveProgress::fileDone()
+/// What is copied where it was to come from memory has more portions than were counted.
+void SaveProgress::partDone()
 {
-    ++m_filesDone;
-    if (m_countsFiles) {
+    m_partsDone = qMin(m_partsDone + 1, m_parts);
+    if (m_countsParts) {
         tell(0);
     } else if (m_clock.elapsed() >= patienceMs) {
-        m_countsFiles = true;
-        tell(m_steps + m_files);
+        m_countsParts = true;
+        tell(m_steps + m_parts);
     }
 }
 
@@ -59,7 +60,7 @@ void SaveProgress::tell(int total)
 {
     if (!m_progress || isCancelled())
         return;
-    const int value = m_countsFiles ? m_stepsDone + m_filesDone : m_stepsDone;
+    const int value = m_countsParts ? m_stepsDone + m_partsDone : m_stepsDone;
     m_progress->setProgress(static_cast<unsigned int>(value), static_cast<unsigned int>(total),
                             &m_isCancelled);
 }

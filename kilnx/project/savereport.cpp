@@ -3,8 +3,22 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 
+#include <algorithm>
+
 namespace Kiln
 {
+
+void SaveReport::rename(const QString &from, const QString &to)
+{
+    const auto renameOne = [&](QString &fileName) {
+        if (fileName.startsWith(from))
+            fileName.replace(0, from.size(), to);
+    };
+    std::for_each(written.begin(), written.end(), renameOne);
+    std::for_each(copied.begin(), copied.end(), renameOne);
+    for (Failure &failure : failures)
+        renameOne(failure.fileName);
+}
 
 bool SaveReport::isComplete() const
 {

@@ -33,6 +33,8 @@ struct KILNX_EXPORT SaveReport {
     /// what a save had not come to is still modified.
     bool isCancelled = false;
 
+    /// All of it is below another directory now; both end in "/".
+    void rename(const QString &from, const QString &to);
     /// Whether there is nothing to tell but, perhaps, that it was cancelled.
     bool isComplete() const;
     /// All that did not work out, a line for each file with its reason; empty if isComplete().

@@ -294,8 +294,6 @@ void AudioSampleWidget::setState(SoundSample::State state)
 
 void AudioSampleWidget::setFault(const QString &fault)
 {
-    if (m_fault == fault)
-        return;
     m_fault = fault;
     setAccessibleDescription(fault);
     update();

@@ -233,7 +233,7 @@ private Q_SLOTS:
         if (!isSaved)
             source->animations()->at(0)->setCode("@animation a\n    frame: there");
         QCOMPARE(source->isModified(), !isSaved);
-        bench.host.dialogs().expectDialog([&, policy = policy](QDialog *dialog) {
+        const auto choose = [&, policy = policy](QDialog *dialog) {
             auto *projects = dialog->findChild<QComboBox *>("projects");
             projects->setCurrentIndex(projects->findText(moss->displayName()));
             auto *list = dialog->findChild<QListView *>("source");
@@ -248,7 +248,15 @@ private Q_SLOTS:
                 QVERIFY(chosen->setData(chosen->index(each, 0), "new", Qt::EditRole));
             dialog->findChildren<QRadioButton *>()[policy]->click();
             dialog->accept();
-        });
+        };
+        // A cancel while they are read changes nothing, and asks and tells nothing.
+        bench.host.cancelAt = 2;
+        bench.host.dialogs().expectDialog(choose);
+        bench.trigger("import_proj");
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+        QVERIFY(bench.text() == bench.first);
+        bench.host.cancelAt = 0;
+        bench.host.dialogs().expectDialog(choose);
         for (int i = 0; answer && i < 2; ++i)
             bench.host.dialogs().expectBox(QMessageBox::StandardButton(answer));
         bench.host.dialogs().expectBox(QMessageBox::Ok);

@@ -250,6 +250,12 @@ private slots:
             expected << bench.file->itemAt(i)->identifier() + ": " + described(sample);
         }
         bench.host.cancelAt = unsigned(cancelAt);
+        // While it works, no other command does anything.
+        bench.host.duringProgress = [&bench] {
+            for (const char *other : {"add", "delete", "duplicate", "open_sample", "save_sample",
+                                      "resample", "import_proj"})
+                bench.trigger(QByteArray("snd_") + other);
+        };
         expectResample(bench, rows, format);
         if (!refused.isEmpty())
             bench.host.dialogs().expectBox(QMessageBox::Ok);

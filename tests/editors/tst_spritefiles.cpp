@@ -571,9 +571,7 @@ private Q_SLOTS:
         const QImage old = isEmpty ? QImage() : target->at(0)->image();
         const unsigned int before = target->itemCount();
         bench.editor->setCurrentFile(target);
-        if (policy < 0)
-            bench.host.dialogs().expectBox(QMessageBox::Ok);
-        bench.host.dialogs().expectDialog([&, policy = policy, mode = mode](QDialog *dialog) {
+        const auto choose = [&, policy = policy, mode = mode](QDialog *dialog) {
             auto *projects = dialog->findChild<QComboBox *>("projects");
             QVERIFY(projects->findText(target->project()->displayName()) < 0);
             if (policy < 0) {
@@ -609,7 +607,19 @@ private Q_SLOTS:
             dialog->findChild<QComboBox *>("mode")->setCurrentIndex(mode);
             dialog->findChild<QRadioButton *>(QString("policy%1").arg(policy))->click();
             dialog->accept();
-        });
+        };
+        if (policy < 0) {
+            bench.host.dialogs().expectBox(QMessageBox::Ok);
+        } else {
+            // A cancel while they are read changes nothing, and asks and tells nothing.
+            bench.host.cancelAt = 2;
+            bench.host.dialogs().expectDialog(choose);
+            bench.trigger("spr_import_proj");
+            QCOMPARE(bench.host.dialogs().finish(), QString());
+            QVERIFY(target->itemCount() == before && target->at(0)->image() == old);
+            bench.host.cancelAt = 0;
+        }
+        bench.host.dialogs().expectDialog(choose);
         for (int i = 0; answer && i < 2; ++i)
             bench.host.dialogs().expectBox(QMessageBox::StandardButton(answer));
         if (policy >= 0)
@@ -635,6 +645,16 @@ private Q_SLOTS:
             QVERIFY(mode > 0 || image.colorTable() == original->image().colorTable());
         }
         QCOMPARE(target->palettes()->removeDuplicates(), 0U);
+        if (policy == 3) {
+            // Into an empty file they come from its first row on.
+            while (target->itemCount() > 0)
+                target->remove(0);
+            bench.host.dialogs().expectDialog(choose);
+            bench.host.dialogs().expectBox(QMessageBox::Ok);
+            bench.trigger("spr_import_proj");
+            QCOMPARE(target->itemCount(), 3U);
+            QCOMPARE(bench.editor->currentSprite(), target->at(0));
+        }
         bench.editor->setCurrentFile(nullptr);
         parent->close();
     }

@@ -17,6 +17,7 @@
 #include <optional>
 
 using Kiln::FileSystemArchive;
+using Kiln::NewFiles;
 
 namespace
 {
@@ -31,6 +32,7 @@ bool save(const QString &path, const QByteArray &contents)
 
 /// What stands for a disk that is about to die.
 bool diskFails = false;
+int syncs = 0;
 
 /// Dies by a signal at the first pause of the commit, with the old file out of the way.
 int dieWhileReplacing(const QString &path)
@@ -85,6 +87,7 @@ void countPause(unsigned long seconds)
 extern "C" Q_DECL_EXPORT int fsync(int file)
 {
     errno = EIO;
+    ++syncs;
     return diskFails ? -1 : int(syscall(SYS_fsync, file));
 }
 
@@ -398,10 +401,14 @@ private slots:
             device->close();
         }
         m_archive.closeFile(device);
-        const bool isCopied = copyOfTooMuch("disk/file") || copyOfTooMuch("disk/new");
+        bool isCopied = copyOfTooMuch("disk/file");
+        for (const auto care : {NewFiles::Plain, NewFiles::Whole, NewFiles::Staged}) {
+            const NewFiles newFiles(care);
+            isCopied |= copyOfTooMuch("disk/new");
+        }
         const QString reason = FileSystemArchive::lastError();
         const QByteArray contents = readFile(path("disk/file"));
-        const QStringList left = QDir(path("disk")).entryList(QDir::Files);
+        const QStringList left = QDir(path("disk")).entryList(QDir::Files | QDir::Hidden);
         limit.reset();
         if (isDisk)
             umount(mountPoint.constData());
@@ -411,6 +418,45 @@ private slots:
         QCOMPARE(reason, qt_error_string(isDisk ? ENOSPC : EFBIG));
         QCOMPARE(contents, QByteArray("old contents"));
         QCOMPARE(left, QStringList("file"));
+    }
+
+    /// What a process leaves that is killed while it writes.
+    void newFilesOnDisk_data()
+    {
+        const auto add = columns<int, bool, bool>("care", "isPart", "isConfirmed");
+        add("plain", NewFiles::Plain, false, true);
+        add("synced", NewFiles::Synced, true, true);
+        add("whole", NewFiles::Whole, true, false);
+        add("staged", NewFiles::Staged, false, false);
+    }
+
+    void newFilesOnDisk()
+    {
+        QFETCH(int, care);
+        QFETCH(bool, isPart);
+        QFETCH(bool, isConfirmed);
+        const NewFiles newFiles{NewFiles::Care(care)};
+        for (const bool fails : {false, true}) {
+            init();
+            syncs = 0;
+            diskFails = fails;
+            const auto deviceWorks = qScopeGuard([] { diskFails = false; });
+            QIODevice *device = m_archive.openFile(path("file"), QIODevice::WriteOnly);
+            QVERIFY(device->write("new") == 3 && static_cast<QFile *>(device)->flush());
+            QCOMPARE(names().size(), 1);
+            QCOMPARE(names().first().startsWith(".kiln-part-"), isPart);
+            QCOMPARE(m_archive.closeWritten(device), !(fails && isConfirmed));
+            QCOMPARE(names(), fails && isConfirmed ? QStringList() : QStringList("file"));
+            QCOMPARE(syncs, int(isConfirmed));
+        }
+        // One that is there is replaced as ever, and no place is taken away.
+        QVERIFY(save(path("file"), "newer") && syncs > 0);
+        QVERIFY(QFile::remove(path("file")));
+        QIODevice *device = m_archive.openFile(path("file"), QIODevice::WriteOnly);
+        QVERIFY(!isPart || QDir().mkpath(path("file/below")));
+        QCOMPARE(m_archive.closeWritten(device), !isPart);
+        QCOMPARE(names(), QStringList("file"));
+        QCOMPARE(FileSystemArchive::lastError(), isPart ? qt_error_string(EISDIR) : QString());
     }
 
     void copiesFiles_data()

@@ -1,5 +1,6 @@
 #include "fakes.h"
 
+#include <kilnx/project/archive_p.h>
 #include <kilnx/project/saveprogress_p.h>
 #include <kilnx/project/savereport.h>
 #include <tests/support/fulldisk.h>
@@ -18,14 +19,15 @@ using FileID = Project::FileID;
 namespace
 {
 
-/// "name: contents" of everything below a directory, sorted.
+/// "name: contents" of everything below a directory, sorted; of large files the beginning.
 QStringList filesBelow(const QString &directory)
 {
     QStringList lines;
     QDirIterator iterator(directory, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
     while (iterator.hasNext()) {
         const QString path = iterator.next();
-        lines << path.mid(directory.size()) + ": " + QString::fromUtf8(readFile(path)).simplified();
+        lines << path.mid(directory.size()) + ": " +
+                     QString::fromUtf8(readFile(path).left(0x10000)).simplified();
     }
     lines.sort();
     return lines;
@@ -282,19 +284,21 @@ private slots:
         const Files scanned{{"one/d.def", "4 a"},        {"one/a", "first"},
                             {"two/e.def", "4 a"},        {"two/a", "second"},
                             {"notes/deep/n.txt", "low"}, {"notes/n.txt", "top"},
-                            {"notes/n.bin", "-"}};
-        for (const QString &target : {backup, QString("x")})
-            addRow(
-                target.isEmpty() ? "backup with what is scanned below"
-                                 : "several with what is scanned below",
-                scanned,
-                QStringList({QString("one/d.def one/a! notes/n.txt!") +
-                                 (target.isEmpty() ? " notes/deep/n.txt~" : ""),
-                             "two/e.def"}),
-                target,
-                QStringList({"notes/deep/n.txt: low", "notes/n.txt: changed 0", "one/a: changed 0",
-                             "one/d.def: 4 a", "two/a: second", "two/e.def: 4 a"}),
-                0);
+                            {"notes/n.bin", "-"},        {"backup/old/n.txt", "kept"}};
+        for (const QString &target : {backup, QString("x")}) {
+            QStringList expected{"notes/deep/n.txt: low", "notes/n.txt: changed 0",
+                                 "one/a: changed 0",      "one/d.def: 4 a",
+                                 "two/a: second",         "two/e.def: 4 a"};
+            if (!target.isEmpty())
+                expected.prepend("backup/old/n.txt: kept");
+            addRow(target.isEmpty() ? "backup with what is scanned below"
+                                    : "several with what is scanned below",
+                   scanned,
+                   QStringList({QString("one/d.def one/a! notes/n.txt!") +
+                                    (target.isEmpty() ? " notes/deep/n.txt~" : ""),
+                                "two/e.def"}),
+                   target, expected, 0);
+        }
         addRow("backup of names with dots and all letters",
                Files{{"ä.b.def", "4 a.b.c\n4 .ünï/日本.x\n4 n.\n4 ..a"},
                      {"a.b.c", "1"},
@@ -328,7 +332,7 @@ private slots:
             memory.addOwner();
             const QString root = other() + (isOnDisk ? "disk/" : "memory/");
             for (auto file = disk.begin(); file != disk.end(); ++file) {
-                if (isOnDisk || file.key().startsWith("notes"))
+                if (isOnDisk || file.key().contains(".txt"))
                     writeFile(root + file.key(), *file);
                 memory.files[root + file.key()] = *file;
             }
@@ -337,6 +341,7 @@ private slots:
             auto *parent = isOnDisk ? new FakeParent(root) : new FakeParent(root, memory);
             parent->fakeEngine = &engine;
             parent->addPath("notes", scanAll, {"*.txt"});
+            parent->addPath("backup", scanAll, {"*.txt"});
             QList<ProjectFile *> changed;
             for (int i = 0; i < opened.size(); ++i) {
                 QStringList names = opened[i].split(' ');
@@ -511,23 +516,31 @@ private slots:
         QCOMPARE(QFile::exists(path("c")), restores);
     }
 
-    /// By a user who sees the progress of each file: after the first one.
+    /// By a user who sees the progress of each file. "A" comes first, in three portions.
     void stoppedInTheMiddle_data()
     {
-        columns<QString, bool>("operation", "isCancelled");
+        columns<QString, unsigned int>("operation", "cancelAt");
         for (const char *operation : {"save", "save as", "backup", "restore"}) {
-            addRow(qPrintable(operation + QString(", project closed")), operation, false);
-            addRow(qPrintable(operation + QString(", cancelled")), operation, true);
+            addRow(qPrintable(operation + QString(", project closed")), operation, 0u);
+            addRow(qPrintable(operation + QString(", cancelled")), operation, 1u);
         }
+        addRow("save as, cancelled after the last copy", "save as", 5u);
+        addRow("backup, cancelled after the last file", "backup", 8u);
+        addRow("restore, cancelled after the last file", "restore", 5u);
     }
 
     void stoppedInTheMiddle()
     {
-        const auto [operation, isCancelled] = row<QString, bool>();
+        const auto [operation, cancelAt] = row<QString, unsigned int>();
+        const bool isCancelled = cancelAt > 0;
         const int patience = SaveProgress::setPatience(0);
         const auto restorePatience = qScopeGuard([=] { SaveProgress::setPatience(patience); });
-        make({{"d.def", "4 a\n4 b\n4 c/d\n4 e"}, {"a", "old"}, {"b", "old"}, {"c/d", "old"}});
-        make({{"e", "old"}, {"backup/x/a", "kept"}, {"backup/x/new/f", "kept"}});
+        make({{"d.def", "4 a\n4 b\n4 c/d\n4 e\n4 A"}, {"a", "old"}, {"b", "old"}});
+        make({{"c/d", "old"}, {"e", "old"}, {"backup/x/a", "kept"}, {"backup/x/new", "kept"}});
+        for (const char *name : {"A", "backup/x/A"}) {
+            QFile huge(path(name));
+            QVERIFY(huge.open(QIODevice::WriteOnly) && huge.resize(3 * copiedPortion));
+        }
         FakeProject *project = m_parent->open("d.def");
         const QList<FakeFile *> changed{openFile(project, path("a")), openFile(project, path("b"))};
         for (FakeFile *file : changed)
@@ -542,10 +555,14 @@ private slots:
                    : name == "restore" ? m_parent->restoreBackup("x")
                                        : true;
         };
-        if (isCancelled)
-            m_host->cancelAt = 1;
-        else
-            m_host->duringProgress = [project] { project->release(); };
+        m_host->cancelAt = cancelAt;
+        bool isInHugeFile = false;
+        m_host->duringProgress = [&, project = QPointer<Project>(project)] {
+            isInHugeFile = hasPart(base()) || hasPart(other());
+            QCOMPARE(backups(), QStringList{"x"});
+            if (!isCancelled)
+                project->release();
+        };
         const bool isSave = operation.startsWith("save");
         QCOMPARE(run(), isSave);
         QVERIFY(m_host->progresses.last()->cancellable && m_host->progresses.last()->finished);
@@ -554,13 +571,14 @@ private slots:
             QCOMPARE(filesBelow(base()).filter("new").size(), 2); // with the name of a directory
         else
             QCOMPARE(filesBelow(base()), before);
+        QCOMPARE(isInHugeFile, operation != "save");
         QVERIFY(QDir(other()).isEmpty());
-        QCOMPARE(QDir(path("backup")).entryList(QDir::Dirs | QDir::NoDotAndDotDot),
-                 QStringList{"x"});
+        QCOMPARE(backups(), QStringList{"x"});
         if (!isCancelled)
             return;
         QVERIFY(m_parent->saveReport().isCancelled);
-        QCOMPARE(m_host->progresses.last()->steps, QList<unsigned int>({0, 1}));
+        QCOMPARE(m_host->progresses.last()->steps.size(), int(cancelAt) + 1);
+        QCOMPARE(m_host->progresses.last()->steps.last(), cancelAt);
         QCOMPARE(changed[0]->modified + changed[1]->modified, operation == "save" ? 1 : 2);
         QCOMPARE(m_parent->basePath(), base());
         // The second try is not cancelled.
@@ -569,7 +587,10 @@ private slots:
         QVERIFY(!m_parent->saveReport().isCancelled && m_parent->saveReport().isComplete());
         const auto progress = m_host->progresses.last();
         QCOMPARE(progress->steps.last(), progress->total);
-        QVERIFY(operation == "restore" || progress->total > 1);
+        // The project, its files, and what is more than one portion.
+        const QMap<QString, unsigned int> totals{
+            {"save", 2}, {"save as", 9}, {"backup", 9}, {"restore", 6}};
+        QCOMPARE(progress->total, totals[operation]);
     }
 
     void archiveOutlivesItsProject()
@@ -646,6 +667,7 @@ private slots:
         const Files definitions{{"one.def", "4 own\n4 shared\n8 shared\n4 locked\n4 ./own"},
                                 {"two.def", "4 shared\n4 deep/x"}};
         const QStringList names{"own", "shared", "locked", "deep/x"};
+        const QRegularExpression afterName(":.*");
         int told = 0;
         int restored = 0;
         for (int round = 0; round < killRounds; ++round) {
@@ -707,8 +729,15 @@ private slots:
                          qPrintable(name));
                 QVERIFY2(!isNumbered || numberOf(contents) >= 0, qPrintable(name + " is cut off"));
             }
-            for (const QString &place : QDir(root).entryList(QDir::Dirs | QDir::NoDotAndDotDot))
+            for (const QString &place : QDir(root).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+                const QDir kept(root + place + "/backup");
+                for (const QString &name : kept.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+                    const QStringList files =
+                        filesBelow(kept.filePath(name) + '/').replaceInStrings(afterName, "");
+                    QCOMPARE(files.join(' '), QString("deep/x locked one.def own shared two.def"));
+                }
                 restored += restoreAgain(root + place + '/', definitions.keys());
+            }
         }
         QVERIFY(restored > killRounds / 10);
         QVERIFY(told > killRounds);
@@ -716,6 +745,21 @@ private slots:
     }
 
 private:
+    QStringList backups() const
+    {
+        return QDir(path("backup")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    }
+
+    /// Whether somewhere below is the first portion of a file alone.
+    static bool hasPart(const QString &directory)
+    {
+        QDirIterator all(directory, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+        bool isThere = false;
+        while (all.hasNext())
+            isThere |= QFileInfo(all.next()).size() == copiedPortion;
+        return isThere;
+    }
+
     /// Restores the newest backup of what a killed process has left. Returns how many there were.
     static int restoreAgain(const QString &place, const QStringList &definitions)
     {
@@ -732,10 +776,8 @@ private:
         for (Project *project : parent->openedProjects())
             project->release();
         const QStringList found = filesBelow(place);
-        for (const QString &line : filesBelow(place + "backup/" + newest + '/')) {
-            if (!line.contains(".kiln-part-"))
-                [&] { QVERIFY2(found.contains(line), qPrintable(line.left(40))); }();
-        }
+        for (const QString &line : filesBelow(place + "backup/" + newest + '/'))
+            [&] { QVERIFY2(found.contains(line), qPrintable(line.left(40))); }();
         [&] { QVERIFY(found.filter(".kiln-restore-").isEmpty()); }();
         return 1;
     }
@@ -764,7 +806,8 @@ private slots:
               {"backup/night/d.def", "4 a\n4 b"},
               {"backup/night/deep/b", "deep"},
               {"backup/night/.hidden", "seen"},
-              {"backup/night/.kiln-part-AbCdEf", "of a backup that was killed"},
+              {"backup/night/.kiln-part-AbCdEf", "of a copy that was killed"},
+              {"backup/night/.kiln-part-dir/a", "of another"},
               {".kiln-restore-AbCdEf/a", "of a restore that was killed"}});
         const QFile::Permissions rights = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOther;
         QVERIFY(QFile::setPermissions(path("d.def"), rights));
@@ -803,7 +846,7 @@ private slots:
     void restoreRefusesWhatItDoesNotKnow_data()
     {
         columns<QString>("name");
-        for (const char *name : {"", "/", "unknown", "..", "night/../..", "."})
+        for (const char *name : {"", "/", "unknown", "..", "night/../..", ".", ".kiln-part-night"})
             addRow(name, name);
     }
 
@@ -811,6 +854,7 @@ private slots:
     {
         QFETCH(QString, name);
         make({{"d.def", "4 a"}, {"a", "kept"}, {"backup/night/a", "from the night"}});
+        make({{"backup/.kiln-part-night/a", "of a backup that was killed"}});
         FakeProject *project = m_parent->open("d.def");
         FakeFile *file = openFile(project, path("a"));
         change(file, "in memory");

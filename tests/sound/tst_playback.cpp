@@ -134,8 +134,8 @@ private slots:
                 QVERIFY(qAbs(view.levels()[columns * channel + column] - expected) < 1e-9);
             }
         }
-        if (frames == 1)
-            QCOMPARE(view.pixelsPerFrame(), double(width));
+        QCOMPARE(view.pixelsPerFrame(), double(width) / frames);
+        QCOMPARE(view.framesPerPixel(), double(frames) / width);
         view.resize(3 * width, 20); // lower than the line below the wave
         view.grab();
         QCOMPARE(view.columns(), 3 * width / host.scaled(2));

@@ -9,6 +9,7 @@
 #include <kilnx/project/engine.h>
 #include <kilnx/sound/sounds.h>
 #include <kilnx/sound/soundsample.h>
+#include <tests/support/fulldisk.h>
 
 #include <unistd.h>
 
@@ -260,6 +261,17 @@ private slots:
         actions()->saveAs->trigger();
         QCOMPARE(session().files().size(), files - 1);
         QCOMPARE(session().findFile(path("heroes/wren/hurt.glow")), document());
+    }
+
+    void longReportsAreCut()
+    {
+        m_dialogs->expectBox(QMessageBox::Ok);
+        {
+            const FullDisk full(10);
+            QVERIFY(!host().saving().backup("x"));
+        }
+        const QStringList told = m_dialogs->seen().last().text.split('\n');
+        QVERIFY2(told.size() == 9 && told.last().startsWith("and "), qPrintable(told.join('\n')));
     }
 
     void definitionStaysInItsProject()
