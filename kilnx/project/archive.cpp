@@ -267,6 +267,14 @@ void takeRights(QFile &file, const QString &of)
     file.setPermissions(old.permissions() & ~ofUser);
 }
 
+void takeExecution(QFile &file, const QFile &from)
+{
+    constexpr QFile::Permissions execution = QFile::ExeOwner | QFile::ExeGroup | QFile::ExeOther;
+    const QFile::Permissions taken = from.permissions() & execution;
+    if (taken)
+        file.setPermissions(file.permissions() | taken);
+}
+
 QString behindLinks(const QString &path)
 {
     const QFileInfo info(path);

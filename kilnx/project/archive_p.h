@@ -56,6 +56,8 @@ public:
     ~File() override;
 
     bool open(OpenMode mode) override;
+    /// Whether it is open for writing where nothing was.
+    bool isNew() const { return m_isNew; }
     /// What was written is not whole: an older file stays as it was.
     void discard();
     /// Where the destructor tells whether what was written now stands under the final name.
@@ -112,6 +114,8 @@ bool copyInPortions(Archive &from,
 /// Gives a file the owner and the permissions of another, as far as the file system and the rights
 /// of the process go.
 void takeRights(QFile &file, const QString &of);
+/// Lets a new file be executed by those by whom another is.
+void takeExecution(QFile &file, const QFile &from);
 /// The file that a name stands for in the end, where it is a symbolic link.
 QString behindLinks(const QString &path);
 /// Puts a file in the place of another in one step, so that at every moment one of the two stands

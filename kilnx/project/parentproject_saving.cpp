@@ -319,6 +319,7 @@ bool ParentProject::backup(const QString &name)
     plan.prepare();
     SaveProgress progress(tr("Backup in progress..."), projects.size(), plan.parts());
     plan.setProgress(&progress, this);
+    plan.copyNew();
     plan.run(nullptr);
     for (const QPointer<Project> &project : projects) {
         if (project && !progress.isCancelled())

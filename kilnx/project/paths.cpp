@@ -87,10 +87,14 @@ bool copyInPortions(Archive &from,
     const bool isRead = isDisk || copyBlocks(source, &whole, goesOn);
     whole.seek(0);
     QIODevice *destination = isRead ? to.openFile(toName, QIODevice::WriteOnly) : nullptr;
+    const auto *sourceFile = qobject_cast<QFile *>(source);
+    auto *made = dynamic_cast<File *>(destination);
+    if (made && made->isNew() && sourceFile)
+        takeExecution(*made, *sourceFile);
     const bool copied =
         destination && copyBlocks(isDisk ? source : &whole, destination, isDisk ? goesOn : nullptr);
-    if (auto *file = copied ? nullptr : dynamic_cast<File *>(destination))
-        file->discard();
+    if (made && !copied)
+        made->discard();
     from.closeFile(source);
     return to.closeWritten(destination) && copied;
 }

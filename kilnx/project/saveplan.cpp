@@ -1,14 +1,17 @@
 #include <kilnx/project/saveplan_p.h>
 
 #include <kilnx/project/archive_p.h>
+#include <kilnx/project/filecopy_p.h>
 #include <kilnx/project/parentproject.h>
 #include <kilnx/project/paths.h>
 #include <kilnx/project/saveprogress_p.h>
 
+#include <QtConcurrent/QtConcurrentRun>
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QTemporaryDir>
+#include <QtCore/QThreadPool>
 
 #include <algorithm>
 #include <iterator>
@@ -143,6 +146,7 @@ void SavePlan::addDisk(const Project *owner,
     keep(from);
     step.from = &from;
     step.source = source;
+    step.parts = partsOf(from, source);
     m_readers.insert(read, written);
 }
 
@@ -298,7 +302,8 @@ bool SavePlan::tryDefinitions()
         setFileError(QString());
         const QFileInfo place(target.second);
         const bool isFree = !place.isDir() && (!place.exists() || place.isWritable());
-        const QTemporaryDir trial(place.absolutePath() + QLatin1String("/.save-XXXXXX"));
+        const QTemporaryDir trial(place.absolutePath() + QLatin1Char('/') + partPrefix +
+                                  QLatin1String("XXXXXX"));
         const QString copy = trial.filePath(place.fileName());
         if (isFree && trial.isValid() && step.memory.file->toFile(*target.first, copy, true))
             continue;
@@ -322,8 +327,7 @@ int SavePlan::parts() const
 {
     int parts = 0;
     for (const Step &step : m_steps) {
-        parts += step.memory.file || !step.from ? 1 : partsOf(*step.from, step.source);
-        parts -= isOwnStep(step);
+        parts += (step.memory.file ? 1 : step.parts) - isOwnStep(step);
     }
     return parts;
 }
@@ -340,6 +344,14 @@ void SavePlan::setProgress(SaveProgress *progress, const ParentProject *parent)
     m_parent = parent;
 }
 
+void SavePlan::tellStep(const Step &step)
+{
+    if (m_progress && isOwnStep(step))
+        m_progress->stepDone();
+    else
+        tellPart();
+}
+
 void SavePlan::tellPart()
 {
     if (m_progress)
@@ -354,12 +366,52 @@ bool SavePlan::isStopped() const
 void SavePlan::copyNew()
 {
     const QList<Place> places = m_steps.keys();
+    QList<Place> small;
     for (const Place &target : places) {
         const Step &step = m_steps[target];
-        const bool isNew = !step.memory.file && step.from && !QFileInfo::exists(step.name);
-        if (isNew && !isStopped())
+        const QFileInfo place(step.name);
+        const bool isNew = !step.memory.file && step.from && !place.exists() && !place.isSymLink();
+        const bool isSmall = dynamic_cast<FileSystemArchive *>(step.from) && step.parts == 1;
+        if (isNew && isSmall)
+            small.append(target);
+        else if (isNew && !isStopped())
             execute(target);
     }
+    copySmall(small);
+}
+
+/// On all cores. What the others do goes on while this thread tells of what is ready.
+void SavePlan::copySmall(const QList<Place> &places)
+{
+    std::atomic<bool> isOver{isStopped()};
+    const FileCopier copier(m_isStaged ? NewFiles::Staged : NewFiles::Whole, isOver);
+    QThreadPool pool;
+    QVector<QFuture<FileCopyResult>> results;
+    for (const Place &target : places)
+        results.append(QtConcurrent::run(&pool, copier, &FileCopier::copy, m_steps[target].source,
+                                         m_steps[target].name));
+    for (int i = 0; i < places.size(); ++i) {
+        const FileCopyResult result = results[i].result();
+        Step &step = m_steps[places[i]];
+        step.isDone = true;
+        setFileError(result.error);
+        if (result.isDone || !isOver)
+            noteCopy(step, result.isDone, true);
+        if (!isOver)
+            tellStep(step);
+        isOver = isStopped();
+    }
+}
+
+void SavePlan::noteCopy(const Step &step, bool isDone, bool isNew)
+{
+    if (!isDone) {
+        failToSave(report, step.name, tr("'%1' could not be copied to it.").arg(step.source));
+        return;
+    }
+    report.copied.append(step.name);
+    if (isNew)
+        m_newFiles.append(step.name);
 }
 
 void SavePlan::run(const Project *project)
@@ -423,10 +475,7 @@ void SavePlan::execute(const Place &target)
     else if (!isInMemory ||
              (!step.isDefinition && step.from && !target.first->fileExists(target.second)))
         bring(step, target);
-    if (m_progress && isOwnStep(step))
-        m_progress->stepDone();
-    else
-        tellPart();
+    tellStep(step);
 }
 
 bool SavePlan::write(const Step &step, const Place &target)
@@ -461,15 +510,9 @@ void SavePlan::bring(const Step &step, const Place &target)
         tellPart();
         return !isStopped();
     };
-    if (!copyInPortions(*step.from, step.source, *target.first, step.name, goesOn)) {
-        if (isStopped())
-            return;
-        failToSave(report, step.name, tr("'%1' could not be copied to it.").arg(step.source));
-        return;
-    }
-    report.copied.append(step.name);
-    if (isNew)
-        m_newFiles.append(step.name);
+    const bool isCopied = copyInPortions(*step.from, step.source, *target.first, step.name, goesOn);
+    if (isCopied || !isStopped())
+        noteCopy(step, isCopied, isNew);
 }
 
 /// The other instances of a file that was just written.

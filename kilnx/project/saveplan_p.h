@@ -65,7 +65,8 @@ public:
     bool prepare();
     /// Makes a directory that undo() takes away again; false if that cannot be done.
     bool makeDirectory(const QString &directory);
-    /// Copies what is only on disk to where nothing is. From here undo() leads back.
+    /// Copies what is only on disk to where nothing is, before everything else. From here undo()
+    /// leads back.
     void copyNew();
     /// Writes what was planned for a project, without the definition of a move; null stands for
     /// the files of no project.
@@ -98,6 +99,7 @@ private:
         QList<Instance> others;  ///< of the same file
         Archive *from = nullptr; ///< null: not on disk, or nothing to fall back on
         QString source;
+        int parts = 1; ///< that a SaveProgress is told of while it is copied
         bool isDefinition = false;
         bool isDone = false;
         bool isWritten = false; ///< from memory
@@ -125,6 +127,9 @@ private:
     void fail(const QString &fileName, const QString &reason);
     void keep(Archive &archive);
     bool isOwnStep(const Step &step) const;
+    void copySmall(const QList<Place> &places);
+    void noteCopy(const Step &step, bool isDone, bool isNew);
+    void tellStep(const Step &step);
     void tellPart();
     bool isStopped() const;
 

@@ -472,8 +472,13 @@ private slots:
     {
         QFETCH(QByteArray, contents);
         writeFile(path("from"), contents);
+        QVERIFY(Kiln::copyFile(m_archive, path("from"), m_archive, path("sub/plain")));
+        QVERIFY(!QFile::permissions(path("sub/plain")).testFlag(QFile::ExeOther));
+        QVERIFY(QFile::setPermissions(path("from"), QFile::ReadOwner | QFile::ExeOther));
         QVERIFY(Kiln::copyFile(m_archive, path("from"), m_archive, path("sub/to")));
         QCOMPARE(readFile(path("sub/to")), contents);
+        QVERIFY(QFile::permissions(path("sub/to")).testFlag(QFile::ExeOther));
+        QVERIFY(QFile::permissions(path("sub/to")).testFlag(QFile::WriteOwner));
         FileSystemArchive other = m_archive;
         QVERIFY(!Kiln::copyFile(m_archive, path("from"), other, path("from")));
         QCOMPARE(readFile(path("from")), contents);

@@ -209,6 +209,8 @@ private slots:
               {folder + "all/of/it", "x"},
               {folder + "stranger", "not named"}});
         writeFile(other() + "before", "stays");
+        const QFile::Permissions rights = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+        QVERIFY(QFile::setPermissions(own + "data", rights));
         FakeProject *project = m_parent->open(folder + "d.def");
         change(openFile(project, own + "snd/a"), "in memory");
         openFile(project, own + "snd/data");
@@ -222,6 +224,7 @@ private slots:
                                               "new.def: 4 more " + QString(text).replace('\n', ' '),
                                               "snd/a: in memory", "snd/data: also open"}));
         QCOMPARE(readFile(own + "snd/a"), QByteArray("open"));
+        QVERIFY(QFileInfo(to + "data").isExecutable() && !QFileInfo(to + "snd/a").isExecutable());
         QCOMPARE(m_parent->basePath(), to);
         QCOMPARE(project->fileName(), to + "new.def");
         QCOMPARE(outside->name, other() + "before");

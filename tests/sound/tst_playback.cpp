@@ -134,8 +134,8 @@ private slots:
                 QVERIFY(qAbs(view.levels()[columns * channel + column] - expected) < 1e-9);
             }
         }
-        QCOMPARE(view.pixelsPerFrame(), double(width) / frames);
-        QCOMPARE(view.framesPerPixel(), double(frames) / width);
+        QCOMPARE(view.pixelsPerFrame(), double(width) / sound.samples);
+        QCOMPARE(view.framesPerPixel(), double(sound.samples) / width);
         view.resize(3 * width, 20); // lower than the line below the wave
         view.grab();
         QCOMPARE(view.columns(), 3 * width / host.scaled(2));

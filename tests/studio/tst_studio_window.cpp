@@ -495,7 +495,7 @@ private slots:
         columns<QString, QString, QString>("file", "key", "told");
         addRow("sounds", "wren.peal", "snd_import_proj", "1 sound(s) were imported!");
         addRow("sprites", "wren.gleam", "spr_import_proj", "1 sprite(s) were imported!");
-        addRow("animations", "wren.flick", "import_proj", "1 new animation(s) were imported!");
+        addRow("animations", "wren.flick", "anim_import_proj", "1 new animation(s) were imported!");
     }
 
     /// Between two projects that are open at once.
@@ -538,8 +538,6 @@ private slots:
         QCOMPARE(m_dialogs->finish(), QString());
         QCOMPARE(m_dialogs->seen().last().text, told);
         QVERIFY(host().desk().isModified(session().findFile(name)));
-        for (Kiln::ProjectFile *changed : session().modifiedFiles())
-            changed->reload();
     }
 
     void findAndReplace_data()
