@@ -97,6 +97,7 @@ bool Tour::run()
     step("sound", [this] { return playSound(); });
     step("import-sounds", [this] { return importSounds(); });
     step("import-sprites", [this] { return importSprites(); });
+    step("import-animations", [this] { return importAnimations(); });
     step("find", [this] { return findText(); });
     step("find-in-files", [this] { return findInFiles(); });
     step("save", [this] { return saveFile(); });

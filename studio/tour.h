@@ -78,6 +78,7 @@ private:
     bool playSound();
     bool importSounds();
     bool importSprites();
+    bool importAnimations();
     bool throughImport(const char *key, const std::function<bool(QDialog *)> &act);
     bool darkSound();
     // Those of the viewport, in tour_viewport.cpp.

@@ -1,8 +1,10 @@
 // The steps of the tour in the editor of sounds.
 
+#include "sample.h"
 #include "tour_p.h"
 
 #include <hostkit/editordeck.h>
+#include <hostkit/filedesk.h>
 
 #include <kilnx/editors/soundeditor.h>
 #include <kilnx/sound/audiosamplewidget.h>
@@ -104,6 +106,26 @@ bool Tour::importSprites()
                const auto *list = dialog->findChild<QListView *>(QStringLiteral("destination"));
                return check(list->model()->rowCount() > 0, "something is to be imported");
            });
+}
+
+// From a second copy of the project, open beside.
+bool Tour::importAnimations()
+{
+    HostKit::HostBase &host = d->window->host();
+    const QString second = d->directory.filePath(QStringLiteral("second"));
+    if (!check(copyDirectory(d->source, second) && host.openBeside(second), "both are open") ||
+        !host.desk().openFile(second + QLatin1String("/heroes/wren/wren.flick"), 0))
+        return false;
+    const auto choose = [this](QDialog *dialog) {
+        dialog->findChild<QListView *>(QStringLiteral("source"))->selectAll();
+        dialog->findChild<QPushButton *>(QStringLiteral("add"))->click();
+        picture(d->step);
+        const auto *list = dialog->findChild<QListView *>(QStringLiteral("destination"));
+        return check(list->model()->rowCount() > 0, "something is to be imported");
+    };
+    const bool isShown =
+        throughDialog([&host] { host.actionByKey("anim_import_proj")->trigger(); }, choose);
+    return check(host.closeProject(), "the second is closed") && isShown;
 }
 
 /// From the other hero, with all that its list shows selected.

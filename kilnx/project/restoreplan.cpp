@@ -45,7 +45,7 @@ int RestorePlan::portions() const
     int portions = 0;
     for (const QString &file : m_files)
         portions += partsOf(FileSystemArchive::instance(), m_source + file) - 1;
-    return canGiveUp() ? portions : 0;
+    return portions;
 }
 
 void RestorePlan::fetch(const QString &file, const std::function<bool()> &goesOn)

@@ -44,10 +44,9 @@ void SaveProgress::stepsDone(int steps)
         stepDone();
 }
 
-/// What is copied where it was to come from memory has more portions than were counted.
 void SaveProgress::partDone()
 {
-    m_partsDone = qMin(m_partsDone + 1, m_parts);
+    ++m_partsDone;
     if (m_countsParts) {
         tell(0);
     } else if (m_clock.elapsed() >= patienceMs) {

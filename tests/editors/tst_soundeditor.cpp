@@ -537,6 +537,35 @@ private slots:
         QCOMPARE(bench.host.dialogs().seen().last().text, QString("No sound imported!"));
     }
 
+    // Behind a question or a warning, the target has other rows: names are found where they are.
+    void importFindsRowsOfNow()
+    {
+        for (const bool isWarning : {false, true}) {
+            Heroes heroes;
+            EmberSounds &target = *heroes.target;
+            while (target.itemCount() > 0)
+                target.remove(0);
+            const SoundSample sample = noise(1, 8, 8000, 10, 1);
+            for (const char *name : {"first", "wing", "landing"})
+                target.insert(target.itemCount(), name, sample);
+            heroes.expectImport(isWarning ? QStringList{"0 x", "2", "1"} : QStringList{"0", "1"},
+                                isWarning ? 1 : 0);
+            heroes.bench.host.dialogs().expectDialog([&](QDialog *dialog) {
+                target.remove(0);
+                qobject_cast<QMessageBox *>(dialog)->buttons().first()->click();
+            });
+            if (!isWarning)
+                heroes.bench.host.dialogs().expectBox(QMessageBox::Yes);
+            heroes.bench.host.dialogs().expectBox(QMessageBox::Ok);
+            heroes.bench.trigger("snd_import_proj");
+            QCOMPARE(heroes.bench.host.dialogs().finish(), QString());
+            const int landing = target.find(0, "landing");
+            QCOMPARE(described(target.itemAt(unsigned(landing))->sample()),
+                     described(heroes.source->itemAt(1)->sample()));
+            QCOMPARE(target.itemCount(), isWarning ? 3u : 2u);
+        }
+    }
+
     void importOutlivesProjects_data()
     {
         const auto add = columns<int, bool>("when", "isSource");

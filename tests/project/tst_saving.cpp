@@ -199,6 +199,7 @@ private slots:
         if (isLink) {
             writeFile(other() + "real/new.def", "replaced");
             writeFile(other() + "real/snd/a", "replaced");
+            QVERIFY(QFile::link(other() + "far", other() + "real/data"));
             QVERIFY(QFile::link(other() + "real", other() + "to"));
         }
         const QString text = "4 snd/a\n4 snd/data\n4 data\n4 all/\n4 /etc/passwd\n4 ../out";
@@ -225,6 +226,7 @@ private slots:
                                               "snd/a: in memory", "snd/data: also open"}));
         QCOMPARE(readFile(own + "snd/a"), QByteArray("open"));
         QVERIFY(QFileInfo(to + "data").isExecutable() && !QFileInfo(to + "snd/a").isExecutable());
+        QCOMPARE(QFileInfo(to + "data").isSymLink(), isLink);
         QCOMPARE(m_parent->basePath(), to);
         QCOMPARE(project->fileName(), to + "new.def");
         QCOMPARE(outside->name, other() + "before");
@@ -399,6 +401,8 @@ private slots:
             QCOMPARE(report.failures.size() + report.leftOut.size(), failures);
             QCOMPARE(report.text().count('\n') + !report.isComplete(), failures);
             QCOMPARE(report.written.size() + report.copied.size(), found.size());
+            for (const QString &name : report.written + report.copied)
+                QVERIFY2(found.filter(name.mid(made.size()) + ':').size() > 0, qPrintable(name));
             for (ProjectFile *file : qAsConst(changed))
                 QVERIFY(file->isModified() == (target.isEmpty() || failures != 0));
             for (auto file = disk.begin(); isOnDisk && file != disk.end(); ++file)
@@ -579,7 +583,7 @@ private slots:
         QCOMPARE(backups(), QStringList{"x"});
         if (!isCancelled)
             return;
-        QVERIFY(m_parent->saveReport().isCancelled);
+        QVERIFY(m_parent->saveReport().isCancelled && m_parent->saveReport().isComplete());
         QCOMPARE(m_host->progresses.last()->steps.size(), int(cancelAt) + 1);
         QCOMPARE(m_host->progresses.last()->steps.last(), cancelAt);
         QCOMPARE(changed[0]->modified + changed[1]->modified, operation == "save" ? 1 : 2);
@@ -617,6 +621,58 @@ private slots:
                 parent->saveAs(other() + "d.def");
             QVERIFY(memory.freed == 1 && !memory.isUsedWhenFreed);
         }
+    }
+
+    /// Two of one second, one whose name is taken meanwhile, and one for which there is no place.
+    void backupsHaveNamesOfTheirOwn()
+    {
+        make({{"d.def", "4 a"}, {"a", "a"}, {"backup/.kiln-part-old/a", "of one that was killed"}});
+        m_parent->open("d.def");
+        for (int i = 0; i < 2; ++i)
+            QVERIFY(m_parent->backup("x"));
+        const QStringList made = backups();
+        QCOMPARE(made.size(), 2);
+        for (const QString &name : made)
+            QCOMPARE(filesBelow(path("backup/") + name + '/'), QStringList({"a: a", "d.def: 4 a"}));
+        const QDir kept(path("backup"));
+        const auto parts = [&] { return kept.entryList({".*"}, QDir::Dirs | QDir::Hidden); };
+        QCOMPARE(parts().filter("kiln"), QStringList());
+        m_host->duringProgress = [&] {
+            for (const QString &part : parts().filter("kiln"))
+                make({{"backup/" + part.mid(int(qstrlen(".kiln-part-"))) + "/b", "another's"}});
+        };
+        QVERIFY(m_parent->backup("y"));
+        QCOMPARE(m_parent->saveReport().failures.size(), 1);
+        QCOMPARE(m_parent->saveReport().copied, QStringList());
+        QCOMPARE(parts().filter("kiln"), QStringList());
+        QCOMPARE(backups().size(), 3);
+        QCOMPARE(filesBelow(path("backup/")).filter("another's").size(), 1);
+        QVERIFY(QDir(path("backup")).removeRecursively());
+        make({{"backup", "in the way"}});
+        QVERIFY(m_parent->backup("z"));
+        QCOMPARE(m_parent->saveReport().failures.size(), 1);
+        QCOMPARE(readFile(path("backup")), QByteArray("in the way"));
+    }
+
+    /// A file, and a directory of files.
+    void whatCannotBeReadIsTold()
+    {
+        make({{"d.def", "4 all/"}, {"all/a", "a"}, {"all/locked", "b"}, {"all/shut/c", "c"}});
+        m_parent->open("d.def");
+        giveAway(m_directory->path());
+        for (const char *name : {"all/locked", "all/shut"})
+            QVERIFY(QFile::setPermissions(path(name), QFile::Permissions()));
+        const uid_t user = geteuid();
+        const bool isNobody = user != 0 || setresuid(65534, 65534, 0) == 0;
+        const bool isMade = m_parent->backup("x");
+        QVERIFY(user != 0 || setresuid(0, 0, 0) == 0);
+        QVERIFY(QFile::setPermissions(path("all/shut"), QFile::ReadOwner | QFile::ExeOwner));
+        QVERIFY(isNobody && isMade);
+        QStringList told;
+        for (const SaveReport::Failure &failure : m_parent->saveReport().failures)
+            told << failure.fileName.section('/', -2);
+        told.sort();
+        QCOMPARE(told, QStringList({"all/locked", "all/shut"}));
     }
 
     /// What does not fit is told, and is the old file or none.
