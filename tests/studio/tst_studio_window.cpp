@@ -490,56 +490,6 @@ private slots:
         QVERIFY(!session().parentProject());
     }
 
-    void importsByTheMenus_data()
-    {
-        columns<QString, QString, QString>("file", "key", "told");
-        addRow("sounds", "wren.peal", "snd_import_proj", "1 sound(s) were imported!");
-        addRow("sprites", "wren.gleam", "spr_import_proj", "1 sprite(s) were imported!");
-        addRow("animations", "wren.flick", "anim_import_proj", "1 new animation(s) were imported!");
-    }
-
-    /// Between two projects that are open at once.
-    void importsByTheMenus()
-    {
-        const auto [file, key, told] = row<QString, QString, QString>();
-        const QString second = m_directory->filePath("second");
-        copyFolder(KILN_SOURCE_DIR "/examples/hero", second);
-        QVERIFY(host().openBeside(second));
-        const QString name = second + "/heroes/wren/" + file;
-        QVERIFY(host().desk().openFile(name, 0));
-        QAction *command = host().actionByKey(qPrintable(key));
-        QMenu *menu = nullptr;
-        for (const QAction *top : m_window->menuBar()->actions()) {
-            if (top->isVisible() && top->menu()->actions().contains(command))
-                menu = top->menu();
-        }
-        QVERIFY(menu && command->isVisible() && command->isEnabled());
-        m_dialogs->expectDialog([this](QDialog *dialog) {
-            auto *projects = dialog->findChild<QComboBox *>("projects");
-            int wanted = projects->count() - 1;
-            const auto isWanted = [&] {
-                const auto *shown =
-                    qobject_cast<Kiln::Project *>(projects->itemData(wanted).value<QObject *>());
-                return shown->fileName() == path("heroes/wren/wren.wisp");
-            };
-            while (wanted >= 0 && !isWanted())
-                --wanted;
-            projects->setCurrentIndex(wanted);
-            auto *list = dialog->findChild<QListView *>("source");
-            list->setCurrentIndex(list->model()->index(0, 0));
-            dialog->findChild<QPushButton *>("add")->click();
-            dialog->findChild<QRadioButton *>("policy3")->click();
-            dialog->accept();
-        });
-        m_dialogs->expectBox(QMessageBox::Ok);
-        menu->popup(m_window->mapToGlobal(QPoint(10, 10)));
-        menu->setActiveAction(command);
-        QTest::keyClick(menu, Qt::Key_Return);
-        QCOMPARE(m_dialogs->finish(), QString());
-        QCOMPARE(m_dialogs->seen().last().text, told);
-        QVERIFY(host().desk().isModified(session().findFile(name)));
-    }
-
     void findAndReplace_data()
     {
         const auto add = columns<QString, QString, QStringList, QString, QString>(
