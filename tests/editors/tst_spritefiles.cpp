@@ -616,7 +616,8 @@ private Q_SLOTS:
             bench.host.dialogs().expectDialog(choose);
             bench.trigger("spr_import_proj");
             QCOMPARE(bench.host.dialogs().finish(), QString());
-            QVERIFY(target->itemCount() == before && target->at(0)->image() == old);
+            QCOMPARE(target->itemCount(), before);
+            QVERIFY(before == 0 || target->at(0)->image() == old);
             bench.host.cancelAt = 0;
         }
         bench.host.dialogs().expectDialog(choose);
@@ -645,16 +646,6 @@ private Q_SLOTS:
             QVERIFY(mode > 0 || image.colorTable() == original->image().colorTable());
         }
         QCOMPARE(target->palettes()->removeDuplicates(), 0U);
-        if (policy == 3) {
-            // Into an empty file they come from its first row on.
-            while (target->itemCount() > 0)
-                target->remove(0);
-            bench.host.dialogs().expectDialog(choose);
-            bench.host.dialogs().expectBox(QMessageBox::Ok);
-            bench.trigger("spr_import_proj");
-            QCOMPARE(target->itemCount(), 3U);
-            QCOMPARE(bench.editor->currentSprite(), target->at(0));
-        }
         bench.editor->setCurrentFile(nullptr);
         parent->close();
     }
