@@ -114,7 +114,7 @@ void OutsideChanges::makeBar()
         connect(button, &QPushButton::clicked, this, act);
         return button;
     };
-    m_reload = add(tr("Reloa&d"), "changes_reload", [this] { reloadShown(); });
+    m_reload = add(tr("Re&load"), "changes_reload", [this] { reloadShown(); });
     m_compare =
         add(tr("Co&mpare..."), "changes_compare", [this] { choose(m_tabs->currentFile()); });
     m_write = add(tr("&Write again"), "changes_write", [this] { Q_EMIT saveRequested(); });
@@ -240,7 +240,7 @@ void OutsideChanges::showBar()
     m_write->setVisible(isGoneHere);
     m_keep->setVisible(isShown);
     m_others->setVisible(!files.isEmpty());
-    m_others->setText(isShown ? tr("&Others (%1)...").arg(files.size()) : tr("Sh&ow..."));
+    m_others->setText(isShown ? tr("Othe&rs (%1)...").arg(files.size()) : tr("Sho&w..."));
     m_bar->setVisible(isShown || !files.isEmpty());
 }
 
@@ -325,7 +325,7 @@ void OutsideChanges::choose(Kiln::ProjectFile *only)
                      isGone(file) ? tr("gone")
                      : isEdited   ? tr("changed here, too")
                                   : tr("changed"),
-                     file->fileName(), only || !(isEdited || isGone(file))});
+                     file->fileName(), only || isGone(file) || !isEdited});
     }
     const auto texts = [&](int row) {
         auto *document = dynamic_cast<Kiln::CodeDocument *>(files.value(row));

@@ -24,7 +24,7 @@ FindBar::FindBar(QWidget *parent)
     , m_replacement(named(new QLineEdit(this), "find_replacement", tr("Replacement")))
     , m_options{named(new QCheckBox(tr("Re&gular expression"), this), "find_regex"),
                 named(new QCheckBox(tr("Match &case"), this), "find_case"),
-                named(new QCheckBox(tr("Whole w&ords"), this), "find_words")}
+                named(new QCheckBox(tr("Whole words"), this), "find_words")}
     , m_wrap(named(new QCheckBox(tr("&Wrap around"), this), "find_wrap"))
     , m_result(named(new QLabel(this), "find_result"))
 {
@@ -34,12 +34,12 @@ FindBar::FindBar(QWidget *parent)
 
     auto *findLabel = new QLabel(tr("Fi&nd:"), this);
     findLabel->setBuddy(m_text);
-    auto *replaceLabel = new QLabel(tr("Rep&lace:"), this);
+    auto *replaceLabel = new QLabel(tr("Replace:"), this);
     replaceLabel->setBuddy(m_replacement);
     auto *previous = named(new QPushButton(tr("Previo&us"), this), "find_previous");
     auto *next = named(new QPushButton(tr("Ne&xt"), this), "find_next");
     auto *replace = named(new QPushButton(tr("&Replace"), this), "find_replace_one");
-    auto *replaceAll = named(new QPushButton(tr("Replace &all"), this), "find_replace_all");
+    auto *replaceAll = named(new QPushButton(tr("Replace a&ll"), this), "find_replace_all");
     auto *close = named(new QToolButton(this), "find_close", tr("Close the find bar"));
     close->setIcon(QIcon(QStringLiteral(":/kiln_icons/icons/close.png")));
     close->setAutoRaise(true);

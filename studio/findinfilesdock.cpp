@@ -44,10 +44,10 @@ FindInFilesDock::FindInFilesDock(HostBase &host, QWidget *parent)
     , m_text(named(new QLineEdit(this), "search_text", tr("Text to find in all files")))
     , m_replacement(named(new QLineEdit(this), "search_replacement", tr("Replacement")))
     , m_start(named(new QPushButton(this), "search_start"))
-    , m_replace(named(new QPushButton(tr("Replace chec&ked"), this), "search_replace"))
-    , m_options{named(new QCheckBox(tr("Re&gular expression"), this), "search_regex"),
-                named(new QCheckBox(tr("Match ca&se"), this), "search_case"),
-                named(new QCheckBox(tr("Whole w&ords"), this), "search_words")}
+    , m_replace(named(new QPushButton(tr("Replace checked"), this), "search_replace"))
+    , m_options{named(new QCheckBox(tr("Regular expression"), this), "search_regex"),
+                named(new QCheckBox(tr("Match case"), this), "search_case"),
+                named(new QCheckBox(tr("Whole words"), this), "search_words")}
     , m_summary(named(new QLabel(this), "search_summary"))
     , m_results(named(new QTreeWidget(this), "search_results", tr("Hits")))
 {
@@ -192,7 +192,7 @@ void FindInFilesDock::end(FileSearch::End how)
 void FindInFilesDock::updateButtons()
 {
     const bool isRunning = m_search.isRunning();
-    m_start->setText(isRunning ? tr("S&top") : tr("Find a&ll"));
+    m_start->setText(isRunning ? tr("Stop") : tr("Find all"));
     m_replace->setEnabled(!isRunning && !m_hits.isEmpty());
 }
 

@@ -54,7 +54,7 @@ MessagesDock::MessagesDock(HostKit::MessageTable *table, QWidget *parent)
     , m_table(table)
     , m_filter(new MessageFilter(this))
     , m_view(named(new QTreeView, "messages_view", tr("Messages of the project")))
-    , m_onlyShown(named(new QCheckBox(tr("Only the &file on show")), "messages_only_shown"))
+    , m_onlyShown(named(new QCheckBox(tr("Onl&y the file on show")), "messages_only_shown"))
 {
     named(this, "dock_messages");
     m_view->setModel(m_table);

@@ -75,9 +75,9 @@ QWidget *WelcomePage::makeStarts()
     };
     add("welcome_new", tr("&New project..."), tr("A game, a character or a stage to start with"),
         &WelcomePage::newRequested);
-    add("welcome_open", tr("&Open a project..."), tr("The directory that a project is in"),
+    add("welcome_open", tr("Open a pro&ject..."), tr("The directory that a project is in"),
         &WelcomePage::openRequested);
-    add("welcome_sample", tr("&Try the sample"), tr("A small game, in a copy of your own"),
+    add("welcome_sample", tr("Try the sa&mple"), tr("A small game, in a copy of your own"),
         &WelcomePage::sampleRequested);
     column->addStretch(2);
     return page;
@@ -86,7 +86,7 @@ QWidget *WelcomePage::makeStarts()
 QWidget *WelcomePage::makeRecent()
 {
     auto *page = new QWidget(this);
-    auto *caption = new QLabel(tr("&Recent projects:"), page);
+    auto *caption = new QLabel(tr("Re&cent projects:"), page);
     caption->setBuddy(m_recent);
     m_hint->setText(tr("The projects that you open will be listed here."));
     m_hint->setWordWrap(true);
@@ -103,6 +103,7 @@ QWidget *WelcomePage::makeRecent()
     column->addWidget(caption);
     column->addWidget(m_hint);
     column->addWidget(m_recent, 1);
+    column->addStretch();
     connect(m_recent, &QListWidget::itemActivated, this, [this](const QListWidgetItem *item) {
         emit recentRequested(item->data(directoryRole).toString());
     });

@@ -356,8 +356,12 @@ bool CodeEditor::completerFromFile(const QString &path)
 
 void CodeEditor::resizeEvent(QResizeEvent *event)
 {
+    const int bottom = cursorRect().bottom();
     QPlainTextEdit::resizeEvent(event);
     d->updateMarginGeometry();
+    // A bar or a panel that takes room does not cover the line that is being edited.
+    if (bottom >= viewport()->height() && bottom < event->oldSize().height())
+        ensureCursorVisible();
 }
 
 void CodeEditor::changeEvent(QEvent *event)

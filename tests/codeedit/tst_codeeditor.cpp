@@ -302,6 +302,22 @@ private slots:
                             formatting.lineColor));
     }
 
+    /// What takes room from the view does not cover the line that is being edited, and leaves the
+    /// view where the user has scrolled it.
+    void caretStaysInSight()
+    {
+        m_document->fromString(numberedLines(200));
+        const int lines = m_editor->displayedLineCount();
+        m_editor->setTextCursor(QTextCursor(block(lines - 1)));
+        m_editor->verticalScrollBar()->setValue(0);
+        m_editor->resize(500, 200);
+        QVERIFY(m_editor->viewport()->rect().contains(m_editor->cursorRect()));
+        m_editor->resize(500, 400);
+        m_editor->verticalScrollBar()->setValue(100);
+        m_editor->resize(500, 200);
+        QCOMPARE(m_editor->verticalScrollBar()->value(), 100);
+    }
+
     /// Bright waves are for dark grounds.
     void wavesAreSeenOnAnyGround()
     {

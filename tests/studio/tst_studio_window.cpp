@@ -748,6 +748,27 @@ private slots:
             QVERIFY2(!widget->objectName().isEmpty(), what.constData());
             QVERIFY2(!widget->accessibleName().isEmpty() || !text.isEmpty(), what.constData());
         }
+        // Alt and a letter is one thing: a menu, a button or a field.
+        for (const char *dock : {"dock_messages", "dock_find_in_files"}) {
+            m_window->findChild<QDockWidget *>(dock)->raise();
+            QMap<QString, QString> letters;
+            QStringList texts;
+            for (const QAction *menu : m_window->menuBar()->actions())
+                texts += menu->isVisible() ? menu->text() : QString();
+            for (const QWidget *widget : m_window->findChildren<QWidget *>()) {
+                const bool isField = qobject_cast<const QAbstractButton *>(widget) ||
+                                     qobject_cast<const QLabel *>(widget);
+                if (isField && !widget->visibleRegion().isEmpty())
+                    texts += widget->property("text").toString();
+            }
+            for (const QString &text : qAsConst(texts)) {
+                const QString letter = QKeySequence::mnemonic(text).toString();
+                QVERIFY2(letter.isEmpty() || !letters.contains(letter),
+                         qPrintable(text + " and " + letters.value(letter)));
+                letters.insert(letter, text);
+            }
+            QVERIFY(letters.size() > 12);
+        }
         // No two commands may want the same key in the same place: the window, or a view.
         struct Wanted {
             const QObject *place;
