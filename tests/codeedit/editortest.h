@@ -34,6 +34,14 @@ inline bool showsColor(const QImage &image, const QRect &area, const QColor &col
     return false;
 }
 
+inline QString numberedLines(int count)
+{
+    QStringList lines;
+    for (int i = 0; i < count; ++i)
+        lines << QString("line %1").arg(i);
+    return lines.join(QLatin1Char('\n'));
+}
+
 /// A test of the code view alone: a document in a view that is shown and has the keyboard.
 class EditorTest : public QObject
 {

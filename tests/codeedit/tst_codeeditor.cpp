@@ -1,4 +1,4 @@
-// What the code view shows: margin, current line, brackets, nested blocks, tool tips and places.
+// What the code view shows: margin, current line, brackets, nested blocks and tool tips.
 
 #include "editortest.h"
 
@@ -29,14 +29,6 @@ protected:
 private:
     QWidget *m_widget;
 };
-
-QString numberedLines(int count)
-{
-    QStringList lines;
-    for (int i = 0; i < count; ++i)
-        lines << QString("line %1").arg(i);
-    return lines.join(QLatin1Char('\n'));
-}
 
 } // namespace
 
@@ -300,22 +292,6 @@ private slots:
         m_editor->setSyntaxFormatting(formatting);
         QVERIFY(!showsColor(shot(m_editor->viewport()), m_editor->viewport()->rect(),
                             formatting.lineColor));
-    }
-
-    /// What takes room from the view does not cover the line that is being edited, and leaves the
-    /// view where the user has scrolled it.
-    void caretStaysInSight()
-    {
-        m_document->fromString(numberedLines(200));
-        const int lines = m_editor->displayedLineCount();
-        m_editor->setTextCursor(QTextCursor(block(lines - 1)));
-        m_editor->verticalScrollBar()->setValue(0);
-        m_editor->resize(500, 200);
-        QVERIFY(m_editor->viewport()->rect().contains(m_editor->cursorRect()));
-        m_editor->resize(500, 400);
-        m_editor->verticalScrollBar()->setValue(100);
-        m_editor->resize(500, 200);
-        QCOMPARE(m_editor->verticalScrollBar()->value(), 100);
     }
 
     /// Bright waves are for dark grounds.
@@ -716,67 +692,6 @@ private slots:
         if (modifiers & Qt::ControlModifier)
             QTest::keyRelease(m_editor->viewport(), Qt::Key_Control);
         QToolTip::hideText();
-    }
-
-    void placesInTheView_data()
-    {
-        const auto add = columns<int, int, int>("from", "line", "type");
-        add("top, from above", 0, 500, int(CodeEditor::TopPlacement));
-        add("top, from below", 900, 500, int(CodeEditor::TopPlacement));
-        add("middle, from above", 0, 500, int(CodeEditor::MiddlePlacement));
-        add("middle, from below", 900, 500, int(CodeEditor::MiddlePlacement));
-        add("as little as it must", 0, 500, int(CodeEditor::NoPlacement));
-        add("near the end", 0, 997, int(CodeEditor::TopPlacement));
-        add("on the first page", 0, 3, int(CodeEditor::TopPlacement));
-        add("past the end", 0, 5000, int(CodeEditor::MiddlePlacement));
-        add("before the start", 0, -4, int(CodeEditor::TopPlacement));
-    }
-
-    void placesInTheView()
-    {
-        const auto [from, line, type] = row<int, int, int>();
-        m_editor->setPlainText(numberedLines(1000));
-        m_editor->setCurrentLine(from, CodeEditor::TopPlacement);
-        m_editor->setCurrentLine(line, CodeEditor::LineType(type));
-        const int target = qBound(0, line, 999);
-        QCOMPARE(m_editor->currentLine().line, target);
-        QCOMPARE(m_editor->currentLine().column, 0);
-        const int page = m_editor->displayedLineCount();
-        const int lastTop = 1000 - page;
-        const int top = m_editor->cursorForPosition(QPoint(0, 1)).blockNumber();
-        int expected = 0;
-        if (target >= page) {
-            expected = type == CodeEditor::TopPlacement      ? target
-                       : type == CodeEditor::MiddlePlacement ? target - page / 2
-                                                             : target - page + 1;
-            expected = qMin(expected, lastTop);
-        }
-        QVERIFY2(qAbs(top - expected) <= 1,
-                 qPrintable(QString("%1 on top, not %2").arg(top).arg(expected)));
-        QVERIFY(m_editor->viewport()->rect().contains(m_editor->cursorRect().center()));
-    }
-
-    void placesAreRestored()
-    {
-        m_editor->setPlainText(numberedLines(1000));
-        setCursor(420, 4);
-        m_editor->verticalScrollBar()->setValue(415);
-        const CodeEditor::LinePos place = m_editor->currentLine();
-        QCOMPARE(place.line, 420);
-        QCOMPARE(place.column, 4);
-        QCOMPARE(place.scroll, 415);
-        m_editor->setCurrentLine(3, CodeEditor::NoPlacement);
-        QSignalSpy moved(m_editor.get(), &CodeEditor::cursorChanged);
-        m_editor->setCurrentLine(place);
-        QCOMPARE(m_editor->currentLine().line, 420);
-        QCOMPARE(m_editor->currentLine().column, 4);
-        QCOMPARE(m_editor->verticalScrollBar()->value(), 415);
-        QCOMPARE(moved.last().first().toPoint(), QPoint(420, 4));
-        // A place that is gone is cut to what there is.
-        m_editor->setPlainText("ab\ncd");
-        m_editor->setCurrentLine(place);
-        QCOMPARE(m_editor->currentLine().line, 1);
-        QCOMPARE(m_editor->currentLine().column, 2);
     }
 
     void marginMouseSelectsLines()

@@ -3,7 +3,6 @@
 #include <hostkit/filetabs.h>
 #include <hostkit/outsidechanges.h>
 #include <hostkit/savedesk.h>
-#include <projecttreedock.h>
 
 #include <kilnx/project/editor.h>
 #include <kilnx/project/engine.h>
@@ -793,110 +792,6 @@ private slots:
         QVERIFY(QFileInfo::exists(name));
         QCOMPARE(document()->fileName(), name);
         QVERIFY(!host().desk().openFile(path("make-sounds"), 0));
-    }
-
-    void treeMakesAndRemovesFiles()
-    {
-        qputenv("XDG_DATA_HOME", QFile::encodeName(m_directory->filePath("share")));
-        auto *tree = m_window->findChild<Studio::ProjectTreeDock *>();
-        const auto choose = [&](const char *file, const char *action) {
-            tree->selectFile(path(file));
-            const std::unique_ptr<QMenu> menu(tree->makeMenu(tree->view()->currentIndex()));
-            menu->findChild<QAction *>(action)->trigger();
-        };
-        const auto name = [&](const char *text) {
-            m_dialogs->expectDialog([text](QDialog *dialog) {
-                qobject_cast<QInputDialog *>(dialog)->setTextValue(text);
-                dialog->accept();
-            });
-        };
-        name("fresh.glow");
-        choose("heroes/wren/hurt.glow", "tree_new");
-        QCOMPARE(document()->fileName(), path("heroes/wren/fresh.glow"));
-        QVERIFY(QFile::exists(path("heroes/wren/fresh.glow")));
-        type("; text");
-        actions()->save->trigger();
-        // Taken, of no kind, and outside.
-        for (const char *wrong : {"hurt.glow", "no.type", "../../../up.glow"}) {
-            name(wrong);
-            m_dialogs->expectBox(QMessageBox::Ok);
-            choose("heroes/wren/hurt.glow", "tree_new");
-        }
-        QVERIFY(!QFile::exists(path("heroes/wren/no.type")));
-        QVERIFY(!QFile::exists(path("../up.glow")));
-        choose("heroes/wren/hurt.glow", "tree_copy_path");
-        QCOMPARE(QGuiApplication::clipboard()->text(), path("heroes/wren/hurt.glow"));
-        choose("heroes/wren/hurt.glow", "tree_open");
-        QCOMPARE(document()->fileName(), path("heroes/wren/hurt.glow"));
-
-        // The definition follows a new name, in one step, and knows which file it names; what is
-        // open goes on under it.
-        auto *wren =
-            dynamic_cast<Kiln::CodeDocument *>(session().findFile(path("heroes/wren/wren.wisp")));
-        const auto addEntry = [wren](const char *name) {
-            wren->replaceText(wren->toString().replace(
-                "    states: hurt.glow\n",
-                QStringLiteral("    states: hurt.glow\n    states: %1\n").arg(name)));
-        };
-        addEntry("../moss/hurt.glow");
-        addEntry("./hurt.glow");
-        const QString named = wren->toString();
-        open("heroes/wren/hurt.glow");
-        type("; here\n");
-        name("taken/by.glow");
-        m_dialogs->expectBox(QMessageBox::Ok);
-        choose("heroes/wren/hurt.glow", "tree_rename");
-        name("air.glow");
-        m_dialogs->expectBox(QMessageBox::Ok);
-        choose("heroes/wren/hurt.glow", "tree_rename");
-        name("pain.glow");
-        tree->selectFile(path("heroes/wren/hurt.glow"));
-        tree->view()->setFocus();
-        QTest::keyClick(tree->view(), Qt::Key_F2);
-        QVERIFY(QFile::exists(path("heroes/wren/pain.glow")));
-        QVERIFY(!QFile::exists(path("heroes/wren/hurt.glow")));
-        QCOMPARE(document()->fileName(), path("heroes/wren/pain.glow"));
-        QVERIFY(document()->toString().startsWith("; here\n"));
-        QCOMPARE(wren->toString(), QString(named)
-                                       .replace("states: hurt.glow", "states: pain.glow")
-                                       .replace("states: ./hurt.glow", "states: ./pain.glow"));
-        QVERIFY(session().parentProject()->filePath(path("heroes/wren/pain.glow")));
-        name("hurt.glow");
-        choose("heroes/wren/pain.glow", "tree_rename");
-        QCOMPARE(wren->toString(), named);
-        for (const char *step : {"pain.glow\n", "hurt.glow\n"}) {
-            wren->undo();
-            for (const char *entry : {"states: ", "states: ./"})
-                QVERIFY(wren->toString().contains(QLatin1String(entry) + step));
-        }
-        QCOMPARE(wren->toString(), named);
-        while (wren->isModified() && wren->isUndoAvailable())
-            wren->undo();
-        actions()->save->trigger();
-        QVERIFY(readFile(path("heroes/wren/hurt.glow")).startsWith("; here"));
-        // Plain text has no type of the engine's, and is edited like code.
-        tree->selectFile(path("notes/design.txt"));
-        QTest::keyClick(tree->view(), Qt::Key_Return);
-        QCOMPARE(document()->fileName(), path("notes/design.txt"));
-        type("seen\n");
-        actions()->saveAll->trigger();
-        QVERIFY(readFile(path("notes/design.txt")).startsWith("seen\r\n"));
-
-        open("heroes/wren/hurt.glow");
-        type("; more");
-        m_dialogs->expectBox(QMessageBox::Yes);
-        m_dialogs->expectBox(QMessageBox::Cancel);
-        choose("heroes/wren/hurt.glow", "tree_trash");
-        QVERIFY(QFile::exists(path("heroes/wren/hurt.glow")));
-        m_dialogs->expectBox(QMessageBox::Yes);
-        m_dialogs->expectBox(QMessageBox::Discard);
-        choose("heroes/wren/hurt.glow", "tree_trash");
-        QVERIFY(!QFile::exists(path("heroes/wren/hurt.glow")));
-        QVERIFY(QFile::exists(m_directory->filePath("share/Trash/files/hurt.glow")));
-        QVERIFY(!session().findFile(path("heroes/wren/hurt.glow")));
-        m_dialogs->expectBox(QMessageBox::Ok);
-        choose("heroes/wren/wren.wisp", "tree_trash");
-        QVERIFY(QFile::exists(path("heroes/wren/wren.wisp")));
     }
 
     void directoryWithoutProjectLeavesTheOldOne()

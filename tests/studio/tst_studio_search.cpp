@@ -9,7 +9,8 @@
 
 using namespace Studio;
 
-// How the files of a project are found, in its tree and by what stands in them, which is replaced.
+// How files are found, made and removed in the tree of a project, and text in them is found and
+// replaced.
 class tst_studio_search : public WindowTest
 {
     Q_OBJECT
@@ -25,6 +26,97 @@ class tst_studio_search : public WindowTest
     }
 
 private slots:
+    // Before the endless expressions, which go on searching for a while.
+    void findAndReplace_data()
+    {
+        const auto add = columns<QString, QString, QStringList, QString, QString>(
+            "find", "by", "checked", "button", "text");
+        const QString all("find_replace_all");
+        const QStringList expression{"find_regex"};
+        add("all, plain", "a.c", "\\1", {}, all, "abc \\1 ABC\n\\1");
+        add("all, expression", "a(.)c", "<\\1>", expression, all, "<b> <.> <B>\n<.>");
+        add("all, by case", "a.c", "x", {"find_regex", "find_case"}, all, "x x ABC\nx");
+        add("one after the found one", "a.c", "x", {}, "find_replace_one", "abc x ABC\na.c");
+        add("a broken expression does nothing", "a(", "x", expression, all, "abc a.c ABC\na.c");
+    }
+
+    void findAndReplace()
+    {
+        const auto [find, by, checked, button, text] =
+            row<QString, QString, QStringList, QString, QString>();
+        open("heroes/wren/air.glow");
+        view()->selectAll();
+        view()->insertPlainText("abc a.c ABC\na.c");
+        QTest::keyClick(view(), Qt::Key_Home, Qt::ControlModifier);
+        QTest::keyClick(view(), Qt::Key_F, Qt::ControlModifier);
+        auto *field = m_window->findChild<QLineEdit *>("find_text");
+        QTRY_VERIFY(field->hasFocus());
+        field->setText(find);
+        for (const QString &name : checked)
+            m_window->findChild<QAbstractButton *>(name)->setChecked(true);
+        m_window->findChild<QLineEdit *>("find_replacement")->setText(by);
+        if (button == "find_replace_one") {
+            QTest::keyClick(field, Qt::Key_Return);
+            QCOMPARE(view()->textCursor().selectedText(), "a.c");
+        }
+        m_window->findChild<QPushButton *>(button)->click();
+        QCOMPARE(document()->toString(), text);
+        QTest::keyClick(field, Qt::Key_Escape);
+        QVERIFY(!field->isVisible());
+        QTRY_VERIFY(view()->hasFocus());
+        document()->undo();
+        actions()->saveAll->trigger();
+    }
+
+    void theBarTellsWhatWasFound()
+    {
+        open("heroes/wren/air.glow");
+        view()->selectAll();
+        view()->insertPlainText("abc a.c ABC\nxabc\na");
+        QTest::keyClick(view(), Qt::Key_Home, Qt::ControlModifier);
+        QTest::keyClick(view(), Qt::Key_F, Qt::ControlModifier);
+        auto *field = m_window->findChild<QLineEdit *>("find_text");
+        auto *told = m_window->findChild<QLabel *>("find_result");
+        const auto check = [this](const char *box) {
+            QTest::mouseClick(m_window->findChild<QAbstractButton *>(box), Qt::LeftButton, {},
+                              {8, 8});
+        };
+        const auto search = [&](const char *text) {
+            field->setText(text);
+            QTest::keyClick(field, Qt::Key_Return);
+        };
+        field->setText("abc"); // counted before anything is looked for
+        QTRY_COMPARE(told->text(), QString("3 hits"));
+        QTest::keyClick(field, Qt::Key_Return);
+        QCOMPARE(told->text(), QString("1 of 3"));
+        QTest::keyClick(field, Qt::Key_Return);
+        QCOMPARE(told->text(), QString("2 of 3"));
+        m_window->findChild<QPushButton *>("find_previous")->click();
+        QCOMPARE(told->text(), QString("1 of 3"));
+        check("find_words");
+        QTRY_COMPARE(told->text(), QString("1 of 2"));
+        search("nobody");
+        QCOMPARE(told->text(), QString("Nothing found")); // and no box
+        check("find_case");
+        search("ABC");
+        QTRY_COMPARE(told->text(), QString("1 of 1"));
+        check("find_words");
+        check("find_regex");
+        search("(abc");
+        QVERIFY(told->text().startsWith("Bad expression: "));
+        search("x.*c");
+        QTRY_COMPARE(told->text(), QString("1 of 1"));
+        QCOMPARE(view()->textCursor().selectedText(), QString("xabc"));
+        m_window->findChild<QPushButton *>("find_replace_all")->click();
+        QCOMPARE(told->text(), QString("1 replaced"));
+        QTRY_COMPARE(view()->hitCount(), 0);
+        QCOMPARE(told->text(), QString("1 replaced"));
+        QTest::keyClick(field, Qt::Key_Escape);
+        QCOMPARE(view()->hitState(), Kiln::CodeEditor::NotSearched);
+        document()->undo();
+        document()->undo();
+    }
+
     void findInFilesSurvivesAnyExpression_data()
     {
         const auto add = columns<QString, bool, bool>("text", "expression", "hits");
@@ -164,7 +256,8 @@ private slots:
         const unsigned int words = Kiln::Editor::RegularExpression | Kiln::Editor::WholeWords;
         QVERIFY(search.start("(?x)wren # )", words).startsWith("Bad expression"));
         open("heroes/wren/hurt.glow");
-        document()->setPlainText(("x" + QString(14, 'b') + '\n').repeated(200)); // 200 slow lines
+        document()->setPlainText(
+            ("x" + QString(15, 'b') + '\n').repeated(1500)); // more than one slice
         static_cast<QTextDocument *>(document())->setModified(false);
         QVERIFY(host().desk().openFile(path("heroes/wren/wren.gleam"), 0));
         const Kiln::ProjectFile *closed = session().findFile(path("heroes/wren/hurt.glow"));
@@ -238,6 +331,110 @@ private slots:
         QCOMPARE(document()->toString(), before);
         document()->undo();
         actions()->saveAll->trigger();
+    }
+
+    void treeMakesAndRemovesFiles()
+    {
+        qputenv("XDG_DATA_HOME", QFile::encodeName(m_directory->filePath("share")));
+        auto *tree = m_window->findChild<Studio::ProjectTreeDock *>();
+        const auto choose = [&](const char *file, const char *action) {
+            tree->selectFile(path(file));
+            const std::unique_ptr<QMenu> menu(tree->makeMenu(tree->view()->currentIndex()));
+            menu->findChild<QAction *>(action)->trigger();
+        };
+        const auto name = [&](const char *text) {
+            m_dialogs->expectDialog([text](QDialog *dialog) {
+                qobject_cast<QInputDialog *>(dialog)->setTextValue(text);
+                dialog->accept();
+            });
+        };
+        name("fresh.glow");
+        choose("heroes/wren/hurt.glow", "tree_new");
+        QCOMPARE(document()->fileName(), path("heroes/wren/fresh.glow"));
+        QVERIFY(QFile::exists(path("heroes/wren/fresh.glow")));
+        type("; text");
+        actions()->save->trigger();
+        // Taken, of no kind, and outside.
+        for (const char *wrong : {"hurt.glow", "no.type", "../../../up.glow"}) {
+            name(wrong);
+            m_dialogs->expectBox(QMessageBox::Ok);
+            choose("heroes/wren/hurt.glow", "tree_new");
+        }
+        QVERIFY(!QFile::exists(path("heroes/wren/no.type")));
+        QVERIFY(!QFile::exists(path("../up.glow")));
+        choose("heroes/wren/hurt.glow", "tree_copy_path");
+        QCOMPARE(QGuiApplication::clipboard()->text(), path("heroes/wren/hurt.glow"));
+        choose("heroes/wren/hurt.glow", "tree_open");
+        QCOMPARE(document()->fileName(), path("heroes/wren/hurt.glow"));
+
+        // The definition follows a new name, in one step, and knows which file it names; what is
+        // open goes on under it.
+        auto *wren =
+            dynamic_cast<Kiln::CodeDocument *>(session().findFile(path("heroes/wren/wren.wisp")));
+        const auto addEntry = [wren](const char *name) {
+            wren->replaceText(wren->toString().replace(
+                "    states: hurt.glow\n",
+                QStringLiteral("    states: hurt.glow\n    states: %1\n").arg(name)));
+        };
+        addEntry("../moss/hurt.glow");
+        addEntry("./hurt.glow");
+        const QString named = wren->toString();
+        open("heroes/wren/hurt.glow");
+        type("; here\n");
+        name("taken/by.glow");
+        m_dialogs->expectBox(QMessageBox::Ok);
+        choose("heroes/wren/hurt.glow", "tree_rename");
+        name("air.glow");
+        m_dialogs->expectBox(QMessageBox::Ok);
+        choose("heroes/wren/hurt.glow", "tree_rename");
+        name("pain.glow");
+        tree->selectFile(path("heroes/wren/hurt.glow"));
+        tree->view()->setFocus();
+        QTest::keyClick(tree->view(), Qt::Key_F2);
+        QVERIFY(QFile::exists(path("heroes/wren/pain.glow")));
+        QVERIFY(!QFile::exists(path("heroes/wren/hurt.glow")));
+        QCOMPARE(document()->fileName(), path("heroes/wren/pain.glow"));
+        QVERIFY(document()->toString().startsWith("; here\n"));
+        QCOMPARE(wren->toString(), QString(named)
+                                       .replace("states: hurt.glow", "states: pain.glow")
+                                       .replace("states: ./hurt.glow", "states: ./pain.glow"));
+        QVERIFY(session().parentProject()->filePath(path("heroes/wren/pain.glow")));
+        name("hurt.glow");
+        choose("heroes/wren/pain.glow", "tree_rename");
+        QCOMPARE(wren->toString(), named);
+        for (const char *step : {"pain.glow\n", "hurt.glow\n"}) {
+            wren->undo();
+            for (const char *entry : {"states: ", "states: ./"})
+                QVERIFY(wren->toString().contains(QLatin1String(entry) + step));
+        }
+        QCOMPARE(wren->toString(), named);
+        while (wren->isModified() && wren->isUndoAvailable())
+            wren->undo();
+        actions()->save->trigger();
+        QVERIFY(readFile(path("heroes/wren/hurt.glow")).startsWith("; here"));
+        // Plain text has no type of the engine's, and is edited like code.
+        tree->selectFile(path("notes/design.txt"));
+        QTest::keyClick(tree->view(), Qt::Key_Return);
+        QCOMPARE(document()->fileName(), path("notes/design.txt"));
+        type("seen\n");
+        actions()->saveAll->trigger();
+        QVERIFY(readFile(path("notes/design.txt")).startsWith("seen\r\n"));
+
+        open("heroes/wren/hurt.glow");
+        type("; more");
+        m_dialogs->expectBox(QMessageBox::Yes);
+        m_dialogs->expectBox(QMessageBox::Cancel);
+        choose("heroes/wren/hurt.glow", "tree_trash");
+        QVERIFY(QFile::exists(path("heroes/wren/hurt.glow")));
+        m_dialogs->expectBox(QMessageBox::Yes);
+        m_dialogs->expectBox(QMessageBox::Discard);
+        choose("heroes/wren/hurt.glow", "tree_trash");
+        QVERIFY(!QFile::exists(path("heroes/wren/hurt.glow")));
+        QVERIFY(QFile::exists(m_directory->filePath("share/Trash/files/hurt.glow")));
+        QVERIFY(!session().findFile(path("heroes/wren/hurt.glow")));
+        m_dialogs->expectBox(QMessageBox::Ok);
+        choose("heroes/wren/wren.wisp", "tree_trash");
+        QVERIFY(QFile::exists(path("heroes/wren/wren.wisp")));
     }
 };
 
