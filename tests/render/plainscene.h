@@ -16,6 +16,11 @@ inline int away(double value)
     return int(value < 0 ? -std::floor(-value + 0.5) : std::floor(value + 0.5));
 }
 
+inline QRect rounded(const QRectF &rect)
+{
+    return {away(rect.x()), away(rect.y()), away(rect.width()), away(rect.height())};
+}
+
 /// A picture at random, a quarter of it of the colour that is clear; `blends` makes a third of the
 /// colours opaque only in part.
 QImage

@@ -94,9 +94,8 @@ public:
             box.rect = QRectF(rect).normalized();
             text[m_group].append(box.rect.toRect());
             reread();
-        } else if (dragged && m_hit >= 1 && m_hit <= 4) {
-            if (itemMode() & 12)
-                tell("released", m_hit == 1 ? 3 : m_hit - 2, *itemPosition());
+        } else if (dragged && m_hit >= 1 && m_hit <= 4 && (itemMode() & 12)) {
+            tell("released", m_hit == 1 ? 3 : m_hit - 2, *itemPosition());
         } else if (dragged && m_hit >= 7 && (scene.boxMode & 12)) {
             commit();
         }
@@ -166,10 +165,6 @@ public:
     }
 
 private:
-    static QRect rounded(const QRectF &rect)
-    {
-        return {away(rect.x()), away(rect.y()), away(rect.width()), away(rect.height())};
-    }
     static QPoint allowed(int itemMode, QPoint step)
     {
         return {(itemMode & 4) ? step.x() : 0, (itemMode & 8) ? step.y() : 0};
@@ -275,11 +270,9 @@ private:
         for (int group = 0; group < 2; ++group) {
             for (int i = 0; i < text[group].size(); ++i) {
                 PlainScene::Box &box = scene.boxes[group][i];
-                const QRect rect = rounded(box.rect);
+                const QRectF rect = QRectF(rounded(box.rect)).normalized();
                 if (box.selected)
-                    box.rect = text[group][i] = {rect.x() + qMin(0, rect.width()),
-                                                 rect.y() + qMin(0, rect.height()),
-                                                 qAbs(rect.width()), qAbs(rect.height())};
+                    box.rect = text[group][i] = rect.toRect();
             }
         }
         if (written)
