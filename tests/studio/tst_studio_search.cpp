@@ -247,6 +247,48 @@ private slots:
         document()->undo();
     }
 
+    // A hit tells some of a long line; whole words are those of the whole expression; what is shown
+    // as bytes is not searched; what does not stand there any more is not replaced.
+    void hitsAreWhatStandsThere()
+    {
+        using HostKit::FileHit;
+        HostKit::FileSearch search(session());
+        writeFile(path("notes/bytes.txt"), QByteArray("\0\1needle\0", 9));
+        QVERIFY(host().desk().openFile(path("notes/bytes.txt"), 0));
+        open("heroes/wren/air.glow");
+        const QString filler = "needles pin pine " + QString(3000, '-');
+        document()->setPlainText(filler + " needle " + filler + "\npin");
+        QVector<FileHit> all;
+        QStringList names;
+        bool isOver = false;
+        connect(&search, &HostKit::FileSearch::finished, this, [&] { isOver = true; });
+        connect(&search, &HostKit::FileSearch::found, this,
+                [&](const QString &name, Kiln::ProjectFile *, const QVector<FileHit> &hits) {
+                    names += name;
+                    all += hits;
+                });
+        const unsigned int words = Kiln::Editor::RegularExpression | Kiln::Editor::WholeWords;
+        QCOMPARE(search.start("needle|pin", words), QString());
+        QTRY_VERIFY(isOver);
+        QCOMPARE(names, QStringList(path("heroes/wren/air.glow")));
+        QCOMPARE(all.size(), 4);
+        for (const FileHit &hit : qAsConst(all)) {
+            QVERIFY(hit.text.size() <= 400);
+            QCOMPARE(hit.text.mid(hit.start, hit.matched.size()), hit.matched);
+            QCOMPARE(document()->findBlockByNumber(hit.line).text().mid(hit.column, 3),
+                     hit.matched.left(3));
+        }
+        document()->setPlainText(filler + "\npi");
+        QCOMPARE(search.replace(*document(), all, "x"), 1);
+        QCOMPARE(document()->toPlainText(), QString(filler).replace(" pin ", " x ") + "\npi");
+        QCOMPARE(search.replace(*document(), {{1, 0, "pi", {}, "pi", 0}}, "x"), 1);
+        document()->undo();
+        QCOMPARE(
+            search.replace(*document(), {{1, 1, "i", {}, "pi", 1}, {7, 0, "p", {}, "p", 0}}, "x"),
+            1);
+        actions()->saveAll->trigger();
+    }
+
     // A file is closed, or the search stopped, by who hears of a hit; names of sprites are found as
     // text is.
     void searchesOutliveTheirFiles()

@@ -725,16 +725,21 @@ private slots:
             m_dialogs->expectDialog([=](QDialog *dialog) {
                 auto *tree = dialog->findChild<QTreeWidget *>("keys_tree");
                 auto *filter = dialog->findChild<QLineEdit *>("keys_filter");
-                QTest::keyClicks(filter, "go to line");
-                QTreeWidgetItem *found = nullptr;
-                int shown = 0;
-                for (QTreeWidgetItemIterator item(tree, QTreeWidgetItemIterator::NotHidden); *item;
-                     ++item) {
-                    shown += (*item)->childCount() == 0 ? 1 : 0;
-                    found = *item;
+                // By key or by name.
+                for (const auto &[sought, command] :
+                     {std::pair("ctrl+alt+k", "Backup..."), {"go to line", "Go to line..."}}) {
+                    filter->clear();
+                    QTest::keyClicks(filter, sought);
+                    QList<QTreeWidgetItem *> shown;
+                    for (QTreeWidgetItemIterator item(tree, QTreeWidgetItemIterator::NotHidden);
+                         *item; ++item) {
+                        if ((*item)->childCount() == 0)
+                            shown += *item;
+                    }
+                    QCOMPARE(shown.size(), 1);
+                    QCOMPARE(shown.first()->text(0), QString(command));
+                    tree->setCurrentItem(shown.first());
                 }
-                QCOMPARE(shown, 1);
-                tree->setCurrentItem(found);
                 act(dialog, tree);
                 dialog->findChild<QDialogButtonBox *>("settings_buttons")
                     ->button(QDialogButtonBox::Ok)
