@@ -163,7 +163,7 @@ public:
     {
         m_clock.start();
         QObject::connect(&m_beat, &QTimer::timeout, [this] { turn(); });
-        m_beat.start(0);
+        m_beat.start(2); // seldom enough to leave both cores to the reading
     }
     void setProgress(unsigned int value, unsigned int total, bool *) override
     {
