@@ -95,7 +95,7 @@ namespace Kiln
 void setFileError(const QString &error);
 
 /// What the name of each part begins with.
-constexpr QLatin1String partPrefix(".kiln-part-");
+const QLatin1String partPrefix(".kiln-part-");
 /// A name beside `path` for a part of it, which no file has.
 QString partBeside(const QString &path);
 /// Whether this is the name of a part.
