@@ -4,6 +4,7 @@
 #include <kilnx/render/texture.h>
 #include <kilnx/render/texture_p.h>
 
+#include <QtCore/QEvent>
 #include <QtCore/QPointer>
 #include <QtGui/QOpenGLContext>
 #include <QtGui/QPainter>
