@@ -30,15 +30,6 @@ namespace AnimationTest
 
 using namespace Kiln;
 
-struct Host : TestHost {
-    unsigned int projectCount() const override { return unsigned(projects.size()); }
-    Project *project(unsigned int index) const override { return projects.value(int(index)); }
-    ExtraEditor *extraEditor(int index) const override { return index == 0 ? organizer : nullptr; }
-
-    QList<Project *> projects;
-    OrganizerEditor *organizer = nullptr;
-};
-
 /// Moves something between two frames when it is told to.
 struct Editor : HostKit::AnimationView {
     using AnimationView::AnimationView;
@@ -61,7 +52,7 @@ struct Bench {
                         {"show_attack_box", true},
                         {"show_collision_box", true}};
         host.currentEngine = &EmberEngine::instance();
-        host.organizer = new OrganizerEditor;
+        host.extraEditors[0] = organizer = new OrganizerEditor;
         code = std::make_unique<CodeWorkspace>(host);
         graphics = std::make_unique<GraphicsWorkspace>(host);
         graphics->reconfig();
@@ -94,8 +85,8 @@ struct Bench {
             editor->setCurrentFile(nullptr);
         editor.reset();
         closeProjects();
-        host.organizer->setObject(nullptr);
-        host.organizer->release();
+        organizer->setObject(nullptr);
+        organizer->release();
         code.reset();
         graphics.reset();
     }
@@ -172,7 +163,8 @@ struct Bench {
     /// What differs between the text and what viewport, fields and strip show of it.
     QString differences() const;
 
-    Host host;
+    TestHost host;
+    OrganizerEditor *organizer = nullptr;
     QTemporaryDir directory;
     std::unique_ptr<CodeWorkspace> code;
     std::unique_ptr<GraphicsWorkspace> graphics;
@@ -202,7 +194,7 @@ inline QString Bench::differences() const
     const PlainAnimations::Animation &said = plain[row];
     differ("current", list().at(unsigned(row)), animation);
     differ("selected", int(list().selected()), row);
-    differ("in the organizer", host.organizer->selectedRows(), QVector<int>{row});
+    differ("in the organizer", organizer->selectedRows(), QVector<int>{row});
     differ("name", animation->name(), said.name);
     differ("frames", int(animation->frameCount()), said.frames.size());
     FrameCode *frame = editor->currentFrame();

@@ -71,15 +71,6 @@ inline QByteArray wav(const SoundSample &sample)
     return bytes + sample.data;
 }
 
-struct Host : TestHost {
-    unsigned int projectCount() const override { return unsigned(projects.size()); }
-    Project *project(unsigned int index) const override { return projects.value(int(index)); }
-    ExtraEditor *extraEditor(int index) const override { return index == 0 ? organizer : nullptr; }
-
-    QList<Project *> projects;
-    OrganizerEditor *organizer = nullptr;
-};
-
 /// The editor of the kit, which takes names without a question unless it is to ask.
 class View : public HostKit::SoundView
 {
@@ -101,7 +92,7 @@ struct Bench {
     Bench()
     {
         host.options = {{"confirm_delete", false}, {"show_organizer", true}};
-        host.organizer = new OrganizerEditor;
+        host.extraEditors[0] = organizer = new OrganizerEditor;
         workspace = new SoundWorkspace(host);
         editor = std::make_unique<View>(*workspace);
         auto *window = qobject_cast<QMainWindow *>(host.mainWindow());
@@ -118,7 +109,7 @@ struct Bench {
         editor->setCurrentFile(nullptr);
         editor.reset();
         file.reset();
-        host.organizer->release();
+        organizer->release();
         workspace->release();
     }
     void insert(const QString &name, const SoundSample &sample)
@@ -154,7 +145,8 @@ struct Bench {
         file.reset();
     }
 
-    Host host;
+    TestHost host;
+    OrganizerEditor *organizer = nullptr;
     SoundWorkspace *workspace = nullptr;
     std::unique_ptr<View> editor;
     std::unique_ptr<EmberSounds, Release> file;

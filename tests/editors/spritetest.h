@@ -57,16 +57,6 @@ inline QByteArray bytesOf(const QImage &image)
     return bytes;
 }
 
-struct Host : TestHost {
-    unsigned int projectCount() const override { return unsigned(projects.size()); }
-    Project *project(unsigned int index) const override { return projects.value(int(index)); }
-
-    ExtraEditor *extraEditor(int index) const override { return index == 2 ? pictures : nullptr; }
-
-    QList<Project *> projects;
-    ExtraEditor *pictures = nullptr;
-};
-
 /// An editor in a window, on a file of its own, and the hands of its user.
 struct Bench {
     explicit Bench(bool withPanel = true)
@@ -75,7 +65,7 @@ struct Bench {
         workspace = std::make_unique<GraphicsWorkspace>(host);
         workspace->reconfig();
         panel = withPanel ? new PaletteEditor : nullptr;
-        host.pictures = thumbnails = new ThumbnailsEditor;
+        host.extraEditors[2] = thumbnails = new ThumbnailsEditor;
         editor = std::make_unique<HostKit::SpriteView>(*workspace, panel);
         host.setEditorWidget(workspace->widget());
         auto *window = qobject_cast<QMainWindow *>(host.mainWindow());
@@ -185,7 +175,7 @@ struct Bench {
         });
     }
 
-    Host host;
+    TestHost host;
     std::unique_ptr<GraphicsWorkspace> workspace;
     PaletteEditor *panel = nullptr;
     ThumbnailsEditor *thumbnails;

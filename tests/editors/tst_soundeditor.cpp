@@ -54,7 +54,7 @@ private slots:
         bench.trigger("snd_prev");
         bench.trigger("snd_prev");
         QCOMPARE(bench.current(), 0);
-        emit bench.host.organizer->itemClicked(1);
+        emit bench.organizer->itemClicked(1);
         QCOMPARE(slider->value(), 1);
         // The file's undo takes the shown sound away, and the redo brings it back.
         bench.editor->undo();
@@ -66,7 +66,7 @@ private slots:
         QCOMPARE(bench.label("snd_info_lb"), told);
         bench.host.activeEditor->deactivate();
         QVERIFY(!bench.host.action("snd_add")->isEnabled());
-        QCOMPARE(bench.host.organizer->object(), nullptr);
+        QCOMPARE(bench.organizer->object(), nullptr);
     }
 
     // No sound server runs here: what is missing is told, and all else works.

@@ -77,6 +77,17 @@ FileEditor *TestHost::editorForFile(ProjectFile *, Project::FileID id) const
     return nullptr;
 }
 
+ExtraEditor *TestHost::extraEditor(int index) const
+{
+    ExtraEditor *own = extraEditors.value(index);
+    return own ? own : HostBase::extraEditor(index);
+}
+
+Project *TestHost::project(unsigned int index) const
+{
+    return projects.value(int(index));
+}
+
 QVariant TestHost::option(const QString &key, const QVariant &fallback) const
 {
     return options.value(key, fallback);

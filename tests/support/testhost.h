@@ -49,9 +49,11 @@ public:
     Kiln::Engine *currentEngine = nullptr;
     Kiln::Project *activeProject = nullptr;
     Kiln::Editor *activeEditor = nullptr;
-    QMap<int, Kiln::FileEditor *> fileEditors; ///< by one type bit
-    std::function<void()> duringProgress;      ///< called once, at the first step that is shown
-    unsigned int cancelAt = 0;                 ///< the step at which progress is canceled; 0: none
+    QList<Kiln::Project *> projects;             ///< all that are open
+    QMap<int, Kiln::FileEditor *> fileEditors;   ///< by one type bit
+    QMap<int, Kiln::ExtraEditor *> extraEditors; ///< instead of the deck's, by their index
+    std::function<void()> duringProgress;        ///< called once, at the first step that is shown
+    unsigned int cancelAt = 0; ///< the step at which progress is canceled; 0: none
 
     // Records, read by the test.
     QStringList log;
@@ -70,6 +72,9 @@ public:
     Kiln::FileEditor *editorForFile(Kiln::ProjectFile *file,
                                     Kiln::Project::FileID id) const override;
     Kiln::ExtraEditor *currentExtraEditor() const override { return shownExtraEditor; }
+    Kiln::ExtraEditor *extraEditor(int index) const override;
+    unsigned int projectCount() const override { return unsigned(projects.size()); }
+    Kiln::Project *project(unsigned int index) const override;
     Kiln::Project *currentProject() const override { return activeProject; }
     QColor colorOption(const QString &key) const override { return colors.value(key); }
     QColor colorOption2(const QString &key) const override { return secondColors.value(key); }
