@@ -1,19 +1,13 @@
 // The shared code view with its actions, and the file editor that shows documents in it.
 
-#include "editortest.h"
+#include "workspacetest.h"
 
 #include <engines/ember/emberdocument.h>
-#include <engines/ember/emberengine.h>
 #include <kilnx/code/textcodecs.h>
-#include <kilnx/codeedit/codefileeditor.h>
-#include <kilnx/codeedit/codeworkspace.h>
-#include <kilnx/codeedit/snippets.h>
 #include <kilnx/editors/organizer.h>
 #include <kilnx/project/archive.h>
 #include <kilnx/render/graphicsworkspace.h>
 #include <tests/support/files.h>
-#include <tests/support/release.h>
-#include <tests/support/testhost.h>
 
 #include <malloc.h>
 
@@ -21,24 +15,6 @@ using namespace Kiln;
 
 namespace
 {
-class TestedEditor : public CodeFileEditor
-{
-public:
-    explicit TestedEditor(CodeWorkspace *workspace, const char *treeKey = "code_tree")
-        : CodeFileEditor(workspace, treeKey)
-    {
-    }
-    QAction *action() const override { return nullptr; }
-    const char *name() const override { return "states"; }
-    Project::FileID::Type canEditFileType() override { return Project::FileID::Type(32); }
-    void hostReserved15() override {}
-};
-
-using Document = std::unique_ptr<CodeDocument, Release>;
-
-constexpr unsigned int Quiet = 16;
-enum { Find, ReplaceAll, ReplaceOne };
-
 /// A host that has no place for menus, actions and controls.
 class SparseHost : public TestHost
 {
@@ -62,41 +38,15 @@ public:
 };
 } // namespace
 
-class TestCodeWorkspace : public QObject
+class TestCodeWorkspace : public WorkspaceTest
 {
     Q_OBJECT
 
 private slots:
     // Whoever reads what is gone finds no document there any more.
     void initTestCase() { mallopt(M_PERTURB, 0x5A); }
-    void init()
-    {
-        m_host = std::make_unique<TestHost>();
-        m_directory = std::make_unique<QTemporaryDir>();
-        m_host->userDirectory = m_directory->path();
-        m_host->dataDirectory = m_directory->path();
-        m_host->currentEngine = &EmberEngine::instance();
-        m_host->options["font_size"] = 11;
-        m_host->options["font_name"] = "Courier";
-        m_workspace = std::make_unique<CodeWorkspace>(*m_host);
-        m_workspace->reconfig();
-        m_workspace->widget()->resize(700, 500);
-        QVERIFY(showActive(*m_workspace->widget()));
-        m_editor = std::make_unique<TestedEditor>(m_workspace.get());
-        m_document.reset(new PlainDocument);
-        m_editor->activate();
-        m_editor->setCurrentFile(m_document.get());
-    }
-
-    void cleanup()
-    {
-        QCOMPARE(m_host->dialogs().finish(), QString());
-        m_editor.reset();
-        m_workspace.reset();
-        m_document.reset();
-        SnippetManager::instance()->setDirectory(QString());
-        m_host.reset();
-    }
+    void init() { open(); }
+    void cleanup() { close(); }
 
     void actionsAreMade()
     {
@@ -695,143 +645,6 @@ private slots:
         m_editor->setCurrentFile(nullptr);
     }
 
-    void finds_data()
-    {
-        // From and selected are anchor and position.
-        const auto add =
-            columns<QString, unsigned int, QPoint, QPoint>("sought", "flags", "from", "selected");
-        using F = CodeFileEditor;
-        const unsigned int none = 0, back = F::Backward, wrap = F::WrapAround;
-        const unsigned int expression = F::RegularExpression, exact = F::CaseSensitive;
-        // "One two one\ntwo ONE"
-        add("the first", "one", none, QPoint(0, 0), QPoint(0, 3));
-        add("behind the selection", "one", none, QPoint(0, 3), QPoint(8, 11));
-        add("with the case", "one", exact, QPoint(0, 0), QPoint(8, 11));
-        add("none follows", "one", none, QPoint(16, 19), QPoint(16, 19));
-        add("around the end", "one", wrap, QPoint(16, 19), QPoint(0, 3));
-        add("around, and still none", "three", wrap, QPoint(4, 7), QPoint(4, 7));
-        add("backward", "one", back, QPoint(16, 19), QPoint(8, 11));
-        add("backward from the start", "one", back, QPoint(0, 0), QPoint(0, 3));
-        add("backward, none before", "two", back, QPoint(4, 7), QPoint(4, 7));
-        add("backward around", "ONE", (back | wrap | exact), QPoint(4, 7), QPoint(16, 19));
-        add("an expression", "t.o\\s", expression, QPoint(0, 0), QPoint(4, 8));
-        add("over a line end", "one\\ntwo", expression, QPoint(0, 0), QPoint(8, 15));
-        add("the same taken as it stands", "t.o", none, QPoint(2, 2), QPoint(2, 2));
-        add("a broken expression", "(", expression, QPoint(2, 2), QPoint(2, 2));
-        add("an empty match gets on", "x*", expression, QPoint(5, 5), QPoint(6, 6));
-        add("an empty match at the end", "x*", expression, QPoint(19, 19), QPoint(19, 19));
-        add("no text", "", none, QPoint(4, 7), QPoint(4, 7));
-        const unsigned int whole = F::WholeWords;
-        add("a whole word", "one", whole | exact, QPoint(0, 0), QPoint(8, 11));
-        add("no whole word", "wo", whole, QPoint(2, 2), QPoint(2, 2));
-        add("whole, an expression", "t\\w|tw.", whole | expression, QPoint(0, 0), QPoint(4, 7));
-    }
-
-    void finds()
-    {
-        const auto [sought, flags, from, selected] = row<QString, unsigned int, QPoint, QPoint>();
-        m_document->fromString("One two one\ntwo ONE");
-        select(from.x(), from.y());
-        const bool found =
-            m_editor->find(static_cast<ProjectFile *>(m_document.get()), sought, flags);
-        QCOMPARE(QPoint(view()->textCursor().selectionStart(), view()->textCursor().selectionEnd()),
-                 selected);
-        const bool empty = sought == "x*";
-        QCOMPARE(found, empty || from != selected);
-    }
-
-    void replacesOne()
-    {
-        m_document->fromString("aa b aa");
-        select(0, 2);
-        m_editor->replace("a(a)", "<\\1>", CodeFileEditor::RegularExpression | Quiet, false);
-        QCOMPARE(m_document->toString(), QString("<a> b aa"));
-        QCOMPARE(view()->textCursor().selectedText(), QString("aa"));
-        m_editor->replace("b", "c", Quiet, false); // the selection does not match
-        QCOMPARE(m_document->toString(), QString("<a> b aa"));
-        select(0, 2);
-        m_editor->replace("aa", "c", Quiet, false); // nor does a part of it
-        QCOMPARE(m_document->toString(), QString("<a> b aa"));
-        QCOMPARE(view()->textCursor().selectedText(), QString("aa"));
-        m_host->dialogs().expectBox(QMessageBox::Ok);
-        m_editor->replace("aa", "\\1", 0, false);
-        QCOMPARE(m_document->toString(), QString("<a> b \\1"));
-    }
-
-    void replacesAll()
-    {
-        const QString before = sectionedText(3, 3);
-        m_document->fromString(before);
-        view()->setCurrentLine({5, 2, 0});
-        view()->toggleBlockVisible(m_document->findBlockByNumber(10));
-        m_editor->replace("LINE (\\d+)", "row \\1", CodeFileEditor::RegularExpression, true);
-        QString after = before;
-        QCOMPARE(m_document->toString(), after.replace("line ", "row "));
-        QCOMPARE(m_document->lineCount(), m_document->blockCount());
-        QCOMPARE(place(), QPoint(5, 2));
-        view()->moveCursor(QTextCursor::Start);
-        m_editor->undo();
-        QCOMPARE(m_document->toString(), before);
-        QCOMPARE(place(), QPoint(5, 2));
-        const int steps = m_document->availableUndoSteps();
-        m_editor->replace("nowhere", "x", 0, true);
-        QCOMPARE(m_document->availableUndoSteps(), steps);
-        // What does not match stays as it is, no-break spaces too.
-        m_document->fromString(QString::fromUtf8("a\u00a0b a b"));
-        m_editor->replace("a b", "c", Quiet, true);
-        QCOMPARE(m_document->toRawText(), QString::fromUtf8("a\u00a0b c"));
-        m_document->fromString(before);
-        view()->setReadOnly(true);
-        m_editor->replace("line", "x", 0, true);
-        QCOMPARE(m_document->toString(), before);
-    }
-
-    void hostileExpressions_data()
-    {
-        const auto add = columns<QString, int, bool>("expression", "what", "outOfTime");
-        const QString endless("(a*)*(a*)*\\2\\1b");
-        add("one that matches nothing everywhere", "b*", ReplaceAll, false);
-        add("one that never ends", endless, Find, true);
-        add("one that never ends, replacing", endless, ReplaceAll, true);
-        add("one that never ends, replacing what is selected", endless, ReplaceOne, true);
-        add("one too many of them", "a", ReplaceAll, true);
-    }
-
-    void hostileExpressions()
-    {
-        const auto [expression, what, outOfTime] = row<QString, int, bool>();
-        const QString text(200000, 'a');
-        m_document->fromString(text);
-        const unsigned int flags =
-            CodeFileEditor::RegularExpression | CodeFileEditor::WrapAround | Quiet;
-        const ProjectFile *file = m_document.get();
-        view()->selectAll();
-        if (what == ReplaceOne) // the one that is not quiet
-            m_host->dialogs().expectBox(QMessageBox::Ok);
-        if (what == Find)
-            QVERIFY(!m_editor->find(file, expression, flags));
-        else
-            m_editor->replace(expression, "x", what == ReplaceAll ? flags : 1, what == ReplaceAll);
-        QCOMPARE(m_editor->ranOutOfTime(), outOfTime);
-        QCOMPARE(m_host->dialogs().seen().size(), int(what == ReplaceOne));
-        QVERIFY(m_document->toString() ==
-                (outOfTime ? text : QString(text).replace("a", "xa").append("x")));
-    }
-
-    void strangersAreRefused()
-    {
-        // A search in another file leaves the view alone, and the file opens at the match.
-        m_document->fromString("here");
-        Document other(new PlainDocument("a\nb\n  there"));
-        QVERIFY(m_editor->find(static_cast<ProjectFile *>(other.get()), "there", 0));
-        QVERIFY(!m_editor->find(static_cast<ProjectFile *>(other.get()), "here!", 0));
-        QVERIFY(!m_editor->find(nullptr, "there", 0));
-        QVERIFY(!view()->textCursor().hasSelection());
-        m_editor->setCurrentFile(other.get());
-        QCOMPARE(place(), QPoint(2, 2));
-        m_editor->setCurrentFile(m_document.get());
-    }
-
     void nothingWithoutADocument()
     {
         m_document->fromString("bad\n[x]\ny\nz");
@@ -880,24 +693,6 @@ private slots:
         m_editor->deactivate();
         QCOMPARE(m_document->toString(), QString("text"));
     }
-
-private:
-    CodeEditor *view() const { return m_workspace->editor(); }
-    void select(int anchor, int position)
-    {
-        QTextCursor cursor = view()->textCursor();
-        cursor.setPosition(anchor);
-        cursor.setPosition(position, QTextCursor::KeepAnchor);
-        view()->setTextCursor(cursor);
-    }
-
-    QPoint place() const { return {view()->currentLine().line, view()->currentLine().column}; }
-
-    std::unique_ptr<TestHost> m_host;
-    std::unique_ptr<QTemporaryDir> m_directory;
-    std::unique_ptr<CodeWorkspace> m_workspace;
-    std::unique_ptr<TestedEditor> m_editor;
-    Document m_document;
 };
 
 QTEST_MAIN(TestCodeWorkspace)

@@ -1,0 +1,159 @@
+// Finding and replacing in the shared code view.
+
+#include "workspacetest.h"
+
+using namespace Kiln;
+
+namespace
+{
+enum { Find, ReplaceAll, ReplaceOne };
+}
+
+class TestCodeSearch : public WorkspaceTest
+{
+    Q_OBJECT
+
+private slots:
+    void init() { open(); }
+    void cleanup() { close(); }
+
+    void finds_data()
+    {
+        // From and selected are anchor and position.
+        const auto add =
+            columns<QString, unsigned int, QPoint, QPoint>("sought", "flags", "from", "selected");
+        using F = CodeFileEditor;
+        const unsigned int none = 0, back = F::Backward, wrap = F::WrapAround;
+        const unsigned int expression = F::RegularExpression, exact = F::CaseSensitive;
+        // "One two one\ntwo ONE"
+        add("the first", "one", none, QPoint(0, 0), QPoint(0, 3));
+        add("behind the selection", "one", none, QPoint(0, 3), QPoint(8, 11));
+        add("with the case", "one", exact, QPoint(0, 0), QPoint(8, 11));
+        add("none follows", "one", none, QPoint(16, 19), QPoint(16, 19));
+        add("around the end", "one", wrap, QPoint(16, 19), QPoint(0, 3));
+        add("around, and still none", "three", wrap, QPoint(4, 7), QPoint(4, 7));
+        add("backward", "one", back, QPoint(16, 19), QPoint(8, 11));
+        add("backward from the start", "one", back, QPoint(0, 0), QPoint(0, 3));
+        add("backward, none before", "two", back, QPoint(4, 7), QPoint(4, 7));
+        add("backward around", "ONE", (back | wrap | exact), QPoint(4, 7), QPoint(16, 19));
+        add("an expression", "t.o\\s", expression, QPoint(0, 0), QPoint(4, 8));
+        add("over a line end", "one\\ntwo", expression, QPoint(0, 0), QPoint(8, 15));
+        add("the same taken as it stands", "t.o", none, QPoint(2, 2), QPoint(2, 2));
+        add("a broken expression", "(", expression, QPoint(2, 2), QPoint(2, 2));
+        add("an empty match gets on", "x*", expression, QPoint(5, 5), QPoint(6, 6));
+        add("an empty match at the end", "x*", expression, QPoint(19, 19), QPoint(19, 19));
+        add("no text", "", none, QPoint(4, 7), QPoint(4, 7));
+        const unsigned int whole = F::WholeWords;
+        add("a whole word", "one", whole | exact, QPoint(0, 0), QPoint(8, 11));
+        add("no whole word", "wo", whole, QPoint(2, 2), QPoint(2, 2));
+        add("whole, an expression", "t\\w|tw.", whole | expression, QPoint(0, 0), QPoint(4, 7));
+    }
+
+    void finds()
+    {
+        const auto [sought, flags, from, selected] = row<QString, unsigned int, QPoint, QPoint>();
+        m_document->fromString("One two one\ntwo ONE");
+        select(from.x(), from.y());
+        const bool found =
+            m_editor->find(static_cast<ProjectFile *>(m_document.get()), sought, flags);
+        QCOMPARE(QPoint(view()->textCursor().selectionStart(), view()->textCursor().selectionEnd()),
+                 selected);
+        const bool empty = sought == "x*";
+        QCOMPARE(found, empty || from != selected);
+    }
+
+    void replacesOne()
+    {
+        m_document->fromString("aa b aa");
+        select(0, 2);
+        m_editor->replace("a(a)", "<\\1>", CodeFileEditor::RegularExpression | Quiet, false);
+        QCOMPARE(m_document->toString(), QString("<a> b aa"));
+        QCOMPARE(view()->textCursor().selectedText(), QString("aa"));
+        m_editor->replace("b", "c", Quiet, false); // the selection does not match
+        QCOMPARE(m_document->toString(), QString("<a> b aa"));
+        select(0, 2);
+        m_editor->replace("aa", "c", Quiet, false); // nor does a part of it
+        QCOMPARE(m_document->toString(), QString("<a> b aa"));
+        QCOMPARE(view()->textCursor().selectedText(), QString("aa"));
+        m_host->dialogs().expectBox(QMessageBox::Ok);
+        m_editor->replace("aa", "\\1", 0, false);
+        QCOMPARE(m_document->toString(), QString("<a> b \\1"));
+    }
+
+    void replacesAll()
+    {
+        const QString before = sectionedText(3, 3);
+        m_document->fromString(before);
+        view()->setCurrentLine({5, 2, 0});
+        view()->toggleBlockVisible(m_document->findBlockByNumber(10));
+        m_editor->replace("LINE (\\d+)", "row \\1", CodeFileEditor::RegularExpression, true);
+        QString after = before;
+        QCOMPARE(m_document->toString(), after.replace("line ", "row "));
+        QCOMPARE(m_document->lineCount(), m_document->blockCount());
+        QCOMPARE(place(), QPoint(5, 2));
+        view()->moveCursor(QTextCursor::Start);
+        m_editor->undo();
+        QCOMPARE(m_document->toString(), before);
+        QCOMPARE(place(), QPoint(5, 2));
+        const int steps = m_document->availableUndoSteps();
+        m_editor->replace("nowhere", "x", 0, true);
+        QCOMPARE(m_document->availableUndoSteps(), steps);
+        // What does not match stays as it is, no-break spaces too.
+        m_document->fromString(QString::fromUtf8("a\u00a0b a b"));
+        m_editor->replace("a b", "c", Quiet, true);
+        QCOMPARE(m_document->toRawText(), QString::fromUtf8("a\u00a0b c"));
+        m_document->fromString(before);
+        view()->setReadOnly(true);
+        m_editor->replace("line", "x", 0, true);
+        QCOMPARE(m_document->toString(), before);
+    }
+
+    void hostileExpressions_data()
+    {
+        const auto add = columns<QString, int, bool>("expression", "what", "outOfTime");
+        const QString endless("(a*)*(a*)*\\2\\1b");
+        add("one that matches nothing everywhere", "b*", ReplaceAll, false);
+        add("one that never ends", endless, Find, true);
+        add("one that never ends, replacing", endless, ReplaceAll, true);
+        add("one that never ends, replacing what is selected", endless, ReplaceOne, true);
+        add("one too many of them", "a", ReplaceAll, true);
+    }
+
+    void hostileExpressions()
+    {
+        const auto [expression, what, outOfTime] = row<QString, int, bool>();
+        const QString text(200000, 'a');
+        m_document->fromString(text);
+        const unsigned int flags =
+            CodeFileEditor::RegularExpression | CodeFileEditor::WrapAround | Quiet;
+        const ProjectFile *file = m_document.get();
+        view()->selectAll();
+        if (what == ReplaceOne) // the one that is not quiet
+            m_host->dialogs().expectBox(QMessageBox::Ok);
+        if (what == Find)
+            QVERIFY(!m_editor->find(file, expression, flags));
+        else
+            m_editor->replace(expression, "x", what == ReplaceAll ? flags : 1, what == ReplaceAll);
+        QCOMPARE(m_editor->ranOutOfTime(), outOfTime);
+        QCOMPARE(m_host->dialogs().seen().size(), int(what == ReplaceOne));
+        QVERIFY(m_document->toString() ==
+                (outOfTime ? text : QString(text).replace("a", "xa").append("x")));
+    }
+
+    void strangersAreRefused()
+    {
+        // A search in another file leaves the view alone, and the file opens at the match.
+        m_document->fromString("here");
+        Document other(new PlainDocument("a\nb\n  there"));
+        QVERIFY(m_editor->find(static_cast<ProjectFile *>(other.get()), "there", 0));
+        QVERIFY(!m_editor->find(static_cast<ProjectFile *>(other.get()), "here!", 0));
+        QVERIFY(!m_editor->find(nullptr, "there", 0));
+        QVERIFY(!view()->textCursor().hasSelection());
+        m_editor->setCurrentFile(other.get());
+        QCOMPARE(place(), QPoint(2, 2));
+        m_editor->setCurrentFile(m_document.get());
+    }
+};
+
+QTEST_MAIN(TestCodeSearch)
+#include "tst_codesearch.moc"
