@@ -333,13 +333,13 @@ void AnimationEditorPrivate::nextAnim()
 
 void AnimationEditorPrivate::prevFrame()
 {
-    if (frame() && frameRow > 0)
+    if (frame())
         select(row.row(), frameRow - 1, true);
 }
 
 void AnimationEditorPrivate::nextFrame()
 {
-    if (frame() && frameRow + 1 < int(animation()->frameCount()))
+    if (frame())
         select(row.row(), frameRow + 1, true);
 }
 

@@ -333,6 +333,8 @@ private Q_SLOTS:
             false);
         add("from a loop point", head + "\n frame: x\n frame: y, loop\n frame: z\n",
             {0, 1, 2, 1, 2, 1}, false);
+        add("from a loop point of four", head + "\n frame: x\n frame: y, loop\n frame: z, for 2\n",
+            {0, 1, 2, 2, 1, 2, 2, 1}, false);
         add("from the first", head + "\n frame: x, loop\n frame: y\n frame: z\n",
             {0, 1, 2, 0, 1, 2}, false);
         add("no time", head + "\n frame: x\n frame: y, for 0\n frame: z\n", {0, 2, 0, 2}, false);
@@ -492,6 +494,8 @@ private Q_SLOTS:
         add("kept what came", typed, "; new\n@animation a\n", no, "; new\n@animation a\n");
         add("another one there", typed, "@animation c\n", yes, typed + "\n\n");
         add("none there", typed, "; none\n", none, "; none\n");
+        add("elsewhere", typed, "@animation a\n    frame: x\n@animation z\n", none,
+            typed + "\n\n@animation z\n");
     }
 
     // In one step of undo, not over what others have written unless the user says so, and what is
@@ -501,8 +505,12 @@ private Q_SLOTS:
         const auto [typed, meanwhile, answer, after] = row<QString, QString, int, QString>();
         Bench bench;
         bench.show("@animation a\n    frame: x\n");
+        QDialog sized;
+        sized.resize(512, 300);
+        bench.host.options["anim_editcode_geometry"] = sized.saveGeometry();
         bench.host.dialogs().expectDialog(
             [&, typed = typed, meanwhile = meanwhile](QDialog *dialog) {
+                QCOMPARE(dialog->size(), sized.size());
                 auto *field = dialog->findChild<QPlainTextEdit *>("code");
                 QCOMPARE(field->toPlainText(), QString("@animation a\n    frame: x"));
                 if (!typed.isEmpty()) {
@@ -523,12 +531,53 @@ private Q_SLOTS:
         bench.trigger("code");
         QCOMPARE(bench.host.dialogs().finish(), QString());
         QCOMPARE(bench.text(), after);
-        QVERIFY(bench.host.options.contains("anim_editcode_geometry"));
         QCOMPARE(bench.file->isUndoAvailable(), !typed.isEmpty());
         const int steps = (after != bench.first && after != meanwhile) + !meanwhile.isEmpty();
         for (int i = 0; i < steps; ++i)
             bench.editor->undo();
         QCOMPARE(bench.text(), bench.first);
+    }
+
+    // What other panels and the host tell, while it is theirs to tell.
+    void hearsOthers()
+    {
+        Bench bench;
+        const auto clicked = [&](int row) {
+            Q_EMIT bench.organizer->itemClicked(row);
+            return bench.field<QSlider>("sel")->value();
+        };
+        bench.editor->deactivate();
+        QCOMPARE(clicked(2), 0);
+        bench.editor->activate();
+        QObject *listed = bench.organizer->object();
+        bench.organizer->setObject(nullptr);
+        QCOMPARE(clicked(2), 0);
+        bench.organizer->setObject(qobject_cast<OrganizableObject *>(listed));
+        QCOMPARE(clicked(2), 2);
+        // The text has the keyboard where it is shown.
+        for (const bool isShown : {false, true}) {
+            bench.graphics->widget()->setFocus();
+            bench.editor->setEditCodeMode(isShown, nullptr);
+            QCOMPARE(bench.code->widget()->isVisible(), isShown);
+            bench.editor->navigateTo(3, 0);
+            QCOMPARE(bench.code->editor()->hasFocus(), isShown);
+        }
+        // A file that is saved stays, whatever project is current; a new one is shown.
+        bench.host.activeProject = nullptr;
+        QTextCursor(bench.file).insertText("; more\n");
+        bench.editor->save();
+        QVERIFY(!bench.file->isModified());
+        QCOMPARE(bench.editor->currentFile(), bench.file);
+        bench.host.activeProject = bench.wren;
+        bench.editor->create();
+        QVERIFY(bench.editor->currentFile() && bench.editor->currentFile() != bench.file);
+        // The one that is written to goes away meanwhile.
+        bench.editor->setCurrentFile(bench.file);
+        connect(bench.file, &QTextDocument::contentsChanged, this,
+                [&] { bench.editor->setCurrentFile(nullptr); });
+        bench.trigger("frame_add");
+        QVERIFY(!bench.editor->currentAnimation());
+        QVERIFY(!bench.field<QSpinBox>("frame_time")->isEnabled());
     }
 
     // The dialog, a drag and the program agree on where the extra cross is.

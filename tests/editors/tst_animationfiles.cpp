@@ -21,13 +21,17 @@ private Q_SLOTS:
             QRectF canvas;
             bool isTurned = false;
             QStringList delays;
+            QVector<QPair<QPoint, QImage>> drawn;
             int ticks = 0;
             int shown = 0;
             auto *sprites =
                 dynamic_cast<EmberSprites *>(bench.wren->file(Project::FileID::Sprites));
             for (const PlainAnimations::Frame &frame : said.frames) {
                 Sprite *sprite = sprites->at(unsigned(sprites->indexOf(0, frame.sprite)));
-                const QSize size = sprite->image().size();
+                QImage image = sprite->image();
+                image.setColor(0, 0);
+                const QSize size = image.size();
+                image = image.mirrored(frame.flip & 2, frame.flip & 1);
                 QPoint origin = sprite->property("Origin").toPoint();
                 if (frame.flip & 2)
                     origin.setX(size.width() - origin.x());
@@ -46,6 +50,7 @@ private Q_SLOTS:
                     QRectF(int(corner.x() * scale.x()), int(corner.y() * scale.y()),
                            int(size.width() * scale.x()), int(size.height() * scale.y())));
                 isTurned = isTurned || frame.angle != 0;
+                drawn.append({corner, scale == QPointF(1, 1) ? image : QImage()});
                 ticks += frame.delay < 0 ? 60 : frame.delay;
                 delays << QString::number(qRound(ticks / 0.6) - shown);
                 shown += delays.last().toInt();
@@ -67,6 +72,21 @@ private Q_SLOTS:
                 QVERIFY(qAbs(told[i].section(' ', 1, 1).toInt() - canvas.width()) <= about);
                 QVERIFY(qAbs(told[i].section(' ', 2, 2).toInt() - canvas.height()) <= about);
             }
+            reader.start("convert", {gif, "-coalesce", "rgba:-"});
+            QVERIFY(reader.waitForFinished());
+            const QByteArray pixels = reader.readAllStandardOutput();
+            const QSize size = canvas.size().toSize();
+            // One frame alone has no clear pixels.
+            for (int i = 0; i < drawn.size() && drawn.size() > 1 && !isTurned; ++i) {
+                QImage wanted(size, QImage::Format_ARGB32_Premultiplied);
+                wanted.fill(0);
+                QPainter(&wanted).drawImage(drawn[i].first - canvas.topLeft(), drawn[i].second);
+                const QImage found(reinterpret_cast<const uchar *>(pixels.constData()) +
+                                       i * wanted.sizeInBytes(),
+                                   size.width(), size.height(), QImage::Format_RGBA8888);
+                QVERIFY(drawn[i].second.isNull() ||
+                        found.convertToFormat(wanted.format()) == wanted);
+            }
             QFile::remove(gif);
         }
     }
@@ -82,6 +102,7 @@ private Q_SLOTS:
         add("one that stays", jab + "3\n" + jab + "ever\n", "5 S 100 S");
         add("no sprite", " frame: nobody, for 6\n" + jab + "6\n", "10 1x1 10 S");
         add("hardly seen", jab + "6, opacity 0.2\n" + jab + "6\n", "10 1x1 10 S");
+        add("half seen", jab + "6, opacity 0.5\n" + jab + "6\n", "10 S 10 S");
         add("turned", jab + "6, angle 90\n" + jab + "6, angle 0, scale 1\n", "10 R 10 S");
         add("opaque", jab + "6\n" + jab + "6\n", "10 S 10 S");
         add("nothing", "", "You can't save an empty animation as GIF.");
@@ -185,6 +206,19 @@ private Q_SLOTS:
             bench.trigger("import");
             return bench.host.dialogs().seen().last().text;
         };
+        // Nothing chosen is no word; a file that is gone gets one.
+        bench.host.dialogs().expectFiles({});
+        bench.trigger("import");
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+        bench.host.dialogs().expectDialog([&](QDialog *dialog) {
+            writeFile(bench.path("gone.flick"), "");
+            dialog->findChild<QLineEdit *>("fileNameEdit")->setText(bench.path("gone.flick"));
+            dialog->accept();
+            QFile::remove(bench.path("gone.flick"));
+        });
+        bench.host.dialogs().expectBox(QMessageBox::Ok);
+        bench.trigger("import");
+        QCOMPARE(bench.host.dialogs().finish(), QString());
         QCOMPARE(import(QMessageBox::Yes), QString("No new animation imported!"));
         QCOMPARE(dumpOf(bench.text()), dumpOf(bench.first));
         const unsigned int count = bench.list().count();
