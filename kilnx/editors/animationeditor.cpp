@@ -634,10 +634,8 @@ void AnimationEditor::setEditCodeMode(bool on, Editor *shown)
     interface->setOption(QStringLiteral("anim_text_shown"), on);
     if (shown && !shown->isActive())
         interface->switchTo(shown);
-    if (active) {
+    if (active)
         d->showViews();
-        interface->setEditorWidget(d->view);
-    }
 }
 
 bool AnimationEditor::isEditCodeMode() const

@@ -172,8 +172,7 @@ AnimImageFrame AnimationEditorPrivate::pictureOf(FrameCode *shown) const
     const int mirror = said(Mirror).toInt();
     QImage image = withClearColor(sprite->image());
     const QSize size(int(image.width() * scale.x()), int(image.height() * scale.y()));
-    if (mirror)
-        image = image.mirrored(mirror & 1, mirror & 2);
+    image = image.mirrored(mirror & 1, mirror & 2);
     if (size != image.size())
         image = image.scaled(size);
     const QPoint position = said(Position).toPoint();

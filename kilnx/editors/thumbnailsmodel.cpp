@@ -191,13 +191,11 @@ void ThumbnailsModelPrivate::take()
         Q_EMIT model.dataChanged(model.index(first, 0), model.index(last, 0), {Qt::DecorationRole});
 }
 
-/// Jobs that are under way tell of what is no more.
+/// Jobs that are under way tell of what is no more; who still wants a picture asks again.
 void ThumbnailsModelPrivate::stopOldJobs()
 {
     pool.clear();
     making.clear();
-    if (!wanted.isEmpty())
-        starter.start();
 }
 
 void ThumbnailsModelPrivate::palettesChanged()

@@ -562,6 +562,11 @@ private Q_SLOTS:
             bench.editor->navigateTo(3, 0);
             QCOMPARE(bench.code->editor()->hasFocus(), isShown);
         }
+        // Where the last frame was, the cursor is in the animation behind it.
+        bench.go("jab", 2);
+        bench.trigger("frame_delete");
+        QVERIFY(bench.place().startsWith("Animation: jab, Frame: 2"));
+        QCOMPARE(bench.differences(), QString());
         // A file that is saved stays, whatever project is current; a new one is shown.
         bench.host.activeProject = nullptr;
         QTextCursor(bench.file).insertText("; more\n");
