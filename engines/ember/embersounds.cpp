@@ -88,6 +88,11 @@ EmberSound *EmberSounds::insert(unsigned int position,
     return sound;
 }
 
+void EmberSounds::cancelChange()
+{
+    m_history.cancelGroup();
+}
+
 void EmberSounds::changeSample(EmberSound &sound, const Kiln::SoundSample &sample)
 {
     auto *data = new EmberSoundData(cache());

@@ -33,6 +33,7 @@ public:
     EmberSound *insert(unsigned int position,
                        const QVariant &identifier,
                        const Kiln::SoundSample &sample) override;
+    void cancelChange() override;
     void changeSample(EmberSound &sound, const Kiln::SoundSample &sample);
 
     // The file. Both show a message when they fail, but for a

@@ -58,7 +58,7 @@ bool ImportPlan::mayReplace(const QString &name)
 {
     if (m_policy == ConflictPolicy::Replace)
         return true;
-    forgetRows();
+    m_rows.clear(); // the destination may have other ones, behind a box
     return askQuestion(m_window,
                        QCoreApplication::translate("Kiln::FileEditor", "Conflict resolution!"),
                        m_question.arg(name));

@@ -1,5 +1,6 @@
 #include <kilnx/editors/pictureimport_p.h>
 
+#include <kilnx/editors/portionedchange_p.h>
 #include <kilnx/image/codecs.h>
 #include <kilnx/image/imageops.h>
 #include <kilnx/image/sprite.h>
@@ -7,8 +8,6 @@
 #include <kilnx/project/progress.h>
 
 #include <QtConcurrent/QtConcurrentRun>
-#include <QtCore/QCoreApplication>
-#include <QtCore/QElapsedTimer>
 #include <QtCore/QEventLoop>
 #include <QtCore/QFile>
 #include <QtCore/QTimer>
@@ -23,8 +22,6 @@ namespace
 {
 
 constexpr int pollMs = 20;
-/// Pictures are put in for so long at a stretch; then the window has its turn.
-constexpr int portionMs = 10;
 
 /// The same as readPicture(), without free borders.
 void readCropped(const QString &path, QImage *out)
@@ -136,35 +133,19 @@ bool PictureImport::isStopped(Progress *progress, int done)
 
 bool PictureImport::insertAll(Progress *progress, unsigned int first)
 {
-    QObject watch;
-    QObject::connect(m_sprites, &QAbstractItemModel::modelReset, &watch,
-                     [this] { m_isCancelled = true; });
-    QElapsedTimer portion;
-    portion.start();
-    const auto goesOn = [&](int done, bool isLast) {
-        if (portion.elapsed() < portionMs && !isLast)
-            return true;
-        QCoreApplication::processEvents();
-        const bool stopped = isStopped(progress, m_files.size() + done);
-        portion.restart();
-        return !stopped;
-    };
-    const int last = m_files.size() - 1;
-    bool isWhole = true;
-    m_sprites->beginChange();
-    for (int file = 0; file <= last && isWhole; ++file) {
+    PortionedChange<Sprites> change(m_sprites, [this, progress](int done) {
+        return !isStopped(progress, m_files.size() + done);
+    });
+    const int count = m_files.size();
+    for (int file = 0; file < count && change.isWhole(); ++file) {
         insert(file, first + m_added);
-        isWhole = goesOn(file + 1, file == last && m_forced.isEmpty());
+        change.stepped(file + 1, m_added > 0, file + 1 == count && m_forced.isEmpty());
     }
-    for (int i = 0; i < m_forced.size() && isWhole; ++i) {
+    for (int i = 0; i < m_forced.size() && change.isWhole(); ++i) {
         m_forced[i]->finishImport();
-        isWhole = goesOn(last + 1, i + 1 == m_forced.size());
+        change.stepped(count, true, i + 1 == m_forced.size());
     }
-    if (m_sprites && !isWhole && m_added > 0)
-        m_sprites->cancelChange();
-    else if (m_sprites)
-        m_sprites->endChange();
-    return isWhole;
+    return change.isWhole();
 }
 
 void PictureImport::insert(int file, unsigned int at)

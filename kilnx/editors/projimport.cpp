@@ -11,6 +11,7 @@
 #include <kilnx/sound/audiosamplewidget.h>
 #include <kilnx/sound/sounds.h>
 
+#include <QtCore/QDir>
 #include <QtGui/QKeyEvent>
 #include <QtWidgets/QButtonGroup>
 #include <QtWidgets/QComboBox>
@@ -38,25 +39,29 @@ ImportModel::ImportModel(QObject *parent)
 {
 }
 
-ImportModel::~ImportModel()
-{
-    qDeleteAll(m_items);
-}
+ImportModel::~ImportModel() = default;
 
 int ImportModel::rowCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : m_items.size();
+    return parent.isValid() ? 0 : int(m_items.size());
+}
+
+/// Null for no row.
+ImportItem *ImportModel::itemAt(const QModelIndex &index) const
+{
+    const bool isRow = index.isValid() && index.row() < rowCount();
+    return isRow ? m_items[std::size_t(index.row())].get() : nullptr;
 }
 
 QVariant ImportModel::data(const QModelIndex &index, int role) const
 {
-    const ImportItem *item = index.isValid() ? m_items.value(index.row()) : nullptr;
+    const ImportItem *item = itemAt(index);
     return item && role == Qt::DisplayRole ? QVariant(item->name) : QVariant();
 }
 
 bool ImportModel::setData(const QModelIndex &index, const QVariant &value, int role)
 {
-    ImportItem *item = index.isValid() ? m_items.value(index.row()) : nullptr;
+    ImportItem *item = itemAt(index);
     if (item && role == Qt::EditRole) {
         item->name = value.toString();
         Q_EMIT dataChanged(index, index);
@@ -70,26 +75,33 @@ Qt::ItemFlags ImportModel::flags(const QModelIndex &index) const
            (index.isValid() ? Qt::ItemIsEditable : Qt::NoItemFlags);
 }
 
+QList<ImportItem *> ImportModel::items() const
+{
+    QList<ImportItem *> list;
+    for (const auto &item : m_items)
+        list.append(item.get());
+    return list;
+}
+
 void ImportModel::append(int row, const QString &name)
 {
-    beginInsertRows(QModelIndex(), m_items.size(), m_items.size());
-    m_items.append(new ImportItem{row, name});
+    beginInsertRows(QModelIndex(), rowCount(), rowCount());
+    m_items.push_back(std::make_unique<ImportItem>(ImportItem{row, name}));
     endInsertRows();
 }
 
 void ImportModel::remove(int row)
 {
-    if (row < 0 || row >= m_items.size())
+    if (row < 0 || row >= rowCount())
         return;
     beginRemoveRows(QModelIndex(), row, row);
-    delete m_items.takeAt(row);
+    m_items.erase(m_items.begin() + row);
     endRemoveRows();
 }
 
 void ImportModel::clear()
 {
     beginResetModel();
-    qDeleteAll(m_items);
     m_items.clear();
     endResetModel();
 }
@@ -355,8 +367,9 @@ void ProjImportDlg::fillProjects()
             continue;
         connect(project, &QObject::destroyed, this, &QDialog::reject);
         m_sources.append(project);
-        m_projects->addItem(project->displayName(), QVariant::fromValue<QObject *>(project));
     }
+    for (Kiln::Project *project : qAsConst(m_sources))
+        m_projects->addItem(told(project), QVariant::fromValue<QObject *>(project));
     const auto hasItems = [this](Kiln::Project *project) {
         const QAbstractItemModel *model = sourceModel(project);
         return model && model->rowCount() > 0;
@@ -364,6 +377,17 @@ void ProjImportDlg::fillProjects()
     const auto first = std::find_if(m_sources.cbegin(), m_sources.cend(), hasItems);
     if (first != m_sources.cend())
         m_projects->setCurrentIndex(int(first - m_sources.cbegin()));
+}
+
+/// The name of a source; with its definition, where another one has the same.
+QString ProjImportDlg::told(Kiln::Project *project) const
+{
+    const QString name = project->displayName();
+    const auto isNamedSo = [&name](Kiln::Project *other) { return other->displayName() == name; };
+    const bool isAlone = std::count_if(m_sources.cbegin(), m_sources.cend(), isNamedSo) == 1;
+    return isAlone
+               ? name
+               : QStringLiteral("%1 (%2)").arg(name, QDir::toNativeSeparators(project->fileName()));
 }
 
 Kiln::Project *ProjImportDlg::source() const

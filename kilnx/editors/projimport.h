@@ -9,6 +9,9 @@
 #include <QtCore/QVector>
 #include <QtWidgets/QDialog>
 
+#include <memory>
+#include <vector>
+
 class QButtonGroup;
 class QComboBox;
 class QLineEdit;
@@ -59,13 +62,16 @@ public:
     bool setData(const QModelIndex &index, const QVariant &value, int role) override;
     Qt::ItemFlags flags(const QModelIndex &index) const override;
 
-    const QList<ImportItem *> &items() const { return m_items; }
+    /// They are the model's.
+    QList<ImportItem *> items() const;
     void append(int row, const QString &name);
     void remove(int row);
     void clear();
 
 private:
-    QList<ImportItem *> m_items;
+    ImportItem *itemAt(const QModelIndex &index) const;
+
+    std::vector<std::unique_ptr<ImportItem>> m_items;
 };
 
 } // namespace Kiln
@@ -109,6 +115,7 @@ private:
     QWidget *makeDestination();
     QWidget *makeConflicts();
     void fillProjects();
+    QString told(Kiln::Project *project) const;
     void showSource();
     void rowsChanged();
     void filterSource();

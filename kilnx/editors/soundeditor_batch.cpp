@@ -1,6 +1,5 @@
 // What the sound editor does to many sounds: resampling, and the import from other projects.
 
-#include <kilnx/cache/streamcachedata.h>
 #include <kilnx/editors/eachitem_p.h>
 #include <kilnx/editors/exportfiles_p.h>
 #include <kilnx/editors/soundeditor_p.h>
@@ -14,6 +13,7 @@
 #include <QtCore/QEventLoop>
 #include <QtCore/QFutureWatcher>
 #include <QtCore/QThreadPool>
+#include <QtCore/QTimer>
 
 #include <memory>
 
@@ -57,6 +57,9 @@ public:
         const int jobs = 2 * QThreadPool::globalInstance()->maxThreadCount();
         for (int i = 0; i < jobs; ++i)
             startNext();
+        QTimer poll;
+        QObject::connect(&poll, &QTimer::timeout, &m_loop, [this] { showDone(); });
+        poll.start(pollMs);
         if (m_running > 0)
             m_loop.exec();
         progress->finish();
@@ -65,6 +68,7 @@ public:
 
 private:
     using Watcher = QFutureWatcher<SoundSample>;
+    static constexpr int pollMs = 50;
 
     static SoundSample convert(const SoundSample &source, const SampleInfo &target)
     {
@@ -98,10 +102,18 @@ private:
     {
         --m_running;
         ++m_done;
-        if (!m_isCancelled)
-            m_progress->setProgress(m_done, 0, &m_isCancelled);
+        showDone();
         startNext();
         if (m_running == 0)
+            m_loop.quit();
+    }
+
+    /// A cancel does not wait for the sounds that are on their way: they have all that they need.
+    void showDone()
+    {
+        if (!m_isCancelled)
+            m_progress->setProgress(m_done, 0, &m_isCancelled);
+        if (m_isCancelled || !m_sounds)
             m_loop.quit();
     }
 
@@ -207,76 +219,58 @@ void SoundEditorPrivate::projImport()
     showInformation(window(), KilnTranslator::instance()->text(72), told);
 }
 
-/// How many sounds were added; -1 when the file or the source was closed behind a box, and when the
-/// user has cancelled. All is read before anything is changed.
+/// How many sounds were added, behind the current one; -1 when the file or the source was closed
+/// meanwhile, and when the user has cancelled. All questions come first, then one change.
 int SoundEditorPrivate::importSounds(Sounds &from, const ImportOptions &options)
 {
     const Still still(this);
     const QPointer<Sounds> source(&from);
+    const auto isWanted = [&] { return source && still.isSo(); };
+    const QString word = QStringLiteral("sound");
     ImportPlan plan(window(), *sounds, int(insertRow()), options.policy,
                     SoundEditor::tr("Sound '%1' already exists, do you want to replace it?"),
                     [this](int row) {
                         return sounds->itemAt(unsigned(row))->property(identifierName).toString();
                     });
-    QVector<QPersistentModelIndex> picked; // behind a box the source may have other rows
-    for (const ImportItem *item : options.items)
-        picked.append(source->index(item->row));
-    for (int i = 0; i < picked.size(); ++i) {
-        const Sound *sound =
-            picked[i].isValid() ? source->itemAt(unsigned(picked[i].row())) : nullptr;
-        if (sound && sound->data() && !sound->data()->isEmpty()) {
-            plan.settle(i, options.items[i]->name);
-        } else {
-            warnOfImport(*interface, QStringLiteral("sound"), options.items[i]->row,
-                         options.project->displayName());
-            plan.forgetRows();
-        }
-        if (!still.isSo() || !source)
-            return -1;
-    }
-    const QVector<ImportPlan::Step> &steps = plan.steps();
-    QVector<SoundSample> samples(steps.size());
-    const auto read = [&](int i) {
-        const QPersistentModelIndex &row = picked[steps[i].item];
-        if (source && row.isValid())
-            samples[i] = source->itemAt(unsigned(row.row()))->sample();
-    };
-    if (!doWithEach(this, steps.size(), SoundEditor::tr("Importing sounds..."), read) || !source)
+    if (!plan.settleAll(*interface, word, options, from, isWanted))
         return -1;
-    const int added = takeIn(steps, samples);
-    for (int i = 0; i < steps.size() && still.isSo() && options.project; ++i) {
-        if (samples[i].data.isEmpty())
-            warnOfImport(*interface, QStringLiteral("sound"), options.items[steps[i].item]->row,
-                         options.project->displayName());
-    }
-    return added;
-}
-
-/// As one change of the file, behind the current sound; what could not be decoded is left out. How
-/// many sounds were added.
-int SoundEditorPrivate::takeIn(const QVector<ImportPlan::Step> &steps,
-                               const QVector<SoundSample> &samples)
-{
     const unsigned int first = insertRow();
     unsigned int at = first;
-    sounds->beginChange();
-    for (int i = 0; i < steps.size(); ++i) {
-        if (samples[i].data.isEmpty())
-            continue;
-        if (steps[i].replaced.isValid()) {
-            Sound *target = sounds->itemAt(unsigned(steps[i].replaced.row()));
-            target->setSample(samples[i]);
-            target->setProperty(identifierName, steps[i].name);
-        } else if (sounds->insert(at, steps[i].name, samples[i])) {
-            ++at;
-        }
-    }
-    sounds->endChange();
+    QList<int> unread;
+    const auto take = [&](int i) {
+        const ImportPlan::Step &step = plan.steps()[i];
+        const QPersistentModelIndex &row = plan.source(step);
+        const SoundSample sample =
+            row.isValid() ? source->itemAt(unsigned(row.row()))->sample() : SoundSample();
+        if (sample.data.isEmpty())
+            unread.append(options.items[step.item]->row);
+        else
+            takeIn(step, sample, &at);
+        return !sample.data.isEmpty();
+    };
+    if (!changeEach(this, sounds.data(), plan.steps().size(),
+                    SoundEditor::tr("Importing sounds..."), isWanted, take))
+        return -1;
     if (at > first) {
         select(int(first));
         editor->contentsChanged();
     }
+    for (int i = 0; i < unread.size() && isWanted(); ++i)
+        warnOfImport(*interface, word, unread[i], options.project->displayName());
     return int(at - first);
+}
+
+void SoundEditorPrivate::takeIn(const ImportPlan::Step &step,
+                                const SoundSample &sample,
+                                unsigned int *at)
+{
+    if (!step.replaced.isValid()) {
+        *at += sounds->insert(*at, step.name, sample) != nullptr;
+        return;
+    }
+    Sound *target = sounds->itemAt(unsigned(step.replaced.row()));
+    target->setSample(sample);
+    target->setProperty(identifierName, step.name);
 }
 
 } // namespace Kiln

@@ -12,9 +12,9 @@
 #include <kilnx/project/translator.h>
 #include <kilnx/sound/wav.h>
 
+#include <QtCore/QBuffer>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
-#include <QtCore/QSaveFile>
 
 namespace Kiln
 {
@@ -33,11 +33,11 @@ SoundSample readSound(const QString &path)
     return soundFromWAV(&file);
 }
 
-/// The old file stays when the new one cannot be written in full.
-bool writeSound(const QString &path, const SoundSample &sample)
+/// The bytes of a WAV file; none for a sound that cannot be decoded.
+QByteArray encoded(const SoundSample &sample)
 {
-    QSaveFile file(path);
-    return !sample.data.isEmpty() && soundToWAV(sample, &file) && file.commit();
+    QBuffer buffer;
+    return !sample.data.isEmpty() && soundToWAV(sample, &buffer) ? buffer.data() : QByteArray();
 }
 
 QString text(int id)
@@ -165,7 +165,8 @@ void SoundEditorPrivate::saveSndAs()
     saveSounds(chosenRows(), path);
 }
 
-/// Tells of all that could not be written in one message. A cancel leaves whole files alone.
+/// Tells of all that could not be written in one message. After a cancel, and when the file is
+/// closed meanwhile, all is as it was before.
 void SoundEditorPrivate::saveSounds(const QVector<int> &chosen, const QString &path)
 {
     const Still still(this);
@@ -180,13 +181,19 @@ void SoundEditorPrivate::saveSounds(const QVector<int> &chosen, const QString &p
     const QStringList names = count > 1 ? exportNames(identifiers, path) : QStringList(path);
     if (!mayReplaceFiles(window(), text(154), names, path) || !still.isSo())
         return;
+    ExportedFiles files;
     QStringList failed;
-    doWithEach(this, count, text(154), [&](int i) {
-        if (rows[i].isValid() &&
-            !writeSound(names[i], sounds->itemAt(unsigned(rows[i].row()))->sample()))
+    const auto write = [&](int i) {
+        const QByteArray bytes = rows[i].isValid()
+                                     ? encoded(sounds->itemAt(unsigned(rows[i].row()))->sample())
+                                     : QByteArray();
+        if (bytes.isEmpty() || !files.write(names[i], bytes))
             failed.append(names[i]);
-    });
-    if (still.isSo() && !failed.isEmpty())
+    };
+    if (!doWithEach(this, count, text(154), write))
+        return;
+    failed += files.commit();
+    if (!failed.isEmpty())
         showWarning(
             window(), text(154),
             SoundEditor::tr("These sounds could not be saved:\n%1").arg(listedFiles(failed)));

@@ -75,7 +75,7 @@ public:
     // soundeditor_batch.cpp
     void convert(const QList<int> &rows, const SampleInfo &target);
     int importSounds(Sounds &from, const ImportOptions &options);
-    int takeIn(const QVector<ImportPlan::Step> &steps, const QVector<SoundSample> &samples);
+    void takeIn(const ImportPlan::Step &step, const SoundSample &sample, unsigned int *at);
 
     SoundEditor *const editor;
     Interface *const interface;

@@ -63,59 +63,60 @@ void SpriteEditorPrivate::projImport()
     showInformation(window(), KilnTranslator::instance()->text(72), told);
 }
 
-/// How many sprites were added; -1 when the file or the source was closed behind a box, and when
-/// the user has cancelled. All is read before anything is changed.
+/// How many sprites were added, behind the current one; -1 when the file or the source was closed
+/// meanwhile, and when the user has cancelled. All questions come first, then one change.
 int SpriteEditorPrivate::importFrom(Sprites &from, const SprImportDlg &dialog)
 {
     const ImportOptions options = dialog.options();
-    const Still still(this);
+    const QPointer<SpriteEditorPrivate> alive(this);
     const QPointer<Sprites> source(&from);
-    const int first = row.isValid() ? row.row() + 1 : 0;
-    ImportPlan plan(window(), *sprites, first, options.policy,
-                    SpriteEditor::tr("Sprite '%1' already exists, do you want to replace it?"),
-                    [this](int row) {
-                        return sprites->at(unsigned(row))->property(identifierName).toString();
-                    });
-    QVector<QPersistentModelIndex> picked; // behind a box the source may have other rows
-    for (const ImportItem *item : options.items)
-        picked.append(source->index(item->row));
-    QVector<QImage> pictures(picked.size());
-    const auto read = [&](int i) {
-        if (source && picked[i].isValid())
-            pictures[i] = source->at(unsigned(picked[i].row()))->image();
-    };
-    if (!doWithEach(this, picked.size(), SpriteEditor::tr("Importing sprites..."), read) || !source)
-        return -1;
-    for (int i = 0; i < pictures.size(); ++i) {
-        if (pictures[i].isNull()) {
-            warnOfImport(*interface, QStringLiteral("sprite"), options.items[i]->row,
-                         options.project->displayName());
-            plan.forgetRows();
-        } else {
-            plan.settle(i, options.items[i]->name);
-        }
-        if (!still.isSo() || !source)
-            return -1;
-    }
     const QPointer<Sprites> list = sprites;
+    const auto isWanted = [&] { return source && list && alive && alive->sprites == list; };
+    const int first = row.isValid() ? row.row() + 1 : 0;
+    const QString word = QStringLiteral("sprite");
+    ImportPlan plan(
+        window(), *list, first, options.policy,
+        SpriteEditor::tr("Sprite '%1' already exists, do you want to replace it?"),
+        [&list](int row) { return list->at(unsigned(row))->property(identifierName).toString(); });
+    if (!plan.settleAll(*interface, word, options, from, isWanted))
+        return -1;
+    const int count = plan.steps().size();
     unsigned int at = unsigned(first);
-    list->beginChange();
-    Palette *forced =
-        dialog.mode() > Sprite::ImagePalette ? copiedPalette(from, dialog.palette()) : nullptr;
-    for (const ImportPlan::Step &step : plan.steps()) {
-        const bool isNew = !step.replaced.isValid();
-        Sprite *target =
-            isNew ? list->insert(at, step.name, QImage()) : list->at(unsigned(step.replaced.row()));
-        if (!target)
-            continue;
-        target->setImage(pictures[step.item], false, dialog.mode(), forced);
-        target->setProperty(identifierName, step.name);
-        at += isNew;
-    }
-    list->endChange();
-    if (int(at) > first && list == sprites)
+    Palette *forced = nullptr;
+    QList<int> unread;
+    const auto take = [&](int i) {
+        if (i == 0 && dialog.mode() > Sprite::ImagePalette)
+            forced = copiedPalette(*source, dialog.palette());
+        const ImportPlan::Step &step = plan.steps()[i];
+        const QPersistentModelIndex &row = plan.source(step);
+        const QImage picture = row.isValid() ? source->at(unsigned(row.row()))->image() : QImage();
+        if (picture.isNull())
+            unread.append(options.items[step.item]->row);
+        else if (Sprite *target = targetOf(step, &at))
+            target->setImage(picture, false, dialog.mode(), forced);
+        return forced || !picture.isNull();
+    };
+    if (!changeEach(this, list.data(), count, SpriteEditor::tr("Importing sprites..."), isWanted,
+                    take))
+        return -1;
+    if (int(at) > first)
         setCurrent(unsigned(first));
+    for (int i = 0; i < unread.size() && isWanted(); ++i)
+        warnOfImport(*interface, word, unread[i], options.project->displayName());
     return int(at) - first;
+}
+
+/// What is replaced, or a new one at `at`, under its name.
+Sprite *SpriteEditorPrivate::targetOf(const ImportPlan::Step &step, unsigned int *at)
+{
+    if (step.replaced.isValid()) {
+        Sprite *target = sprites->at(unsigned(step.replaced.row()));
+        target->setProperty(identifierName, step.name);
+        return target;
+    }
+    Sprite *made = sprites->insert(*at, step.name, QImage());
+    *at += made != nullptr;
+    return made;
 }
 
 } // namespace Kiln

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <kilnx/editors/fieldguard.h>
+#include <kilnx/editors/importplan_p.h>
 #include <kilnx/editors/spriteeditor.h>
 #include <kilnx/forms/sprimport.h>
 #include <kilnx/image/sprite.h>
@@ -22,7 +23,6 @@ class SprImportDlg;
 namespace Kiln
 {
 
-enum class ConflictPolicy;
 class GraphicsWorkspace;
 class Interface;
 class LayerDrag;
@@ -121,6 +121,7 @@ public:
     // spriteeditor_import.cpp
     Palette *copiedPalette(const Sprites &source, int paletteRow);
     int importFrom(Sprites &from, const SprImportDlg &dialog);
+    Sprite *targetOf(const ImportPlan::Step &step, unsigned int *at);
 
     // spriteeditor_canvas.cpp
     /// The canvas as the sprite would have it.

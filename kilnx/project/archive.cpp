@@ -176,15 +176,15 @@ bool File::commit()
     const bool isOnDisk = isSynced();
     QString error = errorString();
     close();
-    if (isOnDisk && Kiln::takePlace(fileName(), name))
-        return true;
-    if (isOnDisk)
+    if (isOnDisk) {
+        if (Kiln::takePlace(fileName(), name))
+            return true;
         attempt([&name] { return !QFile::exists(name) || QFile::remove(name); });
-    const auto rename = [&] { return QFile::rename(fileName(), name); };
-    if (isOnDisk && attempt(rename))
-        return true;
-    if (isOnDisk)
-        error = errorString();
+        QFile whole(fileName());
+        if (attempt([&] { return whole.rename(name); }))
+            return true;
+        error = whole.errorString();
+    }
     Kiln::setFileError(
         QCoreApplication::translate("Kiln::Archive", "%1 The new contents are in '%2'.")
             .arg(error, fileName()));

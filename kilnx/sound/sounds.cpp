@@ -27,6 +27,12 @@ int Sounds::find(int from, const QVariant &identifier) const
     return -1;
 }
 
+void Sounds::cancelChange()
+{
+    endChange();
+    undo();
+}
+
 QAbstractItemModel *Sounds::model()
 {
     return this;

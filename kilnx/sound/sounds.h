@@ -45,6 +45,10 @@ public:
     QAbstractItemModel *model() override;
     void beginChange() override = 0;
     void endChange() override = 0;
+    /// Closes the group that beginChange() opened, in which something was changed, and takes all of
+    /// it back. Here by undo(), which leaves a step for redo(); an engine whose history can drop a
+    /// group leaves it as it was before.
+    virtual void cancelChange();
 
 protected:
     /// Takes `cache` over.

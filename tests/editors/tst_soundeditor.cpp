@@ -184,28 +184,34 @@ private slots:
         QCOMPARE(bench.host.progresses.last()->steps, QList<unsigned int>({0, 1, 2, 3}));
         QCOMPARE(bench.host.progresses.last()->finished, 1);
 
-        // They are asked about; a cancel stops at once, and leaves whole files alone.
+        // They are asked about; a cancel leaves all as it was.
+        QVERIFY(QFile::remove(bench.path(files[2])));
         writeFile(bench.path(files[0]), "old");
         writeFile(bench.path(files[1]), "old");
-        bench.host.cancelAt = 1;
+        const auto there = [&bench] {
+            return QDir(bench.directory.path()).entryList(QDir::Files | QDir::Hidden);
+        };
+        const QStringList before = there();
+        bench.host.cancelAt = 3;
         save("set.wav");
         bench.host.dialogs().expectBox(QMessageBox::Yes);
         bench.trigger("snd_save_sample");
-        QCOMPARE(readFile(bench.path(files[0])), wav(samples[0]));
-        QCOMPARE(readFile(bench.path(files[1])), QByteArray("old"));
+        QCOMPARE(there(), before);
+        QCOMPARE(readFile(bench.path(files[0])), QByteArray("old"));
 
-        // A full disk: a message with all names, and the old files as they were.
+        // A disk with room for two of them: a message with the name of the third.
         bench.host.cancelAt = 0;
         save("set.wav");
         bench.host.dialogs().expectBox(QMessageBox::Yes);
         bench.host.dialogs().expectBox(QMessageBox::Ok);
         {
-            const FullDisk full(64);
+            const FullDisk full(300);
             bench.trigger("snd_save_sample");
         }
         QCOMPARE(bench.host.dialogs().finish(), QString());
-        QVERIFY(bench.host.dialogs().seen().last().text.contains("set_b%1_2.wav"));
-        QCOMPARE(readFile(bench.path(files[0])), wav(samples[0]));
+        QVERIFY(bench.host.dialogs().seen().last().text.endsWith("\n" + bench.path(files[2])));
+        QCOMPARE(there(), before);
+        QCOMPARE(readFile(bench.path(files[1])), wav(samples[1]));
     }
 
     void resamples_data()
@@ -516,12 +522,15 @@ private slots:
         bench.editor->undo();
         QCOMPARE(entries(target), contents);
 
-        // A cancel while they are read changes nothing, and tells nothing.
+        // A cancel takes back what is in already, and tells nothing.
         bench.host.cancelAt = 1;
         heroes.expectImport({"0 one", "1 two"}, 3);
         bench.trigger("snd_import_proj");
         QCOMPARE(bench.host.dialogs().finish(), QString());
         QCOMPARE(entries(target), contents);
+        bench.editor->redo(); // the step that was undone before is there still
+        QCOMPARE(target.itemCount(), unsigned(after.size()));
+        bench.editor->undo();
 
         // With no other project there is nothing to choose from.
         bench.host.projects = {target.project()};
@@ -699,6 +708,20 @@ private slots:
         destination->findChild<QLineEdit *>()->setText("typed");
         dialog.accept();
         QCOMPARE(dialog.options().items.first()->name, QString("typed"));
+
+        // A name that two sources have is told with the place of each.
+        copyFolder(KILN_SOURCE_DIR "/examples/hero/", heroes.bench.path("twin/"));
+        EmberParentProject *twin =
+            EmberParentProject::open(heroes.bench.path("twin/"), FileSystemArchive::instance());
+        heroes.bench.host.projects += twin->openedProjects();
+        SndImportDlg both(&heroes.bench.host, heroes.target->project(), nullptr);
+        both.show();
+        projects = both.findChild<QComboBox *>("projects");
+        Project *wren = heroes.source->project();
+        const QString told = QString("%1 (%2)").arg(wren->displayName(), wren->fileName());
+        QVERIFY(projects->findText(told) >= 0 && projects->findText(wren->displayName()) < 0);
+        QVERIFY(projects->findText(heroes.target->project()->displayName()) >= 0);
+        twin->close();
     }
 
     // A plain list is changed beside it, saved and loaded between; undo goes back to the start.

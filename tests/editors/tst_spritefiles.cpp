@@ -608,12 +608,17 @@ private Q_SLOTS:
             dialog->findChild<QRadioButton *>(QString("policy%1").arg(policy))->click();
             dialog->accept();
         };
+        const auto ask = [&, answer = answer] {
+            for (int i = 0; answer && i < 2; ++i)
+                bench.host.dialogs().expectBox(QMessageBox::StandardButton(answer));
+        };
         if (policy < 0) {
             bench.host.dialogs().expectBox(QMessageBox::Ok);
-        } else {
-            // A cancel while they are read changes nothing, and asks and tells nothing.
+        } else if (policy != 2 || isEmpty) { // one alone has no indicator
+            // A cancel takes back what is in already, and tells nothing.
             bench.host.cancelAt = 2;
             bench.host.dialogs().expectDialog(choose);
+            ask();
             bench.trigger("spr_import_proj");
             QCOMPARE(bench.host.dialogs().finish(), QString());
             QCOMPARE(target->itemCount(), before);
@@ -621,8 +626,7 @@ private Q_SLOTS:
             bench.host.cancelAt = 0;
         }
         bench.host.dialogs().expectDialog(choose);
-        for (int i = 0; answer && i < 2; ++i)
-            bench.host.dialogs().expectBox(QMessageBox::StandardButton(answer));
+        ask();
         if (policy >= 0)
             bench.host.dialogs().expectBox(QMessageBox::Ok);
         bench.trigger("spr_import_proj");

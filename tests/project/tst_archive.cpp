@@ -291,6 +291,7 @@ private slots:
         const bool isReplaced = freeAfter < 1000;
         QCOMPARE(readFile(isReplaced ? target : path(temporary.toLatin1())), QByteArray("new"));
         QCOMPARE(names().contains(temporary), !isReplaced);
+        QVERIFY(!FileSystemArchive::lastError().startsWith("Unknown"));
     }
 
     void filesTakenAwayMeanwhile_data()
@@ -350,6 +351,7 @@ private slots:
         document->cursor().insertText("new ");
         diskFails = true;
         QVERIFY(!document->toFile(m_archive, target, false));
+        QVERIFY(FileSystemArchive::lastError().startsWith(qt_error_string(EIO)));
         const bool isNewSaved = save(path("other"), "new");
         diskFails = false;
         QVERIFY(document->isModified() && document->fileName() == target);

@@ -194,6 +194,9 @@ private slots:
                Files{{"d.def", "4 x/a\n4 a"}, {"e.def", ""}, {"a", "upper"}, {"x/a", "lower"}},
                QStringList({"d.def", "e.def"}), "./x",
                QStringList({"a: upper", "d.def: 4 x/a 4 a", "e.def: ", "x/a: lower"}), 0);
+        addRow("onto itself", Files{{"d.def", "4 a"}, {"e.def", ""}, {"a", "disk"}},
+               QStringList({"d.def", "e.def"}), "./",
+               QStringList({"a: disk", "d.def: 4 a", "e.def: "}), 0);
         const Files scanned{{"one/d.def", "4 a"},        {"one/a", "first"},
                             {"two/e.def", "4 a"},        {"two/a", "second"},
                             {"notes/deep/n.txt", "low"}, {"notes/n.txt", "top"},
@@ -241,6 +244,8 @@ private slots:
             row<Files, QStringList, QString, QStringList, int>();
         const bool isInside = target.startsWith("./");
         for (const bool isOnDisk : {true, false}) {
+            if (target == "./" && !isOnDisk)
+                continue; // nothing is copied to the same name in another archive
             MemoryArchive memory;
             memory.addOwner();
             const QString root = other() + (isOnDisk ? "disk/" : "memory/");
@@ -285,7 +290,7 @@ private slots:
             const QString tree = dump(*parent);
             const QString to = isInside ? root + target.mid(2) : base() + (isOnDisk ? "1" : "2");
             const QString place = target.contains("d.def") ? to + "/d.def" : to;
-            QString made = to + '/';
+            QString made = QDir::cleanPath(to) + '/';
             if (target.isEmpty()) {
                 QVERIFY(parent->backup("b"));
                 const QString name = QDir(root + "backup").entryList({"*_b"}).value(0);
@@ -294,7 +299,7 @@ private slots:
                 QVERIFY2(pattern.match(name).hasMatch(), qPrintable(name));
                 made = root + "backup/" + name + '/';
             } else {
-                const bool isReplaced = isInside && isOnDisk;
+                const bool isReplaced = isInside && isOnDisk && to != root;
                 QCOMPARE(parent->replacedBySaveAs(place),
                          isReplaced ? QStringList{to + "/a"} : QStringList());
                 parent->saveAs(place);
@@ -308,7 +313,8 @@ private slots:
             const SaveReport report = parent->saveReport();
             QCOMPARE(report.failures.size() + report.leftOut.size(), failures);
             QCOMPARE(report.text().count('\n') + !report.isComplete(), failures);
-            QCOMPARE(report.written.size() + report.copied.size(), found.size());
+            const bool staysOne = made == root; // the file that is not open
+            QCOMPARE(report.written.size() + report.copied.size(), found.size() - staysOne);
             for (const QString &name : report.written + report.copied)
                 QVERIFY2(found.filter(name.mid(made.size()) + ':').size() > 0, qPrintable(name));
             for (ProjectFile *file : qAsConst(changed))
@@ -578,7 +584,7 @@ private slots:
         QVERIFY(isNobody && isMade);
         QStringList told;
         for (const SaveReport::Failure &failure : m_parent->saveReport().failures)
-            told << failure.fileName.section('/', -2);
+            told << failure.fileName.section(path("backup/") + backups().value(0) + '/', 1);
         told.sort();
         QCOMPARE(told, QStringList({"all/locked", "all/shut"}));
     }
