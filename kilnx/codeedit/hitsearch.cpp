@@ -51,9 +51,9 @@ void HitSearch::setDocument(QTextDocument *document)
 
 void HitSearch::stop()
 {
-    if (m_isStopped)
-        *m_isStopped = true;
-    m_isStopped.reset();
+    if (m_stop)
+        *m_stop = true;
+    m_stop.reset();
     m_result = {};
     m_pollTimer.stop();
     m_delay.stop();
@@ -76,8 +76,8 @@ void HitSearch::poll()
 {
     using namespace std::chrono_literals;
     if (!m_result.valid()) { // the ones before must end first
-        m_isStopped = std::make_shared<std::atomic<bool>>(false);
-        m_result = searchAllText(m_expression, searchedText(m_document), m_isStopped);
+        m_stop = std::make_shared<std::atomic<bool>>(false);
+        m_result = searchAllText(m_expression, searchedText(m_document), m_stop);
         m_revision = m_document->revision();
     } else if (m_result.wait_for(0s) == std::future_status::ready) {
         m_hits = m_result.get();

@@ -50,7 +50,7 @@ private:
     QVector<TextMatch> m_hits;
     State m_state = NotSearched;
     std::future<QVector<TextMatch>> m_result;
-    std::shared_ptr<std::atomic<bool>> m_isStopped;
+    SearchStop m_stop;
     int m_revision = 0; ///< of the text that is being searched
     QTimer m_pollTimer;
     QTimer m_delay; ///< after a change of the text

@@ -4,6 +4,7 @@
 
 #include <QtGui/QTextDocument>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <system_error>
@@ -15,16 +16,20 @@ namespace Kiln
 namespace
 {
 constexpr std::chrono::seconds Patience(3);
-constexpr int MostAbandoned = 2;
 constexpr int MostMatches = 100000;
+// Threads that may still run when another is to begin: of searches that nothing stops, and of such
+// as end soon.
+constexpr int MostUnstoppable = 2;
+constexpr int MostRunning = 16;
+constexpr int LongText = 1 << 18; // characters
 
 std::atomic<int> running{0};
 
 // The result of `work` on a thread of its own; an invalid future where no thread is to be had.
 template<typename Result>
-std::future<Result> onThread(std::function<Result()> work)
+std::future<Result> onThread(int most, std::function<Result()> work)
 {
-    if (running >= MostAbandoned)
+    if (running >= most)
         return {};
     ++running;
     auto task = std::make_shared<std::packaged_task<Result()>>([work = std::move(work)] {
@@ -44,15 +49,82 @@ std::future<Result> onThread(std::function<Result()> work)
 
 // Waits for the result, but not for ever.
 template<typename Result>
-std::optional<Result> searched(const QRegExp &expression, std::function<Result()> work)
+std::optional<Result> searched(const QRegExp &expression, int most, std::function<Result()> work)
 {
     if (expression.patternSyntax() == QRegExp::FixedString)
         return work();
-    std::future<Result> result = onThread<Result>(std::move(work));
+    std::future<Result> result = onThread<Result>(most, std::move(work));
     if (!result.valid() || result.wait_for(Patience) != std::future_status::ready)
         return std::nullopt;
     return result.get();
 }
+
+/// Whether it repeats anything: all others are done with each start at once.
+bool mayTakeLong(const QRegExp &expression)
+{
+    const QString pattern = expression.pattern();
+    return expression.patternSyntax() != QRegExp::FixedString &&
+           std::any_of(pattern.begin(), pattern.end(), [](QChar sign) {
+               return sign == QLatin1Char('*') || sign == QLatin1Char('+') ||
+                      sign == QLatin1Char('{');
+           });
+}
+
+int mostBeside(const QRegExp &expression)
+{
+    return mayTakeLong(expression) ? MostUnstoppable : MostRunning;
+}
+
+// A "^" of its own means the start of the text, and that of a class none.
+bool isAnchorable(const QRegExp &expression)
+{
+    return expression.isValid() &&
+           !expression.pattern().remove(QLatin1String("[^")).contains(QLatin1Char('^'));
+}
+
+/// One expression on one text.
+class Search
+{
+public:
+    Search(const QRegExp &expression, const QString &text, const SearchStop &stop)
+        : m_expression(expression)
+        , m_text(text)
+        , m_stop(stop)
+        , m_isByStarts(mayTakeLong(expression) && isAnchorable(expression) &&
+                       (text.size() < LongText || running >= MostUnstoppable))
+    {
+        if (m_isByStarts)
+            m_expression.setPattern(QStringLiteral("^(?:%1)").arg(expression.pattern()));
+    }
+
+    /// The threads beside which it may begin.
+    int most() const { return m_isByStarts ? MostRunning : mostBeside(m_expression); }
+
+    TextMatch find(int from, bool backward)
+    {
+        const int position = m_isByStarts ? findByStarts(from, backward ? -1 : 1)
+                             : backward   ? m_expression.lastIndexIn(m_text, from)
+                                          : m_expression.indexIn(m_text, from);
+        return {position, position < 0 ? 0 : m_expression.matchedLength()};
+    }
+
+private:
+    // QRegExp comes back soon from a single start, and can be stopped in between; for that it
+    // forgoes its short ways to the next promising start.
+    int findByStarts(int from, int step)
+    {
+        for (int at = from; at >= 0 && at <= m_text.size() && !*m_stop; at += step) {
+            if (m_expression.indexIn(m_text, at, QRegExp::CaretAtOffset) == at)
+                return at;
+        }
+        return -1;
+    }
+
+    QRegExp m_expression;
+    const QString m_text;
+    const SearchStop m_stop;
+    const bool m_isByStarts;
+};
 
 bool isWord(QChar character)
 {
@@ -90,45 +162,49 @@ QRegExp searchExpression(const QString &text, unsigned int flags)
 std::optional<TextMatch>
 searchText(const QRegExp &expression, const QString &text, int from, bool backward)
 {
-    const auto work = [expression, text, from, backward]() -> TextMatch {
-        const int position =
-            backward ? expression.lastIndexIn(text, from) : expression.indexIn(text, from);
-        return {position, position < 0 ? 0 : expression.matchedLength()};
-    };
-    return searched<TextMatch>(expression, work);
+    const auto stop = std::make_shared<std::atomic<bool>>(false);
+    Search search(expression, text, stop);
+    const auto match =
+        searched<TextMatch>(expression, search.most(), [search, from, backward]() mutable {
+            return search.find(from, backward);
+        });
+    *stop = true;
+    return match;
 }
 
-std::future<QVector<TextMatch>> searchAllText(const QRegExp &expression,
-                                              const QString &text,
-                                              const std::shared_ptr<std::atomic<bool>> &isStopped)
+std::future<QVector<TextMatch>>
+searchAllText(const QRegExp &expression, const QString &text, const SearchStop &stop)
 {
-    return onThread<QVector<TextMatch>>([expression, text, isStopped] {
-        QVector<TextMatch> matches;
-        for (int from = 0; from < text.size() && matches.size() < MostMatches && !*isStopped;) {
-            const int position = expression.indexIn(text, from);
-            if (position < 0)
-                break;
-            const int length = expression.matchedLength();
-            if (length > 0)
-                matches.append({position, length});
-            from = position + qMax(1, length);
-        }
-        return matches;
-    });
+    Search search(expression, text, stop);
+    return onThread<QVector<TextMatch>>(
+        search.most(), [search, size = text.size(), stop]() mutable {
+            QVector<TextMatch> matches;
+            for (int from = 0; from < size && matches.size() < MostMatches && !*stop;) {
+                const TextMatch match = search.find(from, false);
+                if (match.position < 0)
+                    break;
+                if (match.length > 0)
+                    matches.append(match);
+                from = match.position + qMax(1, match.length);
+            }
+            return matches;
+        });
 }
 
 std::optional<QString>
 replaceText(const QRegExp &expression, const QString &text, const QString &replacement)
 {
-    return searched<QString>(expression, [expression, text, replacement]() -> QString {
+    const auto work = [expression, text, replacement]() -> QString {
         QString changed = text;
         return changed.replace(expression, replacement);
-    });
+    };
+    return searched<QString>(expression, mostBeside(expression), work);
 }
 
 std::optional<bool> matchesExactly(const QRegExp &expression, const QString &text)
 {
-    return searched<bool>(expression, [expression, text] { return expression.exactMatch(text); });
+    return searched<bool>(expression, mostBeside(expression),
+                          [expression, text] { return expression.exactMatch(text); });
 }
 
 } // namespace Kiln

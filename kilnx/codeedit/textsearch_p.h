@@ -16,7 +16,12 @@ namespace Kiln
 
 // Searches that come back. Some expressions take longer on a long text than anyone will wait, and
 // QRegExp cannot be stopped: such a search is left to end by itself on another thread, and gives no
-// result. While too many of them still run, no further one is begun.
+// result. An expression that repeats something is therefore tried at one start of the text after
+// the other where that costs little, and ends soon after its time. While too many searches still
+// run, no further one is begun.
+
+/// Set to true to have a search end.
+using SearchStop = std::shared_ptr<std::atomic<bool>>;
 
 struct TextMatch {
     int position = -1; ///< -1 when there is none
@@ -36,10 +41,9 @@ std::optional<TextMatch>
 searchText(const QRegExp &expression, const QString &text, int from, bool backward);
 
 /// All matches that are not empty, a hundred thousand at most. They come from another thread, which
-/// looks at `isStopped` after each; an invalid future where too many searches still run.
-std::future<QVector<TextMatch>> searchAllText(const QRegExp &expression,
-                                              const QString &text,
-                                              const std::shared_ptr<std::atomic<bool>> &isStopped);
+/// looks at `stop`; an invalid future where too many searches still run.
+std::future<QVector<TextMatch>>
+searchAllText(const QRegExp &expression, const QString &text, const SearchStop &stop);
 
 /// The text with every match replaced, as QString::replace() does it; nothing when the time is
 /// over.

@@ -62,6 +62,45 @@ private slots:
         QCOMPARE(found, empty || from != selected);
     }
 
+    /// Random expressions, against one search over the whole text.
+    void findsWhatThePlainSearchFinds()
+    {
+        QRandomGenerator random(5);
+        const QStringList signs{"a",   "b",   "(?:", "(", ")", "|",  "*",   "+",   "?",   "[^a]",
+                                "[ab", "\\b", ".",   "$", "^", "\n", "{2}", "\\1", "\\^", "]"};
+        for (int tried = 0; tried < 1500;) {
+            QString text;
+            QString pattern;
+            for (int i = random.bounded(12); i > 0; --i)
+                text += QStringLiteral("ab\n^")[random.bounded(4)];
+            for (int i = 1 + random.bounded(7); i > 0; --i)
+                pattern += signs[random.bounded(signs.size())];
+            const QRegExp plain(pattern, Qt::CaseInsensitive, QRegExp::RegExp2);
+            const bool isBackward = random.bounded(2);
+            const int from = random.bounded(text.size() + 1);
+            if (!plain.isValid())
+                continue;
+            ++tried;
+            int at =
+                isBackward ? plain.lastIndexIn(text, qMax(0, from - 1)) : plain.indexIn(text, from);
+            if (!isBackward && at == from && plain.matchedLength() == 0 && from < text.size())
+                at = plain.indexIn(text, from + 1);
+            const QPoint wanted =
+                at < 0 ? QPoint(from, from) : QPoint(at, at + plain.matchedLength());
+            m_document->fromString(text);
+            select(from, from);
+            const unsigned int flags =
+                CodeFileEditor::RegularExpression | (isBackward ? CodeFileEditor::Backward : 0U);
+            const bool isFound =
+                m_editor->find(static_cast<ProjectFile *>(m_document.get()), pattern, flags);
+            const QTextCursor cursor = view()->textCursor();
+            const QString what = QStringLiteral("%1 in %2 from %3 backward %4");
+            QVERIFY2(isFound == (at >= 0) &&
+                         wanted == QPoint(cursor.selectionStart(), cursor.selectionEnd()),
+                     qPrintable(what.arg(pattern, text).arg(from).arg(isBackward)));
+        }
+    }
+
     void replacesOne()
     {
         m_document->fromString("aa b aa");
@@ -116,7 +155,7 @@ private slots:
         add("one that never ends", endless, Find, true);
         add("one that never ends, replacing", endless, ReplaceAll, true);
         add("one that never ends, replacing what is selected", endless, ReplaceOne, true);
-        add("one too many of them", "a", ReplaceAll, true);
+        add("another right after them", "c?", ReplaceAll, false);
     }
 
     void hostileExpressions()
