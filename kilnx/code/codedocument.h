@@ -73,8 +73,8 @@ public:
     /// shows yet. Where a file of 8 MB or more is loaded into it, the colours go by themselves.
     void setDetail(Detail detail);
     Detail detail() const;
-    /// Whether loads into the empty document open a Interface::progress(), which handles events. A
-    /// load that the user cancels fails, and leaves the document empty.
+    /// Whether long loads, into the empty document or by reloadAsEdit(), open a Progress, which
+    /// handles events. A load that the user cancels fails, and leaves the document as it was.
     void setShowsProgress(bool shows);
     /// Whether that has happened to the last load.
     bool wasLoadCancelled() const;

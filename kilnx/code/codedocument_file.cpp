@@ -169,6 +169,67 @@ QString asStored(QString text)
         .replace(QLatin1Char('\r'), QLatin1Char('\n'))
         .replace(QLatin1Char('\n'), QChar::ParagraphSeparator);
 }
+
+/// What has to come into a text, and in place of what, to make another of it.
+struct Difference {
+    Difference(const QString &old, const QString &wanted)
+    {
+        const int shorter = std::min(old.size(), wanted.size());
+        start = int(std::mismatch(old.begin(), old.begin() + shorter, wanted.begin()).first -
+                    old.begin());
+        const int same = int(
+            std::mismatch(old.rbegin(), old.rbegin() + (shorter - start), wanted.rbegin()).first -
+            old.rbegin());
+        end = old.size() - same;
+        added = wanted.mid(start, wanted.size() - start - same);
+    }
+    bool isNone() const { return start == end && added.isEmpty(); }
+    QTextCursor place(const CodeDocument &document) const
+    {
+        QTextCursor cursor = document.cursor();
+        cursor.setPosition(start);
+        cursor.setPosition(end, QTextCursor::KeepAnchor);
+        return cursor;
+    }
+
+    int start;
+    int end;
+    QString added;
+};
+
+/// replaceText() in pieces, all of them one step of undo, with a whole document whenever the
+/// progress handles events. False, with the document as it was or gone, if the user does not want
+/// it any more.
+bool replaceInPieces(CodeDocument &document, const QString &text, LoadProgress &progress)
+{
+    const QPointer<QTextDocument> alive(&document);
+    const bool wasModified = document.isModified();
+    const Difference difference(document.toRawText(), asStored(text));
+    const QString &added = difference.added;
+    const QTextCursor place = difference.place(document);
+    for (int at = 0; at < added.size();) {
+        const int line =
+            added.indexOf(QChar::ParagraphSeparator, qMin(at + pieceSize, added.size()));
+        const int next = line < 0 ? added.size() : line + 1;
+        QTextCursor step(&document);
+        at == 0 ? step.beginEditBlock() : step.joinPreviousEditBlock();
+        document.insertOnCursor(added.mid(at, next - at), place);
+        step.endEditBlock();
+        document.setModified(false); // half a text is nobody's work
+        at = next;
+        const bool goesOn = progress.goesOn(at);
+        if (!alive)
+            return false;
+        if (goesOn)
+            continue;
+        document.undo();
+        document.clearUndoRedoStacks(QTextDocument::RedoStack);
+        document.setModified(wasModified);
+        return false;
+    }
+    document.replaceText(text); // whatever was typed meanwhile
+    return true;
+}
 } // namespace
 
 QT_WARNING_PUSH
@@ -434,14 +495,36 @@ void CodeDocument::rename(const QString &name)
 
 bool CodeDocument::reloadAsEdit()
 {
+    const QPointer<QTextDocument> alive(this);
+    const QString name = fileName();
+    const FileStamp stamp = FileStamp::of(name);
     QByteArray data;
-    if (!readWhole(archive(), fileName(), &data))
+    d->wasCancelled = false;
+    if (!readWhole(archive(), name, &data))
         return false;
-    int id = codecId();
     const bool hadBytes = !d->original.keptLines().isEmpty() || d->original.unreadLine() >= 0 ||
                           RawUtf8::indexOfByte(toRawText()) >= 0;
-    const QString text = d->original.read(data, &id);
-    replaceText(text);
+    std::unique_ptr<LoadProgress> progress;
+    if (d->showsProgress && data.size() > pieceSize)
+        progress = std::make_unique<LoadProgress>(name);
+    OriginalBytes original;
+    QString text;
+    int id = codecId();
+    const auto read = [&] { text = original.read(data, &id); };
+    if (progress)
+        progress->during(read, data.size());
+    else
+        read();
+    if (!alive)
+        return false;
+    if (!progress)
+        replaceText(text);
+    else if (!progress->goesOn(0) || !alive || !replaceInPieces(*this, text, *progress)) {
+        if (alive)
+            d->wasCancelled = true;
+        return false;
+    }
+    d->original = original;
     for (QTextBlock block = begin(); block.isValid(); block = block.next()) {
         if (CodeBlockData *record = CodeBlockData::testBlockData(block))
             record->d->originalLine = 0;
@@ -450,7 +533,7 @@ bool CodeDocument::reloadAsEdit()
     if (hadBytes) // lines that stay have their warnings already
         rehighlight();
     warnOfBytes(text);
-    acceptDisk();
+    FileWatchObject::loaded(stamp, name, data);
     setModified(false);
     return true;
 }
@@ -561,20 +644,9 @@ void CodeDocument::warnOfEncoding()
 
 void CodeDocument::replaceText(const QString &text)
 {
-    const QString old = toRawText();
-    const QString wanted = asStored(text);
-    const int shorter = std::min(old.size(), wanted.size());
-    const int start =
-        int(std::mismatch(old.begin(), old.begin() + shorter, wanted.begin()).first - old.begin());
-    const int end =
-        int(std::mismatch(old.rbegin(), old.rbegin() + (shorter - start), wanted.rbegin()).first -
-            old.rbegin());
-    if (start + end == old.size() && old.size() == wanted.size())
-        return;
-    QTextCursor changed = d->cursor;
-    changed.setPosition(start);
-    changed.setPosition(old.size() - end, QTextCursor::KeepAnchor);
-    insertOnCursor(wanted.mid(start, wanted.size() - start - end), changed);
+    const Difference difference(toRawText(), asStored(text));
+    if (!difference.isNone())
+        insertOnCursor(difference.added, difference.place(*this));
 }
 
 QList<ProjectFile::SearchResult> CodeDocument::search(const QRegularExpression &expression)

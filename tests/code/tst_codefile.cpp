@@ -750,6 +750,55 @@ private slots:
         QCOMPARE(document->toString(), edited);
     }
 
+    void longReloadsAreOneStep_data()
+    {
+        const auto add = columns<int, double, QByteArray>("detail", "cancelledAt", "meanwhile");
+        add("whole", CodeDocument::WithColors, 0., "");
+        add("cancelled while it is read", CodeDocument::WithColors, 0.01, "");
+        add("cancelled in the middle", CodeDocument::WithColors, 0.75, "");
+        add("cancelled in the middle, the text only", CodeDocument::TextOnly, 0.75, "");
+        add("typed in", CodeDocument::WithColors, 0., "typed");
+        add("the document goes", CodeDocument::WithColors, 0., "gone");
+    }
+
+    void longReloadsAreOneStep()
+    {
+        const auto [detail, cancelledAt, meanwhile] = row<int, double, QByteArray>();
+        TestHost host;
+        const QString text = Plain::sampleText(150000, 500) + QString(1 << 20, 'x') + "\n\nend";
+        memory.files["/long.plain"] = "x = 1\r\n";
+        document->setDetail(CodeDocument::Detail(detail));
+        document->setShowsProgress(true);
+        QVERIFY(document->fromFile(memory, "/long.plain", false));
+        QVERIFY(host.progresses.isEmpty()); // so short
+        document->insert(QString("typed"));
+        const QString before = document->toString();
+        memory.files["/long.plain"] = QString(text).replace("\n", "\r\n").toUtf8();
+        host.cancelAt = uint(2 * double(memory.files["/long.plain"].size() / 1024) * cancelledAt);
+        bool types = meanwhile == "typed";
+        if (meanwhile == "gone")
+            host.duringProgress = [this] { document.reset(); };
+        // Behind the first piece.
+        connect(static_cast<QTextDocument *>(document.get()), &QTextDocument::modificationChanged,
+                host.mainWindow(), [&](bool isModified) {
+                    if (!isModified && std::exchange(types, false))
+                        document->insert(QString("more"));
+                });
+        const bool isLoaded = document->reloadAsEdit();
+        QCOMPARE(isLoaded, cancelledAt == 0 && meanwhile != "gone");
+        QCOMPARE(host.progresses.value(0)->finished, 1);
+        if (meanwhile == "gone")
+            return;
+        QCOMPARE(document->wasLoadCancelled(), !isLoaded);
+        QCOMPARE(document->isModified(), !isLoaded);
+        QVERIFY(document->toString() == (isLoaded ? text : before));
+        QCOMPARE(Plain::faults(*document), QStringList());
+        QVERIFY(!document->isRedoAvailable());
+        document->undo();
+        if (meanwhile.isEmpty())
+            QCOMPARE(document->toString(), isLoaded ? before : QString("x = 1\n"));
+    }
+
 private:
     QString path(const char *name) { return directory->filePath(QLatin1String(name)); }
     Archive &archive = FileSystemArchive::instance();
