@@ -231,6 +231,7 @@ void FileWatcherManager::noteKnown(FileWatchObject *object, const QString &name)
     if (record == m_records.end())
         return;
     record->known = FileStamp::of(name);
+    record->other = FileStamp();
     record->digest.clear();
     record->isRead = false;
     settleLater();
@@ -245,6 +246,7 @@ void FileWatcherManager::noteLoaded(FileWatchObject *object,
     if (record == m_records.end())
         return;
     record->known = stamp;
+    record->other = FileStamp();
     record->isRead = true;
     if (listener())
         record->digest = digestOf(bytes);
@@ -262,8 +264,13 @@ FileWatchObject::DiskState FileWatcherManager::diskState(FileWatchObject *object
         return FileWatchObject::DiskState::Gone;
     if (record == m_records.end() || record->known == now)
         return FileWatchObject::DiskState::Same;
-    if (record->digest.isEmpty() || record->digest != digestOf(name))
+    // Hosts look often, and a file that waits for its user is not read each time.
+    if (record->digest.isEmpty() || record->other == now)
         return FileWatchObject::DiskState::Changed;
+    if (record->digest != digestOf(name)) {
+        record->other = now;
+        return FileWatchObject::DiskState::Changed;
+    }
     record->known = now;
     return FileWatchObject::DiskState::Same;
 }

@@ -106,6 +106,7 @@ private:
         FileStamp known;    ///< the file as it was loaded or saved last
         QByteArray digest;  ///< of its bytes; empty while nobody has read them for it
         bool isRead = true; ///< nothing is to be read for it
+        FileStamp other;    ///< the file as it was when its bytes were others; see diskState()
     };
     QHash<FileWatchObject *, Record> m_records;
     QSet<FileWatchObject *> m_held;
