@@ -194,7 +194,7 @@ QAction *ActionRegistry::add(const ActionRequest &request)
     const Entry entry{action, request.receiver, request.translator, request.textId};
     setTexts(entry);
     m_entries.insert(request.key, entry);
-    if (!viewKeys.contains(request.key)) // its keys would count everywhere
+    if (action->shortcutContext() == Qt::WindowShortcut) // others count where they are shown
         m_window->addAction(action);
     if (request.container)
         request.container->addAction(action);

@@ -54,6 +54,7 @@ CompareDialog::CompareDialog(const QString &name,
     layout->addWidget(m_buttons);
     resize(840, 440);
     connect(m_list, &QTreeWidget::currentItemChanged, this, &CompareDialog::compare);
+    connect(m_list, &QTreeWidget::itemChanged, this, &CompareDialog::marksChanged);
 }
 
 QPushButton *CompareDialog::addButton(const QString &text,

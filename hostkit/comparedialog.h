@@ -55,6 +55,10 @@ public:
     int currentFile() const;
     bool isMarked(int file) const;
 
+Q_SIGNALS:
+    /// The user has marked a file, or taken its mark away.
+    void marksChanged();
+
 private:
     void compare();
 

@@ -415,6 +415,7 @@ void FileDesk::putAway(Kiln::ProjectFile *file)
         m_givenUp.insert(file);
     else if (isOther)
         file->fromFile(file->archive(), file->fileName(), false);
+    Q_EMIT changed();
 }
 
 /// Whether a file neither lies in the directory of the project nor is named by a definition.

@@ -78,6 +78,7 @@ public:
     /// Has a file count as changed, although it has no changes of its own: what is here is nowhere
     /// on disk any more. Ends with setKept(false), and when the file is closed.
     void setKept(Kiln::ProjectFile *file, bool isKept);
+    bool isKept(Kiln::ProjectFile *file) const { return m_kept.contains(file); }
     /// Whether a file has no changes but is gone from the disk, so that memory holds the only copy.
     static bool isGone(Kiln::ProjectFile *file);
     /// File names for a message, a line each; of many, the first ones and how many more there are.

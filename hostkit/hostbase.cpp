@@ -284,6 +284,10 @@ void HostBase::Private::connectParts()
     connect(outside.get(), &OutsideChanges::message, status,
             [this](const QString &text) { status->tell(text); });
     connect(outside.get(), &OutsideChanges::saveRequested, saving.get(), &SaveDesk::save);
+    connect(outside.get(), &OutsideChanges::writeRequested, saving.get(), &SaveDesk::writeAgain);
+    journal.setOnlyHereTest([this](Kiln::ProjectFile *file) {
+        return outside && (outside->isGone(file) || desk->isKept(file));
+    });
     saving->setOverwriteTest(
         [this](const QList<Kiln::ProjectFile *> &files) { return outside->mayOverwrite(files); });
     connect(desk.get(), &FileDesk::changed, &openFiles, &OpenFiles::touch);

@@ -21,6 +21,7 @@
 #include <QLabel>
 #include <QPushButton>
 
+#include <algorithm>
 #include <utility>
 
 namespace HostKit
@@ -32,7 +33,7 @@ namespace
 {
 constexpr int Quiet = 200; // milliseconds
 
-enum Answer { Later, Reload, Keep };
+enum Answer { Later, Reload, Write, Keep };
 
 Kiln::FileWatchObject *watched(Kiln::ProjectFile *file)
 {
@@ -114,10 +115,11 @@ void OutsideChanges::makeBar()
         connect(button, &QPushButton::clicked, this, act);
         return button;
     };
-    m_reload = add(tr("Re&load"), "changes_reload", [this] { reloadShown(); });
+    // The menus and the find bar leave few letters; loading and writing are never offered at once.
+    m_reload = add(tr("Load from d&isk"), "changes_reload", [this] { reloadShown(); });
     m_compare =
         add(tr("Co&mpare..."), "changes_compare", [this] { choose(m_tabs->currentFile()); });
-    m_write = add(tr("&Write again"), "changes_write", [this] { Q_EMIT saveRequested(); });
+    m_write = add(tr("Wr&ite again"), "changes_write", [this] { Q_EMIT saveRequested(); });
     m_keep = add(tr("&Keep"), "changes_keep", [this] { keep(m_tabs->currentFile()); });
     m_others = add(QString(), "changes_others", [this] { choose(nullptr); });
     m_bar->hide();
@@ -131,11 +133,14 @@ void OutsideChanges::look()
         return;
     }
     const QSet<QString> paths = std::exchange(m_paths, {});
-    const QList<Kiln::ProjectFile *> files = m_session.files();
+    QList<Kiln::ProjectFile *> files = m_session.files();
+    files.erase(std::remove_if(files.begin(), files.end(),
+                               [&paths](auto *file) { return !paths.contains(file->fileName()); }),
+                files.end());
     QStringList loaded;
-    for (Kiln::ProjectFile *file : files) {
+    for (Kiln::ProjectFile *file : qAsConst(files)) {
         // One that was loaded before may have brought another to its end.
-        if (m_session.files().contains(file) && paths.contains(file->fileName()) && judge(file))
+        if (m_session.files().contains(file) && judge(file))
             loaded.append(FileTabs::title(file));
     }
     if (!loaded.isEmpty())
@@ -240,7 +245,7 @@ void OutsideChanges::showBar()
     m_write->setVisible(isGoneHere);
     m_keep->setVisible(isShown);
     m_others->setVisible(!files.isEmpty());
-    m_others->setText(isShown ? tr("Othe&rs (%1)...").arg(files.size()) : tr("Sho&w..."));
+    m_others->setText(isShown ? tr("&Browse others (%1)...").arg(files.size()) : tr("&Browse..."));
     m_bar->setVisible(isShown || !files.isEmpty());
 }
 
@@ -272,6 +277,11 @@ void OutsideChanges::reloadShown()
 void OutsideChanges::reload(const QList<Kiln::ProjectFile *> &files)
 {
     QStringList failed;
+    const auto isCancelled = [this](Kiln::ProjectFile *file) {
+        const auto *document =
+            m_session.files().contains(file) ? dynamic_cast<Kiln::CodeDocument *>(file) : nullptr;
+        return document && document->wasLoadCancelled();
+    };
     for (Kiln::ProjectFile *file : files) {
         if (!m_session.files().contains(file) || isGone(file))
             continue;
@@ -282,7 +292,7 @@ void OutsideChanges::reload(const QList<Kiln::ProjectFile *> &files)
                                             "load it again?")
                                              .arg(FileTabs::title(file))))
             continue;
-        if (m_session.files().contains(file) && !load(file))
+        if (m_session.files().contains(file) && !load(file) && !isCancelled(file))
             failed.append(name);
     }
     if (!failed.isEmpty())
@@ -317,15 +327,38 @@ void OutsideChanges::choose(Kiln::ProjectFile *only)
     const QList<Kiln::ProjectFile *> files = only ? QList<Kiln::ProjectFile *>{only} : waiting();
     if (files.isEmpty())
         return;
+    QList<Kiln::ProjectFile *> chosen;
+    const int answer = ask(files, only, &chosen);
+    QStringList gone;
+    if (answer == Reload)
+        reload(chosen);
+    for (Kiln::ProjectFile *file : qAsConst(chosen)) {
+        if (answer == Keep)
+            keep(file);
+        else if (answer == Write && isGone(file))
+            gone.append(file->fileName());
+    }
+    if (!gone.isEmpty())
+        Q_EMIT writeRequested(gone);
+}
+
+/// The answer, and the files that it is about. Those with changes here are marked at first if
+/// `marksEdited`.
+int OutsideChanges::ask(const QList<Kiln::ProjectFile *> &files,
+                        bool marksEdited,
+                        QList<Kiln::ProjectFile *> *chosen)
+{
     QVector<CompareDialog::File> rows;
+    bool isAnyGone = false;
     for (Kiln::ProjectFile *file : files) {
         const QDir base(file->project()->parent()->basePath());
         const bool isEdited = m_desk->isModified(file);
+        isAnyGone = isAnyGone || isGone(file);
         rows.append({base.relativeFilePath(file->fileName()),
                      isGone(file) ? tr("gone")
                      : isEdited   ? tr("changed here, too")
                                   : tr("changed"),
-                     file->fileName(), only || isGone(file) || !isEdited});
+                     file->fileName(), marksEdited || isGone(file) || !isEdited});
     }
     const auto texts = [&](int row) {
         auto *document = dynamic_cast<Kiln::CodeDocument *>(files.value(row));
@@ -341,23 +374,35 @@ void OutsideChanges::choose(Kiln::ProjectFile *only)
                             "be undone."),
                          tr("State"), rows, texts, m_window);
     dialog.setWindowTitle(tr("Changes by other programs"));
-    dialog.addButton(tr("&Reload"), "changes_take", QDialogButtonBox::AcceptRole, Reload);
-    dialog.addButton(tr("&Keep what is here"), "changes_hold", QDialogButtonBox::DestructiveRole,
-                     Keep);
+    QPushButton *take =
+        dialog.addButton(tr("&Reload"), "changes_take", QDialogButtonBox::AcceptRole, Reload);
+    QPushButton *write = dialog.addButton(tr("&Write again"), "changes_write_gone",
+                                          QDialogButtonBox::AcceptRole, Write);
+    QPushButton *hold = dialog.addButton(tr("&Keep what is here"), "changes_hold",
+                                         QDialogButtonBox::DestructiveRole, Keep);
     dialog.addButton(tr("&Later"), "changes_later", QDialogButtonBox::RejectRole, Later);
+    const auto marked = [&](bool wantsGone) {
+        for (int i = 0; i < files.size(); ++i) {
+            if (dialog.isMarked(i) && isGone(files.at(i)) == wantsGone)
+                return true;
+        }
+        return false;
+    };
+    const auto enable = [&] {
+        take->setEnabled(marked(false));
+        write->setEnabled(marked(true));
+        hold->setEnabled(marked(false) || marked(true));
+    };
+    connect(&dialog, &CompareDialog::marksChanged, &dialog, enable);
+    enable();
+    write->setVisible(isAnyGone);
     dialog.showFile(0);
     const int answer = dialog.exec();
-    QList<Kiln::ProjectFile *> chosen;
     for (int i = 0; i < files.size(); ++i) {
         if (dialog.isMarked(i) && m_session.files().contains(files.at(i)))
-            chosen.append(files.at(i));
+            chosen->append(files.at(i));
     }
-    if (answer == Reload)
-        reload(chosen);
-    for (Kiln::ProjectFile *file : qAsConst(chosen)) {
-        if (answer == Keep)
-            keep(file);
-    }
+    return answer;
 }
 
 bool OutsideChanges::mayOverwrite(const QList<Kiln::ProjectFile *> &files)

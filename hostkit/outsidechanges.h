@@ -55,6 +55,8 @@ public:
 
     /// The files that wait for the user.
     QList<Kiln::ProjectFile *> waiting() const;
+    /// Whether a file is known to be gone from the disk.
+    bool isGone(Kiln::ProjectFile *file) const;
     /// Asks about those that other programs have changed since they were loaded, before they are
     /// written over. False if the user says no.
     bool mayOverwrite(const QList<Kiln::ProjectFile *> &files);
@@ -64,6 +66,8 @@ Q_SIGNALS:
     void message(const QString &text);
     /// The file that is shown is to be written again.
     void saveRequested();
+    /// Files that are gone are to be written again.
+    void writeRequested(const QStringList &fileNames);
 
 private:
     enum State { Changed, Gone };
@@ -84,7 +88,9 @@ private:
     void keep(Kiln::ProjectFile *file);
     void choose(Kiln::ProjectFile *only);
     void reload(const QList<Kiln::ProjectFile *> &files);
-    bool isGone(Kiln::ProjectFile *file) const;
+    int ask(const QList<Kiln::ProjectFile *> &files,
+            bool marksEdited,
+            QList<Kiln::ProjectFile *> *chosen);
 
     ProjectSession &m_session;
     Settings &m_settings;

@@ -374,6 +374,12 @@ ProjectSession::typeOf(const QString &fileName, unsigned int id, Kiln::Project *
     return TextFile::isNameOf(name) ? TextFile::Type : FileID::Type(0);
 }
 
+bool ProjectSession::hasTypeOf(const QString &fileName) const
+{
+    Kiln::Project *project = m_parent ? projectOf(fileName) : nullptr;
+    return project && unsigned(typeOf(fileName, 0, project)) != 0;
+}
+
 Kiln::Project *ProjectSession::projectOf(const QString &fileName) const
 {
     const QList<Kiln::ParentProject *> open = parentProjects();

@@ -88,6 +88,9 @@ public:
     /// bytes comes in; every other file, a definition too, is given back as it is.
     Kiln::ProjectFile *asBytes(Kiln::ProjectFile *file);
 
+    /// Whether the engine, or the kit for plain text, has a type for files of that name.
+    bool hasTypeOf(const QString &fileName) const;
+
     /// Whether the user has cancelled the last loadFile().
     bool wasCancelled() const { return m_wasCancelled; }
 

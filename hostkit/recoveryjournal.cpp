@@ -103,9 +103,15 @@ RecoveryJournal::Drawing RecoveryJournal::drawingOf(Kiln::ProjectFile *file) con
     return m_drawingOf ? m_drawingOf(file) : Drawing();
 }
 
+/// Whether the disk does not have what the file itself holds.
+bool RecoveryJournal::isUnsaved(Kiln::ProjectFile *file) const
+{
+    return file->isModified() || (m_isOnlyHere && m_isOnlyHere(file));
+}
+
 bool RecoveryJournal::isChanged(Kiln::ProjectFile *file) const
 {
-    return file->canSave() && (file->isModified() || drawingOf(file).row >= 0);
+    return file->canSave() && (isUnsaved(file) || drawingOf(file).row >= 0);
 }
 
 void RecoveryJournal::look(bool isUrgent)
@@ -204,7 +210,7 @@ void RecoveryJournal::take(Kiln::ProjectFile *file)
     QElapsedTimer clock;
     clock.start();
     BytesArchive archive;
-    const bool isTaken = !file->isModified() || file->toFile(archive, file->fileName(), true);
+    const bool isTaken = !isUnsaved(file) || file->toFile(archive, file->fileName(), true);
     const auto found = m_kept.find(file);
     if (found == m_kept.end())
         return;

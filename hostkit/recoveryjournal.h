@@ -63,6 +63,12 @@ public:
     {
         m_drawingOf = drawingOf;
     }
+    /// Who knows of files without changes that are nowhere on disk any more: the journal keeps
+    /// them, too.
+    void setOnlyHereTest(const std::function<bool(Kiln::ProjectFile *)> &test)
+    {
+        m_isOnlyHere = test;
+    }
     /// A file has changed in a way that its model does not tell.
     void touch(Kiln::ProjectFile *file);
 
@@ -113,6 +119,7 @@ private:
     template<typename Work>
     void keep(Kiln::ProjectFile *file, Kept &kept, Lane &lane, const Work &work);
     void take(Kiln::ProjectFile *file);
+    bool isUnsaved(Kiln::ProjectFile *file) const;
     bool isChanged(Kiln::ProjectFile *file) const;
     Drawing drawingOf(Kiln::ProjectFile *file) const;
     void forget(Kiln::ProjectFile *file);
@@ -128,6 +135,7 @@ private:
     QStringList m_adoptedPaths;                        ///< these directories
     KeptFiles m_kept;
     std::function<Drawing(Kiln::ProjectFile *)> m_drawingOf;
+    std::function<bool(Kiln::ProjectFile *)> m_isOnlyHere;
     Lane m_texts;
     Lane m_items;
     QThreadPool m_syncer;   ///< one thread, which waits for the disk

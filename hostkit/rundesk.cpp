@@ -73,9 +73,11 @@ void RunDesk::run()
     // An engine may find its output elsewhere, as in a file.
     if (!m_wrote && !output.isEmpty())
         m_pieces.append({output, false});
-    if (!m_isTold)
-        finish(m_project || !hasRun ? NotRun : Stopped,
-               m_project ? tr("Not run") : tr("Stopped, as the project was closed"));
+    flush();
+    const End otherwise = {m_project || !hasRun ? NotRun : Stopped,
+                           m_project ? tr("Not run") : tr("Stopped, as the project was closed")};
+    const End end = m_end.value_or(otherwise);
+    Q_EMIT ended(end.outcome, end.text);
     m_isRunning = false;
     Q_EMIT runningChanged(false);
     if (self && !m_missing.isEmpty())
@@ -84,8 +86,9 @@ void RunDesk::run()
 
 void RunDesk::watch(Kiln::ParentProject *project)
 {
-    m_isStopping = m_isTold = m_wrote = false;
+    m_isStopping = m_wrote = false;
     m_missing.clear();
+    m_end.reset();
     m_leftOut = 0;
     for (auto &decoder : m_decoders)
         decoder.reset(QTextCodec::codecForLocale()->makeDecoder());
@@ -101,12 +104,12 @@ void RunDesk::watch(Kiln::ParentProject *project)
     connect(project, &Kiln::ParentProject::engineEnded, this, [this](int exitCode, bool crashed) {
         const QString seconds = QString::number(double(m_clock.elapsed()) / 1000, 'f', 1);
         if (m_isStopping)
-            finish(Stopped, tr("Stopped after %1 s").arg(seconds));
+            m_end = End{Stopped, tr("Stopped after %1 s").arg(seconds)};
         else if (crashed)
-            finish(Failed, tr("Crashed after %1 s").arg(seconds));
+            m_end = End{Failed, tr("Crashed after %1 s").arg(seconds)};
         else
-            finish(exitCode == 0 ? Succeeded : Failed,
-                   tr("Ended with exit code %1 after %2 s").arg(exitCode).arg(seconds));
+            m_end = End{exitCode == 0 ? Succeeded : Failed,
+                        tr("Ended with exit code %1 after %2 s").arg(exitCode).arg(seconds)};
     });
 }
 
@@ -142,13 +145,6 @@ void RunDesk::flush()
         Q_EMIT wrote(tr("\n[%1 characters left out]\n").arg(leftOut), false);
     for (const Piece &piece : pieces)
         Q_EMIT wrote(piece.text, piece.isError);
-}
-
-void RunDesk::finish(Outcome outcome, const QString &text)
-{
-    flush();
-    m_isTold = true;
-    Q_EMIT ended(outcome, text);
 }
 
 void RunDesk::stop()

@@ -72,11 +72,14 @@ private:
         QString text;
         bool isError;
     };
+    struct End {
+        Outcome outcome;
+        QString text;
+    };
 
     void watch(Kiln::ParentProject *project);
     void take(const QByteArray &data, bool isError);
     void flush();
-    void finish(Outcome outcome, const QString &text);
     void offerSetUp(const QString &program);
     static std::optional<QString> missingProgram(Kiln::ParentProject *project);
 
@@ -86,9 +89,9 @@ private:
     QPointer<Kiln::ParentProject> m_project; ///< that runs
     bool m_isRunning = false;
     bool m_isStopping = false;
-    bool m_isTold = false; ///< how it ended
-    bool m_wrote = false;  ///< something to its standard output
-    QString m_missing;     ///< the program that was not found
+    bool m_wrote = false; ///< something to its standard output
+    QString m_missing;    ///< the program that was not found
+    std::optional<End> m_end;
     std::unique_ptr<QTextDecoder> m_decoders[2];
     QVector<Piece> m_pieces; ///< not told yet
     int m_size = 0;          ///< of their texts

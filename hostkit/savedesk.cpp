@@ -187,7 +187,8 @@ void SaveDesk::saveAll()
                              "again?\n%1")
                               .arg(FileDesk::listed(missing))))
         writeAgain(missing);
-    m_desk->syncWithEditor();
+    else
+        m_desk->syncWithEditor();
 }
 
 bool SaveDesk::saveProjectAs()
@@ -278,11 +279,14 @@ void SaveDesk::saveKept(Kiln::ParentProject *project)
 
 void SaveDesk::writeAgain(const QStringList &files)
 {
+    if (!settle())
+        return;
     for (const QString &name : files) {
         Kiln::ProjectFile *file = m_session->findFile(name);
         if (file && !file->toFile(file->archive(), file->fileName(), false))
-            tellWhyNot(tr("Save all"), file);
+            tellWhyNot(tr("Save"), file);
     }
+    m_desk->syncWithEditor();
 }
 
 void SaveDesk::tellWhyNot(const QString &title, Kiln::ProjectFile *file)

@@ -43,6 +43,8 @@ public:
     void save();
     /// Asks for a name and saves the file that is shown under it.
     void saveAs();
+    /// Writes files that are gone from the disk there again, by their names.
+    void writeAgain(const QStringList &files);
     /// Saves every modified file of the project, and offers to write those again that are gone.
     void saveAll();
     /// Asks for a place and saves the whole project there; true if it was moved.
@@ -64,7 +66,6 @@ private:
     bool mayReplace(const QString &title, const QStringList &files);
     bool tellReport(const QString &title, const Kiln::ParentProject *project);
     void saveKept(Kiln::ParentProject *project);
-    void writeAgain(const QStringList &files);
     void tellWhyNot(const QString &title, Kiln::ProjectFile *file);
 
     ProjectSession *m_session;

@@ -14,6 +14,7 @@ namespace
 {
 constexpr int MostDifferences = 1000;
 constexpr int Around = 3; // lines shown beside a difference
+constexpr int MostShown = 20000;
 
 // The furthest places on the diagonals -d to d, for each number of differences d that was tried.
 using Trace = QVector<QVector<int>>;
@@ -128,7 +129,7 @@ void CompareView::compare(const QString &before, const QString &after)
     whole.beginEditBlock(); // the view lays out once, and not for each line
     int shown = 0;
     bool isCut = false;
-    for (int i = 0; i < lines.size(); ++i) {
+    for (int i = 0; i < lines.size() && document()->blockCount() <= MostShown; ++i) {
         shown += near.at(i);
         if (shown > 0)
             addLine(lines.at(i));
@@ -136,6 +137,8 @@ void CompareView::compare(const QString &before, const QString &after)
             addLine({ComparedLine::Same, QString(QChar(0x2026))});
         isCut = shown == 0;
     }
+    if (document()->blockCount() > MostShown)
+        addLine({ComparedLine::Same, tr("Here the comparison ends: the files differ too much.")});
     whole.endEditBlock();
     moveCursor(QTextCursor::Start);
 }

@@ -235,15 +235,16 @@ void FindInFilesDock::activate(QTreeWidgetItem *item)
 
 void FindInFilesDock::replaceChecked()
 {
-    QList<QTreeWidgetItem *> files;
+    if (m_replacement->text().isEmpty() &&
+        !Kiln::askQuestion(this, windowTitle(), tr("Do you want to remove what was found?")))
+        return;
+    QList<QTreeWidgetItem *> files; // behind the question, which may have closed the project
     for (int i = 0; i < m_results->topLevelItemCount(); ++i) {
         QTreeWidgetItem *item = m_results->topLevelItem(i);
         if (item->flags() & Qt::ItemIsUserCheckable && item->checkState(0) != Qt::Unchecked)
             files.append(item);
     }
-    if (files.isEmpty() ||
-        (m_replacement->text().isEmpty() &&
-         !Kiln::askQuestion(this, windowTitle(), tr("Do you want to remove what was found?"))))
+    if (files.isEmpty())
         return;
     int replaced = 0;
     int missed = 0;

@@ -18,6 +18,7 @@
 #include <hostkit/statusfields.h>
 
 #include <kilnx/forms/messageboxes.h>
+#include <kilnx/project/archive.h>
 #include <kilnx/project/engine.h>
 #include <kilnx/project/filedialogs.h>
 #include <kilnx/project/parentproject.h>
@@ -164,12 +165,18 @@ void MainWindow::makeFile(const QString &directory)
     else if (QFileInfo::exists(path))
         Kiln::showWarning(this, title,
                           tr("'%1' exists already.").arg(QDir::toNativeSeparators(path)));
-    else if (Kiln::ProjectFile *file = m_host.session().createFile(path, 0))
-        m_host.desk().showFile(file);
-    else
+    else if (!m_host.session().hasTypeOf(path))
         Kiln::showWarning(this, title,
                           tr("'%1' cannot be made. The engine tells a file's type by its suffix.")
                               .arg(QDir::toNativeSeparators(path)));
+    else if (Kiln::ProjectFile *file = m_host.session().createFile(path, 0))
+        m_host.desk().showFile(file);
+    else
+        Kiln::showWarning(
+            this, title,
+            tr("'%1' cannot be made. %2")
+                .arg(QDir::toNativeSeparators(path), Kiln::FileSystemArchive::lastError())
+                .trimmed());
 }
 
 // Within its directory: other files and programs may count on where it is.

@@ -157,9 +157,16 @@ private slots:
         }
         QCOMPARE(tabs.tabText(tabs.currentIndex()), "hurt.glow (gone)");
         QVERIFY(!QFileInfo::exists(name));
-        // A directory in its place is not it.
+        // A directory in its place is not it, and no news.
         for (const bool isDirectory : {true, false}) {
-            QVERIFY(!isDirectory || QDir().mkpath(name));
+            if (isDirectory) {
+                QVERIFY(QDir().mkpath(name));
+                replaceFile(path("heroes/wren/air.glow"), "; witness\r\n");
+                auto *witness = dynamic_cast<Kiln::CodeDocument *>(
+                    session().findFile(path("heroes/wren/air.glow")));
+                QTRY_COMPARE(witness->toString(), QString("; witness\n"));
+                QVERIFY(host().outsideChanges().waiting().isEmpty());
+            }
             m_dialogs->expectBox(QMessageBox::No);
             actions()->closeFile->trigger();
             QVERIFY(document());
@@ -395,8 +402,10 @@ private slots:
                 compared = dialog->findChild<QPlainTextEdit *>("changes_compare")->toPlainText();
                 QTest::mouseClick(dialog->findChild<QPushButton *>("changes_take"), Qt::LeftButton);
             });
-        if (!button.isEmpty())
+        if (!button.isEmpty()) {
+            QVERIFY(bar->findChild<QPushButton *>(button)->isVisible());
             QTest::mouseClick(bar->findChild<QPushButton *>(button), Qt::LeftButton);
+        }
         QCOMPARE(compared.contains("+ ; from outside"), edited && taken);
         QCOMPARE(compared.contains("; mine"), edited && taken);
         QVERIFY(!waits(document()));
@@ -449,21 +458,43 @@ private slots:
         auto &changes = host().outsideChanges();
         QTRY_COMPARE(changes.waiting().size(), 4);
         QCOMPARE(changes.bar()->findChild<QPushButton *>("changes_others")->text(),
-                 "Othe&rs (3)...");
+                 "&Browse others (3)...");
         QStringList rows;
+        QStringList enabled; // with all marked, with the gone one alone, with none
+        m_dialogs->expectDialog([&](QDialog *dialog) {
+            auto *list = dialog->findChild<QTreeWidget *>("changes_files");
+            const auto mark = [list](const QString &remark) {
+                for (int i = 0; i < list->topLevelItemCount(); ++i) {
+                    QTreeWidgetItem *item = list->topLevelItem(i);
+                    item->setCheckState(0, item->text(1) == remark || remark == "all"
+                                               ? Qt::Checked
+                                               : Qt::Unchecked);
+                }
+            };
+            for (const char *remark : {"all", "gone", "none"}) {
+                mark(remark);
+                enabled += remark;
+                for (const char *button : {"changes_take", "changes_write_gone", "changes_hold"}) {
+                    if (dialog->findChild<QPushButton *>(button)->isEnabled())
+                        enabled.last() += QLatin1String(" ") + button;
+                }
+            }
+            dialog->reject();
+        });
+        auto *others = changes.bar()->findChild<QPushButton *>("changes_others");
+        QTest::mouseClick(others, Qt::LeftButton);
+        QCOMPARE(enabled, QStringList({"all changes_take changes_write_gone changes_hold",
+                                       "gone changes_write_gone changes_hold", "none"}));
         m_dialogs->expectDialog([&](QDialog *dialog) {
             auto *list = dialog->findChild<QTreeWidget *>("changes_files");
             for (int i = 0; i < list->topLevelItemCount(); ++i) {
                 QTreeWidgetItem *item = list->topLevelItem(i);
                 rows += QFileInfo(item->text(0)).fileName() + ' ' + item->text(1) + ' ' +
                         QString::number(item->checkState(0));
-                if (item->text(1) == "gone") // which no reload brings back
-                    item->setCheckState(0, Qt::Checked);
             }
             dialog->findChild<QPushButton *>("changes_take")->click();
         });
-        QTest::mouseClick(changes.bar()->findChild<QPushButton *>("changes_others"),
-                          Qt::LeftButton);
+        QTest::mouseClick(others, Qt::LeftButton);
         rows.sort();
         QCOMPARE(rows, QStringList({"air.glow changed 2", "brain.glow gone 2",
                                     "ground.glow changed 2", "hurt.glow changed here, too 0"}));
@@ -482,18 +513,36 @@ private slots:
         m_dialogs->expectBox(QMessageBox::Yes);
         QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier);
         QVERIFY(readFile(names[1]).startsWith("; mine"));
-        QCOMPARE(changes.waiting().size(), 1);
-        m_dialogs->expectDialog(
-            [](QDialog *dialog) { dialog->findChild<QPushButton *>("changes_hold")->click(); });
-        QTest::mouseClick(changes.bar()->findChild<QPushButton *>("changes_others"),
-                          Qt::LeftButton);
-        QCOMPARE(changes.waiting().size(), 0);
+        for (const char *button : {"changes_write_gone", "changes_hold"}) {
+            m_dialogs->expectDialog(
+                [=](QDialog *dialog) { dialog->findChild<QPushButton *>(button)->click(); });
+            QTest::mouseClick(others, Qt::LeftButton);
+            QCOMPARE(changes.waiting().size(), 0);
+            QCoreApplication::processEvents();
+            if (QFile::remove(names[2])) // which was written again
+                QTRY_COMPARE(changes.waiting().size(), 1);
+        }
+        QVERIFY(!QFileInfo::exists(names[2]));
+        // A notice goes with its file, and with the changes that are discarded.
+        for (const char *name : {"shared/gallery.glow", "heroes/wren/hurt.glow"}) {
+            open(name);
+            type("; mine");
+            replaceFile(path(name), "; outside again\r\n");
+            open("heroes/wren/air.glow");
+            QTRY_COMPARE(changes.waiting().size(), 1);
+            QVERIFY(changes.bar()->isVisible());
+            m_dialogs->expectBox(QMessageBox::Discard);
+            QVERIFY(host().desk().closeFile(session().findFile(path(name))));
+            QVERIFY(!changes.bar()->isVisible());
+        }
         // Pictures have no undo: those that are edited are asked about.
         QVERIFY(host().desk().openFile(path("heroes/wren/wren.gleam"), 0));
         m_window->findChild<QAction *>("spr_layer_add")->trigger();
         replaceFile(path("heroes/wren/wren.gleam"), readFile(path("heroes/moss/moss.gleam")));
         QTRY_COMPARE(changes.waiting().size(), 1);
         auto *reload = changes.bar()->findChild<QPushButton *>("changes_reload");
+        QVERIFY(reload->isVisible());
+        QVERIFY(!changes.bar()->findChild<QPushButton *>("changes_compare")->isVisible());
         for (const bool takes : {false, true}) {
             m_dialogs->expectBox(takes ? QMessageBox::Yes : QMessageBox::No);
             QTest::mouseClick(reload, Qt::LeftButton);

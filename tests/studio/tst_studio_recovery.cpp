@@ -121,6 +121,19 @@ private:
         writeFile(kept() + "/of a dead host.lock"); // as a power cut leaves it
     }
 
+    /// What this host's journal holds of files of items.
+    QList<QByteArray> journaled() const
+    {
+        QList<QByteArray> found;
+        QDirIterator files(kept(), {"*.journal"}, QDir::Files, QDirIterator::Subdirectories);
+        while (files.hasNext()) {
+            JournalFile::Contents contents;
+            if (JournalFile::read(files.next(), &contents) && !contents.isText)
+                found += contents.items.bytes;
+        }
+        return found;
+    }
+
     void reopen()
     {
         m_window.reset();
@@ -251,8 +264,8 @@ private Q_SLOTS:
     void keptPicturesAreAskedAbout_data()
     {
         const auto add = columns<QByteArray>("what");
-        for (const char *what :
-             {"save", "save all", "close", "close window", "changed again", "changed back"})
+        for (const char *what : {"save", "save all", "close", "close window", "changed again",
+                                 "changed back", "another changed"})
             add(what, what);
     }
 
@@ -273,6 +286,10 @@ private Q_SLOTS:
         QTest::mouseClick(changes.bar()->findChild<QPushButton *>("changes_keep"), Qt::LeftButton);
         QVERIFY(changes.waiting().isEmpty());
         QCOMPARE(host().tabs().tabText(host().tabs().currentIndex()), "wren.gleam •");
+        QVERIFY(host().journal().flush());
+        BytesArchive held;
+        QVERIFY(host().deck().currentFile()->toFile(held, name, true));
+        QCOMPARE(journaled(), QList<QByteArray>{held.bytes});
         if (what.startsWith("save")) {
             (what == "save" ? actions()->save : actions()->saveAll)->trigger();
             QCOMPARE(readFile(name), mine);
@@ -289,6 +306,10 @@ private Q_SLOTS:
             QVERIFY(moss->toFile(archive, name, true));
             replaceFile(name, archive.bytes);
             QTRY_COMPARE(changes.waiting().size(), 1);
+        } else if (what == "another changed") { // which is no news of this one
+            replaceFile(path("heroes/wren/air.glow"), "; outside\r\n");
+            QTRY_COMPARE(changes.waiting().size(), 1);
+            QCOMPARE(changes.waiting().first()->fileName(), path("heroes/wren/air.glow"));
         } else if (what == "changed back") {
             replaceFile(name, mine);
             QTRY_COMPARE(host().tabs().tabText(host().tabs().currentIndex()), "wren.gleam");
@@ -322,6 +343,12 @@ private Q_SLOTS:
         open("heroes/wren/hurt.glow");
         type("; gone\n");
         const QString after = document()->toPlainText();
+        // One without changes, too, once it is gone.
+        const QString ground = path("heroes/wren/ground.glow");
+        open("heroes/wren/ground.glow");
+        const QString goneText = document()->toPlainText();
+        QVERIFY(QFile::remove(ground));
+        QTRY_COMPARE(host().outsideChanges().waiting().size(), 1);
         leaveBehind();
         QVERIFY(QFile::remove(path("heroes/wren/hurt.glow")));
         open("heroes/wren/air.glow");
@@ -331,13 +358,16 @@ private Q_SLOTS:
         m_window->show();
         m_dialogs->expectBox(QMessageBox::Yes);
         m_dialogs->expectDialog([](QDialog *dialog) {
-            QCOMPARE(dialog->findChild<QTreeWidget *>("recovery_files")->topLevelItemCount(), 1);
+            QCOMPARE(dialog->findChild<QTreeWidget *>("recovery_files")->topLevelItemCount(), 2);
             dialog->findChild<QPushButton *>("recovery_restore")->click();
         });
         m_window->reopenLast();
-        QCOMPARE(document()->toPlainText(), after);
-        QVERIFY(document()->isModified());
-        QVERIFY(!QFile::exists(path("heroes/wren/hurt.glow"))); // until it is saved
+        for (const QString &name : {path("heroes/wren/hurt.glow"), ground}) {
+            auto *back = dynamic_cast<Kiln::CodeDocument *>(session().findFile(name));
+            QVERIFY(back && static_cast<Kiln::ProjectFile *>(back)->isModified());
+            QCOMPARE(back->toPlainText(), name == ground ? goneText : after);
+            QVERIFY(!QFile::exists(name)); // until it is saved
+        }
         m_window->reopenLast();
     }
 
@@ -480,6 +510,32 @@ private Q_SLOTS:
             writeFile(file.filePath(), "{\"files\": [3, {\"file\": []}], \"current\": 7");
         reopen();
         QCOMPARE(titles(), QStringList("tidewater.hearth"));
+    }
+
+    /// Items are not taken in the middle of a stroke; text goes on.
+    void strokesAreNotDisturbed()
+    {
+        open("heroes/wren/air.glow");
+        auto *sounds =
+            dynamic_cast<Kiln::Sounds *>(session().findFile(path("heroes/wren/wren.peal")));
+        QVERIFY(sounds && sounds->insert(0, "new", {}));
+        QWindow *window = m_window->windowHandle();
+        QTest::mousePress(window, Qt::LeftButton, {}, {2, 2});
+        QDirIterator::IteratorFlags below = QDirIterator::Subdirectories;
+        const auto sizeOfAll = [&] {
+            qint64 size = 0;
+            for (QDirIterator files(kept(), {"*.journal"}, QDir::Files, below); files.hasNext();)
+                size += QFileInfo(files.next()).size();
+            return size;
+        };
+        for (int look = 0; look < 2; ++look) {
+            const qint64 before = sizeOfAll();
+            document()->insert("; more\n");
+            QTRY_VERIFY(sizeOfAll() > before);
+        }
+        QVERIFY(journaled().isEmpty());
+        QTest::mouseRelease(window, Qt::LeftButton, {}, {2, 2});
+        QTRY_COMPARE(journaled().size(), 1);
     }
 
     /// Only what cannot hold any text goes.

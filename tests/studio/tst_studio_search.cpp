@@ -155,6 +155,20 @@ private slots:
             writeFile(path("shared/") + name);
         writeFile(path("shared/zoo/a.glow"));
         QTRY_COMPARE(rows("shared").size(), before.size() + 5);
+        // What a definition says of a file shows in its row.
+        QSignalSpy told(tree->tree(), &HostKit::ProjectTree::dataChanged);
+        auto *wren =
+            dynamic_cast<Kiln::CodeDocument *>(session().findFile(path("heroes/wren/wren.wisp")));
+        const QPersistentModelIndex wave(tree->tree()->find(path("shared/wave1.glow")));
+        QCOMPARE(tree->tree()->fileId(wave), 0U);
+        wren->replaceText(wren->toString().replace(
+            "    states: hurt.glow\n",
+            "    states: hurt.glow\n    states: ../../shared/wave1.glow\n"));
+        QTRY_VERIFY(tree->tree()->fileId(wave) != 0);
+        QVERIFY(std::any_of(told.begin(), told.end(), [&](const QVariantList &call) {
+            return call.first().toModelIndex() == wave;
+        }));
+        wren->undo();
         const QStringList sorted = rows("shared").mid(0, 1) + rows("shared").filter("ave");
         QCOMPARE(sorted,
                  QStringList({"zoo", "wave1.glow", "Wave2.glow", "wave02b.glow", "wave10.glow"}));
@@ -205,10 +219,16 @@ private slots:
         field->setText(endless);
         QTRY_COMPARE_WITH_TIMEOUT(told->text(), tooLong, 20000);
         field->setText("@state");
-        QTRY_VERIFY_WITH_TIMEOUT(told->text().contains("hits"), 20000);
-        field->setText(endless);
-        QTest::keyClick(field, Qt::Key_Return);
-        QCOMPARE(told->text(), tooLong);
+        QTRY_COMPARE(told->text(), QString("2 hits"));
+        // What comes after them does not wait for them.
+        for (const char *next : {"@sta\\w*", "@state"}) {
+            field->setText(endless);
+            QTest::keyClick(field, Qt::Key_Return);
+            QCOMPARE(told->text(), tooLong);
+            field->setText(next);
+            QTest::keyClick(field, Qt::Key_Return);
+            QTRY_VERIFY2(told->text().endsWith(" of 2"), qPrintable(told->text()));
+        }
     }
 
     void linesWrapByASetting()
@@ -396,11 +416,16 @@ private slots:
         QVERIFY(QFile::exists(path("heroes/wren/fresh.glow")));
         type("; text");
         actions()->save->trigger();
-        // Taken, of no kind, and outside.
-        for (const char *wrong : {"hurt.glow", "no.type", "../../../up.glow"}) {
+        // Each with its reason.
+        for (const auto &[wrong, why] : {std::pair("hurt.glow", "exists already"),
+                                         {"no.type", "by its suffix"},
+                                         {"../../../up.glow", "outside"},
+                                         {"hurt.glow/below.glow", "cannot be made. Not a dir"}}) {
             name(wrong);
             m_dialogs->expectBox(QMessageBox::Ok);
             choose("heroes/wren/hurt.glow", "tree_new");
+            QVERIFY2(m_dialogs->seen().last().text.contains(why),
+                     qPrintable(m_dialogs->seen().last().text));
         }
         QVERIFY(!QFile::exists(path("heroes/wren/no.type")));
         QVERIFY(!QFile::exists(path("../up.glow")));

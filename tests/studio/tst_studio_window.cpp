@@ -1,11 +1,10 @@
 #include "windowtest.h"
 
-#include <hostkit/rundesk.h>
+#include <hostkit/outsidechanges.h>
 #include <hostkit/shortcuts.h>
 #include <hostkit/statusfields.h>
 #include <hostkit/theme.h>
 #include <kilnx/project/engine.h>
-#include <outputdock.h>
 #include <projecttreedock.h>
 
 using namespace HostKit;
@@ -552,91 +551,6 @@ private slots:
         QCOMPARE(field->text(), "Encoding: UTF-16LE");
     }
 
-    void engineRunsOnTheSavedFiles()
-    {
-        QVERIFY2(host().engine()->count() > 0, "the sample engine is there from the start");
-        open("heroes/wren/air.glow");
-        type("; saved before the run\n");
-        m_dialogs->expectBox(QMessageBox::Yes);
-        if (host().engine()->count() > 1)
-            m_dialogs->expectDialog([](QDialog *dialog) { dialog->accept(); });
-        actions()->run->trigger();
-        QVERIFY(readFile(path("heroes/wren/air.glow")).startsWith("; saved before the run\r\n"));
-        const QString output = m_window->findChild<OutputDock *>()->text();
-        QVERIFY2(output.contains("Ember game"), qPrintable(output));
-        QVERIFY2(output.contains("wren.wisp"), qPrintable(output));
-        QVERIFY(output.contains("exit code 0"));
-        QVERIFY(actions()->run->isEnabled());
-    }
-
-    // While the engine runs, files are edited and saved; closing the window asks.
-    void windowIsUsedWhileTheEngineRuns_data()
-    {
-        const auto add = columns<bool>("closes");
-        add("stopped by its command", false);
-        add("stopped by closing the window", true);
-    }
-
-    void windowIsUsedWhileTheEngineRuns()
-    {
-        const auto [closes] = row<bool>();
-        const QString game = m_directory->filePath("game");
-        writeFile(game, "#!/bin/sh\necho alive; echo fault >&2; exec sleep 1000\n");
-        QFile::setPermissions(game, QFile::ReadOwner | QFile::ExeOwner);
-        Kiln::Engine &engine = *host().engine();
-        const auto info = engine.at(0);
-        engine.edit(0, info.name, game, "", "");
-        open("heroes/wren/air.glow");
-        auto *output = m_window->findChild<OutputDock *>();
-        bool wasUsed = false;
-        const auto use = [&, closes = closes] {
-            wasUsed = true;
-            type("; while it runs\n");
-            QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier);
-            QVERIFY(!actions()->run->isEnabled());
-            if (!closes) {
-                QTest::keyClick(m_window.get(), Qt::Key_F5, Qt::ShiftModifier);
-                return;
-            }
-            for (const auto answer : {QMessageBox::No, QMessageBox::Yes}) {
-                m_dialogs->expectBox(answer);
-                QTest::keyClick(m_window.get(), Qt::Key_Q, Qt::ControlModifier);
-                QCOMPARE(m_window->isVisible(), answer == QMessageBox::No);
-            }
-        };
-        QTimer wait;
-        connect(&wait, &QTimer::timeout, this, [&] {
-            if (!wasUsed && output->text().contains("alive") && output->text().contains("fault"))
-                use();
-        });
-        wait.start(20);
-        QTest::keyClick(m_window.get(), Qt::Key_F5);
-        QVERIFY(wasUsed);
-        QVERIFY(readFile(path("heroes/wren/air.glow")).startsWith("; while it runs\r\n"));
-        QVERIFY2(output->text().contains("Stopped"), qPrintable(output->text()));
-        QVERIFY(!host().running().isRunning());
-        QTextCursor fault = output->findChild<QPlainTextEdit *>()->document()->find("fault");
-        QTextCursor alive = output->findChild<QPlainTextEdit *>()->document()->find("alive");
-        QVERIFY(fault.charFormat() != alive.charFormat());
-        engine.edit(0, info.name, info.executable, info.arguments, info.icon);
-    }
-
-    void missingEngineIsNamed()
-    {
-        Kiln::Engine &engine = *host().engine();
-        const auto info = engine.at(0);
-        engine.edit(0, info.name, "/no/such/program", "", "");
-        m_dialogs->expectBox(QMessageBox::Yes);
-        m_dialogs->expectDialog([](QDialog *dialog) {
-            auto *pages = dialog->findChild<QTabWidget *>("settings_pages");
-            QCOMPARE(pages->tabText(pages->currentIndex()).remove('&'), QString("Engines"));
-            dialog->reject();
-        });
-        actions()->run->trigger();
-        QVERIFY(m_dialogs->seen().first().text.contains("/no/such/program"));
-        engine.edit(0, info.name, info.executable, info.arguments, info.icon);
-    }
-
     void definitionsDoNotTakeSettingsAway()
     {
         settings().setValue("highlightCode", false);
@@ -668,7 +582,9 @@ private slots:
             for (const QWidget *widget : m_window->findChildren<QWidget *>()) {
                 const bool isField = qobject_cast<const QAbstractButton *>(widget) ||
                                      qobject_cast<const QLabel *>(widget);
-                if (isField && !widget->visibleRegion().isEmpty())
+                const bool mayShow = host().outsideChanges().bar()->isAncestorOf(widget) &&
+                                     widget->objectName() != "changes_write"; // for "reload"
+                if (isField && (mayShow || !widget->visibleRegion().isEmpty()))
                     texts += widget->property("text").toString();
             }
             for (const QString &text : qAsConst(texts)) {
@@ -747,7 +663,7 @@ private slots:
             });
             QTest::keyClick(m_window.get(), Qt::Key_F1);
         };
-        onPage([](QDialog *dialog, QTreeWidget *) {
+        onPage([](QDialog *dialog, QTreeWidget *tree) {
             auto *key = dialog->findChild<QKeySequenceEdit *>("keys_key");
             auto *told = dialog->findChild<QLabel *>("keys_told");
             QTest::keyClick(key, Qt::Key_K, Qt::ControlModifier | Qt::AltModifier);
@@ -756,6 +672,17 @@ private slots:
             QVERIFY(told->text().contains("'Save as animated GIF...'"));
             QTest::mouseClick(dialog->findChild<QPushButton *>("keys_set"), Qt::LeftButton);
             QCOMPARE(told->text(), QString());
+            // Keys of a list meet those of the same one.
+            auto *filter = dialog->findChild<QLineEdit *>("keys_filter");
+            filter->clear();
+            for (const char *command : {"Move one position up", "Previous palette"}) {
+                const auto found = tree->findItems(command, Qt::MatchExactly | Qt::MatchRecursive);
+                QCOMPARE(found.size(), 1);
+                tree->setCurrentItem(found.first());
+                QTest::keyClick(key, Qt::Key_PageDown);
+                QCOMPARE(told->text().contains("'Next palette'"),
+                         found.first()->text(0) == "Previous palette");
+            }
         });
         for (const bool isLater : {false, true}) {
             if (isLater) {

@@ -1,0 +1,184 @@
+#include "windowtest.h"
+
+#include <hostkit/rundesk.h>
+#include <outputdock.h>
+
+#include <kilnx/project/engine.h>
+
+using namespace HostKit;
+using namespace Studio;
+
+// The engine on the current project: what it gets, what is told of it, and what goes on meanwhile.
+class tst_studio_running : public WindowTest
+{
+    Q_OBJECT
+
+private slots:
+    void engineRunsOnTheSavedFiles()
+    {
+        QVERIFY2(host().engine()->count() > 0, "the sample engine is there from the start");
+        open("heroes/wren/air.glow");
+        type("; saved before the run\n");
+        m_dialogs->expectBox(QMessageBox::Yes);
+        if (host().engine()->count() > 1)
+            m_dialogs->expectDialog([](QDialog *dialog) { dialog->accept(); });
+        actions()->run->trigger();
+        QVERIFY(readFile(path("heroes/wren/air.glow")).startsWith("; saved before the run\r\n"));
+        const QString output = m_window->findChild<OutputDock *>()->text();
+        QVERIFY2(output.contains("Ember game"), qPrintable(output));
+        QVERIFY2(output.contains("wren.wisp"), qPrintable(output));
+        QVERIFY(output.contains("exit code 0"));
+        QVERIFY(actions()->run->isEnabled());
+    }
+
+    // While the engine runs, files are edited and saved; closing the window asks.
+    void windowIsUsedWhileTheEngineRuns_data()
+    {
+        const auto add = columns<bool>("closes");
+        add("stopped by its command", false);
+        add("stopped by closing the window", true);
+    }
+
+    void windowIsUsedWhileTheEngineRuns()
+    {
+        const auto [closes] = row<bool>();
+        const QString game = m_directory->filePath("game");
+        writeFile(game, "#!/bin/sh\necho alive; echo fault >&2; exec sleep 1000\n");
+        QFile::setPermissions(game, QFile::ReadOwner | QFile::ExeOwner);
+        Kiln::Engine &engine = *host().engine();
+        const auto info = engine.at(0);
+        engine.edit(0, info.name, game, "", "");
+        open("heroes/wren/air.glow");
+        auto *output = m_window->findChild<OutputDock *>();
+        bool wasUsed = false;
+        const auto use = [&, closes = closes] {
+            wasUsed = true;
+            type("; while it runs\n");
+            QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier);
+            QVERIFY(!actions()->run->isEnabled());
+            if (!closes) {
+                QTest::keyClick(m_window.get(), Qt::Key_F5, Qt::ShiftModifier);
+                return;
+            }
+            for (const auto answer : {QMessageBox::No, QMessageBox::Yes}) {
+                m_dialogs->expectBox(answer);
+                QTest::keyClick(m_window.get(), Qt::Key_Q, Qt::ControlModifier);
+                QCOMPARE(m_window->isVisible(), answer == QMessageBox::No);
+            }
+        };
+        QTimer wait;
+        connect(&wait, &QTimer::timeout, this, [&] {
+            if (!wasUsed && output->text().contains("alive") && output->text().contains("fault"))
+                use();
+        });
+        wait.start(20);
+        QTest::keyClick(m_window.get(), Qt::Key_F5);
+        QVERIFY(wasUsed);
+        QVERIFY(readFile(path("heroes/wren/air.glow")).startsWith("; while it runs\r\n"));
+        QVERIFY2(output->text().contains("Stopped"), qPrintable(output->text()));
+        QVERIFY(!host().running().isRunning());
+        QTextCursor fault = output->findChild<QPlainTextEdit *>()->document()->find("fault");
+        QTextCursor alive = output->findChild<QPlainTextEdit *>()->document()->find("alive");
+        QVERIFY(fault.charFormat() != alive.charFormat());
+        engine.edit(0, info.name, info.executable, info.arguments, info.icon);
+    }
+
+    void runsAreTold_data()
+    {
+        const auto add = columns<QByteArray, QString>("script", "told");
+        add("an exit code", "echo one; exit 3", "run|one\n|failed: Ended with exit code 3|idle");
+        add("a crash", "echo one >&2; kill -9 $$", "run|!one\n|failed: Crashed|idle");
+        add("both streams, each with half a character", // of two bytes
+            "printf '\\303'; sleep 0.2; printf '\\303' >&2; sleep 0.2; printf '\\244'; "
+            "sleep 0.2; printf '\\266' >&2",
+            QString::fromUtf8("run|\u00e4|!\u00f6|succeeded: Ended with exit code 0|idle"));
+        add("half a character at the end", "printf 'a\\303'",
+            "run|a|succeeded: Ended with exit code "
+            "0|idle");
+        add("output that is found elsewhere", "echo one # nothing is told",
+            "run|one\n|succeeded: Ended with exit code 0|idle");
+        add("stopped", "echo READY; exec sleep 1000", "run|READY\n|stopped: Stopped|idle");
+        add("stopped against its will", "trap '' TERM; echo READY; while true; do sleep 0.05; done",
+            "run|READY\n|stopped: Stopped|idle");
+    }
+
+    /// All that a host hears of a run, the second time as the first; output is told before the end.
+    void runsAreTold()
+    {
+        const auto [script, told] = row<QByteArray, QString>();
+        const QString game = m_directory->filePath("game");
+        writeFile(game, "#!/bin/sh\n" + script + '\n');
+        QFile::setPermissions(game, QFile::ReadOwner | QFile::ExeOwner);
+        const auto info = host().engine()->at(0);
+        host().engine()->edit(0, info.name, game, "", "");
+        RunDesk &running = host().running();
+        QStringList calls;
+        connect(&running, &RunDesk::runningChanged, this, [&](bool isRunning) {
+            QCOMPARE(running.isRunning(), isRunning);
+            calls += isRunning ? "run" : "idle";
+        });
+        connect(&running, &RunDesk::wrote, this, [&](const QString &text, bool isError) {
+            if (!text.isEmpty())
+                calls += isError ? '!' + text : text;
+            if (text.contains("READY")) {
+                running.stop();
+                if (script.contains("trap"))
+                    running.stop();
+            }
+        });
+        connect(&running, &RunDesk::ended, this, [&](RunDesk::Outcome how, const QString &text) {
+            static const char *const outcomes[] = {
+                "succeeded: ", "failed: ", "stopped: ", "none: "};
+            calls += outcomes[how] + text.section(" after ", 0, 0);
+        });
+        connect(&running, &RunDesk::started, this, [&] {
+            if (script.contains("nothing is told"))
+                disconnect(session().parentProject(), &Kiln::ParentProject::engineWrote, &running,
+                           nullptr);
+        });
+        for (int time = 0; time < 2; ++time) {
+            calls.clear();
+            running.run();
+            QCOMPARE(calls.join('|'), told);
+        }
+        // What was before is nothing to a run that ends by itself, and writes more than is told.
+        writeFile(game, "#!/bin/sh\nhead -c 1000000 /dev/zero | tr '\\0' x; echo; echo last\n");
+        QFile::setPermissions(game, QFile::ReadOwner | QFile::ExeOwner);
+        calls.clear();
+        running.run();
+        const QString all = calls.mid(1, calls.size() - 3).join(QString());
+        qint64 leftOut = 0;
+        QRegularExpressionMatchIterator cuts =
+            QRegularExpression("\n\\[(\\d+) characters left out\\]\n").globalMatch(all);
+        int notes = 0;
+        while (cuts.hasNext()) {
+            const QRegularExpressionMatch cut = cuts.next();
+            leftOut += cut.captured(1).toLongLong();
+            notes += cut.capturedLength();
+        }
+        QCOMPARE(leftOut + all.size() - notes, 1000006);
+        QVERIFY(all.endsWith("x\nlast\n"));
+        QCOMPARE(calls.mid(calls.size() - 2),
+                 QStringList({"succeeded: Ended with exit code 0", "idle"}));
+        host().engine()->edit(0, info.name, info.executable, info.arguments, info.icon);
+    }
+
+    void missingEngineIsNamed()
+    {
+        Kiln::Engine &engine = *host().engine();
+        const auto info = engine.at(0);
+        engine.edit(0, info.name, "/no/such/program", "", "");
+        m_dialogs->expectBox(QMessageBox::Yes);
+        m_dialogs->expectDialog([](QDialog *dialog) {
+            auto *pages = dialog->findChild<QTabWidget *>("settings_pages");
+            QCOMPARE(pages->tabText(pages->currentIndex()).remove('&'), QString("Engines"));
+            dialog->reject();
+        });
+        actions()->run->trigger();
+        QVERIFY(m_dialogs->seen().first().text.contains("/no/such/program"));
+        engine.edit(0, info.name, info.executable, info.arguments, info.icon);
+    }
+};
+
+QTEST_MAIN(tst_studio_running)
+#include "tst_studio_running.moc"
