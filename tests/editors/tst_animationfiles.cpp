@@ -222,7 +222,10 @@ private Q_SLOTS:
         QCOMPARE(import(QMessageBox::Yes), QString("No new animation imported!"));
         QCOMPARE(dumpOf(bench.text()), dumpOf(bench.first));
         const unsigned int count = bench.list().count();
+        const AnimationCode *before = bench.editor->currentAnimation();
         QVERIFY(import(QMessageBox::No).startsWith("1 new animation"));
+        QCOMPARE(bench.list().at(1), bench.editor->currentAnimation());
+        QVERIFY(bench.list().at(0) == before && bench.list().at(1)->name() == "walk");
         QCOMPARE(bench.list().count(), count + 1);
         QCOMPARE(bench.differences(), QString());
         bench.editor->undo();
