@@ -203,7 +203,6 @@ void SoundEditorPrivate::rowsChanged()
         tellPosition();
     else
         refresh();
-    tellEnabled();
     editor->soundCountChanged();
 }
 
@@ -269,24 +268,17 @@ void SoundEditorPrivate::showPanel(bool isShown)
         panel->setObject(isShown ? sounds.data() : nullptr);
         if (isShown)
             connect(panel, &OrganizerEditor::itemClicked, this,
-                    &SoundEditorPrivate::organizerClicked);
+                    [this](int clicked) { setCurrent(unsigned(clicked)); });
     }
     const bool isWanted = interface->option(QStringLiteral("show_organizer"), false).toBool();
     if (isShown && !(panel && isWanted))
         interface->setExtraEditor(nullptr);
 }
 
-void SoundEditorPrivate::organizerClicked(int clicked)
-{
-    if (sounds && organizer()->object() == sounds)
-        setCurrent(unsigned(clicked));
-}
-
 QVariant SoundEditorPrivate::fileOption(const char *key) const
 {
-    const bool isInProject = sounds && sounds->project();
-    return isInProject ? sounds->option(QLatin1String(key))
-                       : interface->option(QLatin1String(key), QVariant());
+    return sounds->project() ? sounds->option(QLatin1String(key))
+                             : interface->option(QLatin1String(key), QVariant());
 }
 
 void SoundEditorPrivate::del()
@@ -504,9 +496,7 @@ bool SoundEditor::canDiscardChanges() const
 void SoundEditor::contentsChanged()
 {
     Project *project = interface->currentProject();
-    ProjectFile *file = project ? project->file(canEditFileType()) : nullptr;
-    if (file != currentFile())
-        setCurrentFile(file);
+    setCurrentFile(project ? project->file(canEditFileType()) : nullptr);
     Q_EMIT modified();
 }
 

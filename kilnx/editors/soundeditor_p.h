@@ -105,7 +105,6 @@ public Q_SLOTS:
     void previous();
     void next();
     void selPosChanged(int index);
-    void organizerClicked(int clicked);
 
 Q_SIGNALS:
     /// There is a file.

@@ -75,6 +75,7 @@ inline QByteArray wav(const SoundSample &sample)
 class View : public HostKit::SoundView
 {
 public:
+    using SoundView::contentsChanged;
     using SoundView::SoundView;
     void identifiers(const QStringList &paths, QList<QVariant> &out) override
     {

@@ -54,6 +54,9 @@ private slots:
         bench.trigger("snd_prev");
         bench.trigger("snd_prev");
         QCOMPARE(bench.current(), 0);
+        bench.editor->navigateTo(1, 0);
+        QCOMPARE(slider->value(), 1);
+        bench.trigger("snd_prev");
         emit bench.organizer->itemClicked(1);
         QCOMPARE(slider->value(), 1);
         // The file's undo takes the shown sound away, and the redo brings it back.
@@ -135,6 +138,7 @@ private slots:
 
         // In place of the current one; only a sound does that.
         bench.editor->setCurrent(0);
+        bench.host.options.remove("snd_path");
         bench.host.dialogs().expectFiles({bench.path("tested.wav")});
         if (!isSound)
             bench.host.dialogs().expectBox(QMessageBox::Ok);
@@ -142,6 +146,7 @@ private slots:
         QCOMPARE(bench.host.dialogs().finish(), QString());
         QCOMPARE(bench.all() == before, !isSound);
         QCOMPARE(bench.names(), QStringList({"old", "last"}));
+        QCOMPARE(bench.host.options["snd_path"].toString(), bench.directory.path());
         QCOMPARE(bench.label("snd_info_lb").contains("22050"), isSound);
 
         // A cancel adds nothing, in the table of names and while the files are read.
@@ -173,6 +178,7 @@ private slots:
         bench.trigger("snd_save_sample");
         QCOMPARE(readFile(bench.path("one.wav")), wav(samples[0]));
         QVERIFY(bench.host.progresses.isEmpty());
+        QCOMPARE(bench.host.options["snd_path"].toString(), bench.directory.path());
 
         bench.selectRows({0, 1, 2});
         save("set.wav");
@@ -232,6 +238,11 @@ private slots:
     void resamples()
     {
         const auto [rows, format, changed, cancelAt] = row<QList<int>, QStringList, int, int>();
+        // A pool of one takes two of them at first.
+        QThreadPool *pool = QThreadPool::globalInstance();
+        const int threads = pool->maxThreadCount();
+        pool->setMaxThreadCount(1);
+        const auto restore = qScopeGuard([=] { pool->setMaxThreadCount(threads); });
         Bench bench;
         bench.insert("a", noise(2, 16, 44100, 300, 1));
         bench.insert("b", noise(1, 8, 11025, 300, 2));
@@ -534,8 +545,11 @@ private slots:
 
         // With no other project there is nothing to choose from.
         bench.host.projects = {target.project()};
+        bench.host.activeEditor->deactivate();
+        bench.host.action("snd_import_proj")->setEnabled(true);
         bench.host.dialogs().expectBox(QMessageBox::Ok);
-        bench.host.dialogs().expectDialog([](QDialog *dialog) {
+        bench.host.dialogs().expectDialog([&bench](QDialog *dialog) {
+            QVERIFY(bench.editor->isActive());
             QCOMPARE(dialog->findChild<QComboBox *>("projects")->count(), 0);
             dialog->findChild<QPushButton *>("selectAll")->click();
             dialog->findChild<QPushButton *>("add")->click();
@@ -721,7 +735,20 @@ private slots:
         const QString told = QString("%1 (%2)").arg(wren->displayName(), wren->fileName());
         QVERIFY(projects->findText(told) >= 0 && projects->findText(wren->displayName()) < 0);
         QVERIFY(projects->findText(heroes.target->project()->displayName()) >= 0);
+
+        // The rows of one that was left say nothing about the other.
+        projects->setCurrentIndex(projects->findText(told));
+        projects->setCurrentText(heroes.target->project()->displayName());
+        both.findChild<QPushButton *>("selectAll")->click();
+        both.findChild<QPushButton *>("add")->click();
+        heroes.source->move(0, 1);
+        QVERIFY(!both.options().items.isEmpty());
         twin->close();
+
+        // The editor goes along with the project.
+        heroes.bench.host.activeProject = wren;
+        heroes.bench.editor->contentsChanged();
+        QCOMPARE(heroes.bench.editor->currentFile(), heroes.source);
     }
 
     // A plain list is changed beside it, saved and loaded between; undo goes back to the start.

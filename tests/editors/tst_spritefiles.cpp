@@ -650,6 +650,12 @@ private Q_SLOTS:
             QVERIFY(mode > 0 || image.colorTable() == original->image().colorTable());
         }
         QCOMPARE(target->palettes()->removeDuplicates(), 0U);
+        if (policy == 2) { // now all is there
+            bench.host.dialogs().expectDialog(choose);
+            bench.host.dialogs().expectBox(QMessageBox::Ok);
+            bench.trigger("spr_import_proj");
+            QCOMPARE(seen.last().text, QString("No sprite imported!"));
+        }
         bench.editor->setCurrentFile(nullptr);
         parent->close();
     }

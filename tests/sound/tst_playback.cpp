@@ -1,4 +1,6 @@
+#include <kilnx/editors/projimport.h>
 #include <kilnx/sound/audiosamplewidget.h>
+#include <tests/editors/soundtest.h>
 #include <tests/support/rows.h>
 #include <tests/support/testhost.h>
 
@@ -273,6 +275,49 @@ private slots:
             QTRY_VERIFY_WITH_TIMEOUT(!view, 20000);
             QCoreApplication::processEvents();
         }
+    }
+
+    void editorAndImportPlay()
+    {
+        SoundTest::Heroes heroes;
+        TestHost &host = heroes.bench.host;
+        const SoundSample sound = tone(8000, 240000);
+        heroes.target->insert(0, "long", sound);
+        heroes.source->insert(0, "long", sound);
+        heroes.bench.editor->setCurrent(0);
+        const auto checked = [&host] {
+            QStringList keys;
+            for (const char *key : {"snd_play", "snd_play_loop", "snd_stop"})
+                keys << (host.action(key)->isChecked() ? key : "");
+            return keys.join("");
+        };
+        for (const char *key : {"snd_play", "snd_play_loop", "snd_play", "snd_stop"}) {
+            heroes.bench.trigger(key);
+            QTRY_COMPARE_WITH_TIMEOUT(checked(), QString(key), 20000);
+        }
+        for (const char *key : {"snd_play_loop", "snd_play"}) { // once more stops
+            heroes.bench.trigger(key);
+            QTRY_COMPARE_WITH_TIMEOUT(checked(), QString(key), 20000);
+            heroes.bench.trigger(key);
+            QCOMPARE(checked(), QString("snd_stop"));
+        }
+        host.activeEditor->deactivate();
+        for (const char *key : {"snd_play", "snd_play_loop"}) { // another editor's turn
+            host.action(key)->setEnabled(true);
+            heroes.bench.trigger(key);
+            QCOMPARE(heroes.bench.workspace->currentState(), SoundSample::Stopped);
+        }
+
+        SndImportDlg dialog(&host, heroes.target->project(), nullptr);
+        dialog.show();
+        auto *list = dialog.findChild<QListView *>("source");
+        list->setCurrentIndex(list->model()->index(0, 0));
+        auto *wave = dialog.findChild<AudioSampleWidget *>();
+        auto *play = dialog.findChild<QPushButton *>("play");
+        play->click();
+        QTRY_VERIFY_WITH_TIMEOUT(wave->cursorX() > 0 && play->isChecked(), 20000);
+        play->click();
+        QVERIFY(wave->state() == SoundSample::Stopped && !play->isChecked());
     }
 
     // The last one: the process has no other server.
