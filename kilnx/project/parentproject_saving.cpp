@@ -351,12 +351,16 @@ static QString backupDirectory(const ParentProject &parent, const QString &name)
     return isBackupName(name) && QFileInfo(directory).isDir() ? directory : QString();
 }
 
-static QByteArray contentsOf(Archive &archive, const QString &name)
+/// By blocks: of large files nothing is held.
+static bool isEqual(QIODevice *one, QIODevice *other)
 {
-    QIODevice *device = archive.openFile(name, QIODevice::ReadOnly);
-    const QByteArray contents = device ? device->readAll() : QByteArray();
-    archive.closeFile(device);
-    return contents;
+    constexpr qint64 blockSize = 131072;
+    bool isSoFar = one && other && one->size() == other->size();
+    while (isSoFar && !one->atEnd()) {
+        const QByteArray block = one->read(blockSize);
+        isSoFar = !block.isEmpty() && block == other->read(blockSize);
+    }
+    return isSoFar;
 }
 
 QStringList ParentProject::replacedByRestore(const QString &name) const
@@ -369,9 +373,14 @@ QStringList ParentProject::replacedByRestore(const QString &name) const
     const QStringList files = filesBelow(disk, source);
     for (const QString &file : files) {
         const QString target = basePath() + file;
-        if (archive().fileExists(target) &&
-            contentsOf(disk, source + file) != contentsOf(archive(), target))
+        if (!archive().fileExists(target))
+            continue;
+        QIODevice *kept = disk.openFile(source + file, QIODevice::ReadOnly);
+        QIODevice *now = archive().openFile(target, QIODevice::ReadOnly);
+        if (!isEqual(kept, now))
             replaced.append(target);
+        disk.closeFile(kept);
+        archive().closeFile(now);
     }
     return replaced;
 }

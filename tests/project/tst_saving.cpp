@@ -785,7 +785,7 @@ private slots:
         const QFile::Permissions rights = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOther;
         QVERIFY(QFile::setPermissions(path("d.def"), rights));
         const QString linked = other() + "linked";
-        writeFile(linked, "old");
+        writeFile(linked, "from that day!"); // of the same size
         QVERIFY(QFile::link(linked, path("link")));
         writeFile(path("backup/night/link"), "from the night");
         change(file, "to be lost");
