@@ -27,6 +27,8 @@ namespace HostKit
 namespace
 {
 
+const int tabMargin = 28; // pixels of a tab beside its text
+
 /// Less of a grid is of no use.
 constexpr int lowestGrid = 80;
 /// What everything beside a grid wants of a window's height.
@@ -196,6 +198,8 @@ void ControlPanels::stack(const Kiln::ExtraEditor *upper, const Kiln::ExtraEdito
     if (QDockWidget *dock = sideDock(upper); dock && sideDock(lower)) {
         m_window->tabifyDockWidget(dock, sideDock(lower));
         dock->raise();
+        const QString titles = dock->windowTitle() + sideDock(lower)->windowTitle();
+        dock->setMinimumWidth(dock->fontMetrics().horizontalAdvance(titles) + 2 * tabMargin);
     }
 }
 

@@ -2,12 +2,25 @@
 
 #include <hostkit/export.h>
 
+#include <QtCore/QByteArray>
 #include <QtCore/QObject>
+
+class QWidget;
 
 namespace HostKit
 {
 
 class Settings;
+
+/// Gives a top-level window that is not shown yet the place that QWidget::saveGeometry() told. A
+/// screen that has become smaller, or a place that is none, makes it smaller and moves it, so that
+/// all of it can be reached. False if `place` says nothing; the window is as it was then.
+HOSTKIT_EXPORT bool restorePlace(QWidget *window, const QByteArray &place);
+
+/// Bytes with a sum, and those bytes again; empty where they are not what they were. Qt takes the
+/// arrangement of a window apart into nonsense where its bytes are torn.
+HOSTKIT_EXPORT QByteArray sealed(const QByteArray &bytes);
+HOSTKIT_EXPORT QByteArray unsealed(const QByteArray &bytes);
 
 /// Opens each dialog of the application where the user left it, in the size that it had.
 ///

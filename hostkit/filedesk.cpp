@@ -182,9 +182,9 @@ bool FileDesk::closeFile(Kiln::ProjectFile *file)
         return false;
     if (!saved && isGone(file) && !(mayLose({file->fileName()}) && isThere(file)))
         return false;
-    if (m_session->unloadText(file))
-        return true;
-    putAway(file);
+    if (!m_session->unloadText(file))
+        putAway(file);
+    m_tabs->refresh(); // one name less may tell the others apart
     return true;
 }
 

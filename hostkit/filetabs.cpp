@@ -5,9 +5,19 @@
 #include <kilnx/project/organizable.h>
 #include <kilnx/project/projectfile.h>
 
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QDesktopServices>
+#include <QDir>
 #include <QFileInfo>
+#include <QGuiApplication>
+#include <QMenu>
+#include <QPointer>
 #include <QScopedValueRollback>
 #include <QTextDocument>
+#include <QUrl>
+
+#include <memory>
 
 namespace HostKit
 {
@@ -89,10 +99,11 @@ int FileTabs::indexOf(const Kiln::ProjectFile *file) const
 
 void FileTabs::refresh()
 {
+    const QStringList names = titles(files());
     for (int i = 0; i < count(); ++i) {
         Kiln::ProjectFile *file = fileAt(i);
         const bool isGone = m_isGone && m_isGone(file);
-        const QString name = isGone ? tr("%1 (gone)").arg(title(file)) : title(file);
+        const QString name = isGone ? tr("%1 (gone)").arg(names.at(i)) : names.at(i);
         QString text = m_isModified(file) ? name + QStringLiteral(" •") : name;
         text.replace(QLatin1Char('&'), QLatin1String("&&")); // or it would be a key
         if (tabText(i) != text)                              // each text lays the whole bar out
@@ -113,6 +124,86 @@ QString FileTabs::title(Kiln::ProjectFile *file)
 {
     const QString name = QFileInfo(file->fileName()).fileName();
     return name.isEmpty() ? tr("Untitled") : name;
+}
+
+QStringList FileTabs::titles(const QList<Kiln::ProjectFile *> &files)
+{
+    QStringList names;
+    for (Kiln::ProjectFile *file : files)
+        names.append(title(file));
+    bool hasGrown = true;
+    for (int parts = 2; hasGrown; ++parts) {
+        hasGrown = false;
+        const QStringList before = names;
+        for (int i = 0; i < files.size(); ++i) {
+            const QString longer = files.at(i)->fileName().section(QLatin1Char('/'), -parts);
+            if (before.count(before.at(i)) < 2 || longer.size() <= before.at(i).size())
+                continue;
+            names[i] = longer;
+            hasGrown = true;
+        }
+    }
+    return names;
+}
+
+QString FileTabs::shownTitle(Kiln::ProjectFile *file) const
+{
+    const int index = indexOf(file);
+    return index < 0 ? title(file) : titles(files()).at(index);
+}
+
+void FileTabs::contextMenuEvent(QContextMenuEvent *event)
+{
+    const bool isByKey = event->reason() == QContextMenuEvent::Keyboard;
+    const int index = isByKey ? currentIndex() : tabAt(event->pos());
+    if (index < 0)
+        return;
+    const std::unique_ptr<QMenu> menu(makeMenu(fileAt(index)));
+    menu->exec(isByKey ? mapToGlobal(tabRect(index).bottomLeft()) : event->globalPos());
+}
+
+void FileTabs::mouseReleaseEvent(QMouseEvent *event)
+{
+    const int index = tabAt(event->pos());
+    if (event->button() == Qt::MiddleButton && index >= 0)
+        Q_EMIT closeRequested(fileAt(index));
+    else
+        QTabBar::mouseReleaseEvent(event);
+}
+
+QMenu *FileTabs::makeMenu(Kiln::ProjectFile *file)
+{
+    auto *menu = new QMenu(this);
+    const QString name = file->fileName();
+    QList<Kiln::ProjectFile *> others = files();
+    others.removeAll(file);
+    const auto add = [&](const char *key, const QString &text, bool isEnabled, auto &&act) {
+        QAction *action = menu->addAction(text, this, act);
+        action->setObjectName(QLatin1String(key));
+        action->setEnabled(isEnabled);
+    };
+    add("tab_close", tr("&Close"), true, [=] { closeAll({file}); });
+    add("tab_close_others", tr("Close &others"), !others.isEmpty(), [=] { closeAll(others); });
+    add("tab_close_all", tr("Close &all"), true, [=] { closeAll(files()); });
+    menu->addSeparator();
+    add("tab_copy_path", tr("Copy &path"), !name.isEmpty(),
+        [=] { QGuiApplication::clipboard()->setText(QDir::toNativeSeparators(name)); });
+    add("tab_show", tr("&Show in file manager"), !name.isEmpty(),
+        [=] { QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(name).path())); });
+    return menu;
+}
+
+// Each may ask; who says no to one keeps the rest, too.
+void FileTabs::closeAll(const QList<Kiln::ProjectFile *> &files)
+{
+    const QPointer<FileTabs> self(this);
+    for (Kiln::ProjectFile *file : files) {
+        if (indexOf(file) < 0)
+            continue;
+        Q_EMIT closeRequested(file);
+        if (!self || indexOf(file) >= 0)
+            return;
+    }
 }
 
 Kiln::ProjectFile *FileTabs::fileAt(int index) const

@@ -6,6 +6,8 @@
 
 #include <functional>
 
+class QMenu;
+
 namespace Kiln
 {
 class ProjectFile;
@@ -14,7 +16,8 @@ class ProjectFile;
 namespace HostKit
 {
 
-/// One tab for each file that the user has opened; a dot marks changes that are not saved.
+/// One tab for each file that the user has opened; a dot marks changes that are not saved. The
+/// middle button closes a tab, and a menu the others, too.
 class HOSTKIT_EXPORT FileTabs : public QTabBar
 {
     Q_OBJECT
@@ -41,13 +44,24 @@ public:
 
     /// The name that a file is shown under: without its directory, or "Untitled".
     static QString title(Kiln::ProjectFile *file);
+    /// The same beside other files: of two with one name, each has as many of its directories as
+    /// tell it from the other.
+    static QStringList titles(const QList<Kiln::ProjectFile *> &files);
+    /// The name on the tab of a file, without the marks; as title() where it has none.
+    QString shownTitle(Kiln::ProjectFile *file) const;
 
 Q_SIGNALS:
     /// The user chose another tab.
     void fileChosen(Kiln::ProjectFile *file);
     void closeRequested(Kiln::ProjectFile *file);
 
+protected:
+    void contextMenuEvent(QContextMenuEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+
 private:
+    QMenu *makeMenu(Kiln::ProjectFile *file);
+    void closeAll(const QList<Kiln::ProjectFile *> &files);
     void follow(Kiln::ProjectFile *file);
     Kiln::ProjectFile *fileAt(int index) const;
     void choose(int index);

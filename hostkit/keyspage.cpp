@@ -10,12 +10,14 @@
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QKeySequenceEdit>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMap>
 #include <QPushButton>
 #include <QTreeWidget>
+#include <QTreeWidgetItemIterator>
 #include <QVBoxLayout>
 
 namespace HostKit
@@ -58,6 +60,7 @@ KeysPage::KeysPage(Shortcuts &shortcuts, QWidget *parent)
     auto *sought = named(new QLineEdit(this), "keys_filter", tr("Search"));
     sought->setPlaceholderText(tr("Search for a command or a key"));
     sought->setClearButtonEnabled(true);
+    setFocusProxy(sought);
     m_tree->setHeaderLabels({tr("Command"), tr("Key")});
     m_tree->setUniformRowHeights(true);
     m_tree->header()->setStretchLastSection(false);
@@ -83,6 +86,7 @@ KeysPage::KeysPage(Shortcuts &shortcuts, QWidget *parent)
     connect(m_tree, &QTreeWidget::currentItemChanged, this, &KeysPage::showCommand);
     connect(m_tree, &QTreeWidget::itemActivated, this, [this] { m_key->setFocus(); });
     m_key->installEventFilter(this);
+    sought->installEventFilter(this);
     connect(m_set, &QPushButton::clicked, this, [this] { set({m_key->keySequence()}); });
     connect(m_remove, &QPushButton::clicked, this, [this] { set({}); });
     connect(m_standard, &QPushButton::clicked, this, [this] {
@@ -128,6 +132,17 @@ void KeysPage::filter(const QString &text)
     }
 }
 
+void KeysPage::chooseFirst()
+{
+    for (QTreeWidgetItemIterator row(m_tree, QTreeWidgetItemIterator::NotHidden); *row; ++row) {
+        if (!(*row)->parent())
+            continue;
+        m_tree->setCurrentItem(*row);
+        m_tree->setFocus();
+        return;
+    }
+}
+
 QAction *KeysPage::command() const
 {
     return m_rows.key(m_tree->currentItem());
@@ -159,8 +174,15 @@ void KeysPage::showCommand()
 }
 
 // A key counts when it is let go, and not after the second in which it might begin a row of keys.
+// Return leads from the search to what it has found, and does not end the dialog.
 bool KeysPage::eventFilter(QObject *watched, QEvent *event)
 {
+    const bool isPressed = watched == focusProxy() && event->type() == QEvent::KeyPress;
+    const int key = isPressed ? static_cast<QKeyEvent *>(event)->key() : 0;
+    if (key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Down) {
+        chooseFirst();
+        return true;
+    }
     const bool isDone = QWidget::eventFilter(watched, event);
     if (watched == m_key && event->type() == QEvent::KeyRelease) {
         m_key->setKeySequence(m_key->keySequence());

@@ -39,6 +39,7 @@ private:
     using Keys = QList<QKeySequence>;
 
     void list();
+    void chooseFirst();
     void filter(const QString &text);
     void showCommand();
     void showClashes();

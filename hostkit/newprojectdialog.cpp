@@ -72,6 +72,7 @@ NewProjectDialog::NewProjectDialog(const EngineLibraries &engines,
     auto *layout = new QFormLayout(this);
     layout->addRow(tr("&Name:"), m_name);
     layout->addRow(tr("&Place:"), place);
+    static_cast<QLabel *>(layout->labelForField(place))->setBuddy(m_place);
     layout->addRow(tr("&Starts with:"), m_list);
     layout->addRow(m_state);
     layout->addRow(buttons);

@@ -335,9 +335,14 @@ QVariant ProjectTree::data(const QModelIndex &index, int role) const
     const Row *row = rowOf(index);
     if (!row)
         return QVariant();
+    const Kiln::Interface *host = Kiln::Interface::instance();
+    if (row->source.isValid() && role == Qt::ToolTipRole)
+        return QDir::toNativeSeparators(row->path());
+    // What only a scan sees is of no type, and wears the library's icon of definitions.
+    if (row->source.isValid() && role == Qt::DecorationRole && row->isFile && row->id == 0 && host)
+        return host->icon(QStringLiteral("icon_file"));
     if (row->source.isValid())
         return row->source.data(role);
-    const Kiln::Interface *host = Kiln::Interface::instance();
     if (role == Qt::DisplayRole)
         return row->isUnnamed() ? FileTabs::tr("Untitled") : row->name;
     if (role == Qt::DecorationRole && host)

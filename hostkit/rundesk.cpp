@@ -53,12 +53,7 @@ void RunDesk::run()
         offerSetUp(*missing);
         return;
     }
-    if (!m_session->modifiedFiles(project).isEmpty() &&
-        Kiln::askQuestion(m_window, tr("Run in engine"),
-                          tr("The engine reads the saved files. Do you want to save all changes "
-                             "first?")))
-        m_saving->saveAll();
-    if (!m_project)
+    if (!m_session->modifiedFiles(project).isEmpty() && (!settleChanges() || !m_project))
         return;
     const QPointer<RunDesk> self(this);
     watch(project);
@@ -82,6 +77,21 @@ void RunDesk::run()
     Q_EMIT runningChanged(false);
     if (self && !m_missing.isEmpty())
         offerSetUp(m_missing);
+}
+
+/// False if nothing is to run, as the user says or because not all could be saved.
+bool RunDesk::settleChanges()
+{
+    const Kiln::UnsavedAnswer answer =
+        Kiln::askUnsaved(m_window, tr("Run in engine"),
+                         tr("The engine reads the saved files. Do you want to save all changes "
+                            "first?"),
+                         tr("&Run without"));
+    if (answer == Kiln::UnsavedAnswer::Save)
+        m_saving->saveAll();
+    return answer == Kiln::UnsavedAnswer::Discard ||
+           (answer == Kiln::UnsavedAnswer::Save && m_project &&
+            m_session->modifiedFiles(m_project).isEmpty());
 }
 
 void RunDesk::watch(Kiln::ParentProject *project)

@@ -77,6 +77,7 @@ private:
         QString text;
     };
 
+    bool settleChanges();
     void watch(Kiln::ParentProject *project);
     void take(const QByteArray &data, bool isError);
     void flush();

@@ -73,6 +73,16 @@ Settings::Settings(const QString &fileName, QObject *parent)
     const QStringList keys = m_store->allKeys();
     for (const QString &key : keys)
         m_values.insert(key, m_store->value(key));
+    bound("font_size", 5, 72);
+    bound("code_tab_width", 1, 32);
+}
+
+// What was written by hand, or torn, may be a number that no text can be read with.
+void Settings::bound(const QString &key, int least, int most)
+{
+    const auto stored = m_values.find(key);
+    if (stored != m_values.end())
+        *stored = qBound(least, stored->toInt(), most);
 }
 
 Settings::~Settings() = default;

@@ -52,6 +52,7 @@ Q_SIGNALS:
     void recentChanged();
 
 private:
+    void bound(const QString &key, int least, int most);
     void readRecent();
     void setRecent(const QStringList &recent);
 

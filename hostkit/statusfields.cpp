@@ -6,6 +6,8 @@
 #include <QStylePainter>
 #include <QToolButton>
 
+#include <algorithm>
+
 namespace HostKit
 {
 
@@ -30,6 +32,8 @@ public:
         return {fontMetrics().averageCharWidth() * 8, sizeHint().height()};
     }
 
+    static constexpr int margin = 10; // left and right together
+
 protected:
     void paintEvent(QPaintEvent *) override
     {
@@ -38,9 +42,6 @@ protected:
         option.text = fontMetrics().elidedText(text(), Qt::ElideRight, width() - margin);
         QStylePainter(this).drawComplexControl(QStyle::CC_ToolButton, option);
     }
-
-private:
-    static constexpr int margin = 10; // left and right together
 };
 
 } // namespace
@@ -55,6 +56,7 @@ StatusFields::StatusFields(QWidget *parent)
     m_counts->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     addPermanentWidget(m_counts);
     connect(m_counts, &QToolButton::clicked, this, &StatusFields::messagesClicked);
+    connect(this, &QStatusBar::messageChanged, this, &StatusFields::makeRoom);
     setMessageCounts(0, 0);
 }
 
@@ -65,7 +67,19 @@ void StatusFields::setField(int field, const QString &text)
     QToolButton *button = fieldButton(field);
     button->setText(text);
     button->setToolTip(text);
-    button->setVisible(!text.isEmpty());
+    button->setVisible(!text.isEmpty() && !m_isInTheWay);
+}
+
+// A message that is wider than what the fields leave has their place while it stands.
+void StatusFields::makeRoom(const QString &message)
+{
+    const auto isShown = [](const QToolButton *button) { return !button->text().isEmpty(); };
+    const auto first = std::find_if(m_fields.cbegin(), m_fields.cend(), isShown);
+    const int wanted = fontMetrics().horizontalAdvance(message) + 2 * Field::margin;
+    m_isInTheWay =
+        !message.isEmpty() && first != m_fields.cend() && (m_isInTheWay || wanted > (*first)->x());
+    for (QToolButton *button : qAsConst(m_fields))
+        button->setVisible(isShown(button) && !m_isInTheWay);
 }
 
 QString StatusFields::field(int field) const

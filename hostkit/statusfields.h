@@ -15,7 +15,8 @@ namespace HostKit
 /// Field 0 is the place in the text, field 1 the errors of the file, field 2 its encoding, which
 /// is a button. Higher numbers get a field when they are first used; those from 6 on, which
 /// Interface::StatusField does not name, are for the host's own. In a narrow window the texts of
-/// fields are cut short, and whole in their tool tips.
+/// fields are cut short, and whole in their tool tips; a message that has no room beside them takes
+/// theirs while it stands.
 class HOSTKIT_EXPORT StatusFields : public QStatusBar
 {
     Q_OBJECT
@@ -40,8 +41,10 @@ Q_SIGNALS:
 
 private:
     QToolButton *fieldButton(int field);
+    void makeRoom(const QString &message);
 
     QVector<QToolButton *> m_fields;
+    bool m_isInTheWay = false; ///< the fields have left their place to a message
     QToolButton *m_counts;
 };
 

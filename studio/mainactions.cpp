@@ -163,6 +163,11 @@ void MainActions::makeViewMenu(QMenu *menu)
         make("previous_panel", tr("Previous pane&l"), tr("Go to the previous visible panel"));
     previousPanel->setShortcut(QKeySequence(Qt::SHIFT + Qt::Key_F6));
 
+    // In no menu: there it would be about that menu.
+    contextMenu =
+        make("context_menu", tr("Context menu"), tr("Show the menu of what has the focus"));
+    contextMenu->setShortcut(QKeySequence(Qt::SHIFT + Qt::Key_F10));
+
     menu->addActions({nextFile, previousFile});
     menu->addActions({nextPanel, previousPanel});
     menu->addSeparator();

@@ -59,6 +59,7 @@ public:
     QAction *previousFile;
     QAction *nextPanel;
     QAction *previousPanel;
+    QAction *contextMenu;
     QAction *run;
     QAction *stop;
     QAction *settings;

@@ -5,6 +5,7 @@
 #include "mainactions.h"
 #include "messagesdock.h"
 #include "outputdock.h"
+#include "panelcycle.h"
 #include "projecttreedock.h"
 #include "studiostyle.h"
 #include "welcomepage.h"
@@ -13,6 +14,7 @@
 #include <hostkit/codesurface.h>
 #include <hostkit/codeview.h>
 #include <hostkit/controlpanels.h>
+#include <hostkit/dialogplaces.h>
 #include <hostkit/editordeck.h>
 #include <hostkit/enginelibraries.h>
 #include <hostkit/filedesk.h>
@@ -34,7 +36,6 @@
 #include <QDir>
 #include <QDockWidget>
 #include <QMenu>
-#include <QScreen>
 #include <QStackedWidget>
 #include <QTreeView>
 #include <QVBoxLayout>
@@ -69,11 +70,11 @@ MainWindow::MainWindow(const HostKit::Paths &paths, const QStringList &libraries
     enrollActions();
 
     const Settings &settings = m_host.settings();
-    // With room for the frame, which is not known yet.
-    const QSize room = QApplication::primaryScreen()->availableSize() - QSize(16, 48);
-    resize(QSize(1280, 800).boundedTo(room));
-    restoreGeometry(settings.value("window_geometry").toByteArray());
-    m_arranged = restoreState(settings.value("window_state").toByteArray());
+    resize(1280, 800);
+    const QByteArray place = settings.value("window_geometry").toByteArray();
+    if (!restorePlace(this, place))
+        restorePlace(this, saveGeometry()); // of the first start, within the screen
+    m_arranged = restoreState(unsealed(settings.value("window_state").toByteArray()));
     m_host.deck().switchTo(nullptr);
     updateRecent();
     updateState();
@@ -119,12 +120,32 @@ void MainWindow::makeDocks()
     QMenu *view = m_host.menus().menu(QStringLiteral("view"));
     int key = Qt::ALT + Qt::SHIFT + Qt::Key_1;
     for (QDockWidget *dock : QList<QDockWidget *>{m_tree, m_messages, m_findInFiles, m_output}) {
-        QAction *toggle = dock->toggleViewAction();
+        auto *toggle = new QAction(dock->windowTitle(), this);
         toggle->setObjectName(QLatin1String("show_") + dock->objectName());
         toggle->setShortcut(QKeySequence(key++));
+        toggle->setCheckable(true);
         view->addAction(toggle);
         addAction(toggle);
+        connect(dock, &QDockWidget::visibilityChanged, toggle, &QAction::setChecked);
+        connect(toggle, &QAction::triggered, dock,
+                [this, dock](bool isWanted) { isWanted ? showDock(dock) : hideDock(dock); });
     }
+}
+
+// One behind another is not seen, and comes to the front.
+void MainWindow::showDock(QDockWidget *dock)
+{
+    dock->show();
+    dock->raise();
+    PanelCycle::enter(dock->widget());
+}
+
+void MainWindow::hideDock(QDockWidget *dock)
+{
+    const bool hadFocus = dock->isAncestorOf(QApplication::focusWidget());
+    dock->hide();
+    if (hadFocus)
+        PanelCycle::enter(centralWidget());
 }
 
 // The user's own come before those beside the program, so that a changed copy of one of these is
@@ -167,11 +188,8 @@ void MainWindow::connectDocks()
             m_tree->setProject(nullptr);
     });
     connect(session, &ProjectSession::changed, this, &MainWindow::showProject);
-    connect(&m_host.status(), &StatusFields::messagesClicked, m_messages, [this] {
-        m_messages->show();
-        m_messages->raise();
-        m_messages->view()->setFocus();
-    });
+    connect(&m_host.status(), &StatusFields::messagesClicked, m_messages,
+            [this] { showDock(m_messages); });
     connect(m_welcome, &WelcomePage::openRequested, this, [this] { chooseProject(false); });
     connect(m_welcome, &WelcomePage::newRequested, m_actions->newProject, &QAction::trigger);
     connect(m_tree, &ProjectTreeDock::projectChosen, this, [this](const QString &directory) {

@@ -45,6 +45,8 @@ protected:
 private:
     void makeCentre();
     void makeDocks();
+    void showDock(QDockWidget *dock);
+    void hideDock(QDockWidget *dock);
     void loadEngines(const QStringList &libraries);
     void showEngines();
     void connectFileActions();

@@ -13,6 +13,7 @@
 
 #include <hostkit/actionregistry.h>
 #include <hostkit/codesurface.h>
+#include <hostkit/dialogplaces.h>
 #include <hostkit/editordeck.h>
 #include <hostkit/filedesk.h>
 #include <hostkit/filetabs.h>
@@ -34,11 +35,13 @@
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QContextMenuEvent>
 #include <QDir>
 #include <QDockWidget>
 #include <QMenu>
 #include <QTabBar>
 #include <QTimer>
+#include <QWindow>
 
 #include <utility>
 
@@ -50,7 +53,7 @@ using namespace HostKit;
 void MainWindow::closeEvent(QCloseEvent *event)
 {
     m_host.settings().setValue("window_geometry", saveGeometry());
-    m_host.settings().setValue("window_state", saveState());
+    m_host.settings().setValue("window_state", sealed(saveState()));
     m_host.settings().sync();
     event->accept();
 }
@@ -128,6 +131,10 @@ void MainWindow::connectOtherActions()
     connect(m_actions->nextPanel, &QAction::triggered, this, [this] { PanelCycle::step(this, 1); });
     connect(m_actions->previousPanel, &QAction::triggered, this,
             [this] { PanelCycle::step(this, -1); });
+    connect(m_actions->contextMenu, &QAction::triggered, this, [this] {
+        QContextMenuEvent asked(QContextMenuEvent::Keyboard, QPoint());
+        QApplication::sendEvent(windowHandle(), &asked);
+    });
     connect(m_actions->settings, &QAction::triggered, this,
             [this] { showSettings(SettingsDialog::General); });
     connect(m_actions->engines, &QAction::triggered, this,
@@ -205,7 +212,6 @@ void MainWindow::arrangeDocks()
         return;
     resizeDocks({m_tree}, {260}, Qt::Horizontal);
     resizeDocks({m_tree, nodes}, {400, 320}, Qt::Vertical);
-    resizeDocks({m_messages}, {190}, Qt::Vertical);
     m_arranged = true;
 }
 
@@ -215,6 +221,8 @@ void MainWindow::showEvent(QShowEvent *event)
     const QList<QTabBar *> bars = findChildren<QTabBar *>(QString(), Qt::FindDirectChildrenOnly);
     for (QTabBar *bar : bars)
         named(bar, "dock_tabs", tr("Panels"));
+    if (!m_arranged) // most of a small window is for what is edited
+        resizeDocks({m_messages}, {height() / 5}, Qt::Vertical);
     QTimer::singleShot(0, this, [this] {
         const QStringList faults = std::exchange(m_engineFaults, {});
         if (!faults.isEmpty())
@@ -230,7 +238,7 @@ void MainWindow::updateState()
     QStringList title;
     if (file) {
         const QLatin1String mark("[*]"); // twice for one in a name
-        title.append(FileTabs::title(file).replace(mark, QLatin1String("[*][*]")) + mark);
+        title.append(m_host.tabs().shownTitle(file).replace(mark, QLatin1String("[*][*]")) + mark);
         m_tree->selectFile(file->fileName());
         arrangeDocks();
     }

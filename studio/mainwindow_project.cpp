@@ -29,14 +29,37 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QInputDialog>
+#include <QLineEdit>
 #include <QMenu>
 #include <QScopedValueRollback>
 #include <QStandardPaths>
+#include <QTimer>
 
 namespace Studio
 {
 
 using namespace HostKit;
+
+namespace
+{
+/// Asks for the name of a file. Of `name` all but the suffix is selected, which mostly stays. Empty
+/// if the user thinks better of it.
+QString askName(QWidget *parent, const QString &title, const QString &label, const QString &name)
+{
+    QInputDialog dialog(parent);
+    dialog.setWindowTitle(title);
+    dialog.setLabelText(label);
+    dialog.setTextValue(name);
+    dialog.resize(qMax(360, dialog.sizeHint().width()), dialog.sizeHint().height());
+    auto *line = dialog.findChild<QLineEdit *>();
+    // The dialog selects all of it when it is shown.
+    QTimer::singleShot(0, line, [line, name] {
+        const int base = QFileInfo(name).completeBaseName().size();
+        line->setSelection(0, base > 0 ? base : name.size());
+    });
+    return dialog.exec() == QDialog::Accepted ? dialog.textValue().trimmed() : QString();
+}
+} // namespace
 
 // Opening a project offers what was left of it.
 void MainWindow::reopenLast()
@@ -153,8 +176,7 @@ void MainWindow::restore()
 void MainWindow::makeFile(const QString &directory)
 {
     const QString title = tr("New file");
-    const QString name =
-        QInputDialog::getText(this, title, tr("Name of the file, with its suffix:")).trimmed();
+    const QString name = askName(this, title, tr("Name of the file, with its suffix:"), QString());
     const QString path = QDir::cleanPath(directory + name);
     if (name.isEmpty() || !m_host.session().parentProject())
         return;
@@ -183,15 +205,13 @@ void MainWindow::makeFile(const QString &directory)
 void MainWindow::renameFile(const QString &fileName)
 {
     const QFileInfo file(fileName);
-    const QString name = QInputDialog::getText(this, tr("Rename"), tr("New name of the file:"),
-                                               QLineEdit::Normal, file.fileName())
-                             .trimmed();
+    const QString name = askName(this, tr("Rename"), tr("New name of the file:"), file.fileName());
     if (name.isEmpty() || name == file.fileName())
         return;
     if (name.contains(QLatin1Char('/')))
         Kiln::showWarning(this, tr("Rename"), tr("A name has no '/' in it."));
-    else
-        m_host.desk().renameFile(fileName, file.path() + QLatin1Char('/') + name);
+    else if (m_host.desk().renameFile(fileName, file.path() + QLatin1Char('/') + name))
+        m_tree->selectFile(file.path() + QLatin1Char('/') + name);
 }
 
 // A file on the desk is closed first; what it has unsaved is asked about.
@@ -201,7 +221,9 @@ void MainWindow::moveToTrash(const QString &fileName)
     const QString shown = QDir::toNativeSeparators(fileName);
     Kiln::ProjectFile *file = m_host.session().findFile(fileName);
     if (m_host.session().fileId(file).has(Kiln::Project::FileID::Definition)) {
-        Kiln::showWarning(this, title, tr("'%1' defines a part of the open project.").arg(shown));
+        Kiln::showWarning(
+            this, title,
+            tr("'%1' defines a part of the open project, and stays while it is open.").arg(shown));
         return;
     }
     if (!Kiln::askQuestion(this, title, tr("Do you want to move '%1' to the trash?").arg(shown)))

@@ -1,10 +1,13 @@
 #include "panelcycle.h"
 
+#include <QAbstractButton>
+#include <QAbstractSlider>
 #include <QApplication>
 #include <QDockWidget>
 #include <QMainWindow>
 
 #include <algorithm>
+#include <functional>
 
 namespace Studio
 {
@@ -12,7 +15,8 @@ namespace Studio
 namespace
 {
 
-// What takes the focus of a panel: the view that had it last, else the first that can.
+// What takes the focus of a panel: the view that had it last, else the first that can, and a button
+// or slider where nothing else can.
 QWidget *focusTarget(QWidget *panel)
 {
     QWidget *last = panel->focusWidget();
@@ -20,12 +24,17 @@ QWidget *focusTarget(QWidget *panel)
         return last;
     if (panel->focusPolicy() & Qt::TabFocus)
         return panel;
-    const QList<QWidget *> widgets = panel->findChildren<QWidget *>();
-    for (QWidget *widget : widgets) {
-        if (widget->isVisible() && widget->isEnabled() && (widget->focusPolicy() & Qt::TabFocus))
-            return widget;
-    }
-    return nullptr;
+    QList<QWidget *> widgets = panel->findChildren<QWidget *>();
+    const auto isTarget = [](const QWidget *widget) {
+        return widget->isVisible() && widget->isEnabled() && (widget->focusPolicy() & Qt::TabFocus);
+    };
+    const auto isTool = [](const QWidget *widget) {
+        return qobject_cast<const QAbstractButton *>(widget) ||
+               qobject_cast<const QAbstractSlider *>(widget);
+    };
+    std::stable_partition(widgets.begin(), widgets.end(), std::not_fn(isTool));
+    const auto target = std::find_if(widgets.cbegin(), widgets.cend(), isTarget);
+    return target == widgets.cend() ? nullptr : *target;
 }
 
 QList<QWidget *> visiblePanels(QMainWindow *window)
@@ -48,6 +57,12 @@ QList<QWidget *> visiblePanels(QMainWindow *window)
 
 } // namespace
 
+void PanelCycle::enter(QWidget *panel)
+{
+    if (QWidget *target = focusTarget(panel))
+        target->setFocus(Qt::ShortcutFocusReason);
+}
+
 void PanelCycle::step(QMainWindow *window, int by)
 {
     const QList<QWidget *> panels = visiblePanels(window);
@@ -60,7 +75,7 @@ void PanelCycle::step(QMainWindow *window, int by)
             now = i;
     }
     const int next = now < 0 ? 0 : (now + by + panels.size()) % panels.size();
-    focusTarget(panels[next])->setFocus(Qt::ShortcutFocusReason);
+    enter(panels[next]);
 }
 
 } // namespace Studio

@@ -1,6 +1,7 @@
 #pragma once
 
 class QMainWindow;
+class QWidget;
 
 namespace Studio
 {
@@ -13,6 +14,8 @@ public:
     /// Gives the focus to the panel that is `by` places further: the editor, then the docks that
     /// can be seen, in reading order, and around again.
     static void step(QMainWindow *window, int by);
+    /// Gives the focus to what had it last in a panel, or else to what a user would go to.
+    static void enter(QWidget *panel);
 };
 
 } // namespace Studio

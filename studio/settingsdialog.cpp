@@ -79,6 +79,8 @@ SettingsDialog::SettingsDialog(const HostBase &host, QWidget *parent)
 void SettingsDialog::showPage(Page page)
 {
     m_pages->setCurrentIndex(page);
+    if (page == Keys)
+        m_keys->setFocus();
 }
 
 void SettingsDialog::accept()

@@ -91,7 +91,7 @@ QWidget *WelcomePage::makeRecent()
     m_hint->setText(tr("The projects that you open will be listed here."));
     m_hint->setWordWrap(true);
     m_recent->setIconSize(ProjectPictures::Size);
-    m_recent->setTextElideMode(Qt::ElideMiddle);
+    m_recent->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     auto *remove = new QAction(tr("Remove from the &list"), m_recent);
     remove->setObjectName(QStringLiteral("welcome_remove"));
     remove->setShortcut(QKeySequence::Delete);
@@ -121,29 +121,38 @@ void WelcomePage::setRecent(const QVector<Recent> &projects)
     for (const Recent &project : projects) {
         auto *item = new QListWidgetItem(iconOf(project.picture), QString(), m_recent);
         item->setData(directoryRole, project.directory);
-        item->setToolTip(QDir::toNativeSeparators(project.directory).toHtmlEscaped());
+        item->setToolTip(QDir::toNativeSeparators(project.directory));
     }
     m_recent->setCurrentRow(qMin(current, m_recent->count() - 1));
     m_recent->setVisible(!projects.isEmpty());
     m_hint->setVisible(projects.isEmpty());
-    markGone();
+    showNames();
 }
 
 void WelcomePage::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
-    markGone();
+    showNames();
 }
 
-void WelcomePage::markGone()
+void WelcomePage::resizeEvent(QResizeEvent *event)
 {
+    QWidget::resizeEvent(event);
+    showNames();
+}
+
+// A list lays out each line of an item in its whole width: a path is cut before.
+void WelcomePage::showNames()
+{
+    const int room = m_recent->viewport()->width() - ProjectPictures::Size.width() - 24;
     for (int i = 0; i < m_recent->count(); ++i) {
         QListWidgetItem *item = m_recent->item(i);
         const QDir directory(item->data(directoryRole).toString());
         const QString name = directory.dirName();
         const bool isThere = directory.exists();
         item->setText((isThere ? name : tr("%1 (not there)").arg(name)) + QLatin1Char('\n') +
-                      QDir::toNativeSeparators(directory.path()));
+                      m_recent->fontMetrics().elidedText(QDir::toNativeSeparators(directory.path()),
+                                                         Qt::ElideMiddle, room));
         item->setForeground(
             palette().brush(isThere ? QPalette::Active : QPalette::Disabled, QPalette::Text));
     }

@@ -37,11 +37,12 @@ signals:
 protected:
     /// Looks anew which directories are there.
     void showEvent(QShowEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     QWidget *makeStarts();
     QWidget *makeRecent();
-    void markGone();
+    void showNames();
 
     QListWidget *m_recent;
     QLabel *m_hint;

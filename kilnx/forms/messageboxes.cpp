@@ -1,6 +1,7 @@
 #include <kilnx/forms/messageboxes.h>
 
 #include <QtWidgets/QMessageBox>
+#include <QtWidgets/QPushButton>
 
 namespace Kiln
 {
@@ -16,11 +17,14 @@ int show(QMessageBox::Icon icon,
          const QString &title,
          const QString &text,
          QMessageBox::StandardButtons buttons,
-         QMessageBox::StandardButton preset = QMessageBox::Ok)
+         QMessageBox::StandardButton preset = QMessageBox::Ok,
+         const QString &discard = QString())
 {
     QMessageBox box(icon, title, text, buttons, parent);
     box.setTextFormat(Qt::PlainText);
     box.setDefaultButton(preset);
+    if (!discard.isEmpty())
+        box.button(QMessageBox::Discard)->setText(discard);
     return box.exec();
 }
 
@@ -38,11 +42,12 @@ bool askWarning(QWidget *parent, const QString &title, const QString &text)
            QMessageBox::Yes;
 }
 
-UnsavedAnswer askUnsaved(QWidget *parent, const QString &title, const QString &text)
+UnsavedAnswer
+askUnsaved(QWidget *parent, const QString &title, const QString &text, const QString &discard)
 {
-    const int answer =
-        show(QMessageBox::Warning, parent, title, text,
-             QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Save);
+    const int answer = show(QMessageBox::Warning, parent, title, text,
+                            QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel,
+                            QMessageBox::Save, discard);
     return answer == QMessageBox::Save      ? UnsavedAnswer::Save
            : answer == QMessageBox::Discard ? UnsavedAnswer::Discard
                                             : UnsavedAnswer::Cancel;

@@ -19,8 +19,12 @@ askQuestion(QWidget *parent, const QString &title, const QString &text, bool def
 KILNX_EXPORT bool askWarning(QWidget *parent, const QString &title, const QString &text);
 /// What to do with changes that are not saved.
 enum class UnsavedAnswer { Save, Discard, Cancel };
-/// A warning box with Save, Discard and Cancel; Save is the default.
-KILNX_EXPORT UnsavedAnswer askUnsaved(QWidget *parent, const QString &title, const QString &text);
+/// A warning box with Save, Discard and Cancel; Save is the default. `discard` says what the second
+/// one does where nothing is thrown away.
+KILNX_EXPORT UnsavedAnswer askUnsaved(QWidget *parent,
+                                      const QString &title,
+                                      const QString &text,
+                                      const QString &discard = QString());
 /// Boxes with one OK button.
 KILNX_EXPORT void showInformation(QWidget *parent, const QString &title, const QString &text);
 KILNX_EXPORT void showWarning(QWidget *parent, const QString &title, const QString &text);

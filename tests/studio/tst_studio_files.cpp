@@ -593,6 +593,39 @@ private slots:
         tabs->resize(tabs->tabRect(sprites).size()); // names stay whole, and scroll
         QVERIFY(tabs->tabRect(sprites).width() >
                 tabs->fontMetrics().horizontalAdvance(tabs->tabText(sprites)));
+        // Two of one name are told apart as long as there are two.
+        open("heroes/moss/strikes.glow");
+        Kiln::CodeDocument *const moss = document();
+        open("heroes/wren/strikes.glow");
+        QCOMPARE(tabs->tabText(tabs->indexOf(moss)), "moss/strikes.glow");
+        QVERIFY(m_window->windowTitle().startsWith("wren/strikes.glow"));
+        const auto middleClick = [tabs](const Kiln::ProjectFile *file) {
+            QTest::mouseClick(tabs, Qt::MiddleButton, {},
+                              tabs->tabRect(tabs->indexOf(file)).center());
+        };
+        middleClick(document());
+        QCOMPARE(tabs->tabText(tabs->indexOf(moss)), "strikes.glow");
+        const auto choose = [tabs](const Kiln::ProjectFile *file, const char *action) {
+            QTimer::singleShot(0, tabs, [action] {
+                QWidget *menu = QApplication::activePopupWidget();
+                menu->findChild<QAction *>(action)->trigger();
+                menu->close();
+            });
+            const QPoint place = tabs->tabRect(tabs->indexOf(file)).center();
+            QContextMenuEvent asked(QContextMenuEvent::Mouse, place, tabs->mapToGlobal(place));
+            QApplication::sendEvent(tabs, &asked);
+        };
+        choose(moss, "tab_copy_path");
+        QCOMPARE(QGuiApplication::clipboard()->text(), moss->fileName());
+        QVERIFY(tabs->count() > 2);
+        choose(moss, "tab_close_others");
+        QCOMPARE(tabs->files(), QList<Kiln::ProjectFile *>{moss});
+        type("; kept\n");
+        open("heroes/wren/air.glow");
+        m_dialogs->expectBox(QMessageBox::Cancel);
+        choose(moss, "tab_close_all");
+        QCOMPARE(tabs->count(), 2); // who keeps one keeps the rest
+        moss->reload();
         while (tabs->count() > 0)
             actions()->closeFile->trigger();
         QVERIFY(!document());

@@ -199,6 +199,14 @@ private slots:
         QVERIFY(!button->isHidden());
         button->click();
         QCOMPARE(clicked.first().first().toInt(), 2);
+        status.resize(600, 24);
+        status.show();
+        for (const bool isLong : {false, true, false}) {
+            status.tell(isLong ? QString(150, 'm') : QString("short"));
+            QCOMPARE(button->isHidden(), isLong);
+            status.clearMessage();
+            QVERIFY(!button->isHidden());
+        }
         status.setField(2, QString());
         QVERIFY(button->isHidden());
         auto *counts = status.findChild<QToolButton *>("status_messages");

@@ -454,11 +454,16 @@ private slots:
         name("air.glow");
         m_dialogs->expectBox(QMessageBox::Ok);
         choose("heroes/wren/hurt.glow", "tree_rename");
-        name("pain.glow");
+        // The ending stays unless one means it.
+        m_dialogs->expectDialog([](QDialog *dialog) {
+            QTest::keyClicks(dialog->findChild<QLineEdit *>(), "pain");
+            QTest::keyClick(dialog, Qt::Key_Return);
+        });
         tree->selectFile(path("heroes/wren/hurt.glow"));
         tree->view()->setFocus();
         QTest::keyClick(tree->view(), Qt::Key_F2);
         QVERIFY(QFile::exists(path("heroes/wren/pain.glow")));
+        QCOMPARE(tree->currentFile(), path("heroes/wren/pain.glow"));
         QVERIFY(!QFile::exists(path("heroes/wren/hurt.glow")));
         QCOMPARE(document()->fileName(), path("heroes/wren/pain.glow"));
         QVERIFY(document()->toString().startsWith("; here\n"));

@@ -1,6 +1,7 @@
 #include <hostkit/dialogplaces.h>
 #include <hostkit/settings.h>
 #include <hostkit/theme.h>
+#include <studiostyle.h>
 #include <tests/support/rows.h>
 #include <viewportpage.h>
 
@@ -80,6 +81,13 @@ private slots:
         QVERIFY(!settings.value("parseCode", true).toBool());
         settings.setValue("parseCode", QVariant());
         QVERIFY(settings.value("parseCode", false).toBool());
+        // What nobody can read is not what anybody chose.
+        for (const auto &[written, read] :
+             {std::pair("100000", 72), {"-3", 5}, {"x", 5}, {"11", 11}}) {
+            settings.setValue("font_size", written);
+            settings.sync();
+            QCOMPARE(Settings(fileName()).value("font_size").toInt(), read);
+        }
     }
 
     void recentProjectsAreNewestFirstAndFew()
@@ -152,7 +160,7 @@ private slots:
 
     void dialogsOpenWhereTheyWereLeft()
     {
-        const QRect left(120, 90, 333, 222);
+        QRect left(120, 90, 333, 222);
         const auto showsThere = [&](QDialog &&dialog, const char *name) {
             Settings settings(fileName());
             HostKit::DialogPlaces places(settings);
@@ -167,6 +175,16 @@ private slots:
             QCOMPARE(showsThere(QDialog(), "search"), isLater);
             QVERIFY(!showsThere(QDialog(), ""));
             QVERIFY(!showsThere(QMessageBox(), "box"));
+        }
+        // Of a screen that was larger.
+        const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+        for (const QRect &place :
+             {screen.adjusted(300, 200, 900, 600), screen.translated(-400, -300)}) {
+            QDialog large;
+            large.setGeometry(place);
+            QDialog again;
+            QVERIFY(HostKit::restorePlace(&again, large.saveGeometry()));
+            QVERIFY(screen.contains(again.geometry()));
         }
     }
 
@@ -211,6 +229,17 @@ private slots:
                                  qMakePair(QPalette::ToolTipText, QPalette::ToolTipBase),
                                  qMakePair(QPalette::HighlightedText, QPalette::Highlight)})
             QVERIFY(contrast(palette.color(pair.first), palette.color(pair.second)) >= 4.5);
+        // An empty box is seen, too.
+        Studio::StudioStyle style;
+        QStyleOptionButton box;
+        box.palette = palette;
+        box.rect = QRect(1, 1, 14, 14);
+        box.state = QStyle::State_Enabled | QStyle::State_Off;
+        QImage drawn(16, 16, QImage::Format_RGB32);
+        drawn.fill(palette.color(QPalette::Window));
+        QPainter painter(&drawn);
+        style.drawPrimitive(QStyle::PE_IndicatorCheckBox, &box, &painter);
+        QVERIFY(contrast(drawn.pixelColor(8, 1), drawn.pixelColor(8, 0)) >= 3);
     }
 
     void ownColorsBelongToOneTheme()

@@ -459,11 +459,16 @@ private slots:
         QCOMPARE(list->item(0)->icon().pixmap(picture.size()).toImage().pixel(48, 40),
                  picture.pixel(48, 40));
         QVERIFY(qAlpha(picture.pixel(48, 40)) > 0);
+        QSet<QRgb> colors; // no spark, of which the sample has two colours, but what it is about
+        for (int i = 0; i < picture.width() * picture.height(); ++i)
+            colors.insert(picture.pixel(i % picture.width(), i / picture.width()));
+        QVERIFY(colors.size() > 8);
+        QVERIFY(list->sizeHintForColumn(0) <= list->viewport()->width()); // paths are cut
 
         QVERIFY(QDir().rename(hero(), hero() + " elsewhere"));
         auto *sample = m_window->findChild<QAbstractButton *>("welcome_sample");
         for (const char *typed : {"", "; mine\n"}) {
-            QTest::keyClick(sample, Qt::Key_Space);
+            QTest::keyClick(sample, Qt::Key_Return);
             QCOMPARE(session().parentProject()->basePath(),
                      m_directory->filePath("data/sample/hero/"));
             QVERIFY(document()->toString().startsWith(typed)); // once made, it stays
@@ -641,6 +646,7 @@ private slots:
             m_dialogs->expectDialog([=](QDialog *dialog) {
                 auto *tree = dialog->findChild<QTreeWidget *>("keys_tree");
                 auto *filter = dialog->findChild<QLineEdit *>("keys_filter");
+                QCOMPARE(dialog->focusWidget(), filter);
                 // By key or by name.
                 for (const auto &[sought, command] :
                      {std::pair("ctrl+alt+k", "Backup..."), {"go to line", "Go to line..."}}) {
@@ -654,7 +660,9 @@ private slots:
                     }
                     QCOMPARE(shown.size(), 1);
                     QCOMPARE(shown.first()->text(0), QString(command));
-                    tree->setCurrentItem(shown.first());
+                    QTest::keyClick(filter, Qt::Key_Return);
+                    QCOMPARE(tree->currentItem(), shown.first());
+                    QCOMPARE(dialog->focusWidget(), tree);
                 }
                 act(dialog, tree);
                 dialog->findChild<QDialogButtonBox *>("settings_buttons")
@@ -743,6 +751,29 @@ private slots:
                  (QStringList{"project_tree", "code_tree", "messages_view", "codeEditor"}));
         QTest::keyClick(view(), Qt::Key_F6, Qt::ShiftModifier);
         QCOMPARE(QApplication::focusWidget()->objectName(), "messages_view");
+        // The key of a panel brings one that is behind another to the front.
+        auto *output = m_window->findChild<QDockWidget *>("dock_output");
+        for (const bool isShown : {true, false}) {
+            QTest::keyClick(m_window.get(), Qt::Key_4, Qt::AltModifier | Qt::ShiftModifier);
+            QCOMPARE(!output->visibleRegion().isEmpty(), isShown);
+            QCOMPARE(output->isAncestorOf(QApplication::focusWidget()), isShown);
+        }
+        QCOMPARE(QApplication::focusWidget(), view());
+        // A list is gone to before the buttons over it.
+        QVERIFY(host().desk().openFile(path("heroes/wren/wren.flick"), 0));
+        QListView *animations = organizer();
+        for (int i = 0; i < 8 && QApplication::focusWidget() != animations; ++i)
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_F6);
+        QCOMPARE(QApplication::focusWidget(), animations);
+        // And one sees where the keys go to.
+        const auto selected = [animations] {
+            const QRect place = animations->visualRect(animations->currentIndex());
+            return animations->grab().toImage().pixelColor(place.right() - 2, place.center().y());
+        };
+        const QColor active = selected();
+        view()->setFocus();
+        QVERIFY(selected() != active);
+        QVERIFY(selected() != animations->palette().color(QPalette::Base));
     }
 
     void progressIsShownAndCancelled()
@@ -777,6 +808,13 @@ private slots:
         m_window->reopenLast();
         QVERIFY(document());
         QCOMPARE(view()->font().pointSize(), 13);
+        // An arrangement that was torn, as on a full disk, is none.
+        QVERIFY(m_window->close());
+        settings().setValue("window_state",
+                            settings().value("window_state").toByteArray().chopped(40));
+        makeWindow();
+        m_window->show();
+        QVERIFY(m_window->findChild<QDockWidget *>("dock_messages")->isVisible());
     }
 };
 
