@@ -10,6 +10,7 @@
 #include <kilnx/project/projectfile.h>
 
 #include <QElapsedTimer>
+#include <QSet>
 #include <QTextBlock>
 #include <QTimer>
 
@@ -115,14 +116,14 @@ void FileSearch::stop()
 void FileSearch::collectSources()
 {
     m_sources.clear();
-    QStringList loaded;
+    QSet<QString> loaded;
     m_project = m_session.parentProject();
     if (!m_project)
         return;
     const QList<Kiln::ProjectFile *> files = m_session.files(m_project);
     for (Kiln::ProjectFile *file : files) {
         m_sources.append({file->fileName(), file});
-        loaded.append(file->fileName());
+        loaded.insert(file->fileName());
     }
     QStringList all;
     collectFiles(*m_project, {}, all);

@@ -21,6 +21,8 @@
 #include <QTextBlock>
 #include <QTimer>
 
+#include <algorithm>
+
 namespace HostKit
 {
 
@@ -119,11 +121,11 @@ void OpenFiles::restore(FileDesk &desk)
     if (!file.open(QIODevice::ReadOnly))
         return;
     const QScopedValueRollback<bool> guard(m_restoring, true);
-    const QJsonObject all = QJsonDocument::fromJson(file.readAll()).object();
+    const QJsonObject stored = QJsonDocument::fromJson(file.readAll()).object();
     const QDir base(project->basePath());
     const QList<Kiln::ProjectFile *> before = m_tabs->files();
     QList<Kiln::ProjectFile *> wanted;
-    const QJsonArray entries = all["files"].toArray();
+    const QJsonArray entries = stored["files"].toArray();
     for (const auto &entry : entries) {
         const QString name = QDir::cleanPath(base.filePath(entry["file"].toString()));
         if (!QFile::exists(name) || !desk.openFile(name, unsigned(entry["type"].toInt())))
@@ -131,6 +133,11 @@ void OpenFiles::restore(FileDesk &desk)
         wanted.append(m_tabs->currentFile());
         restorePlace(entry.toObject());
     }
+    // Whatever cannot be read tells so in a box, behind which others are closed.
+    const QList<Kiln::ProjectFile *> all = m_session.files();
+    wanted.erase(std::remove_if(wanted.begin(), wanted.end(),
+                                [&all](auto *file) { return !all.contains(file); }),
+                 wanted.end());
     if (wanted.isEmpty())
         return;
     const QList<Kiln::ProjectFile *> own = m_session.files(m_session.parentProject());
@@ -141,7 +148,7 @@ void OpenFiles::restore(FileDesk &desk)
     const int first = m_tabs->count() - wanted.size();
     for (int i = 0; i < wanted.size(); ++i)
         m_tabs->moveTab(m_tabs->indexOf(wanted.at(i)), first + i);
-    Kiln::ProjectFile *current = m_session.findFile(all["current"].toString());
+    Kiln::ProjectFile *current = m_session.findFile(stored["current"].toString());
     desk.showFile(wanted.contains(current) ? current : wanted.first());
 }
 

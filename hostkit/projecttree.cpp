@@ -10,6 +10,7 @@
 #include <QIcon>
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace HostKit
@@ -106,19 +107,27 @@ void ProjectTree::setProject(Kiln::ParentProject *project)
     beginResetModel();
     m_root = std::make_unique<Row>();
     m_project = project;
+    m_isSourceNew = false;
+    m_others = others();
     if (project)
         m_root = wanted();
     endResetModel();
     if (!project)
         return;
-    connect(project, &Kiln::ParentProject::rowsInserted, this, &ProjectTree::filesChanged);
-    connect(project, &Kiln::ParentProject::rowsRemoved, this, &ProjectTree::filesChanged);
-    connect(project, &Kiln::ParentProject::layoutChanged, this, &ProjectTree::filesChanged);
-    connect(project, &Kiln::ParentProject::dataChanged, this, &ProjectTree::filesChanged);
+    connect(project, &Kiln::ParentProject::rowsInserted, this, &ProjectTree::sourceChanged);
+    connect(project, &Kiln::ParentProject::rowsRemoved, this, &ProjectTree::sourceChanged);
+    connect(project, &Kiln::ParentProject::layoutChanged, this, &ProjectTree::sourceChanged);
+    connect(project, &Kiln::ParentProject::dataChanged, this, &ProjectTree::sourceChanged);
 }
 
 void ProjectTree::filesChanged()
 {
+    m_later.start();
+}
+
+void ProjectTree::sourceChanged()
+{
+    m_isSourceNew = true;
     m_later.start();
 }
 
@@ -127,9 +136,29 @@ void ProjectTree::rebuild()
     m_later.stop();
     if (!m_project)
         return;
+    const QVector<Other> known = std::exchange(m_others, others());
+    const bool isMoved = m_root->name != m_project->basePath().chopped(1);
+    // Each file that is shown or saved leads to here, and a project may have many thousands.
+    if (!std::exchange(m_isSourceNew, false) && !isMoved && m_others == known)
+        return;
     const std::unique_ptr<Row> next = wanted();
     m_root->name = next->name;
     merge(*m_root, *next);
+}
+
+QVector<ProjectTree::Other> ProjectTree::others() const
+{
+    QVector<Other> found;
+    if (!m_project)
+        return found;
+    const QString base = m_project->basePath();
+    const QList<Kiln::ProjectFile *> files = m_session.files(m_project);
+    for (Kiln::ProjectFile *file : files) {
+        const QString name = file->fileName();
+        if (name.isEmpty() || (name.startsWith(base) && !m_project->filePath(name)))
+            found.append({file, name, m_session.fileId(file).bits});
+    }
+    return found;
 }
 
 /// The tree as it should be.
@@ -139,13 +168,9 @@ std::unique_ptr<ProjectTree::Row> ProjectTree::wanted() const
     const QString base = m_project->basePath();
     root->name = base.chopped(1);
     collect(*root, QModelIndex());
-    const QList<Kiln::ProjectFile *> files = m_session.files(m_project);
-    for (Kiln::ProjectFile *file : files) {
-        const QString name = file->fileName();
-        if (!name.isEmpty() && (!name.startsWith(base) || m_project->filePath(name)))
-            continue;
+    for (const Other &other : m_others) {
         Row *row = root.get();
-        const QString relative = name.mid(base.size());
+        const QString relative = other.name.mid(base.size());
         const QStringList parts = relative.split(QLatin1Char('/'));
         for (int i = 0; i < parts.size(); ++i) {
             const bool isLast = i == parts.size() - 1;
@@ -160,8 +185,8 @@ std::unique_ptr<ProjectTree::Row> ProjectTree::wanted() const
             auto made = std::make_unique<Row>();
             made->name = parts.at(i);
             made->isFile = isLast;
-            made->open = isLast ? file : nullptr;
-            made->openId = isLast ? m_session.fileId(file).bits : 0;
+            made->open = isLast ? other.file : nullptr;
+            made->openId = isLast ? other.id : 0;
             row = &add(*row, std::move(made));
         }
     }

@@ -7,6 +7,7 @@
 #include <QtCore/QAbstractItemModel>
 #include <QtCore/QPointer>
 #include <QtCore/QTimer>
+#include <QtCore/QVector>
 
 #include <memory>
 
@@ -61,10 +62,23 @@ public:
 
 private:
     struct Row;
+    /// A loaded file that the project's own tree does not show.
+    struct Other {
+        Kiln::ProjectFile *file; ///< only ever compared, and handed out
+        QString name;
+        unsigned int id;
+
+        bool operator==(const Other &other) const
+        {
+            return file == other.file && name == other.name && id == other.id;
+        }
+    };
 
     Row *rowOf(const QModelIndex &index) const;
     QModelIndex indexOf(const Row &row) const;
+    void sourceChanged();
     void rebuild();
+    QVector<Other> others() const;
     std::unique_ptr<Row> wanted() const;
     void collect(Row &row, const QModelIndex &source) const;
     static Row &add(Row &above, std::unique_ptr<Row> row);
@@ -73,6 +87,8 @@ private:
     ProjectSession &m_session;
     QPointer<Kiln::ParentProject> m_project;
     std::unique_ptr<Row> m_root;
+    QVector<Other> m_others;    ///< of the rows
+    bool m_isSourceNew = false; ///< the project's own tree has changed since
     QTimer m_later;
 };
 

@@ -40,6 +40,8 @@ private slots:
         add("over a line end", "one\\ntwo", expression, QPoint(0, 0), QPoint(8, 15));
         add("the same taken as it stands", "t.o", none, QPoint(2, 2), QPoint(2, 2));
         add("a broken expression", "(", expression, QPoint(2, 2), QPoint(2, 2));
+        add("a broken one that brackets would mend", "o)*(n", expression, QPoint(2, 2),
+            QPoint(2, 2));
         add("an empty match gets on", "x*", expression, QPoint(5, 5), QPoint(6, 6));
         add("an empty match at the end", "x*", expression, QPoint(19, 19), QPoint(19, 19));
         add("no text", "", none, QPoint(4, 7), QPoint(4, 7));
