@@ -13,8 +13,10 @@ namespace HostKit
 
 namespace
 {
-const QSize frameRoom(16, 48); // of the frame, which is not known before the window is shown
-const int sumSize = 4;         // hexadecimal digits
+// Of the frame, which is not known before the window is shown.
+const int sideRoom = 8;
+const int captionRoom = 40;
+const int sumSize = 4; // hexadecimal digits
 
 QByteArray sumOf(const QByteArray &bytes)
 {
@@ -23,18 +25,29 @@ QByteArray sumOf(const QByteArray &bytes)
 }
 } // namespace
 
-bool restorePlace(QWidget *window, const QByteArray &place)
+QSize fittedSize(const QSize &size)
 {
-    if (!window->restoreGeometry(place))
+    const QSize room = QGuiApplication::primaryScreen()->availableSize();
+    return size.boundedTo(room - QSize(2 * sideRoom, captionRoom + sideRoom));
+}
+
+bool restorePlace(QWidget *window, const QByteArray &kept)
+{
+    if (!window->restoreGeometry(kept))
         return false;
     if (window->windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen))
         return true;
-    const QScreen *screen = QGuiApplication::screenAt(window->geometry().center());
+    // The place of what is within the frame, as it was kept; a frame's would move at each start.
+    QRect place = window->geometry();
+    const QScreen *screen = QGuiApplication::screenAt(place.center());
     const QRect room = (screen ? screen : QGuiApplication::primaryScreen())->availableGeometry();
-    window->resize(window->size().boundedTo(room.size() - frameRoom));
-    const QSize left = room.size() - window->size();
-    window->move(qBound(room.left(), window->x(), room.left() + left.width()),
-                 qBound(room.top(), window->y(), room.top() + left.height()));
+    if (room.contains(place))
+        return true;
+    const QRect inner = room.adjusted(sideRoom, captionRoom, -sideRoom, -sideRoom);
+    place.setSize(place.size().boundedTo(inner.size()));
+    place.moveLeft(qBound(inner.left(), place.left(), inner.right() + 1 - place.width()));
+    place.moveTop(qBound(inner.top(), place.top(), inner.bottom() + 1 - place.height()));
+    window->setGeometry(place);
     return true;
 }
 

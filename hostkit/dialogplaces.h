@@ -4,6 +4,7 @@
 
 #include <QtCore/QByteArray>
 #include <QtCore/QObject>
+#include <QtCore/QSize>
 
 class QWidget;
 
@@ -12,10 +13,13 @@ namespace HostKit
 
 class Settings;
 
+/// The size where it fits the first screen with a frame around it, and as much of it as does.
+HOSTKIT_EXPORT QSize fittedSize(const QSize &size);
+
 /// Gives a top-level window that is not shown yet the place that QWidget::saveGeometry() told. A
 /// screen that has become smaller, or a place that is none, makes it smaller and moves it, so that
-/// all of it can be reached. False if `place` says nothing; the window is as it was then.
-HOSTKIT_EXPORT bool restorePlace(QWidget *window, const QByteArray &place);
+/// all of it can be reached. False if `kept` says nothing; the window is as it was then.
+HOSTKIT_EXPORT bool restorePlace(QWidget *window, const QByteArray &kept);
 
 /// Bytes with a sum, and those bytes again; empty where they are not what they were. Qt takes the
 /// arrangement of a window apart into nonsense where its bytes are torn.

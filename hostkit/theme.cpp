@@ -81,6 +81,16 @@ QPalette darkPalette()
     return palette;
 }
 
+// Boxes show what they say when they are empty only in a colour that was set, not in Qt's own.
+QPalette systemPalette()
+{
+    QPalette palette = QApplication::style()->standardPalette();
+    QColor faint = palette.color(QPalette::Text);
+    faint.setAlphaF(0.6);
+    palette.setColor(QPalette::PlaceholderText, faint);
+    return palette;
+}
+
 } // namespace
 
 Theme::Theme(const Settings &settings)
@@ -96,7 +106,7 @@ void Theme::apply() const
     else if (theme == QLatin1String("light"))
         QApplication::setPalette(lightPalette());
     else
-        QApplication::setPalette(QApplication::style()->standardPalette());
+        QApplication::setPalette(systemPalette());
 }
 
 bool Theme::isDark()

@@ -70,10 +70,8 @@ MainWindow::MainWindow(const HostKit::Paths &paths, const QStringList &libraries
     enrollActions();
 
     const Settings &settings = m_host.settings();
-    resize(1280, 800);
-    const QByteArray place = settings.value("window_geometry").toByteArray();
-    if (!restorePlace(this, place))
-        restorePlace(this, saveGeometry()); // of the first start, within the screen
+    resize(fittedSize(QSize(1280, 800)));
+    restorePlace(this, settings.value("window_geometry").toByteArray());
     m_arranged = restoreState(unsealed(settings.value("window_state").toByteArray()));
     m_host.deck().switchTo(nullptr);
     updateRecent();

@@ -15,6 +15,7 @@
 #include <hostkit/projectsession.h>
 #include <hostkit/recoveryjournal.h>
 #include <hostkit/settings.h>
+#include <hostkit/statusfields.h>
 #include <hostkit/theme.h>
 
 #include <kilnx/code/codedocument.h>
@@ -336,7 +337,11 @@ bool Tour::saveReadOnly()
                          "the report names the file");
         });
     QFile::setPermissions(name, before);
-    return undoAll() && told;
+    const bool isUndone = undoAll();
+    // The journal is not for nobody either, which is told, and no matter of the next pictures.
+    d->window->host().journal().flush();
+    d->window->host().status().clearMessage();
+    return isUndone && told;
 }
 
 bool Tour::settings()
