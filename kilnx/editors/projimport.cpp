@@ -379,12 +379,15 @@ void ProjImportDlg::fillProjects()
         m_projects->setCurrentIndex(int(first - m_sources.cbegin()));
 }
 
-/// The name of a source; with its definition, where another one has the same.
+/// The name of a source; with its definition, where another one or the destination has the same.
 QString ProjImportDlg::told(Kiln::Project *project) const
 {
     const QString name = project->displayName();
-    const auto isNamedSo = [&name](Kiln::Project *other) { return other->displayName() == name; };
-    const bool isAlone = std::count_if(m_sources.cbegin(), m_sources.cend(), isNamedSo) == 1;
+    const auto isTwin = [&name, project](Kiln::Project *other) {
+        return other && other != project && other->displayName() == name;
+    };
+    const bool isAlone =
+        !isTwin(m_destination) && std::none_of(m_sources.cbegin(), m_sources.cend(), isTwin);
     return isAlone
                ? name
                : QStringLiteral("%1 (%2)").arg(name, QDir::toNativeSeparators(project->fileName()));

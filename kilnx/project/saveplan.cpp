@@ -10,7 +10,6 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
-#include <QtCore/QTemporaryDir>
 #include <QtCore/QThreadPool>
 
 #include <algorithm>
@@ -291,7 +290,7 @@ bool SavePlan::makeDirectory(const QString &directory)
 }
 
 /// A project moves with its definitions or not at all: each is written as a copy first, in a
-/// directory of its own beside the place where it will be.
+/// directory of its own beside the place where it will be, which keeps its room on the disk.
 bool SavePlan::tryDefinitions()
 {
     const QList<Place> places = m_steps.keys();
@@ -302,11 +301,13 @@ bool SavePlan::tryDefinitions()
         setFileError(QString());
         const QFileInfo place(target.second);
         const bool isFree = !place.isDir() && (!place.exists() || place.isWritable());
-        const QTemporaryDir trial(place.absolutePath() + QLatin1Char('/') + partPrefix +
-                                  QLatin1String("XXXXXX"));
-        const QString copy = trial.filePath(place.fileName());
-        if (isFree && trial.isValid() && step.memory.file->toFile(*target.first, copy, true))
+        auto trial = std::make_unique<QTemporaryDir>(place.absolutePath() + QLatin1Char('/') +
+                                                     partPrefix + QLatin1String("XXXXXX"));
+        const QString copy = trial->filePath(place.fileName());
+        if (isFree && trial->isValid() && step.memory.file->toFile(*target.first, copy, true)) {
+            m_trials[target] = std::move(trial);
             continue;
+        }
         failToSave(report, target.second, tr("The definition cannot be saved."));
         return false;
     }
@@ -405,10 +406,11 @@ void SavePlan::copySmall(const QList<Place> &places)
 
 void SavePlan::noteCopy(const Step &step, bool isDone, bool isNew)
 {
-    if (!isDone) {
+    const bool isTold = step.memory.file; // by the writing of what is in memory
+    if (!isDone && !isTold)
         failToSave(report, step.name, tr("'%1' could not be copied to it.").arg(step.source));
+    if (!isDone)
         return;
-    }
     report.copied.append(step.name);
     if (isNew)
         m_newFiles.append(step.name);
@@ -434,6 +436,7 @@ void SavePlan::runDefinition(const Project *project)
 
 void SavePlan::undo()
 {
+    m_trials.clear();
     for (const QString &name : qAsConst(m_newFiles))
         QFile::remove(name);
     // From the inside out, and only those that are empty.
@@ -468,7 +471,8 @@ void SavePlan::execute(const Place &target)
     const bool isInMemory = step.memory.file;
     if (isInMemory && !step.memory.isOpen())
         fail(step.name, tr("It was closed before it could be saved."));
-    else if (isInMemory)
+    m_trials.erase(target);
+    if (isInMemory && step.memory.isOpen())
         step.isWritten = write(step, target);
     if (step.isWritten)
         settleOthers(step, target);

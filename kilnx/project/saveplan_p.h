@@ -11,7 +11,9 @@
 #include <QtCore/QPair>
 #include <QtCore/QPointer>
 #include <QtCore/QSet>
+#include <QtCore/QTemporaryDir>
 
+#include <map>
 #include <memory>
 
 namespace Kiln
@@ -146,6 +148,7 @@ private:
     /// What was not there before.
     QStringList m_newFiles;
     QStringList m_newDirectories;
+    std::map<Place, std::unique_ptr<QTemporaryDir>> m_trials; ///< of definitions, until they go
     QMap<Place, Step> m_steps;
     QMap<Place, QList<Instance>> m_open;
     /// From a source on disk to the targets that are copied from it.

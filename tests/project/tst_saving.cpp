@@ -9,6 +9,7 @@
 
 #include <csignal>
 #include <poll.h>
+#include <sys/mount.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -630,6 +631,39 @@ private slots:
         QVERIFY(m_parent->saveReport().failures[0].fileName.endsWith("/big"));
         QVERIFY(m_parent->saveReport().failures[0].reason.contains("File too large"));
         QVERIFY(QDir(place).entryList({".kiln-*"}, QDir::AllEntries | QDir::Hidden).isEmpty());
+    }
+
+    /// A disk that fills up on the way: the definition still goes, and each file is in one place.
+    void definitionKeepsItsRoom()
+    {
+        const QString target = other() + "disk/";
+        const QByteArray mountPoint = QFile::encodeName(target);
+        QVERIFY(QDir().mkpath(target));
+        if (mount("none", mountPoint.constData(), "tmpfs", 0, "size=64k") != 0)
+            QSKIP("No right to mount a small disk.");
+        const auto unmount = qScopeGuard([&] { umount(mountPoint.constData()); });
+        QByteArray definition;
+        for (int i = 0; i < 30; ++i) {
+            make({{QString::number(i), "old"}});
+            definition += "4 " + QByteArray::number(i) + '\n';
+        }
+        make({{"d.def", definition}});
+        FakeProject *project = m_parent->open("d.def");
+        QList<FakeFile *> files;
+        for (int i = 0; i < 30; ++i) {
+            files << openFile(project, path(QByteArray::number(i)));
+            change(files.last(), QByteArray(4000, 'x'));
+        }
+        m_parent->saveAs(target + "d.def");
+        QCOMPARE(m_parent->basePath(), target);
+        const QStringList there =
+            QDir(target).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden);
+        QVERIFY(there.contains("d.def") && there.size() < 30);
+        QCOMPARE(m_parent->saveReport().failures.size(), 31 - there.size());
+        for (FakeFile *file : qAsConst(files)) {
+            QVERIFY(file->modified == file->name.startsWith(base()));
+            QVERIFY(file->modified != there.contains(QFileInfo(file->name).fileName()));
+        }
     }
 
     void killedSavesLoseNothing()
