@@ -63,6 +63,7 @@ void LayerDrag::pressed(const QMouseEvent &event)
     m_from = event.pos();
 }
 
+/// The view would choose the rows that the mouse comes over, the first ones on the way included.
 bool LayerDrag::moved(const QMouseEvent &event)
 {
     if (!m_row.isValid() || !(event.buttons() & Qt::LeftButton)) {
@@ -73,7 +74,7 @@ bool LayerDrag::moved(const QMouseEvent &event)
         m_isDragging = true;
     if (m_isDragging)
         showGap(gapAt(event.pos().y()));
-    return m_isDragging;
+    return true;
 }
 
 bool LayerDrag::released(const QMouseEvent &event)

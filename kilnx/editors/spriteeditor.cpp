@@ -126,6 +126,7 @@ void SpriteEditorPrivate::setFile(Sprites *file)
     sprites = file;
     current = nullptr;
     row = QPersistentModelIndex();
+    hasFileSteps = file && file->isModified();
     ++stamp;
     if (file) {
         connect(file, &Sprites::modified, this, &SpriteEditorPrivate::contentsModified);
@@ -235,6 +236,21 @@ void SpriteEditorPrivate::forgetSteps()
     moves.clear();
 }
 
+/// The file's steps lie before those of the canvas. One of them may bring another picture, and then
+/// what was undone on the canvas is gone.
+bool SpriteEditorPrivate::mayUndoFile()
+{
+    if (!canvas().undoStack.canRedo() || !hasFileSteps)
+        return true;
+    const Still still(this);
+    return askQuestion(
+               window(), SpriteEditor::tr("Undo"),
+               SpriteEditor::tr("Undo goes on with the changes of the file. What was undone on "
+                                "the canvas may be gone for redo then. Do you want to go "
+                                "on?")) &&
+           still.isSo();
+}
+
 void SpriteEditorPrivate::saveOrDiscard()
 {
     if (!isDirty())
@@ -301,6 +317,7 @@ void SpriteEditorPrivate::rowsChanged()
 /// The file may have another picture for the sprite, by its undo or by another editor.
 void SpriteEditorPrivate::contentsModified()
 {
+    hasFileSteps = true;
     if (sprite() && row.isValid()) {
         identifier = identifierOf(current);
         if (!samePixels(current->image(), shown)) {
@@ -443,7 +460,7 @@ void SpriteEditorPrivate::next()
 
 void SpriteEditorPrivate::selPosChanged(int index)
 {
-    if (fields.canChangeFieldValue() && index >= 0)
+    if (fields.canChangeFieldValue())
         setCurrent(unsigned(index));
 }
 
@@ -610,7 +627,7 @@ void SpriteEditor::undo()
     QUndoStack &steps = d->canvas().undoStack;
     if (steps.canUndo())
         steps.undo();
-    else
+    else if (d->mayUndoFile())
         FileEditor::undo();
 }
 

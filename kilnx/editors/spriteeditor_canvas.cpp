@@ -377,8 +377,6 @@ void SpriteEditorPrivate::imgRotate()
 
 void SpriteEditorPrivate::imgFlipH()
 {
-    if (!sprite() || !layer())
-        return;
     const int width = canvas().size.width();
     edit(
         "flip", [width](QPoint offset) { return QPoint(width - offset.x() - 1, offset.y()); },
@@ -387,8 +385,6 @@ void SpriteEditorPrivate::imgFlipH()
 
 void SpriteEditorPrivate::imgFlipV()
 {
-    if (!sprite() || !layer())
-        return;
     const int height = canvas().size.height();
     edit(
         "flip", [height](QPoint offset) { return QPoint(offset.x(), height - offset.y() - 1); },

@@ -91,6 +91,7 @@ public:
     void setFile(Sprites *file);
     bool setCurrent(unsigned int index);
     bool mayLeave();
+    bool mayUndoFile();
     void discard();
     void forgetSteps();
     void showWhole(bool later);
@@ -166,9 +167,10 @@ public:
     QMenu *rotationMenu = nullptr;
     QMenu *selectMenu = nullptr;
     bool usesSpritePalette = true;
-    bool isDetached = false; ///< the canvas waits for the sprite of a reloaded file
-    bool hasColors = false;  ///< the grid has colours of a file, or the basic ones
-    bool isFitted = false;   ///< the view was brought to a picture's size
+    bool isDetached = false;   ///< the canvas waits for the sprite of a reloaded file
+    bool hasFileSteps = false; ///< the file may have something to undo
+    bool hasColors = false;    ///< the grid has colours of a file, or the basic ones
+    bool isFitted = false;     ///< the view was brought to a picture's size
 
 public Q_SLOTS:
     void add();

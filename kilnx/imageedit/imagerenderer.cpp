@@ -80,8 +80,7 @@ void ImageRenderer::connectCanvas()
     connect(&canvas, &ImageCanvas::formatChanged, this, [this] { imageChanged({}); });
     connect(&canvas.layers, &ImageLayers::layersChanged, this, &ImageRenderer::layersChanged);
     connect(&canvas.undoStack, &QUndoStack::indexChanged, this, &ImageRenderer::endDrag);
-    if (canvas.palette)
-        connect(canvas.palette, &ImagePalette::paletteChanged, this, [this] { imageChanged({}); });
+    connect(canvas.palette, &ImagePalette::paletteChanged, this, [this] { imageChanged({}); });
 }
 
 // --- Tools

@@ -205,11 +205,9 @@ ReplaceTool::ReplaceTool(ImageRenderer *renderer)
     setObjectName(QStringLiteral("spr_tool_remap_pen"));
     m_pairs->setCount(PaletteRemapWidget::pairCount);
     static_cast<QHBoxLayout *>(options->layout())->insertWidget(0, m_pairs);
-    if (renderer && renderer->canvas.palette) {
-        m_pairs->setColors(renderer->canvas.palette);
-        connect(renderer->canvas.palette, &ImagePalette::paletteChanged, this,
-                &ReplaceTool::palChanged);
-    }
+    m_pairs->setColors(renderer->canvas.palette);
+    connect(renderer->canvas.palette, &ImagePalette::paletteChanged, this,
+            &ReplaceTool::palChanged);
 }
 
 PaletteRemapWidget *ReplaceTool::pairs() const

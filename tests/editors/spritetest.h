@@ -2,6 +2,7 @@
 
 #include <ember/embersprites.h>
 #include <hostkit/spriteview.h>
+#include <kilnx/editors/organizer.h>
 #include <kilnx/editors/paletteeditor.h>
 #include <kilnx/editors/thumbnailseditor.h>
 #include <kilnx/image/imagepalette.h>
@@ -65,6 +66,7 @@ struct Bench {
         workspace = std::make_unique<GraphicsWorkspace>(host);
         workspace->reconfig();
         panel = withPanel ? new PaletteEditor : nullptr;
+        host.extraEditors[0] = organizer = new OrganizerEditor;
         host.extraEditors[2] = thumbnails = new ThumbnailsEditor;
         editor = std::make_unique<HostKit::SpriteView>(*workspace, panel);
         host.setEditorWidget(workspace->widget());
@@ -86,6 +88,7 @@ struct Bench {
         editor.reset();
         if (panel)
             panel->release();
+        organizer->release();
         thumbnails->release();
         qobject_cast<QMainWindow *>(host.mainWindow())->takeCentralWidget();
         workspace.reset();
@@ -178,6 +181,7 @@ struct Bench {
     TestHost host;
     std::unique_ptr<GraphicsWorkspace> workspace;
     PaletteEditor *panel = nullptr;
+    OrganizerEditor *organizer;
     ThumbnailsEditor *thumbnails;
     std::unique_ptr<HostKit::SpriteView> editor;
     SpritesPointer file;

@@ -358,6 +358,9 @@ void tst_paletteeditor::randomUser()
                 edited(table);
             }
         } else if (action == 11 && !model.isEmpty()) {
+            m_editor->widget()->clearSelection(); // nothing to ask about, and no step of undo
+            trigger("pal_set_color");
+            trigger("pal_switch_color");
             select(one, other);
             trigger("pal_switch_color");
             Table table = model[at].second;
@@ -519,6 +522,8 @@ void tst_paletteeditor::savesFiles()
     const auto saved = contents();
     writeFile(file("out/stone.act"), "old");
 
+    answer("CANCEL"); // not even the palette that is chosen at the start
+    trigger("pal_save");
     answer("ALL");
     if (event == "NAME") {
         answer(file("out/my"));
@@ -683,9 +688,11 @@ void tst_paletteeditor::actsOnSprites()
     const auto unchanged = contents();
     m_editor->setPalette(colors);
     QCOMPARE(contents(), unchanged);
-    m_editor->key = "2";
-    m_editor->setPalette(colors);
-    QCOMPARE(contents()[names().indexOf("2")].second, table);
+    for (const char *key : {"0", "2"}) {
+        m_editor->key = key;
+        m_editor->setPalette(colors);
+        QCOMPARE(contents()[names().indexOf(key)].second, table);
+    }
     m_editor->key = "new";
     m_editor->setPalette(colors);
     QCOMPARE(contents().last(), qMakePair(QString("new"), table));

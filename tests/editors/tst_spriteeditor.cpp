@@ -129,8 +129,8 @@ private Q_SLOTS:
         QVERIFY(actions[1]->isEnabled() && !actions[10]->isEnabled());
         bench.editor->deactivate();
         QVERIFY(!actions[0]->isEnabled() && !actions[1]->isEnabled());
-        // Every tool has a key of its own, which counts in the view.
         bench.editor->activate();
+        // Every tool has a key of its own, which counts in the view.
         QSet<QKeySequence> toolKeys;
         for (const QString key : {"canvasmove", "selmove", "rectsel", "freesel", "picker", "pen",
                                   "eraser", "remap_pen", "paintbucket"}) {
@@ -205,6 +205,21 @@ private Q_SLOTS:
         bench.editor->redo();
         QVERIFY(!isMarked);
         QCOMPARE(bench.canvas().flatten(), wanted);
+        // A press too many is asked about, as the way back to the end is lost by it.
+        bench.setColor(50);
+        bench.click({4, 4});
+        const QImage end = bench.canvas().flatten();
+        bench.editor->undo();
+        bench.host.dialogs().expectBox(QMessageBox::No);
+        bench.editor->undo();
+        QCOMPARE(bench.canvas().flatten(), wanted);
+        bench.editor->redo();
+        QCOMPARE(bench.canvas().flatten(), end);
+        bench.editor->undo();
+        bench.host.dialogs().expectBox(QMessageBox::Yes);
+        bench.editor->undo();
+        QCOMPARE(bench.canvas().flatten(), somePicture({12, 9}));
+        bench.editor->redo();
         bench.trigger("spr_next");
         bench.trigger("spr_next");
         QCOMPARE(bench.editor->currentSprite(), bench.file->at(1));
@@ -436,6 +451,7 @@ private Q_SLOTS:
         bench.editor->undo();
         QCOMPARE(bench.canvas().flatten(), picture);
         QVERIFY(isInSight() || size == picture.size());
+        bench.host.dialogs().expectBox(QMessageBox::Yes);
         bench.editor->undo();
         QCOMPARE(fileBytes(), before);
         QVERIFY(!bench.editor->isModified());
@@ -476,8 +492,12 @@ private Q_SLOTS:
                               held, {});
             QApplication::sendEvent(list->viewport(), &event);
         };
+        // From the edge of a row, and slowly at first: the row pressed on stays the chosen one.
         const auto startDrag = [&] {
-            send(QEvent::MouseButtonPress, place(2), Qt::LeftButton);
+            const QPoint edge(place(2).x(), list->visualRect(list->model()->index(2, 0)).top());
+            send(QEvent::MouseButtonPress, edge, Qt::LeftButton);
+            send(QEvent::MouseMove, edge - QPoint(0, 3), Qt::LeftButton);
+            QCOMPARE(list->currentIndex().row(), 2);
             send(QEvent::MouseMove, place(0), Qt::LeftButton);
             send(QEvent::MouseMove, place(0) - QPoint(0, 6), Qt::LeftButton);
         };
@@ -497,12 +517,17 @@ private Q_SLOTS:
         send(QEvent::MouseButtonRelease, place(0) - QPoint(0, 6), Qt::NoButton);
         QVERIFY(!line->isVisible());
         QCOMPARE(order(), QString("sprite 0, Layer 2 copy, Layer 2"));
+        QCOMPARE(bench.renderer().currentLayer()->name, QString("sprite 0"));
         bench.editor->undo();
         QCOMPARE(order(), QString("Layer 2 copy, Layer 2, sprite 0"));
         list->setCurrentIndex(list->model()->index(0, 0));
         QTest::keyClick(list, Qt::Key_Down, Qt::AltModifier);
         QCOMPARE(order(), QString("Layer 2, Layer 2 copy, sprite 0"));
         QCOMPARE(bench.renderer().currentLayer()->name, QString("Layer 2 copy"));
+        QTest::keyClick(list, Qt::Key_Down, Qt::AltModifier);
+        QTest::keyClick(list, Qt::Key_Down, Qt::AltModifier);
+        QCOMPARE(order(), QString("Layer 2, sprite 0, Layer 2 copy"));
+        QTest::keyClick(list, Qt::Key_Up, Qt::AltModifier);
         // A layer that goes while it is dragged takes the drag with it.
         startDrag();
         bench.canvas().layers.removeLayer(2, true);
@@ -597,6 +622,7 @@ private Q_SLOTS:
         });
         add("the current sprite is removed elsewhere", [](Bench &bench) {
             bench.insert("other", somePicture({3, 2}));
+            QCOMPARE(static_cast<QSlider *>(bench.host.control("spr_sel"))->maximum(), 1);
             bench.file->remove(0);
             QCOMPARE(bench.editor->currentSprite(), bench.file->at(0));
             QCOMPARE(bench.canvas().size, QSize(3, 2));
@@ -608,6 +634,11 @@ private Q_SLOTS:
         add("nothing is chosen in the dialogs", [](Bench &bench) {
             for (const char *command : {"spr_image_properties", "spr_resize"}) {
                 bench.expectAccept();
+                bench.trigger(command);
+                bench.host.dialogs().expectDialog([](QDialog *dialog) {
+                    dialog->findChild<QSpinBox *>("width")->setValue(50);
+                    dialog->reject();
+                });
                 bench.trigger(command);
             }
             QVERIFY(bench.canvas().undoStack.isClean());
@@ -670,16 +701,42 @@ private Q_SLOTS:
             QCOMPARE(bytesOf(bench.sprite()), bytesOf(somePicture({5, 3})));
             QCOMPARE(bench.canvas().layers.rowCount(), 1);
         });
+        add("the panel follows the sprites while it is wanted to", [](Bench &bench) {
+            QImage other = somePicture({5, 5}, 2);
+            other.setColorTable(someColors(99));
+            bench.insert("other", QImage());
+            bench.file->at(1)->setImage(other, false, Sprite::ImagePalette, nullptr);
+            auto *follows = qobject_cast<QAbstractButton *>(bench.host.control("spr_switch_pal"));
+            Palette *const own = bench.panel->currentPalette();
+            follows->click();
+            bench.trigger("spr_next");
+            QCOMPARE(bench.panel->currentPalette(), own);
+            follows->click();
+            QCOMPARE(bench.panel->currentPalette(), bench.file->at(1)->palette());
+        });
+        add("the organizer chooses", [](Bench &bench) {
+            bench.insert("other", somePicture({5, 5}, 2));
+            Q_EMIT bench.organizer->itemClicked(1);
+            QCOMPARE(bench.editor->currentSprite(), bench.file->at(1));
+        });
         add("a first sprite in an empty file", [](Bench &bench) {
             bench.file->remove(0);
+            QVERIFY(!bench.editor->setCurrent(0));
             bench.expectFields({{"format", 1}, {"width", 9}, {"height", 7}});
             bench.trigger("spr_new");
+            QVERIFY(bench.editor->setCurrent(0));
             bench.magnify();
             bench.setColor(12);
             bench.click({3, 3});
+            const QRgb shown = bench.canvas().flatten().pixel(3, 3);
+            QVERIFY(qAlpha(shown) == 255);
             bench.trigger("spr_saveimg");
             QCOMPARE(bench.sprite().pixelIndex(3, 3), 12);
+            QCOMPARE(bench.sprite().pixel(3, 3), shown);
             QCOMPARE(bench.sprite().size(), QSize(9, 7));
+            bench.expectAccept();
+            bench.trigger("spr_new"); // it is shown at once
+            QCOMPARE(bench.editor->currentSprite(), bench.file->at(1));
         });
     }
 
@@ -715,6 +772,9 @@ private Q_SLOTS:
         for (const char *name : {"stand", "walk_1", "walk_2", "walk_3"})
             bench.insert(name, somePicture({2, 2}));
         bench.show({});
+        bench.editor->setCurrent(2);
+        QVERIFY(bench.editor->find(bench.file.get(), "stand", Editor::Silent));
+        QCOMPARE(bench.editor->currentSprite(), bench.file->at(0));
         bench.editor->find(text, flags);
         QCOMPARE(bench.editor->currentSprite(), bench.file->at(unsigned(found)));
         const QStringList before = bench.names();
@@ -724,6 +784,8 @@ private Q_SLOTS:
         QCOMPARE(replaced > 0, found > 0);
         bench.editor->undo();
         QCOMPARE(bench.names(), replaced > 0 ? before : QStringList(before.mid(0, 3)));
+        bench.editor->setCurrentFile(nullptr);
+        bench.editor->replace(text, "new", flags, true);
     }
 };
 

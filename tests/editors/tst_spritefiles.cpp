@@ -158,6 +158,7 @@ private Q_SLOTS:
             {"engine switch", [](Bench &bench) { bench.editor->engineSwitched(false); }},
             {"reload",
              [](Bench &bench) {
+                 bench.insert("more", somePicture({2, 2}));
                  bench.file->fromFile(FileSystemArchive::instance(), bench.path("kept.gleam"),
                                       false);
                  QCoreApplication::processEvents();
@@ -194,6 +195,8 @@ private Q_SLOTS:
         // The canvas or the sprite has the drawing in the end, unless it may be discarded.
         QCOMPARE(onCanvas || inSprite, !yes);
         QVERIFY(!yes || !bench.editor->isModified());
+        if (bench.editor->currentSprite())
+            QCOMPARE(static_cast<QSlider *>(bench.host.control("spr_sel"))->maximum(), 1);
     }
 
     void asksForThePalette_data()
@@ -268,6 +271,7 @@ private Q_SLOTS:
         bench.trigger("spr_add");
         QCOMPARE(bench.host.dialogs().finish(), QString());
         QCOMPARE(bench.names(), names);
+        QCOMPARE(bench.host.options.value("spr_path").toString(), bench.directory.path());
         for (int i = 1; i + 1 < names.size() && mode == 1; ++i) {
             const QImage original(bench.path(names[i] + ".png"));
             QCOMPARE(bytesOf(bench.sprite(unsigned(i))), bytesOf(original));
@@ -375,6 +379,8 @@ private Q_SLOTS:
         bench.editor->setCurrent(0);
         bench.click({1, 1}); // what is drawn is exported, too
         writeFile(bench.path("behind.png"), "old");
+        const auto rights = QFile::ReadOwner | QFile::WriteOwner;
+        QVERIFY(QFile::setPermissions(bench.path("behind.png"), rights));
         QVERIFY(QFile::link(bench.path("behind.png"), bench.path("set_sprite 1.png")));
         expectAll();
         bench.host.dialogs().expectBox(QMessageBox::Yes);
@@ -382,6 +388,7 @@ private Q_SLOTS:
         QCOMPARE(bench.host.dialogs().finish(), QString());
         QCOMPARE(PlainPng(readFile(bench.path("behind.png"))).indexes, bytesOf(bench.sprite(1)));
         QVERIFY(QFileInfo(bench.path("set_sprite 1.png")).isSymLink());
+        QVERIFY(!QFile::permissions(bench.path("behind.png")).testFlag(QFile::ReadOther));
         QCOMPARE(PlainPng(readFile(bench.path("set_sprite 0.png"))).indexes,
                  bytesOf(bench.canvas().flatten()));
         QCOMPARE(PlainPng(readFile(bench.path("set_a_b.png"))).indexes, bytesOf(bench.sprite(2)));
@@ -399,15 +406,20 @@ private Q_SLOTS:
         QVERIFY(QFile::remove(bench.path("set_a_b.png")));
         bench.file->at(1)->setImage(somePicture({1, 1}).convertToFormat(QImage::Format_ARGB32));
         const auto before = contents();
-        for (const bool isFull : {false, true}) {
+        for (const QString how : {"refused", "canceled", "full"}) {
+            const bool isFull = how == "full";
             expectAll();
-            bench.host.dialogs().expectBox(QMessageBox::Yes);
+            bench.host.dialogs().expectBox(how == "refused" ? QMessageBox::No : QMessageBox::Yes);
             const std::unique_ptr<FullDisk> disk(isFull ? new FullDisk(200) : nullptr);
-            bench.host.cancelAt = isFull ? 0 : 2;
-            if (isFull)
+            bench.host.cancelAt = how == "canceled" ? 2 : 0;
+            if (isFull) { // and a folder stands in the way of the last one
+                QVERIFY(QDir(bench.directory.path()).mkdir("set_a_b.png"));
                 bench.host.dialogs().expectBox(QMessageBox::Ok);
+            }
+            bench.host.duringProgress = [&bench] { bench.trigger("spr_saveimgas"); }; // one at once
             bench.trigger("spr_saveimgas");
             QCOMPARE(bench.host.dialogs().finish(), QString());
+            QCOMPARE(bench.host.progresses.last()->total, 3U);
             if (!isFull)
                 QCOMPARE(contents(), before);
         }

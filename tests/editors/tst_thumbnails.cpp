@@ -333,6 +333,7 @@ private Q_SLOTS:
         for (const char *name : {"a", "b", "c"})
             panel.insert(name, somePicture({4, 4}, unsigned(name[0])));
         panel.thumbnails->setSprites(panel.file.get());
+        panel.thumbnails->saveSelected(); // nothing to ask about
         panel.select({2, 0});
         panel.host.dialogs().expectFiles({panel.path("out.png")});
         panel.trigger("thumb_save");
@@ -340,6 +341,7 @@ private Q_SLOTS:
                  QStringList({"out_a.png", "out_c.png"}));
         QCOMPARE(QImage(panel.path("out_c.png")).convertToFormat(QImage::Format_ARGB32),
                  panel.sprite(2).convertToFormat(QImage::Format_ARGB32));
+        QCOMPARE(panel.host.dialogs().finish(), QString());
     }
 };
 

@@ -235,6 +235,10 @@ private Q_SLOTS:
         canvas.undoStack.redo();
         QVERIFY(layer->image.constBits() == pixels); // exchanged in place, not as a whole
         QCOMPARE(layer->image.constScanLine(20)[20], uchar(255));
+        layer->resize({64, 32}, 0); // by an engine, without the canvas
+        changes.clear();
+        canvas.undoStack.undo();
+        QCOMPARE(changes.count(), 1);
         QSignalSpy rows(&canvas.layers, &ImageLayers::dataChanged);
         layer->setName("ink", true);
         canvas.undoStack.undo();
