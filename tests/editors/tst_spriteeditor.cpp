@@ -773,7 +773,8 @@ private Q_SLOTS:
             bench.insert(name, somePicture({2, 2}));
         bench.show({});
         bench.editor->setCurrent(2);
-        QVERIFY(bench.editor->find(bench.file.get(), "stand", Editor::Silent));
+        QVERIFY(bench.editor->find(bench.file.get(), "stand",
+                                   0U | Editor::Silent | Editor::WrapAround));
         QCOMPARE(bench.editor->currentSprite(), bench.file->at(0));
         bench.editor->find(text, flags);
         QCOMPARE(bench.editor->currentSprite(), bench.file->at(unsigned(found)));
