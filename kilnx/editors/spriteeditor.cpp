@@ -199,8 +199,11 @@ bool SpriteEditorPrivate::setCurrent(unsigned int index)
         tellPosition();
         return true;
     }
+    const Still still(this);
     const bool leaves = mayLeave();
-    if (leaves && sprites && index < sprites->itemCount()) {
+    if (!still.isSo())
+        return false;
+    if (leaves && index < sprites->itemCount()) {
         sprites->setCurrent(index);
         showCurrent();
     } else {

@@ -692,6 +692,7 @@ void tst_paletteeditor::actsOnSprites()
         m_editor->key = key;
         m_editor->setPalette(colors);
         QCOMPARE(contents()[names().indexOf(key)].second, table);
+        QCOMPARE(contents().size(), unchanged.size());
     }
     m_editor->key = "new";
     m_editor->setPalette(colors);

@@ -567,6 +567,22 @@ private Q_SLOTS:
                 closeIn(bench);
                 bench.trigger(command);
             });
+        add("another file under the question to leave", [](Bench &bench) {
+            const SpritesPointer other = Bench::make();
+            for (int i = 0; i < 2; ++i) {
+                bench.insert("more", somePicture({3, 3}));
+                other->insert(0, "other", somePicture({3, 3}));
+            }
+            bench.click({2, 2});
+            bench.host.dialogs().expectDialog([&](QDialog *dialog) {
+                bench.canvas().undoStack.undo();
+                bench.editor->setCurrentFile(other.get());
+                qobject_cast<QMessageBox *>(dialog)->button(QMessageBox::Yes)->click();
+            });
+            QVERIFY(!bench.editor->setCurrent(1));
+            QCOMPARE(bench.editor->currentSprite(), other->at(0));
+            bench.editor->setCurrentFile(nullptr);
+        });
         add("file closed under the palette's choice", [closeIn](Bench &bench) {
             closeIn(bench);
             bench.editor->setSpriteImage(somePicture({5, 5}, 4, 9));
