@@ -688,7 +688,7 @@ void tst_paletteeditor::actsOnSprites()
     const auto unchanged = contents();
     m_editor->setPalette(colors);
     QCOMPARE(contents(), unchanged);
-    for (const char *key : {"0", "2"}) {
+    for (const QString &key : {names().first(), QString("2")}) {
         m_editor->key = key;
         m_editor->setPalette(colors);
         QCOMPARE(contents()[names().indexOf(key)].second, table);
