@@ -237,13 +237,14 @@ void SpriteEditorPrivate::forgetSteps()
 {
     canvas().undoStack.clear();
     moves.clear();
+    hasLaterStep = false;
 }
 
-/// The file's steps lie before those of the canvas. One of them may bring another picture, and then
-/// what was undone on the canvas is gone.
+/// A step of the file from before those of the canvas may bring another picture, and then what was
+/// undone on the canvas is gone.
 bool SpriteEditorPrivate::mayUndoFile()
 {
-    if (!canvas().undoStack.canRedo() || !hasFileSteps)
+    if (!canvas().undoStack.canRedo() || !hasFileSteps || hasLaterStep)
         return true;
     const Still still(this);
     return askQuestion(
@@ -321,6 +322,7 @@ void SpriteEditorPrivate::rowsChanged()
 void SpriteEditorPrivate::contentsModified()
 {
     hasFileSteps = true;
+    hasLaterStep = canvas().undoStack.count() > 0;
     if (sprite() && row.isValid()) {
         identifier = identifierOf(current);
         if (!samePixels(current->image(), shown)) {
@@ -628,10 +630,12 @@ void SpriteEditor::navigateTo(unsigned int row, unsigned int)
 void SpriteEditor::undo()
 {
     QUndoStack &steps = d->canvas().undoStack;
-    if (steps.canUndo())
+    if (steps.canUndo()) {
         steps.undo();
-    else if (d->mayUndoFile())
+    } else if (d->mayUndoFile()) {
         FileEditor::undo();
+        d->hasLaterStep = false;
+    }
 }
 
 void SpriteEditor::redo()

@@ -169,6 +169,7 @@ public:
     bool usesSpritePalette = true;
     bool isDetached = false;   ///< the canvas waits for the sprite of a reloaded file
     bool hasFileSteps = false; ///< the file may have something to undo
+    bool hasLaterStep = false; ///< the file's last step came while the canvas had some
     bool hasColors = false;    ///< the grid has colours of a file, or the basic ones
     bool isFitted = false;     ///< the view was brought to a picture's size
 
