@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QGuiApplication>
+#include <QHash>
 #include <QMenu>
 #include <QPointer>
 #include <QScopedValueRollback>
@@ -134,10 +135,14 @@ QStringList FileTabs::titles(const QList<Kiln::ProjectFile *> &files)
     bool hasGrown = true;
     for (int parts = 2; hasGrown; ++parts) {
         hasGrown = false;
-        const QStringList before = names;
+        QHash<QString, int> counts;
+        for (const QString &name : qAsConst(names))
+            ++counts[name];
         for (int i = 0; i < files.size(); ++i) {
+            if (counts.value(names.at(i)) < 2)
+                continue;
             const QString longer = files.at(i)->fileName().section(QLatin1Char('/'), -parts);
-            if (before.count(before.at(i)) < 2 || longer.size() <= before.at(i).size())
+            if (longer.size() <= names.at(i).size())
                 continue;
             names[i] = longer;
             hasGrown = true;

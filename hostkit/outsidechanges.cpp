@@ -410,7 +410,9 @@ bool OutsideChanges::mayOverwrite(const QList<Kiln::ProjectFile *> &files)
     QStringList names;
     for (Kiln::ProjectFile *file : files) {
         Kiln::FileWatchObject *object = watched(file);
-        if (object && !m_notices.value(file).isKept && !file->fileName().isEmpty() &&
+        const Notice known = m_notices.value(file, {Gone, false});
+        const bool isAnswered = known.state == Changed && known.isKept;
+        if (object && !isAnswered && !file->fileName().isEmpty() &&
             object->diskState() == DiskState::Changed)
             names.append(file->fileName());
     }

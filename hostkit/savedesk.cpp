@@ -281,6 +281,12 @@ void SaveDesk::writeAgain(const QStringList &files)
 {
     if (!settle())
         return;
+    QList<Kiln::ProjectFile *> all;
+    for (const QString &name : files)
+        all.append(m_session->findFile(name));
+    all.removeAll(nullptr);
+    if (!mayOverwrite(all)) // other programs may have brought some back
+        return;
     for (const QString &name : files) {
         Kiln::ProjectFile *file = m_session->findFile(name);
         if (file && !file->toFile(file->archive(), file->fileName(), false))

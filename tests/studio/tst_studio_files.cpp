@@ -157,6 +157,15 @@ private slots:
         }
         QCOMPARE(tabs.tabText(tabs.currentIndex()), "hurt.glow (gone)");
         QVERIFY(!QFileInfo::exists(name));
+        // One that comes back is another's.
+        type("; mine");
+        writeFile(name, "; back");
+        m_dialogs->expectBox(QMessageBox::No);
+        actions()->save->trigger();
+        QCOMPARE(readFile(name), QByteArray("; back"));
+        QVERIFY(QFile::remove(name));
+        while (document()->isModified())
+            document()->undo();
         // A directory in its place is not it, and no news.
         for (const bool isDirectory : {true, false}) {
             if (isDirectory) {
@@ -513,6 +522,16 @@ private slots:
         m_dialogs->expectBox(QMessageBox::Yes);
         QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier);
         QVERIFY(readFile(names[1]).startsWith("; mine"));
+        // One that has come back meanwhile is not written over unasked.
+        m_dialogs->expectDialog([&](QDialog *dialog) {
+            writeFile(names[2], "; back");
+            dialog->findChild<QPushButton *>("changes_write_gone")->click();
+        });
+        m_dialogs->expectBox(QMessageBox::No);
+        QTest::mouseClick(others, Qt::LeftButton);
+        QCOMPARE(readFile(names[2]), QByteArray("; back"));
+        QVERIFY(QFile::remove(names[2]));
+        QTRY_VERIFY(changes.isGone(session().findFile(names[2])));
         for (const char *button : {"changes_write_gone", "changes_hold"}) {
             m_dialogs->expectDialog(
                 [=](QDialog *dialog) { dialog->findChild<QPushButton *>(button)->click(); });
