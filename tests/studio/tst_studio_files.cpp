@@ -882,19 +882,6 @@ private slots:
         actions()->closeFile->trigger();
     }
 
-    void missingFilesAreMadeOnlyIfWanted()
-    {
-        const QString name = path("heroes/wren/fresh.glow");
-        m_dialogs->expectBox(QMessageBox::No);
-        QVERIFY(!host().desk().openFile(name, Kiln::Project::FileID::Code));
-        QVERIFY(!QFileInfo::exists(name));
-        m_dialogs->expectBox(QMessageBox::Yes);
-        QVERIFY(host().desk().openFile(name, Kiln::Project::FileID::Code));
-        QVERIFY(QFileInfo::exists(name));
-        QCOMPARE(document()->fileName(), name);
-        QVERIFY(!host().desk().openFile(path("make-sounds"), 0));
-    }
-
     void directoryWithoutProjectLeavesTheOldOne()
     {
         const QTemporaryDir empty;

@@ -395,6 +395,19 @@ private slots:
         actions()->saveAll->trigger();
     }
 
+    void missingFilesAreMadeOnlyIfWanted()
+    {
+        const QString name = path("heroes/wren/fresh.glow");
+        m_dialogs->expectBox(QMessageBox::No);
+        QVERIFY(!host().desk().openFile(name, Kiln::Project::FileID::Code));
+        QVERIFY(!QFileInfo::exists(name));
+        m_dialogs->expectBox(QMessageBox::Yes);
+        QVERIFY(host().desk().openFile(name, Kiln::Project::FileID::Code));
+        QVERIFY(QFileInfo::exists(name));
+        QCOMPARE(document()->fileName(), name);
+        QVERIFY(!host().desk().openFile(path("make-sounds"), 0));
+    }
+
     void treeMakesAndRemovesFiles()
     {
         qputenv("XDG_DATA_HOME", QFile::encodeName(m_directory->filePath("share")));
