@@ -479,10 +479,13 @@ Kiln::ImportOptions ProjImportDlg::options() const
     return options;
 }
 
-/// A name that is still being typed counts.
+/// A name that is still being typed counts. What was chosen stays from now on, whatever becomes of
+/// the source's rows: its items are read while questions are open.
 void ProjImportDlg::accept()
 {
     m_list->setCurrentIndex(QModelIndex());
+    if (m_sourceList->model())
+        m_sourceList->model()->disconnect(this);
     QDialog::accept();
 }
 
