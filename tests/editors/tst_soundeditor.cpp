@@ -81,6 +81,8 @@ private slots:
         bench.insert("a", noise(2, 16, 44100, 500, 1));
         QVERIFY(view->fault().contains("no sound device"));
         QVERIFY(!view->levels().isEmpty());
+        QTest::mouseClick(view, Qt::LeftButton); // its keys count from now on
+        QVERIFY(view->hasFocus());
         for (const char *key : {"snd_play", "snd_play_loop"}) {
             bench.trigger(key);
             QVERIFY(!bench.host.action(key)->isChecked());
