@@ -368,11 +368,12 @@ int OutsideChanges::ask(const QList<Kiln::ProjectFile *> &files,
         here.replace(QChar::ParagraphSeparator, QLatin1Char('\n'));
         return qMakePair(here, textOnDisk(document));
     };
-    CompareDialog dialog(QStringLiteral("changes"),
-                         tr("Other programs have written these files. Reloading takes out the "
-                            "lines marked with - and brings those marked with +; in texts it can "
-                            "be undone."),
-                         tr("State"), rows, texts, m_window);
+    CompareDialog dialog(
+        QStringLiteral("changes"),
+        tr("Other programs have written or deleted these files. Reloading takes out the "
+           "lines marked with - and brings those marked with +; in texts it can "
+           "be undone."),
+        tr("State"), rows, texts, m_window);
     dialog.setWindowTitle(tr("Changes by other programs"));
     QPushButton *take =
         dialog.addButton(tr("&Reload"), "changes_take", QDialogButtonBox::AcceptRole, Reload);
