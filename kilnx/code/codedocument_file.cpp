@@ -197,6 +197,24 @@ struct Difference {
     QString added;
 };
 
+/// Decodes a file. Of a long one that is to show it, the progress is given back, which goes on.
+std::unique_ptr<LoadProgress> decode(const QByteArray &data,
+                                     const QString &name,
+                                     bool showsProgress,
+                                     OriginalBytes *original,
+                                     int *codecId,
+                                     QString *text)
+{
+    const auto read = [&] { *text = original->read(data, codecId); };
+    if (!showsProgress || data.size() <= pieceSize) {
+        read();
+        return nullptr;
+    }
+    auto progress = std::make_unique<LoadProgress>(name);
+    progress->during(read, data.size());
+    return progress;
+}
+
 /// replaceText() in pieces, all of them one step of undo, with a whole document whenever the
 /// progress handles events. False, with the document as it was or gone, if the user does not want
 /// it any more.
@@ -419,16 +437,10 @@ bool CodeDocument::load(Archive &archive, const QString &name, int codecId, bool
         return false;
     if (data.size() >= largeFile && d->detail == WithColors && isEmpty())
         setDetail(WithNodes);
-    std::unique_ptr<LoadProgress> progress;
-    if (d->showsProgress && data.size() > pieceSize && isEmpty())
-        progress = std::make_unique<LoadProgress>(name);
     OriginalBytes original;
     QString text;
-    const auto read = [&] { text = original.read(data, &codecId); };
-    if (progress)
-        progress->during(read, data.size());
-    else
-        read();
+    const std::unique_ptr<LoadProgress> progress =
+        decode(data, name, d->showsProgress && isEmpty(), &original, &codecId, &text);
     if (!alive)
         return false;
     d->original = original;
@@ -504,17 +516,11 @@ bool CodeDocument::reloadAsEdit()
         return false;
     const bool hadBytes = !d->original.keptLines().isEmpty() || d->original.unreadLine() >= 0 ||
                           RawUtf8::indexOfByte(toRawText()) >= 0;
-    std::unique_ptr<LoadProgress> progress;
-    if (d->showsProgress && data.size() > pieceSize)
-        progress = std::make_unique<LoadProgress>(name);
     OriginalBytes original;
     QString text;
     int id = codecId();
-    const auto read = [&] { text = original.read(data, &id); };
-    if (progress)
-        progress->during(read, data.size());
-    else
-        read();
+    const std::unique_ptr<LoadProgress> progress =
+        decode(data, name, d->showsProgress, &original, &id, &text);
     if (!alive)
         return false;
     if (!progress)

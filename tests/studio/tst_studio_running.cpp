@@ -13,6 +13,15 @@ class tst_studio_running : public WindowTest
 {
     Q_OBJECT
 
+    /// The engine runs a script of the shell.
+    void setGame(const QByteArray &script)
+    {
+        const QString game = m_directory->filePath("game");
+        writeFile(game, "#!/bin/sh\n" + script + '\n');
+        QFile::setPermissions(game, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        host().engine()->edit(0, host().engine()->at(0).name, game, "", "");
+    }
+
 private slots:
     void engineRunsOnTheSavedFiles()
     {
@@ -47,12 +56,9 @@ private slots:
     void windowIsUsedWhileTheEngineRuns()
     {
         const auto [closes] = row<bool>();
-        const QString game = m_directory->filePath("game");
-        writeFile(game, "#!/bin/sh\necho alive; echo fault >&2; exec sleep 1000\n");
-        QFile::setPermissions(game, QFile::ReadOwner | QFile::ExeOwner);
         Kiln::Engine &engine = *host().engine();
         const auto info = engine.at(0);
-        engine.edit(0, info.name, game, "", "");
+        setGame("echo alive; echo fault >&2; exec sleep 1000");
         open("heroes/wren/air.glow");
         auto *output = m_window->findChild<OutputDock *>();
         bool wasUsed = false;
@@ -111,11 +117,8 @@ private slots:
     void runsAreTold()
     {
         const auto [script, told] = row<QByteArray, QString>();
-        const QString game = m_directory->filePath("game");
-        writeFile(game, "#!/bin/sh\n" + script + '\n');
-        QFile::setPermissions(game, QFile::ReadOwner | QFile::ExeOwner);
         const auto info = host().engine()->at(0);
-        host().engine()->edit(0, info.name, game, "", "");
+        setGame(script);
         RunDesk &running = host().running();
         QStringList calls;
         int time = 0;
@@ -161,13 +164,10 @@ private slots:
     void muchOutputIsCut()
     {
         const auto [atOnce] = row<bool>();
-        const QString game = m_directory->filePath("game");
         const QByteArray some = "head -c 200000 /dev/zero | tr '\\0' x; echo END\n";
         const QByteArray wait = "while [ ! -e go ]; do sleep 0.01; done; rm go\n";
-        writeFile(game, "#!/bin/sh\n" + (atOnce ? some : some + wait).repeated(6));
-        QFile::setPermissions(game, QFile::ReadOwner | QFile::ExeOwner);
         const auto info = host().engine()->at(0);
-        host().engine()->edit(0, info.name, game, "", "");
+        setGame((atOnce ? some : some + wait).repeated(6));
         QString all;
         connect(&host().running(), &RunDesk::wrote, this, [&](const QString &text) {
             all += text;
@@ -191,9 +191,8 @@ private slots:
         QVERIFY(atOnce || leftOut == 0);
         QVERIFY(all.endsWith("xEND\n"));
         // A project that is closed takes its engine along.
-        writeFile(game, "#!/bin/sh\nexec sleep 1000\n");
+        setGame("exec sleep 1000");
         connect(&host().running(), &RunDesk::started, this, [this] { session().close(); });
-        host().engine()->edit(0, info.name, game, "", "");
         host().running().run();
         QCOMPARE(calls,
                  QStringList({"0Ended with exit code 0", "2Stopped, as the project was closed"}));
