@@ -508,6 +508,10 @@ private slots:
         m_editor->activate();
         QCOMPARE(m_host->statusTexts.value(0), QString("Line: 2, Column: 3, Line count: 3"));
         QCOMPARE(m_host->statusTexts.value(2), QString("Encoding: UTF-8"));
+        const QMap<int, QString> told = std::exchange(m_host->statusTexts, {});
+        m_workspace->retranslate();
+        m_editor->retranslate();
+        QCOMPARE(m_host->statusTexts, told);
         QTest::keyClicks(view(), "d");
         QVERIFY(modified.size() > 0);
         QVERIFY(m_editor->isModified());

@@ -444,6 +444,14 @@ private Q_SLOTS:
         bench.key(Qt::Key_Left); // the layer as it is now: nothing comes from outside any more
         QCOMPARE(bench.pixel({4, 4}), 2u);
         QVERIFY(!renderer.activeTool()->keyPressed(Qt::Key_A));
+        // What another tool has painted meanwhile is what moves.
+        bench.renderer.setActiveTool(ImageRenderer::Pen);
+        bench.palette.setForegroundIndex(7);
+        bench.stroke({{5, 4}});
+        QCOMPARE(bench.pixel({5, 4}), 7u);
+        bench.renderer.setActiveTool(ImageRenderer::SelMove);
+        bench.key(Qt::Key_Down);
+        QCOMPARE(bench.pixel({5, 5}), 7u);
     }
 
     void outlivesWhoHearsOfAStep_data()
