@@ -109,8 +109,10 @@ private slots:
         QCOMPARE(list.messageAt(3, source).type, Message::All);
         QCOMPARE(list.messageAt(-1, source).type, Message::All);
         QCOMPARE(source, nullptr);
+        QSignalSpy inserted(&list, &QAbstractItemModel::rowsInserted);
         list.unregisterMessages(messagesOf(*document));
         QCOMPARE(list.rowCount(), 1);
+        QCOMPARE(inserted.count(), 1);
     }
 
     void listOutlivesOrIsOutlived()

@@ -227,6 +227,9 @@ private Q_SLOTS:
         bench.object.addHueSaturation(maskOf({2}), 400, 0);
         QCOMPARE(text(bench.table[2]),
                  text(fromQRgb(QColor::fromHsl(359, 255, QColor(Qt::red).lightness()).rgb())));
+        bench.object.addHueSaturation(maskOf({2}), -400, 0);
+        QCOMPARE(text(bench.table[2]),
+                 text(fromQRgb(QColor::fromHsl(0, 255, QColor(Qt::red).lightness()).rgb())));
         bench.object.addHueSaturation(maskOf({3}), -10, -400);
         QCOMPARE(text(bench.table[3]),
                  text(fromQRgb(QColor::fromHsl(0, 0, QColor(Qt::red).lightness()).rgb())));

@@ -439,6 +439,10 @@ private Q_SLOTS:
         QCOMPARE(canvas.painter->rawPixel(-1, 99), 0u);
         canvas.setSize({6, 6}, {INT_MAX, INT_MIN}, true); // nothing of the old picture is left
         QCOMPARE(rasterAt(canvas, 0)->image.constScanLine(4)[4], uchar(0));
+        for (const int filter : {NearestNeighbor, HqBilinear}) { // the first and the last
+            canvas.resize({4 + filter, 4}, filter);
+            QCOMPARE(canvas.size, QSize(4 + filter, 4));
+        }
     }
 };
 

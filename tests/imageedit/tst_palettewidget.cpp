@@ -451,6 +451,7 @@ private Q_SLOTS:
         widget.palette()->setColor(uchar(0), RGBA{10, 200, 30, 255});
         widget.palette()->setColor(1, RGBA{10, 200, 30, 255});
         widget.palette()->setColor(2, RGBA{0, 0, 0, 0});
+        widget.palette()->setColor(82, RGBA{1, 2, 3, 255});
         widget.selection[1] = true;
         QImage image = pictureOf(widget);
         const auto at = [&](int cell, int x, int y) { return image.pixel(cell * 12 + x, y); };
@@ -489,6 +490,7 @@ private Q_SLOTS:
         image = pictureOf(widget);
         QCOMPARE(at(0, 5, 5), qRgb(10, 200, 30)); // cell 1 has made room
         QCOMPARE(at(1, 2, 2), gray);
+        QCOMPARE(at(1, 5, 60 + 5), qRgb(1, 2, 3)); // and cell 82, which the held one is over
         move(widget, {-30, -30});
         image = pictureOf(widget);
         QCOMPARE(at(0, 1, 1), qRgb(10, 200, 30)); // back in its place
