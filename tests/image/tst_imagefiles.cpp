@@ -601,6 +601,13 @@ private Q_SLOTS:
         QCOMPARE(first.image.pixelIndex(3, 1), 1);
         QCOMPARE(gif.images()[1].colorMap.value(1), (RGB{8, 8, 8}));
         QCOMPARE(gif.images()[1].transparent, short(2));
+        // Of several clear colours the first becomes the background.
+        QImage still({2, 2}, QImage::Format_Indexed8);
+        still.setColorTable({0xff010101, 0x00112233, 0xff020202, 0x00445566});
+        still.fill(0);
+        QBuffer saved;
+        QVERIFY(saved.open(QIODevice::WriteOnly) && saveImage(&saved, "GIF", still));
+        QCOMPARE(saved.data().at(11), char(1));
     }
 
     void independentProgramsReadOurAnimations()

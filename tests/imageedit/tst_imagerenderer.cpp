@@ -415,6 +415,21 @@ private Q_SLOTS:
         QCOMPARE(bench.pixel({2, 1}), 2u);
     }
 
+    void fillsThatChangeNothingLeaveNoStep()
+    {
+        Bench bench(false, IndexedCanvas, {8, 8});
+        rasterAt(bench.renderer.canvas, 0)->image.fill(0);
+        bench.renderer.setActiveTool(ImageRenderer::RectSel);
+        bench.stroke({{2, 2}, {6, 6}});
+        bench.renderer.setActiveTool(ImageRenderer::FloodFill);
+        bench.palette.setForegroundIndex(5);
+        for (const QPoint place : {QPoint(3, 3), QPoint(3, 3), QPoint(0, 0)}) {
+            bench.stroke({place});
+            QCOMPARE(bench.steps(), 1);
+        }
+        QCOMPARE(bench.pixel({4, 4}) * 10 + bench.pixel({0, 0}), 50u);
+    }
+
     void movesSelectionsOverTheEdge()
     {
         Bench bench(false, IndexedCanvas, {10, 10});
