@@ -1,5 +1,6 @@
 #include <hostkit/filetabs.h>
 
+#include <hostkit/filemanager.h>
 #include <hostkit/widgets.h>
 
 #include <kilnx/project/organizable.h>
@@ -7,7 +8,6 @@
 
 #include <QClipboard>
 #include <QContextMenuEvent>
-#include <QDesktopServices>
 #include <QDir>
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -16,7 +16,6 @@
 #include <QPointer>
 #include <QScopedValueRollback>
 #include <QTextDocument>
-#include <QUrl>
 
 #include <memory>
 
@@ -194,7 +193,7 @@ QMenu *FileTabs::makeMenu(Kiln::ProjectFile *file)
     add("tab_copy_path", tr("Copy &path"), !name.isEmpty(),
         [=] { QGuiApplication::clipboard()->setText(QDir::toNativeSeparators(name)); });
     add("tab_show", tr("&Show in file manager"), !name.isEmpty(),
-        [=] { QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(name).path())); });
+        [=] { showInFileManager(window(), QFileInfo(name).path()); });
     return menu;
 }
 

@@ -1,5 +1,6 @@
 #include "projecttreedock.h"
 
+#include <hostkit/filemanager.h>
 #include <hostkit/projecttree.h>
 #include <hostkit/widgets.h>
 
@@ -7,14 +8,12 @@
 
 #include <QClipboard>
 #include <QComboBox>
-#include <QDesktopServices>
 #include <QDir>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QMenu>
 #include <QShortcut>
 #include <QTreeView>
-#include <QUrl>
 #include <QVBoxLayout>
 
 #include <memory>
@@ -147,8 +146,7 @@ QMenu *ProjectTreeDock::makeMenu(const QModelIndex &index)
     menu->addSeparator();
     add("tree_copy_path", tr("&Copy path"),
         [=] { QGuiApplication::clipboard()->setText(QDir::toNativeSeparators(name)); });
-    add("tree_show", tr("&Show in file manager"),
-        [=] { QDesktopServices::openUrl(QUrl::fromLocalFile(directory)); });
+    add("tree_show", tr("&Show in file manager"), [=] { showInFileManager(window(), directory); });
     if (isFile) {
         menu->addSeparator();
         add("tree_rename", tr("&Rename..."), [=] { emit renameRequested(name); });

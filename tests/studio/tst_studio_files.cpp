@@ -613,16 +613,17 @@ private slots:
         QVERIFY(tabs->tabRect(sprites).width() >
                 tabs->fontMetrics().horizontalAdvance(tabs->tabText(sprites)));
         // Two of one name are told apart as long as there are two.
+        open("heroes/wren/strikes.glow");
+        const Kiln::CodeDocument *const wren = document();
         open("heroes/moss/strikes.glow");
         Kiln::CodeDocument *const moss = document();
-        open("heroes/wren/strikes.glow");
-        QCOMPARE(tabs->tabText(tabs->indexOf(moss)), "moss/strikes.glow");
-        QVERIFY(m_window->windowTitle().startsWith("wren/strikes.glow"));
+        QCOMPARE(tabs->tabText(tabs->indexOf(wren)), "wren/strikes.glow");
+        QVERIFY(m_window->windowTitle().startsWith("moss/strikes.glow"));
         const auto middleClick = [tabs](const Kiln::ProjectFile *file) {
             QTest::mouseClick(tabs, Qt::MiddleButton, {},
                               tabs->tabRect(tabs->indexOf(file)).center());
         };
-        middleClick(document());
+        middleClick(wren);
         QCOMPARE(tabs->tabText(tabs->indexOf(moss)), "strikes.glow");
         const auto choose = [tabs](const Kiln::ProjectFile *file, const char *action) {
             QTimer::singleShot(0, tabs, [action] {

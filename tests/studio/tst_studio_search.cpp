@@ -476,7 +476,6 @@ private slots:
         tree->view()->setFocus();
         QTest::keyClick(tree->view(), Qt::Key_F2);
         QVERIFY(QFile::exists(path("heroes/wren/pain.glow")));
-        QCOMPARE(tree->currentFile(), path("heroes/wren/pain.glow"));
         QVERIFY(!QFile::exists(path("heroes/wren/hurt.glow")));
         QCOMPARE(document()->fileName(), path("heroes/wren/pain.glow"));
         QVERIFY(document()->toString().startsWith("; here\n"));
@@ -484,9 +483,12 @@ private slots:
                                        .replace("states: hurt.glow", "states: pain.glow")
                                        .replace("states: ./hurt.glow", "states: ./pain.glow"));
         QVERIFY(session().parentProject()->filePath(path("heroes/wren/pain.glow")));
+        host().desk().showFile(wren);
         name("hurt.glow");
         choose("heroes/wren/pain.glow", "tree_rename");
         QCOMPARE(wren->toString(), named);
+        QCOMPARE(tree->currentFile(), path("heroes/wren/hurt.glow"));
+        open("heroes/wren/hurt.glow");
         for (const char *step : {"pain.glow\n", "hurt.glow\n"}) {
             wren->undo();
             for (const char *entry : {"states: ", "states: ./"})

@@ -186,6 +186,12 @@ private slots:
             QVERIFY(HostKit::restorePlace(&again, large.saveGeometry()));
             QVERIFY(screen.contains(again.geometry()));
         }
+        // What was torn, as on a full disk, is nothing rather than nonsense.
+        const QByteArray state = QDialog().saveGeometry();
+        const QByteArray sealed = HostKit::sealed(state);
+        QCOMPARE(HostKit::unsealed(sealed), state);
+        for (int size = 0; size < sealed.size(); ++size)
+            QCOMPARE(HostKit::unsealed(sealed.left(size)), QByteArray());
     }
 
     void codeIsReadable_data()

@@ -463,6 +463,7 @@ private slots:
         for (int i = 0; i < picture.width() * picture.height(); ++i)
             colors.insert(picture.pixel(i % picture.width(), i / picture.width()));
         QVERIFY(colors.size() > 8);
+        m_window->resize(m_window->minimumSizeHint());
         QVERIFY(list->sizeHintForColumn(0) <= list->viewport()->width()); // paths are cut
 
         QVERIFY(QDir().rename(hero(), hero() + " elsewhere"));
@@ -770,10 +771,21 @@ private slots:
             const QRect place = animations->visualRect(animations->currentIndex());
             return animations->grab().toImage().pixelColor(place.right() - 2, place.center().y());
         };
-        const QColor active = selected();
+        QVERIFY(selected().saturation() > 90);
         view()->setFocus();
-        QVERIFY(selected() != active);
+        QVERIFY(selected().saturation() < 30);
         QVERIFY(selected() != animations->palette().color(QPalette::Base));
+        // Not every keyboard has a key for menus.
+        m_window->findChild<QTreeView *>("project_tree")->setFocus();
+        bool hasMenu = false;
+        QTimer::singleShot(0, this, [&hasMenu] {
+            if (QWidget *menu = QApplication::activePopupWidget()) {
+                hasMenu = menu->findChild<QAction *>("tree_new");
+                menu->close();
+            }
+        });
+        QTest::keyClick(m_window.get(), Qt::Key_F10, Qt::ShiftModifier);
+        QVERIFY(hasMenu);
     }
 
     void progressIsShownAndCancelled()
@@ -808,13 +820,6 @@ private slots:
         m_window->reopenLast();
         QVERIFY(document());
         QCOMPARE(view()->font().pointSize(), 13);
-        // An arrangement that was torn, as on a full disk, is none.
-        QVERIFY(m_window->close());
-        settings().setValue("window_state",
-                            settings().value("window_state").toByteArray().chopped(40));
-        makeWindow();
-        m_window->show();
-        QVERIFY(m_window->findChild<QDockWidget *>("dock_messages")->isVisible());
     }
 };
 
