@@ -1,5 +1,6 @@
 #include "windowtest.h"
 
+#include <hostkit/keyspage.h>
 #include <hostkit/outsidechanges.h>
 #include <hostkit/shortcuts.h>
 #include <hostkit/statusfields.h>
@@ -710,6 +711,18 @@ private slots:
         });
         QCOMPARE(keyOf("code_goto"), QString("Ctrl+L"));
         QVERIFY(!settings().value("keys/code_goto").isValid());
+        // What was applied is not applied once more over what came later.
+        KeysPage page(host().shortcuts());
+        auto *tree = page.findChild<QTreeWidget *>("keys_tree");
+        tree->setCurrentItem(
+            tree->findItems("Go to line...", Qt::MatchExactly | Qt::MatchRecursive).value(0));
+        page.findChild<QPushButton *>("keys_remove")->click();
+        page.apply();
+        QCOMPARE(keyOf("code_goto"), QString());
+        host().shortcuts().setKeys(m_window->findChild<QAction *>("code_goto"),
+                                   {Qt::CTRL + Qt::Key_L});
+        page.apply();
+        QCOMPARE(keyOf("code_goto"), QString("Ctrl+L"));
     }
 
     // Dropped on any part of the window, a file is opened and a directory is a project.
