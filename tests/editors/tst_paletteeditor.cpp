@@ -739,7 +739,7 @@ void tst_paletteeditor::standsInForOthers()
     QCOMPARE(pairs.size(), 3);
     buttons["Clear"]->click();
     QCOMPARE(pairs.size(), 0);
-    QVERIFY(!buttons["Clear"]->isEnabled());
+    QVERIFY(!buttons["Clear"]->isEnabled() && !buttons["Delete"]->isEnabled());
     m_sprites->undo();
     m_editor->setPalettes(nullptr);
     QVERIFY(!table->model());

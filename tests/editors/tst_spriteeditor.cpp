@@ -737,6 +737,20 @@ private Q_SLOTS:
             follows->click();
             QCOMPARE(bench.panel->currentPalette(), bench.file->at(1)->palette());
         });
+        add("channels, and one pixel that is nearly clear", [](Bench &bench) {
+            QImage picture(2, 1, QImage::Format_ARGB32);
+            picture.setPixel(0, 0, qRgba(255, 0, 255, 1));
+            picture.setPixel(1, 0, qRgba(10, 20, 30, 255));
+            bench.insert("rgb", picture);
+            bench.trigger("spr_next");
+            bench.trigger("spr_split_channels");
+            QCOMPARE(bench.names().mid(2), QStringList({"rgb red", "rgb green", "rgb blue"}));
+            const QRgb clear = bench.canvas().flatten().pixel(0, 0);
+            QVERIFY(qRed(clear) > 250 && qBlue(clear) > 250);
+            const char wanted[] = {char(qRed(clear)), 10, 0, 20, char(qBlue(clear)), 30};
+            for (int i = 0; i < 3; ++i)
+                QCOMPARE(bytesOf(bench.sprite(unsigned(i) + 2)), QByteArray(wanted + 2 * i, 2));
+        });
         add("the organizer chooses", [](Bench &bench) {
             bench.insert("other", somePicture({5, 5}, 2));
             Q_EMIT bench.organizer->itemClicked(1);

@@ -486,6 +486,9 @@ private Q_SLOTS:
             bench.editor->undo();
         }
         QCOMPARE(bench.canvas().flatten(), before);
+        bench.editor->cut();
+        QVERIFY(bench.canvas().flatten() != before);
+        QCOMPARE(bench.renderer().picture(), bench.canvas().flatten());
     }
 
     /// The sprite of the frame that the project's animations show, while the button is down: when
