@@ -215,7 +215,8 @@ bool HostBase::Private::dropped(QDropEvent *event)
     }
     if (names.isEmpty())
         return false;
-    event->acceptProposedAction();
+    event->setDropAction(Qt::CopyAction); // not a move: who drags them would remove them
+    event->accept();
     if (event->type() == QEvent::Drop)
         QTimer::singleShot(0, this, [this, names] { openDropped(names); });
     return true;

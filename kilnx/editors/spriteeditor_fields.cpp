@@ -145,6 +145,8 @@ SpriteEditorPrivate::SpriteEditorPrivate(SpriteEditor *owner,
         connect(palettes, &PaletteEditor::paletteShown, this, &SpriteEditorPrivate::colorsShown);
     renderer = new ImageRenderer(palette, this);
     declare();
+    workspace.widget()->setAcceptDrops(true);
+    workspace.widget()->installEventFilter(this);
     connect(&canvas().undoStack, &QUndoStack::indexChanged, editor, &SpriteEditor::modified);
     connect(&canvas(), &ImageCanvas::imageChanged, this, &SpriteEditorPrivate::tellLayer);
     connect(&canvas().layers, &ImageLayers::layersChanged, this, [this] { selectRow(-1); });

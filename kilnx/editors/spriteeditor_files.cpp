@@ -18,7 +18,11 @@
 #include <kilnx/project/translator.h>
 
 #include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QMimeData>
 #include <QtCore/QSet>
+#include <QtCore/QUrl>
+#include <QtGui/QDropEvent>
 
 namespace Kiln
 {
@@ -175,6 +179,14 @@ void SpriteEditorPrivate::add()
     if (files.isEmpty() || !still.isSo())
         return;
     SpriteExport::keepPath(*interface, *sprites, files.first());
+    addFiles(files);
+}
+
+void SpriteEditorPrivate::addFiles(const QStringList &files)
+{
+    if (!sprites || working)
+        return;
+    const Still still(this);
     Palettes *palettes = sprites->palettes();
     const Palette *own = sprite() ? current->palette() : nullptr;
     SprImport dialog(window(), SpriteEditor::tr("Add sprites"), files, palettes,
@@ -202,6 +214,35 @@ void SpriteEditorPrivate::add()
         spriteCountChanged();
     for (int i = 0; isWhole && isShown() && i < import.unread().size(); ++i)
         warnOfPicture(import.unread()[i]);
+}
+
+/// Pictures that are dropped on the view are added, when the drop is over. Whether they were taken.
+bool SpriteEditorPrivate::dropped(QDropEvent *event)
+{
+    QStringList files;
+    const QList<QUrl> urls = event->mimeData()->urls();
+    for (const QUrl &url : urls) {
+        const QString suffix = QFileInfo(url.toLocalFile()).suffix().toLower();
+        if (suffix.isEmpty() || !openFilter().contains(QStringLiteral("(*.%1)").arg(suffix)))
+            return false;
+        files.append(url.toLocalFile());
+    }
+    if (files.isEmpty() || !editor->isActive() || !sprites || working)
+        return false;
+    event->setDropAction(Qt::CopyAction); // the pictures stay where they are
+    event->accept();
+    if (event->type() == QEvent::Drop)
+        QMetaObject::invokeMethod(
+            this, [this, files] { addFiles(files); }, Qt::QueuedConnection);
+    return true;
+}
+
+bool SpriteEditorPrivate::eventFilter(QObject *watched, QEvent *event)
+{
+    const bool isDrop = event->type() == QEvent::DragEnter || event->type() == QEvent::DragMove ||
+                        event->type() == QEvent::Drop;
+    return (isDrop && dropped(static_cast<QDropEvent *>(event))) ||
+           QObject::eventFilter(watched, event);
 }
 
 // --- Writing

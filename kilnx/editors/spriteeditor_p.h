@@ -18,6 +18,7 @@ class QAction;
 class QListView;
 class QMenu;
 
+class QDropEvent;
 class SprImportDlg;
 
 namespace Kiln
@@ -114,6 +115,9 @@ public:
     void setSpriteImage(const QImage &image);
     QString openFilter() const;
     void warnOfPicture(const QString &fileName);
+    void addFiles(const QStringList &files);
+    bool dropped(QDropEvent *event);
+    bool eventFilter(QObject *watched, QEvent *event) override;
     void takePicture(const std::function<void()> &change);
     QImage pictureOf(unsigned int index);
     void insertSprite(const QString &identifier, const QImage &image);

@@ -139,6 +139,24 @@ struct Bench {
         mouse(QEvent::MouseMove, to);
         mouse(QEvent::MouseButtonRelease, to);
     }
+    /// Drops files on the view. Whether it took them, as a copy.
+    bool drop(const QStringList &files) const
+    {
+        QMimeData data;
+        QList<QUrl> urls;
+        for (const QString &file : files)
+            urls.append(QUrl::fromLocalFile(file));
+        data.setUrls(urls);
+        const Qt::DropActions all = Qt::CopyAction | Qt::MoveAction;
+        QDragEnterEvent enter({40, 40}, all, &data, Qt::LeftButton, {});
+        QApplication::sendEvent(view(), &enter);
+        QDropEvent drop({40, 40}, all, &data, Qt::LeftButton, {});
+        drop.ignore();
+        if (enter.isAccepted())
+            QApplication::sendEvent(view(), &drop);
+        QCoreApplication::processEvents();
+        return drop.isAccepted() && drop.dropAction() == Qt::CopyAction;
+    }
     QString path(const QString &name) const { return directory.filePath(name); }
     QImage sprite(unsigned int row = 0) const { return file->at(row)->image(); }
     QStringList names() const

@@ -766,7 +766,8 @@ private Q_SLOTS:
             bench.setColor(12);
             bench.click({3, 3});
             const QRgb shown = bench.canvas().flatten().pixel(3, 3);
-            QVERIFY(qAlpha(shown) == 255);
+            const Palette *made = bench.file->at(0)->palette();
+            QVERIFY(qAlpha(shown) == 255 && made && toQRgb(made->colors()[12]) == shown);
             bench.trigger("spr_saveimg");
             QCOMPARE(bench.sprite().pixelIndex(3, 3), 12);
             QCOMPARE(bench.sprite().pixel(3, 3), shown);

@@ -241,7 +241,7 @@ private Q_SLOTS:
     {
         const auto add = columns<int, QList<int>, int>("count", "bad", "mode");
         add("one", 1, {}, 1);
-        add("three, one bad", 3, {1}, 1);
+        add("three that are dropped, one bad", 3, {1}, 1);
         add("two bad ones, forced palette", 5, {0, 4}, 2);
         add("all bad", 2, {0, 1}, 1);
         add("many", 120, {17}, 1);
@@ -264,14 +264,20 @@ private Q_SLOTS:
                 names << QFileInfo(files[i]).baseName();
         }
         names << "sprite 1";
-        bench.host.dialogs().expectFiles(files);
+        const bool isDrop = count == 3;
+        if (!isDrop)
+            bench.host.dialogs().expectFiles(files);
         bench.expectFields({{"palette_modes", mode - 1}});
         for (int i = 0; i < bad.size(); ++i)
             bench.host.dialogs().expectBox(QMessageBox::Ok);
-        bench.trigger("spr_add");
+        if (isDrop)
+            QVERIFY(bench.drop(files));
+        else
+            bench.trigger("spr_add");
         QCOMPARE(bench.host.dialogs().finish(), QString());
+        QVERIFY(!bench.drop({}));
         QCOMPARE(bench.names(), names);
-        QCOMPARE(bench.host.options.value("spr_path").toString(), bench.directory.path());
+        QCOMPARE(bench.host.options.contains("spr_path"), !isDrop);
         for (int i = 1; i + 1 < names.size() && mode == 1; ++i) {
             const QImage original(bench.path(names[i] + ".png"));
             QCOMPARE(bytesOf(bench.sprite(unsigned(i))), bytesOf(original));
