@@ -151,6 +151,7 @@ struct Bench {
         QDragEnterEvent enter({40, 40}, all, &data, Qt::LeftButton, {});
         QApplication::sendEvent(view(), &enter);
         QDropEvent drop({40, 40}, all, &data, Qt::LeftButton, {});
+        drop.setDropAction(Qt::MoveAction);
         drop.ignore();
         if (enter.isAccepted())
             QApplication::sendEvent(view(), &drop);
