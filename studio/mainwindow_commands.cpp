@@ -211,8 +211,15 @@ void MainWindow::arrangeDocks()
     if (m_arranged || !nodes->isVisible())
         return;
     resizeDocks({m_tree}, {260}, Qt::Horizontal);
-    resizeDocks({m_tree, nodes}, {400, 320}, Qt::Vertical);
+    const int room = m_tree->height() + nodes->height(); // more would make the window larger
+    resizeDocks({m_tree, nodes}, {room * 5 / 9, room * 4 / 9}, Qt::Vertical);
     m_arranged = true;
+    // Strips of tools ask for more height until they have their width, and a window that has grown
+    // for them stays so.
+    const QSize before = size();
+    QTimer::singleShot(0, this, [this, before] {
+        resize(size().boundedTo(fittedSize(size()).expandedTo(before)));
+    });
 }
 
 void MainWindow::showEvent(QShowEvent *event)

@@ -105,7 +105,8 @@ void StudioStyle::drawPrimitive(PrimitiveElement element,
         icon.paint(painter, option->rect);
         return;
     }
-    const auto grey = muted(option, widget);
+    // A delegate that draws the ground of an item by itself has a text of its own on it.
+    const auto grey = element == PE_PanelItemViewRow ? muted(option, widget) : std::nullopt;
     QProxyStyle::drawPrimitive(element, grey ? &*grey : option, painter, widget);
     if (element == PE_IndicatorCheckBox && !(option->state & State_HasFocus))
         outline(painter, option->rect,
