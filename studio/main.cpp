@@ -32,7 +32,7 @@ int main(int argc, char **argv)
     parser.addHelpOption();
     parser.addVersionOption();
     parser.addPositionalArgument(QStringLiteral("project"),
-                                 QStringLiteral("Project directories to open."));
+                                 QStringLiteral("Project directories to open, or files in them."));
     const QCommandLineOption engine(
         QStringLiteral("engine"), QStringLiteral("Load an engine from a library; may be repeated."),
         QStringLiteral("library"));
@@ -46,7 +46,6 @@ int main(int argc, char **argv)
     window.show();
     if (projects.isEmpty())
         window.reopenLast();
-    for (const QString &project : projects)
-        window.host().openBeside(project);
+    window.open(projects);
     return QApplication::exec();
 }

@@ -34,6 +34,9 @@ public:
 
     /// Opens what was open last if the settings say so.
     void reopenLast();
+    /// Opens the projects in directories. Files are shown; where none of the open projects holds
+    /// one, that of its directory is opened first.
+    void open(const QStringList &names);
 
     HostKit::HostBase &host() { return m_host; }
     MainActions *actions() const { return m_actions; }

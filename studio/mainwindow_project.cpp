@@ -35,6 +35,8 @@
 #include <QStandardPaths>
 #include <QTimer>
 
+#include <algorithm>
+
 namespace Studio
 {
 
@@ -80,6 +82,22 @@ void MainWindow::reopenLast()
     for (const QString &directory : qAsConst(last)) {
         if (exists(directory))
             m_host.openBeside(directory);
+    }
+}
+
+void MainWindow::open(const QStringList &names)
+{
+    for (const QString &name : names) {
+        const QString file = QFileInfo(name).absoluteFilePath();
+        const QList<Kiln::ParentProject *> projects = m_host.session().parentProjects();
+        const bool isInside =
+            std::any_of(projects.cbegin(), projects.cend(), [&file](const auto *project) {
+                return file.startsWith(project->basePath());
+            });
+        if (!QFileInfo(file).isFile())
+            m_host.openBeside(name);
+        else if (isInside || m_host.openBeside(QFileInfo(file).path()))
+            m_host.desk().openFile(file, 0);
     }
 }
 

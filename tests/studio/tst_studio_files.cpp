@@ -893,6 +893,15 @@ private slots:
         QVERIFY(!settings().recentProjects().contains(empty.path()));
         QVERIFY2(host().openProject(hero()), "it opens again");
         QVERIFY(document());
+        // As named on the command line: a file is shown in the project beside it.
+        const QString other = m_directory->filePath("other");
+        copyFolder(hero(), other);
+        for (const QString &name : {path("shared/rules.glow"), other + "/tidewater.hearth"}) {
+            m_window->open({hero(), name});
+            QCOMPARE(document()->fileName(), name);
+        }
+        QCOMPARE(session().parentProjects().size(), 2);
+        QCOMPARE(QDir::cleanPath(session().parentProject()->basePath()), other);
     }
 };
 
