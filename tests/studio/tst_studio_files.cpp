@@ -619,6 +619,8 @@ private slots:
         Kiln::CodeDocument *const moss = document();
         QCOMPARE(tabs->tabText(tabs->indexOf(wren)), "wren/strikes.glow");
         QVERIFY(m_window->windowTitle().startsWith("moss/strikes.glow"));
+        tabs->moveTab(tabs->currentIndex(), 0);
+        QCOMPARE(tabs->shownTitle(moss), "moss/strikes.glow");
         const auto middleClick = [tabs](const Kiln::ProjectFile *file) {
             QTest::mouseClick(tabs, Qt::MiddleButton, {},
                               tabs->tabRect(tabs->indexOf(file)).center());
