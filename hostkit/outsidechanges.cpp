@@ -411,7 +411,7 @@ bool OutsideChanges::mayOverwrite(const QList<Kiln::ProjectFile *> &files)
     QStringList names;
     for (Kiln::ProjectFile *file : files) {
         Kiln::FileWatchObject *object = watched(file);
-        const Notice known = m_notices.value(file, {Gone, false});
+        const Notice known = m_notices.value(file);
         const bool isAnswered = known.state == Changed && known.isKept;
         if (object && !isAnswered && !file->fileName().isEmpty() &&
             object->diskState() == DiskState::Changed)
