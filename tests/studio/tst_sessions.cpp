@@ -1,0 +1,538 @@
+#include "windowtest.h"
+
+#include <hostkit/actionregistry.h>
+#include <kilnx/editors/spriteeditor.h>
+#include <kilnx/image/imagepalette.h>
+#include <kilnx/image/sprite.h>
+#include <kilnx/imageedit/imagerenderer.h>
+#include <kilnx/sound/sounds.h>
+
+namespace
+{
+
+/// What can be seen, a value a name.
+using State = QMap<QString, QString>;
+
+QString checksum(const QByteArray &bytes)
+{
+    return '#' + QString::number(qChecksum(bytes.constData(), uint(bytes.size())), 16);
+}
+
+QString pictureText(const QImage &image)
+{
+    QByteArray bytes;
+    for (int y = 0; y < image.height(); ++y)
+        bytes.append(reinterpret_cast<const char *>(image.constScanLine(y)),
+                     image.width() * image.depth() / 8);
+    return QString("%1x%2 ").arg(image.width()).arg(image.height()) + checksum(bytes);
+}
+
+/// The rows of a list or tree that are open to the eye, and of the current and selected ones again
+/// with their numbers.
+void addRows(const QAbstractItemView &view,
+             const QModelIndex &parent,
+             QStringList &rows,
+             QStringList &marks)
+{
+    const QAbstractItemModel &model = *view.model();
+    const auto *tree = qobject_cast<const QTreeView *>(&view);
+    for (int row = 0; row < model.rowCount(parent); ++row) {
+        QStringList cells;
+        for (int column = 0; column < model.columnCount(parent); ++column)
+            cells << model.index(row, column, parent).data().toString();
+        const QModelIndex index = model.index(row, 0, parent);
+        const QString text = cells.join(" | ");
+        if (view.currentIndex().siblingAtColumn(0) == index)
+            marks << QString("current %1 %2").arg(rows.size()).arg(text);
+        if (view.selectionModel()->isRowSelected(row, parent))
+            marks << QString("selected %1 %2").arg(rows.size()).arg(text);
+        rows << text;
+        if (tree && tree->isExpanded(index))
+            addRows(view, index, rows, marks);
+    }
+}
+
+QString valueOf(QWidget *widget)
+{
+    if (auto *label = qobject_cast<QLabel *>(widget))
+        return label->pixmap(Qt::ReturnByValue).isNull() ? label->text() : "picture";
+    if (auto *edit = qobject_cast<QLineEdit *>(widget))
+        return edit->text();
+    if (auto *spin = qobject_cast<QSpinBox *>(widget); spin && spin->maximum() < INT_MAX)
+        return QString("%1 in %2..%3").arg(spin->text()).arg(spin->minimum()).arg(spin->maximum());
+    if (auto *spin = qobject_cast<QAbstractSpinBox *>(widget))
+        return spin->text();
+    if (auto *slider = qobject_cast<QSlider *>(widget))
+        return QString("%1 in %2..%3")
+            .arg(slider->value())
+            .arg(slider->minimum())
+            .arg(slider->maximum());
+    if (auto *combo = qobject_cast<QComboBox *>(widget))
+        return QString("%1 of %2").arg(combo->currentText()).arg(combo->count());
+    if (auto *tabs = qobject_cast<QTabBar *>(widget)) {
+        QStringList texts;
+        for (int i = 0; i < tabs->count(); ++i)
+            texts << (i == tabs->currentIndex() ? '[' + tabs->tabText(i) + ']' : tabs->tabText(i));
+        return texts.join('\n');
+    }
+    if (auto *bar = qobject_cast<QProgressBar *>(widget))
+        return bar->text();
+    if (auto *edit = qobject_cast<QPlainTextEdit *>(widget))
+        return edit->toPlainText();
+    if (auto *button = qobject_cast<QAbstractButton *>(widget)) {
+        if (!button->text().isEmpty())
+            return button->text().remove('&') + (button->isChecked() ? ", checked" : "");
+    }
+    return {};
+}
+
+/// Adds everything in `root` that has a value of its own and can be seen.
+void addWidgets(QWidget *root, State &state)
+{
+    for (QWidget *widget : root->findChildren<QWidget *>()) {
+        const QWidget *parent = widget->parentWidget();
+        const bool isPart = qobject_cast<const QAbstractSpinBox *>(parent) ||
+                            qobject_cast<const QComboBox *>(parent) ||
+                            qobject_cast<const QTabBar *>(parent) ||
+                            widget->inherits("QHeaderView") || widget->inherits("QScrollBar");
+        auto *tool = qobject_cast<QToolButton *>(widget);
+        if (isPart || (tool && tool->defaultAction()) || !widget->isVisibleTo(root) ||
+            widget->window() != root)
+            continue;
+        const QString value = valueOf(widget);
+        QString name = widget->objectName();
+        if (name.isEmpty() || name.startsWith("qt_"))
+            name = qobject_cast<QAbstractButton *>(widget) || qobject_cast<QLabel *>(widget)
+                       ? value
+                       : widget->metaObject()->className();
+        const QString off = widget->isEnabled() ? "" : " off";
+        if (auto *view = qobject_cast<QAbstractItemView *>(widget); view && view->model()) {
+            QStringList rows;
+            QStringList marks;
+            addRows(*view, view->rootIndex(), rows, marks);
+            state[name] = rows.join('\n') + off;
+            state[name + " has"] = marks.join('\n');
+        } else if (!name.isEmpty() && !(value.isEmpty() && widget->isEnabled())) {
+            name = name.remove('&').simplified();
+            state[name] = (name == value.simplified() ? QString("seen") : '"' + value + '"') + off;
+        }
+    }
+}
+
+} // namespace
+
+/// Sessions of a user in the real window, as text. In a file of sessions/ each line with a > in
+/// front is what the user does; what stands below it is everything that can be seen to change by
+/// it: commands that can be given or not, fields, lists, labels, the boxes that came, and what the
+/// files hold. Somebody has read each of them and found it right. After a wanted change,
+/// KILNX_SESSIONS=write writes them anew, for the difference to be read.
+class tst_sessions : public WindowTest
+{
+    Q_OBJECT
+
+private slots:
+    void sessions_data()
+    {
+        columns<QString>("file");
+        const QDir directory(KILN_SOURCE_DIR "/tests/studio/sessions");
+        for (const QFileInfo &file : directory.entryInfoList({"*.txt"}, QDir::Files))
+            addRow(qPrintable(file.baseName()), file.filePath());
+    }
+
+    void sessions()
+    {
+        const auto [path] = row<QString>();
+        m_dialogs->answerOthers([this](QDialog *dialog) { answer(dialog); });
+        m_answers.clear();
+        m_said.clear();
+        m_state = seen();
+        const QString wanted = QString::fromUtf8(readFile(path));
+        QStringList got;
+        for (const QString &line : wanted.split('\n')) {
+            if (line.startsWith('#')) {
+                got << line;
+            } else if (line.startsWith("> ")) {
+                got << line;
+                act(line.mid(2));
+                settle();
+                got += m_said + differences();
+                m_said.clear();
+            }
+        }
+        const QString text = got.join('\n') + '\n';
+        if (qgetenv("KILNX_SESSIONS") == "write")
+            writeFile(path, text.toUtf8());
+        else
+            compare(got, wanted.split('\n'));
+        QCOMPARE(got.filter("CANNOT"), QStringList());
+        QCOMPARE(m_answers, QStringList());
+    }
+
+private:
+    /// Does one line. Words are parted by blanks, the last one may hold some.
+    void act(const QString &line)
+    {
+        const QString verb = line.section(' ', 0, 0);
+        const QString object = line.section(' ', 1, 1);
+        const QString rest = line.section(' ', 2);
+        if (verb == "open") {
+            check(host().desk().openFile(path(object), 0), line);
+        } else if (verb == "do") {
+            QAction *action = host().actionByKey(object.toLatin1());
+            if (check(action && action->isEnabled(), line))
+                action->trigger();
+        } else if (verb == "answer") {
+            m_answers << line.section(' ', 1);
+        } else if (verb == "set") {
+            setValue(field(object), rest);
+        } else if (verb == "rows") {
+            auto *view = qobject_cast<QAbstractItemView *>(field(object));
+            if (!check(view, line))
+                return;
+            view->clearSelection();
+            for (const QString &row : rest.split(' ')) {
+                const QModelIndex index = view->model()->index(row.toInt(), 0);
+                view->selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
+                view->selectionModel()->select(index, QItemSelectionModel::Select |
+                                                          QItemSelectionModel::Rows);
+            }
+        } else if (verb == "key") {
+            const QKeySequence keys(rest);
+            QTest::keyClick(field(object), Qt::Key(keys[0] & ~int(Qt::KeyboardModifierMask)),
+                            Qt::KeyboardModifiers(keys[0]) & Qt::KeyboardModifierMask);
+        } else if (verb == "type") {
+            QTest::keyClicks(field(object), rest);
+        } else if (verb == "find") {
+            const QTextCursor cursor = document()->QTextDocument::find(line.section(' ', 1));
+            if (check(!cursor.isNull(), line))
+                view()->setTextCursor(cursor);
+        } else if (verb == "mouse") {
+            mouse(field(object), rest.split(' '));
+        } else if (verb == "paint") {
+            if (!check(painting(), line))
+                return;
+            painting()->setZoom(8);
+            painting()->setOffset({4, 4});
+            QStringList words = line.split(' ').mid(1);
+            for (QString &word : words) {
+                const QPoint at(word.section(',', 0, 0).toInt(), word.section(',', 1).toInt());
+                const QPoint screen = painting()->toScreen(at) + QPoint(4, 4);
+                if (word.contains(','))
+                    word = QString("%1,%2").arg(screen.x()).arg(screen.y());
+            }
+            mouse(painting()->widget(), words);
+        } else if (verb == "show") {
+            m_state.clear();
+        } else {
+            check(false, line);
+        }
+    }
+
+    QWidget *field(const QString &name) const
+    {
+        QWidget *found = host().control(name);
+        if (!found)
+            found = name == "code" ? view() : m_window->findChild<QWidget *>(name);
+        return found;
+    }
+
+    /// Notes what cannot be done.
+    bool check(bool done, const QString &what)
+    {
+        if (!done)
+            m_said << "CANNOT " + what;
+        return done;
+    }
+
+    /// Points are in the widget, a button is held from the first to the last one.
+    void mouse(QWidget *widget, const QStringList &words)
+    {
+        if (!check(widget, words.join(' ')))
+            return;
+        const bool isRight = words.contains("right");
+        Qt::KeyboardModifiers keys;
+        keys.setFlag(Qt::ShiftModifier, words.contains("shift"));
+        keys.setFlag(Qt::ControlModifier, words.contains("ctrl"));
+        QVector<QPoint> points;
+        for (const QString &word : words) {
+            if (word.contains(','))
+                points << QPoint(word.section(',', 0, 0).toInt(), word.section(',', 1).toInt());
+        }
+        const auto send = [&](QEvent::Type type, QPoint at) {
+            const auto button = isRight ? Qt::RightButton : Qt::LeftButton;
+            const bool moves = type == QEvent::MouseMove;
+            QMouseEvent event(type, at, widget->mapToGlobal(at), moves ? Qt::NoButton : button,
+                              type == QEvent::MouseButtonRelease ? Qt::NoButton : button, keys);
+            QApplication::sendEvent(widget, &event);
+        };
+        send(words.contains("double") ? QEvent::MouseButtonDblClick : QEvent::MouseButtonPress,
+             points.first());
+        for (const QPoint at : qAsConst(points))
+            send(QEvent::MouseMove, at);
+        send(QEvent::MouseButtonRelease, points.last());
+    }
+
+    void setValue(QWidget *widget, const QString &value)
+    {
+        if (!check(widget && widget->isEnabled(), value))
+            return;
+        if (auto *combo = qobject_cast<QComboBox *>(widget)) {
+            combo->setCurrentIndex(combo->findText(value));
+            Q_EMIT combo->activated(combo->currentIndex());
+        } else if (auto *slider = qobject_cast<QSlider *>(widget)) {
+            slider->setValue(value.toInt());
+        } else if (auto *button = qobject_cast<QAbstractButton *>(widget)) {
+            button->click();
+        } else if (auto *view = qobject_cast<QAbstractItemView *>(widget)) {
+            const QModelIndex index = view->model()->index(value.section(' ', 0, 0).toInt(), 0);
+            check(view->model()->setData(index, value.section(' ', 1), Qt::EditRole), value);
+        } else {
+            auto *spin = qobject_cast<QAbstractSpinBox *>(widget);
+            auto *edit = qobject_cast<QLineEdit *>(widget);
+            if (!check(spin || edit, value))
+                return;
+            spin ? spin->selectAll() : edit->selectAll();
+            QTest::keyClicks(widget, value);
+            QTest::keyClick(widget, Qt::Key_Return);
+        }
+    }
+
+    /// Notes what the dialog shows, fills its fields and presses a button of it.
+    void answer(QDialog *dialog)
+    {
+        const QStringList steps =
+            m_answers.isEmpty() ? QStringList{"Escape"} : m_answers.takeFirst().split("; ");
+        auto *files = qobject_cast<QFileDialog *>(dialog);
+        m_said << "    box \"" + dialog->windowTitle() + '"';
+        if (files) {
+            m_said << "        " + files->nameFilters().join(" ") + ", " +
+                          tidy(files->selectedFiles().join(' '));
+            QStringList names;
+            for (const QString &name : steps.mid(0, steps.size() - 1))
+                names << '"' + m_directory->filePath(name) + '"';
+            files->findChild<QLineEdit *>("fileNameEdit")->setText(names.join(' '));
+            if (steps.last() != "Escape")
+                dialog->accept();
+            if (dialog->isVisible())
+                dialog->reject();
+            return;
+        }
+        const auto note = [&](const State &before) {
+            State now;
+            addWidgets(dialog, now);
+            noteDifferences(before, now, "        ", m_said);
+            return now;
+        };
+        State shown = note({});
+        for (const QString &step : steps.mid(0, steps.size() - 1)) {
+            auto *widget = dialog->findChild<QWidget *>(step.section('=', 0, 0));
+            m_said << "      = " + step;
+            setValue(widget, step.section('=', 1));
+            shown = note(shown);
+        }
+        for (auto *button : dialog->findChildren<QAbstractButton *>()) {
+            if (button->text().remove('&') == steps.last() && button->isEnabled())
+                return button->click();
+        }
+        dialog->reject();
+    }
+
+    QString tidy(QString text) const { return text.replace(m_directory->path(), "~"); }
+
+    /// Everything that can be seen now.
+    State seen() const
+    {
+        State state;
+        for (QAction *action : host().HostBase::actions().actions()) {
+            QString text = action->isEnabled() ? "on" : "off";
+            text += action->isChecked() ? " checked" : "";
+            state["do " + action->objectName()] = text + " \"" + action->text().remove('&') + '"';
+        }
+        addWidgets(m_window.get(), state);
+        state["title"] = m_window->windowTitle();
+        QDirIterator written(m_directory->path(), QDir::Files, QDirIterator::Subdirectories);
+        while (written.hasNext()) {
+            const QString path = written.next();
+            const QString name = path.mid(m_directory->path().size() + 1);
+            // What a library compresses may have other bytes in another release of it.
+            const bool isPacked = name.endsWith(".png") || name.endsWith("gleam") ||
+                                  name.endsWith(".peal") || !name.contains('.');
+            if (name.startsWith("hero/") || !name.contains('/'))
+                state["file " + name] = isPacked ? "there" : checksum(readFile(path));
+        }
+        for (Kiln::Project *project : session().projects())
+            addFiles(*project, state);
+        if (Kiln::ImageRenderer *canvas = painting())
+            addCanvas(*canvas, state);
+        for (QString &value : state)
+            value = tidy(value);
+        return state;
+    }
+
+    Kiln::ImageRenderer *painting() const
+    {
+        auto *editor = dynamic_cast<Kiln::SpriteEditor *>(host().currentEditor());
+        return editor ? editor->renderer() : nullptr;
+    }
+
+    static void addCanvas(Kiln::ImageRenderer &renderer, State &state)
+    {
+        const Kiln::ImageCanvas &canvas = renderer.canvas;
+        const QRect rect = canvas.selection.rect;
+        QString about = QString("%1x%2").arg(canvas.size.width()).arg(canvas.size.height());
+        if (canvas.selection.active)
+            about += QString(", selected %1,%2 %3x%4 ")
+                         .arg(rect.x())
+                         .arg(rect.y())
+                         .arg(rect.width())
+                         .arg(rect.height()) +
+                     pictureText(canvas.selection.mask);
+        about += QString(", foreground %1, background %2, zoom %3, %4")
+                     .arg(canvas.palette->foregroundIndex())
+                     .arg(canvas.palette->backgroundIndex())
+                     .arg(renderer.zoom())
+                     .arg(renderer.picture().isNull() ? "" : pictureText(renderer.picture()));
+        about += ", undo " + canvas.undoStack.undoText() + ", redo " + canvas.undoStack.redoText();
+        state["canvas"] = about + (canvas.undoStack.isClean() ? ", clean" : "");
+        for (int row = 0; row < canvas.layers.rowCount(); ++row) {
+            const Kiln::ImageLayer &layer = *canvas.layers.at(row);
+            const auto *raster = dynamic_cast<const Kiln::RasterLayer *>(&layer);
+            state[QString("canvas layer %1").arg(row)] =
+                QString("%1, %2, mode %3, opacity %4, %5")
+                    .arg(layer.name, layer.visible ? "seen" : "hidden")
+                    .arg(layer.blendMode)
+                    .arg(layer.opacity)
+                    .arg(raster ? pictureText(raster->image) : "");
+        }
+    }
+
+    void addFiles(Kiln::Project &project, State &state) const
+    {
+        using ID = Kiln::FileID;
+        for (const auto type : {ID::Sprites, ID::Sounds, ID::Animations}) {
+            Kiln::ProjectFile *file = project.file(type);
+            if (!file)
+                continue;
+            const QString name = tidy(file->fileName()).section('/', -1);
+            state[name] = file->isModified() ? "modified" : "saved";
+            const auto note = [&](const QString &kind, Kiln::PropertyItem *item,
+                                  const QString &text) {
+                QStringList words;
+                for (const QString &property : item->propertyNames()) {
+                    const QVariant value = item->property(property);
+                    words
+                        << (value.type() == QVariant::Point
+                                ? QString("%1:%2").arg(value.toPoint().x()).arg(value.toPoint().y())
+                                : value.toString());
+                }
+                words << text;
+                QString &all = state[name + ' ' + kind];
+                all += (all.isEmpty() ? "" : "\n") + words.join(' ');
+            };
+            if (auto *sprites = dynamic_cast<Kiln::Sprites *>(file)) {
+                for (int i = 0; i < int(sprites->itemCount()); ++i)
+                    note("sprites", sprites->at(uint(i)),
+                         pictureText(sprites->at(uint(i))->image()));
+                for (int i = 0; i < int(sprites->palettes()->count()); ++i) {
+                    Kiln::Palette *palette = sprites->palettes()->at(uint(i));
+                    note("palettes", palette,
+                         checksum({reinterpret_cast<const char *>(palette->colors()), 1024}));
+                }
+            }
+            if (auto *sounds = dynamic_cast<Kiln::Sounds *>(file)) {
+                for (int i = 0; i < int(sounds->itemCount()); ++i)
+                    note("sounds", sounds->itemAt(uint(i)),
+                         checksum(sounds->itemAt(uint(i))->sample().data));
+            }
+        }
+    }
+
+    /// Waits until nothing more happens by itself.
+    void settle() const
+    {
+        State last;
+        for (State now = seen(); now != last; now = seen()) {
+            last = now;
+            QTest::qWait(60);
+        }
+    }
+
+    /// What has changed since the last call.
+    QStringList differences()
+    {
+        const State now = seen();
+        QStringList lines;
+        noteDifferences(m_state, now, "    ", lines);
+        m_state = now;
+        return lines;
+    }
+
+    /// Commands by their keys, a line for those of each kind of change; of long lists only the rows
+    /// between those that are as before.
+    static void noteDifferences(const State &before,
+                                const State &now,
+                                const QString &indent,
+                                QStringList &lines)
+    {
+        QMap<QString, QString> commands;
+        QStringList gone;
+        for (auto it = before.cbegin(); it != before.cend(); ++it) {
+            if (!now.contains(it.key()))
+                gone << it.key();
+        }
+        if (!gone.isEmpty())
+            lines << indent + "gone: " + gone.join(' ');
+        for (auto it = now.cbegin(); it != now.cend(); ++it) {
+            const QString was = before.value(it.key());
+            if (was == it.value())
+                continue;
+            if (it.key().startsWith("do ") && was.section('"', 1) == it.value().section('"', 1))
+                commands[it.value().section(" \"", 0, 0)] += ' ' + it.key().mid(3);
+            else
+                lines << indent + it.key() + ": " + changed(was, it.value());
+        }
+        for (auto it = commands.cbegin(); it != commands.cend(); ++it)
+            lines << indent + it.key() + ':' + it.value();
+    }
+
+    static QString changed(const QString &before, QString now)
+    {
+        QStringList was = before.split('\n');
+        QStringList is = now.split('\n');
+        int same = 0;
+        while (same < qMin(was.size(), is.size()) && was[same] == is[same])
+            ++same;
+        const int count = is.size();
+        while (qMin(was.size(), is.size()) > same && was.last() == is.last()) {
+            was.removeLast();
+            is.removeLast();
+        }
+        if (count < 8 || is.size() - same > count / 2)
+            return now.replace('\n', " ; ");
+        return QString("of %1 from %2: %3 -> %4")
+            .arg(count)
+            .arg(same)
+            .arg(QStringList(was.mid(same)).join(" ; "), QStringList(is.mid(same)).join(" ; "));
+    }
+
+    /// The first line that differs, with those before it.
+    static void compare(const QStringList &got, const QStringList &wanted)
+    {
+        for (int i = 0; i < qMax(got.size(), wanted.size() - 1); ++i) {
+            const QString line = got.value(i, "(end)");
+            const QString said = wanted.value(i, "(end)");
+            QVERIFY2(line == said,
+                     qPrintable(
+                         QString("line %1:\n%2\n  is:     %3\n  wanted: %4")
+                             .arg(i + 1)
+                             .arg(QStringList(got.mid(qMax(0, i - 6), 6)).join('\n'), line, said)));
+        }
+    }
+
+    State m_state;
+    QStringList m_answers;
+    QStringList m_said;
+};
+
+QTEST_MAIN(tst_sessions)
+#include "tst_sessions.moc"
