@@ -15,7 +15,7 @@ using State = QMap<QString, QString>;
 
 QString checksum(const QByteArray &bytes)
 {
-    return '#' + QString::number(qChecksum(bytes.constData(), uint(bytes.size())), 16);
+    return '#' + QCryptographicHash::hash(bytes, QCryptographicHash::Md4).toHex().left(4);
 }
 
 QString pictureText(const QImage &image)
@@ -415,6 +415,11 @@ private:
                 continue;
             const QString name = tidy(file->fileName()).section('/', -1);
             state[name] = file->isModified() ? "modified" : "saved";
+            if (m_state.value(name) == "saved" && state[name] == "saved") {
+                for (const QString part : {" sprites", " palettes", " sounds"})
+                    state[name + part] = m_state.value(name + part);
+                continue; // as it was
+            }
             const auto note = [&](const QString &kind, Kiln::PropertyItem *item,
                                   const QString &text) {
                 QStringList words;
@@ -453,7 +458,7 @@ private:
         State last;
         for (State now = seen(); now != last; now = seen()) {
             last = now;
-            QTest::qWait(60);
+            QTest::qWait(20);
         }
     }
 
