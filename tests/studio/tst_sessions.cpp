@@ -185,17 +185,6 @@ private:
             m_answers << line.section(' ', 1);
         } else if (verb == "set") {
             setValue(field(object), rest);
-        } else if (verb == "rows") {
-            auto *view = qobject_cast<QAbstractItemView *>(field(object));
-            if (!check(view, line))
-                return;
-            view->clearSelection();
-            for (const QString &row : rest.split(' ')) {
-                const QModelIndex index = view->model()->index(row.toInt(), 0);
-                view->selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
-                view->selectionModel()->select(index, QItemSelectionModel::Select |
-                                                          QItemSelectionModel::Rows);
-            }
         } else if (verb == "key") {
             const QKeySequence keys(rest);
             QTest::keyClick(field(object), Qt::Key(keys[0] & ~int(Qt::KeyboardModifierMask)),
@@ -277,6 +266,8 @@ private:
         if (!check(widget && widget->isEnabled(), value))
             return;
         if (auto *combo = qobject_cast<QComboBox *>(widget)) {
+            if (!check(combo->findText(value) >= 0, value))
+                return;
             combo->setCurrentIndex(combo->findText(value));
             Q_EMIT combo->activated(combo->currentIndex());
         } else if (auto *slider = qobject_cast<QSlider *>(widget)) {
@@ -284,8 +275,8 @@ private:
         } else if (auto *button = qobject_cast<QAbstractButton *>(widget)) {
             button->click();
         } else if (auto *view = qobject_cast<QAbstractItemView *>(widget)) {
-            const QModelIndex index = view->model()->index(value.section(' ', 0, 0).toInt(), 0);
-            check(view->model()->setData(index, value.section(' ', 1), Qt::EditRole), value);
+            if (check(view->model(), value))
+                selectRows(*view, value.split(' '));
         } else {
             auto *spin = qobject_cast<QAbstractSpinBox *>(widget);
             auto *edit = qobject_cast<QLineEdit *>(widget);
@@ -294,6 +285,17 @@ private:
             spin ? spin->selectAll() : edit->selectAll();
             QTest::keyClicks(widget, value);
             QTest::keyClick(widget, Qt::Key_Return);
+        }
+    }
+
+    static void selectRows(QAbstractItemView &view, const QStringList &rows)
+    {
+        view.clearSelection();
+        for (const QString &row : rows) {
+            const QModelIndex index = view.model()->index(row.toInt(), 0);
+            view.selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
+            view.selectionModel()->select(index,
+                                          QItemSelectionModel::Select | QItemSelectionModel::Rows);
         }
     }
 
@@ -416,8 +418,10 @@ private:
             const QString name = tidy(file->fileName()).section('/', -1);
             state[name] = file->isModified() ? "modified" : "saved";
             if (m_state.value(name) == "saved" && state[name] == "saved") {
-                for (const QString part : {" sprites", " palettes", " sounds"})
-                    state[name + part] = m_state.value(name + part);
+                for (const QString part : {" sprites", " palettes", " sounds"}) {
+                    if (m_state.contains(name + part))
+                        state[name + part] = m_state.value(name + part);
+                }
                 continue; // as it was
             }
             const auto note = [&](const QString &kind, Kiln::PropertyItem *item,
