@@ -17,6 +17,7 @@
 #include <QtWidgets/QListView>
 
 #include <algorithm>
+#include <utility>
 
 namespace Kiln
 {
@@ -75,6 +76,8 @@ public:
     QPointer<QListView> view;
     ThumbnailDelegate *delegate = nullptr; ///< a child
     int side = firstSide;
+    bool isSorting = false; ///< the model's rows are about to have another order
+    int laterRow = -1;      ///< showSprite() of meanwhile
 
 private:
     QStringList identifiers(const QList<int> &rows) const;
@@ -135,6 +138,13 @@ void ThumbnailsEditorPrivate::declare()
     connect(&model, &QAbstractItemModel::modelReset, this, follow);
     connect(&model, &QAbstractItemModel::rowsInserted, this, follow);
     connect(&model, &QAbstractItemModel::rowsRemoved, this, follow);
+    // The sprites' editor hears of another order before the view does.
+    connect(&model, &QAbstractItemModel::layoutAboutToBeChanged, this,
+            [this] { isSorting = true; });
+    connect(&model, &QAbstractItemModel::layoutChanged, this, [this] {
+        isSorting = false;
+        editor->showSprite(std::exchange(laterRow, -1));
+    });
     // Not when the button goes down: a drag may begin.
     connect(view, &QAbstractItemView::clicked, this, &ThumbnailsEditorPrivate::tellChosen);
 }
@@ -314,6 +324,10 @@ Sprites *ThumbnailsEditor::sprites() const
 
 void ThumbnailsEditor::showSprite(int row)
 {
+    if (d->isSorting) {
+        d->laterRow = row;
+        return;
+    }
     const QModelIndex index = d->model.index(row, 0);
     if (!d->view || !index.isValid())
         return;
