@@ -430,20 +430,16 @@ void AnimationEditorPrivate::showPanels(bool shown)
     if (!panel)
         return;
     panel->setObject(shown ? list.data() : nullptr);
-    organizerRow = QPersistentModelIndex();
     connect(panel, &OrganizerEditor::itemClicked, this, &AnimationEditorPrivate::organizerClicked,
             Qt::UniqueConnection);
     tellOrganizer();
 }
 
-/// When another animation is shown: what the user has selected to move stays so meanwhile.
 void AnimationEditorPrivate::tellOrganizer()
 {
     OrganizerEditor *panel = organizer();
-    if (!panel || !list || panel->object() != list || organizerRow == row)
-        return;
-    organizerRow = row;
-    panel->setCurrentRow(row.row());
+    if (panel && editor->isActive())
+        panel->setCurrentRow(row);
 }
 
 void AnimationEditorPrivate::organizerClicked(int clicked)

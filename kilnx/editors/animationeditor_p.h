@@ -232,7 +232,6 @@ public:
 
     // The selection: the row is followed by the model; the rest finds it again when that is gone.
     QPersistentModelIndex row;
-    QPersistentModelIndex organizerRow; ///< what the organizer was told last; voided by its list
     int lastRow = 0;
     int frameRow = 0;
     QString identifier;

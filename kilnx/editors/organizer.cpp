@@ -55,12 +55,14 @@ public:
     void moveDownTo(int target);
     bool removeSelected();
     void followKey();
+    void showCurrent();
     bool eventFilter(QObject *watched, QEvent *event) override;
 
     Interface *interface;
     OrganizerEditor *editor;
     QPointer<OrganizableObject> object;
     QPointer<QListView> view;
+    QPersistentModelIndex current; ///< what its editor has told last, of any list
     bool hadRows = false;
 
 private:
@@ -97,8 +99,12 @@ void OrganizerEditorPrivate::declareControls()
 /// One item is wanted; several are only picked. When the button goes up, since a drag may begin.
 void OrganizerEditorPrivate::clicked(const QModelIndex &index)
 {
-    if (view->selectionModel()->selectedRows() == QModelIndexList{index})
-        Q_EMIT editor->itemClicked(index.row());
+    if (view->selectionModel()->selectedRows() != QModelIndexList{index})
+        return;
+    const QPointer<OrganizerEditorPrivate> alive(this);
+    Q_EMIT editor->itemClicked(index.row());
+    if (alive)
+        showCurrent();
 }
 
 /// Shows or hides the panel. Another panel that the host shows meanwhile is not hidden, and gives
@@ -202,6 +208,15 @@ void OrganizerEditorPrivate::followKey()
         Qt::QueuedConnection);
 }
 
+/// Nothing while another list is shown.
+void OrganizerEditorPrivate::showCurrent()
+{
+    QItemSelectionModel *selection = view ? view->selectionModel() : nullptr;
+    if (selection && current.model() == selection->model() &&
+        !selection->isRowSelected(current.row(), QModelIndex()))
+        selection->setCurrentIndex(current, QItemSelectionModel::ClearAndSelect);
+}
+
 bool OrganizerEditorPrivate::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched == view && event->type() == QEvent::KeyPress) {
@@ -276,12 +291,15 @@ void OrganizerEditor::setObject(OrganizableObject *object)
         QItemSelectionModel *oldSelection = d->view->selectionModel();
         d->view->setModel(object);
         delete oldSelection; // views don't
+        d->showCurrent();
     }
     if (object) {
         const auto follow = [this] { d->rowsChanged(); };
         connect(object, &QAbstractItemModel::rowsInserted, d.get(), follow);
         connect(object, &QAbstractItemModel::rowsRemoved, d.get(), follow);
         connect(object, &QAbstractItemModel::modelReset, d.get(), follow);
+        connect(object, &QAbstractItemModel::modelReset, d.get(),
+                &OrganizerEditorPrivate::showCurrent);
     }
     d->showAsWanted(true);
 }
@@ -296,11 +314,12 @@ QVector<int> OrganizerEditor::selectedRows() const
     return d->selectedRows();
 }
 
-void OrganizerEditor::setCurrentRow(int row)
+void OrganizerEditor::setCurrentRow(const QModelIndex &row)
 {
-    QItemSelectionModel *selection = d->view && d->object ? d->view->selectionModel() : nullptr;
-    if (selection && !selection->isRowSelected(row, QModelIndex()))
-        selection->setCurrentIndex(d->object->index(row), QItemSelectionModel::ClearAndSelect);
+    if (d->current == row)
+        return;
+    d->current = row;
+    d->showCurrent();
 }
 
 void OrganizerEditor::moveUp()

@@ -52,9 +52,10 @@ public:
     OrganizableObject *object() const;
     /// The selected rows, in the order of the list.
     QVector<int> selectedRows() const;
-    /// Shows which row its editor has now: it is selected alone and brought into sight. Rows that
-    /// the user has selected stay so if it is among them. Emits nothing.
-    void setCurrentRow(int row);
+    /// Shows which row its editor has now, in the list that is shown or will be: it is selected
+    /// alone and brought into sight, once, and again when the editor does not follow a click. Rows
+    /// that the user has selected stay so if it is among them. Emits nothing.
+    void setCurrentRow(const QModelIndex &row);
 
 public Q_SLOTS:
     /// Moves the selected rows to before the row above the first of them; nothing at the top.

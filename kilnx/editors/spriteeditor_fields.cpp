@@ -259,7 +259,6 @@ void SpriteEditorPrivate::declareTools()
     if (colors && !palettes)
         interface->addControl(QStringLiteral("spr_colors"), EmbeddedControl(colors));
     renderer->setActiveTool(ImageRenderer::Pen);
-    tellTool();
 }
 
 void SpriteEditorPrivate::setTexts()
@@ -313,6 +312,9 @@ void SpriteEditorPrivate::tellPosition()
     Q_EMIT setSelPos(at);
     fields.endProgramChange();
     Q_EMIT setPosText(QStringLiteral("%1 / %2").arg(count > 0 ? at + 1 : 0).arg(count));
+    OrganizerEditor *list = organizer();
+    if (list && editor->isActive())
+        list->setCurrentRow(row);
     if (ThumbnailsEditor *panel = thumbnails())
         panel->showSprite(at);
 }
@@ -391,12 +393,10 @@ void SpriteEditorPrivate::tellRenderer()
 {
     if (!editor->isActive())
         return;
-    const bool native = interface->option(QStringLiteral("native_painting"), false).toBool() ||
-                        !workspace.isOnOpenGL();
-    interface->setStatusText(
-        Interface::RendererField,
-        SpriteEditor::tr("Renderer: %1")
-            .arg(native ? SpriteEditor::tr("Native painter") : SpriteEditor::tr("OpenGL")));
+    interface->setStatusText(Interface::RendererField,
+                             SpriteEditor::tr("Renderer: %1")
+                                 .arg(workspace.isOnOpenGL() ? SpriteEditor::tr("OpenGL")
+                                                             : SpriteEditor::tr("Native painter")));
 }
 
 void SpriteEditorPrivate::clearStatus()
@@ -437,8 +437,9 @@ void SpriteEditorPrivate::showPanels(bool isShown)
         pictures->setSprites(sprites);
         connect(pictures, &ThumbnailsEditor::spriteChosen, this,
                 &SpriteEditorPrivate::thumbnailChosen, Qt::UniqueConnection);
-        tellPosition();
     }
+    if (isShown)
+        tellPosition();
     const bool isWanted = interface->option(QStringLiteral("show_organizer"), false).toBool();
     if (isShown && !(panel && isWanted))
         interface->setExtraEditor(interface->extraEditor(1));
@@ -446,7 +447,7 @@ void SpriteEditorPrivate::showPanels(bool isShown)
 
 void SpriteEditorPrivate::organizerClicked(int clicked)
 {
-    if (editor->isActive() && sprites && organizer()->object() == sprites)
+    if (editor->isActive() && organizer()->object() == sprites)
         setCurrent(unsigned(clicked));
 }
 

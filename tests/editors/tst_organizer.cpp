@@ -500,13 +500,24 @@ private slots:
         panel.editor->itemDblClick(QModelIndex());
         QCOMPARE(clicked.count(), 2);
         // What its editor goes to is told to nobody, and leaves what is picked if it is among it.
-        panel.editor->setCurrentRow(1);
+        const auto goTo = [&panel](int row) { panel.editor->setCurrentRow(panel.list.index(row)); };
+        goTo(1);
         QCOMPARE(panel.selected(), RowList({1, 3}));
-        panel.editor->setCurrentRow(0);
+        goTo(0);
+        QCOMPARE(panel.selected(), RowList({0}));
+        panel.select({2, 3});
+        goTo(0); // it has not gone anywhere since
+        QCOMPARE(panel.selected(), RowList({2, 3}));
+        panel.editor->setObject(nullptr);
+        panel.editor->setObject(&panel.list);
         QCOMPARE(panel.selected(), RowList({0}));
         QCoreApplication::processEvents();
         QCOMPARE(clicked.count(), 2);
-        // Keys go on from there.
+        // A key that the editor does not follow leads back; others go on from there.
+        QTest::keyClick(panel.view, Qt::Key_End);
+        QTRY_COMPARE(clicked.count(), 3);
+        QCOMPARE(panel.selected(), RowList({0}));
+        connect(panel.editor, &OrganizerEditor::itemClicked, panel.view, goTo);
         for (const int row : {1, 2}) {
             QTest::keyClick(panel.view, Qt::Key_Down);
             QTRY_COMPARE(clicked.last(), QVariantList{row});
@@ -514,13 +525,13 @@ private slots:
         QTest::keyClick(panel.view, Qt::Key_Down, Qt::ControlModifier);
         QTest::keyClick(panel.view, Qt::Key_Escape);
         QCoreApplication::processEvents();
-        QCOMPARE(clicked.count(), 4);
+        QCOMPARE(clicked.count(), 5);
         // The list goes behind a key, or another one comes.
         WordList other(letters(3));
         QTest::keyClick(panel.view, Qt::Key_Down);
         panel.editor->setObject(&other);
         QCoreApplication::processEvents();
-        QCOMPARE(clicked.count(), 4);
+        QCOMPARE(clicked.count(), 5);
         panel.select({1});
         panel.host.dialogs().expectDialog([&](QDialog *dialog) {
             panel.editor->setObject(nullptr);
