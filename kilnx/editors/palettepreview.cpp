@@ -5,6 +5,8 @@
 
 #include <QtCore/QPointer>
 
+#include <algorithm>
+
 namespace Kiln
 {
 
@@ -27,8 +29,9 @@ QImage scaledDown(const QImage &picture)
 QImage exchanged(QImage picture, const RGBA *colors, bool reversed)
 {
     QVector<QRgb> table(256);
-    for (int i = 0; i < table.size(); ++i)
-        table[i] = toQRgb(colors[reversed ? 255 - i : i]);
+    std::transform(colors, colors + 256, table.begin(), toQRgb);
+    if (reversed)
+        std::reverse(table.begin(), table.end());
     picture.setColorTable(table);
     return picture;
 }

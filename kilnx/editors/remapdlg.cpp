@@ -96,8 +96,6 @@ RemapDlg::RemapDlg(QWidget *parent)
 
 void RemapDlg::setPalettes(Kiln::Palettes *palettes)
 {
-    if (m_table->model())
-        m_table->model()->disconnect(this);
     QAbstractItemModel *model = palettes ? palettes->remapModel() : nullptr;
     m_palettes = palettes;
     static_cast<PaletteDelegate *>(m_table->itemDelegate())->palettes = palettes;
@@ -119,8 +117,7 @@ void RemapDlg::add()
     if (!m_palettes || !model)
         return;
     const int row = model->rowCount();
-    if (!model->insertRows(row, 1))
-        return;
+    model->insertRows(row, 1);
     m_table->setCurrentIndex(model->index(row, 0));
     m_table->setFocus();
 }

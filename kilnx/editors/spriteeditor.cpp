@@ -51,15 +51,12 @@ bool samePixels(const QImage &a, const QImage &b)
     return true;
 }
 
+/// For pictures of 32 bits a pixel, whose rows have no padding.
 bool isOpaque(const QImage &picture)
 {
-    for (int y = 0; y < picture.height(); ++y) {
-        const auto *line = reinterpret_cast<const QRgb *>(picture.constScanLine(y));
-        if (std::any_of(line, line + picture.width(),
-                        [](QRgb color) { return qAlpha(color) < 255; }))
-            return false;
-    }
-    return true;
+    const auto *pixels = reinterpret_cast<const QRgb *>(picture.constBits());
+    return std::all_of(pixels, pixels + picture.sizeInBytes() / 4,
+                       [](QRgb color) { return qAlpha(color) == 255; });
 }
 
 /// 6 steps of red, green and blue behind the clear colour, then a ramp of greys.
@@ -101,7 +98,7 @@ SpriteEditorPrivate::~SpriteEditorPrivate()
 {
     if (workspace.renderer() == renderer)
         workspace.setRenderer(nullptr);
-    canvas().undoStack.disconnect(this);
+    canvas().undoStack.disconnect(editor); // nobody asks an editor that goes whether it is modified
     canvas().layers.disconnect(this);
     if (frameAction)
         interface->setOption(QStringLiteral("switch_frame_spr"), frameAction->isChecked());
@@ -123,16 +120,18 @@ void SpriteEditorPrivate::setFile(Sprites *file)
         sprites->disconnect(this);
         sprites->palettes()->disconnect(this);
     }
+    if (palettes)
+        palettes->setPalettes(file ? file->palettes() : nullptr);
     sprites = file;
-    current = nullptr;
-    row = QPersistentModelIndex();
     hasFileSteps = file && file->isModified();
-    ++stamp;
     if (file) {
         connect(file, &Sprites::modified, this, &SpriteEditorPrivate::contentsModified);
         // A step of the file's undo tells of the contents before it counts as taken.
         connect(file, &Sprites::changed, this, [this] { Q_EMIT editor->modified(); });
         connect(file, &QAbstractItemModel::modelReset, this, &SpriteEditorPrivate::reloaded);
+        // Panels forget the place when they hear of the same.
+        connect(file, &QAbstractItemModel::modelReset, this, &SpriteEditorPrivate::tellPosition,
+                Qt::QueuedConnection);
         const auto follow = [this] { rowsChanged(); };
         connect(file, &QAbstractItemModel::rowsInserted, this, follow);
         connect(file, &QAbstractItemModel::rowsRemoved, this, follow);
@@ -140,8 +139,6 @@ void SpriteEditorPrivate::setFile(Sprites *file)
         connect(file, &QAbstractItemModel::layoutChanged, this, follow);
         connect(file->palettes(), &Palettes::modified, this, &SpriteEditorPrivate::showColors);
     }
-    if (palettes)
-        palettes->setPalettes(file ? file->palettes() : nullptr);
     showCurrent();
 }
 
@@ -453,13 +450,13 @@ void SpriteEditorPrivate::duplicate()
 
 void SpriteEditorPrivate::previous()
 {
-    if (row.isValid() && row.row() > 0)
-        setCurrent(unsigned(row.row() - 1));
+    if (row.isValid())
+        setCurrent(unsigned(qMax(0, row.row() - 1)));
 }
 
 void SpriteEditorPrivate::next()
 {
-    if (row.isValid() && unsigned(row.row()) + 1 < sprites->itemCount())
+    if (row.isValid())
         setCurrent(unsigned(row.row() + 1));
 }
 
@@ -507,9 +504,7 @@ QImage SpriteEditorPrivate::unsaved()
 /// Writes the canvas into the sprite. False, with a message, when the file did not take it.
 bool SpriteEditorPrivate::saveImg()
 {
-    if (!sprite() || canvas().size.isEmpty())
-        return false;
-    const QImage picture = unsaved();
+    const QImage picture = sprite() ? unsaved() : QImage();
     if (picture.isNull())
         return false;
     Palette *own = current->palette();
@@ -608,8 +603,6 @@ void SpriteEditor::reconfig()
         d->renderer->setBackground(end);
     if (start.isValid() && end.isValid())
         d->renderer->setChecks(start, start.lighter(112));
-    if (active)
-        d->tellRenderer();
 }
 
 void SpriteEditor::retranslate()
@@ -708,8 +701,6 @@ void SpriteEditor::setCurrentFile(ProjectFile *file)
     const QPointer<Sprites> wanted(list);
     if (list)
         d->saveOrDiscard();
-    else if (d->isDirty())
-        d->discard();
     FileEditor::setCurrentFile(wanted ? file : nullptr);
     Project *project = wanted ? wanted->project() : nullptr;
     const int index = project ? project->filesByType(canEditFileType()).indexOf(file) : -1;
@@ -793,7 +784,7 @@ void SpriteEditor::setSpriteOffset(Sprite *, QPoint)
 void SpriteEditor::contentsChanged()
 {
     Project *project = interface->currentProject();
-    ProjectFile *file = project ? project->file(canEditFileType()) : nullptr;
+    ProjectFile *file = project ? project->file(canEditFileType()) : currentFile();
     if (file != currentFile())
         setCurrentFile(file);
     Q_EMIT modified();

@@ -14,6 +14,7 @@
 #include <QtWidgets/QAction>
 #include <QtWidgets/QApplication>
 
+#include <algorithm>
 #include <cstring>
 
 namespace Kiln
@@ -76,7 +77,8 @@ void fillRun(QImage &image, int y, int start, int end, unsigned int fill)
 bool fits(const QImage &picture, const QVector<QRgb> &table)
 {
     const QVector<QRgb> own = picture.colorTable();
-    return own.size() <= table.size() && std::equal(own.cbegin(), own.cend(), table.cbegin());
+    return std::mismatch(own.cbegin(), own.cend(), table.cbegin(), table.cend()).first ==
+           own.cend();
 }
 
 /// How far a middle moves when a side grows.
@@ -111,8 +113,9 @@ QPoint SpriteEditorPrivate::movedOffset() const
 QVector<QRgb> SpriteEditorPrivate::colorTable() const
 {
     QVector<QRgb> table(256);
-    for (int i = 0; i < 256; ++i)
-        table[i] = palette->rgbAt(uchar(i));
+    uchar index = 0;
+    for (QRgb &color : table)
+        color = palette->rgbAt(index++);
     return table;
 }
 
@@ -205,7 +208,7 @@ void SpriteEditorPrivate::selInv()
 QImage SpriteEditorPrivate::copied() const
 {
     const RasterLayer *raster = renderer->paintedLayer();
-    if (!raster || raster->image.isNull())
+    if (!raster)
         return {};
     QImage picture = raster->image.copy(QRect(QPoint(), canvas().size));
     if (canvas().selection.active) {
@@ -320,7 +323,7 @@ void SpriteEditorPrivate::imgProps()
 QImage SpriteEditorPrivate::previewPicture() const
 {
     const QImage &picture = renderer->picture();
-    if (picture.width() <= previewSide && picture.height() <= previewSide)
+    if (qMax(picture.width(), picture.height()) <= previewSide)
         return picture;
     return picture.scaled(previewSide, previewSide, Qt::KeepAspectRatio);
 }
@@ -407,7 +410,6 @@ void SpriteEditorPrivate::crop()
     canvas().undoStack.push(
         new OffsetCommand(this, [moved](QPoint offset) { return offset + moved; }));
     canvas().undoStack.endMacro();
-    canvas().selection.rect = QRect();
 }
 
 /// Three grey pictures behind the sprite, in one palette of greys.
@@ -433,9 +435,9 @@ void SpriteEditorPrivate::splitRGB()
         for (int y = 0; y < grey.height(); ++y) {
             const auto *from = reinterpret_cast<const QRgb *>(colored.constScanLine(y));
             uchar *to = grey.scanLine(y);
-            const int shift = 16 - 8 * channel;
-            for (int x = 0; x < grey.width(); ++x)
-                to[x] = qAlpha(from[x]) > 0 ? uchar(from[x] >> shift) : 0;
+            std::transform(from, from + grey.width(), to, [channel](QRgb color) {
+                return qAlpha(color) > 0 ? uchar(color >> (16 - 8 * channel)) : uchar(0);
+            });
         }
         Sprite *made = list->insert(at + unsigned(channel), names[channel].arg(base), QImage());
         if (!made)

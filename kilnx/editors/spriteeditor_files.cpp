@@ -208,10 +208,8 @@ void SpriteEditorPrivate::addFiles(const QStringList &files)
         import.run(interface->progress(SpriteEditor::tr("Adding pictures..."), true), first);
     if (alive)
         working = false;
-    if (isWhole && import.added() > 0)
+    if (isWhole)
         setCurrent(first + import.added() - 1);
-    if (isWhole && isShown())
-        spriteCountChanged();
     for (int i = 0; isWhole && isShown() && i < import.unread().size(); ++i)
         warnOfPicture(import.unread()[i]);
 }
