@@ -60,9 +60,7 @@ void CodeEditorPrivate::clearBlocks()
 {
     if (blockStart.isEmpty())
         return;
-    blockStart.clear();
-    blockEnd.clear();
-    blockIndent.clear();
+    blockStart = blockEnd = blockIndent = QList<int>();
     q->viewport()->update();
     extraArea->update();
 }

@@ -223,7 +223,7 @@ void CodeEditorPrivate::paintConnection(QPainter &painter, int number, const QRe
     for (int i = 0; i < blockStart.size(); ++i) {
         above |= blockStart.at(i) < number && number <= blockEnd.at(i);
         below |= blockStart.at(i) <= number && number < blockEnd.at(i);
-        ends |= blockEnd.at(i) == number && blockStart.at(i) != number;
+        ends |= blockEnd.at(i) == number;
     }
     if (!above && !below)
         return;

@@ -20,7 +20,6 @@ HitSearch::HitSearch(std::function<void()> tell, QObject *parent)
     , m_tell(std::move(tell))
 {
     m_pollTimer.setInterval(Poll);
-    m_delay.setSingleShot(true);
     m_delay.setInterval(Delay);
     connect(&m_pollTimer, &QTimer::timeout, this, &HitSearch::poll);
     connect(&m_delay, &QTimer::timeout, this, &HitSearch::begin);

@@ -229,6 +229,7 @@ QPoint ImageRenderer::offset() const
 void ImageRenderer::setOffset(QPoint offset)
 {
     d->offset = bounded(offset.x(), offset.y());
+    d->overlay = d->overlayArea();
     update();
 }
 

@@ -169,8 +169,10 @@ void ImageRenderer::render(QPainter &painter)
 
 void ImageRendererPrivate::paintMain(QPainter &painter, const QRect &clip)
 {
+    // Below the picture's own size several of its pixels share the clip's last one.
     const QRect visible =
-        QRect(q->toImage(clip.topLeft()), q->toImage(clip.bottomRight())) & picture.rect();
+        QRect(q->toImage(clip.topLeft()), q->toImage(clip.bottomRight() + QPoint(1, 1))) &
+        picture.rect();
     if (!clip.isEmpty() && !visible.isEmpty()) {
         paintCheck(painter, screenArea(visible));
         paintPicture(painter, picture, tiles, visible);

@@ -26,7 +26,6 @@ GraphicsRendererPrivate::GraphicsRendererPrivate(GraphicsRenderer *renderer)
     : q(renderer)
 {
     clearSelection();
-    selectionStart = selectionRect;
     contactBoxes[0].visible = true;
     contactBoxes[1].visible = true;
 }
@@ -35,10 +34,7 @@ GraphicsRenderer::GraphicsRenderer(QObject *parent)
     : QObject(parent)
     , d(std::make_unique<GraphicsRendererPrivate>(this))
 {
-    GraphicsStyle &style = GraphicsStyle::instance();
-    if (style.views.isEmpty() && style.crossHairs[0].isNull())
-        setCrossHair(CrossHairBuiltIn, {}, {}, {});
-    style.views.insert(this);
+    GraphicsStyle::instance().views.insert(this);
 }
 
 GraphicsRenderer::~GraphicsRenderer()
@@ -79,14 +75,13 @@ void GraphicsRenderer::spritesChanged()
         const int count = d->provider ? int(qMin(d->provider->count(), 1U << 16)) : 0;
         if (!alive)
             return;
-        d->items.clear();
-        d->items.resize(count);
-        for (int i = 0; i < count && d->readDepth == turn; ++i) {
+        d->items = QVector<SpriteItem>(count);
+        for (int i = 0; i != count && d->readDepth == turn; ++i) {
             spriteChangedAt(unsigned(i));
             if (!alive)
                 return;
         }
-    } while (d->readDepth != turn && turn < patience);
+    } while (d->readDepth != turn);
     d->readDepth = 0;
     Q_EMIT changed();
     if (alive)
@@ -96,7 +91,7 @@ void GraphicsRenderer::spritesChanged()
 void GraphicsRenderer::spriteChangedAt(unsigned int index)
 {
     SpriteProvider *provider = d->provider;
-    if (!provider || index >= unsigned(d->items.size()))
+    if (!provider || !d->item(index))
         return;
     const QPointer<GraphicsRenderer> alive(this);
     const auto property = [&](unsigned int id) {
@@ -114,9 +109,10 @@ void GraphicsRenderer::spriteChangedAt(unsigned int index)
     item.layer = static_cast<unsigned char>(property(7).toInt());
     item.turn = {property(SpriteProvider::Angle).toDouble(),
                  property(SpriteProvider::Pivot).toPointF()};
-    if (!alive || d->provider != provider || index >= unsigned(d->items.size()))
+    SpriteItem *place = alive && d->provider == provider ? d->item(index) : nullptr;
+    if (!place)
         return;
-    d->items[int(index)] = item;
+    *place = item;
     if (d->pressed && d->hit == GraphicsRendererPrivate::HitSprite && d->currentBox == int(index))
         d->dragStart = item.position;
     if (d->readDepth > 0)
@@ -190,10 +186,7 @@ void GraphicsRenderer::setOnionSkin(bool enabled, OnionEffect effect, float opac
     d->onionEnabled = enabled;
     d->onionEffect = effect;
     d->onionOpacity = opacity;
-    const Sprite *sprite = d->onionSprite;
-    d->onionSprite = nullptr;
     update();
-    setOnionSkinSprite(sprite, d->onionOffset);
 }
 
 void GraphicsRenderer::setOnionSkinSprite(const Sprite *sprite, QPoint offset)
@@ -205,13 +198,31 @@ void GraphicsRenderer::setOnionSkinSprite(const Sprite *sprite, QPoint offset)
     update();
 }
 
+/// Null for what is no cross.
+Item *GraphicsRendererPrivate::cross(GraphicsRenderer::ItemType type)
+{
+    const bool isCross =
+        type >= GraphicsRenderer::ItemCrossMain && type <= GraphicsRenderer::ItemCrossExtra;
+    return isCross ? &crosses[type] : nullptr;
+}
+
+/// The sprite of a number; null for one out of range.
+SpriteItem *GraphicsRendererPrivate::item(unsigned int index)
+{
+    return index < unsigned(items.size()) ? &items[int(index)] : nullptr;
+}
+
+QPoint *GraphicsRendererPrivate::position(GraphicsRenderer::ItemType type, unsigned int index)
+{
+    if (Item *found = cross(type))
+        return &found->position;
+    SpriteItem *found = type == GraphicsRenderer::ItemSprite ? item(index) : nullptr;
+    return found ? &found->position : nullptr;
+}
+
 void GraphicsRenderer::setItemPosition(ItemType type, QPoint position, unsigned int index)
 {
-    QPoint *place = nullptr;
-    if (type >= ItemCrossMain && type <= ItemCrossExtra)
-        place = &d->crosses[type].position;
-    else if (type == ItemSprite && index < unsigned(d->items.size()))
-        place = &d->items[int(index)].position;
+    QPoint *place = d->position(type, index);
     if (!place || *place == position)
         return;
     *place = position;
@@ -220,11 +231,8 @@ void GraphicsRenderer::setItemPosition(ItemType type, QPoint position, unsigned 
 
 QPoint GraphicsRenderer::itemPosition(ItemType type, unsigned int index) const
 {
-    if (type >= ItemCrossMain && type <= ItemCrossExtra)
-        return d->crosses[type].position;
-    if (type == ItemSprite && index < unsigned(d->items.size()))
-        return d->items.at(int(index)).position;
-    return {};
+    const QPoint *place = d->position(type, index);
+    return place ? *place : QPoint();
 }
 
 void GraphicsRenderer::setItemPositionMode(ItemType type,
@@ -240,17 +248,17 @@ void GraphicsRenderer::setItemPositionMode(ItemType type,
         if (differs && type != ItemContactBoxes)
             update();
     };
-    if (type >= ItemCrossMain && type <= ItemCrossExtra)
-        set(d->crosses[type].mode, d->crosses[type].parent);
-    else if (type == ItemSprite && index < unsigned(d->items.size()))
-        set(d->items[int(index)].mode, d->items[int(index)].parent);
-    else if (type == ItemContactBoxes)
+    if (type == ItemContactBoxes)
         set(d->boxMode, d->boxParent);
+    else if (Item *cross = d->cross(type))
+        set(cross->mode, cross->parent);
+    else if (SpriteItem *item = type == ItemSprite ? d->item(index) : nullptr)
+        set(item->mode, item->parent);
 }
 
 int GraphicsRenderer::indexOfItem(ItemType type, void *item) const
 {
-    if (type >= ItemCrossMain && type <= ItemCrossExtra)
+    if (d->cross(type))
         return type;
     for (int i = 0; type == ItemSprite && i < d->items.size(); ++i) {
         if (d->items.at(i).sprite == item)

@@ -257,41 +257,41 @@ void GraphicsRendererPrivate::startDrawing(QPoint point)
 /// The box that was drawn goes to the text, or vanishes if it has no area or is refused.
 void GraphicsRendererPrivate::finishDrawing()
 {
-    const int group = currentGroup;
-    QVector<ContactBox> &boxes = contactBoxes[group].boxes;
-    if (currentBox < 0 || currentBox >= boxes.size() || boxes.at(currentBox).code)
-        return;
-    ContactBox &drawn = boxes[currentBox];
-    QRect rect = drawn.rect();
+    QRect rect = drawn() ? drawn()->rect() : QRect();
     if (rect.width() == 0 || rect.height() == 0) {
         dropDrawing();
         q->update();
         return;
     }
     rect = upright(rect);
-    drawn.setRect(rect);
+    drawn()->setRect(rect);
     selectionRect = rect;
     const QPointer<GraphicsRenderer> alive(q);
     beginWriting();
-    ContactBoxCode *code = q->appendContactBox(ContactBoxCode::BoxType(group + 1), rect);
+    ContactBoxCode *code = q->appendContactBox(ContactBoxCode::BoxType(currentGroup + 1), rect);
     if (!alive)
         return;
-    // The list may have been let go of meanwhile.
-    if (currentBox < boxes.size() && !boxes.at(currentBox).code)
-        boxes[currentBox].code = code;
+    if (ContactBox *box = drawn()) // the list may have been let go of meanwhile
+        box->code = code;
     if (!code)
         dropDrawing();
     endWriting();
     q->update();
 }
 
-/// Takes away a box that is being drawn, if there is one.
-void GraphicsRendererPrivate::dropDrawing()
+/// The box that is being drawn, the last of its kind; null for none.
+ContactBox *GraphicsRendererPrivate::drawn()
 {
     QVector<ContactBox> &boxes = contactBoxes[currentGroup].boxes;
-    if (boxes.isEmpty() || boxes.last().code)
+    return boxes.isEmpty() || boxes.last().code ? nullptr : &boxes.last();
+}
+
+void GraphicsRendererPrivate::dropDrawing()
+{
+    if (!drawn())
         return;
-    boxes.removeLast(); // the next search among boxes begins there, above all others
+    contactBoxes[currentGroup]
+        .boxes.removeLast(); // the next search among boxes begins there, above all others
     selectionRect = emptySelection;
 }
 
@@ -384,14 +384,13 @@ void GraphicsRenderer::setContactBoxes(ContactBoxCode::BoxType type, ContactBoxe
         d->anySelected = false;
         d->selectionRect = emptySelection;
     }
-    d->readBoxes(type - 1);
+    d->readBoxes(group);
     update();
 }
 
 /// Takes the boxes of the text over. One that was selected stays so if it did not change.
-void GraphicsRendererPrivate::readBoxes(int number)
+void GraphicsRendererPrivate::readBoxes(ContactBoxGroup &group)
 {
-    ContactBoxGroup &group = contactBoxes[number];
     const QVector<ContactBoxCode *> codes = group.codes();
     group.boxes.resize(codes.size());
     for (int i = 0; i < codes.size(); ++i) {
@@ -426,7 +425,7 @@ void GraphicsRendererPrivate::readAllBoxes()
 {
     anySelected = false;
     selectionRect = emptySelection;
-    for (int group = 0; group < 8; ++group)
+    for (ContactBoxGroup &group : contactBoxes)
         readBoxes(group);
 }
 
@@ -439,18 +438,20 @@ void GraphicsRenderer::updateSelectedBoxes()
             box.setRect(upright(box.rect()));
     });
     d->beginWriting();
-    for (int number = 0; number < 8 && alive; ++number) {
-        const QVector<ContactBox> boxes = d->contactBoxes[number].boxes;
-        for (int i = 0; i < boxes.size() && alive; ++i) {
-            ContactBoxesCode *source = d->contactBoxes[number].living();
-            ContactBoxCode *code =
-                boxes.at(i).selected && source ? source->at(unsigned(i)) : nullptr;
+    for (const ContactBoxGroup &group : d->contactBoxes) {
+        unsigned int number = 0;
+        const QVector<ContactBox> boxes = group.boxes;
+        for (const ContactBox &box : boxes) {
+            ContactBoxesCode *source = group.living();
+            ContactBoxCode *code = box.selected && source ? source->at(number) : nullptr;
+            ++number;
             if (code)
-                code->setRect(boxes.at(i).rect());
+                code->setRect(box.rect());
+            if (!alive)
+                return;
         }
     }
-    if (alive)
-        d->endWriting();
+    d->endWriting();
 }
 
 void GraphicsRenderer::removeSelectedContactBoxes()
@@ -462,16 +463,16 @@ void GraphicsRenderer::removeSelectedContactBoxes()
     if (!alive)
         return;
     d->beginWriting();
-    for (int number = 0; number < 8 && alive; ++number) {
-        const QVector<ContactBox> boxes = d->contactBoxes[number].boxes;
-        for (int i = boxes.size() - 1; i >= 0 && alive; --i) {
-            ContactBoxesCode *source = d->contactBoxes[number].living();
+    for (const ContactBoxGroup &group : d->contactBoxes) {
+        const QVector<ContactBox> boxes = group.boxes;
+        for (int i = boxes.size() - 1; i >= 0; --i) {
+            ContactBoxesCode *source = group.living();
             if (boxes.at(i).selected && source)
                 source->remove(source->at(unsigned(i)));
+            if (!alive)
+                return;
         }
     }
-    if (!alive)
-        return;
     d->clearSelection();
     d->pending = true; // the codes behind the removed ones have other places now
     d->endWriting();

@@ -475,10 +475,10 @@ void GraphicsRenderer::keyPressed(int key, Qt::KeyboardModifiers modifiers)
             removeSelectedContactBoxes();
             break;
         case Qt::Key_Escape:
-            if (d->pressed)
-                d->abandonDrag();
-            else if (d->clickMode == ClickDrawContactBox)
+            if (!d->pressed && d->clickMode == ClickDrawContactBox)
                 d->leaveDrawing();
+            else
+                d->abandonDrag();
             break;
         case Qt::Key_Left:
             step.setX(-1);
@@ -495,7 +495,7 @@ void GraphicsRenderer::keyPressed(int key, Qt::KeyboardModifiers modifiers)
         default:
             break;
         }
-        if (alive && !step.isNull()) {
+        if (!step.isNull()) {
             moveSelectedContactBoxes(step);
             Q_EMIT itemReleased(ItemContactBoxes, nullptr, {});
         }
@@ -511,7 +511,6 @@ void GraphicsRenderer::keyReleased(int key, Qt::KeyboardModifiers modifiers)
         d->showCursor(d->pressed ? d->hit : d->hitTest(position).hit,
                       modifiers & ~Qt::ControlModifier);
     }
-    update();
 }
 
 } // namespace Kiln

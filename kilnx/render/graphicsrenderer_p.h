@@ -217,6 +217,10 @@ public:
         return mode & (GraphicsRenderer::DragX | GraphicsRenderer::DragY);
     }
 
+    Item *cross(GraphicsRenderer::ItemType type);
+    SpriteItem *item(unsigned int index);
+    QPoint *position(GraphicsRenderer::ItemType type, unsigned int index);
+
     // Places on the screen.
     QPoint anchor(unsigned char mode, unsigned short parent) const;
     QPoint onScreen(unsigned char mode, QPoint position) const;
@@ -261,6 +265,7 @@ public:
     bool boxesDraggable() const { return draggable(boxMode); }
     void startDrawing(QPoint point);
     void finishDrawing();
+    ContactBox *drawn();
     void dropDrawing();
     void abandonDrag();
     template<typename Function>
@@ -273,7 +278,7 @@ public:
     void startResize();
     void moveSelection(QPoint step);
     void resizeSelection(QPoint step, QPoint sizeStep);
-    void readBoxes(int group);
+    void readBoxes(ContactBoxGroup &group);
     void readAllBoxes();
     void beginWriting();
     void endWriting();

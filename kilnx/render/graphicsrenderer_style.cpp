@@ -48,6 +48,7 @@ GraphicsStyle &GraphicsStyle::instance()
         style = new GraphicsStyle;
         style->setGradient(256);
         qAddPostRoutine(deleteStyle);
+        GraphicsRenderer::setCrossHair(GraphicsRenderer::CrossHairBuiltIn, {}, {}, {});
     }
     return *style;
 }

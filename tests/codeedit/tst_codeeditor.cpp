@@ -779,7 +779,11 @@ private slots:
             m_editor->setDocument(m_document.get());
         }
         // The document ends first, with both timers waiting and a selection in it.
+        m_editor->setCurrentLine(m_document->blockCount() - 1, CodeEditor::NoPlacement);
+        m_editor->setSyntaxFormatting(formatting); // which looks for brackets at once
+        QCOMPARE(m_editor->extraSelections().size(), 4);
         m_editor->setDocument(second.get());
+        QCOMPARE(m_editor->extraSelections().size(), 1);
         m_editor->setCurrentLine(1, CodeEditor::NoPlacement);
         m_editor->selectAll();
         second.reset();

@@ -213,6 +213,7 @@ private slots:
         const auto button = [&](const char *name) { return dialog.findChild<QPushButton *>(name); };
         auto *list = dialog.findChild<QListView *>("snipFields");
         QVERIFY(!button("insertBut")->isEnabled());
+        button("previewBut")->click(); // there is nothing to show
         auto *code = dialog.findChild<QPlainTextEdit *>("snipEdit");
         QVERIFY(QFontMetrics(code->font()).horizontalAdvance("iii") ==
                 QFontMetrics(code->font()).horizontalAdvance("MMM"));

@@ -5,11 +5,14 @@
 #include <kilnx/imageedit/paletteremapwidget.h>
 #include <kilnx/imageedit/palettewidget.h>
 #include <tests/support/rows.h>
+#include <tests/support/screen.h>
 
 #include <QtCore/QRandomGenerator>
 #include <QtTest/QSignalSpy>
 #include <QtTest/QtTest>
 #include <QtWidgets/QToolTip>
+
+#include <numeric>
 
 using namespace Kiln;
 
@@ -73,6 +76,64 @@ void drag(PaletteWidget &widget, QPoint from, QPoint to)
 QImage pictureOf(QWidget &widget)
 {
     return widget.grab().toImage().convertToFormat(QImage::Format_RGB32);
+}
+
+/// A cell of 12 by 12 pixels, square by square.
+void paintCell(QPainter &painter, QPoint at, QRgb rgb, bool isSelected)
+{
+    const QColor color = QColor::fromRgba(rgb);
+    const auto fill = [&](int x, int y, int width, int height, const QColor &with) {
+        painter.fillRect(at.x() + x, at.y() + y, width, height, with);
+    };
+    for (int square = 0; square < 4 && color.alpha() < 255; ++square)
+        fill(1 + square % 2 * 5, 1 + square / 2 * 5, 5, 5,
+             square % 3 ? QColor(Qt::white) : QColor(Qt::gray));
+    if (isSelected) {
+        fill(0, 0, 11, 11, color);
+        const QColor contrast(qMin(255, color.red() + 128), qMin(255, color.green() + 128),
+                              qMin(255, color.blue() + 128));
+        for (const int side : {2, 8}) {
+            fill(side, 2, 1, 7, contrast);
+            fill(2, side, 7, 1, contrast);
+        }
+        return;
+    }
+    fill(1, 1, 9, 9, color);
+    fill(0, 0, 10, 1, QColor(128, 128, 128));
+    fill(0, 0, 1, 10, QColor(128, 128, 128));
+    fill(0, 10, 11, 1, Qt::white);
+    fill(10, 0, 1, 11, Qt::white);
+}
+
+/// A cell under way, with its upper left, and the cell under the mouse; -1 for none.
+struct Held {
+    int cell = -1;
+    QPoint at;
+    int target = -1;
+    bool isInside = false, makesRoom = false;
+};
+
+QImage
+plainPicture(const QWidget &widget, const Colors &colors, const QSet<int> &selected, Held held)
+{
+    QImage image(widget.size(), QImage::Format_RGB32);
+    image.fill(widget.palette().color(QPalette::Window));
+    QPainter painter(&image);
+    for (int cell = 0; cell < 256; ++cell) {
+        QVector<int> order(256);
+        std::iota(order.begin(), order.end(), 0);
+        int place = cell;
+        if (held.makesRoom && held.target >= 0 && cell != held.cell) {
+            order.move(held.cell, held.target);
+            place = order.indexOf(cell);
+        }
+        if (cell != held.cell || !held.isInside)
+            paintCell(painter, {place % 16 * 12, place / 16 * 12}, colors[cell],
+                      selected.contains(cell));
+    }
+    if (held.cell >= 0)
+        paintCell(painter, held.at, colors[held.cell], false);
+    return image;
 }
 
 /// What every edit leads to, as lists: the pages up to the twelfth, and the one on show.
@@ -174,128 +235,6 @@ private Q_SLOTS:
         QCOMPARE(widget.firstSelection(), after.value(0, -1));
     }
 
-    void dragsShiftTheColorsBetween_data()
-    {
-        // -1: nothing
-        columns<int, QPoint, int>("from", "to", "target");
-        addRow("down", 3, middleOf(10), 10);
-        addRow("up", 10, middleOf(3), 3);
-        addRow("to the end", 0, middleOf(255), 255);
-        addRow("to the start", 255, middleOf(0), 0);
-        addRow("outside left", 3, QPoint(-1, 5), -1);
-        addRow("outside right", 3, QPoint(192, 5), -1);
-        addRow("outside below", 3, QPoint(5, 193), -1);
-        addRow("far away", 3, QPoint(-40000, 90000), -1);
-    }
-
-    void dragsShiftTheColorsBetween()
-    {
-        const auto [from, to, target] = row<int, QPoint, int>();
-        PaletteWidget widget;
-        widget.resize(widget.sizeHint());
-        fillWith(widget, 4);
-        const Colors before = colorsOf(widget);
-        QSignalSpy changes(&widget, &PaletteWidget::changed);
-        QSignalSpy moves(&widget, &PaletteWidget::colorMoved);
-        drag(widget, middleOf(from), to);
-        Colors wanted = before;
-        if (target >= 0)
-            wanted.move(from, target);
-        QCOMPARE(colorsOf(widget), wanted);
-        QCOMPARE(changes.count(), int(target >= 0));
-        QCOMPARE(moves.count(), int(target >= 0));
-        if (target >= 0)
-            QCOMPARE(moves[0], QVariantList({ushort(from), ushort(target)}));
-        widget.undo();
-        QCOMPARE(colorsOf(widget), before);
-    }
-
-    /// The held cell follows the mouse.
-    void repaintsWhileDragged()
-    {
-        struct Paints : QObject {
-            bool eventFilter(QObject *, QEvent *event) override
-            {
-                count += event->type() == QEvent::Paint;
-                return false;
-            }
-            int count = 0;
-        } paints;
-        PaletteWidget widget;
-        widget.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&widget));
-        QTest::mousePress(&widget, Qt::LeftButton, {}, middleOf(3));
-        QCoreApplication::processEvents();
-        widget.installEventFilter(&paints);
-        move(widget, middleOf(4));
-        QTRY_VERIFY(paints.count > 0);
-    }
-
-    void dropsWhatIsCutOff_data()
-    {
-        columns<int>("how");
-        const char *names[] = {"other button", "hidden",     "disabled",
-                               "fewer colors", "back again", "double click"};
-        for (int how = 0; how < 6; ++how)
-            addRow(names[how], how);
-    }
-
-    void dropsWhatIsCutOff()
-    {
-        QFETCH(int, how);
-        PaletteWidget widget;
-        widget.resize(widget.sizeHint());
-        fillWith(widget, 4);
-        widget.show();
-        const Colors before = colorsOf(widget);
-        QTest::mousePress(&widget, Qt::LeftButton, {}, middleOf(200));
-        move(widget, middleOf(100));
-        if (how == 0) {
-            QTest::mousePress(&widget, Qt::RightButton, {}, middleOf(9));
-        } else if (how == 1) {
-            widget.hide();
-        } else if (how == 2) {
-            widget.setEnabled(false);
-            widget.setEnabled(true);
-        } else if (how == 3) {
-            widget.setColorCount(32);
-        } else if (how == 4) {
-            move(widget, middleOf(200));
-        } else {
-            QTest::mouseDClick(&widget, Qt::LeftButton, {}, middleOf(3));
-        }
-        QTest::mouseRelease(&widget, Qt::LeftButton, {}, middleOf(how == 4 ? 200 : 20));
-        QCOMPARE(colorsOf(widget), before);
-    }
-
-    // The grid shows what the program does, without a move of the mouse.
-    void changesArePainted()
-    {
-        PaletteWidget widget;
-        widget.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&widget));
-        fillWith(widget, 4);
-        const auto shows = [&widget](auto change) {
-            QCoreApplication::processEvents();
-            struct Paints : QObject {
-                bool eventFilter(QObject *, QEvent *event) override
-                {
-                    return count += event->type() == QEvent::Paint, false;
-                }
-                int count = 0;
-            } paints;
-            widget.installEventFilter(&paints);
-            change();
-            QTRY_VERIFY(paints.count > 0);
-        };
-        shows([&] { widget.select(7); });
-        shows([&] { widget.clearSelection(); });
-        shows([&] { fillWith(widget, 5); });
-        shows([&] { widget.undo(); });
-        shows([&] { widget.setColorCount(32); });
-        shows([&] { widget.reset(); });
-    }
-
     void followsThePlainUser_data()
     {
         columns<quint32>("seed");
@@ -313,8 +252,17 @@ private Q_SLOTS:
         PlainRing ring;
         QSet<int> selected;
         QSignalSpy changes(&widget, &PaletteWidget::changed);
+        QSignalSpy moves(&widget, &PaletteWidget::colorMoved);
+        QVariantList moved;
         int told = 0;
-        for (int step = 0; step < 600; ++step) {
+        widget.move(0, 0); // far from the mouse
+        widget.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&widget));
+        const auto shows = [&](const Held &held) {
+            const QImage wanted = plainPicture(widget, ring.colors(), selected, held);
+            return QTest::qWaitFor([&] { return onScreen(widget) == wanted; });
+        };
+        for (int step = 0; step < 400; ++step) {
             const int kind = dice.bounded(40);
             const int cell = dice.bounded(8) == 0 ? 0 : dice.bounded(256);
             const int other = dice.bounded(256);
@@ -332,10 +280,42 @@ private Q_SLOTS:
                 colors[cell] = toQRgb(color);
                 edited(colors);
             } else if (kind < 18 && cell != other) {
-                drag(widget, middleOf(cell), middleOf(other));
-                Colors colors = ring.colors();
-                colors.move(cell, other);
-                edited(colors);
+                // Now and then it is cut off, or ends outside.
+                const int end = dice.bounded(12);
+                const bool makesRoom = dice.bounded(2);
+                widget.setRedistributable(makesRoom);
+                QTest::mousePress(&widget, Qt::LeftButton, {}, middleOf(cell));
+                const QPoint outside[] = {{-1, 5}, {192, 5}, {5, 192}, {-40000, 90000}};
+                const QPoint to = end < 4 ? outside[end] : middleOf(end == 4 ? cell : other);
+                for (const QPoint at :
+                     {QPoint(dice.bounded(240) - 24, -1 - dice.bounded(9)), middleOf(other),
+                      QPoint(dice.bounded(192), dice.bounded(192)), to}) {
+                    move(widget, at);
+                    const QPoint from(cell % 16 * 12, cell / 16 * 12);
+                    QVERIFY(shows({cell, from + at - middleOf(cell), widget.cellAt(at),
+                                   widget.rect().contains(at), makesRoom}));
+                }
+                if (end == 5) {
+                    QTest::mousePress(&widget, Qt::RightButton, {}, middleOf(cell));
+                } else if (end == 6) {
+                    widget.hide();
+                    widget.show();
+                    QVERIFY(QTest::qWaitForWindowExposed(&widget));
+                } else if (end == 7) {
+                    widget.setEnabled(false);
+                    widget.setEnabled(true);
+                } else if (end == 8) {
+                    widget.setColorCount(256);
+                }
+                QTest::mouseRelease(&widget, end == 5 ? Qt::MiddleButton : Qt::LeftButton, {}, to);
+                if (end > 8) {
+                    Colors colors = ring.colors();
+                    colors.move(cell, other);
+                    edited(colors);
+                    moved = {ushort(cell), ushort(other)};
+                } else if (end > 5) { // then it is a click
+                    selected = {other};
+                }
             } else if (kind < 24) {
                 // Now and then to the end of the ring, and no further.
                 for (int i = dice.bounded(4) ? 1 : 13; i > 0; --i) {
@@ -371,6 +351,10 @@ private Q_SLOTS:
             QVERIFY2(colorsOf(widget) == ring.colors(), qPrintable(QString("step %1").arg(step)));
             QCOMPARE(selectionOf(widget), selected);
             QCOMPARE(changes.count(), told);
+            QCOMPARE(moves.isEmpty() ? QVariantList() : moves.takeLast(), moved);
+            QVERIFY(moves.isEmpty());
+            moved.clear();
+            QVERIFY(step % 4 ? showsItself(widget) : shows({}));
         }
     }
 
@@ -443,59 +427,26 @@ private Q_SLOTS:
         widget.grab();
     }
 
+    /// Nothing around the colours glares in a dark window, and without a palette they are pale.
     void paintsItsCells()
     {
         PaletteWidget widget;
         widget.resize(widget.sizeHint());
-        const QRgb gray = QColor(Qt::gray).rgb();
         widget.palette()->setColor(uchar(0), RGBA{10, 200, 30, 255});
-        widget.palette()->setColor(1, RGBA{10, 200, 30, 255});
         widget.palette()->setColor(2, RGBA{0, 0, 0, 0});
-        widget.palette()->setColor(82, RGBA{1, 2, 3, 255});
-        widget.selection[1] = true;
-        QImage image = pictureOf(widget);
-        const auto at = [&](int cell, int x, int y) { return image.pixel(cell * 12 + x, y); };
-        const QRgb sunken = 0xff808080, raised = 0xffffffff;
-        const QRgb full = qRgb(10, 200, 30), selected = qRgb(138, 255, 158);
-        const struct {
-            int cell;
-            QPoint point;
-            QRgb color;
-        } shown[] = {
-            {0, {0, 0}, sunken}, {0, {9, 0}, sunken},   {0, {10, 5}, raised},  {0, {5, 10}, raised},
-            {0, {1, 1}, full},   {0, {9, 9}, full},     {1, {0, 0}, full},     {1, {10, 10}, full},
-            {1, {3, 3}, full},   {1, {2, 2}, selected}, {1, {8, 5}, selected}, {2, {3, 3}, gray},
-            {2, {8, 8}, gray},   {2, {8, 3}, raised},   {2, {3, 8}, raised},
-        };
-        for (const auto &[cell, point, color] : shown)
-            QCOMPARE(at(cell, point.x(), point.y()), color);
-
-        // Nothing around the colours glares in a dark window.
+        const QRgb ground = pictureOf(widget).pixel(11, 5);
+        widget.setEnabled(false);
+        const int green = qGreen(pictureOf(widget).pixel(5, 5));
+        QVERIFY(qAbs(green - (qGreen(ground) * 4 + 200) / 5) < 3);
+        widget.setEnabled(true);
+        QCOMPARE(pictureOf(widget).pixel(5, 5), qRgb(10, 200, 30));
         widget.setPalette(QPalette(Qt::darkGray, QColor(40, 44, 50)));
-        image = pictureOf(widget);
-        for (const auto &[cell, point, color] : shown)
-            QCOMPARE(qGray(at(cell, point.x(), point.y())) < 100,
-                     color == gray || color == raised || color == sunken);
-        QVERIFY(at(2, 3, 3) != at(2, 8, 3));
-        widget.setPalette(QPalette());
-        image = pictureOf(widget);
-
-        const QRgb ground = image.pixel(11, 5);
-        QTest::mousePress(&widget, Qt::LeftButton, {}, {2, 3});
-        move(widget, {26, 63}); // cell 0 at (24, 60)
-        image = pictureOf(widget);
-        QCOMPARE(at(0, 5, 5), ground);
-        QCOMPARE(image.pixel(24 + 5, 60 + 5), qRgb(10, 200, 30));
-        widget.setRedistributable(true);
-        image = pictureOf(widget);
-        QCOMPARE(at(0, 5, 5), qRgb(10, 200, 30)); // cell 1 has made room
-        QCOMPARE(at(1, 2, 2), gray);
-        QCOMPARE(at(1, 5, 60 + 5), qRgb(1, 2, 3)); // and cell 82, which the held one is over
-        move(widget, {-30, -30});
-        image = pictureOf(widget);
-        QCOMPARE(at(0, 1, 1), qRgb(10, 200, 30)); // back in its place
-        QCOMPARE(at(0, 0, 0), 0xff808080);
-        QTest::mouseRelease(&widget, Qt::LeftButton, {}, {-30, -30});
+        const QImage image = pictureOf(widget);
+        for (const QPoint &place :
+             {QPoint(0, 0), QPoint(10, 5), QPoint(24 + 3, 3), QPoint(24 + 8, 3)})
+            QVERIFY(qGray(image.pixel(place)) < 100);
+        QCOMPARE(image.pixel(5, 5), qRgb(10, 200, 30));
+        QVERIFY(image.pixel(24 + 3, 3) != image.pixel(24 + 8, 3));
     }
 
     void tellsTheColorUnderTheMouse()

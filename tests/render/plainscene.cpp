@@ -1,5 +1,6 @@
 #include <tests/render/plainscene.h>
 
+#include <QApplication>
 #include <QPainter>
 
 namespace
@@ -380,12 +381,35 @@ void PlainScene::paintRulers()
         for (int i = 0; i < (length - 30) / tick + 1; ++i, at += tick) {
             const bool longMark = (zero - at) / tick % 5 == 0;
             const int from = longMark ? 20 : 24;
-            if (longMark && at != first)
-                unsure(across ? QRect(at - 5 * tick, 0, 10 * tick, 30)
-                              : QRect(0, at - 5 * tick, 60, 10 * tick));
             fill(across ? QRect(at, from, 1, 30 - from) : QRect(from, at, 30 - from, 1), ink);
+            if (longMark && at != first)
+                label((at - zero) / tick * unit,
+                      across ? QRect(at - 5 * tick, 0, 10 * tick, 30)
+                             : QRect(0, at - 5 * tick, 30, 10 * tick),
+                      ink);
         }
     }
+}
+
+/// A number in the middle of an area, in letters small enough for the vertical ruler.
+void PlainScene::label(int number, const QRect &area, const QColor &ink)
+{
+    const QString text = QString::number(number);
+    QFont font = QApplication::font();
+    for (int size = QFontInfo(font).pixelSize();
+         size > 6 && QFontMetrics(font).horizontalAdvance(text) > 28;)
+        font.setPixelSize(--size);
+    QImage letters(area.size() * ratio, QImage::Format_ARGB32_Premultiplied);
+    letters.setDevicePixelRatio(ratio);
+    letters.fill(Qt::transparent);
+    QPainter writer(&letters);
+    writer.setFont(font);
+    writer.setPen(ink);
+    writer.drawText(QRect(QPoint(), area.size()), Qt::AlignCenter, text);
+    writer.end();
+    QPainter painter(&picture);
+    painter.setClipRect(QRect(QPoint(), view * ratio));
+    painter.drawImage(QRect(area.topLeft() * ratio, letters.size()), letters);
 }
 
 QString PlainScene::differences(const QImage &other) const

@@ -79,7 +79,7 @@ struct PlainScene {
 
     /// Paints the frame, and says for each pixel by how much of 255 a painting may differ: 0 where
     /// nothing was blended, `spread` more for each blending, and 255 where the model does not know
-    /// (ruler labels, and pixels whose middle lies on the edge of a scaled picture's pixel).
+    /// (pixels whose middle lies on the edge of a scaled picture's pixel).
     void paint();
     // One layer after another: the background, an area, and a picture as the card draws it.
     void clear();
@@ -129,4 +129,5 @@ private:
     void paintGuides();
     void paintCrosses();
     void paintRulers();
+    void label(int number, const QRect &area, const QColor &ink);
 };

@@ -114,6 +114,27 @@ QMatrix4x4 matrix(const QRectF &target)
     return matrix;
 }
 
+/// What the painter finds after textures were drawn: the unit, what is bound to both, blending with
+/// its equation and factors, the program and the scissors.
+QVector<GLint> stateLeft()
+{
+    QOpenGLFunctions *gl = QOpenGLContext::currentContext()->functions();
+    QVector<GLint> all;
+    const auto get = [&](GLenum what) {
+        all.append(-1);
+        gl->glGetIntegerv(what, &all.last());
+    };
+    get(GL_ACTIVE_TEXTURE);
+    for (const GLenum unit : {GL_TEXTURE1, GL_TEXTURE0}) {
+        gl->glActiveTexture(unit);
+        get(GL_TEXTURE_BINDING_2D);
+    }
+    for (const GLenum what : {GL_BLEND, GL_BLEND_EQUATION, GL_BLEND_SRC_RGB, GL_BLEND_DST_RGB,
+                              GL_CURRENT_PROGRAM, GL_SCISSOR_TEST})
+        get(what);
+    return all;
+}
+
 /// No driver gives this kind of context.
 QSurfaceFormat impossibleFormat()
 {
@@ -222,6 +243,9 @@ private Q_SLOTS:
                         shown.drawPlainly(quad);
                     }
                     probe.endTextureDrawing(painter);
+                    QCOMPARE(stateLeft(),
+                             QVector<GLint>({GL_TEXTURE0, 0, 0, GL_FALSE, GL_FUNC_ADD, GL_SRC_ALPHA,
+                                             GL_ONE_MINUS_SRC_ALPHA, 0, GL_FALSE}));
                 }
             });
             QCOMPARE(shown.plain.differences(picture), QString());

@@ -50,13 +50,18 @@ public:
         get(GL_TEXTURE_2D, 0, indexed ? red : GL_RGBA, GL_UNSIGNED_BYTE, bytes.data());
         return bytes;
     }
-    int wrapS(unsigned int name)
+    /// How it goes on beyond its edges, and how it looks when it is smaller and larger.
+    QVector<GLint> modes(unsigned int name)
     {
         m_context.makeCurrent(&m_surface);
-        GLint mode = 0;
+        QVector<GLint> all;
         m_context.functions()->glBindTexture(GL_TEXTURE_2D, name);
-        m_context.functions()->glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, &mode);
-        return mode;
+        for (const GLenum what :
+             {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T, GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER}) {
+            all.append(0);
+            m_context.functions()->glGetTexParameteriv(GL_TEXTURE_2D, what, &all.last());
+        }
+        return all;
     }
 
 private:
@@ -224,7 +229,8 @@ private Q_SLOTS:
         QVERIFY(texture.id() == before || !witness.knows(before));
         QVERIFY(
             matches(witness.pixels(texture.id(), size, format == 3), expectedBytes(image, size)));
-        QCOMPARE(witness.wrapS(texture.id()), GL_REPEAT);
+        QCOMPARE(witness.modes(texture.id()),
+                 QVector<GLint>({GL_REPEAT, GL_REPEAT, GL_NEAREST, GL_NEAREST}));
     }
 
     void uploadsPalettes()
@@ -242,7 +248,8 @@ private Q_SLOTS:
         Witness witness;
         QCOMPARE(witness.pixels(texture.id(), {256, 1}, false),
                  QByteArray(reinterpret_cast<const char *>(palette), 1024));
-        QCOMPARE(witness.wrapS(texture.id()), GL_CLAMP_TO_EDGE);
+        QCOMPARE(witness.modes(texture.id()),
+                 QVector<GLint>({GL_CLAMP_TO_EDGE, GL_REPEAT, GL_NEAREST, GL_NEAREST}));
     }
 
     void nullImageKeepsADeadName()

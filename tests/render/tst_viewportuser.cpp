@@ -4,8 +4,11 @@
 #include <tests/render/fakeview.h>
 #include <tests/render/plainuser.h>
 #include <tests/support/rows.h>
+#include <tests/support/screen.h>
 
 #include <QtTest/QtTest>
+
+#include <malloc.h>
 
 using namespace Kiln;
 
@@ -16,10 +19,10 @@ constexpr QSize viewSize(180, 140);
 
 /// A view with a text behind it, and the plain model of both, at the start alike.
 struct Bench {
-    Bench();
-    ~Bench() { view.setSprites(nullptr); }
+    Bench(int boxMode, bool rulers, bool keepsMiddle);
+    ~Bench();
     void answer();
-    void setText(int kind, const QVector<QRect> &rects);
+    void tell(const QString &what);
     /// What differs between the view and the model; empty for nothing.
     QString differences();
     QString pictureDifferences();
@@ -30,12 +33,13 @@ struct Bench {
     FakeProvider provider;
     FakeBoxes boxes[2] = {FakeBoxes(ContactBoxCode::Attack), FakeBoxes(ContactBoxCode::Collision)};
     RenderWidget widget;
-    FakeView view;
+    std::unique_ptr<FakeView> view = std::make_unique<FakeView>();
     QStringList log;
+    int tellings = 0; ///< until the view is destroyed by who hears of something; 0 for never
     QVector<QVector<QRect>> history[2]; ///< the text before each change
 };
 
-Bench::Bench()
+Bench::Bench(int boxMode, bool rulers, bool keepsMiddle)
 {
     PlainScene &scene = plain.scene;
     scene.view = viewSize;
@@ -58,13 +62,18 @@ Bench::Bench()
     scene.crosses[1] = {true, 14, 0, {-20, -10}};
     scene.crosses[2] = {true, 5, 0, {25, -20}}; // on x alone
     sprite.picture = QImage(14, 12, QImage::Format_Indexed8);
-    sprite.picture.setColorTable({qRgb(200, 200, 0), qRgb(0, 200, 0)});
-    sprite.picture.fill(1);
+    for (int i = 0; i < 14 * 12; ++i) {
+        sprite.picture.setColor(i, qRgb(200 - i, 200, i));
+        sprite.picture.setPixel(i % 14, i / 14, uint(i));
+    }
     const int modes[] = {14, 13, 2, 15, 12};
     for (int i = 0; i < 5; ++i)
         scene.sprites.append({sprite.picture, modes[i], i == 3 ? 1 : 0,
                               QPoint(15 * i - 30, 7 * i - 20), i == 1 ? 2.0 : 1.0, 1.0, 0, 1.0, 0});
-    scene.boxMode = 14;
+    scene.boxMode = boxMode;
+    scene.rulersVisible = rulers;
+    plain.keepsMiddle = keepsMiddle;
+    scene.crosses[1].mode = keepsMiddle ? 12 : 14;
 
     GraphicsRenderer::setCrossHair(GraphicsRenderer::CrossHairFiles, files[0], files[1], files[2]);
     GraphicsRenderer::setBackground(scene.top, scene.bottom, GraphicsRenderer::BackgroundGradient,
@@ -72,23 +81,25 @@ Bench::Bench()
     GraphicsRenderer::setupContactBoxes(scene.boxColors[0], scene.boxColors[1], 0);
     GraphicsRenderer::setPriority(false, false);
     GraphicsRenderer::setZoomTable(0);
-    GraphicsRenderer::setZoomMode(GraphicsRenderer::ZoomOrigin);
+    GraphicsRenderer::setZoomMode(GraphicsRenderer::ZoomMode(keepsMiddle));
     widget.setFixedSize(viewSize);
-    widget.setRenderer(&view);
+    widget.move(0, 0); // far from the mouse
+    widget.setRenderer(view.get());
     GraphicsRenderer::setOrigin(scene.origin);
-    view.setVisibility(true, true, true, true, true, false, true);
-    view.setGuideLines(scene.guides);
+    view->setVisibility(true, true, true, true, true, rulers, true);
+    view->setGuideLines(scene.guides);
     for (int i = 0; i < 3; ++i) {
-        view.setItemPositionMode(GraphicsRenderer::ItemType(i),
-                                 static_cast<unsigned char>(scene.crosses[i].mode));
-        view.setItemPosition(GraphicsRenderer::ItemType(i), scene.crosses[i].position);
+        view->setItemPositionMode(GraphicsRenderer::ItemType(i),
+                                  static_cast<unsigned char>(scene.crosses[i].mode));
+        view->setItemPosition(GraphicsRenderer::ItemType(i), scene.crosses[i].position);
     }
     for (const PlainScene::Sprite &item : qAsConst(scene.sprites)) {
         provider.add(&sprite, item.position, item.mode, item.parent);
         provider.rows.back().properties[4] = QPointF(item.scaleX, item.scaleY);
     }
-    view.setSprites(&provider);
-    view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes, 14);
+    view->setSprites(&provider);
+    view->setItemPositionMode(GraphicsRenderer::ItemContactBoxes,
+                              static_cast<unsigned char>(boxMode));
     answer();
 }
 
@@ -96,35 +107,55 @@ Bench::Bench()
 void Bench::answer()
 {
     const auto note = [this](const char *what, int type, QPoint position) {
-        log.append(QString("%1 %2 %3 %4").arg(what).arg(type).arg(position.x()).arg(position.y()));
+        tell(QString("%1 %2 %3 %4").arg(what).arg(type).arg(position.x()).arg(position.y()));
     };
-    QObject::connect(&view, &GraphicsRenderer::itemMoved,
+    QObject::connect(view.get(), &GraphicsRenderer::itemMoved,
                      [=](GraphicsRenderer::ItemType type, void *, QPoint position) {
                          note("moved", type, position);
                      });
-    QObject::connect(&view, &GraphicsRenderer::itemReleased,
+    QObject::connect(view.get(), &GraphicsRenderer::itemReleased,
                      [=](GraphicsRenderer::ItemType type, void *, QPoint position) {
                          note("released", type, position);
-                         if (type == GraphicsRenderer::ItemContactBoxes)
-                             view.updateSelectedBoxes();
+                         if (view && type == GraphicsRenderer::ItemContactBoxes)
+                             view->updateSelectedBoxes();
                      });
-    QObject::connect(&view, &GraphicsRenderer::contactDrawingExit, [this] { log.append("exit"); });
+    for (auto signal : {&GraphicsRenderer::changed, &GraphicsRenderer::contactDrawingExit})
+        QObject::connect(view.get(), signal,
+                         [=] { tell(signal == &GraphicsRenderer::changed ? "changed" : "exit"); });
+    QObject::connect(view.get(), &GraphicsRenderer::changedAt,
+                     [=](unsigned int index) { note("changed", int(index), {}); });
+    QObject::connect(view.get(), &GraphicsRenderer::removingContactBoxes,
+                     [this](bool begins) { tell(begins ? "removing" : "removed"); });
+    QObject::connect(view.get(), &GraphicsRenderer::cursorChanged,
+                     [=](QPoint position) { note("cursor", -1, position); });
+    QObject::connect(view.get(), &GraphicsRenderer::guideLinesMoved,
+                     [=](QPoint guides) { note("guides", -1, guides); });
+    QObject::connect(view.get(), &GraphicsRenderer::colorCaptured,
+                     [=](unsigned char index) { note("color", index, {}); });
     for (int kind = 0; kind < 2; ++kind) {
         boxes[kind].changed = [this] {
-            for (int i = 0; i < 2; ++i) {
+            tell("text");
+            for (int i = 0; i < 2 && view; ++i) {
                 if (history[i].isEmpty() || history[i].last() != boxes[i].rects())
                     history[i].append(boxes[i].rects());
-                view.setContactBoxes(ContactBoxCode::BoxType(i + 1), &boxes[i]);
+                view->setContactBoxes(ContactBoxCode::BoxType(i + 1), &boxes[i]);
             }
         };
     }
     boxes[0].changed();
 }
 
-void Bench::setText(int kind, const QVector<QRect> &rects)
+Bench::~Bench()
 {
-    boxes[kind].setRects(rects);
-    plain.setText(kind, rects);
+    if (view)
+        view->setSprites(nullptr);
+}
+
+void Bench::tell(const QString &what)
+{
+    log.append(what);
+    if (--tellings == 0)
+        view.reset();
 }
 
 QString Bench::differences()
@@ -135,15 +166,17 @@ QString Bench::differences()
             QDebug(&text) << what << got << "instead of" << wanted;
         return text;
     };
+    log.removeAll("text");
     QString text = differ("log", log, plain.log) +
                    differ("origin", GraphicsRenderer::origin(), plain.scene.origin) +
-                   differ("guides", view.guideLines(), plain.scene.guides) +
-                   differ("mode", int(view.clickMode()), plain.mode);
+                   differ("guides", view->guideLines(), plain.scene.guides) +
+                   differ("mode", int(view->clickMode()), plain.mode) +
+                   differ("cursor", widget.cursor().shape(), plain.shape);
     for (int i = 0; i < 3; ++i)
-        text += differ("cross", view.itemPosition(GraphicsRenderer::ItemType(i)),
+        text += differ("cross", view->itemPosition(GraphicsRenderer::ItemType(i)),
                        plain.scene.crosses[i].position);
     for (int i = 0; i < plain.scene.sprites.size(); ++i)
-        text += differ("sprite", view.itemPosition(GraphicsRenderer::ItemSprite, unsigned(i)),
+        text += differ("sprite", view->itemPosition(GraphicsRenderer::ItemSprite, unsigned(i)),
                        plain.scene.sprites[i].position);
     QList<ContactBoxCode *> selected;
     for (int kind = 0; kind < 2; ++kind) {
@@ -153,8 +186,8 @@ QString Bench::differences()
                 selected.append(boxes[kind].at(unsigned(i)));
         }
     }
-    text += differ("selection", view.selectedContactBoxes(), selected);
-    const QRect around = view.boxesSelectionRect();
+    text += differ("selection", view->selectedContactBoxes(), selected);
+    const QRect around = view->boxesSelectionRect();
     return text + differ("selected area", around.x() == 4444 ? QRect() : around, plain.around);
 }
 
@@ -176,24 +209,25 @@ class TestViewportUser : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    // Whoever reads what is gone finds no view there any more.
+    void initTestCase() { mallopt(M_PERTURB, 0x5A); }
     void randomUser_data()
     {
-        columns<unsigned int, int>("seed", "boxMode");
-        addRow("boxes at the cross", 1U, 14);
-        addRow("boxes at the origin, on y alone", 2U, 9);
-        addRow("boxes that stand for their cross", 3U, 2);
-        addRow("boxes that stand for their sprite", 4U, 3);
-        addRow("boxes at the cross, again", 5U, 14);
+        columns<unsigned int, int, bool, bool>("seed", "boxMode", "rulers", "keepsMiddle");
+        addRow("boxes at the cross", 1U, 14, false, false);
+        addRow("boxes at the origin, on y alone", 2U, 9, true, false);
+        addRow("boxes that stand for their cross", 3U, 2, false, false);
+        addRow("boxes that stand for their sprite", 4U, 3, false, false);
+        addRow("boxes on the screen, zoomed around the middle", 5U, 12, true, true);
     }
 
     void randomUser()
     {
-        auto [seed, boxMode] = row<unsigned int, int>();
-        Bench bench;
+        auto [seed, boxMode, rulers, keepsMiddle] = row<unsigned int, int, bool, bool>();
+        Bench bench(boxMode, rulers, keepsMiddle);
+        bench.widget.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&bench.widget));
         PlainUser &plain = bench.plain;
-        plain.scene.boxMode = boxMode;
-        bench.view.setItemPositionMode(GraphicsRenderer::ItemContactBoxes,
-                                       static_cast<unsigned char>(boxMode));
         bench.history[0].clear();
         bench.history[1].clear();
         bench.boxes[0].changed();
@@ -202,7 +236,12 @@ private Q_SLOTS:
         const auto somewhere = [&] { return QPoint(20 + below(160), 20 + below(120)); };
         QPoint mouse = somewhere();
         QStringList steps;
-        for (int step = 0; step < 2500; ++step) {
+        QVector<std::function<void(Bench &)>> actions;
+        const auto act = [&](const std::function<void(Bench &)> &action) {
+            actions.append(action);
+            action(bench);
+        };
+        for (int step = 0; step < 1500; ++step) {
             const int what = below(100);
             const bool shift = below(3) == 0;
             const bool control = below(8) == 0;
@@ -210,44 +249,58 @@ private Q_SLOTS:
                 (shift ? Qt::ShiftModifier : Qt::NoModifier) |
                 (control ? Qt::ControlModifier : Qt::NoModifier);
             const bool left = below(8) != 0;
+            const Qt::MouseButton button = left ? Qt::LeftButton : Qt::RightButton;
             if (what < 40) {
                 mouse = below(4) ? mouse + QPoint(below(17) - 8, below(17) - 8) : somewhere();
                 steps.append(QString("move %1 %2").arg(mouse.x()).arg(mouse.y()));
-                bench.view.mouseMoved(mouse, modifiers);
-                plain.move(mouse);
+                act([=](Bench &b) { b.view->mouseMoved(mouse, modifiers); });
+                plain.move(mouse, modifiers == Qt::ControlModifier);
             } else if (what < 60) {
                 steps.append(QString("press %1 %2 %3").arg(left).arg(shift).arg(control));
-                bench.view.mousePressed(mouse, left ? Qt::LeftButton : Qt::RightButton, modifiers);
+                act([=](Bench &b) { b.view->mousePressed(mouse, button, modifiers); });
                 plain.press(mouse, left, shift, control);
             } else if (what < 80) {
                 steps.append(QString("release %1").arg(left));
-                bench.view.mouseReleased(mouse, left ? Qt::LeftButton : Qt::RightButton, modifiers);
+                act([=](Bench &b) { b.view->mouseReleased(mouse, button, modifiers); });
                 plain.release(left, !left);
+            } else if (what == 80) {
+                steps.append(QString("control %1").arg(left));
+                act([=](Bench &b) {
+                    left ? b.view->keyPressed(Qt::Key_Control, modifiers)
+                         : b.view->keyReleased(Qt::Key_Control, modifiers);
+                });
+                plain.shape = Qt::OpenHandCursor;
+                if (!left)
+                    plain.hover(bench.widget.mapFromGlobal(QCursor::pos()), false);
             } else if (what < 84) {
                 const QPoint way[] = {{-1, 0}, {0, -1}, {1, 0}, {0, 1}};
                 const int key = below(4);
                 steps.append(QString("arrow %1 %2").arg(key).arg(shift || control));
-                bench.view.keyPressed(Qt::Key_Left + key, modifiers);
+                act([=](Bench &b) { b.view->keyPressed(Qt::Key_Left + key, modifiers); });
                 if (!shift && !control)
                     plain.nudge(way[key]);
             } else if (what < 86) {
                 steps.append(
                     QString("%1 %2").arg(left ? "delete" : "escape").arg(shift || control));
-                bench.view.keyPressed(left ? Qt::Key_Delete : Qt::Key_Escape, modifiers);
+                act([=](Bench &b) {
+                    b.view->keyPressed(left ? Qt::Key_Delete : Qt::Key_Escape, modifiers);
+                });
                 if (!shift && !control)
                     left ? plain.remove() : plain.escape();
             } else if (what < 90) {
                 const int kind = below(2);
                 steps.append(QString("draw %1").arg(kind));
-                bench.view.setDrawContactBoxMode(ContactBoxCode::BoxType(kind + 1));
+                act([=](Bench &b) {
+                    b.view->setDrawContactBoxMode(ContactBoxCode::BoxType(kind + 1));
+                });
                 plain.enter(1, kind);
             } else if (what < 93) {
                 steps.append("position");
-                bench.view.setPositioningMode();
+                act([](Bench &b) { b.view->setPositioningMode(); });
                 plain.position();
             } else if (what < 94) {
                 steps.append("capture");
-                bench.view.setCaptureMode();
+                act([](Bench &b) { b.view->setCaptureMode(); });
                 plain.enter(2, 0);
             } else if (what < 96) {
                 const int kind = below(2);
@@ -258,17 +311,28 @@ private Q_SLOTS:
                     rects.insert(below(rects.size() + 1), QRect(below(80) - 40, below(60) - 30,
                                                                 1 + below(40), 1 + below(30)));
                 steps.append(QString("text %1 %2").arg(kind).arg(rects.size()));
-                bench.setText(kind, rects);
+                act([=](Bench &b) { b.boxes[kind].setRects(rects); });
+                plain.setText(kind, rects);
             } else if (what < 98) {
                 steps.append(QString("wheel %1").arg(left));
-                bench.view.mouseWheel(left ? 120 : -240);
-                plain.scene.zoom = double(bench.view.zoomFactor());
-                // What stands on the screen moves with the zoom; that is proved elsewhere.
-                for (int i = 0; i < plain.scene.sprites.size(); ++i) {
-                    if (plain.scene.sprites[i].mode == 12)
-                        plain.scene.sprites[i].position =
-                            bench.view.itemPosition(GraphicsRenderer::ItemSprite, unsigned(i));
+                act([=](Bench &b) { b.view->mouseWheel(left ? 120 : -240); });
+                plain.zoom(double(bench.view->zoomFactor()));
+            } else if (what == 98) {
+                // The text moves a sprite, and says so of this one or of all.
+                const int sprite = below(5);
+                const QPoint to(below(60) - 30, below(60) - 30);
+                steps.append(QString("sprite %1, all %2").arg(sprite).arg(left));
+                const int flip = plain.scene.sprites[sprite].flip = below(4);
+                for (int i = 0; i < 5; ++i) {
+                    if (left || i == sprite)
+                        plain.place(i, i == sprite ? to : plain.scene.sprites[i].position);
+                    bench.provider.rows[size_t(i)].properties[0] = plain.scene.sprites[i].position;
                 }
+                plain.log.append(left ? "changed" : QString("changed %1 0 0").arg(sprite));
+                act([=](Bench &b) {
+                    b.provider.rows[size_t(sprite)].properties[5] = flip;
+                    left ? b.provider.changed() : b.provider.changedAt(unsigned(sprite));
+                });
             } else {
                 plain.scene.spriteOverGuides = below(2);
                 plain.scene.contactOverCross = below(2);
@@ -278,6 +342,14 @@ private Q_SLOTS:
                                  .arg(plain.scene.contactOverCross));
                 GraphicsRenderer::setPriority(plain.scene.spriteOverGuides,
                                               plain.scene.contactOverCross);
+                plain.scene.boxesVisible[0] = below(3);
+                plain.scene.crosses[0].visible = below(3);
+                plain.scene.crosses[0].mode = below(2) ? 13 : 1; // that stands fast
+                bench.view->setItemPositionMode(
+                    GraphicsRenderer::ItemCrossMain,
+                    static_cast<unsigned char>(plain.scene.crosses[0].mode));
+                bench.view->setVisibility(plain.scene.crosses[0].visible, true, true,
+                                          plain.scene.boxesVisible[0], true, rulers, true);
             }
             if (below(150) == 0) {
                 // Back to the middle, before everything is far outside.
@@ -285,6 +357,8 @@ private Q_SLOTS:
                 plain.scene.origin = {90, 70};
             }
             QString wrong = bench.differences();
+            if (wrong.isEmpty() && !showsItself(bench.widget))
+                wrong = "something was not painted";
             if (wrong.isEmpty() && step % 12 == 0)
                 wrong = bench.pictureDifferences();
             QVERIFY2(
@@ -296,20 +370,51 @@ private Q_SLOTS:
             plain.log.clear();
         }
         // Undo takes all back.
-        QVERIFY(bench.history[0].size() > 20);
-        bench.view.setPositioningMode();
+        QVERIFY(bench.history[0].size() > 5);
+        bench.view->setPositioningMode();
         plain.position();
         for (int kind = 0; kind < 2; ++kind) {
             const QVector<QVector<QRect>> history = bench.history[kind];
             for (int i = history.size() - 1; i >= 0; --i) {
-                bench.setText(kind, history[i]);
+                bench.boxes[kind].setRects(history[i]);
+                plain.setText(kind, history[i]);
                 const QString wrong = bench.differences();
                 QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
             }
             QVERIFY(bench.boxes[kind].rects().isEmpty());
         }
         QCOMPARE(bench.pictureDifferences(), QString());
-        QVERIFY(bench.view.selectedContactBoxes().isEmpty());
+        QVERIFY(bench.view->selectedContactBoxes().isEmpty());
+
+        // Whoever is told of something may destroy the view: at each telling in turn.
+        for (int last = 1; last < 200; ++last) {
+            Bench ending(boxMode, rulers, keepsMiddle);
+            ending.tellings = last;
+            for (int i = 0; ending.view; ++i)
+                actions[i](ending);
+        }
+    }
+
+    void mayEndAsItTakesTheKeyboard()
+    {
+        Bench bench(14, false, false);
+        struct Filter : QObject {
+            bool eventFilter(QObject *, QEvent *event) override
+            {
+                if (event->type() == QEvent::FocusIn)
+                    view->reset();
+                return false;
+            }
+            std::unique_ptr<FakeView> *view;
+        } filter;
+        filter.view = &bench.view;
+        bench.widget.setFocusPolicy(Qt::StrongFocus);
+        bench.widget.show();
+        QApplication::setActiveWindow(&bench.widget);
+        bench.widget.clearFocus();
+        bench.widget.installEventFilter(&filter);
+        bench.view->mousePressed({90, 70}, Qt::LeftButton, {});
+        QVERIFY(!bench.view);
     }
 };
 
