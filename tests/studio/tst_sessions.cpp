@@ -86,6 +86,33 @@ QString valueOf(QWidget *widget)
     return {};
 }
 
+/// What a widget tells of itself beside its value, and how it takes the user's hand.
+QString manner(QWidget *widget, const QString &name)
+{
+    QStringList words;
+    if (!widget->accessibleName().isEmpty() && widget->accessibleName() != name)
+        words << "called " + widget->accessibleName();
+    if (!widget->toolTip().isEmpty() && widget->toolTip() != name &&
+        widget->toolTip() != widget->accessibleName())
+        words << "tip " + widget->toolTip();
+    if (auto *button = qobject_cast<QPushButton *>(widget); button && button->isDefault())
+        words << "default";
+    else if (button && !button->autoDefault() && qobject_cast<QDialog *>(button->window()))
+        words << "never default";
+    if (auto *view = qobject_cast<QAbstractItemView *>(widget)) {
+        const QMetaObject &meta = QAbstractItemView::staticMetaObject;
+        for (const char *property : {"selectionMode", "selectionBehavior", "dragDropMode"}) {
+            const QMetaProperty read = meta.property(meta.indexOfProperty(property));
+            words << read.enumerator().valueToKey(read.read(view).toInt());
+        }
+    }
+    if (auto *edit = qobject_cast<QPlainTextEdit *>(widget)) {
+        words << (edit->isReadOnly() ? "read only" : "written")
+              << (edit->lineWrapMode() == QPlainTextEdit::NoWrap ? "unwrapped" : "wrapped");
+    }
+    return words.join(", ");
+}
+
 /// Adds everything in `root` that has a value of its own and can be seen.
 void addWidgets(QWidget *root, State &state)
 {
@@ -115,7 +142,11 @@ void addWidgets(QWidget *root, State &state)
         } else if (!name.isEmpty() && !(value.isEmpty() && widget->isEnabled())) {
             name = name.remove('&').simplified();
             state[name] = (name == value.simplified() ? QString("seen") : '"' + value + '"') + off;
+        } else {
+            continue;
         }
+        if (const QString how = manner(widget, value); !how.isEmpty())
+            state[name + " is"] = how;
     }
 }
 
@@ -322,6 +353,8 @@ private:
         const auto note = [&](const State &before) {
             State now;
             addWidgets(dialog, now);
+            for (QString &value : now)
+                value = tidy(value);
             noteDifferences(before, now, "        ", m_said);
             return now;
         };
@@ -339,7 +372,11 @@ private:
         dialog->reject();
     }
 
-    QString tidy(QString text) const { return text.replace(m_directory->path(), "~"); }
+    /// The same on every machine.
+    QString tidy(QString text) const
+    {
+        return text.replace(m_directory->path(), "~").replace(KILN_BINARY_DIR, "build");
+    }
 
     /// Everything that can be seen now.
     State seen() const
@@ -348,7 +385,8 @@ private:
         for (QAction *action : host().HostBase::actions().actions()) {
             QString text = action->isEnabled() ? "on" : "off";
             text += action->isChecked() ? " checked" : "";
-            state["do " + action->objectName()] = text + " \"" + action->text().remove('&') + '"';
+            state["do " + action->objectName()] =
+                text + " \"" + action->text().remove('&') + "\" " + action->toolTip();
         }
         addWidgets(m_window.get(), state);
         state["title"] = m_window->windowTitle();
@@ -486,7 +524,8 @@ private:
         QMap<QString, QString> commands;
         QStringList gone;
         for (auto it = before.cbegin(); it != before.cend(); ++it) {
-            if (!now.contains(it.key()))
+            const bool tells = it.key().endsWith(" is") || it.key().endsWith(" has");
+            if (!tells && !now.contains(it.key()))
                 gone << it.key();
         }
         if (!gone.isEmpty())
