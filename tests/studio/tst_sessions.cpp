@@ -360,7 +360,12 @@ private:
         };
         State shown = note({});
         for (const QString &step : steps.mid(0, steps.size() - 1)) {
-            auto *widget = dialog->findChild<QWidget *>(step.section('=', 0, 0));
+            const QString name = step.section('=', 0, 0);
+            auto *widget = dialog->findChild<QWidget *>(name);
+            for (QWidget *each : dialog->findChildren<QWidget *>()) {
+                if (!widget && name == each->metaObject()->className())
+                    widget = each;
+            }
             m_said << "      = " + step;
             setValue(widget, step.section('=', 1));
             shown = note(shown);
