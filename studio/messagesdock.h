@@ -59,7 +59,7 @@ private:
     QTreeView *m_view;
     QToolButton *m_kinds[3]; ///< in the order of Kiln::Message::Type
     QCheckBox *m_onlyShown;
-    QTimer m_resting; ///< since the caret has moved
+    QTimer m_resting{this}; ///< since the caret has moved
     Kiln::ProjectFile *m_file = nullptr;
     int m_line = 0;
 };

@@ -502,8 +502,14 @@ private:
     /// Waits until nothing more happens by itself.
     void settle() const
     {
+        const auto isWaiting = [this] {
+            const QList<QTimer *> timers = m_window->findChildren<QTimer *>();
+            return std::any_of(timers.begin(), timers.end(), [](const QTimer *timer) {
+                return timer->isActive() && timer->isSingleShot() && timer->interval() < 1000;
+            });
+        };
         State last;
-        for (State now = seen(); now != last; now = seen()) {
+        for (State now = seen(); now != last || isWaiting(); now = seen()) {
             last = now;
             QTest::qWait(20);
         }
