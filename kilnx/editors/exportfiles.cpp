@@ -12,6 +12,7 @@
 #include <QtCore/QSet>
 
 #include <cerrno>
+#include <utility>
 
 namespace Kiln
 {
@@ -79,13 +80,15 @@ bool ExportedFiles::write(const QString &path, const QByteArray &bytes)
         return false;
     }
     QFile part(partBeside(target));
-    if (part.open(QIODevice::WriteOnly | QIODevice::NewOnly) && writeAll(&part, bytes)) {
+    const bool isOpen = part.open(QIODevice::WriteOnly | QIODevice::NewOnly);
+    if (isOpen && writeAll(&part, bytes)) {
         if (old.exists())
             takeRights(part, target);
         m_parts.append({part.fileName(), target, path});
         return true;
     }
-    setFileError(part.errorString());
+    // What could not be flushed has left its reason with the system alone.
+    setFileError(isOpen ? qt_error_string() : part.errorString());
     part.close();
     QFile::remove(part.fileName()); // QFile's own remove() fails with the last write
     return false;
@@ -96,7 +99,8 @@ QStringList ExportedFiles::commit()
     const bool isOnDisk =
         m_parts.isEmpty() || syncAround(QFileInfo(m_parts.first().target).absolutePath());
     QStringList refused;
-    for (const Part &part : qAsConst(m_parts)) {
+    const QVector<Part> parts = std::exchange(m_parts, {});
+    for (const Part &part : parts) {
         if (isOnDisk && takePlace(part.name, part.target))
             continue;
         if (isOnDisk)
@@ -104,7 +108,6 @@ QStringList ExportedFiles::commit()
         refused.append(part.path);
         QFile::remove(part.name);
     }
-    m_parts.clear();
     return refused;
 }
 

@@ -167,9 +167,8 @@ void PaletteEditorPrivate::setCurrent(unsigned int index)
     if (count() == 0)
         return;
     index = qMin(index, count() - 1);
-    cameFrom = QPersistentModelIndex();
     if (!row.isValid() || unsigned(row.row()) != index) {
-        row = QPersistentModelIndex();
+        row = cameFrom = QPersistentModelIndex();
         palettes->setCurrent(index);
     }
     refresh();
@@ -410,7 +409,7 @@ void PaletteEditorPrivate::prevPal()
 
 void PaletteEditorPrivate::nextPal()
 {
-    if (row.isValid() && unsigned(row.row()) + 1 < count())
+    if (row.isValid())
         setCurrent(unsigned(row.row()) + 1);
 }
 
@@ -511,7 +510,6 @@ void PaletteEditor::setPalette(RGBA (&colors)[256])
         d->palettes->add(colors, key, false);
     else if (Palette *palette = d->palettes->at(unsigned(known)))
         palette->setColors(colors, Palette::SetReplaced);
-    d->refresh();
 }
 
 PaletteWidget *PaletteEditor::widget() const
@@ -539,9 +537,7 @@ void PaletteEditor::paletteChanged(Palette *palette)
 
 void PaletteEditor::remapChanged()
 {
-    if (d->count() == d->shownCount)
-        d->refresh();
-    else
+    if (d->count() != d->shownCount)
         d->setCurrent(d->count() - 1);
     Q_EMIT remapped();
 }

@@ -214,15 +214,13 @@ void PaletteEditorPrivate::addFiles()
     if (isCanceled || !still.isSo())
         return;
 
-    const QPersistentModelIndex before = row;
-    unsigned int index = count() > 0 ? palettes->current() + 1 : 0;
-    if (read.size() > 1)
-        palettes->beginChange();
-    for (const auto &palette : qAsConst(read))
-        palettes->insert(index++, palette.second.data(), palette.first, false);
-    if (read.size() > 1)
-        palettes->endChange();
     if (!read.isEmpty()) {
+        const QPersistentModelIndex before = row;
+        unsigned int index = count() > 0 ? palettes->current() + 1 : 0;
+        palettes->beginChange();
+        for (const auto &palette : qAsConst(read))
+            palettes->insert(index++, palette.second.data(), palette.first, false);
+        palettes->endChange();
         setCurrent(index - 1);
         cameFrom = before;
     }

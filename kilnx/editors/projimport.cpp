@@ -617,7 +617,7 @@ void SndImportDlg::sourceChanged(Kiln::Project *)
 void SndImportDlg::showSound(int row)
 {
     const auto *sounds = dynamic_cast<Kiln::Sounds *>(sourceList()->model());
-    const Kiln::Sound *sound = sounds && row >= 0 ? sounds->itemAt(unsigned(row)) : nullptr;
+    const Kiln::Sound *sound = sounds ? sounds->itemAt(unsigned(row)) : nullptr;
     m_wave->setSound(sound ? sound->sample() : Kiln::SoundSample());
     m_play->setEnabled(sound);
 }

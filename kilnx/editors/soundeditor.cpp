@@ -150,8 +150,7 @@ void SoundEditorPrivate::setFile(Sounds *file)
 void SoundEditorPrivate::select(int index)
 {
     workspace.stop();
-    const int count = sounds ? int(sounds->itemCount()) : 0;
-    const bool isValid = index >= 0 && index < count;
+    const bool isValid = index >= 0 && index < count();
     current = isValid ? sounds->itemAt(unsigned(index)) : nullptr;
     row = current ? QPersistentModelIndex(sounds->index(index)) : QPersistentModelIndex();
     showCurrent();
@@ -159,10 +158,9 @@ void SoundEditorPrivate::select(int index)
 
 void SoundEditorPrivate::setCurrent(unsigned int index)
 {
-    const unsigned int count = sounds ? sounds->itemCount() : 0;
-    if (count == 0)
+    if (count() == 0)
         return;
-    const int wanted = int(qMin(index, count - 1));
+    const int wanted = int(qMin(index, unsigned(count() - 1)));
     if (sound() && row.row() == wanted)
         tellPosition();
     else
@@ -185,24 +183,13 @@ void SoundEditorPrivate::showCurrent()
     editor->soundChanged(shown);
 }
 
-/// The sound may have other bytes, or none may be shown as yet.
-void SoundEditorPrivate::refresh()
-{
-    if (!sounds)
-        return;
-    if (sound())
-        showCurrent();
-    else
-        select(qMin(position, int(sounds->itemCount()) - 1));
-}
-
 /// Rows came, went or moved: the same sound stays, or the one in its place comes.
 void SoundEditorPrivate::rowsChanged()
 {
     if (sound())
         tellPosition();
     else
-        refresh();
+        select(qMin(position, count() - 1));
     editor->soundCountChanged();
 }
 
@@ -228,15 +215,15 @@ void SoundEditorPrivate::contentsModified()
 
 void SoundEditorPrivate::tellPosition()
 {
-    const int count = sounds ? int(sounds->itemCount()) : 0;
     position = row.isValid() ? row.row() : position;
     fields.beginProgramChange();
     if (auto *slider =
             qobject_cast<QAbstractSlider *>(interface->control(QStringLiteral("snd_sel"))))
-        slider->setRange(0, qMax(0, count - 1));
+        slider->setRange(0, qMax(0, count() - 1));
     Q_EMIT setSelPos(row.isValid() ? row.row() : 0);
     fields.endProgramChange();
-    Q_EMIT setPosText(QStringLiteral("%1 / %2").arg(row.isValid() ? row.row() + 1 : 0).arg(count));
+    Q_EMIT setPosText(
+        QStringLiteral("%1 / %2").arg(row.isValid() ? row.row() + 1 : 0).arg(count()));
 }
 
 void SoundEditorPrivate::tellEnabled()
@@ -305,32 +292,29 @@ void SoundEditorPrivate::duplicate()
 }
 
 /// Once in place of a loop, and the other way round; what plays so already stops.
-void SoundEditorPrivate::play(bool checked)
+void SoundEditorPrivate::listen(bool starts, bool loop)
 {
     if (!fields.canChangeFieldValue())
         return;
     workspace.stop();
-    if (checked)
-        workspace.play(false);
+    if (starts)
+        workspace.play(loop);
     tellPlaying();
+}
+
+void SoundEditorPrivate::play(bool checked)
+{
+    listen(checked, false);
 }
 
 void SoundEditorPrivate::playLoop(bool checked)
 {
-    if (!fields.canChangeFieldValue())
-        return;
-    workspace.stop();
-    if (checked)
-        workspace.play(true);
-    tellPlaying();
+    listen(checked, true);
 }
 
 void SoundEditorPrivate::stop(bool)
 {
-    if (!fields.canChangeFieldValue())
-        return;
-    workspace.stop();
-    tellPlaying();
+    listen(false, false);
 }
 
 void SoundEditorPrivate::previous()

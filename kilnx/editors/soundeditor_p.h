@@ -45,6 +45,7 @@ public:
     QWidget *window() const;
     /// Null without a file, and for an empty one.
     Sound *sound() const { return sounds && row.isValid() ? current : nullptr; }
+    int count() const { return sounds ? int(sounds->itemCount()) : 0; }
     /// Where new sounds come: behind the current one.
     unsigned int insertRow() const { return row.isValid() ? unsigned(row.row()) + 1 : 0; }
     void declare();
@@ -52,13 +53,13 @@ public:
     void select(int index);
     void setCurrent(unsigned int index);
     void showCurrent();
-    void refresh();
     void rowsChanged();
     void contentsModified();
     bool isShown() const;
     void tellPosition();
     void tellEnabled();
     void tellPlaying();
+    void listen(bool starts, bool loop);
     void showPanel(bool shown);
     OrganizerEditor *organizer() const;
     QVariant fileOption(const char *key) const;

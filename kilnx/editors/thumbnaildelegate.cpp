@@ -56,9 +56,6 @@ void ThumbnailDelegate::paint(QPainter *painter,
 {
     QStyleOptionViewItem cell = option;
     initStyleOption(&cell, index);
-    const QString name = cell.text;
-    cell.text.clear();
-    cell.icon = QIcon();
     cell.showDecorationSelected = true;
     const QStyle *style = cell.widget ? cell.widget->style() : QApplication::style();
     style->drawPrimitive(QStyle::PE_PanelItemViewItem, &cell, painter, cell.widget);
@@ -78,7 +75,7 @@ void ThumbnailDelegate::paint(QPainter *painter,
                                                                          : QPalette::Inactive,
                                        isSelected ? QPalette::HighlightedText : QPalette::Text));
     painter->drawText(text, Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextDontClip,
-                      broken(name, cell.fontMetrics, text.width()));
+                      broken(cell.text, cell.fontMetrics, text.width()));
     if (cell.state & QStyle::State_HasFocus) {
         QStyleOptionFocusRect focus;
         focus.QStyleOption::operator=(cell);

@@ -26,6 +26,7 @@ public:
         const int count = m_model.size();
         const int what = int(m_random() % commands);
         m_row = count > 0 ? int(m_random() % unsigned(count)) : -1;
+        m_shown = m_row;
         if (count > 0)
             m_bench.editor->setCurrent(unsigned(m_row));
         if (what < 4)
@@ -42,6 +43,7 @@ public:
             return act();
         [&] { QCOMPARE(m_bench.host.dialogs().finish(), QString()); }();
         [&] { QCOMPARE(entries(m_file), m_model); }();
+        [&] { checkShown(); }();
         if (m_model != m_states[m_at]) {
             m_states.resize(++m_at);
             m_states.append(m_model);
@@ -73,6 +75,45 @@ private:
                      m_random() % 2 ? 8000 : 11025, 1 + int(m_random() % 30), unsigned(m_random()));
     }
 
+    /// All fields, and the wave, say what the model says, and say it again in a file that is shown
+    /// anew.
+    void checkShown()
+    {
+        const int count = m_model.size();
+        const int shown = m_bench.current();
+        QVERIFY(m_shown < 0 || shown == qMin(m_shown, count - 1));
+        QCOMPARE(m_bench.label("snd_sel_lb"), QString("%1 / %2").arg(shown + 1).arg(count));
+        QCOMPARE(told(*m_bench.host.control("snd_sel"), "enabled minimum maximum value"),
+                 QString("%1 0 %2 %3")
+                     .arg(count > 0 ? "true" : "false")
+                     .arg(qMax(0, count - 1))
+                     .arg(qMax(0, shown)));
+        Sound *sound = m_file.itemAt(unsigned(shown));
+        QCOMPARE(m_bench.editor->currentSound(), sound);
+        QCOMPARE(m_bench.editor->told, sound);
+        QCOMPARE(m_bench.editor->toldCount, count);
+        const SoundSample sample = sound ? sound->sample() : SoundSample();
+        QVERIFY(m_bench.label("snd_info_lb")
+                    .contains(sound ? QString("%1 Hz\nBits per sample: %2 b")
+                                          .arg(sample.sampleRate)
+                                          .arg(sample.bits)
+                                    : "Sample rate: ---"));
+        const auto *view = qobject_cast<AudioSampleWidget *>(m_bench.workspace->widget());
+        AudioSampleWidget plain(m_bench.host);
+        plain.resize(view->size());
+        plain.setSound(sample);
+        QCOMPARE(view->levels(), plain.levels());
+        const QString fields = shownFields(m_bench.host, "snd_");
+        if (m_random() % 3 > 0)
+            return;
+        m_bench.editor->setCurrentFile(nullptr);
+        QCOMPARE(m_bench.editor->told, nullptr);
+        m_bench.editor->setCurrentFile(&m_file);
+        m_bench.editor->setCurrent(unsigned(qMax(0, shown)));
+        QCOMPARE(shownFields(m_bench.host, "snd_"), fields);
+        QCOMPARE(view->levels(), plain.levels());
+    }
+
     /// From files, from the other project, and by a copy.
     void bringIn(int what)
     {
@@ -86,6 +127,7 @@ private:
             m_bench.trigger("snd_add");
             m_model.insert(m_row + 1, entry("two", sample));
             m_model.insert(m_row + 1, entry(name, sample));
+            m_shown = m_row + 2;
         } else if (what == 1) {
             m_heroes.expectImport({"0 " + name, "1 other"}, 3);
             m_bench.host.dialogs().expectBox(QMessageBox::Ok);
@@ -93,6 +135,7 @@ private:
             for (const unsigned int each : {1, 0})
                 m_model.insert(m_row + 1, entry(each ? "other" : name,
                                                 m_heroes.source->itemAt(each)->sample()));
+            m_shown = m_row + 1;
         } else if (m_row >= 0 && what == 2) {
             m_bench.host.dialogs().expectFiles({path});
             m_bench.trigger("snd_open_sample");
@@ -110,6 +153,7 @@ private:
         isBack ? m_bench.editor->undo() : m_bench.editor->redo();
         m_at += isBack ? -1 : 1;
         m_model = m_states[m_at];
+        m_shown = -1; // where the step was
     }
 
     void saveAndLoad()
@@ -125,14 +169,18 @@ private:
     void look(int what)
     {
         const int last = m_model.size() - 1;
-        if (what == 7) {
-            const bool isNext = m_random() % 2;
-            m_bench.trigger(isNext ? "snd_next" : "snd_prev");
-            QCOMPARE(m_bench.current(), qBound(0, m_row + (isNext ? 1 : -1), last));
-        } else if (what == 8) {
-            const int row = int(m_random() % unsigned(last + 1));
-            qobject_cast<QSlider *>(m_bench.host.control("snd_sel"))->setValue(row);
-            QCOMPARE(m_bench.editor->currentSound(), m_file.itemAt(unsigned(row)));
+        if (what < 9) {
+            const int way = int(m_random() % 5);
+            m_shown = way > 1 ? int(m_random() % unsigned(last + 1))
+                              : qBound(0, m_row + (way ? 1 : -1), last);
+            if (way < 2)
+                m_bench.trigger(way ? "snd_next" : "snd_prev");
+            else if (way == 2)
+                m_bench.editor->navigateTo(unsigned(m_shown), 0);
+            else if (way == 3)
+                Q_EMIT m_bench.organizer->itemClicked(m_shown);
+            else
+                qobject_cast<QSlider *>(m_bench.host.control("snd_sel"))->setValue(m_shown);
         } else if (what == 9) {
             const QString path = m_bench.path("saved.wav");
             const SoundSample sample = m_bench.editor->currentSound()->sample();
@@ -145,6 +193,7 @@ private:
             const QString name = nameAt(int(m_random() % unsigned(last + 1)));
             QVERIFY(m_bench.editor->find(&m_file, name, 8 | Editor::CaseSensitive));
             QCOMPARE(m_bench.editor->currentSound()->property("Identifier").toString(), name);
+            m_shown = -1;
         }
     }
 
@@ -172,10 +221,12 @@ private:
         } else if (what == 14) {
             m_bench.editor->replace(".*", "one", Editor::RegularExpression, false);
             m_model[m_row] = "one: " + m_model[m_row].section(": ", 1);
+            m_shown = m_row + 1; // the next one that matches
         } else {
             m_bench.selectRows({m_row});
             m_bench.trigger("org_top");
             m_model.move(m_row, 0);
+            m_shown = 0;
         }
     }
 
@@ -187,6 +238,7 @@ private:
     QStringList m_model;
     int m_at = 0; ///< in the states
     int m_row = -1;
+    int m_shown = -1; ///< the row that is to be shown; -1 for any
 };
 
 } // namespace SoundTest

@@ -10,7 +10,7 @@
 #include <kilnx/sound/soundworkspace.h>
 #include <tests/support/files.h>
 #include <tests/support/release.h>
-#include <tests/support/testhost.h>
+#include <tests/support/told.h>
 
 #include <QtTest/QtTest>
 #include <QtWidgets/QtWidgets>
@@ -85,7 +85,19 @@ public:
             out.append(QFileInfo(path).completeBaseName());
     }
 
+    void activate() override
+    {
+        SoundView::activate();
+        if (onActivate)
+            onActivate();
+    }
+    void soundChanged(Sound *sound) override { told = sound; }
+    void soundCountChanged() override { toldCount = sounds() ? int(sounds()->itemCount()) : 0; }
+
     bool asks = false;
+    std::function<void()> onActivate;
+    Sound *told = nullptr;
+    int toldCount = 0;
 };
 
 /// An editor in a window, with an organizer, on a file of its own, and the hands of its user.

@@ -2,7 +2,7 @@
 #include <tests/editors/tablefield.h>
 #include <tests/support/release.h>
 #include <tests/support/rows.h>
-#include <tests/support/testhost.h>
+#include <tests/support/told.h>
 
 #include <kilnx/editors/palettepreview.h>
 #include <kilnx/forms/sprimport.h>
@@ -224,6 +224,7 @@ private:
     void script(const Steps &steps)
     {
         m_host->dialogs().expectDialog([this, steps](QDialog *dialog) {
+            QCOMPARE(misplaced(*dialog), QStringList());
             for (const QString &step : steps) {
                 if (step.contains(": "))
                     press(dialog, step);

@@ -4,7 +4,7 @@
 #include <tests/support/fulldisk.h>
 #include <tests/support/release.h>
 #include <tests/support/rows.h>
-#include <tests/support/testhost.h>
+#include <tests/support/told.h>
 
 #include <hostkit/editordeck.h>
 #include <kilnx/editors/organizer.h>
@@ -61,6 +61,12 @@ class SpriteStub : public Editor
 public:
     QAction *action() const override { return nullptr; }
     const char *name() const override { return "sprites"; }
+    void activate() override
+    {
+        active = true;
+        if (onActivate)
+            onActivate();
+    }
     bool isModified() const override { return false; }
     unsigned int areas() const override { return 7; }
     void retranslate() override {}
@@ -69,6 +75,8 @@ public:
     void find(const QString &, unsigned int) override {}
     void replace(const QString &, const QString &, unsigned int, bool) override {}
     void hostReserved15() override {}
+
+    std::function<void()> onActivate;
 };
 
 /// An engine's panel that knows under which name colours go into the file.
@@ -106,6 +114,8 @@ private Q_SLOTS:
     void addsFiles();
     void savesFiles_data();
     void savesFiles();
+    void doesNothingWithoutAPalette_data();
+    void doesNothingWithoutAPalette();
     void boxesAreOutlived_data();
     void boxesAreOutlived();
     void actsOnSprites();
@@ -118,8 +128,9 @@ private:
     void trigger(const char *key);
     /// Answers the next dialog, after `before`: a question by its button, a list by all of it.
     void answer(const QString &step, const std::function<void()> &before = {});
-    /// All names and colours of the file.
-    QVector<QPair<QString, Table>> contents() const;
+    /// All names and colours of a file, and of the one that is shown.
+    static QVector<QPair<QString, Table>> contentsOf(const EmberSprites *sprites);
+    QVector<QPair<QString, Table>> contents() const { return contentsOf(m_sprites.get()); }
     QStringList names() const;
     QString label() const
     {
@@ -135,6 +146,10 @@ private:
     QPointer<NamingEditor> m_editor;
     SpriteStub *m_spriteEditor = nullptr;
     std::mt19937 m_random;
+    QStringList m_keys;          ///< of the panel's actions
+    int m_toldCount = 0;         ///< of news of a palette
+    Palette *m_toldOf = nullptr; ///< by the last one
+    Table m_toldColors;          ///< it had then
 };
 
 void tst_paletteeditor::init()
@@ -156,6 +171,16 @@ void tst_paletteeditor::makePanel(int palettes)
         m_sprites->palettes()->add(randomTable(m_random).data(), i, false);
     m_editor->activate();
     QCOMPARE(label(), QString("0 / 0"));
+    m_keys = m_host->log.filter("addControl ").replaceInStrings("addControl ", "");
+    m_keys = m_keys.mid(m_keys.indexOf("pal_clear"));
+    connect(m_editor, &PaletteEditor::paletteShown, this, [this](Palette *palette) {
+        ++m_toldCount;
+        m_toldOf = palette;
+        RGBA colors[256] = {};
+        if (palette)
+            palette->toPalette(colors);
+        m_toldColors = tableOf(colors);
+    });
     m_editor->setPalettes(m_sprites->palettes());
     m_host->options.insert("project_path", m_directory->path());
     m_host->mainWindow()->show();
@@ -173,11 +198,11 @@ void tst_paletteeditor::trigger(const char *key)
     action->trigger();
 }
 
-QVector<QPair<QString, Table>> tst_paletteeditor::contents() const
+QVector<QPair<QString, Table>> tst_paletteeditor::contentsOf(const EmberSprites *sprites)
 {
     QVector<QPair<QString, Table>> all;
-    for (unsigned int i = 0; m_sprites && i < m_sprites->palettes()->count(); ++i) {
-        EmberPalette *palette = m_sprites->palettes()->at(i);
+    for (unsigned int i = 0; sprites && i < sprites->palettes()->count(); ++i) {
+        EmberPalette *palette = sprites->palettes()->at(i);
         all.append({palette->identifier(), tableOf(palette->colors())});
     }
     return all;
@@ -197,8 +222,15 @@ void tst_paletteeditor::checkShown() const
     const auto *slider = m_host->mainWindow()->findChild<QSlider *>("pal_sel");
     const int count = int(list.count());
     QCOMPARE(slider->maximum(), qMax(0, count - 1));
-    QCOMPARE(m_host->action("pal_delete")->isEnabled(), count > 0);
+    QCOMPARE(slider->isEnabled(), count > 0);
+    for (const QString &key : m_keys.mid(0, 16))
+        QCOMPARE(m_host->action(qPrintable(key))->isEnabled(),
+                 count > 0 || key == "pal_add" || key == "org_palette");
     QCOMPARE(m_editor->widget()->isEnabled(), count > 0);
+    if (m_toldCount > 0) {
+        QCOMPARE(m_toldOf, m_editor->currentPalette());
+        QCOMPARE(m_toldColors, tableOf(m_editor->widget()->palette()->palette()));
+    }
     if (count == 0) {
         QCOMPARE(label(), QString("0 / 0"));
         QVERIFY(!m_editor->currentPalette());
@@ -231,7 +263,10 @@ void tst_paletteeditor::declaresItsCommands()
                             "Previous palette",
                             "Next palette",
                             "Palettes"};
-    QStringList keys = m_host->log.filter("addControl ").replaceInStrings("addControl ", "");
+    const QStringList keys = m_keys;
+    QCOMPARE(m_editor->widget()->sizePolicy(),
+             QSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding));
+    QCOMPARE(m_editor->widget()->accessibleName(), QString("Palettes"));
     QCOMPARE(keys.mid(texts.size()), QStringList({"pal_sel", "pal_sel_lb", "pal_view"}));
     QCOMPARE(keys.mid(0, texts.size()).join(' '),
              QString("pal_clear pal_clear_unused pal_add pal_delete pal_delete_duplicates pal_open "
@@ -254,7 +289,7 @@ void tst_paletteeditor::randomUser_data()
 }
 
 /// Against a plain model: the list of palettes, and for the grid a list of whole palettes of which
-/// the last twelve are kept.
+/// the last twelve are kept. Two files take turns; the one that is not shown changes, too.
 void tst_paletteeditor::randomUser()
 {
     const auto [seed] = row<int>();
@@ -264,6 +299,8 @@ void tst_paletteeditor::randomUser()
     int at = 0;
     QVector<Table> ring{model[0].second};
     int page = 0;
+    std::unique_ptr<EmberSprites, Release> hiddenFile(new EmberSprites(StreamCache::Memory));
+    auto hiddenModel = contentsOf(hiddenFile.get());
 
     const auto show = [&](int index) {
         const bool isOther = index != at;
@@ -272,6 +309,8 @@ void tst_paletteeditor::randomUser()
             ring.clear();
     };
     const auto edited = [&](const Table &table) {
+        if (ring.isEmpty())
+            ring = {model[at].second}, page = 0;
         ring.resize(page + 1);
         ring.append(table);
         if (ring.size() > 12)
@@ -287,7 +326,7 @@ void tst_paletteeditor::randomUser()
     };
 
     for (int step = 0; step < 150; ++step) {
-        const int action = int(m_random() % 16);
+        const int action = int(m_random() % 18);
         const int one = m_random() % 4 ? int(m_random() % 256) : 0;
         const int other = m_random() % 4 ? int(m_random() % 256) : 255;
         if (action == 0) {
@@ -335,8 +374,6 @@ void tst_paletteeditor::randomUser()
                 QVector<RGBA> list(table.begin(), table.end());
                 list.move(one, other);
                 std::copy(list.begin(), list.end(), table.begin());
-                if (ring.isEmpty())
-                    ring = {model[at].second}, page = 0;
                 edited(table);
             }
         } else if (action == 10 && !model.isEmpty()) {
@@ -353,8 +390,6 @@ void tst_paletteeditor::randomUser()
                 Table table = model[at].second;
                 for (int i = qMin(one, other); i <= qMax(one, other); ++i)
                     table[size_t(i)] = fromQRgb(color.rgba());
-                if (ring.isEmpty())
-                    ring = {model[at].second}, page = 0;
                 edited(table);
             }
         } else if (action == 11 && !model.isEmpty()) {
@@ -367,8 +402,6 @@ void tst_paletteeditor::randomUser()
             std::reverse(table.begin() + qMin(one, other), table.begin() + qMax(one, other) + 1);
             if (one == 0 && other == 255) // entry 0 keeps its alpha
                 std::swap(table.front().a, table.back().a);
-            if (ring.isEmpty())
-                ring = {model[at].second}, page = 0;
             edited(table);
         } else if (action <= 13 && !model.isEmpty()) {
             trigger("pal_undo");
@@ -388,6 +421,32 @@ void tst_paletteeditor::randomUser()
             if (m_editor->currentPalette() != before || model.isEmpty() ||
                 model[at].second != colors)
                 ring.clear();
+        } else if (action == 16) {
+            const QString shown = shownFields(*m_host, "pal_");
+            const int news = m_toldCount;
+            EmberPalettes &hidden = *hiddenFile->palettes();
+            if (one % 3 == 0 && hidden.count() > 0)
+                hidden.remove(0);
+            else if (one % 3 == 1 && hidden.count() > 0)
+                hidden.at(0)->setColors(randomTable(m_random).data(), Palette::SetReplaced);
+            else
+                hidden.add(randomTable(m_random).data(), "hidden", true);
+            QCOMPARE(shownFields(*m_host, "pal_"), shown);
+            QCOMPARE(m_toldCount, news);
+            hiddenModel = contentsOf(hiddenFile.get());
+        } else if (action == 17) { // the other one, or the same again
+            const QString shown = shownFields(*m_host, "pal_");
+            const bool isOther = m_random() % 2;
+            m_editor->setPalettes(nullptr);
+            QVERIFY(!m_host->action("pal_add")->isEnabled() && label() == "0 / 0");
+            if (isOther) {
+                m_sprites.swap(hiddenFile);
+                model.swap(hiddenModel);
+            }
+            m_editor->setPalettes(m_sprites->palettes());
+            QVERIFY(isOther || shownFields(*m_host, "pal_") == shown);
+            at = model.isEmpty() ? 0 : int(m_sprites->palettes()->current());
+            ring.clear();
         }
         checkShown();
         QVERIFY2(contents() == model, qPrintable(QString("%1: %2").arg(step).arg(action)));
@@ -450,6 +509,9 @@ void tst_paletteeditor::addsFiles_data()
         "short.act true.png");
     add("deleted between choosing and reading", {"good.act", "jasc.pal"}, "DELETE", "0 jasc 1",
         "good.act");
+    const QString many = "0.act 1.act 2.act 3.act 4.act 5.act 6.act 7.act";
+    add("as many bad ones as are named", many.split(' '), {}, "0 1", many);
+    add("more bad ones than are named", (many + " 8.act").split(' '), {}, "0 1", many + " ...");
     add("the names are canceled", {"good.act"}, "CANCEL", "0 1", {});
     add("the reading is canceled", {"good.act", "jasc.pal"}, "STOP", "0 1", {});
     add("closed while they are read", {"good.act", "short.act"}, "CLOSE", "", {});
@@ -463,6 +525,8 @@ void tst_paletteeditor::addsFiles()
     writeFile(file("short.act"), tableFile(good).left(700));
     writeFile(file("jasc.pal"), "JASC-PAL\r\n0100\r\n256\r\n1 2 3\r\n");
     QVERIFY(QImage(2, 2, QImage::Format_RGB32).save(file("true.png")));
+    for (const QString &name : files.filter(QRegularExpression("^[0-9]")))
+        writeFile(file(name), "R");
     makePanel(2);
     const auto before = contents();
 
@@ -485,8 +549,13 @@ void tst_paletteeditor::addsFiles()
     const QString told = m_host->dialogs().seen().last().text;
     for (const QString &name : files)
         QCOMPARE(told.contains(name), refused.contains(name));
+    QCOMPARE(told.contains("..."), refused.contains("..."));
     for (const auto &progress : m_host->progresses)
         QCOMPARE(progress->finished, 1);
+    if (m_sprites) // the last one is shown
+        QCOMPARE(m_editor->currentPalette()->index(), expected.count(' ') - 1);
+    if (event.isEmpty() && files.size() > 1)
+        QCOMPARE(m_host->progresses.last()->total, unsigned(files.size()));
     if (expected.contains("good"))
         QCOMPARE(contents()[1].second[7].g, good[7].g);
     // One step, whatever was added.
@@ -501,7 +570,7 @@ void tst_paletteeditor::addsFiles()
 void tst_paletteeditor::savesFiles_data()
 {
     const auto add = columns<QStringList, QString, QStringList>("names", "event", "files");
-    const QStringList names{"stone", "a/b", "a/b", "", "STONE", "..", "moss"};
+    const QStringList names{"moss", "stone", "a/b", "a/b", "", "STONE", ".."};
     const QStringList files{"STONE_2.act", "_...act",  "_.act",    "a_b.act",
                             "a_b_2.act",   "moss.act", "stone.act"};
     add("several, each under a name of its own", names, "Yes", files);
@@ -509,6 +578,8 @@ void tst_paletteeditor::savesFiles_data()
     add("old ones are to stay", names, "No", {"stone.act"});
     add("canceled: as before", names, "STOP", {"stone.act"});
     add("the disk is full", names, "FULL", {"stone.act"});
+    add("a folder is in the way", names, "FOLDER", files);
+    add("a folder comes in the way", names, "LATE", files);
     add("one, under the name that is typed", {"moss"}, "NAME", {"my.act", "stone.act"});
 }
 
@@ -534,9 +605,15 @@ void tst_paletteeditor::savesFiles()
     m_host->cancelAt = event == "STOP" ? 4 : 0;
     if (event == "CLOSE")
         m_host->duringProgress = [this] { m_sprites.reset(); };
+    const bool isLate = event == "LATE";
+    const auto obstruct = [this] { QDir().mkpath(file("out/moss.act/deep")); };
+    if (isLate)
+        m_host->duringProgress = obstruct;
+    else if (event == "FOLDER")
+        obstruct();
     {
         const std::unique_ptr<FullDisk> disk(event == "FULL" ? new FullDisk(100) : nullptr);
-        if (disk)
+        if (disk || isLate || event == "FOLDER")
             answer("OK");
         trigger("pal_save");
     }
@@ -545,14 +622,60 @@ void tst_paletteeditor::savesFiles()
     QStringList found = out.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
     found.sort();
     QCOMPARE(found, files);
-    const bool isSaved = event == "Yes" || event == "CLOSE";
-    QCOMPARE(readFile(out.filePath("stone.act")), isSaved ? tableFile(saved[0].second) : "old");
+    const bool isSaved = event == "Yes" || event == "CLOSE" || event == "FOLDER" || isLate;
+    QCOMPARE(readFile(out.filePath("stone.act")), isSaved ? tableFile(saved[1].second) : "old");
     if (isSaved)
-        QCOMPARE(readFile(out.filePath("a_b_2.act")), tableFile(saved[2].second));
+        QCOMPARE(readFile(out.filePath("a_b_2.act")), tableFile(saved[3].second));
     if (event == "NAME")
         QCOMPARE(readFile(out.filePath("my.act")), tableFile(saved[0].second));
-    if (event == "FULL")
-        QVERIFY(m_host->dialogs().seen().last().text.contains("a_b_2.act"));
+    const QString told = m_host->dialogs().seen().last().text;
+    const QString faults[] = {"File too large", "Permission denied", "Is a directory"};
+    const QStringList events{"FULL", "FOLDER", "LATE"};
+    for (int i = 0; i < 3; ++i)
+        QCOMPARE(told.contains(faults[i]), event == events[i]);
+    QCOMPARE(told.contains("a_b_2.act"), event == "FULL");
+    QCOMPARE(told.contains("moss.act"), events.contains(event));
+}
+
+void tst_paletteeditor::doesNothingWithoutAPalette_data()
+{
+    const auto add = columns<QString>("exceptions");
+    add("no file", {});
+    add("an empty file", "pal_add pal_remap org_palette");
+    add("the file goes as the sprites come", "pal_save");
+}
+
+/// Whoever triggers what is not offered.
+void tst_paletteeditor::doesNothingWithoutAPalette()
+{
+    const auto [exceptions] = row<QString>();
+    const bool goes = exceptions == "pal_save";
+    auto *organizer = m_host->deck().make<OrganizerEditor>();
+    makePanel(goes ? 2 : 0);
+    m_host->options.insert("confirm_delete", false);
+    m_editor->widget()->select(3);
+    const auto before = contents();
+    if (goes)
+        m_spriteEditor->onActivate = [this] { m_editor->setPalettes(nullptr); };
+    for (const QString &key : m_keys.mid(0, 16)) {
+        if (exceptions.contains(key))
+            continue;
+        m_host->activeEditor = nullptr;
+        m_editor->setPalettes(exceptions.isEmpty() ? nullptr : m_sprites->palettes());
+        m_host->action(qPrintable(key))->setEnabled(true);
+        m_host->action(qPrintable(key))->trigger();
+        QVERIFY2(m_host->dialogs().seen().isEmpty(), qPrintable(key));
+        QVERIFY2(contents() == before, qPrintable(key));
+        QVERIFY2(!organizer->object() && !m_host->mainWindow()->findChild<RemapDlg *>(),
+                 qPrintable(key));
+    }
+    m_spriteEditor->onActivate = nullptr;
+    delete m_editor->widget(); // as a host may
+    m_editor->setPalettes(m_sprites->palettes());
+    m_sprites->palettes()->add(randomTable(m_random).data(), 9, false);
+    m_editor->retranslate();
+    for (const char *key : {"pal_undo", "pal_redo", "pal_switch_color", "pal_set_color"})
+        trigger(key);
 }
 
 void tst_paletteeditor::boxesAreOutlived_data()
@@ -635,17 +758,6 @@ void tst_paletteeditor::actsOnSprites()
         return names.join(' ');
     };
 
-    // Steps are of one palette, though the next one looks the same.
-    m_editor->widget()->select(9);
-    m_editor->widget()->selection[200] = true;
-    trigger("pal_switch_color");
-    QVERIFY(contents() != before);
-    trigger("pal_undo");
-    trigger("pal_next");
-    trigger("pal_redo");
-    QCOMPARE(contents(), before);
-    trigger("pal_prev");
-
     trigger("pal_clear_unused");
     QCOMPARE(names().join(' '), QString("0 1 2"));
     m_sprites->undo();
@@ -698,6 +810,8 @@ void tst_paletteeditor::actsOnSprites()
     m_editor->setPalette(colors);
     QCOMPARE(contents().last(), qMakePair(QString("new"), table));
     checkShown();
+    m_editor->setPalettes(nullptr);
+    m_editor->setPalette(colors);
 }
 
 void tst_paletteeditor::standsInForOthers()
@@ -708,7 +822,11 @@ void tst_paletteeditor::standsInForOthers()
     QVERIFY(dialog && dialog->isVisible());
     QCOMPARE(dialog->windowTitle(), QString("Remap"));
     auto *table = dialog->findChild<QTableView *>();
-    dialog->activateWindow();
+    QCOMPARE(misplaced(*dialog), QStringList());
+    QCOMPARE(told(*table, "accessibleName selectionBehavior tabKeyNavigation contextMenuPolicy"),
+             QString("Remap SelectRows false ActionsContextMenu"));
+    QCOMPARE(table->horizontalHeader()->sectionResizeMode(1), QHeaderView::Stretch);
+    QVERIFY(table->verticalHeader()->isHidden());
     QTRY_VERIFY(QApplication::activeWindow() == dialog);
     table->setFocus();
     for (int i = 0; i < 3; ++i)
@@ -735,12 +853,19 @@ void tst_paletteeditor::standsInForOthers()
     buttons["Delete"]->click();
     QCOMPARE(pairs.size(), 1);
     QCOMPARE(pairs[0].to, m_sprites->palettes()->at(1));
+    QVERIFY(buttons["Clear"]->isEnabled() && buttons["Delete"]->isEnabled());
     m_sprites->undo();
     QCOMPARE(pairs.size(), 3);
     buttons["Clear"]->click();
     QCOMPARE(pairs.size(), 0);
     QVERIFY(!buttons["Clear"]->isEnabled() && !buttons["Delete"]->isEnabled());
     m_sprites->undo();
+    // More palettes came with them than was told of.
+    m_sprites->palettes()->blockSignals(true);
+    m_sprites->palettes()->add(randomTable(m_random).data(), 3, false);
+    m_sprites->palettes()->blockSignals(false);
+    static_cast<PaletteEditor *>(m_editor)->remapChanged();
+    QCOMPARE(label(), QString("4 / 4"));
     m_editor->setPalettes(nullptr);
     QVERIFY(!table->model());
     buttons["OK"]->click();
@@ -763,6 +888,11 @@ void tst_paletteeditor::followsTheSprites()
     m_editor->engineSwitched(false);
     m_host->shownExtraEditor = nullptr;
     emit m_spriteEditor->visibilityChanged(true);
+    QVERIFY(!m_host->shownExtraEditor);
+    m_spriteEditor->activate();
+    m_editor->engineSwitched(true);
+    QCOMPARE(m_host->shownExtraEditor, m_editor.data());
+    m_editor->engineSwitched(false);
     QVERIFY(!m_host->shownExtraEditor);
 
     m_host->log.clear();

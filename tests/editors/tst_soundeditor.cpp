@@ -1,6 +1,9 @@
 #include "randomsounds.h"
 #include "soundtest.h"
 
+#include <ember/embersprites.h>
+#include <kilnx/code/animationcode.h>
+#include <kilnx/code/animations.h>
 #include <kilnx/editors/projimport.h>
 #include <tests/support/fulldisk.h>
 #include <tests/support/rows.h>
@@ -46,29 +49,14 @@ private slots:
         bench.insert("first", noise(channels, bits, unsigned(rate), frames, 1));
         QCOMPARE(bench.label("snd_info_lb"), told);
         bench.insert("second", noise(1, 16, 11025, 700, 2));
-        QCOMPARE(bench.label("snd_sel_lb"), QString("1 / 2"));
-        auto *slider = qobject_cast<QSlider *>(bench.host.control("snd_sel"));
-        QCOMPARE(slider->maximum(), 1);
-        slider->setValue(1);
-        QCOMPARE(bench.editor->currentSound(), bench.file->itemAt(1));
-        bench.trigger("snd_prev");
-        bench.trigger("snd_prev");
-        QCOMPARE(bench.current(), 0);
-        bench.editor->navigateTo(1, 0);
-        QCOMPARE(slider->value(), 1);
-        bench.trigger("snd_prev");
-        emit bench.organizer->itemClicked(1);
-        QCOMPARE(slider->value(), 1);
-        // The file's undo takes the shown sound away, and the redo brings it back.
-        bench.editor->undo();
-        QCOMPARE(bench.label("snd_sel_lb"), QString("1 / 1"));
-        bench.editor->undo();
-        QCOMPARE(bench.label("snd_info_lb"), none);
-        QVERIFY(!bench.host.action("snd_delete")->isEnabled());
-        bench.editor->redo();
-        QCOMPARE(bench.label("snd_info_lb"), told);
         bench.host.activeEditor->deactivate();
         QVERIFY(!bench.host.action("snd_add")->isEnabled());
+        qobject_cast<QSlider *>(bench.host.control("snd_sel"))->setValue(1); // it has no say now
+        QCOMPARE(bench.current(), 0);
+        bench.host.extraEditors.clear(); // no host must have an organizer
+        bench.host.shownExtraEditor = bench.organizer;
+        bench.editor->activate();
+        QVERIFY(!bench.host.shownExtraEditor);
         QCOMPARE(bench.organizer->object(), nullptr);
     }
 
@@ -200,12 +188,14 @@ private slots:
             return QDir(bench.directory.path()).entryList(QDir::Files | QDir::Hidden);
         };
         const QStringList before = there();
-        bench.host.cancelAt = 3;
-        save("set.wav");
-        bench.host.dialogs().expectBox(QMessageBox::Yes);
-        bench.trigger("snd_save_sample");
-        QCOMPARE(there(), before);
-        QCOMPARE(readFile(bench.path(files[0])), QByteArray("old"));
+        for (const auto answer : {QMessageBox::No, QMessageBox::Yes}) {
+            bench.host.cancelAt = answer == QMessageBox::Yes ? 3 : 0;
+            save("set.wav");
+            bench.host.dialogs().expectBox(answer);
+            bench.trigger("snd_save_sample");
+            QCOMPARE(there(), before);
+            QCOMPARE(readFile(bench.path(files[0])), QByteArray("old"));
+        }
 
         // A disk with room for two of them: a message with the name of the third.
         bench.host.cancelAt = 0;
@@ -360,51 +350,63 @@ private slots:
         bench.editor->setCurrent(unsigned(from));
         QCOMPARE(bench.editor->find(bench.file.get(), text, unsigned(flags)), found >= 0);
         QCOMPARE(bench.current(), found >= 0 ? found : from);
-        if (found < 0)
-            return;
-        const QStringList before = bench.names();
-        bench.editor->replace(text, "new", unsigned(flags), false);
-        QStringList expected = before;
-        expected[found] = "new";
-        QCOMPARE(bench.names(), expected);
-        bench.editor->undo();
-        bench.editor->replace(text, "new", unsigned(flags), true);
-        const bool withCase = flags & Editor::CaseSensitive;
-        const QRegularExpression same(flags & 1 ? text
-                                                : '^' + QRegularExpression::escape(text) + '$',
-                                      withCase ? QRegularExpression::NoPatternOption
-                                               : QRegularExpression::CaseInsensitiveOption);
-        for (int i = 0; i < before.size(); ++i)
-            QCOMPARE(bench.names()[i] == "new", same.match(before[i]).hasMatch());
-        bench.editor->undo();
-        QCOMPARE(bench.names(), before);
     }
 
-    void deletesAndDuplicates()
+    void asksBeforeItDeletes()
     {
         Bench bench;
-        for (int i = 0; i < 4; ++i)
-            bench.insert(QString::number(i), noise(1, 8, 8000, 10 + i, unsigned(i)));
-        bench.host.options["confirm_delete"] = true;
-        bench.editor->setCurrent(1);
-        bench.host.dialogs().expectBox(QMessageBox::No);
-        bench.trigger("snd_delete");
-        QCOMPARE(bench.names().size(), 4);
+        bench.insert("0", noise(1, 8, 8000, 10, 1));
+        bench.host.options.remove("confirm_delete");
+        for (const auto answer : {QMessageBox::No, QMessageBox::Yes}) {
+            bench.host.dialogs().expectBox(answer);
+            bench.trigger("snd_delete");
+            QCOMPARE(bench.names().size(), int(answer == QMessageBox::No));
+        }
         QCOMPARE(bench.host.dialogs().seen().last().text,
                  QString("Do you really want to delete the sprite?"));
         QCOMPARE(bench.host.dialogs().seen().last().defaultButton, QMessageBox::No);
-        bench.host.dialogs().expectBox(QMessageBox::Yes);
-        bench.trigger("snd_delete");
-        QCOMPARE(bench.names(), QStringList({"0", "2", "3"}));
-        QCOMPARE(bench.label("snd_sel_lb"), QString("2 / 3"));
-        bench.trigger("snd_duplicate");
-        QCOMPARE(bench.names(), QStringList({"0", "2", "2", "3"}));
-        QCOMPARE(bench.current(), 1);
-        QCOMPARE(bench.all()[1], bench.all()[2]);
-        bench.editor->setCurrent(3);
-        bench.host.options["confirm_delete"] = false;
-        bench.trigger("snd_delete");
-        QCOMPARE(bench.label("snd_sel_lb"), QString("3 / 3"));
+    }
+
+    void doesNothingWithoutASound_data()
+    {
+        const auto add = columns<QString>("keys");
+        add("no file",
+            "add delete duplicate open_sample save_sample resample import_proj prev next");
+        add("an empty file", "delete duplicate open_sample save_sample resample prev next");
+        add("the file goes as the editor comes", "add duplicate save_sample import_proj");
+    }
+
+    // Whoever triggers what is not offered.
+    void doesNothingWithoutASound()
+    {
+        const auto [keys] = row<QString>();
+        Heroes heroes;
+        Bench &bench = heroes.bench;
+        const bool goes = !keys.contains("next");
+        const bool isEmpty = !keys.contains("add");
+        while (isEmpty && heroes.target->itemCount() > 0)
+            heroes.target->remove(0);
+        if (goes)
+            bench.editor->onActivate = [&] { bench.editor->setCurrentFile(nullptr); };
+        const QStringList before = entries(*heroes.target);
+        writeFile(bench.path("none.wav"), "");
+        for (const QString &key : keys.split(' ')) {
+            bench.editor->deactivate();
+            bench.host.activeEditor = nullptr;
+            bench.editor->setCurrentFile(goes || isEmpty ? heroes.target : nullptr);
+            if (goes && key == "add")
+                bench.host.dialogs().expectFiles({bench.path("none.wav")});
+            QAction *action = bench.host.action(qPrintable("snd_" + key));
+            action->setEnabled(true);
+            action->trigger();
+            QVERIFY2(bench.host.dialogs().finish().isEmpty(), qPrintable(key));
+            QVERIFY2(entries(*heroes.target) == before, qPrintable(key));
+            QVERIFY2(heroes.target->option("snd_path").toString().isEmpty(), qPrintable(key));
+        }
+        bench.editor->replace("", "new", 0, true);
+        bench.editor->replace(".", "new", Editor::RegularExpression, true);
+        QVERIFY(!bench.editor->find(nullptr, "jump", 0));
+        QCOMPARE(entries(*heroes.target), before);
     }
 
     void outlivesItsFile_data()
@@ -655,6 +657,13 @@ private slots:
     void choosesFromTheSource()
     {
         Heroes heroes;
+        ImportModel plain;
+        plain.append(3, "a");
+        for (const int row : {-1, 1})
+            plain.remove(row); // what is not there
+        QVERIFY(plain.setData(plain.index(0), "b", Qt::DisplayRole));
+        QCOMPARE(plain.index(0).data(), QVariant("a"));
+        QVERIFY(!plain.index(0).data(Qt::ToolTipRole).isValid() && !plain.data({}).isValid());
         SndImportDlg dialog(&heroes.bench.host, heroes.target->project(), nullptr);
         dialog.show();
         dialog.activateWindow();
@@ -753,7 +762,11 @@ private slots:
 
         // The rows of one that was left say nothing about the other.
         projects->setCurrentIndex(projects->findText(told));
+        auto *first = both.findChild<QListView *>("source");
+        first->setCurrentIndex(first->model()->index(0, 0));
+        QVERIFY(both.findChild<QPushButton *>("play")->isEnabled());
         projects->setCurrentIndex(other);
+        QVERIFY(!both.findChild<QPushButton *>("play")->isEnabled());
         both.findChild<QPushButton *>("selectAll")->click();
         both.findChild<QPushButton *>("add")->click();
         heroes.source->move(0, 1);
@@ -764,6 +777,50 @@ private slots:
         heroes.bench.host.activeProject = wren;
         heroes.bench.editor->contentsChanged();
         QCOMPARE(heroes.bench.editor->currentFile(), heroes.source);
+    }
+
+    // Every field has a place of its own, and what has a picture is seen beside its name.
+    void laysOutTheImport()
+    {
+        Heroes heroes;
+        Interface *host = &heroes.bench.host;
+        Project *to = heroes.target->project();
+        auto *sprites =
+            dynamic_cast<EmberSprites *>(heroes.source->project()->file(Project::FileID::Sprites));
+        QImage picture(20, 10, QImage::Format_ARGB32);
+        picture.fill(Qt::red);
+        const std::unique_ptr<ProjImportDlg> dialogs[] = {
+            std::make_unique<AnimImportDlg>(host, to, nullptr),
+            std::make_unique<SprImportDlg>(host, to, nullptr),
+            std::make_unique<SndImportDlg>(host, to, nullptr)};
+        for (const auto &dialog : dialogs) {
+            dialog->show();
+            QVERIFY(QTest::qWaitForWindowExposed(dialog.get()));
+            auto *projects = dialog->findChild<QComboBox *>("projects");
+            projects->setCurrentIndex(projects->findText(heroes.source->project()->displayName()));
+            QCOMPARE(misplaced(*dialog), QStringList());
+            for (const QPushButton *button : dialog->findChildren<QPushButton *>())
+                QCOMPARE(button->autoDefault(), button->objectName().isEmpty());
+            const auto *list = dialog->findChild<QListView *>("source");
+            QCOMPARE(told(*list, "accessibleName selectionMode editTriggers"),
+                     QString("Source ExtendedSelection NoEditTriggers"));
+            if (auto *animations = dynamic_cast<Animations *>(list->model()))
+                sprites->insert(0, animations->at(0)->frameAt(0)->identifier(), picture);
+            if (dialog == dialogs[2])
+                continue;
+            const auto red = [list] {
+                const QImage shown = list->viewport()->grab().toImage();
+                QRect place;
+                for (int y = 0; y < shown.height(); ++y) {
+                    for (int x = 0; x < shown.width(); ++x)
+                        place |= shown.pixelColor(x, y) == Qt::red ? QRect(x, y, 1, 1) : QRect();
+                }
+                return place;
+            };
+            QTRY_COMPARE(red().size(), picture.size());
+            const QRect row = list->visualRect(list->model()->index(0, 0));
+            QVERIFY(row.contains(red()) && row.height() == 36);
+        }
     }
 
     // A plain list is changed beside it, saved and loaded between; undo goes back to the start.

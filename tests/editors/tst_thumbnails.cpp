@@ -8,6 +8,7 @@
 #include <kilnx/image/spritemime.h>
 #include <tests/support/files.h>
 #include <tests/support/modeltester.h>
+#include <tests/support/told.h>
 
 using namespace SpriteTest;
 
@@ -24,7 +25,19 @@ struct Panel : Bench {
         grid->show();
         thumbnails->activate();
     }
-    ~Panel() { delete grid; }
+    ~Panel()
+    {
+        thumbnails->setSprites(nullptr);
+        host.activeProject = nullptr;
+        delete grid;
+        // What the host has destroyed is missed by nobody.
+        thumbnails->retranslate();
+        thumbnails->reconfig();
+        thumbnails->activate();
+        thumbnails->setSprites(file.get());
+        thumbnails->showSprite(0);
+        thumbnails->addSelected();
+    }
 
     QImage picture(int row) const
     {
@@ -115,6 +128,11 @@ private Q_SLOTS:
             bar->setValue(int(place * bar->maximum()));
             QTRY_VERIFY(panel.isRight(*sprites));
         }
+        panel.thumbnails->showSprite(count / 2);
+        panel.thumbnails->showSprite(count);
+        const QModelIndex shown = panel.grid->currentIndex();
+        QCOMPARE(shown.row(), count / 2);
+        QVERIFY(panel.grid->viewport()->rect().contains(panel.grid->visualRect(shown)));
         // What was never seen was never made.
         if (count == 20000)
             QVERIFY(panel.thumbnails->model()->storedBytes() < 1500 * (9 * 7 * 4 + 100));
@@ -126,9 +144,114 @@ private Q_SLOTS:
         panel.thumbnails->reconfig();
         QCOMPARE(panel.grid->gridSize(), cell + QSize(10, 10));
         QCOMPARE(static_cast<QSlider *>(panel.host.control("thumb_size"))->value(), 50);
-        panel.thumbnails->setSide(40);
-        QCOMPARE(panel.grid->gridSize(), cell);
-        QCOMPARE(panel.host.options["thumbnails_size"].toInt(), 40);
+        for (const int wished : {40, 1000, 1}) {
+            const int pixels = qBound(32, wished, 192);
+            panel.thumbnails->setSide(wished);
+            const int more = panel.host.scaled(pixels) - panel.host.scaled(40);
+            QCOMPARE(panel.grid->gridSize() - cell, QSize(more, more));
+            QCOMPARE(panel.thumbnails->model()->side(), panel.host.scaled(pixels));
+            QCOMPARE(panel.host.options["thumbnails_size"].toInt(), pixels);
+        }
+    }
+
+    void drawsCells_data()
+    {
+        const auto add = columns<QSize, QRect>("picture", "place");
+        add("grown in whole steps", {10, 7}, {2, 11, 60, 42});
+        add("as wide as its ground", {64, 3}, {0, 30, 64, 3});
+        add("as high as its ground", {4, 64}, {30, 0, 4, 64});
+        add("larger, in the same shape", {256, 128}, {0, 16, 64, 32});
+        add("none", {}, {});
+    }
+
+    /// Against plain dots: selected or not, with short and long names, on two grounds.
+    void drawsCells()
+    {
+        const auto [size, place] = row<QSize, QRect>();
+        Panel panel;
+        QCOMPARE(told(*panel.grid, "viewMode movement resizeMode uniformItemSizes selectionMode "
+                                   "verticalScrollMode dragDropMode contextMenuPolicy"),
+                 QString("IconMode Static Adjust true ExtendedSelection ScrollPerPixel DragOnly "
+                         "ActionsContextMenu"));
+        QCOMPARE(told(*panel.host.control("thumb_size"), "minimum maximum value accessibleName "
+                                                         "toolTip"),
+                 QString("32 192 64 Size of the pictures Size of the pictures"));
+        int side = 32;
+        while (panel.host.scaled(side) < 64)
+            panel.thumbnails->setSide(++side);
+        QImage picture(size, QImage::Format_ARGB32_Premultiplied);
+        picture.fill(Qt::red);
+        QStyleOptionViewItem cell;
+        cell.widget = panel.grid;
+        cell.font.setStyleStrategy(QFont::NoAntialias);
+        cell.fontMetrics = QFontMetrics(cell.font);
+        cell.palette.setColor(QPalette::Highlight, Qt::magenta);
+        const QColor inks[] = {Qt::darkBlue, Qt::cyan, Qt::black, Qt::yellow};
+        for (int i = 0; i < 4; ++i)
+            cell.palette.setColor(i < 2 ? QPalette::Inactive : QPalette::Active,
+                                  i % 2 ? QPalette::HighlightedText : QPalette::Text, inks[i]);
+        const auto *delegate = panel.grid->itemDelegate();
+        cell.rect = QRect({10, 5}, delegate->sizeHint(cell, {}));
+        QCOMPARE(cell.rect.size(), panel.grid->gridSize());
+        QCOMPARE(cell.rect.width(), 72);
+        const QRect ground(14, 9, 64, 64);
+        const QRect below(11, 73, 70, cell.rect.bottom() - 72);
+        for (int i = 0; i < 8; ++i) {
+            const bool isSelected = i & 1;
+            const bool isLong = i & 2;
+            const bool isOther = i & 4;
+            const QColor other(0, 100, 0);
+            panel.host.colors["back_start"] = isOther ? other : QColor();
+            panel.thumbnails->reconfig();
+            QStandardItemModel list(1, 1);
+            list.setData(list.index(0, 0), picture, Qt::DecorationRole);
+            list.setData(list.index(0, 0), isLong ? "the long name of a sprite" : "name");
+            cell.state = QStyle::State_Enabled | QStyle::State_KeyboardFocusChange;
+            cell.state.setFlag(QStyle::State_Selected, isSelected);
+            cell.state.setFlag(QStyle::State_Active, isOther);
+            const auto drawn = [&](const auto &draw) {
+                QImage image(100, 130, QImage::Format_RGB32);
+                image.fill(Qt::gray);
+                QPainter painter(&image);
+                painter.setFont(cell.font);
+                draw(painter);
+                return image;
+            };
+            const auto draw = [&](QPainter &painter) {
+                delegate->paint(&painter, cell, list.index(0, 0));
+            };
+            const QImage image = drawn(draw);
+            const QImage plain = drawn([&](QPainter &painter) {
+                if (isSelected)
+                    painter.fillRect(cell.rect, Qt::magenta);
+                for (int square = 0; square < 121; ++square) {
+                    const int x = square % 11;
+                    const int y = square / 11;
+                    const QColor light = isOther ? other : Qt::white;
+                    const QColor dark = isOther ? other.lighter(112) : Qt::lightGray;
+                    painter.fillRect(QRect(14 + 6 * x, 9 + 6 * y, 6, 6) & ground,
+                                     (x + y) % 2 ? dark : light);
+                }
+                painter.fillRect(place.translated(ground.topLeft()), Qt::red);
+                painter.setPen(QPen(Qt::magenta, 2));
+                if (isSelected)
+                    painter.drawRect(14, 9, 63, 63);
+            });
+            // The rest is the name: one line or two, in the middle of what is left.
+            QRect text;
+            for (int y = 0; y < plain.height(); ++y) {
+                for (int x = 0; x < plain.width(); ++x) {
+                    if (image.pixel(x, y) == plain.pixel(x, y))
+                        continue;
+                    QCOMPARE(image.pixelColor(x, y), inks[2 * isOther + isSelected]);
+                    text |= QRect(x, y, 1, 1);
+                }
+            }
+            QVERIFY(below.contains(text) && (text.center() - below.center()).manhattanLength() < 6);
+            QCOMPARE(text.height() > cell.fontMetrics.height(), isLong);
+            cell.state |= QStyle::State_HasFocus;
+            QVERIFY(drawn(draw) != image);
+        }
     }
 
     void keepsToItsMemory()
@@ -144,6 +267,25 @@ private Q_SLOTS:
         // All of it is used, and one more finds room.
         QTRY_VERIFY(model.storedBytes() > ThumbnailsModel::keptBytes - (2 << 20));
         QTRY_VERIFY(!model.picture(model.index(0, 0)).isNull());
+    }
+
+    /// Of very many that are asked for at once, the last ones are made.
+    void passesOverTheOldest()
+    {
+        const SpritesPointer sprites = manySprites(4100, {9, 7});
+        ThumbnailsModel model;
+        model.setSprites(sprites.get());
+        model.picture(model.index(0, 0));
+        QTRY_VERIFY(model.storedBytes() > 0);
+        const int one = model.storedBytes();
+        QVERIFY(one > 9 * 7 * 4);
+        for (int row = 1; row < 4150; ++row) // more than once is as once
+            model.picture(model.index(qMin(row, 4099), 0));
+        QTRY_VERIFY(model.storedBytes() >= 4097 * one);
+        QVERIFY(!QSignalSpy(&model, &QAbstractItemModel::dataChanged).wait(50));
+        QCOMPARE(model.storedBytes(), 4097 * one);
+        QVERIFY(model.picture(model.index(3, 0)).isNull());
+        QVERIFY(!model.picture(model.index(4, 0)).isNull());
     }
 
     /// What changes while its picture is being made is made again.
@@ -164,8 +306,9 @@ private Q_SLOTS:
         QTRY_VERIFY(isShown(sprites->at(0)->image()));
         // The old picture stands until there is one in the new colours.
         const QImage before = sprites->at(0)->image();
+        const QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
         sprites->palettes()->at(0)->setColors(someRGBA(9).data(), Palette::SetReplaced);
-        QVERIFY(isShown(before));
+        QVERIFY(isShown(before) && !changed.isEmpty());
         QTRY_VERIFY(isShown(sprites->at(0)->image()));
     }
 
