@@ -224,6 +224,9 @@ void SoundEditorPrivate::tellPosition()
     fields.endProgramChange();
     Q_EMIT setPosText(
         QStringLiteral("%1 / %2").arg(row.isValid() ? row.row() + 1 : 0).arg(count()));
+    OrganizerEditor *panel = organizer();
+    if (panel && editor->isActive())
+        panel->setCurrentRow(row);
 }
 
 void SoundEditorPrivate::tellEnabled()
@@ -257,6 +260,8 @@ void SoundEditorPrivate::showPanel(bool isShown)
             connect(panel, &OrganizerEditor::itemClicked, this,
                     [this](int clicked) { setCurrent(unsigned(clicked)); });
     }
+    if (isShown)
+        tellPosition();
     const bool isWanted = interface->option(QStringLiteral("show_organizer"), false).toBool();
     if (isShown && !(panel && isWanted))
         interface->setExtraEditor(nullptr);

@@ -103,6 +103,7 @@ private:
         plain.resize(view->size());
         plain.setSound(sample);
         QCOMPARE(view->levels(), plain.levels());
+        QCOMPARE(m_bench.organizer->selectedRows(), sound ? QVector<int>{shown} : QVector<int>());
         const QString fields = shownFields(m_bench.host, "snd_");
         if (m_random() % 3 > 0)
             return;
@@ -111,7 +112,7 @@ private:
         m_bench.editor->setCurrentFile(&m_file);
         m_bench.editor->setCurrent(unsigned(qMax(0, shown)));
         QCOMPARE(shownFields(m_bench.host, "snd_"), fields);
-        QCOMPARE(view->levels(), plain.levels());
+        QCOMPARE(m_bench.organizer->selectedRows(), sound ? QVector<int>{shown} : QVector<int>());
     }
 
     /// From files, from the other project, and by a copy.
@@ -184,7 +185,6 @@ private:
         } else if (what == 9) {
             const QString path = m_bench.path("saved.wav");
             const SoundSample sample = m_bench.editor->currentSound()->sample();
-            m_bench.selectRows({});
             m_bench.host.dialogs().expectFiles({path});
             QFile::remove(path);
             m_bench.trigger("snd_save_sample");

@@ -383,7 +383,7 @@ private slots:
         panel.editor->setObject(&panel.list);
         panel.editor->activate();
         panel.editor->retranslate();
-        panel.editor->setCurrentRow(1);
+        panel.editor->setCurrentRow(panel.list.index(1));
         QVERIFY(panel.editor->selectedRows().isEmpty());
     }
 

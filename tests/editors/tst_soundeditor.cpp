@@ -164,6 +164,7 @@ private slots:
         const auto save = [&bench](const QString &name) {
             bench.host.dialogs().expectFiles({bench.path(name)});
         };
+        bench.selectRows({});
         save("one"); // the current one
         bench.trigger("snd_save_sample");
         QCOMPARE(readFile(bench.path("one.wav")), wav(samples[0]));
