@@ -460,7 +460,7 @@ private slots:
                 mouse = {qBound(31, mouse.x(), scene.view.width()),
                          qBound(31, mouse.y(), scene.view.height())};
                 view().mouseMoved(mouse, modifiers);
-                plain.move(mouse);
+                plain.move(mouse, control);
             } else if (what < 62) {
                 view().mousePressed(mouse, button, modifiers);
                 plain.press(mouse, left, shift, control);
