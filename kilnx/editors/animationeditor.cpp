@@ -133,12 +133,7 @@ void AnimationEditorPrivate::setFile(Animations *file)
     list = file;
     moving = false;
     row = QPersistentModelIndex();
-    lastRow = file ? int(file->selected()) : 0;
-    frameRow = 0;
     identifier.clear();
-    shownAnimation = nullptr;
-    shownFrame = nullptr;
-    knownCount = -1;
     ++stamp;
     if (file) {
         connect(file, &Animations::modified, this, &AnimationEditorPrivate::contentsModified);
@@ -152,6 +147,7 @@ void AnimationEditorPrivate::setFile(Animations *file)
             reloaded();
         });
         connect(file, &QObject::destroyed, this, [this] { setFile(nullptr); });
+        lastRow = int(file->selected());
         const AnimationCode *selected = file->at(bounded(lastRow, int(file->count())));
         frameRow = selected ? int(selected->selectedFrame()) : 0;
     }
@@ -164,10 +160,8 @@ void AnimationEditorPrivate::setFile(Animations *file)
 /// The cursor of a user who types leads; all other changes keep animation and frame.
 void AnimationEditorPrivate::resolve()
 {
-    if (!list) {
-        row = QPersistentModelIndex();
+    if (!list)
         return;
-    }
     knownRevision = textOf(document())->revision();
     const bool cursorLeads = !isPlaying() && isInView() && code->editor()->hasFocus();
     const Place place =
@@ -178,6 +172,12 @@ void AnimationEditorPrivate::resolve()
     } else {
         keepSelection();
     }
+    keepPlace();
+}
+
+/// For what finds the selection again when the text is another one, and for who asks the list.
+void AnimationEditorPrivate::keepPlace()
+{
     AnimationCode *selected = animation();
     if (!selected)
         return;
@@ -212,17 +212,14 @@ void AnimationEditorPrivate::keepSelection()
 
 void AnimationEditorPrivate::select(int wantedRow, int wantedFrame, bool withCursor)
 {
-    if (!list || list->count() == 0)
+    if (!list)
         return;
     row = list->index(bounded(wantedRow, int(list->count())));
-    AnimationCode *selected = animation();
+    const AnimationCode *selected = animation();
     if (!selected)
         return;
     frameRow = bounded(wantedFrame, int(selected->frameCount()));
-    lastRow = row.row();
-    identifier = identifierOf(selected);
-    list->setSelected(unsigned(lastRow));
-    selected->setSelectedFrame(unsigned(frameRow));
+    keepPlace();
     if (withCursor && !isPlaying())
         moveCursor();
     showAll();
@@ -311,7 +308,7 @@ bool AnimationEditorPrivate::writeEach(int count,
     int next = 0;
     working = true;
     Progress *progress = interface->progress(told, true);
-    progress->setProgress(0, unsigned(count), &cancelled);
+    progress->setProgress(0, unsigned(count));
     while (next < count && !cancelled && isSame()) {
         next = writeSlice(next, count, edit);
         if (self && list)
@@ -323,7 +320,7 @@ bool AnimationEditorPrivate::writeEach(int count,
         working = false;
     if (!isSame())
         return false;
-    if (cancelled && next > 0)
+    if (cancelled)
         document()->dropChange();
     return !cancelled;
 }
@@ -382,7 +379,7 @@ void AnimationEditorPrivate::endWrite()
 void AnimationEditorPrivate::showAll()
 {
     watchSprites();
-    ticksRead = false;
+    readTicks();
     AnimationCode *selected = animation();
     FrameCode *shown = frame();
     if (selected != shownAnimation || shown != shownFrame)
@@ -407,7 +404,6 @@ void AnimationEditorPrivate::showAnimation()
 {
     const AnimationCode *selected = animation();
     setRange("anim_frame_sel", selected ? int(selected->frameCount()) : 0);
-    tellPosition();
 }
 
 void AnimationEditorPrivate::showFrame()
@@ -418,7 +414,6 @@ void AnimationEditorPrivate::showFrame()
     tellFrame();
     tellPosition();
     tellPlace();
-    renderer->update();
 }
 
 QList<Sprites *> AnimationEditorPrivate::spriteFiles() const
@@ -453,19 +448,13 @@ void AnimationEditorPrivate::watchSprites()
 {
     const QList<Sprites *> all = spriteFiles();
     for (Sprites *sprites : all) {
-        connect(sprites, &Sprites::modified, this, &AnimationEditorPrivate::spritesModified,
+        connect(sprites, &Sprites::modified, this, &AnimationEditorPrivate::showAll,
                 Qt::UniqueConnection);
-        connect(sprites->palettes(), &Palettes::modified, this,
-                &AnimationEditorPrivate::spritesModified, Qt::UniqueConnection);
+        connect(sprites->palettes(), &Palettes::modified, this, &AnimationEditorPrivate::showAll,
+                Qt::UniqueConnection);
         connect(sprites, &QObject::destroyed, this, &AnimationEditorPrivate::spritesGone,
                 Qt::UniqueConnection);
     }
-}
-
-void AnimationEditorPrivate::spritesModified()
-{
-    if (list && !writing)
-        showAll();
 }
 
 QVariant AnimationEditorPrivate::fileOption(const char *key) const
@@ -571,8 +560,7 @@ void AnimationEditor::reconfig()
     Q_EMIT d->setOnionSkin(d->onionOn);
     d->fields.endProgramChange();
     d->showAll();
-    if (active)
-        d->tellRenderer();
+    d->tellRenderer();
 }
 
 void AnimationEditor::retranslate()
@@ -702,7 +690,6 @@ void AnimationEditor::setCurrent(unsigned int animation, unsigned int frame)
 
 void AnimationEditor::update()
 {
-    d->resolve();
     d->showAll();
 }
 

@@ -321,7 +321,7 @@ void AnimationEditorPrivate::axisDown()
 
 void AnimationEditorPrivate::prevAnim()
 {
-    if (row.isValid() && row.row() > 0)
+    if (row.row() > 0)
         select(row.row() - 1, 0, true);
 }
 
@@ -360,9 +360,9 @@ void AnimationEditorPrivate::boxDelAllAnim()
 
 void AnimationEditorPrivate::boxSwType()
 {
-    const QList<ContactBoxCode *> chosen = renderer->selectedContactBoxes();
-    if (!frame() || isPlaying() || chosen.isEmpty())
+    if (!frame())
         return;
+    const QList<ContactBoxCode *> chosen = renderer->selectedContactBoxes();
     write([this, &chosen] {
         QVector<ContactBoxCode *> ofFrame;
         for (const ContactBoxesCode *boxes : {frame()->attackBoxes(), frame()->collisionBoxes()}) {
@@ -397,7 +397,7 @@ void AnimationEditorPrivate::boxAllInst()
                          "Do you really want to replicate Contact boxes of current frame in all "
                          "its instances?\nAll existing Contact boxes in these frames will be "
                          "replaced.")) ||
-        !still.isSo() || !frame())
+        !still.isSo())
         return;
     const QString sprite = frame()->identifier();
     const Boxes attack = rectsOf(frame()->attackBoxes());

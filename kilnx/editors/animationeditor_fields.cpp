@@ -189,8 +189,6 @@ AnimationEditorPrivate::~AnimationEditorPrivate()
 {
     if (graphics->renderer() == renderer)
         graphics->setRenderer(nullptr);
-    renderer->disconnect(this);
-    renderer->setSprites(nullptr);
     delete axisDialog;
     delete codeDialog;
     if (!view)
@@ -292,11 +290,9 @@ void AnimationEditorPrivate::setTexts()
         flips->setMinimumWidth(flips->sizeHint().width()); // to be read in narrow windows, too
         fields.endProgramChange();
     }
-    if (editor->isActive()) {
-        tellCursor();
-        tellRenderer();
-        tellOnion();
-    }
+    tellCursor();
+    tellRenderer();
+    tellOnion();
 }
 
 void AnimationEditorPrivate::tellEnabled()
@@ -324,11 +320,11 @@ void AnimationEditorPrivate::tellPosition()
     const AnimationCode *shown = animation();
     const int frames = shown ? int(shown->frameCount()) : 0;
     fields.beginProgramChange();
-    Q_EMIT setSelPos(shown ? row.row() : 0);
+    Q_EMIT setSelPos(qMax(0, row.row()));
     Q_EMIT setFrameSelPos(frameRow);
     fields.endProgramChange();
     tellOrganizer();
-    Q_EMIT setPosText(placeText(shown ? row.row() : 0, list ? int(list->count()) : 0));
+    Q_EMIT setPosText(placeText(row.row(), list ? int(list->count()) : 0));
     Q_EMIT setFramePosText(placeText(frameRow, frames));
 }
 

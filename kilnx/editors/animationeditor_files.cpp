@@ -231,7 +231,6 @@ void AnimationEditorPrivate::saveGIF()
         return;
     const Still still(this);
     const QString title = AnimationEditor::tr("Save as animated GIF");
-    readTicks();
     const bool fits = picturesFit();
     if (!fits || !isAnySeen()) {
         showWarning(window(), title,
@@ -245,7 +244,6 @@ void AnimationEditorPrivate::saveGIF()
     if (path.isEmpty() || !still.isSo())
         return;
     keepOption("gif_path", QFileInfo(path).absolutePath());
-    readTicks();
     QByteArray encoded;
     if (!encode(&encoded))
         return;
@@ -274,7 +272,6 @@ bool AnimationEditorPrivate::encode(QByteArray *bytes)
         return !cancelled && still.isSo();
     };
     QBuffer device(bytes);
-    device.open(QIODevice::WriteOnly);
     if (!cancelled && still.isSo()) {
         const QVector<AnimImageFrame> frames = pictures(step);
         if (!cancelled && still.isSo() &&
@@ -381,9 +378,7 @@ void AnimationEditorPrivate::importFrom()
     QVector<Incoming> items;
     for (const int at : rows)
         items.append({codeOf(source->at(unsigned(at))), nameOf(*source, at)});
-    const int added = takeIn(items, ConflictPolicy::Ask);
-    if (added >= 0)
-        tellImported(added, text(71));
+    takeIn(items, ConflictPolicy::Ask, text(71));
 }
 
 void AnimationEditorPrivate::projImport()
@@ -426,14 +421,14 @@ void AnimationEditorPrivate::projImport()
         if (!still.isSo())
             return;
     }
-    const int added = takeIn(items, options.policy);
-    if (added >= 0)
-        tellImported(added, text(72));
+    takeIn(items, options.policy, text(72));
 }
 
-/// All questions first, then one change, behind the current animation. How many are new; -1 when
-/// the file was closed behind a box, or the user has cancelled.
-int AnimationEditorPrivate::takeIn(const QVector<Incoming> &offered, ConflictPolicy policy)
+/// All questions first, then one change, behind the current animation, of which the user is told
+/// unless the file was closed behind a box, or the user has cancelled.
+void AnimationEditorPrivate::takeIn(const QVector<Incoming> &offered,
+                                    ConflictPolicy policy,
+                                    const QString &title)
 {
     const Still still(this);
     const int first = row.isValid() ? row.row() + 1 : 0;
@@ -444,7 +439,7 @@ int AnimationEditorPrivate::takeIn(const QVector<Incoming> &offered, ConflictPol
     for (int i = 0; i < offered.size(); ++i) {
         plan.settle(i, offered[i].name);
         if (!still.isSo())
-            return -1;
+            return;
     }
     // What is replaced keeps its row, and the new ones come last.
     QVector<QPair<int, Incoming>> rows;
@@ -460,9 +455,14 @@ int AnimationEditorPrivate::takeIn(const QVector<Incoming> &offered, ConflictPol
             put(at >= 0 ? list->at(unsigned(at)) : list->insert(unsigned(first + added++), anyName),
                 rows[i].second);
         });
-    if (isDone && added > 0)
+    if (!isDone)
+        return;
+    if (added > 0)
         select(first, 0, true);
-    return isDone ? added : -1;
+    showInformation(window(), title,
+                    added > 0
+                        ? AnimationEditor::tr("%n new animation(s) were imported!", nullptr, added)
+                        : AnimationEditor::tr("No new animation imported!"));
 }
 
 /// The text of an animation in the place of another, under the name that it has here.
@@ -475,14 +475,6 @@ void AnimationEditorPrivate::put(AnimationCode *target, const Incoming &item)
     AnimationCode *taken = list->at(unsigned(at));
     if (taken && nameOf(*list, at) != item.name)
         taken->setProperty(identifierName, item.name);
-}
-
-void AnimationEditorPrivate::tellImported(int count, const QString &title)
-{
-    showInformation(window(), title,
-                    count > 0
-                        ? AnimationEditor::tr("%n new animation(s) were imported!", nullptr, count)
-                        : AnimationEditor::tr("No new animation imported!"));
 }
 
 } // namespace Kiln

@@ -106,6 +106,7 @@ public:
     void setFile(Animations *file);
     void select(int row, int frameRow, bool moveCursor);
     void keepSelection();
+    void keepPlace();
     void resolve();
     void reloaded();
     void showAll();
@@ -153,7 +154,7 @@ public:
     void showViews();
     void placeOrigin();
     bool eventFilter(QObject *watched, QEvent *event) override;
-    bool takeSprites(QDropEvent *event);
+    void takeSprites(QDropEvent *event);
     void insertFrames(int at, const QStringList &sprites);
     void showSprite();
     void showBoxes();
@@ -208,9 +209,8 @@ public:
     QList<int> pickRows(const QString &title, Animations *from, int current);
     bool collect(const QList<int> &rows, QStringList *codes);
     bool writeFile(const QString &path, const QString &text);
-    int takeIn(const QVector<Incoming> &offered, ConflictPolicy policy);
+    void takeIn(const QVector<Incoming> &offered, ConflictPolicy policy, const QString &title);
     void put(AnimationCode *target, const Incoming &item);
-    void tellImported(int count, const QString &title);
 
     AnimationEditor *const editor;
     Interface *const interface;
@@ -242,12 +242,12 @@ public:
     int knownRevision = -1;                        ///< of the text that resolve() has seen
     int knownCount = -1;                           ///< of animations
 
-    // The ticks at which the frames that last begin, by rising ticks; voided by every change.
+    // The ticks at which the frames that last begin, by rising ticks, as showAll() has
+    // read them last.
     QVector<qint64> starts;
     QVector<int> startRows;
     qint64 length = 0;    ///< ticks up to the end of the last frame
     bool endless = false; ///< the last of the frames that are reached is shown for ever
-    bool ticksRead = false;
 
     int writing = 0;              ///< open beginWrite()s
     QPointer<Animations> written; ///< the list that they began on
@@ -340,7 +340,6 @@ public Q_SLOTS:
     void onionFrameSelPosChanged(int row);
     void organizerClicked(int clicked);
     void tickChanged(unsigned int tick);
-    void spritesModified();
     void spritesGone();
 };
 

@@ -33,9 +33,6 @@ bool AnimationEditorPrivate::isPlaying() const
 /// Frames of 0 ticks are never seen, and nothing is behind one that is shown for ever.
 void AnimationEditorPrivate::readTicks()
 {
-    if (ticksRead)
-        return;
-    ticksRead = true;
     starts.clear();
     startRows.clear();
     length = 0;
@@ -62,7 +59,6 @@ int AnimationEditorPrivate::frameAtTick(qint64 tick) const
 
 QString AnimationEditorPrivate::name()
 {
-    readTicks();
     const AnimationCode *shown = animation();
     const TimeLineWidget *strip = graphics->timeLine();
     if (strip && isPlaying())
@@ -76,7 +72,6 @@ QString AnimationEditorPrivate::name()
 
 bool AnimationEditorPrivate::at(unsigned int tick, TimeLineCell &cell)
 {
-    readTicks();
     const auto found = std::lower_bound(starts.cbegin(), starts.cend(), qint64(tick));
     const AnimationCode *shown = animation();
     if (!shown || found == starts.cend() || *found != qint64(tick))
@@ -97,7 +92,6 @@ void AnimationEditorPrivate::showTick()
     TimeLineWidget *strip = graphics->timeLine();
     if (!strip || !editor->isActive())
         return;
-    readTicks();
     const QScopedValueRollback<bool> guard(settingTick, true);
     const auto begin = std::lower_bound(startRows.cbegin(), startRows.cend(), frameRow);
     const bool isIn = frameAtTick(strip->currentTick()) == frameRow;
@@ -138,7 +132,6 @@ qint64 AnimationEditorPrivate::tickWithinLoop(qint64 tick) const
 void AnimationEditorPrivate::play()
 {
     TimeLineWidget *strip = graphics->timeLine();
-    readTicks();
     if (!strip || !editor->isActive() || !frame() || length == 0) {
         Q_EMIT playing(false);
         return;
@@ -187,7 +180,6 @@ void AnimationEditorPrivate::tickChanged(unsigned int tick)
 {
     if (settingTick || !editor->isActive() || !frame())
         return;
-    readTicks();
     qint64 shown = tick;
     if (isPlaying() && shown >= length) {
         const qint64 again = endsBehindLastFrame() ? -1 : tickWithinLoop(shown);

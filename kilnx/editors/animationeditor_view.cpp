@@ -125,30 +125,27 @@ bool AnimationEditorPrivate::eventFilter(QObject *watched, QEvent *event)
         placeOrigin();
     const bool isDrop = event->type() == QEvent::DragEnter || event->type() == QEvent::DragMove ||
                         event->type() == QEvent::Drop;
-    if (isDrop && isView && takeSprites(static_cast<QDropEvent *>(event)))
-        return true;
-    return SpriteProvider::eventFilter(watched, event);
+    if (isDrop && isView)
+        takeSprites(static_cast<QDropEvent *>(event));
+    return false;
 }
 
 /// Sprites that are dragged here become frames: behind the current one or, in the strip, behind the
-/// one under the mouse. False for what is not taken.
-bool AnimationEditorPrivate::takeSprites(QDropEvent *event)
+/// one under the mouse.
+void AnimationEditorPrivate::takeSprites(QDropEvent *event)
 {
     const QStringList sprites = SpriteMime::identifiers(event->mimeData());
     if (sprites.isEmpty() || !editor->isActive() || !animation())
-        return false;
+        return;
     event->setDropAction(Qt::CopyAction);
     event->accept();
     if (event->type() != QEvent::Drop)
-        return true;
+        return;
     int before = frame() ? frameRow : -1;
     const TimeLineWidget *strip = graphics->timeLine();
-    if (strip && strip->geometry().contains(event->pos())) {
-        readTicks();
+    if (strip && strip->geometry().contains(event->pos()))
         before = frameAtTick(strip->tickAt(event->pos().x() - strip->x()));
-    }
     insertFrames(before + 1, sprites);
-    return true;
 }
 
 // --- The frame as a list of one sprite
@@ -225,7 +222,7 @@ void AnimationEditorPrivate::spritesGone()
     shownSprite = nullptr;
     renderer->setOnionSkinSprite(nullptr, QPoint());
     Q_EMIT changed();
-    QMetaObject::invokeMethod(this, &AnimationEditorPrivate::spritesModified, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, &AnimationEditorPrivate::showAll, Qt::QueuedConnection);
 }
 
 /// The frame before the current one, or the one that the user has chosen.
@@ -249,7 +246,6 @@ void AnimationEditorPrivate::showOnion()
 {
     editor->onionFrameChanged(onionFrame());
     tellOnion();
-    renderer->update();
 }
 
 void AnimationEditorPrivate::onionSkinChanged(bool on)
@@ -306,7 +302,6 @@ void AnimationEditorPrivate::dragged(GraphicsRenderer::ItemType type, QPoint pos
 void AnimationEditorPrivate::released(GraphicsRenderer::ItemType type, QPoint position)
 {
     if (type == GraphicsRenderer::ItemCrossExtra) {
-        dragged(type, position);
         graphics->setExtraAxis(position);
         return;
     }
@@ -316,7 +311,7 @@ void AnimationEditorPrivate::released(GraphicsRenderer::ItemType type, QPoint po
             write([this, offset] { frame()->setOffset(offset); });
         }
         showFrame(); // where the text has it
-    } else if (type == GraphicsRenderer::ItemContactBoxes && !isPlaying() &&
+    } else if (type == GraphicsRenderer::ItemContactBoxes &&
                !renderer->selectedContactBoxes().isEmpty()) {
         // What is being drawn is no box of the text yet.
         write([this] { renderer->updateSelectedBoxes(); });
@@ -346,8 +341,7 @@ void AnimationEditorPrivate::boxAddCChanged(bool on)
 
 void AnimationEditorPrivate::boxDel()
 {
-    if (!isPlaying())
-        renderer->removeSelectedContactBoxes();
+    renderer->removeSelectedContactBoxes();
 }
 
 /// While the extra cross is shown, its place can be typed.
