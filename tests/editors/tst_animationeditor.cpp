@@ -41,6 +41,17 @@ private Q_SLOTS:
                 placed << key;
         }
         QCOMPARE(placed, fields);
+        // Each of them in a menu.
+        QStringList titles, inMenus;
+        const QList<QAction *> whole = bench.host.menu("animations")->actions();
+        for (const QAction *action : whole) {
+            titles << (action->menu() ? action->text() : QString());
+            for (const QAction *each :
+                 action->menu() ? action->menu()->actions() : QList<QAction *>())
+                inMenus << each->objectName();
+        }
+        QCOMPARE(whole.size() - 2 + inMenus.size(), keys.size());
+        QCOMPARE(titles.mid(whole.size() - 2), (QStringList{"Frame", "Contact boxes"}));
         // What is there rules what can be done.
         const auto on = [&](const char *key) { return bench.host.action(key)->isEnabled(); };
         QVERIFY(on("anim_add") && on("anim_delete") && on("anim_frame_delete"));
@@ -92,8 +103,14 @@ private Q_SLOTS:
         QCOMPARE(bench.host.statusTexts[Interface::PositionField], QString());
         bench.editor->activate();
         QVERIFY(bench.host.statusTexts[Interface::PositionField].startsWith("Position: "));
-        QCOMPARE(originBehindResize({150, 120}), QPoint(150, 120)); // in sight
-        QVERIFY(originBehindResize({1, 1}) != QPoint(1, 1));
+        // In sight it stays, between the rulers, the strip and the last pixels.
+        const QSize size = bench.graphics->widget()->size() - QSize(0, bench.strip().height());
+        const int right = size.width() - 2, bottom = size.height() - 2;
+        for (const QPoint at : {QPoint(30, 30), QPoint(right, bottom)})
+            QCOMPARE(originBehindResize(at), at);
+        for (const QPoint at :
+             {QPoint(29, 90), QPoint(90, 29), QPoint(right + 1, 90), QPoint(90, bottom + 1)})
+            QCOMPARE(originBehindResize(at), QPoint(size.width() / 2, size.height() * 3 / 4));
         QCOMPARE(bench.text(), bench.first);
         const auto at = [&](QPoint point) {
             return GraphicsRenderer::origin() + point * double(bench.viewport.zoomFactor());
@@ -117,6 +134,7 @@ private Q_SLOTS:
         const auto add = columns<QString, QString>("from", "to");
         add("lines above", "; Wren's", "@animation new\n\n; Wren's");
         add("the header is another", "@animation jab, title Jab", "@animation poke, title Jab");
+        add("the frame above goes", "frame: wren_jab_1,", "; frame: wren_jab_1,");
         add("a frame above", "frame: wren_jab_1,", "frame: wren_jab_3\n    frame: wren_jab_1,");
     }
 
@@ -154,6 +172,19 @@ private Q_SLOTS:
         QCOMPARE(bench.field<QSlider>("sel")->value(), 0);
         QCOMPARE(bench.differences(), QString());
         bench.go("tiptoe", 3);
+        QString names;
+        for (const char name : QByteArray("baababab"))
+            names += QString("@animation %1\n").arg(QLatin1Char(name));
+        bench.show(names);
+        bench.editor->setCurrent(3, 0);
+        bench.trigger("delete");
+        QCOMPARE(bench.field<QSlider>("sel")->value(), 4);
+        // There is nothing before the first and behind the last.
+        bench.show("@animation a\n frame: wren_jab_1\n frame: wren_jab_2\n");
+        bench.editor->setCurrent(0, 1);
+        bench.trigger("prev_anim");
+        bench.trigger("next_anim");
+        QCOMPARE(bench.place(), QString("Animation: a, Frame: 2"));
         bench.file->project()->removeFile(bench.file);
         QVERIFY(!bench.editor->currentAnimation() && !bench.editor->currentFrame());
         QCOMPARE(bench.viewport.spriteProvider()->count(), 0U);
@@ -191,6 +222,9 @@ private Q_SLOTS:
         const QString dropped = "    frame: p" + like + "    frame: q" + like;
         add("drop on the view 0", two,
             QString(two).replace("    frame: y", dropped + "    frame: y"));
+        add("drop on the view 0, behind the second", two,
+            QString(two).replace("    frame: z", "    frame: p, for 5\n    frame: q, for 5\n"
+                                                 "    frame: z"));
         add("drop on the first 1", two,
             QString(two).replace("    frame: y", dropped + "    frame: y"));
         add("drop on the second 2", two,
@@ -204,6 +238,9 @@ private Q_SLOTS:
                               "    frame: x\n    body: 2, 2, 3, 3\n    frame: x\n";
         add("box_delall", boxes,
             QString(boxes).remove("    strike: 0, 0, 4, 4\n    body: 1, 1, 5, 5\n"));
+        add("box_prev", boxes,
+            QString(boxes).replace("    body: 2, 2, 3, 3\n",
+                                   "    body: 1, 1, 5, 5\n    strike: 0, 0, 4, 4\n"));
         add("box_delall_anim", boxes, "@animation a\n    frame: x\n    frame: x\n");
         add("box_allinst", boxes,
             QString(boxes).replace("    body: 2, 2, 3, 3\n",
@@ -231,8 +268,10 @@ private Q_SLOTS:
             });
         }
         const int ticks[] = {-1, 0, 3, 40};
+        if (command.contains("behind the second") || command == "box_prev")
+            bench.trigger("next_frame");
         if (command.startsWith("drop"))
-            QVERIFY(bench.drop({"p", "q"}, ticks[command.back().digitValue()]));
+            QVERIFY(bench.drop({"p", "q"}, ticks[command.section(',', 0, 0).back().digitValue()]));
         else if (command == "flip")
             bench.chooseFlip(FrameCode::FlipVertically);
         else
@@ -366,6 +405,7 @@ private Q_SLOTS:
         QCOMPARE(bench.editor->isPlaying(), !ends);
         QCOMPARE(bench.host.action("anim_play")->isChecked(), !ends);
         QCOMPARE(bench.host.action("anim_stop")->isChecked(), ends);
+        QVERIFY(ends || int(bench.strip().currentTick()) < rows.size() - 1);
         if (ends) {
             QCOMPARE(int(bench.strip().currentTick()), rows.size() - 1);
         } else {
@@ -452,7 +492,7 @@ private Q_SLOTS:
         columns<QString, QString>("command", "goes");
         for (const char *command : {"delete", "frame_delete", "duplicate", "box_allinst", "code",
                                     "frame_align", "export", "import", "import_proj", "save_gif"})
-            for (const char *goes : {"the file", "the project", "the editor"})
+            for (const char *goes : {"the file", "the project", "the editor", "the frame"})
                 QTest::addRow("%s: %s", command, goes) << QString(command) << QString(goes);
     }
 
@@ -472,9 +512,11 @@ private Q_SLOTS:
                 bench.wren->removeFile(bench.file);
             else if (goes == "the project")
                 bench.closeProjects();
-            else
+            else if (goes == "the editor")
                 bench.editor.reset();
-            bench.file = nullptr;
+            else
+                bench.trigger("prev_frame");
+            bench.file = goes == "the frame" ? bench.file : nullptr;
             if (!open)
                 return; // with the editor
             auto *box = qobject_cast<QMessageBox *>(dialog);
@@ -486,7 +528,8 @@ private Q_SLOTS:
                 dialog->accept();
         });
         bench.trigger(command);
-        QVERIFY(!bench.editor || !bench.editor->currentAnimation());
+        QVERIFY(!bench.editor || !bench.editor->currentAnimation() == (goes != "the frame"));
+        QVERIFY(goes != "the frame" || bench.text() == bench.first);
         QCOMPARE(bench.host.dialogs().finish(), QString());
     }
 
@@ -503,6 +546,7 @@ private Q_SLOTS:
         add("kept what came", typed, "; new\n@animation a\n", no, "; new\n@animation a\n");
         add("another one there", typed, "@animation c\n", yes, typed + "\n\n");
         add("none there", typed, "; none\n", none, "; none\n");
+        add("a command", "", "frame_add", none, "@animation a\n    frame: x\n    frame: x\n");
         add("elsewhere", typed, "@animation a\n    frame: x\n@animation z\n", none,
             typed + "\n\n@animation z\n");
     }
@@ -526,8 +570,11 @@ private Q_SLOTS:
                     field->selectAll();
                     field->insertPlainText(typed);
                 }
-                if (!meanwhile.isEmpty())
+                if (meanwhile.startsWith("frame"))
+                    bench.trigger(meanwhile);
+                else if (!meanwhile.isEmpty())
                     bench.file->replaceText(meanwhile);
+                dialog->resize(540, 310);
                 dialog->accept();
             });
         if (answer)
@@ -540,7 +587,9 @@ private Q_SLOTS:
         bench.trigger("code");
         QCOMPARE(bench.host.dialogs().finish(), QString());
         QCOMPARE(bench.text(), after);
-        QCOMPARE(bench.file->isUndoAvailable(), !typed.isEmpty());
+        sized.restoreGeometry(bench.host.options["anim_editcode_geometry"].toByteArray());
+        QCOMPARE(sized.size(), QSize(540, 310));
+        QCOMPARE(bench.file->isUndoAvailable(), !typed.isEmpty() || !meanwhile.isEmpty());
         const int steps = (after != bench.first && after != meanwhile) + !meanwhile.isEmpty();
         for (int i = 0; i < steps; ++i)
             bench.editor->undo();
@@ -553,16 +602,42 @@ private Q_SLOTS:
         Bench bench;
         const auto clicked = [&](int row) {
             Q_EMIT bench.organizer->itemClicked(row);
-            return bench.field<QSlider>("sel")->value();
+            return bench.place().section(',', 0, 1);
         };
+        const QString before = bench.place();
         bench.editor->deactivate();
-        QCOMPARE(clicked(2), 0);
+        QCOMPARE(clicked(2), before);
+        bench.editor->reconfig();
+        bench.editor->retranslate();
+        for (const int field :
+             {Interface::PositionField, Interface::GuidesField, Interface::RendererField})
+            QCOMPARE(bench.host.statusTexts[field], QString());
         bench.editor->activate();
         QObject *listed = bench.organizer->object();
         bench.organizer->setObject(nullptr);
-        QCOMPARE(clicked(2), 0);
+        QCOMPARE(clicked(2), before);
         bench.organizer->setObject(qobject_cast<OrganizableObject *>(listed));
-        QCOMPARE(clicked(2), 2);
+        QCOMPARE(clicked(2), QString("Animation: %1, Frame: 1").arg(bench.list().at(2)->name()));
+        Q_EMIT bench.viewport.cursorChanged({4, -3});
+        QCOMPARE(bench.host.statusTexts[Interface::PositionField], QString("Position: 4, -3"));
+        bench.viewport.setGuideLines({5, -7});
+        Q_EMIT bench.viewport.guideLinesMoved({5, -7});
+        QCOMPARE(bench.host.statusTexts[Interface::GuidesField],
+                 QString("Horizontal guide: -7, Vertical guide: 5"));
+        QCOMPARE(bench.host.statusTexts[Interface::RendererField],
+                 QString("Renderer: Native painter"));
+        QCOMPARE(bench.host.options["guide_x"].toInt(), 5);
+        QCOMPARE(bench.host.options["guide_y"].toInt(), -7);
+        auto *split = qobject_cast<QSplitter *>(bench.host.editorWidget);
+        QVERIFY(split && !split->childrenCollapsible());
+        QCOMPARE(split->accessibleName(), KilnTranslator::instance()->text(46));
+        const QList<int> first = split->sizes();
+        QVERIFY(qAbs(first[0] - split->width() * 45 / 100) < 12);
+        split->setSizes({800, 200});
+        const QList<int> wanted = split->sizes();
+        bench.trigger("editcode");
+        bench.trigger("editcode");
+        QVERIFY(wanted != first && qAbs(split->sizes()[0] - wanted[0]) < 3);
         // The text has the keyboard where it is shown.
         for (const bool isShown : {false, true}) {
             bench.graphics->widget()->setFocus();
@@ -578,9 +653,25 @@ private Q_SLOTS:
         QVERIFY(!bench.file->isModified());
         QCOMPARE(bench.editor->currentFile(), bench.file);
         bench.host.activeProject = bench.wren;
+        bench.go("jab", 1);
+        bench.trigger("play");
         bench.editor->create();
-        QVERIFY(bench.editor->currentFile() && bench.editor->currentFile() != bench.file);
+        auto *second = dynamic_cast<EmberDocument *>(bench.editor->currentFile());
+        QVERIFY(second && second != bench.file && !bench.editor->isPlaying());
         bench.editor->setCurrentFile(bench.file);
+        // Each has its own place, and what becomes of one that is not shown changes nothing.
+        second->fromString("@animation x\n    frame: a\n@animation jab\n    frame: b\n");
+        bench.editor->setCurrentFile(second);
+        QVERIFY(bench.place().startsWith("Animation: x, Frame: 1"));
+        bench.editor->setCurrentFile(bench.file);
+        QCOMPARE(bench.place(), QString("Animation: jab, Frame: 2"));
+        const QSignalSpy told(bench.editor.get(), &FileEditor::modified);
+        QTextCursor(second).insertText("; other\n");
+        second->animations()->move(1, 0);
+        bench.wren->removeFile(second);
+        QCOMPARE(told.count(), 0);
+        QCOMPARE(bench.place(), QString("Animation: jab, Frame: 2"));
+        QCOMPARE(bench.differences(), QString());
         // Where the last frame was, the cursor is in the animation behind it.
         bench.show("@animation a\n    frame: x\n    frame: y\n@animation b\n");
         bench.go("a", 1);
@@ -592,6 +683,7 @@ private Q_SLOTS:
         connect(bench.file, &QTextDocument::contentsChanged, this,
                 [&] { bench.editor->setCurrentFile(nullptr); });
         bench.trigger("frame_add");
+        bench.editor->setCurrent(0, 0);
         QVERIFY(!bench.editor->currentAnimation());
         QVERIFY(!bench.field<QSpinBox>("frame_time")->isEnabled());
     }
@@ -627,8 +719,25 @@ private Q_SLOTS:
         QVERIFY(!dialog->isVisible());
         bench.editor->activate();
         QVERIFY(dialog->isVisible());
+        const auto shown = [&] {
+            return bench.host.mainWindow()->findChild<QDialog *>("extraAxis");
+        };
         bench.host.action("view_extra_cross")->trigger();
-        QVERIFY(!bench.host.mainWindow()->findChild<QDialog *>("extraAxis"));
+        QVERIFY(!shown());
+        bench.host.action("view_extra_cross")->trigger();
+        QVERIFY(shown());
+        QCOMPARE(shown()->findChild<QSpinBox *>("x")->value(), 31);
+        shown()->close(); // and stays so
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        bench.editor->deactivate();
+        bench.editor->activate();
+        QVERIFY(!shown());
+        // What the editor has made goes with it, and what it shows stays.
+        bench.host.action("view_extra_cross")->trigger();
+        bench.host.action("view_extra_cross")->trigger();
+        bench.editor.reset();
+        QVERIFY(!shown() && !bench.viewport.spriteProvider() && !bench.graphics->renderer());
+        QVERIFY(!bench.graphics->widget()->parent() && !bench.code->widget()->parent());
     }
 
     // What the language cannot say comes back into the field; what is typed stays as it is.
@@ -690,6 +799,55 @@ private Q_SLOTS:
         QCOMPARE(told->text(), QString("Onion skin: jab, 1"));
     }
 
+    // The fields of a dialog, their bounds, and where the keyboard is.
+    void dialogsAsk()
+    {
+        AnimAlign align(nullptr);
+        align.show();
+        align.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&align));
+        auto *x = align.findChild<QDoubleSpinBox *>("x");
+        auto *y = align.findChild<QDoubleSpinBox *>("y");
+        QTest::keyClicks(QApplication::focusWidget(), "7");
+        QCOMPARE(align.amount(), QPointF(7, 0));
+        auto *operation = align.findChild<QComboBox *>("operation");
+        QStringList states;
+        for (const int chosen : {0, 1, 4, 3, 4}) {
+            operation->setCurrentIndex(chosen);
+            for (const QDoubleSpinBox *field : {x, y})
+                states << QString("%1 %2 %3 %4")
+                              .arg(field->text())
+                              .arg(field->minimum())
+                              .arg(field->maximum())
+                              .arg(field->singleStep());
+            x->setValue(chosen == 1 ? -8 : x->value());
+        }
+        const QString far = " -65535 65535 1", factor = "1.000 0.001 1000 0.1";
+        QCOMPARE(states, (QStringList{"7 px" + far, "0 px" + far, "7 px" + far, "0 px" + far,
+                                      factor, factor, "0 px" + far, "0 px" + far, factor, factor}));
+        AnimCodeDlg code(nullptr, "@animation a", QFont("Monospace", 17));
+        const auto *text = code.findChild<QPlainTextEdit *>("code");
+        QCOMPARE(code.code(), QString("@animation a"));
+        QCOMPARE(code.windowTitle(), QString("Edit animation code"));
+        QCOMPARE(text->accessibleName(), code.windowTitle());
+        QCOMPARE(text->font().pointSize(), 17);
+        QCOMPARE(text->lineWrapMode(), QPlainTextEdit::NoWrap);
+        QCOMPARE(code.size(), QSize(640, 420));
+        // Below the fields, and ended by either button.
+        for (QDialog *dialog : {static_cast<QDialog *>(&align), static_cast<QDialog *>(&code)}) {
+            auto *buttons = dialog->findChild<QDialogButtonBox *>();
+            for (const auto button : {QDialogButtonBox::Ok, QDialogButtonBox::Cancel}) {
+                dialog->show();
+                QVERIFY(buttons->y() >
+                        (dialog == &align ? y->geometry() : text->geometry()).bottom());
+                buttons->button(button)->click();
+                QCOMPARE(dialog->result(), int(button == QDialogButtonBox::Ok));
+                QVERIFY(!dialog->isVisible());
+            }
+        }
+        QVERIFY(operation->y() < x->y() && x->y() < y->y());
+    }
+
     void alignsIn_data()
     {
         const auto add = columns<int, QString>("range", "moved");
@@ -741,13 +899,27 @@ private Q_SLOTS:
     void movesBetweenFrames()
     {
         Bench bench;
-        bench.show("@animation a\n frame: wren_jab_1, for 3\n frame: wren_jab_2, for 2\n");
+        bench.show("@animation a\n body: -90, -60, -40, 0\n frame: wren_jab_1, for 3\n"
+                   " frame: wren_jab_2, for 2\n");
         const auto placement = [&] {
             return bench.viewport.spriteProvider()->property(0, SpriteProvider::Placement).toInt();
         };
         QCOMPARE(placement(), 14);
+        const auto selects = [&] {
+            bench.drag({-60, -50}, {-60, -50});
+            return bench.viewport.selectedContactBoxes().size();
+        };
+        QCOMPARE(selects(), 1);
         bench.trigger("play");
         QCOMPARE(placement(), 2); // nothing can be dragged
+        Q_EMIT bench.viewport.itemMoved(GraphicsRenderer::ItemSprite, nullptr, {50, 50});
+        QCOMPARE(bench.value("frame_xaxis"), 0);
+        Q_EMIT bench.viewport.itemReleased(GraphicsRenderer::ItemSprite, nullptr, {50, 50});
+        QCOMPARE(selects(), 0);
+        bench.host.action("anim_box_add_attack")->setEnabled(true);
+        bench.trigger("box_add_attack");
+        QCOMPARE(bench.text(), bench.first);
+        QCOMPARE(bench.viewport.clickMode(), GraphicsRenderer::ClickPositioning);
         bench.editor->asked.clear();
         QSignalSpy read(bench.viewport.spriteProvider(), &SpriteProvider::changed);
         const auto next = [&] {
@@ -764,6 +936,12 @@ private Q_SLOTS:
         QCOMPARE(read.count(), 3);
         bench.trigger("stop");
         QCOMPARE(next(), Asked());
+        // The last tick that there is has nothing behind it to go on at.
+        bench.show("@animation a\n frame: x, for 2147483647\n frame: y, for 2, loop\n");
+        bench.trigger("play");
+        QVERIFY(bench.editor->isPlaying());
+        bench.strip().setCurrentTick(2147483647U, false);
+        QVERIFY(!bench.editor->isPlaying());
     }
 };
 

@@ -104,7 +104,9 @@ private Q_SLOTS:
         add("hardly seen", jab + "6, opacity 0.2\n" + jab + "6\n", "10 1x1 10 S");
         add("half seen", jab + "6, opacity 0.5\n" + jab + "6\n", "10 S 10 S");
         add("turned", jab + "6, angle 90\n" + jab + "6, angle 0, scale 1\n", "10 R 10 S");
+        add("a little turned", jab + "6, angle 1\n" + jab + "6\n", "10 T 10 S");
         add("opaque", jab + "6\n" + jab + "6\n", "10 S 10 S");
+        add("clear elsewhere", " frame: nobody, for 6\n" + jab + "6\n", "10 1x1 10 S");
         add("nothing", "", "You can't save an empty animation as GIF.");
         add("nothing to see", jab + "6, opacity 0.2\n frame: nobody\n",
             "You can't save an empty animation as GIF.");
@@ -125,11 +127,13 @@ private Q_SLOTS:
             bench.host.dialogs().expectFiles({gif});
         Sprites *sprites = bench.editor->sprites();
         Sprite *sprite = sprites->at(unsigned(sprites->indexOf(0, "wren_jab_1")));
-        if (QTest::currentDataTag() == QString("opaque")) {
+        const QString tag = QTest::currentDataTag();
+        if (tag == "opaque" || tag == "clear elsewhere") {
             RGBA colors[256];
             sprite->palette()->toPalette(colors);
             for (RGBA &color : colors)
                 color.a = 255;
+            colors[200].a = tag == "opaque" ? 255 : 0;
             sprite->palette()->setColors(colors, Palette::SetReplaced);
         }
         bench.trigger("save_gif");
@@ -148,21 +152,26 @@ private Q_SLOTS:
         };
         say(size, "S");
         say(size.transposed(), "R");
+        say(sprite->image().transformed(QTransform().rotate(-1)).size(), "T");
+        if (told.startsWith("10 1x1"))
+            QCOMPARE(qAlpha(QImage(gif).pixel(0, 0)), 0);
         QCOMPARE(QString(reader.readAllStandardOutput()).trimmed(), told);
     }
 
     // A cancel, or the end of the file, leaves what is there as it was.
     void savesGIFsWithProgress_data()
     {
-        columns<unsigned int, bool>("cancelAt", "closes");
+        columns<unsigned int, QString>("cancelAt", "meanwhile");
         for (const unsigned int cancelAt : {0, 1, 3, 5, 8, 12})
-            QTest::addRow("cancelled at %u", cancelAt) << cancelAt << false;
-        QTest::newRow("closed") << 0U << true;
+            QTest::addRow("cancelled at %u", cancelAt) << cancelAt << QString();
+        QTest::newRow("closed") << 0U << QString("close");
+        QTest::newRow("commands come") << 0U << QString("optimize export save_gif import_proj");
     }
 
     void savesGIFsWithProgress()
     {
-        const auto [cancelAt, closes] = row<unsigned int, bool>();
+        const auto [cancelAt, meanwhile] = row<unsigned int, QString>();
+        const bool closes = meanwhile == "close";
         Bench bench;
         bench.go("jab");
         QCOMPARE(bench.editor->currentAnimation()->frameCount(), 3U);
@@ -171,10 +180,13 @@ private Q_SLOTS:
         writeFile(gif, "old");
         bench.host.dialogs().expectBox(QMessageBox::Yes); // to write over it
         bench.host.cancelAt = cancelAt;
-        if (closes)
-            bench.host.duringProgress = [&bench] { bench.closeProjects(); };
+        bench.host.duringProgress = [&, meanwhile = meanwhile] {
+            for (const QString &each : meanwhile.split(' ', Qt::SkipEmptyParts))
+                closes ? bench.closeProjects() : bench.trigger(each);
+        };
         bench.trigger("save_gif");
         QCOMPARE(bench.host.dialogs().finish(), QString());
+        QCOMPARE(bench.host.progresses.size(), 1);
         const auto progress = bench.host.progresses.last();
         QCOMPARE(progress->total, 12U); // shown, reduced, adapted and written
         QCOMPARE(progress->finished, 1);
@@ -188,7 +200,7 @@ private Q_SLOTS:
         Bench bench;
         const QString out = bench.path("out.flick");
         bench.expectRows({});
-        bench.host.dialogs().expectFiles({out});
+        bench.host.dialogs().expectFiles({QString(out).remove(".flick")});
         bench.trigger("export");
         QVERIFY(readFile(out).contains("\r\n"));
         bench.host.cancelAt = 1;
