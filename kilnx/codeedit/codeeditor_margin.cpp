@@ -32,7 +32,6 @@ CodeEditorExtraArea::CodeEditorExtraArea(CodeEditor *editor, CodeEditorPrivate *
     setObjectName(QStringLiteral("codeEditorMargin"));
     setAutoFillBackground(true);
     setMouseTracking(true);
-    setCursor(Qt::ArrowCursor);
 }
 
 QSize CodeEditorExtraArea::sizeHint() const

@@ -299,7 +299,6 @@ void GraphicsRendererPrivate::dropDrawing()
 void GraphicsRendererPrivate::abandonDrag()
 {
     const bool wasPressed = std::exchange(pressed, false);
-    moved = false;
     dropDrawing();
     if (wasPressed && hit >= HitBox)
         readAllBoxes();

@@ -408,8 +408,6 @@ void GraphicsRendererPrivate::dragCross(QPoint delta, QPoint scaled)
 
 void GraphicsRendererPrivate::moveSelection(QPoint step)
 {
-    if (!boxesDraggable())
-        return;
     const QPoint along = allowed(boxMode, step);
     forSelected([&](ContactBox &box) { box.position += along; });
     recomputeSelection();

@@ -174,6 +174,11 @@ private slots:
         };
         QCOMPARE(toolTip(0), QString("bad at 2\nold at 10"));
         QTRY_COMPARE(toolTip(1), QString());
+        m_editor->setPlainText("bad");
+        QHelpEvent below(QEvent::ToolTip, {3, 300}, margin()->mapToGlobal({3, 300}));
+        QApplication::sendEvent(margin(), &below);
+        QVERIFY(!QToolTip::isVisible());
+        m_editor->setPlainText(numberedLines(200));
         const QPointF place(3, 20);
         QWheelEvent wheel(place, margin()->mapToGlobal(place.toPoint()), QPoint(), QPoint(0, -120),
                           Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
@@ -394,6 +399,8 @@ private slots:
                 break;
             case 5:
             case 6: { // what can be seen can be folded
+                if (random.bounded(5) == 0)
+                    step % 2 ? m_editor->foldAll() : m_editor->unfoldAll();
                 const QTextBlock head = block(random.bounded(m_document->blockCount()));
                 if (head.isVisible())
                     m_editor->toggleBlockVisible(head);
@@ -691,7 +698,9 @@ private slots:
         QCOMPARE(QToolTip::isVisible() ? QToolTip::text() : QString(), text);
         if (modifiers & Qt::ControlModifier)
             QTest::keyRelease(m_editor->viewport(), Qt::Key_Control);
-        QToolTip::hideText();
+        QHelpEvent nowhere(QEvent::ToolTip, {1, 300}, m_editor->viewport()->mapToGlobal({1, 300}));
+        QApplication::sendEvent(m_editor->viewport(), &nowhere);
+        QTRY_VERIFY(!QToolTip::isVisible());
     }
 
     void marginMouseSelectsLines()
@@ -739,6 +748,10 @@ private slots:
         QMouseEvent back(QEvent::MouseMove, {3, 20}, Qt::LeftButton, Qt::LeftButton, {});
         QApplication::sendEvent(margin(), &back);
         QVERIFY(stands());
+        QMouseEvent edge(QEvent::MouseMove, QPoint(3, margin()->height()), Qt::LeftButton,
+                         Qt::LeftButton, {});
+        QApplication::sendEvent(margin(), &edge);
+        QVERIFY(stands());
         QApplication::sendEvent(margin(), &move);
         QTest::mouseRelease(margin(), Qt::LeftButton, Qt::NoModifier, below);
         QVERIFY(stands());
@@ -760,6 +773,12 @@ private slots:
         QApplication::sendEvent(margin(), &move);
         QTest::qWait(60);
         QCOMPARE(m_editor->verticalScrollBar()->value(), 0);
+        QVERIFY(!m_editor->textCursor().hasSelection());
+        // And the line where it began may be gone.
+        QTest::mousePress(margin(), Qt::LeftButton, Qt::NoModifier,
+                          QPoint(3, lineRect(5).center().y()));
+        second.fromString("one\ntwo");
+        QApplication::sendEvent(margin(), &back);
         QVERIFY(!m_editor->textCursor().hasSelection());
         m_editor->setDocument(nullptr);
     }

@@ -75,6 +75,9 @@ private slots:
         QVERIFY(popup()->isVisible());
         QCOMPARE(popup()->model()->rowCount(), 4);
         QCOMPARE(currentWord(), QString("Walk"));
+        for (int i = 0; i < 4; ++i)
+            QTest::keyClick(popup(), Qt::Key_Up);
+        QCOMPARE(currentWord(), QString("run"));
         type("an");
         QCOMPARE(currentWord(), QString("wander"));
         QTest::keyClick(popup(), Qt::Key_Backspace);
@@ -327,6 +330,7 @@ private slots:
         QCOMPARE(m_editor->hitCount(), 4);
         QVERIFY(isMarked(2, 1));
         m_editor->markHits("one", Editor::WholeWords);
+        QCOMPARE(m_editor->hitCount(), 0);
         QTRY_COMPARE(m_editor->hitState(), CodeEditor::Searched);
         QCOMPARE(m_editor->hitCount(), 3);
         QVERIFY(isMarked(0, 8) && !isMarked(0, 4) && !isMarked(2, 1));

@@ -270,7 +270,7 @@ private slots:
         view()->setCurrentLine(7, CodeEditor::NoPlacement);
         m_host->dialogs().expectDialog([number](QDialog *dialog) {
             auto *input = qobject_cast<QInputDialog *>(dialog);
-            QVERIFY(input);
+            QVERIFY(input && input->inputMode() == QInputDialog::IntInput);
             QCOMPARE(input->intValue(), 8);
             input->setIntValue(number);
             number ? input->accept() : input->reject();
@@ -483,9 +483,11 @@ private slots:
         // A file that is nowhere yet is not asked about.
         Document second(new PlainDocument("x"));
         m_editor->setCurrentFile(second.get());
+        second->setModified(true);
         choose("ISO-8859-1");
         m_workspace->statusClicked();
         QCOMPARE(second->codecName(), QString("ISO-8859-1"));
+        QCOMPARE(m_host->statusTexts.value(2), QString("Encoding: ISO-8859-1"));
         // A save that has to go over to UTF-8 tells so.
         QTextCursor(second.get()).insertText(QChar(0x3A9));
         QVERIFY(second->toFile(FileSystemArchive::instance(), path, false));

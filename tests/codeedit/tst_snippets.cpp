@@ -286,9 +286,10 @@ private slots:
         QCOMPARE(saved->fields[0]->name, QString("one"));
         QCOMPARE(saved->code, QString("@two"));
 
-        m_host->dialogs().expectFiles({m_directory->filePath("no such folder/new")});
+        m_host->dialogs().expectFiles({m_directory->filePath("no such folder/newer")});
         m_host->dialogs().expectBox(QMessageBox::Ok);
         button("saveBut")->click();
+        QCOMPARE(name->text(), QString("new"));
 
         // The question of the file dialog was for another name, and Escape loses nothing unasked.
         code->setPlainText("changed");

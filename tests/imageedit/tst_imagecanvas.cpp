@@ -352,6 +352,27 @@ private Q_SLOTS:
         QCOMPARE(rasterAt(canvas, 1)->image.constScanLine(2)[2], uchar(9));
         QCOMPARE(rasterAt(canvas, 1)->image.constScanLine(1)[2], uchar(3));
         canvas.rotate(90, 0);
+        QSignalSpy changes(&canvas, &ImageCanvas::imageChanged);
+        canvas.setFormat(RGBACanvas, true);
+        QVERIFY(changes.count() > 0);
+        // One filter brings new colours, and one does not.
+        for (const int filter : {NearestNeighbor, Bilinear}) {
+            const auto colors = [&canvas] {
+                QSet<QRgb> all{canvas.fillColor()};
+                const QImage &image = rasterAt(canvas, 1)->image;
+                for (int i = 0; i < image.width() * image.height(); ++i)
+                    all.insert(image.pixel(i % image.width(), i / image.width()));
+                return all;
+            };
+            const QSet<QRgb> before = colors();
+            canvas.rotate(30, filter);
+            QCOMPARE(before.contains(colors()), filter == NearestNeighbor);
+            canvas.undoStack.undo();
+        }
+        canvas.setSize({3, 3}, {-0xFFFF, 0}, true); // no middle: all is outside
+        QCOMPARE(rasterAt(canvas, 1)->image.pixel(1, 1), canvas.fillColor());
+        canvas.undoStack.undo();
+        canvas.undoStack.undo();
         QCOMPARE(canvas.size, rasterAt(canvas, 0)->image.size());
         QCOMPARE(canvas.selection.mask.size(), canvas.size);
         QVERIFY(canvas.size.height() >= 14);
@@ -420,6 +441,8 @@ private Q_SLOTS:
         QVERIFY(!canvas.layers.addLayer(nullptr));
         QCOMPARE(canvas.crop(), QPoint());
         canvas.setSize({5, 5}, {}, false);
+        canvas.mergeAll(); // there are no layers
+        QCOMPARE(canvas.undoStack.count(), 0);
         canvas.layers.addLayer(nullptr);
         const int steps = canvas.undoStack.count();
         const QByteArray before = stateOf(canvas);
@@ -442,6 +465,9 @@ private Q_SLOTS:
         for (const int filter : {NearestNeighbor, HqBilinear}) { // the first and the last
             canvas.resize({4 + filter, 4}, filter);
             QCOMPARE(canvas.size, QSize(4 + filter, 4));
+            const int before = canvas.undoStack.count();
+            canvas.rotate(90, filter);
+            QCOMPARE(canvas.undoStack.count(), before + 1);
         }
     }
 };

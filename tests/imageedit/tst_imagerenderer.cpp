@@ -203,7 +203,7 @@ private Q_SLOTS:
         const Qt::Key keys[] = {Qt::Key_Left, Qt::Key_Up, Qt::Key_Right, Qt::Key_Down};
         const QPoint ways[] = {{-1, 0}, {0, -1}, {1, 0}, {0, 1}};
         const Qt::MouseButton buttons[] = {Qt::LeftButton, Qt::RightButton, Qt::MiddleButton};
-        for (int step = 0; step < (openGL ? 60 : 300); ++step) {
+        for (int step = 0; step < (openGL ? 50 : 200); ++step) {
             const int kind = dice.bounded(20);
             const int one = dice.bounded(2) * 2 - 1; // up or down
             const QPoint at(dice.bounded(plain.view.width() + 40) - 20,

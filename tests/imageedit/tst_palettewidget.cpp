@@ -254,6 +254,7 @@ private Q_SLOTS:
         QSignalSpy changes(&widget, &PaletteWidget::changed);
         QSignalSpy moves(&widget, &PaletteWidget::colorMoved);
         QVariantList moved;
+        bool isLocked = false;
         int told = 0;
         widget.move(0, 0); // far from the mouse
         widget.show();
@@ -262,17 +263,18 @@ private Q_SLOTS:
             const QImage wanted = plainPicture(widget, ring.colors(), selected, held);
             return QTest::qWaitFor([&] { return onScreen(widget) == wanted; });
         };
-        for (int step = 0; step < 400; ++step) {
+        for (int step = 0; step < 250; ++step) {
             const int kind = dice.bounded(40);
             const int cell = dice.bounded(8) == 0 ? 0 : dice.bounded(256);
             const int other = dice.bounded(256);
             const auto edited = [&](const Colors &colors) {
                 ++told;
-                if (widget.isLocked())
+                if (isLocked)
                     ring.pages[ring.shown] = colors;
                 else
                     ring.edit(colors);
             };
+            QCOMPARE(widget.isLocked(), isLocked);
             if (kind < 12) {
                 const RGBA color = fromQRgb(dice.generate());
                 widget.palette()->setColor(uchar(cell), color);
@@ -320,17 +322,18 @@ private Q_SLOTS:
                 // Now and then to the end of the ring, and no further.
                 for (int i = dice.bounded(4) ? 1 : 13; i > 0; --i) {
                     widget.undo();
-                    told += ring.go(-1, widget.isLocked());
+                    told += ring.go(-1, isLocked);
                 }
             } else if (kind < 28) {
                 widget.redo();
-                told += ring.go(1, widget.isLocked());
+                told += ring.go(1, isLocked);
             } else if (kind == 28) {
-                widget.isLocked() ? widget.unlock() : widget.lock();
+                isLocked ? widget.unlock() : widget.lock();
+                isLocked = !isLocked;
             } else if (kind == 29) {
                 const bool clears = dice.bounded(3) == 0;
                 clears ? widget.reset() : widget.flatten();
-                if (!widget.isLocked() && (clears || ring.shown > 0))
+                if (!isLocked && (clears || ring.shown > 0))
                     ring.reset(clears ? Colors(256, 0) : ring.colors());
             } else if (kind < 34) {
                 click(widget, cell);
@@ -381,8 +384,10 @@ private Q_SLOTS:
                 [&](ushort cell, Qt::MouseButton button) {
                     told << QString("%1:%2").arg(cell).arg(int(button));
                 });
+        const QSignalSpy extended(&widget, &PaletteWidget::multiColorClick);
         for (const QString &key : keys.split(' '))
             QTest::keySequence(&widget, QKeySequence(key));
+        QCOMPARE(extended.count(), colors ? keys.count("Shift") + keys.count("Ctrl+A") : 0);
         const QSet<int> cells = selectionOf(widget);
         const auto [first, last] = std::minmax_element(cells.begin(), cells.end());
         QCOMPARE(cells.isEmpty() ? QString() : QString("%1-%2").arg(*first).arg(*last), selected);
@@ -538,6 +543,23 @@ private Q_SLOTS:
         widget.palette()->setColor(50, RGBA{1, 2, 3, 4});
         QCOMPARE(changes.count(), 1);
         QVERIFY(shows(foreground, 50));
+        // Squares of 4 pixels under what is clear in part, in a sunken frame.
+        foreground->resize(25, 23);
+        const QImage ground = pictureOf(*foreground);
+        for (int y = 1; y < foreground->height() - 1; ++y) {
+            for (int x = 1; x < foreground->width() - 1; ++x) {
+                const int light = (x / 4 + y / 4) % 2 ? 255 : 160;
+                QVERIFY(qAbs(qRed(ground.pixel(x, y)) - light) < 8);
+            }
+        }
+        for (int i = 0; i < foreground->width(); ++i) {
+            const int last = foreground->width() - 1;
+            const int side = foreground->height() - 1;
+            QCOMPARE(ground.pixel(i, 0), i < last ? 0xff808080 : 0xffffffff);
+            QCOMPARE(ground.pixel(i, side), 0xffffffff);
+        }
+        QCOMPARE(ground.pixel(0, 1), 0xff808080);
+        QCOMPARE(ColorWidget().accessibleDescription(), "#ff000000");
         RGBA copy[256];
         palette->copyTo(copy);
         QCOMPARE(toQRgb(copy[50]), palette->rgbAt(50));

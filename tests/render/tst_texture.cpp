@@ -219,6 +219,7 @@ private Q_SLOTS:
                        image.constScanLine(y), size_t(size.width()));
         }
         texture.fromData(data);
+        QCOMPARE(Texture(data).isOnCard(), !Contexts::none());
         if (Contexts::none()) {
             QVERIFY(!texture.isValid());
             return;

@@ -161,7 +161,7 @@ private Q_SLOTS:
         plain.visible = (strip.width() - labels) / tickWidth;
         QRandomGenerator random(5);
         const auto below = [&random](int bound) { return random.bounded(bound); };
-        for (int step = 0; step < 2000; ++step) {
+        for (int step = 0; step < 1000; ++step) {
             const int x = below(320);
             const int y = below(85);
             const auto mouse = [&](QEvent::Type type, Qt::MouseButton button) {
@@ -237,6 +237,7 @@ private Q_SLOTS:
         // Lengths and ticks at the ends of their ranges.
         Items endless({INT_MAX, -5});
         strip.addTimeLine(&endless);
+        QCOMPARE(strip.height(), host.scaled(ruler) + rowHeight);
         strip.setCurrentTick(UINT_MAX, false);
         strip.grab();
         QTest::keyClick(&strip, Qt::Key_Right);

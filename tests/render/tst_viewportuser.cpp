@@ -241,7 +241,7 @@ private Q_SLOTS:
             actions.append(action);
             action(bench);
         };
-        for (int step = 0; step < 1500; ++step) {
+        for (int step = 0; step < 900; ++step) {
             const int what = below(100);
             const bool shift = below(3) == 0;
             const bool control = below(8) == 0;
@@ -387,7 +387,7 @@ private Q_SLOTS:
         QVERIFY(bench.view->selectedContactBoxes().isEmpty());
 
         // Whoever is told of something may destroy the view: at each telling in turn.
-        for (int last = 1; last < 200; ++last) {
+        for (int last = 1; last < 120; ++last) {
             Bench ending(boxMode, rulers, keepsMiddle);
             ending.tellings = last;
             for (int i = 0; ending.view; ++i)
