@@ -315,7 +315,8 @@ void SpriteEditorPrivate::tellPosition()
     OrganizerEditor *list = organizer();
     if (list && editor->isActive())
         list->setCurrentRow(row);
-    if (ThumbnailsEditor *panel = thumbnails())
+    ThumbnailsEditor *panel = thumbnails();
+    if (panel && row.isValid())
         panel->showSprite(at);
 }
 
