@@ -129,9 +129,6 @@ void SpriteEditorPrivate::setFile(Sprites *file)
         // A step of the file's undo tells of the contents before it counts as taken.
         connect(file, &Sprites::changed, this, [this] { Q_EMIT editor->modified(); });
         connect(file, &QAbstractItemModel::modelReset, this, &SpriteEditorPrivate::reloaded);
-        // Panels forget the place when they hear of the same.
-        connect(file, &QAbstractItemModel::modelReset, this, &SpriteEditorPrivate::tellPosition,
-                Qt::QueuedConnection);
         const auto follow = [this] { rowsChanged(); };
         connect(file, &QAbstractItemModel::rowsInserted, this, follow);
         connect(file, &QAbstractItemModel::rowsRemoved, this, follow);
@@ -367,6 +364,7 @@ void SpriteEditorPrivate::attach()
     current = sprites->at(unsigned(found));
     row = QPersistentModelIndex(sprites->index(found));
     shown = current->image();
+    chooseColors();
     spriteCountChanged();
     const Still still(this);
     if (editor->canDiscardChanges() && still.isSo())

@@ -76,8 +76,8 @@ public:
     QPointer<QListView> view;
     ThumbnailDelegate *delegate = nullptr; ///< a child
     int side = firstSide;
-    bool isSorting = false; ///< the model's rows are about to have another order
-    int laterRow = -1;      ///< showSprite() of meanwhile
+    bool isChanging = false; ///< the model's rows are about to be others
+    int laterRow = -1;       ///< showSprite() of meanwhile
 
 private:
     QStringList identifiers(const QList<int> &rows) const;
@@ -138,13 +138,23 @@ void ThumbnailsEditorPrivate::declare()
     connect(&model, &QAbstractItemModel::modelReset, this, follow);
     connect(&model, &QAbstractItemModel::rowsInserted, this, follow);
     connect(&model, &QAbstractItemModel::rowsRemoved, this, follow);
-    // The sprites' editor hears of another order before the view does.
-    connect(&model, &QAbstractItemModel::layoutAboutToBeChanged, this,
-            [this] { isSorting = true; });
-    connect(&model, &QAbstractItemModel::layoutChanged, this, [this] {
-        isSorting = false;
+    // The sprites' editor hears of other rows before the view does.
+    using Model = QAbstractItemModel;
+    const auto begin = [this] { isChanging = true; };
+    const auto end = [this] {
+        isChanging = false;
         editor->showSprite(std::exchange(laterRow, -1));
-    });
+    };
+    connect(&model, &Model::layoutAboutToBeChanged, this, begin);
+    connect(&model, &Model::layoutChanged, this, end);
+    connect(&model, &Model::modelAboutToBeReset, this, begin);
+    connect(&model, &Model::modelReset, this, end);
+    connect(&model, &Model::rowsAboutToBeInserted, this, begin);
+    connect(&model, &Model::rowsInserted, this, end);
+    connect(&model, &Model::rowsAboutToBeRemoved, this, begin);
+    connect(&model, &Model::rowsRemoved, this, end);
+    connect(&model, &Model::rowsAboutToBeMoved, this, begin);
+    connect(&model, &Model::rowsMoved, this, end);
     // Not when the button goes down: a drag may begin.
     connect(view, &QAbstractItemView::clicked, this, &ThumbnailsEditorPrivate::tellChosen);
 }
@@ -324,7 +334,7 @@ Sprites *ThumbnailsEditor::sprites() const
 
 void ThumbnailsEditor::showSprite(int row)
 {
-    if (d->isSorting) {
+    if (d->isChanging) {
         d->laterRow = row;
         return;
     }
