@@ -5,6 +5,7 @@
 #include <tests/support/told.h>
 
 #include <kilnx/editors/palettepreview.h>
+#include <kilnx/editors/remapdlg.h>
 #include <kilnx/forms/sprimport.h>
 
 #include <QtTest/QtTest>
@@ -182,6 +183,59 @@ private Q_SLOTS:
             told << QString("%1:%2:%3").arg(answer.identifier).arg(answer.mode).arg(answer.palette);
         }
         QCOMPARE(told.join(' '), expected);
+    }
+
+    void remaps()
+    {
+        std::unique_ptr<EmberSprites, Release> sprites(new EmberSprites(StreamCache::Memory));
+        RGBA colors[256] = {};
+        sprites->palettes()->add(colors, "stone", false);
+        RemapDlg dialog(nullptr);
+        const auto buttons = dialog.findChildren<QPushButton *>(); // to delete, to clear, OK
+        const auto *table = dialog.findChild<QTableView *>("remap_table");
+        QAction *add = table->actions().value(0);
+        const auto canChange = [&] {
+            return QList<bool>{add->isEnabled(), buttons[0]->isEnabled(), buttons[1]->isEnabled()};
+        };
+        QCOMPARE(canChange(), QList<bool>({false, false, false}));
+        add->trigger();
+        // What is not the row of a palette is edited as everywhere.
+        QStandardItemModel plain(1, 1);
+        const QModelIndex cell = plain.index(0, 0);
+        plain.setData(cell, "word");
+        dialog.setPalettes(sprites->palettes());
+        QAbstractItemDelegate *delegate = table->itemDelegate();
+        const std::unique_ptr<QWidget> field(delegate->createEditor(nullptr, {}, cell));
+        delegate->setEditorData(field.get(), cell);
+        auto *line = qobject_cast<QLineEdit *>(field.get());
+        QVERIFY(line && line->text() == "word");
+        line->setText("other");
+        delegate->setModelData(line, &plain, cell);
+        QCOMPARE(cell.data().toString(), QString("other"));
+        QCOMPARE(canChange(), QList<bool>({true, false, false}));
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        add->trigger();
+        add->trigger();
+        QCOMPARE(canChange(), QList<bool>({true, true, true}));
+        QCOMPARE(table->selectionModel()->selectedRows(),
+                 QModelIndexList{table->model()->index(1, 0)});
+        QCOMPARE(dialog.size(), QSize(420, 320));
+        QCOMPARE(table->accessibleName(), QString("Remap"));
+        QCOMPARE(table->horizontalHeader()->length(), table->viewport()->width());
+        QVERIFY(!table->verticalHeader()->isVisible() && table->height() > 200);
+        QCOMPARE(table->contextMenuPolicy(), Qt::ActionsContextMenu);
+        QVERIFY(buttons[0]->mapTo(&dialog, QPoint()).y() > table->geometry().bottom());
+        QStandardItemModel number(1, 1);
+        number.setData(number.index(0, 0), 1);
+        sprites.reset();
+        const std::unique_ptr<QWidget> spin(
+            delegate->createEditor(nullptr, {}, number.index(0, 0)));
+        QVERIFY(qobject_cast<QSpinBox *>(spin.get()));
+        for (QPushButton *button : {buttons[0], buttons[1]})
+            button->click();
+        QCoreApplication::processEvents();
+        QCOMPARE(canChange(), QList<bool>({false, false, false}));
     }
 
     void listsEndMeanwhile_data()

@@ -8,62 +8,6 @@ using namespace SpriteTest;
 namespace
 {
 
-/// A picture under work as plain as it can be: layers of bytes, what is selected, and all states.
-struct PlainCanvas {
-    struct State {
-        QVector<QImage> layers;
-        int current = 0;
-        QPoint origin;
-    };
-
-    explicit PlainCanvas(const QImage &image)
-    {
-        now.layers = {image};
-        mask.fill(true, image.width() * image.height());
-    }
-    void change(const std::function<void()> &edit)
-    {
-        before.append(now);
-        after.clear();
-        edit();
-    }
-    void undo()
-    {
-        after.append(now);
-        now = before.takeLast();
-    }
-    void redo()
-    {
-        before.append(now);
-        now = after.takeLast();
-    }
-    void each(const std::function<QImage(const QImage &)> &edit)
-    {
-        for (QImage &layer : now.layers)
-            layer = edit(layer);
-    }
-    QSize size() const { return now.layers.first().size(); }
-    bool canPaint(int x, int y) const { return !active || mask[y * size().width() + x]; }
-    /// What shows: colours with alpha 0 let through what is below.
-    QByteArray flat(const QVector<QRgb> &table) const
-    {
-        QByteArray bytes(size().width() * size().height(), '\0');
-        for (int i = now.layers.size() - 1; i >= 0; --i) {
-            const QByteArray layer = bytesOf(now.layers[i]);
-            for (int at = 0; at < bytes.size(); ++at) {
-                if (qAlpha(table[uchar(layer[at])]) > 0)
-                    bytes[at] = layer[at];
-            }
-        }
-        return bytes;
-    }
-
-    State now;
-    QVector<State> before, after;
-    QVector<bool> mask;
-    bool active = false;
-};
-
 /// How many pixels of a dialog's preview differ from a picture: it stands in the middle, in whole
 /// multiples of its size, or as large as it fits.
 int wrongPixels(const QImage &preview, const QImage &picture)
@@ -118,18 +62,41 @@ private Q_SLOTS:
         QCOMPARE(declared, keys);
         for (int i = 0; i < texts.size(); ++i)
             QCOMPARE(actions[i]->text(), texts[i]);
-        QVERIFY(!actions[0]->isEnabled() && !actions[1]->isEnabled());
+        const std::function<QString(const QMenu *)> contents = [&](const QMenu *menu) {
+            QStringList parts;
+            for (const QAction *each : menu->actions())
+                parts << (each->menu() ? each->text() + '(' + contents(each->menu()) + ')'
+                                       : each->objectName().mid(4));
+            return parts.join(' ');
+        };
+        QCOMPARE(
+            contents(bench.host.menu("sprites")),
+            QString("add delete duplicate openimg saveimg saveimgas import_proj frame_spr prev "
+                    "next new Image(resize crop split_channels view_original image_properties "
+                    "Rotation(image_rotate image_fliph image_flipv)) Layers(layer_add "
+                    "layer_delete layer_duplicate layer_mergevis layer_mergeall) "
+                    "Select(select_all select_none select_invert)"));
+        for (const char *key : {"layers_list", "layers_blendmode", "layers_opacity", "foreground",
+                                "background", "tool_options"})
+            QVERIFY2(!bench.host.control(QString("spr_") + key)->accessibleName().isEmpty(), key);
+        const auto *opacity = bench.field<QSpinBox>("spr_layers_opacity");
+        QCOMPARE(QPoint(opacity->minimum(), opacity->maximum()), QPoint(0, 100));
+        QVector<QRgb> offered, wanted{0};
+        for (int i = 0; i < 256; ++i)
+            offered << bench.canvas().palette->rgbAt(uchar(i));
+        const int steps[] = {0, 51, 102, 153, 204, 255};
+        for (const int red : steps) {
+            for (const int green : steps) {
+                for (const int blue : steps)
+                    wanted << qRgb(red, green, blue);
+            }
+        }
+        for (int i = 0; i < 39; ++i)
+            wanted << QColor(i * 255 / 38, i * 255 / 38, i * 255 / 38).rgb();
+        QCOMPARE(offered, wanted);
         bench.editor->setCurrentFile(bench.file.get());
-        QVERIFY(actions[0]->isEnabled() && !actions[1]->isEnabled() && !actions[9]->isEnabled());
+        QCOMPARE(bench.differences(), QString());
         bench.show({somePicture({5, 4})});
-        QVERIFY(actions[1]->isEnabled() && actions[10]->isEnabled());
-        for (const char *key : {"spr_layers_opacity", "spr_layers_blendmode"})
-            QVERIFY(!bench.host.control(key)->isEnabled()); // indexes do not blend
-        bench.trigger("spr_layer_delete");
-        QVERIFY(actions[1]->isEnabled() && !actions[10]->isEnabled());
-        bench.editor->deactivate();
-        QVERIFY(!actions[0]->isEnabled() && !actions[1]->isEnabled());
-        bench.editor->activate();
         // Every tool has a key of its own, which counts in the view.
         QSet<QKeySequence> toolKeys;
         for (const QString key : {"canvasmove", "selmove", "rectsel", "freesel", "picker", "pen",
@@ -167,6 +134,10 @@ private Q_SLOTS:
     {
         const auto [withPanel] = row<bool>();
         Bench bench(withPanel);
+        const auto *grid = bench.field<PaletteWidget>("spr_colors");
+        QCOMPARE(grid != nullptr, !withPanel);
+        if (grid) // four rows of small cells
+            QCOMPARE(QPoint(grid->cellAt({635, 5}), grid->cellAt({5, 35})), QPoint(63, 192));
         bench.show({somePicture({12, 9}), somePicture({3, 3})});
         QImage wanted = bench.sprite();
         bench.trigger("spr_tool_pen");
@@ -236,159 +207,99 @@ private Q_SLOTS:
         QCOMPARE(bench.host.dialogs().finish(), QString());
     }
 
-    void followsThePlainCanvas_data()
+    void worksOnLayers_data()
     {
-        columns<unsigned int>("seed");
-        for (unsigned int seed = 1; seed <= 6; ++seed)
-            QTest::addRow("seed %u", seed) << seed;
+        const auto add = columns<QString, QString>("steps", "told");
+        add("all is cut out", "cut", "sprite 0* 000000");
+        add("a part is cut out", "rect 2 1, cut", "sprite 0* 003456");
+        add("another color stays", "ground 7, rect 2 1, cut", "sprite 0* 773456");
+        add("the rest is cut out", "rect 2 1, select_invert, cut", "sprite 0* 120000");
+        add("nothing is selected", "select_invert, select_invert, cut", "sprite 0* 123456");
+        add("all is selected", "rect 2 1, select_all, cut", "sprite 0* 000000");
+        add("not any more", "rect 2 1, select_none, cut", "sprite 0* 000000");
+        add("without a selection", "rect 2 1, select_none, select_invert, cut", "sprite 0* 000000");
+        add("drawn inside alone", "rect 2 1, dot 1 0, dot 1 1", "sprite 0* 193456");
+        add("a part is copied", "ground 7, rect 2 1, copy, layer_delete, paste", "Layer 1* 127777");
+        add("all is copied", "copy, layer_delete, paste, paste", "Layer 2*, Layer 1 123456");
+        add("cut and put back", "ground 7, rect 2 1, cut, layer_add, paste",
+            "Layer 3*, Layer 2, sprite 0 127777");
+        add("a layer above", "layer_add, dot 1 1", "Layer 2*, sprite 0 123496");
+        add("below it", "layer_add, dot 1 1, choose 1, cut", "Layer 2, sprite 0* 000090");
+        add("a copy", "layer_add, dot 1 1, layer_duplicate, cut",
+            "Layer 2 copy*, Layer 2, sprite 0 123496");
+        add("a copy of the lowest", "layer_add, choose 1, layer_duplicate",
+            "Layer 2, sprite 0 copy*, sprite 0 123456");
+        add("the top one goes", "layer_add, dot 1 1, layer_add, layer_delete",
+            "Layer 2*, sprite 0 123496");
+        add("the lowest one goes", "layer_add, choose 1, layer_delete", "Layer 2* 000000");
+        add("in between", "layer_add, layer_add, choose 1, layer_delete",
+            "Layer 3, sprite 0* 123456");
+        add("all into one", "layer_add, dot 1 1, choose 1, layer_mergeall", "sprite 0* 123496");
+        add("the visible ones", "layer_add, dot 1 1, hide 0, layer_add, dot 0 0, layer_mergevis",
+            "sprite 0*, Layer 2 923456");
+        add("turned over", "layer_add, dot 0 1, image_fliph, image_flipv",
+            "Layer 2*, sprite 0 659321");
     }
 
-    /// A user at random, beside the plain canvas: commands, drawing, the clipboard, undo and redo.
-    void followsThePlainCanvas()
+    /// On a picture of 3 by 2 pixels, with the foreground 9. Undo and redo lead there, too.
+    void worksOnLayers()
     {
-        const auto [seed] = row<unsigned int>();
-        std::mt19937 random(seed);
-        const auto below = [&random](int limit) { return int(random() % unsigned(limit)); };
+        const auto [steps, told] = row<QString, QString>();
         Bench bench;
-        bench.show({somePicture({11, 7}, seed)});
-        bench.file->at(0)->setProperty("Origin", QPoint(5, 3));
-        const QVector<QRgb> table = someColors();
-        PlainCanvas plain(bench.sprite());
-        plain.now.origin = {5, 3};
-        bench.trigger("spr_tool_pen");
-        const auto check = [&] {
-            QCOMPARE(bench.canvas().layers.rowCount(), plain.now.layers.size());
-            QCOMPARE(bytesOf(bench.canvas().flatten()), plain.flat(table));
-            QCOMPARE(bench.file->at(0)->origin(), plain.now.origin);
+        QImage picture(3, 2, QImage::Format_Indexed8);
+        picture.setColorTable(someColors());
+        for (int i = 0; i < 6; ++i)
+            picture.setPixel(i % 3, i / 3, uint(i + 1));
+        bench.show({picture});
+        bench.setColor(9);
+        const auto state = [&bench] {
+            QStringList names;
+            for (const ImageLayer *layer : qAsConst(bench.canvas().layers.list))
+                names << layer->name + (layer == bench.renderer().currentLayer() ? "*" : "");
+            QString pixels(' ');
+            for (const char pixel : bytesOf(bench.canvas().flatten()))
+                pixels += QString::number(uchar(pixel));
+            return names.join(", ") + pixels;
         };
-        for (int step = 0; step < 220; ++step) {
-            const QSize size = plain.size();
-            const auto current = [&]() -> QImage & { return plain.now.layers[plain.now.current]; };
-            const int kind = below(11);
-            switch (kind) {
-            case 0:
-            case 1: {
-                const bool across = kind == 0;
-                bench.trigger(across ? "spr_image_fliph" : "spr_image_flipv");
-                plain.change([&] {
-                    plain.each(
-                        [&](const QImage &layer) { return layer.mirrored(across, !across); });
-                    int &at = across ? plain.now.origin.rx() : plain.now.origin.ry();
-                    at = (across ? size.width() : size.height()) - at - 1;
-                });
-                break;
+        QStringList states{state()};
+        for (const QString &step : steps.split(", ")) {
+            const QStringList words = step.split(' ');
+            const QPoint at(words.value(1).toInt(), words.value(2).toInt());
+            const int before = bench.canvas().undoStack.index();
+            if (words[0] == "rect" || words[0] == "dot") {
+                bench.trigger(words[0] == "rect" ? "spr_tool_rectsel" : "spr_tool_pen");
+                bench.drag(words[0] == "rect" ? QPoint() : at, at);
+            } else if (words[0] == "ground") {
+                bench.setColor(9, at.x());
+            } else if (words[0] == "choose" || words[0] == "hide") {
+                auto *list = bench.field<QListView>("spr_layers_list");
+                const QModelIndex index = list->model()->index(at.x(), 0);
+                if (words[0] == "choose")
+                    list->setCurrentIndex(index);
+                else
+                    list->model()->setData(index, Qt::Unchecked, Qt::CheckStateRole);
+            } else if (QAction *command = bench.action(("spr_" + step).toLatin1())) {
+                command->trigger();
+            } else {
+                step == "cut"    ? bench.editor->cut()
+                : step == "copy" ? bench.editor->copy()
+                                 : bench.editor->paste();
             }
-            case 2:
-                if (plain.now.layers.size() > 3)
-                    break;
-                bench.trigger("spr_layer_add");
-                plain.change([&] {
-                    QImage clear(size, QImage::Format_Indexed8);
-                    clear.setColorTable(table);
-                    clear.fill(0);
-                    plain.now.layers.prepend(clear);
-                    plain.now.current = 0;
-                });
-                break;
-            case 3:
-                if (plain.now.layers.size() < 2 || plain.now.current > 0)
-                    break;
-                bench.trigger("spr_layer_delete");
-                plain.change([&] { plain.now.layers.removeFirst(); });
-                break;
-            case 4:
-                if (plain.now.layers.size() > 3)
-                    break;
-                bench.trigger("spr_layer_duplicate");
-                plain.change(
-                    [&] { plain.now.layers.insert(plain.now.current, QImage(current())); });
-                break;
-            case 5:
-                bench.trigger("spr_layer_mergeall");
-                plain.change([&] {
-                    const QByteArray flat = plain.flat(table);
-                    QImage merged = current();
-                    for (int i = 0; i < flat.size(); ++i)
-                        merged.setPixel(i % size.width(), i / size.width(), uchar(flat[i]));
-                    plain.now.layers = {merged};
-                    plain.now.current = 0;
-                });
-                break;
-            case 6: {
-                const QPoint from(below(size.width()), below(size.height()));
-                const QPoint to(below(size.width()), below(size.height()));
-                bench.trigger("spr_tool_rectsel");
-                bench.drag(from, to);
-                bench.trigger("spr_tool_pen");
-                const QRect chosen(QPoint(qMin(from.x(), to.x()), qMin(from.y(), to.y())),
-                                   QPoint(qMax(from.x(), to.x()) - 1, qMax(from.y(), to.y()) - 1));
-                const bool all = from.x() == to.x() || from.y() == to.y();
-                for (int i = 0; i < plain.mask.size(); ++i)
-                    plain.mask[i] = all || chosen.contains(i % size.width(), i / size.width());
-                plain.active = true;
-                break;
-            }
-            case 7:
-                bench.trigger(below(2) ? "spr_select_none" : "spr_select_invert");
-                if (bench.canvas().selection.active) {
-                    for (bool &selected : plain.mask)
-                        selected = !plain.active || !selected;
-                    plain.active = true;
-                } else {
-                    plain.active = false;
-                    plain.mask.fill(true);
-                }
-                break;
-            case 8:
-                bench.setColor(below(256), 0);
-                bench.editor->cut();
-                plain.change([&] {
-                    for (int i = 0; i < plain.mask.size(); ++i) {
-                        if (plain.canPaint(i % size.width(), i / size.width()))
-                            current().setPixel(i % size.width(), i / size.width(), 0);
-                    }
-                });
-                break;
-            case 9: {
-                const int count = below(5);
-                for (int i = 0; i < count && !plain.before.isEmpty(); ++i) {
-                    bench.editor->undo();
-                    plain.undo();
-                }
-                for (int i = below(3); i > 0 && !plain.after.isEmpty(); --i) {
-                    bench.editor->redo();
-                    plain.redo();
-                }
-                plain.now.current = bench.canvas().layers.indexOf(bench.renderer().currentLayer());
-                break;
-            }
-            default: {
-                const QPoint at(below(size.width()), below(size.height()));
-                const int color = below(256);
-                bench.setColor(color);
-                bench.click(at);
-                plain.change([&] {
-                    if (plain.canPaint(at.x(), at.y()))
-                        current().setPixel(at, uint(color));
-                });
-            }
-            }
-            check();
-            if (QTest::currentTestFailed())
-                return;
+            if (bench.canvas().undoStack.index() > before)
+                states << QString();
+            states.last() = state();
         }
-        while (!plain.before.isEmpty()) {
+        QCOMPARE(state(), told);
+        QCOMPARE(bench.canvas().undoStack.index(), states.size() - 1);
+        const auto pixels = [](const QString &state) { return state.section(' ', -1); };
+        for (int i = states.size() - 1; i >= 0; --i) {
+            QCOMPARE(pixels(state()), pixels(states[i]));
             bench.editor->undo();
-            plain.undo();
-            check();
         }
-        QVERIFY(bench.canvas().undoStack.isClean());
-        while (!plain.after.isEmpty()) {
+        for (int i = 1; i < states.size(); ++i)
             bench.editor->redo();
-            plain.redo();
-        }
-        check();
-        QVERIFY(!bench.canvas().undoStack.canRedo());
+        QCOMPARE(pixels(state()), pixels(told));
+        QCOMPARE(bench.differences(), QString());
     }
 
     void changesTheWholePicture_data()
@@ -499,27 +410,45 @@ private Q_SLOTS:
                               held, {});
             QApplication::sendEvent(list->viewport(), &event);
         };
+        const auto *line = list->viewport()->findChild<QRubberBand *>();
         // From the edge of a row, and slowly at first: the row pressed on stays the chosen one.
         const auto startDrag = [&] {
             const QPoint edge(place(2).x(), list->visualRect(list->model()->index(2, 0)).top());
             send(QEvent::MouseButtonPress, edge, Qt::LeftButton);
             send(QEvent::MouseMove, edge - QPoint(0, 3), Qt::LeftButton);
-            QCOMPARE(list->currentIndex().row(), 2);
+            QVERIFY(list->currentIndex().row() == 2 && !line->isVisible());
             send(QEvent::MouseMove, place(0), Qt::LeftButton);
             send(QEvent::MouseMove, place(0) - QPoint(0, 6), Qt::LeftButton);
         };
-        const auto *line = list->viewport()->findChild<QRubberBand *>();
         startDrag();
-        QVERIFY(line->isVisible());
         QCOMPARE(line->geometry().center().y(), list->visualRect(list->model()->index(0, 0)).top());
         send(QEvent::MouseMove, place(2) + QPoint(0, 40), Qt::LeftButton);
         QCOMPARE(line->geometry().center().y(),
                  list->visualRect(list->model()->index(2, 0)).bottom() + 1);
-        QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, {});
-        QApplication::sendEvent(list, &escape);
-        QVERIFY(escape.isAccepted() && !line->isVisible());
-        send(QEvent::MouseButtonRelease, place(0), Qt::NoButton);
-        QCOMPARE(order(), QString("Layer 2 copy, Layer 2, sprite 0"));
+        const std::function<void()> ends[] = {
+            [list] {
+                QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, {});
+                QApplication::sendEvent(list, &escape);
+                QVERIFY(escape.isAccepted());
+            },
+            [&] {
+                QMouseEvent other(QEvent::MouseButtonPress, place(0), Qt::RightButton,
+                                  Qt::LeftButton | Qt::RightButton, {});
+                QApplication::sendEvent(list->viewport(), &other);
+            },
+            [list] {
+                QEvent blocked(QEvent::WindowBlocked);
+                QApplication::sendEvent(list, &blocked);
+            },
+            [&] { send(QEvent::MouseMove, place(1), Qt::RightButton); }};
+        for (const auto &end : ends) {
+            startDrag();
+            QVERIFY(line->isVisible());
+            end();
+            QVERIFY2(!line->isVisible(), qPrintable(QString::number(&end - ends)));
+            send(QEvent::MouseButtonRelease, place(0), Qt::NoButton);
+            QCOMPARE(order(), QString("Layer 2 copy, Layer 2, sprite 0"));
+        }
         startDrag();
         send(QEvent::MouseButtonRelease, place(0) - QPoint(0, 6), Qt::NoButton);
         QVERIFY(!line->isVisible());
@@ -551,6 +480,9 @@ private Q_SLOTS:
         QCOMPARE(bench.renderer().currentLayer()->opacity, 0.4);
         QCOMPARE(bench.renderer().currentLayer()->blendMode,
                  int(QPainter::CompositionMode_Multiply));
+        bench.editor->retranslate();
+        QCOMPARE(blending->count(), 13);
+        QCOMPARE(bench.differences(), QString());
         bench.editor->undo();
         QCOMPARE(blending->currentText(), QString("Add"));
         bench.editor->undo();
@@ -643,25 +575,64 @@ private Q_SLOTS:
             bench.mouse(QEvent::MouseMove, {4, 4});
             bench.mouse(QEvent::MouseButtonRelease, {4, 4});
         });
-        add("the current sprite is removed elsewhere", [](Bench &bench) {
-            bench.insert("other", somePicture({3, 2}));
-            QCOMPARE(static_cast<QSlider *>(bench.host.control("spr_sel"))->maximum(), 1);
-            bench.file->remove(0);
-            QCOMPARE(bench.editor->currentSprite(), bench.file->at(0));
-            QCOMPARE(bench.canvas().size, QSize(3, 2));
-            bench.file->remove(0);
-            QVERIFY(!bench.editor->currentSprite());
+        add("the file does not take the picture", [](Bench &bench) {
+            QImage wide(70000, 1, QImage::Format_Indexed8);
+            wide.setColorTable(someColors());
+            wide.fill(5);
+            const QImage before = bench.sprite();
+            QApplication::clipboard()->setImage(wide);
+            bench.editor->paste();
+            bench.host.dialogs().expectBox(QMessageBox::Ok);
+            QVERIFY(!bench.editor->saveImage());
+            QCOMPARE(bench.host.dialogs().seen().last().text,
+                     QString("The file did not take the picture of 'sprite 0'!"));
+            bench.file->at(0)->setProperty("Identifier", "other"); // nothing is asked
+            QCOMPARE(bench.canvas().size, QSize(70000, 6));
+            QCOMPARE(bench.sprite(), before);
             bench.editor->undo();
-            QCOMPARE(bench.canvas().size, QSize(3, 2));
+            QCOMPARE(bench.differences(), QString());
+        });
+        add("a save writes what is drawn", [](Bench &bench) {
+            for (const bool isElsewhere : {false, true}) {
+                const QString path = bench.path(isElsewhere ? "b.gleam" : "a.gleam");
+                if (!isElsewhere)
+                    bench.file->toFile(FileSystemArchive::instance(), path, false);
+                bench.setColor(77 + isElsewhere);
+                bench.click({2, 2});
+                const QImage drawn = bench.canvas().flatten();
+                if (isElsewhere)
+                    bench.host.dialogs().expectFiles({path});
+                isElsewhere ? bench.editor->saveAs() : bench.editor->save();
+                QCOMPARE(bench.differences(), QString());
+                const SpritesPointer again = Bench::make();
+                QVERIFY(again->fromFile(FileSystemArchive::instance(), path, false));
+                QCOMPARE(again->at(0)->image(), drawn);
+            }
+        });
+        add("the editor is destroyed with steps left", [](Bench &bench) {
+            bench.click({2, 2});
+            bench.trigger("spr_frame_spr");
+            const QSignalSpy told(bench.editor.get(), &Editor::modified);
+            bench.host.activeEditor = nullptr;
+            bench.editor.reset();
+            QCOMPARE(told.count(), 0);
+            QVERIFY(!bench.workspace->renderer());
+            QVERIFY(bench.host.options.value("switch_frame_spr").toBool());
+        });
+        add("the option's colors are behind the picture", [](Bench &bench) {
+            bench.host.colors = {{"back_start", Qt::red}, {"back_end", Qt::blue}};
+            bench.editor->reconfig();
+            bench.trigger("spr_layer_delete");
+            const QImage shown = bench.view()->grab().toImage();
+            QSet<QRgb> checks;
+            for (int x = 0; x < 8; ++x)
+                checks << shown.pixel(bench.renderer().toScreen({x, 2}) + QPoint(4, 4));
+            QCOMPARE(checks, QSet<QRgb>({0xFFFF0000, QColor(Qt::red).lighter(112).rgb()}));
+            QCOMPARE(shown.pixelColor(1, 1), QColor(Qt::blue));
         });
         add("nothing is chosen in the dialogs", [](Bench &bench) {
             for (const char *command : {"spr_image_properties", "spr_resize"}) {
                 bench.expectAccept();
-                bench.trigger(command);
-                bench.host.dialogs().expectDialog([](QDialog *dialog) {
-                    dialog->findChild<QSpinBox *>("width")->setValue(50);
-                    dialog->reject();
-                });
                 bench.trigger(command);
             }
             QVERIFY(bench.canvas().undoStack.isClean());
@@ -722,20 +693,13 @@ private Q_SLOTS:
             bench.editor->paste();
             QCOMPARE(bench.names(), QStringList("Sprite"));
             QCOMPARE(bytesOf(bench.sprite()), bytesOf(somePicture({5, 3})));
-            QCOMPARE(bench.canvas().layers.rowCount(), 1);
-        });
-        add("the panel follows the sprites while it is wanted to", [](Bench &bench) {
-            QImage other = somePicture({5, 5}, 2);
-            other.setColorTable(someColors(99));
-            bench.insert("other", QImage());
-            bench.file->at(1)->setImage(other, false, Sprite::ImagePalette, nullptr);
-            auto *follows = qobject_cast<QAbstractButton *>(bench.host.control("spr_switch_pal"));
-            Palette *const own = bench.panel->currentPalette();
-            follows->click();
+            bench.insert("empty", QImage());
             bench.trigger("spr_next");
-            QCOMPARE(bench.panel->currentPalette(), own);
-            follows->click();
-            QCOMPARE(bench.panel->currentPalette(), bench.file->at(1)->palette());
+            bench.expectAccept();
+            bench.editor->paste();
+            QCOMPARE(bench.canvas().layers.rowCount(), 1);
+            bench.editor->setCurrentFile(nullptr);
+            bench.editor->paste();
         });
         add("channels, and one pixel that is nearly clear", [](Bench &bench) {
             QImage picture(2, 1, QImage::Format_ARGB32);
@@ -750,11 +714,8 @@ private Q_SLOTS:
             const char wanted[] = {char(qRed(clear)), 10, 0, 20, char(qBlue(clear)), 30};
             for (int i = 0; i < 3; ++i)
                 QCOMPARE(bytesOf(bench.sprite(unsigned(i) + 2)), QByteArray(wanted + 2 * i, 2));
-        });
-        add("the organizer chooses", [](Bench &bench) {
-            bench.insert("other", somePicture({5, 5}, 2));
-            Q_EMIT bench.organizer->itemClicked(1);
-            QCOMPARE(bench.editor->currentSprite(), bench.file->at(1));
+            for (int i = 0; i < 256; ++i)
+                QCOMPARE(bench.sprite(4).color(i), qRgb(i, i, i));
         });
         add("a first sprite in an empty file", [](Bench &bench) {
             bench.file->remove(0);
@@ -775,6 +736,9 @@ private Q_SLOTS:
             bench.expectAccept();
             bench.trigger("spr_new"); // it is shown at once
             QCOMPARE(bench.editor->currentSprite(), bench.file->at(1));
+            bench.expectAccept();
+            bench.trigger("spr_new");
+            QCOMPARE(bench.names(), QStringList({"Sprite", "Sprite 2", "Sprite 3"}));
         });
     }
 

@@ -1,4 +1,4 @@
-#include "spritetest.h"
+#include "randomsprites.h"
 
 #include <kilnx/code/animationcode.h>
 #include <kilnx/code/animations.h>
@@ -133,70 +133,6 @@ private Q_SLOTS:
         }
         QVERIFY(anyClear);
         bench.editor->setCurrentFile(nullptr);
-    }
-
-    void asksAtEveryWayOut_data()
-    {
-        const auto add = columns<Act, bool>("way", "yes");
-        const QPair<QByteArray, Act> ways[] = {
-            {"next sprite", [](Bench &bench) { bench.trigger("spr_next"); }},
-            {"slider",
-             [](Bench &bench) {
-                 static_cast<QSlider *>(bench.host.control("spr_sel"))->setValue(1);
-             }},
-            {"another file",
-             [](Bench &bench) {
-                 const SpritesPointer other = Bench::make();
-                 bench.editor->setCurrentFile(other.get());
-                 bench.editor->setCurrentFile(nullptr);
-             }},
-            {"close",
-             [](Bench &bench) {
-                 if (bench.editor->canDiscard(bench.file.get()))
-                     bench.editor->setCurrentFile(nullptr);
-             }},
-            {"engine switch", [](Bench &bench) { bench.editor->engineSwitched(false); }},
-            {"reload",
-             [](Bench &bench) {
-                 bench.insert("more", somePicture({2, 2}));
-                 bench.file->fromFile(FileSystemArchive::instance(), bench.path("kept.gleam"),
-                                      false);
-                 QCoreApplication::processEvents();
-             }},
-        };
-        for (const auto &[name, way] : ways) {
-            add(name + ", yes", way, true);
-            add(name + ", no", way, false);
-        }
-    }
-
-    void asksAtEveryWayOut()
-    {
-        const auto [way, yes] = row<Act, bool>();
-        Bench bench;
-        bench.show({somePicture({8, 8}, 1), somePicture({8, 8}, 2)});
-        bench.file->toFile(FileSystemArchive::instance(), bench.path("kept.gleam"), false);
-        bench.setColor(77);
-        bench.trigger("spr_tool_pen");
-        bench.click({4, 4});
-        QImage drawn = somePicture({8, 8}, 1);
-        drawn.setPixel(4, 4, 77);
-        bench.host.dialogs().expectBox(yes ? QMessageBox::Yes : QMessageBox::No);
-        way(bench);
-        QCOMPARE(bench.host.dialogs().finish(), QString());
-        QCOMPARE(bench.host.dialogs().seen().size(), 1);
-        QCOMPARE(bench.host.dialogs().seen()[0].title, QString("Discard changes?"));
-        QCOMPARE(bench.host.dialogs().seen()[0].text,
-                 QString("Do you want to discard the changes made in the current sprite?"));
-        QCOMPARE(bench.host.dialogs().seen()[0].defaultButton, QMessageBox::No);
-        const bool onCanvas = bench.editor->currentSprite() == bench.file->at(0) &&
-                              bytesOf(bench.canvas().flatten()) == bytesOf(drawn);
-        const bool inSprite = bytesOf(bench.sprite()) == bytesOf(drawn);
-        // The canvas or the sprite has the drawing in the end, unless it may be discarded.
-        QCOMPARE(onCanvas || inSprite, !yes);
-        QVERIFY(!yes || !bench.editor->isModified());
-        if (bench.editor->currentSprite())
-            QCOMPARE(static_cast<QSlider *>(bench.host.control("spr_sel"))->maximum(), 1);
     }
 
     void asksForThePalette_data()
@@ -437,6 +373,20 @@ private Q_SLOTS:
         QVERIFY2(told.endsWith("1 image(s) were saved."), qPrintable(told));
     }
 
+    void showsWhatIsThere_data()
+    {
+        columns<unsigned int>("seed");
+        const int wanted = qEnvironmentVariableIntValue("KILN_SPRITE_SEEDS");
+        for (unsigned int seed = 1; seed <= unsigned(wanted > 0 ? wanted : 4); ++seed)
+            QTest::addRow("%u", seed) << seed;
+    }
+
+    void showsWhatIsThere()
+    {
+        const auto [seed] = row<unsigned int>();
+        RandomUser(seed).walk(250);
+    }
+
     void copiesAndPastes_data()
     {
         const auto add = columns<Act, QSize, int, bool>("clip", "size", "layers", "sameIndexes");
@@ -469,9 +419,11 @@ private Q_SLOTS:
         bench.editor->paste();
         QCOMPARE(bench.canvas().size, size);
         QCOMPARE(bench.canvas().layers.rowCount(), layers);
+        QCOMPARE(bench.canvas().undoStack.index(), layers - 1);
         if (layers == 2) {
             const auto *top = dynamic_cast<RasterLayer *>(bench.canvas().layers.at(0));
             QCOMPARE(top->name, QString("Layer 2"));
+            QCOMPARE(bench.renderer().currentLayer(), top);
             QImage pasted = top->image.copy(QRect(QPoint(), clipped.size()));
             if (sameIndexes) {
                 QCOMPARE(bytesOf(pasted), bytesOf(clipped));
@@ -488,11 +440,11 @@ private Q_SLOTS:
                     nearest = distance(table[i]) < distance(table[nearest]) ? i : nearest;
                 QCOMPARE(int(pasted.constScanLine(2)[3]), nearest);
             }
-            QCOMPARE(bench.canvas().undoStack.index(), 1);
             bench.editor->undo();
         }
         QCOMPARE(bench.canvas().flatten(), before);
         bench.editor->cut();
+        QCOMPARE(QApplication::clipboard()->image(), before);
         QVERIFY(bench.canvas().flatten() != before);
         QCOMPARE(bench.renderer().picture(), bench.canvas().flatten());
     }
