@@ -225,6 +225,10 @@ QList<Kiln::ProjectFile *> ProjectSession::modifiedFiles(const Kiln::ParentProje
     modified.erase(std::remove_if(modified.begin(), modified.end(),
                                   [](Kiln::ProjectFile *file) { return !file->isModified(); }),
                    modified.end());
+    const auto isBefore = [](Kiln::ProjectFile *one, Kiln::ProjectFile *two) {
+        return one->fileName() < two->fileName();
+    };
+    std::sort(modified.begin(), modified.end(), isBefore);
     return modified;
 }
 

@@ -62,6 +62,7 @@ public:
     QList<Kiln::Project *> projects(const Kiln::ParentProject *of = nullptr) const;
     /// All loaded files, each once.
     QList<Kiln::ProjectFile *> files(const Kiln::ParentProject *of = nullptr) const;
+    /// By their names.
     QList<Kiln::ProjectFile *> modifiedFiles(const Kiln::ParentProject *of = nullptr) const;
 
     /// The Project that editors act on: the one last given to setCurrentProject(), else the first

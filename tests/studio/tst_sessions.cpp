@@ -68,7 +68,9 @@ QString valueOf(QWidget *widget)
             .arg(slider->minimum())
             .arg(slider->maximum());
     if (auto *combo = qobject_cast<QComboBox *>(widget))
-        return QString("%1 of %2").arg(combo->currentText()).arg(combo->count());
+        return QString("%1 of %2")
+            .arg(combo->currentIndex() < 0 ? combo->placeholderText() : combo->currentText())
+            .arg(combo->count());
     if (auto *tabs = qobject_cast<QTabBar *>(widget)) {
         QStringList texts;
         for (int i = 0; i < tabs->count(); ++i)
@@ -218,6 +220,8 @@ private:
             setValue(field(object), rest);
         } else if (verb == "key") {
             const QKeySequence keys(rest);
+            if (check(field(object), line))
+                field(object)->setFocus();
             QTest::keyClick(field(object), Qt::Key(keys[0] & ~int(Qt::KeyboardModifierMask)),
                             Qt::KeyboardModifiers(keys[0]) & Qt::KeyboardModifierMask);
         } else if (verb == "type") {
@@ -241,6 +245,14 @@ private:
                     word = QString("%1,%2").arg(screen.x()).arg(screen.y());
             }
             mouse(painting()->widget(), words);
+        } else if (verb == "option") {
+            set(object, rest);
+        } else if (verb == "copy") {
+            copyFolder(QDir(KILN_SOURCE_DIR).filePath(object), m_directory->filePath(rest));
+        } else if (verb == "project") {
+            check(host().openProject(m_directory->filePath(object)), line);
+        } else if (verb == "focus") {
+            m_said << "    focus: " + QApplication::focusWidget()->objectName();
         } else if (verb == "show") {
             m_state.clear();
         } else {
@@ -264,7 +276,8 @@ private:
         return done;
     }
 
-    /// Points are in the widget, a button is held from the first to the last one.
+    /// Points are in the widget, a button is held from the first to the last one. "row2" is the
+    /// middle of a list's third row.
     void mouse(QWidget *widget, const QStringList &words)
     {
         if (!check(widget, words.join(' ')))
@@ -275,9 +288,14 @@ private:
         keys.setFlag(Qt::ControlModifier, words.contains("ctrl"));
         QVector<QPoint> points;
         for (const QString &word : words) {
-            if (word.contains(','))
+            auto *view = qobject_cast<QAbstractItemView *>(widget);
+            if (view && word.startsWith("row"))
+                points << view->visualRect(view->model()->index(word.mid(3).toInt(), 0)).center();
+            else if (word.contains(','))
                 points << QPoint(word.section(',', 0, 0).toInt(), word.section(',', 1).toInt());
         }
+        if (auto *area = qobject_cast<QAbstractScrollArea *>(widget))
+            widget = area->viewport();
         const auto send = [&](QEvent::Type type, QPoint at) {
             const auto button = isRight ? Qt::RightButton : Qt::LeftButton;
             const bool moves = type == QEvent::MouseMove;
@@ -351,10 +369,11 @@ private:
             return;
         }
         const auto note = [&](const State &before) {
+            State all;
+            addWidgets(dialog, all);
             State now;
-            addWidgets(dialog, now);
-            for (QString &value : now)
-                value = tidy(value);
+            for (auto it = all.cbegin(); it != all.cend(); ++it)
+                now[tidy(it.key())] = tidy(it.value());
             noteDifferences(before, now, "        ", m_said);
             return now;
         };
@@ -509,7 +528,11 @@ private:
             });
         };
         State last;
+        QElapsedTimer watch;
+        watch.start();
         for (State now = seen(); now != last || isWaiting(); now = seen()) {
+            if (watch.hasExpired(8000))
+                return; // what is seen then tells what does not end
             last = now;
             QTest::qWait(20);
         }

@@ -39,32 +39,8 @@ class tst_studio_window : public WindowTest
         found.movePosition(QTextCursor::EndOfBlock);
         view()->setTextCursor(found);
     }
-    void goToLine(int line)
-    {
-        view()->setTextCursor(QTextCursor(document()->findBlockByNumber(line)));
-    }
 
 private slots:
-    void sampleOpensWithTreeAndMessages()
-    {
-        const Kiln::ParentProject *project = session().parentProject();
-        QVERIFY(session().projects().size() > 1);
-        // Every file that a definition names, and the scanned ones, have one row each.
-        for (const char *name :
-             {"tidewater.hearth", "heroes/wren/wren.wisp", "heroes/wren/air.glow",
-              "stages/harbour/harbour.glade", "shared/rules.glow"}) {
-            const Kiln::ParentProject::Path *row = project->filePath(path(name));
-            QVERIFY2(row && row->isFile(), name);
-        }
-        int problems = 0;
-        for (Kiln::ProjectFile *file : session().files())
-            problems += int(file->messages()->count(Kiln::Message::All));
-        QVERIFY2(problems > 0, "the sample has something to complain about");
-        QVERIFY(messages()->rowCount() >= problems);
-        QCOMPARE(messages()->headerData(0, Qt::Horizontal, Qt::DisplayRole).toString(), "Message");
-        QCOMPARE(settings().recentProjects().first(), hero());
-    }
-
     void languageIsChangedAtOnce()
     {
         open("heroes/wren/air.glow");
@@ -90,38 +66,11 @@ private slots:
         QCOMPARE(texts(), before);
     }
 
-    void typingReachesTreeAndMessagesAtOnce()
-    {
-        open("heroes/wren/ground.glow");
-        const int errors = messages()->errorCount();
-        const int rows = nodes()->model()->rowCount();
-        QAbstractItemModelTester tester(nodes()->model());
-        goTo("drift: 0.4, 0");
-        type("\n\n@state swim\n    posture: floating");
-        QCOMPARE(nodes()->model()->rowCount(), rows + 1);
-        QCOMPARE(messages()->errorCount(), errors + 1);
-        QCOMPARE(nodes()->currentIndex(),
-                 document()->indexInLine(view()->textCursor().blockNumber()));
-        auto *status = m_window->findChild<StatusFields *>();
-        QCOMPARE(status->field(0), QStringLiteral("Line: %1, Column: %2, Line count: %3")
-                                       .arg(view()->textCursor().blockNumber() + 1)
-                                       .arg(22)
-                                       .arg(document()->blockCount()));
-        QCOMPARE(status->field(1), QStringLiteral("Syntax error count: %1")
-                                       .arg(document()->messages()->count(Kiln::Message::Error)));
-        QVERIFY(m_window->isWindowModified());
-
-        while (document()->isUndoAvailable())
-            QTest::keyClick(view(), Qt::Key_Z, Qt::ControlModifier);
-        QCOMPARE(nodes()->model()->rowCount(), rows);
-        QCOMPARE(messages()->errorCount(), errors);
-        QVERIFY(!m_window->isWindowModified());
-    }
-
     void messageTableHoldsTheModelRules()
     {
-        QAbstractItemModelTester tester(messages());
         open("heroes/wren/ground.glow");
+        QAbstractItemModelTester tester(messages());
+        QAbstractItemModelTester nodeTester(nodes()->model());
         QTreeView *table = m_window->findChild<QTreeView *>("messages_view");
         table->setCurrentIndex(messages()->index(0, 0));
         goTo("posture: crouching");
@@ -133,100 +82,6 @@ private slots:
         QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier);
         QVERIFY(host().closeProject());
         QCOMPARE(messages()->rowCount(), 0);
-    }
-
-    void messagesLeadToTheirLines()
-    {
-        open("heroes/wren/ground.glow");
-        QTreeView *table = m_window->findChild<QTreeView *>("messages_view");
-        QVERIFY(messages()->rowCount() > 1);
-        for (int row = 0; row < messages()->rowCount(); ++row) {
-            Kiln::ProjectFile *file = nullptr;
-            const Kiln::Message message = messages()->messageAt(row, file);
-            QVERIFY(file);
-            table->setCurrentIndex(messages()->index(row, 0));
-            QTest::keyClick(table, Qt::Key_Return);
-            QCOMPARE(host().deck().currentFile(), file);
-            QCOMPARE(view()->textCursor().blockNumber(), message.line);
-            QCOMPARE(messages()->index(row, 2).data().toInt(), message.line + 1);
-            QCOMPARE(session().currentProject(), file->project());
-        }
-        QTest::keyClick(m_window.get(), Qt::Key_F8);
-        QCOMPARE(table->currentIndex().row(), 0);
-    }
-
-    // The box under the text and the table have the message at the caret, or tell how many there
-    // are; the keys go on from the caret.
-    void messagesFollowTheCaret()
-    {
-        open("heroes/wren/showcase.glow");
-        auto *box = m_window->findChild<QComboBox *>("codeMessages");
-        auto *table = m_window->findChild<QTreeView *>("messages_view");
-        const Kiln::Messages *all = document()->messages();
-        QVERIFY(box->count() > 4);
-        type("nonsense\n");
-        QTRY_COMPARE(box->currentIndex(), -1);
-        QCOMPARE(box->placeholderText(), QString("Errors: %1, Warnings: %2")
-                                             .arg(all->count(Kiln::Message::Error))
-                                             .arg(all->count(Kiln::Message::Warning)));
-        for (const int row : {2, 0, box->count() - 1}) {
-            const Kiln::Message message = all->at(unsigned(row), Kiln::Message::All);
-            goToLine(message.line);
-            QTRY_COMPARE(box->currentText(), message.text);
-            QTest::keyClick(view(), Qt::Key_End);
-            type(" ; five");
-            QTRY_COMPARE(box->currentText(), message.text);
-            QTRY_COMPARE(table->currentIndex().data().toString(), message.text);
-        }
-        // The next line that has one, and back again.
-        const int above = all->at(1, Kiln::Message::All).line;
-        goToLine(above - 1);
-        type("\n");
-        QTest::keyClick(m_window.get(), Qt::Key_F8);
-        QCOMPARE(view()->textCursor().blockNumber(), above + 1);
-        QTest::keyClick(m_window.get(), Qt::Key_F8);
-        QVERIFY(view()->textCursor().blockNumber() > above + 1);
-        QTest::keyClick(view(), Qt::Key_Down);
-        QTest::keyClick(m_window.get(), Qt::Key_F8, Qt::ShiftModifier);
-        QCOMPARE(view()->textCursor().blockNumber(), all->at(2, Kiln::Message::All).line);
-    }
-
-    void messagesAreFiltered()
-    {
-        auto *table = m_window->findChild<QTreeView *>("messages_view");
-        const auto press = [this](const char *name) {
-            QTest::mouseClick(m_window->findChild<QAbstractButton *>(name), Qt::LeftButton, {},
-                              QPoint(8, 8));
-        };
-        open("heroes/wren/air.glow");
-        type("nonsense\n");
-        open("heroes/wren/showcase.glow");
-        type("nonsense\nnonsense\n");
-        const int errors = messages()->errorCount();
-        const int all = messages()->rowCount();
-        QVERIFY(errors > 0 && messages()->warningCount() > 0);
-        QCOMPARE(m_window->findChild<QToolButton *>("messages_errors")->text(),
-                 QString("Errors: %1").arg(errors));
-        press("messages_errors");
-        QCOMPARE(table->model()->rowCount(), all - errors);
-        press("messages_warnings");
-        QCOMPARE(table->model()->rowCount(), all - errors - messages()->warningCount());
-        press("messages_errors");
-        press("messages_only_shown");
-        const int own = int(document()->messages()->count(Kiln::Message::Error));
-        QCOMPARE(table->model()->rowCount(), own);
-        QVERIFY(own > 1 && own < errors);
-        // A row of what is left leads to its line.
-        table->setCurrentIndex(table->model()->index(1, 0));
-        QTest::keyClick(table, Qt::Key_Return);
-        QCOMPARE(view()->textCursor().blockNumber(),
-                 document()->messages()->at(1, Kiln::Message::Error).line);
-        open("heroes/wren/air.glow");
-        QCOMPARE(table->model()->rowCount(),
-                 int(document()->messages()->count(Kiln::Message::Error)));
-        press("messages_warnings");
-        press("messages_only_shown");
-        QCOMPARE(table->model()->rowCount(), all);
     }
 
     // Below the title bar of a screen of 1024 by 600.
@@ -243,102 +98,6 @@ private slots:
                 size.width() <= 1016 && size.height() <= 580,
                 qPrintable(QString("%1: %2 by %3").arg(file).arg(size.width()).arg(size.height())));
         }
-    }
-
-    void nodesLeadToTheirLines()
-    {
-        open("heroes/wren/ground.glow");
-        const QModelIndex section = nodes()->model()->index(2, 0);
-        nodes()->setCurrentIndex(section);
-        QTest::keyClick(nodes(), Qt::Key_Return);
-        QCOMPARE(view()->textCursor().blockNumber(), document()->lineNo(section));
-        QCOMPARE(QApplication::focusWidget(), view());
-
-        // A file that is loaded anew has other nodes, and the tree is open at the cursor again.
-        const int line = view()->textCursor().blockNumber();
-        QVERIFY(nodes()->isExpanded(document()->indexInLine(line)));
-        document()->reload();
-        QTRY_VERIFY(nodes()->isExpanded(document()->indexInLine(line)));
-    }
-
-    // The panel has the animations of the file on show, changes its text, and leads to its lines.
-    void organizerFollowsTheFile()
-    {
-        open("heroes/wren/wren.flick");
-        QVERIFY(organizer()->isVisible());
-        QCOMPARE(organizer()->model()->index(1, 0).data().toString(), "walk - Walking");
-        organizer()->setCurrentIndex(organizer()->model()->index(1, 0));
-        auto *button = m_window->findChild<QToolButton *>("org_up");
-        QVERIFY(button->isVisible());
-        QTest::mouseClick(button, Qt::LeftButton);
-        QCOMPARE(organizer()->model()->index(0, 0).data().toString(), "walk - Walking");
-        QVERIFY(document()->toPlainText().indexOf("@animation walk") <
-                document()->toPlainText().indexOf("@animation stand"));
-        const QModelIndex tiptoe = organizer()->model()->index(2, 0);
-        const QPoint place = organizer()->visualRect(tiptoe).center();
-        QTest::mouseClick(organizer()->viewport(), Qt::LeftButton, {}, place);
-        QTest::mouseDClick(organizer()->viewport(), Qt::LeftButton, {}, place);
-        QVERIFY(view()->textCursor().block().text().startsWith("@animation tiptoe"));
-        set("show_organizer", false);
-        QVERIFY(!organizer()->isVisible());
-        set("show_organizer", true);
-        QVERIFY(organizer()->isVisible());
-
-        open("heroes/wren/air.glow");
-        QVERIFY(!organizer()->isVisible());
-        open("heroes/wren/wren.flick");
-        QVERIFY(organizer()->isVisible());
-        m_dialogs->expectBox(QMessageBox::Discard);
-        actions()->closeFile->trigger();
-        QVERIFY(!organizer()->isVisible());
-        QVERIFY(!organizer()->model());
-    }
-
-    void organizerHasKeys_data()
-    {
-        const auto add = columns<QKeySequence, int, int>("key", "from", "to");
-        add("up", Qt::ALT + Qt::Key_Up, 3, 2);
-        add("down", Qt::ALT + Qt::Key_Down, 3, 4);
-        add("up 10", Qt::ALT + Qt::Key_PageUp, 12, 2);
-        add("down 10", Qt::ALT + Qt::Key_PageDown, 2, 12);
-        add("top", Qt::ALT + Qt::Key_Home, 3, 0);
-        add("bottom", Qt::ALT + Qt::Key_End, 3, 16);
-        add("sorted", Qt::CTRL + Qt::SHIFT + Qt::Key_O, 7, 0);
-    }
-
-    void organizerHasKeys()
-    {
-        const auto [key, from, to] = row<QKeySequence, int, int>();
-        open("heroes/wren/wren.flick");
-        const QString text = document()->toPlainText();
-        const QModelIndex moved = organizer()->model()->index(from, 0);
-        const QString name = moved.data().toString();
-        organizer()->setCurrentIndex(moved);
-        view()->setFocus();
-        QTest::keySequence(view(), key);
-        QCOMPARE(document()->toPlainText(), text);
-        organizer()->setFocus();
-        QTest::keySequence(organizer(), key);
-        QCOMPARE(organizer()->model()->index(to, 0).data().toString(), name);
-        document()->QTextDocument::undo();
-        QCOMPARE(document()->toPlainText(), text);
-    }
-
-    // A project of another engine makes that one current, and back.
-    void enginesTakeTurns()
-    {
-        const QString arcade = m_directory->filePath("arcade");
-        copyFolder(KILN_SOURCE_DIR "/engines/spark/sample", arcade);
-        QVERIFY(host().openProject(arcade));
-        QCOMPARE(host().engine()->displayName(), "Spark");
-        QCOMPARE(actions()->newMenu->actions().size(), 1);
-        type("lonely = 1\n");
-        QVERIFY2(messages()->errorCount() > 0, "a value without a section is an error of Spark's");
-        actions()->undo->trigger();
-        actions()->save->trigger();
-        QVERIFY(host().openProject(hero()));
-        QCOMPARE(host().engine()->displayName(), "Ember");
-        QVERIFY(actions()->newMenu->actions().size() > 1);
     }
 
     void twoProjectsStandSideBySide()
@@ -542,27 +301,6 @@ private slots:
         QCOMPARE(view()->font().pointSize(), 19);
         actions()->zoomActual->trigger();
         QCOMPARE(view()->font().pointSize(), 17);
-    }
-
-    void encodingIsChosenFromTheStatusBar()
-    {
-        open("heroes/wren/ground.glow");
-        m_dialogs->expectDialog([](QDialog *dialog) {
-            dialog->findChild<QComboBox *>("codePage")->setCurrentText("UTF-16LE");
-            dialog->accept();
-        });
-        m_dialogs->expectBox(QMessageBox::No);
-        auto *field = m_window->findChild<QToolButton *>("status_field_2");
-        QTest::mouseClick(field, Qt::LeftButton);
-        QCOMPARE(document()->codecName(), "UTF-16LE");
-        QCOMPARE(field->text(), "Encoding: UTF-16LE");
-    }
-
-    void definitionsDoNotTakeSettingsAway()
-    {
-        settings().setValue("highlightCode", false);
-        QVERIFY(host().openProject(hero()));
-        QVERIFY(!settings().value("highlightCode").toBool());
     }
 
     void everythingHasANameAndAKey()
