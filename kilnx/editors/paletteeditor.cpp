@@ -143,7 +143,6 @@ void PaletteEditorPrivate::setFile(Palettes *file)
     ++stamp;
     palettes = file;
     row = cameFrom = QPersistentModelIndex();
-    shownCount = count();
     if (remapDialog)
         remapDialog->setPalettes(file);
     if (file) {

@@ -104,9 +104,7 @@ void ThumbnailsEditorPrivate::declare()
         const QSignalBlocker quiet(range); // the range is not the user's choice
         range->setRange(ThumbnailsEditor::smallestSide, ThumbnailsEditor::largestSide);
     }
-    ListViewControl list;
-    list.receiver = editor;
-    QWidget *widget = interface->addControl(QStringLiteral("thumb_list"), list);
+    QWidget *widget = interface->addControl(QStringLiteral("thumb_list"), ListViewControl());
     view = qobject_cast<QListView *>(widget);
     for (const PanelAction &entry : panelActions) {
         const QString key = QLatin1String(entry.key);

@@ -164,8 +164,10 @@ void tst_paletteeditor::init()
 
 void tst_paletteeditor::makePanel(int palettes)
 {
-    m_spriteEditor = m_host->deck().make<SpriteStub>();
     m_editor = new NamingEditor;
+    m_editor->engineSwitched(true);
+    QVERIFY(!m_editor->switchToSprites());
+    m_spriteEditor = m_host->deck().make<SpriteStub>(); // after the panel, as a host may
     m_sprites.reset(new EmberSprites(StreamCache::Memory));
     for (int i = 0; i < palettes; ++i)
         m_sprites->palettes()->add(randomTable(m_random).data(), i, false);
@@ -184,6 +186,7 @@ void tst_paletteeditor::makePanel(int palettes)
     m_editor->setPalettes(m_sprites->palettes());
     m_host->options.insert("project_path", m_directory->path());
     m_host->mainWindow()->show();
+    QCOMPARE(m_editor->widget()->sizeHint().width(), 16 * m_host->scaled(12));
     m_editor->widget()->setCellSize(12);
     m_editor->widget()->setGeometry(0, 0, 192, 192);
     m_editor->widget()->show();
@@ -365,9 +368,13 @@ void tst_paletteeditor::randomUser()
                 at += (from > at && to <= at) - (from < at && to >= at);
         } else if (action <= 9 && !model.isEmpty()) {
             // A colour is dragged, the others make room.
+            const QImage still = grid->grab().toImage();
+            const int next = one < other ? one + 1 : one - 1;
             QTest::mousePress(grid, Qt::LeftButton, {}, cell(one));
             QMouseEvent move(QEvent::MouseMove, cell(other), Qt::NoButton, Qt::LeftButton, {});
             QCoreApplication::sendEvent(grid, &move);
+            if (one != other)
+                QCOMPARE(grid->grab().toImage().pixel(cell(one)), still.pixel(cell(next)));
             QTest::mouseRelease(grid, Qt::LeftButton, {}, cell(other));
             if (one != other) {
                 Table table = model[at].second;
@@ -443,9 +450,10 @@ void tst_paletteeditor::randomUser()
                 m_sprites.swap(hiddenFile);
                 model.swap(hiddenModel);
             }
+            const int place = int(m_sprites->palettes()->current());
             m_editor->setPalettes(m_sprites->palettes());
             QVERIFY(isOther || shownFields(*m_host, "pal_") == shown);
-            at = model.isEmpty() ? 0 : int(m_sprites->palettes()->current());
+            at = model.isEmpty() ? 0 : qMin(place, model.size() - 1);
             ring.clear();
         }
         checkShown();
@@ -876,7 +884,6 @@ void tst_paletteeditor::followsTheSprites()
 {
     auto *organizer = m_host->deck().make<OrganizerEditor>();
     makePanel(3);
-    m_editor->engineSwitched(true);
     emit m_spriteEditor->visibilityChanged(true);
     QCOMPARE(m_host->shownExtraEditor, m_editor.data());
     emit m_spriteEditor->visibilityChanged(false);

@@ -687,12 +687,13 @@ private slots:
         const auto take = [&] {
             click("add");
             QStringList names;
-            while (chosen->rowCount() > 0) {
-                names << chosen->index(0, 0).data().toString();
-                dialog.findChild<QListView *>("destination")->setCurrentIndex(chosen->index(0, 0));
-                click("remove");
+            auto *selection = dialog.findChild<QListView *>("destination")->selectionModel();
+            for (int row = chosen->rowCount(); row-- > 0;) { // all at once, the last one first
+                names.prepend(chosen->index(row, 0).data().toString());
+                selection->select(chosen->index(row, 0), QItemSelectionModel::Select);
             }
-            return names;
+            click("remove");
+            return chosen->rowCount() > 0 ? QStringList("LEFT") : names;
         };
         QStringList all;
         for (unsigned int i = 0; i < heroes.source->itemCount(); ++i)
@@ -798,7 +799,11 @@ private slots:
             dialog->show();
             QVERIFY(QTest::qWaitForWindowExposed(dialog.get()));
             auto *projects = dialog->findChild<QComboBox *>("projects");
-            projects->setCurrentIndex(projects->findText(heroes.source->project()->displayName()));
+            const int wren = projects->findText(heroes.source->project()->displayName());
+            for (const int row : {0, 1, wren})
+                projects->setCurrentIndex(row);
+            if (auto *palettes = dialog->findChild<QComboBox *>("palette"))
+                QCOMPARE(palettes->count(), int(sprites->palettes()->count()));
             QCOMPARE(misplaced(*dialog), QStringList());
             for (const QPushButton *button : dialog->findChildren<QPushButton *>())
                 QCOMPARE(button->autoDefault(), button->objectName().isEmpty());
