@@ -116,6 +116,7 @@ private:
     {
         const QByteArray before = bytes();
         const int progresses = m_bench.host.progresses.size();
+        const int steps = m_bench.canvas().undoStack.index();
         m_isRefused = m_isLeft = false;
         m_drawn = QImage();
         m_asked = 0;
@@ -136,6 +137,7 @@ private:
         if (m_isRefused || (m_isLeft && kind < 6)) {
             QCOMPARE(after, before);
             QCOMPARE(m_bench.host.progresses.size(), progresses);
+            QCOMPARE(m_bench.canvas().undoStack.index(), m_isLeft ? 0 : steps);
         }
         if (m_isLeft)
             m_bench.editor->setCurrentFile(m_bench.file.get());

@@ -113,6 +113,7 @@ struct Bench {
         editor->setCurrentFile(file.get());
         editor->setCurrent(0);
         QCoreApplication::processEvents();
+        QVERIFY(pictures.isEmpty() || renderer().zoom() == 8); // as large as it may be
         magnify();
     }
     /// Eight dots of the screen a pixel, for mouse().

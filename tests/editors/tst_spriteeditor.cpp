@@ -436,6 +436,11 @@ private Q_SLOTS:
                                   Qt::LeftButton | Qt::RightButton, {});
                 QApplication::sendEvent(list->viewport(), &other);
             },
+            [&] {
+                QMouseEvent other(QEvent::MouseButtonRelease, place(0), Qt::RightButton,
+                                  Qt::LeftButton, {});
+                QApplication::sendEvent(list->viewport(), &other);
+            },
             [list] {
                 QEvent blocked(QEvent::WindowBlocked);
                 QApplication::sendEvent(list, &blocked);

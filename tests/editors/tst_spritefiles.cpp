@@ -622,6 +622,7 @@ private Q_SLOTS:
             QCOMPARE(bytesOf(image), bytesOf(original->image()));
             QVERIFY(mode > 0 || image.colorTable() == original->image().colorTable());
         }
+        QVERIFY(mode == 0 || target->at(0)->palette() == target->at(1)->palette());
         QCOMPARE(target->palettes()->removeDuplicates(), 0U);
         if (policy == 2) { // now all is there
             bench.host.dialogs().expectDialog(choose);
