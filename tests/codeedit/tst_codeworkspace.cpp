@@ -68,6 +68,11 @@ private slots:
             QCOMPARE(m_host->action(key)->text(), QString(expected[key]));
             QCOMPARE(m_host->action(key)->isCheckable(), !qstrcmp(key, "view_code_bar"));
         }
+        m_document->fromString("[x]\ny\nz");
+        m_host->action("code_fold_all")->trigger();
+        QCOMPARE(m_document->lineCount(), 2);
+        m_host->action("code_unfold_all")->trigger();
+        QCOMPARE(m_document->lineCount(), 3);
         QCOMPARE(m_workspace->name(), "code");
         QVERIFY(m_host->menu("edit")->actions().contains(m_host->action("code_goto")));
         QVERIFY(m_host->menu("view")->actions().contains(m_host->action("view_code_bar")));
@@ -460,6 +465,8 @@ private slots:
                 QCOMPARE(dialog->windowTitle(), QString("Encoding"));
                 auto *codecs = dialog->findChild<QComboBox *>("codePage");
                 QCOMPARE(codecs->count(), TextCodecs::count());
+                QVERIFY(codecs->isVisible());
+                QVERIFY(dialog->findChild<QDialogButtonBox *>()->isVisible());
                 codecs->setCurrentText(name);
                 dialog->accept();
             });

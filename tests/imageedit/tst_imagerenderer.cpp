@@ -591,6 +591,7 @@ private Q_SLOTS:
         bench.renderer.setCurrentLayer(canvas.layers.at(0));
         const QByteArray untouched = stateOf(canvas);
         bench.renderer.setActiveTool(tool);
+        canvas.selection.active = tool == ImageRenderer::PenSel;
         if (how == "focus lost") { // the release of a key goes elsewhere then
             bench.move({3, 3});
             QTest::keyPress(bench.widget.get(), Qt::Key_Space);
@@ -630,6 +631,8 @@ private Q_SLOTS:
         const int steps = bench.steps();
         bench.move({20, 1});
         bench.release({20, 1});
+        if (tool == ImageRenderer::PenSel)
+            QVERIFY(canvas.selection.active);
         QCOMPARE(stateOf(canvas), before);
         QCOMPARE(canvas.selection.mask, mask);
         QCOMPARE(bench.steps(), steps);
@@ -669,9 +672,15 @@ private Q_SLOTS:
     {
         auto *bench = new Bench(false, IndexedCanvas, {30, 30});
         PenTool orphan(&bench->renderer);
-        orphan.setParent(nullptr);
         PenSelTool orphanSelection(&bench->renderer);
-        orphanSelection.setParent(nullptr);
+        CanvasMoveTool orphanMove(&bench->renderer);
+        SelMoveTool orphanSelMove(&bench->renderer);
+        RectSelTool orphanRect(&bench->renderer);
+        PickerTool orphanPicker(&bench->renderer);
+        ImageTool *const orphans[] = {&orphan,        &orphanSelection, &orphanMove,
+                                      &orphanSelMove, &orphanRect,      &orphanPicker};
+        for (ImageTool *tool : orphans)
+            tool->setParent(nullptr);
         delete bench->renderer.toolOptions(); // the host's bar went
         for (int tool = 0; tool < ImageRenderer::ToolCount; ++tool) {
             bench->renderer.setActiveTool(tool);
@@ -685,8 +694,7 @@ private Q_SLOTS:
         bench->press({4, 4});
         delete bench;
         QCursor cursor;
-        for (BasePenTool *tool :
-             {static_cast<BasePenTool *>(&orphan), static_cast<BasePenTool *>(&orphanSelection)}) {
+        for (ImageTool *tool : orphans) {
             tool->mousePressed({}, Qt::RightButton, {1, 1}, {1, 1}, cursor);
             tool->mouseMoved({}, Qt::RightButton, {9, 9}, {9, 9}, cursor);
             tool->mouseReleased({}, Qt::RightButton, {9, 9}, {9, 9}, cursor);

@@ -585,6 +585,7 @@ private Q_SLOTS:
     {
         PaletteRemapWidget widget(true);
         QCOMPARE(widget.sizeHint(), QSize(12, 24));
+        QCOMPARE(widget.focusPolicy(), Qt::TabFocus);
         QVERIFY(!widget.setCurrent(1));
         widget.setCount(99);
         QCOMPARE(widget.minimumSizeHint(), QSize(144, 24));

@@ -476,11 +476,12 @@ private Q_SLOTS:
         } view;
         GraphicsRenderer::setOrigin({100, 100});
         view.setDrawContactBoxMode(ContactBoxCode::Attack);
-        view.mousePressed({150, 150}, Qt::LeftButton, {});
-        view.mouseMoved({160, 155}, {});
-        view.mouseReleased({160, 155}, Qt::LeftButton, {});
+        view.mousePressed({160, 155}, Qt::LeftButton, {});
+        view.mouseMoved({150, 150}, {});
+        view.mouseReleased({150, 150}, Qt::LeftButton, {});
+        QCOMPARE(view.boxesSelectionRect(), QRect(51, 51, 9, 4));
         view.setPositioningMode();
-        QCOMPARE(view.boxesSelectionRect(), QRect(50, 50, 11, 6));
+        QCOMPARE(view.boxesSelectionRect(), QRect(51, 51, 9, 4));
     }
 
     // Boxes of every kind are drawn and removed, also by a host that says nothing of it.
