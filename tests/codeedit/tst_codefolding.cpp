@@ -56,6 +56,9 @@ private slots:
         QCOMPARE(shown(), QString("xxxxxxxxxx"));
         for (int line = 0; line < 10; ++line)
             QVERIFY(!isFolded(line));
+        m_editor->setPlainText("-\n-\n-\n-"); // of one depth
+        m_editor->foldAll();
+        QCOMPARE(shown(), QString("xxxx"));
     }
 
     void markerIsClickedAndLightsUp()
@@ -180,6 +183,10 @@ private slots:
     void keysStepOverAFold()
     {
         toggle(0);
+        // A line that stands for others is selected with them.
+        QTest::mouseClick(margin(), Qt::LeftButton, Qt::NoModifier,
+                          QPoint(3, m_editor->cursorRect(cursorAt(0, 0)).center().y()));
+        QCOMPARE(m_editor->textCursor().position(), block(7).position());
         setCursor(0, 1);
         QTest::keyClick(m_editor.get(), Qt::Key_Down);
         QCOMPARE(m_editor->currentLine().line, 7);

@@ -128,9 +128,10 @@ private slots:
             }
             QCOMPARE(places, QStringList({"F 0 20", "G 1 0", "H 2 0"}));
             // A list shows what it is told, which is no property of its user's.
-            if (auto *list = qobject_cast<QComboBox *>(control))
+            if (auto *list = qobject_cast<QComboBox *>(control)) {
+                QCOMPARE(list->count(), 2);
                 list->setCurrentText(value.toString());
-            else
+            } else
                 QVERIFY(control->setProperty(control->metaObject()->userProperty().name(), value));
             dialog->accept();
         });
@@ -141,6 +142,22 @@ private slots:
                                                   "<field title='H'/>",
                                               "&lt;@f|@fz>")),
               "code");
+    }
+
+    void fieldsStayInTheirList()
+    {
+        SnipFieldsModel model;
+        for (const char *name : {"a", "b", "c"}) {
+            model.append(std::make_unique<RegularSnipField>("string"));
+            auto field = std::make_unique<RegularSnipField>("string");
+            field->name = name;
+            model.replace(model.rowCount() - 1, std::move(field));
+        }
+        for (const int row : {-1, 2, 3}) { // nothing is there, or nothing below
+            model.moveDown(row);
+            model.remove(row == 2 ? 9 : row);
+            QCOMPARE(model.at(0)->name + model.at(1)->name + model.at(2)->name, QString("abc"));
+        }
     }
 
     void badFiles_data()

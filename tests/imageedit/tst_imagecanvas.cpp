@@ -154,6 +154,18 @@ private Q_SLOTS:
     {
         QRandomGenerator dice(8);
         TablePalette palette(2);
+        // Indexes among colours are those of the palette.
+        ImageCanvas mixed(&palette);
+        mixed.setFormat(RGBACanvas, false);
+        mixed.setSize({256, 1}, {}, false);
+        QImage indexes({256, 1}, QImage::Format_Indexed8);
+        for (int i = 0; i < 256; ++i)
+            indexes.scanLine(0)[i] = uchar(i);
+        mixed.layers.addLayer(&indexes);
+        const QImage shown = mixed.flatten();
+        for (int i = 0; i < 256; ++i)
+            QVERIFY(qAlpha(palette.rgbAt(uchar(i))) < 255 ||
+                    shown.pixel(i, 0) == palette.rgbAt(uchar(i)));
         for (int mode = QPainter::CompositionMode_Plus; mode <= QPainter::CompositionMode_Exclusion;
              ++mode) {
             ImageCanvas canvas(&palette);

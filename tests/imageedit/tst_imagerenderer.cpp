@@ -716,6 +716,8 @@ private Q_SLOTS:
         bench.stroke({{10, 10}, {30, 12}});
         QCOMPARE(areas[0][0].toRect(), QRect(10, 10, 8, 8));
         QCOMPARE(areas[1][0].toRect(), QRect(10, 10, 28, 10));
+        bench.stroke({{-50, -50}});
+        QCOMPARE(areas.count(), 2);
         QCOMPARE(renderer.picture().pixelIndex(32, 15), 200);
         QCOMPARE(renderer.picture().pixelIndex(250, 250), before);
         renderer.canvas.announceImage();

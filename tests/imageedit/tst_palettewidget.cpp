@@ -1,4 +1,8 @@
 #include <kilnx/forms/colorwidget.h>
+#include <kilnx/forms/imagedlgs.h>
+#include <kilnx/forms/resampledlg.h>
+#include <kilnx/forms/rundlg.h>
+#include <kilnx/forms/sprimport.h>
 #include <kilnx/image/palette.h>
 #include <kilnx/imageedit/colorpalette.h>
 #include <kilnx/imageedit/imagetool.h>
@@ -10,7 +14,7 @@
 #include <QtCore/QRandomGenerator>
 #include <QtTest/QSignalSpy>
 #include <QtTest/QtTest>
-#include <QtWidgets/QToolTip>
+#include <QtWidgets/QtWidgets>
 
 #include <numeric>
 
@@ -205,6 +209,8 @@ private Q_SLOTS:
         addRow("ctrl, one", left, ctrl, false, true, Cells{1}, Cells{5}, "sc");
         addRow("shift, up to", left, shift, true, true, Cells{1, 3}, Cells{3, 4, 5}, "smc");
         addRow("shift, down to", left, shift, true, true, Cells{2, 7}, Cells{5, 6, 7}, "smc");
+        addRow("shift, from the first", left, shift, true, true, Cells{0}, Cells{0, 1, 2, 3, 4, 5},
+               "smc");
         addRow("shift, alone", left, shift, true, true, Cells{}, Cells{5}, "sc");
         addRow("shift, one", left, shift, false, true, Cells{1}, Cells{5}, "sc");
         addRow("right", right, 0, true, true, Cells{4, 5}, Cells{4}, "sc");
@@ -331,6 +337,15 @@ private Q_SLOTS:
                 isLocked ? widget.unlock() : widget.lock();
                 isLocked = !isLocked;
             } else if (kind == 29) {
+                if (dice.bounded(3) == 0) {
+                    RGBA table[256];
+                    Colors colors;
+                    for (RGBA &entry : table)
+                        colors.append(toQRgb(entry = fromQRgb(dice.generate())));
+                    widget.load(table);
+                    ring.reset(colors);
+                    ring.started = true;
+                }
                 const bool clears = dice.bounded(3) == 0;
                 clears ? widget.reset() : widget.flatten();
                 if (!isLocked && (clears || ring.shown > 0))
@@ -579,6 +594,35 @@ private Q_SLOTS:
         palette->setForegroundIndex(1);
         delete palette;
         QVERIFY(!background);
+    }
+
+    /// Nothing in a dialog lies on another thing, and the first number can be typed at once.
+    void dialogsAreLaidOut()
+    {
+        QStringListModel model({"one", "two"});
+        ImgInfoDlg info(nullptr, "info", 0, {30, 40});
+        ImgResizeDlg resize(nullptr, {30, 40}, {});
+        RotImgDlg rotate(nullptr, {});
+        ItemsDialog items(nullptr, "items", &model);
+        ResampleDlg resample(nullptr, &model, 0, 44100, 16, 2);
+        RunDlg run(nullptr, &model, 0);
+        SprImport import(nullptr, "import", {"/a.png", "/b.png"}, &model, 0);
+        for (QDialog *dialog : std::initializer_list<QDialog *>{&info, &resize, &rotate, &items,
+                                                                &resample, &run, &import}) {
+            dialog->show();
+            QVERIFY(dialog->findChild<QDialogButtonBox *>());
+            QList<QWidget *> parts =
+                dialog->findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly);
+            while (!parts.isEmpty()) {
+                const QWidget *part = parts.takeLast();
+                for (const QWidget *other : qAsConst(parts))
+                    QVERIFY(!part->geometry().intersects(other->geometry()));
+            }
+            if (auto *number = qobject_cast<QAbstractSpinBox *>(dialog->focusWidget()))
+                QVERIFY(number->findChild<QLineEdit *>()->hasSelectedText());
+            QCOMPARE(qobject_cast<QAbstractSpinBox *>(dialog->focusWidget()) != nullptr,
+                     dialog == &info || dialog == &resize || dialog == &rotate);
+        }
     }
 
     void remapWidgetHoldsPairs()

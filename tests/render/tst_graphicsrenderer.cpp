@@ -61,6 +61,7 @@ Scene::Scene()
         plain.crossPictures[i].save(files.last());
     }
     GraphicsRenderer::setCrossHair(GraphicsRenderer::CrossHairFiles, files[0], files[1], files[2]);
+    GraphicsRenderer::setCrossHair(GraphicsRenderer::CrossHairKept, {}, {}, {});
     randomPicture(random, {60, 40}, false).save(directory.filePath("stage.png"));
 }
 
