@@ -202,62 +202,169 @@ private slots:
     }
 
 private:
-    /// Does one line. Words are parted by blanks, the last one may hold some.
+    /// Does one line: its verb, an object, and the rest of it, in which words are parted by blanks.
     void act(const QString &line)
     {
+        m_line = line;
         const QString verb = line.section(' ', 0, 0);
-        const QString object = line.section(' ', 1, 1);
-        const QString rest = line.section(' ', 2);
-        if (verb == "open") {
-            check(host().desk().openFile(path(object), 0), line);
-        } else if (verb == "do") {
-            QAction *action = host().actionByKey(object.toLatin1());
-            if (check(action && action->isEnabled(), line))
-                action->trigger();
-        } else if (verb == "answer") {
-            m_answers << line.section(' ', 1);
-        } else if (verb == "set") {
-            setValue(field(object), rest);
-        } else if (verb == "key") {
-            const QKeySequence keys(rest);
-            if (check(field(object), line))
-                field(object)->setFocus();
-            QTest::keyClick(field(object), Qt::Key(keys[0] & ~int(Qt::KeyboardModifierMask)),
-                            Qt::KeyboardModifiers(keys[0]) & Qt::KeyboardModifierMask);
-        } else if (verb == "type") {
-            QTest::keyClicks(field(object), rest);
-        } else if (verb == "find") {
-            const QTextCursor cursor = document()->QTextDocument::find(line.section(' ', 1));
-            if (check(!cursor.isNull(), line))
-                view()->setTextCursor(cursor);
-        } else if (verb == "mouse") {
-            mouse(field(object), rest.split(' '));
-        } else if (verb == "paint") {
-            if (!check(painting(), line))
-                return;
-            painting()->setZoom(8);
-            painting()->setOffset({4, 4});
-            QStringList words = line.split(' ').mid(1);
-            for (QString &word : words) {
-                const QPoint at(word.section(',', 0, 0).toInt(), word.section(',', 1).toInt());
-                const QPoint screen = painting()->toScreen(at) + QPoint(4, 4);
-                if (word.contains(','))
-                    word = QString("%1,%2").arg(screen.x()).arg(screen.y());
-            }
-            mouse(painting()->widget(), words);
-        } else if (verb == "option") {
-            set(object, rest);
-        } else if (verb == "copy") {
-            copyFolder(QDir(KILN_SOURCE_DIR).filePath(object), m_directory->filePath(rest));
-        } else if (verb == "project") {
-            check(host().openProject(m_directory->filePath(object)), line);
-        } else if (verb == "focus") {
-            m_said << "    focus: " + QApplication::focusWidget()->objectName();
-        } else if (verb == "show") {
-            m_state.clear();
-        } else {
-            check(false, line);
+        const QByteArray slot = ("user" + verb.left(1).toUpper() + verb.mid(1)).toLatin1();
+        check(QMetaObject::invokeMethod(this, slot.constData(),
+                                        Q_ARG(QString, line.section(' ', 1, 1)),
+                                        Q_ARG(QString, line.section(' ', 2))));
+    }
+
+    // The verbs.
+    Q_INVOKABLE void userOpen(const QString &name, const QString &)
+    {
+        check(host().desk().openFile(path(name), 0));
+    }
+    Q_INVOKABLE void userDo(const QString &key, const QString &)
+    {
+        QAction *action = host().actionByKey(key.toLatin1());
+        if (check(action && action->isEnabled()))
+            action->trigger();
+    }
+    /// To the next box: fields with an = and their values, and the button; parted by semicolons.
+    Q_INVOKABLE void userAnswer(const QString &first, const QString &rest)
+    {
+        m_answers << (first + ' ' + rest).trimmed();
+    }
+    Q_INVOKABLE void userSet(const QString &name, const QString &value)
+    {
+        setValue(field(name), value);
+    }
+    Q_INVOKABLE void userKey(const QString &name, const QString &keys)
+    {
+        if (!check(field(name)))
+            return;
+        field(name)->setFocus();
+        const int code = QKeySequence(keys)[0];
+        QTest::keyClick(field(name), Qt::Key(code & ~int(Qt::KeyboardModifierMask)),
+                        Qt::KeyboardModifiers(code) & Qt::KeyboardModifierMask);
+    }
+    Q_INVOKABLE void userType(const QString &name, const QString &text)
+    {
+        QTest::keyClicks(field(name), text);
+    }
+    Q_INVOKABLE void userFind(const QString &first, const QString &rest)
+    {
+        const QTextCursor found = document()->QTextDocument::find((first + ' ' + rest).trimmed());
+        if (check(!found.isNull()))
+            view()->setTextCursor(found);
+    }
+    Q_INVOKABLE void userMouse(const QString &name, const QString &words)
+    {
+        mouse(field(name), words.split(' '));
+    }
+    /// The mouse on the picture, in its pixels.
+    Q_INVOKABLE void userPaint(const QString &first, const QString &rest)
+    {
+        if (!check(painting()))
+            return;
+        painting()->setZoom(8);
+        painting()->setOffset({4, 4});
+        QStringList words = (first + ' ' + rest).trimmed().split(' ');
+        for (QString &word : words) {
+            const QPoint at(word.section(',', 0, 0).toInt(), word.section(',', 1).toInt());
+            const QPoint screen = painting()->toScreen(at) + QPoint(4, 4);
+            if (word.contains(','))
+                word = QString("%1,%2").arg(screen.x()).arg(screen.y());
         }
+        mouse(painting()->widget(), words);
+    }
+    /// A command of a field's own menu, on a row or at a point.
+    Q_INVOKABLE void userMenu(const QString &name, const QString &rest)
+    {
+        auto *area = qobject_cast<QAbstractScrollArea *>(field(name));
+        QWidget *target = area ? area->viewport() : field(name);
+        if (!check(target))
+            return;
+        auto *rows = qobject_cast<QAbstractItemView *>(field(name));
+        const QString where = rest.section(' ', 0, 0);
+        const QPoint at =
+            rows ? rows->visualRect(rowOf(*rows, where.mid(3).toInt())).center()
+                 : QPoint(where.section(',', 0, 0).toInt(), where.section(',', 1).toInt());
+        QTimer::singleShot(0, this, [this, wanted = rest.section(' ', 1)] {
+            auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+            if (!check(menu))
+                return;
+            QAction *chosen = nullptr;
+            QStringList texts;
+            for (QAction *action : menu->actions()) {
+                const QString text = action->text().remove('&');
+                texts << (action->isEnabled() ? text : text + " off");
+                chosen = text == wanted && action->isEnabled() ? action : chosen;
+            }
+            m_said << "    menu: " + texts.join(" ; ");
+            menu->close();
+            if (check(chosen || wanted.isEmpty()) && chosen)
+                QTimer::singleShot(0, chosen, &QAction::trigger);
+        });
+        QContextMenuEvent event(QContextMenuEvent::Mouse, at, target->mapToGlobal(at));
+        QApplication::sendEvent(target, &event);
+        QCoreApplication::processEvents();
+        QCoreApplication::processEvents();
+    }
+    /// Files from a file manager.
+    Q_INVOKABLE void userDrop(const QString &name, const QString &files)
+    {
+        auto *area = qobject_cast<QAbstractScrollArea *>(field(name));
+        QWidget *target = area ? area->viewport() : field(name);
+        QMimeData data;
+        QList<QUrl> urls;
+        for (const QString &file : files.split(' '))
+            urls << QUrl::fromLocalFile(m_directory->filePath(file));
+        data.setUrls(urls);
+        QDragEnterEvent enter({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, {});
+        QApplication::sendEvent(target, &enter);
+        QDropEvent event({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, {});
+        if (check(enter.isAccepted()))
+            QApplication::sendEvent(target, &event);
+    }
+    Q_INVOKABLE void userOption(const QString &key, const QString &value) { set(key, value); }
+    Q_INVOKABLE void userProject(const QString &name, const QString &)
+    {
+        check(host().openProject(m_directory->filePath(name)));
+    }
+    Q_INVOKABLE void userFocus(const QString &, const QString &)
+    {
+        m_said << "    focus: " + QApplication::focusWidget()->objectName();
+    }
+    /// Closes the window, and starts anew.
+    Q_INVOKABLE void userRestart(const QString &, const QString &)
+    {
+        if (!check(m_window->close()))
+            return;
+        makeWindow();
+        m_window->show();
+        m_window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+        m_window->reopenLast();
+    }
+    /// Everything that can be seen, and not only what has changed.
+    Q_INVOKABLE void userShow(const QString &, const QString &) { m_state.clear(); }
+
+    // What others do on the disk.
+    Q_INVOKABLE void userCopy(const QString &from, const QString &to)
+    {
+        copyFolder(QDir(KILN_SOURCE_DIR).filePath(from), m_directory->filePath(to));
+    }
+    Q_INVOKABLE void userWrite(const QString &name, const QString &text)
+    {
+        writeFile(m_directory->filePath(name), QString(text).replace("\\n", "\n").toUtf8());
+    }
+    Q_INVOKABLE void userDelete(const QString &name, const QString &)
+    {
+        check(QFile::remove(m_directory->filePath(name)));
+    }
+
+    static QModelIndex rowOf(const QAbstractItemView &view, int row)
+    {
+        const auto *tree = qobject_cast<const QTreeView *>(&view);
+        QModelIndex index = view.model()->index(tree ? 0 : row, 0, view.rootIndex());
+        for (int below = 0; tree && below < row && index.isValid(); ++below)
+            index = tree->indexBelow(index);
+        return index;
     }
 
     QWidget *field(const QString &name) const
@@ -269,10 +376,10 @@ private:
     }
 
     /// Notes what cannot be done.
-    bool check(bool done, const QString &what)
+    bool check(bool done)
     {
         if (!done)
-            m_said << "CANNOT " + what;
+            m_said << "CANNOT " + m_line;
         return done;
     }
 
@@ -280,7 +387,7 @@ private:
     /// middle of a list's third row.
     void mouse(QWidget *widget, const QStringList &words)
     {
-        if (!check(widget, words.join(' ')))
+        if (!check(widget))
             return;
         const bool isRight = words.contains("right");
         Qt::KeyboardModifiers keys;
@@ -290,7 +397,7 @@ private:
         for (const QString &word : words) {
             auto *view = qobject_cast<QAbstractItemView *>(widget);
             if (view && word.startsWith("row"))
-                points << view->visualRect(view->model()->index(word.mid(3).toInt(), 0)).center();
+                points << view->visualRect(rowOf(*view, word.mid(3).toInt())).center();
             else if (word.contains(','))
                 points << QPoint(word.section(',', 0, 0).toInt(), word.section(',', 1).toInt());
         }
@@ -312,10 +419,10 @@ private:
 
     void setValue(QWidget *widget, const QString &value)
     {
-        if (!check(widget && widget->isEnabled(), value))
+        if (!check(widget && widget->isEnabled()))
             return;
         if (auto *combo = qobject_cast<QComboBox *>(widget)) {
-            if (!check(combo->findText(value) >= 0, value))
+            if (!check(combo->findText(value) >= 0))
                 return;
             combo->setCurrentIndex(combo->findText(value));
             Q_EMIT combo->activated(combo->currentIndex());
@@ -324,12 +431,12 @@ private:
         } else if (auto *button = qobject_cast<QAbstractButton *>(widget)) {
             button->click();
         } else if (auto *view = qobject_cast<QAbstractItemView *>(widget)) {
-            if (check(view->model(), value))
+            if (check(view->model()))
                 selectRows(*view, value.split(' '));
         } else {
             auto *spin = qobject_cast<QAbstractSpinBox *>(widget);
             auto *edit = qobject_cast<QLineEdit *>(widget);
-            if (!check(spin || edit, value))
+            if (!check(spin || edit))
                 return;
             spin ? spin->selectAll() : edit->selectAll();
             QTest::keyClicks(widget, value);
@@ -341,7 +448,7 @@ private:
     {
         view.clearSelection();
         for (const QString &row : rows) {
-            const QModelIndex index = view.model()->index(row.toInt(), 0);
+            const QModelIndex index = rowOf(view, row.toInt());
             view.selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
             view.selectionModel()->select(index,
                                           QItemSelectionModel::Select | QItemSelectionModel::Rows);
@@ -612,6 +719,7 @@ private:
     }
 
     State m_state;
+    QString m_line; ///< that is done
     QStringList m_answers;
     QStringList m_said;
 };
