@@ -430,6 +430,8 @@ private Q_SLOTS:
                 QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, {});
                 QApplication::sendEvent(list, &escape);
                 QVERIFY(escape.isAccepted());
+                QApplication::sendEvent(list, &escape); // not the drag's any more
+                QVERIFY(!escape.isAccepted());
             },
             [&] {
                 QMouseEvent other(QEvent::MouseButtonPress, place(0), Qt::RightButton,
@@ -613,6 +615,14 @@ private Q_SLOTS:
                 QVERIFY(again->fromFile(FileSystemArchive::instance(), path, false));
                 QCOMPARE(again->at(0)->image(), drawn);
             }
+        });
+        add("the same file, and the same picture", [](Bench &bench) {
+            bench.setColor(77);
+            bench.click({2, 2});
+            bench.editor->setCurrentFile(bench.file.get()); // nothing is asked
+            QVERIFY(bench.editor->isModified());
+            bench.editor->setSpriteImage(bench.sprite());
+            QCOMPARE(bench.differences(), QString());
         });
         add("the editor is destroyed with steps left", [](Bench &bench) {
             bench.click({2, 2});
