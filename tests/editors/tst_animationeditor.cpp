@@ -352,22 +352,6 @@ private Q_SLOTS:
         QVERIFY(hits > 100 && misses > 100);
     }
 
-    void longWork_data()
-    {
-        const auto add = columns<QString, int, int>("command", "animations", "frames");
-        add("optimize", "optimize", 300, 2);
-        add("all times", "frameall_time", 1, 600);
-        add("align everywhere", "frame_align", 300, 2);
-        add("boxes of an animation", "box_delall_anim", 1, 600);
-        add("all instances", "box_allinst", 300, 2);
-        add("sprites that are dropped", "drop", 1, 1);
-        add("import", "import", 1, 1);
-    }
-
-    // Work that lasts tells how far it is, is one step of undo, and when it is cancelled, or the
-    // file goes or becomes another one meanwhile, leaves nothing of it behind.
-    void longWork();
-
     void playsLoops_data()
     {
         const auto add = columns<QString, QVector<int>, bool>("text", "rows", "ends");
@@ -449,88 +433,56 @@ private Q_SLOTS:
 
     void aligns_data()
     {
-        const auto add = columns<int, QPointF, QRect>("operation", "amount", "box");
-        const QRect from(-4, 2, 8, 6);
-        add("axis", AnimAlign::OffsetAxis, {3, 3}, from);
-        add("boxes", AnimAlign::OffsetBoxes, {3, -2}, {-1, 0, 8, 6});
-        add("upper left", AnimAlign::ResizeTopLeft, {3, -2}, {-1, 0, 5, 8});
-        add("upper left, too far", AnimAlign::ResizeTopLeft, {30, 30}, {3, 7, 1, 1});
-        add("lower right", AnimAlign::ResizeBottomRight, {3, -2}, {-4, 2, 11, 4});
-        add("lower right, too far", AnimAlign::ResizeBottomRight, {-30, -30}, {-4, 2, 1, 1});
-        add("scale", AnimAlign::ScaleBoxes, {1.5, 0.5}, {-6, 1, 12, 3});
+        const auto add = columns<int, int, QPointF, QRect, QString>("operation", "range", "amount",
+                                                                    "box", "changed");
+        const QRect from(-4, 2, 8, 6), moved(-1, 0, 8, 6);
+        const QString whole = "a1 a2 a3";
+        const int unset = -1; // it begins at the whole animation
+        add("axis", AnimAlign::OffsetAxis, unset, {3, 3}, from, whole);
+        add("boxes", AnimAlign::OffsetBoxes, unset, {3, -2}, moved, whole);
+        add("upper left", AnimAlign::ResizeTopLeft, unset, {3, -2}, {-1, 0, 5, 8}, whole);
+        add("upper left, too far", AnimAlign::ResizeTopLeft, unset, {30, 30}, {3, 7, 1, 1}, whole);
+        add("lower right", AnimAlign::ResizeBottomRight, unset, {3, -2}, {-4, 2, 11, 4}, whole);
+        add("lower right, too far", AnimAlign::ResizeBottomRight, unset, {-30, -30}, {-4, 2, 1, 1},
+            whole);
+        add("scale", AnimAlign::ScaleBoxes, unset, {1.5, 0.5}, {-6, 1, 12, 3}, whole);
+        add("this frame", AnimAlign::OffsetBoxes, AnimAlign::ThisFrame, {3, -2}, moved, "a2");
+        add("from here on", AnimAlign::OffsetBoxes, AnimAlign::FromHere, {3, -2}, moved, "a2 a3");
+        add("all animations", AnimAlign::OffsetBoxes, AnimAlign::AllAnimations, {3, -2}, moved,
+            "a1 a2 a3 b1");
     }
 
     void aligns()
     {
-        const auto [operation, amount, box] = row<int, QPointF, QRect>();
-        QCOMPARE(AnimAlign::aligned(QRect(-4, 2, 8, 6), AnimAlign::Operation(operation), amount),
-                 box);
+        const auto [operation, range, amount, box, changed] =
+            row<int, int, QPointF, QRect, QString>();
+        const QRect from(-4, 2, 8, 6);
+        QCOMPARE(AnimAlign::aligned(from, AnimAlign::Operation(operation), amount), box);
         Bench bench;
-        bench.show("@animation a\n body: -4, 2, 4, 8\n frame: x\n body: -4, 2, 4, 8\n frame: y\n");
+        const QString frame = " body: -4, 2, 4, 8\n frame: %1\n";
+        bench.show("@animation a\n" + frame.arg("a1") + frame.arg("a2") + frame.arg("a3") +
+                   "@animation b\n" + frame.arg("b1"));
+        bench.editor->setCurrent(0, 1);
         bench.host.dialogs().expectDialog(
-            [operation = operation, amount = amount](QDialog *dialog) {
+            [operation = operation, range = range, amount = amount](QDialog *dialog) {
                 dialog->findChild<QComboBox *>("operation")->setCurrentIndex(operation);
+                if (range >= 0)
+                    dialog->findChild<QComboBox *>("range")->setCurrentIndex(range);
                 dialog->findChild<QDoubleSpinBox *>("x")->setValue(amount.x());
                 dialog->findChild<QDoubleSpinBox *>("y")->setValue(amount.y());
                 dialog->accept();
             });
         bench.trigger("frame_align");
-        for (unsigned int i = 0; i < 2; ++i) {
-            const FrameCode *frame = bench.editor->currentAnimation()->frameAt(i);
-            QCOMPARE(frame->collisionBoxes()->rects(), QVector<QRect>{box});
-            QCOMPARE(frame->offset(), operation == 0 ? QPoint(3, 3) : QPoint());
+        for (const PlainAnimations::Animation &each : PlainAnimations::read(bench.text())) {
+            for (const PlainAnimations::Frame &one : each.frames) {
+                const bool isChanged = changed.contains(one.sprite);
+                QCOMPARE(one.boxes[1], QVector<QRect>{isChanged ? box : from});
+                QCOMPARE(one.offset, isChanged && operation == 0 ? QPoint(3, 3) : QPoint());
+            }
         }
-        QVERIFY(operation > 0 || bench.differences().isEmpty());
+        QCOMPARE(bench.differences(), QString());
         bench.editor->undo();
         QCOMPARE(bench.text(), bench.first);
-    }
-
-    // The file, its project or the editor goes away behind every box that a command opens, and
-    // playback, which would leave the place that is asked about, ends before.
-    void closesBehindBoxes_data()
-    {
-        columns<QString, QString>("command", "goes");
-        for (const char *command : {"delete", "frame_delete", "duplicate", "box_allinst", "code",
-                                    "frame_align", "export", "import", "import_proj", "save_gif"})
-            for (const char *goes : {"the file", "the project", "the editor", "the frame"})
-                QTest::addRow("%s: %s", command, goes) << QString(command) << QString(goes);
-    }
-
-    void closesBehindBoxes()
-    {
-        const auto [command, goes] = row<QString, QString>();
-        Bench bench;
-        bench.host.options["confirm_delete"] = true;
-        bench.go("jab", 1);
-        bench.trigger("play");
-        if (command == "import") // its first box is a dialog of files, as that of GIFs is
-            bench.host.dialogs().expectFiles({bench.file->fileName()});
-        bench.host.dialogs().expectDialog([&, goes = goes](QDialog *dialog) {
-            const QPointer<QDialog> open = dialog;
-            QVERIFY(!bench.editor->isPlaying());
-            if (goes == "the file")
-                bench.wren->removeFile(bench.file);
-            else if (goes == "the project")
-                bench.closeProjects();
-            else if (goes == "the editor")
-                bench.editor.reset();
-            else
-                bench.trigger("prev_frame");
-            bench.file = goes == "the frame" ? bench.file : nullptr;
-            if (!open)
-                return; // with the editor
-            auto *box = qobject_cast<QMessageBox *>(dialog);
-            if (box)
-                box->button(QMessageBox::Yes)->click();
-            else if (auto *files = qobject_cast<QFileDialog *>(dialog))
-                files->reject();
-            else
-                dialog->accept();
-        });
-        bench.trigger(command);
-        QVERIFY(!bench.editor || !bench.editor->currentAnimation() == (goes != "the frame"));
-        QVERIFY(goes != "the frame" || bench.text() == bench.first);
-        QCOMPARE(bench.host.dialogs().finish(), QString());
     }
 
     void typesIntoTheDialog_data()
@@ -848,35 +800,6 @@ private Q_SLOTS:
         QVERIFY(operation->y() < x->y() && x->y() < y->y());
     }
 
-    void alignsIn_data()
-    {
-        const auto add = columns<int, QString>("range", "moved");
-        add("this frame", AnimAlign::ThisFrame, "a2");
-        add("from here on", AnimAlign::FromHere, "a2 a3");
-        add("the animation", AnimAlign::WholeAnimation, "a1 a2 a3");
-        add("all animations", AnimAlign::AllAnimations, "a1 a2 a3 b1");
-    }
-
-    void alignsIn()
-    {
-        const auto [range, moved] = row<int, QString>();
-        Bench bench;
-        bench.show("@animation a\n frame: a1\n frame: a2\n frame: a3\n@animation b\n frame: b1\n");
-        bench.editor->setCurrent(0, 1);
-        bench.host.dialogs().expectDialog([range = range](QDialog *dialog) {
-            dialog->findChild<QComboBox *>("range")->setCurrentIndex(range);
-            dialog->findChild<QDoubleSpinBox *>("y")->setValue(5);
-            dialog->accept();
-        });
-        bench.trigger("frame_align");
-        QStringList found;
-        for (const PlainAnimations::Animation &each : PlainAnimations::read(bench.text())) {
-            for (const PlainAnimations::Frame &frame : each.frames)
-                found << (frame.offset == QPoint(0, 5) ? frame.sprite : QString());
-        }
-        QCOMPARE(found.join(' ').simplified(), moved);
-    }
-
     // What is new is shown, behind what was; boxes of another frame are not selected.
     void showsWhatIsNew()
     {
@@ -944,85 +867,6 @@ private Q_SLOTS:
         QVERIFY(!bench.editor->isPlaying());
     }
 };
-
-void tst_AnimationEditor::longWork()
-{
-    const auto [command, animations, frames] = row<QString, int, int>();
-    const QString frame =
-        "    strike: 0, 0, 3, %1\n    frame: x, at 0 %1, for %1, scale 1 1, for 9\n";
-    QStringList dropped;
-    for (int i = 0; i < 300; ++i)
-        dropped << "p";
-    QString text;
-    for (int i = 0; i < animations; ++i) {
-        text += QString("@animation %1\n").arg(i);
-        for (int j = 0; j < frames; ++j)
-            text += frame.arg(j + 1);
-    }
-    enum Event { Finishes, IsCancelled, CommandsCome, FileCloses, TextChanges };
-    const int events = command == "optimize" ? 5 : 2; // what comes in between meets the same code
-    for (int event = 0; event < events; ++event) {
-        Bench bench;
-        bench.show(text);
-        DialogScript &dialogs = bench.host.dialogs();
-        if (command == "import") {
-            QString offered;
-            for (int i = 0; i < 300; ++i)
-                offered += QString("@animation q%1\n    frame: a\n").arg(i);
-            writeFile(bench.path("in.flick"), offered.toUtf8());
-            dialogs.expectFiles({bench.path("in.flick")});
-            bench.expectRows({});
-        } else if (command == "frame_align") {
-            dialogs.expectDialog([](QDialog *dialog) {
-                dialog->findChild<QComboBox *>("range")->setCurrentIndex(AnimAlign::AllAnimations);
-                dialog->findChild<QDoubleSpinBox *>("x")->setValue(5);
-                dialog->accept();
-            });
-        } else if (command == "box_allinst") {
-            dialogs.expectBox(QMessageBox::Yes);
-        }
-        const bool isTold = command == "optimize" || command == "import";
-        const bool isDone = event == Finishes || event == CommandsCome;
-        if (isTold && isDone)
-            dialogs.expectBox(QMessageBox::Ok);
-        bench.host.cancelAt = event == IsCancelled ? 1 : 0;
-        if (event == FileCloses)
-            bench.host.duringProgress = [&bench] {
-                bench.wren->removeFile(bench.file);
-                bench.file = nullptr;
-            };
-        else if (event == CommandsCome)
-            bench.host.duringProgress = [&bench] {
-                for (const char *other :
-                     {"optimize", "export", "import", "import_proj", "save_gif"})
-                    bench.trigger(other);
-                QCOMPARE(bench.host.progresses.size(), 1);
-            };
-        else if (event == TextChanges)
-            bench.host.duringProgress = [&bench] { QTextCursor(bench.file).insertText("; o\n"); };
-        if (command == "drop")
-            bench.drop(dropped);
-        else
-            bench.trigger(command);
-        QCOMPARE(dialogs.finish(), QString());
-        const auto progress = bench.host.progresses.last();
-        QVERIFY(progress->cancellable && progress->finished == 1);
-        QVERIFY(progress->total > 0 && progress->steps.size() > 1);
-        QCOMPARE(progress->steps.last() == progress->total, isDone);
-        if (event == FileCloses)
-            continue;
-        QCOMPARE(bench.differences(), QString());
-        if (event != IsCancelled) {
-            QVERIFY(bench.text() != bench.first);
-            bench.editor->undo();
-        }
-        if (event != TextChanges)
-            QCOMPARE(bench.text(), bench.first);
-        QCOMPARE(bench.file->isUndoAvailable(), event == TextChanges);
-        QCOMPARE(bench.file->isRedoAvailable(), event != IsCancelled);
-        QCOMPARE(bench.differences(), QString());
-    }
-}
 
 QTEST_MAIN(tst_AnimationEditor)
 #include "tst_animationeditor.moc"

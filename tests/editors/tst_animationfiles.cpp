@@ -1,5 +1,5 @@
 // What leaves the animation editor and comes in: pictures that move, files of animations, and
-// animations of other projects.
+// animations of other projects; work that lasts, and what becomes of it all when the file goes.
 
 #include "animationtest.h"
 
@@ -331,7 +331,150 @@ private Q_SLOTS:
         bench.editor->undo();
         QCOMPARE(bench.text(), bench.first);
     }
+
+    // The file, its project or the editor goes away behind every box that a command opens, and
+    // playback, which would leave the place that is asked about, ends before.
+    void closesBehindBoxes_data()
+    {
+        columns<QString, QString>("command", "goes");
+        for (const char *command : {"delete", "frame_delete", "duplicate", "box_allinst", "code",
+                                    "frame_align", "export", "import", "import_proj", "save_gif"})
+            for (const char *goes : {"the file", "the project", "the editor", "the frame"})
+                QTest::addRow("%s: %s", command, goes) << QString(command) << QString(goes);
+    }
+
+    void closesBehindBoxes()
+    {
+        const auto [command, goes] = row<QString, QString>();
+        Bench bench;
+        bench.host.options["confirm_delete"] = true;
+        bench.go("jab", 1);
+        bench.trigger("play");
+        if (command == "import") // its first box is a dialog of files, as that of GIFs is
+            bench.host.dialogs().expectFiles({bench.file->fileName()});
+        bench.host.dialogs().expectDialog([&, goes = goes](QDialog *dialog) {
+            const QPointer<QDialog> open = dialog;
+            QVERIFY(!bench.editor->isPlaying());
+            if (goes == "the file")
+                bench.wren->removeFile(bench.file);
+            else if (goes == "the project")
+                bench.closeProjects();
+            else if (goes == "the editor")
+                bench.editor.reset();
+            else
+                bench.trigger("prev_frame");
+            bench.file = goes == "the frame" ? bench.file : nullptr;
+            if (!open)
+                return; // with the editor
+            auto *box = qobject_cast<QMessageBox *>(dialog);
+            if (box)
+                box->button(QMessageBox::Yes)->click();
+            else if (auto *files = qobject_cast<QFileDialog *>(dialog))
+                files->reject();
+            else
+                dialog->accept();
+        });
+        bench.trigger(command);
+        QVERIFY(!bench.editor || !bench.editor->currentAnimation() == (goes != "the frame"));
+        QVERIFY(goes != "the frame" || bench.text() == bench.first);
+        QCOMPARE(bench.host.dialogs().finish(), QString());
+    }
+
+    void longWork_data()
+    {
+        const auto add = columns<QString, int, int>("command", "animations", "frames");
+        add("optimize", "optimize", 300, 2);
+        add("all times", "frameall_time", 1, 600);
+        add("align everywhere", "frame_align", 300, 2);
+        add("boxes of an animation", "box_delall_anim", 1, 600);
+        add("all instances", "box_allinst", 300, 2);
+        add("sprites that are dropped", "drop", 1, 1);
+        add("import", "import", 1, 1);
+    }
+
+    // Work that lasts tells how far it is, is one step of undo, and when it is cancelled, or the
+    // file goes or becomes another one meanwhile, leaves nothing of it behind.
+    void longWork();
 };
+
+void tst_AnimationFiles::longWork()
+{
+    const auto [command, animations, frames] = row<QString, int, int>();
+    const QString frame =
+        "    strike: 0, 0, 3, %1\n    frame: x, at 0 %1, for %1, scale 1 1, for 9\n";
+    QStringList dropped;
+    for (int i = 0; i < 300; ++i)
+        dropped << "p";
+    QString text;
+    for (int i = 0; i < animations; ++i) {
+        text += QString("@animation %1\n").arg(i);
+        for (int j = 0; j < frames; ++j)
+            text += frame.arg(j + 1);
+    }
+    enum Event { Finishes, IsCancelled, CommandsCome, FileCloses, TextChanges };
+    const int events = command == "optimize" ? 5 : 2; // what comes in between meets the same code
+    for (int event = 0; event < events; ++event) {
+        Bench bench;
+        bench.show(text);
+        DialogScript &dialogs = bench.host.dialogs();
+        if (command == "import") {
+            QString offered;
+            for (int i = 0; i < 300; ++i)
+                offered += QString("@animation q%1\n    frame: a\n").arg(i);
+            writeFile(bench.path("in.flick"), offered.toUtf8());
+            dialogs.expectFiles({bench.path("in.flick")});
+            bench.expectRows({});
+        } else if (command == "frame_align") {
+            dialogs.expectDialog([](QDialog *dialog) {
+                dialog->findChild<QComboBox *>("range")->setCurrentIndex(AnimAlign::AllAnimations);
+                dialog->findChild<QDoubleSpinBox *>("x")->setValue(5);
+                dialog->accept();
+            });
+        } else if (command == "box_allinst") {
+            dialogs.expectBox(QMessageBox::Yes);
+        }
+        const bool isTold = command == "optimize" || command == "import";
+        const bool isDone = event == Finishes || event == CommandsCome;
+        if (isTold && isDone)
+            dialogs.expectBox(QMessageBox::Ok);
+        bench.host.cancelAt = event == IsCancelled ? 1 : 0;
+        if (event == FileCloses)
+            bench.host.duringProgress = [&bench] {
+                bench.wren->removeFile(bench.file);
+                bench.file = nullptr;
+            };
+        else if (event == CommandsCome)
+            bench.host.duringProgress = [&bench] {
+                for (const char *other :
+                     {"optimize", "export", "import", "import_proj", "save_gif"})
+                    bench.trigger(other);
+                QCOMPARE(bench.host.progresses.size(), 1);
+            };
+        else if (event == TextChanges)
+            bench.host.duringProgress = [&bench] { QTextCursor(bench.file).insertText("; o\n"); };
+        if (command == "drop")
+            bench.drop(dropped);
+        else
+            bench.trigger(command);
+        QCOMPARE(dialogs.finish(), QString());
+        const auto progress = bench.host.progresses.last();
+        QVERIFY(progress->cancellable && progress->finished == 1);
+        QVERIFY(progress->total > 0 && progress->steps.size() > 1);
+        QCOMPARE(progress->steps.last() == progress->total, isDone);
+        if (event == FileCloses)
+            continue;
+        QCOMPARE(bench.differences(), QString());
+        if (event != IsCancelled) {
+            QVERIFY(bench.text() != bench.first);
+            bench.editor->undo();
+        }
+        if (event != TextChanges)
+            QCOMPARE(bench.text(), bench.first);
+        QCOMPARE(bench.file->isUndoAvailable(), event == TextChanges);
+        QCOMPARE(bench.file->isRedoAvailable(), event != IsCancelled);
+        QCOMPARE(bench.differences(), QString());
+    }
+}
 
 QTEST_MAIN(tst_AnimationFiles)
 #include "tst_animationfiles.moc"
