@@ -146,6 +146,7 @@ struct Bench {
         QDragEnterEvent enter(on, offered, data.get(), Qt::LeftButton, Qt::NoModifier);
         QCoreApplication::sendEvent(graphics->widget(), &enter);
         QDropEvent event(on, offered, data.get(), Qt::LeftButton, Qt::NoModifier);
+        event.setDropAction(Qt::MoveAction);
         QCoreApplication::sendEvent(graphics->widget(), &event);
         return enter.isAccepted() && event.isAccepted() && event.dropAction() == Qt::CopyAction;
     }

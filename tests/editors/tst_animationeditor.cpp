@@ -797,7 +797,7 @@ private Q_SLOTS:
                 QVERIFY(!dialog->isVisible());
             }
         }
-        QVERIFY(operation->y() < x->y() && x->y() < y->y());
+        QVERIFY(operation->y() < x->y() && x->y() < y->y() && text->width() > 600);
     }
 
     // What is new is shown, behind what was; boxes of another frame are not selected.
@@ -835,6 +835,8 @@ private Q_SLOTS:
         QCOMPARE(selects(), 1);
         bench.trigger("play");
         QCOMPARE(placement(), 2); // nothing can be dragged
+        QCOMPARE(bench.viewport.selectedContactBoxes().size(), 0);
+        QCOMPARE(bench.viewport.clickMode(), GraphicsRenderer::ClickPositioning);
         Q_EMIT bench.viewport.itemMoved(GraphicsRenderer::ItemSprite, nullptr, {50, 50});
         QCOMPARE(bench.value("frame_xaxis"), 0);
         Q_EMIT bench.viewport.itemReleased(GraphicsRenderer::ItemSprite, nullptr, {50, 50});
