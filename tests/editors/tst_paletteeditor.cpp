@@ -922,6 +922,11 @@ void tst_paletteeditor::followsTheSprites()
     m_editor->setCurrentPalette(m_sprites->palettes()->at(1));
     QCOMPARE(label(), QString("2 / 3"));
     QCOMPARE(shown, 1);
+    answer("No");
+    trigger("pal_add");
+    QCOMPARE(label(), QString("3 / 4"));
+    m_sprites->undo(); // leads back
+    QCOMPARE(label(), QString("2 / 3"));
     EmberSprites *other = new EmberSprites(StreamCache::Memory);
     m_editor->setCurrentPalette(other->palettes()->add(randomTable(m_random).data(), 0, false));
     other->release();

@@ -192,6 +192,7 @@ private Q_SLOTS:
         cell.rect = QRect({10, 5}, delegate->sizeHint(cell, {}));
         QCOMPARE(cell.rect.size(), panel.grid->gridSize());
         QCOMPARE(cell.rect.width(), 72);
+        QCOMPARE(panel.host.log.filter("addControl thumb_").size(), 7);
         const QRect ground(14, 9, 64, 64);
         const QRect below(11, 73, 70, cell.rect.bottom() - 72);
         for (int i = 0; i < 4; ++i) {
