@@ -222,9 +222,13 @@ bool SpriteEditorPrivate::mayLeave()
 void SpriteEditorPrivate::discard()
 {
     QUndoStack &stack = canvas().undoStack;
-    if (stack.cleanIndex() >= 0)
+    if (stack.cleanIndex() >= 0) {
         stack.setIndex(stack.cleanIndex());
-    forgetSteps();
+        forgetSteps();
+        return;
+    }
+    const QScopedValueRollback<int> sameSprite(stamp);
+    spriteChanged(sprite());
 }
 
 void SpriteEditorPrivate::forgetSteps()
@@ -367,8 +371,13 @@ void SpriteEditorPrivate::attach()
     chooseColors();
     spriteCountChanged();
     const Still still(this);
-    if (editor->canDiscardChanges() && still.isSo())
+    const bool agreed = editor->canDiscardChanges();
+    if (!still.isSo())
+        return;
+    if (agreed)
         spriteChanged(current);
+    else
+        canvas().undoStack.resetClean(); // its steps lead to another picture
 }
 
 /// The panel goes to the sprite's palette, unless the user wants to stay at another one.

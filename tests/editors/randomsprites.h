@@ -284,6 +284,7 @@ private:
         const SpritesPointer file = Bench::make();
         const bool isNone = below(2);
         m_bench.editor->setCurrentFile(isNone ? nullptr : file.get());
+        m_bench.isMarked = m_bench.editor->isModified(); // the host asks by itself
         const int before = m_asked;
         for (const QByteArray &key : m_commands) {
             if (isNone)
@@ -297,6 +298,7 @@ private:
         QCOMPARE(told.count(), 0);
         check();
         m_bench.editor->setCurrentFile(m_bench.file.get());
+        m_bench.isMarked = m_bench.editor->isModified();
     }
 
     /// What happens behind another editor.

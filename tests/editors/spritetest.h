@@ -320,7 +320,8 @@ inline QString Bench::differences() const
     if (sprite && isClean) {
         const QImage image = sprite->image();
         differ("size", canvas().size, image.size());
-        differ("pixels", bytesOf(canvas().flatten()) == bytesOf(image), true);
+        if (palette == sprite->palette() || canvas().format == RGBACanvas)
+            differ("pixels", bytesOf(canvas().flatten()) == bytesOf(image), true);
         differ("steps", canvas().undoStack.index(), 0);
         if (sprite->palette() && panel && follows)
             differ("palette", panel->currentPalette() == sprite->palette(), true);
