@@ -41,6 +41,8 @@ private Q_SLOTS:
                 placed << key;
         }
         QCOMPARE(placed, fields);
+        QCOMPARE(bench.field<QLabel>("frame_xaxis_lb")->text(),
+                 KilnTranslator::instance()->text(79));
         // Each of them in a menu.
         QStringList titles, inMenus;
         const QList<QAction *> whole = bench.host.menu("animations")->actions();
