@@ -789,7 +789,7 @@ private slots:
         Project *to = heroes.target->project();
         auto *sprites =
             dynamic_cast<EmberSprites *>(heroes.source->project()->file(Project::FileID::Sprites));
-        QImage picture(20, 10, QImage::Format_ARGB32);
+        QImage picture(60, 30, QImage::Format_ARGB32); // larger than its place
         picture.fill(Qt::red);
         const std::unique_ptr<ProjImportDlg> dialogs[] = {
             std::make_unique<AnimImportDlg>(host, to, nullptr),
@@ -802,7 +802,9 @@ private slots:
             const int wren = projects->findText(heroes.source->project()->displayName());
             for (const int row : {0, 1, wren})
                 projects->setCurrentIndex(row);
-            if (auto *palettes = dialog->findChild<QComboBox *>("palette"))
+            auto *palettes = dialog->findChild<QComboBox *>("palette");
+            QCOMPARE(palettes != nullptr, dialog == dialogs[1]);
+            if (palettes)
                 QCOMPARE(palettes->count(), int(sprites->palettes()->count()));
             QCOMPARE(misplaced(*dialog), QStringList());
             for (const QPushButton *button : dialog->findChildren<QPushButton *>())
@@ -823,7 +825,7 @@ private slots:
                 }
                 return place;
             };
-            QTRY_COMPARE(red().size(), picture.size());
+            QTRY_COMPARE(red().size(), QSize(32, 16));
             const QRect row = list->visualRect(list->model()->index(0, 0));
             QVERIFY(row.contains(red()) && row.height() == 36);
         }
