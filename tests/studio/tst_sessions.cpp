@@ -519,6 +519,9 @@ private:
             state["do " + action->objectName()] =
                 text + " \"" + action->text().remove('&') + "\" " + action->toolTip();
         }
+        const auto direct = Qt::FindDirectChildrenOnly;
+        for (const QAction *action : m_window->findChildren<QAction *>(QString(), direct))
+            state["commands in order"] += action->objectName() + '\n';
         addWidgets(m_window.get(), state);
         state["title"] = m_window->windowTitle();
         QDirIterator written(m_directory->path(), QDir::Files, QDirIterator::Subdirectories);
