@@ -6,6 +6,7 @@
 #include <kilnx/image/sprite.h>
 #include <kilnx/imageedit/imagerenderer.h>
 #include <kilnx/sound/sounds.h>
+#include <tests/support/modeltester.h>
 
 namespace
 {
@@ -41,6 +42,8 @@ void addRows(const QAbstractItemView &view,
         for (int column = 0; column < model.columnCount(parent); ++column)
             cells << model.index(row, column, parent).data().toString();
         const QModelIndex index = model.index(row, 0, parent);
+        if (tree && tree->isRowHidden(row, parent))
+            continue;
         const QString text = cells.join(" | ");
         if (view.currentIndex().siblingAtColumn(0) == index)
             marks << QString("current %1 %2").arg(rows.size()).arg(text);
@@ -79,6 +82,8 @@ QString valueOf(QWidget *widget)
     }
     if (auto *bar = qobject_cast<QProgressBar *>(widget))
         return bar->text();
+    if (auto *keys = qobject_cast<QKeySequenceEdit *>(widget))
+        return keys->keySequence().toString();
     if (auto *edit = qobject_cast<QPlainTextEdit *>(widget))
         return edit->toPlainText();
     if (auto *button = qobject_cast<QAbstractButton *>(widget)) {
@@ -178,6 +183,7 @@ private slots:
         m_dialogs->answerOthers([this](QDialog *dialog) { answer(dialog); });
         m_answers.clear();
         m_said.clear();
+        const ModelTester messages(&host().messages());
         m_state = seen();
         const QString wanted = QString::fromUtf8(readFile(path));
         QStringList got;
@@ -206,6 +212,12 @@ private:
     void act(const QString &line)
     {
         m_line = line;
+        for (QTreeView *tree : m_window->findChildren<QTreeView *>("code_tree")) {
+            QAbstractItemModel *nodes = tree->model();
+            if (nodes && !nodes->findChild<QAbstractItemModelTester *>())
+                new QAbstractItemModelTester(
+                    nodes, QAbstractItemModelTester::FailureReportingMode::QtTest, nodes);
+        }
         const QString verb = line.section(' ', 0, 0);
         const QByteArray slot = ("user" + verb.left(1).toUpper() + verb.mid(1)).toLatin1();
         check(QMetaObject::invokeMethod(this, slot.constData(),
@@ -238,9 +250,13 @@ private:
         if (!check(field(name)))
             return;
         field(name)->setFocus();
-        const int code = QKeySequence(keys)[0];
-        QTest::keyClick(field(name), Qt::Key(code & ~int(Qt::KeyboardModifierMask)),
-                        Qt::KeyboardModifiers(code) & Qt::KeyboardModifierMask);
+        press(field(name), keys);
+    }
+    /// A key to whatever has the focus, and where that is then.
+    Q_INVOKABLE void userPress(const QString &keys, const QString &)
+    {
+        press(QApplication::focusWidget(), keys);
+        userFocus({}, {});
     }
     Q_INVOKABLE void userType(const QString &name, const QString &text)
     {
@@ -357,6 +373,21 @@ private:
     {
         check(QFile::remove(m_directory->filePath(name)));
     }
+    Q_INVOKABLE void userLink(const QString &from, const QString &to)
+    {
+        check(QFile::link(m_directory->filePath(from), m_directory->filePath(to)));
+    }
+    Q_INVOKABLE void userMove(const QString &from, const QString &to)
+    {
+        check(QDir(m_directory->path()).rename(from, to));
+    }
+
+    static void press(QWidget *widget, const QString &keys)
+    {
+        const int code = QKeySequence(keys)[0];
+        QTest::keyClick(widget, Qt::Key(code & ~int(Qt::KeyboardModifierMask)),
+                        Qt::KeyboardModifiers(code) & Qt::KeyboardModifierMask);
+    }
 
     static QModelIndex rowOf(const QAbstractItemView &view, int row)
     {
@@ -428,6 +459,10 @@ private:
             Q_EMIT combo->activated(combo->currentIndex());
         } else if (auto *slider = qobject_cast<QSlider *>(widget)) {
             slider->setValue(value.toInt());
+        } else if (auto *tabs = qobject_cast<QTabBar *>(widget)) {
+            tabs->setCurrentIndex(value.toInt());
+        } else if (auto *keys = qobject_cast<QKeySequenceEdit *>(widget)) {
+            press(keys, value);
         } else if (auto *button = qobject_cast<QAbstractButton *>(widget)) {
             button->click();
         } else if (auto *view = qobject_cast<QAbstractItemView *>(widget)) {
@@ -438,9 +473,12 @@ private:
             auto *edit = qobject_cast<QLineEdit *>(widget);
             if (!check(spin || edit))
                 return;
+            widget->setFocus();
             spin ? spin->selectAll() : edit->selectAll();
-            QTest::keyClicks(widget, value);
-            QTest::keyClick(widget, Qt::Key_Return);
+            for (const QChar letter : value)
+                QTest::sendKeyEvent(QTest::Click, widget, Qt::Key_unknown, letter, Qt::NoModifier);
+            if (!qobject_cast<QDialog *>(widget->window()))
+                QTest::keyClick(widget, Qt::Key_Return);
         }
     }
 
@@ -481,6 +519,8 @@ private:
             State now;
             for (auto it = all.cbegin(); it != all.cend(); ++it)
                 now[tidy(it.key())] = tidy(it.value());
+            if (m_line.startsWith("press") && dialog->focusWidget())
+                now["focus"] = dialog->focusWidget()->objectName();
             noteDifferences(before, now, "        ", m_said);
             return now;
         };
@@ -493,7 +533,13 @@ private:
                     widget = each;
             }
             m_said << "      = " + step;
-            setValue(widget, step.section('=', 1));
+            const QString value = step.section('=', 1).replace('~', m_directory->path());
+            if (name == "press") // to what has the focus
+                press(dialog->focusWidget(), value);
+            else
+                setValue(widget, value);
+            if (!dialog->isVisible())
+                return;
             shown = note(shown);
         }
         for (auto *button : dialog->findChildren<QAbstractButton *>()) {
@@ -518,12 +564,15 @@ private:
             text += action->isChecked() ? " checked" : "";
             state["do " + action->objectName()] =
                 text + " \"" + action->text().remove('&') + "\" " + action->toolTip();
+            if (!action->toolTip().endsWith(')') && !action->shortcut().isEmpty())
+                state["do " + action->objectName()] += ' ' + action->shortcut().toString();
         }
         const auto direct = Qt::FindDirectChildrenOnly;
         for (const QAction *action : m_window->findChildren<QAction *>(QString(), direct))
             state["commands in order"] += action->objectName() + '\n';
         addWidgets(m_window.get(), state);
         state["title"] = m_window->windowTitle();
+        state["look"] = look();
         QDirIterator written(m_directory->path(), QDir::Files, QDirIterator::Subdirectories);
         while (written.hasNext()) {
             const QString path = written.next();
@@ -541,6 +590,26 @@ private:
         for (QString &value : state)
             value = tidy(value);
         return state;
+    }
+
+    /// Colours, letters, and what is drawn beside and below the text.
+    QString look() const
+    {
+        if (!document())
+            return m_state.value("look"); // as it was
+        QString words = QApplication::palette().color(QPalette::Base).name();
+        words += QString(", %1 points").arg(view()->font().pointSize());
+        bool isColoured = false;
+        for (QTextBlock block = document()->begin(); block.isValid(); block = block.next())
+            isColoured |= !block.layout()->formats().isEmpty();
+        const Kiln::CodeEditor::SyntaxFormatting &now = view()->syntaxFormatting();
+        const std::pair<bool, const char *> drawn[] = {
+            {isColoured, "coloured"},        {now.lineNumbers, "numbers"},
+            {now.foldingMarkers, "folds"},   {now.highlightLine, "line"},
+            {now.highlightBlocks, "blocks"}, {now.parenMatching, "parens"}};
+        for (const auto &[isDrawn, what] : drawn)
+            words += isDrawn ? QString(", ") + what : QString();
+        return words;
     }
 
     Kiln::ImageRenderer *painting() const

@@ -36,32 +36,6 @@ private slots:
         goTo(jab2);
     }
 
-    void followsTheCursor_data()
-    {
-        const auto add = columns<QString, int, QString>("text", "below", "sprite");
-        add("the head of the file", "; Wren's animations", 0, "wren_stand_1");
-        add("a header", "@animation jab", 0, "wren_jab_1");
-        add("a comment above a header", "; She goes on tiptoe", 0, "wren_walk_1");
-        add("a frame", jab2, 0, "wren_jab_2");
-        add("a box of it", "strike: 8, -58", 0, "wren_jab_2");
-        add("below the last frame", "frame: wren_jab_3", 1, "wren_jab_3");
-        add("the end of the file", "frame: wren_land_2, for 4", 1, "wren_land_2");
-    }
-
-    void followsTheCursor()
-    {
-        const auto [text, below, sprite] = row<QString, int, QString>();
-        goTo(text);
-        QTextCursor cursor = host().surface()->editor()->textCursor();
-        for (int i = 0; i < below; ++i)
-            cursor.movePosition(QTextCursor::NextBlock);
-        host().surface()->editor()->setTextCursor(cursor);
-        QVERIFY(editor().currentFrame());
-        QCOMPARE(editor().currentFrame()->identifier(), sprite);
-        const QString title = m_window->findChild<QLabel *>("anim_place_lb")->text();
-        QCOMPARE(title.section(' ', -1).toInt(), editor().currentFrame()->index() + 1);
-    }
-
     // The view shows what is typed, as soon as it is typed.
     void followsTheText()
     {
@@ -300,102 +274,27 @@ private slots:
         m_window.reset();
     }
 
-    // The help lists what the actions say, and the keys do it, whatever has the focus.
-    void everyCommandHasAKey()
+    void playsByItsKey()
     {
-        QStringList taken;
-        QStringList animations;
-        const QList<QAction *> all = m_window->findChildren<QAction *>();
-        for (QAction *action : all) {
-            const bool isOurs = action->objectName().startsWith("anim_");
-            if (action->shortcutContext() == Qt::WindowShortcut) {
-                for (const QKeySequence &key : action->shortcuts())
-                    taken << key.toString();
-            }
-            if (isOurs) {
-                QVERIFY2(!action->shortcut().isEmpty(), qPrintable(action->objectName()));
-                animations << action->text() +
-                                  action->shortcut().toString(QKeySequence::NativeText);
-            }
-        }
-        QCOMPARE(animations.size(), 35);
-        QCOMPARE(taken.removeDuplicates(), 0);
-        m_dialogs->expectDialog([&](QDialog *dialog) {
-            auto *tree = dialog->findChild<QTreeWidget *>("keys_tree");
-            for (QTreeWidgetItemIterator item(tree); *item; ++item)
-                animations.removeAll((*item)->text(0) + (*item)->text(1));
-            dialog->reject();
-        });
-        actions()->keys->trigger();
-        QCOMPARE(animations, QStringList());
-        const auto key = [this](const char *name) {
-            const int keys = m_window->findChild<QAction *>(name)->shortcut()[0];
-            QTest::keyClick(QApplication::focusWidget(), Qt::Key(keys & ~Qt::KeyboardModifierMask),
-                            Qt::KeyboardModifiers(keys & int(Qt::KeyboardModifierMask)));
-        };
         host().surface()->editor()->setFocus();
-        key("anim_next_frame");
-        QCOMPARE(editor().currentFrame()->identifier(), QString("wren_jab_3"));
-        key("anim_box_prev");
-        QCOMPARE(editor().currentFrame()->attackBoxes()->count(), 1U);
-        key("anim_frame_add");
-        QCOMPARE(editor().currentFrame()->index(), 3);
-        key("anim_play");
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_F9);
         QVERIFY(editor().isPlaying());
         QTRY_VERIFY(!editor().isPlaying()); // she jabs once
-        document()->undo();
-        document()->undo();
-        QVERIFY(!document()->isUndoAvailable());
     }
 
-    void importsByTheMenus_data()
-    {
-        columns<QString, QString, QString>("file", "key", "told");
-        addRow("sounds", "wren.peal", "snd_import_proj", "1 sound(s) were imported!");
-        addRow("sprites", "wren.gleam", "spr_import_proj", "1 sprite(s) were imported!");
-        addRow("animations", "wren.flick", "anim_import_proj", "1 new animation(s) were imported!");
-    }
-
-    /// Between two projects that are open at once.
+    /// From other projects: whoever has no keyboard finds it in a menu.
     void importsByTheMenus()
     {
-        const auto [file, key, told] = row<QString, QString, QString>();
-        const QString second = m_directory->filePath("second");
-        copyFolder(KILN_SOURCE_DIR "/examples/hero", second);
-        QVERIFY(host().openBeside(second));
-        const QString name = second + "/heroes/wren/" + file;
-        QVERIFY(host().desk().openFile(name, 0));
-        QAction *command = host().actionByKey(qPrintable(key));
-        QMenu *menu = nullptr;
-        for (const QAction *top : m_window->menuBar()->actions()) {
-            if (top->isVisible() && top->menu()->actions().contains(command))
-                menu = top->menu();
+        for (const auto &[file, key] : {std::pair("peal", "snd_import_proj"),
+                                        {"gleam", "spr_import_proj"},
+                                        {"flick", "anim_import_proj"}}) {
+            QVERIFY(host().desk().openFile(path("heroes/wren/wren.") + file, 0));
+            QAction *command = host().actionByKey(key);
+            bool isThere = false;
+            for (const QAction *top : m_window->menuBar()->actions())
+                isThere |= top->isVisible() && top->menu()->actions().contains(command);
+            QVERIFY2(isThere && command->isVisible() && command->isEnabled(), key);
         }
-        QVERIFY(menu && command->isVisible() && command->isEnabled());
-        m_dialogs->expectDialog([this](QDialog *dialog) {
-            auto *projects = dialog->findChild<QComboBox *>("projects");
-            int wanted = projects->count() - 1;
-            const auto isWanted = [&] {
-                const auto *shown =
-                    qobject_cast<Kiln::Project *>(projects->itemData(wanted).value<QObject *>());
-                return shown->fileName() == path("heroes/wren/wren.wisp");
-            };
-            while (wanted >= 0 && !isWanted())
-                --wanted;
-            projects->setCurrentIndex(wanted);
-            auto *list = dialog->findChild<QListView *>("source");
-            list->setCurrentIndex(list->model()->index(0, 0));
-            dialog->findChild<QPushButton *>("add")->click();
-            dialog->findChild<QRadioButton *>("policy3")->click();
-            dialog->accept();
-        });
-        m_dialogs->expectBox(QMessageBox::Ok);
-        menu->popup(m_window->mapToGlobal(QPoint(10, 10)));
-        menu->setActiveAction(command);
-        QTest::keyClick(menu, Qt::Key_Return);
-        QCOMPARE(m_dialogs->finish(), QString());
-        QCOMPARE(m_dialogs->seen().last().text, told);
-        QVERIFY(host().desk().isModified(session().findFile(name)));
     }
 
     void randomUser_data()
