@@ -89,11 +89,15 @@ int SpriteEditorPrivate::importFrom(Sprites &from, const SprImportDlg &dialog)
             forced = copiedPalette(*source, dialog.palette());
         const ImportPlan::Step &step = plan.steps()[i];
         const QPersistentModelIndex &row = plan.source(step);
-        const QImage picture = row.isValid() ? source->at(unsigned(row.row()))->image() : QImage();
-        if (picture.isNull())
+        Sprite *each = row.isValid() ? source->at(unsigned(row.row())) : nullptr;
+        const QImage picture = each ? each->image() : QImage();
+        if (picture.isNull()) {
             unread.append(options.items[step.item]->row);
-        else if (Sprite *target = targetOf(step, &at))
+        } else if (Sprite *target = targetOf(step, &at)) {
+            const QPoint offset = editor->spriteOffset(each);
             target->setImage(picture, false, dialog.mode(), forced);
+            editor->setSpriteOffset(target, offset);
+        }
         return forced || !picture.isNull();
     };
     if (!changeEach(this, list.data(), count, SpriteEditor::tr("Importing sprites..."), isWanted,
