@@ -107,51 +107,6 @@ private slots:
         QTEST(opacity == 1 ? values : values + QString(" %1").arg(opacity), "values");
     }
 
-    void faults_data()
-    {
-        const auto add = columns<QString, QStringList>("text", "messages");
-        add("none", QString(walk), {});
-        add("frames and boxes before any header", "frame: a\nbody: 1, 2, 3, 4\n@animation a",
-            {"1: A frame needs an animation above it", "2: A box needs an animation above it"});
-        add("boxes before any header, and below one that follows them",
-            "body: 1, 2, 3, 4\nstrike: 1, 2, 3, 4\n\nframe: a\n@animation a\nbody: 1, 2, 3, "
-            "4\nframe: "
-            "b",
-            {"1: A box needs an animation above it", "2: A box needs an animation above it",
-             "4: A frame needs an animation above it"});
-        add("clauses", "@animation a\nframe: a, at x 2, for 2, for 3, over 4",
-            {"2: 'at' wants two whole numbers", "2: 'for' is given twice",
-             "2: There is no 'over' here"});
-        add("boxes", "@animation a\nbody: 1, 2, 3\nstrike:\nbody: 1, 1, 1, 5\nframe: x",
-            {"2: A box is four whole numbers: left, top, right, bottom",
-             "3: A box is four whole numbers: left, top, right, bottom", "4: This box is empty"});
-        add("headers", "@animation\n@animation b, layer 12\n@@animation c",
-            {"1: An animation needs an identifier", "2: 'layer' wants a number from 0 to 9",
-             "3: This is written '@animation'"});
-        add("boxes below the last frame, or in an animation without any",
-            "@animation a\nbody: 1, 2, 3, 4\n@animation b\nframe: x\n ; note\n strike: 1, 2, 3, 4",
-            {"2: A box needs a frame below it", "6: A box needs a frame below it"});
-        add("more than one loop mark",
-            "@animation a\nframe: x, loop\nframe: y, loop\nframe: z, loop\n"
-            "@animation b\nframe: x, loop, loop",
-            {"3: The animation has a loop mark above already",
-             "4: The animation has a loop mark above already", "6: 'loop' is given twice"});
-        add("identifiers that are taken, but not none",
-            "@animation a\n@animation A\n@animation a, layer x\n@animation\n@animation",
-            {"3: 'layer' wants a number from 0 to 9", "3: There is an animation 'a' above already",
-             "4: An animation needs an identifier", "5: An animation needs an identifier"});
-        add("lines of other files", "@state stand\ncel: x",
-            {"1: '@animation', 'frame:', 'strike:' or 'body:' expected",
-             "2: '@animation', 'frame:', 'strike:' or 'body:' expected"});
-    }
-
-    void faults()
-    {
-        QFETCH(QString, text);
-        const Document document = fileOf(text);
-        QTEST(messages(document.get()), "messages");
-    }
-
     void setters_data()
     {
         const auto add =
