@@ -264,6 +264,19 @@ void AnimationEditorPrivate::moveCursor()
     text->setTextCursor(QTextCursor(node->block()));
 }
 
+/// What was written carried the cursor along to its end: a narrow view would stand on the tails of
+/// the lines.
+void AnimationEditorPrivate::toLineStart()
+{
+    CodeEditor *text = code->editor();
+    if (!isInView() || text->hasFocus())
+        return;
+    QTextCursor cursor = text->textCursor();
+    cursor.movePosition(QTextCursor::StartOfBlock);
+    const QScopedValueRollback<bool> guard(syncing, true);
+    text->setTextCursor(cursor);
+}
+
 // --- What follows the selection
 
 void AnimationEditorPrivate::contentsModified()
@@ -370,6 +383,7 @@ void AnimationEditorPrivate::endWrite()
         return;
     keepSelection();
     moveCursor();
+    toLineStart();
     resolve();
     showAll();
     editor->animationCodeChanged(true, false);

@@ -114,6 +114,7 @@ public:
     void showFrame();
     void followCursor();
     void moveCursor();
+    void toLineStart();
     void contentsModified();
     void watchSprites();
     QList<Sprites *> spriteFiles() const;
