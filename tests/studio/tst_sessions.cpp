@@ -1,6 +1,8 @@
 #include "windowtest.h"
 
 #include <hostkit/actionregistry.h>
+#include <hostkit/animationview.h>
+#include <hostkit/viewport.h>
 #include <kilnx/editors/spriteeditor.h>
 #include <kilnx/image/imagepalette.h>
 #include <kilnx/image/sprite.h>
@@ -279,14 +281,16 @@ private:
             return;
         painting()->setZoom(8);
         painting()->setOffset({4, 4});
-        QStringList words = (first + ' ' + rest).trimmed().split(' ');
-        for (QString &word : words) {
-            const QPoint at(word.section(',', 0, 0).toInt(), word.section(',', 1).toInt());
-            const QPoint screen = painting()->toScreen(at) + QPoint(4, 4);
-            if (word.contains(','))
-                word = QString("%1,%2").arg(screen.x()).arg(screen.y());
-        }
-        mouse(painting()->widget(), words);
+        mouseOn(painting()->widget(), first + ' ' + rest,
+                [this](QPoint at) { return painting()->toScreen(at) + QPoint(4, 4); });
+    }
+    /// The mouse on the frame of an animation, in pixels from its origin.
+    Q_INVOKABLE void userFrame(const QString &first, const QString &rest)
+    {
+        const HostKit::Viewport &shown = host().animationView()->viewport();
+        mouseOn(shown.widget(), first + ' ' + rest, [&](QPoint at) {
+            return HostKit::Viewport::origin() + at * double(shown.zoomFactor());
+        });
     }
     /// A command of a field's own menu, on a row or at a point.
     Q_INVOKABLE void userMenu(const QString &name, const QString &rest)
@@ -298,8 +302,7 @@ private:
         auto *rows = qobject_cast<QAbstractItemView *>(field(name));
         const QString where = rest.section(' ', 0, 0);
         const QPoint at =
-            rows ? rows->visualRect(rowOf(*rows, where.mid(3).toInt())).center()
-                 : QPoint(where.section(',', 0, 0).toInt(), where.section(',', 1).toInt());
+            rows ? rows->visualRect(rowOf(*rows, where.mid(3).toInt())).center() : pointOf(where);
         QTimer::singleShot(0, this, [this, wanted = rest.section(' ', 1)] {
             auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
             if (!check(menu))
@@ -430,7 +433,7 @@ private:
             if (view && word.startsWith("row"))
                 points << view->visualRect(rowOf(*view, word.mid(3).toInt())).center();
             else if (word.contains(','))
-                points << QPoint(word.section(',', 0, 0).toInt(), word.section(',', 1).toInt());
+                points << pointOf(word);
         }
         if (auto *area = qobject_cast<QAbstractScrollArea *>(widget))
             widget = area->viewport();
@@ -446,6 +449,24 @@ private:
         for (const QPoint at : qAsConst(points))
             send(QEvent::MouseMove, at);
         send(QEvent::MouseButtonRelease, points.last());
+    }
+
+    template<typename Map>
+    void mouseOn(QWidget *widget, const QString &line, const Map &toWidget)
+    {
+        QStringList words = line.trimmed().split(' ');
+        for (QString &word : words) {
+            if (word.contains(',')) {
+                const QPoint at = toWidget(pointOf(word));
+                word = QString("%1,%2").arg(at.x()).arg(at.y());
+            }
+        }
+        mouse(widget, words);
+    }
+
+    static QPoint pointOf(const QString &word)
+    {
+        return {word.section(',', 0, 0).toInt(), word.section(',', 1).toInt()};
     }
 
     void setValue(QWidget *widget, const QString &value)

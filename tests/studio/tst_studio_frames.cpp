@@ -96,50 +96,6 @@ private slots:
         QCOMPARE(frames->spriteAt(0), sprite);
     }
 
-    // Every edit in the view is one step of undo, also one of several boxes.
-    void editsAreOneStep()
-    {
-        QStringList states{text()};
-        const auto changed = [&](const char *what) {
-            QVERIFY2(text() != states.last(), what);
-            states.append(text());
-            const PlainAnimations::Frame plain = PlainAnimations::frameAt(text(), line());
-            QCOMPARE(view().boxes(ContactBoxCode::Attack)->rects(), plain.boxes[0]);
-            QCOMPARE(view().boxes(ContactBoxCode::Collision)->rects(), plain.boxes[1]);
-        };
-        QAction *draw = m_window->findChild<QAction *>("anim_box_add_collision");
-        draw->trigger();
-        QCOMPARE(view().clickMode(), Viewport::ClickDrawContactBox);
-        drag({-40, -60}, {-30, -52});
-        changed("a box is drawn");
-        view().mousePressed({100, 100}, Qt::RightButton, Qt::NoModifier);
-        view().mouseReleased({100, 100}, Qt::RightButton, Qt::NoModifier);
-        QVERIFY(!draw->isChecked());
-        QCOMPARE(PlainAnimations::frameAt(text(), line()).boxes[1].last().size(), QSize(11, 9));
-        // Two boxes at once: by the keys, and away.
-        const QPoint hit = Viewport::origin() + QPoint(30, -50) * double(view().zoomFactor());
-        view().mousePressed(hit, Qt::LeftButton, Qt::ShiftModifier);
-        view().mouseReleased(hit, Qt::LeftButton, Qt::ShiftModifier);
-        QCOMPARE(view().selectedContactBoxes().size(), 2);
-        view().keyPressed(Qt::Key_Left, Qt::NoModifier);
-        changed("both are moved");
-        view().keyPressed(Qt::Key_Delete, Qt::NoModifier);
-        changed("both are deleted");
-        drag({-9, -60}, {-7, -60});
-        changed("one is dragged");
-        QVERIFY(PlainAnimations::frameAt(text(), line()).boxes[0].isEmpty());
-        // The picture itself, away from the boxes.
-        drag({40, -10}, {44, -12});
-        changed("the sprite is dragged");
-        QCOMPARE(PlainAnimations::frameAt(text(), line()).offset, QPoint(9, -2));
-        while (states.size() > 1) {
-            QCOMPARE(text(), states.takeLast());
-            actions()->undo->trigger();
-        }
-        QCOMPARE(text(), states.first());
-        QVERIFY(!document()->isUndoAvailable());
-    }
-
     // By the settings, and where OpenGL does not work, which is told once; the pane goes on.
     void switchesPainting()
     {
@@ -462,17 +418,6 @@ private:
         const QTextCursor found = document()->QTextDocument::find(text);
         QVERIFY2(!found.isNull(), qPrintable(text));
         host().surface()->editor()->setTextCursor(found);
-    }
-
-    /// Both in image pixels.
-    void drag(QPoint from, QPoint to)
-    {
-        const auto place = [this](QPoint at) {
-            return Viewport::origin() + at * double(view().zoomFactor());
-        };
-        view().mousePressed(place(from), Qt::LeftButton, Qt::NoModifier);
-        view().mouseMoved(place(to), Qt::NoModifier);
-        view().mouseReleased(place(to), Qt::LeftButton, Qt::NoModifier);
     }
 
     /// What differs between view, text and the plain model of both; empty for nothing.

@@ -3,7 +3,6 @@
 #include <hostkit/theme.h>
 #include <studiostyle.h>
 #include <tests/support/rows.h>
-#include <viewportpage.h>
 
 #include <QtTest/QtTest>
 #include <QtWidgets/QtWidgets>
@@ -114,48 +113,6 @@ private slots:
         Settings again(fileName());
         QCOMPARE(again.recentProjects(),
                  (QStringList{"/p/9", "/p/13", "/p/11", "/p/10", "/p/8", "/p/7", "/p/6", "/p/5"}));
-    }
-
-    // Every field is stored under the key that its name ends in, and shown again.
-    void viewportPageKeepsItsFields()
-    {
-        const auto fields = [](const Studio::ViewportPage &page) {
-            QVariantMap values;
-            for (const QWidget *field :
-                 page.findChildren<QWidget *>(QRegularExpression("^settings_"))) {
-                const QByteArray value = field->metaObject()->userProperty().name();
-                const bool isChoice = field->inherits("QComboBox");
-                if (!field->inherits("QToolButton"))
-                    values[field->objectName()] =
-                        field->property(isChoice ? "currentIndex" : value.constData());
-            }
-            return values;
-        };
-        QVariantMap changed;
-        {
-            Settings settings(fileName());
-            Studio::ViewportPage page(settings);
-            const QVariantMap before = fields(page);
-            for (auto *box : page.findChildren<QComboBox *>())
-                box->setCurrentIndex(box->currentIndex() ? 0 : box->count() - 1);
-            for (auto *box : page.findChildren<QCheckBox *>())
-                box->toggle();
-            for (auto *box : page.findChildren<QSpinBox *>())
-                box->setValue(-7);
-            for (auto *box : page.findChildren<QDoubleSpinBox *>())
-                box->setValue(0.15);
-            for (auto *edit : page.findChildren<QLineEdit *>(QRegularExpression("^settings_")))
-                edit->setText("/a b/" + edit->objectName());
-            changed = fields(page);
-            QVERIFY(changed.size() > 15);
-            for (auto value = changed.cbegin(); value != changed.cend(); ++value)
-                QVERIFY2(value.value() != before[value.key()], qPrintable(value.key()));
-            page.apply();
-        }
-        Settings again(fileName());
-        QCOMPARE(fields(Studio::ViewportPage(again)), changed);
-        QCOMPARE(again.value("box_opacity").toDouble(), 0.15);
-        QCOMPARE(again.value("background_x").toInt(), -7);
     }
 
     void dialogsOpenWhereTheyWereLeft()
