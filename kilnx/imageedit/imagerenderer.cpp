@@ -69,6 +69,8 @@ void ImageRenderer::makeTools()
     for (ImageTool *tool : d->tools) {
         d->stack->addWidget(tool->options);
         connect(tool, &ImageTool::changed, this, [this, tool] { toolChanged(tool); });
+        if (auto *pen = qobject_cast<BasePenTool *>(tool))
+            connect(pen->size, &QSlider::valueChanged, this, [this] { d->updateOverlay(); });
     }
 }
 
@@ -468,11 +470,8 @@ void ImageRenderer::keyPressed(int key, Qt::KeyboardModifiers modifiers)
 {
     const QPointer<ImageRenderer> alive(this);
     const bool pointerKey = modifiers & Qt::ControlModifier;
-    if (!pointerKey && activeTool()->keyPressed(key)) {
-        if (alive)
-            d->updateOverlay();
+    if (!pointerKey && activeTool()->keyPressed(key))
         return;
-    }
     if (!alive || moveByKey(key, modifiers))
         return;
     if (key == Qt::Key_Plus || key == Qt::Key_Minus) {

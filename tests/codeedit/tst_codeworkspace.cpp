@@ -50,29 +50,6 @@ private slots:
 
     void actionsAreMade()
     {
-        const QMap<const char *, const char *> expected{
-            {"view_code_bar", "Code toolbar"},
-            {"code_snippet_insert", "Insert code snippet"},
-            {"code_snippet_new", "New code snippet"},
-            {"code_snippet_edit", "Edit code snippet"},
-            {"code_goto", "Go to line..."},
-            {"code_prev_error", "Previous syntax error"},
-            {"code_next_error", "Next syntax error"},
-            {"code_prev_deprecation", "Previous deprecation"},
-            {"code_next_deprecation", "Next deprecation"},
-            {"code_comment", "Comment/Uncomment selection"},
-            {"code_fold_all", "Fold all code blocks"},
-            {"code_unfold_all", "Unfold all coded blocks"}};
-        for (const char *key : expected.keys()) {
-            QVERIFY2(m_host->action(key), key);
-            QCOMPARE(m_host->action(key)->text(), QString(expected[key]));
-            QCOMPARE(m_host->action(key)->isCheckable(), !qstrcmp(key, "view_code_bar"));
-        }
-        m_document->fromString("[x]\ny\nz");
-        m_host->action("code_fold_all")->trigger();
-        QCOMPARE(m_document->lineCount(), 2);
-        m_host->action("code_unfold_all")->trigger();
-        QCOMPARE(m_document->lineCount(), 3);
         QCOMPARE(m_workspace->name(), "code");
         QVERIFY(m_host->menu("edit")->actions().contains(m_host->action("code_goto")));
         QVERIFY(m_host->menu("view")->actions().contains(m_host->action("view_code_bar")));
@@ -255,44 +232,15 @@ private slots:
         QCOMPARE(other.exitCode(), 0);
     }
 
-    void goToLine_data()
-    {
-        // The answer is to the question about the last line, 0 for no question.
-        const auto add = columns<int, int, int>("number", "answer", "line");
-        add("the first line", 1, 0, 0);
-        add("the middle", 300, 0, 299);
-        add("the last line", 520, 0, 519);
-        add("one past the last, Yes", 521, int(QMessageBox::Yes), 519);
-        add("one past the last, No", 521, int(QMessageBox::No), 7);
-        add("cancelled", 0, 0, 7);
-    }
-
     void goToLine()
     {
-        auto [number, answer] = row<int, int>();
-        m_document->fromString(sectionedText(40, 4) + QString(520 - 480, '\n'));
-        QCOMPARE(m_document->blockCount(), 520);
-        view()->setCurrentLine(7, CodeEditor::NoPlacement);
-        m_host->dialogs().expectDialog([number](QDialog *dialog) {
-            auto *input = qobject_cast<QInputDialog *>(dialog);
-            QVERIFY(input && input->inputMode() == QInputDialog::IntInput);
-            QCOMPARE(input->intValue(), 8);
-            input->setIntValue(number);
-            number ? input->accept() : input->reject();
+        m_document->fromString(sectionedText(40, 5));
+        m_host->dialogs().expectDialog([](QDialog *dialog) {
+            static_cast<QInputDialog *>(dialog)->setIntValue(300);
+            dialog->accept();
         });
-        if (answer)
-            m_host->dialogs().expectBox(QMessageBox::StandardButton(answer));
         m_host->action("code_goto")->trigger();
-        QTEST(view()->currentLine().line, "line");
-        QCOMPARE(view()->currentLine().column, 0);
-        if (answer) {
-            const DialogScript::Seen box = m_host->dialogs().seen().last();
-            QCOMPARE(box.title, QString("Go to line..."));
-            QCOMPARE(box.text, QString("Invalid line! Do you want go to the last line?"));
-            QCOMPARE(box.defaultButton, QMessageBox::Yes);
-        }
-        if (number == 300)
-            QCOMPARE(view()->cursorForPosition(QPoint(0, 1)).blockNumber(), 299);
+        QCOMPARE(view()->cursorForPosition(QPoint(0, 1)).blockNumber(), 299);
     }
 
     void steppingThroughMessages_data()
@@ -324,75 +272,19 @@ private slots:
         QCOMPARE(view()->textCursor().hasSelection(), false);
     }
 
-    void comments_data()
-    {
-        const auto add = columns<int, int, QString>("anchor", "position", "text");
-        // a\n;b\nc\nd
-        add("one line, no selection", 1, 1, ";a\n;b\nc\nd");
-        add("no selection at the line's start", 5, 5, "a\n;b\n;c\nd");
-        add("uncomment one", 3, 3, "a\nb\nc\nd");
-        add("all, the first is none", 0, 8, ";a\n;;b\n;c\n;d");
-        add("uncomment leaves the others", 2, 8, "a\nb\nc\nd");
-        add("the end at a line's start is not in", 5, 7, "a\n;b\n;c\nd");
-        add("selected backward", 8, 5, "a\n;b\n;c\n;d");
-    }
-
-    void comments()
-    {
-        const auto [anchor, position, text] = row<int, int, QString>();
-        const QString before("a\n;b\nc\nd");
-        m_document->fromString(before);
-        select(anchor, position);
-        m_host->action("code_comment")->trigger();
-        QTEST(m_document->toString(), "text");
-        m_document->undo();
-        QCOMPARE(m_document->toString(), before);
-    }
-
-    void snippetsAreInserted_data()
-    {
-        const auto add = columns<QString, QString, int>("code", "text", "position");
-        add("the cursor goes to the mark", "one CURSOR\ntwo", "xone \ntwoy", 5);
-        add("the mark at the start", "CURSORab", "xaby", 1);
-        add("no mark", "one\ntwo", "xone\ntwoy", 8);
-        add("only the first mark counts", "CURSOR CURSOR", "x CURSORy", 1);
-        add("nothing to insert", "", "xy", 1);
-    }
-
-    void snippetsAreInserted()
-    {
-        QFETCH(QString, code);
-        const QString folder =
-            m_directory->path() + m_host->currentEngine->enginePath() + "/snippets";
-        QVERIFY(QDir().mkpath(folder));
-        writeFile(folder + "/one.xml", snippetToXml({}, code));
-        m_workspace->engineSwitched(false);
-        QCOMPARE(SnippetManager::instance()->rowCount(), 0);
-        m_workspace->engineSwitched(true);
-        QCOMPARE(m_workspace->widget()->findChild<QComboBox *>("codeSnippets")->currentText(),
-                 QString("one"));
-        m_document->fromString("xy");
-        select(1, 1);
-        m_host->action("code_snippet_insert")->trigger();
-        QTEST(m_document->toString(), "text");
-        QTEST(view()->textCursor().position(), "position");
-        if (!code.isEmpty())
-            m_document->undo();
-        QCOMPARE(m_document->toString(), QString("xy"));
-
-        for (const char *key : {"code_snippet_edit", "code_snippet_new"}) {
-            m_host->dialogs().expectDialog([](QDialog *dialog) { dialog->reject(); });
-            m_host->action(key)->trigger();
-        }
-    }
-
     void snippetOfAnotherFileIsDropped()
     {
         RegularSnipField field("string");
         field.name = "a";
-        writeFile(m_directory->filePath("ask.xml"), snippetToXml({&field}, "code"));
-        SnippetManager::instance()->setDirectory(m_directory->path());
-        m_workspace->widget()->findChild<QComboBox *>("codeSnippets")->setCurrentIndex(0);
+        const QString folder =
+            m_directory->path() + m_host->currentEngine->enginePath() + "/snippets";
+        QVERIFY(QDir().mkpath(folder));
+        writeFile(folder + "/ask.xml", snippetToXml({&field}, "code"));
+        m_workspace->engineSwitched(false);
+        QCOMPARE(SnippetManager::instance()->rowCount(), 0);
+        m_workspace->engineSwitched(true);
+        QCOMPARE(m_workspace->widget()->findChild<QComboBox *>("codeSnippets")->currentText(),
+                 QString("ask"));
         Document second(new PlainDocument("second"));
         m_host->dialogs().expectDialog([&](QDialog *dialog) {
             m_editor->setCurrentFile(second.get());
@@ -450,57 +342,20 @@ private slots:
         }
     }
 
-    void encodingIsChosen()
+    /// A file that is nowhere yet is not asked about.
+    void encodingOfAnUnsavedFile()
     {
-        const QString path = m_directory->filePath("text.st");
-        writeFile(path, "a \xe4\r\nb");
-        QVERIFY(m_document->fromFile(FileSystemArchive::instance(), path,
-                                     TextCodecs::index("UTF-8"), false));
-        QVERIFY(!m_document->toString().contains(QChar(0xe4)));
-        m_editor->setCurrentFile(m_document.get());
-        QCOMPARE(m_host->statusTexts.value(2), QString("Encoding: UTF-8"));
-        const int lastLine = m_document->toString().indexOf(QLatin1Char('b'));
-        select(lastLine, lastLine);
-        const auto choose = [this](const char *name) {
-            m_host->dialogs().expectDialog([name](QDialog *dialog) {
-                QCOMPARE(dialog->windowTitle(), QString("Encoding"));
-                auto *codecs = dialog->findChild<QComboBox *>("codePage");
-                QCOMPARE(codecs->count(), TextCodecs::count());
-                QVERIFY(!dialog->findChild<QDialogButtonBox *>()->geometry().intersects(
-                    codecs->geometry()));
-                codecs->setCurrentText(name);
-                dialog->accept();
-            });
-        };
-        choose("ISO-8859-1");
-        m_host->dialogs().expectBox(QMessageBox::Yes);
+        m_document->setModified(true);
+        m_host->dialogs().expectDialog([](QDialog *dialog) {
+            auto *codecs = dialog->findChild<QComboBox *>("codePage");
+            QVERIFY(!dialog->findChild<QDialogButtonBox *>()->geometry().intersects(
+                codecs->geometry()));
+            codecs->setCurrentText("ISO-8859-1");
+            dialog->accept();
+        });
         m_workspace->statusClicked();
-        const DialogScript::Seen box = m_host->dialogs().seen().last();
-        QCOMPARE(box.title, QString("Reload"));
-        QCOMPARE(box.text, QString("Do you want to reload the file using the specified encoding?"));
-        QCOMPARE(m_document->toString(), QString::fromUtf8("a ä\nb"));
+        QCOMPARE(m_document->codecName(), QString("ISO-8859-1"));
         QCOMPARE(m_host->statusTexts.value(2), QString("Encoding: ISO-8859-1"));
-        QCOMPARE(place(), QPoint(1, 0));
-        // Without reading it again the text is to be written in the new encoding.
-        QVERIFY(!m_document->isModified());
-        choose("UTF-8");
-        m_host->dialogs().expectBox(QMessageBox::No);
-        m_workspace->statusClicked();
-        QVERIFY(m_document->isModified());
-        QCOMPARE(m_document->toString(), QString::fromUtf8("a ä\nb"));
-        // A file that is nowhere yet is not asked about.
-        Document second(new PlainDocument("x"));
-        m_editor->setCurrentFile(second.get());
-        second->setModified(true);
-        choose("ISO-8859-1");
-        m_workspace->statusClicked();
-        QCOMPARE(second->codecName(), QString("ISO-8859-1"));
-        QCOMPARE(m_host->statusTexts.value(2), QString("Encoding: ISO-8859-1"));
-        // A save that has to go over to UTF-8 tells so.
-        QTextCursor(second.get()).insertText(QChar(0x3A9));
-        QVERIFY(second->toFile(FileSystemArchive::instance(), path, false));
-        QCOMPARE(m_host->statusTexts.value(2), QString("Encoding: UTF-8"));
-        m_editor->setCurrentFile(nullptr);
     }
 
     void statusAndModification()
@@ -560,36 +415,6 @@ private slots:
         QVERIFY(!m_host->statusTexts.contains(0));
     }
 
-    void treeFollows()
-    {
-        Document ember(new EmberDocument(EmberDocument::Character));
-        ember->fromString("@about\ntitle: \"A\"\nauthor: \"B\"\n\n@body\nlife: 10\nsize: 30, 60\n");
-        m_editor->setCurrentFile(ember.get());
-        auto *tree = qobject_cast<QTreeView *>(m_host->control("code_tree"));
-        QVERIFY(tree);
-        QCOMPARE(tree->model(), ember->model());
-        const QModelIndex about = tree->model()->index(0, 0);
-        const QModelIndex body = tree->model()->index(1, 0);
-        tree->expand(about);
-        for (const bool expands : {false, true}) {
-            m_host->options["auto_expand_tree"] = expands;
-            view()->setCurrentLine(4, CodeEditor::NoPlacement);
-            QCOMPARE(tree->isExpanded(body), expands);
-            QCOMPARE(tree->isExpanded(about), !expands);
-            view()->setCurrentLine(6, CodeEditor::NoPlacement);
-            QCOMPARE(tree->selectionModel()->selectedIndexes().size(), expands ? 1 : 0);
-        }
-        QVERIFY(tree->currentIndex().data().toString().startsWith("size"));
-        // And the other way round.
-        emit tree->activated(tree->model()->index(1, 0, about));
-        QCOMPARE(place(), QPoint(2, 0));
-        QVERIFY(view()->hasFocus());
-        m_editor->deactivate();
-        emit tree->activated(body);
-        QCOMPARE(place(), QPoint(2, 0));
-        m_editor->setCurrentFile(nullptr);
-    }
-
     void editorsShareTheView()
     {
         m_host->options["auto_expand_tree"] = true;
@@ -618,10 +443,14 @@ private slots:
         m_editor->setCurrentFile(first.get());
         QCOMPARE(view()->codeDocument(), first.get());
         other.deactivate();
-        other.activate();
+        view()->setCurrentLine(1, CodeEditor::NoPlacement);
+        for (const bool isActive : {false, true}) {
+            if (isActive)
+                other.activate();
+            emit tree->activated(tree->model()->index(0, 0));
+            QCOMPARE(place(), QPoint(isActive ? 0 : 1, 0));
+        }
         QCOMPARE(view()->codeDocument(), second.get());
-        emit tree->activated(tree->model()->index(0, 0));
-        QCOMPARE(place(), QPoint(0, 0));
         // What the other editor is told is for its own file, not for the one in the view.
         QTextCursor all = view()->textCursor();
         all.select(QTextCursor::Document);

@@ -127,8 +127,10 @@ struct PlainPicture {
     {
         image.detach();
         selection.mask.detach();
-        if (!rgba)
-            image.setColorCount(256);
+        QVector<QRgb> colors; // pictures are compared by their colours
+        for (QRgb i = 0; i < 256 && !rgba; ++i)
+            colors.append(0xff000000 | i);
+        image.setColorTable(colors);
     }
     bool open(QPoint at) const
     {

@@ -57,6 +57,19 @@ void addRows(const QAbstractItemView &view,
     }
 }
 
+/// What of a text is selected or folded away.
+QString marksOf(const QPlainTextEdit &edit)
+{
+    QStringList marks;
+    if (edit.textCursor().hasSelection())
+        marks << "selected " + edit.textCursor().selectedText().replace(QChar(0x2029), '|');
+    for (QTextBlock line = edit.document()->begin(); line.isValid(); line = line.next()) {
+        if (line.isVisible() && line.next().isValid() && !line.next().isVisible())
+            marks << "folded " + line.text();
+    }
+    return marks.join('\n');
+}
+
 QString valueOf(QWidget *widget)
 {
     if (auto *label = qobject_cast<QLabel *>(widget))
@@ -156,6 +169,8 @@ void addWidgets(QWidget *root, State &state)
         }
         if (const QString how = manner(widget, value); !how.isEmpty())
             state[name + " is"] = how;
+        if (auto *edit = qobject_cast<QPlainTextEdit *>(widget))
+            state[name + " has"] = marksOf(*edit);
     }
 }
 
@@ -489,6 +504,8 @@ private:
         } else if (auto *view = qobject_cast<QAbstractItemView *>(widget)) {
             if (check(view->model()))
                 selectRows(*view, value.split(' '));
+        } else if (auto *text = qobject_cast<QPlainTextEdit *>(widget)) {
+            text->setPlainText(QString(value).replace("\\n", "\n"));
         } else {
             auto *spin = qobject_cast<QAbstractSpinBox *>(widget);
             auto *edit = qobject_cast<QLineEdit *>(widget);
