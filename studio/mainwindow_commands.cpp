@@ -299,6 +299,8 @@ void MainWindow::findText(const QString &text, unsigned int flags)
         m_findBar->tell(tr("The expression takes too long"));
     else if (!isFound)
         m_findBar->tell(tr("Nothing found"));
+    else if (!m_host.surface()->editor()->isVisible()) // what is found is not in the code
+        m_findBar->tell(QString());
     else
         tellHits();
 }
@@ -321,9 +323,9 @@ void MainWindow::replaceText(const QString &text, const QString &by, unsigned in
 
 void MainWindow::tellHits()
 {
-    if (!m_tellsHits)
-        return;
     const Kiln::CodeEditor *view = m_host.surface()->editor();
+    if (!m_tellsHits || !view->isVisible())
+        return;
     const int count = view->hitCount();
     const int selected = view->selectedHit();
     switch (view->hitState()) {

@@ -37,31 +37,9 @@ class tst_SpriteEditor : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void declaresItsCommands()
+    void offersItsMenuAndColors()
     {
-        const QStringList keys =
-            QString("add delete duplicate openimg saveimg saveimgas resize crop "
-                    "split_channels layer_add layer_delete layer_duplicate "
-                    "layer_mergevis layer_mergeall view_original image_properties "
-                    "select_all select_none select_invert image_rotate image_fliph "
-                    "image_flipv import_proj frame_spr prev next new")
-                .split(' ');
-        const QStringList texts =
-            QString(
-                "Add,Delete,Duplicate,Change image...,Save image changes,Save image...,Resize,"
-                "Crop image,Split channels,Add,Delete,Duplicate,Merge visible,Merge all,Original,"
-                "Properties,All,Deselect,Invert,Rotate,Flip horizontally,Flip vertically,Import "
-                "from another project...,Switch to the frame's sprite,Previous sprite,Next sprite")
-                .split(',');
         Bench bench;
-        QStringList declared;
-        const QList<QAction *> actions = bench.host.mainWindow()->findChildren<QAction *>(
-            QRegularExpression("^spr_(?!tool_)"), Qt::FindDirectChildrenOnly);
-        for (const QAction *action : actions)
-            declared << action->objectName().mid(4);
-        QCOMPARE(declared, keys);
-        for (int i = 0; i < texts.size(); ++i)
-            QCOMPARE(actions[i]->text(), texts[i]);
         const std::function<QString(const QMenu *)> contents = [&](const QMenu *menu) {
             QStringList parts;
             for (const QAction *each : menu->actions())
@@ -76,11 +54,6 @@ private Q_SLOTS:
                     "Rotation(image_rotate image_fliph image_flipv)) Layers(layer_add "
                     "layer_delete layer_duplicate layer_mergevis layer_mergeall) "
                     "Select(select_all select_none select_invert)"));
-        for (const char *key : {"layers_list", "layers_blendmode", "layers_opacity", "foreground",
-                                "background", "tool_options"})
-            QVERIFY2(!bench.host.control(QString("spr_") + key)->accessibleName().isEmpty(), key);
-        const auto *opacity = bench.field<QSpinBox>("spr_layers_opacity");
-        QCOMPARE(QPoint(opacity->minimum(), opacity->maximum()), QPoint(0, 100));
         QVector<QRgb> offered, wanted{0};
         for (int i = 0; i < 256; ++i)
             offered << bench.canvas().palette->rgbAt(uchar(i));
@@ -94,117 +67,10 @@ private Q_SLOTS:
         for (int i = 0; i < 39; ++i)
             wanted << QColor(i * 255 / 38, i * 255 / 38, i * 255 / 38).rgb();
         QCOMPARE(offered, wanted);
-        bench.editor->setCurrentFile(bench.file.get());
-        QCOMPARE(bench.differences(), QString());
-        bench.show({somePicture({5, 4})});
-        // Every tool has a key of its own, which counts in the view.
-        QSet<QKeySequence> toolKeys;
-        for (const QString key : {"canvasmove", "selmove", "rectsel", "freesel", "picker", "pen",
-                                  "eraser", "remap_pen", "paintbucket"}) {
-            QAction *tool = bench.action(("spr_tool_" + key).toLatin1());
-            toolKeys.insert(tool->shortcut());
-            QVERIFY(tool->toolTip().contains('(' + tool->shortcut().toString() + ')'));
-            bench.view()->setFocus();
-            QTest::keyClicks(bench.view(), tool->shortcut().toString().toLower());
-            QVERIFY2(tool->isChecked(), qPrintable(key));
-            QCOMPARE(bench.renderer().activePosition(), toolKeys.size() - 1);
-            QVERIFY(!bench.host.statusTexts.value(Interface::GuidesField).isEmpty());
-            auto *button = qobject_cast<QAbstractButton *>(bench.host.control(tool->objectName()));
-            QVERIFY2(button && button->isChecked(), qPrintable(key));
-        }
-        QCOMPARE(toolKeys.size(), 9);
-        bench.trigger("spr_layer_add");
-        const ImageSelection &selection = bench.canvas().selection;
-        QTest::keyClick(bench.view(), Qt::Key_A, Qt::ControlModifier);
-        QVERIFY(selection.active && selection.contains(4, 3));
-        QTest::keyClick(bench.view(), Qt::Key_X, Qt::ControlModifier | Qt::ShiftModifier);
-        QVERIFY(selection.active && !selection.contains(4, 3));
-        QTest::keyClick(bench.view(), Qt::Key_D, Qt::ControlModifier);
-        QVERIFY(!selection.active);
-    }
-
-    void drawsWithTheMouseAndSaves_data()
-    {
-        columns<bool>("withPanel");
-        addRow("with the panel of palettes", true);
-        addRow("with a grid of its own", false);
-    }
-
-    void drawsWithTheMouseAndSaves()
-    {
-        const auto [withPanel] = row<bool>();
-        Bench bench(withPanel);
-        const auto *grid = bench.field<PaletteWidget>("spr_colors");
-        QCOMPARE(grid != nullptr, !withPanel);
-        if (grid) // four rows of small cells
-            QCOMPARE(QPoint(grid->cellAt({635, 5}), grid->cellAt({5, 35})), QPoint(63, 192));
-        bench.show({somePicture({12, 9}), somePicture({3, 3})});
-        QImage wanted = bench.sprite();
-        bench.trigger("spr_tool_pen");
-        bench.setColor(40, 41);
-        bench.drag({2, 3}, {7, 3});
-        bench.click({1, 1}, Qt::RightButton);
-        for (int x = 2; x <= 7; ++x)
-            wanted.setPixel(x, 3, 40);
-        wanted.setPixel(1, 1, 41);
-        QVERIFY(!bench.canvas().undoStack.isClean());
-        QCOMPARE(bench.canvas().flatten(), wanted);
-        QVERIFY(bench.sprite() != wanted);
-        bench.mouse(QEvent::MouseMove, {5, 3}, Qt::NoButton);
-        const QRgb color = someColors()[40];
-        QCOMPARE(bench.host.statusTexts.value(Interface::PositionField),
-                 QString("X: 5, Y: 3  Color 40: %1, %2, %3, 255")
-                     .arg(qRed(color))
-                     .arg(qGreen(color))
-                     .arg(qBlue(color)));
-        bench.trigger("spr_saveimg");
-        QCOMPARE(bench.sprite(), wanted);
-        QVERIFY(bench.file->isModified());
-        QVERIFY(bench.canvas().undoStack.isClean() && bench.canvas().undoStack.count() == 0);
-        // The canvas's steps are gone, and undo is the file's: the old picture is back and shown,
-        // and a title that reads the mark when it is told of a change is right.
-        const QTemporaryDir directory;
-        QVERIFY(bench.file->toFile(FileSystemArchive::instance(), directory.filePath("a"), false));
-        bool isMarked = bench.editor->isModified();
-        QVERIFY(!isMarked);
-        const QObject title;
-        connect(bench.editor.get(), &Editor::modified, &title,
-                [&] { isMarked = bench.editor->isModified(); });
-        bench.editor->undo();
-        QVERIFY(isMarked);
-        QCOMPARE(bench.canvas().flatten(), somePicture({12, 9}));
-        bench.editor->redo();
-        QVERIFY(!isMarked);
-        QCOMPARE(bench.canvas().flatten(), wanted);
-        // A press too many is asked about, as the way back to the end is lost by it. What was
-        // done to the file after the canvas's steps is not.
-        bench.setColor(50);
-        bench.click({4, 4});
-        const QImage end = bench.canvas().flatten();
-        bench.editor->undo();
-        Palette *const own = bench.file->at(0)->palette();
-        RGBA colors[256];
-        own->toPalette(colors);
-        const RGBA kept = std::exchange(colors[9], RGBA{1, 2, 3, 255});
-        own->setColors(colors, Palette::SetReplaced);
-        bench.editor->undo();
-        QVERIFY(own->colors()[9] == kept);
-        bench.host.dialogs().expectBox(QMessageBox::No);
-        bench.editor->undo();
-        QCOMPARE(bench.canvas().flatten(), wanted);
-        bench.editor->redo();
-        QCOMPARE(bench.canvas().flatten(), end);
-        bench.editor->undo();
-        bench.host.dialogs().expectBox(QMessageBox::Yes);
-        bench.editor->undo();
-        QCOMPARE(bench.canvas().flatten(), somePicture({12, 9}));
-        bench.editor->redo();
-        bench.trigger("spr_next");
-        bench.trigger("spr_next");
-        QCOMPARE(bench.editor->currentSprite(), bench.file->at(1));
-        bench.trigger("spr_prev");
-        QCOMPARE(bench.editor->currentSprite(), bench.file->at(0));
-        QCOMPARE(bench.host.dialogs().finish(), QString());
+        const Bench alone(false); // its grid has four rows of small cells
+        const auto *grid = alone.field<PaletteWidget>("spr_colors");
+        QCOMPARE(QPoint(grid->cellAt({635, 5}), grid->cellAt({5, 35})), QPoint(63, 192));
+        QVERIFY(!bench.field<PaletteWidget>("spr_colors"));
     }
 
     void worksOnLayers_data()
@@ -476,25 +342,8 @@ private Q_SLOTS:
         bench.canvas().layers.removeLayer(2, true);
         send(QEvent::MouseButtonRelease, place(0) - QPoint(0, 6), Qt::NoButton);
         QCOMPARE(order(), QString("Layer 2, Layer 2 copy"));
-        // Fields follow the current layer and its undo.
-        auto *opacity = qobject_cast<QSpinBox *>(bench.host.control("spr_layers_opacity"));
-        auto *blending = qobject_cast<QComboBox *>(bench.host.control("spr_layers_blendmode"));
-        QVERIFY(opacity->isEnabled() && blending->isEnabled());
-        opacity->setValue(40);
-        blending->setFocus();
-        QTest::keyClick(blending, Qt::Key_Down);
-        QTest::keyClick(blending, Qt::Key_Down);
-        QCOMPARE(bench.renderer().currentLayer()->opacity, 0.4);
-        QCOMPARE(bench.renderer().currentLayer()->blendMode,
-                 int(QPainter::CompositionMode_Multiply));
         bench.editor->retranslate();
-        QCOMPARE(blending->count(), 13);
         QCOMPARE(bench.differences(), QString());
-        bench.editor->undo();
-        QCOMPARE(blending->currentText(), QString("Add"));
-        bench.editor->undo();
-        bench.editor->undo();
-        QCOMPARE(opacity->value(), 100);
     }
 
     void survives_data()
@@ -533,18 +382,6 @@ private Q_SLOTS:
             closeIn(bench);
             bench.editor->setSpriteImage(somePicture({5, 5}, 4, 9));
         });
-        add("a file that vanishes", [](Bench &bench) {
-            const QString path = bench.path("gone.png");
-            writeFile(path);
-            bench.click({2, 2}); // there is something to ask about
-            bench.host.dialogs().expectFiles({path});
-            bench.host.dialogs().expectDialog([path](QDialog *dialog) {
-                QFile::remove(path);
-                qobject_cast<QMessageBox *>(dialog)->button(QMessageBox::No)->click();
-            });
-            bench.host.dialogs().expectBox(QMessageBox::Ok);
-            bench.trigger("spr_openimg");
-        });
         add("one pixel", [](Bench &bench) {
             bench.insert("one", somePicture({1, 1}));
             bench.trigger("spr_next");
@@ -566,15 +403,6 @@ private Q_SLOTS:
             bench.trigger("spr_image_rotate");
             bench.editor->undo();
             QCOMPARE(bench.canvas().size, huge.size());
-        });
-        add("no layer", [](Bench &bench) {
-            bench.trigger("spr_layer_delete");
-            bench.editor->copy();
-            bench.editor->cut();
-            bench.click({2, 2});
-            bench.trigger("spr_crop");
-            bench.editor->undo();
-            QCOMPARE(bench.canvas().layers.rowCount(), 1);
         });
         add("a stroke that a deletion cuts off", [](Bench &bench) {
             bench.mouse(QEvent::MouseButtonPress, {2, 2});
@@ -598,23 +426,6 @@ private Q_SLOTS:
             QCOMPARE(bench.sprite(), before);
             bench.editor->undo();
             QCOMPARE(bench.differences(), QString());
-        });
-        add("a save writes what is drawn", [](Bench &bench) {
-            for (const bool isElsewhere : {false, true}) {
-                const QString path = bench.path(isElsewhere ? "b.gleam" : "a.gleam");
-                if (!isElsewhere)
-                    bench.file->toFile(FileSystemArchive::instance(), path, false);
-                bench.setColor(77 + isElsewhere);
-                bench.click({2, 2});
-                const QImage drawn = bench.canvas().flatten();
-                if (isElsewhere)
-                    bench.host.dialogs().expectFiles({path});
-                isElsewhere ? bench.editor->saveAs() : bench.editor->save();
-                QCOMPARE(bench.differences(), QString());
-                const SpritesPointer again = Bench::make();
-                QVERIFY(again->fromFile(FileSystemArchive::instance(), path, false));
-                QCOMPARE(again->at(0)->image(), drawn);
-            }
         });
         add("the same file, and the same picture", [](Bench &bench) {
             bench.setColor(77);
@@ -644,13 +455,6 @@ private Q_SLOTS:
                 checks << shown.pixel(bench.renderer().toScreen({x, 2}) + QPoint(4, 4));
             QCOMPARE(checks, QSet<QRgb>({0xFFFF0000, QColor(Qt::red).lighter(112).rgb()}));
             QCOMPARE(shown.pixelColor(1, 1), QColor(Qt::blue));
-        });
-        add("nothing is chosen in the dialogs", [](Bench &bench) {
-            for (const char *command : {"spr_image_properties", "spr_resize"}) {
-                bench.expectAccept();
-                bench.trigger(command);
-            }
-            QVERIFY(bench.canvas().undoStack.isClean());
         });
         add("an opaque picture gets indexes", [](Bench &bench) {
             QImage opaque(7, 300, QImage::Format_RGB32);
@@ -702,20 +506,6 @@ private Q_SLOTS:
             QCOMPARE(bench.sprite(1).format(), QImage::Format_Indexed8);
             QVERIFY(bench.canvas().undoStack.isClean());
         });
-        add("a picture is pasted into an empty file", [](Bench &bench) {
-            bench.file->remove(0);
-            QApplication::clipboard()->setImage(somePicture({5, 3}));
-            bench.editor->paste();
-            QCOMPARE(bench.names(), QStringList("Sprite"));
-            QCOMPARE(bytesOf(bench.sprite()), bytesOf(somePicture({5, 3})));
-            bench.insert("empty", QImage());
-            bench.trigger("spr_next");
-            bench.expectAccept();
-            bench.editor->paste();
-            QCOMPARE(bench.canvas().layers.rowCount(), 1);
-            bench.editor->setCurrentFile(nullptr);
-            bench.editor->paste();
-        });
         add("channels, and one pixel that is nearly clear", [](Bench &bench) {
             QImage picture(2, 1, QImage::Format_ARGB32);
             picture.setPixel(0, 0, qRgba(255, 0, 255, 1));
@@ -732,29 +522,6 @@ private Q_SLOTS:
             for (int i = 0; i < 256; ++i)
                 QCOMPARE(bench.sprite(4).color(i), qRgb(i, i, i));
         });
-        add("a first sprite in an empty file", [](Bench &bench) {
-            bench.file->remove(0);
-            QVERIFY(!bench.editor->setCurrent(0));
-            const QRgb basic = bench.canvas().palette->rgbAt(12);
-            bench.expectFields({{"format", 1}, {"width", 9}, {"height", 7}});
-            bench.trigger("spr_new");
-            QVERIFY(bench.editor->setCurrent(0));
-            bench.magnify();
-            bench.setColor(12);
-            bench.click({3, 3});
-            const QRgb shown = bench.canvas().flatten().pixel(3, 3);
-            QCOMPARE(shown, basic); // it has the colors that were offered
-            bench.trigger("spr_saveimg");
-            QCOMPARE(bench.sprite().pixelIndex(3, 3), 12);
-            QCOMPARE(bench.sprite().pixel(3, 3), shown);
-            QCOMPARE(bench.sprite().size(), QSize(9, 7));
-            bench.expectAccept();
-            bench.trigger("spr_new"); // it is shown at once
-            QCOMPARE(bench.editor->currentSprite(), bench.file->at(1));
-            bench.expectAccept();
-            bench.trigger("spr_new");
-            QCOMPARE(bench.names(), QStringList({"Sprite", "Sprite 2", "Sprite 3"}));
-        });
     }
 
     void survives()
@@ -766,44 +533,6 @@ private Q_SLOTS:
         act(bench);
         QCoreApplication::processEvents();
         QCOMPARE(bench.host.dialogs().finish(), QString());
-    }
-
-    void findsAndReplaces_data()
-    {
-        const auto add = columns<QString, unsigned int, int>("text", "flags", "found");
-        using Flag = Editor::FindFlag;
-        add("whole name", "walk_2", 0U | Flag::Silent, 2);
-        add("part of a name", "walk", 0U | Flag::Silent, 0);
-        add("pattern", "^walk_\\d$", 0U | Flag::RegularExpression, 1);
-        add("backward around", "^walk",
-            0U | Flag::RegularExpression | Flag::Backward | Flag::WrapAround, 3);
-        add("case", "Walk_1", 0U | Flag::CaseSensitive | Flag::Silent, 0);
-        add("no case", "Walk_1", 0U, 1);
-        add("broken pattern", "(walk", 0U | Flag::RegularExpression | Flag::Silent, 0);
-    }
-
-    void findsAndReplaces()
-    {
-        const auto [text, flags, found] = row<QString, unsigned int, int>();
-        Bench bench;
-        for (const char *name : {"stand", "walk_1", "walk_2", "walk_3"})
-            bench.insert(name, somePicture({2, 2}));
-        bench.show({});
-        bench.editor->setCurrent(2);
-        QVERIFY(bench.editor->find(bench.file.get(), "stand",
-                                   0U | Editor::Silent | Editor::WrapAround));
-        QCOMPARE(bench.editor->currentSprite(), bench.file->at(0));
-        bench.editor->find(text, flags);
-        QCOMPARE(bench.editor->currentSprite(), bench.file->at(unsigned(found)));
-        const QStringList before = bench.names();
-        bench.editor->setCurrent(0);
-        bench.editor->replace(text, "new", flags, true);
-        const int replaced = bench.names().count("new");
-        QCOMPARE(replaced > 0, found > 0);
-        bench.editor->undo();
-        QCOMPARE(bench.names(), replaced > 0 ? before : QStringList(before.mid(0, 3)));
-        bench.editor->setCurrentFile(nullptr);
-        bench.editor->replace(text, "new", flags, true);
     }
 };
 
