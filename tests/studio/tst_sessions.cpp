@@ -310,8 +310,7 @@ private:
     /// A command of a field's own menu, on a row or at a point.
     Q_INVOKABLE void userMenu(const QString &name, const QString &rest)
     {
-        auto *area = qobject_cast<QAbstractScrollArea *>(field(name));
-        QWidget *target = area ? area->viewport() : field(name);
+        QWidget *target = surface(field(name));
         if (!check(target))
             return;
         auto *rows = qobject_cast<QAbstractItemView *>(field(name));
@@ -342,8 +341,7 @@ private:
     /// Files from a file manager.
     Q_INVOKABLE void userDrop(const QString &name, const QString &files)
     {
-        auto *area = qobject_cast<QAbstractScrollArea *>(field(name));
-        QWidget *target = area ? area->viewport() : field(name);
+        QWidget *target = surface(field(name));
         QMimeData data;
         QList<QUrl> urls;
         for (const QString &file : files.split(' '))
@@ -400,6 +398,13 @@ private:
         check(QDir(m_directory->path()).rename(from, to));
     }
 
+    /// What takes the mouse of a widget.
+    static QWidget *surface(QWidget *widget)
+    {
+        auto *area = qobject_cast<QAbstractScrollArea *>(widget);
+        return area ? area->viewport() : widget;
+    }
+
     static void press(QWidget *widget, const QString &keys)
     {
         const int code = QKeySequence(keys)[0];
@@ -450,8 +455,7 @@ private:
             else if (word.contains(','))
                 points << pointOf(word);
         }
-        if (auto *area = qobject_cast<QAbstractScrollArea *>(widget))
-            widget = area->viewport();
+        widget = surface(widget);
         const auto send = [&](QEvent::Type type, QPoint at) {
             const auto button = isRight ? Qt::RightButton : Qt::LeftButton;
             const bool moves = type == QEvent::MouseMove;

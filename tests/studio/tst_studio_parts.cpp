@@ -154,32 +154,26 @@ private slots:
         QCOMPARE(tops.size(), lines);
     }
 
-    void findBarTellsWhatIsChecked_data()
-    {
-        columns<QStringList, QByteArray, unsigned int>("checked", "button", "flags");
-        const QByteArray next("find_next");
-        addRow("nothing", QStringList{}, next, 0U);
-        addRow("expression", QStringList{"find_regex"}, next, 1U);
-        addRow("case", QStringList{"find_case"}, next, 2U);
-        addRow("wrap", QStringList{"find_wrap"}, next, 8U);
-        addRow("all, backward", QStringList{"find_regex", "find_case", "find_wrap"},
-               QByteArray("find_previous"), 15U);
-    }
-
     void findBarTellsWhatIsChecked()
     {
-        auto [checked, button, flags] = row<QStringList, QByteArray, unsigned int>();
         FindBar bar;
-        for (QCheckBox *box : bar.findChildren<QCheckBox *>())
-            box->setChecked(checked.contains(box->objectName()));
         QSignalSpy find(&bar, &FindBar::findRequested);
         QSignalSpy closed(&bar, &FindBar::closed);
         bar.start("text");
         bar.start(QString());
-        QCOMPARE(bar.text(), "text");
-        bar.findChild<QPushButton *>(button)->click();
-        QCOMPARE(find.count(), 1);
-        QCOMPARE(find.first(), (QVariantList{"text", flags}));
+        auto *next = bar.findChild<QPushButton *>("find_next");
+        next->click();
+        for (const char *box : {"find_wrap", "find_regex", "find_case", "find_words"}) {
+            bar.findChild<QCheckBox *>(box)->toggle();
+            next->click();
+        }
+        bar.findChild<QPushButton *>("find_previous")->click();
+        QVector<uint> flags;
+        for (const QVariantList &asked : qAsConst(find)) {
+            QCOMPARE(asked[0].toString(), QString("text"));
+            flags << asked[1].toUInt();
+        }
+        QCOMPARE(flags, (QVector<uint>{8, 0, 1, 3, 35, 39}));
         QTest::keyClick(&bar, Qt::Key_Escape);
         QVERIFY(!bar.isVisible());
         QCOMPARE(closed.count(), 1);
@@ -188,7 +182,6 @@ private slots:
     void statusFieldsComeAndGo()
     {
         StatusFields status;
-        QSignalSpy clicked(&status, &StatusFields::fieldClicked);
         status.setField(2, "Encoding: UTF-8");
         status.setField(-1, "no");
         status.setField(1000000, "no");
@@ -196,9 +189,6 @@ private slots:
         QCOMPARE(status.field(0), QString());
         QCOMPARE(status.field(1000000), QString());
         auto *button = status.findChild<QToolButton *>("status_field_2");
-        QVERIFY(!button->isHidden());
-        button->click();
-        QCOMPARE(clicked.first().first().toInt(), 2);
         status.resize(600, 24);
         status.show();
         for (const bool isLong : {false, true, false}) {
@@ -209,9 +199,6 @@ private slots:
         }
         status.setField(2, QString());
         QVERIFY(button->isHidden());
-        auto *counts = status.findChild<QToolButton *>("status_messages");
-        status.setMessageCounts(1, 2);
-        QCOMPARE(counts->text(), "1 error, 2 warnings");
     }
 
     void menusAreMadeWhenAskedFor()
