@@ -10,7 +10,6 @@
 #include <QtTest/QSignalSpy>
 
 #include <climits>
-#include <cmath>
 
 using namespace Kiln;
 using namespace PaintBench;
