@@ -173,6 +173,14 @@ private slots:
         QVERIFY(!settings().value("keys/code_goto").isValid());
     }
 
+    void fontsOfAnotherMachineAreKept()
+    {
+        set("font_name", "a family that nobody has");
+        m_dialogs->expectDialog([](QDialog *dialog) { dialog->accept(); });
+        actions()->settings->trigger();
+        QCOMPARE(settings().value("font_name").toString(), "a family that nobody has");
+    }
+
     void focusIsSeen()
     {
         QVERIFY(host().desk().openFile(path("heroes/wren/wren.flick"), 0));
