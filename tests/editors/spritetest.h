@@ -288,8 +288,12 @@ inline QString Bench::differences() const
         {"freesel", "Left: add "},    {"picker", "Left: take"},    {"pen", "Left: fore"},
         {"eraser", "Left: eras"},     {"remap_pen", "Left: firs"}, {"paintbucket", "Click: fil"}};
     const auto &tool = tools[renderer().activePosition()];
-    for (const auto &each : tools)
-        differ(each.first, action(QByteArray("spr_tool_") + each.first)->isChecked(), each == tool);
+    for (const auto &each : tools) {
+        const QByteArray key = QByteArray("spr_tool_") + each.first;
+        const auto *button = field<QAbstractButton>(key.constData());
+        differ(each.first, action(key)->isChecked(), each == tool);
+        differ("its button", button && button->isChecked(), each == tool);
+    }
     differ("hint", host.statusTexts.value(Interface::GuidesField).left(10),
            QString(isActive ? tool.second : ""));
     if (!isActive)

@@ -67,7 +67,10 @@ private Q_SLOTS:
         for (int i = 0; i < 39; ++i)
             wanted << QColor(i * 255 / 38, i * 255 / 38, i * 255 / 38).rgb();
         QCOMPARE(offered, wanted);
-        const Bench alone(false); // its grid has four rows of small cells
+        bench.editor->setCurrentFile(bench.file.get());
+        QCOMPARE(bench.differences(), QString());
+        QVERIFY(!bench.editor->setCurrent(0)); // there is none
+        const Bench alone(false);              // its grid has four rows of small cells
         const auto *grid = alone.field<PaletteWidget>("spr_colors");
         QCOMPARE(QPoint(grid->cellAt({635, 5}), grid->cellAt({5, 35})), QPoint(63, 192));
         QVERIFY(!bench.field<PaletteWidget>("spr_colors"));
