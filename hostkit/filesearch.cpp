@@ -201,18 +201,20 @@ void FileSearch::beginText()
 {
     m_line = m_lineStart = 0;
     m_lineEnd = lineEndFrom(0);
+    m_isAtEnd = false;
     m_matches = m_expression.globalMatch(m_text);
 }
 
 void FileSearch::searchSlice()
 {
     if (!m_matches->hasNext()) {
-        m_isTooSlow = m_isTooSlow || !m_matches->isValid();
+        m_isTooSlow = m_isTooSlow || (!m_isAtEnd && !m_matches->isValid());
         m_matches.reset();
         m_text.clear();
         return;
     }
     const QRegularExpressionMatch match = m_matches->next();
+    m_isAtEnd = match.capturedLength() == 0 && match.capturedEnd() == m_text.size();
     if (match.capturedLength() > 0)
         addHit(match);
     if (m_count >= mostHits)

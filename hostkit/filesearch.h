@@ -105,9 +105,10 @@ private:
 
     QString m_text; ///< of the file that is being searched; its lines end with a line feed
     std::optional<QRegularExpressionMatchIterator> m_matches;
-    int m_line = 0;      ///< up to which lines were counted
-    int m_lineStart = 0; ///< its first character
-    int m_lineEnd = 0;   ///< behind its last one
+    int m_line = 0;         ///< up to which lines were counted
+    int m_lineStart = 0;    ///< its first character
+    int m_lineEnd = 0;      ///< behind its last one
+    bool m_isAtEnd = false; ///< an empty match was there, behind which an iterator is not valid
 };
 
 } // namespace HostKit

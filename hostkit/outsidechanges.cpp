@@ -64,6 +64,7 @@ OutsideChanges::OutsideChanges(ProjectSession &session,
     , m_desk(desk)
     , m_tabs(tabs)
     , m_window(window)
+    , m_quiet(this)
 {
     makeBar();
     m_quiet.setSingleShot(true);

@@ -18,9 +18,11 @@ constexpr int Delay = 150;     // milliseconds from a key to the next search
 HitSearch::HitSearch(std::function<void()> tell, QObject *parent)
     : QObject(parent)
     , m_tell(std::move(tell))
+    , m_delay(this)
 {
     m_pollTimer.setInterval(Poll);
     m_delay.setInterval(Delay);
+    m_delay.setSingleShot(true);
     connect(&m_pollTimer, &QTimer::timeout, this, &HitSearch::poll);
     connect(&m_delay, &QTimer::timeout, this, &HitSearch::begin);
 }

@@ -1,7 +1,9 @@
 #include "windowtest.h"
 
+#include <findinfilesdock.h>
 #include <hostkit/actionregistry.h>
 #include <hostkit/animationview.h>
+#include <hostkit/outsidechanges.h>
 #include <hostkit/viewport.h>
 #include <kilnx/editors/spriteeditor.h>
 #include <kilnx/image/imagepalette.h>
@@ -19,6 +21,14 @@ using State = QMap<QString, QString>;
 QString checksum(const QByteArray &bytes)
 {
     return '#' + QCryptographicHash::hash(bytes, QCryptographicHash::Md4).toHex().left(4);
+}
+
+/// Few bytes as the text that they are.
+QString bytesText(const QByteArray &bytes)
+{
+    return bytes.size() > 60
+               ? checksum(bytes)
+               : '"' + QString::fromUtf8(bytes).replace("\r", "\\r").replace("\n", "\\n") + '"';
 }
 
 QString pictureText(const QImage &image)
@@ -46,6 +56,8 @@ void addRows(const QAbstractItemView &view,
         const QModelIndex index = model.index(row, 0, parent);
         if (tree && tree->isRowHidden(row, parent))
             continue;
+        if (const QVariant mark = index.data(Qt::CheckStateRole); mark.isValid())
+            cells[0].prepend(QStringList{"[ ] ", "[-] ", "[x] "}[mark.toInt()]);
         const QString text = cells.join(" | ");
         if (view.currentIndex().siblingAtColumn(0) == index)
             marks << QString("current %1 %2").arg(rows.size()).arg(text);
@@ -198,7 +210,9 @@ private slots:
     {
         const auto [path] = row<QString>();
         m_dialogs->answerOthers([this](QDialog *dialog) { answer(dialog); });
+        qputenv("XDG_DATA_HOME", QFile::encodeName(m_directory->filePath("share"))); // the trash
         m_answers.clear();
+        listen();
         m_said.clear();
         const ModelTester messages(&host().messages());
         m_state = seen();
@@ -313,10 +327,7 @@ private:
         QWidget *target = surface(field(name));
         if (!check(target))
             return;
-        auto *rows = qobject_cast<QAbstractItemView *>(field(name));
-        const QString where = rest.section(' ', 0, 0);
-        const QPoint at =
-            rows ? rows->visualRect(rowOf(*rows, where.mid(3).toInt())).center() : pointOf(where);
+        const QPoint at = pointOf(field(name), rest.section(' ', 0, 0));
         QTimer::singleShot(0, this, [this, wanted = rest.section(' ', 1)] {
             auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
             if (!check(menu))
@@ -329,9 +340,11 @@ private:
                 chosen = text == wanted && action->isEnabled() ? action : chosen;
             }
             m_said << "    menu: " + texts.join(" ; ");
-            menu->close();
+            menu->setActiveAction(chosen);
             if (check(chosen || wanted.isEmpty()) && chosen)
-                QTimer::singleShot(0, chosen, &QAction::trigger);
+                QTest::keyClick(menu, Qt::Key_Return);
+            else
+                menu->close();
         });
         QContextMenuEvent event(QContextMenuEvent::Mouse, at, target->mapToGlobal(at));
         QApplication::sendEvent(target, &event);
@@ -367,10 +380,12 @@ private:
     {
         if (!check(m_window->close()))
             return;
+        m_window.reset(); // or its end would leave the new one deaf to the disk
         makeWindow();
         m_window->show();
         m_window->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+        listen();
         m_window->reopenLast();
     }
     /// Everything that can be seen, and not only what has changed.
@@ -379,15 +394,18 @@ private:
     // What others do on the disk.
     Q_INVOKABLE void userCopy(const QString &from, const QString &to)
     {
-        copyFolder(QDir(KILN_SOURCE_DIR).filePath(from), m_directory->filePath(to));
+        const QString path = QDir(KILN_SOURCE_DIR).filePath(from);
+        QFileInfo(path).isDir() ? copyFolder(path, m_directory->filePath(to))
+                                : replaceFile(m_directory->filePath(to), readFile(path));
     }
     Q_INVOKABLE void userWrite(const QString &name, const QString &text)
     {
-        writeFile(m_directory->filePath(name), QString(text).replace("\\n", "\n").toUtf8());
+        replaceFile(m_directory->filePath(name), QString(text).replace("\\n", "\n").toUtf8());
     }
     Q_INVOKABLE void userDelete(const QString &name, const QString &)
     {
-        check(QFile::remove(m_directory->filePath(name)));
+        const QString path = m_directory->filePath(name);
+        check(QFileInfo(path).isDir() ? QDir(path).removeRecursively() : QFile::remove(path));
     }
     Q_INVOKABLE void userLink(const QString &from, const QString &to)
     {
@@ -437,27 +455,36 @@ private:
         return done;
     }
 
-    /// Points are in the widget, a button is held from the first to the last one. "row2" is the
-    /// middle of a list's third row.
+    /// A point in the widget, "5,7", or the middle of a list's third row or of the third tab,
+    /// "row2".
+    static QPoint pointOf(QWidget *widget, const QString &word)
+    {
+        const int row = word.mid(3).toInt();
+        if (auto *view = qobject_cast<QAbstractItemView *>(widget); view && !word.contains(','))
+            return view->visualRect(rowOf(*view, row)).center();
+        if (auto *tabs = qobject_cast<QTabBar *>(widget); tabs && !word.contains(','))
+            return tabs->tabRect(row).center();
+        return pointOf(word);
+    }
+
+    /// A button is held from the first point to the last one.
     void mouse(QWidget *widget, const QStringList &words)
     {
         if (!check(widget))
             return;
-        const bool isRight = words.contains("right");
         Qt::KeyboardModifiers keys;
         keys.setFlag(Qt::ShiftModifier, words.contains("shift"));
         keys.setFlag(Qt::ControlModifier, words.contains("ctrl"));
         QVector<QPoint> points;
         for (const QString &word : words) {
-            auto *view = qobject_cast<QAbstractItemView *>(widget);
-            if (view && word.startsWith("row"))
-                points << view->visualRect(rowOf(*view, word.mid(3).toInt())).center();
-            else if (word.contains(','))
-                points << pointOf(word);
+            if (word.contains(',') || word.startsWith("row"))
+                points << pointOf(widget, word);
         }
         widget = surface(widget);
         const auto send = [&](QEvent::Type type, QPoint at) {
-            const auto button = isRight ? Qt::RightButton : Qt::LeftButton;
+            const auto button = words.contains("right")    ? Qt::RightButton
+                                : words.contains("middle") ? Qt::MiddleButton
+                                                           : Qt::LeftButton;
             const bool moves = type == QEvent::MouseMove;
             QMouseEvent event(type, at, widget->mapToGlobal(at), moves ? Qt::NoButton : button,
                               type == QEvent::MouseButtonRelease ? Qt::NoButton : button, keys);
@@ -524,14 +551,18 @@ private:
         }
     }
 
-    static void selectRows(QAbstractItemView &view, const QStringList &rows)
+    /// And changes their marks, if "mark" is among the words.
+    static void selectRows(QAbstractItemView &view, QStringList rows)
     {
+        const bool marks = rows.removeAll("mark");
         view.clearSelection();
         for (const QString &row : rows) {
             const QModelIndex index = rowOf(view, row.toInt());
             view.selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
             view.selectionModel()->select(index,
                                           QItemSelectionModel::Select | QItemSelectionModel::Rows);
+            if (marks)
+                QTest::keyClick(&view, Qt::Key_Space);
         }
     }
 
@@ -622,8 +653,8 @@ private:
             // What a library compresses may have other bytes in another release of it.
             const bool isPacked = name.endsWith(".png") || name.endsWith("gleam") ||
                                   name.endsWith(".peal") || !name.contains('.');
-            if (name.startsWith("hero/") || !name.contains('/'))
-                state["file " + name] = isPacked ? "there" : checksum(readFile(path));
+            if (name.startsWith("hero/") || !name.contains('/') || name.contains("Trash/files/"))
+                state["file " + name] = isPacked ? "there" : bytesText(readFile(path));
         }
         for (Kiln::Project *project : session().projects())
             addFiles(*project, state);
@@ -739,14 +770,30 @@ private:
         }
     }
 
+    /// Notes what the status bar tells. It hides its fields for a while then, so settle() ends
+    /// that.
+    void listen()
+    {
+        connect(statusBar(), &QStatusBar::messageChanged, this, [this](const QString &text) {
+            if (!text.isEmpty())
+                m_said << "    told: " + tidy(text);
+        });
+        statusBar()->clearMessage();
+    }
+    QStatusBar *statusBar() const { return m_window->findChild<QStatusBar *>("status_bar"); }
+
     /// Waits until nothing more happens by itself.
     void settle() const
     {
         const auto isWaiting = [this] {
-            const QList<QTimer *> timers = m_window->findChildren<QTimer *>();
-            return std::any_of(timers.begin(), timers.end(), [](const QTimer *timer) {
-                return timer->isActive() && timer->isSingleShot() && timer->interval() < 1000;
-            });
+            const auto *search = m_window->findChild<Studio::FindInFilesDock *>();
+            const QList<QTimer *> timers = m_window->findChildren<QTimer *>() +
+                                           host().outsideChanges().findChildren<QTimer *>();
+            return search->isSearching() || view()->hitState() == Kiln::CodeEditor::Searching ||
+                   std::any_of(timers.begin(), timers.end(), [](const QTimer *timer) {
+                       return timer->isActive() && timer->isSingleShot() &&
+                              timer->interval() < 1000;
+                   });
         };
         State last;
         QElapsedTimer watch;
@@ -757,6 +804,7 @@ private:
             last = now;
             QTest::qWait(20);
         }
+        statusBar()->clearMessage();
     }
 
     /// What has changed since the last call.

@@ -20,28 +20,6 @@ class tst_studio_files : public WindowTest
     Q_OBJECT
 
 private slots:
-    void savingWritesTheWholeFile()
-    {
-        open("heroes/wren/air.glow");
-        QTest::keyClick(view(), Qt::Key_End, Qt::ControlModifier);
-        type("\n; the end");
-        const QByteArray expected = document()->toString().replace("\n", "\r\n").toUtf8();
-        QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier);
-        QCOMPARE(readFile(path("heroes/wren/air.glow")), expected);
-        QVERIFY(!document()->isModified());
-        QVERIFY(!m_window->isWindowModified());
-
-        open("heroes/wren/hurt.glow");
-        type("; one\n");
-        open("heroes/wren/brain.glow");
-        type("; two\n");
-        QCOMPARE(session().modifiedFiles().size(), 2);
-        QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier | Qt::AltModifier);
-        QVERIFY(session().modifiedFiles().isEmpty());
-        QVERIFY(readFile(path("heroes/wren/hurt.glow")).startsWith("; one\r\n"));
-        QVERIFY(readFile(path("heroes/wren/brain.glow")).startsWith("; two\r\n"));
-    }
-
     void savesLeaveTheViewAlone()
     {
         open("heroes/wren/air.glow");
@@ -60,51 +38,9 @@ private slots:
         QCOMPARE(QApplication::focusWidget(), nodes);
     }
 
-    void failedSavesAreTold()
+    void spritesHaveTheirPlace()
     {
-        settings().setValue("enable_file_watcher", false);
-        open("heroes/wren/air.glow");
-        type("; not lost");
-        // A directory stands in the way.
-        QVERIFY(QFile::remove(path("heroes/wren/air.glow")));
-        QVERIFY(QDir().mkpath(path("heroes/wren/air.glow/in the way")));
-        m_dialogs->expectBox(QMessageBox::Ok);
-        m_dialogs->expectFiles({});
-        actions()->save->trigger();
-        QVERIFY(document()->isModified());
-        QVERIFY2(m_dialogs->seen().first().text.contains("air.glow' could not be saved."),
-                 qPrintable(m_dialogs->seen().first().text));
-
-        QVERIFY(QDir().mkpath(path("heroes/wren/also.glow/in the way")));
-        m_dialogs->expectFiles({path("heroes/wren/also")});
-        m_dialogs->expectBox(QMessageBox::Yes);
-        m_dialogs->expectBox(QMessageBox::Ok);
-        actions()->saveAs->trigger();
-        QVERIFY(document()->isModified());
-        QVERIFY(m_dialogs->seen().last().text.contains("could not be saved."));
-
-        m_dialogs->expectFiles({path("heroes/wren/higher")});
-        actions()->saveAs->trigger();
-        QVERIFY(readFile(path("heroes/wren/higher.glow")).startsWith("; not lost"));
-        m_dialogs->expectFiles({});
-        actions()->saveAs->trigger();
-    }
-
-    void spritesAreDrawnAndSaved()
-    {
-        const QString name = path("heroes/wren/wren.gleam");
-        settings().setValue("enable_file_watcher", false);
-        QVERIFY(host().desk().openFile(name, 0));
-        QTabBar &tabs = host().tabs();
-        const auto isMarked = [&tabs] {
-            return tabs.tabText(tabs.currentIndex()).endsWith(QChar(0x2022));
-        };
-        auto *addLayer = m_window->findChild<QAction *>("spr_layer_add");
-        QVERIFY(!isMarked());
-        addLayer->trigger();
-        QVERIFY(isMarked());
-        actions()->undo->trigger();
-        QVERIFY(!isMarked());
+        QVERIFY(host().desk().openFile(path("heroes/wren/wren.gleam"), 0));
         const auto *opacity = m_window->findChild<QWidget *>("spr_layers_opacity");
         QVERIFY(!opacity->isEnabled());
         QVERIFY(opacity->palette().color(QPalette::Text) !=
@@ -125,15 +61,6 @@ private slots:
         auto *layers = m_window->findChild<QToolButton *>("spr_layers_menu");
         QVERIFY(layers->defaultAction());
         QCOMPARE(layers->defaultAction()->menu()->actions().size(), 5);
-        // A directory stands in the way of the save, which one box tells.
-        addLayer->trigger();
-        QVERIFY(QFile::remove(name));
-        QVERIFY(QDir().mkpath(name + "/in the way"));
-        m_dialogs->expectBox(QMessageBox::Ok);
-        m_dialogs->expectFiles({});
-        actions()->save->trigger();
-        QVERIFY(m_dialogs->seen().first().text.contains("wren.gleam' could not be saved."));
-        QVERIFY(isMarked());
     }
 
     void oneFileIsOneBuffer_data()
@@ -183,34 +110,6 @@ private slots:
         QCOMPARE(QFileInfo(path(name)).isSymLink(), link == "wren/air.glow");
     }
 
-    /// A file from elsewhere goes with its tab; one that is saved over takes the place of its text.
-    void filesFromElsewhereGo()
-    {
-        const QString name = m_directory->filePath("elsewhere.glow");
-        writeFile(name, "nonsense\r\n");
-        QVERIFY(host().desk().openFile(name, 0));
-        const int before = host().messages().errorCount();
-        QVERIFY(session().findFile(name)->messages()->count(Kiln::Message::Error) > 0);
-        actions()->closeFile->trigger();
-        QVERIFY(!session().findFile(name));
-        QVERIFY(host().messages().errorCount() < before);
-        const QString pictures = m_directory->filePath("elsewhere.gleam");
-        QVERIFY(QFile::copy(path("heroes/wren/wren.gleam"), pictures));
-        for (const QString &picture : {pictures, path("heroes/wren/wren.gleam")}) {
-            QVERIFY(host().desk().openFile(picture, 0));
-            actions()->closeFile->trigger();
-            QCOMPARE(session().findFile(picture) != nullptr, picture != pictures);
-        }
-        open("heroes/wren/hurt.glow");
-        open("heroes/wren/air.glow");
-        const int files = session().files().size();
-        m_dialogs->expectFiles({path("heroes/wren/hurt.glow")});
-        m_dialogs->expectBox(QMessageBox::Yes);
-        actions()->saveAs->trigger();
-        QCOMPARE(session().files().size(), files - 1);
-        QCOMPARE(session().findFile(path("heroes/wren/hurt.glow")), document());
-    }
-
     void longReportsAreCut()
     {
         m_dialogs->expectBox(QMessageBox::Ok);
@@ -235,43 +134,8 @@ private slots:
         QVERIFY(session().parentProject()->backup("kept"));
     }
 
-    void saveAsStartsWithTheOwnName()
+    void nothingIsRestoredUnasked()
     {
-        open("heroes/wren/air.glow");
-        const QVariant before = session().currentProject()->option("code_path");
-        m_dialogs->expectDialog([this](QDialog *dialog) {
-            auto *files = qobject_cast<QFileDialog *>(dialog);
-            QCOMPARE(files->selectedFiles(), QStringList(path("heroes/wren/air.glow")));
-            files->reject();
-        });
-        actions()->saveAs->trigger();
-        QCOMPARE(session().currentProject()->option("code_path"), before);
-    }
-
-    void projectIsSavedUnderANameOfItsKind()
-    {
-        QVERIFY(host().openProject(path("heroes/wren")));
-        QCOMPARE(session().projects().size(), 1);
-        const QString copy = m_directory->filePath("raven");
-        m_dialogs->expectFiles({copy + "/raven"});
-        actions()->saveProjectAs->trigger();
-        QVERIFY(QFileInfo::exists(copy + "/raven.wisp"));
-        QVERIFY(!QFileInfo::exists(copy + "/raven"));
-        QCOMPARE(settings().recentProjects().value(0), copy);
-        QVERIFY(host().openProject(copy));
-    }
-
-    void nothingIsReplacedUnasked()
-    {
-        const QString other = m_directory->filePath("other");
-        QVERIFY(QDir().mkpath(other));
-        writeFile(other + "/tidewater.hearth", "; of somebody else\r\n");
-        m_dialogs->expectFiles({other});
-        m_dialogs->expectBox(QMessageBox::No);
-        actions()->saveProjectAs->trigger();
-        QCOMPARE(readFile(other + "/tidewater.hearth"), QByteArray("; of somebody else\r\n"));
-        QVERIFY(m_dialogs->seen().last().text.contains("tidewater.hearth"));
-
         QVERIFY(host().saving().backup("first"));
         const QStringList copies =
             QDir(path("backup")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
@@ -290,11 +154,9 @@ private slots:
         QVERIFY(!readFile(path("heroes/wren/air.glow")).startsWith("; newer"));
     }
 
-    void tabsFollowTheFiles()
+    // Laying out the bar takes as long as there are tabs: not for each of them.
+    void tabsAreLaidOutOnce()
     {
-        auto *tabs = m_window->findChild<FileTabs *>();
-        const int before = tabs->count();
-        // Laying out the bar takes as long as there are tabs: not for each of them.
         struct CountedTabs : FileTabs {
             using FileTabs::FileTabs;
             void tabLayoutChange() override { ++layouts; }
@@ -306,83 +168,10 @@ private slots:
         const int laidOut = counted.layouts;
         counted.refresh();
         QCOMPARE(counted.layouts, laidOut);
-        open("heroes/wren/air.glow");
-        open("heroes/moss/ground.glow");
-        open("heroes/wren/air.glow");
-        QCOMPARE(tabs->count(), before + 2);
-        type("; x");
-        QVERIFY(tabs->tabText(tabs->currentIndex()).endsWith("•"));
-        QTest::keyClick(view(), Qt::Key_S, Qt::ControlModifier);
-        QCOMPARE(tabs->tabText(tabs->currentIndex()), "air.glow");
-        type("; y");
-        Kiln::CodeDocument *const air = document();
-        tabs->setCurrentIndex(tabs->indexOf(session().findFile(path("heroes/moss/ground.glow"))));
-        QCOMPARE(document()->fileName(), path("heroes/moss/ground.glow"));
-        QCOMPARE(tabs->tabText(tabs->indexOf(air)), "air.glow •");
-        air->reload();
-        QCOMPARE(tabs->tabText(tabs->indexOf(air)), "air.glow");
-        // An editor may hold changes that its file has not got yet.
-        QVERIFY(host().desk().openFile(path("heroes/wren/wren.gleam"), 0));
-        const int sprites = tabs->currentIndex();
-        m_window->findChild<QAction *>("spr_image_fliph")->trigger();
-        QCOMPARE(tabs->tabText(sprites), "wren.gleam •");
-        host().desk().showFile(air);
-        QCOMPARE(tabs->tabText(sprites), "wren.gleam •");
-        host().desk().showFile(tabs->files().at(sprites));
-        actions()->undo->trigger();
-        tabs->resize(tabs->tabRect(sprites).size()); // names stay whole, and scroll
-        QVERIFY(tabs->tabRect(sprites).width() >
-                tabs->fontMetrics().horizontalAdvance(tabs->tabText(sprites)));
-        // Two of one name are told apart as long as there are two.
-        open("heroes/wren/strikes.glow");
-        const Kiln::CodeDocument *const wren = document();
-        open("heroes/moss/strikes.glow");
-        Kiln::CodeDocument *const moss = document();
-        QCOMPARE(tabs->tabText(tabs->indexOf(wren)), "wren/strikes.glow");
-        QVERIFY(m_window->windowTitle().startsWith("moss/strikes.glow"));
-        tabs->moveTab(tabs->currentIndex(), 0);
-        QCOMPARE(tabs->shownTitle(moss), "moss/strikes.glow");
-        const auto middleClick = [tabs](const Kiln::ProjectFile *file) {
-            QTest::mouseClick(tabs, Qt::MiddleButton, {},
-                              tabs->tabRect(tabs->indexOf(file)).center());
-        };
-        middleClick(wren);
-        QCOMPARE(tabs->tabText(tabs->indexOf(moss)), "strikes.glow");
-        const auto choose = [tabs](const Kiln::ProjectFile *file, const char *action) {
-            QTimer::singleShot(0, tabs, [action] {
-                QWidget *menu = QApplication::activePopupWidget();
-                menu->findChild<QAction *>(action)->trigger();
-                menu->close();
-            });
-            const QPoint place = tabs->tabRect(tabs->indexOf(file)).center();
-            QContextMenuEvent asked(QContextMenuEvent::Mouse, place, tabs->mapToGlobal(place));
-            QApplication::sendEvent(tabs, &asked);
-        };
-        choose(moss, "tab_copy_path");
-        QCOMPARE(QGuiApplication::clipboard()->text(), moss->fileName());
-        QVERIFY(tabs->count() > 2);
-        choose(moss, "tab_close_others");
-        QCOMPARE(tabs->files(), QList<Kiln::ProjectFile *>{moss});
-        type("; kept\n");
-        open("heroes/wren/air.glow");
-        m_dialogs->expectBox(QMessageBox::Cancel);
-        choose(moss, "tab_close_all");
-        QCOMPARE(tabs->count(), 2); // who keeps one keeps the rest
-        moss->reload();
-        while (tabs->count() > 0)
-            actions()->closeFile->trigger();
-        QVERIFY(!document());
-        QVERIFY(!host().deck().current());
-        QVERIFY2(session().findFile(path("heroes/wren/air.glow")),
-                 "a file off the desk still belongs to its project");
-
-        actions()->newMenu->actions().first()->trigger();
-        QCOMPARE(tabs->tabText(0), "Untitled");
-        type("; new");
-        m_dialogs->expectBox(QMessageBox::Discard);
-        const int files = session().files().size();
-        actions()->closeFile->trigger();
-        QCOMPARE(session().files().size(), files - 1);
+        // Names stay whole, and scroll.
+        counted.resize(counted.tabRect(1).size());
+        QVERIFY(counted.tabRect(1).width() >
+                counted.fontMetrics().horizontalAdvance(counted.tabText(1)));
     }
 
     /// Whatever signs are in it.
@@ -395,66 +184,16 @@ private slots:
         QCOMPARE(tabs.tabText(tabs.currentIndex()), QString(name).replace("&", "&&"));
         QVERIFY(m_window->windowTitle().startsWith(QString(name).replace("[*]", "[*][*]") + "[*]"));
         type("; x");
+        QVERIFY(m_window->isWindowModified());
         m_dialogs->expectDialog([](QDialog *dialog) {
             QCOMPARE(qobject_cast<QMessageBox *>(dialog)->textFormat(), Qt::PlainText);
             dialog->reject();
         });
         actions()->closeFile->trigger();
         actions()->save->trigger();
+        QVERIFY(!m_window->isWindowModified());
         settings().addRecentProject("/there/R&D");
         QCOMPARE(actions()->recentMenu->actions().first()->text(), "/there/R&&D");
-    }
-
-    void closingAsksForChanges_data()
-    {
-        const auto add = columns<int, bool, bool>("answer", "all", "done");
-        add("save one", int(QMessageBox::Save), false, true);
-        add("discard one", int(QMessageBox::Discard), false, true);
-        add("keep one", int(QMessageBox::Cancel), false, false);
-        add("save all", int(QMessageBox::Save), true, true);
-        add("discard all", int(QMessageBox::Discard), true, true);
-        add("keep all", int(QMessageBox::Cancel), true, false);
-        add("one cannot be saved", -1, true, false);
-    }
-
-    /// One question for all, by name; what is to be saved is on disk before anything closes.
-    void closingAsksForChanges()
-    {
-        const auto [answer, all, done] = row<int, bool, bool>();
-        const QStringList names{path("heroes/wren/air.glow"), path("heroes/wren/hurt.glow")};
-        settings().setValue("enable_file_watcher", false);
-        for (const QString &name : names) {
-            open(QString(name).remove(hero() + '/'));
-            type("; typed");
-        }
-        if (answer < 0) { // a directory stands in the way
-            QVERIFY(QFile::remove(names[1]) && QDir().mkpath(names[1] + "/in the way"));
-            m_dialogs->expectBox(QMessageBox::Save);
-            m_dialogs->expectBox(QMessageBox::Ok);
-            m_dialogs->expectFiles({});
-        } else {
-            m_dialogs->expectBox(QMessageBox::StandardButton(answer));
-        }
-        if (all)
-            QCOMPARE(m_window->close(), done);
-        else
-            QCOMPARE(host().desk().closeFile(session().findFile(names[0])), done);
-        const QString asked = m_dialogs->seen().first().text;
-        QVERIFY(asked.contains("air.glow"));
-        QCOMPARE(asked.contains("hurt.glow"), all);
-        QCOMPARE(m_dialogs->seen().first().defaultButton, QMessageBox::Save);
-        const bool isSaved = answer == QMessageBox::Save || answer < 0;
-        QCOMPARE(readFile(names[0]).startsWith("; typed"), isSaved);
-        QCOMPARE(session().parentProject() == nullptr, all && done);
-        if (!all)
-            QCOMPARE(session().findFile(names[0])->isModified(), !done);
-        if (session().parentProject()) { // the other is still there, as it was
-            auto *other = session().findFile(names[1]);
-            QVERIFY(other && other->isModified());
-            QVERIFY(dynamic_cast<Kiln::CodeDocument *>(other)->toString().startsWith("; typed"));
-        } else {
-            QCOMPARE(readFile(names[1]).startsWith("; typed"), isSaved);
-        }
     }
 
     void projectGoesBehindTheQuestion_data()
@@ -523,32 +262,6 @@ private slots:
         QVERIFY(!session().parentProject());
     }
 
-    // Lines end with CR LF on disk: a save that changes that says so, once.
-    void lineEndsAreTold_data()
-    {
-        const auto add = columns<bool>("all");
-        add("one file", false);
-        add("all files", true);
-    }
-
-    void lineEndsAreTold()
-    {
-        const auto [all] = row<bool>();
-        const QString name = path("heroes/wren/air.glow");
-        writeFile(name, readFile(name).replace('\r', ""));
-        open("heroes/wren/air.glow");
-        document()->acceptDisk();
-        auto *told = m_window->findChild<QStatusBar *>("status_bar");
-        for (const bool isFirst : {true, false}) {
-            type("; x\n");
-            told->clearMessage();
-            (all ? actions()->saveAll : actions()->save)->trigger();
-            QCOMPARE(told->currentMessage().contains("CR LF"), isFirst);
-            QVERIFY(readFile(name).contains("\r\n") &&
-                    !static_cast<QTextDocument *>(document())->isModified());
-        }
-    }
-
     // A file that is no text is shown as its bytes and never written, whatever its name says.
     void bytesAreShownAndNeverWritten()
     {
@@ -606,17 +319,9 @@ private slots:
         actions()->closeFile->trigger();
     }
 
-    void directoryWithoutProjectLeavesTheOldOne()
+    // As named on the command line: a file is shown in the project beside it.
+    void filesOpenTheirProject()
     {
-        const QTemporaryDir empty;
-        const Kiln::ParentProject *project = session().parentProject();
-        m_dialogs->expectBox(QMessageBox::Ok);
-        QVERIFY(!host().openProject(empty.path()));
-        QCOMPARE(session().parentProject(), project);
-        QVERIFY(!settings().recentProjects().contains(empty.path()));
-        QVERIFY2(host().openProject(hero()), "it opens again");
-        QVERIFY(document());
-        // As named on the command line: a file is shown in the project beside it.
         const QString other = m_directory->filePath("other");
         copyFolder(hero(), other);
         for (const QString &name : {path("shared/rules.glow"), other + "/tidewater.hearth"}) {
