@@ -14,6 +14,7 @@
 #include <QTextBlock>
 #include <QTimer>
 
+#include <algorithm>
 #include <utility>
 
 namespace HostKit
@@ -112,7 +113,7 @@ void FileSearch::stop()
         end(Stopped);
 }
 
-// The loaded files first, as they are what the user is at.
+// The loaded files first, as they are what the user is at; each kind by its names.
 void FileSearch::collectSources()
 {
     m_sources.clear();
@@ -125,9 +126,12 @@ void FileSearch::collectSources()
         m_sources.append({file->fileName(), file});
         loaded.insert(file->fileName());
     }
+    std::sort(m_sources.begin(), m_sources.end(),
+              [](const Source &one, const Source &two) { return one.fileName < two.fileName; });
     QStringList all;
     collectFiles(*m_project, {}, all);
     all.removeDuplicates();
+    all.sort();
     for (const QString &name : qAsConst(all)) {
         if (!loaded.contains(name))
             m_sources.append({name, nullptr});

@@ -212,6 +212,8 @@ QList<Kiln::ProjectFile *> OutsideChanges::waiting() const
         if (notice != m_notices.constEnd() && !notice->isKept)
             files.append(file);
     }
+    std::sort(files.begin(), files.end(),
+              [](auto *one, auto *two) { return one->fileName() < two->fileName(); });
     return files;
 }
 
