@@ -15,6 +15,9 @@
 namespace
 {
 
+/// Before the application reads them: numbers and reasons are the same on every machine.
+const bool isPlain = qputenv("LC_ALL", "C.UTF-8") && qunsetenv("LANGUAGE");
+
 /// What can be seen, a value a name.
 using State = QMap<QString, QString>;
 
