@@ -20,7 +20,7 @@ class KILNX_EXPORT ContactBoxCode
 public:
     /// The kind of a box, 1 to 8. Odd numbers are kinds of boxes that hit, even numbers kinds that
     /// can be hit; engines with finer kinds number theirs from 3 on.
-    enum BoxType { Attack = 1, Collision = 2 };
+    enum BoxType : int { Attack = 1, Collision = 2 };
 
     virtual ~ContactBoxCode();
 

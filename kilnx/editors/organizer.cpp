@@ -219,7 +219,7 @@ void OrganizerEditorPrivate::showCurrent()
 
 bool OrganizerEditorPrivate::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == view && event->type() == QEvent::KeyPress) {
+    if (event->type() == QEvent::KeyPress && watched == view) { // a view that goes has no keys
         const QPointer<OrganizerEditorPrivate> alive(this);
         if (static_cast<QKeyEvent *>(event)->key() == Qt::Key_Delete && removeSelected())
             return true;

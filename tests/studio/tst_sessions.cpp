@@ -15,8 +15,10 @@
 namespace
 {
 
-/// Before the application reads them: numbers and reasons are the same on every machine.
-const bool isPlain = qputenv("LC_ALL", "C.UTF-8") && qunsetenv("LANGUAGE");
+/// Before the application reads them: numbers, reasons and the length of paths are the same on
+/// every machine.
+const bool isPlain =
+    qputenv("LC_ALL", "C.UTF-8") && qunsetenv("LANGUAGE") && qputenv("TMPDIR", "/tmp");
 
 /// What can be seen, a value a name.
 using State = QMap<QString, QString>;
