@@ -292,8 +292,8 @@ void MainWindow::findText(const QString &text, unsigned int flags)
     Kiln::ProjectFile *file = m_host.deck().currentFile();
     if (!editor || !file || text.isEmpty())
         return;
-    m_tellsHits = true;
     const bool isFound = editor->find(file, text, flags | Kiln::Editor::Silent);
+    m_tellsHits = isFound; // not those on the other side
     const auto *code = qobject_cast<Kiln::CodeFileEditor *>(editor);
     if (code && code->ranOutOfTime())
         m_findBar->tell(tr("The expression takes too long"));
@@ -310,14 +310,12 @@ void MainWindow::replaceText(const QString &text, const QString &by, unsigned in
     Kiln::Editor *editor = m_host.deck().current();
     if (!editor)
         return;
-    const Kiln::CodeEditor *view = m_host.surface()->editor();
-    const int count = view->hitState() == Kiln::CodeEditor::Searched ? view->hitCount() : 0;
     editor->replace(text, by, flags | Kiln::Editor::Silent, all);
     const auto *code = qobject_cast<Kiln::CodeFileEditor *>(editor);
     if (code && code->ranOutOfTime())
         m_findBar->tell(tr("The expression takes too long"));
     else if (code && all)
-        m_findBar->tell(tr("%1 replaced").arg(count));
+        m_findBar->tell(tr("%1 replaced").arg(code->replacedCount()));
     m_tellsHits = !all; // there are none any more
 }
 
@@ -345,7 +343,8 @@ void MainWindow::tellHits()
 
 void MainWindow::startFind()
 {
-    const QString selected = m_host.surface()->editor()->textCursor().selectedText();
+    const Kiln::CodeEditor *view = m_host.surface()->editor();
+    const QString selected = view->isVisible() ? view->textCursor().selectedText() : QString();
     m_findBar->start(selected.contains(QChar::ParagraphSeparator) ? QString() : selected);
 }
 

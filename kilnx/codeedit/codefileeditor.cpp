@@ -359,6 +359,7 @@ void CodeFileEditor::replace(const QString &text,
                              unsigned int flags,
                              bool all)
 {
+    m_replacedCount = 0;
     if (text.isEmpty() || !isShown() || workspace->editor()->isReadOnly())
         return;
     if (all) {
@@ -371,7 +372,7 @@ void CodeFileEditor::replace(const QString &text,
         cursor.selectedText().replace(QChar::ParagraphSeparator, QLatin1Char('\n'));
     const std::optional<bool> matches =
         selected.isEmpty() ? false : matchesExactly(expression, selected);
-    std::optional<QString> changed = selected;
+    std::optional<ReplacedText> changed = ReplacedText{selected};
     if (matches.value_or(false))
         changed = replaceText(expression, selected, replacement);
     m_ranOutOfTime = !matches || !changed;
@@ -380,7 +381,7 @@ void CodeFileEditor::replace(const QString &text,
         return;
     }
     if (*matches) {
-        cursor.insertText(*changed);
+        cursor.insertText(changed->text);
         workspace->editor()->setTextCursor(cursor);
     }
     find(text, flags);
@@ -390,19 +391,20 @@ void CodeFileEditor::replaceAll(const QString &text, const QString &replacement,
 {
     CodeEditor *editor = workspace->editor();
     const QString before = searchedText(m_document);
-    const std::optional<QString> after =
+    const std::optional<ReplacedText> after =
         replaceText(searchExpression(text, flags), before, replacement);
     m_ranOutOfTime = !after;
     if (!after)
         giveUp(flags);
-    if (!after || *after == before)
+    if (!after || after->text == before)
         return;
+    m_replacedCount = after->count;
     const CodeEditor::LinePos place = editor->currentLine();
     QTextCursor cursor = editor->textCursor();
     cursor.beginEditBlock(); // undo brings the cursor back to here
     QTextCursor all(m_document);
     all.select(QTextCursor::Document);
-    all.insertText(*after);
+    all.insertText(after->text);
     cursor.endEditBlock();
     editor->setCurrentLine(place);
 }

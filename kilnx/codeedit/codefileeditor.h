@@ -65,6 +65,8 @@ public:
     void redo() override;
     /// Whether the last find() or replace() was given up because its expression takes too long.
     bool ranOutOfTime() const { return m_ranOutOfTime; }
+    /// How many matches the last replace() of all has changed.
+    int replacedCount() const { return m_replacedCount; }
 
 public Q_SLOTS:
     void cut() override;
@@ -93,6 +95,7 @@ private:
     QPointer<QTreeView> m_tree;
     const CodeNode *m_lineNode = nullptr; ///< of the cursor's line; only ever compared
     bool m_ranOutOfTime = false;
+    int m_replacedCount = 0;
     QMetaObject::Connection m_ended;
     QMetaObject::Connection m_modified;
     QMetaObject::Connection m_lineChanged;

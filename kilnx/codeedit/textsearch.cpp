@@ -191,14 +191,17 @@ searchAllText(const QRegExp &expression, const QString &text, const SearchStop &
         });
 }
 
-std::optional<QString>
+std::optional<ReplacedText>
 replaceText(const QRegExp &expression, const QString &text, const QString &replacement)
 {
-    const auto work = [expression, text, replacement]() -> QString {
-        QString changed = text;
-        return changed.replace(expression, replacement);
+    const auto work = [expression, text, replacement] {
+        ReplacedText replaced{text};
+        replaced.text.replace(expression, replacement);
+        for (int at = 0; (at = expression.indexIn(text, at)) >= 0; ++replaced.count)
+            at += qMax(1, expression.matchedLength());
+        return replaced;
     };
-    return searched<QString>(expression, mostBeside(expression), work);
+    return searched<ReplacedText>(expression, mostBeside(expression), work);
 }
 
 std::optional<bool> matchesExactly(const QRegExp &expression, const QString &text)

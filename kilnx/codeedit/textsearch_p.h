@@ -45,9 +45,15 @@ searchText(const QRegExp &expression, const QString &text, int from, bool backwa
 std::future<QVector<TextMatch>>
 searchAllText(const QRegExp &expression, const QString &text, const SearchStop &stop);
 
+/// A text with `count` matches replaced.
+struct ReplacedText {
+    QString text;
+    int count = 0;
+};
+
 /// The text with every match replaced, as QString::replace() does it; nothing when the time is
 /// over.
-std::optional<QString>
+std::optional<ReplacedText>
 replaceText(const QRegExp &expression, const QString &text, const QString &replacement);
 
 /// Whether the whole of `text` matches; nothing when the time is over.

@@ -187,11 +187,15 @@ void AnimationEditorPrivate::keepPlace()
     selected->setSelectedFrame(unsigned(frameRow));
 }
 
-/// The same animation, or the nearest of its name, or the one in its place; the same frame, or the
-/// one in its place.
+/// The animation that another panel has made the current one; else the same, or the nearest of its
+/// name, or the one in its place; the same frame, or the one in its place.
 void AnimationEditorPrivate::keepSelection()
 {
     const int count = int(list->count());
+    if (list->selected() != unsigned(lastRow) && list->at(list->selected())) {
+        row = list->index(int(list->selected()));
+        frameRow = 0;
+    }
     if (!row.isValid() && count > 0) {
         int nearest = -1;
         for (int at = list->find(0, identifier); at >= 0;

@@ -34,11 +34,16 @@ QString SaveReport::text() const
     };
     for (const Failure &failure : failures)
         tell(failure.fileName, failure.reason);
-    for (const QString &fileName : leftOut)
-        tell(fileName,
-             QCoreApplication::translate(
-                 context, "It lies outside the project's directory, and its changes are not saved "
-                          "here."));
+    for (const QString &fileName : leftOut) {
+        if (fileName.isEmpty())
+            lines.append(QCoreApplication::translate(
+                context, "A new file was given no name, and its changes are not saved."));
+        else
+            tell(fileName,
+                 QCoreApplication::translate(
+                     context, "It lies outside the project's directory, and its changes are not "
+                              "saved here."));
+    }
     for (const QString &fileName : missing)
         tell(fileName,
              QCoreApplication::translate(

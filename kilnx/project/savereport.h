@@ -23,8 +23,8 @@ struct KILNX_EXPORT SaveReport {
     /// Copied as they were on disk.
     QStringList copied;
     QList<Failure> failures;
-    /// Open and changed, but outside the project's directory or never given a name: neither saved
-    /// nor copied, and still modified.
+    /// Open and changed, but outside the project's directory or, with an empty name, never given
+    /// one: neither saved nor copied, and still modified.
     QStringList leftOut;
     /// Open and unchanged, but gone from the disk: memory holds the only copy.
     /// ProjectFile::toFile() with the file's own archive and name brings one back.

@@ -130,6 +130,7 @@ private slots:
         m_editor->replace("LINE (\\d+)", "row \\1", CodeFileEditor::RegularExpression, true);
         QString after = before;
         QCOMPARE(m_document->toString(), after.replace("line ", "row "));
+        QCOMPARE(m_editor->replacedCount(), before.count("line "));
         QCOMPARE(m_document->lineCount(), m_document->blockCount());
         QCOMPARE(place(), QPoint(5, 2));
         view()->moveCursor(QTextCursor::Start);
@@ -139,6 +140,7 @@ private slots:
         const int steps = m_document->availableUndoSteps();
         m_editor->replace("nowhere", "x", 0, true);
         QCOMPARE(m_document->availableUndoSteps(), steps);
+        QCOMPARE(m_editor->replacedCount(), 0);
         // What does not match stays as it is, no-break spaces too.
         m_document->fromString(QString::fromUtf8("a\u00a0b a b"));
         m_editor->replace("a b", "c", Quiet, true);
@@ -147,6 +149,7 @@ private slots:
         view()->setReadOnly(true);
         m_editor->replace("line", "x", 0, true);
         QCOMPARE(m_document->toString(), before);
+        QCOMPARE(m_editor->replacedCount(), 0);
     }
 
     void hostileExpressions_data()
