@@ -69,7 +69,6 @@ ImgInfoDlg::ImgInfoDlg(QWidget *parent, const QString &title, int format, QSize 
     fields->addRow(tr("Height:"), m_height);
     layOut(this, fields, nullptr);
     m_width->setFocus();
-    m_width->selectAll();
 }
 
 int ImgInfoDlg::format() const
@@ -109,7 +108,6 @@ ImgResizeDlg::ImgResizeDlg(QWidget *parent, QSize size, const Preview &preview)
     fields->addRow(tr("Filter:"), m_filter);
     layOut(this, fields, m_picture);
     m_width->setFocus();
-    m_width->selectAll();
     showPreview();
 }
 
@@ -168,7 +166,6 @@ RotImgDlg::RotImgDlg(QWidget *parent, const Preview &preview)
     fields->addRow(tr("Filter:"), m_filter);
     layOut(this, fields, m_picture);
     m_degrees->setFocus();
-    m_degrees->selectAll();
     showPreview();
 }
 

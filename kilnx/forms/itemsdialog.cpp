@@ -71,11 +71,8 @@ void ItemsDialog::showEvent(QShowEvent *event)
 
 void ItemsDialog::invertSelection()
 {
-    const int rows = m_view->model()->rowCount();
-    if (rows == 0)
-        return;
-    const QItemSelection everything(m_view->model()->index(0, 0),
-                                    m_view->model()->index(rows - 1, 0));
+    const QAbstractItemModel *model = m_view->model();
+    const QItemSelection everything(model->index(0, 0), model->index(model->rowCount() - 1, 0));
     m_view->selectionModel()->select(everything, QItemSelectionModel::Toggle);
 }
 

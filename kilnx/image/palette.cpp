@@ -257,16 +257,13 @@ void PaletteObject::switchColors(const bool *mask, bool keepAlphaEnds)
     Q_EMIT changing();
     int low = 0;
     int high = 255;
-    while (true) {
-        while (low < 255 && !selected(mask, low))
+    while (low < high) {
+        if (!selected(mask, low))
             ++low;
-        if (low >= 255)
-            break;
-        while (high > 0 && !selected(mask, high))
+        else if (!selected(mask, high))
             --high;
-        if (high <= low)
-            break;
-        std::swap((*m_table)[low++], (*m_table)[high--]);
+        else
+            std::swap((*m_table)[low++], (*m_table)[high--]);
     }
     if (keepAlphaEnds)
         std::swap((*m_table)[0].a, (*m_table)[255].a);

@@ -428,10 +428,8 @@ void GraphicsRendererPrivate::release(Qt::MouseButton button)
     moved = false;
     if (hit == HitNone)
         setCursor(Qt::OpenHandCursor);
-    if (button == Qt::RightButton && clickMode == GraphicsRenderer::ClickDrawContactBox) {
+    if (button == Qt::RightButton && clickMode == GraphicsRenderer::ClickDrawContactBox)
         leaveDrawing();
-        return;
-    }
     if (button != Qt::LeftButton || !wasPressed)
         return;
     if (clickMode == GraphicsRenderer::ClickDrawContactBox) {
