@@ -118,6 +118,7 @@ private slots:
         handle->fromData("data", 0, nullptr, 0);
         QVERIFY(!handle->isEmpty());
         QVERIFY(handle->isEqualToData("data", crc64("data", 4)));
+        QVERIFY(!handle->isEqualToData("other", crc64("other", 5)));
         handle->fromData("other", 7, nullptr, 0);
         QCOMPARE(cache.items().size(), 1);
         QCOMPARE(handle->filter(), static_cast<unsigned char>(7));

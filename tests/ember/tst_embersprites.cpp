@@ -261,6 +261,10 @@ private slots:
         sprites->redo();
         QVERIFY(!sprites->isModified());
         sprites->disconnect(this);
+        sprites->beginChange();
+        sprites->remove(0);
+        sprites->Sprites::cancelChange(); // as a list of another engine has it
+        QCOMPARE(sprites->itemCount(), 2u);
 
         // The limit that was given: the old file stays.
         sprites->palettes()->duplicate(0);

@@ -255,6 +255,13 @@ private Q_SLOTS:
         layer->setName("ink", true);
         canvas.undoStack.undo();
         QCOMPARE(rows.count(), 2);
+        for (const bool undo : {true, false}) { // what stays as it is
+            layer->setName(layer->name, undo);
+            layer->setBlendMode(layer->blendMode, undo);
+            layer->setOpacity(layer->opacity, undo);
+        }
+        QVERIFY(canvas.undoStack.canRedo());
+        QCOMPARE(rows.count(), 2);
         QCOMPARE(rows[1][0].toModelIndex(), canvas.layers.index(0));
     }
 

@@ -313,7 +313,10 @@ private Q_SLOTS:
                     widget.setEnabled(false);
                     widget.setEnabled(true);
                 } else if (end == 8) {
-                    widget.setColorCount(256);
+                    const int change = dice.bounded(3);
+                    change == 0   ? widget.setColorCount(256)
+                    : change == 1 ? widget.setCellSize(12)
+                                  : widget.setColumnCount(16);
                 }
                 QTest::mouseRelease(&widget, end == 5 ? Qt::MiddleButton : Qt::LeftButton, {}, to);
                 if (end > 8) {
@@ -596,7 +599,8 @@ private Q_SLOTS:
         QVERIFY(!background);
     }
 
-    /// Nothing in a dialog lies on another thing, and the first number can be typed at once.
+    /// Nothing in a dialog lies on another thing, the first number can be typed at once, and lists
+    /// to choose from are not edited.
     void dialogsAreLaidOut()
     {
         QStringListModel model({"one", "two"});
@@ -618,10 +622,42 @@ private Q_SLOTS:
                 for (const QWidget *other : qAsConst(parts))
                     QVERIFY(!part->geometry().intersects(other->geometry()));
             }
+            for (auto *list : dialog->findChildren<QListView *>())
+                QVERIFY(qobject_cast<QComboBox *>(list->parentWidget()->parentWidget()) ||
+                        list->editTriggers() == QAbstractItemView::NoEditTriggers);
             if (auto *number = qobject_cast<QAbstractSpinBox *>(dialog->focusWidget()))
                 QVERIFY(number->findChild<QLineEdit *>()->hasSelectedText());
             QCOMPARE(qobject_cast<QAbstractSpinBox *>(dialog->focusWidget()) != nullptr,
                      dialog == &info || dialog == &resize || dialog == &rotate);
+        }
+    }
+
+    /// The cells as a grid: a key that would lead out of it leads nowhere.
+    void keysWalkTheGrid()
+    {
+        QRandomGenerator dice(31);
+        const int keys[] = {Qt::Key_Left, Qt::Key_Right, Qt::Key_Up,
+                            Qt::Key_Down, Qt::Key_Home,  Qt::Key_End};
+        for (const int count : {256, 250, 16, 1, 0}) {
+            PaletteWidget widget;
+            widget.setColorCount(ushort(count));
+            QPoint place(0, 0);
+            for (int step = 0; step < 300; ++step) {
+                const int key = keys[dice.bounded(dice.bounded(20) ? 4 : 6)];
+                QTest::keyClick(&widget, Qt::Key(key));
+                const int cell = place.y() * 16 + place.x();
+                const int beside = cell + (key == Qt::Key_Right) - (key == Qt::Key_Left);
+                QPoint to(beside % 16, beside / 16 + (key == Qt::Key_Down) - (key == Qt::Key_Up));
+                if (key == Qt::Key_Home)
+                    to = QPoint(0, 0);
+                if (key == Qt::Key_End)
+                    to = QPoint((count + 15) % 16, (count - 1) / 16);
+                if (beside >= 0 && to.y() >= 0 && to.y() * 16 + to.x() < count)
+                    place = to;
+                for (int i = 0; i < 256; ++i)
+                    QCOMPARE(widget.isSelected(uchar(i)),
+                             i == place.y() * 16 + place.x() && count > 0);
+            }
         }
     }
 

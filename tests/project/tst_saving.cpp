@@ -193,9 +193,15 @@ private slots:
                QStringList{"sub/d.def"}, "x",
                QStringList({"notes/n.txt: n", "sub/a: disk", "sub/d.def: 4 a"}), 0);
         addRow("into a directory of its own",
-               Files{{"d.def", "4 x/a\n4 a"}, {"e.def", ""}, {"a", "upper"}, {"x/a", "lower"}},
+               Files{{"d.def", "4 x/a\n4 a\n4 x/x/a"},
+                     {"e.def", ""},
+                     {"a", "upper"},
+                     {"x/a", "lower"},
+                     {"x/x/a", "lowest"}},
                QStringList({"d.def", "e.def"}), "./x",
-               QStringList({"a: upper", "d.def: 4 x/a 4 a", "e.def: ", "x/a: lower"}), 0);
+               QStringList({"a: upper", "d.def: 4 x/a 4 a 4 x/x/a", "e.def: ", "x/a: lower",
+                            "x/x/a: lowest"}),
+               0);
         addRow("onto itself", Files{{"d.def", "4 a"}, {"e.def", ""}, {"a", "disk"}},
                QStringList({"d.def", "e.def"}), "./",
                QStringList({"a: disk", "d.def: 4 a", "e.def: "}), 0);
@@ -301,9 +307,12 @@ private slots:
                 QVERIFY2(pattern.match(name).hasMatch(), qPrintable(name));
                 made = root + "backup/" + name + '/';
             } else {
-                const bool isReplaced = isInside && isOnDisk && to != root;
-                QCOMPARE(parent->replacedBySaveAs(place),
-                         isReplaced ? QStringList{to + "/a"} : QStringList());
+                QStringList replaced;
+                for (const QString &name : disk.keys()) {
+                    if (isInside && isOnDisk && disk.contains("x/" + name))
+                        replaced << to + '/' + name;
+                }
+                QCOMPARE(parent->replacedBySaveAs(place), replaced);
                 parent->saveAs(place);
                 QCOMPARE(parent->basePath(), made);
                 QVERIFY(place != to || dump(*parent) == tree);

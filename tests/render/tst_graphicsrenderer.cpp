@@ -312,7 +312,14 @@ private Q_SLOTS:
         FakeProvider provider;
         provider.add(&sprite, {1, 2});
         view.setSprites(&provider);
+        FakeBoxes boxes(ContactBoxCode::Attack);
+        boxes.setRects({QRect(-500, -500, 1000, 1000)});
+        view.setContactBoxes(ContactBoxCode::Attack, &boxes);
+        view.mousePressed({60, 60}, Qt::LeftButton, {});
+        view.mouseReleased({60, 60}, Qt::LeftButton, {});
+        QCOMPARE(view.selectedContactBoxes().size(), 1);
         const std::pair<const char *, std::function<void()>> calls[] = {
+            {"deselection", [&] { view.deselectContactBoxes(); }},
             {"setVisibility",
              [&] { view.setVisibility(true, false, true, true, true, true, true); }},
             {"cross position",

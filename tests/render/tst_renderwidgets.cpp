@@ -595,8 +595,12 @@ private Q_SLOTS:
         native.setRenderer(&shown->probe);
         QVERIFY(!shown->widget.renderer());
         QVERIFY(!shown->probe.onOpenGL);
+        shown->probe.log.clear();
         shown->widget.setRenderer(&shown->probe);
         QVERIFY(shown->probe.onOpenGL);
+        const QSize side = shown->widget.size();
+        QCOMPARE(shown->probe.log,
+                 QStringList(QString("size %1 %2").arg(side.width()).arg(side.height())));
         shown.reset();
     }
 

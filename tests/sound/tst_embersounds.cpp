@@ -199,6 +199,10 @@ private slots:
         QVERIFY(!sounds->isModified());
         sounds->redo();
         QCOMPARE(described(*sounds), full);
+        sounds->beginChange();
+        sounds->remove(0);
+        sounds->Sounds::cancelChange(); // as a list of another engine has it
+        QCOMPARE(described(*sounds), full);
 
         // What goes on within a bracket after all was replaced is one step, too.
         sounds->beginChange();

@@ -301,6 +301,10 @@ private slots:
             heroes.bench.trigger(key);
             QCOMPARE(checked(), QString("snd_stop"));
         }
+        heroes.bench.trigger("snd_play"); // what has other bytes ends
+        QTRY_COMPARE_WITH_TIMEOUT(checked(), QString("snd_play"), 20000);
+        heroes.target->itemAt(0)->setSample(tone(8000, 200000));
+        QCOMPARE(checked(), QString("snd_stop"));
         host.activeEditor->deactivate();
         for (const char *key : {"snd_play", "snd_play_loop"}) { // another editor's turn
             host.action(key)->setEnabled(true);
