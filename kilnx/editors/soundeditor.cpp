@@ -206,10 +206,8 @@ bool SoundEditorPrivate::isShown() const
 /// The file may have other bytes for the sound, by its undo or by another editor.
 void SoundEditorPrivate::contentsModified()
 {
-    if (sound() && !isShown()) {
-        workspace.stop();
+    if (sound() && !isShown())
         showCurrent();
-    }
     Q_EMIT editor->modified();
 }
 

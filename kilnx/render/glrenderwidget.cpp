@@ -81,8 +81,6 @@ void GLRenderWidget::setCustomPixelShader(const char *indexedSource, const char 
         return;
     const bool wasCurrent = QOpenGLContext::currentContext() == context();
     d->allWanted = true;
-    if (!wasCurrent)
-        makeCurrent();
     if (hasWorkingContext() && !d->buildShaders(indexedSource, rgbaSource))
         d->buildShaders(nullptr, nullptr);
     if (!wasCurrent)
