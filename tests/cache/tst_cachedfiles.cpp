@@ -114,6 +114,11 @@ private slots:
         QVERIFY(!handle->isEqualToData("data", crc64("data", 4)));
         QCOMPARE(handle->toData(false), QByteArray());
         QCOMPARE(handle->crc(), 0ull);
+        QCOMPARE(handle->filter(), static_cast<unsigned char>(0));
+        auto *homeless = new Handle(nullptr);
+        homeless->fromData("data", 0, nullptr, 0);
+        QVERIFY(homeless->isEmpty());
+        homeless->release();
 
         handle->fromData("data", 0, nullptr, 0);
         QVERIFY(!handle->isEmpty());

@@ -604,6 +604,7 @@ private slots:
         cache.setItemData(item, "bytes", 99, &cache, 0);
         QCOMPARE(read, &cache);
         QCOMPARE(written, &cache);
+        cache.renameItem(nullptr, directory.filePath(QString("none")));
         cache.renameItem(item, directory.filePath(QString("renamed")));
         cache.itemData(item);
         QCOMPARE(read, item->param);

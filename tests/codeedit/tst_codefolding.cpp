@@ -79,6 +79,9 @@ private slots:
         QTest::mouseMove(margin, marker(2));
         QTRY_COMPARE(margin->cursor().shape(), Qt::PointingHandCursor);
         QTRY_VERIFY(cell(2) != dark);
+        const QImage lit = cell(2); // a tint of the ground
+        for (int i = 0; i < lit.width() * lit.height(); ++i)
+            QVERIFY(lit.pixelColor(i % 12, i / 12) != margin->palette().color(QPalette::Highlight));
         QTest::keyClick(m_editor.get(), Qt::Key_Right);
         QTRY_COMPARE(cell(2), dark);
         // The line beside the blocks around the cursor has a tick where one ends.

@@ -202,6 +202,8 @@ private slots:
             QCOMPARE(manager->snippet(m_host->mainWindow(), row), QString());
         manager->setDirectory(m_directory->filePath("none"));
         QCOMPARE(manager->rowCount(), 0);
+        QCOMPARE(inserted.size(), 1);
+        const SnipDlg gone(m_host->mainWindow(), m_directory->filePath("a.xml")); // no word
     }
 
     void dialogChangesNothing()

@@ -78,7 +78,7 @@ private Q_SLOTS:
         PalDlg dialog(m_host->mainWindow(), m_list.get(), first,
                       [&previews](int mode, int row, bool reversed) {
                           previews << told(mode, row, reversed);
-                          QImage picture(2, 1, QImage::Format_RGB32);
+                          QImage picture(1, 2, QImage::Format_RGB32);
                           picture.fill(Qt::red);
                           return picture;
                       });
@@ -88,10 +88,14 @@ private Q_SLOTS:
         // What it showed last is what was taken, scaled up in whole.
         if (dialog.result() == QDialog::Accepted)
             QCOMPARE(previews.last(), expected);
-        const QImage shown =
-            dialog.findChild<QLabel *>("preview")->pixmap(Qt::ReturnByValue).toImage();
-        QCOMPARE(shown.size(), QSize(256, 128));
-        QCOMPARE(shown.pixelColor(200, 100), QColor(Qt::red));
+        auto *preview = dialog.findChild<QLabel *>("preview");
+        const QImage shown = preview->pixmap(Qt::ReturnByValue).toImage();
+        QCOMPARE(shown.size(), QSize(128, 256));
+        QCOMPARE(shown.pixelColor(100, 200), QColor(Qt::red));
+        const QImage label = preview->grab().toImage(); // and in the middle
+        QCOMPARE(label.pixelColor(label.rect().center()), QColor(Qt::red));
+        for (const int x : {label.width() / 8, label.width() * 7 / 8})
+            QVERIFY(label.pixelColor(x, label.height() / 2) != QColor(Qt::red));
     }
 
     /// The engine's own way to take a picture is the plain method.

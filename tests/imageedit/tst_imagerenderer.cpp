@@ -410,6 +410,35 @@ private Q_SLOTS:
         QCOMPARE(bench.pixel({5, 9}), 1u);
     }
 
+    /// On the outline of what is dragged over, on any picture, and nowhere else.
+    void bandIsBlackAndWhite()
+    {
+        for (const QRgb color : {qRgb(0, 0, 0), qRgb(255, 255, 255), qRgb(90, 120, 30)}) {
+            Bench bench(false, RGBACanvas, {10, 10});
+            bench.renderer.setActiveTool(ImageRenderer::RectSel);
+            rasterAt(bench.renderer.canvas, 0)->image.fill(color);
+            bench.renderer.canvas.announceImage();
+            const QImage before = bench.widget->grab().toImage();
+            bench.press({7, 6});
+            bench.move({2, 3});
+            const QImage after = bench.widget->grab().toImage();
+            const QRect band(bench.renderer.toScreen({2, 3}), QSize(5, 3) * 4 + QSize(1, 1));
+            QMap<QRgb, int> colors;
+            for (int y = 0; y < after.height(); ++y) {
+                for (int x = 0; x < after.width(); ++x) {
+                    const bool isInside = band.contains(x, y, true);
+                    if (band.contains(x, y) && !isInside)
+                        ++colors[after.pixel(x, y)];
+                    else
+                        QVERIFY(after.pixel(x, y) == before.pixel(x, y));
+                }
+            }
+            QCOMPARE(colors.keys(), QList<QRgb>({qRgb(0, 0, 0), qRgb(255, 255, 255)}));
+            bench.release({2, 3});
+            QVERIFY(bench.widget->grab().toImage() != after);
+        }
+    }
+
     void standsWithoutAPalette()
     {
         ImageRenderer renderer(nullptr);

@@ -245,8 +245,11 @@ private slots:
         vanished->contents = "in memory";
         m_project->addFile(file, FileID::Sprites);
         m_project->addFile(vanished, FileID::Sprites);
+        bool isAsked = false;
+        vanished->inBox = [&isAsked] { isAsked = true; };
         writeFile(base() + "sub/a", "two");
         m_project->reload();
+        QVERIFY(!isAsked);
         QCOMPARE(file->contents, QByteArray("two"));
         QCOMPARE(vanished->contents, QByteArray("in memory"));
         // What is loaded is the file itself, not a copy of it.
