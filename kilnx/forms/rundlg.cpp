@@ -11,7 +11,6 @@ RunDlg::RunDlg(QWidget *parent, QAbstractItemModel *model, int selected)
 {
     setWindowTitle(tr("Run in Engine"));
     auto *label = new QLabel(tr("Choose the target:"), this);
-    label->setBuddy(m_view);
     m_view->setObjectName(QStringLiteral("targets"));
     m_view->setAccessibleName(label->text());
     m_view->setEditTriggers(QAbstractItemView::NoEditTriggers);

@@ -43,7 +43,7 @@ public:
     void dropPress();
 
     void move(int from, int to);
-    bool click(int cell, Qt::MouseButton button, Qt::KeyboardModifiers modifiers);
+    void click(int cell, Qt::MouseButton button, Qt::KeyboardModifiers modifiers);
     bool selectRange(int cell);
     int cellFor(int key) const;
     void goTo(int cell, bool extends);
@@ -163,8 +163,8 @@ bool PaletteWidgetPrivate::selectRange(int cell)
     return highest >= 0;
 }
 
-/// Changes the selection. Whether the widget still exists afterwards.
-bool PaletteWidgetPrivate::click(int cell, Qt::MouseButton button, Qt::KeyboardModifiers modifiers)
+/// Changes the selection; whoever hears of it may end the widget.
+void PaletteWidgetPrivate::click(int cell, Qt::MouseButton button, Qt::KeyboardModifiers modifiers)
 {
     const QPointer<PaletteWidget> alive(widget);
     bool range = false;
@@ -172,7 +172,7 @@ bool PaletteWidgetPrivate::click(int cell, Qt::MouseButton button, Qt::KeyboardM
     if (button == Qt::RightButton) {
         widget->selection[cell] = false;
     } else if (button != Qt::LeftButton) {
-        return true;
+        return;
     } else if (multiSelect && modifiers & Qt::ControlModifier) {
         widget->selection[cell] = true;
     } else if (multiSelect && modifiers & Qt::ShiftModifier) {
@@ -185,7 +185,6 @@ bool PaletteWidgetPrivate::click(int cell, Qt::MouseButton button, Qt::KeyboardM
     Q_EMIT widget->selectionChanged();
     if (alive && range)
         Q_EMIT alive->multiColorClick();
-    return alive;
 }
 
 /// Where a key leads from the cursor; -1 for another key.
@@ -476,8 +475,8 @@ void PaletteWidget::mouseReleaseEvent(QMouseEvent *event)
         return;
     if (dragged)
         d->move(held, cell);
-    else if (d->selectable && !d->click(cell, event->button(), event->modifiers()))
-        return;
+    else if (d->selectable)
+        d->click(cell, event->button(), event->modifiers());
     if (alive)
         Q_EMIT colorClick(static_cast<unsigned short>(cell), event->button());
 }
