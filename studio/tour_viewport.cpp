@@ -46,6 +46,7 @@ void Tour::goToText(const QString &part)
 {
     const QString all = text();
     goToLine(all.leftRef(all.indexOf(part)).count(QLatin1Char('\n')));
+    QTest::keyClick(d->window->host().surface()->editor(), Qt::Key_Home); // so that it can be read
 }
 
 void Tour::dragInView(QPoint from, QPoint to)
