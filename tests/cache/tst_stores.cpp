@@ -338,6 +338,7 @@ private:
             expected.decoded = decoded(stored, expected.filter);
         }
         m_cache.setItemData(expected.item, data, filter, nullptr, crcOrNone(expected));
+        require(!isWritable(expected) || expected.item->storedSize() == stored.size(), "new size");
     }
     void special(Expected &expected) override
     {
@@ -604,7 +605,6 @@ private slots:
         cache.setItemData(item, "bytes", 99, &cache, 0);
         QCOMPARE(read, &cache);
         QCOMPARE(written, &cache);
-        cache.renameItem(nullptr, directory.filePath(QString("none")));
         cache.renameItem(item, directory.filePath(QString("renamed")));
         cache.itemData(item);
         QCOMPARE(read, item->param);
@@ -612,6 +612,25 @@ private slots:
             QCOMPARE(*static_cast<QString *>(read), cache.fileName(item));
         else
             QCOMPARE(read, param);
+    }
+
+    void noItemHasNothing()
+    {
+        MemoryCache memory;
+        DiskCache disk;
+        FileCache files;
+        for (StreamCache *cache : std::initializer_list<StreamCache *>{&memory, &disk, &files}) {
+            StreamCache::Item *item = cache->addItem("data", 3, nullptr, 0);
+            cache->setItemData(nullptr, "none", 3, nullptr, 0);
+            cache->removeItem(nullptr);
+            QCOMPARE(cache->itemData(nullptr) + cache->itemRawData(nullptr), QByteArray());
+            QCOMPARE(cache->items(), QList<StreamCache::Item *>{item});
+        }
+        QVERIFY(!files.itemIsValid(nullptr));
+        files.renameItem(nullptr, QString("none"));
+        files.deleteItem(nullptr);
+        QCOMPARE(files.fileName(nullptr), QString());
+        QCOMPARE(files.items().size(), 1);
     }
 
     void withoutATemporaryFile()

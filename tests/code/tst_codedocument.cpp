@@ -154,6 +154,38 @@ private slots:
         QVERIFY(!document->isCodeBeingChanged());
     }
 
+    void continuesAChange()
+    {
+        setText("[a]\nx = 1");
+        const QString before = document->toString();
+        const auto write = [this](const char *line) {
+            document->insertAfter(node(1), QString(line), true);
+        };
+        document->beginChange();
+        write("a = 1");
+        document->endChange();
+        document->continueChange();
+        write("b = 2");
+        document->endChange();
+        document->undo();
+        QCOMPARE(document->toString(), before);
+        // In a bracket, and where something else was written, it is like any other.
+        document->beginChange();
+        document->continueChange();
+        write("a = 1");
+        document->endChange();
+        QVERIFY(document->isCodeBeingChanged());
+        document->endChange();
+        QVERIFY(!document->isCodeBeingChanged());
+        document->cursor().insertText("; typed\n");
+        const QString typed = document->toString();
+        document->continueChange();
+        write("b = 2");
+        document->endChange();
+        document->undo();
+        QCOMPARE(document->toString(), typed);
+    }
+
     void insertAround_data()
     {
         columns<int, bool, bool, QString>("line", "after", "ownLine", "result");

@@ -194,6 +194,8 @@ private slots:
         new Lined(second, 30);
         outer->nest(first);
         outer->nest(second);
+        QCOMPARE(tree.root->childIndex(first), -1); // nor are they the root's any more
+        QCOMPARE(tree.root->childIndex(second), -1);
         QCOMPARE(outer->lastLine(), 29);
         QCOMPARE(first->lastLine(), 19);
         QCOMPARE(second->lastLine(), 29);

@@ -91,6 +91,11 @@ private slots:
         QTest::keyClick(popup(), 'A', Qt::ShiftModifier);
         QVERIFY(!popup()->isVisible());
         QCOMPARE(m_editor->toPlainText(), QString("type= stA"));
+        m_editor->clear();
+        type("type= ");
+        QVERIFY(popup()->isVisible());
+        m_editor->clearWordLists();
+        QVERIFY(!popup()->isVisible());
     }
 
     /// What asks for no words, or must not bring any.

@@ -204,6 +204,10 @@ private slots:
         QCOMPARE(manager->rowCount(), 0);
         QCOMPARE(inserted.size(), 1);
         const SnipDlg gone(m_host->mainWindow(), m_directory->filePath("a.xml")); // no word
+        writeFile(m_directory->filePath("a.xml"), "<snippet");
+        m_host->dialogs().expectBox(QMessageBox::Ok);
+        const SnipDlg damaged(m_host->mainWindow(), m_directory->filePath("a.xml"));
+        QCOMPARE(m_host->dialogs().finish(), QString());
     }
 
     void dialogChangesNothing()

@@ -396,6 +396,31 @@ private Q_SLOTS:
             QCOMPARE(bench.sprite(1).size(), QSize(1, 1));
             QCOMPARE(bench.file->itemCount(), 5U);
         });
+        add("a part of the colours is cut out", [](Bench &bench) {
+            bench.canvas().setFormat(RGBACanvas, true);
+            bench.trigger("spr_tool_rectsel");
+            bench.mouse(QEvent::MouseButtonPress, {2, 1});
+            bench.mouse(QEvent::MouseMove, {5, 4});
+            bench.mouse(QEvent::MouseButtonRelease, {5, 4});
+            const QImage &after = static_cast<RasterLayer *>(bench.canvas().layers.at(0))->image;
+            const QImage before = after.copy();
+            bench.editor->cut();
+            const QImage taken = QApplication::clipboard()->image();
+            const QRgb fill = bench.canvas().fillColor();
+            int count = 0;
+            for (int y = 0; y < after.height(); ++y) {
+                for (int x = 0; x < after.width(); ++x) {
+                    const bool isIn = QRect(2, 1, 3, 3).contains(x, y);
+                    const QRgb color = before.pixel(x, y);
+                    QCOMPARE(after.pixel(x, y), isIn ? fill : color);
+                    QCOMPARE(taken.pixel(x, y), isIn ? color : fill);
+                    count += isIn && color != fill;
+                }
+            }
+            QVERIFY(count > 3);
+            bench.editor->undo();
+            QCOMPARE(after, before);
+        });
         add("a huge picture", [](Bench &bench) {
             QImage huge(16384, 600, QImage::Format_Indexed8);
             huge.setColorTable(someColors());

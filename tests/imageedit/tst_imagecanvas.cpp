@@ -397,6 +397,35 @@ private Q_SLOTS:
         QVERIFY(canvas.size.height() >= 14);
     }
 
+    /// Indexes become the colours that they stand for, and colours the nearest entries.
+    void changesItsFormat()
+    {
+        TablePalette palette(5);
+        QRandomGenerator dice(17);
+        ImageCanvas canvas(&palette);
+        canvas.setSize({16, 16}, {}, false);
+        QImage picture({16, 16}, QImage::Format_Indexed8);
+        for (int i = 0; i < 256; ++i)
+            picture.scanLine(i / 16)[i % 16] = uchar(i);
+        canvas.layers.addLayer(&picture);
+        canvas.undoStack.clear();
+        canvas.setFormat(RGBACanvas, true);
+        QImage image = rasterAt(canvas, 0)->image;
+        QCOMPARE(image.format(), QImage::Format_ARGB32);
+        for (int i = 0; i < 256; ++i)
+            QCOMPARE(image.pixel(i % 16, i / 16), palette.rgbAt(uchar(i)));
+        for (int i = 0; i < 256; i += 3) // what the palette lacks
+            image.setPixel(i % 16, i / 16, dice.generate());
+        rasterAt(canvas, 0)->image = image;
+        canvas.setFormat(IndexedCanvas, true);
+        for (int i = 0; i < 256; ++i)
+            QCOMPARE(rasterAt(canvas, 0)->image.constScanLine(i / 16)[i % 16],
+                     palette.indexOf(QColor::fromRgba(image.pixel(i % 16, i / 16))));
+        canvas.undoStack.setIndex(0);
+        for (int i = 0; i < 256; ++i)
+            QCOMPARE(rasterAt(canvas, 0)->image.constScanLine(i / 16)[i % 16], uchar(i));
+    }
+
     void readsAsAList()
     {
         TablePalette palette(4);

@@ -478,9 +478,11 @@ private Q_SLOTS:
         widget.resize(widget.sizeHint());
         widget.show();
         QVERIFY(widget.hasMouseTracking());
-        widget.palette()->setColor(17, RGBA{1, 22, 133, 4});
-        move(widget, middleOf(17));
-        QTRY_COMPARE(QToolTip::text(), "1, 22, 133, 4");
+        for (const int cell : {17, 0}) {
+            widget.palette()->setColor(uchar(cell), RGBA{1, 22, 133, uchar(cell)});
+            move(widget, middleOf(cell));
+            QTRY_COMPARE(QToolTip::text(), QString("1, 22, 133, %1").arg(cell));
+        }
         QSignalSpy doubles(&widget, &PaletteWidget::colorDblClick);
         QTest::mouseDClick(&widget, Qt::LeftButton, {}, middleOf(17));
         QTest::mouseDClick(&widget, Qt::LeftButton, {}, {-4, 4});
@@ -654,11 +656,33 @@ private Q_SLOTS:
                     to = QPoint((count + 15) % 16, (count - 1) / 16);
                 if (beside >= 0 && to.y() >= 0 && to.y() * 16 + to.x() < count)
                     place = to;
+                if (count > 0 && dice.bounded(8) == 0) { // from where a program has put it
+                    const int put = dice.bounded(count);
+                    widget.select(uchar(put));
+                    place = QPoint(put % 16, put / 16);
+                }
                 for (int i = 0; i < 256; ++i)
                     QCOMPARE(widget.isSelected(uchar(i)),
                              i == place.y() * 16 + place.x() && count > 0);
             }
         }
+    }
+
+    void previewFollowsTheFields()
+    {
+        ImgResizeDlg dialog(nullptr, {30, 40}, [](QSize size, int filter) {
+            QImage picture(size, QImage::Format_RGB32);
+            picture.fill(filter == 0 ? Qt::red : Qt::blue);
+            return picture;
+        });
+        dialog.show();
+        auto *preview = dialog.findChild<QWidget *>("preview");
+        const auto shown = [&] {
+            return QColor(onScreen(dialog).pixel(preview->geometry().center()));
+        };
+        QTRY_COMPARE(shown(), QColor(Qt::red));
+        QTest::keyClick(dialog.findChild<QComboBox *>("filter"), Qt::Key_Down);
+        QTRY_COMPARE(shown(), QColor(Qt::blue));
     }
 
     void remapWidgetHoldsPairs()

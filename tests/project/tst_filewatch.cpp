@@ -2,6 +2,9 @@
 
 #include <kilnx/project/filewatch.h>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 using namespace Kiln;
 
 namespace
@@ -22,6 +25,16 @@ struct Outside {
     {
         QVERIFY(QFile::remove(path));
         writeFile(path, contents);
+    }
+    /// Another file, which only its number tells from the old one.
+    static void replaceByTwin(const QString &path, const QByteArray &contents)
+    {
+        struct stat old;
+        QCOMPARE(stat(qPrintable(path), &old), 0);
+        writeFile(path + "~", contents);
+        const timespec times[] = {old.st_atim, old.st_mtim};
+        QCOMPARE(utimensat(AT_FDCWD, qPrintable(path + "~"), times, 0), 0);
+        QCOMPARE(rename(qPrintable(path + "~"), qPrintable(path)), 0);
     }
     /// As an editor that keeps the old file as a backup.
     static void moveAwayAndMake(const QString &path, const QByteArray &contents)
@@ -105,6 +118,7 @@ private slots:
         columns<Change>("change");
         addRow("written over", Change(Outside::rewrite));
         addRow("replaced by renaming", Change(replaceFile));
+        addRow("replaced by one of its size and time", Change(Outside::replaceByTwin));
         addRow("removed and made anew", Change(Outside::removeAndMake));
         addRow("moved to a backup", Change(Outside::moveAwayAndMake));
     }

@@ -185,10 +185,12 @@ private Q_SLOTS:
                     plain.moveTo(plain.tickAt(x));
                 plain.pressed = false;
             } else if (what == 5) {
-                const bool left = below(2);
-                QTest::keyClick(&strip, left ? Qt::Key_Left : Qt::Key_Right);
-                if (!left || plain.current > 0)
-                    plain.moveTo(left ? plain.current - 1 : plain.current + 1);
+                const int key = below(3); // the third is none of the strip's
+                QTest::keyClick(&strip, key == 0   ? Qt::Key_Left
+                                        : key == 1 ? Qt::Key_Right
+                                                   : Qt::Key_Up);
+                if (key == 1 || (key == 0 && plain.current > 0))
+                    plain.moveTo(key == 0 ? plain.current - 1 : plain.current + 1);
             } else if (what == 6) {
                 const unsigned int tick = below(3) ? unsigned(below(90)) : plain.current;
                 const bool force = below(2);
