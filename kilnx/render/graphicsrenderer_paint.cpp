@@ -52,6 +52,8 @@ void GraphicsRenderer::renderBackground(QPainter &painter)
     const GraphicsStyle &style = GraphicsStyle::instance();
     painter.fillRect(QRect(QPoint(), d->viewSize), style.backgroundBrush);
     const QPixmap &pixmap = style.backgroundPixmap;
+    if (pixmap.isNull()) // which has a ratio of 0
+        return;
     const auto zoom = double(d->zoom);
     const QPoint offset = Pixels::rounded(Pixels::scaled(style.backgroundPosition, zoom));
     const QSizeF size = QSizeF(pixmap.size()) / pixmap.devicePixelRatioF() * zoom;
