@@ -350,8 +350,13 @@ private slots:
         QTRY_COMPARE(m_editor->hitCount(), 3);
         QCOMPARE(numberAt(1, 5), 3);
         PlainDocument other("one");
+        const double tabStop = m_editor->tabStopDistance();
         m_editor->setDocument(&other);
+        QCOMPARE(m_editor->tabStopDistance(), tabStop);
         QTRY_COMPARE(m_editor->hitCount(), 1);
+        const QSignalSpy told(m_editor.get(), &CodeEditor::hitsChanged);
+        QTest::qWait(60); // a search that has ended does not begin again
+        QCOMPARE(told.count(), 0);
         m_editor->markHits("(", Editor::RegularExpression);
         QCOMPARE(m_editor->hitState(), CodeEditor::NotSearched);
         QCOMPARE(m_editor->hitCount(), 0);
