@@ -196,6 +196,10 @@ private slots:
         outer->nest(second);
         QCOMPARE(tree.root->childIndex(first), -1); // nor are they the root's any more
         QCOMPARE(tree.root->childIndex(second), -1);
+        QCOMPARE(first->parent(CodeNode::Group, CodeNode::Root), outer);
+        QCOMPARE(first->parent(CodeNode::Root, 0), tree.root);
+        QCOMPARE(first->parent(CodeNode::Root, CodeNode::Group), nullptr);
+        QCOMPARE(tree.root->parent(CodeNode::Root, 0), nullptr);
         QCOMPARE(outer->lastLine(), 29);
         QCOMPARE(first->lastLine(), 19);
         QCOMPARE(second->lastLine(), 29);
@@ -339,6 +343,9 @@ private slots:
         QCOMPARE(value->asRealVector().size(), ints.size());
         QCOMPARE(value->asPoint(), point);
         QCOMPARE(value->asSize(), QSize(point.x(), point.y()));
+        const double width = stored.type() == QVariant::Double ? stored.toDouble() : point.x();
+        if (stored.type() != QVariant::Point)
+            QCOMPARE(value->asPointF(), QPointF(width, point.y()));
     }
 
     void storedStringIsKept()

@@ -732,6 +732,9 @@ private slots:
         QTest::mouseClick(margin(), Qt::LeftButton, Qt::NoModifier, at(2));
         QTest::mouseClick(margin(), Qt::LeftButton, Qt::ShiftModifier, at(3));
         QCOMPARE(selected(), QStringList({"line 2", "line 3", ""}));
+        m_editor->moveCursor(QTextCursor::End);
+        QTest::mouseClick(margin(), Qt::LeftButton, Qt::NoModifier, at(19)); // has no end
+        QCOMPARE(selected(), QStringList("line 19"));
     }
 
     void marginDragScrolls()

@@ -82,6 +82,10 @@ private slots:
         const QImage lit = cell(2); // a tint of the ground
         for (int i = 0; i < lit.width() * lit.height(); ++i)
             QVERIFY(lit.pixelColor(i % 12, i / 12) != margin->palette().color(QPalette::Highlight));
+        QTest::mouseMove(margin, QPoint(2, marker(2).y())); // beside it
+        QTRY_COMPARE(cell(2), dark);
+        QTest::mouseMove(margin, marker(2));
+        QTRY_COMPARE(cell(2), lit);
         QTest::keyClick(m_editor.get(), Qt::Key_Right);
         QTRY_COMPARE(cell(2), dark);
         // The line beside the blocks around the cursor has a tick where one ends.
@@ -94,6 +98,7 @@ private slots:
 
         QTest::mouseClick(margin, Qt::LeftButton, Qt::NoModifier, marker(2));
         QCOMPARE(shown(), QString("xxx..xxxxx"));
+        QVERIFY(!m_editor->textCursor().hasSelection());
         QVERIFY(cell(2) != dark); // now it shows how to unfold
         QTest::mouseClick(margin, Qt::LeftButton, Qt::NoModifier, marker(2));
         QCOMPARE(shown(), QString("xxxxxxxxxx"));

@@ -657,6 +657,16 @@ private Q_SLOTS:
         QCOMPARE(QColor(renderer.picture().pixel(2, 2)), QColor(Qt::blue));
         renderer.setCurrentLayer(nullptr);
         QCOMPARE(qAlpha(renderer.picture().pixel(2, 2)), 0);
+        // As if there were no other, in both formats.
+        for (const int format : {RGBACanvas, IndexedCanvas}) {
+            Bench alone(false, format, {40, 40}, 5);
+            Bench both(false, format, {40, 40}, 5);
+            const QImage other = randomPicture({40, 40}, format, both.dice, 4);
+            both.renderer.canvas.layers.addLayer(&other);
+            QVERIFY(both.renderer.picture() != alone.renderer.picture());
+            both.renderer.setShowLayers(false);
+            QVERIFY(both.renderer.picture() == alone.renderer.picture());
+        }
     }
 
     void survivesItsParts()
