@@ -11,6 +11,7 @@
 #include <kilnx/imageedit/imagerenderer.h>
 #include <kilnx/sound/sounds.h>
 #include <tests/support/modeltester.h>
+#include <tests/support/told.h>
 
 namespace
 {
@@ -591,6 +592,8 @@ private:
                 dialog->reject();
             return;
         }
+        for (const QString &field : misplaced(*dialog))
+            m_said << "        MISPLACED: " + field;
         const auto note = [&](const State &before) {
             State all;
             addWidgets(dialog, all);
