@@ -438,7 +438,9 @@ private Q_SLOTS:
         QCOMPARE(layers.data(sky, Qt::CheckStateRole).toInt(), int(Qt::Checked));
         QVERIFY(!layers.data(sky, Qt::ToolTipRole).isValid());
         const int steps = canvas.undoStack.count();
+        QSignalSpy pictures(&canvas, &ImageCanvas::imageChanged);
         QVERIFY(layers.setData(sky, Qt::Unchecked, Qt::CheckStateRole));
+        QCOMPARE(pictures.count(), 1);
         QCOMPARE(canvas.undoStack.count(), steps);
         QVERIFY(!rasterAt(canvas, 0)->visible);
         QVERIFY(layers.setData(sky, "sea"));

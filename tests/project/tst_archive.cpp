@@ -352,6 +352,8 @@ private slots:
         diskFails = true;
         QVERIFY(!document->toFile(m_archive, target, false));
         QVERIFY(FileSystemArchive::lastError().startsWith(qt_error_string(EIO)));
+        QVERIFY(!document->toFile(m_archive, path("another"), false));
+        QCOMPARE(document->fileName(), target);
         const bool isNewSaved = save(path("other"), "new");
         diskFails = false;
         QVERIFY(document->isModified() && document->fileName() == target);
