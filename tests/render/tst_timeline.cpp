@@ -162,14 +162,15 @@ private Q_SLOTS:
         QRandomGenerator random(5);
         const auto below = [&random](int bound) { return random.bounded(bound); };
         for (int step = 0; step < 1000; ++step) {
-            const int x = below(320);
+            const int what = below(8);
+            const bool isAtCursor = what == 0 && below(2);
+            const int x = isAtCursor ? plain.cursor() + below(tickWidth) : below(320);
             const int y = below(85);
             const auto mouse = [&](QEvent::Type type, Qt::MouseButton button) {
                 const Qt::MouseButton held = plain.pressed ? Qt::LeftButton : Qt::NoButton;
                 QMouseEvent event(type, QPoint(x, y), button, held, Qt::NoModifier);
                 QCoreApplication::sendEvent(&strip, &event);
             };
-            const int what = below(8);
             if (what == 0) {
                 plain.dragged = plain.modeAt({x, y});
                 plain.pressed = true;
