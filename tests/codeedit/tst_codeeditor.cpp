@@ -413,11 +413,6 @@ private slots:
                 break;
             default:
                 m_editor->setFont(QFont("Courier", 9 + random.bounded(4)));
-                if (step % 2) {
-                    onScreen();
-                    formatting.highlightLine = !formatting.highlightLine;
-                    m_editor->setSyntaxFormatting(formatting);
-                }
             }
             const QImage shown = onScreen();
             m_editor->viewport()->update();

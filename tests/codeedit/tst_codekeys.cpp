@@ -350,9 +350,9 @@ private slots:
         QTRY_COMPARE(m_editor->hitCount(), 3);
         QCOMPARE(numberAt(1, 5), 3);
         PlainDocument other("one");
-        const double tabStop = m_editor->tabStopDistance();
         m_editor->setDocument(&other);
-        QCOMPARE(m_editor->tabStopDistance(), tabStop);
+        const double blank = QFontMetricsF(m_editor->font()).horizontalAdvance(' ');
+        QCOMPARE(m_editor->tabStopDistance(), std::ceil(blank * m_editor->indentation().tabWidth));
         QTRY_COMPARE(m_editor->hitCount(), 1);
         const QSignalSpy told(m_editor.get(), &CodeEditor::hitsChanged);
         QTest::qWait(60); // a search that has ended does not begin again
