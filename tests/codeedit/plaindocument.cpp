@@ -28,8 +28,12 @@ public:
             (syntax->*report)(CodeParserSyntax::Default, message, match.capturedStart(),
                               match.capturedEnd());
         }
+        bool isOpen = false;
         for (int i = 0; i < text.size(); ++i) {
-            if (open.contains(text.at(i)) || close.contains(text.at(i)))
+            isOpen = isOpen != (text.at(i) == '!');
+            if (text.at(i) == '!')
+                syntax->addParenthesis(isOpen, '!', i);
+            else if (open.contains(text.at(i)) || close.contains(text.at(i)))
                 syntax->addParenthesis(open.contains(text.at(i)), text.at(i), i);
         }
         return nullptr;
@@ -57,6 +61,8 @@ int PlainDocument::foldingKind(const QString &line)
         return 1;
     if (line.startsWith(QLatin1Char('[')))
         return 1 | 4;
+    if (line == QLatin1String("~"))
+        return 3;
     return line == QLatin1String("-") ? 0 : 2;
 }
 

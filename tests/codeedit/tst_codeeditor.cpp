@@ -478,6 +478,10 @@ private slots:
         palette.setColor(QPalette::Base, QColor(40, 40, 40)); // on which waves are as they are
         m_editor->setPalette(palette);
         m_editor->setPlainText(text);
+        QTextBlockFormat ground;
+        ground.setBackground(QColor(60, 80, 40));
+        cursorAt(0, 0).setBlockFormat(ground);
+        m_editor->setBackgroundVisible(true);
         QPlainTextEdit plain(
             m_editor.get()); // in the same window, so that it can have the keyboard
         plain.setFrameShape(QFrame::NoFrame);
@@ -485,6 +489,7 @@ private slots:
         plain.setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
         plain.setLineWrapMode(QPlainTextEdit::NoWrap);
         plain.setDocument(m_document.get());
+        plain.setBackgroundVisible(true);
         plain.setTabStopDistance(m_editor->tabStopDistance());
         plain.resize(m_editor->viewport()->size());
         plain.show();
@@ -510,6 +515,12 @@ private slots:
                     QCoreApplication::sendEvent(view, &event);
                 if (preedit == composed)
                     images[i] = shot(view->viewport());
+                // A strip alone shows what the whole does.
+                const QRect strip = view->viewport()->rect().adjusted(0, 300, 0, 0);
+                if (preedit == composed)
+                    QCOMPARE(
+                        view->viewport()->grab(strip).toImage().convertToFormat(images[i].format()),
+                        images[i].copy(strip));
             }
         }
         QApplication::setCursorFlashTime(flashTime);
@@ -554,6 +565,7 @@ private slots:
         add("mismatch backward", "x{ab)", 5, " eeee");
         add("one matches, the other does not", "(a)<b)", 3, "mrmeee");
         add("without a partner", "((a)", 0, "    ");
+        add("a sign that opens and closes", "a!bc!", 1, " mrrm");
     }
 
     void brackets()
@@ -669,6 +681,43 @@ private slots:
         formatting.highlightBlocks = false;
         m_editor->setSyntaxFormatting(formatting);
         QCOMPARE(shades().first(), plain);
+    }
+
+    /// The shades between the innermost block and the outer ones go over into one another, on the
+    /// side to which the lines run.
+    void deepBlocksAreShaded()
+    {
+        // A line of no kind keeps the depth that it had: inner sections below it stand deeper.
+        m_editor->setPlainText("[a]\n-\n[[b]]\none");
+        for (int deeper = 0; deeper < 3; ++deeper) {
+            QTextCursor cursor(m_document->lastBlock());
+            cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
+            cursor.insertText("~");
+            cursor.insertText("\n[[c]]\none");
+        }
+        QTextCursor end(m_document->lastBlock());
+        end.movePosition(QTextCursor::End);
+        end.insertText("\n[z]\n[\u05d0]\n\u05d1\n\u05d2");
+        CodeEditor::SyntaxFormatting formatting;
+        formatting.highlightBlocks = true;
+        formatting.highlightLine = false;
+        formatting.blockColor = QColor(240, 20, 250);
+        m_editor->setSyntaxFormatting(formatting);
+        const QColor plain = m_editor->palette().color(QPalette::Base);
+        const auto shade = [&](int line, int x) {
+            const QImage image = shot(m_editor->viewport());
+            return image.pixelColor(x < 0 ? image.width() + x : x, lineRect(line).center().y());
+        };
+        setCursor(9, 0);
+        const QList<QColor> expected{
+            {225, 5, 235}, {224, 4, 234}, {219, 3, 229}, {214, 1, 224}, {210, 0, 220}};
+        for (int depth = 0; depth < expected.size(); ++depth)
+            QTRY_COMPARE(shade(2 * depth, -3), expected.at(depth));
+        QCOMPARE(shade(10, -3), plain);
+        setCursor(12, 0);
+        QTRY_COMPARE(shade(12, 0), expected.last());
+        QCOMPARE(shade(12, -1), plain);
+        QCOMPARE(shade(0, -3), plain);
     }
 
     void toolTips_data()
@@ -834,6 +883,8 @@ private slots:
         QTRY_COMPARE(margin()->geometry().left(), m_editor->viewport()->geometry().right() + 1);
         QCOMPARE(m_editor->viewport()->geometry().left(),
                  m_editor->contentsRect().left() + m_editor->verticalScrollBar()->width());
+        QCOMPARE(shot(margin()).pixel(0, 3),
+                 margin()->palette().color(QPalette::Window).darker(115).rgb());
         // Letters that run to the left stand at the left of the view, and the dots of a fold beside
         // them.
         m_editor->setPlainText(QString::fromUtf8("[\u05d0\u05d1]\n\u05d2\n\u05d3"));

@@ -88,6 +88,11 @@ private slots:
         QTRY_COMPARE(cell(2), lit);
         QTest::keyClick(m_editor.get(), Qt::Key_Right);
         QTRY_COMPARE(cell(2), dark);
+        QTest::mouseMove(margin, marker(2) + QPoint(1, 0));
+        QTRY_COMPARE(cell(2), lit);
+        QEvent leaves(QEvent::Leave);
+        QApplication::sendEvent(margin, &leaves);
+        QTRY_COMPARE(cell(2), dark);
         // The line beside the blocks around the cursor has a tick where one ends.
         CodeEditor::SyntaxFormatting formatting = m_editor->syntaxFormatting();
         formatting.highlightBlocks = true;

@@ -363,6 +363,20 @@ private slots:
         m_editor->setDocument(m_document.get());
     }
 
+    /// What is changed while a search goes on is searched again.
+    void hitsOfATextThatChanges()
+    {
+        m_document->fromString(QString(QString(100, 'a') + '\n').repeated(4000));
+        const QString expression = "a{60}b";
+        m_editor->markHits(expression, Editor::RegularExpression);
+        QTest::qWait(30); // the search is on its way
+        QTextCursor cursor(m_document.get());
+        cursor.movePosition(QTextCursor::EndOfBlock);
+        cursor.insertText("b");
+        QTRY_COMPARE(m_editor->hitCount(), 1);
+        QCOMPARE(m_editor->hitState(), CodeEditor::Searched);
+    }
+
     // Text goes in, the address of a file does not.
     void droppedFilesAreLeftAlone()
     {

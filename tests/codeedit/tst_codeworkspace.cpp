@@ -75,6 +75,29 @@ private slots:
         m_document->setModified(false);
     }
 
+    /// The sign of comments is that of the file's project or, without one, of the host's engine.
+    void commentsOfAFileWithoutAProject()
+    {
+        m_document->fromString("a\nb");
+        const QChar mark = QLatin1Char(m_host->currentEngine->commentCharacter());
+        for (Engine *engine : {m_host->currentEngine, static_cast<Engine *>(nullptr)}) {
+            m_host->currentEngine = engine;
+            m_workspace->comment();
+            QCOMPARE(m_document->toString(), engine ? mark + QString("a\nb") : QString("a\nb"));
+            m_document->undo();
+        }
+    }
+
+    void widgetsStandBelow()
+    {
+        auto *added = new QLabel("below");
+        m_workspace->addWidget(added);
+        QTRY_VERIFY(added->isVisible());
+        QCOMPARE(added->geometry().bottom(), m_workspace->widget()->rect().bottom());
+        QVERIFY(added->y() >
+                m_workspace->widget()->findChild<QComboBox *>("codeMessages")->geometry().bottom());
+    }
+
     void toolBarFollowsItsOption()
     {
         auto *bar = m_workspace->widget()->findChild<QToolBar *>();
