@@ -416,14 +416,6 @@ void CodeEditor::dragEnterEvent(QDragEnterEvent *event)
         QPlainTextEdit::dragEnterEvent(event);
 }
 
-void CodeEditor::dragMoveEvent(QDragMoveEvent *event)
-{
-    if (event->mimeData()->hasUrls())
-        event->ignore();
-    else
-        QPlainTextEdit::dragMoveEvent(event);
-}
-
 QMimeData *CodeEditor::createMimeDataFromSelection() const
 {
     auto *data = new QMimeData;

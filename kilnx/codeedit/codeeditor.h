@@ -164,7 +164,6 @@ protected:
     void mouseMoveEvent(QMouseEvent *event) override;
     bool viewportEvent(QEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
-    void dragMoveEvent(QDragMoveEvent *event) override;
     /// The selected text alone, with the no-break spaces that it holds.
     QMimeData *createMimeDataFromSelection() const override;
 

@@ -34,11 +34,6 @@ CodeEditorExtraArea::CodeEditorExtraArea(CodeEditor *editor, CodeEditorPrivate *
     setMouseTracking(true);
 }
 
-QSize CodeEditorExtraArea::sizeHint() const
-{
-    return QSize(d->marginWidth(), 0);
-}
-
 void CodeEditorExtraArea::paintEvent(QPaintEvent *event)
 {
     d->paintMargin(event);

@@ -31,8 +31,6 @@ class CodeEditorExtraArea : public QWidget
 public:
     CodeEditorExtraArea(CodeEditor *editor, CodeEditorPrivate *d);
 
-    QSize sizeHint() const override;
-
 protected:
     void paintEvent(QPaintEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;

@@ -208,6 +208,13 @@ private slots:
         QCOMPARE(id, asked);
         TextCodecs::stringFromData(QByteArray(), &(id = -1));
         QVERIFY(id != asked);
+        // One that makes nothing of the bytes gives way to the one in which each is a character.
+        TextCodecs::setDefaultCodec(TextCodecs::index("EUC-JP"));
+        const QString text =
+            TextCodecs::stringFromData("\xFF\x63\xA6\x74\xF0\x74\x71\x90", &(id = -1));
+        TextCodecs::setDefaultCodec(0);
+        QCOMPARE(text, QString::fromUtf8("\u00ffc\u00a6t\u00f0tq\u0090"));
+        QCOMPARE(TextCodecs::name(id), QString("ISO-8859-1"));
     }
 
     /// What another program writes is read, and what is saved is read by it.
@@ -465,6 +472,9 @@ private slots:
         document->replace(found, "%1" + lone);
         QCOMPARE(document->toPlainText(), "%1" + lone + " = 1\n; " + lone + ' ' + smile + lone +
                                               ", " + smile + " %1" + lone + '\n');
+        // Half of what stands for a byte, at the end, is none.
+        const QString half = QString("end") + QChar(0xDBFF);
+        QCOMPARE(TextCodecs::stringToData(half, TextCodecs::index("UTF-8")), half.toUtf8());
     }
 
     void otherLinesKeepTheirBytes_data()
@@ -699,6 +709,16 @@ private slots:
         document->insert("speed = 1");
         QCOMPARE(document->toString(), (isLoaded ? text : QString()) + "speed = 1");
         QVERIFY(document->isUndoAvailable());
+    }
+
+    void hugeFilesHaveNoColors()
+    {
+        for (const int size : {(8 << 20) - 1, 8 << 20}) {
+            memory.files["huge.plain"] = QByteArray(size, 'x');
+            QVERIFY(document->fromFile(memory, "huge.plain", false));
+            QCOMPARE(document->detail() == CodeDocument::WithNodes, size == 8 << 20);
+            document->reset();
+        }
     }
 
     /// All lines are told of, by one warning each or by their number.

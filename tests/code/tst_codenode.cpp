@@ -205,6 +205,39 @@ private slots:
         QCOMPARE(second->lastLine(), 29);
     }
 
+    /// A container takes a child from the one that has it, and holds what it has rows for.
+    void childrenMove()
+    {
+        Tree tree(QString("gvvgff"));
+        auto *const group = static_cast<ParentCode *>(tree.nodes[4]);
+        group->insertChild(tree.nodes[2], 0);
+        QCOMPARE(tree.text(), QString("1(3) 4(2)|"));
+        static_cast<ParentCode *>(tree.root)->insertChild(group, 0);
+        QCOMPARE(tree.text(), QString("4(2) 1(3)|"));
+        // Rows that are not in the order of the text: the next group goes behind those above it.
+        new Plain::Group(tree.nodes[6], QString("7"), 1);
+        QCOMPARE(tree.text(), QString("4(2) 1(3) 7()|"));
+
+        auto *const first = new Plain::Animation(tree.root, QString("first"));
+        auto *const frame = new Plain::Frame(first, QString("frame"));
+        auto *const second = new Plain::Animation(frame, QString("second"));
+        QCOMPARE(first->childIndex(frame), 0);
+        ParentCode *const taker = second;
+        taker->insertChild(frame, 0);
+        QCOMPARE(first->frameCount(), 0u);
+        QCOMPARE(second->frameAt(0), frame);
+        taker->insertChild(tree.nodes[3], 0); // no frame
+        QCOMPARE(second->frameCount(), 1u);
+        QCOMPARE(tree.nodes[3]->parent(), nullptr);
+
+        auto *const base = new Other(CodeNode::Frame, tree.root);
+        base->insertChild(frame, 0);
+        QCOMPARE(second->frameCount(), 0u);
+        QCOMPARE(frame->parent(), base);
+        base->removeChild(frame);
+        QCOMPARE(frame->parent(), nullptr);
+    }
+
     void rootRows()
     {
         // Groups made in any order stand in the order of the list, also far from each other.
@@ -351,9 +384,11 @@ private slots:
     void storedStringIsKept()
     {
         const Tree tree(QString("g"));
-        const auto *const value =
+        auto *const value =
             new Plain::Value(tree.nodes[1], QString("n"), ValueCode::Point, QString("oops, 3"));
         QCOMPARE(value->valueText(), QString("oops, 3"));
+        value->ValueCode::setValue(QPoint(4, 5));
+        QCOMPARE(value->asPoint(), QPoint(4, 5));
     }
 
     void namedProperties()

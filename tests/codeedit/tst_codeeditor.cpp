@@ -32,6 +32,12 @@ private:
 
 } // namespace
 
+/// A style of that name, as the margin asks for it.
+class QGtkStyle : public QProxyStyle
+{
+    Q_OBJECT
+};
+
 /// What a new view of a new document paints of a place, brought to the state of `view`.
 static QImage paintedAnew(const CodeEditor &view,
                           const CodeEditor::SyntaxFormatting &formatting,
@@ -683,6 +689,49 @@ private slots:
         QCOMPARE(shades().first(), plain);
     }
 
+    /// Where widgets run to the left, the columns of the margin change sides.
+    void marginRunsToTheLeft()
+    {
+        m_editor->setPlainText("[a]\nb\nc");
+        CodeEditor::SyntaxFormatting formatting;
+        formatting.highlightBlocks = true;
+        m_editor->setSyntaxFormatting(formatting);
+        setCursor(1, 0);
+        const QRect last = lineRect(2);
+        const auto hasGray = [&](const QImage &image, int column) {
+            return showsColor(image, QRect(column, last.top(), 1, last.height()), Qt::gray);
+        };
+        const int width = margin()->width();
+        QTRY_VERIFY(hasGray(shot(margin()), width - 3));
+        const QImage right = shot(margin());
+        QVERIFY(!hasGray(right, width - 2));
+        m_editor->setLayoutDirection(Qt::RightToLeft);
+        const QImage left = shot(margin());
+        QVERIFY(hasGray(left, 2) && !hasGray(left, 1));
+        const int spacing = QFontMetrics(margin()->font()).lineSpacing();
+        const int markers = 1 + spacing + spacing % 2;
+        const QRect numbers(0, 0, width - markers - 4, last.bottom());
+        QCOMPARE(left.copy(numbers.translated(markers, 0)), right.copy(numbers));
+        QCOMPARE(left.pixel(0, 3), margin()->palette().color(QPalette::Window).darker(115).rgb());
+    }
+
+    /// Styles that paint widgets smaller have the markers elsewhere.
+    void markersStandAsTheirStyleWants()
+    {
+        m_editor->setPlainText("-\n[a]\nb\nc");
+        const int spacing = QFontMetrics(margin()->font()).lineSpacing();
+        const int size = spacing + spacing % 2;
+        const QRect marker(margin()->width() - size - 1, lineRect(1).top() + (spacing - size) / 2,
+                           size, size);
+        const QImage before = shot(margin()).copy(marker.adjusted(2, 2, -2, -2));
+        QGtkStyle style;
+        m_editor->setStyle(&style);
+        const QRect moved = marker.translated(-2, -1).adjusted(2, 2, -2, -2);
+        QCOMPARE(shot(margin()).copy(moved), before);
+        m_editor->setStyle(nullptr);
+        QVERIFY(shot(margin()).copy(moved) != before);
+    }
+
     /// The shades between the innermost block and the outer ones go over into one another, on the
     /// side to which the lines run.
     void deepBlocksAreShaded()
@@ -883,8 +932,6 @@ private slots:
         QTRY_COMPARE(margin()->geometry().left(), m_editor->viewport()->geometry().right() + 1);
         QCOMPARE(m_editor->viewport()->geometry().left(),
                  m_editor->contentsRect().left() + m_editor->verticalScrollBar()->width());
-        QCOMPARE(shot(margin()).pixel(0, 3),
-                 margin()->palette().color(QPalette::Window).darker(115).rgb());
         // Letters that run to the left stand at the left of the view, and the dots of a fold beside
         // them.
         m_editor->setPlainText(QString::fromUtf8("[\u05d0\u05d1]\n\u05d2\n\u05d3"));

@@ -165,6 +165,19 @@ private slots:
         QVERIFY(m_editor->textCursor().block().text().contains('z'));
     }
 
+    /// A line that is begun at the end of a folded one belongs into the fold, which opens for it.
+    void linesAreBegunInAFold()
+    {
+        toggle(0);
+        setCursor(0, 3);
+        QTest::keyClick(m_editor.get(), Qt::Key_Return);
+        QTest::keyClicks(m_editor.get(), QString("new"));
+        QCOMPARE(m_document->toString(), QString(Nested).replace("[a]\n", "[a]\nnew\n"));
+        QVERIFY(m_editor->textCursor().block().isVisible());
+        QCOMPARE(m_editor->currentLine().line, 1);
+        QCOMPARE(shown(), QString("xxxxxxxxxxx"));
+    }
+
     void jumpsAreRightInAFold()
     {
         m_editor->setPlainText("[a]\n" + QString("x\n").repeated(400) + "[b]\n" +

@@ -2,6 +2,8 @@
 
 #include "workspacetest.h"
 
+#include <engines/ember/embersprites.h>
+
 using namespace Kiln;
 
 namespace
@@ -192,6 +194,8 @@ private slots:
         QVERIFY(m_editor->find(static_cast<ProjectFile *>(other.get()), "there", 0));
         QVERIFY(!m_editor->find(static_cast<ProjectFile *>(other.get()), "here!", 0));
         QVERIFY(!m_editor->find(nullptr, "there", 0));
+        const std::unique_ptr<EmberSprites, Release> pictures(new EmberSprites);
+        QVERIFY(!m_editor->find(pictures.get(), "there", 0));
         QVERIFY(!view()->textCursor().hasSelection());
         m_editor->setCurrentFile(other.get());
         QCOMPARE(place(), QPoint(2, 2));

@@ -4,6 +4,7 @@
 
 #include <engines/ember/emberdocument.h>
 #include <kilnx/editors/organizer.h>
+#include <kilnx/project/archive.h>
 #include <kilnx/render/graphicsworkspace.h>
 #include <tests/support/files.h>
 
@@ -363,6 +364,24 @@ private slots:
         }
     }
 
+    /// A file may end while it is asked about.
+    void encodingOfAFileThatEnds()
+    {
+        const QString path = m_directory->filePath("file");
+        writeFile(path, "text");
+        Document going(new PlainDocument);
+        QVERIFY(going->fromFile(FileSystemArchive::instance(), path, false));
+        m_editor->setCurrentFile(going.get());
+        m_host->dialogs().expectDialog([](QDialog *dialog) { dialog->accept(); });
+        m_host->dialogs().expectDialog([&going](QDialog *question) {
+            going.reset();
+            static_cast<QMessageBox *>(question)->button(QMessageBox::Yes)->click();
+        });
+        m_workspace->statusClicked();
+        QVERIFY(!m_editor->document());
+        QCOMPARE(m_host->statusTexts.value(2), QString());
+    }
+
     /// A file that is nowhere yet is not asked about.
     void encodingOfAnUnsavedFile()
     {
@@ -434,6 +453,9 @@ private slots:
     {
         m_host->options["auto_expand_tree"] = true;
         TestedEditor other(m_workspace.get());
+        m_host->log.clear();
+        const TestedEditor treeless(m_workspace.get(), nullptr);
+        QCOMPARE(m_host->log, QStringList());
         auto *tree = qobject_cast<QTreeView *>(m_host->control("code_tree"));
         Document first(new EmberDocument(EmberDocument::Character));
         first->fromString("@about\ntitle: \"A\"\n@body\nlife: 10\n");

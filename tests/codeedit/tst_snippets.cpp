@@ -7,6 +7,7 @@
 #include <kilnx/codeedit/snippets.h>
 
 #include <tests/support/files.h>
+#include <tests/support/modeltester.h>
 #include <tests/support/rows.h>
 #include <tests/support/testhost.h>
 
@@ -125,6 +126,7 @@ private slots:
                 int row, column, rows, columns;
                 grid->getItemPosition(grid->indexOf(label), &row, &column, &rows, &columns);
                 places << QString("%1 %2 %3").arg(label->text()).arg(row).arg(column);
+                QCOMPARE(grid->itemAtPosition(row, column + 1)->widget(), label->buddy());
             }
             QCOMPARE(places, QStringList({"F 0 20", "G 1 0", "H 2 0"}));
             // A list shows what it is told, which is no property of its user's.
@@ -147,6 +149,7 @@ private slots:
     void fieldsStayInTheirList()
     {
         SnipFieldsModel model;
+        const ModelTester tester(&model);
         for (const char *name : {"a", "b", "c"}) {
             model.append(std::make_unique<RegularSnipField>("string"));
             auto field = std::make_unique<RegularSnipField>("string");
@@ -156,6 +159,7 @@ private slots:
         for (const int row : {-1, 2, 3}) { // nothing is there, or nothing below
             model.moveDown(row);
             model.remove(row == 2 ? 9 : row);
+            model.replace(row == 2 ? 9 : -1, nullptr);
             QCOMPARE(model.at(0)->name + model.at(1)->name + model.at(2)->name, QString("abc"));
         }
     }
@@ -225,6 +229,15 @@ private slots:
             m_host->dialogs().expectDialog([](QDialog *field) { field->accept(); });
             dialog.findChild<QPushButton *>("editBut")->click();
         }
+        // Nor does a cancelled box: one for a new field, and those for the places of files.
+        m_host->dialogs().expectDialog([](QDialog *field) { field->reject(); });
+        dialog.findChild<QPushButton *>("addBut")->click();
+        QCOMPARE(list->model()->rowCount(), 3);
+        for (const char *button : {"saveBut", "saveTSBut"}) {
+            m_host->dialogs().expectFiles({});
+            dialog.findChild<QPushButton *>(button)->click();
+        }
+        QCOMPARE(QDir(m_directory->path()).entryList(QDir::Files), QStringList{"from.xml"});
         m_host->dialogs().expectFiles({to});
         dialog.findChild<QPushButton *>("saveBut")->click();
         QCOMPARE(readFile(to), QByteArray(Stored));
