@@ -28,8 +28,6 @@ void FrameCode::joinAnimation()
             static_cast<AnimationCode *>(node)->insertChild(this, strays);
             return;
         }
-        if (node->type() == Group)
-            return;
         if (node->type() != Frame)
             continue;
         if (ParentCode *animation = node->parent()) {

@@ -380,10 +380,8 @@ void CodeFileEditor::replace(const QString &text,
         giveUp(flags);
         return;
     }
-    if (*matches) {
+    if (*matches)
         cursor.insertText(changed->text);
-        workspace->editor()->setTextCursor(cursor);
-    }
     find(text, flags);
 }
 

@@ -184,6 +184,20 @@ private slots:
         document->endChange();
         document->undo();
         QCOMPARE(document->toString(), typed);
+        // Only a change that has just been written is dropped, and without a trace.
+        for (const bool isEmpty : {false, true}) {
+            document->beginChange();
+            if (!isEmpty)
+                write("c = 3");
+            document->dropChange(); // it is still open
+            document->endChange();
+            document->dropChange();
+            QCOMPARE(document->toString(), typed);
+            QVERIFY(isEmpty || !document->isRedoAvailable());
+        }
+        write("c = 3");
+        document->dropChange();
+        QVERIFY(document->toString() != typed);
     }
 
     void insertAround_data()
@@ -359,6 +373,10 @@ private slots:
         document->setOption(QString("modelCode"), true, false, false);
         QCOMPARE(document->rowCount(), 2);
 
+        QSignalSpy resets(document->model(), &QAbstractItemModel::modelReset);
+        document->setParser(parser.get());
+        document->setSyntaxHighlight(true);
+        QCOMPARE(resets.count(), 0); // nothing is new
         QVERIFY(!document->firstBlock().layout()->formats().isEmpty());
         document->setSyntaxHighlight(false);
         QVERIFY(document->firstBlock().layout()->formats().isEmpty());

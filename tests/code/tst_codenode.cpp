@@ -230,6 +230,10 @@ private slots:
         QCOMPARE(second->frameCount(), 1u);
         QCOMPARE(tree.nodes[3]->parent(), nullptr);
 
+        second->setCode(QString("text")); // without a document they stay as they are
+        second->removeFrame(0);
+        QCOMPARE(second->frameAt(0), frame);
+
         auto *const base = new Other(CodeNode::Frame, tree.root);
         base->insertChild(frame, 0);
         QCOMPARE(second->frameCount(), 0u);

@@ -84,6 +84,7 @@ private slots:
         QTest::keyClick(popup(), Qt::Key_Backspace);
         QTest::keyClick(popup(), Qt::Key_Backspace);
         QVERIFY(!popup()->currentIndex().isValid());
+        QVERIFY(!popup()->selectionModel()->hasSelection());
         type("st");
         QCOMPARE(currentWord(), QString("stand"));
         QCOMPARE(popup()->selectionModel()->selectedIndexes(),

@@ -277,6 +277,7 @@ private slots:
         add("a line back, its last error", "code_prev_error", QPoint(2, 0), second);
         add("back in the line", "code_prev_error", QPoint(0, 10), second);
         add("back to the first", "code_prev_error", second, first);
+        add("back from its end", "code_prev_error", QPoint(0, 9), first);
         add("none before", "code_prev_error", first, first);
         add("to a deprecation", "code_next_deprecation", QPoint(0, 0), old);
         add("back to a deprecation", "code_prev_deprecation", third, old);
@@ -424,6 +425,11 @@ private slots:
         QVERIFY(!m_editor->isModified());
         const QString spaces = QString::fromUtf8("no\u00a0break\nthin\u2009 end");
         m_document->fromString(spaces);
+        view()->selectAll();
+        m_editor->copy();
+        QTest::keyClick(view(), Qt::Key_Delete);
+        m_editor->paste();
+        QCOMPARE(m_document->toRawText().replace(QChar::ParagraphSeparator, '\n'), spaces);
         view()->selectAll();
         m_editor->cut();
         m_editor->paste();

@@ -86,6 +86,7 @@ private slots:
         add("marked as data", QByteArray("<![CDATA[a <b> &c;]]>"), "a <b> &c;");
         add("indented by tabs of its own", QByteArray("\n\tif\n\t\tjump\n\t"), "\tif\n\t\tjump");
         add("nothing", QByteArray(), "");
+        add("among marks of other programs", QByteArray("a</code><x:note y:z='1'/><code>b"), "b");
     }
 
     void codeIsRead()
