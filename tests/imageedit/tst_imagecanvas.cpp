@@ -434,6 +434,7 @@ private Q_SLOTS:
         canvas.setSize({4, 4}, {}, false);
         layers.addLayer(nullptr)->name = "sky";
         const QModelIndex sky = layers.index(0);
+        QCOMPARE(layers.rowCount(sky), 0);
         QCOMPARE(layers.data(sky, Qt::EditRole).toString(), "sky");
         QCOMPARE(layers.data(sky, Qt::CheckStateRole).toInt(), int(Qt::Checked));
         QVERIFY(!layers.data(sky, Qt::ToolTipRole).isValid());
@@ -449,6 +450,10 @@ private Q_SLOTS:
         const auto both = Qt::ItemIsEditable | Qt::ItemIsUserCheckable;
         QCOMPARE(layers.flags(sky) & both, both);
         QCOMPARE(layers.flags(QModelIndex()), Qt::ItemFlags(Qt::ItemIsEnabled));
+        QSignalSpy moves(&layers, &QAbstractItemModel::rowsMoved);
+        for (const QPoint &way : {QPoint(0, 0), QPoint(0, 1), QPoint(-1, 0)})
+            layers.moveLayer(way.x(), way.y());
+        QCOMPARE(moves.count(), 0);
     }
 
     void holdsTheLargestPicture()
@@ -481,6 +486,33 @@ private Q_SLOTS:
         QCOMPARE(layer->image.constScanLine(16383)[0], uchar(9));
     }
 
+    /// What lies outside the picture is neither read nor written.
+    void paintersStayInside()
+    {
+        TablePalette palette(1);
+        QImage indexes({4, 4}, QImage::Format_Indexed8);
+        indexes.setColorTable(QVector<QRgb>(256));
+        QImage colors({4, 4}, QImage::Format_ARGB32);
+        IndexPainter byIndex(&palette, nullptr);
+        RGBAPainter byColor(&palette, nullptr);
+        byIndex.image = &indexes;
+        byColor.image = &colors;
+        for (ImagePainter *painter :
+             {static_cast<ImagePainter *>(&byIndex), static_cast<ImagePainter *>(&byColor)}) {
+            painter->image->fill(7);
+            const QImage before = painter->image->copy();
+            painter->setColor(9);
+            for (const QPoint &at : {QPoint(-1, 0), QPoint(4, 0), QPoint(0, -1), QPoint(0, 4)}) {
+                painter->setPixel(at.x(), at.y());
+                painter->floodFill(at);
+                QCOMPARE(painter->rawPixel(at.x(), at.y()), 0u);
+                QCOMPARE(int(painter->colorAt(at)), 0);
+                QVERIFY(!painter->canPaint(at.x(), at.y()));
+            }
+            QCOMPARE(*painter->image, before);
+        }
+    }
+
     void standsBadInput()
     {
         TablePalette palette(4);
@@ -500,6 +532,10 @@ private Q_SLOTS:
         canvas.resize({-1, 4}, 0);
         canvas.resize({4, 4}, 77);
         canvas.rotate(float(qQNaN()), 0);
+        const QSize tooLarge(1 << 30, 1 << 30); // for any memory
+        canvas.setSize(tooLarge, {}, false);
+        rasterAt(canvas, 0)->setSize(tooLarge, {}, 0);
+        QVERIFY(!canvas.selection.reset(tooLarge));
         canvas.layers.removeLayer(9, true);
         canvas.layers.insertLayer(nullptr, 0, true);
         QCOMPARE(stateOf(canvas), before);

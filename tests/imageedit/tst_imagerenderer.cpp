@@ -342,6 +342,8 @@ private Q_SLOTS:
         QCOMPARE(replace->pairs()->sizeHint(), QSize(144, 24));
         QCOMPARE(replace->options->layout()->contentsMargins(), QMargins(1, 1, 1, 1));
         QCOMPARE(replace->options->layout()->spacing(), 4);
+        delete replace->pairs();
+        QVERIFY(!replace->paletteClicked(false, 3));
     }
 
     void replacePicksWithShift()

@@ -472,6 +472,25 @@ private Q_SLOTS:
         QVERIFY(image.pixel(24 + 3, 3) != image.pixel(24 + 8, 3));
     }
 
+    /// Who walks the grid by keys sees where the next key begins.
+    void showsItsCursor()
+    {
+        PaletteWidget widget;
+        widget.resize(widget.sizeHint());
+        widget.show();
+        widget.activateWindow();
+        widget.setFocus();
+        QTRY_VERIFY(widget.hasFocus());
+        widget.select(17);
+        const QImage without = pictureOf(widget);
+        widget.setAttribute(Qt::WA_KeyboardFocusChange);
+        const QImage with = pictureOf(widget);
+        for (const QPoint &cell : {QPoint(0, 0), QPoint(1, 1), QPoint(2, 1), QPoint(1, 2)}) {
+            const QRect rect(cell * 12, QSize(12, 12));
+            QCOMPARE(with.copy(rect) != without.copy(rect), cell == QPoint(1, 1));
+        }
+    }
+
     void tellsTheColorUnderTheMouse()
     {
         PaletteWidget widget;
@@ -705,8 +724,14 @@ private Q_SLOTS:
         widget.setSecond(7);
         QCOMPARE(widget.pair(1), QPoint(200, 7));
         QCOMPARE(widget.pair(-1) + widget.pair(12), QPoint());
+        QKeyEvent letter(QEvent::KeyPress, Qt::Key_A, {});
+        QApplication::sendEvent(&widget, &letter);
+        QVERIFY(!letter.isAccepted()); // others may want it
         auto palette = std::make_unique<MonoPalette>();
+        auto other = std::make_unique<MonoPalette>();
+        widget.setColors(other.get());
         widget.setColors(palette.get());
+        other.reset();
         const QImage image = pictureOf(widget);
         QCOMPARE(image.pixel(12 + 4, 4), 0xffffffff);
         QCOMPARE(image.pixel(12, 0), 0xffffffff); // the current pair is filled
