@@ -232,9 +232,11 @@ void CodeEditor::setDocument(CodeDocument *document)
     setExtraSelections({});
     QPlainTextEdit::setDocument(document);
     d->attach(document);
-    // It may have changed while it was not shown.
-    d->charactersChanged(0, 0);
-    d->depthChangedTo = QPlainTextEdit::document()->characterCount() - 1;
+    // It may have changed while it was not shown, all of it.
+    const int last = QPlainTextEdit::document()->characterCount() - 1;
+    d->charactersChanged(0, last);
+    d->depthChangedTo = last;
+    d->foldedBlocks = -1;
     d->restoreFolds();
     d->updateTabStop();
     d->updateMarginGeometry();
@@ -275,7 +277,6 @@ void CodeEditor::updateBlockHighlight()
         d->cursorMoved();
         return;
     }
-    d->blockTimer.stop();
     d->clearBlocks();
 }
 

@@ -147,7 +147,6 @@ void CodeWorkspace::createToolBar()
 {
     d->toolBar = new QToolBar(d->widget.get());
     d->toolBar->setObjectName(QStringLiteral("codeToolBar"));
-    d->toolBar->setIconSize(QSize(ToolBarIcon, ToolBarIcon));
     d->toolBar->hide();
     for (QAction *action : qAsConst(d->actions)) {
         if (action)

@@ -57,7 +57,7 @@ PlainDocument::~PlainDocument()
 
 int PlainDocument::foldingKind(const QString &line)
 {
-    if (line.startsWith(QLatin1String("[[")))
+    if (line.trimmed().startsWith(QLatin1String("[[")))
         return 1;
     if (line.startsWith(QLatin1Char('[')))
         return 1 | 4;

@@ -286,6 +286,31 @@ private slots:
         QTRY_VERIFY(watch.region.contains(QPoint(margin()->width() - 8, lineRect(0).center().y())));
     }
 
+    void newFormattingRepaints()
+    {
+        m_editor->setPlainText("[a]\nb");
+        QTest::qWait(100);
+        PaintWatch text(m_editor->viewport());
+        PaintWatch numbers(margin());
+        CodeEditor::SyntaxFormatting formatting;
+        m_editor->setSyntaxFormatting(formatting);
+        QTRY_VERIFY(text.region.contains(m_editor->viewport()->rect().bottomRight()));
+        QTRY_VERIFY(numbers.region.contains(margin()->rect().bottomLeft()));
+        formatting.highlightBlocks = true;
+        m_editor->setSyntaxFormatting(formatting);
+        QCoreApplication::processEvents();
+        numbers.region = QRegion();
+        setCursor(1, 0); // the line beside its block comes a little later
+        QTRY_VERIFY(numbers.region.contains(margin()->rect().bottomLeft()));
+        // Without a host's colours there are some of its own.
+        QCOMPARE(formatting.lineColor.rgb(), qRgb(255, 255, 153));
+        QCOMPARE(formatting.hitColor.rgb(), qRgb(255, 255, 76));
+        QCOMPARE(formatting.blockColor, m_editor->palette().color(QPalette::Base));
+        QCOMPARE(formatting.parenMatch.foreground().color().rgb(), qRgb(255, 0, 0));
+        QCOMPARE(formatting.parenRange.background().color().rgb(), qRgb(255, 229, 255));
+        QCOMPARE(formatting.parenError.background().color().rgb(), qRgb(255, 0, 255));
+    }
+
     void currentLineIsPaintedAcross()
     {
         m_editor->setPlainText(numberedLines(5));
@@ -639,6 +664,10 @@ private slots:
                 QVERIFY(selection.cursor.selectionStart() >= 3); // not the pair before
         }
         // Each may be switched while the cursor stands at the bracket.
+        m_editor->setParenRangePainted(!range);
+        const int others = selections == 0 ? 0 : range ? 2 : 3;
+        QTRY_COMPARE(m_editor->extraSelections().size(), others);
+        m_editor->setParenRangePainted(true);
         formatting.parenMatching = !matching;
         m_editor->setSyntaxFormatting(formatting);
         m_editor->setReadOnly(false);
@@ -652,6 +681,8 @@ private slots:
         const auto add = columns<QColor, QColor, QColor>("base", "inner", "outer");
         add("light", QColor(240, 20, 250), QColor(210, 0, 220), QColor(225, 5, 235));
         add("dark", QColor(30, 40, 128), QColor(70, 80, 168), QColor(50, 60, 148));
+        add("without blue", QColor(240, 200, 10), QColor(210, 170, 0), QColor(225, 185, 0));
+        add("without red", QColor(10, 240, 200), QColor(0, 210, 170), QColor(0, 225, 185));
     }
 
     void nestedBlocksAreShaded()
@@ -673,6 +704,10 @@ private slots:
                 found << QColor(image.pixel(image.width() - 3, lineRect(line).center().y()));
             return found;
         };
+        QTRY_COMPARE(shades(), expected);
+        setCursor(7, 0);
+        QTRY_COMPARE(shades().at(4), plain);
+        setCursor(2, 0); // a head is of its own block
         QTRY_COMPARE(shades(), expected);
         // The margin joins the lines of the block, and stops where it ends.
         const QImage image = shot(margin());
@@ -751,13 +786,13 @@ private slots:
         formatting.highlightBlocks = true;
         formatting.highlightLine = false;
         formatting.blockColor = QColor(240, 20, 250);
+        setCursor(9, 0);
         m_editor->setSyntaxFormatting(formatting);
         const QColor plain = m_editor->palette().color(QPalette::Base);
         const auto shade = [&](int line, int x) {
             const QImage image = shot(m_editor->viewport());
-            return image.pixelColor(x < 0 ? image.width() + x : x, lineRect(line).center().y());
+            return image.pixelColor(x < 0 ? image.width() + x : x, lineRect(line).top());
         };
-        setCursor(9, 0);
         const QList<QColor> expected{
             {225, 5, 235}, {224, 4, 234}, {219, 3, 229}, {214, 1, 224}, {210, 0, 220}};
         for (int depth = 0; depth < expected.size(); ++depth)
@@ -767,6 +802,23 @@ private slots:
         QTRY_COMPARE(shade(12, 0), expected.last());
         QCOMPARE(shade(12, -1), plain);
         QCOMPARE(shade(0, -3), plain);
+        // Each begins where its lines do, whatever the font is and however far they are scrolled.
+        m_editor->setPlainText("[a]\n-\n    [[b]]\n    one\n    " + QString(200, 'x'));
+        setCursor(3, 0);
+        for (const int points : {10, 20}) {
+            m_editor->setFont(QFont("Courier", points));
+            const int indent = m_editor->cursorRect(cursorAt(3, 4)).left();
+            QTRY_COMPARE(shade(3, indent), expected.last());
+            QCOMPARE(shade(3, indent - 1), expected.first());
+            m_editor->horizontalScrollBar()->setValue(10);
+            QCOMPARE(shade(3, indent - 10), expected.last());
+            QCOMPARE(shade(3, indent - 11), expected.first());
+            m_editor->horizontalScrollBar()->setValue(0);
+        }
+        PlainDocument other(numberedLines(9));
+        m_editor->setDocument(&other);
+        QCOMPARE(shade(3, -3), plain); // at once
+        m_editor->setDocument(nullptr);
     }
 
     void toolTips_data()
@@ -927,6 +979,9 @@ private slots:
                  qreal(qCeil(4 * QFontMetricsF(m_editor->font()).horizontalAdvance(' '))));
         QCOMPARE(m_editor->displayedLineCount(),
                  m_editor->viewport()->height() / QFontMetrics(m_editor->font()).lineSpacing());
+        const qreal distance = m_editor->tabStopDistance();
+        m_editor->setIndentation({true, false, 8});
+        QVERIFY(qAbs(m_editor->tabStopDistance() - 2 * distance) <= 1);
 
         m_editor->setLayoutDirection(Qt::RightToLeft);
         QTRY_COMPARE(margin()->geometry().left(), m_editor->viewport()->geometry().right() + 1);

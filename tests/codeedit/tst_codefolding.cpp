@@ -93,6 +93,12 @@ private slots:
         QEvent leaves(QEvent::Leave);
         QApplication::sendEvent(margin, &leaves);
         QTRY_COMPARE(cell(2), dark);
+        QTest::mouseMove(margin, marker(2));
+        QTRY_COMPARE(cell(2), lit);
+        PlainDocument other(Nested);
+        m_editor->setDocument(&other); // the mouse has not been there
+        QTRY_COMPARE(cell(2), dark);
+        m_editor->setDocument(m_document.get());
         // The line beside the blocks around the cursor has a tick where one ends.
         CodeEditor::SyntaxFormatting formatting = m_editor->syntaxFormatting();
         formatting.highlightBlocks = true;
@@ -278,10 +284,15 @@ private slots:
         const QStringList pieces{"[s]", "[[i]]", "body",      "-", "", "x\ny", "[a]\n-\n[[b]]\nc",
                                  "[",   "[b",    "y\u2028[z]"};
         m_document->fromString(sectionedText(6, 3));
+        PlainDocument other("other");
         for (int step = 0; step < 100; ++step) {
             const int count = m_document->blockCount();
             const int line = random.bounded(count);
-            switch (random.bounded(5)) {
+            const int action = random.bounded(5);
+            const bool isSeen = (action != 2 && action != 3) || random.bounded(6) > 0;
+            if (!isSeen)
+                m_editor->setDocument(&other);
+            switch (action) {
             case 0:
             case 1:
                 toggle(line);
@@ -306,6 +317,12 @@ private slots:
                 else
                     setCursor(line, 0);
             }
+            if (!isSeen)
+                m_editor->setDocument(m_document.get());
+            auto *layout = static_cast<QPlainTextDocumentLayout *>(m_document->documentLayout());
+            const int scrollable = m_editor->verticalScrollBar()->maximum();
+            emit layout->documentSizeChanged(layout->documentSize());
+            QCOMPARE(m_editor->verticalScrollBar()->maximum(), scrollable);
             QVERIFY(m_document->lastBlock().isVisible());
             QVERIFY(m_editor->textCursor().block().isVisible());
             QTextBlock head;
@@ -346,8 +363,18 @@ private slots:
         m_editor->setFont(QFont("Courier", 14));
         QCOMPARE(shown(), QString("x......xxx"));
         QCOMPARE(m_editor->verticalScrollBar()->maximum(), 0);
+        // What is written into a fold that is not shown is folded as it comes back, and the margin
+        // has room for the numbers of the document that is shown.
+        PlainDocument third(numberedLines(1000));
+        const int width = margin()->width();
+        m_editor->setDocument(&third);
+        QVERIFY(margin()->width() > width);
+        m_document->insertOnCursor(QString("new\n"), cursorAt(4, 0));
+        m_editor->setDocument(m_document.get());
+        QCOMPARE(margin()->width(), width);
+        QCOMPARE(shown(), QString("x.......xxx"));
         toggle(0);
-        QCOMPARE(shown(), QString("xxxxxxxxxx"));
+        QCOMPARE(shown(), QString("xxxxxxxxxxx"));
         m_editor->setDocument(nullptr);
     }
 
@@ -410,6 +437,10 @@ private slots:
         m_editor->setCurrentLine(place);
         QCOMPARE(m_editor->currentLine().line, 1);
         QCOMPARE(m_editor->currentLine().column, 2);
+        // The view may stand elsewhere than the cursor, at its start too.
+        m_editor->setPlainText(numberedLines(1000));
+        m_editor->setCurrentLine({420, 4, 0});
+        QCOMPARE(m_editor->verticalScrollBar()->value(), 0);
     }
 
     /// What takes room from the view does not cover the line that is being edited, and leaves the

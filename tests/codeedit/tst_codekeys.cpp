@@ -124,6 +124,17 @@ private slots:
         QKeyEvent undo(QEvent::KeyPress, Qt::Key_Z, Qt::ControlModifier, QString("\x1a"));
         QApplication::sendEvent(m_editor.get(), &undo);
         QVERIFY(!popup()->isVisible());
+        PlainDocument other;
+        type("\ntype= st");
+        QVERIFY(popup()->isVisible());
+        m_editor->setDocument(&other);
+        QVERIFY(!popup()->isVisible());
+        m_editor->setDocument(m_document.get());
+        m_editor->moveCursor(QTextCursor::End);
+        type("\ntype= st");
+        QVERIFY(popup()->isVisible());
+        QTest::keyClick(popup(), Qt::Key_Left, Qt::ControlModifier);
+        QVERIFY(!popup()->isVisible());
         m_editor->setPlainText("play");
         m_editor->moveCursor(QTextCursor::End);
         QTest::keyClick(m_editor.get(), '(', Qt::ShiftModifier);
@@ -217,6 +228,7 @@ private slots:
         add("a tab", int(Qt::Key_Tab), "", "a|b", "a\t|b");
         add("blanks to the next stop", int(Qt::Key_Tab), "s", "\tab|c", "\tab  |c");
         add("a whole stop", int(Qt::Key_Tab), "s", "abcd|", "abcd    |");
+        add("in another line", int(Qt::Key_Tab), "s", "abc\nd|efgh", "abc\nd   |efgh");
         add("in place of a selection", int(Qt::Key_Tab), "s", "a[bc|d", "a   |d");
         add("lines to the right", int(Qt::Key_Tab), "", "a[b\n\n c|d\ne", "[\tab\n\n\t cd|\ne");
         add("by blanks", int(Qt::Key_Tab), "s", "a[b\nc|d", "[    ab\n    cd|");
@@ -350,6 +362,10 @@ private slots:
         QTest::keyClick(m_editor.get(), Qt::Key_Delete);
         QTRY_COMPARE(m_editor->hitCount(), 3);
         QCOMPARE(numberAt(1, 5), 3);
+        QTextCursor cursor = cursorAt(0, 2); // between the first and the last
+        cursor.setPosition(cursorAt(2, 0).position(), QTextCursor::KeepAnchor);
+        cursor.removeSelectedText();
+        QCOMPARE(m_editor->hitCount(), 0);
         PlainDocument other("one");
         m_editor->setDocument(&other);
         const double blank = QFontMetricsF(m_editor->font()).horizontalAdvance(' ');
@@ -362,6 +378,17 @@ private slots:
         QCOMPARE(m_editor->hitState(), CodeEditor::NotSearched);
         QCOMPARE(m_editor->hitCount(), 0);
         m_editor->setDocument(m_document.get());
+    }
+
+    /// A search that takes too long is given up, once.
+    void hitsThatTakeTooLong()
+    {
+        m_document->fromString(QString(30000, 'a'));
+        m_editor->markHits("(a*)*(a*)*\\2\\1b", Editor::RegularExpression);
+        QTRY_COMPARE_WITH_TIMEOUT(m_editor->hitState(), CodeEditor::OutOfTime, 6000);
+        const QSignalSpy told(m_editor.get(), &CodeEditor::hitsChanged);
+        QTest::qWait(60);
+        QCOMPARE(told.count(), 0);
     }
 
     /// What is changed while a search goes on is searched again.

@@ -190,6 +190,7 @@ private slots:
     void listsTheFolder()
     {
         SnippetManager *manager = SnippetManager::instance();
+        const ModelTester tester(manager);
         writeFile(m_directory->filePath("b.c.xml"), snippetOf("", "second"));
         writeFile(m_directory->filePath("a.xml"), snippetOf("", "first"));
         writeFile(m_directory->filePath("notes.txt"), "no");
