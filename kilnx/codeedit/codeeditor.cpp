@@ -411,9 +411,7 @@ bool CodeEditor::viewportEvent(QEvent *event)
 // The address of a file is nothing to insert in code; the window may open it.
 void CodeEditor::dragEnterEvent(QDragEnterEvent *event)
 {
-    if (event->mimeData()->hasUrls())
-        event->ignore();
-    else
+    if (!event->mimeData()->hasUrls())
         QPlainTextEdit::dragEnterEvent(event);
 }
 

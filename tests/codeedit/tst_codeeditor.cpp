@@ -299,9 +299,10 @@ private slots:
         formatting.highlightBlocks = true;
         m_editor->setSyntaxFormatting(formatting);
         QCoreApplication::processEvents();
-        numbers.region = QRegion();
-        setCursor(1, 0); // the line beside its block comes a little later
+        text.region = numbers.region = QRegion();
+        setCursor(1, 0); // the line beside its block comes a little later, and so does its shade
         QTRY_VERIFY(numbers.region.contains(margin()->rect().bottomLeft()));
+        QTRY_VERIFY(text.region.contains(m_editor->viewport()->rect().bottomRight()));
         // Without a host's colours there are some of its own.
         QCOMPARE(formatting.lineColor.rgb(), qRgb(255, 255, 153));
         QCOMPARE(formatting.hitColor.rgb(), qRgb(255, 255, 76));
@@ -491,6 +492,9 @@ private slots:
         add("the end of one", words, {0, 20000, 0, 20010}, 1, false, "");
         add("tabs in one", tabs, {0, 0, 0, 0}, 60007, false, "");
         add("two directions in one", mixed, {0, 0, 0, 0}, 60007, false, "");
+        const QString run = QString("\u05d0\u05d1\u05d2 ").repeated(100);
+        add("long runs of two directions", QString("left " + run).repeated(40), {0, 0, 0, 0}, 60007,
+            false, "");
         for (const int scroll : {30000, 30009, 30018})
             QTest::addRow("pairs of surrogates at %d", scroll)
                 << pairs << QList<int>{0, 0, 0, 0} << scroll << false << "";
@@ -624,6 +628,13 @@ private slots:
         };
         QTest::qWait(5); // the row without brackets must not pass before the timer has run
         QTRY_COMPARE(painted(), paint);
+        QTextCursor selection = cursorAt(0, text.size() - column);
+        selection.setPosition(column, QTextCursor::KeepAnchor);
+        m_editor->setTextCursor(selection); // what is selected changes nothing
+        m_editor->setParenRangePainted(true);
+        QTest::qWait(5);
+        QTRY_COMPARE(painted(), paint);
+        setCursor(0, column);
         const QImage image = shot(m_editor->viewport());
         for (int i = 0; i < text.size(); ++i) {
             const QRect cell = textRect(0, i, i + 1).adjusted(1, 1, -2, -1);
@@ -808,8 +819,9 @@ private slots:
         for (const int points : {10, 20}) {
             m_editor->setFont(QFont("Courier", points));
             const int indent = m_editor->cursorRect(cursorAt(3, 4)).left();
-            QTRY_COMPARE(shade(3, indent), expected.last());
-            QCOMPARE(shade(3, indent - 1), expected.first());
+            QTRY_COMPARE(shade(3, indent - 1), expected.first());
+            QCOMPARE(shade(3, indent), expected.last());
+            QCOMPARE(shade(2, qRound(m_document->documentMargin())), expected.first());
             m_editor->horizontalScrollBar()->setValue(10);
             QCOMPARE(shade(3, indent - 10), expected.last());
             QCOMPARE(shade(3, indent - 11), expected.first());
@@ -874,6 +886,10 @@ private slots:
         QTest::mouseRelease(margin(), Qt::LeftButton, Qt::NoModifier, at(4));
         QTest::mouseMove(margin(), at(9));
         QCOMPARE(selected(), QStringList({"line 4", "line 5", ""}));
+        QTest::mousePress(margin(), Qt::LeftButton, Qt::NoModifier, at(0));
+        QTest::mouseMove(margin(), at(1));
+        QTRY_COMPARE(selected(), QStringList({"line 0", "line 1", ""}));
+        QTest::mouseRelease(margin(), Qt::LeftButton, Qt::NoModifier, at(1));
         QTest::mouseClick(margin(), Qt::LeftButton, Qt::NoModifier, at(2));
         QTest::mouseClick(margin(), Qt::LeftButton, Qt::ShiftModifier, at(3));
         QCOMPARE(selected(), QStringList({"line 2", "line 3", ""}));

@@ -108,6 +108,7 @@ private slots:
         QTRY_VERIFY(added->isVisible());
         const QRect messages =
             m_workspace->widget()->findChild<QComboBox *>("codeMessages")->geometry();
+        QCOMPARE(view()->pos(), QPoint(0, 0));
         QCOMPARE(messages.top(), view()->geometry().bottom() + 1);
         QCOMPARE(added->geometry().top(), messages.bottom() + 1);
         QCOMPARE(added->geometry().bottom(), m_workspace->widget()->rect().bottom());
@@ -123,6 +124,8 @@ private slots:
         QVERIFY(!bar->isVisible() && snippets->isEnabled() && action->isEnabled());
         action->trigger();
         QVERIFY(bar->isVisible());
+        QTRY_COMPARE(view()->y(), bar->height());
+        QVERIFY(snippets->x() > bar->widgetForAction(m_host->action("code_snippet_edit"))->x());
         QCOMPARE(m_host->options.value("show_code_bar"), QVariant(true));
         m_workspace->deactivate();
         QVERIFY(!bar->isVisible() && !snippets->isEnabled() && !action->isEnabled());
@@ -214,6 +217,11 @@ private slots:
         QCOMPARE(sizes(), QPoint(11, 11));
         m_workspace->zoomIn();
         QCOMPARE(sizes(), QPoint(13, 13));
+        m_host->options.remove("font_size");
+        m_workspace->zoomActual();
+        QCOMPARE(sizes(), QPoint(10, 10));
+        m_host->options["font_size"] = 13;
+        m_workspace->zoomActual();
         Document second(new PlainDocument);
         m_editor->setCurrentFile(second.get());
         QCOMPARE(second->defaultFont().pointSize(), 13);
@@ -406,7 +414,9 @@ private slots:
     /// A file that is nowhere yet is not asked about.
     void encodingOfAnUnsavedFile()
     {
-        m_document->setModified(true);
+        m_host->dialogs().expectDialog([](QDialog *dialog) { dialog->accept(); });
+        m_workspace->statusClicked();
+        QVERIFY(!m_document->isModified()); // it is the same
         m_host->dialogs().expectDialog([](QDialog *dialog) {
             auto *codecs = dialog->findChild<QComboBox *>("codePage");
             QVERIFY(!dialog->findChild<QDialogButtonBox *>()->geometry().intersects(
@@ -415,6 +425,7 @@ private slots:
             dialog->accept();
         });
         m_workspace->statusClicked();
+        QVERIFY(m_document->isModified());
         QCOMPARE(m_document->codecName(), QString("ISO-8859-1"));
         QCOMPARE(m_host->statusTexts.value(2), QString("Encoding: ISO-8859-1"));
     }
@@ -443,6 +454,10 @@ private slots:
         QVERIFY(m_editor->isModified());
         m_editor->undo();
         QVERIFY(!m_editor->isModified());
+        select(0, 0);
+        m_editor->redo();
+        QCOMPARE(place(), QPoint(1, 3));
+        m_editor->undo();
         const QString spaces = QString::fromUtf8("no\u00a0break\nthin\u2009 end");
         m_document->fromString(spaces);
         view()->selectAll();
@@ -459,6 +474,9 @@ private slots:
         QCOMPARE(place(), QPoint(1, 4));
         m_editor->navigateTo(9, 99);
         QCOMPARE(place(), QPoint(2, 1));
+        m_document->fromString(sectionedText(40, 5));
+        m_editor->navigateTo(300, 0);
+        QVERIFY(qAbs(view()->cursorRect().center().y() - view()->viewport()->height() / 2) < 30);
         // Columns count code units, as those of messages do.
         m_document->fromString(QString::fromUtf8("\U0001F3AE\U0001F3AE bad\nnext"));
         m_editor->navigateTo(0, 5);
@@ -514,8 +532,11 @@ private slots:
         QCOMPARE(tree->model(), second->model());
         m_editor->setCurrentFile(first.get());
         QCOMPARE(view()->codeDocument(), first.get());
+        other.activate(); // once more
         other.deactivate();
+        const QModelIndex before = tree->currentIndex();
         view()->setCurrentLine(1, CodeEditor::NoPlacement);
+        QCOMPARE(tree->currentIndex(), before);
         for (const bool isActive : {false, true}) {
             if (isActive)
                 other.activate();
@@ -579,6 +600,7 @@ private slots:
             QCOMPARE(place(), QPoint(0, 0));
             m_editor->setCurrentFile(nullptr);
         }
+        QVERIFY(!m_host->action("code_goto")->isEnabled());
         m_workspace->statusClicked();
         m_workspace->zoomIn();
         m_workspace->retranslate();

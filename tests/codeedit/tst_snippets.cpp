@@ -111,6 +111,8 @@ private slots:
             QByteArray("QComboBox"), QVariant("two"), "<two|twoz>");
         add("a fraction gives a character", QByteArray("type='float'"),
             QByteArray("QDoubleSpinBox"), QVariant(65.9), "<A|Az>");
+        add("a large one, too", QByteArray("type='float'"), QByteArray("QDoubleSpinBox"),
+            QVariant(960.0), QString::fromUtf8("<\u03c0|\u03c0z>"));
     }
 
     void fieldsBecomeControls()
