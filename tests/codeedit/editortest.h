@@ -34,6 +34,30 @@ inline bool showsColor(const QImage &image, const QRect &area, const QColor &col
     return false;
 }
 
+/// Collects what a widget is asked to paint.
+class PaintWatch : public QObject
+{
+public:
+    explicit PaintWatch(QWidget *widget)
+        : m_widget(widget)
+    {
+        widget->installEventFilter(this);
+    }
+
+    QRegion region;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (watched == m_widget && event->type() == QEvent::Paint)
+            region += static_cast<QPaintEvent *>(event)->region();
+        return false;
+    }
+
+private:
+    QWidget *m_widget;
+};
+
 inline QString numberedLines(int count)
 {
     QStringList lines;

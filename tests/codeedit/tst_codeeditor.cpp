@@ -4,34 +4,6 @@
 
 using namespace Kiln;
 
-namespace
-{
-/// Collects what a widget is asked to paint.
-class PaintWatch : public QObject
-{
-public:
-    explicit PaintWatch(QWidget *widget)
-        : m_widget(widget)
-    {
-        widget->installEventFilter(this);
-    }
-
-    QRegion region;
-
-protected:
-    bool eventFilter(QObject *watched, QEvent *event) override
-    {
-        if (watched == m_widget && event->type() == QEvent::Paint)
-            region += static_cast<QPaintEvent *>(event)->region();
-        return false;
-    }
-
-private:
-    QWidget *m_widget;
-};
-
-} // namespace
-
 /// A style of that name, as the margin asks for it.
 class QGtkStyle : public QProxyStyle
 {
@@ -325,6 +297,9 @@ private slots:
             const QRgb pixel = image.pixel(right, lineRect(line).center().y());
             QCOMPARE(pixel == formatting.lineColor.rgb(), line == 2);
         }
+        m_editor->moveCursor(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
+        QCOMPARE(shot(m_editor->viewport()).pixel(right, lineRect(2).center().y()),
+                 formatting.lineColor.rgb());
         formatting.highlightLine = false;
         m_editor->setSyntaxFormatting(formatting);
         QVERIFY(!showsColor(shot(m_editor->viewport()), m_editor->viewport()->rect(),

@@ -270,6 +270,12 @@ private slots:
 
     void keysWithAMeaning()
     {
+        for (const int width : {-1, 0, 99}) {
+            m_editor->setIndentation({true, true, width});
+            QCOMPARE(m_editor->indentation().tabWidth, width < 1 ? 1 : 32);
+            QTest::keyClick(m_editor.get(), Qt::Key_Tab);
+        }
+        QCOMPARE(m_editor->toPlainText(), QString(32, ' '));
         m_editor->setPlainText("abc");
         QTest::keyClick(m_editor.get(), Qt::Key_Insert);
         type("xy");
@@ -343,9 +349,12 @@ private slots:
             return m_editor->selectedHit();
         };
         setCursor(2, 4);
+        QCoreApplication::processEvents();
+        const PaintWatch watch(m_editor->viewport());
         m_editor->markHits("one", 0);
         QTRY_COMPARE(m_editor->hitState(), CodeEditor::Searched);
         QCOMPARE(m_editor->hitCount(), 4);
+        QTRY_VERIFY(watch.region.contains(m_editor->cursorRect(cursorAt(0, 1)).center()));
         QVERIFY(isMarked(2, 1));
         m_editor->markHits("one", Editor::WholeWords);
         QCOMPARE(m_editor->hitCount(), 0);
@@ -374,6 +383,9 @@ private slots:
         const QSignalSpy told(m_editor.get(), &CodeEditor::hitsChanged);
         QTest::qWait(60); // a search that has ended does not begin again
         QCOMPARE(told.count(), 0);
+        m_editor->markHits("z*", Editor::RegularExpression); // nothing is no hit
+        QTRY_COMPARE(m_editor->hitState(), CodeEditor::Searched);
+        QCOMPARE(m_editor->hitCount(), 0);
         m_editor->markHits("(", Editor::RegularExpression);
         QCOMPARE(m_editor->hitState(), CodeEditor::NotSearched);
         QCOMPARE(m_editor->hitCount(), 0);

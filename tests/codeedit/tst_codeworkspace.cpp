@@ -586,7 +586,7 @@ private slots:
 
     void nothingWithoutADocument()
     {
-        m_document->fromString("bad\n[x]\ny\nz");
+        m_document->fromString("x\nbad\n[x]\ny\nz");
         select(0, 0);
         view()->setReadOnly(true);
         for (int round = 0; round < 2; ++round) {
@@ -595,8 +595,8 @@ private slots:
                   "code_next_deprecation", "code_comment", "code_fold_all", "code_unfold_all",
                   "code_snippet_insert", "code_snippet_new", "code_snippet_edit"})
                 m_host->action(key)->trigger();
-            QCOMPARE(m_document->toString(), QString("bad\n[x]\ny\nz"));
-            QCOMPARE(m_document->lineCount(), 4);
+            QCOMPARE(m_document->toString(), QString("x\nbad\n[x]\ny\nz"));
+            QCOMPARE(m_document->lineCount(), 5);
             QCOMPARE(place(), QPoint(0, 0));
             m_editor->setCurrentFile(nullptr);
         }

@@ -233,6 +233,14 @@ private slots:
             m_host->dialogs().expectDialog([](QDialog *field) { field->accept(); });
             dialog.findChild<QPushButton *>("editBut")->click();
         }
+        // A preview is no change, and its code stands in columns.
+        m_host->dialogs().expectDialog([](QDialog *fields) { fields->accept(); });
+        m_host->dialogs().expectDialog([&letters](QDialog *preview) {
+            const QFontMetrics shown(preview->findChild<QPlainTextEdit *>("previewText")->font());
+            QCOMPARE(shown.horizontalAdvance("iiiM"), letters.horizontalAdvance("iiiM"));
+            preview->reject();
+        });
+        dialog.findChild<QPushButton *>("previewBut")->click();
         // Nor does a cancelled box: one for a new field, and those for the places of files.
         m_host->dialogs().expectDialog([](QDialog *field) { field->reject(); });
         dialog.findChild<QPushButton *>("addBut")->click();
