@@ -112,6 +112,7 @@ private slots:
         auto *handle = new Handle(&cache);
         QVERIFY(handle->isEmpty());
         QVERIFY(!handle->isEqualToData("data", crc64("data", 4)));
+        QVERIFY(!handle->isEqualToData(QByteArray(), 0));
         QCOMPARE(handle->toData(false), QByteArray());
         QCOMPARE(handle->crc(), 0ull);
         QCOMPARE(handle->filter(), static_cast<unsigned char>(0));

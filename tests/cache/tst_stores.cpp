@@ -658,6 +658,9 @@ private slots:
         {
             const FullDisk full(4500);
             cache.setItemData(items[1], QByteArray(2000, 'B'), 9, nullptr, 0);
+            StreamCache::Item *small = cache.addItem(QByteArray(400, 'g'), 9, nullptr, 0);
+            QCOMPARE(cache.itemData(small), QByteArray(400, 'g')); // what it tried is given back
+            cache.removeItem(small);
             items.append(cache.addItem(QByteArray(1000, 'e'), 9, nullptr, 0));
             cache.setItemData(items[3], QByteArray(3000, 'D'), 9, nullptr, 0);
         }

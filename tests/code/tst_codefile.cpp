@@ -376,10 +376,12 @@ private slots:
         QFile full(QString("/dev/full"));
         if (!full.exists())
             QSKIP("the system has no full device");
-        document->insert(QString(100000, 'x'));
-        QVERIFY(!document->toFile(archive, full.fileName(), false));
-        QVERIFY(document->isModified());
-        QCOMPARE(document->fileName(), path("a.plain"));
+        for (const int size : {1, 100000}) { // it is full as the file is closed, or before
+            document->insert(QString(size, 'x'));
+            QVERIFY(!document->toFile(archive, full.fileName(), false));
+            QVERIFY(document->isModified());
+            QCOMPARE(document->fileName(), path("a.plain"));
+        }
     }
 
     void bytesComeBack_data()
@@ -650,6 +652,11 @@ private slots:
             QCOMPARE(toldLines(*document, notEncoded), QList<int>({isChosen ? 1 : 2}));
             document->reload();
             QCOMPARE(toldLines(*document, notEncoded), QList<int>({isChosen ? 1 : 2}));
+            const QTextBlock told = document->findBlockByNumber(isChosen ? 1 : 2);
+            const auto message = CodeBlockData::testBlockData(told)->syntaxMessages().last();
+            const QString shown = told.text().mid(message.begin, message.end - message.begin);
+            QCOMPARE(shown.toUcs4().size(), 1);
+            QCOMPARE(shown.toUcs4().first() >> 8, 0x10feu);
         }
     }
 
