@@ -143,8 +143,8 @@ private slots:
     void marginForwardsWheelAndToolTip()
     {
         m_editor->setPlainText("a bad and old one\n" + numberedLines(200));
+        QToolTip::hideText();
         const auto toolTip = [&](int line) {
-            QToolTip::hideText();
             const QPoint place(3, lineRect(line).center().y());
             QHelpEvent help(QEvent::ToolTip, place, margin()->mapToGlobal(place));
             QApplication::sendEvent(margin(), &help);
@@ -265,6 +265,7 @@ private slots:
         PaintWatch text(m_editor->viewport());
         PaintWatch numbers(margin());
         CodeEditor::SyntaxFormatting formatting;
+        QCOMPARE(CodeEditor().syntaxFormatting().blockColor, formatting.blockColor);
         m_editor->setSyntaxFormatting(formatting);
         QTRY_VERIFY(text.region.contains(m_editor->viewport()->rect().bottomRight()));
         QTRY_VERIFY(numbers.region.contains(margin()->rect().bottomLeft()));
@@ -817,6 +818,7 @@ private slots:
         add("on the deprecation", 9, none, "old at 8");
         add("between two", 1, none, "");
         add("the end counts", 7, none, "bad at 4");
+        add("the start counts", 4, none, "bad at 4");
         add("no markup", 13, none, "<span style='white-space:pre'>&lt;b&gt; at 12</span>");
         add("with Control held", 5, Qt::KeyboardModifiers(Qt::ControlModifier), "");
     }

@@ -82,8 +82,10 @@ private slots:
         const QImage lit = cell(2); // a tint of the ground
         for (int i = 0; i < lit.width() * lit.height(); ++i)
             QVERIFY(lit.pixelColor(i % 12, i / 12) != margin->palette().color(QPalette::Highlight));
+        const PaintWatch watch(margin);
         QTest::mouseMove(margin, QPoint(2, marker(2).y())); // beside it
-        QTRY_COMPARE(cell(2), dark);
+        QTRY_VERIFY(watch.region.contains(marker(2)));
+        QCOMPARE(cell(2), dark);
         QTest::mouseMove(margin, marker(2));
         QTRY_COMPARE(cell(2), lit);
         QTest::keyClick(m_editor.get(), Qt::Key_Right);

@@ -276,6 +276,17 @@ private slots:
             QTest::keyClick(m_editor.get(), Qt::Key_Tab);
         }
         QCOMPARE(m_editor->toPlainText(), QString(32, ' '));
+        // The cursor stays in sight, whatever a key puts before it.
+        m_editor->setPlainText(QString(60, ' ') + QString(60, 'x'));
+        for (const Qt::Key key : {Qt::Key_Tab, Qt::Key_Return}) {
+            QTextCursor cursor = m_editor->textCursor();
+            cursor.movePosition(QTextCursor::EndOfBlock);
+            m_editor->setTextCursor(cursor);
+            for (int i = 0; i < 5; ++i)
+                QTest::keyClick(m_editor.get(), key);
+            const QRect view = m_editor->viewport()->rect();
+            QVERIFY(view.contains(m_editor->cursorRect().center()));
+        }
         m_editor->setPlainText("abc");
         QTest::keyClick(m_editor.get(), Qt::Key_Insert);
         type("xy");

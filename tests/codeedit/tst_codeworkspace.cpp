@@ -148,6 +148,12 @@ private slots:
         m_editor->setCurrentFile(m_document.get());
         QCOMPARE(place(), QPoint(300, 3));
         QCOMPARE(view()->verticalScrollBar()->value(), scroll);
+        // One that was shown before may end, too.
+        auto *before = new PlainDocument;
+        m_editor->setCurrentFile(before);
+        m_editor->setCurrentFile(m_document.get());
+        before->release();
+        QCOMPARE(m_editor->currentFile(), m_document.get());
         m_editor->setCurrentFile(nullptr);
         QCOMPARE(view()->toPlainText(), QString());
         QVERIFY(!m_editor->document());
@@ -285,7 +291,9 @@ private slots:
     void goToLine()
     {
         m_document->fromString(sectionedText(40, 5));
+        view()->setCurrentLine(20, CodeEditor::NoPlacement);
         m_host->dialogs().expectDialog([](QDialog *dialog) {
+            QCOMPARE(static_cast<QInputDialog *>(dialog)->intValue(), 21);
             static_cast<QInputDialog *>(dialog)->setIntValue(300);
             dialog->accept();
         });
@@ -515,6 +523,12 @@ private slots:
         QVERIFY(!tree->isExpanded(tree->model()->index(1, 0)));
         QVERIFY(tree->isExpanded(tree->model()->index(0, 0)));
         QCOMPARE(tree->currentIndex(), tree->model()->index(0, 0));
+        // So is the row of a file that is shown or loaded again.
+        m_editor->setCurrentFile(nullptr);
+        m_editor->setCurrentFile(first.get());
+        QCOMPARE(tree->currentIndex(), tree->model()->index(0, 0));
+        first->fromString(first->toString());
+        QTRY_COMPARE(tree->currentIndex(), tree->model()->index(0, 0));
         // As a host goes from one to the other: the file first, then the editors.
         other.setCurrentFile(second.get());
         m_editor->deactivate();
