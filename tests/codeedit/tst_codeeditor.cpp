@@ -76,6 +76,10 @@ private slots:
         const QImage empty = shot(m_editor->viewport());
         m_editor->setPlaceholderText("nothing here");
         QVERIFY(shot(m_editor->viewport()) != empty);
+        m_editor->setPlainText("x");
+        const QImage text = shot(m_editor->viewport());
+        m_editor->setPlaceholderText(QString());
+        QCOMPARE(shot(m_editor->viewport()), text);
     }
 
     void marginColumns()
@@ -276,6 +280,13 @@ private slots:
         setCursor(1, 0); // the line beside its block comes a little later, and so does its shade
         QTRY_VERIFY(numbers.region.contains(margin()->rect().bottomLeft()));
         QTRY_VERIFY(text.region.contains(m_editor->viewport()->rect().bottomRight()));
+        PlainDocument other(m_document->toString());
+        QCoreApplication::processEvents();
+        text.region = numbers.region = QRegion();
+        m_editor->setDocument(&other);
+        QTRY_VERIFY(text.region.contains(m_editor->viewport()->rect().bottomRight()));
+        QTRY_VERIFY(numbers.region.contains(margin()->rect().bottomLeft()));
+        m_editor->setDocument(m_document.get());
         // Without a host's colours there are some of its own.
         QCOMPARE(formatting.lineColor.rgb(), qRgb(255, 255, 153));
         QCOMPARE(formatting.hitColor.rgb(), qRgb(255, 255, 76));
@@ -840,6 +851,21 @@ private slots:
         QHelpEvent nowhere(QEvent::ToolTip, {1, 300}, m_editor->viewport()->mapToGlobal({1, 300}));
         QApplication::sendEvent(m_editor->viewport(), &nowhere);
         QTRY_VERIFY(!QToolTip::isVisible());
+    }
+
+    void mouseSelectsText()
+    {
+        m_editor->setPlainText(numberedLines(20));
+        QWidget *const view = m_editor->viewport();
+        const auto at = [&](int line, int column) {
+            return m_editor->cursorRect(cursorAt(line, column)).center();
+        };
+        QTest::mousePress(view, Qt::LeftButton, Qt::NoModifier, at(2, 2));
+        QMouseEvent move(QEvent::MouseMove, at(3, 4), Qt::NoButton, Qt::LeftButton, {});
+        QApplication::sendEvent(view, &move);
+        QTest::mouseRelease(view, Qt::LeftButton, Qt::NoModifier, at(3, 4));
+        QCOMPARE(m_editor->textCursor().anchor(), cursorAt(2, 2).position());
+        QCOMPARE(m_editor->textCursor().position(), cursorAt(3, 4).position());
     }
 
     void marginMouseSelectsLines()

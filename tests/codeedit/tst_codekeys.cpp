@@ -382,6 +382,9 @@ private slots:
         QTest::keyClick(m_editor.get(), Qt::Key_Delete);
         QTRY_COMPARE(m_editor->hitCount(), 3);
         QCOMPARE(numberAt(1, 5), 3);
+        setCursor(0, 4);
+        QTest::keyClick(m_editor.get(), Qt::Key_Delete);
+        QCOMPARE(numberAt(1, 5), 3);         // at once
         QTextCursor cursor = cursorAt(0, 2); // between the first and the last
         cursor.setPosition(cursorAt(2, 0).position(), QTextCursor::KeepAnchor);
         cursor.removeSelectedText();

@@ -52,11 +52,27 @@ private slots:
         QCOMPARE(m_workspace->name(), "code");
         QVERIFY(m_host->menu("edit")->actions().contains(m_host->action("code_goto")));
         QVERIFY(m_host->menu("view")->actions().contains(m_host->action("view_code_bar")));
-        bool isInMenu = false;
+        QMenu *snippets = nullptr;
         for (const QAction *action : m_host->menu("edit")->actions())
-            isInMenu |= action->menu() &&
-                        action->menu()->actions().contains(m_host->action("code_snippet_new"));
-        QVERIFY(isInMenu);
+            snippets = action->menu() ? action->menu() : snippets;
+        QVERIFY(snippets && snippets->actions().contains(m_host->action("code_snippet_new")));
+        // In another language all has other names, which come from the same place.
+        const QList<QComboBox *> lists = m_workspace->widget()->findChildren<QComboBox *>();
+        const auto names = [&] {
+            QStringList all{snippets->title(), view()->accessibleName()};
+            for (const QComboBox *list : lists)
+                all << list->accessibleName() << list->placeholderText();
+            return all;
+        };
+        const QStringList told = names();
+        snippets->setTitle("?");
+        view()->setAccessibleName("?");
+        for (QComboBox *list : lists) {
+            list->setAccessibleName("?");
+            list->setPlaceholderText(list->objectName() == "codeMessages" ? "?" : QString());
+        }
+        m_workspace->retranslate();
+        QCOMPARE(names(), told);
         QCOMPARE(m_editor->areas(), 5u);
         QCOMPARE(m_host->editorWidget, m_workspace->widget());
         m_editor->deactivate();
@@ -73,6 +89,7 @@ private slots:
             QTRY_COMPARE(messages->currentIndex(), column < 4 ? 0 : 1);
         }
         QCOMPARE(messages->sizeHint(), size); // whatever the messages are
+        QVERIFY(size.width() > messages->fontMetrics().horizontalAdvance(QString(24, 'x')));
         const QString lines(200, '\n');
         m_document->fromString("one\nbad two\n" + lines + "x bad\nend" + lines);
         messages->setFocus();
@@ -125,6 +142,10 @@ private slots:
         action->trigger();
         QVERIFY(bar->isVisible());
         QTRY_COMPARE(view()->y(), bar->height());
+        int separators = 0;
+        for (const QAction *each : bar->actions())
+            separators += each->isSeparator();
+        QCOMPARE(separators, 4);
         QVERIFY(snippets->x() > bar->widgetForAction(m_host->action("code_snippet_edit"))->x());
         QCOMPARE(m_host->options.value("show_code_bar"), QVariant(true));
         m_workspace->deactivate();
@@ -154,6 +175,7 @@ private slots:
         m_editor->setCurrentFile(m_document.get());
         before->release();
         QCOMPARE(m_editor->currentFile(), m_document.get());
+        QCOMPARE(view()->codeDocument(), m_document.get());
         m_editor->setCurrentFile(nullptr);
         QCOMPARE(view()->toPlainText(), QString());
         QVERIFY(!m_editor->document());
@@ -615,6 +637,12 @@ private slots:
             m_editor->setCurrentFile(nullptr);
         }
         QVERIFY(!m_host->action("code_goto")->isEnabled());
+        struct Unsaved : PlainDocument {
+            bool canSave() const override { return false; }
+        } unsaved;
+        m_editor->setCurrentFile(&unsaved);
+        QVERIFY(view()->isReadOnly());
+        m_editor->setCurrentFile(nullptr);
         m_workspace->statusClicked();
         m_workspace->zoomIn();
         m_workspace->retranslate();
