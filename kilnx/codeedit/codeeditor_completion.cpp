@@ -98,6 +98,9 @@ void CodeEditorPrivate::offerWords(QKeyEvent *event)
     }
     if (words && completer->model() != words)
         completer->setModel(words);
+    // Behind the last letter of a word it is still that word, whatever sign follows.
+    if (q->document()->characterAt(cursor.position() - 1).isLetterOrNumber())
+        cursor.movePosition(QTextCursor::Left);
     cursor.select(QTextCursor::WordUnderCursor);
     const QString prefix = cursor.selectedText();
     if (completer->completionPrefix() != prefix) {

@@ -154,6 +154,7 @@ private slots:
         add("behind a bracket", "play(", 2, "", "play(stand|");
         add("before other text", "play(st", 0, " );", "play(stand| );");
         add("within a word", "type= st", 0, "a", "type= stand|");
+        add("before a bracket", "play(st", 0, ")", "play(stand|)");
     }
 
     void wordIsCompleted()

@@ -131,7 +131,7 @@ private slots:
                 places << QString("%1 %2 %3").arg(label->text()).arg(row).arg(column);
                 QCOMPARE(grid->itemAtPosition(row, column + 1)->widget(), label->buddy());
             }
-            QCOMPARE(places, QStringList({"F 0 20", "G 1 0", "H 2 0"}));
+            QCOMPARE(places, QStringList({"F 0 20", "G 1 0", "H 1 6"}));
             // A list shows what it is told, which is no property of its user's.
             if (auto *list = qobject_cast<QComboBox *>(control)) {
                 QCOMPARE(list->count(), 2);
@@ -144,7 +144,7 @@ private slots:
         QTEST(SnippetManager::build(m_host->mainWindow(),
                                     snippetOf("<field name='f' title='F' column='99' " + field +
                                                   "/><field title='G' column='-7'/>"
-                                                  "<field title='H'/>",
+                                                  "<field title='H' column='3'/>",
                                               "&lt;@f|@fz>")),
               "code");
     }
@@ -254,6 +254,11 @@ private slots:
         dialog.findChild<QPushButton *>("saveBut")->click();
         QCOMPARE(readFile(to), QByteArray(Stored));
         QCOMPARE(m_host->dialogs().seenTitles().last(), QString("Save code snippet"));
+        list->setCurrentIndex(list->model()->index(1, 0));
+        dialog.findChild<QPushButton *>("insertBut")->click();
+        auto *code = dialog.findChild<QPlainTextEdit *>("snipEdit");
+        QVERIFY(code->toPlainText().startsWith("@who@step"));
+        QCOMPARE(dialog.focusWidget(), code); // to go on typing
     }
 
     void translationSource()
