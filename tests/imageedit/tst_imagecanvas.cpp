@@ -447,6 +447,7 @@ private Q_SLOTS:
         QVERIFY(layers.setData(sky, "sea"));
         QCOMPARE(canvas.undoStack.count(), steps + 1);
         QVERIFY(!layers.setData(sky, "x", Qt::ToolTipRole));
+        QVERIFY(!layers.setData(QModelIndex(), "x"));
         const auto both = Qt::ItemIsEditable | Qt::ItemIsUserCheckable;
         QCOMPARE(layers.flags(sky) & both, both);
         QCOMPARE(layers.flags(QModelIndex()), Qt::ItemFlags(Qt::ItemIsEnabled));

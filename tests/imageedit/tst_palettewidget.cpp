@@ -450,6 +450,33 @@ private Q_SLOTS:
         widget.grab();
     }
 
+    void layoutsFollow()
+    {
+        QWidget window;
+        QHBoxLayout layout(&window);
+        layout.setSizeConstraint(QLayout::SetFixedSize);
+        layout.setContentsMargins(0, 0, 0, 0);
+        auto *const cells = new PaletteWidget(&window);
+        auto *const pairs = new PaletteRemapWidget(true, &window);
+        layout.addWidget(cells);
+        layout.addWidget(pairs);
+        window.show();
+        const auto follows = [&] {
+            QCoreApplication::sendPostedEvents();
+            return cells->size() == cells->sizeHint().expandedTo({0, window.height()}) &&
+                   pairs->width() == pairs->sizeHint().width();
+        };
+        QVERIFY(follows());
+        cells->setCellSize(9);
+        QVERIFY(follows());
+        cells->setColumnCount(8);
+        QVERIFY(follows());
+        cells->setColorCount(40);
+        QVERIFY(follows());
+        pairs->setCount(5);
+        QVERIFY(follows());
+    }
+
     /// Nothing around the colours glares in a dark window, and without a palette they are pale.
     void paintsItsCells()
     {
@@ -659,8 +686,11 @@ private Q_SLOTS:
         QRandomGenerator dice(31);
         const int keys[] = {Qt::Key_Left, Qt::Key_Right, Qt::Key_Up,
                             Qt::Key_Down, Qt::Key_Home,  Qt::Key_End};
-        for (const int count : {256, 250, 16, 1, 0}) {
+        for (const int count : {256, 250, 17, 16, 1, 0}) {
             PaletteWidget widget;
+            QKeyEvent letter(QEvent::KeyPress, Qt::Key_A, {});
+            QApplication::sendEvent(&widget, &letter);
+            QVERIFY(!letter.isAccepted()); // others may want it
             widget.setColorCount(ushort(count));
             QPoint place(0, 0);
             for (int step = 0; step < 300; ++step) {
