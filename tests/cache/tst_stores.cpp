@@ -323,6 +323,7 @@ private:
         }
         expected.item = m_cache.addItem(expected.file.toLocal8Bit(), 99, withParam ? this : nullptr,
                                         crcOrNone(expected));
+        require(expected.item->storedSize() == expected.stored.size(), "size of a new item");
         return expected;
     }
     void replace(Expected &expected) override
@@ -624,6 +625,7 @@ private slots:
             cache->setItemData(nullptr, "none", 3, nullptr, 0);
             cache->removeItem(nullptr);
             QCOMPARE(cache->itemData(nullptr) + cache->itemRawData(nullptr), QByteArray());
+            QVERIFY(!cache->isEqual(nullptr, "data", 0));
             QCOMPARE(cache->items(), QList<StreamCache::Item *>{item});
         }
         QVERIFY(!files.itemIsValid(nullptr));

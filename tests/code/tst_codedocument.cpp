@@ -225,6 +225,16 @@ private slots:
         QVERIFY(document->isModified());
     }
 
+    void cursorsOfOtherTextsAreRefused()
+    {
+        setText("[a]");
+        QTextDocument other("other");
+        document->insertOnCursor(QString("x"), QTextCursor(&other));
+        document->insertOnCursor(QString("x"), QTextCursor());
+        QCOMPARE(other.toPlainText(), QString("other"));
+        QCOMPARE(document->toString(), QString("[a]"));
+    }
+
     void nodesOfOtherLinesAreRefused()
     {
         struct Straying : CodeParser {

@@ -455,6 +455,9 @@ private Q_SLOTS:
         for (const QPoint &way : {QPoint(0, 0), QPoint(0, 1), QPoint(-1, 0)})
             layers.moveLayer(way.x(), way.y());
         QCOMPARE(moves.count(), 0);
+        layers.addLayer(nullptr);
+        layers.moveLayer(0, 1);
+        QCOMPARE(moves.count(), 1);
     }
 
     void holdsTheLargestPicture()

@@ -437,7 +437,14 @@ private Q_SLOTS:
             }
             QCOMPARE(colors.keys(), QList<QRgb>({qRgb(0, 0, 0), qRgb(255, 255, 255)}));
             bench.release({2, 3});
-            QVERIFY(bench.widget->grab().toImage() != after);
+            const QImage chosen = bench.widget->grab().toImage();
+            QVERIFY(chosen != after);
+            bench.renderer.setShowSelection(false);
+            QVERIFY(!bench.renderer.showSelection());
+            const bool isDimmed = bench.widget->grab().toImage() != chosen;
+            QCOMPARE(isDimmed, color != qRgb(0, 0, 0));
+            bench.renderer.setShowSelection(true);
+            QCOMPARE(bench.widget->grab().toImage(), chosen);
         }
     }
 
