@@ -361,8 +361,10 @@ private slots:
     {
         PlainDocument other("[x]\ny\nz");
         toggle(0);
+        const QSignalSpy lines(m_editor.get(), &CodeEditor::currentLineChanged);
         m_editor->setDocument(&other);
         QCOMPARE(m_editor->currentLine().line, 0);
+        QCOMPARE(lines.count(), 1); // another line of the same number
         m_editor->setDocument(m_document.get());
         QCOMPARE(shown(), QString("x......xxx"));
         m_editor->setFont(QFont("Courier", 14));

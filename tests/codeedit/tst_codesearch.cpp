@@ -118,6 +118,10 @@ private slots:
         m_editor->replace("aa", "c", Quiet, false); // nor does a part of it
         QCOMPARE(m_document->toString(), QString("<a> b aa"));
         QCOMPARE(view()->textCursor().selectedText(), QString("aa"));
+        select(2, 2); // nothing is replaced yet, only found
+        m_editor->replace("x*|b", "c", CodeFileEditor::RegularExpression | Quiet, false);
+        QCOMPARE(m_document->toString(), QString("<a> b aa"));
+        select(6, 8);
         m_host->dialogs().expectBox(QMessageBox::Ok);
         m_editor->replace("aa", "\\1", 0, false);
         QCOMPARE(m_document->toString(), QString("<a> b \\1"));

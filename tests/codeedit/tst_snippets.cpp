@@ -245,11 +245,15 @@ private slots:
         m_host->dialogs().expectDialog([](QDialog *field) { field->reject(); });
         dialog.findChild<QPushButton *>("addBut")->click();
         QCOMPARE(list->model()->rowCount(), 3);
+        const QString here = QDir::currentPath();
+        QDir::setCurrent(m_directory->path());
         for (const char *button : {"saveBut", "saveTSBut"}) {
             m_host->dialogs().expectFiles({});
             dialog.findChild<QPushButton *>(button)->click();
         }
-        QCOMPARE(QDir(m_directory->path()).entryList(QDir::Files), QStringList{"from.xml"});
+        QDir::setCurrent(here);
+        QCOMPARE(QDir(m_directory->path()).entryList(QDir::Files | QDir::Hidden),
+                 QStringList{"from.xml"});
         m_host->dialogs().expectFiles({to});
         dialog.findChild<QPushButton *>("saveBut")->click();
         QCOMPARE(readFile(to), QByteArray(Stored));
