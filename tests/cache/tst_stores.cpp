@@ -626,6 +626,11 @@ private slots:
             cache->removeItem(nullptr);
             QCOMPARE(cache->itemData(nullptr) + cache->itemRawData(nullptr), QByteArray());
             QVERIFY(!cache->isEqual(nullptr, "data", 0));
+            if (cache == &files)
+                continue;
+            cache->setItemData(item, "other", 4, this, 0);
+            QCOMPARE(item->param, static_cast<void *>(this));
+            QCOMPARE(int(item->filter), 4);
             QCOMPARE(cache->items(), QList<StreamCache::Item *>{item});
         }
         QVERIFY(!files.itemIsValid(nullptr));

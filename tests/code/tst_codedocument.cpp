@@ -532,6 +532,9 @@ private slots:
         stranger.line = 1;
         stranger.start = 6;
         document->replace({stranger}, text);
+        stranger.start = 0;
+        stranger.length = 8; // one more than there is
+        document->replace({stranger}, text);
         QCOMPARE(document->toString(), QString("a = 1\nb = 2 3"));
         // A place that the replacement after it took away.
         stranger.start = 0;

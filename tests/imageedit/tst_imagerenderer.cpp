@@ -651,6 +651,30 @@ private Q_SLOTS:
             QCOMPARE(stateOf(canvas), before);
     }
 
+    /// What becomes of a widget that has shown the canvas is nothing to one that shows it now.
+    void leavesItsOldView()
+    {
+        Bench bench(false, IndexedCanvas, {30, 30});
+        const std::unique_ptr<QWidget> before = std::move(bench.widget);
+        bench.show(false);
+        bench.renderer.setZoom(4);
+        bench.palette.setForegroundIndex(7);
+        bench.renderer.setActiveTool(ImageRenderer::Pen);
+        bench.press({3, 3});
+        before->hide();
+        bench.move({9, 3});
+        bench.release({9, 3});
+        QCOMPARE(bench.pixel({9, 3}), 7u);
+        // What is painted onto a selection is told at the end of the stroke.
+        bench.renderer.canvas.selection.active = true;
+        bench.renderer.setActiveTool(ImageRenderer::PenSel);
+        bench.press({4, 4});
+        bench.move({8, 4});
+        const QSignalSpy told(&bench.renderer.canvas, &ImageCanvas::selectionChanged);
+        bench.release({8, 4});
+        QCOMPARE(told.count(), 1);
+    }
+
     void showsOneLayer()
     {
         Bench bench(false, RGBACanvas, {40, 40});

@@ -532,8 +532,10 @@ private Q_SLOTS:
         QSignalSpy doubles(&widget, &PaletteWidget::colorDblClick);
         QTest::mouseDClick(&widget, Qt::LeftButton, {}, middleOf(17));
         QTest::mouseDClick(&widget, Qt::LeftButton, {}, {-4, 4});
-        QCOMPARE(doubles.count(), 1);
+        QTest::mouseDClick(&widget, Qt::LeftButton, {}, middleOf(0));
+        QCOMPARE(doubles.count(), 2);
         QCOMPARE(doubles[0][0].toInt(), 17);
+        QCOMPARE(doubles[1][0].toInt(), 0);
     }
 
     void handlersMayEndTheWidget_data()
