@@ -134,15 +134,6 @@ PickerTool::PickerTool(ImageRenderer *renderer)
     setObjectName(QStringLiteral("spr_tool_picker"));
 }
 
-void PickerTool::mousePressed(Qt::KeyboardModifiers,
-                              Qt::MouseButton,
-                              QPoint screen,
-                              QPoint image,
-                              QCursor &)
-{
-    press(screen, image);
-}
-
 void PickerTool::mouseReleased(Qt::KeyboardModifiers,
                                Qt::MouseButton released,
                                QPoint,

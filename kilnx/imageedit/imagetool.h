@@ -198,11 +198,6 @@ class KILNX_EXPORT PickerTool : public ImageTool
 
 public:
     explicit PickerTool(ImageRenderer *renderer);
-    void mousePressed(Qt::KeyboardModifiers modifiers,
-                      Qt::MouseButton button,
-                      QPoint screen,
-                      QPoint image,
-                      QCursor &cursor) override;
     void mouseReleased(Qt::KeyboardModifiers modifiers,
                        Qt::MouseButton button,
                        QPoint screen,

@@ -448,6 +448,10 @@ private Q_SLOTS:
         QCOMPARE(canvas.undoStack.count(), steps + 1);
         QVERIFY(!layers.setData(sky, "x", Qt::ToolTipRole));
         QVERIFY(!layers.setData(QModelIndex(), "x"));
+        layers.at(0)->setOpacity(0.5, true);
+        const QSignalSpy told(&layers, &QAbstractItemModel::dataChanged);
+        canvas.undoStack.undo();
+        QCOMPARE(told.count(), 1);
         const auto both = Qt::ItemIsEditable | Qt::ItemIsUserCheckable;
         QCOMPARE(layers.flags(sky) & both, both);
         QCOMPARE(layers.flags(QModelIndex()), Qt::ItemFlags(Qt::ItemIsEnabled));

@@ -344,6 +344,13 @@ private Q_SLOTS:
         QCOMPARE(replace->options->layout()->spacing(), 4);
         delete replace->pairs();
         QVERIFY(!replace->paletteClicked(false, 3));
+        // A tool of somebody else's begins with one that only notes where it is pressed.
+        ImageTool bare(&renderer);
+        QCursor cursor;
+        bare.mousePressed({}, Qt::LeftButton, {5, 6}, {1, 2}, cursor);
+        QVERIFY(bare.pressed && bare.screenPos == QPoint(5, 6) && bare.imagePos == QPoint(1, 2));
+        bare.mouseReleased({}, Qt::LeftButton, {5, 6}, {1, 2}, cursor);
+        QVERIFY(!bare.pressed && !bare.keyPressed(Qt::Key_Left) && !bare.paletteClicked(true, 3));
     }
 
     void replacePicksWithShift()
