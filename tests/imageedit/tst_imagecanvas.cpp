@@ -310,6 +310,10 @@ private Q_SLOTS:
         canvas.layers.insertLayer(fresh, 2, true);
         fresh->release();
         QCOMPARE(namesOf(canvas), "abxc");
+        canvas.undoStack.undo();
+        QCOMPARE(canvas.undoStack.count(), 4); // undoing is no step
+        canvas.undoStack.redo();
+        QCOMPARE(namesOf(canvas), "abxc");
         canvas.layers.removeLayer(2, true);
         QCOMPARE(namesOf(canvas), "abc");
         canvas.undoStack.undo();
@@ -440,8 +444,10 @@ private Q_SLOTS:
         QVERIFY(!layers.data(sky, Qt::ToolTipRole).isValid());
         const int steps = canvas.undoStack.count();
         QSignalSpy pictures(&canvas, &ImageCanvas::imageChanged);
+        const QSignalSpy marks(&layers, &QAbstractItemModel::dataChanged);
         QVERIFY(layers.setData(sky, Qt::Unchecked, Qt::CheckStateRole));
         QCOMPARE(pictures.count(), 1);
+        QCOMPARE(marks.count(), 1);
         QCOMPARE(canvas.undoStack.count(), steps);
         QVERIFY(!rasterAt(canvas, 0)->visible);
         QVERIFY(layers.setData(sky, "sea"));

@@ -325,9 +325,24 @@ private Q_SLOTS:
             renderer.setActiveTool(i);
             QCOMPARE(renderer.activeTool()->objectName(), "spr_tool_" + names[i]);
             QCOMPARE(stack->currentWidget(), renderer.tool(i)->options.data());
+            const auto shape = [&] {
+                const Qt::CursorShape now = bench.widget->cursor().shape();
+                bench.widget->setCursor(Qt::ArrowCursor);
+                return now;
+            };
+            shape();
+            bench.move({5, 5});
+            const Qt::CursorShape resting = i == ImageRenderer::CanvasMove ? Qt::OpenHandCursor
+                                            : i == ImageRenderer::SelMove  ? Qt::SizeAllCursor
+                                                                           : Qt::CrossCursor;
+            QCOMPARE(shape(), resting);
             bench.press({5, 5});
+            if (i == ImageRenderer::CanvasMove || i == ImageRenderer::SelMove)
+                QCOMPARE(shape(), i == 0 ? Qt::ClosedHandCursor : resting);
             QVERIFY(renderer.activeTool()->pressed);
             bench.release({5, 5});
+            if (i == ImageRenderer::CanvasMove || i == ImageRenderer::SelMove)
+                QCOMPARE(shape(), resting);
             QVERIFY(!renderer.activeTool()->pressed);
             if (auto *pen = qobject_cast<BasePenTool *>(renderer.activeTool())) {
                 QCOMPARE(QPoint(pen->size->minimum(), pen->size->maximum()), QPoint(1, 24));
@@ -403,6 +418,13 @@ private Q_SLOTS:
         bench.key(Qt::Key_Left); // the layer as it is now: nothing comes from outside any more
         QCOMPARE(bench.pixel({4, 4}), 2u);
         QVERIFY(!renderer.activeTool()->keyPressed(Qt::Key_A));
+        QImage nothing = renderer.canvas.selection.mask;
+        nothing.fill(0);
+        nothing.swap(renderer.canvas.selection.mask);
+        renderer.canvas.announceSelection();
+        QVERIFY(!renderer.activeTool()->keyPressed(Qt::Key_Left)); // there is nothing to move
+        nothing.swap(renderer.canvas.selection.mask);
+        renderer.canvas.announceSelection();
         // What another tool has painted meanwhile is what moves.
         bench.renderer.setActiveTool(ImageRenderer::Pen);
         bench.palette.setForegroundIndex(7);
