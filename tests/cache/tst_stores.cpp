@@ -664,6 +664,9 @@ private slots:
             items.append(cache.addItem(QByteArray(1000, char('a' + i)), 9, nullptr, 0));
         {
             const FullDisk full(4500);
+            cache.setItemData(items[2], QByteArray(1100, 'C'), 9, nullptr, 0); // needs no more
+            QCOMPARE(cache.itemData(items[2]), QByteArray(1100, 'C'));
+            cache.setItemData(items[2], QByteArray(1000, 'c'), 9, nullptr, 0);
             cache.setItemData(items[1], QByteArray(2000, 'B'), 9, nullptr, 0);
             StreamCache::Item *small = cache.addItem(QByteArray(400, 'g'), 9, nullptr, 0);
             QCOMPARE(cache.itemData(small), QByteArray(400, 'g')); // what it tried is given back
