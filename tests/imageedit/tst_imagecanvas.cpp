@@ -466,8 +466,15 @@ private Q_SLOTS:
             layers.moveLayer(way.x(), way.y());
         QCOMPARE(moves.count(), 0);
         layers.addLayer(nullptr);
+        const int images = pictures.count();
         layers.moveLayer(0, 1);
         QCOMPARE(moves.count(), 1);
+        QCOMPARE(pictures.count(), images + 1);
+        const int count = canvas.undoStack.count();
+        for (const QPoint &way : {QPoint(0, 0), QPoint(0, 1), QPoint(0, 3), QPoint(5, 0)})
+            QVERIFY(!layers.moveRows({}, way.x(), 1, {}, way.y()));
+        QVERIFY(!layers.moveRows({}, 0, 2, {}, 2));
+        QCOMPARE(canvas.undoStack.count(), count);
     }
 
     void holdsTheLargestPicture()

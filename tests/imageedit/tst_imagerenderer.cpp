@@ -474,6 +474,11 @@ private Q_SLOTS:
             QCOMPARE(isDimmed, color != qRgb(0, 0, 0));
             bench.renderer.setShowSelection(true);
             QCOMPARE(bench.widget->grab().toImage(), chosen);
+            // What is switched is seen at once, and nobody has to ask.
+            const auto shown = [&] { return onScreen(*bench.widget); };
+            QTRY_COMPARE(shown(), chosen.convertToFormat(shown().format()));
+            bench.renderer.setShowSelection(false);
+            QTRY_VERIFY(!isDimmed || shown() != chosen.convertToFormat(shown().format()));
         }
     }
 
@@ -698,10 +703,13 @@ private Q_SLOTS:
         bench.renderer.canvas.selection.active = true;
         bench.renderer.setActiveTool(ImageRenderer::PenSel);
         bench.press({4, 4});
+        bench.widget->grab();
         bench.move({8, 4});
+        const QImage shown = bench.widget->grab().toImage();
         const QSignalSpy told(&bench.renderer.canvas, &ImageCanvas::selectionChanged);
         bench.release({8, 4});
         QCOMPARE(told.count(), 1);
+        QCOMPARE(bench.widget->grab().toImage(), shown); // it was seen before that
     }
 
     void showsOneLayer()

@@ -450,6 +450,22 @@ private Q_SLOTS:
         widget.grab();
     }
 
+    void onlyTheLeftButtonMovesColors()
+    {
+        for (const Qt::MouseButton button : {Qt::LeftButton, Qt::RightButton}) {
+            PaletteWidget widget;
+            widget.resize(widget.sizeHint());
+            widget.setRedistributable(true);
+            widget.palette()->setColor(uchar(3), RGBA{1, 2, 3, 255});
+            QTest::mousePress(&widget, button, {}, middleOf(3));
+            QMouseEvent move(QEvent::MouseMove, middleOf(7), Qt::NoButton, button, {});
+            QApplication::sendEvent(&widget, &move);
+            QTest::mouseRelease(&widget, button, {}, middleOf(7));
+            const int place = button == Qt::LeftButton ? 7 : 3;
+            QCOMPARE(int(widget.palette()->at(uchar(place)).b), 3);
+        }
+    }
+
     void layoutsFollow()
     {
         QWidget window;
