@@ -532,6 +532,26 @@ private Q_SLOTS:
             const QRect rect(cell * 12, QSize(12, 12));
             QCOMPARE(with.copy(rect) != without.copy(rect), cell == QPoint(1, 1));
         }
+        // What is done to it is on the screen at once.
+        QVERIFY(showsItself(widget));
+        QTest::mouseClick(&widget, Qt::LeftButton, {}, middleOf(40));
+        QVERIFY(showsItself(widget));
+        QTest::keyClick(&widget, Qt::Key_Left);
+        QVERIFY(showsItself(widget));
+        widget.palette()->setColor(uchar(9), RGBA{200, 100, 0, 255});
+        QVERIFY(showsItself(widget));
+        ColorPalette colors(&widget);
+        PaletteRemapWidget pairs(true);
+        pairs.setCount(4);
+        pairs.setColors(&colors);
+        pairs.show();
+        QVERIFY(showsItself(pairs));
+        pairs.setFirst(9);
+        QVERIFY(showsItself(pairs));
+        pairs.setSecond(9);
+        QVERIFY(showsItself(pairs));
+        pairs.setCurrent(2);
+        QVERIFY(showsItself(pairs));
     }
 
     void tellsTheColorUnderTheMouse()
