@@ -268,25 +268,26 @@ private slots:
         QTest::qWait(100);
         PaintWatch text(m_editor->viewport());
         PaintWatch numbers(margin());
+        const auto isRepainted = [&] {
+            return text.region.contains(m_editor->viewport()->rect().bottomRight()) &&
+                   numbers.region.contains(margin()->rect().bottomLeft());
+        };
         CodeEditor::SyntaxFormatting formatting;
         QCOMPARE(CodeEditor().syntaxFormatting().blockColor, formatting.blockColor);
-        m_editor->setSyntaxFormatting(formatting);
-        QTRY_VERIFY(text.region.contains(m_editor->viewport()->rect().bottomRight()));
-        QTRY_VERIFY(numbers.region.contains(margin()->rect().bottomLeft()));
         formatting.highlightBlocks = true;
         m_editor->setSyntaxFormatting(formatting);
-        QCoreApplication::processEvents();
-        text.region = numbers.region = QRegion();
-        setCursor(1, 0); // the line beside its block comes a little later, and so does its shade
-        QTRY_VERIFY(numbers.region.contains(margin()->rect().bottomLeft()));
-        QTRY_VERIFY(text.region.contains(m_editor->viewport()->rect().bottomRight()));
+        QTRY_VERIFY(isRepainted());
         PlainDocument other(m_document->toString());
-        QCoreApplication::processEvents();
-        text.region = numbers.region = QRegion();
-        m_editor->setDocument(&other);
-        QTRY_VERIFY(text.region.contains(m_editor->viewport()->rect().bottomRight()));
-        QTRY_VERIFY(numbers.region.contains(margin()->rect().bottomLeft()));
-        m_editor->setDocument(m_document.get());
+        const std::function<void()> changes[] = {
+            [&] { setCursor(1, 0); }, // whose block and its shade come a little later
+            [&] { m_editor->setDocument(&other); },
+            [&] { m_editor->setDocument(m_document.get()); }};
+        for (const auto &change : changes) {
+            QCoreApplication::processEvents();
+            text.region = numbers.region = QRegion();
+            change();
+            QTRY_VERIFY(isRepainted());
+        }
         // Without a host's colours there are some of its own.
         QCOMPARE(formatting.lineColor.rgb(), qRgb(255, 255, 153));
         QCOMPARE(formatting.hitColor.rgb(), qRgb(255, 255, 76));
@@ -856,14 +857,12 @@ private slots:
     void mouseSelectsText()
     {
         m_editor->setPlainText(numberedLines(20));
-        QWidget *const view = m_editor->viewport();
-        const auto at = [&](int line, int column) {
-            return m_editor->cursorRect(cursorAt(line, column)).center();
-        };
-        QTest::mousePress(view, Qt::LeftButton, Qt::NoModifier, at(2, 2));
-        QMouseEvent move(QEvent::MouseMove, at(3, 4), Qt::NoButton, Qt::LeftButton, {});
-        QApplication::sendEvent(view, &move);
-        QTest::mouseRelease(view, Qt::LeftButton, Qt::NoModifier, at(3, 4));
+        const QPoint from = m_editor->cursorRect(cursorAt(2, 2)).center();
+        const QPoint to = m_editor->cursorRect(cursorAt(3, 4)).center();
+        QTest::mousePress(m_editor->viewport(), Qt::LeftButton, Qt::NoModifier, from);
+        QMouseEvent move(QEvent::MouseMove, to, Qt::NoButton, Qt::LeftButton, {});
+        QApplication::sendEvent(m_editor->viewport(), &move);
+        QTest::mouseRelease(m_editor->viewport(), Qt::LeftButton, Qt::NoModifier, to);
         QCOMPARE(m_editor->textCursor().anchor(), cursorAt(2, 2).position());
         QCOMPARE(m_editor->textCursor().position(), cursorAt(3, 4).position());
     }

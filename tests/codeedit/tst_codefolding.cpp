@@ -185,7 +185,6 @@ private slots:
         QTest::keyClicks(m_editor.get(), QString("new"));
         QCOMPARE(m_document->toString(), QString(Nested).replace("[a]\n", "[a]\nnew\n"));
         QVERIFY(m_editor->textCursor().block().isVisible());
-        QCOMPARE(m_editor->currentLine().line, 1);
         QCOMPARE(shown(), QString("xxxxxxxxxxx"));
     }
 

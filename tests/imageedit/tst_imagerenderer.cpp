@@ -469,16 +469,12 @@ private Q_SLOTS:
             const QImage chosen = bench.widget->grab().toImage();
             QVERIFY(chosen != after);
             bench.renderer.setShowSelection(false);
-            QVERIFY(!bench.renderer.showSelection());
+            QVERIFY(!bench.renderer.showSelection() && showsItself(*bench.widget));
             const bool isDimmed = bench.widget->grab().toImage() != chosen;
             QCOMPARE(isDimmed, color != qRgb(0, 0, 0));
             bench.renderer.setShowSelection(true);
+            QVERIFY(showsItself(*bench.widget));
             QCOMPARE(bench.widget->grab().toImage(), chosen);
-            // What is switched is seen at once, and nobody has to ask.
-            const auto shown = [&] { return onScreen(*bench.widget); };
-            QTRY_COMPARE(shown(), chosen.convertToFormat(shown().format()));
-            bench.renderer.setShowSelection(false);
-            QTRY_VERIFY(!isDimmed || shown() != chosen.convertToFormat(shown().format()));
         }
     }
 
@@ -691,7 +687,6 @@ private Q_SLOTS:
         Bench bench(false, IndexedCanvas, {30, 30});
         const std::unique_ptr<QWidget> before = std::move(bench.widget);
         bench.show(false);
-        bench.renderer.setZoom(4);
         bench.palette.setForegroundIndex(7);
         bench.renderer.setActiveTool(ImageRenderer::Pen);
         bench.press({3, 3});
