@@ -8,10 +8,10 @@
 /// A document whose text says what the view is to make of it, for tests of the view alone.
 ///
 /// A line that begins with "[" is a section's head, one with "[[", indented or not, the head of an
-/// inner section; the lines below are its body, a line "-" belongs to neither and "~" is of no
-/// kind.
-/// ()<>{} are brackets, and every second "!" closes the one before. The words "bad", "old" and
-/// "hmm" are an error, a deprecation and a warning, and so is "<b>". The tree stays empty.
+/// inner section; the lines below are its body, "-" belongs to neither and "~" is of no kind.
+/// Round, pointed and curly brackets are brackets, and every second "!" closes the one before. The
+/// words "bad", "old" and "hmm" are an error, a deprecation and a warning, and so is "<b>". The
+/// tree stays empty.
 class PlainDocument : public Kiln::CodeDocument
 {
 public:
